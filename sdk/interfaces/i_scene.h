@@ -1,0 +1,48 @@
+#pragma once
+
+#include "base/ref_counted.h"
+#include "base/string.h"
+#include "sdk/interfaces/forward.h"
+
+namespace qv::kelvo_sdk::interfaces {
+
+/// Owner of nodes, in creation order, found by name without regard to case.
+///
+/// Holds one reference on each of its nodes. Returned nodes are borrowed: valid until removed.
+class QV_EXPORT IScene : public IRefCounted {
+public:
+    /// Returns null, silently, when there is no node of that name.
+    [[nodiscard]] virtual INode* findNode(String name) = 0;
+
+    /// Tells whether edits are recorded for undo.
+    [[nodiscard]] virtual bool undoEnabled() = 0;
+    /// Opens an edit step; `recordEdit` closes it and names it.
+    virtual void beginEdit() = 0;
+    virtual void recordEdit(String doText, String undoText) = 0;
+    /// Tells whether an undo or redo is being replayed right now.
+    [[nodiscard]] virtual bool undoInProgress() = 0;
+    /// Lets what follows, up to `endEditGroup`, reach observers as one change.
+    virtual void beginEditGroup() = 0;
+    virtual void endEditGroup() = 0;
+
+    /// Creates a node; a taken name gets the next free number. Null, and logged, when the name is
+    /// no simple identifier.
+    virtual INode* createNode(String type, String name) = 0;
+    /// Clears every link and connection to the node, tells its observers and lets it go; false
+    /// when it is not of this scene.
+    virtual bool removeNode(INode* node) = 0;
+    /// Renames; a taken name gets the next free number. False when the name is no simple identifier
+    /// (logged) or the node is not of this scene.
+    virtual bool renameNode(INode* node, String name) = 0;
+    /// Removes all nodes.
+    virtual void clear() = 0;
+    [[nodiscard]] virtual u64 nodeCount() const = 0;
+    /// Returns a node by position in creation order; null out of range.
+    [[nodiscard]] virtual INode* node(u64 index) const = 0;
+
+    /// Adds an observer, which must unsubscribe before it dies; false if it was there already.
+    virtual bool subscribe(SceneObserver* observer) = 0;
+    virtual bool unsubscribe(SceneObserver* observer) = 0;
+};
+
+} // namespace qv::kelvo_sdk::interfaces
