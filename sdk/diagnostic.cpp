@@ -1,0 +1,13 @@
+#include "sdk/diagnostic.h"
+
+namespace qv::kelvo_sdk {
+
+String Diagnostic::text() const {
+    const String place =
+        String::format("%s:%llu:%llu: ", source.buf(), static_cast<unsigned long long>(line),
+                       static_cast<unsigned long long>(column));
+    if (node.isEmpty()) return place + message;
+    return place + "node '" + node + "': " + message;
+}
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "base/export.h"
+#include "base/string.h"
+#include "base/vector.h"
+
+namespace qv::kelvo_sdk {
+
+/// One thing found wrong in a text, and where.
+struct QV_EXPORT Diagnostic {
+    String source;
+    /// Both count from 1; a column is a byte.
+    u64 line = 0;
+    u64 column = 0;
+    /// The node concerned, empty outside of one.
+    String node;
+    /// A whole sentence: what was found and expected, and the nearest known name where one is
+    /// likely.
+    String message;
+
+    /// Returns "source:line:column: node 'name': message".
+    [[nodiscard]] String text() const;
+};
+
+using Diagnostics = ds::Vector<Diagnostic>;
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "sdk/attr_type.h"
+#include "sdk/element_type.h"
+#include "sdk/input_access.h"
+#include "sdk/output.h"
+
+#include <span>
+#include <utility>
+
+namespace qv::kelvo_sdk {
+
+/// Handle on an input; keeps it alive. Every operation is safe on an empty handle, which answers
+/// empty, false or 0.
+class QV_EXPORT Input : public RefersTo<interfaces::IInput> {
+public:
+    using RefersTo::get;
+    using RefersTo::RefersTo;
+
+    [[nodiscard]] String name() const { return get() ? get()->name() : String(); }
+    [[nodiscard]] String path() const { return get() ? get()->path() : String(); }
+    [[nodiscard]] AttrType type() const { return get() ? get()->type() : AttrType::Null; }
+    /// Returns the owning node; borrowed, null once it is gone.
+    [[nodiscard]] interfaces::INode* node() const { return get() ? get()->node() : nullptr; }
+
+    /// Writes a value, converted to the input's kind: a bool, number, text, node (handle or
+    /// pointer) or `qv::math` value. False when it does not convert or is not allowed.
+    template<typename T>
+    bool set(const T& value) const {
+        return get() && detail::write(*get(), value);
+    }
+    /// Reads the value as a `T`, converted; connections are evaluated. False leaves `out` alone.
+    template<typename T>
+    bool read(T& out, EvalCtx* ctx = nullptr) const {
+        return get() && detail::read(*get(), out, ctx);
+    }
+    /// Reads the value as a `T`; `fallback` when it does not convert.
+    template<typename T>
+    [[nodiscard]] T get(T fallback = T()) const {
+        read(fallback);
+        return fallback;
+    }
+
+    /// Copies elements into a buffer.
+    template<typename T>
+    bool setBuffer(std::span<const T> elements) const {
+        return set(interfaces::BufferView{elementTypeOf<T>, elements.data(), elements.size()});
+    }
+    /// Returns the elements of a buffer whose element type is exactly that of `T`, else an empty
+    /// span. Valid until the value changes.
+    template<typename T>
+    [[nodiscard]] std::span<const T> buffer() const {
+        interfaces::BufferView view;
+        if (!read(view) || view.type != elementTypeOf<T>) return {};
+        return {static_cast<const T*>(view.data), view.count};
+    }
+
+    bool setString(String text) const { return get() && get()->setString(std::move(text)); }
+    /// Returns the value as text, empty when it has none; `evaluate` follows a connection.
+    [[nodiscard]] String asString(bool evaluate, EvalCtx* ctx) const;
+    /// Returns the node that the input links to, or an empty handle; needs sdk/node.h.
+    [[nodiscard]] Node asNode(bool evaluate, EvalCtx* ctx) const;
+    bool reset() const { return get() && get()->reset(); }
+
+    /// Returns the number of array elements or object members.
+    [[nodiscard]] u64 inputCount() const { return get() ? get()->inputCount() : 0; }
+    /// Returns an element or member; empty, and logged, when out of range.
+    [[nodiscard]] Input input(u64 index) const;
+    /// Returns the member of that name; empty, and logged, when there is none.
+    [[nodiscard]] Input operator[](String name) const;
+    /// Adds an element to an array and returns it; empty for other kinds.
+    Input append() const;
+    /// Adds a member to an object, or returns the one there is.
+    Input createInput(String name, AttrType type) const;
+
+    bool connect(const Output& output) const { return get() && get()->connect(output.get()); }
+    bool disconnect() const { return get() && get()->disconnect(); }
+    [[nodiscard]] Output source() const { return get() ? Output(get()->source()) : Output(); }
+};
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,14 @@
+#pragma once
+
+/// Everything that a client of the library needs.
+
+#include "base/log.h"
+#include "base/string.h"
+#include "sdk/attr_type.h"
+#include "sdk/eval_ctx.h"
+#include "sdk/input.h"
+#include "sdk/lib_info.h"
+#include "sdk/node.h"
+#include "sdk/output.h"
+#include "sdk/path_parser.h"
+#include "sdk/scene.h"
