@@ -1,0 +1,215 @@
+#include "sdk/impl/input.h"
+
+#include "sdk/impl/conversion.h"
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+
+#include "base/localized.h"
+#include "base/string_io.h"
+
+#include <new>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+AttrData describe(AttrType type, AttrType elementType) {
+    AttrData data(type);
+    data.elementType = elementType;
+    return data;
+}
+
+// The start value that a definition gives, in the kind of the input.
+Value startValue(const AttrData& data) {
+    if (Value value; convertValue(data.value, data.type, value)) return value;
+    if (Value value; data.details && convertValue(data.details->defaultValue, data.type, value))
+        return value;
+    return Value::zero(data.type);
+}
+
+String textIn(const AttrDetails::Texts& texts, String language) {
+    ds::HashMap<String, String> table;
+    for (const auto& [key, text] : texts)
+        table.set(key, text);
+    return os::localizedItem(table, std::move(language));
+}
+
+} // namespace
+
+Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
+    : Input(node, parent, std::move(name), describe(type, elementType)) {}
+
+Input::Input(INode* node, IInput* parent, String name, AttrData definition)
+    : m_type(static_cast<u8>(definition.type)),
+      m_elementType(static_cast<u8>(definition.elementType)),
+      m_dataType(static_cast<u8>(definition.dataType)),
+      m_silent(definition.silent),
+      m_readOnly(definition.readOnly),
+      m_node(static_cast<Node*>(node)),
+      m_parent(static_cast<Input*>(parent)),
+      m_name(std::move(name)),
+      m_nameHash(0),
+      m_value(startValue(definition)) {
+    if (!isElement()) m_nameHash = m_name.foldedHash();
+    if (definition.details) extras().details = std::move(definition.details);
+    if (type() == AttrType::Node && m_value.asNode()) linkTo(m_value.asNode());
+}
+
+Input::~Input() {
+    letGo();
+}
+
+void Input::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Input::decRef() {
+    if (m_refCount.fetch_sub(1) == 1) delete this;
+}
+
+InputExtras& Input::extras() {
+    if (!m_extras) m_extras = std::make_unique<InputExtras>();
+    return *m_extras;
+}
+
+bool Input::isElement() const noexcept {
+    return m_parent && m_parent->type() == AttrType::Array;
+}
+
+IInput* Input::clone(INode* node, IInput* parent) const {
+    AttrData data = description();
+    auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
+    for (const IInput* member : members()) {
+        const auto* from = static_cast<const Input*>(member);
+        copy->adoptMember(static_cast<Input*>(from->clone(node, copy.get())));
+    }
+    if (const Value* kept = stashed()) copy->setStashed(*kept);
+    if (Output* source = sourceOutput()) copy->setSource(source);
+    return copy.detach();
+}
+
+AttrData Input::description() const {
+    AttrData data = describe(type(), elementType());
+    data.dataType = static_cast<DataType>(m_dataType);
+    data.silent = m_silent;
+    data.readOnly = m_readOnly;
+    data.value = m_value;
+    if (m_extras) data.details = m_extras->details;
+    return data;
+}
+
+String Input::name() const {
+    if (!isElement()) return m_name;
+    StringIO text;
+    text.appendUInt(m_index);
+    return text.take();
+}
+
+String Input::typeName() const {
+    const String kind(attrTypeName(type()));
+    if (type() == AttrType::Array) return kind + "<" + attrTypeName(elementType()) + ">";
+    if (type() == AttrType::Buffer) return kind + "<" + dataTypeName(dataType()) + ">";
+    return kind;
+}
+
+INode* Input::node() const {
+    return m_node;
+}
+
+String Input::path() const {
+    ds::Vector<const Input*> steps;
+    for (const Input* step = this; step; step = step->m_parent)
+        steps.push_back(step);
+    StringIO text;
+    if (m_node) text.append(m_node->name().view());
+    for (u64 i = steps.size(); i-- > 0;) {
+        const Input& step = *steps[i];
+        if (step.isElement()) {
+            text.append('[').appendUInt(step.m_index).append(']');
+        } else {
+            if (!text.isEmpty()) text.append('.');
+            text.append(step.m_name.view());
+        }
+    }
+    return text.take();
+}
+
+bool Input::hasDataType(DataType type) const {
+    return this->type() == AttrType::Buffer && dataType() == type;
+}
+
+DataType Input::dataType() const {
+    if (type() != AttrType::Buffer) return DataType::Null;
+    const auto declared = static_cast<DataType>(m_dataType);
+    return declared != DataType::Null ? declared : m_value.asBuffer().type();
+}
+
+bool Input::hasElementType(AttrType type) const {
+    return this->type() == AttrType::Array && (type == AttrType::Null || elementType() == type);
+}
+
+String Input::unit() const {
+    return details() ? details()->unit : String();
+}
+
+String Input::label(String language) const {
+    String text = details() ? textIn(details()->labels, std::move(language)) : String();
+    if (text.isEmpty()) text = name();
+    return text.titleCased(true);
+}
+
+String Input::help(String language) const {
+    return details() ? textIn(details()->helps, std::move(language)) : String();
+}
+
+const AttrDetails* Input::details() const noexcept {
+    return m_extras ? m_extras->details.get() : nullptr;
+}
+
+void Input::setDetails(RefersTo<AttrDetails> details) {
+    extras().details = std::move(details);
+}
+
+const NameIndex* Input::listIndex() const noexcept {
+    return m_extras ? m_extras->listIndex.get() : nullptr;
+}
+
+// Without memory for an index the list is searched instead.
+void Input::indexList(const ds::Vector<IInput*>& inputs) noexcept {
+    try {
+        auto& index = extras().listIndex;
+        if (index)
+            index->add(static_cast<Input*>(inputs.back()));
+        else
+            index = std::make_unique<NameIndex>(inputs);
+    } catch (const std::bad_alloc&) {
+        dropListIndex();
+    }
+}
+
+void Input::dropListIndex() noexcept {
+    if (m_extras) m_extras->listIndex.reset();
+}
+
+void Input::nodeDestroyed() {
+    letGo();
+}
+
+void Input::removedFromOwner() {
+    letGo();
+    m_parent = nullptr;
+}
+
+// Unties the input from node, source, links and members, telling nobody.
+void Input::letGo() {
+    m_node = nullptr;
+    if (!m_extras) return;
+    setSource(nullptr);
+    if (m_extras->link.table) m_extras->link.table->remove(m_extras->link);
+    for (IInput* member : m_extras->members)
+        static_cast<Input*>(member)->letGo();
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,239 @@
+#pragma once
+
+#include "base/vector.h"
+#include "sdk/impl/attr_data.h"
+#include "sdk/interfaces/i_input.h"
+
+#include <atomic>
+#include <memory>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::BufferView;
+using interfaces::IInput;
+using interfaces::INode;
+using interfaces::IOutput;
+
+class NameIndex;
+class Node;
+class Output;
+struct InputExtras;
+
+/// The one implementation of an input; the contract of its operations stands in `IInput`.
+///
+///     Object     input.cpp             construction, identity, copies, node's end
+///     Values     input_values.cpp      written, read, reset, stashed
+///     Container  input_container.cpp   elements and members
+///     Hash       input_hash.cpp        of the value
+///     Links      input_links.cpp       connections to outputs, links to nodes
+///
+/// What few inputs have (members, a connection, details, a stash) stands in a block of its own,
+/// made when first needed.
+class QV_EXPORT Input final : public IInput {
+public:
+    // ---- Object ----------------------------------------------------------------------------
+
+    /// A new input with one reference, for the creator; `parent` is null at the top level. It is
+    /// not in any list yet and nobody is told.
+    Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType);
+    Input(INode* node, IInput* parent, String name, AttrData definition);
+    ~Input() override;
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    void incRef() override;
+    void decRef() override;
+
+    /// Returns a copy for `node` and `parent` with value, members, flags and stash, unconnected;
+    /// the caller owns its reference.
+    IInput* clone(INode* node, IInput* parent) const;
+    /// Returns what an equal input can be made from; `value` is the current value.
+    [[nodiscard]] AttrData description() const;
+    /// For the owning node alone: from now on the input calls nobody.
+    void clearNode() noexcept { m_node = nullptr; }
+    /// For containers alone: the input leaves its owner, which told everyone.
+    void removedFromOwner();
+
+    [[nodiscard]] String name() const override;
+    [[nodiscard]] AttrType type() const override { return static_cast<AttrType>(m_type); }
+    [[nodiscard]] String typeName() const override;
+    [[nodiscard]] INode* node() const override;
+    [[nodiscard]] IInput* parent() const override { return m_parent; }
+    [[nodiscard]] String path() const override;
+    [[nodiscard]] bool hasDataType(DataType type) const override;
+    [[nodiscard]] DataType dataType() const override;
+    [[nodiscard]] bool isSilent() const override { return m_silent; }
+    [[nodiscard]] bool isReadOnly() const override { return m_readOnly; }
+    void nodeDestroyed() override;
+    [[nodiscard]] AttrType elementType() const override {
+        return static_cast<AttrType>(m_elementType);
+    }
+    [[nodiscard]] bool hasElementType(AttrType type) const override;
+    [[nodiscard]] bool isObject() const override { return type() == AttrType::Object; }
+    [[nodiscard]] String unit() const override;
+    [[nodiscard]] String label(String language) const override;
+    [[nodiscard]] String help(String language) const override;
+    /// Returns null when nothing is described.
+    [[nodiscard]] const AttrDetails* details() const noexcept;
+    /// Replaces the description; the value stays.
+    void setDetails(RefersTo<AttrDetails> details);
+    void setSilent(bool silent) noexcept { m_silent = silent; }
+    void setReadOnly(bool readOnly) noexcept { m_readOnly = readOnly; }
+    /// Hash of the name without regard to case; 0 for array elements.
+    [[nodiscard]] u64 nameHash() const noexcept { return isElement() ? 0 : m_nameHash; }
+    [[nodiscard]] const String& ownName() const noexcept { return m_name; }
+
+    // For the list that this input is the first of; see input_list.h.
+    [[nodiscard]] const NameIndex* listIndex() const noexcept;
+    /// Adds the last input to the index by name, which is made if there is none.
+    void indexList(const ds::Vector<IInput*>& inputs) noexcept;
+    void dropListIndex() noexcept;
+
+    // ---- Values ----------------------------------------------------------------------------
+
+    bool setBool(bool value) override;
+    bool setInt(i64 value) override;
+    bool setUInt(u64 value) override;
+    bool setReal(double value) override;
+    bool setVec2(const math::Vec2d& value) override;
+    bool setVec3(const math::Vec3d& value) override;
+    bool setVec4(const math::Vec4d& value) override;
+    bool setPos2(const math::Pos2d& value) override;
+    bool setPos3(const math::Pos3d& value) override;
+    bool setQuat(const math::Quatd& value) override;
+    bool setRgba(const math::Rgbad& value) override;
+    bool setMat3(const math::Mat3d& value) override;
+    bool setMat4(const math::Mat4d& value) override;
+    bool setString(String value) override;
+    bool setNode(INode* node) override;
+    bool setBuffer(BufferView value) override;
+    /// Takes any value that converts; shares a buffer instead of copying it.
+    bool setValue(const Value& value);
+
+    bool readBool(bool& out, bool evaluate, void* ctx) const override;
+    bool readInt(i64& out, bool evaluate, void* ctx) const override;
+    bool readUInt(u64& out, bool evaluate, void* ctx) const override;
+    bool readReal(double& out, bool evaluate, void* ctx) const override;
+    bool readVec2(math::Vec2d& out, bool evaluate, void* ctx) const override;
+    bool readVec3(math::Vec3d& out, bool evaluate, void* ctx) const override;
+    bool readVec4(math::Vec4d& out, bool evaluate, void* ctx) const override;
+    bool readPos2(math::Pos2d& out, bool evaluate, void* ctx) const override;
+    bool readPos3(math::Pos3d& out, bool evaluate, void* ctx) const override;
+    bool readQuat(math::Quatd& out, bool evaluate, void* ctx) const override;
+    bool readRgba(math::Rgbad& out, bool evaluate, void* ctx) const override;
+    bool readMat3(math::Mat3d& out, bool evaluate, void* ctx) const override;
+    bool readMat4(math::Mat4d& out, bool evaluate, void* ctx) const override;
+    bool readString(String& out, bool evaluate, void* ctx) const override;
+    bool readNode(INode*& out, bool evaluate, void* ctx) const override;
+    bool readBuffer(BufferView& out, bool evaluate, void* ctx) const override;
+    /// Returns the value stored here; Null for arrays and objects. Valid until it changes.
+    [[nodiscard]] const Value& value() const noexcept { return m_value; }
+
+    bool reset() override;
+    [[nodiscard]] bool isDefault() const override;
+
+    /// Keeps the current value aside, unless one is kept already. Arrays and objects leave that to
+    /// what they hold.
+    void stash();
+    /// Brings the kept value back; false when none is kept.
+    bool unstash();
+    /// Returns the kept value, or null.
+    [[nodiscard]] const Value* stashed() const noexcept;
+    /// For readers of text: keeps `value` aside.
+    void setStashed(Value value);
+
+    // ---- Container -------------------------------------------------------------------------
+    // An array makes elements of its element kind only, under the name of the next index. An array
+    // of arrays learns the element kind of each from `createArray`.
+
+    IInput* createInput(String name, AttrType type) override;
+    IInput* createInput(String name, AttrData definition);
+    IInput* createArray(String name, AttrType elementType) override;
+    [[nodiscard]] bool hasInput(u64 index, AttrType type) const override;
+    [[nodiscard]] bool hasInput(String name, AttrType type) const override;
+    [[nodiscard]] u64 inputCount() const override;
+    IInput* input(u64 index) override;
+    IInput* input(u64 index) const override;
+    IInput* input(String path) override;
+    IInput* input(String path) const override;
+    bool removeInput(u64 index) override;
+    bool removeInput(String name) override;
+    bool removeLastInput() override;
+    bool clearInputs() override;
+    IInput* appendElement() override;
+    IInput* insertElement(u64 index) override;
+    bool moveElement(u64 from, u64 to) override;
+
+    // ---- Hash ------------------------------------------------------------------------------
+
+    [[nodiscard]] u64 hash(StringVector skip) const override { return hashWith(skip); }
+    /// As `hash`, without a copy of the list.
+    [[nodiscard]] u64 hashWith(const StringVector& skip) const;
+
+    // ---- Links -----------------------------------------------------------------------------
+
+    [[nodiscard]] IOutput* source() const override;
+    bool connect(IOutput* output) override;
+    bool disconnect() override;
+    /// For the scene alone, when the linked node leaves: drops the link, telling observers.
+    void clearLink();
+
+private:
+    friend class Output;
+
+    InputExtras& extras();
+    [[nodiscard]] bool isElement() const noexcept;
+    [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
+
+    [[nodiscard]] Value defaultValue() const;
+    [[nodiscard]] bool writable(const Value& value) const;
+    template<typename T>
+    bool setPlain(AttrType kind, const T& value);
+    bool store(Value value);
+    void changed(Value before);
+    [[nodiscard]] bool currentValue(bool evaluate, void* ctx, Value& scratch,
+                                    const Value*& out) const;
+    template<typename T, typename Get>
+    bool readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const;
+
+    [[nodiscard]] bool isArray() const noexcept { return type() == AttrType::Array; }
+    void adoptMember(Input* member);
+    IInput* addElement(u64 index, AttrType elementElementType);
+    IInput* addMember(Input* member);
+    void renumber(u64 from) noexcept;
+    IInput* createElement(const String& name, const AttrData& definition);
+    IInput* createMember(String name, AttrData definition);
+    [[nodiscard]] IInput* findMember(const String& name) const noexcept;
+    bool removeFound(IInput* member);
+
+    u64 computeHash(const StringVector& skip, bool& lasting) const;
+    void dropHash() noexcept;
+
+    [[nodiscard]] Output* sourceOutput() const noexcept;
+    void setSource(Output* output);
+    void sourceDied(Output* output);
+    void linkTo(INode* node);
+    void letGo();
+
+    std::atomic<i32> m_refCount = 1;
+    // An AttrType each, and a DataType: what a Buffer declares.
+    u8 m_type;
+    u8 m_elementType = 0;
+    u8 m_dataType = 0;
+    bool m_silent : 1 = false;
+    bool m_readOnly : 1 = false;
+    Node* m_node;
+    Input* m_parent;
+    String m_name;
+    union {
+        u64 m_nameHash;
+        // Of an array element: its position, whose decimal text is its name.
+        u64 m_index;
+    };
+    Value m_value;
+    // Hash of the value; 0 when unknown. Only hashes that no node takes part in are kept.
+    mutable std::atomic<u64> m_hash = 0;
+    std::unique_ptr<InputExtras> m_extras;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,221 @@
+#include "sdk/impl/input.h"
+
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_list.h"
+#include "sdk/impl/node.h"
+
+#include "base/log.h"
+
+#include <algorithm>
+#include <charconv>
+#include <tuple>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Reads an element's name: its decimal index, in the one way that it is written.
+bool indexFromName(const String& name, u64& out) noexcept {
+    const std::string_view text = name.view();
+    if (text.empty() || (text.size() > 1 && text[0] == '0')) return false;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+} // namespace
+
+const ds::Vector<IInput*>& Input::members() const noexcept {
+    static const ds::Vector<IInput*> none;
+    return m_extras ? m_extras->members : none;
+}
+
+// Takes over the reference on the member and keeps its place in order.
+void Input::adoptMember(Input* member) {
+    auto held = RefersTo<Input>::adopt(member);
+    ds::Vector<IInput*>& list = extras().members;
+    if (isArray()) {
+        member->m_index = list.size();
+        list.push_back(member);
+    } else {
+        appendToList(list, member);
+    }
+    std::ignore = held.detach();
+    dropHash();
+}
+
+IInput* Input::addMember(Input* member) {
+    adoptMember(member);
+    if (m_node) m_node->onInputAdded(member);
+    return member;
+}
+
+IInput* Input::createInput(String name, AttrType type) {
+    return createInput(std::move(name), AttrData(type));
+}
+
+IInput* Input::createArray(String name, AttrType elementType) {
+    AttrData definition(AttrType::Array);
+    definition.elementType = elementType;
+    return createInput(std::move(name), std::move(definition));
+}
+
+IInput* Input::createInput(String name, AttrData definition) {
+    if (isArray()) return createElement(name, definition);
+    if (isObject()) return createMember(std::move(name), std::move(definition));
+    logError("Cannot create input '%s' in input '%s' (%s): it holds no inputs.", name.buf(),
+             path().buf(), typeName().buf());
+    return nullptr;
+}
+
+// An element that exists is given as it is; only the next one is made.
+IInput* Input::createElement(const String& name, const AttrData& definition) {
+    u64 index = 0;
+    if (definition.type != elementType() || !indexFromName(name, index) ||
+        index > members().size()) {
+        logError("Cannot create %s element '%s' in input '%s' (%s, %llu elements).",
+                 attrTypeName(definition.type), name.buf(), path().buf(), typeName().buf(),
+                 static_cast<unsigned long long>(members().size()));
+        return nullptr;
+    }
+    if (index < members().size()) return members()[index];
+    return addElement(index, definition.elementType);
+}
+
+IInput* Input::createMember(String name, AttrData definition) {
+    if (!name.isSimpleCID()) {
+        logError("Cannot create illegally-named member '%s' in input '%s'.", name.buf(),
+                 path().buf());
+        return nullptr;
+    }
+    if (IInput* existing = findMember(name)) {
+        if (existing->type() == definition.type &&
+            existing->elementType() == definition.elementType)
+            return existing;
+        logWarning("Cannot re-create %s input %s as %s.", existing->typeName().buf(),
+                   existing->path().buf(), attrTypeName(definition.type));
+        return existing;
+    }
+    definition.silent = definition.silent || m_silent;
+    return addMember(new Input(m_node, this, std::move(name), std::move(definition)));
+}
+
+IInput* Input::addElement(u64 index, AttrType elementElementType) {
+    AttrData definition(elementType());
+    definition.elementType = elementElementType;
+    definition.dataType = static_cast<DataType>(m_dataType);
+    definition.silent = m_silent;
+    auto element = RefersTo<Input>::adopt(new Input(m_node, this, String(), std::move(definition)));
+    ds::Vector<IInput*>& list = extras().members;
+    list.insert(index, element.get());
+    Input* added = element.detach();
+    renumber(index);
+    dropHash();
+    if (m_node) m_node->onInputAdded(added);
+    return added;
+}
+
+IInput* Input::appendElement() {
+    return isArray() ? addElement(members().size(), AttrType::Null) : nullptr;
+}
+
+IInput* Input::insertElement(u64 index) {
+    if (!isArray() || index > members().size()) return nullptr;
+    return addElement(index, AttrType::Null);
+}
+
+bool Input::moveElement(u64 from, u64 to) {
+    if (!isArray() || from >= members().size() || to >= members().size()) return false;
+    if (from == to) return true;
+    ds::Vector<IInput*>& list = m_extras->members;
+    list.insert(to, list.extract(from));
+    renumber(std::min(from, to));
+    changed(Value());
+    return true;
+}
+
+void Input::renumber(u64 from) noexcept {
+    const ds::Vector<IInput*>& list = members();
+    for (u64 i = from; i < list.size(); ++i)
+        static_cast<Input*>(list[i])->m_index = i;
+}
+
+bool Input::hasInput(u64 index, AttrType type) const {
+    if (index >= members().size()) return false;
+    return type == AttrType::Null || members()[index]->type() == type;
+}
+
+bool Input::hasInput(String name, AttrType type) const {
+    const IInput* member = findMember(name);
+    return member && (type == AttrType::Null || member->type() == type);
+}
+
+u64 Input::inputCount() const {
+    return members().size();
+}
+
+IInput* Input::input(u64 index) {
+    return static_cast<const Input*>(this)->input(index);
+}
+
+IInput* Input::input(u64 index) const {
+    if (index < members().size()) return members()[index];
+    logError("Input index %llu out of range (%llu) for input '%s'.",
+             static_cast<unsigned long long>(index),
+             static_cast<unsigned long long>(members().size()), path().buf());
+    return nullptr;
+}
+
+IInput* Input::input(String path) {
+    return static_cast<const Input*>(this)->input(std::move(path));
+}
+
+IInput* Input::input(String path) const {
+    IInput* member = findMember(path);
+    if (!member) logError("Input '%s' not found in input '%s'.", path.buf(), this->path().buf());
+    return member;
+}
+
+IInput* Input::findMember(const String& name) const noexcept {
+    if (!isArray()) return findInList(members(), name);
+    u64 index = 0;
+    return indexFromName(name, index) && index < members().size() ? members()[index] : nullptr;
+}
+
+bool Input::removeInput(u64 index) {
+    IInput* member = input(index);
+    return member && removeFound(member);
+}
+
+bool Input::removeInput(String name) {
+    IInput* member = input(std::move(name));
+    return member && removeFound(member);
+}
+
+bool Input::removeLastInput() {
+    return !members().empty() && removeFound(members().back());
+}
+
+// Last to first, so that what is left keeps its names.
+bool Input::clearInputs() {
+    while (!members().empty())
+        removeFound(members().back());
+    return true;
+}
+
+// Lets go of the member after everyone was told, so that it can still be read.
+bool Input::removeFound(IInput* member) {
+    auto* removed = static_cast<Input*>(member);
+    const u64 index = removed->m_index;
+    if (isArray())
+        std::ignore = m_extras->members.extract(index);
+    else
+        removeFromList(m_extras->members, member);
+    if (isArray()) renumber(index);
+    dropHash();
+    if (m_node) m_node->onInputRemoved(member);
+    removed->removedFromOwner();
+    member->decRef();
+    return true;
+}
+
+} // namespace qv::kelvo_sdk::impl

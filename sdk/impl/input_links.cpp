@@ -1,0 +1,103 @@
+#include "sdk/impl/input.h"
+
+#include "sdk/impl/connection_loop.h"
+#include "sdk/impl/conversion.h"
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+
+#include "base/log.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool kindsFit(const Output& from, const Input& to) {
+    if (from.type() != AttrType::Buffer || to.type() != AttrType::Buffer)
+        return kindsConvert(from.type(), to.type());
+    return to.dataType() == DataType::Null || to.dataType() == from.dataType();
+}
+
+} // namespace
+
+Output* Input::sourceOutput() const noexcept {
+    return m_extras ? m_extras->source : nullptr;
+}
+
+IOutput* Input::source() const {
+    return sourceOutput();
+}
+
+bool Input::connect(IOutput* output) {
+    auto* after = static_cast<Output*>(output);
+    Output* before = sourceOutput();
+    if (!after) {
+        disconnect();
+        return true;
+    }
+    if (after == before) return true;
+    if (!kindsFit(*after, *this)) {
+        logWarning("Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
+                   path().buf(), typeName().buf(), after->path().buf(), after->typeName().buf());
+        return false;
+    }
+    if (closesLoop(*after, *this)) {
+        logWarning("Cannot connect input '%s' to output '%s': this closes the loop %s.",
+                   path().buf(), after->path().buf(), loopText(*after, *this).buf());
+        return false;
+    }
+    setSource(after);
+    if (m_node) m_node->onInputConnected(this, before, after);
+    return true;
+}
+
+bool Input::disconnect() {
+    Output* before = sourceOutput();
+    if (!before) return false;
+    // The handle lets observers read the output even when this was the last tie to it.
+    const RefersTo<Output> held(before);
+    setSource(nullptr);
+    if (m_node) m_node->onInputConnected(this, before, nullptr);
+    return true;
+}
+
+// Keeps both ends right and tells nobody.
+void Input::setSource(Output* output) {
+    if (sourceOutput() == output) return;
+    InputExtras& own = extras();
+    if (own.source) own.source->removeTarget(own.sourceSlot);
+    own.source = output;
+    if (output) own.sourceSlot = output->addTarget(this);
+    dropHash();
+}
+
+// The output goes away and has taken this input off its list.
+void Input::sourceDied(Output* output) {
+    m_extras->source = nullptr;
+    dropHash();
+    if (m_node) m_node->onInputConnected(this, output, nullptr);
+}
+
+// Keeps the place of this input among those that link to a node of a scene.
+void Input::linkTo(INode* node) {
+    auto* scene = node ? static_cast<Scene*>(node->scene()) : nullptr;
+    if (!scene && !m_extras) return;
+    Link& link = extras().link;
+    if (link.table) link.table->remove(link);
+    if (!scene) return;
+    link.input = this;
+    scene->links().add(link, node);
+}
+
+// The node leaves the scene, so that even a read-only input lets it go.
+void Input::clearLink() {
+    Value before(static_cast<INode*>(nullptr));
+    linkTo(nullptr);
+    std::swap(m_value, before);
+    changed(std::move(before));
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "base/string.h"
+#include "base/vector.h"
+#include "sdk/interfaces/forward.h"
+
+// The list of inputs that a node or an object owns. A long list carries an index by name, which
+// hangs off its first input, so that the list stays a plain vector.
+namespace qv::kelvo_sdk::impl {
+
+/// Returns the first input of that name without regard to case, null when there is none.
+[[nodiscard]] interfaces::IInput* findInList(const ds::Vector<interfaces::IInput*>& inputs,
+                                             const String& name) noexcept;
+
+/// Adds an input at the end.
+void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input);
+
+/// Removes every occurrence of the pointer, keeping the order; false when there is none.
+bool removeFromList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input);
+
+} // namespace qv::kelvo_sdk::impl

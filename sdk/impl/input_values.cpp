@@ -1,0 +1,269 @@
+#include "sdk/impl/input.h"
+
+#include "sdk/impl/conversion.h"
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/value_text.h"
+#include "sdk/interfaces/i_scene.h"
+
+#include "base/log.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_sdk::impl {
+
+Value Input::defaultValue() const {
+    Value value;
+    if (details() && convertValue(details()->defaultValue, type(), value)) return value;
+    return Value::zero(type());
+}
+
+// Tells whether a value of the input's kind may be stored, and logs why not.
+bool Input::writable(const Value& value) const {
+    if (m_readOnly) {
+        logWarning("Cannot set input '%s': it is read-only.", path().buf());
+        return false;
+    }
+    if (!details() || details()->accepts(value)) return true;
+    logWarning("Cannot set input '%s' to '%s': the value is out of range or not among the choices.",
+               path().buf(), valueToText(value).buf());
+    return false;
+}
+
+// Stores a value of the input's kind and tells everyone what was there before.
+bool Input::store(Value value) {
+    if (m_value == value) return true;
+    if (!writable(value)) return false;
+    if (type() == AttrType::Node) linkTo(value.asNode());
+    std::swap(m_value, value);
+    changed(std::move(value));
+    return true;
+}
+
+void Input::changed(Value before) {
+    dropHash();
+    if (!m_node) return;
+    AttrData previous(type());
+    previous.elementType = elementType();
+    previous.dataType = static_cast<DataType>(m_dataType);
+    previous.silent = m_silent;
+    previous.readOnly = m_readOnly;
+    previous.value = std::move(before);
+    m_node->onInputChanged(this, &previous);
+}
+
+bool Input::setValue(const Value& value) {
+    if (value.type() == AttrType::Buffer && type() == AttrType::Buffer) {
+        const auto declared = static_cast<DataType>(m_dataType);
+        const DataType given = value.asBuffer().type();
+        if (declared != DataType::Null && given != declared) return false;
+        return store(value);
+    }
+    if (value.type() == type()) return value.isNull() ? false : store(value);
+    Value converted;
+    return convertValue(value, type(), converted) && store(std::move(converted));
+}
+
+template<typename T>
+bool Input::setPlain(AttrType kind, const T& value) {
+    if (type() == kind) return store(Value(value));
+    return setValue(Value(value));
+}
+
+bool Input::setBool(bool value) {
+    return setPlain(AttrType::Bool, value);
+}
+bool Input::setInt(i64 value) {
+    return setPlain(AttrType::Int, value);
+}
+bool Input::setUInt(u64 value) {
+    return setPlain(AttrType::UInt, value);
+}
+bool Input::setReal(double value) {
+    return setPlain(AttrType::Real, value);
+}
+bool Input::setVec2(const math::Vec2d& value) {
+    return setPlain(AttrType::Vec2, value);
+}
+bool Input::setVec3(const math::Vec3d& value) {
+    return setPlain(AttrType::Vec3, value);
+}
+bool Input::setVec4(const math::Vec4d& value) {
+    return setPlain(AttrType::Vec4, value);
+}
+bool Input::setPos2(const math::Pos2d& value) {
+    return setPlain(AttrType::Pos2, value);
+}
+bool Input::setPos3(const math::Pos3d& value) {
+    return setPlain(AttrType::Pos3, value);
+}
+bool Input::setQuat(const math::Quatd& value) {
+    return setPlain(AttrType::Quat, value);
+}
+bool Input::setRgba(const math::Rgbad& value) {
+    return setPlain(AttrType::Rgba, value);
+}
+bool Input::setMat3(const math::Mat3d& value) {
+    return setPlain(AttrType::Mat3, value);
+}
+bool Input::setMat4(const math::Mat4d& value) {
+    return setPlain(AttrType::Mat4, value);
+}
+
+bool Input::setString(String value) {
+    if (type() == AttrType::String) return store(Value(std::move(value)));
+    if (type() == AttrType::Node) {
+        if (value.isEmpty()) return setNode(nullptr);
+        interfaces::IScene* scene = m_node ? m_node->scene() : nullptr;
+        INode* node = scene ? scene->findNode(std::move(value)) : nullptr;
+        return node && setNode(node);
+    }
+    Value read;
+    return valueFromText(value, type(), dataType(), read) && setValue(read);
+}
+
+bool Input::setNode(INode* node) {
+    return type() == AttrType::Node && store(Value(node));
+}
+
+bool Input::setBuffer(BufferView value) {
+    if (type() != AttrType::Buffer) return false;
+    if (value.count != 0 && (!value.data || value.type == DataType::Null)) return false;
+    return setValue(Value(Buffer(value.type, value.data, value.count)));
+}
+
+// Answers the value that a read starts from: of the input's kind, stored here or evaluated.
+bool Input::currentValue(bool evaluate, void* ctx, Value& scratch, const Value*& out) const {
+    Output* source = evaluate ? sourceOutput() : nullptr;
+    out = &m_value;
+    if (!source) return true;
+    if (!source->evaluate(ctx)) return false;
+    out = &source->value();
+    if (out->type() == type()) return true;
+    out = &scratch;
+    return convertValue(source->value(), type(), scratch);
+}
+
+template<typename T, typename Get>
+bool Input::readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const {
+    if (type() == kind && !(evaluate && m_extras && m_extras->source)) {
+        out = get(m_value);
+        return true;
+    }
+    Value scratch;
+    const Value* value = nullptr;
+    if (!currentValue(evaluate, ctx, scratch, value)) return false;
+    if (value->type() == kind) {
+        out = get(*value);
+        return true;
+    }
+    Value converted;
+    if (!convertValue(*value, kind, converted)) return false;
+    out = get(converted);
+    return true;
+}
+
+bool Input::readBool(bool& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Bool, out, evaluate, ctx, [](const Value& v) { return v.asBool(); });
+}
+bool Input::readInt(i64& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Int, out, evaluate, ctx, [](const Value& v) { return v.asInt(); });
+}
+bool Input::readUInt(u64& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::UInt, out, evaluate, ctx, [](const Value& v) { return v.asUInt(); });
+}
+bool Input::readReal(double& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Real, out, evaluate, ctx, [](const Value& v) { return v.asReal(); });
+}
+
+namespace {
+
+// The maths types are their doubles, in order.
+template<typename T>
+T fromReals(const Value& value) noexcept {
+    static_assert(sizeof(T) % sizeof(double) == 0 && std::is_trivially_copyable_v<T>);
+    T result;
+    std::copy_n(reinterpret_cast<const char*>(value.reals()), sizeof(T),
+                reinterpret_cast<char*>(&result));
+    return result;
+}
+
+} // namespace
+
+bool Input::readVec2(math::Vec2d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Vec2, out, evaluate, ctx, fromReals<math::Vec2d>);
+}
+bool Input::readVec3(math::Vec3d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Vec3, out, evaluate, ctx, fromReals<math::Vec3d>);
+}
+bool Input::readVec4(math::Vec4d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Vec4, out, evaluate, ctx, fromReals<math::Vec4d>);
+}
+bool Input::readPos2(math::Pos2d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Pos2, out, evaluate, ctx, fromReals<math::Pos2d>);
+}
+bool Input::readPos3(math::Pos3d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Pos3, out, evaluate, ctx, fromReals<math::Pos3d>);
+}
+bool Input::readQuat(math::Quatd& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Quat, out, evaluate, ctx, fromReals<math::Quatd>);
+}
+bool Input::readRgba(math::Rgbad& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Rgba, out, evaluate, ctx, fromReals<math::Rgbad>);
+}
+bool Input::readMat3(math::Mat3d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Mat3, out, evaluate, ctx, fromReals<math::Mat3d>);
+}
+bool Input::readMat4(math::Mat4d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Mat4, out, evaluate, ctx, fromReals<math::Mat4d>);
+}
+bool Input::readString(String& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::String, out, evaluate, ctx,
+                  [](const Value& v) { return v.asString(); });
+}
+bool Input::readNode(INode*& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Node, out, evaluate, ctx, [](const Value& v) { return v.asNode(); });
+}
+bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Buffer, out, evaluate, ctx, [](const Value& v) {
+        const Buffer& buffer = v.asBuffer();
+        return BufferView{buffer.type(), buffer.data(), buffer.count()};
+    });
+}
+
+bool Input::reset() {
+    if (isArray()) return clearInputs();
+    if (!isObject()) return type() != AttrType::Null && store(defaultValue());
+    bool done = true;
+    for (IInput* member : members())
+        done = member->reset() && done;
+    return done;
+}
+
+bool Input::isDefault() const {
+    if (sourceOutput() || stashed()) return false;
+    if (isArray()) return members().empty();
+    if (!isObject()) return m_value == defaultValue();
+    return std::ranges::all_of(members(), [](const IInput* member) { return member->isDefault(); });
+}
+
+void Input::stash() {
+    if (!stashed() && !isArray() && !isObject()) setStashed(m_value);
+}
+
+bool Input::unstash() {
+    if (!stashed()) return false;
+    const std::unique_ptr<Value> kept = std::move(m_extras->stash);
+    return setValue(*kept);
+}
+
+const Value* Input::stashed() const noexcept {
+    return m_extras ? m_extras->stash.get() : nullptr;
+}
+
+void Input::setStashed(Value value) {
+    extras().stash = std::make_unique<Value>(std::move(value));
+}
+
+} // namespace qv::kelvo_sdk::impl

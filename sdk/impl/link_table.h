@@ -1,0 +1,45 @@
+#pragma once
+
+#include "base/types.h"
+#include "sdk/interfaces/forward.h"
+
+#include <unordered_map>
+
+namespace qv::kelvo_sdk::impl {
+
+class Input;
+class LinkTable;
+
+/// The place of one input in the list of those that link to the same node; part of the input.
+struct Link {
+    Input* input = nullptr;
+    interfaces::INode* target = nullptr;
+    LinkTable* table = nullptr;
+    Link* previous = nullptr;
+    Link* next = nullptr;
+};
+
+/// Which inputs link to a node of the scene, so that removing it can clear them: one ring of links
+/// per node that is linked to, in order of linking. Adding and removing take constant time.
+class LinkTable {
+public:
+    LinkTable() = default;
+    /// Lets all links go; they keep their targets.
+    ~LinkTable();
+    LinkTable(const LinkTable&) = delete;
+    LinkTable& operator=(const LinkTable&) = delete;
+
+    /// Needs a link that is in no table.
+    void add(Link& link, interfaces::INode* target);
+    void remove(Link& link) noexcept;
+
+    /// Returns the input that has linked to the node for longest, null when none does.
+    [[nodiscard]] Input* first(const interfaces::INode* target) const noexcept;
+    /// Returns how many inputs link to the node, in linear time.
+    [[nodiscard]] u64 count(const interfaces::INode* target) const noexcept;
+
+private:
+    std::unordered_map<const interfaces::INode*, Link*> m_first;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "base/string.h"
+#include "base/vector.h"
+#include "sdk/interfaces/forward.h"
+
+namespace qv::kelvo_sdk::impl {
+
+class Input;
+
+/// Finds the first input of a name in a list, without regard to case, in constant time.
+class NameIndex {
+public:
+    explicit NameIndex(const ds::Vector<interfaces::IInput*>& inputs);
+
+    /// An earlier input of the same name stays the one that is found.
+    void add(Input* input);
+    [[nodiscard]] Input* find(const String& name) const noexcept;
+
+private:
+    [[nodiscard]] u64 slotOf(u64 hash, const String& name) const noexcept;
+    void grow();
+
+    // Open addressing; the size is a power of two, at most half full.
+    ds::Vector<Input*> m_slots;
+    u64 m_used = 0;
+};
+
+} // namespace qv::kelvo_sdk::impl

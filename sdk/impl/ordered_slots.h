@@ -1,0 +1,95 @@
+#pragma once
+
+#include "base/vector.h"
+
+#include <algorithm>
+#include <ranges>
+
+namespace qv::kelvo_sdk::impl {
+
+/// Pointers in order of insertion, each removed in constant time, amortised: a removed one leaves a
+/// hole, and holes are closed many at once. Who removes must know the slot; a pointer that moves
+/// when holes are closed is told by `moved(pointer, slot)`.
+template<typename T>
+class OrderedSlots {
+public:
+    [[nodiscard]] u64 size() const noexcept { return m_slots.size() - m_holes.size(); }
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+
+    /// Returns the slot of the new last pointer.
+    u64 add(T* pointer) {
+        m_slots.push_back(pointer);
+        return m_slots.size() - 1;
+    }
+
+    /// Needs a slot that holds a pointer.
+    template<typename Moved>
+    void remove(u64 slot, const Moved& moved) {
+        m_slots[slot] = nullptr;
+        if (slot + 1 == m_slots.size()) return dropLastSlots();
+        m_holes.insert(holesUpTo(slot), slot);
+        if (m_holes.size() > kMaxHoles || m_holes.size() * 2 >= m_slots.size()) compact(moved);
+    }
+
+    /// Takes the last pointer out; null when there is none.
+    [[nodiscard]] T* takeLast() noexcept {
+        if (m_slots.empty()) return nullptr;
+        T* last = m_slots.back();
+        dropLastSlots();
+        return last;
+    }
+
+    /// Returns the index-th pointer, null out of range.
+    [[nodiscard]] T* at(u64 index) const noexcept {
+        if (index >= size()) return nullptr;
+        // The k-th hole stands before the pointer sought if at most `index` pointers precede it.
+        const auto positions = std::views::iota(u64(0), m_holes.size());
+        const auto first =
+            std::ranges::partition_point(positions, [&](u64 k) { return m_holes[k] - k <= index; });
+        return m_slots[index + static_cast<u64>(first - positions.begin())];
+    }
+
+    /// Calls `visit(pointer)` in order. What is added meanwhile is visited too; nothing may be
+    /// removed meanwhile.
+    template<typename Visit>
+    void forEach(const Visit& visit) const {
+        for (u64 slot = 0; slot < m_slots.size(); ++slot) {
+            if (m_slots[slot]) visit(m_slots[slot]);
+        }
+    }
+
+private:
+    // Keeps the list of holes short enough to insert into.
+    static constexpr u64 kMaxHoles = 1024;
+
+    [[nodiscard]] u64 holesUpTo(u64 slot) const noexcept {
+        return static_cast<u64>(std::ranges::lower_bound(m_holes, slot) - m_holes.begin());
+    }
+
+    // Takes the last slot away, and the holes before it, so that the last slot is never a hole.
+    void dropLastSlots() noexcept {
+        m_slots.pop_back();
+        while (!m_holes.empty() && m_holes.back() + 1 == m_slots.size()) {
+            m_slots.pop_back();
+            m_holes.pop_back();
+        }
+    }
+
+    template<typename Moved>
+    void compact(const Moved& moved) {
+        u64 kept = m_holes.front();
+        for (u64 slot = kept; slot < m_slots.size(); ++slot) {
+            if (!m_slots[slot]) continue;
+            moved(*m_slots[slot], kept);
+            m_slots[kept++] = m_slots[slot];
+        }
+        m_slots.resize(kept);
+        m_holes.resize(0);
+    }
+
+    ds::Vector<T*> m_slots;
+    // Slots that hold nothing, ascending.
+    ds::Vector<u64> m_holes;
+};
+
+} // namespace qv::kelvo_sdk::impl

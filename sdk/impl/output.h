@@ -1,0 +1,84 @@
+#pragma once
+
+#include "sdk/impl/ordered_slots.h"
+#include "sdk/impl/value.h"
+#include "sdk/interfaces/i_output.h"
+
+#include <atomic>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInput;
+using interfaces::INode;
+using interfaces::IOutput;
+
+class Input;
+
+/// The one implementation of an output; the contract of its operations stands in `IOutput`.
+class QV_EXPORT Output final : public IOutput {
+public:
+    /// A new output with one reference, for the creator. It is in no list yet; nobody is told.
+    Output(INode* node, String name, AttrType type);
+    /// A buffer output.
+    Output(INode* node, String name, DataType type);
+    ~Output() override;
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    void incRef() override;
+    void decRef() override;
+
+    /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
+    IOutput* clone(INode* node) const;
+    /// For the owning node alone: the node is gone.
+    void clearNode() noexcept { m_node = nullptr; }
+    /// For the owning node alone: the output leaves it; every connection ends.
+    void removedFromNode();
+
+    /// Ends every connection, telling the nodes of the inputs.
+    void disconnectTargets();
+
+    [[nodiscard]] String name() const override { return m_name; }
+    [[nodiscard]] AttrType type() const override { return m_type; }
+    [[nodiscard]] String typeName() const override;
+    [[nodiscard]] INode* node() const override { return m_node; }
+    [[nodiscard]] String path() const override;
+    [[nodiscard]] bool hasDataType(DataType type) const override;
+    [[nodiscard]] u64 targetCount() const override;
+    [[nodiscard]] IInput* target(u64 index) const override;
+    [[nodiscard]] DataType dataType() const override { return m_dataType; }
+    [[nodiscard]] const String& ownName() const noexcept { return m_name; }
+    [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
+
+    /// Calls `visit(const Input&)` for each target in order.
+    template<typename Visit>
+    void forEachTarget(const Visit& visit) const {
+        m_targets.forEach([&](const Input* input) { visit(*input); });
+    }
+
+    /// Returns the value last produced or set; Null when there was none.
+    [[nodiscard]] const Value& value() const noexcept { return m_value; }
+    /// Sets the value of an output that no callback produces; false when it is of another kind.
+    bool setValue(Value value);
+    /// Produces the value: by the node's eval callback, else the value set. False, and for an
+    /// endless evaluation an error line, when there is none. One thread at a time evaluates a given
+    /// output.
+    bool evaluate(void* callerCtx);
+
+private:
+    friend class Input;
+
+    u64 addTarget(Input* input) { return m_targets.add(input); }
+    void removeTarget(u64 slot);
+
+    std::atomic<i32> m_refCount = 1;
+    AttrType m_type;
+    DataType m_dataType = DataType::Null;
+    INode* m_node;
+    String m_name;
+    u64 m_nameHash;
+    Value m_value;
+    OrderedSlots<Input> m_targets;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,160 @@
+#include "sdk/eval_ctx.h"
+#include "sdk/impl/input.h"
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+#include "tests/support/log_capture.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::LogCapture;
+
+// out = in + 1
+bool addOne(EvalCtx* ctx, void* out) {
+    double value = 0;
+    const INode* node = ctx->node();
+    if (!node->input(String("in"))->readReal(value, true, ctx)) return false;
+    *static_cast<double*>(out) = value + 1;
+    return true;
+}
+
+// Follows the link "other" and asks its output, round and round.
+bool askOther(EvalCtx* ctx, void* /*out*/) {
+    INode* other = nullptr;
+    const INode* node = ctx->node();
+    node->input(String("other"))->readNode(other, true, ctx);
+    return static_cast<Output*>(other->output(String("out")))->evaluate(ctx);
+}
+
+class OutputTest : public testing::Test {
+protected:
+    OutputTest() {
+        m_library->setCallbacks("adder", {nullptr, nullptr, addOne, modifies, nullptr, nullptr});
+        m_library->setCallbacks("asker", {nullptr, nullptr, askOther, modifies, nullptr, nullptr});
+    }
+    // Makes a set of callbacks complete.
+    static bool modifies(INode*, INode*) { return false; }
+
+    Node* makeNode(const char* type, const char* name) {
+        auto* node = static_cast<Node*>(m_scene->createNode(type, name));
+        EXPECT_TRUE(node->initLibInfo(m_library.get()));
+        node->createInput("in", AttrType::Real);
+        node->createOutput("out", AttrType::Real);
+        return node;
+    }
+    static Output* out(Node* node) { return static_cast<Output*>(node->output(String("out"))); }
+
+    RefersTo<LibInfo> m_library = RefersTo<LibInfo>::adopt(new LibInfo);
+    RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
+    Node m_plain{nullptr, "thing", "plain"};
+};
+
+TEST_F(OutputTest, New_KnowsKindNodeAndPath) {
+    IOutput* real = m_plain.createOutput("size", AttrType::Real);
+    EXPECT_EQ(real->type(), AttrType::Real);
+    EXPECT_EQ(real->node(), &m_plain);
+    EXPECT_STREQ(real->path().buf(), "plain.size");
+    EXPECT_STREQ(real->typeName().buf(), "Real");
+    EXPECT_EQ(real->dataType(), DataType::Null);
+    EXPECT_FALSE(real->hasDataType(DataType::Null));
+}
+
+TEST_F(OutputTest, BufferOutput_KnowsItsElementType) {
+    IOutput* buffer = m_plain.createOutput("samples", DataType::Float);
+    EXPECT_EQ(buffer->type(), AttrType::Buffer);
+    EXPECT_TRUE(buffer->hasDataType(DataType::Float));
+    EXPECT_FALSE(buffer->hasDataType(DataType::Double));
+    EXPECT_STREQ(buffer->typeName().buf(), "Buffer<Float>");
+}
+
+TEST_F(OutputTest, SetValue_ConvertsOrRefuses) {
+    auto* real = static_cast<Output*>(m_plain.createOutput("size", AttrType::Real));
+    EXPECT_TRUE(real->value().isNull());
+    EXPECT_TRUE(real->setValue(i64(3)));
+    EXPECT_EQ(real->value(), Value(3.0));
+    EXPECT_FALSE(real->setValue(math::Vec3d{1, 2, 3}));
+    EXPECT_EQ(real->value(), Value(3.0));
+}
+
+TEST_F(OutputTest, NullKind_TakesNoValue) {
+    auto* null = static_cast<Output*>(m_plain.createOutput("n", AttrType::Null));
+    EXPECT_FALSE(null->setValue(Value()));
+    EXPECT_FALSE(null->setValue(1.0));
+    EXPECT_FALSE(null->evaluate(nullptr));
+}
+
+TEST_F(OutputTest, Clone_KeepsKindAndValueAndHasNoTargets) {
+    auto* real = static_cast<Output*>(m_plain.createOutput("size", AttrType::Real));
+    real->setValue(2.0);
+    m_plain.createInput("in", AttrType::Real);
+    Node other(nullptr, "thing", "other");
+    other.createInput("in", AttrType::Real)->connect(real);
+    const auto copy = RefersTo<IOutput>::adopt(real->clone(&other));
+    EXPECT_EQ(copy->node(), &other);
+    EXPECT_STREQ(copy->name().buf(), "size");
+    EXPECT_EQ(copy->targetCount(), 0u);
+    EXPECT_EQ(static_cast<Output&>(*copy).value(), Value(2.0));
+}
+
+TEST_F(OutputTest, Evaluation_AsksTheNodesCallback) {
+    Node* a = makeNode("adder", "a");
+    Node* b = makeNode("adder", "b");
+    a->input(String("in"))->setReal(1);
+    b->input(String("in"))->connect(out(a));
+    EXPECT_TRUE(out(b)->evaluate(nullptr));
+    EXPECT_EQ(out(b)->value(), Value(3.0));
+    EXPECT_EQ(out(a)->value(), Value(2.0));
+}
+
+TEST_F(OutputTest, Evaluation_ThatFailsUpstream_Fails) {
+    Node* b = makeNode("adder", "b");
+    b->input(String("in"))->connect(m_plain.createOutput("size", AttrType::Real));
+    EXPECT_FALSE(out(b)->evaluate(nullptr));
+}
+
+TEST_F(OutputTest, EndlessEvaluation_IsAnErrorLineWithItsPath) {
+    Node* a = makeNode("asker", "a");
+    Node* b = makeNode("asker", "b");
+    a->createInput("other", AttrType::Node)->setNode(b);
+    b->createInput("other", AttrType::Node)->setNode(a);
+    IInput* reader = m_plain.createInput("in", AttrType::Real);
+    reader->connect(out(a));
+    const LogCapture log;
+    double value = 7;
+    EXPECT_FALSE(reader->readReal(value, true, nullptr));
+    EXPECT_EQ(value, 7);
+    EXPECT_EQ(log.text(), "error: Endless evaluation: a.out -> b.out -> a.out.\n");
+}
+
+TEST_F(OutputTest, DeepChain_EndsInAnErrorNotInAnOverflow) {
+    Node* last = makeNode("adder", "n");
+    for (int i = 0; i < 5000; ++i) {
+        Node* next = makeNode("adder", "n");
+        next->input(String("in"))->connect(out(last));
+        last = next;
+    }
+    const LogCapture log;
+    EXPECT_FALSE(out(last)->evaluate(nullptr));
+    EXPECT_NE(log.text().find("error: Endless evaluation: "), std::string::npos);
+}
+
+TEST_F(OutputTest, Callback_SeesTheCallersPointer) {
+    static void* seen = nullptr;
+    const auto note = [](EvalCtx* ctx, void*) {
+        seen = ctx->user();
+        return true;
+    };
+    m_library->setCallbacks("noter", {nullptr, nullptr, note, modifies, nullptr, nullptr});
+    Node* node = makeNode("noter", "n");
+    int mine = 0;
+    EvalCtx first(&mine);
+    EXPECT_TRUE(out(node)->evaluate(&first));
+    EXPECT_EQ(seen, &mine);
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
