@@ -1,0 +1,85 @@
+#include "sdk/impl/node_table.h"
+
+#include <charconv>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+struct NumberedName {
+    String stem;
+    u64 number = 0;
+};
+
+// "lamp12" is "lamp" and 12. Numbers too long to count on belong to the stem.
+NumberedName splitNumber(const String& name) {
+    const std::string_view text = name.view();
+    const u64 end = text.find_last_not_of("0123456789") + 1;
+    const std::string_view digits = text.substr(end);
+    if (digits.empty() || digits.size() > 9) return {name, 0};
+    NumberedName result{String(text.substr(0, end)), 0};
+    std::from_chars(digits.data(), digits.data() + digits.size(), result.number);
+    return result;
+}
+
+String withNumber(const String& stem, u64 number) {
+    char digits[20];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    return stem + std::string_view(digits, static_cast<std::size_t>(end - digits));
+}
+
+} // namespace
+
+Node* NodeTable::find(const String& name) const noexcept {
+    const auto entry = m_byName.find(name);
+    return entry == m_byName.end() ? nullptr : entry->second.node;
+}
+
+Node* NodeTable::at(u64 index) const noexcept {
+    const Entry* entry = m_order.at(index);
+    return entry ? entry->node : nullptr;
+}
+
+void NodeTable::add(const String& name, Node* node) {
+    const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node, 0});
+    try {
+        entry->second.slot = m_order.add(&entry->second);
+    } catch (...) {
+        m_byName.erase(entry);
+        throw;
+    }
+}
+
+Node* NodeTable::remove(const String& name) {
+    const auto entry = m_byName.find(name);
+    if (entry == m_byName.end()) return nullptr;
+    Node* node = entry->second.node;
+    m_order.remove(entry->second.slot, [](Entry& moved, u64 slot) { moved.slot = slot; });
+    m_byName.erase(entry);
+    const NumberedName freed = splitNumber(name);
+    const auto next = m_nextNumber.find(freed.stem);
+    if (next != m_nextNumber.end() && freed.number != 0 && freed.number < next->second)
+        next->second = freed.number;
+    return node;
+}
+
+void NodeTable::rename(const String& from, const String& to) {
+    auto entry = m_byName.extract(from);
+    entry.key() = to;
+    m_byName.insert(std::move(entry));
+}
+
+String NodeTable::freeName(const String& name) const {
+    if (!taken(name)) return name;
+    const NumberedName parts = splitNumber(name);
+    u64& next = m_nextNumber.try_emplace(parts.stem, 1).first->second;
+    u64 number = std::max(next, parts.number + 1);
+    const bool countsAll = number == next;
+    String candidate = withNumber(parts.stem, number);
+    while (taken(candidate))
+        candidate = withNumber(parts.stem, ++number);
+    if (countsAll) next = number;
+    return candidate;
+}
+
+} // namespace qv::kelvo_sdk::impl

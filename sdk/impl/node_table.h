@@ -1,0 +1,63 @@
+#pragma once
+
+#include "base/string.h"
+#include "sdk/impl/ordered_slots.h"
+
+#include <memory>
+#include <unordered_map>
+
+namespace qv::kelvo_sdk::impl {
+
+class Node;
+
+/// The nodes of a scene in creation order, by position and by name without regard to case, each in
+/// constant time. Holds pointers only; the scene keeps the references.
+class NodeTable {
+public:
+    [[nodiscard]] u64 size() const noexcept { return m_order.size(); }
+    [[nodiscard]] Node* find(const String& name) const noexcept;
+    [[nodiscard]] Node* at(u64 index) const noexcept;
+
+    /// Needs a name that is free.
+    void add(const String& name, Node* node);
+    /// Returns the node that had the name, null if none.
+    Node* remove(const String& name);
+    /// Needs a node of that name, and a new name that is free or the same but for its case.
+    void rename(const String& from, const String& to);
+
+    /// Returns `name` if it is free, else the next free name: the same with a number at its end.
+    [[nodiscard]] String freeName(const String& name) const;
+
+    /// Calls `visit(Node*)` in order; what is added meanwhile is visited too, nothing may be
+    /// removed.
+    template<typename Visit>
+    void forEach(const Visit& visit) const {
+        m_order.forEach([&](const Entry* entry) { visit(entry->node); });
+    }
+
+private:
+    struct Entry {
+        Node* node;
+        u64 slot;
+    };
+    struct FoldedHash {
+        std::size_t operator()(const String& name) const noexcept { return name.foldedHash(); }
+    };
+    struct FoldedEqual {
+        bool operator()(const String& a, const String& b) const noexcept {
+            return a.equalsNoCase(b);
+        }
+    };
+    template<typename T>
+    using ByName = std::unordered_map<String, T, FoldedHash, FoldedEqual>;
+
+    [[nodiscard]] bool taken(const String& name) const { return m_byName.contains(name); }
+
+    // The map's entries stay where they are, so that the order can point at them.
+    ByName<Entry> m_byName;
+    OrderedSlots<Entry> m_order;
+    // By name without its number: no lower number is free. Saves counting up from the start.
+    mutable ByName<u64> m_nextNumber;
+};
+
+} // namespace qv::kelvo_sdk::impl

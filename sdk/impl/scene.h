@@ -1,0 +1,127 @@
+#pragma once
+
+#include "base/string_vector.h"
+#include "sdk/impl/link_table.h"
+#include "sdk/impl/node_table.h"
+#include "sdk/impl/scene_comments.h"
+#include "sdk/interfaces/i_scene.h"
+#include "sdk/interfaces/scene_observer.h"
+
+#include <atomic>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInput;
+using interfaces::INode;
+using interfaces::IOutput;
+using interfaces::IScene;
+using interfaces::SceneObserver;
+
+class Node;
+
+/// The one implementation of a scene; the contract of its operations stands in `IScene`.
+///
+///     Nodes          scene_nodes.cpp    created, found, renamed, removed
+///     Edits          scene_edit.cpp     steps and groups
+///     Undo           scene_undo.cpp     the queries
+///     Dirty state    scene_dirty.cpp    of the scene
+///     Notifications  scene_notify.cpp   passed on to scene observers
+///
+/// What its nodes tell it is virtual, so that an application may listen in by deriving.
+class QV_EXPORT Scene : public IScene {
+public:
+    Scene();
+    /// Lets all nodes go; those held elsewhere stay, without a scene.
+    ~Scene() override;
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    void incRef() override;
+    void decRef() override;
+
+    // ---- Nodes -----------------------------------------------------------------------------
+    // Names are unique without regard to case.
+
+    [[nodiscard]] INode* findNode(String name) override;
+    INode* createNode(String type, String name) override;
+    /// Takes a free-standing node in, at the end; its name gets a number if it is taken. The scene
+    /// takes a reference of its own.
+    bool addNode(Node* node);
+    bool removeNode(INode* node) override;
+    bool renameNode(INode* node, String name) override;
+    void clear() override;
+    [[nodiscard]] u64 nodeCount() const override;
+    [[nodiscard]] INode* node(u64 index) const override;
+    /// Calls `visit(INode*)` for each node in creation order.
+    template<typename Visit>
+    void forEachNode(const Visit& visit) const {
+        m_nodes.forEach(visit);
+    }
+    /// Returns `name`, or the next free name made from it by a number.
+    [[nodiscard]] String freeName(const String& name) const;
+    /// Returns a copy of the node, added to the scene; `deep` copies what it depends on too.
+    virtual INode* cloneNode(INode* node, bool deep);
+    virtual INode* convertNode(INode* node, String type);
+
+    // ---- Edits -----------------------------------------------------------------------------
+
+    void beginEdit() override;
+    void recordEdit(String doText, String undoText) override;
+    void beginEditGroup() override;
+    void endEditGroup() override;
+
+    // ---- Undo ------------------------------------------------------------------------------
+    // Nothing is recorded: both queries answer false.
+
+    [[nodiscard]] bool undoEnabled() override;
+    [[nodiscard]] bool undoInProgress() override;
+
+    // ---- Dirty state -----------------------------------------------------------------------
+
+    /// Tells the scene that it changed, or (false) that its present state counts as clean.
+    virtual void setDirty(bool dirty = true);
+    [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
+    /// Tells whether the scene keeps every node's flag true to its dependencies.
+    [[nodiscard]] virtual bool isDirtyStateCached() const;
+
+    // ---- Notifications ---------------------------------------------------------------------
+
+    bool subscribe(SceneObserver* observer) override;
+    bool unsubscribe(SceneObserver* observer) override;
+    virtual void notifyInputAdded(const IInput* input);
+    virtual void notifyOutputAdded(const IOutput* output);
+    virtual void notifyInputChanged(const IInput* input, const AttrData* previous);
+    virtual void notifyInputRemoved(const IInput* input);
+    virtual void notifyOutputRemoved(const IOutput* output);
+    virtual void notifyInputConnected(const IInput* input, const IOutput* before,
+                                      const IOutput* after);
+
+    /// The links to each node, kept by the inputs.
+    [[nodiscard]] LinkTable& links() noexcept { return m_links; }
+    /// What a reader found beside the contents, for the writer.
+    [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
+    [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
+
+private:
+    // Tells those that subscribed before and are still there when their turn comes.
+    template<typename Tell>
+    void tellObservers(const Tell& tell) {
+        if (m_observers.empty()) return;
+        const ds::Vector<SceneObserver*> snapshot = m_observers;
+        for (SceneObserver* observer : snapshot) {
+            if (m_observers.contains(observer)) tell(*observer);
+        }
+    }
+    void clearReferences(Node& node);
+
+    std::atomic<i32> m_refCount = 1;
+    NodeTable m_nodes;
+    LinkTable m_links;
+    SceneComments m_comments;
+    ds::Vector<SceneObserver*> m_observers;
+    u32 m_editDepth = 0;
+    u32 m_groupDepth = 0;
+    bool m_dirty = false;
+};
+
+} // namespace qv::kelvo_sdk::impl

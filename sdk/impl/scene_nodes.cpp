@@ -1,0 +1,145 @@
+#include "sdk/impl/scene.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/scene.h"
+
+#include "base/log.h"
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk {
+
+Scene Scene::create() {
+    return Scene(adoptRef, new impl::Scene);
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool checkNodeName(const String& name, const char* what) {
+    if (name.isSimpleCID()) return true;
+    logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
+    return false;
+}
+
+// Ends every connection of an input and of what it holds.
+void disconnectAll(IInput& input) {
+    input.disconnect();
+    for (u64 i = 0; i < input.inputCount(); ++i)
+        disconnectAll(*input.input(i));
+}
+
+} // namespace
+
+Scene::Scene() = default;
+
+Scene::~Scene() {
+    // None may reach the scene any more, whatever their ends set off in others.
+    m_nodes.forEach([](Node* node) { node->setScene(nullptr); });
+    m_nodes.forEach([](Node* node) { node->decRef(); });
+}
+
+void Scene::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Scene::decRef() {
+    if (m_refCount.fetch_sub(1) == 1) delete this;
+}
+
+INode* Scene::findNode(String name) {
+    return m_nodes.find(name);
+}
+
+INode* Scene::createNode(String type, String name) {
+    if (!checkNodeName(type, "type") || !checkNodeName(name, "name")) return nullptr;
+    auto node = RefersTo<Node>::adopt(new Node(this, std::move(type), m_nodes.freeName(name)));
+    return addNode(node.get()) ? node.get() : nullptr;
+}
+
+bool Scene::addNode(Node* node) {
+    String name = node->name();
+    if (!checkNodeName(name, "name") || m_nodes.find(name) == node) return false;
+    String free = m_nodes.freeName(name);
+    m_nodes.add(free, node);
+    node->incRef();
+    node->setScene(this);
+    if (!free.equals(name)) node->setName(std::move(free));
+    setDirty();
+    tellObservers([node](SceneObserver& observer) { observer.nodeAdded(node); });
+    return true;
+}
+
+bool Scene::removeNode(INode* node) {
+    if (!node || m_nodes.find(node->name()) != node) return false;
+    auto* removed = static_cast<Node*>(node);
+    clearReferences(*removed);
+    const RefersTo<Node> held(adoptRef, m_nodes.remove(removed->name()));
+    if (!held) return true; // An observer of the references was faster.
+    m_comments.remove(removed);
+    setDirty();
+    removed->notifyRemoved();
+    tellObservers([removed](SceneObserver& observer) { observer.nodeRemoved(removed); });
+    removed->setScene(nullptr);
+    return true;
+}
+
+// Observers may link to the node again while they are told; each link is cleared once.
+void Scene::clearReferences(Node& node) {
+    for (u64 left = m_links.count(&node); left > 0; --left) {
+        if (Input* input = m_links.first(&node)) input->clearLink();
+    }
+    for (u64 i = 0; i < node.inputCount(); ++i)
+        disconnectAll(*node.input(i));
+    for (u64 i = 0; i < node.outputCount(); ++i)
+        static_cast<Output*>(node.output(i))->disconnectTargets();
+}
+
+bool Scene::renameNode(INode* node, String name) {
+    if (!node || m_nodes.find(node->name()) != node) return false;
+    if (!checkNodeName(name, "name")) return false;
+    auto* renamed = static_cast<Node*>(node);
+    const String before = renamed->name();
+    if (before.equals(name)) return true;
+    String after = before.equalsNoCase(name) ? name : m_nodes.freeName(name);
+    m_nodes.rename(before, after);
+    renamed->setName(after);
+    setDirty();
+    renamed->notifyRenamed(after);
+    tellObservers([&](SceneObserver& observer) { observer.nodeRenamed(renamed, before); });
+    return true;
+}
+
+void Scene::clear() {
+    while (Node* last = m_nodes.at(m_nodes.size() - 1))
+        removeNode(last);
+}
+
+u64 Scene::nodeCount() const {
+    return m_nodes.size();
+}
+
+INode* Scene::node(u64 index) const {
+    return m_nodes.at(index);
+}
+
+String Scene::freeName(const String& name) const {
+    return m_nodes.freeName(name);
+}
+
+INode* Scene::cloneNode(INode* node, bool /*deep*/) {
+    const auto copy =
+        RefersTo<Node>::adopt(static_cast<Node*>(node)->clone(this, freeName(node->name())));
+    return addNode(copy.get()) ? copy.get() : nullptr;
+}
+
+INode* Scene::convertNode(INode* /*node*/, String /*type*/) {
+    return nullptr;
+}
+
+} // namespace qv::kelvo_sdk::impl

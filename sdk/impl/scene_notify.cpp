@@ -1,0 +1,49 @@
+#include "sdk/impl/scene.h"
+
+// ---- Notifications -------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+bool Scene::subscribe(SceneObserver* observer) {
+    if (m_observers.contains(observer)) return false;
+    m_observers.push_back(observer);
+    return true;
+}
+
+bool Scene::unsubscribe(SceneObserver* observer) {
+    return m_observers.removeAll(observer);
+}
+
+void Scene::notifyInputAdded(const IInput* input) {
+    setDirty();
+    tellObservers([=](SceneObserver& observer) { observer.inputAdded(input); });
+}
+
+void Scene::notifyOutputAdded(const IOutput* output) {
+    setDirty();
+    tellObservers([=](SceneObserver& observer) { observer.outputAdded(output); });
+}
+
+void Scene::notifyInputChanged(const IInput* input, const AttrData* previous) {
+    setDirty();
+    tellObservers([=](SceneObserver& observer) { observer.inputChanged(input, previous); });
+}
+
+void Scene::notifyInputRemoved(const IInput* input) {
+    m_comments.remove(input);
+    setDirty();
+    tellObservers([=](SceneObserver& observer) { observer.inputRemoved(input); });
+}
+
+void Scene::notifyOutputRemoved(const IOutput* output) {
+    m_comments.remove(output);
+    setDirty();
+    tellObservers([=](SceneObserver& observer) { observer.outputRemoved(output); });
+}
+
+void Scene::notifyInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
+    setDirty();
+    tellObservers([=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
+}
+
+} // namespace qv::kelvo_sdk::impl
