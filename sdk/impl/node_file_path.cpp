@@ -1,0 +1,86 @@
+// ---- File paths ------------------------------------------------------------------------
+// String inputs "dir", "file" and "ext" make a node stand for a file; they are all there is.
+
+#include "sdk/impl/node.h"
+
+#include "sdk/impl/known_names.h"
+#include "sdk/input.h"
+#include "sdk/interfaces/i_scene.h"
+
+#include "base/log.h"
+#include "base/path.h"
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+String withDot(String ext) {
+    return ext.isEmpty() || ext.startsWith(".", false) ? ext : String('.') + ext;
+}
+
+// A file name for the record of an edit: nothing without its first part.
+String fileName(const String& file, const String& ext) {
+    return file.isEmpty() ? String() : file + ext;
+}
+
+} // namespace
+
+bool Node::isPath() const {
+    const KnownNames& known = knownNames();
+    return hasInput(known.dir, AttrType::String) && hasInput(known.file, AttrType::String) &&
+           hasInput(known.ext, AttrType::String);
+}
+
+String Node::asPath() const {
+    if (!isPath()) {
+        logError("Cannot read node '%s' as a path.", m_name.buf());
+        return {};
+    }
+    const KnownNames& known = knownNames();
+    String dir, file, ext;
+    if (!lookUpInput(known.dir)->readString(dir, true, nullptr)) return {};
+    if (!lookUpInput(known.file)->readString(file, true, nullptr)) return {};
+    if (!lookUpInput(known.ext)->readString(ext, true, nullptr)) return {};
+    if (dir.isEmpty() && file.isEmpty()) return {};
+    return Path::join<String, String>(dir, file + withDot(std::move(ext)));
+}
+
+bool Node::setPath(String dir, String file, String ext) {
+    if (!isPath()) return false;
+    ext = withDot(std::move(ext));
+    const KnownNames& known = knownNames();
+    const kelvo_sdk::Input dirInput(input(known.dir));
+    const kelvo_sdk::Input fileInput(input(known.file));
+    const kelvo_sdk::Input extInput(input(known.ext));
+    const String newName = fileName(file, ext);
+    const String oldName =
+        fileName(fileInput.asString(false, nullptr), extInput.asString(false, nullptr));
+    if (m_scene) {
+        m_scene->beginEdit();
+        m_scene->beginEditGroup();
+    }
+    const auto record = [&] {
+        if (!m_scene) return;
+        m_scene->endEditGroup();
+        const String shown = label("auto");
+        m_scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
+                            String::format("%s = %s", shown.buf(), oldName.buf()));
+    };
+    bool done = false;
+    try {
+        done = extInput.setString(std::move(ext)) && fileInput.setString(std::move(file)) &&
+               dirInput.setString(std::move(dir));
+    } catch (...) {
+        record();
+        throw;
+    }
+    record();
+    return done;
+}
+
+bool Node::setPath(String path) {
+    const Path parts(std::move(path), true);
+    return setPath(parts.dir(), parts.file(false), parts.ext(true));
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,137 @@
+// ---- Input paths -----------------------------------------------------------------------
+// Inputs are matched without regard to case and searched into arrays and objects; outputs are
+// matched exactly, at the top level. Misses are silent. Only array elements are made on the
+// way.
+
+#include "sdk/impl/node.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/output.h"
+
+#include <charconv>
+#include <string_view>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Takes "[index]", as paths write it, off the front.
+bool takeIndex(std::string_view& path, u64& index) noexcept {
+    const u64 end = path.find(']');
+    if (path.empty() || path[0] != '[' || end == std::string_view::npos) return false;
+    const std::string_view digits = path.substr(1, end - 1);
+    if (digits.size() > 1 && digits[0] == '0') return false;
+    const char* last = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), last, index);
+    if (error != std::errc() || stop != last) return false;
+    path.remove_prefix(end + 1);
+    return true;
+}
+
+// Takes ".name" off the front.
+bool takeName(std::string_view& path, std::string_view& name) noexcept {
+    if (path.empty() || path[0] != '.') return false;
+    name = path.substr(1, path.find_first_of(".[", 1) - 1);
+    path.remove_prefix(1 + name.size());
+    return true;
+}
+
+IInput* memberNamed(IInput& object, std::string_view name) {
+    for (u64 i = 0; i < object.inputCount(); ++i) {
+        auto* member = static_cast<Input*>(object.input(i));
+        if (member->ownName().equalsNoCase(name)) return member;
+    }
+    return nullptr;
+}
+
+// Returns the input that the steps in `path` lead to from `input`: each step's text begins the path
+// text of all below it, so that only what it names need be searched.
+IInput* searchInput(IInput* input, std::string_view path) {
+    while (input && !path.empty()) {
+        u64 index = 0;
+        std::string_view name;
+        if (input->hasElementType(AttrType::Null) && takeIndex(path, index))
+            input = index < input->inputCount() ? input->input(index) : nullptr;
+        else if (input->isObject() && takeName(path, name))
+            input = memberNamed(*input, name);
+        else
+            return nullptr;
+    }
+    return input;
+}
+
+IInput* elementAt(IInput& array, i64 wanted) {
+    const u64 index = wanted < 0 ? array.inputCount() : static_cast<u64>(wanted);
+    while (array.inputCount() <= index) {
+        if (!array.appendElement()) return nullptr;
+    }
+    return array.input(index);
+}
+
+IInput* walkStep(IInput& from, const PathParser::Token& step) {
+    if (step.index == -1) {
+        return from.hasInput(step.text, AttrType::Null) ? from.input(step.text) : nullptr;
+    }
+    return from.hasElementType(AttrType::Null) ? elementAt(from, step.index) : nullptr;
+}
+
+} // namespace
+
+IInput* Node::input(String path) {
+    if (IInput* existing = findInputByName(path)) return existing;
+    return createInput(std::move(path), AttrType::Null);
+}
+
+IInput* Node::input(String path) const {
+    return findInputByName(std::move(path));
+}
+
+// Puts the node's name in front of a path that does not begin with it.
+String Node::fullPath(String path) const {
+    const String prefix = m_name + ".";
+    return path.startsWith(prefix, true) ? path : prefix + path;
+}
+
+IInput* Node::findInput(String path) const {
+    const String full = fullPath(std::move(path));
+    std::string_view rest = full.view().substr(m_name.size());
+    std::string_view name;
+    takeName(rest, name);
+    for (IInput* input : m_inputs) {
+        if (!static_cast<Input*>(input)->ownName().equalsNoCase(name)) continue;
+        if (IInput* found = searchInput(input, rest)) return found;
+    }
+    return nullptr;
+}
+
+IOutput* Node::findOutput(String path) const {
+    const String full = fullPath(std::move(path));
+    for (IOutput* output : m_outputs) {
+        if (full.equals(output->path())) return output;
+    }
+    return nullptr;
+}
+
+IInput* Node::parseInputPath(String path) {
+    if (path.isEmpty()) return nullptr;
+    // A path may begin with the node's type, or one of its bases, in place of its name.
+    const String head = path.toFirst('.', false);
+    if (head.equals(m_type) || m_bases.contains(head, true))
+        path = path.replace(head + ".", m_name + ".", false, false);
+    return parseInputPath(PathParser::parsePath(fullPath(std::move(path))));
+}
+
+// A first step that does not name this node names an input, and counts again as a step below it.
+IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
+    if (tokens.empty()) return nullptr;
+    const bool namesThis = m_name.equalsNoCase(tokens[0].text);
+    IInput* current = namesThis ? nullptr : lookUpInput(tokens[0].text);
+    if (!namesThis && !current) return nullptr;
+    for (u64 i = namesThis ? 1 : 0; i < tokens.size(); ++i) {
+        current = current ? walkStep(*current, tokens[i]) : lookUpInput(tokens[i].text);
+        if (!current) return nullptr;
+    }
+    return current;
+}
+
+} // namespace qv::kelvo_sdk::impl

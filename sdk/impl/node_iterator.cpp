@@ -1,0 +1,39 @@
+#include "sdk/impl/node_iterator.h"
+
+#include "sdk/impl/node_marks.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::INode;
+
+namespace {
+
+void dropRepeats(ds::Vector<INode*>& nodes) {
+    NodeMarks seen;
+    u64 kept = 0;
+    for (INode* node : nodes) {
+        if (seen.add(node, 0).isNew) nodes[kept++] = node;
+    }
+    nodes.resize(kept);
+}
+
+} // namespace
+
+NodeIterator::NodeIterator(ds::Vector<INode*> nodes, bool reverse, bool unique)
+    : m_nodes(std::move(nodes)) {
+    if (reverse) std::reverse(m_nodes.begin(), m_nodes.end());
+    if (unique) dropRepeats(m_nodes);
+}
+
+INode* NodeIterator::first() {
+    m_next = 0;
+    return next();
+}
+
+INode* NodeIterator::next() {
+    return m_next < m_nodes.size() ? m_nodes[m_next++] : nullptr;
+}
+
+} // namespace qv::kelvo_sdk::impl

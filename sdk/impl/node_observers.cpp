@@ -1,0 +1,27 @@
+// ---- Observers -------------------------------------------------------------------------
+// A list of borrowed pointers in order of subscription, touched only under the lock.
+
+#include "sdk/impl/node.h"
+
+namespace qv::kelvo_sdk::impl {
+
+bool Node::subscribe(NodeObserver* observer) {
+    const std::lock_guard lock(m_observerMutex);
+    if (m_observers.contains(observer)) return false;
+    m_observers.push_back(observer);
+    return true;
+}
+
+bool Node::unsubscribe(NodeObserver* observer) {
+    const std::lock_guard lock(m_observerMutex);
+    return m_observers.removeAll(observer);
+}
+
+bool Node::unsubscribeAll() {
+    const std::lock_guard lock(m_observerMutex);
+    const bool hadAny = !m_observers.empty();
+    m_observers.release();
+    return hadAny;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,155 @@
+// ---- State -----------------------------------------------------------------------------
+// Every change sets the flag before anyone hears of it. Only setDirty(false), and a query that
+// finds nothing dirty, clear it.
+
+#include "sdk/impl/node.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/known_names.h"
+#include "sdk/impl/node_iterator.h"
+#include "sdk/impl/node_marks.h"
+#include "sdk/impl/scene.h"
+#include "sdk/interfaces/i_output.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Visits nodes depth first, without recursion: chains may be longer than the stack is deep. What is
+// left to visit stands in reverse, so that the next comes off the end.
+class DependencyWalk {
+public:
+    DependencyWalk(ds::Vector<INode*>& out, bool downstream)
+        : m_out(out), m_downstream(downstream) {
+        for (const INode* node : out)
+            m_seen.add(node, 0);
+    }
+
+    void walk(INode* node) {
+        leaveFor(node);
+        visitAll();
+    }
+    void walk(IInput* input) {
+        if (input) leaveFor(*input);
+        visitAll();
+    }
+
+private:
+    // A node, or an input that holds others.
+    struct Step {
+        INode* node;
+        IInput* input;
+    };
+
+    void visitAll() {
+        while (!m_left.empty()) {
+            const Step step = m_left.back();
+            m_left.pop_back();
+            if (step.node)
+                visit(*step.node);
+            else
+                visitMembers(*step.input);
+        }
+    }
+
+    void visit(INode& node) {
+        if (!m_seen.add(&node, 0).isNew) return;
+        m_out.push_back(&node);
+        if (m_downstream) leaveReadersFor(node);
+        for (u64 i = node.inputCount(); i-- > 0;)
+            leaveFor(*node.input(i));
+    }
+
+    void visitMembers(IInput& input) {
+        leaveFor(sourceNode(input));
+        for (u64 i = input.inputCount(); i-- > 0;)
+            leaveFor(*input.input(i));
+    }
+
+    void leaveReadersFor(const INode& node) {
+        for (u64 i = node.outputCount(); i-- > 0;) {
+            const IOutput* output = node.output(i);
+            for (u64 k = output->targetCount(); k-- > 0;)
+                leaveFor(output->target(k)->node());
+        }
+    }
+
+    void leaveFor(IInput& input) {
+        const AttrType type = input.type();
+        if (type == AttrType::Array || type == AttrType::Object) {
+            m_left.push_back({nullptr, &input});
+            return;
+        }
+        leaveFor(sourceNode(input));
+        INode* linked = nullptr;
+        if (type == AttrType::Node && input.readNode(linked, false, nullptr)) leaveFor(linked);
+    }
+
+    void leaveFor(INode* node) {
+        if (node && !m_seen.contains(node)) m_left.push_back({node, nullptr});
+    }
+
+    static INode* sourceNode(const IInput& input) {
+        const IOutput* source = input.source();
+        return source ? source->node() : nullptr;
+    }
+
+    ds::Vector<INode*>& m_out;
+    bool m_downstream;
+    NodeMarks m_seen;
+    std::vector<Step> m_left;
+};
+
+} // namespace
+
+void findDeps(INode* node, ds::Vector<INode*>& out, bool downstream) {
+    DependencyWalk(out, downstream).walk(node);
+}
+
+void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
+    DependencyWalk(out, downstream).walk(input);
+}
+
+bool Node::dirty(bool deep) const {
+    if (m_dirty) return true;
+    if (m_scene && static_cast<const Scene*>(m_scene)->isDirtyStateCached()) return m_dirty;
+    if (deep) {
+        const auto nodes = RefersTo<NodeIterator>::adopt(dependencies(false, false));
+        for (const INode* node = nodes->first(); node && !m_dirty; node = nodes->next())
+            m_dirty = node->dirty(false);
+    }
+    return m_dirty;
+}
+
+void Node::setDirty(bool dirty) {
+    m_dirty = dirty;
+    if (dirty && m_scene) static_cast<Scene*>(m_scene)->setDirty(true);
+}
+
+NodeIterator* Node::dependencies(bool downstream, bool flag) const {
+    auto* self = const_cast<Node*>(this);
+    ds::Vector<INode*> found;
+    findDeps(self, found, downstream);
+    found.removeAll(self);
+    return new NodeIterator(std::move(found), flag, true);
+}
+
+u64 Node::hash(StringVector skip) const {
+    if (hasTypeIn(skip)) return 0;
+    const KnownNames& known = knownNames();
+    const bool isNameless = skip.indexOf(known.nodeName, false) != noIndex;
+    const bool isPathNode = hasType(known.path);
+    u64 seed = isNameless ? m_type.hash() : m_name.hash();
+    for (const IInput* next : m_inputs) {
+        const auto* input = static_cast<const Input*>(next);
+        if (isPathNode && input->ownName().equals(known.dir)) continue;
+        // The constant has 32 bits, and stays so: stored hashes depend on it.
+        if (const u64 h = input->hashWith(skip))
+            seed ^= h + 0x9e3779b9u + (seed << 6) + (seed >> 2);
+    }
+    return seed;
+}
+
+} // namespace qv::kelvo_sdk::impl
