@@ -1,0 +1,122 @@
+#!/usr/bin/env python3
+"""Writes docs/map.md: each source of the floors, what it is, the test that holds it.
+
+What a file is stands in the file itself: a room's heading, or the first sentence for users."""
+import pathlib
+import re
+import sys
+
+import tree_files
+
+TITLES = {"base": "Base", "sdk/interfaces": "Interfaces", "sdk": "Public handles",
+          "sdk/impl": "Implementation"}
+INTRODUCTION = """# Map of the tree
+
+Every source of the floors, with its room or what it is, and the test that holds it.
+Written by `tools/make_map.py`; run it after adding, moving or renaming a file.
+"""
+
+
+def unit_of(name):
+    return name.rsplit(".", 1)[0]
+
+
+def units(root):
+    """Returns {path without suffix: [its sources]} of the floors."""
+    found = {}
+    for name in tree_files.files(root, *tree_files.SOURCES):
+        if tree_files.floor_of(name):
+            found.setdefault(unit_of(name), []).append(name)
+    return found
+
+
+def comments_for_users(lines):
+    """Yields (text, the two lines below it) of each comment for users."""
+    text = []
+    for number, line in enumerate(lines):
+        comment = re.match(r"\s*///\s?(.*)$", line)
+        if comment:
+            text.append(comment[1].strip())
+        elif text:
+            yield " ".join(filter(None, text)), " ".join(lines[number:number + 2]).strip()
+            text = []
+
+
+def first_sentence(root, name):
+    """Returns a room's heading, else the first sentence of the comment for users on the class that
+    the file is named for, else of the first such comment, else ""."""
+    lines = tree_files.lines(root, name)
+    if lines and (heading := re.match(r"// -+ (.*?) -*$", lines[0])):
+        return heading[1].strip()
+    subject = unit_of(name).rsplit("/", 1)[1].replace("_", "")
+    comments = list(comments_for_users(lines))
+    chosen = [text for text, below in comments if re.search(rf"(?i)\b{subject}\b", below)
+              and re.match(r"template|class|struct|enum", below)]
+    text = (chosen or [text for text, _ in comments] or [""])[0]
+    sentence = re.split(r"(?<=[.:;])\s", text, maxsplit=1)[0]
+    return sentence.rstrip(".:;").replace("|", "\\|")
+
+
+def describe(root, names):
+    """The header says it, unless it says nothing; then the source."""
+    for name in sorted(names, key=lambda name: name.endswith(".cpp")):
+        if words := first_sentence(root, name):
+            return words
+    return unit_of(names[0]).rsplit("/", 1)[1].replace("_", " ").capitalize()
+
+
+def tests_of(root, unit):
+    """Returns the test of a unit and those that go on where it ends: unit_test.cpp, and
+    unit_x_test.cpp unless a unit of that name exists. A source that goes on where another ends
+    shares that one's test."""
+    folder, stem = unit.rsplit("/", 1)
+    home = root / "tests" / folder
+    own = home / f"{stem}_test.cpp"
+    more = [path for path in sorted(home.glob(f"{stem}_*_test.cpp"))
+            if not any((root / folder).glob(path.name.removesuffix("_test.cpp") + ".*"))]
+    found = ([own] if own.is_file() else []) + more
+    if not found and folder.endswith("interfaces") and stem.startswith("i_"):
+        found = [root / "tests" / "sdk" / "impl" / f"{stem[2:]}_test.cpp"]
+    tests = [path.relative_to(root).as_posix() for path in found if path.is_file()]
+    before = stem.rpartition("_")[0]
+    if not tests and before and not (root / f"{unit}.h").is_file():
+        return tests_of(root, f"{folder}/{before}")
+    return tests
+
+
+def tests_by_include(root, names):
+    """Returns the tests that include a header, nearest names first; at most three."""
+    headers = [name for name in names if name.endswith(".h")]
+    return [test for test in tree_files.files(root, "_test.cpp")
+            if any(f'#include "{header}"' in (root / test).read_text(encoding="utf-8")
+                   for header in headers)][:3]
+
+
+def write_map(root):
+    found = units(root)
+    text = [INTRODUCTION]
+    for floor, folder in enumerate(tree_files.FLOORS, 1):
+        here = sorted(unit for unit in found if tree_files.floor_of(found[unit][0]) == floor)
+        if not here:
+            continue
+        text.append(f"## Floor {floor}: {TITLES[folder]}, `{folder}/`\n")
+        text.append("| room or subject | files | test |\n|---|---|---|")
+        for unit in here:
+            files = ", ".join(f"`{name.rsplit('/', 1)[1]}`" for name in reversed(found[unit]))
+            tests = tests_of(root, unit) or tests_by_include(root, found[unit])
+            shown = ", ".join(f"`{test.removeprefix('tests/')}`" for test in tests)
+            text.append(f"| {describe(root, found[unit])} | {files} | {shown} |")
+        text.append("")
+    return "\n".join(text)
+
+
+def main(arguments):
+    root = pathlib.Path(arguments[0]).resolve() if arguments else tree_files.HOME
+    target, text = root / "docs" / "map.md", write_map(root)
+    target.parent.mkdir(exist_ok=True)
+    target.write_text(text, encoding="utf-8")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

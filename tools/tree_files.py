@@ -1,0 +1,43 @@
+"""What the checks of the tree share: its files, its floors, and how a finding reads."""
+import pathlib
+import subprocess
+import sys
+
+HOME = pathlib.Path(__file__).resolve().parent.parent
+FLOORS = ("base", "sdk/interfaces", "sdk", "sdk/impl")
+ROOF = ("tools", "bindings", "examples", "tests", "bench", "fuzz")
+SOURCES = (".h", ".cpp")
+LEFT_OUT = {".git", "build", "__pycache__"}
+
+
+def files(root, *suffixes):
+    """Returns the sorted paths, relative to `root`, of what git tracks or would track."""
+    command = ["git", "-C", str(root), "ls-files", "-z", "--cached", "--others",
+               "--exclude-standard"]
+    listing = subprocess.run(command, capture_output=True, text=True, check=False)
+    if listing.returncode == 0 and listing.stdout:
+        names = listing.stdout.split("\0")
+    else:
+        names = [path.relative_to(root).as_posix() for path in pathlib.Path(root).rglob("*")]
+    found = {name for name in names if name and not LEFT_OUT & set(name.split("/"))}
+    return sorted(name for name in found
+                  if (root / name).is_file() and (not suffixes or name.endswith(suffixes)))
+
+
+def floor_of(name):
+    """Returns the number of the floor a file stands on, from 1; None for the roof and the rest."""
+    folder = name.rsplit("/", 1)[0] if "/" in name else ""
+    inside = [floor for floor in FLOORS if folder == floor or folder.startswith(floor + "/")]
+    return FLOORS.index(max(inside, key=len)) + 1 if inside else None
+
+
+def lines(root, name):
+    return (root / name).read_text(encoding="utf-8", errors="replace").splitlines()
+
+
+def run_alone(check):
+    """The main program of a check that is started by itself: check_x.py [ROOT]."""
+    root = pathlib.Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else HOME
+    findings = check(root)
+    print("\n".join(findings) if findings else "ok")
+    return 1 if findings else 0
