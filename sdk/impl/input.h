@@ -17,6 +17,7 @@ using interfaces::IOutput;
 class NameIndex;
 class Node;
 class Output;
+class SceneBuilder;
 struct InputExtras;
 
 /// The one implementation of an input; the contract of its operations stands in `IInput`.
@@ -77,10 +78,15 @@ public:
     [[nodiscard]] const AttrDetails* details() const noexcept;
     /// Replaces the description; the value stays.
     void setDetails(RefersTo<AttrDetails> details);
+    /// Returns the element type that a buffer takes alone, Null when it takes any; of an array, the
+    /// one that the buffers it holds take.
+    [[nodiscard]] DataType declaredType() const noexcept {
+        return static_cast<DataType>(m_dataType);
+    }
     void setSilent(bool silent) noexcept { m_silent = silent; }
     void setReadOnly(bool readOnly) noexcept { m_readOnly = readOnly; }
-    /// Hash of the name without regard to case; 0 for array elements.
-    [[nodiscard]] u64 nameHash() const noexcept { return isElement() ? 0 : m_nameHash; }
+    /// Hash of the name without regard to case. Needs an input that is no array element.
+    [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
 
     // For the list that this input is the first of; see input_list.h.
@@ -180,6 +186,7 @@ public:
 
 private:
     friend class Output;
+    friend class SceneBuilder;
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;

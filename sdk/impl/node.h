@@ -275,6 +275,7 @@ public:
     virtual IOutput* createOutput(String name, DataType dataType);
 
 private:
+    friend class SceneBuilder;
     friend struct NodeLayoutProbe;
     friend i64(::impl_nodeInstanceCount)();
 

@@ -1,0 +1,201 @@
+#include "sdk/impl/scene_builder.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/input_list.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+
+#include <tuple>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Lets observers that care take the whole text as one change.
+class EditGroup {
+public:
+    explicit EditGroup(Scene& scene) : m_scene(scene) { m_scene.beginEditGroup(); }
+    ~EditGroup() { m_scene.endEditGroup(); }
+    EditGroup(const EditGroup&) = delete;
+    EditGroup& operator=(const EditGroup&) = delete;
+
+private:
+    Scene& m_scene;
+};
+
+bool isSilent(TreeSilence silence, const Input* holder) {
+    if (silence == TreeSilence::Inherited) return holder && holder->isSilent();
+    return silence == TreeSilence::Silent;
+}
+
+Value& slotOf(AttrDetails& details, TreeSlot slot, u32 choice) {
+    switch (slot) {
+    case TreeSlot::Minimum:
+        return details.minimum;
+    case TreeSlot::Maximum:
+        return details.maximum;
+    case TreeSlot::Choice:
+        return details.choices[choice];
+    default:
+        return details.defaultValue;
+    }
+}
+
+} // namespace
+
+SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : m_tree(tree), m_scene(scene) {}
+
+SceneBuilder::~SceneBuilder() = default;
+
+void SceneBuilder::build() {
+    m_inputs.resize(m_tree.inputs.size());
+    m_outputs.resize(m_tree.outputs.size());
+    m_nodes.reserve(m_tree.nodes.size());
+    for (const TreeNode& node : m_tree.nodes)
+        m_nodes.push_back(makeNode(node));
+    const EditGroup group(m_scene);
+    try {
+        addNodes();
+    } catch (...) {
+        takeBack();
+        throw;
+    }
+}
+
+RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
+    const NamePool& names = m_tree.names;
+    auto node =
+        RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+    if (from.baseCount != 0 || from.isAbstract || from.isInternal) {
+        StringVector bases;
+        for (u32 i = 0; i < from.baseCount; ++i)
+            bases.push_back(names.text(m_tree.bases[from.firstBase + i]));
+        node->setBases(std::move(bases), from.isAbstract, from.isInternal);
+    }
+    for (u32 i = from.firstInput; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
+        auto input = RefersTo<Input>::adopt(makeInput(i, *node, nullptr));
+        appendToList(node->m_inputs, input.get());
+        std::ignore = input.detach();
+    }
+    makeOutputs(from, *node);
+    node->m_dirty = true;
+    return node;
+}
+
+// Returns the input with one reference, for whoever holds it.
+Input* SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
+    TreeInput& from = m_tree.inputs[index];
+    AttrData data(from.type);
+    data.elementType = from.elementType;
+    data.dataType = from.boundType;
+    const bool isElement = holder && holder->type() == AttrType::Array;
+    if (isElement) data.dataType = holder->declaredType();
+    data.silent = isSilent(from.silent, holder);
+    data.readOnly = from.readOnly;
+    // A node's is looked at again when links are made.
+    if (from.type == AttrType::Node)
+        data.value = from.value;
+    else
+        data.value = std::move(from.value);
+    TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
+    if (extras) data.details = extras->details;
+    String name = isElement ? String() : m_tree.names.text(from.name);
+    auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
+    m_inputs[index] = input.get();
+    if (extras && extras->stashed) input->setStashed(std::move(extras->stash));
+    if (from.firstMember != noTreeIndex) makeMembers(from.firstMember, node, *input);
+    return input.detach();
+}
+
+void SceneBuilder::makeMembers(u32 first, Node& node, Input& holder) {
+    for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
+        holder.adoptMember(makeInput(i, node, &holder));
+}
+
+void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
+    for (u32 i = from.firstOutput; i < from.firstOutput + from.outputCount; ++i) {
+        const TreeOutput& output = m_tree.outputs[i];
+        const String& name = m_tree.names.text(output.name);
+        const bool isBuffer = output.type == AttrType::Buffer;
+        m_outputs[i] = isBuffer ? new Output(&node, name, output.dataType)
+                                : new Output(&node, name, output.type);
+        node.m_outputs.push_back(m_outputs[i]);
+    }
+}
+
+void SceneBuilder::addNodes() {
+    for (const RefersTo<Node>& node : m_nodes)
+        m_scene.addNode(node.get());
+    for (const TreeLink& from : m_tree.links)
+        link(from);
+    for (const TreeConnection& from : m_tree.connections)
+        connect(from);
+    addComments();
+}
+
+void SceneBuilder::link(const TreeLink& from) {
+    Input& input = *m_inputs[from.input];
+    const TreeInput& treeInput = m_tree.inputs[from.input];
+    INode* target = from.target != noTreeIndex ? m_nodes[from.target].get() : from.known;
+    if (from.slot == TreeSlot::Value) return setLink(input, target);
+    if (from.slot == TreeSlot::Stash) return input.setStashed(Value(target));
+    AttrDetails& details = *m_tree.extras[treeInput.extras].details;
+    slotOf(details, from.slot, from.choice) = Value(target);
+    const bool startsHere = from.slot == TreeSlot::Default && treeInput.type == AttrType::Node &&
+                            treeInput.value.isNull();
+    if (startsHere) setLink(input, target);
+}
+
+// Read-only inputs and those that take few choices are linked too: that is how they were written.
+void SceneBuilder::setLink(Input& input, INode* target) {
+    Value before = std::exchange(input.m_value, Value(target));
+    input.linkTo(target);
+    input.changed(std::move(before));
+}
+
+// Loops and kinds were checked for the whole text at once.
+void SceneBuilder::connect(const TreeConnection& from) {
+    Input& input = *m_inputs[from.input];
+    IOutput* output = from.target != noTreeIndex ? m_outputs[from.output] : from.known;
+    input.setSource(static_cast<Output*>(output));
+    input.m_node->onInputConnected(&input, nullptr, output);
+}
+
+void SceneBuilder::addComments() {
+    SceneComments& comments = m_scene.comments();
+    for (u64 i = 0; i < m_tree.nodes.size(); ++i)
+        if (const TreeExtras* extras = m_tree.extrasOf(m_tree.nodes[i].extras))
+            comments.set(m_nodes[i].get(), extras->comments);
+    for (u64 i = 0; i < m_tree.inputs.size(); ++i)
+        if (const TreeExtras* extras = m_tree.extrasOf(m_tree.inputs[i].extras))
+            comments.set(m_inputs[i], extras->comments);
+    for (u64 i = 0; i < m_tree.outputs.size(); ++i)
+        if (const TreeExtras* extras = m_tree.extrasOf(m_tree.outputs[i].extras))
+            comments.set(m_outputs[i], extras->comments);
+    addFileComments();
+}
+
+void SceneBuilder::addFileComments() {
+    Comments& added = m_tree.file;
+    if (added.isEmpty()) return;
+    Comments file = m_scene.comments().file();
+    file.leading += added.leading.view();
+    file.inner += added.inner.view();
+    if (file.opening.isEmpty()) file.opening = std::move(added.opening);
+    m_scene.comments().setFile(std::move(file));
+}
+
+// Removes what was added. What an observer throws now is lost: there is an exception on its way.
+void SceneBuilder::takeBack() noexcept {
+    for (const RefersTo<Node>& node : m_nodes) {
+        try {
+            m_scene.removeNode(node.get());
+        } catch (...) {
+            continue;
+        }
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,150 @@
+#include "sdk/impl/scene_comments.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/utf8.h"
+#include "sdk/interfaces/i_node.h"
+
+#include "base/ascii.h"
+#include "base/string_io.h"
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Appends a line that may stand as a comment.
+void appendComment(std::string_view line, StringIO& out) {
+    if (!line.starts_with('#')) out.append("# ");
+    while (!line.empty()) {
+        const u64 length = utf8::sequenceLength(line);
+        const bool legal = length != 0 && utf8::firstFault(line.substr(0, length)) == length;
+        out.append(legal ? line.substr(0, length) : std::string_view("?"));
+        line.remove_prefix(legal ? length : 1);
+    }
+}
+
+// Cuts the first line off a text.
+std::string_view takeLine(std::string_view& text) {
+    const u64 end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return ascii::trim(line);
+}
+
+String cleanedLines(const String& text) {
+    StringIO out;
+    bool afterBlank = false;
+    for (std::string_view rest = text.view(); !rest.empty();) {
+        const std::string_view line = takeLine(rest);
+        if (!line.empty()) appendComment(line, out);
+        if (!line.empty() || !afterBlank) out.append('\n');
+        afterBlank = line.empty();
+    }
+    return out.take();
+}
+
+String cleanedLine(const String& text) {
+    StringIO out;
+    for (std::string_view rest = text.view(); !rest.empty();) {
+        const std::string_view line = takeLine(rest);
+        if (line.empty()) continue;
+        if (out.isEmpty())
+            appendComment(line, out);
+        else
+            appendComment(line, out.append(' '));
+    }
+    return out.take();
+}
+
+Comments cleaned(const Comments& comments) {
+    return {cleanedLines(comments.leading), cleanedLine(comments.opening),
+            cleanedLines(comments.inner), cleanedLine(comments.trailing)};
+}
+
+const String& nameOf(const interfaces::IInput* input) {
+    return static_cast<const Input*>(input)->ownName();
+}
+const String& nameOf(const interfaces::IOutput* output) {
+    return static_cast<const Output*>(output)->ownName();
+}
+
+} // namespace
+
+void SceneComments::setFile(Comments comments) {
+    m_file = cleaned(comments);
+}
+
+void SceneComments::set(const interfaces::INode* node, Comments comments) {
+    if (comments.isEmpty())
+        m_entries.erase(node);
+    else
+        m_entries[node] = {node, String(), cleaned(comments)};
+}
+
+void SceneComments::set(const interfaces::IInput* input, Comments comments) {
+    setAttribute(input, input->node(), nameOf(input), std::move(comments));
+}
+
+void SceneComments::set(const interfaces::IOutput* output, Comments comments) {
+    setAttribute(output, output->node(), nameOf(output), std::move(comments));
+}
+
+void SceneComments::setAttribute(const void* attribute, const interfaces::INode* owner,
+                                 const String& name, Comments comments) {
+    if (comments.isEmpty()) {
+        m_entries.erase(attribute);
+        return;
+    }
+    const auto [place, isNew] = m_entries.try_emplace(attribute);
+    if (isNew || place->second.owner != owner) m_attributes[owner].push_back(attribute);
+    place->second = {owner, name, cleaned(comments)};
+}
+
+const Comments* SceneComments::find(const interfaces::INode* node) const {
+    if (m_entries.empty()) return nullptr;
+    const auto place = m_entries.find(node);
+    return place != m_entries.end() ? &place->second.comments : nullptr;
+}
+
+const Comments* SceneComments::find(const interfaces::IInput* input) const {
+    return m_entries.empty() ? nullptr : findNamed(input, nameOf(input));
+}
+
+const Comments* SceneComments::find(const interfaces::IOutput* output) const {
+    return m_entries.empty() ? nullptr : findNamed(output, nameOf(output));
+}
+
+const Comments* SceneComments::findNamed(const void* attribute, const String& name) const {
+    const auto place = m_entries.find(attribute);
+    if (place == m_entries.end() || !place->second.name.equals(name)) return nullptr;
+    return &place->second.comments;
+}
+
+void SceneComments::remove(const interfaces::INode* node) {
+    m_entries.erase(node);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return;
+    for (const void* attribute : list->second) {
+        const auto place = m_entries.find(attribute);
+        if (place != m_entries.end() && place->second.owner == node) m_entries.erase(place);
+    }
+    m_attributes.erase(list);
+}
+
+void SceneComments::remove(const interfaces::IInput* input) {
+    if (m_entries.empty()) return;
+    std::vector<const interfaces::IInput*> open = {input};
+    while (!open.empty()) {
+        const interfaces::IInput* next = open.back();
+        open.pop_back();
+        m_entries.erase(next);
+        for (u64 i = 0; i < next->inputCount(); ++i)
+            open.push_back(next->input(i));
+    }
+}
+
+void SceneComments::remove(const interfaces::IOutput* output) {
+    m_entries.erase(output);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "base/export.h"
+#include "base/string.h"
+#include "sdk/interfaces/forward.h"
+
+#include <unordered_map>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+/// The comments around one thing in a scene text.
+///
+/// Lines stand without indentation; each begins with '#' and ends with '\n', an empty one stands
+/// for a blank line.
+struct Comments {
+    /// Lines before it.
+    String leading;
+    /// Behind its opening brace, one line without '\n'.
+    String opening;
+    /// Lines before its closing brace.
+    String inner;
+    /// At the end of its last line, as `opening`.
+    String trailing;
+
+    [[nodiscard]] bool isEmpty() const noexcept {
+        return leading.isEmpty() && opening.isEmpty() && inner.isEmpty() && trailing.isEmpty();
+    }
+};
+
+/// The comments of a scene, beside its nodes, for the writer of text: a thing that leaves the scene
+/// takes its comments along. Keeps pointers only and never looks into what they point at, but for
+/// the arguments of a call.
+class QV_EXPORT SceneComments {
+public:
+    /// Sets the comments of the text as a whole: lines before its header line, behind that line
+    /// (`opening`), and lines at its end (`inner`).
+    void setFile(Comments comments);
+    [[nodiscard]] const Comments& file() const noexcept { return m_file; }
+
+    /// Set the comments of a node or attribute, in place of earlier ones; empty comments remove.
+    /// What cannot stand in a comment becomes '?', lines without '#' get one, and blank lines that
+    /// follow each other become one.
+    void set(const interfaces::INode* node, Comments comments);
+    void set(const interfaces::IInput* input, Comments comments);
+    void set(const interfaces::IOutput* output, Comments comments);
+
+    /// Return null when there are none; valid until the next change.
+    [[nodiscard]] const Comments* find(const interfaces::INode* node) const;
+    [[nodiscard]] const Comments* find(const interfaces::IInput* input) const;
+    [[nodiscard]] const Comments* find(const interfaces::IOutput* output) const;
+
+    /// Forget a node with its attributes, or an attribute with what it holds.
+    void remove(const interfaces::INode* node);
+    void remove(const interfaces::IInput* input);
+    void remove(const interfaces::IOutput* output);
+
+    /// Tells whether nothing but the text as a whole has comments.
+    [[nodiscard]] bool empty() const noexcept { return m_entries.empty(); }
+
+private:
+    struct Entry {
+        const interfaces::INode* owner = nullptr;
+        // Tells an attribute from a later one at its address: some leave without a word.
+        String name;
+        Comments comments;
+    };
+
+    void setAttribute(const void* attribute, const interfaces::INode* owner, const String& name,
+                      Comments comments);
+    [[nodiscard]] const Comments* findNamed(const void* attribute, const String& name) const;
+
+    Comments m_file;
+    std::unordered_map<const void*, Entry> m_entries;
+    std::unordered_map<const interfaces::INode*, std::vector<const void*>> m_attributes;
+};
+
+} // namespace qv::kelvo_sdk::impl

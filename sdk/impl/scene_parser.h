@@ -1,0 +1,136 @@
+#pragma once
+
+#include "sdk/impl/scene_tree.h"
+#include "sdk/impl/text_errors.h"
+#include "sdk/impl/text_lexer.h"
+
+#include "base/string_io.h"
+
+#include <array>
+
+namespace qv::kelvo_sdk::impl {
+
+/// What a reader takes at most, so that no text exhausts the machine.
+struct ParseLimits {
+    u32 depth = 200;
+    u64 nodes = 1'000'000;
+};
+
+/// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar).
+///
+///     File and nodes   scene_parser.cpp          header, nodes, bodies
+///     Lines            scene_parser_lines.cpp    comments, ends of lines, going on after errors
+///     Attributes       scene_parser_inputs.cpp   kinds, names, values, arrays, objects
+///     Annotations      scene_parser_notes.cpp    what stands behind a value
+///
+/// A function that answers false has told what is wrong; whoever reads whole lines goes on with the
+/// next one. Recursion is bounded by the depth of arrays and objects.
+class SceneParser {
+public:
+    /// Borrows everything; needs an empty tree.
+    SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
+                TextErrors& errors);
+
+    /// Reads the whole text.
+    void parse();
+    /// Tells whether an error kept a node or an output from being known by name.
+    [[nodiscard]] bool namesAreMissing() const noexcept { return m_namesAreMissing; }
+
+private:
+    // Attributes of a node or object, as a list of siblings.
+    struct Body {
+        bool isNode = false;
+        u32 first = noTreeIndex;
+        u32 last = noTreeIndex;
+        String inner = {};
+    };
+
+    // ---- File and nodes --------------------------------------------------------------------
+
+    bool parseHeader(String& leading);
+    bool parseNode(String&& leading);
+    bool parseNodeHead(TreeNode& node);
+    bool parseTypes(TreeNode& node);
+    bool parseType(u32& out);
+    bool parseNodeName(TreeNode& node);
+    bool parseNodeFlags(TreeNode& node);
+    bool parseNodeBody(TreeNode& node, Comments& comments);
+    void knowNode(const TreeNode& node);
+    bool parseBody(Body& body, u32 depth);
+    void checkDuplicates(const Body& body);
+    void checkDuplicateOutputs(const TreeNode& node);
+
+    // ---- Lines -----------------------------------------------------------------------------
+
+    [[nodiscard]] String commentLines();
+    void skipInside();
+    bool endLine(String& trailing);
+    void takeOpening(String& opening);
+    void recover(u64 lineStart);
+    void skipOpaque();
+    bool skipToBrace();
+    void skipToNode();
+    [[nodiscard]] bool startsNode() const noexcept;
+    [[nodiscard]] bool startsLine() const noexcept;
+    TreeExtras& extrasAt(u32& extras);
+    void storeComments(u32& extras, Comments&& comments);
+    bool fail(u64 offset, String message);
+    bool failExpecting(std::string_view expected);
+
+    // ---- Attributes ------------------------------------------------------------------------
+
+    bool parseLine(Body& body, String&& leading, u32 depth);
+    bool parseInput(Body& body, const TreeKind& kind, String&& leading, u32 depth);
+    bool parseOutput(String&& leading);
+    bool parseKind(TreeKind& kind);
+    bool finishKind(u64 offset, std::string_view word, TreeKind& kind);
+    bool parseElementKind(AttrType& out);
+    bool parseDataKind(DataType& out);
+    bool parseName(u32& name);
+    bool parseContent(u32 input, const TreeKind& kind, Comments& comments, u32 depth);
+    bool parseValue(u32 input, const TreeKind& kind, u32 depth);
+    bool parsePlain(const TreeKind& kind, Value& out);
+    bool parseLink(u32 input, TreeSlot slot, u32 choice);
+    bool parseObject(u32 input, Comments& comments, u32 depth);
+    bool parseArray(u32 input, AttrType elementType, u32 depth);
+    bool parseElement(u32 element, AttrType type, u32 depth);
+    bool newInput(u64 offset, const TreeKind& kind, u32& out);
+
+    // ---- Annotations -----------------------------------------------------------------------
+
+    bool parseSource(u32 input);
+    bool parseNotes(u32 input, const TreeKind& kind, u64 valueOffset);
+    bool parseNote(u32 note, u32 input, const TreeKind& kind);
+    bool parseBinding(u32 input);
+    bool parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value& out, u32 choice = 0);
+    bool parseChoices(u32 input, const TreeKind& kind);
+    bool parseText(String& out);
+    bool parseTranslation(AttrDetails::Texts& texts);
+    [[nodiscard]] bool namesItsKind() const noexcept;
+    bool findNote(u32& out);
+    AttrDetails& detailsOf(u32 input);
+    void checkRange(u64 offset, u32 input);
+
+    TextLexer m_lexer;
+    ParseLimits m_limits;
+    SceneTree& m_tree;
+    TextErrors& m_errors;
+    bool m_namesAreMissing = false;
+    // Where something that is not closed was told of.
+    u64 m_unclosedAt = noIndex;
+    u32 m_node = noTreeIndex;
+    String m_nodeName;
+    // Comments met inside a value, which move in front of its line.
+    StringIO m_insideComments;
+    // By folded name: the list of attributes it was last met in, and the attribute.
+    struct Met {
+        u64 list = 0;
+        u32 index = 0;
+    };
+    std::vector<Met> m_met;
+    u64 m_list = 0;
+    // By name: the element type of that name.
+    std::vector<DataType> m_dataTypes;
+};
+
+} // namespace qv::kelvo_sdk::impl

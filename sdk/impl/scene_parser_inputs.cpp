@@ -1,0 +1,293 @@
+#include "sdk/impl/near_name.h"
+#include "sdk/impl/scene_parser.h"
+#include "sdk/impl/value_text.h"
+
+#include <tuple>
+
+// ---- Attributes ----------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+constexpr std::string_view kNameRule = "a name (a letter or '_', then letters, digits and '_')";
+
+String unknownKind(std::string_view word) {
+    NearName near(word);
+    for (u32 type = 0; type < attrTypeCount; ++type)
+        near.offer(attrTypeName(static_cast<AttrType>(type)));
+    return "Unknown kind '" + String(word) + "'" + near.question();
+}
+
+String unknownDataType(std::string_view word) {
+    NearName near(word);
+    for (u32 type = 0; type < dataTypeCount; ++type)
+        near.offer(dataTypeName(static_cast<DataType>(type)));
+    return "Unknown element type '" + String(word) + "'" + near.question();
+}
+
+bool startsNumber(std::string_view text) {
+    if (text.starts_with('-')) text.remove_prefix(1);
+    return !text.empty() && ascii::isDigit(text[0]);
+}
+
+} // namespace
+
+bool SceneParser::parseLine(Body& body, String&& leading, u32 depth) {
+    const u64 offset = m_lexer.offset();
+    const std::string_view word = m_lexer.identifier();
+    if (word == "output" && body.isNode) {
+        if (parseOutput(std::move(leading))) return true;
+        m_namesAreMissing = true;
+        return false;
+    }
+    TreeKind kind;
+    if (word.empty())
+        return failExpecting(body.isNode ? "a kind, 'output' or '}'" : "a kind or '}'");
+    return finishKind(offset, word, kind) && parseInput(body, kind, std::move(leading), depth);
+}
+
+bool SceneParser::parseInput(Body& body, const TreeKind& kind, String&& leading, u32 depth) {
+    m_lexer.skipBlanks();
+    const u64 offset = m_lexer.offset();
+    u32 input = 0;
+    u32 name = 0;
+    if (!parseName(name) || !newInput(offset, kind, input)) return false;
+    m_tree.inputs[input].name = name;
+    (body.last == noTreeIndex ? body.first : m_tree.inputs[body.last].nextSibling) = input;
+    body.last = input;
+    // What stands inside of this line is apart from what stands inside of a line around it.
+    StringIO outside = std::move(m_insideComments);
+    Comments comments;
+    comments.leading = std::move(leading);
+    const bool isWhole = parseContent(input, kind, comments, depth) && endLine(comments.trailing);
+    if (!m_insideComments.isEmpty()) comments.leading += m_insideComments.view();
+    m_insideComments = std::move(outside);
+    storeComments(m_tree.inputs[input].extras, std::move(comments));
+    return isWhole;
+}
+
+bool SceneParser::parseOutput(String&& leading) {
+    m_lexer.skipBlanks();
+    const u64 kindOffset = m_lexer.offset();
+    TreeKind kind;
+    TreeOutput output;
+    if (!parseKind(kind)) return false;
+    m_lexer.skipBlanks();
+    output.offset = m_lexer.offset();
+    if (!parseName(output.name)) return false;
+    output.type = kind.type;
+    output.dataType = kind.dataType;
+    if (kind.type == AttrType::Node || kind.type >= AttrType::Array)
+        return fail(kindOffset,
+                    String("An output cannot be of kind ") + attrTypeName(kind.type) + ".");
+    m_lexer.skipBlanks();
+    output.isAgain = m_lexer.accept("@again");
+    Comments comments;
+    comments.leading = std::move(leading);
+    if (!endLine(comments.trailing)) return false;
+    storeComments(output.extras, std::move(comments));
+    m_tree.outputs.push_back(output);
+    return true;
+}
+
+bool SceneParser::parseKind(TreeKind& kind) {
+    const u64 offset = m_lexer.offset();
+    const std::string_view word = m_lexer.identifier();
+    return word.empty() ? failExpecting("a kind") : finishKind(offset, word, kind);
+}
+
+// Reads what follows the first word of a kind.
+bool SceneParser::finishKind(u64 offset, std::string_view word, TreeKind& kind) {
+    const u32 type = m_tree.names.add(word);
+    if (type >= attrTypeCount) return fail(offset, unknownKind(word));
+    kind.type = static_cast<AttrType>(type);
+    const bool takesArgument = kind.type == AttrType::Array || kind.type == AttrType::Buffer;
+    if (!takesArgument || !m_lexer.accept('<')) return true;
+    const bool isKnown = kind.type == AttrType::Array ? parseElementKind(kind.elementType)
+                                                      : parseDataKind(kind.dataType);
+    return isKnown && (m_lexer.accept('>') || failExpecting("'>'"));
+}
+
+bool SceneParser::parseElementKind(AttrType& out) {
+    const u64 offset = m_lexer.offset();
+    const std::string_view word = m_lexer.identifier();
+    if (word.empty()) return failExpecting("a kind");
+    const u32 type = m_tree.names.add(word);
+    if (type >= attrTypeCount) return fail(offset, unknownKind(word));
+    out = static_cast<AttrType>(type);
+    if (m_lexer.peek() != '<') return true;
+    return fail(m_lexer.offset(), "Found '<' where '>' was expected: each element of an array of " +
+                                      String(word) + "s names its own kind.");
+}
+
+bool SceneParser::parseDataKind(DataType& out) {
+    const u64 offset = m_lexer.offset();
+    const std::string_view word = m_lexer.identifier();
+    if (word.empty()) return failExpecting("an element type");
+    const u32 name = m_tree.names.add(word);
+    const bool isNull = word == "Null";
+    const bool isKnown = name < m_dataTypes.size() && m_dataTypes[name] != DataType::Null;
+    if (!isKnown && !isNull) return fail(offset, unknownDataType(word));
+    out = isNull ? DataType::Null : m_dataTypes[name];
+    return true;
+}
+
+bool SceneParser::parseName(u32& name) {
+    const std::string_view word = m_lexer.identifier();
+    if (word.empty()) return failExpecting(kNameRule);
+    name = m_tree.names.add(word);
+    return true;
+}
+
+// Reads what stands behind the name.
+bool SceneParser::parseContent(u32 input, const TreeKind& kind, Comments& comments, u32 depth) {
+    m_lexer.skipBlanks();
+    u64 valueOffset = m_lexer.offset();
+    if (kind.type == AttrType::Object) {
+        if (!m_lexer.accept('{')) return failExpecting("'{'");
+        if (!parseObject(input, comments, depth)) return false;
+    } else if (m_lexer.accept('=')) {
+        m_lexer.skipBlanks();
+        valueOffset = m_lexer.offset();
+        if (!parseValue(input, kind, depth)) return false;
+    }
+    return parseSource(input) && parseNotes(input, kind, valueOffset);
+}
+
+bool SceneParser::parseValue(u32 input, const TreeKind& kind, u32 depth) {
+    switch (kind.type) {
+    case AttrType::Null:
+        if (m_lexer.peekIdentifier() != "null") return failExpecting("'null'");
+        std::ignore = m_lexer.identifier();
+        return true;
+    case AttrType::Node:
+        return parseLink(input, TreeSlot::Value, 0);
+    case AttrType::Array:
+        return parseArray(input, kind.elementType, depth);
+    default: {
+        Value value;
+        if (!parsePlain(kind, value)) return false;
+        m_tree.inputs[input].value = std::move(value);
+        return true;
+    }
+    }
+}
+
+// Reads a value that holds nothing and names nothing.
+bool SceneParser::parsePlain(const TreeKind& kind, Value& out) {
+    if (kind.type == AttrType::String) {
+        String text;
+        if (!parseText(text)) return false;
+        out = Value(std::move(text));
+        return true;
+    }
+    const std::string_view rest = m_lexer.rest();
+    ValueReader reader(rest.data(), rest.data() + rest.size());
+    const bool isRead = reader.read(kind.type, kind.dataType, out);
+    m_lexer.skip(static_cast<u64>(reader.at() - rest.data()));
+    if (isRead) return true;
+    const bool isNumber = startsNumber(m_lexer.rest());
+    return fail(m_lexer.offset(), "Found " + m_lexer.found() + " where " + reader.expected() +
+                                      (isNumber ? " in range was expected." : " was expected."));
+}
+
+// Reads a node's name, or `null`.
+bool SceneParser::parseLink(u32 input, TreeSlot slot, u32 choice) {
+    if (slot == TreeSlot::Value)
+        m_tree.inputs[input].value = Value(static_cast<interfaces::INode*>(nullptr));
+    const u64 offset = m_lexer.offset();
+    u32 name = 0;
+    if (m_lexer.peek() == '"') {
+        String text;
+        if (!parseText(text)) return false;
+        name = m_tree.names.add(text.view());
+    } else {
+        const std::string_view word = m_lexer.identifier();
+        if (word.empty()) return failExpecting("a node's name or 'null'");
+        if (word == "null") return true;
+        name = m_tree.names.add(word);
+    }
+    m_tree.links.push_back({.offset = offset,
+                            .node = m_node,
+                            .input = input,
+                            .name = name,
+                            .choice = choice,
+                            .slot = slot});
+    return true;
+}
+
+bool SceneParser::parseObject(u32 input, Comments& comments, u32 depth) {
+    if (depth >= m_limits.depth)
+        return fail(m_lexer.offset(), String::format("Arrays and objects are nested more than %u "
+                                                     "deep.",
+                                                     m_limits.depth));
+    takeOpening(comments.opening);
+    Body body;
+    const bool isClosed = parseBody(body, depth + 1);
+    m_tree.inputs[input].firstMember = body.first;
+    comments.inner = std::move(body.inner);
+    return isClosed;
+}
+
+bool SceneParser::parseArray(u32 input, AttrType elementType, u32 depth) {
+    if (depth >= m_limits.depth)
+        return fail(m_lexer.offset(), String::format("Arrays and objects are nested more than %u "
+                                                     "deep.",
+                                                     m_limits.depth));
+    if (!m_lexer.accept('[')) return failExpecting("'['");
+    u32 last = noTreeIndex;
+    for (skipInside(); !m_lexer.accept(']'); skipInside()) {
+        u32 element = 0;
+        if (!newInput(m_lexer.offset(), {.type = elementType}, element)) return false;
+        TreeInput& before = m_tree.inputs[last == noTreeIndex ? input : last];
+        (last == noTreeIndex ? before.firstMember : before.nextSibling) = element;
+        last = element;
+        if (!parseElement(element, elementType, depth + 1)) return false;
+        skipInside();
+        if (m_lexer.accept(',')) continue;
+        if (m_lexer.peek() != ']') return failExpecting("',' or ']'");
+    }
+    return true;
+}
+
+bool SceneParser::parseElement(u32 element, AttrType type, u32 depth) {
+    TreeKind kind{.type = type};
+    const u64 offset = m_lexer.offset();
+    if (type == AttrType::Object) {
+        Comments comments;
+        if (!m_lexer.accept('{')) return failExpecting("'{' or ']'");
+        const bool isClosed = parseObject(element, comments, depth);
+        storeComments(m_tree.inputs[element].extras, std::move(comments));
+        if (!isClosed) return false;
+        return parseSource(element) && parseNotes(element, kind, offset);
+    }
+    const bool namesKind =
+        type == AttrType::Array || (type == AttrType::Buffer && m_lexer.peek() != '[');
+    if (namesKind) {
+        if (!TextLexer::startsIdentifier(m_lexer.peek()))
+            return failExpecting(type == AttrType::Array ? "the kind of the element, such as "
+                                                           "'Array<Real>',"
+                                                         : "'[' or 'Buffer<...>'");
+        if (!parseKind(kind)) return false;
+        if (kind.type != type)
+            return fail(offset, String("Found kind ") + attrTypeName(kind.type) +
+                                    " in an array of kind " + attrTypeName(type) + ".");
+        m_tree.inputs[element].elementType = kind.elementType;
+        m_lexer.skipBlanks();
+    }
+    return parseValue(element, kind, depth) && parseSource(element) &&
+           parseNotes(element, kind, offset);
+}
+
+bool SceneParser::newInput(u64 offset, const TreeKind& kind, u32& out) {
+    if (m_tree.inputs.size() >= noTreeIndex) return fail(offset, "There are too many attributes.");
+    out = static_cast<u32>(m_tree.inputs.size());
+    TreeInput& input = m_tree.inputs.emplace_back();
+    input.offset = offset;
+    input.type = kind.type;
+    input.elementType = kind.elementType;
+    return true;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,161 @@
+#include "sdk/impl/scene_parser.h"
+
+#include <tuple>
+
+// ---- Lines ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool isSpace(char c) noexcept {
+    return TextLexer::isBlank(c) || c == '\n';
+}
+
+} // namespace
+
+// Takes the comment lines and blank lines in front of something; blank lines that follow each other
+// become one.
+String SceneParser::commentLines() {
+    StringIO lines;
+    bool afterBlank = false;
+    for (;;) {
+        m_lexer.skipBlanks();
+        if (m_lexer.atEnd() || !m_lexer.atLineEnd()) break;
+        const std::string_view comment = m_lexer.comment();
+        std::ignore = m_lexer.accept('\n');
+        if (!comment.empty() || !afterBlank) lines.append(comment).append('\n');
+        afterBlank = comment.empty();
+    }
+    // Blank lines at the end of the text are nothing.
+    if (m_lexer.atEnd() && afterBlank) lines.truncate(lines.size() - 1);
+    return lines.take();
+}
+
+// Skips to the next thing inside brackets and keeps the comments on the way.
+void SceneParser::skipInside() {
+    for (;;) {
+        while (isSpace(m_lexer.peek()))
+            m_lexer.skip(1);
+        if (m_lexer.peek() != '#') return;
+        m_insideComments.append(m_lexer.comment()).append('\n');
+    }
+}
+
+bool SceneParser::endLine(String& trailing) {
+    m_lexer.skipBlanks();
+    if (const std::string_view comment = m_lexer.comment(); !comment.empty())
+        trailing = String(comment);
+    if (m_lexer.accept('\n') || m_lexer.atEnd() || m_lexer.peek() == '}') return true;
+    return failExpecting("the end of the line");
+}
+
+// Takes the comment behind a '{'.
+void SceneParser::takeOpening(String& opening) {
+    m_lexer.skipBlanks();
+    if (const std::string_view comment = m_lexer.comment(); !comment.empty())
+        opening = String(comment);
+    std::ignore = m_lexer.accept('\n');
+}
+
+// Goes behind the attribute that starts at `lineStart` and has an error here. Its brackets are
+// followed, unless what looks like the next attribute or the end of the body comes before them.
+void SceneParser::recover(u64 lineStart) {
+    const u64 faulty = m_lexer.offset();
+    u64 brackets = 0;
+    u64 braces = 0;
+    bool isFirst = true;
+    m_lexer.seek(lineStart);
+    for (; !m_lexer.atEnd(); m_lexer.skip(1)) {
+        const char c = m_lexer.peek();
+        const bool isBehind = m_lexer.offset() >= faulty && m_lexer.offset() > lineStart;
+        if (isFirst && isBehind && braces == 0 && (startsNode() || startsLine())) return;
+        if (c == '}' && braces == 0 && isBehind) return;
+        isFirst = c == '\n' || (isFirst && isSpace(c));
+        if (c == '[' || c == '(')
+            ++brackets;
+        else if ((c == ']' || c == ')') && brackets > 0)
+            --brackets;
+        else if (c == '{')
+            ++braces;
+        else if (c == '}' && braces > 0)
+            --braces;
+        else if (c == '#' || c == '"')
+            skipOpaque();
+        if (c == '\n' && isBehind && brackets == 0 && braces == 0) break;
+    }
+    std::ignore = m_lexer.accept('\n');
+}
+
+// Goes to the last byte of a comment or quoted text, not behind its line.
+void SceneParser::skipOpaque() {
+    const std::string_view line = m_lexer.rest().substr(0, m_lexer.rest().find('\n'));
+    u64 length = line.size();
+    for (u64 i = 1; line[0] == '"' && i < line.size(); ++i) {
+        if (line[i] == '"') {
+            length = i + 1;
+            break;
+        }
+        if (line[i] == '\\') ++i;
+    }
+    m_lexer.skip(length - 1);
+}
+
+// Goes behind the '{' of a node whose head has an error; false when its line has none.
+bool SceneParser::skipToBrace() {
+    while (!m_lexer.atLineEnd()) {
+        if (m_lexer.accept('{')) return true;
+        if (m_lexer.peek() == '"') skipOpaque();
+        m_lexer.skip(1);
+    }
+    return false;
+}
+
+void SceneParser::skipToNode() {
+    while (!m_lexer.atEnd()) {
+        m_lexer.skipLine();
+        std::ignore = m_lexer.accept('\n');
+        m_lexer.skipBlanks();
+        if (startsNode()) return;
+    }
+}
+
+bool SceneParser::startsNode() const noexcept {
+    if (m_lexer.peek() != 'n' || m_lexer.peekIdentifier() != "node") return false;
+    const std::string_view behind = m_lexer.rest().substr(4);
+    return behind.empty() || TextLexer::isBlank(behind[0]);
+}
+
+// Tells whether two words follow each other here, as a kind and a name do.
+bool SceneParser::startsLine() const noexcept {
+    TextLexer ahead(m_lexer);
+    if (ahead.identifier().empty()) return false;
+    if (ahead.accept('<') && (ahead.identifier().empty() || !ahead.accept('>'))) return false;
+    if (!TextLexer::isBlank(ahead.peek())) return false;
+    ahead.skipBlanks();
+    return TextLexer::startsIdentifier(ahead.peek());
+}
+
+TreeExtras& SceneParser::extrasAt(u32& extras) {
+    if (extras == noTreeIndex) {
+        extras = static_cast<u32>(m_tree.extras.size());
+        m_tree.extras.emplace_back();
+    }
+    return m_tree.extras[extras];
+}
+
+void SceneParser::storeComments(u32& extras, Comments&& comments) {
+    if (!comments.isEmpty()) extrasAt(extras).comments = std::move(comments);
+}
+
+bool SceneParser::fail(u64 offset, String message) {
+    m_errors.add(offset, m_nodeName, std::move(message));
+    return false;
+}
+
+bool SceneParser::failExpecting(std::string_view expected) {
+    return fail(m_lexer.offset(),
+                "Found " + m_lexer.found() + " where " + expected + " was expected.");
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "sdk/diagnostic.h"
+
+#include <string_view>
+
+namespace qv::kelvo_sdk::impl {
+
+class Scene;
+
+struct ReadOptions {
+    /// What the text is called in errors, such as the name of its file.
+    String source = "text";
+    /// Reading goes on after an error until there are so many; at least 1.
+    u32 maxErrors = 20;
+    /// How deep arrays and objects may be nested, and how many nodes there may be.
+    u32 maxDepth = 200;
+    u64 maxNodes = 1'000'000;
+};
+
+/// Adds what a scene text describes, whole or not at all: false, and what is wrong appended to
+/// `diagnostics` when that is given, leaves the scene as it was. Nodes whose name is taken get a
+/// number, which what the text says of them follows. Names that the text does not have may be those
+/// of nodes of the scene. docs/scene-text.md has the grammar.
+///
+/// The text is borrowed and may come from anywhere: time and memory stay in proportion to its
+/// length.
+QV_EXPORT bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
+                         Diagnostics* diagnostics);
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,132 @@
+#include "sdk/impl/scene_writer.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+#include "sdk/impl/value_text.h"
+#include "sdk/interfaces/i_node.h"
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+void writeType(const String& type, StringIO& out) {
+    if (type.isSimpleCID())
+        out.append(type.view());
+    else
+        writeQuoted(type.view(), out);
+}
+
+// Tells which attributes of a list have the kind of an earlier one of their name. Few are compared
+// one by one.
+template<typename Attribute>
+class Repeats {
+public:
+    bool add(const Attribute& attribute) {
+        const u64 hash = attribute.nameHash();
+        for (u64 i = 0; i < m_count; ++i)
+            if (m_hashes[i] == hash) return repeats(*m_few[i], attribute);
+        if (m_count == few) {
+            const auto [first, isNew] = m_many.try_emplace(hash, &attribute);
+            return !isNew && repeats(*first->second, attribute);
+        }
+        m_hashes[m_count] = hash;
+        m_few[m_count++] = &attribute;
+        return false;
+    }
+
+private:
+    static constexpr u64 few = 16;
+
+    static bool repeats(const Attribute& first, const Attribute& later) {
+        return first.type() == later.type() && first.ownName().equalsNoCase(later.ownName());
+    }
+
+    u64 m_count = 0;
+    u64 m_hashes[few];
+    const Attribute* m_few[few];
+    std::unordered_map<u64, const Attribute*> m_many;
+};
+
+} // namespace
+
+SceneWriter::SceneWriter(const Scene* scene, StringIO& out, bool changedOnly)
+    : m_out(out),
+      m_scene(scene),
+      m_comments(scene && !scene->comments().empty() ? &scene->comments() : nullptr),
+      m_changedOnly(changedOnly) {}
+
+void SceneWriter::writeNode(const INode& node) {
+    const Comments* comments = commentsOf(node);
+    if (comments) writeLines(comments->leading, 0);
+    writeHead(node);
+    writeOpening(comments);
+    Repeats<Input> inputs;
+    for (u64 i = 0; i < node.inputCount(); ++i) {
+        const auto& input = static_cast<const Input&>(*node.input(i));
+        writeInput(input, 1, inputs.add(input));
+    }
+    Repeats<Output> outputs;
+    for (u64 i = 0; i < node.outputCount(); ++i) {
+        const auto& output = static_cast<const Output&>(*node.output(i));
+        writeOutput(output, outputs.add(output));
+    }
+    if (comments) writeLines(comments->inner, 1);
+    m_out.append('}');
+    writeTrailing(comments);
+}
+
+void SceneWriter::writeHead(const INode& node) {
+    m_out.append("node ");
+    writeType(node.type(), m_out);
+    const StringVector bases = node.bases();
+    for (u64 i = 0; i < bases.size(); ++i) {
+        m_out.append(i == 0 ? " : " : ", ");
+        writeType(bases[i], m_out);
+    }
+    m_out.append(' ');
+    writeQuoted(node.name().view(), m_out);
+    if (node.isAbstract()) m_out.append(" @abstract");
+    if (node.isInternal()) m_out.append(" @internal");
+    m_out.append(" {");
+}
+
+// The value is produced anew and is no part of the text.
+void SceneWriter::writeOutput(const Output& output, bool isAgain) {
+    const Comments* comments = commentsOf(output);
+    if (comments) writeLines(comments->leading, 1);
+    indent(1);
+    m_out.append("output ");
+    const bool isKnown = static_cast<u32>(output.type()) < attrTypeCount;
+    m_out.append(attrTypeName(isKnown ? output.type() : AttrType::Null));
+    if (output.type() == AttrType::Buffer && output.dataType() != DataType::Null)
+        m_out.append('<').append(dataTypeName(output.dataType())).append('>');
+    m_out.append(' ').append(output.ownName().view());
+    if (isAgain) m_out.append(" @again");
+    writeTrailing(comments);
+}
+
+void SceneWriter::writeLines(const String& lines, u32 depth) {
+    for (std::string_view rest = lines.view(); !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n') + 1);
+        if (line.size() > 1) indent(depth);
+        m_out.append(line);
+        rest.remove_prefix(line.size());
+    }
+}
+
+void SceneWriter::writeTrailing(const Comments* comments) {
+    if (comments && !comments->trailing.isEmpty())
+        m_out.append(' ').append(comments->trailing.view());
+    m_out.append('\n');
+}
+
+void SceneWriter::writeOpening(const Comments* comments) {
+    if (comments && !comments->opening.isEmpty())
+        m_out.append(' ').append(comments->opening.view());
+    m_out.append('\n');
+}
+
+} // namespace qv::kelvo_sdk::impl

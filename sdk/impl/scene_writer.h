@@ -1,0 +1,75 @@
+#pragma once
+
+#include "base/string_io.h"
+#include "sdk/impl/scene_comments.h"
+#include "sdk/impl/value.h"
+
+#include <unordered_map>
+#include <unordered_set>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::INode;
+using interfaces::IOutput;
+
+class AttrDetails;
+class Input;
+class Output;
+class Scene;
+
+/// Writes nodes as scene text (docs/scene-text.md has the grammar).
+///
+///     Nodes      scene_writer.cpp          heads, comments, outputs
+///     Inputs     scene_writer_inputs.cpp   kinds, values, arrays, objects, annotations
+///
+/// What is not of the scene cannot be named in its text: links to it are written as null, and
+/// connections to it are left out.
+class SceneWriter {
+public:
+    /// Borrows all; `scene` is null for nodes that have none.
+    SceneWriter(const Scene* scene, StringIO& out, bool changedOnly);
+
+    void writeNode(const INode& node);
+    /// Writes comment lines.
+    void writeLines(const String& lines, u32 depth);
+
+private:
+    // ---- Nodes -----------------------------------------------------------------------------
+
+    void writeHead(const INode& node);
+    void writeOutput(const Output& output, bool isAgain);
+    void writeTrailing(const Comments* comments);
+    void writeOpening(const Comments* comments);
+    void indent(u32 depth) { m_out.appendRepeated(' ', 4 * static_cast<u64>(depth)); }
+    template<typename Thing>
+    [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
+        return m_comments ? m_comments->find(&thing) : nullptr;
+    }
+
+    // ---- Inputs ----------------------------------------------------------------------------
+
+    void writeInput(const Input& input, u32 depth, bool isAgain);
+    void writeKind(const Input& input);
+    void writeBody(const Input& object, const Comments* comments, u32 depth);
+    void writeArray(const Input& array, u32 depth);
+    void writeElement(const Input& element, u32 depth);
+    void writePlain(const Value& value);
+    void writeLink(const INode* target);
+    void writeSource(const Input& input);
+    void writeNotes(const Input& input, bool isAgain);
+    void writeDetails(const AttrDetails& details, const Input& input);
+    void writeNoteValue(std::string_view note, const Value& value, const Input& input);
+    [[nodiscard]] u32 ordinalOf(const Output& output);
+
+    StringIO& m_out;
+    const Scene* m_scene;
+    // Null when there are none.
+    const SceneComments* m_comments;
+    bool m_changedOnly;
+    // Nodes whose outputs were looked through, and the outputs found there that share their name
+    // with an earlier one.
+    std::unordered_set<const INode*> m_numbered;
+    std::unordered_map<const IOutput*, u32> m_ordinals;
+};
+
+} // namespace qv::kelvo_sdk::impl
