@@ -6,7 +6,6 @@
 
 #include "base/string_io.h"
 
-#include <ranges>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -105,7 +104,8 @@ String loopText(const Output& output, const Input& input) {
     }
     StringIO text;
     text.append(output.path().view()).append(" -> ").append(input.path().view());
-    for (const Input* step : std::views::reverse(steps)) {
+    for (auto at = steps.rbegin(); at != steps.rend(); ++at) {
+        const Input* step = *at;
         text.append(" -> ").append(step->source()->path().view());
         text.append(" -> ").append(step->path().view());
     }

@@ -3,7 +3,6 @@
 #include "base/vector.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -43,10 +42,13 @@ public:
     [[nodiscard]] T* at(u64 index) const noexcept {
         if (index >= size()) return nullptr;
         // The k-th hole stands before the pointer sought if at most `index` pointers precede it.
-        const auto positions = std::views::iota(u64(0), m_holes.size());
-        const auto first =
-            std::ranges::partition_point(positions, [&](u64 k) { return m_holes[k] - k <= index; });
-        return m_slots[index + static_cast<u64>(first - positions.begin())];
+        u64 first = 0;
+        for (u64 end = m_holes.size(); first < end;) {
+            const u64 k = first + (end - first) / 2;
+            if (m_holes[k] - k <= index) first = k + 1;
+            else end = k;
+        }
+        return m_slots[index + first];
     }
 
     /// Calls `visit(pointer)` in order. What is added meanwhile is visited too; nothing may be
