@@ -1,0 +1,18 @@
+// What a client writes against the installed headers; its words are checked by run.sh.
+#include "sdk/kelvo.h"
+
+#include <iostream>
+
+extern "C" qv::i64 impl_nodeInstanceCount();
+
+int main() {
+    using namespace qv::kelvo_sdk;
+    {
+        const Scene scene = Scene::create();
+        const Node lamp = scene.createNode("light", "lamp1");
+        lamp.createInput("radius", AttrType::Real).set(0.5);
+        std::cout << lamp.name().view() << ": " << lamp["radius"].get<double>()
+                  << ", nodes alive: " << impl_nodeInstanceCount() << '\n';
+    }
+    return impl_nodeInstanceCount() == 0 ? 0 : 1;
+}
