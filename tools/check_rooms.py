@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Each room of the node has its source, which opens with the room's heading and law, and its test;
-the map has a row for every source of the floors; every source and test is built.
-check_rooms.py [ROOT]"""
+the map has a row for every source of the floors, the index one for every decision; every source and
+test is built. check_rooms.py [ROOT]"""
 import re
 import sys
 
@@ -92,8 +92,22 @@ def faults_of_lists(root):
                                                and name.endswith("_test.cpp")))]
 
 
+def faults_of_records(root):
+    """The index of the decisions has a line for each record, and no other."""
+    home = root / "docs" / "decisions"
+    if not home.is_dir():
+        return []
+    index = home / "README.md"
+    text = index.read_text(encoding="utf-8") if index.is_file() else ""
+    due = {path.name for path in home.glob("[0-9]*.md")}
+    there = set(re.findall(r"\(([0-9][\w-]*\.md)\)", text))
+    return ([f"docs/decisions/{name}: not in the index README.md" for name in sorted(due - there)]
+            + [f"docs/decisions/README.md: no record {name}" for name in sorted(there - due)])
+
+
 def check(root):
-    return faults_of_node(root) + faults_of_map(root) + faults_of_lists(root)
+    return (faults_of_node(root) + faults_of_map(root) + faults_of_lists(root)
+            + faults_of_records(root))
 
 
 if __name__ == "__main__":

@@ -210,6 +210,13 @@ class Rooms(Planted):
         self.expect_one("rooms", "node_find_test.cpp: in no CMakeLists.txt")
 
 
+    def test_decision_that_the_index_lacks(self):
+        self.write("docs/decisions/0001-a.md", "# 0001 A\n")
+        self.expect_one("rooms", "0001-a.md: not in the index")
+        self.write("docs/decisions/README.md", "[0001](0001-a.md)\n[0002](0002-b.md)\n")
+        self.expect_one("rooms", "no record 0002-b.md")
+
+
 class Headers(Planted):
     def test_header_that_needs_another(self):
         self.write("base/a.h", "#pragma once\ninline std::string f();\n")
