@@ -5,6 +5,7 @@
 #include "sdk/input_access.h"
 #include "sdk/output.h"
 
+#include <ranges>
 #include <span>
 #include <utility>
 
@@ -41,10 +42,13 @@ public:
         return fallback;
     }
 
-    /// Copies elements into a buffer.
-    template<typename T>
-    bool setBuffer(std::span<const T> elements) const {
-        return set(interfaces::BufferView{elementTypeOf<T>, elements.data(), elements.size()});
+    /// Copies the elements of an array, vector or span into a buffer.
+    template<std::ranges::contiguous_range R>
+    bool setBuffer(const R& elements) const {
+        constexpr DataType type = elementTypeOf<std::ranges::range_value_t<R>>;
+        static_assert(type != DataType::Null, "no element type stands for this C++ type");
+        return set(
+            interfaces::BufferView{type, std::ranges::data(elements), std::ranges::size(elements)});
     }
     /// Returns the elements of a buffer whose element type is exactly that of `T`, else an empty
     /// span. Valid until the value changes.
