@@ -49,7 +49,9 @@ private:
 
     EmptyArrays* carve() {
         if (m_carved == runsPerSlab) {
-            m_slabs = ::new (::operator new(sizeof(Slab))) Slab{m_slabs, {}};
+            Slab* slab = ::new (::operator new(sizeof(Slab))) Slab;
+            slab->next = m_slabs;
+            m_slabs = slab;
             m_carved = 0;
         }
         ++m_total;
