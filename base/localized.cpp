@@ -45,7 +45,7 @@ String localizedItem(const ds::HashMap<String, String>& items, String lang) {
     if (exact && !exact->isEmpty()) return *exact;
     std::string_view wanted = lang;
     while (!wanted.empty()) {
-        const String found = itemOfLanguage(items, wanted);
+        String found = itemOfLanguage(items, wanted);
         if (!found.isEmpty()) return found;
         const u64 cut = wanted.find_last_of("-_");
         wanted = wanted.substr(0, cut == std::string_view::npos ? 0 : cut);

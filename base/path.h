@@ -38,6 +38,7 @@ public:
 
     template<class A, class B>
     [[nodiscard]] static String join(const A& a, const B& b) {
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): either may be a literal.
         const String first(a), second(b);
         return joinTwo(first, second);
     }

@@ -27,7 +27,7 @@ void appendNumber(StringIO& out, Number value) {
 bool appendShortReal(StringIO& out, double value) {
     const double scaled = std::fabs(value) * 1000.0;
     if (!(scaled < 1e12)) return false;
-    const auto thousandths = static_cast<u64>(scaled + 0.5);
+    const auto thousandths = static_cast<u64>(scaled + 0.5); // NOLINT(bugprone-incorrect-roundings)
     if (static_cast<double>(thousandths) / 1000.0 != std::fabs(value)) return false;
     const u64 whole = thousandths / 1000;
     u64 rest = thousandths % 1000;

@@ -8,6 +8,7 @@
 #include "base/localized.h"
 #include "base/string_io.h"
 
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -21,12 +22,20 @@ AttrData describe(AttrType type, AttrType elementType) {
     return data;
 }
 
-// The start value that a definition gives, in the kind of the input.
+// The start value that a definition gives, in the kind of the input; Null when it gives none.
 Value startValue(const AttrData& data) {
-    if (Value value; convertValue(data.value, data.type, value)) return value;
-    if (Value value; data.details && convertValue(data.details->defaultValue, data.type, value))
-        return value;
-    return Value::zero(data.type);
+    Value value;
+    if (convertValue(data.value, data.type, value)) return value;
+    if (data.details) convertValue(data.details->defaultValue, data.type, value);
+    return value;
+}
+
+// Kinds from outside their enumeration stay outside.
+template<typename Stored, typename Kind>
+Stored storedKind(Kind kind) noexcept {
+    constexpr i32 most = std::numeric_limits<Stored>::max();
+    const i32 value = static_cast<i32>(kind);
+    return static_cast<Stored>(std::in_range<Stored>(value) ? value : most);
 }
 
 String textIn(const AttrDetails::Texts& texts, String language) {
@@ -39,20 +48,20 @@ String textIn(const AttrDetails::Texts& texts, String language) {
 } // namespace
 
 Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
-    : Input(node, parent, std::move(name), describe(type, elementType)) {}
-
-Input::Input(INode* node, IInput* parent, String name, AttrData definition)
-    : m_type(static_cast<u8>(definition.type)),
-      m_elementType(static_cast<u8>(definition.elementType)),
-      m_dataType(static_cast<u8>(definition.dataType)),
-      m_silent(definition.silent),
-      m_readOnly(definition.readOnly),
+    : m_type(storedKind<i16>(type)),
+      m_elementType(storedKind<u8>(elementType) & 63),
       m_node(static_cast<Node*>(node)),
       m_parent(static_cast<Input*>(parent)),
       m_name(std::move(name)),
-      m_nameHash(0),
-      m_value(startValue(definition)) {
-    if (!isElement()) m_nameHash = m_name.foldedHash();
+      m_nameHash(isElement() ? 0 : m_name.foldedHash()),
+      m_value(Value::zero(type)) {}
+
+Input::Input(INode* node, IInput* parent, String name, AttrData definition)
+    : Input(node, parent, std::move(name), definition.type, definition.elementType) {
+    m_dataType = storedKind<u8>(definition.dataType);
+    m_silent = definition.silent;
+    m_readOnly = definition.readOnly;
+    if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
     if (definition.details) extras().details = std::move(definition.details);
     if (type() == AttrType::Node && m_value.asNode()) linkTo(m_value.asNode());
 }
@@ -108,7 +117,7 @@ String Input::name() const {
 }
 
 String Input::typeName() const {
-    const String kind(attrTypeName(type()));
+    String kind(attrTypeName(type()));
     if (type() == AttrType::Array) return kind + "<" + attrTypeName(elementType()) + ">";
     if (type() == AttrType::Buffer) return kind + "<" + dataTypeName(dataType()) + ">";
     return kind;

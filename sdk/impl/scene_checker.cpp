@@ -24,7 +24,7 @@ bool kindsFit(AttrType from, DataType fromElements, const TreeInput& to) {
 }
 
 String typeText(AttrType type, DataType dataType) {
-    const String kind(attrTypeName(type));
+    String kind(attrTypeName(type));
     if (type != AttrType::Buffer || dataType == DataType::Null) return kind;
     return kind + "<" + dataTypeName(dataType) + ">";
 }

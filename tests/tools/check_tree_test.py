@@ -135,6 +135,10 @@ class Lengths(Planted):
         self.write("tools/a.py", "# " + "x" * 98 + "\n# " + "x" * 99 + "\n")
         self.expect_one("lengths", "tools/a.py:2", "101 columns")
 
+    def test_lines_of_raw_strings_are_as_long_as_they_are(self):
+        self.write("base/a.cpp", 'const char* s = R"x(\n' + "y" * 101 + '\n)x";\n')
+        self.assertEqual(self.findings("lengths"), [])
+
     FUNCTIONS = (
         ("int f() {\n}", [("int f()", 1, 2)]),
         ("namespace a {\nclass B {\npublic:\n    int c() const {\n    }\n};\n}",
