@@ -45,8 +45,10 @@ public:
         u64 first = 0;
         for (u64 end = m_holes.size(); first < end;) {
             const u64 k = first + (end - first) / 2;
-            if (m_holes[k] - k <= index) first = k + 1;
-            else end = k;
+            if (m_holes[k] - k <= index)
+                first = k + 1;
+            else
+                end = k;
         }
         return m_slots[index + first];
     }

@@ -32,7 +32,8 @@ check_output() { # PROGRAM
     [ "$printed" = "lamp1: 0.5, nodes alive: 1" ] || fail "$1 printed: $printed"
 }
 
-quietly cmake -S "$here/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$staging" \
+quietly cmake -S "$here/consumer" -B "$work/consumer" -G "$(cached CMAKE_GENERATOR)" \
+    -DCMAKE_PREFIX_PATH="$staging" \
     -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${flags[*]}"
 quietly cmake --build "$work/consumer"
 check_output "$work/consumer/consumer_sdk"
