@@ -76,7 +76,7 @@ def faults_of_map(root):
     return sorted(faults) + [
         f"{sources[0]}: no test" for unit, sources in sorted(make_map.units(root).items())
         if any(name.endswith(".cpp") for name in sources)
-        and not (make_map.tests_of(root, unit) or make_map.tests_by_include(root, sources))]
+        and not make_map.all_tests_of(root, unit, sources)]
 
 
 def faults_of_lists(root):

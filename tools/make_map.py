@@ -92,6 +92,25 @@ def tests_by_include(root, names):
                    for header in headers)][:3]
 
 
+def tests_of_users(root, names):
+    """Returns the tests of the sources that include a header without exports, at most three: what
+    the shared library hides, tests reach only through its users."""
+    headers = [name for name in names if name.endswith(".h")]
+    if not headers or any("QV_EXPORT" in (root / name).read_text(encoding="utf-8")
+                          for name in headers):
+        return []
+    users = [name for name in tree_files.files(root, ".cpp")
+             if tree_files.floor_of(name) and name not in names
+             and f'#include "{headers[0]}"' in (root / name).read_text(encoding="utf-8")]
+    found = [test for user in users for test in tests_of(root, unit_of(user))]
+    return sorted(set(found))[:3]
+
+
+def all_tests_of(root, unit, names):
+    return (tests_of(root, unit) or tests_by_include(root, names)
+            or tests_of_users(root, names))
+
+
 def write_map(root):
     found = units(root)
     text = [INTRODUCTION]
@@ -103,7 +122,7 @@ def write_map(root):
         text.append("| room or subject | files | test |\n|---|---|---|")
         for unit in here:
             files = ", ".join(f"`{name.rsplit('/', 1)[1]}`" for name in reversed(found[unit]))
-            tests = tests_of(root, unit) or tests_by_include(root, found[unit])
+            tests = all_tests_of(root, unit, found[unit])
             shown = ", ".join(f"`{test.removeprefix('tests/')}`" for test in tests)
             text.append(f"| {describe(root, found[unit])} | {files} | {shown} |")
         text.append("")

@@ -205,6 +205,18 @@ class Rooms(Planted):
         (self.root / "sdk/handle.h").unlink()
         self.expect_one("rooms", "docs/map.md: no more true", "`handle.h`")
 
+    def test_hidden_source_is_held_by_the_test_of_its_user(self):
+        self.write("sdk/impl/index.h", "#pragma once\n")
+        self.write("sdk/impl/index.cpp", '#include "sdk/impl/index.h"\n')
+        self.write("sdk/impl/node_find.cpp",
+                   CLEAN["sdk/impl/node_find.cpp"] + '#include "sdk/impl/index.h"\n')
+        self.write("sdk/CMakeLists.txt", "impl/node_find.cpp impl/index.cpp")
+        self.write("docs/map.md", make_map.write_map(self.root))
+        self.assertEqual(self.findings("rooms"), [])
+        self.write("sdk/impl/index.h", "#pragma once\n#define QV_EXPORT\n")
+        self.write("docs/map.md", make_map.write_map(self.root))
+        self.expect_one("rooms", "sdk/impl/index.cpp: no test")
+
     def test_source_that_nothing_builds(self):
         self.write("sdk/CMakeLists.txt", "# impl/node_find.cpp\n")
         self.expect_one("rooms", "sdk/impl/node_find.cpp: in no CMakeLists.txt")
