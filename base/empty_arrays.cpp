@@ -1,6 +1,7 @@
 #include "base/empty_arrays.h"
 
 #include <mutex>
+#include <new>
 
 namespace qv::ds {
 

@@ -3,9 +3,6 @@
 #include "base/export.h"
 #include "base/types.h"
 
-#include <cstddef>
-#include <new>
-
 namespace qv::ds {
 
 /// Room for the empty arrays of one hash map: 256 cells, each for the 8 bytes that an array of 0
@@ -25,11 +22,9 @@ public:
     /// A run of the pool with all cells in use. Throws `std::bad_alloc` when memory is out.
     [[nodiscard, gnu::returns_nonnull]] static EmptyArrays* take();
 
-    /// Storage for the empty array of bucket `index`: its count and no element.
-    [[nodiscard, gnu::returns_nonnull]] void* allocate(std::size_t size, u64 index) {
-        if (size != cellSize) throw std::bad_alloc(); // settled when compiled
-        return m_cells + index * cellSize;
-    }
+    /// The empty array of bucket `index`. Its count, 0, stands in front of it and was never
+    /// written: cells are zero from the start, so that a map does not touch them.
+    [[nodiscard]] void* array(u64 index) noexcept { return m_cells + (index + 1) * cellSize; }
 
     /// The run whose cell `index` holds the empty array at `array`.
     [[nodiscard]] static EmptyArrays* of(void* array, u64 index) noexcept {
@@ -55,7 +50,7 @@ public:
 
 private:
     friend class EmptyArraysPool;
-    EmptyArrays() noexcept = default;
+    EmptyArrays() noexcept : m_live(0), m_cells{} {}
     static void give(EmptyArrays* run) noexcept;
 
     union {

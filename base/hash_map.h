@@ -31,18 +31,6 @@ public:
         u64 hash = 0;
         K key;
         V value;
-
-        // Arrays of entries come from the heap; those of a map's empty buckets from its run of
-        // cells. That the release takes a size puts the entry count in front of every array.
-        static void* operator new[](std::size_t size) { return ::operator new[](size); }
-        static void operator delete[](void* array, std::size_t) noexcept {
-            ::operator delete[](array);
-        }
-        [[gnu::returns_nonnull]] static void* operator new[](std::size_t size, EmptyArrays& run,
-                                                             u64 index) {
-            return run.allocate(size, index);
-        }
-        static void operator delete[](void*, EmptyArrays&, u64) noexcept {}
     };
     using Bucket = Vector<Node>;
 
@@ -50,7 +38,8 @@ public:
     HashMap() {
         EmptyArrays* run = EmptyArrays::take();
         for (u64 i = 0; i < bucketCount; ++i)
-            ::new (&m_buckets[i]) Bucket(typename Bucket::EmptyStorage{new (*run, i) Node[0]});
+            ::new (&m_buckets[i])
+                Bucket(typename Bucket::EmptyStorage{static_cast<Node*>(run->array(i))});
     }
 
     /// Copies bucket by bucket; keys and values share their texts with the source.
@@ -60,6 +49,7 @@ public:
     }
 
     /// Leaves `other` an empty map. May throw: that map needs arrays of its own.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor)
     HashMap(HashMap&& other) : HashMap() { swap(other); }
 
     HashMap& operator=(const HashMap& other) {
@@ -230,8 +220,8 @@ private:
         bucket = std::move(content);
     }
 
-    // A run whose cells are all in use belongs to a map without entries: its buckets, which may have
-    // left the cache long ago, need not be read.
+    // A run whose cells are all in use belongs to a map without entries: its buckets, which may
+    // have left the cache long ago, need not be read.
     [[nodiscard]] bool hasOnlyCells() const noexcept {
         if (m_buckets[0].capacity() != 0) return false;
         return EmptyArrays::of(const_cast<Node*>(m_buckets[0].data()), 0)->live() == bucketCount;

@@ -35,8 +35,7 @@ u64 taken() {
 TEST(EmptyArrays, Run_IsFoundFromEachCell) {
     EmptyArrays* run = EmptyArrays::take();
     for (u64 i = 0; i < EmptyArrays::cellCount; ++i) {
-        auto* cell = static_cast<unsigned char*>(run->allocate(8, i));
-        EXPECT_EQ(EmptyArrays::of(cell + 8, i), run);
+        EXPECT_EQ(EmptyArrays::of(run->array(i), i), run);
     }
     run->drop(EmptyArrays::cellCount);
 }
@@ -61,10 +60,10 @@ TEST(EmptyArrays, RunGivenBack_IsTakenAgain) {
     again->drop(EmptyArrays::cellCount);
 }
 
-TEST(EmptyArrays, RequestOfAnotherSize_IsRefused) {
+TEST(EmptyArrays, EachArray_HasItsCount0InFront) {
     EmptyArrays* run = EmptyArrays::take();
-    EXPECT_THROW((void)run->allocate(9, 0), std::bad_alloc);
-    EXPECT_THROW((void)run->allocate(0, 0), std::bad_alloc);
+    for (u64 i = 0; i < EmptyArrays::cellCount; ++i)
+        EXPECT_EQ(static_cast<const u64*>(run->array(i))[-1], 0u);
     run->drop(EmptyArrays::cellCount);
 }
 
