@@ -1,0 +1,109 @@
+#include "tools/kelvo/address.h"
+
+#include "sdk/impl/near_name.h"
+#include "sdk/path_parser.h"
+
+#include <string>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::Input;
+using kelvo_sdk::Node;
+using kelvo_sdk::PathParser;
+using kelvo_sdk::Scene;
+using kelvo_sdk::impl::NearName;
+using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::interfaces::IInputContainer;
+
+// The names offered have to live until the answer is made.
+String questionAbout(const String& name, const ds::Vector<String>& known) {
+    NearName near(name.view());
+    for (const String& candidate : known)
+        near.offer(candidate.view());
+    return near.question();
+}
+
+// Follows the step to a named input or member.
+bool findMember(const IInputContainer& owner, const String& ownerName, const String& name,
+                Input& input, String& error) {
+    if (owner.hasInput(name, kelvo_sdk::AttrType::Null)) {
+        input = Input(owner.input(name));
+        return true;
+    }
+    ds::Vector<String> known;
+    for (u64 i = 0; i < owner.inputCount(); ++i)
+        known.push_back(owner.input(i)->name());
+    error = "no input '" + name + "' in '" + ownerName + "'" + questionAbout(name, known);
+    return false;
+}
+
+bool findElement(i64 index, Append append, Input& input, String& error) {
+    if (input.type() != kelvo_sdk::AttrType::Array) {
+        error = "'" + input.path() + "' has no elements: its kind is " + input->typeName() + ".";
+        return false;
+    }
+    if (index == PathParser::appendIndex) {
+        if (append == Append::Allowed)
+            input = input.append();
+        else
+            error = "'" + input.path() + "[+]' is for `set` alone.";
+        return append == Append::Allowed;
+    }
+    const u64 count = input.inputCount();
+    if (static_cast<u64>(index) < count) {
+        input = input.input(static_cast<u64>(index));
+        return true;
+    }
+    error = "no element [" + String(std::string_view(std::to_string(index))) + "] in '" +
+            input.path() + "', which has " + std::string_view(std::to_string(count)) + ".";
+    return false;
+}
+
+bool followStep(const PathParser::Token& step, Append append, Address& address, String& error) {
+    Input& input = address.input;
+    if (step.index != -1) return findElement(step.index, append, input, error);
+    if (!input.get())
+        return findMember(*address.node.get(), address.node.name(), step.text, input, error);
+    if (input->isObject()) {
+        const Input object = input;
+        return findMember(*object.get(), object.path(), step.text, input, error);
+    }
+    error = "'" + input.path() + "' has no members: its kind is " + input->typeName() + ".";
+    return false;
+}
+
+} // namespace
+
+String noSuchNode(const Scene& scene, const String& name) {
+    ds::Vector<String> known;
+    for (u64 i = 0; i < scene.nodeCount(); ++i)
+        known.push_back(scene.node(i).name());
+    return "no node '" + name + "'" + questionAbout(name, known);
+}
+
+bool findAddress(const Scene& scene, const String& path, Append append, Address& address,
+                 String& error) {
+    const auto steps = PathParser::parsePath(path);
+    if (steps.empty()) {
+        error = "'" + path +
+                "' is no path: expected something like node.input, node.array[3] or "
+                "node.object.member.";
+        return false;
+    }
+    address.node = scene.findNode(steps[0].text);
+    if (!address.node.get()) {
+        error = noSuchNode(scene, steps[0].text);
+        return false;
+    }
+    if (steps.size() > 1 && steps[1].index != -1) {
+        error = "'" + address.node.name() + "' is a node, which has inputs and no elements.";
+        return false;
+    }
+    for (u64 i = 1; i < steps.size(); ++i)
+        if (!followStep(steps[i], append, address, error)) return false;
+    return true;
+}
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "base/string_vector.h"
+#include "tools/kelvo/message.h"
+#include "tools/kelvo/terminal.h"
+
+namespace qv::kelvo_tool {
+
+// The commands, one source file each. What is found wrong is told on the standard error stream. A
+// file "-" is the standard input, or output.
+
+struct ShowOptions {
+    String file;
+    /// Levels below the nodes at the top; negative: all.
+    i64 depth = -1;
+    bool values = true;
+};
+/// Prints the hierarchy as a tree.
+[[nodiscard]] Status runShow(const ShowOptions& options, Terminal& out);
+
+/// Prints the value at a path, or the text of a node.
+[[nodiscard]] Status runGet(const String& file, const String& path, Terminal& out);
+
+struct SetOptions {
+    String file;
+    /// Each "path=value".
+    StringVector assignments;
+    /// Empty: the file itself.
+    String outFile;
+};
+/// Sets values and writes the scene; all of them or none.
+[[nodiscard]] Status runSet(const SetOptions& options, Terminal& out);
+
+/// Tells all that is wrong with a scene file.
+[[nodiscard]] Status runCheck(const String& file, Terminal& out);
+
+/// Prints counts, sizes and the scene's hash.
+[[nodiscard]] Status runStats(const String& file, Terminal& out);
+
+struct ImportOptions {
+    String model;
+    String outFile = "-";
+};
+/// Makes a scene of a model file.
+[[nodiscard]] Status runImport(const ImportOptions& options, Terminal& out);
+
+} // namespace qv::kelvo_tool

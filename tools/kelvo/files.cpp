@@ -1,0 +1,157 @@
+#include "tools/kelvo/files.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Owner of a file descriptor.
+class Descriptor {
+public:
+    explicit Descriptor(int number) noexcept : m_number(number) {}
+    ~Descriptor() {
+        if (m_number > STDERR_FILENO) ::close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int number() const noexcept { return m_number; }
+    [[nodiscard]] bool isOpen() const noexcept { return m_number >= 0; }
+    // Some file systems tell of a failed write only now.
+    [[nodiscard]] bool close() noexcept { return ::close(std::exchange(m_number, -1)) == 0; }
+
+private:
+    int m_number;
+};
+
+bool fail(const char* doing, const String& path, String& error) {
+    const std::string reason = std::generic_category().message(errno);
+    error = String("cannot ") + doing + " '" + displayed(path) + "': " + std::string_view(reason);
+    return false;
+}
+
+bool readAll(int descriptor, std::string& text) {
+    struct stat info {};
+    if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode))
+        text.reserve(static_cast<std::size_t>(info.st_size) + 1);
+    constexpr std::size_t step = std::size_t{1} << 18;
+    std::size_t length = 0;
+    for (;;) {
+        text.resize(length + step);
+        const ssize_t got = ::read(descriptor, text.data() + length, step);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return false;
+        length += static_cast<std::size_t>(got);
+        if (got != 0) continue;
+        text.resize(length);
+        return true;
+    }
+}
+
+// Follows symbolic links by hand, as the last one may lead to a file that is still to be made.
+bool followLinks(fs::path& path) {
+    std::error_code failure;
+    for (int links = 0; fs::is_symlink(path, failure); ++links) {
+        if (links == 40) {
+            errno = ELOOP;
+            return false;
+        }
+        const fs::path target = fs::read_symlink(path, failure);
+        if (failure) {
+            errno = failure.value();
+            return false;
+        }
+        path = path.parent_path() / target;
+    }
+    return true;
+}
+
+mode_t newFileMode() noexcept {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666 & ~mask;
+}
+
+// Fills a new file and puts it in the place of the old one.
+bool fillAndRename(Descriptor& file, const std::string& temporary, const fs::path& target,
+                   const struct stat* old, std::string_view text) {
+    // Another's file stays his where we may do that; where not, the new one is ours.
+    if (old) (void)!::fchown(file.number(), old->st_uid, old->st_gid);
+    const mode_t mode = old ? old->st_mode & 07777 : newFileMode();
+    return ::fchmod(file.number(), mode) == 0 && writeAll(file.number(), text) &&
+           ::fsync(file.number()) == 0 && file.close() &&
+           std::rename(temporary.c_str(), target.c_str()) == 0;
+}
+
+bool replaceFile(const fs::path& target, const struct stat* old, std::string_view text) {
+    if (old && ::access(target.c_str(), W_OK) != 0) return false;
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    std::string temporary = (folder / ".kelvo-XXXXXX").string();
+    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (!file.isOpen()) return false;
+    if (!fillAndRename(file, temporary, target, old, text)) {
+        const int reason = errno;
+        ::unlink(temporary.c_str());
+        errno = reason;
+        return false;
+    }
+    // The new name has to reach the disk too; not all file systems can be asked for that.
+    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.isOpen()) (void)!::fsync(opened.number());
+    return true;
+}
+
+bool writeInto(const fs::path& target, std::string_view text) {
+    Descriptor file(::open(target.c_str(), O_WRONLY | O_CLOEXEC));
+    return file.isOpen() && writeAll(file.number(), text) && file.close();
+}
+
+} // namespace
+
+String displayed(const String& path) {
+    return isStream(path) ? String("standard input") : path;
+}
+
+bool readFile(const String& path, String& text, String& error) {
+    const Descriptor file(isStream(path) ? STDIN_FILENO : ::open(path.buf(), O_RDONLY | O_CLOEXEC));
+    std::string bytes;
+    if (!file.isOpen() || !readAll(file.number(), bytes)) return fail("read", path, error);
+    text = String(std::string_view(bytes));
+    return true;
+}
+
+bool writeAll(int descriptor, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) return false;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+bool writeFile(const String& path, std::string_view text, String& error) {
+    fs::path target(path.view());
+    if (!followLinks(target)) return fail("write", path, error);
+    struct stat info {};
+    const bool exists = ::stat(target.c_str(), &info) == 0;
+    const bool done = exists && !S_ISREG(info.st_mode)
+                          ? writeInto(target, text)
+                          : replaceFile(target, exists ? &info : nullptr, text);
+    return done || fail("write", path, error);
+}
+
+} // namespace qv::kelvo_tool

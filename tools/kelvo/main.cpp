@@ -1,0 +1,168 @@
+#include "tools/kelvo/commands.h"
+
+#include "base/log.h"
+#include "sdk/impl/near_name.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <exception>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace qv::kelvo_tool;
+using qv::String;
+
+/// The command line: what was asked for, and what to run then.
+class CommandLine {
+public:
+    explicit CommandLine(Terminal& out) : m_out(out) {
+        m_app.require_subcommand(1);
+        m_app.set_version_flag("--version", "kelvo " KELVO_VERSION);
+        m_app.footer(
+            "FILE \"-\" is the standard input or output. Exit status: 0, 1 when a file or "
+            "the scene\nin it is at fault, 2 when the command line is. Colours are used on "
+            "a terminal unless\nNO_COLOR is set.");
+        addShow();
+        addGet();
+        addSet();
+        addCheck();
+        addStats();
+        addImport();
+    }
+
+    Status run(int count, char** arguments) {
+        if (count > 1 && !knowsCommand(arguments[1])) return Status::Usage;
+        try {
+            m_app.parse(count, arguments);
+        } catch (const CLI::Success& wish) {
+            std::ostringstream text;
+            m_app.exit(wish, text, text);
+            m_out.write(text.str());
+            return Status::Ok;
+        } catch (const CLI::ParseError& error) {
+            complain(String(std::string_view(error.what())) + " (see kelvo --help)");
+            return Status::Usage;
+        }
+        return m_command();
+    }
+
+private:
+    static String text(const std::string& value) { return String(std::string_view(value)); }
+
+    bool knowsCommand(std::string_view name) const {
+        if (name.starts_with('-')) return true;
+        qv::kelvo_sdk::impl::NearName near(name);
+        for (const CLI::App* command : m_app.get_subcommands({})) {
+            if (command->get_name() == name) return true;
+            near.offer(command->get_name());
+        }
+        const String question =
+            near.best().empty() ? String(" (see kelvo --help)") : near.question();
+        complain("unknown command '" + String(name) + "'" + question);
+        return false;
+    }
+
+    CLI::App* add(const char* name, const char* help, std::function<Status()> command) {
+        CLI::App* added = m_app.add_subcommand(name, help);
+        added->callback([this, command = std::move(command)] { m_command = command; });
+        return added;
+    }
+    void addFile(CLI::App* command) {
+        command->add_option("FILE", m_file, "Scene file")->required();
+    }
+
+    void addShow() {
+        CLI::App* command = add("show", "Print the hierarchy as a tree", [this] {
+            return runShow({text(m_file), m_depth, !m_noValues}, m_out);
+        });
+        addFile(command);
+        command->add_option("--depth", m_depth, "Levels below the top, all by default")
+            ->check(CLI::NonNegativeNumber);
+        command->add_flag("--no-values", m_noValues, "Nodes alone, without inputs and outputs");
+    }
+    void addGet() {
+        CLI::App* command = add("get", "Print the value at a path, or a node as text",
+                                [this] { return runGet(text(m_file), text(m_path), m_out); });
+        addFile(command);
+        command->add_option("PATH", m_path, "As node, node.input or node.array[3].member")
+            ->required();
+    }
+    void addSet() {
+        CLI::App* command = add("set", "Set values, all or none, and write the scene", [this] {
+            SetOptions options{text(m_file), {}, text(m_outFile)};
+            for (const std::string& assignment : m_assignments)
+                options.assignments.push_back(text(assignment));
+            return runSet(options, m_out);
+        });
+        addFile(command);
+        command
+            ->add_option("PATH=VALUE", m_assignments,
+                         "Texts without quotes, a node by its name (nothing: no node);\n"
+                         "array[+] adds an element")
+            ->required();
+        command->add_option("-o", m_outFile, "Where to write, FILE itself by default");
+    }
+    void addCheck() {
+        addFile(add("check", "Tell all that is wrong with a scene",
+                    [this] { return runCheck(text(m_file), m_out); }));
+    }
+    void addStats() {
+        addFile(add("stats", "Print counts, sizes and the scene's hash",
+                    [this] { return runStats(text(m_file), m_out); }));
+    }
+    void addImport() {
+        m_outFile.clear();
+        CLI::App* command = add("import", "Make a scene of a model file", [this] {
+            return runImport({text(m_file), m_outFile.empty() ? String("-") : text(m_outFile)},
+                             m_out);
+        });
+        command->add_option("MODEL", m_file, "Model file")->required();
+        command->add_option("-o", m_outFile, "Scene file, the standard output by default");
+    }
+
+    Terminal& m_out;
+    CLI::App m_app{"Looks at, edits and makes scenes.", "kelvo"};
+    std::function<Status()> m_command;
+    std::string m_file;
+    std::string m_path;
+    std::string m_outFile;
+    std::vector<std::string> m_assignments;
+    qv::i64 m_depth = -1;
+    bool m_noValues = false;
+};
+
+void tellMessage(qv::LogLevel level, const char* message, void*) {
+    if (level == qv::LogLevel::Warning)
+        warn(message);
+    else
+        complain(message);
+}
+
+Status run(int count, char** arguments) {
+    Terminal out;
+    Status status = CommandLine(out).run(count, arguments);
+    String error;
+    if (out.flush(error)) return status;
+    complain(error);
+    return Status::Fault;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    // A reader that goes away shows as a failed write.
+    std::signal(SIGPIPE, SIG_IGN);
+    qv::setLogHandler(&tellMessage);
+    try {
+        return static_cast<int>(run(count, arguments));
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return static_cast<int>(Status::Fault);
+    }
+}

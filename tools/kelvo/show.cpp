@@ -1,0 +1,145 @@
+#include "tools/kelvo/commands.h"
+
+#include "sdk/interfaces/i_output.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/hierarchy.h"
+#include "tools/kelvo/value_summary.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::interfaces::IInputContainer;
+using kelvo_sdk::interfaces::INode;
+using kelvo_sdk::interfaces::IOutput;
+
+/// Prints nodes as a tree, each with its inputs once. Walks without recursion.
+class TreePrinter {
+public:
+    TreePrinter(const kelvo_sdk::Scene& scene, const ShowOptions& options, Terminal& out)
+        : m_hierarchy(scene), m_options(options), m_out(out) {}
+
+    void print() {
+        for (INode* root : m_hierarchy.roots()) {
+            printNode(*root, "");
+            while (!m_way.empty() && !m_out.isClosed())
+                goOn();
+        }
+    }
+
+private:
+    struct Step {
+        std::vector<INode*> children;
+        std::size_t next = 0;
+    };
+
+    // A line that begins with thousands of guides helps nobody.
+    static constexpr std::size_t deepestGuide = 40;
+    static constexpr u64 mostHeld = 8;
+
+    void goOn() {
+        Step& step = m_way.back();
+        if (step.next == step.children.size()) {
+            m_way.pop_back();
+            return;
+        }
+        const INode& child = *step.children[step.next++];
+        const bool isLast = step.next == step.children.size();
+        printNode(child, isLast ? "└─ " : "├─ ");
+    }
+
+    // Prints a node and goes down to its children, but for those that were shown already.
+    void printNode(const INode& node, std::string_view branch) {
+        m_out.write(Tone::Note, guides(m_way.empty() ? 0 : m_way.size() - 1) + std::string(branch));
+        m_out.write(Tone::Name, node.name().view()).write(" (");
+        m_out.write(Tone::Kind, node.type().view()).write(")");
+        if (!m_shown.insert(&node).second) {
+            m_out.write(Tone::Note, " shown above").endLine();
+            return;
+        }
+        if (const u64 times = m_hierarchy.timesListed(&node); times > 1)
+            m_out.write(Tone::Note, " shared, listed " + std::to_string(times) + " times");
+        std::vector<INode*> children = Hierarchy::childrenOf(node);
+        const bool isCut = m_options.depth >= 0 && std::cmp_equal(m_way.size(), m_options.depth);
+        if (isCut && !children.empty())
+            m_out.write(Tone::Note, " with " + std::to_string(children.size()) +
+                                        (children.size() == 1 ? " child" : " children"));
+        m_out.endLine();
+        if (isCut) children.clear();
+        m_way.push_back({std::move(children)});
+        if (m_options.values) printAttributes(node);
+        if (m_way.back().children.empty()) m_way.pop_back();
+    }
+
+    // What stands in front of a line that is `levels` below the top.
+    [[nodiscard]] std::string guides(std::size_t levels) const {
+        std::string text;
+        for (std::size_t i = 0; i < std::min(levels, deepestGuide); ++i)
+            text += m_way[i].next == m_way[i].children.size() ? "   " : "│  ";
+        if (levels > deepestGuide) text += "(" + std::to_string(levels) + ") ";
+        return text;
+    }
+
+    void printAttributes(const INode& node) {
+        const std::size_t above = m_way.size() - 1;
+        const std::string start = guides(above) + (m_way[above].children.empty() ? "    " : "│   ");
+        for (u64 i = 0; i < node.inputCount(); ++i)
+            printInput(*node.input(i), node.input(i)->name(), start);
+        for (u64 i = 0; i < node.outputCount(); ++i)
+            printOutput(*node.output(i), start);
+    }
+
+    void printInput(const IInput& input, const String& label, const std::string& start) {
+        m_out.write(Tone::Note, start).write(Tone::Kind, input.typeName().view());
+        m_out.write(" ").write(label.view());
+        if (input.type() != AttrType::Null)
+            m_out.write(" = ").write(Tone::Value, shortValue(input).view());
+        if (const IOutput* source = input.source())
+            m_out.write(" <- ").write(Tone::Name, source->path().view());
+        m_out.endLine();
+        if (input.isObject()) printMembers(input, start + "    ");
+        if (input.elementType() == AttrType::Object) printElements(input, start + "    ");
+    }
+
+    void printMembers(const IInput& object, const std::string& start) {
+        for (u64 i = 0; i < object.inputCount(); ++i)
+            printInput(*object.input(i), object.input(i)->name(), start);
+    }
+
+    void printElements(const IInput& array, const std::string& start) {
+        const u64 count = array.inputCount();
+        for (u64 i = 0; i < std::min(count, mostHeld); ++i)
+            printInput(*array.input(i), "[" + array.input(i)->name() + "]", start);
+        if (count > mostHeld)
+            m_out.write(Tone::Note, start + "... " + std::to_string(count - mostHeld) + " more\n");
+    }
+
+    void printOutput(const IOutput& output, const std::string& start) {
+        m_out.write(Tone::Note, start).write("output ");
+        m_out.write(Tone::Kind, output.typeName().view()).write(" ").write(output.name().view());
+        m_out.endLine();
+    }
+
+    Hierarchy m_hierarchy;
+    const ShowOptions& m_options;
+    Terminal& m_out;
+    std::unordered_set<const INode*> m_shown;
+    std::vector<Step> m_way;
+};
+
+} // namespace
+
+Status runShow(const ShowOptions& options, Terminal& out) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!loadScene(options.file, scene)) return Status::Fault;
+    TreePrinter(scene, options, out).print();
+    return Status::Ok;
+}
+
+} // namespace qv::kelvo_tool

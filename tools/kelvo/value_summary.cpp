@@ -1,0 +1,141 @@
+#include "tools/kelvo/value_summary.h"
+
+#include "base/string_io.h"
+#include "sdk/impl/value_text.h"
+#include "sdk/interfaces/i_node.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::impl::Buffer;
+using kelvo_sdk::impl::Value;
+using kelvo_sdk::interfaces::BufferView;
+using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::interfaces::INode;
+
+constexpr u64 mostBytes = 60;
+constexpr u64 mostElements = 4;
+constexpr u64 mostItems = 8;
+
+void appendCount(u64 count, const char* what, StringIO& out) {
+    out.appendUInt(count).append(' ').append(what).append(count == 1 ? "" : "s");
+}
+
+// Cuts between characters: bytes 10xxxxxx go on with one.
+std::string_view cut(std::string_view text) {
+    u64 length = mostBytes;
+    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xc0u) == 0x80u)
+        --length;
+    return text.substr(0, length);
+}
+
+void appendShortText(const String& text, StringIO& out) {
+    if (text.size() <= mostBytes) return kelvo_sdk::impl::writeQuoted(text.view(), out);
+    kelvo_sdk::impl::writeQuoted(cut(text.view()), out);
+    out.append("... ");
+    appendCount(text.size(), "byte", out);
+}
+
+void appendShortBuffer(const BufferView& view, StringIO& out) {
+    const Value start(Buffer(view.type, view.data, std::min(view.count, mostElements)));
+    kelvo_sdk::impl::writeValue(start, out);
+    if (view.count <= mostElements) return;
+    out.truncate(out.size() - 1);
+    out.append(" ...] ");
+    appendCount(view.count, "element", out);
+}
+
+void appendPlain(const IInput& input, bool isShort, StringIO& out) {
+    String text;
+    BufferView view;
+    INode* node = nullptr;
+    switch (input.type()) {
+    case AttrType::Node:
+        if (input.readNode(node, false, nullptr) && node)
+            out.append(node->name().view());
+        else
+            out.append("null");
+        return;
+    case AttrType::Buffer:
+        if (!isShort || !input.readBuffer(view, false, nullptr)) break;
+        return appendShortBuffer(view, out);
+    case AttrType::String:
+        if (!input.readString(text, false, nullptr)) return;
+        if (isShort) return appendShortText(text, out);
+        return kelvo_sdk::impl::writeQuoted(text.view(), out);
+    default:
+        break;
+    }
+    if (input.readString(text, false, nullptr)) out.append(text.view());
+}
+
+void appendShort(const IInput& input, bool isInside, StringIO& out) {
+    const u64 count = input.inputCount();
+    if (input.isObject()) {
+        out.append('{');
+        appendCount(count, "member", out);
+        out.append('}');
+    } else if (input.type() != AttrType::Array) {
+        appendPlain(input, true, out);
+    } else if (isInside) {
+        out.append('[');
+        appendCount(count, "element", out);
+        out.append(']');
+    } else {
+        for (u64 i = 0; i < std::min(count, mostItems); ++i)
+            appendShort(*input.input(i), true, out.append(i == 0 ? "[" : ", "));
+        if (count > mostItems)
+            appendCount(count, "element", out.append(", ...] "));
+        else
+            out.append(count == 0 ? "[]" : "]");
+    }
+}
+
+void appendWhole(const IInput& input, u64 depth, StringIO& out);
+
+void appendMembers(const IInput& object, u64 depth, StringIO& out) {
+    out.append("{\n");
+    for (u64 i = 0; i < object.inputCount(); ++i) {
+        const IInput& member = *object.input(i);
+        out.appendRepeated(' ', 4 * (depth + 1));
+        out.append(member.typeName().view()).append(' ').append(member.name().view());
+        out.append(member.isObject() ? " " : " = ");
+        appendWhole(member, depth + 1, out);
+        out.append('\n');
+    }
+    out.appendRepeated(' ', 4 * depth).append('}');
+}
+
+// Recursion ends soon: a reader of scene text bounds how deep things are nested.
+void appendWhole(const IInput& input, u64 depth, StringIO& out) {
+    if (input.isObject()) return appendMembers(input, depth, out);
+    if (input.type() != AttrType::Array) return appendPlain(input, false, out);
+    out.append('[');
+    for (u64 i = 0; i < input.inputCount(); ++i) {
+        if (i != 0) out.append(", ");
+        appendWhole(*input.input(i), depth, out);
+    }
+    out.append(']');
+}
+
+} // namespace
+
+String shortValue(const IInput& input) {
+    StringIO out;
+    appendShort(input, false, out);
+    return out.take();
+}
+
+String wholeValue(const IInput& input) {
+    StringIO out;
+    String text;
+    if (input.type() == AttrType::String && input.readString(text, false, nullptr)) return text;
+    appendWhole(input, 0, out);
+    return out.take();
+}
+
+} // namespace qv::kelvo_tool
