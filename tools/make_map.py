@@ -102,7 +102,8 @@ def tests_of_users(root, names):
     users = [name for name in tree_files.files(root, ".cpp")
              if tree_files.floor_of(name) and name not in names
              and f'#include "{headers[0]}"' in (root / name).read_text(encoding="utf-8")]
-    found = [test for user in users for test in tests_of(root, unit_of(user))]
+    found = [test for user in map(unit_of, users)
+             for test in tests_of(root, user) or tests_by_include(root, [f"{user}.h"])]
     return sorted(set(found))[:3]
 
 
