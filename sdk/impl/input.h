@@ -223,12 +223,13 @@ private:
     void letGo();
 
     std::atomic<i32> m_refCount = 1;
-    // An AttrType each, and a DataType: what a Buffer declares.
-    u8 m_type;
-    u8 m_elementType = 0;
-    u8 m_dataType = 0;
+    // An AttrType, which may lie outside the enumeration.
+    i16 m_type;
+    // An AttrType and, for what a Buffer declares, a DataType.
+    u8 m_elementType : 6;
     bool m_silent : 1 = false;
     bool m_readOnly : 1 = false;
+    u8 m_dataType = 0;
     Node* m_node;
     Input* m_parent;
     String m_name;

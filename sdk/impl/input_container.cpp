@@ -100,11 +100,10 @@ IInput* Input::createMember(String name, AttrData definition) {
 }
 
 IInput* Input::addElement(u64 index, AttrType elementElementType) {
-    AttrData definition(elementType());
-    definition.elementType = elementElementType;
-    definition.dataType = static_cast<DataType>(m_dataType);
-    definition.silent = m_silent;
-    auto element = RefersTo<Input>::adopt(new Input(m_node, this, String(), std::move(definition)));
+    auto element = RefersTo<Input>::adopt(
+        new Input(m_node, this, String(), elementType(), elementElementType));
+    element->m_dataType = m_dataType;
+    element->m_silent = m_silent;
     ds::Vector<IInput*>& list = extras().members;
     list.insert(index, element.get());
     Input* added = element.detach();
