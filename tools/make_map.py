@@ -99,7 +99,7 @@ def tests_of_users(root, names):
     if not headers or any("QV_EXPORT" in (root / name).read_text(encoding="utf-8")
                           for name in headers):
         return []
-    users = [name for name in tree_files.files(root, ".cpp")
+    users = [name for name in tree_files.files(root, *tree_files.SOURCES)
              if tree_files.floor_of(name) and name not in names
              and f'#include "{headers[0]}"' in (root / name).read_text(encoding="utf-8")]
     found = [test for user in map(unit_of, users)
