@@ -1,0 +1,82 @@
+#pragma once
+
+#include "tools/import/import_report.h"
+#include "tools/import/names.h"
+
+#include "base/string_io.h"
+
+#include <assimp/scene.h>
+
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+// What the parts of an import share. Model types of assimp begin with "ai".
+namespace qv::model_import {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::Input;
+using kelvo_sdk::Node;
+using kelvo_sdk::Scene;
+
+struct ImportContext {
+    const aiScene& model;
+    Scene scene;
+    Report& report;
+    Names names;
+    /// Directory of the model file, empty for the current one.
+    String directory;
+    /// By number in the model; empty handles stand for what is left out.
+    std::vector<Node> meshes;
+    std::vector<Node> materials;
+    /// By path as it stands in the model.
+    std::unordered_map<String, Node> textures;
+    /// The nodes of the hierarchy, parents first, and what each was made from.
+    struct Placed {
+        const aiNode* source;
+        Node xform;
+    };
+    std::vector<Placed> placed;
+    /// By name in the model: the first node of the hierarchy of that name.
+    std::unordered_map<String, Node> xforms;
+};
+
+[[nodiscard]] inline std::string_view viewOf(const aiString& text) noexcept {
+    return {text.data, text.length};
+}
+
+/// Creates a node; `original` is its name in the model, kept in "name" where the node's differs.
+[[nodiscard]] Node createNamed(ImportContext& context, const char* type, std::string_view original);
+
+/// Links `child` below `parent`, if there is one.
+void addChild(const Node& parent, const Node& child);
+
+/// Places a camera or light in the hierarchy: below the node of its name, else below the first one.
+void placeByName(ImportContext& context, const Node& node, const aiString& name);
+
+/// Creates an input that the node does not have yet, and sets it.
+template<typename T>
+void addInput(const Node& node, const String& name, AttrType type, const T& value) {
+    node.createInput(name, type).set(value);
+}
+
+/// Creates a buffer input from `count` elements at `data`; nothing when there are none.
+void addBuffer(const Node& node, const String& name, DataType type, const void* data, u64 count);
+
+// The parts, in the order in which they run.
+void importHierarchy(ImportContext& context);
+void importMeshes(ImportContext& context);
+void importMaterials(ImportContext& context);
+void importUnusedTextures(ImportContext& context);
+void importCameras(ImportContext& context);
+void importLights(ImportContext& context);
+void listLeftOut(ImportContext& context);
+
+/// Adds what a model says about a node, or about itself, as members of an object input.
+void importMetadata(ImportContext& context, const Node& node, const char* input,
+                    const aiMetadata* metadata);
+
+/// Returns the texture of a path in the model, created when first asked for.
+[[nodiscard]] Node textureAt(ImportContext& context, std::string_view path);
+
+} // namespace qv::model_import

@@ -1,0 +1,34 @@
+#include "tools/import/import_report.h"
+
+#include "base/string_io.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qv::model_import {
+
+void Report::leaveOut(const char* what, String name, u64 count) {
+    LeftOut* item = std::find_if(leftOut.begin(), leftOut.end(),
+                                 [&](const LeftOut& i) { return i.what == what; });
+    if (item == leftOut.end()) {
+        leftOut.push_back({String(what), 0, {}});
+        item = &leftOut.back();
+    }
+    item->count += count;
+    if (item->names.size() == maxKeptNames || name.isEmpty()) return;
+    if (!item->names.contains(name, false)) item->names.push_back(std::move(name));
+}
+
+String Report::text(const LeftOut& item, u64 maxNames) {
+    StringIO out;
+    out.append(item.what).append(": ").appendUInt(item.count);
+    const u64 shown = std::min(item.names.size(), maxNames);
+    for (u64 i = 0; i < shown; ++i)
+        out.append(i == 0 ? " (" : ", ").append(item.names[i]);
+    if (shown < item.names.size())
+        out.append(" and ").appendUInt(item.names.size() - shown).append(" more");
+    if (shown != 0) out.append(')');
+    return out.take();
+}
+
+} // namespace qv::model_import

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "tools/import/import_report.h"
+
+#include "sdk/scene.h"
+
+#include <functional>
+
+namespace qv::model_import {
+
+/// Takes how far reading has come, from 0 to 1; called on the thread that imports.
+using Progress = std::function<void(double)>;
+
+/// Adds a model file to a scene, which stays as it was on failure; `report` then says why.
+///
+///     xform     a node of the model's hierarchy: Mat4 "matrix", Array<Node> "children"
+///     mesh      its buffers "positions", "normals", "uvs", "colors", "indices", ...; Node
+///     "material" material  every property that the model gives; Node "...Texture" for each texture
+///     texture   a file, as "dir", "file" and "ext"; those inside the model keep their bytes
+///     camera, light
+///
+/// Points are rows, as everywhere in the library. What several nodes share in the model is one node
+/// that all of them link to. Names become simple identifiers; the name in the model, where it
+/// differs, is the String input "name". Relative texture paths get the model's directory in front.
+///
+/// Readers take at most memory in proportion to the model's files. They may crash on files that are
+/// made to: `runIsolated` keeps that from a program.
+[[nodiscard]] bool importModel(const kelvo_sdk::Scene& scene, const String& file, Report& report,
+                               const Progress& progress = {});
+
+/// Returns the name and version of the library that reads models, "assimp 5.2.5".
+[[nodiscard]] String readerVersion();
+
+} // namespace qv::model_import

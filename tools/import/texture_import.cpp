@@ -1,0 +1,97 @@
+#include "tools/import/import_context.h"
+
+#include "base/path.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <tuple>
+
+namespace qv::model_import {
+
+namespace {
+
+void addFile(const Node& node, const Path& path, const String& dir) {
+    addInput(node, "dir", AttrType::String, dir);
+    addInput(node, "file", AttrType::String, path.file(false));
+    addInput(node, "ext", AttrType::String, path.ext(true));
+}
+
+// Readers give pixels as blue, green, red, opacity.
+void addPixels(const Node& node, const aiTexture& texture) {
+    std::vector<math::Rgba8> pixels(u64{texture.mWidth} * texture.mHeight);
+    std::transform(texture.pcData, texture.pcData + pixels.size(), pixels.begin(),
+                   [](const aiTexel& t) {
+                       return math::Rgba8{{t.r, t.g, t.b, t.a}};
+                   });
+    addInput(node, "width", AttrType::UInt, texture.mWidth);
+    addInput(node, "height", AttrType::UInt, texture.mHeight);
+    addBuffer(node, "pixels", DataType::Rgba8, pixels.data(), pixels.size());
+}
+
+// A file inside the model stays a file, as its bytes.
+Node createEmbedded(ImportContext& context, const aiTexture& texture) {
+    const Path path(String(viewOf(texture.mFilename)), true);
+    const Node node = createNamed(context, "texture", path.file(false).view());
+    const std::string_view hint(texture.achFormatHint,
+                                strnlen(texture.achFormatHint, sizeof texture.achFormatHint));
+    const bool isFile = texture.mHeight == 0;
+    addInput(node, "dir", AttrType::String, "");
+    addInput(node, "file", AttrType::String, path.file(false));
+    addInput(node, "ext", AttrType::String,
+             !path.ext(true).isEmpty() || hint.empty() || !isFile ? path.ext(true)
+                                                                  : String('.') + hint);
+    if (!texture.pcData) return node;
+    if (isFile)
+        addBuffer(node, "data", DataType::Byte, texture.pcData, texture.mWidth);
+    else
+        addPixels(node, texture);
+    return node;
+}
+
+Node createFile(ImportContext& context, std::string_view text) {
+    const Path path(String(text), true);
+    const Node node = createNamed(context, "texture", path.file(false).view());
+    const bool isRelative = !path.isAbsolute();
+    addFile(node, path, isRelative ? Path::join(context.directory, path.dir()) : path.dir());
+    return node;
+}
+
+const aiTexture* embeddedAt(const aiScene& model, std::string_view path) {
+    u32 index = 0;
+    if (path.starts_with('*')) {
+        const auto [end, error] =
+            std::from_chars(path.data() + 1, path.data() + path.size(), index);
+        const bool fits = error == std::errc() && index < model.mNumTextures;
+        return fits ? model.mTextures[index] : nullptr;
+    }
+    return model.GetEmbeddedTexture(String(path).buf());
+}
+
+// One inside the model goes by its number, however materials call it.
+String keyOf(const aiScene& model, const aiTexture& texture) {
+    u32 index = 0;
+    while (model.mTextures[index] != &texture)
+        ++index;
+    return String::format("*%u", index);
+}
+
+} // namespace
+
+Node textureAt(ImportContext& context, std::string_view path) {
+    const aiTexture* embedded = embeddedAt(context.model, path);
+    const String key = embedded ? keyOf(context.model, *embedded) : String(path);
+    auto [entry, isNew] = context.textures.try_emplace(key);
+    if (isNew)
+        entry->second = embedded ? createEmbedded(context, *embedded) : createFile(context, path);
+    return entry->second;
+}
+
+void importUnusedTextures(ImportContext& context) {
+    for (u32 i = 0; i < context.model.mNumTextures; ++i) {
+        if (context.model.mTextures[i])
+            std::ignore = textureAt(context, String::format("*%u", i).view());
+    }
+}
+
+} // namespace qv::model_import
