@@ -156,8 +156,9 @@ Status run(int count, char** arguments) {
 } // namespace
 
 int main(int count, char** arguments) {
-    // A reader that goes away shows as a failed write.
+    // A reader that goes away and a file that must not grow show as failed writes.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     qv::setLogHandler(&tellMessage);
     try {
         return static_cast<int>(run(count, arguments));
