@@ -4,14 +4,18 @@ find_package(GTest REQUIRED)
 include(GoogleTest)
 
 function(kelvo_add_test name)
-  foreach(kind static shared)
-    add_executable(${name}_${kind} ${ARGN})
-    target_link_libraries(${name}_${kind} PRIVATE kelvo_flags GTest::gtest_main ${CMAKE_DL_LIBS})
-    if(kind STREQUAL shared)
-      target_link_libraries(${name}_${kind} PRIVATE Kelvo::sdk)
-    else()
-      target_link_libraries(${name}_${kind} PRIVATE Kelvo::sdk_static)
-    endif()
-    add_test(NAME ${name}_${kind} COMMAND ${name}_${kind} --gtest_brief=1)
-  endforeach()
+  kelvo_add_test_program(${name}_static Kelvo::sdk_static ${ARGN})
+  kelvo_add_test_program(${name}_shared Kelvo::sdk ${ARGN})
+endfunction()
+
+# kelvo_add_internal_test(NAME sources...): the static build alone.
+function(kelvo_add_internal_test name)
+  kelvo_add_test_program(${name} Kelvo::sdk_static ${ARGN})
+endfunction()
+
+function(kelvo_add_test_program program library)
+  add_executable(${program} ${ARGN})
+  target_link_libraries(${program} PRIVATE kelvo_flags ${library} GTest::gtest_main
+                                           ${CMAKE_DL_LIBS})
+  add_test(NAME ${program} COMMAND ${program} --gtest_brief=1)
 endfunction()

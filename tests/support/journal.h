@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qv::tests {
+
+/// What recorders heard, in order, separated by blanks.
+class Journal {
+public:
+    void add(std::string_view what) {
+        if (!m_text.empty()) m_text += ' ';
+        m_text += what;
+    }
+
+    /// Returns what was heard since the last call.
+    std::string take() {
+        std::string text;
+        text.swap(m_text);
+        return text;
+    }
+
+private:
+    std::string m_text;
+};
+
+} // namespace qv::tests
