@@ -24,6 +24,20 @@ kelvo_sdk::Input handleOn(const IInput* input) {
     return kelvo_sdk::Input(const_cast<IInput*>(input));
 }
 
+// Keeps a node and an input alive until everyone was told: who is told may remove them. Costs
+// nothing until it is used.
+class Survivors {
+public:
+    void keep(const Node* node, const IInput* input = nullptr) {
+        if (!m_node) m_node = kelvo_sdk::Node(const_cast<Node*>(node));
+        if (!m_input) m_input = handleOn(input);
+    }
+
+private:
+    kelvo_sdk::Node m_node;
+    kelvo_sdk::Input m_input;
+};
+
 } // namespace
 
 // Calls `tell(observer)` for all who are subscribed now and still are when their turn comes.
@@ -73,43 +87,67 @@ void Node::onOutputRemoved(const IOutput* output) {
 void Node::onInputChanged(const IInput* input, const AttrData* previous) {
     m_dirty = true;
     if (m_destroying) return;
+    Survivors survivors;
+    const bool hasCallback = m_nodeChanged != nullptr;
+    if (hasCallback) survivors.keep(this, input);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
-        tellObservers([=](NodeObserver* observer) { observer->inputChanged(handleOn(input)); });
+        tellObservers([&](NodeObserver* observer) {
+            survivors.keep(this, input);
+            observer->inputChanged(handleOn(input));
+        });
     if (m_scene) sceneOf(m_scene)->notifyInputChanged(input, previous);
-    if (m_nodeChanged) m_nodeChanged(const_cast<IInput*>(input));
+    // Without a callback nothing kept this node while the scene was told.
+    if (hasCallback && m_nodeChanged) m_nodeChanged(const_cast<IInput*>(input));
 }
 
 void Node::onInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
     m_dirty = true;
     if (m_destroying) return;
+    Survivors survivors;
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
-        tellObservers([=](NodeObserver* observer) { observer->inputConnected(handleOn(input)); });
+        tellObservers([&](NodeObserver* observer) {
+            survivors.keep(this, input);
+            observer->inputConnected(handleOn(input));
+        });
     if (m_scene) sceneOf(m_scene)->notifyInputConnected(input, before, after);
 }
 
 void Node::notifyRemoved() const {
     m_dirty = true;
     if (m_destroying) return;
+    Survivors survivors;
     const NodeChangeScope scope(m_scene);
-    if (!m_destroying) tellObservers([](NodeObserver* observer) { observer->nodeRemoved(); });
+    if (!m_destroying)
+        tellObservers([&](NodeObserver* observer) {
+            survivors.keep(this);
+            observer->nodeRemoved();
+        });
 }
 
 void Node::notifyRenamed(String name) const {
     m_dirty = true;
     if (m_destroying) return;
+    Survivors survivors;
     const NodeChangeScope scope(m_scene);
-    if (!m_destroying) tellObservers([&](NodeObserver* observer) { observer->nodeRenamed(name); });
+    if (!m_destroying)
+        tellObservers([&](NodeObserver* observer) {
+            survivors.keep(this);
+            observer->nodeRenamed(name);
+        });
 }
 
 void Node::notifyConverted(INode* replacement) const {
     m_dirty = true;
     if (m_destroying) return;
+    Survivors survivors;
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
-        tellObservers(
-            [=](NodeObserver* observer) { observer->nodeConverted(kelvo_sdk::Node(replacement)); });
+        tellObservers([&](NodeObserver* observer) {
+            survivors.keep(this);
+            observer->nodeConverted(kelvo_sdk::Node(replacement));
+        });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -16,8 +16,8 @@
 #include <array>
 #include <cstdlib>
 #include <functional>
-#include <new>
 #include <memory>
+#include <new>
 #include <string>
 
 #include <sys/resource.h>
@@ -123,12 +123,11 @@ TEST(NodeOutOfMemory, Construction_UndoesWhatItBuiltAndCountsNothing) {
     const i64 blocks = live;
     const i32 references = name.get()->refCount();
     Node* node = nullptr;
-    const int failures = failEachAllocation(
-        [&] { node = new Node(nullptr, type, name); },
-        [&] {
-            EXPECT_EQ(impl_nodeInstanceCount(), nodes);
-            EXPECT_EQ(name.get()->refCount(), references);
-        });
+    const int failures = failEachAllocation([&] { node = new Node(nullptr, type, name); },
+                                            [&] {
+                                                EXPECT_EQ(impl_nodeInstanceCount(), nodes);
+                                                EXPECT_EQ(name.get()->refCount(), references);
+                                            });
     EXPECT_GE(failures, 1);
     node->decRef();
     EXPECT_EQ(impl_nodeInstanceCount(), nodes);
@@ -161,7 +160,8 @@ private:
 TEST(NodeOutOfMemory, ConstructionOfAMember_CountsNothing) {
     constexpr u64 kMost = 4000;
     const i64 nodes = impl_nodeInstanceCount();
-    const auto storage = std::make_unique<std::aligned_storage_t<sizeof(Node), alignof(Node)>[]>(kMost);
+    const auto storage =
+        std::make_unique<std::aligned_storage_t<sizeof(Node), alignof(Node)>[]>(kMost);
     ds::Vector<Node*> made;
     made.reserve(kMost);
     bool failed = false;
@@ -225,12 +225,11 @@ TEST_F(AttributesOutOfMemory, CreateInputFromData_LeavesTheListAsItWas) {
 TEST_F(AttributesOutOfMemory, CreateOutput_LeavesTheListAsItWas) {
     const String name("a");
     const i64 blocks = live;
-    const int failures =
-        failEachAllocation([&] { m_node.createOutput(name, AttrType::Real); },
-                           [&] {
-                               EXPECT_EQ(m_node.outputCount(), 0u);
-                               EXPECT_EQ(live, blocks);
-                           });
+    const int failures = failEachAllocation([&] { m_node.createOutput(name, AttrType::Real); },
+                                            [&] {
+                                                EXPECT_EQ(m_node.outputCount(), 0u);
+                                                EXPECT_EQ(live, blocks);
+                                            });
     EXPECT_GE(failures, 1);
     EXPECT_EQ(m_node.outputCount(), 1u);
 }

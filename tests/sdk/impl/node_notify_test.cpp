@@ -71,13 +71,17 @@ protected:
 
     // Whether another thread finds the observers' lock taken.
     [[nodiscard]] bool isLocked() {
-        return std::async(std::launch::async, [this] {
-                   if (!probe(m_node).mutex().try_lock()) return true;
-                   probe(m_node).mutex().unlock();
-                   return false;
-               }).get();
+        return std::async(std::launch::async,
+                          [this] {
+                              if (!probe(m_node).mutex().try_lock()) return true;
+                              probe(m_node).mutex().unlock();
+                              return false;
+                          })
+            .get();
     }
-    void noteLock(const char* where) { m_journal.add(where + std::string(isLocked() ? "=L" : "=U")); }
+    void noteLock(const char* where) {
+        m_journal.add(where + std::string(isLocked() ? "=L" : "=U"));
+    }
 
     Journal m_journal;
     RefersTo<RecordingScene> m_scene = RecordingScene::make(m_journal);
@@ -158,8 +162,7 @@ TEST_F(NodeNotify, ObserversLock_IsHeldForThemAloneAndNotForTheOthers) {
     EXPECT_EQ(m_journal.take(), "a:changed=in a=L b:changed=in scene:changed=in scene=U "
                                 "library:in library=U");
     m_node.onInputConnected(m_in, nullptr, m_out);
-    EXPECT_EQ(m_journal.take(),
-              "a:connected=in a=L b:connected=in scene:connected=in scene=U");
+    EXPECT_EQ(m_journal.take(), "a:connected=in a=L b:connected=in scene:connected=in scene=U");
 }
 
 TEST_F(NodeNotify, AddedAndRemoved_NeverTakeTheLock) {
@@ -251,8 +254,15 @@ TEST_F(NodeNotify, EndThatBeginsWithTheStep_SilencesObserversButNotSceneAndLibra
 TEST_F(NodeNotify, WithoutAScene_ObserversAndLibraryAreTold) {
     m_node.setScene(nullptr);
     const std::vector<std::string> expected{
-        "", "", "", "", "a:changed=in b:changed=in library:in", "a:connected=in b:connected=in",
-        "a:removed b:removed", "a:renamed=new b:renamed=new", "a:converted=none b:converted=none",
+        "",
+        "",
+        "",
+        "",
+        "a:changed=in b:changed=in library:in",
+        "a:connected=in b:connected=in",
+        "a:removed b:removed",
+        "a:renamed=new b:renamed=new",
+        "a:converted=none b:converted=none",
     };
     const auto all = operations();
     for (std::size_t i = 0; i < all.size(); ++i) {
