@@ -68,6 +68,10 @@ Input::Input(INode* node, IInput* parent, String name, AttrData definition)
 
 Input::~Input() {
     letGo();
+    for (IInput* member : members()) {
+        static_cast<Input*>(member)->m_parent = nullptr;
+        member->decRef();
+    }
 }
 
 void Input::incRef() {
