@@ -199,6 +199,24 @@ TEST_F(InputContainer, RemovedElement_LivesOnWithoutNode) {
     EXPECT_TRUE(held->setInt(5));
 }
 
+TEST_F(InputContainer, ElementHeldBeyondItsArray_HasNoParent) {
+    fill(array(AttrType::Int), 1);
+    const RefersTo<IInput> held(m_node->input(String("arr"))->input(u64(0)));
+    m_node->removeInput(String("arr"));
+    EXPECT_EQ(held->node(), nullptr);
+    EXPECT_EQ(held->parent(), nullptr);
+    EXPECT_TRUE(held->setInt(5));
+}
+
+TEST_F(InputContainer, MembersOfADeadNode_LetTheirValuesGo) {
+    const String text("shared by all");
+    array(AttrType::String).appendElement()->setString(text);
+    object().createInput("label", AttrType::String)->setString(text);
+    EXPECT_EQ(text.get()->refCount(), 3);
+    m_scene->removeNode(m_node);
+    EXPECT_EQ(text.get()->refCount(), 1);
+}
+
 TEST_F(InputContainer, Clone_CopiesMembersAtAnyDepth) {
     IInput& arr = array(AttrType::Object);
     arr.appendElement()->createInput("size", AttrType::Int)->setInt(7);
