@@ -17,5 +17,6 @@ function(kelvo_add_test_program program library)
   add_executable(${program} ${ARGN})
   target_link_libraries(${program} PRIVATE kelvo_flags ${library} GTest::gtest_main
                                            ${CMAKE_DL_LIBS})
+  target_compile_definitions(${program} PRIVATE KELVO_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   add_test(NAME ${program} COMMAND ${program} --gtest_brief=1)
 endfunction()
