@@ -39,11 +39,11 @@ Node::~Node() {
     for (IOutput* output : m_outputs)
         static_cast<Output*>(output)->clearNode();
     for (IInput* input : m_inputs)
-        input->nodeDestroyed();
+        static_cast<Input*>(input)->nodeDestroyed();
     for (IInput* input : m_inputs)
-        input->decRef();
+        static_cast<Input*>(input)->decRef();
     for (IOutput* output : m_outputs)
-        output->decRef();
+        static_cast<Output*>(output)->decRef();
     if (m_layout) m_layout->decRef();
     m_layout = nullptr;
     s_instCount.fetch_sub(1);

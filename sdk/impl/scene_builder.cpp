@@ -1,6 +1,7 @@
 #include "sdk/impl/scene_builder.h"
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
@@ -74,6 +75,7 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
             bases.push_back(names.text(m_tree.bases[from.firstBase + i]));
         node->setBases(std::move(bases), from.isAbstract, from.isInternal);
     }
+    node->m_inputs.reserve(from.inputCount);
     for (u32 i = from.firstInput; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
         auto input = RefersTo<Input>::adopt(makeInput(i, *node, nullptr));
         appendToList(node->m_inputs, input.get());
@@ -105,16 +107,18 @@ Input* SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
     auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
     m_inputs[index] = input.get();
     if (extras && extras->stashed) input->setStashed(std::move(extras->stash));
-    if (from.firstMember != noTreeIndex) makeMembers(from.firstMember, node, *input);
+    if (from.memberCount != 0) makeMembers(from, node, *input);
     return input.detach();
 }
 
-void SceneBuilder::makeMembers(u32 first, Node& node, Input& holder) {
-    for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
+void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& holder) {
+    holder.extras().members.reserve(from.memberCount);
+    for (u32 i = from.firstMember; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
         holder.adoptMember(makeInput(i, node, &holder));
 }
 
 void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
+    node.m_outputs.reserve(from.outputCount);
     for (u32 i = from.firstOutput; i < from.firstOutput + from.outputCount; ++i) {
         const TreeOutput& output = m_tree.outputs[i];
         const String& name = m_tree.names.text(output.name);

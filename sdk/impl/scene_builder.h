@@ -30,7 +30,7 @@ public:
 private:
     [[nodiscard]] RefersTo<Node> makeNode(const TreeNode& from);
     Input* makeInput(u32 index, Node& node, Input* holder);
-    void makeMembers(u32 first, Node& node, Input& holder);
+    void makeMembers(const TreeInput& from, Node& node, Input& holder);
     void makeOutputs(const TreeNode& from, Node& node);
     void addNodes();
     void link(const TreeLink& from);

@@ -61,7 +61,7 @@ void SceneChecker::findSource(TreeConnection& connection) {
     connection.output = outputOf(connection.target, connection.sourceOutput, connection.ordinal);
     if (connection.output == noTreeIndex) {
         connection.target = noTreeIndex;
-        return failUnknown(connection.offset, connection.node, unknownOutput(connection));
+        return failUnknown(connection.offset, connection.node, unknownOutput(connection, nullptr));
     }
     const TreeOutput& output = m_tree.outputs[connection.output];
     checkKinds(connection, output.type, output.dataType);
@@ -83,7 +83,7 @@ void SceneChecker::findKnownSource(TreeConnection& connection) {
     }
     if (!connection.known && connection.ordinal == 1) connection.known = similar;
     if (!connection.known)
-        return failUnknown(connection.offset, connection.node, unknownOutput(connection));
+        return failUnknown(connection.offset, connection.node, unknownOutput(connection, node));
     checkKinds(connection, connection.known->type(), connection.known->dataType());
 }
 
@@ -144,16 +144,20 @@ String SceneChecker::unknownNode(u32 name) const {
     return "Unknown node '" + wanted + "'" + near.question();
 }
 
-String SceneChecker::unknownOutput(const TreeConnection& connection) const {
-    const String& wanted = m_tree.names.text(connection.sourceOutput);
-    NearName near(wanted.view());
+// A text's node is looked for by name, one of the scene is given.
+String SceneChecker::unknownOutput(const TreeConnection& connection, const INode* known) const {
+    String wanted = m_tree.names.text(connection.sourceOutput);
+    if (connection.ordinal > 1) wanted = String::format("%s:%u", wanted.buf(), connection.ordinal);
+    NearName near(connection.ordinal > 1 ? std::string_view() : wanted.view());
     const u32 node = m_tree.findNode(connection.sourceNode);
     if (node != noTreeIndex) {
         const TreeNode& owner = m_tree.nodes[node];
-        const u64 count = std::min<u64>(owner.outputCount, kMostCandidates);
-        for (u64 i = owner.firstOutput; i < owner.firstOutput + count; ++i)
-            near.offer(m_tree.names.text(m_tree.outputs[i].name).view());
+        for (u64 i = 0; i < std::min<u64>(owner.outputCount, kMostCandidates); ++i)
+            near.offer(m_tree.names.text(m_tree.outputs[owner.firstOutput + i].name).view());
     }
+    // The outputs' own texts outlive the handles on them.
+    for (u64 i = 0; known && i < std::min(known->outputCount(), kMostCandidates); ++i)
+        near.offer(known->output(i)->name().view());
     return "The node '" + m_tree.names.text(connection.sourceNode) + "' has no output '" + wanted +
            "'" + near.question();
 }

@@ -5,6 +5,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
+using interfaces::INode;
+
 class Scene;
 
 /// Checks what the parts of a tree say of each other, and finds what they name: nodes of the text,
@@ -29,7 +31,7 @@ private:
     void reportLoop(u32 closing);
 
     [[nodiscard]] String unknownNode(u32 name) const;
-    [[nodiscard]] String unknownOutput(const TreeConnection& connection) const;
+    [[nodiscard]] String unknownOutput(const TreeConnection& connection, const INode* known) const;
     [[nodiscard]] String inputPath(const TreeConnection& connection) const;
     [[nodiscard]] String sourcePath(const TreeConnection& connection) const;
     void failUnknown(u64 offset, u32 node, String message);

@@ -72,6 +72,9 @@ const String& nameOf(const interfaces::IOutput* output) {
 
 void SceneComments::setFile(Comments comments) {
     m_file = cleaned(comments);
+    // Blank lines at the end of a text are nothing.
+    if (m_file.inner.view().ends_with("\n\n") || m_file.inner.view() == "\n")
+        m_file.inner = m_file.inner.substr(0, m_file.inner.size() - 1);
 }
 
 void SceneComments::set(const interfaces::INode* node, Comments comments) {

@@ -2,6 +2,7 @@
 
 #include "sdk/impl/near_name.h"
 
+#include <algorithm>
 #include <tuple>
 
 // ---- File and nodes ------------------------------------------------------------------------
@@ -18,6 +19,8 @@ constexpr std::string_view kVersion = "1";
 SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
                          TextErrors& errors)
     : m_lexer(text), m_limits(limits), m_tree(tree), m_errors(errors) {
+    // About as many as attributes of the usual length, so that most texts need no more.
+    m_tree.inputs.reserve(std::min<u64>(text.size() / 24, 1 << 16));
     for (u32 type = 0; type < attrTypeCount; ++type)
         std::ignore = m_tree.names.add(attrTypeName(static_cast<AttrType>(type)));
     for (u32 type = 0; type < dataTypeCount; ++type) {
@@ -152,11 +155,12 @@ bool SceneParser::parseNodeFlags(TreeNode& node) {
 }
 
 bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
-    Body body{.isNode = true};
+    Body body{.opened = m_lexer.offset(), .isNode = true};
     node.firstOutput = static_cast<u32>(m_tree.outputs.size());
     takeOpening(comments.opening);
     const bool isClosed = parseBody(body, 0);
     node.firstInput = body.first;
+    node.inputCount = body.count;
     node.outputCount = static_cast<u32>(m_tree.outputs.size()) - node.firstOutput;
     checkDuplicateOutputs(node);
     comments.inner = std::move(body.inner);
@@ -182,7 +186,6 @@ void SceneParser::knowNode(const TreeNode& node) {
 
 // Reads attributes up to the '}' and behind it.
 bool SceneParser::parseBody(Body& body, u32 depth) {
-    const u64 opened = m_lexer.offset();
     for (;;) {
         String leading = commentLines();
         if (m_errors.full()) return false;
@@ -195,7 +198,7 @@ bool SceneParser::parseBody(Body& body, u32 depth) {
             // Of several that are not closed only the innermost is told.
             if (m_unclosedAt == m_lexer.offset()) return false;
             m_unclosedAt = m_lexer.offset();
-            const u64 line = LineCounter(m_lexer.text()).placeOf(opened).line;
+            const u64 line = LineCounter(m_lexer.text()).placeOf(body.opened).line;
             return fail(m_lexer.offset(),
                         "Found " + m_lexer.found() +
                             String::format(" where the '}' to the '{' in line %llu was expected.",

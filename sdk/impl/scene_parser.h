@@ -39,9 +39,12 @@ public:
 private:
     // Attributes of a node or object, as a list of siblings.
     struct Body {
+        // Where its '{' is.
+        u64 opened = 0;
         bool isNode = false;
         u32 first = noTreeIndex;
         u32 last = noTreeIndex;
+        u32 count = 0;
         String inner = {};
     };
 
@@ -88,6 +91,7 @@ private:
     bool parseDataKind(DataType& out);
     bool parseName(u32& name);
     bool parseContent(u32 input, const TreeKind& kind, Comments& comments, u32 depth);
+    void giveElementType(TreeInput& input, DataType dataType) const;
     bool parseValue(u32 input, const TreeKind& kind, u32 depth);
     bool parsePlain(const TreeKind& kind, Value& out);
     bool parseLink(u32 input, TreeSlot slot, u32 choice);

@@ -16,6 +16,7 @@ String unknownKind(std::string_view word) {
     NearName near(word);
     for (u32 type = 0; type < attrTypeCount; ++type)
         near.offer(attrTypeName(static_cast<AttrType>(type)));
+    near.offer("output");
     return "Unknown kind '" + String(word) + "'" + near.question();
 }
 
@@ -26,9 +27,12 @@ String unknownDataType(std::string_view word) {
     return "Unknown element type '" + String(word) + "'" + near.question();
 }
 
-bool startsNumber(std::string_view text) {
-    if (text.starts_with('-')) text.remove_prefix(1);
-    return !text.empty() && ascii::isDigit(text[0]);
+// What is a number, and yet not taken, is too large or too small.
+bool isOutOfRange(const String& found, std::string_view expected) {
+    std::string_view digits = found.view();
+    digits.remove_prefix(digits.starts_with("'-") && !expected.ends_with("0") ? 2 : 1);
+    return digits.size() > 1 && digits.find_first_not_of("0123456789") == digits.size() - 1 &&
+           (expected.ends_with("number") || expected.find("integer") != std::string_view::npos);
 }
 
 } // namespace
@@ -41,6 +45,7 @@ bool SceneParser::parseLine(Body& body, String&& leading, u32 depth) {
         m_namesAreMissing = true;
         return false;
     }
+    if (word == "output") return fail(offset, "Only nodes have outputs.");
     TreeKind kind;
     if (word.empty())
         return failExpecting(body.isNode ? "a kind, 'output' or '}'" : "a kind or '}'");
@@ -56,13 +61,16 @@ bool SceneParser::parseInput(Body& body, const TreeKind& kind, String&& leading,
     m_tree.inputs[input].name = name;
     (body.last == noTreeIndex ? body.first : m_tree.inputs[body.last].nextSibling) = input;
     body.last = input;
+    ++body.count;
     // What stands inside of this line is apart from what stands inside of a line around it.
-    StringIO outside = std::move(m_insideComments);
+    const u64 outside = m_insideComments.size();
     Comments comments;
     comments.leading = std::move(leading);
     const bool isWhole = parseContent(input, kind, comments, depth) && endLine(comments.trailing);
-    if (!m_insideComments.isEmpty()) comments.leading += m_insideComments.view();
-    m_insideComments = std::move(outside);
+    if (m_insideComments.size() != outside) {
+        comments.leading += m_insideComments.view().substr(outside);
+        m_insideComments.truncate(outside);
+    }
     storeComments(m_tree.inputs[input].extras, std::move(comments));
     return isWhole;
 }
@@ -152,7 +160,17 @@ bool SceneParser::parseContent(u32 input, const TreeKind& kind, Comments& commen
         valueOffset = m_lexer.offset();
         if (!parseValue(input, kind, depth)) return false;
     }
-    return parseSource(input) && parseNotes(input, kind, valueOffset);
+    if (!parseSource(input) || !parseNotes(input, kind, valueOffset)) return false;
+    giveElementType(m_tree.inputs[input], kind.dataType);
+    return true;
+}
+
+// A buffer of a type without a value is empty and of that type, unless it starts at a default.
+void SceneParser::giveElementType(TreeInput& input, DataType dataType) const {
+    if (dataType == DataType::Null || !input.value.isNull()) return;
+    const TreeExtras* extras = m_tree.extrasOf(input.extras);
+    if (!extras || !extras->details || extras->details->defaultValue.isNull())
+        input.value = Value(Buffer(dataType, 0));
 }
 
 bool SceneParser::parseValue(u32 input, const TreeKind& kind, u32 depth) {
@@ -187,9 +205,10 @@ bool SceneParser::parsePlain(const TreeKind& kind, Value& out) {
     const bool isRead = reader.read(kind.type, kind.dataType, out);
     m_lexer.skip(static_cast<u64>(reader.at() - rest.data()));
     if (isRead) return true;
-    const bool isNumber = startsNumber(m_lexer.rest());
-    return fail(m_lexer.offset(), "Found " + m_lexer.found() + " where " + reader.expected() +
-                                      (isNumber ? " in range was expected." : " was expected."));
+    const String found = m_lexer.found();
+    const char* const range = isOutOfRange(found, reader.expected()) ? " in range" : "";
+    return fail(m_lexer.offset(),
+                "Found " + found + " where " + reader.expected() + range + " was expected.");
 }
 
 // Reads a node's name, or `null`.
@@ -222,10 +241,11 @@ bool SceneParser::parseObject(u32 input, Comments& comments, u32 depth) {
         return fail(m_lexer.offset(), String::format("Arrays and objects are nested more than %u "
                                                      "deep.",
                                                      m_limits.depth));
+    Body body{.opened = m_lexer.offset()};
     takeOpening(comments.opening);
-    Body body;
     const bool isClosed = parseBody(body, depth + 1);
     m_tree.inputs[input].firstMember = body.first;
+    m_tree.inputs[input].memberCount = body.count;
     comments.inner = std::move(body.inner);
     return isClosed;
 }
@@ -243,6 +263,7 @@ bool SceneParser::parseArray(u32 input, AttrType elementType, u32 depth) {
         TreeInput& before = m_tree.inputs[last == noTreeIndex ? input : last];
         (last == noTreeIndex ? before.firstMember : before.nextSibling) = element;
         last = element;
+        ++m_tree.inputs[input].memberCount;
         if (!parseElement(element, elementType, depth + 1)) return false;
         skipInside();
         if (m_lexer.accept(',')) continue;

@@ -27,12 +27,24 @@ enum Note : u32 {
 };
 
 constexpr std::string_view kNotes[NoteCount] = {
-    "type",    "stashed", "silent", "announced", "readonly", "unchecked", "again",
-    "default", "min",     "max",    "unit",      "choices",  "label",     "help"};
+    "@type",    "@stashed", "@silent", "@announced", "@readonly", "@unchecked", "@again",
+    "@default", "@min",     "@max",    "@unit",      "@choices",  "@label",     "@help"};
 
 // Tells whether a value may start with the character.
 bool startsValue(char c) noexcept {
     return TextLexer::continuesIdentifier(c) || c == '"' || c == '(' || c == '[' || c == '-';
+}
+
+// Says which part of a description refuses a value.
+void writeReason(const AttrDetails& details, const Value& value, StringIO& out) {
+    AttrDetails bounds;
+    bounds.minimum = details.minimum;
+    if (!bounds.accepts(value))
+        return writeValue(details.minimum, out.append(" is below the minimum "));
+    bounds.maximum = details.maximum;
+    if (!bounds.accepts(value))
+        return writeValue(details.maximum, out.append(" is above the maximum "));
+    out.append(" is not among the choices");
 }
 
 } // namespace
@@ -66,12 +78,12 @@ bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
     for (;;) {
         m_lexer.skipBlanks();
         const u64 offset = m_lexer.offset();
-        if (!m_lexer.accept('@')) break;
+        if (m_lexer.peek() != '@') break;
         u32 note = 0;
         if (!findNote(note)) return false;
         const bool mayRepeat = note == Label || note == Help;
         if (!mayRepeat && (seen & (1u << note)) != 0)
-            return fail(offset, "The annotation '@" + String(kNotes[note]) + "' stands twice.");
+            return fail(offset, "The annotation '" + String(kNotes[note]) + "' stands twice.");
         seen |= 1u << note;
         m_lexer.skipBlanks();
         if (!parseNote(note, input, kind)) return false;
@@ -80,9 +92,12 @@ bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
     return true;
 }
 
+// Takes the '@' and the word behind it.
 bool SceneParser::findNote(u32& out) {
     const u64 offset = m_lexer.offset();
-    const std::string_view word = m_lexer.identifier();
+    m_lexer.skip(1);
+    const u64 length = 1 + m_lexer.identifier().size();
+    const std::string_view word = m_lexer.text().substr(offset, length);
     NearName near(word);
     for (u32 note = 0; note < NoteCount; ++note) {
         if (word == kNotes[note]) {
@@ -91,7 +106,7 @@ bool SceneParser::findNote(u32& out) {
         }
         near.offer(kNotes[note]);
     }
-    return fail(offset, "Unknown annotation '@" + String(word) + "'" + near.question());
+    return fail(offset, "Unknown annotation '" + String(word) + "'" + near.question());
 }
 
 bool SceneParser::parseNote(u32 note, u32 input, const TreeKind& kind) {
@@ -189,10 +204,9 @@ bool SceneParser::parseChoices(u32 input, const TreeKind& kind) {
 
 bool SceneParser::parseText(String& out) {
     if (m_lexer.peek() != '"') return failExpecting("a text in quotes");
-    const u64 offset = m_lexer.offset();
     const char* problem = nullptr;
     if (m_lexer.quoted(out, problem)) return true;
-    return fail(offset, String("Malformed text: ") + problem + ".");
+    return fail(m_lexer.offset(), String("Malformed text: ") + problem + ".");
 }
 
 bool SceneParser::parseTranslation(AttrDetails::Texts& texts) {
@@ -218,13 +232,8 @@ void SceneParser::checkRange(u64 offset, u32 input) {
     if (checked.value.isNull() || checked.type == AttrType::Node) return;
     if (extras->details->accepts(checked.value)) return;
     StringIO message;
-    message.append("The value ");
-    writeValue(checked.value, message);
-    message.append(" is out of range or not among the choices");
-    if (!extras->details->minimum.isNull())
-        writeValue(extras->details->minimum, message.append(", minimum "));
-    if (!extras->details->maximum.isNull())
-        writeValue(extras->details->maximum, message.append(", maximum "));
+    writeValue(checked.value, message.append("The value "));
+    writeReason(*extras->details, checked.value, message);
     fail(offset, message.append('.').take());
 }
 

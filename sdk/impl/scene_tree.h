@@ -41,6 +41,7 @@ struct TreeInput {
     u32 name = noTreeIndex;
     u32 nextSibling = noTreeIndex;
     u32 firstMember = noTreeIndex;
+    u32 memberCount = 0;
     u32 extras = noTreeIndex;
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
@@ -66,6 +67,7 @@ struct TreeNode {
     u32 name = noTreeIndex;
     u32 type = noTreeIndex;
     u32 firstInput = noTreeIndex;
+    u32 inputCount = 0;
     u32 firstOutput = 0;
     u32 outputCount = 0;
     u32 firstBase = 0;

@@ -70,6 +70,14 @@ private:
     std::vector<const INode*> m_order;
 };
 
+// The comment lines that come first.
+std::string_view linesBehindHeader(const Scene& scene) {
+    const INode* first = scene.node(0);
+    if (!first) return scene.comments().file().inner.view();
+    const Comments* comments = scene.comments().find(first);
+    return comments ? comments->leading.view() : std::string_view();
+}
+
 } // namespace
 
 void serialize(const INode* node, StringIO& out, bool changedOnly, bool withDependencies) {
@@ -88,7 +96,9 @@ void serializeScene(const Scene& scene, StringIO& out) {
     out.append("kelvo scene 1");
     if (!comments.opening.isEmpty()) out.append(' ').append(comments.opening.view());
     out.append('\n');
-    if (scene.nodeCount() != 0 || !comments.inner.isEmpty()) out.append('\n');
+    const bool isEmpty = scene.nodeCount() == 0 && comments.inner.isEmpty();
+    // A blank line, unless what follows has one of its own.
+    if (!isEmpty && !linesBehindHeader(scene).starts_with('\n')) out.append('\n');
     scene.forEachNode([&](const INode* node) { writer.writeNode(*node); });
     writer.writeLines(comments.inner, 0);
 }

@@ -7,6 +7,9 @@
 namespace qv::kelvo_sdk::impl {
 
 void TextErrors::add(u64 offset, String node, String message) {
+    // One thing that is wrong may strike twice.
+    for (const Error& error : m_errors)
+        if (error.offset == offset) return;
     if (full()) return;
     m_errors.push_back({offset, std::move(node), std::move(message)});
 }

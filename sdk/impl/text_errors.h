@@ -13,7 +13,8 @@ public:
     /// Keeps at most `limit` errors; the text is borrowed.
     TextErrors(std::string_view text, u64 limit) : m_text(text), m_limit(limit) {}
 
-    /// `offset` is a byte of the text, `node` the name of the node concerned.
+    /// `offset` is a byte of the text, `node` the name of the node concerned. The first error at a
+    /// place stands.
     void add(u64 offset, String node, String message);
     [[nodiscard]] bool empty() const noexcept { return m_errors.empty(); }
     /// Tells whether there is no use in looking for more.

@@ -110,6 +110,8 @@ bool TextLexer::quotedWithEscapes(const char* start, String& out, const char*& p
 String TextLexer::found() const {
     if (atEnd()) return "the end of the text";
     if (*m_at == '\n' || *m_at == '\r') return "the end of the line";
+    const auto byte = static_cast<unsigned char>(*m_at);
+    if (byte < ' ' && byte != '\t') return String::format("the byte 0x%02x", byte);
     constexpr u64 longest = 40;
     const std::string_view ahead = rest();
     u64 length = 0;

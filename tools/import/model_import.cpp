@@ -72,16 +72,14 @@ void importParts(ImportContext& context) {
     listLeftOut(context);
 }
 
+// The importer owns what is set, and uses it for this file alone.
 const aiScene* readFile(Assimp::Importer& importer, const String& file, const Progress& progress) {
     MemoryLimit limit(kPlainMemory);
     importer.SetIOHandler(new Files(limit));
     importer.SetProgressHandler(new ProgressCaller(progress));
     // Else one node of the model becomes a chain of up to a dozen.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
-    const aiScene* model = importer.ReadFile(file.buf(), 0);
-    importer.SetIOHandler(nullptr);
-    importer.SetProgressHandler(nullptr);
-    return model;
+    return importer.ReadFile(file.buf(), 0);
 }
 
 bool readModel(const Scene& scene, const String& file, Report& report, const Progress& progress) {
