@@ -422,6 +422,29 @@ TEST_F(NodeNotify, SceneThatDropsTheLastReference_LeavesTheNodeToTheCallback) {
     EXPECT_EQ(impl_nodeInstanceCount(), before);
 }
 
+// Removes the node that it hears of.
+class RemovingSceneObserver : public SceneObserver {
+public:
+    explicit RemovingSceneObserver(Scene& scene) : m_scene(scene) {}
+    void inputChanged(const IInput* input, const AttrData*) override {
+        m_scene.removeNode(input->node());
+    }
+
+private:
+    Scene& m_scene;
+};
+
+TEST_F(NodeNotify, SceneObserverThatRemovesTheNode_EndsIt) {
+    const i64 before = impl_nodeInstanceCount();
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    RemovingSceneObserver remover(*scene);
+    scene->subscribe(&remover);
+    EXPECT_TRUE(scene->createNode("thing", "n")->createInput("in", AttrType::Real)->setReal(5));
+    EXPECT_EQ(scene->nodeCount(), 0u);
+    EXPECT_EQ(impl_nodeInstanceCount(), before);
+    scene->unsubscribe(&remover);
+}
+
 // ---- Those that throw ----------------------------------------------------------------------
 
 [[noreturn]] void fail() {
