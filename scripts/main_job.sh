@@ -6,7 +6,7 @@ set -euo pipefail
 build=$1
 kelvo=$build/tools/kelvo/kelvo
 out=$build/job
-model=$(dpkg -L assimp-testmodels | grep -m1 '2CylinderEngine\.glb$')
+model=$(dpkg -L assimp-testmodels | grep '2CylinderEngine\.glb$')
 scene=$out/engine.kns
 edited=$out/engine-edited.kns
 restored=$out/engine-restored.kns

@@ -14,9 +14,10 @@ using Progress = std::function<void(double)>;
 /// Adds a model file to a scene, which stays as it was on failure; `report` then says why.
 ///
 ///     xform     a node of the model's hierarchy: Mat4 "matrix", Array<Node> "children"
-///     mesh      its buffers "positions", "normals", "uvs", "colors", "indices", ...; Node
-///     "material" material  every property that the model gives; Node "...Texture" for each texture
-///     texture   a file, as "dir", "file" and "ext"; those inside the model keep their bytes
+///     mesh      a part of a mesh with one material: buffers "positions", "indices", "normals",
+///               "uvs", ..., "faceCounts" where not all are triangles; Node "material"
+///     material  every property that the model gives; Node "...Texture" for each texture
+///     texture   a file, as "dir", "file" and "ext"; one inside the model keeps its bytes
 ///     camera, light
 ///
 /// Points are rows, as everywhere in the library. What several nodes share in the model is one node

@@ -1,0 +1,47 @@
+"""`kelvo import` on the models of Debian's package assimp-testmodels."""
+import pathlib
+import time
+
+from kelvo_tool import ToolTest, main
+
+MODELS = pathlib.Path("/usr/share/assimp/models")
+ENGINE = MODELS / "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"
+
+
+class Import(ToolTest):
+    def test_invalid_models_get_one_error_and_touch_nothing(self):
+        for model in sorted((MODELS / "invalid").iterdir()):
+            if model.name == "malformed2.obj":
+                continue
+            with self.subTest(model.name):
+                out = self.folder / "out.kns"
+                out.write_text("precious")
+                start = time.monotonic()
+                ran = self.run_tool("import", model, "-o", out)
+                self.assertLess(time.monotonic() - start, 20)
+                self.assertEqual((ran.returncode, ran.stdout), (1, ""))
+                self.assertRegex(ran.stderr, rf"\Akelvo: {model}: [^\n]+\n\Z")
+                self.assertEqual(out.read_text(), "precious")
+                self.assertEqual(self.names(), ["a.kns", "out.kns"])
+
+    def test_a_model_that_is_wrong_in_part_gives_a_scene_without_errors(self):
+        model = MODELS / "invalid/malformed2.obj"
+        self.assertEqual(self.run_tool("import", model, "-o", "out.kns").returncode, 0)
+        self.assertIn(" 0 errors", self.expect(0, "check", "out.kns"))
+
+    def test_the_engine_has_what_its_file_has(self):
+        self.assertEqual(self.run_tool("import", ENGINE, "-o", "engine.kns").returncode, 0)
+        stats = self.expect(0, "stats", "engine.kns")
+        for line in ("xform: 82", "material: 34", "mesh: 34", "camera: 1"):
+            self.assertIn(f"    {line}\n", stats)
+        self.assertIn(" 0 errors, 0 warnings", self.expect(0, "check", "engine.kns"))
+
+    def test_what_is_left_out_is_told_by_name_and_count(self):
+        ran = self.run_tool("import", MODELS / "BVH/01_01.bvh", "-o", "out.kns")
+        self.assertEqual(ran.returncode, 0)
+        self.assertRegex(ran.stderr, r"left out bones: 34 \(LHipJoint, .* and 26 more\)\n")
+        self.assertRegex(ran.stderr, r"left out animations: 1 \(Motion\)\n")
+
+
+if __name__ == "__main__":
+    main()
