@@ -103,10 +103,12 @@ public:
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
 
 private:
-    // Tells those that subscribed before and are still there when their turn comes.
-    template<typename Tell>
-    void tellObservers(const Tell& tell) {
+    // Tells those that subscribed before and are still there when their turn comes; what the news
+    // is about lives until all have heard.
+    template<typename Subject, typename Tell>
+    void tellObservers(const Subject* subject, const Tell& tell) {
         if (m_observers.empty()) return;
+        const RefersTo<Subject> held(const_cast<Subject*>(subject));
         const ds::Vector<SceneObserver*> snapshot = m_observers;
         for (SceneObserver* observer : snapshot) {
             if (m_observers.contains(observer)) tell(*observer);

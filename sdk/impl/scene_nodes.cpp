@@ -71,7 +71,7 @@ bool Scene::addNode(Node* node) {
     node->setScene(this);
     if (!free.equals(name)) node->setName(std::move(free));
     setDirty();
-    tellObservers([node](SceneObserver& observer) { observer.nodeAdded(node); });
+    tellObservers(node, [node](SceneObserver& observer) { observer.nodeAdded(node); });
     return true;
 }
 
@@ -84,7 +84,7 @@ bool Scene::removeNode(INode* node) {
     m_comments.remove(removed);
     setDirty();
     removed->notifyRemoved();
-    tellObservers([removed](SceneObserver& observer) { observer.nodeRemoved(removed); });
+    tellObservers(removed, [removed](SceneObserver& observer) { observer.nodeRemoved(removed); });
     removed->setScene(nullptr);
     return true;
 }
@@ -111,7 +111,7 @@ bool Scene::renameNode(INode* node, String name) {
     renamed->setName(after);
     setDirty();
     renamed->notifyRenamed(after);
-    tellObservers([&](SceneObserver& observer) { observer.nodeRenamed(renamed, before); });
+    tellObservers(renamed, [&](SceneObserver& observer) { observer.nodeRenamed(renamed, before); });
     return true;
 }
 

@@ -1,5 +1,8 @@
 #include "sdk/impl/scene.h"
 
+#include "sdk/interfaces/i_input.h"
+#include "sdk/interfaces/i_output.h"
+
 // ---- Notifications -------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
@@ -16,34 +19,35 @@ bool Scene::unsubscribe(SceneObserver* observer) {
 
 void Scene::notifyInputAdded(const IInput* input) {
     setDirty();
-    tellObservers([=](SceneObserver& observer) { observer.inputAdded(input); });
+    tellObservers(input, [=](SceneObserver& observer) { observer.inputAdded(input); });
 }
 
 void Scene::notifyOutputAdded(const IOutput* output) {
     setDirty();
-    tellObservers([=](SceneObserver& observer) { observer.outputAdded(output); });
+    tellObservers(output, [=](SceneObserver& observer) { observer.outputAdded(output); });
 }
 
 void Scene::notifyInputChanged(const IInput* input, const AttrData* previous) {
     setDirty();
-    tellObservers([=](SceneObserver& observer) { observer.inputChanged(input, previous); });
+    tellObservers(input, [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
 }
 
 void Scene::notifyInputRemoved(const IInput* input) {
     m_comments.remove(input);
     setDirty();
-    tellObservers([=](SceneObserver& observer) { observer.inputRemoved(input); });
+    tellObservers(input, [=](SceneObserver& observer) { observer.inputRemoved(input); });
 }
 
 void Scene::notifyOutputRemoved(const IOutput* output) {
     m_comments.remove(output);
     setDirty();
-    tellObservers([=](SceneObserver& observer) { observer.outputRemoved(output); });
+    tellObservers(output, [=](SceneObserver& observer) { observer.outputRemoved(output); });
 }
 
 void Scene::notifyInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
     setDirty();
-    tellObservers([=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
+    tellObservers(input,
+                  [=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
 }
 
 } // namespace qv::kelvo_sdk::impl

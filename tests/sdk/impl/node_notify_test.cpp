@@ -16,10 +16,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-using tests::Journal;
-using tests::probe;
-using tests::RecordingObserver;
-using tests::RecordingScene;
+using namespace tests;
 
 // The library's callback has no place for a context.
 Journal* callbackJournal = nullptr;
@@ -490,8 +487,6 @@ TEST_F(NodeNotify, ObserverThatThrows_KeepsTheValueThatWasSet) {
     EXPECT_EQ(value, 5);
 }
 
-// ---- From the attributes -------------------------------------------------------------------
-
 TEST_F(NodeNotify, AttributesTellTheirNode) {
     Node other(nullptr, "thing", "other");
     m_in->setReal(5);
@@ -500,14 +495,6 @@ TEST_F(NodeNotify, AttributesTellTheirNode) {
     EXPECT_EQ(m_journal.take(), "a:connected=in b:connected=in scene:connected=in");
     m_in->disconnect();
     EXPECT_EQ(m_journal.take(), "a:connected=in b:connected=in scene:connected=in");
-}
-
-TEST_F(NodeNotify, EqualValue_IsNoChange) {
-    m_in->setReal(5);
-    start();
-    m_in->setReal(5);
-    EXPECT_EQ(m_journal.take(), "");
-    EXPECT_FALSE(probe(m_node).dirty());
 }
 
 } // namespace

@@ -69,6 +69,16 @@ TEST_F(SceneNotify, Change_CarriesTheValueBefore) {
     EXPECT_EQ(m_recorder.before, Value(1.0));
 }
 
+TEST_F(SceneNotify, EqualValue_IsHeardByNobody) {
+    IInput* input = m_node->createInput("in", AttrType::Real);
+    input->setReal(5);
+    m_recorder.heard.clear();
+    m_node->setDirty(false);
+    EXPECT_TRUE(input->setReal(5));
+    EXPECT_EQ(m_recorder.heard, "");
+    EXPECT_FALSE(m_node->dirty(false));
+}
+
 TEST_F(SceneNotify, SilentInputs_AreAddedAndRemovedUnheard) {
     AttrData data(AttrType::Array);
     data.elementType = AttrType::Int;
