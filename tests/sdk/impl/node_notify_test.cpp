@@ -15,7 +15,6 @@
 
 namespace qv::kelvo_sdk::impl {
 namespace {
-
 using namespace tests;
 
 // The library's callback has no place for a context.
