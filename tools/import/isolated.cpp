@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -19,13 +20,15 @@ namespace qv::model_import {
 namespace {
 
 // Ends with its parent, and without a memory image on disk.
-[[noreturn]] void runHere(const std::function<int()>& work, pid_t parent) {
+[[noreturn]] void runHere(const std::function<int()>& work, u64 seconds, pid_t parent) {
 #if defined(__linux__)
     prctl(PR_SET_PDEATHSIG, SIGTERM);
 #endif
     if (getppid() != parent) _exit(1);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
+    const rlimit time{seconds, seconds + 1};
+    setrlimit(RLIMIT_CPU, &time);
     int result = 1;
     try {
         result = work();
@@ -36,20 +39,34 @@ namespace {
     _exit(result);
 }
 
+String reasonOf(int signal, u64 seconds) {
+    if (signal == SIGXCPU)
+        return String::format("reading it comes to no end within %llu s",
+                              static_cast<unsigned long long>(seconds));
+    return String::format("its reader crashed: %s", strsignal(signal));
+}
+
 } // namespace
 
-int runIsolated(const std::function<int()>& work, String& error) {
+int runIsolated(const std::function<int()>& work, u64 seconds, String& error) {
     std::fflush(nullptr);
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child < 0) return work();
-    if (child == 0) runHere(work, parent);
+    if (child == 0) runHere(work, seconds, parent);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (WIFEXITED(status)) return WEXITSTATUS(status);
-    error = strsignal(WTERMSIG(status));
+    error = reasonOf(WTERMSIG(status), seconds);
     return -1;
+}
+
+u64 readingTime(const String& file) {
+    constexpr u64 plainSeconds = 30, secondsPerMega = 10;
+    std::error_code error;
+    const u64 bytes = std::filesystem::file_size(file.buf(), error);
+    return error ? plainSeconds : plainSeconds + (bytes >> 20) * secondsPerMega;
 }
 
 } // namespace qv::model_import

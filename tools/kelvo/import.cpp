@@ -49,7 +49,8 @@ Status importAndSave(const ImportOptions& options, Terminal& out) {
 
 } // namespace
 
-// A model may be made to crash its reader; then the process of its own ends and not this one.
+// A model may be made to crash its reader or to keep it busy for ever; then the process of its own
+// ends and not this one.
 Status runImport(const ImportOptions& options, Terminal& out) {
     if (isStream(options.model)) {
         complain("a model comes from a file, whose name tells its format, not from '-'.");
@@ -64,7 +65,7 @@ Status runImport(const ImportOptions& options, Terminal& out) {
             complain(lost);
             return static_cast<int>(Status::Fault);
         },
-        error);
+        model_import::readingTime(options.model), error);
     if (ended >= 0) return static_cast<Status>(ended);
     complain(options.model + ": " + error);
     return Status::Fault;
