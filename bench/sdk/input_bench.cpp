@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 // Inputs: read, written, heard of, connected, hashed.
@@ -112,6 +113,69 @@ void hashNodeOneChanged(benchmark::State& state) {
     }
 }
 BENCHMARK(hashNodeOneChanged)->Name("hash_node_one_changed");
+
+// Asked with types to leave out, none of which is met, and with the name left out.
+void hashNodeSkip(benchmark::State& state) {
+    const Fixture fixture;
+    StringVector skip;
+    for (const char* type : {"xform", "mesh", "material", "__node_name__"})
+        skip.push_back(type);
+    if (fixture.node->hash(skip) == fixture.node->hash(StringVector()))
+        state.SkipWithError("name counts");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(fixture.node->hash(skip));
+}
+BENCHMARK(hashNodeSkip)->Name("hash_node_skip");
+
+// A node whose input lies `depth` steps down a path, the last step of many objects in each other.
+class NestedInput {
+public:
+    explicit NestedInput(i64 depth) {
+        interfaces::IInputContainer* owner = m_node.get();
+        std::string path = "node1";
+        for (i64 i = 1; i <= depth; ++i) {
+            const std::string step = "member" + std::to_string(i);
+            path += "." + step;
+            m_input = owner->createInput(String(step.c_str()),
+                                         i < depth ? AttrType::Object : AttrType::Real);
+            owner = m_input;
+        }
+        m_path = String(path.c_str());
+    }
+
+    [[nodiscard]] INode* node() const noexcept { return m_node.get(); }
+    [[nodiscard]] const IInput* input() const noexcept { return m_input; }
+    [[nodiscard]] const String& path() const noexcept { return m_path; }
+
+private:
+    Scene m_scene = Scene::create();
+    Node m_node = m_scene.createNode("nested", "node1");
+    IInput* m_input = nullptr;
+    String m_path;
+};
+
+// The path is kept from one search to the next. An item is a step.
+template<typename Find>
+void searchByPath(benchmark::State& state, const Find& find) {
+    const NestedInput nested(state.range(0));
+    for (auto _ : state) {
+        if (find(*nested.node(), nested.path()) != nested.input()) {
+            state.SkipWithError("not found");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void findByPath(benchmark::State& state) {
+    searchByPath(state, [](INode& node, const String& path) { return node.findInput(path); });
+}
+BENCHMARK(findByPath)->Name("find_by_path_depth")->Arg(1)->Arg(4)->Arg(16);
+
+void parsePath(benchmark::State& state) {
+    searchByPath(state, [](INode& node, const String& path) { return node.parseInputPath(path); });
+}
+BENCHMARK(parsePath)->Name("parse_path_depth")->Arg(1)->Arg(4)->Arg(16);
 
 } // namespace
 } // namespace qv::bench

@@ -1,4 +1,5 @@
 #include "bench/support/bench_node.h"
+#include "bench/support/graphs.h"
 #include "bench/support/memory.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/scene.h"
@@ -65,26 +66,6 @@ void lookupAttrByKeptName(benchmark::State& state) {
         benchmark::DoNotOptimize(read.input(name));
 }
 BENCHMARK(lookupAttrByKeptName)->Name("lookup_attr_by_name_interned")->Arg(8)->Arg(32)->Arg(128);
-
-constexpr int kFanout = 10;
-
-// A tree of transforms with a matrix each, ten children to a node.
-void buildTree(const Scene& scene, int count) {
-    const String type("xform");
-    const String children("children");
-    const String matrix("matrix");
-    math::Mat4d place = math::Mat4d::identity;
-    std::vector<interfaces::IInput*> lists;
-    lists.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        INode* node = scene->createNode(type, "n");
-        place[3][2] = i;
-        node->createInput(matrix, AttrType::Mat4)->setMat4(place);
-        lists.push_back(node->createArray(children, AttrType::Node));
-        if (i > 0)
-            lists[static_cast<std::size_t>((i - 1) / kFanout)]->appendElement()->setNode(node);
-    }
-}
 
 void buildHierarchy(benchmark::State& state) {
     const int count = static_cast<int>(state.range(0));
