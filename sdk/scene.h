@@ -37,6 +37,12 @@ public:
         return get() && get()->unsubscribe(observer);
     }
 
+    /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
+    /// in: for many queries on deep graphs.
+    void setDirtyStateCached(bool cached) const {
+        if (get()) get()->setDirtyStateCached(cached);
+    }
+
     /// Returns the scene as text that `read` takes back.
     [[nodiscard]] String text() const;
     /// Adds what a scene text describes. Names that the scene has already get a number, and the

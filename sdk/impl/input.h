@@ -169,6 +169,8 @@ public:
     IInput* appendElement() override;
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
+    /// Elements or members; empty for other kinds.
+    [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 
     // ---- Hash ------------------------------------------------------------------------------
 
@@ -190,7 +192,6 @@ private:
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;
-    [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 
     [[nodiscard]] Value defaultValue() const;
     [[nodiscard]] bool writable(const Value& value) const;

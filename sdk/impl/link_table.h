@@ -37,6 +37,17 @@ public:
     [[nodiscard]] Input* first(const interfaces::INode* target) const noexcept;
     /// Returns how many inputs link to the node, in linear time.
     [[nodiscard]] u64 count(const interfaces::INode* target) const noexcept;
+    /// Calls `visit(Input&)` for each input that links to the node; no link may change meanwhile.
+    template<typename Visit>
+    void forEach(const interfaces::INode* target, const Visit& visit) const {
+        const auto entry = m_first.find(target);
+        if (entry == m_first.end()) return;
+        const Link* link = entry->second;
+        do {
+            visit(*link->input);
+            link = link->next;
+        } while (link != entry->second);
+    }
 
 private:
     std::unordered_map<const interfaces::INode*, Link*> m_first;

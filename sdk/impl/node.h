@@ -145,6 +145,8 @@ public:
     /// Returns -1 for null and for attributes of other nodes.
     [[nodiscard]] i64 indexOf(const IInput* input) const;
     [[nodiscard]] i64 indexOf(const IOutput* output) const;
+    [[nodiscard]] const ds::Vector<IInput*>& inputs() const noexcept { return m_inputs; }
+    [[nodiscard]] const ds::Vector<IOutput*>& outputs() const noexcept { return m_outputs; }
 
     // ---- Attribute removal -----------------------------------------------------------------
     // The node is dirty before anyone is told, and lets go of the attribute after everyone was, so
@@ -204,6 +206,8 @@ public:
     [[nodiscard]] u64 hash(StringVector skip) const override;
     [[nodiscard]] bool dirty(bool deep) const override;
     void setDirty(bool dirty) override;
+    /// Returns the flag as it stands.
+    [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
     NodeIterator* dependencies(bool downstream, bool flag) const override;
 
     // ---- Observers -------------------------------------------------------------------------
@@ -275,6 +279,7 @@ public:
     virtual IOutput* createOutput(String name, DataType dataType);
 
 private:
+    friend class DirtyCache;
     friend class SceneBuilder;
     friend struct NodeLayoutProbe;
     friend i64(::impl_nodeInstanceCount)();
@@ -290,6 +295,7 @@ private:
     [[nodiscard]] String fullPath(String path) const;
     [[nodiscard]] String nameFromInput() const;
     bool bindCallbacks(const String& type);
+    void markDirty() const;
     void copyIdentity(const Node& from);
     void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);

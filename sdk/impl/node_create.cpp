@@ -118,7 +118,7 @@ IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataTy
 // Takes over the creator's reference, which becomes the node's.
 IInput* Node::addInput(Input* input) {
     auto created = RefersTo<Input>::adopt(input);
-    m_dirty = true;
+    markDirty();
     appendToList(m_inputs, input);
     std::ignore = created.detach();
     onInputAdded(input);
@@ -127,7 +127,7 @@ IInput* Node::addInput(Input* input) {
 
 IOutput* Node::addOutput(Output* output) {
     auto created = RefersTo<Output>::adopt(output);
-    m_dirty = true;
+    markDirty();
     m_outputs.push_back(output);
     std::ignore = created.detach();
     onOutputAdded(output);

@@ -54,28 +54,28 @@ void Node::tellObservers(const Tell& tell) const {
 }
 
 void Node::onInputAdded(const IInput* input) {
-    m_dirty = true;
+    markDirty();
     if (m_destroying || input->isSilent()) return;
     const NodeChangeScope scope(m_scene);
     if (m_scene) sceneOf(m_scene)->notifyInputAdded(input);
 }
 
 void Node::onOutputAdded(const IOutput* output) {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     const NodeChangeScope scope(m_scene);
     if (m_scene) sceneOf(m_scene)->notifyOutputAdded(output);
 }
 
 void Node::onInputRemoved(const IInput* input) {
-    m_dirty = true;
+    markDirty();
     if (m_destroying || input->isSilent()) return;
     const NodeChangeScope scope(m_scene);
     if (m_scene) sceneOf(m_scene)->notifyInputRemoved(input);
 }
 
 void Node::onOutputRemoved(const IOutput* output) {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     const NodeChangeScope scope(m_scene);
     if (m_scene) sceneOf(m_scene)->notifyOutputRemoved(output);
@@ -85,7 +85,7 @@ void Node::onOutputRemoved(const IOutput* output) {
 // and the library hear of a value or connection all the same.
 
 void Node::onInputChanged(const IInput* input, const AttrData* previous) {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     Survivors survivors;
     const bool hasCallback = m_nodeChanged != nullptr;
@@ -102,7 +102,7 @@ void Node::onInputChanged(const IInput* input, const AttrData* previous) {
 }
 
 void Node::onInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     Survivors survivors;
     const NodeChangeScope scope(m_scene);
@@ -115,7 +115,7 @@ void Node::onInputConnected(const IInput* input, const IOutput* before, const IO
 }
 
 void Node::notifyRemoved() const {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     Survivors survivors;
     const NodeChangeScope scope(m_scene);
@@ -127,7 +127,7 @@ void Node::notifyRemoved() const {
 }
 
 void Node::notifyRenamed(String name) const {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     Survivors survivors;
     const NodeChangeScope scope(m_scene);
@@ -139,7 +139,7 @@ void Node::notifyRenamed(String name) const {
 }
 
 void Node::notifyConverted(INode* replacement) const {
-    m_dirty = true;
+    markDirty();
     if (m_destroying) return;
     Survivors survivors;
     const NodeChangeScope scope(m_scene);

@@ -54,7 +54,7 @@ bool Node::clearInputs() {
 }
 
 bool Node::removeFoundInput(IInput* input) {
-    m_dirty = true;
+    markDirty();
     removeFromList(m_inputs, input);
     const Departure departing(static_cast<Input*>(input));
     onInputRemoved(input);
@@ -84,7 +84,7 @@ bool Node::clearOutputs() {
 }
 
 bool Node::removeFoundOutput(IOutput* output) {
-    m_dirty = true;
+    markDirty();
     m_outputs.removeAll(output);
     const Departure departing(static_cast<Output*>(output));
     onOutputRemoved(output);

@@ -11,6 +11,7 @@
 #include "sdk/impl/scene.h"
 #include "sdk/interfaces/i_output.h"
 
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -124,8 +125,20 @@ bool Node::dirty(bool deep) const {
 }
 
 void Node::setDirty(bool dirty) {
-    m_dirty = dirty;
-    if (dirty && m_scene) static_cast<Scene*>(m_scene)->setDirty(true);
+    auto* scene = static_cast<Scene*>(m_scene);
+    if (dirty) {
+        markDirty();
+        if (scene) scene->setDirty(true);
+    } else if (m_dirty) {
+        if (scene) scene->nodeCleaning(*this);
+        m_dirty = false;
+    }
+}
+
+// The scene of a node that is being destroyed may be gone.
+void Node::markDirty() const {
+    const bool wasDirty = std::exchange(m_dirty, true);
+    if (m_scene && !m_destroying) static_cast<Scene*>(m_scene)->nodeChanged(*this, wasDirty);
 }
 
 NodeIterator* Node::dependencies(bool downstream, bool flag) const {

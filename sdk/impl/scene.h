@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/string_vector.h"
+#include "sdk/impl/dirty_cache.h"
 #include "sdk/impl/link_table.h"
 #include "sdk/impl/node_table.h"
 #include "sdk/impl/scene_comments.h"
@@ -8,6 +9,7 @@
 #include "sdk/interfaces/scene_observer.h"
 
 #include <atomic>
+#include <memory>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -52,6 +54,7 @@ public:
     void clear() override;
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
+    [[nodiscard]] bool contains(const INode& node) const;
     /// Calls `visit(INode*)` for each node in creation order.
     template<typename Visit>
     void forEachNode(const Visit& visit) const {
@@ -83,6 +86,15 @@ public:
     [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
     /// Tells whether the scene keeps every node's flag true to its dependencies.
     [[nodiscard]] virtual bool isDirtyStateCached() const;
+    void setDirtyStateCached(bool cached) override;
+    /// For its nodes alone: its flag was set, and was before or not; it is about to be
+    /// cleared.
+    void nodeChanged(const Node& node, bool wasDirty) {
+        if (m_dirtyCache) m_dirtyCache->changed(node, wasDirty);
+    }
+    void nodeCleaning(Node& node) {
+        if (m_dirtyCache) m_dirtyCache->cleaning(node);
+    }
 
     // ---- Notifications ---------------------------------------------------------------------
 
@@ -124,6 +136,8 @@ private:
     u32 m_editDepth = 0;
     u32 m_groupDepth = 0;
     bool m_dirty = false;
+    // Null while dirty states are not cached.
+    std::unique_ptr<DirtyCache> m_dirtyCache;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -9,7 +9,12 @@ void Scene::setDirty(bool dirty) {
 }
 
 bool Scene::isDirtyStateCached() const {
-    return false;
+    return m_dirtyCache != nullptr;
+}
+
+void Scene::setDirtyStateCached(bool cached) {
+    if (cached == (m_dirtyCache != nullptr)) return;
+    m_dirtyCache = cached ? std::make_unique<DirtyCache>(*this) : nullptr;
 }
 
 } // namespace qv::kelvo_sdk::impl

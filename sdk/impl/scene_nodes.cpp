@@ -70,18 +70,24 @@ bool Scene::addNode(Node* node) {
     node->incRef();
     node->setScene(this);
     if (!free.equals(name)) node->setName(std::move(free));
+    if (m_dirtyCache) m_dirtyCache->added(*node);
     setDirty();
     tellObservers(node, [node](SceneObserver& observer) { observer.nodeAdded(node); });
     return true;
 }
 
+bool Scene::contains(const INode& node) const {
+    return m_nodes.find(node.name()) == &node;
+}
+
 bool Scene::removeNode(INode* node) {
-    if (!node || m_nodes.find(node->name()) != node) return false;
+    if (!node || !contains(*node)) return false;
     auto* removed = static_cast<Node*>(node);
     clearReferences(*removed);
     const RefersTo<Node> held(adoptRef, m_nodes.remove(removed->name()));
     if (!held) return true; // An observer of the references was faster.
     m_comments.remove(removed);
+    if (m_dirtyCache) m_dirtyCache->removed(*removed);
     setDirty();
     removed->notifyRemoved();
     tellObservers(removed, [removed](SceneObserver& observer) { observer.nodeRemoved(removed); });
@@ -101,7 +107,7 @@ void Scene::clearReferences(Node& node) {
 }
 
 bool Scene::renameNode(INode* node, String name) {
-    if (!node || m_nodes.find(node->name()) != node) return false;
+    if (!node || !contains(*node)) return false;
     if (!checkNodeName(name, "name")) return false;
     auto* renamed = static_cast<Node*>(node);
     const String before = renamed->name();

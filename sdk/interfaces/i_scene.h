@@ -43,6 +43,10 @@ public:
     /// Adds an observer, which must unsubscribe before it dies; false if it was there already.
     virtual bool subscribe(SceneObserver* observer) = 0;
     virtual bool unsubscribe(SceneObserver* observer) = 0;
+
+    /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
+    /// in, instead of searching at each query; off at the start.
+    virtual void setDirtyStateCached(bool cached) = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces
