@@ -4,6 +4,8 @@
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/terminal.h"
 
+#include <optional>
+
 namespace qv::kelvo_tool {
 
 // The commands, one source file each. What is found wrong is told on the standard error stream. A
@@ -36,6 +38,42 @@ struct SetOptions {
 
 /// Prints counts, sizes and the scene's hash.
 [[nodiscard]] Status runStats(const String& file, Terminal& out);
+
+struct PathsOptions {
+    String file;
+    String from;
+    std::optional<String> to;
+    /// Without `to`: the types of the nodes to reach; none: every node.
+    StringVector types;
+    /// Through every link and connection, not only through children.
+    bool allLinks = false;
+    u64 limit = 1000;
+    bool firstOnly = false;
+    bool countOnly = false;
+};
+/// Prints the paths from a node to others; none at all is a fault.
+[[nodiscard]] Status runPaths(const PathsOptions& options, Terminal& out);
+
+struct DepsOptions {
+    String file;
+    String node;
+    /// The nodes that depend on the node, instead of those that it depends on.
+    bool downstream = false;
+    bool asTree = false;
+    bool countOnly = false;
+};
+/// Prints the nodes that a node depends on, and through which inputs.
+[[nodiscard]] Status runDeps(const DepsOptions& options, Terminal& out);
+
+struct HashOptions {
+    String file;
+    /// Without it: all nodes and the scene.
+    std::optional<String> node;
+    StringVector skippedTypes;
+    bool ignoreNames = false;
+};
+/// Prints hashes, by which scenes can be compared.
+[[nodiscard]] Status runHash(const HashOptions& options, Terminal& out);
 
 struct ImportOptions {
     String model;

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -33,6 +34,9 @@ public:
         addSet();
         addCheck();
         addStats();
+        addPaths();
+        addDeps();
+        addHash();
         addImport();
     }
 
@@ -54,6 +58,19 @@ public:
 
 private:
     static String text(const std::string& value) { return String(std::string_view(value)); }
+
+    static qv::StringVector texts(const std::vector<std::string>& values) {
+        qv::StringVector all;
+        for (const std::string& value : values)
+            all.push_back(text(value));
+        return all;
+    }
+    // An empty name that is given is a wrong name, and not the same as none.
+    std::optional<String> given(const char* command, const char* option,
+                                const std::string& value) const {
+        if (m_app.get_subcommand(command)->count(option) == 0) return std::nullopt;
+        return text(value);
+    }
 
     bool knowsCommand(std::string_view name) const {
         if (name.starts_with('-')) return true;
@@ -116,6 +133,48 @@ private:
         addFile(add("stats", "Print counts, sizes and the scene's hash",
                     [this] { return runStats(text(m_file), m_out); }));
     }
+    void addPaths() {
+        CLI::App* command = add("paths", "Print the chains of nodes that lead to others", [this] {
+            return runPaths({text(m_file), text(m_from), given("paths", "TO", m_to), texts(m_types),
+                             m_allLinks, m_limit, m_firstOnly, m_countOnly},
+                            m_out);
+        });
+        addFile(command);
+        command->add_option("FROM", m_from, "Node to start from")->required();
+        CLI::Option* to = command->add_option("TO", m_to, "Node to reach, all by default");
+        command->add_option("--type", m_types, "Types of the nodes to reach")->excludes(to);
+        command->add_flag("--all", m_allLinks, "Every link and connection, not only children");
+        CLI::Option* limit = command->add_option("--limit", m_limit, "Most paths to print")
+                                 ->check(CLI::PositiveNumber)
+                                 ->capture_default_str();
+        CLI::Option* first = command->add_flag("--first", m_firstOnly, "The first path alone");
+        first->excludes(limit);
+        command->add_flag("--count", m_countOnly, "The number of paths, counted up to 100000")
+            ->excludes(limit)
+            ->excludes(first);
+    }
+    void addDeps() {
+        CLI::App* command = add("deps", "Print what a node depends on, and through what", [this] {
+            return runDeps({text(m_file), text(m_from), m_downstream, m_asTree, m_countOnly},
+                           m_out);
+        });
+        addFile(command);
+        command->add_option("NODE", m_from, "Node to start from")->required();
+        command->add_flag("--downstream", m_downstream, "What depends on the node instead");
+        CLI::Option* tree = command->add_flag("--tree", m_asTree, "As a tree");
+        command->add_flag("--count", m_countOnly, "The number of nodes")->excludes(tree);
+    }
+    void addHash() {
+        CLI::App* command = add("hash", "Print hashes, to compare scenes by", [this] {
+            return runHash(
+                {text(m_file), given("hash", "NODE", m_from), texts(m_types), m_ignoreNames},
+                m_out);
+        });
+        addFile(command);
+        command->add_option("NODE", m_from, "Node; by default every node and the scene");
+        command->add_option("--skip", m_types, "Types of nodes that count as nothing");
+        command->add_flag("--ignore-names", m_ignoreNames, "Let types stand for nodes' names");
+    }
     void addImport() {
         m_outFile.clear();
         CLI::App* command = add("import", "Make a scene of a model file", [this] {
@@ -132,9 +191,19 @@ private:
     std::string m_file;
     std::string m_path;
     std::string m_outFile;
+    std::string m_from;
+    std::string m_to;
+    std::vector<std::string> m_types;
     std::vector<std::string> m_assignments;
     qv::i64 m_depth = -1;
+    qv::u64 m_limit = PathsOptions().limit;
     bool m_noValues = false;
+    bool m_allLinks = false;
+    bool m_firstOnly = false;
+    bool m_countOnly = false;
+    bool m_downstream = false;
+    bool m_asTree = false;
+    bool m_ignoreNames = false;
 };
 
 void tellMessage(qv::LogLevel level, const char* message, void*) {

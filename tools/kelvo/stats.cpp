@@ -1,13 +1,12 @@
 #include "tools/kelvo/commands.h"
 
 #include "base/data_type.h"
-#include "base/hash.h"
 #include "sdk/attr_type.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/hierarchy.h"
+#include "tools/kelvo/scene_hash.h"
 
 #include <array>
-#include <cinttypes>
 #include <map>
 #include <string>
 
@@ -31,7 +30,6 @@ struct Counts {
     u64 bytes = 0;
     u64 connections = 0;
     u64 links = 0;
-    u64 hash = 0;
 
     explicit Counts(const kelvo_sdk::Scene& scene) {
         for (u64 i = 0; i < scene.nodeCount(); ++i)
@@ -41,7 +39,6 @@ struct Counts {
     void addNode(const INode& node) {
         ++types[std::string(node.type().view())];
         outputs += node.outputCount();
-        hash = hashMix(hash, node.hash({}));
         addInputs(node);
     }
 
@@ -98,8 +95,7 @@ Status runStats(const String& file, Terminal& out) {
     if (!loadScene(file, scene)) return Status::Fault;
     const Counts counts(scene);
     printCounts(counts, scene.nodeCount(), Hierarchy(scene), out);
-    const String hash = String::format("%016" PRIx64, std::uint64_t{counts.hash});
-    out.write("hash: ").write(Tone::Value, hash.view()).endLine();
+    out.write("hash: ").write(Tone::Value, hashText(sceneHash(scene, {})).view()).endLine();
     return Status::Ok;
 }
 

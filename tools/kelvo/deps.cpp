@@ -1,0 +1,124 @@
+#include "tools/kelvo/commands.h"
+
+#include "tools/kelvo/address.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/neighbourhood.h"
+#include "tools/kelvo/tree_guides.h"
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::interfaces::INode;
+
+void printName(const INode& node, Terminal& out) {
+    out.write(Tone::Name, node.name().view()).write(" (");
+    out.write(Tone::Kind, node.type().view()).write(")");
+}
+
+// The node and through what it was reached, without the end of the line.
+void printNeighbour(const Neighbour& neighbour, Terminal& out) {
+    printName(*neighbour.node, out);
+    out.write(" through ").write(neighbour.link.text().view());
+    if (neighbour.more != 0)
+        out.write(Tone::Note, " and " + std::to_string(neighbour.more) + " more");
+}
+
+/// Prints a node and its neighbours as a tree, each with its own once. Walks without recursion.
+class TreePrinter {
+public:
+    TreePrinter(const Neighbourhood& neighbourhood, Terminal& out)
+        : m_neighbourhood(neighbourhood), m_out(out) {}
+
+    void print(INode& root) {
+        printName(root, m_out);
+        m_out.endLine();
+        enter(root);
+        while (!m_way.empty() && !m_out.isClosed())
+            goOn();
+    }
+
+private:
+    struct Step {
+        std::vector<Neighbour> neighbours;
+        std::size_t next = 0;
+
+        [[nodiscard]] bool isDone() const { return next == neighbours.size(); }
+    };
+
+    void goOn() {
+        Step& step = m_way.back();
+        if (step.isDone()) {
+            m_way.pop_back();
+            return;
+        }
+        const Neighbour neighbour = step.neighbours[step.next++];
+        const std::string guides =
+            treeGuides(m_way.size() - 1, [this](std::size_t i) { return m_way[i].isDone(); });
+        m_out.write(Tone::Note, guides + (step.isDone() ? "└─ " : "├─ "));
+        printNeighbour(neighbour, m_out);
+        const bool isRepeated = m_shown.contains(neighbour.node);
+        if (isRepeated) m_out.write(Tone::Note, " shown above");
+        m_out.endLine();
+        if (!isRepeated) enter(*neighbour.node);
+    }
+
+    void enter(INode& node) {
+        m_shown.insert(&node);
+        m_way.push_back({m_neighbourhood.of(node)});
+    }
+
+    const Neighbourhood& m_neighbourhood;
+    Terminal& m_out;
+    std::unordered_set<const INode*> m_shown;
+    std::vector<Step> m_way;
+};
+
+// A line for each node, with the first of the links that make it one of these.
+void printList(const Neighbourhood& neighbourhood, INode& start, Terminal& out) {
+    const std::vector<INode*> found = neighbourhood.allOf(start);
+    std::unordered_map<const INode*, Neighbour> known;
+    const auto meet = [&](INode& node) {
+        for (const Neighbour& neighbour : neighbourhood.of(node)) {
+            const auto [place, isNew] = known.try_emplace(neighbour.node, neighbour);
+            if (!isNew) place->second.more += neighbour.more + 1;
+        }
+    };
+    meet(start);
+    for (INode* node : found)
+        meet(*node);
+    for (const INode* node : found) {
+        if (out.isClosed()) return;
+        printNeighbour(known.at(node), out);
+        out.endLine();
+    }
+}
+
+} // namespace
+
+Status runDeps(const DepsOptions& options, Terminal& out) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!loadScene(options.file, scene)) return Status::Fault;
+    const kelvo_sdk::Node node = scene.findNode(options.node);
+    if (!node.get()) {
+        complain(displayed(options.file) + ": " + noSuchNode(scene, options.node));
+        return Status::Usage;
+    }
+    const Neighbourhood neighbourhood(scene, options.downstream
+                                                 ? Neighbourhood::Direction::Downstream
+                                                 : Neighbourhood::Direction::Upstream);
+    if (options.countOnly)
+        out.write(Tone::Value, std::to_string(neighbourhood.allOf(*node.get()).size())).endLine();
+    else if (options.asTree)
+        TreePrinter(neighbourhood, out).print(*node.get());
+    else
+        printList(neighbourhood, *node.get(), out);
+    return Status::Ok;
+}
+
+} // namespace qv::kelvo_tool

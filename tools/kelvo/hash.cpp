@@ -1,0 +1,43 @@
+#include "tools/kelvo/commands.h"
+
+#include "tools/kelvo/address.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/scene_hash.h"
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+// Leaves out the nodes that are skipped, so that the lists of two files tell of the same nodes.
+void printHashes(const kelvo_sdk::Scene& scene, const StringVector& skip, Terminal& out) {
+    for (u64 i = 0; i < scene.nodeCount() && !out.isClosed(); ++i) {
+        const auto* node = scene->node(i);
+        if (node->isTypeOf(skip)) continue;
+        out.write(Tone::Value, hashText(node->hash(skip)).view()).write("  ");
+        out.write(Tone::Name, node->name().view()).endLine();
+    }
+    out.write("hash: ").write(Tone::Value, hashText(sceneHash(scene, skip)).view()).endLine();
+}
+
+} // namespace
+
+Status runHash(const HashOptions& options, Terminal& out) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!loadScene(options.file, scene)) return Status::Fault;
+    StringVector skip = options.skippedTypes;
+    if (options.ignoreNames) skip.push_back("__node_name__");
+    if (!options.node) {
+        printHashes(scene, skip, out);
+        return Status::Ok;
+    }
+    const kelvo_sdk::Node node = scene.findNode(*options.node);
+    if (!node.get()) {
+        complain(displayed(options.file) + ": " + noSuchNode(scene, *options.node));
+        return Status::Usage;
+    }
+    out.write(Tone::Value, hashText(node->hash(skip)).view()).endLine();
+    return Status::Ok;
+}
+
+} // namespace qv::kelvo_tool

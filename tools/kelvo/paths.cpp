@@ -1,0 +1,79 @@
+#include "tools/kelvo/commands.h"
+
+#include "sdk/impl/path_iterator.h"
+#include "tools/kelvo/address.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/files.h"
+
+#include <string>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::impl::PathIterator;
+using kelvo_sdk::interfaces::INode;
+
+String numberText(u64 number) {
+    return String(std::string_view(std::to_string(number)));
+}
+
+String wanted(const PathsOptions& options) {
+    if (options.to) return "'" + *options.to + "'";
+    if (options.types.isEmpty()) return "any node";
+    return "a node of type '" + options.types.join("' or '") + "'";
+}
+
+String nothingFound(const PathsOptions& options) {
+    const String sentence = "no path leads from '" + options.from + "' to " + wanted(options);
+    return options.allLinks ? sentence + "."
+                            : sentence + " through children (--all follows every link).";
+}
+
+// How many paths there are, as far as the iterator counts.
+String total(PathIterator& paths) {
+    const u64 count = paths.count();
+    const String number = numberText(count);
+    return count < PathIterator::maxCount ? number : "at least " + number;
+}
+
+void printPaths(PathIterator& paths, const PathsOptions& options, Terminal& out) {
+    const u64 limit = options.firstOnly ? 1 : options.limit;
+    u64 printed = 0;
+    do {
+        out.write(Tone::Name, paths.current()->text().view()).endLine();
+        ++printed;
+    } while (printed < limit && !out.isClosed() && paths.next());
+    if (options.firstOnly || out.isClosed() || !paths.next()) return;
+    const String all =
+        printed < PathIterator::maxCount ? total(paths) : "more than " + numberText(printed);
+    complain(displayed(options.file) + ": " + numberText(printed) + " of " + all +
+             " paths are shown (see --limit).");
+}
+
+} // namespace
+
+Status runPaths(const PathsOptions& options, Terminal& out) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!loadScene(options.file, scene)) return Status::Fault;
+    const String place = displayed(options.file) + ": ";
+    const kelvo_sdk::Node from = scene.findNode(options.from);
+    const kelvo_sdk::Node to = options.to ? scene.findNode(*options.to) : kelvo_sdk::Node();
+    if (!from.get() || (options.to && !to.get())) {
+        complain(place + noSuchNode(scene, from.get() ? *options.to : options.from));
+        return Status::Usage;
+    }
+    const auto paths =
+        RefersTo<PathIterator>::adopt(to.get() ? from->pathsTo(to.get(), options.allLinks)
+                                               : from->paths(options.types, options.allLinks));
+    const bool isFound = paths->current() != nullptr;
+    if (options.countOnly) out.write(Tone::Value, total(*paths.get()).view()).endLine();
+    if (!isFound) {
+        complain(place + nothingFound(options));
+        return Status::Fault;
+    }
+    if (!options.countOnly) printPaths(*paths.get(), options, out);
+    return Status::Ok;
+}
+
+} // namespace qv::kelvo_tool
