@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The tool kelvo asked about the graph of nodes: paths, deps and hash.
 kelvo_graph_queries_test.py KELVO [...]"""
+import random
 import re
 
 from kelvo_tool import SCENE, ToolTest, main, scene, xform
@@ -18,6 +19,17 @@ def diamonds(count):
 def chain(count):
     """Makes a chain of nodes from n0 to n<count>."""
     return scene(*(xform(f"n{i}", f"n{i + 1}") for i in range(count)), xform(f"n{count}"))
+
+
+def reached(edges, start):
+    """Returns the nodes that the edges, pairs of nodes, lead to from another one."""
+    found, left = set(), [start]
+    while left:
+        node = left.pop()
+        new = {b for a, b in edges if a == node} - found
+        found |= new
+        left += new
+    return found - {start}
 
 
 class CommandLine(ToolTest):
@@ -217,6 +229,27 @@ a (xform)
 └─ b (xform) through a.children[1]
    └─ a (xform) through b.children[0] shown above
 """)
+
+    def test_random_graphs_agree_with_a_slow_model(self):
+        names = [f"n{i}" for i in range(12)]
+        for seed in range(15):
+            chance = random.Random(seed)
+            edges = {tuple(chance.choices(names, k=2)) for _ in range(chance.randint(5, 20))}
+            connected = {(b, a) for a, b in edges if b < a and chance.random() < 0.5}
+            given = scene(*(self.node(name, edges - {(a, b) for b, a in connected}, connected)
+                            for name in names))
+            start = chance.choice(names)
+            for way, ends in (((), edges), (("--downstream",), {(b, a) for a, b in edges})):
+                with self.subTest((seed, way)):
+                    lines = self.expect(0, "deps", "-", start, *way, given=given).splitlines()
+                    self.assertEqual(sorted(line.split()[0] for line in lines),
+                                     sorted(reached(ends, start)))
+
+    @staticmethod
+    def node(name, links, connected):
+        lines = [f"    Node l_{b} = {b}" for a, b in sorted(links) if a == name]
+        lines += [f"    Real c_{b} = 0 <- {b}.x" for b, a in sorted(connected) if a == name]
+        return "\n".join([f'node t "{name}" {{', *lines, "    output Real x", "}"])
 
     def test_nodes_are_counted(self):
         for node, way, expected in (("room", [], 3), ("wood", [], 0), ("room", ["--downstream"], 0),
