@@ -75,6 +75,21 @@ struct HashOptions {
 /// Prints hashes, by which scenes can be compared.
 [[nodiscard]] Status runHash(const HashOptions& options, Terminal& out);
 
+struct FindOptions {
+    String file;
+    /// Path with wildcards; see `Wildcard`.
+    String pattern;
+    /// Type or base of a node, or kind of an input.
+    std::optional<String> type;
+    /// See `ValueFilter`.
+    std::optional<String> value;
+    bool nodesOnly = false;
+    bool inputsOnly = false;
+    bool countOnly = false;
+};
+/// Prints the nodes and inputs that match; none at all is a fault.
+[[nodiscard]] Status runFind(const FindOptions& options, Terminal& out);
+
 struct ImportOptions {
     String model;
     String outFile = "-";

@@ -37,6 +37,7 @@ public:
         addPaths();
         addDeps();
         addHash();
+        addFind();
         addImport();
     }
 
@@ -175,6 +176,37 @@ private:
         command->add_option("--skip", m_types, "Types of nodes that count as nothing");
         command->add_flag("--ignore-names", m_ignoreNames, "Let types stand for nodes' names");
     }
+    void addFind() {
+        CLI::App* command = add("find", "Find nodes and inputs by path, type or value", [this] {
+            return runFind({text(m_file), text(m_pattern), given("find", "--type", m_type),
+                            given("find", "--value", m_value), m_nodesOnly, m_inputsOnly,
+                            m_countOnly},
+                           m_out);
+        });
+        command->footer(
+            "PATTERN is compared with the whole path of each node (\"lamp\") and input\n"
+            "(\"lamp.shade.stops[1]\"), without regard to case:\n"
+            "  *     any run of characters within a step; steps end at '.', '[' and ']'\n"
+            "  ?     one character within a step\n"
+            "  **    any run across steps; a.**.b is a.b too\n"
+            "So \"*\" is every node, \"*.*\" every input of a node, \"lamp.**\" all below lamp,\n"
+            "\"**.weights[*]\" every element of an array weights.\n\n"
+            "Exit status: 1 when nothing is found, 2 when PATTERN is none.");
+        addFile(command);
+        command->add_option("PATTERN", m_pattern, "Path with wildcards")->required();
+        command->add_option("--type", m_type,
+                            "Type or base of a node, or kind of an input, as Real or Array<Node>;\n"
+                            "with * and ?, without regard to case");
+        CLI::Option* value = command->add_option(
+            "--value", m_value,
+            "Inputs with this value as text, with * and ? (\\* for the character), or with a\n"
+            "number that is so: '<1', '<=1', '>1', '>=1' or '=1'. A connected input has the\n"
+            "value stored in it");
+        CLI::Option* nodes = command->add_flag("--nodes", m_nodesOnly, "Nodes alone");
+        command->add_flag("--inputs", m_inputsOnly, "Inputs alone")->excludes(nodes);
+        nodes->excludes(value);
+        command->add_flag("--count", m_countOnly, "The number alone");
+    }
     void addImport() {
         m_outFile.clear();
         CLI::App* command = add("import", "Make a scene of a model file", [this] {
@@ -193,6 +225,9 @@ private:
     std::string m_outFile;
     std::string m_from;
     std::string m_to;
+    std::string m_pattern;
+    std::string m_type;
+    std::string m_value;
     std::vector<std::string> m_types;
     std::vector<std::string> m_assignments;
     qv::i64 m_depth = -1;
@@ -204,6 +239,8 @@ private:
     bool m_downstream = false;
     bool m_asTree = false;
     bool m_ignoreNames = false;
+    bool m_nodesOnly = false;
+    bool m_inputsOnly = false;
 };
 
 void tellMessage(qv::LogLevel level, const char* message, void*) {

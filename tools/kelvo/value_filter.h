@@ -1,0 +1,35 @@
+#pragma once
+
+#include "sdk/interfaces/i_input.h"
+#include "tools/kelvo/wildcard.h"
+
+#include <optional>
+
+namespace qv::kelvo_tool {
+
+/// What the value stored in an input has to be: a number compared with one, as ">= 0.5", or a text
+/// with wildcards.
+class ValueFilter {
+public:
+    /// False, with a sentence in `error`, when what stands behind "<", "<=", ">", ">=" or "=" is no
+    /// number.
+    [[nodiscard]] static bool parse(const String& wanted, ValueFilter& out, String& error);
+
+    /// Objects have no value; their members do.
+    [[nodiscard]] bool accepts(const kelvo_sdk::interfaces::IInput& input) const;
+
+private:
+    // Exact for all integers and all doubles.
+    using Number = long double;
+    enum class Operator { None, Less, LessOrEqual, Greater, GreaterOrEqual, Equal };
+
+    [[nodiscard]] static std::optional<Number> numberIn(const String& text);
+    [[nodiscard]] static std::optional<Number> numberOf(const kelvo_sdk::interfaces::IInput& input);
+    [[nodiscard]] bool compare(Number value) const noexcept;
+
+    Operator m_operator = Operator::None;
+    Number m_number = 0;
+    Wildcard m_text;
+};
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,144 @@
+#include "tools/kelvo/wildcard.h"
+
+#include "base/ascii.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+constexpr std::string_view separators = ".[]";
+
+bool endsStep(char c) noexcept {
+    return separators.find(c) != std::string_view::npos;
+}
+
+bool isWild(char c) noexcept {
+    return c == '*' || c == '?';
+}
+
+// What is wrong with the step that an element's "[...]" at `at` is; null when nothing is.
+const char* elementFault(std::string_view pattern, std::size_t at) {
+    const std::size_t end = pattern.find(']', at);
+    if (end == std::string_view::npos) return "'[' without ']'";
+    const std::string_view index = pattern.substr(at + 1, end - at - 1);
+    if (at == 0 || pattern[at - 1] == '.') return "an element without the array it is in";
+    if (index == "+") return "'[+]' is for `set` alone";
+    const auto fits = [](char c) { return ascii::isDigit(c) || isWild(c); };
+    if (index.empty() || !std::ranges::all_of(index, fits) || index.find("**") != index.npos)
+        return "between '[' and ']' stands a number, '*' or '?'";
+    const bool isLast = end + 1 == pattern.size();
+    if (!isLast && !endsStep(pattern[end + 1]) && pattern[end + 1] != '*')
+        return "a name right behind ']'";
+    return nullptr;
+}
+
+// What is wrong at a place outside of "[...]"; null when nothing is.
+const char* nameFault(std::string_view pattern, std::size_t at) {
+    const char c = pattern[at];
+    if (pattern.substr(at).starts_with("***")) return "more than two '*' in a row";
+    if (c == '.' && (at == 0 || at + 1 == pattern.size() || pattern[at + 1] == '.'))
+        return "an empty step";
+    if (c == ']') return "']' without '['";
+    const bool isKnown = ascii::isLetter(c) || ascii::isDigit(c) || c == '_' || c == '.';
+    return isKnown || isWild(c) ? nullptr : "a character that no path has";
+}
+
+const char* fault(std::string_view pattern) {
+    if (pattern.empty()) return "nothing";
+    for (std::size_t at = 0; at < pattern.size(); ++at) {
+        const bool isElement = pattern[at] == '[';
+        const char* found = isElement ? elementFault(pattern, at) : nameFault(pattern, at);
+        if (found) return found;
+        if (isElement) at = pattern.find(']', at);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+bool Wildcard::parsePath(const String& pattern, Wildcard& out, String& error) {
+    const std::string_view text = pattern.view();
+    if (const char* found = fault(text)) {
+        error = "'" + pattern + "' is no pattern: it has " + found + ".";
+        return false;
+    }
+    out = {};
+    out.m_ignoresCase = true;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isDouble = text.substr(i).starts_with("**");
+        const Kind wild = text[i] == '?' ? Kind::OneInStep : isDouble ? Kind::Run : Kind::RunInStep;
+        if (isDouble) ++i;
+        const bool isBetween = isDouble && i >= 2 && text[i - 2] == '.';
+        out.m_parts.push_back({isWild(text[i]) ? wild : Kind::Letter, ascii::toLower(text[i]),
+                               isBetween && i + 1 < text.size() && text[i + 1] == '.'});
+    }
+    return true;
+}
+
+Wildcard Wildcard::ofText(std::string_view pattern, Case letters) {
+    Wildcard made;
+    made.m_ignoresCase = letters == Case::Ignored;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const bool isTaken = pattern[i] == '\\' && i + 1 < pattern.size();
+        if (isTaken) ++i;
+        const char letter = made.m_ignoresCase ? ascii::toLower(pattern[i]) : pattern[i];
+        const Kind wild = letter == '?' ? Kind::One : Kind::Run;
+        made.m_parts.push_back({isWild(letter) && !isTaken ? wild : Kind::Letter, letter});
+    }
+    return made;
+}
+
+bool Wildcard::matches(std::string_view text) const {
+    Places places = start();
+    return advance(places, text) && accepts(places);
+}
+
+Wildcard::Places Wildcard::start() const {
+    Places places(m_parts.size() + 1);
+    places[0] = true;
+    goOnWithoutCharacter(places);
+    return places;
+}
+
+bool Wildcard::Part::takes(char c) const noexcept {
+    switch (kind) {
+    case Kind::Letter:
+        return letter == c;
+    case Kind::OneInStep:
+    case Kind::RunInStep:
+        return !endsStep(c);
+    default:
+        return true;
+    }
+}
+
+// Adds the places that are reached by leaving runs out. All ways lead forward.
+void Wildcard::goOnWithoutCharacter(Places& places) const {
+    for (std::size_t at = 0; at < m_parts.size(); ++at) {
+        if (!places[at]) continue;
+        if (m_parts[at].isRun()) places[at + 1] = true;
+        if (m_parts[at].isOptional) places[at + 2] = true;
+    }
+}
+
+bool Wildcard::advance(Places& places, std::string_view piece) const {
+    Places next(places.size());
+    for (const char given : piece) {
+        const char c = m_ignoresCase ? ascii::toLower(given) : given;
+        std::fill(next.begin(), next.end(), false);
+        bool isAlive = false;
+        for (std::size_t at = 0; at < m_parts.size(); ++at) {
+            if (!places[at] || !m_parts[at].takes(c)) continue;
+            next[m_parts[at].isRun() ? at : at + 1] = true;
+            isAlive = true;
+        }
+        if (!isAlive) return false;
+        goOnWithoutCharacter(next);
+        places.swap(next);
+    }
+    return true;
+}
+
+} // namespace qv::kelvo_tool
