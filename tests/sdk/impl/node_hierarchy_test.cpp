@@ -2,12 +2,13 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_iterator.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/small_stack.h"
+#include "tests/support/node_graph.h"
+#include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -16,25 +17,13 @@ using tests::LogCapture;
 
 class NodeHierarchy : public testing::Test {
 protected:
-    // Nodes that link to each other go last made first; links are plain pointers.
-    Node* make(const char* name, const char* type = "xform") {
-        m_nodes.push_back(RefersTo<Node>::adopt(new Node(nullptr, type, name)));
-        Node* node = m_nodes.back().get();
-        node->createArray("children", AttrType::Node);
-        return node;
-    }
-    static void link(Node* parent, Node* child) {
-        parent->findInputByName("children")->appendElement()->setNode(child);
-    }
+    Node* make(const char* name, const char* type = "xform") { return m_graph.add(name, type); }
+    static void link(Node* parent, Node* child) { tests::NodeGraph::link(parent, child); }
     [[nodiscard]] static std::string children(const Node* node, i64 depth) {
-        const auto nodes = RefersTo<NodeIterator>::adopt(node->children(depth));
-        std::string names;
-        for (const INode* child = nodes->first(); child; child = nodes->next())
-            names += child->name().buf();
-        return names;
+        return tests::NodeGraph::children(node, depth);
     }
 
-    std::vector<RefersTo<Node>> m_nodes;
+    tests::NodeGraph m_graph;
 };
 
 TEST_F(NodeHierarchy, Children_GoDownToTheDepthAsked) {
@@ -128,21 +117,6 @@ TEST_F(NodeHierarchy, WithoutAChildrenInput_AreNoneAndSilent) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(NodeHierarchy, LongChain_IsWalkedToItsEnd) {
-    constexpr int kDepth = 20'000;
-    Node* root = make("R");
-    Node* last = root;
-    for (int i = 0; i < kDepth; ++i) {
-        Node* next = make("n");
-        link(last, next);
-        last = next;
-    }
-    tests::runOnSmallStack([root] {
-        const auto nodes = RefersTo<NodeIterator>::adopt(root->children(-1));
-        EXPECT_EQ(nodes->count(), static_cast<u64>(kDepth));
-    });
-}
-
 TEST_F(NodeHierarchy, GetChildren_KeepsWhatIsInTheListAlready) {
     Node *root = make("R"), *a = make("A"), *b = make("B");
     link(root, a);
@@ -167,56 +141,165 @@ TEST_F(NodeHierarchy, GetChildren_NeedsAnInputOfThatNameWithinTheLimit) {
     EXPECT_EQ(out.size(), 1u);
 }
 
-// ---- Parents -------------------------------------------------------------------------------
+// ---- Limits ------------------------------------------------------------------------------
 
-TEST_F(NodeHierarchy, IndexIn_CountsEmptyElements) {
+TEST_F(NodeHierarchy, EveryNegativeDepth_IsNoLimit) {
     Node *root = make("R"), *a = make("A"), *b = make("B");
-    link(root, nullptr);
     link(root, a);
-    link(root, a);
-    EXPECT_EQ(a->indexIn(root), 1);
-    EXPECT_EQ(b->indexIn(root), -1);
+    link(a, b);
+    for (const i64 depth : {i64{-1}, i64{-2}, i64{-1000}, std::numeric_limits<i64>::min()})
+        EXPECT_EQ(children(root, depth), "AB") << depth;
 }
 
-TEST_F(NodeHierarchy, IndexIn_SaysWhatIsMissing) {
-    const LogCapture log;
-    Node node(nullptr, "xform", "n");
-    Node empty(nullptr, "xform", "empty"), plain(nullptr, "xform", "plain");
-    Node numbers(nullptr, "xform", "numbers"), none(nullptr, "xform", "none");
-    empty.createArray("children", AttrType::Node);
-    numbers.createArray("CHILDREN", AttrType::Int);
-    plain.createInput("children", AttrType::Node);
-    EXPECT_EQ(node.indexIn(nullptr), -5);
-    EXPECT_EQ(node.indexIn(&none), -4);
-    EXPECT_EQ(node.indexIn(&plain), -3);
-    EXPECT_EQ(node.indexIn(&numbers), -2);
-    EXPECT_EQ(node.indexIn(&empty), -1);
-    for (Node* parent : {static_cast<Node*>(nullptr), &none, &plain, &numbers}) {
-        EXPECT_FALSE(node.parentTo(parent));
-        EXPECT_FALSE(node.unparentFrom(parent));
+TEST_F(NodeHierarchy, LimitsBeyondTheGraph_ListAll) {
+    Node *root = make("R"), *a = make("A"), *b = make("B");
+    link(root, a);
+    link(a, b);
+    for (const i64 depth : {i64{1}, i64{1000}, std::numeric_limits<i64>::max()})
+        EXPECT_EQ(children(root, depth), "AB") << depth;
+}
+
+TEST_F(NodeHierarchy, GetChildren_CountsFromTheDepthGiven) {
+    Node *root = make("R"), *a = make("A"), *b = make("B"), *c = make("C");
+    link(root, a);
+    link(a, b);
+    link(b, c);
+    const auto found = [&](i64 depth, i64 maxDepth) {
+        ds::Vector<INode*> out;
+        getChildren(root->findInputByName("children"), depth, maxDepth, out);
+        return out.size();
+    };
+    EXPECT_EQ(found(4, 3), 0u);
+    EXPECT_EQ(found(3, 3), 1u);
+    EXPECT_EQ(found(2, 3), 2u);
+    EXPECT_EQ(found(-1, 0), 2u);
+    EXPECT_EQ(found(-2, 0), 3u);
+    EXPECT_EQ(found(7, -1), 3u);
+}
+
+// ---- What counts as a list -----------------------------------------------------------------
+
+TEST_F(NodeHierarchy, NameInAnotherCase_IsTheListAtEveryLevel) {
+    Node *root = m_graph.addBare("R"), *a = m_graph.addBare("A"), *b = make("B");
+    root->createArray("CHILDREN", AttrType::Node)->appendElement()->setNode(a);
+    a->createArray("Children", AttrType::Node)->appendElement()->setNode(b);
+    EXPECT_EQ(children(root, -1), "AB");
+    ds::Vector<INode*> out;
+    getChildren(root->findInputByName("children"), 0, 0, out);
+    EXPECT_EQ(out.size(), 1u);
+}
+
+TEST_F(NodeHierarchy, ListsOfOtherNames_AreNotWalked) {
+    Node *root = m_graph.addBare("R"), *a = make("A"), *b = m_graph.addBare("B");
+    for (const char* name : {"child", "children2", "kids", "_children"})
+        root->createArray(name, AttrType::Node)->appendElement()->setNode(a);
+    EXPECT_EQ(children(root, -1), "");
+    b->createArray("kids", AttrType::Node)->appendElement()->setNode(root);
+    link(a, b);
+    EXPECT_EQ(children(a, -1), "B");
+}
+
+TEST_F(NodeHierarchy, PlainLinkNamedChildren_HoldsNone) {
+    Node *root = m_graph.addBare("R"), *a = make("A");
+    IInput* plain = root->createInput("children", AttrType::Node);
+    plain->setNode(a);
+    EXPECT_EQ(children(root, -1), "");
+    ds::Vector<INode*> out;
+    getChildren(plain, 0, -1, out);
+    EXPECT_TRUE(out.empty());
+}
+
+TEST_F(NodeHierarchy, ElementsThatAreNoLinks_AreSkipped) {
+    make("A");
+    for (const AttrType kind : {AttrType::Real, AttrType::Bool, AttrType::Array}) {
+        Node* root = m_graph.addBare("R");
+        root->createArray("children", kind)->appendElement();
+        EXPECT_EQ(children(root, -1), "") << attrTypeName(kind);
     }
-    EXPECT_EQ(none.inputCount(), 0u);
+    Node* root = m_graph.addBare("R");
+    root->createArray("children", AttrType::String)->appendElement()->setString("A");
+    const LogCapture log;
+    EXPECT_EQ(children(root, -1), "");
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(NodeHierarchy, ParentTo_AppendsOnce) {
-    Node *root = make("R"), *a = make("A");
-    EXPECT_TRUE(a->parentTo(root));
-    EXPECT_FALSE(a->parentTo(root));
-    EXPECT_EQ(root->findInputByName("children")->inputCount(), 1u);
-    EXPECT_EQ(children(root, 0), "A");
+TEST_F(NodeHierarchy, ObjectNamedChildren_GivesWhatItsMembersLinkTo) {
+    Node *root = m_graph.addBare("R"), *a = make("A"), *b = make("B");
+    IInput* object = root->createInput("children", AttrType::Object);
+    object->createInput("x", AttrType::Node)->setNode(a);
+    object->createInput("number", AttrType::Real);
+    object->createInput("y", AttrType::Node)->setNode(b);
+    EXPECT_EQ(children(root, 0), "AB");
 }
 
-TEST_F(NodeHierarchy, UnparentFrom_EmptiesTheElementThatALaterParentToDoesNotReuse) {
+TEST_F(NodeHierarchy, EmptiedElements_AreSkippedWhereverTheyAre) {
     Node *root = make("R"), *a = make("A"), *b = make("B");
-    a->parentTo(root);
-    b->parentTo(root);
-    EXPECT_TRUE(a->unparentFrom(root));
-    EXPECT_FALSE(a->unparentFrom(root));
-    EXPECT_EQ(b->indexIn(root), 1);
-    EXPECT_TRUE(a->parentTo(root));
-    EXPECT_EQ(a->indexIn(root), 2);
-    EXPECT_EQ(children(root, 0), "BA");
+    for (Node* child : {static_cast<Node*>(nullptr), a, static_cast<Node*>(nullptr), b})
+        link(root, child);
+    link(root, nullptr);
+    EXPECT_EQ(children(root, -1), "AB");
+    IInput* list = root->findInputByName("children");
+    list->input(1)->setNode(nullptr);
+    list->removeInput(0);
+    EXPECT_EQ(children(root, -1), "B");
+}
+
+// ---- What comes back -----------------------------------------------------------------------
+
+TEST_F(NodeHierarchy, Children_AreDerivedAfreshAtEachCall) {
+    Node *root = make("R"), *a = make("A"), *b = make("B");
+    link(root, a);
+    const auto before = RefersTo<NodeIterator>::adopt(root->children(-1));
+    link(a, b);
+    EXPECT_EQ(children(root, -1), "AB");
+    root->findInputByName("children")->input(0)->setNode(b);
+    EXPECT_EQ(children(root, -1), "B");
+    EXPECT_EQ(before->count(), 1u);
+    EXPECT_EQ(before->first(), a);
+}
+
+TEST_F(NodeHierarchy, Children_BelongToTheCallerAndOnlyBorrowTheNodes) {
+    Node *root = make("R"), *a = make("A");
+    link(root, a);
+    const int rootRefs = tests::probe(*root).refCount(), childRefs = tests::probe(*a).refCount();
+    const auto nodes = RefersTo<NodeIterator>::adopt(root->children(-1));
+    EXPECT_EQ(nodes->refCount(), 1);
+    EXPECT_EQ(nodes->first(), a);
+    EXPECT_EQ(tests::probe(*root).refCount(), rootRefs);
+    EXPECT_EQ(tests::probe(*a).refCount(), childRefs);
+}
+
+TEST_F(NodeHierarchy, Children_OfANodeWithoutAny_AreAnEmptyIterator) {
+    for (const char* type : {"xform", "mesh"}) {
+        const auto nodes = RefersTo<NodeIterator>::adopt(make("R", type)->children(-1));
+        ASSERT_TRUE(nodes) << type;
+        EXPECT_EQ(nodes->first(), nullptr) << type;
+        EXPECT_EQ(nodes->next(), nullptr) << type;
+    }
+}
+
+TEST_F(NodeHierarchy, Children_ChangeNothing) {
+    Node *root = make("R"), *a = make("A");
+    link(root, a);
+    root->setDirty(false);
+    a->setDirty(false);
+    const LogCapture log;
+    EXPECT_EQ(children(root, -1), "A");
+    EXPECT_FALSE(tests::probe(*root).dirty());
+    EXPECT_FALSE(tests::probe(*a).dirty());
+    EXPECT_EQ(root->inputCount(), 1u);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(NodeHierarchy, TheList_GrowsToTwiceItsCapacityFromTwo) {
+    Node* root = make("R");
+    const u64 expected[] = {2, 2, 4, 4, 8};
+    for (const u64 capacity : expected) {
+        link(root, make("n"));
+        ds::Vector<INode*> out;
+        getChildren(root->findInputByName("children"), 0, 0, out);
+        EXPECT_EQ(out.capacity(), capacity) << out.size();
+    }
 }
 
 } // namespace
