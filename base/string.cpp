@@ -23,9 +23,10 @@ StringBuffer* StringBuffer::fromBlock(void* block, u64 length) noexcept {
     return buffer;
 }
 
-void StringBuffer::destroy(StringBuffer* buffer) noexcept {
-    buffer->~StringBuffer();
-    std::free(buffer);
+StringBuffer* StringBuffer::inBlock(char* block, u32 offset, u64 length) noexcept {
+    StringBuffer* buffer = fromBlock(block + offset, length);
+    buffer->m_blockOffset = offset;
+    return buffer;
 }
 
 u64 StringBuffer::computeHash() const noexcept {

@@ -30,6 +30,9 @@ public:
     /// in front of the text and a byte for the final NUL behind it; takes the block over.
     [[nodiscard]] static StringBuffer* fromBlock(void* block, u64 length) noexcept;
 
+    /// Makes a buffer of count 1 inside a block that holds others too; see `StringBlock`.
+    [[nodiscard]] static StringBuffer* inBlock(char* block, u32 offset, u64 length) noexcept;
+
     void incRef() noexcept { m_refs.fetch_add(1, std::memory_order_relaxed); }
 
     // A count of 1 read by its owner cannot change under it, which saves the last decrement.
@@ -70,6 +73,8 @@ private:
     [[nodiscard]] u64 computeFoldedHash() const noexcept;
 
     std::atomic<i32> m_refs{1};
+    // Where this lies in a block that it shares; 0 in an allocation of its own.
+    u32 m_blockOffset = 0;
     u64 m_length;
     // 0 stands for "not computed yet"; threads that race here store the same value.
     mutable std::atomic<u64> m_hash{0};

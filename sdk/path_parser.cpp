@@ -1,6 +1,8 @@
 #include "sdk/path_parser.h"
 
-#include <algorithm>
+#include "base/ascii.h"
+#include "base/string_block.h"
+
 #include <charconv>
 #include <string_view>
 
@@ -8,52 +10,78 @@ namespace qv::kelvo_sdk {
 
 namespace {
 
-using Token = PathParser::Token;
+// A step whose name is still a part of the path.
+struct Step {
+    std::string_view name;
+    i64 index = -1;
+};
 
 // Takes an identifier off the front.
-bool takeName(std::string_view& rest, Token& token) {
-    const u64 length = std::min(rest.find_first_of(".["), rest.size());
-    token.text = String(rest.substr(0, length));
-    rest.remove_prefix(length);
-    return token.text.isSimpleCID();
+bool takeName(std::string_view& rest, Step& step) {
+    step.name = rest.substr(0, rest.find_first_of(".["));
+    rest.remove_prefix(step.name.size());
+    return ascii::isIdentifier(step.name);
 }
 
 // Reads the number of an element, in the one way that paths write it.
 bool readIndex(std::string_view digits, i64& index) {
     if (digits.empty() || (digits[0] == '0' && digits.size() > 1)) return false;
+    u64 number = 0;
     const char* last = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), last, index);
-    return error == std::errc() && stop == last && index >= 0 && index <= PathParser::maxIndex;
+    const auto [stop, error] = std::from_chars(digits.data(), last, number);
+    if (error != std::errc() || stop != last || number > u64{PathParser::maxIndex}) return false;
+    index = static_cast<i64>(number);
+    return true;
 }
 
 // Takes "[3]" or "[+]" off the front.
-bool takeElement(std::string_view& rest, Token& token) {
+bool takeElement(std::string_view& rest, Step& step) {
     const u64 end = rest.find(']');
     if (end == std::string_view::npos) return false;
     const std::string_view inside = rest.substr(1, end - 1);
     rest.remove_prefix(end + 1);
-    token.index = PathParser::appendIndex;
-    return inside == "+" || readIndex(inside, token.index);
+    step.index = PathParser::appendIndex;
+    return inside == "+" || readIndex(inside, step.index);
 }
 
-bool takeStep(std::string_view& rest, bool isFirst, Token& token) {
-    if (isFirst) return takeName(rest, token);
-    if (rest[0] == '[') return takeElement(rest, token);
+bool takeStep(std::string_view& rest, bool isFirst, Step& step) {
+    if (isFirst) return takeName(rest, step);
+    if (rest[0] == '[') return takeElement(rest, step);
     if (rest[0] != '.') return false;
     rest.remove_prefix(1);
-    return takeName(rest, token);
+    return takeName(rest, step);
+}
+
+// Calls `visit(const Step&)` for each step up to the first that is malformed; false if there is
+// one.
+template<typename Visit>
+bool visitSteps(std::string_view path, const Visit& visit) {
+    bool isFirst = true;
+    do {
+        Step step;
+        if (!takeStep(path, isFirst, step)) return false;
+        visit(step);
+        isFirst = false;
+    } while (!path.empty());
+    return true;
 }
 
 } // namespace
 
 ds::Vector<PathParser::Token> PathParser::parsePath(String path) {
+    u64 steps = 0, names = 0, bytes = 0;
+    const bool isWellFormed = visitSteps(path.view(), [&](const Step& step) {
+        ++steps;
+        names += !step.name.empty();
+        bytes += step.name.size();
+    });
+    if (!isWellFormed) return {};
+    StringBlock texts(names, bytes);
     ds::Vector<Token> tokens;
-    std::string_view rest = path.view();
-    do {
-        Token token;
-        if (!takeStep(rest, tokens.empty(), token)) return {};
-        tokens.push_back(std::move(token));
-    } while (!rest.empty());
+    tokens.reserve(steps);
+    visitSteps(path.view(), [&](const Step& step) {
+        tokens.push_back({texts.add(step.name), 0, step.index});
+    });
     return tokens;
 }
 

@@ -169,6 +169,8 @@ public:
     IInput* appendElement() override;
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
+    /// As `input`, silently and without a copy of the name.
+    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
     /// Elements or members; empty for other kinds.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 
@@ -211,7 +213,6 @@ private:
     void renumber(u64 from) noexcept;
     IInput* createElement(const String& name, const AttrData& definition);
     IInput* createMember(String name, AttrData definition);
-    [[nodiscard]] IInput* findMember(const String& name) const noexcept;
     bool removeFound(IInput* member);
 
     u64 computeHash(const StringVector& skip, bool& lasting) const;

@@ -87,7 +87,7 @@ IInput* Input::createMember(String name, AttrData definition) {
                  path().buf());
         return nullptr;
     }
-    if (IInput* existing = findMember(name)) {
+    if (IInput* existing = lookUpInput(name)) {
         if (existing->type() == definition.type &&
             existing->elementType() == definition.elementType)
             return existing;
@@ -144,7 +144,7 @@ bool Input::hasInput(u64 index, AttrType type) const {
 }
 
 bool Input::hasInput(String name, AttrType type) const {
-    const IInput* member = findMember(name);
+    const IInput* member = lookUpInput(name);
     return member && (type == AttrType::Null || member->type() == type);
 }
 
@@ -169,12 +169,12 @@ IInput* Input::input(String path) {
 }
 
 IInput* Input::input(String path) const {
-    IInput* member = findMember(path);
+    IInput* member = lookUpInput(path);
     if (!member) logError("Input '%s' not found in input '%s'.", path.buf(), this->path().buf());
     return member;
 }
 
-IInput* Input::findMember(const String& name) const noexcept {
+IInput* Input::lookUpInput(const String& name) const noexcept {
     if (!isArray()) return findInList(members(), name);
     u64 index = 0;
     return indexFromName(name, index) && index < members().size() ? members()[index] : nullptr;

@@ -293,8 +293,10 @@ private:
     bool removeFoundInput(IInput* input);
     bool removeFoundOutput(IOutput* output);
     [[nodiscard]] String fullPath(String path) const;
+    [[nodiscard]] bool isTypeOrBase(std::string_view name) const noexcept;
     [[nodiscard]] String nameFromInput() const;
     bool bindCallbacks(const String& type);
+    [[nodiscard]] bool dependsOnDirty() const;
     void markDirty() const;
     void copyIdentity(const Node& from);
     void copyLibrary(const Node& from);

@@ -6,6 +6,8 @@
 #include "sdk/impl/known_names.h"
 #include "sdk/input.h"
 #include "sdk/interfaces/i_scene.h"
+#include "sdk/node.h"
+#include "sdk/scene.h"
 
 #include "base/log.h"
 #include "base/path.h"
@@ -37,16 +39,23 @@ String Node::asPath() const {
         return {};
     }
     const KnownNames& known = knownNames();
+    // An evaluation may remove what is still to be read.
+    const kelvo_sdk::Input dirInput(lookUpInput(known.dir));
+    const kelvo_sdk::Input fileInput(lookUpInput(known.file));
+    const kelvo_sdk::Input extInput(lookUpInput(known.ext));
     String dir, file, ext;
-    if (!lookUpInput(known.dir)->readString(dir, true, nullptr)) return {};
-    if (!lookUpInput(known.file)->readString(file, true, nullptr)) return {};
-    if (!lookUpInput(known.ext)->readString(ext, true, nullptr)) return {};
+    if (!dirInput->readString(dir, true, nullptr)) return {};
+    if (!fileInput->readString(file, true, nullptr)) return {};
+    if (!extInput->readString(ext, true, nullptr)) return {};
     if (dir.isEmpty() && file.isEmpty()) return {};
     return Path::join<String, String>(dir, file + withDot(std::move(ext)));
 }
 
 bool Node::setPath(String dir, String file, String ext) {
     if (!isPath()) return false;
+    // Who hears of the writes may remove the node.
+    const kelvo_sdk::Node self(this);
+    const kelvo_sdk::Scene scene(m_scene);
     ext = withDot(std::move(ext));
     const KnownNames& known = knownNames();
     const kelvo_sdk::Input dirInput(input(known.dir));
@@ -55,16 +64,16 @@ bool Node::setPath(String dir, String file, String ext) {
     const String newName = fileName(file, ext);
     const String oldName =
         fileName(fileInput.asString(false, nullptr), extInput.asString(false, nullptr));
-    if (m_scene) {
-        m_scene->beginEdit();
-        m_scene->beginEditGroup();
+    if (scene) {
+        scene->beginEdit();
+        scene->beginEditGroup();
     }
     const auto record = [&] {
-        if (!m_scene) return;
-        m_scene->endEditGroup();
+        if (!scene) return;
+        scene->endEditGroup();
         const String shown = label("auto");
-        m_scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
-                            String::format("%s = %s", shown.buf(), oldName.buf()));
+        scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
+                          String::format("%s = %s", shown.buf(), oldName.buf()));
     };
     bool done = false;
     try {

@@ -92,7 +92,7 @@ void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out
 NodeIterator* Node::children(i64 depth) const {
     const KnownNames& known = knownNames();
     ds::Vector<INode*> found;
-    if (hasType(known.xform)) getChildren(lookUpInput(known.children), 0, depth, found);
+    if (isTypeOf(known.xform)) getChildren(lookUpInput(known.children), 0, depth, found);
     return new NodeIterator(std::move(found), false, false);
 }
 

@@ -8,6 +8,9 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/output.h"
 
+#include "base/ascii.h"
+
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -69,9 +72,7 @@ IInput* elementAt(IInput& array, i64 wanted) {
 }
 
 IInput* walkStep(IInput& from, const PathParser::Token& step) {
-    if (step.index == -1) {
-        return from.hasInput(step.text, AttrType::Null) ? from.input(step.text) : nullptr;
-    }
+    if (step.index == -1) return static_cast<Input&>(from).lookUpInput(step.text);
     return from.hasElementType(AttrType::Null) ? elementAt(from, step.index) : nullptr;
 }
 
@@ -88,8 +89,10 @@ IInput* Node::input(String path) const {
 
 // Puts the node's name in front of a path that does not begin with it.
 String Node::fullPath(String path) const {
-    const String prefix = m_name + ".";
-    return path.startsWith(prefix, true) ? path : prefix + path;
+    const u64 length = m_name.size();
+    const bool isFull = path.size() > length && path.view()[length] == '.' &&
+                        ascii::equalsNoCase(path.view().substr(0, length), m_name.view());
+    return isFull ? path : m_name + "." + path;
 }
 
 IInput* Node::findInput(String path) const {
@@ -112,12 +115,17 @@ IOutput* Node::findOutput(String path) const {
     return nullptr;
 }
 
+bool Node::isTypeOrBase(std::string_view name) const noexcept {
+    const auto isName = [=](const String& base) { return base.equalsNoCase(name); };
+    return m_type == name || std::ranges::any_of(m_bases, isName);
+}
+
 IInput* Node::parseInputPath(String path) {
     if (path.isEmpty()) return nullptr;
     // A path may begin with the node's type, or one of its bases, in place of its name.
-    const String head = path.toFirst('.', false);
-    if (head.equals(m_type) || m_bases.contains(head, true))
-        path = path.replace(head + ".", m_name + ".", false, false);
+    const u64 dot = path.find('.');
+    if (dot != noIndex && isTypeOrBase(path.view().substr(0, dot)))
+        path = m_name + path.view().substr(dot);
     return parseInputPath(PathParser::parsePath(fullPath(std::move(path))));
 }
 

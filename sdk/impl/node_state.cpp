@@ -116,12 +116,15 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
 bool Node::dirty(bool deep) const {
     if (m_dirty) return true;
     if (m_scene && static_cast<const Scene*>(m_scene)->isDirtyStateCached()) return m_dirty;
-    if (deep) {
-        const auto nodes = RefersTo<NodeIterator>::adopt(dependencies(false, false));
-        for (const INode* node = nodes->first(); node && !m_dirty; node = nodes->next())
-            m_dirty = node->dirty(false);
-    }
+    m_dirty = deep && dependsOnDirty();
     return m_dirty;
+}
+
+bool Node::dependsOnDirty() const {
+    const auto nodes = RefersTo<NodeIterator>::adopt(dependencies(false, false));
+    for (const INode* node = nodes->first(); node; node = nodes->next())
+        if (node->dirty(false)) return true;
+    return false;
 }
 
 void Node::setDirty(bool dirty) {
@@ -150,10 +153,10 @@ NodeIterator* Node::dependencies(bool downstream, bool flag) const {
 }
 
 u64 Node::hash(StringVector skip) const {
-    if (hasTypeIn(skip)) return 0;
+    if (isTypeOf(skip)) return 0;
     const KnownNames& known = knownNames();
     const bool isNameless = skip.indexOf(known.nodeName, false) != noIndex;
-    const bool isPathNode = hasType(known.path);
+    const bool isPathNode = isTypeOf(known.path);
     u64 seed = isNameless ? m_type.hash() : m_name.hash();
     for (const IInput* next : m_inputs) {
         const auto* input = static_cast<const Input*>(next);

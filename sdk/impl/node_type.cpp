@@ -4,10 +4,12 @@
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/known_names.h"
-#include "sdk/interfaces/i_input.h"
+#include "sdk/input.h"
 
 #include "base/localized.h"
 #include "base/path.h"
+
+#include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -37,7 +39,7 @@ bool Node::isTypeOf(String type) const {
 }
 
 bool Node::isTypeOf(StringVector types) const {
-    return hasTypeIn(types);
+    return std::ranges::any_of(types, [this](const String& type) { return isTypeOf(type); });
 }
 
 bool Node::hasType(const String& type) const noexcept {
@@ -61,7 +63,7 @@ String Node::name() const {
 
 String Node::displayName() const {
     if (String text = nameFromInput(); !text.isEmpty()) return text;
-    if (hasType(knownNames().path)) {
+    if (isTypeOf(knownNames().path)) {
         const Path path(asPath(), false);
         if (!path.file(false).isEmpty()) return path.file(true);
     }
@@ -70,8 +72,8 @@ String Node::displayName() const {
 
 // Returns what the input "name" says, empty when it says nothing.
 String Node::nameFromInput() const {
-    const IInput* input = lookUpInput(knownNames().name);
-    if (!input || input->type() != AttrType::String) return {};
+    if (!hasInput(knownNames().name, AttrType::String)) return {};
+    const kelvo_sdk::Input input(lookUpInput(knownNames().name));
     String text;
     return input->readString(text, true, nullptr) ? text.trim(true, true) : String();
 }

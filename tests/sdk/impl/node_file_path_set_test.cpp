@@ -100,7 +100,7 @@ TEST_F(NodeSetPath, Steps_ComeInTheirOrder) {
     EXPECT_TRUE(node.setPath(String("a/b"), String("wood"), String("png")));
     EXPECT_EQ(m_journal.take(),
               "has=dir has=file has=ext input=dir input=file input=ext begin group "
-              "scene:changed=ext scene:changed=file scene:changed=dir ungroup label=auto "
+              "scene:changed=ext scene:changed=file scene:changed=dir ungroup label=auto has=name "
               "record(Img = wood.png|Img = old.jpg)");
     node.setScene(nullptr);
 }

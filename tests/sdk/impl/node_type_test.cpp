@@ -249,5 +249,24 @@ TEST_F(NodeType, NodeDefPath_IsTheLibrarys) {
     EXPECT_EQ(m_node.nodeDefPath(), "lib/mesh.knd");
 }
 
+class OfEveryType : public Node {
+public:
+    using Node::isTypeOf;
+    bool isTypeOf(String type) const override { return type == "anything" || type == "path"; }
+};
+
+TEST(NodeOwnIsTypeOf, OfSeveral_AsksTheNodesOwnForOne) {
+    const OfEveryType node;
+    EXPECT_TRUE(node.isTypeOf(StringVector{"x", "anything"}));
+}
+
+TEST(NodeOwnIsTypeOf, DisplayName_AsksTheNodesOwn) {
+    OfEveryType node;
+    for (const char* part : {"dir", "file", "ext"})
+        node.createInput(part, AttrType::String);
+    node.setPath(String("a/wood.png"));
+    EXPECT_EQ(node.displayName(), "wood.png");
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl
