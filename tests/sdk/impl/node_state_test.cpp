@@ -177,6 +177,18 @@ TEST(NodeStateInAScene, FlagSetWhileTheCachingSceneIsAsked_IsTheAnswer) {
     node.setScene(nullptr);
 }
 
+TEST(NodeStateInAScene, FlagSetWhileTheSceneIsAsked_IsClearedWhereItDoesNotCache) {
+    const auto scene = AskedScene::make();
+    Node node(scene.get(), "thing", "n");
+    scene->whenAsked = [&] { probe(node).dirty() = true; };
+    for (const bool deep : {false, true}) {
+        probe(node).dirty() = false;
+        EXPECT_FALSE(node.dirty(deep));
+        EXPECT_FALSE(probe(node).dirty());
+    }
+    node.setScene(nullptr);
+}
+
 TEST_F(NodeState, DeepDirty_AsksTheFlagOfEachDependencyInOrder) {
     link(m_a, m_b);
     link(m_b, m_c);
@@ -278,10 +290,11 @@ TEST_F(NodeState, CleanWalk_IsFromFirstToTheEndAndLeavesNoIterator) {
 
 TEST_F(NodeState, DirtyWalk_LeavesNoIterator) {
     WalkedNode node(nullptr, m_journal);
-    node.needed = {&m_a};
+    m_a.setScene(nullptr);
+    node.needed = {&m_a, &m_b};
     probe(m_a).dirty() = true;
     EXPECT_TRUE(node.dirty(true));
-    EXPECT_TRUE(m_journal.take().ends_with("gone"));
+    EXPECT_EQ(m_journal.take(), "up,false first next a(flag) gone");
 }
 
 // ---- Set -----------------------------------------------------------------------------------
