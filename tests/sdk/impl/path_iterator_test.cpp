@@ -2,49 +2,34 @@
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/node.h"
+#include "tests/support/node_graph.h"
 #include "tests/support/small_stack.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-#include <set>
 #include <string>
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
 
 class PathIteratorTest : public testing::Test {
 protected:
-    Node* make(const std::string& name) {
-        m_nodes.push_back(RefersTo<Node>::adopt(new Node(nullptr, "xform", String(name.c_str()))));
-        Node* node = m_nodes.back().get();
-        node->createArray("children", AttrType::Node);
-        return node;
-    }
-    static void link(Node* parent, Node* child) {
-        parent->findInputByName("children")->appendElement()->setNode(child);
-    }
+    Node* make(const char* name) { return m_graph.add(name); }
+    static void link(Node* parent, Node* child) { tests::NodeGraph::link(parent, child); }
     static RefersTo<PathIterator> search(Node* from, Node* to, bool firstOnly = false) {
         return RefersTo<PathIterator>::adopt(new PathIterator(from, to, false, firstOnly));
     }
-
-    // A row of diamonds: two ways through each, so that the paths double with every one.
-    Node* makeDiamonds(Node* start, int count) {
-        Node* from = start;
-        for (int i = 0; i < count; ++i) {
-            Node *left = make("l"), *right = make("r"), *end = make("e");
-            link(from, left);
-            link(from, right);
-            link(left, end);
-            link(right, end);
-            from = end;
-        }
-        return from;
+    static RefersTo<PathIterator> searchTypes(Node* from, const StringVector& types) {
+        return RefersTo<PathIterator>::adopt(new PathIterator(from, types, false, false));
+    }
+    [[nodiscard]] static std::string all(const RefersTo<PathIterator>& paths) {
+        std::string text;
+        for (; paths->current(); paths->next())
+            text += std::string(paths->current()->text().buf()) + " ";
+        return text;
     }
 
-    std::vector<RefersTo<Node>> m_nodes;
+    tests::NodeGraph m_graph;
 };
 
 TEST_F(PathIteratorTest, New_StandsAtTheFirstPathWithOneReference) {
@@ -89,7 +74,7 @@ TEST_F(PathIteratorTest, PathThatIsHeld_OutlivesTheIterator) {
 
 TEST_F(PathIteratorTest, FirstOnly_EndsAtTheFirstPath) {
     Node* start = make("s");
-    Node* end = makeDiamonds(start, 3);
+    Node* end = m_graph.addDiamonds(start, 3);
     const auto paths = search(start, end, true);
     EXPECT_EQ(paths->count(), 1u);
     EXPECT_NE(paths->current(), nullptr);
@@ -99,7 +84,7 @@ TEST_F(PathIteratorTest, FirstOnly_EndsAtTheFirstPath) {
 
 TEST_F(PathIteratorTest, Counting_LeavesTheIteratorWhereItIs) {
     Node* start = make("s");
-    Node* end = makeDiamonds(start, 3);
+    Node* end = m_graph.addDiamonds(start, 3);
     const auto paths = search(start, end);
     EXPECT_EQ(paths->count(), 8u);
     const String first = paths->current()->text();
@@ -111,7 +96,7 @@ TEST_F(PathIteratorTest, Counting_LeavesTheIteratorWhereItIs) {
 
 TEST_F(PathIteratorTest, MorePathsThanCanBeCounted_AreTheGreatestCount) {
     Node* start = make("s");
-    Node* end = makeDiamonds(start, 60);
+    Node* end = m_graph.addDiamonds(start, 60);
     const auto paths = search(start, end);
     EXPECT_EQ(paths->count(), PathIterator::maxCount);
     EXPECT_NE(paths->current(), nullptr);
@@ -121,7 +106,7 @@ TEST_F(PathIteratorTest, MorePathsThanCanBeCounted_AreTheGreatestCount) {
 // A search that forgot its dead ends would try each of the 2^60 ways.
 TEST_F(PathIteratorTest, UnreachableTarget_IsFoundOutAtOnce) {
     Node* start = make("s");
-    makeDiamonds(start, 60);
+    m_graph.addDiamonds(start, 60);
     const auto paths = search(start, make("elsewhere"));
     EXPECT_EQ(paths->count(), 0u);
     EXPECT_EQ(paths->current(), nullptr);
@@ -140,80 +125,152 @@ TEST_F(PathIteratorTest, NodeLinkedTwice_GivesOnePath) {
     EXPECT_EQ(search(a, b)->count(), 1u);
 }
 
-TEST_F(PathIteratorTest, LongChain_IsFollowedToItsEnd) {
-    Node* start = make("n");
-    Node* last = start;
-    for (int i = 0; i < 20'000; ++i) {
-        Node* next = make("n");
-        link(last, next);
-        last = next;
+// ---- What a path is ------------------------------------------------------------------------
+
+TEST_F(PathIteratorTest, Start_IsNoPathOfItsOwn) {
+    Node *a = make("a"), *b = make("b");
+    EXPECT_EQ(all(searchTypes(a, {})), "");
+    link(a, b);
+    link(b, a);
+    link(a, a);
+    EXPECT_EQ(all(searchTypes(a, {"xform"})), "a/b ");
+    EXPECT_EQ(all(search(a, a)), "");
+}
+
+TEST_F(PathIteratorTest, Paths_RepeatNoNode) {
+    Node *a = make("a"), *b = make("b"), *c = make("c");
+    for (Node* from : {a, b, c}) {
+        for (Node* to : {a, b, c})
+            link(from, to);
     }
+    EXPECT_EQ(all(searchTypes(a, {})), "a/b a/b/c a/c a/c/b ");
+}
+
+TEST_F(PathIteratorTest, Paths_ComeDepthFirstInTheOrderOfTheElements) {
+    Node *a = make("a"), *b = make("b"), *c = make("c"), *d = make("d");
+    link(a, c);
+    link(a, nullptr);
+    link(a, b);
+    link(c, d);
+    link(b, d);
+    link(a, d);
+    EXPECT_EQ(all(search(a, d)), "a/c/d a/b/d a/d ");
+    EXPECT_EQ(all(searchTypes(a, {})), "a/c a/c/d a/b a/b/d a/d ");
+}
+
+// A path to one of a type may lead through others of it; one to a node ends there.
+TEST_F(PathIteratorTest, ByTypes_GoesOnBehindWhatIsFound) {
+    Node *a = make("a"), *b = make("b"), *c = make("c");
+    link(a, b);
+    link(b, c);
+    EXPECT_EQ(all(searchTypes(a, {"xform"})), "a/b a/b/c ");
+    EXPECT_EQ(all(search(a, b)), "a/b ");
+}
+
+TEST_F(PathIteratorTest, ByTypes_CountsBasesAndIgnoresTypesThatNothingHas) {
+    Node *a = make("a"), *b = m_graph.add("b", "group"), *c = m_graph.add("c", "mesh");
+    b->setBases({"thing", "xform"}, false, false);
+    link(a, b);
+    link(b, c);
+    EXPECT_EQ(all(searchTypes(a, {"thing"})), "a/b ");
+    EXPECT_EQ(all(searchTypes(a, {"xform"})), "a/b ");
+    EXPECT_EQ(all(searchTypes(a, {"none", "mesh", "mesh"})), "a/b/c ");
+    EXPECT_EQ(all(searchTypes(a, {"none"})), "");
+    EXPECT_EQ(all(searchTypes(a, {""})), "");
+}
+
+TEST_F(PathIteratorTest, PathsToOthers_StayWhatTheyAre) {
+    Node *a = make("a"), *b = make("b"), *c = make("c");
+    link(a, b);
+    link(b, c);
+    const auto paths = searchTypes(a, {});
+    const RefersTo<NodePath> first(paths->current());
+    EXPECT_TRUE(paths->next());
+    EXPECT_NE(paths->current(), first.get());
+    EXPECT_STREQ(first->text().buf(), "a/b");
+    EXPECT_EQ(first->last(), b);
+    EXPECT_EQ(first->refCount(), 1);
+}
+
+TEST_F(PathIteratorTest, Current_StaysTheSameUntilNext) {
+    Node *a = make("a"), *b = make("b");
+    link(a, b);
+    const auto paths = search(a, b);
+    const NodePath* path = paths->current();
+    paths->count();
+    EXPECT_EQ(paths->current(), path);
+    EXPECT_EQ(path->refCount(), 1);
+}
+
+TEST_F(PathIteratorTest, SearchBehindItsEnd_StillCountsAll) {
+    Node* start = make("s");
+    const auto paths = search(start, m_graph.addDiamonds(start, 3));
+    while (paths->next()) {
+    }
+    EXPECT_EQ(paths->count(), 8u);
+    EXPECT_EQ(paths->current(), nullptr);
+}
+
+// ---- Great graphs --------------------------------------------------------------------------
+
+// Of 2^64 paths the first is there at once, and the next thousand are those of a binary count.
+TEST_F(PathIteratorTest, SixtyFourDiamonds_YieldTheirFirstPathsInOrder) {
+    Node* start = make("s");
+    const auto paths = search(start, m_graph.addDiamonds(start, 64));
+    for (unsigned number = 0; number <= 1000; ++number) {
+        const NodePath* path = paths->current();
+        ASSERT_NE(path, nullptr);
+        ASSERT_EQ(path->length(), 128u);
+        for (unsigned bit = 0; bit < 64; ++bit) {
+            const INode* side = path->node(127 - 2 * u64{bit});
+            const bool isRight = bit < 32 && ((number >> bit) & 1) != 0;
+            ASSERT_STREQ(side->name().buf(), isRight ? "r" : "l") << number << " " << bit;
+        }
+        ASSERT_TRUE(paths->next());
+    }
+}
+
+TEST_F(PathIteratorTest, SixtyFourDiamonds_AreCountedUpToTheGreatestCount) {
+    Node* start = make("s");
+    Node* end = m_graph.addDiamonds(start, 64);
+    EXPECT_EQ(search(start, end)->count(), PathIterator::maxCount);
+    EXPECT_EQ(search(start, end, true)->count(), 1u);
+    EXPECT_EQ(searchTypes(start, {})->count(), PathIterator::maxCount);
+    EXPECT_EQ(searchTypes(start, {"none"})->count(), 0u);
+}
+
+TEST_F(PathIteratorTest, LongChain_IsFollowedToItsEndWithoutStack) {
+    constexpr u64 kLength = 100'000;
+    Node* start = make("n");
+    Node* last = m_graph.addChain(start, kLength);
     tests::runOnSmallStack([&] {
-        const auto paths = search(start, last, true);
+        const auto paths = search(start, last);
         ASSERT_NE(paths->current(), nullptr);
-        EXPECT_EQ(paths->current()->length(), 20'000u);
+        EXPECT_EQ(paths->current()->length(), kLength);
+        EXPECT_EQ(paths->count(), 1u);
+        EXPECT_FALSE(paths->next());
     });
 }
 
-// ---- Against a plain recursion -------------------------------------------------------------
-
-using Graph = std::vector<std::vector<int>>;
-
-void enumerate(const Graph& graph, int to, std::vector<int>& path, std::vector<std::string>& out) {
-    for (const int next : graph[static_cast<std::size_t>(path.back())]) {
-        if (std::ranges::find(path, next) != path.end()) continue;
-        path.push_back(next);
-        if (next == to || to < 0) {
-            std::string text;
-            for (const int node : path)
-                text += (text.empty() ? "" : "/") + std::to_string(node);
-            out.push_back(text);
-        }
-        if (next != to) enumerate(graph, to, path, out);
-        path.pop_back();
-    }
+// The last of the chain links back, and what lies beside the chain is a dead end.
+TEST_F(PathIteratorTest, LongCycle_Ends) {
+    Node *start = make("n"), *elsewhere = make("e");
+    link(m_graph.addChain(start, 100'000), start);
+    tests::runOnSmallStack([&] {
+        EXPECT_EQ(search(start, elsewhere)->count(), 0u);
+        EXPECT_EQ(search(start, start)->count(), 0u);
+    });
 }
 
-Graph randomGraph(unsigned seed, int size) {
-    std::mt19937 random(seed);
-    Graph graph(static_cast<std::size_t>(size));
-    for (auto& followers : graph) {
-        const auto count = random() % 4;
-        std::set<int> used;
-        for (unsigned i = 0; i < count; ++i) {
-            const int next = static_cast<int>(random() % static_cast<unsigned>(size));
-            if (used.insert(next).second) followers.push_back(next);
-        }
+TEST_F(PathIteratorTest, ManyFollowers_AreEachFound) {
+    constexpr u64 kCount = 50'000;
+    Node *start = make("n"), *end = make("e");
+    for (u64 i = 0; i < kCount; ++i) {
+        Node* between = make("b");
+        link(start, between);
+        link(between, end);
     }
-    return graph;
-}
-
-TEST_F(PathIteratorTest, RandomGraphs_GiveThePathsOfAPlainRecursionInItsOrder) {
-    constexpr int kSize = 8;
-    for (unsigned seed = 0; seed < 300; ++seed) {
-        m_nodes.clear();
-        const Graph graph = randomGraph(seed, kSize);
-        for (int i = 0; i < kSize; ++i)
-            make(std::to_string(i));
-        for (std::size_t i = 0; i < graph.size(); ++i) {
-            for (const int next : graph[i])
-                link(m_nodes[i].get(), m_nodes[static_cast<std::size_t>(next)].get());
-        }
-        for (const int to : {-1, 3}) {
-            std::vector<int> path{0};
-            std::vector<std::string> expected, actual;
-            enumerate(graph, to, path, expected);
-            const auto paths = RefersTo<PathIterator>::adopt(
-                to < 0 ? new PathIterator(m_nodes[0].get(), StringVector(), false, false)
-                       : new PathIterator(m_nodes[0].get(), m_nodes[3].get(), false, false));
-            while (const NodePath* found = paths->current()) {
-                actual.emplace_back(found->text().buf());
-                paths->next();
-            }
-            EXPECT_EQ(actual, expected) << "seed " << seed << " to " << to;
-            EXPECT_EQ(paths->count(), expected.size());
-        }
-    }
+    EXPECT_EQ(search(start, end)->count(), kCount);
 }
 
 } // namespace
