@@ -85,6 +85,7 @@ constexpr Case kPaths[] = {
     {"node.arr]3[", "", "brackets the wrong way round"},
     {"node.arr[-1]", "", "negative index"},
     {"node.arr[-2]", "", "the number of the append step"},
+    {"node.arr[-0]", "", "negative zero"},
     {"node.arr[-]", "", "minus alone"},
     {"node.arr[+1]", "", "signed index"},
     {"node.arr[++]", "", "two pluses"},

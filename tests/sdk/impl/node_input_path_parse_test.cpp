@@ -246,15 +246,19 @@ TEST_F(NodeInputPathParse, GreatestIndexOfAPath_IsReached) {
     EXPECT_EQ(many->inputCount(), 1'048'576u);
 }
 
+// An input that was kept would keep its text.
 TEST_F(NodeInputPathParse, NoReference_IsTakenForTheCaller) {
-    AttrData data(AttrType::Int);
-    data.describe();
-    const RefersTo<AttrDetails> details = data.details;
-    node.createInput("size", std::move(data));
-    ASSERT_NE(node.parseInputPath("size"), nullptr);
-    ASSERT_NE(node.parseInputPath("Material.size"), nullptr);
-    node.removeInput("size");
-    EXPECT_EQ(details->refCount(), 1);
+    const String text("kept");
+    node.createInput("text", AttrType::String);
+    node.createArray("texts", AttrType::String);
+    object->createInput("text", AttrType::String);
+    for (const char* path :
+         {"text", "Material.text", "texts[0]", "texts[0]", "texts[+]", "obj.text"})
+        EXPECT_TRUE(node.parseInputPath(path)->setString(text)) << path;
+    EXPECT_EQ(text.get()->refCount(), 5);
+    for (const char* name : {"text", "texts", "obj"})
+        node.removeInput(name);
+    EXPECT_EQ(text.get()->refCount(), 1);
 }
 
 } // namespace

@@ -221,17 +221,21 @@ TEST_F(NodeInputPath, FoundOnANodeWithoutAttributes_IsNull) {
     EXPECT_EQ(empty.findOutput(""), nullptr);
 }
 
+// An input that was kept would keep its text.
 TEST_F(NodeInputPath, NoReference_IsTakenForTheCaller) {
-    AttrData data(AttrType::Int);
-    data.describe();
-    const RefersTo<AttrDetails> details = data.details;
-    node.createInput("size", std::move(data));
+    const String text("kept");
     const Node& constNode = node;
-    ASSERT_NE(node.findInput("size"), nullptr);
-    ASSERT_NE(node.input(String("size")), nullptr);
-    ASSERT_NE(constNode.input(String("size")), nullptr);
-    node.removeInput("size");
-    EXPECT_EQ(details->refCount(), 1);
+    node.createInput("said", AttrType::String);
+    node.createArray("texts", AttrType::String)->appendElement();
+    object->createInput("text", AttrType::String);
+    for (const char* path : {"said", "texts[0]", "obj.text"})
+        EXPECT_TRUE(node.findInput(path)->setString(text)) << path;
+    EXPECT_TRUE(node.input(String("said"))->setString(text));
+    EXPECT_TRUE(constNode.input(String("said"))->setString(text));
+    EXPECT_EQ(text.get()->refCount(), 4);
+    for (const char* name : {"said", "texts", "obj"})
+        node.removeInput(name);
+    EXPECT_EQ(text.get()->refCount(), 1);
 }
 
 // Arrays of arrays, nested far deeper than a recursion could go.
