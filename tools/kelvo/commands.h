@@ -90,6 +90,9 @@ struct FindOptions {
 /// Prints the nodes and inputs that match; none at all is a fault.
 [[nodiscard]] Status runFind(const FindOptions& options, Terminal& out);
 
+/// Tells of an input or a node where its value comes from and what depends on it.
+[[nodiscard]] Status runExplain(const String& file, const String& path, Terminal& out);
+
 struct ImportOptions {
     String model;
     String outFile = "-";

@@ -38,6 +38,7 @@ public:
         addDeps();
         addHash();
         addFind();
+        addExplain();
         addImport();
     }
 
@@ -206,6 +207,13 @@ private:
         command->add_flag("--inputs", m_inputsOnly, "Inputs alone")->excludes(nodes);
         nodes->excludes(value);
         command->add_flag("--count", m_countOnly, "The number alone");
+    }
+    void addExplain() {
+        CLI::App* command = add("explain", "Tell where a value comes from and what depends on it",
+                                [this] { return runExplain(text(m_file), text(m_path), m_out); });
+        addFile(command);
+        command->add_option("PATH", m_path, "As node, node.input or node.array[3].member")
+            ->required();
     }
     void addImport() {
         m_outFile.clear();

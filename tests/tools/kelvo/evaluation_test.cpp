@@ -1,0 +1,101 @@
+#include "tools/kelvo/evaluation.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_tool {
+namespace {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::EvalCtx;
+using kelvo_sdk::impl::LibInfo;
+using kelvo_sdk::impl::Node;
+using kelvo_sdk::impl::Output;
+using kelvo_sdk::impl::Scene;
+using kelvo_sdk::impl::Value;
+using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::interfaces::INode;
+
+bool giveHalf(EvalCtx* /*ctx*/, void* out) {
+    *static_cast<double*>(out) = 0.5;
+    return true;
+}
+bool giveNothing(EvalCtx* /*ctx*/, void* /*out*/) {
+    return false;
+}
+// Makes a set of callbacks complete.
+bool modifies(INode* /*node*/, INode* /*other*/) {
+    return false;
+}
+
+class EvaluationTest : public testing::Test {
+protected:
+    EvaluationTest() {
+        m_library->setCallbacks("half", {nullptr, nullptr, giveHalf, modifies, nullptr, nullptr});
+        m_library->setCallbacks("idle",
+                                {nullptr, nullptr, giveNothing, modifies, nullptr, nullptr});
+    }
+
+    // Returns an input "reader.in" that is connected to "source.out".
+    IInput* connected(const char* sourceType, AttrType from, AttrType to) {
+        auto* source = static_cast<Node*>(m_scene->createNode(sourceType, "source"));
+        source->initLibInfo(m_library.get());
+        m_source = static_cast<Output*>(source->createOutput("out", from));
+        IInput* input = m_scene->createNode("reader", "reader")->createInput("in", to);
+        EXPECT_TRUE(input->connect(m_source));
+        return input;
+    }
+
+    RefersTo<LibInfo> m_library = RefersTo<LibInfo>::adopt(new LibInfo);
+    RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
+    Output* m_source = nullptr;
+};
+
+void expectResult(const Evaluation& result, bool hasValue, const char* text) {
+    EXPECT_EQ(result.hasValue, hasValue);
+    EXPECT_STREQ(result.text.buf(), text);
+}
+
+TEST_F(EvaluationTest, Callback_GivesTheValue) {
+    expectResult(evaluate(*connected("half", AttrType::Real, AttrType::Real)), true, "0.5");
+}
+
+TEST_F(EvaluationTest, OtherKind_IsConverted) {
+    expectResult(evaluate(*connected("half", AttrType::Real, AttrType::String)), true, "\"0.5\"");
+}
+
+TEST_F(EvaluationTest, ValueThatDoesNotFit_IsTold) {
+    expectResult(evaluate(*connected("half", AttrType::Real, AttrType::Int)), false,
+                 "0.5 (Real) cannot become Int");
+}
+
+TEST_F(EvaluationTest, CallbackThatFails_IsTold) {
+    expectResult(evaluate(*connected("idle", AttrType::Real, AttrType::Real)), false,
+                 "the eval callback of 'source' gave none");
+}
+
+TEST_F(EvaluationTest, NoCallbackAndNoValue_IsTold) {
+    expectResult(evaluate(*connected("plain", AttrType::Real, AttrType::Real)), false,
+                 "'source.out' has none, and its node no eval callback to produce one");
+}
+
+TEST_F(EvaluationTest, ValueSetWithoutCallback_IsTaken) {
+    const IInput* input = connected("plain", AttrType::Real, AttrType::UInt);
+    ASSERT_TRUE(m_source->setValue(Value(7.0)));
+    expectResult(evaluate(*input), true, "7");
+}
+
+TEST(ShortTextTest, Values_AreShortAsInScenes) {
+    EXPECT_STREQ(shortText(Value(math::Vec2d{1, 2.5})).buf(), "(1 2.5)");
+    EXPECT_STREQ(shortText(Value("a\n")).buf(), "\"a\\n\"");
+    EXPECT_STREQ(shortText(Value(static_cast<INode*>(nullptr))).buf(), "null");
+    EXPECT_EQ(shortText(Value(String::format("%0100d", 0))).size(), 60u + 2 + 3 + 10);
+}
+
+} // namespace
+} // namespace qv::kelvo_tool
