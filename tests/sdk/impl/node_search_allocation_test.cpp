@@ -1,11 +1,9 @@
 // A program of its own: it replaces the allocation functions, by ones that count and that fail on
 // command.
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/node_iterator.h"
 #include "sdk/impl/path_iterator.h"
 #include "sdk/impl/scene.h"
+#include "tests/support/node_graph.h"
 
 #include <gtest/gtest.h>
 
@@ -176,6 +174,19 @@ TEST_F(NodeSearchAllocation, PathThatIsHeld_OutlivesItsIterator) {
     EXPECT_LT(live, before);
     EXPECT_STREQ(path->text().buf(), "root/arm/mesh");
     path->decRef();
+}
+
+// The others are not even counted: there are 2^20.
+TEST_F(NodeSearchAllocation, FirstPathTo_LooksForNoOther) {
+    tests::NodeGraph graph;
+    Node* start = graph.add("s");
+    Node* end = graph.addDiamonds(start, 20);
+    const i64 one = allocationsOf([&] { drop(start->firstPathTo(end, false)); });
+    const i64 all = allocationsOf([&] {
+        const auto paths = RefersTo<PathIterator>::adopt(start->pathsTo(end, false));
+        EXPECT_EQ(paths->count(), PathIterator::maxCount);
+    });
+    EXPECT_LT(100 * one, all);
 }
 
 TEST_F(NodeSearchAllocation, PathOperations_PassFailuresOnAndKeepNothing) {
