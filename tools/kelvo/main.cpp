@@ -141,6 +141,9 @@ private:
                              m_allLinks, m_limit, m_firstOnly, m_countOnly},
                             m_out);
         });
+        command->footer(
+            "Paths come depth first and meet no node twice; --count says \"at least\" where it\n"
+            "ends. Exit status: 1 when there is no path, 2 when a node is unknown.");
         addFile(command);
         command->add_option("FROM", m_from, "Node to start from")->required();
         CLI::Option* to = command->add_option("TO", m_to, "Node to reach, all by default");
