@@ -93,6 +93,21 @@ struct FindOptions {
 /// Tells of an input or a node where its value comes from and what depends on it.
 [[nodiscard]] Status runExplain(const String& file, const String& path, Terminal& out);
 
+struct GraphOptions {
+    String file;
+    /// Its ending tells whether it becomes DOT, SVG or PNG.
+    String outFile = "-";
+    /// The node whose neighbourhood is drawn; without it: all nodes.
+    std::optional<String> around;
+    /// Edges from it that a neighbour may be away.
+    u64 depth = 2;
+    /// Of "hierarchy", "links" and "connections"; none: all.
+    StringVector only;
+    bool icons = true;
+};
+/// Draws nodes and what leads from one to another.
+[[nodiscard]] Status runGraph(const GraphOptions& options, Terminal& out);
+
 struct ImportOptions {
     String model;
     String outFile = "-";

@@ -39,6 +39,7 @@ public:
         addHash();
         addFind();
         addExplain();
+        addGraph();
         addImport();
     }
 
@@ -218,6 +219,33 @@ private:
         command->add_option("PATH", m_path, "As node, node.input or node.array[3].member")
             ->required();
     }
+    void addGraph() {
+        CLI::App* command = add("graph", "Draw nodes and what leads from one to another", [this] {
+            GraphOptions options;
+            options.file = text(m_file);
+            if (!m_outFile.empty()) options.outFile = text(m_outFile);
+            options.around = given("graph", "--around", m_from);
+            if (m_depth >= 0) options.depth = static_cast<qv::u64>(m_depth);
+            options.only = texts(m_types);
+            options.icons = !m_noIcons;
+            return runGraph(options, m_out);
+        });
+        addFile(command);
+        command->add_option("-o", m_outFile,
+                            "OUT.dot or OUT.gv; OUT.svg or OUT.png, drawn by Graphviz;\n"
+                            "DOT on the standard output by default");
+        CLI::Option* around =
+            command->add_option("--around", m_from, "Node whose neighbourhood alone is drawn");
+        command->add_option("--depth", m_depth, "Edges that a neighbour may be away, 2 by default")
+            ->check(CLI::NonNegativeNumber)
+            ->needs(around);
+        command
+            ->add_option("--only", m_types,
+                         "Of hierarchy, links and connections, with commas between; without the\n"
+                         "nodes that none of these edges touches")
+            ->delimiter(',');
+        command->add_flag("--no-icons", m_noIcons, "No icons in pictures");
+    }
     void addImport() {
         m_outFile.clear();
         CLI::App* command = add("import", "Make a scene of a model file", [this] {
@@ -251,6 +279,7 @@ private:
     bool m_asTree = false;
     bool m_ignoreNames = false;
     bool m_nodesOnly = false;
+    bool m_noIcons = false;
     bool m_inputsOnly = false;
 };
 

@@ -1,0 +1,99 @@
+#include "tools/kelvo/commands.h"
+
+#include "tools/kelvo/address.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/graph_dot.h"
+#include "tools/kelvo/graph_model.h"
+#include "tools/kelvo/graph_picture.h"
+
+#include "sdk/impl/near_name.h"
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+constexpr std::array<const char*, edgeSortCount> sortNames{"hierarchy", "links", "connections"};
+
+// All of them when none is named.
+bool findSorts(const StringVector& names, EdgeSorts& sorts, String& error) {
+    sorts.fill(names.isEmpty());
+    for (const String& name : names) {
+        kelvo_sdk::impl::NearName near(name.view());
+        bool isKnown = false;
+        for (u64 i = 0; i < edgeSortCount; ++i) {
+            near.offer(sortNames[i]);
+            if (name == sortNames[i]) sorts[i] = isKnown = true;
+        }
+        if (isKnown) continue;
+        const String question = near.question();
+        error = "--only: no sort of edges '" + name + "'" +
+                (near.best().empty() ? String(": expected hierarchy, links or connections.")
+                                     : question);
+        return false;
+    }
+    return true;
+}
+
+enum class Format { Dot, Svg, Png };
+
+bool findFormat(const String& file, Format& format, String& error) {
+    format = Format::Dot;
+    if (isStream(file) || file.endsWith(".dot", true) || file.endsWith(".gv", true)) return true;
+    format = file.endsWith(".svg", true) ? Format::Svg : Format::Png;
+    if (format == Format::Svg || file.endsWith(".png", true)) return true;
+    error = "cannot tell from the name '" + file +
+            "' what to write: expected an ending .dot, .gv, .svg or .png.";
+    return false;
+}
+
+bool limit(const kelvo_sdk::Scene& scene, const GraphOptions& options, SceneGraph& graph,
+           String& error) {
+    if (!options.only.isEmpty()) graph.leaveOutLoners();
+    if (!options.around) return true;
+    const auto center = scene.findNode(*options.around);
+    if (!center.get()) {
+        error = displayed(options.file) + ": " + noSuchNode(scene, *options.around);
+        return false;
+    }
+    graph.drawAround(center.get(), options.depth);
+    return true;
+}
+
+bool draw(const SceneGraph& graph, Format format, bool withIcons, String& text, String& error) {
+    if (format != Format::Dot)
+        return drawPicture(graph, format == Format::Svg ? PictureKind::Svg : PictureKind::Png,
+                           withIcons, text, error);
+    StringIO dot;
+    writeDot(graph, {nullptr, ""}, dot);
+    text = dot.take();
+    return true;
+}
+
+Status told(Status status, const String& error) {
+    complain(error);
+    return status;
+}
+
+} // namespace
+
+Status runGraph(const GraphOptions& options, Terminal& out) {
+    String error;
+    Format format{};
+    EdgeSorts sorts{};
+    if (!findFormat(options.outFile, format, error) || !findSorts(options.only, sorts, error))
+        return told(Status::Usage, error);
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!loadScene(options.file, scene)) return Status::Fault;
+    SceneGraph graph(scene, sorts);
+    if (!limit(scene, options, graph, error)) return told(Status::Usage, error);
+    String text;
+    if (!draw(graph, format, options.icons, text, error)) return told(Status::Fault, error);
+    if (isStream(options.outFile))
+        out.write(text.view());
+    else if (!writeFile(options.outFile, text.view(), error))
+        return told(Status::Fault, error);
+    return Status::Ok;
+}
+
+} // namespace qv::kelvo_tool

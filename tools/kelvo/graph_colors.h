@@ -1,0 +1,21 @@
+#pragma once
+
+#include "sdk/interfaces/i_node.h"
+
+#include <string_view>
+#include <unordered_map>
+
+namespace qv::kelvo_tool {
+
+/// Colours of nodes by the family of their type: transforms, shapes, lights and so on. A type of no
+/// known family gets one of a few colours, always the same.
+class GraphColors {
+public:
+    /// Returns a light colour, "#RRGGBB". Valid for ever.
+    [[nodiscard]] std::string_view of(const kelvo_sdk::interfaces::INode& node);
+
+private:
+    std::unordered_map<String, std::string_view> m_known;
+};
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "base/string_io.h"
+#include "tools/kelvo/graph_icons.h"
+#include "tools/kelvo/graph_model.h"
+
+namespace qv::kelvo_tool {
+
+/// Icons in a drawing: files "icon-N" and an ending.
+struct DrawnIcons {
+    GraphIcons* icons;
+    const char* ending;
+};
+
+/// Writes a graph as DOT, with a legend, with icons if there are any.
+void writeDot(const SceneGraph& graph, const DrawnIcons& icons, StringIO& out);
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "sdk/interfaces/i_node.h"
+
+#include <unordered_map>
+#include <vector>
+
+namespace qv::kelvo_tool {
+
+/// The distinct icons of nodes, in the order in which they are first asked for.
+class GraphIcons {
+public:
+    static constexpr u64 none = noIndex;
+
+    /// Returns the place of a node's icon, `none` for one that is not plain SVG.
+    u64 add(const kelvo_sdk::interfaces::INode& node);
+    /// Makes `add` answer `none` from now on for the icon at a place.
+    void leaveOut(u64 index);
+
+    /// Returns the icons, each one SVG element.
+    [[nodiscard]] const std::vector<String>& all() const noexcept { return m_all; }
+    /// Returns how many icons were not plain SVG.
+    [[nodiscard]] u64 refusedCount() const noexcept { return m_refused; }
+
+private:
+    std::unordered_map<String, u64> m_places;
+    std::vector<String> m_all;
+    u64 m_refused = 0;
+};
+
+/// Returns a drawing by Graphviz as an SVG file that needs nothing outside itself: what refers to
+/// the icon files "icon-N.svg" shows the icons, of which each is in there once.
+[[nodiscard]] String withIcons(std::string_view drawing, const GraphIcons& icons);
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "sdk/scene.h"
+
+#include <array>
+#include <unordered_map>
+#include <vector>
+
+namespace qv::kelvo_tool {
+
+/// What leads from one node to another: a child's place, a node as the value of an input, or an
+/// output that an input reads.
+enum class EdgeSort : u8 { Hierarchy, Link, Connection };
+inline constexpr u64 edgeSortCount = 3;
+
+/// Which sorts are wanted.
+using EdgeSorts = std::array<bool, edgeSortCount>;
+
+struct GraphNode {
+    kelvo_sdk::interfaces::INode* node;
+    bool isDrawn = true;
+    /// Whether edges lead to nodes that are not drawn.
+    bool isCut = false;
+};
+
+/// All edges of one sort from one node to another.
+struct GraphEdge {
+    u32 from;
+    u32 to;
+    EdgeSort sort;
+    u32 count = 0;
+    /// What the first few say, a line each.
+    String label;
+};
+
+/// The nodes of a scene and what leads from one to another, in the order of the scene. Borrows the
+/// nodes.
+class SceneGraph {
+public:
+    using INode = kelvo_sdk::interfaces::INode;
+    static constexpr u32 noNode = ~u32{0};
+    static constexpr u32 mostLines = 4;
+
+    SceneGraph(const kelvo_sdk::Scene& scene, const EdgeSorts& sorts);
+
+    [[nodiscard]] const std::vector<GraphNode>& nodes() const noexcept { return m_nodes; }
+    [[nodiscard]] const std::vector<GraphEdge>& edges() const noexcept { return m_edges; }
+    [[nodiscard]] bool has(EdgeSort sort) const noexcept { return m_sorts[static_cast<u64>(sort)]; }
+    [[nodiscard]] bool isDrawn(const GraphEdge& edge) const {
+        return m_nodes[edge.from].isDrawn && m_nodes[edge.to].isDrawn;
+    }
+    /// Returns the node that `drawAround` was given, `noNode` before.
+    [[nodiscard]] u32 center() const noexcept { return m_center; }
+    [[nodiscard]] u64 drawnCount() const noexcept;
+
+    /// Leaves out what is more than `depth` edges, whichever way they lead, from a node.
+    void drawAround(const INode* node, u64 depth);
+    /// Leaves out the nodes that no edge touches.
+    void leaveOutLoners();
+
+private:
+    struct Key {
+        u64 ends;
+        EdgeSort sort;
+        bool operator==(const Key&) const = default;
+    };
+    struct KeyHash {
+        std::size_t operator()(const Key& key) const noexcept {
+            return static_cast<std::size_t>(hashMix(key.ends, static_cast<u64>(key.sort)));
+        }
+    };
+    using IInput = kelvo_sdk::interfaces::IInput;
+    using IInputContainer = kelvo_sdk::interfaces::IInputContainer;
+
+    void addInputs(u32 owner);
+    void addInput(u32 owner, const IInput& input, const IInput* childList);
+    void addEdge(EdgeSort sort, const INode* from, const INode* to, const String& line);
+    [[nodiscard]] std::vector<std::vector<u32>> neighbours() const;
+    void markCuts();
+
+    EdgeSorts m_sorts;
+    std::vector<GraphNode> m_nodes;
+    std::vector<GraphEdge> m_edges;
+    std::unordered_map<const INode*, u32> m_places;
+    std::unordered_map<Key, u32, KeyHash> m_known;
+    u32 m_center = noNode;
+};
+
+} // namespace qv::kelvo_tool

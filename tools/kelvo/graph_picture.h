@@ -1,0 +1,15 @@
+#pragma once
+
+#include "tools/kelvo/graph_model.h"
+
+namespace qv::kelvo_tool {
+
+/// Kinds of pictures, made by Graphviz.
+enum class PictureKind { Svg, Png };
+
+/// Draws a graph; an SVG picture needs nothing outside itself. What has to be left out is told as a
+/// warning. False with a sentence in `error`.
+[[nodiscard]] bool drawPicture(const SceneGraph& graph, PictureKind kind, bool withIcons,
+                               String& picture, String& error);
+
+} // namespace qv::kelvo_tool

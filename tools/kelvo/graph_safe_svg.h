@@ -1,0 +1,15 @@
+#pragma once
+
+#include "base/string.h"
+
+namespace qv::kelvo_tool {
+
+/// Returns the root element of an icon, or nothing for what is not plain SVG: shapes, groups,
+/// gradients and texts, which come to an end, run nothing and load nothing.
+///
+/// Refused are scripts and handlers, animations, style sheets, references to other than gradients
+/// inside, entities, texts with faults, and what is larger or deeper than an icon has to be. What
+/// stands before the root, such as a document type without declarations, is cut off.
+[[nodiscard]] String safeSvg(const String& icon);
+
+} // namespace qv::kelvo_tool
