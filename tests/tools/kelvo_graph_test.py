@@ -350,6 +350,13 @@ class Pictures(ToolTest):
         self.assertEqual(self.draw("a.svg", path=self.program("dot", script)),
                          (0, "kelvo: warning: Warning: odd\n"))
 
+    def test_more_nodes_than_are_soon_drawn_are_told(self):
+        given = scene(*(xform(f"n{i}") for i in range(2001)))
+        path = self.program("dot", "echo '<svg></svg>' > graph.svg")
+        told = "kelvo: warning: 2001 nodes may take Graphviz long; --around NODE draws a part.\n"
+        self.assertEqual(self.draw("a.svg", path=path, given=given), (0, told))
+        self.assertEqual(self.draw("a.svg", "--around", "n7", path=path), (0, ""))
+
     def test_without_a_reader_of_icons_png_pictures_have_none(self):
         path = self.program("dot", f'{REAL} dot "$@"')
         self.assertEqual(self.draw("a.png", path=path), (

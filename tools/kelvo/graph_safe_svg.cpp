@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,36 +39,33 @@ bool isNameByte(char c) noexcept {
            string_view("_-.:").find(c) != string_view::npos;
 }
 
+bool holdsAny(string_view text, std::initializer_list<string_view> parts) {
+    return std::any_of(parts.begin(), parts.end(),
+                       [text](string_view part) { return text.find(part) != string_view::npos; });
+}
+
 // Every "url(" leads to something inside. Escapes and comments could hide one.
-bool hasInnerUrlsOnly(const std::string& value) {
-    if (value.find('\\') != std::string::npos || value.find("/*") != std::string::npos ||
-        value.find('@') != std::string::npos || value.find("image") != std::string::npos)
-        return false;
-    for (std::size_t i = value.find("url"); i != std::string::npos; i = value.find("url", i + 1)) {
+bool hasInnerUrlsOnly(string_view value) {
+    if (holdsAny(value, {"\\", "/*", "@", "image(", "image-set("})) return false;
+    for (std::size_t i = value.find("url"); i != string_view::npos; i = value.find("url", i + 1)) {
         const std::size_t target = value.find_first_not_of(" \t\r\n('\"", i + 3);
-        if (target == std::string::npos || value[target] != '#') return false;
+        if (target == string_view::npos || value[target] != '#') return false;
     }
     return true;
 }
 
+// A prefix can be bound to any names, so that what comes behind it counts.
 bool isHarmless(string_view name, string_view value) {
     const std::string lower = lowered(name);
     const std::string plain = lowered(value);
-    const std::size_t colon = lower.find(':');
-    const string_view local =
-        colon == std::string::npos ? string_view(lower) : string_view(lower).substr(colon + 1);
     if (lower == "xmlns") return value == svgNames;
     if (lower.starts_with("xmlns:")) return true;
+    const string_view local = string_view(lower).substr(lower.find(':') + 1);
     if (local == "href") return plain.starts_with('#');
-    constexpr std::array<string_view, 7> refused{"src",    "base",   "mask", "clip-path",
-                                                 "filter", "cursor", "class"};
-    if (local.starts_with("on") ||
-        std::find(refused.begin(), refused.end(), local) != refused.end())
-        return false;
-    if (local == "style" &&
-        (plain.find("mask") != std::string::npos || plain.find("clip") != std::string::npos ||
-         plain.find("filter") != std::string::npos))
-        return false;
+    for (const string_view refused : {"src", "base", "mask", "clip-path", "filter", "cursor"})
+        if (local == refused) return false;
+    if (local.starts_with("on")) return false;
+    if (local == "style" && holdsAny(plain, {"mask", "clip", "filter", "cursor"})) return false;
     return hasInnerUrlsOnly(plain);
 }
 

@@ -23,8 +23,9 @@ TEST(SafeSvg, PlainSvg_StaysAsItIs) {
         " \n<g/>\n",
         R"(<path fill='#f00' d="M 0,0 L 1,1 Z"/>)",
         R"x(<g transform="scale(2)"><rect width="1" height="1"/><!-- a - comment --></g >)x",
-        R"(<defs><linearGradient id="a"><stop offset="0"/></linearGradient></defs>)"
+        R"(<defs><linearGradient id="a"><stop offset="0"/></linearGradient></defs>)",
         R"x(<circle r="1" style="fill:url(#a)" stroke="url('#a')"/>)x",
+        R"(<g id="image1" class="a" inkscape:label="b" xmlns:inkscape="c"/>)",
         R"(<text x="1">Öl</text><title>a > b</title>)",
     };
     for (const char* content : contents)
@@ -69,6 +70,8 @@ TEST(SafeSvg, WhatRunsOrLoads_IsRefused) {
         "<rect style='fill:u\\72l(http://a)'/>",
         "<rect style='fill:u/**/rl(http://a)'/>",
         "<rect style='@import a'/>",
+        "<rect style='cursor:image(a.png)'/>",
+        "<rect fill='image-set(\"a.png\" 1x)'/>",
         "<rect style='mask:url(#a)'/>",
         "<g clip-path='url(#a)'/>",
         "<g filter='url(#a)'/>",
