@@ -137,14 +137,6 @@ int String::compareNoCase(String other) const noexcept {
     return get() == other.get() ? 0 : ascii::compareNoCase(view(), other);
 }
 
-bool String::equals(const String& other) const noexcept {
-    return get() == other.get() || view() == other.view();
-}
-
-bool String::equalsNoCase(const String& other) const noexcept {
-    return get() == other.get() || ascii::equalsNoCase(view(), other);
-}
-
 bool String::equalsNoCase(std::string_view other) const noexcept {
     return ascii::equalsNoCase(view(), other);
 }

@@ -162,8 +162,12 @@ public:
     [[nodiscard]] int compareNoCase(String other) const noexcept;
 
     /// Equality without copying a handle.
-    [[nodiscard]] bool equals(const String& other) const noexcept;
-    [[nodiscard]] bool equalsNoCase(const String& other) const noexcept;
+    [[nodiscard]] bool equals(const String& other) const noexcept {
+        return get() == other.get() || view() == other.view();
+    }
+    [[nodiscard]] bool equalsNoCase(const String& other) const noexcept {
+        return get() == other.get() || equalsNoCase(other.view());
+    }
     [[nodiscard]] bool equalsNoCase(std::string_view other) const noexcept;
     [[nodiscard]] bool equalsNoCase(const char* other) const noexcept {
         return equalsNoCase(viewOf(other));

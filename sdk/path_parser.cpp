@@ -18,8 +18,11 @@ struct Step {
 
 // Takes an identifier off the front.
 bool takeName(std::string_view& rest, Step& step) {
-    step.name = rest.substr(0, rest.find_first_of(".["));
-    rest.remove_prefix(step.name.size());
+    u64 length = 0;
+    while (length < rest.size() && rest[length] != '.' && rest[length] != '[')
+        ++length;
+    step.name = rest.substr(0, length);
+    rest.remove_prefix(length);
     return ascii::isIdentifier(step.name);
 }
 

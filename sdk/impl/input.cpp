@@ -52,8 +52,8 @@ Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType e
       m_elementType(storedKind<u8>(elementType) & 63),
       m_node(static_cast<Node*>(node)),
       m_parent(static_cast<Input*>(parent)),
+      m_nameHash(isElement() ? 0 : name.foldedHash()),
       m_name(std::move(name)),
-      m_nameHash(isElement() ? 0 : m_name.foldedHash()),
       m_value(Value::zero(type)) {}
 
 Input::Input(INode* node, IInput* parent, String name, AttrData definition)
@@ -142,7 +142,7 @@ String Input::path() const {
         if (step.isElement()) {
             text.append('[').appendUInt(step.m_index).append(']');
         } else {
-            if (!text.isEmpty()) text.append('.');
+            if (m_node || !text.isEmpty()) text.append('.');
             text.append(step.m_name.view());
         }
     }

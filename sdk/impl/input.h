@@ -171,7 +171,7 @@ public:
     bool moveElement(u64 from, u64 to) override;
     /// As `input`, silently and without a copy of the name.
     [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
-    /// Elements or members; empty for other kinds.
+    /// Elements or members; empty for other kinds. Inline; needs sdk/impl/input_extras.h.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 
     // ---- Hash ------------------------------------------------------------------------------
@@ -183,6 +183,8 @@ public:
     // ---- Links -----------------------------------------------------------------------------
 
     [[nodiscard]] IOutput* source() const override;
+    /// As `source`, inline; needs sdk/impl/input_extras.h.
+    [[nodiscard]] Output* sourceOutput() const noexcept;
     bool connect(IOutput* output) override;
     bool disconnect() override;
     /// For the scene alone, when the linked node leaves: drops the link, telling observers.
@@ -218,7 +220,6 @@ private:
     u64 computeHash(const StringVector& skip, bool& lasting) const;
     void dropHash() noexcept;
 
-    [[nodiscard]] Output* sourceOutput() const noexcept;
     void setSource(Output* output);
     void sourceDied(Output* output);
     void linkTo(INode* node);
@@ -232,18 +233,19 @@ private:
     bool m_silent : 1 = false;
     bool m_readOnly : 1 = false;
     u8 m_dataType = 0;
+    // What walks and look-ups ask of every input stands together at the front.
+    std::unique_ptr<InputExtras> m_extras;
     Node* m_node;
     Input* m_parent;
-    String m_name;
     union {
         u64 m_nameHash;
         // Of an array element: its position, whose decimal text is its name.
         u64 m_index;
     };
+    String m_name;
     Value m_value;
     // Hash of the value; 0 when unknown. Only hashes that no node takes part in are kept.
     mutable std::atomic<u64> m_hash = 0;
-    std::unique_ptr<InputExtras> m_extras;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -24,11 +24,6 @@ bool indexFromName(const String& name, u64& out) noexcept {
 
 } // namespace
 
-const ds::Vector<IInput*>& Input::members() const noexcept {
-    static const ds::Vector<IInput*> none;
-    return m_extras ? m_extras->members : none;
-}
-
 // Takes over the reference on the member and keeps its place in order.
 void Input::adoptMember(Input* member) {
     auto held = RefersTo<Input>::adopt(member);

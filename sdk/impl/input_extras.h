@@ -2,6 +2,7 @@
 
 #include "base/vector.h"
 #include "sdk/impl/attr_data.h"
+#include "sdk/impl/input.h"
 #include "sdk/impl/link_table.h"
 #include "sdk/impl/name_index.h"
 
@@ -23,5 +24,15 @@ struct InputExtras {
     /// Of the list that this input is the first of.
     std::unique_ptr<NameIndex> listIndex;
 };
+
+inline constinit const ds::Vector<interfaces::IInput*> noInputs;
+
+inline const ds::Vector<interfaces::IInput*>& Input::members() const noexcept {
+    return m_extras ? m_extras->members : noInputs;
+}
+
+inline Output* Input::sourceOutput() const noexcept {
+    return m_extras ? m_extras->source : nullptr;
+}
 
 } // namespace qv::kelvo_sdk::impl

@@ -23,10 +23,6 @@ bool kindsFit(const Output& from, const Input& to) {
 
 } // namespace
 
-Output* Input::sourceOutput() const noexcept {
-    return m_extras ? m_extras->source : nullptr;
-}
-
 IOutput* Input::source() const {
     return sourceOutput();
 }

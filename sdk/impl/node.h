@@ -338,7 +338,8 @@ private:
 
 /// Appends the nodes that a "children" input links to, and, down to `maxDepth` (negative: all the
 /// way), those below them; parents first, each node once. `depth` is that of the input. Cycles need
-/// no limit, but with one the work grows with it.
+/// no limit, but with one the work grows with it. An "xform" that is met without the input gets it
+/// as `input("children")` makes it: with a line in the log, empty and of no kind.
 QV_EXPORT void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out);
 
 /// Appends a node and all it depends on, each once and unless it is there already: what its inputs

@@ -3,9 +3,9 @@
 
 #include "sdk/impl/node.h"
 
-#include "sdk/impl/input.h"
 #include "sdk/impl/known_names.h"
 #include "sdk/impl/node_iterator.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/node_marks.h"
 
 #include <limits>
@@ -27,23 +27,22 @@ public:
             m_marks.add(node, kNever);
     }
 
-    void walk(IInput* list, i64 depth) {
-        enter(list, depth, nullptr);
+    void walk(const Input& list, i64 depth) {
+        if (!list.ownName().equalsNoCase(m_known.children)) return;
+        enter(&list, depth, nullptr);
         while (!m_levels.empty()) {
             Level& level = m_levels.back();
-            if (level.index >= level.list->inputCount()) {
+            const ds::Vector<IInput*>& elements = level.list->members();
+            if (level.index >= elements.size())
                 leave();
-                continue;
-            }
-            const IInput* element = level.list->input(level.index++);
-            INode* child = nullptr;
-            if (element->readNode(child, false, nullptr) && child) meet(child, level.depth + 1);
+            else if (INode* node = linkedNode(*static_cast<Input*>(elements[level.index++])))
+                meet(*static_cast<Node*>(node), level.depth);
         }
     }
 
 private:
     struct Level {
-        Input* list;
+        const Input* list;
         u64 index;
         i64 depth;
         INode* owner;
@@ -52,20 +51,24 @@ private:
     static constexpr i64 kNever = std::numeric_limits<i64>::max();
     static constexpr i64 kWhole = std::numeric_limits<i64>::min();
 
-    void enter(IInput* input, i64 depth, INode* owner) {
-        auto* list = static_cast<Input*>(input);
-        if (!list || (m_maxDepth >= 0 && depth > m_maxDepth)) return;
-        if (!list->ownName().equalsNoCase(m_known.children)) return;
-        m_levels.push_back({list, 0, depth, owner});
+    void enter(const Input* list, i64 depth, INode* owner) {
+        if (m_maxDepth < 0 || depth <= m_maxDepth) m_levels.push_back({list, 0, depth, owner});
     }
 
-    void meet(INode* child, i64 depth) {
-        auto [mark, isNew] = m_marks.add(child, kNever);
-        if (isNew) m_out.push_back(child);
-        const auto* node = static_cast<const Node*>(child);
-        if (mark <= depth || !node->hasType(m_known.xform)) return;
+    void meet(Node& child, i64 parentDepth) {
+        auto [mark, isNew] = m_marks.add(&child, kNever);
+        if (isNew) m_out.push_back(&child);
+        if (!child.hasType(m_known.xform)) return;
+        const i64 depth = parentDepth == kNever ? kNever : parentDepth + 1;
+        if (mark != kNever && mark <= depth) return;
         if (m_maxDepth < 0) mark = kWhole;
-        enter(node->lookUpInput(m_known.children), depth, child);
+        if (const Input* list = listOf(child)) enter(list, depth, &child);
+    }
+
+    // An "xform" without the input gets it here, as from any look-up through the interface.
+    const Input* listOf(Node& node) const {
+        IInput* list = node.lookUpInput(m_known.children);
+        return static_cast<Input*>(list ? list : node.input(m_known.children));
     }
 
     void leave() {
@@ -86,13 +89,13 @@ private:
 } // namespace
 
 void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out) {
-    ChildWalk(maxDepth, out).walk(input, depth);
+    if (input) ChildWalk(maxDepth, out).walk(*static_cast<const Input*>(input), depth);
 }
 
 NodeIterator* Node::children(i64 depth) const {
     const KnownNames& known = knownNames();
     ds::Vector<INode*> found;
-    if (isTypeOf(known.xform)) getChildren(lookUpInput(known.children), 0, depth, found);
+    if (isTypeOf(known.xform)) getChildren(findInputByName(known.children), 0, depth, found);
     return new NodeIterator(std::move(found), false, false);
 }
 

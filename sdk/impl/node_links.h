@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
@@ -9,21 +10,20 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Calls `visit(Node&)` for the node that an input by itself links to, then for the one that it is
-/// connected to. Stops, and returns true, as soon as `visit` does.
-template<typename Visit>
-bool visitLinked(const Input& input, const Visit& visit) {
-    if (input.type() == AttrType::Node) {
-        if (INode* linked = input.value().asNode(); linked && visit(*static_cast<Node*>(linked)))
-            return true;
-    }
-    const IOutput* source = input.source();
-    INode* node = source ? source->node() : nullptr;
-    return node && visit(*static_cast<Node*>(node));
+/// Returns the node that an input by itself links to, or null.
+[[nodiscard]] inline INode* linkedNode(const Input& input) noexcept {
+    return input.type() == AttrType::Node ? input.value().asNode() : nullptr;
 }
 
-/// The same for all that the inputs of a node link and connect to, at any depth of arrays and
-/// objects, in no order that matters. A node may be met again.
+/// Returns the node of the output that an input is connected to, or null.
+[[nodiscard]] inline INode* sourceNode(const Input& input) noexcept {
+    const Output* source = input.sourceOutput();
+    return source ? source->node() : nullptr;
+}
+
+/// Calls `visit(const Node&)` for all that the inputs of a node link and connect to, at any depth
+/// of arrays and objects, in no order that matters. A node may be met again. Stops, and returns
+/// true, as soon as `visit` does.
 template<typename Visit>
 bool visitDependencies(const Node& node, const Visit& visit) {
     std::vector<const ds::Vector<IInput*>*> left{&node.inputs()};
@@ -32,7 +32,8 @@ bool visitDependencies(const Node& node, const Visit& visit) {
         left.pop_back();
         for (const IInput* next : inputs) {
             const auto& input = *static_cast<const Input*>(next);
-            if (visitLinked(input, visit)) return true;
+            for (const INode* found : {linkedNode(input), sourceNode(input)})
+                if (found && visit(*static_cast<const Node*>(found))) return true;
             if (!input.members().empty()) left.push_back(&input.members());
         }
     }

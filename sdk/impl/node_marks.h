@@ -18,7 +18,7 @@ public:
 
     /// Marks the node with `value`, unless it has a mark already. Needs a node that is not null.
     Added add(const interfaces::INode* node, i64 value) {
-        if (2 * (m_count + 1) > m_slots.size()) grow();
+        if (4 * (m_count + 1) > 3 * m_slots.size()) grow();
         Slot& slot = slotOf(node);
         const bool isNew = !slot.node;
         if (isNew) {
@@ -39,7 +39,7 @@ private:
         i64 value = 0;
     };
 
-    // Open addressing; the size is a power of two, and half of the slots stay free.
+    // Open addressing; the size is a power of two, and a quarter of the slots stay free.
     [[nodiscard]] Slot& slotOf(const interfaces::INode* node) {
         const u64 mask = m_slots.size() - 1;
         const u64 key = reinterpret_cast<u64>(node) * 0x9e3779b97f4a7c15u;
@@ -50,7 +50,7 @@ private:
     }
 
     void grow() {
-        std::vector<Slot> old(m_slots.empty() ? 16 : 2 * m_slots.size());
+        std::vector<Slot> old(m_slots.empty() ? 64 : 2 * m_slots.size());
         old.swap(m_slots);
         for (const Slot& slot : old) {
             if (slot.node) slotOf(slot.node) = slot;

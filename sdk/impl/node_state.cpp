@@ -4,12 +4,11 @@
 
 #include "sdk/impl/node.h"
 
-#include "sdk/impl/input.h"
 #include "sdk/impl/known_names.h"
 #include "sdk/impl/node_iterator.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/node_marks.h"
 #include "sdk/impl/scene.h"
-#include "sdk/interfaces/i_output.h"
 
 #include <utility>
 #include <vector>
@@ -33,15 +32,15 @@ public:
         visitAll();
     }
     void walk(IInput* input) {
-        if (input) leaveFor(*input);
+        if (input) leaveFor(*static_cast<const Input*>(input));
         visitAll();
     }
 
 private:
-    // A node, or an input that holds others.
+    // A node, or the inputs that an array or object holds.
     struct Step {
         INode* node;
-        IInput* input;
+        const ds::Vector<IInput*>* inputs;
     };
 
     void visitAll() {
@@ -51,7 +50,7 @@ private:
             if (step.node)
                 visit(*step.node);
             else
-                visitMembers(*step.input);
+                leaveFor(*step.inputs);
         }
     }
 
@@ -59,14 +58,7 @@ private:
         if (!m_seen.add(&node, 0).isNew) return;
         m_out.push_back(&node);
         if (m_downstream) leaveReadersFor(node);
-        for (u64 i = node.inputCount(); i-- > 0;)
-            leaveFor(*node.input(i));
-    }
-
-    void visitMembers(IInput& input) {
-        leaveFor(sourceNode(input));
-        for (u64 i = input.inputCount(); i-- > 0;)
-            leaveFor(*input.input(i));
+        leaveFor(static_cast<const Node&>(node).inputs());
     }
 
     void leaveReadersFor(const INode& node) {
@@ -77,24 +69,20 @@ private:
         }
     }
 
-    void leaveFor(IInput& input) {
-        const AttrType type = input.type();
-        if (type == AttrType::Array || type == AttrType::Object) {
-            m_left.push_back({nullptr, &input});
-            return;
-        }
+    void leaveFor(const ds::Vector<IInput*>& inputs) {
+        for (u64 i = inputs.size(); i-- > 0;)
+            leaveFor(*static_cast<const Input*>(inputs[i]));
+    }
+
+    // Most inputs lead nowhere.
+    void leaveFor(const Input& input) {
         leaveFor(sourceNode(input));
-        INode* linked = nullptr;
-        if (type == AttrType::Node && input.readNode(linked, false, nullptr)) leaveFor(linked);
+        leaveFor(linkedNode(input));
+        if (!input.members().empty()) m_left.push_back({nullptr, &input.members()});
     }
 
     void leaveFor(INode* node) {
-        if (node && !m_seen.contains(node)) m_left.push_back({node, nullptr});
-    }
-
-    static INode* sourceNode(const IInput& input) {
-        const IOutput* source = input.source();
-        return source ? source->node() : nullptr;
+        if (node) m_left.push_back({node, nullptr});
     }
 
     ds::Vector<INode*>& m_out;

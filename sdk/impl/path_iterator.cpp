@@ -17,20 +17,24 @@ PathIterator::PathIterator(INode* from, StringVector types, bool flag, bool firs
     : m_start(from, {true, nullptr, std::move(types)}, flag),
       m_search(m_start),
       m_firstOnly(firstOnly) {
-    advance();
+    start();
 }
 
 PathIterator::PathIterator(INode* from, INode* to, bool flag, bool firstOnly)
     : m_start(from, {false, to, {}}, flag), m_search(m_start), m_firstOnly(firstOnly) {
+    start();
+}
+
+void PathIterator::start() {
     advance();
+    if (m_firstOnly) m_count = m_current.get() ? 1 : 0;
 }
 
 u64 PathIterator::count() {
     if (!m_count) {
         PathSearch search = m_start;
-        const u64 limit = m_firstOnly ? 1 : maxCount;
         u64 found = 0;
-        while (found < limit && search.next())
+        while (found < maxCount && search.next())
             ++found;
         m_count = found;
     }

@@ -53,6 +53,7 @@ public:
     static constexpr u64 maxCount = 100'000;
 
 private:
+    void start();
     void advance();
 
     PathSearch m_start;

@@ -1,72 +1,38 @@
 #include "sdk/impl/path_search.h"
-#include "sdk/interfaces/i_output.h"
 
-#include "sdk/impl/input.h"
 #include "sdk/impl/known_names.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/node_marks.h"
+#include "sdk/impl/node_links.h"
+
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
-namespace {
-
-// Collects the nodes that the inputs of a node link and connect to, in input order, each once.
-class LinkedNodes {
-public:
-    explicit LinkedNodes(const INode& node) {
-        for (u64 i = node.inputCount(); i-- > 0;)
-            m_left.push_back(node.input(i));
-        while (!m_left.empty()) {
-            const IInput* input = m_left.back();
-            m_left.pop_back();
-            visit(*input);
-        }
-    }
-
-    ds::Vector<INode*> found;
-
-private:
-    void visit(const IInput& input) {
-        INode* linked = nullptr;
-        if (input.type() == AttrType::Node && input.readNode(linked, false, nullptr)) add(linked);
-        if (const IOutput* source = input.source()) add(source->node());
-        for (u64 i = input.inputCount(); i-- > 0;)
-            m_left.push_back(input.input(i));
-    }
-
-    void add(INode* node) {
-        if (node && m_seen.add(node, 0).isNew) found.push_back(node);
-    }
-
-    NodeMarks m_seen;
-    std::vector<const IInput*> m_left;
-};
-
-} // namespace
-
-bool PathGoal::isMetBy(const INode& node) const {
+bool PathGoal::isMetBy(const Node& node) const {
     if (!byType) return &node == target;
-    return types.empty() || static_cast<const Node&>(node).hasTypeIn(types);
+    return types.empty() || node.hasTypeIn(types);
 }
 
 PathSearch::PathSearch(INode* from, PathGoal goal, bool allLinks)
     : m_goal(std::move(goal)), m_allLinks(allLinks) {
-    enter(from);
+    enter(numberOf(from));
 }
 
 bool PathSearch::next() {
+    if (m_hasFound && !m_remembersWaiting) rememberWaiting();
     while (!m_steps.empty()) {
         Step& step = m_steps.back();
-        if (step.index == step.followers.size()) {
+        if (step.next == m_followers.size()) {
             leave();
             continue;
         }
-        INode* node = step.followers[step.index++];
-        const State& state = m_states[node];
+        const Number follower = m_followers[step.next++];
+        const State& state = m_states[follower];
         if (state.isOnPath || state.isBarred) continue;
-        enter(node);
-        m_steps.back().led = m_goal.isMetBy(*node);
-        if (m_steps.back().led) return true;
+        enter(follower);
+        m_steps.back().led = m_goal.isMetBy(*m_states[follower].node);
+        if (!m_steps.back().led) continue;
+        m_hasFound = true;
+        return true;
     }
     return false;
 }
@@ -75,53 +41,108 @@ ds::Vector<INode*> PathSearch::path() const {
     ds::Vector<INode*> nodes;
     nodes.reserve(m_steps.size());
     for (const Step& step : m_steps)
-        nodes.push_back(step.node);
+        nodes.push_back(m_states[step.node].node);
     return nodes;
 }
 
-void PathSearch::enter(INode* node) {
-    m_steps.push_back({node, followersOf(node), 0, false});
+void PathSearch::enter(Number node) {
+    const u64 end = m_followers.size();
+    m_steps.push_back({node, false, end, end});
     m_states[node].isOnPath = true;
+    listFollowers(node);
 }
 
 void PathSearch::leave() {
-    const Step left = std::move(m_steps.back());
+    const Step left = m_steps.back();
     m_steps.pop_back();
     State& state = m_states[left.node];
     state.isOnPath = false;
     if (left.led) {
         free(left.node);
         if (!m_steps.empty()) m_steps.back().led = true;
-        return;
+    } else {
+        state.isBarred = true;
+        if (m_remembersWaiting) waitForFollowers(left.node, left.first);
     }
-    state.isBarred = true;
-    for (INode* follower : left.followers)
-        m_states[follower].waiting.push_back(left.node);
+    m_followers.resize(left.first);
+}
+
+// The node's followers stand in `m_followers` from `first` on.
+void PathSearch::waitForFollowers(Number node, u64 first) {
+    if (std::exchange(m_states[node].isWaiting, true)) return;
+    for (u64 i = first; i < m_followers.size(); ++i)
+        m_states[m_followers[i]].waiting.push_back(node);
+}
+
+// Makes up for the barring of nodes before the first path.
+void PathSearch::rememberWaiting() {
+    m_remembersWaiting = true;
+    const u64 end = m_followers.size();
+    for (Number node = 0; node < m_states.size(); ++node) {
+        if (!m_states[node].isBarred) continue;
+        listFollowers(node);
+        waitForFollowers(node, end);
+        m_followers.resize(end);
+    }
 }
 
 // Frees the node, and those that were barred because of it. What is on the path is dealt with when
 // it leaves.
-void PathSearch::free(INode* node) {
-    std::vector<INode*> left{node};
+void PathSearch::free(Number node) {
+    std::vector<Number> left{node};
     while (!left.empty()) {
         State& state = m_states[left.back()];
         left.pop_back();
         state.isBarred = false;
-        for (INode* waiting : std::exchange(state.waiting, {})) {
+        for (const Number waiting : state.waiting) {
             if (m_states[waiting].isBarred) left.push_back(waiting);
         }
     }
 }
 
-ds::Vector<INode*> PathSearch::followersOf(INode* node) const {
-    if (node == m_goal.target) return {};
-    if (m_allLinks) return LinkedNodes(*node).found;
-    ds::Vector<INode*> children;
+// Adds the nodes that a node leads to, in input order, each once.
+void PathSearch::listFollowers(Number number) {
+    const Node& node = *m_states[number].node;
+    if (&node == m_goal.target) return;
+    ++m_listings;
+    if (m_allLinks) {
+        for (const IInput* input : node.inputs())
+            addLinked(*static_cast<const Input*>(input));
+        return;
+    }
     const KnownNames& known = knownNames();
-    const auto* parent = static_cast<const Node*>(node);
-    if (parent->hasType(known.xform))
-        getChildren(parent->lookUpInput(known.children), 0, 0, children);
-    return children;
+    const auto* list = node.hasType(known.xform)
+                           ? static_cast<const Input*>(node.lookUpInput(known.children))
+                           : nullptr;
+    if (!list) return;
+    for (const IInput* element : list->members())
+        addFollower(linkedNode(*static_cast<const Input*>(element)));
+}
+
+// Adds what an input and all that it holds link and connect to, without recursion.
+void PathSearch::addLinked(const Input& input) {
+    m_inputsLeft.push_back(&input);
+    while (!m_inputsLeft.empty()) {
+        const Input& next = *m_inputsLeft.back();
+        m_inputsLeft.pop_back();
+        addFollower(linkedNode(next));
+        addFollower(sourceNode(next));
+        for (u64 i = next.members().size(); i-- > 0;)
+            m_inputsLeft.push_back(static_cast<const Input*>(next.members()[i]));
+    }
+}
+
+void PathSearch::addFollower(INode* node) {
+    if (!node) return;
+    const Number number = numberOf(node);
+    if (std::exchange(m_states[number].listedBy, m_listings) != m_listings)
+        m_followers.push_back(number);
+}
+
+PathSearch::Number PathSearch::numberOf(INode* node) {
+    const auto [number, isNew] = m_numbers.add(node, static_cast<i64>(m_states.size()));
+    if (isNew) m_states.push_back({static_cast<Node*>(node), 0, false, false, false, {}});
+    return static_cast<Number>(number);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -2,12 +2,15 @@
 
 #include "base/string_vector.h"
 #include "base/vector.h"
+#include "sdk/impl/node_marks.h"
 #include "sdk/interfaces/forward.h"
 
-#include <unordered_map>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
+
+class Input;
+class Node;
 
 /// What a search for paths looks for: one node, or nodes of any of some types (none: every node).
 struct PathGoal {
@@ -15,7 +18,7 @@ struct PathGoal {
     const interfaces::INode* target = nullptr;
     StringVector types;
 
-    [[nodiscard]] bool isMetBy(const interfaces::INode& node) const;
+    [[nodiscard]] bool isMetBy(const Node& node) const;
 };
 
 /// Finds the paths from a node to a goal one by one, depth first in input order. Between two paths
@@ -31,32 +34,49 @@ public:
     [[nodiscard]] ds::Vector<interfaces::INode*> path() const;
 
 private:
-    using INode = interfaces::INode;
+    // Nodes are known by the number of their state.
+    using Number = u32;
 
-    // A node of the path, and what follows it.
+    // A node of the path. What follows it stands at the end of `m_followers` while it is the last.
     struct Step {
-        INode* node;
-        ds::Vector<INode*> followers;
-        u64 index;
+        Number node;
         bool led;
+        u64 first;
+        u64 next;
     };
     // A node from which the rest of the path cannot reach the goal is barred until one of those
     // that it leads to is freed.
     struct State {
-        bool isOnPath = false;
-        bool isBarred = false;
-        std::vector<INode*> waiting;
+        Node* node;
+        u64 listedBy;
+        bool isOnPath;
+        bool isBarred;
+        bool isWaiting;
+        // Those that were barred at some time and lead here.
+        std::vector<Number> waiting;
     };
 
-    void enter(INode* node);
+    void enter(Number node);
     void leave();
-    void free(INode* node);
-    [[nodiscard]] ds::Vector<INode*> followersOf(INode* node) const;
+    void free(Number node);
+    void waitForFollowers(Number node, u64 first);
+    void rememberWaiting();
+    void listFollowers(Number node);
+    void addFollower(interfaces::INode* node);
+    void addLinked(const Input& input);
+    [[nodiscard]] Number numberOf(interfaces::INode* node);
 
     PathGoal m_goal;
     bool m_allLinks;
+    // Until a first path is found nothing is freed, so that nobody need be known to wait.
+    bool m_hasFound = false;
+    bool m_remembersWaiting = false;
+    u64 m_listings = 0;
+    NodeMarks m_numbers;
+    std::vector<State> m_states;
     std::vector<Step> m_steps;
-    std::unordered_map<const INode*, State> m_states;
+    std::vector<Number> m_followers;
+    std::vector<const Input*> m_inputsLeft;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
 #include <random>
 #include <string>
 #include <vector>
@@ -146,47 +145,24 @@ protected:
     [[nodiscard]] static u64 countChildren(const Node* root, i64 depth) {
         return RefersTo<NodeIterator>::adopt(root->children(depth))->count();
     }
-    // Processor time of this thread alone, the best of three.
-    [[nodiscard]] static double secondsToWalk(const Node* root) {
-        double best = 1e9;
-        for (int i = 0; i < 3; ++i) {
-            const double start = now();
-            EXPECT_GT(countChildren(root, -1), 0u);
-            best = std::min(best, now() - start);
-        }
-        return best;
-    }
 
     NodeGraph m_graph;
-
-private:
-    [[nodiscard]] static double now() {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-    }
 };
 
-// Ten times the children take about ten times as long, and a search through the result for each
-// would take a hundred times; thirty leaves room for what no longer fits the cache.
-TEST_F(GreatHierarchy, ManyChildrenOfOneParent_TakeTimeInProportion) {
-    Node *few = m_graph.add("few"), *many = m_graph.add("many");
-    addFlat(few, kFew);
-    addFlat(many, kMany);
-    EXPECT_EQ(countChildren(many, 0), static_cast<u64>(kMany));
-    EXPECT_EQ(countChildren(many, -1), static_cast<u64>(kMany));
-    EXPECT_LT(secondsToWalk(many), 30 * secondsToWalk(few));
+TEST_F(GreatHierarchy, ManyChildrenOfOneParent_AreAllFound) {
+    Node* root = m_graph.add("root");
+    addFlat(root, kMany);
+    EXPECT_EQ(countChildren(root, 0), static_cast<u64>(kMany));
+    EXPECT_EQ(countChildren(root, -1), static_cast<u64>(kMany));
 }
 
-TEST_F(GreatHierarchy, LongChain_TakesTimeInProportionAndNoStack) {
-    Node *few = m_graph.add("few"), *many = m_graph.add("many");
-    m_graph.addChain(few, kFew);
-    m_graph.addChain(many, kMany);
+TEST_F(GreatHierarchy, LongChain_TakesNoStack) {
+    Node* root = m_graph.add("root");
+    m_graph.addChain(root, kMany);
     tests::runOnSmallStack([&] {
-        EXPECT_EQ(countChildren(many, -1), static_cast<u64>(kMany));
-        EXPECT_EQ(countChildren(many, kMany), static_cast<u64>(kMany));
-        EXPECT_EQ(countChildren(many, kFew - 1), static_cast<u64>(kFew));
-        EXPECT_LT(secondsToWalk(many), 30 * secondsToWalk(few));
+        EXPECT_EQ(countChildren(root, -1), static_cast<u64>(kMany));
+        EXPECT_EQ(countChildren(root, kMany), static_cast<u64>(kMany));
+        EXPECT_EQ(countChildren(root, kFew - 1), static_cast<u64>(kFew));
     });
 }
 

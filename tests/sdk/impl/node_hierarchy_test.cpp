@@ -106,15 +106,47 @@ TEST_F(NodeHierarchy, CyclesWithALimit_KeepTheOrderOfAPlainWalk) {
     EXPECT_EQ(children(a, 1), "BADC");
 }
 
-TEST_F(NodeHierarchy, WithoutAChildrenInput_AreNoneAndSilent) {
+TEST_F(NodeHierarchy, WithoutAChildrenInput_AreNoneWithALineInTheLog) {
+    Node bare(nullptr, "xform", "bare");
+    const LogCapture log;
+    EXPECT_EQ(children(&bare, -1), "");
+    EXPECT_EQ(bare.inputCount(), 0u);
+    EXPECT_EQ(log.text(), "error: Input 'children' not found in 'xform' node 'bare'.\n");
+}
+
+TEST_F(NodeHierarchy, ChildWithoutAChildrenInput_GetsAnEmptyOne) {
     Node bare(nullptr, "xform", "bare");
     Node* root = make("R");
     link(root, &bare);
     const LogCapture log;
-    EXPECT_EQ(children(&bare, -1), "");
+    EXPECT_EQ(children(root, 0), "bare");
+    EXPECT_EQ(log.text(), "error: Input 'children' not found in 'xform' node 'bare'.\n");
+    ASSERT_EQ(bare.inputCount(), 1u);
+    EXPECT_EQ(bare.findInputByName("children")->type(), AttrType::Null);
     EXPECT_EQ(children(root, -1), "bare");
-    EXPECT_EQ(bare.inputCount(), 0u);
+    EXPECT_EQ(log.text(), "error: Input 'children' not found in 'xform' node 'bare'.\n");
+}
+
+TEST_F(NodeHierarchy, ChildOfAnotherType_GetsNoChildrenInput) {
+    Node mesh(nullptr, "mesh", "m");
+    Node* root = make("R");
+    link(root, &mesh);
+    const LogCapture log;
+    EXPECT_EQ(children(root, -1), "m");
+    EXPECT_EQ(mesh.inputCount(), 0u);
     EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(NodeHierarchy, GreatestDepth_IsALimitAsAnyOther) {
+    constexpr i64 most = std::numeric_limits<i64>::max();
+    Node *root = make("R"), *a = make("A"), *b = make("B");
+    link(root, a);
+    link(a, b);
+    for (const i64 depth : {most - 1, most}) {
+        ds::Vector<INode*> out;
+        getChildren(root->findInputByName("children"), depth, most, out);
+        EXPECT_EQ(out.size(), 2u) << depth;
+    }
 }
 
 TEST_F(NodeHierarchy, GetChildren_KeepsWhatIsInTheListAlready) {

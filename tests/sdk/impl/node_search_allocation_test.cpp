@@ -11,6 +11,8 @@
 #include <functional>
 #include <new>
 
+#include <malloc.h>
+
 namespace {
 
 using qv::i64;
@@ -19,6 +21,7 @@ using qv::i64;
 thread_local i64 allowance = -1;
 thread_local i64 made = 0;
 thread_local i64 live = 0;
+thread_local i64 liveBytes = 0;
 
 void* allocateOrFail(std::size_t size) {
     void* block = allowance == 0 ? nullptr : std::malloc(size != 0 ? size : 1);
@@ -26,11 +29,14 @@ void* allocateOrFail(std::size_t size) {
     if (allowance > 0) --allowance;
     ++made;
     ++live;
+    liveBytes += static_cast<i64>(malloc_usable_size(block));
     return block;
 }
 
 void freeBlock(void* block) noexcept {
-    if (block) --live;
+    if (!block) return;
+    --live;
+    liveBytes -= static_cast<i64>(malloc_usable_size(block));
     std::free(block);
 }
 
@@ -209,6 +215,28 @@ TEST_F(NodeSearchAllocation, Children_PassFailuresOnAndKeepNothing) {
     EXPECT_GT(failEachAllocation([&] { drop(m_root->children(-1)); }), 0);
     EXPECT_GT(failEachAllocation([&] { drop(m_root->children(5)); }), 0);
     EXPECT_GT(failEachAllocation([&] { drop(m_mesh->children(-1)); }), 0);
+}
+
+// Each path goes through `gate`, whose side way is found to lead nowhere while the gate is on the
+// path, and is looked at again for the next. What was noted for one path must not add up.
+TEST_F(NodeSearchAllocation, ManyPaths_AreFoundInBoundedMemory) {
+    tests::NodeGraph graph;
+    Node *start = graph.add("start"), *gate = graph.add("gate");
+    Node *dead = graph.add("dead"), *end = graph.add("end");
+    Node* side = gate;
+    for (int i = 0; i < 100; ++i) {
+        side = graph.addChain(side, 1);
+        tests::NodeGraph::link(side, dead);
+    }
+    tests::NodeGraph::link(side, gate);
+    tests::NodeGraph::link(gate, end);
+    for (int i = 0; i < 2000; ++i)
+        tests::NodeGraph::link(graph.addChain(start, 1), gate);
+    const auto paths = RefersTo<PathIterator>::adopt(start->pathsTo(end, false));
+    i64 early = 0, late = 0;
+    for (int i = 1; paths->next(); ++i)
+        (i <= 100 ? early : late) = liveBytes;
+    EXPECT_LT(late - early, 500'000);
 }
 
 } // namespace
