@@ -9,6 +9,7 @@
 #include "sdk/input.h"
 #include "sdk/lib_info.h"
 #include "sdk/node.h"
+#include "sdk/node_path.h"
 #include "sdk/output.h"
 #include "sdk/path_parser.h"
 #include "sdk/scene.h"

@@ -4,6 +4,8 @@
 #include "sdk/interfaces/i_node.h"
 #include "sdk/interfaces/node_observer.h"
 
+#include "base/vector.h"
+
 namespace qv::kelvo_sdk {
 
 using interfaces::NodeObserver;
@@ -35,6 +37,34 @@ public:
     /// Returns the output of that name; empty, and logged, when there is none.
     [[nodiscard]] Output output(String name) const;
     Output createOutput(String name, AttrType type) const;
+
+    /// Returns the nodes below an "xform", parents first: its children, and down to `depth` levels
+    /// below them (negative: all). Cycles end.
+    [[nodiscard]] ds::Vector<Node> children(i64 depth = 0) const;
+    /// Makes this node the last child; false when it is one already, or `parent` takes none.
+    bool parentTo(const Node& parent) const { return get() && get()->parentTo(parent.get()); }
+    /// Empties the element that links here; false when there is none.
+    bool unparentFrom(const Node& parent) const {
+        return get() && get()->unparentFrom(parent.get());
+    }
+    /// Returns the first chain of nodes that leads to `target`, through "children" or, `allLinks`,
+    /// through every link and connection; empty when there is none. Needs sdk/node_path.h.
+    [[nodiscard]] RefersTo<NodePath> firstPathTo(const Node& target, bool allLinks = false) const;
+
+    /// Returns the nodes that this one depends on, by links and connections, each once.
+    [[nodiscard]] ds::Vector<Node> dependencies() const;
+    /// Tells whether the node, or one that it depends on, changed since it was marked clean.
+    [[nodiscard]] bool dirty() const { return get() && get()->dirty(true); }
+    void setDirty(bool dirty) const {
+        if (get()) get()->setDirty(dirty);
+    }
+    /// Returns a hash of name and inputs, the same on every run, build and machine.
+    [[nodiscard]] u64 hash() const { return get() ? get()->hash({}) : 0; }
+
+    /// Tells whether the node stands for a file: by String inputs "dir", "file" and "ext".
+    [[nodiscard]] bool isPath() const { return get() && get()->isPath(); }
+    [[nodiscard]] String asPath() const { return get() ? get()->asPath() : String(); }
+    bool setPath(String path) const { return get() && get()->setPath(std::move(path)); }
 
     bool subscribe(NodeObserver* observer) const { return get() && get()->subscribe(observer); }
     bool unsubscribe(NodeObserver* observer) const { return get() && get()->unsubscribe(observer); }

@@ -7,9 +7,18 @@
 #include "sdk/impl/node_iterator.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/node_marks.h"
+#include "sdk/node.h"
 
 #include <limits>
 #include <vector>
+
+namespace qv::kelvo_sdk {
+
+ds::Vector<Node> Node::children(i64 depth) const {
+    return get() ? impl::handlesOn(get()->children(depth)) : ds::Vector<Node>();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

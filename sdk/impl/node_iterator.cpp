@@ -1,6 +1,7 @@
 #include "sdk/impl/node_iterator.h"
 
 #include "sdk/impl/node_marks.h"
+#include "sdk/node.h"
 
 #include <algorithm>
 
@@ -34,6 +35,15 @@ INode* NodeIterator::first() {
 
 INode* NodeIterator::next() {
     return m_next < m_nodes.size() ? m_nodes[m_next++] : nullptr;
+}
+
+ds::Vector<kelvo_sdk::Node> handlesOn(NodeIterator* nodes) {
+    const auto held = RefersTo<NodeIterator>::adopt(nodes);
+    ds::Vector<kelvo_sdk::Node> handles;
+    handles.reserve(held->count());
+    for (INode* node = held->first(); node; node = held->next())
+        handles.push_back(kelvo_sdk::Node(node));
+    return handles;
 }
 
 } // namespace qv::kelvo_sdk::impl

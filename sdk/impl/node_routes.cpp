@@ -5,6 +5,16 @@
 
 #include "sdk/impl/path_iterator.h"
 #include "sdk/interfaces/i_scene.h"
+#include "sdk/node.h"
+
+namespace qv::kelvo_sdk {
+
+RefersTo<NodePath> Node::firstPathTo(const Node& target, bool allLinks) const {
+    NodePath* path = get() ? get()->firstPathTo(target.get(), allLinks) : nullptr;
+    return RefersTo<NodePath>::adopt(path);
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

@@ -9,9 +9,18 @@
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/node_marks.h"
 #include "sdk/impl/scene.h"
+#include "sdk/node.h"
 
 #include <utility>
 #include <vector>
+
+namespace qv::kelvo_sdk {
+
+ds::Vector<Node> Node::dependencies() const {
+    return get() ? impl::handlesOn(get()->dependencies(false, false)) : ds::Vector<Node>();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

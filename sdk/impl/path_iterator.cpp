@@ -6,13 +6,6 @@ namespace qv::kelvo_sdk::impl {
 
 using interfaces::INode;
 
-String NodePath::text() const {
-    StringVector names;
-    for (const INode* node : m_nodes)
-        names.push_back(node->name());
-    return names.join("/");
-}
-
 PathIterator::PathIterator(INode* from, StringVector types, bool flag, bool firstOnly)
     : m_start(from, {true, nullptr, std::move(types)}, flag),
       m_search(m_start),

@@ -5,30 +5,11 @@
 #include "base/vector.h"
 #include "sdk/impl/path_search.h"
 #include "sdk/interfaces/forward.h"
+#include "sdk/node_path.h"
 
 #include <optional>
 
 namespace qv::kelvo_sdk::impl {
-
-/// A chain of nodes, each linked from the one before it. The nodes are borrowed.
-class QV_EXPORT NodePath : public RefCounted {
-public:
-    explicit NodePath(ds::Vector<interfaces::INode*> nodes) : m_nodes(std::move(nodes)) {}
-
-    [[nodiscard]] u64 nodeCount() const noexcept { return m_nodes.size(); }
-    /// Returns null out of range; the first is where the search began, the last what it found.
-    [[nodiscard]] interfaces::INode* node(u64 index) const noexcept {
-        return index < m_nodes.size() ? m_nodes[index] : nullptr;
-    }
-    [[nodiscard]] interfaces::INode* last() const noexcept { return m_nodes.back(); }
-    /// Returns the number of links: one less than there are nodes.
-    [[nodiscard]] u64 length() const noexcept { return m_nodes.size() - 1; }
-    /// Returns the names of the nodes: "room/lamp/bulb".
-    [[nodiscard]] String text() const;
-
-private:
-    ds::Vector<interfaces::INode*> m_nodes;
-};
 
 /// Yields the paths from a node to others, one by one as they are asked for, depth first in input
 /// order; no path meets a node twice. Created with one reference, owned by the caller. The graph

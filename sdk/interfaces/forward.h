@@ -14,13 +14,13 @@ enum class AttrType : i32;
 class EvalCtx;
 class Input;
 class Node;
+class NodePath;
 class Output;
 
 namespace impl {
 struct AttrData;
 class NodeIterator;
 class PathIterator;
-class NodePath;
 } // namespace impl
 
 namespace interfaces {

@@ -91,8 +91,9 @@ public:
     virtual bool setPath(String path) = 0;
 
     /// Returns the nodes below an "xform", parents first; `depth` 0 gives direct children, N goes
-    /// N levels below them, negative all the way. The caller owns the iterator. Cycles need a
-    /// limit.
+    /// N levels below them, negative all the way. The caller owns the iterator. Cycles end
+    /// by themselves, but with a limit the work grows with it. An "xform" below that has no input
+    /// "children" gets an empty one, with a line in the log.
     virtual impl::NodeIterator* children(i64 depth) const = 0;
     /// Returns the position in the parent's "children", or -1 not linked, -2 elements are no nodes,
     /// -3 not an array, -4 no such input, -5 null.
@@ -109,8 +110,8 @@ public:
     virtual impl::PathIterator* pathsTo(INode* target, bool flag) const = 0;
     virtual impl::PathIterator* pathsTo(String name, bool flag) const = 0;
     /// Returns the first path, with one reference for the caller, or null.
-    virtual impl::NodePath* firstPathTo(INode* target, bool flag) const = 0;
-    virtual impl::NodePath* firstPathTo(String name, bool flag) const = 0;
+    virtual NodePath* firstPathTo(INode* target, bool flag) const = 0;
+    virtual NodePath* firstPathTo(String name, bool flag) const = 0;
 
     /// Returns the path of the definition file of the node's library.
     [[nodiscard]] virtual String nodeDefPath() const = 0;

@@ -104,7 +104,7 @@ TEST(InterfaceOrder, Iterators) {
         placeOf<void()>(&impl::PathIterator::incRef),
         placeOf<void()>(&impl::PathIterator::decRef),
         placeOf<u64()>(&impl::PathIterator::count),
-        placeOf<impl::NodePath*()>(&impl::PathIterator::current),
+        placeOf<NodePath*()>(&impl::PathIterator::current),
     }));
 }
 
