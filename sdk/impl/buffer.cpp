@@ -105,7 +105,8 @@ void Buffer::resize(u64 count) {
 }
 
 u64 Buffer::hash() const noexcept {
-    if (!m_block) return 1;
+    // Equal to no buffer at all.
+    if (type() == DataType::Null && count() == 0) return 1;
     if (const u64 known = m_block->hash.load(std::memory_order_relaxed)) return known;
     const u64 seed = hashMix(static_cast<u64>(m_block->type), m_block->count);
     const u64 hash = std::max<u64>(hashBytes(m_block->elements(), m_block->bytes(), seed), 1);

@@ -189,6 +189,9 @@ public:
     bool disconnect() override;
     /// For the scene alone, when the linked node leaves: drops the link, telling observers.
     void clearLink();
+    /// For the scene alone, when the owning node comes in: links made before become known, at any
+    /// depth.
+    void rememberLinks();
 
 private:
     friend class Output;

@@ -54,9 +54,12 @@ u64 Input::computeHash(const StringVector& skip, bool& lasting) const {
     return nonZero(hash);
 }
 
+// What holds an input of unknown hash has none either.
 void Input::dropHash() noexcept {
-    for (Input* input = this; input; input = input->m_parent)
+    for (Input* input = this; input; input = input->m_parent) {
+        if (input->m_hash.load(std::memory_order_relaxed) == 0) return;
         input->m_hash.store(0, std::memory_order_relaxed);
+    }
 }
 
 } // namespace qv::kelvo_sdk::impl

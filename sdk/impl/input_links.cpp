@@ -2,10 +2,7 @@
 
 #include "sdk/impl/connection_loop.h"
 #include "sdk/impl/conversion.h"
-#include "sdk/impl/input_extras.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/output.h"
-#include "sdk/impl/scene.h"
+#include "sdk/impl/node_links.h"
 
 #include "base/log.h"
 
@@ -77,15 +74,25 @@ void Input::sourceDied(Output* output) {
     if (m_node) m_node->onInputConnected(this, output, nullptr);
 }
 
-// Keeps the place of this input among those that link to a node of a scene.
+// Keeps the place of this input among those that link to a node. A node that has no scene yet may
+// come into the one of this input.
 void Input::linkTo(INode* node) {
-    auto* scene = node ? static_cast<Scene*>(node->scene()) : nullptr;
+    IScene* known = node ? node->scene() : nullptr;
+    if (node && !known && m_node) known = m_node->scene();
+    auto* scene = static_cast<Scene*>(known);
     if (!scene && !m_extras) return;
     Link& link = extras().link;
     if (link.table) link.table->remove(link);
     if (!scene) return;
     link.input = this;
     scene->links().add(link, node);
+}
+
+void Input::rememberLinks() {
+    INode* linked = linkedNode(*this);
+    if (linked && !(m_extras && m_extras->link.table)) linkTo(linked);
+    for (IInput* member : members())
+        static_cast<Input*>(member)->rememberLinks();
 }
 
 // The node leaves the scene, so that even a read-only input lets it go.

@@ -70,6 +70,8 @@ bool Scene::addNode(Node* node) {
     node->incRef();
     node->setScene(this);
     if (!free.equals(name)) node->setName(std::move(free));
+    for (IInput* input : node->inputs())
+        static_cast<Input*>(input)->rememberLinks();
     if (m_dirtyCache) m_dirtyCache->added(*node);
     setDirty();
     tellObservers(node, [node](SceneObserver& observer) { observer.nodeAdded(node); });

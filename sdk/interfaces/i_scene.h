@@ -45,7 +45,8 @@ public:
     virtual bool unsubscribe(SceneObserver* observer) = 0;
 
     /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
-    /// in, instead of searching at each query; off at the start.
+    /// in, instead of searching at each query; off at the start. Counts what nodes of this scene
+    /// do: changes of free nodes and of other scenes go unnoticed.
     virtual void setDirtyStateCached(bool cached) = 0;
 };
 

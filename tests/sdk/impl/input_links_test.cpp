@@ -251,5 +251,26 @@ TEST_F(InputLinks, LongChain_ConnectsFromEitherEnd) {
     EXPECT_FALSE(in(chain.front())->connect(out(chain.back())));
 }
 
+TEST_F(InputLinks, LinkMadeBeforeItsTargetCameIn_IsClearedWhenThatLeaves) {
+    auto late = RefersTo<Node>::adopt(new Node(nullptr, "thing", "late"));
+    auto* link = static_cast<Input*>(m_a->createInput("link", AttrType::Node));
+    ASSERT_TRUE(link->setNode(late.get()));
+    ASSERT_TRUE(m_scene->addNode(late.get()));
+    ASSERT_TRUE(m_scene->removeNode(late.get()));
+    EXPECT_EQ(link->value().asNode(), nullptr);
+}
+
+TEST_F(InputLinks, LinkMadeBeforeItsOwnerCameIn_IsClearedWhenItsTargetLeaves) {
+    auto first = RefersTo<Node>::adopt(new Node(nullptr, "thing", "first"));
+    auto second = RefersTo<Node>::adopt(new Node(nullptr, "thing", "second"));
+    IInput* object = first->createInput("object", AttrType::Object);
+    auto* link = static_cast<Input*>(object->createInput("link", AttrType::Node));
+    ASSERT_TRUE(link->setNode(second.get()));
+    ASSERT_TRUE(m_scene->addNode(first.get()));
+    ASSERT_TRUE(m_scene->addNode(second.get()));
+    ASSERT_TRUE(m_scene->removeNode(second.get()));
+    EXPECT_EQ(link->value().asNode(), nullptr);
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl

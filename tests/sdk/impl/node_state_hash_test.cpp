@@ -389,5 +389,16 @@ TEST_F(NodeStateHash, LiteralValueWithoutNames_IsTheSameEverywhere) {
     EXPECT_EQ(m_a->hash(kNameless), 0x1440260550fa8d76u);
 }
 
+TEST(NodeHash, EmptyBuffers_HashEqualHoweverTheyCameToBe) {
+    Node a(nullptr, "thing", "a"), b(nullptr, "thing", "b");
+    IInput* fresh = a.createInput("x", AttrType::Buffer);
+    IInput* emptied = b.createInput("x", AttrType::Buffer);
+    const u8 byte = 1;
+    ASSERT_TRUE(emptied->setBuffer({DataType::Byte, &byte, 1}));
+    ASSERT_TRUE(emptied->setBuffer({DataType::Null, nullptr, 0}));
+    EXPECT_TRUE(static_cast<Input*>(fresh)->value() == static_cast<Input*>(emptied)->value());
+    EXPECT_EQ(a.hash(kNameless), b.hash(kNameless));
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl
