@@ -8,8 +8,7 @@ namespace qv::ascii {
 
 bool isIdentifier(std::string_view text) noexcept {
     if (text.empty() || isDigit(text.front())) return false;
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return isLetter(c) || isDigit(c) || c == '_'; });
+    return std::all_of(text.begin(), text.end(), continuesIdentifier);
 }
 
 bool equalsNoCase(std::string_view a, std::string_view b) noexcept {

@@ -24,6 +24,10 @@ namespace qv::ascii {
 [[nodiscard]] constexpr bool isDigit(char c) noexcept {
     return c >= '0' && c <= '9';
 }
+/// Tells whether an identifier may have the character behind its first.
+[[nodiscard]] constexpr bool continuesIdentifier(char c) noexcept {
+    return isLetter(c) || isDigit(c) || c == '_';
+}
 [[nodiscard]] constexpr char toLower(char c) noexcept {
     return isUpper(c) ? static_cast<char>(c + ('a' - 'A')) : c;
 }

@@ -22,7 +22,8 @@ public:
 private:
     char* m_block = nullptr;
     u64 m_used;
-    u64 m_size;
+    u64 m_size = 0;
+    u64 m_left;
 };
 
 } // namespace qv

@@ -19,11 +19,11 @@ struct Step {
 // Takes an identifier off the front.
 bool takeName(std::string_view& rest, Step& step) {
     u64 length = 0;
-    while (length < rest.size() && rest[length] != '.' && rest[length] != '[')
+    while (length < rest.size() && ascii::continuesIdentifier(rest[length]))
         ++length;
     step.name = rest.substr(0, length);
     rest.remove_prefix(length);
-    return ascii::isIdentifier(step.name);
+    return length != 0 && !ascii::isDigit(step.name[0]);
 }
 
 // Reads the number of an element, in the one way that paths write it.

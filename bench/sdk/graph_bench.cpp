@@ -10,7 +10,6 @@ namespace {
 
 using namespace kelvo_sdk;
 using impl::NodeIterator;
-using impl::NodePath;
 using impl::PathIterator;
 using interfaces::IInput;
 using interfaces::INode;

@@ -40,6 +40,7 @@ public:
     /// Calls `visit(Input&)` for each input that links to the node; no link may change meanwhile.
     template<typename Visit>
     void forEach(const interfaces::INode* target, const Visit& visit) const {
+        if (m_first.empty()) return;
         const auto entry = m_first.find(target);
         if (entry == m_first.end()) return;
         const Link* link = entry->second;

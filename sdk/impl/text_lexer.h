@@ -8,6 +8,9 @@
 
 namespace qv::kelvo_sdk::impl {
 
+/// Stands at both ends of a text that is taken as it is.
+inline constexpr std::string_view rawMark = "\"\"\"";
+
 /// Walks over a text that is read, which it borrows: lines, `#` comments, identifiers, quoted
 /// texts.
 ///
@@ -84,6 +87,11 @@ public:
     /// Escapes are \" \\ \n \r \t \0 and \xNN for any byte. A quoted text ends on its line.
     bool quoted(String& out, const char*& problem);
 
+    /// Takes a text between two marks `rawMark`, line by line as it stands: without a line break behind
+    /// the first mark and in front of the last, and without the indentation that all lines share.
+    /// False when it is not closed; the lexer stays then. Needs such a mark here.
+    bool raw(String& out);
+
     /// Describes what stands here for a message: "'abc'", "the end of the line".
     [[nodiscard]] String found() const;
 
@@ -94,7 +102,7 @@ public:
         return ascii::isLetter(c) || c == '_';
     }
     [[nodiscard]] static constexpr bool continuesIdentifier(char c) noexcept {
-        return ascii::isLetter(c) || ascii::isDigit(c) || c == '_';
+        return ascii::continuesIdentifier(c);
     }
 
 private:
