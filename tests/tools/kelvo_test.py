@@ -14,9 +14,13 @@ class CommandLine(ToolTest):
 
     def test_help_names_every_command(self):
         text = self.expect(0, "--help")
-        for command in ("show", "get", "set", "check", "stats", "import"):
-            self.assertRegex(text, rf"(?m)^  {command} ")
-            self.assertIn("Usage: kelvo " + command, self.expect(0, command, "--help"))
+        commands = ("show", "get", "set", "check", "stats", "paths", "deps", "hash", "find",
+                    "explain", "graph", "import")
+        listed = text.split("\nSubcommands:\n")[1].split("\n\n")[0]
+        self.assertEqual(tuple(re.findall(r"(?m)^  (\w+)", listed)), commands)
+        for command in commands:
+            with self.subTest(command):
+                self.assertIn(f"\nUsage: kelvo {command} ", self.expect(0, command, "--help"))
 
     def test_wrong_calls_are_told_in_one_line(self):
         calls = (

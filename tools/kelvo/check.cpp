@@ -74,8 +74,6 @@ private:
     u64 m_warnings = 0;
 };
 
-} // namespace
-
 Status runCheck(const String& file, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(file, scene)) return Status::Fault;
@@ -87,6 +85,13 @@ Status runCheck(const String& file, Terminal& out) {
     out.write(", ").write(counted(found.errors(), "error").view());
     out.write(", ").write(counted(found.warnings(), "warning").view()).endLine();
     return found.errors() == 0 ? Status::Ok : Status::Fault;
+}
+
+} // namespace
+
+void addCheck(CommandLine& line) {
+    auto [command, file] = line.add("check", "Tell all that is wrong with a scene", &runCheck);
+    command.addFile(file);
 }
 
 } // namespace qv::kelvo_tool

@@ -16,6 +16,15 @@ namespace {
 
 using kelvo_sdk::interfaces::INode;
 
+struct DepsOptions {
+    String file;
+    String node;
+    /// The nodes that depend on the node, instead of those that it depends on.
+    bool downstream = false;
+    bool asTree = false;
+    bool countOnly = false;
+};
+
 void printName(const INode& node, Terminal& out) {
     out.write(Tone::Name, node.name().view()).write(" (");
     out.write(Tone::Kind, node.type().view()).write(")");
@@ -99,8 +108,6 @@ void printList(const Neighbourhood& neighbourhood, INode& start, Terminal& out) 
     }
 }
 
-} // namespace
-
 Status runDeps(const DepsOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
@@ -119,6 +126,18 @@ Status runDeps(const DepsOptions& options, Terminal& out) {
     else
         printList(neighbourhood, *node.get(), out);
     return Status::Ok;
+}
+
+} // namespace
+
+void addDeps(CommandLine& line) {
+    auto [command, options] =
+        line.add("deps", "Print what a node depends on, and through what", &runDeps);
+    command.addFile(options.file);
+    command.add("NODE", options.node, "Node to start from").required();
+    command.add("--downstream", options.downstream, "What depends on the node instead");
+    const Argument tree = command.add("--tree", options.asTree, "As a tree");
+    command.add("--count", options.countOnly, "The number of nodes").excludes(tree);
 }
 
 } // namespace qv::kelvo_tool

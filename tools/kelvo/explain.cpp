@@ -18,6 +18,11 @@ namespace {
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
 
+struct ExplainOptions {
+    String file;
+    String path;
+};
+
 constexpr std::size_t mostNames = 8;
 
 bool isWithin(const IInput* input, const IInput& outer) {
@@ -138,15 +143,13 @@ private:
     std::vector<INode*> m_downstream;
 };
 
-} // namespace
-
-Status runExplain(const String& file, const String& path, Terminal& out) {
+Status runExplain(const ExplainOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(file, scene)) return Status::Fault;
+    if (!loadScene(options.file, scene)) return Status::Fault;
     Address address;
     String error;
-    if (!findAddress(scene, path, Append::Refused, address, error)) {
-        complain(displayed(file) + ": " + error);
+    if (!findAddress(scene, options.path, Append::Refused, address, error)) {
+        complain(displayed(options.file) + ": " + error);
         return Status::Usage;
     }
     Explainer explainer(scene, *address.node.get(), out);
@@ -155,6 +158,15 @@ Status runExplain(const String& file, const String& path, Terminal& out) {
     else
         explainer.explainNode();
     return Status::Ok;
+}
+
+} // namespace
+
+void addExplain(CommandLine& line) {
+    auto [command, options] =
+        line.add("explain", "Tell where a value comes from and what depends on it", &runExplain);
+    command.addFile(options.file);
+    command.add("PATH", options.path, "As node, node.input or node.array[3].member").required();
 }
 
 } // namespace qv::kelvo_tool

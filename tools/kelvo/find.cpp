@@ -20,6 +20,19 @@ using kelvo_sdk::interfaces::IInputContainer;
 using kelvo_sdk::interfaces::INode;
 using kelvo_sdk::interfaces::IOutput;
 
+struct FindOptions {
+    String file;
+    /// Path with wildcards; see `Wildcard`.
+    String pattern;
+    /// Type or base of a node, or kind of an input.
+    std::optional<String> type;
+    /// See `ValueFilter`.
+    std::optional<String> value;
+    bool nodesOnly = false;
+    bool inputsOnly = false;
+    bool countOnly = false;
+};
+
 /// What has to be true of what is found.
 struct Query {
     Wildcard path;
@@ -125,7 +138,15 @@ String nothingFound(const FindOptions& options) {
     return text + ".";
 }
 
-} // namespace
+constexpr const char* patternHelp =
+    "PATTERN is compared with the whole path of each node (\"lamp\") and input\n"
+    "(\"lamp.shade.stops[1]\"), without regard to case:\n"
+    "  *     any run of characters within a step; steps end at '.', '[' and ']'\n"
+    "  ?     one character within a step\n"
+    "  **    any run across steps; a.**.b is a.b too\n"
+    "So \"*\" is every node, \"*.*\" every input of a node, \"lamp.**\" all below lamp,\n"
+    "\"**.weights[*]\" every element of an array weights.\n\n"
+    "Exit status: 1 when nothing is found, 2 when PATTERN is none.";
 
 Status runFind(const FindOptions& options, Terminal& out) {
     Query query;
@@ -143,6 +164,28 @@ Status runFind(const FindOptions& options, Terminal& out) {
     if (finder.found() != 0) return Status::Ok;
     complain(displayed(options.file) + ": " + nothingFound(options));
     return Status::Fault;
+}
+
+} // namespace
+
+void addFind(CommandLine& line) {
+    auto [command, options] =
+        line.add("find", "Find nodes and inputs by path, type or value", &runFind);
+    command.addNote(patternHelp);
+    command.addFile(options.file);
+    command.add("PATTERN", options.pattern, "Path with wildcards").required();
+    command.add("--type", options.type,
+                "Type or base of a node, or kind of an input, as Real or Array<Node>;\n"
+                "with * and ?, without regard to case");
+    const Argument value =
+        command.add("--value", options.value,
+                    "Inputs with this value as text, with * and ? (\\* for the character), or "
+                    "with a\nnumber that is so: '<1', '<=1', '>1', '>=1' or '=1'. A connected "
+                    "input has the\nvalue stored in it");
+    const Argument nodes = command.add("--nodes", options.nodesOnly, "Nodes alone");
+    command.add("--inputs", options.inputsOnly, "Inputs alone").excludes(nodes);
+    nodes.excludes(value);
+    command.add("--count", options.countOnly, "The number alone");
 }
 
 } // namespace qv::kelvo_tool

@@ -7,13 +7,20 @@
 
 namespace qv::kelvo_tool {
 
-Status runGet(const String& file, const String& path, Terminal& out) {
+namespace {
+
+struct GetOptions {
+    String file;
+    String path;
+};
+
+Status runGet(const GetOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(file, scene)) return Status::Fault;
+    if (!loadScene(options.file, scene)) return Status::Fault;
     Address address;
     String error;
-    if (!findAddress(scene, path, Append::Refused, address, error)) {
-        complain(displayed(file) + ": " + error);
+    if (!findAddress(scene, options.path, Append::Refused, address, error)) {
+        complain(displayed(options.file) + ": " + error);
         return Status::Usage;
     }
     if (address.input.get())
@@ -21,6 +28,15 @@ Status runGet(const String& file, const String& path, Terminal& out) {
     else
         out.write(address.node->serialize(false, false).view());
     return Status::Ok;
+}
+
+} // namespace
+
+void addGet(CommandLine& line) {
+    auto [command, options] =
+        line.add("get", "Print the value at a path, or a node as text", &runGet);
+    command.addFile(options.file);
+    command.add("PATH", options.path, "As node, node.input or node.array[3].member").required();
 }
 
 } // namespace qv::kelvo_tool

@@ -13,6 +13,19 @@ namespace qv::kelvo_tool {
 
 namespace {
 
+struct GraphOptions {
+    String file;
+    /// Its ending tells whether it becomes DOT, SVG or PNG.
+    String outFile = "-";
+    /// The node whose neighbourhood is drawn; without it: all nodes.
+    std::optional<String> around;
+    /// Edges from it that a neighbour may be away, not negative.
+    i64 depth = 2;
+    /// Of "hierarchy", "links" and "connections"; none: all.
+    StringVector only;
+    bool noIcons = false;
+};
+
 constexpr std::array<const char*, edgeSortCount> sortNames{"hierarchy", "links", "connections"};
 
 // All of them when none is named.
@@ -56,7 +69,7 @@ bool limit(const kelvo_sdk::Scene& scene, const GraphOptions& options, SceneGrap
         error = displayed(options.file) + ": " + noSuchNode(scene, *options.around);
         return false;
     }
-    graph.drawAround(center.get(), options.depth);
+    graph.drawAround(center.get(), static_cast<u64>(options.depth));
     return true;
 }
 
@@ -75,8 +88,6 @@ Status told(Status status, const String& error) {
     return status;
 }
 
-} // namespace
-
 Status runGraph(const GraphOptions& options, Terminal& out) {
     String error;
     Format format{};
@@ -88,12 +99,34 @@ Status runGraph(const GraphOptions& options, Terminal& out) {
     SceneGraph graph(scene, sorts);
     if (!limit(scene, options, graph, error)) return told(Status::Usage, error);
     String text;
-    if (!draw(graph, format, options.icons, text, error)) return told(Status::Fault, error);
+    if (!draw(graph, format, !options.noIcons, text, error)) return told(Status::Fault, error);
     if (isStream(options.outFile))
         out.write(text.view());
     else if (!writeFile(options.outFile, text.view(), error))
         return told(Status::Fault, error);
     return Status::Ok;
+}
+
+} // namespace
+
+void addGraph(CommandLine& line) {
+    auto [command, options] =
+        line.add("graph", "Draw nodes and what leads from one to another", &runGraph);
+    command.addFile(options.file);
+    command.add("-o", options.outFile,
+                "OUT.dot or OUT.gv; OUT.svg or OUT.png, drawn by Graphviz;\n"
+                "DOT on the standard output by default");
+    const Argument around =
+        command.add("--around", options.around, "Node whose neighbourhood alone is drawn");
+    command.add("--depth", options.depth, "Edges that a neighbour may be away, 2 by default")
+        .notNegative()
+        .needs(around);
+    command
+        .add("--only", options.only,
+             "Of hierarchy, links and connections, with commas between; without the\n"
+             "nodes that none of these edges touches")
+        .split(',');
+    command.add("--no-icons", options.noIcons, "No icons in pictures");
 }
 
 } // namespace qv::kelvo_tool

@@ -9,6 +9,14 @@ namespace qv::kelvo_tool {
 
 namespace {
 
+struct HashOptions {
+    String file;
+    /// Without it: all nodes and the scene.
+    std::optional<String> node;
+    StringVector skippedTypes;
+    bool ignoreNames = false;
+};
+
 // Leaves out the nodes that are skipped, so that the lists of two files tell of the same nodes.
 void printHashes(const kelvo_sdk::Scene& scene, const StringVector& skip, Terminal& out) {
     for (u64 i = 0; i < scene.nodeCount() && !out.isClosed(); ++i) {
@@ -19,8 +27,6 @@ void printHashes(const kelvo_sdk::Scene& scene, const StringVector& skip, Termin
     }
     out.write("hash: ").write(Tone::Value, hashText(sceneHash(scene, skip)).view()).endLine();
 }
-
-} // namespace
 
 Status runHash(const HashOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
@@ -38,6 +44,16 @@ Status runHash(const HashOptions& options, Terminal& out) {
     }
     out.write(Tone::Value, hashText(node->hash(skip)).view()).endLine();
     return Status::Ok;
+}
+
+} // namespace
+
+void addHash(CommandLine& line) {
+    auto [command, options] = line.add("hash", "Print hashes, to compare scenes by", &runHash);
+    command.addFile(options.file);
+    command.add("NODE", options.node, "Node; by default every node and the scene");
+    command.add("--skip", options.skippedTypes, "Types of nodes that count as nothing");
+    command.add("--ignore-names", options.ignoreNames, "Let types stand for nodes' names");
 }
 
 } // namespace qv::kelvo_tool

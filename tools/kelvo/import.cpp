@@ -1,7 +1,6 @@
 #include "tools/kelvo/commands.h"
 
 #ifdef KELVO_HAS_IMPORT
-
 #include "tools/import/isolated.h"
 #include "tools/import/model_import.h"
 #include "tools/kelvo/document.h"
@@ -9,10 +8,18 @@
 #include "tools/kelvo/progress_line.h"
 
 #include <string>
+#endif
 
 namespace qv::kelvo_tool {
 
 namespace {
+
+struct ImportOptions {
+    String model;
+    String outFile = "-";
+};
+
+#ifdef KELVO_HAS_IMPORT
 
 using model_import::Report;
 
@@ -47,8 +54,6 @@ Status importAndSave(const ImportOptions& options, Terminal& out) {
     return Status::Ok;
 }
 
-} // namespace
-
 // A model may be made to crash its reader or to keep it busy for ever; then the process of its own
 // ends and not this one.
 Status runImport(const ImportOptions& options, Terminal& out) {
@@ -71,17 +76,21 @@ Status runImport(const ImportOptions& options, Terminal& out) {
     return Status::Fault;
 }
 
-} // namespace qv::kelvo_tool
-
 #else
-
-namespace qv::kelvo_tool {
 
 Status runImport(const ImportOptions&, Terminal&) {
     complain("this build has no import of models.");
     return Status::Usage;
 }
 
-} // namespace qv::kelvo_tool
-
 #endif
+
+} // namespace
+
+void addImport(CommandLine& line) {
+    auto [command, options] = line.add("import", "Make a scene of a model file", &runImport);
+    command.add("MODEL", options.model, "Model file").required();
+    command.add("-o", options.outFile, "Scene file, the standard output by default");
+}
+
+} // namespace qv::kelvo_tool

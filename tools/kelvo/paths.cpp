@@ -14,6 +14,19 @@ namespace {
 using kelvo_sdk::impl::PathIterator;
 using kelvo_sdk::interfaces::INode;
 
+struct PathsOptions {
+    String file;
+    String from;
+    std::optional<String> to;
+    /// Without `to`: the types of the nodes to reach; none: every node.
+    StringVector types;
+    /// Through every link and connection, not only through children.
+    bool allLinks = false;
+    u64 limit = 1000;
+    bool firstOnly = false;
+    bool countOnly = false;
+};
+
 String numberText(u64 number) {
     return String(std::string_view(std::to_string(number)));
 }
@@ -51,8 +64,6 @@ void printPaths(PathIterator& paths, const PathsOptions& options, Terminal& out)
              " paths are shown (see --limit).");
 }
 
-} // namespace
-
 Status runPaths(const PathsOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
@@ -74,6 +85,28 @@ Status runPaths(const PathsOptions& options, Terminal& out) {
     }
     if (!options.countOnly) printPaths(*paths.get(), options, out);
     return Status::Ok;
+}
+
+} // namespace
+
+void addPaths(CommandLine& line) {
+    auto [command, options] =
+        line.add("paths", "Print the chains of nodes that lead to others", &runPaths);
+    command.addNote(
+        "Paths come depth first and meet no node twice; --count says \"at least\" where it\n"
+        "ends. Exit status: 1 when there is no path, 2 when a node is unknown.");
+    command.addFile(options.file);
+    command.add("FROM", options.from, "Node to start from").required();
+    const Argument to = command.add("TO", options.to, "Node to reach, all by default");
+    command.add("--type", options.types, "Types of the nodes to reach").excludes(to);
+    command.add("--all", options.allLinks, "Every link and connection, not only children");
+    const Argument limit =
+        command.add("--limit", options.limit, "Most paths to print").positive().showDefault();
+    const Argument first =
+        command.add("--first", options.firstOnly, "The first path alone").excludes(limit);
+    command.add("--count", options.countOnly, "The number of paths, counted up to 100000")
+        .excludes(limit)
+        .excludes(first);
 }
 
 } // namespace qv::kelvo_tool

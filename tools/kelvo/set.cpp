@@ -13,6 +13,14 @@ using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
 using kelvo_sdk::Scene;
 
+struct SetOptions {
+    String file;
+    /// Each "path=value".
+    StringVector assignments;
+    /// Empty: the file itself.
+    String outFile;
+};
+
 /// Keeps what the library says while it lives: the reason why it refuses something.
 class Reason {
 public:
@@ -75,8 +83,6 @@ bool applyAssignment(const Scene& scene, const String& assignment, String& error
     return true;
 }
 
-} // namespace
-
 Status runSet(const SetOptions& options, Terminal& out) {
     const Scene scene = Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
@@ -90,6 +96,20 @@ Status runSet(const SetOptions& options, Terminal& out) {
     if (!allSet) return Status::Usage;
     const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
     return saveScene(scene, target, out) ? Status::Ok : Status::Fault;
+}
+
+} // namespace
+
+void addSet(CommandLine& line) {
+    auto [command, options] =
+        line.add("set", "Set values, all or none, and write the scene", &runSet);
+    command.addFile(options.file);
+    command
+        .add("PATH=VALUE", options.assignments,
+             "Texts without quotes, a node by its name (nothing: no node);\n"
+             "array[+] adds an element")
+        .required();
+    command.add("-o", options.outFile, "Where to write, FILE itself by default");
 }
 
 } // namespace qv::kelvo_tool

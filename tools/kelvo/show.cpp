@@ -3,6 +3,7 @@
 #include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/hierarchy.h"
+#include "tools/kelvo/tree_guides.h"
 #include "tools/kelvo/value_summary.h"
 
 #include <algorithm>
@@ -18,6 +19,13 @@ using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 using kelvo_sdk::interfaces::INode;
 using kelvo_sdk::interfaces::IOutput;
+
+struct ShowOptions {
+    String file;
+    /// Levels below the nodes at the top; negative: all.
+    i64 depth = -1;
+    bool nodesAlone = false;
+};
 
 /// Prints nodes as a tree, each with its inputs once. Walks without recursion.
 class TreePrinter {
@@ -37,21 +45,20 @@ private:
     struct Step {
         std::vector<INode*> children;
         std::size_t next = 0;
+
+        [[nodiscard]] bool isDone() const { return next == children.size(); }
     };
 
-    // A line that begins with thousands of guides helps nobody.
-    static constexpr std::size_t deepestGuide = 40;
     static constexpr u64 mostHeld = 8;
 
     void goOn() {
         Step& step = m_way.back();
-        if (step.next == step.children.size()) {
+        if (step.isDone()) {
             m_way.pop_back();
             return;
         }
         const INode& child = *step.children[step.next++];
-        const bool isLast = step.next == step.children.size();
-        printNode(child, isLast ? "└─ " : "├─ ");
+        printNode(child, step.isDone() ? "└─ " : "├─ ");
     }
 
     // Prints a node and goes down to its children, but for those that were shown already.
@@ -73,17 +80,13 @@ private:
         m_out.endLine();
         if (isCut) children.clear();
         m_way.push_back({std::move(children)});
-        if (m_options.values) printAttributes(node);
+        if (!m_options.nodesAlone) printAttributes(node);
         if (m_way.back().children.empty()) m_way.pop_back();
     }
 
     // What stands in front of a line that is `levels` below the top.
     [[nodiscard]] std::string guides(std::size_t levels) const {
-        std::string text;
-        for (std::size_t i = 0; i < std::min(levels, deepestGuide); ++i)
-            text += m_way[i].next == m_way[i].children.size() ? "   " : "│  ";
-        if (levels > deepestGuide) text += "(" + std::to_string(levels) + ") ";
-        return text;
+        return treeGuides(levels, [this](std::size_t i) { return m_way[i].isDone(); });
     }
 
     void printAttributes(const INode& node) {
@@ -133,13 +136,20 @@ private:
     std::vector<Step> m_way;
 };
 
-} // namespace
-
 Status runShow(const ShowOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
     TreePrinter(scene, options, out).print();
     return Status::Ok;
+}
+
+} // namespace
+
+void addShow(CommandLine& line) {
+    auto [command, options] = line.add("show", "Print the hierarchy as a tree", &runShow);
+    command.addFile(options.file);
+    command.add("--depth", options.depth, "Levels below the top, all by default").notNegative();
+    command.add("--no-values", options.nodesAlone, "Nodes alone, without inputs and outputs");
 }
 
 } // namespace qv::kelvo_tool

@@ -88,8 +88,6 @@ void printCounts(const Counts& counts, u64 nodes, const Hierarchy& hierarchy, Te
     printCount(out, "depth", hierarchy.levels());
 }
 
-} // namespace
-
 Status runStats(const String& file, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(file, scene)) return Status::Fault;
@@ -97,6 +95,13 @@ Status runStats(const String& file, Terminal& out) {
     printCounts(counts, scene.nodeCount(), Hierarchy(scene), out);
     out.write("hash: ").write(Tone::Value, hashText(sceneHash(scene, {})).view()).endLine();
     return Status::Ok;
+}
+
+} // namespace
+
+void addStats(CommandLine& line) {
+    auto [command, file] = line.add("stats", "Print counts, sizes and the scene's hash", &runStats);
+    command.addFile(file);
 }
 
 } // namespace qv::kelvo_tool
