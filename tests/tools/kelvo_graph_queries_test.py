@@ -16,6 +16,11 @@ def diamonds(count):
     return scene(*nodes, xform(f"t{count}"))
 
 
+def placed(name, matrix, *children):
+    """Makes a node with a matrix, given as its numbers."""
+    return xform(name, *children)[:-1] + f"    Mat4 matrix = ({matrix})\n}}"
+
+
 def chain(count):
     """Makes a chain of nodes from n0 to n<count>."""
     return scene(*(xform(f"n{i}", f"n{i + 1}") for i in range(count)), xform(f"n{count}"))
@@ -47,6 +52,7 @@ class CommandLine(ToolTest):
             (["paths", "a.kns", "room", "--limit", "-1"], "--limit"),
             (["paths", "a.kns", "room", "--limit", "5", "--first"], "--limit excludes --first"),
             (["paths", "a.kns", "room", "--count", "--first"], "--first excludes --count"),
+            (["paths", "a.kns", "room", "--matrix", "--count"], "--count excludes --matrix"),
             (["deps", "a.kns"], "NODE is required"),
             (["deps", "a.kns", "room", "--tree", "--count"], "--tree excludes --count"),
             (["hash"], "FILE is required"),
@@ -94,6 +100,18 @@ class Paths(ToolTest):
                                 (["mesh", "light"], "room/lamp\nroom/desk\n")):
             with self.subTest(types):
                 self.expect(0, "paths", "a.kns", "room", "--type", *types, out=expected)
+
+    def test_matrices_along_a_path_are_multiplied_from_its_end(self):
+        moved = "1 0 0 0  0 1 0 0  0 0 1 0  1 2 3 1"
+        doubled = "2 0 0 0  0 2 0 0  0 0 2 0  0 0 0 1"
+        both = "2 0 0 0  0 2 0 0  0 0 2 0"
+        for outer, inner, expected in ((moved, doubled, f"({both}  1 2 3 1)"),
+                                       (doubled, moved, f"({both}  2 4 6 1)")):
+            with self.subTest(outer):
+                given = scene(placed("a", outer, "b"), placed("b", inner, "c"),
+                              'node light "c" {\n}')
+                self.expect(0, "paths", "-", "a", "--matrix", given=given,
+                            out=f"a/b {expected}\na/b/c {expected}\n")
 
     def test_all_goes_through_links_and_connections(self):
         self.expect(0, "paths", "a.kns", "room", "wood", "--all",

@@ -1,6 +1,8 @@
 #include "tools/kelvo/commands.h"
 
 #include "sdk/impl/path_iterator.h"
+#include "sdk/impl/value_text.h"
+#include "sdk/node_path.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
@@ -11,6 +13,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
+using kelvo_sdk::NodePath;
 using kelvo_sdk::impl::PathIterator;
 using kelvo_sdk::interfaces::INode;
 
@@ -25,6 +28,8 @@ struct PathsOptions {
     u64 limit = 1000;
     bool firstOnly = false;
     bool countOnly = false;
+    /// With the product of the matrices along each path.
+    bool matrices = false;
 };
 
 String numberText(u64 number) {
@@ -50,11 +55,18 @@ String total(PathIterator& paths) {
     return count < PathIterator::maxCount ? number : "at least " + number;
 }
 
+void printPath(const NodePath& path, bool withMatrix, Terminal& out) {
+    out.write(Tone::Name, path.text().view());
+    if (withMatrix)
+        out.write(" ").write(Tone::Value, kelvo_sdk::impl::valueToText(path.matrix()).view());
+    out.endLine();
+}
+
 void printPaths(PathIterator& paths, const PathsOptions& options, Terminal& out) {
     const u64 limit = options.firstOnly ? 1 : options.limit;
     u64 printed = 0;
     do {
-        out.write(Tone::Name, paths.current()->text().view()).endLine();
+        printPath(*paths.current(), options.matrices, out);
         ++printed;
     } while (printed < limit && !out.isClosed() && paths.next());
     if (options.firstOnly || out.isClosed() || !paths.next()) return;
@@ -104,9 +116,15 @@ void addPaths(CommandLine& line) {
         command.add("--limit", options.limit, "Most paths to print").positive().showDefault();
     const Argument first =
         command.add("--first", options.firstOnly, "The first path alone").excludes(limit);
-    command.add("--count", options.countOnly, "The number of paths, counted up to 100000")
-        .excludes(limit)
-        .excludes(first);
+    const Argument count =
+        command.add("--count", options.countOnly, "The number of paths, counted up to 100000")
+            .excludes(limit)
+            .excludes(first);
+    command
+        .add("--matrix", options.matrices,
+             "The product of the matrices along each path too, which takes points\n"
+             "of its last node to the space that FROM stands in")
+        .excludes(count);
 }
 
 } // namespace qv::kelvo_tool
