@@ -1,103 +1,115 @@
 #include "sdk/impl/knd_html_writer.h"
 
+#include "sdk/impl/help_example.h"
+#include "sdk/impl/help_rows.h"
+#include "sdk/impl/knd_html_frame.h"
+#include "sdk/impl/knd_html_inputs.h"
+#include "sdk/impl/knd_html_text.h"
+
 #include "base/string_io.h"
 #include "base/string_vector.h"
 
-#include <string_view>
-
 namespace qv::kelvo_sdk::impl {
 
-using interfaces::IInput;
 using interfaces::INode;
-using interfaces::IOutput;
 
 namespace {
 
-void escape(StringIO& out, std::string_view text) {
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            out.append("&amp;");
-            break;
-        case '<':
-            out.append("&lt;");
-            break;
-        case '>':
-            out.append("&gt;");
-            break;
-        case '"':
-            out.append("&quot;");
-            break;
-        case '\'':
-            out.append("&#39;");
-            break;
-        default:
-            out.append(c);
-        }
+constexpr u64 iconSide = 72;
+
+void appendType(StringIO& out, const String& type, const KndHtmlLinks& links) {
+    const String page = links.pageOf ? links.pageOf(type) : String();
+    if (!page.isEmpty()) {
+        out.append("<a href=\"");
+        html::appendText(out, page);
+        out.append("\">");
+    }
+    html::appendElement(out, "code", type);
+    if (!page.isEmpty()) out.append("</a>");
+}
+
+template<typename Types>
+void appendTypes(StringIO& out, const Types& types, const KndHtmlLinks& links) {
+    bool isFirst = true;
+    for (const String& type : types) {
+        if (!isFirst) out.append(", ");
+        appendType(out, type, links);
+        isFirst = false;
     }
 }
 
-void element(StringIO& out, std::string_view tag, std::string_view text) {
-    out.append('<').append(tag).append('>');
-    escape(out, text);
-    out.append("</").append(tag).append('>');
-}
-
-void writeHead(StringIO& out, std::string_view title) {
-    out.append("<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n");
-    element(out, "title", title);
-    out.append("\n</head>\n<body>\n");
-}
-
-void writeInputs(StringIO& out, const INode& node) {
-    if (node.inputCount() == 0) return;
-    out.append("<h2>Inputs</h2>\n<table>\n<tr><th>Name</th><th>Label</th><th>Kind</th>"
-               "<th>Unit</th><th>Help</th></tr>\n");
-    for (u64 i = 0; i < node.inputCount(); ++i) {
-        const IInput& input = *node.input(i);
-        out.append("<tr>");
-        element(out, "td", input.name());
-        element(out, "td", input.label("auto"));
-        element(out, "td", input.typeName());
-        element(out, "td", input.unit());
-        element(out, "td", input.help("auto"));
-        out.append("</tr>\n");
+void appendHeader(StringIO& out, const INode& node, const KndHtmlLinks& links) {
+    out.append("<header>\n");
+    html::appendIcon(out, node.svgIcon(true), iconSide);
+    out.append("<div>\n");
+    html::appendElement(out, "h1", node.label("auto"));
+    out.append("\n<p class=\"type\">");
+    html::appendElement(out, "code", node.type());
+    if (const StringVector bases = node.bases(); !bases.empty()) {
+        out.append(" based on ");
+        appendTypes(out, bases, links);
     }
-    out.append("</table>\n");
+    if (node.isAbstract()) out.append(" <span class=\"tag\">abstract</span>");
+    if (node.isInternal()) out.append(" <span class=\"tag\">internal</span>");
+    out.append("</p>\n</div>\n</header>\n");
 }
 
-void writeOutputs(StringIO& out, const INode& node) {
-    if (node.outputCount() == 0) return;
-    out.append("<h2>Outputs</h2>\n<table>\n<tr><th>Name</th><th>Kind</th></tr>\n");
-    for (u64 i = 0; i < node.outputCount(); ++i) {
-        const IOutput& output = *node.output(i);
-        out.append("<tr>");
-        element(out, "td", output.name());
-        element(out, "td", output.typeName());
-        out.append("</tr>\n");
-    }
-    out.append("</table>\n");
+// An abstract type has no nodes of its own to show.
+void appendExample(StringIO& out, const INode& node) {
+    if (node.isAbstract()) return;
+    out.append("<section aria-labelledby=\"example\">\n<h2 id=\"example\">Example</h2>\n"
+               "<pre tabindex=\"0\" role=\"region\" aria-label=\"Example in scene text\">");
+    html::appendElement(out, "code", helpExample(node));
+    out.append("</pre>\n</section>\n");
+}
+
+void appendDerived(StringIO& out, const KndHtmlLinks& links) {
+    if (links.derived.empty()) return;
+    out.append("<section aria-labelledby=\"derived\">\n"
+               "<h2 id=\"derived\">Types based on this</h2>\n<p>");
+    appendTypes(out, links.derived, links);
+    out.append("</p>\n</section>\n");
+}
+
+void appendArticle(StringIO& out, const INode& node, const KndHtmlLinks& links) {
+    out.append("<article class=\"kelvo-help\">\n");
+    appendHeader(out, node, links);
+    html::appendParagraphs(out, node.help("auto"));
+    html::appendInputs(out, helpPages(node));
+    html::appendOutputs(out, node);
+    appendExample(out, node);
+    appendDerived(out, links);
+    out.append("</article>\n");
+}
+
+void appendWayBack(StringIO& out, const KndHtmlLinks& links) {
+    if (links.index.isEmpty()) return;
+    out.append("<nav aria-label=\"Site\"><a href=\"");
+    html::appendText(out, links.index);
+    out.append("\">");
+    html::appendText(out, links.indexText);
+    out.append("</a></nav>\n");
 }
 
 } // namespace
 
 String KndHtmlWriter::nodeHtml(kelvo_sdk::Node handle, bool page) {
+    if (page) return sitePage(std::move(handle), {});
     if (!handle) return {};
-    const INode& node = *handle;
-    const String label = node.label("auto");
     StringIO out;
-    if (page) writeHead(out, label);
-    element(out, "h1", label);
-    out.append('\n');
-    element(out, "p", node.typeDesc());
-    out.append('\n');
-    if (const String help = node.help("auto"); !help.isEmpty()) {
-        element(out, "p", help);
-        out.append('\n');
-    }
-    writeInputs(out, node);
-    writeOutputs(out, node);
-    if (page) out.append("</body>\n</html>\n");
+    appendArticle(out, *handle, {});
+    return out.take();
+}
+
+String KndHtmlWriter::sitePage(kelvo_sdk::Node handle, const KndHtmlLinks& links) {
+    if (!handle) return {};
+    StringIO out;
+    html::openPage(out, handle->label("auto"));
+    appendWayBack(out, links);
+    out.append("<main>\n");
+    appendArticle(out, *handle, links);
+    out.append("</main>\n");
+    html::closePage(out);
     return out.take();
 }
 

@@ -1,7 +1,7 @@
 #include "tools/kelvo/graph_icons.h"
 
 #include "base/string_io.h"
-#include "tools/kelvo/graph_safe_svg.h"
+#include "sdk/impl/safe_svg.h"
 
 #include <string_view>
 
@@ -56,7 +56,7 @@ u64 GraphIcons::add(const kelvo_sdk::interfaces::INode& node) {
     const String icon = node.svgIcon(false);
     const auto [place, isNew] = m_places.emplace(icon, none);
     if (!isNew || icon.isEmpty()) return place->second;
-    const String safe = safeSvg(icon);
+    const String safe = kelvo_sdk::impl::safeSvg(icon);
     if (safe.isEmpty()) {
         ++m_refused;
         return none;

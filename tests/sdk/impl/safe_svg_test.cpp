@@ -1,4 +1,4 @@
-#include "tools/kelvo/graph_safe_svg.h"
+#include "sdk/impl/safe_svg.h"
 
 #include "sdk/impl/missing_icon.h"
 
@@ -9,7 +9,7 @@
 namespace {
 
 using qv::String;
-using qv::kelvo_tool::safeSvg;
+using qv::kelvo_sdk::impl::safeSvg;
 
 constexpr const char* named = R"(<svg xmlns="http://www.w3.org/2000/svg">)";
 

@@ -1,4 +1,4 @@
-#include "tools/kelvo/graph_safe_svg.h"
+#include "sdk/impl/safe_svg.h"
 
 #include "base/string_io.h"
 #include "sdk/impl/utf8.h"
@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace qv::kelvo_tool {
+namespace qv::kelvo_sdk::impl {
 
 namespace {
 
@@ -192,8 +192,7 @@ private:
 
 String safeSvg(const String& icon) {
     const string_view text = icon.view();
-    if (text.size() > mostBytes || kelvo_sdk::impl::utf8::firstFault(text) != text.size())
-        return {};
+    if (text.size() > mostBytes || utf8::firstFault(text) != text.size()) return {};
     Scanner scanner(text);
     if (!scanner.scan()) return {};
     if (scanner.isNamed()) return String(scanner.root());
@@ -201,4 +200,4 @@ String safeSvg(const String& icon) {
     return String(start) + " xmlns=\"" + svgNames + "\"" + scanner.root().substr(start.size());
 }
 
-} // namespace qv::kelvo_tool
+} // namespace qv::kelvo_sdk::impl

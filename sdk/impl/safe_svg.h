@@ -1,8 +1,9 @@
 #pragma once
 
+#include "base/export.h"
 #include "base/string.h"
 
-namespace qv::kelvo_tool {
+namespace qv::kelvo_sdk::impl {
 
 /// Returns the root element of an icon, or nothing for what is not plain SVG: shapes, groups,
 /// gradients and texts, which come to an end, run nothing and load nothing.
@@ -10,6 +11,6 @@ namespace qv::kelvo_tool {
 /// Refused are scripts and handlers, animations, style sheets, references to other than gradients
 /// inside, entities, texts with faults, and what is larger or deeper than an icon has to be. What
 /// stands before the root, such as a document type without declarations, is cut off.
-[[nodiscard]] String safeSvg(const String& icon);
+[[nodiscard]] QV_EXPORT String safeSvg(const String& icon);
 
-} // namespace qv::kelvo_tool
+} // namespace qv::kelvo_sdk::impl
