@@ -75,6 +75,17 @@ Value typicalValue(const Input& input) {
     return last.type() == input.type() ? last : input.value();
 }
 
+bool saysNothing(const Value& value) {
+    return value.type() == AttrType::String && value.asString().isEmpty();
+}
+
+void appendType(const String& type, StringIO& out) {
+    if (type.isSimpleCID())
+        out.append(type.view());
+    else
+        writeQuoted(type.view(), out);
+}
+
 String nodeName(const INode& node) {
     const String name = node.name();
     return name.isEmpty() ? node.type() + "1" : name;
@@ -82,13 +93,15 @@ String nodeName(const INode& node) {
 
 String typicalExample(const INode& node) {
     StringIO out;
-    out.append("node ").append(node.type().view()).append(' ');
+    out.append("node ");
+    appendType(node.type(), out);
+    out.append(' ');
     writeQuoted(nodeName(node).view(), out);
     out.append(" {\n");
     u64 written = 0;
     for (u64 i = 0; i < node.inputCount() && written < typicalInputs; ++i) {
         const auto& input = static_cast<const Input&>(*node.input(i));
-        if (!isTypical(input)) continue;
+        if (!isTypical(input) || saysNothing(typicalValue(input))) continue;
         out.append("    ").append(attrTypeName(input.type())).append(' ');
         out.append(input.ownName().view()).append(" = ");
         writeValue(typicalValue(input), out);

@@ -28,12 +28,18 @@ u64 memberRows(const IInput& input) {
     return std::min(input.inputCount(), mostElements);
 }
 
+// A label that comes from the name alone is spelt as words.
+String labelOf(const IInput& input) {
+    const String label = input.label("auto");
+    return label.equalsNoCase(input.name()) ? label.replace("_", " ", true, false) : label;
+}
+
 HelpRow rowOf(const IInput& input, u32 depth) {
     HelpRow row;
     row.depth = depth;
     const bool isElement = input.parent() && input.parent()->type() == AttrType::Array;
     row.name = isElement ? "[" + input.name() + "]" : input.name();
-    row.label = isElement ? String() : input.label("auto");
+    row.label = isElement ? String() : labelOf(input);
     row.kind = helpKind(input.typeName());
     row.unit = input.unit();
     row.help = input.help("auto");

@@ -56,22 +56,26 @@ constexpr std::string_view tables =
     R"(table { width: 100%; border-collapse: collapse; background: var(--card);
   border: 1px solid var(--line); font-size: .925rem; table-layout: fixed; }
 th, td { text-align: left; vertical-align: top; padding: .5rem .7rem; overflow-wrap: anywhere; }
-thead th { background: var(--band); font-size: .8rem; color: var(--soft); font-weight: 600; }
+thead th { background: var(--band); font-size: .8rem; color: var(--soft); font-weight: 600;
+  overflow-wrap: normal; }
 tbody tr { border-top: 1px solid var(--line); }
 tbody th { font-weight: 600; }
-tbody th > code { display: block; font-weight: 400; color: var(--soft); }
+tbody th > span { display: inline-block; margin-right: .5em; }
+tbody th code { font-weight: 400; color: var(--soft); }
+.outputs th code { color: inherit; font-weight: 600; }
 tbody th[scope=rowgroup] { background: var(--mark); padding-block: .35rem; }
 td p { margin: 0 0 .4rem; }
 td p:last-child { margin: 0; }
 td ul { list-style: none; margin: 0; padding: 0; display: flex; flex-wrap: wrap; gap: .1rem .6rem; }
 td ul code { background: var(--code); border-radius: 4px; padding: 0 .3em; }
 .range + ul { margin-top: .3rem; }
-.d1 > span, .d2 > span, .d3 > span, .d4 > span { display: block; padding-left: .7rem;
-  border-left: 2px solid var(--line); }
-.d2 > span { margin-left: .9rem; } .d3 > span { margin-left: 1.8rem; }
-.d4 > span { margin-left: 2.7rem; }
+.d1 { padding-left: 1.6rem; } .d2 { padding-left: 2.5rem; } .d3 { padding-left: 3.4rem; }
+.d4 { padding-left: 4.3rem; }
+tbody th[class*=" d"] { position: relative; }
+tbody th[class*=" d"]::before { content: ""; position: absolute; inset-block: .4rem;
+  margin-left: -.75rem; border-left: 2px solid var(--line); }
 tr:target { background: var(--mark); }
-.c-kind { width: 11%; } .c-default { width: 15%; } .c-range { width: 17%; } .c-unit { width: 7%; }
+.c-kind { width: 11%; } .c-default { width: 15%; } .c-range { width: 17%; } .c-unit { width: 7.5%; }
 .c-name { width: 21%; }
 .outputs .c-name { width: 35%; } .outputs .c-kind { width: auto; }
 pre { background: var(--code); border: 1px solid var(--line); border-radius: 6px; margin: 0;
@@ -92,22 +96,30 @@ constexpr std::string_view devices = R"(@media (max-width: 46rem) {
   tbody tr.group { border: 0; background: none; padding: .5rem 0 0; margin: 0 0 .4rem; }
   tbody th[scope=rowgroup] { background: none; }
   th, td { padding: 0; }
-  tbody td { display: grid; grid-template-columns: 5.2rem 1fr; gap: .6rem; margin-top: .25rem; }
-  tbody td::before { content: attr(data-h); color: var(--soft); font-size: .8rem;
-    line-height: 1.9; }
-  tbody td:empty { display: none; }
-  tbody td.c-help { display: block; margin-top: .45rem; }
+  table [class^="c-"] { width: auto; padding: 0; }
+  tbody tr { display: flex; flex-wrap: wrap; gap: .15rem 1.1rem; align-items: baseline; }
+  tbody th, td.c-help { flex-basis: 100%; }
+  tbody td { font-size: .9rem; }
+  tbody td::before { content: attr(data-h) " "; color: var(--soft); font-size: .8rem; }
   tbody td.c-help::before { content: none; }
-  tbody td.c-help:empty { display: none; }
-  tr.in1 { margin-left: .8rem; } tr.in2 { margin-left: 1.6rem; } tr.in3 { margin-left: 2.4rem; }
-  .d1 > span, .d2 > span, .d3 > span, .d4 > span { padding: 0; border: 0; margin: 0; }
+  tbody td:empty { display: none; }
+  td ul { display: inline-flex; }
+  tbody .in1 { margin-left: .8rem; } tbody .in2 { margin-left: 1.6rem; }
+  tbody .in3, tbody .in4 { margin-left: 2.4rem; }
+  tbody th[class*=" d"]::before { content: none; }
 }
 @media print {
   :root { color-scheme: light; --page: #fff; --card: #fff; --ink: #000; --soft: #444; --line: #aaa;
     --band: #eee; --code: #f4f4f4; --link: #000; --mark: #eee; --warm: #000; }
   @page { margin: 16mm; }
   body { font-size: 10pt; }
-  main { max-width: none; padding: 0; }
+  main { max-width: none; padding: 0 1px; }
+  h1 { font-size: 20pt; } h2 { font-size: 13pt; margin-top: 16pt; }
+  h3 { font-size: 11pt; margin-top: 10pt; }
+  table { font-size: 8.5pt; line-height: 1.4; }
+  th, td { padding: 3pt 4pt; }
+  thead th { font-size: 8pt; }
+  .d1 { padding-left: 14pt; } .d2 { padding-left: 22pt; } .d3, .d4 { padding-left: 30pt; }
   nav, .search { display: none; }
   article > header { padding-top: 0; }
   h2, h3 { break-after: avoid; }

@@ -62,6 +62,16 @@ TEST_F(HelpExample, NamelessNode_IsCalledAfterItsType) {
     EXPECT_STREQ(helpExample(node).buf(), "node light \"light1\" {\n}\n");
 }
 
+TEST_F(HelpExample, EmptyTexts_AreNoExample) {
+    m_node.createInput("note", AttrType::String);
+    EXPECT_STREQ(helpExample(m_node).buf(), "node light \"lamp\" {\n}\n");
+}
+
+TEST_F(HelpExample, TypeThatIsNoIdentifier_IsQuoted) {
+    const Node node(nullptr, "a <b>", "");
+    EXPECT_STREQ(helpExample(node).buf(), "node \"a <b>\" \"a <b>1\" {\n}\n");
+}
+
 TEST_F(HelpExample, Example_ReadsBack) {
     m_node.createInput("width", AttrData::withDefault(0.5));
     m_node.createInput("color", AttrType::Rgba);

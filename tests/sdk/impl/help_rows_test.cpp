@@ -59,6 +59,11 @@ TEST_F(HelpRows, Input_IsDescribed) {
     EXPECT_TRUE(row.isReadOnly);
 }
 
+TEST_F(HelpRows, LabelFromTheName_IsSpeltAsWords) {
+    m_node.createInput("beam_width", AttrType::Real);
+    EXPECT_STREQ(only().label.buf(), "Beam Width");
+}
+
 TEST_F(HelpRows, Default_IsTheDescribedOneWhateverTheValue) {
     m_node.createInput("width", AttrData::withDefault(2.0))->setReal(7);
     EXPECT_STREQ(only().defaultText.buf(), "2");

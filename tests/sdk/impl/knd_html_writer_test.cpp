@@ -113,7 +113,7 @@ TEST_F(KndHtml, Input_IsARowOfTheTable) {
     m_node.createInput("table_width", data);
     EXPECT_TRUE(says(
         "<tr role=\"row\" id=\"input-table_width\"><th role=\"rowheader\" scope=\"row\" "
-        "class=\"c-name\"><span>Table_Width</span><span><code>table_width</code></span></th>"
+        "class=\"c-name\"><span>Table Width</span><span><code>table_width</code></span></th>"
         "<td role=\"cell\" class=\"c-kind\" data-h=\"Kind\"><code>Real</code></td>"
         "<td role=\"cell\" class=\"c-default\" data-h=\"Default\"><code>0.5</code></td>"
         "<td role=\"cell\" class=\"c-range\" data-h=\"Range\"><span class=\"range\">0 to 1</span>"

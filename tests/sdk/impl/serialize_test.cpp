@@ -44,6 +44,19 @@ TEST_F(Serialize, Writer_TakesTheFlagsTheOtherWayRound) {
     EXPECT_STREQ(out.buf(), kChangedA);
 }
 
+TEST_F(Serialize, Writer_AppendsToWhatIsThere) {
+    StringIO out;
+    out.append("# first\n");
+    serialize(m_b, out, false, false);
+    EXPECT_STREQ(out.buf(), (String("# first\n") + kB).buf());
+}
+
+TEST_F(Serialize, NoNode_WritesNothing) {
+    StringIO out;
+    serialize(nullptr, out, true, true);
+    EXPECT_TRUE(out.isEmpty());
+}
+
 TEST_F(Serialize, CyclesOfLinks_AreWrittenOnce) {
     m_b->createInput("back", AttrType::Node)->setNode(m_a);
     EXPECT_STREQ(m_a->serialize(true, false).buf(),
