@@ -6,6 +6,7 @@ String Diagnostic::text() const {
     const String place =
         String::format("%s:%llu:%llu: ", source.buf(), static_cast<unsigned long long>(line),
                        static_cast<unsigned long long>(column));
+    if (!type.isEmpty()) return place + "type '" + type + "': " + message;
     if (node.isEmpty()) return place + message;
     return place + "node '" + node + "': " + message;
 }

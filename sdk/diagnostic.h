@@ -17,8 +17,10 @@ struct QV_EXPORT Diagnostic {
     /// A whole sentence: what was found and expected, and the nearest known name where one is
     /// likely.
     String message;
+    /// The node type concerned, in a text of node types.
+    String type = {};
 
-    /// Returns "source:line:column: node 'name': message".
+    /// Returns "source:line:column: node 'name': message"; "type 'name'" in a text of node types.
     [[nodiscard]] String text() const;
 };
 

@@ -46,17 +46,20 @@ Value& slotOf(AttrDetails& details, TreeSlot slot, u32 choice) {
 
 } // namespace
 
-SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : m_tree(tree), m_scene(scene) {}
+SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : SceneBuilder(tree) {
+    m_scene = &scene;
+}
+
+SceneBuilder::SceneBuilder(SceneTree& tree)
+    : m_tree(tree), m_inputs(tree.inputs.size()), m_outputs(tree.outputs.size()) {}
 
 SceneBuilder::~SceneBuilder() = default;
 
 void SceneBuilder::build() {
-    m_inputs.resize(m_tree.inputs.size());
-    m_outputs.resize(m_tree.outputs.size());
     m_nodes.reserve(m_tree.nodes.size());
     for (const TreeNode& node : m_tree.nodes)
         m_nodes.push_back(makeNode(node));
-    const EditGroup group(m_scene);
+    const EditGroup group(*m_scene);
     try {
         addNodes();
     } catch (...) {
@@ -65,25 +68,46 @@ void SceneBuilder::build() {
     }
 }
 
+RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
+    const NamePool& names = m_tree.names;
+    return RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+}
+
+void SceneBuilder::addCopy(const IInput& input, Node& node) {
+    const auto& from = static_cast<const Input&>(input);
+    auto copy = RefersTo<IInput>::adopt(from.clone(&node, nullptr));
+    appendToList(node.m_inputs, copy.get());
+    std::ignore = copy.detach();
+}
+
+void SceneBuilder::addCopy(const IOutput& output, Node& node) {
+    auto copy = RefersTo<IOutput>::adopt(static_cast<const Output&>(output).clone(&node));
+    node.m_outputs.push_back(copy.get());
+    std::ignore = copy.detach();
+}
+
 RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
     const NamePool& names = m_tree.names;
-    auto node =
-        RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+    auto node = makeEmptyNode(from);
     if (from.baseCount != 0 || from.isAbstract || from.isInternal) {
         StringVector bases;
         for (u32 i = 0; i < from.baseCount; ++i)
             bases.push_back(names.text(m_tree.bases[from.firstBase + i]));
         node->setBases(std::move(bases), from.isAbstract, from.isInternal);
     }
-    node->m_inputs.reserve(from.inputCount);
+    makeAttributes(from, *node);
+    return node;
+}
+
+void SceneBuilder::makeAttributes(const TreeNode& from, Node& node) {
+    node.m_inputs.reserve(node.m_inputs.size() + from.inputCount);
     for (u32 i = from.firstInput; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
-        auto input = RefersTo<Input>::adopt(makeInput(i, *node, nullptr));
-        appendToList(node->m_inputs, input.get());
+        auto input = RefersTo<Input>::adopt(makeInput(i, node, nullptr));
+        appendToList(node.m_inputs, input.get());
         std::ignore = input.detach();
     }
-    makeOutputs(from, *node);
-    node->m_dirty = true;
-    return node;
+    makeOutputs(from, node);
+    node.m_dirty = true;
 }
 
 // Returns the input with one reference, for whoever holds it.
@@ -118,7 +142,7 @@ void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& holder)
 }
 
 void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
-    node.m_outputs.reserve(from.outputCount);
+    node.m_outputs.reserve(node.m_outputs.size() + from.outputCount);
     for (u32 i = from.firstOutput; i < from.firstOutput + from.outputCount; ++i) {
         const TreeOutput& output = m_tree.outputs[i];
         const String& name = m_tree.names.text(output.name);
@@ -131,7 +155,7 @@ void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
 
 void SceneBuilder::addNodes() {
     for (const RefersTo<Node>& node : m_nodes)
-        m_scene.addNode(node.get());
+        m_scene->addNode(node.get());
     for (const TreeLink& from : m_tree.links)
         link(from);
     for (const TreeConnection& from : m_tree.connections)
@@ -168,7 +192,7 @@ void SceneBuilder::connect(const TreeConnection& from) {
 }
 
 void SceneBuilder::addComments() {
-    SceneComments& comments = m_scene.comments();
+    SceneComments& comments = m_scene->comments();
     for (u64 i = 0; i < m_tree.nodes.size(); ++i)
         if (const TreeExtras* extras = m_tree.extrasOf(m_tree.nodes[i].extras))
             comments.set(m_nodes[i].get(), extras->comments);
@@ -184,18 +208,18 @@ void SceneBuilder::addComments() {
 void SceneBuilder::addFileComments() {
     Comments& added = m_tree.file;
     if (added.isEmpty()) return;
-    Comments file = m_scene.comments().file();
+    Comments file = m_scene->comments().file();
     file.leading += added.leading.view();
     file.inner += added.inner.view();
     if (file.opening.isEmpty()) file.opening = std::move(added.opening);
-    m_scene.comments().setFile(std::move(file));
+    m_scene->comments().setFile(std::move(file));
 }
 
 // Removes what was added. What an observer throws now is lost: there is an exception on its way.
 void SceneBuilder::takeBack() noexcept {
     for (const RefersTo<Node>& node : m_nodes) {
         try {
-            m_scene.removeNode(node.get());
+            m_scene->removeNode(node.get());
         } catch (...) {
             continue;
         }

@@ -21,11 +21,25 @@ class SceneBuilder {
 public:
     /// Borrows both; the tree's values move into the scene.
     SceneBuilder(SceneTree& tree, Scene& scene);
+    /// For nodes made one by one.
+    explicit SceneBuilder(SceneTree& tree);
     ~SceneBuilder();
     SceneBuilder(const SceneBuilder&) = delete;
     SceneBuilder& operator=(const SceneBuilder&) = delete;
 
     void build();
+
+    // For nodes that belong to no scene.
+
+    /// Returns a node of the type and name, without attributes.
+    [[nodiscard]] RefersTo<Node> makeEmptyNode(const TreeNode& from) const;
+    /// Append a copy of an attribute of another node, unheard.
+    static void addCopy(const interfaces::IInput& input, Node& node);
+    static void addCopy(const interfaces::IOutput& output, Node& node);
+    void makeAttributes(const TreeNode& from, Node& node);
+    /// Return what was made of an attribute of the tree, null for none.
+    [[nodiscard]] const Input* input(u32 index) const { return m_inputs[index]; }
+    [[nodiscard]] const Output* output(u32 index) const { return m_outputs[index]; }
 
 private:
     [[nodiscard]] RefersTo<Node> makeNode(const TreeNode& from);
@@ -41,7 +55,8 @@ private:
     void takeBack() noexcept;
 
     SceneTree& m_tree;
-    Scene& m_scene;
+    // Null when there is none.
+    Scene* m_scene = nullptr;
     // By their positions in the tree.
     std::vector<RefersTo<Node>> m_nodes;
     std::vector<Input*> m_inputs;

@@ -15,10 +15,14 @@ constexpr std::string_view kVersion = "1";
 
 } // namespace
 
-// The names of the kinds come first, so that a kind is the number of its name.
 SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
                          TextErrors& errors)
-    : m_lexer(text), m_limits(limits), m_tree(tree), m_errors(errors) {
+    : SceneParser(text, limits, tree, errors, TextForm()) {}
+
+SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
+                         TextErrors& errors, const TextForm& form)
+    : m_lexer(text), m_limits(limits), m_form(form), m_tree(tree), m_errors(errors) {
+    // The names of the kinds come first, so that a kind is the number of its name.
     // About as many as attributes of the usual length, so that most texts need no more.
     m_tree.inputs.reserve(std::min<u64>(text.size() / 24, 1 << 16));
     for (u32 type = 0; type < attrTypeCount; ++type)
@@ -40,7 +44,7 @@ void SceneParser::parse() {
         m_node = noTreeIndex;
         const bool isNode = startsNode();
         if (!isNode) {
-            failExpecting("'node'");
+            failExpecting("'" + std::string(m_form.part) + "'");
             m_namesAreMissing = true;
         }
         if (!isNode || !parseNode(std::move(leading))) skipToNode();
@@ -49,15 +53,15 @@ void SceneParser::parse() {
     m_tree.file.inner = std::move(leading);
 }
 
-// A text without the header line is a piece of a scene.
+// A text without the header line is a piece of one.
 bool SceneParser::parseHeader(String& leading) {
     const u64 start = m_lexer.offset();
     if (m_lexer.peekIdentifier() != "kelvo") return true;
     std::ignore = m_lexer.identifier();
     m_lexer.skipBlanks();
-    if (m_lexer.peekIdentifier() != "scene")
-        return fail(start, "This is no scene text: its first line is not 'kelvo scene " +
-                               String(kVersion) + "'.");
+    if (m_lexer.peekIdentifier() != m_form.header)
+        return fail(start, "This is no " + String(m_form.name) + ": its first line is not 'kelvo " +
+                               String(m_form.header) + " " + String(kVersion) + "'.");
     std::ignore = m_lexer.identifier();
     m_lexer.skipBlanks();
     const u64 at = m_lexer.offset();
@@ -80,8 +84,9 @@ bool SceneParser::parseNode(String&& leading) {
     std::ignore = m_lexer.identifier();
     if (m_tree.nodes.size() >= m_limits.nodes)
         return fail(m_lexer.offset(),
-                    String::format("There are more than %llu nodes.",
-                                   static_cast<unsigned long long>(m_limits.nodes)));
+                    String::format("There are more than %llu %ss.",
+                                   static_cast<unsigned long long>(m_limits.nodes),
+                                   m_form.part.data()));
     TreeNode node;
     Comments comments;
     comments.leading = std::move(leading);
@@ -180,8 +185,9 @@ void SceneParser::knowNode(const TreeNode& node) {
     }
     const u64 other = m_tree.nodes[byName[folded]].offset;
     const u64 line = LineCounter(m_lexer.text()).placeOf(other).line;
-    fail(node.offset, String::format("The name '%s' is taken by the node in line %llu.",
-                                     m_nodeName.buf(), static_cast<unsigned long long>(line)));
+    fail(node.offset,
+         String::format("The name '%s' is taken by the %s in line %llu.", m_nodeName.buf(),
+                        m_form.part.data(), static_cast<unsigned long long>(line)));
 }
 
 // Reads attributes up to the '}' and behind it.

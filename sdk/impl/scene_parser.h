@@ -6,7 +6,7 @@
 
 #include "base/string_io.h"
 
-#include <array>
+#include <span>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -14,6 +14,18 @@ namespace qv::kelvo_sdk::impl {
 struct ParseLimits {
     u32 depth = 200;
     u64 nodes = 1'000'000;
+};
+
+/// How a text that is made of nodes differs from others like it.
+struct TextForm {
+    /// In the header line, behind "kelvo".
+    std::string_view header = "scene";
+    std::string_view name = "scene text";
+    /// What a part starts with, and what it is called.
+    std::string_view part = "node";
+    /// Words that lines of a part start with, beside kinds.
+    std::span<const std::string_view> words = {};
+    std::string_view lineStarts = "a kind, 'output' or '}'";
 };
 
 /// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar).
@@ -30,13 +42,20 @@ public:
     /// Borrows everything; needs an empty tree.
     SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
                 TextErrors& errors);
+    virtual ~SceneParser() = default;
+    SceneParser(const SceneParser&) = delete;
+    SceneParser& operator=(const SceneParser&) = delete;
 
     /// Reads the whole text.
     void parse();
     /// Tells whether an error kept a node or an output from being known by name.
     [[nodiscard]] bool namesAreMissing() const noexcept { return m_namesAreMissing; }
 
-private:
+protected:
+    // For texts of another form.
+    SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
+                TextErrors& errors, const TextForm& form);
+
     // Attributes of a node or object, as a list of siblings.
     struct Body {
         // Where its '{' is.
@@ -52,7 +71,7 @@ private:
 
     bool parseHeader(String& leading);
     bool parseNode(String&& leading);
-    bool parseNodeHead(TreeNode& node);
+    virtual bool parseNodeHead(TreeNode& node);
     bool parseTypes(TreeNode& node);
     bool parseType(u32& out);
     bool parseNodeName(TreeNode& node);
@@ -60,8 +79,8 @@ private:
     bool parseNodeBody(TreeNode& node, Comments& comments);
     void knowNode(const TreeNode& node);
     bool parseBody(Body& body, u32 depth);
-    void checkDuplicates(const Body& body);
-    void checkDuplicateOutputs(const TreeNode& node);
+    virtual void checkDuplicates(const Body& body);
+    virtual void checkDuplicateOutputs(const TreeNode& node);
 
     // ---- Lines -----------------------------------------------------------------------------
 
@@ -83,6 +102,8 @@ private:
     // ---- Attributes ------------------------------------------------------------------------
 
     bool parseLine(Body& body, String&& leading, u32 depth);
+    // Reads the line of a part that starts with one of the form's own words, behind that word.
+    virtual bool parseWord(std::string_view word, String&& leading);
     bool parseInput(Body& body, const TreeKind& kind, String&& leading, u32 depth);
     bool parseOutput(String&& leading);
     bool parseKind(TreeKind& kind);
@@ -117,6 +138,7 @@ private:
 
     TextLexer m_lexer;
     ParseLimits m_limits;
+    TextForm m_form;
     SceneTree& m_tree;
     TextErrors& m_errors;
     bool m_namesAreMissing = false;

@@ -2,6 +2,7 @@
 #include "sdk/impl/scene_parser.h"
 #include "sdk/impl/value_text.h"
 
+#include <algorithm>
 #include <tuple>
 
 // ---- Attributes ----------------------------------------------------------------------------
@@ -12,11 +13,13 @@ namespace {
 
 constexpr std::string_view kNameRule = "a name (a letter or '_', then letters, digits and '_')";
 
-String unknownKind(std::string_view word) {
+String unknownKind(std::string_view word, std::span<const std::string_view> words) {
     NearName near(word);
     for (u32 type = 0; type < attrTypeCount; ++type)
         near.offer(attrTypeName(static_cast<AttrType>(type)));
     near.offer("output");
+    for (const std::string_view known : words)
+        near.offer(known);
     return "Unknown kind '" + String(word) + "'" + near.question();
 }
 
@@ -45,11 +48,16 @@ bool SceneParser::parseLine(Body& body, String&& leading, u32 depth) {
         m_namesAreMissing = true;
         return false;
     }
-    if (word == "output") return fail(offset, "Only nodes have outputs.");
+    if (word == "output") return fail(offset, "Only " + String(m_form.part) + "s have outputs.");
+    if (word.empty()) return failExpecting(body.isNode ? m_form.lineStarts : "a kind or '}'");
+    if (body.isNode && std::ranges::find(m_form.words, word) != m_form.words.end())
+        return parseWord(word, std::move(leading));
     TreeKind kind;
-    if (word.empty())
-        return failExpecting(body.isNode ? "a kind, 'output' or '}'" : "a kind or '}'");
     return finishKind(offset, word, kind) && parseInput(body, kind, std::move(leading), depth);
+}
+
+bool SceneParser::parseWord(std::string_view word, String&& /*leading*/) {
+    return fail(m_lexer.offset() - word.size(), unknownKind(word, {}));
 }
 
 bool SceneParser::parseInput(Body& body, const TreeKind& kind, String&& leading, u32 depth) {
@@ -108,7 +116,7 @@ bool SceneParser::parseKind(TreeKind& kind) {
 // Reads what follows the first word of a kind.
 bool SceneParser::finishKind(u64 offset, std::string_view word, TreeKind& kind) {
     const u32 type = m_tree.names.add(word);
-    if (type >= attrTypeCount) return fail(offset, unknownKind(word));
+    if (type >= attrTypeCount) return fail(offset, unknownKind(word, m_form.words));
     kind.type = static_cast<AttrType>(type);
     const bool takesArgument = kind.type == AttrType::Array || kind.type == AttrType::Buffer;
     if (!takesArgument || !m_lexer.accept('<')) return true;
@@ -122,7 +130,7 @@ bool SceneParser::parseElementKind(AttrType& out) {
     const std::string_view word = m_lexer.identifier();
     if (word.empty()) return failExpecting("a kind");
     const u32 type = m_tree.names.add(word);
-    if (type >= attrTypeCount) return fail(offset, unknownKind(word));
+    if (type >= attrTypeCount) return fail(offset, unknownKind(word, m_form.words));
     out = static_cast<AttrType>(type);
     if (m_lexer.peek() != '<') return true;
     return fail(m_lexer.offset(), "Found '<' where '>' was expected: each element of an array of " +

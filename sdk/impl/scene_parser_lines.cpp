@@ -87,8 +87,12 @@ void SceneParser::recover(u64 lineStart) {
     std::ignore = m_lexer.accept('\n');
 }
 
-// Goes to the last byte of a comment or quoted text, not behind its line.
+// Goes to the last byte of a comment or quoted text, not behind its line, or of a raw text.
 void SceneParser::skipOpaque() {
+    if (m_lexer.rest().starts_with(rawMark)) {
+        const u64 end = m_lexer.rest().find(rawMark, rawMark.size());
+        if (end != std::string_view::npos) return m_lexer.skip(end + rawMark.size() - 1);
+    }
     const std::string_view line = m_lexer.rest().substr(0, m_lexer.rest().find('\n'));
     u64 length = line.size();
     for (u64 i = 1; line[0] == '"' && i < line.size(); ++i) {
@@ -121,8 +125,8 @@ void SceneParser::skipToNode() {
 }
 
 bool SceneParser::startsNode() const noexcept {
-    if (m_lexer.peek() != 'n' || m_lexer.peekIdentifier() != "node") return false;
-    const std::string_view behind = m_lexer.rest().substr(4);
+    if (m_lexer.peek() != m_form.part[0] || m_lexer.peekIdentifier() != m_form.part) return false;
+    const std::string_view behind = m_lexer.rest().substr(m_form.part.size());
     return behind.empty() || TextLexer::isBlank(behind[0]);
 }
 

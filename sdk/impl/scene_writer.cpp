@@ -58,6 +58,13 @@ SceneWriter::SceneWriter(const Scene* scene, StringIO& out, bool changedOnly)
       m_comments(scene && !scene->comments().empty() ? &scene->comments() : nullptr),
       m_changedOnly(changedOnly) {}
 
+SceneWriter::SceneWriter(const SceneComments& comments, StringIO& out)
+    : m_out(out),
+      m_scene(nullptr),
+      m_comments(comments.empty() ? nullptr : &comments),
+      m_changedOnly(false),
+      m_isDefinition(true) {}
+
 void SceneWriter::writeNode(const INode& node) {
     const Comments* comments = commentsOf(node);
     if (comments) writeLines(comments->leading, 0);

@@ -28,19 +28,26 @@ class SceneWriter {
 public:
     /// Borrows all; `scene` is null for nodes that have none.
     SceneWriter(const Scene* scene, StringIO& out, bool changedOnly);
+    /// For the attributes of definitions, whose values are defaults.
+    SceneWriter(const SceneComments& comments, StringIO& out);
 
     void writeNode(const INode& node);
+
+    // Parts, for what is like a node.
+
     /// Writes comment lines.
     void writeLines(const String& lines, u32 depth);
+    /// Write what stands behind a '{', and at the end of a thing; null for nothing but its line.
+    void writeOpening(const Comments* comments);
+    void writeTrailing(const Comments* comments);
+    void writeInput(const Input& input, u32 depth, bool isAgain);
+    void writeOutput(const Output& output, bool isAgain);
+    void indent(u32 depth) { m_out.appendRepeated(' ', 4 * static_cast<u64>(depth)); }
 
 private:
     // ---- Nodes -----------------------------------------------------------------------------
 
     void writeHead(const INode& node);
-    void writeOutput(const Output& output, bool isAgain);
-    void writeTrailing(const Comments* comments);
-    void writeOpening(const Comments* comments);
-    void indent(u32 depth) { m_out.appendRepeated(' ', 4 * static_cast<u64>(depth)); }
     template<typename Thing>
     [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
         return m_comments ? m_comments->find(&thing) : nullptr;
@@ -48,7 +55,6 @@ private:
 
     // ---- Inputs ----------------------------------------------------------------------------
 
-    void writeInput(const Input& input, u32 depth, bool isAgain);
     void writeKind(const Input& input);
     void writeBody(const Input& object, const Comments* comments, u32 depth);
     void writeArray(const Input& array, u32 depth);
@@ -66,6 +72,7 @@ private:
     // Null when there are none.
     const SceneComments* m_comments;
     bool m_changedOnly;
+    bool m_isDefinition = false;
     // Nodes whose outputs were looked through, and the outputs found there that share their name
     // with an earlier one.
     std::unordered_set<const INode*> m_numbered;

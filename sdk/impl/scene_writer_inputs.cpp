@@ -172,7 +172,9 @@ void SceneWriter::writeNotes(const Input& input, bool isAgain) {
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {
-    writeNoteValue(" @default ", details.defaultValue, input);
+    // A definition's value says it.
+    if (!m_isDefinition || !(details.defaultValue == input.value()))
+        writeNoteValue(" @default ", details.defaultValue, input);
     writeNoteValue(" @min ", details.minimum, input);
     writeNoteValue(" @max ", details.maximum, input);
     if (!details.unit.isEmpty()) writeQuoted(details.unit.view(), m_out.append(" @unit "));

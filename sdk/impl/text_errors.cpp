@@ -1,17 +1,30 @@
 #include "sdk/impl/text_errors.h"
 
 #include "sdk/impl/text_lexer.h"
+#include "sdk/impl/utf8.h"
 
 #include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
-void TextErrors::add(u64 offset, String node, String message) {
+void TextErrors::add(u64 offset, String part, String message) {
     // One thing that is wrong may strike twice.
     for (const Error& error : m_errors)
         if (error.offset == offset) return;
     if (full()) return;
-    m_errors.push_back({offset, std::move(node), std::move(message)});
+    m_errors.push_back({offset, std::move(part), std::move(message)});
+}
+
+void TextErrors::addFaultyBytes() {
+    for (u64 at = utf8::firstFault(m_text); at < m_text.size() && !full();
+         at = utf8::firstFault(m_text, std::min(m_text.find('\n', at), m_text.size()))) {
+        const auto byte = static_cast<unsigned char>(m_text[at]);
+        const char* const what = byte < 0x80 ? "The control character" : "The byte";
+        const char* const why = byte < 0x80 ? "may not stand here" : "is no UTF-8";
+        add(at, String(),
+            String::format("%s 0x%02x %s; in quotes it is written \\x%02x.", what, byte, why,
+                           byte));
+    }
 }
 
 void TextErrors::report(const String& source, Diagnostics& out) {
@@ -20,7 +33,13 @@ void TextErrors::report(const String& source, Diagnostics& out) {
     LineCounter lines(m_text);
     for (const Error& error : m_errors) {
         const auto [line, column] = lines.placeOf(error.offset);
-        out.push_back({source, line, column, error.node, error.message});
+        Diagnostic told;
+        told.source = source;
+        told.line = line;
+        told.column = column;
+        (m_subject == Subject::Types ? told.type : told.node) = error.part;
+        told.message = error.message;
+        out.push_back(std::move(told));
     }
 }
 

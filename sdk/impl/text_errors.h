@@ -10,12 +10,18 @@ namespace qv::kelvo_sdk::impl {
 /// What was found wrong in one text, as it comes up; told in the order of the text.
 class QV_EXPORT TextErrors {
 public:
-    /// Keeps at most `limit` errors; the text is borrowed.
-    TextErrors(std::string_view text, u64 limit) : m_text(text), m_limit(limit) {}
+    /// What the parts of the text are.
+    enum class Subject : u8 { Nodes, Types };
 
-    /// `offset` is a byte of the text, `node` the name of the node concerned. The first error at a
-    /// place stands.
-    void add(u64 offset, String node, String message);
+    /// Keeps at most `limit` errors; the text is borrowed.
+    TextErrors(std::string_view text, u64 limit, Subject subject = Subject::Nodes)
+        : m_text(text), m_limit(limit), m_subject(subject) {}
+
+    /// `offset` is a byte of the text, `part` the name of the node or type concerned. The first
+    /// error at a place stands.
+    void add(u64 offset, String part, String message);
+    /// Tells once per line of bytes that may not stand in a text.
+    void addFaultyBytes();
     [[nodiscard]] bool empty() const noexcept { return m_errors.empty(); }
     /// Tells whether there is no use in looking for more.
     [[nodiscard]] bool full() const noexcept { return m_errors.size() >= m_limit; }
@@ -25,12 +31,13 @@ public:
 private:
     struct Error {
         u64 offset;
-        String node;
+        String part;
         String message;
     };
 
     std::string_view m_text;
     u64 m_limit;
+    Subject m_subject;
     std::vector<Error> m_errors;
 };
 

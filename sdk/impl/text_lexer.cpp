@@ -4,6 +4,7 @@
 
 #include "base/string_io.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qv::kelvo_sdk::impl {
@@ -37,6 +38,38 @@ u64 escape(std::string_view text, char& out) noexcept {
 // Tells whether a byte goes on what a message shows as one thing.
 bool continuesWord(char c) noexcept {
     return TextLexer::continuesIdentifier(c) || c == '.' || c == '-' || c == '+';
+}
+
+// Cuts the first line off a text.
+std::string_view takeLine(std::string_view& text) noexcept {
+    const u64 end = text.find('\n');
+    std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    return line;
+}
+
+u64 indentationOf(std::string_view line) noexcept {
+    u64 size = 0;
+    while (size < line.size() && TextLexer::isBlank(line[size]))
+        ++size;
+    return size;
+}
+
+// Returns the blanks that all lines but empty ones start with.
+std::string_view sharedIndentation(std::string_view lines) noexcept {
+    std::string_view shared;
+    bool isFirst = true;
+    while (!lines.empty()) {
+        const std::string_view line = takeLine(lines);
+        const std::string_view blanks = line.substr(0, indentationOf(line));
+        if (blanks.size() == line.size()) continue;
+        if (isFirst) shared = blanks;
+        isFirst = false;
+        const auto end = std::ranges::mismatch(shared, blanks).in1;
+        shared = shared.substr(0, static_cast<u64>(end - shared.begin()));
+    }
+    return shared;
 }
 
 } // namespace
@@ -103,6 +136,30 @@ bool TextLexer::quotedWithEscapes(const char* start, String& out, const char*& p
         start = m_at;
         skipPlain();
     }
+    out = text.take();
+    return true;
+}
+
+bool TextLexer::raw(String& out) {
+    const u64 size = rest().find(rawMark, rawMark.size());
+    if (size == std::string_view::npos) return false;
+    std::string_view lines = rest().substr(rawMark.size(), size - rawMark.size());
+    m_at += size + rawMark.size();
+    const u64 lastBreak = lines.rfind('\n');
+    if (lastBreak != std::string_view::npos) {
+        const std::string_view last = lines.substr(lastBreak + 1);
+        if (indentationOf(last) == last.size()) lines = lines.substr(0, lastBreak + 1);
+    }
+    StringIO text;
+    if (const std::string_view first = takeLine(lines); indentationOf(first) != first.size())
+        text.append(first).append('\n');
+    const std::string_view shared = sharedIndentation(lines);
+    while (!lines.empty()) {
+        const std::string_view line = takeLine(lines);
+        const bool isEmpty = indentationOf(line) == line.size();
+        text.append(isEmpty ? std::string_view() : line.substr(shared.size())).append('\n');
+    }
+    if (!text.isEmpty()) text.truncate(text.size() - 1);
     out = text.take();
     return true;
 }
