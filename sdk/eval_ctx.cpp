@@ -11,7 +11,8 @@ EvalCtx::EvalCtx(interfaces::INode* node, interfaces::IOutput* output,
       m_output(output),
       m_caller(caller),
       m_user(caller ? caller->m_user : nullptr),
-      m_depth(caller ? caller->m_depth + 1 : 0) {}
+      m_depth(caller ? caller->m_depth + 1 : 0),
+      m_first(caller ? caller->first() : nullptr) {}
 
 bool EvalCtx::asks(const interfaces::IOutput* output) const noexcept {
     for (const EvalCtx* frame = this; frame; frame = frame->m_caller) {

@@ -22,14 +22,13 @@ public:
     [[nodiscard]] const EvalCtx* caller() const noexcept { return m_caller; }
     [[nodiscard]] void* user() const noexcept { return m_user; }
     [[nodiscard]] u32 depth() const noexcept { return m_depth; }
+    /// Returns the first frame of the evaluation, which may be this one.
+    [[nodiscard]] const EvalCtx* first() const noexcept { return m_first ? m_first : this; }
 
     /// Tells whether this frame or one that led to it already asks for `output`.
     [[nodiscard]] bool asks(const interfaces::IOutput* output) const noexcept;
     /// Returns the outputs asked for, outermost first: "a.out -> b.out".
     [[nodiscard]] String path() const;
-
-    /// Frames that may stand on each other, so that no evaluation exhausts the stack.
-    static constexpr u32 maxDepth = 2000;
 
 private:
     interfaces::INode* m_node = nullptr;
@@ -37,6 +36,7 @@ private:
     const EvalCtx* m_caller = nullptr;
     void* m_user = nullptr;
     u32 m_depth = 0;
+    const EvalCtx* m_first = nullptr;
 };
 
 } // namespace qv::kelvo_sdk

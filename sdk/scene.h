@@ -3,6 +3,7 @@
 #include "sdk/diagnostic.h"
 #include "sdk/interfaces/i_scene.h"
 #include "sdk/interfaces/scene_observer.h"
+#include "sdk/lib_info.h"
 #include "sdk/node.h"
 
 namespace qv::kelvo_sdk {
@@ -19,8 +20,9 @@ public:
     /// Returns a new, empty scene.
     [[nodiscard]] static Scene create();
 
-    /// Creates a node; a taken name gets the next free number. Empty, and logged, when the name is
-    /// no simple identifier.
+    /// Creates a node: a copy of its type's definition in the scene's libraries, a bare one when
+    /// none knows the type. A taken name gets the next free number. Empty, and logged, when the
+    /// name is no simple identifier or the type is abstract.
     Node createNode(String type, String name) const;
     [[nodiscard]] Node findNode(String name) const;
     [[nodiscard]] Node operator[](String name) const { return findNode(std::move(name)); }
@@ -37,10 +39,25 @@ public:
         return get() && get()->unsubscribe(observer);
     }
 
+    /// Lets the scene know the types of a library, behind those of the libraries it has; false when
+    /// it has it already, or when that is no library of definitions.
+    bool addLibrary(const LibInfo& library) const {
+        return get() && get()->addLibrary(library.get());
+    }
+
     /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
     /// in: for many queries on deep graphs.
     void setDirtyStateCached(bool cached) const {
         if (get()) get()->setDirtyStateCached(cached);
+    }
+
+    /// Keeps up to `maxBytes` of what eval callbacks give, for as long as nothing changes that
+    /// their nodes depend on; 0 keeps nothing. `isChecked` finds callbacks that this does not suit.
+    void setEvalCache(u64 maxBytes, bool isChecked = false) const {
+        if (get()) get()->setEvalCache(maxBytes, isChecked);
+    }
+    [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const {
+        return get() ? get()->evalCacheFigures() : interfaces::EvalCacheFigures();
     }
 
     /// Returns the scene as text that `read` takes back.

@@ -90,6 +90,11 @@ void addPage(const Node& node, const Layout::Page& page, std::unordered_set<cons
 
 } // namespace
 
+String helpTitle(const interfaces::INode& node) {
+    const String label = node.label("auto");
+    return label.isEmpty() ? node.type().replace("_", " ", true, false).titleCased(true) : label;
+}
+
 String helpKind(const String& typeName) {
     return typeName.replace("<Null>", "", true, false);
 }

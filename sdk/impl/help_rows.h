@@ -42,6 +42,9 @@ struct HelpPage {
 /// and of arrays of objects and arrays the first elements are told.
 [[nodiscard]] QV_EXPORT std::vector<HelpPage> helpPages(const interfaces::INode& node);
 
+/// Returns the label, or the type where there is none.
+[[nodiscard]] QV_EXPORT String helpTitle(const interfaces::INode& node);
+
 /// Returns the kind without what it leaves open: "Buffer" for a buffer of any elements.
 [[nodiscard]] QV_EXPORT String helpKind(const String& typeName);
 

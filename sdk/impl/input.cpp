@@ -58,7 +58,7 @@ Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType e
 
 Input::Input(INode* node, IInput* parent, String name, AttrData definition)
     : Input(node, parent, std::move(name), definition.type, definition.elementType) {
-    m_dataType = storedKind<u8>(definition.dataType);
+    m_dataType = storedKind<i8>(definition.dataType) & 127;
     m_silent = definition.silent;
     m_readOnly = definition.readOnly;
     if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
@@ -98,6 +98,7 @@ IInput* Input::clone(INode* node, IInput* parent) const {
         const auto* from = static_cast<const Input*>(member);
         copy->adoptMember(static_cast<Input*>(from->clone(node, copy.get())));
     }
+    copy->m_isLeftOut = m_isLeftOut;
     if (const Value* kept = stashed()) copy->setStashed(*kept);
     if (Output* source = sourceOutput()) copy->setSource(source);
     return copy.detach();

@@ -85,6 +85,9 @@ public:
     }
     void setSilent(bool silent) noexcept { m_silent = silent; }
     void setReadOnly(bool readOnly) noexcept { m_readOnly = readOnly; }
+    /// Tells whether the text that the input was read from leaves it to the definition.
+    [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
+    void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
     /// Hash of the name without regard to case. Needs an input that is no array element.
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
@@ -235,7 +238,8 @@ private:
     u8 m_elementType : 6;
     bool m_silent : 1 = false;
     bool m_readOnly : 1 = false;
-    u8 m_dataType = 0;
+    u8 m_dataType : 7 = 0;
+    bool m_isLeftOut : 1 = false;
     // What walks and look-ups ask of every input stands together at the front.
     std::unique_ptr<InputExtras> m_extras;
     Node* m_node;

@@ -133,16 +133,21 @@ constexpr std::string_view devices = R"(@media (max-width: 46rem) {
 
 } // namespace
 
-void openPage(StringIO& out, std::string_view title, std::string_view scriptHash) {
+void openPage(StringIO& out, const PageHead& head) {
     out.append("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
                "img-src data:; style-src 'unsafe-inline'; ");
-    if (!scriptHash.empty()) out.append("script-src '").append(scriptHash).append("'; ");
+    if (!head.scriptHash.empty()) out.append("script-src '").append(head.scriptHash).append("'; ");
     out.append("base-uri 'none'; form-action 'none'\">\n"
                "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                "<meta name=\"color-scheme\" content=\"light dark\">\n");
-    appendElement(out, "title", title);
-    out.append("\n<style>\n").append(colors).append(texts).append(tables).append(devices);
+    appendElement(out, "title", head.title);
+    out.append("\n<style>\n")
+        .append(colors)
+        .append(texts)
+        .append(tables)
+        .append(devices)
+        .append(head.style);
     out.append("</style>\n</head>\n<body>\n");
 }
 

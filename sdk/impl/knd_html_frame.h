@@ -8,9 +8,16 @@
 /// What all pages have around their content.
 namespace qv::kelvo_sdk::impl::html {
 
-/// Appends all up to the content of the body: a page that loads nothing, with the style inside.
-/// `scriptHash` is the "sha256-..." of the one script that it may run; empty: none.
-QV_EXPORT void openPage(StringIO& out, std::string_view title, std::string_view scriptHash = {});
+struct PageHead {
+    std::string_view title;
+    /// Style of this page alone, as it stands.
+    std::string_view style = {};
+    /// The "sha256-..." of the one script that the page may run; empty: none.
+    std::string_view scriptHash = {};
+};
+
+/// Appends all up to the content of the body: a page that loads nothing, with its style inside.
+QV_EXPORT void openPage(StringIO& out, const PageHead& head);
 
 /// Appends all behind the content of the body.
 QV_EXPORT void closePage(StringIO& out);

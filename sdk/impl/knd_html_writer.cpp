@@ -42,7 +42,7 @@ void appendHeader(StringIO& out, const INode& node, const KndHtmlLinks& links) {
     out.append("<header>\n");
     html::appendIcon(out, node.svgIcon(true), iconSide);
     out.append("<div>\n");
-    html::appendElement(out, "h1", node.label("auto"));
+    html::appendElement(out, "h1", helpTitle(node));
     out.append("\n<p class=\"type\">");
     html::appendElement(out, "code", node.type());
     if (const StringVector bases = node.bases(); !bases.empty()) {
@@ -104,7 +104,7 @@ String KndHtmlWriter::nodeHtml(kelvo_sdk::Node handle, bool page) {
 String KndHtmlWriter::sitePage(kelvo_sdk::Node handle, const KndHtmlLinks& links) {
     if (!handle) return {};
     StringIO out;
-    html::openPage(out, handle->label("auto"));
+    html::openPage(out, {helpTitle(*handle)});
     appendWayBack(out, links);
     out.append("<main>\n");
     appendArticle(out, *handle, links);

@@ -7,6 +7,7 @@
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/library_call.h"
 #include "sdk/impl/missing_icon.h"
 #include "sdk/impl/output.h"
 
@@ -31,7 +32,7 @@ Node::~Node() {
         const std::lock_guard lock(m_observerMutex);
         m_observers.release();
     }
-    if (m_nodeFree) m_nodeFree(this, &m_data);
+    if (m_nodeFree) callLibrary("free", m_name, [this] { return m_nodeFree(this, &m_data); });
     if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
     // Every owner link goes before anything else does, so that no attribute reaches this node.
     for (IInput* input : m_inputs)

@@ -239,6 +239,8 @@ public:
 
     /// Binds the library; returns whether a complete set of callbacks was found.
     bool initLibInfo(impl::LibInfo* library);
+    /// Returns the library bound, null for none.
+    [[nodiscard]] impl::LibInfo* library() const noexcept;
     [[nodiscard]] bool hasNodeInit() const override;
     [[nodiscard]] bool hasNodePrep() const override;
     [[nodiscard]] bool hasNodeEval() const override;
@@ -250,6 +252,7 @@ public:
     bool nodeModify(INode* other) override;
     bool nodeFree() override;
     [[nodiscard]] void* data() const override;
+    [[nodiscard]] interfaces::NodeEvalFn evalCallback() const noexcept { return m_nodeEval; }
 
     // ---- Stash -----------------------------------------------------------------------------
     // The inputs that the node's modifiers name, at any depth, put their values aside.
@@ -296,6 +299,7 @@ private:
     [[nodiscard]] bool isTypeOrBase(std::string_view name) const noexcept;
     [[nodiscard]] String nameFromInput() const;
     bool bindCallbacks(const String& type);
+    void evaluationChanged() const noexcept;
     [[nodiscard]] bool dependsOnDirty() const;
     void markDirty() const;
     void copyIdentity(const Node& from);

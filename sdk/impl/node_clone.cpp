@@ -32,7 +32,7 @@ Node* Node::clone(IScene* scene, String name) const {
     copy->m_modifying = m_modifying;
     copy->copyLibrary(*this);
     copy->copyAttributes(*this);
-    if (copy->m_nodeInit) copy->m_nodeInit(copy.get(), &copy->m_data);
+    copy->nodeInit();
     return copy.detach();
 }
 

@@ -5,6 +5,8 @@
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/lib_info.h"
+#include "sdk/impl/library_call.h"
+#include "sdk/impl/scene.h"
 
 namespace qv::kelvo_sdk::impl {
 
@@ -17,6 +19,11 @@ bool Node::initLibInfo(impl::LibInfo* library) {
     return bindCallbacks(m_type);
 }
 
+// No other kind of library is ever bound.
+LibInfo* Node::library() const noexcept {
+    return static_cast<LibInfo*>(m_libInfo.get());
+}
+
 // Replaces all six, by null where the library has none; returns whether they make a usable set.
 bool Node::bindCallbacks(const String& type) {
     m_nodeInit = m_libInfo.nodeInit(type);
@@ -25,7 +32,13 @@ bool Node::bindCallbacks(const String& type) {
     m_nodeModify = m_libInfo.nodeModify(type);
     m_nodeFree = m_libInfo.nodeFree(type);
     m_nodeChanged = m_libInfo.nodeChanged(type);
+    evaluationChanged();
     return (m_nodeInit && m_nodeEval && m_nodeFree) || m_nodeModify;
+}
+
+// Other callbacks or data may give other results. The scene of a node that ends may be gone.
+void Node::evaluationChanged() const noexcept {
+    if (m_scene && !m_destroying) static_cast<Scene*>(m_scene)->evaluationChanged(*this);
 }
 
 bool Node::hasNodeInit() const {
@@ -49,23 +62,33 @@ bool Node::hasNodeFree() const {
 }
 
 bool Node::nodeInit() {
-    return !m_nodeInit || m_nodeInit(this, &m_data);
+    if (!m_nodeInit) return true;
+    const RefersTo<INode> held(this);
+    const bool done = callLibrary("init", m_name, [&] { return m_nodeInit(this, &m_data); });
+    evaluationChanged();
+    return done;
 }
 
 bool Node::nodePrep() const {
-    return !m_nodePrep || m_nodePrep(const_cast<Node*>(this), m_data);
+    if (!m_nodePrep) return true;
+    auto* self = const_cast<Node*>(this);
+    return callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
 }
 
 bool Node::nodeEval(EvalCtx* ctx, void* out) const {
-    return m_nodeEval && m_nodeEval(ctx, out);
+    return m_nodeEval && callLibrary("eval", m_name, [&] { return m_nodeEval(ctx, out); });
 }
 
 bool Node::nodeModify(INode* other) {
-    return m_nodeModify && m_nodeModify(this, other);
+    return m_nodeModify && callLibrary("modify", m_name, [&] { return m_nodeModify(this, other); });
 }
 
 bool Node::nodeFree() {
-    return !m_nodeFree || m_nodeFree(this, &m_data);
+    if (!m_nodeFree) return true;
+    const RefersTo<INode> held(this);
+    const bool done = callLibrary("free", m_name, [&] { return m_nodeFree(this, &m_data); });
+    evaluationChanged();
+    return done;
 }
 
 void* Node::data() const {

@@ -1,63 +1,12 @@
 #include "sdk/impl/output.h"
 
-#include "sdk/eval_ctx.h"
 #include "sdk/impl/conversion.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
-#include "sdk/interfaces/i_node.h"
-
-#include "base/log.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/scene.h"
 
 namespace qv::kelvo_sdk::impl {
-
-namespace {
-
-// Asks the node's callback for a value of one C++ type.
-template<typename T>
-bool produce(EvalCtx& frame, T result, Value& out) {
-    if (!frame.node()->nodeEval(&frame, &result)) return false;
-    out = Value(std::move(result));
-    return true;
-}
-
-bool produceValue(EvalCtx& frame, AttrType type, DataType dataType, Value& out) {
-    switch (type) {
-    case AttrType::Bool:
-        return produce(frame, false, out);
-    case AttrType::Int:
-        return produce(frame, i64(0), out);
-    case AttrType::UInt:
-        return produce(frame, u64(0), out);
-    case AttrType::Real:
-        return produce(frame, 0.0, out);
-    case AttrType::Vec2:
-        return produce(frame, math::Vec2d(), out);
-    case AttrType::Vec3:
-        return produce(frame, math::Vec3d(), out);
-    case AttrType::Vec4:
-        return produce(frame, math::Vec4d(), out);
-    case AttrType::Pos2:
-        return produce(frame, math::Pos2d(), out);
-    case AttrType::Pos3:
-        return produce(frame, math::Pos3d(), out);
-    case AttrType::Quat:
-        return produce(frame, math::Quatd(), out);
-    case AttrType::Rgba:
-        return produce(frame, math::Rgbad(), out);
-    case AttrType::Mat3:
-        return produce(frame, math::Mat3d::identity, out);
-    case AttrType::Mat4:
-        return produce(frame, math::Mat4d::identity, out);
-    case AttrType::String:
-        return produce(frame, String(), out);
-    case AttrType::Buffer:
-        return produce(frame, Buffer(dataType, 0), out);
-    default:
-        return false;
-    }
-}
-
-} // namespace
 
 Output::Output(INode* node, String name, AttrType type)
     : m_type(type), m_node(node), m_name(std::move(name)), m_nameHash(m_name.foldedHash()) {}
@@ -127,23 +76,19 @@ void Output::disconnectTargets() {
 }
 
 bool Output::setValue(Value value) {
+    const bool done = storeValue(std::move(value));
+    auto* scene = m_node ? static_cast<Scene*>(m_node->scene()) : nullptr;
+    if (scene) scene->evaluationChanged(static_cast<const Node&>(*m_node));
+    return done;
+}
+
+bool Output::storeValue(Value value) {
     if (value.type() == m_type) {
         if (m_type == AttrType::Buffer && value.asBuffer().type() != m_dataType) return false;
         m_value = std::move(value);
         return !m_value.isNull();
     }
     return convertValue(value, m_type, m_value);
-}
-
-bool Output::evaluate(void* callerCtx) {
-    if (!m_node || !m_node->hasNodeEval()) return !m_value.isNull();
-    const auto* caller = static_cast<const EvalCtx*>(callerCtx);
-    EvalCtx frame(m_node, this, caller);
-    if (frame.depth() > EvalCtx::maxDepth || (caller && caller->asks(this))) {
-        logError("Endless evaluation: %s.", frame.path().buf());
-        return false;
-    }
-    return produceValue(frame, m_type, m_dataType, m_value);
 }
 
 } // namespace qv::kelvo_sdk::impl

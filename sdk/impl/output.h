@@ -12,9 +12,13 @@ using interfaces::IInput;
 using interfaces::INode;
 using interfaces::IOutput;
 
+class EvalCache;
 class Input;
 
 /// The one implementation of an output; the contract of its operations stands in `IOutput`.
+///
+///     Object      output.cpp       identity, targets, value set
+///     Evaluation  output_eval.cpp  value produced
 class QV_EXPORT Output final : public IOutput {
 public:
     /// A new output with one reference, for the creator. It is in no list yet; nobody is told.
@@ -56,29 +60,47 @@ public:
         m_targets.forEach([&](const Input* input) { visit(*input); });
     }
 
+    /// Tells whether the text that the output was read from leaves it to the definition.
+    [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
+    void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
+
     /// Returns the value last produced or set; Null when there was none.
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
     /// Sets the value of an output that no callback produces; false when it is of another kind.
     bool setValue(Value value);
-    /// Produces the value: by the node's eval callback, else the value set. False, and for an
-    /// endless evaluation an error line, when there is none. One thread at a time evaluates a given
-    /// output.
+    /// Produces the value: by the node's eval callback, else the value set. False when there is
+    /// none. One thread at a time evaluates a given output.
+    ///
+    /// Chains of connections may be of any length. Callbacks that evaluate others by ways of their
+    /// own, as through links, may stand on each other as far as `maxEvalStack` bytes go; beyond
+    /// that, and for an evaluation that comes back to itself, an error line tells the path.
     bool evaluate(void* callerCtx);
+    [[nodiscard]] bool isEvaluating() const noexcept { return m_frame != nullptr; }
+    static constexpr u64 maxEvalStack = 256 * 1024;
 
 private:
     friend class Input;
 
     u64 addTarget(Input* input) { return m_targets.add(input); }
     void removeTarget(u64 slot);
+    bool storeValue(Value value);
+    [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;
+    bool evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller);
+    bool evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller);
+    void keep(u64 key, const EvalCtx* caller) const;
+    bool callNode(const EvalCtx* caller);
 
     std::atomic<i32> m_refCount = 1;
     AttrType m_type;
     DataType m_dataType = DataType::Null;
+    bool m_isLeftOut = false;
     INode* m_node;
     String m_name;
     u64 m_nameHash;
     Value m_value;
     OrderedSlots<Input> m_targets;
+    // Of the innermost call that produces the value right now; null while there is none.
+    const EvalCtx* m_frame = nullptr;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -2,6 +2,7 @@
 
 #include "base/string_vector.h"
 #include "sdk/impl/dirty_cache.h"
+#include "sdk/impl/lib_info.h"
 #include "sdk/impl/link_table.h"
 #include "sdk/impl/node_table.h"
 #include "sdk/impl/scene_comments.h"
@@ -10,6 +11,7 @@
 
 #include <atomic>
 #include <memory>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -19,15 +21,18 @@ using interfaces::IOutput;
 using interfaces::IScene;
 using interfaces::SceneObserver;
 
+class EvalCache;
 class Node;
 
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
-///     Nodes          scene_nodes.cpp    created, found, renamed, removed
-///     Edits          scene_edit.cpp     steps and groups
-///     Undo           scene_undo.cpp     the queries
-///     Dirty state    scene_dirty.cpp    of the scene
-///     Notifications  scene_notify.cpp   passed on to scene observers
+///     Nodes          scene_nodes.cpp      created, found, renamed, removed
+///     Libraries      scene_libraries.cpp  that know the types of nodes
+///     Edits          scene_edit.cpp       steps and groups
+///     Undo           scene_undo.cpp       the queries
+///     Dirty state    scene_dirty.cpp      of the scene
+///     Evaluation     scene_eval.cpp       results kept
+///     Notifications  scene_notify.cpp     passed on to scene observers
 ///
 /// What its nodes tell it is virtual, so that an application may listen in by deriving.
 class QV_EXPORT Scene : public IScene {
@@ -66,6 +71,15 @@ public:
     virtual INode* cloneNode(INode* node, bool deep);
     virtual INode* convertNode(INode* node, String type);
 
+    // ---- Libraries -------------------------------------------------------------------------
+
+    bool addLibrary(interfaces::ILibInfo* library) override;
+    [[nodiscard]] const std::vector<RefersTo<LibInfo>>& libraries() const noexcept {
+        return m_libraries;
+    }
+    /// Returns the type's prototype in the first library that knows it, null when none does.
+    [[nodiscard]] const Node* findType(const String& type) const noexcept;
+
     // ---- Edits -----------------------------------------------------------------------------
 
     void beginEdit() override;
@@ -90,10 +104,22 @@ public:
     /// For its nodes alone: its flag was set, and was before or not; it is about to be
     /// cleared.
     void nodeChanged(const Node& node, bool wasDirty) {
+        if (m_evalCache) forgetResults(node);
         if (m_dirtyCache) m_dirtyCache->changed(node, wasDirty);
     }
     void nodeCleaning(Node& node) {
         if (m_dirtyCache) m_dirtyCache->cleaning(node);
+    }
+
+    // ---- Evaluation ------------------------------------------------------------------------
+
+    void setEvalCache(u64 maxBytes, bool isChecked) override;
+    [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const override;
+    /// For its outputs alone; null while no results are kept.
+    [[nodiscard]] EvalCache* evalCache() const noexcept { return m_evalCache.get(); }
+    /// For its nodes alone: what the results of the node depend on changed, and it is not dirty.
+    void evaluationChanged(const Node& node) noexcept {
+        if (m_evalCache) forgetResults(node);
     }
 
     // ---- Notifications ---------------------------------------------------------------------
@@ -127,9 +153,11 @@ private:
         }
     }
     void clearReferences(Node& node);
+    void forgetResults(const Node& node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
     NodeTable m_nodes;
+    std::vector<RefersTo<LibInfo>> m_libraries;
     LinkTable m_links;
     SceneComments m_comments;
     ds::Vector<SceneObserver*> m_observers;
@@ -138,6 +166,8 @@ private:
     bool m_dirty = false;
     // Null while dirty states are not cached.
     std::unique_ptr<DirtyCache> m_dirtyCache;
+    // Null while no results are kept.
+    std::unique_ptr<EvalCache> m_evalCache;
 };
 
 } // namespace qv::kelvo_sdk::impl

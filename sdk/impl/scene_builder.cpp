@@ -26,11 +26,6 @@ private:
     Scene& m_scene;
 };
 
-bool isSilent(TreeSilence silence, const Input* holder) {
-    if (silence == TreeSilence::Inherited) return holder && holder->isSilent();
-    return silence == TreeSilence::Silent;
-}
-
 Value& slotOf(AttrDetails& details, TreeSlot slot, u32 choice) {
     switch (slot) {
     case TreeSlot::Minimum:
@@ -87,58 +82,44 @@ void SceneBuilder::addCopy(const IOutput& output, Node& node) {
 }
 
 RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
-    const NamePool& names = m_tree.names;
     auto node = makeEmptyNode(from);
-    if (from.baseCount != 0 || from.isAbstract || from.isInternal) {
-        StringVector bases;
-        for (u32 i = 0; i < from.baseCount; ++i)
-            bases.push_back(names.text(m_tree.bases[from.firstBase + i]));
-        node->setBases(std::move(bases), from.isAbstract, from.isInternal);
-    }
+    describe(from, *node);
     makeAttributes(from, *node);
+    if (node->m_nodeInit) initialise(from, *node);
     return node;
 }
 
-void SceneBuilder::makeAttributes(const TreeNode& from, Node& node) {
-    node.m_inputs.reserve(node.m_inputs.size() + from.inputCount);
-    for (u32 i = from.firstInput; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
-        auto input = RefersTo<Input>::adopt(makeInput(i, node, nullptr));
-        appendToList(node.m_inputs, input.get());
-        std::ignore = input.detach();
+// What the text says of bases stands against the definition.
+void SceneBuilder::describe(const TreeNode& from, Node& node) const {
+    const Node* definition = from.definition;
+    if (definition) {
+        node.copyIdentity(*definition);
+        node.copyLibrary(*definition);
     }
+    node.m_isAbstract = from.isAbstract;
+    node.m_isInternal = from.isInternal || (definition && !from.isOwn && node.m_isInternal);
+    if (from.baseCount == 0 && !from.isOwn) return;
+    StringVector bases;
+    for (u32 i = 0; i < from.baseCount; ++i)
+        bases.push_back(m_tree.names.text(m_tree.bases[from.firstBase + i]));
+    node.m_bases = std::move(bases);
+    if (definition) node.initLibInfo(definition->library());
+}
+
+// The node has all but its links and connections, and is of the scene without being in it.
+void SceneBuilder::initialise(const TreeNode& from, Node& node) {
+    for (u32 i = from.firstInput; i < m_inputs.size() && m_inputs[i]; ++i)
+        m_heldInputs.emplace_back(m_inputs[i]);
+    for (u32 i = 0; i < from.outputCount; ++i)
+        m_heldOutputs.emplace_back(m_outputs[from.firstOutput + i]);
+    node.m_scene = m_scene;
+    node.nodeInit();
+}
+
+void SceneBuilder::makeAttributes(const TreeNode& from, Node& node) {
+    makeInputs(from, node);
     makeOutputs(from, node);
     node.m_dirty = true;
-}
-
-// Returns the input with one reference, for whoever holds it.
-Input* SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
-    TreeInput& from = m_tree.inputs[index];
-    AttrData data(from.type);
-    data.elementType = from.elementType;
-    data.dataType = from.boundType;
-    const bool isElement = holder && holder->type() == AttrType::Array;
-    if (isElement) data.dataType = holder->declaredType();
-    data.silent = isSilent(from.silent, holder);
-    data.readOnly = from.readOnly;
-    // A node's is looked at again when links are made.
-    if (from.type == AttrType::Node)
-        data.value = from.value;
-    else
-        data.value = std::move(from.value);
-    TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
-    if (extras) data.details = extras->details;
-    String name = isElement ? String() : m_tree.names.text(from.name);
-    auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
-    m_inputs[index] = input.get();
-    if (extras && extras->stashed) input->setStashed(std::move(extras->stash));
-    if (from.memberCount != 0) makeMembers(from, node, *input);
-    return input.detach();
-}
-
-void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& holder) {
-    holder.extras().members.reserve(from.memberCount);
-    for (u32 i = from.firstMember; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
-        holder.adoptMember(makeInput(i, node, &holder));
 }
 
 void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
@@ -149,6 +130,7 @@ void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
         const bool isBuffer = output.type == AttrType::Buffer;
         m_outputs[i] = isBuffer ? new Output(&node, name, output.dataType)
                                 : new Output(&node, name, output.type);
+        m_outputs[i]->setLeftOut(output.isLeftOut);
         node.m_outputs.push_back(m_outputs[i]);
     }
 }

@@ -17,6 +17,9 @@ class Scene;
 ///
 /// Nodes are built whole but for links and connections before the scene and its observers see the
 /// first. Then links and connections are made, as edits that everyone hears of.
+///
+///     Nodes      scene_builder.cpp          heads, outputs, links, connections, comments
+///     Inputs     scene_builder_inputs.cpp   values, notes, members, what a text leaves out
 class SceneBuilder {
 public:
     /// Borrows both; the tree's values move into the scene.
@@ -43,7 +46,14 @@ public:
 
 private:
     [[nodiscard]] RefersTo<Node> makeNode(const TreeNode& from);
-    Input* makeInput(u32 index, Node& node, Input* holder);
+    void describe(const TreeNode& from, Node& node) const;
+    void initialise(const TreeNode& from, Node& node);
+    void makeInputs(const TreeNode& from, Node& node);
+    template<typename Add>
+    void addInputs(u32 first, const ds::Vector<interfaces::IInput*>& known, Node& node,
+                   Input* holder, const Add& add);
+    [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* holder);
+    [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* holder) const;
     void makeMembers(const TreeInput& from, Node& node, Input& holder);
     void makeOutputs(const TreeNode& from, Node& node);
     void addNodes();
@@ -61,6 +71,9 @@ private:
     std::vector<RefersTo<Node>> m_nodes;
     std::vector<Input*> m_inputs;
     std::vector<Output*> m_outputs;
+    // Of nodes whose libraries may remove some: kept until links and connections are made.
+    std::vector<RefersTo<interfaces::IInput>> m_heldInputs;
+    std::vector<RefersTo<interfaces::IOutput>> m_heldOutputs;
 };
 
 } // namespace qv::kelvo_sdk::impl

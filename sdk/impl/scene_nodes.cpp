@@ -1,5 +1,6 @@
 #include "sdk/impl/scene.h"
 
+#include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
@@ -58,7 +59,15 @@ INode* Scene::findNode(String name) {
 
 INode* Scene::createNode(String type, String name) {
     if (!checkNodeName(type, "type") || !checkNodeName(name, "name")) return nullptr;
-    auto node = RefersTo<Node>::adopt(new Node(this, std::move(type), m_nodes.freeName(name)));
+    const Node* definition = findType(type);
+    if (definition && definition->isAbstract()) {
+        logError("Cannot create node '%s': its type '%s' is abstract.", name.buf(), type.buf());
+        return nullptr;
+    }
+    String free = m_nodes.freeName(name);
+    auto node =
+        RefersTo<Node>::adopt(definition ? definition->clone(this, std::move(free))
+                                         : new Node(this, std::move(type), std::move(free)));
     return addNode(node.get()) ? node.get() : nullptr;
 }
 
@@ -73,6 +82,7 @@ bool Scene::addNode(Node* node) {
     for (IInput* input : node->inputs())
         static_cast<Input*>(input)->rememberLinks();
     if (m_dirtyCache) m_dirtyCache->added(*node);
+    if (m_evalCache) m_evalCache->nodeAdded(*node);
     setDirty();
     tellObservers(node, [node](SceneObserver& observer) { observer.nodeAdded(node); });
     return true;
@@ -90,6 +100,7 @@ bool Scene::removeNode(INode* node) {
     if (!held) return true; // An observer of the references was faster.
     m_comments.remove(removed);
     if (m_dirtyCache) m_dirtyCache->removed(*removed);
+    if (m_evalCache) m_evalCache->forget(*removed);
     setDirty();
     removed->notifyRemoved();
     tellObservers(removed, [removed](SceneObserver& observer) { observer.nodeRemoved(removed); });

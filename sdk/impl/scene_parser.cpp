@@ -154,6 +154,8 @@ bool SceneParser::parseNodeFlags(TreeNode& node) {
             node.isAbstract = true;
         else if (m_lexer.accept("@internal"))
             node.isInternal = true;
+        else if (m_lexer.accept("@own"))
+            node.isOwn = true;
         else
             return true;
     }

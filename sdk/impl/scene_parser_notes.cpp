@@ -16,6 +16,7 @@ enum Note : u32 {
     ReadOnly,
     Unchecked,
     Again,
+    Own,
     Default,
     Minimum,
     Maximum,
@@ -27,7 +28,7 @@ enum Note : u32 {
 };
 
 constexpr std::string_view kNotes[NoteCount] = {
-    "@type",    "@stashed", "@silent", "@announced", "@readonly", "@unchecked", "@again",
+    "@type",    "@stashed", "@silent", "@announced", "@readonly", "@unchecked", "@again", "@own",
     "@default", "@min",     "@max",    "@unit",      "@choices",  "@label",     "@help"};
 
 // Tells whether a value may start with the character.
@@ -135,6 +136,9 @@ bool SceneParser::parseNote(u32 note, u32 input, const TreeKind& kind) {
         return true;
     case Again:
         m_tree.inputs[input].isAgain = true;
+        return true;
+    case Own:
+        m_tree.inputs[input].isOwn = true;
         return true;
     case Default:
         return parseNoteValue(input, kind, TreeSlot::Default, detailsOf(input).defaultValue);

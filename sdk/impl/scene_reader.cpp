@@ -1,5 +1,6 @@
 #include "sdk/impl/scene_reader.h"
 
+#include "sdk/impl/scene_binder.h"
 #include "sdk/impl/scene_builder.h"
 #include "sdk/impl/scene_checker.h"
 #include "sdk/impl/scene_parser.h"
@@ -17,6 +18,7 @@ bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
     errors.addFaultyBytes();
     SceneParser parser(text, {options.maxDepth, options.maxNodes}, tree, errors);
     parser.parse();
+    if (!scene.libraries().empty()) SceneBinder(tree, scene).bind();
     SceneChecker(tree, scene, errors, parser.namesAreMissing()).check();
     if (!errors.empty()) {
         if (diagnostics) errors.report(options.source, *diagnostics);

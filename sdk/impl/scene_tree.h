@@ -10,6 +10,9 @@
 // other by position. Nothing here touches a scene.
 namespace qv::kelvo_sdk::impl {
 
+class Input;
+class Node;
+
 inline constexpr u32 noTreeIndex = ~u32{0};
 
 /// Kind of an attribute as it stands in text.
@@ -51,6 +54,12 @@ struct TreeInput {
     bool readOnly = false;
     /// Another of the same name and kind stands before, and that is meant.
     bool isAgain = false;
+    /// What the text says of it is all: no note and no member comes from the definition.
+    bool isOwn = false;
+    /// Where the definition of what holds it has the name, and, when the kinds agree, the input
+    /// there. For elements neither.
+    u32 definitionIndex = noTreeIndex;
+    const Input* definition = nullptr;
 };
 
 struct TreeOutput {
@@ -60,6 +69,8 @@ struct TreeOutput {
     DataType dataType = DataType::Null;
     u32 extras = noTreeIndex;
     bool isAgain = false;
+    /// The text has it from the definition.
+    bool isLeftOut = false;
 };
 
 struct TreeNode {
@@ -75,6 +86,10 @@ struct TreeNode {
     u32 extras = noTreeIndex;
     bool isAbstract = false;
     bool isInternal = false;
+    /// What the text says of it is all: no base, flag or attribute comes from the definition.
+    bool isOwn = false;
+    /// The prototype of its type, null when nobody knows that.
+    const Node* definition = nullptr;
 };
 
 /// What of an input a link is.
@@ -130,6 +145,11 @@ struct SceneTree {
     [[nodiscard]] const String& nodeName(u32 node) const { return names.text(nodes[node].name); }
     [[nodiscard]] const TreeExtras* extrasOf(u32 index) const {
         return index != noTreeIndex ? &extras[index] : nullptr;
+    }
+    /// Tells whether the notes of an input are its definition's.
+    [[nodiscard]] bool takesNotes(const TreeInput& input) const {
+        const TreeExtras* own = extrasOf(input.extras);
+        return input.definition && !input.isOwn && !(own && own->details);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "sdk/impl/scene_writer.h"
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
 #include "sdk/impl/value_text.h"
@@ -17,6 +18,13 @@ void writeType(const String& type, StringIO& out) {
         out.append(type.view());
     else
         writeQuoted(type.view(), out);
+}
+
+// Tells whether the head says what text of a definition's node cannot leave unsaid.
+bool hasOwnHead(const INode& node, const Node& definition) {
+    const StringVector bases = node.bases();
+    return (bases.empty() && !definition.bases().empty()) ||
+           (definition.isInternal() && !node.isInternal());
 }
 
 // Tells which attributes of a list have the kind of an earlier one of their name. Few are compared
@@ -66,30 +74,29 @@ SceneWriter::SceneWriter(const SceneComments& comments, StringIO& out)
       m_isDefinition(true) {}
 
 void SceneWriter::writeNode(const INode& node) {
+    const Node* definition = m_scene ? m_scene->findType(node.type()) : nullptr;
+    const LeftOut inputs = definition ? LeftOut::inputs(node, *definition) : LeftOut();
+    const LeftOut outputs = definition ? LeftOut::outputs(node, *definition) : LeftOut();
+    const bool isOwn =
+        definition && (inputs.isOwn() || outputs.isOwn() || hasOwnHead(node, *definition));
     const Comments* comments = commentsOf(node);
     if (comments) writeLines(comments->leading, 0);
-    writeHead(node);
+    writeHead(node, isOwn ? nullptr : definition, isOwn);
     writeOpening(comments);
-    Repeats<Input> inputs;
-    for (u64 i = 0; i < node.inputCount(); ++i) {
-        const auto& input = static_cast<const Input&>(*node.input(i));
-        writeInput(input, 1, inputs.add(input));
-    }
-    Repeats<Output> outputs;
-    for (u64 i = 0; i < node.outputCount(); ++i) {
-        const auto& output = static_cast<const Output&>(*node.output(i));
-        writeOutput(output, outputs.add(output));
-    }
+    writeInputs(node, isOwn ? inputs.none() : inputs);
+    writeOutputs(node, isOwn ? outputs.none() : outputs);
     if (comments) writeLines(comments->inner, 1);
     m_out.append('}');
     writeTrailing(comments);
 }
 
-void SceneWriter::writeHead(const INode& node) {
+// Needs a definition whose bases are not to be named.
+void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOwn) {
     m_out.append("node ");
     writeType(node.type(), m_out);
     const StringVector bases = node.bases();
-    for (u64 i = 0; i < bases.size(); ++i) {
+    const bool areKnown = definition && bases == definition->bases();
+    for (u64 i = 0; i < bases.size() && !areKnown; ++i) {
         m_out.append(i == 0 ? " : " : ", ");
         writeType(bases[i], m_out);
     }
@@ -97,7 +104,26 @@ void SceneWriter::writeHead(const INode& node) {
     writeQuoted(node.name().view(), m_out);
     if (node.isAbstract()) m_out.append(" @abstract");
     if (node.isInternal()) m_out.append(" @internal");
+    if (isOwn) m_out.append(" @own");
     m_out.append(" {");
+}
+
+void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut) {
+    Repeats<Input> repeats;
+    for (u64 i = 0; i < node.inputCount(); ++i) {
+        const auto& input = static_cast<const Input&>(*node.input(i));
+        const bool isAgain = repeats.add(input);
+        if (!leftOut.has(i)) writeInput(input, 1, isAgain, leftOut.inputDefinition(i));
+    }
+}
+
+void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut) {
+    Repeats<Output> repeats;
+    for (u64 i = 0; i < node.outputCount(); ++i) {
+        const auto& output = static_cast<const Output&>(*node.output(i));
+        const bool isAgain = repeats.add(output);
+        if (!leftOut.has(i)) writeOutput(output, isAgain);
+    }
 }
 
 // The value is produced anew and is no part of the text.

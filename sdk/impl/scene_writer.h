@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/string_io.h"
+#include "sdk/impl/left_out.h"
 #include "sdk/impl/scene_comments.h"
 #include "sdk/impl/value.h"
 
@@ -14,6 +15,7 @@ using interfaces::IOutput;
 
 class AttrDetails;
 class Input;
+class Node;
 class Output;
 class Scene;
 
@@ -21,6 +23,8 @@ class Scene;
 ///
 ///     Nodes      scene_writer.cpp          heads, comments, outputs
 ///     Inputs     scene_writer_inputs.cpp   kinds, values, arrays, objects, annotations
+///
+/// Of a node whose type the scene's libraries know, its definition's part is left out.
 ///
 /// What is not of the scene cannot be named in its text: links to it are written as null, and
 /// connections to it are left out.
@@ -40,14 +44,16 @@ public:
     /// Write what stands behind a '{', and at the end of a thing; null for nothing but its line.
     void writeOpening(const Comments* comments);
     void writeTrailing(const Comments* comments);
-    void writeInput(const Input& input, u32 depth, bool isAgain);
+    void writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition = nullptr);
     void writeOutput(const Output& output, bool isAgain);
     void indent(u32 depth) { m_out.appendRepeated(' ', 4 * static_cast<u64>(depth)); }
 
 private:
     // ---- Nodes -----------------------------------------------------------------------------
 
-    void writeHead(const INode& node);
+    void writeHead(const INode& node, const Node* definition, bool isOwn);
+    void writeInputs(const INode& node, const LeftOut& leftOut);
+    void writeOutputs(const INode& node, const LeftOut& leftOut);
     template<typename Thing>
     [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
         return m_comments ? m_comments->find(&thing) : nullptr;
@@ -56,13 +62,14 @@ private:
     // ---- Inputs ----------------------------------------------------------------------------
 
     void writeKind(const Input& input);
-    void writeBody(const Input& object, const Comments* comments, u32 depth);
+    void writeBody(const Input& object, const Comments* comments, u32 depth,
+                   const LeftOut& leftOut);
     void writeArray(const Input& array, u32 depth);
     void writeElement(const Input& element, u32 depth);
     void writePlain(const Value& value);
     void writeLink(const INode* target);
     void writeSource(const Input& input);
-    void writeNotes(const Input& input, bool isAgain);
+    void writeNotes(const Input& input, bool isAgain, const Input* definition, bool isOwn);
     void writeDetails(const AttrDetails& details, const Input& input);
     void writeNoteValue(std::string_view note, const Value& value, const Input& input);
     [[nodiscard]] u32 ordinalOf(const Output& output);

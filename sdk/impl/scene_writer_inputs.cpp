@@ -29,8 +29,10 @@ DataType heldType(const Input& input) noexcept {
 
 } // namespace
 
-void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain) {
+void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition) {
     if (m_changedOnly && input.isDefault()) return;
+    const bool isObject = definition && input.type() == AttrType::Object;
+    const LeftOut members = isObject ? LeftOut::members(input, *definition) : LeftOut();
     const Comments* comments = commentsOf(input);
     if (comments) writeLines(comments->leading, depth);
     indent(depth);
@@ -41,7 +43,7 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain) {
         break;
     case AttrType::Object:
         m_out.append(' ');
-        writeBody(input, comments, depth);
+        writeBody(input, comments, depth, members.isOwn() ? members.none() : members);
         break;
     case AttrType::Array:
         m_out.append(" = ");
@@ -53,7 +55,7 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain) {
         break;
     }
     writeSource(input);
-    writeNotes(input, isAgain);
+    writeNotes(input, isAgain, definition, members.isOwn());
     writeTrailing(comments);
 }
 
@@ -65,11 +67,14 @@ void SceneWriter::writeKind(const Input& input) {
     writeDataType(heldType(input), m_out);
 }
 
-void SceneWriter::writeBody(const Input& object, const Comments* comments, u32 depth) {
+void SceneWriter::writeBody(const Input& object, const Comments* comments, u32 depth,
+                            const LeftOut& leftOut) {
     m_out.append('{');
     writeOpening(comments);
     for (u64 i = 0; i < object.inputCount(); ++i)
-        writeInput(static_cast<const Input&>(*object.input(i)), depth + 1, false);
+        if (!leftOut.has(i))
+            writeInput(static_cast<const Input&>(*object.input(i)), depth + 1, false,
+                       leftOut.inputDefinition(i));
     if (comments) writeLines(comments->inner, depth + 1);
     indent(depth);
     m_out.append('}');
@@ -90,7 +95,7 @@ void SceneWriter::writeElement(const Input& element, u32 depth) {
         m_out.append("null");
         break;
     case AttrType::Object:
-        writeBody(element, commentsOf(element), depth);
+        writeBody(element, commentsOf(element), depth, LeftOut());
         break;
     case AttrType::Array:
         writeKind(element);
@@ -109,7 +114,7 @@ void SceneWriter::writeElement(const Input& element, u32 depth) {
         break;
     }
     writeSource(element);
-    writeNotes(element, false);
+    writeNotes(element, false, nullptr, false);
 }
 
 void SceneWriter::writePlain(const Value& value) {
@@ -155,20 +160,25 @@ u32 SceneWriter::ordinalOf(const Output& output) {
     return found != m_ordinals.end() ? found->second : 1;
 }
 
-void SceneWriter::writeNotes(const Input& input, bool isAgain) {
+void SceneWriter::writeNotes(const Input& input, bool isAgain, const Input* definition,
+                             bool isOwn) {
+    const bool areKnown = definition && !isOwn && haveSameNotes(input, *definition);
     const auto* holder = static_cast<const Input*>(input.parent());
     const bool isElement = holder && holder->type() == AttrType::Array;
-    if (input.declaredType() != DataType::Null && !isElement)
+    if (!areKnown && input.declaredType() != DataType::Null && !isElement)
         m_out.append(" @type ").append(dataTypeName(input.declaredType()));
     if (const Value* stashed = input.stashed()) writeNoteValue(" @stashed ", *stashed, input);
-    if (input.isSilent() != (holder && holder->isSilent()))
+    if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
         m_out.append(input.isSilent() ? " @silent" : " @announced");
-    if (input.isReadOnly()) m_out.append(" @readonly");
+    if (!areKnown && input.isReadOnly()) m_out.append(" @readonly");
     const AttrDetails* details = input.details();
     const bool isChecked = details && !input.value().isNull() && input.type() != AttrType::Node;
     if (isChecked && !details->accepts(input.value())) m_out.append(" @unchecked");
     if (isAgain) m_out.append(" @again");
+    if (areKnown) return;
+    const u64 before = m_out.size();
     if (details) writeDetails(*details, input);
+    if (definition && (isOwn || m_out.size() == before)) m_out.append(" @own");
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {

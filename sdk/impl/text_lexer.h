@@ -87,9 +87,9 @@ public:
     /// Escapes are \" \\ \n \r \t \0 and \xNN for any byte. A quoted text ends on its line.
     bool quoted(String& out, const char*& problem);
 
-    /// Takes a text between two marks `rawMark`, line by line as it stands: without a line break behind
-    /// the first mark and in front of the last, and without the indentation that all lines share.
-    /// False when it is not closed; the lexer stays then. Needs such a mark here.
+    /// Takes a text between two marks `rawMark`, line by line as it stands: without a line break
+    /// behind the first mark and in front of the last, and without the indentation that all lines
+    /// share. False when it is not closed; the lexer stays then. Needs such a mark here.
     bool raw(String& out);
 
     /// Describes what stands here for a message: "'abc'", "the end of the line".

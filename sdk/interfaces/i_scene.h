@@ -2,6 +2,7 @@
 
 #include "base/ref_counted.h"
 #include "base/string.h"
+#include "sdk/interfaces/eval_cache_figures.h"
 #include "sdk/interfaces/forward.h"
 
 namespace qv::kelvo_sdk::interfaces {
@@ -25,8 +26,9 @@ public:
     virtual void beginEditGroup() = 0;
     virtual void endEditGroup() = 0;
 
-    /// Creates a node; a taken name gets the next free number. Null, and logged, when the name is
-    /// no simple identifier.
+    /// Creates a node: a copy of its type's definition in the scene's libraries, a bare one when
+    /// none knows the type. A taken name gets the next free number. Null, and logged, when the name
+    /// is no simple identifier or the type is abstract.
     virtual INode* createNode(String type, String name) = 0;
     /// Clears every link and connection to the node, tells its observers and lets it go; false
     /// when it is not of this scene.
@@ -48,6 +50,22 @@ public:
     /// in, instead of searching at each query; off at the start. Counts what nodes of this scene
     /// do: changes of free nodes and of other scenes go unnoticed.
     virtual void setDirtyStateCached(bool cached) = 0;
+
+    /// Lets the scene know the types of a library, behind those of the libraries it has; nodes that
+    /// are there already stay as they are. The scene takes a reference. False for null, for a
+    /// library that it has, and for one without definitions of its own, such as a bare table of
+    /// callbacks.
+    virtual bool addLibrary(ILibInfo* library) = 0;
+
+    /// Keeps up to `maxBytes` of what eval callbacks give, so that they are asked again only after
+    /// something changed that their nodes depend on through connections and links; 0, as at the
+    /// start: nothing is kept. Needs callbacks that go by their node and what it reads alone.
+    /// Evaluations with a caller's own pointer ask the callbacks always.
+    ///
+    /// `isChecked` asks them all the same, twice for what is not known, and logs each result that
+    /// changed although nothing did that it depends on.
+    virtual void setEvalCache(u64 maxBytes, bool isChecked) = 0;
+    [[nodiscard]] virtual EvalCacheFigures evalCacheFigures() const = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces

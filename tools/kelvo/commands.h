@@ -17,6 +17,7 @@ void addHash(CommandLine& line);
 void addFind(CommandLine& line);
 void addExplain(CommandLine& line);
 void addGraph(CommandLine& line);
+void addHelp(CommandLine& line);
 void addImport(CommandLine& line);
 
 } // namespace qv::kelvo_tool

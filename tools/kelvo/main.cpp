@@ -29,6 +29,7 @@ void addCommands(CommandLine& line) {
     addFind(line);
     addExplain(line);
     addGraph(line);
+    addHelp(line);
     addImport(line);
 }
 

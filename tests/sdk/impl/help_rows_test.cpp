@@ -206,6 +206,13 @@ TEST(HelpValue, LongText_IsCutBetweenCharacters) {
     EXPECT_EQ(helpValue(text.c_str()).view(), "\"" + text.substr(0, 159) + "\"…");
 }
 
+TEST(HelpTitle, WithoutLabelAndName_IsTheType) {
+    Node node(nullptr, "area_light", "");
+    EXPECT_STREQ(helpTitle(node).buf(), "Area Light");
+    node.setLabel("en", "panel");
+    EXPECT_STREQ(helpTitle(node).buf(), "Panel");
+}
+
 TEST(HelpKind, OpenElementType_IsNotTold) {
     EXPECT_STREQ(helpKind("Buffer<Null>").buf(), "Buffer");
     EXPECT_STREQ(helpKind("Array<Real>").buf(), "Array<Real>");

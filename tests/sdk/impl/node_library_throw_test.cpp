@@ -1,0 +1,158 @@
+// A callback that throws costs an error line and a failed operation.
+
+#include "sdk/eval_ctx.h"
+#include "sdk/impl/input.h"
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+#include "tests/support/log_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::LogCapture;
+
+[[noreturn]] void fail() {
+    throw std::runtime_error("out of paint");
+}
+
+constexpr interfaces::NodeCallbacks throwing{
+    [](INode*, void**) -> bool { fail(); },  [](INode*, void*) -> bool { fail(); },
+    [](EvalCtx*, void*) -> bool { fail(); }, [](INode*, INode*) -> bool { fail(); },
+    [](INode*, void**) -> bool { throw 7; }, [](IInput*) { fail(); },
+};
+
+int leaked = 0;
+
+class NodeLibraryThrow : public testing::Test {
+protected:
+    NodeLibraryThrow() { m_library->setCallbacks("mesh", throwing); }
+
+    void bind(Node& node) { EXPECT_TRUE(node.initLibInfo(m_library.get())); }
+    Node* sceneNode(const char* name) {
+        auto* node = static_cast<Node*>(m_scene->createNode("mesh", name));
+        node->createInput("in", AttrType::Real);
+        node->createOutput("out", AttrType::Real);
+        bind(*node);
+        return node;
+    }
+
+    RefersTo<LibInfo> m_library = RefersTo<LibInfo>::adopt(new LibInfo);
+    RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
+};
+
+TEST_F(NodeLibraryThrow, EachOperation_FailsWithALineThatNamesNodeAndCallback) {
+    Node node(nullptr, "mesh", "m");
+    bind(node);
+    const struct {
+        const char* callback;
+        bool (*call)(Node&);
+    } calls[] = {
+        {"init", [](Node& n) { return n.nodeInit(); }},
+        {"prep", [](Node& n) { return n.nodePrep(); }},
+        {"eval", [](Node& n) { return n.nodeEval(nullptr, nullptr); }},
+        {"modify", [](Node& n) { return n.nodeModify(&n); }},
+    };
+    for (const auto& [callback, call] : calls) {
+        const LogCapture log;
+        EXPECT_FALSE(call(node)) << callback;
+        EXPECT_EQ(log.text(), "error: The " + std::string(callback) +
+                                  " callback of node 'm' threw: out of paint\n");
+    }
+    m_library->setCallbacks("mesh", {});
+    node.initLibInfo(m_library.get());
+}
+
+TEST_F(NodeLibraryThrow, WhatIsNoException_IsToldAsSuch) {
+    Node node(nullptr, "mesh", "m");
+    bind(node);
+    const LogCapture log;
+    EXPECT_FALSE(node.nodeFree());
+    EXPECT_EQ(log.text(),
+              "error: The free callback of node 'm' threw something that is no exception.\n");
+    m_library->setCallbacks("mesh", {});
+    node.initLibInfo(m_library.get());
+}
+
+TEST_F(NodeLibraryThrow, Destructor_GoesOnAndReportsDataLeftBehind) {
+    const auto init = [](INode*, void** data) {
+        *data = &leaked;
+        return true;
+    };
+    const auto free = [](INode*, void**) -> bool { throw std::bad_alloc(); };
+    const auto eval = [](EvalCtx*, void*) { return true; };
+    m_library->setCallbacks("mesh", {init, nullptr, eval, nullptr, free, nullptr});
+    const i64 before = impl_nodeInstanceCount();
+    const LogCapture log;
+    {
+        Node node(nullptr, "mesh", "m");
+        bind(node);
+        EXPECT_TRUE(node.nodeInit());
+    }
+    EXPECT_EQ(impl_nodeInstanceCount(), before);
+    EXPECT_EQ(log.text(), std::string("error: The free callback of node 'm' threw: ") +
+                              std::bad_alloc().what() +
+                              "\nerror: MEMORY LEAK: user data not freed for node 'm'.\n");
+}
+
+TEST_F(NodeLibraryThrow, Changed_ReachesTheCallerAfterEveryoneWasTold) {
+    Node* node = sceneNode("m");
+    m_scene->setDirty(false);
+    EXPECT_THROW(node->input(String("in"))->setReal(2), std::runtime_error);
+    EXPECT_EQ(static_cast<Input*>(node->input(String("in")))->value(), Value(2.0));
+    EXPECT_TRUE(m_scene->isDirty());
+}
+
+TEST_F(NodeLibraryThrow, Clone_StandsWithItsAttributes) {
+    Node* node = sceneNode("m");
+    const LogCapture log;
+    const auto copy = RefersTo<Node>::adopt(node->clone(nullptr, "copy"));
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(copy->inputCount(), 1u);
+    EXPECT_EQ(log.text(), "error: The init callback of node 'copy' threw: out of paint\n");
+}
+
+TEST_F(NodeLibraryThrow, ReadThroughAConnection_FailsAndKeepsItsValue) {
+    Node* node = sceneNode("m");
+    Node reader(nullptr, "thing", "r");
+    IInput* in = reader.createInput("in", AttrType::Real);
+    in->connect(node->output(String("out")));
+    const LogCapture log;
+    double value = 5;
+    EXPECT_FALSE(in->readReal(value, true, nullptr));
+    EXPECT_EQ(value, 5);
+    EXPECT_EQ(log.text(), "error: The eval callback of node 'm' threw: out of paint\n");
+}
+
+TEST_F(NodeLibraryThrow, EvaluationThatThrew_CanBeAskedAgain) {
+    Node* node = sceneNode("m");
+    auto* out = static_cast<Output*>(node->output(String("out")));
+    const LogCapture log;
+    EXPECT_FALSE(out->evaluate(nullptr));
+    EXPECT_FALSE(out->evaluate(nullptr));
+    EXPECT_EQ(log.text(), "error: The eval callback of node 'm' threw: out of paint\n"
+                          "error: The eval callback of node 'm' threw: out of paint\n");
+}
+
+// The node's last owner is the scene.
+TEST_F(NodeLibraryThrow, EvalThatEndsItsNodeFirst_IsStillNamed) {
+    const auto eval = [](EvalCtx* ctx, void*) -> bool {
+        ctx->node()->scene()->removeNode(ctx->node());
+        fail();
+    };
+    m_library->setCallbacks("mesh", {nullptr, nullptr, eval, throwing.modify, nullptr, nullptr});
+    auto* out = static_cast<Output*>(sceneNode("m")->output(String("out")));
+    const LogCapture log;
+    EXPECT_FALSE(out->evaluate(nullptr));
+    EXPECT_EQ(log.text(), "error: The eval callback of node 'm' threw: out of paint\n");
+    EXPECT_EQ(m_scene->nodeCount(), 0u);
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

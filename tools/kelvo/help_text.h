@@ -1,0 +1,12 @@
+#pragma once
+
+#include "base/string.h"
+#include "sdk/interfaces/forward.h"
+
+namespace qv::kelvo_tool {
+
+/// Returns the help of a node as plain text in lines of at most `width` columns, as far as words
+/// and values are that short; control characters become '?'.
+[[nodiscard]] String helpText(const kelvo_sdk::interfaces::INode& node, u64 width);
+
+} // namespace qv::kelvo_tool
