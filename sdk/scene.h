@@ -8,6 +8,10 @@
 
 namespace qv::kelvo_sdk {
 
+namespace impl {
+class NodeChangeScope;
+}
+
 using interfaces::SceneObserver;
 
 /// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, which answers
@@ -30,6 +34,10 @@ public:
     bool renameNode(const Node& node, String name) const {
         return get() && get()->renameNode(node.get(), std::move(name));
     }
+    /// Moves a node so that it becomes the index-th.
+    bool moveNode(const Node& node, u64 index) const {
+        return get() && get()->moveNode(node.get(), index);
+    }
     [[nodiscard]] u64 nodeCount() const { return get() ? get()->nodeCount() : 0; }
     /// Returns a node by position in creation order; empty out of range.
     [[nodiscard]] Node node(u64 index) const { return get() ? Node(get()->node(index)) : Node(); }
@@ -38,6 +46,36 @@ public:
     bool unsubscribe(SceneObserver* observer) const {
         return get() && get()->unsubscribe(observer);
     }
+
+    // What is done, taken back and done again: see `IScene`, and `UndoScope` below.
+
+    bool setUndoEnabled(bool enabled) const { return get() && get()->setUndoEnabled(enabled); }
+    [[nodiscard]] bool undoEnabled() const { return get() && get()->undoEnabled(); }
+    void setUndoLimits(const UndoLimits& limits) const {
+        if (get()) get()->setUndoLimits(limits);
+    }
+    bool undo() const { return get() && get()->undo(); }
+    bool redo() const { return get() && get()->redo(); }
+    [[nodiscard]] u64 undoCount() const { return get() ? get()->undoCount() : 0; }
+    [[nodiscard]] u64 redoCount() const { return get() ? get()->redoCount() : 0; }
+    [[nodiscard]] UndoStep undoStep(u64 index) const {
+        return get() ? get()->undoStep(index) : UndoStep();
+    }
+    [[nodiscard]] UndoStep redoStep(u64 index) const {
+        return get() ? get()->redoStep(index) : UndoStep();
+    }
+    [[nodiscard]] u64 undoBytes() const { return get() ? get()->undoBytes() : 0; }
+    void setCheckpoint(String name) const {
+        if (get()) get()->setCheckpoint(std::move(name));
+    }
+    bool returnTo(String name) const { return get() && get()->returnTo(std::move(name)); }
+    [[nodiscard]] StringVector checkpoints() const {
+        return get() ? get()->checkpoints() : StringVector();
+    }
+    void markSaved() const {
+        if (get()) get()->markSaved();
+    }
+    [[nodiscard]] bool isSaved() const { return !get() || get()->isSaved(); }
 
     /// Lets the scene know the types of a library, behind those of the libraries it has; false when
     /// it has it already, or when that is no library of definitions.
@@ -72,6 +110,13 @@ public:
 class QV_EXPORT Scene::UndoScope : public RefersTo<RefCounted> {
 public:
     UndoScope(Scene scene, String doText, String undoText);
+    /// Ends the step and takes back what was done since it began; the scope is then done with.
+    void cancel() const;
+
+private:
+    friend class impl::NodeChangeScope;
+    // A step that an exception does not take back.
+    explicit UndoScope(Scene scene);
 };
 
 } // namespace qv::kelvo_sdk

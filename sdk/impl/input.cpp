@@ -1,6 +1,8 @@
 #include "sdk/impl/input.h"
 
 #include "sdk/impl/conversion.h"
+#include "sdk/impl/edit_step.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
@@ -211,9 +213,37 @@ void Input::nodeDestroyed() {
     letGo();
 }
 
+u64 Input::ownBytes() const {
+    u64 bytes = sizeof(*this) + m_name.size() + m_value.payloadBytes();
+    if (!m_extras) return bytes;
+    bytes += sizeof(InputExtras);
+    if (stashed()) bytes += sizeof(Value) + stashed()->payloadBytes();
+    for (const IInput* member : members())
+        bytes += sizeof(member) + static_cast<const Input*>(member)->ownBytes();
+    return bytes;
+}
+
 void Input::removedFromOwner() {
+    if (m_node) recordTies();
     letGo();
     m_parent = nullptr;
+}
+
+// What `letGo` ends comes back with the input.
+void Input::recordTies() {
+    if (!m_extras) return;
+    EditStep step(m_node);
+    if (!step.isRecording()) return;
+    if (m_extras->source) {
+        step.prepare<SourceChange>(*this);
+        step.commit();
+    }
+    if (m_extras->link.table) {
+        step.prepare<ValueChange>(*this);
+        step.commit();
+    }
+    for (IInput* member : m_extras->members)
+        static_cast<Input*>(member)->recordTies();
 }
 
 // Unties the input from node, source, links and members, telling nobody.
@@ -221,9 +251,49 @@ void Input::letGo() {
     m_node = nullptr;
     if (!m_extras) return;
     setSource(nullptr);
-    if (m_extras->link.table) m_extras->link.table->remove(m_extras->link);
+    if (m_extras->link.table) {
+        m_extras->link.table->remove(m_extras->link);
+        m_value = Value(static_cast<INode*>(nullptr));
+    }
     for (IInput* member : m_extras->members)
         static_cast<Input*>(member)->letGo();
+}
+
+void Input::entered(Node* node, Input* holder) {
+    m_parent = holder;
+    setNodeOfAll(node);
+}
+
+void Input::left() {
+    m_parent = nullptr;
+    setNodeOfAll(nullptr);
+}
+
+void Input::setNodeOfAll(Node* node) {
+    m_node = node;
+    for (IInput* member : members())
+        static_cast<Input*>(member)->setNodeOfAll(node);
+}
+
+void Input::exchangeValue(Value& other) {
+    if (type() == AttrType::Node) linkTo(other.asNode());
+    std::swap(m_value, other);
+    changed(Value(other));
+}
+
+void Input::exchangeStash(std::unique_ptr<Value>& other) {
+    std::swap(extras().stash, other);
+}
+
+void Input::exchangeSource(Output* output, u64 rank) {
+    const RefersTo<Output> before(sourceOutput());
+    setSource(output, rank);
+    if (m_node) m_node->onInputConnected(this, before.get(), output);
+}
+
+u64 Input::sourceRank() const noexcept {
+    const Output* source = sourceOutput();
+    return source ? source->rankOfTarget(m_extras->sourceSlot) : noIndex;
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -17,6 +17,7 @@ using interfaces::IOutput;
 class NameIndex;
 class Node;
 class Output;
+class Scene;
 class SceneBuilder;
 struct InputExtras;
 
@@ -91,6 +92,8 @@ public:
     /// Hash of the name without regard to case. Needs an input that is no array element.
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
+    /// Returns the memory that the input takes with what it holds.
+    [[nodiscard]] u64 ownBytes() const;
 
     // For the list that this input is the first of; see input_list.h.
     [[nodiscard]] const NameIndex* listIndex() const noexcept;
@@ -191,10 +194,30 @@ public:
     bool connect(IOutput* output) override;
     bool disconnect() override;
     /// For the scene alone, when the linked node leaves: drops the link, telling observers.
-    void clearLink();
+    void clearLink(Scene& scene);
     /// For the scene alone, when the owning node comes in: links made before become known, at any
     /// depth.
     void rememberLinks();
+
+    // ---- History ---------------------------------------------------------------------------
+    // For recorded changes alone: nothing is recorded; all but `putMember` and `takeMember` tell
+    // everyone.
+
+    /// Sets a value of the input's kind, whatever its description says, and gives the one before.
+    void exchangeValue(Value& other);
+    /// Null stands for no value kept aside.
+    void exchangeStash(std::unique_ptr<Value>& other);
+    /// Connects as the `rank`-th target of the output; null disconnects.
+    void exchangeSource(Output* output, u64 rank);
+    /// Returns the place of this input among the targets of its source.
+    [[nodiscard]] u64 sourceRank() const noexcept;
+    void moveMember(u64 from, u64 to);
+    /// Takes a member in or out; the list's reference goes along.
+    void putMember(Input* member, u64 index);
+    void takeMember(Input* member);
+    /// The input comes back to, and leaves, a node that it knows, with what it holds.
+    void entered(Node* node, Input* holder);
+    void left();
 
 private:
     friend class Output;
@@ -226,10 +249,12 @@ private:
     u64 computeHash(const StringVector& skip, bool& lasting) const;
     void dropHash() noexcept;
 
-    void setSource(Output* output);
+    void setSource(Output* output, u64 rank = noIndex);
     void sourceDied(Output* output);
     void linkTo(INode* node);
     void letGo();
+    void recordTies();
+    void setNodeOfAll(Node* node);
 
     std::atomic<i32> m_refCount = 1;
     // An AttrType, which may lie outside the enumeration.

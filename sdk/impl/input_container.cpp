@@ -1,5 +1,7 @@
 #include "sdk/impl/input.h"
 
+#include "sdk/impl/edit_step.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
 #include "sdk/impl/node.h"
@@ -39,7 +41,10 @@ void Input::adoptMember(Input* member) {
 }
 
 IInput* Input::addMember(Input* member) {
+    EditStep step(m_node);
+    step.prepare<InputListChange>(*member, m_node, this, members().size(), true);
     adoptMember(member);
+    step.commit();
     if (m_node) m_node->onInputAdded(member);
     return member;
 }
@@ -99,11 +104,14 @@ IInput* Input::addElement(u64 index, AttrType elementElementType) {
         new Input(m_node, this, String(), elementType(), elementElementType));
     element->m_dataType = m_dataType;
     element->m_silent = m_silent;
+    EditStep step(m_node);
+    step.prepare<InputListChange>(*element, m_node, this, index, true);
     ds::Vector<IInput*>& list = extras().members;
     list.insert(index, element.get());
     Input* added = element.detach();
     renumber(index);
     dropHash();
+    step.commit();
     if (m_node) m_node->onInputAdded(added);
     return added;
 }
@@ -120,11 +128,34 @@ IInput* Input::insertElement(u64 index) {
 bool Input::moveElement(u64 from, u64 to) {
     if (!isArray() || from >= members().size() || to >= members().size()) return false;
     if (from == to) return true;
+    EditStep step(m_node);
+    step.prepare<ElementMove>(*this, from, to);
+    step.commit();
+    moveMember(from, to);
+    return true;
+}
+
+void Input::moveMember(u64 from, u64 to) {
     ds::Vector<IInput*>& list = m_extras->members;
     list.insert(to, list.extract(from));
     renumber(std::min(from, to));
     changed(Value());
-    return true;
+}
+
+void Input::putMember(Input* member, u64 index) {
+    if (!isArray()) return insertIntoList(extras().members, index, member);
+    extras().members.insert(index, member);
+    renumber(index);
+}
+
+void Input::takeMember(Input* member) {
+    if (!isArray()) {
+        removeFromList(m_extras->members, member);
+        return;
+    }
+    const u64 index = member->m_index;
+    std::ignore = m_extras->members.extract(index);
+    renumber(index);
 }
 
 void Input::renumber(u64 from) noexcept {
@@ -199,12 +230,14 @@ bool Input::clearInputs() {
 // Lets go of the member after everyone was told, so that it can still be read.
 bool Input::removeFound(IInput* member) {
     auto* removed = static_cast<Input*>(member);
-    const u64 index = removed->m_index;
-    if (isArray())
-        std::ignore = m_extras->members.extract(index);
-    else
-        removeFromList(m_extras->members, member);
-    if (isArray()) renumber(index);
+    EditStep step(m_node);
+    if (step.isRecording()) {
+        const u64 index = isArray() ? removed->m_index : indexInList(members(), member);
+        auto* change = step.prepare<InputListChange>(*removed, m_node, this, index, false);
+        change->takeComments(step.scene().comments());
+    }
+    takeMember(removed);
+    step.commit();
     dropHash();
     if (m_node) m_node->onInputRemoved(member);
     removed->removedFromOwner();

@@ -2,6 +2,8 @@
 
 #include "sdk/impl/connection_loop.h"
 #include "sdk/impl/conversion.h"
+#include "sdk/impl/edit_step.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/node_links.h"
 
 #include "base/log.h"
@@ -42,7 +44,10 @@ bool Input::connect(IOutput* output) {
                    path().buf(), after->path().buf(), loopText(*after, *this).buf());
         return false;
     }
+    EditStep step(m_node);
+    step.prepare<SourceChange>(*this);
     setSource(after);
+    step.commit();
     if (m_node) m_node->onInputConnected(this, before, after);
     return true;
 }
@@ -52,24 +57,31 @@ bool Input::disconnect() {
     if (!before) return false;
     // The handle lets observers read the output even when this was the last tie to it.
     const RefersTo<Output> held(before);
+    EditStep step(m_node);
+    step.prepare<SourceChange>(*this);
     setSource(nullptr);
+    step.commit();
     if (m_node) m_node->onInputConnected(this, before, nullptr);
     return true;
 }
 
 // Keeps both ends right and tells nobody.
-void Input::setSource(Output* output) {
+void Input::setSource(Output* output, u64 rank) {
     if (sourceOutput() == output) return;
     InputExtras& own = extras();
     if (own.source) own.source->removeTarget(own.sourceSlot);
     own.source = output;
-    if (output) own.sourceSlot = output->addTarget(this);
+    if (output) own.sourceSlot = output->addTarget(this, rank);
     dropHash();
 }
 
-// The output goes away and has taken this input off its list.
+// The output goes away and has taken this input, its last target, off its list.
 void Input::sourceDied(Output* output) {
+    const bool isFree = !m_node || !m_node->scene();
+    EditStep step(isFree ? static_cast<const Node*>(output->node()) : m_node);
+    step.prepare<SourceChange>(*this, *output, output->targetCount());
     m_extras->source = nullptr;
+    step.commit();
     dropHash();
     if (m_node) m_node->onInputConnected(this, output, nullptr);
 }
@@ -96,10 +108,13 @@ void Input::rememberLinks() {
 }
 
 // The node leaves the scene, so that even a read-only input lets it go.
-void Input::clearLink() {
+void Input::clearLink(Scene& scene) {
     Value before(static_cast<INode*>(nullptr));
+    EditStep step(scene);
+    step.prepare<ValueChange>(*this);
     linkTo(nullptr);
     std::swap(m_value, before);
+    step.commit();
     changed(std::move(before));
 }
 

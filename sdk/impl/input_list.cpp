@@ -3,6 +3,7 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 
+#include <algorithm>
 #include <new>
 
 namespace qv::kelvo_sdk::impl {
@@ -34,6 +35,18 @@ interfaces::IInput* findInList(const ds::Vector<interfaces::IInput*>& inputs,
 void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input) {
     inputs.push_back(input);
     if (inputs.size() >= kLongList) asInput(inputs[0])->indexList(inputs);
+}
+
+void insertIntoList(ds::Vector<interfaces::IInput*>& inputs, u64 index, interfaces::IInput* input) {
+    inputs.reserve(inputs.size() + 1);
+    if (inputs.size() >= kLongList) asInput(inputs[0])->dropListIndex();
+    inputs.insert(index, input);
+    if (inputs.size() >= kLongList) asInput(inputs[0])->indexList(inputs);
+}
+
+u64 indexInList(const ds::Vector<interfaces::IInput*>& inputs,
+                const interfaces::IInput* input) noexcept {
+    return static_cast<u64>(std::ranges::find(inputs, input) - inputs.begin());
 }
 
 bool removeFromList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input) {

@@ -15,6 +15,13 @@ namespace qv::kelvo_sdk::impl {
 /// Adds an input at the end.
 void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input);
 
+/// Adds an input in front of the index-th.
+void insertIntoList(ds::Vector<interfaces::IInput*>& inputs, u64 index, interfaces::IInput* input);
+
+/// Returns the place of an input that is there.
+[[nodiscard]] u64 indexInList(const ds::Vector<interfaces::IInput*>& inputs,
+                              const interfaces::IInput* input) noexcept;
+
 /// Removes every occurrence of the pointer, keeping the order; false when there is none.
 bool removeFromList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input);
 

@@ -1,6 +1,8 @@
 #include "sdk/impl/input.h"
 
 #include "sdk/impl/conversion.h"
+#include "sdk/impl/edit_step.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
@@ -35,8 +37,11 @@ bool Input::writable(const Value& value) const {
 bool Input::store(Value value) {
     if (m_value == value) return true;
     if (!writable(value)) return false;
+    EditStep step(m_node);
+    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
     if (type() == AttrType::Node) linkTo(value.asNode());
     std::swap(m_value, value);
+    step.commit();
     changed(std::move(value));
     return true;
 }
@@ -254,7 +259,10 @@ void Input::stash() {
 
 bool Input::unstash() {
     if (!stashed()) return false;
+    EditStep step(m_node);
+    step.prepare<StashChange>(*this);
     const std::unique_ptr<Value> kept = std::move(m_extras->stash);
+    step.commit();
     return setValue(*kept);
 }
 
@@ -263,7 +271,10 @@ const Value* Input::stashed() const noexcept {
 }
 
 void Input::setStashed(Value value) {
+    EditStep step(m_node);
+    step.prepare<StashChange>(*this);
     extras().stash = std::make_unique<Value>(std::move(value));
+    step.commit();
 }
 
 } // namespace qv::kelvo_sdk::impl

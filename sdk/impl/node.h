@@ -283,6 +283,8 @@ public:
 
 private:
     friend class DirtyCache;
+    friend class InputListChange;
+    friend class OutputListChange;
     friend class SceneBuilder;
     friend struct NodeLayoutProbe;
     friend i64(::impl_nodeInstanceCount)();

@@ -3,8 +3,7 @@
 namespace qv::kelvo_sdk::impl {
 
 void NodeChangeScope::open(interfaces::IScene* scene) {
-    m_step =
-        std::make_unique<kelvo_sdk::Scene::UndoScope>(kelvo_sdk::Scene(scene), String(), String());
+    m_step.reset(new kelvo_sdk::Scene::UndoScope(kelvo_sdk::Scene(scene)));
 }
 
 } // namespace qv::kelvo_sdk::impl

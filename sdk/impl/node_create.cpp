@@ -5,8 +5,11 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 
 #include "base/log.h"
@@ -118,18 +121,24 @@ IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataTy
 // Takes over the creator's reference, which becomes the node's.
 IInput* Node::addInput(Input* input) {
     auto created = RefersTo<Input>::adopt(input);
+    EditStep step(this);
+    step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
     markDirty();
     appendToList(m_inputs, input);
     std::ignore = created.detach();
+    step.commit();
     onInputAdded(input);
     return input;
 }
 
 IOutput* Node::addOutput(Output* output) {
     auto created = RefersTo<Output>::adopt(output);
+    EditStep step(this);
+    step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
     markDirty();
     m_outputs.push_back(output);
     std::ignore = created.detach();
+    step.commit();
     onOutputAdded(output);
     return output;
 }

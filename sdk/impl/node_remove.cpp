@@ -4,9 +4,14 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
+
+#include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -54,9 +59,17 @@ bool Node::clearInputs() {
 }
 
 bool Node::removeFoundInput(IInput* input) {
+    auto* removed = static_cast<Input*>(input);
+    EditStep step(this);
+    if (step.isRecording()) {
+        const u64 index = indexInList(m_inputs, input);
+        step.prepare<InputListChange>(*removed, this, nullptr, index, false)
+            ->takeComments(step.scene().comments());
+    }
     markDirty();
     removeFromList(m_inputs, input);
-    const Departure departing(static_cast<Input*>(input));
+    step.commit();
+    const Departure departing(removed);
     onInputRemoved(input);
     departing->removedFromOwner();
     return true;
@@ -84,9 +97,17 @@ bool Node::clearOutputs() {
 }
 
 bool Node::removeFoundOutput(IOutput* output) {
+    auto* removed = static_cast<Output*>(output);
+    EditStep step(this);
+    if (step.isRecording()) {
+        const auto place = std::ranges::find(m_outputs, output) - m_outputs.begin();
+        step.prepare<OutputListChange>(*removed, *this, static_cast<u64>(place), false)
+            ->takeComments(step.scene().comments());
+    }
     markDirty();
     m_outputs.removeAll(output);
-    const Departure departing(static_cast<Output*>(output));
+    step.commit();
+    const Departure departing(removed);
     onOutputRemoved(output);
     departing->removedFromNode();
     return true;

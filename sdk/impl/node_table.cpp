@@ -40,10 +40,25 @@ Node* NodeTable::at(u64 index) const noexcept {
     return entry ? entry->node : nullptr;
 }
 
-void NodeTable::add(const String& name, Node* node) {
+u64 NodeTable::indexOf(const String& name) const noexcept {
+    const auto entry = m_byName.find(name);
+    return entry == m_byName.end() ? noIndex : m_order.rankOf(entry->second.slot);
+}
+
+u64 NodeTable::place(Entry* entry, u64 index) {
+    return index < m_order.size() ? m_order.insert(index, entry, moved) : m_order.add(entry);
+}
+
+void NodeTable::move(const String& name, u64 to) {
+    Entry& entry = m_byName.find(name)->second;
+    m_order.remove(entry.slot, moved);
+    entry.slot = place(&entry, to);
+}
+
+void NodeTable::add(const String& name, Node* node, u64 index) {
     const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node, 0});
     try {
-        entry->second.slot = m_order.add(&entry->second);
+        entry->second.slot = place(&entry->second, index);
     } catch (...) {
         m_byName.erase(entry);
         throw;
@@ -54,7 +69,7 @@ Node* NodeTable::remove(const String& name) {
     const auto entry = m_byName.find(name);
     if (entry == m_byName.end()) return nullptr;
     Node* node = entry->second.node;
-    m_order.remove(entry->second.slot, [](Entry& moved, u64 slot) { moved.slot = slot; });
+    m_order.remove(entry->second.slot, moved);
     m_byName.erase(entry);
     const NumberedName freed = splitNumber(name);
     const auto next = m_nextNumber.find(freed.stem);

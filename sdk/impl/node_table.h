@@ -19,10 +19,15 @@ public:
     [[nodiscard]] Node* find(const String& name) const noexcept;
     [[nodiscard]] Node* at(u64 index) const noexcept;
 
-    /// Needs a name that is free.
-    void add(const String& name, Node* node);
+    /// Returns the position of the node of that name; `noIndex` when there is none.
+    [[nodiscard]] u64 indexOf(const String& name) const noexcept;
+
+    /// Needs a name that is free. In front of the index-th, at the end when there is none.
+    void add(const String& name, Node* node, u64 index = noIndex);
     /// Returns the node that had the name, null if none.
     Node* remove(const String& name);
+    /// Needs a node of that name.
+    void move(const String& name, u64 to);
     /// Needs a node of that name, and a new name that is free or the same but for its case.
     void rename(const String& from, const String& to);
 
@@ -52,6 +57,8 @@ private:
     template<typename T>
     using ByName = std::unordered_map<String, T, FoldedHash, FoldedEqual>;
 
+    [[nodiscard]] u64 place(Entry* entry, u64 index);
+    static void moved(Entry& entry, u64 slot) noexcept { entry.slot = slot; }
     [[nodiscard]] bool taken(const String& name) const { return m_byName.contains(name); }
 
     // The map's entries stay where they are, so that the order can point at them.

@@ -21,6 +21,28 @@ public:
         return m_slots.size() - 1;
     }
 
+    /// Puts a pointer in front of the index-th, which must be there; returns its slot. Takes a hole
+    /// that is in place, else moves all behind it.
+    template<typename Moved>
+    u64 insert(u64 index, T* pointer, const Moved& moved) {
+        const u64 slot = slotOf(index);
+        const u64 holes = holesUpTo(slot);
+        if (slot != 0 && !m_slots[slot - 1]) {
+            m_holes.extract(holes - 1);
+            m_slots[slot - 1] = pointer;
+            return slot - 1;
+        }
+        m_slots.insert(slot, pointer);
+        for (u64 i = slot + 1; i < m_slots.size(); ++i)
+            if (m_slots[i]) moved(*m_slots[i], i);
+        for (u64 i = holes; i < m_holes.size(); ++i)
+            ++m_holes[i];
+        return slot;
+    }
+
+    /// Returns how many pointers stand before that of a slot.
+    [[nodiscard]] u64 rankOf(u64 slot) const noexcept { return slot - holesUpTo(slot); }
+
     /// Needs a slot that holds a pointer.
     template<typename Moved>
     void remove(u64 slot, const Moved& moved) {
@@ -40,17 +62,7 @@ public:
 
     /// Returns the index-th pointer, null out of range.
     [[nodiscard]] T* at(u64 index) const noexcept {
-        if (index >= size()) return nullptr;
-        // The k-th hole stands before the pointer sought if at most `index` pointers precede it.
-        u64 first = 0;
-        for (u64 end = m_holes.size(); first < end;) {
-            const u64 k = first + (end - first) / 2;
-            if (m_holes[k] - k <= index)
-                first = k + 1;
-            else
-                end = k;
-        }
-        return m_slots[index + first];
+        return index < size() ? m_slots[slotOf(index)] : nullptr;
     }
 
     /// Calls `visit(pointer)` in order. What is added meanwhile is visited too; nothing may be
@@ -65,6 +77,20 @@ public:
 private:
     // Keeps the list of holes short enough to insert into.
     static constexpr u64 kMaxHoles = 1024;
+
+    // Needs an index in range.
+    [[nodiscard]] u64 slotOf(u64 index) const noexcept {
+        // The k-th hole stands before the pointer sought if at most `index` pointers precede it.
+        u64 first = 0;
+        for (u64 end = m_holes.size(); first < end;) {
+            const u64 k = first + (end - first) / 2;
+            if (m_holes[k] - k <= index)
+                first = k + 1;
+            else
+                end = k;
+        }
+        return index + first;
+    }
 
     [[nodiscard]] u64 holesUpTo(u64 slot) const noexcept {
         return static_cast<u64>(std::ranges::lower_bound(m_holes, slot) - m_holes.begin());

@@ -1,9 +1,11 @@
 #include "sdk/impl/output.h"
 
 #include "sdk/impl/conversion.h"
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
+#include "sdk/impl/node_changes.h"
 #include "sdk/impl/scene.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -63,6 +65,13 @@ IInput* Output::target(u64 index) const {
     return m_targets.at(index);
 }
 
+// `noIndex` is the end.
+u64 Output::addTarget(Input* input, u64 rank) {
+    if (rank >= m_targets.size()) return m_targets.add(input);
+    return m_targets.insert(rank, input,
+                            [](Input& moved, u64 to) { moved.m_extras->sourceSlot = to; });
+}
+
 void Output::removeTarget(u64 slot) {
     m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
 }
@@ -76,10 +85,19 @@ void Output::disconnectTargets() {
 }
 
 bool Output::setValue(Value value) {
+    EditStep step(static_cast<const Node*>(m_node));
+    step.prepare<OutputValueChange>(*this);
     const bool done = storeValue(std::move(value));
+    step.commit();
     auto* scene = m_node ? static_cast<Scene*>(m_node->scene()) : nullptr;
     if (scene) scene->evaluationChanged(static_cast<const Node&>(*m_node));
     return done;
+}
+
+void Output::exchangeValue(Value& other) {
+    std::swap(m_value, other);
+    auto* scene = m_node ? static_cast<Scene*>(m_node->scene()) : nullptr;
+    if (scene) scene->evaluationChanged(static_cast<const Node&>(*m_node));
 }
 
 bool Output::storeValue(Value value) {

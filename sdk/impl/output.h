@@ -36,6 +36,10 @@ public:
     IOutput* clone(INode* node) const;
     /// For the owning node alone: the node is gone.
     void clearNode() noexcept { m_node = nullptr; }
+    /// For recorded changes alone: the output comes back to a node that it knows, and its value is
+    /// set and the one before given.
+    void entered(INode* node) noexcept { m_node = node; }
+    void exchangeValue(Value& other);
     /// For the owning node alone: the output leaves it; every connection ends.
     void removedFromNode();
 
@@ -54,6 +58,8 @@ public:
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
 
+    /// Returns the position of a target among all, by the slot that it has.
+    [[nodiscard]] u64 rankOfTarget(u64 slot) const noexcept { return m_targets.rankOf(slot); }
     /// Calls `visit(const Input&)` for each target in order.
     template<typename Visit>
     void forEachTarget(const Visit& visit) const {
@@ -81,7 +87,7 @@ public:
 private:
     friend class Input;
 
-    u64 addTarget(Input* input) { return m_targets.add(input); }
+    u64 addTarget(Input* input, u64 rank);
     void removeTarget(u64 slot);
     bool storeValue(Value value);
     [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;

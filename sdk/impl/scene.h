@@ -2,6 +2,7 @@
 
 #include "base/string_vector.h"
 #include "sdk/impl/dirty_cache.h"
+#include "sdk/impl/history.h"
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/link_table.h"
 #include "sdk/impl/node_table.h"
@@ -29,7 +30,7 @@ class Node;
 ///     Nodes          scene_nodes.cpp      created, found, renamed, removed
 ///     Libraries      scene_libraries.cpp  that know the types of nodes
 ///     Edits          scene_edit.cpp       steps and groups
-///     Undo           scene_undo.cpp       the queries
+///     Undo           scene_undo.cpp       steps taken back and done again
 ///     Dirty state    scene_dirty.cpp      of the scene
 ///     Evaluation     scene_eval.cpp       results kept
 ///     Notifications  scene_notify.cpp     passed on to scene observers
@@ -56,6 +57,7 @@ public:
     bool addNode(Node* node);
     bool removeNode(INode* node) override;
     bool renameNode(INode* node, String name) override;
+    bool moveNode(INode* node, u64 to) override;
     void clear() override;
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
@@ -84,14 +86,30 @@ public:
 
     void beginEdit() override;
     void recordEdit(String doText, String undoText) override;
+    [[nodiscard]] u64 editDepth() const override;
+    void cancelEdit(u64 depth) override;
     void beginEditGroup() override;
     void endEditGroup() override;
 
     // ---- Undo ------------------------------------------------------------------------------
-    // Nothing is recorded: both queries answer false.
 
     [[nodiscard]] bool undoEnabled() override;
     [[nodiscard]] bool undoInProgress() override;
+    bool setUndoEnabled(bool enabled) override;
+    void setUndoLimits(const UndoLimits& limits) override;
+    bool undo() override;
+    bool redo() override;
+    [[nodiscard]] u64 undoCount() const override;
+    [[nodiscard]] u64 redoCount() const override;
+    [[nodiscard]] UndoStep undoStep(u64 index) const override;
+    [[nodiscard]] UndoStep redoStep(u64 index) const override;
+    [[nodiscard]] u64 undoBytes() const override;
+    void setCheckpoint(String name) override;
+    bool returnTo(String name) override;
+    [[nodiscard]] StringVector checkpoints() const override;
+    void markSaved() override;
+    [[nodiscard]] bool isSaved() const override;
+    [[nodiscard]] History& history() noexcept { return m_history; }
 
     // ---- Dirty state -----------------------------------------------------------------------
 
@@ -152,7 +170,15 @@ private:
             if (m_observers.contains(observer)) tell(*observer);
         }
     }
+    friend class NodeChange;
+    friend class NodeMove;
+    friend class NodeRename;
+
     void clearReferences(Node& node);
+    void enter(Node& node);
+    void leave(Node& node);
+    void rename(Node& node, String name);
+    void move(Node& node, u64 from, u64 to);
     void forgetResults(const Node& node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
@@ -161,7 +187,7 @@ private:
     LinkTable m_links;
     SceneComments m_comments;
     ds::Vector<SceneObserver*> m_observers;
-    u32 m_editDepth = 0;
+    History m_history{*this};
     u32 m_groupDepth = 0;
     bool m_dirty = false;
     // Null while dirty states are not cached.

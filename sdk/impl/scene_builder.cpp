@@ -1,9 +1,12 @@
 #include "sdk/impl/scene_builder.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
 #include "sdk/impl/node.h"
+#include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
 
@@ -54,6 +57,7 @@ void SceneBuilder::build() {
     m_nodes.reserve(m_tree.nodes.size());
     for (const TreeNode& node : m_tree.nodes)
         m_nodes.push_back(makeNode(node));
+    const EditStep step(*m_scene);
     const EditGroup group(*m_scene);
     try {
         addNodes();
@@ -160,8 +164,11 @@ void SceneBuilder::link(const TreeLink& from) {
 
 // Read-only inputs and those that take few choices are linked too: that is how they were written.
 void SceneBuilder::setLink(Input& input, INode* target) {
+    EditStep step(input.m_node);
+    step.prepare<ValueChange>(input);
     Value before = std::exchange(input.m_value, Value(target));
     input.linkTo(target);
+    step.commit();
     input.changed(std::move(before));
 }
 
@@ -169,7 +176,10 @@ void SceneBuilder::setLink(Input& input, INode* target) {
 void SceneBuilder::connect(const TreeConnection& from) {
     Input& input = *m_inputs[from.input];
     IOutput* output = from.target != noTreeIndex ? m_outputs[from.output] : from.known;
+    EditStep step(input.m_node);
+    step.prepare<SourceChange>(input);
     input.setSource(static_cast<Output*>(output));
+    step.commit();
     input.m_node->onInputConnected(&input, nullptr, output);
 }
 
@@ -194,7 +204,10 @@ void SceneBuilder::addFileComments() {
     file.leading += added.leading.view();
     file.inner += added.inner.view();
     if (file.opening.isEmpty()) file.opening = std::move(added.opening);
+    EditStep step(*m_scene);
+    step.prepare<FileCommentsChange>(m_scene->comments());
     m_scene->comments().setFile(std::move(file));
+    step.commit();
 }
 
 // Removes what was added. What an observer throws now is lost: there is an exception on its way.

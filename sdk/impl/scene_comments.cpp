@@ -8,6 +8,8 @@
 #include "base/ascii.h"
 #include "base/string_io.h"
 
+#include <tuple>
+
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -124,30 +126,62 @@ const Comments* SceneComments::findNamed(const void* attribute, const String& na
 }
 
 void SceneComments::remove(const interfaces::INode* node) {
-    m_entries.erase(node);
-    const auto list = m_attributes.find(node);
-    if (list == m_attributes.end()) return;
-    for (const void* attribute : list->second) {
-        const auto place = m_entries.find(attribute);
-        if (place != m_entries.end() && place->second.owner == node) m_entries.erase(place);
-    }
-    m_attributes.erase(list);
+    std::ignore = take(node);
 }
 
 void SceneComments::remove(const interfaces::IInput* input) {
-    if (m_entries.empty()) return;
-    std::vector<const interfaces::IInput*> open = {input};
-    while (!open.empty()) {
-        const interfaces::IInput* next = open.back();
-        open.pop_back();
-        m_entries.erase(next);
-        for (u64 i = 0; i < next->inputCount(); ++i)
-            open.push_back(next->input(i));
-    }
+    std::ignore = take(input);
 }
 
 void SceneComments::remove(const interfaces::IOutput* output) {
     m_entries.erase(output);
+}
+
+void SceneComments::takeEntry(const void* key, Kept& kept) {
+    const auto place = m_entries.find(key);
+    if (place == m_entries.end()) return;
+    kept.m_entries.emplace_back(key, std::move(place->second));
+    m_entries.erase(place);
+}
+
+SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
+    Kept kept;
+    takeEntry(node, kept);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return kept;
+    for (const void* attribute : list->second) {
+        const auto place = m_entries.find(attribute);
+        if (place != m_entries.end() && place->second.owner == node) takeEntry(attribute, kept);
+    }
+    m_attributes.erase(list);
+    return kept;
+}
+
+SceneComments::Kept SceneComments::take(const interfaces::IInput* input) {
+    Kept kept;
+    if (m_entries.empty()) return kept;
+    std::vector<const interfaces::IInput*> open = {input};
+    while (!open.empty()) {
+        const interfaces::IInput* next = open.back();
+        open.pop_back();
+        takeEntry(next, kept);
+        for (u64 i = 0; i < next->inputCount(); ++i)
+            open.push_back(next->input(i));
+    }
+    return kept;
+}
+
+SceneComments::Kept SceneComments::take(const interfaces::IOutput* output) {
+    Kept kept;
+    takeEntry(output, kept);
+    return kept;
+}
+
+void SceneComments::putBack(Kept kept) {
+    for (auto& [key, entry] : kept.m_entries) {
+        if (key != entry.owner) m_attributes[entry.owner].push_back(key);
+        m_entries[key] = std::move(entry);
+    }
 }
 
 } // namespace qv::kelvo_sdk::impl

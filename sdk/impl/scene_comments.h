@@ -5,6 +5,7 @@
 #include "sdk/interfaces/forward.h"
 
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -55,6 +56,14 @@ public:
     void remove(const interfaces::IInput* input);
     void remove(const interfaces::IOutput* output);
 
+    /// What was taken out, to be put back.
+    class Kept;
+    /// As `remove`, with all that is forgotten to be put back.
+    [[nodiscard]] Kept take(const interfaces::INode* node);
+    [[nodiscard]] Kept take(const interfaces::IInput* input);
+    [[nodiscard]] Kept take(const interfaces::IOutput* output);
+    void putBack(Kept kept);
+
     /// Tells whether nothing but the text as a whole has comments.
     [[nodiscard]] bool empty() const noexcept { return m_entries.empty(); }
 
@@ -66,6 +75,7 @@ private:
         Comments comments;
     };
 
+    void takeEntry(const void* key, Kept& kept);
     void setAttribute(const void* attribute, const interfaces::INode* owner, const String& name,
                       Comments comments);
     [[nodiscard]] const Comments* findNamed(const void* attribute, const String& name) const;
@@ -73,6 +83,12 @@ private:
     Comments m_file;
     std::unordered_map<const void*, Entry> m_entries;
     std::unordered_map<const interfaces::INode*, std::vector<const void*>> m_attributes;
+};
+
+class SceneComments::Kept {
+private:
+    friend class SceneComments;
+    std::vector<std::pair<const void*, Entry>> m_entries;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -5,11 +5,19 @@
 namespace qv::kelvo_sdk::impl {
 
 void Scene::beginEdit() {
-    ++m_editDepth;
+    m_history.begin();
 }
 
-void Scene::recordEdit(String /*doText*/, String /*undoText*/) {
-    if (m_editDepth > 0) --m_editDepth;
+void Scene::recordEdit(String doText, String undoText) {
+    m_history.end(std::move(doText), std::move(undoText));
+}
+
+u64 Scene::editDepth() const {
+    return m_history.depth();
+}
+
+void Scene::cancelEdit(u64 depth) {
+    m_history.cancel(depth);
 }
 
 void Scene::beginEditGroup() {

@@ -1,8 +1,10 @@
 #include "sdk/impl/scene.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/node.h"
+#include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 #include "sdk/scene.h"
 
@@ -40,6 +42,7 @@ void disconnectAll(IInput& input) {
 Scene::Scene() = default;
 
 Scene::~Scene() {
+    m_history.clear();
     // None may reach the scene any more, whatever their ends set off in others.
     m_nodes.forEach([](Node* node) { node->setScene(nullptr); });
     m_nodes.forEach([](Node* node) { node->decRef(); });
@@ -75,17 +78,25 @@ bool Scene::addNode(Node* node) {
     String name = node->name();
     if (!checkNodeName(name, "name") || m_nodes.find(name) == node) return false;
     String free = m_nodes.freeName(name);
+    EditStep step(*this);
+    step.prepare<NodeChange>(*node, m_nodes.size(), true);
+    if (!free.equals(name)) node->setName(free);
     m_nodes.add(free, node);
-    node->incRef();
-    node->setScene(this);
-    if (!free.equals(name)) node->setName(std::move(free));
-    for (IInput* input : node->inputs())
-        static_cast<Input*>(input)->rememberLinks();
-    if (m_dirtyCache) m_dirtyCache->added(*node);
-    if (m_evalCache) m_evalCache->nodeAdded(*node);
-    setDirty();
-    tellObservers(node, [node](SceneObserver& observer) { observer.nodeAdded(node); });
+    step.commit();
+    enter(*node);
     return true;
+}
+
+// Needs one that is in the table.
+void Scene::enter(Node& node) {
+    node.incRef();
+    node.setScene(this);
+    for (IInput* input : node.inputs())
+        static_cast<Input*>(input)->rememberLinks();
+    if (m_dirtyCache) m_dirtyCache->added(node);
+    if (m_evalCache) m_evalCache->nodeAdded(node);
+    setDirty();
+    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); });
 }
 
 bool Scene::contains(const INode& node) const {
@@ -94,24 +105,34 @@ bool Scene::contains(const INode& node) const {
 
 bool Scene::removeNode(INode* node) {
     if (!node || !contains(*node)) return false;
-    auto* removed = static_cast<Node*>(node);
-    clearReferences(*removed);
-    const RefersTo<Node> held(adoptRef, m_nodes.remove(removed->name()));
-    if (!held) return true; // An observer of the references was faster.
-    m_comments.remove(removed);
-    if (m_dirtyCache) m_dirtyCache->removed(*removed);
-    if (m_evalCache) m_evalCache->forget(*removed);
-    setDirty();
-    removed->notifyRemoved();
-    tellObservers(removed, [removed](SceneObserver& observer) { observer.nodeRemoved(removed); });
-    removed->setScene(nullptr);
+    const RefersTo<Node> held(static_cast<Node*>(node));
+    EditStep step(*this);
+    clearReferences(*held);
+    // An observer of the references may be faster.
+    if (!contains(*held)) return true;
+    if (auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false))
+        change->takeComments(m_comments);
+    step.commit();
+    leave(*held);
     return true;
+}
+
+// Needs a node that nothing refers to.
+void Scene::leave(Node& node) {
+    const RefersTo<Node> held(adoptRef, m_nodes.remove(node.name()));
+    m_comments.remove(&node);
+    if (m_dirtyCache) m_dirtyCache->removed(node);
+    if (m_evalCache) m_evalCache->forget(node);
+    setDirty();
+    node.notifyRemoved();
+    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRemoved(&node); });
+    node.setScene(nullptr);
 }
 
 // Observers may link to the node again while they are told; each link is cleared once.
 void Scene::clearReferences(Node& node) {
     for (u64 left = m_links.count(&node); left > 0; --left) {
-        if (Input* input = m_links.first(&node)) input->clearLink();
+        if (Input* input = m_links.first(&node)) input->clearLink(*this);
     }
     for (u64 i = 0; i < node.inputCount(); ++i)
         disconnectAll(*node.input(i));
@@ -125,13 +146,39 @@ bool Scene::renameNode(INode* node, String name) {
     auto* renamed = static_cast<Node*>(node);
     const String before = renamed->name();
     if (before.equals(name)) return true;
-    String after = before.equalsNoCase(name) ? name : m_nodes.freeName(name);
-    m_nodes.rename(before, after);
-    renamed->setName(after);
-    setDirty();
-    renamed->notifyRenamed(after);
-    tellObservers(renamed, [&](SceneObserver& observer) { observer.nodeRenamed(renamed, before); });
+    EditStep step(*this);
+    step.prepare<NodeRename>(*renamed, before);
+    step.commit();
+    rename(*renamed, before.equalsNoCase(name) ? name : m_nodes.freeName(name));
     return true;
+}
+
+// Needs a name that is free.
+void Scene::rename(Node& node, String name) {
+    const String before = node.name();
+    m_nodes.rename(before, name);
+    node.setName(name);
+    setDirty();
+    node.notifyRenamed(name);
+    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRenamed(&node, before); });
+}
+
+bool Scene::moveNode(INode* node, u64 to) {
+    if (!node || !contains(*node) || to >= m_nodes.size()) return false;
+    auto* moved = static_cast<Node*>(node);
+    const u64 from = m_nodes.indexOf(moved->name());
+    if (from == to) return true;
+    EditStep step(*this);
+    step.prepare<NodeMove>(*moved, from, to);
+    step.commit();
+    move(*moved, from, to);
+    return true;
+}
+
+void Scene::move(Node& node, u64 from, u64 to) {
+    m_nodes.move(node.name(), to);
+    setDirty();
+    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeMoved(&node, from); });
 }
 
 void Scene::clear() {

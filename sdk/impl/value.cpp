@@ -205,6 +205,20 @@ Value Value::fromReals(AttrType type, const double* reals) {
     return result;
 }
 
+u64 Value::payloadBytes() const noexcept {
+    switch (m_type) {
+    case AttrType::String:
+        return asString().size();
+    case AttrType::Buffer:
+        return asBuffer().byteSize();
+    case AttrType::Mat3:
+    case AttrType::Mat4:
+        return sizeof(MatBlock);
+    default:
+        return 0;
+    }
+}
+
 u64 Value::hash() const {
     const u64 kind = static_cast<u64>(m_type);
     u64 hash = 0;

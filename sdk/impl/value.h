@@ -75,6 +75,9 @@ public:
     /// Makes a value of a kind from its `components(type)` doubles.
     [[nodiscard]] static Value fromReals(AttrType type, const double* reals);
 
+    /// Memory beyond the value itself; what values share is counted in each.
+    [[nodiscard]] u64 payloadBytes() const noexcept;
+
     /// Hashes kind and value; never 0 but for Null and an empty Node value. Node values hash their
     /// node's name.
     [[nodiscard]] u64 hash() const;

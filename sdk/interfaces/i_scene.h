@@ -4,6 +4,7 @@
 #include "base/string.h"
 #include "sdk/interfaces/eval_cache_figures.h"
 #include "sdk/interfaces/forward.h"
+#include "sdk/undo_step.h"
 
 namespace qv::kelvo_sdk::interfaces {
 
@@ -36,6 +37,9 @@ public:
     /// Renames; a taken name gets the next free number. False when the name is no simple identifier
     /// (logged) or the node is not of this scene.
     virtual bool renameNode(INode* node, String name) = 0;
+    /// Moves a node so that it becomes the index-th; false out of range or when it is not of this
+    /// scene.
+    virtual bool moveNode(INode* node, u64 index) = 0;
     /// Removes all nodes.
     virtual void clear() = 0;
     [[nodiscard]] virtual u64 nodeCount() const = 0;
@@ -45,6 +49,41 @@ public:
     /// Adds an observer, which must unsubscribe before it dies; false if it was there already.
     virtual bool subscribe(SceneObserver* observer) = 0;
     virtual bool unsubscribe(SceneObserver* observer) = 0;
+
+    /// Returns how many edits are open inside each other.
+    [[nodiscard]] virtual u64 editDepth() const = 0;
+    /// Closes the edit that is the depth-th from outside, counted from 1, and takes back what was
+    /// done since it began; with undo off, too. From inside a change that was under way before, as
+    /// from an observer, this waits for that change's end.
+    virtual void cancelEdit(u64 depth) = 0;
+
+    /// Starts or stops recording what is done, for undo; off at the start. Either forgets all
+    /// steps. False, and logged, while an edit or a step is under way.
+    virtual bool setUndoEnabled(bool enabled) = 0;
+    virtual void setUndoLimits(const UndoLimits& limits) = 0;
+    /// Take the last step back, and do it again. Nodes and attributes come back as the same
+    /// objects, at their old places. False when there is none and, logged, while an edit or a step
+    /// is under way. What observers throw comes out at the end, when the step is whole.
+    ///
+    /// What observers do meanwhile belongs to the step: turning it again takes that back too.
+    virtual bool undo() = 0;
+    virtual bool redo() = 0;
+    [[nodiscard]] virtual u64 undoCount() const = 0;
+    [[nodiscard]] virtual u64 redoCount() const = 0;
+    /// Return what is known of a step; 0 is the one that is next. Empty out of range.
+    [[nodiscard]] virtual UndoStep undoStep(u64 index) const = 0;
+    [[nodiscard]] virtual UndoStep redoStep(u64 index) const = 0;
+    /// Returns the memory that all steps take.
+    [[nodiscard]] virtual u64 undoBytes() const = 0;
+    /// Gives the present state a name, in place of an earlier state of that name.
+    virtual void setCheckpoint(String name) = 0;
+    /// Undoes or redoes up to a named state; false when there is none of that name within reach.
+    virtual bool returnTo(String name) = 0;
+    /// Returns the names of states within reach, oldest first.
+    [[nodiscard]] virtual StringVector checkpoints() const = 0;
+    /// The present state is the saved one; a new scene is saved.
+    virtual void markSaved() = 0;
+    [[nodiscard]] virtual bool isSaved() const = 0;
 
     /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
     /// in, instead of searching at each query; off at the start. Counts what nodes of this scene

@@ -16,6 +16,8 @@ public:
     /// The node has no links or connections left and still can be read.
     virtual void nodeRemoved(INode* /*node*/) {}
     virtual void nodeRenamed(INode* /*node*/, String /*oldName*/) {}
+    /// It stood at `from` before.
+    virtual void nodeMoved(INode* /*node*/, u64 /*from*/) {}
     virtual void inputAdded(const IInput* /*input*/) {}
     virtual void inputRemoved(const IInput* /*input*/) {}
     virtual void outputAdded(const IOutput* /*output*/) {}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/string.h"
+
+namespace qv::kelvo_sdk::impl {
+
+class Input;
+class Scene;
+
+/// One recorded change of a scene, which can be turned back and turned again, any number of times.
+/// It keeps alive what it is about.
+class Change {
+public:
+    Change() = default;
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+    virtual ~Change() = default;
+
+    /// Makes the edits that have to come before `flip`, as edits of their own.
+    virtual void prepareFlip(Scene& /*scene*/) {}
+    /// Turns the change. Needs what it is about as it was right after the change was made or last
+    /// turned. Everyone is told as of the change itself; what one of them throws comes out when the
+    /// change is turned.
+    virtual void flip(Scene& scene) = 0;
+
+    /// Tells whether an earlier value of this input is kept here, and the input is no link.
+    [[nodiscard]] virtual bool keepsValueOf(const Input& /*input*/) const { return false; }
+    /// Tells whether turning it would make no difference.
+    [[nodiscard]] virtual bool isNothing() const { return false; }
+
+    /// Memory that is in use for nothing but this.
+    [[nodiscard]] virtual u64 bytes() const = 0;
+    /// What it is about: a path or a node's name.
+    [[nodiscard]] virtual String subject() const = 0;
+    /// For users, such as "Set lamp.radius".
+    [[nodiscard]] virtual String text() const = 0;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,128 @@
+#include "sdk/impl/history.h"
+
+#include "base/log.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <utility>
+
+// ---- Recording -----------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+History::~History() = default;
+
+void History::closeOperation() noexcept {
+    --m_operations;
+    takeBackCancelled();
+    if (m_operations == 0 && m_marks.empty() && !m_isReplaying) closeStep();
+}
+
+void History::add(std::unique_ptr<Change> change) noexcept {
+    if (!m_isDropping) m_open.push_back(std::move(change));
+}
+
+// A few back, for edits that go from input to input.
+bool History::keepsValueOf(const Input& input) const noexcept {
+    constexpr u64 few = 4;
+    const u64 mark = m_marks.empty() ? 0 : m_marks.back().changes;
+    for (u64 i = m_open.size(); i > mark && m_open.size() - i < few; --i)
+        if (m_open[i - 1]->keepsValueOf(input)) return true;
+    return false;
+}
+
+// ---- Edits ---------------------------------------------------------------------------------
+
+void History::begin() {
+    m_marks.push_back({m_open.size(), m_operations});
+}
+
+void History::end(String doText, String undoText) {
+    if (m_marks.empty()) return;
+    m_marks.pop_back();
+    if (m_isReplaying) return;
+    const bool isOutermost = m_marks.empty();
+    if (!doText.isEmpty() && (isOutermost || m_doText.isEmpty())) m_doText = std::move(doText);
+    if (!undoText.isEmpty() && (isOutermost || m_undoText.isEmpty()))
+        m_undoText = std::move(undoText);
+    if (isOutermost && m_operations == 0) closeStep();
+}
+
+void History::cancel(u64 depth) {
+    if (depth == 0 || m_marks.empty()) return;
+    m_marks[std::min<u64>(depth, m_marks.size()) - 1].isCancelled = true;
+    takeBackCancelled();
+    if (m_marks.empty() && m_operations == 0 && !m_isReplaying) closeStep();
+}
+
+// Those that began inside the operation under way, or while none was.
+void History::takeBackCancelled() noexcept {
+    const auto isDue = [this](const Mark& mark) {
+        return mark.isCancelled && mark.operations >= m_operations;
+    };
+    for (auto mark = m_marks.begin(); mark != m_marks.end();) {
+        mark = std::find_if(m_marks.begin(), m_marks.end(), isDue);
+        if (mark == m_marks.end()) return;
+        const u64 from = mark->changes;
+        m_marks.erase(mark);
+        takeBack(from);
+        mark = m_marks.begin();
+    }
+}
+
+// What observers do about it stays, as part of what surrounds it.
+void History::takeBack(u64 from) noexcept {
+    for (Mark& mark : m_marks)
+        mark.changes = std::min(mark.changes, from);
+    Changes taken;
+    try {
+        taken.reserve(m_open.size() - from);
+    } catch (const std::bad_alloc&) {
+        return logError("An edit was not taken back: there is no memory for it.");
+    }
+    const auto first = m_open.begin() + static_cast<std::ptrdiff_t>(from);
+    std::ranges::move(first, m_open.end(), std::back_inserter(taken));
+    m_open.erase(first, m_open.end());
+    const bool wasReplaying = std::exchange(m_isReplaying, true);
+    while (!taken.empty()) {
+        turnBack(*taken.back());
+        taken.pop_back();
+    }
+    m_isReplaying = wasReplaying;
+}
+
+void History::turnBack(Change& change) noexcept {
+    try {
+        m_isDropping = true;
+        change.prepareFlip(m_scene);
+        m_isDropping = false;
+        change.flip(m_scene);
+    } catch (const std::exception& thrown) {
+        m_isDropping = false;
+        logError("An exception was lost while an edit was taken back: %s", thrown.what());
+    } catch (...) {
+        m_isDropping = false;
+        logError("An exception was lost while an edit was taken back.");
+    }
+}
+
+void History::closeStep() noexcept {
+    Step step{.doText = std::move(m_doText),
+              .undoText = std::move(m_undoText),
+              .changes = std::move(m_open)};
+    m_doText = String();
+    m_undoText = String();
+    m_open.clear();
+    std::erase_if(step.changes, [](const auto& change) { return change->isNothing(); });
+    if (step.changes.empty()) return;
+    if (!m_isEnabled) return missed();
+    try {
+        keep(std::move(step));
+    } catch (...) {
+        clear();
+        logError("An edit cannot be undone: there is no memory for it.");
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

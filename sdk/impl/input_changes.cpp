@@ -1,0 +1,161 @@
+#include "sdk/impl/input_changes.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_list.h"
+#include "sdk/impl/scene.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+InputChange::InputChange(Input& input)
+    : m_input(&input), m_node(static_cast<Node*>(input.node())) {}
+
+// An input that has left its node does not tell it any more.
+String InputChange::subject() const {
+    const String path = m_input->path();
+    return m_input->node() || !m_node ? path : m_node->name() + "." + path;
+}
+
+// ---- Values --------------------------------------------------------------------------------
+
+ValueChange::ValueChange(Input& input) : InputChange(input), m_other(input.value()) {
+    holdNode();
+}
+
+void ValueChange::holdNode() {
+    if (m_other.type() == AttrType::Node) m_linked = RefersTo<INode>(m_other.asNode());
+}
+
+void ValueChange::flip(Scene& /*scene*/) {
+    // Until the input links to it again.
+    const RefersTo<INode> held = m_linked;
+    Value other = m_other;
+    m_other = input().value();
+    holdNode();
+    input().exchangeValue(other);
+}
+
+bool ValueChange::keepsValueOf(const Input& other) const {
+    return &other == &input() && m_other.type() != AttrType::Node;
+}
+
+bool ValueChange::isNothing() const {
+    return m_other.type() != AttrType::Node && m_other == input().value();
+}
+
+u64 ValueChange::bytes() const {
+    return sizeof(*this) + m_other.payloadBytes();
+}
+
+String ValueChange::text() const {
+    return "Set " + subject();
+}
+
+StashChange::StashChange(Input& input) : InputChange(input) {
+    if (const Value* stashed = input.stashed()) m_other = std::make_unique<Value>(*stashed);
+}
+
+void StashChange::flip(Scene& /*scene*/) {
+    input().exchangeStash(m_other);
+}
+
+u64 StashChange::bytes() const {
+    return sizeof(*this) + (m_other ? sizeof(Value) + m_other->payloadBytes() : 0);
+}
+
+String StashChange::text() const {
+    return "Keep " + subject();
+}
+
+// ---- Connections ---------------------------------------------------------------------------
+
+SourceChange::SourceChange(Input& input)
+    : InputChange(input), m_other(input.sourceOutput()), m_rank(input.sourceRank()) {}
+
+SourceChange::SourceChange(Input& input, Output& source, u64 rank)
+    : InputChange(input), m_other(&source), m_rank(rank) {}
+
+void SourceChange::flip(Scene& /*scene*/) {
+    const RefersTo<Output> now = std::exchange(m_other, RefersTo<Output>(input().sourceOutput()));
+    const u64 rank = std::exchange(m_rank, input().sourceRank());
+    input().exchangeSource(now.get(), rank);
+}
+
+String SourceChange::text() const {
+    return (input().sourceOutput() ? "Connect " : "Disconnect ") + subject();
+}
+
+// ---- Lists ---------------------------------------------------------------------------------
+
+ElementMove::ElementMove(Input& array, u64 from, u64 to)
+    : InputChange(array), m_from(from), m_to(to) {}
+
+void ElementMove::flip(Scene& /*scene*/) {
+    std::swap(m_from, m_to);
+    input().moveMember(m_from, m_to);
+}
+
+String ElementMove::text() const {
+    return "Move an element of " + subject();
+}
+
+InputListChange::InputListChange(Input& input, Node* node, Input* holder, u64 index, bool isIn)
+    : InputChange(input), m_owner(node), m_holder(holder), m_index(index), m_isIn(isIn) {}
+
+void InputListChange::takeComments(SceneComments& from) {
+    m_comments = from.take(&input());
+}
+
+void InputListChange::flip(Scene& scene) {
+    m_isIn = !m_isIn;
+    m_isIn ? putIn(scene) : takeOut(scene);
+}
+
+void InputListChange::putIn(Scene& scene) {
+    input().incRef();
+    if (m_holder)
+        m_holder->putMember(&input(), m_index);
+    else
+        insertIntoList(m_owner->m_inputs, m_index, &input());
+    input().entered(m_owner.get(), m_holder.get());
+    scene.comments().putBack(std::move(m_comments));
+    m_owner->onInputAdded(&input());
+}
+
+void InputListChange::takeOut(Scene& scene) {
+    takeComments(scene.comments());
+    if (m_holder)
+        m_holder->takeMember(&input());
+    else
+        removeFromList(m_owner->m_inputs, &input());
+    struct Leaving {
+        ~Leaving() {
+            input.left();
+            input.decRef();
+        }
+        Input& input;
+    } const leaving{input()};
+    m_owner->onInputRemoved(&input());
+}
+
+String InputListChange::subject() const {
+    String path = input().path();
+    if (input().node()) return path;
+    const String holder = m_holder ? m_holder->path() : m_owner->name();
+    return path.view().starts_with('[') || path.view().starts_with('.') ? holder + path : holder + "." + path;
+}
+
+// One that is out is there for this alone.
+u64 InputListChange::bytes() const {
+    u64 bytes = sizeof(*this);
+    if (!m_isIn) bytes += input().ownBytes();
+    return bytes;
+}
+
+String InputListChange::text() const {
+    return (m_isIn ? "Add " : "Remove ") + subject();
+}
+
+} // namespace qv::kelvo_sdk::impl

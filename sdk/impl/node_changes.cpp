@@ -1,0 +1,150 @@
+#include "sdk/impl/node_changes.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/scene.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+u64 bytesOf(const Output& output) {
+    return sizeof(Output) + output.ownName().size() + output.value().payloadBytes();
+}
+
+u64 bytesOf(const Node& node) {
+    u64 bytes = sizeof(Node);
+    for (const IInput* input : node.inputs())
+        bytes += static_cast<const Input*>(input)->ownBytes();
+    for (const IOutput* output : node.outputs())
+        bytes += bytesOf(static_cast<const Output&>(*output));
+    return bytes;
+}
+
+} // namespace
+
+// ---- Outputs -------------------------------------------------------------------------------
+
+OutputListChange::OutputListChange(Output& output, Node& node, u64 index, bool isIn)
+    : m_output(&output), m_node(&node), m_index(index), m_isIn(isIn) {}
+
+void OutputListChange::takeComments(SceneComments& from) {
+    m_comments = from.take(m_output.get());
+}
+
+void OutputListChange::flip(Scene& scene) {
+    m_isIn = !m_isIn;
+    if (m_isIn) {
+        m_output->incRef();
+        m_node->m_outputs.insert(m_index, m_output.get());
+        m_output->entered(m_node.get());
+        scene.comments().putBack(std::move(m_comments));
+        m_node->onOutputAdded(m_output.get());
+        return;
+    }
+    takeComments(scene.comments());
+    m_node->m_outputs.removeAll(m_output.get());
+    struct Leaving {
+        ~Leaving() {
+            output.clearNode();
+            output.decRef();
+        }
+        Output& output;
+    } const leaving{*m_output};
+    m_node->onOutputRemoved(m_output.get());
+}
+
+u64 OutputListChange::bytes() const {
+    return sizeof(*this) + (m_isIn ? 0 : bytesOf(*m_output));
+}
+
+String OutputListChange::subject() const {
+    return m_node->name() + "." + m_output->ownName();
+}
+
+String OutputListChange::text() const {
+    return (m_isIn ? "Add " : "Remove ") + subject();
+}
+
+OutputValueChange::OutputValueChange(Output& output) : m_output(&output), m_other(output.value()) {}
+
+void OutputValueChange::flip(Scene& /*scene*/) {
+    m_output->exchangeValue(m_other);
+}
+
+bool OutputValueChange::isNothing() const {
+    return m_other == m_output->value();
+}
+
+u64 OutputValueChange::bytes() const {
+    return sizeof(*this) + m_other.payloadBytes();
+}
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+NodeChange::NodeChange(Node& node, u64 index, bool isIn)
+    : m_node(&node), m_index(index), m_isIn(isIn) {}
+
+void NodeChange::takeComments(SceneComments& from) {
+    m_comments = from.take(m_node.get());
+}
+
+void NodeChange::prepareFlip(Scene& scene) {
+    if (m_isIn) scene.clearReferences(*m_node);
+}
+
+void NodeChange::flip(Scene& scene) {
+    m_isIn = !m_isIn;
+    if (m_isIn) {
+        scene.m_nodes.add(m_node->name(), m_node.get(), m_index);
+        scene.comments().putBack(std::move(m_comments));
+        scene.enter(*m_node);
+        return;
+    }
+    takeComments(scene.comments());
+    scene.leave(*m_node);
+}
+
+u64 NodeChange::bytes() const {
+    return sizeof(*this) + (m_isIn ? 0 : bytesOf(*m_node));
+}
+
+String NodeChange::text() const {
+    return (m_isIn ? "Add node '" : "Remove node '") + subject() + "'";
+}
+
+NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}
+
+void NodeRename::flip(Scene& scene) {
+    String name = std::exchange(m_other, m_node->name());
+    scene.rename(*m_node, std::move(name));
+}
+
+String NodeRename::text() const {
+    return "Rename node '" + m_other + "' to '" + subject() + "'";
+}
+
+NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), m_to(to) {}
+
+void NodeMove::flip(Scene& scene) {
+    std::swap(m_from, m_to);
+    scene.move(*m_node, m_from, m_to);
+}
+
+// ---- Comments ------------------------------------------------------------------------------
+
+void FileCommentsChange::flip(Scene& scene) {
+    Comments now = scene.comments().file();
+    scene.comments().setFile(std::move(m_other));
+    m_other = std::move(now);
+}
+
+u64 FileCommentsChange::bytes() const {
+    return sizeof(*this) + m_other.leading.size() + m_other.opening.size() + m_other.inner.size() +
+           m_other.trailing.size();
+}
+
+} // namespace qv::kelvo_sdk::impl

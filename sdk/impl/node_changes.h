@@ -1,0 +1,107 @@
+#pragma once
+
+#include "sdk/impl/change.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene_comments.h"
+
+// What changes about nodes as a whole, and about outputs.
+namespace qv::kelvo_sdk::impl {
+
+/// An output came into the list of a node, or left it.
+class OutputListChange final : public Change {
+public:
+    OutputListChange(Output& output, Node& node, u64 index, bool isIn);
+    void flip(Scene& scene) override;
+    /// Needs one that leaves; before it does.
+    void takeComments(SceneComments& from);
+    [[nodiscard]] u64 bytes() const override;
+    [[nodiscard]] String subject() const override;
+    [[nodiscard]] String text() const override;
+
+private:
+    RefersTo<Output> m_output;
+    RefersTo<Node> m_node;
+    u64 m_index;
+    bool m_isIn;
+    SceneComments::Kept m_comments;
+};
+
+/// The value of an output was set.
+class OutputValueChange final : public Change {
+public:
+    explicit OutputValueChange(Output& output);
+    void flip(Scene& scene) override;
+    [[nodiscard]] bool isNothing() const override;
+    [[nodiscard]] u64 bytes() const override;
+    [[nodiscard]] String subject() const override { return m_output->path(); }
+    [[nodiscard]] String text() const override { return "Set " + subject(); }
+
+private:
+    RefersTo<Output> m_output;
+    Value m_other;
+};
+
+/// A node came into the scene, or left it.
+class NodeChange final : public Change {
+public:
+    NodeChange(Node& node, u64 index, bool isIn);
+    /// References made without the scene's knowledge end.
+    void prepareFlip(Scene& scene) override;
+    void flip(Scene& scene) override;
+    /// Needs one that leaves; before it does.
+    void takeComments(SceneComments& from);
+    [[nodiscard]] u64 bytes() const override;
+    [[nodiscard]] String subject() const override { return m_node->name(); }
+    [[nodiscard]] String text() const override;
+
+private:
+    RefersTo<Node> m_node;
+    u64 m_index;
+    bool m_isIn;
+    SceneComments::Kept m_comments;
+};
+
+/// A node was renamed.
+class NodeRename final : public Change {
+public:
+    NodeRename(Node& node, String before);
+    void flip(Scene& scene) override;
+    [[nodiscard]] u64 bytes() const override { return sizeof(*this) + m_other.size(); }
+    [[nodiscard]] String subject() const override { return m_node->name(); }
+    [[nodiscard]] String text() const override;
+
+private:
+    RefersTo<Node> m_node;
+    String m_other;
+};
+
+/// A node was moved among the nodes of the scene.
+class NodeMove final : public Change {
+public:
+    NodeMove(Node& node, u64 from, u64 to);
+    void flip(Scene& scene) override;
+    [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
+    [[nodiscard]] String subject() const override { return m_node->name(); }
+    [[nodiscard]] String text() const override { return "Move node '" + subject() + "'"; }
+
+private:
+    RefersTo<Node> m_node;
+    u64 m_from;
+    u64 m_to;
+};
+
+/// The comments of the text as a whole were set.
+class FileCommentsChange final : public Change {
+public:
+    explicit FileCommentsChange(const SceneComments& comments) : m_other(comments.file()) {}
+    void flip(Scene& scene) override;
+    [[nodiscard]] u64 bytes() const override;
+    [[nodiscard]] String subject() const override { return "comments"; }
+    [[nodiscard]] String text() const override { return "Comment"; }
+
+private:
+    Comments m_other;
+};
+
+} // namespace qv::kelvo_sdk::impl
