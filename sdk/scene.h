@@ -13,6 +13,8 @@ class NodeChangeScope;
 }
 
 using interfaces::SceneObserver;
+using interfaces::UndoLimits;
+using interfaces::UndoStep;
 
 /// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, which answers
 /// empty, false or 0.

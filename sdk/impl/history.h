@@ -1,7 +1,7 @@
 #pragma once
 
 #include "sdk/impl/change.h"
-#include "sdk/undo_step.h"
+#include "sdk/interfaces/undo_step.h"
 
 #include <atomic>
 #include <deque>
@@ -11,6 +11,9 @@
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
+
+using interfaces::UndoLimits;
+using interfaces::UndoStep;
 
 class Scene;
 

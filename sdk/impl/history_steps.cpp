@@ -29,10 +29,10 @@ void History::setLimits(const UndoLimits& limits) {
 bool History::canReplay(const char* what) const {
     if (m_isReplaying)
         logError("Cannot %s while a step is undone or redone.", what);
-    else if (!m_marks.empty())
-        logError("Cannot %s while an edit is open.", what);
     else if (m_operations != 0)
         logError("Cannot %s while a change is under way.", what);
+    else if (!m_marks.empty())
+        logError("Cannot %s while an edit is open.", what);
     else
         return true;
     return false;

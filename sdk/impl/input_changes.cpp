@@ -144,7 +144,8 @@ String InputListChange::subject() const {
     String path = input().path();
     if (input().node()) return path;
     const String holder = m_holder ? m_holder->path() : m_owner->name();
-    return path.view().starts_with('[') || path.view().starts_with('.') ? holder + path : holder + "." + path;
+    return path.view().starts_with('[') || path.view().starts_with('.') ? holder + path
+                                                                        : holder + "." + path;
 }
 
 // One that is out is there for this alone.

@@ -143,12 +143,14 @@ void Input::moveMember(u64 from, u64 to) {
 }
 
 void Input::putMember(Input* member, u64 index) {
+    dropHash();
     if (!isArray()) return insertIntoList(extras().members, index, member);
     extras().members.insert(index, member);
     renumber(index);
 }
 
 void Input::takeMember(Input* member) {
+    dropHash();
     if (!isArray()) {
         removeFromList(m_extras->members, member);
         return;
@@ -222,6 +224,7 @@ bool Input::removeLastInput() {
 
 // Last to first, so that what is left keeps its names.
 bool Input::clearInputs() {
+    const EditStep step(m_node);
     while (!members().empty())
         removeFound(members().back());
     return true;
@@ -238,7 +241,6 @@ bool Input::removeFound(IInput* member) {
     }
     takeMember(removed);
     step.commit();
-    dropHash();
     if (m_node) m_node->onInputRemoved(member);
     removed->removedFromOwner();
     member->decRef();

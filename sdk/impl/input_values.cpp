@@ -240,6 +240,7 @@ bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
 bool Input::reset() {
     if (isArray()) return clearInputs();
     if (!isObject()) return type() != AttrType::Null && store(defaultValue());
+    const EditStep step(m_node);
     bool done = true;
     for (IInput* member : members())
         done = member->reset() && done;

@@ -3,6 +3,7 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/known_names.h"
 #include "sdk/impl/node_iterator.h"
 #include "sdk/impl/node_links.h"
@@ -126,6 +127,7 @@ i64 Node::indexIn(INode* parent) const {
 
 bool Node::parentTo(INode* parent) {
     if (indexIn(parent) != -1) return false;
+    const EditStep step(static_cast<const Node*>(parent));
     return parent->input(knownNames().children)->appendElement()->setNode(this);
 }
 

@@ -52,6 +52,7 @@ bool Node::removeLastInput() {
 }
 
 bool Node::clearInputs() {
+    const EditStep step(this);
     while (!m_inputs.empty()) {
         if (!removeInput(u64(0))) return false;
     }
@@ -90,6 +91,7 @@ bool Node::removeLastOutput() {
 }
 
 bool Node::clearOutputs() {
+    const EditStep step(this);
     while (!m_outputs.empty()) {
         if (!removeOutput(u64(0))) return false;
     }

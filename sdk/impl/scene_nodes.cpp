@@ -182,6 +182,7 @@ void Scene::move(Node& node, u64 from, u64 to) {
 }
 
 void Scene::clear() {
+    const EditStep step(*this);
     while (Node* last = m_nodes.at(m_nodes.size() - 1))
         removeNode(last);
 }

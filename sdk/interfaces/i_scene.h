@@ -4,7 +4,7 @@
 #include "base/string.h"
 #include "sdk/interfaces/eval_cache_figures.h"
 #include "sdk/interfaces/forward.h"
-#include "sdk/undo_step.h"
+#include "sdk/interfaces/undo_step.h"
 
 namespace qv::kelvo_sdk::interfaces {
 

@@ -3,7 +3,7 @@
 #include "base/string.h"
 #include "base/string_vector.h"
 
-namespace qv::kelvo_sdk {
+namespace qv::kelvo_sdk::interfaces {
 
 /// What a scene's history tells of one step.
 struct UndoStep {
@@ -23,4 +23,4 @@ struct UndoLimits {
     u64 steps = 1000;
 };
 
-} // namespace qv::kelvo_sdk
+} // namespace qv::kelvo_sdk::interfaces
