@@ -10,18 +10,14 @@
 
 namespace qv::kelvo_sdk::impl {
 
-namespace {
-
-bool kindsFit(const Output& from, const Input& to) {
-    if (from.type() != AttrType::Buffer || to.type() != AttrType::Buffer)
-        return kindsConvert(from.type(), to.type());
-    return to.dataType() == DataType::Null || to.dataType() == from.dataType();
-}
-
-} // namespace
-
 IOutput* Input::source() const {
     return sourceOutput();
+}
+
+bool Input::takes(const Output& output) const noexcept {
+    if (output.type() != AttrType::Buffer || type() != AttrType::Buffer)
+        return kindsConvert(output.type(), type());
+    return dataType() == DataType::Null || dataType() == output.dataType();
 }
 
 bool Input::connect(IOutput* output) {
@@ -32,7 +28,7 @@ bool Input::connect(IOutput* output) {
         return true;
     }
     if (after == before) return true;
-    if (!kindsFit(*after, *this)) {
+    if (!takes(*after)) {
         logWarning("Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
                    path().buf(), typeName().buf(), after->path().buf(), after->typeName().buf());
         return false;
@@ -96,11 +92,19 @@ void Input::rememberLinks() {
 }
 
 // The node leaves the scene, so that even a read-only input lets it go.
-void Input::clearLink() {
-    Value before(static_cast<INode*>(nullptr));
-    linkTo(nullptr);
+void Input::relink(INode* node) {
+    Value before(node);
+    linkTo(node);
     std::swap(m_value, before);
     changed(std::move(before));
+}
+
+void Input::redirect(INode* link, Output* source) {
+    setSource(source);
+    if (type() != AttrType::Node || m_value.asNode() == link) return;
+    linkTo(link);
+    m_value = Value(link);
+    dropHash();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -19,6 +19,7 @@ using interfaces::IInput;
 using interfaces::INode;
 using interfaces::IOutput;
 using interfaces::IScene;
+using interfaces::Misfits;
 using interfaces::SceneObserver;
 
 class EvalCache;
@@ -27,6 +28,7 @@ class Node;
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
 ///     Nodes          scene_nodes.cpp      created, found, renamed, removed
+///     Copies         scene_convert.cpp    nodes cloned and converted
 ///     Libraries      scene_libraries.cpp  that know the types of nodes
 ///     Edits          scene_edit.cpp       steps and groups
 ///     Undo           scene_undo.cpp       the queries
@@ -67,9 +69,16 @@ public:
     }
     /// Returns `name`, or the next free name made from it by a number.
     [[nodiscard]] String freeName(const String& name) const;
-    /// Returns a copy of the node, added to the scene; `deep` copies what it depends on too.
+
+    // ---- Copies ----------------------------------------------------------------------------
+    // Links and connections among what is copied lead to the copies, all others where they led.
+
+    /// Returns a copy of the node, added to the scene under the next free name; `deep` copies all
+    /// of the scene that it depends on too, in the same order. Null, and logged, for a node whose
+    /// name is no simple identifier.
     virtual INode* cloneNode(INode* node, bool deep);
     virtual INode* convertNode(INode* node, String type);
+    INode* convertNoting(INode* node, String type, Misfits* misfits) override;
 
     // ---- Libraries -------------------------------------------------------------------------
 
@@ -152,7 +161,11 @@ private:
             if (m_observers.contains(observer)) tell(*observer);
         }
     }
+    static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
+    [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
+    void exchange(Node& node, Node& replacement);
+    void moveLinks(Node& node, Node& replacement);
     void forgetResults(const Node& node) noexcept;
 
     std::atomic<i32> m_refCount = 1;

@@ -4,6 +4,7 @@
 #include "base/string.h"
 #include "sdk/interfaces/eval_cache_figures.h"
 #include "sdk/interfaces/forward.h"
+#include "sdk/interfaces/misfit.h"
 
 namespace qv::kelvo_sdk::interfaces {
 
@@ -66,6 +67,18 @@ public:
     /// changed although nothing did that it depends on.
     virtual void setEvalCache(u64 maxBytes, bool isChecked) = 0;
     [[nodiscard]] virtual EvalCacheFigures evalCacheFigures() const = 0;
+
+    /// Replaces a node by one of another type: a copy of that type's definition, a bare node when
+    /// none of the scene's libraries knows it. Name, place in the scene, all that links and
+    /// connects to the node and the values and connections of inputs of the same name stay, as far
+    /// as they convert; so does what the node has beyond the definition of its old type, and
+    /// everything if the new type is unknown. Tells the node's observers, which stay with the old
+    /// node, what replaces it.
+    ///
+    /// Returns the replacement. Null, with nothing changed, when the node is not of this scene, the
+    /// type is no simple identifier or abstract (both logged). What does not fit is appended to
+    /// `misfits`, and logged where that is null.
+    virtual INode* convertNoting(INode* node, String type, Misfits* misfits) = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces
