@@ -8,6 +8,8 @@
 
 namespace qv::kelvo_sdk {
 
+using interfaces::SceneFault;
+using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
 /// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, which answers
@@ -59,6 +61,11 @@ public:
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const {
         return get() ? get()->evalCacheFigures() : interfaces::EvalCacheFigures();
     }
+
+    /// Looks through the whole scene, in linear time, for laws that do not hold: both ends of each
+    /// connection agree, links lead to nodes of the scene, names are unique, counts and indexes
+    /// are right. Empty when all is well; anything else is a fault of the program.
+    [[nodiscard]] SceneFaults verify() const { return get() ? get()->verify() : SceneFaults(); }
 
     /// Returns the scene as text that `read` takes back.
     [[nodiscard]] String text() const;

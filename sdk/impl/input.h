@@ -205,6 +205,7 @@ public:
 private:
     friend class Output;
     friend class SceneBuilder;
+    friend class SceneVerifier;
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;

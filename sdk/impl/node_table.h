@@ -42,6 +42,8 @@ public:
     }
 
 private:
+    friend class SceneVerifier;
+
     struct Entry {
         Node* node;
         u64 slot;

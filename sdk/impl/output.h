@@ -80,6 +80,7 @@ public:
 
 private:
     friend class Input;
+    friend class SceneVerifier;
 
     u64 addTarget(Input* input) { return m_targets.add(input); }
     void removeTarget(u64 slot);

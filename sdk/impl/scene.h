@@ -20,6 +20,7 @@ using interfaces::INode;
 using interfaces::IOutput;
 using interfaces::IScene;
 using interfaces::Misfits;
+using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
 class EvalCache;
@@ -35,6 +36,7 @@ class Node;
 ///     Dirty state    scene_dirty.cpp      of the scene
 ///     Evaluation     scene_eval.cpp       results kept
 ///     Notifications  scene_notify.cpp     passed on to scene observers
+///     Laws           scene_verify.cpp     checked in a walk over all
 ///
 /// What its nodes tell it is virtual, so that an application may listen in by deriving.
 class QV_EXPORT Scene : public IScene {
@@ -62,6 +64,7 @@ public:
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
+    [[nodiscard]] SceneFaults verify() const override;
     /// Calls `visit(INode*)` for each node in creation order.
     template<typename Visit>
     void forEachNode(const Visit& visit) const {

@@ -5,6 +5,7 @@
 #include "sdk/interfaces/eval_cache_figures.h"
 #include "sdk/interfaces/forward.h"
 #include "sdk/interfaces/misfit.h"
+#include "sdk/interfaces/scene_fault.h"
 
 namespace qv::kelvo_sdk::interfaces {
 
@@ -79,6 +80,16 @@ public:
     /// type is no simple identifier or abstract (both logged). What does not fit is appended to
     /// `misfits`, and logged where that is null.
     virtual INode* convertNoting(INode* node, String type, Misfits* misfits) = 0;
+
+    /// Looks through the whole scene, in linear time, for laws that do not hold. Empty when all is
+    /// well; anything else is a fault of the program:
+    /// - a node is not found by its name, belongs to another scene, or stands there twice;
+    /// - an input or output does not belong to the node, array or object that lists it, an element
+    ///   miscounts itself, or an index by name leads astray;
+    /// - the ends of a connection do not agree;
+    /// - a link leads out of the scene, or the list of those that link to its node lacks it, or has
+    ///   it wrongly.
+    [[nodiscard]] virtual SceneFaults verify() const = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces
