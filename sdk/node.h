@@ -2,12 +2,15 @@
 
 #include "sdk/input.h"
 #include "sdk/interfaces/i_node.h"
+#include "sdk/interfaces/misfit.h"
 #include "sdk/interfaces/node_observer.h"
 
 #include "base/vector.h"
 
 namespace qv::kelvo_sdk {
 
+using interfaces::Misfit;
+using interfaces::Misfits;
 using interfaces::NodeObserver;
 
 /// Handle on a node; keeps it alive. Every operation is safe on an empty handle, which answers
@@ -60,6 +63,15 @@ public:
     }
     /// Returns a hash of name and inputs, the same on every run, build and machine.
     [[nodiscard]] u64 hash() const { return get() ? get()->hash({}) : 0; }
+
+    /// Returns a copy in the same scene under the next free name; `deep` copies what the node
+    /// depends on too, else the copy shares it. Empty without a scene.
+    Node clone(bool deep = false) const { return get() ? Node(get()->clone(deep)) : Node(); }
+    /// Replaces the node by one of another type that has its name and place, all that leads to it,
+    /// and its values as far as they convert; returns the replacement. Empty, with nothing changed,
+    /// without a scene or when the type is abstract or no simple identifier. What did not fit is
+    /// appended to `misfits`, and logged where that is null.
+    Node convertTo(String type, Misfits* misfits = nullptr) const;
 
     /// Tells whether the node stands for a file: by String inputs "dir", "file" and "ext".
     [[nodiscard]] bool isPath() const { return get() && get()->isPath(); }

@@ -12,6 +12,8 @@ namespace impl {
 class NodeChangeScope;
 }
 
+using interfaces::SceneFault;
+using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
@@ -99,6 +101,11 @@ public:
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const {
         return get() ? get()->evalCacheFigures() : interfaces::EvalCacheFigures();
     }
+
+    /// Looks through the whole scene, in linear time, for laws that do not hold: both ends of each
+    /// connection agree, links lead to nodes of the scene, names are unique, counts and indexes
+    /// are right. Empty when all is well; anything else is a fault of the program.
+    [[nodiscard]] SceneFaults verify() const { return get() ? get()->verify() : SceneFaults(); }
 
     /// Returns the scene as text that `read` takes back.
     [[nodiscard]] String text() const;

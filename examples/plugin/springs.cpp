@@ -61,8 +61,7 @@ bool freeJitter(INode*, void** data) {
     return true;
 }
 
-// ---- the library
-// ---------------------------------------------------------------------------------
+// ---- the library ----------------------------------------------------------------------------
 
 ILibInfo* createLibrary() {
     auto* library = new CallbackTable("springs.knd");

@@ -46,7 +46,7 @@ public:
     void incRef() override;
     void decRef() override;
 
-    /// Returns a copy for `node` and `parent` with value, members, flags and stash, unconnected;
+    /// Returns a copy for `node` and `parent` with value, members, flags, stash and connection;
     /// the caller owns its reference.
     IInput* clone(INode* node, IInput* parent) const;
     /// Returns what an equal input can be made from; `value` is the current value.
@@ -193,8 +193,14 @@ public:
     [[nodiscard]] Output* sourceOutput() const noexcept;
     bool connect(IOutput* output) override;
     bool disconnect() override;
-    /// For the scene alone, when the linked node leaves: drops the link, telling observers.
-    void clearLink(Scene& scene);
+    /// Tells whether the kind of an output converts to that of this input.
+    [[nodiscard]] bool takes(const Output& output) const noexcept;
+    /// For the scene alone, when the linked node leaves: links to what takes its place, if
+    /// anything, telling observers.
+    void relink(Scene& scene, INode* node);
+    /// For the scene alone, while nobody knows the input or looks at it any more: lets link and
+    /// connection lead elsewhere, unheard.
+    void redirect(INode* link, Output* source, u64 rank = noIndex);
     /// For the scene alone, when the owning node comes in: links made before become known, at any
     /// depth.
     void rememberLinks();
@@ -222,6 +228,7 @@ public:
 private:
     friend class Output;
     friend class SceneBuilder;
+    friend class SceneVerifier;
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;

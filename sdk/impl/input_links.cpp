@@ -12,18 +12,14 @@
 
 namespace qv::kelvo_sdk::impl {
 
-namespace {
-
-bool kindsFit(const Output& from, const Input& to) {
-    if (from.type() != AttrType::Buffer || to.type() != AttrType::Buffer)
-        return kindsConvert(from.type(), to.type());
-    return to.dataType() == DataType::Null || to.dataType() == from.dataType();
-}
-
-} // namespace
-
 IOutput* Input::source() const {
     return sourceOutput();
+}
+
+bool Input::takes(const Output& output) const noexcept {
+    if (output.type() != AttrType::Buffer || type() != AttrType::Buffer)
+        return kindsConvert(output.type(), type());
+    return dataType() == DataType::Null || dataType() == output.dataType();
 }
 
 bool Input::connect(IOutput* output) {
@@ -34,7 +30,7 @@ bool Input::connect(IOutput* output) {
         return true;
     }
     if (after == before) return true;
-    if (!kindsFit(*after, *this)) {
+    if (!takes(*after)) {
         logWarning("Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
                    path().buf(), typeName().buf(), after->path().buf(), after->typeName().buf());
         return false;
@@ -108,14 +104,22 @@ void Input::rememberLinks() {
 }
 
 // The node leaves the scene, so that even a read-only input lets it go.
-void Input::clearLink(Scene& scene) {
-    Value before(static_cast<INode*>(nullptr));
+void Input::relink(Scene& scene, INode* node) {
+    Value before(node);
     EditStep step(scene);
     step.prepare<ValueChange>(*this);
-    linkTo(nullptr);
+    linkTo(node);
     std::swap(m_value, before);
     step.commit();
     changed(std::move(before));
+}
+
+void Input::redirect(INode* link, Output* source, u64 rank) {
+    setSource(source, rank);
+    if (type() != AttrType::Node || m_value.asNode() == link) return;
+    linkTo(link);
+    m_value = Value(link);
+    dropHash();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -39,8 +39,18 @@ bool isAsDefined(const Output& output, const Output& definition) {
 
 } // namespace
 
+bool saysNothing(const AttrDetails* details) noexcept {
+    return !details ||
+           (details->defaultValue.isNull() && details->minimum.isNull() &&
+            details->maximum.isNull() && details->choices.empty() && details->unit.isEmpty() &&
+            details->labels.empty() && details->helps.empty());
+}
+
 bool haveSameNotes(const Input& input, const Input& definition) noexcept {
-    return input.details() == definition.details() && input.isSilent() == definition.isSilent() &&
+    const bool areDetailsKnown =
+        input.details() == definition.details() ||
+        (saysNothing(input.details()) && saysNothing(definition.details()));
+    return areDetailsKnown && input.isSilent() == definition.isSilent() &&
            input.isReadOnly() == definition.isReadOnly() &&
            input.declaredType() == definition.declaredType();
 }
@@ -72,13 +82,18 @@ LeftOut LeftOut::none() const {
 template<typename Attribute, typename List>
 void LeftOut::compare(const List& list, const List& known) {
     const std::vector<u64> places = placesIn<Attribute>(known, list);
+    // Of several that share a name none is left out: the others would stand for it.
+    std::vector<u8> uses(known.size());
+    for (const u64 place : places)
+        if (place != noIndex && uses[place] < 2) ++uses[place];
     m_isLeftOut.resize(list.size());
     if constexpr (std::is_same_v<Attribute, Input>) m_inputs.resize(list.size());
     for (u64 i = 0; i < list.size(); ++i) {
         if (places[i] == noIndex) continue;
         const auto& attribute = static_cast<const Attribute&>(*list[i]);
         const auto& definition = static_cast<const Attribute&>(*known[places[i]]);
-        m_isLeftOut[i] = attribute.isLeftOut() && isAsDefined(attribute, definition);
+        m_isLeftOut[i] =
+            attribute.isLeftOut() && uses[places[i]] == 1 && isAsDefined(attribute, definition);
         if constexpr (std::is_same_v<Attribute, Input>)
             if (isOfKind(attribute, definition)) m_inputs[i] = &definition;
     }

@@ -7,6 +7,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
+class AttrDetails;
 class Input;
 class Node;
 
@@ -45,6 +46,9 @@ private:
     std::vector<const Input*> m_inputs;
     bool m_isOwn = false;
 };
+
+/// Tells whether there is nothing in a description; null is nothing.
+[[nodiscard]] bool saysNothing(const AttrDetails* details) noexcept;
 
 /// Tells whether notes say the same of an input as of its definition.
 [[nodiscard]] bool haveSameNotes(const Input& input, const Input& definition) noexcept;

@@ -51,6 +51,8 @@ public:
     }
 
 private:
+    friend class SceneVerifier;
+
     std::unordered_map<const interfaces::INode*, Link*> m_first;
 };
 

@@ -16,6 +16,8 @@ public:
     /// An earlier input of the same name stays the one that is found.
     void add(Input* input);
     [[nodiscard]] Input* find(const String& name) const noexcept;
+    /// Returns the number of names.
+    [[nodiscard]] u64 size() const noexcept { return m_used; }
 
 private:
     [[nodiscard]] u64 slotOf(u64 hash, const String& name) const noexcept;

@@ -21,7 +21,7 @@ public:
 private:
     void open(interfaces::IScene* scene);
 
-    std::unique_ptr<Scene::UndoScope> m_step;
+    std::unique_ptr<kelvo_sdk::Scene::UndoScope> m_step;
 };
 
 static_assert(sizeof(NodeChangeScope) == sizeof(void*));

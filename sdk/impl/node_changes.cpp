@@ -2,7 +2,9 @@
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
+#include "sdk/impl/visit_inputs.h"
 
 #include <algorithm>
 #include <utility>
@@ -114,6 +116,48 @@ u64 NodeChange::bytes() const {
 
 String NodeChange::text() const {
     return (m_isIn ? "Add node '" : "Remove node '") + subject() + "'";
+}
+
+NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comments)
+    : m_out(&node), m_in(&replacement), m_comments(comments.take(&node)) {
+    comments.putBack(m_comments);
+}
+
+void NodeExchange::cutSources() {
+    visitInputs(*m_out, [this](Input& input) {
+        Output* source = input.sourceOutput();
+        if (!source) return;
+        m_sources.push_back(
+            {RefersTo<Input>(&input), RefersTo<Output>(source), input.sourceRank()});
+        input.redirect(linkedNode(input), nullptr);
+    });
+}
+
+void NodeExchange::restore(const std::vector<Source>& sources) {
+    for (u64 i = sources.size(); i-- > 0;) {
+        Input& input = *sources[i].input;
+        input.redirect(linkedNode(input), sources[i].output.get(), sources[i].rank);
+    }
+}
+
+void NodeExchange::flip(Scene& scene) {
+    std::swap(m_in, m_out);
+    const auto sources = std::exchange(m_sources, {});
+    cutSources();
+    restore(sources);
+    scene.exchange(*m_out, *m_in);
+    const SceneComments::Kept comments = scene.comments().take(m_out.get());
+    scene.comments().putBack(std::exchange(m_comments, comments));
+    scene.converted(*m_out, *m_in);
+}
+
+u64 NodeExchange::bytes() const {
+    return sizeof(*this) + bytesOf(*m_out) + m_sources.size() * sizeof(Source);
+}
+
+String NodeExchange::text() const {
+    return "Convert node '" + subject() + "' from '" + m_out->type() + "' to '" + m_in->type() +
+           "'";
 }
 
 NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}

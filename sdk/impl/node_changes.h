@@ -5,6 +5,8 @@
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene_comments.h"
 
+#include <vector>
+
 // What changes about nodes as a whole, and about outputs.
 namespace qv::kelvo_sdk::impl {
 
@@ -59,6 +61,34 @@ private:
     RefersTo<Node> m_node;
     u64 m_index;
     bool m_isIn;
+    SceneComments::Kept m_comments;
+};
+
+/// A node was put in place of another, whose name it has.
+class NodeExchange final : public Change {
+public:
+    /// Before it is.
+    NodeExchange(Node& node, Node& replacement, SceneComments& comments);
+    /// When it was: what left lets go of the outputs that it reads.
+    void cutSources();
+    void flip(Scene& scene) override;
+    [[nodiscard]] u64 bytes() const override;
+    [[nodiscard]] String subject() const override { return m_in->name(); }
+    [[nodiscard]] String text() const override;
+
+private:
+    struct Source {
+        RefersTo<Input> input;
+        RefersTo<Output> output;
+        u64 rank;
+    };
+
+    void restore(const std::vector<Source>& sources);
+
+    RefersTo<Node> m_out;
+    RefersTo<Node> m_in;
+    std::vector<Source> m_sources;
+    // Of the one that is out.
     SceneComments::Kept m_comments;
 };
 

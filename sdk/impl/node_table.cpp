@@ -84,6 +84,10 @@ void NodeTable::rename(const String& from, const String& to) {
     m_byName.insert(std::move(entry));
 }
 
+void NodeTable::replace(const String& name, Node* node) {
+    m_byName.find(name)->second.node = node;
+}
+
 String NodeTable::freeName(const String& name) const {
     if (!taken(name)) return name;
     const NumberedName parts = splitNumber(name);

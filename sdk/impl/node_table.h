@@ -31,6 +31,11 @@ public:
     /// Needs a node of that name, and a new name that is free or the same but for its case.
     void rename(const String& from, const String& to);
 
+    /// Lets another node have the name and place of one that is there.
+    void replace(const String& name, Node* node);
+    /// Returns a number that is lower for nodes further in front. Needs a node of that name.
+    [[nodiscard]] u64 placeOf(const String& name) const { return m_byName.find(name)->second.slot; }
+
     /// Returns `name` if it is free, else the next free name: the same with a number at its end.
     [[nodiscard]] String freeName(const String& name) const;
 
@@ -42,6 +47,8 @@ public:
     }
 
 private:
+    friend class SceneVerifier;
+
     struct Entry {
         Node* node;
         u64 slot;

@@ -65,6 +65,22 @@ public:
         return index < size() ? m_slots[slotOf(index)] : nullptr;
     }
 
+    /// Returns what a slot holds, null for a hole and out of range.
+    [[nodiscard]] T* inSlot(u64 slot) const noexcept {
+        return slot < m_slots.size() ? m_slots[slot] : nullptr;
+    }
+
+    /// Tells, in linear time, whether the list of holes is right.
+    [[nodiscard]] bool isSound() const noexcept {
+        u64 holes = 0;
+        for (u64 slot = 0; slot < m_slots.size(); ++slot) {
+            if (m_slots[slot]) continue;
+            if (holes == m_holes.size() || m_holes[holes] != slot) return false;
+            ++holes;
+        }
+        return holes == m_holes.size() && (m_slots.empty() || m_slots.back());
+    }
+
     /// Calls `visit(pointer)` in order. What is added meanwhile is visited too; nothing may be
     /// removed meanwhile.
     template<typename Visit>

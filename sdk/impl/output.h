@@ -86,6 +86,7 @@ public:
 
 private:
     friend class Input;
+    friend class SceneVerifier;
 
     u64 addTarget(Input* input, u64 rank);
     void removeTarget(u64 slot);

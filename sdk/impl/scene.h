@@ -20,6 +20,8 @@ using interfaces::IInput;
 using interfaces::INode;
 using interfaces::IOutput;
 using interfaces::IScene;
+using interfaces::Misfits;
+using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
 class EvalCache;
@@ -28,12 +30,14 @@ class Node;
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
 ///     Nodes          scene_nodes.cpp      created, found, renamed, removed
+///     Copies         scene_convert.cpp    nodes cloned and converted
 ///     Libraries      scene_libraries.cpp  that know the types of nodes
 ///     Edits          scene_edit.cpp       steps and groups
 ///     Undo           scene_undo.cpp       steps taken back and done again
 ///     Dirty state    scene_dirty.cpp      of the scene
 ///     Evaluation     scene_eval.cpp       results kept
 ///     Notifications  scene_notify.cpp     passed on to scene observers
+///     Laws           scene_verify.cpp     checked in a walk over all
 ///
 /// What its nodes tell it is virtual, so that an application may listen in by deriving.
 class QV_EXPORT Scene : public IScene {
@@ -62,6 +66,7 @@ public:
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
+    [[nodiscard]] SceneFaults verify() const override;
     /// Calls `visit(INode*)` for each node in creation order.
     template<typename Visit>
     void forEachNode(const Visit& visit) const {
@@ -69,9 +74,16 @@ public:
     }
     /// Returns `name`, or the next free name made from it by a number.
     [[nodiscard]] String freeName(const String& name) const;
-    /// Returns a copy of the node, added to the scene; `deep` copies what it depends on too.
+
+    // ---- Copies ----------------------------------------------------------------------------
+    // Links and connections among what is copied lead to the copies, all others where they led.
+
+    /// Returns a copy of the node, added to the scene under the next free name; `deep` copies all
+    /// of the scene that it depends on too, in the same order. Null, and logged, for a node whose
+    /// name is no simple identifier.
     virtual INode* cloneNode(INode* node, bool deep);
     virtual INode* convertNode(INode* node, String type);
+    INode* convertNoting(INode* node, String type, Misfits* misfits) override;
 
     // ---- Libraries -------------------------------------------------------------------------
 
@@ -171,14 +183,20 @@ private:
         }
     }
     friend class NodeChange;
+    friend class NodeExchange;
     friend class NodeMove;
     friend class NodeRename;
 
+    static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
+    [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
     void enter(Node& node);
     void leave(Node& node);
     void rename(Node& node, String name);
     void move(Node& node, u64 from, u64 to);
+    void exchange(Node& node, Node& replacement);
+    void converted(Node& node, Node& replacement);
+    void moveLinks(Node& node, Node& replacement);
     void forgetResults(const Node& node) noexcept;
 
     std::atomic<i32> m_refCount = 1;

@@ -5,8 +5,11 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
+#include "sdk/impl/text_lexer.h"
+#include "sdk/impl/value_refusal.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -20,9 +23,22 @@ bool takesType(const TreeInput& input, DataType type) {
     return buffer.type() == type || buffer.type() == DataType::Null;
 }
 
+// Returns where the value of an input stands whose name is at `offset`.
+u64 valueOffset(std::string_view text, u64 offset) {
+    TextLexer lexer(text);
+    lexer.seek(offset);
+    std::ignore = lexer.identifier();
+    lexer.skipBlanks();
+    std::ignore = lexer.accept('=');
+    lexer.skipBlanks();
+    return lexer.offset();
+}
+
 } // namespace
 
-SceneBinder::SceneBinder(SceneTree& tree, const Scene& scene) : m_tree(tree), m_scene(scene) {}
+SceneBinder::SceneBinder(SceneTree& tree, const Scene& scene, std::string_view text,
+                         TextErrors& errors)
+    : m_tree(tree), m_scene(scene), m_text(text), m_errors(errors) {}
 
 void SceneBinder::bind() {
     std::vector<TreeOutput> outputs;
@@ -43,6 +59,7 @@ const Node* SceneBinder::findType(u32 type) {
 }
 
 void SceneBinder::bindInputs(const TreeNode& node) {
+    m_nodeName = node.name != noTreeIndex ? m_tree.names.text(node.name) : String();
     bindList(node.firstInput, *node.definition, node.definition->inputs());
     while (!m_open.empty()) {
         const TreeInput& object = m_tree.inputs[m_open.back()];
@@ -78,16 +95,28 @@ void SceneBinder::bindInput(u32 index, const Input& definition) {
     if (input.type != definition.type()) return;
     if (input.type == AttrType::Array && input.elementType != definition.elementType()) return;
     input.definition = &definition;
+    if (input.type == AttrType::Object) m_open.push_back(index);
+    if (!m_tree.takesNotes(input)) return;
     const DataType declared = definition.declaredType();
     if (input.boundType == DataType::Null && takesType(input, declared)) input.boundType = declared;
-    if (input.type == AttrType::Object) m_open.push_back(index);
+    checkRange(input, definition);
+}
+
+void SceneBinder::checkRange(const TreeInput& input, const Input& definition) {
+    const AttrDetails* details = definition.details();
+    const TreeExtras* extras = m_tree.extrasOf(input.extras);
+    if (!details || (extras && extras->isUnchecked)) return;
+    if (input.value.isNull() || input.type == AttrType::Node) return;
+    if (details->accepts(input.value)) return;
+    m_errors.add(valueOffset(m_text, input.offset), m_nodeName, refusalOf(*details, input.value));
 }
 
 // Moves the outputs of a node over, those that the text leaves out at their place among them.
 void SceneBinder::addOutputs(TreeNode& node, std::vector<TreeOutput>& to) {
     const u32 first = node.firstOutput;
     const u32 count = node.outputCount;
-    const u64 knownCount = node.definition ? node.definition->outputs().size() : 0;
+    const bool isFilled = node.definition && !node.isOwn;
+    const u64 knownCount = isFilled ? node.definition->outputs().size() : 0;
     std::vector<u64> places(count, noIndex);
     std::vector<bool> isGiven(knownCount);
     for (u32 i = 0; i < count && knownCount != 0; ++i) {

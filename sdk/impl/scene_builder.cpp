@@ -163,7 +163,9 @@ void SceneBuilder::link(const TreeLink& from) {
 }
 
 // Read-only inputs and those that take few choices are linked too: that is how they were written.
+// What a library removed when its node was made stays as it is.
 void SceneBuilder::setLink(Input& input, INode* target) {
+    if (!input.m_node) return;
     EditStep step(input.m_node);
     step.prepare<ValueChange>(input);
     Value before = std::exchange(input.m_value, Value(target));
@@ -176,6 +178,7 @@ void SceneBuilder::setLink(Input& input, INode* target) {
 void SceneBuilder::connect(const TreeConnection& from) {
     Input& input = *m_inputs[from.input];
     IOutput* output = from.target != noTreeIndex ? m_outputs[from.output] : from.known;
+    if (!input.m_node || !output->node()) return;
     EditStep step(input.m_node);
     step.prepare<SourceChange>(input);
     input.setSource(static_cast<Output*>(output));

@@ -24,12 +24,6 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-bool checkNodeName(const String& name, const char* what) {
-    if (name.isSimpleCID()) return true;
-    logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
-    return false;
-}
-
 // Ends every connection of an input and of what it holds.
 void disconnectAll(IInput& input) {
     input.disconnect();
@@ -38,6 +32,12 @@ void disconnectAll(IInput& input) {
 }
 
 } // namespace
+
+bool Scene::checkName(const String& name, const char* what) {
+    if (name.isSimpleCID()) return true;
+    logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
+    return false;
+}
 
 Scene::Scene() = default;
 
@@ -61,22 +61,26 @@ INode* Scene::findNode(String name) {
 }
 
 INode* Scene::createNode(String type, String name) {
-    if (!checkNodeName(type, "type") || !checkNodeName(name, "name")) return nullptr;
+    if (!checkName(type, "type") || !checkName(name, "name")) return nullptr;
     const Node* definition = findType(type);
     if (definition && definition->isAbstract()) {
         logError("Cannot create node '%s': its type '%s' is abstract.", name.buf(), type.buf());
         return nullptr;
     }
     String free = m_nodes.freeName(name);
-    auto node =
-        RefersTo<Node>::adopt(definition ? definition->clone(this, std::move(free))
-                                         : new Node(this, std::move(type), std::move(free)));
+    const RefersTo<Node> node = makeNode(definition, std::move(type), std::move(free));
     return addNode(node.get()) ? node.get() : nullptr;
+}
+
+// A copy of the definition or, when that is null, a bare node.
+RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
+    return RefersTo<Node>::adopt(definition ? definition->clone(this, std::move(name))
+                                            : new Node(this, std::move(type), std::move(name)));
 }
 
 bool Scene::addNode(Node* node) {
     String name = node->name();
-    if (!checkNodeName(name, "name") || m_nodes.find(name) == node) return false;
+    if (!checkName(name, "name") || m_nodes.find(name) == node) return false;
     String free = m_nodes.freeName(name);
     EditStep step(*this);
     step.prepare<NodeChange>(*node, m_nodes.size(), true);
@@ -132,7 +136,7 @@ void Scene::leave(Node& node) {
 // Observers may link to the node again while they are told; each link is cleared once.
 void Scene::clearReferences(Node& node) {
     for (u64 left = m_links.count(&node); left > 0; --left) {
-        if (Input* input = m_links.first(&node)) input->clearLink(*this);
+        if (Input* input = m_links.first(&node)) input->relink(*this, nullptr);
     }
     for (u64 i = 0; i < node.inputCount(); ++i)
         disconnectAll(*node.input(i));
@@ -142,7 +146,7 @@ void Scene::clearReferences(Node& node) {
 
 bool Scene::renameNode(INode* node, String name) {
     if (!node || !contains(*node)) return false;
-    if (!checkNodeName(name, "name")) return false;
+    if (!checkName(name, "name")) return false;
     auto* renamed = static_cast<Node*>(node);
     const String before = renamed->name();
     if (before.equals(name)) return true;
@@ -197,16 +201,6 @@ INode* Scene::node(u64 index) const {
 
 String Scene::freeName(const String& name) const {
     return m_nodes.freeName(name);
-}
-
-INode* Scene::cloneNode(INode* node, bool /*deep*/) {
-    const auto copy =
-        RefersTo<Node>::adopt(static_cast<Node*>(node)->clone(this, freeName(node->name())));
-    return addNode(copy.get()) ? copy.get() : nullptr;
-}
-
-INode* Scene::convertNode(INode* /*node*/, String /*type*/) {
-    return nullptr;
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,6 +1,6 @@
 #include "sdk/impl/near_name.h"
 #include "sdk/impl/scene_parser.h"
-#include "sdk/impl/value_text.h"
+#include "sdk/impl/value_refusal.h"
 
 // ---- Annotations ---------------------------------------------------------------------------
 
@@ -34,18 +34,6 @@ constexpr std::string_view kNotes[NoteCount] = {
 // Tells whether a value may start with the character.
 bool startsValue(char c) noexcept {
     return TextLexer::continuesIdentifier(c) || c == '"' || c == '(' || c == '[' || c == '-';
-}
-
-// Says which part of a description refuses a value.
-void writeReason(const AttrDetails& details, const Value& value, StringIO& out) {
-    AttrDetails bounds;
-    bounds.minimum = details.minimum;
-    if (!bounds.accepts(value))
-        return writeValue(details.minimum, out.append(" is below the minimum "));
-    bounds.maximum = details.maximum;
-    if (!bounds.accepts(value))
-        return writeValue(details.maximum, out.append(" is above the maximum "));
-    out.append(" is not among the choices");
 }
 
 } // namespace
@@ -235,10 +223,7 @@ void SceneParser::checkRange(u64 offset, u32 input) {
     if (!extras || !extras->details || extras->isUnchecked) return;
     if (checked.value.isNull() || checked.type == AttrType::Node) return;
     if (extras->details->accepts(checked.value)) return;
-    StringIO message;
-    writeValue(checked.value, message.append("The value "));
-    writeReason(*extras->details, checked.value, message);
-    fail(offset, message.append('.').take());
+    fail(offset, refusalOf(*extras->details, checked.value));
 }
 
 } // namespace qv::kelvo_sdk::impl

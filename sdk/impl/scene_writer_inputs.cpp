@@ -27,12 +27,18 @@ DataType heldType(const Input& input) noexcept {
     return input.type() == AttrType::Buffer ? input.value().asBuffer().type() : DataType::Null;
 }
 
+// Tells whether an input has other notes than its definition, and no description that says so.
+bool lacksNotes(const Input& input, const Input& definition) noexcept {
+    return saysNothing(input.details()) && !haveSameNotes(input, definition);
+}
+
 } // namespace
 
 void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition) {
     if (m_changedOnly && input.isDefault()) return;
     const bool isObject = definition && input.type() == AttrType::Object;
     const LeftOut members = isObject ? LeftOut::members(input, *definition) : LeftOut();
+    const bool isOwn = members.isOwn() || (definition && lacksNotes(input, *definition));
     const Comments* comments = commentsOf(input);
     if (comments) writeLines(comments->leading, depth);
     indent(depth);
@@ -43,7 +49,7 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const 
         break;
     case AttrType::Object:
         m_out.append(' ');
-        writeBody(input, comments, depth, members.isOwn() ? members.none() : members);
+        writeBody(input, comments, depth, isOwn ? members.none() : members);
         break;
     case AttrType::Array:
         m_out.append(" = ");
@@ -55,7 +61,7 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const 
         break;
     }
     writeSource(input);
-    writeNotes(input, isAgain, definition, members.isOwn());
+    writeNotes(input, isAgain, definition, isOwn);
     writeTrailing(comments);
 }
 
@@ -176,9 +182,8 @@ void SceneWriter::writeNotes(const Input& input, bool isAgain, const Input* defi
     if (isChecked && !details->accepts(input.value())) m_out.append(" @unchecked");
     if (isAgain) m_out.append(" @again");
     if (areKnown) return;
-    const u64 before = m_out.size();
     if (details) writeDetails(*details, input);
-    if (definition && (isOwn || m_out.size() == before)) m_out.append(" @own");
+    if (definition && isOwn) m_out.append(" @own");
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {

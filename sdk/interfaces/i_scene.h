@@ -4,6 +4,8 @@
 #include "base/string.h"
 #include "sdk/interfaces/eval_cache_figures.h"
 #include "sdk/interfaces/forward.h"
+#include "sdk/interfaces/misfit.h"
+#include "sdk/interfaces/scene_fault.h"
 #include "sdk/interfaces/undo_step.h"
 
 namespace qv::kelvo_sdk::interfaces {
@@ -105,6 +107,28 @@ public:
     /// changed although nothing did that it depends on.
     virtual void setEvalCache(u64 maxBytes, bool isChecked) = 0;
     [[nodiscard]] virtual EvalCacheFigures evalCacheFigures() const = 0;
+
+    /// Replaces a node by one of another type: a copy of that type's definition, a bare node when
+    /// none of the scene's libraries knows it. Name, place in the scene, all that links and
+    /// connects to the node and the values and connections of inputs of the same name stay, as far
+    /// as they convert; so does what the node has beyond the definition of its old type, and
+    /// everything if the new type is unknown. Tells the node's observers, which stay with the old
+    /// node, what replaces it.
+    ///
+    /// Returns the replacement. Null, with nothing changed, when the node is not of this scene, the
+    /// type is no simple identifier or abstract (both logged). What does not fit is appended to
+    /// `misfits`, and logged where that is null.
+    virtual INode* convertNoting(INode* node, String type, Misfits* misfits) = 0;
+
+    /// Looks through the whole scene, in linear time, for laws that do not hold. Empty when all is
+    /// well; anything else is a fault of the program:
+    /// - a node is not found by its name, belongs to another scene, or stands there twice;
+    /// - an input or output does not belong to the node, array or object that lists it, an element
+    ///   miscounts itself, or an index by name leads astray;
+    /// - the ends of a connection do not agree;
+    /// - a link leads out of the scene, or the list of those that link to its node lacks it, or has
+    ///   it wrongly.
+    [[nodiscard]] virtual SceneFaults verify() const = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces

@@ -27,6 +27,11 @@ public:
     /// `before` and `after` are the connected outputs, null for none.
     virtual void inputConnected(const IInput* /*input*/, const IOutput* /*before*/,
                                 const IOutput* /*after*/) {}
+    /// The node was converted: the replacement has its name, its place and all that led to it.
+    virtual void nodeConverted(INode* node, INode* replacement) {
+        nodeRemoved(node);
+        nodeAdded(replacement);
+    }
 
 protected:
     SceneObserver() = default;

@@ -42,22 +42,71 @@ quietly cmake --install "$work/plugin"
 mkdir "$work/moved"
 mv "$work/springs/lib/kelvo/plugins/"* "$work/moved"
 host=$work/host/plugin_host
-expected="springs: 3 types
-at 0 s: EXPECTED"
-check_output() { # COMMAND...
-    local printed
+# check_output EXPECTED COMMAND...
+check_output() {
+    local expected=$1 printed
+    shift
     printed=$("$@") || fail "$* ends with status $?"
     [ "$printed" = "$expected" ] || fail "$* printed: $printed"
 }
-check_output "$host" "$work/moved/springs.so"
-check_output "$host" "$work/moved"
-check_output env KELVO_PLUGIN_PATH="$work/moved" "$host"
-check_output env KELVO_PLUGIN_PATH="$work/moved" "$host" springs
+# check_refusal STATUS EXPECTED COMMAND...: what it tells on the standard error stream
+check_refusal() {
+    local expected=$2 status=0 ends=$1 told
+    shift 2
+    told=$("$@" 2>&1 >/dev/null) || status=$?
+    [ "$status" = "$ends" ] || fail "$* ends with status $status and told: $told"
+    [ "$told" = "$expected" ] || fail "$* told: $told"
+}
+# The first jump, times 2; a second later, of that, exp(-0.5) cos(sqrt(10)).
+expected="springs: 3 types
+at 0 s: -1.506, at 1 s: 0.91324, label: Spring"
+check_output "$expected" "$host" "$work/moved/springs.so"
+check_output "$expected" "$host" "$work/moved"
+check_output "$expected" env KELVO_PLUGIN_PATH="$work/moved" "$host"
+check_output "$expected" env KELVO_PLUGIN_PATH="$work/moved" "$host" springs
+
+# The tool, as it was installed, and elsewhere.
+cp -r "$staging" "$work/elsewhere"
+cat >"$work/springs.kns" <<'TEXT'
+kelvo scene 1
+
+node jitter "jitter1" {
+    Real strength = 2
+}
+node spring "spring1" {
+    Real time = 1
+    Real offset = 1 <- jitter1.value
+}
+TEXT
+for kelvo in "$staging/bin/kelvo" "$work/elsewhere/bin/kelvo"; do
+    eval=("$kelvo" eval "$work/springs.kns" jitter1.value)
+    check_output -1.506 "${eval[@]}" --plugin "$work/moved/springs.so"
+    check_output -1.506 env KELVO_PLUGIN_PATH="$work/moved" "${eval[@]}" --plugin springs
+    check_output -1.506 env KELVO_PLUGIN_PATH="$work/none:$work/moved" "${eval[@]}"
+    check_output "spring  Spring  : motion
+jitter  Jitter  : motion" "$kelvo" --plugin "$work/moved" types --library springs --base motion
+done
+KELVO_PLUGIN_PATH=$work/moved "$kelvo" eval "$work/springs.kns" spring1.value | grep -q '^0\.91323976' ||
+    fail "the tool evaluates the chain to something else"
+check_refusal 1 "kelvo: $work/springs.kns:8:24: node 'spring1': The node 'jitter1' has no output \
+'value'." "$kelvo" eval "$work/springs.kns" spring1.value
 
 # Without its definitions it is refused, and the program goes on.
 mkdir "$work/alone"
 cp "$work/moved/springs.so" "$work/alone"
-printed=$("$host" "$work/alone/springs.so" 2>&1) || fail "the program ends with status $?"
-[ "$printed" = "plug-in '$work/alone/springs.so': cannot read its definitions \
-'$work/alone/springs.knd': No such file or directory" ] || fail "printed: $printed"
+message="plug-in '$work/alone/springs.so': cannot read its definitions \
+'$work/alone/springs.knd': No such file or directory"
+check_refusal 1 "$message" "$host" "$work/alone/springs.so"
+check_refusal 1 "kelvo: $message" "$kelvo" types --plugin "$work/alone/springs.so"
+
+# So is one that was built for another version of the interface, by host and tool.
+header=$staging/include/kelvo/sdk/library_entry.h
+version=$(sed -n 's/.*libraryInterfaceVersion = \([0-9]*\);/\1/p' "$header")
+sed -i "s/libraryInterfaceVersion = $version;/libraryInterfaceVersion = $((version + 1));/" "$header"
+build_against "$example" newer
+message="plug-in '$work/newer/springs.so': it was built for version $((version + 1)) of the library \
+interface, this program has version $version"
+check_refusal 1 "$message" "$host" "$work/newer/springs.so"
+check_refusal 1 "kelvo: $message" "$kelvo" eval "$work/springs.kns" jitter1.value \
+    --plugin "$work/newer/springs.so"
 echo "plug-in of $lines lines built, moved and used"

@@ -38,6 +38,11 @@ Argument Argument::split(char delimiter) const {
     return *this;
 }
 
+Argument Argument::oneEach() const {
+    m_option->allow_extra_args(false);
+    return *this;
+}
+
 Argument Argument::showDefault() const {
     m_option->capture_default_str();
     return *this;
@@ -101,6 +106,11 @@ CommandLine::CommandLine()
 }
 
 CommandLine::~CommandLine() = default;
+
+Argument CommandLine::addCommon(const char* name, StringVector& target, const char* help) {
+    m_app->fallthrough();
+    return Command(m_app.get()).add(name, target, help);
+}
 
 Command CommandLine::addCommand(const char* name, const char* help, Action action) {
     CLI::App* added = m_app->add_subcommand(name, help);

@@ -29,6 +29,8 @@ public:
     Argument positive() const;
     /// One text may hold several, with this character between them.
     Argument split(char delimiter) const;
+    /// Each use of the option has one text, so that what follows may be something else.
+    Argument oneEach() const;
     /// Lets the help tell the value that stands in the target now.
     Argument showDefault() const;
     Argument needs(Argument other) const;
@@ -81,6 +83,9 @@ public:
         return {addCommand(name, help, [=](Terminal& out) { return action(*options, out); }),
                 *options};
     }
+
+    /// Adds an option that may stand in front of each command and behind it.
+    [[nodiscard]] Argument addCommon(const char* name, StringVector& target, const char* help);
 
     /// Does what the arguments of the process ask for.
     [[nodiscard]] Status run(int count, char** arguments, Terminal& out);

@@ -17,7 +17,11 @@ void addHash(CommandLine& line);
 void addFind(CommandLine& line);
 void addExplain(CommandLine& line);
 void addGraph(CommandLine& line);
+void addEval(CommandLine& line);
+void addNew(CommandLine& line);
+void addTypes(CommandLine& line);
 void addHelp(CommandLine& line);
+void addLibrary(CommandLine& line);
 void addImport(CommandLine& line);
 
 } // namespace qv::kelvo_tool

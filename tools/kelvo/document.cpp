@@ -1,22 +1,46 @@
 #include "tools/kelvo/document.h"
 
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
 
 namespace qv::kelvo_tool {
 
-bool loadScene(const String& file, const kelvo_sdk::Scene& scene) {
-    String text;
+bool Document::open(const String& file) {
+    m_file = file;
+    // What was asked for has to be there, needed or not.
+    if (!libraryOptions().isEmpty() && !librariesInUse()) return false;
     String error;
-    if (!readFile(file, text, error)) {
-        complain(error);
-        return false;
-    }
+    if (readFile(file, m_text, error)) return true;
+    complain(error);
+    return false;
+}
+
+// A scene that cannot be read leaves no trace, so that it can be read once more.
+bool Document::read(const kelvo_sdk::Scene& scene) const {
+    kelvo_sdk::Diagnostics ignored;
+    return scene.read(m_text, displayed(m_file), &ignored) || readWithTypes(scene);
+}
+
+bool Document::readWithTypes(const kelvo_sdk::Scene& scene) const {
+    const Libraries* libraries = librariesInUse();
+    if (!libraries) return false;
+    libraries->addTo(scene);
     kelvo_sdk::Diagnostics found;
-    if (scene.read(std::move(text), displayed(file), &found)) return true;
+    if (scene.read(m_text, displayed(m_file), &found)) return true;
     for (const kelvo_sdk::Diagnostic& diagnostic : found)
         complain(diagnostic.text());
     return false;
+}
+
+bool loadScene(const String& file, const kelvo_sdk::Scene& scene) {
+    Document document;
+    return document.open(file) && document.read(scene);
+}
+
+bool loadSceneWithTypes(const String& file, const kelvo_sdk::Scene& scene) {
+    Document document;
+    return document.open(file) && document.readWithTypes(scene);
 }
 
 bool saveScene(const kelvo_sdk::Scene& scene, const String& file, Terminal& out) {

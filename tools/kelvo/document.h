@@ -5,8 +5,29 @@
 
 namespace qv::kelvo_tool {
 
-/// Reads a scene file into an empty scene; false after telling all that is wrong with it.
+/// The text of a scene file, which scenes are read from.
+class Document {
+public:
+    /// Reads the file; false after telling why not.
+    [[nodiscard]] bool open(const String& file);
+
+    /// Reads the text into an empty scene as it stands, if it stands by itself: a scene that needs
+    /// what it leaves to the types of its nodes is read with them. False after telling all that is
+    /// wrong with it.
+    [[nodiscard]] bool read(const kelvo_sdk::Scene& scene) const;
+    /// Reads it into an empty scene that knows the libraries in use: what the text leaves to the
+    /// types of its nodes is there. False after telling all that is wrong.
+    [[nodiscard]] bool readWithTypes(const kelvo_sdk::Scene& scene) const;
+
+private:
+    String m_file;
+    String m_text;
+};
+
+/// Reads a scene file as `Document::read` does.
 [[nodiscard]] bool loadScene(const String& file, const kelvo_sdk::Scene& scene);
+/// Reads a scene file as `Document::readWithTypes` does.
+[[nodiscard]] bool loadSceneWithTypes(const String& file, const kelvo_sdk::Scene& scene);
 
 /// Writes a scene to a file, or to `out` for "-"; false after telling why not.
 [[nodiscard]] bool saveScene(const kelvo_sdk::Scene& scene, const String& file, Terminal& out);

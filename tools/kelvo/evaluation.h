@@ -15,6 +15,9 @@ struct Evaluation {
 /// Evaluates an input. Needs one that is connected.
 [[nodiscard]] Evaluation evaluate(const kelvo_sdk::interfaces::IInput& input);
 
+/// Evaluates an output; the text is the whole value, as `wholeValue` gives that of an input.
+[[nodiscard]] Evaluation evaluate(kelvo_sdk::interfaces::IOutput& output);
+
 /// Returns a value in one short line, as `shortValue` does the one of an input.
 [[nodiscard]] String shortText(const kelvo_sdk::impl::Value& value);
 

@@ -15,11 +15,21 @@ struct GetOptions {
 };
 
 Status runGet(const GetOptions& options, Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+    Document document;
+    if (!document.open(options.file)) return Status::Fault;
+    auto scene = kelvo_sdk::Scene::create();
+    if (!document.read(scene)) return Status::Fault;
     Address address;
     String error;
-    if (!findAddress(scene, options.path, Append::Refused, address, error)) {
+    bool isFound = findAddress(scene, options.path, Append::Refused, address, error);
+    if (!isFound) {
+        // What the text leaves out has a value all the same.
+        scene = kelvo_sdk::Scene::create();
+        if (!document.readWithTypes(scene)) return Status::Fault;
+        address = {};
+        isFound = findAddress(scene, options.path, Append::Refused, address, error);
+    }
+    if (!isFound) {
         complain(displayed(options.file) + ": " + error);
         return Status::Usage;
     }

@@ -1,6 +1,7 @@
 #include "tools/kelvo/commands.h"
 
 #include "base/log.h"
+#include "tools/kelvo/libraries.h"
 
 #include <csignal>
 #include <exception>
@@ -29,12 +30,17 @@ void addCommands(CommandLine& line) {
     addFind(line);
     addExplain(line);
     addGraph(line);
+    addEval(line);
+    addNew(line);
+    addTypes(line);
     addHelp(line);
+    addLibrary(line);
     addImport(line);
 }
 
 Status run(int count, char** arguments) {
     CommandLine line;
+    addLibraryArguments(line);
     addCommands(line);
     Terminal out;
     const Status status = line.run(count, arguments, out);

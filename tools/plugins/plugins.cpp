@@ -33,6 +33,7 @@ public:
         }
         for (const fs::path& path : m_given)
             loadGiven(path);
+        m_origin = Origin::Environment;
         for (const fs::path& directory : m_path)
             loadDirectory(directory);
         return std::move(m_plugins);
@@ -66,10 +67,11 @@ private:
         if (loaded)
             m_plugins.push_back(std::move(plugin));
         else if (m_complain)
-            m_complain(error);
+            m_complain(error, m_origin);
     }
 
     const Complain& m_complain;
+    Origin m_origin = Origin::Program;
     std::vector<fs::path> m_given;
     // Directories among those given, then those of the environment.
     SearchPath m_path;

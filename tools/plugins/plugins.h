@@ -7,8 +7,12 @@
 
 namespace qv::kelvo_plugins {
 
+/// Who asked for a node library: the program that registered it or named its path, or the user's
+/// environment.
+enum class Origin { Program, Environment };
+
 /// Receives one sentence about a plug-in that cannot be loaded.
-using Complain = std::function<void(const String& message)>;
+using Complain = std::function<void(const String& message, Origin origin)>;
 
 /// Loads what a program is to use: the registered libraries, then what `paths` names, then the
 /// directories of KELVO_PLUGIN_PATH. Each file is loaded once.

@@ -22,7 +22,7 @@ using UndoScope = kelvo_sdk::Scene::UndoScope;
 const char* const kText = R"(kelvo scene 1
 
 # A room.
-node room "room" {
+node xform "room" {
     # What is in it.
     Array<Node> children = [desk, lamp]
     Real size = 4
@@ -151,6 +151,9 @@ const Edit kEdits[] = {
     {"NameInAnotherCase", [](auto& s) { s.renameNode(s.findNode("desk"), "Desk"); }},
     {"NodeMoved", [](auto& s) { s.moveNode(s.findNode("wood"), 0); }},
     {"NodeMovedBack", [](auto& s) { s.moveNode(s.findNode("room"), 2); }},
+    {"NodeConverted", [](auto& s) { s.findNode("desk").convertTo("table"); }},
+    {"NodeCopied", [](auto& s) { s.findNode("desk")->clone(false); }},
+    {"NodesCopied", [](auto& s) { s.findNode("lamp")->clone(true); }},
     {"TextRead",
      [](auto& s) {
          s.read("# More.\nnode a \"a\" {\n    Node b = desk\n    Real c <- desk.area\n}\n",
@@ -187,9 +190,11 @@ TEST_F(UndoTest, Clear_IsOneStepAndAllComeBack) {
     check([&] { m_scene->clear(); });
 }
 
-TEST_F(UndoTest, Children_AreParentedAndUnparentedInOneStep) {
-    check([&] { node("wood").parentTo(&node("lamp")); });
-    m_scene.undo();
+TEST_F(UndoTest, Children_AreParentedInOneStep) {
+    check([&] { node("wood").parentTo(&node("room")); });
+}
+
+TEST_F(UndoTest, Children_AreUnparentedInOneStep) {
     check([&] { node("lamp").unparentFrom(&node("room")); });
 }
 

@@ -1,7 +1,11 @@
 #include "tools/plugins/plugin.h"
 
 #include "sdk/impl/node.h"
+#include "sdk/kelvo.h"
+#include "tests/support/log_capture.h"
 #include "tests/tools/plugins/plugin_folder.h"
+
+#include <algorithm>
 
 #include <dlfcn.h>
 
@@ -159,6 +163,22 @@ TEST_F(LoadPlugin, Failure_LeavesWhatWasThere) {
     m_plugin.name = "before";
     EXPECT_FALSE(loadPlugin(m_folder / "none.so", m_plugin, m_error));
     EXPECT_EQ(m_plugin.name, "before");
+}
+
+TEST_F(LoadPlugin, CallbackThatThrows_CostsALogLineAndTheValue) {
+    const auto file = m_folder.place("throwing_eval", "a.so");
+    ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
+    const auto scene = kelvo_sdk::Scene::create();
+    scene.addLibrary(kelvo_sdk::LibInfo(m_plugin.library.get()));
+    const auto node = scene.createNode("twice", "n");
+    const auto reader = node.createInput("reader", kelvo_sdk::AttrType::Real);
+    ASSERT_TRUE(reader.connect(scene.createNode("twice", "m").output("out")));
+    const tests::LogCapture log;
+    EXPECT_EQ(reader.get<double>(), 0);
+    const std::string told = log.text();
+    EXPECT_TRUE(told.starts_with("error: ")) << told;
+    EXPECT_NE(told.find("no value today"), std::string::npos) << told;
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
 }
 
 TEST_F(LoadPlugin, LastHandle_TakesThePluginOutOfMemory) {

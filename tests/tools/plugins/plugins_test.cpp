@@ -28,8 +28,9 @@ protected:
         for (const std::string& path : paths)
             given.emplace_back(std::string_view(path));
         std::string files;
-        for (const Plugin& plugin : loadPlugins(given, [this](const String& message) {
+        for (const Plugin& plugin : loadPlugins(given, [this](const String&message, Origin origin) {
                  m_told += std::string(message.view()) + "\n";
+                 m_origins.push_back(origin);
              })) {
             const std::filesystem::path file(plugin.file.view());
             files += (files.empty() ? "" : " ") + file.lexically_relative(m_folder.path()).string();
@@ -40,6 +41,7 @@ protected:
 
     PluginFolder m_folder;
     std::string m_told;
+    std::vector<Origin> m_origins;
 };
 
 TEST_F(LoadPlugins, NothingGiven_GivesNothing) {
@@ -86,6 +88,15 @@ TEST_F(LoadPlugins, WhatFails_IsToldAndLeftOut) {
     EXPECT_EQ(m_told, "plug-in '" + in("bad.so") +
                           "': creating its library gives null\n"
                           "plug-in 'nowhere': cannot be loaded: No such file or directory\n");
+}
+
+TEST_F(LoadPlugins, Fault_TellsWhoAskedForThePlugin) {
+    add("a", "x");
+    m_folder.place("null_library", "b/bad.so");
+    m_folder.write("b/bad.knd", twiceText);
+    setEnvironment(in("b"));
+    EXPECT_EQ(load({"nowhere", in("a")}), "a/x.so");
+    EXPECT_EQ(m_origins, (std::vector{Origin::Program, Origin::Environment}));
 }
 
 TEST_F(LoadPlugins, NobodyToTell_IsAllowed) {

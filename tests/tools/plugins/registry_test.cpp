@@ -34,7 +34,8 @@ protected:
     }
     // Loads what is registered, and directories.
     std::vector<Plugin> load(const std::vector<String>& paths = {}) {
-        return loadPlugins(paths, [this](const String& message) { m_told += message + '\n'; });
+        return loadPlugins(paths,
+                           [this](const String& message, Origin) { m_told += message + '\n'; });
     }
 
     String m_told;

@@ -13,7 +13,7 @@ using namespace qv::kelvo_sdk::interfaces;
 // Ways to be made; 0 is right.
 constexpr int good = 0, wrongVersion = 1, throwingEntry = 2, nullEntry = 3, nullLibrary = 4,
               throwingLibrary = 5, otherCore = 6, noCreate = 7, throwingPath = 8, inText = 9,
-              brokenText = 10, throwingLookUp = 11;
+              brokenText = 10, throwingLookUp = 11, throwingEval = 12;
 
 int s_alive = 0;
 
@@ -23,6 +23,7 @@ bool init(INode*, void** data) {
     return true;
 }
 bool eval(EvalCtx* ctx, void* out) {
+    if (WAY == throwingEval) throw std::runtime_error("no value today");
     *static_cast<double*>(out) = 2 * Node(ctx->node())["x"].get<double>();
     return true;
 }
@@ -72,7 +73,8 @@ LibraryEntry makeEntry() {
     if (WAY == wrongVersion) entry.interfaceVersion = 4711;
     if (WAY == otherCore) entry.core = &foreignCore;
     if (WAY == noCreate) entry.create = nullptr;
-    if (WAY == inText) entry.definitions = "type twice {\n Real x = 1\n output Real out\n }";
+    if (WAY == inText || WAY == throwingEval)
+        entry.definitions = "type twice {\n Real x = 1\n output Real out\n }";
     if (WAY == brokenText) entry.definitions = "type twice { Raal x = 1\n Real x }";
     return entry;
 }

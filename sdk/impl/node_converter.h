@@ -1,0 +1,71 @@
+#pragma once
+
+#include "sdk/impl/node.h"
+#include "sdk/interfaces/misfit.h"
+
+#include <utility>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+class Scene;
+
+using interfaces::Misfits;
+
+/// Fills the replacement of a node that is converted to another type, and notes what does not fit.
+///
+/// What the node has beyond its own type's definition is carried over whole, and so is everything
+/// when nothing is known of the new type. What stands at its default is no loss.
+class NodeConverter {
+public:
+    /// `definition` is that of the node's old type, null when it is not known.
+    NodeConverter(Scene& scene, Node& from, Node& to, const Node* definition, bool isNewTypeKnown)
+        : m_scene(scene),
+          m_from(from),
+          m_to(to),
+          m_definition(definition),
+          m_keepsAll(!isNewTypeKnown) {}
+
+    /// Carries values and incoming connections over; the node stays as it is.
+    void fill();
+    /// Lets what is connected to the node's outputs read those of the replacement, which is in the
+    /// scene by now.
+    void moveTargets();
+    void moveComments() const;
+
+    [[nodiscard]] Misfits& misfits() noexcept { return m_misfits; }
+
+private:
+    struct Step {
+        const Input* from;
+        Input* to;
+        // What the node's old type says of the input, null when it says nothing.
+        const Input* definition;
+    };
+
+    void fillInputs();
+    void fillOutputs();
+    void convert(const Step& step);
+    void convertMembers(const Step& step);
+    void convertElements(const Step& step);
+    void convertValue(const Input& from, Input& to);
+    void connect(const Input& from, Input& to);
+    [[nodiscard]] AttrData description(const Input& from) const;
+    [[nodiscard]] Value userValue(const Input& from) const;
+    [[nodiscard]] Value converted(const Value& value, const Input& to) const;
+    void lose(const Input& from, String reason);
+    void note(String path, String reason);
+
+    Scene& m_scene;
+    Node& m_from;
+    Node& m_to;
+    const Node* m_definition;
+    bool m_keepsAll;
+    Misfits m_misfits;
+    std::vector<Step> m_left;
+    std::vector<std::pair<const Input*, const Input*>> m_inputs;
+    // The second is null for an output that the new type lacks.
+    std::vector<std::pair<Output*, Output*>> m_outputs;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "sdk/interfaces/forward.h"
+#include "sdk/interfaces/scene_fault.h"
+
+#include <unordered_set>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInput;
+using interfaces::INode;
+using interfaces::SceneFaults;
+
+class Input;
+class LinkTable;
+class Node;
+class NodeTable;
+class Output;
+class Scene;
+struct Link;
+
+/// The checked walk over a whole scene that finds which of its laws do not hold. Linear in time and
+/// memory; takes arrays and objects of any depth.
+///
+///     Walk    scene_verify.cpp        nodes, the lists of their attributes, indexes by name
+///     Bonds   scene_verify_bonds.cpp  connections, links and the table of links
+///
+/// What the scene does not own is not looked into, but for the inputs that say they belong to one
+/// of the scene's outputs or to its table of links.
+class SceneVerifier {
+public:
+    /// Borrows everything; the tables are those of the scene.
+    SceneVerifier(const Scene& scene, const NodeTable& nodes, const LinkTable& links);
+
+    [[nodiscard]] SceneFaults verify();
+
+    /// Breaks laws; defined by tests alone.
+    struct Tamper;
+
+private:
+    using Inputs = ds::Vector<IInput*>;
+    struct Step {
+        const Inputs* list;
+        // Null for the inputs of a node.
+        const Input* holder;
+        u64 next;
+    };
+
+    void listNodes();
+    void checkNames();
+    void checkNode(const Node& node);
+    void checkInputs(const Node& node);
+    void checkList(const Inputs& list, const Input* holder);
+    void checkIndex(const Inputs& list);
+    void checkInput(const Input& input);
+    void checkPlaceOf(const Input& input, const Step& step);
+    void checkOutputs(const Node& node);
+    void checkUnlisted();
+
+    void checkSource(const Input& input);
+    void checkTargets(const Output& output);
+    void checkLink(const Input& input);
+    void checkKept(const Input& input);
+    void checkLinkTable();
+    void checkRing(const INode* target, const Link* first);
+    void checkEntry(const INode* target, const Link& link);
+    [[nodiscard]] bool isOfScene(const INode* node) const { return m_known.contains(node); }
+
+    // Of the input that the walk has come to.
+    [[nodiscard]] String place() const;
+    void fail(String place, String message);
+
+    const Scene& m_scene;
+    const NodeTable& m_nodes;
+    const LinkTable& m_links;
+    SceneFaults m_faults;
+    std::unordered_set<const INode*> m_known;
+    std::unordered_set<const Output*> m_outputs;
+    // Of inputs that link to a node: those not yet met in the table.
+    std::unordered_set<const Link*> m_linksLeft;
+    std::unordered_set<const Link*> m_linksMet;
+    const Node* m_node = nullptr;
+    std::vector<Step> m_way;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,95 @@
+#include "sdk/impl/scene_verify.h"
+
+#include "sdk/impl/node_links.h"
+
+// ---- Bonds ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+// ---- Connections ---------------------------------------------------------------------------
+
+void SceneVerifier::checkSource(const Input& input) {
+    const Output* source = input.sourceOutput();
+    if (!source) return;
+    if (!m_outputs.contains(source))
+        return fail(place(), "is connected to an output that no node of the scene has");
+    if (source->m_targets.inSlot(input.m_extras->sourceSlot) != &input)
+        fail(place(), "is connected to '" + source->path() + "', which does not list it there");
+}
+
+// Inputs of nodes outside of the scene may be among the targets: those of nodes that come in later.
+void SceneVerifier::checkTargets(const Output& output) {
+    if (!output.m_targets.isSound()) fail(output.path(), "miscounts its targets");
+    std::unordered_set<const Input*> met;
+    output.forEachTarget([&](const Input& target) {
+        if (!met.insert(&target).second)
+            fail(output.path(), "lists its target '" + target.path() + "' twice");
+        else if (target.sourceOutput() != &output)
+            fail(output.path(), "lists '" + target.path() + "', which is not connected to it");
+    });
+}
+
+// ---- Links ---------------------------------------------------------------------------------
+
+void SceneVerifier::checkLink(const Input& input) {
+    const INode* target = linkedNode(input);
+    const Link* link = input.m_extras ? &input.m_extras->link : nullptr;
+    if (!target) {
+        if (link && link->table) fail(place(), "links to no node but has a place among the links");
+        return;
+    }
+    if (!isOfScene(target)) return fail(place(), "links to a node that is not of the scene");
+    if (!link || link->table != &m_links || link->target != target)
+        return fail(place(), "links to '" + target->name() + "', which does not know");
+    m_linksLeft.insert(link);
+}
+
+// Values put aside and defaults come back by `unstash` and `reset`.
+void SceneVerifier::checkKept(const Input& input) {
+    if (input.type() != AttrType::Node) return;
+    const auto leadsOut = [this](const Value& value) {
+        return value.type() == AttrType::Node && value.asNode() && !isOfScene(value.asNode());
+    };
+    if (const Value* kept = input.stashed(); kept && leadsOut(*kept))
+        fail(place(), "keeps aside a link to a node that is not of the scene");
+    if (const AttrDetails* details = input.details(); details && leadsOut(details->defaultValue))
+        fail(place(), "has a default that links to a node that is not of the scene");
+}
+
+// ---- The table of links --------------------------------------------------------------------
+
+void SceneVerifier::checkLinkTable() {
+    for (const auto& [target, first] : m_links.m_first)
+        checkRing(target, first);
+    for (const Link* link : m_linksLeft)
+        fail(link->input ? link->input->path() : String(),
+             "links to '" + link->target->name() + "', whose ring of links it is not in");
+}
+
+// A ring that is broken is followed as far as it goes, and never around twice.
+void SceneVerifier::checkRing(const INode* target, const Link* first) {
+    const String name = isOfScene(target) ? target->name() : String();
+    const Link* link = first;
+    do {
+        if (!link || !link->next || link->next->previous != link || !m_linksMet.insert(link).second)
+            return fail(name, "has a broken ring of links");
+        checkEntry(target, *link);
+        link = link->next;
+    } while (link != first);
+}
+
+// Inputs of nodes outside of the scene may link into it.
+void SceneVerifier::checkEntry(const INode* target, const Link& link) {
+    if (m_linksLeft.erase(&link) != 0) return;
+    const Input* input = link.input;
+    if (!input || !input->m_extras || &input->m_extras->link != &link)
+        return fail(isOfScene(target) ? target->name() : String(),
+                    "has a link in its ring that is no input's");
+    if (linkedNode(*input) != target || link.target != target)
+        return fail(input->path(),
+                    "has a place among the links to a node that it does not link to");
+    if (isOfScene(target) && isOfScene(input->node()))
+        fail(input->path(), "has a place among the links but none in its node");
+}
+
+} // namespace qv::kelvo_sdk::impl

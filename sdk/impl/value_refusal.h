@@ -1,0 +1,10 @@
+#pragma once
+
+#include "sdk/impl/attr_data.h"
+
+namespace qv::kelvo_sdk::impl {
+
+/// Says which part of a description does not accept a value: "The value 3 is above the maximum 2."
+[[nodiscard]] String refusalOf(const AttrDetails& details, const Value& value);
+
+} // namespace qv::kelvo_sdk::impl

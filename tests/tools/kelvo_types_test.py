@@ -1,0 +1,246 @@
+#!/usr/bin/env python3
+"""What the tool kelvo does with node types. kelvo_types_test.py KELVO [unittest ...]"""
+from kelvo_tool import ToolTest, main, scene
+
+DEFINITIONS = """\
+kelvo types 1
+
+type lamp : emitter {
+    label "en" "Desk Lamp"
+    Real angle = 0.5 @min 0 @max 1
+    Array<Node> shades = []
+    Array<Int> steps = [1, 2]
+    Object plug {
+        Int pins = 2
+    }
+    output Real heat
+}
+type hidden @internal {
+}
+type idle @abstract {
+}
+"""
+
+# Leaves to its types what it does not say, an output that is read among that.
+SUM = scene('node add "one" {\n    Real a = 1 # first\n}',
+            'node add "sum" {\n    Real b = 2\n    Real a = 7 <- one.result\n}')
+
+
+class TypesTest(ToolTest):
+    def setUp(self):
+        super().setUp()
+        (self.folder / "my.knd").write_text(DEFINITIONS)
+        (self.folder / "sum.kns").write_text(SUM)
+
+
+class Types(TypesTest):
+    def names_of(self, *arguments):
+        listed = self.expect(0, "types", *arguments)
+        return [line.split()[0] for line in listed.splitlines()]
+
+    def test_all_are_listed_with_label_and_bases(self):
+        listed = self.expect(0, "types").splitlines()
+        self.assertGreater(len(listed), 40)
+        self.assertIn("object             Object              abstract", listed)
+        self.assertIn("xform              Transform           : object", listed)
+
+    def test_those_of_a_text_come_first(self):
+        self.assertEqual(self.names_of("--library", "my.knd"), ["lamp", "idle"])
+        self.assertEqual(self.names_of("--library", "my.knd", "--internal"),
+                         ["lamp", "hidden", "idle"])
+        every = self.expect(0, "--library", "my.knd", "types").splitlines()
+        self.assertEqual([line.split()[0] for line in every[:3]], ["lamp", "idle", "object"])
+
+    def test_a_base_narrows_the_list(self):
+        lights = self.names_of("--base", "emitter")
+        self.assertIn("spotLight", lights)
+        self.assertNotIn("mesh", lights)
+        self.assertNotIn("emitter", lights)
+        self.assertEqual(self.names_of("--base", "object", "--library", "my.knd"), ["lamp"])
+
+    def test_the_standard_library_has_its_name(self):
+        self.assertEqual(self.names_of("--library", "standard"), self.names_of())
+
+    def test_none_is_told(self):
+        self.expect(1, "types", "--base", "add", out="",
+                    error="kelvo: no type is based on 'add'.\n")
+
+    def test_unknown_names_are_the_calls_fault(self):
+        self.expect(2, "types", "--base", "emiter", out="",
+                    error="kelvo: no node type 'emiter': did you mean 'emitter'?\n")
+        self.expect(2, "types", "--library", "standrd", out="",
+                    error="kelvo: no library 'standrd': did you mean 'standard'?\n")
+
+    def test_broken_definitions_are_told_with_their_places(self):
+        (self.folder / "bad.knd").write_text("type t : emiter {\n}\n")
+        self.expect(1, "types", "--library", "bad.knd", out="", error=(
+            "kelvo: bad.knd:1:10: type 't': Unknown base 'emiter': did you mean 'emitter'?\n"))
+
+
+class New(TypesTest):
+    def test_a_node_is_printed_with_what_its_type_gives(self):
+        self.expect(0, "new", "add", "sum", out=(
+            'node add "sum" {\n    Real a = 0\n    Real b = 0\n    output Real result\n}\n'))
+
+    def test_in_brief_it_is_left_to_the_type(self):
+        self.expect(0, "new", "lamp", "key", "--brief", "--library", "my.knd",
+                    out='node lamp "key" {\n}\n')
+
+    def test_what_is_printed_reads_back(self):
+        for name in self.expect(0, "types").split("\n"):
+            type_name = (name.split() or [""])[0]
+            if not type_name or name.endswith("abstract"):
+                continue
+            with self.subTest(type_name):
+                text = self.expect(0, "new", type_name, "n")
+                self.expect(0, "check", "-", given=text,
+                            out="standard input: 1 node, 0 errors, 0 warnings\n")
+                self.expect(0, "get", "-", "n", given=text, out=text)
+
+    def test_what_cannot_be_made_is_told(self):
+        for arguments, expected in (
+                (["xfrm", "n"], "no node type 'xfrm': did you mean 'xform'?"),
+                (["idle", "n"], "Cannot create node 'n': its type 'idle' is abstract."),
+                (["add", "a b"], "Cannot use 'a b' as a node's name: it is no simple identifier.")):
+            with self.subTest(arguments):
+                self.expect(2, "new", *arguments, "--library", "my.knd", out="",
+                            error=f"kelvo: {expected}\n")
+
+
+class Eval(TypesTest):
+    def test_an_output_is_evaluated_through_connections(self):
+        self.expect(0, "eval", "sum.kns", "sum.result", out="3\n")
+        self.expect(0, "eval", "-", "sum.result", out="3\n", given=SUM)
+
+    def test_values_are_whole(self):
+        text = scene('node stringValue "s" {\n    String value = "' + "long " * 40 + '"\n}',
+                     'node rgbaValue "c" {\n    Rgba value = (1 0.5 0 1)\n}')
+        self.expect(0, "eval", "-", "s.result", out="long " * 40 + "\n", given=text)
+        self.expect(0, "eval", "-", "c.result", out="(1 0.5 0 1)\n", given=text)
+
+    def test_what_is_no_output_is_the_calls_fault(self):
+        for path, expected in (
+                ("sum", "'sum' is a node, which has the output result."),
+                ("sum.a", "'sum.a' is an input of 'sum', which has the output result."),
+                ("sum.reslt", "no output 'reslt' in 'sum': did you mean 'result'?"),
+                ("sum.x", "no output 'x' in 'sum', which has the output result."),
+                ("som.result", "no node 'som': did you mean 'sum'?"),
+                ("", "no node ''.")):
+            with self.subTest(path):
+                self.expect(2, "eval", "sum.kns", path, out="",
+                            error=f"kelvo: sum.kns: {expected}\n")
+
+    def test_several_outputs_are_named(self):
+        text = scene('node t "n" {\n    output Real a\n    output Real b\n    output Int c\n}',
+                     'node t "m" {\n}')
+        self.expect(2, "eval", "-", "n", given=text, out="", error=(
+            "kelvo: standard input: 'n' is a node, which has the outputs a, b and c.\n"))
+        self.expect(2, "eval", "-", "m.x", given=text, out="", error=(
+            "kelvo: standard input: no output 'x' in 'm', which has no outputs.\n"))
+
+    def test_no_value_is_the_files_fault(self):
+        self.expect(1, "eval", "-", "n.a", given=scene('node t "n" {\n    output Real a\n}'),
+                    out="", error=("kelvo: standard input: 'n.a' has no value: 'n.a' has none, and "
+                                   "its node no eval callback to produce one.\n"))
+
+
+class Library(TypesTest):
+    def test_right_definitions_are_counted(self):
+        self.expect(0, "library", "check", "my.knd", out="my.knd: 3 types, no errors\n")
+        self.expect(0, "library", "check", "-", given="type t {\n}\n",
+                    out="standard input: 1 type, no errors\n")
+
+    def test_bases_may_stand_in_a_text_before(self):
+        (self.folder / "more.knd").write_text("type spot : lamp {\n}\n")
+        self.expect(0, "library", "check", "my.knd", "more.knd",
+                    out="my.knd: 3 types, no errors\nmore.knd: 1 type, no errors\n")
+        self.expect(1, "library", "check", "more.knd", out="", error=(
+            "kelvo: more.knd:1:13: type 'spot': Unknown base 'lamp': did you mean 'clamp'?\n"))
+
+    def test_all_errors_are_told_with_their_places(self):
+        (self.folder / "bad.knd").write_text("type t {\n    Raal x = 1\n    Real y = z\n}\n")
+        ran = self.run_tool("library", "check", "bad.knd")
+        self.assertEqual((ran.returncode, ran.stdout), (1, ""))
+        places = [line.split(": ")[1] for line in ran.stderr.splitlines()]
+        self.assertEqual(places, ["bad.knd:2:5", "bad.knd:3:14"])
+
+    def test_standard_types_that_get_hidden_are_told(self):
+        self.expect(0, "library", "check", "-", given="type add {\n}\ntype own {\n}\n",
+                    out="standard input: 2 types, no errors\n",
+                    error=("kelvo: warning: standard input: hides a type of the standard library: "
+                           "add.\n"))
+
+    def test_other_actions_are_refused(self):
+        self.expect(2, "library", "chek", "my.knd", out="", error=(
+            "kelvo: unknown action 'chek': `kelvo library` knows check.\n"))
+
+    def test_missing_files_are_told(self):
+        self.expect(1, "library", "check", "none.knd", out="", error=(
+            "kelvo: cannot read 'none.knd': No such file or directory\n"))
+
+
+class LeftToTypes(TypesTest):
+    """Scenes that leave something to the types of their nodes."""
+
+    def test_get_tells_what_the_type_gives(self):
+        self.expect(0, "get", "sum.kns", "one.b", out="0\n")
+        self.expect(2, "get", "sum.kns", "one.c", out="",
+                    error="kelvo: sum.kns: no input 'c' in 'one'.\n")
+
+    def test_get_takes_the_text_first(self):
+        text = scene('node add "n" {\n    Rgba a = (1 0 0 1)\n}')
+        self.expect(0, "get", "-", "n.a", given=text, out="(1 0 0 1)\n")
+        self.expect(0, "get", "-", "n", given=text,
+                    out='node add "n" {\n    Rgba a = (1 0 0 1)\n}\n')
+
+    def test_set_adds_the_one_line(self):
+        (self.folder / "l.kns").write_text(scene(
+            'node lamp "l" { # out of order, out of bounds', "    Real angle = 5 # wide",
+            "    Real x = 1", "}"))
+        before = (self.folder / "l.kns").read_text()
+        for assignment, line in (("l.intensity=3", "Real intensity = 3"),
+                                 ("l.color=(1 0 0 1)", "Rgba color = (1 0 0 1)"),
+                                 ("l.name=a b", 'String name = "a b"'),
+                                 ("l.shades[+]=l", "Array<Node> shades = [l]")):
+            with self.subTest(assignment):
+                self.expect(0, "set", "l.kns", assignment, "--library", "my.knd", "-o", "-",
+                            out=before[:-2] + f"    {line}\n}}\n")
+
+    def test_set_keeps_the_bounds_of_the_type(self):
+        (self.folder / "l.kns").write_text(scene('node lamp "l" {\n}'))
+        holds = ("is left to the type of its node, with what it holds: write it into the scene "
+                 "first.")
+        for assignment, expected in (
+                ("l.angle=2", "Cannot set input 'l.angle' to '2': the value is out of range or not "
+                              "among the choices."),
+                ("l.angle=x", "cannot set 'l.angle': 'x' is no value of kind Real."),
+                ("l.plug.pins=3", f"'l.plug' {holds}"),
+                ("l.steps[0]=3", f"'l.steps' {holds}"),
+                ("l.anlge=1", "no input 'anlge' in 'l'.")):
+            with self.subTest(assignment):
+                self.expect(2, "set", "l.kns", assignment, "--library", "my.knd", out="",
+                            error=f"kelvo: l.kns: {expected}\n")
+        self.assertEqual((self.folder / "l.kns").read_text(), scene('node lamp "l" {\n}'))
+
+    def test_set_keeps_the_other_bytes_of_a_scene_that_needs_its_types(self):
+        self.expect(0, "set", "sum.kns", "one.a=1", "-o", "-", out=SUM)
+        self.expect(0, "set", "sum.kns", "sum.b=5", "-o", "-", out=SUM.replace("b = 2", "b = 5"))
+
+    def test_a_scene_that_reads_what_it_leaves_out_is_read_by_every_command(self):
+        for command, *rest in (["show"], ["check"], ["stats"], ["hash"], ["find", "**"], ["graph"],
+                               ["explain", "sum.a"], ["deps", "sum"],
+                               ["paths", "sum", "one", "--all"]):
+            with self.subTest(command):
+                self.expect(0, command, "sum.kns", *rest)
+
+    def test_a_scene_that_stands_by_itself_is_shown_as_it_stands(self):
+        self.expect(0, "show", "-", given=scene('node add "n" {\n    Real b = 1\n}'),
+                    out="n (add)\n    Real b = 1\n")
+
+    def test_libraries_that_are_asked_for_have_to_be_there(self):
+        self.expect(1, "show", "a.kns", "--library", "none.knd", out="", error=(
+            "kelvo: cannot read 'none.knd': No such file or directory\n"))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,121 @@
+#include "tools/kelvo/libraries.h"
+
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/near_name.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/standard_library.h"
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/message.h"
+#include "tools/plugins/plugins.h"
+
+#include <unordered_set>
+
+namespace qv::kelvo_tool {
+
+using kelvo_sdk::impl::LibInfo;
+using kelvo_sdk::impl::Node;
+
+LibraryOptions& libraryOptions() {
+    static LibraryOptions options;
+    return options;
+}
+
+void addLibraryArguments(CommandLine& line) {
+    LibraryOptions& options = libraryOptions();
+    line.addCommon("--plugin", options.plugins,
+                   "Node library to load besides those in the folders of KELVO_PLUGIN_PATH:\n"
+                   "a shared object, a folder of such, or a name; may be repeated")
+        .oneEach();
+    line.addCommon("--library", options.definitions,
+                   "Definition text with more node types, based on standard ones or\n"
+                   "on those of texts before; may be repeated")
+        .oneEach();
+}
+
+const Libraries* librariesInUse() {
+    static Libraries libraries;
+    static const bool isComplete = libraries.load(libraryOptions());
+    return isComplete ? &libraries : nullptr;
+}
+
+bool readLibrary(const String& file, LibInfo& library) {
+    String text;
+    String error;
+    if (!readFile(file, text, error)) {
+        complain(error);
+        return false;
+    }
+    kelvo_sdk::Diagnostics found;
+    const LibInfo& standard = kelvo_sdk::impl::standardLibrary();
+    if (library.readDefinitions(text, displayed(file), &found, &standard)) return true;
+    for (const kelvo_sdk::Diagnostic& diagnostic : found)
+        complain(diagnostic.text());
+    return false;
+}
+
+bool Libraries::load(const LibraryOptions& options) {
+    bool isComplete = readDefinitions(options.definitions);
+    isComplete = loadPlugins(options.plugins) && isComplete;
+    m_all.push_back({"standard", RefersTo<LibInfo>(&kelvo_sdk::impl::standardLibrary())});
+    return isComplete;
+}
+
+bool Libraries::readDefinitions(const StringVector& files) {
+    if (files.empty()) return true;
+    auto library = RefersTo<LibInfo>::adopt(new LibInfo);
+    bool isComplete = true;
+    for (const String& file : files)
+        isComplete = readLibrary(file, *library) && isComplete;
+    m_all.push_back({files[0], std::move(library)});
+    return isComplete;
+}
+
+bool Libraries::loadPlugins(const StringVector& paths) {
+    using kelvo_plugins::Origin;
+    bool isComplete = true;
+    const auto tell = [&](const String& message, Origin origin) {
+        if (origin == Origin::Environment) return warn(message);
+        complain(message);
+        isComplete = false;
+    };
+    const std::vector<String> asked(paths.begin(), paths.end());
+    for (kelvo_plugins::Plugin& plugin : kelvo_plugins::loadPlugins(asked, tell))
+        m_all.push_back({std::move(plugin.name), std::move(plugin.library)});
+    return isComplete;
+}
+
+void Libraries::addTo(const kelvo_sdk::Scene& scene) const {
+    for (const NamedLibrary& known : m_all)
+        scene.addLibrary(kelvo_sdk::LibInfo(known.library.get()));
+}
+
+std::vector<const Node*> Libraries::types() const {
+    std::vector<const Node*> found;
+    std::unordered_set<String> names;
+    for (const NamedLibrary& known : m_all)
+        for (u64 i = 0; i < known.library->typeCount(); ++i)
+            if (names.insert(known.library->type(i)->type()).second)
+                found.push_back(known.library->type(i));
+    return found;
+}
+
+const Node* Libraries::lookUpType(const String& name) const noexcept {
+    for (const NamedLibrary& known : m_all)
+        if (const Node* type = known.library->findType(name)) return type;
+    return nullptr;
+}
+
+const Node* Libraries::findType(const String& name) const {
+    if (const Node* type = lookUpType(name)) return type;
+    // The names offered have to live until the answer is made.
+    std::vector<String> names;
+    for (const Node* type : types())
+        names.push_back(type->type());
+    kelvo_sdk::impl::NearName near(name.view());
+    for (const String& known : names)
+        near.offer(known.view());
+    complain("no node type '" + name + "'" + near.question());
+    return nullptr;
+}
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "base/string_vector.h"
+#include "sdk/scene.h"
+#include "tools/kelvo/command_line.h"
+#include "tools/plugins/plugin.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+class LibInfo;
+class Node;
+} // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_tool {
+
+/// Where node types come from beside the standard library.
+struct LibraryOptions {
+    StringVector plugins;
+    StringVector definitions;
+
+    [[nodiscard]] bool isEmpty() const { return plugins.empty() && definitions.empty(); }
+};
+
+/// A library and what it is called.
+struct NamedLibrary {
+    /// Of definition texts, which are one library, the first file; of a plug-in its name;
+    /// "standard".
+    String name;
+    RefersTo<kelvo_sdk::impl::LibInfo> library;
+};
+
+/// The node libraries that a command knows: definition texts as given, then plug-ins, then the
+/// standard library. Of a type that several have, the first counts.
+class Libraries {
+public:
+    /// Loads them; false after telling what cannot be. A plug-in of KELVO_PLUGIN_PATH that cannot
+    /// be loaded is only warned of.
+    [[nodiscard]] bool load(const LibraryOptions& options);
+
+    [[nodiscard]] const std::vector<NamedLibrary>& all() const noexcept { return m_all; }
+    void addTo(const kelvo_sdk::Scene& scene) const;
+
+    /// Returns the prototypes of all types, each type once.
+    [[nodiscard]] std::vector<const kelvo_sdk::impl::Node*> types() const;
+    /// Returns a type's prototype, null when there is none.
+    [[nodiscard]] const kelvo_sdk::impl::Node* lookUpType(const String& name) const noexcept;
+    /// Returns a type's prototype; null, after telling the nearest name, when there is none.
+    [[nodiscard]] const kelvo_sdk::impl::Node* findType(const String& name) const;
+
+private:
+    bool readDefinitions(const StringVector& files);
+    bool loadPlugins(const StringVector& paths);
+
+    std::vector<NamedLibrary> m_all;
+};
+
+/// What the command line asks for in this process.
+[[nodiscard]] LibraryOptions& libraryOptions();
+/// Adds --plugin and --library to all commands.
+void addLibraryArguments(CommandLine& line);
+/// Returns what `libraryOptions` asks for, loaded at the first call; null after telling that it
+/// cannot be.
+[[nodiscard]] const Libraries* librariesInUse();
+
+/// Adds the definitions of a file, whose bases may be types of the library or the standard one;
+/// false after telling all that is wrong with them.
+[[nodiscard]] bool readLibrary(const String& file, kelvo_sdk::impl::LibInfo& library);
+
+} // namespace qv::kelvo_tool
