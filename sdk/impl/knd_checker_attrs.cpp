@@ -109,9 +109,11 @@ void KndChecker::addKnown(const KndDefinition& known) {
     attrs.size += attrs.outputs.size();
 }
 
-// Adds the attributes of a base; what came by another base already, from the same type, is one.
+// Adds the attributes of a base; what came by another base already, from the same type, is one. Of
+// those that conflict the first is told.
 void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std::vector<Attr>& to,
                          const char* what) {
+    bool isTold = false;
     for (const Attr& attr : from) {
         const u64 met = meet(attr.name, to.size());
         if (met == noIndex) {
@@ -119,7 +121,8 @@ void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std:
             continue;
         }
         const Attr& other = to[met];
-        if (other.owner == attr.owner || m_errors.full()) continue;
+        if (other.owner == attr.owner || isTold) continue;
+        isTold = true;
         const String where = placeOf(other);
         const String also = placeOf(attr);
         fail(m_tree.types[type].bases[base].offset, type,
