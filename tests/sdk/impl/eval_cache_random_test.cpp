@@ -142,7 +142,7 @@ protected:
             in(node, "text")->setString(String(pick(2) ? "one" : "two"));
             break;
         case 3:
-            connectUp(node);
+            connectUp();
             break;
         case 4:
             anyReal(node)->disconnect();
@@ -156,10 +156,12 @@ protected:
         }
     }
 
-    // From a node of lower place to one of higher, so that no loop is asked for.
-    void connectUp(Node& node) {
-        Node& other = anyNode();
-        if (Output* output = out(other); output && &other < &node) anyReal(node)->connect(output);
+    // From a node made before, so that no loop is asked for.
+    void connectUp() {
+        const u64 place = pick(m_nodes.size());
+        Output* output = out(*m_nodes[pick(place + 1)]);
+        if (output && output->node() != m_nodes[place].get())
+            anyReal(*m_nodes[place])->connect(output);
     }
 
     void editLists(Node& node) {
@@ -258,16 +260,16 @@ protected:
 
 TEST_P(EvalCacheRandom, EditsOfAllKinds_LeaveNoStaleResult) {
     const LogCapture refusals;
-    for (int step = 0; step < 3000; ++step) {
+    for (int step = 0; step < 2000; ++step) {
         edit();
         for (const auto& node : m_nodes)
             ASSERT_EQ(answer(*node, true), answer(*node, false)) << "step " << step;
     }
-    EXPECT_GT(m_scene->evalCacheFigures().hits, 3000u);
+    EXPECT_GT(m_scene->evalCacheFigures().hits, 1000u);
     EXPECT_LE(m_scene->evalCacheFigures().bytes, 1u << 16);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, EvalCacheRandom, testing::Values(1u, 2u, 3u));
+INSTANTIATE_TEST_SUITE_P(Seeds, EvalCacheRandom, testing::Range(1u, 9u));
 
 // Each thread has a chain of its own; what all of them read has no callback.
 TEST(EvalCacheThreads, SeveralAtOnce_GetWhatOneWouldGet) {

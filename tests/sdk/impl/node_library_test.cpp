@@ -1,6 +1,8 @@
 #include "sdk/eval_ctx.h"
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/node_probe.h"
 
@@ -266,6 +268,41 @@ TEST_F(NodeLibrary, SecondBinding_ReplacesAllSix) {
     EXPECT_TRUE(m_node.nodeEval(nullptr, &out));
     EXPECT_EQ(out, 2);
     EXPECT_EQ(log.text(), "");
+}
+
+// The data stays where it is: its address tells nothing.
+TEST_F(NodeLibrary, DataFilledAnew_EndsWhatWasKept) {
+    static double filled = 0;
+    const auto fill = [](INode*, void** data) {
+        *data = &filled;
+        return ++filled > 0;
+    };
+    const auto fillAgain = [](INode*, void*) { return ++filled > 0; };
+    const auto empty = [](INode*, void** data) { return (*data = nullptr) == nullptr; };
+    const auto give = [](EvalCtx*, void* out) {
+        *static_cast<double*>(out) = filled;
+        return true;
+    };
+    m_library->setCallbacks("giver", {fill, fillAgain, give, nullptr, empty, nullptr});
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    auto* node = static_cast<Node*>(scene->createNode("giver", "g"));
+    auto* output = static_cast<Output*>(node->createOutput("out", AttrType::Real));
+    node->initLibInfo(m_library.get());
+    scene->setEvalCache(1 << 16, false);
+    const auto expectNow = [output](const char* note) {
+        EXPECT_TRUE(output->evaluate(nullptr)) << note;
+        EXPECT_EQ(output->value(), Value(filled)) << note;
+    };
+    node->nodeInit();
+    expectNow("init");
+    node->nodePrep();
+    expectNow("prep");
+    node->nodeInit();
+    expectNow("init again");
+    node->nodeFree();
+    ++filled;
+    node->nodeInit();
+    expectNow("init after free");
 }
 
 TEST_F(NodeLibrary, Binding_CallsNothing) {

@@ -49,6 +49,12 @@ bool askLinked(EvalCtx* ctx, void* out) {
     return true;
 }
 
+// As above, but 0 when the other does not answer.
+bool askOrElse(EvalCtx* ctx, void* out) {
+    if (!askLinked<true>(ctx, out)) *static_cast<double*>(out) = 0;
+    return true;
+}
+
 bool fail(EvalCtx*, void*) {
     return false;
 }
@@ -65,6 +71,7 @@ protected:
         define("silentAdder", addOne<false>);
         define("asker", askLinked<true>);
         define("silentAsker", askLinked<false>);
+        define("elser", askOrElse);
         define("failer", fail);
     }
 
@@ -209,6 +216,21 @@ TEST_F(OutputEvalTest, EndlessThatWasCut_IsEvaluated) {
     }
     b->input(String("other"))->setNode(nullptr);
     EXPECT_EQ(evaluate(a), 2);
+}
+
+// Each is the one that goes without an answer when the other is asked.
+TEST_F(OutputEvalTest, ResultThatSawAnEndlessPart_IsNotKept) {
+    Node* a = makeNode("elser", "a");
+    Node* b = makeNode("elser", "b");
+    a->input(String("other"))->setNode(b);
+    b->input(String("other"))->setNode(a);
+    const LogCapture log;
+    for (const bool isChecked : {false, true}) {
+        m_scene->setEvalCache(1 << 20, isChecked);
+        EXPECT_EQ(evaluate(a), 1);
+        EXPECT_EQ(evaluate(b), 1);
+        EXPECT_EQ(m_scene->evalCacheFigures().entries, 0u);
+    }
 }
 
 } // namespace
