@@ -78,6 +78,7 @@ bool EvalAhead::isDue(const EvalLevel& level) noexcept {
 EvalAhead::EvalAhead(const EvalCtx& frame, const EvalLevel& level)
     : m_frame(frame), m_outer(t_innermost), m_stackUsed(level.stackUsed()) {
     const auto sources = SourceWalk().run(*frame.node());
+    m_results.reserve(sources.size());
     t_innermost = this;
     try {
         for (const RefersTo<IOutput>& source : sources) {

@@ -38,8 +38,10 @@ public:
     /// An evaluation begins that trusts none of the results kept before.
     void beginChecks();
 
-    /// The node changed or left, and came into the scene.
+    /// The node changed or left; its callbacks or what its user data holds changed, so that no
+    /// earlier result serves again; it came into the scene.
     void forget(const Node& node) noexcept;
+    void renew(const Node& node) noexcept;
     void nodeAdded(const Node& node) noexcept;
 
 private:

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -22,7 +23,10 @@ u64 kindOf(const Input& input) noexcept {
 // value.
 u64 ownHash(const Node& node) {
     static const StringVector noTypes;
+    const StringVector bases = node.bases();
     u64 hash = hashMix(node.name().hash(), node.type().hash());
+    for (const String& base : std::as_const(bases))
+        hash = hashMix(hash, base.hash());
     hash = hashMix(hash, reinterpret_cast<u64>(node.evalCallback()));
     hash = hashMix(hash, reinterpret_cast<u64>(node.data()));
     for (const IInput* next : node.inputs()) {
@@ -74,7 +78,8 @@ private:
     void enter(const Node& node) {
         const u64 place = m_found.size();
         m_places.emplace(&node, place);
-        Found found{&node, ownHash(node), place, m_below.size(), m_below.size(), 0, false};
+        const u64 own = hashMix(ownHash(node), m_hashes.renewalOf(node));
+        Found found{&node, own, place, m_below.size(), m_below.size(), 0, false};
         collect(node, found);
         found.end = m_below.size();
         m_found.push_back(found);
@@ -177,6 +182,24 @@ u64 EvalHashes::of(const Node& node) {
 // What is not known has no known readers.
 void EvalHashes::forget(const Node& node) noexcept {
     if (m_known.erase(&node) != 0) forgetReaders(node);
+}
+
+// Without memory to note it for one, it counts for all.
+void EvalHashes::renew(const Node& node) noexcept {
+    if (!m_scene.contains(node)) return;
+    ++m_renewalCount;
+    try {
+        m_renewals[&node] = m_renewalCount;
+    } catch (const std::bad_alloc&) {
+        m_renewalOfAll = m_renewalCount;
+        m_known.clear();
+    }
+    forget(node);
+}
+
+u64 EvalHashes::renewalOf(const Node& node) const noexcept {
+    const auto found = m_renewals.find(&node);
+    return found == m_renewals.end() ? m_renewalOfAll : std::max(found->second, m_renewalOfAll);
 }
 
 void EvalHashes::nodeAdded(const Node& node) noexcept {

@@ -10,8 +10,8 @@ namespace qv::kelvo_sdk::impl {
 class Node;
 class Scene;
 
-/// Hashes of all that the results of a node depend on: its own name, type, callback, user data and
-/// inputs, and the same of every node that it is connected or linked to, at any distance.
+/// Hashes of all that the results of a node depend on: its own name, type, bases, callback, user
+/// data and inputs, and the same of every node that it is connected or linked to, at any distance.
 ///
 /// A hash is worked out when asked for, together with those below it, and forgotten when something
 /// below it changes: a change costs in proportion to the hashes that it makes unknown.
@@ -25,6 +25,8 @@ public:
     [[nodiscard]] u64 of(const Node& node);
     /// The node is about to come into the scene, left it, or changed.
     void forget(const Node& node) noexcept;
+    /// The node is another one from now on, although it may look the same.
+    void renew(const Node& node) noexcept;
     /// Outside nodes are not known, yet what reads them may be.
     void nodeAdded(const Node& node) noexcept;
 
@@ -32,10 +34,15 @@ private:
     friend class EvalHashWalk;
 
     void forgetReaders(const Node& node) noexcept;
+    [[nodiscard]] u64 renewalOf(const Node& node) const noexcept;
 
     const Scene& m_scene;
     // Whoever is known depends on known nodes only, but for those outside.
     std::unordered_map<const Node*, u64> m_known;
+    // The number of the last renewal of each node, and of the last one that counts for all.
+    std::unordered_map<const Node*, u64> m_renewals;
+    u64 m_renewalOfAll = 0;
+    u64 m_renewalCount = 0;
     std::vector<const Node*> m_left;
 };
 

@@ -8,6 +8,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 thread_local const EvalLevel* t_top = nullptr;
+thread_local u64 t_refusals = 0;
 
 // Unlike a local's, this address is on the real stack whatever checks the code was built with.
 const char* placeOnStack() noexcept {
@@ -31,6 +32,14 @@ EvalLevel::~EvalLevel() {
 
 bool EvalLevel::isAnyOnThread() noexcept {
     return t_top != nullptr;
+}
+
+void EvalLevel::noteRefusal() noexcept {
+    ++t_refusals;
+}
+
+u64 EvalLevel::refusals() noexcept {
+    return t_refusals;
 }
 
 u64 EvalLevel::stackUsed() const noexcept {

@@ -15,6 +15,11 @@ public:
 
     /// Tells whether a callback is being called on this thread.
     [[nodiscard]] static bool isAnyOnThread() noexcept;
+    /// Tells that an evaluation is refused for where it is asked from: it would be endless, or
+    /// there is no stack for it.
+    static void noteRefusal() noexcept;
+    /// Returns how many there were on this thread. What saw one may come out otherwise elsewhere.
+    [[nodiscard]] static u64 refusals() noexcept;
     /// Returns how many bytes of stack lie between the outermost level and this one.
     [[nodiscard]] u64 stackUsed() const noexcept;
     /// Returns how many levels stand on each other, this one included.

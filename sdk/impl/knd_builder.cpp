@@ -168,9 +168,10 @@ void KndBuilder::addLayout(u32 type, KndDefinition& to) {
 std::vector<Layout::Page> KndBuilder::pagesOf(const KndTreeType& from) const {
     std::vector<Layout::Page> pages;
     for (const KndPage& page : from.pages) {
-        Layout::Page& to = pages.emplace_back(page.name, page.labels);
+        Layout::Page& to = pages.emplace_back(Layout::Page{page.name, page.labels, {}});
         for (const KndGroup& group : page.groups) {
-            Layout::Group& added = to.groups.emplace_back(group.name, group.labels);
+            Layout::Group& added =
+                to.groups.emplace_back(Layout::Group{group.name, group.labels, {}});
             for (const KndGroup::Item& item : group.inputs)
                 added.inputs.push_back(m_tree.names.text(item.name));
         }

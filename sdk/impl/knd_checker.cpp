@@ -37,6 +37,7 @@ void KndChecker::check() {
         findBases(type);
     sortTypes();
     m_attrs.resize(m_tree.types.size());
+    m_pages.resize(m_tree.types.size());
     for (const u32 type : m_order) {
         if (m_errors.full() || m_isTooLarge) return;
         checkType(type);

@@ -67,6 +67,8 @@ private:
     void reportLoop(u32 closing);
     void checkType(u32 type);
     [[nodiscard]] bool takeBases(u32 type);
+    [[nodiscard]] u64 inheritedPages(u32 type);
+    [[nodiscard]] u64 ownPages(const Type& type);
     void addKnown(const KndDefinition& known);
     void inherit(u32 type, u64 base, const std::vector<Attr>& from, std::vector<Attr>& to,
                  const char* what);
@@ -94,6 +96,9 @@ private:
     std::vector<u32> m_order;
     std::vector<Attrs> m_attrs;
     std::unordered_map<const KndDefinition*, Attrs> m_knownAttrs;
+    // What the pages of a type hold beside inputs, once it was counted.
+    std::vector<u64> m_pages;
+    std::unordered_map<const KndDefinition*, u64> m_knownPages;
 
     // By folded name: the list that it was last met in, and where there.
     struct Met {

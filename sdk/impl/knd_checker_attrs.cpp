@@ -5,8 +5,6 @@
 #include "sdk/impl/near_name.h"
 #include "sdk/impl/output.h"
 
-#include <tuple>
-
 // The attributes that meet in a type, and the pages that show them.
 namespace qv::kelvo_sdk::impl {
 
@@ -21,10 +19,23 @@ u32 sizeOf(const Input& input) {
     return size;
 }
 
+// Counts pages, groups and their labels.
+template<typename Pages>
+u64 sizeOf(const Pages& pages) {
+    u64 size = 0;
+    for (const auto& page : pages) {
+        size += 1 + page.labels.size() + page.groups.size();
+        for (const auto& group : page.groups)
+            size += group.labels.size();
+    }
+    return size;
+}
+
 } // namespace
 
 void KndChecker::checkType(u32 type) {
-    std::ignore = allBases(type);
+    m_pages[type] = sizeOf(m_tree.types[type].pages);
+    m_inherited += inheritedPages(type);
     if (!takeBases(type)) return;
     Attrs& attrs = m_attrs[type];
     const std::vector<Type>& bases = m_bases[type];
@@ -53,9 +64,27 @@ bool KndChecker::takeBases(u32 type) {
     if (m_inherited <= most) return true;
     m_isTooLarge = true;
     fail(m_tree.nodes[type].offset, type,
-         String::format("The types get more than %llu attributes from their bases.",
+         String::format("The types get more than %llu attributes and groups from their bases.",
                         static_cast<unsigned long long>(most)));
     return false;
+}
+
+// Returns the size of the pages that are copied for a type. One that adds nothing to those of a
+// base shares them.
+u64 KndChecker::inheritedPages(u32 type) {
+    const std::vector<Type> bases = allBases(type);
+    if (m_tree.types[type].pages.empty() && m_bases[type].size() < 2) return 0;
+    u64 size = 0;
+    for (const Type& base : bases)
+        size += ownPages(base);
+    return size;
+}
+
+u64 KndChecker::ownPages(const Type& type) {
+    if (!type.known) return m_pages[type.tree];
+    const auto [place, isNew] = m_knownPages.try_emplace(type.known);
+    if (isNew && type.known->pages) place->second = sizeOf(type.known->pages->pages());
+    return place->second;
 }
 
 void KndChecker::addKnown(const KndDefinition& known) {
@@ -80,9 +109,11 @@ void KndChecker::addKnown(const KndDefinition& known) {
     attrs.size += attrs.outputs.size();
 }
 
-// Adds the attributes of a base; what came by another base already, from the same type, is one.
+// Adds the attributes of a base; what came by another base already, from the same type, is one. Of
+// those that conflict the first is told.
 void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std::vector<Attr>& to,
                          const char* what) {
+    bool isTold = false;
     for (const Attr& attr : from) {
         const u64 met = meet(attr.name, to.size());
         if (met == noIndex) {
@@ -90,7 +121,8 @@ void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std:
             continue;
         }
         const Attr& other = to[met];
-        if (other.owner == attr.owner) continue;
+        if (other.owner == attr.owner || isTold) continue;
+        isTold = true;
         const String where = placeOf(other);
         const String also = placeOf(attr);
         fail(m_tree.types[type].bases[base].offset, type,
@@ -129,6 +161,7 @@ void KndChecker::addOwn(u32 type, const Attr& attr, std::vector<Attr>& to, const
         to.push_back(attr);
         return;
     }
+    if (m_errors.full()) return;
     const Attr& other = to[met];
     const String where = placeOf(other);
     const String from =

@@ -2,7 +2,6 @@
 
 #include "sdk/impl/near_name.h"
 
-#include <algorithm>
 #include <array>
 #include <tuple>
 
@@ -17,12 +16,6 @@ constexpr TextForm kForm = {.header = "types",
                             .words = kWords,
                             .lineStarts =
                                 "a kind, 'output', 'label', 'help', 'icon', 'page' or '}'"};
-
-template<typename Texts>
-bool hasLanguage(const Texts& texts, const String& language) {
-    return std::ranges::any_of(texts,
-                               [&](const KndText& text) { return text.language.equals(language); });
-}
 
 } // namespace
 
@@ -42,6 +35,8 @@ bool KndParser::parseNodeHead(TreeNode& node) {
     const std::string_view word = m_lexer.identifier();
     if (word.empty()) return failExpecting("the name of a type");
     type() = KndTreeType();
+    for (Names* names : {&m_labelLanguages, &m_helpLanguages, &m_pageNames})
+        names->clear();
     type().firstTreeInput = type().endOfInputs = static_cast<u32>(m_tree.inputs.size());
     node.type = node.name = m_tree.names.add(word);
     m_nodeName = m_tree.names.text(node.name);
@@ -56,7 +51,9 @@ bool KndParser::parseBases() {
     do {
         m_lexer.skipBlanks();
         KndBase base{.offset = m_lexer.offset()};
-        if (!parseType(base.name)) return false;
+        const std::string_view word = m_lexer.identifier();
+        if (word.empty()) return failExpecting("the name of a type");
+        base.name = m_tree.names.add(word);
         bases.push_back(base);
         m_lexer.skipBlanks();
     } while (m_lexer.accept(','));
@@ -75,9 +72,9 @@ bool KndParser::parseWord(std::string_view word, String&& leading) {
     m_lexer.skipBlanks();
     bool isRead = false;
     if (word == "label")
-        isRead = parseTranslationLine(type().labels, false, comments);
+        isRead = parseTranslationLine(type().labels, m_labelLanguages, false, comments);
     else if (word == "help")
-        isRead = parseTranslationLine(type().helps, true, comments);
+        isRead = parseTranslationLine(type().helps, m_helpLanguages, true, comments);
     else if (word == "icon")
         isRead = parseIcon(comments);
     else
@@ -86,17 +83,18 @@ bool KndParser::parseWord(std::string_view word, String&& leading) {
     return isRead;
 }
 
-bool KndParser::parseTranslationLine(std::vector<KndText>& texts, bool mayBeRaw,
+bool KndParser::parseTranslationLine(std::vector<KndText>& texts, Names& languages, bool mayBeRaw,
                                      Comments& comments) {
     KndText line;
     const u64 offset = m_lexer.offset();
     if (!parseText(line.language)) return false;
-    if (hasLanguage(texts, line.language))
+    if (languages.contains(line.language))
         return fail(offset, "There is a text for the language '" + line.language + "' already.");
     m_lexer.skipBlanks();
     if (!(mayBeRaw ? parseLongText(line.text) : parseText(line.text))) return false;
     if (!endLine(comments.trailing)) return false;
     line.comments = std::move(comments);
+    languages.insert(line.language);
     texts.push_back(std::move(line));
     return true;
 }
@@ -123,16 +121,16 @@ bool KndParser::parsePage(Comments& comments) {
     KndPage page;
     const u64 offset = m_lexer.offset();
     if (!parseTitle(page.name, page.labels)) return false;
-    std::vector<KndPage>& pages = type().pages;
-    for (const KndPage& other : pages)
-        if (other.name.equals(page.name))
-            return fail(offset, "The type has a page '" + page.name + "' already.");
+    if (m_pageNames.contains(page.name))
+        return fail(offset, "The type has a page '" + page.name + "' already.");
+    m_groupNames.clear();
     const u64 outside = m_insideComments.size();
     if (!m_lexer.accept('{')) return failExpecting("'{'");
     if (!parsePageBody(page) || !endLine(comments.trailing)) return false;
     comments.leading += m_insideComments.view().substr(outside);
     page.comments = std::move(comments);
-    pages.push_back(std::move(page));
+    m_pageNames.insert(page.name);
+    type().pages.push_back(std::move(page));
     return true;
 }
 
@@ -163,9 +161,8 @@ bool KndParser::parseGroup(KndPage& page) {
     KndGroup group;
     const u64 offset = m_lexer.offset();
     if (!parseTitle(group.name, group.labels)) return false;
-    for (const KndGroup& other : page.groups)
-        if (other.name.equals(group.name))
-            return fail(offset, "The page has a group '" + group.name + "' already.");
+    if (!m_groupNames.insert(group.name).second)
+        return fail(offset, "The page has a group '" + group.name + "' already.");
     if (!m_lexer.accept('{')) return failExpecting("'{'");
     skipInside();
     if (m_lexer.peek() != '}' && !parseItems(group)) return false;

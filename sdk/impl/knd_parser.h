@@ -3,6 +3,8 @@
 #include "sdk/impl/knd_tree.h"
 #include "sdk/impl/scene_parser.h"
 
+#include <unordered_set>
+
 namespace qv::kelvo_sdk::impl {
 
 /// Reads the grammar of definition text into a tree (docs/definition-text.md has the grammar): that
@@ -22,7 +24,9 @@ protected:
 private:
     KndTreeType& type();
     bool parseBases();
-    bool parseTranslationLine(std::vector<KndText>& texts, bool mayBeRaw, Comments& comments);
+    using Names = std::unordered_set<String>;
+    bool parseTranslationLine(std::vector<KndText>& texts, Names& languages, bool mayBeRaw,
+                              Comments& comments);
     bool parseIcon(Comments& comments);
     bool parseLongText(String& out);
     bool parsePage(Comments& comments);
@@ -32,6 +36,11 @@ private:
     bool parseTitle(String& name, AttrDetails::Texts& labels);
 
     KndTree& m_types;
+    // Of the type that is read, and of its page.
+    Names m_labelLanguages;
+    Names m_helpLanguages;
+    Names m_pageNames;
+    Names m_groupNames;
 };
 
 } // namespace qv::kelvo_sdk::impl

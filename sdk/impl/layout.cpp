@@ -3,6 +3,7 @@
 #include "base/localized.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace qv::kelvo_sdk::impl {
@@ -18,50 +19,68 @@ String labelOf(const String& name, const Layout::Texts& labels, String language)
     return text.titleCased(true);
 }
 
+// The parts of a list by name; those without a name are none of them.
 template<typename Part>
-Part* findNamed(std::vector<Part>& parts, const String& name) {
-    const auto found =
-        std::ranges::find_if(parts, [&](const Part& part) { return part.name.equals(name); });
-    return found == parts.end() ? nullptr : &*found;
-}
+class ByName {
+public:
+    explicit ByName(const std::vector<Part>& parts) {
+        for (u64 i = 0; i < parts.size(); ++i)
+            add(parts[i].name, i);
+    }
+    void add(const String& name, u64 index) {
+        if (!name.isEmpty()) m_places.emplace(name, index);
+    }
+    [[nodiscard]] u64 find(const String& name) const {
+        const auto found = m_places.find(name);
+        return found == m_places.end() ? noIndex : found->second;
+    }
+
+private:
+    std::unordered_map<String, u64> m_places;
+};
 
 // Languages that are there already keep their text.
 void addLabels(Layout::Texts& labels, const Layout::Texts& added) {
-    for (const auto& label : added) {
-        const bool isKnown = std::ranges::any_of(
-            labels, [&](const auto& known) { return known.first.equals(label.first); });
-        if (!isKnown) labels.push_back(label);
-    }
+    if (added.empty()) return;
+    std::unordered_set<String> known;
+    for (const auto& label : labels)
+        known.insert(label.first);
+    for (const auto& label : added)
+        if (known.insert(label.first).second) labels.push_back(label);
 }
 
 // Inputs without a group go on with such that stand last.
-void addGroup(std::vector<Layout::Group>& groups, const Layout::Group& added) {
-    Layout::Group* group = nullptr;
-    if (!added.name.isEmpty())
-        group = findNamed(groups, added.name);
-    else if (!groups.empty() && groups.back().name.isEmpty())
-        group = &groups.back();
-    if (!group) {
+void addGroup(std::vector<Layout::Group>& groups, ByName<Layout::Group>& byName,
+              const Layout::Group& added) {
+    const bool isOnWith = added.name.isEmpty() && !groups.empty() && groups.back().name.isEmpty();
+    const u64 place = isOnWith ? groups.size() - 1 : byName.find(added.name);
+    if (place == noIndex) {
+        byName.add(added.name, groups.size());
         groups.push_back(added);
         return;
     }
-    addLabels(group->labels, added.labels);
-    group->inputs.insert(group->inputs.end(), added.inputs.begin(), added.inputs.end());
+    Layout::Group& group = groups[place];
+    addLabels(group.labels, added.labels);
+    group.inputs.insert(group.inputs.end(), added.inputs.begin(), added.inputs.end());
 }
 
 } // namespace
 
 void Layout::merge(const Layout& added) {
     removeInputs(added);
+    ByName<Page> pages(m_pages);
     for (const Page& next : added.m_pages) {
-        Page* page = findNamed(m_pages, next.name);
-        if (!page) {
+        const u64 place = pages.find(next.name);
+        if (place == noIndex) {
+            pages.add(next.name, m_pages.size());
             m_pages.push_back(next);
             continue;
         }
-        addLabels(page->labels, next.labels);
+        Page& page = m_pages[place];
+        addLabels(page.labels, next.labels);
+        ByName<Group> groups(page.groups);
         for (const Group& group : next.groups)
-            addGroup(page->groups, group);
+            addGroup(page.groups, groups, group);
     }
     dropEmpty();
 }

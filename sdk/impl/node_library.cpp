@@ -4,6 +4,7 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/eval_cache.h"
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/library_call.h"
 #include "sdk/impl/scene.h"
@@ -36,9 +37,11 @@ bool Node::bindCallbacks(const String& type) {
     return (m_nodeInit && m_nodeEval && m_nodeFree) || m_nodeModify;
 }
 
-// Other callbacks or data may give other results. The scene of a node that ends may be gone.
+// Other callbacks or data may give other results, and the same data may hold other things. The
+// scene of a node that ends may be gone.
 void Node::evaluationChanged() const noexcept {
-    if (m_scene && !m_destroying) static_cast<Scene*>(m_scene)->evaluationChanged(*this);
+    if (!m_scene || m_destroying) return;
+    if (EvalCache* cache = static_cast<Scene*>(m_scene)->evalCache()) cache->renew(*this);
 }
 
 bool Node::hasNodeInit() const {
@@ -72,7 +75,10 @@ bool Node::nodeInit() {
 bool Node::nodePrep() const {
     if (!m_nodePrep) return true;
     auto* self = const_cast<Node*>(this);
-    return callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
+    const RefersTo<INode> held(self);
+    const bool done = callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
+    if (m_data) evaluationChanged();
+    return done;
 }
 
 bool Node::nodeEval(EvalCtx* ctx, void* out) const {

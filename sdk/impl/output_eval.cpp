@@ -65,6 +65,7 @@ bool produceValue(EvalCtx& frame, AttrType type, DataType dataType, Value& out) 
 
 // Of those above the level where the same output is asked for already.
 bool failEndless(const EvalLevel& level, const EvalLevel& below) {
+    EvalLevel::noteRefusal();
     logError("Endless evaluation: %s.", level.path(below).buf());
     return false;
 }
@@ -72,6 +73,7 @@ bool failEndless(const EvalLevel& level, const EvalLevel& below) {
 // Callbacks that do not pass their frame on come round unnoticed until here.
 bool failTooDeep(const EvalLevel& level, const Output& output) {
     if (const EvalLevel* below = level.sameBelow()) return failEndless(level, *below);
+    EvalLevel::noteRefusal();
     logError("Cannot evaluate '%s': %llu evaluations wait for it, and there is no stack for more.",
              output.path().buf(), static_cast<unsigned long long>(level.count() - 1));
     return false;
@@ -132,8 +134,9 @@ EvalCache* Output::cacheFor(const EvalCtx* caller) const {
 
 bool Output::evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller) {
     if (cache.find(key, *this, m_value)) return true;
+    const u64 refusals = EvalLevel::refusals();
     if (!callNode(caller)) return false;
-    keep(key, caller);
+    if (EvalLevel::refusals() == refusals) keep(key, caller);
     return true;
 }
 
@@ -146,6 +149,7 @@ bool Output::evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller) {
         m_value = before;
         return true;
     }
+    const u64 refusals = EvalLevel::refusals();
     if (!isKnown) {
         if (!callNode(caller)) return false;
         before = m_value;
@@ -155,7 +159,7 @@ bool Output::evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller) {
         return false;
     }
     if (m_value != before) reportChange(*this, "another one,");
-    keep(key, caller);
+    if (EvalLevel::refusals() == refusals) keep(key, caller);
     return true;
 }
 

@@ -144,6 +144,53 @@ class Eval(TypesTest):
                                    "its node no eval callback to produce one.\n"))
 
 
+class Convert(TypesTest):
+    ROOM = scene('# the room\nnode xform "room" {\n    Array<Node> children = [key]\n}',
+                 'node realValue "power" {\n    Real value = 3\n}',
+                 '# the light\nnode spotLight "key" {\n    Rgba color = (1 0 0 1) # red\n'
+                 "    Real intensity = 5 <- power.result # strong\n    Real radius = 2\n}",
+                 'node add "sum" {\n    Real a = 1 <- power.result\n}')
+
+    def setUp(self):
+        super().setUp()
+        (self.folder / "room.kns").write_text(self.ROOM)
+
+    def test_values_connections_and_links_stay(self):
+        error = "kelvo: warning: room.kns: 'key.radius' is no input of type 'sunLight'\n"
+        self.expect(0, "convert", "room.kns", "key", "sunLight", out="", error=error)
+        self.expect(0, "get", "room.kns", "key.color", out="(1 0 0 1)\n")
+        text = (self.folder / "room.kns").read_text()
+        start = self.ROOM.split('node spotLight "key"')[0]
+        end = self.ROOM[self.ROOM.index("node add"):]
+        self.assertTrue(text.startswith(start + 'node sunLight "key" {\n'), text)
+        self.assertTrue(text.endswith(end), text)
+        self.assertIn("    Real intensity = 5 <- power.result # strong\n", text)
+        self.assertNotIn("radius", text)
+
+    def test_what_was_lost_is_told_and_the_rest_done(self):
+        ran = self.run_tool("convert", "room.kns", "power", "vec3Value", "-o", "out.kns")
+        self.assertEqual((ran.returncode, ran.stdout), (0, ""))
+        self.assertIn("kelvo: warning: room.kns: '", ran.stderr)
+        self.assertEqual((self.folder / "room.kns").read_text(), self.ROOM)
+        self.expect(0, "get", "out.kns", "power.value")
+        self.expect(0, "check", "out.kns", out="out.kns: 4 nodes, 0 errors, 0 warnings\n")
+
+    def test_streams_serve_as_a_filter(self):
+        text = self.run_tool("convert", "-", "sum", "multiply", "-o", "-", given=self.ROOM).stdout
+        self.expect(0, "eval", "-", "sum.result", given=text, out="0\n")
+
+    def test_what_cannot_be_is_the_calls_fault(self):
+        for node, type_name, expected in (
+                ("kye", "sunLight", "room.kns: no node 'kye': did you mean 'key'?"),
+                ("key", "sunLigth", "no node type 'sunLigth': did you mean 'sunLight'?"),
+                ("key", "emitter", "Cannot convert node 'key': type 'emitter' is abstract."),
+                ("key", "spotLight", "room.kns: 'key' is of type 'spotLight' already.")):
+            with self.subTest(type_name):
+                self.expect(2, "convert", "room.kns", node, type_name, out="",
+                            error=f"kelvo: {expected}\n")
+                self.assertEqual((self.folder / "room.kns").read_text(), self.ROOM)
+
+
 class Library(TypesTest):
     def test_right_definitions_are_counted(self):
         self.expect(0, "library", "check", "my.knd", out="my.knd: 3 types, no errors\n")

@@ -19,6 +19,7 @@ void addExplain(CommandLine& line);
 void addGraph(CommandLine& line);
 void addEval(CommandLine& line);
 void addNew(CommandLine& line);
+void addConvert(CommandLine& line);
 void addTypes(CommandLine& line);
 void addHelp(CommandLine& line);
 void addLibrary(CommandLine& line);

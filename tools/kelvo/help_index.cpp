@@ -30,7 +30,7 @@ constexpr std::string_view style = R"(.top { padding: 2rem 0 1rem; }
 .search p { margin: .4rem 0 0; color: var(--soft); font-size: .9rem; min-height: 1.55em; }
 .types { list-style: none; margin: 0; padding: 0; display: grid; gap: .75rem;
   grid-template-columns: repeat(auto-fill, minmax(min(100%, 20rem), 1fr)); }
-.types li { position: relative; display: grid; grid-template-columns: auto 1fr; gap: 0 .9rem;
+.types li { position: relative; display: grid; grid-template-columns: 3rem 1fr; gap: 0 .9rem;
   align-content: start; background: var(--card); border: 1px solid var(--line);
   border-radius: 10px; padding: .8rem .9rem; overflow-wrap: anywhere; }
 .types li[hidden] { display: none; }
@@ -55,10 +55,13 @@ constexpr std::string_view script = R"((function () {
   var items = Array.prototype.slice.call(list.children);
   var texts = items.map(function (item) { return item.dataset.text.toLowerCase(); });
   var names = items.map(function (item) { return item.dataset.name.toLowerCase(); });
+  var types = items.map(function (item) { return item.dataset.type.toLowerCase(); });
   function rank(at, words) {
     var starts = (" " + names[at]).replace(/_/g, " ");
     var found = words.every(function (word) { return texts[at].indexOf(word) >= 0; });
     if (!found) return 0;
+    var whole = words.join(" ");
+    if (whole === types[at] || whole + " " + types[at] === names[at]) return 4;
     if (words.every(function (word) { return starts.indexOf(" " + word) >= 0; })) return 3;
     return words.every(function (word) { return names[at].indexOf(word) >= 0; }) ? 2 : 1;
   }
@@ -96,7 +99,7 @@ constexpr std::string_view script = R"((function () {
 })();
 )";
 
-constexpr std::string_view scriptHash = "sha256-TizxvhX5iR748qb8G+s85HlLybNOH5Np3BHuPZsbKps=";
+constexpr std::string_view scriptHash = "sha256-igrThiz8PpchsHbIP3B7p4TxD0fWMAbqytcuiIxJlco=";
 
 // The first sentence, or line, of a help text.
 std::string_view summaryOf(std::string_view help) {
@@ -137,6 +140,7 @@ void appendEntry(StringIO& out, const IndexEntry& entry) {
     const String title = helpTitle(type);
     out.append("<li");
     appendAttribute(out, "data-name", (title + " " + type.type()).view());
+    appendAttribute(out, "data-type", type.type().view());
     appendAttribute(out, "data-text", searchText(type).view());
     out.append(">\n");
     html::appendIcon(out, type.svgIcon(true), iconSide);

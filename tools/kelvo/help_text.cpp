@@ -83,12 +83,17 @@ private:
 
     void printRow(const HelpRow& row, u64 column) {
         const u64 indent = 4 + 2 * std::min<u64>(row.depth, deepestIndent);
+        wrap(facts(row), column, startOf(row.name, indent, column));
+        if (!row.help.isEmpty()) wrap(row.help.view(), column);
+    }
+
+    // A name and the blanks up to the column where what is told of it starts.
+    static std::string startOf(const String& name, u64 indent, u64 column) {
         std::string first(indent, ' ');
-        first += std::string(row.name.view()) + "  ";
+        first += std::string(name.view()) + "  ";
         const u64 used = columnsOf(first);
         if (used < column) first.append(column - used, ' ');
-        wrap(facts(row), column, first);
-        if (!row.help.isEmpty()) wrap(row.help.view(), column);
+        return first;
     }
 
     static std::string facts(const HelpRow& row) {
@@ -106,10 +111,14 @@ private:
         const u64 count = m_node.outputCount();
         heading(count == 0 ? "Outputs: none" : "Outputs");
         if (count == 0) m_out.truncate(m_out.size() - 1);
+        u64 column = 0;
+        for (u64 i = 0; i < count; ++i)
+            column = std::max(column, columnsOf(m_node.output(i)->name().view()));
+        column = std::min(column, widestName) + 6;
         for (u64 i = 0; i < count; ++i) {
             const auto& output = *m_node.output(i);
             const String kind = kelvo_sdk::impl::helpKind(output.typeName());
-            wrap((output.name() + "  " + kind).view(), 4);
+            wrap(kind.view(), column, startOf(output.name(), 4, column));
         }
     }
 

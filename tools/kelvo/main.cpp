@@ -32,6 +32,7 @@ void addCommands(CommandLine& line) {
     addGraph(line);
     addEval(line);
     addNew(line);
+    addConvert(line);
     addTypes(line);
     addHelp(line);
     addLibrary(line);

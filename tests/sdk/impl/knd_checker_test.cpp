@@ -135,6 +135,28 @@ TEST(KndChecker, InputsInheritedTooOften_IsAnError) {
     EXPECT_NE(libraryErrors(text).find("The types get more than 26"), std::string::npos);
 }
 
+TEST(KndChecker, BasesThatConflictThroughout_AreToldOnceAndSoon) {
+    std::string lines;
+    for (int i = 0; i < 20'000; ++i)
+        lines += "Real x" + std::to_string(i) + "\n";
+    const std::string errors =
+        libraryErrors("type a {\n" + lines + "}\ntype b {\n" + lines + "}\ntype c : a, b {\n}\n");
+    EXPECT_EQ(errors, "40005:13: in 'c': The bases give two inputs 'x0': that of 'a' (line 2) and "
+                      "that of 'b' (line 20004).");
+}
+
+TEST(KndChecker, PagesInheritedTooOften_IsAnError) {
+    std::string text = "type a {\n";
+    for (int i = 0; i < 3000; ++i)
+        text += "page \"p" + std::to_string(i) + "\" {}\n";
+    text += "}\n";
+    for (int i = 0; i < 1000; ++i)
+        text += "type b" + std::to_string(i) + " : a {\npage \"q\" {}\n}\n";
+    const std::string errors = libraryErrors(text);
+    EXPECT_NE(errors.find("attributes and groups from their bases"), std::string::npos) << errors;
+    EXPECT_EQ(errors.find('\n'), std::string::npos) << errors;
+}
+
 TEST(KndChecker, TooManyTypes_IsAnError) {
     std::string text;
     for (int i = 0; i <= 10000; ++i)

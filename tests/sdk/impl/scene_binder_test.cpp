@@ -11,6 +11,7 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -280,6 +281,86 @@ TEST(SceneBinder, RandomEdits_ComeBackFromText) {
         ASSERT_EQ(errorsOf(text, again), "") << seed << '\n' << text;
         ASSERT_EQ(NodeDump::of(again), NodeDump::of(scene)) << seed << '\n' << text;
         ASSERT_EQ(textOf(again), text) << seed;
+    }
+}
+
+// ---- Damaged texts ------------------------------------------------------------------------------
+
+constexpr const char* kSample = R"(kelvo scene 1
+
+node pot "a" @own {
+    Real size = 5 @own
+    output Real volume
+}
+node pot : thing, other "b" {
+    # what is
+    Bool visible = false
+    Real size = 11 <- a.volume @unchecked
+    Int mode = 3 @max 4
+    Object lid {
+        Real weight = 2
+        Object knob {
+        } @own
+        Object _meta {
+            Int more = 3
+        }
+    } @silent @own
+    Array<Int> rows = [3]
+    output Real age
+    output Int volume
+}
+node thing "c" {
+    Real size = 5 <- b.volume
+}
+)";
+
+// What is read stands for its nodes: written and read it gives them again, and the same bytes.
+void expectThatItStands(std::string_view text) {
+    const auto scene = sceneWith(pots());
+    if (!errorsOf(text, scene).empty()) {
+        ASSERT_EQ(scene.nodeCount(), 0u) << text;
+        return;
+    }
+    const std::string written = textOf(scene);
+    const auto again = sceneWith(pots());
+    ASSERT_EQ(errorsOf(written, again), "") << text;
+    ASSERT_EQ(NodeDump::of(again), NodeDump::of(scene)) << text << '\n' << written;
+    ASSERT_EQ(textOf(again), written) << text;
+}
+
+TEST(SceneBinder, TextCutAtEveryByte_StandsOrIsRefused) {
+    const std::string_view text = kSample;
+    EXPECT_EQ(errorsOf(text, sceneWith(pots())), "");
+    for (u64 length = 0; length <= text.size(); ++length)
+        expectThatItStands(text.substr(0, length));
+}
+
+TEST(SceneBinder, LinesInAnyOrder_StandOrAreRefused) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<std::string> lines;
+        for (std::string_view rest = kSample; !rest.empty();) {
+            const u64 length = rest.find('\n') + 1;
+            lines.emplace_back(rest.substr(0, length));
+            if (random() % 15 == 0) lines.pop_back();
+            rest.remove_prefix(length);
+        }
+        for (int swaps = 0; swaps <= round % 6; ++swaps)
+            std::swap(lines[random() % lines.size()], lines[random() % lines.size()]);
+        std::string text;
+        for (const std::string& line : lines)
+            text += line;
+        expectThatItStands(text);
+    }
+}
+
+TEST(SceneBinder, FlippedBytes_StandOrAreRefused) {
+    std::mt19937 random(6);
+    for (int round = 0; round < 3000; ++round) {
+        std::string text = kSample;
+        for (int flips = 0; flips <= round % 3; ++flips)
+            text[random() % text.size()] = static_cast<char>(random() % 128);
+        expectThatItStands(text);
     }
 }
 

@@ -171,6 +171,14 @@ TEST_P(StandardTypeNode, Cloned_IsTheSame) {
     EXPECT_EQ(dumpOf(copy), dumpOf(m_node));
 }
 
+TEST_P(StandardTypeNode, Converted_KeepsItsNameAndIsOfTheType) {
+    auto* converted = m_node.get()->convertTo("stringValue");
+    ASSERT_NE(converted, nullptr);
+    EXPECT_EQ(converted->name(), m_type.type());
+    EXPECT_EQ(converted->type(), "stringValue");
+    EXPECT_TRUE(converted->hasOutput(String("result"), AttrType::String));
+}
+
 TEST_P(StandardTypeNode, Written_ComesBackFromText) {
     for (u64 i = 0; i < m_node.inputCount(); i += 2)
         edit(static_cast<Input&>(*m_node.input(i).get()));

@@ -1,0 +1,134 @@
+#include "sdk/impl/scene_rules.h"
+
+#include "sdk/impl/node.h"
+#include "sdk/impl/scene.h"
+
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qv::kelvo_sdk {
+
+namespace {
+
+constexpr auto note = Severity::Note;
+constexpr auto warning = Severity::Warning;
+constexpr auto error = Severity::Error;
+
+// In the order of impl::Rule.
+constexpr std::array<ValidationRule, 18> rules{{
+    {"broken-scene", error, "A law of the scene does not hold: a fault of the program.", nullptr},
+    {"abstract-type", error, "A node is of a type that is only a base of others.", nullptr},
+    {"misspelled-type", warning, "No library knows a node's type, but one of nearly that name.",
+     nullptr},
+    {"unknown-type", note, "No library knows a node's type.", nullptr},
+    {"other-kind", warning, "An input or output is of another kind than its type defines.",
+     nullptr},
+    {"missing-input", warning, "A node lacks an input that its type defines.",
+     "Adds the input at its default."},
+    {"missing-output", warning, "A node lacks an output that its type defines.",
+     "Adds the output."},
+    {"out-of-range", warning, "A value is outside its bounds or not among its choices.",
+     "Takes the nearest bound, or a choice of nearly that name."},
+    {"shadowed-input", note, "An input is never found by name: another of its name is before it.",
+     nullptr},
+    {"empty-child", warning, "An element of 'children' links to no node.", "Removes the element."},
+    {"repeated-child", warning, "A node is listed twice in the same 'children'.",
+     "Removes the later element."},
+    {"child-cycle", warning, "A node has a child that it is itself below.", nullptr},
+    {"empty-modifier", warning, "An element of 'modifiers' links to no node.",
+     "Removes the element."},
+    {"idle-modifier", warning, "A modifier's type has no callback that modifies.", nullptr},
+    {"mesh-mismatch", error, "The buffers of a mesh do not agree.", nullptr},
+    {"empty-mesh", warning, "A mesh has no positions.", nullptr},
+    {"empty-path", warning, "A node that stands for a file names none.", nullptr},
+    {"unused-node", note, "Nothing reads the outputs of a node or links to it.", nullptr},
+}};
+static_assert(rules.size() == static_cast<u64>(impl::Rule::UnusedNode) + 1);
+
+String problems(u64 count) {
+    return String(std::string_view(std::to_string(count))) +
+           (count == 1 ? " problem" : " problems");
+}
+
+bool isFixable(const Finding& finding, Severity least) {
+    return finding.fix.get() && finding.rule->severity >= least;
+}
+
+} // namespace
+
+const char* severityName(Severity severity) noexcept {
+    constexpr const char* names[] = {"note", "warning", "error"};
+    return names[static_cast<i32>(severity)];
+}
+
+std::span<const ValidationRule> validationRules() noexcept {
+    return rules;
+}
+
+Findings validate(const Scene& scene) {
+    return scene ? impl::SceneRules(static_cast<impl::Scene&>(*scene.get())).findings()
+                 : Findings();
+}
+
+FixReport fixFindings(const Scene& scene, Severity least) {
+    FixReport report;
+    report.left = validate(scene);
+    u64 count = 0;
+    for (const Finding& finding : report.left)
+        count += isFixable(finding, least) ? 1 : 0;
+    if (count == 0) return report;
+    const Scene::UndoScope scope(scene, "Fix " + problems(count), "Undo fix of " + problems(count));
+    // From the last: the indices of elements that are still to be removed stay as they were told.
+    std::vector<bool> isFixed(report.left.size());
+    for (u64 i = report.left.size(); i-- > 0;)
+        isFixed[i] = isFixable(report.left[i], least) && report.left[i].fix->apply();
+    for (u64 i = 0; i < report.left.size(); ++i)
+        if (isFixed[i]) report.fixed.push_back(std::move(report.left[i]));
+    report.left = validate(scene);
+    return report;
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+Findings SceneRules::findings() {
+    for (const SceneFault& fault : m_scene.verify())
+        add(Rule::BrokenScene, nullptr, fault.place,
+            (fault.place.isEmpty() ? String("the scene") : "'" + fault.place + "'") + " " +
+                fault.message + ".");
+    if (!m_findings.empty()) return std::move(m_findings);
+    m_scene.forEachNode([this](Node* node) { checkNode(*node); });
+    checkCycles();
+    return std::move(m_findings);
+}
+
+void SceneRules::checkNode(Node& node) {
+    checkType(node);
+    checkValues(node);
+    checkMesh(node);
+    checkChildren(node);
+    checkModifiers(node);
+    checkPath(node);
+    checkUse(node);
+}
+
+void SceneRules::add(Rule rule, Node* node, String place, String message, Fix fix) {
+    m_findings.push_back({&rules[static_cast<u64>(rule)], kelvo_sdk::Node(node), std::move(place),
+                          std::move(message), std::move(fix)});
+}
+
+RefersTo<FindingFix> removalOf(IInput& element) {
+    return makeFix("remove element [" + element.name() + "]", [held = RefersTo<IInput>(&element)] {
+        IInput* array = held->parent();
+        return array && array->removeInput(held->name());
+    });
+}
+
+String indexText(u64 index) {
+    return "[" + String(std::string_view(std::to_string(index))) + "]";
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,102 @@
+// ---- Values ----------------------------------------------------------------------------
+// Values against their notes, and names that hide others.
+
+#include "sdk/impl/scene_rules.h"
+
+#include "sdk/impl/near_name.h"
+#include "sdk/impl/node_links.h"
+#include "sdk/impl/value_refusal.h"
+#include "sdk/impl/value_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Of a value and a bound of one kind: whatever is on the wrong side takes the bound.
+Value bounded(const Value& value, const Value& bound, bool isMinimum) {
+    if (bound.type() != value.type()) return value;
+    const auto nearer = [isMinimum](auto a, auto b) {
+        return isMinimum ? std::max(a, b) : std::min(a, b);
+    };
+    if (value.type() == AttrType::Int) return Value(nearer(value.asInt(), bound.asInt()));
+    if (value.type() == AttrType::UInt) return Value(nearer(value.asUInt(), bound.asUInt()));
+    const u32 count = Value::components(value.type());
+    if (count == 0) return value;
+    std::vector<double> reals(value.reals(), value.reals() + count);
+    for (u32 i = 0; i < count; ++i) {
+        const double limit = bound.reals()[i];
+        reals[i] = std::isnan(reals[i]) ? limit : nearer(reals[i], limit);
+    }
+    return Value::fromReals(value.type(), reals.data());
+}
+
+// Returns the choice of nearly that name, Null when none is near.
+Value nearChoice(const AttrDetails& details, const Value& value) {
+    if (value.type() != AttrType::String) return {};
+    NearName near(value.asString().view());
+    for (const Value& choice : details.choices)
+        if (choice.type() == AttrType::String) near.offer(choice.asString().view());
+    return near.best().empty() ? Value() : Value(String(near.best()));
+}
+
+// Returns the allowed value that is nearest; Null when it is anyone's guess.
+Value nearestAllowed(const AttrDetails& details, const Value& value) {
+    Value nearest = details.choices.empty()
+                        ? bounded(bounded(value, details.minimum, true), details.maximum, false)
+                        : nearChoice(details, value);
+    return details.accepts(nearest) ? nearest : Value();
+}
+
+RefersTo<FindingFix> settingOf(Input& input, const Value& value) {
+    return makeFix("set it to " + valueToText(value), [held = RefersTo<Input>(&input), value] {
+        return held->node() && held->setValue(value);
+    });
+}
+
+} // namespace
+
+// Without recursion: inputs may be nested deeper than the stack goes.
+void SceneRules::checkValues(Node& node) {
+    std::vector<Input*> left;
+    const auto take = [&](const ds::Vector<IInput*>& list) {
+        for (u64 i = list.size(); i-- > 0;)
+            left.push_back(static_cast<Input*>(list[i]));
+    };
+    checkNames(node, node.inputs(), nullptr);
+    take(node.inputs());
+    while (!left.empty()) {
+        Input& input = *left.back();
+        left.pop_back();
+        if (input.details()) checkValue(node, input);
+        if (input.isObject()) checkNames(node, input.members(), &input);
+        take(input.members());
+    }
+}
+
+void SceneRules::checkValue(Node& node, Input& input) {
+    const AttrDetails& details = *input.details();
+    const Value& value = input.value();
+    if (value.isNull() || value.type() == AttrType::Node || details.accepts(value)) return;
+    const Value nearest = input.isReadOnly() ? Value() : nearestAllowed(details, value);
+    add(Rule::OutOfRange, &node, input.path(),
+        "input '" + input.path() + "': the" + refusalOf(details, value).substr(3),
+        nearest.isNull() ? Fix() : settingOf(input, nearest));
+}
+
+void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* holder) {
+    for (const IInput* next : list) {
+        const auto& input = static_cast<const Input&>(*next);
+        const String& name = input.ownName();
+        const IInput* first = holder ? holder->lookUpInput(name) : node.lookUpInput(name);
+        if (first == next) continue;
+        add(Rule::ShadowedInput, &node, input.path(),
+            "input '" + input.path() + "' (" + input.typeName() + ") is never found by name: '" +
+                first->name() + "' (" + first->typeName() + ") is before it.");
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "sdk/scene.h"
+
+#include <span>
+
+namespace qv::kelvo_sdk {
+
+/// How bad something is: of no consequence, probably not meant so, or wrong.
+enum class Severity : i32 { Note, Warning, Error };
+
+/// Returns "note", "warning" or "error".
+[[nodiscard]] QV_EXPORT const char* severityName(Severity severity) noexcept;
+
+/// Something that scenes are looked through for; docs/validation.md lists them.
+struct ValidationRule {
+    /// Lower-case words joined by '-'; stays the same in all versions.
+    const char* id;
+    Severity severity;
+    /// What is found, as a sentence.
+    const char* summary;
+    /// What a fix does, as a sentence; null when there is none.
+    const char* fix;
+};
+
+/// Returns all rules, in the order of docs/validation.md.
+[[nodiscard]] QV_EXPORT std::span<const ValidationRule> validationRules() noexcept;
+
+/// What would put one finding right.
+class QV_EXPORT FindingFix : public RefCounted {
+public:
+    explicit FindingFix(String text) : m_text(std::move(text)) {}
+    /// Returns what it does: "remove element [0]".
+    [[nodiscard]] const String& text() const noexcept { return m_text; }
+    /// Edits the scene; false when there is nothing left to fix or it is refused.
+    virtual bool apply() = 0;
+
+private:
+    String m_text;
+};
+
+/// One thing that a rule found.
+struct Finding {
+    /// Never null; lives as long as the program.
+    const ValidationRule* rule = nullptr;
+    /// Empty when the scene as a whole is concerned.
+    Node node;
+    /// Path of the node, input or output, as "room.children[0]"; empty for the scene as a whole.
+    String place;
+    /// A whole sentence that names node or input.
+    String message;
+    /// Null when there is none.
+    RefersTo<FindingFix> fix;
+};
+
+using Findings = ds::Vector<Finding>;
+
+/// Looks through a scene by all rules: node by node in the order of the scene, then what concerns
+/// several. A scene that `verify` finds fault with is looked into no further. Changes nothing.
+[[nodiscard]] QV_EXPORT Findings validate(const Scene& scene);
+
+/// What became of the findings of a scene.
+struct FixReport {
+    Findings fixed;
+    /// What `validate` finds afterwards.
+    Findings left;
+};
+
+/// Applies the fixes of all findings that are at least that severe, as one undo step.
+QV_EXPORT FixReport fixFindings(const Scene& scene, Severity least = Severity::Note);
+
+} // namespace qv::kelvo_sdk

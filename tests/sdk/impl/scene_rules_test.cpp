@@ -1,0 +1,141 @@
+#include "sdk/impl/scene_rules.h"
+
+#include "sdk/impl/standard_library.h"
+#include "tests/support/findings.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+using tests::found;
+using tests::sceneWithTypes;
+
+// ---- What each rule finds, in scenes without libraries -----------------------------------------
+
+struct Case {
+    const char* text;
+    const char* expected;
+};
+
+class SceneRulesOfText : public testing::TestWithParam<Case> {};
+
+TEST_P(SceneRulesOfText, Finding_NamesThePlace) {
+    EXPECT_EQ(found(tests::sceneOf(GetParam().text)), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Children, SceneRulesOfText,
+    testing::Values(
+        Case{"node xform \"a\" {\n Array<Node> children = [null, b, b]\n}\nnode t \"b\" {\n}\n",
+             "empty-child: a.children[0]: node 'a': element [0] of 'children' links to no node. "
+             "(remove element [0])\n"
+             "repeated-child: a.children[2]: node 'a': element [2] of 'children' links to 'b' "
+             "again. (remove element [2])"},
+        Case{"node xform \"a\" {\n Array<Node> children = [a]\n}\n",
+             "child-cycle: a.children: node 'a' has 'a' as a child, which it is itself below."},
+        Case{"node xform \"a\" {\n Array<Node> children = [b, c]\n}\n"
+             "node xform \"b\" {\n Array<Node> children = [c]\n}\n"
+             "node xform \"c\" {\n Array<Node> children = [b]\n}\n",
+             "child-cycle: c.children: node 'c' has 'b' as a child, which it is itself below."},
+        Case{"node t \"a\" {\n Array<Real> children = [1]\n}\n", ""}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, SceneRulesOfText,
+    testing::Values(
+        Case{"node t \"a\" {\n Object o {\n Int i = 12 @unchecked @max 9\n }\n}\n",
+             "out-of-range: a.o.i: input 'a.o.i': the value 12 is above the maximum 9. "
+             "(set it to 9)"},
+        Case{"node t \"a\" {\n Vec2 v = (-1 nan) @unchecked @min (0 2) @max (5 5)\n}\n",
+             "out-of-range: a.v: input 'a.v': the value (-1 nan) is below the minimum (0 2). "
+             "(set it to (0 2))"},
+        Case{"node t \"a\" {\n UInt u = 1 @unchecked @min 3 @max 2\n}\n",
+             "out-of-range: a.u: input 'a.u': the value 1 is below the minimum 3."},
+        Case{"node t \"a\" {\n Int i = 12 @readonly @unchecked @max 9\n}\n",
+             "out-of-range: a.i: input 'a.i': the value 12 is above the maximum 9."},
+        Case{"node t \"a\" {\n String s = \"Gloss\" @unchecked @choices [\"matt\", \"gloss\"]\n}\n",
+             "out-of-range: a.s: input 'a.s': the value \"Gloss\" is not among the choices. "
+             "(set it to gloss)"},
+        Case{"node t \"a\" {\n String s = \"xyz\" @unchecked @choices [\"matt\", \"gloss\"]\n}\n",
+             "out-of-range: a.s: input 'a.s': the value \"xyz\" is not among the choices."},
+        Case{"node t \"a\" {\n Real x = 1\n Int X = 2\n}\n",
+             "shadowed-input: a.X: input 'a.X' (Int) is never found by name: 'x' (Real) is before "
+             "it."}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Nodes, SceneRulesOfText,
+    testing::Values(
+        Case{"node mesh \"m\" {\n Buffer<Pos3f> positions = [(0 0 0) (1 0 0)]\n"
+             " Buffer<Vec3f> normals = [(0 0 1)]\n Buffer<Vec2f> uvs = []\n}\n",
+             "mesh-mismatch: m: node 'm': its mesh buffers do not agree (2 positions, 1 normals; "
+             "normals and uvs need one for each position, indices stay below their number)."},
+        Case{"node mesh \"m\" {\n Buffer<Pos3f> positions = []\n}\n",
+             "empty-mesh: m.positions: node 'm': its mesh has no positions."},
+        Case{"node cloud \"m\" {\n Buffer<Pos3f> positions = []\n}\n", ""},
+        Case{"node t \"p\" {\n String dir = \"a\"\n String file = \"\"\n String ext = \"\"\n}\n",
+             "empty-path: p.file: node 'p' stands for a file but names none."},
+        Case{"node t \"p\" {\n String dir = \"\"\n String file = \"\"\n String ext = \"\"\n"
+             " Buffer<Rgbaf> pixels = [(0 0 0 1)]\n}\n",
+             ""},
+        Case{"node t \"p\" {\n Array<Node> modifiers = [null, q]\n}\nnode t \"q\" {\n}\n",
+             "empty-modifier: p.modifiers[0]: node 'p': element [0] of 'modifiers' links to no "
+             "node. (remove element [0])"},
+        Case{"node t \"p\" {\n output Real x\n}\nnode t \"q\" {\n output Real x\n}\n"
+             "node t \"r\" {\n Real y = 0 <- q.x\n}\n",
+             "unused-node: p: node 'p': nothing reads its outputs or links to it."},
+        Case{"node t \"p\" {\n output Real x\n}\nnode t \"q\" {\n Node n = p\n}\n", ""}));
+
+// ---- What libraries say ------------------------------------------------------------------------
+
+TEST(SceneRulesOfTypes, ScenesWithoutLibraries_MayHoldAnyType) {
+    EXPECT_EQ(found(tests::sceneOf("node bx \"a\" {\n}\nnode object \"b\" {\n}\n")), "");
+}
+
+TEST(SceneRulesOfTypes, UnknownTypes_AreTold) {
+    EXPECT_EQ(found(sceneWithTypes("node piant \"a\" {\n}\nnode zebra \"b\" {\n}\n")),
+              "misspelled-type: a: node 'a': no library knows its type 'piant': did you mean "
+              "'paint'?\n"
+              "unknown-type: b: node 'b': no library knows its type 'zebra'.");
+}
+
+TEST(SceneRulesOfTypes, AbstractType_IsTold) {
+    EXPECT_EQ(found(sceneWithTypes("node object \"a\" {\n}\n")),
+              "abstract-type: a: node 'a' is of type 'object', which is only a base of others.");
+}
+
+TEST(SceneRulesOfTypes, OtherKinds_AreTold) {
+    EXPECT_EQ(found(sceneWithTypes("node box \"a\" {\n Int size = 1\n Real shade = 1\n"
+                                   " output Int volume\n}\nnode t \"b\" {\n Node n = a\n}\n")),
+              "other-kind: a.size: input 'a.size' is of kind Int: type 'box' defines Real.\n"
+              "other-kind: a.shade: input 'a.shade' is of kind Real: type 'box' defines Object.\n"
+              "other-kind: a.volume: output 'a.volume' is of kind Int: type 'box' defines Real.\n"
+              "unknown-type: b: node 'b': no library knows its type 't'.");
+}
+
+TEST(SceneRulesOfTypes, MissingAttributes_AreTold) {
+    const Scene scene = sceneWithTypes("node box \"a\" @own {\n Object shade {\n"
+                                       " Array<Int> steps = []\n } @own\n output Real volume\n}\n"
+                                       "node paint \"b\" {\n Array<Node> modifiers = [a]\n}\n");
+    EXPECT_EQ(found(scene),
+              "missing-input: a.name: input 'a.name' is missing: type 'box' defines it. (add it)\n"
+              "missing-input: a.size: input 'a.size' is missing: type 'box' defines it. (add it)\n"
+              "missing-input: a.points: input 'a.points' is missing: type 'box' defines it. "
+              "(add it)\n"
+              "missing-input: a.shade.bias: input 'a.shade.bias' is missing: type 'box' defines "
+              "it. (add it)\n"
+              "missing-output: a.corners: output 'a.corners' is missing: type 'box' defines it. "
+              "(add it)\n"
+              "idle-modifier: b.modifiers[0]: node 'b': its modifier 'a' is of type 'box', which "
+              "modifies nothing.");
+}
+
+TEST(SceneRulesOfTypes, ModifiersOfTheStandardLibrary_AreNotIdle) {
+    const Scene scene = Scene::create();
+    scene.addLibrary(LibInfo(&impl::standardLibrary()));
+    const Node light = scene.createNode("pointLight", "lamp");
+    light["modifiers"].append().set(scene.createNode("scaleModifier", "scale"));
+    EXPECT_EQ(found(scene), "");
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk

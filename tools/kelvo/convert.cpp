@@ -1,0 +1,56 @@
+#include "tools/kelvo/commands.h"
+
+#include "tools/kelvo/address.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/libraries.h"
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+struct ConvertOptions {
+    String file;
+    String node;
+    String type;
+    /// Empty: the file itself.
+    String outFile;
+};
+
+Status runConvert(const ConvertOptions& options, Terminal& out) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!loadSceneWithTypes(options.file, scene)) return Status::Fault;
+    const kelvo_sdk::Node node = scene.findNode(options.node);
+    if (!node.get()) {
+        complain(displayed(options.file) + ": " + noSuchNode(scene, options.node));
+        return Status::Usage;
+    }
+    if (node->type() == options.type) {
+        complain(displayed(options.file) + ": '" + node.name() + "' is of type '" + options.type +
+                 "' already.");
+        return Status::Usage;
+    }
+    const Libraries* libraries = librariesInUse();
+    if (!libraries || !libraries->findType(options.type)) return Status::Usage;
+    kelvo_sdk::interfaces::Misfits misfits;
+    // Why a type cannot be is told by the library.
+    if (!node.convertTo(options.type, &misfits).get()) return Status::Usage;
+    const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
+    if (!saveScene(scene, target, out)) return Status::Fault;
+    for (const kelvo_sdk::interfaces::Misfit& misfit : misfits)
+        warn(displayed(options.file) + ": '" + misfit.path + "' " + misfit.reason);
+    return Status::Ok;
+}
+
+} // namespace
+
+void addConvert(CommandLine& line) {
+    auto [command, options] =
+        line.add("convert", "Give a node another type, and tell what does not fit", &runConvert);
+    command.addFile(options.file);
+    command.add("NODE", options.node, "Name of the node").required();
+    command.add("TYPE", options.type, "Node type").required();
+    command.add("-o", options.outFile, "Where to write, FILE itself by default");
+}
+
+} // namespace qv::kelvo_tool
