@@ -222,6 +222,8 @@ void Input::letGo() {
     if (!m_extras) return;
     setSource(nullptr);
     if (m_extras->link.table) m_extras->link.table->remove(m_extras->link);
+    if (m_extras->stash && m_extras->stash->link.table)
+        m_extras->stash->link.table->remove(m_extras->stash->link);
     for (IInput* member : m_extras->members)
         static_cast<Input*>(member)->letGo();
 }

@@ -17,6 +17,7 @@ using interfaces::IOutput;
 class NameIndex;
 class Node;
 class Output;
+class Scene;
 class SceneBuilder;
 struct InputExtras;
 
@@ -150,6 +151,13 @@ public:
     [[nodiscard]] const Value* stashed() const noexcept;
     /// For readers of text: keeps `value` aside.
     void setStashed(Value value);
+    /// For modifiers alone: brings the kept value back, unheard. Needs one.
+    void takeStashedBack() noexcept;
+    /// Tells whether the scene's modifiers may write over the value, and the kept one is the
+    /// user's.
+    [[nodiscard]] bool isModified() const;
+    /// Returns the value that the user set, whatever modifiers made of it.
+    [[nodiscard]] const Value& ownValue() const { return isModified() ? *stashed() : m_value; }
 
     // ---- Container -------------------------------------------------------------------------
     // An array makes elements of its element kind only, under the name of the next index. An array
@@ -192,9 +200,9 @@ public:
     bool disconnect() override;
     /// Tells whether the kind of an output converts to that of this input.
     [[nodiscard]] bool takes(const Output& output) const noexcept;
-    /// For the scene alone, when the linked node leaves: links to what takes its place, if
-    /// anything, telling observers.
-    void relink(INode* node);
+    /// For the scene alone, when a node leaves: links to what takes its place, if anything, where
+    /// it linked to that node, telling observers; so does the value that is kept aside.
+    void relink(const INode& from, INode* to);
     /// For the scene alone, while nobody knows the input or looks at it any more: lets link and
     /// connection lead elsewhere, unheard.
     void redirect(INode* link, Output* source);
@@ -215,6 +223,9 @@ private:
     template<typename T>
     bool setPlain(AttrType kind, const T& value);
     bool store(Value value);
+    [[nodiscard]] bool isUpToModifiers() const;
+    bool storeModified(Value value);
+    void replaceValue(Value& value);
     void changed(Value before);
     [[nodiscard]] bool currentValue(bool evaluate, void* ctx, Value& scratch,
                                     const Value*& out) const;
@@ -236,6 +247,9 @@ private:
     void setSource(Output* output);
     void sourceDied(Output* output);
     void linkTo(INode* node);
+    [[nodiscard]] Scene* sceneFor(const INode* node) const;
+    void linkStash();
+    void dropStash() noexcept;
     void letGo();
 
     std::atomic<i32> m_refCount = 1;

@@ -2,8 +2,10 @@
 
 #include "sdk/impl/conversion.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
 #include "sdk/impl/value_text.h"
 #include "sdk/interfaces/i_scene.h"
 
@@ -31,13 +33,72 @@ bool Input::writable(const Value& value) const {
     return false;
 }
 
+namespace {
+
+// A change of the user's amid those that modifiers made of a node.
+class UserEdit {
+public:
+    explicit UserEdit(Node& node) : m_node(&node), m_wasModifying(node.modifying()) {
+        m_node->endModification();
+    }
+    ~UserEdit() {
+        if (m_wasModifying) m_node->beginModification();
+    }
+    UserEdit(const UserEdit&) = delete;
+    UserEdit& operator=(const UserEdit&) = delete;
+
+private:
+    RefersTo<Node> m_node;
+    bool m_wasModifying;
+};
+
+} // namespace
+
 // Stores a value of the input's kind and tells everyone what was there before.
 bool Input::store(Value value) {
+    if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
     if (!writable(value)) return false;
+    replaceValue(value);
+    changed(std::move(value));
+    return true;
+}
+
+// Leaves the value before in `value`.
+void Input::replaceValue(Value& value) {
     if (type() == AttrType::Node) linkTo(value.asNode());
     std::swap(m_value, value);
-    changed(std::move(value));
+    dropHash();
+}
+
+// Asked for every value set: hardly any input gets past the first line.
+bool Input::isUpToModifiers() const {
+    if (!m_node || !(m_node->modifying() || stashed())) return false;
+    const auto* scene = static_cast<const Scene*>(m_node->scene());
+    return scene && scene->isModified(*m_node);
+}
+
+bool Input::isModified() const {
+    return stashed() && isUpToModifiers();
+}
+
+// What a modifier writes is told by the scene, when all have written. Everything else is what the
+// user sets, and takes the place of what is kept aside; the node is modified again after that.
+bool Input::storeModified(Value value) {
+    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
+    const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
+    const Value before = isModifiers ? m_value : ownValue();
+    if (before == value) return true;
+    if (!writable(value)) return false;
+    if (isModifiers) {
+        modifiers.noteWrite(*this);
+        stash();
+        replaceValue(value);
+        return true;
+    }
+    dropStash();
+    replaceValue(value);
+    changed(before);
     return true;
 }
 
@@ -50,6 +111,8 @@ void Input::changed(Value before) {
     previous.silent = m_silent;
     previous.readOnly = m_readOnly;
     previous.value = std::move(before);
+    if (!m_node->modifying() || !isUpToModifiers()) return m_node->onInputChanged(this, &previous);
+    const UserEdit edit(*m_node);
     m_node->onInputChanged(this, &previous);
 }
 
@@ -242,9 +305,9 @@ bool Input::reset() {
 }
 
 bool Input::isDefault() const {
-    if (sourceOutput() || stashed()) return false;
+    if (sourceOutput() || (stashed() && !isModified())) return false;
     if (isArray()) return members().empty();
-    if (!isObject()) return m_value == defaultValue();
+    if (!isObject()) return ownValue() == defaultValue();
     return std::ranges::all_of(members(), [](const IInput* member) { return member->isDefault(); });
 }
 
@@ -254,16 +317,33 @@ void Input::stash() {
 
 bool Input::unstash() {
     if (!stashed()) return false;
-    const std::unique_ptr<Value> kept = std::move(m_extras->stash);
-    return setValue(*kept);
+    const Value kept = m_extras->stash->value;
+    dropStash();
+    return setValue(kept);
+}
+
+void Input::takeStashedBack() noexcept {
+    Value kept = m_extras->stash->value;
+    dropStash();
+    replaceValue(kept);
+}
+
+void Input::dropStash() noexcept {
+    if (!stashed()) return;
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    m_extras->stash.reset();
 }
 
 const Value* Input::stashed() const noexcept {
-    return m_extras ? m_extras->stash.get() : nullptr;
+    return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
 }
 
 void Input::setStashed(Value value) {
-    extras().stash = std::make_unique<Value>(std::move(value));
+    dropStash();
+    extras().stash = std::make_unique<Stash>();
+    m_extras->stash->value = std::move(value);
+    linkStash();
 }
 
 } // namespace qv::kelvo_sdk::impl

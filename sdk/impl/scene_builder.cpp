@@ -3,6 +3,7 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
@@ -55,8 +56,10 @@ void SceneBuilder::build() {
     for (const TreeNode& node : m_tree.nodes)
         m_nodes.push_back(makeNode(node));
     const EditGroup group(*m_scene);
+    ModifierHold modifiers(*m_scene);
     try {
         addNodes();
+        modifiers.release();
     } catch (...) {
         takeBack();
         throw;

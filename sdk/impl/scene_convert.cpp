@@ -1,6 +1,7 @@
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node_change_scope.h"
 #include "sdk/impl/node_converter.h"
 #include "sdk/impl/node_links.h"
@@ -28,30 +29,16 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Calls `visit(Input&)` for all inputs of a node, at any depth; without recursion.
-template<typename Visit>
-void visitInputs(const Node& node, const Visit& visit) {
-    std::vector<const ds::Vector<IInput*>*> left{&node.inputs()};
-    while (!left.empty()) {
-        const ds::Vector<IInput*>& inputs = *left.back();
-        left.pop_back();
-        for (IInput* next : inputs) {
-            auto& input = static_cast<Input&>(*next);
-            visit(input);
-            if (!input.members().empty()) left.push_back(&input.members());
-        }
-    }
-}
-
 // Nodes and their copies, which nobody knows yet.
 class Copies {
 public:
     void add(const Node& original, Scene& scene) {
         auto copy = RefersTo<Node>::adopt(original.clone(&scene, scene.freeName(original.name())));
-        // Copied along with the rest, it would never end.
+        // Nobody would end it.
         copy->endModification();
         m_byOriginal.emplace(&original, copy.get());
         m_copies.push_back(std::move(copy));
+        m_names.push_back(original.name());
     }
     void tie() const {
         for (const RefersTo<Node>& copy : m_copies)
@@ -60,8 +47,11 @@ public:
     // All of them or, when an observer throws, none.
     void addTo(Scene& scene) const {
         try {
-            for (const RefersTo<Node>& copy : m_copies)
-                scene.addNode(copy.get());
+            for (u64 i = 0; i < m_copies.size(); ++i) {
+                // Several may have been promised the same one.
+                m_copies[i]->setName(scene.freeName(m_names[i]));
+                scene.addNode(m_copies[i].get());
+            }
         } catch (...) {
             takeBack(scene);
             throw;
@@ -101,6 +91,7 @@ private:
 
     std::unordered_map<const INode*, Node*> m_byOriginal;
     std::vector<RefersTo<Node>> m_copies;
+    std::vector<String> m_names;
 };
 
 } // namespace
@@ -157,11 +148,13 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
     moveLinks(*held, *replacement);
     converter.moveTargets();
     visitInputs(*held, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
+    if (m_modifiers) m_modifiers->leaves(*held);
     held->notifyConverted(replacement.get());
     tellObservers(held.get(), [&](SceneObserver& observer) {
         observer.nodeConverted(held.get(), replacement.get());
     });
     held->setScene(nullptr);
+    if (contains(*replacement)) applyModifiers(replacement.get());
     for (Misfit& misfit : converter.misfits()) {
         if (misfits)
             misfits->push_back(std::move(misfit));
@@ -191,11 +184,13 @@ void Scene::exchange(Node& node, Node& replacement) {
 // The node's own links to itself stay with it. Who is told may change links and inputs.
 void Scene::moveLinks(Node& node, Node& replacement) {
     std::vector<RefersTo<Input>> linked;
-    m_links.forEach(&node, [&](Input& input) {
+    const auto collect = [&](Input& input) {
         if (input.node() != &node) linked.emplace_back(&input);
-    });
+    };
+    m_links.forEach(&node, collect);
+    m_stashLinks.forEach(&node, collect);
     for (const RefersTo<Input>& input : linked)
-        if (linkedNode(*input) == &node) input->relink(&replacement);
+        input->relink(node, &replacement);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -2,6 +2,7 @@
 
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/scene.h"
@@ -42,6 +43,7 @@ Scene::Scene() = default;
 Scene::~Scene() {
     // None may reach the scene any more, whatever their ends set off in others.
     m_nodes.forEach([](Node* node) { node->setScene(nullptr); });
+    if (m_modifiers) m_modifiers->letGo();
     m_nodes.forEach([](Node* node) { node->decRef(); });
 }
 
@@ -89,6 +91,7 @@ bool Scene::addNode(Node* node) {
     if (m_evalCache) m_evalCache->nodeAdded(*node);
     setDirty();
     tellObservers(node, [node](SceneObserver& observer) { observer.nodeAdded(node); });
+    if (modifierListOf(*node)) applyModifiers(node);
     return true;
 }
 
@@ -106,6 +109,7 @@ bool Scene::removeNode(INode* node) {
     if (m_dirtyCache) m_dirtyCache->removed(*removed);
     if (m_evalCache) m_evalCache->forget(*removed);
     setDirty();
+    if (m_modifiers) m_modifiers->leaves(*removed);
     removed->notifyRemoved();
     tellObservers(removed, [removed](SceneObserver& observer) { observer.nodeRemoved(removed); });
     removed->setScene(nullptr);
@@ -114,8 +118,9 @@ bool Scene::removeNode(INode* node) {
 
 // Observers may link to the node again while they are told; each link is cleared once.
 void Scene::clearReferences(Node& node) {
-    for (u64 left = m_links.count(&node); left > 0; --left) {
-        if (Input* input = m_links.first(&node)) input->relink(nullptr);
+    for (LinkTable* links : {&m_links, &m_stashLinks}) {
+        for (u64 left = links->count(&node); left > 0; --left)
+            if (Input* input = links->first(&node)) input->relink(node, nullptr);
     }
     for (u64 i = 0; i < node.inputCount(); ++i)
         disconnectAll(*node.input(i));

@@ -159,9 +159,8 @@ TEST_F(SceneClone, LongChains_AreCopiedWithoutRecursion) {
 }
 
 TEST(SceneCloneHandles, WithoutANode_AreEmpty) {
-    auto* scene = static_cast<Scene*>(kelvo_sdk::Scene::create().get());
-    const RefersTo<Scene> held(scene);
-    EXPECT_EQ(held->cloneNode(nullptr, true), nullptr);
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    EXPECT_EQ(scene->cloneNode(nullptr, true), nullptr);
     EXPECT_FALSE(kelvo_sdk::Node().clone(true));
     EXPECT_FALSE(kelvo_sdk::Node().convertTo("x"));
 }
