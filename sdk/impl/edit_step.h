@@ -14,9 +14,9 @@ namespace qv::kelvo_sdk::impl {
 /// that record nothing.
 class EditStep {
 public:
-    /// `node` may be null. What modifiers write is not the user's and not recorded.
+    /// `node` may be null.
     explicit EditStep(const Node* node) {
-        if (node && node->scene() && !node->modifying()) open(static_cast<Scene&>(*node->scene()));
+        if (node && node->scene()) open(static_cast<Scene&>(*node->scene()));
     }
     explicit EditStep(Scene& scene) { open(scene); }
     ~EditStep() {

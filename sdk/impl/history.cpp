@@ -85,10 +85,8 @@ void History::takeBack(u64 from) noexcept {
     std::ranges::move(first, m_open.end(), std::back_inserter(taken));
     m_open.erase(first, m_open.end());
     const bool wasReplaying = std::exchange(m_isReplaying, true);
-    while (!taken.empty()) {
+    for (; !taken.empty(); taken.pop_back())
         turnBack(*taken.back());
-        taken.pop_back();
-    }
     m_isReplaying = wasReplaying;
 }
 

@@ -1,5 +1,7 @@
 #include "sdk/impl/history.h"
 
+#include "sdk/impl/modifiers.h"
+
 #include "base/log.h"
 
 #include <algorithm>
@@ -71,12 +73,14 @@ std::exception_ptr History::replay(Step& step) {
     };
     m_open.reserve(step.changes.size());
     m_isReplaying = true;
+    ModifierHold modifiers(m_scene);
     for (; !step.changes.empty(); step.changes.pop_back()) {
         Change& change = *step.changes.back();
         guarded([&] { change.prepareFlip(m_scene); });
         m_open.push_back(std::move(step.changes.back()));
         guarded([&] { change.flip(m_scene); });
     }
+    guarded([&] { modifiers.release(); });
     m_isReplaying = false;
     step.changes = std::move(m_open);
     m_open.clear();

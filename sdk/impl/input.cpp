@@ -242,6 +242,10 @@ void Input::recordTies() {
         step.prepare<ValueChange>(*this);
         step.commit();
     }
+    if (m_extras->stash && m_extras->stash->link.table && !isModified()) {
+        step.prepare<StashChange>(*this);
+        step.commit();
+    }
     for (IInput* member : m_extras->members)
         static_cast<Input*>(member)->recordTies();
 }
@@ -255,6 +259,7 @@ void Input::letGo() {
         m_extras->link.table->remove(m_extras->link);
         m_value = Value(static_cast<INode*>(nullptr));
     }
+    if (m_extras->stash && m_extras->stash->link.table) dropStash();
     for (IInput* member : m_extras->members)
         static_cast<Input*>(member)->letGo();
 }
@@ -276,13 +281,20 @@ void Input::setNodeOfAll(Node* node) {
 }
 
 void Input::exchangeValue(Value& other) {
-    if (type() == AttrType::Node) linkTo(other.asNode());
-    std::swap(m_value, other);
-    changed(Value(other));
+    Value before = ownValue();
+    if (isModified()) dropStash();
+    replaceValue(other);
+    other = before;
+    changed(std::move(before));
 }
 
-void Input::exchangeStash(std::unique_ptr<Value>& other) {
-    std::swap(extras().stash, other);
+void Input::exchangeStash(Value& other) {
+    Value before = stashed() ? *stashed() : Value();
+    if (other.isNull())
+        dropStash();
+    else
+        replaceStash(std::move(other));
+    other = std::move(before);
 }
 
 void Input::exchangeSource(Output* output, u64 rank) {

@@ -153,6 +153,13 @@ public:
     [[nodiscard]] const Value* stashed() const noexcept;
     /// For readers of text: keeps `value` aside.
     void setStashed(Value value);
+    /// For modifiers alone: brings the kept value back, unheard. Needs one.
+    void takeStashedBack() noexcept;
+    /// Tells whether the scene's modifiers may write over the value, and the kept one is the
+    /// user's.
+    [[nodiscard]] bool isModified() const;
+    /// Returns the value that the user set, whatever modifiers made of it.
+    [[nodiscard]] const Value& ownValue() const { return isModified() ? *stashed() : m_value; }
 
     // ---- Container -------------------------------------------------------------------------
     // An array makes elements of its element kind only, under the name of the next index. An array
@@ -195,9 +202,9 @@ public:
     bool disconnect() override;
     /// Tells whether the kind of an output converts to that of this input.
     [[nodiscard]] bool takes(const Output& output) const noexcept;
-    /// For the scene alone, when the linked node leaves: links to what takes its place, if
-    /// anything, telling observers.
-    void relink(Scene& scene, INode* node);
+    /// For the scene alone, when a node leaves: links to what takes its place, if anything, where
+    /// it linked to that node, telling observers; so does the value that is kept aside.
+    void relink(Scene& scene, const INode& from, INode* to);
     /// For the scene alone, while nobody knows the input or looks at it any more: lets link and
     /// connection lead elsewhere, unheard.
     void redirect(INode* link, Output* source, u64 rank = noIndex);
@@ -209,10 +216,10 @@ public:
     // For recorded changes alone: nothing is recorded; all but `putMember` and `takeMember` tell
     // everyone.
 
-    /// Sets a value of the input's kind, whatever its description says, and gives the one before.
+    /// Sets the user's value, whatever the input's description says, and gives the one before.
     void exchangeValue(Value& other);
     /// Null stands for no value kept aside.
-    void exchangeStash(std::unique_ptr<Value>& other);
+    void exchangeStash(Value& other);
     /// Connects as the `rank`-th target of the output; null disconnects.
     void exchangeSource(Output* output, u64 rank);
     /// Returns the place of this input among the targets of its source.
@@ -238,6 +245,9 @@ private:
     template<typename T>
     bool setPlain(AttrType kind, const T& value);
     bool store(Value value);
+    [[nodiscard]] bool isUpToModifiers() const;
+    bool storeModified(Value value);
+    void replaceValue(Value& value);
     void changed(Value before);
     [[nodiscard]] bool currentValue(bool evaluate, void* ctx, Value& scratch,
                                     const Value*& out) const;
@@ -259,6 +269,10 @@ private:
     void setSource(Output* output, u64 rank = noIndex);
     void sourceDied(Output* output);
     void linkTo(INode* node);
+    [[nodiscard]] Scene* sceneFor(const INode* node) const;
+    void linkStash();
+    void dropStash() noexcept;
+    void replaceStash(Value value);
     void letGo();
     void recordTies();
     void setNodeOfAll(Node* node);

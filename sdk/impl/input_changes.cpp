@@ -20,20 +20,22 @@ String InputChange::subject() const {
 
 // ---- Values --------------------------------------------------------------------------------
 
-ValueChange::ValueChange(Input& input) : InputChange(input), m_other(input.value()) {
-    holdNode();
+namespace {
+
+// Keeps the node of a link alive.
+RefersTo<INode> linkedBy(const Value& value) {
+    return RefersTo<INode>(value.type() == AttrType::Node ? value.asNode() : nullptr);
 }
 
-void ValueChange::holdNode() {
-    if (m_other.type() == AttrType::Node) m_linked = RefersTo<INode>(m_other.asNode());
-}
+} // namespace
+
+ValueChange::ValueChange(Input& input)
+    : InputChange(input), m_other(input.ownValue()), m_linked(linkedBy(m_other)) {}
 
 void ValueChange::flip(Scene& /*scene*/) {
     // Until the input links to it again.
-    const RefersTo<INode> held = m_linked;
-    Value other = m_other;
-    m_other = input().value();
-    holdNode();
+    const auto held = std::exchange(m_linked, linkedBy(input().ownValue()));
+    Value other = std::exchange(m_other, input().ownValue());
     input().exchangeValue(other);
 }
 
@@ -42,7 +44,7 @@ bool ValueChange::keepsValueOf(const Input& other) const {
 }
 
 bool ValueChange::isNothing() const {
-    return m_other.type() != AttrType::Node && m_other == input().value();
+    return m_other.type() != AttrType::Node && m_other == input().ownValue();
 }
 
 u64 ValueChange::bytes() const {
@@ -53,16 +55,19 @@ String ValueChange::text() const {
     return "Set " + subject();
 }
 
-StashChange::StashChange(Input& input) : InputChange(input) {
-    if (const Value* stashed = input.stashed()) m_other = std::make_unique<Value>(*stashed);
-}
+StashChange::StashChange(Input& input)
+    : InputChange(input),
+      m_other(input.stashed() ? *input.stashed() : Value()),
+      m_linked(linkedBy(m_other)) {}
 
 void StashChange::flip(Scene& /*scene*/) {
+    const auto held = m_linked;
     input().exchangeStash(m_other);
+    m_linked = linkedBy(m_other);
 }
 
 u64 StashChange::bytes() const {
-    return sizeof(*this) + (m_other ? sizeof(Value) + m_other->payloadBytes() : 0);
+    return sizeof(*this) + m_other.payloadBytes();
 }
 
 String StashChange::text() const {

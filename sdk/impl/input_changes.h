@@ -6,8 +6,6 @@
 #include "sdk/impl/scene_comments.h"
 #include "sdk/impl/value.h"
 
-#include <memory>
-
 // What changes about inputs: values, links, connections, what is kept aside, and their lists.
 namespace qv::kelvo_sdk::impl {
 
@@ -40,8 +38,6 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
-    void holdNode();
-
     Value m_other;
     // The node of a link.
     RefersTo<INode> m_linked;
@@ -56,7 +52,9 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
-    std::unique_ptr<Value> m_other;
+    // Null when none is kept.
+    Value m_other;
+    RefersTo<INode> m_linked;
 };
 
 /// A connection was made, replaced or ended.

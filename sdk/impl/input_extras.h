@@ -12,6 +12,12 @@ namespace qv::kelvo_sdk::impl {
 
 class Output;
 
+/// A value put aside, which may link to a node.
+struct Stash {
+    Value value;
+    Link link;
+};
+
 /// What few inputs have, kept out of all the others.
 struct InputExtras {
     RefersTo<AttrDetails> details;
@@ -20,7 +26,7 @@ struct InputExtras {
     /// Where the source keeps this input.
     u64 sourceSlot = 0;
     Link link;
-    std::unique_ptr<Value> stash;
+    std::unique_ptr<Stash> stash;
     /// Of the list that this input is the first of.
     std::unique_ptr<NameIndex> listIndex;
 };

@@ -82,12 +82,27 @@ void Input::sourceDied(Output* output) {
     if (m_node) m_node->onInputConnected(this, output, nullptr);
 }
 
-// Keeps the place of this input among those that link to a node. A node that has no scene yet may
-// come into the one of this input.
+// A node that has no scene yet may come into the one of this input.
+Scene* Input::sceneFor(const INode* node) const {
+    IScene* scene = node ? node->scene() : nullptr;
+    if (node && !scene && m_node) scene = m_node->scene();
+    return static_cast<Scene*>(scene);
+}
+
+// Keeps the place of the value that is kept aside, as `linkTo` does for the other.
+void Input::linkStash() {
+    Stash& kept = *m_extras->stash;
+    if (kept.link.table || kept.value.type() != AttrType::Node) return;
+    INode* node = kept.value.asNode();
+    Scene* scene = sceneFor(node);
+    if (!scene) return;
+    kept.link.input = this;
+    scene->stashLinks().add(kept.link, node);
+}
+
+// Keeps the place of this input among those that link to a node.
 void Input::linkTo(INode* node) {
-    IScene* known = node ? node->scene() : nullptr;
-    if (node && !known && m_node) known = m_node->scene();
-    auto* scene = static_cast<Scene*>(known);
+    Scene* scene = sceneFor(node);
     if (!scene && !m_extras) return;
     Link& link = extras().link;
     if (link.table) link.table->remove(link);
@@ -99,19 +114,27 @@ void Input::linkTo(INode* node) {
 void Input::rememberLinks() {
     INode* linked = linkedNode(*this);
     if (linked && !(m_extras && m_extras->link.table)) linkTo(linked);
+    if (stashed()) linkStash();
     for (IInput* member : members())
         static_cast<Input*>(member)->rememberLinks();
 }
 
-// The node leaves the scene, so that even a read-only input lets it go.
-void Input::relink(Scene& scene, INode* node) {
-    Value before(node);
+// The node leaves the scene, so that even a read-only input lets it go. What is kept aside is the
+// user's, and so is the change.
+void Input::relink(Scene& scene, const INode& from, INode* to) {
+    const Value* kept = stashed();
+    const bool isKept = kept && kept->type() == AttrType::Node && kept->asNode() == &from;
+    const bool isHeld = linkedNode(*this) == &from;
+    if (!isKept && !isHeld) return;
     EditStep step(scene);
-    step.prepare<ValueChange>(*this);
-    linkTo(node);
-    std::swap(m_value, before);
+    if (isModified() ? isKept : isHeld) step.prepare<ValueChange>(*this);
+    if (isKept) setStashed(Value(to));
+    if (isHeld) {
+        Value value(to);
+        replaceValue(value);
+    }
     step.commit();
-    changed(std::move(before));
+    changed(Value(const_cast<INode*>(&from)));
 }
 
 void Input::redirect(INode* link, Output* source, u64 rank) {

@@ -4,8 +4,10 @@
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
 #include "sdk/impl/value_text.h"
 #include "sdk/interfaces/i_scene.h"
 
@@ -33,16 +35,78 @@ bool Input::writable(const Value& value) const {
     return false;
 }
 
+namespace {
+
+// A change of the user's amid those that modifiers made of a node.
+class UserEdit {
+public:
+    explicit UserEdit(Node& node) : m_node(&node), m_wasModifying(node.modifying()) {
+        m_node->endModification();
+    }
+    ~UserEdit() {
+        if (m_wasModifying) m_node->beginModification();
+    }
+    UserEdit(const UserEdit&) = delete;
+    UserEdit& operator=(const UserEdit&) = delete;
+
+private:
+    RefersTo<Node> m_node;
+    bool m_wasModifying;
+};
+
+} // namespace
+
 // Stores a value of the input's kind and tells everyone what was there before.
 bool Input::store(Value value) {
+    if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
     if (!writable(value)) return false;
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
-    if (type() == AttrType::Node) linkTo(value.asNode());
-    std::swap(m_value, value);
+    replaceValue(value);
     step.commit();
     changed(std::move(value));
+    return true;
+}
+
+// Leaves the value before in `value`.
+void Input::replaceValue(Value& value) {
+    if (type() == AttrType::Node) linkTo(value.asNode());
+    std::swap(m_value, value);
+    dropHash();
+}
+
+// Asked for every value set: hardly any input gets past the first line.
+bool Input::isUpToModifiers() const {
+    if (!m_node || !(m_node->modifying() || stashed())) return false;
+    const auto* scene = static_cast<const Scene*>(m_node->scene());
+    return scene && scene->isModified(*m_node);
+}
+
+bool Input::isModified() const {
+    return stashed() && isUpToModifiers();
+}
+
+// What a modifier writes is told by the scene, when all have written. Everything else is what the
+// user sets, and takes the place of what is kept aside; the node is modified again after that.
+bool Input::storeModified(Value value) {
+    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
+    const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
+    const Value before = isModifiers ? m_value : ownValue();
+    if (before == value) return true;
+    if (!writable(value)) return false;
+    if (isModifiers) {
+        modifiers.noteWrite(*this);
+        stash();
+        replaceValue(value);
+        return true;
+    }
+    EditStep step(m_node);
+    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
+    dropStash();
+    replaceValue(value);
+    step.commit();
+    changed(before);
     return true;
 }
 
@@ -55,6 +119,8 @@ void Input::changed(Value before) {
     previous.silent = m_silent;
     previous.readOnly = m_readOnly;
     previous.value = std::move(before);
+    if (!m_node->modifying() || !isUpToModifiers()) return m_node->onInputChanged(this, &previous);
+    const UserEdit edit(*m_node);
     m_node->onInputChanged(this, &previous);
 }
 
@@ -248,9 +314,9 @@ bool Input::reset() {
 }
 
 bool Input::isDefault() const {
-    if (sourceOutput() || stashed()) return false;
+    if (sourceOutput() || (stashed() && !isModified())) return false;
     if (isArray()) return members().empty();
-    if (!isObject()) return m_value == defaultValue();
+    if (!isObject()) return ownValue() == defaultValue();
     return std::ranges::all_of(members(), [](const IInput* member) { return member->isDefault(); });
 }
 
@@ -260,21 +326,42 @@ void Input::stash() {
 
 bool Input::unstash() {
     if (!stashed()) return false;
+    const Value kept = m_extras->stash->value;
     EditStep step(m_node);
-    step.prepare<StashChange>(*this);
-    const std::unique_ptr<Value> kept = std::move(m_extras->stash);
+    if (!isUpToModifiers()) step.prepare<StashChange>(*this);
+    dropStash();
     step.commit();
-    return setValue(*kept);
+    return setValue(kept);
+}
+
+void Input::takeStashedBack() noexcept {
+    Value kept = m_extras->stash->value;
+    dropStash();
+    replaceValue(kept);
+}
+
+void Input::dropStash() noexcept {
+    if (!stashed()) return;
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    m_extras->stash.reset();
 }
 
 const Value* Input::stashed() const noexcept {
-    return m_extras ? m_extras->stash.get() : nullptr;
+    return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
+}
+
+void Input::replaceStash(Value value) {
+    dropStash();
+    extras().stash = std::make_unique<Stash>();
+    m_extras->stash->value = std::move(value);
+    linkStash();
 }
 
 void Input::setStashed(Value value) {
-    EditStep step(m_node);
+    EditStep step(isUpToModifiers() ? nullptr : m_node);
     step.prepare<StashChange>(*this);
-    extras().stash = std::make_unique<Value>(std::move(value));
+    replaceStash(std::move(value));
     step.commit();
 }
 

@@ -28,7 +28,7 @@ bool areAsDefined(const Input& input, const Input& definition) {
 
 bool isAsDefined(const Input& input, const Input& definition) {
     return isOfKind(input, definition) && haveSameNotes(input, definition) && !input.source() &&
-           !input.stashed() && input.value() == definition.value() &&
+           (!input.stashed() || input.isModified()) && input.ownValue() == definition.value() &&
            input.ownName().equals(definition.ownName()) && areAsDefined(input, definition);
 }
 

@@ -4,7 +4,6 @@
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
-#include "sdk/impl/visit_inputs.h"
 
 #include <algorithm>
 #include <utility>

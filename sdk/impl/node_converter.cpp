@@ -168,7 +168,7 @@ Value NodeConverter::converted(const Value& value, const Input& to) const {
 
 // What modifiers wrote is not the user's, and links to the node itself are to follow it.
 Value NodeConverter::userValue(const Input& from) const {
-    const Value& value = from.stashed() ? *from.stashed() : from.value();
+    const Value& value = from.ownValue();
     const bool isOwnLink = value.type() == AttrType::Node && value.asNode() == &m_from;
     return isOwnLink ? Value(static_cast<INode*>(&m_to)) : value;
 }

@@ -40,6 +40,21 @@ bool visitDependencies(const Node& node, const Visit& visit) {
     return false;
 }
 
+/// Calls `visit(Input&)` for all inputs of a node, at any depth, holders first; without recursion.
+template<typename Visit>
+void visitInputs(const Node& node, const Visit& visit) {
+    std::vector<const ds::Vector<IInput*>*> left{&node.inputs()};
+    while (!left.empty()) {
+        const ds::Vector<IInput*>& inputs = *left.back();
+        left.pop_back();
+        for (IInput* next : inputs) {
+            auto& input = static_cast<Input&>(*next);
+            visit(input);
+            if (!input.members().empty()) left.push_back(&input.members());
+        }
+    }
+}
+
 /// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. A node may
 /// be met again.
 template<typename Visit>

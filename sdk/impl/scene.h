@@ -25,12 +25,14 @@ using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
 class EvalCache;
+class Modifiers;
 class Node;
 
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
 ///     Nodes          scene_nodes.cpp      created, found, renamed, removed
 ///     Copies         scene_convert.cpp    nodes cloned and converted
+///     Modifiers      scene_modify.cpp     applied as nodes change
 ///     Libraries      scene_libraries.cpp  that know the types of nodes
 ///     Edits          scene_edit.cpp       steps and groups
 ///     Undo           scene_undo.cpp       steps taken back and done again
@@ -84,6 +86,16 @@ public:
     virtual INode* cloneNode(INode* node, bool deep);
     virtual INode* convertNode(INode* node, String type);
     INode* convertNoting(INode* node, String type, Misfits* misfits) override;
+
+    // ---- Modifiers -------------------------------------------------------------------------
+    // What the modifiers of a node write hides what its user set, and never replaces it.
+
+    /// Has the node's modifiers write once more: for what they go by beside inputs and connections.
+    void applyModifiers(INode* node);
+    /// Tells whether the values that the node's inputs keep aside are what the user set.
+    [[nodiscard]] bool isModified(const Node& node) const;
+    /// For nodes and inputs alone.
+    [[nodiscard]] Modifiers& modifiers();
 
     // ---- Libraries -------------------------------------------------------------------------
 
@@ -166,6 +178,8 @@ public:
 
     /// The links to each node, kept by the inputs.
     [[nodiscard]] LinkTable& links() noexcept { return m_links; }
+    /// The same, of values that inputs keep aside.
+    [[nodiscard]] LinkTable& stashLinks() noexcept { return m_stashLinks; }
     /// What a reader found beside the contents, for the writer.
     [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
@@ -197,12 +211,14 @@ private:
     void exchange(Node& node, Node& replacement);
     void converted(Node& node, Node& replacement);
     void moveLinks(Node& node, Node& replacement);
+    void modify(const IInput* input);
     void forgetResults(const Node& node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
     NodeTable m_nodes;
     std::vector<RefersTo<LibInfo>> m_libraries;
     LinkTable m_links;
+    LinkTable m_stashLinks;
     SceneComments m_comments;
     ds::Vector<SceneObserver*> m_observers;
     History m_history{*this};
@@ -212,6 +228,8 @@ private:
     std::unique_ptr<DirtyCache> m_dirtyCache;
     // Null while no results are kept.
     std::unique_ptr<EvalCache> m_evalCache;
+    // Null until a node has modifiers.
+    std::unique_ptr<Modifiers> m_modifiers;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -5,6 +5,7 @@
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
@@ -59,8 +60,10 @@ void SceneBuilder::build() {
         m_nodes.push_back(makeNode(node));
     const EditStep step(*m_scene);
     const EditGroup group(*m_scene);
+    ModifierHold modifiers(*m_scene);
     try {
         addNodes();
+        modifiers.release();
     } catch (...) {
         takeBack();
         throw;

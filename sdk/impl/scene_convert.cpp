@@ -2,12 +2,12 @@
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node_change_scope.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/node_converter.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
-#include "sdk/impl/visit_inputs.h"
 #include "sdk/node.h"
 
 #include "base/log.h"
@@ -36,10 +36,11 @@ class Copies {
 public:
     void add(const Node& original, Scene& scene) {
         auto copy = RefersTo<Node>::adopt(original.clone(&scene, scene.freeName(original.name())));
-        // Copied along with the rest, it would never end.
+        // Nobody would end it.
         copy->endModification();
         m_byOriginal.emplace(&original, copy.get());
         m_copies.push_back(std::move(copy));
+        m_names.push_back(original.name());
     }
     void tie() const {
         for (const RefersTo<Node>& copy : m_copies)
@@ -48,8 +49,11 @@ public:
     // All of them or, when an observer throws, none.
     void addTo(Scene& scene) const {
         try {
-            for (const RefersTo<Node>& copy : m_copies)
-                scene.addNode(copy.get());
+            for (u64 i = 0; i < m_copies.size(); ++i) {
+                // Several may have been promised the same one.
+                m_copies[i]->setName(scene.freeName(m_names[i]));
+                scene.addNode(m_copies[i].get());
+            }
         } catch (...) {
             takeBack(scene);
             throw;
@@ -89,6 +93,7 @@ private:
 
     std::unordered_map<const INode*, Node*> m_byOriginal;
     std::vector<RefersTo<Node>> m_copies;
+    std::vector<String> m_names;
 };
 
 } // namespace
@@ -166,10 +171,12 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
 
 // Tells everyone that the replacement is in place of the node.
 void Scene::converted(Node& node, Node& replacement) {
+    if (m_modifiers) m_modifiers->leaves(node);
     node.notifyConverted(&replacement);
     tellObservers(&node,
                   [&](SceneObserver& observer) { observer.nodeConverted(&node, &replacement); });
     node.setScene(nullptr);
+    if (contains(replacement)) applyModifiers(&replacement);
 }
 
 // Gives the replacement, which has the same name, the place of a node of the scene.
@@ -190,11 +197,13 @@ void Scene::exchange(Node& node, Node& replacement) {
 // The node's own links to itself stay with it. Who is told may change links and inputs.
 void Scene::moveLinks(Node& node, Node& replacement) {
     std::vector<RefersTo<Input>> linked;
-    m_links.forEach(&node, [&](Input& input) {
+    const auto collect = [&](Input& input) {
         if (input.node() != &node) linked.emplace_back(&input);
-    });
+    };
+    m_links.forEach(&node, collect);
+    m_stashLinks.forEach(&node, collect);
     for (const RefersTo<Input>& input : linked)
-        if (linkedNode(*input) == &node) input->relink(*this, &replacement);
+        input->relink(*this, node, &replacement);
 }
 
 } // namespace qv::kelvo_sdk::impl

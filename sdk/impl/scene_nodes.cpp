@@ -3,6 +3,7 @@
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
@@ -45,6 +46,7 @@ Scene::~Scene() {
     m_history.clear();
     // None may reach the scene any more, whatever their ends set off in others.
     m_nodes.forEach([](Node* node) { node->setScene(nullptr); });
+    if (m_modifiers) m_modifiers->letGo();
     m_nodes.forEach([](Node* node) { node->decRef(); });
 }
 
@@ -101,6 +103,7 @@ void Scene::enter(Node& node) {
     if (m_evalCache) m_evalCache->nodeAdded(node);
     setDirty();
     tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); });
+    if (modifierListOf(node)) applyModifiers(&node);
 }
 
 bool Scene::contains(const INode& node) const {
@@ -128,6 +131,7 @@ void Scene::leave(Node& node) {
     if (m_dirtyCache) m_dirtyCache->removed(node);
     if (m_evalCache) m_evalCache->forget(node);
     setDirty();
+    if (m_modifiers) m_modifiers->leaves(node);
     node.notifyRemoved();
     tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRemoved(&node); });
     node.setScene(nullptr);
@@ -135,8 +139,9 @@ void Scene::leave(Node& node) {
 
 // Observers may link to the node again while they are told; each link is cleared once.
 void Scene::clearReferences(Node& node) {
-    for (u64 left = m_links.count(&node); left > 0; --left) {
-        if (Input* input = m_links.first(&node)) input->relink(*this, nullptr);
+    for (LinkTable* links : {&m_links, &m_stashLinks}) {
+        for (u64 left = links->count(&node); left > 0; --left)
+            if (Input* input = links->first(&node)) input->relink(*this, node, nullptr);
     }
     for (u64 i = 0; i < node.inputCount(); ++i)
         disconnectAll(*node.input(i));

@@ -20,6 +20,7 @@ bool Scene::unsubscribe(SceneObserver* observer) {
 void Scene::notifyInputAdded(const IInput* input) {
     setDirty();
     tellObservers(input, [=](SceneObserver& observer) { observer.inputAdded(input); });
+    modify(input);
 }
 
 void Scene::notifyOutputAdded(const IOutput* output) {
@@ -30,12 +31,14 @@ void Scene::notifyOutputAdded(const IOutput* output) {
 void Scene::notifyInputChanged(const IInput* input, const AttrData* previous) {
     setDirty();
     tellObservers(input, [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
+    modify(input);
 }
 
 void Scene::notifyInputRemoved(const IInput* input) {
     m_comments.remove(input);
     setDirty();
     tellObservers(input, [=](SceneObserver& observer) { observer.inputRemoved(input); });
+    modify(input);
 }
 
 void Scene::notifyOutputRemoved(const IOutput* output) {
@@ -48,6 +51,7 @@ void Scene::notifyInputConnected(const IInput* input, const IOutput* before, con
     setDirty();
     tellObservers(input,
                   [=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
+    modify(input);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -24,7 +24,7 @@ void writeDataType(DataType type, StringIO& out) {
 
 // The element type of the buffer that an input holds.
 DataType heldType(const Input& input) noexcept {
-    return input.type() == AttrType::Buffer ? input.value().asBuffer().type() : DataType::Null;
+    return input.type() == AttrType::Buffer ? input.ownValue().asBuffer().type() : DataType::Null;
 }
 
 // Tells whether an input has other notes than its definition, and no description that says so.
@@ -57,7 +57,7 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const 
         break;
     default:
         m_out.append(" = ");
-        writePlain(input.value());
+        writePlain(input.ownValue());
         break;
     }
     writeSource(input);
@@ -113,10 +113,10 @@ void SceneWriter::writeElement(const Input& element, u32 depth) {
             writeKind(element);
             m_out.append(' ');
         }
-        writePlain(element.value());
+        writePlain(element.ownValue());
         break;
     default:
-        writePlain(element.value());
+        writePlain(element.ownValue());
         break;
     }
     writeSource(element);
@@ -173,13 +173,14 @@ void SceneWriter::writeNotes(const Input& input, bool isAgain, const Input* defi
     const bool isElement = holder && holder->type() == AttrType::Array;
     if (!areKnown && input.declaredType() != DataType::Null && !isElement)
         m_out.append(" @type ").append(dataTypeName(input.declaredType()));
-    if (const Value* stashed = input.stashed()) writeNoteValue(" @stashed ", *stashed, input);
+    const Value* stashed = input.isModified() ? nullptr : input.stashed();
+    if (stashed) writeNoteValue(" @stashed ", *stashed, input);
     if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
         m_out.append(input.isSilent() ? " @silent" : " @announced");
     if (!areKnown && input.isReadOnly()) m_out.append(" @readonly");
     const AttrDetails* details = input.details();
-    const bool isChecked = details && !input.value().isNull() && input.type() != AttrType::Node;
-    if (isChecked && !details->accepts(input.value())) m_out.append(" @unchecked");
+    const bool isChecked = details && !input.ownValue().isNull() && input.type() != AttrType::Node;
+    if (isChecked && !details->accepts(input.ownValue())) m_out.append(" @unchecked");
     if (isAgain) m_out.append(" @again");
     if (areKnown) return;
     if (details) writeDetails(*details, input);

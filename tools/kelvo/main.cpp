@@ -30,6 +30,9 @@ void addCommands(CommandLine& line) {
     addFind(line);
     addExplain(line);
     addGraph(line);
+    addDiff(line);
+    addPatch(line);
+    addMerge(line);
     addEval(line);
     addNew(line);
     addConvert(line);

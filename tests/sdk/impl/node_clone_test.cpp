@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace qv::kelvo_sdk::impl {
 namespace {
 
@@ -146,6 +148,30 @@ TEST_F(NodeClone, Copy_SharesTheLibraryAndMakesItsOwnData) {
     EXPECT_TRUE(made->hasNodeModify() && made->hasNodeFree() && !made->hasNodeEval());
     EXPECT_EQ(made->data(), made.get());
     EXPECT_EQ(m_node.data(), &m_node);
+}
+
+// Notes what the copy has when it is called.
+bool noteAttributes(INode* node, void** data) {
+    static std::string seen;
+    seen = std::string(node->name().buf()) + ":" + std::to_string(node->inputCount()) +
+           std::to_string(node->outputCount()) + (node->scene() ? "s" : "-");
+    *data = &seen;
+    return false;
+}
+
+TEST_F(NodeClone, InitCallback_ComesLastAndItsAnswerIsIgnored) {
+    const auto library = RefersTo<LibInfo>::adopt(new LibInfo);
+    library->setCallbacks("mesh", {noteAttributes, nullptr, nullptr, modifies, freeData, nullptr});
+    m_node.initLibInfo(library.get());
+    m_node.createInput("a", AttrType::Real);
+    m_node.createInput("b", AttrType::Real);
+    m_node.createOutput("o", AttrType::Real);
+    m_journal.take();
+    const auto made = RefersTo<Node>::adopt(m_node.clone(m_scene.get(), "copy"));
+    EXPECT_EQ(*static_cast<std::string*>(made->data()), "copy:21s");
+    EXPECT_EQ(m_node.data(), nullptr);
+    EXPECT_EQ(m_journal.take(), "");
+    made->setScene(nullptr);
 }
 
 TEST_F(NodeClone, CopyWithoutAnInitCallback_HasNoData) {

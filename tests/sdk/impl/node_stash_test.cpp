@@ -60,6 +60,24 @@ TEST_F(NodeStash, InputsAtAnyDepth_AreStashed) {
     EXPECT_FALSE(isStashed(other));
 }
 
+TEST_F(NodeStash, ModifiersLinkedTwice_CountOnce) {
+    m_a->setReal(1);
+    addModifier(m_first, "a");
+    addModifier(m_first, "a");
+    m_node.stash();
+    EXPECT_EQ(stashed(), "a");
+    EXPECT_EQ(static_cast<const Input*>(m_a)->stashed()->asReal(), 1);
+}
+
+TEST_F(NodeStash, ElementsOfArrays_AreMatchedByTheirOwnNames) {
+    IInput* array = m_node.createArray("arr", AttrType::Object);
+    IInput* inner = array->appendElement()->createInput("a", AttrType::Real);
+    addModifier(m_first, "arr,a");
+    m_node.stash();
+    EXPECT_TRUE(isStashed(inner));
+    EXPECT_FALSE(isStashed(array));
+}
+
 TEST_F(NodeStash, PiecesAreNotTrimmed) {
     addModifier(m_first, "a, b");
     m_node.stash();

@@ -159,8 +159,8 @@ TEST_F(SceneClone, LongChains_AreCopiedWithoutRecursion) {
 }
 
 TEST(SceneCloneHandles, WithoutANode_AreEmpty) {
-    const kelvo_sdk::Scene held = kelvo_sdk::Scene::create();
-    EXPECT_EQ(static_cast<Scene*>(held.get())->cloneNode(nullptr, true), nullptr);
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    EXPECT_EQ(scene->cloneNode(nullptr, true), nullptr);
     EXPECT_FALSE(kelvo_sdk::Node().clone(true));
     EXPECT_FALSE(kelvo_sdk::Node().convertTo("x"));
 }

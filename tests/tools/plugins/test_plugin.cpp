@@ -11,7 +11,7 @@ using namespace qv::kelvo_sdk;
 using namespace qv::kelvo_sdk::interfaces;
 
 // Ways to be made; 0 is right.
-constexpr int good = 0, wrongVersion = 1, throwingEntry = 2, nullEntry = 3, nullLibrary = 4,
+constexpr int wrongVersion = 1, throwingEntry = 2, nullEntry = 3, nullLibrary = 4,
               throwingLibrary = 5, otherCore = 6, noCreate = 7, throwingPath = 8, inText = 9,
               brokenText = 10, throwingLookUp = 11, throwingEval = 12;
 

@@ -1,0 +1,103 @@
+#include "sdk/scene_diff.h"
+
+#include "sdk/impl/scene.h"
+#include "sdk/impl/scene_differ.h"
+#include "sdk/impl/scene_merger.h"
+#include "sdk/impl/scene_patcher.h"
+#include "sdk/impl/scene_setter.h"
+
+namespace qv::kelvo_sdk {
+
+namespace {
+
+constexpr const char* kTooDeep = "a scene is nested too deep to be compared.";
+
+void shareLibraries(const Scene& from, const Scene& to) {
+    const auto& scene = static_cast<const impl::Scene&>(*from.get());
+    for (const auto& library : scene.libraries())
+        to->addLibrary(library.get());
+}
+
+// The same libraries, and nothing in it.
+Scene emptyLike(const Scene& scene) {
+    Scene made = Scene::create();
+    shareLibraries(scene, made);
+    return made;
+}
+
+bool readsBack(const Scene& scene, const String& text, String& error) {
+    Diagnostics found;
+    if (scene.read(text, "the changed scene", &found)) return true;
+    error = found.empty() ? String("the scene cannot be changed so.") : found[0].text();
+    return false;
+}
+
+// What is removed and read again takes its place in the history as one step does.
+bool makeAnew(const Scene& scene, const String& text) {
+    auto& made = static_cast<impl::Scene&>(*scene.get());
+    made.clear();
+    made.comments().setFile({});
+    return scene.read(text, "the changed scene");
+}
+
+} // namespace
+
+const char* sceneActionName(SceneChange::Action action) noexcept {
+    constexpr const char* names[] = {"add", "remove", "rename", "move", "change"};
+    return names[static_cast<int>(action)];
+}
+
+const char* sceneSubjectName(SceneChange::Subject subject) noexcept {
+    constexpr const char* names[] = {"scene", "node", "input", "element", "output"};
+    return names[static_cast<int>(subject)];
+}
+
+SceneDiff SceneDiff::between(const Scene& before, const Scene& after, const DiffOptions& options,
+                             String* error) {
+    SceneDiff diff;
+    impl::SceneDocument earlier;
+    impl::SceneDocument later;
+    if (earlier.parse(before.text()) && later.parse(after.text()))
+        diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
+    else if (error)
+        *error = kTooDeep;
+    return diff;
+}
+
+bool SceneDiff::applyTo(const Scene& scene, String& error) const {
+    impl::SceneDocument document;
+    if (!scene.get() || !document.parse(scene.text())) {
+        error = kTooDeep;
+        return false;
+    }
+    if (m_changes.empty()) return true;
+    if (!impl::ScenePatcher(document).apply(m_changes, error)) return false;
+    const Scene changed = emptyLike(scene);
+    if (!readsBack(changed, document.text(), error)) return false;
+    const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");
+    const String text = changed.text();
+    const bool isDone = impl::setInPlace(static_cast<impl::Scene&>(*scene.get()), m_changes) &&
+                        scene.text().equals(text);
+    return isDone || makeAnew(scene, text);
+}
+
+bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
+                 const MergeOptions& options, const Scene& merged,
+                 std::vector<MergeConflict>& conflicts, String& error) {
+    impl::SceneDocument documents[3];
+    const Scene* const scenes[3] = {&base, &mine, &theirs};
+    for (u64 i = 0; i < 3; ++i)
+        if (!documents[i].parse(scenes[i]->text())) {
+            error = kTooDeep;
+            return false;
+        }
+    impl::SceneMerger merger(documents[0], documents[1], documents[2], options);
+    const impl::SceneDocument made = merger.run();
+    conflicts = merger.takeConflicts();
+    // What a text leaves to its nodes' types takes them.
+    for (const Scene* scene : scenes)
+        shareLibraries(*scene, merged);
+    return readsBack(merged, made.text(), error);
+}
+
+} // namespace qv::kelvo_sdk

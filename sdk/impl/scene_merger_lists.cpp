@@ -1,0 +1,351 @@
+#include "sdk/impl/scene_differ.h"
+#include "sdk/impl/scene_merger.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+// ---- Lists ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+using Keys = std::vector<std::string>;
+
+String textOf(const DocNode& node) {
+    return SceneDocument::textOf(node);
+}
+String textOf(const DocAttr& attr) {
+    return SceneDocument::textOf(attr, false);
+}
+
+std::optional<String> textOrNone(std::string_view text) {
+    return text.empty() ? std::optional<String>() : String(text);
+}
+
+String joined(const Keys& keys) {
+    std::string text;
+    for (const std::string& key : keys)
+        text += (text.empty() ? "" : ", ") + key;
+    return String(std::string_view(text));
+}
+
+// Those of the keys that the others have too, in their order.
+template<typename Others>
+Keys common(const Keys& keys, const Others& others) {
+    Keys found;
+    std::ranges::copy_if(keys, std::back_inserter(found),
+                         [&](const std::string& key) { return others.contains(key); });
+    return found;
+}
+
+// Adds what only another list has, behind what it stands behind there.
+Keys withAdded(const Keys& first, const Keys& second) {
+    const std::unordered_set<std::string> inFirst(first.begin(), first.end());
+    const std::unordered_set<std::string> inSecond(second.begin(), second.end());
+    std::unordered_map<std::string, Keys> behind;
+    std::string place;
+    for (const std::string& key : second) {
+        if (inFirst.contains(key))
+            place = key;
+        else
+            behind[place].push_back(key);
+    }
+    Keys made;
+    const auto add = [&](const std::string& at) {
+        if (const auto found = behind.find(at); found != behind.end())
+            made.insert(made.end(), found->second.begin(), found->second.end());
+    };
+    std::string last;
+    for (const std::string& key : first) {
+        // What only the first has there comes before what only the second has there.
+        if (inSecond.contains(key)) {
+            add(last);
+            last = key;
+        }
+        made.push_back(key);
+    }
+    add(last);
+    return made;
+}
+
+bool areLinks(const DocAttr& array) {
+    std::unordered_set<std::string_view> met;
+    return std::ranges::all_of(array.members, [&](const DocAttr& element) {
+        return element.type == AttrType::Node && element.source.empty() && element.notes.empty() &&
+               element.value != "null" && met.insert(element.value).second;
+    });
+}
+
+Keys linksOf(const DocAttr& array) {
+    Keys keys;
+    for (const DocAttr& element : array.members)
+        keys.emplace_back(element.value);
+    return keys;
+}
+
+bool areSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) {
+    return std::ranges::equal(a, b,
+                              [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); });
+}
+
+std::optional<String> stretchText(const std::vector<DocAttr>& elements) {
+    Keys texts;
+    for (const DocAttr& element : elements)
+        texts.emplace_back(SceneDocument::elementText(element).buf());
+    return textOrNone(joined(texts).view());
+}
+
+// For each thing of the base where it stays in a later list.
+std::vector<u64> placesIn(const DocAttr& base, const DocAttr& later) {
+    const ListMatch match = matchElements(base, later, LinkNames());
+    std::vector<u64> places(base.members.size(), noIndex);
+    for (u64 i = 0; i < match.from.size(); ++i)
+        if (match.from[i] != noIndex && match.stays[i]) places[match.from[i]] = i;
+    return places;
+}
+
+} // namespace
+
+// Tells whether the merged scene lacks something. `kept` is what it has when one side's version is
+// all there is to it.
+template<typename Item>
+bool SceneMerger::isRemoved(const std::string& path, const Versions<Item>& item,
+                            const Item*& kept) {
+    kept = nullptr;
+    if (item.mine && item.theirs) return false;
+    kept = item.mine ? item.mine : item.theirs;
+    if (!item.base) return false;
+    if (isSame(*kept, *item.base)) return true;
+    const auto text = [](const Item* version) {
+        return version ? textOf(*version) : std::optional<String>();
+    };
+    const char* reason = item.mine ? "mine changed it and theirs removed it"
+                                   : "theirs changed it and mine removed it";
+    conflict(path, "", text(item.base), text(item.mine), text(item.theirs), reason);
+    const bool isTheirs = kept == item.theirs;
+    return m_options.preferred && takesTheirs() != isTheirs;
+}
+
+template bool SceneMerger::isRemoved(const std::string&, const Versions<DocNode>&, const DocNode*&);
+
+SceneMerger::List SceneMerger::mergeLists(const std::string& path, const Versions<List>& lists,
+                                          bool isOutput) {
+    const List* const versions[3] = {lists.base, lists.mine, lists.theirs};
+    if (areSame(*lists.mine, *lists.theirs) || areSame(*lists.theirs, *lists.base))
+        return *lists.mine;
+    const AttrKeys found[3] = {AttrKeys(*lists.base), AttrKeys(*lists.mine),
+                               AttrKeys(*lists.theirs)};
+    Keys keys[3];
+    for (u64 side = 0; side < 3; ++side)
+        for (u64 i = 0; i < versions[side]->size(); ++i)
+            keys[side].push_back(keyText(found[side][i]));
+    const auto in = [&](u64 side, const std::string& key) {
+        const u64 place = found[side].find(keyOf(key));
+        return place != noIndex ? &(*versions[side])[place] : nullptr;
+    };
+    List merged;
+    std::unordered_map<std::string, u64> kept;
+    for (u64 side = 1; side < 3; ++side)
+        for (const std::string& key : keys[side]) {
+            if (kept.contains(key)) continue;
+            const Versions<DocAttr> attr{in(0, key), in(1, key), in(2, key)};
+            const std::string place = path + '.' + key;
+            const DocAttr* whole = nullptr;
+            if (isRemoved(place, attr, whole)) continue;
+            kept.emplace(key, merged.size());
+            merged.push_back(whole ? *whole : mergeAttr(place, attr, isOutput));
+            mark(merged.back().comments);
+        }
+    List made;
+    for (const std::string& key : mergeOrder(path, {&keys[0], &keys[1], &keys[2]}, kept))
+        made.push_back(std::move(merged[kept.at(key)]));
+    return made;
+}
+
+DocAttr SceneMerger::mergeAttr(const std::string& path, const Versions<DocAttr>& attr,
+                               bool isOutput) {
+    const DocAttr& mine = *attr.mine;
+    const DocAttr& theirs = *attr.theirs;
+    if (isSame(mine, theirs) || (attr.base && isSame(theirs, *attr.base))) return mine;
+    if (attr.base && isSame(mine, *attr.base)) return theirs;
+    const bool isOther = !mayBecome(mine, theirs);
+    if (isOther || (attr.base && !mayBecome(*attr.base, mine))) {
+        const auto text = [&](const DocAttr& version) {
+            return SceneDocument::textOf(version, isOutput);
+        };
+        const auto base = attr.base ? text(*attr.base) : std::optional<String>();
+        conflict(path, "", base, text(mine), text(theirs));
+        return takesTheirs() ? theirs : mine;
+    }
+    DocAttr blank;
+    blank.type = mine.type;
+    blank.elementType = mine.elementType;
+    const DocAttr& base = attr.base ? *attr.base : blank;
+    const Versions<DocAttr> versions{&base, &mine, &theirs};
+    DocAttr made;
+    made.name = mine.name;
+    mergeKind(path, versions, made);
+    made.source = mergeText(path, "source", {base.source, mine.source, theirs.source});
+    made.notes = mergeNotes(path, versions);
+    made.comments = mergeComments(path, commentsOf(base.comments), commentsOf(mine.comments),
+                                  commentsOf(theirs.comments));
+    if (made.isObject())
+        made.members = mergeLists(path, {&base.members, &mine.members, &theirs.members}, false);
+    if (made.isArray()) made.members = mergeElements(path, versions);
+    return made;
+}
+
+// A value goes with its kind.
+void SceneMerger::mergeKind(const std::string& path, const Versions<DocAttr>& attr, DocAttr& made) {
+    const DocAttr& base = *attr.base;
+    const DocAttr& mine = *attr.mine;
+    const DocAttr& theirs = *attr.theirs;
+    const auto take = [&](const DocAttr& from) {
+        made.type = from.type;
+        made.elementType = from.elementType;
+        made.kind = from.kind;
+        made.value = from.value;
+    };
+    take(mine);
+    if (mine.kind == theirs.kind) {
+        made.value = mergeText(path, "value", {base.value, mine.value, theirs.value});
+        return;
+    }
+    const auto isAsBase = [&](const DocAttr& version) {
+        return version.kind == base.kind && version.value == base.value;
+    };
+    if (isAsBase(theirs)) return;
+    if (isAsBase(mine)) return take(theirs);
+    const auto text = [](const DocAttr& version) {
+        return textOrNone(std::string(version.kind) + ' ' + std::string(version.value));
+    };
+    conflict(path, "kind", text(base), text(mine), text(theirs));
+    if (takesTheirs()) take(theirs);
+}
+
+std::vector<DocNote> SceneMerger::mergeNotes(const std::string& path,
+                                             const Versions<DocAttr>& attr) {
+    const auto& [base, mine, theirs] = attr;
+    if (mine->notes == theirs->notes || theirs->notes == base->notes) return mine->notes;
+    if (mine->notes == base->notes) return theirs->notes;
+    const auto text = [](const DocAttr& version, std::string_view name) {
+        const auto note = std::ranges::find(version.notes, name, &DocNote::name);
+        return note != version.notes.end() ? std::optional(note->text) : std::nullopt;
+    };
+    const auto shown = [](std::optional<std::string_view> note) {
+        return note ? String(*note) : std::optional<String>();
+    };
+    std::vector<DocNote> made = mine->notes;
+    std::vector<std::string_view> names;
+    for (const DocAttr* version : {base, mine, theirs})
+        for (const DocNote& note : version->notes)
+            if (std::ranges::find(names, note.name) == names.end()) names.push_back(note.name);
+    for (const std::string_view name : names) {
+        const auto was = text(*base, name);
+        const auto own = text(*mine, name);
+        const auto other = text(*theirs, name);
+        if (own == other || other == was) continue;
+        const bool isConflict = own != was;
+        if (isConflict) conflict(path, name, shown(was), shown(own), shown(other));
+        if (!isConflict || takesTheirs()) setNote(made, name, other);
+    }
+    return made;
+}
+
+SceneMerger::List SceneMerger::mergeElements(const std::string& path,
+                                             const Versions<DocAttr>& array) {
+    const auto& [base, mine, theirs] = array;
+    if (areSame(mine->members, theirs->members) || areSame(theirs->members, base->members))
+        return mine->members;
+    if (areSame(mine->members, base->members)) return theirs->members;
+    if (areLinks(*base) && areLinks(*mine) && areLinks(*theirs)) return mergeLinks(path, array);
+    return mergeStretches(path, array);
+}
+
+// Links of which none stands twice are a list of names.
+SceneMerger::List SceneMerger::mergeLinks(const std::string& path, const Versions<DocAttr>& array) {
+    const Keys base = linksOf(*array.base);
+    const Keys mine = linksOf(*array.mine);
+    const Keys theirs = linksOf(*array.theirs);
+    const std::unordered_set<std::string> inBase(base.begin(), base.end());
+    const std::unordered_set<std::string> inMine(mine.begin(), mine.end());
+    const std::unordered_set<std::string> inTheirs(theirs.begin(), theirs.end());
+    std::unordered_map<std::string, u64> kept;
+    List elements;
+    for (const DocAttr* side : {array.mine, array.theirs})
+        for (const DocAttr& element : side->members) {
+            const std::string key(element.value);
+            const bool isRemovedByOne =
+                inBase.contains(key) && !(inMine.contains(key) && inTheirs.contains(key));
+            if (!isRemovedByOne && kept.emplace(key, elements.size()).second)
+                elements.push_back(element);
+        }
+    List made;
+    for (const std::string& key : mergeOrder(path, {&base, &mine, &theirs}, kept))
+        made.push_back(elements[kept.at(key)]);
+    return made;
+}
+
+// Goes from one element that both sides kept to the next.
+SceneMerger::List SceneMerger::mergeStretches(const std::string& path,
+                                              const Versions<DocAttr>& array) {
+    const List& base = array.base->members;
+    const List& mine = array.mine->members;
+    const List& theirs = array.theirs->members;
+    const std::vector<u64> inMine = placesIn(*array.base, *array.mine);
+    const std::vector<u64> inTheirs = placesIn(*array.base, *array.theirs);
+    List made;
+    u64 from[3] = {0, 0, 0};
+    const auto cut = [](const List& list, u64 first, u64 end) {
+        return List(list.begin() + static_cast<i64>(first), list.begin() + static_cast<i64>(end));
+    };
+    const auto mergeUpTo = [&](u64 baseEnd, u64 mineEnd, u64 theirEnd) {
+        const List parts[3] = {cut(base, from[0], baseEnd), cut(mine, from[1], mineEnd),
+                               cut(theirs, from[2], theirEnd)};
+        mergeStretch(path, {&parts[0], &parts[1], &parts[2]}, made);
+    };
+    for (u64 i = 0; i < base.size(); ++i) {
+        if (inMine[i] == noIndex || inTheirs[i] == noIndex) continue;
+        mergeUpTo(i, inMine[i], inTheirs[i]);
+        const std::string place = path + '[' + std::to_string(made.size()) + ']';
+        const Versions<DocAttr> element{&base[i], &mine[inMine[i]], &theirs[inTheirs[i]]};
+        made.push_back(mergeAttr(place, element, false));
+        from[0] = i + 1;
+        from[1] = inMine[i] + 1;
+        from[2] = inTheirs[i] + 1;
+    }
+    mergeUpTo(base.size(), mine.size(), theirs.size());
+    return made;
+}
+
+void SceneMerger::mergeStretch(const std::string& path, const Versions<List>& stretch, List& made) {
+    const auto& [base, mine, theirs] = stretch;
+    const bool isMine = areSame(*mine, *theirs) || areSame(*theirs, *base);
+    const bool isTheirs = !isMine && areSame(*mine, *base);
+    if (!isMine && !isTheirs) {
+        const std::string place = path + '[' + std::to_string(made.size()) + ']';
+        conflict(place, "", stretchText(*base), stretchText(*mine), stretchText(*theirs));
+    }
+    const List& taken = isTheirs || (!isMine && takesTheirs()) ? *theirs : *mine;
+    made.insert(made.end(), taken.begin(), taken.end());
+}
+
+std::vector<std::string> SceneMerger::mergeOrder(const std::string& path,
+                                                 const Versions<std::vector<std::string>>& keys,
+                                                 const std::unordered_map<std::string, u64>& kept) {
+    const Keys mine = common(*keys.mine, kept);
+    const Keys theirs = common(*keys.theirs, kept);
+    const std::unordered_set<std::string> inMine(mine.begin(), mine.end());
+    const std::unordered_set<std::string> inTheirs(theirs.begin(), theirs.end());
+    const std::unordered_set<std::string> inBase(keys.base->begin(), keys.base->end());
+    const Keys wasOrder = common(common(*keys.base, inMine), inTheirs);
+    const Keys mineOrder = common(common(mine, inTheirs), inBase);
+    const Keys theirOrder = common(common(theirs, inMine), inBase);
+    if (theirOrder == wasOrder || theirOrder == mineOrder) return withAdded(mine, theirs);
+    if (mineOrder == wasOrder) return withAdded(theirs, mine);
+    conflict(path, "order", joined(wasOrder), joined(mineOrder), joined(theirOrder));
+    return takesTheirs() ? withAdded(theirs, mine) : withAdded(mine, theirs);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,35 @@
+#include "sdk/impl/input.h"
+#include "sdk/impl/modifiers.h"
+#include "sdk/impl/scene.h"
+
+// ---- Modifiers -----------------------------------------------------------------------------
+// What the modifiers of a node write hides what its user set, and never replaces it.
+
+namespace qv::kelvo_sdk::impl {
+
+Modifiers& Scene::modifiers() {
+    if (!m_modifiers) m_modifiers = std::make_unique<Modifiers>(*this);
+    return *m_modifiers;
+}
+
+bool Scene::isModified(const Node& node) const {
+    return m_modifiers && m_modifiers->has(node);
+}
+
+void Scene::applyModifiers(INode* node) {
+    if (node && contains(*node)) modifiers().watch(static_cast<Node&>(*node));
+}
+
+void Scene::modify(const IInput* input) {
+    const auto& changed = static_cast<const Input&>(*input);
+    const bool isList = isModifierList(changed);
+    if (!isList && (!m_modifiers || m_modifiers->isIdle())) return;
+    auto* node = static_cast<Node*>(changed.node());
+    if (!node || !contains(*node)) return;
+    if (isList)
+        modifiers().watch(*node);
+    else
+        m_modifiers->changed(*node, changed);
+}
+
+} // namespace qv::kelvo_sdk::impl

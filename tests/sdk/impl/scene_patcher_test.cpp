@@ -1,0 +1,116 @@
+#include "sdk/scene_diff.h"
+
+#include "tests/support/random_scene.h"
+#include "tests/support/scene_text.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+using tests::sceneOf;
+using tests::textOf;
+
+std::string node(const char* name, const char* body = "") {
+    return std::string("node light \"") + name + "\" {\n" + body + "}\n";
+}
+
+TEST(ScenePatcher, ApplyTo_OfTwoRandomScenes_GivesTheSecondByteForByte) {
+    for (unsigned seed = 0; seed < 1500; ++seed) {
+        tests::RandomScene model(seed);
+        const Scene before = sceneOf(model.text());
+        for (unsigned i = 0; i <= seed % 12; ++i)
+            model.edit();
+        const std::string after = textOf(sceneOf(model.text()));
+        const auto diff = SceneDiff::between(before, sceneOf(model.text()));
+        const std::string was = textOf(before);
+        String error;
+        ASSERT_TRUE(diff.applyTo(before, error)) << "seed " << seed << ": " << error.buf();
+        ASSERT_EQ(textOf(before), after) << "seed " << seed << "\n" << was;
+        EXPECT_EQ(diff.isEmpty(), was == after) << "seed " << seed;
+    }
+}
+
+TEST(ScenePatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
+    for (unsigned seed = 0; seed < 300; ++seed) {
+        const Scene before = sceneOf(tests::RandomScene(seed).text());
+        const Scene after = sceneOf(tests::RandomScene(seed + 100000).text());
+        String error;
+        ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
+        ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
+    }
+}
+
+TEST(ScenePatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNothing) {
+    struct Case {
+        const char* scene;
+        const char* expected;
+    };
+    const std::string before = node("a", "Real r = 1\nArray<Real> x = [1]\n") + node("b");
+    const std::string after =
+        node("a", "Real r = 2\nArray<Real> x = [1, 7]\nReal s = 1\n") + node("c", "Int i = 1\n");
+    const auto diff = SceneDiff::between(sceneOf(before), sceneOf(after));
+    const Case cases[] = {
+        {"Real r = 3\nArray<Real> x = [1]\n",
+         "cannot change a.r: value is '3' and not '1' as it was."},
+        {"Array<Real> x = [1]\n", "cannot change a.r: there is no 'r'."},
+        {"Real r = 1\n", "cannot add a.x[1]: there is no 'x'."},
+        {"Real r = 1\nArray<Real> x = []\n", "cannot add a.x[1]: that place is not there."},
+        {"Real r = 1\nArray<Real> x = [1]\nReal s = 2\n", "cannot add a.s: it is there already."},
+    };
+    for (const auto& [body, expected] : cases) {
+        const Scene scene = sceneOf(node("a", body) + node("b"));
+        const std::string was = textOf(scene);
+        String error;
+        EXPECT_FALSE(diff.applyTo(scene, error)) << body;
+        EXPECT_STREQ(error.buf(), expected);
+        EXPECT_EQ(textOf(scene), was);
+    }
+}
+
+TEST(ScenePatcher, ApplyTo_WithValuesAlone_KeepsTheNodes) {
+    const Scene scene =
+        sceneOf(node("a", "Real r = 1\nNode n = null\nReal x = 0\noutput Real o\n") +
+                node("b", "output Real o\n"));
+    const Node kept = scene.findNode("a");
+    const Scene after =
+        sceneOf(node("a", "Real r = 2\nNode n = b\nReal x = 0 <- b.o\noutput Real o\n") +
+                node("b", "output Real o\n"));
+    String error;
+    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    EXPECT_EQ(scene.findNode("a").get(), kept.get());
+    EXPECT_EQ(textOf(scene), textOf(after));
+}
+
+TEST(ScenePatcher, ApplyTo_ADiffThatBreaksTheScene_ChangesNothing) {
+    const auto refuses = [](SceneChange change, const char* expected) {
+        const Scene scene = sceneOf(node("a", "Real r = 1\nNode n = null\noutput Real o\n"));
+        const std::string was = textOf(scene);
+        SceneDiff diff;
+        diff.add(std::move(change));
+        String error;
+        EXPECT_FALSE(diff.applyTo(scene, error));
+        EXPECT_NE(error.view().find(expected), std::string_view::npos) << error.buf();
+        EXPECT_EQ(textOf(scene), was);
+    };
+    using enum SceneChange::Action;
+    using enum SceneChange::Subject;
+    refuses({Change, Input, "a.n", "value", "null", "gone"}, "gone");
+    refuses({Change, Input, "a.r", "value", "1", "2\n    Real s = 1"}, "no such text");
+    refuses({Change, Input, "a.r", "source", {}, "a.o"}, "a.o");
+    refuses({Change, Input, "a.r", "comment.trailing", {}, "x"}, "no comment");
+    refuses({Change, Input, "a.r", "colour", {}, "x"}, "no field 'colour'");
+    refuses({Change, Input, "a.r", "kind", "Real", "Object"}, "cannot take the place");
+    refuses({Change, Node, "a", "type", "light", "x \"y\" {}"}, "cannot stand there");
+    refuses({Change, Element, "a.r", "value", "1", "2"}, "no element");
+    refuses({Remove, Node, "a", {}, "node light \"a\" {\n}"}, "as it was");
+    refuses({Rename, Node, "a", {}, "a", "1"}, "no identifier");
+    refuses({Add, Node, "a", {}, {}, "node light \"a\" {\n}"}, "already");
+    refuses({Add, Input, "a.s", {}, {}, "Real t = 1"}, "of this name");
+    refuses({Add, Input, "a.s", {}, {}, "Real s = 1", "q"}, "no 'q' to stand behind");
+    refuses({Change, Input, "a.r[", "value", "1", "2"}, "no path");
+    refuses({Change, Input, "", "value", "1", "2"}, "no node ''");
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk

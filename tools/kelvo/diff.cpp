@@ -1,0 +1,61 @@
+#include "tools/kelvo/commands.h"
+
+#include "tools/kelvo/diff_json.h"
+#include "tools/kelvo/diff_text.h"
+#include "tools/kelvo/document.h"
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::Scene;
+using kelvo_sdk::SceneDiff;
+
+constexpr const char* diffHelp =
+    "Compares nodes, attributes, values, links, connections, order and comments, not\n"
+    "lines. A node that comes back under another name with the same or nearly the same\n"
+    "attributes is renamed.\n\n"
+    "Exit status: 0 when the scenes say the same, 1 when they do not, 2 in trouble.";
+
+struct DiffOptions {
+    String before;
+    String after;
+    String format = "text";
+    bool ignoreComments = false;
+    bool quiet = false;
+};
+
+Status runDiff(const DiffOptions& options, Terminal& out) {
+    const bool isJson = options.format == "json";
+    if (!isJson && options.format != "text") {
+        complain("'" + options.format + "' is no format: expected text or json.");
+        return Status::Usage;
+    }
+    const Scene before = Scene::create();
+    const Scene after = Scene::create();
+    if (!loadScene(options.before, before) || !loadScene(options.after, after))
+        return Status::Usage;
+    String error;
+    const auto diff = SceneDiff::between(before, after, {!options.ignoreComments}, &error);
+    if (!error.isEmpty()) {
+        complain(error);
+        return Status::Usage;
+    }
+    if (!options.quiet && isJson) out.write(toJson(diff).view());
+    if (!options.quiet && !isJson) writeChanges(diff, out);
+    return diff.isEmpty() ? Status::Ok : Status::Fault;
+}
+
+} // namespace
+
+void addDiff(CommandLine& line) {
+    auto [command, options] = line.add("diff", "Tell what two scenes say differently", &runDiff);
+    command.addNote(diffHelp);
+    command.add("A", options.before, "Scene file").required();
+    command.add("B", options.after, "Scene file that came later").required();
+    command.add("--format", options.format, "text, or json for `patch`").showDefault();
+    command.add("--ignore-comments", options.ignoreComments, "Let comments count as nothing");
+    command.add("--quiet", options.quiet, "Tell by the exit status alone");
+}
+
+} // namespace qv::kelvo_tool

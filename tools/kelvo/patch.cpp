@@ -1,0 +1,60 @@
+#include "tools/kelvo/commands.h"
+
+#include "tools/kelvo/diff_json.h"
+#include "tools/kelvo/document.h"
+#include "tools/kelvo/files.h"
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::Scene;
+using kelvo_sdk::SceneDiff;
+
+constexpr const char* patchHelp =
+    "Makes the changes that `diff --format json` found, all or none: one that does not fit,\n"
+    "as the scene is not as it was, is told and nothing is written.";
+
+struct PatchOptions {
+    String file;
+    String patch;
+    /// Empty: the file itself.
+    String outFile;
+};
+
+bool loadPatch(const String& file, SceneDiff& diff) {
+    String text;
+    String error;
+    if (!readFile(file, text, error)) {
+        complain(error);
+        return false;
+    }
+    if (fromJson(text, diff, error)) return true;
+    complain(displayed(file) + ": " + error + ".");
+    return false;
+}
+
+Status runPatch(const PatchOptions& options, Terminal& out) {
+    const Scene scene = Scene::create();
+    SceneDiff diff;
+    if (!loadScene(options.file, scene) || !loadPatch(options.patch, diff)) return Status::Fault;
+    String error;
+    if (!diff.applyTo(scene, error)) {
+        complain(displayed(options.file) + ": " + error);
+        return Status::Fault;
+    }
+    const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
+    return saveScene(scene, target, out) ? Status::Ok : Status::Fault;
+}
+
+} // namespace
+
+void addPatch(CommandLine& line) {
+    auto [command, options] = line.add("patch", "Make the changes of a diff in a scene", &runPatch);
+    command.addNote(patchHelp);
+    command.add("SCENE", options.file, "Scene file").required();
+    command.add("PATCH", options.patch, "Changes as `diff --format json` writes them").required();
+    command.add("-o", options.outFile, "Where to write, SCENE itself by default");
+}
+
+} // namespace qv::kelvo_tool
