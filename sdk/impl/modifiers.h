@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sdk/impl/input.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/value.h"
 
