@@ -12,7 +12,13 @@ namespace {
 
 constexpr const char* kTooDeep = "a scene is nested too deep to be compared.";
 
+// An empty handle is an empty scene.
+bool readDocument(const Scene& scene, impl::SceneDocument& document) {
+    return !scene.get() || document.parse(scene.text());
+}
+
 void shareLibraries(const Scene& from, const Scene& to) {
+    if (!from.get()) return;
     const auto& scene = static_cast<const impl::Scene&>(*from.get());
     for (const auto& library : scene.libraries())
         to->addLibrary(library.get());
@@ -57,7 +63,7 @@ SceneDiff SceneDiff::between(const Scene& before, const Scene& after, const Diff
     SceneDiff diff;
     impl::SceneDocument earlier;
     impl::SceneDocument later;
-    if (earlier.parse(before.text()) && later.parse(after.text()))
+    if (readDocument(before, earlier) && readDocument(after, later))
         diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
     else if (error)
         *error = kTooDeep;
@@ -67,7 +73,7 @@ SceneDiff SceneDiff::between(const Scene& before, const Scene& after, const Diff
 bool SceneDiff::applyTo(const Scene& scene, String& error) const {
     impl::SceneDocument document;
     if (!scene.get() || !document.parse(scene.text())) {
-        error = kTooDeep;
+        error = scene.get() ? kTooDeep : "there is no scene.";
         return false;
     }
     if (m_changes.empty()) return true;
@@ -84,10 +90,14 @@ bool SceneDiff::applyTo(const Scene& scene, String& error) const {
 bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
                  const MergeOptions& options, const Scene& merged,
                  std::vector<MergeConflict>& conflicts, String& error) {
+    if (!merged.get()) {
+        error = "there is no scene.";
+        return false;
+    }
     impl::SceneDocument documents[3];
     const Scene* const scenes[3] = {&base, &mine, &theirs};
     for (u64 i = 0; i < 3; ++i)
-        if (!documents[i].parse(scenes[i]->text())) {
+        if (!readDocument(*scenes[i], documents[i])) {
             error = kTooDeep;
             return false;
         }

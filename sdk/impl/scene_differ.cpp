@@ -14,20 +14,8 @@ String copied(std::string_view text) {
     return String(text);
 }
 
-// Nothing stands for no text.
-std::optional<String> textOrNone(std::string_view text) {
-    return text.empty() ? std::optional<String>() : String(text);
-}
-
 String indexText(u64 index) {
     return String(std::string_view(std::to_string(index)));
-}
-
-String notesText(const std::vector<DocNote>& notes) {
-    DocAttr bare;
-    bare.notes = notes;
-    const String text = SceneDocument::elementText(bare);
-    return text.isEmpty() ? text : text.substr(1);
 }
 
 } // namespace

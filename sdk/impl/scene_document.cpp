@@ -113,6 +113,16 @@ String taken(StringIO& out) {
 
 const DocComments noComments;
 
+String notesText(const std::vector<DocNote>& notes) {
+    StringIO out;
+    for (const DocNote& note : notes) {
+        if (!out.isEmpty()) out.append(' ');
+        out.append(note.name);
+        if (!note.text.empty()) out.append(' ').append(note.text);
+    }
+    return out.take();
+}
+
 bool SceneDocument::parse(String text) {
     return DocumentParser(*this, keep(std::move(text))).parseScene();
 }

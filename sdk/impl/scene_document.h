@@ -116,4 +116,12 @@ QV_EXPORT extern const DocComments noComments;
     return comments ? *comments : noComments;
 }
 
+/// Lets nothing stand for an empty text.
+[[nodiscard]] inline std::optional<String> textOrNone(std::string_view text) {
+    return text.empty() ? std::optional<String>() : String(text);
+}
+
+/// Returns notes as they stand behind a value.
+[[nodiscard]] String notesText(const std::vector<DocNote>& notes);
+
 } // namespace qv::kelvo_sdk::impl

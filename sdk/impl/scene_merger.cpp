@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
@@ -35,10 +36,6 @@ void appendMarked(const char* who, const std::optional<String>& text, std::strin
     line += shown.size() > kMostMarked ? shown.substr(0, kMostMarked) + "..." : shown;
 }
 
-std::optional<String> textOrNone(std::string_view text) {
-    return text.empty() ? std::optional<String>() : String(text);
-}
-
 } // namespace
 
 NodePlaces::NodePlaces(const SceneDocument& document) {
@@ -60,19 +57,21 @@ bool NodePlaces::listsOutput(std::string_view path) const {
     return static_cast<u64>(count) >= wanted.ordinal;
 }
 
+bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept {
+    return std::ranges::equal(a, b,
+                              [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); });
+}
+
 bool isSame(const DocAttr& a, const DocAttr& b) noexcept {
-    const auto areSame = [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); };
     return a.kind == b.kind && a.name == b.name && a.value == b.value && a.source == b.source &&
            a.notes == b.notes && commentsOf(a.comments) == commentsOf(b.comments) &&
-           std::ranges::equal(a.members, b.members, areSame);
+           isSame(a.members, b.members);
 }
 
 bool isSame(const DocNode& a, const DocNode& b) noexcept {
-    const auto areSame = [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); };
     return a.type == b.type && a.bases == b.bases && a.name == b.name && a.flags == b.flags &&
-           commentsOf(a.comments) == commentsOf(b.comments) &&
-           std::ranges::equal(a.inputs, b.inputs, areSame) &&
-           std::ranges::equal(a.outputs, b.outputs, areSame);
+           commentsOf(a.comments) == commentsOf(b.comments) && isSame(a.inputs, b.inputs) &&
+           isSame(a.outputs, b.outputs);
 }
 
 SceneDocument SceneMerger::run() {
@@ -119,8 +118,10 @@ void SceneMerger::unifyNames() {
         const bool isTaken = (made != inMine && mineNames.contains(folded)) ||
                              (made != inTheirs && theirNames.contains(folded));
         if (isTaken && !String(made).equalsNoCase(name)) continue;
-        if (isBoth && inMine != inTheirs)
+        if (isBoth && inMine != inTheirs) {
             conflict(std::string(made), "name", String(name), String(inMine), String(inTheirs));
+            m_nameMarks[made] = std::exchange(m_marks, {});
+        }
         base.add(name, made);
         mine.add(inMine, made);
         theirs.add(inTheirs, made);
@@ -147,6 +148,8 @@ void SceneMerger::mergeNodes() {
             if (isRemoved(key, node, whole)) continue;
             kept.emplace(key, merged.size());
             merged.push_back(whole ? *whole : mergeNode(node));
+            if (const auto marks = m_nameMarks.find(merged.back().name); marks != m_nameMarks.end())
+                m_marks = marks->second + m_marks;
             mark(merged.back().comments);
         }
     for (const std::string& key : mergeOrder("", {&keys[0], &keys[1], &keys[2]}, kept))

@@ -22,9 +22,10 @@ private:
 
 /// Merges what two sides made of a document.
 ///
-///     Nodes     scene_merger.cpp         names, nodes, fields
-///     Lists     scene_merger_lists.cpp   attributes, elements, order
-///     Links     scene_merger_links.cpp   references to what one side removed
+///     Nodes     scene_merger.cpp            names, nodes, fields
+///     Lists     scene_merger_lists.cpp      attributes, order
+///     Elements  scene_merger_elements.cpp   of arrays
+///     Links     scene_merger_links.cpp      references to what one side removed
 ///
 /// What one side changed counts against what the other left; what both changed differently is a
 /// conflict.
@@ -75,15 +76,18 @@ private:
     DocAttr mergeAttr(const std::string& path, const Versions<DocAttr>& attr, bool isOutput);
     void mergeKind(const std::string& path, const Versions<DocAttr>& attr, DocAttr& made);
     std::vector<DocNote> mergeNotes(const std::string& path, const Versions<DocAttr>& attr);
-    List mergeElements(const std::string& path, const Versions<DocAttr>& array);
-    List mergeLinks(const std::string& path, const Versions<DocAttr>& array);
-    List mergeStretches(const std::string& path, const Versions<DocAttr>& array);
-    void mergeStretch(const std::string& path, const Versions<List>& stretch, List& made);
     template<typename Item>
     bool isRemoved(const std::string& path, const Versions<Item>& item, const Item*& kept);
     std::vector<std::string> mergeOrder(const std::string& path,
                                         const Versions<std::vector<std::string>>& keys,
                                         const std::unordered_map<std::string, u64>& kept);
+
+    // ---- Elements --------------------------------------------------------------------------
+
+    List mergeElements(const std::string& path, const Versions<DocAttr>& array);
+    List mergeLinks(const std::string& path, const Versions<DocAttr>& array);
+    List mergeStretches(const std::string& path, const Versions<DocAttr>& array);
+    void mergeStretch(const std::string& path, const Versions<List>& stretch, List& made);
 
     // ---- Links -----------------------------------------------------------------------------
 
@@ -101,6 +105,8 @@ private:
     std::vector<MergeConflict> m_conflicts;
     // Comment lines for the next thing that may have some.
     std::string m_marks;
+    // The same for nodes whose name is in conflict.
+    std::unordered_map<std::string_view, std::string> m_nameMarks;
     NodePlaces m_baseNodes;
     NodePlaces m_mineNodes;
     NodePlaces m_theirNodes;
@@ -110,5 +116,8 @@ private:
 /// Tells whether two say the same, comments included.
 [[nodiscard]] bool isSame(const DocAttr& a, const DocAttr& b) noexcept;
 [[nodiscard]] bool isSame(const DocNode& a, const DocNode& b) noexcept;
+[[nodiscard]] bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept;
+/// Returns the texts with commas between them.
+[[nodiscard]] String joined(const std::vector<std::string>& texts);
 
 } // namespace qv::kelvo_sdk::impl

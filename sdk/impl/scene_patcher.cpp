@@ -9,10 +9,6 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-std::optional<String> textOrNone(std::string_view text) {
-    return text.empty() ? std::optional<String>() : String(text);
-}
-
 // The part of comments that a field names, null for another field.
 const std::string_view* commentPart(const DocComments& comments, std::string_view field) {
     if (field == "comment.leading") return &comments.leading;
@@ -20,16 +16,6 @@ const std::string_view* commentPart(const DocComments& comments, std::string_vie
     if (field == "comment.inner") return &comments.inner;
     if (field == "comment.trailing") return &comments.trailing;
     return nullptr;
-}
-
-String notesText(const std::vector<DocNote>& notes) {
-    StringIO out;
-    for (const DocNote& note : notes) {
-        if (!out.isEmpty()) out.append(' ');
-        out.append(note.name);
-        if (!note.text.empty()) out.append(' ').append(note.text);
-    }
-    return out.take();
 }
 
 constexpr u64 kMostShown = 200;

@@ -41,8 +41,8 @@ constexpr std::array<ValidationRule, 18> rules{{
      "Removes the element."},
     {"idle-modifier", warning, "A modifier's type has no callback that modifies.", nullptr},
     {"mesh-mismatch", error, "The buffers of a mesh do not agree.", nullptr},
-    {"empty-mesh", warning, "A mesh has no positions.", nullptr},
-    {"empty-path", warning, "A node that stands for a file names none.", nullptr},
+    {"empty-mesh", note, "A mesh has no positions.", nullptr},
+    {"empty-path", note, "A node that stands for a file names none.", nullptr},
     {"unused-node", note, "Nothing reads the outputs of a node or links to it.", nullptr},
 }};
 static_assert(rules.size() == static_cast<u64>(impl::Rule::UnusedNode) + 1);

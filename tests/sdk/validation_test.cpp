@@ -1,6 +1,8 @@
 #include "sdk/validation.h"
 
 #include "tests/support/findings.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/recording_scene.h"
 
 #include <gtest/gtest.h>
 
@@ -74,6 +76,7 @@ TEST(ValidationFix, MissingAttributes_AreAsDefined) {
     EXPECT_EQ(scene["b"]["shade"]->hash({}), whole["shade"]->hash({}));
     EXPECT_EQ(scene["b"]["size"].get<double>(), 1);
     EXPECT_TRUE(scene["a"].output("corners")->hasDataType(DataType::Pos3f));
+    const tests::LogCapture log;
     EXPECT_FALSE(scene["b"]["size"].set(12.0)) << "the bounds are the definition's";
 }
 
@@ -84,6 +87,24 @@ TEST(ValidationFix, Findings_BelowTheSeverityStay) {
     EXPECT_TRUE(report.fixed.empty());
     EXPECT_EQ(told(report.left), found(scene));
     EXPECT_EQ(tests::textOf(scene), before);
+}
+
+TEST(ValidationFix, AllFixes_AreOneStep) {
+    tests::Journal journal;
+    const auto recording = tests::RecordingScene::make(journal);
+    const Scene scene(recording.get());
+    EXPECT_EQ(
+        tests::errorsOf("node xform \"a\" {\n Array<Node> children = [null, null]\n}\n", scene),
+        "");
+    journal.take();
+    fixFindings(scene, Severity::Error);
+    EXPECT_EQ(journal.take(), "");
+    EXPECT_EQ(fixFindings(scene).fixed.size(), 2u);
+    const std::string steps = journal.take();
+    EXPECT_EQ(steps.find("begin"), 0u) << steps;
+    EXPECT_EQ(steps.rfind("begin"), 0u) << steps;
+    const std::string end = "record(Fix 2 problems|Undo fix of 2 problems)";
+    EXPECT_EQ(steps.find(end), steps.size() - end.size()) << steps;
 }
 
 TEST(ValidationFix, AppliedTwice_DoesNothingMore) {

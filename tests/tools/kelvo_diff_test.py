@@ -104,7 +104,26 @@ class Diff(DiffTest):
         self.assertEqual(ran.stdout.count("+ "), 4)
 
 
+TYPED = """\
+node add "sum" {
+    Real b = 2%s
+}
+node multiply "product" {
+}
+"""
+
+
 class Patch(DiffTest):
+    def test_what_is_left_to_types_is_known(self):
+        self.write("a.kns", scene(TYPED % ""))
+        self.write("b.kns", scene(TYPED % " <- product.result"))
+        self.expect(1, "diff", "a.kns", "b.kns",
+                    out="~ sum.b source: nothing -> product.result\n")
+        self.diff("a.kns", "b.kns")
+        self.expect(0, "patch", "a.kns", "p.json", out="")
+        self.expect(0, "diff", "a.kns", "b.kns", out="")
+        self.expect(0, "eval", "a.kns", "sum.result")
+
     def test_a_diff_brings_back_the_other_scene(self):
         self.edited(("radius = 0.5", "radius = 0.7"), ("[lamp, desk]", "[desk, null, lamp]"),
                     ("    Int fixed = 1 @readonly\n", ""), ("# A room.\n", ""))

@@ -214,7 +214,7 @@ class Check(ToolTest):
     def test_mesh_buffers_have_to_agree(self):
         start = 'node mesh "m" {\n    Buffer<Pos3f> positions = [(0 0 0) (1 0 0)]\n'
         advice = ("; normals and uvs need one for each position, indices stay below their "
-                  "number).\n")
+                  "number). [mesh-mismatch]\n")
         for line, counts in (
                 ("Buffer<Vec3f> normals = [(0 0 1)]", "2 positions, 1 normals"),
                 ("Buffer<UInt32> indices = [0 1 2]", "2 positions, 3 indices")):
@@ -228,13 +228,13 @@ class Check(ToolTest):
         self.expect(0, "check", "-", given=scene(xform("a", "null")),
                     out="standard input: 1 node, 0 errors, 1 warning\n",
                     error="kelvo: warning: standard input: node 'a': element [0] of 'children' "
-                          "links to no node.\n")
+                          "links to no node. [empty-child]\n")
 
     def test_cycles_of_children_are_warned_of(self):
         self.expect(0, "check", "-", given=scene(xform("a", "b"), xform("b", "a")),
                     out="standard input: 2 nodes, 0 errors, 1 warning\n",
                     error="kelvo: warning: standard input: node 'b' has 'a' as a child, which it "
-                          "is itself below.\n")
+                          "is itself below. [child-cycle]\n")
 
 
 class Stats(ToolTest):

@@ -1,97 +1,152 @@
 #include "tools/kelvo/commands.h"
 
+#include "sdk/impl/near_name.h"
+#include "tools/kelvo/check_report.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
-#include "tools/kelvo/hierarchy.h"
+#include "tools/kelvo/libraries.h"
 
+#include <algorithm>
 #include <string>
 
 namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::AttrType;
-using kelvo_sdk::interfaces::BufferView;
-using kelvo_sdk::interfaces::IInput;
-using kelvo_sdk::interfaces::INode;
+using kelvo_sdk::Finding;
+using kelvo_sdk::Scene;
+using kelvo_sdk::Severity;
 
-String number(u64 value) {
-    return String(std::string_view(std::to_string(value)));
-}
-
-/// Looks through a scene that could be read, and tells what it finds.
-class Checker {
-public:
-    Checker(const kelvo_sdk::Scene& scene, String source) : m_source(std::move(source)) {
-        for (u64 i = 0; i < scene.nodeCount(); ++i) {
-            checkMesh(*scene->node(i));
-            checkChildren(*scene->node(i));
-        }
-        const Hierarchy hierarchy(scene);
-        for (const auto& [node, child] : hierarchy.cycles())
-            note("node '" + node->name() + "' has '" + child->name() +
-                 "' as a child, which it is itself below.");
-    }
-
-    [[nodiscard]] u64 errors() const noexcept { return m_errors; }
-    [[nodiscard]] u64 warnings() const noexcept { return m_warnings; }
-
-private:
-    void fail(const String& message) {
-        ++m_errors;
-        complain(m_source + ": " + message);
-    }
-    void note(const String& message) {
-        ++m_warnings;
-        warn(m_source + ": " + message);
-    }
-
-    void checkMesh(const INode& node) {
-        if (node.checkMesh()) return;
-        String counts;
-        for (const char* name : {"positions", "normals", "uvs", "indices"}) {
-            BufferView view;
-            if (!node.hasInput(name, AttrType::Buffer)) continue;
-            if (!node.input(name)->readBuffer(view, false, nullptr)) continue;
-            counts = counts + (counts.isEmpty() ? "" : ", ") + number(view.count) + " " + name;
-        }
-        fail("node '" + node.name() + "': its mesh buffers do not agree (" + counts +
-             "; normals and uvs need one for each position, indices stay below their number).");
-    }
-
-    void checkChildren(const INode& node) {
-        const IInput* list = Hierarchy::childListOf(node);
-        for (u64 i = 0; list && i < list->inputCount(); ++i) {
-            INode* child = nullptr;
-            if (list->input(i)->readNode(child, false, nullptr) && child) continue;
-            note("node '" + node.name() + "': element [" + number(i) + "] of '" + list->name() +
-                 "' links to no node.");
-        }
-    }
-
-    String m_source;
-    u64 m_errors = 0;
-    u64 m_warnings = 0;
+struct CheckOptions {
+    StringVector files;
+    bool isFixing = false;
+    String severity = "warning";
+    String format = "text";
 };
 
-Status runCheck(const String& file, Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(file, scene)) return Status::Fault;
-    const Checker found(scene, displayed(file));
-    const auto counted = [](u64 count, const char* what) {
-        return number(count) + " " + what + (count == 1 ? "" : "s");
+String counted(u64 count, const char* what) {
+    return String(std::string_view(std::to_string(count))) + " " + what + (count == 1 ? "" : "s");
+}
+
+// Returns the place of a word in a list; the list's size, after telling, when it is not there.
+u64 findWord(const char* what, const String& word, const StringVector& words) {
+    kelvo_sdk::impl::NearName near(word.view());
+    for (u64 i = 0; i < words.size(); ++i) {
+        if (words[i] == word) return i;
+        near.offer(words[i].view());
+    }
+    complain(String("unknown ") + what + " '" + word + "'" + near.question());
+    return words.size();
+}
+
+// The file stayed as it was.
+void takeBack(CheckedFile& file) {
+    for (Finding& finding : file.fixed)
+        file.left.push_back(std::move(finding));
+    file.fixed.clear();
+}
+
+CheckedFile checkFile(const String& name, const CheckOptions& options, Severity least,
+                      const Libraries& libraries, Terminal& out) {
+    CheckedFile file;
+    file.file = name;
+    String text;
+    if (!readFile(name, text, file.fault)) return file;
+    const Scene scene = Scene::create();
+    libraries.addTo(scene);
+    if (!scene.read(std::move(text), displayed(name), &file.errors)) return file;
+    file.nodes = scene.nodeCount();
+    if (!options.isFixing) {
+        file.left = kelvo_sdk::validate(scene);
+        return file;
+    }
+    kelvo_sdk::FixReport report = kelvo_sdk::fixFindings(scene, least);
+    file.fixed = std::move(report.fixed);
+    file.left = std::move(report.left);
+    const String written = scene.text();
+    if (isStream(name))
+        out.write(written.view());
+    else if (!file.fixed.empty() && !writeFile(name, written.view(), file.fault))
+        takeBack(file);
+    return file;
+}
+
+// ---- Text ----------------------------------------------------------------------------------
+
+void tellFinding(const String& source, const Finding& finding) {
+    const String message = source + ": " + finding.message + " [" + finding.rule->id + "]";
+    if (finding.rule->severity == Severity::Error) return complain(message);
+    if (finding.rule->severity == Severity::Warning) return warn(message);
+    remark(message);
+}
+
+String summary(const CheckReport& report, const CheckedFile& file, bool isFixing) {
+    String text = counted(file.nodes, "node") + ", " + counted(file.errorCount(), "error") + ", " +
+                  counted(file.count(Severity::Warning), "warning");
+    if (report.least == Severity::Note)
+        text = text + ", " + counted(file.count(Severity::Note), "note");
+    if (isFixing)
+        text = text + ", " + String(std::string_view(std::to_string(file.fixed.size()))) + " fixed";
+    return text;
+}
+
+// Beside a scene on the standard output there is room on the standard error stream alone.
+void tellFile(const CheckReport& report, const CheckedFile& file, bool isFixing, Terminal& out) {
+    const String source = displayed(file.file);
+    if (!file.fault.isEmpty()) complain(file.fault);
+    for (const kelvo_sdk::Diagnostic& error : file.errors)
+        complain(error.text());
+    if (!file.isRead()) return;
+    const auto say = [&](const String& message) {
+        if (isFixing && isStream(file.file)) return complain(source + ": " + message);
+        out.write(source.view()).write(": ").write(message.view()).endLine();
     };
-    out.write(displayed(file).view()).write(": ").write(counted(scene.nodeCount(), "node").view());
-    out.write(", ").write(counted(found.errors(), "error").view());
-    out.write(", ").write(counted(found.warnings(), "warning").view()).endLine();
-    return found.errors() == 0 ? Status::Ok : Status::Fault;
+    for (const Finding& finding : file.fixed)
+        say("fixed: " + finding.message + " [" + finding.rule->id + "]");
+    for (const Finding& finding : file.left)
+        if (report.tells(finding)) tellFinding(source, finding);
+    say(summary(report, file, isFixing));
+}
+
+// ---- The command ---------------------------------------------------------------------------
+
+Status runCheck(const CheckOptions& options, Terminal& out) {
+    const StringVector severities{"note", "warning", "error"};
+    const StringVector formats{"text", "json", "sarif"};
+    const u64 severity = findWord("severity", options.severity, severities);
+    const u64 format = findWord("format", options.format, formats);
+    if (severity == severities.size() || format == formats.size()) return Status::Usage;
+    const bool readsStream = std::ranges::any_of(options.files, &isStream);
+    if (options.isFixing && readsStream && format != 0) {
+        complain("--fix writes the scene from '-' to the standard output: choose --format text.");
+        return Status::Usage;
+    }
+    const Libraries* libraries = librariesInUse();
+    if (!libraries) return Status::Fault;
+    CheckReport report;
+    report.least = static_cast<Severity>(severity);
+    for (const String& name : options.files) {
+        report.files.push_back(checkFile(name, options, report.least, *libraries, out));
+        if (format == 0) tellFile(report, report.files.back(), options.isFixing, out);
+    }
+    if (format != 0) out.write((format == 1 ? jsonOf(report) : sarifOf(report)).view());
+    const auto isFaulty = [](const CheckedFile& file) { return file.errorCount() != 0; };
+    return std::ranges::any_of(report.files, isFaulty) ? Status::Fault : Status::Ok;
 }
 
 } // namespace
 
 void addCheck(CommandLine& line) {
-    auto [command, file] = line.add("check", "Tell all that is wrong with a scene", &runCheck);
-    command.addFile(file);
+    auto [command, options] = line.add("check", "Tell all that is wrong with scenes", &runCheck);
+    (void)command.add("FILE", options.files, "Scene files").required();
+    (void)command.add("--fix", options.isFixing,
+                      "Put right what can only have been meant one way, and write the file");
+    (void)command.add("--severity", options.severity,
+                      "The least that is told, and fixed: note, warning (by default) or error");
+    (void)command.add("--format", options.format,
+                      "How it is told: text (by default), json or sarif");
+    command.addNote("The exit status is 0 without errors, 1 with errors or files that cannot be\n"
+                    "read, 2 for a wrong command line; warnings and notes do not count.");
 }
 
 } // namespace qv::kelvo_tool

@@ -2,13 +2,12 @@
 
 #include "tools/kelvo/diff_json.h"
 #include "tools/kelvo/diff_text.h"
-#include "tools/kelvo/document.h"
+#include "tools/kelvo/versions.h"
 
 namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::Scene;
 using kelvo_sdk::SceneDiff;
 
 constexpr const char* diffHelp =
@@ -31,12 +30,10 @@ Status runDiff(const DiffOptions& options, Terminal& out) {
         complain("'" + options.format + "' is no format: expected text or json.");
         return Status::Usage;
     }
-    const Scene before = Scene::create();
-    const Scene after = Scene::create();
-    if (!loadScene(options.before, before) || !loadScene(options.after, after))
-        return Status::Usage;
+    Versions scenes;
+    if (!scenes.load({options.before, options.after})) return Status::Usage;
     String error;
-    const auto diff = SceneDiff::between(before, after, {!options.ignoreComments}, &error);
+    const auto diff = SceneDiff::between(scenes[0], scenes[1], {!options.ignoreComments}, &error);
     if (!error.isEmpty()) {
         complain(error);
         return Status::Usage;

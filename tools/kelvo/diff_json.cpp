@@ -120,7 +120,7 @@ private:
 };
 
 // Without what the library puts in front: its own name of the problem.
-String reasonOf(const Json::parse_error& error) {
+String reasonOf(const Json::exception& error) {
     const std::string_view text = error.what();
     const auto end = text.find("] ");
     return String(end == std::string_view::npos ? text : text.substr(end + 2));
@@ -162,7 +162,7 @@ String toJson(const std::vector<MergeConflict>& conflicts) {
 bool fromJson(const String& text, SceneDiff& diff, String& error) {
     try {
         return readChanges(Json::parse(text.begin(), text.end()), diff, error);
-    } catch (const Json::parse_error& problem) {
+    } catch (const Json::exception& problem) {
         error = "this is no JSON: " + reasonOf(problem);
         return false;
     }

@@ -2,8 +2,8 @@
 
 #include "tools/kelvo/diff_json.h"
 #include "tools/kelvo/diff_text.h"
-#include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/versions.h"
 
 namespace qv::kelvo_tool {
 
@@ -58,16 +58,13 @@ bool understand(const MergeArguments& arguments, kelvo_sdk::MergeOptions& option
 Status runMerge(const MergeArguments& arguments, Terminal& out) {
     kelvo_sdk::MergeOptions options;
     if (!understand(arguments, options)) return Status::Usage;
-    const Scene base = Scene::create();
-    const Scene mine = Scene::create();
-    const Scene theirs = Scene::create();
-    const bool areLoaded = loadScene(arguments.base, base) && loadScene(arguments.mine, mine) &&
-                           loadScene(arguments.theirs, theirs);
-    if (!areLoaded) return Status::Usage;
+    Versions scenes;
+    if (!scenes.load({arguments.base, arguments.mine, arguments.theirs})) return Status::Usage;
     std::vector<MergeConflict> conflicts;
     String error;
     const Scene merged = Scene::create();
-    if (!kelvo_sdk::mergeScenes(base, mine, theirs, options, merged, conflicts, error)) {
+    if (!kelvo_sdk::mergeScenes(scenes[0], scenes[1], scenes[2], options, merged, conflicts,
+                                error)) {
         complain("what both sides changed does not go together: " + error);
         return Status::Usage;
     }

@@ -28,4 +28,8 @@ void warn(const String& message) {
     writeLine("kelvo: warning: ", message);
 }
 
+void remark(const String& message) {
+    writeLine("kelvo: note: ", message);
+}
+
 } // namespace qv::kelvo_tool

@@ -18,5 +18,7 @@ enum class Status : int {
 void complain(const String& message);
 /// The same with "warning: " in front.
 void warn(const String& message);
+/// The same with "note: ".
+void remark(const String& message);
 
 } // namespace qv::kelvo_tool

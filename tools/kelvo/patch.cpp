@@ -1,8 +1,8 @@
 #include "tools/kelvo/commands.h"
 
 #include "tools/kelvo/diff_json.h"
-#include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/versions.h"
 
 namespace qv::kelvo_tool {
 
@@ -34,12 +34,25 @@ bool loadPatch(const String& file, SceneDiff& diff) {
     return false;
 }
 
+// What the changes refer to may be left to the types of nodes.
+bool apply(const SceneDiff& diff, const Document& document, Scene& scene, String& error) {
+    if (diff.applyTo(scene, error)) return true;
+    const Scene typed = Scene::create();
+    String ignored;
+    if (knowsTypes(scene) || !document.readWithTypes(typed)) return false;
+    if (!diff.applyTo(typed, ignored)) return false;
+    scene = typed;
+    return true;
+}
+
 Status runPatch(const PatchOptions& options, Terminal& out) {
-    const Scene scene = Scene::create();
+    Scene scene = Scene::create();
+    Document document;
     SceneDiff diff;
-    if (!loadScene(options.file, scene) || !loadPatch(options.patch, diff)) return Status::Fault;
+    if (!document.open(options.file) || !document.read(scene)) return Status::Fault;
+    if (!loadPatch(options.patch, diff)) return Status::Fault;
     String error;
-    if (!diff.applyTo(scene, error)) {
+    if (!apply(diff, document, scene, error)) {
         complain(displayed(options.file) + ": " + error);
         return Status::Fault;
     }

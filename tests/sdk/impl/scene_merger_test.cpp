@@ -23,7 +23,7 @@ struct Merged {
 };
 
 Merged merge(const std::string& base, const std::string& mine, const std::string& theirs,
-             const MergeOptions& options = {.preferred = {}}) {
+             const MergeOptions& options = {}) {
     Merged made;
     std::vector<MergeConflict> conflicts;
     const Scene scene = Scene::create();
@@ -118,6 +118,8 @@ TEST(SceneMerger, Merge_OfChangesThatExcludeEachOther_ListsThem) {
         {node("a", "Real r = 1\n"), node("a"), node("a", "Real r = 3\n"),
          "a.r : Real r = 1, -, Real r = 3; theirs changed it and mine removed it"},
         {node("a"), node("a", "Real r = 1\n"), node("a", "Real r = 2\n"), "a.r value: -, 1, 2"},
+        {node("a"), node("a", "Real r = 1\n"), node("a", "Int r = 1\n"),
+         "a.r kind: -, Real 1, Int 1"},
         {node("a", "Real r = 1\n"), node("a", "Int r = 2\n"), node("a", "Real r = 3\n"),
          "a.r kind: Real 1, Int 2, Real 3"},
         {node("a", "Array<Real> x = [1]\n"), node("a", "Array<Real> x = [1, 2]\n"),
@@ -144,6 +146,24 @@ TEST(SceneMerger, Merge_WithAConflict_MarksThePlaceAndTakesMine) {
                                 node("a", "Real r = 3 # x\n"));
     EXPECT_EQ(merged.text, textFrom(node("a", "# conflict: a.r: base 1, mine 2, theirs 3\n"
                                               "Real r = 2 # x\n")));
+}
+
+TEST(SceneMerger, Merge_WithTwoNewNames_MarksTheNode) {
+    const std::string first = node("z", "Int z = 1\n");
+    const Merged merged = merge(first + node("a", "Int i = 1\n"), first + node("m", "Int i = 1\n"),
+                                first + node("t", "Int i = 1\n"));
+    EXPECT_EQ(merged.text, textFrom(first + "# conflict: m name: base a, mine m, theirs t\n" +
+                                    node("m", "Int i = 1\n")));
+}
+
+TEST(SceneMerger, Merge_OfNoScene_IsThatOfAnEmptyOne) {
+    std::vector<MergeConflict> conflicts;
+    String error;
+    const Scene merged = Scene::create();
+    const Scene mine = sceneOf(node("a"));
+    EXPECT_TRUE(mergeScenes(Scene(), mine, Scene(), {}, merged, conflicts, error));
+    EXPECT_EQ(textOf(merged), textOf(mine));
+    EXPECT_FALSE(mergeScenes(mine, mine, mine, {}, Scene(), conflicts, error));
 }
 
 TEST(SceneMerger, Merge_WithAPreferredSide_TakesThatAndMarksNothing) {

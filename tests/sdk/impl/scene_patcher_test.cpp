@@ -1,9 +1,13 @@
 #include "sdk/scene_diff.h"
 
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/standard_library.h"
 #include "tests/support/random_scene.h"
 #include "tests/support/scene_text.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -39,6 +43,118 @@ TEST(ScenePatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
         ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
         ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
     }
+}
+
+// What their texts leave to the types stays left to them.
+TEST(ScenePatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteForByte) {
+    const auto typed = [](const tests::RandomScene& model) {
+        const Scene scene = Scene::create();
+        scene.addLibrary(LibInfo(&impl::standardLibrary()));
+        EXPECT_EQ(tests::errorsOf(model.text(), scene), "");
+        return scene;
+    };
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        tests::RandomScene model(seed);
+        const Scene before = typed(model);
+        for (unsigned i = 0; i <= seed % 12; ++i)
+            model.edit();
+        const Scene after = typed(model);
+        String error;
+        ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
+        ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
+    }
+}
+
+// Changes as anyone could write them: cut, repeated, out of order, with texts of others.
+class Damage {
+public:
+    explicit Damage(unsigned seed) : m_random(seed) {}
+
+    SceneDiff of(const SceneDiff& diff) {
+        std::vector<SceneChange> changes = diff.changes();
+        for (int i = 0; i < 3; ++i)
+            spoil(changes);
+        SceneDiff made;
+        for (SceneChange& change : changes)
+            made.add(std::move(change));
+        return made;
+    }
+
+private:
+    std::size_t below(std::size_t end) { return m_random() % end; }
+
+    void spoil(std::vector<SceneChange>& changes) {
+        SceneChange& one = changes[below(changes.size())];
+        SceneChange& other = changes[below(changes.size())];
+        switch (below(8)) {
+        case 0:
+            return std::swap(one, other);
+        case 1:
+            one.path = spoiled(one.path);
+            return;
+        case 2:
+            one.field = below(2) == 0 ? spoiled(one.field) : other.field;
+            return;
+        case 3:
+            one.action = static_cast<SceneChange::Action>(below(5));
+            return;
+        case 4:
+            one.subject = static_cast<SceneChange::Subject>(below(5));
+            return;
+        case 5:
+            one.behind = other.after;
+            return;
+        case 6:
+            return changes.push_back(SceneChange(one));
+        default:
+            one.after = one.after && below(2) == 0 ? spoiled(*one.after) : other.before;
+            return;
+        }
+    }
+
+    String spoiled(const String& text) {
+        constexpr std::string_view signs = "[].:\"\\{}#@\n 9(,<";
+        std::string made(text.view());
+        const std::size_t place = below(made.size() + 1);
+        if (below(3) == 0)
+            made.resize(place);
+        else
+            made.insert(place, 1, signs[below(signs.size())]);
+        return String(std::string_view(made));
+    }
+
+    std::mt19937 m_random;
+};
+
+TEST(ScenePatcher, ApplyTo_OfDamagedChanges_MakesAWholeSceneOrNone) {
+    u64 applied = 0;
+    for (unsigned seed = 0; seed < 1500; ++seed) {
+        tests::RandomScene model(seed % 100);
+        const std::string before = model.text();
+        for (unsigned i = 0; i <= seed % 12; ++i)
+            model.edit();
+        const auto diff = SceneDiff::between(sceneOf(before), sceneOf(model.text()));
+        if (diff.isEmpty()) continue;
+        const Scene scene = sceneOf(before);
+        const std::string was = textOf(scene);
+        String error;
+        const bool isDone = Damage(seed).of(diff).applyTo(scene, error);
+        applied += isDone;
+        EXPECT_EQ(isDone, error.isEmpty()) << "seed " << seed;
+        if (isDone)
+            EXPECT_EQ(textOf(sceneOf(textOf(scene))), textOf(scene)) << "seed " << seed;
+        else
+            EXPECT_EQ(textOf(scene), was) << "seed " << seed;
+    }
+    EXPECT_GT(applied, 50u);
+}
+
+TEST(ScenePatcher, ApplyTo_OfNoScene_TellsIt) {
+    String error;
+    EXPECT_FALSE(SceneDiff().applyTo(Scene(), error));
+    EXPECT_STREQ(error.buf(), "there is no scene.");
+    EXPECT_TRUE(SceneDiff::between(Scene(), Scene()).isEmpty());
+    EXPECT_EQ(SceneDiff::between(Scene(), sceneOf(node("a"))).changes().size(), 1u);
 }
 
 TEST(ScenePatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNothing) {

@@ -1,0 +1,86 @@
+#include "tools/kelvo/check_report.h"
+
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/json_text.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_tool {
+
+using kelvo_sdk::Diagnostic;
+using kelvo_sdk::Finding;
+using kelvo_sdk::Severity;
+using kelvo_sdk::severityName;
+
+u64 CheckedFile::count(Severity severity) const noexcept {
+    return static_cast<u64>(std::ranges::count_if(
+        left, [=](const Finding& finding) { return finding.rule->severity == severity; }));
+}
+
+u64 CheckedFile::errorCount() const noexcept {
+    return count(Severity::Error) + errors.size() + (fault.isEmpty() ? 0 : 1);
+}
+
+const kelvo_sdk::ValidationRule& unreadableRule() noexcept {
+    static constexpr kelvo_sdk::ValidationRule rule{
+        "unreadable", Severity::Error, "A file cannot be read, or its text is no scene.", nullptr};
+    return rule;
+}
+
+namespace {
+
+void writeStart(JsonText& json, const kelvo_sdk::ValidationRule& rule, const String& node,
+                const String& place, const String& message) {
+    json.beginObject().member("rule", rule.id).member("severity", severityName(rule.severity));
+    json.member("node", node).member("place", place).member("message", message);
+}
+
+void writeFinding(JsonText& json, const Finding& finding, bool isFixed) {
+    writeStart(json, *finding.rule, finding.node.name(), finding.place, finding.message);
+    json.key("fix");
+    if (finding.fix.get())
+        json.text(finding.fix->text().view());
+    else
+        json.null();
+    json.key("isFixed").boolean(isFixed).endObject();
+}
+
+void writeUnreadable(JsonText& json, const Diagnostic& error) {
+    writeStart(json, unreadableRule(), error.node, error.node, error.message);
+    json.key("fix").null().key("isFixed").boolean(false);
+    if (error.line != 0) json.key("line").number(error.line).key("column").number(error.column);
+    json.endObject();
+}
+
+void writeFile(JsonText& json, const CheckReport& report, const CheckedFile& file) {
+    json.beginObject().member("file", displayed(file.file)).key("nodes").number(file.nodes);
+    json.key("errors").number(file.errorCount());
+    json.key("warnings").number(file.count(Severity::Warning));
+    json.key("notes").number(file.count(Severity::Note));
+    json.key("findings").beginList();
+    if (!file.fault.isEmpty()) {
+        Diagnostic fault;
+        fault.message = file.fault;
+        writeUnreadable(json, fault);
+    }
+    for (const Diagnostic& error : file.errors)
+        writeUnreadable(json, error);
+    for (const Finding& finding : file.fixed)
+        writeFinding(json, finding, true);
+    for (const Finding& finding : file.left)
+        if (report.tells(finding)) writeFinding(json, finding, false);
+    json.endList().endObject();
+}
+
+} // namespace
+
+String jsonOf(const CheckReport& report) {
+    JsonText json;
+    json.beginObject().key("files").beginList();
+    for (const CheckedFile& file : report.files)
+        writeFile(json, report, file);
+    json.endList().endObject();
+    return json.take();
+}
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "sdk/validation.h"
+
+#include <vector>
+
+namespace qv::kelvo_tool {
+
+/// What a check found in one file.
+struct CheckedFile {
+    /// As the command line has it.
+    String file;
+    /// Why the file cannot be read or written to; empty when it can.
+    String fault;
+    /// What is wrong with its text, which then is no scene.
+    kelvo_sdk::Diagnostics errors;
+    u64 nodes = 0;
+    kelvo_sdk::Findings fixed;
+    kelvo_sdk::Findings left;
+
+    [[nodiscard]] bool isRead() const noexcept { return fault.isEmpty() && errors.empty(); }
+    /// Counts what is left, whether told or not.
+    [[nodiscard]] u64 count(kelvo_sdk::Severity severity) const noexcept;
+    [[nodiscard]] u64 errorCount() const noexcept;
+};
+
+/// What a check found in all files; less severe findings than `least` are left out of reports.
+struct CheckReport {
+    std::vector<CheckedFile> files;
+    kelvo_sdk::Severity least = kelvo_sdk::Severity::Warning;
+
+    [[nodiscard]] bool tells(const kelvo_sdk::Finding& finding) const noexcept {
+        return finding.rule->severity >= least;
+    }
+};
+
+/// The rule that files and texts which cannot be read break; of the tool alone.
+[[nodiscard]] const kelvo_sdk::ValidationRule& unreadableRule() noexcept;
+
+[[nodiscard]] String jsonOf(const CheckReport& report);
+/// Returns a log of the Static Analysis Results Interchange Format, version 2.1.0.
+[[nodiscard]] String sarifOf(const CheckReport& report);
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "tools/kelvo/document.h"
+
+#include <initializer_list>
+#include <vector>
+
+namespace qv::kelvo_tool {
+
+/// Scenes that are compared with each other: as their texts stand if all stand by themselves, else
+/// all with the types of their nodes.
+class Versions {
+public:
+    /// Reads the files; false after telling all that is wrong.
+    [[nodiscard]] bool load(std::initializer_list<String> files);
+
+    [[nodiscard]] const kelvo_sdk::Scene& operator[](u64 index) const { return m_scenes[index]; }
+
+private:
+    std::vector<kelvo_sdk::Scene> m_scenes;
+};
+
+/// Tells whether a scene knows the types of its nodes.
+[[nodiscard]] bool knowsTypes(const kelvo_sdk::Scene& scene);
+
+} // namespace qv::kelvo_tool
