@@ -20,7 +20,7 @@ struct SceneVerifier::Tamper {
     static void setValue(Input& input, INode* node) { input.m_value = Value(node); }
     static void setSource(Input& input, Output* source) { input.extras().source = source; }
     static void setSourceSlot(Input& input, u64 slot) { input.extras().sourceSlot = slot; }
-    static void addTarget(Output& output, Input& input) { output.addTarget(&input); }
+    static void addTarget(Output& output, Input& input) { output.addTarget(&input, noIndex); }
     static void dropTarget(Output& output, const Input& input) {
         output.removeTarget(input.m_extras->sourceSlot);
     }
