@@ -8,8 +8,8 @@ namespace qv::kelvo_sdk::impl {
 /// Takes scene text apart into records, without a look at what its values mean: readers of scene
 /// text check them. A function that answers false found something else.
 ///
-///     Scenes and attributes   scene_document_parser.cpp          nodes, lines, comments
-///     Values                  scene_document_parser_values.cpp   values, notes, what stands alone
+///     Scenes and attributes   scene_document_parser.cpp   nodes, lines, comments
+///     Values                  scene_document_values.cpp   values, notes, what stands alone
 class DocumentParser {
 public:
     /// The text has to live as long as the document.

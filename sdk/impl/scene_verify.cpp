@@ -43,17 +43,18 @@ bool holdsEachOnce(const List& list) {
 } // namespace
 
 SceneFaults Scene::verify() const {
-    return SceneVerifier(*this, m_nodes, m_links).verify();
+    return SceneVerifier(*this, {m_nodes, m_links, m_stashLinks}).verify();
 }
 
-SceneVerifier::SceneVerifier(const Scene& scene, const NodeTable& nodes, const LinkTable& links)
-    : m_scene(scene), m_nodes(nodes), m_links(links) {}
+SceneVerifier::SceneVerifier(const Scene& scene, Tables tables)
+    : m_scene(scene), m_nodes(tables.nodes), m_links(tables.links), m_keptLinks(tables.keptLinks) {}
 
 SceneFaults SceneVerifier::verify() {
     listNodes();
     checkNames();
     m_nodes.forEach([this](const Node* node) { checkNode(*node); });
-    checkLinkTable();
+    checkLinkTable(m_links);
+    checkLinkTable(m_keptLinks);
     return std::move(m_faults);
 }
 

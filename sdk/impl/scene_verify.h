@@ -24,14 +24,22 @@ struct Link;
 /// memory; takes arrays and objects of any depth.
 ///
 ///     Walk    scene_verify.cpp        nodes, the lists of their attributes, indexes by name
-///     Bonds   scene_verify_bonds.cpp  connections, links and the table of links
+///     Bonds   scene_verify_bonds.cpp  connections, links and the tables of links
 ///
 /// What the scene does not own is not looked into, but for the inputs that say they belong to one
 /// of the scene's outputs or to its table of links.
 class SceneVerifier {
 public:
-    /// Borrows everything; the tables are those of the scene.
-    SceneVerifier(const Scene& scene, const NodeTable& nodes, const LinkTable& links);
+    /// The tables of a scene.
+    struct Tables {
+        const NodeTable& nodes;
+        const LinkTable& links;
+        /// Of values that are put aside.
+        const LinkTable& keptLinks;
+    };
+
+    /// Borrows everything.
+    SceneVerifier(const Scene& scene, Tables tables);
 
     [[nodiscard]] SceneFaults verify();
 
@@ -62,9 +70,10 @@ private:
     void checkTargets(const Output& output);
     void checkLink(const Input& input);
     void checkKept(const Input& input);
-    void checkLinkTable();
-    void checkRing(const INode* target, const Link* first);
-    void checkEntry(const INode* target, const Link& link);
+    void checkBond(const Link* link, const LinkTable& table, const INode* target, const char* what);
+    void checkLinkTable(const LinkTable& table);
+    void checkRing(const LinkTable& table, const INode* target, const Link* first);
+    void checkEntry(const LinkTable& table, const INode* target, const Link& link);
     [[nodiscard]] bool isOfScene(const INode* node) const { return m_known.contains(node); }
 
     // Of the input that the walk has come to.
@@ -74,10 +83,11 @@ private:
     const Scene& m_scene;
     const NodeTable& m_nodes;
     const LinkTable& m_links;
+    const LinkTable& m_keptLinks;
     SceneFaults m_faults;
     std::unordered_set<const INode*> m_known;
     std::unordered_set<const Output*> m_outputs;
-    // Of inputs that link to a node: those not yet met in the table.
+    // Of inputs that link to a node or keep a link aside: those not yet met in a table.
     std::unordered_set<const Link*> m_linksLeft;
     std::unordered_set<const Link*> m_linksMet;
     const Node* m_node = nullptr;

@@ -34,58 +34,68 @@ void SceneVerifier::checkTargets(const Output& output) {
 void SceneVerifier::checkLink(const Input& input) {
     const INode* target = linkedNode(input);
     const Link* link = input.m_extras ? &input.m_extras->link : nullptr;
-    if (!target) {
-        if (link && link->table) fail(place(), "links to no node but has a place among the links");
-        return;
-    }
-    if (!isOfScene(target)) return fail(place(), "links to a node that is not of the scene");
-    if (!link || link->table != &m_links || link->target != target)
-        return fail(place(), "links to '" + target->name() + "', which does not know");
-    m_linksLeft.insert(link);
+    if (target) return checkBond(link, m_links, target, "links to ");
+    if (link && link->table) fail(place(), "links to no node but has a place among the links");
 }
 
 // Values put aside and defaults come back by `unstash` and `reset`.
 void SceneVerifier::checkKept(const Input& input) {
-    if (input.type() != AttrType::Node) return;
-    const auto leadsOut = [this](const Value& value) {
-        return value.type() == AttrType::Node && value.asNode() && !isOfScene(value.asNode());
+    const auto linkIn = [](const Value& value) {
+        return value.type() == AttrType::Node ? value.asNode() : nullptr;
     };
-    if (const Value* kept = input.stashed(); kept && leadsOut(*kept))
-        fail(place(), "keeps aside a link to a node that is not of the scene");
-    if (const AttrDetails* details = input.details(); details && leadsOut(details->defaultValue))
+    if (const Value* kept = input.stashed(); kept && linkIn(*kept))
+        checkBond(&input.m_extras->stash->link, m_keptLinks, linkIn(*kept),
+                  "keeps aside a link to ");
+    const AttrDetails* details = input.details();
+    const INode* initial = details ? linkIn(details->defaultValue) : nullptr;
+    if (initial && !isOfScene(initial))
         fail(place(), "has a default that links to a node that is not of the scene");
 }
 
-// ---- The table of links --------------------------------------------------------------------
+// Needs a target, which may be long gone.
+void SceneVerifier::checkBond(const Link* link, const LinkTable& table, const INode* target,
+                              const char* what) {
+    if (!isOfScene(target)) return fail(place(), String(what) + "a node that is not of the scene");
+    if (!link || link->table != &table || link->target != target)
+        return fail(place(), what + ("'" + target->name()) + "', which does not know");
+    m_linksLeft.insert(link);
+}
 
-void SceneVerifier::checkLinkTable() {
-    for (const auto& [target, first] : m_links.m_first)
-        checkRing(target, first);
-    for (const Link* link : m_linksLeft)
+// ---- The tables of links -------------------------------------------------------------------
+
+void SceneVerifier::checkLinkTable(const LinkTable& table) {
+    for (const auto& [target, first] : table.m_first)
+        checkRing(table, target, first);
+    for (const Link* link : m_linksLeft) {
+        if (link->table != &table) continue;
         fail(link->input ? link->input->path() : String(),
              "links to '" + link->target->name() + "', whose ring of links it is not in");
+    }
 }
 
 // A ring that is broken is followed as far as it goes, and never around twice.
-void SceneVerifier::checkRing(const INode* target, const Link* first) {
+void SceneVerifier::checkRing(const LinkTable& table, const INode* target, const Link* first) {
     const String name = isOfScene(target) ? target->name() : String();
     const Link* link = first;
     do {
         if (!link || !link->next || link->next->previous != link || !m_linksMet.insert(link).second)
             return fail(name, "has a broken ring of links");
-        checkEntry(target, *link);
+        checkEntry(table, target, *link);
         link = link->next;
     } while (link != first);
 }
 
 // Inputs of nodes outside of the scene may link into it.
-void SceneVerifier::checkEntry(const INode* target, const Link& link) {
-    if (m_linksLeft.erase(&link) != 0) return;
+void SceneVerifier::checkEntry(const LinkTable& table, const INode* target, const Link& link) {
+    if (link.table == &table && link.target == target && m_linksLeft.erase(&link) != 0) return;
     const Input* input = link.input;
-    if (!input || !input->m_extras || &input->m_extras->link != &link)
+    const InputExtras* own = input ? input->m_extras.get() : nullptr;
+    const bool isKept = own && own->stash && &own->stash->link == &link;
+    if (!isKept && !(own && &own->link == &link))
         return fail(isOfScene(target) ? target->name() : String(),
                     "has a link in its ring that is no input's");
-    if (linkedNode(*input) != target || link.target != target)
+    const Value& held = isKept ? own->stash->value : input->value();
+    if (held.type() != AttrType::Node || held.asNode() != target || link.target != target)
         return fail(input->path(),
                     "has a place among the links to a node that it does not link to");
     if (isOfScene(target) && isOfScene(input->node()))

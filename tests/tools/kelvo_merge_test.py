@@ -73,8 +73,9 @@ class Merge(MergeTest):
 
     def test_sides_that_do_not_go_together_are_trouble(self):
         def text(first, second):
-            return (f'kelvo scene 1\n\nnode n "a" {{\n    Real r = 0{first}\n    output Real o\n}}\n'
-                    f'node n "b" {{\n    Real r = 0{second}\n    output Real o\n}}\n')
+            return "kelvo scene 1\n\n" + "".join(
+                f'node n "{name}" {{\n    Real r = 0{source}\n    output Real o\n}}\n'
+                for name, source in (("a", first), ("b", second)))
         self.file.write_text(text("", ""))
         (self.folder / "mine.kns").write_text(text(" <- b.o", ""))
         (self.folder / "theirs.kns").write_text(text("", " <- a.o"))

@@ -13,6 +13,7 @@ namespace qv::kelvo_sdk::impl {
 struct SceneVerifier::Tamper {
     static NodeTable::ByName<NodeTable::Entry>& entries(NodeTable& table) { return table.m_byName; }
     static const Link& link(const Input& input) { return input.m_extras->link; }
+    static Link& keptLink(const Input& input) { return input.m_extras->stash->link; }
     static void setNode(Input& input, Node* node) { input.m_node = node; }
     static void setParent(Input& input, Input* parent) { input.m_parent = parent; }
     static void setIndex(Input& input, u64 index) { input.m_index = index; }
@@ -69,7 +70,8 @@ protected:
     }
     [[nodiscard]] std::string faultsWith(const NodeTable& nodes, const LinkTable& links) const {
         std::string text;
-        for (const SceneFault& fault : SceneVerifier(m_scene, nodes, links).verify())
+        for (const SceneFault& fault :
+             SceneVerifier(m_scene, {nodes, links, m_scene.stashLinks()}).verify())
             text += (fault.place + " " + fault.message + "\n").buf();
         return text;
     }
@@ -364,6 +366,30 @@ TEST_F(SceneVerify, LinkKeptAside_HasToStayInTheScene) {
     EXPECT_EQ(faults(), "lamp.target keeps aside a link to a node that is not of the scene");
     m_target->setStashed(Value(static_cast<INode*>(&m_room)));
     EXPECT_EQ(faults(), "");
+}
+
+TEST_F(SceneVerify, LinkKeptAside_IsKnownToItsNode) {
+    m_target->stash();
+    EXPECT_EQ(faults(), "");
+    Link& kept = Tamper::keptLink(*m_target);
+    expectBroken(
+        "lamp.target keeps aside a link to 'desk', which does not know",
+        [&] { m_scene.stashLinks().remove(kept); },
+        [&] { m_scene.stashLinks().add(kept, &m_desk); });
+    expectBroken(
+        "lamp.target keeps aside a link to 'desk', which does not know\n"
+        "lamp.target has a place among the links but none in its node",
+        [&] {
+            m_scene.stashLinks().remove(kept);
+            m_scene.links().add(kept, &m_desk);
+        },
+        [&] {
+            m_scene.links().remove(kept);
+            m_scene.stashLinks().add(kept, &m_desk);
+        });
+    m_scene.removeNode(&m_desk);
+    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(m_target->stashed()->asNode(), nullptr);
 }
 
 } // namespace
