@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sdk/diagnostic.h"
+#include "sdk/interfaces/batch_observer.h"
 #include "sdk/interfaces/i_scene.h"
 #include "sdk/interfaces/scene_observer.h"
 #include "sdk/lib_info.h"
@@ -12,6 +13,8 @@ namespace impl {
 class NodeChangeScope;
 }
 
+using interfaces::BatchObserver;
+using interfaces::SceneChanges;
 using interfaces::SceneFault;
 using interfaces::SceneFaults;
 using interfaces::SceneObserver;
@@ -48,6 +51,10 @@ public:
 
     bool subscribe(SceneObserver* observer) const { return get() && get()->subscribe(observer); }
     bool unsubscribe(SceneObserver* observer) const {
+        return get() && get()->unsubscribe(observer);
+    }
+    bool subscribe(BatchObserver* observer) const { return get() && get()->subscribe(observer); }
+    bool unsubscribe(BatchObserver* observer) const {
         return get() && get()->unsubscribe(observer);
     }
 

@@ -1,5 +1,7 @@
 #include "sdk/impl/history.h"
 
+#include "sdk/impl/scene.h"
+
 #include "base/log.h"
 
 #include <algorithm>
@@ -16,7 +18,7 @@ History::~History() = default;
 void History::closeOperation() noexcept {
     --m_operations;
     takeBackCancelled();
-    if (m_operations == 0 && m_marks.empty() && !m_isReplaying) closeStep();
+    if (isIdle()) closeStep();
 }
 
 void History::add(std::unique_ptr<Change> change) noexcept {
@@ -46,14 +48,14 @@ void History::end(String doText, String undoText) {
     if (!doText.isEmpty() && (isOutermost || m_doText.isEmpty())) m_doText = std::move(doText);
     if (!undoText.isEmpty() && (isOutermost || m_undoText.isEmpty()))
         m_undoText = std::move(undoText);
-    if (isOutermost && m_operations == 0) closeStep();
+    if (isIdle()) closeStep();
 }
 
 void History::cancel(u64 depth) {
     if (depth == 0 || m_marks.empty()) return;
     m_marks[std::min<u64>(depth, m_marks.size()) - 1].isCancelled = true;
     takeBackCancelled();
-    if (m_marks.empty() && m_operations == 0 && !m_isReplaying) closeStep();
+    if (isIdle()) closeStep();
 }
 
 // Those that began inside the operation under way, or while none was.
@@ -106,6 +108,11 @@ void History::turnBack(Change& change) noexcept {
 }
 
 void History::closeStep() noexcept {
+    keepStep();
+    m_scene.editEnded();
+}
+
+void History::keepStep() noexcept {
     Step step{.doText = std::move(m_doText),
               .undoText = std::move(m_undoText),
               .changes = std::move(m_open)};

@@ -61,6 +61,10 @@ public:
     /// operation goes on that began before the edit, that waits for its end.
     void cancel(u64 depth);
     [[nodiscard]] u64 depth() const noexcept { return m_marks.size(); }
+    /// Tells whether no edit, operation or turning of a step is under way.
+    [[nodiscard]] bool isIdle() const noexcept {
+        return m_marks.empty() && m_operations == 0 && !m_isReplaying;
+    }
 
     // ---- Steps -----------------------------------------------------------------------------
 
@@ -117,6 +121,7 @@ private:
     void takeBackCancelled() noexcept;
     void turnBack(Change& change) noexcept;
     void closeStep() noexcept;
+    void keepStep() noexcept;
     void keep(Step step);
     void trim(std::vector<Step>& dropped);
     [[nodiscard]] u64 distanceTo(u64 id, bool& isBack) const noexcept;

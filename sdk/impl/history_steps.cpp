@@ -1,6 +1,7 @@
 #include "sdk/impl/history.h"
 
 #include "sdk/impl/modifiers.h"
+#include "sdk/impl/scene.h"
 
 #include "base/log.h"
 
@@ -47,6 +48,7 @@ bool History::undo() {
     m_done.pop_back();
     const auto thrown = replay(step);
     m_undone.push_back(std::move(step));
+    m_scene.editEnded();
     if (thrown) std::rethrow_exception(thrown);
     return true;
 }
@@ -57,6 +59,7 @@ bool History::redo() {
     m_undone.pop_back();
     const auto thrown = replay(step);
     m_done.push_back(std::move(step));
+    m_scene.editEnded();
     if (thrown) std::rethrow_exception(thrown);
     return true;
 }

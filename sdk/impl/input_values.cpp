@@ -222,6 +222,8 @@ bool Input::readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& g
         out = get(m_value);
         return true;
     }
+    // A callback that is asked may take the output away.
+    const RefersTo<Output> held(evaluate ? sourceOutput() : nullptr);
     Value scratch;
     const Value* value = nullptr;
     if (!currentValue(evaluate, ctx, scratch, value)) return false;

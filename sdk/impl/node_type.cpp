@@ -112,6 +112,7 @@ void Node::setBases(StringVector bases, bool isAbstract, bool isInternal) {
     m_bases = std::move(bases);
     m_isAbstract = isAbstract;
     m_isInternal = isInternal;
+    evaluationChanged();
 }
 
 void Node::setLabel(String language, String text) {

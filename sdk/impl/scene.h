@@ -24,6 +24,7 @@ using interfaces::Misfits;
 using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
+class Batches;
 class EvalCache;
 class Modifiers;
 class Node;
@@ -112,6 +113,10 @@ public:
     void recordEdit(String doText, String undoText) override;
     [[nodiscard]] u64 editDepth() const override;
     void cancelEdit(u64 depth) override;
+    /// Tells whether an edit, a group or a change of the history is under way.
+    [[nodiscard]] bool isEditing() const noexcept;
+    /// For the history alone: what was under way may have come to its end.
+    void editEnded() noexcept;
     void beginEditGroup() override;
     void endEditGroup() override;
 
@@ -168,6 +173,8 @@ public:
 
     bool subscribe(SceneObserver* observer) override;
     bool unsubscribe(SceneObserver* observer) override;
+    bool subscribe(interfaces::BatchObserver* observer) override;
+    bool unsubscribe(interfaces::BatchObserver* observer) override;
     virtual void notifyInputAdded(const IInput* input);
     virtual void notifyOutputAdded(const IOutput* output);
     virtual void notifyInputChanged(const IInput* input, const AttrData* previous);
@@ -224,6 +231,8 @@ private:
     History m_history{*this};
     u32 m_groupDepth = 0;
     bool m_dirty = false;
+    // Null until someone asks for batches.
+    std::unique_ptr<Batches> m_batches;
     // Null while dirty states are not cached.
     std::unique_ptr<DirtyCache> m_dirtyCache;
     // Null while no results are kept.

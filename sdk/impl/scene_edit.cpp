@@ -1,3 +1,4 @@
+#include "sdk/impl/batches.h"
 #include "sdk/impl/scene.h"
 
 // ---- Edits ---------------------------------------------------------------------------------
@@ -26,6 +27,15 @@ void Scene::beginEditGroup() {
 
 void Scene::endEditGroup() {
     if (m_groupDepth > 0) --m_groupDepth;
+    editEnded();
+}
+
+bool Scene::isEditing() const noexcept {
+    return m_groupDepth != 0 || !m_history.isIdle();
+}
+
+void Scene::editEnded() noexcept {
+    if (m_batches && !isEditing()) m_batches->deliver();
 }
 
 } // namespace qv::kelvo_sdk::impl

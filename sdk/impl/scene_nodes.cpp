@@ -1,5 +1,6 @@
 #include "sdk/impl/scene.h"
 
+#include "sdk/impl/batches.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"

@@ -1,3 +1,4 @@
+#include "sdk/impl/batches.h"
 #include "sdk/impl/scene.h"
 
 #include "sdk/interfaces/i_input.h"
@@ -15,6 +16,18 @@ bool Scene::subscribe(SceneObserver* observer) {
 
 bool Scene::unsubscribe(SceneObserver* observer) {
     return m_observers.removeAll(observer);
+}
+
+bool Scene::subscribe(BatchObserver* observer) {
+    if (!m_batches) {
+        m_batches = std::make_unique<Batches>(*this);
+        subscribe(m_batches.get());
+    }
+    return m_batches->subscribe(observer);
+}
+
+bool Scene::unsubscribe(BatchObserver* observer) {
+    return m_batches && m_batches->unsubscribe(observer);
 }
 
 void Scene::notifyInputAdded(const IInput* input) {

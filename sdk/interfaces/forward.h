@@ -31,6 +31,7 @@ class ILibInfo;
 class INode;
 class IOutput;
 class IScene;
+class BatchObserver;
 class NodeObserver;
 class SceneObserver;
 } // namespace interfaces

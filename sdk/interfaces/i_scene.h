@@ -51,6 +51,9 @@ public:
     /// Adds an observer, which must unsubscribe before it dies; false if it was there already.
     virtual bool subscribe(SceneObserver* observer) = 0;
     virtual bool unsubscribe(SceneObserver* observer) = 0;
+    /// The same for one that hears of each edit as a whole.
+    virtual bool subscribe(BatchObserver* observer) = 0;
+    virtual bool unsubscribe(BatchObserver* observer) = 0;
 
     /// Returns how many edits are open inside each other.
     [[nodiscard]] virtual u64 editDepth() const = 0;

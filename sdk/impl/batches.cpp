@@ -1,0 +1,85 @@
+#include "sdk/impl/batches.h"
+
+#include "sdk/impl/scene.h"
+
+#include "base/log.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+bool Batches::subscribe(BatchObserver* observer) {
+    if (m_observers.contains(observer)) return false;
+    m_observers.push_back(observer);
+    return true;
+}
+
+template<typename Note>
+void Batches::note(const Note& note) {
+    if (m_observers.empty()) return;
+    note(m_batch);
+    if (!m_scene.isEditing()) deliver();
+}
+
+void Batches::nodeAdded(INode* node) {
+    note([=](EditBatch& batch) { batch.nodeAdded(node); });
+}
+void Batches::nodeRemoved(INode* node) {
+    note([=](EditBatch& batch) { batch.nodeRemoved(node); });
+}
+void Batches::nodeRenamed(INode* node, String before) {
+    note([&](EditBatch& batch) { batch.nodeRenamed(node, before); });
+}
+void Batches::nodeMoved(INode* node, u64 /*from*/) {
+    note([=](EditBatch& batch) { batch.nodeMoved(node); });
+}
+void Batches::inputAdded(const IInput* input) {
+    note([=](EditBatch& batch) { batch.inputAdded(input); });
+}
+void Batches::inputRemoved(const IInput* input) {
+    note([=](EditBatch& batch) { batch.inputRemoved(input); });
+}
+void Batches::outputAdded(const IOutput* output) {
+    note([=](EditBatch& batch) { batch.outputAdded(output); });
+}
+void Batches::outputRemoved(const IOutput* output) {
+    note([=](EditBatch& batch) { batch.outputRemoved(output); });
+}
+void Batches::inputChanged(const IInput* input, const AttrData* previous) {
+    note([=](EditBatch& batch) { batch.inputChanged(input, previous); });
+}
+void Batches::inputConnected(const IInput* input, const IOutput* before, const IOutput* /*after*/) {
+    note([=](EditBatch& batch) { batch.inputConnected(input, before); });
+}
+
+// What observers edit meanwhile comes next.
+void Batches::deliver() noexcept {
+    if (m_isDelivering) return;
+    m_isDelivering = true;
+    while (!m_batch.empty()) {
+        const EditBatch batch = std::exchange(m_batch, {});
+        try {
+            const interfaces::SceneChanges changes = batch.net();
+            if (!changes.empty()) tell(changes);
+        } catch (const std::bad_alloc&) {
+            logError("Observers were not told of an edit: there is no memory for it.");
+        }
+    }
+    m_isDelivering = false;
+}
+
+void Batches::tell(const interfaces::SceneChanges& changes) noexcept {
+    const ds::Vector<BatchObserver*> snapshot = m_observers;
+    for (BatchObserver* observer : snapshot) {
+        if (!m_observers.contains(observer)) continue;
+        try {
+            observer->sceneChanged(changes);
+        } catch (const std::exception& thrown) {
+            logError("An observer threw when it was told of an edit: %s", thrown.what());
+        } catch (...) {
+            logError("An observer threw when it was told of an edit.");
+        }
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/interfaces/scene_changes.h"
+
+#include <type_traits>
+#include <unordered_map>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+/// Gathers what happens in a scene, to be told as net changes. Keeps alive what it is about.
+class EditBatch {
+public:
+    void nodeAdded(INode* node) { noteList(m_nodes, node, true); }
+    void nodeRemoved(INode* node) { noteList(m_nodes, node, false); }
+    void nodeRenamed(INode* node, const String& before);
+    void nodeMoved(INode* node) { m_nodes.at(node).isMoved = true; }
+    void inputAdded(const IInput* input) { noteList(m_inputs, input, true); }
+    void inputRemoved(const IInput* input) { noteList(m_inputs, input, false); }
+    void inputChanged(const IInput* input, const AttrData* previous);
+    void inputConnected(const IInput* input, const IOutput* before);
+    void outputAdded(const IOutput* output) { noteList(m_outputs, output, true); }
+    void outputRemoved(const IOutput* output) { noteList(m_outputs, output, false); }
+
+    [[nodiscard]] bool empty() const noexcept {
+        return m_nodes.order.empty() && m_inputs.order.empty() && m_outputs.order.empty();
+    }
+    /// Returns the changes; valid as long as this lives and hears of nothing more.
+    [[nodiscard]] interfaces::SceneChanges net() const;
+
+private:
+    // What is known of a thing since the first news of it.
+    struct Presence {
+        bool wasIn = true;
+        bool isIn = true;
+    };
+    struct NodeNews : Presence {
+        RefersTo<INode> held;
+        bool isRenamed = false;
+        bool isMoved = false;
+        String nameBefore;
+    };
+    struct AttributeNews : Presence {
+        // When it was heard of first.
+        RefersTo<INode> node;
+    };
+    struct InputNews : AttributeNews {
+        RefersTo<IInput> held;
+        bool isChanged = false;
+        bool isConnected = false;
+        Value before;
+        // Kept alive, so that no other takes their places.
+        RefersTo<INode> linkedBefore;
+        RefersTo<IOutput> sourceBefore;
+    };
+    struct OutputNews : AttributeNews {
+        RefersTo<IOutput> held;
+    };
+    template<typename Thing, typename News>
+    struct Table {
+        News& at(const Thing* thing) {
+            const auto [place, isNew] = index.try_emplace(thing, order.size());
+            if (!isNew) return order[place->second];
+            News& news = order.emplace_back();
+            news.held = RefersTo<Thing>(const_cast<Thing*>(thing));
+            if constexpr (std::is_base_of_v<AttributeNews, News>)
+                news.node = RefersTo<INode>(thing->node());
+            return news;
+        }
+        std::unordered_map<const Thing*, u64> index;
+        std::vector<News> order;
+    };
+
+    template<typename Things, typename Thing>
+    void noteList(Things& things, const Thing* thing, bool isIn) {
+        const u64 known = things.order.size();
+        auto& news = things.at(thing);
+        if (things.order.size() != known) news.wasIn = !isIn;
+        news.isIn = isIn;
+    }
+    [[nodiscard]] bool cameOrWent(const INode* node) const;
+    void addInput(const InputNews& news, interfaces::SceneChanges& to) const;
+
+    Table<INode, NodeNews> m_nodes;
+    Table<IInput, InputNews> m_inputs;
+    Table<IOutput, OutputNews> m_outputs;
+};
+
+} // namespace qv::kelvo_sdk::impl
