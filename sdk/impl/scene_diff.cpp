@@ -82,8 +82,8 @@ bool SceneDiff::applyTo(const Scene& scene, String& error) const {
     if (!readsBack(changed, document.text(), error)) return false;
     const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");
     const String text = changed.text();
-    const bool isDone = impl::setInPlace(static_cast<impl::Scene&>(*scene.get()), m_changes) &&
-                        scene.text().equals(text);
+    impl::SceneSetter setter(static_cast<impl::Scene&>(*scene.get()), m_changes);
+    const bool isDone = setter.run() && scene.text().equals(text);
     return isDone || makeAnew(scene, text);
 }
 
