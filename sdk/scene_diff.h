@@ -56,9 +56,9 @@ public:
     /// Makes the changes in a scene, all or none, as one undo step. False, and `error` names the
     /// place, when the scene is not as a change says that it was.
     ///
-    /// Values, links, connections and elements change in the nodes that there are, nodes get new
-    /// names, and what goes or comes at the end does; with changes of other sorts the scene's nodes
-    /// become new ones.
+    /// Values, links, connections and elements change in the nodes that there are, inputs go,
+    /// nodes come, go, move and get new names. With changes of other sorts the scene's nodes become
+    /// new ones.
     [[nodiscard]] bool applyTo(const Scene& scene, String& error) const;
 
 private:

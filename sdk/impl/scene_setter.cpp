@@ -1,6 +1,8 @@
 #include "sdk/impl/scene_setter.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/link_names.h"
+#include "sdk/impl/node_changes.h"
 #include "sdk/impl/scene.h"
 #include "sdk/impl/scene_match.h"
 #include "sdk/impl/text_lexer.h"
@@ -14,8 +16,8 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Each costs as much as the array is long.
-constexpr u64 kMostElements = 1000;
+// Each costs as much as the list is long.
+constexpr u64 kMostMoved = 1000;
 
 // Finds the input or output of exactly a name, or a later one.
 template<typename Attribute, typename At>
@@ -63,16 +65,18 @@ bool setText(Input& input, std::string_view text) {
 } // namespace
 
 bool SceneSetter::run() {
-    m_lastName =
-        m_scene.nodeCount() == 0 ? String() : m_scene.node(m_scene.nodeCount() - 1)->name();
-    const bool canBe = std::ranges::all_of(
-                           m_changes, [&](const SceneChange& change) { return prepare(change); }) &&
-                       m_takenElements.size() + m_placedElements.size() <= kMostElements;
-    return canBe && setNodes() && removeInputs() && setElements() && setInputs();
+    m_comments = m_scene.comments().file();
+    const bool canBe =
+        std::ranges::all_of(m_changes, [&](const SceneChange& change) { return prepare(change); });
+    const u64 elements = m_takenElements.size() + m_placedElements.size();
+    if (!canBe || elements > kMostMoved || m_placedNodes.size() > kMostMoved) return false;
+    setComments();
+    return setNodes() && placeNodes() && removeInputs() && setElements() && setInputs();
 }
 
 // All is looked up before anything changes, as the paths are those from before.
 bool SceneSetter::prepare(const SceneChange& change) {
+    if (change.subject == Subject::Scene) return prepareComment(change);
     if (change.subject == Subject::Node) return prepareNode(change);
     if (change.subject == Subject::Element && change.action != Action::Change)
         return prepareElement(change);
@@ -89,20 +93,26 @@ bool SceneSetter::prepare(const SceneChange& change) {
     return true;
 }
 
+bool SceneSetter::prepareComment(const SceneChange& change) {
+    const String text = change.after.value_or("");
+    if (change.field == "comment.leading") m_comments.leading = text;
+    if (change.field == "comment.opening") m_comments.opening = text;
+    if (change.field == "comment.inner") m_comments.inner = text;
+    return change.action == Action::Change;
+}
+
 bool SceneSetter::prepareNode(const SceneChange& change) {
+    Step step{.change = &change};
     if (change.action == Action::Add) {
-        // At the end, or behind one that was added there.
-        const bool isLast = change.after && change.behind.value_or(String()) == m_lastName;
-        if (!isLast) return false;
-        m_added += std::string(change.after->view()) + '\n';
-        m_lastName = change.path;
+        m_added += std::string(change.after.value_or("").view()) + '\n';
+        m_placedNodes.push_back(std::move(step));
         return true;
     }
-    Step step{.change = &change, .node = kelvo_sdk::Node(m_scene.findNode(change.path))};
+    step.node = kelvo_sdk::Node(m_scene.findNode(change.path));
     const bool isRename = change.action == Action::Rename && change.after;
-    if (!step.node.get() || (!isRename && change.action != Action::Remove)) return false;
-    if (isRename && change.path == m_lastName) m_lastName = *change.after;
-    (isRename ? m_renamed : m_removedNodes).push_back(std::move(step));
+    const bool isMove = change.action == Action::Move;
+    if (!step.node.get() || (!isRename && !isMove && change.action != Action::Remove)) return false;
+    (isRename ? m_renamed : isMove ? m_placedNodes : m_removedNodes).push_back(std::move(step));
     return true;
 }
 
@@ -130,6 +140,35 @@ bool SceneSetter::setNodes() {
         if (!m_scene.renameNode(step.node.get(), *step.change->after)) return false;
     kelvo_sdk::Scene scene(&m_scene);
     return m_added.empty() || scene.read(String(std::string_view(m_added)), "the added nodes");
+}
+
+void SceneSetter::setComments() {
+    const Comments& before = m_scene.comments().file();
+    const bool isSame = before.leading.equals(m_comments.leading) &&
+                        before.opening.equals(m_comments.opening) &&
+                        before.inner.equals(m_comments.inner);
+    if (!isSame) setFileComments(m_scene, m_comments);
+}
+
+// One after the other in the order of the later scene, each behind what it stands behind there.
+bool SceneSetter::placeNodes() {
+    const auto placeOf = [&](const INode* node) {
+        u64 place = 0;
+        while (place < m_scene.nodeCount() && m_scene.node(place) != node)
+            ++place;
+        return place;
+    };
+    return std::ranges::all_of(m_placedNodes, [&](const Step& step) {
+        const bool isAdded = step.change->action == Action::Add;
+        INode* node = isAdded ? m_scene.findNode(step.change->path) : step.node.get();
+        const auto& name = isAdded ? step.change->behind : step.change->after;
+        const INode* behind = name ? m_scene.findNode(*name) : nullptr;
+        if (!node || (name && !behind)) return false;
+        if (!behind) return m_scene.moveNode(node, 0);
+        const u64 from = placeOf(node);
+        const u64 to = placeOf(behind);
+        return m_scene.moveNode(node, from < to ? to : to + 1);
+    });
 }
 
 bool SceneSetter::removeInputs() {
@@ -232,6 +271,13 @@ bool SceneSetter::setValue(Input& input, std::string_view text) const {
 bool SceneSetter::setSource(Input& input, std::string_view path) const {
     Output* output = findOutput(path);
     return output && input.connect(output);
+}
+
+void setFileComments(Scene& scene, Comments comments) {
+    EditStep step(scene);
+    step.prepare<FileCommentsChange>(scene.comments());
+    scene.comments().setFile(std::move(comments));
+    step.commit();
 }
 
 } // namespace qv::kelvo_sdk::impl

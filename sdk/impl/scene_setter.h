@@ -2,6 +2,7 @@
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/output.h"
+#include "sdk/impl/scene_comments.h"
 #include "sdk/scene_diff.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -9,7 +10,8 @@ namespace qv::kelvo_sdk::impl {
 class Scene;
 
 /// Makes changes in the nodes of a scene that there are: values, links and connections, elements of
-/// arrays, names of nodes, inputs and nodes that go or come at the end.
+/// arrays, inputs that go, names and order of nodes, nodes that go or come, comments of the text as
+/// a whole.
 class SceneSetter {
 public:
     /// Borrows both.
@@ -35,9 +37,12 @@ private:
     };
 
     bool prepare(const SceneChange& change);
+    bool prepareComment(const SceneChange& change);
     bool prepareNode(const SceneChange& change);
     bool prepareElement(const SceneChange& change);
+    void setComments();
     bool setNodes();
+    bool placeNodes();
     bool removeInputs();
     bool setElements();
     bool addElement(const Step& step);
@@ -55,8 +60,12 @@ private:
     std::vector<Step> m_takenElements;
     std::vector<Step> m_placedElements;
     std::vector<Step> m_set;
+    std::vector<Step> m_placedNodes;
     std::string m_added;
-    String m_lastName;
+    Comments m_comments;
 };
+
+/// Sets the comments of a scene's text as a whole, as part of its history.
+void setFileComments(Scene& scene, Comments comments);
 
 } // namespace qv::kelvo_sdk::impl

@@ -65,6 +65,42 @@ TEST(ScenePatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteFo
     }
 }
 
+TEST(ScenePatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
+    const auto scenes = [](const char* names) {
+        std::string text = "# of all\nkelvo scene 1\n";
+        for (; *names; ++names)
+            text += node(std::string(1, *names).c_str(), "Int i = 1\n");
+        return sceneOf(text);
+    };
+    const Scene scene = scenes("abcdef");
+    const Node kept = scene.findNode("b");
+    const Scene after = scenes("xfbyaedz");
+    String error;
+    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    EXPECT_EQ(scene.findNode("b").get(), kept.get());
+    EXPECT_EQ(textOf(scene), textOf(after));
+}
+
+TEST(ScenePatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
+    for (unsigned seed = 0; seed < 400; ++seed) {
+        tests::RandomScene model(seed);
+        const Scene scene = sceneOf(model.text());
+        scene.setUndoEnabled(true);
+        for (unsigned i = 0; i <= seed % 6; ++i)
+            model.edit();
+        const Scene after = sceneOf(model.text());
+        const std::string was = textOf(scene);
+        String error;
+        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        ASSERT_EQ(scene.undoCount(), was == textOf(after) ? 0u : 1u) << "seed " << seed;
+        if (scene.undoCount() == 0) continue;
+        ASSERT_TRUE(scene.undo());
+        ASSERT_EQ(textOf(scene), was) << "seed " << seed;
+        ASSERT_TRUE(scene.redo());
+        ASSERT_EQ(textOf(scene), textOf(after)) << "seed " << seed;
+    }
+}
+
 // Changes as anyone could write them: cut, repeated, out of order, with texts of others.
 class Damage {
 public:
