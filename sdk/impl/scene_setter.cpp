@@ -68,8 +68,9 @@ bool SceneSetter::run() {
     m_comments = m_scene.comments().file();
     const bool canBe =
         std::ranges::all_of(m_changes, [&](const SceneChange& change) { return prepare(change); });
-    const u64 elements = m_takenElements.size() + m_placedElements.size();
-    if (!canBe || elements > kMostMoved || m_placedNodes.size() > kMostMoved) return false;
+    const u64 most = std::max({m_takenElements.size() + m_placedElements.size(),
+                               m_placedNodes.size(), m_removedInputs.size()});
+    if (!canBe || most > kMostMoved) return false;
     setComments();
     return setNodes() && placeNodes() && removeInputs() && setElements() && setInputs();
 }
