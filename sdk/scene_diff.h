@@ -56,8 +56,9 @@ public:
     /// Makes the changes in a scene, all or none, as one undo step. False, and `error` names the
     /// place, when the scene is not as a change says that it was.
     ///
-    /// Changes of nothing but values, links and connections are made in place; with others the
-    /// scene's nodes become new ones.
+    /// Values, links, connections and elements change in the nodes that there are, inputs go,
+    /// nodes come, go, move and get new names. With changes of other sorts the scene's nodes become
+    /// new ones.
     [[nodiscard]] bool applyTo(const Scene& scene, String& error) const;
 
 private:

@@ -38,11 +38,19 @@ bool readsBack(const Scene& scene, const String& text, String& error) {
     return false;
 }
 
-// What is removed and read again takes its place in the history as one step does.
+// Changes the nodes that there are; where that does not give the text it is as if it never was.
+bool changeNodes(const Scene& scene, const std::vector<SceneChange>& changes, const String& text) {
+    const Scene::UndoScope attempt(scene, String(), String());
+    impl::SceneSetter setter(static_cast<impl::Scene&>(*scene.get()), changes);
+    if (setter.run() && scene.text().equals(text)) return true;
+    attempt.cancel();
+    return false;
+}
+
 bool makeAnew(const Scene& scene, const String& text) {
     auto& made = static_cast<impl::Scene&>(*scene.get());
     made.clear();
-    made.comments().setFile({});
+    impl::setFileComments(made, {});
     return scene.read(text, "the changed scene");
 }
 
@@ -82,9 +90,7 @@ bool SceneDiff::applyTo(const Scene& scene, String& error) const {
     if (!readsBack(changed, document.text(), error)) return false;
     const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");
     const String text = changed.text();
-    const bool isDone = impl::setInPlace(static_cast<impl::Scene&>(*scene.get()), m_changes) &&
-                        scene.text().equals(text);
-    return isDone || makeAnew(scene, text);
+    return changeNodes(scene, m_changes, text) || makeAnew(scene, text);
 }
 
 bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,

@@ -107,6 +107,24 @@ TEST(ValidationFix, AllFixes_AreOneStep) {
     EXPECT_EQ(steps.find(end), steps.size() - end.size()) << steps;
 }
 
+TEST(ValidationFix, OfAllSorts_CanBeUndoneAndRedone) {
+    const Scene scene =
+        sceneWithTypes("node xform \"x\" {\n Array<Node> children = [null, a, a]\n}\n"
+                       "node box \"a\" @own {\n Real size = 12 @unchecked @max 9\n}\n");
+    scene.setUndoEnabled(true);
+    const std::string before = tests::textOf(scene);
+    const std::string findings = found(scene);
+    EXPECT_GT(fixFindings(scene).fixed.size(), 5u);
+    const std::string after = tests::textOf(scene);
+    EXPECT_EQ(scene.undoCount(), 1u);
+    EXPECT_TRUE(scene.undo());
+    EXPECT_EQ(tests::textOf(scene), before);
+    EXPECT_EQ(found(scene), findings);
+    EXPECT_TRUE(scene.redo());
+    EXPECT_EQ(tests::textOf(scene), after);
+    EXPECT_TRUE(scene.verify().empty());
+}
+
 TEST(ValidationFix, AppliedTwice_DoesNothingMore) {
     const Scene scene = tests::sceneOf("node xform \"a\" {\n Array<Node> children = [null]\n}\n");
     const Findings findings = validate(scene);

@@ -21,7 +21,7 @@ public:
     void seed(unsigned seed) { m_random.seed(seed); }
 
     void edit() {
-        switch (m_nodes.empty() ? 0 : below(11)) {
+        switch (m_nodes.empty() ? 0 : below(12)) {
         case 0:
             return addNode();
         case 1:
@@ -38,6 +38,9 @@ public:
         case 5:
             anyNode().flags = oneOf({"", " @abstract", " @internal", " @abstract @internal"});
             return;
+        case 7:
+            m_head = oneOf({"", "# of all\n", "# a\n# b\n"});
+            return;
         case 6:
             return editOutputs(anyNode().outputs);
         default:
@@ -50,7 +53,7 @@ public:
     }
 
     [[nodiscard]] std::string text() const {
-        std::string out = "kelvo scene 1\n";
+        std::string out = m_head + "kelvo scene 1\n";
         for (const NodeModel& node : m_nodes) {
             out += node.leading + "node " + node.type.substr(0, node.type.find(" :"));
             if (const auto bases = node.type.find(" :"); bases != std::string::npos)
@@ -299,6 +302,7 @@ private:
 
     std::mt19937 m_random;
     std::vector<NodeModel> m_nodes;
+    std::string m_head;
     int m_nextNumber = 0;
     int m_nextName = 0;
     int m_current = 0;

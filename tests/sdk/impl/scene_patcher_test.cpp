@@ -65,6 +65,42 @@ TEST(ScenePatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteFo
     }
 }
 
+TEST(ScenePatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
+    const auto scenes = [](const char* names) {
+        std::string text = "# of all\nkelvo scene 1\n";
+        for (; *names; ++names)
+            text += node(std::string(1, *names).c_str(), "Int i = 1\n");
+        return sceneOf(text);
+    };
+    const Scene scene = scenes("abcdef");
+    const Node kept = scene.findNode("b");
+    const Scene after = scenes("xfbyaedz");
+    String error;
+    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    EXPECT_EQ(scene.findNode("b").get(), kept.get());
+    EXPECT_EQ(textOf(scene), textOf(after));
+}
+
+TEST(ScenePatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
+    for (unsigned seed = 0; seed < 400; ++seed) {
+        tests::RandomScene model(seed);
+        const Scene scene = sceneOf(model.text());
+        scene.setUndoEnabled(true);
+        for (unsigned i = 0; i <= seed % 6; ++i)
+            model.edit();
+        const Scene after = sceneOf(model.text());
+        const std::string was = textOf(scene);
+        String error;
+        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        ASSERT_EQ(scene.undoCount(), was == textOf(after) ? 0u : 1u) << "seed " << seed;
+        if (scene.undoCount() == 0) continue;
+        ASSERT_TRUE(scene.undo());
+        ASSERT_EQ(textOf(scene), was) << "seed " << seed;
+        ASSERT_TRUE(scene.redo());
+        ASSERT_EQ(textOf(scene), textOf(after)) << "seed " << seed;
+    }
+}
+
 // Changes as anyone could write them: cut, repeated, out of order, with texts of others.
 class Damage {
 public:
@@ -184,17 +220,39 @@ TEST(ScenePatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNothing
     }
 }
 
-TEST(ScenePatcher, ApplyTo_WithValuesAlone_KeepsTheNodes) {
-    const Scene scene =
-        sceneOf(node("a", "Real r = 1\nNode n = null\nReal x = 0\noutput Real o\n") +
-                node("b", "output Real o\n"));
-    const Node kept = scene.findNode("a");
+TEST(ScenePatcher, ApplyTo_WhatNodesCanTake_KeepsTheNodes) {
+    const std::string other = node("b", "Int i = 1\noutput Real o\n");
+    const std::string before = "Real r = 1\nReal u = 1\nArray<Node> l = [a, b, null]\n"
+                               "Array<Real> x = [1, 2, 3, 4]\nString s = \"\"\n";
+    const char* const cases[] = {
+        "Real r = 2\nReal u = 1\nArray<Node> l = [a, b, null]\nArray<Real> x = [1, 2, 3, 4]\n"
+        "String s = \"a \\\"b\\\"\"\n",
+        "Real r = 1 <- b.o\nReal u = 1\nArray<Node> l = [b, null, a]\n"
+        "Array<Real> x = [1, 2, 3, 4]\nString s = \"\"\n",
+        "Real u = 1\nArray<Node> l = [b, b, a]\nArray<Real> x = [4, 3, 9, 2, 1]\nString s = \"\"\n",
+        "Real r = 1\nReal u = 1\nArray<Node> l = []\nArray<Real> x = [2, 4, 1, 7, 8]\n",
+    };
+    for (const char* body : cases) {
+        const Scene scene = sceneOf(node("a", before.c_str()) + other);
+        const Node kept = scene.findNode("a");
+        const Scene after = sceneOf(node("a", body) + other);
+        String error;
+        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        EXPECT_EQ(scene.findNode("a").get(), kept.get()) << body;
+        EXPECT_EQ(textOf(scene), textOf(after));
+    }
+}
+
+TEST(ScenePatcher, ApplyTo_NodesThatGoComeAndAreRenamed_KeepsTheOthers) {
+    const Scene scene = sceneOf(node("a", "Node n = c\n") + node("b", "Int i = 1\n") +
+                                node("c", "Int i = 2\nInt j = 3\n"));
+    const Node kept = scene.findNode("c");
     const Scene after =
-        sceneOf(node("a", "Real r = 2\nNode n = b\nReal x = 0 <- b.o\noutput Real o\n") +
-                node("b", "output Real o\n"));
+        sceneOf(node("a", "Node n = lamp\n") + node("lamp", "Int i = 2\nInt j = 3\n") +
+                node("d", "Node n = a\n") + node("e", "Node n = d\n"));
     String error;
     ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
-    EXPECT_EQ(scene.findNode("a").get(), kept.get());
+    EXPECT_EQ(scene.findNode("lamp").get(), kept.get());
     EXPECT_EQ(textOf(scene), textOf(after));
 }
 
