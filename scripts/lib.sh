@@ -26,7 +26,7 @@ need_packages() {
 }
 
 build_packages=(g++ cmake ninja-build ccache libassimp-dev libcli11-dev
-    nlohmann-json3-dev)
+    nlohmann-json3-dev libedit-dev)
 job_packages=(assimp-testmodels)
 test_packages=(clang libclang-rt-14-dev clang-format git python3 pkg-config libgtest-dev
     libbenchmark-dev libxml2-utils librsvg2-bin graphviz binutils

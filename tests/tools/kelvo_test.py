@@ -14,7 +14,7 @@ class CommandLine(ToolTest):
 
     def test_help_names_every_command(self):
         text = self.expect(0, "--help")
-        commands = ("show", "get", "set", "check", "stats", "paths", "deps", "hash", "find",
+        commands = ("show", "get", "set", "edit", "check", "stats", "paths", "deps", "hash", "find",
                     "explain", "graph", "diff", "patch", "merge", "eval", "new", "convert", "types",
                     "help", "library", "import")
         listed = text.split("\nSubcommands:\n")[1].split("\n\n")[0]

@@ -9,6 +9,7 @@ namespace qv::kelvo_tool {
 void addShow(CommandLine& line);
 void addGet(CommandLine& line);
 void addSet(CommandLine& line);
+void addEdit(CommandLine& line);
 void addCheck(CommandLine& line);
 void addStats(CommandLine& line);
 void addPaths(CommandLine& line);

@@ -22,6 +22,7 @@ void addCommands(CommandLine& line) {
     addShow(line);
     addGet(line);
     addSet(line);
+    addEdit(line);
     addCheck(line);
     addStats(line);
     addPaths(line);

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "base/string.h"
+
+#include <vector>
+
+namespace qv::kelvo_tool {
+
+/// One command of a script of edits, as written: docs/edit.md has the grammar.
+struct Edit {
+    struct Word {
+        /// Without quotes.
+        String text;
+        /// Where it stands in `Edit::text`.
+        u64 start;
+        u64 end;
+        bool isQuoted;
+    };
+
+    /// The whole command; the words, of which there is at least one, are parts of it.
+    String text;
+    std::vector<Word> words;
+    /// Place of the first word; both count from 1, a column is a byte.
+    u64 line = 1;
+    u64 column = 1;
+
+    [[nodiscard]] const String& name() const { return words.front().text; }
+    [[nodiscard]] bool has(u64 word) const { return word < words.size(); }
+    /// Returns the value that starts at a word and takes the rest of the command: as written, but
+    /// for one text in quotes, which loses them.
+    [[nodiscard]] String valueFrom(u64 word) const;
+    [[nodiscard]] u64 columnOf(u64 word) const { return column + words[word].start; }
+};
+
+/// What is wrong with a script of edits, and where.
+struct EditError {
+    u64 line = 1;
+    u64 column = 1;
+    String message;
+
+    /// Returns "source:line:column: message".
+    [[nodiscard]] String textIn(const String& source) const;
+};
+
+/// Splits a script into its commands; false with the first `error`.
+[[nodiscard]] bool parseEdits(const String& script, std::vector<Edit>& edits, EditError& error);
+
+} // namespace qv::kelvo_tool

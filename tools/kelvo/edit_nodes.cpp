@@ -1,0 +1,152 @@
+// The commands that make, name, convert, copy and nest nodes.
+#include "tools/kelvo/edit_commands.h"
+
+#include "sdk/impl/near_name.h"
+#include "sdk/impl/node.h"
+#include "tools/kelvo/libraries.h"
+#include "tools/kelvo/message.h"
+#include "tools/kelvo/value_setting.h"
+
+#include <array>
+#include <utility>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::Node;
+
+String questionAboutType(const Libraries& libraries, const String& type) {
+    StringVector known;
+    for (const kelvo_sdk::impl::Node* candidate : libraries.types())
+        known.push_back(candidate->type());
+    kelvo_sdk::impl::NearName near(type.view());
+    for (const String& candidate : known)
+        near.offer(candidate.view());
+    return near.question();
+}
+
+// A name that commands after this one may rely on: it becomes no other.
+bool isFree(const EditSession& session, const Edit& edit, u64 word, const Node& self,
+            EditFault& fault) {
+    const String& name = edit.words[word].text;
+    if (!name.isSimpleCID())
+        return fault.at(word, "'" + name + "' is no name: expected letters, digits and '_'.");
+    const Node other = session.scene().findNode(name);
+    return !other.get() || other.get() == self.get() ||
+           fault.at(word, "there is a node '" + other.name() + "' already.");
+}
+
+bool runNew(EditSession& session, const Edit& edit, EditFault& fault) {
+    const String& type = edit.words[1].text;
+    const Libraries* libraries = librariesInUse();
+    if (!libraries) return fault.at(0, "the node libraries cannot be loaded.");
+    if (!isFree(session, edit, 2, Node(), fault)) return false;
+    const kelvo_sdk::impl::Node* known = libraries->lookUpType(type);
+    if (known && known->isAbstract()) return fault.at(1, "type '" + type + "' is abstract.");
+    if (!type.isSimpleCID())
+        return fault.at(1, "'" + type + "' is no type: expected letters, digits and '_'.");
+    if (!session.scene().createNode(type, edit.words[2].text).get()) return false;
+    if (!known)
+        warn("no library knows the type '" + type + "', so that '" + edit.words[2].text +
+             "' is bare" + questionAboutType(*libraries, type));
+    return true;
+}
+
+bool runRename(EditSession& session, const Edit& edit, EditFault& fault) {
+    Node node;
+    if (!findNodeOf(session, edit, 1, node, fault)) return false;
+    if (!isFree(session, edit, 2, node, fault)) return false;
+    return node.name() == edit.words[2].text ||
+           session.scene().renameNode(node, edit.words[2].text);
+}
+
+bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
+    Node node;
+    if (!findNodeOf(session, edit, 1, node, fault)) return false;
+    const String& type = edit.words[2].text;
+    if (node.type() == type)
+        return fault.at(2, "'" + node.name() + "' is of type '" + type + "' already.");
+    const Libraries* libraries = librariesInUse();
+    if (!libraries || !libraries->lookUpType(type))
+        return fault.at(2, "no node type '" + type + "'" +
+                               (libraries ? questionAboutType(*libraries, type) : String(".")));
+    kelvo_sdk::Misfits misfits;
+    // Why a type cannot be is told by the library.
+    if (!node.convertTo(type, &misfits).get()) return false;
+    for (const kelvo_sdk::Misfit& misfit : misfits)
+        warn("'" + misfit.path + "' " + misfit.reason);
+    return true;
+}
+
+bool runClone(EditSession& session, const Edit& edit, EditFault& fault) {
+    Node node;
+    if (!findNodeOf(session, edit, 1, node, fault)) return false;
+    u64 nameWord = 0;
+    bool isDeep = false;
+    for (u64 word = 2; word < edit.words.size(); ++word) {
+        if (edit.words[word].text == "--deep")
+            isDeep = true;
+        else if (nameWord != 0)
+            return fault.at(word, "expected one name, and --deep.");
+        else
+            nameWord = word;
+    }
+    if (nameWord != 0 && !isFree(session, edit, nameWord, Node(), fault)) return false;
+    const Node copy = node.clone(isDeep);
+    if (!copy.get()) return false;
+    if (nameWord != 0) return session.scene().renameNode(copy, edit.words[nameWord].text);
+    if (session.isPrompt()) session.out().write(Tone::Name, copy.name().view()).endLine();
+    return true;
+}
+
+bool findFamily(EditSession& session, const Edit& edit, Node& node, Node& parent,
+                EditFault& fault) {
+    return findNodeOf(session, edit, 1, node, fault) && findNodeOf(session, edit, 2, parent, fault);
+}
+
+bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
+    Node node;
+    Node parent;
+    if (!findFamily(session, edit, node, parent, fault)) return false;
+    // A list of children that the text leaves out.
+    kelvo_sdk::Input children;
+    String error;
+    if (!reachInput(session.scene(), parent.name() + ".children", nullptr, children, error))
+        return fault.at(2, "'" + parent.name() + "' takes no children.");
+    const i64 place = node->indexIn(parent.get());
+    if (place >= 0 && static_cast<u64>(place) + 1 == children.inputCount()) return true;
+    return node.parentTo(parent);
+}
+
+bool runUnparent(EditSession& session, const Edit& edit, EditFault& fault) {
+    Node node;
+    Node parent;
+    if (!findFamily(session, edit, node, parent, fault)) return false;
+    return node.unparentFrom(parent) ||
+           fault.at(1, "'" + node.name() + "' is no child of '" + parent.name() + "'.");
+}
+
+using Kind = EditCommand::Kind;
+
+constexpr std::array commands{
+    EditCommand{"new", "TYPE NAME", "Makes a node", Kind::Edits, &runNew},
+    EditCommand{"rename", "NODE NAME", "Renames a node; what leads to it follows", Kind::Edits,
+                &runRename},
+    EditCommand{"convert", "NODE TYPE", "Gives a node another type, and tells what does not fit",
+                Kind::Converts, &runConvert},
+    EditCommand{"clone", "NODE [NAME] [--deep]", "Copies a node; --deep what it depends on as well",
+                Kind::Edits, &runClone},
+    EditCommand{"parent", "NODE PARENT", "Makes a node the last child of another", Kind::Edits,
+                &runParent},
+    EditCommand{"unparent", "NODE PARENT", "Empties the element of the children that leads to it",
+                Kind::Edits, &runUnparent},
+};
+
+} // namespace
+
+std::span<const EditCommand> nodeCommands() {
+    return commands;
+}
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,127 @@
+#include "tools/kelvo/edit_session.h"
+
+#include "tools/kelvo/edit_commands.h"
+#include "tools/kelvo/files.h"
+#include "tools/kelvo/message.h"
+#include "tools/kelvo/value_setting.h"
+#include "tools/kelvo/versions.h"
+
+#include <utility>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::Scene;
+
+// What a step is called: the command, shortened where it would fill the screen.
+String stepText(const Edit& edit) {
+    constexpr u64 longest = 100;
+    if (edit.text.size() <= longest) return edit.text;
+    u64 end = longest;
+    while (end != 0 && (static_cast<unsigned char>(edit.text.view()[end]) & 0xC0) == 0x80)
+        --end;
+    return edit.text.substr(0, end) + "...";
+}
+
+// Lets a command be one step, which is taken back when it fails.
+bool runInStep(const EditCommand& command, EditSession& session, const Edit& edit,
+               EditFault& fault) {
+    const String text = stepText(edit);
+    const Scene::UndoScope scope(session.scene(), text, "Undo: " + text);
+    String said;
+    const bool isDone = [&] {
+        const Reason reason;
+        const bool done = command.run(session, edit, fault);
+        said = reason.text();
+        return done;
+    }();
+    if (isDone) {
+        if (!said.isEmpty()) warn(said);
+        return true;
+    }
+    scope.cancel();
+    if (fault.message.isEmpty()) fault.message = said.isEmpty() ? String("refused.") : said;
+    return false;
+}
+
+} // namespace
+
+EditSession::EditSession(String file, String outFile, Terminal& out)
+    : m_file(std::move(file)), m_outFile(std::move(outFile)), m_out(out) {}
+
+bool EditSession::open(WithTypes types) {
+    return m_document.open(m_file) && read(types);
+}
+
+bool EditSession::read(WithTypes types) {
+    const Scene scene = Scene::create();
+    const bool isRead =
+        types == WithTypes::Always ? m_document.readWithTypes(scene) : m_document.read(scene);
+    if (!isRead) return false;
+    m_scene = scene;
+    m_hasTypes = knowsTypes(m_scene);
+    m_scene.setUndoEnabled(true);
+    // Scripts may be long; what they hold on to is bounded by its bytes.
+    kelvo_sdk::UndoLimits limits;
+    limits.steps = 1'000'000;
+    m_scene.setUndoLimits(limits);
+    m_scene.markSaved();
+    return true;
+}
+
+bool EditSession::run(const Edit& edit, EditError& error) {
+    error = {edit.line, edit.column, {}};
+    EditCommand command{};
+    if (!findEditCommand(edit.name(), command, error.message)) return false;
+    EditFault fault;
+    if (carryOut(command, edit, fault)) return true;
+    error = {edit.line, edit.columnOf(fault.word), edit.name() + ": " + fault.message};
+    return false;
+}
+
+bool EditSession::carryOut(const EditCommand& command, const Edit& edit, EditFault& fault) {
+    using Kind = EditCommand::Kind;
+    if (!command.fits(edit, fault)) return false;
+    if (command.kind == Kind::Prompts) return fault.at(0, "that is for the prompt alone.");
+    if (command.kind == Kind::Looks) return command.run(*this, edit, fault);
+    if (command.kind == Kind::Converts && !makeTyped())
+        return fault.at(0, "this needs what the scene leaves to the types of its nodes: leave, and "
+                           "edit it with --types.");
+    return runInStep(command, *this, edit, fault);
+}
+
+// What was done to the scene would be lost.
+bool EditSession::makeTyped() {
+    if (m_hasTypes) return true;
+    const bool isAsRead = m_scene.undoCount() == 0 && m_scene.redoCount() == 0 &&
+                          m_scene.checkpoints().empty() && m_scene.isSaved();
+    return isAsRead && read(WithTypes::Always);
+}
+
+bool EditSession::save(const String& file) {
+    const bool isOwn = file.isEmpty();
+    if (!m_isPrompt) {
+        // The scene's own file gets what the whole script makes of it.
+        if (!isOwn) m_saved.emplace_back(file, m_scene.text());
+        return true;
+    }
+    if (!saveScene(m_scene, isOwn ? target() : file, m_out)) return false;
+    if (isOwn) m_scene.markSaved();
+    return true;
+}
+
+bool EditSession::writeSaved() {
+    for (const auto& [file, text] : m_saved) {
+        String error;
+        if (isStream(file))
+            m_out.write(text.view());
+        else if (!writeFile(file, text.view(), error)) {
+            complain(error);
+            return false;
+        }
+    }
+    return saveScene(m_scene, target(), m_out);
+}
+
+} // namespace qv::kelvo_tool

@@ -1,0 +1,241 @@
+// The commands that give inputs values, links and connections, and add inputs.
+#include "tools/kelvo/edit_commands.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/near_name.h"
+#include "sdk/impl/node.h"
+#include "tools/kelvo/address.h"
+#include "tools/kelvo/libraries.h"
+#include "tools/kelvo/message.h"
+#include "tools/kelvo/value_setting.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::Input;
+using kelvo_sdk::impl::AttrData;
+using kelvo_sdk::impl::Node;
+using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::interfaces::INode;
+using kelvo_sdk::interfaces::IOutput;
+
+bool runSet(EditSession& session, const Edit& edit, EditFault& fault) {
+    Input input;
+    String error;
+    const String value = edit.valueFrom(2);
+    if (!reachInput(session.scene(), edit.words[1].text, &value, input, error))
+        return fault.at(1, std::move(error));
+    if (!assignFrom(session, edit, 2, input, fault)) return false;
+    if (input.source().get())
+        warn("'" + input.path() + "' is connected to '" + input.source().path() +
+             "', which hides the value.");
+    return true;
+}
+
+// An input that stands bare in the text has what its type says; null where that is nothing.
+const kelvo_sdk::impl::Input* definitionOf(const Input& input) {
+    const auto& own = static_cast<const kelvo_sdk::impl::Input&>(*input.get());
+    if (own.parent() || own.details()) return nullptr;
+    const Libraries* libraries = librariesInUse();
+    const Node* type = libraries ? libraries->lookUpType(own.node()->type()) : nullptr;
+    const IInput* known = type ? type->lookUpInput(own.name()) : nullptr;
+    return known && known->typeName() == own.typeName()
+               ? static_cast<const kelvo_sdk::impl::Input*>(known)
+               : nullptr;
+}
+
+bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
+    // What the text leaves out is as its type says.
+    if (wholeLeftOutInput(session.scene(), edit.words[1].text)) return true;
+    Address address;
+    String error;
+    if (!findAddress(session.scene(), edit.words[1].text, Append::Refused, address, error))
+        return fault.at(1, std::move(error));
+    if (!address.input.get())
+        return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
+    const kelvo_sdk::impl::Input* definition =
+        session.hasTypes() ? nullptr : definitionOf(address.input);
+    if (!definition) return address.input.reset();
+    // Whole, it goes back to the type.
+    if (definition->inputCount() != 0) return address.node.removeInput(address.input.name());
+    if (address.input.type() == AttrType::Array || definition->type() == AttrType::Node)
+        return address.input.reset();
+    return static_cast<kelvo_sdk::impl::Input&>(*address.input.get()).setValue(definition->value());
+}
+
+IOutput* knownOutput(const kelvo_sdk::Node& node, const String& name) {
+    if (node->hasOutput(name, AttrType::Null)) return node->output(name);
+    const Libraries* libraries = librariesInUse();
+    const Node* type = libraries ? libraries->lookUpType(node.type()) : nullptr;
+    const IOutput* like = type ? type->lookUpOutput(name) : nullptr;
+    if (!like) return nullptr;
+    // What else there is to say of it stays with the type.
+    return like->type() == AttrType::Buffer
+               ? static_cast<Node&>(*node.get()).createOutput(like->name(), like->dataType())
+               : node->createOutput(like->name(), like->type());
+}
+
+bool findOutput(const EditSession& session, const Edit& edit, u64 word, kelvo_sdk::Output& output,
+                EditFault& fault) {
+    const String& path = edit.words[word].text;
+    const u64 dot = path.find('.');
+    if (dot == String::npos)
+        return fault.at(word, "'" + path + "' is no output: expected node.output.");
+    const kelvo_sdk::Node node = session.scene().findNode(path.substr(0, dot));
+    if (!node.get()) return fault.at(word, noSuchNode(session.scene(), path.substr(0, dot)));
+    const String name = path.substr(dot + 1);
+    output = kelvo_sdk::Output(knownOutput(node, name));
+    if (output.get()) return true;
+    StringVector known;
+    for (u64 i = 0; i < node->outputCount(); ++i)
+        known.push_back(node->output(i)->name());
+    kelvo_sdk::impl::NearName near(name.view());
+    for (const String& candidate : known)
+        near.offer(candidate.view());
+    return fault.at(word, "no output '" + name + "' in '" + node.name() + "'" + near.question());
+}
+
+bool runConnect(EditSession& session, const Edit& edit, EditFault& fault) {
+    Input input;
+    kelvo_sdk::Output output;
+    if (!reachInputOf(session, edit, 1, input, fault)) return false;
+    if (!findOutput(session, edit, 2, output, fault)) return false;
+    // Why a connection cannot be is told by the library.
+    return input.source().get() == output.get() || input.connect(output);
+}
+
+bool runDisconnect(EditSession& session, const Edit& edit, EditFault& fault) {
+    Address address;
+    String error;
+    if (!findAddress(session.scene(), edit.words[1].text, Append::Refused, address, error))
+        return fault.at(1, std::move(error));
+    return address.input.disconnect() ||
+           fault.at(1, "'" + edit.words[1].text + "' is not connected.");
+}
+
+bool runLink(EditSession& session, const Edit& edit, EditFault& fault) {
+    Input input;
+    kelvo_sdk::Node node;
+    if (!reachInputOf(session, edit, 1, input, fault)) return false;
+    if (!findNodeOf(session, edit, 2, node, fault)) return false;
+    if (input.type() != AttrType::Node)
+        return fault.at(1, "'" + input.path() + "' is of kind " + input->typeName() +
+                               ", which links to no node.");
+    return input.set(node);
+}
+
+// Takes what stands in the brackets of "Array<Real>".
+std::string_view takeInner(std::string_view& kind) {
+    const std::size_t open = kind.find('<');
+    if (open == std::string_view::npos || !kind.ends_with('>')) return {};
+    const std::string_view inner = kind.substr(open + 1, kind.size() - open - 2);
+    kind = kind.substr(0, open);
+    return inner;
+}
+
+bool parseElementType(std::string_view name, kelvo_sdk::AttrType& type) {
+    return kelvo_sdk::parseAttrType(name, type) && type != AttrType::Null;
+}
+
+bool parseKind(std::string_view kind, AttrData& data) {
+    const std::string_view inner = takeInner(kind);
+    if (!kelvo_sdk::parseAttrType(kind, data.type) || data.type == AttrType::Null) return false;
+    if (data.type == AttrType::Array) return parseElementType(inner, data.elementType);
+    if (inner.empty()) return true;
+    return data.type == AttrType::Buffer && parseDataType(inner, data.dataType);
+}
+
+bool kindOf(const Edit& edit, AttrData& data, EditFault& fault) {
+    return parseKind(edit.words[1].text.view(), data) ||
+           fault.at(1, "'" + edit.words[1].text +
+                           "' is no kind: expected one like Real, Node, Array<Real> or "
+                           "Buffer<Pos3f>.");
+}
+
+/// Where something is to be added: to a node, or to an object in it.
+struct NewPlace {
+    Address owner;
+    String name;
+};
+
+bool findPlace(const EditSession& session, const Edit& edit, NewPlace& place, EditFault& fault) {
+    const String& path = edit.words[2].text;
+    const std::size_t dot = path.view().rfind('.');
+    if (dot == std::string_view::npos)
+        return fault.at(2, "'" + path + "' has no name of an input: expected node.name.");
+    place.name = path.substr(dot + 1);
+    String error;
+    if (!findAddress(session.scene(), path.substr(0, dot), Append::Refused, place.owner, error))
+        return fault.at(2, std::move(error));
+    if (place.name.isSimpleCID()) return true;
+    return fault.at(2, "'" + place.name + "' is no name: expected letters, digits and '_'.");
+}
+
+bool hasAlready(const EditSession& session, const NewPlace& place, const String& path) {
+    if (place.owner.input.get()) return place.owner.input->hasInput(place.name, AttrType::Null);
+    return place.owner.node->hasInput(place.name, AttrType::Null) ||
+           leftOutInput(session.scene(), path);
+}
+
+bool runAdd(EditSession& session, const Edit& edit, EditFault& fault) {
+    AttrData data;
+    NewPlace place;
+    if (!kindOf(edit, data, fault) || !findPlace(session, edit, place, fault)) return false;
+    if (hasAlready(session, place, edit.words[2].text))
+        return fault.at(2, "there is an input '" + edit.words[2].text + "' already.");
+    if (edit.has(3) && (edit.words[3].text != "=" || !edit.has(4)))
+        return fault.at(3, "expected '=' and a value.");
+    const Address& owner = place.owner;
+    if (owner.input.get() && !owner.input->isObject())
+        return fault.at(2, "'" + owner.input.path() + "' has no members: its kind is " +
+                               owner.input->typeName() + ".");
+    const Input input(
+        owner.input.get()
+            ? static_cast<kelvo_sdk::impl::Input&>(*owner.input.get())
+                  .createInput(place.name, std::move(data))
+            : static_cast<Node&>(*owner.node.get()).createInput(place.name, std::move(data)));
+    if (!input.get()) return false;
+    return !edit.has(4) || assignFrom(session, edit, 4, input, fault);
+}
+
+bool runAddOutput(EditSession& session, const Edit& edit, EditFault& fault) {
+    AttrData data;
+    NewPlace place;
+    if (!kindOf(edit, data, fault) || !findPlace(session, edit, place, fault)) return false;
+    if (place.owner.input.get()) return fault.at(2, "inputs have no outputs.");
+    if (place.owner.node->hasOutput(place.name, AttrType::Null))
+        return fault.at(2, "there is an output '" + edit.words[2].text + "' already.");
+    auto& node = static_cast<Node&>(*place.owner.node.get());
+    return data.type == AttrType::Buffer ? node.createOutput(place.name, data.dataType)
+                                         : node.createOutput(place.name, data.type);
+}
+
+using Kind = EditCommand::Kind;
+
+constexpr std::array commands{
+    EditCommand{"set", "INPUT VALUE...", "Sets a value; array[+] adds an element", Kind::Edits,
+                &runSet},
+    EditCommand{"reset", "INPUT", "Sets the default, of the node's type where there is one",
+                Kind::Edits, &runReset},
+    EditCommand{"connect", "INPUT NODE.OUTPUT", "Lets an input read an output", Kind::Edits,
+                &runConnect},
+    EditCommand{"disconnect", "INPUT", "Takes the connection away", Kind::Edits, &runDisconnect},
+    EditCommand{"link", "INPUT NODE", "Links an input to a node", Kind::Edits, &runLink},
+    EditCommand{"add", "KIND NODE.NAME [= VALUE...]",
+                "Adds an input to a node, or a member to an object", Kind::Edits, &runAdd},
+    EditCommand{"add-output", "KIND NODE.NAME", "Adds an output", Kind::Edits, &runAddOutput},
+};
+
+} // namespace
+
+std::span<const EditCommand> valueCommands() {
+    return commands;
+}
+
+} // namespace qv::kelvo_tool

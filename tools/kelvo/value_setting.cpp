@@ -1,0 +1,105 @@
+#include "tools/kelvo/value_setting.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/node.h"
+#include "sdk/path_parser.h"
+#include "tools/kelvo/libraries.h"
+
+#include <utility>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::Input;
+using kelvo_sdk::Scene;
+using kelvo_sdk::impl::Node;
+using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::interfaces::INode;
+
+bool link(const Scene& scene, const Input& input, const String& name, String& error) {
+    if (input.setString(name)) return true;
+    error = "cannot link '" + input.path() + "': " + noSuchNode(scene, name);
+    return false;
+}
+
+} // namespace
+
+bool assign(const Scene& scene, const Input& input, const String& value, String& error) {
+    const AttrType type = input.type();
+    if (type == AttrType::Array || type == AttrType::Object || type == AttrType::Null) {
+        error = "'" + input.path() + "' is of kind " + input->typeName() +
+                ", which takes no value" + (type == AttrType::Null ? "." : ": set what it holds.");
+        return false;
+    }
+    if (type == AttrType::Node) return link(scene, input, value, error);
+    const Reason reason;
+    if (input.setString(value)) return true;
+    error = reason.text();
+    if (error.isEmpty())
+        error = "cannot set '" + input.path() + "': '" + value + "' is no value of kind " +
+                input->typeName() + ".";
+    return false;
+}
+
+const IInput* leftOutInput(const Scene& scene, const String& path) {
+    const auto steps = kelvo_sdk::PathParser::parsePath(path);
+    if (steps.size() < 2 || steps[1].index != -1) return nullptr;
+    const kelvo_sdk::Node node = scene.findNode(steps[0].text);
+    const Libraries* libraries = node.get() ? librariesInUse() : nullptr;
+    const Node* type = libraries ? libraries->lookUpType(node->type()) : nullptr;
+    if (!type || node->hasInput(steps[1].text, AttrType::Null)) return nullptr;
+    return type->lookUpInput(steps[1].text);
+}
+
+const IInput* wholeLeftOutInput(const Scene& scene, const String& path) {
+    const bool isWhole = path.find('[') == String::npos && path.find('.') == path.view().rfind('.');
+    return isWhole ? leftOutInput(scene, path) : nullptr;
+}
+
+namespace {
+
+// The type refuses values where the text says nothing.
+bool typeAccepts(const Scene& scene, const INode& node, const Input& like, const String& value,
+                 String& error) {
+    const auto copy =
+        RefersTo<Node>::adopt(static_cast<const Node*>(like->node())->clone(nullptr, node.name()));
+    const AttrType type = like.type();
+    return type == AttrType::Node || type == AttrType::Array ||
+           assign(scene, Input(copy->lookUpInput(like.name())), value, error);
+}
+
+// Adds the input bare, at its default: what else there is to say of it stays with the type.
+void addInput(Node& node, const IInput& like) {
+    kelvo_sdk::impl::AttrData data(like.type());
+    data.elementType = like.elementType();
+    data.dataType = like.dataType();
+    data.value = static_cast<const kelvo_sdk::impl::Input&>(like).value();
+    node.createInput(like.name(), std::move(data));
+}
+
+} // namespace
+
+bool reachInput(const Scene& scene, const String& path, const String* value, Input& input,
+                String& error) {
+    if (const IInput* like = leftOutInput(scene, path)) {
+        const kelvo_sdk::Node node = scene.findNode(path.substr(0, path.find('.')));
+        const Input definition(const_cast<IInput*>(like));
+        if (definition.inputCount() != 0) {
+            error = "'" + node.name() + "." + like->name() +
+                    "' is left to the type of its node, with what it holds: write it into the "
+                    "scene first.";
+            return false;
+        }
+        if (value && !typeAccepts(scene, *node.get(), definition, *value, error)) return false;
+        addInput(static_cast<Node&>(*node.get()), *like);
+    }
+    Address address;
+    if (!findAddress(scene, path, Append::Allowed, address, error)) return false;
+    input = address.input;
+    if (!input.get()) error = "'" + path + "' is a node: expected one of its inputs.";
+    return input.get() != nullptr;
+}
+
+} // namespace qv::kelvo_tool
