@@ -24,6 +24,29 @@ bool isWithin(const Value& low, const Value& high) {
 
 } // namespace
 
+namespace {
+
+bool isNode(const Value& value, const interfaces::INode& node) noexcept {
+    return value.type() == AttrType::Node && value.asNode() == &node;
+}
+
+} // namespace
+
+bool AttrDetails::names(const interfaces::INode& node) const noexcept {
+    const auto is = [&](const Value& value) { return isNode(value, node); };
+    return is(defaultValue) || is(minimum) || is(maximum) || std::ranges::any_of(choices, is);
+}
+
+RefersTo<AttrDetails> AttrDetails::without(const interfaces::INode& node) const {
+    auto copy = RefersTo<AttrDetails>::adopt(new AttrDetails(*this));
+    for (Value* value : {&copy->defaultValue, &copy->minimum, &copy->maximum})
+        if (isNode(*value, node)) *value = Value();
+    copy->choices = {};
+    for (const Value& choice : choices)
+        if (!isNode(choice, node)) copy->choices.push_back(choice);
+    return copy;
+}
+
 bool AttrDetails::accepts(const Value& value) const {
     if (minimum.type() == value.type() && !isWithin(minimum, value)) return false;
     if (maximum.type() == value.type() && !isWithin(value, maximum)) return false;

@@ -26,6 +26,11 @@ public:
     /// kind do not count.
     [[nodiscard]] bool accepts(const Value& value) const;
 
+    /// Tells whether one of the values is the node.
+    [[nodiscard]] bool names(const interfaces::INode& node) const noexcept;
+    /// Returns a copy in which no value is the node: null, and no choice.
+    [[nodiscard]] RefersTo<AttrDetails> without(const interfaces::INode& node) const;
+
     String unit;
     Texts labels;
     Texts helps;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <unordered_set>
 #include <utility>
 
 // ---- Recording -----------------------------------------------------------------------------
@@ -73,6 +74,22 @@ void History::takeBackCancelled() noexcept {
     }
 }
 
+namespace {
+
+// Observers may throw, and there is nobody to catch it.
+template<typename Call>
+void guarded(const Call& call) noexcept {
+    try {
+        call();
+    } catch (const std::exception& thrown) {
+        logError("An exception was lost while an edit was taken back: %s", thrown.what());
+    } catch (...) {
+        logError("An exception was lost while an edit was taken back.");
+    }
+}
+
+} // namespace
+
 // What observers do about it stays, as part of what surrounds it.
 void History::takeBack(u64 from) noexcept {
     for (Mark& mark : m_marks)
@@ -87,24 +104,19 @@ void History::takeBack(u64 from) noexcept {
     std::ranges::move(first, m_open.end(), std::back_inserter(taken));
     m_open.erase(first, m_open.end());
     const bool wasReplaying = std::exchange(m_isReplaying, true);
-    for (; !taken.empty(); taken.pop_back())
-        turnBack(*taken.back());
+    for (u64 i = taken.size(); i-- > 0;)
+        guarded([&] { turnBack(*taken[i]); });
+    for (const auto& change : taken)
+        guarded([&] { change->settle(); });
     m_isReplaying = wasReplaying;
 }
 
-void History::turnBack(Change& change) noexcept {
-    try {
-        m_isDropping = true;
-        change.prepareFlip(m_scene);
-        m_isDropping = false;
-        change.flip(m_scene);
-    } catch (const std::exception& thrown) {
-        m_isDropping = false;
-        logError("An exception was lost while an edit was taken back: %s", thrown.what());
-    } catch (...) {
-        m_isDropping = false;
-        logError("An exception was lost while an edit was taken back.");
-    }
+void History::turnBack(Change& change) {
+    m_isDropping = true;
+    const std::unique_ptr<bool, void (*)(bool*)> end(&m_isDropping, [](bool* is) { *is = false; });
+    change.prepareFlip(m_scene);
+    m_isDropping = false;
+    change.flip(m_scene);
 }
 
 void History::closeStep() noexcept {
@@ -119,15 +131,27 @@ void History::keepStep() noexcept {
     m_doText = String();
     m_undoText = String();
     m_open.clear();
-    std::erase_if(step.changes, [](const auto& change) { return change->isNothing(); });
     if (step.changes.empty()) return;
-    if (!m_isEnabled) return missed();
     try {
+        condense(step.changes);
+        if (step.changes.empty()) return;
+        if (!m_isEnabled) return missed();
         keep(std::move(step));
     } catch (...) {
         clear();
         logError("An edit cannot be undone: there is no memory for it.");
     }
+}
+
+// Leaves out later values of what is there already, then what came back to its first value.
+void History::condense(Changes& changes) {
+    std::unordered_set<const void*> met;
+    const auto isLater = [&met](const auto& change) {
+        const void* owner = change->valueOwner();
+        return owner && !met.insert(owner).second;
+    };
+    if (changes.size() > 1) std::erase_if(changes, isLater);
+    std::erase_if(changes, [](const auto& change) { return change->isNothing(); });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -119,9 +119,10 @@ private:
     std::exception_ptr replay(Step& step);
     void takeBack(u64 from) noexcept;
     void takeBackCancelled() noexcept;
-    void turnBack(Change& change) noexcept;
+    void turnBack(Change& change);
     void closeStep() noexcept;
     void keepStep() noexcept;
+    static void condense(Changes& changes);
     void keep(Step step);
     void trim(std::vector<Step>& dropped);
     [[nodiscard]] u64 distanceTo(u64 id, bool& isBack) const noexcept;

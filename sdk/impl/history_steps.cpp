@@ -83,6 +83,8 @@ std::exception_ptr History::replay(Step& step) {
         m_open.push_back(std::move(step.changes.back()));
         guarded([&] { change.flip(m_scene); });
     }
+    for (u64 i = 0; i < m_open.size(); ++i)
+        guarded([&] { m_open[i]->settle(); });
     guarded([&] { modifiers.release(); });
     m_isReplaying = false;
     step.changes = std::move(m_open);

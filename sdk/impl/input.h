@@ -208,6 +208,9 @@ public:
     /// For the scene alone, while nobody knows the input or looks at it any more: lets link and
     /// connection lead elsewhere, unheard.
     void redirect(INode* link, Output* source, u64 rank = noIndex);
+    /// For the scene alone, when it ends and its nodes may: what links to them forgets it, unheard.
+    void forgetLink() noexcept;
+    void forgetStashedLink() noexcept;
     /// For the scene alone, when the owning node comes in: links made before become known, at any
     /// depth.
     void rememberLinks();

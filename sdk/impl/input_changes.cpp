@@ -5,6 +5,7 @@
 #include "sdk/impl/input_list.h"
 #include "sdk/impl/scene.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -40,7 +41,11 @@ void ValueChange::flip(Scene& /*scene*/) {
 }
 
 bool ValueChange::keepsValueOf(const Input& other) const {
-    return &other == &input() && m_other.type() != AttrType::Node;
+    return &other == valueOwner();
+}
+
+const void* ValueChange::valueOwner() const {
+    return m_other.type() != AttrType::Node ? &input() : nullptr;
 }
 
 bool ValueChange::isNothing() const {
@@ -53,6 +58,14 @@ u64 ValueChange::bytes() const {
 
 String ValueChange::text() const {
     return "Set " + subject();
+}
+
+DetailsChange::DetailsChange(Input& input)
+    : InputChange(input), m_other(const_cast<AttrDetails*>(input.details())) {}
+
+void DetailsChange::flip(Scene& /*scene*/) {
+    RefersTo<AttrDetails> now(const_cast<AttrDetails*>(input().details()));
+    input().setDetails(std::exchange(m_other, std::move(now)));
 }
 
 StashChange::StashChange(Input& input)
@@ -88,6 +101,12 @@ void SourceChange::flip(Scene& /*scene*/) {
     input().exchangeSource(now.get(), rank);
 }
 
+// The holder of a node that had left may have taken the output off it.
+void SourceChange::settle() {
+    const Output* source = input().sourceOutput();
+    if (source && !source->node()) input().exchangeSource(nullptr, noIndex);
+}
+
 String SourceChange::text() const {
     return (input().sourceOutput() ? "Connect " : "Disconnect ") + subject();
 }
@@ -99,7 +118,7 @@ ElementMove::ElementMove(Input& array, u64 from, u64 to)
 
 void ElementMove::flip(Scene& /*scene*/) {
     std::swap(m_from, m_to);
-    input().moveMember(m_from, m_to);
+    if (std::max(m_from, m_to) < input().inputCount()) input().moveMember(m_from, m_to);
 }
 
 String ElementMove::text() const {
@@ -118,18 +137,21 @@ void InputListChange::flip(Scene& scene) {
     m_isIn ? putIn(scene) : takeOut(scene);
 }
 
+// A node that left may have been changed by its holder: what does not fit any more is passed over.
 void InputListChange::putIn(Scene& scene) {
+    if (input().node() || (m_holder && m_holder->node() != m_owner.get())) return;
     input().incRef();
     if (m_holder)
-        m_holder->putMember(&input(), m_index);
+        m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
     else
-        insertIntoList(m_owner->m_inputs, m_index, &input());
+        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
     input().entered(m_owner.get(), m_holder.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
 }
 
 void InputListChange::takeOut(Scene& scene) {
+    if (input().node() != m_owner.get()) return;
     takeComments(scene.comments());
     if (m_holder)
         m_holder->takeMember(&input());

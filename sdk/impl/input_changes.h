@@ -33,6 +33,7 @@ public:
     explicit ValueChange(Input& input);
     void flip(Scene& scene) override;
     [[nodiscard]] bool keepsValueOf(const Input& other) const override;
+    [[nodiscard]] const void* valueOwner() const override;
     [[nodiscard]] bool isNothing() const override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String text() const override;
@@ -41,6 +42,18 @@ private:
     Value m_other;
     // The node of a link.
     RefersTo<INode> m_linked;
+};
+
+/// The description was replaced.
+class DetailsChange final : public InputChange {
+public:
+    explicit DetailsChange(Input& input);
+    void flip(Scene& scene) override;
+    [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
+    [[nodiscard]] String text() const override { return "Describe " + subject(); }
+
+private:
+    RefersTo<AttrDetails> m_other;
 };
 
 /// The value kept aside was put there or taken away.
@@ -64,6 +77,7 @@ public:
     /// For one that `source` let go as the `rank`-th of its targets.
     SourceChange(Input& input, Output& source, u64 rank);
     void flip(Scene& scene) override;
+    void settle() override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
     [[nodiscard]] String text() const override;
 

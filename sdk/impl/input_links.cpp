@@ -137,6 +137,15 @@ void Input::relink(Scene& scene, const INode& from, INode* to) {
     changed(Value(const_cast<INode*>(&from)));
 }
 
+void Input::forgetLink() noexcept {
+    m_value = Value(static_cast<INode*>(nullptr));
+    dropHash();
+}
+
+void Input::forgetStashedLink() noexcept {
+    m_extras->stash->value = Value(static_cast<INode*>(nullptr));
+}
+
 void Input::redirect(INode* link, Output* source, u64 rank) {
     setSource(source, rank);
     if (type() != AttrType::Node || m_value.asNode() == link) return;

@@ -4,6 +4,7 @@
 #include "sdk/interfaces/forward.h"
 
 #include <unordered_map>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -28,6 +29,20 @@ public:
     ~LinkTable();
     LinkTable(const LinkTable&) = delete;
     LinkTable& operator=(const LinkTable&) = delete;
+
+    /// Lets all links go and calls `visit(Input&)` for each of their inputs.
+    template<typename Visit>
+    void clear(const Visit& visit) {
+        for (auto rings = std::exchange(m_first, {}); auto& [target, first] : rings) {
+            first->previous->next = nullptr;
+            for (Link* link = first; link;) {
+                Link* next = link->next;
+                *link = Link{.input = link->input};
+                visit(*link->input);
+                link = next;
+            }
+        }
+    }
 
     /// Needs a link that is in no table.
     void add(Link& link, interfaces::INode* target);

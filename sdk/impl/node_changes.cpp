@@ -36,11 +36,13 @@ void OutputListChange::takeComments(SceneComments& from) {
     m_comments = from.take(m_output.get());
 }
 
+// A node that left may have been changed by its holder: what does not fit any more is passed over.
 void OutputListChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
+    if (m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_output->incRef();
-        m_node->m_outputs.insert(m_index, m_output.get());
+        m_node->m_outputs.insert(std::min(m_index, m_node->outputCount()), m_output.get());
         m_output->entered(m_node.get());
         scene.comments().putBack(std::move(m_comments));
         m_node->onOutputAdded(m_output.get());
@@ -97,8 +99,10 @@ void NodeChange::prepareFlip(Scene& scene) {
     if (m_isIn) scene.clearReferences(*m_node);
 }
 
+// One that left may have been given to another scene, where it stays.
 void NodeChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
+    if (m_isIn ? m_node->scene() != nullptr : !scene.contains(*m_node)) return;
     if (m_isIn) {
         scene.m_nodes.add(m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
@@ -140,6 +144,7 @@ void NodeExchange::restore(const std::vector<Source>& sources) {
 }
 
 void NodeExchange::flip(Scene& scene) {
+    if (m_out->scene() || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
     const auto sources = std::exchange(m_sources, {});
     cutSources();
@@ -162,6 +167,7 @@ String NodeExchange::text() const {
 NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}
 
 void NodeRename::flip(Scene& scene) {
+    if (!scene.contains(*m_node)) return;
     String name = std::exchange(m_other, m_node->name());
     scene.rename(*m_node, std::move(name));
 }
@@ -174,7 +180,7 @@ NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), 
 
 void NodeMove::flip(Scene& scene) {
     std::swap(m_from, m_to);
-    scene.move(*m_node, m_from, m_to);
+    if (scene.contains(*m_node) && m_to < scene.nodeCount()) scene.move(*m_node, m_from, m_to);
 }
 
 // ---- Comments ------------------------------------------------------------------------------

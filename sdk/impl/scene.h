@@ -183,6 +183,8 @@ public:
     virtual void notifyInputConnected(const IInput* input, const IOutput* before,
                                       const IOutput* after);
 
+    /// A description of an input names a node from now on.
+    void noteDescribedNode() noexcept { m_describesNodes = true; }
     /// The links to each node, kept by the inputs.
     [[nodiscard]] LinkTable& links() noexcept { return m_links; }
     /// The same, of values that inputs keep aside.
@@ -210,6 +212,7 @@ private:
 
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
+    void clearDescriptions(const Node& node);
     [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
     void enter(Node& node);
     void leave(Node& node);
@@ -231,6 +234,8 @@ private:
     History m_history{*this};
     u32 m_groupDepth = 0;
     bool m_dirty = false;
+    // Some description of an input may name a node.
+    bool m_describesNodes = false;
     // Null until someone asks for batches.
     std::unique_ptr<Batches> m_batches;
     // Null while dirty states are not cached.

@@ -160,6 +160,7 @@ void SceneBuilder::link(const TreeLink& from) {
     if (from.slot == TreeSlot::Stash) return input.setStashed(Value(target));
     AttrDetails& details = *m_tree.extras[treeInput.extras].details;
     slotOf(details, from.slot, from.choice) = Value(target);
+    m_scene->noteDescribedNode();
     const bool startsHere = from.slot == TreeSlot::Default && treeInput.type == AttrType::Node &&
                             treeInput.value.isNull();
     if (startsHere) setLink(input, target);

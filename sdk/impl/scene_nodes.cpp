@@ -4,9 +4,11 @@
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/modifiers.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_changes.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
 #include "sdk/scene.h"
 
@@ -48,6 +50,8 @@ Scene::~Scene() {
     // None may reach the scene any more, whatever their ends set off in others.
     m_nodes.forEach([](Node* node) { node->setScene(nullptr); });
     if (m_modifiers) m_modifiers->letGo();
+    m_links.clear([](Input& input) { input.forgetLink(); });
+    m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
     m_nodes.forEach([](Node* node) { node->decRef(); });
 }
 
@@ -138,12 +142,30 @@ void Scene::leave(Node& node) {
     node.setScene(nullptr);
 }
 
+// Descriptions are shared: those that name the node are replaced.
+void Scene::clearDescriptions(const Node& node) {
+    std::unordered_map<const AttrDetails*, RefersTo<AttrDetails>> replaced;
+    m_nodes.forEach([&](const Node* each) {
+        visitInputs(*each, [&](Input& input) {
+            const AttrDetails* details = input.details();
+            if (!details || !details->names(node)) return;
+            auto& without = replaced[details];
+            if (!without) without = details->without(node);
+            EditStep step(*this);
+            step.prepare<DetailsChange>(input);
+            input.setDetails(without);
+            step.commit();
+        });
+    });
+}
+
 // Observers may link to the node again while they are told; each link is cleared once.
 void Scene::clearReferences(Node& node) {
     for (LinkTable* links : {&m_links, &m_stashLinks}) {
         for (u64 left = links->count(&node); left > 0; --left)
             if (Input* input = links->first(&node)) input->relink(*this, node, nullptr);
     }
+    if (m_describesNodes) clearDescriptions(node);
     for (u64 i = 0; i < node.inputCount(); ++i)
         disconnectAll(*node.input(i));
     for (u64 i = 0; i < node.outputCount(); ++i)

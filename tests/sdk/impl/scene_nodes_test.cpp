@@ -31,6 +31,7 @@ public:
     void nodeRemoved() override { note("node: removed", ""); }
     void nodeRenamed(String name) override { note("node: renamed to ", name); }
     void nodeConverted(kelvo_sdk::Node) override {}
+    void nodeConverted(INode*, INode*) override {}
     void inputChanged(kelvo_sdk::Input) override {}
     void inputConnected(kelvo_sdk::Input) override {}
 
