@@ -25,6 +25,9 @@ public:
 
     /// Tells whether an earlier value of this input is kept here, and the input is no link.
     [[nodiscard]] virtual bool keepsValueOf(const Input& /*input*/) const { return false; }
+    /// Whose earlier value is kept here, if it is a value alone: the earliest of a step is enough
+    /// then. Null for all else.
+    [[nodiscard]] virtual const void* valueOwner() const { return nullptr; }
     /// Tells whether turning it would make no difference.
     [[nodiscard]] virtual bool isNothing() const { return false; }
 

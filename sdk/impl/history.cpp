@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <unordered_set>
 #include <utility>
 
 // ---- Recording -----------------------------------------------------------------------------
@@ -119,15 +120,27 @@ void History::keepStep() noexcept {
     m_doText = String();
     m_undoText = String();
     m_open.clear();
-    std::erase_if(step.changes, [](const auto& change) { return change->isNothing(); });
     if (step.changes.empty()) return;
-    if (!m_isEnabled) return missed();
     try {
+        condense(step.changes);
+        if (step.changes.empty()) return;
+        if (!m_isEnabled) return missed();
         keep(std::move(step));
     } catch (...) {
         clear();
         logError("An edit cannot be undone: there is no memory for it.");
     }
+}
+
+// Leaves out later values of what is there already, then what came back to its first value.
+void History::condense(Changes& changes) {
+    std::unordered_set<const void*> met;
+    const auto isLater = [&met](const auto& change) {
+        const void* owner = change->valueOwner();
+        return owner && !met.insert(owner).second;
+    };
+    if (changes.size() > 1) std::erase_if(changes, isLater);
+    std::erase_if(changes, [](const auto& change) { return change->isNothing(); });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -122,6 +122,7 @@ private:
     void turnBack(Change& change) noexcept;
     void closeStep() noexcept;
     void keepStep() noexcept;
+    static void condense(Changes& changes);
     void keep(Step step);
     void trim(std::vector<Step>& dropped);
     [[nodiscard]] u64 distanceTo(u64 id, bool& isBack) const noexcept;

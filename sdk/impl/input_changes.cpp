@@ -40,7 +40,11 @@ void ValueChange::flip(Scene& /*scene*/) {
 }
 
 bool ValueChange::keepsValueOf(const Input& other) const {
-    return &other == &input() && m_other.type() != AttrType::Node;
+    return &other == valueOwner();
+}
+
+const void* ValueChange::valueOwner() const {
+    return m_other.type() != AttrType::Node ? &input() : nullptr;
 }
 
 bool ValueChange::isNothing() const {

@@ -34,6 +34,7 @@ class OutputValueChange final : public Change {
 public:
     explicit OutputValueChange(Output& output);
     void flip(Scene& scene) override;
+    [[nodiscard]] const void* valueOwner() const override { return m_output.get(); }
     [[nodiscard]] bool isNothing() const override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_output->path(); }

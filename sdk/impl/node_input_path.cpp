@@ -5,6 +5,7 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/output.h"
 
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 #include <string_view>
 
 namespace qv::kelvo_sdk::impl {
@@ -63,17 +65,20 @@ IInput* searchInput(IInput* input, std::string_view path) {
     return input;
 }
 
-IInput* elementAt(IInput& array, i64 wanted) {
+// Elements of one path are made in one step, which begins with the first.
+IInput* elementAt(IInput& array, i64 wanted, std::optional<EditStep>& growing) {
     const u64 index = wanted < 0 ? array.inputCount() : static_cast<u64>(wanted);
+    if (array.inputCount() <= index && !growing)
+        growing.emplace(static_cast<const Node*>(array.node()));
     while (array.inputCount() <= index) {
         if (!array.appendElement()) return nullptr;
     }
     return array.input(index);
 }
 
-IInput* walkStep(IInput& from, const PathParser::Token& step) {
+IInput* walkStep(IInput& from, const PathParser::Token& step, std::optional<EditStep>& growing) {
     if (step.index == -1) return static_cast<Input&>(from).lookUpInput(step.text);
-    return from.hasElementType(AttrType::Null) ? elementAt(from, step.index) : nullptr;
+    return from.hasElementType(AttrType::Null) ? elementAt(from, step.index, growing) : nullptr;
 }
 
 } // namespace
@@ -135,8 +140,9 @@ IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
     const bool namesThis = m_name.equalsNoCase(tokens[0].text);
     IInput* current = namesThis ? nullptr : lookUpInput(tokens[0].text);
     if (!namesThis && !current) return nullptr;
+    std::optional<EditStep> growing;
     for (u64 i = namesThis ? 1 : 0; i < tokens.size(); ++i) {
-        current = current ? walkStep(*current, tokens[i]) : lookUpInput(tokens[i].text);
+        current = current ? walkStep(*current, tokens[i], growing) : lookUpInput(tokens[i].text);
         if (!current) return nullptr;
     }
     return current;

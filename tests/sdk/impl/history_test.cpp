@@ -115,6 +115,53 @@ TEST_F(HistoryTest, EmptyScope_LeavesNoTrace) {
     EXPECT_EQ(m_scene.undoCount(), 0u);
 }
 
+TEST_F(HistoryTest, ValueThereAndBackInALongScope_LeavesNoTrace) {
+    {
+        const UndoScope scope(m_scene, "Wander", "Wander");
+        m_radius->setReal(1);
+        for (int i = 0; i < 8; ++i)
+            m_node->createInput(String::format("i%d", i), AttrType::Int);
+        m_radius->setReal(0);
+    }
+    EXPECT_EQ(m_scene.undoStep(0).touched.size(), 8u);
+    m_scene.undo();
+    EXPECT_EQ(radius(), 0);
+}
+
+TEST_F(HistoryTest, ManyValuesThereAndBack_LeaveNoTrace) {
+    for (int i = 0; i < 8; ++i)
+        m_node->createInput(String::format("i%d", i), AttrType::Int);
+    const u64 steps = m_scene.undoCount();
+    {
+        const UndoScope scope(m_scene, "Wander", "Wander");
+        for (const int value : {1, 2, 0})
+            for (int i = 0; i < 8; ++i)
+                m_node->input(String::format("i%d", i))->setInt(value);
+    }
+    EXPECT_EQ(m_scene.undoCount(), steps);
+}
+
+TEST_F(HistoryTest, OutputThereAndBack_LeavesNoTrace) {
+    auto* output = static_cast<Output*>(m_node->createOutput("out", AttrType::Real));
+    output->setValue(Value(3.0));
+    const u64 steps = m_scene.undoCount();
+    {
+        const UndoScope scope(m_scene, "Wander", "Wander");
+        output->setValue(Value(1.0));
+        output->setValue(Value(3.0));
+    }
+    EXPECT_EQ(m_scene.undoCount(), steps);
+}
+
+TEST_F(HistoryTest, ElementsOfOnePath_AreOneStep) {
+    m_node->createArray("legs", AttrType::Real);
+    const u64 steps = m_scene.undoCount();
+    m_node->parseInputPath("legs[3]");
+    EXPECT_EQ(m_scene.undoCount(), steps + 1);
+    m_node->parseInputPath("legs[2]");
+    EXPECT_EQ(m_scene.undoCount(), steps + 1);
+}
+
 TEST_F(HistoryTest, ValueThatIsThereAlready_LeavesNoTrace) {
     m_radius->setReal(0);
     EXPECT_EQ(m_scene.undoCount(), 0u);
