@@ -192,12 +192,17 @@ void SceneBuilder::connect(const TreeConnection& from) {
 
 void SceneBuilder::addComments() {
     SceneComments& comments = m_scene->comments();
+    const auto add = [&](const auto* thing, const auto& from) {
+        const TreeExtras* extras = m_tree.extrasOf(from.extras);
+        if (!extras && !from.isOwn) return;
+        Comments added = extras ? extras->comments : Comments();
+        added.isOwn = from.isOwn;
+        comments.set(thing, std::move(added));
+    };
     for (u64 i = 0; i < m_tree.nodes.size(); ++i)
-        if (const TreeExtras* extras = m_tree.extrasOf(m_tree.nodes[i].extras))
-            comments.set(m_nodes[i].get(), extras->comments);
+        add(static_cast<const INode*>(m_nodes[i].get()), m_tree.nodes[i]);
     for (u64 i = 0; i < m_tree.inputs.size(); ++i)
-        if (const TreeExtras* extras = m_tree.extrasOf(m_tree.inputs[i].extras))
-            comments.set(m_inputs[i], extras->comments);
+        add(static_cast<const IInput*>(m_inputs[i]), m_tree.inputs[i]);
     for (u64 i = 0; i < m_tree.outputs.size(); ++i)
         if (const TreeExtras* extras = m_tree.extrasOf(m_tree.outputs[i].extras))
             comments.set(m_outputs[i], extras->comments);

@@ -60,7 +60,7 @@ String cleanedLine(const String& text) {
 
 Comments cleaned(const Comments& comments) {
     return {cleanedLines(comments.leading), cleanedLine(comments.opening),
-            cleanedLines(comments.inner), cleanedLine(comments.trailing)};
+            cleanedLines(comments.inner), cleanedLine(comments.trailing), comments.isOwn};
 }
 
 const String& nameOf(const interfaces::IInput* input) {

@@ -23,9 +23,12 @@ struct Comments {
     String inner;
     /// At the end of its last line, as `opening`.
     String trailing;
+    /// The text says `@own` of it, for readers who know its type.
+    bool isOwn = false;
 
     [[nodiscard]] bool isEmpty() const noexcept {
-        return leading.isEmpty() && opening.isEmpty() && inner.isEmpty() && trailing.isEmpty();
+        return leading.isEmpty() && opening.isEmpty() && inner.isEmpty() && trailing.isEmpty() &&
+               !isOwn;
     }
 };
 

@@ -77,9 +77,10 @@ void SceneWriter::writeNode(const INode& node) {
     const Node* definition = m_scene ? m_scene->findType(node.type()) : nullptr;
     const LeftOut inputs = definition ? LeftOut::inputs(node, *definition) : LeftOut();
     const LeftOut outputs = definition ? LeftOut::outputs(node, *definition) : LeftOut();
-    const bool isOwn =
-        definition && (inputs.isOwn() || outputs.isOwn() || hasOwnHead(node, *definition));
     const Comments* comments = commentsOf(node);
+    const bool isOwn = definition
+                           ? inputs.isOwn() || outputs.isOwn() || hasOwnHead(node, *definition)
+                           : comments && comments->isOwn;
     if (comments) writeLines(comments->leading, 0);
     writeHead(node, isOwn ? nullptr : definition, isOwn);
     writeOpening(comments);

@@ -38,8 +38,9 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const 
     if (m_changedOnly && input.isDefault()) return;
     const bool isObject = definition && input.type() == AttrType::Object;
     const LeftOut members = isObject ? LeftOut::members(input, *definition) : LeftOut();
-    const bool isOwn = members.isOwn() || (definition && lacksNotes(input, *definition));
     const Comments* comments = commentsOf(input);
+    const bool isOwn = definition ? members.isOwn() || lacksNotes(input, *definition)
+                                  : comments && comments->isOwn;
     if (comments) writeLines(comments->leading, depth);
     indent(depth);
     writeKind(input);
@@ -184,7 +185,7 @@ void SceneWriter::writeNotes(const Input& input, bool isAgain, const Input* defi
     if (isAgain) m_out.append(" @again");
     if (areKnown) return;
     if (details) writeDetails(*details, input);
-    if (definition && isOwn) m_out.append(" @own");
+    if (isOwn) m_out.append(" @own");
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {

@@ -6,6 +6,8 @@
 #include "sdk/impl/value_text.h"
 #include "tests/support/scene_text.h"
 
+#include "sdk/scene.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -283,6 +285,15 @@ TEST_F(SceneWriterOfANode, ALinkToAnotherScenesNode_IsWrittenAsNone) {
     m_node->createInput("x", AttrType::Node)->setNode(other["far"].get());
     m_node->createInput("y", AttrType::Real)->connect(other["far"].output("o").get());
     expectLines("Node x = null\nReal y = 0");
+}
+
+// For readers who know the type.
+TEST(SceneWriterOwn, NoteOfAnUnknownType_IsKept) {
+    const char* const text = "kelvo scene 1\n\nnode light \"lamp\" @own {\n"
+                             "    Real intensity = 2 @own\n    Object o {\n    } @own\n}\n";
+    const auto scene = kelvo_sdk::Scene::create();
+    ASSERT_TRUE(scene.read(text, "a.kns"));
+    EXPECT_STREQ(scene.text().buf(), text);
 }
 
 } // namespace
