@@ -6,7 +6,6 @@
 
 #ifdef KELVO_HAS_EDITLINE
 #include <clocale>
-#include <csignal>
 
 #include <histedit.h>
 #else
@@ -20,30 +19,6 @@ namespace qv::kelvo_tool {
 #ifdef KELVO_HAS_EDITLINE
 
 namespace {
-
-volatile std::sig_atomic_t interruptCount = 0;
-
-void countInterrupt(int) {
-    interruptCount = interruptCount + 1;
-}
-
-/// Lets the interrupt key end the line that is being read, not the program, while it lives.
-class InterruptGuard {
-public:
-    InterruptGuard() {
-        interruptCount = 0;
-        struct sigaction action {};
-        action.sa_handler = &countInterrupt;
-        ::sigemptyset(&action.sa_mask);
-        ::sigaction(SIGINT, &action, &m_before);
-    }
-    ~InterruptGuard() { ::sigaction(SIGINT, &m_before, nullptr); }
-    InterruptGuard(const InterruptGuard&) = delete;
-    InterruptGuard& operator=(const InterruptGuard&) = delete;
-
-private:
-    struct sigaction m_before {};
-};
 
 // What all texts start with.
 std::string_view commonStart(const std::vector<std::string>& texts) {
@@ -75,6 +50,7 @@ void listTexts(const std::vector<std::string>& texts) {
 struct LineEditor::State {
     const char* prompt;
     Completer completer;
+    bool isInterrupted = false;
     EditLine* editor = nullptr;
     History* history = nullptr;
 };
@@ -89,6 +65,13 @@ LineEditor::State& stateOf(EditLine* editor) {
 
 const char* promptOf(EditLine* editor) {
     return stateOf(editor).prompt;
+}
+
+// The key ends the line that is being read, not the program. A signal would be seen late when it
+// comes between two keys.
+unsigned char interruptLine(EditLine* editor, int) {
+    stateOf(editor).isInterrupted = true;
+    return CC_EOF;
 }
 
 unsigned char completeWord(EditLine* editor, int) {
@@ -128,6 +111,9 @@ LineEditor::LineEditor(const char* prompt, Completer completer)
     ::el_set(editor, EL_EDITOR, "emacs");
     ::el_set(editor, EL_HIST, &::history, m_state->history);
     ::el_set(editor, EL_ADDFN, "kelvo-complete", "Completes the word", &completeWord);
+    ::el_set(editor, EL_ADDFN, "kelvo-interrupt", "Drops the line", &interruptLine);
+    ::el_set(editor, EL_SETTY, "-d", "-isig", nullptr);
+    ::el_set(editor, EL_BIND, "^C", "kelvo-interrupt", nullptr);
     ::el_set(editor, EL_BIND, "^I", "kelvo-complete", nullptr);
 }
 
@@ -138,10 +124,9 @@ LineEditor::~LineEditor() {
 
 LineEditor::Outcome LineEditor::read(std::string& line) {
     if (!m_state->editor) return Outcome::End;
-    const InterruptGuard guard;
     int length = 0;
     const char* text = ::el_gets(m_state->editor, &length);
-    if (interruptCount != 0) {
+    if (std::exchange(m_state->isInterrupted, false)) {
         ::el_reset(m_state->editor);
         (void)std::fputc('\n', stdout);
         (void)std::fflush(stdout);
