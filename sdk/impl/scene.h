@@ -210,6 +210,8 @@ private:
     friend class NodeMove;
     friend class NodeRename;
 
+    class Told;
+
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
     void clearDescriptions(const Node& node);

@@ -8,6 +8,20 @@
 
 namespace qv::kelvo_sdk::impl {
 
+// Keeps scene and input until modifiers were asked: observers may let both go.
+class Scene::Told {
+public:
+    Told(Scene& scene, const IInput* input) {
+        if (scene.m_observers.empty()) return;
+        m_scene = RefersTo<Scene>(&scene);
+        m_input = RefersTo<IInput>(const_cast<IInput*>(input));
+    }
+
+private:
+    RefersTo<Scene> m_scene;
+    RefersTo<IInput> m_input;
+};
+
 bool Scene::subscribe(SceneObserver* observer) {
     if (m_observers.contains(observer)) return false;
     m_observers.push_back(observer);
@@ -31,6 +45,7 @@ bool Scene::unsubscribe(BatchObserver* observer) {
 }
 
 void Scene::notifyInputAdded(const IInput* input) {
+    const Told told(*this, input);
     setDirty();
     tellObservers(input, [=](SceneObserver& observer) { observer.inputAdded(input); });
     modify(input);
@@ -42,12 +57,14 @@ void Scene::notifyOutputAdded(const IOutput* output) {
 }
 
 void Scene::notifyInputChanged(const IInput* input, const AttrData* previous) {
+    const Told told(*this, input);
     setDirty();
     tellObservers(input, [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
     modify(input);
 }
 
 void Scene::notifyInputRemoved(const IInput* input) {
+    const Told told(*this, input);
     m_comments.remove(input);
     setDirty();
     tellObservers(input, [=](SceneObserver& observer) { observer.inputRemoved(input); });
@@ -61,6 +78,7 @@ void Scene::notifyOutputRemoved(const IOutput* output) {
 }
 
 void Scene::notifyInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
+    const Told told(*this, input);
     setDirty();
     tellObservers(input,
                   [=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
