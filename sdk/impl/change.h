@@ -4,7 +4,6 @@
 
 namespace qv::kelvo_sdk::impl {
 
-class Input;
 class Scene;
 
 /// One recorded change of a scene, which can be turned back and turned again, any number of times.
@@ -26,8 +25,6 @@ public:
     /// Mends what does not fit any more, when all changes of a step were turned.
     virtual void settle() {}
 
-    /// Tells whether an earlier value of this input is kept here, and the input is no link.
-    [[nodiscard]] virtual bool keepsValueOf(const Input& /*input*/) const { return false; }
     /// Whose earlier value is kept here, if it is a value alone: the earliest of a step is enough
     /// then. Null for all else.
     [[nodiscard]] virtual const void* valueOwner() const { return nullptr; }

@@ -7,24 +7,6 @@
 
 namespace qv::kelvo_sdk::impl {
 
-namespace {
-
-u64 payloadBytes(const Value& value) noexcept {
-    switch (value.type()) {
-    case AttrType::String:
-        return value.asString().size();
-    case AttrType::Buffer:
-        return value.asBuffer().byteSize();
-    case AttrType::Mat3:
-    case AttrType::Mat4:
-        return 17 * sizeof(double);
-    default:
-        return 0;
-    }
-}
-
-} // namespace
-
 EvalCache::EvalCache(const Scene& scene, u64 maxBytes, bool isChecked)
     : m_hashes(scene), m_maxBytes(maxBytes), m_isChecked(isChecked) {}
 
@@ -70,7 +52,7 @@ void EvalCache::store(u64 key, const Output& output, const Value& result) {
     constexpr u64 overhead = sizeof(Entry) + 8 * sizeof(void*);
     const std::lock_guard lock(m_mutex);
     if (const auto old = m_byKey.find(key); old != m_byKey.end()) drop(old->second);
-    const u64 bytes = overhead + payloadBytes(result);
+    const u64 bytes = overhead + result.payloadBytes();
     if (bytes > m_maxBytes) return;
     shrinkTo(m_maxBytes - bytes);
     m_entries.push_front({key, &output, result, bytes, m_round});

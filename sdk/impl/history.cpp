@@ -31,7 +31,7 @@ bool History::keepsValueOf(const Input& input) const noexcept {
     constexpr u64 few = 4;
     const u64 mark = m_marks.empty() ? 0 : m_marks.back().changes;
     for (u64 i = m_open.size(); i > mark && m_open.size() - i < few; --i)
-        if (m_open[i - 1]->keepsValueOf(input)) return true;
+        if (m_open[i - 1]->valueOwner() == &input) return true;
     return false;
 }
 
@@ -64,13 +64,12 @@ void History::takeBackCancelled() noexcept {
     const auto isDue = [this](const Mark& mark) {
         return mark.isCancelled && mark.operations >= m_operations;
     };
-    for (auto mark = m_marks.begin(); mark != m_marks.end();) {
-        mark = std::find_if(m_marks.begin(), m_marks.end(), isDue);
+    for (;;) {
+        const auto mark = std::ranges::find_if(m_marks, isDue);
         if (mark == m_marks.end()) return;
         const u64 from = mark->changes;
         m_marks.erase(mark);
         takeBack(from);
-        mark = m_marks.begin();
     }
 }
 

@@ -15,6 +15,7 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
 
+class Input;
 class Scene;
 
 /// The steps that a scene can take back and do again.

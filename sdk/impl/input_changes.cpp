@@ -40,10 +40,6 @@ void ValueChange::flip(Scene& /*scene*/) {
     input().exchangeValue(other);
 }
 
-bool ValueChange::keepsValueOf(const Input& other) const {
-    return &other == valueOwner();
-}
-
 const void* ValueChange::valueOwner() const {
     return m_other.type() != AttrType::Node ? &input() : nullptr;
 }

@@ -32,7 +32,6 @@ class ValueChange final : public InputChange {
 public:
     explicit ValueChange(Input& input);
     void flip(Scene& scene) override;
-    [[nodiscard]] bool keepsValueOf(const Input& other) const override;
     [[nodiscard]] const void* valueOwner() const override;
     [[nodiscard]] bool isNothing() const override;
     [[nodiscard]] u64 bytes() const override;

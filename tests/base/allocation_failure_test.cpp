@@ -53,24 +53,8 @@ Map fiftyEntries() {
 
 } // namespace
 
-void* operator new(std::size_t size) {
-    return allocateOrFail(size);
-}
-void* operator new[](std::size_t size) {
-    return allocateOrFail(size);
-}
-void operator delete(void* block) noexcept {
-    freeBlock(block);
-}
-void operator delete[](void* block) noexcept {
-    freeBlock(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    freeBlock(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-    freeBlock(block);
-}
+// Calls the two above.
+#include "tests/support/replaced_new.h"
 
 TEST(VectorOutOfMemory, SizeThatOverflows_AsksForTheLargestBlock) {
     ds::Vector<int*> vector;

@@ -9,14 +9,7 @@ work=$(mktemp -d "$build/install_plugin.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 staging=$work/staging
 
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-# cached NAME: a value from the build's cache
-cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
-# quietly COMMAND...: shows what it printed only when it fails
-quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; fail "$*"; }; }
+source "$here/lib.sh"
 
 sanitize=$(cached KELVO_SANITIZE)
 flags=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
