@@ -1,11 +1,14 @@
 # kelvo_add_test(NAME sources...): a GoogleTest program in two builds, NAME_static and NAME_shared,
-# so that the same facts hold for both libraries.
+# so that the same facts hold for both libraries. They share their objects.
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
 function(kelvo_add_test name)
-  kelvo_add_test_program(${name}_static Kelvo::sdk_static ${ARGN})
-  kelvo_add_test_program(${name}_shared Kelvo::sdk ${ARGN})
+  add_library(${name}_objects OBJECT ${ARGN})
+  target_link_libraries(${name}_objects PRIVATE kelvo_flags GTest::gtest)
+  target_include_directories(${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}")
+  kelvo_add_test_program(${name}_static Kelvo::sdk_static $<TARGET_OBJECTS:${name}_objects>)
+  kelvo_add_test_program(${name}_shared Kelvo::sdk $<TARGET_OBJECTS:${name}_objects>)
 endfunction()
 
 # kelvo_add_internal_test(NAME sources...): the static build alone.
@@ -17,6 +20,12 @@ function(kelvo_add_test_program program library)
   add_executable(${program} ${ARGN})
   target_link_libraries(${program} PRIVATE kelvo_flags ${library} GTest::gtest_main
                                            ${CMAKE_DL_LIBS})
-  target_compile_definitions(${program} PRIVATE KELVO_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   add_test(NAME ${program} COMMAND ${program} --gtest_brief=1)
+endfunction()
+
+# kelvo_tell_source_dir(sources...): defines KELVO_SOURCE_DIR for these alone, so that the objects of
+# all others are the same wherever the tree lies, and a compiler cache serves every checkout.
+function(kelvo_tell_source_dir)
+  set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_DEFINITIONS
+    KELVO_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 endfunction()
