@@ -1,45 +1,42 @@
-# Shared by the scripts: where the tree is, and what a bare Debian 12 lacks. Sourced by bash.
+# shellcheck shell=bash
+# Shared by the scripts: where the tree is, and how its builds are set up. Sourced by bash.
 set -euo pipefail
 
+# shellcheck disable=SC2034
+called_from=$PWD # scripts/install takes a folder that counts from there
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
+mkdir -p build
+
+source scripts/progress.sh
+source scripts/packages.sh
+
+# One compiler cache serves all clones: paths count from the root of the clone, and the compiler
+# is known by its content, for two installations of one package differ in their times.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_COMPILERCHECK=content
 
 say() { printf '\n== %s\n' "$*"; }
-
-# Installs the Debian packages that are not there yet; asks for nothing, and costs next to nothing
-# when all are there.
-need_packages() {
-    local missing=() package
-    for package in "$@"; do
-        [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
-            missing+=("$package")
-    done
-    [ ${#missing[@]} -gt 0 ] || return 0
-    local as_root=()
-    [ "$(id -u)" = 0 ] || as_root=(sudo)
-    say "Installing ${missing[*]}"
-    export DEBIAN_FRONTEND=noninteractive
-    local install=("${as_root[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}")
-    "${install[@]}" >/dev/null 2>&1 && return 0
-    "${as_root[@]}" apt-get update -q
-    "${install[@]}"
+give_up() { # STATUS MESSAGE
+    printf '%s\n' "$2" >&2
+    exit "$1"
 }
-
-build_packages=(g++ cmake ninja-build ccache libassimp-dev libcli11-dev
-    nlohmann-json3-dev libedit-dev)
-job_packages=(assimp-testmodels)
-test_packages=(clang libclang-rt-14-dev clang-format git python3 pkg-config libgtest-dev
-    libbenchmark-dev libxml2-utils librsvg2-bin graphviz binutils
-    chromium)
-bench_packages=(libbenchmark-dev)
 
 # configure PRESET [cmake arguments]
 configure() {
     local preset=$1
     shift
-    cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@" >"build/$preset.configure.log" 2>&1 || {
-        cat "build/$preset.configure.log"
-        return 1
-    }
+    with_progress "build/$preset.configure.log" show_lines \
+        cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@" && return 0
+    cat "build/$preset.configure.log"
+    return 1
 }
-mkdir -p build
+
+# build PRESET [cmake arguments]; tells the errors, not the files that were built without one
+build() {
+    local preset=$1
+    shift
+    with_progress "build/$preset.build.log" show_compiling \
+        cmake --build --preset "$preset" "$@" && return 0
+    grep -vE '^\[[0-9]+/[0-9]+\] ' "build/$preset.build.log" | head -n 60 || true
+    return 1
+}

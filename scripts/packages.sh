@@ -1,0 +1,56 @@
+# shellcheck shell=bash disable=SC2034
+# The Debian packages that a bare Debian 12 lacks, and how they get there. Sourced by bash.
+
+build_packages=(g++ cmake ninja-build ccache libassimp-dev zlib1g-dev libcli11-dev
+    nlohmann-json3-dev libedit-dev)
+job_packages=(assimp-testmodels)
+test_packages=(clang libclang-rt-14-dev clang-format git python3 pkg-config libgtest-dev
+    libbenchmark-dev libxml2-utils librsvg2-bin graphviz binutils
+    chromium)
+bench_packages=(libbenchmark-dev)
+tidy_packages=(clang clang-tidy git python3 libgtest-dev)
+
+# missing_packages NAME...: sets `missing` to those that are not installed
+missing_packages() {
+    local package
+    missing=()
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+            missing+=("$package")
+    done
+}
+
+# need_packages NAME...: installs those that are not there yet; asks for nothing, and costs next to
+# nothing when all are there.
+need_packages() {
+    local missing
+    missing_packages "$@"
+    [ ${#missing[@]} -gt 0 ] || return 0
+    may_install "${missing[@]}" || return 1
+    say "Installing ${missing[*]}"
+    apt_install "${missing[@]}" && return 0
+    # The package lists may be absent or old.
+    apt_get update && apt_install "${missing[@]}" && return 0
+    grep -vE '^(dl|pm)status:' build/apt.log | tail -n 20
+    return 1
+}
+
+may_install() {
+    local lack=
+    command -v apt-get >/dev/null || lack="this machine has no apt-get"
+    [ "$(id -u)" = 0 ] || command -v sudo >/dev/null || lack="this needs root or sudo"
+    [ -n "$lack" ] || return 0
+    printf 'Cannot install %s: %s.\n' "$*" "$lack" >&2
+    return 1
+}
+
+apt_install() { apt_get install --no-install-recommends "$@"; }
+
+# Removes what it downloaded once that is installed, and waits while another apt is at work.
+apt_get() {
+    local as_root=()
+    [ "$(id -u)" = 0 ] || as_root=(sudo)
+    with_progress build/apt.log show_installing \
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q \
+        -o APT::Status-Fd=1 -o APT::Keep-Downloaded-Packages=false -o DPkg::Lock::Timeout=300 "$@"
+}

@@ -1,0 +1,105 @@
+# shellcheck shell=bash
+# Shows how far a long step is. Sourced by bash.
+# On a terminal that is one line that changes; in a log it is a line every few seconds, with the time
+# since the step began, also while nothing new was said.
+
+beat=3 # seconds
+
+# with_progress LOG SHOW COMMAND...: all that COMMAND prints goes to LOG and to SHOW, one of the
+# functions below. Returns the status of COMMAND.
+with_progress() {
+    local log=$1 show=$2 status=0 out shower
+    shift 2
+    exec {out}> >(tee "$log" | "$show")
+    shower=$!
+    "$@" >&"$out" 2>&1 {out}>&- || status=$?
+    exec {out}>&-
+    wait "$shower" || true
+    return "$status"
+}
+
+show_lines() { show_steps p; }
+# Files that ninja compiles and links, and how many of how many.
+show_compiling() {
+    show_steps '/^\[[0-9]*\/[0-9]*\] /{
+        s/Building CXX object //; s/CMakeFiles\/[^/]*\.dir\///; s/\.o$//; p; }'
+}
+# The status lines of apt: per cent, and what is downloaded, unpacked or set up.
+show_installing() { show_steps 's/^[dp][lm]status:[^:]*:\([0-9]*\)[^:]*:/\1% /p'; }
+
+# show_steps SED_SCRIPT: the newest of the lines that the script prints
+show_steps() {
+    sed -un "$1" | {
+        begin_showing
+        while next_line; do
+            [ -z "$line" ] || state=$line
+            tell_state
+        done
+        end_showing
+    }
+}
+
+# show_tests: what `ctest -V` prints: every test as it ends, and between these those that run
+show_tests() {
+    grep --line-buffered -E '^ +Start +[0-9]+: |^ *[0-9]+/[0-9]+ Test +#' | {
+        declare -A running=()
+        begin_showing
+        while next_line; do
+            [ -z "$line" ] || take_test_line
+            state="running: ${!running[*]}"
+            tell_state
+        done
+        state=
+        end_showing
+    }
+}
+
+take_test_line() {
+    local ended='^ *([0-9]+/[0-9]+) Test +#[0-9]+: ([^ ]+) [. ]*(.*[^ ]) +([0-9.]+) sec'
+    if [[ $line =~ ^\ +Start\ +[0-9]+:\ (.*) ]]; then
+        running[${BASH_REMATCH[1]}]=1
+    elif [[ $line =~ $ended ]]; then
+        unset "running[${BASH_REMATCH[2]}]"
+        tell "$(printf '[%s] %-8s %-28s %6s s' "${BASH_REMATCH[1]}" "${BASH_REMATCH[3]//\*/}" \
+            "${BASH_REMATCH[2]}" "${BASH_REMATCH[4]}")"
+    fi
+}
+
+# The functions from here share: start and shown (seconds), line, state, width (0 in a log).
+begin_showing() {
+    start=$SECONDS shown=$SECONDS line='' state='' told='' width=0
+    if [ -t 1 ]; then width=$(tput cols 2>/dev/null || echo 80); fi
+}
+
+# Reads a line into `line`, or leaves it empty when the next word is due first; fails at the end.
+next_line() {
+    local patience=$((shown + beat - SECONDS))
+    line=
+    read -r -t "$((patience > 0 ? patience : 1))" line || [ $? -gt 128 ]
+}
+
+tell_state() {
+    if [ "$width" -gt 0 ]; then
+        printf '\r\033[K%s' "$(shorten "$(clock)  $state")"
+    elif [ $((SECONDS - shown)) -ge "$beat" ]; then
+        tell "$state"
+    fi
+}
+
+# A line that stays.
+tell() {
+    [ "$width" = 0 ] || printf '\r\033[K'
+    printf '%s  %s\n' "$(clock)" "$1"
+    shown=$SECONDS told=$1
+}
+
+end_showing() {
+    if [ -n "$state" ] && [ "$told" != "$state" ]; then
+        tell "$state"
+    elif [ "$width" -gt 0 ]; then
+        printf '\r\033[K'
+    fi
+}
+
+clock() { printf '%4d:%02d' $(((SECONDS - start) / 60)) $(((SECONDS - start) % 60)); }
+shorten() { printf '%s' "${1:0:width-1}"; }
