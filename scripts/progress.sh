@@ -49,7 +49,7 @@ show_tests() {
             state="running: ${!running[*]}"
             tell_state
         done
-        state=
+        state=$nothing
         end_showing
     }
 }
@@ -65,17 +65,25 @@ take_test_line() {
     fi
 }
 
-# The functions from here share: start and shown (seconds), line, state, width (0 in a log).
+nothing="not a word yet"
+
+# The functions from here share: start and shown (seconds), line and the begun one, state, what was told
+# last, width (0 in a log).
 begin_showing() {
-    start=$SECONDS shown=$SECONDS line='' state='' told='' width=0
+    start=$SECONDS shown=$SECONDS line='' begun='' state=$nothing told=$nothing width=0
     if [ -t 1 ]; then width=$(tput cols 2>/dev/null || echo 80); fi
 }
 
 # Reads a line into `line`, or leaves it empty when the next word is due first; fails at the end.
+# The time may be up amid a line, whose rest then comes with the next call.
 next_line() {
     local patience=$((shown + beat - SECONDS))
-    line=
-    read -r -t "$((patience > 0 ? patience : 1))" line || [ $? -gt 128 ]
+    if IFS= read -r -t "$((patience > 0 ? patience : 1))" line; then
+        line=$begun$line begun=
+    else
+        [ $? -gt 128 ] || return 1
+        begun+=$line line=
+    fi
 }
 
 tell_state() {
@@ -94,7 +102,7 @@ tell() {
 }
 
 end_showing() {
-    if [ -n "$state" ] && [ "$told" != "$state" ]; then
+    if [ "$state" != "$nothing" ] && [ "$told" != "$state" ]; then
         tell "$state"
     elif [ "$width" -gt 0 ]; then
         printf '\r\033[K'
