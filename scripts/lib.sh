@@ -11,9 +11,8 @@ mkdir -p build
 source scripts/progress.sh
 source scripts/packages.sh
 
-# One compiler cache serves all clones: paths count from the root of the clone, and the compiler
-# is known by its content, for two installations of one package differ in their times.
-export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_COMPILERCHECK=content
+# One compiler cache serves all clones, wherever they lie: paths count from the root of the clone.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
 say() { printf '\n== %s\n' "$*"; }
 give_up() { # STATUS MESSAGE
