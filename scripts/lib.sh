@@ -11,8 +11,10 @@ mkdir -p build
 source scripts/progress.sh
 source scripts/packages.sh
 
-# One compiler cache serves all clones, wherever they lie: paths count from the root of the clone.
-export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+# One compiler cache serves all clones, wherever they lie and whoever uses them: paths count from the
+# root of the clone, and messages, which the cache keeps too, are in one language.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 LANG=C.UTF-8
+unset LC_ALL LC_CTYPE LC_MESSAGES
 
 say() { printf '\n== %s\n' "$*"; }
 give_up() { # STATUS MESSAGE

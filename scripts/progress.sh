@@ -65,7 +65,7 @@ take_test_line() {
     fi
 }
 
-nothing="not a word yet"
+nothing="nothing said so far"
 
 # The functions from here share: start and shown (seconds), line and the begun one, state, what was told
 # last, width (0 in a log).
@@ -109,5 +109,6 @@ end_showing() {
     fi
 }
 
-clock() { printf '%4d:%02d' $(((SECONDS - start) / 60)) $(((SECONDS - start) % 60)); }
+clock() { printf '%7s' "$(minutes $((SECONDS - start)))"; }
+minutes() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
 shorten() { printf '%s' "${1:0:width-1}"; }

@@ -39,8 +39,8 @@ CASES = (
     ("a program that failed before it counted",
      "1/1 Test #1: base_tests ....***Exception: SegFault  0.20 sec\n", "0 1"),
     ("a crash amid the tests of a program",
-     "1: [  FAILED  ] Node.Name (0 ms)\n1/1 Test #1: base_tests ...Child aborted***Exception:   0.20 sec\n",
-     "0 1"),
+     "1: [  FAILED  ] Node.Name (0 ms)\n"
+     "1/1 Test #1: base_tests ...Child aborted***Exception:   0.20 sec\n", "0 1"),
     ("all counted, then an error at the end",
      "1: [==========] 5 tests from 1 test suite ran. (9 ms total)\n"
      "1/1 Test #1: base_tests ....***Failed  0.20 sec\n", "4 1"),
