@@ -194,19 +194,15 @@ class Steps(Prompt):
         self.assertEqual(self.enter("clone wood"), "wood1\n")
         self.leave()
 
-    def test_conversion_reads_the_types_while_nothing_is_changed(self):
+    def test_conversion_takes_the_types_of_its_node(self):
         self.file.write_text(scene('node add "sum" {\n    Real a = 2\n}'))
         self.start()
+        self.enter("set sum.a 3")
         self.assertEqual(self.enter("convert sum multiply"), "")
         self.assertEqual(self.enter("get sum.b"), "0\n")
-        self.leave()
-
-    def test_conversion_is_refused_behind_changes(self):
-        self.start()
-        self.enter("set lamp.count 4")
-        self.assertIn("convert: this needs what the scene leaves to the types",
-                      self.enter("convert lamp pointLight"))
-        self.assertEqual(self.enter("get lamp.count"), "4\n")
+        self.assertEqual(self.enter("get sum.a"), "3\n")
+        self.assertEqual(self.enter("undo 2"),
+                         "Undo: convert sum multiply\nUndo: set sum.a 3\n")
         self.leave()
 
 

@@ -85,18 +85,7 @@ bool EditSession::carryOut(const EditCommand& command, const Edit& edit, EditFau
     if (!command.fits(edit, fault)) return false;
     if (command.kind == Kind::Prompts) return fault.at(0, "that is for the prompt alone.");
     if (command.kind == Kind::Looks) return command.run(*this, edit, fault);
-    if (command.kind == Kind::Converts && !makeTyped())
-        return fault.at(0, "this needs what the scene leaves to the types of its nodes: leave, and "
-                           "edit it with --types.");
     return runInStep(command, *this, edit, fault);
-}
-
-// What was done to the scene would be lost.
-bool EditSession::makeTyped() {
-    if (m_hasTypes) return true;
-    const bool isAsRead = m_scene.undoCount() == 0 && m_scene.redoCount() == 0 &&
-                          m_scene.checkpoints().empty() && m_scene.isSaved();
-    return isAsRead && read(WithTypes::Always);
 }
 
 bool EditSession::save(const String& file) {

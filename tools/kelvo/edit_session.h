@@ -46,7 +46,6 @@ private:
 
     [[nodiscard]] bool read(WithTypes types);
     bool carryOut(const EditCommand& command, const Edit& edit, EditFault& fault);
-    bool makeTyped();
 
     String m_file;
     String m_outFile;
