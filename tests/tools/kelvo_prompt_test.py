@@ -262,6 +262,19 @@ class Leaving(Prompt):
                          "kelvo: 1: save: nothing was written.\n")
         self.leave()
 
+    def test_what_another_wrote_meanwhile_is_not_written_over(self):
+        self.start()
+        self.enter("set lamp.count 4; save; set lamp.count 5")
+        other = self.file.read_text().replace("count = 4", "count = 9")
+        self.expect(0, "set", "a.kns", "lamp.count=9")
+        self.assertEqual(self.enter("save"),
+                         "kelvo: cannot write 'a.kns': it was changed by someone else since it was "
+                         "read\nkelvo: 1: save: nothing was written.\n")
+        self.enter("save b.kns")
+        self.leave()
+        self.assertEqual(self.file.read_text(), other)
+        self.assertIn("count = 5", (self.folder / "b.kns").read_text())
+
     def test_another_file_takes_what_is_saved(self):
         self.start("-o", "b.kns")
         self.enter("set lamp.count 4; save")

@@ -20,7 +20,8 @@ struct ConvertOptions {
 
 Status runConvert(const ConvertOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+    Document document;
+    if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     const kelvo_sdk::Node node = scene.findNode(options.node);
     if (!node.get()) {
         complain(displayed(options.file) + ": " + noSuchNode(scene, options.node));
@@ -40,8 +41,7 @@ Status runConvert(const ConvertOptions& options, Terminal& out) {
         if (!error.isEmpty()) complain(displayed(options.file) + ": " + error);
         return error.isEmpty() ? Status::Usage : Status::Fault;
     }
-    const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
-    if (!saveScene(scene, target, out)) return Status::Fault;
+    if (!document.save(scene, options.outFile, out)) return Status::Fault;
     for (const kelvo_sdk::interfaces::Misfit& misfit : misfits)
         warn(displayed(options.file) + ": '" + misfit.path + "' " + misfit.reason);
     return Status::Ok;

@@ -104,6 +104,7 @@ Status editByScripts(const EditOptions& options, std::vector<Script> scripts, Te
 
 Status editAtPrompt(const EditOptions& options, Terminal& out) {
     EditSession session(options.file, options.outFile, out);
+    session.setPrompt();
     if (!session.open(typesFor(options))) return Status::Fault;
     return runPrompt(session);
 }
