@@ -123,8 +123,9 @@ std::vector<u64> LeftOut::placesIn(const List& known, const List& list) {
     return places;
 }
 
-// What is left out comes back in front of the next thing written that is behind it in the
-// definition, else at the end. Anything that would change its place by this is written.
+// When the text is read, what it leaves out comes back in front of the first thing written that is
+// behind it in the definition, else at the end. Anything that would change its place by this is
+// written.
 void LeftOut::keepOrder(const std::vector<u64>& places) {
     u64 before = 0;
     for (u64 i = 0; i < places.size(); ++i) {
@@ -132,13 +133,11 @@ void LeftOut::keepOrder(const std::vector<u64>& places) {
         if (places[i] < before) m_isLeftOut[i] = false;
         before = std::max(before, places[i]);
     }
-    u64 behind = noIndex;
-    bool isNextKnown = true;
+    // Nothing comes back in front of what the definition does not know.
+    u64 nextWritten = noIndex;
     for (u64 i = places.size(); i-- > 0;) {
-        const u64 place = places[i];
-        if (place != noIndex && (place > behind || !isNextKnown)) m_isLeftOut[i] = false;
-        if (!m_isLeftOut[i]) isNextKnown = place != noIndex;
-        if (place != noIndex) behind = std::min(behind, place);
+        if (places[i] == noIndex || places[i] >= nextWritten) m_isLeftOut[i] = false;
+        if (!m_isLeftOut[i]) nextWritten = places[i] != noIndex ? places[i] : 0;
     }
 }
 

@@ -17,13 +17,17 @@ std::unordered_map<std::string, u64> foldedNames(const SceneDocument& document) 
     return names;
 }
 
-// Of the first node of a text the blank line stands behind the header.
-void addBlankLine(SceneDocument& document) {
+// Of the first node of a text the blank line stands behind the header. A node that had none before
+// it became the first has none.
+void addBlankLine(SceneDocument& document, const NodePlaces& before) {
     if (document.nodes.empty()) return;
-    DocComments comments = commentsOf(document.nodes[0].comments);
+    DocNode& first = document.nodes[0];
+    const DocNode* known = before.find(first.name);
+    if (known && !commentsOf(known->comments).leading.starts_with('\n')) return;
+    DocComments comments = commentsOf(first.comments);
     if (comments.leading.starts_with('\n')) return;
     comments.leading = document.keep("\n" + String(comments.leading));
-    document.nodes[0].comments = document.keep(comments);
+    first.comments = document.keep(comments);
 }
 
 constexpr u64 kMostMarked = 400;
@@ -75,13 +79,15 @@ bool isSame(const DocNode& a, const DocNode& b) noexcept {
 }
 
 SceneDocument SceneMerger::run() {
-    addBlankLine(m_base);
-    addBlankLine(m_mine);
-    addBlankLine(m_theirs);
     unifyNames();
+    addBlankLine(m_base, NodePlaces());
     m_baseNodes = NodePlaces(m_base);
+    addBlankLine(m_mine, m_baseNodes);
+    addBlankLine(m_theirs, m_baseNodes);
     m_mineNodes = NodePlaces(m_mine);
     m_theirNodes = NodePlaces(m_theirs);
+    settleRemovals({m_mine, m_mineNodes, m_theirs, m_theirNodes, MergeSide::Mine});
+    settleRemovals({m_theirs, m_theirNodes, m_mine, m_mineNodes, MergeSide::Theirs});
     const DocComments* file = mergeComments("", m_base.file, m_mine.file, m_theirs.file);
     m_made.file = commentsOf(file);
     mergeNodes();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/impl/scene_match.h"
+#include "sdk/impl/link_restorer.h"
 #include "sdk/scene_diff.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -25,7 +25,8 @@ private:
 ///     Nodes     scene_merger.cpp            names, nodes, fields
 ///     Lists     scene_merger_lists.cpp      attributes, order
 ///     Elements  scene_merger_elements.cpp   of arrays
-///     Links     scene_merger_links.cpp      references to what one side removed
+///     Removals  scene_merger_removals.cpp   what one side removed and the other goes on with
+///     Links     scene_merger_links.cpp      references to what is not there in the end
 ///
 /// What one side changed counts against what the other left; what both changed differently is a
 /// conflict.
@@ -89,10 +90,29 @@ private:
     List mergeStretches(const std::string& path, const Versions<DocAttr>& array);
     void mergeStretch(const std::string& path, const Versions<List>& stretch, List& made);
 
+    // ---- Removals --------------------------------------------------------------------------
+
+    // A side, and the other one, which removed some of what it has.
+    struct Sides {
+        const SceneDocument& having;
+        const NodePlaces& havingNodes;
+        SceneDocument& removing;
+        const NodePlaces& removingNodes;
+        MergeSide side;
+    };
+    void settleRemovals(const Sides& sides);
+    [[nodiscard]] DocNames removedNames(const NodePlaces& nodes);
+    void claimChanged(const Sides& sides, const DocNames& removed);
+    void claimTargets(const Sides& sides, const DocNames& removed);
+    [[nodiscard]] std::string_view claimOn(const DocAttr& attr, const DocAttr& base) const;
+    [[nodiscard]] std::string_view claimOn(const DocNode& node, const DocNode& base) const;
+
     // ---- Links -----------------------------------------------------------------------------
 
     void checkLinks(SceneDocument& document);
     void checkLinks(const std::string& path, DocAttr& attr, bool isElement);
+    void checkNotes(const std::string& path, DocAttr& attr);
+    [[nodiscard]] bool isCut(const DocAttr& element) const;
     void checkLink(const std::string& path, std::string_view field, std::string_view name,
                    std::string_view& text, std::string_view instead);
     [[nodiscard]] bool lacksOutput(std::string_view path) const;
@@ -107,6 +127,8 @@ private:
     std::string m_marks;
     // The same for nodes whose name is in conflict.
     std::unordered_map<std::string_view, std::string> m_nameMarks;
+    // Nodes, and outputs as "wood.color", that one side removed while the other did this to them.
+    std::unordered_map<std::string_view, std::string_view> m_claims;
     NodePlaces m_baseNodes;
     NodePlaces m_mineNodes;
     NodePlaces m_theirNodes;

@@ -21,26 +21,38 @@ void SceneMerger::checkLinks(const std::string& path, DocAttr& attr, bool isElem
         checkLink(path, "value", linked, attr.value, "null");
     if (!attr.source.empty() && lacksOutput(attr.source))
         checkLink(path, "source", attr.source, attr.source, "");
-    for (DocNote& note : attr.notes)
-        for (const NotePiece& piece : notePieces(note, attr.type)) {
-            const std::string_view name = piece.isLink ? linkedName(piece.text) : piece.text;
-            if (!piece.isLink || name.empty() || m_madeNodes.find(name)) continue;
-            LinkNames none;
-            none.add(name, "null");
-            std::string text = none.note(note, attr.type);
-            for (u64 at = text.find("\"null\""); at != std::string::npos;
-                 at = text.find("\"null\""))
-                text.replace(at, 6, "null");
-            checkLink(path, note.name, name, note.text,
-                      m_made.keep(String(std::string_view(text))));
-        }
+    checkNotes(path, attr);
+    std::vector<DocAttr> left;
     for (u64 i = 0; i < attr.members.size(); ++i) {
         DocAttr& member = attr.members[i];
+        const bool isCutOff = attr.isArray() && isCut(member);
         checkLinks(attr.isArray() ? path + '[' + std::to_string(i) + ']'
                                   : path + '.' + std::string(member.name),
                    member, attr.isArray());
+        if (!isCutOff) left.push_back(std::move(member));
     }
+    attr.members = std::move(left);
     if (!isElement) mark(attr.comments);
+}
+
+// An element that is nothing but a link goes with the node: an empty one would be neither side's.
+bool SceneMerger::isCut(const DocAttr& element) const {
+    const std::string_view linked =
+        element.type == AttrType::Node ? linkedName(element.value) : std::string_view();
+    return !linked.empty() && element.source.empty() && element.notes.empty() &&
+           !m_madeNodes.find(linked);
+}
+
+void SceneMerger::checkNotes(const std::string& path, DocAttr& attr) {
+    for (DocNote& note : attr.notes)
+        for (const NotePiece& piece : notePieces(note, attr.type)) {
+            const std::string_view name =
+                piece.isLink ? linkedName(piece.text) : std::string_view();
+            if (name.empty() || m_madeNodes.find(name)) continue;
+            const std::string text = clearedNote(note, attr.type, {name});
+            checkLink(path, note.name, name, note.text,
+                      m_made.keep(String(std::string_view(text))));
+        }
 }
 
 void SceneMerger::checkLink(const std::string& path, std::string_view field, std::string_view name,

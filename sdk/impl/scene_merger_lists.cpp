@@ -76,12 +76,13 @@ bool SceneMerger::isRemoved(const std::string& path, const Versions<Item>& item,
     if (item.mine && item.theirs) return false;
     kept = item.mine ? item.mine : item.theirs;
     if (!item.base) return false;
-    if (isSame(*kept, *item.base)) return true;
+    const std::string_view claim = claimOn(*kept, *item.base);
+    if (claim.empty()) return true;
     const auto text = [](const Item* version) {
         return version ? textOf(*version) : std::optional<String>();
     };
-    const char* reason = item.mine ? "mine changed it and theirs removed it"
-                                   : "theirs changed it and mine removed it";
+    const String reason = String(item.mine ? "mine " : "theirs ") + claim + " it and " +
+                          (item.mine ? "theirs" : "mine") + " removed it";
     conflict(path, "", text(item.base), text(item.mine), text(item.theirs), reason);
     const bool isTheirs = kept == item.theirs;
     return m_options.preferred && takesTheirs() != isTheirs;

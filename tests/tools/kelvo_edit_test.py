@@ -3,7 +3,7 @@
 import pathlib
 import re
 
-from kelvo_tool import SCENE, ToolTest, main, scene
+from kelvo_tool import SCENE, ToolTest, main, scene, xform
 
 
 class Edit(ToolTest):
@@ -54,6 +54,8 @@ class Commands(Edit):
                  '# nothing follows\n}\nnode wood "wood1" {\n    output Rgba color\n}\n'),
                 ("parent wood room", "[lamp, desk]", "[lamp, desk, wood]"),
                 ("parent desk room", "[lamp, desk]", "[lamp, desk]"),
+                ("parent lamp room", "[lamp, desk]", "[desk, lamp]"),
+                ("parent wood room; parent wood room", "[lamp, desk]", "[lamp, desk, wood]"),
                 ("unparent lamp room", "[lamp, desk]", "[null, desk]")):
             with self.subTest(command):
                 self.file.write_text(SCENE)
@@ -68,6 +70,45 @@ class Commands(Edit):
         self.assertEqual(re.findall(r'node \w+ "(\w+)"', text), ["lamp"])
         self.assertIn("target = null", text)
         self.expect(0, "check", "a.kns")
+
+    def test_a_removed_node_leaves_no_element_in_lists_of_nodes(self):
+        before = scene(xform("room", "b", "a", "b", "null"), xform("other", "b"),
+                       'node n "a" {\n    Array<Node> modifiers = [b, a]\n'
+                       '    Array<Node> others = [b, a]\n    Node target = b\n}',
+                       'node n "b" {\n    Array<Node> children = [b]\n}')
+        after = scene(xform("room", "a", "null"), xform("other"),
+                      'node n "a" {\n    Array<Node> modifiers = [a]\n'
+                      '    Array<Node> others = [null, a]\n    Node target = null\n}')
+        self.file.write_text(before)
+        self.assertEqual(self.edit("remove b"), after)
+        self.file.write_text(before)
+        self.assertEqual(self.edit("remove b; undo"), before)
+        self.assertEqual(self.edit("remove b; undo; redo"), after)
+
+    def test_nobody_stands_below_himself(self):
+        text = scene(xform("a", "b"), xform("b", "c", "d"), xform("c"), xform("d", "e"),
+                     xform("e"))
+        for command, cycle in (("parent a a", "a -> a"), ("parent a b", "a -> b -> a"),
+                               ("parent a e", "a -> b -> d -> e -> a"),
+                               ("parent b c", "b -> c -> b")):
+            with self.subTest(command):
+                self.file.write_text(text)
+                error = f"kelvo: -c:1:10: parent: this would close the cycle {cycle}.\n"
+                self.expect(2, "edit", "a.kns", "-c", command, out="", error=error)
+                self.assertEqual(self.file.read_text(), text)
+        self.assertIn('node xform "e" {\n    Array<Node> children = [c]', self.edit("parent c e"))
+
+    def test_a_cycle_in_the_file_is_no_trap(self):
+        text = scene(xform("a", "b"), xform("b", "a"), xform("c"))
+        self.file.write_text(text)
+        self.assertIn("[b, c]", self.edit("parent c a"))
+
+    def test_only_lists_of_nodes_take_children(self):
+        for body in ("", "    Node children = null\n", "    Array<Real> children = []\n"):
+            with self.subTest(body):
+                self.file.write_text(scene('node n "a" {\n}', f'node n "b" {{\n{body}}}'))
+                self.expect(2, "edit", "a.kns", "-c", "parent a b", out="", error=(
+                    "kelvo: -c:1:10: parent: 'b' takes no children.\n"))
 
     def test_nodes_are_moved(self):
         text = self.edit("move wood 0")
@@ -89,6 +130,26 @@ class Commands(Edit):
     def test_reset_gives_bare_inputs_the_default_of_their_type(self):
         self.file.write_text(scene('node multiply "n" {\n    Real b = 7\n}'))
         self.assertIn("Real b = 1\n", self.edit("reset n.b"))
+
+    def test_conversion_changes_one_node(self):
+        rest = ['# odd\nnode spotLight "other" {\n    Real radius = 2 # wide\n'
+                "    Real intensity = 3 @min 0\n}", 'node xform "room" {\n'
+                "    Mat4 matrix = (1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1)\n"
+                "    Array<Node> children = [lamp, other]\n}"]
+        self.file.write_text(scene('node spotLight "lamp" {\n    Real radius = 2\n}', *rest))
+        text = self.edit("set other.radius 4; convert lamp pointLight; set lamp.radius 3")
+        self.assertIn('node pointLight "lamp" {\n', text)
+        self.assertIn("    Real radius = 3\n", text)
+        self.assertTrue(text.endswith("\n".join(rest).replace("= 2 # wide", "= 4 # wide") + "\n"),
+                        text)
+
+    def test_conversion_is_one_step(self):
+        text = scene('node spotLight "lamp" {\n    Real radius = 2\n}', xform("room", "lamp"))
+        self.file.write_text(text)
+        self.assertEqual(self.edit("convert lamp pointLight; undo"), text)
+        self.edit("convert lamp pointLight; undo; redo; history", out=(
+            "   1  convert lamp pointLight\n"))
+        self.assertIn("children = [lamp]", self.file.read_text())
 
     def test_conversion_reads_the_types(self):
         self.file.write_text(scene('node add "sum" {\n    Real a = 2\n}'))

@@ -194,19 +194,15 @@ class Steps(Prompt):
         self.assertEqual(self.enter("clone wood"), "wood1\n")
         self.leave()
 
-    def test_conversion_reads_the_types_while_nothing_is_changed(self):
+    def test_conversion_takes_the_types_of_its_node(self):
         self.file.write_text(scene('node add "sum" {\n    Real a = 2\n}'))
         self.start()
+        self.enter("set sum.a 3")
         self.assertEqual(self.enter("convert sum multiply"), "")
         self.assertEqual(self.enter("get sum.b"), "0\n")
-        self.leave()
-
-    def test_conversion_is_refused_behind_changes(self):
-        self.start()
-        self.enter("set lamp.count 4")
-        self.assertIn("convert: this needs what the scene leaves to the types",
-                      self.enter("convert lamp pointLight"))
-        self.assertEqual(self.enter("get lamp.count"), "4\n")
+        self.assertEqual(self.enter("get sum.a"), "3\n")
+        self.assertEqual(self.enter("undo 2"),
+                         "Undo: convert sum multiply\nUndo: set sum.a 3\n")
         self.leave()
 
 
@@ -265,6 +261,19 @@ class Leaving(Prompt):
                          "kelvo: cannot write 'no/b.kns': No such file or directory\n"
                          "kelvo: 1: save: nothing was written.\n")
         self.leave()
+
+    def test_what_another_wrote_meanwhile_is_not_written_over(self):
+        self.start()
+        self.enter("set lamp.count 4; save; set lamp.count 5")
+        other = self.file.read_text().replace("count = 4", "count = 9")
+        self.expect(0, "set", "a.kns", "lamp.count=9")
+        self.assertEqual(self.enter("save"),
+                         "kelvo: cannot write 'a.kns': it was changed by someone else since it was "
+                         "read\nkelvo: 1: save: nothing was written.\n")
+        self.enter("save b.kns")
+        self.leave()
+        self.assertEqual(self.file.read_text(), other)
+        self.assertIn("count = 5", (self.folder / "b.kns").read_text())
 
     def test_another_file_takes_what_is_saved(self):
         self.start("-o", "b.kns")

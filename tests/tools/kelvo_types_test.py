@@ -175,6 +175,46 @@ class Convert(TypesTest):
         self.expect(0, "get", "out.kns", "power.value")
         self.expect(0, "check", "out.kns", out="out.kns: 4 nodes, 0 errors, 0 warnings\n")
 
+    def test_other_nodes_stay_to_the_byte(self):
+        rest = ['# next\nnode spotLight "fill" {\n    Real radius = 2\n    # red\n'
+                "    Rgba color = (1 0 0 1) @label \"de\" \"Farbe\"\n    Real intensity = 1\n"
+                "    Bool visible = true\n    # end\n}",
+                'node mesh : geometry, object "desk" {\n    Array<Node> materials = [key]\n}',
+                'node xform "room" {\n'
+                "    Mat4 matrix = (1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1)\n"
+                "    Array<Node> children = [fill, key, desk]\n}"]
+        for first in ('node spotLight "key" {\n    Real radius = 1\n    Real intensity = 2\n}',
+                      '# first\nnode spotLight "key" { # k\n}'):
+            self.file.write_text(scene(first, *rest))
+            self.expect(0, "convert", "a.kns", "key", "pointLight")
+            text = self.file.read_text()
+            self.assertIn('node pointLight "key" {', text)
+            self.assertTrue(text.endswith("\n" + "\n".join(rest) + "\n"), text)
+
+    def test_other_nodes_stay_in_a_scene_that_needs_the_types(self):
+        rest = ['node spotLight "fill" {\n    Real radius = 2\n'
+                "    Real intensity = 1 <- sum.result\n    Bool visible = true\n}",
+                'node add "sum" {\n    Real b = 3\n    Real a = 1\n}']
+        self.file.write_text(scene('node spotLight "key" {\n    Real radius = 1\n}', *rest))
+        self.expect(0, "convert", "a.kns", "key", "pointLight")
+        self.assertTrue(self.file.read_text().endswith("\n".join(rest) + "\n"),
+                        self.file.read_text())
+
+    def test_only_connections_that_the_new_type_lacks_go(self):
+        text = scene('node t "reader" {\n    Real odd = 1\n    Real r = 7 <- power.result # x\n'
+                     '    Real s = 1\n}',
+                     'node realValue "power" {\n    Real value = 3\n    output Real result\n}')
+        self.file.write_text(text)
+        ran = self.run_tool("convert", "a.kns", "power", "pointLight")
+        self.assertEqual(ran.returncode, 0, ran.stderr)
+        self.assertIn("'reader.r' was connected to 'power.result'", ran.stderr)
+        self.assertTrue(self.file.read_text().startswith(
+            text.split("node realValue")[0].replace(" <- power.result", "")))
+        self.file.write_text(text)
+        self.expect(0, "convert", "a.kns", "power", "add",
+                    error="kelvo: warning: a.kns: 'power.value' is no input of type 'add'\n")
+        self.assertTrue(self.file.read_text().startswith(text.split("node realValue")[0]))
+
     def test_streams_serve_as_a_filter(self):
         text = self.run_tool("convert", "-", "sum", "multiply", "-o", "-", given=self.ROOM).stdout
         self.expect(0, "eval", "-", "sum.result", given=text, out="0\n")

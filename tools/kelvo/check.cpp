@@ -5,6 +5,7 @@
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
+#include "tools/kelvo/text_file.h"
 
 #include <algorithm>
 #include <string>
@@ -50,11 +51,13 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
                       const Libraries& libraries, Terminal& out) {
     CheckedFile file;
     file.file = name;
-    String text;
-    if (!readFile(name, text, file.fault)) return file;
+    TextFile text;
+    const bool isRead =
+        options.isFixing ? text.readToEdit(name, file.fault) : text.read(name, file.fault);
+    if (!isRead) return file;
     const Scene scene = Scene::create();
     libraries.addTo(scene);
-    if (!scene.read(std::move(text), displayed(name), &file.errors)) return file;
+    if (!scene.read(text.text(), displayed(name), &file.errors)) return file;
     file.nodes = scene.nodeCount();
     if (!options.isFixing) {
         file.left = kelvo_sdk::validate(scene);
@@ -65,8 +68,8 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     file.left = std::move(report.left);
     const String written = scene.text();
     if (isStream(name))
-        out.write(written.view());
-    else if (!file.fixed.empty() && !writeFile(name, written.view(), file.fault))
+        out.write(text.laidOut(written.view()).view());
+    else if (!file.fixed.empty() && !text.write(name, written.view(), file.fault))
         takeBack(file);
     return file;
 }

@@ -4,6 +4,7 @@
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
+#include "tools/kelvo/node_conversion.h"
 
 namespace qv::kelvo_tool {
 
@@ -19,7 +20,8 @@ struct ConvertOptions {
 
 Status runConvert(const ConvertOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
-    if (!loadSceneWithTypes(options.file, scene)) return Status::Fault;
+    Document document;
+    if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     const kelvo_sdk::Node node = scene.findNode(options.node);
     if (!node.get()) {
         complain(displayed(options.file) + ": " + noSuchNode(scene, options.node));
@@ -33,10 +35,13 @@ Status runConvert(const ConvertOptions& options, Terminal& out) {
     const Libraries* libraries = librariesInUse();
     if (!libraries || !libraries->findType(options.type)) return Status::Usage;
     kelvo_sdk::interfaces::Misfits misfits;
-    // Why a type cannot be is told by the library.
-    if (!node.convertTo(options.type, &misfits).get()) return Status::Usage;
-    const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
-    if (!saveScene(scene, target, out)) return Status::Fault;
+    String error;
+    if (!convertNode(scene, node, options.type, misfits, error)) {
+        // Why a type cannot be is told by the library.
+        if (!error.isEmpty()) complain(displayed(options.file) + ": " + error);
+        return error.isEmpty() ? Status::Usage : Status::Fault;
+    }
+    if (!document.save(scene, options.outFile, out)) return Status::Fault;
     for (const kelvo_sdk::interfaces::Misfit& misfit : misfits)
         warn(displayed(options.file) + ": '" + misfit.path + "' " + misfit.reason);
     return Status::Ok;

@@ -7,11 +7,19 @@
 namespace qv::kelvo_tool {
 
 bool Document::open(const String& file) {
+    return open(file, &TextFile::read);
+}
+
+bool Document::openToEdit(const String& file) {
+    return open(file, &TextFile::readToEdit);
+}
+
+bool Document::open(const String& file, Read readText) {
     m_file = file;
     // What was asked for has to be there, needed or not.
     if (!libraryOptions().isEmpty() && !librariesInUse()) return false;
     String error;
-    if (readFile(file, m_text, error)) return true;
+    if ((m_text.*readText)(file, error)) return true;
     complain(error);
     return false;
 }
@@ -19,7 +27,7 @@ bool Document::open(const String& file) {
 // A scene that cannot be read leaves no trace, so that it can be read once more.
 bool Document::read(const kelvo_sdk::Scene& scene) const {
     kelvo_sdk::Diagnostics ignored;
-    return scene.read(m_text, displayed(m_file), &ignored) || readWithTypes(scene);
+    return scene.read(m_text.text(), displayed(m_file), &ignored) || readWithTypes(scene);
 }
 
 bool Document::readWithTypes(const kelvo_sdk::Scene& scene) const {
@@ -27,9 +35,21 @@ bool Document::readWithTypes(const kelvo_sdk::Scene& scene) const {
     if (!libraries) return false;
     libraries->addTo(scene);
     kelvo_sdk::Diagnostics found;
-    if (scene.read(m_text, displayed(m_file), &found)) return true;
+    if (scene.read(m_text.text(), displayed(m_file), &found)) return true;
     for (const kelvo_sdk::Diagnostic& diagnostic : found)
         complain(diagnostic.text());
+    return false;
+}
+
+bool Document::save(const String& text, const String& file, Terminal& out) {
+    const String& target = file.isEmpty() ? m_file : file;
+    if (isStream(target)) {
+        out.write(m_text.laidOut(text.view()).view());
+        return true;
+    }
+    String error;
+    if (m_text.write(target, text.view(), error)) return true;
+    complain(error);
     return false;
 }
 

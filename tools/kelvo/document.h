@@ -2,6 +2,7 @@
 
 #include "sdk/scene.h"
 #include "tools/kelvo/terminal.h"
+#include "tools/kelvo/text_file.h"
 
 namespace qv::kelvo_tool {
 
@@ -10,6 +11,8 @@ class Document {
 public:
     /// Reads the file; false after telling why not.
     [[nodiscard]] bool open(const String& file);
+    /// The same, and no other command edits it until it is saved or this ends.
+    [[nodiscard]] bool openToEdit(const String& file);
 
     /// Reads the text into an empty scene as it stands, if it stands by itself: a scene that needs
     /// what it leaves to the types of its nodes is read with them. False after telling all that is
@@ -19,9 +22,20 @@ public:
     /// types of its nodes is there. False after telling all that is wrong.
     [[nodiscard]] bool readWithTypes(const kelvo_sdk::Scene& scene) const;
 
+    /// Writes a scene that was made of this to a file, by default its own, or to `out` for "-";
+    /// line ends are as they were. False after telling why not: its own file is not written when it
+    /// has changed meanwhile.
+    [[nodiscard]] bool save(const kelvo_sdk::Scene& scene, const String& file, Terminal& out) {
+        return save(scene.text(), file, out);
+    }
+    [[nodiscard]] bool save(const String& text, const String& file, Terminal& out);
+
 private:
+    using Read = bool (TextFile::*)(const String& path, String& error);
+    [[nodiscard]] bool open(const String& file, Read readText);
+
     String m_file;
-    String m_text;
+    TextFile m_text;
 };
 
 /// Reads a scene file as `Document::read` does.

@@ -73,17 +73,8 @@ bool parseScripts(std::vector<Script>& scripts, Status& status) {
     return true;
 }
 
-WithTypes typesFor(const EditOptions& options, const std::vector<Script>& scripts) {
-    if (options.types) return WithTypes::Always;
-    for (const Script& script : scripts)
-        for (const Edit& edit : script.edits) {
-            EditCommand command{};
-            String ignored;
-            if (findEditCommand(edit.name(), command, ignored) &&
-                command.kind == EditCommand::Kind::Converts)
-                return WithTypes::Always;
-        }
-    return WithTypes::WhereNeeded;
+WithTypes typesFor(const EditOptions& options) {
+    return options.types ? WithTypes::Always : WithTypes::WhereNeeded;
 }
 
 bool runScripts(EditSession& session, const std::vector<Script>& scripts, Status& status) {
@@ -102,7 +93,7 @@ Status editByScripts(const EditOptions& options, std::vector<Script> scripts, Te
     Status status = Status::Ok;
     if (!parseScripts(scripts, status)) return status;
     EditSession session(options.file, options.outFile, out);
-    if (!session.open(typesFor(options, scripts))) return Status::Fault;
+    if (!session.open(typesFor(options))) return Status::Fault;
     if (!runScripts(session, scripts, status)) return status;
     if (!options.dryRun) return session.writeSaved() ? Status::Ok : Status::Fault;
     const kelvo_sdk::Scene& scene = session.scene();
@@ -113,8 +104,8 @@ Status editByScripts(const EditOptions& options, std::vector<Script> scripts, Te
 
 Status editAtPrompt(const EditOptions& options, Terminal& out) {
     EditSession session(options.file, options.outFile, out);
-    if (!session.open(options.types ? WithTypes::Always : WithTypes::WhereNeeded))
-        return Status::Fault;
+    session.setPrompt();
+    if (!session.open(typesFor(options))) return Status::Fault;
     return runPrompt(session);
 }
 
@@ -159,8 +150,7 @@ void addEdit(CommandLine& line) {
     command.add("-o", options.outFile, "Where to write, FILE itself by default");
     command.add("--dry-run", options.dryRun, "Print the steps that would be done, write nothing");
     command.add("--types", options.types,
-                "Read the scene with what it leaves to the types of its nodes;\n"
-                "the command convert has scripts read so");
+                "Read the scene with what it leaves to the types of its nodes");
     command.add("--commands", options.listCommands, "Print the table of commands");
 }
 

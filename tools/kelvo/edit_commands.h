@@ -26,8 +26,6 @@ struct EditCommand {
     enum class Kind {
         /// Becomes one step of it.
         Edits,
-        /// Becomes one, and needs the types of nodes.
-        Converts,
         /// Reads the scene, or goes through the history.
         Looks,
         /// Is for the prompt alone.

@@ -16,6 +16,7 @@ using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
+using kelvo_sdk::interfaces::INode;
 
 String numberText(u64 number) {
     return String(std::string_view(std::to_string(number)));
@@ -60,6 +61,21 @@ bool removeOutput(const Address& owner, const String& name) {
            owner.node->removeOutput(name);
 }
 
+// Removing a node empties all that links to it. In lists of nodes nothing is to be left of it.
+void removeElements(const kelvo_sdk::Scene& scene, const INode* node) {
+    for (u64 i = 0; i < scene.nodeCount(); ++i)
+        for (const char* name : {"children", "modifiers"}) {
+            const INode* owner = scene->node(i);
+            if (!owner->hasInput(name, AttrType::Array)) continue;
+            IInput* const list = owner->input(String(name));
+            for (u64 element = list->inputCount(); element-- > 0;) {
+                INode* linked = nullptr;
+                const bool isLink = list->input(element)->readNode(linked, false, nullptr);
+                if (isLink && linked == node) list->removeInput(element);
+            }
+        }
+}
+
 bool runRemove(EditSession& session, const Edit& edit, EditFault& fault) {
     const String& path = edit.words[1].text;
     Address address;
@@ -70,7 +86,10 @@ bool runRemove(EditSession& session, const Edit& edit, EditFault& fault) {
         if (dot != String::npos && removeOutput({node, {}}, path.substr(dot + 1))) return true;
         return fault.at(1, std::move(error));
     }
-    if (!address.input.get()) return session.scene().removeNode(address.node);
+    if (!address.input.get()) {
+        removeElements(session.scene(), address.node.get());
+        return session.scene().removeNode(address.node);
+    }
     IInput* const owner = address.input->parent();
     if (owner) return owner->removeInput(indexIn(*owner, address.input.get()));
     return address.node->removeInput(indexIn(*address.node.get(), address.input.get()));

@@ -3,18 +3,25 @@
 
 #include "sdk/impl/near_name.h"
 #include "sdk/impl/node.h"
+#include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
+#include "tools/kelvo/node_conversion.h"
 #include "tools/kelvo/value_setting.h"
 
+#include <algorithm>
 #include <array>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_tool {
 
 namespace {
 
+using kelvo_sdk::AttrType;
 using kelvo_sdk::Node;
+using kelvo_sdk::interfaces::INode;
 
 String questionAboutType(const Libraries& libraries, const String& type) {
     StringVector known;
@@ -73,7 +80,7 @@ bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
                                (libraries ? questionAboutType(*libraries, type) : String(".")));
     kelvo_sdk::Misfits misfits;
     // Why a type cannot be is told by the library.
-    if (!node.convertTo(type, &misfits).get()) return false;
+    if (!convertNode(session.scene(), node, type, misfits, fault.message)) return false;
     for (const kelvo_sdk::Misfit& misfit : misfits)
         warn("'" + misfit.path + "' " + misfit.reason);
     return true;
@@ -105,6 +112,35 @@ bool findFamily(EditSession& session, const Edit& edit, Node& node, Node& parent
     return findNodeOf(session, edit, 1, node, fault) && findNodeOf(session, edit, 2, parent, fault);
 }
 
+// Returns the nodes from one down to another, each a child of that before; empty when none lead
+// there. Without recursion: a chain of nodes may be as long as the scene.
+std::vector<INode*> wayDown(INode* from, const INode* to) {
+    std::unordered_map<INode*, INode*> parents{{from, nullptr}};
+    std::vector<INode*> left{from};
+    while (!left.empty() && left.back() != to) {
+        INode* const node = left.back();
+        left.pop_back();
+        for (INode* child : Hierarchy::childrenOf(*node))
+            if (parents.emplace(child, node).second) left.push_back(child);
+    }
+    std::vector<INode*> way;
+    for (INode* node = left.empty() ? nullptr : left.back(); node; node = parents.at(node))
+        way.push_back(node);
+    std::ranges::reverse(way);
+    return way;
+}
+
+// Nothing may stand below itself.
+bool isAbove(const Node& node, const Node& parent, EditFault& fault) {
+    const std::vector<INode*> way = wayDown(node.get(), parent.get());
+    if (way.empty()) return false;
+    String cycle;
+    for (const INode* step : way)
+        cycle = cycle + step->name() + " -> ";
+    fault.at(2, "this would close the cycle " + cycle + node.name() + ".");
+    return true;
+}
+
 bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
     Node node;
     Node parent;
@@ -112,11 +148,15 @@ bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
     // A list of children that the text leaves out.
     kelvo_sdk::Input children;
     String error;
-    if (!reachInput(session.scene(), parent.name() + ".children", nullptr, children, error))
+    const bool isThere =
+        reachInput(session.scene(), parent.name() + ".children", nullptr, children, error);
+    if (!isThere || children.type() != AttrType::Array || children->elementType() != AttrType::Node)
         return fault.at(2, "'" + parent.name() + "' takes no children.");
+    if (isAbove(node, parent, fault)) return false;
     const i64 place = node->indexIn(parent.get());
-    if (place >= 0 && static_cast<u64>(place) + 1 == children.inputCount()) return true;
-    return node.parentTo(parent);
+    const i64 last = static_cast<i64>(children.inputCount()) - 1;
+    if (place < 0) return node.parentTo(parent);
+    return place == last || children->moveElement(static_cast<u64>(place), static_cast<u64>(last));
 }
 
 bool runUnparent(EditSession& session, const Edit& edit, EditFault& fault) {
@@ -134,7 +174,7 @@ constexpr std::array commands{
     EditCommand{"rename", "NODE NAME", "Renames a node; what leads to it follows", Kind::Edits,
                 &runRename},
     EditCommand{"convert", "NODE TYPE", "Gives a node another type, and tells what does not fit",
-                Kind::Converts, &runConvert},
+                Kind::Edits, &runConvert},
     EditCommand{"clone", "NODE [NAME] [--deep]", "Copies a node; --deep what it depends on as well",
                 Kind::Edits, &runClone},
     EditCommand{"parent", "NODE PARENT", "Makes a node the last child of another", Kind::Edits,

@@ -84,7 +84,6 @@ private:
 } // namespace
 
 Status runPrompt(EditSession& session) {
-    session.setPrompt();
     return Prompt(session).run();
 }
 

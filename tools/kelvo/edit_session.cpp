@@ -51,15 +51,11 @@ EditSession::EditSession(String file, String outFile, Terminal& out)
     : m_file(std::move(file)), m_outFile(std::move(outFile)), m_out(out) {}
 
 bool EditSession::open(WithTypes types) {
-    return m_document.open(m_file) && read(types);
-}
-
-bool EditSession::read(WithTypes types) {
-    const Scene scene = Scene::create();
-    const bool isRead =
-        types == WithTypes::Always ? m_document.readWithTypes(scene) : m_document.read(scene);
+    const bool isOpen = m_isPrompt ? m_document.open(m_file) : m_document.openToEdit(m_file);
+    m_scene = Scene::create();
+    const bool isRead = isOpen && (types == WithTypes::Always ? m_document.readWithTypes(m_scene)
+                                                              : m_document.read(m_scene));
     if (!isRead) return false;
-    m_scene = scene;
     m_hasTypes = knowsTypes(m_scene);
     m_scene.setUndoEnabled(true);
     // Scripts may be long; what they hold on to is bounded by its bytes.
@@ -85,18 +81,7 @@ bool EditSession::carryOut(const EditCommand& command, const Edit& edit, EditFau
     if (!command.fits(edit, fault)) return false;
     if (command.kind == Kind::Prompts) return fault.at(0, "that is for the prompt alone.");
     if (command.kind == Kind::Looks) return command.run(*this, edit, fault);
-    if (command.kind == Kind::Converts && !makeTyped())
-        return fault.at(0, "this needs what the scene leaves to the types of its nodes: leave, and "
-                           "edit it with --types.");
     return runInStep(command, *this, edit, fault);
-}
-
-// What was done to the scene would be lost.
-bool EditSession::makeTyped() {
-    if (m_hasTypes) return true;
-    const bool isAsRead = m_scene.undoCount() == 0 && m_scene.redoCount() == 0 &&
-                          m_scene.checkpoints().empty() && m_scene.isSaved();
-    return isAsRead && read(WithTypes::Always);
 }
 
 bool EditSession::save(const String& file) {
@@ -106,22 +91,15 @@ bool EditSession::save(const String& file) {
         if (!isOwn) m_saved.emplace_back(file, m_scene.text());
         return true;
     }
-    if (!saveScene(m_scene, isOwn ? target() : file, m_out)) return false;
+    if (!m_document.save(m_scene, isOwn ? m_outFile : file, m_out)) return false;
     if (isOwn) m_scene.markSaved();
     return true;
 }
 
 bool EditSession::writeSaved() {
-    for (const auto& [file, text] : m_saved) {
-        String error;
-        if (isStream(file))
-            m_out.write(text.view());
-        else if (!writeFile(file, text.view(), error)) {
-            complain(error);
-            return false;
-        }
-    }
-    return saveScene(m_scene, target(), m_out);
+    for (const auto& [file, text] : m_saved)
+        if (!m_document.save(text, file, m_out)) return false;
+    return m_document.save(m_scene, m_outFile, m_out);
 }
 
 } // namespace qv::kelvo_tool

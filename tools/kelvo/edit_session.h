@@ -22,7 +22,8 @@ public:
     /// What is printed goes to `out`; saves go to `outFile` if that is not empty.
     EditSession(String file, String outFile, Terminal& out);
 
-    /// Reads the file; false after telling why not.
+    /// Reads the file for a script, which no other command comes between, or for a prompt, which
+    /// nobody waits for. False after telling why not.
     [[nodiscard]] bool open(WithTypes types);
 
     [[nodiscard]] const kelvo_sdk::Scene& scene() const noexcept { return m_scene; }
@@ -42,11 +43,7 @@ public:
     [[nodiscard]] bool writeSaved();
 
 private:
-    [[nodiscard]] const String& target() const { return m_outFile.isEmpty() ? m_file : m_outFile; }
-
-    [[nodiscard]] bool read(WithTypes types);
     bool carryOut(const EditCommand& command, const Edit& edit, EditFault& fault);
-    bool makeTyped();
 
     String m_file;
     String m_outFile;

@@ -1,12 +1,12 @@
 #include "tools/kelvo/files.h"
 
+#include "tools/kelvo/descriptor.h"
+#include "tools/kelvo/new_file.h"
+
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,25 +17,6 @@ namespace qv::kelvo_tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Owner of a file descriptor.
-class Descriptor {
-public:
-    explicit Descriptor(int number) noexcept : m_number(number) {}
-    ~Descriptor() {
-        if (m_number > STDERR_FILENO) ::close(m_number);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int number() const noexcept { return m_number; }
-    [[nodiscard]] bool isOpen() const noexcept { return m_number >= 0; }
-    // Some file systems tell of a failed write only now.
-    [[nodiscard]] bool close() noexcept { return ::close(std::exchange(m_number, -1)) == 0; }
-
-private:
-    int m_number;
-};
 
 bool fail(const char* doing, const String& path, String& error) {
     const std::string reason = std::generic_category().message(errno);
@@ -86,32 +67,14 @@ mode_t newFileMode() noexcept {
 }
 
 // Fills a new file and puts it in the place of the old one.
-bool fillAndRename(Descriptor& file, const std::string& temporary, const fs::path& target,
-                   const struct stat* old, std::string_view text) {
+bool replaceFile(const fs::path& target, const struct stat* old, std::string_view text) {
+    if (old && ::access(target.c_str(), W_OK) != 0) return false;
+    NewFile file(target);
+    if (!file.open()) return false;
     // Another's file stays his where we may do that; where not, the new one is ours.
     if (old) (void)!::fchown(file.number(), old->st_uid, old->st_gid);
     const mode_t mode = old ? old->st_mode & 07777 : newFileMode();
-    return ::fchmod(file.number(), mode) == 0 && writeAll(file.number(), text) &&
-           ::fsync(file.number()) == 0 && file.close() &&
-           std::rename(temporary.c_str(), target.c_str()) == 0;
-}
-
-bool replaceFile(const fs::path& target, const struct stat* old, std::string_view text) {
-    if (old && ::access(target.c_str(), W_OK) != 0) return false;
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::string temporary = (folder / ".kelvo-XXXXXX").string();
-    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file.isOpen()) return false;
-    if (!fillAndRename(file, temporary, target, old, text)) {
-        const int reason = errno;
-        ::unlink(temporary.c_str());
-        errno = reason;
-        return false;
-    }
-    // The new name has to reach the disk too; not all file systems can be asked for that.
-    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.isOpen()) (void)!::fsync(opened.number());
-    return true;
+    return ::fchmod(file.number(), mode) == 0 && writeAll(file.number(), text) && file.takePlace();
 }
 
 bool writeInto(const fs::path& target, std::string_view text) {

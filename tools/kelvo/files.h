@@ -18,8 +18,9 @@ namespace qv::kelvo_tool {
 [[nodiscard]] bool readFile(const String& path, String& text, String& error);
 
 /// Replaces a file as a whole: whoever reads it meanwhile gets the old text or the new one, and on
-/// failure the old one stays. Permissions are kept, symbolic links followed; what is no plain file,
-/// such as a device, is written to. Not for "-". False with a sentence in `error`.
+/// failure, or when the command is killed, the old one stays. Permissions are kept, symbolic links
+/// followed; what is no plain file, such as a device, is written to. Not for "-". False with a
+/// sentence in `error`. Files that were read, to be edited, are written by `TextFile`.
 [[nodiscard]] bool writeFile(const String& path, std::string_view text, String& error);
 
 /// Writes all of a text to a descriptor; false with the reason in `errno`.

@@ -68,7 +68,8 @@ Status runMerge(const MergeArguments& arguments, Terminal& out) {
         complain("what both sides changed does not go together: " + error);
         return Status::Usage;
     }
-    if (!saveScene(merged, arguments.outFile, out)) return Status::Usage;
+    // git takes the result from MINE.
+    if (!scenes.document(1).save(merged, arguments.outFile, out)) return Status::Usage;
     if (arguments.format == "json")
         out.write(toJson(conflicts).view());
     else

@@ -49,15 +49,15 @@ Status runPatch(const PatchOptions& options, Terminal& out) {
     Scene scene = Scene::create();
     Document document;
     SceneDiff diff;
-    if (!document.open(options.file) || !document.read(scene)) return Status::Fault;
+    // The patch first: it may come from a command that still edits the scene.
     if (!loadPatch(options.patch, diff)) return Status::Fault;
+    if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     String error;
     if (!apply(diff, document, scene, error)) {
         complain(displayed(options.file) + ": " + error);
         return Status::Fault;
     }
-    const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
-    return saveScene(scene, target, out) ? Status::Ok : Status::Fault;
+    return document.save(scene, options.outFile, out) ? Status::Ok : Status::Fault;
 }
 
 } // namespace

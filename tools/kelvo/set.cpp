@@ -37,7 +37,8 @@ bool applyAssignment(const Scene& scene, const String& assignment, String& error
 
 Status runSet(const SetOptions& options, Terminal& out) {
     const Scene scene = Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+    Document document;
+    if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     bool allSet = true;
     for (const String& assignment : options.assignments) {
         String error;
@@ -46,8 +47,7 @@ Status runSet(const SetOptions& options, Terminal& out) {
         allSet = false;
     }
     if (!allSet) return Status::Usage;
-    const String& target = options.outFile.isEmpty() ? options.file : options.outFile;
-    return saveScene(scene, target, out) ? Status::Ok : Status::Fault;
+    return document.save(scene, options.outFile, out) ? Status::Ok : Status::Fault;
 }
 
 } // namespace

@@ -13,17 +13,16 @@ bool knowsTypes(const Scene& scene) {
 }
 
 bool Versions::load(std::initializer_list<String> files) {
-    std::vector<Document> documents;
     for (const String& file : files) {
         m_scenes.push_back(Scene::create());
-        if (!documents.emplace_back().open(file) || !documents.back().read(m_scenes.back()))
+        if (!m_documents.emplace_back().open(file) || !m_documents.back().read(m_scenes.back()))
             return false;
     }
     if (std::ranges::none_of(m_scenes, knowsTypes)) return true;
-    for (u64 i = 0; i < documents.size(); ++i) {
+    for (u64 i = 0; i < m_documents.size(); ++i) {
         if (knowsTypes(m_scenes[i])) continue;
         m_scenes[i] = Scene::create();
-        if (!documents[i].readWithTypes(m_scenes[i])) return false;
+        if (!m_documents[i].readWithTypes(m_scenes[i])) return false;
     }
     return true;
 }

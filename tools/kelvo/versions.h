@@ -15,8 +15,11 @@ public:
     [[nodiscard]] bool load(std::initializer_list<String> files);
 
     [[nodiscard]] const kelvo_sdk::Scene& operator[](u64 index) const { return m_scenes[index]; }
+    /// Returns the file that a scene was read from.
+    [[nodiscard]] Document& document(u64 index) { return m_documents[index]; }
 
 private:
+    std::vector<Document> m_documents;
     std::vector<kelvo_sdk::Scene> m_scenes;
 };
 

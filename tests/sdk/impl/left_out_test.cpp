@@ -9,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -114,6 +116,12 @@ const SameCase kSame[] = {
     {"outside of the bounds", "lamp \"n\"", "Real power = 70 @unchecked"},
     {"kept aside", "lamp \"n\"", "Real power = 5 @stashed 6"},
     {"another order", "lamp \"n\"", "String mode = \"a\"\nReal power = 5\nBool visible = true"},
+    {"the last before the first", "lamp \"n\"", "Real locked = 1\nBool visible = true"},
+    {"another order with some left out", "lamp \"n\"", "Object shadow {\n}\nReal power = 6"},
+    {"another order around an added input", "lamp \"n\"",
+     "Node target = n\nInt extra = 1\nReal power = 6"},
+    {"members in another order", "lamp \"n\"",
+     "Object shadow {\n    Object fine {\n        Int seed = 5\n    }\n    Bool cast = true\n}"},
     {"an added input", "lamp \"n\"", "Int extra = 1"},
     {"an added input between", "lamp \"n\"",
      "Bool visible = true\nInt extra = 1\nString mode = \"b\""},
@@ -143,6 +151,22 @@ const SameCase kSame[] = {
     {"comments", "lamp \"n\"", "# strong\nReal power = 9 # W\n# end"},
 };
 INSTANTIATE_TEST_SUITE_P(Table, LeftOutSame, testing::ValuesIn(kSame));
+
+TEST(LeftOut, TextOfSomeInputsInAnyOrder_IsTheSame) {
+    const std::vector<std::string> lines{"Bool visible = false", "Real power = 5",
+                                         "String mode = \"b\"",  "Node target = null",
+                                         "Real locked = 1",      "Int extra = 1"};
+    std::vector<u64> order{0, 1, 2, 3, 4, 5};
+    do {
+        for (u64 count = 1; count < order.size(); ++count) {
+            std::string some;
+            for (u64 i = 0; i < count; ++i)
+                some += lines[order[i]] + "\n";
+            const std::string text = lampText(some);
+            ASSERT_EQ(textOf(sceneOf(text)), text);
+        }
+    } while (std::ranges::next_permutation(order).found);
+}
 
 TEST(LeftOut, WhatTextLeavesOut_IsAsDefinedAndAtItsPlace) {
     EXPECT_EQ(NodeDump::of(sceneOf(lampText(""))), kWhole);
@@ -203,9 +227,8 @@ const EditCase kEdits[] = {
      "kelvo scene 1\n\nnode lamp \"n\" {\n    output Rgba color\n    output Int more\n}\n"},
     {"a second of the name",
      [](const kelvo_sdk::Node& node) { node.createInput("power", AttrType::Int); },
-     "kelvo scene 1\n\nnode lamp \"n\" {\n    Real power = 5\n    String mode = \"a\"\n"
-     "    Buffer<Pos3f> points = []\n    Node target = null\n    Object shadow {\n    }\n"
-     "    Real locked = 1\n    Int power = 0\n}\n"},
+     "kelvo scene 1\n\nnode lamp \"n\" {\n    Real power = 5\n    Real locked = 1\n"
+     "    Int power = 0\n}\n"},
     {"a removed output",
      [](const kelvo_sdk::Node& node) { node.get()->removeOutput(String("watts")); },
      "kelvo scene 1\n\nnode lamp : object \"n\" @own {\n    Bool visible = true\n"

@@ -1,5 +1,6 @@
 #include "sdk/scene_diff.h"
 
+#include "tests/support/merged_texts.h"
 #include "tests/support/random_scene.h"
 #include "tests/support/scene_text.h"
 
@@ -8,38 +9,13 @@
 namespace qv::kelvo_sdk {
 namespace {
 
+using tests::merge;
+using tests::Merged;
 using tests::sceneOf;
 using tests::textOf;
 
 std::string node(const std::string& name, const std::string& body = "") {
     return "node light \"" + name + "\" {\n" + body + "}\n";
-}
-
-struct Merged {
-    bool isMade = false;
-    std::string text;
-    std::string conflicts;
-    String error;
-};
-
-Merged merge(const std::string& base, const std::string& mine, const std::string& theirs,
-             const MergeOptions& options = {}) {
-    Merged made;
-    std::vector<MergeConflict> conflicts;
-    const Scene scene = Scene::create();
-    made.isMade = mergeScenes(sceneOf(base), sceneOf(mine), sceneOf(theirs), options, scene,
-                              conflicts, made.error);
-    made.text = textOf(scene);
-    for (const MergeConflict& conflict : conflicts) {
-        const auto shown = [](const std::optional<String>& text) {
-            return std::string(text ? text->buf() : "-");
-        };
-        made.conflicts += std::string(made.conflicts.empty() ? "" : "\n") + conflict.path.buf() +
-                          " " + conflict.field.buf() + ": " + shown(conflict.base) + ", " +
-                          shown(conflict.mine) + ", " + shown(conflict.theirs);
-        if (!conflict.reason.isEmpty()) made.conflicts += std::string("; ") + conflict.reason.buf();
-    }
-    return made;
 }
 
 std::string textFrom(const std::string& text) {

@@ -1,0 +1,91 @@
+#include "tools/kelvo/text_file.h"
+
+#include "tools/kelvo/files.h"
+
+#include <filesystem>
+#include <string>
+
+namespace qv::kelvo_tool {
+
+namespace {
+
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+
+std::string withoutReturns(std::string_view text) {
+    std::string lines;
+    lines.reserve(text.size());
+    for (u64 i = 0; i < text.size(); ++i)
+        if (text[i] != '\r' || text.substr(i + 1, 1) != "\n") lines += text[i];
+    return lines;
+}
+
+u64 countOf(std::string_view text, std::string_view what) noexcept {
+    u64 count = 0;
+    for (u64 at = text.find(what); at != text.npos; at = text.find(what, at + what.size()))
+        ++count;
+    return count;
+}
+
+} // namespace
+
+bool TextFile::read(const String& path, String& error) {
+    m_path = path;
+    if (!readFile(path, m_bytes, error)) return false;
+    std::string_view text = m_bytes.view();
+    m_hasMark = text.starts_with(kMark);
+    if (m_hasMark) text.remove_prefix(kMark.size());
+    const u64 returns = countOf(text, "\r\n");
+    m_hasReturns = returns * 2 > countOf(text, "\n");
+    m_text = m_bytes;
+    if (returns != 0)
+        m_text = String(std::string_view(withoutReturns(text)));
+    else if (m_hasMark)
+        m_text = String(text);
+    return true;
+}
+
+bool TextFile::readToEdit(const String& path, String& error) {
+    if (!isStream(path) && !m_lock.take(path, error)) return false;
+    return read(path, error);
+}
+
+String TextFile::laidOut(std::string_view text) const {
+    if (!m_hasMark && !m_hasReturns) return String(text);
+    std::string made(m_hasMark ? kMark : std::string_view());
+    for (const char c : text) {
+        if (c == '\n' && m_hasReturns) made += '\r';
+        made += c;
+    }
+    return String(std::string_view(made));
+}
+
+bool TextFile::write(const String& path, std::string_view text, String& error) {
+    const String bytes = laidOut(text);
+    if (!isOwn(path)) return writeFile(path, bytes.view(), error);
+    if (!m_lock.isHeld() && !m_lock.take(m_path, error)) return false;
+    const bool isWritten = isAsRead(error) && writeFile(path, bytes.view(), error);
+    // The lock is that of the file that was replaced.
+    m_lock.release();
+    if (isWritten) m_bytes = bytes;
+    return isWritten;
+}
+
+// Tells whether a path leads to the file that was read.
+bool TextFile::isOwn(const String& path) const {
+    if (isStream(m_path) || isStream(path)) return false;
+    std::error_code ignored;
+    return path.equals(m_path) || std::filesystem::equivalent(path.view(), m_path.view(), ignored);
+}
+
+bool TextFile::isAsRead(String& error) const {
+    // Nothing is lost where nothing is; devices tell something else each time.
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(m_path.view(), ignored)) return true;
+    String bytes;
+    if (!readFile(m_path, bytes, error)) return false;
+    if (bytes.equals(m_bytes)) return true;
+    error = "cannot write '" + m_path + "': it was changed by someone else since it was read";
+    return false;
+}
+
+} // namespace qv::kelvo_tool
