@@ -20,14 +20,23 @@ struct FormatSpace {
     double metersPerUnit;
 };
 
-// The first lines are what formats lay down. From Collada on, readers turn each model by the matrix
-// of its first node; those of Collada and IFC scale it too. Other formats leave it to their users.
+// Formats that are not here leave it to their users. Readers that turn a model, or scale it, do so
+// by the matrix of its first node.
 constexpr FormatSpace kFormats[] = {
-    {"glTF", "y", 1.0},         {"Extensible 3D", "y", 1.0}, {"3mf", "z", 0.0},
-    {"LightWave", "y", 0.0},    {"Collada", "y", 1.0},       {"Industry Foundation", "y", 1.0},
-    {"Discreet 3DS", "y", 0.0}, {"ASE", "y", 0.0},           {"Drawing Interchange", "y", 0.0},
-    {"Inter-Quake", "y", 0.0},  {"Quake II Mesh", "y", 0.0}, {"Return To Castle", "y", 0.0},
-    {"Doom 3", "y", 0.0},
+    {"glTF", "y", 1.0},                // laid down
+    {"Extensible 3D", "y", 1.0},       // laid down
+    {"3mf", "z", 0.0},                 // laid down; its unit is not handed on
+    {"Blender", "z", 0.0},             // laid down
+    {"LightWave", "y", 0.0},           // laid down
+    {"Collada", "y", 1.0},             // stated; turned and scaled by the reader
+    {"Industry Foundation", "y", 1.0}, // stated; turned and scaled by the reader
+    {"Discreet 3DS", "y", 0.0},        // turned by the reader
+    {"ASE", "y", 0.0},                 // turned by the reader
+    {"Drawing Interchange", "y", 0.0}, // turned by the reader
+    {"Inter-Quake", "y", 0.0},         // turned by the reader
+    {"Quake II Mesh", "y", 0.0},       // turned by the reader
+    {"Return To Castle", "y", 0.0},    // turned by the reader
+    {"Doom 3", "y", 0.0},              // turned by the reader
 };
 
 std::string_view readerOf(const Assimp::Importer& importer) {
