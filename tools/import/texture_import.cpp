@@ -76,7 +76,7 @@ String keyOf(const aiScene& model, const aiTexture& texture) {
 
 Node textureAt(ImportContext& context, std::string_view path) {
     const aiTexture* embedded = embeddedAt(context.model, path);
-    const TextureFile file = embedded ? TextureFile() : context.textureFiles.find(path);
+    const TextureFile file = embedded ? TextureFile() : context.textureFiles.find(String(path));
     const String key = embedded ? keyOf(context.model, *embedded) : file.path;
     auto [entry, isNew] = context.textures.try_emplace(key);
     if (isNew)

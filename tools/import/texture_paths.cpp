@@ -1,10 +1,10 @@
 #include "tools/import/texture_paths.h"
 
 #include "base/path.h"
+#include "tools/import/any_case_file.h"
 
 #include <filesystem>
 #include <utility>
-#include <vector>
 
 namespace qv::model_import {
 
@@ -84,24 +84,34 @@ String TextureFiles::inScene(const String& file, bool isRelative) const {
     return m_kind == TexturePaths::Absolute ? absolutePath(file) : pathFrom(m_sceneFolder, file);
 }
 
-TextureFile TextureFiles::find(std::string_view inModel) const {
-    const String path = cleaned(inModel);
+TextureFile TextureFiles::look(const String& path) const {
     const auto besideModel = [this](const String& name) { return Path::join(m_modelFolder, name); };
     const String code = decoded(path.view());
-    const String name = besideModel(Path(path).file(true));
     const bool isRelative = !Path(path).isAbsolute();
-    const std::vector<std::pair<String, bool>> places = {
+    const std::pair<String, bool> places[] = {
         {isRelative ? besideModel(path) : path, isRelative},
         {isRelative ? besideModel(code) : code, isRelative},
-        {name, true},
+        {besideModel(Path(path).file(true)), true},
         {besideModel(Path(code).file(true)), true},
     };
     for (const auto& [file, isBeside] : places) {
-        if (!isFile(file)) continue;
-        return {m_kind == TexturePaths::AsInModel ? path : inScene(file, isBeside), true};
+        if (isFile(file)) return {inScene(file, isBeside), true};
     }
-    const auto& [file, isBeside] = places.front();
-    return {m_kind == TexturePaths::AsInModel ? path : inScene(file, isBeside), false};
+    for (const auto& [file, isBeside] : places) {
+        const String found = anyCaseFile(file);
+        if (!found.isEmpty()) return {inScene(found, isBeside), true};
+    }
+    return {inScene(places[0].first, isRelative), false};
+}
+
+TextureFile TextureFiles::find(const String& inModel) {
+    auto [entry, isNew] = m_found.try_emplace(inModel);
+    if (isNew) {
+        const String path = cleaned(inModel.view());
+        entry->second = look(path);
+        if (m_kind == TexturePaths::AsInModel) entry->second.path = path;
+    }
+    return entry->second;
 }
 
 } // namespace qv::model_import

@@ -2,7 +2,7 @@
 
 #include "tools/import/import_options.h"
 
-#include <string_view>
+#include <unordered_map>
 
 namespace qv::model_import {
 
@@ -19,15 +19,19 @@ public:
     TextureFiles(String modelFolder, const ImportOptions& options);
 
     /// Looks where the model says, then beside the model: paths often come from other machines.
-    /// What is nowhere keeps the path that it should have.
-    [[nodiscard]] TextureFile find(std::string_view inModel) const;
+    /// Then both again without regard to case. A file that is nowhere keeps the path it should
+    /// have.
+    [[nodiscard]] TextureFile find(const String& inModel);
 
 private:
+    [[nodiscard]] TextureFile look(const String& path) const;
     [[nodiscard]] String inScene(const String& file, bool isRelative) const;
 
     String m_modelFolder;
     String m_sceneFolder;
     TexturePaths m_kind;
+    // By path in the model: many materials may name one file.
+    std::unordered_map<String, TextureFile> m_found;
 };
 
 /// Returns the path of a file from the root, without ".." on the way.

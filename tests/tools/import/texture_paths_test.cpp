@@ -27,7 +27,7 @@ protected:
     void TearDown() override { fs::remove_all(m_root); }
 
     String at(const std::string& path) const { return (m_root / path).c_str(); }
-    TextureFile find(std::string_view inModel) const {
+    TextureFile find(const String& inModel) const {
         return TextureFiles(at("models"), m_options).find(inModel);
     }
 
@@ -52,6 +52,8 @@ TEST_F(TexturePath, OfAFileOfTheModel_StartsAtTheFolderOfTheScene) {
         {"C:\\projects\\b b.png", "../models/b b.png"},
         {"/no/such/folder/b b.png", "../models/b b.png"},
         {"lost/b b.png", "../models/b b.png"},
+        {"TEX\\A.PNG", "../models/tex/a.png"},
+        {"C:\\Art\\B B.PNG", "../models/b b.png"},
     };
     for (const auto& row : rows) {
         const TextureFile file = find(row.inModel);
@@ -78,8 +80,8 @@ TEST_F(TexturePath, OfAFileThatIsNowhere_IsWhereItShouldBe) {
 }
 
 TEST_F(TexturePath, ThatIsAbsoluteInTheModel_StaysSo) {
-    EXPECT_EQ(find(at("other/c.png").view()).path, at("other/c.png"));
-    EXPECT_EQ(find(("file://" + at("other/c.png")).view()).path, at("other/c.png"));
+    EXPECT_EQ(find(at("other/c.png")).path, at("other/c.png"));
+    EXPECT_EQ(find("file://" + at("other/c.png")).path, at("other/c.png"));
 }
 
 TEST_F(TexturePath, BesideTheScene_HasNoFolder) {
