@@ -195,7 +195,7 @@ class ImportedSpace(ToolTest):
     def test_wrong_axes_and_units_are_told(self):
         self.expect(2, "import", "t.obj", "--up", "w",
                     error="kelvo: 'w' is no axis: expected x, y or z.\n")
-        for unit in ("parsec", "0", "-1", "inf", "nan", "1m"):
+        for unit in ("parsec", "0", "-1", "inf", "nan", "1m", "1e300", "1e-300"):
             self.expect(2, "import", "t.obj", f"--unit={unit}",
                         error=f"kelvo: '{unit}' is no unit: expected mm, cm, dm, m, km, in, ft, yd "
                               "or a number of metres.\n")

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <iterator>
 
 namespace qv::model_import {
@@ -63,7 +64,8 @@ Space statedBy(const aiMetadata& metadata) {
     if (metadata.Get("UpAxis", axis) && axis >= 0 && axis < 3 && sign > 0)
         space.upAxis = String("xyz"[axis]);
     float centimeters = 0.0f;
-    if (metadata.Get("UnitScaleFactor", centimeters) && centimeters > 0.0f)
+    if (metadata.Get("UnitScaleFactor", centimeters) && centimeters > 0.0f &&
+        std::isfinite(centimeters))
         space.metersPerUnit = shortest(centimeters) / 100.0;
     return space;
 }

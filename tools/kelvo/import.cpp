@@ -11,7 +11,6 @@
 #include "base/path.h"
 
 #include <charconv>
-#include <cmath>
 #include <utility>
 #endif
 
@@ -69,7 +68,9 @@ double metersOf(const String& unit) {
     double meters = 0.0;
     const char* end = unit.buf() + unit.size();
     const auto [rest, error] = std::from_chars(unit.buf(), end, meters);
-    return error == std::errc() && rest == end && std::isfinite(meters) ? meters : 0.0;
+    // Beyond that, products overflow.
+    const bool isSensible = meters > 1e-15 && meters < 1e15;
+    return error == std::errc() && rest == end && isSensible ? meters : 0.0;
 }
 
 bool readUnit(const String& text, double& meters) {
