@@ -149,6 +149,18 @@ class ImportedTextures(ToolTest):
         self.assertEqual(written.read_bytes()[:4], b"\x89PNG")
         self.assertIn(" 0 errors", self.expect(0, "check", "scenes/a.kns"))
 
+    def test_textures_are_written_nowhere_but_in_their_folder(self):
+        model = (MODELS / "glTF2/BoxTextured-glTF-Embedded/BoxTextured.gltf").read_text()
+        for kind in ("../../a", "x/y", "p\u00e4"):
+            with self.subTest(kind):
+                (self.folder / "box.gltf").write_text(model.replace("image/png", "image/" + kind))
+                ran = self.run_tool("import", "box.gltf", "--textures-to", "tex")
+                self.assertEqual(ran.returncode, 0, ran.stderr)
+                self.assertIn('String ext = ".bin"', ran.stdout)
+                self.assertEqual(self.names(), ["a.kns", "box.gltf", "models", "scenes", "tex"])
+                self.assertEqual([file.suffix for file in (self.folder / "tex").iterdir()],
+                                 [".bin"])
+
     def test_textures_that_cannot_be_written_keep_the_scene_from_being_written(self):
         model = MODELS / "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb"
         ran = self.run_tool("import", model, "-o", "b.kns", "--textures-to", "a.kns/tex")
