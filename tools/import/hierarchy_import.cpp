@@ -58,7 +58,10 @@ void importHierarchy(ImportContext& context) {
         const Pending next = std::move(pending.back());
         pending.pop_back();
         const Node xform = createXform(context, *next.source);
-        addChild(next.parent, xform);
+        if (next.parent)
+            addChild(next.parent, xform);
+        else
+            context.tops.push_back(xform);
         pushChildren(*next.source, xform, pending);
     }
     if (!context.placed.empty())

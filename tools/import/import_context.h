@@ -1,7 +1,9 @@
 #pragma once
 
+#include "tools/import/import_options.h"
 #include "tools/import/import_report.h"
 #include "tools/import/names.h"
+#include "tools/import/texture_paths.h"
 
 #include "base/string_io.h"
 
@@ -23,13 +25,15 @@ struct ImportContext {
     const aiScene& model;
     Scene scene;
     Report& report;
+    const ImportOptions& options;
+    /// What the model has.
+    Space space;
     Names names;
-    /// Directory of the model file, empty for the current one.
-    String directory;
+    TextureFiles textureFiles;
     /// By number in the model; empty handles stand for what is left out.
     std::vector<Node> meshes;
     std::vector<Node> materials;
-    /// By path as it stands in the model.
+    /// By path in the scene, or by number where they are inside the model.
     std::unordered_map<String, Node> textures;
     /// The nodes of the hierarchy, parents first, and what each was made from.
     struct Placed {
@@ -37,6 +41,8 @@ struct ImportContext {
         Node xform;
     };
     std::vector<Placed> placed;
+    /// Of these, the ones at the top.
+    std::vector<Node> tops;
     /// By name in the model: the first node of the hierarchy of that name.
     std::unordered_map<String, Node> xforms;
 };
@@ -71,6 +77,7 @@ void importUnusedTextures(ImportContext& context);
 void importCameras(ImportContext& context);
 void importLights(ImportContext& context);
 void listLeftOut(ImportContext& context);
+void importSpace(ImportContext& context);
 
 /// Adds what a model says about a node, or about itself, as members of an object input.
 void importMetadata(ImportContext& context, const Node& node, const char* input,

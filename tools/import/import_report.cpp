@@ -7,6 +7,12 @@
 
 namespace qv::model_import {
 
+void LeftOut::add(String name, u64 more) {
+    count += more;
+    if (names.size() == Report::maxKeptNames || name.isEmpty()) return;
+    if (!names.contains(name, false)) names.push_back(std::move(name));
+}
+
 void Report::leaveOut(const char* what, String name, u64 count) {
     LeftOut* item = std::find_if(leftOut.begin(), leftOut.end(),
                                  [&](const LeftOut& i) { return i.what == what; });
@@ -14,9 +20,7 @@ void Report::leaveOut(const char* what, String name, u64 count) {
         leftOut.push_back({String(what), 0, {}});
         item = &leftOut.back();
     }
-    item->count += count;
-    if (item->names.size() == maxKeptNames || name.isEmpty()) return;
-    if (!item->names.contains(name, false)) item->names.push_back(std::move(name));
+    item->add(std::move(name), count);
 }
 
 String Report::text(const LeftOut& item, u64 maxNames) {

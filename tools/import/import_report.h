@@ -6,7 +6,7 @@
 
 namespace qv::model_import {
 
-/// One kind of thing that a model has and its scene does not.
+/// One kind of thing that a model has and its scene does not, or not as it should.
 struct LeftOut {
     /// In the plural: "bones".
     String what;
@@ -14,6 +14,8 @@ struct LeftOut {
     /// Names of those that have one, in order, without repetition, the first
     /// `Report::maxKeptNames`.
     StringVector names;
+
+    void add(String name, u64 more);
 };
 
 /// What an import found.
@@ -23,6 +25,8 @@ struct Report {
     /// Why it failed, one line; empty after success.
     String error;
     ds::Vector<LeftOut> leftOut;
+    /// Texture files that are nowhere, by the path that the scene gives them.
+    LeftOut missingTextures{"texture files not found", 0, {}};
     u64 nodes = 0;
     u64 vertices = 0;
     u64 faces = 0;

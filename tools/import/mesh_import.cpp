@@ -1,6 +1,8 @@
 #include "tools/import/import_context.h"
+#include "tools/import/vertex_joining.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qv::model_import {
 
@@ -14,31 +16,50 @@ String channelName(const char* name, u32 channel) {
     return channel == 0 ? String(name) : String::format("%s%u", name, channel);
 }
 
-void addUvs(const Node& node, const aiMesh& mesh, u32 channel) {
-    const aiVector3D* from = mesh.mTextureCoords[channel];
-    const String name = channelName("uvs", channel);
-    if (mesh.mNumUVComponents[channel] == 3)
-        return addBuffer(node, name, DataType::Vec3f, from, mesh.mNumVertices);
-    std::vector<math::Vec2f> uvs(mesh.mNumVertices);
-    for (u32 i = 0; i < mesh.mNumVertices; ++i)
-        uvs[i] = {{from[i].x, from[i].y}};
-    addBuffer(node, name, DataType::Vec2f, uvs.data(), uvs.size());
-}
+/// Adds what the vertices of a mesh have.
+class VertexImport {
+public:
+    VertexImport(const Node& node, const aiMesh& mesh, const VertexChoice& choice)
+        : m_node(node), m_mesh(mesh), m_choice(choice) {}
 
-void addVertices(const Node& node, const aiMesh& mesh) {
-    const u64 count = mesh.mVertices ? mesh.mNumVertices : 0;
-    addBuffer(node, "positions", DataType::Pos3f, mesh.mVertices, count);
-    addBuffer(node, "normals", DataType::Vec3f, mesh.mNormals, mesh.mNormals ? count : 0);
-    addBuffer(node, "tangents", DataType::Vec3f, mesh.mTangents, mesh.mTangents ? count : 0);
-    addBuffer(node, "bitangents", DataType::Vec3f, mesh.mBitangents, mesh.mBitangents ? count : 0);
-    for (u32 i = 0; i < AI_MAX_NUMBER_OF_TEXTURECOORDS; ++i) {
-        if (mesh.mTextureCoords[i] && count != 0) addUvs(node, mesh, i);
+    void add() const {
+        add("positions", DataType::Pos3f, m_mesh.mVertices);
+        add("normals", DataType::Vec3f, m_mesh.mNormals);
+        add("tangents", DataType::Vec3f, m_mesh.mTangents);
+        add("bitangents", DataType::Vec3f, m_mesh.mBitangents);
+        for (u32 i = 0; i < AI_MAX_NUMBER_OF_TEXTURECOORDS; ++i)
+            addUvs(i);
+        for (u32 i = 0; i < AI_MAX_NUMBER_OF_COLOR_SETS; ++i)
+            add(channelName("colors", i), DataType::Rgbaf, m_mesh.mColors[i]);
     }
-    for (u32 i = 0; i < AI_MAX_NUMBER_OF_COLOR_SETS; ++i) {
-        if (mesh.mColors[i])
-            addBuffer(node, channelName("colors", i), DataType::Rgbaf, mesh.mColors[i], count);
+
+private:
+    template<typename T>
+    void add(const String& name, DataType type, const T* from) const {
+        if (!from) return;
+        if (m_choice.kept.empty()) return addBuffer(m_node, name, type, from, m_mesh.mNumVertices);
+        std::vector<T> values(m_choice.kept.size());
+        std::transform(m_choice.kept.begin(), m_choice.kept.end(), values.begin(),
+                       [from](u32 vertex) { return from[vertex]; });
+        addBuffer(m_node, name, type, values.data(), values.size());
     }
-}
+
+    void addUvs(u32 channel) const {
+        const aiVector3D* from = m_mesh.mTextureCoords[channel];
+        if (!from) return;
+        const String name = channelName("uvs", channel);
+        if (m_mesh.mNumUVComponents[channel] == 3) return add(name, DataType::Vec3f, from);
+        std::vector<math::Vec2f> uvs(m_mesh.mNumVertices);
+        std::transform(from, from + uvs.size(), uvs.begin(), [](const aiVector3D& uv) {
+            return math::Vec2f{{uv.x, uv.y}};
+        });
+        add(name, DataType::Vec2f, uvs.data());
+    }
+
+    const Node& m_node;
+    const aiMesh& m_mesh;
+    const VertexChoice& m_choice;
+};
 
 bool isUsable(const aiFace& face, u32 vertices) {
     if (face.mNumIndices == 0 || !face.mIndices) return false;
@@ -46,7 +67,8 @@ bool isUsable(const aiFace& face, u32 vertices) {
                        [vertices](u32 index) { return index < vertices; });
 }
 
-u64 addFaces(ImportContext& context, const Node& node, const aiMesh& mesh) {
+u64 addFaces(ImportContext& context, const Node& node, const aiMesh& mesh,
+             const VertexChoice& choice) {
     std::vector<u32> indices, counts;
     bool allTriangles = true;
     indices.reserve(u64{mesh.mNumFaces} * 3);
@@ -57,7 +79,8 @@ u64 addFaces(ImportContext& context, const Node& node, const aiMesh& mesh) {
             context.report.leaveOut("faces without vertices", node.name());
             continue;
         }
-        indices.insert(indices.end(), face.mIndices, face.mIndices + face.mNumIndices);
+        std::transform(face.mIndices, face.mIndices + face.mNumIndices, std::back_inserter(indices),
+                       [&choice](u32 vertex) { return choice.numberOf(vertex); });
         counts.push_back(face.mNumIndices);
         allTriangles = allTriangles && face.mNumIndices == 3;
     }
@@ -69,9 +92,11 @@ u64 addFaces(ImportContext& context, const Node& node, const aiMesh& mesh) {
 
 Node importMesh(ImportContext& context, const aiMesh& mesh) {
     Node node = createNamed(context, "mesh", viewOf(mesh.mName));
-    addVertices(node, mesh);
-    context.report.faces += addFaces(context, node, mesh);
-    context.report.vertices += mesh.mVertices ? mesh.mNumVertices : 0;
+    const VertexChoice choice = context.options.joinVertices ? joinVertices(mesh) : VertexChoice();
+    if (mesh.mVertices) VertexImport(node, mesh, choice).add();
+    context.report.faces += addFaces(context, node, mesh, choice);
+    const u64 count = choice.kept.empty() ? mesh.mNumVertices : choice.kept.size();
+    context.report.vertices += mesh.mVertices ? count : 0;
     return node;
 }
 

@@ -2,6 +2,7 @@
 
 #include "tools/import/import_context.h"
 #include "tools/import/memory_limit.h"
+#include "tools/import/model_space.h"
 
 #include "base/path.h"
 
@@ -69,6 +70,7 @@ void importParts(ImportContext& context) {
     importUnusedTextures(context);
     importCameras(context);
     importLights(context);
+    importSpace(context);
     listLeftOut(context);
 }
 
@@ -82,16 +84,31 @@ const aiScene* readFile(Assimp::Importer& importer, const String& file, const Pr
     return importer.ReadFile(file.buf(), 0);
 }
 
-bool readModel(const Scene& scene, const String& file, Report& report, const Progress& progress) {
+bool readModel(const Scene& scene, const String& file, Report& report, const ImportOptions& options,
+               const Progress& progress) {
     Assimp::Importer importer;
     const aiScene* model = readFile(importer, file, progress);
     if (!model) {
         report.error = reasonOf(importer.GetErrorString(), file);
         return false;
     }
+    const Space space = spaceOf(importer, *model, options.model);
+    report.error = whyNotInto(space, options.scene);
+    if (!report.error.isEmpty()) return false;
     const u64 before = scene.nodeCount();
-    ImportContext context{*model, scene, report, Names(scene), Path(file).dir(),
-                          {},     {},    {},     {},           {}};
+    ImportContext context{*model,
+                          scene,
+                          report,
+                          options,
+                          space,
+                          Names(scene),
+                          TextureFiles(Path(file).dir(), options),
+                          {},
+                          {},
+                          {},
+                          {},
+                          {},
+                          {}};
     importParts(context);
     report.nodes = scene.nodeCount() - before;
     return true;
@@ -99,10 +116,11 @@ bool readModel(const Scene& scene, const String& file, Report& report, const Pro
 
 } // namespace
 
-bool importModel(const Scene& scene, const String& file, Report& report, const Progress& progress) {
+bool importModel(const Scene& scene, const String& file, Report& report,
+                 const ImportOptions& options, const Progress& progress) {
     const u64 before = scene.nodeCount();
     try {
-        return readModel(scene, file, report, progress);
+        return readModel(scene, file, report, options, progress);
     } catch (const std::exception& error) {
         report.error = reasonOf(error.what(), file);
     } catch (...) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/import/import_options.h"
 #include "tools/import/import_report.h"
 
 #include "sdk/scene.h"
@@ -19,15 +20,16 @@ using Progress = std::function<void(double)>;
 ///     material  every property that the model gives; Node "...Texture" for each texture
 ///     texture   a file, as "dir", "file" and "ext"; one inside the model keeps its bytes
 ///     camera, light
+///     sceneSettings  which way is up and how long a unit is, where that is known
 ///
 /// Points are rows, as everywhere in the library. What several nodes share in the model is one node
 /// that all of them link to. Names become simple identifiers; the name in the model, where it
-/// differs, is the String input "name". Relative texture paths get the model's directory in front.
+/// differs, is the String input "name". Relative texture paths start at the folder of the scene.
 ///
 /// Readers take at most memory in proportion to the model's files. They may crash on files that are
 /// made to: `runIsolated` keeps that from a program.
 [[nodiscard]] bool importModel(const kelvo_sdk::Scene& scene, const String& file, Report& report,
-                               const Progress& progress = {});
+                               const ImportOptions& options = {}, const Progress& progress = {});
 
 /// Returns the name and version of the library that reads models, "assimp 5.2.5".
 [[nodiscard]] String readerVersion();

@@ -11,12 +11,6 @@ namespace qv::model_import {
 
 namespace {
 
-void addFile(const Node& node, const Path& path, const String& dir) {
-    addInput(node, "dir", AttrType::String, dir);
-    addInput(node, "file", AttrType::String, path.file(false));
-    addInput(node, "ext", AttrType::String, path.ext(true));
-}
-
 // Readers give pixels as blue, green, red, opacity.
 void addPixels(const Node& node, const aiTexture& texture) {
     std::vector<math::Rgba8> pixels(u64{texture.mWidth} * texture.mHeight);
@@ -49,11 +43,13 @@ Node createEmbedded(ImportContext& context, const aiTexture& texture) {
     return node;
 }
 
-Node createFile(ImportContext& context, std::string_view text) {
-    const Path path(String(text), true);
+Node createFile(ImportContext& context, const TextureFile& file) {
+    const Path path(file.path);
     const Node node = createNamed(context, "texture", path.file(false).view());
-    const bool isRelative = !path.isAbsolute();
-    addFile(node, path, isRelative ? Path::join(context.directory, path.dir()) : path.dir());
+    addInput(node, "dir", AttrType::String, path.dir());
+    addInput(node, "file", AttrType::String, path.file(false));
+    addInput(node, "ext", AttrType::String, path.ext(true));
+    if (!file.isThere) context.report.missingTextures.add(file.path, 1);
     return node;
 }
 
@@ -80,10 +76,11 @@ String keyOf(const aiScene& model, const aiTexture& texture) {
 
 Node textureAt(ImportContext& context, std::string_view path) {
     const aiTexture* embedded = embeddedAt(context.model, path);
-    const String key = embedded ? keyOf(context.model, *embedded) : String(path);
+    const TextureFile file = embedded ? TextureFile() : context.textureFiles.find(String(path));
+    const String key = embedded ? keyOf(context.model, *embedded) : file.path;
     auto [entry, isNew] = context.textures.try_emplace(key);
     if (isNew)
-        entry->second = embedded ? createEmbedded(context, *embedded) : createFile(context, path);
+        entry->second = embedded ? createEmbedded(context, *embedded) : createFile(context, file);
     return entry->second;
 }
 

@@ -9,6 +9,17 @@
 namespace qv::model_import::testing {
 namespace {
 
+// What each corner of each face has, whether corners share it or not.
+template<typename T>
+std::vector<T> cornersOf(const Node& mesh, const char* input) {
+    std::vector<T> corners;
+    if (!mesh->hasInput(input, AttrType::Buffer)) return corners;
+    const auto values = mesh[input].buffer<T>();
+    for (const u32 vertex : mesh["indices"].buffer<u32>())
+        corners.push_back(values[vertex]);
+    return corners;
+}
+
 TEST(ModelImport, OfATexture_SplitsItsPath) {
     const Imported model(kModels / "glTF2/BoxTextured-glTF/BoxTextured.gltf");
     ASSERT_TRUE(model.isDone) << model.report.error;
@@ -34,6 +45,16 @@ TEST(ModelImport, OfATextureInsideTheModel_KeepsItsBytes) {
     ASSERT_EQ(data.size(), 439176u);
     const u8 png[] = {0x89, 'P', 'N', 'G'};
     EXPECT_TRUE(std::equal(std::begin(png), std::end(png), data.begin()));
+}
+
+TEST(ModelImport, OfATextureThatIsNowhere_TellsItsPath) {
+    ImportOptions options;
+    options.sceneFolder = (kModels / "3D").c_str();
+    const Imported model(kModels / "3D/box.uc", options);
+    ASSERT_TRUE(model.isDone) << model.report.error;
+    EXPECT_EQ(model.report.missingTextures.count, 1u);
+    EXPECT_EQ(Report::text(model.report.missingTextures),
+              "texture files not found: 1 (texture1.pcx)");
 }
 
 TEST(ModelImport, OfACameraAndLights_PlacesThemByName) {
@@ -64,6 +85,34 @@ TEST(ModelImport, OfPolygons_SaysHowLongEachIs) {
     EXPECT_EQ(counts.size(), 8832u);
     EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), u64{0}),
               mesh["indices"].buffer<u32>().size());
+}
+
+TEST(ModelImport, OfEqualCorners_MakesOneVertex) {
+    const Imported model(kModels / "OBJ/box.obj");
+    ASSERT_TRUE(model.isDone) << model.report.error;
+    const Node mesh = model.ofType("mesh")[0];
+    EXPECT_EQ(mesh["positions"].buffer<math::Pos3f>().size(), 8u);
+    EXPECT_EQ(mesh["indices"].buffer<u32>().size(), 24u);
+    EXPECT_EQ(model.report.vertices, 8u);
+}
+
+TEST(ModelImport, WithJoinedVertices_HasTheSameCorners) {
+    ImportOptions separate;
+    separate.joinVertices = false;
+    for (const char* file : {"OBJ/spider.obj", "FBX/spider.fbx", "Collada/duck.dae"}) {
+        const Imported joined(kModels / file), corners(kModels / file, separate);
+        ASSERT_TRUE(joined.isDone && corners.isDone) << file;
+        EXPECT_LT(joined.report.vertices, corners.report.vertices) << file;
+        EXPECT_EQ(joined.report.faces, corners.report.faces) << file;
+        const std::vector<Node> a = joined.ofType("mesh"), b = corners.ofType("mesh");
+        for (u64 i = 0; i < a.size(); ++i) {
+            EXPECT_EQ(cornersOf<math::Pos3f>(a[i], "positions"),
+                      cornersOf<math::Pos3f>(b[i], "positions"));
+            EXPECT_EQ(cornersOf<math::Vec3f>(a[i], "normals"),
+                      cornersOf<math::Vec3f>(b[i], "normals"));
+            EXPECT_EQ(cornersOf<math::Vec2f>(a[i], "uvs"), cornersOf<math::Vec2f>(b[i], "uvs"));
+        }
+    }
 }
 
 TEST(ModelImport, OfTrianglesAlone_HasNoFaceCounts) {

@@ -20,7 +20,8 @@ inline std::string enginePath() {
 
 /// A model in a scene of its own.
 struct Imported {
-    explicit Imported(const std::string& file) : isDone(importModel(scene, file.c_str(), report)) {}
+    explicit Imported(const std::string& file, const ImportOptions& options = {})
+        : isDone(importModel(scene, file.c_str(), report, options)) {}
 
     [[nodiscard]] std::vector<Node> ofType(const char* type) const {
         std::vector<Node> found;
