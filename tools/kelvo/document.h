@@ -3,6 +3,8 @@
 #include "sdk/scene.h"
 #include "tools/kelvo/terminal.h"
 
+#include <string_view>
+
 namespace qv::kelvo_tool {
 
 /// The text of a scene file, which scenes are read from.
@@ -20,9 +22,15 @@ public:
     [[nodiscard]] bool readWithTypes(const kelvo_sdk::Scene& scene) const;
 
 private:
+    [[nodiscard]] bool tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const;
+
     String m_file;
     String m_text;
 };
+
+/// Returns a sentence that tells why a file's text is no scene at all, such as a model or a
+/// picture; empty for what is to be read as one.
+[[nodiscard]] String whyNoScene(const String& file, std::string_view text);
 
 /// Reads a scene file as `Document::read` does.
 [[nodiscard]] bool loadScene(const String& file, const kelvo_sdk::Scene& scene);

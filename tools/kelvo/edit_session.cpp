@@ -115,7 +115,7 @@ bool EditSession::writeSaved() {
     for (const auto& [file, text] : m_saved) {
         String error;
         if (isStream(file))
-            m_out.write(text.view());
+            m_out.writeData(text.view());
         else if (!writeFile(file, text.view(), error)) {
             complain(error);
             return false;
