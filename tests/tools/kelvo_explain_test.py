@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """The command `kelvo explain`. kelvo_explain_test.py KELVO [...]"""
-from kelvo_tool import ToolTest, main, scene, xform
+from kelvo_tool import MODIFIED, READER, ToolTest, main, scene, xform
 
 SCENE = """\
 kelvo scene 1
@@ -114,6 +114,52 @@ depends on: 2 nodes: noise, clock
                                ("top.children[0]", "5 nodes: room, lamp, noise, clock, desk")):
             with self.subTest(path):
                 self.assertIn("depends on: " + expected, self.explain(path))
+
+    def test_what_comes_through_a_connection_is_told(self):
+        self.assertEqual(self.explain("r.x", READER)[:5], [
+            "kind: Real", "stored value: 0.5", "from: connection", "    r.x <- sum.result",
+            "evaluates to: 3"])
+        self.assertIn('evaluates to: "3"', self.explain("r.text", READER))
+        self.assertIn("evaluates to: 3", self.explain("r.list[1]", READER))
+
+    def test_the_default_of_the_type_is_told(self):
+        given = scene('node pointLight "l" {', "    Real intensity = 2 <- v.result",
+                      "    Rgba color = (1 0 0 1)", "    Bool castShadows = true", "}",
+                      'node realValue "v" {', "    Real value = 7", "    output Real result", "}")
+        for path, expected in (
+                ("l.intensity", ["evaluates to: 7", "default: 1 of type pointLight",
+                                 "bounds: at least 0"]),
+                ("l.color", ["from: set, default (1 1 1 1) of type pointLight"]),
+                ("l.castShadows", ["from: default, true of type pointLight"])):
+            with self.subTest(path):
+                lines = self.explain(path, given)
+                first = lines.index(expected[0])
+                self.assertEqual(lines[first:first + len(expected)], expected)
+
+    def test_inputs_that_the_file_leaves_to_the_type_are_told_of(self):
+        lines = self.explain("lamp.castShadows", MODIFIED)
+        self.assertEqual(lines[:4], [
+            "kind: Bool", "value: true",
+            "from: default, true of type pointLight, to which the file leaves it",
+            "depends on: no node"])
+
+    def test_the_modifiers_of_a_value_are_told(self):
+        self.assertEqual(self.explain("lamp.color", MODIFIED)[:5], [
+            "kind: Rgba", "stored value: (1 0 0 1)", "from: modifier paint",
+            "evaluates to: (0 1 0 1)", "default: (1 1 1 1) of type pointLight"])
+        self.assertIn("from: default, 1 of type pointLight",
+                      self.explain("lamp.intensity", MODIFIED))
+
+    def test_only_the_modifiers_at_work_are_told(self):
+        idle = 'node overrideModifier "idle" {\n    String modifies = "color"\n' \
+               '    Bool enabled = false\n}\n'
+        other = 'node scaleModifier "other" {\n    String modifies = "intensity"\n' \
+                '    Real factor = 3\n}\n'
+        more = 'node scaleModifier "more" {\n    String modifies = "x,color"\n' \
+               '    Real factor = 0.5\n}\n'
+        given = MODIFIED.replace("[paint]", "[idle, paint, other, more]") + idle + other + more
+        self.assertIn("from: modifiers paint, more", self.explain("lamp.color", given))
+        self.assertIn("from: modifier other", self.explain("lamp.intensity", given))
 
     def test_long_values_are_cut_and_tell_their_size(self):
         given = scene('node t "t" {', f'    String s = "{"x" * 100}"', "}")

@@ -6,6 +6,7 @@ import subprocess
 
 from kelvo_tool import ToolTest, main, scene, tool
 
+DEFINITIONS = "kelvo types 1\n\ntype glow : emitter {\n}\n"
 BASED = 'node sphere : geometry, object "ball" {\n    Real r = 1\n}'
 
 
@@ -183,7 +184,9 @@ class Filters(FindTest):
                 ("light", ["lamp"]),
                 ("LIGHT", ["lamp"]),
                 ("sphere", ["ball"]),
-                ("object", ["ball", "lamp.shade"]),
+                ("object", ["ball", "lamp.shade", "room", "lamp", "desk"]),
+                ("emitter", ["lamp"]),
+                ("emit*", ["lamp"]),
                 ("Geometry", ["ball"]),
                 ("UInt", ["lamp.count"]),
                 ("Array<Node>", ["room.children"]),
@@ -197,6 +200,20 @@ class Filters(FindTest):
             with self.subTest(wanted):
                 self.assertEqual(sorted(self.paths("a.kns", "**", "--type", wanted)),
                                  sorted(expected))
+
+    def test_bases_that_libraries_alone_know_match(self):
+        (self.folder / "my.knd").write_text(DEFINITIONS)
+        self.file.write_text(scene('node glow "g" {', "}", 'node pointLight "p" {', "}"))
+        self.assertEqual(self.paths("a.kns", "*", "--type", "emitter"), ["p"])
+        for wanted in ("emitter", "object", "OBJ*"):
+            with self.subTest(wanted):
+                self.assertEqual(
+                    self.paths("a.kns", "*", "--type", wanted, "--library", "my.knd"), ["g", "p"])
+
+    def test_inputs_that_the_file_leaves_to_types_are_not_found(self):
+        self.file.write_text(scene('node pointLight "p" {', "}"))
+        self.assertEqual(self.paths("a.kns", "**", "--type", "emitter"), ["p"])
+        self.assertEqual(self.paths("a.kns", "p.*"), [])
 
     def test_values_are_compared_as_text(self):
         for wanted, expected in (

@@ -101,6 +101,17 @@ class Paths(ToolTest):
             with self.subTest(types):
                 self.expect(0, "paths", "a.kns", "room", "--type", *types, out=expected)
 
+    def test_paths_to_types_by_bases_that_libraries_alone_know(self):
+        (self.folder / "my.knd").write_text("kelvo types 1\n\ntype glow : emitter {\n}\n")
+        given = scene(xform("r", "p", "g"), 'node pointLight "p" {', "}", 'node glow "g" {', "}")
+        for wanted, more, expected in (
+                ("emitter", [], "r/p\n"), ("object", [], "r/p\n"),
+                ("emitter", ["--library", "my.knd"], "r/p\nr/g\n"),
+                ("object", ["--library", "my.knd"], "r/p\nr/g\n")):
+            with self.subTest((wanted, more)):
+                self.expect(0, "paths", "-", "r", "--type", wanted, *more, given=given,
+                            out=expected)
+
     def test_matrices_along_a_path_are_multiplied_from_its_end(self):
         moved = "1 0 0 0  0 1 0 0  0 0 1 0  1 2 3 1"
         doubled = "2 0 0 0  0 2 0 0  0 0 2 0  0 0 0 1"
@@ -335,6 +346,12 @@ class Hash(ToolTest):
         linked = scene('node light "l" {\n    Int x = 1\n}', xform("a", "l"))
         self.assertEqual(skipped, self.hashes(linked, "--skip", "light"))
         self.expect(0, "hash", "-", "l", "--skip", "light", given=more, out="0" * 16 + "\n")
+
+    def test_types_are_skipped_by_bases_that_libraries_alone_know(self):
+        given = scene('node pointLight "l" {\n}', 'node wood "w" {\n}')
+        self.assertEqual(self.hashes(given, "--skip", "emitter"),
+                         self.hashes(given, "--skip", "pointLight"))
+        self.assertEqual(list(self.hashes(given, "--skip", "emitter")), ["w", "hash:"])
 
     def test_names_can_be_left_out(self):
         one = scene(xform("a", "b"), xform("b"))

@@ -8,6 +8,7 @@ import stat
 import struct
 import subprocess
 import time
+import urllib.parse
 import xml.etree.ElementTree as xml
 
 from kelvo_tool import SCENE, ToolTest, main, scene, tool, xform
@@ -266,16 +267,42 @@ class Pictures(ToolTest):
         for element in xml.fromstring(text).iter():
             for name, value in element.attrib.items():
                 if name.rpartition("}")[2] in ("href", "src"):
-                    self.assertRegex(value, r"^(#icon-0|data:image/svg\+xml;base64,.*)$")
+                    self.assertRegex(value, r"^(#icon-[0-3]|data:image/svg\+xml;base64,.*)$")
                 self.assertNotRegex(value, r"url\(")
 
     def test_svg_has_each_icon_once_and_shows_it_at_each_node(self):
-        root = xml.fromstring(self.draw_svg())
+        given = scene(*(f'node t "n{i}" {{\n}}' for i in range(4)))
+        root = xml.fromstring(self.draw_svg(given=given))
         symbols = list(root.iter(SVG + "symbol"))
         self.assertEqual([symbol.get("id") for symbol in symbols], ["icon-0"])
         data = symbols[0].find(SVG + "image").get(HREF).partition("base64,")[2]
         self.assertEqual(xml.fromstring(base64.b64decode(data)).tag, SVG + "svg")
         self.assertEqual([use.get(HREF) for use in root.iter(SVG + "use")], ["#icon-0"] * 4)
+
+    def icons(self, given, *arguments):
+        """Returns the icon of each node, in the order of the drawing."""
+        root = xml.fromstring(self.draw_svg(*arguments, given=given))
+        known = {"#" + symbol.get("id"): base64.b64decode(
+            symbol.find(SVG + "image").get(HREF).partition("base64,")[2]).decode()
+            for symbol in root.iter(SVG + "symbol")}
+        return [known[use.get(HREF)] for use in root.iter(SVG + "use")]
+
+    def test_the_icons_are_those_of_the_types(self):
+        (self.folder / "my.knd").write_text(
+            'kelvo types 1\n\ntype dot2 {\n    icon """<svg viewBox="0 0 24 24">'
+            '<circle cx="7" cy="7" r="7"/></svg>"""\n}\n')
+        given = scene('node pointLight "a" {', "}", 'node mesh "b" {', "}", 'node dot2 "c" {', "}",
+                      'node mesh "d" {', "}")
+        light, mesh, unknown, again = self.icons(given)
+        self.assertEqual(len({light, mesh, unknown}), 3)
+        self.assertEqual(mesh, again)
+        own = self.icons(given, "--library", "my.knd")
+        self.assertEqual(own[:2], [light, mesh])
+        self.assertIn("circle", own[2])
+        for name, icon in (("pointLight", light), ("mesh", mesh)):
+            page = urllib.parse.unquote(self.expect(0, "help", name, "-o", "-"))
+            path = re.search(r' d="([^"]+)"', icon)[1]
+            self.assertIn(path, page)
 
     def test_icons_may_be_left_out(self):
         root = xml.fromstring(self.draw_svg("--no-icons"))

@@ -117,9 +117,34 @@ class Terminal(HelpTest):
         self.assertNotIn("\x1b", text)
         self.assertIn("?[31m", text)
 
+    def test_alone_it_lists_the_commands(self):
+        self.assertEqual(self.expect(0, "help"), self.expect(0, "--help"))
+
+    def test_a_command_is_explained(self):
+        for command in ("show", "help", "set", "graph", "import", "library"):
+            with self.subTest(command):
+                self.assertEqual(self.expect(0, "help", command),
+                                 self.expect(0, command, "--help"))
+
+    def test_a_command_comes_before_a_type_of_its_name_which_is_told(self):
+        (self.folder / "show.knd").write_text("kelvo types 1\n\ntype show : emitter {\n}\n")
+        library = ("--library", "show.knd")
+        self.assertEqual(self.expect(0, "help", "show", *library),
+                         self.expect(0, "show", "--help") +
+                         "\nThere is a node type show too: kelvo help --type show\n")
+        self.assertRegex(self.expect(0, "help", "--type", "show", *library), r"\AShow \(show\)\n")
+        self.assertIn("<html", self.expect(0, "help", "show", "-o", "-", *library))
+
     def test_the_call_names_a_type_or_all(self):
         for arguments, expected in (
-                ([], "expected a node type, or --all."),
+                (["-o", "a.html"], "expected a node type, or --all."),
+                (["--type"], "expected a node type, or --all."),
+                (["lammp", "--type"], "no node type 'lammp': did you mean 'lamp'?"),
+                (["shwo"], "no command 'shwo': did you mean 'show'?"),
+                (["xyzzy"],
+                 "no command and no node type 'xyzzy' (see kelvo help and kelvo types)"),
+                (["show", "-o", "a.html"],
+                 "-o writes pages of node types, and 'show' is a command."),
                 (["lamp", "--all"], "expected a node type, or --all."),
                 (["--all"], "--all needs -o and the folder to write to."),
                 (["--all", "-o", "-"], "--all needs -o and the folder to write to."),

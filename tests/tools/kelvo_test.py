@@ -3,6 +3,7 @@
 import os
 import pty
 import re
+import resource
 import subprocess
 
 from kelvo_tool import SCENE, ToolTest, main, scene, tool, xform
@@ -45,6 +46,41 @@ class CommandLine(ToolTest):
                 self.assertRegex(ran.stderr, r"\Akelvo: [^\n]+\n\Z")
                 self.assertIn(expected, ran.stderr)
 
+    def test_wrong_calls_name_the_right_help(self):
+        for arguments, expected in (
+                (["show"], "FILE is required (see kelvo help show)"),
+                (["set", "a.kns"], "PATH=VALUE is required (see kelvo help set)"),
+                (["--library", "x.knd", "get", "a.kns"], "PATH is required (see kelvo help get)"),
+                (["show", "a.kns", "b.kns"],
+                 "The following argument was not expected: b.kns (see kelvo help show)"),
+                (["show", "a.kns", "--dept"], "The following argument was not expected: --dept: "
+                 "did you mean '--depth'? (see kelvo help show)"),
+                (["deps", "a.kns", "lamp", "--tree", "--count"],
+                 "--tree excludes --count (see kelvo help deps)"),
+                ([], "A subcommand is required (see kelvo --help)"),
+                (["--library", "x.knd", "shwo"], "unknown command 'shwo': did you mean 'show'?")):
+            with self.subTest(arguments):
+                self.expect(2, *arguments, out="", error=f"kelvo: {expected}\n")
+
+    def test_numbers_are_whole_and_within_their_range(self):
+        end = " (see kelvo help {})\n"
+        for command, option, least in ((["show"], "--depth", 0),
+                                       (["graph", "--around", "lamp"], "--depth", 0),
+                                       (["paths", "a.kns", "room"], "--limit", 1),
+                                       (["help", "light"], "--width", 1)):
+            rest = ["a.kns"] if "help" not in command and "a.kns" not in command else []
+            for value in (least - 1, "-9", "x", "1.5", "1e3", "0x10", "+1", "1 "):
+                with self.subTest((command, value)):
+                    self.expect(2, *command, *rest, f"{option}={value}", out="", error=(
+                        f"kelvo: {option}: expected a number from {least} up, not '{value}'" +
+                        end.format(command[0])))
+            with self.subTest(command):
+                self.expect(2, *command, *rest, option, 10 ** 30, out="", error=(
+                    f"kelvo: {option}: expected a number from {least} up to {2 ** 63 - 1}, "
+                    f"not '{10 ** 30}'" + end.format(command[0])))
+        self.expect(2, "show", "a.kns", "--depth", "-1", out="", error=(
+            "kelvo: --depth: expected a number from 0 up, not '-1' (see kelvo help show)\n"))
+
     def test_files_that_cannot_be_read_are_the_files_fault(self):
         for command in (["show"], ["stats"], ["check"], ["get"], ["set"]):
             rest = {"get": ["lamp"], "set": ["lamp.radius=1"]}.get(command[0], [])
@@ -53,6 +89,95 @@ class CommandLine(ToolTest):
                             error="kelvo: cannot read 'none.kns': No such file or directory\n")
                 self.expect(1, *command, ".", *rest,
                             error="kelvo: cannot read '.': Is a directory\n")
+
+
+class NoScenes(ToolTest):
+    """Files of another kind, given where a scene is expected."""
+
+    # What follows the file; merge and diff have another status for trouble.
+    COMMANDS = {"show": [], "get": ["a.b"], "set": ["a.b=1"], "edit": [], "check": [],
+                "stats": [], "paths": ["a"], "deps": ["a"], "hash": [], "find": ["*"],
+                "explain": ["a"], "graph": [], "eval": ["a.b"], "convert": ["a", "light"],
+                "diff": ["a.kns"], "merge": ["a.kns", "a.kns"]}
+
+    def test_every_command_sends_models_to_import(self):
+        model = self.folder / "x.glb"
+        model.write_bytes(b"glTF\2\0\0\0\xff\xfe" * 50)
+        for command, rest in self.COMMANDS.items():
+            with self.subTest(command):
+                ran = self.run_tool(command, "x.glb", *rest, given="")
+                self.assertEqual(ran.returncode, 2 if command in ("diff", "merge") else 1)
+                self.assertEqual(
+                    ran.stderr,
+                    "kelvo: x.glb: not a scene: import it (kelvo import x.glb -o x.kns).\n")
+        self.assertEqual(self.names(), ["a.kns", "x.glb"])
+
+    def test_the_kind_of_a_file_is_told(self):
+        model = "import it (kelvo import {0} -o {1}.kns)."
+        for name, content, expected in (
+                ("x.obj", b"v 0 0 0\nv 1 0 0\n", model.format("x.obj", "x")),
+                ("a b.GLTF", b'{"asset": {}}', model.format("a b.GLTF", "a b")),
+                ("x.bin", b"glTF\2\0\0\0", "it is a model (see kelvo help import)."),
+                ("x.png", b"\x89PNG\r\n\x1a\n\0\0", "it is no text."),
+                ("x.kns", b"\0" * 100, "it is no text."),
+                ("x.knd", b"# mine\nkelvo types 1\n", "it defines node types (see --library).")):
+            with self.subTest(name):
+                (self.folder / name).write_bytes(content)
+                self.expect(1, "show", name, out="",
+                            error=f"kelvo: {name}: not a scene: {expected}\n")
+        ran = subprocess.run([tool(), "show", "-"], input=b"\0\1\2", capture_output=True)
+        self.assertEqual(ran.stderr, b"kelvo: standard input: not a scene: it is no text.\n")
+
+    def test_a_scene_by_any_name_is_read(self):
+        for name, text in (("scene.glb", SCENE), ("x.obj", 'node xform "a" {\n}\n'),
+                           ("x.x", "# nothing\n"), ("y.kns", "\ufeff" + SCENE)):
+            with self.subTest(name):
+                (self.folder / name).write_text(text)
+                self.expect(0, "stats", name)
+
+    def test_errors_in_a_scene_keep_their_places(self):
+        for text, expected in (("hello\n", "1:1: Found 'hello'"),
+                               ("kelvo scene 9\n", "1:13: Found '9'")):
+            with self.subTest(text):
+                self.assertIn(expected, self.run_tool("show", "-", given=text).stderr)
+        (self.folder / "x.kns").write_bytes(SCENE.encode() + b"\xff")
+        self.assertRegex(self.run_tool("show", "x.kns").stderr, r"^kelvo: x\.kns:\d+:1: ")
+
+
+class Memory(ToolTest):
+    """The address space is bounded, as by `ulimit -v`."""
+
+    MEBI = 1 << 20
+
+    def run_within(self, limit, *arguments):
+        def bound():
+            resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+            resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        return self.run_tool(*arguments, preexec_fn=bound)
+
+    def setUp(self):
+        super().setUp()
+        if self.run_within(400 * self.MEBI, "--version").returncode != 0:
+            self.skipTest("The sanitizers reserve more address space than this allows.")
+        lights = (f'node light "n{i}" {{\n    Real intensity = 0.5\n    Node t = n0\n}}'
+                  for i in range(2500))
+        self.file.write_text(scene(*lights))
+
+    def test_a_sentence_tells_that_it_ran_out_and_files_stay(self):
+        before = self.file.read_text()
+        told = "kelvo: the memory ran out; `ulimit -v` tells whether it is limited.\n"
+        for command, status in ((["show", "a.kns"], 1), (["set", "a.kns", "n3.intensity=7"], 1),
+                                (["check", "a.kns", "--fix"], 1),
+                                (["graph", "a.kns", "-o", "b.dot"], 1),
+                                (["diff", "a.kns", "a.kns"], 2),
+                                (["merge", "a.kns", "a.kns", "a.kns", "-o", "b.kns"], 2)):
+            # Less than the scene takes, so that each is sure to fail, but at different places.
+            for limit in (44, 48, 52, 56, 60):
+                with self.subTest((command, limit)):
+                    ran = self.run_within(limit * self.MEBI, *command)
+                    self.assertEqual((ran.returncode, ran.stderr), (status, told))
+                    self.assertEqual(self.file.read_text(), before)
+                    self.assertEqual(self.names(), ["a.kns"])
 
 
 class Show(ToolTest):

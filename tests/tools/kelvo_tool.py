@@ -1,9 +1,13 @@
 """What the tests of the tool kelvo share: a scene, and how the tool is run."""
+import fcntl
 import os
 import pathlib
+import pty
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 _path = []
@@ -60,6 +64,37 @@ def xform(name, *children):
     return f'node xform "{name}" {{\n    Array<Node> children = [{", ".join(children)}]\n}}'
 
 
+# An addition spelled out, so that the text stands by itself, and inputs that read it.
+READER = scene("""\
+node add "sum" {
+    Real a = 1
+    Real b = 2
+    output Real result
+}""", """\
+node t "r" {
+    Real x = 0.5 <- sum.result
+    Real y = 1
+    String text = "say \\"hi\\"" <- sum.result
+    Object o {
+        Real z = 4 <- sum.result
+        String s = "a"
+    }
+    Array<Real> list = [1, 2 <- sum.result]
+    Node left
+}""")
+# A light whose colour a modifier changes.
+MODIFIED = scene("""\
+node pointLight "lamp" {
+    Array<Node> modifiers = [paint]
+    Rgba color = (1 0 0 1)
+    Real intensity = 1
+}""", """\
+node overrideModifier "paint" {
+    String modifies = "color"
+    String value = "(0 1 0 1)"
+}""")
+
+
 class ToolTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -72,6 +107,32 @@ class ToolTest(unittest.TestCase):
         environment = {k: v for k, v in os.environ.items() if k != "NO_COLOR"}
         return subprocess.run([tool(), *map(str, arguments)], input=given, capture_output=True,
                               text=True, timeout=60, cwd=self.folder, env=environment, **options)
+
+    def run_on_terminal(self, columns, *arguments, streams=("out", "error"), **variables):
+        """Runs the tool on a terminal of that width; what is no terminal is a pipe.
+
+        Returns the status, what the terminal got, and what went through pipes."""
+        terminal, end = pty.openpty()
+        fcntl.ioctl(end, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        environment = {k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "COLUMNS")}
+        environment.update({"TERM": "xterm", **variables})
+        running = subprocess.Popen(
+            [tool(), *map(str, arguments)], cwd=self.folder, env=environment,
+            stdin=subprocess.DEVNULL, stdout=end if "out" in streams else subprocess.PIPE,
+            stderr=end if "error" in streams else subprocess.PIPE)
+        os.close(end)
+        seen = b""
+        while True:
+            try:
+                piece = os.read(terminal, 65536)
+            except OSError:  # All ends on the other side are closed.
+                break
+            if not piece:
+                break
+            seen += piece
+        os.close(terminal)
+        piped = b"".join(text for text in running.communicate(timeout=60) if text)
+        return running.returncode, seen.decode().replace("\r\n", "\n"), piped.decode()
 
     def expect(self, status, *arguments, out=None, error=None, given=None):
         """Runs the tool; `out` and `error` are the whole texts expected."""

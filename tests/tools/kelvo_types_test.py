@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """What the tool kelvo does with node types. kelvo_types_test.py KELVO [unittest ...]"""
-from kelvo_tool import ToolTest, main, scene
+from kelvo_tool import MODIFIED, READER, ToolTest, main, scene
 
 DEFINITIONS = """\
 kelvo types 1
@@ -121,7 +121,6 @@ class Eval(TypesTest):
     def test_what_is_no_output_is_the_calls_fault(self):
         for path, expected in (
                 ("sum", "'sum' is a node, which has the output result."),
-                ("sum.a", "'sum.a' is an input of 'sum', which has the output result."),
                 ("sum.reslt", "no output 'reslt' in 'sum': did you mean 'result'?"),
                 ("sum.x", "no output 'x' in 'sum', which has the output result."),
                 ("som.result", "no node 'som': did you mean 'sum'?"),
@@ -129,6 +128,37 @@ class Eval(TypesTest):
             with self.subTest(path):
                 self.expect(2, "eval", "sum.kns", path, out="",
                             error=f"kelvo: sum.kns: {expected}\n")
+
+    def test_an_input_has_the_value_that_its_connection_gives(self):
+        for path, expected in (("r.x", "3"), ("r.y", "1"), ("r.o.z", "3"), ("r.list", "[1, 3]"),
+                               ("r.list[1]", "3"), ("r.list[0]", "1"), ("r.left", "null"),
+                               ("r.text", "3"),
+                               ("r.o", '{\n    Real z = 3\n    String s = "a"\n}')):
+            with self.subTest(path):
+                self.expect(0, "eval", "-", path, given=READER, out=expected + "\n")
+
+    def test_an_input_has_the_value_that_modifiers_made(self):
+        self.expect(0, "eval", "-", "lamp.color", given=MODIFIED, out="(0 1 0 1)\n")
+        self.expect(0, "eval", "-", "lamp.intensity", given=MODIFIED, out="1\n")
+
+    def test_an_input_that_the_file_leaves_to_the_type_has_its_default(self):
+        self.expect(0, "eval", "-", "lamp.castShadows", given=MODIFIED, out="true\n")
+
+    def test_unknown_inputs_and_elements_are_the_calls_fault(self):
+        for path, expected in (
+                ("r.list[2]", "no element [2] in 'r.list', which has 2."),
+                ("r.o.q", "no input 'q' in 'r.o'."),
+                ("r.y.q", "'r.y' has no members: its kind is Real."),
+                ("r.txt", "no output 'txt' in 'r': did you mean 'text'?")):
+            with self.subTest(path):
+                self.expect(2, "eval", "-", path, given=READER, out="",
+                            error=f"kelvo: standard input: {expected}\n")
+
+    def test_an_input_whose_source_gives_nothing_has_no_value(self):
+        given = scene('node t "n" {\n    output Real a\n}', 'node t "r" {\n    Real x <- n.a\n}')
+        self.expect(1, "eval", "-", "r.x", given=given, out="", error=(
+            "kelvo: standard input: 'r.x' has no value: 'n.a' has none, and its node no eval "
+            "callback to produce one.\n"))
 
     def test_several_outputs_are_named(self):
         text = scene('node t "n" {\n    output Real a\n    output Real b\n    output Int c\n}',
@@ -273,6 +303,34 @@ class LeftToTypes(TypesTest):
         self.expect(0, "get", "sum.kns", "one.b", out="0\n")
         self.expect(2, "get", "sum.kns", "one.c", out="",
                     error="kelvo: sum.kns: no input 'c' in 'one'.\n")
+
+    def test_get_tells_both_values_where_one_hides_the_other(self):
+        for given, path, stored, effective in (
+                (READER, "r.x", "0.5", "3"),
+                (READER, "r.list", "[1, 2]", "[1, 3]"),
+                (READER, "r.list[1]", "2", "3"),
+                (READER, "r.text", "say \"hi\"", "3"),
+                (READER, "r.o", '{\n    Real z = 4\n    String s = "a"\n}',
+                 '{\n    Real z = 3\n    String s = "a"\n}'),
+                (MODIFIED, "lamp.color", "(1 0 0 1)", "(0 1 0 1)")):
+            with self.subTest(path):
+                self.expect(0, "get", "-", path, given=given,
+                            out=f"stored: {stored}\neffective: {effective}\n")
+                self.expect(0, "get", "-", path, "--stored", given=given, out=stored + "\n")
+
+    def test_get_prints_the_bare_value_where_nothing_hides_it(self):
+        for given, path, expected in (
+                (READER, "r.y", "1"), (READER, "r.list[0]", "1"), (READER, "sum.a", "1"),
+                (MODIFIED, "lamp.intensity", "1"), (MODIFIED, "lamp.castShadows", "true"),
+                (MODIFIED.replace("(0 1 0 1)", "(1 0 0 1)"), "lamp.color", "(1 0 0 1)"),
+                (MODIFIED.replace("    String value", "    Bool enabled = false\n    String value"),
+                 "lamp.color", "(1 0 0 1)")):
+            with self.subTest(path):
+                self.expect(0, "get", "-", path, given=given, out=expected + "\n")
+
+    def test_get_sends_for_an_output_to_eval(self):
+        self.expect(2, "get", "sum.kns", "sum.result", out="", error=(
+            "kelvo: sum.kns: 'sum.result' is an output, whose value `kelvo eval` prints.\n"))
 
     def test_get_takes_the_text_first(self):
         text = scene('node add "n" {\n    Rgba a = (1 0 0 1)\n}')

@@ -64,8 +64,15 @@ bool findElement(i64 index, Append append, Input& input, String& error) {
 bool followStep(const PathParser::Token& step, Append append, Address& address, String& error) {
     Input& input = address.input;
     if (step.index != -1) return findElement(step.index, append, input, error);
-    if (!input.get())
-        return findMember(*address.node.get(), address.node.name(), step.text, input, error);
+    if (!input.get()) {
+        const Node& node = address.node;
+        const bool isInput = node->hasInput(step.text, kelvo_sdk::AttrType::Null);
+        if (isInput || !node->hasOutput(step.text, kelvo_sdk::AttrType::Null))
+            return findMember(*node.get(), node.name(), step.text, input, error);
+        error = "'" + node.name() + "." + step.text +
+                "' is an output, whose value `kelvo eval` prints.";
+        return false;
+    }
     if (input->isObject()) {
         const Input object = input;
         return findMember(*object.get(), object.path(), step.text, input, error);

@@ -5,6 +5,7 @@
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
+#include "tools/kelvo/progress_line.h"
 #include "tools/kelvo/text_file.h"
 
 #include <algorithm>
@@ -60,6 +61,9 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     const bool isRead =
         options.isFixing ? text.readToEdit(name, file.fault) : text.read(name, file.fault);
     if (!isRead) return file;
+    file.fault = whyNoScene(name, text.text().view());
+    if (!file.fault.isEmpty()) return file;
+    const ProgressLine line("kelvo: checking " + displayed(name));
     const Scene scene = Scene::create();
     libraries.addTo(scene);
     if (!scene.read(text.text(), displayed(name), &file.errors)) return file;
@@ -73,7 +77,7 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     file.left = std::move(report.left);
     const String written = scene.text();
     if (isStream(name))
-        out.write(text.laidOut(written.view()).view());
+        out.writeData(text.laidOut(written.view()).view());
     else if (!file.fixed.empty() && !text.write(name, written.view(), file.fault))
         takeBack(file);
     return file;
@@ -137,7 +141,7 @@ Status runCheck(const CheckOptions& options, Terminal& out) {
         report.files.push_back(checkFile(name, options, report.least, *libraries, out));
         if (format == 0) tellFile(report, report.files.back(), options.isFixing, out);
     }
-    if (format != 0) out.write((format == 1 ? jsonOf(report) : sarifOf(report)).view());
+    if (format != 0) out.writeData((format == 1 ? jsonOf(report) : sarifOf(report)).view());
     const auto isFaulty = [](const CheckedFile& file) { return file.errorCount() != 0; };
     return std::ranges::any_of(report.files, isFaulty) ? Status::Fault : Status::Ok;
 }

@@ -4,6 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <charconv>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,8 +15,26 @@ namespace qv::kelvo_tool {
 
 namespace {
 
+// Where the help of an argument begins, where there is room.
+constexpr u64 usualColumn = 30;
+
 String textOf(const std::string& value) {
     return String(std::string_view(value));
+}
+
+// The checks of the parser itself print the whole range of its numbers.
+CLI::Validator wholeNumberFrom(i64 least) {
+    const auto fault = [least](const std::string& text) {
+        i64 number = 0;
+        const char* end = text.data() + text.size();
+        const auto [read, error] = std::from_chars(text.data(), end, number);
+        if (error == std::errc() && read == end && number >= least) return std::string();
+        std::string expected = "expected a number from " + std::to_string(least) + " up";
+        if (error == std::errc::result_out_of_range && text[0] != '-')
+            expected += " to " + std::to_string(std::numeric_limits<i64>::max());
+        return expected + ", not '" + text + "'";
+    };
+    return {fault, "", ""};
 }
 
 } // namespace
@@ -24,12 +45,12 @@ Argument Argument::required() const {
 }
 
 Argument Argument::notNegative() const {
-    m_option->check(CLI::NonNegativeNumber);
+    m_option->check(wholeNumberFrom(0));
     return *this;
 }
 
 Argument Argument::positive() const {
-    m_option->check(CLI::PositiveNumber);
+    m_option->check(wholeNumberFrom(1));
     return *this;
 }
 
@@ -120,6 +141,8 @@ Command CommandLine::addCommand(const char* name, const char* help, Action actio
 
 Status CommandLine::run(int count, char** arguments, Terminal& out) {
     if (count > 1 && !knowsCommand(arguments[1])) return Status::Usage;
+    if (out.width() != 0)
+        m_app->get_formatter()->column_width(std::min(usualColumn, out.width() / 3));
     try {
         m_app->parse(count, arguments);
     } catch (const CLI::Success& wish) {
@@ -128,19 +151,69 @@ Status CommandLine::run(int count, char** arguments, Terminal& out) {
         out.write(text.str());
         return Status::Ok;
     } catch (const CLI::ParseError& error) {
-        complain(textOf(error.what()) + " (see kelvo --help)");
+        tellWrongCall(textOf(error.what()));
         return Status::Usage;
     }
     return m_action(out);
 }
 
+void CommandLine::tellWrongCall(const String& error) const {
+    const std::vector<CLI::App*> asked = m_app->get_subcommands();
+    if (!asked.empty())
+        return complain(error + nearOption() + " (see kelvo help " + textOf(asked[0]->get_name()) +
+                        ")");
+    // Behind common options stands a word that is no command.
+    for (const std::string& word : m_app->remaining())
+        if (!knowsCommand(word)) return;
+    complain(error + nearOption() + " (see kelvo --help)");
+}
+
+// The end of a sentence about arguments that nobody takes.
+String CommandLine::nearOption() const {
+    const std::vector<CLI::App*> asked = m_app->get_subcommands();
+    const std::vector<std::string> unknown = m_app->remaining(true);
+    if (unknown.empty() || !unknown[0].starts_with("--")) return {};
+    kelvo_sdk::impl::NearName near(unknown[0]);
+    std::vector<std::string> names;
+    for (const CLI::App* app : {asked.empty() ? m_app.get() : asked[0], m_app.get()})
+        for (const CLI::Option* option : app->get_options())
+            if (const auto& longs = option->get_lnames(); !longs.empty())
+                names.push_back("--" + longs[0]);
+    for (const std::string& name : names)
+        near.offer(name);
+    return near.best().empty() ? String() : near.question();
+}
+
+StringVector CommandLine::commands() const {
+    StringVector names;
+    for (const CLI::App* command : m_app->get_subcommands({}))
+        names.push_back(textOf(command->get_name()));
+    return names;
+}
+
+String CommandLine::helpOf(const String& command) const {
+    CLI::App* found = findCommand(command.view());
+    return found ? textOf(found->help(m_app->get_name())) : String();
+}
+
+// Asked for its help itself, the parser would give that of the command that runs.
+String CommandLine::help() const {
+    return textOf(m_app->get_formatter()->make_help(m_app.get(), m_app->get_name(),
+                                                    CLI::AppFormatMode::Normal));
+}
+
+CLI::App* CommandLine::findCommand(std::string_view name) const {
+    for (CLI::App* command : m_app->get_subcommands({}))
+        if (command->get_name() == name) return command;
+    return nullptr;
+}
+
 bool CommandLine::knowsCommand(std::string_view name) const {
-    if (name.starts_with('-')) return true;
+    if (name.starts_with('-') || findCommand(name)) return true;
     kelvo_sdk::impl::NearName near(name);
-    for (const CLI::App* command : m_app->get_subcommands({})) {
-        if (command->get_name() == name) return true;
-        near.offer(command->get_name());
-    }
+    const StringVector names = commands();
+    for (const String& known : names)
+        near.offer(known.view());
     const String question = near.best().empty() ? String(" (see kelvo --help)") : near.question();
     complain("unknown command '" + String(name) + "'" + question);
     return false;

@@ -25,7 +25,9 @@ public:
     explicit Argument(CLI::Option* option) : m_option(option) {}
 
     Argument required() const;
+    /// Takes whole numbers from 0 up alone.
     Argument notNegative() const;
+    /// Takes whole numbers from 1 up alone.
     Argument positive() const;
     /// One text may hold several, with this character between them.
     Argument split(char delimiter) const;
@@ -90,11 +92,20 @@ public:
     /// Does what the arguments of the process ask for.
     [[nodiscard]] Status run(int count, char** arguments, Terminal& out);
 
+    [[nodiscard]] StringVector commands() const;
+    /// Returns the help of a command, empty when there is none of that name.
+    [[nodiscard]] String helpOf(const String& command) const;
+    /// Returns the help that lists the commands.
+    [[nodiscard]] String help() const;
+
 private:
     using Action = std::function<Status(Terminal&)>;
 
     Command addCommand(const char* name, const char* help, Action action);
+    [[nodiscard]] CLI::App* findCommand(std::string_view name) const;
     [[nodiscard]] bool knowsCommand(std::string_view name) const;
+    void tellWrongCall(const String& error) const;
+    [[nodiscard]] String nearOption() const;
 
     std::unique_ptr<CLI::App> m_app;
     // Of the command that was asked for.

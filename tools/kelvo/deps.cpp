@@ -67,8 +67,8 @@ private:
             return;
         }
         const Neighbour neighbour = step.neighbours[step.next++];
-        const std::string guides =
-            treeGuides(m_way.size() - 1, [this](std::size_t i) { return m_way[i].isDone(); });
+        const std::string guides = treeGuides(m_way.size() - 1, m_out.width(),
+                                              [this](std::size_t i) { return m_way[i].isDone(); });
         m_out.write(Tone::Note, guides + (step.isDone() ? "└─ " : "├─ "));
         printNeighbour(neighbour, m_out);
         const bool isRepeated = m_shown.contains(neighbour.node);

@@ -2,7 +2,10 @@
 
 #include "tools/kelvo/diff_json.h"
 #include "tools/kelvo/diff_text.h"
+#include "tools/kelvo/progress_line.h"
 #include "tools/kelvo/versions.h"
+
+#include <new>
 
 namespace qv::kelvo_tool {
 
@@ -24,7 +27,7 @@ struct DiffOptions {
     bool quiet = false;
 };
 
-Status runDiff(const DiffOptions& options, Terminal& out) {
+Status compare(const DiffOptions& options, Terminal& out) {
     const bool isJson = options.format == "json";
     if (!isJson && options.format != "text") {
         complain("'" + options.format + "' is no format: expected text or json.");
@@ -33,14 +36,27 @@ Status runDiff(const DiffOptions& options, Terminal& out) {
     Versions scenes;
     if (!scenes.load({options.before, options.after})) return Status::Usage;
     String error;
-    const auto diff = SceneDiff::between(scenes[0], scenes[1], {!options.ignoreComments}, &error);
+    const auto diff = [&] {
+        const ProgressLine line("kelvo: comparing");
+        return SceneDiff::between(scenes[0], scenes[1], {!options.ignoreComments}, &error);
+    }();
     if (!error.isEmpty()) {
         complain(error);
         return Status::Usage;
     }
-    if (!options.quiet && isJson) out.write(toJson(diff).view());
+    if (!options.quiet && isJson) out.writeData(toJson(diff).view());
     if (!options.quiet && !isJson) writeChanges(diff, out);
     return diff.isEmpty() ? Status::Ok : Status::Fault;
+}
+
+// A run that breaks off is no answer.
+Status runDiff(const DiffOptions& options, Terminal& out) {
+    try {
+        return compare(options, out);
+    } catch (const std::bad_alloc&) {
+        complainOfMemory();
+        return Status::Usage;
+    }
 }
 
 } // namespace

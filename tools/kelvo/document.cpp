@@ -3,8 +3,52 @@
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
+#include "tools/kelvo/progress_line.h"
+#include "tools/kelvo/text_columns.h"
+
+#include <algorithm>
+#include <array>
 
 namespace qv::kelvo_tool {
+
+namespace {
+
+// Of the many kinds of models those that people have most.
+constexpr std::array modelEndings{".3ds", ".3mf", ".ase",     ".blend", ".bvh", ".cob", ".dae",
+                                  ".dxf", ".fbx", ".glb",     ".gltf",  ".ifc", ".lwo", ".lws",
+                                  ".md2", ".md3", ".md5mesh", ".ms3d",  ".obj", ".off", ".ply",
+                                  ".smd", ".stl", ".vrm",     ".wrl",   ".x",   ".x3d", ".xgl"};
+
+bool isModel(const String& file) {
+    return std::ranges::any_of(modelEndings,
+                               [&](const char* ending) { return file.endsWith(ending, true); });
+}
+
+// What a text says first, behind comments and the mark that some editors put in front.
+std::string_view firstWords(std::string_view text) {
+    if (text.starts_with("\xef\xbb\xbf")) text.remove_prefix(3);
+    for (;;) {
+        text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+        if (!text.starts_with('#')) return text;
+        text.remove_prefix(std::min(text.find('\n'), text.size()));
+    }
+}
+
+} // namespace
+
+String whyNoScene(const String& file, std::string_view text) {
+    const std::string_view start = firstWords(text);
+    if (start.empty() || start.starts_with("kelvo scene") || start.starts_with("node")) return {};
+    const String sentence = displayed(file) + ": not a scene: ";
+    if (isModel(file)) {
+        const String name = file.substr(0, file.view().rfind('.'));
+        return sentence + "import it (kelvo import " + file + " -o " + name + ".kns).";
+    }
+    if (start.starts_with("glTF")) return sentence + "it is a model (see kelvo help import).";
+    if (start.starts_with("kelvo types"))
+        return sentence + "it defines node types (see --library).";
+    return isPlainText(text) ? String() : sentence + "it is no text.";
+}
 
 bool Document::open(const String& file) {
     return open(file, &TextFile::read);
@@ -19,15 +63,15 @@ bool Document::open(const String& file, Read readText) {
     // What was asked for has to be there, needed or not.
     if (!libraryOptions().isEmpty() && !librariesInUse()) return false;
     String error;
-    if ((m_text.*readText)(file, error)) return true;
-    complain(error);
-    return false;
+    if ((m_text.*readText)(file, error)) error = whyNoScene(file, m_text.text().view());
+    if (!error.isEmpty()) complain(error);
+    return error.isEmpty();
 }
 
 // A scene that cannot be read leaves no trace, so that it can be read once more.
 bool Document::read(const kelvo_sdk::Scene& scene) const {
     kelvo_sdk::Diagnostics ignored;
-    return scene.read(m_text.text(), displayed(m_file), &ignored) || readWithTypes(scene);
+    return tryRead(scene, ignored) || readWithTypes(scene);
 }
 
 bool Document::readWithTypes(const kelvo_sdk::Scene& scene) const {
@@ -35,16 +79,21 @@ bool Document::readWithTypes(const kelvo_sdk::Scene& scene) const {
     if (!libraries) return false;
     libraries->addTo(scene);
     kelvo_sdk::Diagnostics found;
-    if (scene.read(m_text.text(), displayed(m_file), &found)) return true;
+    if (tryRead(scene, found)) return true;
     for (const kelvo_sdk::Diagnostic& diagnostic : found)
         complain(diagnostic.text());
     return false;
 }
 
+bool Document::tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const {
+    const ProgressLine line("kelvo: reading " + displayed(m_file));
+    return scene.read(m_text.text(), displayed(m_file), &found);
+}
+
 bool Document::save(const String& text, const String& file, Terminal& out) {
     const String& target = file.isEmpty() ? m_file : file;
     if (isStream(target)) {
-        out.write(m_text.laidOut(text.view()).view());
+        out.writeData(m_text.laidOut(text.view()).view());
         return true;
     }
     String error;
@@ -64,9 +113,12 @@ bool loadSceneWithTypes(const String& file, const kelvo_sdk::Scene& scene) {
 }
 
 bool saveScene(const kelvo_sdk::Scene& scene, const String& file, Terminal& out) {
-    const String text = scene.text();
+    const String text = [&] {
+        const ProgressLine line("kelvo: writing " + displayed(file));
+        return scene.text();
+    }();
     if (isStream(file)) {
-        out.write(text.view());
+        out.writeData(text.view());
         return true;
     }
     String error;

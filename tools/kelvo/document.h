@@ -4,6 +4,8 @@
 #include "tools/kelvo/terminal.h"
 #include "tools/kelvo/text_file.h"
 
+#include <string_view>
+
 namespace qv::kelvo_tool {
 
 /// The text of a scene file, which scenes are read from.
@@ -33,10 +35,15 @@ public:
 private:
     using Read = bool (TextFile::*)(const String& path, String& error);
     [[nodiscard]] bool open(const String& file, Read readText);
+    [[nodiscard]] bool tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const;
 
     String m_file;
     TextFile m_text;
 };
+
+/// Returns a sentence that tells why a file's text is no scene at all, such as a model or a
+/// picture; empty for what is to be read as one.
+[[nodiscard]] String whyNoScene(const String& file, std::string_view text);
 
 /// Reads a scene file as `Document::read` does.
 [[nodiscard]] bool loadScene(const String& file, const kelvo_sdk::Scene& scene);

@@ -32,14 +32,14 @@ bool look(const EditSession& session, const Edit& edit, Address& address, const 
 bool runShow(EditSession& session, const Edit& edit, EditFault& fault) {
     Terminal& out = session.out();
     if (!edit.has(1)) {
-        out.write(session.scene().text().view());
+        out.writeData(session.scene().text().view());
         return true;
     }
     Address address;
     const IInput* input = nullptr;
     if (!look(session, edit, address, input, fault)) return false;
     if (!input) {
-        out.write(address.node->serialize(false, false).view());
+        out.writeData(address.node->serialize(false, false).view());
         return true;
     }
     out.write(Tone::Name, edit.words[1].text.view()).write(" (");
@@ -56,7 +56,7 @@ bool runGet(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!look(session, edit, address, input, fault)) return false;
     if (!input)
         return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
-    session.out().write(wholeValue(*input).view()).endLine();
+    session.out().writeData(wholeValue(*input).view()).endLine();
     return true;
 }
 

@@ -6,10 +6,13 @@
 #include "tools/kelvo/evaluation.h"
 #include "tools/kelvo/files.h"
 
+#include <string_view>
+
 namespace qv::kelvo_tool {
 
 namespace {
 
+using kelvo_sdk::Input;
 using kelvo_sdk::Node;
 using kelvo_sdk::Scene;
 
@@ -44,59 +47,78 @@ String whatItHas(const StringVector& outputs) {
 String noSuchOutput(const Node& node, const String& name) {
     const String start = "no output '" + name + "' in '" + node.name() + "'";
     const StringVector outputs = outputsOf(node);
+    StringVector names = outputs;
+    for (u64 i = 0; i < node->inputCount(); ++i)
+        names.push_back(node->input(i)->name());
     kelvo_sdk::impl::NearName near(name.view());
-    for (const String& output : outputs)
-        near.offer(output.view());
+    for (const String& known : names)
+        near.offer(known.view());
     if (!near.best().empty()) return start + near.question();
     return start + whatItHas(outputs);
 }
 
-kelvo_sdk::interfaces::IOutput* findOutput(const Scene& scene, const String& path, String& error) {
+/// What a path leads to: one of the two.
+struct Target {
+    kelvo_sdk::interfaces::IOutput* output = nullptr;
+    Input input;
+};
+
+// An output that has the name of an input too is meant before it.
+bool findTarget(const Scene& scene, const String& path, Target& target, String& error) {
     const u64 dot = path.find('.');
-    const String name = path.substr(0, dot);
-    const Node node = scene.findNode(name);
+    const Node node = scene.findNode(path.substr(0, dot));
     if (!node.get()) {
-        error = noSuchNode(scene, name);
-        return nullptr;
+        error = noSuchNode(scene, path.substr(0, dot));
+        return false;
     }
     if (dot == String::npos) {
         error = "'" + node.name() + "' is a node" + whatItHas(outputsOf(node));
-        return nullptr;
+        return false;
     }
-    const String output = path.substr(dot + 1);
-    if (node->hasOutput(output, kelvo_sdk::AttrType::Null)) return node->output(output);
-    error = node->hasInput(output, kelvo_sdk::AttrType::Null)
-                ? "'" + node.name() + "." + output + "' is an input of '" + node.name() + "'" +
-                      whatItHas(outputsOf(node))
-                : noSuchOutput(node, output);
-    return nullptr;
+    const String rest = path.substr(dot + 1);
+    if (node->hasOutput(rest, kelvo_sdk::AttrType::Null)) {
+        target.output = node->output(rest);
+        return true;
+    }
+    Address address;
+    const bool isInput = findAddress(scene, path, Append::Refused, address, error);
+    target.input = address.input;
+    const bool isStep = rest.view().find_first_of(".[") == std::string_view::npos;
+    if (!isInput && isStep) error = noSuchOutput(node, rest);
+    return isInput;
 }
 
 Status runEval(const EvalOptions& options, Terminal& out) {
     const auto scene = Scene::create();
     if (!loadSceneWithTypes(options.file, scene)) return Status::Fault;
     String error;
-    auto* output = findOutput(scene, options.path, error);
-    if (!output) {
+    Target target;
+    if (!findTarget(scene, options.path, target, error)) {
         complain(displayed(options.file) + ": " + error);
         return Status::Usage;
     }
-    const Evaluation result = evaluate(*output);
+    const Evaluation result =
+        target.output ? evaluate(*target.output) : evaluateWhole(*target.input.get());
     if (result.hasValue) {
-        out.write(result.text.view()).endLine();
+        out.writeData(result.text.view()).endLine();
         return Status::Ok;
     }
-    complain(displayed(options.file) + ": '" + output->path() + "' has no value: " + result.text +
-             ".");
+    const String what = target.output ? target.output->path() : target.input.path();
+    complain(displayed(options.file) + ": '" + what + "' has no value: " + result.text + ".");
     return Status::Fault;
 }
 
 } // namespace
 
 void addEval(CommandLine& line) {
-    auto [command, options] = line.add("eval", "Evaluate an output and print its value", &runEval);
+    auto [command, options] =
+        line.add("eval", "Evaluate an output or input and print its value", &runEval);
+    command.addNote(
+        "An input has the value that its connection gives, or that modifiers made of it; "
+        "so have\nthe elements and members in it.");
     command.addFile(options.file);
-    command.add("NODE.OUTPUT", options.path, "The output").required();
+    command.add("PATH", options.path, "As node.output, node.input or node.array[3].member")
+        .required();
 }
 
 } // namespace qv::kelvo_tool

@@ -7,11 +7,14 @@
 #include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/value_summary.h"
 
+#include <vector>
+
 namespace qv::kelvo_tool {
 
 namespace {
 
 using kelvo_sdk::impl::AttrData;
+using kelvo_sdk::impl::Input;
 using kelvo_sdk::impl::Output;
 using kelvo_sdk::impl::Value;
 using kelvo_sdk::interfaces::IInput;
@@ -25,30 +28,76 @@ String whyNothingComes(const Output& source) {
     return "'" + source.path() + "' has none, and its node no eval callback to produce one";
 }
 
-RefersTo<kelvo_sdk::impl::Input> holderOf(const Value& value) {
+RefersTo<Input> holderOf(const Value& value) {
     AttrData description(value.type());
     description.value = value;
-    using Input = kelvo_sdk::impl::Input;
     return RefersTo<Input>::adopt(new Input(nullptr, nullptr, "value", description));
+}
+
+// The value that comes through a connection; empty, with the end of a sentence, where none does.
+RefersTo<Input> valueThrough(const IInput& input, String& error) {
+    auto& source = static_cast<Output&>(*input.source());
+    if (!source.evaluate(nullptr)) {
+        error = whyNothingComes(source);
+        return {};
+    }
+    const Value& given = source.value();
+    if (given.type() == input.type()) return holderOf(given);
+    Value value;
+    if (convertValue(given, input.type(), value)) return holderOf(value);
+    error = shortText(given) + " (" + source.typeName() + ") cannot become " + input.typeName();
+    return {};
+}
+
+const Input& implOf(const IInput& input) {
+    return static_cast<const Input&>(input);
 }
 
 } // namespace
 
+bool isModified(const IInput& input) {
+    return implOf(input).isModified() && *implOf(input).stashed() != implOf(input).value();
+}
+
 Evaluation evaluate(const IInput& input) {
-    auto& source = static_cast<Output&>(*input.source());
-    if (!source.evaluate(nullptr)) return {false, whyNothingComes(source)};
-    const Value& given = source.value();
-    Value value;
-    if (given.type() == input.type() || convertValue(given, input.type(), value))
-        return {true, shortText(value.isNull() ? given : value)};
-    return {false,
-            shortText(given) + " (" + source.typeName() + ") cannot become " + input.typeName()};
+    String error;
+    const RefersTo<Input> value = valueThrough(input, error);
+    return value ? Evaluation{true, shortValue(*value)} : Evaluation{false, error};
+}
+
+Evaluation evaluateWhole(const IInput& input) {
+    String error;
+    const String text = wholeValue(input, [&error](const IInput& held) {
+        return held.source() && error.isEmpty() ? RefersTo<IInput>(valueThrough(held, error).get())
+                                                : RefersTo<IInput>();
+    });
+    return error.isEmpty() ? Evaluation{true, text} : Evaluation{false, error};
 }
 
 Evaluation evaluate(IOutput& output) {
     auto& source = static_cast<Output&>(output);
     if (!source.evaluate(nullptr)) return {false, whyNothingComes(source)};
     return {true, wholeValue(*holderOf(source.value()).get())};
+}
+
+// Without recursion: arrays and objects may lie in each other to any depth.
+bool isHidden(const IInput& input) {
+    std::vector<const IInput*> left{&input};
+    while (!left.empty()) {
+        const IInput* next = left.back();
+        left.pop_back();
+        if (next->source() || isModified(*next)) return true;
+        for (u64 i = 0; i < next->inputCount(); ++i)
+            left.push_back(next->input(i));
+    }
+    return false;
+}
+
+String storedValue(const IInput& input) {
+    return wholeValue(input, [](const IInput& held) {
+        return isModified(held) ? RefersTo<IInput>(holderOf(*implOf(held).stashed()).get())
+                                : RefersTo<IInput>();
+    });
 }
 
 String shortText(const Value& value) {

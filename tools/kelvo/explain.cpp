@@ -42,9 +42,10 @@ public:
         findDownstream();
     }
 
-    void explain(IInput& input) {
+    /// `valued` is the same input where the types of all nodes are known.
+    void explain(IInput& input, const IInput& valued) {
         m_out.write(Tone::Name, input.path().view()).endLine();
-        explainValue(input, m_out);
+        explainValue(valued, &input == &valued ? nullptr : &input, m_out);
         if (!input.source()) printConnections("connections inside:\n", &input);
         ds::Vector<INode*> found;
         kelvo_sdk::impl::findDeps(&input, found, false);
@@ -143,20 +144,36 @@ private:
     std::vector<INode*> m_downstream;
 };
 
-Status runExplain(const ExplainOptions& options, Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+/// A path and the scene in which it is looked up.
+struct Place {
+    kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
     Address address;
+
+    [[nodiscard]] bool find(const String& path, String& error) {
+        return findAddress(scene, path, Append::Refused, address, error);
+    }
+};
+
+// Neighbours are those that the text tells of; values come from the types too.
+Status runExplain(const ExplainOptions& options, Terminal& out) {
+    Document document;
+    Place plain;
+    Place typed;
     String error;
-    if (!findAddress(scene, options.path, Append::Refused, address, error)) {
+    if (!document.open(options.file) || !document.read(plain.scene)) return Status::Fault;
+    const bool isInText = plain.find(options.path, error);
+    if (isInText && !plain.address.input.get()) {
+        Explainer(plain.scene, *plain.address.node.get(), out).explainNode();
+        return Status::Ok;
+    }
+    if (!document.readWithTypes(typed.scene)) return Status::Fault;
+    if (!typed.find(options.path, error)) {
         complain(displayed(options.file) + ": " + error);
         return Status::Usage;
     }
-    Explainer explainer(scene, *address.node.get(), out);
-    if (address.input.get())
-        explainer.explain(*address.input.get());
-    else
-        explainer.explainNode();
+    const Place& place = isInText ? plain : typed;
+    Explainer(place.scene, *place.address.node.get(), out)
+        .explain(*place.address.input.get(), *typed.address.input.get());
     return Status::Ok;
 }
 

@@ -5,6 +5,7 @@
 #include "sdk/interfaces/i_node.h"
 #include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/evaluation.h"
+#include "tools/kelvo/libraries.h"
 #include "tools/kelvo/value_summary.h"
 
 #include <algorithm>
@@ -34,20 +35,55 @@ void printLine(Terminal& out, std::string_view label, std::string_view text) {
     out.write(label).write(": ").write(Tone::Value, text).endLine();
 }
 
+bool isDefined(const IInput& input) {
+    const Libraries* libraries = librariesInUse();
+    return libraries && libraries->defines(input);
+}
+
+bool isEnabled(const INode& modifier) {
+    bool isEnabled = true;
+    if (modifier.hasInput("enabled", AttrType::Bool))
+        (void)modifier.input("enabled")->readBool(isEnabled, true, nullptr);
+    return isEnabled;
+}
+
+bool names(const INode& modifier, const IInput& input) {
+    String names;
+    if (modifier.hasInput("modifies", AttrType::String))
+        (void)modifier.input("modifies")->readString(names, false, nullptr);
+    return names.split(',', true, false).contains(input.name(), true);
+}
+
+// The modifiers at work that name an input; all at work where none does, as each may write more.
+std::vector<INode*> modifiersOf(const IInput& input) {
+    std::vector<INode*> modifiers;
+    const IInput* list = input.node()->input("modifiers");
+    for (u64 i = 0; list && i < list->inputCount(); ++i) {
+        INode* modifier = nullptr;
+        if (list->input(i)->readNode(modifier, false, nullptr) && modifier && isEnabled(*modifier))
+            modifiers.push_back(modifier);
+    }
+    const auto isNaming = [&](const INode* modifier) { return names(*modifier, input); };
+    if (std::ranges::any_of(modifiers, isNaming))
+        std::erase_if(modifiers, [&](const INode* modifier) { return !isNaming(modifier); });
+    return modifiers;
+}
+
 /// Prints what an input is, line by line.
 class ValuePrinter {
 public:
-    ValuePrinter(const IInput& input, Terminal& out) : m_input(input), m_out(out) {}
+    ValuePrinter(const IInput& input, const IInput* inText, Terminal& out)
+        : m_input(input), m_inText(inText), m_isOfType(isDefined(input)), m_out(out) {}
 
     void print() {
         printLine(m_out, "kind", m_input.typeName().view());
         if (m_input.type() == AttrType::Null) return;
-        printLine(m_out, m_input.source() ? "stored value" : "value", shortValue(m_input).view());
+        printValue();
         printSize();
-        if (const Value* kept = implOf(m_input).stashed())
-            printLine(m_out, "kept aside", shortText(*kept).view());
         if (m_input.source())
             printConnection();
+        else if (isModified(m_input))
+            printModifiers();
         else
             printOrigin();
         if (const AttrDetails* details = implOf(m_input).details()) printDescribed(*details);
@@ -55,6 +91,14 @@ public:
     }
 
 private:
+    void printValue() {
+        const Value* kept = implOf(m_input).stashed();
+        if (kept && isModified(m_input))
+            return printLine(m_out, "stored value", shortText(*kept).view());
+        printLine(m_out, m_input.source() ? "stored value" : "value", shortValue(m_input).view());
+        if (kept) printLine(m_out, "kept aside", shortText(*kept).view());
+    }
+
     void printSize() {
         String text;
         BufferView view;
@@ -72,15 +116,17 @@ private:
 
     void printOrigin() {
         m_out.write("from: ");
-        if (m_input.isDefault()) {
-            m_out.write("default, ").write(Tone::Value, defaultText().view()).endLine();
-            return;
+        if (m_input.isDefault()) return printDefault("default, ");
+        if (!m_input.isObject()) return printDefault("set, default ");
+        m_out.write("set, ").write(membersSet()).endLine();
+    }
+
+    void printDefault(std::string_view label) {
+        m_out.write(label).write(Tone::Value, defaultText().view());
+        if (m_isOfType) {
+            m_out.write(" of type ").write(Tone::Kind, m_input.node()->type().view());
+            if (implOf(m_input).isLeftOut()) m_out.write(", to which the file leaves it");
         }
-        m_out.write("set");
-        if (m_input.isObject())
-            m_out.write(", ").write(membersSet());
-        else
-            m_out.write(", default ").write(Tone::Value, defaultText().view());
         m_out.endLine();
     }
 
@@ -106,9 +152,29 @@ private:
         m_out.write("from: connection\n");
         IOutput* source = m_input.source();
         printSources({{m_input.node(), source->node(), &m_input, source}}, m_out);
-        const Evaluation result = evaluate(m_input);
+        const Evaluation result = evaluateInput();
         m_out.write(result.hasValue ? "evaluates to: " : "evaluates to: no value, as ");
         m_out.write(Tone::Value, result.text.view()).endLine();
+        if (m_isOfType) printDefault("default: ");
+    }
+
+    // An output that the type does not have is one of the text alone, where nobody evaluates it.
+    [[nodiscard]] Evaluation evaluateInput() const {
+        const Evaluation result = evaluate(m_input);
+        const Libraries* libraries = librariesInUse();
+        const bool isOfText =
+            m_inText && m_inText->source() && libraries && !libraries->mayDefine(*m_input.source());
+        return result.hasValue || !isOfText ? result : evaluate(*m_inText);
+    }
+
+    void printModifiers() {
+        const std::vector<INode*> modifiers = modifiersOf(m_input);
+        m_out.write(modifiers.size() == 1 ? "from: modifier " : "from: modifiers ");
+        for (std::size_t i = 0; i < modifiers.size(); ++i)
+            m_out.write(i == 0 ? "" : ", ").write(Tone::Name, modifiers[i]->name().view());
+        m_out.endLine();
+        printLine(m_out, "evaluates to", shortValue(m_input).view());
+        if (m_isOfType) printDefault("default: ");
     }
 
     void printDescribed(const AttrDetails& details) {
@@ -139,6 +205,8 @@ private:
     }
 
     const IInput& m_input;
+    const IInput* m_inText;
+    const bool m_isOfType;
     Terminal& m_out;
 };
 
@@ -155,8 +223,8 @@ void printSource(const NodeLink& link, Terminal& out) {
 
 } // namespace
 
-void explainValue(const IInput& input, Terminal& out) {
-    ValuePrinter(input, out).print();
+void explainValue(const IInput& input, const IInput* inText, Terminal& out) {
+    ValuePrinter(input, inText, out).print();
 }
 
 void printSources(std::vector<NodeLink> links, Terminal& out) {

@@ -6,8 +6,11 @@
 
 namespace qv::kelvo_tool {
 
-/// Prints kind and value of an input, where the value comes from, and what it may be.
-void explainValue(const kelvo_sdk::interfaces::IInput& input, Terminal& out);
+/// Prints kind and value of an input, where the value comes from, and what it may be. `input`
+/// stands in a scene that knows the types of its nodes; `inText`, null where it is left to a type,
+/// in one that does not.
+void explainValue(const kelvo_sdk::interfaces::IInput& input,
+                  const kelvo_sdk::interfaces::IInput* inText, Terminal& out);
 
 /// Prints the connections given and, upstream of them, all that lead there, the nearest first.
 void printSources(std::vector<NodeLink> links, Terminal& out);

@@ -3,6 +3,7 @@
 #include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/libraries.h"
 #include "tools/kelvo/value_filter.h"
 #include "tools/kelvo/value_summary.h"
 
@@ -38,18 +39,24 @@ struct Query {
     Wildcard path;
     std::optional<Wildcard> type;
     std::optional<ValueFilter> value;
+    /// Needed where a type is asked for: they know bases that the text does not name.
+    const Libraries* libraries = nullptr;
 
     [[nodiscard]] bool accepts(const INode& node) const {
         if (value) return false;
-        if (!type || type->matches(node.type().view())) return true;
-        const StringVector bases = node.bases();
-        return std::ranges::any_of(bases,
-                                   [&](const String& base) { return type->matches(base.view()); });
+        return !type || type->matches(node.type().view()) || isWithin(node.bases()) ||
+               isWithin(libraries->basesOf(node.type()));
     }
     [[nodiscard]] bool accepts(const IInput& input) const {
         const bool isOfType = !type || type->matches(input.typeName().view()) ||
                               type->matches(kelvo_sdk::attrTypeName(input.type()));
         return isOfType && (!value || value->accepts(input));
+    }
+
+private:
+    [[nodiscard]] bool isWithin(const StringVector& bases) const {
+        return std::ranges::any_of(bases,
+                                   [&](const String& base) { return type->matches(base.view()); });
     }
 };
 
@@ -155,6 +162,7 @@ Status runFind(const FindOptions& options, Terminal& out) {
         complain(error);
         return Status::Usage;
     }
+    if (query.type && !(query.libraries = librariesInUse())) return Status::Fault;
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
     Finder finder(query, options, out);

@@ -6,6 +6,7 @@
 #include "tools/kelvo/graph_dot.h"
 #include "tools/kelvo/graph_model.h"
 #include "tools/kelvo/graph_picture.h"
+#include "tools/kelvo/progress_line.h"
 
 #include "sdk/impl/near_name.h"
 
@@ -88,20 +89,33 @@ Status told(Status status, const String& error) {
     return status;
 }
 
-Status runGraph(const GraphOptions& options, Terminal& out) {
-    String error;
+/// What the options ask for, understood.
+struct Wish {
     Format format{};
     EdgeSorts sorts{};
-    if (!findFormat(options.outFile, format, error) || !findSorts(options.only, sorts, error))
+};
+
+Status drawScene(const kelvo_sdk::Scene& scene, const GraphOptions& options, const Wish& wish,
+                 String& text, String& error) {
+    const ProgressLine line("kelvo: drawing " + displayed(options.file));
+    SceneGraph graph(scene, wish.sorts);
+    if (!limit(scene, options, graph, error)) return Status::Usage;
+    return draw(graph, wish.format, !options.noIcons, text, error) ? Status::Ok : Status::Fault;
+}
+
+Status runGraph(const GraphOptions& options, Terminal& out) {
+    String error;
+    Wish wish;
+    if (!findFormat(options.outFile, wish.format, error) ||
+        !findSorts(options.only, wish.sorts, error))
         return told(Status::Usage, error);
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
-    SceneGraph graph(scene, sorts);
-    if (!limit(scene, options, graph, error)) return told(Status::Usage, error);
     String text;
-    if (!draw(graph, format, !options.noIcons, text, error)) return told(Status::Fault, error);
+    if (const Status status = drawScene(scene, options, wish, text, error); status != Status::Ok)
+        return told(status, error);
     if (isStream(options.outFile))
-        out.write(text.view());
+        out.writeData(text.view());
     else if (!writeFile(options.outFile, text.view(), error))
         return told(Status::Fault, error);
     return Status::Ok;

@@ -1,5 +1,7 @@
 #include "tools/kelvo/graph_colors.h"
 
+#include "tools/kelvo/libraries.h"
+
 #include <array>
 
 namespace qv::kelvo_tool {
@@ -34,8 +36,11 @@ std::string_view familyColor(const String& type) {
 std::string_view colorOf(const kelvo_sdk::interfaces::INode& node) {
     const String type = node.type();
     std::string_view color = familyColor(type);
-    for (const String& base : node.bases())
-        if (color.empty()) color = familyColor(base);
+    const Libraries* libraries = librariesInUse();
+    for (const StringVector& bases :
+         {node.bases(), libraries ? libraries->basesOf(type) : StringVector()})
+        for (const String& base : bases)
+            if (color.empty()) color = familyColor(base);
     return color.empty() ? others[type.hash() % others.size()] : color;
 }
 

@@ -2,7 +2,9 @@
 
 #include "sdk/interfaces/i_node.h"
 
+#include <functional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_tool {
@@ -11,6 +13,13 @@ namespace qv::kelvo_tool {
 class GraphIcons {
 public:
     static constexpr u64 none = noIndex;
+
+    /// Returns the icon of a node as SVG.
+    using IconOf = std::function<String(const kelvo_sdk::interfaces::INode& node)>;
+
+    /// Takes the icons that nodes have themselves.
+    GraphIcons();
+    explicit GraphIcons(IconOf iconOf) : m_iconOf(std::move(iconOf)) {}
 
     /// Returns the place of a node's icon, `none` for one that is not plain SVG.
     u64 add(const kelvo_sdk::interfaces::INode& node);
@@ -23,6 +32,7 @@ public:
     [[nodiscard]] u64 refusedCount() const noexcept { return m_refused; }
 
 private:
+    IconOf m_iconOf;
     std::unordered_map<String, u64> m_places;
     std::vector<String> m_all;
     u64 m_refused = 0;

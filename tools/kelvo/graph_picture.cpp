@@ -4,6 +4,7 @@
 #include "tools/kelvo/graph_dot.h"
 #include "tools/kelvo/graph_icons.h"
 #include "tools/kelvo/graph_program.h"
+#include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
 
 #include <cerrno>
@@ -22,6 +23,12 @@ constexpr const char* iconPixels = "48";
 constexpr std::string_view iconFrame =
     "<?xml version=\"1.0\"?>\n"
     "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"24\" height=\"24\"/>\n";
+
+// Scene text has no icons: the types have them.
+String iconOf(const SceneGraph::INode& node) {
+    const Libraries* libraries = librariesInUse();
+    return libraries ? libraries->iconOf(node) : node.svgIcon(false);
+}
 
 String firstLine(const String& text) {
     return text.toFirst('\n', false);
@@ -124,7 +131,7 @@ private:
     String& m_error;
     const StopRequests m_stopRequests;
     const TemporaryFolder m_folder;
-    GraphIcons m_icons;
+    GraphIcons m_icons{iconOf};
     bool m_isIconTold = false;
 };
 

@@ -1,11 +1,14 @@
 #include "tools/kelvo/commands.h"
 
+#include "sdk/impl/near_name.h"
 #include "sdk/impl/node.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/help_site.h"
 #include "tools/kelvo/help_text.h"
 #include "tools/kelvo/libraries.h"
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_tool {
@@ -15,21 +18,34 @@ namespace {
 using kelvo_sdk::impl::Node;
 
 struct HelpOptions {
-    std::optional<String> type;
+    const CommandLine* line = nullptr;
+    /// The name of a command or a node type.
+    std::optional<String> word;
+    bool isType = false;
     bool all = false;
     /// The folder of the site, or the file of one page.
     String out;
-    i64 width = 80;
+    /// 0: that of the terminal, 80 without one.
+    i64 width = 0;
+
+    [[nodiscard]] bool isPage() const { return !out.isEmpty(); }
 };
 
+constexpr u64 usualWidth = 80;
+
+u64 widthOf(const HelpOptions& options, const Terminal& out) {
+    if (options.width != 0) return static_cast<u64>(options.width);
+    return out.width() == 0 ? usualWidth : std::min(out.width(), usualWidth);
+}
+
 Status printType(const Node& type, const HelpOptions& options, Terminal& out) {
-    if (options.out.isEmpty()) {
-        out.write(helpText(type, static_cast<u64>(options.width)).view());
+    if (!options.isPage()) {
+        out.write(helpText(type, widthOf(options, out)).view());
         return Status::Ok;
     }
     const String page = type.htmlHelp(true, {});
     if (isStream(options.out)) {
-        out.write(page.view());
+        out.writeData(page.view());
         return Status::Ok;
     }
     String error;
@@ -54,26 +70,70 @@ Status printAll(const std::vector<const Node*>& types, const HelpOptions& option
     return Status::Ok;
 }
 
+Status tellUnknown(const String& word, const CommandLine& line, const Libraries& libraries) {
+    StringVector names = line.commands();
+    for (const Node* type : libraries.types())
+        names.push_back(type->type());
+    kelvo_sdk::impl::NearName near(word.view());
+    for (const String& known : std::as_const(names))
+        near.offer(known.view());
+    const bool isNearCommand = !line.helpOf(String(near.best())).isEmpty();
+    complain(near.best().empty()
+                 ? "no command and no node type '" + word + "' (see kelvo help and kelvo types)"
+                 : (isNearCommand ? "no command '" : "no node type '") + word + "'" +
+                       near.question());
+    return Status::Usage;
+}
+
+// A command comes before a node type of that name, unless pages are asked for, which types have.
+Status explainWord(const HelpOptions& options, const Libraries& libraries, Terminal& out) {
+    const String& word = *options.word;
+    const Node* type = libraries.lookUpType(word);
+    const String command = options.isType ? String() : options.line->helpOf(word);
+    if (command.isEmpty() && options.isType) type = libraries.findType(word);
+    if (type && (command.isEmpty() || options.isPage())) return printType(*type, options, out);
+    if (options.isType) return Status::Usage;
+    if (command.isEmpty()) return tellUnknown(word, *options.line, libraries);
+    if (options.isPage()) {
+        complain("-o writes pages of node types, and '" + word + "' is a command.");
+        return Status::Usage;
+    }
+    out.write(command.view());
+    if (type)
+        out.write(
+            ("\nThere is a node type " + word + " too: kelvo help --type " + word + "\n").view());
+    return Status::Ok;
+}
+
 Status runHelp(const HelpOptions& options, Terminal& out) {
-    if (options.all == options.type.has_value()) {
+    const bool asksNothing = !options.word && !options.all && !options.isPage() && !options.isType;
+    if (asksNothing) {
+        out.write(options.line->help().view());
+        return Status::Ok;
+    }
+    if (options.all == options.word.has_value()) {
         complain("expected a node type, or --all.");
         return Status::Usage;
     }
     const Libraries* libraries = librariesInUse();
     if (!libraries) return Status::Fault;
-    if (options.all) return printAll(libraries->types(), options, out);
-    const Node* type = libraries->findType(*options.type);
-    return type ? printType(*type, options, out) : Status::Usage;
+    return options.all ? printAll(libraries->types(), options, out)
+                       : explainWord(options, *libraries, out);
 }
 
 } // namespace
 
 void addHelp(CommandLine& line) {
-    auto [command, options] = line.add("help", "Print the help of a node type", &runHelp);
-    command.add("TYPE", options.type, "Node type");
+    auto [command, options] =
+        line.add("help", "Print the help of a command or a node type", &runHelp);
+    options.line = &line;
+    command.add("WORD", options.word, "Command or node type; by default all commands are listed");
+    command.add("--type", options.isType, "WORD is a node type, though a command has its name");
     command.add("--all", options.all, "Write a site of all types to the folder of -o");
     command.add("-o", options.out, "Write a page of HTML to this file, or with --all a site");
-    command.add("--width", options.width, "Columns of a line").positive().showDefault();
+    command
+        .add("--width", options.width, "Columns of a line, 80 or those of the terminal by default")
+        .positive();
 }
 
 } // namespace qv::kelvo_tool

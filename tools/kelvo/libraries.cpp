@@ -4,6 +4,7 @@
 #include "sdk/impl/near_name.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/standard_library.h"
+#include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/message.h"
 #include "tools/plugins/plugins.h"
@@ -36,6 +37,17 @@ const Libraries* librariesInUse() {
     static Libraries libraries;
     static const bool isComplete = libraries.load(libraryOptions());
     return isComplete ? &libraries : nullptr;
+}
+
+bool addDerivedTypes(const StringVector& types, StringVector& all) {
+    all = types;
+    if (types.isEmpty()) return true;
+    const Libraries* libraries = librariesInUse();
+    if (!libraries) return false;
+    for (const Node* type : libraries->types())
+        if (type->isTypeOf(types) && !types.contains(type->type(), false))
+            all.push_back(type->type());
+    return true;
 }
 
 bool readLibrary(const String& file, LibInfo& library) {
@@ -103,6 +115,30 @@ const Node* Libraries::lookUpType(const String& name) const noexcept {
     for (const NamedLibrary& known : m_all)
         if (const Node* type = known.library->findType(name)) return type;
     return nullptr;
+}
+
+StringVector Libraries::basesOf(const String& type) const {
+    const Node* known = lookUpType(type);
+    return known ? known->bases() : StringVector();
+}
+
+String Libraries::iconOf(const kelvo_sdk::interfaces::INode& node) const {
+    if (const String own = node.svgIcon(true); !own.isEmpty()) return own;
+    const Node* known = lookUpType(node.type());
+    return known ? known->svgIcon(false) : node.svgIcon(false);
+}
+
+bool Libraries::defines(const kelvo_sdk::interfaces::IInput& input) const {
+    const kelvo_sdk::interfaces::IInput* top = &input;
+    while (top->parent())
+        top = top->parent();
+    const Node* type = top->node() ? lookUpType(top->node()->type()) : nullptr;
+    return type && type->hasInput(top->name(), top->type());
+}
+
+bool Libraries::mayDefine(const kelvo_sdk::interfaces::IOutput& output) const {
+    const Node* type = output.node() ? lookUpType(output.node()->type()) : nullptr;
+    return !type || type->hasOutput(output.name(), output.type());
 }
 
 const Node* Libraries::findType(const String& name) const {

@@ -45,6 +45,14 @@ public:
     [[nodiscard]] std::vector<const kelvo_sdk::impl::Node*> types() const;
     /// Returns a type's prototype, null when there is none.
     [[nodiscard]] const kelvo_sdk::impl::Node* lookUpType(const String& name) const noexcept;
+    /// Returns the bases of a type, none when there is no type of that name.
+    [[nodiscard]] StringVector basesOf(const String& type) const;
+    /// Returns the icon of a node or its type as SVG, or the picture for types without one.
+    [[nodiscard]] String iconOf(const kelvo_sdk::interfaces::INode& node) const;
+    /// Tells whether the type of an input's node has it: the top one, where it lies in others.
+    [[nodiscard]] bool defines(const kelvo_sdk::interfaces::IInput& input) const;
+    /// Tells whether the type of an output's node has it, or is unknown.
+    [[nodiscard]] bool mayDefine(const kelvo_sdk::interfaces::IOutput& output) const;
     /// Returns a type's prototype; null, after telling the nearest name, when there is none.
     [[nodiscard]] const kelvo_sdk::impl::Node* findType(const String& name) const;
 
@@ -62,6 +70,10 @@ void addLibraryArguments(CommandLine& line);
 /// Returns what `libraryOptions` asks for, loaded at the first call; null after telling that it
 /// cannot be.
 [[nodiscard]] const Libraries* librariesInUse();
+
+/// Sets `all` to type names and, behind them, all types that have one of these as a base: scene
+/// text need not name bases. False after telling that libraries cannot be loaded.
+[[nodiscard]] bool addDerivedTypes(const StringVector& types, StringVector& all);
 
 /// Adds the definitions of a file, whose bases may be types of the library or the standard one;
 /// false after telling all that is wrong with them.

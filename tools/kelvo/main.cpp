@@ -4,7 +4,9 @@
 #include "tools/kelvo/libraries.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <exception>
+#include <new>
 
 namespace {
 
@@ -55,15 +57,36 @@ Status run(int count, char** arguments) {
     return Status::Fault;
 }
 
+std::terminate_handler s_endOtherwise = nullptr;
+
+// The memory may run out where no exception can get out.
+[[noreturn]] void endSuddenly() {
+    try {
+        if (const std::exception_ptr thrown = std::current_exception())
+            std::rethrow_exception(thrown);
+    } catch (const std::bad_alloc&) {
+        complainOfMemory();
+        std::_Exit(static_cast<int>(Status::Fault));
+    } catch (...) {
+        s_endOtherwise();
+    }
+    s_endOtherwise();
+    std::abort();
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
+    s_endOtherwise = std::set_terminate(&endSuddenly);
     // A reader that goes away and a file that must not grow show as failed writes.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     qv::setLogHandler(&tellMessage);
     try {
         return static_cast<int>(run(count, arguments));
+    } catch (const std::bad_alloc&) {
+        complainOfMemory();
+        return static_cast<int>(Status::Fault);
     } catch (const std::exception& error) {
         complain(error.what());
         return static_cast<int>(Status::Fault);

@@ -3,7 +3,10 @@
 #include "tools/kelvo/diff_json.h"
 #include "tools/kelvo/diff_text.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/progress_line.h"
 #include "tools/kelvo/versions.h"
+
+#include <new>
 
 namespace qv::kelvo_tool {
 
@@ -55,7 +58,7 @@ bool understand(const MergeArguments& arguments, kelvo_sdk::MergeOptions& option
     return false;
 }
 
-Status runMerge(const MergeArguments& arguments, Terminal& out) {
+Status mergeFiles(const MergeArguments& arguments, Terminal& out) {
     kelvo_sdk::MergeOptions options;
     if (!understand(arguments, options)) return Status::Usage;
     Versions scenes;
@@ -63,19 +66,33 @@ Status runMerge(const MergeArguments& arguments, Terminal& out) {
     std::vector<MergeConflict> conflicts;
     String error;
     const Scene merged = Scene::create();
-    if (!kelvo_sdk::mergeScenes(scenes[0], scenes[1], scenes[2], options, merged, conflicts,
-                                error)) {
+    const bool isMerged = [&] {
+        const ProgressLine line("kelvo: merging");
+        return kelvo_sdk::mergeScenes(scenes[0], scenes[1], scenes[2], options, merged, conflicts,
+                                      error);
+    }();
+    if (!isMerged) {
         complain("what both sides changed does not go together: " + error);
         return Status::Usage;
     }
     // git takes the result from MINE.
     if (!scenes.document(1).save(merged, arguments.outFile, out)) return Status::Usage;
     if (arguments.format == "json")
-        out.write(toJson(conflicts).view());
+        out.writeData(toJson(conflicts).view());
     else
         for (const MergeConflict& conflict : conflicts)
             tellConflict(conflict);
     return conflicts.empty() || options.preferred ? Status::Ok : Status::Fault;
+}
+
+// A run that breaks off is no answer.
+Status runMerge(const MergeArguments& arguments, Terminal& out) {
+    try {
+        return mergeFiles(arguments, out);
+    } catch (const std::bad_alloc&) {
+        complainOfMemory();
+        return Status::Usage;
+    }
 }
 
 } // namespace

@@ -20,5 +20,7 @@ void complain(const String& message);
 void warn(const String& message);
 /// The same with "note: ".
 void remark(const String& message);
+/// Complains that the memory ran out, and takes none for it.
+void complainOfMemory() noexcept;
 
 } // namespace qv::kelvo_tool

@@ -23,9 +23,9 @@ Status runNew(const NewOptions& options, Terminal& out) {
     const kelvo_sdk::Node node = scene.createNode(options.type, options.name);
     if (!node.get()) return Status::Usage;
     if (options.isBrief)
-        out.write(("node " + node->type() + " \"" + node.name() + "\" {\n}\n").view());
+        out.writeData(("node " + node->type() + " \"" + node.name() + "\" {\n}\n").view());
     else
-        out.write(node->serialize(false, false).view());
+        out.writeData(node->serialize(false, false).view());
     return Status::Ok;
 }
 

@@ -6,6 +6,7 @@
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/libraries.h"
 
 #include <string>
 
@@ -79,6 +80,8 @@ void printPaths(PathIterator& paths, const PathsOptions& options, Terminal& out)
 Status runPaths(const PathsOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
+    StringVector types;
+    if (!addDerivedTypes(options.types, types)) return Status::Fault;
     const String place = displayed(options.file) + ": ";
     const kelvo_sdk::Node from = scene.findNode(options.from);
     const kelvo_sdk::Node to = options.to ? scene.findNode(*options.to) : kelvo_sdk::Node();
@@ -88,7 +91,7 @@ Status runPaths(const PathsOptions& options, Terminal& out) {
     }
     const auto paths =
         RefersTo<PathIterator>::adopt(to.get() ? from->pathsTo(to.get(), options.allLinks)
-                                               : from->paths(options.types, options.allLinks));
+                                               : from->paths(types, options.allLinks));
     const bool isFound = paths->current() != nullptr;
     if (options.countOnly) out.write(Tone::Value, total(*paths.get()).view()).endLine();
     if (!isFound) {
@@ -110,7 +113,7 @@ void addPaths(CommandLine& line) {
     command.addFile(options.file);
     command.add("FROM", options.from, "Node to start from").required();
     const Argument to = command.add("TO", options.to, "Node to reach, all by default");
-    command.add("--type", options.types, "Types of the nodes to reach").excludes(to);
+    command.add("--type", options.types, "Types, or bases, of the nodes to reach").excludes(to);
     command.add("--all", options.allLinks, "Every link and connection, not only children");
     const Argument limit =
         command.add("--limit", options.limit, "Most paths to print").positive().showDefault();

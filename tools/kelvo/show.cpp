@@ -86,7 +86,8 @@ private:
 
     // What stands in front of a line that is `levels` below the top.
     [[nodiscard]] std::string guides(std::size_t levels) const {
-        return treeGuides(levels, [this](std::size_t i) { return m_way[i].isDone(); });
+        return treeGuides(levels, m_out.width(),
+                          [this](std::size_t i) { return m_way[i].isDone(); });
     }
 
     void printAttributes(const INode& node) {

@@ -93,7 +93,7 @@ Status runStats(const String& file, Terminal& out) {
     if (!loadScene(file, scene)) return Status::Fault;
     const Counts counts(scene);
     printCounts(counts, scene.nodeCount(), Hierarchy(scene), out);
-    out.write("hash: ").write(Tone::Value, hashText(sceneHash(scene, {})).view()).endLine();
+    out.write("hash: ").write(Tone::Kind, hashText(sceneHash(scene, {})).view()).endLine();
     return Status::Ok;
 }
 

@@ -1,11 +1,12 @@
 #include "tools/kelvo/terminal.h"
 
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/progress_line.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include <unistd.h>
 
@@ -15,54 +16,42 @@ namespace {
 
 constexpr u64 pieceSize = 1 << 16;
 
-bool wantsColor() {
-    if (::isatty(STDOUT_FILENO) == 0) return false;
-    const char* noColor = std::getenv("NO_COLOR");
-    if (noColor && *noColor != '\0') return false;
-    const char* kind = std::getenv("TERM");
-    return !kind || std::string_view(kind) != "dumb";
-}
-
-std::string_view startOf(Tone tone) {
-    switch (tone) {
-    case Tone::Name:
-        return "\x1b[1m";
-    case Tone::Kind:
-        return "\x1b[36m";
-    case Tone::Value:
-        return "\x1b[32m";
-    case Tone::Note:
-        return "\x1b[2m";
-    default:
-        return {};
-    }
-}
-
-void appendHarmless(std::string_view text, StringIO& out) {
-    for (const char c : text) {
+std::string harmless(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) {
         const auto byte = static_cast<unsigned char>(c);
-        out.append(byte < 0x20 || byte == 0x7f ? '?' : c);
+        if (byte < 0x20 || byte == 0x7f) c = '?';
     }
+    return out;
 }
 
 } // namespace
 
-Terminal::Terminal() : m_colored(wantsColor()) {}
+Terminal::Terminal() : m_look(lookOf(STDOUT_FILENO)) {}
 
 Terminal& Terminal::write(std::string_view text) {
     if (m_closed) return *this;
-    m_text.append(text);
+    if (!m_look.isTerminal()) {
+        m_text.append(text);
+    } else {
+        for (std::size_t end = text.find('\n'); end != std::string_view::npos;
+             end = text.find('\n')) {
+            addPiece(Tone::Plain, text.substr(0, end));
+            closeLine();
+            m_text.append('\n');
+            text.remove_prefix(end + 1);
+        }
+        addPiece(Tone::Plain, text);
+    }
     if (m_text.size() >= pieceSize) writeOut();
     return *this;
 }
 
 Terminal& Terminal::write(Tone tone, std::string_view text) {
     if (m_closed) return *this;
-    const std::string_view start = m_colored ? startOf(tone) : std::string_view();
-    m_text.append(start);
-    appendHarmless(text, m_text);
-    if (!start.empty()) m_text.append("\x1b[0m");
-    if (m_text.size() >= pieceSize) writeOut();
+    const std::string shown = harmless(text);
+    if (!m_look.isTerminal()) return write(shown);
+    addPiece(tone, shown);
     return *this;
 }
 
@@ -70,7 +59,28 @@ Terminal& Terminal::writeUInt(u64 value) {
     return write(std::to_string(value));
 }
 
+Terminal& Terminal::writeData(std::string_view text) {
+    if (m_closed) return *this;
+    closeLine();
+    m_text.append(text);
+    if (m_text.size() >= pieceSize) writeOut();
+    return *this;
+}
+
+void Terminal::addPiece(Tone tone, std::string_view text) {
+    if (text.empty()) return;
+    if (!m_line.empty() && m_line.back().tone == tone)
+        m_line.back().text += text;
+    else
+        m_line.push_back({tone, std::string(text)});
+}
+
+void Terminal::closeLine() {
+    if (!m_line.empty()) appendFitted(m_text, std::exchange(m_line, {}), m_look);
+}
+
 void Terminal::writeOut() {
+    if (m_look.isTerminal()) ProgressLine::hide();
     if (!m_closed && !writeAll(STDOUT_FILENO, m_text.view())) {
         m_closed = true;
         if (errno != EPIPE) m_reason = errno;
@@ -79,15 +89,12 @@ void Terminal::writeOut() {
 }
 
 bool Terminal::flush(String& error) {
+    closeLine();
     writeOut();
     if (m_reason == 0) return true;
     error = "cannot write standard output: " +
             String(std::string_view(std::generic_category().message(m_reason)));
     return false;
-}
-
-bool errorsOnTerminal() {
-    return ::isatty(STDERR_FILENO) != 0;
 }
 
 } // namespace qv::kelvo_tool

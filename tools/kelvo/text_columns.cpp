@@ -49,6 +49,19 @@ char32_t decoded(std::string_view text, u64 length) noexcept {
     return c;
 }
 
+struct Character {
+    std::size_t bytes;
+    u64 columns;
+};
+
+// The character at the start of a text that is not empty.
+Character firstOf(std::string_view text) noexcept {
+    const u64 length = utf8::sequenceLength(text);
+    const char32_t c = length == 0 ? U'?' : decoded(text, length);
+    const u64 columns = isIn(marks, c) ? 0 : isIn(wide, c) ? 2 : 1;
+    return {std::max<u64>(length, 1), columns};
+}
+
 bool isBlank(char c) noexcept {
     return c == ' ' || c == '\t' || c == '\r';
 }
@@ -124,12 +137,26 @@ private:
 u64 columnsOf(std::string_view text) noexcept {
     u64 columns = 0;
     while (!text.empty()) {
-        const u64 length = utf8::sequenceLength(text);
-        const char32_t c = length == 0 ? U'?' : decoded(text, length);
-        if (!isIn(marks, c)) columns += isIn(wide, c) ? 2 : 1;
-        text.remove_prefix(std::max<u64>(length, 1));
+        const Character next = firstOf(text);
+        columns += next.columns;
+        text.remove_prefix(next.bytes);
     }
     return columns;
+}
+
+std::size_t bytesWithin(std::string_view text, u64 columns) noexcept {
+    std::size_t bytes = 0;
+    while (bytes < text.size()) {
+        const Character next = firstOf(text.substr(bytes));
+        if (next.columns > columns) break;
+        columns -= next.columns;
+        bytes += next.bytes;
+    }
+    return bytes;
+}
+
+bool isPlainText(std::string_view text) noexcept {
+    return utf8::firstFault(text) == text.size();
 }
 
 void appendPlain(StringIO& out, std::string_view text) {

@@ -9,6 +9,12 @@ namespace qv::kelvo_tool {
 /// Returns how many columns of a terminal a text takes: wide characters two, marks none.
 [[nodiscard]] u64 columnsOf(std::string_view text) noexcept;
 
+/// Returns how many bytes at the start of a text are whole characters that fit so many columns.
+[[nodiscard]] std::size_t bytesWithin(std::string_view text, u64 columns) noexcept;
+
+/// Tells whether a text has nothing but characters in it: UTF-8, blanks and ends of lines.
+[[nodiscard]] bool isPlainText(std::string_view text) noexcept;
+
 /// Appends a text without what a terminal could take for a command: that becomes '?'.
 void appendPlain(StringIO& out, std::string_view text);
 

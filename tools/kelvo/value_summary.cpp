@@ -95,29 +95,32 @@ void appendShort(const IInput& input, bool isInside, StringIO& out) {
     }
 }
 
-void appendWhole(const IInput& input, u64 depth, StringIO& out);
+void appendWhole(const IInput& input, u64 depth, const StandIn& standIn, StringIO& out);
 
-void appendMembers(const IInput& object, u64 depth, StringIO& out) {
+void appendMembers(const IInput& object, u64 depth, const StandIn& standIn, StringIO& out) {
     out.append("{\n");
     for (u64 i = 0; i < object.inputCount(); ++i) {
         const IInput& member = *object.input(i);
         out.appendRepeated(' ', 4 * (depth + 1));
         out.append(member.typeName().view()).append(' ').append(member.name().view());
         out.append(member.isObject() ? " " : " = ");
-        appendWhole(member, depth + 1, out);
+        appendWhole(member, depth + 1, standIn, out);
         out.append('\n');
     }
     out.appendRepeated(' ', 4 * depth).append('}');
 }
 
 // Recursion ends soon: a reader of scene text bounds how deep things are nested.
-void appendWhole(const IInput& input, u64 depth, StringIO& out) {
-    if (input.isObject()) return appendMembers(input, depth, out);
-    if (input.type() != AttrType::Array) return appendPlain(input, false, out);
+void appendWhole(const IInput& input, u64 depth, const StandIn& standIn, StringIO& out) {
+    if (input.isObject()) return appendMembers(input, depth, standIn, out);
+    if (input.type() != AttrType::Array) {
+        const RefersTo<IInput> other = standIn(input);
+        return appendPlain(other ? *other : input, false, out);
+    }
     out.append('[');
     for (u64 i = 0; i < input.inputCount(); ++i) {
         if (i != 0) out.append(", ");
-        appendWhole(*input.input(i), depth, out);
+        appendWhole(*input.input(i), depth, standIn, out);
     }
     out.append(']');
 }
@@ -131,11 +134,19 @@ String shortValue(const IInput& input) {
 }
 
 String wholeValue(const IInput& input) {
+    return wholeValue(input, [](const IInput&) { return RefersTo<IInput>(); });
+}
+
+String wholeValue(const IInput& input, const StandIn& standIn) {
     StringIO out;
+    if (input.type() != AttrType::String) {
+        appendWhole(input, 0, standIn, out);
+        return out.take();
+    }
     String text;
-    if (input.type() == AttrType::String && input.readString(text, false, nullptr)) return text;
-    appendWhole(input, 0, out);
-    return out.take();
+    const RefersTo<IInput> other = standIn(input);
+    (void)(other ? *other : input).readString(text, false, nullptr);
+    return text;
 }
 
 } // namespace qv::kelvo_tool

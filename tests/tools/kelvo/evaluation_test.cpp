@@ -97,5 +97,24 @@ TEST(ShortTextTest, Values_AreShortAsInScenes) {
     EXPECT_EQ(shortText(Value(String::format("%0100d", 0))).size(), 60u + 2 + 3 + 10);
 }
 
+TEST_F(EvaluationTest, InputThatHoldsConnectedOnes_IsEvaluatedWhole) {
+    IInput* input = connected("half", AttrType::Real, AttrType::Real);
+    auto* reader = static_cast<Node*>(input->node());
+    IInput* list = reader->createArray("list", AttrType::Real);
+    EXPECT_TRUE(list->appendElement()->setReal(2.0));
+    EXPECT_FALSE(isHidden(*list));
+    EXPECT_TRUE(list->appendElement()->connect(m_source));
+    EXPECT_TRUE(isHidden(*list));
+    expectResult(evaluateWhole(*list), true, "[2, 0.5]");
+    EXPECT_STREQ(storedValue(*list).buf(), "[2, 0]");
+}
+
+TEST_F(EvaluationTest, InputThatHoldsOneWithoutValue_HasNone) {
+    IInput* input = connected("idle", AttrType::Real, AttrType::Real);
+    IInput* list = static_cast<Node*>(input->node())->createArray("list", AttrType::Real);
+    EXPECT_TRUE(list->appendElement()->connect(m_source));
+    expectResult(evaluateWhole(*list), false, "the eval callback of 'source' gave none");
+}
+
 } // namespace
 } // namespace qv::kelvo_tool

@@ -72,5 +72,34 @@ TEST(AppendWrapped, EndsOfLines_AreKeptAndOneBlankOne) {
     EXPECT_EQ(wrapped("", {80, 0}), "");
 }
 
+TEST(BytesWithin, Text_EndsBehindTheLastCharacterThatFits) {
+    const struct {
+        std::string_view text;
+        u64 columns;
+        std::size_t expected;
+        const char* note;
+    } cases[] = {
+        {"abc", 5, 3, "all"},
+        {"abc", 3, 3, "just so"},
+        {"abc", 2, 2, "a part"},
+        {"abc", 0, 0, "nothing"},
+        {"\xe6\xbc\xa2\xe5\xad\x97", 3, 3, "half of a wide character does not fit"},
+        {"ab\xcc\x88"
+         "c",
+         2, 4, "a mark goes with its letter"},
+        {"\xff\xff", 1, 1, "no UTF-8"},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(bytesWithin(test.text, test.columns), test.expected) << test.note;
+}
+
+TEST(IsPlainText, Bytes_AreTextWithoutControlsAndFaults) {
+    for (const std::string_view text : {"", "a\tb\r\n", "\xe6\xbc\xa2"})
+        EXPECT_TRUE(isPlainText(text)) << text;
+    for (const std::string_view text :
+         {std::string_view("a\0b", 3), std::string_view("\x1b[m"), std::string_view("\xff")})
+        EXPECT_FALSE(isPlainText(text)) << text;
+}
+
 } // namespace
 } // namespace qv::kelvo_tool
