@@ -11,6 +11,7 @@
 #include <assimp/Importer.hpp>
 #include <assimp/ProgressHandler.hpp>
 #include <assimp/config.h>
+#include <assimp/importerdesc.h>
 #include <assimp/version.h>
 
 #include <exception>
@@ -74,6 +75,13 @@ void importParts(ImportContext& context) {
     listLeftOut(context);
 }
 
+std::string_view readerOf(const Assimp::Importer& importer) {
+    const int index = importer.GetPropertyInteger("importerIndex", -1);
+    const aiImporterDesc* reader =
+        index < 0 ? nullptr : importer.GetImporterInfo(static_cast<size_t>(index));
+    return reader && reader->mName ? reader->mName : "";
+}
+
 // The importer owns what is set, and uses it for this file alone.
 const aiScene* readFile(Assimp::Importer& importer, const String& file, const Progress& progress) {
     MemoryLimit limit(kPlainMemory);
@@ -92,7 +100,7 @@ bool readModel(const Scene& scene, const String& file, Report& report, const Imp
         report.error = reasonOf(importer.GetErrorString(), file);
         return false;
     }
-    const Space space = spaceOf(importer, *model, options.model);
+    const Space space = spaceOf(readerOf(importer), *model, options.model);
     report.error = whyNotInto(space, options.scene);
     if (!report.error.isEmpty()) return false;
     const u64 before = scene.nodeCount();

@@ -2,9 +2,6 @@
 
 #include "tools/import/import_context.h"
 
-#include <assimp/Importer.hpp>
-#include <assimp/importerdesc.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -39,13 +36,6 @@ constexpr FormatSpace kFormats[] = {
     {"Return To Castle", "y", 0.0},    // turned by the reader
     {"Doom 3", "y", 0.0},              // turned by the reader
 };
-
-std::string_view readerOf(const Assimp::Importer& importer) {
-    const int index = importer.GetPropertyInteger("importerIndex", -1);
-    const aiImporterDesc* reader =
-        index < 0 ? nullptr : importer.GetImporterInfo(static_cast<size_t>(index));
-    return reader && reader->mName ? reader->mName : "";
-}
 
 // 2.54f is 2.54, and not the nearest double to the nearest float.
 double shortest(float number) {
@@ -104,8 +94,7 @@ void record(ImportContext& context, const Space& space) {
 
 } // namespace
 
-Space spaceOf(const Assimp::Importer& importer, const aiScene& model, const Space& given) {
-    const std::string_view reader = readerOf(importer);
+Space spaceOf(std::string_view reader, const aiScene& model, const Space& given) {
     Space space;
     const auto* found =
         std::find_if(std::begin(kFormats), std::end(kFormats),

@@ -2,17 +2,16 @@
 
 #include "tools/import/import_options.h"
 
+#include <string_view>
+
 struct aiScene;
-namespace Assimp {
-class Importer;
-}
 
 namespace qv::model_import {
 
-/// Returns the space of the model that an importer has just read: `given`, and where that is silent
-/// what the file states or its format lays down, after the turns that the reader makes.
-[[nodiscard]] Space spaceOf(const Assimp::Importer& importer, const aiScene& model,
-                            const Space& given);
+/// Returns the space of a model as it has been read: `given`, and where that is silent what the
+/// file states or its format lays down, after the turns that the reader makes. `reader` is its
+/// name.
+[[nodiscard]] Space spaceOf(std::string_view reader, const aiScene& model, const Space& given);
 
 /// Returns why a model cannot be brought from its space into the wanted one; empty when it can.
 [[nodiscard]] String whyNotInto(const Space& model, const Space& wanted);

@@ -26,7 +26,7 @@ void addPixels(const Node& node, const aiTexture& texture) {
 // A file inside the model stays a file, as its bytes.
 Node createEmbedded(ImportContext& context, const aiTexture& texture) {
     const Path path(String(viewOf(texture.mFilename)), true);
-    const Node node = createNamed(context, "texture", path.file(false).view());
+    Node node = createNamed(context, "texture", path.file(false).view());
     const std::string_view hint(texture.achFormatHint,
                                 strnlen(texture.achFormatHint, sizeof texture.achFormatHint));
     const bool isFile = texture.mHeight == 0;
@@ -45,7 +45,7 @@ Node createEmbedded(ImportContext& context, const aiTexture& texture) {
 
 Node createFile(ImportContext& context, const TextureFile& file) {
     const Path path(file.path);
-    const Node node = createNamed(context, "texture", path.file(false).view());
+    Node node = createNamed(context, "texture", path.file(false).view());
     addInput(node, "dir", AttrType::String, path.dir());
     addInput(node, "file", AttrType::String, path.file(false));
     addInput(node, "ext", AttrType::String, path.ext(true));
