@@ -8,6 +8,7 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
+#include "sdk/impl/value_refusal.h"
 #include "sdk/impl/value_text.h"
 #include "sdk/interfaces/i_scene.h"
 
@@ -30,8 +31,8 @@ bool Input::writable(const Value& value) const {
         return false;
     }
     if (!details() || details()->accepts(value)) return true;
-    logWarning("Cannot set input '%s' to '%s': the value is out of range or not among the choices.",
-               path().buf(), valueToText(value).buf());
+    logWarning("Cannot set input '%s' to '%s': the value %s", path().buf(),
+               valueToText(value).buf(), refusalReason(*details(), value).buf());
     return false;
 }
 

@@ -15,7 +15,8 @@ constexpr TextForm kForm = {.header = "types",
                             .part = "type",
                             .words = kWords,
                             .lineStarts =
-                                "a kind, 'output', 'label', 'help', 'icon', 'page' or '}'"};
+                                "a kind, 'output', 'label', 'help', 'icon', 'page' or '}'",
+                            .checksLimits = true};
 
 } // namespace
 

@@ -5,11 +5,8 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
-#include "sdk/impl/text_lexer.h"
-#include "sdk/impl/value_refusal.h"
 
 #include <algorithm>
-#include <tuple>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -23,22 +20,9 @@ bool takesType(const TreeInput& input, DataType type) {
     return buffer.type() == type || buffer.type() == DataType::Null;
 }
 
-// Returns where the value of an input stands whose name is at `offset`.
-u64 valueOffset(std::string_view text, u64 offset) {
-    TextLexer lexer(text);
-    lexer.seek(offset);
-    std::ignore = lexer.identifier();
-    lexer.skipBlanks();
-    std::ignore = lexer.accept('=');
-    lexer.skipBlanks();
-    return lexer.offset();
-}
-
 } // namespace
 
-SceneBinder::SceneBinder(SceneTree& tree, const Scene& scene, std::string_view text,
-                         TextErrors& errors)
-    : m_tree(tree), m_scene(scene), m_text(text), m_errors(errors) {}
+SceneBinder::SceneBinder(SceneTree& tree, const Scene& scene) : m_tree(tree), m_scene(scene) {}
 
 void SceneBinder::bind() {
     std::vector<TreeOutput> outputs;
@@ -59,7 +43,6 @@ const Node* SceneBinder::findType(u32 type) {
 }
 
 void SceneBinder::bindInputs(const TreeNode& node) {
-    m_nodeName = node.name != noTreeIndex ? m_tree.names.text(node.name) : String();
     bindList(node.firstInput, *node.definition, node.definition->inputs());
     while (!m_open.empty()) {
         const TreeInput& object = m_tree.inputs[m_open.back()];
@@ -99,16 +82,6 @@ void SceneBinder::bindInput(u32 index, const Input& definition) {
     if (!m_tree.takesNotes(input)) return;
     const DataType declared = definition.declaredType();
     if (input.boundType == DataType::Null && takesType(input, declared)) input.boundType = declared;
-    checkRange(input, definition);
-}
-
-void SceneBinder::checkRange(const TreeInput& input, const Input& definition) {
-    const AttrDetails* details = definition.details();
-    const TreeExtras* extras = m_tree.extrasOf(input.extras);
-    if (!details || (extras && extras->isUnchecked)) return;
-    if (input.value.isNull() || input.type == AttrType::Node) return;
-    if (details->accepts(input.value)) return;
-    m_errors.add(valueOffset(m_text, input.offset), m_nodeName, refusalOf(*details, input.value));
 }
 
 // Moves the outputs of a node over, those that the text leaves out at their place among them.

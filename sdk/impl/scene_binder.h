@@ -1,9 +1,7 @@
 #pragma once
 
 #include "sdk/impl/scene_tree.h"
-#include "sdk/impl/text_errors.h"
 
-#include <string_view>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -12,12 +10,11 @@ class Node;
 class Scene;
 
 /// Finds what the libraries of a scene know of the nodes of a tree: their definitions, those of
-/// their inputs at any depth, and the outputs that the text leaves out, which are added. A value
-/// that the definition does not allow is an error, unless the text says that this is known.
+/// their inputs at any depth, and the outputs that the text leaves out, which are added.
 class SceneBinder {
 public:
-    /// Borrows everything; `text` is what the tree was read from.
-    SceneBinder(SceneTree& tree, const Scene& scene, std::string_view text, TextErrors& errors);
+    /// Borrows both.
+    SceneBinder(SceneTree& tree, const Scene& scene);
 
     void bind();
 
@@ -27,22 +24,17 @@ private:
     template<typename Holder>
     void bindList(u32 first, const Holder& holder, const ds::Vector<interfaces::IInput*>& known);
     void bindInput(u32 index, const Input& definition);
-    void checkRange(const TreeInput& input, const Input& definition);
     void addOutputs(TreeNode& node, std::vector<TreeOutput>& to);
     [[nodiscard]] u64 outputIn(const Node& definition, u32 name, u64 guess) const;
 
     SceneTree& m_tree;
     const Scene& m_scene;
-    std::string_view m_text;
-    TextErrors& m_errors;
     // By the names of types that were looked up.
     struct Known {
         bool isLookedUp = false;
         const Node* definition = nullptr;
     };
     std::vector<Known> m_known;
-    // The name of the node that is bound now.
-    String m_nodeName;
     // Objects whose members are still to be bound.
     std::vector<u32> m_open;
 };

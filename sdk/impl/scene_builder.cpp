@@ -192,17 +192,19 @@ void SceneBuilder::connect(const TreeConnection& from) {
 
 void SceneBuilder::addComments() {
     SceneComments& comments = m_scene->comments();
-    const auto add = [&](const auto* thing, const auto& from) {
+    using Unchecked = Comments::Unchecked;
+    const auto add = [&](const auto* thing, const auto& from, Unchecked unchecked) {
         const TreeExtras* extras = m_tree.extrasOf(from.extras);
-        if (!extras && !from.isOwn) return;
+        if (!extras && !from.isOwn && unchecked == Unchecked::Open) return;
         Comments added = extras ? extras->comments : Comments();
         added.isOwn = from.isOwn;
+        added.unchecked = unchecked;
         comments.set(thing, std::move(added));
     };
     for (u64 i = 0; i < m_tree.nodes.size(); ++i)
-        add(static_cast<const INode*>(m_nodes[i].get()), m_tree.nodes[i]);
+        add(static_cast<const INode*>(m_nodes[i].get()), m_tree.nodes[i], Unchecked::Open);
     for (u64 i = 0; i < m_tree.inputs.size(); ++i)
-        add(static_cast<const IInput*>(m_inputs[i]), m_tree.inputs[i]);
+        add(static_cast<const IInput*>(m_inputs[i]), m_tree.inputs[i], m_tree.inputs[i].unchecked);
     for (u64 i = 0; i < m_tree.outputs.size(); ++i)
         if (const TreeExtras* extras = m_tree.extrasOf(m_tree.outputs[i].extras))
             comments.set(m_outputs[i], extras->comments);

@@ -18,6 +18,16 @@ bool isSilent(TreeSilence silence, bool inherited) {
     return silence == TreeSilence::Inherited ? inherited : silence == TreeSilence::Silent;
 }
 
+// Without limits nobody knows whether the mark is needed.
+Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
+    using Unchecked = Comments::Unchecked;
+    const bool isSaid = extras && extras->isUnchecked;
+    const bool hasLimits = data.details && !data.value.isNull() && data.type != AttrType::Node;
+    if (!hasLimits) return isSaid ? Unchecked::Said : Unchecked::Open;
+    if (data.details->accepts(data.value)) return Unchecked::Open;
+    return isSaid ? Unchecked::Said : Unchecked::Unsaid;
+}
+
 void markLeftOut(Input& input) {
     input.setLeftOut(true);
     for (IInput* member : input.members())
@@ -79,10 +89,11 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
     TreeInput& from = m_tree.inputs[index];
     const bool isElement = holder && holder->type() == AttrType::Array;
     String name = isElement ? String() : m_tree.names.text(from.name);
-    auto input =
-        RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), dataOf(from, holder)));
-    m_inputs[index] = input.get();
+    AttrData data = dataOf(from, holder);
     TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
+    from.unchecked = markOf(data, extras);
+    auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
+    m_inputs[index] = input.get();
     if (extras && extras->stashed) input->setStashed(std::move(extras->stash));
     makeMembers(from, node, *input);
     return input;

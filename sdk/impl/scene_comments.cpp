@@ -59,8 +59,12 @@ String cleanedLine(const String& text) {
 }
 
 Comments cleaned(const Comments& comments) {
-    return {cleanedLines(comments.leading), cleanedLine(comments.opening),
-            cleanedLines(comments.inner), cleanedLine(comments.trailing), comments.isOwn};
+    Comments clean = comments;
+    clean.leading = cleanedLines(comments.leading);
+    clean.opening = cleanedLine(comments.opening);
+    clean.inner = cleanedLines(comments.inner);
+    clean.trailing = cleanedLine(comments.trailing);
+    return clean;
 }
 
 const String& nameOf(const interfaces::IInput* input) {

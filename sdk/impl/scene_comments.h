@@ -25,10 +25,13 @@ struct Comments {
     String trailing;
     /// The text says `@own` of it, for readers who know its type.
     bool isOwn = false;
+    /// Tells whether the text says `@unchecked`, where the limits are not known to allow the value.
+    enum class Unchecked : u8 { Open, Said, Unsaid };
+    Unchecked unchecked = Unchecked::Open;
 
     [[nodiscard]] bool isEmpty() const noexcept {
         return leading.isEmpty() && opening.isEmpty() && inner.isEmpty() && trailing.isEmpty() &&
-               !isOwn;
+               !isOwn && unchecked == Unchecked::Open;
     }
 };
 

@@ -26,6 +26,8 @@ struct TextForm {
     /// Words that lines of a part start with, beside kinds.
     std::span<const std::string_view> words = {};
     std::string_view lineStarts = "a kind, 'output' or '}'";
+    /// A value outside of what its own notes allow is an error.
+    bool checksLimits = false;
 };
 
 /// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar).
@@ -134,7 +136,7 @@ protected:
     [[nodiscard]] bool namesItsKind() const noexcept;
     bool findNote(u32& out);
     AttrDetails& detailsOf(u32 input);
-    void checkRange(u64 offset, u32 input);
+    void checkLimits(u64 offset, u32 input);
 
     TextLexer m_lexer;
     ParseLimits m_limits;

@@ -77,7 +77,7 @@ bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
         m_lexer.skipBlanks();
         if (!parseNote(note, input, kind)) return false;
     }
-    if (seen != 0) checkRange(valueOffset, input);
+    if (seen != 0 && m_form.checksLimits) checkLimits(valueOffset, input);
     return true;
 }
 
@@ -216,8 +216,9 @@ AttrDetails& SceneParser::detailsOf(u32 input) {
     return *extras.details;
 }
 
-// A value that its description refuses is an error, unless the text says that this is known.
-void SceneParser::checkRange(u64 offset, u32 input) {
+// A definition that refuses its own value is wrong, unless it says that this is known. The limits
+// of a scene's values may change after it was written: a check finds what is outside.
+void SceneParser::checkLimits(u64 offset, u32 input) {
     const TreeInput& checked = m_tree.inputs[input];
     const TreeExtras* extras = m_tree.extrasOf(checked.extras);
     if (!extras || !extras->details || extras->isUnchecked) return;

@@ -18,7 +18,7 @@ bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
     errors.addFaultyBytes();
     SceneParser parser(text, {options.maxDepth, options.maxNodes}, tree, errors);
     parser.parse();
-    if (!scene.libraries().empty()) SceneBinder(tree, scene, text, errors).bind();
+    if (!scene.libraries().empty()) SceneBinder(tree, scene).bind();
     SceneChecker(tree, scene, errors, parser.namesAreMissing()).check();
     if (!errors.empty()) {
         if (diagnostics) errors.report(options.source, *diagnostics);

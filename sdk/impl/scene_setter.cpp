@@ -55,11 +55,18 @@ u64 indexFrom(std::string_view text) {
     return index;
 }
 
-bool setText(Input& input, std::string_view text) {
+bool readQuoted(std::string_view text, Value& out) {
     TextLexer lexer(text);
     String plain;
     const char* problem = nullptr;
-    return lexer.peek() == '"' && lexer.quoted(plain, problem) && input.setString(plain);
+    if (lexer.peek() != '"' || !lexer.quoted(plain, problem)) return false;
+    out = Value(std::move(plain));
+    return true;
+}
+
+// A text may say what a write is refused for: that takes nodes made anew, and no warning.
+bool takes(const Input& input, const Value& value) {
+    return !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
 }
 
 } // namespace
@@ -258,15 +265,17 @@ Output* SceneSetter::findOutput(std::string_view path) const {
 }
 
 bool SceneSetter::setValue(Input& input, std::string_view text) const {
-    if (input.type() == AttrType::String) return setText(input, text);
     if (input.type() == AttrType::Node) {
+        if (input.isReadOnly()) return false;
         const std::string_view name = linkedName(text);
         INode* target = name.empty() ? nullptr : m_scene.findNode(String(name));
         return (target || name.empty()) && input.setNode(target);
     }
     Value value;
-    return valueFromText(String(text), input.type(), input.dataType(), value) &&
-           input.setValue(value);
+    const bool isRead = input.type() == AttrType::String
+                            ? readQuoted(text, value)
+                            : valueFromText(String(text), input.type(), input.dataType(), value);
+    return isRead && takes(input, value) && input.setValue(value);
 }
 
 bool SceneSetter::setSource(Input& input, std::string_view path) const {

@@ -56,6 +56,8 @@ struct TreeInput {
     bool isAgain = false;
     /// What the text says of it is all: no note and no member comes from the definition.
     bool isOwn = false;
+    /// Set when the input is made: how the text marks a value that its limits do not allow.
+    Comments::Unchecked unchecked = Comments::Unchecked::Open;
     /// Where the definition of what holds it has the name, and, when the kinds agree, the input
     /// there. For elements neither.
     u32 definitionIndex = noTreeIndex;

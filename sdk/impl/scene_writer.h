@@ -69,7 +69,8 @@ private:
     void writePlain(const Value& value);
     void writeLink(const INode* target);
     void writeSource(const Input& input);
-    void writeNotes(const Input& input, bool isAgain, const Input* definition, bool isOwn);
+    void writeNotes(const Input& input, const Comments* comments, bool isAgain,
+                    const Input* definition, bool isOwn);
     void writeDetails(const AttrDetails& details, const Input& input);
     void writeNoteValue(std::string_view note, const Value& value, const Input& input);
     [[nodiscard]] u32 ordinalOf(const Output& output);

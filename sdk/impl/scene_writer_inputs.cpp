@@ -32,6 +32,17 @@ bool lacksNotes(const Input& input, const Input& definition) noexcept {
     return saysNothing(input.details()) && !haveSameNotes(input, definition);
 }
 
+// A value outside of its limits is marked unless it was read without a mark; where the limits are
+// not known here, the mark stays as it was read.
+bool isUnchecked(const Input& input, const Comments* comments) {
+    using Unchecked = Comments::Unchecked;
+    const Unchecked read = comments ? comments->unchecked : Unchecked::Open;
+    const Value& value = input.ownValue();
+    if (value.isNull() || input.type() == AttrType::Node) return false;
+    if (!input.details()) return read == Unchecked::Said;
+    return read != Unchecked::Unsaid && !input.details()->accepts(value);
+}
+
 } // namespace
 
 void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition) {
@@ -62,7 +73,7 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const 
         break;
     }
     writeSource(input);
-    writeNotes(input, isAgain, definition, isOwn);
+    writeNotes(input, comments, isAgain, definition, isOwn);
     writeTrailing(comments);
 }
 
@@ -121,7 +132,7 @@ void SceneWriter::writeElement(const Input& element, u32 depth) {
         break;
     }
     writeSource(element);
-    writeNotes(element, false, nullptr, false);
+    writeNotes(element, commentsOf(element), false, nullptr, false);
 }
 
 void SceneWriter::writePlain(const Value& value) {
@@ -167,8 +178,8 @@ u32 SceneWriter::ordinalOf(const Output& output) {
     return found != m_ordinals.end() ? found->second : 1;
 }
 
-void SceneWriter::writeNotes(const Input& input, bool isAgain, const Input* definition,
-                             bool isOwn) {
+void SceneWriter::writeNotes(const Input& input, const Comments* comments, bool isAgain,
+                             const Input* definition, bool isOwn) {
     const bool areKnown = definition && !isOwn && haveSameNotes(input, *definition);
     const auto* holder = static_cast<const Input*>(input.parent());
     const bool isElement = holder && holder->type() == AttrType::Array;
@@ -180,8 +191,7 @@ void SceneWriter::writeNotes(const Input& input, bool isAgain, const Input* defi
         m_out.append(input.isSilent() ? " @silent" : " @announced");
     if (!areKnown && input.isReadOnly()) m_out.append(" @readonly");
     const AttrDetails* details = input.details();
-    const bool isChecked = details && !input.ownValue().isNull() && input.type() != AttrType::Node;
-    if (isChecked && !details->accepts(input.ownValue())) m_out.append(" @unchecked");
+    if (isUnchecked(input, comments)) m_out.append(" @unchecked");
     if (isAgain) m_out.append(" @again");
     if (areKnown) return;
     if (details) writeDetails(*details, input);

@@ -1,22 +1,50 @@
 #include "sdk/impl/value_refusal.h"
 
+#include "sdk/impl/near_name.h"
 #include "sdk/impl/value_text.h"
 
 #include "base/string_io.h"
+
+#include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
+// A message with more choices than this is no help.
+constexpr u64 kMostChoices = 20;
+
+// Names both bounds where there are two.
+void writeRange(const AttrDetails& details, AttrType kind, StringIO& out) {
+    if (details.minimum.type() == kind && details.maximum.type() == kind) {
+        writeValue(details.minimum, out.append(" (the range is "));
+        writeValue(details.maximum, out.append(" to "));
+        out.append(')');
+    }
+    out.append('.');
+}
+
+void writeChoices(const AttrDetails& details, const Value& value, StringIO& out) {
+    out.append("is not among the choices");
+    const u64 count = details.choices.size();
+    for (u64 i = 0; i < std::min(count, kMostChoices); ++i)
+        writeValue(details.choices[i], out.append(i == 0 ? " " : ", "));
+    if (count > kMostChoices) out.append(" and ").appendUInt(count - kMostChoices).append(" more");
+    NearName near(value.type() == AttrType::String ? value.asString().view() : std::string_view());
+    for (const Value& choice : details.choices)
+        if (choice.type() == AttrType::String) near.offer(choice.asString().view());
+    out.append(near.question().view());
+}
+
 void writeReason(const AttrDetails& details, const Value& value, StringIO& out) {
     AttrDetails bounds;
     bounds.minimum = details.minimum;
-    if (!bounds.accepts(value))
-        return writeValue(details.minimum, out.append(" is below the minimum "));
+    const bool isBelow = !bounds.accepts(value);
     bounds.maximum = details.maximum;
-    if (!bounds.accepts(value))
-        return writeValue(details.maximum, out.append(" is above the maximum "));
-    out.append(" is not among the choices");
+    if (bounds.accepts(value)) return writeChoices(details, value, out);
+    out.append(isBelow ? "is below the minimum " : "is above the maximum ");
+    writeValue(isBelow ? details.minimum : details.maximum, out);
+    writeRange(details, value.type(), out);
 }
 
 } // namespace
@@ -24,8 +52,14 @@ void writeReason(const AttrDetails& details, const Value& value, StringIO& out) 
 String refusalOf(const AttrDetails& details, const Value& value) {
     StringIO message;
     writeValue(value, message.append("The value "));
-    writeReason(details, value, message);
-    return message.append('.').take();
+    writeReason(details, value, message.append(' '));
+    return message.take();
+}
+
+String refusalReason(const AttrDetails& details, const Value& value) {
+    StringIO reason;
+    writeReason(details, value, reason);
+    return reason.take();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -218,8 +218,9 @@ TEST_F(InputValues, Bounds_RefuseAndWarn) {
     const LogCapture log;
     EXPECT_FALSE(input.setReal(1.5));
     EXPECT_EQ(input.value().asReal(), 0.5);
-    EXPECT_EQ(log.text(), "warning: Cannot set input 'thing.value' to '1.5': the value is out of "
-                          "range or not among the choices.\n");
+    EXPECT_EQ(log.text(),
+              "warning: Cannot set input 'thing.value' to '1.5': the value is above the "
+              "maximum 1 (the range is 0 to 1).\n");
     EXPECT_TRUE(input.setReal(1.0));
 }
 

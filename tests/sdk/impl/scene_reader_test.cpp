@@ -136,7 +136,6 @@ const BadText kBadTexts[] = {
     {"node a \"x\" {\n    Real r = 1 <- x.out\n    output Real out\n}\n", "x.out", "a loop"},
     {"node a \"x\" {\n    Mat4 m = (1 2)\n}\n", "t:2:", "too few numbers"},
     {"node a \"x\" {\n    Int i = 1.5\n}\n", "t:2:", "no integer"},
-    {"node a \"x\" {\n    Real r = 5 @max 1\n}\n", "above the maximum", "out of range"},
     {"node a \"x\" {\n    String s = \"open\n}\n", "t:2:", "a text that is not closed"},
     {"node a \"x\" {\n", "t:", "a node that is not closed"},
     {"node a \"x\" {\n    String s = \"\xff\"\n}\n", "t:2:17: ", "no UTF-8"},
