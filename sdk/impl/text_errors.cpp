@@ -7,6 +7,18 @@
 
 namespace qv::kelvo_sdk::impl {
 
+namespace {
+
+constexpr const char* kConflict = "A mark of a merge: settle the conflict and take the line out.";
+
+String conflictUpTo(u64 line) {
+    return String::format("A merge left a conflict here, up to line %llu: settle it and take out "
+                          "the lines with '<<<<<<<', '=======' and '>>>>>>>'.",
+                          static_cast<unsigned long long>(line));
+}
+
+} // namespace
+
 void TextErrors::add(u64 offset, String part, String message) {
     // One thing that is wrong may strike twice.
     for (const Error& error : m_errors)
@@ -27,7 +39,30 @@ void TextErrors::addFaultyBytes() {
     }
 }
 
+// Lines with '<<<<<<<' and '>>>>>>>' around what the two sides have; no text of ours starts so.
+void TextErrors::addConflicts() {
+    std::vector<Error> found;
+    u64 opened = std::string_view::npos;
+    u64 line = 1;
+    for (u64 at = 0; at < m_text.size() && found.size() < m_limit; ++line) {
+        const u64 end = std::min(m_text.find('\n', at), m_text.size());
+        const std::string_view start = m_text.substr(at, std::min<u64>(end - at, 7));
+        const bool opens = start == "<<<<<<<";
+        const bool closes = start == ">>>>>>>";
+        if (opens || closes) {
+            if (opens || opened == std::string_view::npos)
+                found.push_back({at, String(), kConflict});
+            if (closes && opened != std::string_view::npos)
+                found.back().message = conflictUpTo(line);
+            opened = opens ? at : std::string_view::npos;
+        }
+        at = end + 1;
+    }
+    if (!found.empty()) m_errors = std::move(found);
+}
+
 void TextErrors::report(const String& source, Diagnostics& out) {
+    if (!m_errors.empty()) addConflicts();
     std::stable_sort(m_errors.begin(), m_errors.end(),
                      [](const Error& a, const Error& b) { return a.offset < b.offset; });
     LineCounter lines(m_text);

@@ -25,7 +25,8 @@ public:
     [[nodiscard]] bool empty() const noexcept { return m_errors.empty(); }
     /// Tells whether there is no use in looking for more.
     [[nodiscard]] bool full() const noexcept { return m_errors.size() >= m_limit; }
-    /// Appends the errors, with their lines and columns.
+    /// Appends the errors, with their lines and columns. Where a merge left its marks in the text
+    /// these are told alone: other errors come of them.
     void report(const String& source, Diagnostics& out);
 
 private:
@@ -34,6 +35,8 @@ private:
         String part;
         String message;
     };
+
+    void addConflicts();
 
     std::string_view m_text;
     u64 m_limit;
