@@ -2,6 +2,7 @@
 
 #include "sdk/scene.h"
 
+#include <functional>
 #include <span>
 
 namespace qv::kelvo_sdk {
@@ -55,9 +56,17 @@ struct Finding {
 
 using Findings = ds::Vector<Finding>;
 
+/// What a look through a scene needs from outside of it.
+struct ValidationOptions {
+    /// Tells whether there is a file at a path that a node gives. Files are not looked for without
+    /// it, as the library asks no file system.
+    std::function<bool(const String& path)> fileExists = {};
+};
+
 /// Looks through a scene by all rules: node by node in the order of the scene, then what concerns
 /// several. A scene that `verify` finds fault with is looked into no further. Changes nothing.
-[[nodiscard]] QV_EXPORT Findings validate(const Scene& scene);
+[[nodiscard]] QV_EXPORT Findings validate(const Scene& scene,
+                                          const ValidationOptions& options = {});
 
 /// What became of the findings of a scene.
 struct FixReport {
@@ -67,6 +76,7 @@ struct FixReport {
 };
 
 /// Applies the fixes of all findings that are at least that severe, as one undo step.
-QV_EXPORT FixReport fixFindings(const Scene& scene, Severity least = Severity::Note);
+QV_EXPORT FixReport fixFindings(const Scene& scene, Severity least = Severity::Note,
+                                const ValidationOptions& options = {});
 
 } // namespace qv::kelvo_sdk

@@ -17,12 +17,13 @@ constexpr auto warning = Severity::Warning;
 constexpr auto error = Severity::Error;
 
 // In the order of impl::Rule.
-constexpr std::array<ValidationRule, 18> rules{{
+constexpr std::array<ValidationRule, 21> rules{{
     {"broken-scene", error, "A law of the scene does not hold: a fault of the program.", nullptr},
     {"abstract-type", error, "A node is of a type that is only a base of others.", nullptr},
     {"misspelled-type", warning, "No library knows a node's type, but one of nearly that name.",
      nullptr},
-    {"unknown-type", note, "No library knows a node's type.", nullptr},
+    {"unknown-type", warning, "No library knows a node's type, so nothing was checked against it.",
+     nullptr},
     {"other-kind", warning, "An input or output is of another kind than its type defines.",
      nullptr},
     {"missing-input", warning, "A node lacks an input that its type defines.",
@@ -30,7 +31,9 @@ constexpr std::array<ValidationRule, 18> rules{{
     {"missing-output", warning, "A node lacks an output that its type defines.",
      "Adds the output."},
     {"out-of-range", warning, "A value is outside its bounds or not among its choices.",
-     "Takes the nearest bound, or a choice of nearly that name."},
+     "Takes the nearest bound or number, or a choice of nearly that name."},
+    {"changed-read-only", warning, "A read-only input has another value than its type defines.",
+     "Takes the value of the type."},
     {"shadowed-input", note, "An input is never found by name: another of its name is before it.",
      nullptr},
     {"empty-child", warning, "An element of 'children' links to no node.", "Removes the element."},
@@ -43,6 +46,9 @@ constexpr std::array<ValidationRule, 18> rules{{
     {"mesh-mismatch", error, "The buffers of a mesh do not agree.", nullptr},
     {"empty-mesh", note, "A mesh has no positions.", nullptr},
     {"empty-path", note, "A node that stands for a file names none.", nullptr},
+    {"missing-file", warning, "A node stands for a file that is not there.", nullptr},
+    {"conflict-mark", warning, "A comment marks a conflict of a merge that is still to be settled.",
+     nullptr},
     {"unused-node", note, "Nothing reads the outputs of a node or links to it.", nullptr},
 }};
 static_assert(rules.size() == static_cast<u64>(impl::Rule::UnusedNode) + 1);
@@ -67,14 +73,14 @@ std::span<const ValidationRule> validationRules() noexcept {
     return rules;
 }
 
-Findings validate(const Scene& scene) {
-    return scene ? impl::SceneRules(static_cast<impl::Scene&>(*scene.get())).findings()
+Findings validate(const Scene& scene, const ValidationOptions& options) {
+    return scene ? impl::SceneRules(static_cast<impl::Scene&>(*scene.get()), options).findings()
                  : Findings();
 }
 
-FixReport fixFindings(const Scene& scene, Severity least) {
+FixReport fixFindings(const Scene& scene, Severity least, const ValidationOptions& options) {
     FixReport report;
-    report.left = validate(scene);
+    report.left = validate(scene, options);
     u64 count = 0;
     for (const Finding& finding : report.left)
         count += isFixable(finding, least) ? 1 : 0;
@@ -86,7 +92,7 @@ FixReport fixFindings(const Scene& scene, Severity least) {
         isFixed[i] = isFixable(report.left[i], least) && report.left[i].fix->apply();
     for (u64 i = 0; i < report.left.size(); ++i)
         if (isFixed[i]) report.fixed.push_back(std::move(report.left[i]));
-    report.left = validate(scene);
+    report.left = validate(scene, options);
     return report;
 }
 
@@ -102,6 +108,7 @@ Findings SceneRules::findings() {
     if (!m_findings.empty()) return std::move(m_findings);
     m_scene.forEachNode([this](Node* node) { checkNode(*node); });
     checkCycles();
+    checkFileComments();
     return std::move(m_findings);
 }
 
@@ -113,6 +120,7 @@ void SceneRules::checkNode(Node& node) {
     checkModifiers(node);
     checkPath(node);
     checkUse(node);
+    checkComments(node);
 }
 
 void SceneRules::add(Rule rule, Node* node, String place, String message, Fix fix) {

@@ -12,6 +12,7 @@ using interfaces::INode;
 class Input;
 class Node;
 class Scene;
+struct Comments;
 
 /// The rules, in the order of their table.
 enum class Rule : u32 {
@@ -23,6 +24,7 @@ enum class Rule : u32 {
     MissingInput,
     MissingOutput,
     OutOfRange,
+    ChangedReadOnly,
     ShadowedInput,
     EmptyChild,
     RepeatedChild,
@@ -32,6 +34,8 @@ enum class Rule : u32 {
     MeshMismatch,
     EmptyMesh,
     EmptyPath,
+    MissingFile,
+    ConflictMark,
     UnusedNode,
 };
 
@@ -42,10 +46,13 @@ enum class Rule : u32 {
 ///     Types      scene_rules_types.cpp      what libraries say of nodes
 ///     Values     scene_rules_values.cpp     values against their notes, names that hide others
 ///     Nodes      scene_rules_nodes.cpp      lists of modifiers, meshes, files, use
+///     Comments   scene_rules_comments.cpp   what a merge left to settle
 ///     Hierarchy  scene_rules_hierarchy.cpp  children
 class SceneRules {
 public:
-    explicit SceneRules(Scene& scene) : m_scene(scene) {}
+    /// Borrows both.
+    SceneRules(Scene& scene, const ValidationOptions& options)
+        : m_scene(scene), m_options(options) {}
 
     [[nodiscard]] Findings findings();
 
@@ -59,6 +66,7 @@ private:
     void checkUnknownType(Node& node);
     void checkInputs(Node& node, const Node& definition);
     bool checkInput(Node& node, Input* holder, Input* input, const Input& definition);
+    void checkReadOnly(Node& node, Input& input, const Input& definition);
     void checkOutputs(Node& node, const Node& definition);
     [[nodiscard]] const String& nearType(const String& type);
 
@@ -69,12 +77,19 @@ private:
     void checkModifiers(Node& node);
     void checkMesh(Node& node);
     void checkPath(Node& node);
+    void checkFile(Node& node, const Input& file);
     void checkUse(Node& node);
+
+    void checkComments(Node& node);
+    void checkFileComments();
+    void checkMarks(const Comments& comments, Node* node, const String& place, const char* what);
+    void checkLines(const String& lines, Node* node, const String& place, const char* what);
 
     void checkChildren(Node& node);
     void checkCycles();
 
     Scene& m_scene;
+    const ValidationOptions& m_options;
     Findings m_findings;
     // ": did you mean 'name'?", or ".", by unknown type.
     std::unordered_map<String, String> m_nearTypes;

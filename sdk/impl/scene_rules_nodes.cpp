@@ -6,6 +6,7 @@
 #include "sdk/impl/known_names.h"
 #include "sdk/impl/mesh_check.h"
 #include "sdk/impl/node_links.h"
+#include "sdk/impl/value_text.h"
 
 #include <algorithm>
 #include <string>
@@ -88,10 +89,23 @@ void SceneRules::checkMesh(Node& node) {
 void SceneRules::checkPath(Node& node) {
     if (!node.isPath()) return;
     const auto& file = static_cast<const Input&>(*node.lookUpInput(knownNames().file));
-    if (!file.value().asString().isEmpty() || file.source()) return;
-    if (std::ranges::any_of(node.inputs(), holdsPixels)) return;
+    if (file.source() || std::ranges::any_of(node.inputs(), holdsPixels)) return;
+    if (!file.value().asString().isEmpty()) return checkFile(node, file);
     add(Rule::EmptyPath, &node, file.path(),
         "node '" + node.name() + "' stands for a file but names none.");
+}
+
+// A path that other nodes make is known when it is asked for alone.
+void SceneRules::checkFile(Node& node, const Input& file) {
+    const KnownNames& known = knownNames();
+    const auto isConnected = [&](const String& name) { return node.lookUpInput(name)->source(); };
+    if (!m_options.fileExists || isConnected(known.dir) || isConnected(known.ext)) return;
+    const String path = node.asPath();
+    if (m_options.fileExists(path)) return;
+    StringIO shown;
+    writeQuoted(path.view(), shown);
+    add(Rule::MissingFile, &node, file.path(),
+        "node '" + node.name() + "' stands for a file that is not there: " + shown.take() + ".");
 }
 
 void SceneRules::checkUse(Node& node) {

@@ -9,6 +9,7 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
+#include "sdk/impl/value_text.h"
 
 #include <utility>
 #include <vector>
@@ -78,6 +79,25 @@ RefersTo<FindingFix> additionOf(const Output& definition, Node& node) {
     });
 }
 
+// Long values say no more than their start.
+String shown(const Value& value) {
+    constexpr u64 kMost = 60;
+    StringIO text;
+    writeValue(value, text);
+    return text.size() <= kMost ? text.take() : text.take().substr(0, kMost) + "...";
+}
+
+RefersTo<FindingFix> settingBack(Input& input, const Input& definition) {
+    return makeFix("set it to " + shown(definition.value()),
+                   [held = RefersTo<Input>(&input), known = hold(definition)] {
+                       if (!held->node()) return false;
+                       held->setReadOnly(false);
+                       const bool isSet = held->setValue(known->value());
+                       held->setReadOnly(true);
+                       return isSet;
+                   });
+}
+
 } // namespace
 
 void SceneRules::checkType(Node& node) {
@@ -96,7 +116,8 @@ void SceneRules::checkUnknownType(Node& node) {
     const String& question = nearType(node.type());
     const bool isNear = question.find('?') != String::npos;
     add(isNear ? Rule::MisspelledType : Rule::UnknownType, &node, node.name(),
-        "node '" + node.name() + "': no library knows its type '" + node.type() + "'" + question);
+        "node '" + node.name() + "': no library knows its type '" + node.type() + "'" +
+            (isNear ? question : String("; its inputs and outputs were not checked.")));
 }
 
 const String& SceneRules::nearType(const String& type) {
@@ -142,11 +163,25 @@ bool SceneRules::checkInput(Node& node, Input* holder, Input* input, const Input
             additionOf(definition, node, holder));
         return false;
     }
-    if (isOfKind(*input, definition)) return true;
+    if (isOfKind(*input, definition)) {
+        checkReadOnly(node, *input, definition);
+        return true;
+    }
     add(Rule::OtherKind, &node, input->path(),
         "input '" + input->path() + "' is of kind " + kindOf(*input) + ": type '" + node.type() +
             "' defines " + kindOf(definition) + ".");
     return false;
+}
+
+// Nothing but a text can have changed it.
+void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition) {
+    if (!definition.isReadOnly() || !input.isReadOnly() || input.source()) return;
+    const Value& value = input.ownValue();
+    if (value.isNull() || value == definition.value()) return;
+    add(Rule::ChangedReadOnly, &node, input.path(),
+        "input '" + input.path() + "' is read-only: type '" + node.type() + "' defines " +
+            shown(definition.value()) + ", not " + shown(value) + ".",
+        settingBack(input, definition));
 }
 
 void SceneRules::checkOutputs(Node& node, const Node& definition) {

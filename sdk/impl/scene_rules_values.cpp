@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -36,18 +37,46 @@ Value bounded(const Value& value, const Value& bound, bool isMinimum) {
 
 // Returns the choice of nearly that name, Null when none is near.
 Value nearChoice(const AttrDetails& details, const Value& value) {
-    if (value.type() != AttrType::String) return {};
     NearName near(value.asString().view());
     for (const Value& choice : details.choices)
         if (choice.type() == AttrType::String) near.offer(choice.asString().view());
     return near.best().empty() ? Value() : Value(String(near.best()));
 }
 
+// Returns NaN for what is no single number.
+double realOf(const Value& value) {
+    switch (value.type()) {
+    case AttrType::Int:
+        return static_cast<double>(value.asInt());
+    case AttrType::UInt:
+        return static_cast<double>(value.asUInt());
+    case AttrType::Real:
+        return value.asReal();
+    default:
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+}
+
+// Returns the choice that is nearest to a number, the first of several; Null when none is a number.
+Value nearNumber(const AttrDetails& details, const Value& value) {
+    Value nearest;
+    double least = std::numeric_limits<double>::infinity();
+    for (const Value& choice : details.choices) {
+        if (choice.type() != value.type() || !details.accepts(choice)) continue;
+        const double distance = std::abs(realOf(choice) - realOf(value));
+        if (!(distance < least)) continue;
+        nearest = choice;
+        least = distance;
+    }
+    return nearest;
+}
+
 // Returns the allowed value that is nearest; Null when it is anyone's guess.
 Value nearestAllowed(const AttrDetails& details, const Value& value) {
     Value nearest = details.choices.empty()
                         ? bounded(bounded(value, details.minimum, true), details.maximum, false)
-                        : nearChoice(details, value);
+                    : value.type() == AttrType::String ? nearChoice(details, value)
+                                                       : nearNumber(details, value);
     return details.accepts(nearest) ? nearest : Value();
 }
 
@@ -79,7 +108,7 @@ void SceneRules::checkValues(Node& node) {
 
 void SceneRules::checkValue(Node& node, Input& input) {
     const AttrDetails& details = *input.details();
-    const Value& value = input.value();
+    const Value& value = input.ownValue();
     if (value.isNull() || value.type() == AttrType::Node || details.accepts(value)) return;
     const Value nearest = input.isReadOnly() ? Value() : nearestAllowed(details, value);
     add(Rule::OutOfRange, &node, input.path(),

@@ -9,21 +9,29 @@ import unittest
 
 from kelvo_tool import SCENE, ToolTest, main, scene, xform
 
-SOUND = 'node wood "leaf" {\n}'
-# Two warnings with a fix, one without, and a note.
-MESSY = scene(xform("top", "null", "sub", "sub"), xform("sub", "top"), SOUND)
+LEAF = 'node wood "leaf" {\n}'
+SOUND_SCENE = scene(xform("room", "lamp"), 'node pointLight "lamp" {\n}')
+SOUND_TOLD = "sound.kns: 2 nodes, 0 errors, 0 warnings\n"
+# Two warnings with a fix, and two without.
+MESSY = scene(xform("top", "null", "sub", "sub"), xform("sub", "top"), LEAF)
 MESSY_TOLD = (
     "kelvo: warning: {0}: node 'top': element [0] of 'children' links to no node. [empty-child]\n"
     "kelvo: warning: {0}: node 'top': element [2] of 'children' links to 'sub' again. "
     "[repeated-child]\n")
 CYCLE_TOLD = ("kelvo: warning: {0}: node 'sub' has 'top' as a child, which it is itself below. "
               "[child-cycle]\n")
-NOTE_TOLD = "kelvo: note: {0}: node 'leaf': no library knows its type 'wood'. [unknown-type]\n"
+LEAF_TOLD = ("kelvo: warning: {0}: node 'leaf': no library knows its type 'wood'; its inputs and "
+             "outputs were not checked. [unknown-type]\n")
+LEFT_TOLD = LEAF_TOLD + CYCLE_TOLD
 MESH = ('node mesh "m" {\n    Buffer<Pos3f> positions = [(0 0 0) (1 0 0)]\n'
         '    Buffer<Vec3f> normals = [(0 0 1)]\n}')
 
 
 class CheckTest(ToolTest):
+    def setUp(self):
+        super().setUp()
+        self.write("sound.kns", SOUND_SCENE)
+
     def write(self, name, text):
         (self.folder / name).write_text(text)
         return name
@@ -38,17 +46,19 @@ class CheckTest(ToolTest):
 class Text(CheckTest):
     def test_all_findings_are_told_with_their_rules(self):
         self.write("m.kns", MESSY)
-        self.expect(0, "check", "m.kns", out="m.kns: 3 nodes, 0 errors, 3 warnings\n",
-                    error=(MESSY_TOLD + CYCLE_TOLD).format("m.kns"))
+        self.expect(0, "check", "m.kns", out="m.kns: 3 nodes, 0 errors, 4 warnings\n",
+                    error=(MESSY_TOLD + LEFT_TOLD).format("m.kns"))
 
     def test_severity_is_the_least_that_is_told(self):
-        self.write("m.kns", MESSY)
+        self.write("m.kns", MESSY + 'node add "sum" {\n}\n')
+        note = ("kelvo: note: m.kns: node 'sum': nothing reads its outputs or links to it. "
+                "[unused-node]\n")
         self.expect(0, "check", "m.kns", "--severity", "note",
-                    out="m.kns: 3 nodes, 0 errors, 3 warnings, 1 note\n",
-                    error=MESSY_TOLD.format("m.kns") + NOTE_TOLD.format("m.kns")
+                    out="m.kns: 4 nodes, 0 errors, 4 warnings, 1 note\n",
+                    error=(MESSY_TOLD + LEAF_TOLD).format("m.kns") + note
                     + CYCLE_TOLD.format("m.kns"))
         self.expect(0, "check", "m.kns", "--severity", "error",
-                    out="m.kns: 3 nodes, 0 errors, 3 warnings\n")
+                    out="m.kns: 4 nodes, 0 errors, 4 warnings\n")
 
     def test_errors_decide_on_the_status(self):
         self.write("mesh.kns", scene(MESH))
@@ -60,14 +70,12 @@ class Text(CheckTest):
 
     def test_several_files_are_checked_each(self):
         self.write("mesh.kns", scene(MESH))
-        ran = self.run_tool("check", "a.kns", "none.kns", "mesh.kns", "a.kns")
+        ran = self.run_tool("check", "sound.kns", "none.kns", "mesh.kns", "sound.kns")
         self.assertEqual(ran.returncode, 1)
-        self.assertEqual(ran.stdout, "a.kns: 4 nodes, 0 errors, 0 warnings\n"
-                                     "mesh.kns: 1 node, 1 error, 0 warnings\n"
-                                     "a.kns: 4 nodes, 0 errors, 0 warnings\n")
+        self.assertEqual(ran.stdout,
+                         SOUND_TOLD + "mesh.kns: 1 node, 1 error, 0 warnings\n" + SOUND_TOLD)
         self.assertIn("kelvo: cannot read 'none.kns': No such file or directory\n", ran.stderr)
-        self.expect(0, "check", "a.kns", "a.kns",
-                    out="a.kns: 4 nodes, 0 errors, 0 warnings\n" * 2)
+        self.expect(0, "check", "sound.kns", "sound.kns", out=SOUND_TOLD * 2)
 
     def test_types_are_those_of_the_libraries_in_use(self):
         self.write("my.knd", "kelvo types 1\n\ntype lamp {\n    Real size = 1\n}\n")
@@ -102,7 +110,7 @@ class Fix(CheckTest):
             "m.kns: fixed: node 'top': element [0] of 'children' links to no node. [empty-child]\n"
             "m.kns: fixed: node 'top': element [2] of 'children' links to 'sub' again. "
             "[repeated-child]\n"
-            "m.kns: 3 nodes, 0 errors, 1 warning, 2 fixed\n"), error=CYCLE_TOLD.format("m.kns"))
+            "m.kns: 3 nodes, 0 errors, 2 warnings, 2 fixed\n"), error=LEFT_TOLD.format("m.kns"))
         self.assertEqual(self.read("m.kns"), MESSY.replace("null, sub, sub", "sub"))
 
     def test_fixing_twice_finds_nothing_to_fix(self):
@@ -115,9 +123,10 @@ class Fix(CheckTest):
     def test_nothing_else_changes(self):
         messy = SCENE.replace("[lamp, desk]", "[lamp, null, desk]  # those")
         self.write("m.kns", messy)
-        self.expect(0, "check", "m.kns", "--fix", out=(
+        self.expect(0, "check", "m.kns", "--fix", "--severity", "warning", out=(
             "m.kns: fixed: node 'room': element [1] of 'children' links to no node. [empty-child]\n"
-            "m.kns: 4 nodes, 0 errors, 0 warnings, 1 fixed\n"))
+            "m.kns: 4 nodes, 0 errors, 1 warning, 1 fixed\n"),
+            error=LEAF_TOLD.replace("leaf", "wood").format("m.kns"))
         self.assertEqual(self.read("m.kns"),
                          messy.replace("null, ", "").replace("  # those", " # those"))
 
@@ -126,7 +135,8 @@ class Fix(CheckTest):
         self.write("m.kns", text)
         self.expect(0, "check", "m.kns", "--fix", out=(
             "m.kns: fixed: input 'l.i': the value 12 is above the maximum 9. [out-of-range]\n"
-            "m.kns: 1 node, 0 errors, 0 warnings, 1 fixed\n"))
+            "m.kns: 1 node, 0 errors, 1 warning, 1 fixed\n"),
+            error=LEAF_TOLD.replace("leaf", "l").replace("wood", "gizmo").format("m.kns"))
         self.assertEqual(self.read("m.kns"), text.replace("12 @unchecked", "9"))
 
     def test_missing_inputs_come_from_the_type(self):
@@ -139,11 +149,12 @@ class Fix(CheckTest):
         self.expect(0, "check", "m.kns", out="m.kns: 1 node, 0 errors, 0 warnings\n")
 
     def test_files_without_fixes_are_not_touched(self):
-        os.utime(self.file, (1000, 1000))
-        self.file.chmod(0o444)
-        self.expect(0, "check", "a.kns", "--fix",
-                    out="a.kns: 4 nodes, 0 errors, 0 warnings, 0 fixed\n")
-        self.assertEqual(self.file.stat().st_mtime, 1000)
+        file = self.folder / "sound.kns"
+        os.utime(file, (1000, 1000))
+        file.chmod(0o444)
+        self.expect(0, "check", "sound.kns", "--fix",
+                    out="sound.kns: 2 nodes, 0 errors, 0 warnings, 0 fixed\n")
+        self.assertEqual(file.stat().st_mtime, 1000)
         self.write("m.kns", MESSY)
         self.run_tool("check", "m.kns", "--fix", "--severity", "error")
         self.assertEqual(self.read("m.kns"), MESSY)
@@ -153,7 +164,7 @@ class Fix(CheckTest):
         (self.folder / "m.kns").chmod(0o640)
         self.run_tool("check", "m.kns", "--fix")
         self.assertEqual(stat.S_IMODE((self.folder / "m.kns").stat().st_mode), 0o640)
-        self.assertEqual(self.names(), ["a.kns", "m.kns"])
+        self.assertEqual(self.names(), ["a.kns", "m.kns", "sound.kns"])
 
     @unittest.skipIf(os.geteuid() == 0, "nothing is forbidden to the superuser")
     def test_folders_that_cannot_be_written_to(self):
@@ -179,10 +190,10 @@ class Fix(CheckTest):
             "kelvo: standard input: fixed: node 'top': element [0] of 'children' links to no node. "
             "[empty-child]\n"
             "kelvo: standard input: fixed: node 'top': element [2] of 'children' links to 'sub' "
-            "again. [repeated-child]\n" + CYCLE_TOLD.format("standard input") +
-            "kelvo: standard input: 3 nodes, 0 errors, 1 warning, 2 fixed\n"))
-        self.expect(0, "check", "-", "--fix", given=SCENE, out=SCENE, error=(
-            "kelvo: standard input: 4 nodes, 0 errors, 0 warnings, 0 fixed\n"))
+            "again. [repeated-child]\n" + LEFT_TOLD.format("standard input") +
+            "kelvo: standard input: 3 nodes, 0 errors, 2 warnings, 2 fixed\n"))
+        self.expect(0, "check", "-", "--fix", given=SOUND_SCENE, out=SOUND_SCENE, error=(
+            "kelvo: standard input: 2 nodes, 0 errors, 0 warnings, 0 fixed\n"))
         self.expect(2, "check", "-", "--fix", "--format", "json", given=MESSY, out="", error=(
             "kelvo: --fix writes the scene from '-' to the standard output: choose --format "
             "text.\n"))
@@ -199,22 +210,23 @@ class Json(CheckTest):
         self.write("m.kns", MESSY)
         file, = self.report(0, "m.kns", "--format", "json")["files"]
         self.assertEqual([file[key] for key in ("file", "nodes", "errors", "warnings", "notes")],
-                         ["m.kns", 3, 0, 3, 1])
+                         ["m.kns", 3, 0, 4, 0])
         self.assertEqual(file["findings"][0], {
             "rule": "empty-child", "severity": "warning", "node": "top",
             "place": "top.children[0]",
             "message": "node 'top': element [0] of 'children' links to no node.",
             "fix": "remove element [0]", "isFixed": False})
         self.assertEqual([found["rule"] for found in file["findings"]],
-                         ["empty-child", "repeated-child", "child-cycle"])
-        self.assertIsNone(file["findings"][2]["fix"])
+                         ["empty-child", "repeated-child", "unknown-type", "child-cycle"])
+        self.assertIsNone(file["findings"][3]["fix"])
 
     def test_fixed_ones_are_marked(self):
         self.write("m.kns", MESSY)
         file, = self.report(0, "m.kns", "--format", "json", "--fix")["files"]
         self.assertEqual([(found["rule"], found["isFixed"]) for found in file["findings"]],
-                         [("empty-child", True), ("repeated-child", True), ("child-cycle", False)])
-        self.assertEqual(file["warnings"], 1)
+                         [("empty-child", True), ("repeated-child", True),
+                          ("unknown-type", False), ("child-cycle", False)])
+        self.assertEqual(file["warnings"], 2)
 
     def test_unreadable_files_are_findings(self):
         self.write("m.kns", SCENE.replace("Real radius", "Reel radius"))
@@ -240,7 +252,8 @@ class Json(CheckTest):
         value = '\\"\\\\\\n\\t\\x01\\xff\u00e4'
         text = scene(f'node gizmo "l" {{\n    String s = "{value}" @unchecked @choices ["a"]\n}}')
         file, = self.report(0, "-", "--format", "json", given=text)["files"]
-        message, = [found["message"] for found in file["findings"]]
+        message, = [found["message"] for found in file["findings"]
+                    if found["rule"] == "out-of-range"]
         self.assertIn("\u00e4", message)
         self.write("\u00e4 \"1\".kns", text)
         file, = self.report(0, "\u00e4 \"1\".kns", "--format", "json")["files"]
@@ -310,7 +323,7 @@ class Sarif(CheckTest):
 
     def test_results_name_rule_place_and_file(self):
         self.write("m.kns", MESSY)
-        run = self.log(0, "m.kns", "a.kns", "--severity", "note")
+        run = self.log(0, "m.kns", "a.kns")
         self.assertEqual([result["ruleId"] for result in run["results"]][:4],
                          ["empty-child", "repeated-child", "unknown-type", "child-cycle"])
         first = run["results"][0]
@@ -330,7 +343,7 @@ class Sarif(CheckTest):
                          rows + [("unreadable", "error")])
 
     def test_a_sound_scene_has_no_results(self):
-        self.assertEqual(self.log(0, "a.kns")["results"], [])
+        self.assertEqual(self.log(0, "sound.kns")["results"], [])
 
     def test_faults_of_a_text_have_line_and_column(self):
         self.write("m.kns", SCENE.replace("Real radius", "Reel radius"))
@@ -359,7 +372,8 @@ class Sarif(CheckTest):
     def test_what_was_fixed_is_no_result(self):
         self.write("m.kns", MESSY)
         run = self.log(0, "m.kns", "--fix")
-        self.assertEqual([result["ruleId"] for result in run["results"]], ["child-cycle"])
+        self.assertEqual([result["ruleId"] for result in run["results"]],
+                         ["unknown-type", "child-cycle"])
 
 
 if __name__ == "__main__":

@@ -46,6 +46,11 @@ void takeBack(CheckedFile& file) {
     file.fixed.clear();
 }
 
+// Paths in a scene count from the folder of its file.
+kelvo_sdk::ValidationOptions validationOf(const String& name) {
+    return {.fileExists = [name](const String& path) { return isFileBeside(name, path); }};
+}
+
 CheckedFile checkFile(const String& name, const CheckOptions& options, Severity least,
                       const Libraries& libraries, Terminal& out) {
     CheckedFile file;
@@ -57,10 +62,10 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     if (!scene.read(std::move(text), displayed(name), &file.errors)) return file;
     file.nodes = scene.nodeCount();
     if (!options.isFixing) {
-        file.left = kelvo_sdk::validate(scene);
+        file.left = kelvo_sdk::validate(scene, validationOf(name));
         return file;
     }
-    kelvo_sdk::FixReport report = kelvo_sdk::fixFindings(scene, least);
+    kelvo_sdk::FixReport report = kelvo_sdk::fixFindings(scene, least, validationOf(name));
     file.fixed = std::move(report.fixed);
     file.left = std::move(report.left);
     const String written = scene.text();

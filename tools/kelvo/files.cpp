@@ -125,6 +125,13 @@ String displayed(const String& path) {
     return isStream(path) ? String("standard input") : path;
 }
 
+bool isFileBeside(const String& file, const String& path) {
+    const fs::path folder = isStream(file) ? fs::path() : fs::path(file.view()).parent_path();
+    std::error_code failure;
+    const fs::file_status status = fs::status(folder / fs::path(path.view()), failure);
+    return fs::exists(status) && !fs::is_directory(status);
+}
+
 bool readFile(const String& path, String& text, String& error) {
     const Descriptor file(isStream(path) ? STDIN_FILENO : ::open(path.buf(), O_RDONLY | O_CLOEXEC));
     std::string bytes;

@@ -14,6 +14,10 @@ namespace qv::kelvo_tool {
 /// Returns what messages call a file argument.
 [[nodiscard]] String displayed(const String& path);
 
+/// Tells whether there is a file at a path that counts from the folder of another one, or from the
+/// current folder for "-".
+[[nodiscard]] bool isFileBeside(const String& file, const String& path);
+
 /// Reads a whole file, the standard input for "-". False with a sentence in `error`.
 [[nodiscard]] bool readFile(const String& path, String& text, String& error);
 

@@ -47,17 +47,34 @@ INSTANTIATE_TEST_SUITE_P(
              "out-of-range: a.o.i: input 'a.o.i': the value 12 is above the maximum 9. "
              "(set it to 9)"},
         Case{"node t \"a\" {\n Vec2 v = (-1 nan) @unchecked @min (0 2) @max (5 5)\n}\n",
-             "out-of-range: a.v: input 'a.v': the value (-1 nan) is below the minimum (0 2). "
-             "(set it to (0 2))"},
-        Case{"node t \"a\" {\n UInt u = 1 @unchecked @min 3 @max 2\n}\n",
-             "out-of-range: a.u: input 'a.u': the value 1 is below the minimum 3."},
+             "out-of-range: a.v: input 'a.v': the value (-1 nan) is below the minimum (0 2) "
+             "(the range is (0 2) to (5 5)). (set it to (0 2))"},
+        Case{
+            "node t \"a\" {\n UInt u = 1 @unchecked @min 3 @max 2\n}\n",
+            "out-of-range: a.u: input 'a.u': the value 1 is below the minimum 3 (the range is 3 to "
+            "2)."},
         Case{"node t \"a\" {\n Int i = 12 @readonly @unchecked @max 9\n}\n",
              "out-of-range: a.i: input 'a.i': the value 12 is above the maximum 9."},
         Case{"node t \"a\" {\n String s = \"Gloss\" @unchecked @choices [\"matt\", \"gloss\"]\n}\n",
-             "out-of-range: a.s: input 'a.s': the value \"Gloss\" is not among the choices. "
-             "(set it to gloss)"},
+             "out-of-range: a.s: input 'a.s': the value \"Gloss\" is not among the choices "
+             "\"matt\", \"gloss\": did you mean 'gloss'? (set it to gloss)"},
         Case{"node t \"a\" {\n String s = \"xyz\" @unchecked @choices [\"matt\", \"gloss\"]\n}\n",
-             "out-of-range: a.s: input 'a.s': the value \"xyz\" is not among the choices."},
+             "out-of-range: a.s: input 'a.s': the value \"xyz\" is not among the choices \"matt\", "
+             "\"gloss\"."},
+        Case{"node t \"a\" {\n Int i = 7 @choices [1, 4, 8]\n}\n",
+             "out-of-range: a.i: input 'a.i': the value 7 is not among the choices 1, 4, 8. "
+             "(set it to 8)"},
+        Case{"node t \"a\" {\n Real r = nan @choices [1, 4]\n}\n",
+             "out-of-range: a.r: input 'a.r': the value nan is not among the choices 1, 4."},
+        Case{"node t \"a\" {\n Real r = inf @min 0 @max 9\n}\n",
+             "out-of-range: a.r: input 'a.r': the value inf is above the maximum 9 (the range is 0 "
+             "to 9). (set it to 9)"},
+        Case{"node t \"a\" {\n Real r = 1 @min nan\n}\n",
+             "out-of-range: a.r: input 'a.r': the value 1 is below the minimum nan."},
+        Case{"node t \"a\" {\n Real r = -0 @min 0\n Real s = -1 @choices [] @min Int 0\n}\n", ""},
+        Case{"node t \"a\" {\n Array<Int> l = [1, 9 @max 3]\n}\n",
+             "out-of-range: a.l[1]: input 'a.l[1]': the value 9 is above the maximum 3. "
+             "(set it to 3)"},
         Case{"node t \"a\" {\n Real x = 1\n Int X = 2\n}\n",
              "shadowed-input: a.X: input 'a.X' (Int) is never found by name: 'x' (Real) is before "
              "it."}));
@@ -85,6 +102,56 @@ INSTANTIATE_TEST_SUITE_P(
              "unused-node: p: node 'p': nothing reads its outputs or links to it."},
         Case{"node t \"p\" {\n output Real x\n}\nnode t \"q\" {\n Node n = p\n}\n", ""}));
 
+// ---- Files --------------------------------------------------------------------------------------
+
+constexpr const char* kFiles = "node t \"wood\" {\n String dir = \"textures\"\n String file = "
+                               "\"wood\"\n String ext = \".png\"\n}\n"
+                               "node t \"made\" {\n String dir = \"\"\n String file = \"x\"\n"
+                               " String ext = \"\" <- n.s\n}\nnode t \"n\" {\n output String s\n}\n"
+                               "node t \"kept\" {\n String dir = \"\"\n String file = \"x\"\n"
+                               " String ext = \"\"\n Buffer<Byte> data = [1]\n}\n";
+
+TEST(SceneRulesOfFiles, MissingFile_IsToldWhereFilesCanBeLookedFor) {
+    const Scene scene = tests::sceneOf(kFiles);
+    std::string asked;
+    const ValidationOptions options{.fileExists = [&](const String& path) {
+        asked += path.buf();
+        return false;
+    }};
+    EXPECT_EQ(tests::told(validate(scene, options)),
+              "missing-file: wood.file: node 'wood' stands for a file that is not there: "
+              "\"textures/wood.png\".");
+    EXPECT_EQ(asked, "textures/wood.png") << "what is connected or kept inside is not looked for";
+    EXPECT_EQ(found(scene), "");
+}
+
+TEST(SceneRulesOfFiles, FileThatIsThere_IsNoFinding) {
+    const ValidationOptions options{.fileExists = [](const String&) { return true; }};
+    EXPECT_EQ(tests::told(validate(tests::sceneOf(kFiles), options)), "");
+}
+
+// ---- Comments -----------------------------------------------------------------------------------
+
+TEST(SceneRulesOfComments, ConflictsOfAMerge_AreTold) {
+    const Scene scene = tests::sceneOf("kelvo scene 1\n\n# plain\n# conflict: a type: mine t\n"
+                                       "node t \"a\" {\n"
+                                       "    Object o {\n        # conflict: a.o.r: base 1, mine 2\n"
+                                       "        Real r = 2\n    }\n"
+                                       "    # conflict: a.x kind\n    output Real x\n"
+                                       "}\n# conflict: order\n");
+    EXPECT_EQ(found(scene),
+              "unused-node: a: node 'a': nothing reads its outputs or links to it.\n"
+              "conflict-mark: a: node 'a': a merge left a conflict to settle: a type: mine t.\n"
+              "conflict-mark: a.o.r: input 'a.o.r': a merge left a conflict to settle: a.o.r: base "
+              "1, mine 2.\n"
+              "conflict-mark: a.x: output 'a.x': a merge left a conflict to settle: a.x kind.\n"
+              "conflict-mark: : the scene: a merge left a conflict to settle: order.");
+}
+
+TEST(SceneRulesOfComments, OtherComments_AreNoFinding) {
+    EXPECT_EQ(found(tests::sceneOf("# no conflict: here\nnode t \"a\" { # conflicts\n}\n")), "");
+}
+
 // ---- What libraries say ------------------------------------------------------------------------
 
 TEST(SceneRulesOfTypes, ScenesWithoutLibraries_MayHoldAnyType) {
@@ -92,10 +159,12 @@ TEST(SceneRulesOfTypes, ScenesWithoutLibraries_MayHoldAnyType) {
 }
 
 TEST(SceneRulesOfTypes, UnknownTypes_AreTold) {
-    EXPECT_EQ(found(sceneWithTypes("node piant \"a\" {\n}\nnode zebra \"b\" {\n}\n")),
-              "misspelled-type: a: node 'a': no library knows its type 'piant': did you mean "
-              "'paint'?\n"
-              "unknown-type: b: node 'b': no library knows its type 'zebra'.");
+    EXPECT_EQ(
+        found(sceneWithTypes("node piant \"a\" {\n}\nnode zebra \"b\" {\n}\n")),
+        "misspelled-type: a: node 'a': no library knows its type 'piant': did you mean "
+        "'paint'?\n"
+        "unknown-type: b: node 'b': no library knows its type 'zebra'; its inputs and outputs "
+        "were not checked.");
 }
 
 TEST(SceneRulesOfTypes, AbstractType_IsTold) {
@@ -104,12 +173,14 @@ TEST(SceneRulesOfTypes, AbstractType_IsTold) {
 }
 
 TEST(SceneRulesOfTypes, OtherKinds_AreTold) {
-    EXPECT_EQ(found(sceneWithTypes("node box \"a\" {\n Int size = 1\n Real shade = 1\n"
-                                   " output Int volume\n}\nnode t \"b\" {\n Node n = a\n}\n")),
-              "other-kind: a.size: input 'a.size' is of kind Int: type 'box' defines Real.\n"
-              "other-kind: a.shade: input 'a.shade' is of kind Real: type 'box' defines Object.\n"
-              "other-kind: a.volume: output 'a.volume' is of kind Int: type 'box' defines Real.\n"
-              "unknown-type: b: node 'b': no library knows its type 't'.");
+    EXPECT_EQ(
+        found(sceneWithTypes("node box \"a\" {\n Int size = 1\n Real shade = 1\n"
+                             " output Int volume\n}\nnode t \"b\" {\n Node n = a\n}\n")),
+        "other-kind: a.size: input 'a.size' is of kind Int: type 'box' defines Real.\n"
+        "other-kind: a.shade: input 'a.shade' is of kind Real: type 'box' defines Object.\n"
+        "other-kind: a.volume: output 'a.volume' is of kind Int: type 'box' defines Real.\n"
+        "unknown-type: b: node 'b': no library knows its type 't'; its inputs and outputs were "
+        "not checked.");
 }
 
 TEST(SceneRulesOfTypes, MissingAttributes_AreTold) {
@@ -127,6 +198,27 @@ TEST(SceneRulesOfTypes, MissingAttributes_AreTold) {
               "(add it)\n"
               "idle-modifier: b.modifiers[0]: node 'b': its modifier 'a' is of type 'box', which "
               "modifies nothing.");
+}
+
+TEST(SceneRulesOfTypes, ReadOnlyInputsWithAnotherValue_AreToldAndSetBack) {
+    const auto library = tests::libraryOf("type seal {\n  Int year = 7 @readonly @max 9\n"
+                                          "  Object o {\n    Int inner = 1 @readonly\n  }\n}");
+    const Scene scene = Scene::create();
+    EXPECT_TRUE(scene.addLibrary(LibInfo(library.get())));
+    EXPECT_EQ(
+        tests::errorsOf("node seal \"a\" {\n Int year = 8\n Object o {\n Int inner = 2\n }\n}\n"
+                        "node seal \"b\" {\n Int year = 7\n}\n"
+                        "node seal \"c\" {\n Int year = 8 @own\n}\n",
+                        scene),
+        "");
+    EXPECT_EQ(found(scene), "changed-read-only: a.year: input 'a.year' is read-only: type 'seal' "
+                            "defines 7, not 8. (set it to 7)\n"
+                            "changed-read-only: a.o.inner: input 'a.o.inner' is read-only: type "
+                            "'seal' defines 1, not 2. (set it to 1)");
+    EXPECT_EQ(fixFindings(scene).fixed.size(), 2u);
+    EXPECT_EQ(found(scene), "");
+    EXPECT_EQ(scene["a"]["year"].get<i64>(), 7);
+    EXPECT_TRUE(scene["a"]["year"]->isReadOnly());
 }
 
 TEST(SceneRulesOfTypes, ModifiersOfTheStandardLibrary_AreNotIdle) {

@@ -1,0 +1,66 @@
+// ---- Comments ------------------------------------------------------------------------------
+// What a merge left to settle: it says so in comments, and the scene reads all the same.
+
+#include "sdk/impl/scene_rules.h"
+
+#include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+
+#include <string_view>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+// Without recursion: inputs may be nested deeper than the stack goes.
+void SceneRules::checkComments(Node& node) {
+    const SceneComments& comments = m_scene.comments();
+    if (comments.empty()) return;
+    const auto check = [&](const auto& thing, const char* what, const auto& pathOf) {
+        const Comments* found = comments.find(&thing);
+        if (found) checkMarks(*found, &node, pathOf(), what);
+    };
+    check(static_cast<const INode&>(node), "node", [&] { return node.name(); });
+    std::vector<const IInput*> left;
+    const auto take = [&](const ds::Vector<IInput*>& list) {
+        for (u64 i = list.size(); i-- > 0;)
+            left.push_back(list[i]);
+    };
+    for (take(node.inputs()); !left.empty();) {
+        const IInput& input = *left.back();
+        left.pop_back();
+        check(input, "input", [&] { return input.path(); });
+        take(static_cast<const Input&>(input).members());
+    }
+    for (const IOutput* output : node.outputs())
+        check(*output, "output", [&] { return node.name() + "." + output->name(); });
+}
+
+void SceneRules::checkFileComments() {
+    checkMarks(m_scene.comments().file(), nullptr, String(), "the scene");
+}
+
+void SceneRules::checkMarks(const Comments& comments, Node* node, const String& place,
+                            const char* what) {
+    for (const String* lines :
+         {&comments.leading, &comments.opening, &comments.inner, &comments.trailing})
+        checkLines(*lines, node, place, what);
+}
+
+void SceneRules::checkLines(const String& lines, Node* node, const String& place,
+                            const char* what) {
+    constexpr std::string_view mark = "# conflict: ";
+    for (std::string_view rest = lines.view(); !rest.empty();) {
+        const u64 end = rest.find('\n');
+        const std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+        if (!line.starts_with(mark)) continue;
+        const String subject = place.isEmpty() ? String(what) : String(what) + " '" + place + "'";
+        add(Rule::ConflictMark, node, place,
+            subject + ": a merge left a conflict to settle: " + line.substr(mark.size()) + ".");
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl
