@@ -35,6 +35,9 @@ inline constexpr u32 attrTypeCount = 19;
 /// Returns the name as in the enumeration, "<unknown>" for values outside it. Never null.
 [[nodiscard]] QV_EXPORT const char* attrTypeName(AttrType type) noexcept;
 
+/// Returns how a value of the kind is written, for messages: "four numbers, (r g b a)". Never null.
+[[nodiscard]] QV_EXPORT const char* attrTypeForm(AttrType type) noexcept;
+
 /// Finds the kind of that exact name; false, `out` unchanged, when there is none.
 QV_EXPORT bool parseAttrType(std::string_view name, AttrType& out) noexcept;
 

@@ -40,6 +40,34 @@ TEST(AttrTypeName, Enumerators_HaveTheirValues) {
     EXPECT_EQ(static_cast<i32>(AttrType::Object), 18);
 }
 
+TEST(AttrTypeForm, EveryKind_SaysHowItIsWritten) {
+    constexpr const char* forms[] = {
+        "no value",
+        "true or false",
+        "a whole number from -9223372036854775808 to 9223372036854775807",
+        "a whole number from 0 to 18446744073709551615",
+        "a number, such as 0.5",
+        "two numbers, (x y)",
+        "three numbers, (x y z)",
+        "four numbers, (x y z w)",
+        "two numbers, (x y)",
+        "three numbers, (x y z)",
+        "four numbers, (x y z w)",
+        "four numbers, (r g b a)",
+        "nine numbers row by row, (1 0 0  0 1 0  0 0 1)",
+        "16 numbers row by row, (1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1)",
+        "a text",
+        "the name of a node",
+        "a list such as [1 2 3] or [(0 0 0) (1 0 0)], each element of the buffer's type",
+        "elements of one kind",
+        "members, each with a name",
+    };
+    static_assert(std::size(forms) == attrTypeCount);
+    for (const Kind& kind : kKinds)
+        EXPECT_STREQ(attrTypeForm(static_cast<AttrType>(kind.value)), forms[kind.value]);
+    EXPECT_STREQ(attrTypeForm(static_cast<AttrType>(-1)), "no value");
+}
+
 TEST(ParseAttrType, EveryName_IsReadBack) {
     for (const Kind& kind : kKinds) {
         auto read = static_cast<AttrType>(99);

@@ -174,7 +174,8 @@ class AllOrNothing(Edit):
                 ("set lamp.radus 3", "2:5", "set: no input 'radus' in 'lamp': did you mean "
                                             "'radius'?"),
                 ("  set  lamp.radius wide", "2:20", "set: cannot set 'lamp.radius': 'wide' is no "
-                                                    "value of kind Real."),
+                                                    "value of kind Real: expected a number, such "
+                                                    "as 0.5."),
                 ("set lamp.target dsk", "2:17", "set: cannot link 'lamp.target': no node 'dsk': "
                                                 "did you mean 'desk'?"),
                 ("set lamp 1", "2:5", "set: 'lamp' is a node: expected one of its inputs."),
@@ -212,7 +213,8 @@ class AllOrNothing(Edit):
                 ("append lamp.radius 1", "2:8", "append: 'lamp.radius' has no elements: its kind "
                                                 "is Real."),
                 ("append desk.weights x", "2:21", "append: cannot set 'desk.weights[3]': 'x' is no "
-                                                  "value of kind Real."),
+                                                  "value of kind Real: expected a number, such "
+                                                  "as 0.5."),
                 ("move lamp 4", "2:11", "move: no place 4 among 4."),
                 ("move lamp.radius 0", "2:6", "move: 'lamp.radius' stays at its place: nodes and "
                                               "elements of arrays are moved."),

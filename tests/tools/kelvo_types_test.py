@@ -258,9 +258,10 @@ class LeftToTypes(TypesTest):
         holds = ("is left to the type of its node, with what it holds: write it into the scene "
                  "first.")
         for assignment, expected in (
-                ("l.angle=2", "Cannot set input 'l.angle' to '2': the value is out of range or not "
-                              "among the choices."),
-                ("l.angle=x", "cannot set 'l.angle': 'x' is no value of kind Real."),
+                ("l.angle=2", "Cannot set input 'l.angle' to '2': the value is above the maximum "
+                              "1 (the range is 0 to 1)."),
+                ("l.angle=x", "cannot set 'l.angle': 'x' is no value of kind Real: expected a "
+                              "number, such as 0.5."),
                 ("l.plug.pins=3", f"'l.plug' {holds}"),
                 ("l.steps[0]=3", f"'l.steps' {holds}"),
                 ("l.anlge=1", "no input 'anlge' in 'l'.")):

@@ -52,8 +52,10 @@ class Set(ToolTest):
     def test_one_wrong_assignment_undoes_all(self):
         for wrong, expected in (
                 ("lamp.radus=1", "no input 'radus' in 'lamp': did you mean 'radius'?"),
-                ("lamp.radius=wide", "cannot set 'lamp.radius': 'wide' is no value of kind Real."),
-                ("lamp.count=-1", "cannot set 'lamp.count': '-1' is no value of kind UInt."),
+                ("lamp.radius=wide", "cannot set 'lamp.radius': 'wide' is no value of kind Real: "
+                                     "expected a number, such as 0.5."),
+                ("lamp.count=-1", "cannot set 'lamp.count': '-1' is no value of kind UInt: "
+                                  "expected a whole number from 0 to 18446744073709551615."),
                 ("lamp.target=dsk",
                  "cannot link 'lamp.target': no node 'dsk': did you mean 'desk'?"),
                 ("lamp.radius", "'lamp.radius' is no assignment: expected path=value."),
@@ -64,8 +66,8 @@ class Set(ToolTest):
                 ("lamp.shade=1",
                  "'lamp.shade' is of kind Object, which takes no value: set what it holds."),
                 ("lamp.fixed=2", "Cannot set input 'lamp.fixed': it is read-only."),
-                ("lamp.bounded=12", "Cannot set input 'lamp.bounded' to '12': the value is out of "
-                                    "range or not among the choices.")):
+                ("lamp.bounded=12", "Cannot set input 'lamp.bounded' to '12': the value is above "
+                                    "the maximum 9 (the range is 0 to 9).")):
             with self.subTest(wrong):
                 self.expect(2, "set", "a.kns", "desk.weights[+]=9", wrong, "desk.weights[0]=8",
                             out="", error=f"kelvo: a.kns: {expected}\n")

@@ -4,8 +4,10 @@
 #include "sdk/impl/node.h"
 #include "sdk/path_parser.h"
 #include "tools/kelvo/libraries.h"
+#include "tools/kelvo/versions.h"
 
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_tool {
 
@@ -24,6 +26,55 @@ bool link(const Scene& scene, const Input& input, const String& name, String& er
     return false;
 }
 
+bool setText(const Input& input, const String& value, String& error) {
+    const Reason reason;
+    if (input.setString(value)) return true;
+    error = reason.text();
+    if (error.isEmpty())
+        error = "cannot set '" + input.path() + "': '" + value + "' is no value of kind " +
+                input->typeName() + ": expected " + kelvo_sdk::attrTypeForm(input.type()) + ".";
+    return false;
+}
+
+// Returns what the type of its node says of an input that has no notes of its own; null when that
+// is nothing, or known to the scene.
+const IInput* definitionOf(const Scene& scene, const Input& input) {
+    const auto& own = static_cast<const kelvo_sdk::impl::Input&>(*input.get());
+    if (own.details() || knowsTypes(scene)) return nullptr;
+    const Libraries* libraries = librariesInUse();
+    const Node* type = libraries ? libraries->lookUpType(own.node()->type()) : nullptr;
+    if (!type) return nullptr;
+    std::vector<const IInput*> chain;
+    for (const IInput* at = &own; at; at = at->parent())
+        chain.push_back(at);
+    const IInput* known = type->lookUpInput(chain.back()->name());
+    for (u64 i = chain.size(); i-- > 0 && known;) {
+        if (known->type() != chain[i]->type()) return nullptr;
+        if (i == 0) return known;
+        known = known->isObject() ? static_cast<const kelvo_sdk::impl::Input*>(known)->lookUpInput(
+                                        chain[i - 1]->name())
+                                  : nullptr;
+    }
+    return nullptr;
+}
+
+// The type refuses values where the text says nothing: asks a copy that has what the type says.
+bool isAccepted(const INode& node, const IInput& definition, const String& value, String& error) {
+    const auto copy = RefersTo<Node>::adopt(
+        static_cast<const Node*>(definition.node())->clone(nullptr, node.name()));
+    const String path = definition.path();
+    const Input like = kelvo_sdk::Node(copy.get()).inputAt(path.substr(path.find('.') + 1));
+    if (like.type() != AttrType::Node) return setText(like, value, error);
+    if (!like->isReadOnly()) return true;
+    error = "Cannot set input '" + like.path() + "': it is read-only.";
+    return false;
+}
+
+bool typeAccepts(const Scene& scene, const Input& input, const String& value, String& error) {
+    const IInput* definition = definitionOf(scene, input);
+    return !definition || isAccepted(*input->node(), *definition, value, error);
+}
+
 } // namespace
 
 bool assign(const Scene& scene, const Input& input, const String& value, String& error) {
@@ -33,14 +84,9 @@ bool assign(const Scene& scene, const Input& input, const String& value, String&
                 ", which takes no value" + (type == AttrType::Null ? "." : ": set what it holds.");
         return false;
     }
+    if (!typeAccepts(scene, input, value, error)) return false;
     if (type == AttrType::Node) return link(scene, input, value, error);
-    const Reason reason;
-    if (input.setString(value)) return true;
-    error = reason.text();
-    if (error.isEmpty())
-        error = "cannot set '" + input.path() + "': '" + value + "' is no value of kind " +
-                input->typeName() + ".";
-    return false;
+    return setText(input, value, error);
 }
 
 const IInput* leftOutInput(const Scene& scene, const String& path) {
@@ -59,16 +105,6 @@ const IInput* wholeLeftOutInput(const Scene& scene, const String& path) {
 }
 
 namespace {
-
-// The type refuses values where the text says nothing.
-bool typeAccepts(const Scene& scene, const INode& node, const Input& like, const String& value,
-                 String& error) {
-    const auto copy =
-        RefersTo<Node>::adopt(static_cast<const Node*>(like->node())->clone(nullptr, node.name()));
-    const AttrType type = like.type();
-    return type == AttrType::Node || type == AttrType::Array ||
-           assign(scene, Input(copy->lookUpInput(like.name())), value, error);
-}
 
 // Adds the input bare, at its default: what else there is to say of it stays with the type.
 void addInput(Node& node, const IInput& like) {
@@ -92,7 +128,8 @@ bool reachInput(const Scene& scene, const String& path, const String* value, Inp
                     "scene first.";
             return false;
         }
-        if (value && !typeAccepts(scene, *node.get(), definition, *value, error)) return false;
+        const bool isPlain = definition.type() != AttrType::Array;
+        if (value && isPlain && !isAccepted(*node.get(), *like, *value, error)) return false;
         addInput(static_cast<Node&>(*node.get()), *like);
     }
     Address address;
