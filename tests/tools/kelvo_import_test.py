@@ -36,6 +36,21 @@ class Import(ToolTest):
             self.assertIn(f"    {line}\n", stats)
         self.assertIn(" 0 errors, 0 warnings", self.expect(0, "check", "engine.kns"))
 
+    def test_a_value_that_a_model_may_not_have_is_kept_marked_and_told(self):
+        model = MODELS / "FBX/maxPbrMaterial_specGloss.fbx"
+        ran = self.run_tool("import", model, "-o", "out.kns")
+        place, value = "material_02_Default.roughness", "-2.200000047683716"
+        reason = f"the value {value} is below the minimum 0 (the range is 0 to 1)."
+        self.assertEqual((ran.returncode, ran.stderr), (0, (
+            f"kelvo: warning: {model}: kept and marked @unchecked: input '{place}': {reason}\n")))
+        self.assertIn(f"Real roughness = {value} @unchecked\n",
+                      (self.folder / "out.kns").read_text())
+        self.expect(0, "get", "out.kns", place, out=f"{value}\n")
+        self.assertIn(f"input '{place}': {reason} [out-of-range]\n",
+                      self.run_tool("check", "out.kns").stderr)
+        self.assertEqual(self.run_tool("check", "out.kns", "--fix").returncode, 0)
+        self.expect(0, "get", "out.kns", place, out="0\n")
+
     def test_what_is_left_out_is_told_by_name_and_count(self):
         ran = self.run_tool("import", MODELS / "BVH/01_01.bvh", "-o", "out.kns")
         self.assertEqual(ran.returncode, 0)

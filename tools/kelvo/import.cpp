@@ -6,6 +6,7 @@
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/progress_line.h"
+#include "tools/kelvo/unchecked.h"
 
 #include <string>
 #endif
@@ -29,6 +30,16 @@ bool readModel(const kelvo_sdk::Scene& scene, const String& model, Report& repor
                                      [&line](double done) { line.show(done); });
 }
 
+// Hundreds of materials may be wrong in the same way.
+void tellOutside(const String& model, const StringVector& outside) {
+    constexpr u64 most = 20;
+    for (u64 i = 0; i < outside.size() && i < most; ++i)
+        warn(model + ": kept and marked @unchecked: " + outside[i]);
+    if (outside.size() > most)
+        warn(model + ": kept and marked @unchecked: " +
+             String(std::string_view(std::to_string(outside.size() - most))) + " more values.");
+}
+
 void tellReport(const ImportOptions& options, const Report& report, Terminal& out) {
     for (const model_import::LeftOut& item : report.leftOut)
         warn(options.model + ": left out " + Report::text(item));
@@ -49,7 +60,9 @@ Status importAndSave(const ImportOptions& options, Terminal& out) {
         complain(options.model + ": " + report.error);
         return Status::Fault;
     }
+    const StringVector outside = markUnchecked(scene);
     if (!saveScene(scene, options.outFile, out)) return Status::Fault;
+    tellOutside(options.model, outside);
     tellReport(options, report, out);
     return Status::Ok;
 }

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "base/string_vector.h"
+#include "sdk/scene.h"
+
+namespace qv::kelvo_tool {
+
+/// Marks the values of a scene that its node types do not allow, so that its text says `@unchecked`
+/// of them. Returns a sentence for each. The scene's nodes may become new ones.
+StringVector markUnchecked(const kelvo_sdk::Scene& scene);
+
+} // namespace qv::kelvo_tool
