@@ -108,7 +108,7 @@ void SceneRules::checkValues(Node& node) {
 
 void SceneRules::checkValue(Node& node, Input& input) {
     const AttrDetails& details = *input.details();
-    const Value& value = input.value();
+    const Value& value = input.ownValue();
     if (value.isNull() || value.type() == AttrType::Node || details.accepts(value)) return;
     const Value nearest = input.isReadOnly() ? Value() : nearestAllowed(details, value);
     add(Rule::OutOfRange, &node, input.path(),

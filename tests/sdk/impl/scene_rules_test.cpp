@@ -140,11 +140,11 @@ TEST(SceneRulesOfComments, ConflictsOfAMerge_AreTold) {
                                        "    # conflict: a.x kind\n    output Real x\n"
                                        "}\n# conflict: order\n");
     EXPECT_EQ(found(scene),
+              "unused-node: a: node 'a': nothing reads its outputs or links to it.\n"
               "conflict-mark: a: node 'a': a merge left a conflict to settle: a type: mine t.\n"
               "conflict-mark: a.o.r: input 'a.o.r': a merge left a conflict to settle: a.o.r: base "
               "1, mine 2.\n"
               "conflict-mark: a.x: output 'a.x': a merge left a conflict to settle: a.x kind.\n"
-              "unused-node: a: node 'a': nothing reads its outputs or links to it.\n"
               "conflict-mark: : the scene: a merge left a conflict to settle: order.");
 }
 
