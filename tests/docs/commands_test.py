@@ -1,0 +1,290 @@
+#!/usr/bin/env python3
+"""The commands in the README and in docs/ do what the text says. commands_test.py TOOL BUILD_DIR
+
+Each page is followed line by line, as a reader would who pastes it into a shell: in a copy of the
+tree in which scripts/run was done. A page makes the files it names, or finds them in examples/.
+"""
+import filecmp
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import doc_text
+from doc_text import ROOT
+
+MODELS = pathlib.Path("/usr/share/assimp/models")
+
+# A line of a block of code that begins so is a command.
+PROGRAMS = ("kelvo", "cmake", "ctest", "git", "pkg-config", "cp", "cd", "mkdir", "printf", "grep",
+            "c++", "python3")
+
+# Commands that fail on purpose, by their beginning, with the exit status that the text names.
+STATUS = {
+    "kelvo diff examples/studio.kns build/bright.kns": 1,
+    "kelvo diff examples/studio.kns build/mine.kns --format json": 1,
+    "kelvo diff examples/studio.kns build/merged.kns": 1,
+    'kelvo edit build/room.kns -c "rename desk table; set sun.radus 1"': 2,
+    "git merge evening": 1,
+}
+
+# What a command prints or writes, where the page does not show it: a text that is there afterwards
+# in what it prints or in the file of its -o.
+SAYS = {
+    "kelvo show examples/studio.kns": "└─ eye (camera)",
+    "kelvo get examples/studio.kns lamp.radius": "0.05",
+    "kelvo eval examples/studio.kns power.result": "10",
+    "kelvo explain examples/studio.kns lamp.color": "warm.amount <- dimmer.result",
+    "kelvo find examples/studio.kns '*.radius'": "lamp.radius (Real) = 0.05",
+    "kelvo deps examples/studio.kns lamp": "through lamp.intensity <- power.result",
+    "kelvo paths examples/studio.kns room lamp": "room/lamp",
+    "kelvo stats examples/studio.kns": "nodes: 10",
+    "kelvo hash examples/studio.kns": "  lamp",
+    "kelvo check examples/studio.kns": "10 nodes, 0 errors, 0 warnings",
+    "kelvo graph examples/studio.kns": "digraph",
+    "kelvo set examples/studio.kns lamp.radius=0.1 -o build/bright.kns": "Real radius = 0.1",
+    'kelvo edit examples/studio.kns -c "rename desk table; set wood.roughness 0.3" '
+    "-o build/table.kns": 'node mesh "table"',
+    "kelvo convert examples/studio.kns lamp spotLight -o build/spot.kns": 'node spotLight "lamp"',
+    "kelvo check build/spot.kns --fix": "10 nodes, 0 errors, 0 warnings",
+    "kelvo diff examples/studio.kns build/bright.kns": "~ lamp.radius: 0.05 -> 0.1",
+    "kelvo merge examples/studio.kns build/bright.kns build/table.kns -o build/both.kns":
+        "Array<Node> children = [table, lamp, window, eye]",
+    "kelvo types --base emitter": "spotLight",
+    "kelvo help pointLight": "Shines in all directions from a small ball.",
+    "kelvo new pointLight key >build/key.kns": 'node pointLight "key"',
+    "kelvo import /usr/share/assimp/models/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb "
+    "-o build/engine.kns": "151 nodes",
+    "kelvo stats build/engine.kns": "mesh: 34",
+}
+
+# Commands that are not run here, with the reason. Each of them is looked at all the same: the
+# script, the preset or the option has to exist.
+NOT_RUN = {
+    r"scripts/(run|test|bench|tidy|bare|install)\b": "builds everything, or needs the network",
+    r"cmake --preset": "configures the whole project; tests/install does that for a client",
+    r"cmake --build --preset": "builds everything; the tests run on such a build",
+    r"cmake --install .* --prefix /": "writes to the system; docs/plugins.md installs into build/",
+    r"ctest --preset": "runs all tests, this one among them",
+    r"pkg-config\b": "needs an installed library; tests/install/run.sh runs it on one",
+    r"c\+\+ .*pkg-config": "needs an installed library; tests/install/run.sh runs it on one",
+    r"python3 tools/(check_tree|make_map)\.py": "has a test of its own",
+}
+
+
+def is_command(line):
+    if re.fullmatch(r"kelvo (scene|types) \d", line):  # How such texts begin.
+        return False
+    word = line.split(" ")[0]
+    return word in PROGRAMS or word.startswith("scripts/") or re.match(r"[A-Z_]+=", line)
+
+
+def without_explanation(line):
+    """Cuts off what stands in the right-hand column, behind three blanks or behind a '#'."""
+    return re.sub(r"(\s{3,}| +# ).*$", "", line.rstrip())
+
+
+def joined(block):
+    """Returns the lines of a block, those that end in '\\' with the next, without empty ones."""
+    lines = re.sub(r" *\\\n *", " ", block.text).split("\n")
+    return [line for line in map(str.strip, lines) if line and not line.startswith("#")]
+
+
+def commands(page):
+    """Returns (block, command, what the page says that it prints or None) for each command."""
+    found = []
+    blocks = doc_text.blocks(page)
+    for block, following in zip(blocks, [*blocks[1:], None]):
+        lines = [without_explanation(line) for line in joined(block) if is_command(line)]
+        for line in lines:
+            says = doc_text.printed_by(block, following) if line is lines[-1] else None
+            found.append((block, line, says))
+    return found
+
+
+def not_run(command):
+    return any(re.match(pattern, command) for pattern in NOT_RUN)
+
+
+def preset_names(kind):
+    presets = json.loads((ROOT / "CMakePresets.json").read_text())
+    return [preset["name"] for preset in presets[kind]]
+
+
+class Shell:
+    """A shell in a copy of the tree: folder and variables of one command hold for the next."""
+
+    def __init__(self, folder, build):
+        self.tree = folder / "tree"
+        self.state = folder / "state"
+        self.home = folder / "home"
+        self.build = pathlib.Path(build)
+        self.home.mkdir()
+        self.lay_out()
+        self.state.write_text(f"cd {self.tree}\n")
+
+    def lay_out(self):
+        self.tree.mkdir()
+        for entry in ROOT.iterdir():
+            if entry.name not in ("build", "examples", ".git"):
+                (self.tree / entry.name).symlink_to(entry)
+        shutil.copytree(ROOT / "examples", self.tree / "examples")
+        (self.tree / "build").mkdir()
+        (self.tree / "build" / "release").symlink_to(self.build)
+
+    def cached(self, name):
+        """Returns a value of the build's configuration."""
+        cache = (self.build / "CMakeCache.txt").read_text()
+        found = re.search(rf"^{name}:\w+=(.*)$", cache, re.M)
+        return found[1] if found else ""
+
+    def compiling(self):
+        """Returns the variables by which what is compiled goes with the build."""
+        sanitize = self.cached("KELVO_SANITIZE")
+        return {"CXX": self.cached("CMAKE_CXX_COMPILER"),
+                "CMAKE_GENERATOR": self.cached("CMAKE_GENERATOR"),
+                "CXXFLAGS": f"-fsanitize={sanitize}" if sanitize else ""}
+
+    def run(self, command):
+        script = f'. {self.state}\n{command}\nstatus=$?\n' \
+                 f'{{ printf "cd %q\\n" "$PWD"; declare -p PATH; }} >{self.state}\nexit $status\n'
+        environment = {"PATH": f"{self.tree}/build/release/tools/kelvo:{os.environ['PATH']}",
+                       "HOME": str(self.home), "LC_ALL": "C.UTF-8", "GIT_CONFIG_NOSYSTEM": "1",
+                       "GIT_AUTHOR_NAME": "A", "GIT_AUTHOR_EMAIL": "a@example.org",
+                       "GIT_COMMITTER_NAME": "A", "GIT_COMMITTER_EMAIL": "a@example.org"}
+        environment |= {k: v for k, v in os.environ.items() if k.endswith("SAN_OPTIONS")}
+        environment |= self.compiling()
+        return subprocess.run(["bash", "-c", script], stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL, text=True,
+                              timeout=300, env=environment)
+
+    def file_written(self, command):
+        """Returns the file that the command was to write, if it says so."""
+        named = re.search(r"(?: -o |>) ?([^\s>|\"']+)$", command)
+        folder = re.search(r"^cd (.*)$", self.state.read_text(), re.M)[1]
+        return pathlib.Path(folder) / named[1] if named else None
+
+
+class Commands(unittest.TestCase):
+    tool = build = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.shell = Shell(pathlib.Path(folder.name), self.build)
+
+    def follow(self, page):
+        for block, command, says in commands(page):
+            with self.subTest(place=block.place(), command=command):
+                if not_run(command):
+                    continue
+                reason = self.lacking(command)
+                if reason:
+                    self.skipTest(reason)
+                self.check(command, says)
+        self.check_that_examples_stayed()
+
+    def lacking(self, command):
+        """Says what this build does not have that a command needs."""
+        imports = "kelvo import" in command or "engine.kns" in command
+        if imports and not (MODELS.exists() and self.has_import()):
+            return "built without the import of models"
+        return None
+
+    def has_import(self):
+        shown = subprocess.run([self.tool, "--help"], capture_output=True, text=True, timeout=60)
+        return re.search(r"^ +import ", shown.stdout, re.M) is not None
+
+    def check(self, command, says):
+        ran = self.shell.run(command)
+        expected = next((status for begin, status in STATUS.items() if command.startswith(begin)), 0)
+        self.assertEqual(ran.returncode, expected, ran.stdout[-2000:])
+        if says is not None:
+            self.assertTrue(doc_text.is_as_printed(says, ran.stdout),
+                            f"the page says:\n{says}\nit prints:\n{ran.stdout}")
+        file = self.shell.file_written(command)
+        if file:
+            self.assertTrue(file.exists() and file.stat().st_size > 0, f"{file.name} is missing")
+        if command in SAYS:
+            everything = ran.stdout
+            if file and file.suffix in (".kns", ".json", ".svg", ".html"):
+                everything += file.read_text()
+            self.assertIn(SAYS[command], everything)
+
+    def check_that_examples_stayed(self):
+        for entry in (ROOT / "examples").iterdir():
+            if entry.is_file():
+                copy = self.shell.tree / "examples" / entry.name
+                self.assertTrue(filecmp.cmp(entry, copy, shallow=False), entry.name)
+
+
+def add_page(page):
+    def test(self):
+        self.follow(page)
+    setattr(Commands, "test_commands_of_" + re.sub(r"\W", "_", doc_text.name_of(page)), test)
+
+
+class Lists(unittest.TestCase):
+    """The lists above, and the commands that are not run, name things that there are."""
+
+    def setUp(self):
+        self.all = [found for page in doc_text.pages() for found in commands(page)]
+
+    def test_every_line_of_a_block_with_a_command_is_one(self):
+        for page in doc_text.pages():
+            for block in doc_text.blocks(page):
+                lines = joined(block)
+                if any(map(is_command, lines)):
+                    for line in lines:
+                        self.assertTrue(is_command(line), f"{block.place()}: no command: {line}")
+
+    def test_lists_hold_only_commands_that_are_there(self):
+        texts = [command for _, command, _ in self.all]
+        for begin in STATUS:
+            self.assertTrue(any(text.startswith(begin) for text in texts), begin)
+        for command in SAYS:
+            self.assertIn(command, texts)
+
+    def test_no_command_of_the_tool_is_left_out(self):
+        for block, command, _ in self.all:
+            if command.startswith("kelvo "):
+                self.assertFalse(not_run(command), f"{block.place()}: {command}")
+
+    def test_scripts_can_be_run(self):
+        for block, command, _ in self.all:
+            for script in re.findall(r"\bscripts/\w+", command):
+                self.assertTrue(os.access(ROOT / script, os.X_OK), f"{block.place()}: {script}")
+
+    def test_presets_are_there(self):
+        kinds = {"cmake --preset": "configurePresets", "cmake --build --preset": "buildPresets",
+                 "ctest --preset": "testPresets"}
+        for block, command, _ in self.all:
+            for begin, kind in kinds.items():
+                for preset in re.findall(re.escape(begin) + r" (\w+)", command):
+                    self.assertIn(preset, preset_names(kind), block.place())
+
+    def test_installed_builds_have_a_preset(self):
+        for block, command, _ in self.all:
+            for preset in re.findall(r"cmake --install build/(\w+)", command):
+                self.assertIn(preset, preset_names("configurePresets"), block.place())
+
+    def test_commands_named_within_the_text_are_commands_of_the_tool(self):
+        shown = subprocess.run([Commands.tool, "--help"], capture_output=True, text=True, timeout=60)
+        known = re.findall(r"^  (\w+)  ", shown.stdout, re.M)
+        for page in doc_text.pages():
+            for command in re.findall(r"`kelvo ([a-z]+)", page.read_text()):
+                if command != "import":
+                    self.assertIn(command, known, page)
+
+
+if __name__ == "__main__":
+    Commands.tool = os.path.abspath(sys.argv.pop(1))
+    Commands.build = os.path.abspath(sys.argv.pop(1))
+    for each in doc_text.pages():
+        add_page(each)
+    unittest.main()
