@@ -229,6 +229,29 @@ def add_page(page):
     setattr(Commands, "test_commands_of_" + re.sub(r"\W", "_", doc_text.name_of(page)), test)
 
 
+class Texts(unittest.TestCase):
+    """The scenes and definitions that the pages show can be read."""
+
+    def check(self, begin, *arguments):
+        found = 0
+        for page in doc_text.pages():
+            for block in doc_text.blocks(page):
+                if not block.text.startswith(begin):
+                    continue
+                found += 1
+                with self.subTest(place=block.place()):
+                    ran = subprocess.run([Commands.tool, *arguments, "-"], input=block.text,
+                                         capture_output=True, text=True, timeout=60)
+                    self.assertEqual((ran.returncode, ran.stderr), (0, ""))
+        self.assertGreater(found, 0)
+
+    def test_scenes(self):
+        self.check("kelvo scene 1\n", "stats")
+
+    def test_definitions(self):
+        self.check("kelvo types 1\n", "library", "check")
+
+
 class Lists(unittest.TestCase):
     """The lists above, and the commands that are not run, name things that there are."""
 
