@@ -17,6 +17,7 @@ import doc_text
 from doc_text import ROOT
 
 HEAD = """
+#include "sdk/callback_table.h"
 #include "sdk/kelvo.h"
 #include "sdk/validation.h"
 #include "tools/plugins/plugins.h"

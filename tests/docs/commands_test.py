@@ -202,7 +202,7 @@ class Commands(unittest.TestCase):
 
     def check(self, command, says):
         ran = self.shell.run(command)
-        expected = next((status for begin, status in STATUS.items() if command.startswith(begin)), 0)
+        expected = next((STATUS[begin] for begin in STATUS if command.startswith(begin)), 0)
         self.assertEqual(ran.returncode, expected, ran.stdout[-2000:])
         if says is not None:
             self.assertTrue(doc_text.is_as_printed(says, ran.stdout),
@@ -247,6 +247,13 @@ class Texts(unittest.TestCase):
 
     def test_scenes(self):
         self.check("kelvo scene 1\n", "stats")
+
+    def test_example_scenes_have_no_findings(self):
+        for scene in sorted((ROOT / "examples").glob("*.kns")):
+            ran = subprocess.run([Commands.tool, "check", scene, "--severity", "note"],
+                                 capture_output=True, text=True, timeout=60)
+            self.assertEqual((ran.returncode, ran.stderr), (0, ""))
+            self.assertRegex(ran.stdout, "nodes, 0 errors, 0 warnings, 0 notes$")
 
     def test_definitions(self):
         self.check("kelvo types 1\n", "library", "check")
@@ -297,7 +304,7 @@ class Lists(unittest.TestCase):
                 self.assertIn(preset, preset_names("configurePresets"), block.place())
 
     def test_commands_named_within_the_text_are_commands_of_the_tool(self):
-        shown = subprocess.run([Commands.tool, "--help"], capture_output=True, text=True, timeout=60)
+        shown = subprocess.run([Commands.tool, "--help"], capture_output=True, text=True)
         known = re.findall(r"^  (\w+)  ", shown.stdout, re.M)
         for page in doc_text.pages():
             for command in re.findall(r"`kelvo ([a-z]+)", page.read_text()):
