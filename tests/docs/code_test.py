@@ -74,22 +74,18 @@ class Code(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def cached(self, name):
-        cache = (pathlib.Path(self.build) / "CMakeCache.txt").read_text()
-        found = re.search(rf"^{name}:\w+=(.*)$", cache, re.M)
-        return found[1] if found else ""
-
     def compile(self, block, *arguments):
         source = self.folder / "code.cpp"
         source.write_text(whole_source(block))
-        ran = subprocess.run([self.cached("CMAKE_CXX_COMPILER"), "-std=c++20", "-Wall", "-Wextra",
-                              "-Wno-unused", "-Werror", f"-I{ROOT}", str(source), *arguments],
+        compiler = doc_text.configured(self.build, "CMAKE_CXX_COMPILER")
+        ran = subprocess.run([compiler, "-std=c++20", "-Wall", "-Wextra", "-Wno-unused", "-Werror",
+                              f"-I{ROOT}", str(source), *arguments],
                              capture_output=True, text=True, timeout=300)
         self.assertEqual(ran.returncode, 0, ran.stderr)
 
     def run_program(self, block):
         program = self.folder / "code"
-        sanitize = self.cached("KELVO_SANITIZE")
+        sanitize = doc_text.configured(self.build, "KELVO_SANITIZE")
         self.compile(block, "-o", str(program), self.library, "-pthread",
                      f"-Wl,-rpath,{os.path.dirname(self.library)}",
                      *([f"-fsanitize={sanitize}"] if sanitize else []))
@@ -132,5 +128,6 @@ if __name__ == "__main__":
     Code.library = os.path.abspath(sys.argv.pop(1))
     Code.build = os.path.abspath(sys.argv.pop(1))
     for each in doc_text.pages():
-        add_page(each)
+        if cpp_blocks(each):
+            add_page(each)
     unittest.main()

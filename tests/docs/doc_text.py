@@ -1,5 +1,6 @@
 """What the tests of the documents share: the pages, and the blocks of code in them."""
 import dataclasses
+import os
 import pathlib
 import re
 
@@ -12,7 +13,14 @@ def pages():
 
 
 def name_of(page):
-    return str(page.relative_to(ROOT))
+    return os.path.relpath(page, ROOT)
+
+
+def configured(build, name):
+    """Returns a value of a build's configuration, empty if it has none."""
+    cache = (pathlib.Path(build) / "CMakeCache.txt").read_text()
+    found = re.search(rf"^{name}:\w+=(.*)$", cache, re.M)
+    return found[1] if found else ""
 
 
 @dataclasses.dataclass
