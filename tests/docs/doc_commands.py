@@ -9,7 +9,7 @@ PROGRAMS = ("kelvo", "cmake", "ctest", "git", "pkg-config", "cp", "cd", "mkdir",
 
 # A line that begins so would be one, if it had a place above.
 OTHER_PROGRAMS = ("apt", "apt-get", "bash", "cat", "clang++", "curl", "dot", "echo", "env", "ls",
-                  "make", "mv", "ninja", "pip", "rm", "sed", "sh", "source", "sudo", "tar")
+                  "make", "mv", "ninja", "pip", "rm", "sed", "sh", "sudo", "tar")
 
 
 def is_command(line):

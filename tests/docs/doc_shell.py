@@ -39,7 +39,7 @@ class Shell:
 
     def run(self, command):
         script = f'. {self.state}\n{command}\nstatus=$?\n' \
-                 f'{{ printf "cd %q\\n" "$PWD"; declare -p PATH; export -p; }} >{self.state}\nexit $status\n'
+                 f'{{ printf "cd %q\\n" "$PWD"; export -p; }} >{self.state}\nexit $status\n'
         environment = {"PATH": f"{self.tree}/build/release/tools/kelvo:{os.environ['PATH']}",
                        "HOME": str(self.home), "LC_ALL": "C.UTF-8", "GIT_CONFIG_NOSYSTEM": "1",
                        "GIT_AUTHOR_NAME": "A", "GIT_AUTHOR_EMAIL": "a@example.org",
