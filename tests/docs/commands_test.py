@@ -172,6 +172,18 @@ class Texts(unittest.TestCase):
             self.assertEqual((ran.returncode, ran.stderr), (0, ""))
             self.assertRegex(ran.stdout, "nodes, 0 errors, 0 warnings, 0 notes$")
 
+    def test_pieces_of_an_example_are_in_it(self):
+        pieces = 0
+        for page in doc_text.pages():
+            for block in doc_text.blocks(page):
+                example = re.search(r"examples/\w+\.kns", block.before)
+                if example and block.text.startswith("node "):
+                    whole = (ROOT / example[0]).read_text()
+                    for node in re.findall(r"^node .*?^}\n", block.text, re.S | re.M):
+                        self.assertIn(node, whole, block.place())
+                        pieces += 1
+        self.assertGreater(pieces, 0)
+
     def test_definitions(self):
         self.check("kelvo types 1\n", "library", "check")
 
