@@ -1,0 +1,42 @@
+"""The commands in the pages: which lines they are, and what the text says that they print."""
+import re
+
+import doc_text
+
+# A line of a block of code that begins so is a command.
+PROGRAMS = ("kelvo", "cmake", "ctest", "git", "pkg-config", "cp", "cd", "mkdir", "printf", "grep",
+            "c++", "g++", "export", "python3")
+
+# A line that begins so would be one, if it had a place above.
+OTHER_PROGRAMS = ("apt", "apt-get", "bash", "cat", "clang++", "curl", "dot", "echo", "env", "ls",
+                  "make", "mv", "ninja", "pip", "rm", "sed", "sh", "sudo", "tar")
+
+
+def is_command(line):
+    if re.fullmatch(r"kelvo (scene|types) \d", line):  # How such texts begin.
+        return False
+    word = line.split(" ")[0]
+    return word in PROGRAMS or word.startswith("scripts/") or re.match(r"[A-Z_]+=", line)
+
+
+def without_explanation(line):
+    """Cuts off what stands in the right-hand column, behind three blanks or behind a '#'."""
+    return re.sub(r"(\s{3,}| +# ).*$", "", line.rstrip())
+
+
+def joined(block):
+    """Returns the lines of a block, those that end in '\\' with the next, without empty ones."""
+    lines = re.sub(r" *\\\n *", " ", block.text).split("\n")
+    return [line for line in map(str.strip, lines) if line and not line.startswith("#")]
+
+
+def commands(page):
+    """Returns (block, command, what the page says that it prints or None) for each command."""
+    found = []
+    blocks = doc_text.blocks(page)
+    for block, following in zip(blocks, [*blocks[1:], None]):
+        lines = [without_explanation(line) for line in joined(block) if is_command(line)]
+        for line in lines:
+            says = doc_text.printed_by(block, following) if line is lines[-1] else None
+            found.append((block, line, says))
+    return found

@@ -1,0 +1,112 @@
+// What several threads may do with scenes at a time, as docs/threads.md has it: read one that
+// nobody edits, without evaluation, and do anything with different ones.
+
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/standard_library.h"
+#include "sdk/kelvo.h"
+#include "sdk/validation.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+constexpr const char* text = R"(kelvo scene 1
+
+node xform "room" {
+    Array<Node> children = [lamp, desk]
+}
+node pointLight "lamp" {
+    Real intensity = 1 <- power.result
+    Real radius = 0.5
+}
+node mix "power" {
+    Real b = 40
+}
+node mesh "desk" {
+    Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (1 1 0)]
+}
+)";
+
+Scene makeScene() {
+    Scene scene = Scene::create();
+    scene.addLibrary(LibInfo(&impl::standardLibrary()));
+    EXPECT_TRUE(scene.read(text, "room.kns"));
+    return scene;
+}
+
+// Runs `action` many times on several threads that start together; it answers whether all is well.
+void onManyThreads(const std::function<bool()>& action) {
+    constexpr int kThreads = 4;
+    std::atomic<int> ready = 0;
+    std::atomic<int> failures = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back([&] {
+            for (++ready; ready < kThreads;)
+                std::this_thread::yield();
+            for (int k = 0; k < 50; ++k)
+                failures += action() ? 0 : 1;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+}
+
+TEST(SceneThreads, StoredValues_AreReadByMany) {
+    const Scene scene = makeScene();
+    onManyThreads([&] {
+        const Node lamp = scene["lamp"];
+        return lamp["radius"].get<double>() == 0.5 &&
+               lamp["intensity"].asString(false, nullptr) == String("1") &&
+               scene["desk"]["positions"].buffer<math::PosT<3, float>>().size() == 3 &&
+               scene["room"].inputAt("children[1]").asNode(false, nullptr).name() == String("desk");
+    });
+}
+
+TEST(SceneThreads, NodesAndPaths_AreSearchedByMany) {
+    const Scene scene = makeScene();
+    onManyThreads([&] {
+        const Node room = scene["room"];
+        return room.children(-1).size() == 2 && room.dependencies().size() == 3 &&
+               room.firstPathTo(scene["power"], true) && room->findInput("room.children[0]");
+    });
+}
+
+TEST(SceneThreads, Text_IsWrittenByMany) {
+    const Scene scene = makeScene();
+    const String expected = scene.text();
+    onManyThreads([&] { return scene.text() == expected; });
+}
+
+TEST(SceneThreads, HashesAndDirtyFlags_AreReadByMany) {
+    const Scene scene = makeScene();
+    const Node power = scene["power"];
+    for (const bool isCached : {false, true}) {
+        scene.setDirtyStateCached(isCached);
+        onManyThreads([&] { return power.hash() != 0 && power.dirty() && scene["room"].dirty(); });
+    }
+}
+
+TEST(SceneThreads, AScene_IsCheckedByMany) {
+    const Scene scene = makeScene();
+    onManyThreads([&] { return validate(scene).empty() && scene.verify().empty(); });
+}
+
+TEST(SceneThreads, DifferentScenes_AreEditedAndEvaluatedAtATime) {
+    onManyThreads([] {
+        const Scene scene = makeScene();
+        const Input intensity = scene["lamp"]["intensity"];
+        return intensity.get<double>() == 20 && scene["power"]["amount"].set(0.1) &&
+               intensity.get<double>() == 4 && scene.removeNode(scene["power"]) &&
+               intensity.get<double>() == 1;
+    });
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk
