@@ -19,12 +19,12 @@ class Input;
 ///
 ///     Object      output.cpp       identity, targets, value set
 ///     Evaluation  output_eval.cpp  value produced
-class QV_EXPORT Output final : public IOutput {
+class Output final : public IOutput {
 public:
     /// A new output with one reference, for the creator. It is in no list yet; nobody is told.
-    Output(INode* node, String name, AttrType type);
+    QV_EXPORT Output(INode* node, String name, AttrType type);
     /// A buffer output.
-    Output(INode* node, String name, DataType type);
+    QV_EXPORT Output(INode* node, String name, DataType type);
     ~Output() override;
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
@@ -33,7 +33,7 @@ public:
     void decRef() override;
 
     /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
-    IOutput* clone(INode* node) const;
+    QV_EXPORT IOutput* clone(INode* node) const;
     /// For the owning node alone: the node is gone.
     void clearNode() noexcept { m_node = nullptr; }
     /// For recorded changes alone: the output comes back to a node that it knows, and its value is
@@ -48,9 +48,9 @@ public:
 
     [[nodiscard]] String name() const override { return m_name; }
     [[nodiscard]] AttrType type() const override { return m_type; }
-    [[nodiscard]] String typeName() const override;
+    [[nodiscard]] QV_EXPORT String typeName() const override;
     [[nodiscard]] INode* node() const override { return m_node; }
-    [[nodiscard]] String path() const override;
+    [[nodiscard]] QV_EXPORT String path() const override;
     [[nodiscard]] bool hasDataType(DataType type) const override;
     [[nodiscard]] u64 targetCount() const override;
     [[nodiscard]] IInput* target(u64 index) const override;
@@ -80,7 +80,7 @@ public:
     /// Chains of connections may be of any length. Callbacks that evaluate others by ways of their
     /// own, as through links, may stand on each other as far as `maxEvalStack` bytes go; beyond
     /// that, and for an evaluation that comes back to itself, an error line tells the path.
-    bool evaluate(void* callerCtx);
+    QV_EXPORT bool evaluate(void* callerCtx);
     [[nodiscard]] bool isEvaluating() const noexcept { return m_frame != nullptr; }
     static constexpr u64 maxEvalStack = 256 * 1024;
 
