@@ -252,8 +252,7 @@ private:
     bool storeModified(Value value);
     void replaceValue(Value& value);
     void changed(Value before);
-    [[nodiscard]] bool currentValue(bool evaluate, void* ctx, Value& scratch,
-                                    const Value*& out) const;
+    [[nodiscard]] bool readSource(AttrType kind, void* ctx, Value& out) const;
     template<typename T, typename Get>
     bool readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const;
 
