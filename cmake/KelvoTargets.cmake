@@ -37,6 +37,12 @@ function(kelvo_add_libraries)
   target_compile_definitions(kelvo_sdk_static PUBLIC QV_STATIC)
   set_target_properties(kelvo_sdk PROPERTIES EXPORT_NAME sdk
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(UNIX AND NOT APPLE)
+    target_link_options(kelvo_sdk PRIVATE
+      "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/kelvo.map")
+    set_target_properties(kelvo_sdk PROPERTIES
+      LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/kelvo.map")
+  endif()
   set_target_properties(kelvo_sdk_static PROPERTIES EXPORT_NAME sdk_static
     OUTPUT_NAME kelvo_sdk)
   add_library(Kelvo::sdk ALIAS kelvo_sdk)

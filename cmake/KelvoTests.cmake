@@ -11,7 +11,7 @@ function(kelvo_add_test name)
   kelvo_add_test_program(${name}_shared Kelvo::sdk $<TARGET_OBJECTS:${name}_objects>)
 endfunction()
 
-# kelvo_add_internal_test(NAME sources...): the static build alone.
+# kelvo_add_internal_test(NAME sources...): of the implementation, which only the static library shows.
 function(kelvo_add_internal_test name)
   kelvo_add_test_program(${name} Kelvo::sdk_static ${ARGN})
 endfunction()

@@ -69,7 +69,7 @@ impl::Output& asked(const Graph& graph) {
 void evaluate(benchmark::State& state, const Graph& graph) {
     impl::Output& output = asked(graph);
     for (auto _ : state) {
-        if (!output.evaluate(nullptr)) {
+        if (output.evaluate(nullptr).isNull()) {
             state.SkipWithError("no result");
             break;
         }
@@ -98,7 +98,7 @@ void evalFill(benchmark::State& state) {
     impl::Output& output = asked(graph);
     for (auto _ : state) {
         graph.scene.setEvalCache(kCacheBytes);
-        if (!output.evaluate(nullptr)) {
+        if (output.evaluate(nullptr).isNull()) {
             state.SkipWithError("no result");
             break;
         }
@@ -117,7 +117,7 @@ void evalChanged(benchmark::State& state) {
     double value = 0.0;
     for (auto _ : state) {
         leaf->setReal(value += 1.0);
-        if (!output.evaluate(nullptr)) {
+        if (output.evaluate(nullptr).isNull()) {
             state.SkipWithError("no result");
             break;
         }

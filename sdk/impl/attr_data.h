@@ -10,7 +10,7 @@
 namespace qv::kelvo_sdk::impl {
 
 /// What a definition says of an attribute beyond its kind; shared by all inputs made from it.
-class QV_EXPORT AttrDetails final : public RefCounted {
+class AttrDetails final : public RefCounted {
 public:
     /// Text by language.
     using Texts = ds::Vector<std::pair<String, String>>;

@@ -12,7 +12,7 @@ namespace qv::kelvo_sdk::impl {
 ///
 /// One pointer wide; null means untyped and empty. Copies may be read from several threads; one
 /// thread at a time writes to a given `Buffer`.
-class QV_EXPORT Buffer {
+class Buffer {
 public:
     static constexpr std::size_t alignment = 64;
 
@@ -20,12 +20,12 @@ public:
     /// Allocates `count` zeroed elements. Throws std::bad_alloc when they do not fit in memory.
     Buffer(DataType type, u64 count);
     /// Copies `count` elements from `data`.
-    Buffer(DataType type, const void* data, u64 count);
+    QV_EXPORT Buffer(DataType type, const void* data, u64 count);
     Buffer(const Buffer& other) noexcept;
     Buffer(Buffer&& other) noexcept;
     Buffer& operator=(const Buffer& other) noexcept;
     Buffer& operator=(Buffer&& other) noexcept;
-    ~Buffer();
+    QV_EXPORT ~Buffer();
 
     [[nodiscard]] DataType type() const noexcept;
     [[nodiscard]] u64 count() const noexcept;
@@ -43,7 +43,7 @@ public:
         return m_block == other.m_block;
     }
     /// Compares type, count and bytes.
-    friend QV_EXPORT bool operator==(const Buffer& a, const Buffer& b) noexcept;
+    friend bool operator==(const Buffer& a, const Buffer& b) noexcept;
 
 private:
     struct Block;

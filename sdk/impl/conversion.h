@@ -6,7 +6,7 @@ namespace qv::kelvo_sdk::impl {
 
 /// Tells whether values of one kind can convert to another. Whether a given one does may depend on
 /// it: 2.5 is no Int.
-[[nodiscard]] QV_EXPORT bool kindsConvert(AttrType from, AttrType to) noexcept;
+[[nodiscard]] bool kindsConvert(AttrType from, AttrType to) noexcept;
 
 /// Converts a value; false, `out` unchanged, when it does not convert or does not fit. Text becomes
 /// no node here: that takes a scene.

@@ -6,6 +6,7 @@
 #include "sdk/impl/output.h"
 
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -84,8 +85,8 @@ EvalAhead::EvalAhead(const EvalCtx& frame, const EvalLevel& level)
         for (const RefersTo<IOutput>& source : sources) {
             auto& output = static_cast<Output&>(*source);
             if (output.isEvaluating()) continue;
-            const bool done = output.evaluate(const_cast<EvalCtx*>(&frame));
-            m_results[&output] = done ? output.value() : Value();
+            Value result = output.evaluate(const_cast<EvalCtx*>(&frame));
+            m_results[&output] = std::move(result);
         }
     } catch (...) {
         t_innermost = m_outer;

@@ -34,6 +34,10 @@ bool EvalLevel::isAnyOnThread() noexcept {
     return t_top != nullptr;
 }
 
+bool EvalLevel::isAskedOnThread(const interfaces::IOutput& output) noexcept {
+    return nearest(t_top, &output) != nullptr;
+}
+
 void EvalLevel::noteRefusal() noexcept {
     ++t_refusals;
 }
@@ -46,11 +50,15 @@ u64 EvalLevel::stackUsed() const noexcept {
     return static_cast<u64>(m_base > m_place ? m_base - m_place : m_place - m_base);
 }
 
+const EvalLevel* EvalLevel::nearest(const EvalLevel* from,
+                                    const interfaces::IOutput* output) noexcept {
+    while (from && from->m_frame.output() != output)
+        from = from->m_below;
+    return from;
+}
+
 const EvalLevel* EvalLevel::sameBelow() const noexcept {
-    const EvalLevel* level = m_below;
-    while (level && level->m_frame.output() != m_frame.output())
-        level = level->m_below;
-    return level;
+    return nearest(m_below, m_frame.output());
 }
 
 String EvalLevel::path(const EvalLevel& from) const {

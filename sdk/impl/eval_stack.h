@@ -15,6 +15,8 @@ public:
 
     /// Tells whether a callback is being called on this thread.
     [[nodiscard]] static bool isAnyOnThread() noexcept;
+    /// Tells whether one is being called on this thread for that output.
+    [[nodiscard]] static bool isAskedOnThread(const interfaces::IOutput& output) noexcept;
     /// Tells that an evaluation is refused for where it is asked from: it would be endless, or
     /// there is no stack for it.
     static void noteRefusal() noexcept;
@@ -24,12 +26,16 @@ public:
     [[nodiscard]] u64 stackUsed() const noexcept;
     /// Returns how many levels stand on each other, this one included.
     [[nodiscard]] u64 count() const noexcept { return m_count; }
+    [[nodiscard]] const EvalCtx& frame() const noexcept { return m_frame; }
     /// Returns the nearest level below that asks for the same output, or null.
     [[nodiscard]] const EvalLevel* sameBelow() const noexcept;
     /// Returns the outputs asked for from `from`, a level below, up to this one.
     [[nodiscard]] String path(const EvalLevel& from) const;
 
 private:
+    [[nodiscard]] static const EvalLevel* nearest(const EvalLevel* from,
+                                                  const interfaces::IOutput* output) noexcept;
+
     const EvalCtx& m_frame;
     const EvalLevel* m_below;
     const char* m_place;

@@ -9,12 +9,12 @@ namespace qv::kelvo_sdk::impl {
 class AttrDetails;
 
 /// Returns a value for help, as scene text has it; long texts and buffers are cut and tell so.
-[[nodiscard]] QV_EXPORT String helpValue(const Value& value);
+[[nodiscard]] String helpValue(const Value& value);
 
 /// Returns what `reset` brings back; nothing for objects and what has no kind.
-[[nodiscard]] QV_EXPORT String helpDefault(const interfaces::IInput& input);
+[[nodiscard]] String helpDefault(const interfaces::IInput& input);
 
 /// Returns the bounds, "0 to 1" or "at least 0"; nothing without bounds.
-[[nodiscard]] QV_EXPORT String helpRange(const AttrDetails& details);
+[[nodiscard]] String helpRange(const AttrDetails& details);
 
 } // namespace qv::kelvo_sdk::impl

@@ -27,7 +27,7 @@ class Scene;
 ///
 /// What observers do while a step is turned becomes part of it, in its place, so that turning it
 /// again takes that back too.
-class QV_EXPORT History {
+class History {
 public:
     using Changes = std::vector<std::unique_ptr<Change>>;
 

@@ -31,14 +31,14 @@ struct InputExtras;
 ///
 /// What few inputs have (members, a connection, details, a stash) stands in a block of its own,
 /// made when first needed.
-class QV_EXPORT Input final : public IInput {
+class Input final : public IInput {
 public:
     // ---- Object ----------------------------------------------------------------------------
 
     /// A new input with one reference, for the creator; `parent` is null at the top level. It is
     /// not in any list yet and nobody is told.
-    Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType);
-    Input(INode* node, IInput* parent, String name, AttrData definition);
+    QV_EXPORT Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType);
+    QV_EXPORT Input(INode* node, IInput* parent, String name, AttrData definition);
     ~Input() override;
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
@@ -48,7 +48,7 @@ public:
 
     /// Returns a copy for `node` and `parent` with value, members, flags, stash and connection;
     /// the caller owns its reference.
-    IInput* clone(INode* node, IInput* parent) const;
+    QV_EXPORT IInput* clone(INode* node, IInput* parent) const;
     /// Returns what an equal input can be made from; `value` is the current value.
     [[nodiscard]] AttrData description() const;
     /// For the owning node alone: from now on the input calls nobody.
@@ -56,10 +56,10 @@ public:
     /// For containers alone: the input leaves its owner, which told everyone.
     void removedFromOwner();
 
-    [[nodiscard]] String name() const override;
+    [[nodiscard]] QV_EXPORT String name() const override;
     [[nodiscard]] AttrType type() const override { return static_cast<AttrType>(m_type); }
-    [[nodiscard]] String typeName() const override;
-    [[nodiscard]] INode* node() const override;
+    [[nodiscard]] QV_EXPORT String typeName() const override;
+    [[nodiscard]] QV_EXPORT INode* node() const override;
     [[nodiscard]] IInput* parent() const override { return m_parent; }
     [[nodiscard]] String path() const override;
     [[nodiscard]] bool hasDataType(DataType type) const override;
@@ -76,7 +76,7 @@ public:
     [[nodiscard]] String label(String language) const override;
     [[nodiscard]] String help(String language) const override;
     /// Returns null when nothing is described.
-    [[nodiscard]] const AttrDetails* details() const noexcept;
+    [[nodiscard]] QV_EXPORT const AttrDetails* details() const noexcept;
     /// Replaces the description; the value stays.
     void setDetails(RefersTo<AttrDetails> details);
     /// Returns the element type that a buffer takes alone, Null when it takes any; of an array, the
@@ -120,7 +120,7 @@ public:
     bool setNode(INode* node) override;
     bool setBuffer(BufferView value) override;
     /// Takes any value that converts; shares a buffer instead of copying it.
-    bool setValue(const Value& value);
+    QV_EXPORT bool setValue(const Value& value);
 
     bool readBool(bool& out, bool evaluate, void* ctx) const override;
     bool readInt(i64& out, bool evaluate, void* ctx) const override;
@@ -146,11 +146,11 @@ public:
 
     /// Keeps the current value aside, unless one is kept already. Arrays and objects leave that to
     /// what they hold.
-    void stash();
+    QV_EXPORT void stash();
     /// Brings the kept value back; false when none is kept.
     bool unstash();
     /// Returns the kept value, or null.
-    [[nodiscard]] const Value* stashed() const noexcept;
+    [[nodiscard]] QV_EXPORT const Value* stashed() const noexcept;
     /// For readers of text: keeps `value` aside.
     void setStashed(Value value);
     /// For modifiers alone: brings the kept value back, unheard. Needs one.
@@ -166,11 +166,11 @@ public:
     // of arrays learns the element kind of each from `createArray`.
 
     IInput* createInput(String name, AttrType type) override;
-    IInput* createInput(String name, AttrData definition);
+    QV_EXPORT IInput* createInput(String name, AttrData definition);
     IInput* createArray(String name, AttrType elementType) override;
     [[nodiscard]] bool hasInput(u64 index, AttrType type) const override;
     [[nodiscard]] bool hasInput(String name, AttrType type) const override;
-    [[nodiscard]] u64 inputCount() const override;
+    [[nodiscard]] QV_EXPORT u64 inputCount() const override;
     IInput* input(u64 index) override;
     IInput* input(u64 index) const override;
     IInput* input(String path) override;
@@ -252,8 +252,7 @@ private:
     bool storeModified(Value value);
     void replaceValue(Value& value);
     void changed(Value before);
-    [[nodiscard]] bool currentValue(bool evaluate, void* ctx, Value& scratch,
-                                    const Value*& out) const;
+    [[nodiscard]] bool readSource(AttrType kind, void* ctx, Value& out) const;
     template<typename T, typename Get>
     bool readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const;
 

@@ -205,37 +205,42 @@ bool Input::setBuffer(BufferView value) {
     return setValue(Value(Buffer(value.type, value.data, value.count)));
 }
 
-// Answers the value that a read starts from: of the input's kind, stored here or evaluated.
-bool Input::currentValue(bool evaluate, void* ctx, Value& scratch, const Value*& out) const {
-    Output* source = evaluate ? sourceOutput() : nullptr;
-    out = &m_value;
-    if (!source) return true;
-    if (!source->evaluate(ctx)) return false;
-    out = &source->value();
-    if (out->type() == type()) return true;
-    out = &scratch;
-    return convertValue(source->value(), type(), scratch);
+namespace {
+
+// Makes a value one of that kind, if it is not.
+bool becomes(AttrType kind, Value& value) {
+    if (value.type() == kind) return true;
+    Value converted;
+    if (!convertValue(value, kind, converted)) return false;
+    value = std::move(converted);
+    return true;
+}
+
+} // namespace
+
+// Evaluates what the input is connected to. The value goes through the input's own kind.
+bool Input::readSource(AttrType kind, void* ctx, Value& out) const {
+    const AttrType own = type();
+    // A callback that is asked may take the output away, and this input.
+    const RefersTo<Output> source(sourceOutput());
+    out = source->evaluate(ctx);
+    if (out.isNull() || !becomes(own, out) || !becomes(kind, out)) return false;
+    if (kind == AttrType::Buffer) source->hold(out.asBuffer());
+    return true;
 }
 
 template<typename T, typename Get>
 bool Input::readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const {
-    if (type() == kind && !(evaluate && m_extras && m_extras->source)) {
+    const bool isConnected = evaluate && m_extras && m_extras->source;
+    if (type() == kind && !isConnected) {
         out = get(m_value);
         return true;
     }
-    // A callback that is asked may take the output away.
-    const RefersTo<Output> held(evaluate ? sourceOutput() : nullptr);
-    Value scratch;
-    const Value* value = nullptr;
-    if (!currentValue(evaluate, ctx, scratch, value)) return false;
-    if (value->type() == kind) {
-        out = get(*value);
-        return true;
-    }
-    Value converted;
-    if (!convertValue(*value, kind, converted)) return false;
-    out = get(converted);
-    return true;
+    Value value;
+    const bool isRead =
+        isConnected ? readSource(kind, ctx, value) : convertValue(m_value, kind, value);
+    if (isRead) out = get(value);
+    return isRead;
 }
 
 bool Input::readBool(bool& out, bool evaluate, void* ctx) const {

@@ -16,7 +16,7 @@ QV_EXPORT void appendText(StringIO& out, std::string_view text);
 QV_EXPORT void appendElement(StringIO& out, std::string_view tag, std::string_view text);
 
 /// Appends paragraphs: blank lines part them, other ends of lines stay.
-QV_EXPORT void appendParagraphs(StringIO& out, std::string_view text);
+void appendParagraphs(StringIO& out, std::string_view text);
 
 /// Appends an icon as a picture inside the page, `side` pixels wide; nothing for an icon that is
 /// not plain, still SVG. A picture runs and loads nothing, whatever it holds.

@@ -26,13 +26,13 @@ struct KndHtmlLinks {
 /// Texts are in the language of `os::language()` where they have it. A whole page needs nothing
 /// outside itself and runs nothing. Every text from a scene or a definition is escaped, and an icon
 /// shows only when it is plain, still SVG.
-class QV_EXPORT KndHtmlWriter {
+class KndHtmlWriter {
 public:
     /// Returns a whole page, or (`page` false) the fragment inside it, which has no style; empty
     /// for an empty handle.
-    [[nodiscard]] static String nodeHtml(kelvo_sdk::Node node, bool page);
+    [[nodiscard]] QV_EXPORT static String nodeHtml(kelvo_sdk::Node node, bool page);
     /// Returns a whole page that leads to others of its site; empty for an empty handle.
-    [[nodiscard]] static String sitePage(kelvo_sdk::Node node, const KndHtmlLinks& links);
+    [[nodiscard]] QV_EXPORT static String sitePage(kelvo_sdk::Node node, const KndHtmlLinks& links);
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk::impl {
 
 /// Arrangement of the inputs of a node type: pages of groups of inputs, by name. Shared by all
 /// nodes of the type, which must not change it.
-class QV_EXPORT Layout final : public interfaces::ILayout {
+class Layout final : public interfaces::ILayout {
 public:
     using Texts = AttrDetails::Texts;
 

@@ -6,6 +6,6 @@ namespace qv::kelvo_sdk::impl {
 
 /// Returns the picture shown for nodes without an icon, a grey question mark, as a whole SVG
 /// document.
-[[nodiscard]] QV_EXPORT const char* missingIcon() noexcept;
+[[nodiscard]] const char* missingIcon() noexcept;
 
 } // namespace qv::kelvo_sdk::impl

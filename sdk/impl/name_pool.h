@@ -10,7 +10,7 @@ namespace qv::kelvo_sdk::impl {
 
 /// The names met in a text, each kept once and known by a number, so that equal names share their
 /// text and are compared by number.
-class QV_EXPORT NamePool {
+class NamePool {
 public:
     NamePool();
 

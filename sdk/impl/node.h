@@ -274,7 +274,9 @@ public:
     [[nodiscard]] String svgIcon(bool emptyIfMissing) const override;
     [[nodiscard]] String htmlHelp(bool page, String text) const override;
     [[nodiscard]] String serialize(bool withDependencies, bool changedOnly) const override;
-    [[nodiscard]] bool serializing() const noexcept { return m_serializing; }
+    [[nodiscard]] bool serializing() const noexcept {
+        return std::atomic_ref(m_serializing).load();
+    }
     [[nodiscard]] bool checkMesh() const override;
 
     // Last in the interface, so that the order of all other operations stands.

@@ -28,7 +28,7 @@ Node* Node::clone(IScene* scene, String name) const {
     copy->copyIdentity(*this);
     copy->m_dirty = m_dirty;
     copy->m_destroying = m_destroying;
-    copy->m_serializing = m_serializing;
+    copy->m_serializing = serializing();
     copy->m_modifying = m_modifying;
     copy->copyLibrary(*this);
     copy->copyAttributes(*this);

@@ -10,23 +10,44 @@
 
 #include "base/string_io.h"
 
-#include <utility>
+#include <atomic>
+#include <mutex>
+#include <unordered_map>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Raises a flag and brings its old state back, so that nested writers leave it up.
-class Raised {
+struct Writers {
+    u64 count = 0;
+    bool flagBefore = false;
+};
+
+std::mutex s_writersMutex;
+std::unordered_map<const Node*, Writers> s_writers;
+
+// Raises the flag of a node with its first writer, and brings its old state back with the last:
+// writers nest, and several threads may write the same node.
+class Writing {
 public:
-    explicit Raised(bool& flag) noexcept : m_flag(flag), m_before(std::exchange(flag, true)) {}
-    ~Raised() { m_flag = m_before; }
-    Raised(const Raised&) = delete;
-    Raised& operator=(const Raised&) = delete;
+    Writing(const Node& node, bool& flag) : m_node(node), m_flag(flag) {
+        const std::lock_guard lock(s_writersMutex);
+        Writers& writers = s_writers[&m_node];
+        if (writers.count++ == 0) writers.flagBefore = m_flag.exchange(true);
+    }
+    ~Writing() {
+        const std::lock_guard lock(s_writersMutex);
+        const auto found = s_writers.find(&m_node);
+        if (--found->second.count != 0) return;
+        m_flag = found->second.flagBefore;
+        s_writers.erase(found);
+    }
+    Writing(const Writing&) = delete;
+    Writing& operator=(const Writing&) = delete;
 
 private:
-    bool& m_flag;
-    bool m_before;
+    const Node& m_node;
+    std::atomic_ref<bool> m_flag;
 };
 
 } // namespace
@@ -42,7 +63,7 @@ String Node::htmlHelp(bool page, String /*text*/) const {
 
 // The writer takes the two options in the other order.
 String Node::serialize(bool withDependencies, bool changedOnly) const {
-    const Raised serializing(m_serializing);
+    const Writing writing(*this, m_serializing);
     StringIO out;
     impl::serialize(this, out, changedOnly, withDependencies);
     return out.take();

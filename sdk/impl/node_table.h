@@ -13,7 +13,7 @@ class Node;
 
 /// The nodes of a scene in creation order, by position and by name without regard to case, each in
 /// constant time. Holds pointers only; the scene keeps the references.
-class QV_EXPORT NodeTable {
+class NodeTable {
 public:
     [[nodiscard]] u64 size() const noexcept { return m_order.size(); }
     [[nodiscard]] Node* find(const String& name) const noexcept;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sdk/impl/held_buffers.h"
 #include "sdk/impl/ordered_slots.h"
 #include "sdk/impl/value.h"
 #include "sdk/interfaces/i_output.h"
@@ -19,12 +20,12 @@ class Input;
 ///
 ///     Object      output.cpp       identity, targets, value set
 ///     Evaluation  output_eval.cpp  value produced
-class QV_EXPORT Output final : public IOutput {
+class Output final : public IOutput {
 public:
     /// A new output with one reference, for the creator. It is in no list yet; nobody is told.
-    Output(INode* node, String name, AttrType type);
+    QV_EXPORT Output(INode* node, String name, AttrType type);
     /// A buffer output.
-    Output(INode* node, String name, DataType type);
+    QV_EXPORT Output(INode* node, String name, DataType type);
     ~Output() override;
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
@@ -33,7 +34,7 @@ public:
     void decRef() override;
 
     /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
-    IOutput* clone(INode* node) const;
+    QV_EXPORT IOutput* clone(INode* node) const;
     /// For the owning node alone: the node is gone.
     void clearNode() noexcept { m_node = nullptr; }
     /// For recorded changes alone: the output comes back to a node that it knows, and its value is
@@ -48,9 +49,9 @@ public:
 
     [[nodiscard]] String name() const override { return m_name; }
     [[nodiscard]] AttrType type() const override { return m_type; }
-    [[nodiscard]] String typeName() const override;
+    [[nodiscard]] QV_EXPORT String typeName() const override;
     [[nodiscard]] INode* node() const override { return m_node; }
-    [[nodiscard]] String path() const override;
+    [[nodiscard]] QV_EXPORT String path() const override;
     [[nodiscard]] bool hasDataType(DataType type) const override;
     [[nodiscard]] u64 targetCount() const override;
     [[nodiscard]] IInput* target(u64 index) const override;
@@ -70,18 +71,21 @@ public:
     [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
     void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
 
-    /// Returns the value last produced or set; Null when there was none.
+    /// Returns the value that was set; Null when there was none.
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
     /// Sets the value of an output that no callback produces; false when it is of another kind.
     bool setValue(Value value);
-    /// Produces the value: by the node's eval callback, else the value set. False when there is
-    /// none. One thread at a time evaluates a given output.
+    /// Returns the value: what the node's eval callback produces, or without one the value set.
+    /// Null when there is none. Several threads may evaluate at once.
     ///
     /// Chains of connections may be of any length. Callbacks that evaluate others by ways of their
     /// own, as through links, may stand on each other as far as `maxEvalStack` bytes go; beyond
     /// that, and for an evaluation that comes back to itself, an error line tells the path.
-    bool evaluate(void* callerCtx);
-    [[nodiscard]] bool isEvaluating() const noexcept { return m_frame != nullptr; }
+    [[nodiscard]] QV_EXPORT Value evaluate(void* callerCtx);
+    /// Tells whether this thread is producing the value right now.
+    [[nodiscard]] bool isEvaluating() const noexcept;
+    /// Keeps an evaluated buffer where it is, for the reader on this thread, until its next one.
+    void hold(const Buffer& buffer) { m_heldBuffers.hold(buffer); }
     static constexpr u64 maxEvalStack = 256 * 1024;
 
 private:
@@ -92,10 +96,10 @@ private:
     void removeTarget(u64 slot);
     bool storeValue(Value value);
     [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;
-    bool evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller);
-    bool evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller);
-    void keep(u64 key, const EvalCtx* caller) const;
-    bool callNode(const EvalCtx* caller);
+    Value evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller);
+    Value evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller);
+    void keep(u64 key, const EvalCtx* caller, const Value& result) const;
+    Value callNode(const EvalCtx* caller);
 
     std::atomic<i32> m_refCount = 1;
     AttrType m_type;
@@ -106,8 +110,9 @@ private:
     u64 m_nameHash;
     Value m_value;
     OrderedSlots<Input> m_targets;
-    // Of the innermost call that produces the value right now; null while there is none.
-    const EvalCtx* m_frame = nullptr;
+    // How many calls produce the value right now, on all threads.
+    std::atomic<u32> m_calls = 0;
+    HeldBuffers m_heldBuffers;
 };
 
 } // namespace qv::kelvo_sdk::impl

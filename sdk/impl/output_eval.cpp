@@ -20,86 +20,83 @@ namespace {
 
 // Asks the node's callback for a value of one C++ type.
 template<typename T>
-bool produce(EvalCtx& frame, T result, Value& out) {
-    if (!frame.node()->nodeEval(&frame, &result)) return false;
-    out = Value(std::move(result));
-    return true;
+Value produce(EvalCtx& frame, T result) {
+    if (!frame.node()->nodeEval(&frame, &result)) return Value();
+    return Value(std::move(result));
 }
 
-bool produceValue(EvalCtx& frame, AttrType type, DataType dataType, Value& out) {
+Value produceValue(EvalCtx& frame, AttrType type, DataType dataType) {
     switch (type) {
     case AttrType::Bool:
-        return produce(frame, false, out);
+        return produce(frame, false);
     case AttrType::Int:
-        return produce(frame, i64(0), out);
+        return produce(frame, i64(0));
     case AttrType::UInt:
-        return produce(frame, u64(0), out);
+        return produce(frame, u64(0));
     case AttrType::Real:
-        return produce(frame, 0.0, out);
+        return produce(frame, 0.0);
     case AttrType::Vec2:
-        return produce(frame, math::Vec2d(), out);
+        return produce(frame, math::Vec2d());
     case AttrType::Vec3:
-        return produce(frame, math::Vec3d(), out);
+        return produce(frame, math::Vec3d());
     case AttrType::Vec4:
-        return produce(frame, math::Vec4d(), out);
+        return produce(frame, math::Vec4d());
     case AttrType::Pos2:
-        return produce(frame, math::Pos2d(), out);
+        return produce(frame, math::Pos2d());
     case AttrType::Pos3:
-        return produce(frame, math::Pos3d(), out);
+        return produce(frame, math::Pos3d());
     case AttrType::Quat:
-        return produce(frame, math::Quatd(), out);
+        return produce(frame, math::Quatd());
     case AttrType::Rgba:
-        return produce(frame, math::Rgbad(), out);
+        return produce(frame, math::Rgbad());
     case AttrType::Mat3:
-        return produce(frame, math::Mat3d::identity, out);
+        return produce(frame, math::Mat3d::identity);
     case AttrType::Mat4:
-        return produce(frame, math::Mat4d::identity, out);
+        return produce(frame, math::Mat4d::identity);
     case AttrType::String:
-        return produce(frame, String(), out);
+        return produce(frame, String());
     case AttrType::Buffer:
-        return produce(frame, Buffer(dataType, 0), out);
+        return produce(frame, Buffer(dataType, 0));
     default:
-        return false;
+        return Value();
     }
 }
 
-// Of those above the level where the same output is asked for already.
-bool failEndless(const EvalLevel& level, const EvalLevel& below) {
+// Tells the path from where the same output is asked for already.
+Value failEndless(const EvalLevel& level, const EvalLevel& below) {
     EvalLevel::noteRefusal();
     logError("Endless evaluation: %s.", level.path(below).buf());
-    return false;
+    return Value();
 }
 
 // Callbacks that do not pass their frame on come round unnoticed until here.
-bool failTooDeep(const EvalLevel& level, const Output& output) {
+Value failTooDeep(const EvalLevel& level, const Output& output) {
     if (const EvalLevel* below = level.sameBelow()) return failEndless(level, *below);
     EvalLevel::noteRefusal();
     logError("Cannot evaluate '%s': %llu evaluations wait for it, and there is no stack for more.",
              output.path().buf(), static_cast<unsigned long long>(level.count() - 1));
-    return false;
+    return Value();
 }
 
-// Tells an output for how long it is being evaluated.
-class FrameMark {
+// Counts a call for as long as it lasts. No order is needed: a thread looks for calls of its own.
+class CountedCall {
 public:
-    FrameMark(const EvalCtx*& place, const EvalCtx& frame) noexcept
-        : m_place(place), m_before(place) {
-        m_place = &frame;
+    explicit CountedCall(std::atomic<u32>& count) noexcept : m_count(count) {
+        m_count.fetch_add(1, std::memory_order_relaxed);
     }
-    ~FrameMark() { m_place = m_before; }
-    FrameMark(const FrameMark&) = delete;
-    FrameMark& operator=(const FrameMark&) = delete;
+    ~CountedCall() { m_count.fetch_sub(1, std::memory_order_relaxed); }
+    CountedCall(const CountedCall&) = delete;
+    CountedCall& operator=(const CountedCall&) = delete;
 
 private:
-    const EvalCtx*& m_place;
-    const EvalCtx* m_before;
+    std::atomic<u32>& m_count;
 };
 
 // Not inlined, for the sake of the stack.
-[[gnu::noinline]] bool produceAhead(EvalCtx& frame, const EvalLevel& level, AttrType type,
-                                    DataType dataType, Value& out) {
+[[gnu::noinline]] Value produceAhead(EvalCtx& frame, const EvalLevel& level, AttrType type,
+                                     DataType dataType) {
     const EvalAhead ahead(frame, level);
-    return produceValue(frame, type, dataType, out);
+    return produceValue(frame, type, dataType);
 }
 
 void reportChange(const Output& output, const char* now) {
@@ -109,14 +106,10 @@ void reportChange(const Output& output, const char* now) {
 
 } // namespace
 
-bool Output::evaluate(void* callerCtx) {
-    if (!m_node || !m_node->hasNodeEval()) return !m_value.isNull();
+Value Output::evaluate(void* callerCtx) {
+    if (!m_node || !m_node->hasNodeEval()) return m_value;
     const auto* caller = static_cast<const EvalCtx*>(callerCtx);
-    if (const Value* result = EvalAhead::result(*this, caller)) {
-        if (result->isNull()) return false;
-        m_value = *result;
-        return true;
-    }
+    if (const Value* result = EvalAhead::result(*this, caller)) return *result;
     EvalCache* cache = cacheFor(caller);
     const u64 key = cache ? cache->keyOf(*this) : 0;
     const RefersTo<IOutput> held(this);
@@ -132,54 +125,57 @@ EvalCache* Output::cacheFor(const EvalCtx* caller) const {
     return scene ? scene->evalCache() : nullptr;
 }
 
-bool Output::evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller) {
-    if (cache.find(key, *this, m_value)) return true;
+Value Output::evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller) {
+    Value result;
+    if (cache.find(key, *this, result)) return result;
     const u64 refusals = EvalLevel::refusals();
-    if (!callNode(caller)) return false;
-    if (EvalLevel::refusals() == refusals) keep(key, caller);
-    return true;
+    result = callNode(caller);
+    if (!result.isNull() && EvalLevel::refusals() == refusals) keep(key, caller, result);
+    return result;
 }
 
-bool Output::evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller) {
+Value Output::evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller) {
     if (!EvalLevel::isAnyOnThread()) cache.beginChecks();
     Value before;
     bool isSettled = false;
     const bool isKnown = cache.find(key, *this, before, &isSettled);
-    if (isKnown && isSettled) {
-        m_value = before;
-        return true;
-    }
+    if (isKnown && isSettled) return before;
     const u64 refusals = EvalLevel::refusals();
     if (!isKnown) {
-        if (!callNode(caller)) return false;
-        before = m_value;
+        before = callNode(caller);
+        if (before.isNull()) return before;
     }
-    if (!callNode(caller)) {
+    Value result = callNode(caller);
+    if (result.isNull()) {
         reportChange(*this, "none any more,");
-        return false;
+        return result;
     }
-    if (m_value != before) reportChange(*this, "another one,");
-    if (EvalLevel::refusals() == refusals) keep(key, caller);
-    return true;
+    if (result != before) reportChange(*this, "another one,");
+    if (EvalLevel::refusals() == refusals) keep(key, caller, result);
+    return result;
 }
 
 // Unless the callback changed what the key stands for.
-void Output::keep(u64 key, const EvalCtx* caller) const {
+void Output::keep(u64 key, const EvalCtx* caller, const Value& result) const {
     EvalCache* cache = cacheFor(caller);
-    if (cache && cache->keyOf(*this) == key) cache->store(key, *this, m_value);
+    if (cache && cache->keyOf(*this) == key) cache->store(key, *this, result);
 }
 
-bool Output::callNode(const EvalCtx* caller) {
-    if (!m_node) return false;
+bool Output::isEvaluating() const noexcept {
+    return m_calls.load(std::memory_order_relaxed) != 0 && EvalLevel::isAskedOnThread(*this);
+}
+
+Value Output::callNode(const EvalCtx* caller) {
+    if (!m_node) return Value();
     EvalCtx frame(m_node, this, caller);
     const EvalLevel level(frame);
-    const bool isEndless = m_frame && m_frame->first() == frame.first();
-    if (const EvalLevel* below = isEndless ? level.sameBelow() : nullptr)
-        return failEndless(level, *below);
+    const bool mayBeEndless = m_calls.load(std::memory_order_relaxed) != 0;
+    const EvalLevel* below = mayBeEndless ? level.sameBelow() : nullptr;
+    if (below && below->frame().first() == frame.first()) return failEndless(level, *below);
     if (level.stackUsed() > maxEvalStack) return failTooDeep(level, *this);
-    const FrameMark mark(m_frame, frame);
-    if (EvalAhead::isDue(level)) return produceAhead(frame, level, m_type, m_dataType, m_value);
-    return produceValue(frame, m_type, m_dataType, m_value);
+    const CountedCall call(m_calls);
+    if (EvalAhead::isDue(level)) return produceAhead(frame, level, m_type, m_dataType);
+    return produceValue(frame, m_type, m_dataType);
 }
 
 } // namespace qv::kelvo_sdk::impl

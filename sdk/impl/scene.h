@@ -43,11 +43,11 @@ class Node;
 ///     Laws           scene_verify.cpp     checked in a walk over all
 ///
 /// What its nodes tell it is virtual, so that an application may listen in by deriving.
-class QV_EXPORT Scene : public IScene {
+class Scene : public IScene {
 public:
-    Scene();
+    QV_EXPORT Scene();
     /// Lets all nodes go; those held elsewhere stay, without a scene.
-    ~Scene() override;
+    QV_EXPORT ~Scene() override;
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
@@ -84,8 +84,8 @@ public:
     /// Returns a copy of the node, added to the scene under the next free name; `deep` copies all
     /// of the scene that it depends on too, in the same order. Null, and logged, for a node whose
     /// name is no simple identifier.
-    virtual INode* cloneNode(INode* node, bool deep);
-    virtual INode* convertNode(INode* node, String type);
+    QV_EXPORT virtual INode* cloneNode(INode* node, bool deep);
+    QV_EXPORT virtual INode* convertNode(INode* node, String type);
     INode* convertNoting(INode* node, String type, Misfits* misfits) override;
 
     // ---- Modifiers -------------------------------------------------------------------------
@@ -143,10 +143,10 @@ public:
     // ---- Dirty state -----------------------------------------------------------------------
 
     /// Tells the scene that it changed, or (false) that its present state counts as clean.
-    virtual void setDirty(bool dirty = true);
+    QV_EXPORT virtual void setDirty(bool dirty = true);
     [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
     /// Tells whether the scene keeps every node's flag true to its dependencies.
-    [[nodiscard]] virtual bool isDirtyStateCached() const;
+    [[nodiscard]] QV_EXPORT virtual bool isDirtyStateCached() const;
     void setDirtyStateCached(bool cached) override;
     /// For its nodes alone: its flag was set, and was before or not; it is about to be
     /// cleared.
@@ -175,13 +175,13 @@ public:
     bool unsubscribe(SceneObserver* observer) override;
     bool subscribe(interfaces::BatchObserver* observer) override;
     bool unsubscribe(interfaces::BatchObserver* observer) override;
-    virtual void notifyInputAdded(const IInput* input);
-    virtual void notifyOutputAdded(const IOutput* output);
-    virtual void notifyInputChanged(const IInput* input, const AttrData* previous);
-    virtual void notifyInputRemoved(const IInput* input);
-    virtual void notifyOutputRemoved(const IOutput* output);
-    virtual void notifyInputConnected(const IInput* input, const IOutput* before,
-                                      const IOutput* after);
+    QV_EXPORT virtual void notifyInputAdded(const IInput* input);
+    QV_EXPORT virtual void notifyOutputAdded(const IOutput* output);
+    QV_EXPORT virtual void notifyInputChanged(const IInput* input, const AttrData* previous);
+    QV_EXPORT virtual void notifyInputRemoved(const IInput* input);
+    QV_EXPORT virtual void notifyOutputRemoved(const IOutput* output);
+    QV_EXPORT virtual void notifyInputConnected(const IInput* input, const IOutput* before,
+                                                const IOutput* after);
 
     /// A description of an input names a node from now on.
     void noteDescribedNode() noexcept { m_describesNodes = true; }

@@ -38,7 +38,7 @@ struct Comments {
 /// The comments of a scene, beside its nodes, for the writer of text: a thing that leaves the scene
 /// takes its comments along. Keeps pointers only and never looks into what they point at, but for
 /// the arguments of a call.
-class QV_EXPORT SceneComments {
+class SceneComments {
 public:
     /// Sets the comments of the text as a whole: lines before its header line, behind that line
     /// (`opening`), and lines at its end (`inner`).

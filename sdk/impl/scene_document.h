@@ -68,7 +68,7 @@ struct DocNode {
 };
 
 /// A whole scene. Records of one document may refer to texts of another that lives as long.
-class QV_EXPORT SceneDocument {
+class SceneDocument {
 public:
     SceneDocument() = default;
     SceneDocument(SceneDocument&&) noexcept = default;
@@ -110,7 +110,7 @@ private:
 };
 
 /// Stands for the comments of what has none.
-QV_EXPORT extern const DocComments noComments;
+extern const DocComments noComments;
 
 [[nodiscard]] inline const DocComments& commentsOf(const DocComments* comments) noexcept {
     return comments ? *comments : noComments;

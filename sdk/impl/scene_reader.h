@@ -25,7 +25,7 @@ struct ReadOptions {
 ///
 /// The text is borrowed and may come from anywhere: time and memory stay in proportion to its
 /// length.
-QV_EXPORT bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
-                         Diagnostics* diagnostics);
+bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
+               Diagnostics* diagnostics);
 
 } // namespace qv::kelvo_sdk::impl

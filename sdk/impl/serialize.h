@@ -14,6 +14,6 @@ QV_EXPORT void serialize(const interfaces::INode* node, StringIO& out, bool chan
                          bool withDependencies);
 
 /// Appends the whole scene as text, with the header line.
-QV_EXPORT void serializeScene(const Scene& scene, StringIO& out);
+void serializeScene(const Scene& scene, StringIO& out);
 
 } // namespace qv::kelvo_sdk::impl

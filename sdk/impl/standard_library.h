@@ -13,9 +13,9 @@ class LibInfo;
 [[nodiscard]] QV_EXPORT LibInfo& standardLibrary();
 
 /// Returns the text that its definitions are read from.
-[[nodiscard]] QV_EXPORT String standardLibraryText();
+[[nodiscard]] String standardLibraryText();
 
 /// Registers the callbacks of all its types with `library`, as `standardLibrary` does.
-QV_EXPORT void addStandardCallbacks(LibInfo& library);
+void addStandardCallbacks(LibInfo& library);
 
 } // namespace qv::kelvo_sdk::impl

@@ -8,7 +8,7 @@
 namespace qv::kelvo_sdk::impl {
 
 /// What was found wrong in one text, as it comes up; told in the order of the text.
-class QV_EXPORT TextErrors {
+class TextErrors {
 public:
     /// What the parts of the text are.
     enum class Subject : u8 { Nodes, Types };

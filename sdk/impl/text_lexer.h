@@ -17,7 +17,7 @@ inline constexpr std::string_view rawMark = "\"\"\"";
 /// White space and ends of lines are told apart, so that the grammars may give ends of lines a
 /// meaning. What a function does not find it leaves alone. Needs a text that was checked by
 /// `utf8::firstFault`.
-class QV_EXPORT TextLexer {
+class TextLexer {
 public:
     explicit TextLexer(std::string_view text) noexcept
         : m_at(text.data()), m_end(text.data() + text.size()), m_begin(text.data()) {}
@@ -59,7 +59,7 @@ public:
         return m_at == m_end || *m_at == '\n' || *m_at == '#';
     }
     /// Skips white space, ends of lines and comments; returns whether there was a comment.
-    bool skipSpace() noexcept;
+    QV_EXPORT bool skipSpace() noexcept;
     /// Goes to the end of the line, in front of the '\n'.
     void skipLine() noexcept;
     /// Takes a comment, from its '#' up to the end of the line without white space there; empty
@@ -85,7 +85,7 @@ public:
     /// stands at the place of it then. Needs a '"' here.
     ///
     /// Escapes are \" \\ \n \r \t \0 and \xNN for any byte. A quoted text ends on its line.
-    bool quoted(String& out, const char*& problem);
+    QV_EXPORT bool quoted(String& out, const char*& problem);
 
     /// Takes a text between two marks `rawMark`, line by line as it stands: without a line break
     /// behind the first mark and in front of the last, and without the indentation that all lines
@@ -115,7 +115,7 @@ private:
 };
 
 /// Counts the lines of a text up to places that mostly come in order.
-class QV_EXPORT LineCounter {
+class LineCounter {
 public:
     explicit LineCounter(std::string_view text) noexcept : m_text(text) {}
 
@@ -124,7 +124,7 @@ public:
         u64 column;
     };
     /// Returns where a byte stands, both counted from 1.
-    [[nodiscard]] Place placeOf(u64 offset) noexcept;
+    [[nodiscard]] QV_EXPORT Place placeOf(u64 offset) noexcept;
 
 private:
     std::string_view m_text;

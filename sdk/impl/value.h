@@ -14,7 +14,7 @@ namespace qv::kelvo_sdk::impl {
 /// shared block. Arrays and objects are no values: they hold inputs.
 ///
 /// Two values are equal when their kinds and their bits are: NaN equals itself, -0 is not 0.
-class QV_EXPORT Value {
+class Value {
 public:
     Value() noexcept : m_type(AttrType::Null) {}
     Value(bool value) noexcept : m_type(AttrType::Bool) { m_data.b = value; }
@@ -31,17 +31,17 @@ public:
     Value(const math::Quatd& value) noexcept;
     Value(const math::Rgbad& value) noexcept;
     Value(const math::Mat3d& value);
-    Value(const math::Mat4d& value);
+    QV_EXPORT Value(const math::Mat4d& value);
     Value(String value) noexcept;
     Value(const char* value) : Value(String(value)) {}
     /// The node is borrowed.
     Value(interfaces::INode* value) noexcept : m_type(AttrType::Node) { m_data.node = value; }
-    Value(Buffer value) noexcept;
+    QV_EXPORT Value(Buffer value) noexcept;
 
-    Value(const Value& other) noexcept;
+    QV_EXPORT Value(const Value& other) noexcept;
     /// Leaves Null.
     Value(Value&& other) noexcept { takeFrom(other); }
-    Value& operator=(const Value& other) noexcept;
+    QV_EXPORT Value& operator=(const Value& other) noexcept;
     Value& operator=(Value&& other) noexcept {
         if (this == &other) return *this;
         if (holdsResource()) release();
@@ -54,7 +54,7 @@ public:
 
     /// Returns what an input of that kind holds when nothing was set: zero, empty, no node, the
     /// identity matrix or rotation, opaque black. Null for Array, Object and unknown kinds.
-    [[nodiscard]] static Value zero(AttrType type);
+    [[nodiscard]] QV_EXPORT static Value zero(AttrType type);
 
     [[nodiscard]] AttrType type() const noexcept { return m_type; }
     [[nodiscard]] bool isNull() const noexcept { return m_type == AttrType::Null; }
@@ -82,7 +82,7 @@ public:
     /// node's name.
     [[nodiscard]] u64 hash() const;
 
-    friend QV_EXPORT bool operator==(const Value& a, const Value& b) noexcept;
+    friend bool operator==(const Value& a, const Value& b) noexcept;
 
 private:
     struct MatBlock;
@@ -114,8 +114,8 @@ private:
                         sizeof m_data);
         other.m_type = AttrType::Null;
     }
-    void takeResource(Value& other) noexcept;
-    void release() noexcept;
+    QV_EXPORT void takeResource(Value& other) noexcept;
+    QV_EXPORT void release() noexcept;
 
     AttrType m_type;
     Data m_data;

@@ -24,7 +24,7 @@ QV_EXPORT void writeQuoted(std::string_view text, StringIO& out);
 
 /// Reads the value that a longer text goes on with: numbers, tuples and buffers; not texts and
 /// nodes.
-class QV_EXPORT ValueReader {
+class ValueReader {
 public:
     ValueReader(const char* at, const char* end) noexcept : m_at(at), m_end(end) {}
 

@@ -1,6 +1,5 @@
 #include "sdk/node_path.h"
 
-#include "sdk/impl/output.h"
 #include "sdk/kelvo.h"
 
 #include <gtest/gtest.h>
@@ -62,16 +61,6 @@ TEST_F(NodePathTest, MatrixOfAnotherKind_DoesNotCount) {
     const Node odd = make("odd");
     odd.createInput("matrix", AttrType::Real).set(7.0);
     EXPECT_EQ(path({odd})->matrix(), math::Mat4d::identity);
-}
-
-TEST_F(NodePathTest, Matrix_FollowsConnections) {
-    const Node giver = make("giver"), node = makeAt("node", 1);
-    const Output output = giver.createOutput("out", AttrType::Mat4);
-    math::Mat4d matrix = math::Mat4d::identity;
-    matrix[3][0] = 9;
-    ASSERT_TRUE(static_cast<impl::Output*>(output.get())->setValue(impl::Value(matrix)));
-    ASSERT_TRUE(node["matrix"].connect(output));
-    EXPECT_EQ(path({node})->matrix(), matrix);
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "tests/support/findings.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/recording_scene.h"
 
 #include <gtest/gtest.h>
 
@@ -90,21 +89,15 @@ TEST(ValidationFix, Findings_BelowTheSeverityStay) {
 }
 
 TEST(ValidationFix, AllFixes_AreOneStep) {
-    tests::Journal journal;
-    const auto recording = tests::RecordingScene::make(journal);
-    const Scene scene(recording.get());
-    EXPECT_EQ(
-        tests::errorsOf("node xform \"a\" {\n Array<Node> children = [null, null]\n}\n", scene),
-        "");
-    journal.take();
+    const Scene scene =
+        sceneWithTypes("node xform \"a\" {\n Array<Node> children = [null, null]\n}\n");
+    scene.setUndoEnabled(true);
     fixFindings(scene, Severity::Error);
-    EXPECT_EQ(journal.take(), "");
+    EXPECT_EQ(scene.undoCount(), 0u);
     EXPECT_EQ(fixFindings(scene).fixed.size(), 2u);
-    const std::string steps = journal.take();
-    EXPECT_EQ(steps.find("begin"), 0u) << steps;
-    EXPECT_EQ(steps.rfind("begin"), 0u) << steps;
-    const std::string end = "record(Fix 2 problems|Undo fix of 2 problems)";
-    EXPECT_EQ(steps.find(end), steps.size() - end.size()) << steps;
+    ASSERT_EQ(scene.undoCount(), 1u);
+    EXPECT_EQ(scene.undoStep(0).doText, "Fix 2 problems");
+    EXPECT_EQ(scene.undoStep(0).undoText, "Undo fix of 2 problems");
 }
 
 TEST(ValidationFix, OfAllSorts_CanBeUndoneAndRedone) {

@@ -1,5 +1,6 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
 #include "sdk/impl/path_iterator.h"
 #include "sdk/impl/scene.h"
 #include "tests/support/log_capture.h"
@@ -261,6 +262,18 @@ TEST(NodeRoutesByName, TargetsByPointer_NeedNoScene) {
     EXPECT_EQ(node.firstPathTo(&other, true), nullptr);
     const auto paths = RefersTo<PathIterator>::adopt(node.pathsTo(&other, true));
     EXPECT_EQ(paths->count(), 0u);
+}
+
+TEST_F(NodeRoutes, MatrixOfAPath_FollowsConnections) {
+    auto* output = static_cast<Output*>(m_arm->createOutput("out", AttrType::Mat4));
+    math::Mat4d matrix = math::Mat4d::identity;
+    matrix[3][0] = 9;
+    ASSERT_TRUE(output->setValue(Value(matrix)));
+    link(m_root, m_leg);
+    ASSERT_TRUE(m_leg->createInput("matrix", AttrType::Mat4)->connect(output));
+    const auto path = RefersTo<NodePath>::adopt(m_root->firstPathTo(m_leg, false));
+    ASSERT_TRUE(path);
+    EXPECT_EQ(path->matrix(), matrix);
 }
 
 } // namespace

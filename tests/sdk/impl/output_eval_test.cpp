@@ -44,8 +44,9 @@ bool askLinked(EvalCtx* ctx, void* out) {
     *static_cast<double*>(out) = 1;
     if (!other) return true;
     auto* output = static_cast<Output*>(other->output(String("out")));
-    if (!output->evaluate(passesFrame ? ctx : nullptr)) return false;
-    *static_cast<double*>(out) = output->value().asReal() + 1;
+    const Value value = output->evaluate(passesFrame ? ctx : nullptr);
+    if (value.isNull()) return false;
+    *static_cast<double*>(out) = value.asReal() + 1;
     return true;
 }
 
@@ -104,7 +105,8 @@ protected:
     static double evaluate(const Node* node) {
         double result = -1;
         runOnSmallStack([&] {
-            if (out(node)->evaluate(nullptr)) result = out(node)->value().asReal();
+            const Value value = out(node)->evaluate(nullptr);
+            if (!value.isNull()) result = value.asReal();
         });
         return result;
     }
