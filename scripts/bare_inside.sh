@@ -15,6 +15,7 @@ make_root() {
     { read -r release && read -r mirror; } <"$work/sources"
     export http_proxy=${http_proxy:-$(proxy_of http)} https_proxy=${https_proxy:-$(proxy_of https)}
     debootstrap --variant=minbase "$release" "$new" "$mirror"
+    rm -f "$new"/var/cache/apt/archives/*.deb
     set_up_apt
     cp --remove-destination -L /etc/resolv.conf /etc/hosts "$new/etc/" || true
     mkdir -p "$new/root" "$new/var/cache/ccache"

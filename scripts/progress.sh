@@ -60,7 +60,7 @@ take_test_line() {
         running[${BASH_REMATCH[1]}]=1
     elif [[ $line =~ $ended ]]; then
         unset "running[${BASH_REMATCH[2]}]"
-        tell "$(printf '[%s] %-8s %-28s %6s s' "${BASH_REMATCH[1]}" "${BASH_REMATCH[3]//\*/}" \
+        tell "$(printf '[%s] %-8s %-36s %6s s' "${BASH_REMATCH[1]}" "${BASH_REMATCH[3]//\*/}" \
             "${BASH_REMATCH[2]}" "${BASH_REMATCH[4]}")"
     fi
 }

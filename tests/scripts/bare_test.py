@@ -31,7 +31,7 @@ class Bare(SmallTree):
 
     def mounts(self, make="", run=""):
         """Makes up what happens in the root: when it is made, and when the script runs there."""
-        self.program("unshare", "shift 3; [ $1 != true ] || exit 0",
+        self.program("unshare", "shift 3; [ $1 != mount ] || exit 0",
                      "[ $1 != --kill-child ] || shift",
                      "step=$3 root=$4/root", 'mkdir -p "$root/var/log"',
                      'case $step in', f"make) cp $4/sources {self.folder}/sources; {make} ;;",

@@ -78,7 +78,7 @@ class Release(SmallTree):
         self.folder.chmod(0o755)
         (self.tree / "build").mkdir()
         other = {"user": 65534} if os.geteuid() == 0 else {}
-        status, said = self.refused(str(locked / "to"), **other)
+        status, said = self.refused(str(locked / "to"), cwd=self.folder, **other)
         self.assertEqual(status, 1)
         self.assertIn(f"Cannot install into {locked}/to: you may not write to {locked}.\n", said)
 
