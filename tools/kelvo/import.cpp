@@ -34,10 +34,10 @@ bool readModel(const kelvo_sdk::Scene& scene, const String& model, Report& repor
 void tellOutside(const String& model, const StringVector& outside) {
     constexpr u64 most = 20;
     for (u64 i = 0; i < outside.size() && i < most; ++i)
-        warn(model + ": kept and marked @unchecked: " + outside[i]);
+        warn(model + ": " + outside[i]);
     if (outside.size() > most)
-        warn(model + ": kept and marked @unchecked: " +
-             String(std::string_view(std::to_string(outside.size() - most))) + " more values.");
+        warn(model + ": kept " + String(std::string_view(std::to_string(outside.size() - most))) +
+             " more such values.");
 }
 
 void tellReport(const ImportOptions& options, const Report& report, Terminal& out) {

@@ -30,7 +30,9 @@ StringVector markUnchecked(const Scene& scene) {
              .after = String()});
     }
     String error;
-    (void)marks.applyTo(scene, error);
+    const bool isMarked = marks.applyTo(scene, error);
+    for (String& sentence : told)
+        sentence = (isMarked ? "kept and marked @unchecked: " : "kept: ") + sentence;
     return told;
 }
 

@@ -6,7 +6,7 @@
 namespace qv::kelvo_tool {
 
 /// Marks the values of a scene that its node types do not allow, so that its text says `@unchecked`
-/// of them. Returns a sentence for each. The scene's nodes may become new ones.
+/// of them. Returns a sentence for each, for a report. The scene's nodes may become new ones.
 StringVector markUnchecked(const kelvo_sdk::Scene& scene);
 
 } // namespace qv::kelvo_tool
