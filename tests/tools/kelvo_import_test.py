@@ -263,6 +263,20 @@ class Import(ToolTest):
         self.assertEqual(self.run_tool("check", "out.kns", "--fix").returncode, 0)
         self.expect(0, "get", "out.kns", place, out="0\n")
 
+    def test_of_many_such_values_the_first_are_told_and_all_are_marked(self):
+        names = [f"m{i}" for i in range(25)]
+        (self.folder / "m.mtl").write_text("".join(f"newmtl {name}\nd 2\n" for name in names))
+        (self.folder / "m.obj").write_text(
+            "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\n"
+            + "".join(f"usemtl {name}\nf 1 2 3\n" for name in names))
+        ran = self.run_tool("import", "m.obj", "-o", "m.kns")
+        lines = ran.stderr.splitlines()
+        self.assertEqual(ran.returncode, 0)
+        self.assertEqual(lines[20], "kelvo: warning: m.obj: kept 5 more such values.")
+        self.assertEqual(len(lines), 21, ran.stderr)
+        text = (self.folder / "m.kns").read_text()
+        self.assertEqual(text.count("Real opacity = 2 @unchecked\n"), 25)
+
     def test_what_is_left_out_is_told_by_name_and_count(self):
         ran = self.run_tool("import", MODELS / "BVH/01_01.bvh", "-o", "out.kns")
         self.assertEqual(ran.returncode, 0)

@@ -1,8 +1,6 @@
 // Values that their limits do not allow: read, kept, and written as they stand.
 #include "sdk/impl/scene_writer.h"
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
 #include "sdk/lib_info.h"
 #include "tests/support/library_text.h"
 #include "tests/support/log_capture.h"
