@@ -159,29 +159,29 @@ Status CommandLine::run(int count, char** arguments, Terminal& out) {
 
 void CommandLine::tellWrongCall(const String& error) const {
     const std::vector<CLI::App*> asked = m_app->get_subcommands();
-    if (!asked.empty())
-        return complain(error + nearOption() + " (see kelvo help " + textOf(asked[0]->get_name()) +
-                        ")");
+    const String help = asked.empty() ? String(" (see kelvo --help)")
+                                      : " (see kelvo help " + textOf(asked[0]->get_name()) + ")";
+    const std::vector<std::string> unknown = m_app->remaining(true);
+    const auto option = std::ranges::find_if(
+        unknown, [](const std::string& word) { return word.starts_with('-'); });
     // Behind common options stands a word that is no command.
-    for (const std::string& word : m_app->remaining())
-        if (!knowsCommand(word)) return;
-    complain(error + nearOption() + " (see kelvo --help)");
+    if (asked.empty() && !unknown.empty() && option != unknown.begin() && !knowsCommand(unknown[0]))
+        return;
+    complain((option == unknown.end() ? error : unknownOption(*option)) + help);
 }
 
-// The end of a sentence about arguments that nobody takes.
-String CommandLine::nearOption() const {
+String CommandLine::unknownOption(const std::string& option) const {
     const std::vector<CLI::App*> asked = m_app->get_subcommands();
-    const std::vector<std::string> unknown = m_app->remaining(true);
-    if (unknown.empty() || !unknown[0].starts_with("--")) return {};
-    kelvo_sdk::impl::NearName near(unknown[0]);
+    kelvo_sdk::impl::NearName near(option);
     std::vector<std::string> names;
     for (const CLI::App* app : {asked.empty() ? m_app.get() : asked[0], m_app.get()})
-        for (const CLI::Option* option : app->get_options())
-            if (const auto& longs = option->get_lnames(); !longs.empty())
+        for (const CLI::Option* known : app->get_options())
+            if (const auto& longs = known->get_lnames(); !longs.empty())
                 names.push_back("--" + longs[0]);
     for (const std::string& name : names)
         near.offer(name);
-    return near.best().empty() ? String() : near.question();
+    const String sentence = "unknown option '" + textOf(option) + "'";
+    return near.best().empty() ? sentence : sentence + near.question();
 }
 
 StringVector CommandLine::commands() const {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -105,7 +106,7 @@ private:
     [[nodiscard]] CLI::App* findCommand(std::string_view name) const;
     [[nodiscard]] bool knowsCommand(std::string_view name) const;
     void tellWrongCall(const String& error) const;
-    [[nodiscard]] String nearOption() const;
+    [[nodiscard]] String unknownOption(const std::string& option) const;
 
     std::unique_ptr<CLI::App> m_app;
     // Of the command that was asked for.

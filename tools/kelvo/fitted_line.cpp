@@ -123,8 +123,9 @@ private:
 
     // A word that is longer than a line is cut where the line ends.
     [[nodiscard]] Break breakAt(std::size_t start, std::size_t most) const {
-        const std::size_t blank = m_text.rfind(' ', most);
-        if (blank == std::string_view::npos || blank <= start) return {most, most};
+        const std::size_t found = m_text.substr(start, most + 1 - start).rfind(' ');
+        if (found == std::string_view::npos || found == 0) return {most, most};
+        const std::size_t blank = start + found;
         const std::size_t end = m_text.find_last_not_of(' ', blank);
         const std::size_t next = m_text.find_first_not_of(' ', blank);
         return {end + 1, std::min(next, m_text.size())};

@@ -132,7 +132,8 @@ void addHelp(CommandLine& line) {
     command.add("--all", options.all, "Write a site of all types to the folder of -o");
     command.add("-o", options.out, "Write a page of HTML to this file, or with --all a site");
     command
-        .add("--width", options.width, "Columns of a line, 80 or those of the terminal by default")
+        .add("--width", options.width,
+             "Columns of a line in the help of a type; 80, or fewer on a narrower terminal")
         .positive();
 }
 

@@ -79,6 +79,9 @@ void printTypes(const std::vector<const Node*>& types, Terminal& out) {
         nameWidth = std::max(nameWidth, columnsOf(type->type().view()));
         labelWidth = std::max(labelWidth, columnsOf(kelvo_sdk::impl::helpTitle(*type).view()));
     }
+    // A terminal that is too narrow for a table has no room for gaps.
+    constexpr u64 roomForBases = 16;
+    if (out.width() != 0 && nameWidth + labelWidth + roomForBases > out.width()) labelWidth = 0;
     for (const Node* type : types)
         printType(*type, std::min(nameWidth, widestName), std::min(labelWidth, widestLabel), out);
 }
