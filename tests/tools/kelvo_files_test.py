@@ -213,6 +213,13 @@ class Layout(ToolTest):
             self.expect(0, "diff", "a.kns", "b.kns", out="")
             self.expect(0, "get", "b.kns", "lamp.label", out='say "hi"\n')
 
+    def test_scripts_may_have_them(self):
+        for laid_out in self.LAYOUTS.values():
+            (self.folder / "s.txt").write_bytes(laid_out(
+                "set lamp.count 4\n# all\nset lamp.label a b\n"))
+            self.expect(0, "edit", "a.kns", "-s", "s.txt")
+            self.expect(0, "get", "a.kns", "lamp.label", out="a b\n")
+
     def test_errors_are_told_at_the_columns_that_are_seen(self):
         for laid_out in self.LAYOUTS.values():
             self.file.write_bytes(laid_out('node x "n" {\n    Real r = nothing\n}\n'))

@@ -7,7 +7,7 @@ import re
 import shlex
 import subprocess
 
-from kelvo_tool import SCENE, ToolTest, main, tool
+from kelvo_tool import SCENE, ToolTest, main, scene, tool, xform
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
@@ -60,6 +60,34 @@ class Merge(MergeTest):
             ran = self.run_tool("merge", "a.kns", "mine.kns", "theirs.kns", "--prefer", side)
             self.assertEqual(ran.returncode, 0)
             self.assertEqual(ran.stdout, SCENE.replace("radius = 0.5", f"radius = {radius}"))
+
+    def test_a_node_that_is_preferred_keeps_its_place_and_what_leads_to_it(self):
+        text = scene(xform("room", "a", "b"),
+                     'node light "a" {\n    Real r = 1\n    output Real o\n}',
+                     'node t "b" {\n    Real r = 1 <- a.o\n    Node n = a\n'
+                     "    Array<Node> modifiers = [a]\n}")
+        changed = text.replace("Real r = 1\n", "Real r = 2\n")
+        self.file.write_text(text)
+        for removal in (["edit", "-c", "remove a"], None):
+            removed = self.folder / "removed.kns"
+            removed.write_text(text)
+            if removal:
+                self.expect(0, removal[0], "removed.kns", *removal[1:])
+            else:
+                # As the library leaves it.
+                removed.write_text(scene(xform("room", "null", "b"), 'node t "b" {\n'
+                                         "    Real r = 1\n    Node n = null\n"
+                                         "    Array<Node> modifiers = [null]\n}"))
+            (self.folder / "changed.kns").write_text(changed)
+            for mine, theirs, side, expected in (
+                    ("changed", "removed", "mine", changed),
+                    ("changed", "removed", "theirs", removed.read_text()),
+                    ("removed", "changed", "theirs", changed),
+                    ("removed", "changed", "mine", removed.read_text())):
+                with self.subTest(mine=mine, side=side, removal=removal):
+                    ran = self.run_tool("merge", "a.kns", f"{mine}.kns", f"{theirs}.kns",
+                                        "--prefer", side)
+                    self.assertEqual((ran.returncode, ran.stdout), (0, expected))
 
     def test_trouble_is_2_and_writes_nothing(self):
         self.sides([("color = (0.8 0.6 0.4 1) <- wood.color", "color = (0.8 0.6 0.4 1)")])

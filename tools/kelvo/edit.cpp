@@ -3,6 +3,7 @@
 #include "tools/kelvo/edit_commands.h"
 #include "tools/kelvo/edit_prompt.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/text_file.h"
 
 #include <algorithm>
 #include <string>
@@ -50,13 +51,13 @@ bool readScripts(const EditOptions& options, std::vector<Script>& scripts) {
         scripts.push_back({source, options.commands[i], Status::Usage});
     }
     for (const String& file : options.scripts) {
-        Script script{displayed(file), {}, Status::Fault};
+        TextFile text;
         String error;
-        if (!readFile(file, script.text, error)) {
+        if (!text.read(file, error)) {
             complain(error);
             return false;
         }
-        scripts.push_back(std::move(script));
+        scripts.push_back({displayed(file), text.text(), Status::Fault});
     }
     return true;
 }
