@@ -33,6 +33,7 @@ enum class Rule : u32 {
     EmptyMesh,
     EmptyPath,
     UnusedNode,
+    LostReference,
 };
 
 /// Looks through one scene by all rules. Linear but for the search for near names, which is made
@@ -70,6 +71,7 @@ private:
     void checkMesh(Node& node);
     void checkPath(Node& node);
     void checkUse(Node& node);
+    void checkReferences(Node& node);
 
     void checkChildren(Node& node);
     void checkCycles();
