@@ -83,7 +83,7 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
         RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), dataOf(from, holder)));
     m_inputs[index] = input.get();
     TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
-    if (extras && extras->stashed) input->setStashed(std::move(extras->stash));
+    if (extras && extras->stashed) input->replaceStash(std::move(extras->stash));
     makeMembers(from, node, *input);
     return input;
 }
