@@ -52,20 +52,30 @@ void Batches::inputConnected(const IInput* input, const IOutput* before, const I
     note([=](EditBatch& batch) { batch.inputConnected(input, before); });
 }
 
-// What observers edit meanwhile comes next.
+// What observers edit meanwhile comes next. They may let go of the scene.
 void Batches::deliver() noexcept {
-    if (m_isDelivering) return;
+    if (m_isDelivering || m_batch.empty()) return;
+    const RefersTo<Scene> held(&m_scene);
     m_isDelivering = true;
-    while (!m_batch.empty()) {
-        const EditBatch batch = std::exchange(m_batch, {});
-        try {
-            const interfaces::SceneChanges changes = batch.net();
-            if (!changes.empty()) tell(changes);
-        } catch (const std::bad_alloc&) {
-            logError("Observers were not told of an edit: there is no memory for it.");
+    for (u32 round = 0; !m_batch.empty(); ++round) {
+        if (round == maxRounds) {
+            logError("The observers of a scene come to no end: they edit it each time they are "
+                     "told of an edit. The rest is told with the next one.");
+            break;
         }
+        deliverRound();
     }
     m_isDelivering = false;
+}
+
+void Batches::deliverRound() noexcept {
+    const EditBatch batch = std::exchange(m_batch, {});
+    try {
+        const interfaces::SceneChanges changes = batch.net();
+        if (!changes.empty()) tell(changes);
+    } catch (const std::bad_alloc&) {
+        logError("Observers were not told of an edit: there is no memory for it.");
+    }
 }
 
 void Batches::tell(const interfaces::SceneChanges& changes) noexcept {

@@ -33,7 +33,11 @@ public:
 private:
     template<typename Note>
     void note(const Note& note);
+    void deliverRound() noexcept;
     void tell(const interfaces::SceneChanges& changes) noexcept;
+
+    // Edits that observers make when they are told are followed up as often as this.
+    static constexpr u32 maxRounds = 32;
 
     Scene& m_scene;
     ds::Vector<BatchObserver*> m_observers;

@@ -14,9 +14,10 @@ namespace qv::kelvo_sdk::impl {
 /// that record nothing.
 class EditStep {
 public:
-    /// `node` may be null.
+    /// `node` may be null. Of a node that is being made or destroyed nothing is recorded.
     explicit EditStep(const Node* node) {
-        if (node && node->scene()) open(static_cast<Scene&>(*node->scene()));
+        auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
+        if (scene && !scene->isMaking(node)) open(*scene);
     }
     explicit EditStep(Scene& scene) { open(scene); }
     ~EditStep() {

@@ -1,5 +1,6 @@
 #include "sdk/impl/history.h"
 
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/scene.h"
 
 #include "base/log.h"
@@ -80,10 +81,8 @@ template<typename Call>
 void guarded(const Call& call) noexcept {
     try {
         call();
-    } catch (const std::exception& thrown) {
-        logError("An exception was lost while an edit was taken back: %s", thrown.what());
     } catch (...) {
-        logError("An exception was lost while an edit was taken back.");
+        logLost("while an edit was taken back");
     }
 }
 
@@ -103,10 +102,12 @@ void History::takeBack(u64 from) noexcept {
     std::ranges::move(first, m_open.end(), std::back_inserter(taken));
     m_open.erase(first, m_open.end());
     const bool wasReplaying = std::exchange(m_isReplaying, true);
+    NewsHold news;
     for (u64 i = taken.size(); i-- > 0;)
         guarded([&] { turnBack(*taken[i]); });
     for (const auto& change : taken)
         guarded([&] { change->settle(); });
+    guarded([&] { news.release(); });
     m_isReplaying = wasReplaying;
 }
 

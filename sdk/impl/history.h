@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <deque>
-#include <exception>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -15,6 +14,7 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
 
+class AllCalls;
 class Input;
 class Scene;
 
@@ -25,8 +25,8 @@ class Scene;
 /// symmetric: a step is its changes in the order in which they were made, and taking it back turns
 /// them in reverse, which makes a step again.
 ///
-/// What observers do while a step is turned becomes part of it, in its place, so that turning it
-/// again takes that back too.
+/// Observers hear of a step when all of it is turned. What they do about it becomes part of it, so
+/// that turning it again takes that back too, first.
 class History {
 public:
     using Changes = std::vector<std::unique_ptr<Change>>;
@@ -117,7 +117,7 @@ private:
 
     [[nodiscard]] u64 state() const noexcept { return m_done.empty() ? m_base : m_done.back().id; }
     [[nodiscard]] bool canReplay(const char* what) const;
-    std::exception_ptr replay(Step& step);
+    void replay(Step& step, AllCalls& calls);
     void takeBack(u64 from) noexcept;
     void takeBackCancelled() noexcept;
     void turnBack(Change& change);

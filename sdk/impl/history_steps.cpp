@@ -1,6 +1,8 @@
 #include "sdk/impl/history.h"
 
+#include "sdk/impl/all_calls.h"
 #include "sdk/impl/modifiers.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/scene.h"
 
 #include "base/log.h"
@@ -46,10 +48,11 @@ bool History::undo() {
     m_undone.reserve(m_undone.size() + 1);
     Step step = std::move(m_done.back());
     m_done.pop_back();
-    const auto thrown = replay(step);
+    AllCalls calls;
+    replay(step, calls);
     m_undone.push_back(std::move(step));
     m_scene.editEnded();
-    if (thrown) std::rethrow_exception(thrown);
+    calls.end();
     return true;
 }
 
@@ -57,42 +60,36 @@ bool History::redo() {
     if (!canReplay("redo") || m_undone.empty()) return false;
     Step step = std::move(m_undone.back());
     m_undone.pop_back();
-    const auto thrown = replay(step);
+    AllCalls calls;
+    replay(step, calls);
     m_done.push_back(std::move(step));
     m_scene.editEnded();
-    if (thrown) std::rethrow_exception(thrown);
+    calls.end();
     return true;
 }
 
-// Turns a step; returns the first exception that came out.
-std::exception_ptr History::replay(Step& step) {
-    std::exception_ptr first;
-    const auto guarded = [&](const auto& call) {
-        try {
-            call();
-        } catch (...) {
-            if (!first) first = std::current_exception();
-        }
-    };
+// Turns a step. Everyone is told when all of it is turned.
+void History::replay(Step& step, AllCalls& calls) {
     m_open.reserve(step.changes.size());
     m_isReplaying = true;
     ModifierHold modifiers(m_scene);
+    NewsHold news;
     for (; !step.changes.empty(); step.changes.pop_back()) {
         Change& change = *step.changes.back();
-        guarded([&] { change.prepareFlip(m_scene); });
+        calls.make([&] { change.prepareFlip(m_scene); });
         m_open.push_back(std::move(step.changes.back()));
-        guarded([&] { change.flip(m_scene); });
+        calls.make([&] { change.flip(m_scene); });
     }
     for (u64 i = 0; i < m_open.size(); ++i)
-        guarded([&] { m_open[i]->settle(); });
-    guarded([&] { modifiers.release(); });
+        calls.make([&] { m_open[i]->settle(); });
+    calls.make([&] { news.release(); });
+    calls.make([&] { modifiers.release(); });
     m_isReplaying = false;
     step.changes = std::move(m_open);
     m_open.clear();
     m_bytes -= step.bytes;
     step.bytes = bytesOf(step);
     m_bytes += step.bytes;
-    return first;
 }
 
 // What goes ends after the history is in order: destructors may come back here.

@@ -5,14 +5,18 @@
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
 
 #include "base/localized.h"
 #include "base/string_io.h"
 
+#include <algorithm>
+#include <functional>
 #include <limits>
 #include <new>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -95,14 +99,16 @@ bool Input::isElement() const noexcept {
 
 IInput* Input::clone(INode* node, IInput* parent) const {
     AttrData data = description();
+    if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
     auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
     for (const IInput* member : members()) {
         const auto* from = static_cast<const Input*>(member);
         copy->adoptMember(static_cast<Input*>(from->clone(node, copy.get())));
     }
     copy->m_isLeftOut = m_isLeftOut;
-    if (const Value* kept = stashed()) copy->setStashed(*kept);
-    if (Output* source = sourceOutput()) copy->setSource(source);
+    if (const Value* kept = stashed()) copy->replaceStash(*kept);
+    Output* source = sourceOutput();
+    if (source && !barBetween(node, source->node())) copy->setSource(source);
     return copy.detach();
 }
 
@@ -223,21 +229,32 @@ u64 Input::ownBytes() const {
     return bytes;
 }
 
-void Input::removedFromOwner() {
-    if (m_node) recordTies();
+void Input::leaveOwner() noexcept {
     letGo();
     m_parent = nullptr;
 }
 
-// What `letGo` ends comes back with the input.
 void Input::recordTies() {
-    if (!m_extras) return;
+    if (!m_extras || !m_node) return;
     EditStep step(m_node);
     if (!step.isRecording()) return;
-    if (m_extras->source) {
-        step.prepare<SourceChange>(*this);
+    std::vector<Input*> all{this};
+    for (u64 i = 0; i < all.size(); ++i)
+        for (IInput* member : all[i]->members())
+            all.push_back(static_cast<Input*>(member));
+    for (Input* input : all)
+        input->recordLinks(step);
+    // Undo goes from the last record to the first: each finds those before it in place.
+    std::erase_if(all, [](const Input* input) { return !input->sourceOutput(); });
+    std::ranges::stable_sort(all, std::greater(), &Input::sourceRank);
+    for (Input* input : all) {
+        step.prepare<SourceChange>(*input);
         step.commit();
     }
+}
+
+void Input::recordLinks(EditStep& step) {
+    if (!m_extras) return;
     if (m_extras->link.table) {
         step.prepare<ValueChange>(*this);
         step.commit();
@@ -246,12 +263,10 @@ void Input::recordTies() {
         step.prepare<StashChange>(*this);
         step.commit();
     }
-    for (IInput* member : m_extras->members)
-        static_cast<Input*>(member)->recordTies();
 }
 
 // Unties the input from node, source, links and members, telling nobody.
-void Input::letGo() {
+void Input::letGo() noexcept {
     m_node = nullptr;
     if (!m_extras) return;
     setSource(nullptr);

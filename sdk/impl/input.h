@@ -14,6 +14,7 @@ using interfaces::IInput;
 using interfaces::INode;
 using interfaces::IOutput;
 
+class EditStep;
 class NameIndex;
 class Node;
 class Output;
@@ -53,8 +54,10 @@ public:
     [[nodiscard]] AttrData description() const;
     /// For the owning node alone: from now on the input calls nobody.
     void clearNode() noexcept { m_node = nullptr; }
-    /// For containers alone: the input leaves its owner, which told everyone.
-    void removedFromOwner();
+    /// For the owner alone, when the input leaves it: what ends then comes back with the input.
+    void recordTies();
+    /// For the owner alone: the input left it, and everyone was told.
+    void leaveOwner() noexcept;
 
     [[nodiscard]] QV_EXPORT String name() const override;
     [[nodiscard]] AttrType type() const override { return static_cast<AttrType>(m_type); }
@@ -202,18 +205,20 @@ public:
     bool disconnect() override;
     /// Tells whether the kind of an output converts to that of this input.
     [[nodiscard]] bool takes(const Output& output) const noexcept;
-    /// For the scene alone, when a node leaves: links to what takes its place, if anything, where
-    /// it linked to that node, telling observers; so does the value that is kept aside.
-    void relink(Scene& scene, const INode& from, INode* to);
+    /// When a node leaves its scene or ends: links to what takes its place, if anything, where it
+    /// linked to that node, telling observers; so does the value that is kept aside.
+    void relink(const INode& from, INode* to);
+    /// For a node that ends alone: what links to it forgets it, unheard.
+    void dropLink() noexcept;
+    void dropStashedLink() noexcept;
     /// For the scene alone, while nobody knows the input or looks at it any more: lets link and
     /// connection lead elsewhere, unheard.
     void redirect(INode* link, Output* source, u64 rank = noIndex);
+    /// The same for a link that is kept aside.
+    void redirectStash(INode* link) { replaceStash(Value(link)); }
     /// For the scene alone, when it ends and its nodes may: what links to them forgets it, unheard.
     void forgetLink() noexcept;
     void forgetStashedLink() noexcept;
-    /// For the scene alone, when the owning node comes in: links made before become known, at any
-    /// depth.
-    void rememberLinks();
 
     // ---- History ---------------------------------------------------------------------------
     // For recorded changes alone: nothing is recorded; all but `putMember` and `takeMember` tell
@@ -260,6 +265,7 @@ private:
     void adoptMember(Input* member);
     IInput* addElement(u64 index, AttrType elementElementType);
     IInput* addMember(Input* member);
+    IInput* addAndTell(const RefersTo<Input>& member, u64 index);
     void renumber(u64 from) noexcept;
     IInput* createElement(const String& name, const AttrData& definition);
     IInput* createMember(String name, AttrData definition);
@@ -269,14 +275,16 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
-    void sourceDied(Output* output);
+    void sourceEnded(Output& output);
+    void dropSource() noexcept;
+    [[nodiscard]] bool mayLinkTo(const INode* node) const;
+    void relinkStash(INode* to, bool isRecorded);
     void linkTo(INode* node);
-    [[nodiscard]] Scene* sceneFor(const INode* node) const;
     void linkStash();
     void dropStash() noexcept;
     void replaceStash(Value value);
-    void letGo();
-    void recordTies();
+    void recordLinks(EditStep& step);
+    void letGo() noexcept;
     void setNodeOfAll(Node* node);
 
     std::atomic<i32> m_refCount = 1;

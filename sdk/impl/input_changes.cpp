@@ -3,7 +3,8 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
-#include "sdk/impl/scene.h"
+#include "sdk/impl/news_hold.h"
+#include "sdk/impl/node_links.h"
 
 #include <algorithm>
 #include <utility>
@@ -23,6 +24,12 @@ String InputChange::subject() const {
 
 namespace {
 
+// Tells whether an input of a node of the scene leads out of it.
+bool isBarred(const Input& input, const INode* to) {
+    const auto* node = static_cast<const Node*>(input.node());
+    return node && !node->hasLeft() && barBetween(node, to);
+}
+
 // Keeps the node of a link alive.
 RefersTo<INode> linkedBy(const Value& value) {
     return RefersTo<INode>(value.type() == AttrType::Node ? value.asNode() : nullptr);
@@ -38,6 +45,14 @@ void ValueChange::flip(Scene& /*scene*/) {
     const auto held = std::exchange(m_linked, linkedBy(input().ownValue()));
     Value other = std::exchange(m_other, input().ownValue());
     input().exchangeValue(other);
+}
+
+// The node that a link leads back to may have come into another scene.
+void ValueChange::settle() {
+    const Value& value = input().ownValue();
+    if (value.type() != AttrType::Node || !isBarred(input(), value.asNode())) return;
+    Value none(static_cast<INode*>(nullptr));
+    input().exchangeValue(none);
 }
 
 const void* ValueChange::valueOwner() const {
@@ -97,10 +112,11 @@ void SourceChange::flip(Scene& /*scene*/) {
     input().exchangeSource(now.get(), rank);
 }
 
-// The holder of a node that had left may have taken the output off it.
+// The holder of a node that had left may have taken the output off it, or given it away.
 void SourceChange::settle() {
     const Output* source = input().sourceOutput();
-    if (source && !source->node()) input().exchangeSource(nullptr, noIndex);
+    if (source && (!source->node() || isBarred(input(), source->node())))
+        input().exchangeSource(nullptr, noIndex);
 }
 
 String SourceChange::text() const {
@@ -153,14 +169,10 @@ void InputListChange::takeOut(Scene& scene) {
         m_holder->takeMember(&input());
     else
         removeFromList(m_owner->m_inputs, &input());
-    struct Leaving {
-        ~Leaving() {
-            input.left();
-            input.decRef();
-        }
-        Input& input;
-    } const leaving{input()};
+    // The list's reference.
+    const auto leaving = RefersTo<Input>::adopt(&input());
     m_owner->onInputRemoved(&input());
+    afterTelling([leaving] { leaving->left(); });
 }
 
 String InputListChange::subject() const {

@@ -32,6 +32,7 @@ class ValueChange final : public InputChange {
 public:
     explicit ValueChange(Input& input);
     void flip(Scene& scene) override;
+    void settle() override;
     [[nodiscard]] const void* valueOwner() const override;
     [[nodiscard]] bool isNothing() const override;
     [[nodiscard]] u64 bytes() const override;

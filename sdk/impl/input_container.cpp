@@ -1,5 +1,6 @@
 #include "sdk/impl/input.h"
 
+#include "sdk/impl/departure.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
@@ -41,12 +42,24 @@ void Input::adoptMember(Input* member) {
 }
 
 IInput* Input::addMember(Input* member) {
-    EditStep step(m_node);
-    step.prepare<InputListChange>(*member, m_node, this, members().size(), true);
-    adoptMember(member);
-    step.commit();
-    if (m_node) m_node->onInputAdded(member);
-    return member;
+    return addAndTell(RefersTo<Input>::adopt(member), members().size());
+}
+
+// Those who hear of the member may take it away, or the whole node: then there is none. What they
+// do belongs to the step, whose end is told too.
+IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
+    const RefersTo<Input> self(this);
+    const RefersTo<Node> node(m_node);
+    {
+        EditStep step(m_node);
+        step.prepare<InputListChange>(*member, m_node, this, index, true);
+        putMember(member.get(), index);
+        member->incRef();
+        step.commit();
+        if (node) node->onInputAdded(member.get());
+    }
+    const bool isThere = member->m_parent == this && m_node == node.get();
+    return isThere && !(node && node->isLastReference()) ? member.get() : nullptr;
 }
 
 IInput* Input::createInput(String name, AttrType type) {
@@ -104,16 +117,7 @@ IInput* Input::addElement(u64 index, AttrType elementElementType) {
         new Input(m_node, this, String(), elementType(), elementElementType));
     element->m_dataType = m_dataType;
     element->m_silent = m_silent;
-    EditStep step(m_node);
-    step.prepare<InputListChange>(*element, m_node, this, index, true);
-    ds::Vector<IInput*>& list = extras().members;
-    list.insert(index, element.get());
-    Input* added = element.detach();
-    renumber(index);
-    dropHash();
-    step.commit();
-    if (m_node) m_node->onInputAdded(added);
-    return added;
+    return addAndTell(element, index);
 }
 
 IInput* Input::appendElement() {
@@ -144,8 +148,10 @@ void Input::moveMember(u64 from, u64 to) {
 
 void Input::putMember(Input* member, u64 index) {
     dropHash();
-    if (!isArray()) return insertIntoList(extras().members, index, member);
-    extras().members.insert(index, member);
+    ds::Vector<IInput*>& list = extras().members;
+    if (!isArray() && index == list.size()) return appendToList(list, member);
+    if (!isArray()) return insertIntoList(list, index, member);
+    list.insert(index, member);
     renumber(index);
 }
 
@@ -224,6 +230,7 @@ bool Input::removeLastInput() {
 
 // Last to first, so that what is left keeps its names.
 bool Input::clearInputs() {
+    const RefersTo<Input> self(this);
     const EditStep step(m_node);
     while (!members().empty())
         removeFound(members().back());
@@ -233,6 +240,7 @@ bool Input::clearInputs() {
 // Lets go of the member after everyone was told, so that it can still be read.
 bool Input::removeFound(IInput* member) {
     auto* removed = static_cast<Input*>(member);
+    const RefersTo<Node> held(m_node);
     EditStep step(m_node);
     if (step.isRecording()) {
         const u64 index = isArray() ? removed->m_index : indexInList(members(), member);
@@ -241,9 +249,9 @@ bool Input::removeFound(IInput* member) {
     }
     takeMember(removed);
     step.commit();
-    if (m_node) m_node->onInputRemoved(member);
-    removed->removedFromOwner();
-    member->decRef();
+    const Departure departing(*removed);
+    removed->recordTies();
+    if (held) held->onInputRemoved(member);
     return true;
 }
 

@@ -22,6 +22,36 @@ bool Input::takes(const Output& output) const noexcept {
     return dataType() == DataType::Null || dataType() == output.dataType();
 }
 
+const char* barBetween(const INode* from, const INode* to) noexcept {
+    if (!from || !to || from == to || (!from->scene() && !to->scene())) return nullptr;
+    const bool isOut = static_cast<const Node*>(from)->hasLeft();
+    if (isOut != static_cast<const Node*>(to)->hasLeft())
+        return isOut ? "its node was removed from its scene"
+                     : "that node was removed from its scene";
+    const bool areApart = from->scene() && to->scene() && from->scene() != to->scene();
+    return areApart ? "the two nodes belong to different scenes" : nullptr;
+}
+
+namespace {
+
+// Returns why an input of a node may not read an output; null when it may.
+const char* barTo(const Output& output, const INode* from) noexcept {
+    const auto* node = static_cast<const Node*>(output.node());
+    if (from && (!node || node->indexOf(&output) < 0))
+        return "that output was removed from its node";
+    return barBetween(from, node);
+}
+
+} // namespace
+
+bool Input::mayLinkTo(const INode* node) const {
+    const char* bar = barBetween(m_node, node);
+    if (bar)
+        logWarning("Cannot link input '%s' to node '%s': %s.", path().buf(), node->name().buf(),
+                   bar);
+    return !bar;
+}
+
 bool Input::connect(IOutput* output) {
     auto* after = static_cast<Output*>(output);
     Output* before = sourceOutput();
@@ -33,6 +63,11 @@ bool Input::connect(IOutput* output) {
     if (!takes(*after)) {
         logWarning("Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
                    path().buf(), typeName().buf(), after->path().buf(), after->typeName().buf());
+        return false;
+    }
+    if (const char* bar = barTo(*after, m_node)) {
+        logWarning("Cannot connect input '%s' to output '%s': %s.", path().buf(),
+                   after->path().buf(), bar);
         return false;
     }
     if (closesLoop(*after, *this)) {
@@ -71,70 +106,89 @@ void Input::setSource(Output* output, u64 rank) {
     dropHash();
 }
 
-// The output goes away and has taken this input, its last target, off its list.
-void Input::sourceDied(Output* output) {
-    const bool isFree = !m_node || !m_node->scene();
-    EditStep step(isFree ? static_cast<const Node*>(output->node()) : m_node);
-    step.prepare<SourceChange>(*this, *output, output->targetCount());
+// The output ends its connections and has taken this input, its last target, off its list. Undo
+// could not bring back the output of a node that is in no scene.
+void Input::sourceEnded(Output& output) {
+    EditStep step(static_cast<const Node*>(output.node()));
+    step.prepare<SourceChange>(*this, output, output.targetCount());
     m_extras->source = nullptr;
     step.commit();
     dropHash();
-    if (m_node) m_node->onInputConnected(this, output, nullptr);
+    if (m_node) m_node->onInputConnected(this, &output, nullptr);
 }
 
-// A node that has no scene yet may come into the one of this input.
-Scene* Input::sceneFor(const INode* node) const {
-    IScene* scene = node ? node->scene() : nullptr;
-    if (node && !scene && m_node) scene = m_node->scene();
-    return static_cast<Scene*>(scene);
+void Input::dropSource() noexcept {
+    m_extras->source = nullptr;
+    dropHash();
+    if (m_node) m_node->setDirty(true);
 }
+
+namespace {
+
+// Returns the scene that a node stands in, null for none.
+Scene* homeOf(const INode& node) {
+    auto* scene = static_cast<Scene*>(static_cast<const Node&>(node).liveScene());
+    return scene && scene->contains(node) ? scene : nullptr;
+}
+
+} // namespace
 
 // Keeps the place of the value that is kept aside, as `linkTo` does for the other.
 void Input::linkStash() {
     Stash& kept = *m_extras->stash;
-    if (kept.link.table || kept.value.type() != AttrType::Node) return;
-    INode* node = kept.value.asNode();
-    Scene* scene = sceneFor(node);
-    if (!scene) return;
+    INode* node = kept.value.type() == AttrType::Node ? kept.value.asNode() : nullptr;
+    if (!node || kept.link.table) return;
+    Scene* scene = homeOf(*node);
     kept.link.input = this;
-    scene->stashLinks().add(kept.link, node);
+    (scene ? scene->stashLinks() : LinkTable::keptOfFreeNodes()).add(kept.link, node);
 }
 
 // Keeps the place of this input among those that link to a node.
 void Input::linkTo(INode* node) {
-    Scene* scene = sceneFor(node);
-    if (!scene && !m_extras) return;
+    if (!node && !m_extras) return;
     Link& link = extras().link;
     if (link.table) link.table->remove(link);
-    if (!scene) return;
+    if (!node) return;
+    Scene* scene = homeOf(*node);
     link.input = this;
-    scene->links().add(link, node);
+    (scene ? scene->links() : LinkTable::ofFreeNodes()).add(link, node);
 }
 
-void Input::rememberLinks() {
-    INode* linked = linkedNode(*this);
-    if (linked && !(m_extras && m_extras->link.table)) linkTo(linked);
-    if (stashed()) linkStash();
-    for (IInput* member : members())
-        static_cast<Input*>(member)->rememberLinks();
-}
-
-// The node leaves the scene, so that even a read-only input lets it go. What is kept aside is the
-// user's, and so is the change.
-void Input::relink(Scene& scene, const INode& from, INode* to) {
+// The node leaves, so that even a read-only input lets it go. What is kept aside is the user's, and
+// so is the change. Undo could not bring back a link to a node that is in no scene.
+void Input::relink(const INode& from, INode* to) {
     const Value* kept = stashed();
     const bool isKept = kept && kept->type() == AttrType::Node && kept->asNode() == &from;
     const bool isHeld = linkedNode(*this) == &from;
     if (!isKept && !isHeld) return;
-    EditStep step(scene);
+    EditStep step(static_cast<const Node*>(&from));
     if (isModified() ? isKept : isHeld) step.prepare<ValueChange>(*this);
-    if (isKept) setStashed(Value(to));
+    if (isKept) relinkStash(to, step.isRecording());
     if (isHeld) {
         Value value(to);
         replaceValue(value);
     }
     step.commit();
     changed(Value(const_cast<INode*>(&from)));
+}
+
+// In the step of what the link leads away from.
+void Input::relinkStash(INode* to, bool isRecorded) {
+    if (isRecorded) return setStashed(Value(to));
+    replaceStash(Value(to));
+}
+
+void Input::dropLink() noexcept {
+    Link& link = m_extras->link;
+    link.table->remove(link);
+    forgetLink();
+    if (m_node) m_node->setDirty(true);
+}
+
+void Input::dropStashedLink() noexcept {
+    Link& link = m_extras->stash->link;
+    link.table->remove(link);
+    forgetStashedLink();
 }
 
 void Input::forgetLink() noexcept {

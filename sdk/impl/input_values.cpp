@@ -15,6 +15,7 @@
 #include "base/log.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -26,6 +27,7 @@ Value Input::defaultValue() const {
 
 // Tells whether a value of the input's kind may be stored, and logs why not.
 bool Input::writable(const Value& value) const {
+    if (value.type() == AttrType::Node && !mayLinkTo(value.asNode())) return false;
     if (m_readOnly) {
         logWarning("Cannot set input '%s': it is read-only.", path().buf());
         return false;
@@ -80,7 +82,7 @@ void Input::replaceValue(Value& value) {
 // Asked for every value set: hardly any input gets past the first line.
 bool Input::isUpToModifiers() const {
     if (!m_node || !(m_node->modifying() || stashed())) return false;
-    const auto* scene = static_cast<const Scene*>(m_node->scene());
+    const auto* scene = static_cast<const Scene*>(m_node->liveScene());
     return scene && scene->isModified(*m_node);
 }
 
@@ -114,6 +116,8 @@ bool Input::storeModified(Value value) {
 void Input::changed(Value before) {
     dropHash();
     if (!m_node) return;
+    // Who is told may remove the node that a link led to.
+    const RefersTo<INode> linked(before.type() == AttrType::Node ? before.asNode() : nullptr);
     AttrData previous(type());
     previous.elementType = elementType();
     previous.dataType = static_cast<DataType>(m_dataType);
@@ -315,9 +319,13 @@ bool Input::reset() {
     if (isArray()) return clearInputs();
     if (!isObject()) return type() != AttrType::Null && store(defaultValue());
     const EditStep step(m_node);
-    bool done = true;
+    const RefersTo<Input> self(this);
+    std::vector<RefersTo<IInput>> held;
     for (IInput* member : members())
-        done = member->reset() && done;
+        held.emplace_back(member);
+    bool done = true;
+    for (const RefersTo<IInput>& member : held)
+        if (member->parent() == this) done = member->reset() && done;
     return done;
 }
 

@@ -72,6 +72,7 @@ private:
     void addKnown(const KndDefinition& known);
     void inherit(u32 type, u64 base, const std::vector<Attr>& from, std::vector<Attr>& to,
                  const char* what);
+    void checkBuffer(u32 type, const TreeInput& input);
     void addOwnInputs(u32 type, std::vector<Attr>& to);
     void addOwnOutputs(u32 type, std::vector<Attr>& to);
     void addOwn(u32 type, const Attr& attr, std::vector<Attr>& to, const char* what);

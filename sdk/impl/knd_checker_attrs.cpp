@@ -132,12 +132,26 @@ void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std:
     }
 }
 
+// A buffer that starts with elements of one type takes no other later.
+void KndChecker::checkBuffer(u32 type, const TreeInput& input) {
+    if (input.type != AttrType::Buffer || input.boundType == DataType::Null) return;
+    if (input.value.type() != AttrType::Buffer || m_errors.full()) return;
+    const DataType held = input.value.asBuffer().type();
+    if (held == DataType::Null || held == input.boundType) return;
+    fail(input.offset, type,
+         String::format("The buffer '%s' holds elements of type %s but is bound to type %s.",
+                        m_tree.names.text(input.name).buf(), dataTypeName(held),
+                        dataTypeName(input.boundType)));
+}
+
 void KndChecker::addOwnInputs(u32 type, std::vector<Attr>& to) {
     const KndTreeType& of = m_tree.types[type];
     for (u32 i = m_tree.nodes[type].firstInput; i != noTreeIndex;) {
         const TreeInput& input = m_tree.inputs[i];
         const u32 next = input.nextSibling;
         const u32 end = next != noTreeIndex ? next : of.endOfInputs;
+        for (u32 k = i; k < end; ++k)
+            checkBuffer(type, m_tree.inputs[k]);
         addOwn(
             type,
             {.name = input.name, .size = end - i, .owner = {.tree = type}, .place = input.offset},

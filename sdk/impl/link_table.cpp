@@ -2,6 +2,34 @@
 
 namespace qv::kelvo_sdk::impl {
 
+class LinkTable::Lock {
+public:
+    explicit Lock(const LinkTable& table) : m_table(table) {
+        if (m_table.m_mutex) m_table.m_mutex->lock();
+    }
+    ~Lock() {
+        if (m_table.m_mutex) m_table.m_mutex->unlock();
+    }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+private:
+    const LinkTable& m_table;
+};
+
+// Neither ends: nodes of static storage may outlive anything else.
+LinkTable& LinkTable::ofFreeNodes() noexcept {
+    static std::mutex mutex;
+    static auto* const table = new LinkTable(mutex);
+    return *table;
+}
+
+LinkTable& LinkTable::keptOfFreeNodes() noexcept {
+    static std::mutex mutex;
+    static auto* const table = new LinkTable(mutex);
+    return *table;
+}
+
 LinkTable::~LinkTable() {
     for (const auto& [target, first] : m_first) {
         Link* link = first;
@@ -15,6 +43,8 @@ LinkTable::~LinkTable() {
 }
 
 void LinkTable::add(Link& link, interfaces::INode* target) {
+    const Lock lock(*this);
+    m_isUsed.store(true, std::memory_order_relaxed);
     Link*& first = m_first[target];
     link.target = target;
     link.table = this;
@@ -29,6 +59,7 @@ void LinkTable::add(Link& link, interfaces::INode* target) {
 }
 
 void LinkTable::remove(Link& link) noexcept {
+    const Lock lock(*this);
     const auto entry = m_first.find(link.target);
     if (link.next == &link)
         m_first.erase(entry);
@@ -39,14 +70,31 @@ void LinkTable::remove(Link& link) noexcept {
     link.target = nullptr;
     link.table = nullptr;
     link.previous = link.next = nullptr;
+    if (m_first.empty()) m_isUsed.store(false, std::memory_order_relaxed);
+}
+
+void LinkTable::moveTo(LinkTable& other, interfaces::INode* target) {
+    while (Link* link = firstLink(target)) {
+        remove(*link);
+        other.add(*link, target);
+    }
 }
 
 Input* LinkTable::first(const interfaces::INode* target) const noexcept {
+    const Link* link = firstLink(target);
+    return link ? link->input : nullptr;
+}
+
+// The links to one node belong to the thread that edits it.
+Link* LinkTable::firstLink(const interfaces::INode* target) const noexcept {
+    if (!m_isUsed.load(std::memory_order_relaxed)) return nullptr;
+    const Lock lock(*this);
     const auto entry = m_first.find(target);
-    return entry == m_first.end() ? nullptr : entry->second->input;
+    return entry == m_first.end() ? nullptr : entry->second;
 }
 
 u64 LinkTable::count(const interfaces::INode* target) const noexcept {
+    const Lock lock(*this);
     const auto entry = m_first.find(target);
     if (entry == m_first.end()) return 0;
     u64 count = 1;

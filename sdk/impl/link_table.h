@@ -3,6 +3,8 @@
 #include "base/types.h"
 #include "sdk/interfaces/forward.h"
 
+#include <atomic>
+#include <mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -20,11 +22,17 @@ struct Link {
     Link* next = nullptr;
 };
 
-/// Which inputs link to a node of the scene, so that removing it can clear them: one ring of links
-/// per node that is linked to, in order of linking. Adding and removing take constant time.
+/// Which inputs link to a node, so that its end can clear them: one ring of links per node that is
+/// linked to, in order of linking. Adding and removing take constant time.
+///
+/// A scene has a table for its own nodes. Nodes that stand in no scene share one of the process,
+/// which any thread may use.
 class LinkTable {
 public:
     LinkTable() = default;
+    /// The tables of nodes that stand in no scene: of links, and of links that are kept aside.
+    [[nodiscard]] static LinkTable& ofFreeNodes() noexcept;
+    [[nodiscard]] static LinkTable& keptOfFreeNodes() noexcept;
     /// Lets all links go; they keep their targets.
     ~LinkTable();
     LinkTable(const LinkTable&) = delete;
@@ -52,6 +60,8 @@ public:
     [[nodiscard]] Input* first(const interfaces::INode* target) const noexcept;
     /// Returns how many inputs link to the node, in linear time.
     [[nodiscard]] u64 count(const interfaces::INode* target) const noexcept;
+    /// Moves the links to a node to the end of another table.
+    void moveTo(LinkTable& other, interfaces::INode* target);
     /// Calls `visit(Input&)` for each input that links to the node; no link may change meanwhile.
     template<typename Visit>
     void forEach(const interfaces::INode* target, const Visit& visit) const {
@@ -68,6 +78,15 @@ public:
 private:
     friend class SceneVerifier;
 
+    // Guards a table that threads share.
+    class Lock;
+    [[nodiscard]] Link* firstLink(const interfaces::INode* target) const noexcept;
+    explicit LinkTable(std::mutex& mutex) noexcept : m_mutex(&mutex) {}
+
+    // Null for the table of a scene.
+    std::mutex* m_mutex = nullptr;
+    // Whether there is any link, for threads that share the table.
+    std::atomic<bool> m_isUsed = false;
     std::unordered_map<const interfaces::INode*, Link*> m_first;
 };
 

@@ -3,6 +3,7 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/known_names.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
@@ -163,6 +164,7 @@ void Modifiers::release(bool isToRun) {
 
 void Modifiers::run() {
     if (m_isRunning || m_holds != 0 || m_queue.empty()) return;
+    const RefersTo<Scene> held(&m_scene);
     m_isRunning = true;
     const std::unique_ptr<bool, void (*)(bool*)> end(&m_isRunning, [](bool* is) { *is = false; });
     for (u32 round = 0; !m_queue.empty(); ++round) {
@@ -250,7 +252,9 @@ void Modifiers::leaves(Node& node) {
     written = std::exchange(m_written, std::move(beforeWritten));
     m_noted = std::move(beforeNoted);
     m_writing = before;
-    tell(node, written);
+    if (written.empty()) return;
+    const RefersTo<Scene> scene(&m_scene);
+    afterTelling([this, scene, held = RefersTo<Node>(&node), written] { tell(*held, written); });
 }
 
 void Modifiers::letGo() noexcept {

@@ -1,17 +1,21 @@
 // ---- Object and lifetime ---------------------------------------------------------------
 // A node starts with one reference and tells nobody that it exists. It holds a reference on its
-// inputs, outputs and layout, none on its scene. Only the last decRef destroys it; from then on
-// nobody hears of it. The number of live nodes changes last in construction, and before the
-// members go in destruction.
+// inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
+// who read it or link to it were told; from then on nobody hears of it. The number of live nodes
+// changes last in construction, and before the members go in destruction.
 
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/library_call.h"
+#include "sdk/impl/link_table.h"
 #include "sdk/impl/missing_icon.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/output.h"
 
 #include "base/log.h"
+
+#include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -26,8 +30,16 @@ Node::Node(IScene* scene, String type, String name)
     s_instCount.fetch_add(1);
 }
 
+namespace {
+
+// References that a node's free callback takes and drops never come near 0.
+constexpr i32 countOfDying = 1 << 30;
+
+} // namespace
+
 Node::~Node() {
     m_destroying = true;
+    m_refCount = countOfDying;
     {
         const std::lock_guard lock(m_observerMutex);
         m_observers.release();
@@ -39,6 +51,7 @@ Node::~Node() {
         static_cast<Input*>(input)->clearNode();
     for (IOutput* output : m_outputs)
         static_cast<Output*>(output)->clearNode();
+    dropReferences();
     for (IInput* input : m_inputs)
         static_cast<Input*>(input)->nodeDestroyed();
     for (IInput* input : m_inputs)
@@ -55,7 +68,47 @@ void Node::incRef() {
 }
 
 void Node::decRef() {
-    if (m_refCount.fetch_sub(1) == 1) delete this;
+    if (m_refCount.fetch_sub(1) != 1) return;
+    if (isReferredTo()) {
+        m_refCount.fetch_add(1);
+        endReferences();
+        if (m_refCount.fetch_sub(1) != 1) return;
+    }
+    delete this;
+}
+
+// Nodes of a scene lose what refers to them when they leave it.
+bool Node::isReferredTo() const noexcept {
+    const auto isRead = [](const IOutput* output) {
+        return !static_cast<const Output*>(output)->isFree();
+    };
+    return std::ranges::any_of(m_outputs, isRead) || LinkTable::ofFreeNodes().first(this) ||
+           LinkTable::keptOfFreeNodes().first(this);
+}
+
+// While the node can still be looked at: whoever is told may even keep it.
+void Node::endReferences() noexcept {
+    try {
+        NewsHold news;
+        for (IOutput* output : m_outputs)
+            static_cast<Output*>(output)->disconnectTargets();
+        for (LinkTable* links : {&LinkTable::ofFreeNodes(), &LinkTable::keptOfFreeNodes()})
+            while (Input* input = links->first(this))
+                input->relink(*this, nullptr);
+        news.release();
+    } catch (...) {
+        logLost("at the end of a node");
+    }
+}
+
+// What came meanwhile, or refers to a node that is not counted, ends unheard.
+void Node::dropReferences() noexcept {
+    for (IOutput* output : m_outputs)
+        static_cast<Output*>(output)->dropTargets();
+    while (Input* input = LinkTable::ofFreeNodes().first(this))
+        input->dropLink();
+    while (Input* input = LinkTable::keptOfFreeNodes().first(this))
+        input->dropStashedLink();
 }
 
 IScene* Node::scene() const {

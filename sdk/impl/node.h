@@ -53,9 +53,9 @@ class QV_EXPORT Node : public INode {
 public:
     // ---- Object and lifetime ---------------------------------------------------------------
     // A node starts with one reference and tells nobody that it exists. It holds a reference on its
-    // inputs, outputs and layout, none on its scene. Only the last decRef destroys it; from then on
-    // nobody hears of it. The number of live nodes changes last in construction, and before the
-    // members go in destruction.
+    // inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
+    // who read it or link to it were told; from then on nobody hears of it. The number of live nodes
+    // changes last in construction, and before the members go in destruction.
 
     Node();
     Node(IScene* scene, String type, String name);
@@ -66,6 +66,12 @@ public:
     void incRef() override;
     void decRef() override;
     [[nodiscard]] IScene* scene() const override;
+    /// Returns the scene of a node that lives; null in its destructor, when the scene may be gone.
+    [[nodiscard]] IScene* liveScene() const noexcept { return m_destroying ? nullptr : m_scene; }
+    /// Tells whether the caller's is the only reference.
+    [[nodiscard]] bool isLastReference() const noexcept { return m_refCount.load() == 1; }
+    /// Tells whether the node was in a scene that it is out of now.
+    [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
 
     /// A plain flag, no counter: the first `endModification` clears it.
     [[nodiscard]] bool modifying() const noexcept { return m_modifying; }
@@ -104,6 +110,7 @@ public:
     void setName(String name);
     /// For the scene alone: null when it lets the node go.
     void setScene(IScene* scene) noexcept { m_scene = scene; }
+    void setHasLeft(bool hasLeft) noexcept { m_hasLeft = hasLeft; }
 
     // ---- Attribute creation ----------------------------------------------------------------
     // Asking again for an attribute of the same name and kind gives the one there is; a refused
@@ -220,7 +227,8 @@ public:
     // ---- Notifications ---------------------------------------------------------------------
     // First the dirty flag, always. Then, unless the node is being destroyed and inside one change
     // scope: observers under the lock, from a copy of the list; the scene after the lock is
-    // released; the library's callback last. Silent inputs are added and removed unheard.
+    // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
+    // change of several parts all of it comes when that is complete.
 
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
@@ -267,6 +275,8 @@ public:
     INode* convertTo(String type) override;
     /// Returns a copy that belongs to `scene` without being in it; the caller owns its reference.
     Node* clone(IScene* scene, String name) const;
+    /// The same, but for the init callback, which the caller has to see to.
+    [[nodiscard]] RefersTo<Node> copyFor(IScene* scene, String name) const;
 
     // ---- Presentation ----------------------------------------------------------------------
     // The formats are the writers'. A flag is up while text is written, and restored, not cleared.
@@ -291,6 +301,9 @@ private:
     friend struct NodeLayoutProbe;
     friend i64(::impl_nodeInstanceCount)();
 
+    [[nodiscard]] bool isReferredTo() const noexcept;
+    void endReferences() noexcept;
+    void dropReferences() noexcept;
     IInput* addInput(Input* input);
     IOutput* addOutput(Output* output);
     [[nodiscard]] IInput* reusableInput(const String& name, AttrType type, AttrType elementType,
@@ -306,6 +319,9 @@ private:
     void evaluationChanged() const noexcept;
     [[nodiscard]] bool dependsOnDirty() const;
     void markDirty() const;
+    [[nodiscard]] bool isHeard() const noexcept;
+    [[nodiscard]] bool isNews(const IInput& input) const;
+    [[nodiscard]] bool hasObservers() const;
     void copyIdentity(const Node& from);
     void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);
@@ -325,6 +341,8 @@ private:
     bool m_destroying = false;
     mutable bool m_serializing = false;
     bool m_modifying = false;
+    // In what would be padding: the places of all others stand.
+    bool m_hasLeft = false;
     ds::Vector<IInput*> m_inputs;
     ds::Vector<IOutput*> m_outputs;
     ds::HashMap<String, String> m_labels;

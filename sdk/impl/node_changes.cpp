@@ -2,6 +2,7 @@
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
 
@@ -36,6 +37,10 @@ void OutputListChange::takeComments(SceneComments& from) {
     m_comments = from.take(m_output.get());
 }
 
+void OutputListChange::prepareFlip(Scene& /*scene*/) {
+    if (m_isIn) m_output->disconnectTargets();
+}
+
 // A node that left may have been changed by its holder: what does not fit any more is passed over.
 void OutputListChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
@@ -50,14 +55,10 @@ void OutputListChange::flip(Scene& scene) {
     }
     takeComments(scene.comments());
     m_node->m_outputs.removeAll(m_output.get());
-    struct Leaving {
-        ~Leaving() {
-            output.clearNode();
-            output.decRef();
-        }
-        Output& output;
-    } const leaving{*m_output};
+    // The list's reference.
+    const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
+    afterTelling([leaving] { leaving->clearNode(); });
 }
 
 u64 OutputListChange::bytes() const {
@@ -102,7 +103,8 @@ void NodeChange::prepareFlip(Scene& scene) {
 // One that left may have been given to another scene, where it stays.
 void NodeChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
-    if (m_isIn ? m_node->scene() != nullptr : !scene.contains(*m_node)) return;
+    const bool isElsewhere = m_node->scene() && !m_node->hasLeft();
+    if (m_isIn ? isElsewhere : !scene.contains(*m_node)) return;
     if (m_isIn) {
         scene.m_nodes.add(m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
@@ -110,7 +112,8 @@ void NodeChange::flip(Scene& scene) {
         return;
     }
     takeComments(scene.comments());
-    scene.leave(*m_node);
+    scene.takeOut(*m_node);
+    scene.tellRemoved(*m_node);
 }
 
 u64 NodeChange::bytes() const {
@@ -144,7 +147,8 @@ void NodeExchange::restore(const std::vector<Source>& sources) {
 }
 
 void NodeExchange::flip(Scene& scene) {
-    if (m_out->scene() || !scene.contains(*m_in)) return;
+    const bool isElsewhere = m_out->scene() && !m_out->hasLeft();
+    if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
     const auto sources = std::exchange(m_sources, {});
     cutSources();

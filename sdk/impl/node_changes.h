@@ -14,6 +14,8 @@ namespace qv::kelvo_sdk::impl {
 class OutputListChange final : public Change {
 public:
     OutputListChange(Output& output, Node& node, u64 index, bool isIn);
+    /// Connections made without the scene's knowledge end.
+    void prepareFlip(Scene& scene) override;
     void flip(Scene& scene) override;
     /// Needs one that leaves; before it does.
     void takeComments(SceneComments& from);

@@ -22,6 +22,12 @@ INode* Node::convertTo(String type) {
 }
 
 Node* Node::clone(IScene* scene, String name) const {
+    auto copy = copyFor(scene, std::move(name));
+    copy->nodeInit();
+    return copy.detach();
+}
+
+RefersTo<Node> Node::copyFor(IScene* scene, String name) const {
     auto copy = RefersTo<Node>::adopt(new Node);
     copy->m_scene = scene;
     copy->m_name = std::move(name);
@@ -32,8 +38,7 @@ Node* Node::clone(IScene* scene, String name) const {
     copy->m_modifying = m_modifying;
     copy->copyLibrary(*this);
     copy->copyAttributes(*this);
-    copy->nodeInit();
-    return copy.detach();
+    return copy;
 }
 
 void Node::copyIdentity(const Node& from) {

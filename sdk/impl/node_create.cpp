@@ -118,29 +118,38 @@ IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataTy
     return existing;
 }
 
-// Takes over the creator's reference, which becomes the node's.
+// Takes over the creator's reference, which becomes the node's. Those who hear of the input may
+// take it away, or the whole node.
 IInput* Node::addInput(Input* input) {
+    const RefersTo<Node> self(this);
+    const RefersTo<Input> made(input);
     auto created = RefersTo<Input>::adopt(input);
-    EditStep step(this);
-    step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
-    markDirty();
-    appendToList(m_inputs, input);
-    std::ignore = created.detach();
-    step.commit();
-    onInputAdded(input);
-    return input;
+    {
+        EditStep step(this);
+        step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
+        markDirty();
+        appendToList(m_inputs, input);
+        std::ignore = created.detach();
+        step.commit();
+        onInputAdded(input);
+    }
+    return input->node() == this && !isLastReference() ? input : nullptr;
 }
 
 IOutput* Node::addOutput(Output* output) {
+    const RefersTo<Node> self(this);
+    const RefersTo<Output> made(output);
     auto created = RefersTo<Output>::adopt(output);
-    EditStep step(this);
-    step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
-    markDirty();
-    m_outputs.push_back(output);
-    std::ignore = created.detach();
-    step.commit();
-    onOutputAdded(output);
-    return output;
+    {
+        EditStep step(this);
+        step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
+        markDirty();
+        m_outputs.push_back(output);
+        std::ignore = created.detach();
+        step.commit();
+        onOutputAdded(output);
+    }
+    return output->node() == this && !isLastReference() ? output : nullptr;
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -55,7 +55,7 @@ bool Node::setPath(String dir, String file, String ext) {
     if (!isPath()) return false;
     // Who hears of the writes may remove the node.
     const kelvo_sdk::Node self(this);
-    const kelvo_sdk::Scene scene(m_scene);
+    const kelvo_sdk::Scene scene(liveScene());
     ext = withDot(std::move(ext));
     const KnownNames& known = knownNames();
     const kelvo_sdk::Input dirInput(input(known.dir));

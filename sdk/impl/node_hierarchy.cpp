@@ -11,6 +11,7 @@
 #include "sdk/node.h"
 
 #include <limits>
+#include <unordered_set>
 #include <vector>
 
 namespace qv::kelvo_sdk {
@@ -39,15 +40,8 @@ public:
 
     void walk(const Input& list, i64 depth) {
         if (!list.ownName().equalsNoCase(m_known.children)) return;
-        enter(&list, depth, nullptr);
-        while (!m_levels.empty()) {
-            Level& level = m_levels.back();
-            const ds::Vector<IInput*>& elements = level.list->members();
-            if (level.index >= elements.size())
-                leave();
-            else if (INode* node = linkedNode(*static_cast<Input*>(elements[level.index++])))
-                meet(*static_cast<Node*>(node), level.depth);
-        }
+        walkFrom(list, depth);
+        makeLists();
     }
 
 private:
@@ -61,6 +55,18 @@ private:
     static constexpr i64 kNever = std::numeric_limits<i64>::max();
     static constexpr i64 kWhole = std::numeric_limits<i64>::min();
 
+    void walkFrom(const Input& list, i64 depth) {
+        enter(&list, depth, nullptr);
+        while (!m_levels.empty()) {
+            Level& level = m_levels.back();
+            const ds::Vector<IInput*>& elements = level.list->members();
+            if (level.index >= elements.size())
+                leave();
+            else if (INode* node = linkedNode(*static_cast<Input*>(elements[level.index++])))
+                meet(*static_cast<Node*>(node), level.depth);
+        }
+    }
+
     void enter(const Input* list, i64 depth, INode* owner) {
         if (m_maxDepth < 0 || depth <= m_maxDepth) m_levels.push_back({list, 0, depth, owner});
     }
@@ -72,13 +78,26 @@ private:
         const i64 depth = parentDepth == kNever ? kNever : parentDepth + 1;
         if (mark != kNever && mark <= depth) return;
         if (m_maxDepth < 0) mark = kWhole;
-        if (const Input* list = listOf(child)) enter(list, depth, &child);
+        if (const IInput* list = child.lookUpInput(m_known.children))
+            enter(static_cast<const Input*>(list), depth, &child);
+        else
+            m_without.emplace_back(&child);
     }
 
-    // An "xform" without the input gets it here, as from any look-up through the interface.
-    const Input* listOf(Node& node) const {
-        IInput* list = node.lookUpInput(m_known.children);
-        return static_cast<Input*>(list ? list : node.input(m_known.children));
+    // An "xform" without the input gets it, as from any look-up through the interface, when the walk
+    // is over: who hears of it may remove what was walked. Nodes that end by that are left out.
+    void makeLists() {
+        if (m_without.empty()) return;
+        std::vector<RefersTo<INode>> held;
+        std::unordered_set<const INode*> ofScenes;
+        for (INode* node : m_out) {
+            held.emplace_back(node);
+            if (node->scene()) ofScenes.insert(node);
+        }
+        for (const RefersTo<Node>& node : m_without)
+            if (!node->lookUpInput(m_known.children)) node->input(m_known.children);
+        for (const RefersTo<INode>& node : held)
+            if (!node->scene() && ofScenes.contains(node.get())) m_out.removeAll(node.get());
     }
 
     void leave() {
@@ -94,6 +113,7 @@ private:
     ds::Vector<INode*>& m_out;
     NodeMarks m_marks;
     std::vector<Level> m_levels;
+    std::vector<RefersTo<Node>> m_without;
 };
 
 } // namespace
@@ -127,8 +147,11 @@ i64 Node::indexIn(INode* parent) const {
 
 bool Node::parentTo(INode* parent) {
     if (indexIn(parent) != -1) return false;
+    // Who hears of the element may remove it, or either node.
+    const RefersTo<INode> self(this), heldParent(parent);
     const EditStep step(static_cast<const Node*>(parent));
-    return parent->input(knownNames().children)->appendElement()->setNode(this);
+    IInput* element = parent->input(knownNames().children)->appendElement();
+    return element && element->setNode(this);
 }
 
 bool Node::unparentFrom(INode* parent) {

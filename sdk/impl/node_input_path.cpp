@@ -70,10 +70,13 @@ IInput* elementAt(IInput& array, i64 wanted, std::optional<EditStep>& growing) {
     const u64 index = wanted < 0 ? array.inputCount() : static_cast<u64>(wanted);
     if (array.inputCount() <= index && !growing)
         growing.emplace(static_cast<const Node*>(array.node()));
-    while (array.inputCount() <= index) {
-        if (!array.appendElement()) return nullptr;
+    // Observers may take elements away as they come.
+    IInput* element = index < array.inputCount() ? array.input(index) : nullptr;
+    for (u64 count = array.inputCount(); count <= index; ++count) {
+        element = array.appendElement();
+        if (!element || array.inputCount() != count + 1) return nullptr;
     }
-    return array.input(index);
+    return element;
 }
 
 IInput* walkStep(IInput& from, const PathParser::Token& step, std::optional<EditStep>& growing) {

@@ -21,6 +21,10 @@ namespace qv::kelvo_sdk::impl {
     return source ? source->node() : nullptr;
 }
 
+/// Returns why an input of one node may not lead to another node; null when it may, or when one of
+/// them is null. Nodes that were in no scene yet may be referred to: they may come in.
+[[nodiscard]] const char* barBetween(const INode* from, const INode* to) noexcept;
+
 /// Calls `visit(const Node&)` for all that the inputs of a node link and connect to, at any depth
 /// of arrays and objects, in no order that matters. A node may be met again. Stops, and returns
 /// true, as soon as `visit` does.

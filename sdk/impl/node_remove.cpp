@@ -4,38 +4,18 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/departure.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 
 #include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
-
-namespace {
-
-// Ends the node's hold on an attribute that left its list, even when one who is told of it throws.
-template<typename Attribute>
-class Departure {
-public:
-    explicit Departure(Attribute* attribute) noexcept : m_attribute(attribute) {}
-    ~Departure() {
-        m_attribute->clearNode();
-        m_attribute->decRef();
-    }
-    Departure(const Departure&) = delete;
-    Departure& operator=(const Departure&) = delete;
-
-    Attribute* operator->() const noexcept { return m_attribute; }
-
-private:
-    Attribute* m_attribute;
-};
-
-} // namespace
 
 bool Node::removeInput(u64 index) {
     IInput* input = findInputByIndex(index);
@@ -52,6 +32,7 @@ bool Node::removeLastInput() {
 }
 
 bool Node::clearInputs() {
+    const RefersTo<Node> self(this);
     const EditStep step(this);
     while (!m_inputs.empty()) {
         if (!removeInput(u64(0))) return false;
@@ -61,6 +42,7 @@ bool Node::clearInputs() {
 
 bool Node::removeFoundInput(IInput* input) {
     auto* removed = static_cast<Input*>(input);
+    const RefersTo<Node> self(this);
     EditStep step(this);
     if (step.isRecording()) {
         const u64 index = indexInList(m_inputs, input);
@@ -70,9 +52,9 @@ bool Node::removeFoundInput(IInput* input) {
     markDirty();
     removeFromList(m_inputs, input);
     step.commit();
-    const Departure departing(removed);
+    const Departure departing(*removed);
+    removed->recordTies();
     onInputRemoved(input);
-    departing->removedFromOwner();
     return true;
 }
 
@@ -91,6 +73,7 @@ bool Node::removeLastOutput() {
 }
 
 bool Node::clearOutputs() {
+    const RefersTo<Node> self(this);
     const EditStep step(this);
     while (!m_outputs.empty()) {
         if (!removeOutput(u64(0))) return false;
@@ -100,6 +83,7 @@ bool Node::clearOutputs() {
 
 bool Node::removeFoundOutput(IOutput* output) {
     auto* removed = static_cast<Output*>(output);
+    const RefersTo<Node> self(this);
     EditStep step(this);
     if (step.isRecording()) {
         const auto place = std::ranges::find(m_outputs, output) - m_outputs.begin();
@@ -109,9 +93,11 @@ bool Node::removeFoundOutput(IOutput* output) {
     markDirty();
     m_outputs.removeAll(output);
     step.commit();
-    const Departure departing(removed);
+    const Departure departing(*removed);
+    NewsHold news;
     onOutputRemoved(output);
-    departing->removedFromNode();
+    removed->disconnectTargets();
+    news.release();
     return true;
 }
 

@@ -4,7 +4,7 @@
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/known_names.h"
-#include "sdk/input.h"
+#include "sdk/node.h"
 
 #include "base/localized.h"
 #include "base/path.h"
@@ -61,7 +61,9 @@ String Node::name() const {
     return m_name;
 }
 
+// The reads may ask eval callbacks, which may let go of the node.
 String Node::displayName() const {
+    const kelvo_sdk::Node held(const_cast<Node*>(this));
     if (String text = nameFromInput(); !text.isEmpty()) return text;
     if (isTypeOf(knownNames().path)) {
         const Path path(asPath(), false);

@@ -4,6 +4,7 @@
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/scene.h"
@@ -20,8 +21,9 @@ Output::Output(INode* node, String name, DataType type)
       m_name(std::move(name)),
       m_nameHash(m_name.foldedHash()) {}
 
+// Nobody can be told of an output that nothing refers to any more.
 Output::~Output() {
-    disconnectTargets();
+    dropTargets();
 }
 
 void Output::incRef() {
@@ -39,8 +41,8 @@ IOutput* Output::clone(INode* node) const {
     return copy;
 }
 
-void Output::removedFromNode() {
-    disconnectTargets();
+void Output::leaveOwner() noexcept {
+    dropTargets();
     m_node = nullptr;
 }
 
@@ -76,12 +78,18 @@ void Output::removeTarget(u64 slot) {
     m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
 }
 
-// Both ends of each connection are right before anyone hears of it. Observers may connect again
-// while they are told; each connection is ended once.
+// Observers may connect again while they are told.
 void Output::disconnectTargets() {
-    for (u64 left = m_targets.size(); left > 0; --left) {
-        if (Input* input = m_targets.takeLast()) input->sourceDied(this);
-    }
+    if (m_targets.empty()) return;
+    NewsHold news;
+    while (Input* input = m_targets.takeLast())
+        input->sourceEnded(*this);
+    news.release();
+}
+
+void Output::dropTargets() noexcept {
+    while (Input* input = m_targets.takeLast())
+        input->dropSource();
 }
 
 bool Output::setValue(Value value) {
@@ -89,15 +97,19 @@ bool Output::setValue(Value value) {
     step.prepare<OutputValueChange>(*this);
     const bool done = storeValue(std::move(value));
     step.commit();
-    auto* scene = m_node ? static_cast<Scene*>(m_node->scene()) : nullptr;
-    if (scene) scene->evaluationChanged(static_cast<const Node&>(*m_node));
+    evaluationChanged();
     return done;
 }
 
 void Output::exchangeValue(Value& other) {
     std::swap(m_value, other);
-    auto* scene = m_node ? static_cast<Scene*>(m_node->scene()) : nullptr;
-    if (scene) scene->evaluationChanged(static_cast<const Node&>(*m_node));
+    evaluationChanged();
+}
+
+void Output::evaluationChanged() const noexcept {
+    const auto* node = static_cast<const Node*>(m_node);
+    auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
+    if (scene) scene->evaluationChanged(*node);
 }
 
 bool Output::storeValue(Value value) {

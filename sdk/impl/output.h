@@ -33,6 +33,8 @@ public:
     void incRef() override;
     void decRef() override;
 
+    /// Tells whether nothing is connected to the output.
+    [[nodiscard]] bool isFree() const noexcept { return m_targets.empty(); }
     /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
     QV_EXPORT IOutput* clone(INode* node) const;
     /// For the owning node alone: the node is gone.
@@ -41,11 +43,13 @@ public:
     /// set and the one before given.
     void entered(INode* node) noexcept { m_node = node; }
     void exchangeValue(Value& other);
-    /// For the owning node alone: the output leaves it; every connection ends.
-    void removedFromNode();
+    /// For the owning node alone: the output left it, and everyone was told.
+    void leaveOwner() noexcept;
 
-    /// Ends every connection, telling the nodes of the inputs.
+    /// Ends every connection; then tells the nodes of the inputs.
     void disconnectTargets();
+    /// The same, unheard: the inputs' nodes are dirty afterwards.
+    void dropTargets() noexcept;
 
     [[nodiscard]] String name() const override { return m_name; }
     [[nodiscard]] AttrType type() const override { return m_type; }
@@ -95,6 +99,7 @@ private:
     u64 addTarget(Input* input, u64 rank);
     void removeTarget(u64 slot);
     bool storeValue(Value value);
+    void evaluationChanged() const noexcept;
     [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;
     Value evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller);
     Value evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller);

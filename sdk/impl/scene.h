@@ -10,6 +10,7 @@
 #include "sdk/interfaces/i_scene.h"
 #include "sdk/interfaces/scene_observer.h"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -70,6 +71,14 @@ public:
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
     [[nodiscard]] SceneFaults verify() const override;
+    /// Tells whether the library is making this node right now: nobody hears of it yet, and nothing
+    /// that is done to it is recorded.
+    [[nodiscard]] bool isMaking(const INode* node) const noexcept {
+        return !m_beingMade.empty() && std::ranges::find(m_beingMade, node) != m_beingMade.end();
+    }
+    /// For whoever makes nodes: lets the library initialise one that belongs to the scene but is
+    /// not in it.
+    void initialise(Node& node);
     /// Calls `visit(INode*)` for each node in creation order.
     template<typename Visit>
     void forEachNode(const Visit& visit) const {
@@ -175,6 +184,8 @@ public:
     bool unsubscribe(SceneObserver* observer) override;
     bool subscribe(interfaces::BatchObserver* observer) override;
     bool unsubscribe(interfaces::BatchObserver* observer) override;
+    /// Tells whether anyone may hear of what its nodes tell it.
+    [[nodiscard]] bool isHeard() const noexcept;
     QV_EXPORT virtual void notifyInputAdded(const IInput* input);
     QV_EXPORT virtual void notifyOutputAdded(const IOutput* output);
     QV_EXPORT virtual void notifyInputChanged(const IInput* input, const AttrData* previous);
@@ -194,40 +205,54 @@ public:
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
 
 private:
-    // Tells those that subscribed before and are still there when their turn comes; what the news
-    // is about lives until all have heard.
+    // Tells those that subscribed before and are still there when their turn comes; the scene, and
+    // what the news is about, live until all have heard.
     template<typename Subject, typename Tell>
     void tellObservers(const Subject* subject, const Tell& tell) {
         if (m_observers.empty()) return;
+        const RefersTo<Scene> self(this);
         const RefersTo<Subject> held(const_cast<Subject*>(subject));
         const ds::Vector<SceneObserver*> snapshot = m_observers;
         for (SceneObserver* observer : snapshot) {
             if (m_observers.contains(observer)) tell(*observer);
         }
     }
+    template<typename Tell>
+    void tellThenModify(const IInput* input, const Tell& tell);
+
     friend class NodeChange;
     friend class NodeExchange;
     friend class NodeMove;
     friend class NodeRename;
 
-    class Told;
-
+    [[nodiscard]] INode* given(const Node* made) const noexcept;
+    [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
+    [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
+                                               Misfits& misfits);
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
     void clearDescriptions(const Node& node);
     [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
     void enter(Node& node);
-    void leave(Node& node);
+    void tellAdded(Node& node);
+    void takeOut(Node& node);
+    void tellRemoved(Node& node);
+    void letGo(Node& node) noexcept;
+    void adoptLinks(Node& node);
     void rename(Node& node, String name);
+    void tellRenamed(Node& node, const String& name, const String& before);
     void move(Node& node, u64 from, u64 to);
+    void tellMoved(Node& node, u64 from);
     void exchange(Node& node, Node& replacement);
     void converted(Node& node, Node& replacement);
+    void tellConverted(Node& node, Node& replacement);
     void moveLinks(Node& node, Node& replacement);
     void modify(const IInput* input);
     void forgetResults(const Node& node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
     NodeTable m_nodes;
+    std::vector<const INode*> m_beingMade;
     std::vector<RefersTo<LibInfo>> m_libraries;
     LinkTable m_links;
     LinkTable m_stashLinks;

@@ -6,6 +6,7 @@
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
 #include "sdk/impl/modifiers.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
@@ -55,14 +56,18 @@ SceneBuilder::SceneBuilder(SceneTree& tree)
 SceneBuilder::~SceneBuilder() = default;
 
 void SceneBuilder::build() {
+    const RefersTo<Scene> held(m_scene);
+    const EditStep step(*m_scene);
+    const EditGroup group(*m_scene);
+    holdKnown();
     m_nodes.reserve(m_tree.nodes.size());
     for (const TreeNode& node : m_tree.nodes)
         m_nodes.push_back(makeNode(node));
-    const EditStep step(*m_scene);
-    const EditGroup group(*m_scene);
     ModifierHold modifiers(*m_scene);
     try {
+        NewsHold news;
         addNodes();
+        news.release();
         modifiers.release();
     } catch (...) {
         takeBack();
@@ -120,7 +125,15 @@ void SceneBuilder::initialise(const TreeNode& from, Node& node) {
     for (u32 i = 0; i < from.outputCount; ++i)
         m_heldOutputs.emplace_back(m_outputs[from.firstOutput + i]);
     node.m_scene = m_scene;
-    node.nodeInit();
+    m_scene->initialise(node);
+}
+
+// Libraries may let go, when they initialise nodes, of what the text leads to outside of it.
+void SceneBuilder::holdKnown() {
+    for (const TreeLink& link : m_tree.links)
+        if (link.known) m_heldNodes.emplace_back(link.known);
+    for (const TreeConnection& connection : m_tree.connections)
+        if (connection.known) m_heldOutputs.emplace_back(connection.known);
 }
 
 void SceneBuilder::makeAttributes(const TreeNode& from, Node& node) {
@@ -156,6 +169,7 @@ void SceneBuilder::link(const TreeLink& from) {
     Input& input = *m_inputs[from.input];
     const TreeInput& treeInput = m_tree.inputs[from.input];
     INode* target = from.target != noTreeIndex ? m_nodes[from.target].get() : from.known;
+    if (target && !m_scene->contains(*target)) return;
     if (from.slot == TreeSlot::Value) return setLink(input, target);
     if (from.slot == TreeSlot::Stash) return input.setStashed(Value(target));
     AttrDetails& details = *m_tree.extras[treeInput.extras].details;

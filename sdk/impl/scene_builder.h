@@ -15,8 +15,8 @@ class Scene;
 
 /// Makes the nodes of a checked tree and adds them to a scene, all or, when something throws, none.
 ///
-/// Nodes are built whole but for links and connections before the scene and its observers see the
-/// first. Then links and connections are made, as edits that everyone hears of.
+/// Nodes are built whole but for links and connections before the scene sees the first. Then links
+/// and connections are made, as edits. When all of it is done everyone hears of it, in this order.
 ///
 ///     Nodes      scene_builder.cpp          heads, outputs, links, connections, comments
 ///     Inputs     scene_builder_inputs.cpp   values, notes, members, what a text leaves out
@@ -48,6 +48,7 @@ private:
     [[nodiscard]] RefersTo<Node> makeNode(const TreeNode& from);
     void describe(const TreeNode& from, Node& node) const;
     void initialise(const TreeNode& from, Node& node);
+    void holdKnown();
     void makeInputs(const TreeNode& from, Node& node);
     template<typename Add>
     void addInputs(u32 first, const ds::Vector<interfaces::IInput*>& known, Node& node,
@@ -71,7 +72,9 @@ private:
     std::vector<RefersTo<Node>> m_nodes;
     std::vector<Input*> m_inputs;
     std::vector<Output*> m_outputs;
-    // Of nodes whose libraries may remove some: kept until links and connections are made.
+    // What libraries may remove when they initialise nodes: kept until links and connections are
+    // made.
+    std::vector<RefersTo<INode>> m_heldNodes;
     std::vector<RefersTo<interfaces::IInput>> m_heldInputs;
     std::vector<RefersTo<interfaces::IOutput>> m_heldOutputs;
 };

@@ -94,7 +94,7 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
     from.unchecked = markOf(data, extras);
     auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
     m_inputs[index] = input.get();
-    if (extras && extras->stashed) input->setStashed(std::move(extras->stash));
+    if (extras && extras->stashed) input->replaceStash(std::move(extras->stash));
     makeMembers(from, node, *input);
     return input;
 }

@@ -166,7 +166,9 @@ String SceneChecker::unknownOutput(const TreeConnection& connection, const INode
 // next sibling.
 String SceneChecker::inputPath(const TreeConnection& connection) const {
     StringIO path;
-    path.append(m_tree.nodeName(connection.node).view());
+    // A slip may have left the node without a name.
+    if (m_tree.nodes[connection.node].name != noTreeIndex)
+        path.append(m_tree.nodeName(connection.node).view());
     u32 at = m_tree.nodes[connection.node].firstInput;
     AttrType holder = AttrType::Object;
     while (at != noTreeIndex && at <= connection.input) {
@@ -178,7 +180,8 @@ String SceneChecker::inputPath(const TreeConnection& connection) const {
         if (holder == AttrType::Array)
             path.append('[').appendUInt(position).append(']');
         else
-            path.append('.').append(m_tree.names.text(m_tree.inputs[at].name).view());
+            path.append(path.isEmpty() ? "" : ".")
+                .append(m_tree.names.text(m_tree.inputs[at].name).view());
         holder = m_tree.inputs[at].type;
         if (at == connection.input) break;
         at = m_tree.inputs[at].firstMember;

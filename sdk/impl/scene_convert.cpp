@@ -1,8 +1,10 @@
+#include "sdk/impl/all_calls.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/modifiers.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_change_scope.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/node_converter.h"
@@ -35,7 +37,8 @@ namespace {
 class Copies {
 public:
     void add(const Node& original, Scene& scene) {
-        auto copy = RefersTo<Node>::adopt(original.clone(&scene, scene.freeName(original.name())));
+        auto copy = original.copyFor(&scene, scene.freeName(original.name()));
+        scene.initialise(*copy);
         // Nobody would end it.
         copy->endModification();
         m_byOriginal.emplace(&original, copy.get());
@@ -49,11 +52,13 @@ public:
     // All of them or, when an observer throws, none.
     void addTo(Scene& scene) const {
         try {
+            NewsHold news;
             for (u64 i = 0; i < m_copies.size(); ++i) {
                 // Several may have been promised the same one.
                 m_copies[i]->setName(scene.freeName(m_names[i]));
                 scene.addNode(m_copies[i].get());
             }
+            news.release();
         } catch (...) {
             takeBack(scene);
             throw;
@@ -71,14 +76,18 @@ private:
         Node* copiedSource = source ? of(source->node()) : nullptr;
         Node* copiedLink = link ? of(link) : nullptr;
         if (const Value* kept = input.stashed(); kept && kept->type() == AttrType::Node)
-            if (Node* copy = of(kept->asNode())) input.setStashed(Value(static_cast<INode*>(copy)));
+            if (Node* copy = of(kept->asNode())) input.redirectStash(copy);
         if (!copiedSource && !copiedLink) return;
-        if (copiedSource) {
-            const auto& from = static_cast<const Node&>(*source->node());
-            source = static_cast<Output*>(
-                copiedSource->outputs()[static_cast<u64>(from.indexOf(source))]);
-        }
+        if (copiedSource) source = sameOf(*source, *copiedSource);
         input.redirect(copiedLink ? copiedLink : link, source);
+    }
+    // A library may have changed the outputs when it initialised the copy.
+    static Output* sameOf(const Output& output, const Node& copy) {
+        const auto& from = static_cast<const Node&>(*output.node());
+        const auto index = static_cast<u64>(from.indexOf(&output));
+        auto* same = static_cast<Output*>(
+            index < copy.outputCount() ? copy.outputs()[index] : nullptr);
+        return same && same->type() == output.type() ? same : nullptr;
     }
     // What observers throw now is lost: there is an exception on its way.
     void takeBack(Scene& scene) const noexcept {
@@ -100,16 +109,23 @@ private:
 
 INode* Scene::cloneNode(INode* node, bool deep) {
     if (!node || !checkName(node->name(), "name")) return nullptr;
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> copy = cloneInStep(*node, deep);
+    return given(copy.get());
+}
+
+RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
     const NodeChangeScope scope(this);
+    const EditStep step(*this);
     ds::Vector<INode*> found;
     if (deep)
-        findDeps(node, found, false);
+        findDeps(&node, found, false);
     else
-        found.push_back(node);
+        found.push_back(&node);
     // Init callbacks may remove nodes.
     std::vector<RefersTo<Node>> originals;
     for (INode* next : found)
-        if (next == node || contains(*next)) originals.emplace_back(static_cast<Node*>(next));
+        if (next == &node || contains(*next)) originals.emplace_back(static_cast<Node*>(next));
     const auto placeOf = [this](const RefersTo<Node>& next) {
         return contains(*next) ? m_nodes.placeOf(next->name()) : 0;
     };
@@ -118,9 +134,9 @@ INode* Scene::cloneNode(INode* node, bool deep) {
     for (const RefersTo<Node>& original : originals)
         copies.add(*original, *this);
     copies.tie();
-    const RefersTo<Node> copy(copies.of(node));
+    RefersTo<Node> copy(copies.of(&node));
     copies.addTo(*this);
-    return contains(*copy) ? copy.get() : nullptr;
+    return copy;
 }
 
 INode* Scene::convertNode(INode* node, String type) {
@@ -135,48 +151,71 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
                  type.buf());
         return nullptr;
     }
+    const RefersTo<Scene> self(this);
+    Misfits found;
+    const RefersTo<Node> made =
+        convertInStep(static_cast<Node&>(*node), std::move(type), definition, found);
+    for (Misfit& misfit : found) {
+        if (misfits)
+            misfits->push_back(std::move(misfit));
+        else
+            logWarning("Converted to '%s': '%s' %s.", made->type().buf(), misfit.path.buf(),
+                       misfit.reason.buf());
+    }
+    return given(made.get());
+}
+
+// Null when the library took the node away.
+RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
+                                    Misfits& misfits) {
     const NodeChangeScope scope(this);
-    const EditStep whole(*this);
-    const RefersTo<Node> held(static_cast<Node*>(node));
-    const RefersTo<Node> replacement = makeNode(definition, std::move(type), node->name());
+    EditStep step(*this);
+    const RefersTo<Node> held(&node);
+    RefersTo<Node> replacement = makeNode(definition, std::move(type), node.name());
     // Nobody is to hear of it before it is in place.
     replacement->setScene(nullptr);
-    NodeConverter converter(*this, *held, *replacement, findType(held->type()),
+    NodeConverter converter(*this, node, *replacement, findType(node.type()),
                             definition != nullptr);
     converter.fill();
-    // A callback of its library may have removed the node.
-    if (!contains(*held)) return nullptr;
-    EditStep step(*this);
-    auto* change = step.prepare<NodeExchange>(*held, *replacement, m_comments);
-    replacement->setName(held->name());
-    exchange(*held, *replacement);
+    if (!contains(node)) return {};
+    NewsHold news;
+    auto* change = step.prepare<NodeExchange>(node, *replacement, m_comments);
+    replacement->setName(node.name());
+    exchange(node, *replacement);
     step.commit();
     converter.moveComments();
-    moveLinks(*held, *replacement);
+    moveLinks(node, *replacement);
     converter.moveTargets();
     if (change)
         change->cutSources();
     else
-        visitInputs(*held, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
-    converted(*held, *replacement);
-    for (Misfit& misfit : converter.misfits()) {
-        if (misfits)
-            misfits->push_back(std::move(misfit));
-        else
-            logWarning("Converted to '%s': '%s' %s.", replacement->type().buf(), misfit.path.buf(),
-                       misfit.reason.buf());
-    }
-    return contains(*replacement) ? replacement.get() : nullptr;
+        visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
+    converted(node, *replacement);
+    misfits = std::move(converter.misfits());
+    news.release();
+    return replacement;
 }
 
-// Tells everyone that the replacement is in place of the node.
+// The replacement is in place of the node.
 void Scene::converted(Node& node, Node& replacement) {
     if (m_modifiers) m_modifiers->leaves(node);
-    node.notifyConverted(&replacement);
-    tellObservers(&node,
-                  [&](SceneObserver& observer) { observer.nodeConverted(&node, &replacement); });
-    node.setScene(nullptr);
-    if (contains(replacement)) applyModifiers(&replacement);
+    tellConverted(node, replacement);
+}
+
+void Scene::tellConverted(Node& node, Node& replacement) {
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([self = RefersTo<Scene>(this), out = RefersTo<Node>(&node),
+                          in = RefersTo<Node>(&replacement)] { self->tellConverted(*out, *in); });
+    AllCalls calls;
+    calls.make([&] { node.notifyConverted(&replacement); });
+    calls.make([&] {
+        tellObservers(&node, [&](SceneObserver& observer) {
+            observer.nodeConverted(&node, &replacement);
+        });
+    });
+    letGo(node);
+    calls.make([&] { applyModifiers(&replacement); });
+    calls.end();
 }
 
 // Gives the replacement, which has the same name, the place of a node of the scene.
@@ -184,9 +223,10 @@ void Scene::exchange(Node& node, Node& replacement) {
     m_nodes.replace(node.name(), &replacement);
     replacement.incRef();
     node.decRef();
+    node.setHasLeft(true);
     replacement.setScene(this);
-    for (IInput* input : replacement.inputs())
-        static_cast<Input*>(input)->rememberLinks();
+    replacement.setHasLeft(false);
+    adoptLinks(replacement);
     if (m_dirtyCache) m_dirtyCache->removed(node);
     if (m_dirtyCache) m_dirtyCache->added(replacement);
     if (m_evalCache) m_evalCache->forget(node);
@@ -194,7 +234,7 @@ void Scene::exchange(Node& node, Node& replacement) {
     setDirty();
 }
 
-// The node's own links to itself stay with it. Who is told may change links and inputs.
+// The node's own links to itself stay with it.
 void Scene::moveLinks(Node& node, Node& replacement) {
     std::vector<RefersTo<Input>> linked;
     const auto collect = [&](Input& input) {
@@ -203,7 +243,7 @@ void Scene::moveLinks(Node& node, Node& replacement) {
     m_links.forEach(&node, collect);
     m_stashLinks.forEach(&node, collect);
     for (const RefersTo<Input>& input : linked)
-        input->relink(*this, node, &replacement);
+        input->relink(node, &replacement);
 }
 
 } // namespace qv::kelvo_sdk::impl

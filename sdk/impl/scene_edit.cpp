@@ -10,6 +10,7 @@ void Scene::beginEdit() {
 }
 
 void Scene::recordEdit(String doText, String undoText) {
+    const RefersTo<Scene> self(this);
     m_history.end(std::move(doText), std::move(undoText));
 }
 
@@ -18,6 +19,7 @@ u64 Scene::editDepth() const {
 }
 
 void Scene::cancelEdit(u64 depth) {
+    const RefersTo<Scene> self(this);
     m_history.cancel(depth);
 }
 

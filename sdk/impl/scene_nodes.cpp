@@ -1,11 +1,13 @@
 #include "sdk/impl/scene.h"
 
+#include "sdk/impl/all_calls.h"
 #include "sdk/impl/batches.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/modifiers.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/node_links.h"
@@ -46,9 +48,11 @@ bool Scene::checkName(const String& name, const char* what) {
 Scene::Scene() = default;
 
 Scene::~Scene() {
-    m_history.clear();
     // None may reach the scene any more, whatever their ends set off in others.
-    m_nodes.forEach([](Node* node) { node->setScene(nullptr); });
+    m_nodes.forEach([](Node* node) {
+        node->setScene(nullptr);
+        node->setHasLeft(true);
+    });
     if (m_modifiers) m_modifiers->letGo();
     m_links.clear([](Input& input) { input.forgetLink(); });
     m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
@@ -74,15 +78,42 @@ INode* Scene::createNode(String type, String name) {
         logError("Cannot create node '%s': its type '%s' is abstract.", name.buf(), type.buf());
         return nullptr;
     }
-    String free = m_nodes.freeName(name);
-    const RefersTo<Node> node = makeNode(definition, std::move(type), std::move(free));
-    return addNode(node.get()) ? node.get() : nullptr;
+    const RefersTo<Scene> self(this);
+    RefersTo<Node> node;
+    {
+        // What the library does when it makes the node belongs to the same step.
+        const EditStep step(*this);
+        node = makeNode(definition, std::move(type), name);
+        addNode(node.get());
+    }
+    return given(node.get());
 }
 
-// A copy of the definition or, when that is null, a bare node.
+// Returns what the scene made, null when those who heard of it took it away, or even let go of the
+// scene, which the caller holds for as long as this takes.
+INode* Scene::given(const Node* made) const noexcept {
+    return made && contains(*made) && m_refCount.load() != 1 ? const_cast<Node*>(made) : nullptr;
+}
+
+// A copy of the definition or, when that is null, a bare node; named when it comes in.
 RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
-    return RefersTo<Node>::adopt(definition ? definition->clone(this, std::move(name))
-                                            : new Node(this, std::move(type), std::move(name)));
+    String free = m_nodes.freeName(name);
+    if (!definition)
+        return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
+    RefersTo<Node> node = definition->copyFor(this, std::move(free));
+    initialise(*node);
+    return node;
+}
+
+void Scene::initialise(Node& node) {
+    if (!node.hasNodeInit()) return;
+    struct Making {
+        ~Making() { std::erase(scene->m_beingMade, node); }
+        RefersTo<Scene> scene;
+        const INode* node;
+    } const making{RefersTo<Scene>(this), &node};
+    m_beingMade.push_back(&node);
+    node.nodeInit();
 }
 
 bool Scene::addNode(Node* node) {
@@ -102,13 +133,34 @@ bool Scene::addNode(Node* node) {
 void Scene::enter(Node& node) {
     node.incRef();
     node.setScene(this);
-    for (IInput* input : node.inputs())
-        static_cast<Input*>(input)->rememberLinks();
+    node.setHasLeft(false);
+    adoptLinks(node);
     if (m_dirtyCache) m_dirtyCache->added(node);
     if (m_evalCache) m_evalCache->nodeAdded(node);
     setDirty();
-    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); });
-    if (modifierListOf(node)) applyModifiers(&node);
+    tellAdded(node);
+}
+
+void Scene::tellAdded(Node& node) {
+    if (m_observers.empty() && !modifierListOf(node)) return;
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> held(&node);
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([=] { self->tellAdded(*held); });
+    AllCalls calls;
+    calls.make([&] {
+        tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); });
+    });
+    calls.make([&] {
+        if (modifierListOf(node)) applyModifiers(&node);
+    });
+    calls.end();
+}
+
+// Links that were made while the node stood in no scene are the scene's from now on.
+void Scene::adoptLinks(Node& node) {
+    LinkTable::ofFreeNodes().moveTo(m_links, &node);
+    LinkTable::keptOfFreeNodes().moveTo(m_stashLinks, &node);
 }
 
 bool Scene::contains(const INode& node) const {
@@ -117,29 +169,51 @@ bool Scene::contains(const INode& node) const {
 
 bool Scene::removeNode(INode* node) {
     if (!node || !contains(*node)) return false;
+    const RefersTo<Scene> self(this);
     const RefersTo<Node> held(static_cast<Node*>(node));
     EditStep step(*this);
+    NewsHold news;
     clearReferences(*held);
-    // An observer of the references may be faster.
-    if (!contains(*held)) return true;
     if (auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false))
         change->takeComments(m_comments);
+    takeOut(*held);
     step.commit();
-    leave(*held);
+    AllCalls calls;
+    calls.make([&] { news.release(); });
+    calls.make([&] { tellRemoved(*held); });
+    calls.end();
     return true;
 }
 
-// Needs a node that nothing refers to.
-void Scene::leave(Node& node) {
-    const RefersTo<Node> held(adoptRef, m_nodes.remove(node.name()));
+// Needs a node that nothing refers to, and that is held.
+void Scene::takeOut(Node& node) {
+    m_nodes.remove(node.name());
+    node.setHasLeft(true);
+    node.decRef();
     m_comments.remove(&node);
     if (m_dirtyCache) m_dirtyCache->removed(node);
     if (m_evalCache) m_evalCache->forget(node);
     setDirty();
     if (m_modifiers) m_modifiers->leaves(node);
-    node.notifyRemoved();
-    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRemoved(&node); });
-    node.setScene(nullptr);
+}
+
+void Scene::tellRemoved(Node& node) {
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node)] {
+            self->tellRemoved(*held);
+        });
+    AllCalls calls;
+    calls.make([&] { node.notifyRemoved(); });
+    calls.make([&] {
+        tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRemoved(&node); });
+    });
+    letGo(node);
+    calls.end();
+}
+
+// Of a node that left, unless those who were told put it back or elsewhere.
+void Scene::letGo(Node& node) noexcept {
+    if (node.scene() == this && node.hasLeft()) node.setScene(nullptr);
 }
 
 // Descriptions are shared: those that name the node are replaced.
@@ -159,12 +233,11 @@ void Scene::clearDescriptions(const Node& node) {
     });
 }
 
-// Observers may link to the node again while they are told; each link is cleared once.
+// Needs a hold: who is told meanwhile might link to the node again.
 void Scene::clearReferences(Node& node) {
-    for (LinkTable* links : {&m_links, &m_stashLinks}) {
-        for (u64 left = links->count(&node); left > 0; --left)
-            if (Input* input = links->first(&node)) input->relink(*this, node, nullptr);
-    }
+    for (LinkTable* links : {&m_links, &m_stashLinks})
+        while (Input* input = links->first(&node))
+            input->relink(node, nullptr);
     if (m_describesNodes) clearDescriptions(node);
     for (u64 i = 0; i < node.inputCount(); ++i)
         disconnectAll(*node.input(i));
@@ -176,6 +249,7 @@ bool Scene::renameNode(INode* node, String name) {
     if (!node || !contains(*node)) return false;
     if (!checkName(name, "name")) return false;
     auto* renamed = static_cast<Node*>(node);
+    const RefersTo<Scene> self(this);
     const String before = renamed->name();
     if (before.equals(name)) return true;
     EditStep step(*this);
@@ -191,13 +265,26 @@ void Scene::rename(Node& node, String name) {
     m_nodes.rename(before, name);
     node.setName(name);
     setDirty();
-    node.notifyRenamed(name);
-    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRenamed(&node, before); });
+    tellRenamed(node, name, before);
+}
+
+void Scene::tellRenamed(Node& node, const String& name, const String& before) {
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> held(&node);
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([=] { self->tellRenamed(*held, name, before); });
+    AllCalls calls;
+    calls.make([&] { node.notifyRenamed(name); });
+    calls.make([&] {
+        tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRenamed(&node, before); });
+    });
+    calls.end();
 }
 
 bool Scene::moveNode(INode* node, u64 to) {
     if (!node || !contains(*node) || to >= m_nodes.size()) return false;
     auto* moved = static_cast<Node*>(node);
+    const RefersTo<Scene> self(this);
     const u64 from = m_nodes.indexOf(moved->name());
     if (from == to) return true;
     EditStep step(*this);
@@ -210,13 +297,24 @@ bool Scene::moveNode(INode* node, u64 to) {
 void Scene::move(Node& node, u64 from, u64 to) {
     m_nodes.move(node.name(), to);
     setDirty();
+    tellMoved(node, from);
+}
+
+void Scene::tellMoved(Node& node, u64 from) {
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node), from] {
+            self->tellMoved(*held, from);
+        });
     tellObservers(&node, [&](SceneObserver& observer) { observer.nodeMoved(&node, from); });
 }
 
 void Scene::clear() {
+    const RefersTo<Scene> self(this);
     const EditStep step(*this);
+    NewsHold news;
     while (Node* last = m_nodes.at(m_nodes.size() - 1))
         removeNode(last);
+    news.release();
 }
 
 u64 Scene::nodeCount() const {

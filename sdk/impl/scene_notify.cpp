@@ -1,26 +1,37 @@
+#include "sdk/impl/all_calls.h"
 #include "sdk/impl/batches.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/scene.h"
 
 #include "sdk/interfaces/i_input.h"
 #include "sdk/interfaces/i_output.h"
 
+#include <typeinfo>
+
 // ---- Notifications -------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 
-// Keeps scene and input until modifiers were asked: observers may let both go.
-class Scene::Told {
-public:
-    Told(Scene& scene, const IInput* input) {
-        if (scene.m_observers.empty()) return;
-        m_scene = RefersTo<Scene>(&scene);
-        m_input = RefersTo<IInput>(const_cast<IInput*>(input));
-    }
+// Observers may let go of scene and input, and may throw: modifiers are asked all the same. Of a
+// node that is being made nobody hears.
+template<typename Tell>
+void Scene::tellThenModify(const IInput* input, const Tell& tell) {
+    if (isMaking(input->node())) return;
+    setDirty();
+    if (m_observers.empty()) return modify(input);
+    const RefersTo<Scene> self(this);
+    const RefersTo<IInput> held(const_cast<IInput*>(input));
+    AllCalls calls;
+    calls.make([&] { tellObservers(input, tell); });
+    calls.make([&] { modify(input); });
+    calls.end();
+}
 
-private:
-    RefersTo<Scene> m_scene;
-    RefersTo<IInput> m_input;
-};
+// An application that derives from the scene hears of everything.
+bool Scene::isHeard() const noexcept {
+    if (!m_observers.empty() || typeid(*this) != typeid(Scene)) return true;
+    return m_modifiers && !m_modifiers->isIdle();
+}
 
 bool Scene::subscribe(SceneObserver* observer) {
     if (m_observers.contains(observer)) return false;
@@ -45,44 +56,34 @@ bool Scene::unsubscribe(BatchObserver* observer) {
 }
 
 void Scene::notifyInputAdded(const IInput* input) {
-    const Told told(*this, input);
-    setDirty();
-    tellObservers(input, [=](SceneObserver& observer) { observer.inputAdded(input); });
-    modify(input);
+    tellThenModify(input, [=](SceneObserver& observer) { observer.inputAdded(input); });
 }
 
 void Scene::notifyOutputAdded(const IOutput* output) {
+    if (isMaking(output->node())) return;
     setDirty();
     tellObservers(output, [=](SceneObserver& observer) { observer.outputAdded(output); });
 }
 
 void Scene::notifyInputChanged(const IInput* input, const AttrData* previous) {
-    const Told told(*this, input);
-    setDirty();
-    tellObservers(input, [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
-    modify(input);
+    tellThenModify(input,
+                   [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
 }
 
 void Scene::notifyInputRemoved(const IInput* input) {
-    const Told told(*this, input);
-    m_comments.remove(input);
-    setDirty();
-    tellObservers(input, [=](SceneObserver& observer) { observer.inputRemoved(input); });
-    modify(input);
+    tellThenModify(input, [=](SceneObserver& observer) { observer.inputRemoved(input); });
 }
 
 void Scene::notifyOutputRemoved(const IOutput* output) {
-    m_comments.remove(output);
+    if (isMaking(output->node())) return;
     setDirty();
     tellObservers(output, [=](SceneObserver& observer) { observer.outputRemoved(output); });
 }
 
 void Scene::notifyInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
-    const Told told(*this, input);
-    setDirty();
-    tellObservers(input,
-                  [=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
-    modify(input);
+    tellThenModify(input, [=](SceneObserver& observer) {
+        observer.inputConnected(input, before, after);
+    });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -17,7 +17,7 @@ constexpr auto warning = Severity::Warning;
 constexpr auto error = Severity::Error;
 
 // In the order of impl::Rule.
-constexpr std::array<ValidationRule, 21> rules{{
+constexpr std::array<ValidationRule, 22> rules{{
     {"broken-scene", error, "A law of the scene does not hold: a fault of the program.", nullptr},
     {"abstract-type", error, "A node is of a type that is only a base of others.", nullptr},
     {"misspelled-type", warning, "No library knows a node's type, but one of nearly that name.",
@@ -50,8 +50,10 @@ constexpr std::array<ValidationRule, 21> rules{{
     {"conflict-mark", warning, "A comment marks a conflict of a merge that is still to be settled.",
      nullptr},
     {"unused-node", note, "Nothing reads the outputs of a node or links to it.", nullptr},
+    {"lost-reference", warning, "An input leads to a node that is in no scene.",
+     "Ends the link or connection."},
 }};
-static_assert(rules.size() == static_cast<u64>(impl::Rule::UnusedNode) + 1);
+static_assert(rules.size() == static_cast<u64>(impl::Rule::LostReference) + 1);
 
 String problems(u64 count) {
     return String(std::string_view(std::to_string(count))) +
@@ -121,6 +123,7 @@ void SceneRules::checkNode(Node& node) {
     checkPath(node);
     checkUse(node);
     checkComments(node);
+    checkReferences(node);
 }
 
 void SceneRules::add(Rule rule, Node* node, String place, String message, Fix fix) {

@@ -37,6 +37,7 @@ enum class Rule : u32 {
     MissingFile,
     ConflictMark,
     UnusedNode,
+    LostReference,
 };
 
 /// Looks through one scene by all rules. Linear but for the search for near names, which is made
@@ -79,6 +80,7 @@ private:
     void checkPath(Node& node);
     void checkFile(Node& node, const Input& file);
     void checkUse(Node& node);
+    void checkReferences(Node& node);
 
     void checkComments(Node& node);
     void checkFileComments();

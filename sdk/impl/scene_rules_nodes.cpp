@@ -116,4 +116,23 @@ void SceneRules::checkUse(Node& node) {
         "node '" + node.name() + "': nothing reads its outputs or links to it.");
 }
 
+// Such a reference ends with what it leads to, and no text can hold it.
+void SceneRules::checkReferences(Node& node) {
+    const auto isLost = [&](const INode* target) { return target && target->scene() != &m_scene; };
+    visitInputs(node, [&](Input& input) {
+        const String path = input.path();
+        if (const INode* target = linkedNode(input); isLost(target))
+            add(Rule::LostReference, &node, path,
+                "'" + path + "' links to node '" + target->name() + "', which is in no scene.",
+                makeFix("clear the link '" + path + "'",
+                        [held = RefersTo<Input>(&input)] { return held->setNode(nullptr); }));
+        if (const INode* target = sourceNode(input); isLost(target))
+            add(Rule::LostReference, &node, path,
+                "'" + path + "' is connected to '" + input.source()->path() +
+                    "', whose node is in no scene.",
+                makeFix("disconnect '" + path + "'",
+                        [held = RefersTo<Input>(&input)] { return held->disconnect(); }));
+    });
+}
+
 } // namespace qv::kelvo_sdk::impl

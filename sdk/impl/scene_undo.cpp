@@ -13,18 +13,22 @@ bool Scene::undoInProgress() {
 }
 
 bool Scene::setUndoEnabled(bool enabled) {
+    const RefersTo<Scene> self(this);
     return m_history.setEnabled(enabled);
 }
 
 void Scene::setUndoLimits(const UndoLimits& limits) {
+    const RefersTo<Scene> self(this);
     m_history.setLimits(limits);
 }
 
 bool Scene::undo() {
+    const RefersTo<Scene> self(this);
     return m_history.undo();
 }
 
 bool Scene::redo() {
+    const RefersTo<Scene> self(this);
     return m_history.redo();
 }
 
@@ -53,6 +57,7 @@ void Scene::setCheckpoint(String name) {
 }
 
 bool Scene::returnTo(String name) {
+    const RefersTo<Scene> self(this);
     return m_history.returnTo(name);
 }
 

@@ -76,6 +76,9 @@ private:
     void checkEntry(const LinkTable& table, const INode* target, const Link& link);
     [[nodiscard]] bool isOfScene(const INode* node) const { return m_known.contains(node); }
 
+    // Tells whether a node stands in no scene, or is being told of on its way in or out.
+    [[nodiscard]] bool isFree(const INode* node) const;
+
     // Of the input that the walk has come to.
     [[nodiscard]] String place() const;
     void fail(String place, String message);

@@ -11,7 +11,8 @@ namespace qv::kelvo_sdk::impl {
 void SceneVerifier::checkSource(const Input& input) {
     const Output* source = input.sourceOutput();
     if (!source) return;
-    if (!m_outputs.contains(source))
+    // The output of a node that stands in no scene may be read.
+    if (!m_outputs.contains(source) && !isFree(source->node()))
         return fail(place(), "is connected to an output that no node of the scene has");
     if (source->m_targets.inSlot(input.m_extras->sourceSlot) != &input)
         fail(place(), "is connected to '" + source->path() + "', which does not list it there");
@@ -55,10 +56,19 @@ void SceneVerifier::checkKept(const Input& input) {
 // Needs a target, which may be long gone.
 void SceneVerifier::checkBond(const Link* link, const LinkTable& table, const INode* target,
                               const char* what) {
+    const LinkTable& free =
+        &table == &m_links ? LinkTable::ofFreeNodes() : LinkTable::keptOfFreeNodes();
+    if (link && link->target == target && link->table == &free && isFree(target)) return;
     if (!isOfScene(target)) return fail(place(), String(what) + "a node that is not of the scene");
     if (!link || link->table != &table || link->target != target)
         return fail(place(), what + ("'" + target->name()) + "', which does not know");
     m_linksLeft.insert(link);
+}
+
+// Needs one that lives, or null.
+bool SceneVerifier::isFree(const INode* node) const {
+    const IScene* home = node ? node->scene() : nullptr;
+    return node && (!home || (home == &m_scene && !isOfScene(node)));
 }
 
 // ---- The tables of links -------------------------------------------------------------------

@@ -7,6 +7,8 @@
 #include "sdk/impl/value_text.h"
 #include "sdk/interfaces/i_node.h"
 
+#include "base/log.h"
+
 // ---- Inputs --------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
@@ -144,6 +146,9 @@ void SceneWriter::writePlain(const Value& value) {
 
 void SceneWriter::writeLink(const INode* target) {
     if (!target || target->scene() != m_scene) {
+        if (target)
+            logWarning("The link to node '%s' is written as none: the node is not of the scene.",
+                       target->name().buf());
         m_out.append("null");
         return;
     }
@@ -156,7 +161,11 @@ void SceneWriter::writeLink(const INode* target) {
 
 void SceneWriter::writeSource(const Input& input) {
     const auto* source = static_cast<const Output*>(input.source());
-    if (!source || !source->node() || source->node()->scene() != m_scene) return;
+    if (!source) return;
+    if (!source->node() || source->node()->scene() != m_scene)
+        return logWarning("The connection of '%s' to '%s' is not written: that output is not of "
+                          "the scene.",
+                          input.path().buf(), source->path().buf());
     m_out.append(" <- ").append(source->node()->name().view());
     m_out.append('.').append(source->ownName().view());
     if (const u32 ordinal = ordinalOf(*source); ordinal > 1) m_out.append(':').appendUInt(ordinal);

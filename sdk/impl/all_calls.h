@@ -1,0 +1,28 @@
+#pragma once
+
+#include <exception>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+/// Makes calls one after the other, each whatever the ones before threw.
+class AllCalls {
+public:
+    template<typename Call>
+    void make(const Call& call) {
+        try {
+            call();
+        } catch (...) {
+            if (!m_thrown) m_thrown = std::current_exception();
+        }
+    }
+    /// Throws the first exception that came out, if any did.
+    void end() {
+        if (m_thrown) std::rethrow_exception(std::exchange(m_thrown, nullptr));
+    }
+
+private:
+    std::exception_ptr m_thrown;
+};
+
+} // namespace qv::kelvo_sdk::impl
