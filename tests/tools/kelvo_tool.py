@@ -8,6 +8,7 @@ import subprocess
 import sys
 import tempfile
 import termios
+import threading
 import unittest
 
 _path = []
@@ -108,10 +109,12 @@ class ToolTest(unittest.TestCase):
         return subprocess.run([tool(), *map(str, arguments)], input=given, capture_output=True,
                               text=True, timeout=60, cwd=self.folder, env=environment, **options)
 
-    def run_on_terminal(self, columns, *arguments, streams=("out", "error"), **variables):
+    def run_on_terminal(self, columns, *arguments, streams=("out", "error"), meanwhile=None,
+                        **variables):
         """Runs the tool on a terminal of that width; what is no terminal is a pipe.
 
-        Returns the status, what the terminal got, and what went through pipes."""
+        `meanwhile` is given the process, in a thread of its own. Returns the status, what the
+        terminal got, and what went through pipes."""
         terminal, end = pty.openpty()
         fcntl.ioctl(end, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         environment = {k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "COLUMNS")}
@@ -121,6 +124,8 @@ class ToolTest(unittest.TestCase):
             stdin=subprocess.DEVNULL, stdout=end if "out" in streams else subprocess.PIPE,
             stderr=end if "error" in streams else subprocess.PIPE)
         os.close(end)
+        if meanwhile:
+            threading.Thread(target=meanwhile, args=(running,), daemon=True).start()
         seen = b""
         while True:
             try:

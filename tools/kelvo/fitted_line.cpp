@@ -41,13 +41,15 @@ u64 columnsOfAll(const std::vector<LinePiece>& pieces) {
     return columns;
 }
 
-LinePiece* longestValue(std::vector<LinePiece>& pieces) {
-    LinePiece* longest = nullptr;
-    for (LinePiece& piece : pieces)
-        if (piece.tone == Tone::Value &&
-            (!longest || columnsOf(piece.text) > columnsOf(longest->text)))
-            longest = &piece;
-    return longest;
+// The most columns of a value for which all of them take no more than there are for them.
+u64 mostOfEach(std::vector<u64> lengths, u64 room) {
+    std::ranges::sort(lengths);
+    for (std::size_t i = 0; i < lengths.size(); ++i) {
+        const u64 share = room / (lengths.size() - i);
+        if (lengths[i] > share) return share;
+        room -= lengths[i];
+    }
+    return room;
 }
 
 void shorten(std::string& text, u64 columns) {
@@ -55,19 +57,19 @@ void shorten(std::string& text, u64 columns) {
     text += "…";
 }
 
-// Each value gives the same share in the end: it is the longest that is cut each time.
 void shortenValues(std::vector<LinePiece>& pieces, u64 width) {
-    const auto values = std::ranges::count(pieces, Tone::Value, &LinePiece::tone);
-    u64 columns = columnsOfAll(pieces);
-    for (auto i = values; i > 0 && columns > width; --i) {
-        LinePiece* value = longestValue(pieces);
-        const u64 length = columnsOf(value->text);
-        if (length <= leastValue) return;
-        const u64 share = (columns - width + static_cast<u64>(i) - 1) / static_cast<u64>(i);
-        const u64 left = length - std::min(i == 1 ? columns - width : share, length - leastValue);
-        shorten(value->text, left);
-        columns -= length - columnsOf(value->text);
-    }
+    std::vector<u64> lengths;
+    u64 others = 0;
+    for (const LinePiece& piece : pieces)
+        if (const u64 columns = columnsOf(piece.text); piece.tone == Tone::Value)
+            lengths.push_back(columns);
+        else
+            others += columns;
+    if (lengths.empty()) return;
+    const u64 room = width - std::min(others, width);
+    const u64 most = std::max(mostOfEach(std::move(lengths), room), leastValue);
+    for (LinePiece& piece : pieces)
+        if (piece.tone == Tone::Value && columnsOf(piece.text) > most) shorten(piece.text, most);
 }
 
 /// Where a line ends, and where in the text the next one goes on.
@@ -172,9 +174,9 @@ void appendWrapped(StringIO& out, const std::vector<LinePiece>& pieces, const St
 } // namespace
 
 void appendFitted(StringIO& out, std::vector<LinePiece> pieces, const StreamLook& look) {
-    if (look.isTerminal()) shortenValues(pieces, look.width);
-    if (look.isTerminal() && columnsOfAll(pieces) > look.width)
-        return appendWrapped(out, pieces, look);
+    const auto isTooLong = [&] { return look.isTerminal() && columnsOfAll(pieces) > look.width; };
+    if (isTooLong()) shortenValues(pieces, look.width);
+    if (isTooLong()) return appendWrapped(out, pieces, look);
     for (const LinePiece& piece : pieces)
         appendToned(out, piece.tone, piece.text, look.isColored);
 }

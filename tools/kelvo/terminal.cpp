@@ -3,6 +3,7 @@
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/progress_line.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <system_error>
@@ -16,13 +17,9 @@ namespace {
 
 constexpr u64 pieceSize = 1 << 16;
 
-std::string harmless(std::string_view text) {
-    std::string out(text);
-    for (char& c : out) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7f) c = '?';
-    }
-    return out;
+bool isControl(char c) noexcept {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte == 0x7f;
 }
 
 } // namespace
@@ -49,9 +46,14 @@ Terminal& Terminal::write(std::string_view text) {
 
 Terminal& Terminal::write(Tone tone, std::string_view text) {
     if (m_closed) return *this;
-    const std::string shown = harmless(text);
-    if (!m_look.isTerminal()) return write(shown);
-    addPiece(tone, shown);
+    std::string harmless;
+    if (std::ranges::any_of(text, isControl)) {
+        harmless = text;
+        std::ranges::replace_if(harmless, isControl, '?');
+        text = harmless;
+    }
+    if (!m_look.isTerminal()) return write(text);
+    addPiece(tone, text);
     return *this;
 }
 
