@@ -31,14 +31,18 @@ bool acceptKind(TextLexer& lexer, AttrType& type) {
 
 } // namespace
 
+bool holdsValues(std::string_view note) noexcept {
+    return note == "@stashed" || note == "@default" || note == "@min" || note == "@max" ||
+           note == "@choices";
+}
+
 std::vector<NotePiece> notePieces(const DocNote& note, AttrType type) {
-    const bool holdsValues = note.name == "@stashed" || note.name == "@default" ||
-                             note.name == "@min" || note.name == "@max" || note.name == "@choices";
+    const bool isValues = holdsValues(note.name);
     std::vector<NotePiece> pieces;
     TextLexer lexer(note.text);
     u64 from = 0;
     AttrType own = type;
-    while (holdsValues && !lexer.atEnd()) {
+    while (isValues && !lexer.atEnd()) {
         const u64 start = lexer.offset();
         if (acceptKind(lexer, own)) continue;
         const bool isText = lexer.peek() == '"';

@@ -63,6 +63,8 @@ struct NotePiece {
     std::string_view text;
     bool isLink = false;
 };
+/// Tells whether a note says values of the kind of its input.
+[[nodiscard]] bool holdsValues(std::string_view note) noexcept;
 /// Takes the text of a note apart; `type` is the kind of the input.
 [[nodiscard]] std::vector<NotePiece> notePieces(const DocNote& note, AttrType type);
 

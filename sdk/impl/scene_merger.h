@@ -77,6 +77,7 @@ private:
     DocAttr mergeAttr(const std::string& path, const Versions<DocAttr>& attr, bool isOutput);
     void mergeKind(const std::string& path, const Versions<DocAttr>& attr, DocAttr& made);
     std::vector<DocNote> mergeNotes(const std::string& path, const Versions<DocAttr>& attr);
+    static void takeNotesOfKind(const DocAttr& from, std::vector<DocNote>& notes);
     template<typename Item>
     bool isRemoved(const std::string& path, const Versions<Item>& item, const Item*& kept);
     std::vector<std::string> mergeOrder(const std::string& path,

@@ -149,6 +149,8 @@ DocAttr SceneMerger::mergeAttr(const std::string& path, const Versions<DocAttr>&
     mergeKind(path, versions, made);
     made.source = mergeText(path, "source", {base.source, mine.source, theirs.source});
     made.notes = mergeNotes(path, versions);
+    if (mine.kind != theirs.kind)
+        takeNotesOfKind(made.kind == mine.kind ? mine : theirs, made.notes);
     made.comments = mergeComments(path, commentsOf(base.comments), commentsOf(mine.comments),
                                   commentsOf(theirs.comments));
     if (made.isObject())
@@ -213,6 +215,13 @@ std::vector<DocNote> SceneMerger::mergeNotes(const std::string& path,
         if (!isConflict || takesTheirs()) setNote(made, name, other);
     }
     return made;
+}
+
+// Values in notes go with the kind too.
+void SceneMerger::takeNotesOfKind(const DocAttr& from, std::vector<DocNote>& notes) {
+    std::erase_if(notes, [](const DocNote& note) { return holdsValues(note.name); });
+    for (const DocNote& note : from.notes)
+        if (holdsValues(note.name)) setNote(notes, note.name, note.text);
 }
 
 std::vector<std::string> SceneMerger::mergeOrder(const std::string& path,

@@ -150,6 +150,15 @@ TEST(SceneMerger, Merge_WithAPreferredSide_TakesThatAndMarksNothing) {
     EXPECT_EQ(merge(base, mine, theirs, {MergeSide::Mine}).text, textFrom(mine));
 }
 
+TEST(SceneMerger, Merge_OfTwoKinds_TakesTheBoundsOfTheOneThatCounts) {
+    const std::string mine = node("a", "Bool i = true @label \"en\" \"I\"\n");
+    const std::string theirs = node("a", "Real i = 4 @min 0 @max 9 @unit \"m\"\n");
+    EXPECT_EQ(merge(node("a"), mine, theirs, {MergeSide::Mine}).text,
+              textFrom(node("a", "Bool i = true @unit \"m\" @label \"en\" \"I\"\n")));
+    EXPECT_EQ(merge(node("a"), mine, theirs, {MergeSide::Theirs}).text,
+              textFrom(node("a", "Real i = 4 @min 0 @max 9 @unit \"m\" @label \"en\" \"I\"\n")));
+}
+
 TEST(SceneMerger, Merge_ThatClosesALoop_TellsWhyThereIsNone) {
     const auto text = [](const char* a, const char* b) {
         return node("a", std::string("Real r = 0") + a + "\noutput Real o\n") +
