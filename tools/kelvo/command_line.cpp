@@ -1,6 +1,6 @@
 #include "tools/kelvo/command_line.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 
 #include <CLI/CLI.hpp>
 
@@ -136,7 +136,7 @@ Status CommandLine::run(int count, char** arguments, Terminal& out) {
 
 bool CommandLine::knowsCommand(std::string_view name) const {
     if (name.starts_with('-')) return true;
-    kelvo_sdk::impl::NearName near(name);
+    NearName near(name);
     for (const CLI::App* command : m_app->get_subcommands({})) {
         if (command->get_name() == name) return true;
         near.offer(command->get_name());

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/evaluation.h"
@@ -44,7 +44,7 @@ String whatItHas(const StringVector& outputs) {
 String noSuchOutput(const Node& node, const String& name) {
     const String start = "no output '" + name + "' in '" + node.name() + "'";
     const StringVector outputs = outputsOf(node);
-    kelvo_sdk::impl::NearName near(name.view());
+    NearName near(name.view());
     for (const String& output : outputs)
         near.offer(output.view());
     if (!near.best().empty()) return start + near.question();
