@@ -1,19 +1,36 @@
-# cmake --install: headers, both libraries, the CMake package and the pkg-config file.
+# cmake --install: public headers, both libraries, the CMake package and the pkg-config files.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS kelvo_sdk kelvo_sdk_static EXPORT KelvoTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY base sdk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
-  FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY base files sdk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
+  FILES_MATCHING PATTERN "*.h" PATTERN "impl" EXCLUDE PATTERN "library" EXCLUDE)
 install(EXPORT KelvoTargets NAMESPACE Kelvo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 
 configure_package_config_file(cmake/KelvoConfig.cmake.in KelvoConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 write_basic_package_version_file(KelvoConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-configure_file(cmake/kelvo.pc.in kelvo.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/KelvoConfig.cmake"
               "${CMAKE_CURRENT_BINARY_DIR}/KelvoConfigVersion.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
-install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kelvo.pc"
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The pkg-config files depend on where the tree goes.
+set(dl_flags "")
+if(CMAKE_DL_LIBS)
+  set(dl_flags "-l${CMAKE_DL_LIBS}")
+endif()
+set(has_plugins OFF)
+if(TARGET kelvo_plugins)
+  set(has_plugins ON)
+endif()
+install(CODE "
+set(PROJECT_VERSION \"${PROJECT_VERSION}\")
+set(PROJECT_DESCRIPTION \"${PROJECT_DESCRIPTION}\")
+set(CMAKE_INSTALL_LIBDIR \"${CMAKE_INSTALL_LIBDIR}\")
+set(CMAKE_INSTALL_INCLUDEDIR \"${CMAKE_INSTALL_INCLUDEDIR}\")
+set(KELVO_SOURCE_DIR \"${PROJECT_SOURCE_DIR}\")
+set(KELVO_SYSTEM_LIBDIRS \"${CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES}\")
+set(KELVO_DL_FLAGS \"${dl_flags}\")
+set(KELVO_HAS_PLUGINS ${has_plugins})")
+install(SCRIPT cmake/InstallPkgConfig.cmake)

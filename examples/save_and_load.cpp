@@ -1,14 +1,10 @@
-// Writes a scene to a file, reads it back, and shows what a mistake in the text is answered with.
+// Saves a scene to a file and loads it again, and shows what a mistake is answered with.
 
 #include "sdk/kelvo.h"
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 
-using namespace qv;
 using namespace qv::kelvo_sdk;
 
 int main() {
@@ -17,18 +13,16 @@ int main() {
     lamp.createInput("radius", AttrType::Real).set(0.1);
 
     const auto file = std::filesystem::temp_directory_path() / "kelvo_example.kns";
-    std::ofstream(file) << scene.text().buf();
-
-    std::ifstream in(file);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    const bool saved = saveScene(scene, file);
     const Scene again = Scene::create();
-    const bool read = again.read(String(std::string_view(text)), "example.kns");
+    const bool loaded = loadScene(again, file);
     std::filesystem::remove(file);
-    std::printf("Read: %s, the radius is %g.\n", read ? "yes" : "no",
-                again["lamp"]["radius"].get<double>());
+    std::printf("Saved: %s, loaded: %s, the radius is %g.\n", saved ? "yes" : "no",
+                loaded ? "yes" : "no", again["lamp"]["radius"].get<double>());
     std::printf("The texts are equal: %s.\n", again.text() == scene.text() ? "yes" : "no");
 
     Diagnostics errors;
+    loadScene(again, "no/such/lamp.kns", &errors);
     again.read("kelvo scene 1\nnode light \"key\" {\n    Reel radius = 1\n}\n", "broken.kns",
                &errors);
     for (const Diagnostic& error : errors)

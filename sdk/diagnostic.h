@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk {
 /// One thing found wrong in a text, and where.
 struct QV_EXPORT Diagnostic {
     String source;
-    /// Both count from 1; a column is a byte.
+    /// Both count from 1, and are 0 where the source as a whole is meant; a column is a byte.
     u64 line = 0;
     u64 column = 0;
     /// The node concerned, empty outside of one.
@@ -20,7 +20,8 @@ struct QV_EXPORT Diagnostic {
     /// The node type concerned, in a text of node types.
     String type = {};
 
-    /// Returns "source:line:column: node 'name': message"; "type 'name'" in a text of node types.
+    /// Returns "source:line:column: node 'name': message"; "type 'name'" in a text of node types,
+    /// and no numbers for the source as a whole.
     [[nodiscard]] String text() const;
 };
 

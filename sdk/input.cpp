@@ -26,6 +26,10 @@ Input Input::operator[](String name) const {
     return input ? Input(input->input(std::move(name))) : Input();
 }
 
+Input Output::target(u64 index) const {
+    return get() ? Input(get()->target(index)) : Input();
+}
+
 Input Input::append() const {
     return get() ? Input(get()->appendElement()) : Input();
 }

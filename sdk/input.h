@@ -21,6 +21,12 @@ public:
     [[nodiscard]] String name() const { return get() ? get()->name() : String(); }
     [[nodiscard]] String path() const { return get() ? get()->path() : String(); }
     [[nodiscard]] AttrType type() const { return get() ? get()->type() : AttrType::Null; }
+    /// Returns the kind as text: "Real", "Array<Node>", "Buffer<Pos3f>".
+    [[nodiscard]] String typeName() const { return get() ? get()->typeName() : String(); }
+    /// Returns the element kind of an array, Null for other kinds.
+    [[nodiscard]] AttrType elementType() const {
+        return get() ? get()->elementType() : AttrType::Null;
+    }
     /// Returns the owning node; borrowed, null once it is gone.
     [[nodiscard]] interfaces::INode* node() const { return get() ? get()->node() : nullptr; }
 
@@ -61,10 +67,35 @@ public:
 
     bool setString(String text) const { return get() && get()->setString(std::move(text)); }
     /// Returns the value as text, empty when it has none; `evaluate` follows a connection.
-    [[nodiscard]] String asString(bool evaluate, EvalCtx* ctx) const;
+    [[nodiscard]] String asString(bool evaluate = true, EvalCtx* ctx = nullptr) const;
     /// Returns the node that the input links to, or an empty handle; needs sdk/node.h.
-    [[nodiscard]] Node asNode(bool evaluate, EvalCtx* ctx) const;
+    [[nodiscard]] Node asNode(bool evaluate = true, EvalCtx* ctx = nullptr) const;
     bool reset() const { return get() && get()->reset(); }
+
+    // What the definition says. Values come as inputs of their own, to be read like any other; a
+    // node in one is borrowed.
+
+    /// Returns the label in a language ("auto": the current one), else the name, in title case.
+    [[nodiscard]] String label(String language = "auto") const {
+        return get() ? get()->label(std::move(language)) : String();
+    }
+    [[nodiscard]] String help(String language = "auto") const {
+        return get() ? get()->help(std::move(language)) : String();
+    }
+    /// Returns the unit text, e.g. "m"; empty when none is described.
+    [[nodiscard]] String unit() const { return get() ? get()->unit() : String(); }
+    [[nodiscard]] bool isReadOnly() const { return get() && get()->isReadOnly(); }
+    [[nodiscard]] bool isDefault() const { return get() && get()->isDefault(); }
+    /// Returns the value that `reset` brings back; empty for arrays and objects.
+    [[nodiscard]] Input defaultValue() const;
+    /// Return the bounds within which writes are allowed, tuples component by component; empty when
+    /// there is none.
+    [[nodiscard]] Input minimum() const;
+    [[nodiscard]] Input maximum() const;
+    /// Returns how many values are allowed; 0 when any will do.
+    [[nodiscard]] u64 choiceCount() const;
+    /// Returns an allowed value; empty out of range.
+    [[nodiscard]] Input choice(u64 index) const;
 
     /// Returns the number of array elements or object members.
     [[nodiscard]] u64 inputCount() const { return get() ? get()->inputCount() : 0; }

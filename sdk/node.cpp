@@ -28,6 +28,11 @@ Output Node::output(String name) const {
     return node ? Output(node->output(std::move(name))) : Output();
 }
 
+Output Node::output(u64 index) const {
+    const interfaces::INode* node = get();
+    return node ? Output(node->output(index)) : Output();
+}
+
 Output Node::createOutput(String name, AttrType type) const {
     return get() ? Output(get()->createOutput(std::move(name), type)) : Output();
 }

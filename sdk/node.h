@@ -9,6 +9,8 @@
 
 namespace qv::kelvo_sdk {
 
+struct LayoutPage;
+
 using interfaces::Misfit;
 using interfaces::Misfits;
 using interfaces::NodeObserver;
@@ -25,6 +27,22 @@ public:
     [[nodiscard]] bool isTypeOf(String type) const {
         return get() && get()->isTypeOf(std::move(type));
     }
+    [[nodiscard]] StringVector bases() const { return get() ? get()->bases() : StringVector(); }
+    /// Tells whether the type is only a base of others.
+    [[nodiscard]] bool isAbstract() const { return get() && get()->isAbstract(); }
+    /// Tells whether the type is not offered to users.
+    [[nodiscard]] bool isInternal() const { return get() && get()->isInternal(); }
+    /// Returns the label of the type in a language ("auto": the current one), else the display
+    /// name, in title case.
+    [[nodiscard]] String label(String language = "auto") const {
+        return get() ? get()->label(std::move(language)) : String();
+    }
+    [[nodiscard]] String help(String language = "auto") const {
+        return get() ? get()->help(std::move(language)) : String();
+    }
+    /// Returns the pages on which the definition shows the inputs; inputs that it leaves out are on
+    /// none. Needs sdk/layout.h.
+    [[nodiscard]] ds::Vector<LayoutPage> layoutPages(String language = "auto") const;
 
     /// Returns the input of that name; empty, and logged, when there is none.
     [[nodiscard]] Input operator[](String name) const;
@@ -39,6 +57,9 @@ public:
 
     /// Returns the output of that name; empty, and logged, when there is none.
     [[nodiscard]] Output output(String name) const;
+    [[nodiscard]] u64 outputCount() const { return get() ? get()->outputCount() : 0; }
+    /// Returns an output by position; empty, and logged, when out of range.
+    [[nodiscard]] Output output(u64 index) const;
     Output createOutput(String name, AttrType type) const;
 
     /// Returns the nodes below an "xform", parents first: its children, and down to `depth` levels

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Every header of the floors compiles alone and without a warning. check_headers.py [ROOT]"""
+"""Every header of the floors, and what else clients get, compiles alone and without a warning.
+check_headers.py [ROOT]"""
 import concurrent.futures
 import os
 import subprocess
@@ -23,7 +24,7 @@ def compile_alone(root, name):
 
 
 def check(root):
-    names = [name for name in tree_files.files(root, ".h") if tree_files.floor_of(name)]
+    names = [name for name in tree_files.files(root, ".h") if tree_files.is_for_use(name)]
     with concurrent.futures.ThreadPoolExecutor(AT_A_TIME) as workers:
         faults = workers.map(lambda name: compile_alone(root, name), names)
         return [fault for fault in faults if fault]

@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 """Four floors and a roof: a file includes only from its own floor or a lower one, by its path from
-the root; the floors need the C++ standard library alone and open no file. check_layers.py [ROOT]"""
+the root; the floors need the C++ standard library alone and open no file. The files of a scene are
+headers of the roof, for all clients: they need public headers and the standard library alone. The
+list of includes for clients belongs to no floor, and nothing on the floors includes it.
+check_layers.py [ROOT]"""
 import re
 import sys
 
@@ -19,6 +22,8 @@ strstream syncstream system_error thread tuple type_traits typeindex typeinfo un
 unordered_set utility valarray variant vector version
 """.split())
 OPENS_FILES = frozenset(("filesystem", "fstream"))
+# The part of the roof that is for all clients.
+FILES = "files"
 # What a folder of the roof may take from another: the clients that check or measure the others.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
 
@@ -28,24 +33,37 @@ def roof_of(name):
     return top if top in tree_files.ROOF else None
 
 
-def fault_of_header(name):
+def fault_of_header(name, opens_files):
     if name in OPENS_FILES:
-        return f"<{name}> opens files, which belong to the roof"
+        return None if opens_files else f"<{name}> opens files, which belong to the roof"
     if name not in STANDARD:
         return f"<{name}> is no header of the C++ standard library"
     return None
 
 
+def is_public(name):
+    return (tree_files.floor_of(name) or tree_files.PUBLIC_FLOORS + 1) <= tree_files.PUBLIC_FLOORS
+
+
+# Of what clients get: the list of includes, and the files of a scene.
+def fault_of_client_header(source, included):
+    if is_public(included) or roof_of(included) == FILES:
+        return None
+    return f'"{included}" is not for clients, who get {source}'
+
+
 def fault_of_path(root, source, included):
     if included.startswith("/") or ".." in included.split("/") or not (root / included).is_file():
         return f'"{included}" is no path from the root'
+    if source == tree_files.UMBRELLA or roof_of(source) == FILES:
+        return fault_of_client_header(source, included)
     own, other = tree_files.floor_of(source), tree_files.floor_of(included)
     if own is not None:
         if other is None:
             return f'"{included}" stands outside the floors'
         return f'"{included}" stands on floor {other}, above floor {own}' if other > own else None
     here, there = roof_of(source), roof_of(included)
-    if there and there != here and here not in MAY_SEE_THE_ROOF:
+    if there and there not in (here, FILES) and here not in MAY_SEE_THE_ROOF:
         return f'"{included}": nothing includes the roof'
     return None
 
@@ -54,17 +72,19 @@ def check(root):
     findings = []
     for source in tree_files.files(root, *tree_files.SOURCES):
         floor = tree_files.floor_of(source)
-        if floor is None and not roof_of(source):
+        is_file = roof_of(source) == FILES
+        if floor is None and source != tree_files.UMBRELLA and not roof_of(source):
             findings.append(f"{source}: stands on no floor and not on the roof")
             continue
+        is_bare = floor is not None or is_file
         for number, line in enumerate(tree_files.lines(root, source), 1):
             include = INCLUDE.match(line)
             fault = None
             if include and include[1] is not None:
                 fault = fault_of_path(root, source, include[1])
-            elif include and include[2] is not None and floor is not None:
-                fault = fault_of_header(include[2])
-            elif include and floor is not None:
+            elif include and include[2] is not None and is_bare:
+                fault = fault_of_header(include[2], is_file)
+            elif include and is_bare:
                 fault = f"{include[3]}: an include names its file"
             if fault:
                 findings.append(f"{source}:{number}: {fault}")

@@ -5,7 +5,11 @@ import sys
 
 HOME = pathlib.Path(__file__).resolve().parent.parent
 FLOORS = ("base", "sdk/interfaces", "sdk", "sdk/impl")
-ROOF = ("tools", "bindings", "examples", "tests", "bench", "fuzz")
+# The highest floor that clients see.
+PUBLIC_FLOORS = 3
+ROOF = ("files", "tools", "bindings", "examples", "tests", "bench", "fuzz")
+# A list of includes for clients, which belongs to no floor.
+UMBRELLA = "sdk/kelvo.h"
 SOURCES = (".h", ".cpp")
 LEFT_OUT = {".git", "build", "__pycache__"}
 
@@ -25,10 +29,18 @@ def files(root, *suffixes):
 
 
 def floor_of(name):
-    """Returns the number of the floor a file stands on, from 1; None for the roof and the rest."""
+    """Returns the number of the floor a file stands on, from 1; None for the roof, for the list of
+    includes for clients, and for the rest."""
+    if name == UMBRELLA:
+        return None
     folder = name.rsplit("/", 1)[0] if "/" in name else ""
     inside = [floor for floor in FLOORS if folder == floor or folder.startswith(floor + "/")]
     return FLOORS.index(max(inside, key=len)) + 1 if inside else None
+
+
+def is_for_use(name):
+    """Tells whether a header belongs to the library: to its floors, or to what clients get."""
+    return floor_of(name) is not None or name == UMBRELLA or name.startswith("files/")
 
 
 def lines(root, name):

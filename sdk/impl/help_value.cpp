@@ -1,8 +1,8 @@
 #include "sdk/impl/help_value.h"
 
 #include "base/string_io.h"
+#include "base/utf8.h"
 #include "sdk/impl/input.h"
-#include "sdk/impl/utf8.h"
 #include "sdk/impl/value_text.h"
 
 namespace qv::kelvo_sdk::impl {

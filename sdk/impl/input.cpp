@@ -72,6 +72,13 @@ Input::Input(INode* node, IInput* parent, String name, AttrData definition)
     if (type() == AttrType::Node && m_value.asNode()) linkTo(m_value.asNode());
 }
 
+RefersTo<Input> Input::showing(const Value& value) {
+    auto input =
+        RefersTo<Input>::adopt(new Input(nullptr, nullptr, "value", value.type(), AttrType::Null));
+    input->m_value = value;
+    return input;
+}
+
 Input::~Input() {
     letGo();
     for (IInput* member : members()) {

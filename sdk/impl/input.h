@@ -41,6 +41,9 @@ public:
     QV_EXPORT Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType);
     QV_EXPORT Input(INode* node, IInput* parent, String name, AttrData definition);
     ~Input() override;
+    /// Returns an input by itself that shows a value. A node in it is borrowed, and does not count
+    /// as linked.
+    [[nodiscard]] static RefersTo<Input> showing(const Value& value);
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
@@ -146,6 +149,8 @@ public:
 
     bool reset() override;
     [[nodiscard]] bool isDefault() const override;
+    /// Returns the value that `reset` brings back; Null for arrays and objects.
+    [[nodiscard]] Value defaultValue() const;
 
     /// Keeps the current value aside, unless one is kept already. Arrays and objects leave that to
     /// what they hold.
@@ -248,7 +253,6 @@ private:
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;
 
-    [[nodiscard]] Value defaultValue() const;
     [[nodiscard]] bool writable(const Value& value) const;
     template<typename T>
     bool setPlain(AttrType kind, const T& value);

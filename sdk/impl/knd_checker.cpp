@@ -1,8 +1,8 @@
 #include "sdk/impl/knd_checker.h"
 
+#include "base/near_name.h"
 #include "sdk/impl/knd_definition.h"
 #include "sdk/impl/lib_info.h"
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/text_lexer.h"
 
 #include "base/string_io.h"

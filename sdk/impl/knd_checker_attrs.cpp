@@ -1,8 +1,8 @@
 #include "sdk/impl/knd_checker.h"
 
+#include "base/near_name.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/knd_definition.h"
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/output.h"
 
 // The attributes that meet in a type, and the pages that show them.

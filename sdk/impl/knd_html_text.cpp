@@ -1,7 +1,7 @@
 #include "sdk/impl/knd_html_text.h"
 
+#include "base/utf8.h"
 #include "sdk/impl/safe_svg.h"
-#include "sdk/impl/utf8.h"
 
 namespace qv::kelvo_sdk::impl::html {
 

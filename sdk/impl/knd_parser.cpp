@@ -1,6 +1,6 @@
 #include "sdk/impl/knd_parser.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 
 #include <array>
 #include <tuple>

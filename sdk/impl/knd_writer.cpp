@@ -1,12 +1,12 @@
 #include "sdk/impl/knd_writer.h"
 
+#include "base/utf8.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/knd_definition.h"
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene_writer.h"
 #include "sdk/impl/text_lexer.h"
-#include "sdk/impl/utf8.h"
 #include "sdk/impl/value_text.h"
 
 namespace qv::kelvo_sdk::impl {

@@ -1,5 +1,9 @@
 #include "sdk/impl/layout.h"
 
+#include "sdk/impl/node.h"
+#include "sdk/layout.h"
+#include "sdk/node.h"
+
 #include "base/localized.h"
 
 #include <algorithm>
@@ -115,3 +119,36 @@ String Layout::label(const Group& group, String language) {
 }
 
 } // namespace qv::kelvo_sdk::impl
+
+// ---- For clients ---------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk {
+
+namespace {
+
+LayoutGroup groupOf(const impl::Node& node, const impl::Layout::Group& group,
+                    const String& language) {
+    LayoutGroup shown{group.name, impl::Layout::label(group, language), {}};
+    for (const String& name : group.inputs)
+        if (interfaces::IInput* input = node.lookUpInput(name))
+            shown.inputs.push_back(Input(input));
+    return shown;
+}
+
+} // namespace
+
+ds::Vector<LayoutPage> Node::layoutPages(String language) const {
+    ds::Vector<LayoutPage> pages;
+    const auto* node = static_cast<const impl::Node*>(get());
+    const auto* layout = node ? dynamic_cast<const impl::Layout*>(node->layout()) : nullptr;
+    if (!layout) return pages;
+    for (const impl::Layout::Page& page : layout->pages()) {
+        LayoutPage shown{page.name, impl::Layout::label(page, language), {}};
+        for (const impl::Layout::Group& group : page.groups)
+            shown.groups.push_back(groupOf(*node, group, language));
+        pages.push_back(std::move(shown));
+    }
+    return pages;
+}
+
+} // namespace qv::kelvo_sdk

@@ -29,7 +29,8 @@ void tell(TextErrors& errors, const String& source, Diagnostics* found) {
 } // namespace
 
 LibInfo::LibInfo() = default;
-LibInfo::LibInfo(String kndPath) : m_kndPath(std::move(kndPath)) {}
+LibInfo::LibInfo(String kndPath, std::shared_ptr<const void> needs)
+    : m_needs(std::move(needs)), m_kndPath(std::move(kndPath)) {}
 
 // Prototypes that are held elsewhere go on without the library. What they hold of it is not counted
 // while it lives, so it is counted again before they let go.

@@ -19,10 +19,11 @@ struct KndDefinition;
 ///
 /// Each type is a prototype: a node by itself, bound to the library, that new nodes are copied
 /// from. Scenes and threads share a library, which must not change any more then.
-class QV_EXPORT LibInfo : public interfaces::ILibInfo {
+class LibInfo : public interfaces::ILibInfo {
 public:
     LibInfo();
-    explicit LibInfo(String kndPath);
+    /// `needs` is let go of after the library.
+    explicit LibInfo(String kndPath, std::shared_ptr<const void> needs = {});
     ~LibInfo() override;
     LibInfo(const LibInfo&) = delete;
     LibInfo& operator=(const LibInfo&) = delete;
@@ -74,6 +75,8 @@ private:
     void add(std::vector<std::unique_ptr<KndDefinition>> types);
     void bind(Node& prototype);
 
+    // First, as the end of all others may need it.
+    std::shared_ptr<const void> m_needs;
     std::atomic<i32> m_refCount = 1;
     String m_kndPath;
     std::unordered_map<String, interfaces::NodeCallbacks> m_callbacks;

@@ -1,18 +1,41 @@
 #include "sdk/impl/output.h"
 
+#include "sdk/buffer_result.h"
 #include "sdk/eval_ctx.h"
 #include "sdk/impl/eval_ahead.h"
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/eval_stack.h"
+#include "sdk/impl/input.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/scene.h"
 #include "sdk/impl/value_text.h"
+#include "sdk/output.h"
 
 #include "base/log.h"
 
 // ---- Evaluation ----------------------------------------------------------------------------
 // A callback may change or end anything, its node and this output among them. What is looked at
 // after it was called is kept alive or asked for again.
+
+namespace qv::kelvo_sdk {
+
+RefersTo<interfaces::IInput> Output::evaluated(EvalCtx* ctx) const {
+    auto* output = static_cast<impl::Output*>(get());
+    const impl::Value value = output ? output->evaluate(ctx) : impl::Value();
+    if (value.isNull()) return {};
+    // The elements stay for the caller; the input that shows them does not.
+    if (value.type() == AttrType::Buffer) output->hold(value.asBuffer());
+    return impl::Input::showing(value);
+}
+
+bool setBufferResult(void* out, interfaces::BufferView elements) {
+    auto& result = *static_cast<impl::Buffer*>(out);
+    if (result.type() != elements.type) return false;
+    result = impl::Buffer(elements.type, elements.data, elements.count);
+    return true;
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,7 +1,7 @@
 #include "sdk/impl/safe_svg.h"
 
 #include "base/string_io.h"
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 #include <algorithm>
 #include <array>

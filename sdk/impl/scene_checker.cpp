@@ -1,7 +1,7 @@
 #include "sdk/impl/scene_checker.h"
 
+#include "base/near_name.h"
 #include "sdk/impl/conversion.h"
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/scene.h"
 #include "sdk/interfaces/i_node.h"
 #include "sdk/interfaces/i_output.h"

@@ -1,8 +1,8 @@
 #include "sdk/impl/scene_comments.h"
 
+#include "base/utf8.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/output.h"
-#include "sdk/impl/utf8.h"
 #include "sdk/interfaces/i_node.h"
 
 #include "base/ascii.h"

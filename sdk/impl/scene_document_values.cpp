@@ -1,6 +1,6 @@
 #include "sdk/impl/scene_document_parser.h"
 
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 namespace qv::kelvo_sdk::impl {
 

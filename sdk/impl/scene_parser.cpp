@@ -1,6 +1,6 @@
 #include "sdk/impl/scene_parser.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 
 #include <algorithm>
 #include <tuple>

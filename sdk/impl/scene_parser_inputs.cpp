@@ -1,4 +1,4 @@
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "sdk/impl/scene_parser.h"
 #include "sdk/impl/value_text.h"
 

@@ -3,9 +3,9 @@
 
 #include "sdk/impl/scene_rules.h"
 
+#include "base/near_name.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"

@@ -3,7 +3,7 @@
 
 #include "sdk/impl/scene_rules.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/value_refusal.h"
 #include "sdk/impl/value_text.h"

@@ -10,7 +10,7 @@ class LibInfo;
 /// Returns the library of node types that is part of the program: scene nodes, lights, materials,
 /// modifiers and value nodes. Made at the first call, from any thread; never destroyed. It is
 /// shared: add definitions of your own to a library of your own.
-[[nodiscard]] QV_EXPORT LibInfo& standardLibrary();
+[[nodiscard]] LibInfo& standardLibrary();
 
 /// Returns the text that its definitions are read from.
 [[nodiscard]] String standardLibraryText();

@@ -1,7 +1,7 @@
 #include "sdk/impl/text_errors.h"
 
+#include "base/utf8.h"
 #include "sdk/impl/text_lexer.h"
-#include "sdk/impl/utf8.h"
 
 #include <algorithm>
 

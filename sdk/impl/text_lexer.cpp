@@ -1,6 +1,6 @@
 #include "sdk/impl/text_lexer.h"
 
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 #include "base/string_io.h"
 

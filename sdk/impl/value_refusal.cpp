@@ -1,8 +1,8 @@
 #include "sdk/impl/value_refusal.h"
 
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/value_text.h"
 
+#include "base/near_name.h"
 #include "base/string_io.h"
 
 #include <algorithm>

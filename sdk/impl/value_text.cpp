@@ -1,7 +1,7 @@
 #include "sdk/impl/value_text.h"
 
+#include "base/utf8.h"
 #include "sdk/impl/text_numbers.h"
-#include "sdk/impl/utf8.h"
 #include "sdk/interfaces/i_node.h"
 
 #include "base/ascii.h"

@@ -9,8 +9,8 @@ namespace qv::kelvo_sdk::interfaces {
 /// Owner of an ordered list of inputs: a node, an array input or an object input.
 ///
 /// Names are compared without regard to case; the first input in order that matches wins.
-/// Returned inputs are borrowed: valid until they are removed. Edits of one container come from
-/// one thread at a time; several threads may read while nobody edits.
+/// Returned inputs are borrowed: valid until they are removed. Several threads may read, evaluated
+/// reads included, while nobody edits the scene (docs/threads.md).
 class QV_EXPORT IInputContainer {
 public:
     /// Returns the input of that name and kind, created at the end if there is none; null when the

@@ -10,8 +10,9 @@ namespace qv::kelvo_sdk::interfaces {
 ///
 /// Node libraries call through the order of these operations: it never changes. A node is created
 /// with one reference, owned by its creator, and dies when the last reference is dropped. It keeps
-/// no reference on its scene, its observers or the nodes that it links to. One thread edits a node
-/// at a time; `subscribe`, `unsubscribe` and the reference count may be used from any thread.
+/// no reference on its scene, its observers or the nodes that it links to. While one thread edits a
+/// scene, no other uses it; `subscribe`, `unsubscribe` and the reference count may be used from any
+/// thread (docs/threads.md).
 /// Pointers returned are borrowed unless an operation says otherwise.
 class QV_EXPORT INode : public IInputContainer, public IRefCounted {
 public:

@@ -32,7 +32,7 @@ TOOL = (
     r"(LibInfo|NearName|utf8|html)(::|$)",
     r"Value::(zero\(|Value\()|Buffer::(Buffer|~Buffer)\(",
     r"TextLexer::(quoted|skipSpace)\(|LineCounter::placeOf\(",
-    r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|standardLibrary|safeSvg)\(",
+    r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|safeSvg)\(",
     r"help(Example|Kind|Pages|Title)\(|KndHtmlWriter::sitePage\(",
 )
 IMPLEMENTATION = re.compile(r"^qv::kelvo_sdk::impl::(Node$|" + "|".join(CONTRACT + TOOL) + ")")

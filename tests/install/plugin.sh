@@ -58,6 +58,13 @@ check_output "$expected" "$host" "$work/moved"
 check_output "$expected" env KELVO_PLUGIN_PATH="$work/moved" "$host"
 check_output "$expected" env KELVO_PLUGIN_PATH="$work/moved" "$host" springs
 
+# The same host, built by what pkg-config says alone.
+libdir=$(dirname "$(find "$staging" -name kelvo-plugins.pc)")
+read -ra by_pkg_config <<<"$(PKG_CONFIG_PATH=$libdir pkg-config --cflags --libs kelvo-plugins)"
+quietly "$(cached CMAKE_CXX_COMPILER)" "${flags[@]}" "$here/plugin_host/main.cpp" \
+    -o "$work/host_by_pkg_config" "${by_pkg_config[@]}"
+check_output "$expected" env -u LD_LIBRARY_PATH "$work/host_by_pkg_config" "$work/moved"
+
 # The tool, as it was installed, and elsewhere.
 cp -r "$staging" "$work/elsewhere"
 cat >"$work/springs.kns" <<'TEXT'

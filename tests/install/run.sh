@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a build and uses it as a client does: run.sh BUILD_DIR
-# By the CMake package with either library, by pkg-config, and through the shared library's symbols.
+# By the CMake package with either library, by pkg-config, by its headers and exported symbols.
 set -euo pipefail
 
 build=$(cd "$1" && pwd)
@@ -41,13 +41,33 @@ if needs_shared "$work/consumer/consumer_sdk_static"; then fail "Kelvo::sdk_stat
 # The tree may be moved as a whole after installation.
 mv "$staging" "$work/moved"
 libdir=${libdir/#$staging/$work/moved}
+headers=$(python3 "$here/headers.py" "$work/moved/include/kelvo" "$compiler") || fail "$headers"
+
+# By pkg-config, with what it says alone: programs find the shared library by themselves.
 export PKG_CONFIG_PATH=$libdir/pkgconfig
-read -ra cflags <<<"$(pkg-config --cflags kelvo)"
-read -ra libs <<<"$(pkg-config --libs kelvo)"
-quietly "$compiler" "${flags[@]}" "${cflags[@]}" "$here/consumer/main.cpp" -o "$work/by_pkg_config" \
-    "${libs[@]}"
-export LD_LIBRARY_PATH=$libdir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
-check_output "$work/by_pkg_config"
+unset LD_LIBRARY_PATH
+build_by_pkg_config() { # PROGRAM PKG_CONFIG_ARGUMENTS...
+    local program=$1 arguments
+    shift
+    read -ra arguments <<<"$(pkg-config --cflags --libs "$@")"
+    quietly "$compiler" "${flags[@]}" "$here/consumer/main.cpp" -o "$program" "${arguments[@]}"
+    check_output "$program"
+}
+build_by_pkg_config "$work/by_pkg_config" kelvo
+needs_shared "$work/by_pkg_config" || fail "pkg-config kelvo does not give the shared library"
+build_by_pkg_config "$work/static_by_pkg_config" kelvo-static
+if needs_shared "$work/static_by_pkg_config"; then fail "pkg-config kelvo-static gives the shared"; fi
+# Sanitizers need the shared C library.
+if [ -z "$sanitize" ]; then
+    flags+=(-static)
+    build_by_pkg_config "$work/wholly_static" --static kelvo
+fi
+
+# Where the system looks by itself, no path is told.
+quietly env DESTDIR="$work/root" cmake --install "$build" --prefix /usr
+packaged=$(find "$work/root/usr" -name kelvo.pc)
+[ -n "$packaged" ] || fail "no kelvo.pc in $work/root/usr"
+if grep -q rpath "$packaged"; then fail "a path to the system's libraries goes into programs"; fi
 
 symbols=$(python3 "$here/exported_symbols.py" "$libdir/libkelvo_sdk.so") || fail "$symbols"
-echo "installed, used by three programs; $symbols"
+echo "installed, $headers, used by programs of five sorts; $symbols"

@@ -15,5 +15,12 @@ TEST(Diagnostic, Text_OutsideOfANode_NamesNone) {
     EXPECT_STREQ(outside.text().buf(), "room.kns:1:1: No header.");
 }
 
+TEST(Diagnostic, Text_OfTheWholeSource_HasNoNumbers) {
+    Diagnostic whole;
+    whole.source = "room.kns";
+    whole.message = "The file is gone.";
+    EXPECT_STREQ(whole.text().buf(), "room.kns: The file is gone.");
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

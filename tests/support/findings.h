@@ -1,7 +1,6 @@
 #pragma once
 
 #include "sdk/validation.h"
-#include "tests/support/library_text.h"
 #include "tests/support/scene_text.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +34,9 @@ type paint : object {
 /// Returns a scene that knows the types above, read from a text which must be right.
 [[nodiscard]] inline kelvo_sdk::Scene sceneWithTypes(std::string_view text) {
     const auto scene = kelvo_sdk::Scene::create();
-    EXPECT_TRUE(scene.addLibrary(kelvo_sdk::LibInfo(libraryOf(findingTypes).get())));
+    const auto library = kelvo_sdk::LibInfo::create();
+    EXPECT_TRUE(library.readDefinitions(findingTypes, "types.knd"));
+    EXPECT_TRUE(scene.addLibrary(library));
     EXPECT_EQ(errorsOf(text, scene), "") << text;
     return scene;
 }

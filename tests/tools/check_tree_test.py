@@ -102,13 +102,30 @@ class Layers(Planted):
         ("tools/a.cpp", '"tests/help.h"', "nothing includes the roof"),
         ("tests/a.cpp", '"tools/help.h"', None),
         ("other/a.cpp", "<vector>", "no floor"),
+        ("sdk/kelvo.h", '"sdk/handle.h"', None),
+        ("sdk/kelvo.h", '"sdk/interfaces/i_node.h"', None),
+        ("sdk/kelvo.h", '"files/help.h"', None),
+        ("sdk/kelvo.h", '"sdk/impl/node.h"', "not for clients"),
+        ("sdk/kelvo.h", '"tools/help.h"', "not for clients"),
+        ("sdk/a.h", '"sdk/kelvo.h"', "outside the floors"),
+        ("sdk/a.h", '"files/help.h"', "outside the floors"),
+        ("tools/a.cpp", '"sdk/kelvo.h"', None),
+        ("tools/a.cpp", '"files/help.h"', None),
+        ("files/a.h", '"files/help.h"', None),
+        ("files/a.h", '"sdk/handle.h"', None),
+        ("files/a.h", "<fstream>", None),
+        ("files/a.h", "<unistd.h>", "standard library"),
+        ("files/a.h", '"sdk/impl/node.h"', "not for clients"),
+        ("files/a.h", '"sdk/kelvo.h"', "not for clients"),
+        ("files/a.h", '"tools/help.h"', "not for clients"),
     )
 
     def test_includes(self):
-        self.write("tools/help.h", "#pragma once\n")
-        self.write("tests/help.h", "#pragma once\n")
+        for folder in ("files", "tests", "tools"):
+            self.write(f"{folder}/help.h", "#pragma once\n")
         for file, include, word in self.INCLUDES:
             with self.subTest(file=file, include=include):
+                self.write("sdk/kelvo.h", "#pragma once\n")
                 self.write(file, f"#include {include}\n")
                 if word:
                     self.expect_one("layers", file, word)
@@ -241,6 +258,13 @@ class Headers(Planted):
     def test_header_with_a_warning(self):
         self.write("base/a.h", "#pragma once\ninline int f(long x) { return x; }\n")
         self.expect_one("headers", "base/a.h", "conversion")
+
+    def test_what_clients_get_is_asked(self):
+        for header in ("files/a.h", "sdk/kelvo.h"):
+            with self.subTest(header=header):
+                self.write(header, "#pragma once\ninline std::string f();\n")
+                self.expect_one("headers", f"{header}: does not compile alone")
+                (self.root / header).unlink()
 
     def test_headers_of_the_roof_are_not_asked(self):
         self.write("tests/a.h", "#pragma once\ninline std::string f();\n")

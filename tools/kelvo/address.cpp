@@ -1,6 +1,6 @@
 #include "tools/kelvo/address.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "sdk/path_parser.h"
 
 #include <string>
@@ -13,7 +13,6 @@ using kelvo_sdk::Input;
 using kelvo_sdk::Node;
 using kelvo_sdk::PathParser;
 using kelvo_sdk::Scene;
-using kelvo_sdk::impl::NearName;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 

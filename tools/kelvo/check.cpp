@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "tools/kelvo/check_report.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
@@ -32,7 +32,7 @@ String counted(u64 count, const char* what) {
 
 // Returns the place of a word in a list; the list's size, after telling, when it is not there.
 u64 findWord(const char* what, const String& word, const StringVector& words) {
-    kelvo_sdk::impl::NearName near(word.view());
+    NearName near(word.view());
     for (u64 i = 0; i < words.size(); ++i) {
         if (words[i] == word) return i;
         near.offer(words[i].view());

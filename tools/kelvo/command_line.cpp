@@ -1,6 +1,6 @@
 #include "tools/kelvo/command_line.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 
 #include <CLI/CLI.hpp>
 
@@ -172,7 +172,7 @@ void CommandLine::tellWrongCall(const String& error) const {
 
 String CommandLine::unknownOption(const std::string& option) const {
     const std::vector<CLI::App*> asked = m_app->get_subcommands();
-    kelvo_sdk::impl::NearName near(option);
+    NearName near(option);
     std::vector<std::string> names;
     for (const CLI::App* app : {asked.empty() ? m_app.get() : asked[0], m_app.get()})
         for (const CLI::Option* known : app->get_options())
@@ -210,7 +210,7 @@ CLI::App* CommandLine::findCommand(std::string_view name) const {
 
 bool CommandLine::knowsCommand(std::string_view name) const {
     if (name.starts_with('-') || findCommand(name)) return true;
-    kelvo_sdk::impl::NearName near(name);
+    NearName near(name);
     const StringVector names = commands();
     for (const String& known : names)
         near.offer(known.view());

@@ -1,6 +1,6 @@
 #include "tools/kelvo/edit_commands.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/value_setting.h"
 
@@ -61,7 +61,7 @@ std::vector<EditCommand> editCommands() {
 }
 
 bool findEditCommand(const String& name, EditCommand& command, String& error) {
-    kelvo_sdk::impl::NearName near(name.view());
+    NearName near(name.view());
     for (const EditCommand& known : editCommands()) {
         if (name == known.name) {
             command = known;

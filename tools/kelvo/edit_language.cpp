@@ -1,7 +1,7 @@
 #include "tools/kelvo/edit_language.h"
 
+#include "base/utf8.h"
 #include "sdk/impl/text_lexer.h"
-#include "sdk/impl/utf8.h"
 
 #include <string>
 #include <utility>
@@ -20,7 +20,7 @@ public:
         : m_text(script.view()), m_lexer(m_text), m_lines(m_text) {}
 
     bool parse(std::vector<Edit>& edits, EditError& error) {
-        const u64 fault = kelvo_sdk::impl::utf8::firstFault(m_text);
+        const u64 fault = utf8::firstFault(m_text);
         if (fault != m_text.size())
             return fail(fault, "a byte that cannot stand in a text.", error);
         while (skipToCommand()) {

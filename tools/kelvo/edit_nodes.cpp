@@ -1,7 +1,7 @@
 // The commands that make, name, convert, copy and nest nodes.
 #include "tools/kelvo/edit_commands.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "sdk/impl/node.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
@@ -27,7 +27,7 @@ String questionAboutType(const Libraries& libraries, const String& type) {
     StringVector known;
     for (const kelvo_sdk::impl::Node* candidate : libraries.types())
         known.push_back(candidate->type());
-    kelvo_sdk::impl::NearName near(type.view());
+    NearName near(type.view());
     for (const String& candidate : known)
         near.offer(candidate.view());
     return near.question();

@@ -1,8 +1,8 @@
 // The commands that give inputs values, links and connections, and add inputs.
 #include "tools/kelvo/edit_commands.h"
 
+#include "base/near_name.h"
 #include "sdk/impl/input.h"
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/node.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/libraries.h"
@@ -95,7 +95,7 @@ bool findOutput(const EditSession& session, const Edit& edit, u64 word, kelvo_sd
     StringVector known;
     for (u64 i = 0; i < node->outputCount(); ++i)
         known.push_back(node->output(i)->name());
-    kelvo_sdk::impl::NearName near(name.view());
+    NearName near(name.view());
     for (const String& candidate : known)
         near.offer(candidate.view());
     return fault.at(word, "no output '" + name + "' in '" + node.name() + "'" + near.question());

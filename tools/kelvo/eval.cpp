@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/evaluation.h"
@@ -50,7 +50,7 @@ String noSuchOutput(const Node& node, const String& name) {
     StringVector names = outputs;
     for (u64 i = 0; i < node->inputCount(); ++i)
         names.push_back(node->input(i)->name());
-    kelvo_sdk::impl::NearName near(name.view());
+    NearName near(name.view());
     for (const String& known : names)
         near.offer(known.view());
     if (!near.best().empty()) return start + near.question();

@@ -1,5 +1,6 @@
 #include "tools/kelvo/files.h"
 
+#include "files/text_file.h"
 #include "tools/kelvo/descriptor.h"
 #include "tools/kelvo/new_file.h"
 
@@ -40,24 +41,6 @@ bool readAll(int descriptor, std::string& text) {
         text.resize(length);
         return true;
     }
-}
-
-// Follows symbolic links by hand, as the last one may lead to a file that is still to be made.
-bool followLinks(fs::path& path) {
-    std::error_code failure;
-    for (int links = 0; fs::is_symlink(path, failure); ++links) {
-        if (links == 40) {
-            errno = ELOOP;
-            return false;
-        }
-        const fs::path target = fs::read_symlink(path, failure);
-        if (failure) {
-            errno = failure.value();
-            return false;
-        }
-        path = path.parent_path() / target;
-    }
-    return true;
 }
 
 mode_t newFileMode() noexcept {
@@ -115,7 +98,10 @@ bool writeAll(int descriptor, std::string_view text) noexcept {
 
 bool writeFile(const String& path, std::string_view text, String& error) {
     fs::path target(path.view());
-    if (!followLinks(target)) return fail("write", path, error);
+    if (const std::error_code failure = kelvo_files::followLinks(target)) {
+        errno = failure.value();
+        return fail("write", path, error);
+    }
     struct stat info {};
     const bool exists = ::stat(target.c_str(), &info) == 0;
     const bool done = exists && !S_ISREG(info.st_mode)

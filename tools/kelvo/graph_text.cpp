@@ -1,12 +1,10 @@
 #include "tools/kelvo/graph_text.h"
 
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 namespace qv::kelvo_tool {
 
 namespace {
-
-namespace utf8 = kelvo_sdk::impl::utf8;
 
 std::string_view entityOf(char c) noexcept {
     switch (c) {

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "sdk/impl/node.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/help_site.h"
@@ -74,7 +74,7 @@ Status tellUnknown(const String& word, const CommandLine& line, const Libraries&
     StringVector names = line.commands();
     for (const Node* type : libraries.types())
         names.push_back(type->type());
-    kelvo_sdk::impl::NearName near(word.view());
+    NearName near(word.view());
     for (const String& known : std::as_const(names))
         near.offer(known.view());
     const bool isNearCommand = !line.helpOf(String(near.best())).isEmpty();

@@ -1,6 +1,6 @@
 #include "tools/kelvo/json_text.h"
 
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 namespace qv::kelvo_tool {
 
@@ -38,7 +38,7 @@ void appendAscii(StringIO& out, char c) {
 void appendQuoted(StringIO& out, std::string_view text) {
     out.append('"');
     while (!text.empty()) {
-        const u64 length = kelvo_sdk::impl::utf8::sequenceLength(text);
+        const u64 length = utf8::sequenceLength(text);
         if (length == 0)
             out.append("\xef\xbf\xbd");
         else if (length == 1)

@@ -1,9 +1,7 @@
 #include "tools/kelvo/libraries.h"
 
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 #include "sdk/impl/node.h"
-#include "sdk/impl/standard_library.h"
 #include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/message.h"
@@ -13,8 +11,17 @@
 
 namespace qv::kelvo_tool {
 
-using kelvo_sdk::impl::LibInfo;
+using kelvo_sdk::LibInfo;
 using kelvo_sdk::impl::Node;
+
+namespace {
+
+// The library keeps it alive.
+const Node* prototypeIn(const kelvo_sdk::Node& type) {
+    return static_cast<const Node*>(type.get());
+}
+
+} // namespace
 
 LibraryOptions& libraryOptions() {
     static LibraryOptions options;
@@ -50,7 +57,7 @@ bool addDerivedTypes(const StringVector& types, StringVector& all) {
     return true;
 }
 
-bool readLibrary(const String& file, LibInfo& library) {
+bool readLibrary(const String& file, const LibInfo& library) {
     String text;
     String error;
     if (!readFile(file, text, error)) {
@@ -58,8 +65,7 @@ bool readLibrary(const String& file, LibInfo& library) {
         return false;
     }
     kelvo_sdk::Diagnostics found;
-    const LibInfo& standard = kelvo_sdk::impl::standardLibrary();
-    if (library.readDefinitions(text, displayed(file), &found, &standard)) return true;
+    if (library.readDefinitions(text, displayed(file), &found, LibInfo::standard())) return true;
     for (const kelvo_sdk::Diagnostic& diagnostic : found)
         complain(diagnostic.text());
     return false;
@@ -68,17 +74,17 @@ bool readLibrary(const String& file, LibInfo& library) {
 bool Libraries::load(const LibraryOptions& options) {
     bool isComplete = readDefinitions(options.definitions);
     isComplete = loadPlugins(options.plugins) && isComplete;
-    m_all.push_back({"standard", RefersTo<LibInfo>(&kelvo_sdk::impl::standardLibrary())});
+    m_all.push_back({"standard", LibInfo::standard()});
     return isComplete;
 }
 
 bool Libraries::readDefinitions(const StringVector& files) {
     if (files.empty()) return true;
-    auto library = RefersTo<LibInfo>::adopt(new LibInfo);
+    const LibInfo library = LibInfo::create();
     bool isComplete = true;
     for (const String& file : files)
-        isComplete = readLibrary(file, *library) && isComplete;
-    m_all.push_back({files[0], std::move(library)});
+        isComplete = readLibrary(file, library) && isComplete;
+    m_all.push_back({files[0], library});
     return isComplete;
 }
 
@@ -98,22 +104,23 @@ bool Libraries::loadPlugins(const StringVector& paths) {
 
 void Libraries::addTo(const kelvo_sdk::Scene& scene) const {
     for (const NamedLibrary& known : m_all)
-        scene.addLibrary(kelvo_sdk::LibInfo(known.library.get()));
+        scene.addLibrary(known.library);
 }
 
 std::vector<const Node*> Libraries::types() const {
     std::vector<const Node*> found;
     std::unordered_set<String> names;
     for (const NamedLibrary& known : m_all)
-        for (u64 i = 0; i < known.library->typeCount(); ++i)
-            if (names.insert(known.library->type(i)->type()).second)
-                found.push_back(known.library->type(i));
+        for (u64 i = 0; i < known.library.typeCount(); ++i)
+            if (const Node* type = prototypeIn(known.library.type(i));
+                names.insert(type->type()).second)
+                found.push_back(type);
     return found;
 }
 
 const Node* Libraries::lookUpType(const String& name) const noexcept {
     for (const NamedLibrary& known : m_all)
-        if (const Node* type = known.library->findType(name)) return type;
+        if (const Node* type = prototypeIn(known.library.findType(name))) return type;
     return nullptr;
 }
 
@@ -147,7 +154,7 @@ const Node* Libraries::findType(const String& name) const {
     std::vector<String> names;
     for (const Node* type : types())
         names.push_back(type->type());
-    kelvo_sdk::impl::NearName near(name.view());
+    NearName near(name.view());
     for (const String& known : names)
         near.offer(known.view());
     complain("no node type '" + name + "'" + near.question());

@@ -27,7 +27,7 @@ struct NamedLibrary {
     /// Of definition texts, which are one library, the first file; of a plug-in its name;
     /// "standard".
     String name;
-    RefersTo<kelvo_sdk::impl::LibInfo> library;
+    kelvo_sdk::LibInfo library;
 };
 
 /// The node libraries that a command knows: definition texts as given, then plug-ins, then the
@@ -77,6 +77,6 @@ void addLibraryArguments(CommandLine& line);
 
 /// Adds the definitions of a file, whose bases may be types of the library or the standard one;
 /// false after telling all that is wrong with them.
-[[nodiscard]] bool readLibrary(const String& file, kelvo_sdk::impl::LibInfo& library);
+[[nodiscard]] bool readLibrary(const String& file, const kelvo_sdk::LibInfo& library);
 
 } // namespace qv::kelvo_tool

@@ -1,8 +1,5 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/standard_library.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 
@@ -10,7 +7,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::impl::LibInfo;
+using kelvo_sdk::LibInfo;
 
 struct LibraryCommandOptions {
     String action;
@@ -21,15 +18,15 @@ struct LibraryCommandOptions {
 void warnOfNames(const LibInfo& library, u64 first, const String& file) {
     StringVector hidden;
     for (u64 i = first; i < library.typeCount(); ++i) {
-        const String type = library.type(i)->type();
-        if (kelvo_sdk::impl::standardLibrary().findType(type)) hidden.push_back(type);
+        const String type = library.type(i).type();
+        if (LibInfo::standard().findType(type)) hidden.push_back(type);
     }
     if (hidden.empty()) return;
     warn(displayed(file) + ": hides " + (hidden.size() == 1 ? "a type" : "types") +
          " of the standard library: " + hidden.join(", ") + ".");
 }
 
-bool check(const String& file, LibInfo& library, Terminal& out) {
+bool check(const String& file, const LibInfo& library, Terminal& out) {
     const u64 before = library.typeCount();
     if (!readLibrary(file, library)) return false;
     warnOfNames(library, before, file);
@@ -44,10 +41,10 @@ Status runLibrary(const LibraryCommandOptions& options, Terminal& out) {
         complain("unknown action '" + options.action + "': `kelvo library` knows check.");
         return Status::Usage;
     }
-    const auto library = RefersTo<LibInfo>::adopt(new LibInfo);
+    const LibInfo library = LibInfo::create();
     bool isRight = true;
     for (const String& file : options.files)
-        isRight = check(file, *library, out) && isRight;
+        isRight = check(file, library, out) && isRight;
     return isRight ? Status::Ok : Status::Fault;
 }
 

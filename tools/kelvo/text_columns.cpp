@@ -1,6 +1,6 @@
 #include "tools/kelvo/text_columns.h"
 
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +8,6 @@
 namespace qv::kelvo_tool {
 
 namespace {
-
-namespace utf8 = kelvo_sdk::impl::utf8;
 
 struct Range {
     char32_t first;

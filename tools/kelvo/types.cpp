@@ -1,8 +1,7 @@
 #include "tools/kelvo/commands.h"
 
+#include "base/near_name.h"
 #include "sdk/impl/help_rows.h"
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/near_name.h"
 #include "sdk/impl/node.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
@@ -33,7 +32,7 @@ bool isDefinitionText(const String& library) {
 
 // The one library asked for, null after telling that there is none.
 const NamedLibrary* findLibrary(const Libraries& libraries, const String& name) {
-    kelvo_sdk::impl::NearName near(name.view());
+    NearName near(name.view());
     for (const NamedLibrary& known : libraries.all()) {
         if (known.name == name) return &known;
         near.offer(known.name.view());
@@ -44,8 +43,8 @@ const NamedLibrary* findLibrary(const Libraries& libraries, const String& name) 
 
 std::vector<const Node*> typesOf(const NamedLibrary& library) {
     std::vector<const Node*> types;
-    for (u64 i = 0; i < library.library->typeCount(); ++i)
-        types.push_back(library.library->type(i));
+    for (u64 i = 0; i < library.library.typeCount(); ++i)
+        types.push_back(static_cast<const Node*>(library.library.type(i).get()));
     return types;
 }
 

@@ -1,6 +1,7 @@
 #include "tools/plugins/definition_file.h"
 
-#include <fstream>
+#include "files/text_file.h"
+
 #include <string>
 #include <system_error>
 
@@ -28,12 +29,8 @@ bool readDefinitionFile(const fs::path& file, String& text, String& error) {
     const std::uintmax_t size = fs::file_size(file, failure);
     if (failure) return fail(file, failure.message(), error);
     if (size > definitionFileLimit) return fail(file, "larger than 64 MiB", error);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    std::ifstream stream(file, std::ios::binary);
-    stream.read(bytes.data(), static_cast<std::streamsize>(size));
-    if (!stream) return fail(file, std::generic_category().message(errno), error);
-    text = String(std::string_view(bytes));
-    return true;
+    failure = kelvo_files::readText(file, text);
+    return !failure || fail(file, failure.message(), error);
 }
 
 } // namespace qv::kelvo_plugins

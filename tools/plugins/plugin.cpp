@@ -4,7 +4,6 @@
 #include "tools/plugins/plugin_library.h"
 
 #include "sdk/diagnostic.h"
-#include "sdk/impl/standard_library.h"
 
 #include <exception>
 
@@ -115,14 +114,14 @@ bool finish(Loading& loading, const SearchPath& path, Plugin& plugin, String& er
     Definitions definitions;
     if (!findDefinitions(loading, plugin.name, path, definitions, error)) return false;
     const String kndPath = loading.entry->definitions ? String() : definitions.source;
-    const auto library =
-        RefersTo<PluginLibrary>::adopt(new PluginLibrary(std::move(loading.code), kndPath));
+    const LibInfo library = createPluginLibrary(loading.code, kndPath);
     kelvo_sdk::Diagnostics found;
-    if (!library->readDefinitions(definitions.text, definitions.source, &found,
-                                  &kelvo_sdk::impl::standardLibrary()))
+    if (!library.readDefinitions(definitions.text, definitions.source, &found, LibInfo::standard()))
         return fail(brokenDefinitions(found), error);
-    if (!guarded("its look-up of callbacks", error, [&] { library->bindTypes(); })) return false;
-    plugin.library = RefersTo<kelvo_sdk::impl::LibInfo>(library.get());
+    if (!guarded("its look-up of callbacks", error,
+                 [&] { bindTypes(library, loading.code.lookUp); }))
+        return false;
+    plugin.library = library;
     return true;
 }
 

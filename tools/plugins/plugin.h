@@ -3,7 +3,7 @@
 #include "tools/plugins/registry.h"
 #include "tools/plugins/search_path.h"
 
-#include "sdk/impl/lib_info.h"
+#include "sdk/lib_info.h"
 
 namespace qv::kelvo_plugins {
 
@@ -13,7 +13,7 @@ struct Plugin {
     /// The shared object, absolute; empty for a registered library.
     String file;
     /// Keeps the shared object in memory.
-    RefersTo<kelvo_sdk::impl::LibInfo> library;
+    kelvo_sdk::LibInfo library;
 };
 
 /// Loads a plug-in with the definitions beside it. False when that fails: nothing stays loaded, and

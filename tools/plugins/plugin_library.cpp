@@ -1,15 +1,24 @@
 #include "tools/plugins/plugin_library.h"
 
-#include "sdk/impl/node.h"
+#include "sdk/node.h"
+
+#include <memory>
+#include <utility>
 
 namespace qv::kelvo_plugins {
 
-void PluginLibrary::bindTypes() {
-    for (u64 i = 0; i < typeCount(); ++i) {
-        const String name = type(i)->type();
-        setCallbacks(name,
-                     {lookUp.nodeInit(name), lookUp.nodePrep(name), lookUp.nodeEval(name),
-                      lookUp.nodeModify(name), lookUp.nodeFree(name), lookUp.nodeChanged(name)});
+using kelvo_sdk::LibInfo;
+
+LibInfo createPluginLibrary(PluginCode code, String kndPath) {
+    return LibInfo::create(std::move(kndPath), std::make_shared<PluginCode>(std::move(code)));
+}
+
+void bindTypes(const LibInfo& library, const LibInfo& lookUp) {
+    for (u64 i = 0; i < library.typeCount(); ++i) {
+        const String name = library.type(i).type();
+        library.setCallbacks(name, {lookUp.nodeInit(name), lookUp.nodePrep(name),
+                                    lookUp.nodeEval(name), lookUp.nodeModify(name),
+                                    lookUp.nodeFree(name), lookUp.nodeChanged(name)});
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "tools/plugins/shared_object.h"
 
-#include "sdk/impl/lib_info.h"
 #include "sdk/lib_info.h"
 
 namespace qv::kelvo_plugins {
@@ -14,16 +13,12 @@ struct PluginCode {
     kelvo_sdk::LibInfo lookUp;
 };
 
-/// The node library of a plug-in. It keeps the shared object in memory, and nodes keep their
-/// library: whoever lets go of it last, node or program, unloads the plug-in.
-// The code is the first base, as the end of the other may call into the plug-in.
-class PluginLibrary final : private PluginCode, public kelvo_sdk::impl::LibInfo {
-public:
-    PluginLibrary(PluginCode code, String kndPath)
-        : PluginCode(std::move(code)), kelvo_sdk::impl::LibInfo(std::move(kndPath)) {}
+/// Returns a library for the types of a plug-in. It keeps the shared object in memory, and nodes
+/// keep their library: whoever lets go of it last, node or program, unloads the plug-in.
+[[nodiscard]] kelvo_sdk::LibInfo createPluginLibrary(PluginCode code, String kndPath);
 
-    /// Takes the callbacks of all its types from the plug-in, whose look-up may throw.
-    void bindTypes();
-};
+/// Gives all types of the library the callbacks that the plug-in's look-up has for them, which may
+/// throw.
+void bindTypes(const kelvo_sdk::LibInfo& library, const kelvo_sdk::LibInfo& lookUp);
 
 } // namespace qv::kelvo_plugins

@@ -1,6 +1,5 @@
 // Loads plug-ins and uses the types of the example: plugin_host PATH...
 // What it prints is checked by plugin.sh.
-#include "sdk/impl/standard_library.h"
 #include "sdk/kelvo.h"
 #include "tools/plugins/plugins.h"
 
@@ -34,8 +33,8 @@ int use(const std::vector<qv::String>& paths) {
     };
     const Scene scene = Scene::create();
     for (const auto& plugin : qv::kelvo_plugins::loadPlugins(paths, complain)) {
-        std::cout << plugin.name.view() << ": " << plugin.library->typeCount() << " types\n";
-        scene.addLibrary(LibInfo(plugin.library.get()));
+        std::cout << plugin.name.view() << ": " << plugin.library.typeCount() << " types\n";
+        scene.addLibrary(plugin.library);
     }
     if (failures == 0) evaluate(scene);
     return failures;
@@ -46,7 +45,7 @@ int use(const std::vector<qv::String>& paths) {
 int main(int count, char** arguments) {
     const std::vector<qv::String> paths(arguments + 1, arguments + count);
     // Its definitions are nodes too, which stay.
-    (void)impl::standardLibrary();
+    (void)LibInfo::standard();
     const qv::i64 before = impl_nodeInstanceCount();
     const int failures = use(paths);
     if (impl_nodeInstanceCount() == before) return failures;

@@ -1,6 +1,5 @@
 #include "tools/plugins/plugin.h"
 
-#include "sdk/impl/node.h"
 #include "sdk/kelvo.h"
 #include "tests/support/log_capture.h"
 #include "tests/tools/plugins/plugin_folder.h"
@@ -45,9 +44,9 @@ TEST_F(LoadPlugin, RightOne_IsNamedAndKnowsItsTypes) {
     ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
     EXPECT_EQ(m_plugin.name, "twice");
     EXPECT_EQ(m_plugin.file, std::string_view(file.native()));
-    EXPECT_EQ(m_plugin.library->kndPath(), std::string_view((m_folder / "twice.knd").native()));
-    ASSERT_EQ(m_plugin.library->typeCount(), 1U);
-    EXPECT_EQ(m_plugin.library->type(0)->type(), "twice");
+    EXPECT_EQ(m_plugin.library.kndPath(), std::string_view((m_folder / "twice.knd").native()));
+    ASSERT_EQ(m_plugin.library.typeCount(), 1U);
+    EXPECT_EQ(m_plugin.library.type(0).type(), "twice");
 }
 
 TEST_F(LoadPlugin, Moved_FindsItsDefinitionsBesideIt) {
@@ -55,7 +54,7 @@ TEST_F(LoadPlugin, Moved_FindsItsDefinitionsBesideIt) {
     m_folder.write("a/twice.knd", twiceText);
     std::filesystem::rename(m_folder / "a", m_folder / "b");
     ASSERT_TRUE(loadPlugin(m_folder / "b/twice.so", m_plugin, m_error)) << m_error;
-    EXPECT_EQ(m_plugin.library->kndPath(), std::string_view((m_folder / "b/twice.knd").native()));
+    EXPECT_EQ(m_plugin.library.kndPath(), std::string_view((m_folder / "b/twice.knd").native()));
 }
 
 TEST_F(LoadPlugin, SymbolicLink_DefinitionsLieBesideTheFile) {
@@ -68,8 +67,8 @@ TEST_F(LoadPlugin, SymbolicLink_DefinitionsLieBesideTheFile) {
 
 TEST_F(LoadPlugin, DefinitionsInText_NeedNoFile) {
     ASSERT_TRUE(loadPlugin(m_folder.place("in_text", "a.so"), m_plugin, m_error)) << m_error;
-    EXPECT_TRUE(m_plugin.library->kndPath().isEmpty());
-    EXPECT_EQ(m_plugin.library->typeCount(), 1U);
+    EXPECT_TRUE(m_plugin.library.kndPath().isEmpty());
+    EXPECT_EQ(m_plugin.library.typeCount(), 1U);
 }
 
 TEST_F(LoadPlugin, MissingFile_IsRefused) {
@@ -169,7 +168,7 @@ TEST_F(LoadPlugin, CallbackThatThrows_CostsALogLineAndTheValue) {
     const auto file = m_folder.place("throwing_eval", "a.so");
     ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
     const auto scene = kelvo_sdk::Scene::create();
-    scene.addLibrary(kelvo_sdk::LibInfo(m_plugin.library.get()));
+    scene.addLibrary(m_plugin.library);
     const auto node = scene.createNode("twice", "n");
     const auto reader = node.createInput("reader", kelvo_sdk::AttrType::Real);
     ASSERT_TRUE(reader.connect(scene.createNode("twice", "m").output("out")));
@@ -194,10 +193,11 @@ TEST_F(LoadPlugin, Node_KeepsThePluginInMemory) {
     const auto file = m_folder.place("good", "twice.so");
     m_folder.write("twice.knd", twiceText);
     ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
-    auto node =
-        RefersTo<kelvo_sdk::impl::Node>::adopt(new kelvo_sdk::impl::Node(nullptr, "twice", "n"));
-    EXPECT_TRUE(node->initLibInfo(m_plugin.library.get()));
-    EXPECT_TRUE(node->nodeInit());
+    auto scene = kelvo_sdk::Scene::create();
+    scene.addLibrary(m_plugin.library);
+    kelvo_sdk::Node node = scene.createNode("twice", "n");
+    EXPECT_TRUE(node->hasNodeEval());
+    scene.reset();
     m_plugin = {};
     EXPECT_TRUE(isInMemory(file));
     node.reset();

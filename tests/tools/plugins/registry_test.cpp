@@ -59,7 +59,7 @@ TEST_F(RegisteredLibrary, WithText_IsLoadedWithoutAnyFile) {
     ASSERT_EQ(plugins.size(), 1U);
     EXPECT_EQ(plugins[0].name, "inside");
     EXPECT_TRUE(plugins[0].file.isEmpty());
-    EXPECT_EQ(plugins[0].library->typeCount(), 1U);
+    EXPECT_EQ(plugins[0].library.typeCount(), 1U);
 }
 
 TEST_F(RegisteredLibrary, WithFile_IsFoundAlongThePath) {
@@ -69,7 +69,7 @@ TEST_F(RegisteredLibrary, WithFile_IsFoundAlongThePath) {
     const std::vector<Plugin> plugins = load({folder.path().c_str()});
     EXPECT_EQ(m_told, "");
     ASSERT_EQ(plugins.size(), 1U);
-    EXPECT_EQ(plugins[0].library->kndPath(), std::string_view((folder / "outside.knd").native()));
+    EXPECT_EQ(plugins[0].library.kndPath(), std::string_view((folder / "outside.knd").native()));
 }
 
 TEST_F(RegisteredLibrary, WhatFails_IsToldByName) {

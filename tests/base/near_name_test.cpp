@@ -1,10 +1,10 @@
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace qv::kelvo_sdk::impl {
+namespace qv {
 namespace {
 
 struct NearCase {
@@ -75,4 +75,4 @@ TEST(NearName, Offer_NamesOfAnyLength_AreSafe) {
 }
 
 } // namespace
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace qv::kelvo_sdk::impl {
+namespace qv {
 
 /// Looks for the known name that a wrong one was probably meant to be: few letters left out, added,
 /// exchanged or in the other case.
@@ -26,4 +26,4 @@ private:
     u64 m_limit;
 };
 
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv

@@ -1,8 +1,8 @@
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 #include "base/word.h"
 
-namespace qv::kelvo_sdk::impl::utf8 {
+namespace qv::utf8 {
 
 namespace {
 
@@ -69,4 +69,4 @@ u64 firstFault(std::string_view text, u64 from) noexcept {
     return at;
 }
 
-} // namespace qv::kelvo_sdk::impl::utf8
+} // namespace qv::utf8

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace qv::kelvo_sdk::impl::utf8 {
+namespace qv::utf8 {
 
 /// Returns how many bytes the character at the start of a text takes; 0 for an empty text and where
 /// no well-formed UTF-8 character starts.
@@ -16,4 +16,4 @@ namespace qv::kelvo_sdk::impl::utf8 {
 /// well.
 [[nodiscard]] QV_EXPORT u64 firstFault(std::string_view text, u64 from = 0) noexcept;
 
-} // namespace qv::kelvo_sdk::impl::utf8
+} // namespace qv::utf8

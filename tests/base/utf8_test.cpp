@@ -1,10 +1,10 @@
-#include "sdk/impl/utf8.h"
+#include "base/utf8.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace qv::kelvo_sdk::impl {
+namespace qv {
 namespace {
 
 struct SequenceCase {
@@ -89,4 +89,4 @@ TEST(Utf8, FirstFault_From_LooksNoFurtherBack) {
 }
 
 } // namespace
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv

@@ -1,11 +1,11 @@
-#include "sdk/impl/near_name.h"
+#include "base/near_name.h"
 
 #include "base/ascii.h"
 
 #include <algorithm>
 #include <array>
 
-namespace qv::kelvo_sdk::impl {
+namespace qv {
 
 namespace {
 
@@ -66,4 +66,4 @@ String NearName::question() const {
     return ": did you mean '" + String(m_best) + "'?";
 }
 
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv
