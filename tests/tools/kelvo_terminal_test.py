@@ -173,6 +173,17 @@ class Colors(TerminalTest):
         self.assertIn("x?[31m.kns", seen)
 
 
+class Hints(TerminalTest):
+    def test_a_connection_that_gives_nothing_is_told_to_people_alone(self):
+        self.file.write_text(scene('node t "n" {', "    Real x = 0.5 <- m.o", "}",
+                                   'node t "m" {', "    output Real o", "}"))
+        self.expect(0, "get", "a.kns", "n.x", out="0.5\n")
+        self.assertEqual(
+            self.run_on_terminal(200, "get", "a.kns", "n.x", streams=("error",), NO_COLOR="1"),
+            (0, "kelvo: note: 'n.x' gets no value through its connection: 'm.o' has none, and its "
+             "node no eval callback to produce one.\n", "0.5\n"))
+
+
 class Progress(TerminalTest):
     """A line tells that a long work goes on, and vanishes."""
 

@@ -77,7 +77,7 @@ Evaluation evaluateWhole(const IInput& input) {
 Evaluation evaluate(IOutput& output) {
     auto& source = static_cast<Output&>(output);
     if (!source.evaluate(nullptr)) return {false, whyNothingComes(source)};
-    return {true, wholeValue(*holderOf(source.value()).get())};
+    return {true, wholeValue(*holderOf(source.value()))};
 }
 
 // Without recursion: arrays and objects may lie in each other to any depth.
@@ -101,7 +101,7 @@ String storedValue(const IInput& input) {
 }
 
 String shortText(const Value& value) {
-    return shortValue(*holderOf(value).get());
+    return shortValue(*holderOf(value));
 }
 
 } // namespace qv::kelvo_tool
