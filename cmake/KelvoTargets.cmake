@@ -20,6 +20,11 @@ function(kelvo_add_libraries)
   target_compile_definitions(kelvo_objects PRIVATE QV_BUILD)
   set_target_properties(kelvo_objects PROPERTIES POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
+  # This sanitizer compares the types of objects that come from other parts of a program.
+  if(KELVO_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    set_property(TARGET kelvo_objects PROPERTY CXX_VISIBILITY_PRESET)
+    target_compile_options(kelvo_objects PRIVATE -fvisibility-ms-compat)
+  endif()
 
   add_library(kelvo_sdk SHARED)
   add_library(kelvo_sdk_static STATIC)

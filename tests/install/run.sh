@@ -69,5 +69,6 @@ packaged=$(find "$work/root/usr" -name kelvo.pc)
 [ -n "$packaged" ] || fail "no kelvo.pc in $work/root/usr"
 if grep -q rpath "$packaged"; then fail "a path to the system's libraries goes into programs"; fi
 
-symbols=$(python3 "$here/exported_symbols.py" "$libdir/libkelvo_sdk.so") || fail "$symbols"
+symbols=$(python3 "$here/exported_symbols.py" "$libdir/libkelvo_sdk.so" ${sanitize:+--all-types}) ||
+    fail "$symbols"
 echo "installed, $headers, used by programs of five sorts; $symbols"

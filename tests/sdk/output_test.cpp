@@ -1,3 +1,4 @@
+#include "sdk/buffer_result.h"
 #include "sdk/kelvo.h"
 
 #include "tests/support/log_capture.h"
