@@ -16,7 +16,7 @@ def is_command(line):
     if re.fullmatch(r"kelvo (scene|types) \d", line):  # How such texts begin.
         return False
     word = line.split(" ")[0]
-    return word in PROGRAMS or word.startswith("scripts/") or re.match(r"[A-Z_]+=", line)
+    return word in PROGRAMS or re.match(r"(scripts|build)/\w+$|[A-Z_]+=", word)
 
 
 def without_explanation(line):

@@ -1,8 +1,6 @@
 // What several threads may do with scenes at a time, as docs/threads.md has it: read one that
 // nobody edits, without evaluation, and do anything with different ones.
 
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/standard_library.h"
 #include "sdk/kelvo.h"
 #include "sdk/validation.h"
 
@@ -35,7 +33,7 @@ node mesh "desk" {
 
 Scene makeScene() {
     Scene scene = Scene::create();
-    scene.addLibrary(LibInfo(&impl::standardLibrary()));
+    scene.addLibrary(LibInfo::standard());
     EXPECT_TRUE(scene.read(text, "room.kns"));
     return scene;
 }
