@@ -42,7 +42,8 @@ mount_all() {
 run_job() {
     mount_all
     chroot "$new" env -i HOME=/root TERM="${TERM:-dumb}" PATH=/usr/sbin:/usr/bin:/sbin:/bin \
-        CCACHE_DIR=/var/cache/ccache CCACHE_STATSLOG=/var/log/ccache-stats \
+        CCACHE_DIR=/var/cache/ccache CCACHE_MAXSIZE="$CCACHE_MAXSIZE" \
+        CCACHE_STATSLOG=/var/log/ccache-stats \
         http_proxy="${http_proxy-}" https_proxy="${https_proxy-}" \
         "/root/kelvo/scripts/$job"
 }
