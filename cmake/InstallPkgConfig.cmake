@@ -1,9 +1,11 @@
 # Part of cmake --install: the pkg-config files. They find everything from where they lie, so that
 # the installed tree may be moved. KelvoInstall.cmake sets what is used here.
 cmake_policy(VERSION 3.20)
-cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE
+# `cmake --install --prefix` may be given a path from the current folder.
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE OUTPUT_VARIABLE prefix)
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY "${prefix}" NORMALIZE
            OUTPUT_VARIABLE libdir)
-file(RELATIVE_PATH up "${libdir}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+file(RELATIVE_PATH up "${libdir}/pkgconfig" "${prefix}")
 
 # Programs find the shared library without a path to it where the system looks by itself.
 set(rpath "")
