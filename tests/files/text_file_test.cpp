@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <string>
+
+#include <sys/resource.h>
 
 namespace qv::kelvo_files {
 namespace {
@@ -67,6 +70,38 @@ TEST_F(TextFile, Devices_AreWrittenTo) {
     EXPECT_FALSE(writeText("/dev/null", "x"));
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
     EXPECT_EQ(writeText("/dev/full", "x"), std::errc::no_space_on_device);
+}
+
+// Lets files grow no longer than that while it lives.
+class FileLimit {
+public:
+    explicit FileLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    ~FileLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+    FileLimit(const FileLimit&) = delete;
+    FileLimit& operator=(const FileLimit&) = delete;
+
+private:
+    void (*m_handler)(int);
+    rlimit m_before{};
+};
+
+TEST_F(TextFile, WriteThatFailsHalfway_LeavesTheOldFileAlone) {
+    EXPECT_FALSE(writeText(m_file, "old"));
+    const std::string large(100'000, 'x');
+    {
+        const FileLimit limit(1000);
+        EXPECT_EQ(writeText(m_file, large), std::errc::file_too_large);
+        EXPECT_EQ(writeText(m_folder / "b.kns", large), std::errc::file_too_large);
+    }
+    EXPECT_EQ(contents(m_file), "old");
+    EXPECT_EQ(filesInFolder(), 1u);
 }
 
 TEST_F(TextFile, Permissions_AreKept) {
