@@ -31,7 +31,7 @@ TOOL = (
     r"Input::(createInput|details|inputCount|isModified|lookUpInput|name|node|setValue|stashed|"
     r"typeName)\(",
     r"Output::(evaluate|path|typeName)\(",
-    r"(LibInfo|NearName|utf8|html)(::|$)",
+    r"html::",
     r"Value::(zero\(|Value\()|Buffer::(Buffer|~Buffer)\(",
     r"TextLexer::(quoted|skipSpace)\(|LineCounter::placeOf\(",
     r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|safeSvg)\(",

@@ -1,6 +1,5 @@
 #include "sdk/impl/scene_rules.h"
 
-#include "sdk/impl/standard_library.h"
 #include "tests/support/findings.h"
 
 #include <gtest/gtest.h>
@@ -131,7 +130,7 @@ TEST(SceneRulesOfTypes, MissingAttributes_AreTold) {
 
 TEST(SceneRulesOfTypes, ModifiersOfTheStandardLibrary_AreNotIdle) {
     const Scene scene = Scene::create();
-    scene.addLibrary(LibInfo(&impl::standardLibrary()));
+    scene.addLibrary(LibInfo::standard());
     const Node light = scene.createNode("pointLight", "lamp");
     light["modifiers"].append().set(scene.createNode("scaleModifier", "scale"));
     EXPECT_EQ(found(scene), "");
