@@ -78,7 +78,8 @@ def is_meant(name, all_types):
 def main(library, all_types):
     symbols = exported(library)
     names = [name for _, name in symbols]
-    faults = [f"exported, and not meant to be: {name}" for name in names if not is_meant(name, all_types)]
+    faults = [f"exported, and not meant to be: {name}" for name in names
+              if not is_meant(name, all_types)]
     faults += [f"not exported: {needed}" for needed in NEEDED
                if not any(name.startswith(needed) for name in names)]
     functions = [name for kind, name in symbols if kind in "TW"]
