@@ -28,9 +28,10 @@ CONTRACT = (
 )
 # What the tool takes of it beyond that.
 TOOL = (
-    r"Input::(createInput|details|inputCount|name|node|setValue|stashed|typeName)\(",
+    r"Input::(createInput|details|inputCount|isModified|lookUpInput|name|node|setValue|stashed|"
+    r"typeName)\(",
     r"Output::(evaluate|path|typeName)\(",
-    r"(LibInfo|NearName|utf8|html)(::|$)",
+    r"html::",
     r"Value::(zero\(|Value\()|Buffer::(Buffer|~Buffer)\(",
     r"TextLexer::(quoted|skipSpace)\(|LineCounter::placeOf\(",
     r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|safeSvg)\(",
@@ -77,7 +78,8 @@ def is_meant(name, all_types):
 def main(library, all_types):
     symbols = exported(library)
     names = [name for _, name in symbols]
-    faults = [f"exported, and not meant to be: {name}" for name in names if not is_meant(name, all_types)]
+    faults = [f"exported, and not meant to be: {name}" for name in names
+              if not is_meant(name, all_types)]
     faults += [f"not exported: {needed}" for needed in NEEDED
                if not any(name.startswith(needed) for name in names)]
     functions = [name for kind, name in symbols if kind in "TW"]

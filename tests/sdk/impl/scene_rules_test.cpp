@@ -1,6 +1,5 @@
 #include "sdk/impl/scene_rules.h"
 
-#include "sdk/impl/standard_library.h"
 #include "tests/support/findings.h"
 
 #include <gtest/gtest.h>
@@ -223,7 +222,7 @@ TEST(SceneRulesOfTypes, ReadOnlyInputsWithAnotherValue_AreToldAndSetBack) {
 
 TEST(SceneRulesOfTypes, ModifiersOfTheStandardLibrary_AreNotIdle) {
     const Scene scene = Scene::create();
-    scene.addLibrary(LibInfo(&impl::standardLibrary()));
+    scene.addLibrary(LibInfo::standard());
     const Node light = scene.createNode("pointLight", "lamp");
     light["modifiers"].append().set(scene.createNode("scaleModifier", "scale"));
     EXPECT_EQ(found(scene), "");
