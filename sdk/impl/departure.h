@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sdk/impl/edit_step.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/scene_comments.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -18,8 +19,7 @@ public:
         if (scene) static_cast<Scene*>(scene)->comments().remove(&attribute);
     }
     ~Departure() {
-        m_attribute.leaveOwner();
-        m_attribute.decRef();
+        afterTelling([held = RefersTo<Attribute>::adopt(&m_attribute)] { held->leaveOwner(); });
     }
     Departure(const Departure&) = delete;
     Departure& operator=(const Departure&) = delete;

@@ -282,7 +282,7 @@ private:
     void sourceEnded(Output& output);
     void dropSource() noexcept;
     [[nodiscard]] bool mayLinkTo(const INode* node) const;
-    void relinkStash(INode* to, bool isRecorded);
+    void relinkStash(const INode& from, INode* to);
     void linkTo(INode* node);
     void linkStash();
     void dropStash() noexcept;

@@ -5,6 +5,7 @@
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 
 #include "base/log.h"
@@ -232,9 +233,11 @@ bool Input::removeLastInput() {
 bool Input::clearInputs() {
     const RefersTo<Input> self(this);
     const EditStep step(m_node);
+    NewsHold news;
     while (!members().empty())
         removeFound(members().back());
-    return true;
+    news.release();
+    return members().empty();
 }
 
 // Lets go of the member after everyone was told, so that it can still be read.

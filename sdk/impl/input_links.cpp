@@ -163,7 +163,7 @@ void Input::relink(const INode& from, INode* to) {
     if (!isKept && !isHeld) return;
     EditStep step(static_cast<const Node*>(&from));
     if (isModified() ? isKept : isHeld) step.prepare<ValueChange>(*this);
-    if (isKept) relinkStash(to, step.isRecording());
+    if (isKept) relinkStash(from, to);
     if (isHeld) {
         Value value(to);
         replaceValue(value);
@@ -172,10 +172,12 @@ void Input::relink(const INode& from, INode* to) {
     changed(Value(const_cast<INode*>(&from)));
 }
 
-// In the step of what the link leads away from.
-void Input::relinkStash(INode* to, bool isRecorded) {
-    if (isRecorded) return setStashed(Value(to));
+// Recorded where the node that the link leads away from is: this input's may be out of the scene.
+void Input::relinkStash(const INode& from, INode* to) {
+    EditStep step(static_cast<const Node*>(isUpToModifiers() ? nullptr : &from));
+    step.prepare<StashChange>(*this);
     replaceStash(Value(to));
+    step.commit();
 }
 
 void Input::dropLink() noexcept {

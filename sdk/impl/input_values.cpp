@@ -5,6 +5,7 @@
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/modifiers.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
@@ -15,7 +16,6 @@
 #include "base/log.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -319,13 +319,11 @@ bool Input::reset() {
     if (isArray()) return clearInputs();
     if (!isObject()) return type() != AttrType::Null && store(defaultValue());
     const EditStep step(m_node);
-    const RefersTo<Input> self(this);
-    std::vector<RefersTo<IInput>> held;
-    for (IInput* member : members())
-        held.emplace_back(member);
+    NewsHold news;
     bool done = true;
-    for (const RefersTo<IInput>& member : held)
-        if (member->parent() == this) done = member->reset() && done;
+    for (IInput* member : members())
+        done = member->reset() && done;
+    news.release();
     return done;
 }
 

@@ -75,9 +75,12 @@ bool Node::setPath(String dir, String file, String ext) {
         scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
                           String::format("%s = %s", shown.buf(), oldName.buf()));
     };
+    // What a node that left takes would not come back with it.
+    const auto isThere = [&] { return liveScene() == scene.get() && (!scene || !m_hasLeft); };
     bool done = false;
     try {
-        done = extInput.setString(std::move(ext)) && fileInput.setString(std::move(file)) &&
+        done = extInput.setString(std::move(ext)) && isThere() &&
+               fileInput.setString(std::move(file)) && isThere() &&
                dirInput.setString(std::move(dir));
     } catch (...) {
         record();

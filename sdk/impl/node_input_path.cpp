@@ -7,6 +7,7 @@
 
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/output.h"
 
 #include "base/ascii.h"
@@ -65,21 +66,25 @@ IInput* searchInput(IInput* input, std::string_view path) {
     return input;
 }
 
-// Elements of one path are made in one step, which begins with the first.
-IInput* elementAt(IInput& array, i64 wanted, std::optional<EditStep>& growing) {
+// Elements of one path are made in one step, which begins with the first, and told when all of them
+// are there.
+struct Growing {
+    explicit Growing(const Node* node) : step(node) {}
+    EditStep step;
+    NewsHold news;
+};
+
+IInput* elementAt(IInput& array, i64 wanted, std::optional<Growing>& growing) {
     const u64 index = wanted < 0 ? array.inputCount() : static_cast<u64>(wanted);
     if (array.inputCount() <= index && !growing)
         growing.emplace(static_cast<const Node*>(array.node()));
-    // Observers may take elements away as they come.
-    IInput* element = index < array.inputCount() ? array.input(index) : nullptr;
-    for (u64 count = array.inputCount(); count <= index; ++count) {
-        element = array.appendElement();
-        if (!element || array.inputCount() != count + 1) return nullptr;
+    while (array.inputCount() <= index) {
+        if (!array.appendElement()) return nullptr;
     }
-    return element;
+    return array.input(index);
 }
 
-IInput* walkStep(IInput& from, const PathParser::Token& step, std::optional<EditStep>& growing) {
+IInput* walkStep(IInput& from, const PathParser::Token& step, std::optional<Growing>& growing) {
     if (step.index == -1) return static_cast<Input&>(from).lookUpInput(step.text);
     return from.hasElementType(AttrType::Null) ? elementAt(from, step.index, growing) : nullptr;
 }
@@ -143,12 +148,18 @@ IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
     const bool namesThis = m_name.equalsNoCase(tokens[0].text);
     IInput* current = namesThis ? nullptr : lookUpInput(tokens[0].text);
     if (!namesThis && !current) return nullptr;
-    std::optional<EditStep> growing;
+    std::optional<Growing> growing;
     for (u64 i = namesThis ? 1 : 0; i < tokens.size(); ++i) {
         current = current ? walkStep(*current, tokens[i], growing) : lookUpInput(tokens[i].text);
-        if (!current) return nullptr;
+        if (!current) break;
     }
-    return current;
+    if (!growing) return current;
+    // Those who hear of the elements may take them away, or the whole node.
+    const RefersTo<Node> self(this);
+    const RefersTo<IInput> held(current);
+    growing->news.release();
+    growing.reset();
+    return current && current->node() == this && !isLastReference() ? current : nullptr;
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -34,10 +34,12 @@ bool Node::removeLastInput() {
 bool Node::clearInputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
+    NewsHold news;
     while (!m_inputs.empty()) {
         if (!removeInput(u64(0))) return false;
     }
-    return true;
+    news.release();
+    return m_inputs.empty();
 }
 
 bool Node::removeFoundInput(IInput* input) {
@@ -75,10 +77,12 @@ bool Node::removeLastOutput() {
 bool Node::clearOutputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
+    NewsHold news;
     while (!m_outputs.empty()) {
         if (!removeOutput(u64(0))) return false;
     }
-    return true;
+    news.release();
+    return m_outputs.empty();
 }
 
 bool Node::removeFoundOutput(IOutput* output) {

@@ -3,6 +3,7 @@
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/standard_library.h"
 #include "sdk/scene.h"
+#include "tests/support/scene_text.h"
 
 #include <string>
 #include <vector>
@@ -29,7 +30,7 @@ node thing "a" {
         Real m = 2
         Node n = c
     }
-    Array<Real> e = [1, 2 <- b.p, 3]
+    Array<Real> e = [1, 2 <- h.p, 3]
     output Real o
 }
 
@@ -64,11 +65,15 @@ node image "f" {
 
 node xform "g" {
 }
+
+node thing "h" {
+    output Real p
+}
 )";
 
     explicit Stage(bool recordsUndo) {
         scene.addLibrary(library());
-        scene.read(text, "stage");
+        EXPECT_EQ(errorsOf(text, scene), "");
         if (recordsUndo) scene.setUndoEnabled(true);
     }
     static kelvo_sdk::LibInfo library() {

@@ -1,5 +1,6 @@
 // An observer does something bad at one notification of one edit: whatever it is, the scene keeps
-// its laws, its text reads back, and undo brings back what was. KELVO_LAWS_FULL=1 tries all.
+// its laws, its text reads back, and undo brings back what was. A run tries some of the cases, with
+// KELVO_LAWS_FULL=1 all of them.
 #include "tests/laws/hostile_observer.h"
 
 #include "tests/support/log_capture.h"
@@ -27,8 +28,10 @@ using kelvo_sdk::interfaces::IOutput;
 // Does a misdeed at the n-th notification, and none meanwhile. Reads what it is told of.
 class Hostile : public SceneObserver, public NodeObserver, public BatchObserver {
 public:
-    Hostile(Stage& stage, const Deed& misdeed, int when)
-        : m_stage(stage), m_misdeed(misdeed), m_left(when) {}
+    Hostile(const Deed& misdeed, int when) : m_misdeed(misdeed), m_left(when) {}
+
+    void start(Stage& stage) { m_stage = &stage; }
+    void stop() { m_stage = nullptr; }
 
     void nodeAdded(INode* node) override { act(node); }
     void nodeRemoved(INode* node) override { act(node); }
@@ -64,27 +67,26 @@ public:
     }
 
     [[nodiscard]] bool hasActed() const { return m_left < 0; }
-    /// From now on nothing is done.
-    void stop() { m_isActing = true; }
 
 private:
     template<typename Thing>
     void act(const Thing* thing) {
+        if (!m_stage) return;
         m_read = thing->name();
         if constexpr (!std::is_same_v<Thing, INode>) m_read += thing->path();
         act();
     }
     void act() {
-        if (m_isActing || m_left-- != 0 || !m_stage.scene) return;
+        if (!m_stage || m_isActing || m_left-- != 0 || !m_stage->scene) return;
         m_isActing = true;
         struct End {
             ~End() { isActing = false; }
             bool& isActing;
         } const end{m_isActing};
-        m_misdeed.run(m_stage);
+        m_misdeed.run(*m_stage);
     }
 
-    Stage& m_stage;
+    Stage* m_stage = nullptr;
     const Deed& m_misdeed;
     int m_left;
     bool m_isActing = false;
@@ -120,13 +122,15 @@ std::string faultsOf(const Scene& scene, const char* when) {
 }
 
 std::string Trial::run(bool& hasActed) const {
+    // Nodes that a misdeed took out of reach keep it as their observer.
+    Hostile hostile(misdeed, when);
     Stage stage(recordsUndo);
     const String before = stage.scene.text();
-    Hostile hostile(stage, misdeed, when);
     if (isBatched) stage.scene.subscribe(static_cast<BatchObserver*>(&hostile));
     if (!isBatched) stage.scene.subscribe(static_cast<SceneObserver*>(&hostile));
     for (u64 i = 0; !isBatched && i < stage.scene.nodeCount(); ++i)
         stage.scene.node(i)->subscribe(&hostile);
+    hostile.start(stage);
     try {
         edit.run(stage);
     } catch (const std::runtime_error&) {
@@ -135,10 +139,6 @@ std::string Trial::run(bool& hasActed) const {
     hostile.stop();
     const Scene scene = stage.scene;
     if (!scene) return {};
-    for (Node& node : stage.handles)
-        if (node) node->unsubscribeAll();
-    for (u64 i = 0; i < scene.nodeCount(); ++i)
-        scene.node(i)->unsubscribeAll();
     scene.unsubscribe(static_cast<SceneObserver*>(&hostile));
     scene.unsubscribe(static_cast<BatchObserver*>(&hostile));
     std::string wrong = faultsOf(scene, "after the edit");
@@ -179,9 +179,12 @@ TEST(HostileObserver, AnyMisdeedAtAnyNotification_LeavesASoundScene) {
     const auto& edits = hostileEdits();
     const auto& misdeeds = hostileMisdeeds();
     u64 tried = 0, acted = 0, failed = 0;
+    const u64 stride = isFull ? 1 : 7;
+    u64 next = 0;
     for (std::size_t edit = 0; edit < edits.size(); ++edit)
         for (std::size_t misdeed = 0; misdeed < misdeeds.size(); ++misdeed)
             for (const int kind : {0, 1, 2, 3}) {
+                if (next++ % stride != 0) continue;
                 const int most = isFull ? 1000 : 3;
                 hasActed = true;
                 for (int when = 0; hasActed && when < most; ++when, ++tried) {
@@ -200,7 +203,7 @@ TEST(HostileObserver, AnyMisdeedAtAnyNotification_LeavesASoundScene) {
             }
     RecordProperty("tried", static_cast<int>(tried));
     EXPECT_EQ(failed, 0u);
-    EXPECT_GT(acted, edits.size() * misdeeds.size());
+    EXPECT_GT(acted, tried / 3);
 }
 
 } // namespace

@@ -237,8 +237,10 @@ TEST_F(Lives, ArrayThatShrinksAsItGrows_EndsTheWalk) {
         Input list;
     } shrinker(list);
     m_scene.subscribe(&shrinker);
-    EXPECT_FALSE(node.inputAt("list[5]"));
+    const Input last = node.inputAt("list[5]");
     m_scene.unsubscribe(&shrinker);
+    EXPECT_EQ(list.inputCount(), 1u);
+    EXPECT_EQ(last, list.input(0));
 }
 
 TEST_F(Lives, NodeTakenAwayAsItComes_IsNotGiven) {
