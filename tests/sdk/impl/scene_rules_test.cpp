@@ -1,6 +1,7 @@
 #include "sdk/impl/scene_rules.h"
 
 #include "tests/support/findings.h"
+#include "tests/support/library_text.h"
 
 #include <gtest/gtest.h>
 
