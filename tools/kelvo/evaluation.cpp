@@ -37,11 +37,11 @@ RefersTo<Input> holderOf(const Value& value) {
 // The value that comes through a connection; empty, with the end of a sentence, where none does.
 RefersTo<Input> valueThrough(const IInput& input, String& error) {
     auto& source = static_cast<Output&>(*input.source());
-    if (!source.evaluate(nullptr)) {
+    const Value given = source.evaluate(nullptr);
+    if (given.isNull()) {
         error = whyNothingComes(source);
         return {};
     }
-    const Value& given = source.value();
     if (given.type() == input.type()) return holderOf(given);
     Value value;
     if (convertValue(given, input.type(), value)) return holderOf(value);
@@ -76,8 +76,9 @@ Evaluation evaluateWhole(const IInput& input) {
 
 Evaluation evaluate(IOutput& output) {
     auto& source = static_cast<Output&>(output);
-    if (!source.evaluate(nullptr)) return {false, whyNothingComes(source)};
-    return {true, wholeValue(*holderOf(source.value()))};
+    const Value given = source.evaluate(nullptr);
+    if (given.isNull()) return {false, whyNothingComes(source)};
+    return {true, wholeValue(*holderOf(given))};
 }
 
 // Without recursion: arrays and objects may lie in each other to any depth.
