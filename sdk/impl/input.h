@@ -165,7 +165,7 @@ public:
     void takeStashedBack() noexcept;
     /// Tells whether the scene's modifiers may write over the value, and the kept one is the
     /// user's.
-    [[nodiscard]] bool isModified() const;
+    [[nodiscard]] QV_EXPORT bool isModified() const;
     /// Returns the value that the user set, whatever modifiers made of it.
     [[nodiscard]] const Value& ownValue() const { return isModified() ? *stashed() : m_value; }
 
@@ -191,7 +191,7 @@ public:
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
     /// As `input`, silently and without a copy of the name.
-    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
+    [[nodiscard]] QV_EXPORT IInput* lookUpInput(const String& name) const noexcept;
     /// Elements or members; empty for other kinds. Inline; needs sdk/impl/input_extras.h.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 

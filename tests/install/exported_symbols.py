@@ -28,9 +28,11 @@ CONTRACT = (
 )
 # What the tool takes of it beyond that.
 TOOL = (
-    r"Input::(createInput|details|inputCount|name|node|setValue|stashed|typeName)\(",
+    r"Input::(createInput|details|inputCount|isModified|lookUpInput|name|node|setValue|stashed|"
+    r"typeName)\(",
     r"Output::(evaluate|path|typeName)\(",
     r"(LibInfo|NearName|utf8|html)(::|$)",
+    r"operator==\(qv::kelvo_sdk::impl::Value const&",
     r"Value::(zero\(|Value\()|Buffer::(Buffer|~Buffer)\(",
     r"TextLexer::(quoted|skipSpace)\(|LineCounter::placeOf\(",
     r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|safeSvg)\(",
