@@ -82,7 +82,7 @@ public:
     /// node's name.
     [[nodiscard]] u64 hash() const;
 
-    friend bool operator==(const Value& a, const Value& b) noexcept;
+    friend QV_EXPORT bool operator==(const Value& a, const Value& b) noexcept;
 
 private:
     struct MatBlock;

@@ -32,6 +32,7 @@ TOOL = (
     r"typeName)\(",
     r"Output::(evaluate|path|typeName)\(",
     r"html::",
+    r"operator==\(qv::kelvo_sdk::impl::Value const&",
     r"Value::(zero\(|Value\()|Buffer::(Buffer|~Buffer)\(",
     r"TextLexer::(quoted|skipSpace)\(|LineCounter::placeOf\(",
     r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|safeSvg)\(",

@@ -290,7 +290,7 @@ TEST_F(NodeLibrary, DataFilledAnew_EndsWhatWasKept) {
     node->initLibInfo(m_library.get());
     scene->setEvalCache(1 << 16, false);
     const auto expectNow = [output](const char* note) {
-        EXPECT_EQ(output->evaluate(nullptr), Value(static_cast<double>(filled))) << note;
+        EXPECT_EQ(output->evaluate(nullptr), Value(filled)) << note;
     };
     node->nodeInit();
     expectNow("init");
