@@ -124,7 +124,8 @@ class Bare(SmallTree):
         self.expect_nothing_left()
 
     def test_cache_keeps_the_limit_of_the_machine(self):
-        self.program("ccache", "[ $2 != max_size ] || { echo 20.0G; exit; }", f"echo {self.folder}/cache")
+        self.program("ccache", "[ $2 != max_size ] || { echo 20.0G; exit; }",
+                     f"echo {self.folder}/cache")
         self.mounts(run='echo "limit $CCACHE_MAXSIZE in $5"')
         self.assertIn(f"limit 20.0G in {self.folder}/cache\n",
                       self.run_script("scripts/bare").stdout)
