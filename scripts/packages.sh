@@ -4,9 +4,10 @@
 build_packages=(g++ cmake ninja-build ccache libassimp-dev zlib1g-dev libcli11-dev
     nlohmann-json3-dev libedit-dev)
 job_packages=(assimp-testmodels)
-test_packages=(clang libclang-rt-14-dev clang-format git python3 pkg-config libgtest-dev
-    libbenchmark-dev libxml2-utils librsvg2-bin graphviz binutils
-    chromium)
+# llvm has the program that names the functions in what a sanitizer reports; without these names the
+# leaks of other libraries are not excused.
+test_packages=(clang libclang-rt-14-dev llvm clang-format git python3 pkg-config libgtest-dev
+    librsvg2-bin graphviz binutils chromium)
 bench_packages=(libbenchmark-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
 
