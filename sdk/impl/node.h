@@ -54,8 +54,8 @@ public:
     // ---- Object and lifetime ---------------------------------------------------------------
     // A node starts with one reference and tells nobody that it exists. It holds a reference on its
     // inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
-    // who read it or link to it were told; from then on nobody hears of it. The number of live nodes
-    // changes last in construction, and before the members go in destruction.
+    // who read it or link to it were told; from then on nobody hears of it. The number of live
+    // nodes changes last in construction, and before the members go in destruction.
 
     Node();
     Node(IScene* scene, String type, String name);

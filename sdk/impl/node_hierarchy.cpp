@@ -84,8 +84,9 @@ private:
             m_without.emplace_back(&child);
     }
 
-    // An "xform" without the input gets it, as from any look-up through the interface, when the walk
-    // is over: who hears of it may remove what was walked. Nodes that end by that are left out.
+    // An "xform" without the input gets it, as from any look-up through the interface, when the
+    // walk is over: who hears of it may remove what was walked. Nodes that end by that are left
+    // out.
     void makeLists() {
         if (m_without.empty()) return;
         std::vector<RefersTo<INode>> held;

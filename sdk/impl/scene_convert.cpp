@@ -85,8 +85,8 @@ private:
     static Output* sameOf(const Output& output, const Node& copy) {
         const auto& from = static_cast<const Node&>(*output.node());
         const auto index = static_cast<u64>(from.indexOf(&output));
-        auto* same = static_cast<Output*>(
-            index < copy.outputCount() ? copy.outputs()[index] : nullptr);
+        auto* same =
+            static_cast<Output*>(index < copy.outputCount() ? copy.outputs()[index] : nullptr);
         return same && same->type() == output.type() ? same : nullptr;
     }
     // What observers throw now is lost: there is an exception on its way.
@@ -209,9 +209,8 @@ void Scene::tellConverted(Node& node, Node& replacement) {
     AllCalls calls;
     calls.make([&] { node.notifyConverted(&replacement); });
     calls.make([&] {
-        tellObservers(&node, [&](SceneObserver& observer) {
-            observer.nodeConverted(&node, &replacement);
-        });
+        tellObservers(
+            &node, [&](SceneObserver& observer) { observer.nodeConverted(&node, &replacement); });
     });
     letGo(node);
     calls.make([&] { applyModifiers(&replacement); });

@@ -98,8 +98,7 @@ INode* Scene::given(const Node* made) const noexcept {
 // A copy of the definition or, when that is null, a bare node; named when it comes in.
 RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
     String free = m_nodes.freeName(name);
-    if (!definition)
-        return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
+    if (!definition) return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
     RefersTo<Node> node = definition->copyFor(this, std::move(free));
     initialise(*node);
     return node;
@@ -145,12 +144,10 @@ void Scene::tellAdded(Node& node) {
     if (m_observers.empty() && !modifierListOf(node)) return;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(&node);
-    if (NewsHold* hold = NewsHold::current())
-        return hold->add([=] { self->tellAdded(*held); });
+    if (NewsHold* hold = NewsHold::current()) return hold->add([=] { self->tellAdded(*held); });
     AllCalls calls;
-    calls.make([&] {
-        tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); });
-    });
+    calls.make(
+        [&] { tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); }); });
     calls.make([&] {
         if (modifierListOf(node)) applyModifiers(&node);
     });

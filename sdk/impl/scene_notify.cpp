@@ -66,8 +66,7 @@ void Scene::notifyOutputAdded(const IOutput* output) {
 }
 
 void Scene::notifyInputChanged(const IInput* input, const AttrData* previous) {
-    tellThenModify(input,
-                   [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
+    tellThenModify(input, [=](SceneObserver& observer) { observer.inputChanged(input, previous); });
 }
 
 void Scene::notifyInputRemoved(const IInput* input) {
@@ -81,9 +80,8 @@ void Scene::notifyOutputRemoved(const IOutput* output) {
 }
 
 void Scene::notifyInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
-    tellThenModify(input, [=](SceneObserver& observer) {
-        observer.inputConnected(input, before, after);
-    });
+    tellThenModify(input,
+                   [=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
 }
 
 } // namespace qv::kelvo_sdk::impl
