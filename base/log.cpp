@@ -3,10 +3,12 @@
 #include "base/string.h"
 #include "base/string_io.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
 #include <new>
+#include <string>
 
 namespace qv {
 
@@ -43,15 +45,22 @@ void deliver(LogLevel level, const char* message) {
         writeToStandardError(level, message);
 }
 
+// A name or the text of an exception may hold line breaks; a message is one line.
+void joinLines(char* text, u64 size) noexcept {
+    std::replace_if(
+        text, text + size, [](char c) { return c == '\n' || c == '\r'; }, ' ');
+}
+
 [[gnu::format(printf, 2, 0)]] void deliverLong(LogLevel level, const char* fmt, va_list args,
                                                const char* truncated) {
-    String message;
+    std::string message;
     try {
-        message = String::vformat(fmt, args);
+        message = String::vformat(fmt, args).view();
     } catch (const std::bad_alloc&) {
         return deliver(level, truncated);
     }
-    deliver(level, message.buf());
+    joinLines(message.data(), message.size());
+    deliver(level, message.c_str());
 }
 
 [[gnu::format(printf, 2, 0)]] void logMessage(LogLevel level, const char* fmt, va_list args) {
@@ -59,12 +68,14 @@ void deliver(LogLevel level, const char* message) {
     va_list again;
     va_copy(again, args);
     const int length = std::vsnprintf(message, sizeof message, fmt, args);
-    if (length < 0)
+    if (length < 0) {
         deliver(level, fmt); // text that the format cannot take: better raw than lost
-    else if (static_cast<u64>(length) < sizeof message)
+    } else if (static_cast<u64>(length) < sizeof message) {
+        joinLines(message, static_cast<u64>(length));
         deliver(level, message);
-    else
+    } else {
         deliverLong(level, fmt, again, message);
+    }
     va_end(again);
 }
 

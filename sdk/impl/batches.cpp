@@ -85,7 +85,7 @@ void Batches::tell(const interfaces::SceneChanges& changes) noexcept {
         try {
             observer->sceneChanged(changes);
         } catch (const std::exception& thrown) {
-            logError("An observer threw when it was told of an edit: %s", thrown.what());
+            logError("An observer threw when it was told of an edit: %s.", thrown.what());
         } catch (...) {
             logError("An observer threw when it was told of an edit.");
         }

@@ -279,7 +279,7 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
-    void sourceEnded(Output& output);
+    void sourceEnded(Output& output, bool isRecorded);
     void dropSource() noexcept;
     [[nodiscard]] bool mayLinkTo(const INode* node) const;
     void relinkStash(const INode& from, INode* to);

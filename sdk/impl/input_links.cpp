@@ -22,24 +22,34 @@ bool Input::takes(const Output& output) const noexcept {
     return dataType() == DataType::Null || dataType() == output.dataType();
 }
 
+namespace {
+
+// Returns the scene that a node stands in, null for none.
+Scene* homeOf(const INode& node) noexcept {
+    auto* scene = static_cast<Scene*>(static_cast<const Node&>(node).liveScene());
+    return scene && scene->contains(node) ? scene : nullptr;
+}
+
+} // namespace
+
 const char* barBetween(const INode* from, const INode* to) noexcept {
-    if (!from || !to || from == to || (!from->scene() && !to->scene())) return nullptr;
+    if (!from || !to || from == to) return nullptr;
     const bool isOut = static_cast<const Node*>(from)->hasLeft();
-    if (isOut != static_cast<const Node*>(to)->hasLeft())
-        return isOut ? "its node was removed from its scene"
-                     : "that node was removed from its scene";
-    const bool areApart = from->scene() && to->scene() && from->scene() != to->scene();
-    return areApart ? "the two nodes belong to different scenes" : nullptr;
+    const bool isToOut = static_cast<const Node*>(to)->hasLeft();
+    if (isOut == isToOut && from->scene() == to->scene()) return nullptr;
+    const Scene *home = homeOf(*from), *toHome = homeOf(*to);
+    if (home == toHome) return nullptr;
+    if (isOut) return "its node was removed from its scene";
+    if (isToOut) return "that node was removed from its scene";
+    return home && toHome ? "the two nodes belong to different scenes" : nullptr;
 }
 
 namespace {
 
 // Returns why an input of a node may not read an output; null when it may.
 const char* barTo(const Output& output, const INode* from) noexcept {
-    const auto* node = static_cast<const Node*>(output.node());
-    if (from && (!node || node->indexOf(&output) < 0))
-        return "that output was removed from its node";
-    return barBetween(from, node);
+    if (from && output.hasLeft()) return "that output was removed from its node";
+    return barBetween(from, output.node());
 }
 
 } // namespace
@@ -108,8 +118,8 @@ void Input::setSource(Output* output, u64 rank) {
 
 // The output ends its connections and has taken this input, its last target, off its list. Undo
 // could not bring back the output of a node that is in no scene.
-void Input::sourceEnded(Output& output) {
-    EditStep step(static_cast<const Node*>(output.node()));
+void Input::sourceEnded(Output& output, bool isRecorded) {
+    EditStep step(static_cast<const Node*>(isRecorded ? output.node() : nullptr));
     step.prepare<SourceChange>(*this, output, output.targetCount());
     m_extras->source = nullptr;
     step.commit();
@@ -122,16 +132,6 @@ void Input::dropSource() noexcept {
     dropHash();
     if (m_node) m_node->setDirty(true);
 }
-
-namespace {
-
-// Returns the scene that a node stands in, null for none.
-Scene* homeOf(const INode& node) {
-    auto* scene = static_cast<Scene*>(static_cast<const Node&>(node).liveScene());
-    return scene && scene->contains(node) ? scene : nullptr;
-}
-
-} // namespace
 
 // Keeps the place of the value that is kept aside, as `linkTo` does for the other.
 void Input::linkStash() {

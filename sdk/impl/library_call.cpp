@@ -8,7 +8,7 @@ namespace qv::kelvo_sdk::impl {
 void logThrown(const char* callback, const String& node, const char* what) noexcept {
     try {
         if (what)
-            logError("The %s callback of node '%s' threw: %s", callback, node.buf(), what);
+            logError("The %s callback of node '%s' threw: %s.", callback, node.buf(), what);
         else
             logError("The %s callback of node '%s' threw something that is no exception.", callback,
                      node.buf());

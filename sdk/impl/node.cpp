@@ -1,13 +1,12 @@
 // ---- Object and lifetime ---------------------------------------------------------------
 // A node starts with one reference and tells nobody that it exists. It holds a reference on its
 // inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
-// who read it or link to it were told; from then on nobody hears of it. The number of live nodes
-// changes last in construction, and before the members go in destruction.
+// who read it or link to it were told; from then on nobody hears of it. The number of live
+// nodes changes last in construction, and before the members go in destruction.
 
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/library_call.h"
 #include "sdk/impl/link_table.h"
 #include "sdk/impl/missing_icon.h"
 #include "sdk/impl/news_hold.h"
@@ -44,7 +43,8 @@ Node::~Node() {
         const std::lock_guard lock(m_observerMutex);
         m_observers.release();
     }
-    if (m_nodeFree) callLibrary("free", m_name, [this] { return m_nodeFree(this, &m_data); });
+    // One that throws ends the process: what it left half done cannot be mended here.
+    if (m_nodeFree) m_nodeFree(this, &m_data);
     if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
     // Every owner link goes before anything else does, so that no attribute reaches this node.
     for (IInput* input : m_inputs)

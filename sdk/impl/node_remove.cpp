@@ -4,6 +4,7 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/all_calls.h"
 #include "sdk/impl/departure.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
@@ -98,10 +99,12 @@ bool Node::removeFoundOutput(IOutput* output) {
     m_outputs.removeAll(output);
     step.commit();
     const Departure departing(*removed);
-    NewsHold news;
-    onOutputRemoved(output);
-    removed->disconnectTargets();
-    news.release();
+    removed->leaveList();
+    // Those who hear of the output can still see what reads it.
+    AllCalls calls;
+    calls.make([&] { onOutputRemoved(output); });
+    calls.make([&] { removed->disconnectTargets(false); });
+    calls.end();
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "sdk/impl/conversion.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
@@ -43,7 +44,18 @@ IOutput* Output::clone(INode* node) const {
 
 void Output::leaveOwner() noexcept {
     dropTargets();
-    m_node = nullptr;
+    clearNode();
+}
+
+// Undo goes from the last record to the first: each target finds those before it in place.
+void Output::leaveList() {
+    m_hasLeft = true;
+    EditStep step(static_cast<const Node*>(m_node));
+    if (!step.isRecording()) return;
+    for (u64 rank = m_targets.size(); rank-- > 0;) {
+        step.prepare<SourceChange>(*m_targets.at(rank), *this, rank);
+        step.commit();
+    }
 }
 
 String Output::typeName() const {
@@ -79,11 +91,11 @@ void Output::removeTarget(u64 slot) {
 }
 
 // Observers may connect again while they are told.
-void Output::disconnectTargets() {
+void Output::disconnectTargets(bool isRecorded) {
     if (m_targets.empty()) return;
     NewsHold news;
     while (Input* input = m_targets.takeLast())
-        input->sourceEnded(*this);
+        input->sourceEnded(*this, isRecorded);
     news.release();
 }
 

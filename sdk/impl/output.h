@@ -38,16 +38,26 @@ public:
     /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
     QV_EXPORT IOutput* clone(INode* node) const;
     /// For the owning node alone: the node is gone.
-    void clearNode() noexcept { m_node = nullptr; }
+    void clearNode() noexcept {
+        m_node = nullptr;
+        m_hasLeft = true;
+    }
+    /// For the owning node alone: the output is off its list. What ends by that comes back with it.
+    void leaveList();
+    /// Tells whether the output was taken off its node.
+    [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
     /// For recorded changes alone: the output comes back to a node that it knows, and its value is
     /// set and the one before given.
-    void entered(INode* node) noexcept { m_node = node; }
+    void entered(INode* node) noexcept {
+        m_node = node;
+        m_hasLeft = false;
+    }
     void exchangeValue(Value& other);
     /// For the owning node alone: the output left it, and everyone was told.
     void leaveOwner() noexcept;
 
     /// Ends every connection; then tells the nodes of the inputs.
-    void disconnectTargets();
+    void disconnectTargets(bool isRecorded = true);
     /// The same, unheard: the inputs' nodes are dirty afterwards.
     void dropTargets() noexcept;
 
@@ -110,6 +120,7 @@ private:
     AttrType m_type;
     DataType m_dataType = DataType::Null;
     bool m_isLeftOut = false;
+    bool m_hasLeft = false;
     INode* m_node;
     String m_name;
     u64 m_nameHash;

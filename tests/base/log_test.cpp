@@ -35,6 +35,15 @@ private:
 
 } // namespace
 
+TEST(Log, LineBreaksInWhatAMessageNames_BecomeBlanks) {
+    const Recorder recorder;
+    logError("Cannot use '%s'.", "a\nb\r");
+    logWarning("Cannot use '%s'.", (std::string(600, 'x') + "\ny").c_str());
+    ASSERT_EQ(recorder.lines.size(), 2u);
+    EXPECT_EQ(recorder.lines[0].second, "Cannot use 'a b '.");
+    EXPECT_EQ(recorder.lines[1].second, "Cannot use '" + std::string(600, 'x') + " y'.");
+}
+
 TEST(Log, Messages_ReachTheHandlerFormatted) {
     const Recorder recorder;
     logError("Input '%s' not found in '%s' node '%s'.", "a", "b", "c");

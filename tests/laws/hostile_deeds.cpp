@@ -94,7 +94,8 @@ const std::vector<Deed> kEdits = {
          const Scene scene = s.scene;
          if (scene) scene.removeNode(scene["b"]);
          if (scene && scene.undo()) scene.redo();
-     }},
+     },
+     false},
     {"cancelled scope",
      [](Stage& s) {
          const Scene scene = s.scene;

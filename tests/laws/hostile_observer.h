@@ -94,6 +94,9 @@ node thing "h" {
 struct Deed {
     const char* name;
     void (*run)(Stage&);
+    /// Whether undo leads back to what was before. What is done while a step is turned becomes a
+    /// part of it.
+    bool comesBack = true;
 };
 
 [[nodiscard]] const std::vector<Deed>& hostileEdits();

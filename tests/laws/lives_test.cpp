@@ -380,15 +380,6 @@ TEST_F(Lives, ObserverThatThrows_LeavesNoTieToARemovedInput) {
     EXPECT_EQ(node.inputCount(), 0u);
 }
 
-TEST_F(Lives, ModifiersAreAsked_WhateverObserversThrow) {
-    const Scene scene = m_scene;
-    Watcher watcher(scene);
-    const Node node = scene.createNode("thing", "a");
-    watcher.then = [] { throw std::runtime_error("no"); };
-    EXPECT_THROW(real(node, "r"), std::runtime_error);
-    EXPECT_EQ(node.inputCount(), 1u);
-}
-
 TEST_F(Lives, LinkBefore_LivesUntilAllAreTold) {
     m_scene.read("node thing \"old\" {\n}\nnode thing \"t\" {\n    Node x = old\n}\n", "t");
     struct Reader : BatchObserver {

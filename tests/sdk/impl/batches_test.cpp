@@ -151,7 +151,7 @@ TEST_P(BatchesTest, ObserverThatThrows_IsLogged) {
         const UndoScope scope(m_scene, "", "");
         m_in->setReal(1);
     }
-    EXPECT_EQ(log.text(), "error: An observer threw when it was told of an edit: no\n");
+    EXPECT_EQ(log.text(), "error: An observer threw when it was told of an edit: no.\n");
 }
 
 TEST_P(BatchesTest, ObserverThatUnsubscribed_HearsNothing) {

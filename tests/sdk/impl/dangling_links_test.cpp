@@ -17,17 +17,6 @@ TEST(DanglingLinks, DefaultOfARemovedNode_IsNotReset) {
     EXPECT_EQ(tests::textOf(scene).find("@default"), std::string::npos);
 }
 
-TEST(DanglingLinks, NodeOfASceneThatEnds_IsForgotten) {
-    const Scene scene = Scene::create();
-    const Input link = scene.createNode("t", "a").createInput("n", AttrType::Node);
-    {
-        const Scene other = Scene::create();
-        link.set(other.createNode("t", "b"));
-    }
-    EXPECT_TRUE(scene.verify().empty());
-    EXPECT_FALSE(link.asNode(false, nullptr));
-}
-
 TEST(DanglingLinks, DefaultOfARemovedNode_ComesBackWithIt) {
     const Scene scene = tests::sceneOf("node t \"a\" {\n Node n = null @default b\n}\n"
                                        "node t \"b\" {\n}\n");

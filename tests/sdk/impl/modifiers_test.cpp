@@ -163,7 +163,7 @@ TEST_F(SceneModifiers, OneThatThrows_IsLoggedAndTheNextAreCalled) {
         node->input("a")->setReal(50);
         throw std::runtime_error("worn out");
     });
-    EXPECT_EQ(log.text(), "error: The modify callback of node 'custom' threw: worn out\n");
+    EXPECT_EQ(log.text(), "error: The modify callback of node 'custom' threw: worn out.\n");
     EXPECT_EQ(m_scene.valueOf("n"), 50);
     EXPECT_FALSE(m_scene.get("n")->modifying());
     m_scene["n"]["modifiers"].append().set(m_scene["offset"]);

@@ -97,15 +97,6 @@ TEST_F(SceneClone, RemovingACopy_ClearsTheLinksToIt) {
     EXPECT_TRUE(link("m", "paints[0]"));
 }
 
-TEST_F(SceneClone, NodesOfOtherScenes_AreSharedByADeepCopy) {
-    const auto other = kelvo_sdk::Scene::create();
-    const auto foreign = other.createNode("paint", "foreign");
-    m_scene["m"].inputAt("paints[0]").set(foreign);
-    m_scene["m"].clone(true);
-    EXPECT_EQ(names(), "color box paint m m1");
-    EXPECT_EQ(link("m1", "paints[0]"), foreign);
-}
-
 TEST_F(SceneClone, SceneObserver_HearsOfCopiesThatAreTiedAlready) {
     struct Watcher : SceneObserver {
         void nodeAdded(INode* node) override {

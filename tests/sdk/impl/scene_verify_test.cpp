@@ -280,20 +280,41 @@ TEST_F(SceneVerify, ConnectionThatOnlyTheOutputKnows_IsTold) {
     EXPECT_EQ(faults(), "");
 }
 
-TEST_F(SceneVerify, ConnectionOutOfTheScene_IsTold) {
+TEST_F(SceneVerify, ConnectionToANodeOfNoScene_IsSound) {
     auto* outside = static_cast<Output*>(m_stranger.createOutput("light", AttrType::Rgba));
-    m_color->connect(outside);
-    EXPECT_EQ(faults(), "desk.color is connected to an output that no node of the scene has");
+    EXPECT_TRUE(m_color->connect(outside));
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(SceneVerify, ConnectionToAnotherScene_IsTold) {
+    const auto other = kelvo_sdk::Scene::create();
+    const auto far = other.createNode("light", "far");
+    auto* outside = static_cast<Output*>(far->createOutput("light", AttrType::Rgba));
+    Tamper::setSource(*m_color, outside);
+    EXPECT_NE(faults().find("desk.color is connected to an output that no node of the scene has"),
+              std::string::npos);
+    Tamper::setSource(*m_color, m_output);
 }
 
 // ---- Links -----------------------------------------------------------------------------------
 
-TEST_F(SceneVerify, LinkOutOfTheScene_IsTold) {
-    Node gone(nullptr, "light", "gone");
-    m_target->setNode(&gone);
-    EXPECT_EQ(faults(), "lamp.target links to a node that is not of the scene");
-    m_target->setNode(nullptr);
+TEST_F(SceneVerify, LinkToANodeOfNoScene_IsSoundAndEndsWithIt) {
+    {
+        Node gone(nullptr, "light", "gone");
+        m_target->setNode(&gone);
+        EXPECT_EQ(faults(), "");
+    }
+    EXPECT_EQ(m_target->value().asNode(), nullptr);
     EXPECT_EQ(faults(), "");
+}
+
+TEST_F(SceneVerify, LinkToAnotherScene_IsTold) {
+    const auto other = kelvo_sdk::Scene::create();
+    const auto far = other.createNode("light", "far");
+    Tamper::setValue(*m_target, far.get());
+    EXPECT_NE(faults().find("lamp.target links to a node that is not of the scene"),
+              std::string::npos);
+    Tamper::setValue(*m_target, &m_desk);
 }
 
 TEST_F(SceneVerify, LinkThatTheTableLacks_IsTold) {
@@ -360,10 +381,13 @@ TEST_F(SceneVerify, BrokenRing_EndsTheWalk) {
     EXPECT_EQ(faults(), "");
 }
 
-TEST_F(SceneVerify, LinkKeptAside_HasToStayInTheScene) {
-    Node gone(nullptr, "light", "gone");
-    m_target->setStashed(Value(static_cast<INode*>(&gone)));
-    EXPECT_EQ(faults(), "lamp.target keeps aside a link to a node that is not of the scene");
+TEST_F(SceneVerify, LinkKeptAside_EndsWithItsNode) {
+    {
+        Node gone(nullptr, "light", "gone");
+        m_target->setStashed(Value(static_cast<INode*>(&gone)));
+        EXPECT_EQ(faults(), "");
+    }
+    EXPECT_EQ(m_target->stashed()->asNode(), nullptr);
     m_target->setStashed(Value(static_cast<INode*>(&m_room)));
     EXPECT_EQ(faults(), "");
 }
