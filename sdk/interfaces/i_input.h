@@ -79,8 +79,8 @@ public:
     /// Sets the value from text: String inputs take it as it is, Node inputs look the name up in
     /// the scene (empty clears), other kinds read it.
     virtual bool setString(String value) = 0;
-    /// Links to a node, which is borrowed: the link ends with it. Refused, with a warning, for a node
-    /// that was removed or belongs to another scene; null clears.
+    /// Links to a node, which is borrowed: the link ends with it. Refused, with a warning, for a
+    /// node that was removed or belongs to another scene; null clears.
     virtual bool setNode(INode* node) = 0;
     /// Copies `value.count` elements in. An input that declares an element type takes only that.
     virtual bool setBuffer(BufferView value) = 0;
