@@ -48,7 +48,8 @@ public:
     /// Returns the output that this input is connected to, or null.
     [[nodiscard]] virtual IOutput* source() const = 0;
     /// Connects, in place of any earlier connection. Refused, with a warning, when the kinds do not
-    /// convert or a loop of connections would close; null disconnects.
+    /// convert, a loop of connections would close, or the output was removed or belongs to another
+    /// scene; null disconnects.
     virtual bool connect(IOutput* output) = 0;
     /// Returns whether there was a connection.
     virtual bool disconnect() = 0;
@@ -78,7 +79,8 @@ public:
     /// Sets the value from text: String inputs take it as it is, Node inputs look the name up in
     /// the scene (empty clears), other kinds read it.
     virtual bool setString(String value) = 0;
-    /// Links to a node, which is borrowed; null clears.
+    /// Links to a node, which is borrowed: the link ends with it. Refused, with a warning, for a
+    /// node that was removed or belongs to another scene; null clears.
     virtual bool setNode(INode* node) = 0;
     /// Copies `value.count` elements in. An input that declares an element type takes only that.
     virtual bool setBuffer(BufferView value) = 0;

@@ -129,8 +129,11 @@ public:
     /// - an input or output does not belong to the node, array or object that lists it, an element
     ///   miscounts itself, or an index by name leads astray;
     /// - the ends of a connection do not agree;
-    /// - a link leads out of the scene, or the list of those that link to its node lacks it, or has
+    /// - a link leads to another scene, or the list of those that link to its node lacks it, or has
     ///   it wrongly.
+    ///
+    /// A link or connection to a node that is in no scene, as one that is still to come in, is no
+    /// fault: it ends with the node.
     [[nodiscard]] virtual SceneFaults verify() const = 0;
 };
 

@@ -7,6 +7,7 @@ namespace qv::kelvo_sdk::interfaces {
 /// Callbacks by which a node library gives a type its behaviour. `data` is the node's user data,
 /// which they own: init and free write it, free must set it to null.
 using NodeInitFn = bool (*)(INode* node, void** data);
+/// Nothing in the library calls prep: a renderer does, by `nodePrep`, before it asks for outputs.
 using NodePrepFn = bool (*)(INode* node, void* data);
 /// Writes the value of the output asked for to `out`, an object of the output kind's C++ type.
 using NodeEvalFn = bool (*)(EvalCtx* ctx, void* out);
