@@ -1,5 +1,8 @@
 #include "sdk/impl/link_table.h"
 
+#include <cstddef>
+#include <new>
+
 namespace qv::kelvo_sdk::impl {
 
 class LinkTable::Lock {
@@ -17,16 +20,19 @@ private:
     const LinkTable& m_table;
 };
 
-// Neither ends: nodes of static storage may outlive anything else.
+// These never end, as nodes of static storage may outlive anything else. They take no memory until
+// something is added, as the end of any node looks into them.
 LinkTable& LinkTable::ofFreeNodes() noexcept {
     static std::mutex mutex;
-    static auto* const table = new LinkTable(mutex);
+    alignas(LinkTable) static std::byte room[sizeof(LinkTable)];
+    static auto* const table = new (room) LinkTable(mutex);
     return *table;
 }
 
 LinkTable& LinkTable::keptOfFreeNodes() noexcept {
     static std::mutex mutex;
-    static auto* const table = new LinkTable(mutex);
+    alignas(LinkTable) static std::byte room[sizeof(LinkTable)];
+    static auto* const table = new (room) LinkTable(mutex);
     return *table;
 }
 

@@ -126,9 +126,9 @@ class Git(MergeTest):
         text = (ROOT / "docs" / "git.md").read_text()
         for line in re.findall(r"^    (git config .*)$", text, re.MULTILINE):
             self.git(*shlex.split(line)[1:])
-        attributes = re.findall(r"^    (\*\.kns .*)$", text, re.MULTILINE)
+        attributes = re.findall(r"^    (printf .* >\.gitattributes)$", text, re.MULTILINE)
         self.assertEqual(len(attributes), 1)
-        (self.folder / ".gitattributes").write_text(attributes[0] + "\n")
+        subprocess.run(attributes[0], shell=True, check=True, cwd=self.folder)
         self.commit("Start")
 
     def git(self, *arguments, status=0):
