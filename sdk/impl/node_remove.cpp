@@ -10,13 +10,35 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_list.h"
-#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 
 #include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Removes all that a list holds, each with its own notification, before the next goes. What
+// observers throw comes out when all are gone. The rest stays without memory for a removal, when an
+// observer takes the node out of its scene, where undo finds it whole, and when one adds as many as
+// go.
+template<typename List, typename RemoveFirst, typename HasLeft>
+bool clearOneByOne(const List& list, const RemoveFirst& removeFirst, const HasLeft& hasLeft) {
+    AllCalls calls;
+    bool isRemoved = true;
+    for (u64 left = 2 * list.size(); left > 0 && isRemoved && !list.empty(); --left) {
+        const u64 count = list.size();
+        isRemoved = false;
+        calls.make([&] { isRemoved = removeFirst(); });
+        if (list.size() < count) isRemoved = true;
+        if (hasLeft()) break;
+    }
+    calls.end();
+    return list.empty();
+}
+
+} // namespace
 
 bool Node::removeInput(u64 index) {
     IInput* input = findInputByIndex(index);
@@ -35,12 +57,9 @@ bool Node::removeLastInput() {
 bool Node::clearInputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
-    NewsHold news;
-    while (!m_inputs.empty()) {
-        if (!removeInput(u64(0))) return false;
-    }
-    news.release();
-    return m_inputs.empty();
+    return clearOneByOne(
+        m_inputs, [this] { return removeInput(u64(0)); },
+        [this, before = m_scene] { return m_scene != before; });
 }
 
 bool Node::removeFoundInput(IInput* input) {
@@ -78,12 +97,9 @@ bool Node::removeLastOutput() {
 bool Node::clearOutputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
-    NewsHold news;
-    while (!m_outputs.empty()) {
-        if (!removeOutput(u64(0))) return false;
-    }
-    news.release();
-    return m_outputs.empty();
+    return clearOneByOne(
+        m_outputs, [this] { return removeOutput(u64(0)); },
+        [this, before = m_scene] { return m_scene != before; });
 }
 
 bool Node::removeFoundOutput(IOutput* output) {

@@ -28,14 +28,14 @@ String whyNothingComes(const Output& source) {
     return "'" + source.path() + "' has none, and its node no eval callback to produce one";
 }
 
-RefersTo<Input> holderOf(const Value& value) {
+RefersTo<IInput> holderOf(const Value& value) {
     AttrData description(value.type());
     description.value = value;
-    return RefersTo<Input>::adopt(new Input(nullptr, nullptr, "value", description));
+    return RefersTo<IInput>::adopt(new Input(nullptr, nullptr, "value", description));
 }
 
 // The value that comes through a connection; empty, with the end of a sentence, where none does.
-RefersTo<Input> valueThrough(const IInput& input, String& error) {
+RefersTo<IInput> valueThrough(const IInput& input, String& error) {
     auto& source = static_cast<Output&>(*input.source());
     const Value given = source.evaluate(nullptr);
     if (given.isNull()) {
@@ -61,15 +61,14 @@ bool isModified(const IInput& input) {
 
 Evaluation evaluate(const IInput& input) {
     String error;
-    const RefersTo<Input> value = valueThrough(input, error);
+    const RefersTo<IInput> value = valueThrough(input, error);
     return value ? Evaluation{true, shortValue(*value)} : Evaluation{false, error};
 }
 
 Evaluation evaluateWhole(const IInput& input) {
     String error;
     const String text = wholeValue(input, [&error](const IInput& held) {
-        return held.source() && error.isEmpty() ? RefersTo<IInput>(valueThrough(held, error).get())
-                                                : RefersTo<IInput>();
+        return held.source() && error.isEmpty() ? valueThrough(held, error) : RefersTo<IInput>();
     });
     return error.isEmpty() ? Evaluation{true, text} : Evaluation{false, error};
 }
@@ -96,8 +95,7 @@ bool isHidden(const IInput& input) {
 
 String storedValue(const IInput& input) {
     return wholeValue(input, [](const IInput& held) {
-        return isModified(held) ? RefersTo<IInput>(holderOf(*implOf(held).stashed()).get())
-                                : RefersTo<IInput>();
+        return isModified(held) ? holderOf(*implOf(held).stashed()) : RefersTo<IInput>();
     });
 }
 

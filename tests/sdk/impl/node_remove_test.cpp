@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -110,6 +111,42 @@ TEST_F(NodeRemove, All_FirstToLastEachWithItsNotification) {
     EXPECT_TRUE(m_node.clearOutputs());
     EXPECT_EQ(m_journal.take(), "->a ->b ->c");
     EXPECT_EQ(names(), ">");
+}
+
+TEST_F(NodeRemove, All_EachIsToldBeforeTheNextGoes) {
+    std::string seen;
+    m_scene->then = [&] { seen += names() + " "; };
+    EXPECT_TRUE(m_node.clearInputs());
+    EXPECT_TRUE(m_node.clearOutputs());
+    EXPECT_EQ(seen, "bc>abc c>abc >abc >bc >c > ");
+}
+
+TEST_F(NodeRemove, AllBeforeASceneThatThrows_GoAndTheFirstComesOut) {
+    int told = 0;
+    m_scene->then = [&] { throw ++told; };
+    for (const auto clear : {&Node::clearInputs, &Node::clearOutputs}) {
+        told = 0;
+        try {
+            (m_node.*clear)();
+            ADD_FAILURE() << "nothing came out";
+        } catch (int first) {
+            EXPECT_EQ(first, 1);
+        }
+        EXPECT_EQ(told, 3);
+    }
+    EXPECT_EQ(names(), ">");
+}
+
+TEST_F(NodeRemove, AllBeforeASceneThatAddsOneForEach_Ends) {
+    int added = 0;
+    m_scene->then = [&] {
+        const auto then = std::exchange(m_scene->then, nullptr);
+        m_node.createInput(String::format("more%d", ++added), AttrType::Real);
+        m_scene->then = then;
+    };
+    EXPECT_FALSE(m_node.clearInputs());
+    EXPECT_GE(added, 3);
+    EXPECT_EQ(m_node.inputCount(), 3u);
 }
 
 TEST_F(NodeRemove, AllOfNone_IsTrueAndSilent) {
