@@ -1,4 +1,4 @@
-// What the definition of a type says of its inputs: for a form, or to check before a value is set.
+// Prints what a type defines for its inputs: for a form, or to check a value before it is set.
 
 #include "sdk/kelvo.h"
 

@@ -72,8 +72,8 @@ public:
     [[nodiscard]] Node asNode(bool evaluate = true, EvalCtx* ctx = nullptr) const;
     bool reset() const { return get() && get()->reset(); }
 
-    // What the definition says. Values come as inputs of their own, to be read like any other; a
-    // node in one is borrowed.
+    // The definition of the input. Its values come as inputs of their own, to be read like any
+    // other; a node in one is borrowed.
 
     /// Returns the label in a language ("auto": the current one), else the name, in title case.
     [[nodiscard]] String label(String language = "auto") const {

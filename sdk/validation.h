@@ -56,7 +56,7 @@ struct Finding {
 
 using Findings = ds::Vector<Finding>;
 
-/// What a look through a scene needs from outside of it.
+/// Facts from outside of a scene that a look through it needs.
 struct ValidationOptions {
     /// Tells whether there is a file at a path that a node gives. Files are not looked for without
     /// it, as the library asks no file system.

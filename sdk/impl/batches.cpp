@@ -52,7 +52,7 @@ void Batches::inputConnected(const IInput* input, const IOutput* before, const I
     note([=](EditBatch& batch) { batch.inputConnected(input, before); });
 }
 
-// What observers edit meanwhile comes next. They may let go of the scene.
+// Edits that observers make meanwhile come next. Observers may let go of the scene.
 void Batches::deliver() noexcept {
     if (m_isDelivering || m_batch.empty()) return;
     const RefersTo<Scene> held(&m_scene);

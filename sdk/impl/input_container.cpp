@@ -46,8 +46,8 @@ IInput* Input::addMember(Input* member) {
     return addAndTell(RefersTo<Input>::adopt(member), members().size());
 }
 
-// Those who hear of the member may take it away, or the whole node: then there is none. What they
-// do belongs to the step, whose end is told too.
+// Observers of the member may take it away, or the whole node: then there is none. Their edits
+// belong to the step, whose end is told too.
 IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     const RefersTo<Input> self(this);
     const RefersTo<Node> node(m_node);

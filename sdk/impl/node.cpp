@@ -43,7 +43,7 @@ Node::~Node() {
         const std::lock_guard lock(m_observerMutex);
         m_observers.release();
     }
-    // One that throws ends the process: what it left half done cannot be mended here.
+    // A callback that throws ends the process: nobody could mend here what it left half done.
     if (m_nodeFree) m_nodeFree(this, &m_data);
     if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
     // Every owner link goes before anything else does, so that no attribute reaches this node.
@@ -101,7 +101,7 @@ void Node::endReferences() noexcept {
     }
 }
 
-// What came meanwhile, or refers to a node that is not counted, ends unheard.
+// References that came meanwhile, or lead to a node that is not counted, end unheard.
 void Node::dropReferences() noexcept {
     for (IOutput* output : m_outputs)
         static_cast<Output*>(output)->dropTargets();

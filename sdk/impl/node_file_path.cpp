@@ -75,7 +75,7 @@ bool Node::setPath(String dir, String file, String ext) {
         scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
                           String::format("%s = %s", shown.buf(), oldName.buf()));
     };
-    // What a node that left takes would not come back with it.
+    // A node that left its scene is not edited: undo would bring it back without the edit.
     const auto isThere = [&] { return liveScene() == scene.get() && (!scene || !m_hasLeft); };
     bool done = false;
     try {

@@ -154,7 +154,7 @@ IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
         if (!current) break;
     }
     if (!growing) return current;
-    // Those who hear of the elements may take them away, or the whole node.
+    // Observers of the elements may take them away, or the whole node.
     const RefersTo<Node> self(this);
     const RefersTo<IInput> held(current);
     growing->news.release();

@@ -48,7 +48,7 @@ private:
     RefersTo<IOutput> m_after;
 };
 
-// What is told when the change around it is complete.
+// A change of a value that is told when the change around it is complete.
 class ChangeToTell {
 public:
     ChangeToTell(Node* node, const IInput* input, const AttrData* previous)

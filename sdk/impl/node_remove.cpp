@@ -116,7 +116,7 @@ bool Node::removeFoundOutput(IOutput* output) {
     step.commit();
     const Departure departing(*removed);
     removed->leaveList();
-    // Those who hear of the output can still see what reads it.
+    // Observers of the removal can still see what reads the output.
     AllCalls calls;
     calls.make([&] { onOutputRemoved(output); });
     calls.make([&] { removed->disconnectTargets(false); });

@@ -72,7 +72,7 @@ private:
     std::vector<RefersTo<Node>> m_nodes;
     std::vector<Input*> m_inputs;
     std::vector<Output*> m_outputs;
-    // What libraries may remove when they initialise nodes: kept until links and connections are
+    // Libraries may remove these when they initialise nodes; held until links and connections are
     // made.
     std::vector<RefersTo<INode>> m_heldNodes;
     std::vector<RefersTo<interfaces::IInput>> m_heldInputs;

@@ -21,8 +21,8 @@ DocNames targetsOf(const DocNode* node) {
 
 } // namespace
 
-// What stays keeps what led to it: the side that removed it gets the links and connections back
-// that it lost by this, before the two are compared.
+// A node that stays keeps all that led to it: the side that removed it gets back the links and
+// connections that it lost by this, before the two are compared.
 void SceneMerger::settleRemovals(const Sides& sides) {
     const DocNames removed = removedNames(sides.removingNodes);
     if (removed.empty()) return;
@@ -56,7 +56,7 @@ DocNames SceneMerger::removedNames(const NodePlaces& nodes) {
     return names;
 }
 
-// What a side lost by removing other things is no change of its own.
+// A loss that only follows from a removal is no change of its own.
 void SceneMerger::claimChanged(const Sides& sides, const DocNames& removed) {
     const DocNames own = removedNames(sides.havingNodes);
     LinkRestorer restorer(own, own, m_made);

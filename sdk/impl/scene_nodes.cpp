@@ -81,7 +81,7 @@ INode* Scene::createNode(String type, String name) {
     const RefersTo<Scene> self(this);
     RefersTo<Node> node;
     {
-        // What the library does when it makes the node belongs to the same step.
+        // Edits of the library while it makes the node belong to the same step.
         const EditStep step(*this);
         node = makeNode(definition, std::move(type), name);
         addNode(node.get());

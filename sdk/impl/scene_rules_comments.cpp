@@ -1,5 +1,5 @@
 // ---- Comments ------------------------------------------------------------------------------
-// What a merge left to settle: it says so in comments, and the scene reads all the same.
+// A merge leaves its conflicts in comments, so that the scene reads all the same.
 
 #include "sdk/impl/scene_rules.h"
 

@@ -17,7 +17,7 @@ using kelvo_sdk::Node;
 using kelvo_sdk::Output;
 using kelvo_sdk::Scene;
 
-/// What edits and misdeeds have at hand. The scene may be let go of by a misdeed.
+/// The scene and its parts that edits and misdeeds use. A misdeed may let go of the scene.
 struct Stage {
     static constexpr const char* text = R"(kelvo scene 1
 

@@ -1,4 +1,4 @@
-// What ends is told of while it lives, and nothing is looked at after its end: one case for each
+// An object is told of while it lives, and nobody looks at it after its end: one case for each
 // fault that was found.
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/node.h"

@@ -1,4 +1,4 @@
-// What the handle tells of the definition of an input.
+// The handle tells the definition of an input.
 
 #include "sdk/kelvo.h"
 

@@ -8,7 +8,7 @@
 
 namespace qv::tests {
 
-/// What a merge of three scene texts gave.
+/// The outcome of a merge of three scene texts.
 struct Merged {
     bool isMade = false;
     std::string text;

@@ -1,4 +1,4 @@
-// What several threads may do with one scene that nobody edits: read, evaluate, write, present.
+// Several threads may read, evaluate, write and present one scene that nobody edits.
 
 #include "sdk/eval_ctx.h"
 #include "sdk/impl/input.h"

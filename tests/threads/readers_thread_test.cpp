@@ -1,5 +1,5 @@
-// What several threads may do with scenes at a time, as docs/threads.md has it: read one that
-// nobody edits, without evaluation, and do anything with different ones.
+// Several threads may read one scene that nobody edits, and do anything with different ones, as
+// docs/threads.md has it.
 
 #include "sdk/kelvo.h"
 #include "sdk/validation.h"

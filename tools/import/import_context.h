@@ -26,7 +26,7 @@ struct ImportContext {
     Scene scene;
     Report& report;
     const ImportOptions& options;
-    /// What the model has.
+    /// Up axis and unit of the model.
     Space space;
     Names names;
     TextureFiles textureFiles;

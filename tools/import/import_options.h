@@ -4,13 +4,13 @@
 
 namespace qv::model_import {
 
-/// What the paths of texture files in a scene start from.
+/// The start of the paths of texture files in a scene.
 enum class TexturePaths {
     /// The folder of the scene, where the model gives a path relative to itself.
     Relative,
     /// The root of the file system.
     Absolute,
-    /// Whatever the model means: they stay as it has them.
+    /// Paths stay as the model has them.
     AsInModel,
 };
 
@@ -22,16 +22,16 @@ struct Space {
     double metersPerUnit = 0.0;
 };
 
-/// What an import does beside carrying things over.
+/// Choices of an import beside carrying things over.
 struct ImportOptions {
     /// Where the scene is going to be saved; empty for the current folder.
     String sceneFolder;
     TexturePaths texturePaths = TexturePaths::Relative;
     /// Whether corners whose values are the same bits share a vertex, in meshes that share none.
     bool joinVertices = true;
-    /// What the model has; counts more than what its file says.
+    /// Up axis and unit of the model; these count more than what its file says.
     Space model;
-    /// What the scene is to have; what is not given here stays as in the model.
+    /// Up axis and unit that the scene is to have; where one is not given it stays as in the model.
     Space scene;
 };
 

@@ -24,7 +24,7 @@ bool isModel(const String& file) {
                                [&](const char* ending) { return file.endsWith(ending, true); });
 }
 
-// What a text says first, behind comments and the mark that some editors put in front.
+// Returns a text from its first word on, behind comments and the mark that some editors put first.
 std::string_view firstWords(std::string_view text) {
     if (text.starts_with("\xef\xbb\xbf")) text.remove_prefix(3);
     for (;;) {

@@ -57,7 +57,7 @@ String noSuchOutput(const Node& node, const String& name) {
     return start + whatItHas(outputs);
 }
 
-/// What a path leads to: one of the two.
+/// The target of a path: one of the two.
 struct Target {
     kelvo_sdk::interfaces::IOutput* output = nullptr;
     Input input;

@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_tool {
 
-/// What an evaluation gives.
+/// The outcome of an evaluation.
 struct Evaluation {
     bool hasValue = false;
     /// The value, or, as the end of a sentence, why there is none.

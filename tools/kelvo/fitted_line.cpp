@@ -12,7 +12,7 @@ namespace {
 // Less of a value tells too little of it.
 constexpr u64 leastValue = 12;
 constexpr u64 furtherIn = 4;
-// What stands so far in goes on below itself: it is a column of its own.
+// A piece that stands so far in goes on below itself: it is a column of its own.
 constexpr u64 columnIndent = 16;
 
 std::string_view startOf(Tone tone) {

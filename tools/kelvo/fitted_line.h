@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_tool {
 
-/// What a piece of output is, which decides its colour, and what is shortened first.
+/// The kind of a piece of output, which decides its colour, and which is shortened first.
 enum class Tone { Plain, Name, Kind, Value, Note, Error, Warning };
 
 struct LinePiece {

@@ -89,7 +89,7 @@ Status told(Status status, const String& error) {
     return status;
 }
 
-/// What the options ask for, understood.
+/// The options of the command, understood.
 struct Wish {
     Format format{};
     EdgeSorts sorts{};

@@ -107,7 +107,7 @@ bool NewFile::makeName(const Make& make) {
     return true;
 }
 
-// What another command writes stays, for it to take its place.
+// A file that another command is writing stays, for that command to put in its place.
 bool NewFile::removeLeftover() const {
     const Descriptor found(::open(m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (found.isOpen() && isBeingWritten(found)) {

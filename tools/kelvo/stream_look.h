@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_tool {
 
-/// What a stream of this process can show.
+/// The abilities of a stream of this process to show text.
 struct StreamLook {
     /// Columns of a line on a terminal; 0 for a file or another program, which get lines whole.
     u64 width = 0;

@@ -1,4 +1,4 @@
-// What one side of a merge removed and the other changed: the node, and all that leads to it.
+// Nodes that one side of a merge removed and the other changed, and all that leads to them.
 
 #include "sdk/scene_diff.h"
 
