@@ -113,13 +113,15 @@ inline std::error_code replace(const fs::path& target, const fs::file_status& ol
 ///
 /// A program that is killed meanwhile may leave one file ".kelvo-" and six letters beside it.
 [[nodiscard]] inline std::error_code writeText(std::filesystem::path file, std::string_view text) {
-    if (const std::error_code failure = followLinks(file)) return failure;
     std::error_code unknown;
     const std::filesystem::file_status old = std::filesystem::status(file, unknown);
-    if (!std::filesystem::exists(old) || std::filesystem::is_regular_file(old))
-        return detail::replace(file, old, text);
-    detail::Stream opened = detail::open(file, "wb");
-    return opened ? detail::writeAll(std::move(opened), text) : detail::lastError();
+    // A link such as /dev/stdout may name a pipe by no path that leads there.
+    if (std::filesystem::exists(old) && !std::filesystem::is_regular_file(old)) {
+        detail::Stream opened = detail::open(file, "wb");
+        return opened ? detail::writeAll(std::move(opened), text) : detail::lastError();
+    }
+    if (const std::error_code failure = followLinks(file)) return failure;
+    return detail::replace(file, old, text);
 }
 
 } // namespace qv::kelvo_files

@@ -10,6 +10,7 @@
 #include <string>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace qv::kelvo_files {
 namespace {
@@ -70,6 +71,17 @@ TEST_F(TextFile, Devices_AreWrittenTo) {
     EXPECT_FALSE(writeText("/dev/null", "x"));
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
     EXPECT_EQ(writeText("/dev/full", "x"), std::errc::no_space_on_device);
+}
+
+TEST_F(TextFile, LinkToAPipe_IsWrittenThrough) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    EXPECT_FALSE(writeText("/proc/self/fd/" + std::to_string(ends[1]), "x"));
+    char read = 0;
+    EXPECT_EQ(::read(ends[0], &read, 1), 1);
+    EXPECT_EQ(read, 'x');
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 // Lets files grow no longer than that while it lives.

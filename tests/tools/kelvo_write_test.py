@@ -156,6 +156,10 @@ class Replacing(ToolTest):
         self.expect(1, "set", "a.kns", "lamp.radius=1", "-o", "/dev/full",
                     error="kelvo: cannot write '/dev/full': No space left on device\n")
 
+    def test_a_link_to_a_pipe_is_written_through(self):
+        text = self.expect(0, "set", "a.kns", "lamp.radius=1", "-o", "/dev/stdout")
+        self.assertEqual(text, SCENE.replace("radius = 0.5", "radius = 1"))
+
 
 class Import(ToolTest):
     CUBE = "o cube\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"

@@ -98,16 +98,16 @@ bool writeAll(int descriptor, std::string_view text) noexcept {
 
 bool writeFile(const String& path, std::string_view text, String& error) {
     fs::path target(path.view());
+    struct stat info {};
+    const bool exists = ::stat(target.c_str(), &info) == 0;
+    // A link such as /dev/stdout may name a pipe by no path that leads there.
+    if (exists && !S_ISREG(info.st_mode))
+        return writeInto(target, text) || fail("write", path, error);
     if (const std::error_code failure = kelvo_files::followLinks(target)) {
         errno = failure.value();
         return fail("write", path, error);
     }
-    struct stat info {};
-    const bool exists = ::stat(target.c_str(), &info) == 0;
-    const bool done = exists && !S_ISREG(info.st_mode)
-                          ? writeInto(target, text)
-                          : replaceFile(target, exists ? &info : nullptr, text);
-    return done || fail("write", path, error);
+    return replaceFile(target, exists ? &info : nullptr, text) || fail("write", path, error);
 }
 
 } // namespace qv::kelvo_tool
