@@ -34,7 +34,8 @@ public:
 
         static void* operator new[](std::size_t bytes) { return ::operator new[](bytes); }
         /// An array of 0 elements in cell `index` of a run; `bytes` stand in front of it.
-        static void* operator new[](std::size_t bytes, EmptyArrays& run, u64 index) noexcept {
+        [[gnu::returns_nonnull]] static void* operator new[](std::size_t bytes, EmptyArrays& run,
+                                                             u64 index) {
             return static_cast<unsigned char*>(run.array(index)) - bytes;
         }
         // The run is told by the map that lets go of a cell.

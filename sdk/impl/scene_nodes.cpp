@@ -141,7 +141,7 @@ void Scene::enter(Node& node) {
 }
 
 void Scene::tellAdded(Node& node) {
-    if (m_observers.empty() && !modifierListOf(node)) return;
+    if (!hasObservers() && !modifierListOf(node)) return;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(&node);
     if (NewsHold* hold = NewsHold::current()) return hold->add([=] { self->tellAdded(*held); });
