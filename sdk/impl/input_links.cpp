@@ -34,9 +34,9 @@ Scene* homeOf(const INode& node) noexcept {
 
 const char* barBetween(const INode* from, const INode* to) noexcept {
     if (!from || !to || from == to) return nullptr;
-    const bool isOut = static_cast<const Node*>(from)->hasLeft();
-    const bool isToOut = static_cast<const Node*>(to)->hasLeft();
-    if (isOut == isToOut && from->scene() == to->scene()) return nullptr;
+    const auto &node = static_cast<const Node&>(*from), &target = static_cast<const Node&>(*to);
+    const bool isOut = node.hasLeft(), isToOut = target.hasLeft();
+    if (isOut == isToOut && node.liveScene() == target.liveScene()) return nullptr;
     const Scene *home = homeOf(*from), *toHome = homeOf(*to);
     if (home == toHome) return nullptr;
     if (isOut) return "its node was removed from its scene";

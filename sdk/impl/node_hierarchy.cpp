@@ -149,7 +149,8 @@ i64 Node::indexIn(INode* parent) const {
 bool Node::parentTo(INode* parent) {
     if (indexIn(parent) != -1) return false;
     // Who hears of the element may remove it, or either node.
-    const RefersTo<INode> self(this), heldParent(parent);
+    const bool isHeld = static_cast<const Node*>(parent)->mayCallBack();
+    const RefersTo<INode> self(isHeld ? this : nullptr), heldParent(isHeld ? parent : nullptr);
     const EditStep step(static_cast<const Node*>(parent));
     IInput* element = parent->input(knownNames().children)->appendElement();
     return element && element->setNode(this);
