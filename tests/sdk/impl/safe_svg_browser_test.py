@@ -18,7 +18,7 @@ ELEMENTS = """svg g path rect circle ellipse line polyline polygon title desc de
 linearGradient radialGradient""".split()
 # Texts that mean something to XML, to HTML, or to one of the two alone.
 PIECES = """<g> </g> <g/> <svg> </svg> <title> </title> <title/> <desc> </desc> <text> </text>
-<path/> <!-- --> <!--> <!---> --!> <![CDATA[ ]]> <?a ?> <!DOCTYPE&#32;html> &lt; &#60; &amp; a > -
+<path/> <!-- --> <!--> <!---> --!> <![CDATA[ ]]> <?a ?> &lt; &#60; &amp; a > -
 = " ' / <script> </script> <SCRIPT> <style> </style> <p> </p> <br> <math> <mi> </math> <foreignObject>
 <body> <table> <select> <template> <noscript> </noscript> <plaintext> <xmp> <textarea> <iframe>
 <linearGradient> </linearGradient> <lineargradient/> <a> <use/> <image/> <set/> <animate/> <font>
