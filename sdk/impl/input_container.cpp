@@ -65,13 +65,27 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     return isThere && !node->isLastReference() ? member.get() : nullptr;
 }
 
+// Tells whether something may come, go or move in here, and logs why not.
+bool Input::mayHoldOthers() const {
+    if (!isReadOnly()) return true;
+    logWarning("Cannot change input '%s': it is read-only.", path().buf());
+    return false;
+}
+
 IInput* Input::createInput(String name, AttrType type) {
-    return createInput(std::move(name), AttrData(type));
+    return createChecked(std::move(name), AttrData(type));
 }
 
 IInput* Input::createArray(String name, AttrType elementType) {
     AttrData definition(AttrType::Array);
     definition.elementType = elementType;
+    return createChecked(std::move(name), std::move(definition));
+}
+
+// To ask for one that is there is no change.
+IInput* Input::createChecked(String name, AttrData definition) {
+    const bool isNew = (isArray() || isObject()) && !lookUpInput(name);
+    if (isNew && !mayHoldOthers()) return nullptr;
     return createInput(std::move(name), std::move(definition));
 }
 
@@ -118,23 +132,25 @@ IInput* Input::createMember(String name, AttrData definition) {
 IInput* Input::addElement(u64 index, AttrType elementElementType) {
     auto element = RefersTo<Input>::adopt(
         new Input(m_node, this, String(), elementType(), elementElementType));
-    element->m_dataType = m_dataType;
+    element->setDeclaredType(declaredType());
     element->m_silent = m_silent;
     return addAndTell(element, index);
 }
 
 IInput* Input::appendElement() {
-    return isArray() ? addElement(members().size(), AttrType::Null) : nullptr;
+    if (!isArray() || !mayHoldOthers()) return nullptr;
+    return addElement(members().size(), AttrType::Null);
 }
 
 IInput* Input::insertElement(u64 index) {
-    if (!isArray() || index > members().size()) return nullptr;
+    if (!isArray() || index > members().size() || !mayHoldOthers()) return nullptr;
     return addElement(index, AttrType::Null);
 }
 
 bool Input::moveElement(u64 from, u64 to) {
     if (!isArray() || from >= members().size() || to >= members().size()) return false;
     if (from == to) return true;
+    if (!mayHoldOthers()) return false;
     EditStep step(m_node);
     step.prepare<ElementMove>(*this, from, to);
     step.commit();
@@ -219,20 +235,21 @@ IInput* Input::lookUpInput(const String& name) const noexcept {
 
 bool Input::removeInput(u64 index) {
     IInput* member = input(index);
-    return member && removeFound(member);
+    return member && mayHoldOthers() && removeFound(member);
 }
 
 bool Input::removeInput(String name) {
     IInput* member = input(std::move(name));
-    return member && removeFound(member);
+    return member && mayHoldOthers() && removeFound(member);
 }
 
 bool Input::removeLastInput() {
-    return !members().empty() && removeFound(members().back());
+    return !members().empty() && mayHoldOthers() && removeFound(members().back());
 }
 
 // Last to first, so that what is left keeps its names.
 bool Input::clearInputs() {
+    if (!members().empty() && !mayHoldOthers()) return false;
     const RefersTo<Input> self(this);
     const EditStep step(m_node);
     NewsHold news;

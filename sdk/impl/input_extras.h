@@ -18,6 +18,13 @@ struct Stash {
     Link link;
 };
 
+/// Kinds from far outside their enumerations, as they were given.
+struct FarKinds {
+    AttrType type = AttrType::Null;
+    AttrType elementType = AttrType::Null;
+    DataType dataType = DataType::Null;
+};
+
 /// What few inputs have, kept out of all the others.
 struct InputExtras {
     RefersTo<AttrDetails> details;
@@ -29,6 +36,7 @@ struct InputExtras {
     std::unique_ptr<Stash> stash;
     /// Of the list that this input is the first of.
     std::unique_ptr<NameIndex> listIndex;
+    std::unique_ptr<FarKinds> farKinds;
 };
 
 inline constinit const ds::Vector<interfaces::IInput*> noInputs;

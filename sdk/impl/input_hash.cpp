@@ -44,7 +44,7 @@ u64 Input::computeHash(const StringVector& skip, bool& lasting) const {
     }
     if (type() != AttrType::Array && type() != AttrType::Object) return m_value.hash();
     if (members().empty()) return 0;
-    u64 hash = hashMix(static_cast<u64>(m_type), members().size());
+    u64 hash = hashMix(static_cast<u64>(type()), members().size());
     for (const IInput* input : members()) {
         const auto* member = static_cast<const Input*>(input);
         if (isObject()) hash = hashMix(hash, member->m_name.hash());

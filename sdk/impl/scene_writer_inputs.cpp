@@ -20,13 +20,18 @@ AttrType knownType(AttrType type) noexcept {
     return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
 }
 
+DataType knownType(DataType type) noexcept {
+    return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
+}
+
 void writeDataType(DataType type, StringIO& out) {
     if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
 }
 
 // The element type of the buffer that an input holds.
 DataType heldType(const Input& input) noexcept {
-    return input.type() == AttrType::Buffer ? input.ownValue().asBuffer().type() : DataType::Null;
+    if (input.type() != AttrType::Buffer) return DataType::Null;
+    return knownType(input.ownValue().asBuffer().type());
 }
 
 // Tells whether an input has other notes than its definition, and no description that says so.
@@ -193,13 +198,14 @@ void SceneWriter::writeNotes(const Input& input, const Comments* comments, bool 
     const bool areKnown = definition && !isOwn && haveSameNotes(input, *definition);
     const auto* holder = static_cast<const Input*>(input.parent());
     const bool isElement = holder && holder->type() == AttrType::Array;
-    if (!areKnown && input.declaredType() != DataType::Null && !isElement)
-        m_out.append(" @type ").append(dataTypeName(input.declaredType()));
+    const DataType declared = knownType(input.declaredType());
+    if (!areKnown && declared != DataType::Null && !isElement)
+        m_out.append(" @type ").append(dataTypeName(declared));
     const Value* stashed = input.isModified() ? nullptr : input.stashed();
     if (stashed) writeNoteValue(" @stashed ", *stashed, input);
     if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
         m_out.append(input.isSilent() ? " @silent" : " @announced");
-    if (!areKnown && input.isReadOnly()) m_out.append(" @readonly");
+    if (!areKnown && input.hasReadOnlyMark()) m_out.append(" @readonly");
     const AttrDetails* details = input.details();
     if (isUnchecked(input, comments)) m_out.append(" @unchecked");
     if (isAgain) m_out.append(" @again");
@@ -233,7 +239,7 @@ void SceneWriter::writeNoteValue(std::string_view note, const Value& value, cons
     if (value.isNull()) return;
     m_out.append(note);
     const bool isBuffer = value.type() == AttrType::Buffer;
-    const DataType held = isBuffer ? value.asBuffer().type() : DataType::Null;
+    const DataType held = isBuffer ? knownType(value.asBuffer().type()) : DataType::Null;
     if (value.type() != input.type() || held != heldType(input)) {
         m_out.append(attrTypeName(value.type()));
         writeDataType(held, m_out);
