@@ -68,6 +68,8 @@ public:
     [[nodiscard]] IScene* scene() const override;
     /// Returns the scene of a node that lives; null in its destructor, when the scene may be gone.
     [[nodiscard]] IScene* liveScene() const noexcept { return m_destroying ? nullptr : m_scene; }
+    /// Tells whether the node is in its destructor, where nobody may keep it any more.
+    [[nodiscard]] bool isEnding() const noexcept { return m_destroying; }
     /// Tells whether the caller's is the only reference.
     [[nodiscard]] bool isLastReference() const noexcept { return m_refCount.load() == 1; }
     /// Tells whether the node was in a scene that it is out of now.
