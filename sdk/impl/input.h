@@ -297,6 +297,8 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
+    /// Returns the node in whose scene what `other` does here is recorded; null: nowhere.
+    [[nodiscard]] const Node* recorder(const INode* other) const;
     void sourceEnded(Output& output, bool isRecorded);
     void dropSource() noexcept;
     [[nodiscard]] bool mayLinkTo(const INode* node) const;

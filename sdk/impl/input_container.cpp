@@ -49,18 +49,20 @@ IInput* Input::addMember(Input* member) {
 // Observers of the member may take it away, or the whole node: then there is none. Their edits
 // belong to the step, whose end is told too.
 IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
-    const RefersTo<Input> self(this);
-    const RefersTo<Node> node(m_node);
+    const bool isHeld = m_node && m_node->mayCallBack();
+    const RefersTo<Input> self(isHeld ? this : nullptr);
+    const RefersTo<Node> node(isHeld ? m_node : nullptr);
     {
         EditStep step(m_node);
         step.prepare<InputListChange>(*member, m_node, this, index, true);
         putMember(member.get(), index);
         member->incRef();
         step.commit();
-        if (node) node->onInputAdded(member.get());
+        if (m_node) m_node->onInputAdded(member.get());
     }
+    if (!isHeld) return member.get();
     const bool isThere = member->m_parent == this && m_node == node.get();
-    return isThere && !(node && node->isLastReference()) ? member.get() : nullptr;
+    return isThere && !node->isLastReference() ? member.get() : nullptr;
 }
 
 // Tells whether something may come, go or move in here, and logs why not.

@@ -172,7 +172,7 @@ bool Scene::removeNode(INode* node) {
     NewsHold news;
     clearReferences(*held);
     if (auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false))
-        change->takeComments(m_comments);
+        change->takeAlong(m_comments);
     takeOut(*held);
     step.commit();
     AllCalls calls;

@@ -44,10 +44,11 @@ bool lacksNotes(const Input& input, const Input& definition) noexcept {
 bool isUnchecked(const Input& input, const Comments* comments) {
     using Unchecked = Comments::Unchecked;
     const Unchecked read = comments ? comments->unchecked : Unchecked::Open;
+    const AttrDetails* limits = input.details();
+    if (limits ? read == Unchecked::Unsaid : read != Unchecked::Said) return false;
     const Value& value = input.ownValue();
     if (value.isNull() || input.type() == AttrType::Node) return false;
-    if (!input.details()) return read == Unchecked::Said;
-    return read != Unchecked::Unsaid && !input.details()->accepts(value);
+    return !limits || !limits->accepts(value);
 }
 
 } // namespace

@@ -22,15 +22,20 @@ struct CheckedFile {
     /// Counts what is left, whether told or not.
     [[nodiscard]] u64 count(kelvo_sdk::Severity severity) const noexcept;
     [[nodiscard]] u64 errorCount() const noexcept;
+    [[nodiscard]] bool passes(bool isStrict) const noexcept {
+        return isRead() && kelvo_sdk::passes(left, isStrict);
+    }
 };
 
 /// What a check found in all files; less severe findings than `least` are left out of reports.
 struct CheckReport {
     std::vector<CheckedFile> files;
     kelvo_sdk::Severity least = kelvo_sdk::Severity::Warning;
+    /// Warnings are faults, and so is what could not be checked.
+    bool isStrict = false;
 
     [[nodiscard]] bool tells(const kelvo_sdk::Finding& finding) const noexcept {
-        return finding.rule->severity >= least;
+        return finding.rule->severity >= least || (isStrict && finding.rule->isUnchecked);
     }
 };
 

@@ -88,6 +88,14 @@ const Move kMoves[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Table, InputContainerMove, testing::ValuesIn(kMoves));
 
+TEST_F(InputContainer, HasInput_ByIndex_EndsAtTheCount) {
+    IInput& arr = array(AttrType::Int);
+    arr.appendElement();
+    arr.appendElement();
+    EXPECT_TRUE(arr.hasInput(u64(1), AttrType::Null));
+    EXPECT_FALSE(arr.hasInput(u64(2), AttrType::Null));
+}
+
 TEST_F(InputContainer, Element_IsFoundByItsDecimalIndexAlone) {
     IInput& arr = array(AttrType::Int);
     fill(arr, 11);

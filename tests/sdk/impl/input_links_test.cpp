@@ -158,6 +158,26 @@ TEST_F(InputLinks, RemovedOutput_LeavesTheInputsAndTellsTheirNodes) {
     EXPECT_EQ(recorder.heard().size(), 2u);
 }
 
+// Notes where the output was that a connection came from.
+struct SourceNoter : SceneObserver {
+    void inputConnected(const IInput*, const IOutput* before, const IOutput*) override {
+        node = before->node();
+        path = before->path();
+    }
+    INode* node = nullptr;
+    String path;
+};
+
+TEST_F(InputLinks, RemovedOutput_IsToldWithItsNodeAndPath) {
+    SourceNoter noter;
+    in(m_b)->connect(out(m_a));
+    m_scene->subscribe(&noter);
+    m_a->removeOutput(String("out"));
+    m_scene->unsubscribe(&noter);
+    EXPECT_EQ(noter.node, m_a);
+    EXPECT_EQ(noter.path, m_a->name() + ".out");
+}
+
 TEST_F(InputLinks, DyingSourceNode_EndsTheConnection) {
     const auto source = RefersTo<Node>::adopt(new Node(nullptr, "op", "free"));
     source->createOutput("out", AttrType::Real);
@@ -206,6 +226,19 @@ TEST_F(InputLinks, Read_ConvertsTheSourceToTheInputsKind) {
     EXPECT_EQ(value, 3);
     source->setValue(2.5);
     EXPECT_FALSE(whole->readInt(value, true, nullptr));
+    EXPECT_EQ(value, 3);
+}
+
+TEST_F(InputLinks, Read_OfAKindBeyondTheInputs_GoesThroughTheInputsKind) {
+    IInput* whole = m_b->createInput("whole", AttrType::Int);
+    auto* source = static_cast<Output*>(out(m_a));
+    whole->connect(source);
+    double value = 7;
+    source->setValue(3.0);
+    EXPECT_TRUE(whole->readReal(value, true, nullptr));
+    EXPECT_EQ(value, 3);
+    source->setValue(2.5);
+    EXPECT_FALSE(whole->readReal(value, true, nullptr));
     EXPECT_EQ(value, 3);
 }
 

@@ -259,6 +259,10 @@ TEST_F(InputValues, LabelsHelpsAndUnit_ComeFromTheDescription) {
     EXPECT_TRUE(input.help("fr").isEmpty());
 }
 
+TEST_F(InputValues, Label_WithoutTexts_IsTheNameInTitleCase) {
+    EXPECT_STREQ(m_node->createInput("useHDR", AttrType::Bool)->label("en").buf(), "UseHDR");
+}
+
 TEST_F(InputValues, Stash_KeepsTheFirstValueUntilUnstashed) {
     Input& input = create(AttrType::Int);
     ASSERT_TRUE(input.setInt(1));
@@ -280,6 +284,17 @@ TEST_F(InputValues, Stash_IsClonedWithTheInput) {
     const auto copy = RefersTo<IInput>::adopt(input.clone(m_node, nullptr));
     ASSERT_NE(static_cast<Input&>(*copy).stashed(), nullptr);
     EXPECT_EQ(*static_cast<Input&>(*copy).stashed(), Value(0));
+}
+
+TEST_F(InputValues, StashedLink_IsClearedWhenItsSceneEnds) {
+    const RefersTo<INode> holder(m_node), target(m_scene->createNode("thing", "target"));
+    Input& link = create(AttrType::Node);
+    ASSERT_TRUE(link.setNode(target.get()));
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    m_scene.reset();
+    ASSERT_NE(link.stashed(), nullptr);
+    EXPECT_EQ(link.stashed()->asNode(), nullptr);
 }
 
 TEST_F(InputValues, Flags_AreClonedWithTheInput) {

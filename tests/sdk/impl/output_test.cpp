@@ -80,6 +80,15 @@ TEST_F(OutputTest, SetValue_ConvertsOrRefuses) {
     EXPECT_EQ(real->value(), Value(3.0));
 }
 
+TEST_F(OutputTest, BufferOutput_RefusesAnotherElementType) {
+    auto* buffer = static_cast<Output*>(m_plain.createOutput("samples", DataType::Float));
+    const float samples[] = {1, 2};
+    const double others[] = {1, 2, 3};
+    EXPECT_TRUE(buffer->setValue(Value(Buffer(DataType::Float, samples, 2))));
+    EXPECT_FALSE(buffer->setValue(Value(Buffer(DataType::Double, others, 3))));
+    EXPECT_EQ(buffer->value(), Value(Buffer(DataType::Float, samples, 2)));
+}
+
 TEST_F(OutputTest, NullKind_TakesNoValue) {
     auto* null = static_cast<Output*>(m_plain.createOutput("n", AttrType::Null));
     EXPECT_FALSE(null->setValue(Value()));

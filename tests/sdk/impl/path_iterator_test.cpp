@@ -72,6 +72,13 @@ TEST_F(PathIteratorTest, PathThatIsHeld_OutlivesTheIterator) {
     EXPECT_STREQ(held->text().buf(), "a/b");
 }
 
+TEST_F(PathIteratorTest, FirstOnly_ToAnUnreachableTarget_CountsNone) {
+    Node *a = make("a"), *b = make("b");
+    const auto paths = search(a, b, true);
+    EXPECT_EQ(paths->count(), 0u);
+    EXPECT_EQ(paths->current(), nullptr);
+}
+
 TEST_F(PathIteratorTest, FirstOnly_EndsAtTheFirstPath) {
     Node* start = make("s");
     Node* end = m_graph.addDiamonds(start, 3);

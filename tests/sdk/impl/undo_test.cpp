@@ -224,6 +224,30 @@ TEST_F(UndoTest, ManyInputs_AreFoundByNameAfterwards) {
         EXPECT_EQ(wood.input(String::format("i%d", i)), wood.input(static_cast<u64>(i) + 1));
 }
 
+TEST_F(UndoTest, Stash_DoneAgain_KeepsTheValue) {
+    auto& spare = static_cast<Input&>(input("lamp.spare"));
+    spare.setReal(3);
+    spare.stash();
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(spare.stashed(), nullptr);
+    EXPECT_TRUE(m_scene.redo());
+    ASSERT_NE(spare.stashed(), nullptr);
+    EXPECT_EQ(*spare.stashed(), Value(3.0));
+}
+
+TEST_F(UndoTest, Unstash_TakenBack_KeepsTheValueAside) {
+    auto& spare = static_cast<Input&>(input("lamp.spare"));
+    spare.setReal(3);
+    spare.stash();
+    spare.setReal(4);
+    EXPECT_TRUE(spare.unstash());
+    EXPECT_EQ(spare.stashed(), nullptr);
+    while (!spare.stashed() && m_scene.undo()) {
+    }
+    ASSERT_NE(spare.stashed(), nullptr);
+    EXPECT_EQ(*spare.stashed(), Value(3.0));
+}
+
 // Hears what happens to one node.
 struct Heard : NodeObserver {
     void nodeRemoved() override { told += "removed "; }
