@@ -84,8 +84,10 @@ void SceneWriter::writeNode(const INode& node) {
     if (comments) writeLines(comments->leading, 0);
     writeHead(node, isOwn ? nullptr : definition, isOwn);
     writeOpening(comments);
-    writeInputs(node, isOwn ? inputs.none() : inputs);
-    writeOutputs(node, isOwn ? outputs.none() : outputs);
+    UnreadPlaces unread(comments ? &comments->unread : nullptr);
+    writeInputs(node, isOwn ? inputs.none() : inputs, unread);
+    writeOutputs(node, isOwn ? outputs.none() : outputs, unread);
+    unread.takeRest([this](const UnreadLines& lines) { writeUnread(lines, 1); });
     if (comments) writeLines(comments->inner, 1);
     m_out.append('}');
     writeTrailing(comments);
@@ -109,20 +111,24 @@ void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOw
     m_out.append(" {");
 }
 
-void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut) {
+void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
     Repeats<Input> repeats;
     for (u64 i = 0; i < node.inputCount(); ++i) {
         const auto& input = static_cast<const Input&>(*node.input(i));
         const bool isAgain = repeats.add(input);
+        unread.takeBefore(input.ownName(), input.type(), false,
+                          [this](const UnreadLines& lines) { writeUnread(lines, 1); });
         if (!leftOut.has(i)) writeInput(input, 1, isAgain, leftOut.inputDefinition(i));
     }
 }
 
-void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut) {
+void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
     Repeats<Output> repeats;
     for (u64 i = 0; i < node.outputCount(); ++i) {
         const auto& output = static_cast<const Output&>(*node.output(i));
         const bool isAgain = repeats.add(output);
+        unread.takeBefore(output.ownName(), output.type(), true,
+                          [this](const UnreadLines& lines) { writeUnread(lines, 1); });
         if (!leftOut.has(i)) writeOutput(output, isAgain);
     }
 }
@@ -150,6 +156,11 @@ void SceneWriter::writeLines(const String& lines, u32 depth) {
         m_out.append(line);
         rest.remove_prefix(line.size());
     }
+}
+
+void SceneWriter::writeUnread(const UnreadLines& unread, u32 depth) {
+    writeLines(unread.leading, depth);
+    m_out.append(unread.lines.view());
 }
 
 void SceneWriter::writeTrailing(const Comments* comments) {

@@ -3,6 +3,7 @@
 #include "base/string_io.h"
 #include "sdk/impl/left_out.h"
 #include "sdk/impl/scene_comments.h"
+#include "sdk/impl/unread_places.h"
 #include "sdk/impl/value.h"
 
 #include <unordered_map>
@@ -41,6 +42,7 @@ public:
 
     /// Writes comment lines.
     void writeLines(const String& lines, u32 depth);
+    void writeUnread(const UnreadLines& unread, u32 depth);
     /// Write what stands behind a '{', and at the end of a thing; null for nothing but its line.
     void writeOpening(const Comments* comments);
     void writeTrailing(const Comments* comments);
@@ -52,8 +54,8 @@ private:
     // ---- Nodes -----------------------------------------------------------------------------
 
     void writeHead(const INode& node, const Node* definition, bool isOwn);
-    void writeInputs(const INode& node, const LeftOut& leftOut);
-    void writeOutputs(const INode& node, const LeftOut& leftOut);
+    void writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread);
+    void writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread);
     template<typename Thing>
     [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
         return m_comments ? m_comments->find(&thing) : nullptr;
@@ -67,8 +69,9 @@ private:
     void writeArray(const Input& array, u32 depth);
     void writeElement(const Input& element, u32 depth);
     void writePlain(const Value& value);
+    void writeOwn(const Input& input, const Comments* comments);
     void writeLink(const INode* target);
-    void writeSource(const Input& input);
+    void writeSource(const Input& input, const Comments* comments);
     void writeNotes(const Input& input, const Comments* comments, bool isAgain,
                     const Input* definition, bool isOwn);
     void writeDetails(const AttrDetails& details, const Input& input);

@@ -77,10 +77,10 @@ void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const 
         break;
     default:
         m_out.append(" = ");
-        writePlain(input.ownValue());
+        writeOwn(input, comments);
         break;
     }
-    writeSource(input);
+    writeSource(input, comments);
     writeNotes(input, comments, isAgain, definition, isOwn);
     writeTrailing(comments);
 }
@@ -97,10 +97,14 @@ void SceneWriter::writeBody(const Input& object, const Comments* comments, u32 d
                             const LeftOut& leftOut) {
     m_out.append('{');
     writeOpening(comments);
-    for (u64 i = 0; i < object.inputCount(); ++i)
-        if (!leftOut.has(i))
-            writeInput(static_cast<const Input&>(*object.input(i)), depth + 1, false,
-                       leftOut.inputDefinition(i));
+    UnreadPlaces unread(comments ? &comments->unread : nullptr);
+    const auto write = [&](const UnreadLines& lines) { writeUnread(lines, depth + 1); };
+    for (u64 i = 0; i < object.inputCount(); ++i) {
+        const auto& member = static_cast<const Input&>(*object.input(i));
+        unread.takeBefore(member.ownName(), member.type(), false, write);
+        if (!leftOut.has(i)) writeInput(member, depth + 1, false, leftOut.inputDefinition(i));
+    }
+    unread.takeRest(write);
     if (comments) writeLines(comments->inner, depth + 1);
     indent(depth);
     m_out.append('}');
@@ -116,12 +120,13 @@ void SceneWriter::writeArray(const Input& array, u32 depth) {
 }
 
 void SceneWriter::writeElement(const Input& element, u32 depth) {
+    const Comments* comments = commentsOf(element);
     switch (knownType(element.type())) {
     case AttrType::Null:
         m_out.append("null");
         break;
     case AttrType::Object:
-        writeBody(element, commentsOf(element), depth, LeftOut());
+        writeBody(element, comments, depth, LeftOut());
         break;
     case AttrType::Array:
         writeKind(element);
@@ -136,11 +141,22 @@ void SceneWriter::writeElement(const Input& element, u32 depth) {
         writePlain(element.ownValue());
         break;
     default:
-        writePlain(element.ownValue());
+        writeOwn(element, comments);
         break;
     }
-    writeSource(element);
-    writeNotes(element, commentsOf(element), false, nullptr, false);
+    writeSource(element, comments);
+    writeNotes(element, comments, false, nullptr, false);
+}
+
+// A link to nothing may be one that was not found.
+void SceneWriter::writeOwn(const Input& input, const Comments* comments) {
+    const Value& value = input.ownValue();
+    const bool isLost = comments && !comments->lostLink.isEmpty() &&
+                        value.type() == AttrType::Node && !value.asNode();
+    if (isLost)
+        m_out.append(comments->lostLink.view());
+    else
+        writePlain(value);
 }
 
 void SceneWriter::writePlain(const Value& value) {
@@ -165,9 +181,13 @@ void SceneWriter::writeLink(const INode* target) {
         writeQuoted(name.view(), m_out);
 }
 
-void SceneWriter::writeSource(const Input& input) {
+void SceneWriter::writeSource(const Input& input, const Comments* comments) {
     const auto* source = static_cast<const Output*>(input.source());
-    if (!source) return;
+    if (!source) {
+        if (comments && !comments->lostSource.isEmpty())
+            m_out.append(" <- ").append(comments->lostSource.view());
+        return;
+    }
     if (!source->node() || source->node()->scene() != m_scene)
         return logWarning("The connection of '%s' to '%s' is not written: that output is not of "
                           "the scene.",
