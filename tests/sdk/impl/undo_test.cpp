@@ -392,6 +392,22 @@ TEST_F(UndoTest, NodeThatIsOut_KeepsNothingInTheSceneAlive) {
     EXPECT_EQ(desk->inputCount(), 3u);
 }
 
+TEST_F(UndoTest, MoveOfAnElementThatIsGone_IsPassedOver) {
+    Node& wood = node("wood");
+    const kelvo_sdk::Node held(&wood);
+    interfaces::IInput* numbers = wood.createArray("numbers", AttrType::Int);
+    for (int i = 0; i < 3; ++i)
+        numbers->appendElement()->setInt(i);
+    EXPECT_TRUE(numbers->moveElement(0, 2));
+    m_scene.removeNode(held);
+    // Out of the scene: nobody records it.
+    EXPECT_TRUE(numbers->removeInput(u64(2)));
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(numbers->inputCount(), 2u);
+    EXPECT_EQ(static_cast<const Input*>(numbers->input(u64(0)))->value(), Value(1));
+}
+
 TEST_F(UndoTest, RemovedLink_DoesNotDangle) {
     const kelvo_sdk::Input on(&input("lamp.on"));
     node("lamp").removeInput("on");
