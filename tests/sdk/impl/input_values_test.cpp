@@ -151,6 +151,51 @@ TEST_F(InputValues, EqualValue_IsNoChange) {
     EXPECT_FALSE(m_node->dirty(false));
 }
 
+// Keeps the record of the last change.
+struct RecordKeeper : SceneObserver {
+    explicit RecordKeeper(Scene& heard) : scene(heard) { scene.subscribe(this); }
+    ~RecordKeeper() override { scene.unsubscribe(this); }
+    void inputChanged(const IInput*, const AttrData* previous) override { record = *previous; }
+    Scene& scene;
+    AttrData record;
+};
+
+TEST_F(InputValues, Change_IsToldWithTheInputsKindAndFlags) {
+    AttrData data(AttrType::Buffer);
+    data.dataType = DataType::Float;
+    data.silent = true;
+    Input& input = create(std::move(data));
+    const RecordKeeper keeper(*m_scene);
+    const float numbers[] = {1};
+    ASSERT_TRUE(input.setBuffer({DataType::Float, numbers, 1}));
+    EXPECT_EQ(keeper.record.type, AttrType::Buffer);
+    EXPECT_EQ(keeper.record.dataType, DataType::Float);
+    EXPECT_TRUE(keeper.record.silent);
+    EXPECT_FALSE(keeper.record.readOnly);
+    EXPECT_EQ(keeper.record.value.asBuffer().count(), 0u);
+}
+
+TEST_F(InputValues, MoveOfAnElement_IsToldWithTheElementKind) {
+    IInput* array = m_node->createArray("array", AttrType::Int);
+    array->appendElement();
+    array->appendElement();
+    const RecordKeeper keeper(*m_scene);
+    ASSERT_TRUE(array->moveElement(0, 1));
+    EXPECT_EQ(keeper.record.type, AttrType::Array);
+    EXPECT_EQ(keeper.record.elementType, AttrType::Int);
+}
+
+TEST_F(InputValues, ReadOnlyLinkThatIsCleared_IsToldAsReadOnly) {
+    INode* target = m_scene->createNode("thing", "target");
+    AttrData data = AttrData::withDefault(Value(target));
+    data.readOnly = true;
+    create(std::move(data));
+    const RecordKeeper keeper(*m_scene);
+    m_scene->removeNode(target);
+    EXPECT_EQ(keeper.record.type, AttrType::Node);
+    EXPECT_TRUE(keeper.record.readOnly);
+}
+
 TEST_F(InputValues, NegativeZero_IsAChangeFromZero) {
     Input& input = create(AttrType::Real);
     m_node->setDirty(false);

@@ -392,6 +392,29 @@ TEST_F(UndoTest, NodeThatIsOut_KeepsNothingInTheSceneAlive) {
     EXPECT_EQ(desk->inputCount(), 3u);
 }
 
+TEST_F(UndoTest, RemovedInputWithALinkKeptAside_ComesBackWithIt) {
+    auto& link = static_cast<Input&>(*node("room").createInput("link", AttrType::Node));
+    link.setNode(&node("desk"));
+    link.stash();
+    link.setNode(nullptr);
+    EXPECT_TRUE(node("room").removeInput("link"));
+    EXPECT_TRUE(m_scene.undo());
+    ASSERT_NE(link.stashed(), nullptr);
+    EXPECT_EQ(link.stashed()->asNode(), &node("desk"));
+}
+
+TEST_F(UndoTest, MembersConnectedAheadOfOthers_ComeBackInTheirPlaces) {
+    interfaces::IOutput* out = node("wood").createOutput("fresh", AttrType::Real);
+    interfaces::IInput* object = node("room").createInput("held", AttrType::Object);
+    for (const char* name : {"a", "b"})
+        object->createInput(name, AttrType::Real)->connect(out);
+    node("room").createInput("later", AttrType::Real)->connect(out);
+    const std::string before = state();
+    EXPECT_TRUE(node("room").removeInput("held"));
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(state(), before);
+}
+
 TEST_F(UndoTest, MoveOfAnElementThatIsGone_IsPassedOver) {
     Node& wood = node("wood");
     const kelvo_sdk::Node held(&wood);
