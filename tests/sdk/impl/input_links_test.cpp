@@ -205,12 +205,26 @@ TEST_F(InputLinks, DyingSourceNode_EndsTheConnection) {
     EXPECT_EQ(in(m_b)->source(), nullptr);
 }
 
-TEST_F(InputLinks, DyingSourceNode_LeavesTheReaderDirty) {
-    auto source = RefersTo<Node>::adopt(new Node(nullptr, "op", "free"));
-    in(m_b)->connect(source->createOutput("out", AttrType::Real));
-    m_b->setDirty(false);
-    source.reset();
+// Ends without its last reference going: nobody can be told.
+TEST_F(InputLinks, SourceNodeThatEndsByItself_LeavesTheReaderDirty) {
+    {
+        Node source(nullptr, "op", "free");
+        in(m_b)->connect(source.createOutput("out", AttrType::Real));
+        m_b->setDirty(false);
+    }
     EXPECT_TRUE(m_b->dirty(false));
+    EXPECT_EQ(in(m_b)->source(), nullptr);
+}
+
+TEST_F(InputLinks, LinkedNodeThatEndsByItself_LeavesTheLinkEmptyAndItsNodeDirty) {
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    {
+        Node target(nullptr, "op", "free");
+        link->setNode(&target);
+        m_b->setDirty(false);
+    }
+    EXPECT_TRUE(m_b->dirty(false));
+    EXPECT_EQ(static_cast<Input*>(link)->value().asNode(), nullptr);
 }
 
 TEST_F(InputLinks, DyingTargetNode_EndsTheConnection) {
