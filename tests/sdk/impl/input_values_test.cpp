@@ -228,6 +228,79 @@ TEST_F(InputValues, Buffer_CopiesWhatIsSet) {
     EXPECT_EQ(static_cast<const std::int32_t*>(view.data)[0], 1);
 }
 
+TEST_F(InputValues, Buffer_WithoutDataOrKind_IsRefusedUnlessItIsEmpty) {
+    Input& input = createBuffer(DataType::Null);
+    const float numbers[] = {1};
+    EXPECT_FALSE(input.setBuffer({DataType::Float, nullptr, 1}));
+    EXPECT_FALSE(input.setBuffer({DataType::Null, numbers, 1}));
+    EXPECT_TRUE(input.setBuffer({DataType::Float, numbers, 1}));
+    EXPECT_TRUE(input.setBuffer({DataType::Float, nullptr, 0}));
+    EXPECT_EQ(input.value().asBuffer().count(), 0u);
+}
+
+TEST_F(InputValues, Buffer_SetToAnotherKind_IsRefused) {
+    Input& input = create(AttrType::Int);
+    const i64 numbers[] = {7};
+    EXPECT_FALSE(input.setBuffer({DataType::Int64, numbers, 1}));
+    EXPECT_EQ(input.value(), Value(0));
+}
+
+TEST_F(InputValues, ConnectedOrKeptAside_IsNoDefault) {
+    Input& input = create(AttrType::Real);
+    EXPECT_TRUE(input.isDefault());
+    INode* other = m_scene->createNode("thing", "other");
+    input.connect(other->createOutput("out", AttrType::Real));
+    EXPECT_FALSE(input.isDefault());
+    input.disconnect();
+    EXPECT_TRUE(input.isDefault());
+    input.stash();
+    EXPECT_FALSE(input.isDefault());
+}
+
+TEST_F(InputValues, Array_IsDefaultAndResetWhenEmpty) {
+    auto& array = static_cast<Input&>(*m_node->createArray("array", AttrType::Int));
+    EXPECT_TRUE(array.isDefault());
+    array.appendElement();
+    EXPECT_FALSE(array.isDefault());
+    EXPECT_TRUE(array.reset());
+    EXPECT_EQ(array.inputCount(), 0u);
+}
+
+TEST_F(InputValues, Object_IsDefaultWhenAllItsMembersAre) {
+    Input& object = create(AttrType::Object);
+    IInput* a = object.createInput("a", AttrType::Int);
+    IInput* b = object.createInput("b", AttrType::Int);
+    EXPECT_TRUE(object.isDefault());
+    b->setInt(3);
+    EXPECT_FALSE(object.isDefault());
+    a->setInt(3);
+    EXPECT_TRUE(object.reset());
+    EXPECT_TRUE(a->isDefault() && b->isDefault());
+}
+
+TEST_F(InputValues, Object_WithAReadOnlyMember_IsNotReset) {
+    Input& object = create(AttrType::Object);
+    AttrData data = AttrData::withDefault(i64(4));
+    data.value = Value(i64(5));
+    data.readOnly = true;
+    IInput* fixed = object.createInput("fixed", std::move(data));
+    IInput* free = object.createInput("free", AttrType::Int);
+    free->setInt(3);
+    const LogCapture log;
+    EXPECT_FALSE(object.reset());
+    EXPECT_EQ(static_cast<Input*>(fixed)->value(), Value(5));
+    EXPECT_TRUE(free->isDefault());
+}
+
+TEST_F(InputValues, ArraysAndObjects_KeepNothingAside) {
+    auto& array = static_cast<Input&>(*m_node->createArray("array", AttrType::Int));
+    Input& object = create(AttrType::Object);
+    array.stash();
+    object.stash();
+    EXPECT_EQ(array.stashed(), nullptr);
+    EXPECT_EQ(object.stashed(), nullptr);
+}
+
 TEST_F(InputValues, Buffer_OfAnotherElementType_IsRefused) {
     Input& input = createBuffer(DataType::Int32);
     const float numbers[] = {1, 2};
