@@ -128,13 +128,11 @@ void Input::sourceEnded(Output& output, bool isRecorded) {
     step.prepare<SourceChange>(*this, output, output.targetCount());
     m_extras->source = nullptr;
     step.commit();
-    dropHash();
     if (m_node) m_node->onInputConnected(this, &output, nullptr);
 }
 
 void Input::dropSource() noexcept {
     m_extras->source = nullptr;
-    dropHash();
     if (m_node) m_node->setDirty(true);
 }
 

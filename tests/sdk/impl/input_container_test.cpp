@@ -134,6 +134,17 @@ TEST_F(InputContainer, Object_KeepsItsMembersByName) {
     EXPECT_EQ(obj.inputCount(), 0u);
 }
 
+TEST_F(InputContainer, Object_ArrayOfTheSameElements_IsGivenAgainAndOfOthersWarnedOf) {
+    IInput& obj = object();
+    IInput* numbers = obj.createArray("numbers", AttrType::Int);
+    const LogCapture log;
+    EXPECT_EQ(obj.createArray("numbers", AttrType::Int), numbers);
+    EXPECT_EQ(log.text(), "");
+    EXPECT_EQ(obj.createArray("numbers", AttrType::Real), numbers);
+    EXPECT_TRUE(numbers->hasElementType(AttrType::Int));
+    EXPECT_NE(log.text(), "");
+}
+
 TEST_F(InputContainer, Object_MemberOfAnotherKind_IsKeptAndWarnedOf) {
     IInput& obj = object();
     IInput* size = obj.createInput("size", AttrType::Real);

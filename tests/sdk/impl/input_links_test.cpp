@@ -78,6 +78,25 @@ TEST_F(InputLinks, Changes_AreToldWithBothOutputs) {
         (std::vector<std::string>{"c.in: - -> a.out", "c.in: a.out -> b.out", "c.in: b.out -> -"}));
 }
 
+TEST_F(InputLinks, ConnectAgain_IsDoneAndToldToNobody) {
+    ConnectionRecorder recorder;
+    in(m_b)->connect(out(m_a));
+    m_scene->subscribe(&recorder);
+    EXPECT_TRUE(in(m_b)->connect(out(m_a)));
+    m_scene->unsubscribe(&recorder);
+    EXPECT_TRUE(recorder.heard().empty());
+    EXPECT_EQ(out(m_a)->targetCount(), 1u);
+}
+
+TEST_F(InputLinks, OutputThatLeftItsNode_IsRefused) {
+    const RefersTo<IOutput> left(out(m_a));
+    m_a->removeOutput(String("out"));
+    const LogCapture log;
+    EXPECT_FALSE(in(m_b)->connect(left.get()));
+    EXPECT_EQ(log.text(), "warning: Cannot connect input 'b.in' to output 'out': that output was "
+                          "removed from its node.\n");
+}
+
 TEST_F(InputLinks, ConnectNull_Disconnects) {
     in(m_b)->connect(out(m_a));
     EXPECT_TRUE(in(m_b)->connect(nullptr));
@@ -186,6 +205,28 @@ TEST_F(InputLinks, DyingSourceNode_EndsTheConnection) {
     EXPECT_EQ(in(m_b)->source(), nullptr);
 }
 
+// Ends without its last reference going: nobody can be told.
+TEST_F(InputLinks, SourceNodeThatEndsByItself_LeavesTheReaderDirty) {
+    {
+        Node source(nullptr, "op", "free");
+        in(m_b)->connect(source.createOutput("out", AttrType::Real));
+        m_b->setDirty(false);
+    }
+    EXPECT_TRUE(m_b->dirty(false));
+    EXPECT_EQ(in(m_b)->source(), nullptr);
+}
+
+TEST_F(InputLinks, LinkedNodeThatEndsByItself_LeavesTheLinkEmptyAndItsNodeDirty) {
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    {
+        Node target(nullptr, "op", "free");
+        link->setNode(&target);
+        m_b->setDirty(false);
+    }
+    EXPECT_TRUE(m_b->dirty(false));
+    EXPECT_EQ(static_cast<Input*>(link)->value().asNode(), nullptr);
+}
+
 TEST_F(InputLinks, DyingTargetNode_EndsTheConnection) {
     auto target = RefersTo<Node>::adopt(new Node(nullptr, "op", "free"));
     IInput* member = target->createInput("obj", AttrType::Object)->createInput("m", AttrType::Real);
@@ -291,6 +332,15 @@ TEST_F(InputLinks, LinkMadeBeforeItsTargetCameIn_IsClearedWhenThatLeaves) {
     ASSERT_TRUE(m_scene->addNode(late.get()));
     ASSERT_TRUE(m_scene->removeNode(late.get()));
     EXPECT_EQ(link->value().asNode(), nullptr);
+}
+
+TEST_F(InputLinks, NodeThatLeft_MayLinkToOneThatIsInNoScene) {
+    Node free(nullptr, "op", "free");
+    const RefersTo<INode> left(m_b);
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    m_scene->removeNode(m_b);
+    EXPECT_TRUE(link->setNode(&free));
+    EXPECT_TRUE(link->setNode(nullptr));
 }
 
 TEST_F(InputLinks, LinkMadeBeforeItsOwnerCameIn_IsClearedWhenItsTargetLeaves) {
