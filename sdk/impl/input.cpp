@@ -4,6 +4,7 @@
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_list.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
@@ -72,11 +73,37 @@ RefersTo<Input> Input::showing(const Value& value) {
 }
 
 Input::~Input() {
-    letGo();
-    for (IInput* member : members()) {
-        static_cast<Input*>(member)->m_parent = nullptr;
-        member->decRef();
+    untie();
+    if (m_extras) endMembers();
+}
+
+// Takes neither stack nor memory: goes down to the last member that nothing else holds, ends it
+// when it holds nothing any more, and goes back to what held it.
+void Input::endMembers() noexcept {
+    Input* holder = this;
+    while (holder) {
+        if (holder->members().empty()) {
+            Input* const done = holder;
+            holder = done != this ? done->m_parent : nullptr;
+            if (holder) holder->dropLastMember();
+            continue;
+        }
+        auto* last = static_cast<Input*>(holder->members().back());
+        if (last->m_refCount.load() == 1 && !last->members().empty())
+            holder = last;
+        else
+            holder->dropLastMember();
     }
+}
+
+// Others may keep it: then it lives on by itself.
+void Input::dropLastMember() noexcept {
+    ds::Vector<IInput*>& list = m_extras->members;
+    auto* last = static_cast<Input*>(list.back());
+    list.pop_back();
+    if (last->m_node) last->letGo();
+    last->m_parent = nullptr;
+    last->decRef();
 }
 
 void Input::incRef() {
@@ -126,16 +153,34 @@ DataType Input::farDataType() const noexcept {
     return m_extras->farKinds->dataType;
 }
 
+// Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
+// each holder keeps the place that is reached. For the thread that edits alone.
+template<typename Visit>
+void Input::forEachWithin(const Visit& visit) const noexcept {
+    const auto enter = [&visit](Input& input) {
+        visit(input);
+        if (!input.members().empty()) input.m_extras->nextMember = 0;
+    };
+    auto* at = const_cast<Input*>(this);
+    enter(*at);
+    for (;;) {
+        const ds::Vector<IInput*>& list = at->members();
+        if (!list.empty() && at->m_extras->nextMember < list.size()) {
+            at = static_cast<Input*>(list[at->m_extras->nextMember++]);
+            enter(*at);
+        } else {
+            if (at == this) return;
+            at = at->m_parent;
+        }
+    }
+}
+
 // Members learn of it when they are made; those that are there learn it here.
 void Input::setReadOnly(bool readOnly) {
-    std::vector<Input*> left{this};
     m_readOnly = readOnly;
-    for (u64 i = 0; i < left.size(); ++i)
-        for (IInput* member : left[i]->members()) {
-            auto* held = static_cast<Input*>(member);
-            held->m_isHeldReadOnly = left[i]->isReadOnly();
-            left.push_back(held);
-        }
+    forEachWithin([this](Input& input) {
+        if (&input != this) input.m_isHeldReadOnly = input.m_parent->isReadOnly();
+    });
 }
 
 bool Input::isElement() const noexcept {
@@ -143,18 +188,38 @@ bool Input::isElement() const noexcept {
 }
 
 IInput* Input::clone(INode* node, IInput* parent) const {
+    struct Level {
+        const Input* from;
+        Input* to;
+        u64 next = 0;
+    };
+    RefersTo<Input> copy = cloneAlone(node, parent);
+    std::vector<Level> open;
+    if (!members().empty()) open.push_back({this, copy.get()});
+    while (!open.empty()) {
+        Level& level = open.back();
+        if (level.next == level.from->members().size()) {
+            open.pop_back();
+            continue;
+        }
+        const auto& from = static_cast<const Input&>(*level.from->members()[level.next++]);
+        RefersTo<Input> member = from.cloneAlone(node, level.to);
+        Input* const to = member.get();
+        level.to->adoptMember(member.detach());
+        if (!from.members().empty()) open.push_back({&from, to});
+    }
+    return copy.detach();
+}
+
+RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
     AttrData data = description();
     if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
     auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
-    for (const IInput* member : members()) {
-        const auto* from = static_cast<const Input*>(member);
-        copy->adoptMember(static_cast<Input*>(from->clone(node, copy.get())));
-    }
     copy->m_isLeftOut = m_isLeftOut;
     if (const Value* kept = stashed()) copy->replaceStash(*kept);
     Output* source = sourceOutput();
     if (source && !barBetween(node, source->node())) copy->setSource(source);
-    return copy.detach();
+    return copy;
 }
 
 AttrData Input::description() const {
@@ -260,17 +325,66 @@ void Input::dropListIndex() noexcept {
     if (m_extras) m_extras->listIndex.reset();
 }
 
+void Input::indexInserted(const ds::Vector<IInput*>& inputs, u64 index) noexcept {
+    try {
+        auto& names = extras().listIndex;
+        if (!names) {
+            names = std::make_unique<NameIndex>(inputs);
+            return;
+        }
+        auto* const inserted = static_cast<Input*>(inputs[index]);
+        Input* const found = names->find(inserted->m_name);
+        names->add(inserted);
+        if (found && indexInList<IInput>(inputs, found) > index) names->putInFront(inserted);
+    } catch (const std::bad_alloc&) {
+        dropListIndex();
+    }
+}
+
+// The next of the same name is the one that is found from then on.
+void Input::indexRemoved(const ds::Vector<IInput*>& inputs, u64 index) noexcept {
+    if (!listIndex()) return;
+    NameIndex& names = *m_extras->listIndex;
+    const auto* removed = static_cast<const Input*>(inputs[index]);
+    if (names.find(removed->m_name) != removed) return;
+    names.remove(removed);
+    if (!names.isShared(removed->m_nameHash)) return;
+    for (u64 i = index + 1; i < inputs.size(); ++i) {
+        auto* next = static_cast<Input*>(inputs[i]);
+        if (next->m_nameHash == removed->m_nameHash && next->m_name.equalsNoCase(removed->m_name))
+            return names.addKnown(next);
+    }
+}
+
+void Input::takeListIndex(Input& first) noexcept {
+    if (!first.listIndex()) return;
+    // Mostly the whole block can go along, which takes no memory.
+    if (!m_extras && first.m_extras->isIndexAlone()) {
+        m_extras = std::move(first.m_extras);
+        return;
+    }
+    try {
+        extras().listIndex = std::move(first.m_extras->listIndex);
+    } catch (const std::bad_alloc&) {
+        first.dropListIndex();
+    }
+}
+
 void Input::nodeDestroyed() {
     letGo();
 }
 
 u64 Input::ownBytes() const {
+    u64 bytes = 0;
+    forEachWithin([&bytes](const Input& input) { bytes += input.bytesAlone(); });
+    return bytes;
+}
+
+u64 Input::bytesAlone() const noexcept {
     u64 bytes = sizeof(*this) + m_name.size() + m_value.payloadBytes();
     if (!m_extras) return bytes;
-    bytes += sizeof(InputExtras);
+    bytes += sizeof(InputExtras) + members().size() * sizeof(IInput*);
     if (stashed()) bytes += sizeof(Value) + stashed()->payloadBytes();
-    for (const IInput* member : members())
-        bytes += sizeof(member) + static_cast<const Input*>(member)->ownBytes();
     return bytes;
 }
 
@@ -310,18 +424,20 @@ void Input::recordLinks(EditStep& step) {
     }
 }
 
-// Unties the input from node, source, links and members, telling nobody.
+// Unties the input and what it holds from node, sources and links, telling nobody.
 void Input::letGo() noexcept {
+    forEachWithin([](Input& input) { input.untie(); });
+}
+
+void Input::untie() noexcept {
     m_node = nullptr;
     if (!m_extras) return;
-    setSource(nullptr);
+    if (m_extras->source) setSource(nullptr);
     if (m_extras->link.table) {
         m_extras->link.table->remove(m_extras->link);
         m_value = Value(static_cast<INode*>(nullptr));
     }
     if (m_extras->stash && m_extras->stash->link.table) dropStash();
-    for (IInput* member : m_extras->members)
-        static_cast<Input*>(member)->letGo();
 }
 
 void Input::entered(Node* node, Input* holder) {
@@ -334,10 +450,8 @@ void Input::left() {
     setNodeOfAll(nullptr);
 }
 
-void Input::setNodeOfAll(Node* node) {
-    m_node = node;
-    for (IInput* member : members())
-        static_cast<Input*>(member)->setNodeOfAll(node);
+void Input::setNodeOfAll(Node* node) noexcept {
+    forEachWithin([node](Input& input) { input.m_node = node; });
 }
 
 void Input::exchangeValue(Value& other) {

@@ -113,6 +113,12 @@ public:
     /// Adds the last input to the index by name, which is made if there is none.
     void indexList(const ds::Vector<IInput*>& inputs) noexcept;
     void dropListIndex() noexcept;
+    /// The index follows the list, whose first input is this, when its index-th came in, and before
+    /// that leaves. Without memory for that it goes.
+    void indexInserted(const ds::Vector<IInput*>& inputs, u64 index) noexcept;
+    void indexRemoved(const ds::Vector<IInput*>& inputs, u64 index) noexcept;
+    /// Takes over the index of the one that was first, if there is any.
+    void takeListIndex(Input& first) noexcept;
 
     // ---- Values ----------------------------------------------------------------------------
 
@@ -155,7 +161,10 @@ public:
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
 
     bool reset() override;
-    [[nodiscard]] bool isDefault() const override;
+    [[nodiscard]] bool isDefault() const override { return !firstChanged(); }
+    /// Returns the first of this input and what it holds that is not at its default by itself; null
+    /// when all is.
+    [[nodiscard]] const Input* firstChanged() const;
     /// Returns the value that `reset` brings back; Null for arrays and objects.
     [[nodiscard]] Value defaultValue() const;
 
@@ -293,7 +302,13 @@ private:
     IInput* createMember(String name, AttrData definition);
     bool removeFound(IInput* member);
 
-    u64 computeHash(const StringVector& skip, bool& lasting) const;
+    [[nodiscard]] bool holdsInputs() const noexcept;
+    [[nodiscard]] bool isDefaultAlone() const;
+    bool resetAlone();
+    u64 plainHash(const StringVector& skip) const;
+    u64 holderHash(const StringVector& skip) const;
+    void keepHash(u64 hash) const noexcept { m_hash.store(hash, std::memory_order_relaxed); }
+    [[nodiscard]] u64 keptHash() const noexcept { return m_hash.load(std::memory_order_relaxed); }
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
@@ -308,8 +323,15 @@ private:
     void dropStash() noexcept;
     void replaceStash(Value value);
     void recordLinks(EditStep& step);
+    template<typename Visit>
+    void forEachWithin(const Visit& visit) const noexcept;
     void letGo() noexcept;
-    void setNodeOfAll(Node* node);
+    void untie() noexcept;
+    void endMembers() noexcept;
+    void dropLastMember() noexcept;
+    [[nodiscard]] RefersTo<Input> cloneAlone(INode* node, IInput* parent) const;
+    [[nodiscard]] u64 bytesAlone() const noexcept;
+    void setNodeOfAll(Node* node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
     // An AttrType, another, and the DataType that a Buffer declares: any that fit 8 bits; `farKind`

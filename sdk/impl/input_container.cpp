@@ -176,12 +176,10 @@ void Input::putMember(Input* member, u64 index) {
 
 void Input::takeMember(Input* member) {
     dropHash();
-    if (!isArray()) {
-        removeFromList(m_extras->members, member);
-        return;
-    }
+    ds::Vector<IInput*>& list = m_extras->members;
+    if (!isArray()) return removeFromList(list, indexInList<IInput>(list, member));
     const u64 index = member->m_index;
-    std::ignore = m_extras->members.extract(index);
+    list.remove(index);
     renumber(index);
 }
 

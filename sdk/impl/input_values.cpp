@@ -3,7 +3,7 @@
 #include "sdk/impl/conversion.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input_changes.h"
-#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/modifiers.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
@@ -334,22 +334,34 @@ bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
 }
 
 bool Input::reset() {
-    if (isArray()) return clearInputs();
-    if (!isObject()) return type() != AttrType::Null && store(defaultValue());
+    if (!isObject()) return resetAlone();
     const EditStep step(m_node);
     NewsHold news;
     bool done = true;
-    for (IInput* member : members())
-        done = member->reset() && done;
+    InputWalk inside(members());
+    while (Input* member = inside.next())
+        if (!member->isObject()) done = member->resetAlone() && done;
     news.release();
     return done;
 }
 
-bool Input::isDefault() const {
+bool Input::resetAlone() {
+    if (isArray()) return clearInputs();
+    return type() != AttrType::Null && store(defaultValue());
+}
+
+const Input* Input::firstChanged() const {
+    if (!isDefaultAlone()) return this;
+    InputWalk inside(members());
+    while (const Input* member = inside.next())
+        if (!member->isDefaultAlone()) return member;
+    return nullptr;
+}
+
+bool Input::isDefaultAlone() const {
     if (sourceOutput() || (stashed() && !isModified())) return false;
     if (isArray()) return members().empty();
-    if (!isObject()) return ownValue() == defaultValue();
-    return std::ranges::all_of(members(), [](const IInput* member) { return member->isDefault(); });
+    return isObject() || ownValue() == defaultValue();
 }
 
 void Input::stash() {

@@ -1,8 +1,8 @@
 #include "sdk/impl/scene_builder.h"
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/node.h"
 
 #include <tuple>
@@ -30,8 +30,9 @@ Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
 
 void markLeftOut(Input& input) {
     input.setLeftOut(true);
-    for (IInput* member : input.members())
-        markLeftOut(static_cast<Input&>(*member));
+    InputWalk members(input.members());
+    while (Input* member = members.next())
+        member->setLeftOut(true);
 }
 
 } // namespace
