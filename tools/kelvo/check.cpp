@@ -23,6 +23,7 @@ struct CheckOptions {
     StringVector files;
     bool isFixing = false;
     bool isStrict = false;
+    bool isPartial = false;
     String severity = "warning";
     String format = "text";
 };
@@ -67,15 +68,18 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     const ProgressLine line("kelvo: checking " + displayed(name));
     const Scene scene = Scene::create();
     libraries.addTo(scene);
-    if (!scene.read(text.text(), displayed(name), &file.errors)) return file;
+    const kelvo_sdk::ReadReport report =
+        scene.read(text.text(), displayed(name), {.isPartial = options.isPartial}, &file.errors);
+    if (!report.isRead) return file;
+    file.gapCount = report.gapCount;
     file.nodes = scene.nodeCount();
     if (!options.isFixing) {
         file.left = kelvo_sdk::validate(scene, validationOf(name));
         return file;
     }
-    kelvo_sdk::FixReport report = kelvo_sdk::fixFindings(scene, least, validationOf(name));
-    file.fixed = std::move(report.fixed);
-    file.left = std::move(report.left);
+    kelvo_sdk::FixReport fixes = kelvo_sdk::fixFindings(scene, least, validationOf(name));
+    file.fixed = std::move(fixes.fixed);
+    file.left = std::move(fixes.left);
     const String written = scene.text();
     if (isStream(name))
         out.writeData(text.laidOut(written.view()).view());
@@ -105,6 +109,7 @@ String summary(const CheckReport& report, const CheckedFile& file, bool isFixing
                   counted(file.count(Severity::Warning), "warning");
     if (report.least == Severity::Note)
         text = text + ", " + counted(file.count(Severity::Note), "note");
+    if (file.gapCount != 0) text = text + ", " + leftOutText(file.gapCount);
     const u64 unchecked = untoldUnchecked(report, file);
     if (file.errorCount() == 0 && file.count(Severity::Warning) == 0 && unchecked != 0)
         text = text + ", " + String(std::string_view(std::to_string(unchecked))) + " not checked";
@@ -169,6 +174,8 @@ void addCheck(CommandLine& line) {
                       "Put right what can only have been meant one way, and write the file");
     (void)command.add("--strict", options.isStrict,
                       "Fail for warnings as for errors, and for what could not be checked");
+    (void)command.add("--partial", options.isPartial,
+                      "Check what can be read of a scene with errors, and leave out the rest");
     (void)command.add("--severity", options.severity,
                       "The least that is told, and fixed: note, warning (by default) or error");
     (void)command.add("--format", options.format,

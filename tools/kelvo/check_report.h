@@ -12,18 +12,22 @@ struct CheckedFile {
     String file;
     /// Why the file cannot be read or written to; empty when it can.
     String fault;
-    /// What is wrong with its text, which then is no scene.
+    /// What is wrong with its text, which then is no scene, unless there are gaps.
     kelvo_sdk::Diagnostics errors;
+    /// Parts of the text that were left out, told or not.
+    u64 gapCount = 0;
     u64 nodes = 0;
     kelvo_sdk::Findings fixed;
     kelvo_sdk::Findings left;
 
-    [[nodiscard]] bool isRead() const noexcept { return fault.isEmpty() && errors.empty(); }
+    [[nodiscard]] bool isRead() const noexcept {
+        return fault.isEmpty() && (errors.empty() || gapCount != 0);
+    }
     /// Counts what is left, whether told or not.
     [[nodiscard]] u64 count(kelvo_sdk::Severity severity) const noexcept;
     [[nodiscard]] u64 errorCount() const noexcept;
     [[nodiscard]] bool passes(bool isStrict) const noexcept {
-        return isRead() && kelvo_sdk::passes(left, isStrict);
+        return isRead() && gapCount == 0 && kelvo_sdk::passes(left, isStrict);
     }
 };
 
