@@ -245,33 +245,47 @@ bool Input::removeLastInput() {
     return !members().empty() && mayHoldOthers() && removeFound(members().back());
 }
 
-// Last to first, so that what is left keeps its names.
+namespace {
+
+// Takes a member off its holder's list, and lets go of it after everyone was told, so that it can
+// still be read. `placeOf()` is asked when the removal is recorded.
+template<typename PlaceOf>
+void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
+    const RefersTo<Node> held(static_cast<Node*>(holder.node()));
+    EditStep step(held.get());
+    if (step.isRecording()) {
+        auto* change =
+            step.prepare<InputListChange>(removed, held.get(), &holder, placeOf(), false);
+        change->takeComments(step.scene().comments());
+    }
+    holder.takeMember(&removed);
+    step.commit();
+    const Departure departing(removed);
+    if (recordsTies) removed.recordTies();
+    if (held) held->onInputRemoved(&removed);
+}
+
+} // namespace
+
+// Last to first, so that what is left keeps its names. The ties of all are recorded together, since
+// they end together: so each gets its place among the targets of an output back.
 bool Input::clearInputs() {
     if (!members().empty() && !mayHoldOthers()) return false;
     const RefersTo<Input> self(this);
     const EditStep step(m_node);
     NewsHold news;
+    recordTies();
     while (!members().empty())
-        removeFound(members().back());
+        takeOff(*this, static_cast<Input&>(*members().back()), false,
+                [this] { return members().size() - 1; });
     news.release();
     return members().empty();
 }
 
-// Lets go of the member after everyone was told, so that it can still be read.
 bool Input::removeFound(IInput* member) {
     auto* removed = static_cast<Input*>(member);
-    const RefersTo<Node> held(m_node);
-    EditStep step(m_node);
-    if (step.isRecording()) {
-        const u64 index = isArray() ? removed->m_index : indexInList(members(), member);
-        auto* change = step.prepare<InputListChange>(*removed, m_node, this, index, false);
-        change->takeComments(step.scene().comments());
-    }
-    takeMember(removed);
-    step.commit();
-    const Departure departing(*removed);
-    removed->recordTies();
-    if (held) held->onInputRemoved(member);
+    takeOff(*this, *removed, true,
+            [&] { return isArray() ? removed->m_index : indexInList(members(), member); });
     return true;
 }
 

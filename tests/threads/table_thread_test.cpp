@@ -14,10 +14,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
-#include <mutex>
 #include <string>
-#include <thread>
+#include <vector>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -348,89 +348,90 @@ TEST_F(ThreadTable, HandlesOfOneScene_AreCopiedAndDropped) {
 
 // ---- Observers ----------------------------------------------------------------------------------
 
-struct Counting : NodeObserver, SceneObserver, BatchObserver {
-    void inputChanged(Input) override { ++heard; }
+struct NodeWatch : NodeObserver {
+    void inputChanged(Input) override { heard(); }
     void nodeRemoved() override {}
     void nodeRenamed(String) override {}
     void nodeConverted(Node) override {}
     void inputConnected(Input) override {}
-    void inputChanged(const interfaces::IInput*, const impl::AttrData*) override { ++heard; }
-    void sceneChanged(const SceneChanges&) override { ++heard; }
-    std::atomic<int> heard = 0;
+    std::function<void()> heard = [] {};
+};
+struct SceneWatch : SceneObserver {
+    void inputChanged(const interfaces::IInput*, const impl::AttrData*) override { heard(); }
+    std::function<void()> heard = [] {};
+};
+struct BatchWatch : BatchObserver {
+    void sceneChanged(const SceneChanges&) override {}
 };
 
 TEST_F(ThreadTable, Observers_ComeAndGoWhileOneThreadEdits) {
     const Node node = m_scene["sum2"];
-    Counting steady;
-    m_scene.subscribe(static_cast<SceneObserver*>(&steady));
+    int heard = 0;
+    SceneWatch steady;
+    steady.heard = [&] { ++heard; };
+    m_scene.subscribe(&steady);
     constexpr int kTimes = 300;
-    const int failures = [&] {
-        std::atomic<int> wrong = 0;
-        onThreads([&](int thread) {
-            for (int k = 0; k < kTimes; ++k) {
-                if (thread == 0) {
-                    node["a"].set(100.0 + k);
-                    continue;
-                }
-                Counting own;
-                auto* asScene = static_cast<SceneObserver*>(&own);
-                auto* asBatch = static_cast<BatchObserver*>(&own);
-                wrong += !node.subscribe(&own) || !m_scene.subscribe(asScene) ||
-                         !m_scene.subscribe(asBatch);
-                wrong += !node.unsubscribe(&own) || !m_scene.unsubscribe(asScene) ||
-                         !m_scene.unsubscribe(asBatch);
+    std::atomic<int> wrong = 0;
+    onThreads([&](int thread) {
+        for (int k = 0; k < kTimes; ++k) {
+            if (thread == 0) {
+                node["a"].set(100.0 + k);
+                continue;
             }
-        });
-        return wrong.load();
-    }();
-    m_scene.unsubscribe(static_cast<SceneObserver*>(&steady));
-    EXPECT_EQ(failures, 0);
-    EXPECT_EQ(steady.heard, kTimes);
+            NodeWatch ofNode;
+            SceneWatch ofScene;
+            BatchWatch ofEdits;
+            wrong += !node.subscribe(&ofNode) || !m_scene.subscribe(&ofScene) ||
+                     !m_scene.subscribe(&ofEdits);
+            wrong += !node.unsubscribe(&ofNode) || !m_scene.unsubscribe(&ofScene) ||
+                     !m_scene.unsubscribe(&ofEdits);
+        }
+    });
+    m_scene.unsubscribe(&steady);
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(heard, kTimes);
 }
 
-// Waits, inside a notification, for what another thread began to do; tells whether that waited too.
-struct Waiting : NodeObserver, SceneObserver {
-    void inputChanged(Input) override { wait(); }
-    void nodeRemoved() override {}
-    void nodeRenamed(String) override {}
-    void nodeConverted(Node) override {}
-    void inputConnected(Input) override {}
-    void inputChanged(const interfaces::IInput*, const impl::AttrData*) override { wait(); }
-    void wait() {
-        if (!begin) return;
-        done = std::async(std::launch::async, std::exchange(begin, nullptr));
+// Lets another thread begin something inside a notification; tells whether that has to wait.
+struct Started {
+    void run(const std::function<bool()>& action) {
+        if (done.valid()) return;
+        done = std::async(std::launch::async, action);
         hasWaited = done.wait_for(50ms) == std::future_status::timeout;
     }
-    std::function<bool()> begin;
     std::future<bool> done;
     bool hasWaited = false;
 };
 
 TEST_F(ThreadTable, UnsubscribeAllOnAnotherThread_WaitsForTheNotificationUnderWay) {
     const Node node = m_scene["sum2"];
-    Waiting first;
-    Counting second;
+    Started started;
+    int heard = 0;
+    NodeWatch first, second;
+    first.heard = [&] { started.run([&] { return node->unsubscribeAll(); }); };
+    second.heard = [&] { ++heard; };
     node.subscribe(&first);
     node.subscribe(&second);
-    first.begin = [&] { return node->unsubscribeAll(); };
     node["a"].set(50.0);
-    EXPECT_TRUE(first.hasWaited);
-    EXPECT_TRUE(first.done.get());
-    EXPECT_EQ(second.heard, 1);
+    EXPECT_TRUE(started.hasWaited);
+    EXPECT_TRUE(started.done.get());
+    EXPECT_EQ(heard, 1);
     node["a"].set(51.0);
-    EXPECT_EQ(second.heard, 1);
+    EXPECT_EQ(heard, 1);
 }
 
 TEST_F(ThreadTable, UnsubscribeOfASceneOnAnotherThread_WaitsForTheNotificationUnderWay) {
-    Waiting first;
-    Counting second;
+    Started started;
+    int heard = 0;
+    SceneWatch first, second;
+    first.heard = [&] { started.run([&] { return m_scene.unsubscribe(&second); }); };
+    second.heard = [&] { ++heard; };
     m_scene.subscribe(&first);
-    m_scene.subscribe(static_cast<SceneObserver*>(&second));
-    first.begin = [&] { return m_scene.unsubscribe(static_cast<SceneObserver*>(&second)); };
+    m_scene.subscribe(&second);
     m_scene["sum2"]["a"].set(50.0);
-    EXPECT_TRUE(first.hasWaited);
-    EXPECT_TRUE(first.done.get());
-    EXPECT_EQ(second.heard, 1);
+    EXPECT_TRUE(started.hasWaited);
+    EXPECT_TRUE(started.done.get());
+    EXPECT_EQ(heard, 1);
     m_scene.unsubscribe(&first);
 }
 
