@@ -198,7 +198,6 @@ void Input::dropStashedLink() noexcept {
 
 void Input::forgetLink() noexcept {
     m_value = Value(static_cast<INode*>(nullptr));
-    dropHash();
 }
 
 void Input::forgetStashedLink() noexcept {
@@ -210,7 +209,6 @@ void Input::redirect(INode* link, Output* source, u64 rank) {
     if (type() != AttrType::Node || m_value.asNode() == link) return;
     linkTo(link);
     m_value = Value(link);
-    dropHash();
 }
 
 } // namespace qv::kelvo_sdk::impl

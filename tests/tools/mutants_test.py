@@ -51,6 +51,8 @@ CASES = (
     ("return", "{ return true; }", ["{ return false; }"]),
     ("return", "{ return f(x); }", ["{ return {}; }"]),
     ("return", "{ return nullptr; }", []),
+    ("return", "{ return impl::Value(); }", []),
+    ("return", "{ return Value(3); }", ["{ return {}; }"]),
     ("relation", 'f("a == b"); // a == b', []),
     ("relation", "#if A == B\n#endif", []),
 )

@@ -155,11 +155,15 @@ def deletions(code):
             yield "deletion", start, end, ";"
 
 
+# Results that are nothing already, as `Value()`, or have a mutant of their own.
+NOTHING = re.compile(r"true|false|nullptr|0|\{\}|\*this|(?:\w+::)*[A-Z]\w*\(\)")
+
+
 def results(code):
     """Returns nothing instead of a result: null, false, 0 or empty."""
     for start, end in statements(code):
         match = re.match(r"return (.+);$", code[start:end], re.S)
-        if match and match[1] not in ("true", "false", "nullptr", "{}", "*this", "0"):
+        if match and not NOTHING.fullmatch(match[1]):
             yield "return", start + len("return "), end - 1, "{}"
 
 

@@ -134,6 +134,36 @@ TEST_F(InputContainer, Object_KeepsItsMembersByName) {
     EXPECT_EQ(obj.inputCount(), 0u);
 }
 
+// Removes an input of the node by name when it hears of another.
+struct Remover : SceneObserver {
+    void inputAdded(const IInput* input) override {
+        if (input->parent()) input->node()->removeInput(name);
+    }
+    String name;
+};
+
+TEST_F(InputContainer, ArrayRemovedWhileItsElementIsTold_GivesNone) {
+    const RefersTo<IInput> arr(&array(AttrType::Int));
+    Remover remover;
+    remover.name = "arr";
+    m_scene->subscribe(&remover);
+    EXPECT_EQ(arr->appendElement(), nullptr);
+    m_scene->unsubscribe(&remover);
+    EXPECT_EQ(arr->node(), nullptr);
+}
+
+TEST_F(InputContainer, Object_ThatIsSilent_HasSilentMembersOnly) {
+    AttrData data(AttrType::Object);
+    data.silent = true;
+    IInput* silent = m_node->createInput("silent", std::move(data));
+    EXPECT_TRUE(silent->createInput("m", AttrType::Int)->isSilent());
+    AttrData member(AttrType::Int);
+    member.silent = true;
+    auto& obj = static_cast<Input&>(object());
+    EXPECT_TRUE(obj.createInput("quiet", std::move(member))->isSilent());
+    EXPECT_FALSE(obj.createInput("loud", AttrType::Int)->isSilent());
+}
+
 TEST_F(InputContainer, Object_ArrayOfTheSameElements_IsGivenAgainAndOfOthersWarnedOf) {
     IInput& obj = object();
     IInput* numbers = obj.createArray("numbers", AttrType::Int);

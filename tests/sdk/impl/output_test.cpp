@@ -124,6 +124,20 @@ TEST_F(OutputTest, Evaluation_ThatFailsUpstream_Fails) {
     EXPECT_TRUE(out(b)->evaluate(nullptr).isNull());
 }
 
+TEST_F(OutputTest, CallbackThatWritesNothing_GivesTheZeroOfTheKind) {
+    const auto writeNothing = [](EvalCtx*, void*) { return true; };
+    m_library->setCallbacks("idler", {nullptr, nullptr, writeNothing, modifies, nullptr, nullptr});
+    Node* node = makeNode("idler", "idler");
+    for (const AttrType type :
+         {AttrType::Bool, AttrType::Int, AttrType::UInt, AttrType::Real, AttrType::Vec3,
+          AttrType::Pos3, AttrType::Mat3, AttrType::Mat4, AttrType::String}) {
+        auto* output = static_cast<Output*>(node->createOutput(attrTypeName(type), type));
+        EXPECT_EQ(output->evaluate(nullptr), Value::zero(type)) << attrTypeName(type);
+    }
+    auto* buffer = static_cast<Output*>(node->createOutput("samples", DataType::Float));
+    EXPECT_EQ(buffer->evaluate(nullptr), Value(Buffer(DataType::Float, 0)));
+}
+
 TEST_F(OutputTest, EndlessEvaluation_IsAnErrorLineWithItsPath) {
     Node* a = makeNode("asker", "a");
     Node* b = makeNode("asker", "b");
