@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <limits>
 #include <new>
 #include <utility>
 #include <vector>
@@ -37,14 +36,6 @@ Value startValue(const AttrData& data) {
     return value;
 }
 
-// Kinds from outside their enumeration stay outside.
-template<typename Stored, typename Kind>
-Stored storedKind(Kind kind) noexcept {
-    constexpr i32 most = std::numeric_limits<Stored>::max();
-    const i32 value = static_cast<i32>(kind);
-    return static_cast<Stored>(std::in_range<Stored>(value) ? value : most);
-}
-
 String textIn(const AttrDetails::Texts& texts, String language) {
     ds::HashMap<String, String> table;
     for (const auto& [key, text] : texts)
@@ -55,17 +46,18 @@ String textIn(const AttrDetails::Texts& texts, String language) {
 } // namespace
 
 Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
-    : m_type(storedKind<i16>(type)),
-      m_elementType(storedKind<u8>(elementType) & 63),
+    : m_isHeldReadOnly(parent && parent->isReadOnly()),
       m_node(static_cast<Node*>(node)),
       m_parent(static_cast<Input*>(parent)),
       m_nameHash(isElement() ? 0 : name.foldedHash()),
       m_name(std::move(name)),
-      m_value(Value::zero(type)) {}
+      m_value(Value::zero(type)) {
+    setKinds(type, elementType);
+}
 
 Input::Input(INode* node, IInput* parent, String name, AttrData definition)
     : Input(node, parent, std::move(name), definition.type, definition.elementType) {
-    m_dataType = storedKind<i8>(definition.dataType) & 127;
+    setDeclaredType(definition.dataType);
     m_silent = definition.silent;
     m_readOnly = definition.readOnly;
     if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
@@ -127,6 +119,40 @@ InputExtras& Input::extras() {
     return *m_extras;
 }
 
+namespace {
+
+FarKinds& farKindsOf(InputExtras& extras) {
+    if (!extras.farKinds) extras.farKinds = std::make_unique<FarKinds>();
+    return *extras.farKinds;
+}
+
+} // namespace
+
+void Input::setKinds(AttrType type, AttrType elementType) {
+    const auto kind = static_cast<u32>(type), elementKind = static_cast<u32>(elementType);
+    m_type = static_cast<u8>(std::min<u32>(kind, farKind));
+    m_elementType = static_cast<u8>(std::min<u32>(elementKind, farKind));
+    if (m_type == farKind) farKindsOf(extras()).type = type;
+    if (m_elementType == farKind) farKindsOf(extras()).elementType = elementType;
+}
+
+void Input::setDeclaredType(DataType type) {
+    m_dataType = static_cast<u8>(std::min<u32>(static_cast<u32>(type), farKind));
+    if (m_dataType == farKind) farKindsOf(extras()).dataType = type;
+}
+
+AttrType Input::farType() const noexcept {
+    return m_extras->farKinds->type;
+}
+
+AttrType Input::farElementType() const noexcept {
+    return m_extras->farKinds->elementType;
+}
+
+DataType Input::farDataType() const noexcept {
+    return m_extras->farKinds->dataType;
+}
+
 // Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
 // each holder keeps the place that is reached. For the thread that edits alone.
 template<typename Visit>
@@ -147,6 +173,14 @@ void Input::forEachWithin(const Visit& visit) const noexcept {
             at = at->m_parent;
         }
     }
+}
+
+// Members learn of it when they are made; those that are there learn it here.
+void Input::setReadOnly(bool readOnly) {
+    m_readOnly = readOnly;
+    forEachWithin([this](Input& input) {
+        if (&input != this) input.m_isHeldReadOnly = input.m_parent->isReadOnly();
+    });
 }
 
 bool Input::isElement() const noexcept {
@@ -190,7 +224,7 @@ RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
 
 AttrData Input::description() const {
     AttrData data = describe(type(), elementType());
-    data.dataType = static_cast<DataType>(m_dataType);
+    data.dataType = declaredType();
     data.silent = m_silent;
     data.readOnly = m_readOnly;
     data.value = m_value;
@@ -240,7 +274,7 @@ bool Input::hasDataType(DataType type) const {
 
 DataType Input::dataType() const {
     if (type() != AttrType::Buffer) return DataType::Null;
-    const auto declared = static_cast<DataType>(m_dataType);
+    const DataType declared = declaredType();
     return declared != DataType::Null ? declared : m_value.asBuffer().type();
 }
 

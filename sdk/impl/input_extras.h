@@ -18,6 +18,13 @@ struct Stash {
     Link link;
 };
 
+/// Kinds from far outside their enumerations, as they were given.
+struct FarKinds {
+    AttrType type = AttrType::Null;
+    AttrType elementType = AttrType::Null;
+    DataType dataType = DataType::Null;
+};
+
 /// What few inputs have, kept out of all the others.
 struct InputExtras {
     RefersTo<AttrDetails> details;
@@ -33,10 +40,11 @@ struct InputExtras {
     std::unique_ptr<Stash> stash;
     /// Of the list that this input is the first of.
     std::unique_ptr<NameIndex> listIndex;
+    std::unique_ptr<FarKinds> farKinds;
 
     /// Tells whether there is nothing here but, maybe, an index.
     [[nodiscard]] bool isIndexAlone() const noexcept {
-        return !details && members.capacity() == 0 && !source && !link.table && !stash;
+        return !details && members.capacity() == 0 && !source && !link.table && !stash && !farKinds;
     }
 };
 

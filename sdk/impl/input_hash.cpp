@@ -51,7 +51,7 @@ u64 Input::plainHash(const StringVector& skip) const {
 u64 Input::holderHash(const StringVector& skip) const {
     struct Level {
         explicit Level(const Input& of)
-            : input(&of), hash(hashMix(static_cast<u64>(of.m_type), of.members().size())) {}
+            : input(&of), hash(hashMix(static_cast<u64>(of.type()), of.members().size())) {}
         void add(const Input& member, u64 memberHash) {
             if (input->isObject()) hash = hashMix(hash, member.m_name.hash());
             hash = hashMix(hash, memberHash);

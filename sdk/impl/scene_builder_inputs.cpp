@@ -108,7 +108,7 @@ AttrData SceneBuilder::dataOf(TreeInput& from, const Input* holder) const {
     if (holder && holder->type() == AttrType::Array) data.dataType = holder->declaredType();
     data.silent =
         isSilent(from.silent, definition ? definition->isSilent() : holder && holder->isSilent());
-    data.readOnly = from.readOnly || (definition && definition->isReadOnly());
+    data.readOnly = from.readOnly || (definition && definition->hasReadOnlyMark());
     // A node's is looked at again when links are made.
     if (from.type == AttrType::Node)
         data.value = from.value;

@@ -130,7 +130,7 @@ void Scene::enter(Node& node) {
 }
 
 void Scene::tellAdded(Node& node) {
-    if (m_observers.empty() && !modifierListOf(node)) return;
+    if (!hasObservers() && !modifierListOf(node)) return;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(&node);
     if (NewsHold* hold = NewsHold::current()) return hold->add([=] { self->tellAdded(*held); });
@@ -161,7 +161,7 @@ bool Scene::removeNode(INode* node) {
     NewsHold news;
     clearReferences(*held);
     if (auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false))
-        change->takeComments(m_comments);
+        change->takeAlong(m_comments);
     takeOut(*held);
     step.commit();
     AllCalls calls;

@@ -3,6 +3,7 @@
 #include "base/string_io.h"
 #include "sdk/impl/left_out.h"
 #include "sdk/impl/scene_comments.h"
+#include "sdk/impl/unread_places.h"
 #include "sdk/impl/value.h"
 
 #include <algorithm>
@@ -44,6 +45,7 @@ public:
 
     /// Writes comment lines.
     void writeLines(const String& lines, u32 depth);
+    void writeUnread(const UnreadLines& unread, u32 depth);
     /// Write what stands behind a '{', and at the end of a thing; null for nothing but its line.
     void writeOpening(const Comments* comments);
     void writeTrailing(const Comments* comments);
@@ -58,8 +60,8 @@ private:
     // ---- Nodes -----------------------------------------------------------------------------
 
     void writeHead(const INode& node, const Node* definition, bool isOwn);
-    void writeInputs(const INode& node, const LeftOut& leftOut);
-    void writeOutputs(const INode& node, const LeftOut& leftOut);
+    void writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread);
+    void writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread);
     template<typename Thing>
     [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
         return m_comments ? m_comments->find(&thing) : nullptr;
@@ -80,6 +82,8 @@ private:
         const Comments* comments = nullptr;
         // Null where nothing is left out.
         std::unique_ptr<const LeftOut> leftOut = nullptr;
+        // Null where there are none.
+        std::unique_ptr<UnreadPlaces> unread = nullptr;
         u64 next = 0;
     };
 
@@ -93,8 +97,9 @@ private:
     [[nodiscard]] bool isUnchanged(const Input& input);
     void writeKind(const Input& input);
     void writePlain(const Value& value);
+    void writeOwn(const Input& input, const Comments* comments);
     void writeLink(const INode* target);
-    void writeSource(const Input& input);
+    void writeSource(const Input& input, const Comments* comments);
     void writeNotes(const Part& part);
     void writeDetails(const AttrDetails& details, const Input& input);
     void writeNoteValue(std::string_view note, const Value& value, const Input& input);

@@ -20,13 +20,18 @@ AttrType knownType(AttrType type) noexcept {
     return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
 }
 
+DataType knownType(DataType type) noexcept {
+    return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
+}
+
 void writeDataType(DataType type, StringIO& out) {
     if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
 }
 
 // The element type of the buffer that an input holds.
 DataType heldType(const Input& input) noexcept {
-    return input.type() == AttrType::Buffer ? input.ownValue().asBuffer().type() : DataType::Null;
+    if (input.type() != AttrType::Buffer) return DataType::Null;
+    return knownType(input.ownValue().asBuffer().type());
 }
 
 // Tells whether an input has other notes than its definition, and no description that says so.
@@ -39,10 +44,11 @@ bool lacksNotes(const Input& input, const Input& definition) noexcept {
 bool isUnchecked(const Input& input, const Comments* comments) {
     using Unchecked = Comments::Unchecked;
     const Unchecked read = comments ? comments->unchecked : Unchecked::Open;
+    const AttrDetails* limits = input.details();
+    if (limits ? read == Unchecked::Unsaid : read != Unchecked::Said) return false;
     const Value& value = input.ownValue();
     if (value.isNull() || input.type() == AttrType::Node) return false;
-    if (!input.details()) return read == Unchecked::Said;
-    return read != Unchecked::Unsaid && !input.details()->accepts(value);
+    return !limits || !limits->accepts(value);
 }
 
 } // namespace
@@ -63,10 +69,12 @@ void SceneWriter::begin(Part part) {
     else
         beginAttribute(part);
     const AttrType type = knownType(part.input->type());
-    if (type == AttrType::Object)
+    if (type != AttrType::Object && type != AttrType::Array) return end(part);
+    if (type == AttrType::Object) {
         writeOpening(part.comments);
-    else if (type != AttrType::Array)
-        return end(part);
+        if (part.comments && !part.comments->unread.empty())
+            part.unread = std::make_unique<UnreadPlaces>(&part.comments->unread);
+    }
     m_open.push_back(std::move(part));
 }
 
@@ -96,7 +104,7 @@ void SceneWriter::beginAttribute(Part& part) {
         break;
     default:
         m_out.append(" = ");
-        writePlain(input.ownValue());
+        writeOwn(input, part.comments);
         break;
     }
 }
@@ -122,7 +130,7 @@ void SceneWriter::beginElement(const Part& part) {
         writePlain(element.ownValue());
         break;
     default:
-        writePlain(element.ownValue());
+        writeOwn(element, part.comments);
         break;
     }
 }
@@ -144,10 +152,14 @@ void SceneWriter::beginNext(Part& holder, u64 index) {
         if (index != 0) m_out.append(", ");
         return begin({.input = &next, .depth = holder.depth, .isElement = true});
     }
+    const u32 depth = holder.depth + 1;
+    if (holder.unread)
+        holder.unread->takeBefore(next.ownName(), next.type(), false,
+                                  [&](const UnreadLines& lines) { writeUnread(lines, depth); });
     const LeftOut* leftOut = holder.leftOut.get();
     if (leftOut && leftOut->has(index)) return;
     begin({.input = &next,
-           .depth = holder.depth + 1,
+           .depth = depth,
            .definition = leftOut ? leftOut->inputDefinition(index) : nullptr});
 }
 
@@ -156,13 +168,16 @@ void SceneWriter::endList(const Part& holder) {
         m_out.append(']');
         return;
     }
-    if (holder.comments) writeLines(holder.comments->inner, holder.depth + 1);
+    const u32 depth = holder.depth + 1;
+    if (holder.unread)
+        holder.unread->takeRest([&](const UnreadLines& lines) { writeUnread(lines, depth); });
+    if (holder.comments) writeLines(holder.comments->inner, depth);
     indent(holder.depth);
     m_out.append('}');
 }
 
 void SceneWriter::end(const Part& part) {
-    writeSource(*part.input);
+    writeSource(*part.input, part.comments);
     writeNotes(part);
     if (!part.isElement) writeTrailing(part.comments);
 }
@@ -184,6 +199,17 @@ void SceneWriter::writeKind(const Input& input) {
     if (type == AttrType::Array)
         m_out.append('<').append(attrTypeName(knownType(input.elementType()))).append('>');
     writeDataType(heldType(input), m_out);
+}
+
+// A link to nothing may be one that was not found.
+void SceneWriter::writeOwn(const Input& input, const Comments* comments) {
+    const Value& value = input.ownValue();
+    const bool isLost = comments && !comments->lostLink.isEmpty() &&
+                        value.type() == AttrType::Node && !value.asNode();
+    if (isLost)
+        m_out.append(comments->lostLink.view());
+    else
+        writePlain(value);
 }
 
 void SceneWriter::writePlain(const Value& value) {
@@ -208,9 +234,13 @@ void SceneWriter::writeLink(const INode* target) {
         writeQuoted(name.view(), m_out);
 }
 
-void SceneWriter::writeSource(const Input& input) {
+void SceneWriter::writeSource(const Input& input, const Comments* comments) {
     const auto* source = static_cast<const Output*>(input.source());
-    if (!source) return;
+    if (!source) {
+        if (comments && !comments->lostSource.isEmpty())
+            m_out.append(" <- ").append(comments->lostSource.view());
+        return;
+    }
     if (!source->node() || source->node()->scene() != m_scene)
         return logWarning("The connection of '%s' to '%s' is not written: that output is not of "
                           "the scene.",
@@ -241,13 +271,14 @@ void SceneWriter::writeNotes(const Part& part) {
     const bool areKnown = part.definition && !part.isOwn && haveSameNotes(input, *part.definition);
     const auto* holder = static_cast<const Input*>(input.parent());
     const bool isElement = holder && holder->type() == AttrType::Array;
-    if (!areKnown && input.declaredType() != DataType::Null && !isElement)
-        m_out.append(" @type ").append(dataTypeName(input.declaredType()));
+    const DataType declared = knownType(input.declaredType());
+    if (!areKnown && declared != DataType::Null && !isElement)
+        m_out.append(" @type ").append(dataTypeName(declared));
     const Value* stashed = input.isModified() ? nullptr : input.stashed();
     if (stashed) writeNoteValue(" @stashed ", *stashed, input);
     if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
         m_out.append(input.isSilent() ? " @silent" : " @announced");
-    if (!areKnown && input.isReadOnly()) m_out.append(" @readonly");
+    if (!areKnown && input.hasReadOnlyMark()) m_out.append(" @readonly");
     const AttrDetails* details = input.details();
     if (isUnchecked(input, part.comments)) m_out.append(" @unchecked");
     if (part.isAgain) m_out.append(" @again");
@@ -281,7 +312,7 @@ void SceneWriter::writeNoteValue(std::string_view note, const Value& value, cons
     if (value.isNull()) return;
     m_out.append(note);
     const bool isBuffer = value.type() == AttrType::Buffer;
-    const DataType held = isBuffer ? value.asBuffer().type() : DataType::Null;
+    const DataType held = isBuffer ? knownType(value.asBuffer().type()) : DataType::Null;
     if (value.type() != input.type() || held != heldType(input)) {
         m_out.append(attrTypeName(value.type()));
         writeDataType(held, m_out);

@@ -21,9 +21,7 @@ String conflictUpTo(u64 line) {
 
 void TextErrors::add(u64 offset, String part, String message) {
     // One thing that is wrong may strike twice.
-    for (const Error& error : m_errors)
-        if (error.offset == offset) return;
-    if (full()) return;
+    if (full() || !m_places.insert(offset).second) return;
     m_errors.push_back({offset, std::move(part), std::move(message)});
 }
 
@@ -63,6 +61,10 @@ void TextErrors::addConflicts() {
 
 void TextErrors::report(const String& source, Diagnostics& out) {
     if (!m_errors.empty()) addConflicts();
+    reportErrors(source, out);
+}
+
+void TextErrors::reportErrors(const String& source, Diagnostics& out) {
     std::stable_sort(m_errors.begin(), m_errors.end(),
                      [](const Error& a, const Error& b) { return a.offset < b.offset; });
     LineCounter lines(m_text);

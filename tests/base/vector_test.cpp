@@ -245,6 +245,18 @@ TEST(Vector, Extract_ReleasesTheText) {
     EXPECT_EQ(text.get()->refCount(), 1);
 }
 
+TEST(Vector, Insert_WithRoomLeft_KeepsTheStorage) {
+    Vector<int> vector;
+    vector.reserve(3);
+    vector.push_back(1);
+    const int* const storage = vector.data();
+    vector.insert(0, 0);
+    vector.insert(2, 2);
+    EXPECT_EQ(vector.data(), storage);
+    EXPECT_EQ(vector.capacity(), 3u);
+    EXPECT_EQ(listed(vector), (std::vector<int>{0, 1, 2}));
+}
+
 TEST(Vector, Insert_MovesTheRestUp) {
     Vector<String> vector;
     vector.insert(0, "c");

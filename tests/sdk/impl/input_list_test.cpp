@@ -62,6 +62,16 @@ TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
     EXPECT_EQ(findInList(m_list, "Twin"), first);
 }
 
+TEST_F(InputList, FirstThatWasInsertedAndLeaves_TakesItsIndexWithIt) {
+    appendMany(20);
+    auto* first = new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null);
+    m_all.push_back(first);
+    insertIntoList(m_list, 0, first);
+    IInput* last = append("last");
+    EXPECT_TRUE(removeFromList(m_list, first));
+    EXPECT_EQ(findInList(m_list, "last"), last);
+}
+
 TEST_F(InputList, RemovedInput_IsNotFound_AndTheNextOfItsNameIs) {
     IInput* first = append("twin");
     appendMany(40);
