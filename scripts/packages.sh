@@ -10,6 +10,7 @@ test_packages=(clang libclang-rt-14-dev llvm clang-format git python3 pkg-config
     librsvg2-bin graphviz binutils chromium)
 bench_packages=(libbenchmark-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
+mutant_packages=(lld)
 
 # missing_packages NAME...: sets `missing` to those that are not installed
 missing_packages() {

@@ -100,14 +100,27 @@ String StashChange::text() const {
 
 // ---- Connections ---------------------------------------------------------------------------
 
+namespace {
+
+// A node that is in no scene has no other owner here.
+RefersTo<INode> nodeOf(const RefersTo<Output>& output) {
+    return RefersTo<INode>(output ? output->node() : nullptr);
+}
+
+} // namespace
+
 SourceChange::SourceChange(Input& input)
-    : InputChange(input), m_other(input.sourceOutput()), m_rank(input.sourceRank()) {}
+    : InputChange(input),
+      m_other(input.sourceOutput()),
+      m_otherNode(nodeOf(m_other)),
+      m_rank(input.sourceRank()) {}
 
 SourceChange::SourceChange(Input& input, Output& source, u64 rank)
-    : InputChange(input), m_other(&source), m_rank(rank) {}
+    : InputChange(input), m_other(&source), m_otherNode(nodeOf(m_other)), m_rank(rank) {}
 
 void SourceChange::flip(Scene& /*scene*/) {
     const RefersTo<Output> now = std::exchange(m_other, RefersTo<Output>(input().sourceOutput()));
+    m_restored = std::exchange(m_otherNode, nodeOf(m_other));
     const u64 rank = std::exchange(m_rank, input().sourceRank());
     input().exchangeSource(now.get(), rank);
 }
@@ -168,7 +181,7 @@ void InputListChange::takeOut(Scene& scene) {
     if (m_holder)
         m_holder->takeMember(&input());
     else
-        removeFromList(m_owner->m_inputs, &input());
+        removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
     // The list's reference.
     const auto leaving = RefersTo<Input>::adopt(&input());
     m_owner->onInputRemoved(&input());

@@ -82,8 +82,11 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
-    // The other source, null for none, and the place of the input among its targets.
+    // The other source, null for none, its node, and the place of the input among its targets.
     RefersTo<Output> m_other;
+    RefersTo<INode> m_otherNode;
+    // The node whose output came back, which nobody else may hold.
+    RefersTo<INode> m_restored;
     u64 m_rank = 0;
 };
 

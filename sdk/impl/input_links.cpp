@@ -34,9 +34,9 @@ Scene* homeOf(const INode& node) noexcept {
 
 const char* barBetween(const INode* from, const INode* to) noexcept {
     if (!from || !to || from == to) return nullptr;
-    const bool isOut = static_cast<const Node*>(from)->hasLeft();
-    const bool isToOut = static_cast<const Node*>(to)->hasLeft();
-    if (isOut == isToOut && from->scene() == to->scene()) return nullptr;
+    const auto &node = static_cast<const Node&>(*from), &target = static_cast<const Node&>(*to);
+    const bool isOut = node.hasLeft(), isToOut = target.hasLeft();
+    if (isOut == isToOut && node.liveScene() == target.liveScene()) return nullptr;
     const Scene *home = homeOf(*from), *toHome = homeOf(*to);
     if (home == toHome) return nullptr;
     if (isOut) return "its node was removed from its scene";
@@ -116,20 +116,23 @@ void Input::setSource(Output* output, u64 rank) {
     dropHash();
 }
 
+// The history owns the node of what it records, which one that ends cannot be.
+const Node* Input::recorder(const INode* other) const {
+    return m_node && m_node->isEnding() ? nullptr : static_cast<const Node*>(other);
+}
+
 // The output ends its connections and has taken this input, its last target, off its list. Undo
 // could not bring back the output of a node that is in no scene.
 void Input::sourceEnded(Output& output, bool isRecorded) {
-    EditStep step(static_cast<const Node*>(isRecorded ? output.node() : nullptr));
+    EditStep step(isRecorded ? recorder(output.node()) : nullptr);
     step.prepare<SourceChange>(*this, output, output.targetCount());
     m_extras->source = nullptr;
     step.commit();
-    dropHash();
     if (m_node) m_node->onInputConnected(this, &output, nullptr);
 }
 
 void Input::dropSource() noexcept {
     m_extras->source = nullptr;
-    dropHash();
     if (m_node) m_node->setDirty(true);
 }
 
@@ -161,7 +164,7 @@ void Input::relink(const INode& from, INode* to) {
     const bool isKept = kept && kept->type() == AttrType::Node && kept->asNode() == &from;
     const bool isHeld = linkedNode(*this) == &from;
     if (!isKept && !isHeld) return;
-    EditStep step(static_cast<const Node*>(&from));
+    EditStep step(recorder(&from));
     if (isModified() ? isKept : isHeld) step.prepare<ValueChange>(*this);
     if (isKept) relinkStash(from, to);
     if (isHeld) {
@@ -174,7 +177,7 @@ void Input::relink(const INode& from, INode* to) {
 
 // Recorded where the node that the link leads away from is: this input's may be out of the scene.
 void Input::relinkStash(const INode& from, INode* to) {
-    EditStep step(static_cast<const Node*>(isUpToModifiers() ? nullptr : &from));
+    EditStep step(isUpToModifiers() ? nullptr : recorder(&from));
     step.prepare<StashChange>(*this);
     replaceStash(Value(to));
     step.commit();
@@ -195,7 +198,6 @@ void Input::dropStashedLink() noexcept {
 
 void Input::forgetLink() noexcept {
     m_value = Value(static_cast<INode*>(nullptr));
-    dropHash();
 }
 
 void Input::forgetStashedLink() noexcept {
@@ -207,7 +209,6 @@ void Input::redirect(INode* link, Output* source, u64 rank) {
     if (type() != AttrType::Node || m_value.asNode() == link) return;
     linkTo(link);
     m_value = Value(link);
-    dropHash();
 }
 
 } // namespace qv::kelvo_sdk::impl

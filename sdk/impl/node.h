@@ -68,6 +68,8 @@ public:
     [[nodiscard]] IScene* scene() const override;
     /// Returns the scene of a node that lives; null in its destructor, when the scene may be gone.
     [[nodiscard]] IScene* liveScene() const noexcept { return m_destroying ? nullptr : m_scene; }
+    /// Tells whether the node is in its destructor, where nobody may keep it any more.
+    [[nodiscard]] bool isEnding() const noexcept { return m_destroying; }
     /// Tells whether the caller's is the only reference.
     [[nodiscard]] bool isLastReference() const noexcept { return m_refCount.load() == 1; }
     /// Tells whether the node was in a scene that it is out of now.
@@ -230,6 +232,9 @@ public:
     // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
     // change of several parts all of it comes when that is complete.
 
+    /// Tells whether an attribute that is added, which the node's own observers do not hear of, may
+    /// lead to foreign code, which may let go of both.
+    [[nodiscard]] bool mayCallBack() const noexcept;
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
     void onInputRemoved(const IInput* input);
@@ -321,7 +326,6 @@ private:
     void markDirty() const;
     [[nodiscard]] bool isHeard() const noexcept;
     [[nodiscard]] bool isNews(const IInput& input) const;
-    [[nodiscard]] bool hasObservers() const;
     void copyIdentity(const Node& from);
     void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);
@@ -341,8 +345,11 @@ private:
     bool m_destroying = false;
     mutable bool m_serializing = false;
     bool m_modifying = false;
-    // In what would be padding: the places of all others stand.
+    // These two are in what would be padding: the places of all others stand.
     bool m_hasLeft = false;
+    // Whether the list of observers has any; may be read without the lock, which takes longer than
+    // the rest of a change that nobody hears of.
+    std::atomic<bool> m_isObserved = false;
     ds::Vector<IInput*> m_inputs;
     ds::Vector<IOutput*> m_outputs;
     ds::HashMap<String, String> m_labels;

@@ -1,7 +1,7 @@
 #include "sdk/impl/node_changes.h"
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_list.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
@@ -24,6 +24,19 @@ u64 bytesOf(const Node& node) {
     for (const IOutput* output : node.outputs())
         bytes += bytesOf(static_cast<const Output&>(*output));
     return bytes;
+}
+
+// Returns the nodes of no scene that a node links to or reads.
+std::vector<RefersTo<INode>> straysOf(const Node& node) {
+    std::vector<RefersTo<INode>> strays;
+    const auto note = [&](INode* reached) {
+        if (reached && reached != &node && !reached->scene()) strays.emplace_back(reached);
+    };
+    visitInputs(node, [&](const Input& input) {
+        note(linkedNode(input));
+        if (const Output* source = input.sourceOutput()) note(source->node());
+    });
+    return strays;
 }
 
 } // namespace
@@ -54,7 +67,7 @@ void OutputListChange::flip(Scene& scene) {
         return;
     }
     takeComments(scene.comments());
-    m_node->m_outputs.removeAll(m_output.get());
+    m_node->m_outputs.remove(indexInList<IOutput>(m_node->m_outputs, m_output.get()));
     // The list's reference.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
@@ -92,8 +105,9 @@ u64 OutputValueChange::bytes() const {
 NodeChange::NodeChange(Node& node, u64 index, bool isIn)
     : m_node(&node), m_index(index), m_isIn(isIn) {}
 
-void NodeChange::takeComments(SceneComments& from) {
+void NodeChange::takeAlong(SceneComments& from) {
     m_comments = from.take(m_node.get());
+    m_strays = straysOf(*m_node);
 }
 
 void NodeChange::prepareFlip(Scene& scene) {
@@ -108,10 +122,11 @@ void NodeChange::flip(Scene& scene) {
     if (m_isIn) {
         scene.m_nodes.add(m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
+        const auto strays = std::exchange(m_strays, {});
         scene.enter(*m_node);
         return;
     }
-    takeComments(scene.comments());
+    takeAlong(scene.comments());
     scene.takeOut(*m_node);
     scene.tellRemoved(*m_node);
 }
@@ -130,6 +145,7 @@ NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comment
 }
 
 void NodeExchange::cutSources() {
+    m_strays = straysOf(*m_out);
     visitInputs(*m_out, [this](Input& input) {
         Output* source = input.sourceOutput();
         if (!source) return;
@@ -151,6 +167,7 @@ void NodeExchange::flip(Scene& scene) {
     if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
     const auto sources = std::exchange(m_sources, {});
+    const auto strays = std::exchange(m_strays, {});
     cutSources();
     restore(sources);
     scene.exchange(*m_out, *m_in);

@@ -54,8 +54,8 @@ public:
     /// References made without the scene's knowledge end.
     void prepareFlip(Scene& scene) override;
     void flip(Scene& scene) override;
-    /// Needs one that leaves; before it does.
-    void takeComments(SceneComments& from);
+    /// Needs one that leaves; before it does. What belongs to it is kept.
+    void takeAlong(SceneComments& from);
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_node->name(); }
     [[nodiscard]] String text() const override;
@@ -65,6 +65,8 @@ private:
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
+    // Nodes of no scene that one that is out refers to: nobody else may hold them.
+    std::vector<RefersTo<INode>> m_strays;
 };
 
 /// A node was put in place of another, whose name it has.
@@ -72,7 +74,7 @@ class NodeExchange final : public Change {
 public:
     /// Before it is.
     NodeExchange(Node& node, Node& replacement, SceneComments& comments);
-    /// When it was: what left lets go of the outputs that it reads.
+    /// When it was: what left lets go of the outputs that it reads. What it refers to stays alive.
     void cutSources();
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
@@ -91,6 +93,8 @@ private:
     RefersTo<Node> m_out;
     RefersTo<Node> m_in;
     std::vector<Source> m_sources;
+    // Nodes of no scene that the one that is out refers to.
+    std::vector<RefersTo<INode>> m_strays;
     // Of the one that is out.
     SceneComments::Kept m_comments;
 };

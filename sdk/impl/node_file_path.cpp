@@ -75,12 +75,14 @@ bool Node::setPath(String dir, String file, String ext) {
         scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
                           String::format("%s = %s", shown.buf(), oldName.buf()));
     };
-    // A node that left its scene is not edited: undo would bring it back without the edit.
-    const auto isThere = [&] { return liveScene() == scene.get() && (!scene || !m_hasLeft); };
+    // What left its scene or its node is not edited: undo would bring it back with the edit.
+    const auto isThere = [&](const kelvo_sdk::Input& written) {
+        return liveScene() == scene.get() && (!scene || !m_hasLeft) && written.node() == this;
+    };
     bool done = false;
     try {
-        done = extInput.setString(std::move(ext)) && isThere() &&
-               fileInput.setString(std::move(file)) && isThere() &&
+        done = extInput.setString(std::move(ext)) && isThere(fileInput) &&
+               fileInput.setString(std::move(file)) && isThere(dirInput) &&
                dirInput.setString(std::move(dir));
     } catch (...) {
         record();

@@ -87,6 +87,8 @@ private:
     void checkFile(Node& node, const Input& file);
     void checkUse(Node& node);
     void checkReferences(Node& node);
+    void addLostLink(Node& node, Input& input);
+    void addLostSource(Node& node, Input& input);
 
     void checkComments(Node& node);
     void checkFileComments();

@@ -97,11 +97,7 @@ String shown(const Value& value) {
 RefersTo<FindingFix> settingBack(Input& input, const Input& definition) {
     return makeFix("set it to " + shown(definition.value()),
                    [held = RefersTo<Input>(&input), known = hold(definition)] {
-                       if (!held->node()) return false;
-                       held->setReadOnly(false);
-                       const bool isSet = held->setValue(known->value());
-                       held->setReadOnly(true);
-                       return isSet;
+                       return held->node() && held->setReadOnlyValue(known->value());
                    });
 }
 
@@ -235,6 +231,11 @@ bool SceneRules::checkInput(Node& node, Input* holder, Input* input, const Input
 // Nothing but a text can have changed it.
 void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition) {
     if (!definition.isReadOnly() || !input.isReadOnly() || input.source()) return;
+    if (input.type() == AttrType::Array && input.hashWith({}) != definition.hashWith({}))
+        return add(Rule::ChangedReadOnly, &node, input.path(),
+                   "input '" + input.path() +
+                       "' is read-only: it holds other elements than type '" + node.type() +
+                       "' defines.");
     const Value& value = input.ownValue();
     if (value.isNull() || value == definition.value()) return;
     add(Rule::ChangedReadOnly, &node, input.path(),

@@ -92,6 +92,8 @@ bool SceneSetter::prepare(const SceneChange& change) {
     Step step{.change = &change, .input = kelvo_sdk::Input(findInput(change.path.view()))};
     if (!step.input.get()) return false;
     if (change.action == Action::Remove) {
+        const IInput* holder = step.input->parent();
+        if (holder && holder->isReadOnly()) return false;
         m_removedInputs.push_back(std::move(step));
         return true;
     }
@@ -130,7 +132,7 @@ bool SceneSetter::prepareElement(const SceneChange& change) {
     Step step{.change = &change};
     step.input = kelvo_sdk::Input(findInput(change.path.view().substr(0, bracket)));
     step.index = indexFrom(change.path.view().substr(bracket + 1));
-    if (!step.input.get()) return false;
+    if (!step.input.get() || step.input.isReadOnly()) return false;
     const bool isAdded = change.action == Action::Add;
     step.newIndex = isAdded ? step.index : indexFrom(change.after.value_or("").view());
     if (change.action != Action::Remove) m_placedElements.push_back(step);
@@ -180,7 +182,8 @@ bool SceneSetter::placeNodes() {
 }
 
 bool SceneSetter::removeInputs() {
-    return std::ranges::all_of(m_removedInputs, [](const Step& step) {
+    return std::ranges::all_of(m_removedInputs, [this](const Step& step) {
+        if (!isThere(step)) return false;
         interfaces::IInputContainer* owner = step.input->parent();
         if (!owner) owner = step.input.node();
         return owner && owner->removeInput(placeIn(*owner, step.input.get()));
@@ -197,16 +200,19 @@ bool SceneSetter::setElements() {
         if (step.change->action == Action::Move) moved[i] = step.input.input(step.index);
     }
     for (const Step& step : m_takenElements)
-        if (step.change->action == Action::Remove && !step.input->removeInput(step.index))
+        if (step.change->action == Action::Remove &&
+            !(isThere(step) && step.input->removeInput(step.index)))
             return false;
     for (u64 i = 0; i < moved.size(); ++i) {
         const Input* array = static_cast<Input*>(m_placedElements[i].input.get());
         if (!moved[i].get()) continue;
+        if (!isThere(m_placedElements[i])) return false;
         const u64 place = placeIn(*array, moved[i].get());
         if (!m_placedElements[i].input->moveElement(place, array->inputCount() - 1)) return false;
     }
     for (u64 i = 0; i < moved.size(); ++i) {
         const Step& step = m_placedElements[i];
+        if (!isThere(step)) return false;
         if (!moved[i].get()) {
             if (!addElement(step)) return false;
             continue;
@@ -232,11 +238,18 @@ bool SceneSetter::addElement(const Step& step) {
 
 bool SceneSetter::setInputs() {
     return std::ranges::all_of(m_set, [&](const Step& step) {
+        if (!isThere(step)) return false;
         auto& input = static_cast<Input&>(*step.input.get());
         const auto& after = step.change->after;
         if (step.change->field != "source") return setValue(input, after->view());
         return after ? setSource(input, after->view()) : (input.disconnect(), true);
     });
+}
+
+// Who hears of a change may take others away: undo would bring them back with what is set then.
+bool SceneSetter::isThere(const Step& step) const {
+    const INode* node = step.input.node();
+    return node && m_scene.contains(*node);
 }
 
 Input* SceneSetter::findInput(std::string_view path) const {

@@ -47,6 +47,8 @@ private:
     bool setElements();
     bool addElement(const Step& step);
     bool setInputs();
+    /// Tells whether the input of a step is still in the scene.
+    [[nodiscard]] bool isThere(const Step& step) const;
     [[nodiscard]] Input* findInput(std::string_view path) const;
     [[nodiscard]] Output* findOutput(std::string_view path) const;
     bool setValue(Input& input, std::string_view text) const;

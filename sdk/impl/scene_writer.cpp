@@ -141,7 +141,8 @@ void SceneWriter::writeOutput(const Output& output, bool isAgain) {
     m_out.append("output ");
     const bool isKnown = static_cast<u32>(output.type()) < attrTypeCount;
     m_out.append(attrTypeName(isKnown ? output.type() : AttrType::Null));
-    if (output.type() == AttrType::Buffer && output.dataType() != DataType::Null)
+    const bool hasType = static_cast<u32>(output.dataType()) < dataTypeCount;
+    if (output.type() == AttrType::Buffer && hasType && output.dataType() != DataType::Null)
         m_out.append('<').append(dataTypeName(output.dataType())).append('>');
     m_out.append(' ').append(output.ownName().view());
     if (isAgain) m_out.append(" @again");

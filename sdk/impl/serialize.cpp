@@ -1,10 +1,7 @@
 #include "sdk/impl/serialize.h"
 
-#include "sdk/impl/node.h"
-#include "sdk/impl/scene.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/scene_writer.h"
-#include "sdk/interfaces/i_input.h"
-#include "sdk/interfaces/i_output.h"
 
 #include <span>
 #include <unordered_map>
@@ -14,8 +11,6 @@
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-using interfaces::IInputContainer;
 
 // The nodes that a node depends on and itself at the end, each behind those that it depends on as
 // far as there are no cycles. Walks without recursion.
@@ -50,20 +45,11 @@ private:
         m_chain.push_back(std::move(step));
     }
 
-    // In the order of the inputs, at any depth.
-    void addNeeds(const IInputContainer& owner, std::vector<const INode*>& needs) const {
-        for (u64 i = 0; i < owner.inputCount(); ++i) {
-            const IInput* input = owner.input(i);
-            INode* linked = nullptr;
-            if (input->type() == AttrType::Node && input->readNode(linked, false, nullptr))
-                addNeed(linked, needs);
-            if (const IOutput* source = input->source()) addNeed(source->node(), needs);
-            addNeeds(*input, needs);
-        }
-    }
-
-    void addNeed(const INode* node, std::vector<const INode*>& needs) const {
-        if (node && node->scene() == m_scene) needs.push_back(node);
+    void addNeeds(const INode& node, std::vector<const INode*>& needs) const {
+        visitDependencies(static_cast<const Node&>(node), [&](const Node& found) {
+            if (found.scene() == m_scene) needs.push_back(&found);
+            return false;
+        });
     }
 
     const interfaces::IScene* m_scene;

@@ -52,8 +52,10 @@ bool modifyInputs(const INode& modifier, const INode& node, const Write& write) 
     if (!isEnabled) return true;
     names = modifies.asString(false, nullptr);
     bool done = true;
+    const auto* scene = node.scene();
     for (const kelvo_sdk::Input& input : namedInputs(names.split(',', true, false), node)) {
-        if (write(input)) continue;
+        // Who hears of a write may take others away, which undo brings back as they are.
+        if (input.node() != &node || node.scene() != scene || write(input)) continue;
         logWarning("Modifier '%s' cannot change input '%s'.", modifier.name().buf(),
                    input.path().buf());
         done = false;

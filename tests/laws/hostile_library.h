@@ -1,0 +1,29 @@
+#pragma once
+
+#include "sdk/input.h"
+#include "sdk/lib_info.h"
+#include "sdk/node.h"
+
+#include <functional>
+
+namespace qv::tests {
+
+/// The standard types, and "thing", "lamp", "image" and others as bare ones.
+[[nodiscard]] kelvo_sdk::LibInfo quietLibrary();
+
+/// The same types, all with callbacks, which tell the listener of each call.
+class HostileLibrary {
+public:
+    using Listener =
+        std::function<void(kelvo_sdk::interfaces::INode*, kelvo_sdk::interfaces::IInput*)>;
+
+    /// There is one at a time.
+    explicit HostileLibrary(Listener listener);
+    ~HostileLibrary();
+    HostileLibrary(const HostileLibrary&) = delete;
+    HostileLibrary& operator=(const HostileLibrary&) = delete;
+
+    [[nodiscard]] static kelvo_sdk::LibInfo types();
+};
+
+} // namespace qv::tests
