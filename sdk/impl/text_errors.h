@@ -19,7 +19,7 @@ public:
 
     /// `offset` is a byte of the text, `part` the name of the node or type concerned. The first
     /// error at a place stands.
-    void add(u64 offset, String part, String message);
+    void add(u64 offset, const String& part, const String& message);
     /// Tells once per line of bytes that may not stand in a text.
     void addFaultyBytes();
     [[nodiscard]] bool empty() const noexcept { return m_errors.empty(); }
