@@ -31,6 +31,16 @@ public:
         u64 hash = 0;
         K key;
         V value;
+
+        static void* operator new[](std::size_t bytes) { return ::operator new[](bytes); }
+        /// An array of 0 elements in cell `index` of a run; `bytes` stand in front of it.
+        [[gnu::returns_nonnull]] static void* operator new[](std::size_t bytes, EmptyArrays& run,
+                                                             u64 index) {
+            return static_cast<unsigned char*>(run.array(index)) - bytes;
+        }
+        // The run is told by the map that lets go of a cell.
+        static void operator delete[](void*, EmptyArrays&, u64) noexcept {}
+        static void operator delete[](void* array) noexcept { ::operator delete[](array); }
     };
     using Bucket = Vector<Node>;
 
@@ -38,8 +48,7 @@ public:
     HashMap() {
         EmptyArrays* run = EmptyArrays::take();
         for (u64 i = 0; i < bucketCount; ++i)
-            ::new (&m_buckets[i])
-                Bucket(typename Bucket::EmptyStorage{static_cast<Node*>(run->array(i))});
+            ::new (&m_buckets[i]) Bucket(typename Bucket::EmptyStorage{new (*run, i) Node[0]});
     }
 
     /// Copies bucket by bucket; keys and values share their texts with the source.

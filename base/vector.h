@@ -24,6 +24,10 @@ class HashMap;
 /// allocated. Appending to a full vector makes the capacity 2, then doubles the count. Slots behind
 /// the count hold no owned values: what leaves the vector is replaced by `T{}`. Positions are not
 /// checked. Out of memory throws `std::bad_alloc` and changes nothing.
+///
+/// A long vector of pointers moves what is in front of a place or what is behind it, whichever is
+/// less, so that elements come and go at both ends in constant time. Free places in front count
+/// neither as elements nor as capacity.
 template<class T>
 class QV_EXPORT Vector {
 public:
@@ -42,7 +46,7 @@ public:
           m_count(std::exchange(other.m_count, 0)),
           m_capacity(std::exchange(other.m_capacity, 0)) {}
 
-    ~Vector() { delete[] m_data; }
+    ~Vector() { delete[] storage(); }
 
     Vector& operator=(const Vector& other) {
         if (this != &other) Vector(other).swap(*this);
@@ -55,7 +59,9 @@ public:
 
     [[nodiscard]] u64 size() const noexcept { return m_count; }
     [[nodiscard]] u64 count() const noexcept { return m_count; }
-    [[nodiscard]] u64 capacity() const noexcept { return m_capacity; }
+    [[nodiscard]] u64 capacity() const noexcept {
+        return movesFront ? m_capacity & ~roomFlag : m_capacity;
+    }
     [[nodiscard]] bool empty() const noexcept { return m_count == 0; }
     [[nodiscard]] bool isEmpty() const noexcept { return m_count == 0; }
 
@@ -74,12 +80,12 @@ public:
     [[nodiscard]] const T& back() const noexcept { return m_data[m_count - 1]; }
 
     void push_back(const T& value) {
-        if (m_count == m_capacity) return pushGrowing(T(value));
+        if (m_count == capacity()) return pushGrowing(T(value));
         m_data[m_count] = value;
         ++m_count;
     }
     void push_back(T&& value) {
-        if (m_count == m_capacity) return pushGrowing(T(std::move(value)));
+        if (m_count == capacity()) return pushGrowing(T(std::move(value)));
         m_data[m_count] = std::move(value);
         ++m_count;
     }
@@ -90,7 +96,10 @@ public:
 
     /// Puts `value` before the element at `index`, which may be the count.
     void insert(u64 index, T value) {
-        if (m_count == m_capacity) grow();
+        if constexpr (movesFront) {
+            if (isInFront(index) && makeRoom()) return insertMovingFront(index, value);
+        }
+        if (m_count == capacity()) grow();
         shiftUp(index);
         m_data[index] = std::move(value);
         ++m_count;
@@ -98,6 +107,9 @@ public:
 
     /// Removes the element at `index` and keeps the order of the rest.
     void remove(u64 index) {
+        if constexpr (movesFront) {
+            if (isInFront(index)) return removeMovingFront(index);
+        }
         shiftDown(index);
         pop_back();
     }
@@ -140,7 +152,7 @@ public:
 
     /// Makes the capacity at least `capacity`; exactly that when it has to grow.
     void reserve(u64 capacity) {
-        if (capacity > m_capacity) reallocate(capacity);
+        if (capacity > this->capacity()) reallocate(capacity);
     }
 
     /// Makes the count `count`; new elements are `T{}`.
@@ -171,6 +183,79 @@ private:
 
     static constexpr bool keepsEmptyArray = requires { requires T::keepsEmptyArray; };
     static constexpr u64 maxBytes = std::numeric_limits<std::size_t>::max();
+
+    // ---- Room in front ---------------------------------------------------------------------
+    // While there are free places in front, the capacity word carries a flag, and the last of these
+    // places their number.
+
+    static constexpr bool movesFront = std::is_pointer_v<T> && sizeof(T) == sizeof(u64);
+    static constexpr u64 roomFlag = u64(1) << 63;
+    // Moving a few words costs nothing.
+    static constexpr u64 fewest = 64;
+
+    [[nodiscard]] bool isInFront(u64 index) const noexcept {
+        return m_count >= fewest && index < m_count / 2;
+    }
+
+    [[nodiscard]] u64 room() const noexcept {
+        u64 places = 0;
+        if constexpr (movesFront) {
+            if ((m_capacity & roomFlag) != 0) std::memcpy(&places, m_data - 1, sizeof places);
+        }
+        return places;
+    }
+    [[nodiscard]] T* storage() const noexcept { return m_data - room(); }
+
+    // Lets the elements begin behind that many free places; needs a storage of `total` places.
+    void setRoom(T* storage, u64 places, u64 total) noexcept {
+        m_data = storage + places;
+        m_capacity = total - places;
+        if (places == 0) return;
+        m_capacity |= roomFlag;
+        std::memcpy(m_data - 1, &places, sizeof places);
+    }
+
+    // Sees to it that there is room; false when what is spare behind is too little to be worth it.
+    bool makeRoom() {
+        if (room() != 0) return true;
+        const u64 spare = m_capacity - m_count;
+        if (spare != 0 && spare < fewest) return false;
+        if (spare == 0) reallocate(2 * m_count);
+        const u64 places = (m_capacity - m_count + 1) / 2;
+        T* const first = m_data;
+        std::memmove(first + places, first, m_count * sizeof(T));
+        setRoom(first, places, m_capacity);
+        return true;
+    }
+
+    // Where at least half of the storage lies in front, that is enough to grow into.
+    bool moveToStorage() noexcept {
+        const u64 places = room();
+        if (places == 0 || places < m_count) return false;
+        T* const first = storage();
+        std::memmove(first, m_data, m_count * sizeof(T));
+        setRoom(first, 0, places + capacity());
+        return true;
+    }
+
+    void insertMovingFront(u64 index, T value) noexcept {
+        const u64 places = room();
+        T* const first = storage();
+        std::memmove(m_data - 1, m_data, index * sizeof(T));
+        setRoom(first, places - 1, places + capacity());
+        m_data[index] = value;
+        ++m_count;
+    }
+
+    void removeMovingFront(u64 index) noexcept {
+        const u64 places = room();
+        T* const first = storage();
+        std::memmove(m_data + 1, m_data, index * sizeof(T));
+        setRoom(first, places + 1, places + capacity());
+        --m_count;
+    }
+
+    // ---- Storage ---------------------------------------------------------------------------
 
     // An empty vector on an array of 0 elements that its owner takes back with `abandonStorage`.
     struct EmptyStorage {
@@ -212,12 +297,16 @@ private:
         } else {
             std::move(begin(), end(), fresh.get());
         }
-        delete[] std::exchange(m_data, fresh.release());
+        delete[] storage();
+        m_data = fresh.release();
         m_capacity = capacity;
     }
 
     void grow() {
         if (m_count > maxBytes / 2) failAllocation();
+        if constexpr (movesFront) {
+            if (moveToStorage()) return;
+        }
         reallocate(m_count == 0 ? 2 : 2 * m_count);
     }
 

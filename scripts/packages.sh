@@ -12,6 +12,7 @@ fuzz_packages=(clang libclang-rt-14-dev llvm)
 abi_packages=(clang abigail-tools git python3)
 bench_packages=(libbenchmark-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
+mutant_packages=(lld)
 
 # missing_packages NAME...: sets `missing` to those that are not installed
 missing_packages() {

@@ -21,6 +21,27 @@ using interfaces::SceneObserver;
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
 
+/// How much of a text is read.
+struct ReadOptions {
+    /// Of a text with errors, builds what can be read. Lines that cannot be read, whole nodes where
+    /// it is their head, and names of nodes and outputs that are not known are gaps: each is told,
+    /// and all are kept and written back where they stood. A '}' that is missing is added. Without
+    /// it a text with errors is not read at all.
+    bool isPartial = false;
+    /// So many errors or gaps are told at most.
+    u32 maxDiagnostics = 20;
+};
+
+/// What became of a text.
+struct ReadReport {
+    /// False when the scene stayed as it was: the text has errors, or no node that can be read.
+    bool isRead = false;
+    /// All that is not as the text has it, told or not; 0 when everything was read.
+    u64 gapCount = 0;
+
+    [[nodiscard]] bool isWhole() const noexcept { return isRead && gapCount == 0; }
+};
+
 /// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, which answers
 /// empty, false or 0.
 class QV_EXPORT Scene : public RefersTo<interfaces::IScene> {
@@ -120,6 +141,10 @@ public:
     /// text's references follow. On any error false: the scene stays as it was and `diagnostics`,
     /// when given, tells all that was found (at most 20). `source` names the text in them.
     bool read(String text, String source, Diagnostics* diagnostics = nullptr) const;
+    /// The same with a choice. A node takes the lines that could not be read inside of it along
+    /// when it is renamed, converted, removed and brought back; those between nodes stay.
+    ReadReport read(String text, String source, const ReadOptions& options,
+                    Diagnostics* diagnostics = nullptr) const;
 };
 
 /// An undo step of a scene: stays open while any copy lives, closes when the last goes.

@@ -22,6 +22,8 @@ struct ValidationRule {
     const char* summary;
     /// What a fix does, as a sentence; null when there is none.
     const char* fix;
+    /// What is found could not be checked: nobody says how it should be.
+    bool isUnchecked = false;
 };
 
 /// Returns all rules, in the order of docs/validation.md.
@@ -61,12 +63,19 @@ struct ValidationOptions {
     /// Tells whether there is a file at a path that a node gives. Files are not looked for without
     /// it, as the library asks no file system.
     std::function<bool(const String& path)> fileExists = {};
+    /// Nodes of a scene without libraries were not checked against their types, which is told of
+    /// each; by default such a scene may hold any.
+    bool needsTypes = false;
 };
 
 /// Looks through a scene by all rules: node by node in the order of the scene, then what concerns
 /// several. A scene that `verify` finds fault with is looked into no further. Changes nothing.
 [[nodiscard]] QV_EXPORT Findings validate(const Scene& scene,
                                           const ValidationOptions& options = {});
+
+/// Tells whether a scene with these findings is good: it has no errors, and when `isStrict`
+/// everything could be checked and there are no warnings either.
+[[nodiscard]] QV_EXPORT bool passes(const Findings& findings, bool isStrict = false) noexcept;
 
 /// What became of the findings of a scene.
 struct FixReport {

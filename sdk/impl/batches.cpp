@@ -79,6 +79,7 @@ void Batches::deliverRound() noexcept {
 }
 
 void Batches::tell(const interfaces::SceneChanges& changes) noexcept {
+    const std::lock_guard lock(m_scene.observerMutex());
     const ds::Vector<BatchObserver*> snapshot = m_observers;
     for (BatchObserver* observer : snapshot) {
         if (!m_observers.contains(observer)) continue;

@@ -14,6 +14,7 @@ public:
     /// The scene owns this.
     explicit Batches(Scene& scene) : m_scene(scene) {}
 
+    // Called under the lock of the scene's observers.
     bool subscribe(BatchObserver* observer);
     bool unsubscribe(BatchObserver* observer) { return m_observers.removeAll(observer); }
     /// No edit is open any more.

@@ -3,6 +3,7 @@
 #include "sdk/impl/change.h"
 #include "sdk/interfaces/undo_step.h"
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <memory>
@@ -46,7 +47,9 @@ public:
     void openOperation() { ++m_operations; }
     void closeOperation() noexcept;
     /// Needs an open operation. After `reserve`, `add` does not fail.
-    void reserve() { m_open.reserve(m_open.size() + 1); }
+    void reserve() {
+        if (m_open.size() == m_open.capacity()) m_open.reserve(std::max<u64>(8, 2 * m_open.size()));
+    }
     void add(std::unique_ptr<Change> change) noexcept;
     /// Tells whether the innermost edit keeps an earlier value of the input already.
     [[nodiscard]] bool keepsValueOf(const Input& input) const noexcept;

@@ -45,7 +45,7 @@ bool History::canReplay(const char* what) const {
 
 bool History::undo() {
     if (!canReplay("undo") || m_done.empty()) return false;
-    m_undone.reserve(m_undone.size() + 1);
+    if (m_undone.size() == m_undone.capacity()) m_undone.reserve(2 * m_undone.size() + 8);
     Step step = std::move(m_done.back());
     m_done.pop_back();
     AllCalls calls;

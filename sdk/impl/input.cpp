@@ -4,6 +4,7 @@
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input_changes.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_list.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
@@ -13,7 +14,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <limits>
 #include <new>
 #include <utility>
 #include <vector>
@@ -36,14 +36,6 @@ Value startValue(const AttrData& data) {
     return value;
 }
 
-// Kinds from outside their enumeration stay outside.
-template<typename Stored, typename Kind>
-Stored storedKind(Kind kind) noexcept {
-    constexpr i32 most = std::numeric_limits<Stored>::max();
-    const i32 value = static_cast<i32>(kind);
-    return static_cast<Stored>(std::in_range<Stored>(value) ? value : most);
-}
-
 String textIn(const AttrDetails::Texts& texts, String language) {
     ds::HashMap<String, String> table;
     for (const auto& [key, text] : texts)
@@ -54,17 +46,18 @@ String textIn(const AttrDetails::Texts& texts, String language) {
 } // namespace
 
 Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
-    : m_type(storedKind<i16>(type)),
-      m_elementType(storedKind<u8>(elementType) & 63),
+    : m_isHeldReadOnly(parent && parent->isReadOnly()),
       m_node(static_cast<Node*>(node)),
       m_parent(static_cast<Input*>(parent)),
       m_nameHash(isElement() ? 0 : name.foldedHash()),
       m_name(std::move(name)),
-      m_value(Value::zero(type)) {}
+      m_value(Value::zero(type)) {
+    setKinds(type, elementType);
+}
 
 Input::Input(INode* node, IInput* parent, String name, AttrData definition)
     : Input(node, parent, std::move(name), definition.type, definition.elementType) {
-    m_dataType = storedKind<i8>(definition.dataType) & 127;
+    setDeclaredType(definition.dataType);
     m_silent = definition.silent;
     m_readOnly = definition.readOnly;
     if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
@@ -80,11 +73,37 @@ RefersTo<Input> Input::showing(const Value& value) {
 }
 
 Input::~Input() {
-    letGo();
-    for (IInput* member : members()) {
-        static_cast<Input*>(member)->m_parent = nullptr;
-        member->decRef();
+    untie();
+    if (m_extras) endMembers();
+}
+
+// Takes neither stack nor memory: goes down to the last member that nothing else holds, ends it
+// when it holds nothing any more, and goes back to what held it.
+void Input::endMembers() noexcept {
+    Input* holder = this;
+    while (holder) {
+        if (holder->members().empty()) {
+            Input* const done = holder;
+            holder = done != this ? done->m_parent : nullptr;
+            if (holder) holder->dropLastMember();
+            continue;
+        }
+        auto* last = static_cast<Input*>(holder->members().back());
+        if (last->m_refCount.load() == 1 && !last->members().empty())
+            holder = last;
+        else
+            holder->dropLastMember();
     }
+}
+
+// Others may keep it: then it lives on by itself.
+void Input::dropLastMember() noexcept {
+    ds::Vector<IInput*>& list = m_extras->members;
+    auto* last = static_cast<Input*>(list.back());
+    list.pop_back();
+    if (last->m_node) last->letGo();
+    last->m_parent = nullptr;
+    last->decRef();
 }
 
 void Input::incRef() {
@@ -100,28 +119,112 @@ InputExtras& Input::extras() {
     return *m_extras;
 }
 
+namespace {
+
+FarKinds& farKindsOf(InputExtras& extras) {
+    if (!extras.farKinds) extras.farKinds = std::make_unique<FarKinds>();
+    return *extras.farKinds;
+}
+
+} // namespace
+
+void Input::setKinds(AttrType type, AttrType elementType) {
+    const auto kind = static_cast<u32>(type), elementKind = static_cast<u32>(elementType);
+    m_type = static_cast<u8>(std::min<u32>(kind, farKind));
+    m_elementType = static_cast<u8>(std::min<u32>(elementKind, farKind));
+    if (m_type == farKind) farKindsOf(extras()).type = type;
+    if (m_elementType == farKind) farKindsOf(extras()).elementType = elementType;
+}
+
+void Input::setDeclaredType(DataType type) {
+    m_dataType = static_cast<u8>(std::min<u32>(static_cast<u32>(type), farKind));
+    if (m_dataType == farKind) farKindsOf(extras()).dataType = type;
+}
+
+AttrType Input::farType() const noexcept {
+    return m_extras->farKinds->type;
+}
+
+AttrType Input::farElementType() const noexcept {
+    return m_extras->farKinds->elementType;
+}
+
+DataType Input::farDataType() const noexcept {
+    return m_extras->farKinds->dataType;
+}
+
+// Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
+// each holder keeps the place that is reached. For the thread that edits alone.
+template<typename Visit>
+void Input::forEachWithin(const Visit& visit) const noexcept {
+    const auto enter = [&visit](Input& input) {
+        visit(input);
+        if (!input.members().empty()) input.m_extras->nextMember = 0;
+    };
+    auto* at = const_cast<Input*>(this);
+    enter(*at);
+    for (;;) {
+        const ds::Vector<IInput*>& list = at->members();
+        if (!list.empty() && at->m_extras->nextMember < list.size()) {
+            at = static_cast<Input*>(list[at->m_extras->nextMember++]);
+            enter(*at);
+        } else {
+            if (at == this) return;
+            at = at->m_parent;
+        }
+    }
+}
+
+// Members learn of it when they are made; those that are there learn it here.
+void Input::setReadOnly(bool readOnly) {
+    m_readOnly = readOnly;
+    forEachWithin([this](Input& input) {
+        if (&input != this) input.m_isHeldReadOnly = input.m_parent->isReadOnly();
+    });
+}
+
 bool Input::isElement() const noexcept {
     return m_parent && m_parent->type() == AttrType::Array;
 }
 
 IInput* Input::clone(INode* node, IInput* parent) const {
+    struct Level {
+        const Input* from;
+        Input* to;
+        u64 next = 0;
+    };
+    RefersTo<Input> copy = cloneAlone(node, parent);
+    std::vector<Level> open;
+    if (!members().empty()) open.push_back({this, copy.get()});
+    while (!open.empty()) {
+        Level& level = open.back();
+        if (level.next == level.from->members().size()) {
+            open.pop_back();
+            continue;
+        }
+        const auto& from = static_cast<const Input&>(*level.from->members()[level.next++]);
+        RefersTo<Input> member = from.cloneAlone(node, level.to);
+        Input* const to = member.get();
+        level.to->adoptMember(member.detach());
+        if (!from.members().empty()) open.push_back({&from, to});
+    }
+    return copy.detach();
+}
+
+RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
     AttrData data = description();
     if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
     auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
-    for (const IInput* member : members()) {
-        const auto* from = static_cast<const Input*>(member);
-        copy->adoptMember(static_cast<Input*>(from->clone(node, copy.get())));
-    }
     copy->m_isLeftOut = m_isLeftOut;
     if (const Value* kept = stashed()) copy->replaceStash(*kept);
     Output* source = sourceOutput();
     if (source && !barBetween(node, source->node())) copy->setSource(source);
-    return copy.detach();
+    return copy;
 }
 
 AttrData Input::description() const {
     AttrData data = describe(type(), elementType());
-    data.dataType = static_cast<DataType>(m_dataType);
+    data.dataType = declaredType();
     data.silent = m_silent;
     data.readOnly = m_readOnly;
     data.value = m_value;
@@ -171,7 +274,7 @@ bool Input::hasDataType(DataType type) const {
 
 DataType Input::dataType() const {
     if (type() != AttrType::Buffer) return DataType::Null;
-    const auto declared = static_cast<DataType>(m_dataType);
+    const DataType declared = declaredType();
     return declared != DataType::Null ? declared : m_value.asBuffer().type();
 }
 
@@ -222,17 +325,66 @@ void Input::dropListIndex() noexcept {
     if (m_extras) m_extras->listIndex.reset();
 }
 
+void Input::indexInserted(const ds::Vector<IInput*>& inputs, u64 index) noexcept {
+    try {
+        auto& names = extras().listIndex;
+        if (!names) {
+            names = std::make_unique<NameIndex>(inputs);
+            return;
+        }
+        auto* const inserted = static_cast<Input*>(inputs[index]);
+        Input* const found = names->find(inserted->m_name);
+        names->add(inserted);
+        if (found && indexInList<IInput>(inputs, found) > index) names->putInFront(inserted);
+    } catch (const std::bad_alloc&) {
+        dropListIndex();
+    }
+}
+
+// The next of the same name is the one that is found from then on.
+void Input::indexRemoved(const ds::Vector<IInput*>& inputs, u64 index) noexcept {
+    if (!listIndex()) return;
+    NameIndex& names = *m_extras->listIndex;
+    const auto* removed = static_cast<const Input*>(inputs[index]);
+    if (names.find(removed->m_name) != removed) return;
+    names.remove(removed);
+    if (!names.isShared(removed->m_nameHash)) return;
+    for (u64 i = index + 1; i < inputs.size(); ++i) {
+        auto* next = static_cast<Input*>(inputs[i]);
+        if (next->m_nameHash == removed->m_nameHash && next->m_name.equalsNoCase(removed->m_name))
+            return names.addKnown(next);
+    }
+}
+
+void Input::takeListIndex(Input& first) noexcept {
+    if (!first.listIndex()) return;
+    // Mostly the whole block can go along, which takes no memory.
+    if (!m_extras && first.m_extras->isIndexAlone()) {
+        m_extras = std::move(first.m_extras);
+        return;
+    }
+    try {
+        extras().listIndex = std::move(first.m_extras->listIndex);
+    } catch (const std::bad_alloc&) {
+        first.dropListIndex();
+    }
+}
+
 void Input::nodeDestroyed() {
     letGo();
 }
 
 u64 Input::ownBytes() const {
+    u64 bytes = 0;
+    forEachWithin([&bytes](const Input& input) { bytes += input.bytesAlone(); });
+    return bytes;
+}
+
+u64 Input::bytesAlone() const noexcept {
     u64 bytes = sizeof(*this) + m_name.size() + m_value.payloadBytes();
     if (!m_extras) return bytes;
-    bytes += sizeof(InputExtras);
+    bytes += sizeof(InputExtras) + members().size() * sizeof(IInput*);
     if (stashed()) bytes += sizeof(Value) + stashed()->payloadBytes();
-    for (const IInput* member : members())
-        bytes += sizeof(member) + static_cast<const Input*>(member)->ownBytes();
     return bytes;
 }
 
@@ -272,18 +424,20 @@ void Input::recordLinks(EditStep& step) {
     }
 }
 
-// Unties the input from node, source, links and members, telling nobody.
+// Unties the input and what it holds from node, sources and links, telling nobody.
 void Input::letGo() noexcept {
+    forEachWithin([](Input& input) { input.untie(); });
+}
+
+void Input::untie() noexcept {
     m_node = nullptr;
     if (!m_extras) return;
-    setSource(nullptr);
+    if (m_extras->source) setSource(nullptr);
     if (m_extras->link.table) {
         m_extras->link.table->remove(m_extras->link);
         m_value = Value(static_cast<INode*>(nullptr));
     }
     if (m_extras->stash && m_extras->stash->link.table) dropStash();
-    for (IInput* member : m_extras->members)
-        static_cast<Input*>(member)->letGo();
 }
 
 void Input::entered(Node* node, Input* holder) {
@@ -296,10 +450,8 @@ void Input::left() {
     setNodeOfAll(nullptr);
 }
 
-void Input::setNodeOfAll(Node* node) {
-    m_node = node;
-    for (IInput* member : members())
-        static_cast<Input*>(member)->setNodeOfAll(node);
+void Input::setNodeOfAll(Node* node) noexcept {
+    forEachWithin([node](Input& input) { input.m_node = node; });
 }
 
 void Input::exchangeValue(Value& other) {

@@ -63,7 +63,9 @@ public:
     void leaveOwner() noexcept;
 
     [[nodiscard]] QV_EXPORT String name() const override;
-    [[nodiscard]] AttrType type() const override { return static_cast<AttrType>(m_type); }
+    [[nodiscard]] AttrType type() const override {
+        return m_type != farKind ? static_cast<AttrType>(m_type) : farType();
+    }
     [[nodiscard]] QV_EXPORT String typeName() const override;
     [[nodiscard]] QV_EXPORT INode* node() const override;
     [[nodiscard]] IInput* parent() const override { return m_parent; }
@@ -71,10 +73,12 @@ public:
     [[nodiscard]] bool hasDataType(DataType type) const override;
     [[nodiscard]] DataType dataType() const override;
     [[nodiscard]] bool isSilent() const override { return m_silent; }
-    [[nodiscard]] bool isReadOnly() const override { return m_readOnly; }
+    [[nodiscard]] bool isReadOnly() const override { return m_readOnly || m_isHeldReadOnly; }
+    /// Tells whether the input itself is marked so, and not only what holds it.
+    [[nodiscard]] bool hasReadOnlyMark() const noexcept { return m_readOnly; }
     void nodeDestroyed() override;
     [[nodiscard]] AttrType elementType() const override {
-        return static_cast<AttrType>(m_elementType);
+        return m_elementType != farKind ? static_cast<AttrType>(m_elementType) : farElementType();
     }
     [[nodiscard]] bool hasElementType(AttrType type) const override;
     [[nodiscard]] bool isObject() const override { return type() == AttrType::Object; }
@@ -88,10 +92,13 @@ public:
     /// Returns the element type that a buffer takes alone, Null when it takes any; of an array, the
     /// one that the buffers it holds take.
     [[nodiscard]] DataType declaredType() const noexcept {
-        return static_cast<DataType>(m_dataType);
+        return m_dataType != farKind ? static_cast<DataType>(m_dataType) : farDataType();
     }
     void setSilent(bool silent) noexcept { m_silent = silent; }
-    void setReadOnly(bool readOnly) noexcept { m_readOnly = readOnly; }
+    /// What the input holds is read-only with it.
+    QV_EXPORT void setReadOnly(bool readOnly);
+    /// For fixes of what a text says, that no write can mend: stores it all the same.
+    bool setReadOnlyValue(const Value& value);
     /// Tells whether the text that the input was read from leaves it to the definition.
     [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
     void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
@@ -106,6 +113,12 @@ public:
     /// Adds the last input to the index by name, which is made if there is none.
     void indexList(const ds::Vector<IInput*>& inputs) noexcept;
     void dropListIndex() noexcept;
+    /// The index follows the list, whose first input is this, when its index-th came in, and before
+    /// that leaves. Without memory for that it goes.
+    void indexInserted(const ds::Vector<IInput*>& inputs, u64 index) noexcept;
+    void indexRemoved(const ds::Vector<IInput*>& inputs, u64 index) noexcept;
+    /// Takes over the index of the one that was first, if there is any.
+    void takeListIndex(Input& first) noexcept;
 
     // ---- Values ----------------------------------------------------------------------------
 
@@ -148,7 +161,10 @@ public:
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
 
     bool reset() override;
-    [[nodiscard]] bool isDefault() const override;
+    [[nodiscard]] bool isDefault() const override { return !firstChanged(); }
+    /// Returns the first of this input and what it holds that is not at its default by itself; null
+    /// when all is.
+    [[nodiscard]] const Input* firstChanged() const;
     /// Returns the value that `reset` brings back; Null for arrays and objects.
     [[nodiscard]] Value defaultValue() const;
 
@@ -173,7 +189,10 @@ public:
     // An array makes elements of its element kind only, under the name of the next index. An array
     // of arrays learns the element kind of each from `createArray`.
 
+    // What is read-only gets and loses nothing, nor does what it holds.
+
     IInput* createInput(String name, AttrType type) override;
+    /// For whoever makes inputs from a definition: into what is read-only, too.
     QV_EXPORT IInput* createInput(String name, AttrData definition);
     IInput* createArray(String name, AttrType elementType) override;
     [[nodiscard]] bool hasInput(u64 index, AttrType type) const override;
@@ -252,6 +271,12 @@ private:
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;
+    void setKinds(AttrType type, AttrType elementType);
+    void setDeclaredType(DataType type);
+    // Of kinds that take more than 8 bits.
+    [[nodiscard]] QV_EXPORT AttrType farType() const noexcept;
+    [[nodiscard]] QV_EXPORT AttrType farElementType() const noexcept;
+    [[nodiscard]] QV_EXPORT DataType farDataType() const noexcept;
 
     [[nodiscard]] bool writable(const Value& value) const;
     template<typename T>
@@ -267,6 +292,8 @@ private:
 
     [[nodiscard]] bool isArray() const noexcept { return type() == AttrType::Array; }
     void adoptMember(Input* member);
+    [[nodiscard]] bool mayHoldOthers() const;
+    IInput* createChecked(String name, AttrData definition);
     IInput* addElement(u64 index, AttrType elementElementType);
     IInput* addMember(Input* member);
     IInput* addAndTell(const RefersTo<Input>& member, u64 index);
@@ -275,7 +302,13 @@ private:
     IInput* createMember(String name, AttrData definition);
     bool removeFound(IInput* member);
 
-    u64 computeHash(const StringVector& skip, bool& lasting) const;
+    [[nodiscard]] bool holdsInputs() const noexcept;
+    [[nodiscard]] bool isDefaultAlone() const;
+    bool resetAlone();
+    u64 plainHash(const StringVector& skip) const;
+    u64 holderHash(const StringVector& skip) const;
+    void keepHash(u64 hash) const noexcept { m_hash.store(hash, std::memory_order_relaxed); }
+    [[nodiscard]] u64 keptHash() const noexcept { return m_hash.load(std::memory_order_relaxed); }
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
@@ -290,17 +323,27 @@ private:
     void dropStash() noexcept;
     void replaceStash(Value value);
     void recordLinks(EditStep& step);
+    template<typename Visit>
+    void forEachWithin(const Visit& visit) const noexcept;
     void letGo() noexcept;
-    void setNodeOfAll(Node* node);
+    void untie() noexcept;
+    void endMembers() noexcept;
+    void dropLastMember() noexcept;
+    [[nodiscard]] RefersTo<Input> cloneAlone(INode* node, IInput* parent) const;
+    [[nodiscard]] u64 bytesAlone() const noexcept;
+    void setNodeOfAll(Node* node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
-    // An AttrType, which may lie outside the enumeration.
-    i16 m_type;
-    // An AttrType and, for what a Buffer declares, a DataType.
-    u8 m_elementType : 6;
+    // An AttrType, another, and the DataType that a Buffer declares: any that fit 8 bits; `farKind`
+    // stands for one that the extras have.
+    static constexpr u8 farKind = 255;
+    u8 m_type = 0;
+    u8 m_elementType = 0;
+    u8 m_dataType = 0;
     bool m_silent : 1 = false;
     bool m_readOnly : 1 = false;
-    u8 m_dataType : 7 = 0;
+    // Something that holds the input is marked read-only.
+    bool m_isHeldReadOnly : 1 = false;
     bool m_isLeftOut : 1 = false;
     // What walks and look-ups ask of every input stands together at the front.
     std::unique_ptr<InputExtras> m_extras;

@@ -181,7 +181,7 @@ void InputListChange::takeOut(Scene& scene) {
     if (m_holder)
         m_holder->takeMember(&input());
     else
-        removeFromList(m_owner->m_inputs, &input());
+        removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
     // The list's reference.
     const auto leaving = RefersTo<Input>::adopt(&input());
     m_owner->onInputRemoved(&input());

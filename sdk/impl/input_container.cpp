@@ -49,27 +49,43 @@ IInput* Input::addMember(Input* member) {
 // Observers of the member may take it away, or the whole node: then there is none. Their edits
 // belong to the step, whose end is told too.
 IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
-    const RefersTo<Input> self(this);
-    const RefersTo<Node> node(m_node);
+    const bool isHeld = m_node && m_node->mayCallBack();
+    const RefersTo<Input> self(isHeld ? this : nullptr);
+    const RefersTo<Node> node(isHeld ? m_node : nullptr);
     {
         EditStep step(m_node);
         step.prepare<InputListChange>(*member, m_node, this, index, true);
         putMember(member.get(), index);
         member->incRef();
         step.commit();
-        if (node) node->onInputAdded(member.get());
+        if (m_node) m_node->onInputAdded(member.get());
     }
+    if (!isHeld) return member.get();
     const bool isThere = member->m_parent == this && m_node == node.get();
-    return isThere && !(node && node->isLastReference()) ? member.get() : nullptr;
+    return isThere && !node->isLastReference() ? member.get() : nullptr;
+}
+
+// Tells whether something may come, go or move in here, and logs why not.
+bool Input::mayHoldOthers() const {
+    if (!isReadOnly()) return true;
+    logWarning("Cannot change input '%s': it is read-only.", path().buf());
+    return false;
 }
 
 IInput* Input::createInput(String name, AttrType type) {
-    return createInput(std::move(name), AttrData(type));
+    return createChecked(std::move(name), AttrData(type));
 }
 
 IInput* Input::createArray(String name, AttrType elementType) {
     AttrData definition(AttrType::Array);
     definition.elementType = elementType;
+    return createChecked(std::move(name), std::move(definition));
+}
+
+// To ask for one that is there is no change.
+IInput* Input::createChecked(String name, AttrData definition) {
+    const bool isNew = (isArray() || isObject()) && !lookUpInput(name);
+    if (isNew && !mayHoldOthers()) return nullptr;
     return createInput(std::move(name), std::move(definition));
 }
 
@@ -116,23 +132,25 @@ IInput* Input::createMember(String name, AttrData definition) {
 IInput* Input::addElement(u64 index, AttrType elementElementType) {
     auto element = RefersTo<Input>::adopt(
         new Input(m_node, this, String(), elementType(), elementElementType));
-    element->m_dataType = m_dataType;
+    element->setDeclaredType(declaredType());
     element->m_silent = m_silent;
     return addAndTell(element, index);
 }
 
 IInput* Input::appendElement() {
-    return isArray() ? addElement(members().size(), AttrType::Null) : nullptr;
+    if (!isArray() || !mayHoldOthers()) return nullptr;
+    return addElement(members().size(), AttrType::Null);
 }
 
 IInput* Input::insertElement(u64 index) {
-    if (!isArray() || index > members().size()) return nullptr;
+    if (!isArray() || index > members().size() || !mayHoldOthers()) return nullptr;
     return addElement(index, AttrType::Null);
 }
 
 bool Input::moveElement(u64 from, u64 to) {
     if (!isArray() || from >= members().size() || to >= members().size()) return false;
     if (from == to) return true;
+    if (!mayHoldOthers()) return false;
     EditStep step(m_node);
     step.prepare<ElementMove>(*this, from, to);
     step.commit();
@@ -158,12 +176,10 @@ void Input::putMember(Input* member, u64 index) {
 
 void Input::takeMember(Input* member) {
     dropHash();
-    if (!isArray()) {
-        removeFromList(m_extras->members, member);
-        return;
-    }
+    ds::Vector<IInput*>& list = m_extras->members;
+    if (!isArray()) return removeFromList(list, indexInList<IInput>(list, member));
     const u64 index = member->m_index;
-    std::ignore = m_extras->members.extract(index);
+    list.remove(index);
     renumber(index);
 }
 
@@ -217,44 +233,59 @@ IInput* Input::lookUpInput(const String& name) const noexcept {
 
 bool Input::removeInput(u64 index) {
     IInput* member = input(index);
-    return member && removeFound(member);
+    return member && mayHoldOthers() && removeFound(member);
 }
 
 bool Input::removeInput(String name) {
     IInput* member = input(std::move(name));
-    return member && removeFound(member);
+    return member && mayHoldOthers() && removeFound(member);
 }
 
 bool Input::removeLastInput() {
-    return !members().empty() && removeFound(members().back());
+    return !members().empty() && mayHoldOthers() && removeFound(members().back());
 }
 
-// Last to first, so that what is left keeps its names.
+namespace {
+
+// Takes a member off its holder's list, and lets go of it after everyone was told, so that it can
+// still be read. `placeOf()` is asked when the removal is recorded.
+template<typename PlaceOf>
+void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
+    const RefersTo<Node> held(static_cast<Node*>(holder.node()));
+    EditStep step(held.get());
+    if (step.isRecording()) {
+        auto* change =
+            step.prepare<InputListChange>(removed, held.get(), &holder, placeOf(), false);
+        change->takeComments(step.scene().comments());
+    }
+    holder.takeMember(&removed);
+    step.commit();
+    const Departure departing(removed);
+    if (recordsTies) removed.recordTies();
+    if (held) held->onInputRemoved(&removed);
+}
+
+} // namespace
+
+// Last to first, so that what is left keeps its names. The ties of all are recorded together, since
+// they end together: so each gets its place among the targets of an output back.
 bool Input::clearInputs() {
+    if (!members().empty() && !mayHoldOthers()) return false;
     const RefersTo<Input> self(this);
     const EditStep step(m_node);
     NewsHold news;
+    recordTies();
     while (!members().empty())
-        removeFound(members().back());
+        takeOff(*this, static_cast<Input&>(*members().back()), false,
+                [this] { return members().size() - 1; });
     news.release();
     return members().empty();
 }
 
-// Lets go of the member after everyone was told, so that it can still be read.
 bool Input::removeFound(IInput* member) {
     auto* removed = static_cast<Input*>(member);
-    const RefersTo<Node> held(m_node);
-    EditStep step(m_node);
-    if (step.isRecording()) {
-        const u64 index = isArray() ? removed->m_index : indexInList(members(), member);
-        auto* change = step.prepare<InputListChange>(*removed, m_node, this, index, false);
-        change->takeComments(step.scene().comments());
-    }
-    takeMember(removed);
-    step.commit();
-    const Departure departing(*removed);
-    removed->recordTies();
-    if (held) held->onInputRemoved(member);
+    takeOff(*this, *removed, true,
+            [&] { return isArray() ? removed->m_index : indexInList(members(), member); });
     return true;
 }
 

@@ -18,17 +18,34 @@ struct Stash {
     Link link;
 };
 
+/// Kinds from far outside their enumerations, as they were given.
+struct FarKinds {
+    AttrType type = AttrType::Null;
+    AttrType elementType = AttrType::Null;
+    DataType dataType = DataType::Null;
+};
+
 /// What few inputs have, kept out of all the others.
 struct InputExtras {
     RefersTo<AttrDetails> details;
     ds::Vector<interfaces::IInput*> members;
     Output* source = nullptr;
-    /// Where the source keeps this input.
-    u64 sourceSlot = 0;
+    union {
+        /// Where the source keeps this input.
+        u64 sourceSlot = 0;
+        /// Of an array or object, which has no source: the place that a walk has reached.
+        u64 nextMember;
+    };
     Link link;
     std::unique_ptr<Stash> stash;
     /// Of the list that this input is the first of.
     std::unique_ptr<NameIndex> listIndex;
+    std::unique_ptr<FarKinds> farKinds;
+
+    /// Tells whether there is nothing here but, maybe, an index.
+    [[nodiscard]] bool isIndexAlone() const noexcept {
+        return !details && members.capacity() == 0 && !source && !link.table && !stash && !farKinds;
+    }
 };
 
 inline constinit const ds::Vector<interfaces::IInput*> noInputs;

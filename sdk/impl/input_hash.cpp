@@ -6,6 +6,8 @@
 
 #include "base/hash.h"
 
+#include <vector>
+
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -23,35 +25,62 @@ u64 nonZero(u64 hash) noexcept {
 
 } // namespace
 
-u64 Input::hashWith(const StringVector& skip) const {
-    if (const u64 known = m_hash.load(std::memory_order_relaxed)) return known;
-    bool lasting = true;
-    const u64 hash = computeHash(skip, lasting);
-    if (lasting) m_hash.store(hash, std::memory_order_relaxed);
-    return hash;
+bool Input::holdsInputs() const noexcept {
+    return isArray() || isObject();
 }
 
-// `lasting` ends false when the hash depends on other nodes or on `skip`.
-u64 Input::computeHash(const StringVector& skip, bool& lasting) const {
+u64 Input::hashWith(const StringVector& skip) const {
+    if (const u64 known = keptHash()) return known;
+    return holdsInputs() ? holderHash(skip) : plainHash(skip);
+}
+
+// Kept unless it depends on other nodes or on `skip`.
+u64 Input::plainHash(const StringVector& skip) const {
     if (const Output* source = sourceOutput()) {
-        lasting = false;
         const u64 from = nodeHash(source->node(), skip);
         return nonZero(hashMix(from, source->ownName().hash()));
     }
-    if (type() == AttrType::Node) {
-        lasting = false;
-        return nodeHash(m_value.asNode(), skip);
-    }
-    if (type() != AttrType::Array && type() != AttrType::Object) return m_value.hash();
+    if (type() == AttrType::Node) return nodeHash(m_value.asNode(), skip);
+    const u64 hash = m_value.hash();
+    keepHash(hash);
+    return hash;
+}
+
+// Without recursion: each level is an array or object whose members are being added. The hash of
+// one is kept when those of all its members are.
+u64 Input::holderHash(const StringVector& skip) const {
+    struct Level {
+        explicit Level(const Input& of)
+            : input(&of), hash(hashMix(static_cast<u64>(of.type()), of.members().size())) {}
+        void add(const Input& member, u64 memberHash) {
+            if (input->isObject()) hash = hashMix(hash, member.m_name.hash());
+            hash = hashMix(hash, memberHash);
+            isLasting = isLasting && member.keptHash() != 0;
+        }
+        const Input* input;
+        u64 next = 0;
+        u64 hash;
+        bool isLasting = true;
+    };
     if (members().empty()) return 0;
-    u64 hash = hashMix(static_cast<u64>(m_type), members().size());
-    for (const IInput* input : members()) {
-        const auto* member = static_cast<const Input*>(input);
-        if (isObject()) hash = hashMix(hash, member->m_name.hash());
-        hash = hashMix(hash, member->hashWith(skip));
-        if (member->m_hash.load(std::memory_order_relaxed) == 0) lasting = false;
+    std::vector<Level> open{Level(*this)};
+    for (;;) {
+        Level& level = open.back();
+        const ds::Vector<IInput*>& list = level.input->members();
+        if (level.next < list.size()) {
+            const auto& member = static_cast<const Input&>(*list[level.next++]);
+            if (member.members().empty() || member.keptHash() != 0)
+                level.add(member, member.hashWith(skip));
+            else
+                open.emplace_back(member);
+            continue;
+        }
+        const Level done = level;
+        open.pop_back();
+        if (done.isLasting) done.input->keepHash(nonZero(done.hash));
+        if (open.empty()) return nonZero(done.hash);
+        open.back().add(*done.input, nonZero(done.hash));
     }
-    return nonZero(hash);
 }
 
 // What holds an input of unknown hash has none either.

@@ -34,9 +34,9 @@ Scene* homeOf(const INode& node) noexcept {
 
 const char* barBetween(const INode* from, const INode* to) noexcept {
     if (!from || !to || from == to) return nullptr;
-    const bool isOut = static_cast<const Node*>(from)->hasLeft();
-    const bool isToOut = static_cast<const Node*>(to)->hasLeft();
-    if (isOut == isToOut && from->scene() == to->scene()) return nullptr;
+    const auto &node = static_cast<const Node&>(*from), &target = static_cast<const Node&>(*to);
+    const bool isOut = node.hasLeft(), isToOut = target.hasLeft();
+    if (isOut == isToOut && node.liveScene() == target.liveScene()) return nullptr;
     const Scene *home = homeOf(*from), *toHome = homeOf(*to);
     if (home == toHome) return nullptr;
     if (isOut) return "its node was removed from its scene";
@@ -128,13 +128,11 @@ void Input::sourceEnded(Output& output, bool isRecorded) {
     step.prepare<SourceChange>(*this, output, output.targetCount());
     m_extras->source = nullptr;
     step.commit();
-    dropHash();
     if (m_node) m_node->onInputConnected(this, &output, nullptr);
 }
 
 void Input::dropSource() noexcept {
     m_extras->source = nullptr;
-    dropHash();
     if (m_node) m_node->setDirty(true);
 }
 
@@ -200,7 +198,6 @@ void Input::dropStashedLink() noexcept {
 
 void Input::forgetLink() noexcept {
     m_value = Value(static_cast<INode*>(nullptr));
-    dropHash();
 }
 
 void Input::forgetStashedLink() noexcept {
@@ -212,7 +209,6 @@ void Input::redirect(INode* link, Output* source, u64 rank) {
     if (type() != AttrType::Node || m_value.asNode() == link) return;
     linkTo(link);
     m_value = Value(link);
-    dropHash();
 }
 
 } // namespace qv::kelvo_sdk::impl

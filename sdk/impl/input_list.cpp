@@ -3,9 +3,6 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 
-#include <algorithm>
-#include <new>
-
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -38,21 +35,21 @@ void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* i
 }
 
 void insertIntoList(ds::Vector<interfaces::IInput*>& inputs, u64 index, interfaces::IInput* input) {
-    inputs.reserve(inputs.size() + 1);
-    if (inputs.size() >= kLongList) asInput(inputs[0])->dropListIndex();
+    if (index == inputs.size()) return appendToList(inputs, input);
     inputs.insert(index, input);
-    if (inputs.size() >= kLongList) asInput(inputs[0])->indexList(inputs);
+    if (inputs.size() < kLongList) return;
+    if (index == 0) asInput(input)->takeListIndex(*asInput(inputs[1]));
+    asInput(inputs[0])->indexInserted(inputs, index);
 }
 
-u64 indexInList(const ds::Vector<interfaces::IInput*>& inputs,
-                const interfaces::IInput* input) noexcept {
-    return static_cast<u64>(std::ranges::find(inputs, input) - inputs.begin());
-}
-
-bool removeFromList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input) {
-    // The next append makes the index anew, which costs no more than closing the gap does.
-    if (inputs.size() >= kLongList) asInput(inputs[0])->dropListIndex();
-    return inputs.removeAll(input);
+void removeFromList(ds::Vector<interfaces::IInput*>& inputs, u64 index) noexcept {
+    Input* const removed = asInput(inputs[index]);
+    if (inputs.size() > kLongList)
+        asInput(inputs[0])->indexRemoved(inputs, index);
+    else if (inputs.size() == kLongList)
+        asInput(inputs[0])->dropListIndex();
+    inputs.remove(index);
+    if (index == 0 && !inputs.empty()) asInput(inputs[0])->takeListIndex(*removed);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -18,11 +18,19 @@ void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* i
 /// Adds an input in front of the index-th.
 void insertIntoList(ds::Vector<interfaces::IInput*>& inputs, u64 index, interfaces::IInput* input);
 
-/// Returns the place of an input that is there.
-[[nodiscard]] u64 indexInList(const ds::Vector<interfaces::IInput*>& inputs,
-                              const interfaces::IInput* input) noexcept;
+/// Returns the place of an attribute that is there, found fast near either end.
+template<typename Attribute>
+[[nodiscard]] u64 indexInList(const ds::Vector<Attribute*>& list,
+                              const Attribute* wanted) noexcept {
+    u64 last = list.size() - 1;
+    for (u64 first = 0; first < last; ++first, --last) {
+        if (list[first] == wanted) return first;
+        if (list[last] == wanted) return last;
+    }
+    return last;
+}
 
-/// Removes every occurrence of the pointer, keeping the order; false when there is none.
-bool removeFromList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input);
+/// Takes the index-th input out, keeping the order of the rest.
+void removeFromList(ds::Vector<interfaces::IInput*>& inputs, u64 index) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

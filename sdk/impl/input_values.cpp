@@ -3,7 +3,7 @@
 #include "sdk/impl/conversion.h"
 #include "sdk/impl/edit_step.h"
 #include "sdk/impl/input_changes.h"
-#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/modifiers.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
@@ -28,7 +28,7 @@ Value Input::defaultValue() const {
 // Tells whether a value of the input's kind may be stored, and logs why not.
 bool Input::writable(const Value& value) const {
     if (value.type() == AttrType::Node && !mayLinkTo(value.asNode())) return false;
-    if (m_readOnly) {
+    if (isReadOnly()) {
         logWarning("Cannot set input '%s': it is read-only.", path().buf());
         return false;
     }
@@ -120,7 +120,7 @@ void Input::changed(Value before) {
     const RefersTo<INode> linked(before.type() == AttrType::Node ? before.asNode() : nullptr);
     AttrData previous(type());
     previous.elementType = elementType();
-    previous.dataType = static_cast<DataType>(m_dataType);
+    previous.dataType = declaredType();
     previous.silent = m_silent;
     previous.readOnly = m_readOnly;
     previous.value = std::move(before);
@@ -131,7 +131,7 @@ void Input::changed(Value before) {
 
 bool Input::setValue(const Value& value) {
     if (value.type() == AttrType::Buffer && type() == AttrType::Buffer) {
-        const auto declared = static_cast<DataType>(m_dataType);
+        const DataType declared = declaredType();
         const DataType given = value.asBuffer().type();
         if (declared != DataType::Null && given != declared) return false;
         return store(value);
@@ -139,6 +139,24 @@ bool Input::setValue(const Value& value) {
     if (value.type() == type()) return value.isNull() ? false : store(value);
     Value converted;
     return convertValue(value, type(), converted) && store(std::move(converted));
+}
+
+bool Input::setReadOnlyValue(const Value& value) {
+    const RefersTo<Input> self(this);
+    struct Lifted {
+        explicit Lifted(Input& of)
+            : input(of), isMarked(of.m_readOnly), isHeld(of.m_isHeldReadOnly) {
+            input.m_readOnly = input.m_isHeldReadOnly = false;
+        }
+        ~Lifted() {
+            input.m_readOnly = isMarked;
+            input.m_isHeldReadOnly = isHeld;
+        }
+        Input& input;
+        bool isMarked;
+        bool isHeld;
+    } const lifted(*this);
+    return setValue(value);
 }
 
 template<typename T>
@@ -316,22 +334,34 @@ bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
 }
 
 bool Input::reset() {
-    if (isArray()) return clearInputs();
-    if (!isObject()) return type() != AttrType::Null && store(defaultValue());
+    if (!isObject()) return resetAlone();
     const EditStep step(m_node);
     NewsHold news;
     bool done = true;
-    for (IInput* member : members())
-        done = member->reset() && done;
+    InputWalk inside(members());
+    while (Input* member = inside.next())
+        if (!member->isObject()) done = member->resetAlone() && done;
     news.release();
     return done;
 }
 
-bool Input::isDefault() const {
+bool Input::resetAlone() {
+    if (isArray()) return clearInputs();
+    return type() != AttrType::Null && store(defaultValue());
+}
+
+const Input* Input::firstChanged() const {
+    if (!isDefaultAlone()) return this;
+    InputWalk inside(members());
+    while (const Input* member = inside.next())
+        if (!member->isDefaultAlone()) return member;
+    return nullptr;
+}
+
+bool Input::isDefaultAlone() const {
     if (sourceOutput() || (stashed() && !isModified())) return false;
     if (isArray()) return members().empty();
-    if (!isObject()) return ownValue() == defaultValue();
-    return std::ranges::all_of(members(), [](const IInput* member) { return member->isDefault(); });
+    return isObject() || ownValue() == defaultValue();
 }
 
 void Input::stash() {

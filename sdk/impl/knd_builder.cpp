@@ -49,8 +49,11 @@ void KndBuilder::makeDefaults() {
                 isElement[i] = true;
     for (u64 i = 0; i < m_tree.inputs.size(); ++i) {
         TreeInput& input = m_tree.inputs[i];
-        if (isElement[i] || input.value.isNull()) continue;
-        if (input.value == Value::zero(input.type)) continue;
+        if (isElement[i]) continue;
+        if (input.value.isNull() || input.value == Value::zero(input.type)) {
+            dropZeroDefault(input);
+            continue;
+        }
         if (input.extras == noTreeIndex) {
             input.extras = static_cast<u32>(m_tree.extras.size());
             m_tree.extras.emplace_back();
@@ -59,6 +62,13 @@ void KndBuilder::makeDefaults() {
         if (!extras.details) extras.details = RefersTo<AttrDetails>::adopt(new AttrDetails);
         if (extras.details->defaultValue.isNull()) extras.details->defaultValue = input.value;
     }
+}
+
+// A default that says what goes without saying is none, as the text that is written has it.
+void KndBuilder::dropZeroDefault(const TreeInput& input) {
+    if (input.extras == noTreeIndex) return;
+    AttrDetails* details = m_tree.extras[input.extras].details.get();
+    if (details && details->defaultValue == Value::zero(input.type)) details->defaultValue = {};
 }
 
 void KndBuilder::build(u32 type) {

@@ -23,6 +23,7 @@ public:
 
 private:
     void makeDefaults();
+    void dropZeroDefault(const TreeInput& input);
     template<typename Attribute>
     [[nodiscard]] std::vector<u32> linesOf(const std::vector<Attribute>& attributes) const;
     void build(u32 type);

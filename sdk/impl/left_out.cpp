@@ -51,7 +51,7 @@ bool haveSameNotes(const Input& input, const Input& definition) noexcept {
         input.details() == definition.details() ||
         (saysNothing(input.details()) && saysNothing(definition.details()));
     return areDetailsKnown && input.isSilent() == definition.isSilent() &&
-           input.isReadOnly() == definition.isReadOnly() &&
+           input.hasReadOnlyMark() == definition.hasReadOnlyMark() &&
            input.declaredType() == definition.declaredType();
 }
 

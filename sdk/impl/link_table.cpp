@@ -50,8 +50,8 @@ LinkTable::~LinkTable() {
 
 void LinkTable::add(Link& link, interfaces::INode* target) {
     const Lock lock(*this);
-    m_isUsed.store(true, std::memory_order_relaxed);
     Link*& first = m_first[target];
+    if (m_mutex) s_freeLinks.fetch_add(1, std::memory_order_relaxed);
     link.target = target;
     link.table = this;
     if (!first) {
@@ -76,7 +76,7 @@ void LinkTable::remove(Link& link) noexcept {
     link.target = nullptr;
     link.table = nullptr;
     link.previous = link.next = nullptr;
-    if (m_first.empty()) m_isUsed.store(false, std::memory_order_relaxed);
+    if (m_mutex) s_freeLinks.fetch_sub(1, std::memory_order_relaxed);
 }
 
 void LinkTable::moveTo(LinkTable& other, interfaces::INode* target) {
@@ -93,7 +93,7 @@ Input* LinkTable::first(const interfaces::INode* target) const noexcept {
 
 // The links to one node belong to the thread that edits it.
 Link* LinkTable::firstLink(const interfaces::INode* target) const noexcept {
-    if (!m_isUsed.load(std::memory_order_relaxed)) return nullptr;
+    if (m_mutex ? !hasFreeLinks() : m_first.empty()) return nullptr;
     const Lock lock(*this);
     const auto entry = m_first.find(target);
     return entry == m_first.end() ? nullptr : entry->second;

@@ -33,6 +33,10 @@ public:
     /// The tables of nodes that stand in no scene: of links, and of links that are kept aside.
     [[nodiscard]] static LinkTable& ofFreeNodes() noexcept;
     [[nodiscard]] static LinkTable& keptOfFreeNodes() noexcept;
+    /// Tells whether these two hold anything, which the end of each node asks.
+    [[nodiscard]] static bool hasFreeLinks() noexcept {
+        return s_freeLinks.load(std::memory_order_relaxed) != 0;
+    }
     /// Lets all links go; they keep their targets.
     ~LinkTable();
     LinkTable(const LinkTable&) = delete;
@@ -85,8 +89,8 @@ private:
 
     // Null for the table of a scene.
     std::mutex* m_mutex = nullptr;
-    // Whether there is any link, for threads that share the table.
-    std::atomic<bool> m_isUsed = false;
+    // How many links there are in tables that threads share.
+    static inline constinit std::atomic<u64> s_freeLinks = 0;
     std::unordered_map<const interfaces::INode*, Link*> m_first;
 };
 

@@ -82,8 +82,9 @@ bool Node::isReferredTo() const noexcept {
     const auto isRead = [](const IOutput* output) {
         return !static_cast<const Output*>(output)->isFree();
     };
-    return std::ranges::any_of(m_outputs, isRead) || LinkTable::ofFreeNodes().first(this) ||
-           LinkTable::keptOfFreeNodes().first(this);
+    if (std::ranges::any_of(m_outputs, isRead)) return true;
+    return LinkTable::hasFreeLinks() &&
+           (LinkTable::ofFreeNodes().first(this) || LinkTable::keptOfFreeNodes().first(this));
 }
 
 // While the node can still be looked at: whoever is told may even keep it.
@@ -105,6 +106,7 @@ void Node::endReferences() noexcept {
 void Node::dropReferences() noexcept {
     for (IOutput* output : m_outputs)
         static_cast<Output*>(output)->dropTargets();
+    if (!LinkTable::hasFreeLinks()) return;
     while (Input* input = LinkTable::ofFreeNodes().first(this))
         input->dropLink();
     while (Input* input = LinkTable::keptOfFreeNodes().first(this))

@@ -232,6 +232,9 @@ public:
     // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
     // change of several parts all of it comes when that is complete.
 
+    /// Tells whether an attribute that is added, which the node's own observers do not hear of, may
+    /// lead to foreign code, which may let go of both.
+    [[nodiscard]] bool mayCallBack() const noexcept;
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
     void onInputRemoved(const IInput* input);
@@ -323,7 +326,6 @@ private:
     void markDirty() const;
     [[nodiscard]] bool isHeard() const noexcept;
     [[nodiscard]] bool isNews(const IInput& input) const;
-    [[nodiscard]] bool hasObservers() const;
     void copyIdentity(const Node& from);
     void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);
@@ -343,8 +345,11 @@ private:
     bool m_destroying = false;
     mutable bool m_serializing = false;
     bool m_modifying = false;
-    // In what would be padding: the places of all others stand.
+    // These two are in what would be padding: the places of all others stand.
     bool m_hasLeft = false;
+    // Whether the list of observers has any; may be read without the lock, which takes longer than
+    // the rest of a change that nobody hears of.
+    std::atomic<bool> m_isObserved = false;
     ds::Vector<IInput*> m_inputs;
     ds::Vector<IOutput*> m_outputs;
     ds::HashMap<String, String> m_labels;

@@ -1,7 +1,7 @@
 #include "sdk/impl/node_changes.h"
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_list.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
@@ -67,7 +67,7 @@ void OutputListChange::flip(Scene& scene) {
         return;
     }
     takeComments(scene.comments());
-    m_node->m_outputs.removeAll(m_output.get());
+    m_node->m_outputs.remove(indexInList<IOutput>(m_node->m_outputs, m_output.get()));
     // The list's reference.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());

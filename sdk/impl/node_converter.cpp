@@ -47,9 +47,10 @@ void NodeConverter::fillInputs() {
         const auto& from = static_cast<const Input&>(*input);
         IInput* known = m_definition ? m_definition->lookUpInput(from.ownName()) : nullptr;
         IInput* to = m_to.lookUpInput(from.ownName());
-        if (!to && (m_keepsAll || !known)) to = m_to.createInput(from.ownName(), description(from));
+        const bool isCopy = !to && (m_keepsAll || !known);
+        if (isCopy) to = m_to.createInput(from.ownName(), description(from));
         if (to)
-            m_left.push_back({&from, static_cast<Input*>(to), static_cast<Input*>(known)});
+            m_left.push_back({&from, static_cast<Input*>(to), static_cast<Input*>(known), isCopy});
         else
             lose(from, String("is no input of type '") + m_to.type() + "'");
     }
@@ -86,7 +87,7 @@ void NodeConverter::convert(const Step& step) {
     else if (from.type() == AttrType::Array && to.type() == AttrType::Array)
         convertElements(step);
     else if (!holdsInputs(from.type()) && !holdsInputs(to.type()))
-        convertValue(from, to);
+        convertValue(step);
     else
         lose(from, String("was ") + from.typeName() + " and is " + to.typeName());
 }
@@ -106,10 +107,11 @@ void NodeConverter::convertMembers(const Step& step) {
         const auto& from = static_cast<const Input&>(*member);
         const Input* known = memberOf(step.definition, from.ownName());
         IInput* to = step.to->lookUpInput(from.ownName());
-        if (!to && (m_keepsAll || !known))
-            to = step.to->createInput(from.ownName(), description(from));
+        const bool isOpen = step.isCopy || !step.to->isReadOnly();
+        const bool isCopy = !to && isOpen && (m_keepsAll || !known);
+        if (isCopy) to = step.to->createInput(from.ownName(), description(from));
         if (to)
-            m_left.push_back({&from, static_cast<Input*>(to), known});
+            m_left.push_back({&from, static_cast<Input*>(to), known, step.isCopy || isCopy});
         else
             lose(from, String("is no member of '") + step.to->path() + "'");
     }
@@ -122,18 +124,30 @@ void NodeConverter::convertElements(const Step& step) {
     const bool isSameKind = from.elementType() == to.elementType();
     if (count != 0 && !isSameKind && !kindsConvert(from.elementType(), to.elementType()))
         return lose(from, String("was ") + from.typeName() + " and is " + to.typeName());
+    const bool isFixed = to.isReadOnly() && !step.isCopy;
+    if (isFixed && count != to.members().size()) return lose(from, "is read-only");
     while (to.members().size() > count)
         to.removeLastInput();
-    for (u64 i = 0; i < count; ++i) {
+    makeElements(step);
+}
+
+// Those that the array has are taken as they are.
+void NodeConverter::makeElements(const Step& step) {
+    const Input& from = *step.from;
+    Input& to = *step.to;
+    const bool isSameKind = from.elementType() == to.elementType();
+    for (u64 i = 0; i < from.members().size(); ++i) {
         const auto& element = static_cast<const Input&>(*from.members()[i]);
         AttrData data(to.elementType());
         if (isSameKind) data.elementType = element.elementType();
         IInput* made = to.createInput(indexName(i), std::move(data));
-        if (made) m_left.push_back({&element, static_cast<Input*>(made), nullptr});
+        if (made) m_left.push_back({&element, static_cast<Input*>(made), nullptr, step.isCopy});
     }
 }
 
-void NodeConverter::convertValue(const Input& from, Input& to) {
+void NodeConverter::convertValue(const Step& step) {
+    const Input& from = *step.from;
+    Input& to = *step.to;
     const Value value = userValue(from);
     if (value.isNull() || to.value() == value) return;
     const Value result = converted(value, to);
@@ -141,11 +155,12 @@ void NodeConverter::convertValue(const Input& from, Input& to) {
         return lose(from, String("is ") + to.typeName() + ": '" + shortText(value) +
                               "' does not convert");
     if (to.value() == result) return;
-    if (to.isReadOnly()) return lose(from, "is read-only");
+    if (to.isReadOnly() && !step.isCopy) return lose(from, "is read-only");
     if (to.details() && !to.details()->accepts(result))
         return lose(from, String("does not take '") + shortText(result) +
                               "': it is out of range or not among the choices");
-    if (!to.setValue(result)) lose(from, String("does not take '") + shortText(result) + "'");
+    if (!to.setReadOnlyValue(result))
+        lose(from, String("does not take '") + shortText(result) + "'");
 }
 
 // Returns Null for what does not convert. A text that names a node becomes a link to it.

@@ -41,6 +41,8 @@ private:
         Input* to;
         // What the node's old type says of the input, null when it says nothing.
         const Input* definition;
+        // Made here, so that it takes what is read-only as well.
+        bool isCopy;
     };
 
     void fillInputs();
@@ -48,7 +50,8 @@ private:
     void convert(const Step& step);
     void convertMembers(const Step& step);
     void convertElements(const Step& step);
-    void convertValue(const Input& from, Input& to);
+    void makeElements(const Step& step);
+    void convertValue(const Step& step);
     void connect(const Input& from, Input& to);
     [[nodiscard]] AttrData description(const Input& from) const;
     [[nodiscard]] Value userValue(const Input& from) const;

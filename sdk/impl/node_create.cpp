@@ -121,8 +121,9 @@ IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataTy
 // Takes over the creator's reference, which becomes the node's. Those who hear of the input may
 // take it away, or the whole node.
 IInput* Node::addInput(Input* input) {
-    const RefersTo<Node> self(this);
-    const RefersTo<Input> made(input);
+    const bool isHeld = mayCallBack();
+    const RefersTo<Node> self(isHeld ? this : nullptr);
+    const RefersTo<Input> made(isHeld ? input : nullptr);
     auto created = RefersTo<Input>::adopt(input);
     {
         EditStep step(this);
@@ -133,12 +134,14 @@ IInput* Node::addInput(Input* input) {
         step.commit();
         onInputAdded(input);
     }
-    return input->node() == this && !isLastReference() ? input : nullptr;
+    const bool isThere = !isHeld || (input->node() == this && !isLastReference());
+    return isThere ? input : nullptr;
 }
 
 IOutput* Node::addOutput(Output* output) {
-    const RefersTo<Node> self(this);
-    const RefersTo<Output> made(output);
+    const bool isHeld = mayCallBack();
+    const RefersTo<Node> self(isHeld ? this : nullptr);
+    const RefersTo<Output> made(isHeld ? output : nullptr);
     auto created = RefersTo<Output>::adopt(output);
     {
         EditStep step(this);
@@ -149,7 +152,8 @@ IOutput* Node::addOutput(Output* output) {
         step.commit();
         onOutputAdded(output);
     }
-    return output->node() == this && !isLastReference() ? output : nullptr;
+    const bool isThere = !isHeld || (output->node() == this && !isLastReference());
+    return isThere ? output : nullptr;
 }
 
 } // namespace qv::kelvo_sdk::impl

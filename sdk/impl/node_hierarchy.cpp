@@ -10,6 +10,8 @@
 #include "sdk/impl/node_marks.h"
 #include "sdk/node.h"
 
+#include "base/log.h"
+
 #include <limits>
 #include <unordered_set>
 #include <vector>
@@ -148,8 +150,14 @@ i64 Node::indexIn(INode* parent) const {
 
 bool Node::parentTo(INode* parent) {
     if (indexIn(parent) != -1) return false;
+    if (const char* bar = barBetween(parent, this)) {
+        logWarning("Cannot parent node '%s' to node '%s': %s.", m_name.buf(), parent->name().buf(),
+                   bar);
+        return false;
+    }
     // Who hears of the element may remove it, or either node.
-    const RefersTo<INode> self(this), heldParent(parent);
+    const bool isHeld = static_cast<const Node*>(parent)->mayCallBack();
+    const RefersTo<INode> self(isHeld ? this : nullptr), heldParent(isHeld ? parent : nullptr);
     const EditStep step(static_cast<const Node*>(parent));
     IInput* element = parent->input(knownNames().children)->appendElement();
     return element && element->setNode(this);

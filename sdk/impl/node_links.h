@@ -1,12 +1,10 @@
 #pragma once
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
-
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -26,37 +24,23 @@ namespace qv::kelvo_sdk::impl {
 [[nodiscard]] const char* barBetween(const INode* from, const INode* to) noexcept;
 
 /// Calls `visit(const Node&)` for all that the inputs of a node link and connect to, at any depth
-/// of arrays and objects, in no order that matters. A node may be met again. Stops, and returns
-/// true, as soon as `visit` does.
+/// of arrays and objects, in order. A node may be met again. Stops, and returns true, as soon as
+/// `visit` does.
 template<typename Visit>
 bool visitDependencies(const Node& node, const Visit& visit) {
-    std::vector<const ds::Vector<IInput*>*> left{&node.inputs()};
-    while (!left.empty()) {
-        const ds::Vector<IInput*>& inputs = *left.back();
-        left.pop_back();
-        for (const IInput* next : inputs) {
-            const auto& input = *static_cast<const Input*>(next);
-            for (const INode* found : {linkedNode(input), sourceNode(input)})
-                if (found && visit(*static_cast<const Node*>(found))) return true;
-            if (!input.members().empty()) left.push_back(&input.members());
-        }
-    }
+    InputWalk inputs(node.inputs());
+    while (const Input* input = inputs.next())
+        for (const INode* found : {linkedNode(*input), sourceNode(*input)})
+            if (found && visit(*static_cast<const Node*>(found))) return true;
     return false;
 }
 
-/// Calls `visit(Input&)` for all inputs of a node, at any depth, holders first; without recursion.
+/// Calls `visit(Input&)` for all inputs of a node, at any depth, in order, holders first.
 template<typename Visit>
 void visitInputs(const Node& node, const Visit& visit) {
-    std::vector<const ds::Vector<IInput*>*> left{&node.inputs()};
-    while (!left.empty()) {
-        const ds::Vector<IInput*>& inputs = *left.back();
-        left.pop_back();
-        for (IInput* next : inputs) {
-            auto& input = static_cast<Input&>(*next);
-            visit(input);
-            if (!input.members().empty()) left.push_back(&input.members());
-        }
-    }
+    InputWalk inputs(node.inputs());
+    while (Input* input = inputs.next())
+        visit(*input);
 }
 
 /// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. A node may

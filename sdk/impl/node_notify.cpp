@@ -83,9 +83,16 @@ bool Node::isHeard() const noexcept {
     return m_nodeChanged || (m_scene && sceneOf(m_scene)->isHeard());
 }
 
+// A history that records drops old steps, which end what they hold.
+bool Node::mayCallBack() const noexcept {
+    auto* scene = sceneOf(m_scene);
+    return scene && (scene->isHeard() || scene->history().isRecording());
+}
+
 // Calls `tell(observer)` for all who are subscribed now and still are when their turn comes.
 template<typename Tell>
 void Node::tellObservers(const Tell& tell) const {
+    if (!m_isObserved) return;
     const std::lock_guard lock(m_observerMutex);
     const u64 count = m_observers.size();
     if (count == 0) return;
@@ -99,15 +106,9 @@ void Node::tellObservers(const Tell& tell) const {
 // Tells whether it is worth the while to remember a change until it is told. What nobody hears of
 // makes the scene dirty at once.
 bool Node::isNews(const IInput& input) const {
-    if (isHeard() || isModifierList(static_cast<const Input&>(input)) || hasObservers())
-        return true;
+    if (isHeard() || isModifierList(static_cast<const Input&>(input)) || m_isObserved) return true;
     if (m_scene) sceneOf(m_scene)->setDirty();
     return false;
-}
-
-bool Node::hasObservers() const {
-    const std::lock_guard lock(m_observerMutex);
-    return !m_observers.empty();
 }
 
 void Node::onInputAdded(const IInput* input) {

@@ -13,8 +13,6 @@
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 
-#include <algorithm>
-
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -66,13 +64,12 @@ bool Node::removeFoundInput(IInput* input) {
     auto* removed = static_cast<Input*>(input);
     const RefersTo<Node> self(this);
     EditStep step(this);
-    if (step.isRecording()) {
-        const u64 index = indexInList(m_inputs, input);
+    const u64 index = indexInList(m_inputs, input);
+    if (step.isRecording())
         step.prepare<InputListChange>(*removed, this, nullptr, index, false)
             ->takeComments(step.scene().comments());
-    }
     markDirty();
-    removeFromList(m_inputs, input);
+    removeFromList(m_inputs, index);
     step.commit();
     const Departure departing(*removed);
     removed->recordTies();
@@ -106,13 +103,12 @@ bool Node::removeFoundOutput(IOutput* output) {
     auto* removed = static_cast<Output*>(output);
     const RefersTo<Node> self(this);
     EditStep step(this);
-    if (step.isRecording()) {
-        const auto place = std::ranges::find(m_outputs, output) - m_outputs.begin();
-        step.prepare<OutputListChange>(*removed, *this, static_cast<u64>(place), false)
+    const u64 index = indexInList(m_outputs, output);
+    if (step.isRecording())
+        step.prepare<OutputListChange>(*removed, *this, index, false)
             ->takeComments(step.scene().comments());
-    }
     markDirty();
-    m_outputs.removeAll(output);
+    m_outputs.remove(index);
     step.commit();
     const Departure departing(*removed);
     removed->leaveList();

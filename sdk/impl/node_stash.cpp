@@ -3,11 +3,9 @@
 
 #include "sdk/impl/node.h"
 
-#include "sdk/impl/input.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/known_names.h"
 #include "sdk/node.h"
-
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -28,17 +26,15 @@ void Node::stash() {
         stash(findInputByIndex(i), names);
 }
 
-// Depth first without recursion: inputs may be nested deeper than the stack goes.
 void Node::stash(IInput* input, const StringVector& names) {
     if (!input) return;
-    std::vector<IInput*> left{input};
-    while (!left.empty()) {
-        auto* next = static_cast<Input*>(left.back());
-        left.pop_back();
-        if (names.contains(next->name(), true)) next->stash();
-        for (u64 i = next->inputCount(); i-- > 0;)
-            left.push_back(next->input(i));
-    }
+    const auto stashNamed = [&names](Input& next) {
+        if (names.contains(next.name(), true)) next.stash();
+    };
+    stashNamed(static_cast<Input&>(*input));
+    InputWalk members(static_cast<const Input*>(input)->members());
+    while (Input* member = members.next())
+        stashNamed(*member);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -11,6 +11,7 @@
 #include "sdk/impl/scene.h"
 #include "sdk/node.h"
 
+#include <atomic>
 #include <utility>
 #include <vector>
 
@@ -110,11 +111,16 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
     DependencyWalk(out, downstream).walk(input);
 }
 
+// Several threads may ask at once; each keeps what it found out.
 bool Node::dirty(bool deep) const {
-    if (m_dirty) return true;
-    if (m_scene && static_cast<const Scene*>(m_scene)->isDirtyStateCached()) return m_dirty;
-    m_dirty = deep && dependsOnDirty();
-    return m_dirty;
+    const std::atomic_ref<bool> flag(m_dirty);
+    if (flag.load(std::memory_order_relaxed)) return true;
+    if (m_scene && static_cast<const Scene*>(m_scene)->isDirtyStateCached())
+        return flag.load(std::memory_order_relaxed);
+    const bool isDirty = deep && dependsOnDirty();
+    if (flag.load(std::memory_order_relaxed) != isDirty)
+        flag.store(isDirty, std::memory_order_relaxed);
+    return isDirty;
 }
 
 bool Node::dependsOnDirty() const {

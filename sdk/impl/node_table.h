@@ -34,7 +34,9 @@ public:
     /// Lets another node have the name and place of one that is there.
     void replace(const String& name, Node* node);
     /// Returns a number that is lower for nodes further in front. Needs a node of that name.
-    [[nodiscard]] u64 placeOf(const String& name) const { return m_byName.find(name)->second.slot; }
+    [[nodiscard]] u64 placeOf(const String& name) const {
+        return m_order.placeOfSlot(m_byName.find(name)->second.slot);
+    }
 
     /// Returns `name` if it is free, else the next free name: the same with a number at its end.
     [[nodiscard]] String freeName(const String& name) const;

@@ -2,36 +2,58 @@
 
 #include "sdk/interfaces/i_node.h"
 
+#include <algorithm>
+
 namespace qv::kelvo_sdk::impl {
 
 using interfaces::INode;
 
 PathIterator::PathIterator(INode* from, StringVector types, bool flag, bool firstOnly)
-    : m_start(from, {true, nullptr, std::move(types)}, flag),
-      m_search(m_start),
+    : m_from(from),
+      m_goal{true, nullptr, std::move(types)},
+      m_flag(flag),
+      m_search(from, m_goal, flag),
       m_firstOnly(firstOnly) {
     start();
 }
 
 PathIterator::PathIterator(INode* from, INode* to, bool flag, bool firstOnly)
-    : m_start(from, {false, to, {}}, flag), m_search(m_start), m_firstOnly(firstOnly) {
+    : m_from(from),
+      m_goal{false, to, {}},
+      m_flag(flag),
+      m_search(from, m_goal, flag),
+      m_firstOnly(firstOnly) {
     start();
 }
 
 void PathIterator::start() {
     advance();
-    if (m_firstOnly) m_count = m_current.get() ? 1 : 0;
+    if (m_firstOnly) m_count = PathCount{m_current ? u64(1) : u64(0), true};
 }
 
 u64 PathIterator::count() {
-    if (!m_count) {
-        PathSearch search = m_start;
-        u64 found = 0;
-        while (found < maxCount && search.next())
-            ++found;
-        m_count = found;
-    }
+    return counted().number;
+}
+
+bool PathIterator::isCountExact() {
+    return counted().isExact;
+}
+
+const PathCount& PathIterator::counted() {
+    if (!m_count) m_count = countAll();
     return *m_count;
+}
+
+// What the counter gives up on may still be few paths, with many dead ends among them: the search
+// avoids these.
+PathCount PathIterator::countAll() const {
+    PathCount count = PathCounter(m_from, m_goal, m_flag).count();
+    if (count.isExact || count.number >= maxSearched) return count;
+    PathSearch search(m_from, m_goal, m_flag);
+    u64 found = 0;
+    while (found < maxSearched && search.next())
+        ++found;
+    return {std::max(found, count.number), found < maxSearched};
 }
 
 NodePath* PathIterator::current() {

@@ -3,10 +3,12 @@
 #include "base/ref_counted.h"
 #include "base/string_vector.h"
 #include "base/vector.h"
+#include "sdk/impl/path_counter.h"
 #include "sdk/impl/path_search.h"
 #include "sdk/interfaces/forward.h"
 #include "sdk/node_path.h"
 
+#include <limits>
 #include <optional>
 
 namespace qv::kelvo_sdk::impl {
@@ -23,24 +25,34 @@ public:
     PathIterator(interfaces::INode* from, StringVector types, bool flag, bool firstOnly);
     PathIterator(interfaces::INode* from, interfaces::INode* to, bool flag, bool firstOnly);
 
-    /// Returns the number of paths, at most `maxCount`: there may be exponentially many.
+    /// Returns the number of paths; where `isCountExact` says no, one that there are at least.
     virtual u64 count();
     /// Returns the path that the iterator stands at, at first the first; null behind the last.
     /// Valid until `next`, unless the caller takes a reference.
     virtual NodePath* current();
     /// Goes on to the next path; false when there is none.
     bool next();
+    /// Tells whether `count` is the number of paths. It is, however many there are, unless it is
+    /// `maxCount`, which stands for all beyond as well, or so many ways lead around within cycles
+    /// that to try them all would not end: then a bounded number of them was tried.
+    [[nodiscard]] bool isCountExact();
 
-    static constexpr u64 maxCount = 100'000;
+    static constexpr u64 maxCount = std::numeric_limits<u64>::max();
+    /// As many paths are counted one by one, at most, where cycles leave no other way.
+    static constexpr u64 maxSearched = 100'000;
 
 private:
     void start();
+    [[nodiscard]] const PathCount& counted();
+    [[nodiscard]] PathCount countAll() const;
     void advance();
 
-    PathSearch m_start;
+    interfaces::INode* m_from;
+    PathGoal m_goal;
+    bool m_flag;
     PathSearch m_search;
     bool m_firstOnly;
-    std::optional<u64> m_count;
+    std::optional<PathCount> m_count;
     RefersTo<NodePath> m_current;
 };
 

@@ -1,20 +1,14 @@
 #include "sdk/impl/path_search.h"
 
-#include "sdk/impl/known_names.h"
-#include "sdk/impl/node_links.h"
+#include "sdk/impl/node.h"
 
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
-bool PathGoal::isMetBy(const Node& node) const {
-    if (!byType) return &node == target;
-    return types.empty() || node.hasTypeIn(types);
-}
-
 PathSearch::PathSearch(INode* from, PathGoal goal, bool allLinks)
-    : m_goal(std::move(goal)), m_allLinks(allLinks) {
-    enter(numberOf(from));
+    : m_goal(std::move(goal)), m_graph(m_goal.target, allLinks), m_states(1) {
+    enter(m_graph.numberOf(from));
 }
 
 bool PathSearch::next() {
@@ -29,7 +23,7 @@ bool PathSearch::next() {
         const State& state = m_states[follower];
         if (state.isOnPath || state.isBarred) continue;
         enter(follower);
-        m_steps.back().led = m_goal.isMetBy(*m_states[follower].node);
+        m_steps.back().led = m_goal.isMetBy(m_graph.node(follower));
         if (!m_steps.back().led) continue;
         m_hasFound = true;
         return true;
@@ -41,7 +35,7 @@ ds::Vector<INode*> PathSearch::path() const {
     ds::Vector<INode*> nodes;
     nodes.reserve(m_steps.size());
     for (const Step& step : m_steps)
-        nodes.push_back(m_states[step.node].node);
+        nodes.push_back(&m_graph.node(step.node));
     return nodes;
 }
 
@@ -100,49 +94,10 @@ void PathSearch::free(Number node) {
     }
 }
 
-// Adds the nodes that a node leads to, in input order, each once.
-void PathSearch::listFollowers(Number number) {
-    const Node& node = *m_states[number].node;
-    if (&node == m_goal.target) return;
-    ++m_listings;
-    if (m_allLinks) {
-        for (const IInput* input : node.inputs())
-            addLinked(*static_cast<const Input*>(input));
-        return;
-    }
-    const KnownNames& known = knownNames();
-    const auto* list = node.hasType(known.xform)
-                           ? static_cast<const Input*>(node.lookUpInput(known.children))
-                           : nullptr;
-    if (!list) return;
-    for (const IInput* element : list->members())
-        addFollower(linkedNode(*static_cast<const Input*>(element)));
-}
-
-// Adds what an input and all that it holds link and connect to, without recursion.
-void PathSearch::addLinked(const Input& input) {
-    m_inputsLeft.push_back(&input);
-    while (!m_inputsLeft.empty()) {
-        const Input& next = *m_inputsLeft.back();
-        m_inputsLeft.pop_back();
-        addFollower(linkedNode(next));
-        addFollower(sourceNode(next));
-        for (u64 i = next.members().size(); i-- > 0;)
-            m_inputsLeft.push_back(static_cast<const Input*>(next.members()[i]));
-    }
-}
-
-void PathSearch::addFollower(INode* node) {
-    if (!node) return;
-    const Number number = numberOf(node);
-    if (std::exchange(m_states[number].listedBy, m_listings) != m_listings)
-        m_followers.push_back(number);
-}
-
-PathSearch::Number PathSearch::numberOf(INode* node) {
-    const auto [number, isNew] = m_numbers.add(node, static_cast<i64>(m_states.size()));
-    if (isNew) m_states.push_back({static_cast<Node*>(node), 0, false, false, false, {}});
-    return static_cast<Number>(number);
+// The nodes met for the first time get a state.
+void PathSearch::listFollowers(Number node) {
+    m_graph.listFollowers(node, m_followers);
+    m_states.resize(m_graph.size());
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,13 +1,14 @@
 #include "sdk/impl/safe_svg.h"
 
-#include "base/string_io.h"
+#include "base/ascii.h"
 #include "base/utf8.h"
+#include "sdk/impl/svg_attribute.h"
 
 #include <algorithm>
 #include <array>
-#include <initializer_list>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -26,69 +27,72 @@ constexpr std::array<string_view, 16> elements{
     "svg",     "g",     "path", "rect", "circle", "ellipse", "line",           "polyline",
     "polygon", "title", "desc", "defs", "stop",   "text",    "linearGradient", "radialGradient"};
 
-std::string lowered(string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return result;
-}
-
 bool isNameByte(char c) noexcept {
-    const char letter = static_cast<char>(c | 0x20);
-    return (letter >= 'a' && letter <= 'z') || (c >= '0' && c <= '9') ||
-           string_view("_-.:").find(c) != string_view::npos;
+    return ascii::continuesIdentifier(c) || string_view("-.:").find(c) != string_view::npos;
 }
 
-bool holdsAny(string_view text, std::initializer_list<string_view> parts) {
-    return std::any_of(parts.begin(), parts.end(),
-                       [text](string_view part) { return text.find(part) != string_view::npos; });
+bool isNameStart(char c) noexcept {
+    return ascii::isLetter(c) || c == '_';
 }
 
-// Every "url(" leads to something inside. Escapes and comments could hide one.
-bool hasInnerUrlsOnly(string_view value) {
-    if (holdsAny(value, {"\\", "/*", "@", "image(", "image-set("})) return false;
-    for (std::size_t i = value.find("url"); i != string_view::npos; i = value.find("url", i + 1)) {
-        const std::size_t target = value.find_first_not_of(" \t\r\n('\"", i + 3);
-        if (target == string_view::npos || value[target] != '#') return false;
-    }
-    return true;
+// Names of one part, or of two with ':' between them.
+bool isName(string_view name) {
+    const std::size_t colon = name.find(':');
+    if (colon == string_view::npos) return !name.empty() && isNameStart(name[0]);
+    const string_view local = name.substr(colon + 1);
+    return colon != 0 && isNameStart(name[0]) && !local.empty() && isNameStart(local[0]) &&
+           local.find(':') == string_view::npos;
 }
 
-// A prefix can be bound to any names, so that what comes behind it counts.
-bool isHarmless(string_view name, string_view value) {
-    const std::string lower = lowered(name);
-    const std::string plain = lowered(value);
-    if (lower == "xmlns") return value == svgNames;
-    if (lower.starts_with("xmlns:")) return true;
-    const string_view local = string_view(lower).substr(lower.find(':') + 1);
-    if (local == "href") return plain.starts_with('#');
-    for (const string_view refused : {"src", "base", "mask", "clip-path", "filter", "cursor"})
-        if (local == refused) return false;
-    if (local.starts_with("on")) return false;
-    if (local == "style" && holdsAny(plain, {"mask", "clip", "filter", "cursor"})) return false;
-    return hasInnerUrlsOnly(plain);
+string_view prefixOf(string_view name) {
+    const std::size_t colon = name.find(':');
+    return colon == string_view::npos ? string_view() : name.substr(0, colon);
+}
+
+bool isSame(string_view a, string_view b) {
+    return std::ranges::equal(
+        a, b, [](char x, char y) { return ascii::toLower(x) == ascii::toLower(y); });
+}
+
+// Two characters of Unicode's that XML knows nothing of; all else is checked as for other texts.
+bool hasNoCharacters(string_view text) {
+    return text.find("\xef\xbf\xbe") != string_view::npos ||
+           text.find("\xef\xbf\xbf") != string_view::npos;
 }
 
 /// Goes through an icon once, from the front; every step answers false for what is refused.
+///
+/// It takes what XML and HTML read alike, so that the result may stand in a page as it is.
 class Scanner {
 public:
     explicit Scanner(string_view text) noexcept : m_rest(text) {}
 
     [[nodiscard]] bool scan() {
         if (!skipProlog() || !m_rest.starts_with("<svg")) return false;
-        m_root = m_rest;
+        m_unwritten = m_rest;
         do {
             if (!takePiece()) return false;
         } while (!m_open.empty());
-        m_root.remove_suffix(m_rest.size());
+        write(m_rest);
         return skipComments() && m_rest.empty();
     }
 
     /// The root element, and whether it says that its names are SVG's.
-    [[nodiscard]] string_view root() const noexcept { return m_root; }
+    [[nodiscard]] string_view root() const noexcept { return m_out; }
     [[nodiscard]] bool isNamed() const noexcept { return m_isNamed; }
 
 private:
+    struct Attribute {
+        string_view name;
+        string_view value;
+    };
+    // A prefix and what it stands for, in an element and all inside of it.
+    struct Binding {
+        string_view prefix;
+        string_view names;
+        std::size_t level;
+    };
+
     bool take(string_view start) noexcept {
         if (!m_rest.starts_with(start)) return false;
         m_rest.remove_prefix(start.size());
@@ -115,24 +119,66 @@ private:
         m_rest.remove_prefix(length);
         return name;
     }
+    bool takeQuoted(string_view& value) noexcept {
+        const string_view quote = m_rest.substr(0, 1);
+        return (quote == "\"" || quote == "'") && take(quote) && takeTo(quote, value);
+    }
+    // Writes what was met up to here, which starts with `rest`.
+    void write(string_view rest) {
+        m_out.append(m_unwritten.substr(0, m_unwritten.size() - rest.size()));
+        m_unwritten = rest;
+    }
 
     bool skipComments() noexcept {
         for (skipBlanks(); take("<!--"); skipBlanks())
             if (!endComment()) return false;
         return true;
     }
+    // A comment that starts with ">" or "->" ends there in HTML.
     bool endComment() noexcept {
         string_view comment;
+        if (m_rest.starts_with('>') || m_rest.starts_with("->")) return false;
         return takeTo("--", comment) && take(">");
     }
 
-    bool skipProlog() noexcept {
-        string_view skipped;
-        if (take("<?xml ") && !takeTo("?>", skipped)) return false;
-        if (!skipComments()) return false;
-        if (take("<!DOCTYPE") && (!takeTo(">", skipped) || skipped.find('[') != string_view::npos))
+    bool skipProlog() {
+        std::ignore = take("\xef\xbb\xbf");
+        if (take("<?xml") && !skipDeclaration()) return false;
+        return skipComments() && skipType() && skipComments();
+    }
+    // Reads "version", "encoding" and "standalone", in this order.
+    bool skipDeclaration() {
+        string_view value;
+        if (!takeFact("version", value) || !value.starts_with("1.")) return false;
+        if (takeFact("encoding", value) && !isSame(value, "utf-8") && !isSame(value, "us-ascii"))
             return false;
-        return skipComments();
+        if (takeFact("standalone", value) && value != "yes" && value != "no") return false;
+        skipBlanks();
+        return take("?>");
+    }
+    bool takeFact(string_view name, string_view& value) {
+        const string_view before = m_rest;
+        const auto takeEquals = [this] {
+            skipBlanks();
+            const bool isThere = take("=");
+            skipBlanks();
+            return isThere;
+        };
+        if (skipBlanks() && take(name) && takeEquals() && takeQuoted(value)) return true;
+        m_rest = before;
+        return false;
+    }
+    // A document type may say where it is described, which nobody reads, and declare nothing.
+    bool skipType() {
+        if (!take("<!DOCTYPE")) return true;
+        if (!skipBlanks() || takeName() != "svg") return false;
+        string_view skipped;
+        const auto takeLiteral = [&] { return skipBlanks() && takeQuoted(skipped); };
+        skipBlanks();
+        if (take("PUBLIC") && !(takeLiteral() && takeLiteral())) return false;
+        if (take("SYSTEM") && !takeLiteral()) return false;
+        skipBlanks();
+        return take(">");
     }
 
     bool takePiece() {
@@ -148,43 +194,101 @@ private:
     bool takeEnd() {
         if (takeName() != m_open.back()) return false;
         skipBlanks();
-        m_open.pop_back();
+        close();
         return take(">");
     }
+    void close() {
+        while (!m_bindings.empty() && m_bindings.back().level == m_open.size())
+            m_bindings.pop_back();
+        m_open.pop_back();
+    }
 
+    // HTML takes elements in titles and descriptions for its own.
     bool takeStart() {
         const string_view name = takeName();
-        if (std::find(elements.begin(), elements.end(), name) == elements.end()) return false;
+        if (std::ranges::find(elements, name) == elements.end()) return false;
+        if (!m_open.empty() && (m_open.back() == "title" || m_open.back() == "desc")) return false;
         m_attributes.clear();
         m_open.push_back(name);
-        while (skipBlanks() && !m_rest.empty() && isNameByte(m_rest.front()))
-            if (!takeAttribute()) return false;
+        for (string_view before = m_rest; skipBlanks() && !m_rest.empty(); before = m_rest) {
+            if (!isNameByte(m_rest.front())) break;
+            if (!takeAttribute(before)) return false;
+        }
+        if (!areBound()) return false;
         if (take("/>")) {
-            m_open.pop_back();
+            close();
             return true;
         }
         return m_open.size() < mostLevels && take(">");
     }
 
-    bool takeAttribute() {
-        const string_view name = takeName();
+    // `before` is the white space in front of it, and all behind that.
+    bool takeAttribute(string_view before) {
+        Attribute attribute{.name = takeName(), .value = {}};
         skipBlanks();
-        if (!take("=")) return false;
+        if (!isName(attribute.name) || !take("=")) return false;
         skipBlanks();
-        const string_view quote = m_rest.substr(0, 1);
-        string_view value;
-        if ((quote != "\"" && quote != "'") || !take(quote) || !takeTo(quote, value)) return false;
-        if (std::find(m_attributes.begin(), m_attributes.end(), name) != m_attributes.end())
-            return false;
-        m_attributes.push_back(name);
-        if (name == "xmlns" && m_open.size() == 1) m_isNamed = true;
-        return value.find_first_of("<&") == string_view::npos && isHarmless(name, value);
+        if (!takeQuoted(attribute.value)) return false;
+        if (attribute.value.find_first_of("<&") != string_view::npos) return false;
+        // HTML takes names without regard to case.
+        for (const Attribute& other : m_attributes)
+            if (isSame(other.name, attribute.name)) return false;
+        m_attributes.push_back(attribute);
+        return accept(attribute, before);
+    }
+
+    bool accept(const Attribute& attribute, string_view before) {
+        if (isSame(attribute.name, "xmlns")) {
+            if (m_open.size() == 1) m_isNamed = true;
+            return attribute.name == "xmlns" && attribute.value == svgNames;
+        }
+        if (isSame(prefixOf(attribute.name), "xmlns")) return bind(attribute);
+        const SvgVerdict verdict = judgeSvgAttribute(attribute.name, attribute.value);
+        if (verdict != SvgVerdict::LeftOut) return verdict == SvgVerdict::Kept;
+        write(before);
+        m_unwritten = m_rest;
+        return true;
+    }
+
+    bool bind(const Attribute& attribute) {
+        const string_view prefix = attribute.name.substr(std::string_view("xmlns:").size());
+        if (!attribute.name.starts_with("xmlns:") || attribute.value.empty()) return false;
+        if (isSame(prefix, "xmlns") || isSame(prefix, "xml")) return false;
+        m_bindings.push_back({prefix, attribute.value, m_open.size()});
+        return true;
+    }
+
+    // Tells whether all prefixes are known, and no name comes twice under two prefixes.
+    bool areBound() const {
+        for (const Attribute& attribute : m_attributes) {
+            const string_view prefix = prefixOf(attribute.name);
+            if (prefix.empty() || prefix == "xmlns") continue;
+            const string_view names = namesOf(prefix);
+            if (names.empty()) return false;
+            const string_view local = attribute.name.substr(prefix.size());
+            const auto isTwin = [&](const Attribute& other) {
+                const string_view second = prefixOf(other.name);
+                return !second.empty() && namesOf(second) == names &&
+                       other.name.substr(second.size()) == local;
+            };
+            if (std::ranges::count_if(m_attributes, isTwin) != 1) return false;
+        }
+        return true;
+    }
+    string_view namesOf(string_view prefix) const {
+        if (prefix == "xml") return "http://www.w3.org/XML/1998/namespace";
+        for (auto binding = m_bindings.rbegin(); binding != m_bindings.rend(); ++binding)
+            if (binding->prefix == prefix) return binding->names;
+        return {};
     }
 
     string_view m_rest;
-    string_view m_root;
+    // Begins behind what was written, or left out.
+    string_view m_unwritten;
+    std::string m_out;
     std::vector<string_view> m_open;
-    std::vector<string_view> m_attributes;
+    std::vector<Attribute> m_attributes;
+    std::vector<Binding> m_bindings;
     bool m_isNamed = false;
 };
 
@@ -193,6 +297,7 @@ private:
 String safeSvg(const String& icon) {
     const string_view text = icon.view();
     if (text.size() > mostBytes || utf8::firstFault(text) != text.size()) return {};
+    if (hasNoCharacters(text)) return {};
     Scanner scanner(text);
     if (!scanner.scan()) return {};
     if (scanner.isNamed()) return String(scanner.root());

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -180,10 +181,14 @@ public:
 
     // ---- Notifications ---------------------------------------------------------------------
 
+    // A list of borrowed pointers in order of subscription. Any thread may subscribe.
+
     bool subscribe(SceneObserver* observer) override;
     bool unsubscribe(SceneObserver* observer) override;
     bool subscribe(interfaces::BatchObserver* observer) override;
     bool unsubscribe(interfaces::BatchObserver* observer) override;
+    /// For batches alone: the lock under which observers are told.
+    [[nodiscard]] std::recursive_mutex& observerMutex() noexcept { return m_observerMutex; }
     /// Tells whether anyone may hear of what its nodes tell it.
     [[nodiscard]] bool isHeard() const noexcept;
     QV_EXPORT virtual void notifyInputAdded(const IInput* input);
@@ -206,16 +211,20 @@ public:
 
 private:
     // Tells those that subscribed before and are still there when their turn comes; the scene, and
-    // what the news is about, live until all have heard.
+    // what the news is about, live until all have heard. Other threads that subscribe wait for it.
     template<typename Subject, typename Tell>
     void tellObservers(const Subject* subject, const Tell& tell) {
-        if (m_observers.empty()) return;
+        if (!hasObservers()) return;
         const RefersTo<Scene> self(this);
         const RefersTo<Subject> held(const_cast<Subject*>(subject));
+        const std::lock_guard lock(m_observerMutex);
         const ds::Vector<SceneObserver*> snapshot = m_observers;
         for (SceneObserver* observer : snapshot) {
             if (m_observers.contains(observer)) tell(*observer);
         }
+    }
+    [[nodiscard]] bool hasObservers() const noexcept {
+        return m_observerCount.load(std::memory_order_acquire) != 0;
     }
     template<typename Tell>
     void tellThenModify(const IInput* input, const Tell& tell);
@@ -257,14 +266,18 @@ private:
     LinkTable m_links;
     LinkTable m_stashLinks;
     SceneComments m_comments;
+    // Touched under the lock alone; their number is there for those who only ask whether any are.
     ds::Vector<SceneObserver*> m_observers;
+    std::recursive_mutex m_observerMutex;
+    std::atomic<u64> m_observerCount = 0;
     History m_history{*this};
     u32 m_groupDepth = 0;
     bool m_dirty = false;
     // Some description of an input may name a node.
     bool m_describesNodes = false;
-    // Null until someone asks for batches.
-    std::unique_ptr<Batches> m_batches;
+    // Null until someone asks for batches; made under the lock of the observers.
+    std::unique_ptr<Batches> m_ownBatches;
+    std::atomic<Batches*> m_batches = nullptr;
     // Null while dirty states are not cached.
     std::unique_ptr<DirtyCache> m_dirtyCache;
     // Null while no results are kept.

@@ -213,6 +213,10 @@ void SceneBuilder::addComments() {
         Comments added = extras ? extras->comments : Comments();
         added.isOwn = from.isOwn;
         added.unchecked = unchecked;
+        if (extras) {
+            added.lostLink = extras->lostLink;
+            added.lostSource = extras->lostSource;
+        }
         comments.set(thing, std::move(added));
     };
     for (u64 i = 0; i < m_tree.nodes.size(); ++i)
@@ -232,6 +236,14 @@ void SceneBuilder::addFileComments() {
     file.leading += added.leading.view();
     file.inner += added.inner.view();
     if (file.opening.isEmpty()) file.opening = std::move(added.opening);
+    for (UnreadLines& unread : added.unread) {
+        const u32 node = m_tree.findNode(m_tree.names.add(unread.before.view()));
+        if (node != noTreeIndex) {
+            unread.node = m_nodes[node].get();
+            unread.before = m_nodes[node]->name();
+        }
+        file.unread.push_back(std::move(unread));
+    }
     EditStep step(*m_scene);
     step.prepare<FileCommentsChange>(m_scene->comments());
     m_scene->comments().setFile(std::move(file));

@@ -1,8 +1,8 @@
 #include "sdk/impl/scene_builder.h"
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/node.h"
 
 #include <tuple>
@@ -30,8 +30,9 @@ Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
 
 void markLeftOut(Input& input) {
     input.setLeftOut(true);
-    for (IInput* member : input.members())
-        markLeftOut(static_cast<Input&>(*member));
+    InputWalk members(input.members());
+    while (Input* member = members.next())
+        member->setLeftOut(true);
 }
 
 } // namespace
@@ -107,7 +108,7 @@ AttrData SceneBuilder::dataOf(TreeInput& from, const Input* holder) const {
     if (holder && holder->type() == AttrType::Array) data.dataType = holder->declaredType();
     data.silent =
         isSilent(from.silent, definition ? definition->isSilent() : holder && holder->isSilent());
-    data.readOnly = from.readOnly || (definition && definition->isReadOnly());
+    data.readOnly = from.readOnly || (definition && definition->hasReadOnlyMark());
     // A node's is looked at again when links are made.
     if (from.type == AttrType::Node)
         data.value = from.value;

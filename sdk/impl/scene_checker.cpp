@@ -90,6 +90,7 @@ void SceneChecker::findKnownSource(TreeConnection& connection) {
 void SceneChecker::checkKinds(const TreeConnection& connection, AttrType type, DataType dataType) {
     const TreeInput& input = m_tree.inputs[connection.input];
     if (kindsFit(type, dataType, input)) return;
+    if (!m_errors.wantsMessage()) return fail(connection.offset, connection.node, String());
     fail(connection.offset, connection.node,
          "The output '" + sourcePath(connection) + "' of kind " + typeText(type, dataType) +
              " does not convert to the input '" + inputPath(connection) + "' of kind " +
@@ -134,6 +135,7 @@ u32 SceneChecker::outputOf(u32 node, u32 name, u32 ordinal) const {
 }
 
 String SceneChecker::unknownNode(u32 name) const {
+    if (!m_errors.wantsMessage()) return {};
     const String& wanted = m_tree.names.text(name);
     NearName near(wanted.view());
     for (u32 i = 0; i < std::min<u64>(m_tree.nodes.size(), kMostCandidates); ++i)
@@ -146,6 +148,7 @@ String SceneChecker::unknownNode(u32 name) const {
 
 // A text's node is looked for by name, one of the scene is given.
 String SceneChecker::unknownOutput(const TreeConnection& connection, const INode* known) const {
+    if (!m_errors.wantsMessage()) return {};
     String wanted = m_tree.names.text(connection.sourceOutput);
     if (connection.ordinal > 1) wanted = String::format("%s:%u", wanted.buf(), connection.ordinal);
     NearName near(connection.ordinal > 1 ? std::string_view() : wanted.view());

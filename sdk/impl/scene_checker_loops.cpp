@@ -50,9 +50,10 @@ void SceneChecker::checkLoopsFrom(u32 node) {
 // The chain from its last node back to the one that feeds it is the loop, in the direction in which
 // values flow.
 void SceneChecker::reportLoop(u32 closing) {
+    const TreeConnection& last = m_tree.connections[closing];
+    if (!m_errors.wantsMessage()) return fail(last.offset, last.node, String());
     StringIO text;
     text.append("These connections form a loop: ");
-    const TreeConnection& last = m_tree.connections[closing];
     text.append(sourcePath(last).view()).append(" -> ").append(inputPath(last).view());
     for (u64 i = m_chain.size() - 1; m_chain[i].node != last.target; --i) {
         const TreeConnection& next = m_tree.connections[m_chain[i].connection];

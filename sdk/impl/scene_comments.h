@@ -2,6 +2,7 @@
 
 #include "base/export.h"
 #include "base/string.h"
+#include "sdk/attr_type.h"
 #include "sdk/interfaces/forward.h"
 
 #include <unordered_map>
@@ -10,7 +11,21 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The comments around one thing in a scene text.
+/// Lines of a text that could not be read, which are written back as they were.
+struct UnreadLines {
+    /// Comment lines before them, as those of `Comments`.
+    String leading;
+    /// Whole lines, the last with its '\n'.
+    String lines;
+    /// The attribute or node that they stood in front of; empty at the end of what holds them.
+    String before;
+    AttrType type = AttrType::Null;
+    bool isOutput = false;
+    /// The node that `before` names, to tell it when it has another name. Never looked into.
+    const interfaces::INode* node = nullptr;
+};
+
+/// The comments around one thing in a scene text, and what stands in it unread.
 ///
 /// Lines stand without indentation; each begins with '#' and ends with '\n', an empty one stands
 /// for a blank line.
@@ -28,10 +43,17 @@ struct Comments {
     /// Tells whether the text says `@unchecked`, where the limits are not known to allow the value.
     enum class Unchecked : u8 { Open, Said, Unsaid };
     Unchecked unchecked = Unchecked::Open;
+    /// Lines inside of it that could not be read, in the order of the text.
+    std::vector<UnreadLines> unread = {};
+    /// Names of a node and of an output as the text has them, which were not found. They are
+    /// written for as long as there is no link, or no connection.
+    String lostLink = {};
+    String lostSource = {};
 
     [[nodiscard]] bool isEmpty() const noexcept {
         return leading.isEmpty() && opening.isEmpty() && inner.isEmpty() && trailing.isEmpty() &&
-               !isOwn && unchecked == Unchecked::Open;
+               !isOwn && unchecked == Unchecked::Open && unread.empty() && lostLink.isEmpty() &&
+               lostSource.isEmpty();
     }
 };
 

@@ -37,7 +37,8 @@ bool Scene::isEditing() const noexcept {
 }
 
 void Scene::editEnded() noexcept {
-    if (m_batches && !isEditing()) m_batches->deliver();
+    Batches* batches = m_batches.load(std::memory_order_acquire);
+    if (batches && !isEditing()) batches->deliver();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -28,17 +28,6 @@ Scene Scene::create() {
 
 namespace qv::kelvo_sdk::impl {
 
-namespace {
-
-// Ends every connection of an input and of what it holds.
-void disconnectAll(IInput& input) {
-    input.disconnect();
-    for (u64 i = 0; i < input.inputCount(); ++i)
-        disconnectAll(*input.input(i));
-}
-
-} // namespace
-
 bool Scene::checkName(const String& name, const char* what) {
     if (name.isSimpleCID()) return true;
     logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
@@ -141,7 +130,7 @@ void Scene::enter(Node& node) {
 }
 
 void Scene::tellAdded(Node& node) {
-    if (m_observers.empty() && !modifierListOf(node)) return;
+    if (!hasObservers() && !modifierListOf(node)) return;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(&node);
     if (NewsHold* hold = NewsHold::current()) return hold->add([=] { self->tellAdded(*held); });
@@ -236,8 +225,7 @@ void Scene::clearReferences(Node& node) {
         while (Input* input = links->first(&node))
             input->relink(node, nullptr);
     if (m_describesNodes) clearDescriptions(node);
-    for (u64 i = 0; i < node.inputCount(); ++i)
-        disconnectAll(*node.input(i));
+    visitInputs(node, [](Input& input) { input.disconnect(); });
     for (u64 i = 0; i < node.outputCount(); ++i)
         static_cast<Output*>(node.output(i))->disconnectTargets();
 }

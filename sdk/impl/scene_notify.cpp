@@ -18,7 +18,7 @@ template<typename Tell>
 void Scene::tellThenModify(const IInput* input, const Tell& tell) {
     if (isMaking(input->node())) return;
     setDirty();
-    if (m_observers.empty()) return modify(input);
+    if (!hasObservers()) return modify(input);
     const RefersTo<Scene> self(this);
     const RefersTo<IInput> held(const_cast<IInput*>(input));
     AllCalls calls;
@@ -29,30 +29,39 @@ void Scene::tellThenModify(const IInput* input, const Tell& tell) {
 
 // An application that derives from the scene hears of everything.
 bool Scene::isHeard() const noexcept {
-    if (!m_observers.empty() || typeid(*this) != typeid(Scene)) return true;
+    if (hasObservers() || typeid(*this) != typeid(Scene)) return true;
     return m_modifiers && !m_modifiers->isIdle();
 }
 
 bool Scene::subscribe(SceneObserver* observer) {
+    const std::lock_guard lock(m_observerMutex);
     if (m_observers.contains(observer)) return false;
     m_observers.push_back(observer);
+    m_observerCount.store(m_observers.size(), std::memory_order_release);
     return true;
 }
 
 bool Scene::unsubscribe(SceneObserver* observer) {
-    return m_observers.removeAll(observer);
+    const std::lock_guard lock(m_observerMutex);
+    const bool wasThere = m_observers.removeAll(observer);
+    m_observerCount.store(m_observers.size(), std::memory_order_release);
+    return wasThere;
 }
 
 bool Scene::subscribe(BatchObserver* observer) {
-    if (!m_batches) {
-        m_batches = std::make_unique<Batches>(*this);
-        subscribe(m_batches.get());
+    const std::lock_guard lock(m_observerMutex);
+    if (!m_ownBatches) {
+        auto made = std::make_unique<Batches>(*this);
+        subscribe(made.get());
+        m_ownBatches = std::move(made);
+        m_batches.store(m_ownBatches.get(), std::memory_order_release);
     }
-    return m_batches->subscribe(observer);
+    return m_ownBatches->subscribe(observer);
 }
 
 bool Scene::unsubscribe(BatchObserver* observer) {
-    return m_batches && m_batches->unsubscribe(observer);
+    const std::lock_guard lock(m_observerMutex);
+    return m_ownBatches && m_ownBatches->unsubscribe(observer);
 }
 
 void Scene::notifyInputAdded(const IInput* input) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
 // ---- File and nodes ------------------------------------------------------------------------
 
@@ -37,18 +38,26 @@ SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, Scene
 
 void SceneParser::parse() {
     std::ignore = m_lexer.accept("\xef\xbb\xbf"); // The mark that some editors put in front.
-    String leading = commentLines();
+    std::vector<UnreadLines>& unread = m_tree.file.unread;
+    String leading = commentLines(unread);
     if (!parseHeader(leading)) return;
     while (!m_lexer.atEnd() && !m_errors.full()) {
         m_nodeName = String();
         m_node = noTreeIndex;
+        m_isHeadFaulty = false;
+        const u64 start = m_lexer.offset();
+        const u64 errors = m_errors.size();
         const bool isNode = startsNode();
         if (!isNode) {
             failExpecting("'" + std::string(m_form.part) + "'");
             m_namesAreMissing = true;
         }
-        if (!isNode || !parseNode(std::move(leading))) skipToNode();
-        leading = commentLines();
+        const u64 node = m_tree.nodes.size();
+        const bool isWhole = isNode && parseNode(std::move(leading));
+        if (!isWhole) skipToNode();
+        placeUnread(node);
+        tellPart(start, errors, !isWhole || m_isHeadFaulty);
+        leading = commentLines(unread);
     }
     m_tree.file.inner = std::move(leading);
 }
@@ -75,8 +84,11 @@ bool SceneParser::parseHeader(String& leading) {
     m_tree.file.leading = std::move(leading);
     if (!endLine(m_tree.file.opening)) return false;
     // The blank line behind the header belongs to it.
-    leading = commentLines();
-    if (leading.view().starts_with('\n')) leading = leading.substr(1);
+    std::vector<UnreadLines>& unread = m_tree.file.unread;
+    const u64 before = unread.size();
+    leading = commentLines(unread);
+    String& first = unread.size() == before ? leading : unread[before].leading;
+    if (first.view().starts_with('\n')) first = first.substr(1);
     return true;
 }
 
@@ -93,6 +105,7 @@ bool SceneParser::parseNode(String&& leading) {
     m_node = static_cast<u32>(m_tree.nodes.size());
     if (!parseNodeHead(node)) {
         m_namesAreMissing = true;
+        m_isHeadFaulty = true;
         if (!skipToBrace()) return false;
     }
     knowNode(node);
@@ -171,6 +184,7 @@ bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
     node.outputCount = static_cast<u32>(m_tree.outputs.size()) - node.firstOutput;
     checkDuplicateOutputs(node);
     comments.inner = std::move(body.inner);
+    comments.unread = std::move(body.unread);
     // What is not closed ends where the next node starts.
     if (!isClosed) return !m_errors.full();
     return endLine(comments.trailing);
@@ -185,6 +199,10 @@ void SceneParser::knowNode(const TreeNode& node) {
         byName[folded] = m_node;
         return;
     }
+    if (!m_errors.wantsMessage()) {
+        fail(node.offset, String());
+        return;
+    }
     const u64 other = m_tree.nodes[byName[folded]].offset;
     const u64 line = LineCounter(m_lexer.text()).placeOf(other).line;
     fail(node.offset,
@@ -195,26 +213,41 @@ void SceneParser::knowNode(const TreeNode& node) {
 // Reads attributes up to the '}' and behind it.
 bool SceneParser::parseBody(Body& body, u32 depth) {
     for (;;) {
-        String leading = commentLines();
+        String leading = commentLines(body.unread);
         if (m_errors.full()) return false;
         if (m_lexer.accept('}')) {
             body.inner = std::move(leading);
             checkDuplicates(body);
             return true;
         }
-        if (m_lexer.atEnd() || startsNode()) {
-            // Of several that are not closed only the innermost is told.
-            if (m_unclosedAt == m_lexer.offset()) return false;
-            m_unclosedAt = m_lexer.offset();
-            const u64 line = LineCounter(m_lexer.text()).placeOf(body.opened).line;
-            return fail(m_lexer.offset(),
-                        "Found " + m_lexer.found() +
-                            String::format(" where the '}' to the '{' in line %llu was expected.",
-                                           static_cast<unsigned long long>(line)));
-        }
+        if (m_lexer.atEnd() || startsNode()) return failUnclosed(body, std::move(leading));
         const u64 lineStart = m_lexer.offset();
-        if (!parseLine(body, std::move(leading), depth)) recover(lineStart);
+        const u64 errors = m_errors.size();
+        const u32 lastInput = body.last;
+        const u64 outputs = m_tree.outputs.size();
+        const bool isWhole = parseLine(body, std::move(leading), depth);
+        if (!isWhole) recover(lineStart);
+        if (m_gaps) placeUnread(body, lastInput, outputs);
+        tellPart(lineStart, errors, !isWhole);
     }
+}
+
+// Of several that are not closed only the innermost is told. Where it matters that much can be
+// read they end here.
+bool SceneParser::failUnclosed(Body& body, String&& leading) {
+    const u64 offset = m_lexer.offset();
+    const bool isTold = std::exchange(m_unclosedAt, offset) == offset;
+    String message;
+    if (!isTold && m_errors.wantsMessage())
+        message = "Found " + m_lexer.found() +
+                  String::format(" where the '}' to the '{' in line %llu was expected.",
+                                 static_cast<unsigned long long>(
+                                     LineCounter(m_lexer.text()).placeOf(body.opened).line));
+    if (!m_gaps) return !isTold && fail(offset, std::move(message));
+    if (!isTold) m_gaps->unclosed.push_back({offset, m_nodeName, std::move(message)});
+    body.inner = std::move(leading);
+    checkDuplicates(body);
+    return true;
 }
 
 // A node may hold inputs of one name and different kinds; an object may not.

@@ -2,6 +2,7 @@
 
 #include "sdk/impl/scene_tree.h"
 #include "sdk/impl/text_errors.h"
+#include "sdk/impl/text_gaps.h"
 #include "sdk/impl/text_lexer.h"
 
 #include "base/string_io.h"
@@ -48,6 +49,8 @@ public:
     SceneParser(const SceneParser&) = delete;
     SceneParser& operator=(const SceneParser&) = delete;
 
+    /// Keeps parts of the text unread, and tells the parts that it has; borrowed.
+    void leaveOut(TextGaps& gaps) noexcept { m_gaps = &gaps; }
     /// Reads the whole text.
     void parse();
     /// Tells whether an error kept a node or an output from being known by name.
@@ -67,6 +70,9 @@ protected:
         u32 last = noTreeIndex;
         u32 count = 0;
         String inner = {};
+        std::vector<UnreadLines> unread = {};
+        // So many of `unread` know what they stand in front of.
+        u64 placed = 0;
     };
 
     // ---- File and nodes --------------------------------------------------------------------
@@ -81,16 +87,26 @@ protected:
     bool parseNodeBody(TreeNode& node, Comments& comments);
     void knowNode(const TreeNode& node);
     bool parseBody(Body& body, u32 depth);
+    bool failUnclosed(Body& body, String&& leading);
     virtual void checkDuplicates(const Body& body);
     virtual void checkDuplicateOutputs(const TreeNode& node);
 
     // ---- Lines -----------------------------------------------------------------------------
 
-    [[nodiscard]] String commentLines();
+    [[nodiscard]] String commentLines(std::vector<UnreadLines>& unread);
     void skipInside();
     bool endLine(String& trailing);
     void takeOpening(String& opening);
     void recover(u64 lineStart);
+    void tellPart(u64 first, u64 firstError, bool isFaulty);
+    [[nodiscard]] bool isUnread() const;
+    void takeUnread(String&& leading, std::vector<UnreadLines>& unread);
+    void placeUnread(Body& body, u32 lastInput, u64 outputs);
+    void placeUnread(u64 node);
+    [[nodiscard]] bool isLost(u64 offset) const;
+    [[nodiscard]] String textFrom(u64 offset) const {
+        return String(m_lexer.text().substr(offset, m_lexer.offset() - offset));
+    }
     void skipOpaque();
     bool skipToBrace();
     void skipToNode();
@@ -144,6 +160,10 @@ protected:
     SceneTree& m_tree;
     TextErrors& m_errors;
     bool m_namesAreMissing = false;
+    // Null where all is read or nothing.
+    TextGaps* m_gaps = nullptr;
+    u64 m_placed = 0;
+    bool m_isHeadFaulty = false;
     // Where something that is not closed was told of.
     u64 m_unclosedAt = noIndex;
     u32 m_node = noTreeIndex;

@@ -235,6 +235,10 @@ bool SceneParser::parseLink(u32 input, TreeSlot slot, u32 choice) {
         if (word == "null") return true;
         name = m_tree.names.add(word);
     }
+    if (slot == TreeSlot::Value && isLost(offset)) {
+        extrasAt(m_tree.inputs[input].extras).lostLink = textFrom(offset);
+        return true;
+    }
     m_tree.links.push_back({.offset = offset,
                             .node = m_node,
                             .input = input,
@@ -255,6 +259,7 @@ bool SceneParser::parseObject(u32 input, Comments& comments, u32 depth) {
     m_tree.inputs[input].firstMember = body.first;
     m_tree.inputs[input].memberCount = body.count;
     comments.inner = std::move(body.inner);
+    comments.unread = std::move(body.unread);
     return isClosed;
 }
 

@@ -1,5 +1,6 @@
 #include "sdk/impl/scene_parser.h"
 
+#include <algorithm>
 #include <tuple>
 
 // ---- Lines ---------------------------------------------------------------------------------
@@ -16,14 +17,21 @@ bool isSpace(char c) noexcept {
 
 // Takes the comment lines and blank lines in front of something; blank lines that follow each other
 // become one.
-String SceneParser::commentLines() {
+String SceneParser::commentLines(std::vector<UnreadLines>& unread) {
     StringIO lines;
     bool afterBlank = false;
     for (;;) {
         m_lexer.skipBlanks();
+        if (m_gaps && isUnread()) {
+            takeUnread(lines.take(), unread);
+            afterBlank = false;
+            continue;
+        }
         if (m_lexer.atEnd() || !m_lexer.atLineEnd()) break;
+        const u64 start = m_lexer.offset();
         const std::string_view comment = m_lexer.comment();
         std::ignore = m_lexer.accept('\n');
+        if (!comment.empty()) tellPart(start, m_errors.size(), false);
         if (!comment.empty() || !afterBlank) lines.append(comment).append('\n');
         afterBlank = comment.empty();
     }
@@ -47,6 +55,8 @@ bool SceneParser::endLine(String& trailing) {
     if (const std::string_view comment = m_lexer.comment(); !comment.empty())
         trailing = String(comment);
     if (m_lexer.accept('\n') || m_lexer.atEnd() || m_lexer.peek() == '}') return true;
+    // What was not closed ends where the next node starts.
+    if (m_gaps && m_unclosedAt == m_lexer.offset()) return true;
     return failExpecting("the end of the line");
 }
 
@@ -138,6 +148,51 @@ bool SceneParser::startsLine() const noexcept {
     if (!TextLexer::isBlank(ahead.peek())) return false;
     ahead.skipBlanks();
     return TextLexer::startsIdentifier(ahead.peek());
+}
+
+// Tells of a part of the text that ends here.
+void SceneParser::tellPart(u64 first, u64 firstError, bool isFaulty) {
+    if (m_gaps)
+        m_gaps->parts.push_back({first, m_lexer.offset(), firstError, m_errors.size(), isFaulty});
+}
+
+bool SceneParser::isUnread() const {
+    return std::ranges::binary_search(m_gaps->lines, m_lexer.offset(), {}, &TextLines::first);
+}
+
+// Takes lines as they are; the first with its indentation.
+void SceneParser::takeUnread(String&& leading, std::vector<UnreadLines>& unread) {
+    const auto [first, last] =
+        *std::ranges::lower_bound(m_gaps->lines, m_lexer.offset(), {}, &TextLines::first);
+    m_lexer.seek(last);
+    UnreadLines taken;
+    taken.leading = std::move(leading);
+    taken.lines = wholeLines(m_lexer.text(), first, last);
+    unread.push_back(std::move(taken));
+}
+
+// What was left out since the attribute before stands in front of the one that was read now.
+void SceneParser::placeUnread(Body& body, u32 lastInput, u64 outputs) {
+    const bool isInput = body.last != lastInput;
+    if (!isInput && m_tree.outputs.size() == outputs) return;
+    for (; body.placed < body.unread.size(); ++body.placed) {
+        UnreadLines& unread = body.unread[body.placed];
+        unread.isOutput = !isInput;
+        unread.type = isInput ? m_tree.inputs[body.last].type : m_tree.outputs.back().type;
+        unread.before =
+            m_tree.names.text(isInput ? m_tree.inputs[body.last].name : m_tree.outputs.back().name);
+    }
+}
+
+void SceneParser::placeUnread(u64 node) {
+    if (node >= m_tree.nodes.size() || m_tree.nodes[node].name == noTreeIndex) return;
+    for (; m_placed < m_tree.file.unread.size(); ++m_placed)
+        m_tree.file.unread[m_placed].before = m_tree.names.text(m_tree.nodes[node].name);
+}
+
+// Tells whether the name here is known to lead nowhere.
+bool SceneParser::isLost(u64 offset) const {
+    return m_gaps && std::ranges::binary_search(m_gaps->references, offset);
 }
 
 TreeExtras& SceneParser::extrasAt(u32& extras) {

@@ -58,7 +58,10 @@ bool SceneParser::parseSource(u32 input) {
             connection.ordinal = connection.ordinal * 10 + static_cast<u32>(m_lexer.peek() - '0');
         if (connection.ordinal == 0) return failExpecting("a number from 1");
     }
-    m_tree.connections.push_back(connection);
+    if (isLost(connection.offset))
+        extrasAt(m_tree.inputs[input].extras).lostSource = textFrom(connection.offset);
+    else
+        m_tree.connections.push_back(connection);
     return true;
 }
 

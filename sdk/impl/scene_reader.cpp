@@ -1,5 +1,6 @@
 #include "sdk/impl/scene_reader.h"
 
+#include "sdk/impl/partial_reader.h"
 #include "sdk/impl/scene_binder.h"
 #include "sdk/impl/scene_builder.h"
 #include "sdk/impl/scene_checker.h"
@@ -11,6 +12,20 @@
 
 namespace qv::kelvo_sdk::impl {
 
+namespace {
+
+bool readPartly(Scene& scene, std::string_view text, const ReadOptions& options,
+                Diagnostics* diagnostics) {
+    PartialReader reader(scene, text, options);
+    if (!reader.read()) return false;
+    if (diagnostics) reader.report(*diagnostics);
+    if (options.gapCount) *options.gapCount = reader.gapCount();
+    SceneBuilder(reader.tree(), scene).build();
+    return true;
+}
+
+} // namespace
+
 bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
                Diagnostics* diagnostics) {
     TextErrors errors(text, std::max<u64>(options.maxErrors, 1));
@@ -20,12 +35,13 @@ bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
     parser.parse();
     if (!scene.libraries().empty()) SceneBinder(tree, scene).bind();
     SceneChecker(tree, scene, errors, parser.namesAreMissing()).check();
-    if (!errors.empty()) {
-        if (diagnostics) errors.report(options.source, *diagnostics);
-        return false;
+    if (errors.empty()) {
+        SceneBuilder(tree, scene).build();
+        return true;
     }
-    SceneBuilder(tree, scene).build();
-    return true;
+    if (options.isPartial && readPartly(scene, text, options, diagnostics)) return true;
+    if (diagnostics) errors.report(options.source, *diagnostics);
+    return false;
 }
 
 } // namespace qv::kelvo_sdk::impl

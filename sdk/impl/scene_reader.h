@@ -16,6 +16,10 @@ struct ReadOptions {
     /// How deep arrays and objects may be nested, and how many nodes there may be.
     u32 maxDepth = 200;
     u64 maxNodes = 1'000'000;
+    /// Builds what can be read of a text with errors, and keeps the rest in the comments.
+    bool isPartial = false;
+    /// Set to the number of gaps when that is given.
+    u64* gapCount = nullptr;
 };
 
 /// Adds what a scene text describes, whole or not at all: false, and what is wrong appended to

@@ -3,6 +3,7 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/scene.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
@@ -17,13 +18,15 @@ constexpr auto warning = Severity::Warning;
 constexpr auto error = Severity::Error;
 
 // In the order of impl::Rule.
-constexpr std::array<ValidationRule, 22> rules{{
+constexpr std::array<ValidationRule, 23> rules{{
     {"broken-scene", error, "A law of the scene does not hold: a fault of the program.", nullptr},
     {"abstract-type", error, "A node is of a type that is only a base of others.", nullptr},
     {"misspelled-type", warning, "No library knows a node's type, but one of nearly that name.",
-     nullptr},
+     nullptr, true},
     {"unknown-type", warning, "No library knows a node's type, so nothing was checked against it.",
-     nullptr},
+     nullptr, true},
+    {"unknown-attribute", note,
+     "A node's type does not define an input or output, so it was not checked.", nullptr, true},
     {"other-kind", warning, "An input or output is of another kind than its type defines.",
      nullptr},
     {"missing-input", warning, "A node lacks an input that its type defines.",
@@ -78,6 +81,14 @@ std::span<const ValidationRule> validationRules() noexcept {
 Findings validate(const Scene& scene, const ValidationOptions& options) {
     return scene ? impl::SceneRules(static_cast<impl::Scene&>(*scene.get()), options).findings()
                  : Findings();
+}
+
+bool passes(const Findings& findings, bool isStrict) noexcept {
+    return std::ranges::none_of(findings, [=](const Finding& finding) {
+        const ValidationRule& rule = *finding.rule;
+        if (!isStrict) return rule.severity == Severity::Error;
+        return rule.severity >= Severity::Warning || rule.isUnchecked;
+    });
 }
 
 FixReport fixFindings(const Scene& scene, Severity least, const ValidationOptions& options) {

@@ -20,6 +20,7 @@ enum class Rule : u32 {
     AbstractType,
     MisspelledType,
     UnknownType,
+    UnknownAttribute,
     OtherKind,
     MissingInput,
     MissingOutput,
@@ -70,6 +71,11 @@ private:
     void checkReadOnly(Node& node, Input& input, const Input& definition);
     void checkOutputs(Node& node, const Node& definition);
     [[nodiscard]] const String& nearType(const String& type);
+    void checkUnknown(Node& node, const Node& definition);
+    void addUnknown(Node& node, const char* what, const String& path, const String& question);
+    template<typename Attributes>
+    [[nodiscard]] const String& nearAttribute(const Node& definition, const Attributes& known,
+                                              const String& name);
 
     void checkValues(Node& node);
     void checkValue(Node& node, Input& input);
@@ -81,6 +87,8 @@ private:
     void checkFile(Node& node, const Input& file);
     void checkUse(Node& node);
     void checkReferences(Node& node);
+    void addLostLink(Node& node, Input& input);
+    void addLostSource(Node& node, Input& input);
 
     void checkComments(Node& node);
     void checkFileComments();
@@ -95,6 +103,8 @@ private:
     Findings m_findings;
     // ": did you mean 'name'?", or ".", by unknown type.
     std::unordered_map<String, String> m_nearTypes;
+    // The same by type and unknown attribute, as "type.name".
+    std::unordered_map<String, String> m_nearAttributes;
 };
 
 /// Returns a fix that calls `apply`, which answers whether it did something.

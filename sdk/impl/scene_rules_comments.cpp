@@ -3,18 +3,15 @@
 
 #include "sdk/impl/scene_rules.h"
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
+#include "sdk/impl/input_walk.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
 
 #include <string_view>
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
-// Without recursion: inputs may be nested deeper than the stack goes.
 void SceneRules::checkComments(Node& node) {
     const SceneComments& comments = m_scene.comments();
     if (comments.empty()) return;
@@ -23,17 +20,9 @@ void SceneRules::checkComments(Node& node) {
         if (found) checkMarks(*found, &node, pathOf(), what);
     };
     check(static_cast<const INode&>(node), "node", [&] { return node.name(); });
-    std::vector<const IInput*> left;
-    const auto take = [&](const ds::Vector<IInput*>& list) {
-        for (u64 i = list.size(); i-- > 0;)
-            left.push_back(list[i]);
-    };
-    for (take(node.inputs()); !left.empty();) {
-        const IInput& input = *left.back();
-        left.pop_back();
-        check(input, "input", [&] { return input.path(); });
-        take(static_cast<const Input&>(input).members());
-    }
+    InputWalk inputs(node.inputs());
+    while (const Input* input = inputs.next())
+        check(static_cast<const IInput&>(*input), "input", [&] { return input->path(); });
     for (const IOutput* output : node.outputs())
         check(*output, "output", [&] { return node.name() + "." + output->name(); });
 }

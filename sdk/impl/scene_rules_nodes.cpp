@@ -120,19 +120,26 @@ void SceneRules::checkUse(Node& node) {
 void SceneRules::checkReferences(Node& node) {
     const auto isLost = [&](const INode* target) { return target && target->scene() != &m_scene; };
     visitInputs(node, [&](Input& input) {
-        const String path = input.path();
-        if (const INode* target = linkedNode(input); isLost(target))
-            add(Rule::LostReference, &node, path,
-                "'" + path + "' links to node '" + target->name() + "', which is in no scene.",
-                makeFix("clear the link '" + path + "'",
-                        [held = RefersTo<Input>(&input)] { return held->setNode(nullptr); }));
-        if (const INode* target = sourceNode(input); isLost(target))
-            add(Rule::LostReference, &node, path,
-                "'" + path + "' is connected to '" + input.source()->path() +
-                    "', whose node is in no scene.",
-                makeFix("disconnect '" + path + "'",
-                        [held = RefersTo<Input>(&input)] { return held->disconnect(); }));
+        if (isLost(linkedNode(input))) addLostLink(node, input);
+        if (isLost(sourceNode(input))) addLostSource(node, input);
     });
+}
+
+void SceneRules::addLostLink(Node& node, Input& input) {
+    const String path = input.path();
+    add(Rule::LostReference, &node, path,
+        "'" + path + "' links to node '" + linkedNode(input)->name() + "', which is in no scene.",
+        makeFix("clear the link '" + path + "'",
+                [held = RefersTo<Input>(&input)] { return held->setNode(nullptr); }));
+}
+
+void SceneRules::addLostSource(Node& node, Input& input) {
+    const String path = input.path();
+    add(Rule::LostReference, &node, path,
+        "'" + path + "' is connected to '" + input.source()->path() +
+            "', whose node is in no scene.",
+        makeFix("disconnect '" + path + "'",
+                [held = RefersTo<Input>(&input)] { return held->disconnect(); }));
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -29,6 +29,13 @@ bool isOfKind(const Output& output, const Output& definition) {
     return output.type() == definition.type() && output.dataType() == definition.dataType();
 }
 
+const String& nameOf(const IInput& input) {
+    return static_cast<const Input&>(input).ownName();
+}
+const String& nameOf(const interfaces::IOutput& output) {
+    return static_cast<const Output&>(output).ownName();
+}
+
 // "Buffer<Pos3f>" for what declares so, whatever it holds now.
 String kindOf(const Input& input) {
     if (input.type() != AttrType::Buffer) return input.typeName();
@@ -90,18 +97,14 @@ String shown(const Value& value) {
 RefersTo<FindingFix> settingBack(Input& input, const Input& definition) {
     return makeFix("set it to " + shown(definition.value()),
                    [held = RefersTo<Input>(&input), known = hold(definition)] {
-                       if (!held->node()) return false;
-                       held->setReadOnly(false);
-                       const bool isSet = held->setValue(known->value());
-                       held->setReadOnly(true);
-                       return isSet;
+                       return held->node() && held->setReadOnlyValue(known->value());
                    });
 }
 
 } // namespace
 
 void SceneRules::checkType(Node& node) {
-    if (m_scene.libraries().empty()) return;
+    if (m_scene.libraries().empty() && !m_options.needsTypes) return;
     const Node* definition = m_scene.findType(node.type());
     if (!definition) return checkUnknownType(node);
     if (definition->isAbstract())
@@ -110,6 +113,7 @@ void SceneRules::checkType(Node& node) {
                 "', which is only a base of others.");
     checkInputs(node, *definition);
     checkOutputs(node, *definition);
+    checkUnknown(node, *definition);
 }
 
 void SceneRules::checkUnknownType(Node& node) {
@@ -132,6 +136,57 @@ const String& SceneRules::nearType(const String& type) {
     for (const String& name : names)
         near.offer(name.view());
     return known->second = near.question();
+}
+
+// What users put beside a node's attributes stands in "_meta", and no type defines it. Objects that
+// are unknown are told of once.
+void SceneRules::checkUnknown(Node& node, const Node& definition) {
+    struct Step {
+        const Input* holder;
+        const Input* known;
+    };
+    std::vector<Step> left{{nullptr, nullptr}};
+    while (!left.empty()) {
+        const auto [holder, known] = left.back();
+        left.pop_back();
+        const auto& candidates = known ? known->members() : definition.inputs();
+        for (const IInput* next : holder ? holder->members() : node.inputs()) {
+            const auto& input = static_cast<const Input&>(*next);
+            const String& name = input.ownName();
+            if (!holder && name == "_meta") continue;
+            const IInput* found = known ? known->lookUpInput(name) : definition.lookUpInput(name);
+            if (!found)
+                addUnknown(node, "input", input.path(),
+                           nearAttribute(definition, candidates, name));
+            else if (input.isObject() && found->type() == AttrType::Object)
+                left.push_back({&input, static_cast<const Input*>(found)});
+        }
+    }
+    for (const IOutput* next : node.outputs()) {
+        const String& name = static_cast<const Output*>(next)->ownName();
+        if (!definition.lookUpOutput(name))
+            addUnknown(node, "output", node.name() + "." + name,
+                       nearAttribute(definition, definition.outputs(), name));
+    }
+}
+
+void SceneRules::addUnknown(Node& node, const char* what, const String& path,
+                            const String& question) {
+    const bool isNear = question.find('?') != String::npos;
+    add(Rule::UnknownAttribute, &node, path,
+        String(what) + " '" + path + "': type '" + node.type() + "' does not define it" +
+            (isNear ? question : String("; it was not checked.")));
+}
+
+template<typename Attributes>
+const String& SceneRules::nearAttribute(const Node& definition, const Attributes& known,
+                                        const String& name) {
+    const auto [place, isNew] = m_nearAttributes.try_emplace(definition.type() + "." + name);
+    if (!isNew) return place->second;
+    NearName near(name.view());
+    for (const auto* next : known)
+        near.offer(nameOf(*next).view());
+    return place->second = near.question();
 }
 
 // Inputs of the definition are looked up in the node, at any depth of objects.
@@ -176,6 +231,11 @@ bool SceneRules::checkInput(Node& node, Input* holder, Input* input, const Input
 // Nothing but a text can have changed it.
 void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition) {
     if (!definition.isReadOnly() || !input.isReadOnly() || input.source()) return;
+    if (input.type() == AttrType::Array && input.hashWith({}) != definition.hashWith({}))
+        return add(Rule::ChangedReadOnly, &node, input.path(),
+                   "input '" + input.path() +
+                       "' is read-only: it holds other elements than type '" + node.type() +
+                       "' defines.");
     const Value& value = input.ownValue();
     if (value.isNull() || value == definition.value()) return;
     add(Rule::ChangedReadOnly, &node, input.path(),

@@ -88,21 +88,12 @@ RefersTo<FindingFix> settingOf(Input& input, const Value& value) {
 
 } // namespace
 
-// Without recursion: inputs may be nested deeper than the stack goes.
 void SceneRules::checkValues(Node& node) {
-    std::vector<Input*> left;
-    const auto take = [&](const ds::Vector<IInput*>& list) {
-        for (u64 i = list.size(); i-- > 0;)
-            left.push_back(static_cast<Input*>(list[i]));
-    };
     checkNames(node, node.inputs(), nullptr);
-    take(node.inputs());
-    while (!left.empty()) {
-        Input& input = *left.back();
-        left.pop_back();
-        if (input.details()) checkValue(node, input);
-        if (input.isObject()) checkNames(node, input.members(), &input);
-        take(input.members());
+    InputWalk inputs(node.inputs());
+    while (Input* input = inputs.next()) {
+        if (input->details()) checkValue(node, *input);
+        if (input->isObject()) checkNames(node, input->members(), input);
     }
 }
 

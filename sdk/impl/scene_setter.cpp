@@ -92,6 +92,8 @@ bool SceneSetter::prepare(const SceneChange& change) {
     Step step{.change = &change, .input = kelvo_sdk::Input(findInput(change.path.view()))};
     if (!step.input.get()) return false;
     if (change.action == Action::Remove) {
+        const IInput* holder = step.input->parent();
+        if (holder && holder->isReadOnly()) return false;
         m_removedInputs.push_back(std::move(step));
         return true;
     }
@@ -130,7 +132,7 @@ bool SceneSetter::prepareElement(const SceneChange& change) {
     Step step{.change = &change};
     step.input = kelvo_sdk::Input(findInput(change.path.view().substr(0, bracket)));
     step.index = indexFrom(change.path.view().substr(bracket + 1));
-    if (!step.input.get()) return false;
+    if (!step.input.get() || step.input.isReadOnly()) return false;
     const bool isAdded = change.action == Action::Add;
     step.newIndex = isAdded ? step.index : indexFrom(change.after.value_or("").view());
     if (change.action != Action::Remove) m_placedElements.push_back(step);

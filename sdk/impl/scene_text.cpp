@@ -16,19 +16,27 @@ String Scene::text() const {
 }
 
 bool Scene::read(String text, String source, Diagnostics* diagnostics) const {
-    if (!get()) return false;
-    impl::ReadOptions options;
-    options.source = std::move(source);
+    return read(std::move(text), std::move(source), ReadOptions(), diagnostics).isRead;
+}
+
+ReadReport Scene::read(String text, String source, const ReadOptions& options,
+                       Diagnostics* diagnostics) const {
+    ReadReport report;
+    if (!get()) return report;
+    impl::ReadOptions inner;
+    inner.source = std::move(source);
+    inner.maxErrors = options.maxDiagnostics;
+    inner.isPartial = options.isPartial;
+    inner.gapCount = &report.gapCount;
     Diagnostics found;
-    if (impl::readScene(static_cast<impl::Scene&>(*get()), text.view(), options, &found))
-        return true;
+    report.isRead = impl::readScene(static_cast<impl::Scene&>(*get()), text.view(), inner, &found);
     for (Diagnostic& error : found) {
         if (diagnostics)
             diagnostics->push_back(std::move(error));
         else
             logError("%s", error.text().buf());
     }
-    return false;
+    return report;
 }
 
 } // namespace qv::kelvo_sdk

@@ -31,6 +31,9 @@ struct TreeExtras {
     bool stashed = false;
     /// The value may be outside of what the details describe.
     bool isUnchecked = false;
+    /// See `Comments`.
+    String lostLink = {};
+    String lostSource = {};
 };
 
 /// Whether adding and removing an input goes unannounced: by default as for what holds it.

@@ -84,8 +84,10 @@ void SceneWriter::writeNode(const INode& node) {
     if (comments) writeLines(comments->leading, 0);
     writeHead(node, isOwn ? nullptr : definition, isOwn);
     writeOpening(comments);
-    writeInputs(node, isOwn ? inputs.none() : inputs);
-    writeOutputs(node, isOwn ? outputs.none() : outputs);
+    UnreadPlaces unread(comments ? &comments->unread : nullptr);
+    writeInputs(node, isOwn ? inputs.none() : inputs, unread);
+    writeOutputs(node, isOwn ? outputs.none() : outputs, unread);
+    unread.takeRest([this](const UnreadLines& lines) { writeUnread(lines, 1); });
     if (comments) writeLines(comments->inner, 1);
     m_out.append('}');
     writeTrailing(comments);
@@ -109,20 +111,24 @@ void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOw
     m_out.append(" {");
 }
 
-void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut) {
+void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
     Repeats<Input> repeats;
     for (u64 i = 0; i < node.inputCount(); ++i) {
         const auto& input = static_cast<const Input&>(*node.input(i));
         const bool isAgain = repeats.add(input);
+        unread.takeBefore(input.ownName(), input.type(), false,
+                          [this](const UnreadLines& lines) { writeUnread(lines, 1); });
         if (!leftOut.has(i)) writeInput(input, 1, isAgain, leftOut.inputDefinition(i));
     }
 }
 
-void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut) {
+void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
     Repeats<Output> repeats;
     for (u64 i = 0; i < node.outputCount(); ++i) {
         const auto& output = static_cast<const Output&>(*node.output(i));
         const bool isAgain = repeats.add(output);
+        unread.takeBefore(output.ownName(), output.type(), true,
+                          [this](const UnreadLines& lines) { writeUnread(lines, 1); });
         if (!leftOut.has(i)) writeOutput(output, isAgain);
     }
 }
@@ -135,7 +141,8 @@ void SceneWriter::writeOutput(const Output& output, bool isAgain) {
     m_out.append("output ");
     const bool isKnown = static_cast<u32>(output.type()) < attrTypeCount;
     m_out.append(attrTypeName(isKnown ? output.type() : AttrType::Null));
-    if (output.type() == AttrType::Buffer && output.dataType() != DataType::Null)
+    const bool hasType = static_cast<u32>(output.dataType()) < dataTypeCount;
+    if (output.type() == AttrType::Buffer && hasType && output.dataType() != DataType::Null)
         m_out.append('<').append(dataTypeName(output.dataType())).append('>');
     m_out.append(' ').append(output.ownName().view());
     if (isAgain) m_out.append(" @again");
@@ -149,6 +156,11 @@ void SceneWriter::writeLines(const String& lines, u32 depth) {
         m_out.append(line);
         rest.remove_prefix(line.size());
     }
+}
+
+void SceneWriter::writeUnread(const UnreadLines& unread, u32 depth) {
+    writeLines(unread.leading, depth);
+    m_out.append(unread.lines.view());
 }
 
 void SceneWriter::writeTrailing(const Comments* comments) {

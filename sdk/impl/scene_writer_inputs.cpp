@@ -1,7 +1,7 @@
 #include "sdk/impl/scene_writer.h"
 
 #include "sdk/impl/attr_data.h"
-#include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
 #include "sdk/impl/value_text.h"
@@ -20,13 +20,18 @@ AttrType knownType(AttrType type) noexcept {
     return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
 }
 
+DataType knownType(DataType type) noexcept {
+    return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
+}
+
 void writeDataType(DataType type, StringIO& out) {
     if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
 }
 
 // The element type of the buffer that an input holds.
 DataType heldType(const Input& input) noexcept {
-    return input.type() == AttrType::Buffer ? input.ownValue().asBuffer().type() : DataType::Null;
+    if (input.type() != AttrType::Buffer) return DataType::Null;
+    return knownType(input.ownValue().asBuffer().type());
 }
 
 // Tells whether an input has other notes than its definition, and no description that says so.
@@ -39,44 +44,153 @@ bool lacksNotes(const Input& input, const Input& definition) noexcept {
 bool isUnchecked(const Input& input, const Comments* comments) {
     using Unchecked = Comments::Unchecked;
     const Unchecked read = comments ? comments->unchecked : Unchecked::Open;
+    const AttrDetails* limits = input.details();
+    if (limits ? read == Unchecked::Unsaid : read != Unchecked::Said) return false;
     const Value& value = input.ownValue();
     if (value.isNull() || input.type() == AttrType::Node) return false;
-    if (!input.details()) return read == Unchecked::Said;
-    return read != Unchecked::Unsaid && !input.details()->accepts(value);
+    return !limits || !limits->accepts(value);
 }
 
 } // namespace
 
+// Without recursion: inputs may be nested deeper than the stack goes.
 void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition) {
-    if (m_changedOnly && input.isDefault()) return;
-    const bool isObject = definition && input.type() == AttrType::Object;
-    const LeftOut members = isObject ? LeftOut::members(input, *definition) : LeftOut();
-    const Comments* comments = commentsOf(input);
-    const bool isOwn = definition ? members.isOwn() || lacksNotes(input, *definition)
-                                  : comments && comments->isOwn;
-    if (comments) writeLines(comments->leading, depth);
-    indent(depth);
+    begin({.input = &input, .depth = depth, .isAgain = isAgain, .definition = definition});
+    while (!m_open.empty())
+        goOn();
+}
+
+// Writes all of an input that holds no others, else what stands in front of these.
+void SceneWriter::begin(Part part) {
+    if (!part.isElement && m_changedOnly && isUnchanged(*part.input)) return;
+    part.comments = commentsOf(*part.input);
+    if (part.isElement)
+        beginElement(part);
+    else
+        beginAttribute(part);
+    const AttrType type = knownType(part.input->type());
+    if (type != AttrType::Object && type != AttrType::Array) return end(part);
+    if (type == AttrType::Object) {
+        writeOpening(part.comments);
+        if (part.comments && !part.comments->unread.empty())
+            part.unread = std::make_unique<UnreadPlaces>(&part.comments->unread);
+    }
+    m_open.push_back(std::move(part));
+}
+
+void SceneWriter::beginAttribute(Part& part) {
+    const Input& input = *part.input;
+    if (part.definition) {
+        auto members = input.type() == AttrType::Object ? LeftOut::members(input, *part.definition)
+                                                        : LeftOut();
+        part.isOwn = members.isOwn() || lacksNotes(input, *part.definition);
+        if (input.type() == AttrType::Object)
+            part.leftOut = std::make_unique<LeftOut>(part.isOwn ? members.none() : members);
+    } else {
+        part.isOwn = part.comments && part.comments->isOwn;
+    }
+    if (part.comments) writeLines(part.comments->leading, part.depth);
+    indent(part.depth);
     writeKind(input);
     m_out.append(' ').append(input.ownName().view());
     switch (knownType(input.type())) {
     case AttrType::Null:
         break;
     case AttrType::Object:
-        m_out.append(' ');
-        writeBody(input, comments, depth, isOwn ? members.none() : members);
+        m_out.append(" {");
         break;
     case AttrType::Array:
-        m_out.append(" = ");
-        writeArray(input, depth);
+        m_out.append(" = [");
         break;
     default:
         m_out.append(" = ");
-        writePlain(input.ownValue());
+        writeOwn(input, part.comments);
         break;
     }
-    writeSource(input);
-    writeNotes(input, comments, isAgain, definition, isOwn);
-    writeTrailing(comments);
+}
+
+void SceneWriter::beginElement(const Part& part) {
+    const Input& element = *part.input;
+    switch (knownType(element.type())) {
+    case AttrType::Null:
+        m_out.append("null");
+        break;
+    case AttrType::Object:
+        m_out.append('{');
+        break;
+    case AttrType::Array:
+        writeKind(element);
+        m_out.append(" [");
+        break;
+    case AttrType::Buffer:
+        if (heldType(element) != DataType::Null) {
+            writeKind(element);
+            m_out.append(' ');
+        }
+        writePlain(element.ownValue());
+        break;
+    default:
+        writeOwn(element, part.comments);
+        break;
+    }
+}
+
+// Goes on with the innermost input that is being written.
+void SceneWriter::goOn() {
+    Part& holder = m_open.back();
+    const u64 index = holder.next++;
+    if (index < holder.input->members().size()) return beginNext(holder, index);
+    const Part done = std::move(holder);
+    m_open.pop_back();
+    endList(done);
+    end(done);
+}
+
+void SceneWriter::beginNext(Part& holder, u64 index) {
+    const auto& next = static_cast<const Input&>(*holder.input->members()[index]);
+    if (holder.input->type() == AttrType::Array) {
+        if (index != 0) m_out.append(", ");
+        return begin({.input = &next, .depth = holder.depth, .isElement = true});
+    }
+    const u32 depth = holder.depth + 1;
+    if (holder.unread)
+        holder.unread->takeBefore(next.ownName(), next.type(), false,
+                                  [&](const UnreadLines& lines) { writeUnread(lines, depth); });
+    const LeftOut* leftOut = holder.leftOut.get();
+    if (leftOut && leftOut->has(index)) return;
+    begin({.input = &next,
+           .depth = depth,
+           .definition = leftOut ? leftOut->inputDefinition(index) : nullptr});
+}
+
+void SceneWriter::endList(const Part& holder) {
+    if (holder.input->type() == AttrType::Array) {
+        m_out.append(']');
+        return;
+    }
+    const u32 depth = holder.depth + 1;
+    if (holder.unread)
+        holder.unread->takeRest([&](const UnreadLines& lines) { writeUnread(lines, depth); });
+    if (holder.comments) writeLines(holder.comments->inner, depth);
+    indent(holder.depth);
+    m_out.append('}');
+}
+
+void SceneWriter::end(const Part& part) {
+    writeSource(*part.input, part.comments);
+    writeNotes(part);
+    if (!part.isElement) writeTrailing(part.comments);
+}
+
+// What an input holds that is not at its default makes all that hold it count: each is found once.
+bool SceneWriter::isUnchanged(const Input& input) {
+    if (m_changed.contains(&input)) return false;
+    const Input* found = input.firstChanged();
+    for (const Input* at = found; at; at = static_cast<const Input*>(at->parent())) {
+        m_changed.insert(at);
+        if (at == &input) break;
+    }
+    return !found;
 }
 
 void SceneWriter::writeKind(const Input& input) {
@@ -87,54 +201,15 @@ void SceneWriter::writeKind(const Input& input) {
     writeDataType(heldType(input), m_out);
 }
 
-void SceneWriter::writeBody(const Input& object, const Comments* comments, u32 depth,
-                            const LeftOut& leftOut) {
-    m_out.append('{');
-    writeOpening(comments);
-    for (u64 i = 0; i < object.inputCount(); ++i)
-        if (!leftOut.has(i))
-            writeInput(static_cast<const Input&>(*object.input(i)), depth + 1, false,
-                       leftOut.inputDefinition(i));
-    if (comments) writeLines(comments->inner, depth + 1);
-    indent(depth);
-    m_out.append('}');
-}
-
-void SceneWriter::writeArray(const Input& array, u32 depth) {
-    m_out.append('[');
-    for (u64 i = 0; i < array.inputCount(); ++i) {
-        if (i != 0) m_out.append(", ");
-        writeElement(static_cast<const Input&>(*array.input(i)), depth);
-    }
-    m_out.append(']');
-}
-
-void SceneWriter::writeElement(const Input& element, u32 depth) {
-    switch (knownType(element.type())) {
-    case AttrType::Null:
-        m_out.append("null");
-        break;
-    case AttrType::Object:
-        writeBody(element, commentsOf(element), depth, LeftOut());
-        break;
-    case AttrType::Array:
-        writeKind(element);
-        m_out.append(' ');
-        writeArray(element, depth);
-        break;
-    case AttrType::Buffer:
-        if (heldType(element) != DataType::Null) {
-            writeKind(element);
-            m_out.append(' ');
-        }
-        writePlain(element.ownValue());
-        break;
-    default:
-        writePlain(element.ownValue());
-        break;
-    }
-    writeSource(element);
-    writeNotes(element, commentsOf(element), false, nullptr, false);
+// A link to nothing may be one that was not found.
+void SceneWriter::writeOwn(const Input& input, const Comments* comments) {
+    const Value& value = input.ownValue();
+    const bool isLost = comments && !comments->lostLink.isEmpty() &&
+                        value.type() == AttrType::Node && !value.asNode();
+    if (isLost)
+        m_out.append(comments->lostLink.view());
+    else
+        writePlain(value);
 }
 
 void SceneWriter::writePlain(const Value& value) {
@@ -159,9 +234,13 @@ void SceneWriter::writeLink(const INode* target) {
         writeQuoted(name.view(), m_out);
 }
 
-void SceneWriter::writeSource(const Input& input) {
+void SceneWriter::writeSource(const Input& input, const Comments* comments) {
     const auto* source = static_cast<const Output*>(input.source());
-    if (!source) return;
+    if (!source) {
+        if (comments && !comments->lostSource.isEmpty())
+            m_out.append(" <- ").append(comments->lostSource.view());
+        return;
+    }
     if (!source->node() || source->node()->scene() != m_scene)
         return logWarning("The connection of '%s' to '%s' is not written: that output is not of "
                           "the scene.",
@@ -187,24 +266,25 @@ u32 SceneWriter::ordinalOf(const Output& output) {
     return found != m_ordinals.end() ? found->second : 1;
 }
 
-void SceneWriter::writeNotes(const Input& input, const Comments* comments, bool isAgain,
-                             const Input* definition, bool isOwn) {
-    const bool areKnown = definition && !isOwn && haveSameNotes(input, *definition);
+void SceneWriter::writeNotes(const Part& part) {
+    const Input& input = *part.input;
+    const bool areKnown = part.definition && !part.isOwn && haveSameNotes(input, *part.definition);
     const auto* holder = static_cast<const Input*>(input.parent());
     const bool isElement = holder && holder->type() == AttrType::Array;
-    if (!areKnown && input.declaredType() != DataType::Null && !isElement)
-        m_out.append(" @type ").append(dataTypeName(input.declaredType()));
+    const DataType declared = knownType(input.declaredType());
+    if (!areKnown && declared != DataType::Null && !isElement)
+        m_out.append(" @type ").append(dataTypeName(declared));
     const Value* stashed = input.isModified() ? nullptr : input.stashed();
     if (stashed) writeNoteValue(" @stashed ", *stashed, input);
     if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
         m_out.append(input.isSilent() ? " @silent" : " @announced");
-    if (!areKnown && input.isReadOnly()) m_out.append(" @readonly");
+    if (!areKnown && input.hasReadOnlyMark()) m_out.append(" @readonly");
     const AttrDetails* details = input.details();
-    if (isUnchecked(input, comments)) m_out.append(" @unchecked");
-    if (isAgain) m_out.append(" @again");
+    if (isUnchecked(input, part.comments)) m_out.append(" @unchecked");
+    if (part.isAgain) m_out.append(" @again");
     if (areKnown) return;
     if (details) writeDetails(*details, input);
-    if (isOwn) m_out.append(" @own");
+    if (part.isOwn) m_out.append(" @own");
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {
@@ -232,7 +312,7 @@ void SceneWriter::writeNoteValue(std::string_view note, const Value& value, cons
     if (value.isNull()) return;
     m_out.append(note);
     const bool isBuffer = value.type() == AttrType::Buffer;
-    const DataType held = isBuffer ? value.asBuffer().type() : DataType::Null;
+    const DataType held = isBuffer ? knownType(value.asBuffer().type()) : DataType::Null;
     if (value.type() != input.type() || held != heldType(input)) {
         m_out.append(attrTypeName(value.type()));
         writeDataType(held, m_out);

@@ -1,19 +1,16 @@
 #include "sdk/impl/serialize.h"
 
-#include "sdk/impl/node.h"
-#include "sdk/impl/scene.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/scene_writer.h"
-#include "sdk/interfaces/i_input.h"
-#include "sdk/interfaces/i_output.h"
 
+#include <span>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-using interfaces::IInputContainer;
 
 // The nodes that a node depends on and itself at the end, each behind those that it depends on as
 // far as there are no cycles. Walks without recursion.
@@ -48,20 +45,11 @@ private:
         m_chain.push_back(std::move(step));
     }
 
-    // In the order of the inputs, at any depth.
-    void addNeeds(const IInputContainer& owner, std::vector<const INode*>& needs) const {
-        for (u64 i = 0; i < owner.inputCount(); ++i) {
-            const IInput* input = owner.input(i);
-            INode* linked = nullptr;
-            if (input->type() == AttrType::Node && input->readNode(linked, false, nullptr))
-                addNeed(linked, needs);
-            if (const IOutput* source = input->source()) addNeed(source->node(), needs);
-            addNeeds(*input, needs);
-        }
-    }
-
-    void addNeed(const INode* node, std::vector<const INode*>& needs) const {
-        if (node && node->scene() == m_scene) needs.push_back(node);
+    void addNeeds(const INode& node, std::vector<const INode*>& needs) const {
+        visitDependencies(static_cast<const Node&>(node), [&](const Node& found) {
+            if (found.scene() == m_scene) needs.push_back(&found);
+            return false;
+        });
     }
 
     const interfaces::IScene* m_scene;
@@ -70,8 +58,40 @@ private:
     std::vector<const INode*> m_order;
 };
 
+/// The unread lines between nodes, by the node that they stand in front of; null for the end.
+class UnreadNodes {
+public:
+    // A node that was replaced is known by its name.
+    explicit UnreadNodes(const Scene& scene) : m_lines(scene.comments().file().unread) {
+        if (m_lines.empty()) return;
+        std::unordered_set<const INode*> nodes;
+        std::unordered_map<String, const INode*> byName;
+        scene.forEachNode([&](const INode* node) {
+            nodes.insert(node);
+            byName.emplace(node->name(), node);
+        });
+        for (const UnreadLines& lines : m_lines) {
+            const auto named = byName.find(lines.before);
+            const INode* other = named != byName.end() ? named->second : nullptr;
+            m_places[nodes.contains(lines.node) ? lines.node : other].push_back(&lines);
+        }
+    }
+
+    [[nodiscard]] std::span<const UnreadLines* const> before(const INode* node) const {
+        const auto place = m_places.find(node);
+        if (place == m_places.end()) return {};
+        return place->second;
+    }
+
+private:
+    const std::vector<UnreadLines>& m_lines;
+    std::unordered_map<const INode*, std::vector<const UnreadLines*>> m_places;
+};
+
 // The comment lines that come first.
-std::string_view linesBehindHeader(const Scene& scene) {
+std::string_view linesBehindHeader(const Scene& scene, const UnreadNodes& unread) {
+    const auto lines = unread.before(scene.node(0));
+    if (!lines.empty()) return lines.front()->leading.view();
     const INode* first = scene.node(0);
     if (!first) return scene.comments().file().inner.view();
     const Comments* comments = scene.comments().find(first);
@@ -96,10 +116,18 @@ void serializeScene(const Scene& scene, StringIO& out) {
     out.append("kelvo scene 1");
     if (!comments.opening.isEmpty()) out.append(' ').append(comments.opening.view());
     out.append('\n');
-    const bool isEmpty = scene.nodeCount() == 0 && comments.inner.isEmpty();
+    const bool isEmpty =
+        scene.nodeCount() == 0 && comments.inner.isEmpty() && comments.unread.empty();
+    const UnreadNodes unread(scene);
     // A blank line, unless what follows has one of its own.
-    if (!isEmpty && !linesBehindHeader(scene).starts_with('\n')) out.append('\n');
-    scene.forEachNode([&](const INode* node) { writer.writeNode(*node); });
+    if (!isEmpty && !linesBehindHeader(scene, unread).starts_with('\n')) out.append('\n');
+    scene.forEachNode([&](const INode* node) {
+        for (const UnreadLines* lines : unread.before(node))
+            writer.writeUnread(*lines, 0);
+        writer.writeNode(*node);
+    });
+    for (const UnreadLines* lines : unread.before(nullptr))
+        writer.writeUnread(*lines, 0);
     writer.writeLines(comments.inner, 0);
 }
 

@@ -26,10 +26,15 @@ String onOneLine(const String& text) {
 
 void TextErrors::add(u64 offset, const String& part, const String& message) {
     // One thing that is wrong may strike twice.
+<<<<<<< HEAD
     for (const Error& error : m_errors)
         if (error.offset == offset) return;
     if (full()) return;
     m_errors.push_back({offset, onOneLine(part), onOneLine(message)});
+=======
+    if (full() || !m_places.insert(offset).second) return;
+    m_errors.push_back({offset, std::move(part), std::move(message)});
+>>>>>>> main
 }
 
 void TextErrors::addFaultyBytes() {
@@ -68,6 +73,10 @@ void TextErrors::addConflicts() {
 
 void TextErrors::report(const String& source, Diagnostics& out) {
     if (!m_errors.empty()) addConflicts();
+    reportErrors(source, out);
+}
+
+void TextErrors::reportErrors(const String& source, Diagnostics& out) {
     std::stable_sort(m_errors.begin(), m_errors.end(),
                      [](const Error& a, const Error& b) { return a.offset < b.offset; });
     LineCounter lines(m_text);

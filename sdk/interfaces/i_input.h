@@ -41,6 +41,9 @@ public:
     [[nodiscard]] virtual u64 hash(StringVector skip) const = 0;
     /// Tells whether adding and removing this input is not announced.
     [[nodiscard]] virtual bool isSilent() const = 0;
+    /// Tells whether writes are refused, as they are in all that a read-only array or object holds:
+    /// nothing is set, and nothing comes, goes or moves. Connections are no writes; undo, texts
+    /// that are read and the end of a node that is linked to change it all the same.
     [[nodiscard]] virtual bool isReadOnly() const = 0;
     /// Lets go of the node's graph. The owning node's destructor calls it, once.
     virtual void nodeDestroyed() = 0;

@@ -67,6 +67,18 @@ TEST(EmptyArrays, EachArray_HasItsCount0InFront) {
     run->drop(EmptyArrays::cellCount);
 }
 
+TEST(EmptyArrays, NewOfAnEntryArray_TakesTheCell) {
+    EmptyArrays* run = EmptyArrays::take();
+    using Entry = ds::HashMap<String, String>::Node;
+    for (u64 i = 0; i < EmptyArrays::cellCount; ++i) {
+        auto* cell = static_cast<u64*>(run->array(i));
+        cell[-1] = 5;
+        EXPECT_EQ(static_cast<void*>(new (*run, i) Entry[0]), cell);
+        EXPECT_EQ(cell[-1], 0u);
+    }
+    run->drop(EmptyArrays::cellCount);
+}
+
 TEST(EmptyArrays, EachMap_HoldsOneRun) {
     const u64 before = taken();
     {

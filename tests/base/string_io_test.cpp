@@ -198,6 +198,23 @@ TEST(StringIO, Move_TakesTheText) {
     EXPECT_STREQ(io.buf(), "abc");
 }
 
+TEST(StringIO, MoveAssignment_TakesTheSize) {
+    StringIO io;
+    io.append("a long text");
+    StringIO other;
+    other.append("abc");
+    io = std::move(other);
+    EXPECT_EQ(io.size(), 3u);
+    EXPECT_EQ(io.append('d').view(), "abcd");
+}
+
+TEST(StringIO, SmallestSizeThatIsRefused_KeepsTheText) {
+    StringIO io;
+    io.append("abc");
+    EXPECT_THROW(io.reserve(noIndex - StringBuffer::headerSize), std::bad_alloc);
+    EXPECT_EQ(io.append('d').view(), "abcd");
+}
+
 TEST(StringIO, SizesThatNoMemoryHolds_ThrowAndKeepTheText) {
     StringIO io;
     io.append("abc");

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -243,6 +245,18 @@ TEST(Vector, Extract_ReleasesTheText) {
     EXPECT_EQ(text.get()->refCount(), 1);
 }
 
+TEST(Vector, Insert_WithRoomLeft_KeepsTheStorage) {
+    Vector<int> vector;
+    vector.reserve(3);
+    vector.push_back(1);
+    const int* const storage = vector.data();
+    vector.insert(0, 0);
+    vector.insert(2, 2);
+    EXPECT_EQ(vector.data(), storage);
+    EXPECT_EQ(vector.capacity(), 3u);
+    EXPECT_EQ(listed(vector), (std::vector<int>{0, 1, 2}));
+}
+
 TEST(Vector, Insert_MovesTheRestUp) {
     Vector<String> vector;
     vector.insert(0, "c");
@@ -253,6 +267,83 @@ TEST(Vector, Insert_MovesTheRestUp) {
     Vector<int> numbers{1, 3};
     numbers.insert(1, 2);
     EXPECT_EQ(listed(numbers), (std::vector<int>{1, 2, 3}));
+}
+
+// Long vectors of pointers give and take at the front without moving the rest.
+struct LongVector : testing::Test {
+    LongVector() {
+        for (int& item : m_items)
+            m_vector.push_back(&item);
+    }
+    void expectItems(u64 from) const {
+        ASSERT_EQ(m_vector.size(), m_items.size() - from);
+        for (u64 i = from; i < m_items.size(); ++i)
+            ASSERT_EQ(m_vector[i - from], &m_items[i]);
+    }
+    std::vector<int> m_items = std::vector<int>(1000);
+    Vector<int*> m_vector;
+};
+
+TEST_F(LongVector, RemoveAtTheFront_LeavesTheRestWhereItIs) {
+    int* const* last = &m_vector.back();
+    m_vector.remove(0);
+    EXPECT_EQ(&m_vector.back(), last);
+    EXPECT_EQ(m_vector.capacity(), 1023u);
+    expectItems(1);
+}
+
+TEST_F(LongVector, InsertAtTheFront_TakesTheRoomThere) {
+    for (int i = 0; i < 900; ++i)
+        m_vector.remove(0);
+    int* const* last = &m_vector.back();
+    for (u64 i = 900; i-- > 0;)
+        m_vector.insert(0, &m_items[i]);
+    EXPECT_EQ(&m_vector.back(), last);
+    EXPECT_EQ(m_vector.capacity(), 1024u);
+    expectItems(0);
+}
+
+TEST_F(LongVector, AppendBehindRoomInFront_UsesItBeforeItGrows) {
+    for (int i = 0; i < 900; ++i)
+        m_vector.remove(0);
+    for (u64 i = 0; i < 900; ++i)
+        m_vector.push_back(&m_items[i]);
+    EXPECT_EQ(m_vector.capacity(), 1024u);
+    EXPECT_EQ(m_vector[0], &m_items[900]);
+    EXPECT_EQ(m_vector.back(), &m_items[899]);
+}
+
+TEST_F(LongVector, CopyMoveAndReserve_LeaveTheRoomBehind) {
+    m_vector.remove(0);
+    const Vector<int*> copy(m_vector);
+    EXPECT_EQ(copy.capacity(), 999u);
+    EXPECT_EQ(copy, m_vector);
+    Vector<int*> moved(std::move(m_vector));
+    moved.reserve(5000);
+    EXPECT_EQ(moved.capacity(), 5000u);
+    EXPECT_EQ(copy, moved);
+}
+
+TEST_F(LongVector, RandomEdits_MatchAModel) {
+    std::mt19937 random(9);
+    std::vector<int*> model(m_vector.begin(), m_vector.end());
+    for (int step = 0; step < 20000; ++step) {
+        const u64 place = random() % 4 == 0 ? 0 : random() % (model.size() + 1);
+        const bool grows = model.empty() || place == model.size() || (step / 3000) % 2 != 0;
+        if (grows) {
+            m_vector.insert(place, &m_items[random() % 1000]);
+            model.insert(model.begin() + static_cast<std::ptrdiff_t>(place), m_vector[place]);
+        } else {
+            m_vector.remove(place);
+            model.erase(model.begin() + static_cast<std::ptrdiff_t>(place));
+        }
+        if (step % 100 == 0) {
+            m_vector.push_back(&m_items[0]);
+            model.push_back(&m_items[0]);
+        }
+        ASSERT_GE(m_vector.capacity(), m_vector.size());
+    }
+    EXPECT_TRUE(std::equal(m_vector.begin(), m_vector.end(), model.begin(), model.end()));
 }
 
 TEST(Vector, IndexOf_AnswersTheFirst) {

@@ -127,7 +127,8 @@ TEST(DocumentedPaths, FilePaths_AreSplitAndJoinedAsTheTableSays) {
 
 TEST(DocumentedPaths, Limits_AreThoseOfTheCode) {
     EXPECT_EQ(PathParser::maxIndex, 1'048'575);
-    EXPECT_EQ(impl::PathIterator::maxCount, 100'000u);
+    EXPECT_EQ(impl::PathIterator::maxSearched, 100'000u);
+    EXPECT_EQ(impl::PathCounter::maxSteps, 4'000'000u);
 }
 
 } // namespace

@@ -111,6 +111,30 @@ TEST(LibInfoHandle, WhatItNeeds_OutlivesIt) {
     EXPECT_TRUE(watched.expired());
 }
 
+int s_prepared = 0;
+
+TEST(LibInfoHandle, Prep_IsCalledByWhoeverAsksForIt) {
+    const LibInfo library = fans();
+    const auto prepare = [](interfaces::INode*, void*) { return ++s_prepared > 0; };
+    library.setCallbacks(
+        "fan", {.init = &keepNothing, .prep = prepare, .eval = &giveSeven, .free = &keepNothing});
+    const Scene scene = Scene::create();
+    scene.addLibrary(library);
+    scene.setUndoEnabled(true);
+    const Node fan = scene.createNode("fan", "fan");
+    const Input reader = scene.createNode("thing", "t").createInput("r", AttrType::Real);
+    reader.connect(fan.output("wind"));
+    EXPECT_EQ(reader.get<double>(), 7);
+    fan["speed"].set(3.0);
+    fan.clone();
+    scene.read(scene.text(), "again");
+    scene.undo();
+    static_cast<void>(validate(scene));
+    EXPECT_EQ(s_prepared, 0);
+    EXPECT_TRUE(fan->nodePrep());
+    EXPECT_EQ(s_prepared, 1);
+}
+
 TEST(LibInfoHandle, EmptyOnesAndTables_HaveNoTypes) {
     const LibInfo table(new CallbackTable);
     table->decRef();

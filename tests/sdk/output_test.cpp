@@ -81,6 +81,14 @@ TEST_F(OutputHandle, OutputsOfANode_AreReachedByPosition) {
     EXPECT_NE(log.text(), "");
 }
 
+TEST_F(OutputHandle, TellsWhatItsOutputIs) {
+    const Output output = m_giver.output("floats");
+    EXPECT_EQ(output.name(), "floats");
+    EXPECT_EQ(output.type(), AttrType::Buffer);
+    EXPECT_EQ(output.typeName(), "Buffer<Float>");
+    EXPECT_EQ(output.targetCount(), 0u);
+}
+
 TEST_F(OutputHandle, Targets_AreTheConnectedInputs) {
     const Node reader = m_scene.createNode("reader", "reader");
     const Input input = reader.createInput("x", AttrType::Real);
@@ -116,6 +124,10 @@ TEST(OutputHandleEmpty, AnswersNothing) {
     EXPECT_EQ(output.node(), nullptr);
     EXPECT_EQ(output.dataType(), DataType::Null);
     EXPECT_TRUE(output.typeName().isEmpty());
+    EXPECT_TRUE(output.name().isEmpty());
+    EXPECT_TRUE(output.path().isEmpty());
+    EXPECT_EQ(output.type(), AttrType::Null);
+    EXPECT_EQ(output.targetCount(), 0u);
 }
 
 } // namespace

@@ -56,6 +56,7 @@ public:
     }
 
     [[nodiscard]] Node* operator[](std::size_t index) const { return m_nodes[index].get(); }
+    [[nodiscard]] std::size_t size() const { return m_nodes.size(); }
     void clear() { m_nodes.clear(); }
 
     /// Returns the names of `children(depth)` in order.

@@ -2,16 +2,17 @@
 
 #include <pthread.h>
 
+#include <cstddef>
 #include <functional>
 #include <stdexcept>
 
 namespace qv::tests {
 
 /// Calls `action` on a thread whose stack is too small for a recursion of many thousand levels.
-inline void runOnSmallStack(std::function<void()> action) {
+inline void runOnSmallStack(std::function<void()> action, std::size_t stackBytes = 512 * 1024) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 512 * 1024);
+    pthread_attr_setstacksize(&attributes, stackBytes);
     const auto call = [](void* function) -> void* {
         (*static_cast<std::function<void()>*>(function))();
         return nullptr;

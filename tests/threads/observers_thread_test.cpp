@@ -75,6 +75,23 @@ TEST(ObserverThreads, UnsubscribingDuringANotification_WaitsUntilAllWereCalled) 
     EXPECT_EQ(second.heard, 1);
 }
 
+TEST(ObserverThreads, UnsubscribingAllDuringANotification_WaitsUntilAllWereCalled) {
+    Node node(nullptr, "thing", "n");
+    Journal journal;
+    RecordingObserver first("first", journal);
+    CountingObserver second;
+    std::future<bool> gone;
+    first.then = [&] {
+        gone = std::async(std::launch::async, [&] { return node.unsubscribeAll(); });
+        EXPECT_EQ(gone.wait_for(50ms), std::future_status::timeout);
+    };
+    node.subscribe(&first);
+    node.subscribe(&second);
+    node.notifyRemoved();
+    EXPECT_TRUE(gone.get());
+    EXPECT_EQ(second.heard, 1);
+}
+
 TEST(ObserverThreads, ManyThreads_SubscribeAndUnsubscribeWhileOneNotifies) {
     Node node(nullptr, "thing", "n");
     CountingObserver steady;

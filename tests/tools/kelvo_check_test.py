@@ -103,6 +103,55 @@ class Text(CheckTest):
         self.assertEqual((ran.returncode, ran.stdout), (2, ""))
 
 
+class Unchecked(CheckTest):
+    """Whatever types say nothing of: told, and with --strict a fault."""
+    ODD = ('node pointLight "l" {\n    Real intensitty = 2\n    Object _meta {\n'
+           '        Real any = 1\n    }\n    output Real more\n}')
+    ODD_TOLD = (
+        "kelvo: note: m.kns: input 'l.intensitty': type 'pointLight' does not define it: did you "
+        "mean 'intensity'? [unknown-attribute]\n"
+        "kelvo: note: m.kns: output 'l.more': type 'pointLight' does not define it; it was not "
+        "checked. [unknown-attribute]\n")
+
+    def test_unknown_types_fail_a_strict_check(self):
+        self.write("m.kns", scene(LEAF))
+        told = {"out": "m.kns: 1 node, 0 errors, 1 warning\n", "error": LEAF_TOLD.format("m.kns")}
+        self.expect(0, "check", "m.kns", **told)
+        self.expect(1, "check", "m.kns", "--strict", **told)
+        self.expect(1, "check", "m.kns", "--strict", "--severity", "error", **told)
+
+    def test_unknown_attributes_are_counted_and_fail_a_strict_check(self):
+        self.write("m.kns", scene(self.ODD))
+        self.expect(0, "check", "m.kns", out="m.kns: 1 node, 0 errors, 0 warnings, 2 not checked\n")
+        self.expect(1, "check", "m.kns", "--strict", out="m.kns: 1 node, 0 errors, 0 warnings\n",
+                    error=self.ODD_TOLD)
+        self.assertIn(self.ODD_TOLD, self.run_tool("check", "m.kns", "--severity", "note").stderr)
+
+    def test_any_warning_fails_a_strict_check(self):
+        self.write("m.kns", scene(xform("top", "null")))
+        self.assertEqual(self.run_tool("check", "m.kns", "--strict").returncode, 1)
+        self.expect(0, "check", "m.kns", "--strict", "--fix", out=(
+            "m.kns: fixed: node 'top': element [0] of 'children' links to no node. [empty-child]\n"
+            "m.kns: 1 node, 0 errors, 0 warnings, 1 fixed\n"))
+
+    def test_sound_scenes_pass_a_strict_check(self):
+        self.expect(0, "check", "sound.kns", "--strict", out=SOUND_TOLD)
+
+    def test_one_file_that_fails_is_enough(self):
+        self.write("m.kns", scene(LEAF))
+        self.assertEqual(self.run_tool("check", "m.kns", "sound.kns", "--strict").returncode, 1)
+
+    def test_notes_of_other_kinds_do_not_fail(self):
+        self.write("m.kns", scene('node add "sum" {\n}'))
+        self.expect(0, "check", "m.kns", "--strict", out="m.kns: 1 node, 0 errors, 0 warnings\n")
+
+    def test_reports_hold_what_made_them_fail(self):
+        self.write("m.kns", scene(self.ODD))
+        self.assertEqual(self.report(0, "m.kns", "--format", "json")["files"][0]["findings"], [])
+        findings = self.report(1, "m.kns", "--strict", "--format", "json")["files"][0]["findings"]
+        self.assertEqual([finding["place"] for finding in findings], ["l.intensitty", "l.more"])
+
+
 class Fix(CheckTest):
     def test_what_can_be_fixed_is_and_the_rest_told(self):
         self.write("m.kns", MESSY)

@@ -3,10 +3,12 @@
 import fcntl
 import json
 import os
+import pathlib
 import random
 import re
 import signal
 import subprocess
+import tempfile
 import time
 
 from kelvo_tool import SCENE, ToolTest, main, scene, tool
@@ -150,6 +152,83 @@ class Killed(ToolTest):
         self.assertEqual(self.names(), ["a.kns"])
 
 
+# Stands in front of the system's open(), as on file systems that make no files without a name.
+NO_NAMELESS_FILES = r"""
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
+#define REPLACE(name) \
+    int name(const char* path, int flags, ...) { \
+        va_list rest; \
+        va_start(rest, flags); \
+        mode_t mode = flags & O_CREAT ? va_arg(rest, mode_t) : 0; \
+        va_end(rest); \
+        if ((flags & O_TMPFILE) == O_TMPFILE) { errno = EOPNOTSUPP; return -1; } \
+        int (*known)(const char*, int, ...) = dlsym(RTLD_NEXT, #name); \
+        return known(path, flags, mode); \
+    }
+REPLACE(open)
+REPLACE(open64)
+"""
+
+
+class KilledWriters(ToolTest):
+    """Several commands at one file, some of which are killed at any moment."""
+    INPUTS = 12
+
+    def setUp(self):
+        super().setUp()
+        self.file = self.folder / "a.kns"
+
+    def run_rounds(self, **variables):
+        environment = {**os.environ, **variables}
+        padding = "".join(f'    String t{i} = "{"x" * 200}"\n' for i in range(400))
+        before = scene('node n "a" {\n' + "".join(
+            f"    Int v{i} = 0\n" for i in range(self.INPUTS)) + padding + "}")
+        chance = random.Random(3)
+        killed = 0
+        for _ in range(6):
+            self.file.write_text(before)
+            running = []
+            for i in range(self.INPUTS):
+                edit = [["set", "a.kns", f"a.v{i}=1"],
+                        ["edit", "a.kns", "-c", f"set a.v{i} 1"]][i % 2]
+                running.append(subprocess.Popen([tool(), *edit], cwd=self.folder, env=environment,
+                                                stderr=subprocess.PIPE))
+            for command in running[::2]:
+                time.sleep(chance.uniform(0, 0.02))
+                command.send_signal(signal.SIGKILL)
+            statuses = []
+            for command in running:
+                _, error = command.communicate(timeout=90)
+                statuses.append(command.returncode)
+                self.assertIn((command.returncode, error), ((0, b""), (-signal.SIGKILL, b"")))
+            killed += statuses.count(-signal.SIGKILL)
+            # What is done stands; what was killed is done whole or not at all.
+            text = self.file.read_text()
+            values = [int(value) for value in re.findall(r"Int v\d+ = (\d)\n", text)]
+            self.assertEqual(re.sub(r"(Int v\d+ =) \d", r"\1 0", text), before)
+            for status, value in zip(statuses, values):
+                self.assertTrue(value == 1 or status == -signal.SIGKILL)
+        self.assertGreater(killed, 0)
+        ran = subprocess.run([tool(), "set", "a.kns", "a.v0=2"], cwd=self.folder, env=environment)
+        self.assertEqual(ran.returncode, 0)
+
+    def test_the_others_lose_nothing(self):
+        self.run_rounds()
+        self.assertEqual(self.names(), ["a.kns"])
+
+    def test_the_others_lose_nothing_where_each_file_has_a_name(self):
+        with tempfile.TemporaryDirectory() as folder:
+            source, shim = pathlib.Path(folder, "shim.c"), pathlib.Path(folder, "shim.so")
+            source.write_text(NO_NAMELESS_FILES)
+            subprocess.run(["cc", "-shared", "-fPIC", "-o", shim, source, "-ldl"], check=True)
+            self.run_rounds(LD_PRELOAD=str(shim), ASAN_OPTIONS="verify_asan_link_order=0")
+        self.assertEqual(self.names(), ["a.kns"])
+
+
 class Layout(ToolTest):
     """Byte order marks and line ends."""
     LAYOUTS = {"mark": lambda text: MARK + text.encode(),
@@ -226,6 +305,28 @@ class Layout(ToolTest):
             ran = self.run_tool("get", "a.kns", "n.r")
             self.assertEqual(ran.returncode, 1)
             self.assertTrue(re.match(r"kelvo: a\.kns:2:14: ", ran.stderr), ran.stderr)
+
+    def test_a_last_line_without_an_end_gets_one(self):
+        for end in ("\n", "\r\n"):
+            given = SCENE.replace("\n", end)
+            self.file.write_bytes(given.removesuffix(end).encode())
+            self.expect(0, "set", "a.kns", "lamp.count=4")
+            self.assertEqual(self.file.read_bytes(), given.replace("= 3", "= 4", 1).encode())
+
+    def test_links_to_files_in_other_folders_keep_them(self):
+        (self.folder / "far").mkdir()
+        target = self.folder / "far" / "b.kns"
+        (self.folder / "link.kns").symlink_to("far/b.kns")
+        for command in (["set", "link.kns", "lamp.count=4"],
+                        ["edit", "link.kns", "-c", "set lamp.count 4"],
+                        ["merge", "a.kns", "link.kns", "theirs.kns", "-o", "link.kns"]):
+            target.write_bytes(self.LAYOUTS["both"](SCENE))
+            (self.folder / "theirs.kns").write_text(SCENE.replace("count = 3", "count = 4"))
+            self.expect(0, *command, out="")
+            self.assertTrue((self.folder / "link.kns").is_symlink())
+            self.assertEqual(target.read_bytes(),
+                             self.LAYOUTS["both"](SCENE.replace("count = 3", "count = 4")))
+        self.assertEqual([entry.name for entry in (self.folder / "far").iterdir()], ["b.kns"])
 
     def test_a_file_of_nothing_but_a_mark_is_an_empty_scene(self):
         self.file.write_bytes(MARK)

@@ -22,6 +22,8 @@ using kelvo_sdk::Severity;
 struct CheckOptions {
     StringVector files;
     bool isFixing = false;
+    bool isStrict = false;
+    bool isPartial = false;
     String severity = "warning";
     String format = "text";
 };
@@ -66,15 +68,18 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     const ProgressLine line("kelvo: checking " + displayed(name));
     const Scene scene = Scene::create();
     libraries.addTo(scene);
-    if (!scene.read(text.text(), displayed(name), &file.errors)) return file;
+    const kelvo_sdk::ReadReport report =
+        scene.read(text.text(), displayed(name), {.isPartial = options.isPartial}, &file.errors);
+    if (!report.isRead) return file;
+    file.gapCount = report.gapCount;
     file.nodes = scene.nodeCount();
     if (!options.isFixing) {
         file.left = kelvo_sdk::validate(scene, validationOf(name));
         return file;
     }
-    kelvo_sdk::FixReport report = kelvo_sdk::fixFindings(scene, least, validationOf(name));
-    file.fixed = std::move(report.fixed);
-    file.left = std::move(report.left);
+    kelvo_sdk::FixReport fixes = kelvo_sdk::fixFindings(scene, least, validationOf(name));
+    file.fixed = std::move(fixes.fixed);
+    file.left = std::move(fixes.left);
     const String written = scene.text();
     if (isStream(name))
         out.writeData(text.laidOut(written.view()).view());
@@ -92,11 +97,22 @@ void tellFinding(const String& source, const Finding& finding) {
     remark(message);
 }
 
+// A summary that tells of nothing wrong may not pass for one of a scene that was checked whole.
+u64 untoldUnchecked(const CheckReport& report, const CheckedFile& file) {
+    return static_cast<u64>(std::ranges::count_if(file.left, [&](const Finding& finding) {
+        return finding.rule->isUnchecked && !report.tells(finding);
+    }));
+}
+
 String summary(const CheckReport& report, const CheckedFile& file, bool isFixing) {
     String text = counted(file.nodes, "node") + ", " + counted(file.errorCount(), "error") + ", " +
                   counted(file.count(Severity::Warning), "warning");
     if (report.least == Severity::Note)
         text = text + ", " + counted(file.count(Severity::Note), "note");
+    if (file.gapCount != 0) text = text + ", " + leftOutText(file.gapCount);
+    const u64 unchecked = untoldUnchecked(report, file);
+    if (file.errorCount() == 0 && file.count(Severity::Warning) == 0 && unchecked != 0)
+        text = text + ", " + String(std::string_view(std::to_string(unchecked))) + " not checked";
     if (isFixing)
         text = text + ", " + String(std::string_view(std::to_string(file.fixed.size()))) + " fixed";
     return text;
@@ -137,13 +153,16 @@ Status runCheck(const CheckOptions& options, Terminal& out) {
     if (!libraries) return Status::Fault;
     CheckReport report;
     report.least = static_cast<Severity>(severity);
+    report.isStrict = options.isStrict;
+    // A file does not fail for what is not told.
+    if (options.isStrict) report.least = std::min(report.least, Severity::Warning);
     for (const String& name : options.files) {
         report.files.push_back(checkFile(name, options, report.least, *libraries, out));
         if (format == 0) tellFile(report, report.files.back(), options.isFixing, out);
     }
     if (format != 0) out.writeData((format == 1 ? jsonOf(report) : sarifOf(report)).view());
-    const auto isFaulty = [](const CheckedFile& file) { return file.errorCount() != 0; };
-    return std::ranges::any_of(report.files, isFaulty) ? Status::Fault : Status::Ok;
+    const auto passes = [&](const CheckedFile& file) { return file.passes(options.isStrict); };
+    return std::ranges::all_of(report.files, passes) ? Status::Ok : Status::Fault;
 }
 
 } // namespace
@@ -153,12 +172,19 @@ void addCheck(CommandLine& line) {
     (void)command.add("FILE", options.files, "Scene files").required();
     (void)command.add("--fix", options.isFixing,
                       "Put right what can only have been meant one way, and write the file");
+    (void)command.add("--strict", options.isStrict,
+                      "Fail for warnings as for errors, and for what could not be checked");
+    (void)command.add("--partial", options.isPartial,
+                      "Check what can be read of a scene with errors, and leave out the rest");
     (void)command.add("--severity", options.severity,
                       "The least that is told, and fixed: note, warning (by default) or error");
     (void)command.add("--format", options.format,
                       "How it is told: text (by default), json or sarif");
-    command.addNote("The exit status is 0 without errors, 1 with errors or files that cannot be\n"
-                    "read, 2 for a wrong command line; warnings and notes do not count.");
+    command.addNote(
+        "The exit status is 0 without errors, 1 with errors or files that cannot be\n"
+        "read, 2 for a wrong command line; warnings and notes do not count. With --strict it\n"
+        "is 1 with warnings, too, and with what could not be checked: nodes of types\n"
+        "that no library knows, inputs and outputs that a type does not define.");
 }
 
 } // namespace qv::kelvo_tool

@@ -18,7 +18,7 @@ u64 CheckedFile::count(Severity severity) const noexcept {
 }
 
 u64 CheckedFile::errorCount() const noexcept {
-    return count(Severity::Error) + errors.size() + (fault.isEmpty() ? 0 : 1);
+    return count(Severity::Error) + std::max(errors.size(), gapCount) + (fault.isEmpty() ? 0 : 1);
 }
 
 const kelvo_sdk::ValidationRule& unreadableRule() noexcept {

@@ -12,25 +12,34 @@ struct CheckedFile {
     String file;
     /// Why the file cannot be read or written to; empty when it can.
     String fault;
-    /// What is wrong with its text, which then is no scene.
+    /// What is wrong with its text, which then is no scene, unless there are gaps.
     kelvo_sdk::Diagnostics errors;
+    /// Parts of the text that were left out, told or not.
+    u64 gapCount = 0;
     u64 nodes = 0;
     kelvo_sdk::Findings fixed;
     kelvo_sdk::Findings left;
 
-    [[nodiscard]] bool isRead() const noexcept { return fault.isEmpty() && errors.empty(); }
+    [[nodiscard]] bool isRead() const noexcept {
+        return fault.isEmpty() && (errors.empty() || gapCount != 0);
+    }
     /// Counts what is left, whether told or not.
     [[nodiscard]] u64 count(kelvo_sdk::Severity severity) const noexcept;
     [[nodiscard]] u64 errorCount() const noexcept;
+    [[nodiscard]] bool passes(bool isStrict) const noexcept {
+        return isRead() && gapCount == 0 && kelvo_sdk::passes(left, isStrict);
+    }
 };
 
 /// What a check found in all files; less severe findings than `least` are left out of reports.
 struct CheckReport {
     std::vector<CheckedFile> files;
     kelvo_sdk::Severity least = kelvo_sdk::Severity::Warning;
+    /// Warnings are faults, and so is what could not be checked.
+    bool isStrict = false;
 
     [[nodiscard]] bool tells(const kelvo_sdk::Finding& finding) const noexcept {
-        return finding.rule->severity >= least;
+        return finding.rule->severity >= least || (isStrict && finding.rule->isUnchecked);
     }
 };
 

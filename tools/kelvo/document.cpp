@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <utility>
 
 namespace qv::kelvo_tool {
 
@@ -50,6 +52,11 @@ String whyNoScene(const String& file, std::string_view text) {
     return isPlainText(text) ? String() : sentence + "it is no text.";
 }
 
+String leftOutText(u64 gapCount) {
+    return String(std::string_view(std::to_string(gapCount))) +
+           (gapCount == 1 ? " part was left out" : " parts were left out");
+}
+
 bool Document::open(const String& file) {
     return open(file, &TextFile::read);
 }
@@ -80,9 +87,22 @@ bool Document::readWithTypes(const kelvo_sdk::Scene& scene) const {
     libraries->addTo(scene);
     kelvo_sdk::Diagnostics found;
     if (tryRead(scene, found)) return true;
+    if (m_isPartial && readParts(scene)) return true;
     for (const kelvo_sdk::Diagnostic& diagnostic : found)
         complain(diagnostic.text());
     return false;
+}
+
+bool Document::readParts(const kelvo_sdk::Scene& scene) const {
+    kelvo_sdk::Diagnostics gaps;
+    const kelvo_sdk::ReadReport report =
+        scene.read(m_text.text(), displayed(m_file), {.isPartial = true}, &gaps);
+    if (!report.isRead || std::exchange(m_gapCount, report.gapCount) != 0) return report.isRead;
+    for (const kelvo_sdk::Diagnostic& gap : gaps)
+        complain(gap.text());
+    complain(displayed(m_file) + ": " + leftOutText(report.gapCount) +
+             ", and everything else taken.");
+    return true;
 }
 
 bool Document::tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const {

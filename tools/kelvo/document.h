@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sdk/scene.h"
+#include "tools/kelvo/message.h"
 #include "tools/kelvo/terminal.h"
 #include "tools/kelvo/text_file.h"
 
@@ -8,9 +9,17 @@
 
 namespace qv::kelvo_tool {
 
+/// The help of the option that commands hand to `Document::takeParts`.
+inline constexpr const char* partialHelp =
+    "Take what can be read of a scene with errors: what cannot is told,\n"
+    "left out, and stays in the text; the exit status is 1 then";
+
 /// The text of a scene file, which scenes are read from.
 class Document {
 public:
+    /// Lets scenes be read from a text with errors, without what cannot be read.
+    void takeParts(bool isPartial) noexcept { m_isPartial = isPartial; }
+
     /// Reads the file; false after telling why not.
     [[nodiscard]] bool open(const String& file);
     /// The same, and no other command edits it until it is saved or this ends.
@@ -32,14 +41,27 @@ public:
     }
     [[nodiscard]] bool save(const String& text, const String& file, Terminal& out);
 
+    /// Returns how a command ends that did all it was asked for: with a fault when something was
+    /// left out.
+    [[nodiscard]] Status status() const noexcept {
+        return m_gapCount == 0 ? Status::Ok : Status::Fault;
+    }
+
 private:
     using Read = bool (TextFile::*)(const String& path, String& error);
     [[nodiscard]] bool open(const String& file, Read readText);
     [[nodiscard]] bool tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const;
+    [[nodiscard]] bool readParts(const kelvo_sdk::Scene& scene) const;
 
     String m_file;
     TextFile m_text;
+    bool m_isPartial = false;
+    // What was left out and told of; texts may be read several times.
+    mutable u64 m_gapCount = 0;
 };
+
+/// Returns "2 parts were left out".
+[[nodiscard]] String leftOutText(u64 gapCount);
 
 /// Returns a sentence that tells why a file's text is no scene at all, such as a model or a
 /// picture; empty for what is to be read as one.

@@ -16,6 +16,7 @@ struct GetOptions {
     String file;
     String path;
     bool storedOnly = false;
+    bool isPartial = false;
 };
 
 constexpr const char* getHelp =
@@ -54,6 +55,7 @@ public:
     explicit Getter(const GetOptions& options) : m_options(options) {}
 
     [[nodiscard]] Status run(Terminal& out) {
+        m_document.takeParts(m_options.isPartial);
         if (!m_document.open(m_options.file)) return Status::Fault;
         auto scene = Scene::create();
         if (!m_document.read(scene)) return Status::Fault;
@@ -70,7 +72,7 @@ public:
             }
         }
         print(out);
-        return Status::Ok;
+        return m_document.status();
     }
 
 private:
@@ -105,6 +107,7 @@ void addGet(CommandLine& line) {
     command.addFile(options.file);
     command.add("PATH", options.path, "As node, node.input or node.array[3].member").required();
     command.add("--stored", options.storedOnly, "The value that is stored, and nothing else");
+    command.add("--partial", options.isPartial, partialHelp);
 }
 
 } // namespace qv::kelvo_tool

@@ -49,11 +49,10 @@ String nothingFound(const PathsOptions& options) {
                             : sentence + " through children (--all follows every link).";
 }
 
-// How many paths there are, as far as the iterator counts.
+// How many paths there are, as far as the iterator knows.
 String total(PathIterator& paths) {
-    const u64 count = paths.count();
-    const String number = numberText(count);
-    return count < PathIterator::maxCount ? number : "at least " + number;
+    const String number = numberText(paths.count());
+    return paths.isCountExact() ? number : "at least " + number;
 }
 
 void printPath(const NodePath& path, bool withMatrix, Terminal& out) {
@@ -71,8 +70,8 @@ void printPaths(PathIterator& paths, const PathsOptions& options, Terminal& out)
         ++printed;
     } while (printed < limit && !out.isClosed() && paths.next());
     if (options.firstOnly || out.isClosed() || !paths.next()) return;
-    const String all =
-        printed < PathIterator::maxCount ? total(paths) : "more than " + numberText(printed);
+    const bool isKnown = paths.isCountExact() || paths.count() > printed;
+    const String all = isKnown ? total(paths) : "more than " + numberText(printed);
     complain(displayed(options.file) + ": " + numberText(printed) + " of " + all +
              " paths are shown (see --limit).");
 }
@@ -108,8 +107,9 @@ void addPaths(CommandLine& line) {
     auto [command, options] =
         line.add("paths", "Print the chains of nodes that lead to others", &runPaths);
     command.addNote(
-        "Paths come depth first and meet no node twice; --count says \"at least\" where it\n"
-        "ends. Exit status: 1 when there is no path, 2 when a node is unknown.");
+        "Paths come depth first and meet no node twice; --count says \"at least\" where\n"
+        "cycles leave too many ways to try. Exit status: 1 when there is no path, 2 when a\n"
+        "node is unknown.");
     command.addFile(options.file);
     command.add("FROM", options.from, "Node to start from").required();
     const Argument to = command.add("TO", options.to, "Node to reach, all by default");
@@ -119,10 +119,9 @@ void addPaths(CommandLine& line) {
         command.add("--limit", options.limit, "Most paths to print").positive().showDefault();
     const Argument first =
         command.add("--first", options.firstOnly, "The first path alone").excludes(limit);
-    const Argument count =
-        command.add("--count", options.countOnly, "The number of paths, counted up to 100000")
-            .excludes(limit)
-            .excludes(first);
+    const Argument count = command.add("--count", options.countOnly, "The number of paths alone")
+                               .excludes(limit)
+                               .excludes(first);
     command
         .add("--matrix", options.matrices,
              "The product of the matrices along each path too, which takes points\n"

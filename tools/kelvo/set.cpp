@@ -17,6 +17,7 @@ struct SetOptions {
     StringVector assignments;
     /// Empty: the file itself.
     String outFile;
+    bool isPartial = false;
 };
 
 bool applyAssignment(const Scene& scene, const String& assignment, String& error) {
@@ -38,6 +39,7 @@ bool applyAssignment(const Scene& scene, const String& assignment, String& error
 Status runSet(const SetOptions& options, Terminal& out) {
     const Scene scene = Scene::create();
     Document document;
+    document.takeParts(options.isPartial);
     if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     bool allSet = true;
     for (const String& assignment : options.assignments) {
@@ -47,7 +49,7 @@ Status runSet(const SetOptions& options, Terminal& out) {
         allSet = false;
     }
     if (!allSet) return Status::Usage;
-    return document.save(scene, options.outFile, out) ? Status::Ok : Status::Fault;
+    return document.save(scene, options.outFile, out) ? document.status() : Status::Fault;
 }
 
 } // namespace
@@ -62,6 +64,7 @@ void addSet(CommandLine& line) {
              "array[+] adds an element")
         .required();
     command.add("-o", options.outFile, "Where to write, FILE itself by default");
+    command.add("--partial", options.isPartial, partialHelp);
 }
 
 } // namespace qv::kelvo_tool

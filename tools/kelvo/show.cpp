@@ -25,6 +25,7 @@ struct ShowOptions {
     /// Levels below the nodes at the top; negative: all.
     i64 depth = -1;
     bool nodesAlone = false;
+    bool isPartial = false;
 };
 
 /// Prints nodes as a tree, each with its inputs once. Walks without recursion.
@@ -139,9 +140,11 @@ private:
 
 Status runShow(const ShowOptions& options, Terminal& out) {
     const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+    Document document;
+    document.takeParts(options.isPartial);
+    if (!document.open(options.file) || !document.read(scene)) return Status::Fault;
     TreePrinter(scene, options, out).print();
-    return Status::Ok;
+    return document.status();
 }
 
 } // namespace
@@ -151,6 +154,7 @@ void addShow(CommandLine& line) {
     command.addFile(options.file);
     command.add("--depth", options.depth, "Levels below the top, all by default").notNegative();
     command.add("--no-values", options.nodesAlone, "Nodes alone, without inputs and outputs");
+    command.add("--partial", options.isPartial, partialHelp);
 }
 
 } // namespace qv::kelvo_tool

@@ -435,6 +435,30 @@ TEST_F(HistoryTest, SavedStateOutOfReach_IsNeverMet) {
     EXPECT_FALSE(m_scene.isSaved());
 }
 
+TEST_F(HistoryTest, RefusedParenting_LeavesTheSceneSaved) {
+    const kelvo_sdk::Node room = m_scene.createNode("xform", "room");
+    const kelvo_sdk::Node lamp = m_scene.createNode("xform", "lamp");
+    room.createArray("children", AttrType::Node);
+    ASSERT_TRUE(lamp->parentTo(room.get()));
+    m_scene.markSaved();
+    EXPECT_FALSE(lamp->parentTo(room.get()));
+    EXPECT_TRUE(m_scene.isSaved());
+}
+
+TEST_F(HistoryTest, RefusedParentingAcrossScenes_LeavesTheSceneSaved) {
+    const kelvo_sdk::Node room = m_scene.createNode("xform", "room");
+    const kelvo_sdk::Input children = room.createArray("children", AttrType::Node);
+    const kelvo_sdk::Scene other = kelvo_sdk::Scene::create();
+    const kelvo_sdk::Node lamp = other.createNode("xform", "lamp");
+    m_scene.markSaved();
+    const LogCapture log;
+    EXPECT_FALSE(lamp->parentTo(room.get()));
+    EXPECT_TRUE(m_scene.isSaved());
+    EXPECT_EQ(children.inputCount(), 0u);
+    EXPECT_EQ(log.text(), "warning: Cannot parent node 'lamp' to node 'room': the two nodes belong "
+                          "to different scenes.\n");
+}
+
 TEST_F(HistoryTest, UndoOff_SavedIsTrueUntilTheFirstChange) {
     m_scene.setUndoEnabled(false);
     m_scene.markSaved();

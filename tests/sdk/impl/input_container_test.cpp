@@ -88,6 +88,14 @@ const Move kMoves[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Table, InputContainerMove, testing::ValuesIn(kMoves));
 
+TEST_F(InputContainer, HasInput_ByIndex_EndsAtTheCount) {
+    IInput& arr = array(AttrType::Int);
+    arr.appendElement();
+    arr.appendElement();
+    EXPECT_TRUE(arr.hasInput(u64(1), AttrType::Null));
+    EXPECT_FALSE(arr.hasInput(u64(2), AttrType::Null));
+}
+
 TEST_F(InputContainer, Element_IsFoundByItsDecimalIndexAlone) {
     IInput& arr = array(AttrType::Int);
     fill(arr, 11);
@@ -124,6 +132,47 @@ TEST_F(InputContainer, Object_KeepsItsMembersByName) {
     EXPECT_STREQ(size->path().buf(), "thing.obj.size");
     EXPECT_TRUE(obj.removeInput(String("size")));
     EXPECT_EQ(obj.inputCount(), 0u);
+}
+
+// Removes an input of the node by name when it hears of another.
+struct Remover : SceneObserver {
+    void inputAdded(const IInput* input) override {
+        if (input->parent()) input->node()->removeInput(name);
+    }
+    String name;
+};
+
+TEST_F(InputContainer, ArrayRemovedWhileItsElementIsTold_GivesNone) {
+    const RefersTo<IInput> arr(&array(AttrType::Int));
+    Remover remover;
+    remover.name = "arr";
+    m_scene->subscribe(&remover);
+    EXPECT_EQ(arr->appendElement(), nullptr);
+    m_scene->unsubscribe(&remover);
+    EXPECT_EQ(arr->node(), nullptr);
+}
+
+TEST_F(InputContainer, Object_ThatIsSilent_HasSilentMembersOnly) {
+    AttrData data(AttrType::Object);
+    data.silent = true;
+    IInput* silent = m_node->createInput("silent", std::move(data));
+    EXPECT_TRUE(silent->createInput("m", AttrType::Int)->isSilent());
+    AttrData member(AttrType::Int);
+    member.silent = true;
+    auto& obj = static_cast<Input&>(object());
+    EXPECT_TRUE(obj.createInput("quiet", std::move(member))->isSilent());
+    EXPECT_FALSE(obj.createInput("loud", AttrType::Int)->isSilent());
+}
+
+TEST_F(InputContainer, Object_ArrayOfTheSameElements_IsGivenAgainAndOfOthersWarnedOf) {
+    IInput& obj = object();
+    IInput* numbers = obj.createArray("numbers", AttrType::Int);
+    const LogCapture log;
+    EXPECT_EQ(obj.createArray("numbers", AttrType::Int), numbers);
+    EXPECT_EQ(log.text(), "");
+    EXPECT_EQ(obj.createArray("numbers", AttrType::Real), numbers);
+    EXPECT_TRUE(numbers->hasElementType(AttrType::Int));
+    EXPECT_NE(log.text(), "");
 }
 
 TEST_F(InputContainer, Object_MemberOfAnotherKind_IsKeptAndWarnedOf) {

@@ -78,6 +78,25 @@ TEST_F(InputLinks, Changes_AreToldWithBothOutputs) {
         (std::vector<std::string>{"c.in: - -> a.out", "c.in: a.out -> b.out", "c.in: b.out -> -"}));
 }
 
+TEST_F(InputLinks, ConnectAgain_IsDoneAndToldToNobody) {
+    ConnectionRecorder recorder;
+    in(m_b)->connect(out(m_a));
+    m_scene->subscribe(&recorder);
+    EXPECT_TRUE(in(m_b)->connect(out(m_a)));
+    m_scene->unsubscribe(&recorder);
+    EXPECT_TRUE(recorder.heard().empty());
+    EXPECT_EQ(out(m_a)->targetCount(), 1u);
+}
+
+TEST_F(InputLinks, OutputThatLeftItsNode_IsRefused) {
+    const RefersTo<IOutput> left(out(m_a));
+    m_a->removeOutput(String("out"));
+    const LogCapture log;
+    EXPECT_FALSE(in(m_b)->connect(left.get()));
+    EXPECT_EQ(log.text(), "warning: Cannot connect input 'b.in' to output 'out': that output was "
+                          "removed from its node.\n");
+}
+
 TEST_F(InputLinks, ConnectNull_Disconnects) {
     in(m_b)->connect(out(m_a));
     EXPECT_TRUE(in(m_b)->connect(nullptr));
@@ -158,12 +177,54 @@ TEST_F(InputLinks, RemovedOutput_LeavesTheInputsAndTellsTheirNodes) {
     EXPECT_EQ(recorder.heard().size(), 2u);
 }
 
+// Notes where the output was that a connection came from.
+struct SourceNoter : SceneObserver {
+    void inputConnected(const IInput*, const IOutput* before, const IOutput*) override {
+        node = before->node();
+        path = before->path();
+    }
+    INode* node = nullptr;
+    String path;
+};
+
+TEST_F(InputLinks, RemovedOutput_IsToldWithItsNodeAndPath) {
+    SourceNoter noter;
+    in(m_b)->connect(out(m_a));
+    m_scene->subscribe(&noter);
+    m_a->removeOutput(String("out"));
+    m_scene->unsubscribe(&noter);
+    EXPECT_EQ(noter.node, m_a);
+    EXPECT_EQ(noter.path, m_a->name() + ".out");
+}
+
 TEST_F(InputLinks, DyingSourceNode_EndsTheConnection) {
     const auto source = RefersTo<Node>::adopt(new Node(nullptr, "op", "free"));
     source->createOutput("out", AttrType::Real);
     in(m_b)->connect(source->output(String("out")));
     const_cast<RefersTo<Node>&>(source).reset();
     EXPECT_EQ(in(m_b)->source(), nullptr);
+}
+
+// Ends without its last reference going: nobody can be told.
+TEST_F(InputLinks, SourceNodeThatEndsByItself_LeavesTheReaderDirty) {
+    {
+        Node source(nullptr, "op", "free");
+        in(m_b)->connect(source.createOutput("out", AttrType::Real));
+        m_b->setDirty(false);
+    }
+    EXPECT_TRUE(m_b->dirty(false));
+    EXPECT_EQ(in(m_b)->source(), nullptr);
+}
+
+TEST_F(InputLinks, LinkedNodeThatEndsByItself_LeavesTheLinkEmptyAndItsNodeDirty) {
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    {
+        Node target(nullptr, "op", "free");
+        link->setNode(&target);
+        m_b->setDirty(false);
+    }
+    EXPECT_TRUE(m_b->dirty(false));
+    EXPECT_EQ(static_cast<Input*>(link)->value().asNode(), nullptr);
 }
 
 TEST_F(InputLinks, DyingTargetNode_EndsTheConnection) {
@@ -206,6 +267,19 @@ TEST_F(InputLinks, Read_ConvertsTheSourceToTheInputsKind) {
     EXPECT_EQ(value, 3);
     source->setValue(2.5);
     EXPECT_FALSE(whole->readInt(value, true, nullptr));
+    EXPECT_EQ(value, 3);
+}
+
+TEST_F(InputLinks, Read_OfAKindBeyondTheInputs_GoesThroughTheInputsKind) {
+    IInput* whole = m_b->createInput("whole", AttrType::Int);
+    auto* source = static_cast<Output*>(out(m_a));
+    whole->connect(source);
+    double value = 7;
+    source->setValue(3.0);
+    EXPECT_TRUE(whole->readReal(value, true, nullptr));
+    EXPECT_EQ(value, 3);
+    source->setValue(2.5);
+    EXPECT_FALSE(whole->readReal(value, true, nullptr));
     EXPECT_EQ(value, 3);
 }
 
@@ -258,6 +332,15 @@ TEST_F(InputLinks, LinkMadeBeforeItsTargetCameIn_IsClearedWhenThatLeaves) {
     ASSERT_TRUE(m_scene->addNode(late.get()));
     ASSERT_TRUE(m_scene->removeNode(late.get()));
     EXPECT_EQ(link->value().asNode(), nullptr);
+}
+
+TEST_F(InputLinks, NodeThatLeft_MayLinkToOneThatIsInNoScene) {
+    Node free(nullptr, "op", "free");
+    const RefersTo<INode> left(m_b);
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    m_scene->removeNode(m_b);
+    EXPECT_TRUE(link->setNode(&free));
+    EXPECT_TRUE(link->setNode(nullptr));
 }
 
 TEST_F(InputLinks, LinkMadeBeforeItsOwnerCameIn_IsClearedWhenItsTargetLeaves) {

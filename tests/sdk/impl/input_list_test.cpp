@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -60,26 +62,92 @@ TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
     EXPECT_EQ(findInList(m_list, "Twin"), first);
 }
 
+TEST_F(InputList, FirstThatWasInsertedAndLeaves_TakesItsIndexWithIt) {
+    appendMany(20);
+    auto* first = new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null);
+    m_all.push_back(first);
+    insertIntoList(m_list, 0, first);
+    IInput* last = append("last");
+    EXPECT_TRUE(removeFromList(m_list, first));
+    EXPECT_EQ(findInList(m_list, "last"), last);
+}
+
 TEST_F(InputList, RemovedInput_IsNotFound_AndTheNextOfItsNameIs) {
     IInput* first = append("twin");
     appendMany(40);
     IInput* second = append("twin");
-    EXPECT_TRUE(removeFromList(m_list, first));
+    removeFromList(m_list, indexInList<IInput>(m_list, first));
     EXPECT_EQ(findInList(m_list, "twin"), second);
     append("more");
     EXPECT_EQ(findInList(m_list, "twin"), second);
-    EXPECT_FALSE(removeFromList(m_list, first));
+    removeFromList(m_list, indexInList<IInput>(m_list, second));
+    EXPECT_EQ(findInList(m_list, "twin"), nullptr);
 }
 
-TEST_F(InputList, Removal_KeepsTheOrderAndTakesEveryOccurrence) {
+TEST_F(InputList, Removal_KeepsTheOrder) {
     append("a");
-    IInput* b = append("b");
+    append("b");
     append("c");
-    m_list.push_back(b);
-    EXPECT_TRUE(removeFromList(m_list, b));
+    removeFromList(m_list, 1);
     ASSERT_EQ(m_list.size(), 2u);
     EXPECT_EQ(m_list[0], m_all[0]);
     EXPECT_EQ(m_list[1], m_all[2]);
+}
+
+TEST_F(InputList, Removal_KeepsTheIndex) {
+    appendMany(40);
+    removeFromList(m_list, 20);
+    removeFromList(m_list, 0);
+    EXPECT_TRUE(isIndexed());
+    EXPECT_EQ(findInList(m_list, "in0"), nullptr);
+    EXPECT_EQ(findInList(m_list, "in20"), nullptr);
+    EXPECT_EQ(findInList(m_list, "in39"), m_all[39]);
+}
+
+TEST_F(InputList, Insertion_InFrontOfATwin_IsFoundInstead) {
+    appendMany(40);
+    IInput* earlier = append("IN30");
+    m_list.pop_back();
+    insertIntoList(m_list, 5, earlier);
+    EXPECT_EQ(findInList(m_list, "in30"), earlier);
+    removeFromList(m_list, 5);
+    EXPECT_EQ(findInList(m_list, "in30"), m_all[30]);
+}
+
+TEST_F(InputList, ListThatGrowsAndShrinksAtTheFront_IsFoundByName) {
+    appendMany(40);
+    for (u64 i = 0; i < 40; ++i)
+        removeFromList(m_list, 0);
+    for (u64 i = 40; i-- > 0;)
+        insertIntoList(m_list, 0, m_all[i]);
+    for (u64 i = 0; i < 40; ++i) {
+        ASSERT_EQ(m_list[i], m_all[i]);
+        ASSERT_EQ(findInList(m_list, m_all[i]->name()), m_all[i]);
+    }
+}
+
+TEST_F(InputList, RandomEdits_FindTheFirstOfEachName) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 120; ++i)
+        append(String::format("in%d", i % 70).buf());
+    ds::Vector<IInput*> out;
+    for (int step = 0; step < 4000; ++step) {
+        const bool comesBack = m_list.empty() || (!out.empty() && random() % 2 == 0);
+        if (comesBack) {
+            insertIntoList(m_list, random() % (m_list.size() + 1), out.back());
+            out.pop_back();
+        } else {
+            const u64 index = random() % 3 == 0 ? 0 : random() % m_list.size();
+            out.insert(random() % (out.size() + 1), m_list[index]);
+            removeFromList(m_list, index);
+        }
+        for (int i = 0; i < 70; i += 7) {
+            const String name = String::format("in%d", i);
+            const auto isNamed = [&](IInput* input) { return input->name().equals(name); };
+            const auto first = std::ranges::find_if(m_list, isNamed);
+            ASSERT_EQ(findInList(m_list, name), first == m_list.end() ? nullptr : *first);
+        }
+    }
 }
 
 TEST_F(InputList, ThousandsOfNames_AreAllFound) {

@@ -1,9 +1,12 @@
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -93,6 +96,47 @@ TEST_F(InputTest, CloneOfALink_IsClearedWithItsNode) {
     const auto copy = RefersTo<IInput>::adopt(static_cast<Input*>(link)->clone(m_node, nullptr));
     m_scene->removeNode(other);
     EXPECT_EQ(static_cast<Input&>(*copy).value().asNode(), nullptr);
+}
+
+TEST_F(InputTest, CloneForANodeOfAnotherScene_LinksAndConnectsToNothing) {
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    INode* far = scene->createNode("thing", "far");
+    IInput* link = m_node->createInput("link", AttrType::Node);
+    IInput* in = m_node->createInput("in", AttrType::Real);
+    link->setNode(m_node);
+    INode* source = m_scene->createNode("thing", "source");
+    ASSERT_TRUE(in->connect(source->createOutput("out", AttrType::Real)));
+    const auto farLink = RefersTo<IInput>::adopt(static_cast<Input*>(link)->clone(far, nullptr));
+    const auto farIn = RefersTo<IInput>::adopt(static_cast<Input*>(in)->clone(far, nullptr));
+    EXPECT_EQ(static_cast<Input&>(*farLink).value().asNode(), nullptr);
+    EXPECT_EQ(farIn->source(), nullptr);
+}
+
+// ---- Bytes ---------------------------------------------------------------------------------
+
+TEST_F(InputTest, OwnBytes_AreThoseOfItselfNameAndValue) {
+    auto* number = static_cast<Input*>(m_node->createInput("number", AttrType::Int));
+    EXPECT_EQ(number->ownBytes(), sizeof(Input) + 6);
+    auto* text = static_cast<Input*>(m_node->createInput("text", AttrType::String));
+    text->setString(String(std::string(5000, 'x').c_str()));
+    EXPECT_EQ(text->ownBytes(), sizeof(Input) + 4 + text->value().payloadBytes());
+    EXPECT_GE(text->value().payloadBytes(), 5000u);
+}
+
+TEST_F(InputTest, OwnBytes_HaveTheValueThatIsKeptAside) {
+    auto* text = static_cast<Input*>(m_node->createInput("text", AttrType::String));
+    text->setString(String(std::string(5000, 'x').c_str()));
+    text->stash();
+    const u64 payload = text->value().payloadBytes();
+    EXPECT_EQ(text->ownBytes(),
+              sizeof(Input) + 4 + payload + sizeof(InputExtras) + sizeof(Value) + payload);
+}
+
+TEST_F(InputTest, OwnBytes_HaveTheMembers) {
+    auto* object = static_cast<Input*>(m_node->createInput("object", AttrType::Object));
+    auto* member = static_cast<Input*>(object->createInput("m", AttrType::Int));
+    EXPECT_EQ(object->ownBytes(),
+              sizeof(Input) + 6 + sizeof(InputExtras) + sizeof(member) + member->ownBytes());
 }
 
 TEST_F(InputTest, Description_MakesAnEqualInput) {

@@ -151,6 +151,51 @@ TEST_F(InputValues, EqualValue_IsNoChange) {
     EXPECT_FALSE(m_node->dirty(false));
 }
 
+// Keeps the record of the last change.
+struct RecordKeeper : SceneObserver {
+    explicit RecordKeeper(Scene& heard) : scene(heard) { scene.subscribe(this); }
+    ~RecordKeeper() override { scene.unsubscribe(this); }
+    void inputChanged(const IInput*, const AttrData* previous) override { record = *previous; }
+    Scene& scene;
+    AttrData record;
+};
+
+TEST_F(InputValues, Change_IsToldWithTheInputsKindAndFlags) {
+    AttrData data(AttrType::Buffer);
+    data.dataType = DataType::Float;
+    data.silent = true;
+    Input& input = create(std::move(data));
+    const RecordKeeper keeper(*m_scene);
+    const float numbers[] = {1};
+    ASSERT_TRUE(input.setBuffer({DataType::Float, numbers, 1}));
+    EXPECT_EQ(keeper.record.type, AttrType::Buffer);
+    EXPECT_EQ(keeper.record.dataType, DataType::Float);
+    EXPECT_TRUE(keeper.record.silent);
+    EXPECT_FALSE(keeper.record.readOnly);
+    EXPECT_EQ(keeper.record.value.asBuffer().count(), 0u);
+}
+
+TEST_F(InputValues, MoveOfAnElement_IsToldWithTheElementKind) {
+    IInput* array = m_node->createArray("array", AttrType::Int);
+    array->appendElement();
+    array->appendElement();
+    const RecordKeeper keeper(*m_scene);
+    ASSERT_TRUE(array->moveElement(0, 1));
+    EXPECT_EQ(keeper.record.type, AttrType::Array);
+    EXPECT_EQ(keeper.record.elementType, AttrType::Int);
+}
+
+TEST_F(InputValues, ReadOnlyLinkThatIsCleared_IsToldAsReadOnly) {
+    INode* target = m_scene->createNode("thing", "target");
+    AttrData data = AttrData::withDefault(Value(target));
+    data.readOnly = true;
+    create(std::move(data));
+    const RecordKeeper keeper(*m_scene);
+    m_scene->removeNode(target);
+    EXPECT_EQ(keeper.record.type, AttrType::Node);
+    EXPECT_TRUE(keeper.record.readOnly);
+}
+
 TEST_F(InputValues, NegativeZero_IsAChangeFromZero) {
     Input& input = create(AttrType::Real);
     m_node->setDirty(false);
@@ -181,6 +226,79 @@ TEST_F(InputValues, Buffer_CopiesWhatIsSet) {
     ASSERT_TRUE(input.readBuffer(view, false, nullptr));
     EXPECT_EQ(view.count, 3u);
     EXPECT_EQ(static_cast<const std::int32_t*>(view.data)[0], 1);
+}
+
+TEST_F(InputValues, Buffer_WithoutDataOrKind_IsRefusedUnlessItIsEmpty) {
+    Input& input = createBuffer(DataType::Null);
+    const float numbers[] = {1};
+    EXPECT_FALSE(input.setBuffer({DataType::Float, nullptr, 1}));
+    EXPECT_FALSE(input.setBuffer({DataType::Null, numbers, 1}));
+    EXPECT_TRUE(input.setBuffer({DataType::Float, numbers, 1}));
+    EXPECT_TRUE(input.setBuffer({DataType::Float, nullptr, 0}));
+    EXPECT_EQ(input.value().asBuffer().count(), 0u);
+}
+
+TEST_F(InputValues, Buffer_SetToAnotherKind_IsRefused) {
+    Input& input = create(AttrType::Int);
+    const i64 numbers[] = {7};
+    EXPECT_FALSE(input.setBuffer({DataType::Int64, numbers, 1}));
+    EXPECT_EQ(input.value(), Value(0));
+}
+
+TEST_F(InputValues, ConnectedOrKeptAside_IsNoDefault) {
+    Input& input = create(AttrType::Real);
+    EXPECT_TRUE(input.isDefault());
+    INode* other = m_scene->createNode("thing", "other");
+    input.connect(other->createOutput("out", AttrType::Real));
+    EXPECT_FALSE(input.isDefault());
+    input.disconnect();
+    EXPECT_TRUE(input.isDefault());
+    input.stash();
+    EXPECT_FALSE(input.isDefault());
+}
+
+TEST_F(InputValues, Array_IsDefaultAndResetWhenEmpty) {
+    auto& array = static_cast<Input&>(*m_node->createArray("array", AttrType::Int));
+    EXPECT_TRUE(array.isDefault());
+    array.appendElement();
+    EXPECT_FALSE(array.isDefault());
+    EXPECT_TRUE(array.reset());
+    EXPECT_EQ(array.inputCount(), 0u);
+}
+
+TEST_F(InputValues, Object_IsDefaultWhenAllItsMembersAre) {
+    Input& object = create(AttrType::Object);
+    IInput* a = object.createInput("a", AttrType::Int);
+    IInput* b = object.createInput("b", AttrType::Int);
+    EXPECT_TRUE(object.isDefault());
+    b->setInt(3);
+    EXPECT_FALSE(object.isDefault());
+    a->setInt(3);
+    EXPECT_TRUE(object.reset());
+    EXPECT_TRUE(a->isDefault() && b->isDefault());
+}
+
+TEST_F(InputValues, Object_WithAReadOnlyMember_IsNotReset) {
+    Input& object = create(AttrType::Object);
+    AttrData data = AttrData::withDefault(i64(4));
+    data.value = Value(i64(5));
+    data.readOnly = true;
+    IInput* fixed = object.createInput("fixed", std::move(data));
+    IInput* free = object.createInput("free", AttrType::Int);
+    free->setInt(3);
+    const LogCapture log;
+    EXPECT_FALSE(object.reset());
+    EXPECT_EQ(static_cast<Input*>(fixed)->value(), Value(5));
+    EXPECT_TRUE(free->isDefault());
+}
+
+TEST_F(InputValues, ArraysAndObjects_KeepNothingAside) {
+    auto& array = static_cast<Input&>(*m_node->createArray("array", AttrType::Int));
+    Input& object = create(AttrType::Object);
+    array.stash();
+    object.stash();
+    EXPECT_EQ(array.stashed(), nullptr);
+    EXPECT_EQ(object.stashed(), nullptr);
 }
 
 TEST_F(InputValues, Buffer_OfAnotherElementType_IsRefused) {
@@ -259,6 +377,10 @@ TEST_F(InputValues, LabelsHelpsAndUnit_ComeFromTheDescription) {
     EXPECT_TRUE(input.help("fr").isEmpty());
 }
 
+TEST_F(InputValues, Label_WithoutTexts_IsTheNameInTitleCase) {
+    EXPECT_STREQ(m_node->createInput("useHDR", AttrType::Bool)->label("en").buf(), "UseHDR");
+}
+
 TEST_F(InputValues, Stash_KeepsTheFirstValueUntilUnstashed) {
     Input& input = create(AttrType::Int);
     ASSERT_TRUE(input.setInt(1));
@@ -280,6 +402,17 @@ TEST_F(InputValues, Stash_IsClonedWithTheInput) {
     const auto copy = RefersTo<IInput>::adopt(input.clone(m_node, nullptr));
     ASSERT_NE(static_cast<Input&>(*copy).stashed(), nullptr);
     EXPECT_EQ(*static_cast<Input&>(*copy).stashed(), Value(0));
+}
+
+TEST_F(InputValues, StashedLink_IsClearedWhenItsSceneEnds) {
+    const RefersTo<INode> holder(m_node), target(m_scene->createNode("thing", "target"));
+    Input& link = create(AttrType::Node);
+    ASSERT_TRUE(link.setNode(target.get()));
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    m_scene.reset();
+    ASSERT_NE(link.stashed(), nullptr);
+    EXPECT_EQ(link.stashed()->asNode(), nullptr);
 }
 
 TEST_F(InputValues, Flags_AreClonedWithTheInput) {

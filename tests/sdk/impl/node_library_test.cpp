@@ -113,6 +113,23 @@ TEST_F(NodeLibrary, CompleteSet_IsBoundAndCalled) {
     EXPECT_EQ(m_node.data(), nullptr);
 }
 
+// Lets go of the node, and notes whether it was still there afterwards.
+i64 nodesAfterInit = 0;
+bool dropInInit(INode* node, void**) {
+    node->decRef();
+    nodesAfterInit = impl_nodeInstanceCount();
+    return true;
+}
+
+TEST_F(NodeLibrary, InitThatDropsTheLastReference_LeavesTheNodeUntilItReturns) {
+    const i64 before = impl_nodeInstanceCount();
+    auto* node = new Node(nullptr, "mesh", "mortal");
+    probe(*node).nodeInit() = dropInInit;
+    EXPECT_TRUE(node->nodeInit());
+    EXPECT_EQ(nodesAfterInit, before + 1);
+    EXPECT_EQ(impl_nodeInstanceCount(), before);
+}
+
 TEST_F(NodeLibrary, Results_AreHandedOn) {
     m_library->setCallbacks("mesh", Calls<0>::all);
     EXPECT_TRUE(m_node.initLibInfo(m_library.get()));

@@ -80,6 +80,15 @@ TEST_F(OutputTest, SetValue_ConvertsOrRefuses) {
     EXPECT_EQ(real->value(), Value(3.0));
 }
 
+TEST_F(OutputTest, BufferOutput_RefusesAnotherElementType) {
+    auto* buffer = static_cast<Output*>(m_plain.createOutput("samples", DataType::Float));
+    const float samples[] = {1, 2};
+    const double others[] = {1, 2, 3};
+    EXPECT_TRUE(buffer->setValue(Value(Buffer(DataType::Float, samples, 2))));
+    EXPECT_FALSE(buffer->setValue(Value(Buffer(DataType::Double, others, 3))));
+    EXPECT_EQ(buffer->value(), Value(Buffer(DataType::Float, samples, 2)));
+}
+
 TEST_F(OutputTest, NullKind_TakesNoValue) {
     auto* null = static_cast<Output*>(m_plain.createOutput("n", AttrType::Null));
     EXPECT_FALSE(null->setValue(Value()));
@@ -113,6 +122,20 @@ TEST_F(OutputTest, Evaluation_ThatFailsUpstream_Fails) {
     Node* b = makeNode("adder", "b");
     b->input(String("in"))->connect(m_plain.createOutput("size", AttrType::Real));
     EXPECT_TRUE(out(b)->evaluate(nullptr).isNull());
+}
+
+TEST_F(OutputTest, CallbackThatWritesNothing_GivesTheZeroOfTheKind) {
+    const auto writeNothing = [](EvalCtx*, void*) { return true; };
+    m_library->setCallbacks("idler", {nullptr, nullptr, writeNothing, modifies, nullptr, nullptr});
+    Node* node = makeNode("idler", "idler");
+    for (const AttrType type :
+         {AttrType::Bool, AttrType::Int, AttrType::UInt, AttrType::Real, AttrType::Vec3,
+          AttrType::Pos3, AttrType::Mat3, AttrType::Mat4, AttrType::String}) {
+        auto* output = static_cast<Output*>(node->createOutput(attrTypeName(type), type));
+        EXPECT_EQ(output->evaluate(nullptr), Value::zero(type)) << attrTypeName(type);
+    }
+    auto* buffer = static_cast<Output*>(node->createOutput("samples", DataType::Float));
+    EXPECT_EQ(buffer->evaluate(nullptr), Value(Buffer(DataType::Float, 0)));
 }
 
 TEST_F(OutputTest, EndlessEvaluation_IsAnErrorLineWithItsPath) {

@@ -167,6 +167,43 @@ TEST(SceneRulesOfTypes, UnknownTypes_AreTold) {
         "were not checked.");
 }
 
+TEST(SceneRulesOfTypes, UnknownAttributes_AreTold) {
+    EXPECT_EQ(found(sceneWithTypes("node box \"a\" {\n Real sice = 1\n Object shade {\n"
+                                   " Real more = 1\n }\n Object _meta {\n Real any = 1\n }\n"
+                                   " Object own {\n Real inside = 1\n }\n output Real other\n}\n")),
+              "unknown-attribute: a.sice: input 'a.sice': type 'box' does not define it: did you "
+              "mean 'size'?\n"
+              "unknown-attribute: a.own: input 'a.own': type 'box' does not define it; it was not "
+              "checked.\n"
+              "unknown-attribute: a.shade.more: input 'a.shade.more': type 'box' does not define "
+              "it; it was not checked.\n"
+              "unknown-attribute: a.other: output 'a.other': type 'box' does not define it; it was "
+              "not checked.\n"
+              "unused-node: a: node 'a': nothing reads its outputs or links to it.");
+}
+
+TEST(SceneRulesOfTypes, ScenesWithoutLibraries_LackTypesOnRequest) {
+    const Findings findings =
+        validate(tests::sceneOf("node bx \"a\" {\n}\n"), {.needsTypes = true});
+    ASSERT_EQ(findings.size(), 1u);
+    EXPECT_STREQ(findings[0].rule->id, "unknown-type");
+    EXPECT_TRUE(passes(findings));
+    EXPECT_FALSE(passes(findings, true));
+}
+
+TEST(SceneRulesOfTypes, WarningsAndWhatIsUnchecked_PassUnlessStrict) {
+    const auto expectPasses = [](const char* text, bool isGood, bool isStrictlyGood) {
+        const Findings findings = validate(sceneWithTypes(text));
+        EXPECT_EQ(passes(findings), isGood) << text;
+        EXPECT_EQ(passes(findings, true), isStrictlyGood) << text;
+    };
+    expectPasses("node box \"a\" {\n}\n", true, true);
+    expectPasses("node box \"a\" {\n Real mine = 1\n}\n", true, false);
+    expectPasses("node box \"a\" {\n Array<Node> children = [null]\n}\n", true, false);
+    expectPasses("node zebra \"a\" {\n}\n", true, false);
+    expectPasses("node object \"a\" {\n}\n", false, false);
+}
+
 TEST(SceneRulesOfTypes, AbstractType_IsTold) {
     EXPECT_EQ(found(sceneWithTypes("node object \"a\" {\n}\n")),
               "abstract-type: a: node 'a' is of type 'object', which is only a base of others.");

@@ -224,6 +224,30 @@ TEST_F(UndoTest, ManyInputs_AreFoundByNameAfterwards) {
         EXPECT_EQ(wood.input(String::format("i%d", i)), wood.input(static_cast<u64>(i) + 1));
 }
 
+TEST_F(UndoTest, Stash_DoneAgain_KeepsTheValue) {
+    auto& spare = static_cast<Input&>(input("lamp.spare"));
+    spare.setReal(3);
+    spare.stash();
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(spare.stashed(), nullptr);
+    EXPECT_TRUE(m_scene.redo());
+    ASSERT_NE(spare.stashed(), nullptr);
+    EXPECT_EQ(*spare.stashed(), Value(3.0));
+}
+
+TEST_F(UndoTest, Unstash_TakenBack_KeepsTheValueAside) {
+    auto& spare = static_cast<Input&>(input("lamp.spare"));
+    spare.setReal(3);
+    spare.stash();
+    spare.setReal(4);
+    EXPECT_TRUE(spare.unstash());
+    EXPECT_EQ(spare.stashed(), nullptr);
+    while (!spare.stashed() && m_scene.undo()) {
+    }
+    ASSERT_NE(spare.stashed(), nullptr);
+    EXPECT_EQ(*spare.stashed(), Value(3.0));
+}
+
 // Hears what happens to one node.
 struct Heard : NodeObserver {
     void nodeRemoved() override { told += "removed "; }
@@ -366,6 +390,45 @@ TEST_F(UndoTest, NodeThatIsOut_KeepsNothingInTheSceneAlive) {
     m_scene = kelvo_sdk::Scene();
     EXPECT_EQ(desk->scene(), nullptr);
     EXPECT_EQ(desk->inputCount(), 3u);
+}
+
+TEST_F(UndoTest, RemovedInputWithALinkKeptAside_ComesBackWithIt) {
+    auto& link = static_cast<Input&>(*node("room").createInput("link", AttrType::Node));
+    link.setNode(&node("desk"));
+    link.stash();
+    link.setNode(nullptr);
+    EXPECT_TRUE(node("room").removeInput("link"));
+    EXPECT_TRUE(m_scene.undo());
+    ASSERT_NE(link.stashed(), nullptr);
+    EXPECT_EQ(link.stashed()->asNode(), &node("desk"));
+}
+
+TEST_F(UndoTest, MembersConnectedAheadOfOthers_ComeBackInTheirPlaces) {
+    interfaces::IOutput* out = node("wood").createOutput("fresh", AttrType::Real);
+    interfaces::IInput* object = node("room").createInput("held", AttrType::Object);
+    for (const char* name : {"a", "b"})
+        object->createInput(name, AttrType::Real)->connect(out);
+    node("room").createInput("later", AttrType::Real)->connect(out);
+    const std::string before = state();
+    EXPECT_TRUE(node("room").removeInput("held"));
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(state(), before);
+}
+
+TEST_F(UndoTest, MoveOfAnElementThatIsGone_IsPassedOver) {
+    Node& wood = node("wood");
+    const kelvo_sdk::Node held(&wood);
+    interfaces::IInput* numbers = wood.createArray("numbers", AttrType::Int);
+    for (int i = 0; i < 3; ++i)
+        numbers->appendElement()->setInt(i);
+    EXPECT_TRUE(numbers->moveElement(0, 2));
+    m_scene.removeNode(held);
+    // Out of the scene: nobody records it.
+    EXPECT_TRUE(numbers->removeInput(u64(2)));
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(numbers->inputCount(), 2u);
+    EXPECT_EQ(static_cast<const Input*>(numbers->input(u64(0)))->value(), Value(1));
 }
 
 TEST_F(UndoTest, RemovedLink_DoesNotDangle) {

@@ -3,6 +3,7 @@
 #include "sdk/kelvo.h"
 #include "sdk/library_entry.h"
 
+#include <atomic>
 #include <stdexcept>
 
 namespace {
@@ -15,7 +16,7 @@ constexpr int wrongVersion = 1, throwingEntry = 2, nullEntry = 3, nullLibrary = 
               throwingLibrary = 5, otherCore = 6, noCreate = 7, throwingPath = 8, inText = 9,
               brokenText = 10, throwingLookUp = 11, throwingEval = 12;
 
-int s_alive = 0;
+std::atomic<int> s_alive = 0;
 
 bool init(INode*, void** data) {
     ++s_alive;

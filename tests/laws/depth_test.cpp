@@ -1,0 +1,264 @@
+// No walk recurses with the depth of inputs: trees deeper than any text are edited on a small
+// stack.
+#include "sdk/impl/node.h"
+#include "sdk/impl/scene.h"
+#include "sdk/node.h"
+#include "sdk/scene.h"
+#include "sdk/scene_diff.h"
+#include "sdk/validation.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/small_stack.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+using interfaces::IInput;
+
+constexpr u64 smallStack = 128 * 1024;
+constexpr u64 manyLevels = 100'000;
+
+enum class Nesting { Objects, Arrays, Both };
+
+// Returns the input below `holder`, which it makes.
+IInput* nextLevel(IInput& holder, Nesting nesting) {
+    if (holder.type() == AttrType::Object)
+        return nesting == Nesting::Both ? holder.createArray("list", AttrType::Object)
+                                        : holder.createInput("object", AttrType::Object);
+    return nesting == Nesting::Both ? holder.appendElement()
+                                    : holder.createArray("0", AttrType::Array);
+}
+
+Input makeNested(const Node& node, u64 levels, Nesting nesting) {
+    const Input outermost = nesting == Nesting::Arrays
+                                ? node.createArray("outer", AttrType::Array)
+                                : node.createInput("outer", AttrType::Object);
+    IInput* input = outermost.get();
+    for (u64 level = 1; level < levels; ++level)
+        input = nextLevel(*input, nesting);
+    return outermost;
+}
+
+u64 levelsOf(const Input& outermost) {
+    u64 levels = 1;
+    const IInput* input = outermost.get();
+    for (; input->inputCount() != 0; ++levels)
+        input = input->input(u64(0));
+    return levels;
+}
+
+class Depth : public testing::TestWithParam<Nesting> {
+protected:
+    Depth() { m_scene.setUndoEnabled(true); }
+    ~Depth() override {
+        tests::runOnSmallStack([this] { drop(); }, smallStack);
+    }
+    void make() {
+        const Scene::UndoScope scope(m_scene, "Nest", "Take back");
+        makeNested(m_node, manyLevels, GetParam());
+    }
+    void drop() {
+        m_node = Node();
+        m_scene = Scene();
+    }
+    [[nodiscard]] Input outermost() const { return m_scene["node1"]["outer"]; }
+    void expectWhole(const char* when) const {
+        EXPECT_EQ(levelsOf(outermost()), manyLevels) << when;
+        EXPECT_TRUE(m_scene.verify().empty()) << when;
+    }
+
+    const tests::LogCapture m_log;
+    Scene m_scene = Scene::create();
+    Node m_node = m_scene.createNode("t", "node1");
+};
+
+TEST_P(Depth, Making_IsUndoneAndRedone) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            EXPECT_TRUE(m_scene.undo());
+            EXPECT_EQ(m_node.inputCount(), 0u);
+            EXPECT_TRUE(m_scene.redo());
+            expectWhole("done again");
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Removal_IsUndoneAndRedone) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            EXPECT_TRUE(m_node.removeInput("outer"));
+            EXPECT_TRUE(m_scene.undo());
+            expectWhole("taken back");
+            EXPECT_TRUE(m_scene.redo());
+            EXPECT_EQ(m_node.inputCount(), 0u);
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Copies_AreWhole) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            const Node copy = m_node.clone();
+            EXPECT_EQ(levelsOf(copy["outer"]), manyLevels);
+            EXPECT_EQ(copy["outer"]->hash({}), outermost()->hash({}));
+            EXPECT_TRUE(m_node.clone(true));
+            EXPECT_TRUE(m_scene.undo());
+            expectWhole("beside copies");
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Conversion_KeepsAllLevels_AndIsUndone) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            Misfits misfits;
+            EXPECT_TRUE(m_node.convertTo("other", &misfits));
+            EXPECT_TRUE(misfits.empty());
+            expectWhole("converted");
+            EXPECT_TRUE(m_scene.undo());
+            expectWhole("taken back");
+        },
+        smallStack);
+}
+
+TEST_P(Depth, NodesWithIt_AreRemovedAndComeBack) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            EXPECT_TRUE(m_scene.removeNode(m_node));
+            EXPECT_TRUE(m_scene.undo());
+            m_scene->clear();
+            EXPECT_TRUE(m_scene.undo());
+            expectWhole("back");
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Questions_AreAnswered) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            EXPECT_EQ(outermost().isDefault(), GetParam() == Nesting::Objects);
+            EXPECT_NE(m_node.hash(), 0u);
+            EXPECT_TRUE(m_node.dirty());
+            EXPECT_TRUE(m_node.dependencies().empty());
+            EXPECT_FALSE(m_node->findInput("outer.nothing"));
+            EXPECT_TRUE(m_node.inputAt("outer"));
+            EXPECT_EQ(outermost().asString(), "");
+            EXPECT_TRUE(outermost().reset());
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Text_IsWritten_InProportion) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            EXPECT_GT(m_node->serialize(true, false).size(), manyLevels);
+            EXPECT_LT(m_node->serialize(true, false).size(), manyLevels * 64);
+            EXPECT_LT(m_node->serialize(false, true).size(), manyLevels * 64);
+            EXPECT_FALSE(m_node->htmlHelp(true, "").isEmpty());
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Comparison_SaysThatItIsTooDeep) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            String error;
+            EXPECT_TRUE(SceneDiff::between(m_scene, m_scene, {}, &error).isEmpty());
+            EXPECT_EQ(error, "a scene is nested too deep to be compared.");
+            std::vector<MergeConflict> conflicts;
+            EXPECT_FALSE(
+                mergeScenes(m_scene, m_scene, m_scene, {}, Scene::create(), conflicts, error));
+            EXPECT_EQ(error, "a scene is nested too deep to be compared.");
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Validation_FindsNothing) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            EXPECT_TRUE(validate(m_scene).empty());
+        },
+        smallStack);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Depth,
+                         testing::Values(Nesting::Objects, Nesting::Arrays, Nesting::Both));
+
+// ---- Ends ----------------------------------------------------------------------------------
+
+TEST(DepthEnds, AMillionLevels_End) {
+    tests::runOnSmallStack(
+        [] {
+            Scene scene = Scene::create();
+            makeNested(scene.createNode("t", "node1"), 1'000'000, Nesting::Objects);
+            scene = Scene();
+        },
+        smallStack);
+    EXPECT_EQ(impl_nodeInstanceCount(), 0);
+}
+
+// A handle keeps what is below it, however much of that has been let go of.
+TEST(DepthEnds, HandleInTheMiddle_KeepsWhatIsBelow) {
+    tests::runOnSmallStack(
+        [] {
+            Scene scene = Scene::create();
+            Input middle = makeNested(scene.createNode("t", "node1"), 1000, Nesting::Objects);
+            for (int i = 0; i < 400; ++i)
+                middle = middle.input(0);
+            scene = Scene();
+            EXPECT_EQ(middle.node(), nullptr);
+            EXPECT_EQ(middle->parent(), nullptr);
+            EXPECT_EQ(levelsOf(middle), 600u);
+            EXPECT_EQ(middle.input(0).node(), nullptr);
+        },
+        smallStack);
+}
+
+TEST(DepthEnds, HandlesOnAllLevels_DropFromTheOutermostOn) {
+    tests::runOnSmallStack(
+        [] {
+            Scene scene = Scene::create();
+            std::vector<Input> levels{
+                scene.createNode("t", "node1").createInput("outer", AttrType::Object)};
+            while (levels.size() < manyLevels)
+                levels.push_back(levels.back().createInput("object", AttrType::Object));
+            scene = Scene();
+            for (Input& level : levels)
+                level = Input();
+        },
+        smallStack);
+    EXPECT_EQ(impl_nodeInstanceCount(), 0);
+}
+
+// Connections and links below what ends do not outlive it.
+TEST(DepthEnds, TiesOfWhatEnds_AreGone) {
+    const Scene scene = Scene::create();
+    const Node source = scene.createNode("t", "source");
+    const Output output = source.createOutput("result", AttrType::Real);
+    Node node = scene.createNode("t", "node1");
+    const Input holder = makeNested(node, 50, Nesting::Objects);
+    Input kept = holder.createInput("value", AttrType::Real);
+    kept.connect(output);
+    holder.createInput("link", AttrType::Node).set(source);
+    scene.removeNode(node);
+    node = Node();
+    EXPECT_EQ(output.targetCount(), 0u);
+    EXPECT_FALSE(kept.source());
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk

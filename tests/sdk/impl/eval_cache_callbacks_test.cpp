@@ -1,0 +1,75 @@
+// Results kept by a scene while callbacks change what they go by.
+
+#include "sdk/eval_ctx.h"
+#include "sdk/impl/input.h"
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/node.h"
+#include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+int asked = 0;
+
+// Changes an input and restores it.
+bool changeAndRestore(EvalCtx* ctx, void* out) {
+    ++asked;
+    IInput* input = ctx->node()->input(String("in"));
+    input->setReal(5);
+    input->setReal(0);
+    *static_cast<double*>(out) = 1;
+    return true;
+}
+
+bool modifies(INode*, INode*) {
+    return false;
+}
+
+bool freeNothing(INode*, void**) {
+    return true;
+}
+
+class EvalCacheCallbacks : public testing::Test {
+protected:
+    EvalCacheCallbacks() {
+        m_library->setCallbacks(
+            "thing", {nullptr, nullptr, changeAndRestore, modifies, freeNothing, nullptr});
+        m_node->createInput("in", AttrType::Real);
+        EXPECT_TRUE(m_node->initLibInfo(m_library.get()));
+    }
+    // Evaluates, and returns how many callbacks that asked.
+    int calls() {
+        asked = 0;
+        EXPECT_EQ(m_out.evaluate(nullptr), Value(1.0));
+        return asked;
+    }
+
+    RefersTo<LibInfo> m_library = RefersTo<LibInfo>::adopt(new LibInfo);
+    RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
+    Node* m_node = static_cast<Node*>(m_scene->createNode("thing", "n"));
+    Output& m_out = static_cast<Output&>(*m_node->createOutput("out", AttrType::Real));
+};
+
+TEST_F(EvalCacheCallbacks, DataThatWasFreed_IsAskedForAgain) {
+    m_scene->setEvalCache(1 << 20, false);
+    EXPECT_EQ(calls(), 1);
+    EXPECT_EQ(calls(), 0);
+    EXPECT_TRUE(m_node->nodeFree());
+    EXPECT_EQ(calls(), 1);
+}
+
+TEST_F(EvalCacheCallbacks, CheckedResultWhoseCallbackRestoredAnInput_IsKeptInItsPlace) {
+    m_scene->setEvalCache(1 << 20, true);
+    EXPECT_EQ(calls(), 2);
+    const interfaces::EvalCacheFigures before = m_scene->evalCacheFigures();
+    EXPECT_EQ(calls(), 1);
+    EXPECT_EQ(m_scene->evalCacheFigures().entries, before.entries);
+    EXPECT_EQ(m_scene->evalCacheFigures().bytes, before.bytes);
+    EXPECT_EQ(calls(), 1);
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,126 @@
+#!/usr/bin/env python3
+"""Tells which small faults in the library no test finds.
+
+mutants.py --tree TREE --build BUILD [FILE...]
+
+TREE holds the sources, BUILD what they were built into, with the tests. Without a FILE the sources
+of the core are meant. Exit status 0 when the share killed is at least what was asked for, 1 when it
+is less, 2 when the call is wrong."""
+import argparse
+import collections
+import concurrent.futures
+import pathlib
+import random
+import sys
+
+import equivalents
+import mutations
+import trial
+
+CORE = ("base/*.cpp", "base/*.h", "sdk/input*.*", "sdk/output.h", "sdk/node*.*",
+        "sdk/impl/node*.cpp", "sdk/impl/input*.cpp", "sdk/impl/output*.cpp")
+EQUIVALENT = "tests/mutants_equivalent.txt"
+
+
+def arguments(words):
+    parser = argparse.ArgumentParser(prog="scripts/mutants", description=__doc__.splitlines()[0])
+    parser.add_argument("--sample", type=int, default=300, help="how many mutants, 0 for all")
+    parser.add_argument("--seed", type=int, default=1, help="which sample")
+    parser.add_argument("--at-least", type=float, default=98, help="per cent to be killed")
+    parser.add_argument("--jobs", type=int, default=2, choices=(1, 2), help="mutants at a time")
+    parser.add_argument("--report", type=pathlib.Path, help="a file that gets the result as well")
+    parser.add_argument("--tree", type=pathlib.Path, required=True, help="the sources")
+    parser.add_argument("--build", type=pathlib.Path, required=True, help="they and tests, built")
+    parser.add_argument("files", nargs="*", metavar="FILE")
+    return parser.parse_intermixed_args(words)
+
+
+def sources(tree, files):
+    """The sources to mutate, by their paths from the root of the tree."""
+    if not files:
+        return sorted({str(path.relative_to(tree)) for glob in CORE for path in tree.glob(glob)})
+    return sorted(set(files))
+
+
+def sample(mutants, count, seed):
+    """`count` of the mutants, 0 for all, the same for the same seed, in their order."""
+    if count == 0 or count >= len(mutants):
+        return mutants
+    chosen = random.Random(seed).sample(range(len(mutants)), count)
+    return [mutants[index] for index in sorted(chosen)]
+
+
+def summary(outcomes):
+    """The closing lines, and the share killed of those that a test can find."""
+    counts = collections.Counter(outcomes)
+    meant = counts["killed"] + counts["survived"]
+    share = 100 * counts["killed"] / meant if meant else 0
+    parts = ", ".join(f"{counts[name]} {name}"
+                      for name in ("killed", "survived", "equivalent", "not compiled"))
+    closing = f"{share:.1f} % killed of {meant} that tests can find"
+    return f"{len(outcomes)} mutants: {parts}\n{closing}", share
+
+
+class Run:
+    def __init__(self, trials, texts, known):
+        self.trials, self.texts, self.known = trials, texts, known
+
+    def judge(self, mutant):
+        text = self.texts[mutant.file]
+        if equivalents.key(mutant, text) in self.known:
+            return "equivalent", ""
+        return self.trials.try_mutant(mutant, text)
+
+    def all(self, mutants, jobs):
+        """Judges all; returns (mutant, outcome) in their order, and says each as it ends."""
+        outcomes = []
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            for mutant, (outcome, by) in zip(mutants, pool.map(self.judge, mutants)):
+                outcomes.append((mutant, outcome))
+                place = f"{mutant.file}:{mutant.line(self.texts[mutant.file])}"
+                print(f"{len(outcomes)}/{len(mutants)} {outcome} {place} {by}", flush=True)
+        return outcomes
+
+    def survivors(self, outcomes):
+        for mutant, outcome in outcomes:
+            if outcome == "survived":
+                text = self.texts[mutant.file]
+                yield (f"{mutant.file}:{mutant.line(text)}: {mutant.operator}\n"
+                       f"    - {mutant.before(text)}\n    + {mutant.after(text)}")
+
+
+def start(options):
+    """Returns what a run needs; ValueError says what is wrong with the call."""
+    tree = options.tree.resolve()
+    listed = tree / EQUIVALENT
+    known = equivalents.read(listed.read_text()) if listed.exists() else {}
+    trials = trial.Trials(tree, options.build.resolve(), options.build.resolve() / "mutants")
+    files = sources(tree, options.files)
+    for file in files:
+        if not trials.knows(file):
+            raise ValueError(f"{file} is no source of the library")
+    print("measuring the tests", flush=True)
+    trials.measure()
+    return trials, {file: (tree / file).read_text() for file in files}, known
+
+
+def main(words):
+    options = arguments(words)
+    try:
+        trials, texts, known = start(options)
+    except (ValueError, trial.Broken) as error:
+        print(error, file=sys.stderr)
+        return 2
+    found = [mutant for file, text in texts.items() for mutant in mutations.mutants_of(file, text)]
+    run = Run(trials, texts, known)
+    outcomes = run.all(sample(found, options.sample, options.seed), options.jobs)
+    lines, share = summary([outcome for _, outcome in outcomes])
+    report = "\n".join([*run.survivors(outcomes), lines])
+    print(report)
+    if options.report:
+        options.report.write_text(report + "\n")
+    return 0 if share >= options.at_least else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,235 @@
+"""Tries mutants: compiles the one file, links it into the test programs and runs these.
+
+Nothing is written but below the folder given for it, so mutants can be tried at the same time, and
+the sources stay as they are."""
+import collections
+import dataclasses
+import json
+import pathlib
+import re
+import resource
+import shlex
+import subprocess
+import tempfile
+
+LIBRARY = "libkelvo_sdk.a"
+SEEN = re.compile(r"\[       OK \] ([\w/.]+)(?:, where .*)? \((\d+) ms\)")
+# Suites slower than this in all run after the others.
+SLOW_MS = 300
+MEMORY = 6 << 30
+
+
+class Broken(Exception):
+    """The tests fail, or do not build, without any mutant."""
+
+
+class NotCompiled(Exception):
+    """The mutant does not compile or link, and why."""
+
+
+class Program:
+    """A test program: how it is linked, its suites with the milliseconds that they take."""
+
+    def __init__(self, build, name, path):
+        self.name = name
+        self.path = build / path
+        commands = subprocess.run(["ninja", "-C", build, "-t", "commands", path], check=True,
+                                  capture_output=True, text=True).stdout
+        link = commands.strip().splitlines()[-1].removeprefix(": && ").removesuffix(" && :")
+        self.link = shlex.split(link)
+        self.suites = {}
+
+    def measure(self, build):
+        run = subprocess.run([self.path], cwd=build, capture_output=True, text=True,
+                             errors="replace")
+        if run.returncode != 0:
+            raise Broken(f"{self.name} fails without a mutant")
+        for test, took in SEEN.findall(run.stdout):
+            suite = test.split(".")[0]
+            self.suites[suite] = self.suites.get(suite, 0) + int(took)
+
+    def link_command(self, objects, replaced, output):
+        """Links objects first: an inline function is taken from where it is met first, and the
+        library gives nothing that is there already."""
+        command = [word for word in self.link if word not in replaced]
+        command[command.index("-o") + 1] = str(output)
+        first = next(at for at, word in enumerate(command) if word.endswith(".o"))
+        return command[:first] + [str(made) for made in objects] + command[first:]
+
+
+def programs_of(build):
+    """The GoogleTest programs of the build, but for those with the shared library."""
+    listed = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True,
+                            capture_output=True, text=True).stdout
+    found = []
+    for test in json.loads(listed)["tests"]:
+        command = test.get("command", [])
+        if "--gtest_brief=1" in command and not test["name"].endswith("_shared"):
+            path = str(pathlib.Path(command[0]).relative_to(build))
+            program = Program(build, test["name"], path)
+            if LIBRARY in program.link:
+                found.append(program)
+    return found
+
+
+def mirror_tests(tree, file):
+    """The tests whose names begin with that of a source, else with its beginning, up to a '_'.
+    The shortest name comes first."""
+    stem = pathlib.PurePath(file).with_suffix("")
+    folder, name = tree / "tests" / stem.parent, stem.name
+    while name:
+        if tests := list(folder.glob(f"{name}*_test.cpp")):
+            return sorted(tests, key=lambda test: (len(test.name), test.name))
+        name = name.rpartition("_")[0]
+    return []
+
+
+def suites_of(tests):
+    suite = re.compile(r"^(?:TYPED_)?TEST(?:_F|_P)?\((\w+),", re.M)
+    return {name for test in tests for name in suite.findall(test.read_text())}
+
+
+@dataclasses.dataclass(frozen=True)
+class Round:
+    """Suites of one program that run together, and how long they take without a mutant."""
+    program: Program
+    names: str
+    seconds: float
+
+    @staticmethod
+    def of(program, suites):
+        took = sum(program.suites[suite] for suite in suites)
+        return Round(program, ":".join(f"{suite}.*" for suite in suites), took / 1000)
+
+
+class Trials:
+    def __init__(self, tree, build, scratch):
+        self.tree, self.build, self.scratch = tree, build, scratch
+        compiled = subprocess.run(["ninja", "-C", build, "-t", "compdb"], check=True,
+                                  capture_output=True, text=True).stdout
+        self.compile_commands = {
+            str(pathlib.Path(entry["file"]).relative_to(tree)): entry["command"]
+            for entry in json.loads(compiled)
+            if "/" in entry["file"] and entry["file"].startswith(f"{tree}/")}
+        self.any_test = next(file for file in self.compile_commands if file.startswith("tests/"))
+        self.programs = programs_of(build)
+        if not self.programs:
+            raise Broken("the build has no test programs")
+
+    def measure(self):
+        """Runs the tests without a mutant, those of programs built since the last time."""
+        kept = self.scratch / "measured.json"
+        known = json.loads(kept.read_text()) if kept.exists() else {}
+        for program in self.programs:
+            built = program.path.stat().st_mtime_ns
+            if known.get(program.name, {}).get("built") != built:
+                program.measure(self.build)
+                known[program.name] = {"built": built, "suites": program.suites}
+            program.suites = known[program.name]["suites"]
+        self.scratch.mkdir(exist_ok=True)
+        kept.write_text(json.dumps(known))
+
+    def knows(self, file):
+        is_header = file.endswith(".h") and (self.tree / file).exists()
+        return is_header or file in self.compile_commands
+
+    def rounds(self, file):
+        """The rounds in their order: the mirror's suites, the quick ones, the slow."""
+        mirror = suites_of(mirror_tests(self.tree, file))
+        first, quick, slow = [], [], []
+        for program in self.programs:
+            parts = collections.defaultdict(list)
+            for suite, took in program.suites.items():
+                into = (first if set(suite.split("/")) & mirror
+                        else quick if took <= SLOW_MS else slow)
+                parts[id(into)].append(suite)
+            for rounds in (first, quick, slow):
+                if suites := parts[id(rounds)]:
+                    rounds.append(Round.of(program, suites))
+        mirrored = {round.program.name for round in first}
+        quick.sort(key=lambda round: round.program.name not in mirrored)
+        slow.sort(key=lambda round: round.seconds)
+        return first + quick + slow
+
+    def try_mutant(self, mutant, text):
+        """Returns ("killed", by), ("survived", ""), or ("not compiled", first error)."""
+        with tempfile.TemporaryDirectory(dir=self.scratch) as folder:
+            return self.judge(mutant, text, pathlib.Path(folder))
+
+    def judge(self, mutant, text, folder):
+        changed = folder / "changed"
+        (changed / mutant.file).parent.mkdir(parents=True)
+        (changed / mutant.file).write_text(mutant.apply(text))
+        try:
+            objects, replaced = self.compile(mutant.file, changed, folder)
+            for round in self.rounds(mutant.file):
+                binary = folder / round.program.name
+                if not binary.exists():
+                    must(round.program.link_command(objects, replaced, binary), self.build)
+                if by := run(round, binary, folder):
+                    return "killed", by
+        except NotCompiled as error:
+            return "not compiled", str(error)
+        return "survived", ""
+
+    def compile(self, file, changed, folder):
+        """Returns the objects that the mutant changes, and those of the tests that they replace."""
+        if not file.endswith(".h"):
+            return [self.compile_one(file, changed / file, changed, folder / "0.o")], set()
+        # Of a header: all its functions, as far as they are no templates, and the mirror test.
+        whole = folder / "header.cpp"
+        whole.write_text(f'#include "{file}"\n')
+        tests = [str(test.relative_to(self.tree)) for test in mirror_tests(self.tree, file)[:1]]
+        like = tests[0] if tests else self.any_test
+        objects = [self.compile_one(like, whole, changed, folder / "0.o",
+                                    "-fkeep-inline-functions")]
+        objects += [self.compile_one(test, self.tree / test, changed, folder / "1.o")
+                    for test in tests]
+        return objects, {self.object_of(test) for test in tests}
+
+    def object_of(self, source):
+        command = shlex.split(self.compile_commands[source])
+        return command[command.index("-o") + 1]
+
+    def compile_one(self, like, source, changed, made, *flags):
+        """Compiles as another source is; headers are looked for where the changed one is first."""
+        command = shlex.split(self.compile_commands[like])
+        for flag, value in (("-o", made), ("-MF", f"{made}.d"), ("-c", source)):
+            command[command.index(flag) + 1] = str(value)
+        # A mutant that only warns, as of a variable that nothing uses any more, counts.
+        command = [word for word in command if word != "-Werror" and not word.endswith("ccache")]
+        must([command[0], "-I", str(changed), *command[1:], "-w", *flags], self.build)
+        return made
+
+
+def must(command, folder):
+    done = subprocess.run(command, cwd=folder, capture_output=True, text=True)
+    if done.returncode != 0:
+        found = re.search(r"error: (.*)", done.stderr)
+        raise NotCompiled(found[1] if found else done.stderr.strip()[:100])
+
+
+def run(round, binary, folder):
+    """Returns the test or the end that killed the mutant, "" when all passed."""
+    flags = folder / "flags"
+    flags.write_text(f"--gtest_filter={round.names}\n")
+    command = [binary, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_flagfile={flags}"]
+    # Busy loops run into the limit of the processor's time; what sleeps for ever into the other,
+    # which is long, as the machine may have other work.
+    allowed = int(3 + 4 * round.seconds)
+    name = round.program.name
+    try:
+        done = subprocess.run(command, cwd=folder, timeout=60 + 10 * allowed, capture_output=True,
+                              text=True, errors="replace", preexec_fn=lambda: limit(allowed))
+    except subprocess.TimeoutExpired:
+        return f"{name}: out of time"
+    if done.returncode == 0:
+        return ""
+    failed = re.search(r"^\[  FAILED  \] ([\w/.]+)", done.stdout, re.M)
+    return failed[1] if failed else f"{name}: ended with status {done.returncode}"
+
+
+def limit(seconds):
+    resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 1))
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
