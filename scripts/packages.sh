@@ -7,7 +7,9 @@ job_packages=(assimp-testmodels)
 # llvm has the program that names the functions in what a sanitizer reports; without these names the
 # leaks of other libraries are not excused.
 test_packages=(clang libclang-rt-14-dev llvm clang-format git python3 pkg-config libgtest-dev
-    librsvg2-bin graphviz binutils chromium)
+    librsvg2-bin graphviz binutils chromium abigail-tools)
+fuzz_packages=(clang libclang-rt-14-dev llvm)
+abi_packages=(clang abigail-tools git python3)
 bench_packages=(libbenchmark-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
 mutant_packages=(lld)

@@ -17,12 +17,24 @@ String conflictUpTo(u64 line) {
                           static_cast<unsigned long long>(line));
 }
 
+// Names may hold line breaks, and messages name them.
+String onOneLine(const String& text) {
+    return text.replace("\n", " ", true, false).replace("\r", " ", true, false);
+}
+
 } // namespace
 
-void TextErrors::add(u64 offset, String part, String message) {
+void TextErrors::add(u64 offset, const String& part, const String& message) {
     // One thing that is wrong may strike twice.
+<<<<<<< HEAD
+    for (const Error& error : m_errors)
+        if (error.offset == offset) return;
+    if (full()) return;
+    m_errors.push_back({offset, onOneLine(part), onOneLine(message)});
+=======
     if (full() || !m_places.insert(offset).second) return;
     m_errors.push_back({offset, std::move(part), std::move(message)});
+>>>>>>> main
 }
 
 void TextErrors::addFaultyBytes() {

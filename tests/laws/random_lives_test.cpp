@@ -49,6 +49,7 @@ TEST(RandomLives, EditsOfTwoScenes_LeaveThemAsTheModelSays) {
     LawRun law("random lives");
     const u64 scripts = LawRun::isFull() ? 20'000 : 150;
     for (u64 seed = LawRun::seed(); law.trials() < scripts && !law.isOver(); ++seed) {
+        law.begin("KELVO_LAWS_SEED=" + std::to_string(seed));
         const Script script = randomScript(seed);
         std::string wrong = played(seed, script);
         if (!wrong.empty()) {
@@ -56,7 +57,7 @@ TEST(RandomLives, EditsOfTwoScenes_LeaveThemAsTheModelSays) {
                 shrunk(script, [&](const Script& part) { return !played(seed, part).empty(); });
             wrong = printed(least) + played(seed, least);
         }
-        law.count(wrong, "KELVO_LAWS_SEED=" + std::to_string(seed));
+        law.count(wrong);
         if (law.found() >= 3) return;
     }
 }

@@ -5,10 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <utility>
+
+// There where a sanitizer ends the process.
+extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*)());
 
 namespace qv::tests {
 
@@ -19,8 +23,10 @@ namespace qv::tests {
 /// KELVO_LAWS_SECONDS=N for an end after about that time.
 class LawRun {
 public:
-    explicit LawRun(std::string law) : m_law(std::move(law)) {}
+    explicit LawRun(std::string law) : m_law(std::move(law)) { hearOfTheEnd(); }
     ~LawRun() {
+        if (__sanitizer_set_death_callback) __sanitizer_set_death_callback(nullptr);
+        s_last.clear();
         std::printf("law %s: %llu trials, %llu found, seed %llu\n", m_law.c_str(),
                     static_cast<unsigned long long>(m_trials),
                     static_cast<unsigned long long>(m_found),
@@ -33,13 +39,16 @@ public:
     [[nodiscard]] static bool isFull() { return std::getenv("KELVO_LAWS_FULL") != nullptr; }
     [[nodiscard]] static u64 seed() { return number("KELVO_LAWS_SEED", 1); }
 
+    /// A trial begins that may end the process; `repeat` are the variables by which it is run
+    /// alone.
+    void begin(std::string repeat) { s_last = std::move(repeat); }
     /// Counts a trial, and fails the test when something is wrong with it. Only the first findings
-    /// are told; `repeat` are the variables by which the trial is run alone.
-    void count(const std::string& wrong, const std::string& repeat) {
+    /// are told.
+    void count(const std::string& wrong) {
         constexpr u64 mostTold = 20;
         ++m_trials;
         if (wrong.empty() || ++m_found > mostTold) return;
-        ADD_FAILURE() << wrong << "\nRepeat it with " << repeat;
+        ADD_FAILURE() << wrong << "\nRepeat it with " << s_last;
     }
     [[nodiscard]] u64 trials() const { return m_trials; }
     [[nodiscard]] u64 found() const { return m_found; }
@@ -51,10 +60,28 @@ public:
     }
 
 private:
+    static void hearOfTheEnd() {
+        if (__sanitizer_set_death_callback) {
+            __sanitizer_set_death_callback(&tellLast);
+            return;
+        }
+        for (const int each : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE})
+            std::signal(each, [](int number) {
+                tellLast();
+                std::signal(number, SIG_DFL);
+                std::raise(number);
+            });
+    }
+    static void tellLast() {
+        if (!s_last.empty())
+            std::fprintf(stderr, "The process ended. Repeat it with %s\n", s_last.c_str());
+    }
     static u64 number(const char* variable, u64 fallback) {
         const char* text = std::getenv(variable);
         return text ? std::strtoull(text, nullptr, 10) : fallback;
     }
+
+    static inline std::string s_last;
 
     std::string m_law;
     u64 m_trials = 0;

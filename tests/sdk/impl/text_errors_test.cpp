@@ -19,6 +19,14 @@ TEST(TextErrors, Report_IsInTheOrderOfTheText) {
     EXPECT_EQ(told[1].text().view(), "file:2:2: node 'n': second");
 }
 
+TEST(TextErrors, NameWithALineBreak_IsToldOnOneLine) {
+    TextErrors errors("a", 20);
+    errors.add(0, "n\r\nm", "The name 'n\nm' is no identifier.");
+    Diagnostics told;
+    errors.report("file", told);
+    EXPECT_EQ(told[0].text(), "file:1:1: node 'n  m': The name 'n m' is no identifier.");
+}
+
 TEST(TextErrors, Report_KeepsWhatWasToldBefore) {
     TextErrors errors("a", 20);
     errors.add(0, String(), "new");

@@ -1,0 +1,31 @@
+// Icons: what the filter lets through is plain, and the filter leaves it as it is.
+#include "fuzz/targets.h"
+#include "sdk/impl/safe_svg.h"
+
+#include <string>
+
+namespace qv::fuzz {
+
+namespace {
+
+std::string lowered(std::string_view text) {
+    std::string result(text);
+    for (char& c : result)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return result;
+}
+
+} // namespace
+
+void runIcon(std::string_view input) {
+    const String safe = kelvo_sdk::impl::safeSvg(String(input));
+    if (safe.isEmpty()) return;
+    require(kelvo_sdk::impl::safeSvg(safe) == safe, "the filter leaves what it let through");
+    const std::string plain = lowered(safe.view());
+    require(plain.starts_with("<svg") && plain.ends_with(">"), "an icon is one element");
+    for (const char* refused : {"<script", "<style", "<image", "<use", "<foreignobject", "<a ",
+                                "<set", "<animate", "<!doctype", "<!entity", "<![cdata", "<?"})
+        require(plain.find(refused) == std::string::npos, "what runs or loads is refused");
+}
+
+} // namespace qv::fuzz

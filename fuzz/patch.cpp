@@ -1,0 +1,89 @@
+// Changes as JSON, made in a small scene: all or none, as one step, and back by the difference.
+#include "fuzz/scene_laws.h"
+#include "fuzz/targets.h"
+#include "sdk/scene_diff.h"
+#include "tools/kelvo/diff_json.h"
+
+namespace qv::fuzz {
+
+namespace {
+
+using kelvo_sdk::Scene;
+using kelvo_sdk::SceneDiff;
+
+constexpr const char* kScene = R"(kelvo scene 1
+
+# A lamp.
+node light "lamp" {
+    Real radius = 0.5
+    Rgba color = (1 0.9 0.8 1) <- wood.tint
+    Node target = wood
+    Array<Real> steps = [1, 2, 3]
+}
+node wood "wood" {
+    String grain = "fine" # note
+    Object shade {
+        Real depth = 1
+        Node of = lamp
+    }
+    output Rgba tint
+}
+node xform "room" {
+    Array<Node> children = [lamp, wood]
+}
+)";
+
+Scene smallScene() {
+    const Scene scene = newScene(false);
+    require(scene.read(kScene, "small"), "the small scene is read");
+    return scene;
+}
+
+// Fields that a change has no use for are not written.
+SceneDiff readBack(const SceneDiff& diff) {
+    SceneDiff again;
+    String error;
+    const String text = kelvo_tool::toJson(diff);
+    require(kelvo_tool::fromJson(text, again, error), "changes that are written are read");
+    require(kelvo_tool::toJson(again) == text, "changes are written again as they were");
+    return again;
+}
+
+// Made on the scene as it was before, the difference leads to the scene as it is.
+void checkWay(const Scene& from, const Scene& to) {
+    String error;
+    const SceneDiff way = SceneDiff::between(from, to, {}, &error);
+    require(error.isEmpty(), "scenes can be compared");
+    require(readBack(way).changes() == way.changes(), "a difference reads back as it was");
+    require(way.applyTo(from, error), "a difference can be made");
+    require(from.text() == to.text(), "a difference leads to the other scene");
+    require(SceneDiff::between(from, to).isEmpty(), "a scene with its difference is the other");
+}
+
+} // namespace
+
+void runPatch(std::string_view input) {
+    SceneDiff diff;
+    String error;
+    if (!kelvo_tool::fromJson(String(input), diff, error))
+        return require(!error.isEmpty(), "JSON that is refused is told why");
+    static_cast<void>(readBack(diff));
+    const Scene scene = smallScene();
+    const String before = scene.text();
+    scene.setUndoEnabled(true);
+    if (!diff.applyTo(scene, error)) {
+        require(!error.isEmpty(), "changes that are refused are told why");
+        require(scene.text() == before, "changes that are refused leave the scene as it was");
+        return require(scene.undoCount() == 0, "changes that are refused are no step");
+    }
+    requireSound(scene, false);
+    checkWay(smallScene(), scene);
+    const Scene changed = newScene(false);
+    require(changed.read(scene.text(), "changed"), "the changed scene is read");
+    checkWay(changed, smallScene());
+    require(scene.undoCount() <= 1, "changes are one step");
+    scene.undo();
+    require(scene.text() == before, "undo takes the changes back");
+}
+
+} // namespace qv::fuzz

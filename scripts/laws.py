@@ -1,0 +1,63 @@
+#!/usr/bin/env python3
+"""The tests with the label "laws".
+
+laws.py programs    prints the names that stand in the JSON of `ctest --show-only`
+laws.py sum LOG...  adds up what `ctest -V` logged in files ROUND-SEED.log; status 1 when something
+                    was found"""
+import json
+import pathlib
+import re
+import sys
+
+LAW = re.compile(r"^\d+: law (.+): (\d+) trials, (\d+) found, seed \d+$")
+RESULT = re.compile(r"^\s*\d+/\d+ Test +#(\d+): (\S+) \.*\s*(\**\w[\w ]*\w)\s+[\d.]+ sec")
+TOLD = re.compile(r"^(\d+): (.*(?:Failure|Repeat it with|ERROR: |runtime error|SUMMARY).*)$")
+MOST_TOLD = 20
+
+
+def programs(text):
+    return [test["name"] for test in json.loads(text)["tests"]]
+
+
+def read(log, laws):
+    """Adds up the laws of a log; returns the tests that failed, each with what it told."""
+    told, failed, ended = {}, [], False
+    for line in log.read_text(encoding="utf-8", errors="replace").splitlines():
+        if match := LAW.match(line):
+            trials, found, rounds = laws.get(match[1], (0, 0, 0))
+            laws[match[1]] = trials + int(match[2]), found + int(match[3]), rounds + 1
+        elif match := TOLD.match(line):
+            told.setdefault(match[1], []).append(match[2])
+        elif match := RESULT.match(line):
+            ended = True
+            if match[3] != "Passed":
+                failed.append((match[2], told.get(match[1], [])))
+    return failed if ended else [("ctest", ["no test ended"])]
+
+
+def sum_up(logs):
+    laws, failed = {}, []
+    for log in logs:
+        seed = log.stem.split("-")[-1]
+        failed += [(seed, name, told) for name, told in read(log, laws)]
+    for law, (trials, found, rounds) in sorted(laws.items()):
+        print(f"{law:<34} {trials:9} trials {rounds:5} rounds {found:6} found")
+    for seed, name, told in failed:
+        print(f"\n{name} failed; repeat it with\n"
+              f"    KELVO_LAWS_FULL=1 KELVO_LAWS_SEED={seed} ctest --preset asan -V -R '^{name}$'")
+        for line in told[:MOST_TOLD]:
+            print(f"    {line}")
+    rounds = len(logs)
+    print(f"\n{rounds} round{'s' * (rounds != 1)}, {len(failed)} failed")
+    return 1 if failed else 0
+
+
+def main(arguments):
+    if arguments[:1] == ["programs"]:
+        print("\n".join(programs(sys.stdin.read())))
+        return 0
+    return sum_up([pathlib.Path(each) for each in arguments[1:]])
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,64 @@
+#!/usr/bin/env python3
+"""scripts/soak runs the tests with the label "laws" with seed after seed, and sums up."""
+import sys
+import unittest
+
+from small_tree import SmallTree
+
+JSON = '{"tests": [{"name": "law_tests"}, {"name": "memory_tests"}]}'
+PASSES = ("1: law of one: 12 trials, 0 found, seed 5", "2: law of two: 3 trials, 0 found, seed 5",
+          "1/2 Test #1: law_tests ....   Passed    0.05 sec",
+          "2/2 Test #2: memory_tests ....   Passed    0.05 sec")
+FAILS = ("1: a_test.cpp:7: Failure", "1: Repeat it with KELVO_LAWS_CASE='1 2'",
+         "1: law of one: 12 trials, 1 found, seed 5",
+         "1/1 Test #1: law_tests ....***Failed    0.05 sec")
+
+
+class Soak(SmallTree):
+    def setUp(self):
+        super().setUp()
+        (self.programs / "python3").symlink_to(sys.executable)
+        self.script(self.programs / "dpkg-query", "printf installed")
+        self.script(self.programs / "date", "echo 5")
+        # A minute is a second here.
+        script = self.tree / "scripts/soak"
+        text = script.read_text(encoding="utf-8")
+        script.write_text(text.replace("length=$(($1 * 60))", "length=$1"), encoding="utf-8")
+        self.program("cmake")
+        self.ctest(PASSES)
+
+    # One round takes longer than the time that there is.
+    def ctest(self, lines):
+        self.program("ctest", f"case $* in *--show-only*) echo '{JSON}'; exit ;; esac",
+                     'echo "seed $KELVO_LAWS_SEED full $KELVO_LAWS_FULL"' + f' >>"{self.calls}"',
+                     *("echo " + '"' + line + '"' for line in lines), "sleep 2")
+
+    def soak(self, *arguments):
+        return self.run_script("scripts/soak", *arguments)
+
+    def test_programs_are_those_with_the_label(self):
+        ran = self.soak("1")
+        self.assertEqual(ran.returncode, 0, ran.stdout)
+        self.assertIn("cmake --build --preset asan --target law_tests memory_tests", self.called())
+        self.assertIn("seed 5 full 1", self.called())
+        self.assertRegex(ran.stdout, r"\nof one +12 trials +1 rounds +0 found\n")
+        self.assertEqual(ran.stdout.splitlines()[-1], "1 round, 0 failed")
+
+    def test_what_was_found_is_told_with_what_repeats_it(self):
+        self.ctest(FAILS)
+        ran = self.soak("1")
+        self.assertEqual(ran.returncode, 1, ran.stdout)
+        self.assertIn("KELVO_LAWS_FULL=1 KELVO_LAWS_SEED=5 ctest --preset asan -V -R '^law_tests$'",
+                      ran.stdout)
+        self.assertIn("    Repeat it with KELVO_LAWS_CASE='1 2'\n", ran.stdout)
+        self.assertEqual(ran.stdout.splitlines()[-1], "1 round, 1 failed")
+
+    def test_wrong_calls_are_told_the_usage(self):
+        for arguments in ([], ["0"], ["long"], ["1", "2"]):
+            ran = self.soak(*arguments)
+            self.assertEqual(ran.returncode, 2)
+            self.assertIn("usage: scripts/soak MINUTES", ran.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
