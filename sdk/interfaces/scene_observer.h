@@ -13,7 +13,8 @@ namespace qv::kelvo_sdk::interfaces {
 class QV_EXPORT SceneObserver {
 public:
     virtual void nodeAdded(INode* /*node*/) {}
-    /// The node has no links or connections left and still can be read.
+    /// Nothing links or connects to the node any more, and it has no connections; it still can be
+    /// read, with the links of its own.
     virtual void nodeRemoved(INode* /*node*/) {}
     virtual void nodeRenamed(INode* /*node*/, String /*oldName*/) {}
     /// It stood at `from` before.
