@@ -339,8 +339,10 @@ bool Input::reset() {
     NewsHold news;
     bool done = true;
     InputWalk inside(members());
-    while (Input* member = inside.next())
+    while (Input* member = inside.next()) {
+        if (member->isArray()) inside.leaveOut();
         if (!member->isObject()) done = member->resetAlone() && done;
+    }
     news.release();
     return done;
 }

@@ -28,6 +28,11 @@ public:
         return nullptr;
     }
 
+    /// Passes over what the input met last holds.
+    void leaveOut() noexcept {
+        if (!m_open.empty() && m_open.back().next == 0) m_open.pop_back();
+    }
+
 private:
     struct Level {
         const ds::Vector<IInput*>* list;

@@ -64,11 +64,11 @@ TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
 
 TEST_F(InputList, FirstThatWasInsertedAndLeaves_TakesItsIndexWithIt) {
     appendMany(20);
-    auto* first = new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null);
+    IInput* first = new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null);
     m_all.push_back(first);
     insertIntoList(m_list, 0, first);
     IInput* last = append("last");
-    EXPECT_TRUE(removeFromList(m_list, first));
+    removeFromList(m_list, indexInList<IInput>(m_list, first));
     EXPECT_EQ(findInList(m_list, "last"), last);
 }
 
