@@ -213,8 +213,11 @@ void FileCommentsChange::flip(Scene& scene) {
 }
 
 u64 FileCommentsChange::bytes() const {
-    return sizeof(*this) + m_other.leading.size() + m_other.opening.size() + m_other.inner.size() +
-           m_other.trailing.size();
+    u64 bytes = sizeof(*this) + m_other.leading.size() + m_other.opening.size() +
+                m_other.inner.size() + m_other.trailing.size();
+    for (const UnreadLines& lines : m_other.unread)
+        bytes += sizeof lines + lines.leading.size() + lines.lines.size();
+    return bytes;
 }
 
 } // namespace qv::kelvo_sdk::impl

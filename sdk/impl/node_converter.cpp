@@ -224,7 +224,7 @@ void NodeConverter::moveTargets() {
 
 void NodeConverter::moveComments() const {
     SceneComments& comments = m_scene.comments();
-    if (comments.empty()) return;
+    if (comments.empty() && comments.file().unread.empty()) return;
     const auto move = [&](const auto* from, const auto* to) {
         if (const Comments* found = comments.find(from)) comments.set(to, Comments(*found));
     };

@@ -150,6 +150,12 @@ void SceneComments::takeEntry(const void* key, Kept& kept) {
 
 SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
     Kept kept;
+    // Another node may have its address later.
+    for (UnreadLines& lines : m_file.unread) {
+        if (lines.node != node) continue;
+        lines.before = node->name();
+        lines.node = nullptr;
+    }
     takeEntry(node, kept);
     const auto list = m_attributes.find(node);
     if (list == m_attributes.end()) return kept;

@@ -324,6 +324,14 @@ TEST_F(PartialReaderEdits, LinesInFrontOfARemovedNode_Stay) {
     expectText(replaced(text, text.substr(start, text.find("more") - start), ""));
 }
 
+TEST_F(PartialReaderEdits, LinesInFrontOfARenamedAndRemovedNode_ComeBackWithIt) {
+    scene.renameNode(scene["b"], "c");
+    const std::string renamed = textOf(scene);
+    scene.removeNode(scene["c"]);
+    EXPECT_TRUE(scene.undo());
+    EXPECT_EQ(textOf(scene), renamed);
+}
+
 TEST_F(PartialReaderEdits, RemovedInput_LeavesTheLinesAroundIt) {
     scene["a"].get()->removeInput("y");
     expectText(replaced(kKept, "    Real y = 2\n", ""));
