@@ -97,11 +97,11 @@ public:
 
 private:
     // An insertion that would move more makes holes first.
-    static constexpr u64 kMostMoves = 1024;
+    static constexpr u64 kMostMoves = 256;
     // Of holes that are made: pointers between two, and the part of the number of pointers that are
     // left free where one comes in.
-    static constexpr u64 kHoleDistance = 128;
-    static constexpr u64 kGapPart = 256;
+    static constexpr u64 kHoleDistance = 32;
+    static constexpr u64 kGapPart = 128;
 
     // A place that can be freed by moving the pointers between it and a hole, or the end.
     struct Gap {
@@ -113,7 +113,7 @@ private:
 
     // Keeps the list of holes short enough to insert into.
     [[nodiscard]] u64 mostHoles() const noexcept {
-        return std::max<u64>(1024, m_slots.size() / 64);
+        return std::max<u64>(1024, m_slots.size() / 24);
     }
 
     [[nodiscard]] u64 slotAt(u64 place) const noexcept { return m_first + place; }

@@ -69,7 +69,8 @@ void SceneParser::takeOpening(String& opening) {
 }
 
 // Goes behind the attribute that starts at `lineStart` and has an error here. Its brackets are
-// followed, unless what looks like the next attribute or the end of the body comes before them.
+// followed, unless what looks like the next attribute, the end of the body or the next node comes
+// before them.
 void SceneParser::recover(u64 lineStart) {
     const u64 faulty = m_lexer.offset();
     u64 brackets = 0;
@@ -79,7 +80,8 @@ void SceneParser::recover(u64 lineStart) {
     for (; !m_lexer.atEnd(); m_lexer.skip(1)) {
         const char c = m_lexer.peek();
         const bool isBehind = m_lexer.offset() >= faulty && m_lexer.offset() > lineStart;
-        if (isFirst && isBehind && braces == 0 && (startsNode() || startsLine())) return;
+        // No line inside of braces starts as a node does: one was not closed.
+        if (isFirst && isBehind && (startsNode() || (braces == 0 && startsLine()))) return;
         if (c == '}' && braces == 0 && isBehind) return;
         isFirst = c == '\n' || (isFirst && isSpace(c));
         if (c == '[' || c == '(')

@@ -272,6 +272,16 @@ TEST_F(HistoryTest, RemovedNode_CountsAsBytesWhileItIsOut) {
     EXPECT_LT(m_scene.redoStep(0).bytes, 1000u);
 }
 
+TEST_F(HistoryTest, ValueKeptAside_CountsAsBytesWhileItIsOut) {
+    auto* text = static_cast<Input*>(m_node->createInput("text", AttrType::String));
+    text->setString(String(std::string(5000, 'x').c_str()));
+    text->stash();
+    const u64 without = m_scene.undoStep(0).bytes;
+    EXPECT_LT(without, 1000u);
+    m_scene.undo();
+    EXPECT_EQ(m_scene.redoStep(0).bytes, without + text->value().payloadBytes());
+}
+
 // ---- Cancelling --------------------------------------------------------------------------------
 
 TEST_F(HistoryTest, Cancel_TakesBackWhatWasDoneInTheScope) {

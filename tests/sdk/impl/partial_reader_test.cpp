@@ -177,6 +177,17 @@ const GapCase kGaps[] = {
      "6:1: in 'a': Found 'node' where the '}' to the '{' in line 4 was expected.", 2,
      "kelvo scene 1\n\nnode t \"a\" {\n    Object o {\n        Real x = 1\n    }\n}\n"
      "node t \"b\" {\n}\n"},
+    {"a brace in a line that cannot be read",
+     "kelvo scene 1\n\nnode t \"a\" {\n    Objct o {\n        Real x = 1\n}\nnode t \"b\" {\n}\n",
+     "4:5: in 'a': Unknown kind 'Objct': did you mean 'Object'?\n"
+     "7:1: in 'a': Found 'node' where the '}' to the '{' in line 3 was expected.",
+     2,
+     "kelvo scene 1\n\nnode t \"a\" {\n    Objct o {\n        Real x = 1\n}\n}\nnode t \"b\" "
+     "{\n}\n",
+     2},
+    {"a line that takes every brace",
+     "kelvo scene 1\n\nnode t \"a\" {\n    Objct o {\n        Foo y {\n}\nnode t \"b\" {\n}\n",
+     "7:1: in 'a': Found 'node' where the '}' to the '{' in line 3 was expected.", 1},
     {"a byte that is no text",
      "kelvo scene 1\n\nnode t \"a\" {\n    # \xff\n    Real x = 1\n    String y = \"\x01\"\n}\n",
      "4:7: The byte 0xff is no UTF-8; in quotes it is written \\xff.\n"

@@ -17,11 +17,10 @@ program = None
 ELEMENTS = """svg g path rect circle ellipse line polyline polygon title desc defs stop text
 linearGradient radialGradient""".split()
 # Texts that mean something to XML, to HTML, or to one of the two alone.
-PIECES = """<g> </g> <g/> <svg> </svg> <title> </title> <title/> <desc> </desc> <text> </text>
-<path/> <!-- --> <!--> <!---> --!> <![CDATA[ ]]> <?a ?> &lt; &#60; &amp; a > -
-= " ' / <script> </script> <SCRIPT> <style> </style> <p> </p> <br> <math> <mi> </math>
-
-<foreignObject> <body> <table> <select> <template> <noscript> </noscript> <plaintext> <xmp> <textarea> <iframe>
+PIECES = """<g> </g> <g/> <svg> </svg> <title> </title> <title/> <desc> </desc> <text>
+</text> <path/> <!-- --> <!--> <!---> --!> <![CDATA[ ]]> <?a ?> &lt; &#60; &amp; a > - = " ' /
+<script> </script> <SCRIPT> <style> </style> <p> </p> <br> <math> <mi> </math> <foreignObject>
+<body> <table> <select> <template> <noscript> </noscript> <plaintext> <xmp> <textarea> <iframe>
 <linearGradient> </linearGradient> <lineargradient/> <a> <use/> <image/> <set/> <animate/> <font>
 ran() xmlns='http://www.w3.org/1999/xhtml'""".split()
 ATTRIBUTES = """id='a' ID='a' class="b" style='fill:red' style='fill:url(#a)' fill='url(#a)'

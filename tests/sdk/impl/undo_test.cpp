@@ -415,6 +415,21 @@ TEST_F(UndoTest, MembersConnectedAheadOfOthers_ComeBackInTheirPlaces) {
     EXPECT_EQ(state(), before);
 }
 
+TEST_F(UndoTest, MemberWhoseObjectIsGone_StaysOut) {
+    Node& wood = node("wood");
+    const kelvo_sdk::Node held(&wood);
+    const kelvo_sdk::Input object(wood.createInput("object", AttrType::Object));
+    const kelvo_sdk::Input member(object->createInput("m", AttrType::Int));
+    EXPECT_TRUE(object->removeInput(String("m")));
+    m_scene.removeNode(held);
+    // Out of the scene: nobody records it.
+    EXPECT_TRUE(wood.removeInput("object"));
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(member->node(), nullptr);
+    EXPECT_EQ(object.inputCount(), 0u);
+}
+
 TEST_F(UndoTest, MoveOfAnElementThatIsGone_IsPassedOver) {
     Node& wood = node("wood");
     const kelvo_sdk::Node held(&wood);
