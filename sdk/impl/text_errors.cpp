@@ -26,15 +26,8 @@ String onOneLine(const String& text) {
 
 void TextErrors::add(u64 offset, const String& part, const String& message) {
     // One thing that is wrong may strike twice.
-<<<<<<< HEAD
-    for (const Error& error : m_errors)
-        if (error.offset == offset) return;
-    if (full()) return;
-    m_errors.push_back({offset, onOneLine(part), onOneLine(message)});
-=======
     if (full() || !m_places.insert(offset).second) return;
-    m_errors.push_back({offset, std::move(part), std::move(message)});
->>>>>>> main
+    m_errors.push_back({offset, onOneLine(part), onOneLine(message)});
 }
 
 void TextErrors::addFaultyBytes() {

@@ -26,15 +26,11 @@ public:
 
     /// `offset` is a byte of the text, `part` the name of the node or type concerned. The first
     /// error at a place stands.
-<<<<<<< HEAD
     void add(u64 offset, const String& part, const String& message);
-=======
-    void add(u64 offset, String part, String message);
     /// Takes one over, also at the place of another.
     void keep(Error error) {
         if (!full()) m_errors.push_back(std::move(error));
     }
->>>>>>> main
     /// Tells once per line of bytes that may not stand in a text.
     void addFaultyBytes();
     [[nodiscard]] bool empty() const noexcept { return m_errors.empty(); }
