@@ -24,6 +24,11 @@ bool changeAndRestore(EvalCtx* ctx, void* out) {
     return true;
 }
 
+bool readIn(EvalCtx* ctx, void* out) {
+    const INode* node = ctx->node();
+    return node->input(String("in"))->readReal(*static_cast<double*>(out), true, ctx);
+}
+
 bool modifies(INode*, INode*) {
     return false;
 }
@@ -69,6 +74,24 @@ TEST_F(EvalCacheCallbacks, CheckedResultWhoseCallbackRestoredAnInput_IsKeptInIts
     EXPECT_EQ(m_scene->evalCacheFigures().entries, before.entries);
     EXPECT_EQ(m_scene->evalCacheFigures().bytes, before.bytes);
     EXPECT_EQ(calls(), 1);
+}
+
+TEST_F(EvalCacheCallbacks, ValueOfAnOutputThatUndoBringsBack_IsReadAtOnce) {
+    m_scene->setEvalCache(1 << 20, false);
+    m_scene->setUndoEnabled(true);
+    m_library->setCallbacks("reader", {nullptr, nullptr, readIn, modifies, nullptr, nullptr});
+    INode* source = m_scene->createNode("plain", "source");
+    auto* value = static_cast<Output*>(source->createOutput("out", AttrType::Real));
+    auto* reader = static_cast<Node*>(m_scene->createNode("reader", "reader"));
+    reader->createInput("in", AttrType::Real)->connect(value);
+    EXPECT_TRUE(reader->initLibInfo(m_library.get()));
+    auto* result = static_cast<Output*>(reader->createOutput("out", AttrType::Real));
+    value->setValue(1.0);
+    EXPECT_EQ(result->evaluate(nullptr), Value(1.0));
+    value->setValue(2.0);
+    EXPECT_EQ(result->evaluate(nullptr), Value(2.0));
+    EXPECT_TRUE(m_scene->undo());
+    EXPECT_EQ(result->evaluate(nullptr), Value(1.0));
 }
 
 } // namespace

@@ -197,6 +197,28 @@ TEST_F(InputLinks, RemovedOutput_IsToldWithItsNodeAndPath) {
     EXPECT_EQ(noter.path, m_a->name() + ".out");
 }
 
+// Connects an input to each output that it hears is gone.
+struct LateConnector : SceneObserver {
+    void inputConnected(const IInput*, const IOutput* before, const IOutput*) override {
+        isConnected = input->connect(const_cast<IOutput*>(before));
+    }
+    IInput* input = nullptr;
+    bool isConnected = true;
+};
+
+TEST_F(InputLinks, OutputThatIsLeaving_IsRefused) {
+    LateConnector connector;
+    connector.input = in(m_c);
+    in(m_b)->connect(out(m_a));
+    m_scene->subscribe(&connector);
+    const LogCapture log;
+    m_a->removeOutput(String("out"));
+    m_scene->unsubscribe(&connector);
+    EXPECT_FALSE(connector.isConnected);
+    EXPECT_EQ(log.text(), "warning: Cannot connect input 'c.in' to output 'a.out': that output was "
+                          "removed from its node.\n");
+}
+
 TEST_F(InputLinks, DyingSourceNode_EndsTheConnection) {
     const auto source = RefersTo<Node>::adopt(new Node(nullptr, "op", "free"));
     source->createOutput("out", AttrType::Real);
