@@ -31,6 +31,8 @@ public:
     /// The attribute is off the list, whose reference goes; this one stays.
     void offList() noexcept { m_attribute->decRef(); }
     void begin() noexcept { m_hasBegun = true; }
+    /// The attribute is back on the list.
+    void stay() noexcept { m_hasBegun = false; }
     ~Departure() {
         if (!m_hasBegun) return;
         if (m_news)

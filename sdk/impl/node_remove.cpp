@@ -14,6 +14,7 @@
 #include "sdk/impl/output.h"
 
 #include <algorithm>
+#include <new>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -129,10 +130,17 @@ bool Node::removeFoundOutput(IOutput* output) {
     removed->leaveList();
     departing.begin();
     // Observers of the removal can still see what reads the output.
-    AllCalls calls;
-    calls.make([&] { onOutputRemoved(output); });
-    calls.make([&] { removed->disconnectTargets(false); });
-    calls.end();
+    try {
+        step.make([&] {
+            AllCalls calls;
+            calls.make([&] { onOutputRemoved(output); });
+            calls.make([&] { removed->disconnectTargets(false); });
+            calls.end();
+        });
+    } catch (const std::bad_alloc&) {
+        if (!removed->hasLeft()) departing.stay();
+        throw;
+    }
     return true;
 }
 
