@@ -55,6 +55,7 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     {
         EditStep step(m_node);
         step.prepare<InputListChange>(*member, m_node, this, index, true);
+        expectNews(m_node, static_cast<const IInput*>(member.get()));
         putMember(member.get(), index);
         member->incRef();
         step.commit();
@@ -153,6 +154,7 @@ bool Input::moveElement(u64 from, u64 to) {
     if (!mayHoldOthers()) return false;
     EditStep step(m_node);
     step.prepare<ElementMove>(*this, from, to);
+    expectNews(m_node, static_cast<const IInput*>(this));
     step.commit();
     moveMember(from, to);
     return true;
@@ -187,6 +189,11 @@ void Input::renumber(u64 from) noexcept {
     const ds::Vector<IInput*>& list = members();
     for (u64 i = from; i < list.size(); ++i)
         static_cast<Input*>(list[i])->m_index = i;
+}
+
+u64 Input::placeInList() const noexcept {
+    if (isElement()) return m_index;
+    return indexInList<IInput>(m_parent ? m_parent->members() : m_node->inputs(), this);
 }
 
 bool Input::hasInput(u64 index, AttrType type) const {
@@ -253,15 +260,19 @@ template<typename PlaceOf>
 void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
     const RefersTo<Node> held(static_cast<Node*>(holder.node()));
     EditStep step(held.get());
+    Departure departing(removed);
+    expectNews(held.get(), static_cast<const IInput*>(&removed));
     if (step.isRecording()) {
         auto* change =
             step.prepare<InputListChange>(removed, held.get(), &holder, placeOf(), false);
         change->takeComments(step.scene().comments());
     }
+    departing.dropComments();
     holder.takeMember(&removed);
     step.commit();
-    const Departure departing(removed);
+    departing.offList();
     if (recordsTies) removed.recordTies();
+    departing.begin();
     if (held) held->onInputRemoved(&removed);
 }
 
@@ -272,8 +283,8 @@ void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& pla
 bool Input::clearInputs() {
     if (!members().empty() && !mayHoldOthers()) return false;
     const RefersTo<Input> self(this);
-    const EditStep step(m_node);
     NewsHold news;
+    const EditStep step(m_node);
     recordTies();
     while (!members().empty())
         takeOff(*this, static_cast<Input&>(*members().back()), false,

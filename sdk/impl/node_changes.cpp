@@ -1,7 +1,9 @@
 #include "sdk/impl/node_changes.h"
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
 #include "sdk/impl/input_list.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
@@ -26,17 +28,26 @@ u64 bytesOf(const Node& node) {
     return bytes;
 }
 
-// Returns the nodes of no scene that a node links to or reads.
-std::vector<RefersTo<INode>> straysOf(const Node& node) {
-    std::vector<RefersTo<INode>> strays;
+// Calls `visit(INode&)` for each node of no scene that a node links to or reads.
+template<typename Visit>
+void visitStrays(const Node& node, const Visit& visit) {
     const auto note = [&](INode* reached) {
-        if (reached && reached != &node && !reached->scene()) strays.emplace_back(reached);
+        if (reached && reached != &node && !reached->scene()) visit(*reached);
     };
-    visitInputs(node, [&](const Input& input) {
+    visitInputsInPlace(node, [&](const Input& input) {
         note(linkedNode(input));
         if (const Output* source = input.sourceOutput()) note(source->node());
     });
-    return strays;
+}
+
+void makeRoomForStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
+    u64 count = 0;
+    visitStrays(node, [&](INode&) { ++count; });
+    strays.reserve(count);
+}
+
+void holdStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
+    visitStrays(node, [&](INode& stray) { strays.emplace_back(&stray); });
 }
 
 } // namespace
@@ -57,7 +68,9 @@ void OutputListChange::prepareFlip(Scene& /*scene*/) {
 // A node that left may have been changed by its holder: what does not fit any more is passed over.
 void OutputListChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
-    if (m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
+    // One whose removal has not come to its end knows its node still.
+    const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
+    if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_output->incRef();
         m_node->m_outputs.insert(std::min(m_index, m_node->outputCount()), m_output.get());
@@ -66,7 +79,7 @@ void OutputListChange::flip(Scene& scene) {
         m_node->onOutputAdded(m_output.get());
         return;
     }
-    takeComments(scene.comments());
+    keepComments([&] { takeComments(scene.comments()); });
     m_node->m_outputs.remove(indexInList<IOutput>(m_node->m_outputs, m_output.get()));
     // The list's reference.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
@@ -107,7 +120,7 @@ NodeChange::NodeChange(Node& node, u64 index, bool isIn)
 
 void NodeChange::takeAlong(SceneComments& from) {
     m_comments = from.take(m_node.get());
-    m_strays = straysOf(*m_node);
+    holdStrays(*m_node, m_strays);
 }
 
 void NodeChange::prepareFlip(Scene& scene) {
@@ -120,14 +133,18 @@ void NodeChange::flip(Scene& scene) {
     const bool isElsewhere = m_node->scene() && !m_node->hasLeft();
     if (m_isIn ? isElsewhere : !scene.contains(*m_node)) return;
     if (m_isIn) {
-        scene.m_nodes.add(m_node->name(), m_node.get(), m_index);
+        scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
-        const auto strays = std::exchange(m_strays, {});
+        auto strays = std::exchange(m_strays, {});
         scene.enter(*m_node);
+        strays.clear();
+        m_strays = std::move(strays);
         return;
     }
-    takeAlong(scene.comments());
-    scene.takeOut(*m_node);
+    keepComments([&] { m_comments = scene.comments().take(m_node.get()); });
+    holdStrays(*m_node, m_strays);
+    m_place = scene.takeOut(*m_node);
+    scene.m_modifiers->leaves(*m_node);
     scene.tellRemoved(*m_node);
 }
 
@@ -140,13 +157,22 @@ String NodeChange::text() const {
 }
 
 NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comments)
-    : m_out(&node), m_in(&replacement), m_comments(comments.take(&node)) {
-    comments.putBack(m_comments);
+    : m_out(&node), m_in(&replacement), m_comments(comments.copyOf(&node)) {
+    m_sources.reserve(countSources(node));
+    m_room.reserve(countSources(replacement));
+    makeRoomForStrays(node, m_strays);
+    makeRoomForStrays(replacement, m_strayRoom);
+}
+
+u64 NodeExchange::countSources(const Node& node) noexcept {
+    u64 count = 0;
+    visitInputsInPlace(node, [&](const Input& input) { count += input.sourceOutput() ? 1 : 0; });
+    return count;
 }
 
 void NodeExchange::cutSources() {
-    m_strays = straysOf(*m_out);
-    visitInputs(*m_out, [this](Input& input) {
+    holdStrays(*m_out, m_strays);
+    visitInputsInPlace(*m_out, [this](Input& input) {
         Output* source = input.sourceOutput();
         if (!source) return;
         m_sources.push_back(
@@ -166,13 +192,18 @@ void NodeExchange::flip(Scene& scene) {
     const bool isElsewhere = m_out->scene() && !m_out->hasLeft();
     if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
-    const auto sources = std::exchange(m_sources, {});
-    const auto strays = std::exchange(m_strays, {});
+    auto sources = std::exchange(m_sources, std::exchange(m_room, {}));
+    auto strays = std::exchange(m_strays, std::exchange(m_strayRoom, {}));
     cutSources();
     restore(sources);
+    sources.clear();
+    m_room = std::move(sources);
     scene.exchange(*m_out, *m_in);
-    const SceneComments::Kept comments = scene.comments().take(m_out.get());
-    scene.comments().putBack(std::exchange(m_comments, comments));
+    SceneComments::Kept comments;
+    keepComments([&] { comments = scene.comments().take(m_out.get()); });
+    scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
+    strays.clear();
+    m_strayRoom = std::move(strays);
     scene.converted(*m_out, *m_in);
 }
 

@@ -128,10 +128,11 @@ IInput* Node::addInput(Input* input) {
     {
         EditStep step(this);
         step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
-        markDirty();
+        expectNews(this, static_cast<const IInput*>(input));
         appendToList(m_inputs, input);
         std::ignore = created.detach();
         step.commit();
+        markDirty();
         onInputAdded(input);
     }
     const bool isThere = !isHeld || (input->node() == this && !isLastReference());
@@ -146,10 +147,11 @@ IOutput* Node::addOutput(Output* output) {
     {
         EditStep step(this);
         step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
-        markDirty();
+        expectNews(this, static_cast<const IOutput*>(output));
         m_outputs.push_back(output);
         std::ignore = created.detach();
         step.commit();
+        markDirty();
         onOutputAdded(output);
     }
     const bool isThere = !isHeld || (output->node() == this && !isLastReference());

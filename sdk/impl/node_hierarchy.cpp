@@ -159,8 +159,10 @@ bool Node::parentTo(INode* parent) {
     const bool isHeld = static_cast<const Node*>(parent)->mayCallBack();
     const RefersTo<INode> self(isHeld ? this : nullptr), heldParent(isHeld ? parent : nullptr);
     const EditStep step(static_cast<const Node*>(parent));
-    IInput* element = parent->input(knownNames().children)->appendElement();
-    return element && element->setNode(this);
+    return step.make([&] {
+        IInput* element = parent->input(knownNames().children)->appendElement();
+        return element && element->setNode(this);
+    });
 }
 
 bool Node::unparentFrom(INode* parent) {

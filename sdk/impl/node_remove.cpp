@@ -13,6 +13,8 @@
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/output.h"
 
+#include <new>
+
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -55,9 +57,11 @@ bool Node::removeLastInput() {
 bool Node::clearInputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
-    return clearOneByOne(
-        m_inputs, [this] { return removeInput(u64(0)); },
-        [this, before = m_scene] { return m_scene != before; });
+    return step.make([this] {
+        return clearOneByOne(
+            m_inputs, [this] { return removeInput(u64(0)); },
+            [this, before = m_scene] { return m_scene != before; });
+    });
 }
 
 bool Node::removeFoundInput(IInput* input) {
@@ -65,14 +69,18 @@ bool Node::removeFoundInput(IInput* input) {
     const RefersTo<Node> self(this);
     EditStep step(this);
     const u64 index = indexInList(m_inputs, input);
+    Departure departing(*removed);
+    expectNews(this, input);
     if (step.isRecording())
         step.prepare<InputListChange>(*removed, this, nullptr, index, false)
             ->takeComments(step.scene().comments());
+    departing.dropComments();
     markDirty();
     removeFromList(m_inputs, index);
     step.commit();
-    const Departure departing(*removed);
+    departing.offList();
     removed->recordTies();
+    departing.begin();
     onInputRemoved(input);
     return true;
 }
@@ -94,9 +102,11 @@ bool Node::removeLastOutput() {
 bool Node::clearOutputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
-    return clearOneByOne(
-        m_outputs, [this] { return removeOutput(u64(0)); },
-        [this, before = m_scene] { return m_scene != before; });
+    return step.make([this] {
+        return clearOneByOne(
+            m_outputs, [this] { return removeOutput(u64(0)); },
+            [this, before = m_scene] { return m_scene != before; });
+    });
 }
 
 bool Node::removeFoundOutput(IOutput* output) {
@@ -104,19 +114,30 @@ bool Node::removeFoundOutput(IOutput* output) {
     const RefersTo<Node> self(this);
     EditStep step(this);
     const u64 index = indexInList(m_outputs, output);
+    Departure departing(*removed);
+    expectNews(this, output);
     if (step.isRecording())
         step.prepare<OutputListChange>(*removed, *this, index, false)
             ->takeComments(step.scene().comments());
+    departing.dropComments();
     markDirty();
     m_outputs.remove(index);
     step.commit();
-    const Departure departing(*removed);
+    departing.offList();
     removed->leaveList();
+    departing.begin();
     // Observers of the removal can still see what reads the output.
-    AllCalls calls;
-    calls.make([&] { onOutputRemoved(output); });
-    calls.make([&] { removed->disconnectTargets(false); });
-    calls.end();
+    try {
+        step.make([&] {
+            AllCalls calls;
+            calls.make([&] { onOutputRemoved(output); });
+            calls.make([&] { removed->disconnectTargets(false); });
+            calls.end();
+        });
+    } catch (const std::bad_alloc&) {
+        if (!removed->hasLeft()) departing.stay();
+        throw;
+    }
     return true;
 }
 

@@ -19,6 +19,7 @@ public:
 
     /// Returns the slot of the new last pointer.
     u64 add(T* pointer) {
+        reserve();
         m_slots.push_back(pointer);
         return slotAt(m_slots.size() - 1);
     }
@@ -26,6 +27,7 @@ public:
     /// Puts a pointer in front of the index-th, which must be there; returns its slot.
     template<typename Moved>
     u64 insert(u64 index, T* pointer, const Moved& moved) {
+        reserve();
         if (index == 0) return addInFront(pointer);
         Gap gap = gapAt(placeOf(index));
         if (gap.moves > kMostMoves) {
@@ -35,6 +37,14 @@ public:
         return insertAt(gap, pointer, moved);
     }
 
+    /// Makes room for another pointer: the next `add` or `insert` does not fail.
+    void reserve() {
+        if (m_slots.size() < m_slots.capacity()) return;
+        const u64 capacity = m_slots.empty() ? 2 : 2 * m_slots.size();
+        m_holes.reserve(roomForHoles(capacity));
+        m_slots.reserve(capacity);
+    }
+
     /// Returns how many pointers stand before that of a slot.
     [[nodiscard]] u64 rankOf(u64 slot) const noexcept {
         return placeOfSlot(slot) - holesUpTo(placeOfSlot(slot));
@@ -42,18 +52,15 @@ public:
     /// Returns a number that is lower for slots further in front.
     [[nodiscard]] u64 placeOfSlot(u64 slot) const noexcept { return slot - m_first; }
 
-    /// Needs a slot that holds a pointer.
+    /// Needs a slot that holds a pointer. Takes no memory.
     template<typename Moved>
     void remove(u64 slot, const Moved& moved) noexcept {
         const u64 place = placeOfSlot(slot);
         m_slots[place] = nullptr;
         if (place + 1 == m_slots.size()) return dropLastPlaces();
         if (place == 0) return dropFirstPlaces();
-        try {
-            m_holes.insert(holesUpTo(place), slot);
-        } catch (const std::bad_alloc&) {
-            return compact(moved);
-        }
+        if (m_holes.size() == m_holes.capacity()) return compact(moved);
+        m_holes.insert(holesUpTo(place), slot);
         if (m_holes.size() > mostHoles() || m_holes.size() * 2 >= m_slots.size()) compact(moved);
     }
 
@@ -102,6 +109,7 @@ private:
     // left free where one comes in.
     static constexpr u64 kHoleDistance = 32;
     static constexpr u64 kGapPart = 128;
+    static constexpr u64 kFewSlots = 32;
 
     // A place that can be freed by moving the pointers between it and a hole, or the end.
     struct Gap {
@@ -114,6 +122,11 @@ private:
     // Keeps the list of holes short enough to insert into.
     [[nodiscard]] u64 mostHoles() const noexcept {
         return std::max<u64>(1024, m_slots.size() / 24);
+    }
+    // Few slots have none: closing their holes at once costs little.
+    [[nodiscard]] static u64 roomForHoles(u64 slots) noexcept {
+        if (slots <= kFewSlots) return 0;
+        return std::min(std::max<u64>(1024, slots / 24), slots / 2) + 1;
     }
 
     [[nodiscard]] u64 slotAt(u64 place) const noexcept { return m_first + place; }
@@ -175,14 +188,19 @@ private:
     }
 
     // Sets the pointers anew, with holes evenly among them and many in front of the index-th, as
-    // the next ones are likely to come in there. Needs an index above 0.
+    // the next ones are likely to come in there. Needs an index above 0. Without memory all stays
+    // as it is, as holes only save moves.
     template<typename Moved>
-    void makeHoles(u64 index, const Moved& moved) {
+    void makeHoles(u64 index, const Moved& moved) noexcept {
         ds::Vector<T*> slots;
         ds::Vector<u64> holes;
         const u64 most = size() / kHoleDistance + size() / kGapPart + 1;
-        slots.reserve(size() + most);
-        holes.reserve(most);
+        try {
+            slots.reserve(size() + most + 1);
+            holes.reserve(std::max(most, roomForHoles(size() + most)));
+        } catch (const std::bad_alloc&) {
+            return;
+        }
         u64 rank = 0;
         forEach([&](T* pointer) {
             u64 left = rank != 0 && rank % kHoleDistance == 0 ? 1 : 0;

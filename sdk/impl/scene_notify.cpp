@@ -30,7 +30,7 @@ void Scene::tellThenModify(const IInput* input, const Tell& tell) {
 // An application that derives from the scene hears of everything.
 bool Scene::isHeard() const noexcept {
     if (hasObservers() || typeid(*this) != typeid(Scene)) return true;
-    return m_modifiers && !m_modifiers->isIdle();
+    return !m_modifiers->isIdle();
 }
 
 bool Scene::subscribe(SceneObserver* observer) {
@@ -62,6 +62,16 @@ bool Scene::subscribe(BatchObserver* observer) {
 bool Scene::unsubscribe(BatchObserver* observer) {
     const std::lock_guard lock(m_observerMutex);
     return m_ownBatches && m_ownBatches->unsubscribe(observer);
+}
+
+void Scene::expectInBatches(const INode* node) {
+    m_ownBatches->expect(node);
+}
+void Scene::expectInBatches(const IInput* input) {
+    m_ownBatches->expect(input);
+}
+void Scene::expectInBatches(const IOutput* output) {
+    m_ownBatches->expect(output);
 }
 
 void Scene::notifyInputAdded(const IInput* input) {

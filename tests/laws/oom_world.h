@@ -1,0 +1,179 @@
+#pragma once
+
+#include "sdk/scene.h"
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qv::tests {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::Input;
+using kelvo_sdk::Misfits;
+using kelvo_sdk::Node;
+using kelvo_sdk::Output;
+using kelvo_sdk::Scene;
+
+/// Counts what it is told, as each of the three kinds of observers.
+class OomWitness : public kelvo_sdk::SceneObserver,
+                   public kelvo_sdk::NodeObserver,
+                   public kelvo_sdk::BatchObserver {
+public:
+    using INode = kelvo_sdk::interfaces::INode;
+    using IInput = kelvo_sdk::interfaces::IInput;
+    using IOutput = kelvo_sdk::interfaces::IOutput;
+    /// By the scene, by nodes and in batches.
+    using Counts = std::array<u64, 3>;
+
+    void nodeAdded(INode*) override { ++counts[0]; }
+    void nodeRemoved(INode*) override { ++counts[0]; }
+    void nodeRenamed(INode*, String) override { ++counts[0]; }
+    void nodeMoved(INode*, u64) override { ++counts[0]; }
+    void inputAdded(const IInput*) override { ++counts[0]; }
+    void inputRemoved(const IInput*) override { ++counts[0]; }
+    void outputAdded(const IOutput*) override { ++counts[0]; }
+    void outputRemoved(const IOutput*) override { ++counts[0]; }
+    void inputChanged(const IInput*, const kelvo_sdk::impl::AttrData*) override { ++counts[0]; }
+    void inputConnected(const IInput*, const IOutput*, const IOutput*) override { ++counts[0]; }
+    void nodeConverted(INode*, INode*) override { ++counts[0]; }
+    void nodeRemoved() override { ++counts[1]; }
+    void nodeRenamed(String) override { ++counts[1]; }
+    void nodeConverted(Node) override { ++counts[1]; }
+    void inputChanged(Input) override { ++counts[1]; }
+    void inputConnected(Input) override { ++counts[1]; }
+    void sceneChanged(const kelvo_sdk::SceneChanges&) override { ++counts[2]; }
+
+    Counts counts{};
+};
+
+/// The scene of a trial and all that its operation needs: a scene with dirty states cached,
+/// results kept, a witness subscribed to the scene, to each node and for batches, and a history
+/// with steps to undo and to redo.
+struct OomWorld {
+    static constexpr const char* sceneText = R"(kelvo scene 1
+
+node thing "a" {
+    Real r = 1
+    Node l = b
+    Node k = b
+    Array<Node> list = [b, c]
+    Object o {
+        Real m = 2
+        Node n = c
+    }
+    Array<Real> e = [1, 2 <- h.p, 3]
+    output Real o
+}
+
+node thing "b" {
+    Real r = 2 <- a.o
+    Real s = 3 <- a.o
+    Node l = null @stashed a
+    output Real p
+}
+
+node xform "c" {
+    Array<Node> children = [a, b, f]
+}
+
+node lamp "d" {
+    Array<Node> modifiers = [m]
+    Real x = 3
+    Real y = 4 <- b.p
+}
+
+node scaleModifier "m" {
+    String modifies = "x"
+    Real factor = 2
+}
+
+node image "f" {
+    String dir = "/tmp"
+    String file = "g"
+    String ext = ".png"
+    String name = "Picture"
+}
+
+node xform "g" {
+}
+
+node thing "h" {
+    output Real p
+}
+
+node add "sum" {
+    Real a = 1 <- other.result
+    Real b = 2
+}
+node add "other" {
+    Real a = 3
+    Real b = 4
+}
+node thing "k" {
+    Bool flag = true
+    Int i = -1
+    UInt u = 1
+    Vec2 v2 = (1 2)
+    Vec3 v3 = (1 2 3)
+    Vec4 v4 = (1 2 3 4)
+    Pos2 p2 = (1 2)
+    Pos3 p3 = (1 2 3)
+    Quat q = (0 0 0 1)
+    Rgba c = (1 1 1 1)
+    Mat3 m3 = (1 0 0 0 1 0 0 0 1)
+    Mat4 m4 = (1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1)
+    String s = "a text that is long enough to be in memory of its own"
+    Buffer<Pos3f> points = [(0 0 0) (1 0 0)]
+    Array<String> names = ["one", "two"]
+    Real sum = 0 <- sum.result
+    output Real o
+}
+)";
+
+    OomWorld();
+    ~OomWorld();
+    OomWorld(const OomWorld&) = delete;
+    OomWorld& operator=(const OomWorld&) = delete;
+
+    [[nodiscard]] const Scene& scene() const { return m_scene; }
+    [[nodiscard]] Input at(const char* of, const char* path) const {
+        return m_scene[of].inputAt(path);
+    }
+    /// Lets go of the scene, unwatched.
+    void endScene();
+    /// Lets go of everything but the scene, which it returns.
+    [[nodiscard]] Scene takeScene();
+
+    OomWitness witness;
+    // For operations to prepare and to use.
+    Node node, second;
+    Input input;
+    Output output;
+    String name, text;
+    std::optional<Scene::UndoScope> scope;
+    OomWitness newcomer;
+
+private:
+    Scene m_scene = Scene::create();
+};
+
+/// A public operation whose allocations fail, one after the other.
+struct OomEdit {
+    /// "group: name"; groups are those of docs/errors.md.
+    const char* name;
+    /// Prepares the world, with all the memory it wants; may be null.
+    std::function<void(OomWorld&)> build;
+    /// Does it; the answer must be that of a run with memory enough, unless `std::bad_alloc` says
+    /// that nothing was done. It makes no texts of its own: `build` does.
+    std::function<bool(OomWorld&)> run;
+    /// Whether the scene ends: there is nothing to compare then.
+    bool endsScene = false;
+};
+
+[[nodiscard]] const std::vector<OomEdit>& oomCoreEdits();
+[[nodiscard]] const std::vector<OomEdit>& oomTextEdits();
+
+} // namespace qv::tests
