@@ -188,4 +188,15 @@ void SceneComments::putBack(Kept kept) {
     }
 }
 
+void SceneComments::reserveFor(const SceneComments& added) {
+    m_entries.reserve(m_entries.size() + added.m_entries.size());
+    m_attributes.reserve(m_attributes.size() + added.m_attributes.size());
+}
+
+void SceneComments::merge(SceneComments added) noexcept {
+    m_entries.merge(added.m_entries);
+    m_attributes.merge(added.m_attributes);
+    m_file = std::move(added.m_file);
+}
+
 } // namespace qv::kelvo_sdk::impl

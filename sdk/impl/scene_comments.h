@@ -70,6 +70,11 @@ public:
     [[nodiscard]] Kept take(const interfaces::IOutput* output);
     void putBack(Kept kept);
 
+    /// Takes the memory for merging with these.
+    void reserveFor(const SceneComments& added);
+    /// Takes over comments on other things, and those of the text as a whole in place of its own.
+    void merge(SceneComments added) noexcept;
+
     /// Tells whether nothing but the text as a whole has comments.
     [[nodiscard]] bool empty() const noexcept { return m_entries.empty(); }
 
