@@ -17,7 +17,12 @@ bool Batches::subscribe(BatchObserver* observer) {
 template<typename Note>
 void Batches::note(const Note& note) {
     if (m_observers.empty()) return;
-    note(m_batch);
+    try {
+        note(m_batch);
+    } catch (const std::bad_alloc&) {
+        // Of a change that was not expected.
+        logNoMemory("Observers were not told of an edit: there is no memory for it.");
+    }
     if (!m_scene.isEditing()) deliver();
 }
 
@@ -52,6 +57,24 @@ void Batches::inputConnected(const IInput* input, const IOutput* before, const I
     note([=](EditBatch& batch) { batch.inputConnected(input, before); });
 }
 
+namespace {
+
+// Needs an exception that is being handled. A log handler may throw as well.
+void logThrown() noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& thrown) {
+            logError("An observer threw when it was told of an edit: %s.", thrown.what());
+        } catch (...) {
+            logError("An observer threw when it was told of an edit.");
+        }
+    } catch (...) {
+    }
+}
+
+} // namespace
+
 // Edits that observers make meanwhile come next. Observers may let go of the scene.
 void Batches::deliver() noexcept {
     if (m_isDelivering || m_batch.empty()) return;
@@ -69,27 +92,20 @@ void Batches::deliver() noexcept {
 }
 
 void Batches::deliverRound() noexcept {
-    const EditBatch batch = std::exchange(m_batch, {});
-    try {
-        const interfaces::SceneChanges changes = batch.net();
-        if (!changes.empty()) tell(changes);
-    } catch (const std::bad_alloc&) {
-        logError("Observers were not told of an edit: there is no memory for it.");
-    }
+    EditBatch batch = std::exchange(m_batch, {});
+    const interfaces::SceneChanges& changes = batch.net();
+    if (!changes.empty()) tell(changes);
 }
 
 void Batches::tell(const interfaces::SceneChanges& changes) noexcept {
-    const ds::Vector<BatchObserver*> snapshot = m_observers;
-    for (BatchObserver* observer : snapshot) {
-        if (!m_observers.contains(observer)) continue;
+    const CertainTelling certain;
+    tellEach(m_observers, [&](BatchObserver* observer) {
         try {
             observer->sceneChanged(changes);
-        } catch (const std::exception& thrown) {
-            logError("An observer threw when it was told of an edit: %s.", thrown.what());
         } catch (...) {
-            logError("An observer threw when it was told of an edit.");
+            logThrown();
         }
-    }
+    });
 }
 
 } // namespace qv::kelvo_sdk::impl

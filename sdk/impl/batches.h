@@ -16,6 +16,11 @@ public:
 
     bool subscribe(BatchObserver* observer);
     bool unsubscribe(BatchObserver* observer) { return m_observers.removeAll(observer); }
+    /// Something is about to change: takes the memory for noting that.
+    template<typename Thing>
+    void expect(const Thing* thing) {
+        if (!m_observers.empty()) m_batch.expect(thing);
+    }
     /// No edit is open any more.
     void deliver() noexcept;
 

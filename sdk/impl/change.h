@@ -2,6 +2,8 @@
 
 #include "base/string.h"
 
+#include <new>
+
 namespace qv::kelvo_sdk::impl {
 
 class Scene;
@@ -15,11 +17,14 @@ public:
     Change& operator=(const Change&) = delete;
     virtual ~Change() = default;
 
+    /// Makes ready for those to be told who hear of edits as a whole.
+    virtual void expect(Scene& scene) = 0;
     /// Makes the edits that have to come before `flip`, as edits of their own.
     virtual void prepareFlip(Scene& /*scene*/) {}
     /// Turns the change. Needs what it is about as it was right after the change was made or last
-    /// turned. Everyone is told as of the change itself; what one of them throws comes out when the
-    /// change is turned.
+    /// turned. Everyone is told as of the change itself; what comes out, because there is no memory
+    /// to hold that back, comes out when the change is turned. Turning it again, as it was before,
+    /// takes no memory while nobody is told.
     virtual void flip(Scene& scene) = 0;
 
     /// Mends what does not fit any more, when all changes of a step were turned.
@@ -37,6 +42,20 @@ public:
     [[nodiscard]] virtual String subject() const = 0;
     /// For users, such as "Set lamp.radius".
     [[nodiscard]] virtual String text() const = 0;
+
+    /// Without memory for them comments stay where they are, and are found there when the thing
+    /// comes back.
+    template<typename Take>
+    static void keepComments(const Take& take) noexcept {
+        try {
+            take();
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+    }
+
+    /// For the history alone: it was made while a step was turned, before a change of that step.
+    bool isBeside = false;
 };
 
 } // namespace qv::kelvo_sdk::impl

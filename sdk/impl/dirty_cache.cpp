@@ -29,18 +29,31 @@ void DirtyCache::changed(const Node& node, bool wasDirty) noexcept {
         recheckEarly();
         if (!wasDirty) spread(node);
     } catch (const std::bad_alloc&) {
-        m_early.clear();
-        m_scene.forEachNode([](Node* each) { each->m_dirty = true; });
+        markAll();
     }
 }
 
-void DirtyCache::cleaning(Node& node) {
-    if (dependsOnDirty(node) && m_scene.contains(node)) m_early.insert(&node);
+void DirtyCache::markAll() noexcept {
+    m_early.clear();
+    m_scene.forEachNode([](Node* each) { each->m_dirty = true; });
 }
 
-void DirtyCache::added(Node& node) {
-    if (dependsOnDirty(node)) node.m_dirty = true;
-    if (node.m_dirty) spread(node);
+// Without memory to remember it by, it stays clean until it changes.
+void DirtyCache::cleaning(Node& node) noexcept {
+    try {
+        if (dependsOnDirty(node) && m_scene.contains(node)) m_early.insert(&node);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+void DirtyCache::added(Node& node) noexcept {
+    try {
+        if (dependsOnDirty(node)) node.m_dirty = true;
+        if (node.m_dirty) spread(node);
+    } catch (const std::bad_alloc&) {
+        markAll();
+    }
 }
 
 void DirtyCache::recheckEarly() {

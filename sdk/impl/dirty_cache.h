@@ -24,13 +24,14 @@ public:
     /// The node changed, and its flag is set; `wasDirty` tells whether it was before.
     void changed(const Node& node, bool wasDirty) noexcept;
     /// The node is about to be marked clean.
-    void cleaning(Node& node);
+    void cleaning(Node& node) noexcept;
     /// The node came into the scene, links and all.
-    void added(Node& node);
+    void added(Node& node) noexcept;
     /// The node leaves the scene.
     void removed(Node& node) { m_early.erase(&node); }
 
 private:
+    void markAll() noexcept;
     void recheckEarly();
     void spread(const Node& from);
 

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "sdk/impl/history.h"
+#include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/scene.h"
 
+#include <exception>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -12,6 +15,9 @@ namespace qv::kelvo_sdk::impl {
 /// Makes what changes while it lives, with what observers do about it, one step of the scene's
 /// history, or part of one that is open. Costs next to nothing for nodes without a scene and scenes
 /// that record nothing.
+///
+/// When an exception leaves it before anyone was told of anything, it takes back what was done, as
+/// far as that was recorded. Who is told inside hears of it whether there is memory or not.
 class EditStep {
 public:
     /// `node` may be null. Of a node that is being made or destroyed nothing is recorded.
@@ -21,7 +27,12 @@ public:
     }
     explicit EditStep(Scene& scene) { open(scene); }
     ~EditStep() {
-        if (m_scene) m_scene->history().closeOperation();
+        if (!m_scene) return;
+        if (std::uncaught_exceptions() > m_exceptions && m_scene->tellings() == m_tellings) {
+            NewsHold::dropSince(m_news);
+            history().rollBack(m_start);
+        }
+        history().closeOperation();
     }
     EditStep(const EditStep&) = delete;
     EditStep& operator=(const EditStep&) = delete;
@@ -41,6 +52,21 @@ public:
         m_change = std::move(change);
         return made;
     }
+    /// Makes several changes that are told of one by one: without memory for all of them, none is
+    /// made, as far as they are recorded.
+    template<typename Call>
+    auto make(const Call& call) const {
+        try {
+            return call();
+        } catch (const std::bad_alloc&) {
+            if (m_scene && m_scene->tellings() != m_tellings) {
+                NewsHold::dropSince(m_news);
+                history().takeBack(m_start);
+            }
+            throw;
+        }
+    }
+
     /// The change was made.
     void commit() noexcept {
         if (m_change) history().add(std::move(m_change));
@@ -50,13 +76,29 @@ private:
     void open(Scene& scene) {
         History& history = scene.history();
         if (!history.isRecording()) return history.missed();
-        m_scene = RefersTo<Scene>(&scene);
         history.openOperation();
+        m_scene = RefersTo<Scene>(&scene);
+        m_start = history.openChanges();
+        m_tellings = scene.tellings();
+        m_news = NewsHold::mark();
+        m_exceptions = std::uncaught_exceptions();
     }
 
+    CertainTelling m_certain;
     // Null when nothing is recorded.
     RefersTo<Scene> m_scene;
     std::unique_ptr<Change> m_change;
+    // When it began.
+    u64 m_start = 0;
+    u64 m_tellings = 0;
+    NewsHold::Mark m_news{};
+    int m_exceptions = 0;
 };
+
+/// Makes ready to tell of a thing of the node, which may be null, before it changes.
+template<typename Thing>
+void expectNews(const Node* node, const Thing* thing) {
+    if (auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr) scene->expect(thing);
+}
 
 } // namespace qv::kelvo_sdk::impl

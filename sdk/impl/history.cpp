@@ -24,6 +24,7 @@ void History::closeOperation() noexcept {
 }
 
 void History::add(std::unique_ptr<Change> change) noexcept {
+    change->isBeside = m_isReplaying;
     if (!m_isDropping) m_open.push_back(std::move(change));
 }
 
@@ -39,6 +40,7 @@ bool History::keepsValueOf(const Input& input) const noexcept {
 // ---- Edits ---------------------------------------------------------------------------------
 
 void History::begin() {
+    if (m_isEnabled && m_ready.empty()) m_ready.emplace_back();
     m_marks.push_back({m_open.size(), m_operations});
 }
 
@@ -88,33 +90,43 @@ void guarded(const Call& call) noexcept {
 
 } // namespace
 
+void History::rollBack(u64 from) noexcept {
+    for (Mark& mark : m_marks)
+        mark.changes = std::min(mark.changes, from);
+    const NewsHold unheard(NewsHold::Kind::Muted);
+    const bool wasReplaying = std::exchange(m_isReplaying, true);
+    while (m_open.size() > from) {
+        const auto change = std::move(m_open.back());
+        m_open.pop_back();
+        guarded([&] { change->flip(m_scene); });
+    }
+    m_isReplaying = wasReplaying;
+}
+
 // What observers do about it stays, as part of what surrounds it.
 void History::takeBack(u64 from) noexcept {
     for (Mark& mark : m_marks)
         mark.changes = std::min(mark.changes, from);
-    Changes taken;
-    try {
-        taken.reserve(m_open.size() - from);
-    } catch (const std::bad_alloc&) {
-        return logError("An edit was not taken back: there is no memory for it.");
-    }
+    Changes taken = std::exchange(m_taken, {});
     const auto first = m_open.begin() + static_cast<std::ptrdiff_t>(from);
     std::ranges::move(first, m_open.end(), std::back_inserter(taken));
     m_open.erase(first, m_open.end());
+    const CertainTelling certain;
     const bool wasReplaying = std::exchange(m_isReplaying, true);
-    NewsHold news;
+    NewsHold news(NewsHold::Kind::Certain);
     for (u64 i = taken.size(); i-- > 0;)
         guarded([&] { turnBack(*taken[i]); });
     for (const auto& change : taken)
         guarded([&] { change->settle(); });
     guarded([&] { news.release(); });
     m_isReplaying = wasReplaying;
+    taken.clear();
+    if (m_taken.capacity() < taken.capacity()) m_taken = std::move(taken);
 }
 
 void History::turnBack(Change& change) {
     m_isDropping = true;
-    const std::unique_ptr<bool, void (*)(bool*)> end(&m_isDropping, [](bool* is) { *is = false; });
-    change.prepareFlip(m_scene);
+    guarded([&] { change.prepareFlip(m_scene); });
     m_isDropping = false;
     change.flip(m_scene);
 }
@@ -132,26 +144,26 @@ void History::keepStep() noexcept {
     m_undoText = String();
     m_open.clear();
     if (step.changes.empty()) return;
-    try {
-        condense(step.changes);
-        if (step.changes.empty()) return;
-        if (!m_isEnabled) return missed();
-        keep(std::move(step));
-    } catch (...) {
-        clear();
-        logError("An edit cannot be undone: there is no memory for it.");
-    }
+    condense(step.changes);
+    if (step.changes.empty()) return;
+    if (!m_isEnabled) return missed();
+    keep(std::move(step));
 }
 
-// Leaves out later values of what is there already, then what came back to its first value.
-void History::condense(Changes& changes) {
+// Leaves out later values of what is there already, then what came back to its first value. Without
+// memory to tell which values are later, all stay.
+void History::condense(Changes& changes) noexcept {
     std::unordered_set<const void*> met;
-    const auto isLater = [&met](const auto& change) {
+    for (auto& change : changes) {
+        if (changes.size() == 1) break;
         const void* owner = change->valueOwner();
-        return owner && !met.insert(owner).second;
-    };
-    if (changes.size() > 1) std::erase_if(changes, isLater);
-    std::erase_if(changes, [](const auto& change) { return change->isNothing(); });
+        try {
+            if (owner && !met.insert(owner).second) change.reset();
+        } catch (const std::bad_alloc&) {
+            break;
+        }
+    }
+    std::erase_if(changes, [](const auto& change) { return !change || change->isNothing(); });
 }
 
 } // namespace qv::kelvo_sdk::impl

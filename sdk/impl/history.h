@@ -4,7 +4,7 @@
 #include "sdk/interfaces/undo_step.h"
 
 #include <atomic>
-#include <deque>
+#include <list>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -43,10 +43,24 @@ public:
     [[nodiscard]] bool isRecording() const noexcept {
         return m_isEnabled || m_operations != 0 || !m_marks.empty();
     }
-    void openOperation() { ++m_operations; }
+    /// After this, closing the operation does not fail; nor does it when this fails.
+    void openOperation() {
+        if (m_isEnabled && m_ready.empty()) m_ready.emplace_back();
+        ++m_operations;
+    }
     void closeOperation() noexcept;
+    /// Returns the number of changes that the open step has so far.
+    [[nodiscard]] u64 openChanges() const noexcept { return m_open.size(); }
+    /// Needs an open operation that failed before anyone was told: takes back, unheard, what was
+    /// done since the open step had that many changes. Needs no memory.
+    void rollBack(u64 from) noexcept;
+    /// The same when somebody was told, who is then told of the contrary.
+    void takeBack(u64 from) noexcept;
     /// Needs an open operation. After `reserve`, `add` does not fail.
-    void reserve() { m_open.reserve(m_open.size() + 1); }
+    void reserve() {
+        if (m_open.size() == m_open.capacity()) m_open.reserve(2 * m_open.size() + 4);
+        if (m_taken.capacity() < m_open.size() + 1) m_taken.reserve(m_open.capacity());
+    }
     void add(std::unique_ptr<Change> change) noexcept;
     /// Tells whether the innermost edit keeps an earlier value of the input already.
     [[nodiscard]] bool keepsValueOf(const Input& input) const noexcept;
@@ -117,23 +131,28 @@ private:
 
     [[nodiscard]] u64 state() const noexcept { return m_done.empty() ? m_base : m_done.back().id; }
     [[nodiscard]] bool canReplay(const char* what) const;
+    bool turn(std::list<Step>& from, std::list<Step>& to);
     void replay(Step& step, AllCalls& calls);
-    void takeBack(u64 from) noexcept;
+    void turnAll(Step& step);
+    void turnAgain(Step& step) noexcept;
     void takeBackCancelled() noexcept;
     void turnBack(Change& change);
     void closeStep() noexcept;
     void keepStep() noexcept;
-    static void condense(Changes& changes);
-    void keep(Step step);
-    void trim(std::vector<Step>& dropped);
+    static void condense(Changes& changes) noexcept;
+    void keep(Step&& step) noexcept;
+    void trim(std::list<Step>& dropped) noexcept;
     [[nodiscard]] u64 distanceTo(u64 id, bool& isBack) const noexcept;
     static u64 bytesOf(const Step& step) noexcept;
     static UndoStep describe(const Step& step);
 
     Scene& m_scene;
     UndoLimits m_limits;
-    std::deque<Step> m_done;
-    std::vector<Step> m_undone;
+    std::list<Step> m_done;
+    // The next one to be done again is the last.
+    std::list<Step> m_undone;
+    // An empty step, for when that which is open closes.
+    std::list<Step> m_ready;
     u64 m_bytes = 0;
     u64 m_lastId = 0;
     // The state before the oldest step.
@@ -143,6 +162,8 @@ private:
 
     // The step that is open.
     Changes m_open;
+    // Empty, with room for all that are open while they are taken back.
+    Changes m_taken;
     std::vector<Mark> m_marks;
     u64 m_operations = 0;
     String m_doText;

@@ -8,6 +8,7 @@
 #include "base/log.h"
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -27,7 +28,7 @@ bool History::setEnabled(bool enabled) {
 
 void History::setLimits(const UndoLimits& limits) {
     m_limits = limits;
-    std::vector<Step> dropped;
+    std::list<Step> dropped;
     trim(dropped);
 }
 
@@ -44,72 +45,107 @@ bool History::canReplay(const char* what) const {
 }
 
 bool History::undo() {
-    if (!canReplay("undo") || m_done.empty()) return false;
-    m_undone.reserve(m_undone.size() + 1);
-    Step step = std::move(m_done.back());
-    m_done.pop_back();
-    AllCalls calls;
-    replay(step, calls);
-    m_undone.push_back(std::move(step));
-    m_scene.editEnded();
-    calls.end();
-    return true;
+    return canReplay("undo") && !m_done.empty() && turn(m_done, m_undone);
 }
 
 bool History::redo() {
-    if (!canReplay("redo") || m_undone.empty()) return false;
-    Step step = std::move(m_undone.back());
-    m_undone.pop_back();
+    return canReplay("redo") && !m_undone.empty() && turn(m_undone, m_done);
+}
+
+// Turns the last step of a list, which then is the last of the other. Without memory for that it
+// stays where it is.
+bool History::turn(std::list<Step>& from, std::list<Step>& to) {
+    m_open.reserve(from.back().changes.size());
+    m_taken.reserve(from.back().changes.size());
+    std::list<Step> turning;
+    turning.splice(turning.end(), from, std::prev(from.end()));
     AllCalls calls;
-    replay(step, calls);
-    m_done.push_back(std::move(step));
+    try {
+        replay(turning.back(), calls);
+    } catch (...) {
+        from.splice(from.end(), turning);
+        m_scene.editEnded();
+        throw;
+    }
+    to.splice(to.end(), turning);
     m_scene.editEnded();
     calls.end();
     return true;
 }
 
-// Turns a step. Everyone is told when all of it is turned.
+// Everyone is told when all of it is turned.
 void History::replay(Step& step, AllCalls& calls) {
-    m_open.reserve(step.changes.size());
-    m_isReplaying = true;
     ModifierHold modifiers(m_scene);
+    const CertainTelling certain;
     NewsHold news;
-    for (; !step.changes.empty(); step.changes.pop_back()) {
-        Change& change = *step.changes.back();
-        calls.make([&] { change.prepareFlip(m_scene); });
-        m_open.push_back(std::move(step.changes.back()));
-        calls.make([&] { change.flip(m_scene); });
-    }
-    for (u64 i = 0; i < m_open.size(); ++i)
-        calls.make([&] { m_open[i]->settle(); });
+    const std::unique_ptr<bool, void (*)(bool*)> end(&m_isReplaying, [](bool* is) { *is = false; });
+    m_isReplaying = true;
+    turnAll(step);
     calls.make([&] { news.release(); });
     calls.make([&] { modifiers.release(); });
-    m_isReplaying = false;
     step.changes = std::move(m_open);
     m_open.clear();
+    for (const auto& change : step.changes)
+        change->isBeside = false;
     m_bytes -= step.bytes;
     step.bytes = bytesOf(step);
     m_bytes += step.bytes;
 }
 
+// Turns all changes or, with an exception, none. The turned ones come to be the open step.
+void History::turnAll(Step& step) {
+    const auto start = NewsHold::mark();
+    try {
+        for (u64 i = step.changes.size(); i-- > 0;)
+            step.changes[i]->expect(m_scene);
+        while (!step.changes.empty()) {
+            Change& change = *step.changes.back();
+            change.prepareFlip(m_scene);
+            reserve();
+            add(std::move(step.changes.back()));
+            change.isBeside = false;
+            step.changes.pop_back();
+            change.flip(m_scene);
+        }
+        for (u64 i = 0; i < m_open.size(); ++i)
+            m_open[i]->settle();
+    } catch (...) {
+        NewsHold::dropSince(start);
+        turnAgain(step);
+        throw;
+    }
+}
+
+// Turns back, unheard, what was turned already.
+void History::turnAgain(Step& step) noexcept {
+    const NewsHold unheard(NewsHold::Kind::Muted);
+    while (!m_open.empty()) {
+        auto change = std::move(m_open.back());
+        m_open.pop_back();
+        change->flip(m_scene);
+        // There is room: it came from there.
+        if (!change->isBeside) step.changes.push_back(std::move(change));
+    }
+}
+
 // What goes ends after the history is in order: destructors may come back here.
-void History::keep(Step step) {
-    std::vector<Step> dropped = std::exchange(m_undone, {});
+void History::keep(Step&& step) noexcept {
+    std::list<Step> dropped = std::exchange(m_undone, {});
     for (const Step& undone : dropped)
         m_bytes -= undone.bytes;
     step.id = ++m_lastId;
     step.bytes = bytesOf(step);
     m_bytes += step.bytes;
-    m_done.push_back(std::move(step));
+    m_ready.front() = std::move(step);
+    m_done.splice(m_done.end(), m_ready, m_ready.begin());
     trim(dropped);
 }
 
-void History::trim(std::vector<Step>& dropped) {
+void History::trim(std::list<Step>& dropped) noexcept {
     while (!m_done.empty() && (m_done.size() > m_limits.steps || m_bytes > m_limits.bytes)) {
         m_base = m_done.front().id;
         m_bytes -= m_done.front().bytes;
-        dropped.push_back(std::move(m_done.front()));
-        m_done.pop_front();
+        dropped.splice(dropped.end(), m_done, m_done.begin());
     }
 }
 
@@ -130,11 +166,15 @@ u64 History::bytesOf(const Step& step) noexcept {
 }
 
 UndoStep History::undoStep(u64 index) const {
-    return index < m_done.size() ? describe(m_done[m_done.size() - 1 - index]) : UndoStep();
+    return index < m_done.size()
+               ? describe(*std::next(m_done.rbegin(), static_cast<std::ptrdiff_t>(index)))
+               : UndoStep();
 }
 
 UndoStep History::redoStep(u64 index) const {
-    return index < m_undone.size() ? describe(m_undone[m_undone.size() - 1 - index]) : UndoStep();
+    return index < m_undone.size()
+               ? describe(*std::next(m_undone.rbegin(), static_cast<std::ptrdiff_t>(index)))
+               : UndoStep();
 }
 
 UndoStep History::describe(const Step& step) {
@@ -166,10 +206,11 @@ u64 History::distanceTo(u64 id, bool& isBack) const noexcept {
     const auto hasId = [id](const Step& step) { return step.id == id; };
     if (id == m_base) return m_done.size();
     const auto done = std::ranges::find_if(m_done, hasId);
-    if (done != m_done.end()) return static_cast<u64>(m_done.end() - done) - 1;
+    if (done != m_done.end()) return static_cast<u64>(std::distance(done, m_done.end())) - 1;
     isBack = false;
     const auto undone = std::ranges::find_if(m_undone, hasId);
-    return undone != m_undone.end() ? static_cast<u64>(m_undone.end() - undone) : noIndex;
+    if (undone == m_undone.end()) return noIndex;
+    return static_cast<u64>(std::distance(undone, m_undone.end()));
 }
 
 bool History::returnTo(const String& name) {

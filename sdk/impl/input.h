@@ -21,6 +21,7 @@ class Output;
 class Scene;
 class SceneBuilder;
 struct InputExtras;
+struct Stash;
 
 /// The one implementation of an input; the contract of its operations stands in `IInput`.
 ///
@@ -98,6 +99,8 @@ public:
     /// Hash of the name without regard to case. Needs an input that is no array element.
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
+    /// Returns its place in the list that it is in.
+    [[nodiscard]] u64 placeInList() const noexcept;
     /// Returns the memory that the input takes with what it holds.
     [[nodiscard]] u64 ownBytes() const;
 
@@ -162,7 +165,9 @@ public:
     /// For readers of text: keeps `value` aside.
     void setStashed(Value value);
     /// For modifiers alone: brings the kept value back, unheard. Needs one.
-    void takeStashedBack() noexcept;
+    std::unique_ptr<Stash> takeStashedBack() noexcept;
+    /// The contrary: shows a value, and keeps aside what was kept, if anything.
+    void showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept;
     /// Tells whether the scene's modifiers may write over the value, and the kept one is the
     /// user's.
     [[nodiscard]] QV_EXPORT bool isModified() const;
@@ -279,7 +284,7 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
-    void sourceEnded(Output& output, bool isRecorded);
+    void endSource(Output& output, bool isRecorded);
     void dropSource() noexcept;
     [[nodiscard]] bool mayLinkTo(const INode* node) const;
     void relinkStash(const INode& from, INode* to);

@@ -5,6 +5,7 @@
 #include "sdk/impl/input_list.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
+#include "sdk/impl/scene.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,6 +14,10 @@ namespace qv::kelvo_sdk::impl {
 
 InputChange::InputChange(Input& input)
     : m_input(&input), m_node(static_cast<Node*>(input.node())) {}
+
+void InputChange::expect(Scene& scene) {
+    scene.expect(static_cast<const IInput*>(m_input.get()));
+}
 
 // An input that has left its node does not tell it any more.
 String InputChange::subject() const {
@@ -150,8 +155,12 @@ void InputListChange::flip(Scene& scene) {
 }
 
 // A node that left may have been changed by its holder: what does not fit any more is passed over.
+// An input whose removal has not come to its end knows its node still.
 void InputListChange::putIn(Scene& scene) {
-    if (input().node() || (m_holder && m_holder->node() != m_owner.get())) return;
+    if (m_holder && m_holder->node() != m_owner.get()) return;
+    const auto& list = m_holder ? m_holder->members() : m_owner->inputs();
+    const INode* node = input().node();
+    if (node && (node != m_owner.get() || list.contains(&input()))) return;
     input().incRef();
     if (m_holder)
         m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
@@ -164,7 +173,7 @@ void InputListChange::putIn(Scene& scene) {
 
 void InputListChange::takeOut(Scene& scene) {
     if (input().node() != m_owner.get()) return;
-    takeComments(scene.comments());
+    keepComments([&] { takeComments(scene.comments()); });
     if (m_holder)
         m_holder->takeMember(&input());
     else

@@ -15,6 +15,7 @@ class Input;
 class InputChange : public Change {
 public:
     explicit InputChange(Input& input);
+    void expect(Scene& scene) override;
     [[nodiscard]] String subject() const override;
 
 protected:

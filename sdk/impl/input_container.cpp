@@ -54,6 +54,7 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     {
         EditStep step(m_node);
         step.prepare<InputListChange>(*member, m_node, this, index, true);
+        expectNews(m_node, static_cast<const IInput*>(member.get()));
         putMember(member.get(), index);
         member->incRef();
         step.commit();
@@ -135,6 +136,7 @@ bool Input::moveElement(u64 from, u64 to) {
     if (from == to) return true;
     EditStep step(m_node);
     step.prepare<ElementMove>(*this, from, to);
+    expectNews(m_node, static_cast<const IInput*>(this));
     step.commit();
     moveMember(from, to);
     return true;
@@ -171,6 +173,11 @@ void Input::renumber(u64 from) noexcept {
     const ds::Vector<IInput*>& list = members();
     for (u64 i = from; i < list.size(); ++i)
         static_cast<Input*>(list[i])->m_index = i;
+}
+
+u64 Input::placeInList() const noexcept {
+    if (isElement()) return m_index;
+    return indexInList(m_parent ? m_parent->members() : m_node->inputs(), this);
 }
 
 bool Input::hasInput(u64 index, AttrType type) const {
@@ -232,8 +239,8 @@ bool Input::removeLastInput() {
 // Last to first, so that what is left keeps its names.
 bool Input::clearInputs() {
     const RefersTo<Input> self(this);
-    const EditStep step(m_node);
     NewsHold news;
+    const EditStep step(m_node);
     while (!members().empty())
         removeFound(members().back());
     news.release();
@@ -245,15 +252,19 @@ bool Input::removeFound(IInput* member) {
     auto* removed = static_cast<Input*>(member);
     const RefersTo<Node> held(m_node);
     EditStep step(m_node);
+    Departure departing(*removed);
+    expectNews(m_node, static_cast<const IInput*>(member));
     if (step.isRecording()) {
         const u64 index = isArray() ? removed->m_index : indexInList(members(), member);
         auto* change = step.prepare<InputListChange>(*removed, m_node, this, index, false);
         change->takeComments(step.scene().comments());
     }
+    departing.dropComments();
     takeMember(removed);
     step.commit();
-    const Departure departing(*removed);
+    departing.offList();
     removed->recordTies();
+    departing.begin();
     if (held) held->onInputRemoved(member);
     return true;
 }

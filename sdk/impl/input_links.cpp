@@ -87,6 +87,7 @@ bool Input::connect(IOutput* output) {
     }
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
     setSource(after);
     step.commit();
     if (m_node) m_node->onInputConnected(this, before, after);
@@ -100,27 +101,31 @@ bool Input::disconnect() {
     const RefersTo<Output> held(before);
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
     setSource(nullptr);
     step.commit();
     if (m_node) m_node->onInputConnected(this, before, nullptr);
     return true;
 }
 
-// Keeps both ends right and tells nobody.
+// Keeps both ends right and tells nobody. Does not fail when it ends a connection.
 void Input::setSource(Output* output, u64 rank) {
     if (sourceOutput() == output) return;
     InputExtras& own = extras();
+    if (output) output->makeRoom();
     if (own.source) own.source->removeTarget(own.sourceSlot);
     own.source = output;
     if (output) own.sourceSlot = output->addTarget(this, rank);
     dropHash();
 }
 
-// The output ends its connections and has taken this input, its last target, off its list. Undo
-// could not bring back the output of a node that is in no scene.
-void Input::sourceEnded(Output& output, bool isRecorded) {
+// The output ends its connections, of which this is the last. Undo could not bring back the output
+// of a node that is in no scene.
+void Input::endSource(Output& output, bool isRecorded) {
     EditStep step(static_cast<const Node*>(isRecorded ? output.node() : nullptr));
-    step.prepare<SourceChange>(*this, output, output.targetCount());
+    step.prepare<SourceChange>(*this, output, output.targetCount() - 1);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    output.takeLastTarget();
     m_extras->source = nullptr;
     step.commit();
     dropHash();
@@ -162,6 +167,7 @@ void Input::relink(const INode& from, INode* to) {
     const bool isHeld = linkedNode(*this) == &from;
     if (!isKept && !isHeld) return;
     EditStep step(static_cast<const Node*>(&from));
+    expectNews(m_node, static_cast<const IInput*>(this));
     if (isModified() ? isKept : isHeld) step.prepare<ValueChange>(*this);
     if (isKept) relinkStash(from, to);
     if (isHeld) {

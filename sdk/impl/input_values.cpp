@@ -66,6 +66,7 @@ bool Input::store(Value value) {
     if (!writable(value)) return false;
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
     replaceValue(value);
     step.commit();
     changed(std::move(value));
@@ -106,6 +107,8 @@ bool Input::storeModified(Value value) {
     }
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    if (type() == AttrType::Node) extras();
     dropStash();
     replaceValue(value);
     step.commit();
@@ -318,8 +321,8 @@ bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
 bool Input::reset() {
     if (isArray()) return clearInputs();
     if (!isObject()) return type() != AttrType::Null && store(defaultValue());
-    const EditStep step(m_node);
     NewsHold news;
+    const EditStep step(m_node);
     bool done = true;
     for (IInput* member : members())
         done = member->reset() && done;
@@ -348,10 +351,22 @@ bool Input::unstash() {
     return setValue(kept);
 }
 
-void Input::takeStashedBack() noexcept {
-    Value kept = m_extras->stash->value;
-    dropStash();
+std::unique_ptr<Stash> Input::takeStashedBack() noexcept {
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    auto stash = std::move(m_extras->stash);
+    Value kept = stash->value;
     replaceValue(kept);
+    return stash;
+}
+
+void Input::showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept {
+    Value shown = value;
+    replaceValue(shown);
+    dropStash();
+    if (!kept) return;
+    m_extras->stash = std::move(kept);
+    linkStash();
 }
 
 void Input::dropStash() noexcept {
@@ -365,9 +380,11 @@ const Value* Input::stashed() const noexcept {
     return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
 }
 
+// One that is there keeps its memory.
 void Input::replaceStash(Value value) {
-    dropStash();
-    extras().stash = std::make_unique<Stash>();
+    if (!stashed()) extras().stash = std::make_unique<Stash>();
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
     m_extras->stash->value = std::move(value);
     linkStash();
 }

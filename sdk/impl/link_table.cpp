@@ -1,7 +1,9 @@
 #include "sdk/impl/link_table.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <new>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -37,7 +39,7 @@ LinkTable& LinkTable::keptOfFreeNodes() noexcept {
 }
 
 LinkTable::~LinkTable() {
-    for (const auto& [target, first] : m_first) {
+    while (Link* first = takeRing()) {
         Link* link = first;
         do {
             Link* next = link->next;
@@ -48,38 +50,83 @@ LinkTable::~LinkTable() {
     }
 }
 
-void LinkTable::add(Link& link, interfaces::INode* target) {
+// The low bits of addresses are alike.
+Link** LinkTable::chainOf(const interfaces::INode* target) const noexcept {
+    const u64 mixed = reinterpret_cast<std::uintptr_t>(target) * 0x9e3779b97f4a7c15;
+    return &m_places[(mixed >> 32) & (m_placeCount - 1)];
+}
+
+Link** LinkTable::placeOf(const interfaces::INode* target) const noexcept {
+    Link** place = chainOf(target);
+    while (*place && (*place)->target != target)
+        place = &(*place)->nextRing;
+    return place;
+}
+
+// Chains that grow long cost time alone.
+void LinkTable::grow() noexcept {
+    const u64 count = m_placeCount * 2;
+    std::unique_ptr<Link*[]> many(new (std::nothrow) Link*[count]());
+    if (!many) return;
+    Link** const before = std::exchange(m_places, many.get());
+    const u64 countBefore = std::exchange(m_placeCount, count);
+    for (u64 i = 0; i < countBefore; ++i)
+        for (Link* first = before[i]; first;) {
+            Link* next = first->nextRing;
+            Link** chain = chainOf(first->target);
+            first->nextRing = std::exchange(*chain, first);
+            first = next;
+        }
+    m_many = std::move(many);
+}
+
+Link* LinkTable::takeRing() noexcept {
+    for (u64 i = 0; i < m_placeCount && m_ringCount != 0; ++i) {
+        if (!m_places[i]) continue;
+        --m_ringCount;
+        Link* first = m_places[i];
+        m_places[i] = std::exchange(first->nextRing, nullptr);
+        return first;
+    }
+    return nullptr;
+}
+
+void LinkTable::add(Link& link, interfaces::INode* target) noexcept {
     const Lock lock(*this);
     m_isUsed.store(true, std::memory_order_relaxed);
-    Link*& first = m_first[target];
     link.target = target;
     link.table = this;
-    if (!first) {
-        first = link.previous = link.next = &link;
+    if (Link* first = *placeOf(target)) {
+        link.next = first;
+        link.previous = first->previous;
+        link.previous->next = &link;
+        first->previous = &link;
         return;
     }
-    link.next = first;
-    link.previous = first->previous;
-    link.previous->next = &link;
-    first->previous = &link;
+    if (m_ringCount == m_placeCount) grow();
+    link.previous = link.next = &link;
+    Link** chain = chainOf(target);
+    link.nextRing = std::exchange(*chain, &link);
+    ++m_ringCount;
 }
 
 void LinkTable::remove(Link& link) noexcept {
     const Lock lock(*this);
-    const auto entry = m_first.find(link.target);
-    if (link.next == &link)
-        m_first.erase(entry);
-    else if (entry->second == &link)
-        entry->second = link.next;
+    Link** place = placeOf(link.target);
+    if (link.next == &link) {
+        *place = link.nextRing;
+        --m_ringCount;
+    } else if (*place == &link) {
+        link.next->nextRing = link.nextRing;
+        *place = link.next;
+    }
     link.previous->next = link.next;
     link.next->previous = link.previous;
-    link.target = nullptr;
-    link.table = nullptr;
-    link.previous = link.next = nullptr;
-    if (m_first.empty()) m_isUsed.store(false, std::memory_order_relaxed);
+    link = Link{.input = link.input};
+    if (m_ringCount == 0) m_isUsed.store(false, std::memory_order_relaxed);
 }
 
-void LinkTable::moveTo(LinkTable& other, interfaces::INode* target) {
+void LinkTable::moveTo(LinkTable& other, interfaces::INode* target) noexcept {
     while (Link* link = firstLink(target)) {
         remove(*link);
         other.add(*link, target);
@@ -95,16 +142,15 @@ Input* LinkTable::first(const interfaces::INode* target) const noexcept {
 Link* LinkTable::firstLink(const interfaces::INode* target) const noexcept {
     if (!m_isUsed.load(std::memory_order_relaxed)) return nullptr;
     const Lock lock(*this);
-    const auto entry = m_first.find(target);
-    return entry == m_first.end() ? nullptr : entry->second;
+    return *placeOf(target);
 }
 
 u64 LinkTable::count(const interfaces::INode* target) const noexcept {
     const Lock lock(*this);
-    const auto entry = m_first.find(target);
-    if (entry == m_first.end()) return 0;
+    const Link* first = *placeOf(target);
+    if (!first) return 0;
     u64 count = 1;
-    for (const Link* link = entry->second->next; link != entry->second; link = link->next)
+    for (const Link* link = first->next; link != first; link = link->next)
         ++count;
     return count;
 }

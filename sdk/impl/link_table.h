@@ -4,9 +4,8 @@
 #include "sdk/interfaces/forward.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
-#include <unordered_map>
-#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -20,10 +19,13 @@ struct Link {
     LinkTable* table = nullptr;
     Link* previous = nullptr;
     Link* next = nullptr;
+    // Of the first link of a ring: the first of another ring whose node has the same place.
+    Link* nextRing = nullptr;
 };
 
 /// Which inputs link to a node, so that its end can clear them: one ring of links per node that is
-/// linked to, in order of linking. Adding and removing take constant time.
+/// linked to, in order of linking. Adding and removing take constant time, and no memory that could
+/// be missing: without more of it for the places of nodes, several nodes share one.
 ///
 /// A scene has a table for its own nodes. Nodes that stand in no scene share one of the process,
 /// which any thread may use.
@@ -41,7 +43,7 @@ public:
     /// Lets all links go and calls `visit(Input&)` for each of their inputs.
     template<typename Visit>
     void clear(const Visit& visit) {
-        for (auto rings = std::exchange(m_first, {}); auto& [target, first] : rings) {
+        while (Link* first = takeRing()) {
             first->previous->next = nullptr;
             for (Link* link = first; link;) {
                 Link* next = link->next;
@@ -53,7 +55,7 @@ public:
     }
 
     /// Needs a link that is in no table.
-    void add(Link& link, interfaces::INode* target);
+    void add(Link& link, interfaces::INode* target) noexcept;
     void remove(Link& link) noexcept;
 
     /// Returns the input that has linked to the node for longest, null when none does.
@@ -61,18 +63,17 @@ public:
     /// Returns how many inputs link to the node, in linear time.
     [[nodiscard]] u64 count(const interfaces::INode* target) const noexcept;
     /// Moves the links to a node to the end of another table.
-    void moveTo(LinkTable& other, interfaces::INode* target);
+    void moveTo(LinkTable& other, interfaces::INode* target) noexcept;
     /// Calls `visit(Input&)` for each input that links to the node; no link may change meanwhile.
     template<typename Visit>
     void forEach(const interfaces::INode* target, const Visit& visit) const {
-        if (m_first.empty()) return;
-        const auto entry = m_first.find(target);
-        if (entry == m_first.end()) return;
-        const Link* link = entry->second;
+        const Link* first = m_ringCount != 0 ? *placeOf(target) : nullptr;
+        if (!first) return;
+        const Link* link = first;
         do {
             visit(*link->input);
             link = link->next;
-        } while (link != entry->second);
+        } while (link != first);
     }
 
 private:
@@ -80,14 +81,33 @@ private:
 
     // Guards a table that threads share.
     class Lock;
+    static constexpr u64 fewPlaces = 8;
+
     [[nodiscard]] Link* firstLink(const interfaces::INode* target) const noexcept;
+    // Returns where the first link of a node's ring is kept, or would be.
+    [[nodiscard]] Link** placeOf(const interfaces::INode* target) const noexcept;
+    [[nodiscard]] Link** chainOf(const interfaces::INode* target) const noexcept;
+    void grow() noexcept;
+    // Takes any ring out whole; null when there is none.
+    [[nodiscard]] Link* takeRing() noexcept;
+    template<typename Visit>
+    void forEachRing(const Visit& visit) const {
+        for (u64 i = 0; i < m_placeCount; ++i)
+            for (const Link* first = m_places[i]; first; first = first->nextRing)
+                visit(first);
+    }
     explicit LinkTable(std::mutex& mutex) noexcept : m_mutex(&mutex) {}
 
     // Null for the table of a scene.
     std::mutex* m_mutex = nullptr;
     // Whether there is any link, for threads that share the table.
     std::atomic<bool> m_isUsed = false;
-    std::unordered_map<const interfaces::INode*, Link*> m_first;
+    // Chains of first links, by the addresses of their nodes; a power of two of them.
+    Link* m_few[fewPlaces] = {};
+    std::unique_ptr<Link*[]> m_many;
+    Link** m_places = m_few;
+    u64 m_placeCount = fewPlaces;
+    u64 m_ringCount = 0;
 };
 
 } // namespace qv::kelvo_sdk::impl

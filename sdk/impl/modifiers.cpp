@@ -3,6 +3,7 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/known_names.h"
+#include "sdk/impl/library_call.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
@@ -11,6 +12,7 @@
 #include "base/log.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -139,8 +141,12 @@ private:
 };
 
 void Modifiers::watch(Node& node) {
-    if (modifierListOf(node)) m_nodes.insert(&node);
-    if (has(node)) enqueue(node);
+    try {
+        if (modifierListOf(node)) m_nodes.insert(&node);
+        if (has(node)) enqueue(node);
+    } catch (const std::bad_alloc&) {
+        return fallBehind();
+    }
     run();
 }
 
@@ -149,12 +155,39 @@ void Modifiers::changed(Node& node, const Input& input) {
         m_telling = nullptr;
         return;
     }
-    enqueue(node);
+    try {
+        enqueue(node);
+    } catch (const std::bad_alloc&) {
+        return fallBehind();
+    }
     run();
 }
 
 void Modifiers::enqueue(Node& node) {
-    if (m_queued.insert(&node).second) m_queue.emplace_back(&node);
+    if (m_queued.contains(&node)) return;
+    m_queue.emplace_back(&node);
+    try {
+        m_queued.insert(&node);
+    } catch (...) {
+        m_queue.pop_back();
+        throw;
+    }
+}
+
+void Modifiers::fallBehind() noexcept {
+    m_isBehind = true;
+    logNoMemory("Modifiers wait for the next change: there is no memory for them.");
+}
+
+// Whatever was missed is among all.
+void Modifiers::catchUp() {
+    if (!m_isBehind) return;
+    m_scene.forEachNode([this](Node* node) {
+        if (modifierListOf(*node)) m_nodes.insert(node);
+    });
+    for (Node* node : m_nodes)
+        enqueue(*node);
+    m_isBehind = false;
 }
 
 void Modifiers::release(bool isToRun) {
@@ -163,39 +196,69 @@ void Modifiers::release(bool isToRun) {
 }
 
 void Modifiers::run() {
-    if (m_isRunning || m_holds != 0 || m_queue.empty()) return;
+    if (m_isRunning || m_holds != 0 || (m_queue.empty() && !m_isBehind)) return;
     const RefersTo<Scene> held(&m_scene);
     m_isRunning = true;
     const std::unique_ptr<bool, void (*)(bool*)> end(&m_isRunning, [](bool* is) { *is = false; });
-    for (u32 round = 0; !m_queue.empty(); ++round) {
-        const auto nodes = std::exchange(m_queue, {});
-        m_queued.clear();
-        if (round == maxRounds) {
-            logError("The modifiers of node '%s' come to no end: each time something changes that "
-                     "they depend on.",
-                     nodes.front()->name().buf());
-            return;
+    bool hadMemory = true;
+    for (u32 round = 0; hadMemory && (!m_queue.empty() || m_isBehind); ++round) {
+        std::vector<Node*> nodes;
+        try {
+            nodes = takeQueue(round == maxRounds);
+        } catch (const std::bad_alloc&) {
+            return fallBehind();
         }
-        Downstream downstream(m_scene);
-        for (const RefersTo<Node>& node : nodes)
-            downstream.add(*node);
-        for (Node* node : downstream.take())
+        if (round == maxRounds) return;
+        for (Node* node : nodes)
             if (has(*node)) apply(*node);
+        hadMemory = !m_isBehind;
     }
+}
+
+// Returns what is to be done, in order, and the queue empty.
+std::vector<Node*> Modifiers::takeQueue(bool isLastRound) {
+    catchUp();
+    const auto nodes = std::exchange(m_queue, {});
+    m_queued.clear();
+    if (isLastRound) {
+        logError("The modifiers of node '%s' come to no end: each time something changes that "
+                 "they depend on.",
+                 nodes.front()->name().buf());
+        return {};
+    }
+    Downstream downstream(m_scene);
+    for (const RefersTo<Node>& node : nodes)
+        downstream.add(*node);
+    return downstream.take();
 }
 
 void Modifiers::apply(Node& node) {
     const RefersTo<Node> held(&node);
     std::vector<Written> written;
-    {
-        const Writing writing(*this, node);
-        giveBack(node);
-        node.stash();
-        callModifiers(node);
-        written = std::move(m_written);
+    try {
+        written = write(node);
+    } catch (const std::bad_alloc&) {
+        return fallBehind();
     }
     if (!modifierListOf(node)) m_nodes.erase(&node);
     tell(node, written);
+}
+
+// Without memory all is as it was.
+std::vector<Modifiers::Written> Modifiers::write(Node& node) {
+    const Writing writing(*this, node);
+    try {
+        giveBack(node);
+        node.stash();
+        static_cast<void>(takeCallbackRanOut());
+        callModifiers(node);
+        if (takeCallbackRanOut()) throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+        for (Written& each : m_written)
+            each.input->showAgain(each.before, std::move(each.stash));
+        throw;
+    }
+    return std::move(m_written);
 }
 
 // The list may change meanwhile; that is for the next time. A node that leaves takes no more.
@@ -215,15 +278,21 @@ void Modifiers::giveBack(Node& node) {
     visitInputs(node, [this](Input& input) {
         if (!input.stashed()) return;
         noteWrite(input);
-        input.takeStashedBack();
+        m_written[m_noted.find(&input)->second].stash = input.takeStashedBack();
     });
 }
 
 void Modifiers::noteWrite(Input& input) {
     m_scene.evaluationChanged(*m_writing);
-    if (!m_noted.emplace(&input, m_written.size()).second) return;
-    m_written.push_back(
-        {RefersTo<Input>(&input), input.value(), RefersTo<INode>(linkedNode(input))});
+    if (m_noted.contains(&input)) return;
+    m_scene.expect(static_cast<const IInput*>(&input));
+    m_written.push_back(shownBy(input));
+    try {
+        m_noted.emplace(&input, m_written.size() - 1);
+    } catch (...) {
+        m_written.pop_back();
+        throw;
+    }
 }
 
 // An observer's own writes are not the modifiers'; they may change what is told next.
@@ -239,27 +308,48 @@ void Modifiers::tell(Node& node, const std::vector<Written>& written) {
     }
 }
 
+// Nothing changes before there is memory for all of it.
 void Modifiers::leaves(Node& node) {
-    if (m_queued.erase(&node) != 0) std::erase(m_queue, RefersTo<Node>(&node));
-    if (m_nodes.erase(&node) == 0) return;
-    if (areWriting(node)) return giveBack(node);
+    if (!has(node)) return unqueue(node);
+    if (areWriting(node)) {
+        giveBack(node);
+        unqueue(node);
+        m_nodes.erase(&node);
+        return;
+    }
     std::vector<Written> written;
-    const Node* before = m_writing;
-    auto beforeWritten = std::exchange(m_written, {});
-    auto beforeNoted = std::exchange(m_noted, {});
-    m_writing = &node;
-    giveBack(node);
-    written = std::exchange(m_written, std::move(beforeWritten));
-    m_noted = std::move(beforeNoted);
-    m_writing = before;
-    if (written.empty()) return;
-    const RefersTo<Scene> scene(&m_scene);
-    afterTelling([this, scene, held = RefersTo<Node>(&node), written] { tell(*held, written); });
+    visitInputsInPlace(node, [&](Input& input) {
+        if (input.stashed()) written.push_back(shownBy(input));
+    });
+    std::vector<RefersTo<Input>> inputs;
+    for (const Written& each : written)
+        inputs.push_back(each.input);
+    if (!written.empty()) tellAfter(node, std::move(written));
+    m_scene.evaluationChanged(node);
+    for (const RefersTo<Input>& input : inputs)
+        input->takeStashedBack();
+    unqueue(node);
+    m_nodes.erase(&node);
+}
+
+void Modifiers::unqueue(Node& node) noexcept {
+    if (m_queued.erase(&node) != 0) std::erase(m_queue, RefersTo<Node>(&node));
+}
+
+void Modifiers::tellAfter(Node& node, std::vector<Written> written) {
+    const auto shared = std::make_shared<const std::vector<Written>>(std::move(written));
+    afterTelling([this, scene = RefersTo<Scene>(&m_scene), held = RefersTo<Node>(&node), shared] {
+        tell(*held, *shared);
+    });
+}
+
+Modifiers::Written Modifiers::shownBy(Input& input) {
+    return {RefersTo<Input>(&input), input.value(), RefersTo<INode>(linkedNode(input)), {}};
 }
 
 void Modifiers::letGo() noexcept {
     for (Node* node : m_nodes)
-        visitInputs(*node, [](Input& input) {
+        visitInputsInPlace(*node, [](Input& input) {
             if (input.stashed()) input.takeStashedBack();
         });
     m_nodes.clear();

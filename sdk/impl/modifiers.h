@@ -1,9 +1,11 @@
 #pragma once
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/input_extras.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/value.h"
 
+#include <memory>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -51,7 +53,9 @@ public:
     /// Tells whether modifiers are writing to the node right now.
     [[nodiscard]] bool areWriting(const Node& node) const noexcept { return m_writing == &node; }
     /// Tells whether no node has modifiers.
-    [[nodiscard]] bool isIdle() const noexcept { return m_nodes.empty(); }
+    [[nodiscard]] bool isIdle() const noexcept { return m_nodes.empty() && !m_isBehind; }
+    /// There was no memory to do what is to be done: all are done again with the next change.
+    void fallBehind() noexcept;
     /// An input of that node is about to get another value.
     void noteWrite(Input& input);
 
@@ -61,16 +65,24 @@ private:
         Value before;
         // Keeps what a link led to.
         RefersTo<INode> node;
+        // Null when none was kept aside.
+        std::unique_ptr<Stash> stash;
     };
     class Writing;
     class Telling;
 
     void enqueue(Node& node);
+    void catchUp();
     void run();
+    [[nodiscard]] std::vector<Node*> takeQueue(bool isLastRound);
     void apply(Node& node);
+    [[nodiscard]] std::vector<Written> write(Node& node);
     void callModifiers(Node& node);
     void giveBack(Node& node);
     void tell(Node& node, const std::vector<Written>& written);
+    void tellAfter(Node& node, std::vector<Written> written);
+    void unqueue(Node& node) noexcept;
+    [[nodiscard]] static Written shownBy(Input& input);
 
     Scene& m_scene;
     // Those that have a list of modifiers with something in it.
@@ -79,6 +91,7 @@ private:
     std::unordered_set<const Node*> m_queued;
     u32 m_holds = 0;
     bool m_isRunning = false;
+    bool m_isBehind = false;
     const Node* m_writing = nullptr;
     std::vector<Written> m_written;
     std::unordered_map<const Input*, u64> m_noted;

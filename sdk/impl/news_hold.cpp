@@ -8,14 +8,44 @@ namespace qv::kelvo_sdk::impl {
 
 thread_local constinit NewsHold* NewsHold::s_current = nullptr;
 
+thread_local constinit bool CertainTelling::s_isOn = false;
+
+void NewsHold::add(std::unique_ptr<News> news) noexcept {
+    if (isMuted()) return;
+    News* const added = news.get();
+    (m_last ? m_last->m_next : m_first) = std::move(news);
+    m_last = added;
+}
+
+std::unique_ptr<NewsHold::News> NewsHold::takeFirst(std::unique_ptr<News>& from) noexcept {
+    auto first = std::move(from);
+    from = std::move(first->m_next);
+    return first;
+}
+
+// One after the other: there may be more than a recursion stands.
+void NewsHold::dropSince(const Mark& mark) noexcept {
+    NewsHold* const hold = s_current;
+    if (!hold) return;
+    auto* const last = hold == mark.hold ? const_cast<News*>(mark.last) : nullptr;
+    auto dropped = std::move(last ? last->m_next : hold->m_first);
+    hold->m_last = last;
+    while (dropped)
+        dropped = std::move(dropped->m_next);
+}
+
 // From here on nothing is held back: who is told may begin changes of its own.
 void NewsHold::release() {
     if (!m_isOutermost) return;
-    s_current = nullptr;
-    if (m_kept.empty()) return;
+    s_current = m_before;
+    if (!m_first) return;
+    const CertainTelling certain;
     AllCalls calls;
-    for (const Telling& telling : std::exchange(m_kept, {}))
-        calls.make(telling);
+    m_last = nullptr;
+    for (auto kept = std::move(m_first); kept;) {
+        const auto news = takeFirst(kept);
+        calls.make([&] { news->tell(); });
+    }
     calls.end();
 }
 
@@ -24,6 +54,13 @@ void NewsHold::end() noexcept {
         release();
     } catch (...) {
         logLost("after a change that failed");
+    }
+}
+
+void logNoMemory(const char* sentence) noexcept {
+    try {
+        logError("%s", sentence);
+    } catch (...) {
     }
 }
 

@@ -1,9 +1,18 @@
 #include "sdk/impl/node_change_scope.h"
 
+#include "sdk/impl/news_hold.h"
+
+#include <new>
+
 namespace qv::kelvo_sdk::impl {
 
 void NodeChangeScope::open(interfaces::IScene* scene) {
-    m_step.reset(new kelvo_sdk::Scene::UndoScope(kelvo_sdk::Scene(scene)));
+    try {
+        m_step.reset(new kelvo_sdk::Scene::UndoScope(kelvo_sdk::Scene(scene)));
+    } catch (const std::bad_alloc&) {
+        // The edit under way makes a step of it, too.
+        if (!CertainTelling::isOn()) throw;
+    }
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -2,6 +2,7 @@
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/modifiers.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/scene.h"
@@ -44,7 +45,9 @@ void OutputListChange::prepareFlip(Scene& /*scene*/) {
 // A node that left may have been changed by its holder: what does not fit any more is passed over.
 void OutputListChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
-    if (m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
+    // One whose removal has not come to its end knows its node still.
+    const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
+    if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_output->incRef();
         m_node->m_outputs.insert(std::min(m_index, m_node->outputCount()), m_output.get());
@@ -53,7 +56,7 @@ void OutputListChange::flip(Scene& scene) {
         m_node->onOutputAdded(m_output.get());
         return;
     }
-    takeComments(scene.comments());
+    keepComments([&] { takeComments(scene.comments()); });
     m_node->m_outputs.removeAll(m_output.get());
     // The list's reference.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
@@ -106,13 +109,14 @@ void NodeChange::flip(Scene& scene) {
     const bool isElsewhere = m_node->scene() && !m_node->hasLeft();
     if (m_isIn ? isElsewhere : !scene.contains(*m_node)) return;
     if (m_isIn) {
-        scene.m_nodes.add(m_node->name(), m_node.get(), m_index);
+        scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
         scene.enter(*m_node);
         return;
     }
-    takeComments(scene.comments());
-    scene.takeOut(*m_node);
+    keepComments([&] { takeComments(scene.comments()); });
+    m_place = scene.takeOut(*m_node);
+    scene.m_modifiers->leaves(*m_node);
     scene.tellRemoved(*m_node);
 }
 
@@ -125,12 +129,19 @@ String NodeChange::text() const {
 }
 
 NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comments)
-    : m_out(&node), m_in(&replacement), m_comments(comments.take(&node)) {
-    comments.putBack(m_comments);
+    : m_out(&node), m_in(&replacement), m_comments(comments.copyOf(&node)) {
+    m_sources.reserve(countSources(node));
+    m_room.reserve(countSources(replacement));
+}
+
+u64 NodeExchange::countSources(const Node& node) noexcept {
+    u64 count = 0;
+    visitInputsInPlace(node, [&](const Input& input) { count += input.sourceOutput() ? 1 : 0; });
+    return count;
 }
 
 void NodeExchange::cutSources() {
-    visitInputs(*m_out, [this](Input& input) {
+    visitInputsInPlace(*m_out, [this](Input& input) {
         Output* source = input.sourceOutput();
         if (!source) return;
         m_sources.push_back(
@@ -150,12 +161,15 @@ void NodeExchange::flip(Scene& scene) {
     const bool isElsewhere = m_out->scene() && !m_out->hasLeft();
     if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
-    const auto sources = std::exchange(m_sources, {});
+    auto sources = std::exchange(m_sources, std::exchange(m_room, {}));
     cutSources();
     restore(sources);
+    sources.clear();
+    m_room = std::move(sources);
     scene.exchange(*m_out, *m_in);
-    const SceneComments::Kept comments = scene.comments().take(m_out.get());
-    scene.comments().putBack(std::exchange(m_comments, comments));
+    SceneComments::Kept comments;
+    keepComments([&] { comments = scene.comments().take(m_out.get()); });
+    scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
     scene.converted(*m_out, *m_in);
 }
 

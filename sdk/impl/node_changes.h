@@ -3,6 +3,7 @@
 #include "sdk/impl/change.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
+#include "sdk/impl/scene.h"
 #include "sdk/impl/scene_comments.h"
 
 #include <vector>
@@ -14,6 +15,9 @@ namespace qv::kelvo_sdk::impl {
 class OutputListChange final : public Change {
 public:
     OutputListChange(Output& output, Node& node, u64 index, bool isIn);
+    void expect(Scene& scene) override {
+        scene.expect(static_cast<const IOutput*>(m_output.get()));
+    }
     /// Connections made without the scene's knowledge end.
     void prepareFlip(Scene& scene) override;
     void flip(Scene& scene) override;
@@ -35,6 +39,9 @@ private:
 class OutputValueChange final : public Change {
 public:
     explicit OutputValueChange(Output& output);
+    void expect(Scene& scene) override {
+        scene.expect(static_cast<const IOutput*>(m_output.get()));
+    }
     void flip(Scene& scene) override;
     [[nodiscard]] const void* valueOwner() const override { return m_output.get(); }
     [[nodiscard]] bool isNothing() const override;
@@ -51,11 +58,14 @@ private:
 class NodeChange final : public Change {
 public:
     NodeChange(Node& node, u64 index, bool isIn);
+    void expect(Scene& scene) override { scene.expect(static_cast<const INode*>(m_node.get())); }
     /// References made without the scene's knowledge end.
     void prepareFlip(Scene& scene) override;
     void flip(Scene& scene) override;
     /// Needs one that leaves; before it does.
     void takeComments(SceneComments& from);
+    /// The same: the place that it leaves.
+    void keep(NodeTable::Place place) noexcept { m_place = std::move(place); }
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_node->name(); }
     [[nodiscard]] String text() const override;
@@ -65,6 +75,8 @@ private:
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
+    // Of one that is out.
+    NodeTable::Place m_place;
 };
 
 /// A node was put in place of another, whose name it has.
@@ -74,6 +86,10 @@ public:
     NodeExchange(Node& node, Node& replacement, SceneComments& comments);
     /// When it was: what left lets go of the outputs that it reads.
     void cutSources();
+    void expect(Scene& scene) override {
+        scene.expect(static_cast<const INode*>(m_out.get()));
+        scene.expect(static_cast<const INode*>(m_in.get()));
+    }
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_in->name(); }
@@ -86,11 +102,14 @@ private:
         u64 rank;
     };
 
+    static u64 countSources(const Node& node) noexcept;
     void restore(const std::vector<Source>& sources);
 
     RefersTo<Node> m_out;
     RefersTo<Node> m_in;
     std::vector<Source> m_sources;
+    // Empty, with room for those of the one that is in.
+    std::vector<Source> m_room;
     // Of the one that is out.
     SceneComments::Kept m_comments;
 };
@@ -99,6 +118,7 @@ private:
 class NodeRename final : public Change {
 public:
     NodeRename(Node& node, String before);
+    void expect(Scene& scene) override { scene.expect(static_cast<const INode*>(m_node.get())); }
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this) + m_other.size(); }
     [[nodiscard]] String subject() const override { return m_node->name(); }
@@ -113,6 +133,7 @@ private:
 class NodeMove final : public Change {
 public:
     NodeMove(Node& node, u64 from, u64 to);
+    void expect(Scene& scene) override { scene.expect(static_cast<const INode*>(m_node.get())); }
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
     [[nodiscard]] String subject() const override { return m_node->name(); }
@@ -128,6 +149,7 @@ private:
 class FileCommentsChange final : public Change {
 public:
     explicit FileCommentsChange(const SceneComments& comments) : m_other(comments.file()) {}
+    void expect(Scene& /*scene*/) override {}
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return "comments"; }

@@ -127,10 +127,11 @@ IInput* Node::addInput(Input* input) {
     {
         EditStep step(this);
         step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
-        markDirty();
+        expectNews(this, static_cast<const IInput*>(input));
         appendToList(m_inputs, input);
         std::ignore = created.detach();
         step.commit();
+        markDirty();
         onInputAdded(input);
     }
     return input->node() == this && !isLastReference() ? input : nullptr;
@@ -143,10 +144,11 @@ IOutput* Node::addOutput(Output* output) {
     {
         EditStep step(this);
         step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
-        markDirty();
+        expectNews(this, static_cast<const IOutput*>(output));
         m_outputs.push_back(output);
         std::ignore = created.detach();
         step.commit();
+        markDirty();
         onOutputAdded(output);
     }
     return output->node() == this && !isLastReference() ? output : nullptr;

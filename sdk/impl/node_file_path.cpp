@@ -12,6 +12,8 @@
 #include "base/log.h"
 #include "base/path.h"
 
+#include <new>
+
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -64,29 +66,43 @@ bool Node::setPath(String dir, String file, String ext) {
     const String newName = fileName(file, ext);
     const String oldName =
         fileName(fileInput.asString(false, nullptr), extInput.asString(false, nullptr));
-    if (scene) {
-        scene->beginEdit();
-        scene->beginEditGroup();
-    }
-    const auto record = [&] {
-        if (!scene) return;
-        scene->endEditGroup();
-        const String shown = label("auto");
-        scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
-                          String::format("%s = %s", shown.buf(), oldName.buf()));
-    };
     // A node that left its scene is not edited: undo would bring it back without the edit.
     const auto isThere = [&] { return liveScene() == scene.get() && (!scene || !m_hasLeft); };
-    bool done = false;
-    try {
-        done = extInput.setString(std::move(ext)) && isThere() &&
+    const auto write = [&] {
+        return extInput.setString(std::move(ext)) && isThere() &&
                fileInput.setString(std::move(file)) && isThere() &&
                dirInput.setString(std::move(dir));
+    };
+    if (!scene) return write();
+    scene->beginEdit();
+    const u64 depth = scene->editDepth();
+    scene->beginEditGroup();
+    // Without memory for its texts the edit is not to be.
+    const auto end = [&] {
+        scene->endEditGroup();
+        String doText, undoText;
+        try {
+            const String shown = label("auto");
+            doText = String::format("%s = %s", shown.buf(), newName.buf());
+            undoText = String::format("%s = %s", shown.buf(), oldName.buf());
+        } catch (const std::bad_alloc&) {
+            scene->cancelEdit(depth);
+            throw;
+        }
+        scene->recordEdit(std::move(doText), std::move(undoText));
+    };
+    bool done = false;
+    try {
+        done = write();
+    } catch (const std::bad_alloc&) {
+        scene->endEditGroup();
+        scene->cancelEdit(depth);
+        throw;
     } catch (...) {
-        record();
+        end();
         throw;
     }
-    record();
+    end();
     return done;
 }
 

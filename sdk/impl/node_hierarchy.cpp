@@ -151,8 +151,10 @@ bool Node::parentTo(INode* parent) {
     // Who hears of the element may remove it, or either node.
     const RefersTo<INode> self(this), heldParent(parent);
     const EditStep step(static_cast<const Node*>(parent));
-    IInput* element = parent->input(knownNames().children)->appendElement();
-    return element && element->setNode(this);
+    return step.make([&] {
+        IInput* element = parent->input(knownNames().children)->appendElement();
+        return element && element->setNode(this);
+    });
 }
 
 bool Node::unparentFrom(INode* parent) {

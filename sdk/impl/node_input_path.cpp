@@ -70,8 +70,8 @@ IInput* searchInput(IInput* input, std::string_view path) {
 // are there.
 struct Growing {
     explicit Growing(const Node* node) : step(node) {}
-    EditStep step;
     NewsHold news;
+    EditStep step;
 };
 
 IInput* elementAt(IInput& array, i64 wanted, std::optional<Growing>& growing) {

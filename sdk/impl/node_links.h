@@ -59,6 +59,35 @@ void visitInputs(const Node& node, const Visit& visit) {
     }
 }
 
+/// Calls `visit(Input&)` for the inputs on a list of a holder (null for a node's) and all below
+/// them, each holder followed by what it holds; takes no memory.
+template<typename Visit>
+void visitInPlace(const ds::Vector<IInput*>& list, const Input* of, const Visit& visit) {
+    const Input* holder = of;
+    for (u64 index = 0;;) {
+        const ds::Vector<IInput*>& level = holder == of ? list : holder->members();
+        if (index < level.size()) {
+            auto& input = static_cast<Input&>(*level[index]);
+            visit(input);
+            ++index;
+            if (input.members().empty()) continue;
+            holder = &input;
+            index = 0;
+        } else if (holder != of) {
+            index = holder->placeInList() + 1;
+            holder = static_cast<const Input*>(holder->parent());
+        } else {
+            return;
+        }
+    }
+}
+
+/// The same for all inputs of a node.
+template<typename Visit>
+void visitInputsInPlace(const Node& node, const Visit& visit) {
+    visitInPlace(node.inputs(), nullptr, visit);
+}
+
 /// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. A node may
 /// be met again.
 template<typename Visit>

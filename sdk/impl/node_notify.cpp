@@ -10,10 +10,8 @@
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_change_scope.h"
 #include "sdk/impl/scene.h"
+#include "sdk/impl/tell_each.h"
 #include "sdk/node.h"
-
-#include <algorithm>
-#include <memory>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -87,13 +85,9 @@ bool Node::isHeard() const noexcept {
 template<typename Tell>
 void Node::tellObservers(const Tell& tell) const {
     const std::lock_guard lock(m_observerMutex);
-    const u64 count = m_observers.size();
-    if (count == 0) return;
-    const auto snapshot = std::make_unique_for_overwrite<NodeObserver*[]>(count);
-    std::ranges::copy(m_observers, snapshot.get());
-    for (u64 i = 0; i < count; ++i) {
-        if (m_observers.contains(snapshot[i])) tell(snapshot[i]);
-    }
+    if (m_observers.empty()) return;
+    if (m_scene) sceneOf(m_scene)->noteTelling();
+    tellEach(m_observers, tell);
 }
 
 // Tells whether it is worth the while to remember a change until it is told. What nobody hears of

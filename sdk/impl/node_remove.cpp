@@ -57,25 +57,31 @@ bool Node::removeLastInput() {
 bool Node::clearInputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
-    return clearOneByOne(
-        m_inputs, [this] { return removeInput(u64(0)); },
-        [this, before = m_scene] { return m_scene != before; });
+    return step.make([this] {
+        return clearOneByOne(
+            m_inputs, [this] { return removeInput(u64(0)); },
+            [this, before = m_scene] { return m_scene != before; });
+    });
 }
 
 bool Node::removeFoundInput(IInput* input) {
     auto* removed = static_cast<Input*>(input);
     const RefersTo<Node> self(this);
     EditStep step(this);
+    Departure departing(*removed);
+    expectNews(this, input);
     if (step.isRecording()) {
         const u64 index = indexInList(m_inputs, input);
         step.prepare<InputListChange>(*removed, this, nullptr, index, false)
             ->takeComments(step.scene().comments());
     }
+    departing.dropComments();
     markDirty();
     removeFromList(m_inputs, input);
     step.commit();
-    const Departure departing(*removed);
+    departing.offList();
     removed->recordTies();
+    departing.begin();
     onInputRemoved(input);
     return true;
 }
@@ -97,25 +103,31 @@ bool Node::removeLastOutput() {
 bool Node::clearOutputs() {
     const RefersTo<Node> self(this);
     const EditStep step(this);
-    return clearOneByOne(
-        m_outputs, [this] { return removeOutput(u64(0)); },
-        [this, before = m_scene] { return m_scene != before; });
+    return step.make([this] {
+        return clearOneByOne(
+            m_outputs, [this] { return removeOutput(u64(0)); },
+            [this, before = m_scene] { return m_scene != before; });
+    });
 }
 
 bool Node::removeFoundOutput(IOutput* output) {
     auto* removed = static_cast<Output*>(output);
     const RefersTo<Node> self(this);
     EditStep step(this);
+    Departure departing(*removed);
+    expectNews(this, output);
     if (step.isRecording()) {
         const auto place = std::ranges::find(m_outputs, output) - m_outputs.begin();
         step.prepare<OutputListChange>(*removed, *this, static_cast<u64>(place), false)
             ->takeComments(step.scene().comments());
     }
+    departing.dropComments();
     markDirty();
     m_outputs.removeAll(output);
     step.commit();
-    const Departure departing(*removed);
+    departing.offList();
     removed->leaveList();
+    departing.begin();
     // Observers of the removal can still see what reads the output.
     AllCalls calls;
     calls.make([&] { onOutputRemoved(output); });

@@ -1,6 +1,8 @@
 #include "sdk/impl/node_table.h"
 
 #include <charconv>
+#include <new>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -65,17 +67,41 @@ void NodeTable::add(const String& name, Node* node, u64 index) {
     }
 }
 
-Node* NodeTable::remove(const String& name) {
+void NodeTable::add(Place place, const String& name, Node* node, u64 index) {
+    if (!place) return add(name, node, index);
+    m_order.reserve();
+    if (!place.m_entry.key().equals(name)) place.m_entry.key() = name;
+    place.m_entry.mapped().node = node;
+    Entry& entry = m_byName.insert(std::move(place.m_entry)).position->second;
+    entry.slot = this->place(&entry, index);
+}
+
+Node* NodeTable::remove(const String& name) noexcept {
+    const Place place = take(name);
+    return place ? place.m_entry.mapped().node : nullptr;
+}
+
+NodeTable::Place NodeTable::take(const String& name) noexcept {
+    Place place;
     const auto entry = m_byName.find(name);
-    if (entry == m_byName.end()) return nullptr;
-    Node* node = entry->second.node;
+    if (entry == m_byName.end()) return place;
     m_order.remove(entry->second.slot, moved);
-    m_byName.erase(entry);
-    const NumberedName freed = splitNumber(name);
-    const auto next = m_nextNumber.find(freed.stem);
-    if (next != m_nextNumber.end() && freed.number != 0 && freed.number < next->second)
-        next->second = freed.number;
-    return node;
+    place.m_entry = m_byName.extract(entry);
+    freeNumber(name);
+    return place;
+}
+
+// Without memory to find out which number is free again, all are looked at.
+void NodeTable::freeNumber(const String& name) noexcept {
+    if (m_nextNumber.empty()) return;
+    try {
+        const NumberedName freed = splitNumber(name);
+        const auto next = m_nextNumber.find(freed.stem);
+        if (next != m_nextNumber.end() && freed.number != 0 && freed.number < next->second)
+            next->second = freed.number;
+    } catch (const std::bad_alloc&) {
+        m_nextNumber.clear();
+    }
 }
 
 void NodeTable::rename(const String& from, const String& to) {

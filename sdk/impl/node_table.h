@@ -22,10 +22,17 @@ public:
     /// Returns the position of the node of that name; `noIndex` when there is none.
     [[nodiscard]] u64 indexOf(const String& name) const noexcept;
 
+    /// What a node needs in the table, kept for its way back while it is out.
+    class Place;
+
     /// Needs a name that is free. In front of the index-th, at the end when there is none.
     void add(const String& name, Node* node, u64 index = noIndex);
-    /// Returns the node that had the name, null if none.
-    Node* remove(const String& name);
+    /// The same with the place that the node left. Takes no memory if nothing came in meanwhile.
+    void add(Place place, const String& name, Node* node, u64 index);
+    /// Takes the node of that name out; its place is empty when there is none.
+    [[nodiscard]] Place take(const String& name) noexcept;
+    /// The same for good: returns the node, null if none.
+    Node* remove(const String& name) noexcept;
     /// Needs a node of that name.
     void move(const String& name, u64 to);
     /// Needs a node of that name, and a new name that is free or the same but for its case.
@@ -65,6 +72,7 @@ private:
     using ByName = std::unordered_map<String, T, FoldedHash, FoldedEqual>;
 
     [[nodiscard]] u64 place(Entry* entry, u64 index);
+    void freeNumber(const String& name) noexcept;
     static void moved(Entry& entry, u64 slot) noexcept { entry.slot = slot; }
     [[nodiscard]] bool taken(const String& name) const { return m_byName.contains(name); }
 
@@ -73,6 +81,15 @@ private:
     OrderedSlots<Entry> m_order;
     // By name without its number: no lower number is free. Saves counting up from the start.
     mutable ByName<u64> m_nextNumber;
+};
+
+class NodeTable::Place {
+public:
+    [[nodiscard]] explicit operator bool() const noexcept { return !m_entry.empty(); }
+
+private:
+    friend class NodeTable;
+    ByName<Entry>::node_type m_entry;
 };
 
 } // namespace qv::kelvo_sdk::impl

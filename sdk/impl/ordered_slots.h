@@ -17,6 +17,7 @@ public:
 
     /// Returns the slot of the new last pointer.
     u64 add(T* pointer) {
+        reserve();
         m_slots.push_back(pointer);
         return m_slots.size() - 1;
     }
@@ -32,6 +33,7 @@ public:
             m_slots[slot - 1] = pointer;
             return slot - 1;
         }
+        reserve();
         m_slots.insert(slot, pointer);
         for (u64 i = slot + 1; i < m_slots.size(); ++i)
             if (m_slots[i]) moved(*m_slots[i], i);
@@ -45,11 +47,20 @@ public:
 
     /// Needs a slot that holds a pointer.
     template<typename Moved>
-    void remove(u64 slot, const Moved& moved) {
+    void remove(u64 slot, const Moved& moved) noexcept {
         m_slots[slot] = nullptr;
         if (slot + 1 == m_slots.size()) return dropLastSlots();
-        m_holes.insert(holesUpTo(slot), slot);
-        if (m_holes.size() > kMaxHoles || m_holes.size() * 2 >= m_slots.size()) compact(moved);
+        const bool isKept = noteHole(slot);
+        if (!isKept || m_holes.size() > kMaxHoles || m_holes.size() * 2 >= m_slots.size())
+            compact(isKept ? m_holes.front() : firstHole(slot), moved);
+    }
+
+    /// Makes room for another pointer: the next `add` or `insert` does not fail.
+    void reserve() {
+        if (m_slots.size() < m_slots.capacity()) return;
+        const u64 capacity = m_slots.empty() ? 2 : 2 * m_slots.size();
+        if (capacity > kFewSlots) m_holes.reserve(std::min(kMaxHoles, capacity / 2) + 1);
+        m_slots.reserve(capacity);
     }
 
     /// Takes the last pointer out; null when there is none.
@@ -93,6 +104,7 @@ public:
 private:
     // Keeps the list of holes short enough to insert into.
     static constexpr u64 kMaxHoles = 1024;
+    static constexpr u64 kFewSlots = 32;
 
     // Needs an index in range.
     [[nodiscard]] u64 slotOf(u64 index) const noexcept {
@@ -121,9 +133,21 @@ private:
         }
     }
 
+    // Tells whether there is room for it on the list of holes. Few slots have none: closing theirs
+    // at once costs little.
+    bool noteHole(u64 slot) noexcept {
+        if (m_holes.size() == m_holes.capacity()) return false;
+        m_holes.insert(holesUpTo(slot), slot);
+        return true;
+    }
+
+    [[nodiscard]] u64 firstHole(u64 slot) const noexcept {
+        return m_holes.empty() ? slot : std::min(slot, m_holes.front());
+    }
+
+    // Closes all holes, of which the first is in slot `kept`.
     template<typename Moved>
-    void compact(const Moved& moved) {
-        u64 kept = m_holes.front();
+    void compact(u64 kept, const Moved& moved) noexcept {
         for (u64 slot = kept; slot < m_slots.size(); ++slot) {
             if (!m_slots[slot]) continue;
             moved(*m_slots[slot], kept);

@@ -86,7 +86,7 @@ u64 Output::addTarget(Input* input, u64 rank) {
                             [](Input& moved, u64 to) { moved.m_extras->sourceSlot = to; });
 }
 
-void Output::removeTarget(u64 slot) {
+void Output::removeTarget(u64 slot) noexcept {
     m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
 }
 
@@ -94,8 +94,8 @@ void Output::removeTarget(u64 slot) {
 void Output::disconnectTargets(bool isRecorded) {
     if (m_targets.empty()) return;
     NewsHold news;
-    while (Input* input = m_targets.takeLast())
-        input->sourceEnded(*this, isRecorded);
+    while (Input* input = m_targets.at(m_targets.size() - 1))
+        input->endSource(*this, isRecorded);
     news.release();
 }
 

@@ -107,7 +107,10 @@ private:
     friend class SceneVerifier;
 
     u64 addTarget(Input* input, u64 rank);
-    void removeTarget(u64 slot);
+    void removeTarget(u64 slot) noexcept;
+    void takeLastTarget() noexcept { static_cast<void>(m_targets.takeLast()); }
+    // The next `addTarget` does not fail then.
+    void makeRoom() { m_targets.reserve(); }
     bool storeValue(Value value);
     void evaluationChanged() const noexcept;
     [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;

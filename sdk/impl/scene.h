@@ -7,6 +7,7 @@
 #include "sdk/impl/link_table.h"
 #include "sdk/impl/node_table.h"
 #include "sdk/impl/scene_comments.h"
+#include "sdk/impl/tell_each.h"
 #include "sdk/interfaces/i_scene.h"
 #include "sdk/interfaces/scene_observer.h"
 
@@ -29,6 +30,7 @@ class Batches;
 class EvalCache;
 class Modifiers;
 class Node;
+class NodeConverter;
 
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
@@ -105,7 +107,7 @@ public:
     /// Tells whether the values that the node's inputs keep aside are what the user set.
     [[nodiscard]] bool isModified(const Node& node) const;
     /// For nodes and inputs alone.
-    [[nodiscard]] Modifiers& modifiers();
+    [[nodiscard]] Modifiers& modifiers() noexcept;
 
     // ---- Libraries -------------------------------------------------------------------------
 
@@ -186,6 +188,14 @@ public:
     bool unsubscribe(interfaces::BatchObserver* observer) override;
     /// Tells whether anyone may hear of what its nodes tell it.
     [[nodiscard]] bool isHeard() const noexcept;
+    /// Somebody is about to be told something: what was done up to now is not taken back unheard.
+    void noteTelling() noexcept { ++m_tellings; }
+    [[nodiscard]] u64 tellings() const noexcept { return m_tellings; }
+    /// Makes ready to tell of a thing that is about to change, so that it does not fail then.
+    template<typename Thing>
+    void expect(const Thing* thing) {
+        if (m_batches) expectInBatches(thing);
+    }
     QV_EXPORT virtual void notifyInputAdded(const IInput* input);
     QV_EXPORT virtual void notifyOutputAdded(const IOutput* output);
     QV_EXPORT virtual void notifyInputChanged(const IInput* input, const AttrData* previous);
@@ -212,11 +222,12 @@ private:
         if (m_observers.empty()) return;
         const RefersTo<Scene> self(this);
         const RefersTo<Subject> held(const_cast<Subject*>(subject));
-        const ds::Vector<SceneObserver*> snapshot = m_observers;
-        for (SceneObserver* observer : snapshot) {
-            if (m_observers.contains(observer)) tell(*observer);
-        }
+        noteTelling();
+        tellEach(m_observers, [&](SceneObserver* observer) { tell(*observer); });
     }
+    void expectInBatches(const INode* node);
+    void expectInBatches(const IInput* input);
+    void expectInBatches(const IOutput* output);
     template<typename Tell>
     void tellThenModify(const IInput* input, const Tell& tell);
 
@@ -229,13 +240,14 @@ private:
     [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
     [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
                                                Misfits& misfits);
+    void replaceBy(Node& replacement, Node& node, NodeConverter& converter);
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
     void clearDescriptions(const Node& node);
     [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
     void enter(Node& node);
     void tellAdded(Node& node);
-    void takeOut(Node& node);
+    NodeTable::Place takeOut(Node& node);
     void tellRemoved(Node& node);
     void letGo(Node& node) noexcept;
     void adoptLinks(Node& node);
@@ -259,6 +271,7 @@ private:
     SceneComments m_comments;
     ds::Vector<SceneObserver*> m_observers;
     History m_history{*this};
+    u64 m_tellings = 0;
     u32 m_groupDepth = 0;
     bool m_dirty = false;
     // Some description of an input may name a node.
@@ -269,8 +282,8 @@ private:
     std::unique_ptr<DirtyCache> m_dirtyCache;
     // Null while no results are kept.
     std::unique_ptr<EvalCache> m_evalCache;
-    // Null until a node has modifiers.
-    std::unique_ptr<Modifiers> m_modifiers;
+    // There from the start, so that a node may get its first modifier without memory for this.
+    const std::unique_ptr<Modifiers> m_modifiers;
 };
 
 } // namespace qv::kelvo_sdk::impl

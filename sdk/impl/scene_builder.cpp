@@ -66,6 +66,7 @@ void SceneBuilder::build() {
     ModifierHold modifiers(*m_scene);
     try {
         NewsHold news;
+        const EditStep adding(*m_scene);
         addNodes();
         news.release();
         modifiers.release();

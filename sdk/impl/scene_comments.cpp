@@ -2,6 +2,7 @@
 
 #include "base/utf8.h"
 #include "sdk/impl/input.h"
+#include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
 #include "sdk/interfaces/i_node.h"
 
@@ -143,35 +144,40 @@ void SceneComments::remove(const interfaces::IOutput* output) {
 
 void SceneComments::takeEntry(const void* key, Kept& kept) {
     const auto place = m_entries.find(key);
-    if (place == m_entries.end()) return;
-    kept.m_entries.emplace_back(key, std::move(place->second));
-    m_entries.erase(place);
+    if (place != m_entries.end()) kept.m_entries.push_back(m_entries.extract(place));
 }
 
 SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
     Kept kept;
-    takeEntry(node, kept);
     const auto list = m_attributes.find(node);
-    if (list == m_attributes.end()) return kept;
+    const bool hasList = list != m_attributes.end();
+    if (!hasList && !m_entries.contains(node)) return kept;
+    kept.m_entries.reserve(1 + (hasList ? list->second.size() : 0));
+    takeEntry(node, kept);
+    if (!hasList) return kept;
     for (const void* attribute : list->second) {
         const auto place = m_entries.find(attribute);
         if (place != m_entries.end() && place->second.owner == node) takeEntry(attribute, kept);
     }
-    m_attributes.erase(list);
+    kept.m_list = m_attributes.extract(list);
     return kept;
 }
 
+// Takes memory for the comments that there are.
 SceneComments::Kept SceneComments::take(const interfaces::IInput* input) {
     Kept kept;
     if (m_entries.empty()) return kept;
-    std::vector<const interfaces::IInput*> open = {input};
-    while (!open.empty()) {
-        const interfaces::IInput* next = open.back();
-        open.pop_back();
-        takeEntry(next, kept);
-        for (u64 i = 0; i < next->inputCount(); ++i)
-            open.push_back(next->input(i));
-    }
+    const auto* top = static_cast<const Input*>(input);
+    u64 count = m_entries.contains(input) ? 1 : 0;
+    visitInPlace(top->members(), top, [&](const Input& each) {
+        count += m_entries.contains(static_cast<const interfaces::IInput*>(&each)) ? 1 : 0;
+    });
+    if (count == 0) return kept;
+    kept.m_entries.reserve(count);
+    takeEntry(input, kept);
+    visitInPlace(top->members(), top, [&](const Input& each) {
+        takeEntry(static_cast<const interfaces::IInput*>(&each), kept);
+    });
     return kept;
 }
 
@@ -181,10 +187,17 @@ SceneComments::Kept SceneComments::take(const interfaces::IOutput* output) {
     return kept;
 }
 
+// Takes no memory if nothing was added meanwhile.
 void SceneComments::putBack(Kept kept) {
-    for (auto& [key, entry] : kept.m_entries) {
-        if (key != entry.owner) m_attributes[entry.owner].push_back(key);
-        m_entries[key] = std::move(entry);
+    if (kept.m_list && !m_attributes.contains(kept.m_list.key()))
+        m_attributes.insert(std::move(kept.m_list));
+    for (auto& entry : kept.m_entries) {
+        const interfaces::INode* owner = entry.mapped().owner;
+        // An attribute that left its node is still on the list.
+        if (entry.key() != owner && !m_attributes.contains(owner))
+            m_attributes[owner].push_back(entry.key());
+        m_entries.erase(entry.key());
+        m_entries.insert(std::move(entry));
     }
 }
 
@@ -197,6 +210,21 @@ void SceneComments::merge(SceneComments added) noexcept {
     m_entries.merge(added.m_entries);
     m_attributes.merge(added.m_attributes);
     m_file = std::move(added.m_file);
+}
+
+SceneComments::Kept SceneComments::copyOf(const interfaces::INode* node) const {
+    SceneComments copy;
+    const auto add = [&](const void* key) {
+        const auto place = m_entries.find(key);
+        if (place != m_entries.end() && place->second.owner == node) copy.m_entries.insert(*place);
+    };
+    add(node);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return copy.take(node);
+    for (const void* attribute : list->second)
+        add(attribute);
+    copy.m_attributes.insert(*list);
+    return copy.take(node);
 }
 
 } // namespace qv::kelvo_sdk::impl

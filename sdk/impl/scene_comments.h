@@ -69,6 +69,8 @@ public:
     [[nodiscard]] Kept take(const interfaces::IInput* input);
     [[nodiscard]] Kept take(const interfaces::IOutput* output);
     void putBack(Kept kept);
+    /// Returns what `take` would.
+    [[nodiscard]] Kept copyOf(const interfaces::INode* node) const;
 
     /// Takes the memory for merging with these.
     void reserveFor(const SceneComments& added);
@@ -99,7 +101,9 @@ private:
 class SceneComments::Kept {
 private:
     friend class SceneComments;
-    std::vector<std::pair<const void*, Entry>> m_entries;
+    std::vector<std::unordered_map<const void*, Entry>::node_type> m_entries;
+    // The attributes of a node.
+    std::unordered_map<const interfaces::INode*, std::vector<const void*>>::node_type m_list;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -36,6 +36,17 @@ namespace {
 // Nodes and their copies, which nobody knows yet.
 class Copies {
 public:
+    Copies() = default;
+    // What did not come in is no part of the scene, whose history is not to know of its end.
+    ~Copies() {
+        for (const RefersTo<Node>& copy : m_copies) {
+            const auto* scene = static_cast<const Scene*>(copy->scene());
+            if (scene && !scene->contains(*copy)) copy->setScene(nullptr);
+        }
+    }
+    Copies(const Copies&) = delete;
+    Copies& operator=(const Copies&) = delete;
+
     void add(const Node& original, Scene& scene) {
         auto copy = original.copyFor(&scene, scene.freeName(original.name()));
         scene.initialise(*copy);
@@ -49,19 +60,22 @@ public:
         for (const RefersTo<Node>& copy : m_copies)
             visitInputs(*copy, [this](Input& input) { tie(input); });
     }
-    // All of them or, when an observer throws, none.
     void addTo(Scene& scene) const {
-        try {
-            NewsHold news;
-            for (u64 i = 0; i < m_copies.size(); ++i) {
-                // Several may have been promised the same one.
-                m_copies[i]->setName(scene.freeName(m_names[i]));
-                scene.addNode(m_copies[i].get());
+        for (u64 i = 0; i < m_copies.size(); ++i) {
+            // Several may have been promised the same one.
+            m_copies[i]->setName(scene.freeName(m_names[i]));
+            scene.addNode(m_copies[i].get());
+        }
+    }
+    // Removes those that are still there. What observers throw now is lost: there is an exception
+    // on its way.
+    void takeBack(Scene& scene) const noexcept {
+        for (const RefersTo<Node>& copy : m_copies) {
+            try {
+                scene.removeNode(copy.get());
+            } catch (...) {
+                continue;
             }
-            news.release();
-        } catch (...) {
-            takeBack(scene);
-            throw;
         }
     }
     [[nodiscard]] Node* of(const INode* original) const {
@@ -89,17 +103,6 @@ private:
             static_cast<Output*>(index < copy.outputCount() ? copy.outputs()[index] : nullptr);
         return same && same->type() == output.type() ? same : nullptr;
     }
-    // What observers throw now is lost: there is an exception on its way.
-    void takeBack(Scene& scene) const noexcept {
-        for (const RefersTo<Node>& copy : m_copies) {
-            try {
-                scene.removeNode(copy.get());
-            } catch (...) {
-                continue;
-            }
-        }
-    }
-
     std::unordered_map<const INode*, Node*> m_byOriginal;
     std::vector<RefersTo<Node>> m_copies;
     std::vector<String> m_names;
@@ -135,7 +138,16 @@ RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
         copies.add(*original, *this);
     copies.tie();
     RefersTo<Node> copy(copies.of(&node));
-    copies.addTo(*this);
+    // All of them or, without memory or when an observer throws, none.
+    try {
+        NewsHold news;
+        const EditStep adding(*this);
+        copies.addTo(*this);
+        news.release();
+    } catch (...) {
+        copies.takeBack(*this);
+        throw;
+    }
     return copy;
 }
 
@@ -169,7 +181,7 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
 RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
                                     Misfits& misfits) {
     const NodeChangeScope scope(this);
-    EditStep step(*this);
+    const EditStep step(*this);
     const RefersTo<Node> held(&node);
     RefersTo<Node> replacement = makeNode(definition, std::move(type), node.name());
     // Nobody is to hear of it before it is in place.
@@ -178,34 +190,44 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
                             definition != nullptr);
     converter.fill();
     if (!contains(node)) return {};
+    replaceBy(*replacement, node, converter);
+    misfits = std::move(converter.misfits());
+    return replacement;
+}
+
+// All of it or, without memory, nothing.
+void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter) {
     NewsHold news;
-    auto* change = step.prepare<NodeExchange>(node, *replacement, m_comments);
-    replacement->setName(node.name());
-    exchange(node, *replacement);
+    EditStep step(*this);
+    expect(static_cast<const INode*>(&node));
+    expect(static_cast<const INode*>(&replacement));
+    auto* change = step.prepare<NodeExchange>(node, replacement, m_comments);
+    replacement.setName(node.name());
+    exchange(node, replacement);
     step.commit();
     converter.moveComments();
-    moveLinks(node, *replacement);
+    moveLinks(node, replacement);
     converter.moveTargets();
     if (change)
         change->cutSources();
     else
         visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
-    converted(node, *replacement);
-    misfits = std::move(converter.misfits());
+    converted(node, replacement);
     news.release();
-    return replacement;
 }
 
 // The replacement is in place of the node.
 void Scene::converted(Node& node, Node& replacement) {
-    if (m_modifiers) m_modifiers->leaves(node);
+    m_modifiers->leaves(node);
     tellConverted(node, replacement);
 }
 
 void Scene::tellConverted(Node& node, Node& replacement) {
-    if (NewsHold* hold = NewsHold::current())
+    if (NewsHold* hold = NewsHold::current()) {
+        if (hold->isMuted()) return letGo(node);
         return hold->add([self = RefersTo<Scene>(this), out = RefersTo<Node>(&node),
                           in = RefersTo<Node>(&replacement)] { self->tellConverted(*out, *in); });
+    }
     AllCalls calls;
     calls.make([&] { node.notifyConverted(&replacement); });
     calls.make([&] {

@@ -7,13 +7,12 @@
 
 namespace qv::kelvo_sdk::impl {
 
-Modifiers& Scene::modifiers() {
-    if (!m_modifiers) m_modifiers = std::make_unique<Modifiers>(*this);
+Modifiers& Scene::modifiers() noexcept {
     return *m_modifiers;
 }
 
 bool Scene::isModified(const Node& node) const {
-    return m_modifiers && m_modifiers->has(node);
+    return m_modifiers->has(node);
 }
 
 void Scene::applyModifiers(INode* node) {
@@ -23,7 +22,7 @@ void Scene::applyModifiers(INode* node) {
 void Scene::modify(const IInput* input) {
     const auto& changed = static_cast<const Input&>(*input);
     const bool isList = isModifierList(changed);
-    if (!isList && (!m_modifiers || m_modifiers->isIdle())) return;
+    if (!isList && m_modifiers->isIdle()) return;
     auto* node = static_cast<Node*>(changed.node());
     if (!node || !contains(*node)) return;
     if (isList)

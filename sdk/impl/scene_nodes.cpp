@@ -45,7 +45,7 @@ bool Scene::checkName(const String& name, const char* what) {
     return false;
 }
 
-Scene::Scene() = default;
+Scene::Scene() : m_modifiers(std::make_unique<Modifiers>(*this)) {}
 
 Scene::~Scene() {
     // None may reach the scene any more, whatever their ends set off in others.
@@ -53,7 +53,7 @@ Scene::~Scene() {
         node->setScene(nullptr);
         node->setHasLeft(true);
     });
-    if (m_modifiers) m_modifiers->letGo();
+    m_modifiers->letGo();
     m_links.clear([](Input& input) { input.forgetLink(); });
     m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
     m_nodes.forEach([](Node* node) { node->decRef(); });
@@ -121,8 +121,9 @@ bool Scene::addNode(Node* node) {
     String free = m_nodes.freeName(name);
     EditStep step(*this);
     step.prepare<NodeChange>(*node, m_nodes.size(), true);
-    if (!free.equals(name)) node->setName(free);
+    expect(static_cast<const INode*>(node));
     m_nodes.add(free, node);
+    node->setName(std::move(free));
     step.commit();
     enter(*node);
     return true;
@@ -137,6 +138,8 @@ void Scene::enter(Node& node) {
     if (m_dirtyCache) m_dirtyCache->added(node);
     if (m_evalCache) m_evalCache->nodeAdded(node);
     setDirty();
+    const NewsHold* hold = NewsHold::current();
+    if (hold && hold->isMuted() && modifierListOf(node)) m_modifiers->fallBehind();
     tellAdded(node);
 }
 
@@ -168,13 +171,16 @@ bool Scene::removeNode(INode* node) {
     if (!node || !contains(*node)) return false;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(static_cast<Node*>(node));
-    EditStep step(*this);
     NewsHold news;
+    EditStep step(*this);
     clearReferences(*held);
-    if (auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false))
-        change->takeComments(m_comments);
-    takeOut(*held);
+    auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false);
+    expect(static_cast<const INode*>(node));
+    if (change) change->takeComments(m_comments);
+    NodeTable::Place place = takeOut(*held);
+    if (change) change->keep(std::move(place));
     step.commit();
+    m_modifiers->leaves(*held);
     AllCalls calls;
     calls.make([&] { news.release(); });
     calls.make([&] { tellRemoved(*held); });
@@ -183,22 +189,24 @@ bool Scene::removeNode(INode* node) {
 }
 
 // Needs a node that nothing refers to, and that is held.
-void Scene::takeOut(Node& node) {
-    m_nodes.remove(node.name());
+NodeTable::Place Scene::takeOut(Node& node) {
+    NodeTable::Place place = m_nodes.take(node.name());
     node.setHasLeft(true);
     node.decRef();
     m_comments.remove(&node);
     if (m_dirtyCache) m_dirtyCache->removed(node);
     if (m_evalCache) m_evalCache->forget(node);
     setDirty();
-    if (m_modifiers) m_modifiers->leaves(node);
+    return place;
 }
 
 void Scene::tellRemoved(Node& node) {
-    if (NewsHold* hold = NewsHold::current())
+    if (NewsHold* hold = NewsHold::current()) {
+        if (hold->isMuted()) return letGo(node);
         return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node)] {
             self->tellRemoved(*held);
         });
+    }
     AllCalls calls;
     calls.make([&] { node.notifyRemoved(); });
     calls.make([&] {
@@ -224,6 +232,7 @@ void Scene::clearDescriptions(const Node& node) {
             if (!without) without = details->without(node);
             EditStep step(*this);
             step.prepare<DetailsChange>(input);
+            this->expect(static_cast<const IInput*>(&input));
             input.setDetails(without);
             step.commit();
         });
@@ -249,10 +258,12 @@ bool Scene::renameNode(INode* node, String name) {
     const RefersTo<Scene> self(this);
     const String before = renamed->name();
     if (before.equals(name)) return true;
+    if (!before.equalsNoCase(name)) name = m_nodes.freeName(name);
     EditStep step(*this);
     step.prepare<NodeRename>(*renamed, before);
+    expect(static_cast<const INode*>(node));
     step.commit();
-    rename(*renamed, before.equalsNoCase(name) ? name : m_nodes.freeName(name));
+    rename(*renamed, std::move(name));
     return true;
 }
 
@@ -286,6 +297,7 @@ bool Scene::moveNode(INode* node, u64 to) {
     if (from == to) return true;
     EditStep step(*this);
     step.prepare<NodeMove>(*moved, from, to);
+    expect(static_cast<const INode*>(node));
     step.commit();
     move(*moved, from, to);
     return true;
@@ -307,8 +319,8 @@ void Scene::tellMoved(Node& node, u64 from) {
 
 void Scene::clear() {
     const RefersTo<Scene> self(this);
-    const EditStep step(*this);
     NewsHold news;
+    const EditStep step(*this);
     while (Node* last = m_nodes.at(m_nodes.size() - 1))
         removeNode(last);
     news.release();

@@ -30,7 +30,7 @@ void Scene::tellThenModify(const IInput* input, const Tell& tell) {
 // An application that derives from the scene hears of everything.
 bool Scene::isHeard() const noexcept {
     if (!m_observers.empty() || typeid(*this) != typeid(Scene)) return true;
-    return m_modifiers && !m_modifiers->isIdle();
+    return !m_modifiers->isIdle();
 }
 
 bool Scene::subscribe(SceneObserver* observer) {
@@ -53,6 +53,16 @@ bool Scene::subscribe(BatchObserver* observer) {
 
 bool Scene::unsubscribe(BatchObserver* observer) {
     return m_batches && m_batches->unsubscribe(observer);
+}
+
+void Scene::expectInBatches(const INode* node) {
+    m_batches->expect(node);
+}
+void Scene::expectInBatches(const IInput* input) {
+    m_batches->expect(input);
+}
+void Scene::expectInBatches(const IOutput* output) {
+    m_batches->expect(output);
 }
 
 void Scene::notifyInputAdded(const IInput* input) {

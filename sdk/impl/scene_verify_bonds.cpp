@@ -74,8 +74,7 @@ bool SceneVerifier::isFree(const INode* node) const {
 // ---- The tables of links -------------------------------------------------------------------
 
 void SceneVerifier::checkLinkTable(const LinkTable& table) {
-    for (const auto& [target, first] : table.m_first)
-        checkRing(table, target, first);
+    table.forEachRing([&](const Link* first) { checkRing(table, first->target, first); });
     for (const Link* link : m_linksLeft) {
         if (link->table != &table) continue;
         fail(link->input ? link->input->path() : String(),

@@ -18,6 +18,8 @@ public:
     [[nodiscard]] u64 allocations() const noexcept { return m_allocations; }
     /// Fails the `which`-th allocation; returns what is wrong afterwards, empty when all is well.
     [[nodiscard]] std::string run(OomMemory::Fails fails, u64 which) const;
+    /// The library says that modifiers wait for the next change.
+    static void noteWait() noexcept { s_doModifiersWait = true; }
 
 private:
     enum class Outcome { Answered, Refused, OutOfMemory };
@@ -28,6 +30,7 @@ private:
     [[nodiscard]] std::string judgeObservers(OomWorld& world) const;
     [[nodiscard]] std::string inWorld(OomMemory::Fails fails, u64 which) const;
 
+    inline static bool s_doModifiersWait = false;
     const OomEdit& m_edit;
     u64 m_allocations = 0;
     // With the operation not done, and done.

@@ -1,10 +1,15 @@
 #include "tests/laws/oom_world.h"
 
+#include "tests/support/scene_text.h"
+
+#include <utility>
+
 namespace qv::tests {
 
 OomWorld::OomWorld() {
     const Scene& s = scene();
-    EXPECT_EQ(errorsOf(moreText, s), "");
+    s.addLibrary(kelvo_sdk::LibInfo::standard());
+    EXPECT_EQ(errorsOf(sceneText, s), "");
     s.setDirtyStateCached(true);
     s.setEvalCache(1 << 20);
     s.setUndoEnabled(true);
@@ -26,20 +31,22 @@ OomWorld::~OomWorld() {
 }
 
 void OomWorld::endScene() {
+    static_cast<void>(takeScene());
+}
+
+Scene OomWorld::takeScene() {
     scope.reset();
-    keeps.clear();
     input = Input();
     output = Output();
     node = second = Node();
-    stage.handles.clear();
-    if (!stage.scene) return;
-    for (u64 i = 0; i < stage.scene.nodeCount(); ++i)
-        stage.scene.node(i)->unsubscribe(&witness);
+    const Scene scene = std::exchange(m_scene, Scene());
+    for (u64 i = 0; i < scene.nodeCount(); ++i)
+        scene.node(i)->unsubscribe(&witness);
     for (OomWitness* each : {&witness, &newcomer}) {
-        stage.scene.unsubscribe(static_cast<kelvo_sdk::SceneObserver*>(each));
-        stage.scene.unsubscribe(static_cast<kelvo_sdk::BatchObserver*>(each));
+        scene.unsubscribe(static_cast<kelvo_sdk::SceneObserver*>(each));
+        scene.unsubscribe(static_cast<kelvo_sdk::BatchObserver*>(each));
     }
-    stage.scene = Scene();
+    return scene;
 }
 
 } // namespace qv::tests

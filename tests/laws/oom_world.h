@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/laws/hostile_observer.h"
+#include "sdk/scene.h"
 
 #include <array>
 #include <functional>
@@ -9,6 +9,13 @@
 #include <vector>
 
 namespace qv::tests {
+
+using kelvo_sdk::AttrType;
+using kelvo_sdk::Input;
+using kelvo_sdk::Misfits;
+using kelvo_sdk::Node;
+using kelvo_sdk::Output;
+using kelvo_sdk::Scene;
 
 /// Counts what it is told, as each of the three kinds of observers.
 class OomWitness : public kelvo_sdk::SceneObserver,
@@ -42,11 +49,60 @@ public:
     Counts counts{};
 };
 
-/// The scene of a trial and all that its operation needs: the stage with dirty states cached,
+/// The scene of a trial and all that its operation needs: a scene with dirty states cached,
 /// results kept, a witness subscribed to the scene, to each node and for batches, and a history
 /// with steps to undo and to redo.
 struct OomWorld {
-    static constexpr const char* moreText = R"(kelvo scene 1
+    static constexpr const char* sceneText = R"(kelvo scene 1
+
+node thing "a" {
+    Real r = 1
+    Node l = b
+    Node k = b
+    Array<Node> list = [b, c]
+    Object o {
+        Real m = 2
+        Node n = c
+    }
+    Array<Real> e = [1, 2 <- h.p, 3]
+    output Real o
+}
+
+node thing "b" {
+    Real r = 2 <- a.o
+    Real s = 3 <- a.o
+    Node l = null @stashed a
+    output Real p
+}
+
+node xform "c" {
+    Array<Node> children = [a, b, f]
+}
+
+node lamp "d" {
+    Array<Node> modifiers = [m]
+    Real x = 3
+    Real y = 4 <- b.p
+}
+
+node scaleModifier "m" {
+    String modifies = "x"
+    Real factor = 2
+}
+
+node image "f" {
+    String dir = "/tmp"
+    String file = "g"
+    String ext = ".png"
+    String name = "Picture"
+}
+
+node xform "g" {
+}
+
+node thing "h" {
+    output Real p
+}
 
 node add "sum" {
     Real a = 1 <- other.result
@@ -82,15 +138,16 @@ node thing "k" {
     OomWorld(const OomWorld&) = delete;
     OomWorld& operator=(const OomWorld&) = delete;
 
-    [[nodiscard]] const Scene& scene() const { return stage.scene; }
+    [[nodiscard]] const Scene& scene() const { return m_scene; }
     [[nodiscard]] Input at(const char* of, const char* path) const {
-        return stage.scene[of].inputAt(path);
+        return m_scene[of].inputAt(path);
     }
-    /// Puts the scene away, as an operation that ends it does.
+    /// Lets go of the scene, unwatched.
     void endScene();
+    /// Lets go of everything but the scene, which it returns.
+    [[nodiscard]] Scene takeScene();
 
     OomWitness witness;
-    Stage stage{true};
     // For operations to prepare and to use.
     Node node, second;
     Input input;
@@ -98,7 +155,9 @@ node thing "k" {
     String name, text;
     std::optional<Scene::UndoScope> scope;
     OomWitness newcomer;
-    std::vector<RefersTo<RefCounted>> keeps;
+
+private:
+    Scene m_scene = Scene::create();
 };
 
 /// A public operation whose allocations fail, one after the other.
