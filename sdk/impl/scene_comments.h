@@ -74,7 +74,7 @@ public:
 
     /// Takes the memory for merging with these.
     void reserveFor(const SceneComments& added);
-    /// Takes over comments on other things, and those of the text as a whole in place of its own.
+    /// Takes over comments on new things, and those of the text as a whole in place of its own.
     void merge(SceneComments added) noexcept;
 
     /// Tells whether nothing but the text as a whole has comments.
