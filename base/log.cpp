@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <mutex>
 #include <new>
@@ -19,17 +20,25 @@ struct Logger {
     std::mutex mutex;
     LogSink sink;
 
+    // Takes no memory: the first message may be that there is none.
     static Logger& instance() {
-        static Logger& logger = *new Logger;
+        alignas(Logger) static std::byte place[sizeof(Logger)];
+        static Logger& logger = *::new (place) Logger;
         return logger;
     }
 };
 
-// The whole line in one piece, so that lines of several threads or processes do not mix.
+// The whole line in one piece, so that lines of several threads or processes do not mix; in several
+// where there is no memory for that.
 void writeToStandardError(LogLevel level, const char* message) {
-    StringIO line;
-    line.append(level == LogLevel::Error ? "error: " : "warning: ").append(message).append('\n');
-    std::fwrite(line.buf(), 1, line.size(), stderr);
+    const char* start = level == LogLevel::Error ? "error: " : "warning: ";
+    try {
+        StringIO line;
+        line.append(start).append(message).append('\n');
+        std::fwrite(line.buf(), 1, line.size(), stderr);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s%s\n", start, message);
+    }
 }
 
 void deliver(LogLevel level, const char* message) {

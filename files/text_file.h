@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <string_view>
@@ -40,9 +41,37 @@ inline Stream open(const fs::path& file, const char* mode) {
     return Stream(std::fopen(file.string().c_str(), mode));
 }
 
-inline std::error_code lastError() noexcept {
+// Streams take memory; lack of it is told as such.
+inline std::error_code lastError() {
+    if (errno == ENOMEM) throw std::bad_alloc();
     return {errno, std::generic_category()};
 }
+
+// A new file that goes again unless it takes the place of another.
+class NewFile {
+public:
+    NewFile() = default;
+    ~NewFile() {
+        std::error_code ignored;
+        if (m_isThere) fs::remove(m_name, ignored);
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    // Makes it in the folder and gives it that name.
+    Stream openIn(const fs::path& folder);
+    std::error_code moveTo(const fs::path& target) {
+        std::error_code failure;
+        fs::rename(m_name, target, failure);
+        m_isThere = static_cast<bool>(failure);
+        return failure;
+    }
+    [[nodiscard]] const fs::path& name() const noexcept { return m_name; }
+
+private:
+    fs::path m_name;
+    bool m_isThere = false;
+};
 
 inline std::error_code readAll(std::FILE* stream, std::string& text) {
     char piece[1 << 16];
@@ -57,28 +86,28 @@ inline std::error_code writeAll(Stream stream, std::string_view text) {
     return std::fclose(stream.release()) == 0 ? std::error_code() : lastError();
 }
 
-// Makes a new file in the folder and gives it that name.
-inline Stream openNew(const fs::path& folder, fs::path& name) {
+inline Stream NewFile::openIn(const fs::path& folder) {
     constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
     std::random_device random;
     for (int tries = 0; tries < 100; ++tries) {
         std::string ending;
         for (int i = 0; i < 6; ++i)
             ending += letters[random() % letters.size()];
-        name = folder / (".kelvo-" + ending);
-        if (Stream made = open(name, "wbx"); made || errno != EEXIST) return made;
+        m_name = folder / (".kelvo-" + ending);
+        Stream made = open(m_name, "wbx");
+        m_isThere = made != nullptr;
+        if (made || errno != EEXIST) return made;
     }
     return nullptr;
 }
 
 // Nobody may read meanwhile what the old file kept from him.
-inline std::error_code fillAndRename(Stream made, const fs::path& name, const fs::path& target,
+inline std::error_code fillAndRename(Stream made, NewFile& file, const fs::path& target,
                                      const fs::file_status& old, std::string_view text) {
     std::error_code failure;
-    if (fs::exists(old)) fs::permissions(name, old.permissions(), failure);
+    if (fs::exists(old)) fs::permissions(file.name(), old.permissions(), failure);
     if (!failure) failure = writeAll(std::move(made), text);
-    if (!failure) fs::rename(name, target, failure);
-    return failure;
+    return failure ? failure : file.moveTo(target);
 }
 
 inline std::error_code replace(const fs::path& target, const fs::file_status& old,
@@ -86,13 +115,10 @@ inline std::error_code replace(const fs::path& target, const fs::file_status& ol
     // A file that may not be written must not be replaced either.
     if (fs::exists(old) && !open(target, "r+b")) return lastError();
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    fs::path name;
-    Stream made = openNew(folder, name);
+    NewFile file;
+    Stream made = file.openIn(folder);
     if (!made) return lastError();
-    const std::error_code failure = fillAndRename(std::move(made), name, target, old, text);
-    std::error_code ignored;
-    if (failure) fs::remove(name, ignored);
-    return failure;
+    return fillAndRename(std::move(made), file, target, old, text);
 }
 
 } // namespace detail

@@ -65,19 +65,33 @@ bool LibInfo::readDefinitions(String text, String source, Diagnostics* found,
     }
     KndBuilder builder(tree, checker, text.view(), source);
     auto types = builder.build();
-    builder.addComments(m_comments);
-    if (basesFrom && basesFrom != this) {
-        const RefersTo<LibInfo> other(const_cast<LibInfo*>(basesFrom));
-        if (std::ranges::find(m_others, other) == m_others.end()) m_others.push_back(other);
-    }
-    add(std::move(types));
+    SceneComments comments;
+    comments.setFile(m_comments.file());
+    builder.addComments(comments);
+    add(std::move(types), std::move(comments), basesFrom == this ? nullptr : basesFrom);
     return true;
 }
 
-void LibInfo::add(std::vector<std::unique_ptr<KndDefinition>> types) {
+// Takes all the memory first.
+void LibInfo::add(std::vector<std::unique_ptr<KndDefinition>> types, SceneComments comments,
+                  const LibInfo* basesFrom) {
+    decltype(m_byName) byName;
+    decltype(m_byFoldedName) byFoldedName;
+    for (const auto& type : types) {
+        byName.emplace(type->name(), type.get());
+        byFoldedName.emplace(type->name().toLower(), type.get());
+    }
+    m_types.reserve(m_types.size() + types.size());
+    m_byName.reserve(m_byName.size() + types.size());
+    m_byFoldedName.reserve(m_byFoldedName.size() + types.size());
+    m_comments.reserveFor(comments);
+    const RefersTo<LibInfo> other(const_cast<LibInfo*>(basesFrom));
+    if (other && std::ranges::find(m_others, other) == m_others.end()) m_others.push_back(other);
+
+    m_byName.merge(byName);
+    m_byFoldedName.merge(byFoldedName);
+    m_comments.merge(std::move(comments));
     for (auto& type : types) {
-        m_byName.emplace(type->name(), type.get());
-        m_byFoldedName.emplace(type->name().toLower(), type.get());
         bind(*type->prototype);
         m_refCount.fetch_sub(1); // The prototype's, which would keep the library alive for ever.
         m_types.push_back(std::move(type));

@@ -72,7 +72,8 @@ public:
 
 private:
     [[nodiscard]] const interfaces::NodeCallbacks& callbacks(const String& type) const noexcept;
-    void add(std::vector<std::unique_ptr<KndDefinition>> types);
+    void add(std::vector<std::unique_ptr<KndDefinition>> types, SceneComments comments,
+             const LibInfo* basesFrom);
     void bind(Node& prototype);
 
     // First, as the end of all others may need it.

@@ -222,18 +222,26 @@ void NodeConverter::moveTargets() {
     }
 }
 
+// All or, without memory, none.
 void NodeConverter::moveComments() const {
     SceneComments& comments = m_scene.comments();
     if (comments.empty() && comments.file().unread.empty()) return;
-    const auto move = [&](const auto* from, const auto* to) {
-        if (const Comments* found = comments.find(from)) comments.set(to, Comments(*found));
+    SceneComments moved;
+    const auto copy = [&](const auto* from, const auto* to) {
+        if (const Comments* found = comments.find(from)) moved.set(to, Comments(*found));
     };
-    move(static_cast<const INode*>(&m_from), static_cast<const INode*>(&m_to));
+    copy(static_cast<const INode*>(&m_from), static_cast<const INode*>(&m_to));
     for (const auto& [from, to] : m_inputs)
-        move(static_cast<const IInput*>(from), static_cast<const IInput*>(to));
+        copy(static_cast<const IInput*>(from), static_cast<const IInput*>(to));
     for (const auto& [from, to] : m_outputs)
-        if (to) move(static_cast<const IOutput*>(from), static_cast<const IOutput*>(to));
+        if (to) copy(static_cast<const IOutput*>(from), static_cast<const IOutput*>(to));
+    Comments file = comments.file();
+    for (UnreadLines& lines : file.unread)
+        if (lines.node == &m_from) lines.node = &m_to;
+    moved.setFile(std::move(file));
+    comments.reserveFor(moved);
     comments.remove(static_cast<const INode*>(&m_from));
+    comments.merge(std::move(moved));
 }
 
 } // namespace qv::kelvo_sdk::impl

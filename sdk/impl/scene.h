@@ -66,6 +66,8 @@ public:
     /// Takes a free-standing node in, at the end; its name gets a number if it is taken. The scene
     /// takes a reference of its own.
     bool addNode(Node* node);
+    /// For whoever brought a node in that nobody heard of yet: takes it out again, with no memory.
+    void dropUnheard(Node& node) noexcept;
     bool removeNode(INode* node) override;
     bool renameNode(INode* node, String name) override;
     bool moveNode(INode* node, u64 to) override;
@@ -248,8 +250,8 @@ private:
     [[nodiscard]] INode* given(const Node* made) const noexcept;
     [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
     [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
-                                               Misfits& misfits);
-    void replaceBy(Node& replacement, Node& node, NodeConverter& converter);
+                                               Misfits* misfits);
+    void replaceBy(Node& replacement, Node& node, NodeConverter& converter, Misfits* misfits);
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
     void clearDescriptions(const Node& node);

@@ -53,7 +53,12 @@ SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : SceneBuilder(tree) {
 SceneBuilder::SceneBuilder(SceneTree& tree)
     : m_tree(tree), m_inputs(tree.inputs.size()), m_outputs(tree.outputs.size()) {}
 
-SceneBuilder::~SceneBuilder() = default;
+// The ends of nodes that did not come in are not the scene's.
+SceneBuilder::~SceneBuilder() {
+    if (!m_scene || m_isDone) return;
+    for (const RefersTo<Node>& node : m_nodes)
+        if (node->scene() == m_scene && !m_scene->contains(*node)) node->setScene(nullptr);
+}
 
 void SceneBuilder::build() {
     const RefersTo<Scene> held(m_scene);
@@ -61,17 +66,34 @@ void SceneBuilder::build() {
     const EditGroup group(*m_scene);
     holdKnown();
     m_nodes.reserve(m_tree.nodes.size());
-    for (const TreeNode& node : m_tree.nodes)
-        m_nodes.push_back(makeNode(node));
+    for (const TreeNode& from : m_tree.nodes) {
+        Node& node = *m_nodes.emplace_back(makeNode(from));
+        if (node.m_nodeInit) initialise(from, node);
+    }
     ModifierHold modifiers(*m_scene);
+    const u64 start = m_scene->history().openChanges();
+    NewsHold news;
+    addUnheard();
     try {
-        NewsHold news;
-        const EditStep adding(*m_scene);
-        addNodes();
         news.release();
         modifiers.release();
+        m_isDone = true;
     } catch (...) {
-        takeBack();
+        takeBack(start);
+        throw;
+    }
+}
+
+// All of it or, when there is no memory, nothing.
+void SceneBuilder::addUnheard() {
+    const auto start = NewsHold::mark();
+    try {
+        const EditStep step(*m_scene);
+        addNodes();
+    } catch (...) {
+        NewsHold::dropSince(start);
+        for (const RefersTo<Node>& node : m_nodes)
+            if (m_scene->contains(*node)) m_scene->dropUnheard(*node);
         throw;
     }
 }
@@ -98,7 +120,6 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
     auto node = makeEmptyNode(from);
     describe(from, *node);
     makeAttributes(from, *node);
-    if (node->m_nodeInit) initialise(from, *node);
     return node;
 }
 
@@ -187,6 +208,8 @@ void SceneBuilder::setLink(Input& input, INode* target) {
     if (!input.m_node) return;
     EditStep step(input.m_node);
     step.prepare<ValueChange>(input);
+    expectNews(input.m_node, static_cast<const IInput*>(&input));
+    if (target) input.extras();
     Value before = std::exchange(input.m_value, Value(target));
     input.linkTo(target);
     step.commit();
@@ -200,13 +223,15 @@ void SceneBuilder::connect(const TreeConnection& from) {
     if (!input.m_node || !output->node()) return;
     EditStep step(input.m_node);
     step.prepare<SourceChange>(input);
+    expectNews(input.m_node, static_cast<const IInput*>(&input));
     input.setSource(static_cast<Output*>(output));
     step.commit();
     input.m_node->onInputConnected(&input, nullptr, output);
 }
 
+// The last of all, as comments that came in would be in the way of what is taken back.
 void SceneBuilder::addComments() {
-    SceneComments& comments = m_scene->comments();
+    SceneComments comments;
     using Unchecked = Comments::Unchecked;
     const auto add = [&](const auto* thing, const auto& from, Unchecked unchecked) {
         const TreeExtras* extras = m_tree.extrasOf(from.extras);
@@ -227,17 +252,22 @@ void SceneBuilder::addComments() {
     for (u64 i = 0; i < m_tree.outputs.size(); ++i)
         if (const TreeExtras* extras = m_tree.extrasOf(m_tree.outputs[i].extras))
             comments.set(m_outputs[i], extras->comments);
-    addFileComments();
+    EditStep step(*m_scene);
+    if (!m_tree.file.isEmpty()) step.prepare<FileCommentsChange>(m_scene->comments());
+    comments.setFile(fileComments());
+    m_scene->comments().reserveFor(comments);
+    m_scene->comments().merge(std::move(comments));
+    step.commit();
 }
 
-void SceneBuilder::addFileComments() {
-    Comments& added = m_tree.file;
-    if (added.isEmpty()) return;
+// Returns those of the scene with the text's.
+Comments SceneBuilder::fileComments() {
+    const Comments& added = m_tree.file;
     Comments file = m_scene->comments().file();
     file.leading += added.leading.view();
     file.inner += added.inner.view();
-    if (file.opening.isEmpty()) file.opening = std::move(added.opening);
-    for (UnreadLines& unread : added.unread) {
+    if (file.opening.isEmpty()) file.opening = added.opening;
+    for (UnreadLines unread : added.unread) {
         const u32 node = m_tree.findNode(m_tree.names.add(unread.before.view()));
         if (node != noTreeIndex) {
             unread.node = m_nodes[node].get();
@@ -245,14 +275,13 @@ void SceneBuilder::addFileComments() {
         }
         file.unread.push_back(std::move(unread));
     }
-    EditStep step(*m_scene);
-    step.prepare<FileCommentsChange>(m_scene->comments());
-    m_scene->comments().setFile(std::move(file));
-    step.commit();
+    return file;
 }
 
-// Removes what was added. What an observer throws now is lost: there is an exception on its way.
-void SceneBuilder::takeBack() noexcept {
+// Removes what was added. What observers throw now is lost: there is an exception on its way.
+void SceneBuilder::takeBack(u64 start) noexcept {
+    History& history = m_scene->history();
+    if (history.isRecording()) return history.takeBack(start);
     for (const RefersTo<Node>& node : m_nodes) {
         try {
             m_scene->removeNode(node.get());

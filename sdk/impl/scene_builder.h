@@ -57,17 +57,19 @@ private:
     [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* holder) const;
     void makeMembers(const TreeInput& from, Node& node, Input& holder);
     void makeOutputs(const TreeNode& from, Node& node);
+    void addUnheard();
     void addNodes();
     void link(const TreeLink& from);
     static void setLink(Input& input, INode* target);
     void connect(const TreeConnection& from);
     void addComments();
-    void addFileComments();
-    void takeBack() noexcept;
+    [[nodiscard]] Comments fileComments();
+    void takeBack(u64 start) noexcept;
 
     SceneTree& m_tree;
     // Null when there is none.
     Scene* m_scene = nullptr;
+    bool m_isDone = false;
     // By their positions in the tree.
     std::vector<RefersTo<Node>> m_nodes;
     std::vector<Input*> m_inputs;

@@ -78,10 +78,11 @@ const String& nameOf(const interfaces::IOutput* output) {
 } // namespace
 
 void SceneComments::setFile(Comments comments) {
-    m_file = cleaned(comments);
+    Comments file = cleaned(comments);
     // Blank lines at the end of a text are nothing.
-    if (m_file.inner.view().ends_with("\n\n") || m_file.inner.view() == "\n")
-        m_file.inner = m_file.inner.substr(0, m_file.inner.size() - 1);
+    if (file.inner.view().ends_with("\n\n") || file.inner.view() == "\n")
+        file.inner = file.inner.substr(0, file.inner.size() - 1);
+    m_file = std::move(file);
 }
 
 void SceneComments::set(const interfaces::INode* node, Comments comments) {
@@ -131,7 +132,14 @@ const Comments* SceneComments::findNamed(const void* attribute, const String& na
 }
 
 void SceneComments::remove(const interfaces::INode* node) {
-    std::ignore = take(node);
+    m_entries.erase(node);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return;
+    for (const void* attribute : list->second) {
+        const auto place = m_entries.find(attribute);
+        if (place != m_entries.end() && place->second.owner == node) m_entries.erase(place);
+    }
+    m_attributes.erase(list);
 }
 
 void SceneComments::remove(const interfaces::IInput* input) {
@@ -205,6 +213,25 @@ void SceneComments::putBack(Kept kept) {
         m_entries.erase(entry.key());
         m_entries.insert(std::move(entry));
     }
+}
+
+void SceneComments::reserveFor(const SceneComments& added) {
+    m_entries.reserve(m_entries.size() + added.m_entries.size());
+    m_attributes.reserve(m_attributes.size() + added.m_attributes.size());
+}
+
+void SceneComments::merge(SceneComments added) noexcept {
+    const auto moveAll = [](auto& from, auto& to) {
+        while (!from.empty()) {
+            auto entry = from.extract(from.begin());
+            // Of another thing that was at this address.
+            to.erase(entry.key());
+            to.insert(std::move(entry));
+        }
+    };
+    moveAll(added.m_entries, m_entries);
+    moveAll(added.m_attributes, m_attributes);
+    m_file = std::move(added.m_file);
 }
 
 SceneComments::Kept SceneComments::copyOf(const interfaces::INode* node) const {

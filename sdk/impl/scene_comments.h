@@ -94,6 +94,11 @@ public:
     /// Returns what `take` would.
     [[nodiscard]] Kept copyOf(const interfaces::INode* node) const;
 
+    /// Takes the memory for merging with these.
+    void reserveFor(const SceneComments& added);
+    /// Takes over comments on new things, and those of the text as a whole in place of its own.
+    void merge(SceneComments added) noexcept;
+
     /// Tells whether nothing but the text as a whole has comments.
     [[nodiscard]] bool empty() const noexcept { return m_entries.empty(); }
 

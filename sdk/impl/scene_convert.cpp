@@ -9,6 +9,7 @@
 #include "sdk/impl/node_changes.h"
 #include "sdk/impl/node_converter.h"
 #include "sdk/impl/node_links.h"
+#include "sdk/impl/record_scope.h"
 #include "sdk/impl/scene.h"
 #include "sdk/node.h"
 
@@ -36,46 +37,38 @@ namespace {
 // Nodes and their copies, which nobody knows yet.
 class Copies {
 public:
-    Copies() = default;
-    // What did not come in is no part of the scene, whose history is not to know of its end.
+    explicit Copies(Scene& scene) noexcept : m_scene(scene) {}
+    // The ends of copies that did not come in are not the scene's.
     ~Copies() {
-        for (const RefersTo<Node>& copy : m_copies) {
-            const auto* scene = static_cast<const Scene*>(copy->scene());
-            if (scene && !scene->contains(*copy)) copy->setScene(nullptr);
-        }
+        for (const RefersTo<Node>& copy : m_copies)
+            if (copy->scene() == &m_scene && !m_scene.contains(*copy)) copy->setScene(nullptr);
     }
     Copies(const Copies&) = delete;
     Copies& operator=(const Copies&) = delete;
 
-    void add(const Node& original, Scene& scene) {
-        auto copy = original.copyFor(&scene, scene.freeName(original.name()));
-        scene.initialise(*copy);
+    void add(const Node& original) {
+        m_copies.push_back(original.copyFor(&m_scene, m_scene.freeName(original.name())));
+        Node& copy = *m_copies.back();
+        m_scene.initialise(copy);
         // Nobody would end it.
-        copy->endModification();
-        m_byOriginal.emplace(&original, copy.get());
-        m_copies.push_back(std::move(copy));
+        copy.endModification();
+        m_byOriginal.emplace(&original, &copy);
         m_names.push_back(original.name());
     }
     void tie() const {
         for (const RefersTo<Node>& copy : m_copies)
             visitInputs(*copy, [this](Input& input) { tie(input); });
     }
-    void addTo(Scene& scene) const {
-        for (u64 i = 0; i < m_copies.size(); ++i) {
-            // Several may have been promised the same one.
-            m_copies[i]->setName(scene.freeName(m_names[i]));
-            scene.addNode(m_copies[i].get());
-        }
-    }
-    // Removes those that are still there. What observers throw now is lost: there is an exception
-    // on its way.
-    void takeBack(Scene& scene) const noexcept {
-        for (const RefersTo<Node>& copy : m_copies) {
-            try {
-                scene.removeNode(copy.get());
-            } catch (...) {
-                continue;
-            }
+    // All of them or, when an exception comes out, none. Needs a step that records.
+    void addAll() const {
+        const u64 start = m_scene.history().openChanges();
+        NewsHold news;
+        addUnheard();
+        try {
+            news.release();
+        } catch (...) {
+            m_scene.history().takeBack(start);
+            throw;
         }
     }
     [[nodiscard]] Node* of(const INode* original) const {
@@ -84,6 +77,14 @@ public:
     }
 
 private:
+    void addUnheard() const {
+        const EditStep step(m_scene);
+        for (u64 i = 0; i < m_copies.size(); ++i) {
+            // Several may have been promised the same one.
+            m_copies[i]->setName(m_scene.freeName(m_names[i]));
+            m_scene.addNode(m_copies[i].get());
+        }
+    }
     void tie(Input& input) const {
         Output* source = input.sourceOutput();
         INode* link = linkedNode(input);
@@ -103,10 +104,22 @@ private:
             static_cast<Output*>(index < copy.outputCount() ? copy.outputs()[index] : nullptr);
         return same && same->type() == output.type() ? same : nullptr;
     }
+    Scene& m_scene;
     std::unordered_map<const INode*, Node*> m_byOriginal;
     std::vector<RefersTo<Node>> m_copies;
     std::vector<String> m_names;
 };
+
+// What did not fit goes to the caller, who has room for it, or to the log.
+void report(Misfits& found, const Node& made, Misfits* misfits) {
+    for (Misfit& misfit : found) {
+        if (misfits)
+            misfits->push_back(std::move(misfit));
+        else
+            logWarning("Converted to '%s': '%s' %s.", made.type().buf(), misfit.path.buf(),
+                       misfit.reason.buf());
+    }
+}
 
 } // namespace
 
@@ -119,6 +132,7 @@ INode* Scene::cloneNode(INode* node, bool deep) {
 
 RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
     const NodeChangeScope scope(this);
+    const RecordScope record(*this);
     const EditStep step(*this);
     ds::Vector<INode*> found;
     if (deep)
@@ -133,21 +147,12 @@ RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
         return contains(*next) ? m_nodes.placeOf(next->name()) : 0;
     };
     std::ranges::stable_sort(originals, {}, placeOf);
-    Copies copies;
+    Copies copies(*this);
     for (const RefersTo<Node>& original : originals)
-        copies.add(*original, *this);
+        copies.add(*original);
     copies.tie();
     RefersTo<Node> copy(copies.of(&node));
-    // All of them or, without memory or when an observer throws, none.
-    try {
-        NewsHold news;
-        const EditStep adding(*this);
-        copies.addTo(*this);
-        news.release();
-    } catch (...) {
-        copies.takeBack(*this);
-        throw;
-    }
+    copies.addAll();
     return copy;
 }
 
@@ -164,23 +169,16 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
         return nullptr;
     }
     const RefersTo<Scene> self(this);
-    Misfits found;
     const RefersTo<Node> made =
-        convertInStep(static_cast<Node&>(*node), std::move(type), definition, found);
-    for (Misfit& misfit : found) {
-        if (misfits)
-            misfits->push_back(std::move(misfit));
-        else
-            logWarning("Converted to '%s': '%s' %s.", made->type().buf(), misfit.path.buf(),
-                       misfit.reason.buf());
-    }
+        convertInStep(static_cast<Node&>(*node), std::move(type), definition, misfits);
     return given(made.get());
 }
 
 // Null when the library took the node away.
 RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
-                                    Misfits& misfits) {
+                                    Misfits* misfits) {
     const NodeChangeScope scope(this);
+    const RecordScope record(*this);
     const EditStep step(*this);
     const RefersTo<Node> held(&node);
     RefersTo<Node> replacement = makeNode(definition, std::move(type), node.name());
@@ -190,13 +188,12 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
                             definition != nullptr);
     converter.fill();
     if (!contains(node)) return {};
-    replaceBy(*replacement, node, converter);
-    misfits = std::move(converter.misfits());
+    replaceBy(*replacement, node, converter, misfits);
     return replacement;
 }
 
 // All of it or, without memory, nothing.
-void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter) {
+void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter, Misfits* misfits) {
     NewsHold news;
     EditStep step(*this);
     expect(static_cast<const INode*>(&node));
@@ -205,14 +202,16 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter) {
     replacement.setName(node.name());
     exchange(node, replacement);
     step.commit();
-    converter.moveComments();
     moveLinks(node, replacement);
     converter.moveTargets();
     if (change)
         change->cutSources();
     else
         visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
+    if (misfits) misfits->reserve(misfits->size() + converter.misfits().size());
     converted(node, replacement);
+    converter.moveComments();
+    report(converter.misfits(), replacement, misfits);
     news.release();
 }
 

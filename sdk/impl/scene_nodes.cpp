@@ -189,6 +189,11 @@ NodeTable::Place Scene::takeOut(Node& node) {
     return place;
 }
 
+void Scene::dropUnheard(Node& node) noexcept {
+    takeOut(node);
+    node.setScene(nullptr);
+}
+
 void Scene::tellRemoved(Node& node) {
     if (NewsHold* hold = NewsHold::current()) {
         if (hold->isMuted()) return letGo(node);

@@ -45,10 +45,10 @@ String standardLibraryText() {
 
 LibInfo& standardLibrary() {
     static LibInfo& library = *[] {
-        auto* made = new LibInfo;
+        auto made = RefersTo<LibInfo>::adopt(new LibInfo);
         addStandardCallbacks(*made);
         made->readDefinitions(standardLibraryText(), "standard.knd");
-        return made;
+        return made.detach();
     }();
     return library;
 }

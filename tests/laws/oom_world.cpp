@@ -35,6 +35,7 @@ void OomWorld::endScene() {
 }
 
 Scene OomWorld::takeScene() {
+    more = {};
     scope.reset();
     input = Input();
     output = Output();

@@ -155,6 +155,8 @@ node thing "k" {
     String name, text;
     std::optional<Scene::UndoScope> scope;
     OomWitness newcomer;
+    // Whatever else an operation needs; goes before the scene.
+    RefersTo<RefCounted> more;
 
 private:
     Scene m_scene = Scene::create();
