@@ -155,7 +155,9 @@ TEST(OrderedSlots, RandomInsertionsAndRemovals_MatchAPlainVector) {
             removeItem(slots, **at);
             model.erase(at);
         }
-        if (step % 64 == 0) ASSERT_TRUE(slots.isSound());
+        if (step % 64 == 0) {
+            ASSERT_TRUE(slots.isSound());
+        }
     }
     EXPECT_EQ(contents(slots), std::vector<const Item*>(model.begin(), model.end()));
     for (u64 i = 0; i < model.size(); ++i)
