@@ -4,6 +4,7 @@
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/known_names.h"
+#include "sdk/impl/scene.h"
 #include "sdk/input.h"
 #include "sdk/interfaces/i_scene.h"
 #include "sdk/node.h"
@@ -75,9 +76,13 @@ bool Node::setPath(String dir, String file, String ext) {
         scene->recordEdit(String::format("%s = %s", shown.buf(), newName.buf()),
                           String::format("%s = %s", shown.buf(), oldName.buf()));
     };
-    // What left its scene or its node is not edited: undo would bring it back with the edit.
+    // A node that left its scene is not edited, nor, while the scene records, is an input that left
+    // the node: undo would bring them back with the edit.
     const auto isThere = [&](const kelvo_sdk::Input& written) {
-        return liveScene() == scene.get() && (!scene || !m_hasLeft) && written.node() == this;
+        if (liveScene() != scene.get()) return false;
+        if (!scene) return true;
+        auto& home = static_cast<impl::Scene&>(*scene.get());
+        return !m_hasLeft && (written.node() == this || !home.history().isRecording());
     };
     bool done = false;
     try {
