@@ -34,6 +34,10 @@ void NewsHold::dropSince(const Mark& mark) noexcept {
         dropped = std::move(dropped->m_next);
 }
 
+void NewsHold::begin() noexcept {
+    s_current = this;
+}
+
 // From here on nothing is held back: who is told may begin changes of its own.
 void NewsHold::release() {
     if (!m_isOutermost) return;

@@ -53,11 +53,13 @@ public:
 
     explicit NewsHold(Kind kind = Kind::Strict) noexcept
         : m_kind(kind), m_before(s_current), m_isOutermost(!s_current || kind == Kind::Muted) {
-        if (m_isOutermost) s_current = this;
+        if (m_isOutermost) begin();
     }
     /// Tells what was not told yet; what observers throw then is logged and lost.
     ~NewsHold() {
-        if (m_isOutermost && s_current == this) end();
+        if (!m_isOutermost) return;
+        if (s_current == this) end();
+        s_current = m_before;
     }
     NewsHold(const NewsHold&) = delete;
     NewsHold& operator=(const NewsHold&) = delete;
@@ -113,6 +115,7 @@ private:
         Call m_call;
     };
 
+    void begin() noexcept;
     void end() noexcept;
     [[nodiscard]] static std::unique_ptr<News> takeFirst(std::unique_ptr<News>& from) noexcept;
 

@@ -123,6 +123,11 @@ void NodeChange::takeAlong(SceneComments& from) {
     holdStrays(*m_node, m_strays);
 }
 
+void NodeChange::expect(Scene& scene) {
+    scene.expect(static_cast<const INode*>(m_node.get()));
+    makeRoomForStrays(*m_node, m_strays);
+}
+
 void NodeChange::prepareFlip(Scene& scene) {
     if (m_isIn) scene.clearReferences(*m_node);
 }
@@ -142,7 +147,12 @@ void NodeChange::flip(Scene& scene) {
         return;
     }
     keepComments([&] { m_comments = scene.comments().take(m_node.get()); });
-    holdStrays(*m_node, m_strays);
+    // There is room, but for a step that is taken back, which nobody brings back in turn.
+    try {
+        holdStrays(*m_node, m_strays);
+    } catch (const std::bad_alloc&) {
+        m_strays.clear();
+    }
     m_place = scene.takeOut(*m_node);
     scene.m_modifiers->leaves(*m_node);
     scene.tellRemoved(*m_node);

@@ -58,7 +58,7 @@ private:
 class NodeChange final : public Change {
 public:
     NodeChange(Node& node, u64 index, bool isIn);
-    void expect(Scene& scene) override { scene.expect(static_cast<const INode*>(m_node.get())); }
+    void expect(Scene& scene) override;
     /// References made without the scene's knowledge end.
     void prepareFlip(Scene& scene) override;
     void flip(Scene& scene) override;

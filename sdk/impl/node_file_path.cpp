@@ -4,6 +4,7 @@
 #include "sdk/impl/node.h"
 
 #include "sdk/impl/known_names.h"
+#include "sdk/impl/scene.h"
 #include "sdk/input.h"
 #include "sdk/interfaces/i_scene.h"
 #include "sdk/node.h"
@@ -66,9 +67,13 @@ bool Node::setPath(String dir, String file, String ext) {
     const String newName = fileName(file, ext);
     const String oldName =
         fileName(fileInput.asString(false, nullptr), extInput.asString(false, nullptr));
-    // What left its scene or its node is not edited: undo would bring it back with the edit.
+    // A node that left its scene is not edited, nor, where undo would bring it back with the edit, is
+    // an input that left the node.
     const auto isThere = [&](const kelvo_sdk::Input& written) {
-        return liveScene() == scene.get() && (!scene || !m_hasLeft) && written.node() == this;
+        if (liveScene() != scene.get()) return false;
+        if (!scene) return true;
+        auto& home = static_cast<impl::Scene&>(*scene.get());
+        return !m_hasLeft && (written.node() == this || !home.undoEnabled());
     };
     const auto write = [&] {
         return extInput.setString(std::move(ext)) && isThere(fileInput) &&

@@ -18,7 +18,7 @@ SCENE = r"notify(Input|Output)(Added|Removed)|notifyInput(Changed|Connected)|clo
 # operations, what it is made of, and what it calls.
 CONTRACT = (
     r"Node::|getChildren\(|findDeps\(|serialize\(",
-    r"Input::(Input|clone|stash)\(",
+    r"Input::(Input|clone|setReadOnly|stash)\(",
     r"Output::(Output|clone)\(",
     rf"Scene::({SCENE})\(",
     r"(AttrData|NodeIterator|PathIterator|NodeChangeScope)(::|$)",
@@ -28,8 +28,8 @@ CONTRACT = (
 )
 # What the tool takes of it beyond that.
 TOOL = (
-    r"Input::(createInput|details|inputCount|isModified|lookUpInput|name|node|setValue|stashed|"
-    r"typeName)\(",
+    r"Input::(createInput|details|far(Data|Element)?Type|inputCount|isModified|lookUpInput|name|"
+    r"node|setValue|stashed|typeName)\(",
     r"Output::(evaluate|path|typeName)\(",
     r"html::",
     r"operator==\(qv::kelvo_sdk::impl::Value const&",

@@ -21,7 +21,8 @@ struct SceneVerifier::Tamper {
     static void setValue(Input& input, INode* node) { input.m_value = Value(node); }
     static void setSource(Input& input, Output* source) { input.extras().source = source; }
     static void setSourceSlot(Input& input, u64 slot) { input.extras().sourceSlot = slot; }
-    static void addTarget(Output& output, Input& input) { output.addTarget(&input, noIndex); }
+    static u64 addTarget(Output& output, Input& input) { return output.addTarget(&input, noIndex); }
+    static void dropSlot(Output& output, u64 slot) { output.removeTarget(slot); }
     static void dropTarget(Output& output, const Input& input) {
         output.removeTarget(input.m_extras->sourceSlot);
     }
@@ -274,9 +275,9 @@ TEST_F(SceneVerify, ConnectionThatOnlyTheOutputKnows_IsTold) {
         "lamp.light lists 'desk.color', which is not connected to it",
         [&] { Tamper::setSource(*m_color, nullptr); },
         [&] { Tamper::setSource(*m_color, m_output); });
-    Tamper::addTarget(*m_output, *m_color);
+    const u64 second = Tamper::addTarget(*m_output, *m_color);
     EXPECT_EQ(faults(), "lamp.light lists its target 'desk.color' twice");
-    Tamper::dropTarget(*m_output, *m_color);
+    Tamper::dropSlot(*m_output, second);
     EXPECT_EQ(faults(), "");
 }
 
