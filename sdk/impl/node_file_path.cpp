@@ -67,8 +67,8 @@ bool Node::setPath(String dir, String file, String ext) {
     const String newName = fileName(file, ext);
     const String oldName =
         fileName(fileInput.asString(false, nullptr), extInput.asString(false, nullptr));
-    // A node that left its scene is not edited, nor, where undo would bring it back with the edit, is
-    // an input that left the node.
+    // A node that left its scene is not edited, nor, where undo would bring it back with the edit,
+    // is an input that left the node.
     const auto isThere = [&](const kelvo_sdk::Input& written) {
         if (liveScene() != scene.get()) return false;
         if (!scene) return true;
