@@ -82,7 +82,7 @@ private:
         std::vector<News> order;
     };
 
-    // What was expected to come in had no node then.
+    // A thing that was expected before it came in was noted without a node.
     template<typename News, typename Thing>
     static void noteOwner(News& news, const Thing* thing) {
         if constexpr (std::is_base_of_v<AttributeNews, News>)

@@ -96,7 +96,7 @@ public:
         return m_dataType != farKind ? static_cast<DataType>(m_dataType) : farDataType();
     }
     void setSilent(bool silent) noexcept { m_silent = silent; }
-    /// What the input holds is read-only with it.
+    /// Elements and members are read-only with it.
     QV_EXPORT void setReadOnly(bool readOnly);
     /// For fixes of what a text says, that no write can mend: stores it all the same.
     bool setReadOnlyValue(const Value& value);
@@ -194,7 +194,7 @@ public:
     // An array makes elements of its element kind only, under the name of the next index. An array
     // of arrays learns the element kind of each from `createArray`.
 
-    // What is read-only gets and loses nothing, nor does what it holds.
+    // A read-only input gets and loses no elements or members, nor does any that it holds.
 
     IInput* createInput(String name, AttrType type) override;
     /// For whoever makes inputs from a definition: into what is read-only, too.

@@ -412,7 +412,7 @@ const Value* Input::stashed() const noexcept {
     return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
 }
 
-// One that is there keeps its memory.
+// A value that is kept already gives its memory to the new one.
 void Input::replaceStash(Value value) {
     if (!stashed()) extras().stash = std::make_unique<Stash>();
     Link& link = m_extras->stash->link;

@@ -179,7 +179,7 @@ void Modifiers::fallBehind() noexcept {
     logNoMemory("Modifiers wait for the next change: there is no memory for them.");
 }
 
-// Whatever was missed is among all.
+// Applies all modifiers anew, those that were missed among them.
 void Modifiers::catchUp() {
     if (!m_isBehind) return;
     m_scene.forEachNode([this](Node* node) {

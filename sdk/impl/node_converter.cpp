@@ -131,7 +131,7 @@ void NodeConverter::convertElements(const Step& step) {
     makeElements(step);
 }
 
-// Those that the array has are taken as they are.
+// Elements that the array has already are taken as they are.
 void NodeConverter::makeElements(const Step& step) {
     const Input& from = *step.from;
     Input& to = *step.to;

@@ -22,7 +22,7 @@ public:
     /// Returns the position of the node of that name; `noIndex` when there is none.
     [[nodiscard]] u64 indexOf(const String& name) const noexcept;
 
-    /// What a node needs in the table, kept for its way back while it is out.
+    /// The memory of a node's entry, kept for its way back while it is out.
     class Place;
 
     /// Needs a name that is free. In front of the index-th, at the end when there is none.

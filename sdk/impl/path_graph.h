@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk::impl {
 class Input;
 class Node;
 
-/// What a search for paths looks for: one node, or nodes of any of some types (none: every node).
+/// The goal of a search for paths: one node, or nodes of any of some types (none: every node).
 struct PathGoal {
     bool byType = false;
     const interfaces::INode* target = nullptr;

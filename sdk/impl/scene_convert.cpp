@@ -110,7 +110,7 @@ private:
     std::vector<String> m_names;
 };
 
-// What did not fit goes to the caller, who has room for it, or to the log.
+// Losses go to the caller if there is room for them, else to the log.
 void report(Misfits& found, const Node& made, Misfits* misfits) {
     for (Misfit& misfit : found) {
         if (misfits)

@@ -55,7 +55,7 @@ bool SceneParser::endLine(String& trailing) {
     if (const std::string_view comment = m_lexer.comment(); !comment.empty())
         trailing = String(comment);
     if (m_lexer.accept('\n') || m_lexer.atEnd() || m_lexer.peek() == '}') return true;
-    // What was not closed ends where the next node starts.
+    // A block without its end ends where the next node starts.
     if (m_gaps && m_unclosedAt == m_lexer.offset()) return true;
     return failExpecting("the end of the line");
 }
@@ -173,7 +173,7 @@ void SceneParser::takeUnread(String&& leading, std::vector<UnreadLines>& unread)
     unread.push_back(std::move(taken));
 }
 
-// What was left out since the attribute before stands in front of the one that was read now.
+// Lines that were left out since the attribute before stand in front of the one just read.
 void SceneParser::placeUnread(Body& body, u32 lastInput, u64 outputs) {
     const bool isInput = body.last != lastInput;
     if (!isInput && m_tree.outputs.size() == outputs) return;
