@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 
 // Replaces the allocation functions of the program. Include it behind the definitions of
 // `allocateOrFail` and `freeBlock`, which it calls.
@@ -10,6 +11,17 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
     return allocateOrFail(size);
+}
+// The library's own would call those above, but a sanitizer's do not.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return allocateOrFail(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+    return ::operator new(size, tag);
 }
 void operator delete(void* block) noexcept {
     freeBlock(block);
