@@ -119,13 +119,14 @@ NodeChange::NodeChange(Node& node, u64 index, bool isIn)
     : m_node(&node), m_index(index), m_isIn(isIn) {}
 
 void NodeChange::takeAlong(SceneComments& from) {
-    m_comments = from.take(m_node.get());
+    from.take(m_node.get(), m_comments);
     holdStrays(*m_node, m_strays);
 }
 
 void NodeChange::expect(Scene& scene) {
     scene.expect(static_cast<const INode*>(m_node.get()));
     makeRoomForStrays(*m_node, m_strays);
+    if (m_isIn) scene.comments().makeRoom(m_node.get(), m_comments);
 }
 
 void NodeChange::prepareFlip(Scene& scene) {
@@ -146,7 +147,7 @@ void NodeChange::flip(Scene& scene) {
         m_strays = std::move(strays);
         return;
     }
-    keepComments([&] { m_comments = scene.comments().take(m_node.get()); });
+    keepComments([&] { scene.comments().take(m_node.get(), m_comments); });
     // There is room, but for a step that is taken back, which nobody brings back in turn.
     try {
         holdStrays(*m_node, m_strays);

@@ -132,6 +132,7 @@ const Comments* SceneComments::findNamed(const void* attribute, const String& na
 }
 
 void SceneComments::remove(const interfaces::INode* node) {
+    leaveUnread(node);
     m_entries.erase(node);
     const auto list = m_attributes.find(node);
     if (list == m_attributes.end()) return;
@@ -155,26 +156,39 @@ void SceneComments::takeEntry(const void* key, Kept& kept) {
     if (place != m_entries.end()) kept.m_entries.push_back(m_entries.extract(place));
 }
 
-SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
-    Kept kept;
-    const auto list = m_attributes.find(node);
-    const bool hasList = list != m_attributes.end();
-    if (hasList || m_entries.contains(node))
-        kept.m_entries.reserve(1 + (hasList ? list->second.size() : 0));
-    // Another node may have its address later.
+// Another node may have its address later.
+void SceneComments::leaveUnread(const interfaces::INode* node) {
     for (UnreadLines& lines : m_file.unread) {
         if (lines.node != node) continue;
         lines.before = node->name();
         lines.node = nullptr;
     }
+}
+
+void SceneComments::makeRoom(const interfaces::INode* node, Kept& kept) const {
+    const auto list = m_attributes.find(node);
+    const bool hasList = list != m_attributes.end();
+    if (hasList || m_entries.contains(node))
+        kept.m_entries.reserve(1 + (hasList ? list->second.size() : 0));
+}
+
+SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
+    Kept kept;
+    take(node, kept);
+    return kept;
+}
+
+void SceneComments::take(const interfaces::INode* node, Kept& kept) {
+    makeRoom(node, kept);
+    leaveUnread(node);
     takeEntry(node, kept);
-    if (!hasList) return kept;
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return;
     for (const void* attribute : list->second) {
         const auto place = m_entries.find(attribute);
         if (place != m_entries.end() && place->second.owner == node) takeEntry(attribute, kept);
     }
     kept.m_list = m_attributes.extract(list);
-    return kept;
 }
 
 // Takes memory for the comments that there are.

@@ -88,8 +88,11 @@ public:
     class Kept;
     /// As `remove`, with all that is forgotten to be put back.
     [[nodiscard]] Kept take(const interfaces::INode* node);
+    void take(const interfaces::INode* node, Kept& kept);
     [[nodiscard]] Kept take(const interfaces::IInput* input);
     [[nodiscard]] Kept take(const interfaces::IOutput* output);
+    /// Makes room for taking out a node with what is there now: taking it needs no memory then.
+    void makeRoom(const interfaces::INode* node, Kept& kept) const;
     void putBack(Kept kept);
     /// Returns what `take` would.
     [[nodiscard]] Kept copyOf(const interfaces::INode* node) const;
@@ -110,6 +113,7 @@ private:
         Comments comments;
     };
 
+    void leaveUnread(const interfaces::INode* node);
     void takeEntry(const void* key, Kept& kept);
     void setAttribute(const void* attribute, const interfaces::INode* owner, const String& name,
                       Comments comments);

@@ -209,9 +209,10 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter, M
     else
         visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
     if (misfits) misfits->reserve(misfits->size() + converter.misfits().size());
-    converted(node, replacement);
     converter.moveComments();
+    tellConverted(node, replacement);
     report(converter.misfits(), replacement, misfits);
+    m_modifiers->leaves(node);
     news.release();
 }
 
