@@ -65,12 +65,15 @@ bool Scene::unsubscribe(BatchObserver* observer) {
 }
 
 void Scene::expectInBatches(const INode* node) {
+    const std::lock_guard lock(m_observerMutex);
     m_ownBatches->expect(node);
 }
 void Scene::expectInBatches(const IInput* input) {
+    const std::lock_guard lock(m_observerMutex);
     m_ownBatches->expect(input);
 }
 void Scene::expectInBatches(const IOutput* output) {
+    const std::lock_guard lock(m_observerMutex);
     m_ownBatches->expect(output);
 }
 
