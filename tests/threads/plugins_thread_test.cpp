@@ -40,6 +40,9 @@ TEST(PluginThreads, OnePlugin_IsLoadedUsedAndLetGoByAll) {
     const std::filesystem::path file = folder.place("good", "twice.so");
     folder.write("twice.knd", tests::twiceText);
     Complaints complaints;
+    // Stays loaded: the thread sanitizer takes an object that comes back to an address for the one
+    // that was there before.
+    const auto kept = loadPlugins({String(file.c_str())}, complaints.taker());
     const auto load = [&](int) {
         const auto plugins = loadPlugins({String(file.c_str())}, complaints.taker());
         if (plugins.size() != 1) return false;
