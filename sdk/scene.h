@@ -32,7 +32,7 @@ struct ReadOptions {
     u32 maxDiagnostics = 20;
 };
 
-/// What became of a text.
+/// The outcome of reading a text.
 struct ReadReport {
     /// False when the scene stayed as it was: the text has errors, or no node that can be read.
     bool isRead = false;

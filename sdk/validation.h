@@ -22,7 +22,7 @@ struct ValidationRule {
     const char* summary;
     /// What a fix does, as a sentence; null when there is none.
     const char* fix;
-    /// What is found could not be checked: nobody says how it should be.
+    /// True when a finding tells of something that could not be checked, as nothing defines it.
     bool isUnchecked = false;
 };
 

@@ -138,7 +138,7 @@ const String& SceneRules::nearType(const String& type) {
     return known->second = near.question();
 }
 
-// What users put beside a node's attributes stands in "_meta", and no type defines it. Objects that
+// Data of users stands in "_meta" beside a node's attributes, and no type defines it. Objects that
 // are unknown are told of once.
 void SceneRules::checkUnknown(Node& node, const Node& definition) {
     struct Step {

@@ -182,7 +182,7 @@ void SceneWriter::end(const Part& part) {
     if (!part.isElement) writeTrailing(part.comments);
 }
 
-// What an input holds that is not at its default makes all that hold it count: each is found once.
+// An input that is not at its default makes all that hold it count; each is found once.
 bool SceneWriter::isUnchanged(const Input& input) {
     if (m_changed.contains(&input)) return false;
     const Input* found = input.firstChanged();

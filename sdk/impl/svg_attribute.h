@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// What becomes of an attribute of an icon.
+/// The decision on an attribute of an icon.
 enum class SvgVerdict { Kept, LeftOut, Refused };
 
 /// Judges an attribute that is no declaration of a namespace: drawings keep what they are made of,

@@ -18,8 +18,8 @@ struct TextLines {
 /// such behind it on its last.
 [[nodiscard]] String wholeLines(std::string_view text, u64 first, u64 last);
 
-/// What a parser leaves out of a text, and what it tells of the text meanwhile, so that the next
-/// may leave out what is wrong.
+/// The parts of a text that a parser leaves out, and its findings meanwhile, so that the next parser
+/// may leave out the faulty parts.
 struct TextGaps {
     /// Parts that stay unread, in order, none inside of another.
     std::vector<TextLines> lines;
@@ -37,7 +37,7 @@ struct TextGaps {
     };
     /// All parts that were met, those inside of others before these.
     std::vector<Part> parts;
-    /// What lacks its '}', which is taken to stand there.
+    /// A block that lacks its '}', which is taken to stand there.
     struct Unclosed {
         u64 offset = 0;
         String node;

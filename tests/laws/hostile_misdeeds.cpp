@@ -9,7 +9,7 @@ namespace {
 using kelvo_sdk::interfaces::IInput;
 using UndoScope = Scene::UndoScope;
 
-// What is told of may be out of the scene already: undo does not take back its edits then.
+// A node that is told of may be out of the scene already: undo does not take back its edits then.
 bool isThere(const Stage& stage) {
     return stage.told && stage.scene[stage.told.name()] == stage.told;
 }

@@ -7,7 +7,7 @@
 
 namespace qv::tests {
 
-/// What a scene should be, in plain containers: nodes by number, in order, and what they hold.
+/// A scene as it should be, in plain containers: nodes by number, in order, and their contents.
 /// Numbers below 0 stand for nothing.
 class LivesModel {
 public:

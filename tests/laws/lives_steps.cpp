@@ -205,7 +205,7 @@ void LivesPlayer::clearScene(const RandomEdit& step) {
     at.model.clear();
 }
 
-// What is held of it stays, without a scene.
+// Nodes that are held stay, without a scene.
 void LivesPlayer::endScene(const RandomEdit& step) {
     World& at = world(step);
     if (step.b % 4 != 0) return;
@@ -397,7 +397,7 @@ void LivesPlayer::makeFreeNode(const RandomEdit& step) {
 }
 
 void LivesPlayer::letGoOfFreeNode(const RandomEdit& step) {
-    // What an open edit keeps is not known here.
+    // The model does not know which nodes an open edit keeps.
     if (!m_worlds[0].scopes.empty() || !m_worlds[1].scopes.empty() || m_free.empty()) return;
     std::next(m_free.begin(), static_cast<std::ptrdiff_t>(step.b % m_free.size()))->second.handle =
         Node();

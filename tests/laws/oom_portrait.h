@@ -17,7 +17,7 @@ struct OomPortrait {
     [[nodiscard]] std::string differenceFrom(const OomPortrait& expected) const;
 
     std::string text;
-    // What each input reads, evaluated, and each node's hash.
+    // The evaluated value of each input, and each node's hash.
     std::string values;
     std::string history;
     std::map<std::string, bool> dirty;
