@@ -18,8 +18,8 @@ struct TextLines {
 /// such behind it on its last.
 [[nodiscard]] String wholeLines(std::string_view text, u64 first, u64 last);
 
-/// The parts of a text that a parser leaves out, and its findings meanwhile, so that the next parser
-/// may leave out the faulty parts.
+/// The parts of a text that a parser leaves out, and its findings meanwhile, so that the next
+/// parser may leave out the faulty parts.
 struct TextGaps {
     /// Parts that stay unread, in order, none inside of another.
     std::vector<TextLines> lines;
