@@ -178,7 +178,8 @@ void InputListChange::putIn(Scene& scene) {
     if (m_holder)
         m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
     else
-        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
+        insertIntoList<IInput>(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()),
+                               &input());
     input().entered(m_owner.get(), m_holder.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());

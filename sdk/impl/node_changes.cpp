@@ -73,14 +73,15 @@ void OutputListChange::flip(Scene& scene) {
     if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_output->incRef();
-        m_node->m_outputs.insert(std::min(m_index, m_node->outputCount()), m_output.get());
+        insertIntoList<IOutput>(m_node->m_outputs, std::min(m_index, m_node->outputCount()),
+                                m_output.get());
         m_output->entered(m_node.get());
         scene.comments().putBack(std::move(m_comments));
         m_node->onOutputAdded(m_output.get());
         return;
     }
     keepComments([&] { takeComments(scene.comments()); });
-    m_node->m_outputs.remove(indexInList<IOutput>(m_node->m_outputs, m_output.get()));
+    removeFromList(m_node->m_outputs, indexInList<IOutput>(m_node->m_outputs, m_output.get()));
     // The list's reference.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
