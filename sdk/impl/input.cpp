@@ -422,13 +422,13 @@ void Input::exchangeValue(Value& other) {
     changed(std::move(before));
 }
 
-void Input::exchangeStash(Value& other) {
-    Value before = stashed() ? *stashed() : Value();
-    if (other.isNull())
-        dropStash();
-    else
-        replaceStash(std::move(other));
-    other = std::move(before);
+// Takes no memory, as an input that was ever kept aside has extras.
+void Input::exchangeStash(std::unique_ptr<Stash>& other) {
+    if (!other && !stashed()) return;
+    std::unique_ptr<Stash>& kept = extras().stash;
+    if (kept && kept->link.table) kept->link.table->remove(kept->link);
+    std::swap(kept, other);
+    if (kept) linkStash();
 }
 
 void Input::exchangeSource(Output* output, u64 rank) {

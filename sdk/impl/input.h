@@ -253,7 +253,7 @@ public:
     /// Sets the user's value, whatever the input's description says, and gives the one before.
     void exchangeValue(Value& other);
     /// Null stands for no value kept aside.
-    void exchangeStash(Value& other);
+    void exchangeStash(std::unique_ptr<Stash>& other);
     /// Connects as the `rank`-th target of the output; null disconnects.
     void exchangeSource(Output* output, u64 rank);
     /// Returns the place of this input among the targets of its source.
