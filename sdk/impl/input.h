@@ -4,6 +4,7 @@
 #include "sdk/impl/attr_data.h"
 #include "sdk/interfaces/i_input.h"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 
@@ -276,7 +277,12 @@ private:
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;
-    void setKinds(AttrType type, AttrType elementType);
+    void setKinds(AttrType type, AttrType elementType) {
+        m_type = narrowed(type);
+        m_elementType = narrowed(elementType);
+        if (m_type == farKind || m_elementType == farKind) setFarKinds(type, elementType);
+    }
+    void setFarKinds(AttrType type, AttrType elementType);
     void setDeclaredType(DataType type);
     // Of kinds that take more than 8 bits.
     [[nodiscard]] QV_EXPORT AttrType farType() const noexcept;
@@ -342,6 +348,10 @@ private:
     // An AttrType, another, and the DataType that a Buffer declares: any that fit 8 bits; `farKind`
     // stands for one that the extras have.
     static constexpr u8 farKind = 255;
+    template<typename Kind>
+    [[nodiscard]] static u8 narrowed(Kind kind) noexcept {
+        return static_cast<u8>(std::min(static_cast<u32>(kind), u32{farKind}));
+    }
     u8 m_type = 0;
     u8 m_elementType = 0;
     u8 m_dataType = 0;
