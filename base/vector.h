@@ -228,10 +228,10 @@ private:
         return true;
     }
 
-    // Where at least half of the storage lies in front, that is enough to grow into.
+    // Takes the places in front to the back; false when there are none.
     bool moveToStorage() noexcept {
         const u64 places = room();
-        if (places == 0 || places < m_count) return false;
+        if (places == 0) return false;
         T* const first = storage();
         std::memmove(first, m_data, m_count * sizeof(T));
         setRoom(first, 0, places + capacity());
@@ -304,10 +304,19 @@ private:
 
     void grow() {
         if (m_count > maxBytes / 2) failAllocation();
-        if constexpr (movesFront) {
-            if (moveToStorage()) return;
-        }
+        if constexpr (movesFront) return growMovingFront();
         reallocate(m_count == 0 ? 2 : 2 * m_count);
+    }
+
+    // Where at least half of the storage lies in front, that is enough to grow into. Less of it has
+    // to do where there is no memory: what was taken out can always be put back.
+    void growMovingFront() {
+        if (room() >= m_count && moveToStorage()) return;
+        try {
+            reallocate(m_count == 0 ? 2 : 2 * m_count);
+        } catch (const std::bad_alloc&) {
+            if (!moveToStorage()) throw;
+        }
     }
 
     // Takes the value by itself: it may be one of the elements that move.

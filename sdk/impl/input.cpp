@@ -121,33 +121,33 @@ InputExtras& Input::extras() {
 
 namespace {
 
-FarKinds& farKindsOf(InputExtras& extras) {
-    if (!extras.farKinds) extras.farKinds = std::make_unique<FarKinds>();
-    return *extras.farKinds;
+RareExtras& rareOf(InputExtras& extras) {
+    if (!extras.rare) extras.rare = std::make_unique<RareExtras>();
+    return *extras.rare;
 }
 
 } // namespace
 
 void Input::setFarKinds(AttrType type, AttrType elementType) {
-    if (m_type == farKind) farKindsOf(extras()).type = type;
-    if (m_elementType == farKind) farKindsOf(extras()).elementType = elementType;
+    if (m_type == farKind) rareOf(extras()).type = type;
+    if (m_elementType == farKind) rareOf(extras()).elementType = elementType;
 }
 
 void Input::setDeclaredType(DataType type) {
     m_dataType = narrowed(type);
-    if (m_dataType == farKind) farKindsOf(extras()).dataType = type;
+    if (m_dataType == farKind) rareOf(extras()).dataType = type;
 }
 
 AttrType Input::farType() const noexcept {
-    return m_extras->farKinds->type;
+    return m_extras->rare->type;
 }
 
 AttrType Input::farElementType() const noexcept {
-    return m_extras->farKinds->elementType;
+    return m_extras->rare->elementType;
 }
 
 DataType Input::farDataType() const noexcept {
-    return m_extras->farKinds->dataType;
+    return m_extras->rare->dataType;
 }
 
 // Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
@@ -232,7 +232,7 @@ AttrData Input::description() const {
 String Input::name() const {
     if (!isElement()) return m_name;
     StringIO text;
-    text.appendUInt(m_index);
+    text.appendUInt(elementIndex());
     return text.take();
 }
 
@@ -256,7 +256,7 @@ String Input::path() const {
     for (u64 i = steps.size(); i-- > 0;) {
         const Input& step = *steps[i];
         if (step.isElement()) {
-            text.append('[').appendUInt(step.m_index).append(']');
+            text.append('[').appendUInt(step.elementIndex()).append(']');
         } else {
             if (m_node || !text.isEmpty()) text.append('.');
             text.append(step.m_name.view());
@@ -301,56 +301,16 @@ void Input::setDetails(RefersTo<AttrDetails> details) {
     extras().details = std::move(details);
 }
 
-const NameIndex* Input::listIndex() const noexcept {
+const NameIndex<IInput>* Input::listIndex() const noexcept {
     return m_extras ? m_extras->listIndex.get() : nullptr;
 }
 
-// Without memory for an index the list is searched instead.
-void Input::indexList(const ds::Vector<IInput*>& inputs) noexcept {
-    try {
-        auto& index = extras().listIndex;
-        if (index)
-            index->add(static_cast<Input*>(inputs.back()));
-        else
-            index = std::make_unique<NameIndex>(inputs);
-    } catch (const std::bad_alloc&) {
-        dropListIndex();
-    }
+std::unique_ptr<NameIndex<IInput>>& Input::listIndexPlace() {
+    return extras().listIndex;
 }
 
 void Input::dropListIndex() noexcept {
     if (m_extras) m_extras->listIndex.reset();
-}
-
-void Input::indexInserted(const ds::Vector<IInput*>& inputs, u64 index) noexcept {
-    try {
-        auto& names = extras().listIndex;
-        if (!names) {
-            names = std::make_unique<NameIndex>(inputs);
-            return;
-        }
-        auto* const inserted = static_cast<Input*>(inputs[index]);
-        Input* const found = names->find(inserted->m_name);
-        names->add(inserted);
-        if (found && indexInList<IInput>(inputs, found) > index) names->putInFront(inserted);
-    } catch (const std::bad_alloc&) {
-        dropListIndex();
-    }
-}
-
-// The next of the same name is the one that is found from then on.
-void Input::indexRemoved(const ds::Vector<IInput*>& inputs, u64 index) noexcept {
-    if (!listIndex()) return;
-    NameIndex& names = *m_extras->listIndex;
-    const auto* removed = static_cast<const Input*>(inputs[index]);
-    if (names.find(removed->m_name) != removed) return;
-    names.remove(removed);
-    if (!names.isShared(removed->m_nameHash)) return;
-    for (u64 i = index + 1; i < inputs.size(); ++i) {
-        auto* next = static_cast<Input*>(inputs[i]);
-        if (next->m_nameHash == removed->m_nameHash && next->m_name.equalsNoCase(removed->m_name))
-            return names.addKnown(next);
-    }
 }
 
 void Input::takeListIndex(Input& first) noexcept {
@@ -460,13 +420,13 @@ void Input::exchangeValue(Value& other) {
     changed(std::move(before));
 }
 
-void Input::exchangeStash(Value& other) {
-    Value before = stashed() ? *stashed() : Value();
-    if (other.isNull())
-        dropStash();
-    else
-        replaceStash(std::move(other));
-    other = std::move(before);
+// Takes no memory, as an input that was ever kept aside has extras.
+void Input::exchangeStash(std::unique_ptr<Stash>& other) {
+    if (!other && !stashed()) return;
+    std::unique_ptr<Stash>& kept = extras().stash;
+    if (kept && kept->link.table) kept->link.table->remove(kept->link);
+    std::swap(kept, other);
+    if (kept) linkStash();
 }
 
 void Input::exchangeSource(Output* output, u64 rank) {

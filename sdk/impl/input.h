@@ -16,6 +16,7 @@ using interfaces::INode;
 using interfaces::IOutput;
 
 class EditStep;
+template<typename Attribute>
 class NameIndex;
 class Node;
 class Output;
@@ -113,14 +114,10 @@ public:
     [[nodiscard]] u64 ownBytes() const;
 
     // For the list that this input is the first of; see input_list.h.
-    [[nodiscard]] const NameIndex* listIndex() const noexcept;
-    /// Adds the last input to the index by name, which is made if there is none.
-    void indexList(const ds::Vector<IInput*>& inputs) noexcept;
+    [[nodiscard]] const NameIndex<IInput>* listIndex() const noexcept;
+    /// Where that is kept.
+    [[nodiscard]] std::unique_ptr<NameIndex<IInput>>& listIndexPlace();
     void dropListIndex() noexcept;
-    /// The index follows the list, whose first input is this, when its index-th came in, and before
-    /// that leaves. Without memory for that it goes.
-    void indexInserted(const ds::Vector<IInput*>& inputs, u64 index) noexcept;
-    void indexRemoved(const ds::Vector<IInput*>& inputs, u64 index) noexcept;
     /// Takes over the index of the one that was first, if there is any.
     void takeListIndex(Input& first) noexcept;
 
@@ -257,7 +254,7 @@ public:
     /// Sets the user's value, whatever the input's description says, and gives the one before.
     void exchangeValue(Value& other);
     /// Null stands for no value kept aside.
-    void exchangeStash(Value& other);
+    void exchangeStash(std::unique_ptr<Stash>& other);
     /// Connects as the `rank`-th target of the output; null disconnects.
     void exchangeSource(Output* output, u64 rank);
     /// Returns the place of this input among the targets of its source.
@@ -308,7 +305,11 @@ private:
     IInput* addElement(u64 index, AttrType elementElementType);
     IInput* addMember(Input* member);
     IInput* addAndTell(const RefersTo<Input>& member, u64 index);
-    void renumber(u64 from) noexcept;
+    [[nodiscard]] u64 firstNumber() const noexcept;
+    [[nodiscard]] u64 elementIndex() const noexcept;
+    void renumber(u64 place, bool cameIn) noexcept;
+    bool shiftNumbers(bool cameIn) noexcept;
+    void number(u64 from, u64 end) noexcept;
     IInput* createElement(const String& name, const AttrData& definition);
     IInput* createMember(String name, AttrData definition);
     bool removeFound(IInput* member);
@@ -366,8 +367,9 @@ private:
     Input* m_parent;
     union {
         u64 m_nameHash;
-        // Of an array element: its position, whose decimal text is its name.
-        u64 m_index;
+        // Of an array element: its position, whose decimal text is its name, counted from the
+        // number of the first; its last position when it has left.
+        u64 m_number;
     };
     String m_name;
     Value m_value;

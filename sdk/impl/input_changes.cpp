@@ -46,8 +46,7 @@ ValueChange::ValueChange(Input& input)
     : InputChange(input), m_other(input.ownValue()), m_linked(linkedBy(m_other)) {}
 
 void ValueChange::flip(Scene& /*scene*/) {
-    // Until the input links to it again.
-    const auto held = std::exchange(m_linked, linkedBy(input().ownValue()));
+    m_restored = std::exchange(m_linked, linkedBy(input().ownValue()));
     Value other = std::exchange(m_other, input().ownValue());
     input().exchangeValue(other);
 }
@@ -84,19 +83,22 @@ void DetailsChange::flip(Scene& /*scene*/) {
     input().setDetails(std::exchange(m_other, std::move(now)));
 }
 
-StashChange::StashChange(Input& input)
-    : InputChange(input),
-      m_other(input.stashed() ? *input.stashed() : Value()),
-      m_linked(linkedBy(m_other)) {}
+StashChange::StashChange(Input& input) : InputChange(input) {
+    if (!input.stashed()) return;
+    m_other = std::make_unique<Stash>(Stash{*input.stashed(), {}});
+    m_linked = linkedBy(m_other->value);
+}
+
+StashChange::~StashChange() = default;
 
 void StashChange::flip(Scene& /*scene*/) {
-    const auto held = m_linked;
+    const Value* const kept = input().stashed();
+    m_restored = std::exchange(m_linked, linkedBy(kept ? *kept : Value()));
     input().exchangeStash(m_other);
-    m_linked = linkedBy(m_other);
 }
 
 u64 StashChange::bytes() const {
-    return sizeof(*this) + m_other.payloadBytes();
+    return sizeof(*this) + (m_other ? sizeof(Stash) + m_other->value.payloadBytes() : 0);
 }
 
 String StashChange::text() const {
@@ -178,7 +180,8 @@ void InputListChange::putIn(Scene& scene) {
     if (m_holder)
         m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
     else
-        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
+        insertIntoList<IInput>(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()),
+                               &input());
     input().entered(m_owner.get(), m_holder.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());

@@ -6,10 +6,13 @@
 #include "sdk/impl/scene_comments.h"
 #include "sdk/impl/value.h"
 
+#include <memory>
+
 // What changes about inputs: values, links, connections, what is kept aside, and their lists.
 namespace qv::kelvo_sdk::impl {
 
 class Input;
+struct Stash;
 
 /// An input and its node, which both stay.
 class InputChange : public Change {
@@ -41,8 +44,9 @@ public:
 
 private:
     Value m_other;
-    // The node of a link.
+    // The node of a link, and the one that came back, which nobody else may hold.
     RefersTo<INode> m_linked;
+    RefersTo<INode> m_restored;
 };
 
 /// The description was replaced.
@@ -61,14 +65,17 @@ private:
 class StashChange final : public InputChange {
 public:
     explicit StashChange(Input& input);
+    ~StashChange() override;
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String text() const override;
 
 private:
-    // Null when none is kept.
-    Value m_other;
+    // Null when none is kept; in no table.
+    std::unique_ptr<Stash> m_other;
+    // As above.
     RefersTo<INode> m_linked;
+    RefersTo<INode> m_restored;
 };
 
 /// A connection was made, replaced or ended.

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <memory>
+#include <new>
 #include <tuple>
 
 namespace qv::kelvo_sdk::impl {
@@ -26,6 +28,23 @@ bool indexFromName(const String& name, u64& out) noexcept {
     return error == std::errc() && end == text.data() + text.size();
 }
 
+// From here on what comes or goes in front is worth the memory that saves the rest from
+// renumbering.
+constexpr u64 kLongArray = 64;
+
+// Tells whether a move takes an element from one half of a long list to the other, so that it is
+// cheaper to take it out and put it in; sees to it that this needs no memory.
+bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
+    const u64 count = list.size();
+    if (count < kLongArray || (from < to ? to - from : from - to) < count / 2) return false;
+    try {
+        if (list.capacity() < count + kLongArray) list.reserve(2 * count);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 } // namespace
 
 // Takes over the reference on the member and keeps its place in order.
@@ -33,10 +52,10 @@ void Input::adoptMember(Input* member) {
     auto held = RefersTo<Input>::adopt(member);
     ds::Vector<IInput*>& list = extras().members;
     if (isArray()) {
-        member->m_index = list.size();
+        member->m_number = firstNumber() + list.size();
         list.push_back(member);
     } else {
-        appendToList(list, member);
+        appendToList<IInput>(list, member);
     }
     std::ignore = held.detach();
     dropHash();
@@ -162,37 +181,83 @@ bool Input::moveElement(u64 from, u64 to) {
 
 void Input::moveMember(u64 from, u64 to) {
     ds::Vector<IInput*>& list = m_extras->members;
-    list.insert(to, list.extract(from));
-    renumber(std::min(from, to));
+    if (isLongWay(list, from, to)) {
+        IInput* const moved = list.extract(from);
+        renumber(from, false);
+        list.insert(to, moved);
+        renumber(to, true);
+    } else {
+        const auto at = [&](u64 place) { return list.begin() + place; };
+        if (from < to)
+            std::rotate(at(from), at(from + 1), at(to + 1));
+        else
+            std::rotate(at(to), at(from), at(from + 1));
+        number(std::min(from, to), std::max(from, to) + 1);
+    }
     changed(Value());
 }
 
 void Input::putMember(Input* member, u64 index) {
     dropHash();
     ds::Vector<IInput*>& list = extras().members;
-    if (!isArray() && index == list.size()) return appendToList(list, member);
-    if (!isArray()) return insertIntoList(list, index, member);
+    if (!isArray()) return insertIntoList<IInput>(list, index, member);
     list.insert(index, member);
-    renumber(index);
+    renumber(index, true);
 }
 
 void Input::takeMember(Input* member) {
     dropHash();
     ds::Vector<IInput*>& list = m_extras->members;
     if (!isArray()) return removeFromList(list, indexInList<IInput>(list, member));
-    const u64 index = member->m_index;
+    const u64 index = member->elementIndex();
     list.remove(index);
-    renumber(index);
+    renumber(index, false);
+    member->m_number = index;
 }
 
-void Input::renumber(u64 from) noexcept {
+u64 Input::firstNumber() const noexcept {
+    return m_extras && m_extras->rare ? m_extras->rare->firstNumber : 0;
+}
+
+u64 Input::elementIndex() const noexcept {
+    const u64 first = m_parent->firstNumber();
+    if (first == 0) return m_number;
+    const u64 place = m_number - first;
+    const ds::Vector<IInput*>& list = m_parent->members();
+    return place < list.size() && list[place] == this ? place : m_number;
+}
+
+// An element came in at that place, or went from there: numbers those in front of it, or those
+// behind, whichever are less.
+void Input::renumber(u64 place, bool cameIn) noexcept {
+    const u64 count = members().size();
+    if (count >= kLongArray && place < count / 2 && shiftNumbers(cameIn))
+        number(0, cameIn ? place + 1 : place);
+    else
+        number(place, count);
+}
+
+// What is behind keeps its numbers. False, and nothing done, without memory.
+bool Input::shiftNumbers(bool cameIn) noexcept {
+    try {
+        auto& rare = m_extras->rare;
+        if (!rare) rare = std::make_unique<RareExtras>();
+        cameIn ? --rare->firstNumber : ++rare->firstNumber;
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void Input::number(u64 from, u64 end) noexcept {
     const ds::Vector<IInput*>& list = members();
-    for (u64 i = from; i < list.size(); ++i)
-        static_cast<Input*>(list[i])->m_index = i;
+    const u64 first = firstNumber();
+    for (u64 i = from; i < end; ++i)
+        static_cast<Input*>(list[i])->m_number = first + i;
 }
 
 u64 Input::placeInList() const noexcept {
-    if (isElement()) return m_index;
+    if (isElement()) return elementIndex();
     return indexInList<IInput>(m_parent ? m_parent->members() : m_node->inputs(), this);
 }
 
@@ -296,7 +361,7 @@ bool Input::clearInputs() {
 bool Input::removeFound(IInput* member) {
     auto* removed = static_cast<Input*>(member);
     takeOff(*this, *removed, true,
-            [&] { return isArray() ? removed->m_index : indexInList(members(), member); });
+            [&] { return isArray() ? removed->elementIndex() : indexInList(members(), member); });
     return true;
 }
 

@@ -18,11 +18,14 @@ struct Stash {
     Link link;
 };
 
-/// Kinds from far outside their enumerations, as they were given.
-struct FarKinds {
+/// What hardly any input has.
+struct RareExtras {
+    // Kinds from far outside their enumerations, as they were given.
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
     DataType dataType = DataType::Null;
+    /// Of an array: the number of its first element.
+    u64 firstNumber = 0;
 };
 
 /// What few inputs have, kept out of all the others.
@@ -39,12 +42,12 @@ struct InputExtras {
     Link link;
     std::unique_ptr<Stash> stash;
     /// Of the list that this input is the first of.
-    std::unique_ptr<NameIndex> listIndex;
-    std::unique_ptr<FarKinds> farKinds;
+    std::unique_ptr<NameIndex<interfaces::IInput>> listIndex;
+    std::unique_ptr<RareExtras> rare;
 
     /// Tells whether there is nothing here but, maybe, an index.
     [[nodiscard]] bool isIndexAlone() const noexcept {
-        return !details && members.capacity() == 0 && !source && !link.table && !stash && !farKinds;
+        return !details && members.capacity() == 0 && !source && !link.table && !stash && !rare;
     }
 };
 

@@ -171,8 +171,11 @@ void Input::relink(const INode& from, INode* to) {
     if (!isKept && !isHeld) return;
     EditStep step(recorder(&from));
     expectNews(m_node, static_cast<const IInput*>(this));
-    if (isModified() ? isKept : isHeld) step.prepare<ValueChange>(*this);
-    if (isKept) relinkStash(from, to);
+    // A change in between would take the room that is made ready here.
+    const bool isUsers = isModified();
+    if (isKept && !isUsers) relinkStash(from, to);
+    if (isUsers ? isKept : isHeld) step.prepare<ValueChange>(*this);
+    if (isKept && isUsers) relinkStash(from, to);
     if (isHeld) {
         Value value(to);
         replaceValue(value);

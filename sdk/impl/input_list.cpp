@@ -2,54 +2,115 @@
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
+#include "sdk/impl/name_index.h"
+#include "sdk/impl/output.h"
+
+#include <memory>
+#include <new>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
+using interfaces::IInput;
+using interfaces::IOutput;
+
 // Up to here a scan of the cached hashes is as fast as an index.
 constexpr u64 kLongList = 16;
 
-Input* asInput(interfaces::IInput* input) noexcept {
-    return static_cast<Input*>(input);
+template<typename Attribute>
+using List = ds::Vector<Attribute*>;
+
+template<typename Attribute>
+auto* own(Attribute* attribute) noexcept {
+    return static_cast<typename ListedAs<Attribute>::Own*>(attribute);
+}
+
+// Brings the index up to the attribute that came in at a place, or makes one. Without memory for
+// it the list is searched instead.
+template<typename Attribute>
+void noteInserted(const List<Attribute>& list, u64 place) noexcept {
+    auto* const first = own(list[0]);
+    try {
+        auto& index = first->listIndexPlace();
+        if (!index) {
+            index = std::make_unique<NameIndex<Attribute>>(list);
+            return;
+        }
+        auto* const inserted = own(list[place]);
+        const bool isLast = place + 1 == list.size();
+        const Attribute* const found = isLast ? nullptr : index->find(inserted->ownName());
+        index->add(inserted);
+        if (found && indexInList(list, found) > place) index->putInFront(inserted);
+    } catch (const std::bad_alloc&) {
+        first->dropListIndex();
+    }
+}
+
+// Before it leaves. The next of the same name is the one that is found from then on.
+template<typename Attribute>
+void noteRemoved(const List<Attribute>& list, u64 place) noexcept {
+    if (!own(list[0])->listIndex()) return;
+    NameIndex<Attribute>& index = *own(list[0])->listIndexPlace();
+    const auto* const removed = own(list[place]);
+    if (index.find(removed->ownName()) != removed) return;
+    index.remove(removed);
+    if (!index.isShared(removed->nameHash())) return;
+    for (u64 i = place + 1; i < list.size(); ++i) {
+        auto* const next = own(list[i]);
+        if (next->nameHash() == removed->nameHash() &&
+            next->ownName().equalsNoCase(removed->ownName()))
+            return index.addKnown(next);
+    }
 }
 
 } // namespace
 
-interfaces::IInput* findInList(const ds::Vector<interfaces::IInput*>& inputs,
-                               const String& name) noexcept {
-    if (inputs.size() >= kLongList) {
-        if (const NameIndex* index = asInput(inputs[0])->listIndex()) return index->find(name);
+template<typename Attribute>
+Attribute* findInList(const List<Attribute>& list, const String& name) noexcept {
+    if (list.size() >= kLongList) {
+        if (const auto* index = own(list[0])->listIndex()) return index->find(name);
     }
     const u64 hash = name.foldedHash();
-    for (interfaces::IInput* input : inputs) {
-        const Input* candidate = asInput(input);
-        if (candidate->nameHash() == hash && candidate->ownName().equalsNoCase(name)) return input;
+    for (Attribute* next : list) {
+        const auto* candidate = own(next);
+        if (candidate->nameHash() == hash && candidate->ownName().equalsNoCase(name)) return next;
     }
     return nullptr;
 }
 
-void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input) {
-    inputs.push_back(input);
-    if (inputs.size() >= kLongList) asInput(inputs[0])->indexList(inputs);
+template<typename Attribute>
+void appendToList(List<Attribute>& list, Attribute* attribute) {
+    list.push_back(attribute);
+    if (list.size() >= kLongList) noteInserted(list, list.size() - 1);
 }
 
-void insertIntoList(ds::Vector<interfaces::IInput*>& inputs, u64 index, interfaces::IInput* input) {
-    if (index == inputs.size()) return appendToList(inputs, input);
-    inputs.insert(index, input);
-    if (inputs.size() < kLongList) return;
-    if (index == 0) asInput(input)->takeListIndex(*asInput(inputs[1]));
-    asInput(inputs[0])->indexInserted(inputs, index);
+template<typename Attribute>
+void insertIntoList(List<Attribute>& list, u64 index, Attribute* attribute) {
+    list.insert(index, attribute);
+    if (list.size() < kLongList) return;
+    if (index == 0) own(attribute)->takeListIndex(*own(list[1]));
+    noteInserted(list, index);
 }
 
-void removeFromList(ds::Vector<interfaces::IInput*>& inputs, u64 index) noexcept {
-    Input* const removed = asInput(inputs[index]);
-    if (inputs.size() > kLongList)
-        asInput(inputs[0])->indexRemoved(inputs, index);
-    else if (inputs.size() == kLongList)
-        asInput(inputs[0])->dropListIndex();
-    inputs.remove(index);
-    if (index == 0 && !inputs.empty()) asInput(inputs[0])->takeListIndex(*removed);
+template<typename Attribute>
+void removeFromList(List<Attribute>& list, u64 index) noexcept {
+    auto* const removed = own(list[index]);
+    if (list.size() > kLongList)
+        noteRemoved(list, index);
+    else if (list.size() == kLongList)
+        own(list[0])->dropListIndex();
+    list.remove(index);
+    if (index == 0 && !list.empty()) own(list[0])->takeListIndex(*removed);
 }
+
+template IInput* findInList(const List<IInput>&, const String&) noexcept;
+template IOutput* findInList(const List<IOutput>&, const String&) noexcept;
+template void appendToList(List<IInput>&, IInput*);
+template void appendToList(List<IOutput>&, IOutput*);
+template void insertIntoList(List<IInput>&, u64, IInput*);
+template void insertIntoList(List<IOutput>&, u64, IOutput*);
+template void removeFromList(List<IInput>&, u64) noexcept;
+template void removeFromList(List<IOutput>&, u64) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

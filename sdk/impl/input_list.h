@@ -4,19 +4,23 @@
 #include "base/vector.h"
 #include "sdk/interfaces/forward.h"
 
-// The list of inputs that a node or an object owns. A long list carries an index by name, which
-// hangs off its first input, so that the list stays a plain vector.
+// The lists of inputs and outputs that a node owns, and of inputs that an object does. A long list
+// carries an index by name, which hangs off its first attribute, so that the list stays a plain
+// vector.
 namespace qv::kelvo_sdk::impl {
 
-/// Returns the first input of that name without regard to case, null when there is none.
-[[nodiscard]] interfaces::IInput* findInList(const ds::Vector<interfaces::IInput*>& inputs,
-                                             const String& name) noexcept;
+/// Returns the first attribute of that name without regard to case, null when there is none.
+template<typename Attribute>
+[[nodiscard]] Attribute* findInList(const ds::Vector<Attribute*>& list,
+                                    const String& name) noexcept;
 
-/// Adds an input at the end.
-void appendToList(ds::Vector<interfaces::IInput*>& inputs, interfaces::IInput* input);
+/// Adds an attribute at the end.
+template<typename Attribute>
+void appendToList(ds::Vector<Attribute*>& list, Attribute* attribute);
 
-/// Adds an input in front of the index-th.
-void insertIntoList(ds::Vector<interfaces::IInput*>& inputs, u64 index, interfaces::IInput* input);
+/// Adds an attribute in front of the index-th.
+template<typename Attribute>
+void insertIntoList(ds::Vector<Attribute*>& list, u64 index, Attribute* attribute);
 
 /// Returns the place of an attribute that is there, found fast near either end.
 template<typename Attribute>
@@ -30,7 +34,8 @@ template<typename Attribute>
     return last;
 }
 
-/// Takes the index-th input out, keeping the order of the rest.
-void removeFromList(ds::Vector<interfaces::IInput*>& inputs, u64 index) noexcept;
+/// Takes the index-th attribute out, keeping the order of the rest.
+template<typename Attribute>
+void removeFromList(ds::Vector<Attribute*>& list, u64 index) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

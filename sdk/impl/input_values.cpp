@@ -373,14 +373,20 @@ void Input::stash() {
     if (!stashed() && !isArray() && !isObject()) setStashed(m_value);
 }
 
+// Nobody hears of the value before the kept one is gone; without memory, or when the value is
+// refused, that stays. On an input that modifiers write to, it is the user's and stays as well.
 bool Input::unstash() {
     if (!stashed()) return false;
-    const Value kept = m_extras->stash->value;
+    const Value kept = *stashed();
+    if (isUpToModifiers()) return setValue(kept);
+    NewsHold news;
     EditStep step(m_node);
-    if (!isUpToModifiers()) step.prepare<StashChange>(*this);
+    if (!setValue(kept)) return false;
+    step.prepare<StashChange>(*this);
     dropStash();
     step.commit();
-    return setValue(kept);
+    news.release();
+    return true;
 }
 
 std::unique_ptr<Stash> Input::takeStashedBack() noexcept {

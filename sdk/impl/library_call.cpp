@@ -2,23 +2,7 @@
 
 #include "base/log.h"
 
-#include <utility>
-
 namespace qv::kelvo_sdk::impl {
-
-namespace {
-
-thread_local constinit bool hasRunOut = false;
-
-} // namespace
-
-bool takeCallbackRanOut() noexcept {
-    return std::exchange(hasRunOut, false);
-}
-
-void noteCallbackRanOut() noexcept {
-    hasRunOut = true;
-}
 
 // A log handler may throw as well, and there is nobody left to tell.
 void logThrown(const char* callback, const String& node, const char* what) noexcept {

@@ -3,7 +3,6 @@
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_extras.h"
 #include "sdk/impl/known_names.h"
-#include "sdk/impl/library_call.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_links.h"
 #include "sdk/impl/output.h"
@@ -250,9 +249,7 @@ std::vector<Modifiers::Written> Modifiers::write(Node& node) {
     try {
         giveBack(node);
         node.stash();
-        static_cast<void>(takeCallbackRanOut());
         callModifiers(node);
-        if (takeCallbackRanOut()) throw std::bad_alloc();
     } catch (const std::bad_alloc&) {
         for (Written& each : m_written)
             each.input->showAgain(each.before, std::move(each.stash));

@@ -1,55 +1,62 @@
 #include "sdk/impl/name_index.h"
 
 #include "sdk/impl/input.h"
+#include "sdk/impl/output.h"
 
 namespace qv::kelvo_sdk::impl {
 
-NameIndex::NameIndex(const ds::Vector<interfaces::IInput*>& inputs) {
+template<typename Attribute>
+NameIndex<Attribute>::NameIndex(const ds::Vector<Attribute*>& list) {
     u64 size = 32;
-    while (size < inputs.size() * 2)
+    while (size < list.size() * 2)
         size *= 2;
     m_slots.resize(size);
-    for (interfaces::IInput* input : inputs)
-        add(static_cast<Input*>(input));
+    for (Attribute* next : list)
+        add(static_cast<Own*>(next));
 }
 
 // Returns the slot that holds the name, or the empty one where it belongs.
-u64 NameIndex::slotOf(u64 hash, const String& name) const noexcept {
+template<typename Attribute>
+u64 NameIndex<Attribute>::slotOf(u64 hash, const String& name) const noexcept {
     const u64 mask = m_slots.size() - 1;
     u64 slot = hash & mask;
     while (m_slots[slot]) {
-        const Input& input = *m_slots[slot];
-        if (input.nameHash() == hash && input.ownName().equalsNoCase(name)) break;
+        const Own& held = *m_slots[slot];
+        if (held.nameHash() == hash && held.ownName().equalsNoCase(name)) break;
         slot = (slot + 1) & mask;
     }
     return slot;
 }
 
-void NameIndex::add(Input* input) {
+template<typename Attribute>
+void NameIndex<Attribute>::add(Own* attribute) {
     if ((m_used + 1) * 2 > m_slots.size()) grow();
-    Input*& slot = m_slots[slotOf(input->nameHash(), input->ownName())];
+    Own*& slot = m_slots[slotOf(attribute->nameHash(), attribute->ownName())];
     if (slot) {
-        if (!isShared(input->nameHash())) m_sharedHashes.push_back(input->nameHash());
+        if (!isShared(attribute->nameHash())) m_sharedHashes.push_back(attribute->nameHash());
         return;
     }
-    slot = input;
+    slot = attribute;
     ++m_used;
 }
 
-void NameIndex::putInFront(Input* input) noexcept {
-    m_slots[slotOf(input->nameHash(), input->ownName())] = input;
+template<typename Attribute>
+void NameIndex<Attribute>::putInFront(Own* attribute) noexcept {
+    m_slots[slotOf(attribute->nameHash(), attribute->ownName())] = attribute;
 }
 
-void NameIndex::addKnown(Input* input) noexcept {
-    m_slots[slotOf(input->nameHash(), input->ownName())] = input;
+template<typename Attribute>
+void NameIndex<Attribute>::addKnown(Own* attribute) noexcept {
+    m_slots[slotOf(attribute->nameHash(), attribute->ownName())] = attribute;
     ++m_used;
 }
 
 // Entries behind the one that goes close up to where they belong.
-void NameIndex::remove(const Input* input) noexcept {
+template<typename Attribute>
+void NameIndex<Attribute>::remove(const Own* attribute) noexcept {
     const u64 mask = m_slots.size() - 1;
-    u64 hole = slotOf(input->nameHash(), input->ownName());
-    if (m_slots[hole] != input) return;
+    u64 hole = slotOf(attribute->nameHash(), attribute->ownName());
+    if (m_slots[hole] != attribute) return;
     for (u64 next = (hole + 1) & mask; m_slots[next]; next = (next + 1) & mask) {
         const u64 home = m_slots[next]->nameHash() & mask;
         if (((next - home) & mask) < ((next - hole) & mask)) continue;
@@ -60,17 +67,22 @@ void NameIndex::remove(const Input* input) noexcept {
     --m_used;
 }
 
-void NameIndex::grow() {
-    ds::Vector<Input*> old;
+template<typename Attribute>
+void NameIndex<Attribute>::grow() {
+    ds::Vector<Own*> old;
     old.resize(m_slots.size() * 2);
     m_slots.swap(old);
-    for (Input* input : old) {
-        if (input) m_slots[slotOf(input->nameHash(), input->ownName())] = input;
+    for (Own* attribute : old) {
+        if (attribute) m_slots[slotOf(attribute->nameHash(), attribute->ownName())] = attribute;
     }
 }
 
-Input* NameIndex::find(const String& name) const noexcept {
+template<typename Attribute>
+typename NameIndex<Attribute>::Own* NameIndex<Attribute>::find(const String& name) const noexcept {
     return m_slots[slotOf(name.foldedHash(), name)];
 }
+
+template class NameIndex<interfaces::IInput>;
+template class NameIndex<interfaces::IOutput>;
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,7 +1,5 @@
 #include "sdk/impl/news_hold.h"
 
-#include "sdk/impl/all_calls.h"
-
 #include "base/log.h"
 
 namespace qv::kelvo_sdk::impl {

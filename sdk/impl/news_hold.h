@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sdk/impl/all_calls.h"
+
 #include <memory>
 #include <new>
 #include <utility>
@@ -82,10 +84,7 @@ public:
             news = make(call);
         } catch (const std::bad_alloc&) {
             if (m_kind == Kind::Strict) throw;
-            release();
-            call();
-            s_current = this;
-            return;
+            return tellNow(call);
         }
         add(std::move(news));
     }
@@ -115,6 +114,15 @@ private:
         Call m_call;
     };
 
+    // After all that is held back by now, whatever observers of that throw.
+    template<typename Call>
+    void tellNow(const Call& call) {
+        AllCalls calls;
+        calls.make([this] { release(); });
+        calls.make(call);
+        s_current = this;
+        calls.end();
+    }
     void begin() noexcept;
     void end() noexcept;
     [[nodiscard]] static std::unique_ptr<News> takeFirst(std::unique_ptr<News>& from) noexcept;

@@ -40,14 +40,18 @@ void visitStrays(const Node& node, const Visit& visit) {
     });
 }
 
+// For those that are held by now, too, until the others are.
 void makeRoomForStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
     u64 count = 0;
     visitStrays(node, [&](INode&) { ++count; });
-    strays.reserve(count);
+    strays.reserve(strays.size() + 2 * count);
 }
 
+// In place of those that were held.
 void holdStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
+    const auto before = static_cast<std::ptrdiff_t>(strays.size());
     visitStrays(node, [&](INode& stray) { strays.emplace_back(&stray); });
+    strays.erase(strays.begin(), strays.begin() + before);
 }
 
 } // namespace
@@ -73,14 +77,15 @@ void OutputListChange::flip(Scene& scene) {
     if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_output->incRef();
-        m_node->m_outputs.insert(std::min(m_index, m_node->outputCount()), m_output.get());
+        insertIntoList<IOutput>(m_node->m_outputs, std::min(m_index, m_node->outputCount()),
+                                m_output.get());
         m_output->entered(m_node.get());
         scene.comments().putBack(std::move(m_comments));
         m_node->onOutputAdded(m_output.get());
         return;
     }
     keepComments([&] { takeComments(scene.comments()); });
-    m_node->m_outputs.remove(indexInList<IOutput>(m_node->m_outputs, m_output.get()));
+    removeFromList(m_node->m_outputs, indexInList<IOutput>(m_node->m_outputs, m_output.get()));
     // The list's reference.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
@@ -141,10 +146,7 @@ void NodeChange::flip(Scene& scene) {
     if (m_isIn) {
         scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
-        auto strays = std::exchange(m_strays, {});
         scene.enter(*m_node);
-        strays.clear();
-        m_strays = std::move(strays);
         return;
     }
     keepComments([&] { scene.comments().take(m_node.get(), m_comments); });
@@ -152,7 +154,6 @@ void NodeChange::flip(Scene& scene) {
     try {
         holdStrays(*m_node, m_strays);
     } catch (const std::bad_alloc&) {
-        m_strays.clear();
     }
     m_place = scene.takeOut(*m_node);
     scene.m_modifiers->leaves(*m_node);
@@ -172,7 +173,7 @@ NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comment
     m_sources.reserve(countSources(node));
     m_room.reserve(countSources(replacement));
     makeRoomForStrays(node, m_strays);
-    makeRoomForStrays(replacement, m_strayRoom);
+    makeRoomForStrays(replacement, m_otherStrays);
 }
 
 u64 NodeExchange::countSources(const Node& node) noexcept {
@@ -204,7 +205,7 @@ void NodeExchange::flip(Scene& scene) {
     if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
     auto sources = std::exchange(m_sources, std::exchange(m_room, {}));
-    auto strays = std::exchange(m_strays, std::exchange(m_strayRoom, {}));
+    std::swap(m_strays, m_otherStrays);
     cutSources();
     restore(sources);
     sources.clear();
@@ -213,8 +214,6 @@ void NodeExchange::flip(Scene& scene) {
     SceneComments::Kept comments;
     keepComments([&] { comments = scene.comments().take(m_out.get()); });
     scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
-    strays.clear();
-    m_strayRoom = std::move(strays);
     scene.converted(*m_out, *m_in);
 }
 

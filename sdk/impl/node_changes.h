@@ -75,8 +75,8 @@ private:
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
-    // Nodes of no scene that one that is out refers to: nobody else may hold them. Of one that is
-    // in, there is room for them.
+    // Nodes of no scene that it refers to, or did when it was out last: nobody else may hold them.
+    // There is room for as many again.
     std::vector<RefersTo<INode>> m_strays;
     // Of one that is out.
     NodeTable::Place m_place;
@@ -115,7 +115,8 @@ private:
     std::vector<RefersTo<INode>> m_strays;
     // Empty, with room for those of the one that is in.
     std::vector<Source> m_room;
-    std::vector<RefersTo<INode>> m_strayRoom;
+    // Nodes of no scene that the one that is in refers to, or did when it was out.
+    std::vector<RefersTo<INode>> m_otherStrays;
     // Of the one that is out.
     SceneComments::Kept m_comments;
 };

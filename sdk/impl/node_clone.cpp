@@ -70,7 +70,7 @@ void Node::copyAttributes(const Node& from) {
     }
     for (const IOutput* output : from.m_outputs) {
         auto copy = RefersTo<IOutput>::adopt(static_cast<const Output*>(output)->clone(this));
-        m_outputs.push_back(copy.get());
+        appendToList(m_outputs, copy.get());
         std::ignore = copy.detach();
     }
 }

@@ -81,12 +81,7 @@ IInput* Node::lookUpInput(const String& name) const noexcept {
 }
 
 IOutput* Node::lookUpOutput(const String& name) const noexcept {
-    const u64 hash = name.foldedHash();
-    for (IOutput* output : m_outputs) {
-        const auto* candidate = static_cast<const Output*>(output);
-        if (candidate->nameHash() == hash && candidate->ownName().equalsNoCase(name)) return output;
-    }
-    return nullptr;
+    return findInList(m_outputs, name);
 }
 
 IInput* Node::findInputByIndex(u64 index) const {

@@ -11,6 +11,23 @@
 
 namespace qv::kelvo_sdk::impl {
 
+namespace {
+
+// Does something when a callback is over, whether it answered or threw.
+template<typename Call>
+class AtEnd {
+public:
+    explicit AtEnd(Call call) noexcept : m_call(call) {}
+    ~AtEnd() { m_call(); }
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+
+private:
+    Call m_call;
+};
+
+} // namespace
+
 bool Node::initLibInfo(impl::LibInfo* library) {
     m_libInfo = kelvo_sdk::LibInfo(library);
     if (bindCallbacks(m_type)) return true;
@@ -67,18 +84,18 @@ bool Node::hasNodeFree() const {
 bool Node::nodeInit() {
     if (!m_nodeInit) return true;
     const RefersTo<INode> held(this);
-    const bool done = callLibrary("init", m_name, [&] { return m_nodeInit(this, &m_data); });
-    evaluationChanged();
-    return done;
+    const AtEnd renewed([this] { evaluationChanged(); });
+    return callLibrary("init", m_name, [&] { return m_nodeInit(this, &m_data); });
 }
 
 bool Node::nodePrep() const {
     if (!m_nodePrep) return true;
     auto* self = const_cast<Node*>(this);
     const RefersTo<INode> held(self);
-    const bool done = callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
-    if (m_data) evaluationChanged();
-    return done;
+    const AtEnd renewed([this] {
+        if (m_data) evaluationChanged();
+    });
+    return callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
 }
 
 bool Node::nodeEval(EvalCtx* ctx, void* out) const {
@@ -92,9 +109,8 @@ bool Node::nodeModify(INode* other) {
 bool Node::nodeFree() {
     if (!m_nodeFree) return true;
     const RefersTo<INode> held(this);
-    const bool done = callLibrary("free", m_name, [&] { return m_nodeFree(this, &m_data); });
-    evaluationChanged();
-    return done;
+    const AtEnd renewed([this] { evaluationChanged(); });
+    return callLibrary("free", m_name, [&] { return m_nodeFree(this, &m_data); });
 }
 
 void* Node::data() const {

@@ -121,7 +121,7 @@ bool Node::removeFoundOutput(IOutput* output) {
             ->takeComments(step.scene().comments());
     departing.dropComments();
     markDirty();
-    m_outputs.remove(index);
+    removeFromList(m_outputs, index);
     step.commit();
     departing.offList();
     removed->leaveList();

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "sdk/impl/held_buffers.h"
+#include "sdk/impl/name_index.h"
 #include "sdk/impl/ordered_slots.h"
 #include "sdk/impl/value.h"
 #include "sdk/interfaces/i_output.h"
 
 #include <atomic>
+#include <memory>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -73,6 +76,14 @@ public:
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
 
+    /// The index by name of the list that this is the first of; null for none. As of inputs.
+    [[nodiscard]] const NameIndex<IOutput>* listIndex() const noexcept { return m_listIndex.get(); }
+    [[nodiscard]] std::unique_ptr<NameIndex<IOutput>>& listIndexPlace() noexcept {
+        return m_listIndex;
+    }
+    void dropListIndex() noexcept { m_listIndex.reset(); }
+    void takeListIndex(Output& first) noexcept { m_listIndex = std::move(first.m_listIndex); }
+
     /// Returns the position of a target among all, by the slot that it has.
     [[nodiscard]] u64 rankOfTarget(u64 slot) const noexcept { return m_targets.rankOf(slot); }
     /// Calls `visit(const Input&)` for each target in order.
@@ -132,6 +143,7 @@ private:
     // How many calls produce the value right now, on all threads.
     std::atomic<u32> m_calls = 0;
     HeldBuffers m_heldBuffers;
+    std::unique_ptr<NameIndex<IOutput>> m_listIndex;
 };
 
 } // namespace qv::kelvo_sdk::impl

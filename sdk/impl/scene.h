@@ -115,6 +115,8 @@ public:
     // ---- Libraries -------------------------------------------------------------------------
 
     bool addLibrary(interfaces::ILibInfo* library) override;
+    /// Takes back the libraries that were added since there were `from` of them.
+    void dropLibraries(u64 from) noexcept;
     [[nodiscard]] const std::vector<RefersTo<LibInfo>>& libraries() const noexcept {
         return m_libraries;
     }

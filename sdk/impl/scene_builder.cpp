@@ -112,7 +112,7 @@ void SceneBuilder::addCopy(const IInput& input, Node& node) {
 
 void SceneBuilder::addCopy(const IOutput& output, Node& node) {
     auto copy = RefersTo<IOutput>::adopt(static_cast<const Output&>(output).clone(&node));
-    node.m_outputs.push_back(copy.get());
+    appendToList(node.m_outputs, copy.get());
     std::ignore = copy.detach();
 }
 
@@ -173,7 +173,7 @@ void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
         m_outputs[i] = isBuffer ? new Output(&node, name, output.dataType)
                                 : new Output(&node, name, output.type);
         m_outputs[i]->setLeftOut(output.isLeftOut);
-        node.m_outputs.push_back(m_outputs[i]);
+        appendToList<IOutput>(node.m_outputs, m_outputs[i]);
     }
 }
 

@@ -79,6 +79,12 @@ private:
     std::vector<RefersTo<INode>> m_heldNodes;
     std::vector<RefersTo<interfaces::IInput>> m_heldInputs;
     std::vector<RefersTo<interfaces::IOutput>> m_heldOutputs;
+    // Arrays and objects of the node that is made which get what they hold yet.
+    struct Unfilled {
+        u32 from;
+        Input* input;
+    };
+    std::vector<Unfilled> m_unfilled;
 };
 
 } // namespace qv::kelvo_sdk::impl

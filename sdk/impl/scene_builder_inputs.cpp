@@ -42,9 +42,15 @@ void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
     node.m_inputs.reserve(node.m_inputs.size() + from.inputCount);
     addInputs(from.firstInput, isFilled ? from.definition->m_inputs : noInputs, node, nullptr,
               [&](RefersTo<Input> input) {
-                  appendToList(node.m_inputs, input.get());
+                  appendToList<IInput>(node.m_inputs, input.get());
                   std::ignore = input.detach();
               });
+    // Those inside each other take no stack.
+    while (!m_unfilled.empty()) {
+        const Unfilled next = m_unfilled.back();
+        m_unfilled.pop_back();
+        makeMembers(m_tree.inputs[next.from], node, *next.input);
+    }
 }
 
 void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& holder) {
@@ -96,7 +102,8 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
     auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
     m_inputs[index] = input.get();
     if (extras && extras->stashed) input->replaceStash(std::move(extras->stash));
-    makeMembers(from, node, *input);
+    if (from.type == AttrType::Array || from.type == AttrType::Object)
+        m_unfilled.push_back({index, input.get()});
     return input;
 }
 

@@ -140,16 +140,21 @@ RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
     else
         found.push_back(&node);
     // Init callbacks may remove nodes.
-    std::vector<RefersTo<Node>> originals;
-    for (INode* next : found)
-        if (next == &node || contains(*next)) originals.emplace_back(static_cast<Node*>(next));
-    const auto placeOf = [this](const RefersTo<Node>& next) {
-        return contains(*next) ? m_nodes.placeOf(next->name()) : 0;
+    struct Original {
+        RefersTo<Node> node;
+        u64 place;
     };
-    std::ranges::stable_sort(originals, {}, placeOf);
+    std::vector<Original> originals;
+    for (INode* next : found) {
+        const bool isHere = contains(*next);
+        if (!isHere && next != &node) continue;
+        const u64 place = isHere ? m_nodes.placeOf(next->name()) : 0;
+        originals.push_back({RefersTo<Node>(static_cast<Node*>(next)), place});
+    }
+    std::ranges::stable_sort(originals, {}, &Original::place);
     Copies copies(*this);
-    for (const RefersTo<Node>& original : originals)
-        copies.add(*original);
+    for (const Original& original : originals)
+        copies.add(*original.node);
     copies.tie();
     RefersTo<Node> copy(copies.of(&node));
     copies.addAll();

@@ -24,6 +24,25 @@ void shareLibraries(const Scene& from, const Scene& to) {
         to->addLibrary(library.get());
 }
 
+// Libraries that a scene gets for its text; it does not keep them if that cannot be read.
+class LibrariesForText {
+public:
+    explicit LibrariesForText(const Scene& scene)
+        : m_scene(static_cast<impl::Scene&>(*scene.get())), m_before(m_scene.libraries().size()) {}
+    ~LibrariesForText() {
+        if (!m_areKept) m_scene.dropLibraries(m_before);
+    }
+    LibrariesForText(const LibrariesForText&) = delete;
+    LibrariesForText& operator=(const LibrariesForText&) = delete;
+
+    void keep() noexcept { m_areKept = true; }
+
+private:
+    impl::Scene& m_scene;
+    const u64 m_before;
+    bool m_areKept = false;
+};
+
 // The same libraries, and nothing in it.
 Scene emptyLike(const Scene& scene) {
     Scene made = Scene::create();
@@ -111,9 +130,12 @@ bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
     const impl::SceneDocument made = merger.run();
     conflicts = merger.takeConflicts();
     // What a text leaves to its nodes' types takes them.
+    LibrariesForText libraries(merged);
     for (const Scene* scene : scenes)
         shareLibraries(*scene, merged);
-    return readsBack(merged, made.text(), error);
+    if (!readsBack(merged, made.text(), error)) return false;
+    libraries.keep();
+    return true;
 }
 
 } // namespace qv::kelvo_sdk

@@ -14,6 +14,10 @@ bool Scene::addLibrary(interfaces::ILibInfo* library) {
     return true;
 }
 
+void Scene::dropLibraries(u64 from) noexcept {
+    m_libraries.resize(std::min<u64>(from, m_libraries.size()));
+}
+
 const Node* Scene::findType(const String& type) const noexcept {
     for (const RefersTo<LibInfo>& library : m_libraries)
         if (const Node* found = library->findType(type)) return found;

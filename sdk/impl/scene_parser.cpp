@@ -178,7 +178,7 @@ bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
     Body body{.opened = m_lexer.offset(), .isNode = true};
     node.firstOutput = static_cast<u32>(m_tree.outputs.size());
     takeOpening(comments.opening);
-    const bool isClosed = parseBody(body, 0);
+    const bool isClosed = parseBody(body);
     node.firstInput = body.first;
     node.inputCount = body.count;
     node.outputCount = static_cast<u32>(m_tree.outputs.size()) - node.firstOutput;
@@ -208,28 +208,6 @@ void SceneParser::knowNode(const TreeNode& node) {
     fail(node.offset,
          String::format("The name '%s' is taken by the %s in line %llu.", m_nodeName.buf(),
                         m_form.part.data(), static_cast<unsigned long long>(line)));
-}
-
-// Reads attributes up to the '}' and behind it.
-bool SceneParser::parseBody(Body& body, u32 depth) {
-    for (;;) {
-        String leading = commentLines(body.unread);
-        if (m_errors.full()) return false;
-        if (m_lexer.accept('}')) {
-            body.inner = std::move(leading);
-            checkDuplicates(body);
-            return true;
-        }
-        if (m_lexer.atEnd() || startsNode()) return failUnclosed(body, std::move(leading));
-        const u64 lineStart = m_lexer.offset();
-        const u64 errors = m_errors.size();
-        const u32 lastInput = body.last;
-        const u64 outputs = m_tree.outputs.size();
-        const bool isWhole = parseLine(body, std::move(leading), depth);
-        if (!isWhole) recover(lineStart);
-        if (m_gaps) placeUnread(body, lastInput, outputs);
-        tellPart(lineStart, errors, !isWhole);
-    }
 }
 
 // Of several that are not closed only the innermost is told. Where it matters that much can be

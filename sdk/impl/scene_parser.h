@@ -39,7 +39,7 @@ struct TextForm {
 ///     Annotations      scene_parser_notes.cpp    what stands behind a value
 ///
 /// A function that answers false has told what is wrong; whoever reads whole lines goes on with the
-/// next one. Recursion is bounded by the depth of arrays and objects.
+/// next one. Arrays and objects inside each other take no stack.
 class SceneParser {
 public:
     /// Borrows everything; needs an empty tree.
@@ -74,6 +74,29 @@ protected:
         // So many of `unread` know what they stand in front of.
         u64 placed = 0;
     };
+    // An attribute that is being read: a line of a body, or an element of an array.
+    struct Item {
+        u32 input = 0;
+        TreeKind kind;
+        bool isElement = false;
+        u64 valueOffset = 0;
+        // Of `m_insideComments`: what is there by now is not of this line.
+        u64 outside = 0;
+        Comments comments = {};
+    };
+    // The body or array that is open, and the item whose value it is; none for the body of a node.
+    struct Level {
+        Item item;
+        Body body;
+        bool isArray = false;
+        // Of the line that is being read: its start, and what there was then.
+        u64 lineStart = 0;
+        u64 errors = 0;
+        u32 lastInput = noTreeIndex;
+        u64 outputs = 0;
+    };
+    // What came of an item or a step: what `Opened` says goes on in a level of its own.
+    enum class Read { Failed, Done, Opened };
 
     // ---- File and nodes --------------------------------------------------------------------
 
@@ -86,7 +109,6 @@ protected:
     bool parseNodeFlags(TreeNode& node);
     bool parseNodeBody(TreeNode& node, Comments& comments);
     void knowNode(const TreeNode& node);
-    bool parseBody(Body& body, u32 depth);
     bool failUnclosed(Body& body, String&& leading);
     virtual void checkDuplicates(const Body& body);
     virtual void checkDuplicateOutputs(const TreeNode& node);
@@ -117,26 +139,40 @@ protected:
     bool fail(u64 offset, String message);
     bool failExpecting(std::string_view expected);
 
+    // ---- Levels ----------------------------------------------------------------------------
+
+    bool parseBody(Body& body);
+    Read readInBody();
+    void endBodyLine(bool isWhole);
+    Read readInArray();
+    Read endElement();
+    Read closeLevel(bool isClosed);
+    Read open(Item&& item, bool isArray);
+    Read openObject(Item&& item);
+    Read openArray(Item&& item);
+    bool mayOpen();
+    bool closeLine(Item& item, bool isRead);
+    bool closeElement(Item& item, bool isRead);
+
     // ---- Attributes ------------------------------------------------------------------------
 
-    bool parseLine(Body& body, String&& leading, u32 depth);
+    Read parseLine(String&& leading);
     // Reads the line of a part that starts with one of the form's own words, behind that word.
     virtual bool parseWord(std::string_view word, String&& leading);
-    bool parseInput(Body& body, const TreeKind& kind, String&& leading, u32 depth);
+    Read parseInput(const TreeKind& kind, String&& leading);
     bool parseOutput(String&& leading);
     bool parseKind(TreeKind& kind);
     bool finishKind(u64 offset, std::string_view word, TreeKind& kind);
     bool parseElementKind(AttrType& out);
     bool parseDataKind(DataType& out);
     bool parseName(u32& name);
-    bool parseContent(u32 input, const TreeKind& kind, Comments& comments, u32 depth);
+    Read parseContent(Item& item);
     void giveElementType(TreeInput& input, DataType dataType) const;
-    bool parseValue(u32 input, const TreeKind& kind, u32 depth);
+    bool parseValue(u32 input, const TreeKind& kind);
     bool parsePlain(const TreeKind& kind, Value& out);
     bool parseLink(u32 input, TreeSlot slot, u32 choice);
-    bool parseObject(u32 input, Comments& comments, u32 depth);
-    bool parseArray(u32 input, AttrType elementType, u32 depth);
-    bool parseElement(u32 element, AttrType type, u32 depth);
+    Read parseElement(u32 element, AttrType type);
+    Read parseElementValue(Item& item);
     bool newInput(u64 offset, const TreeKind& kind, u32& out);
 
     // ---- Annotations -----------------------------------------------------------------------
@@ -177,6 +213,8 @@ protected:
     };
     std::vector<Met> m_met;
     u64 m_list = 0;
+    // Innermost last.
+    std::vector<Level> m_levels;
     // By name: the element type of that name.
     std::vector<DataType> m_dataTypes;
 };

@@ -40,47 +40,45 @@ bool isOutOfRange(const String& found, std::string_view expected) {
 
 } // namespace
 
-bool SceneParser::parseLine(Body& body, String&& leading, u32 depth) {
+SceneParser::Read SceneParser::parseLine(String&& leading) {
+    const bool isNode = m_levels.back().body.isNode;
+    const auto ended = [](bool isWhole) { return isWhole ? Read::Done : Read::Failed; };
     const u64 offset = m_lexer.offset();
     const std::string_view word = m_lexer.identifier();
-    if (word == "output" && body.isNode) {
-        if (parseOutput(std::move(leading))) return true;
+    if (word == "output" && isNode) {
+        if (parseOutput(std::move(leading))) return Read::Done;
         m_namesAreMissing = true;
-        return false;
+        return Read::Failed;
     }
-    if (word == "output") return fail(offset, "Only " + String(m_form.part) + "s have outputs.");
-    if (word.empty()) return failExpecting(body.isNode ? m_form.lineStarts : "a kind or '}'");
-    if (body.isNode && std::ranges::find(m_form.words, word) != m_form.words.end())
-        return parseWord(word, std::move(leading));
+    if (word == "output")
+        return ended(fail(offset, "Only " + String(m_form.part) + "s have outputs."));
+    if (word.empty()) return ended(failExpecting(isNode ? m_form.lineStarts : "a kind or '}'"));
+    if (isNode && std::ranges::find(m_form.words, word) != m_form.words.end())
+        return ended(parseWord(word, std::move(leading)));
     TreeKind kind;
-    return finishKind(offset, word, kind) && parseInput(body, kind, std::move(leading), depth);
+    if (!finishKind(offset, word, kind)) return Read::Failed;
+    return parseInput(kind, std::move(leading));
 }
 
 bool SceneParser::parseWord(std::string_view word, String&& /*leading*/) {
     return fail(m_lexer.offset() - word.size(), unknownKind(word, {}));
 }
 
-bool SceneParser::parseInput(Body& body, const TreeKind& kind, String&& leading, u32 depth) {
+SceneParser::Read SceneParser::parseInput(const TreeKind& kind, String&& leading) {
     m_lexer.skipBlanks();
     const u64 offset = m_lexer.offset();
-    u32 input = 0;
+    Item item{.kind = kind, .outside = m_insideComments.size()};
     u32 name = 0;
-    if (!parseName(name) || !newInput(offset, kind, input)) return false;
-    m_tree.inputs[input].name = name;
-    (body.last == noTreeIndex ? body.first : m_tree.inputs[body.last].nextSibling) = input;
-    body.last = input;
+    if (!parseName(name) || !newInput(offset, kind, item.input)) return Read::Failed;
+    m_tree.inputs[item.input].name = name;
+    Body& body = m_levels.back().body;
+    (body.last == noTreeIndex ? body.first : m_tree.inputs[body.last].nextSibling) = item.input;
+    body.last = item.input;
     ++body.count;
-    // What stands inside of this line is apart from what stands inside of a line around it.
-    const u64 outside = m_insideComments.size();
-    Comments comments;
-    comments.leading = std::move(leading);
-    const bool isWhole = parseContent(input, kind, comments, depth) && endLine(comments.trailing);
-    if (m_insideComments.size() != outside) {
-        comments.leading += m_insideComments.view().substr(outside);
-        m_insideComments.truncate(outside);
-    }
-    storeComments(m_tree.inputs[input].extras, std::move(comments));
-    return isWhole;
+    item.comments.leading = std::move(leading);
+    const Read read = parseContent(item);
+    if (read == Read::Opened) return read;
+    return closeLine(item, read == Read::Done) ? Read::Done : Read::Failed;
 }
 
 bool SceneParser::parseOutput(String&& leading) {
@@ -156,21 +154,20 @@ bool SceneParser::parseName(u32& name) {
     return true;
 }
 
-// Reads what stands behind the name.
-bool SceneParser::parseContent(u32 input, const TreeKind& kind, Comments& comments, u32 depth) {
+// Reads what stands behind the name, up to the end of the value.
+SceneParser::Read SceneParser::parseContent(Item& item) {
     m_lexer.skipBlanks();
-    u64 valueOffset = m_lexer.offset();
-    if (kind.type == AttrType::Object) {
-        if (!m_lexer.accept('{')) return failExpecting("'{'");
-        if (!parseObject(input, comments, depth)) return false;
-    } else if (m_lexer.accept('=')) {
-        m_lexer.skipBlanks();
-        valueOffset = m_lexer.offset();
-        if (!parseValue(input, kind, depth)) return false;
+    item.valueOffset = m_lexer.offset();
+    if (item.kind.type == AttrType::Object) {
+        if (m_lexer.accept('{')) return openObject(std::move(item));
+        failExpecting("'{'");
+        return Read::Failed;
     }
-    if (!parseSource(input) || !parseNotes(input, kind, valueOffset)) return false;
-    giveElementType(m_tree.inputs[input], kind.dataType);
-    return true;
+    if (!m_lexer.accept('=')) return Read::Done;
+    m_lexer.skipBlanks();
+    item.valueOffset = m_lexer.offset();
+    if (item.kind.type == AttrType::Array) return openArray(std::move(item));
+    return parseValue(item.input, item.kind) ? Read::Done : Read::Failed;
 }
 
 // A buffer of a type without a value is empty and of that type, unless it starts at a default.
@@ -181,7 +178,8 @@ void SceneParser::giveElementType(TreeInput& input, DataType dataType) const {
         input.value = Value(Buffer(dataType, 0));
 }
 
-bool SceneParser::parseValue(u32 input, const TreeKind& kind, u32 depth) {
+// Reads a value that holds no others.
+bool SceneParser::parseValue(u32 input, const TreeKind& kind) {
     switch (kind.type) {
     case AttrType::Null:
         if (m_lexer.peekIdentifier() != "null") return failExpecting("'null'");
@@ -189,8 +187,6 @@ bool SceneParser::parseValue(u32 input, const TreeKind& kind, u32 depth) {
         return true;
     case AttrType::Node:
         return parseLink(input, TreeSlot::Value, 0);
-    case AttrType::Array:
-        return parseArray(input, kind.elementType, depth);
     default: {
         Value value;
         if (!parsePlain(kind, value)) return false;
@@ -248,70 +244,39 @@ bool SceneParser::parseLink(u32 input, TreeSlot slot, u32 choice) {
     return true;
 }
 
-bool SceneParser::parseObject(u32 input, Comments& comments, u32 depth) {
-    if (depth >= m_limits.depth)
-        return fail(m_lexer.offset(), String::format("Arrays and objects are nested more than %u "
-                                                     "deep.",
-                                                     m_limits.depth));
-    Body body{.opened = m_lexer.offset()};
-    takeOpening(comments.opening);
-    const bool isClosed = parseBody(body, depth + 1);
-    m_tree.inputs[input].firstMember = body.first;
-    m_tree.inputs[input].memberCount = body.count;
-    comments.inner = std::move(body.inner);
-    comments.unread = std::move(body.unread);
-    return isClosed;
+SceneParser::Read SceneParser::parseElement(u32 element, AttrType type) {
+    Item item{.input = element,
+              .kind = {.type = type},
+              .isElement = true,
+              .valueOffset = m_lexer.offset()};
+    const Read read = parseElementValue(item);
+    if (read == Read::Opened) return read;
+    return closeElement(item, read == Read::Done) ? Read::Done : Read::Failed;
 }
 
-bool SceneParser::parseArray(u32 input, AttrType elementType, u32 depth) {
-    if (depth >= m_limits.depth)
-        return fail(m_lexer.offset(), String::format("Arrays and objects are nested more than %u "
-                                                     "deep.",
-                                                     m_limits.depth));
-    if (!m_lexer.accept('[')) return failExpecting("'['");
-    u32 last = noTreeIndex;
-    for (skipInside(); !m_lexer.accept(']'); skipInside()) {
-        u32 element = 0;
-        if (!newInput(m_lexer.offset(), {.type = elementType}, element)) return false;
-        TreeInput& before = m_tree.inputs[last == noTreeIndex ? input : last];
-        (last == noTreeIndex ? before.firstMember : before.nextSibling) = element;
-        last = element;
-        ++m_tree.inputs[input].memberCount;
-        if (!parseElement(element, elementType, depth + 1)) return false;
-        skipInside();
-        if (m_lexer.accept(',')) continue;
-        if (m_lexer.peek() != ']') return failExpecting("',' or ']'");
-    }
-    return true;
-}
-
-bool SceneParser::parseElement(u32 element, AttrType type, u32 depth) {
-    TreeKind kind{.type = type};
-    const u64 offset = m_lexer.offset();
-    if (type == AttrType::Object) {
-        Comments comments;
-        if (!m_lexer.accept('{')) return failExpecting("'{' or ']'");
-        const bool isClosed = parseObject(element, comments, depth);
-        storeComments(m_tree.inputs[element].extras, std::move(comments));
-        if (!isClosed) return false;
-        return parseSource(element) && parseNotes(element, kind, offset);
-    }
+SceneParser::Read SceneParser::parseElementValue(Item& item) {
+    const auto ended = [](bool isWhole) { return isWhole ? Read::Done : Read::Failed; };
+    const AttrType type = item.kind.type;
+    if (type == AttrType::Object)
+        return m_lexer.accept('{') ? openObject(std::move(item))
+                                   : ended(failExpecting("'{' or ']'"));
     const bool namesKind =
         type == AttrType::Array || (type == AttrType::Buffer && m_lexer.peek() != '[');
     if (namesKind) {
         if (!TextLexer::startsIdentifier(m_lexer.peek()))
-            return failExpecting(type == AttrType::Array ? "the kind of the element, such as "
-                                                           "'Array<Real>',"
-                                                         : "'[' or 'Buffer<...>'");
-        if (!parseKind(kind)) return false;
-        if (kind.type != type)
-            return fail(offset, String("Found kind ") + attrTypeName(kind.type) +
-                                    " in an array of kind " + attrTypeName(type) + ".");
-        m_tree.inputs[element].elementType = kind.elementType;
+            return ended(failExpecting(type == AttrType::Array ? "the kind of the element, such as "
+                                                                 "'Array<Real>',"
+                                                               : "'[' or 'Buffer<...>'"));
+        if (!parseKind(item.kind)) return Read::Failed;
+        if (item.kind.type != type)
+            return ended(
+                fail(item.valueOffset, String("Found kind ") + attrTypeName(item.kind.type) +
+                                           " in an array of kind " + attrTypeName(type) + "."));
+        m_tree.inputs[item.input].elementType = item.kind.elementType;
         m_lexer.skipBlanks();
     }
-    return parseValue(element, kind, depth) && parseSource(element) &&
-           parseNotes(element, kind, offset);
+    return type == AttrType::Array ? openArray(std::move(item))
+                                   : ended(parseValue(item.input, item.kind));
 }
 
 bool SceneParser::newInput(u64 offset, const TreeKind& kind, u32& out) {

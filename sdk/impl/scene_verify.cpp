@@ -13,10 +13,6 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-const Input& asInput(const IInput* input) noexcept {
-    return static_cast<const Input&>(*input);
-}
-
 const Output& asOutput(const interfaces::IOutput* output) noexcept {
     return static_cast<const Output&>(*output);
 }
@@ -38,6 +34,26 @@ bool holdsEachOnce(const List& list) {
     for (auto at = list.begin(); at != list.end(); ++at)
         if (!*at || std::find(list.begin(), at, *at) != at) return false;
     return true;
+}
+
+// Calls `fail` with what is wrong with a list's index: each attribute is to be found by its name,
+// or one before it is.
+template<typename Attribute, typename Fail>
+void checkIndexOf(const ds::Vector<Attribute*>& list, const char* kind, const Fail& fail) {
+    using Own = typename ListedAs<Attribute>::Own;
+    const auto* index = list.empty() ? nullptr : static_cast<const Own*>(list[0])->listIndex();
+    if (!index) return;
+    std::unordered_set<const Own*> found;
+    for (const Attribute* next : list) {
+        const auto* own = static_cast<const Own*>(next);
+        const Own* first = index->find(own->ownName());
+        if (first == own)
+            found.insert(first);
+        else if (!found.contains(first))
+            fail(String("does not find its ") + kind + " '" + own->ownName() + "' by name");
+    }
+    if (index->size() != found.size())
+        fail(String("has names for ") + kind + "s that it does not hold");
 }
 
 } // namespace
@@ -116,23 +132,9 @@ void SceneVerifier::checkInputs(const Node& node) {
 
 void SceneVerifier::checkList(const Inputs& list, const Input* holder) {
     if (!holdsEachOnce(list)) return fail(place(), "lists an input twice, or none at a place");
-    if (!holder || holder->isObject()) return checkIndex(list);
+    const auto failHere = [this](String message) { fail(place(), std::move(message)); };
+    if (!holder || holder->isObject()) return checkIndexOf(list, "input", failHere);
     if (holder->type() != AttrType::Array) fail(place(), "holds inputs but is no array or object");
-}
-
-// Each input is found by its name, or one before it is.
-void SceneVerifier::checkIndex(const Inputs& list) {
-    const NameIndex* index = list.empty() ? nullptr : asInput(list[0]).listIndex();
-    if (!index) return;
-    std::unordered_set<const Input*> found;
-    for (const IInput* next : list) {
-        const Input* first = index->find(asInput(next).ownName());
-        if (first == next)
-            found.insert(first);
-        else if (!found.contains(first))
-            fail(place(), "does not find its input '" + asInput(next).ownName() + "' by name");
-    }
-    if (index->size() != found.size()) fail(place(), "has names for inputs that it does not hold");
 }
 
 void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
@@ -143,9 +145,9 @@ void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
             fail(place(), "has a name with the hash of another");
         return;
     }
-    if (input.m_index != step.next - 1)
+    if (input.elementIndex() != step.next - 1)
         fail(place(), "counts itself as element [" +
-                          String(std::string_view(std::to_string(input.m_index))) + "]");
+                          String(std::string_view(std::to_string(input.elementIndex()))) + "]");
     if (input.type() != step.holder->elementType())
         fail(place(), "is of another kind than the elements of its array");
 }
@@ -185,6 +187,8 @@ void SceneVerifier::checkOutputs(const Node& node) {
             fail(place, "has a name with the hash of another");
         checkTargets(output);
     }
+    checkIndexOf(node.outputs(), "output",
+                 [&](String message) { fail(node.name(), std::move(message)); });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -60,7 +60,6 @@ private:
     void checkNode(const Node& node);
     void checkInputs(const Node& node);
     void checkList(const Inputs& list, const Input* holder);
-    void checkIndex(const Inputs& list);
     void checkInput(const Input& input);
     void checkPlaceOf(const Input& input, const Step& step);
     void checkOutputs(const Node& node);

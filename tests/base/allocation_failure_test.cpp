@@ -76,6 +76,21 @@ TEST(VectorOutOfMemory, Growing_ChangesNothing) {
     EXPECT_EQ(vector[0].get()->refCount(), 1);
 }
 
+// Places in front are all the room that there is.
+TEST(VectorOutOfMemory, ElementsTakenOut_CanBePutBack) {
+    int number = 0;
+    for (const u64 place : {u64{0}, u64{31}, u64{32}, u64{63}}) {
+        ds::Vector<int*> vector;
+        vector.resize(64);
+        vector[place] = &number;
+        const Allow none(0);
+        vector.remove(place);
+        EXPECT_NO_THROW(vector.insert(place, &number)) << place;
+        EXPECT_EQ(vector.size(), 64u);
+        EXPECT_EQ(vector.indexOf(&number), place);
+    }
+}
+
 TEST(HashMapOutOfMemory, Copying_DestroysWhatWasBuilt) {
     const Map map = fiftyEntries();
     const u64 runs = ds::EmptyArrays::usage().taken;

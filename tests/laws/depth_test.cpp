@@ -197,6 +197,74 @@ TEST_P(Depth, Validation_FindsNothing) {
 INSTANTIATE_TEST_SUITE_P(All, Depth,
                          testing::Values(Nesting::Objects, Nesting::Arrays, Nesting::Both));
 
+// ---- Texts ---------------------------------------------------------------------------------
+
+// The text of a node whose input holds others as deep as a text may, or one level more.
+std::string nestedText(Nesting nesting, int levels) {
+    std::string opening, closing;
+    for (int level = 0; level < levels; ++level) {
+        const bool isArray = nesting == Nesting::Both ? level % 2 != 0 : nesting == Nesting::Arrays;
+        const bool isElement = level != 0 && nesting != Nesting::Objects &&
+                               (nesting == Nesting::Arrays || level % 2 == 0);
+        if (isArray)
+            opening += isElement                  ? "Array<Array> ["
+                       : nesting == Nesting::Both ? "Array<Object> list = ["
+                                                  : "Array<Array> list = [";
+        else
+            opening += isElement ? "{\n" : "Object object {\n";
+        closing.insert(0, isArray ? isElement ? "]" : "]\n" : "}\n");
+    }
+    // The closing bracket of an object that is an element stands on the line of that of its array.
+    std::string text = "kelvo scene 1\n\nnode t \"node1\" {\n" + opening;
+    return text + closing + "\n}\n";
+}
+
+class DeepText : public testing::TestWithParam<Nesting> {};
+
+TEST_P(DeepText, DeepestThatIsAdmitted_IsReadOnASmallStack) {
+    const tests::LogCapture log;
+    tests::runOnSmallStack(
+        [] {
+            const Scene scene = Scene::create();
+            Diagnostics found;
+            EXPECT_TRUE(scene.read(nestedText(GetParam(), 200).c_str(), "deep", &found));
+            EXPECT_EQ(levelsOf(scene["node1"].input(0)), 200u);
+            const Scene again = Scene::create();
+            EXPECT_TRUE(again.read(scene.text(), "again"));
+            EXPECT_TRUE(again.text().equals(scene.text()));
+        },
+        smallStack);
+}
+
+TEST_P(DeepText, OneLevelMore_IsRefused) {
+    tests::runOnSmallStack(
+        [] {
+            const Scene scene = Scene::create();
+            Diagnostics found;
+            EXPECT_FALSE(scene.read(nestedText(GetParam(), 201).c_str(), "deep", &found));
+            ASSERT_EQ(found.size(), 1u);
+            EXPECT_STREQ(found[0].message.buf(),
+                         "Arrays and objects are nested more than 200 deep.");
+            EXPECT_EQ(scene.nodeCount(), 0u);
+        },
+        smallStack);
+}
+
+TEST_P(DeepText, WithoutEnds_IsRefused) {
+    tests::runOnSmallStack(
+        [] {
+            std::string text = nestedText(GetParam(), 200);
+            text.resize(text.find_first_of("]}"));
+            Diagnostics found;
+            EXPECT_FALSE(Scene::create().read(text.c_str(), "deep", &found));
+            EXPECT_FALSE(found.empty());
+        },
+        smallStack);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DeepText,
+                         testing::Values(Nesting::Objects, Nesting::Arrays, Nesting::Both));
+
 // ---- Ends ----------------------------------------------------------------------------------
 
 TEST(DepthEnds, AMillionLevels_End) {

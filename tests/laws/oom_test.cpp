@@ -134,7 +134,7 @@ TEST_P(OutOfMemory, EachAllocationThatFails_LeavesAllOrNothing) {
 
 std::vector<const OomEdit*> allEdits() {
     std::vector<const OomEdit*> all;
-    for (const auto* table : {&oomCoreEdits(), &oomTextEdits()})
+    for (const auto* table : {&oomCoreEdits(), &oomTextEdits(), &oomLibraryEdits()})
         for (const OomEdit& edit : *table)
             all.push_back(&edit);
     return all;

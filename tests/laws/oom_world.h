@@ -177,5 +177,6 @@ struct OomEdit {
 
 [[nodiscard]] const std::vector<OomEdit>& oomCoreEdits();
 [[nodiscard]] const std::vector<OomEdit>& oomTextEdits();
+[[nodiscard]] const std::vector<OomEdit>& oomLibraryEdits();
 
 } // namespace qv::tests

@@ -395,6 +395,18 @@ TEST_F(InputValues, Stash_KeepsTheFirstValueUntilUnstashed) {
     EXPECT_FALSE(input.unstash());
 }
 
+TEST_F(InputValues, Unstash_RefusedByAReadOnlyInput_KeepsTheValueAside) {
+    Input& input = create(AttrType::Int);
+    input.stash();
+    ASSERT_TRUE(input.setInt(2));
+    input.setReadOnly(true);
+    const LogCapture log;
+    EXPECT_FALSE(input.unstash());
+    ASSERT_NE(input.stashed(), nullptr);
+    EXPECT_EQ(*input.stashed(), Value(0));
+    EXPECT_EQ(input.value(), Value(2));
+}
+
 TEST_F(InputValues, Stash_IsClonedWithTheInput) {
     Input& input = create(AttrType::Int);
     input.stash();

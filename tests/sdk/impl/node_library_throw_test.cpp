@@ -31,6 +31,16 @@ constexpr interfaces::NodeCallbacks throwing{
     [](IInput*) { fail(); },
 };
 
+[[noreturn]] void runOut() {
+    throw std::bad_alloc();
+}
+
+constexpr interfaces::NodeCallbacks outOfMemory{
+    [](INode*, void**) -> bool { runOut(); },  [](INode*, void*) -> bool { runOut(); },
+    [](EvalCtx*, void*) -> bool { runOut(); }, [](INode*, INode*) -> bool { runOut(); },
+    [](INode*, void**) -> bool { runOut(); },  nullptr,
+};
+
 class NodeLibraryThrow : public testing::Test {
 protected:
     NodeLibraryThrow() { m_library->setCallbacks("mesh", throwing); }
@@ -68,6 +78,48 @@ TEST_F(NodeLibraryThrow, EachOperation_FailsWithALineThatNamesNodeAndCallback) {
     }
     m_library->setCallbacks("mesh", {});
     node.initLibInfo(m_library.get());
+}
+
+TEST_F(NodeLibraryThrow, LackOfMemory_ReachesTheCallerOfEachOperation_Unlogged) {
+    m_library->setCallbacks("mesh", outOfMemory);
+    Node node(nullptr, "mesh", "m");
+    bind(node);
+    const LogCapture log;
+    EXPECT_THROW(node.nodeInit(), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(node.nodePrep()), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(node.nodeEval(nullptr, nullptr)), std::bad_alloc);
+    EXPECT_THROW(node.nodeModify(&node), std::bad_alloc);
+    EXPECT_THROW(node.nodeFree(), std::bad_alloc);
+    EXPECT_EQ(log.text(), "");
+    m_library->setCallbacks("mesh", {});
+    node.initLibInfo(m_library.get());
+}
+
+TEST_F(NodeLibraryThrow, EvaluationWithoutMemory_ThrowsAndKeepsTheValue) {
+    Node* node = sceneNode("m");
+    IInput* in = node->createInput("reads", AttrType::Real);
+    auto* other = static_cast<Node*>(m_scene->createNode("mesh", "other"));
+    m_library->setCallbacks("mesh", {.eval = outOfMemory.eval, .modify = outOfMemory.modify});
+    bind(*other);
+    ASSERT_TRUE(in->connect(other->createOutput("out", AttrType::Real)));
+    for (const u64 cache : {0u, 1000u}) {
+        m_scene->setEvalCache(cache, false);
+        double value = 5;
+        EXPECT_THROW(in->readReal(value, true, nullptr), std::bad_alloc);
+        EXPECT_EQ(value, 5);
+    }
+    EXPECT_TRUE(m_scene->verify().empty());
+}
+
+TEST_F(NodeLibraryThrow, CloneWithoutMemory_LeavesNothing) {
+    Node* node = sceneNode("m");
+    m_library->setCallbacks("mesh", {.init = outOfMemory.init, .modify = outOfMemory.modify});
+    bind(*node);
+    m_scene->setUndoEnabled(true);
+    EXPECT_THROW(static_cast<void>(node->clone(false)), std::bad_alloc);
+    EXPECT_EQ(m_scene->nodeCount(), 1u);
+    EXPECT_EQ(m_scene->undoCount(), 0u);
+    EXPECT_TRUE(m_scene->verify().empty());
 }
 
 TEST_F(NodeLibraryThrow, WhatIsNoException_IsToldAsSuch) {

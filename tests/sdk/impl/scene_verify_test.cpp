@@ -16,7 +16,7 @@ struct SceneVerifier::Tamper {
     static Link& keptLink(const Input& input) { return input.m_extras->stash->link; }
     static void setNode(Input& input, Node* node) { input.m_node = node; }
     static void setParent(Input& input, Input* parent) { input.m_parent = parent; }
-    static void setIndex(Input& input, u64 index) { input.m_index = index; }
+    static void setIndex(Input& input, u64 index) { input.m_number = index; }
     static void setNameHash(Input& input, u64 hash) { input.m_nameHash = hash; }
     static void setValue(Input& input, INode* node) { input.m_value = Value(node); }
     static void setSource(Input& input, Output* source) { input.extras().source = source; }
