@@ -381,6 +381,12 @@ void Input::recordLinks(EditStep& step) {
     }
 }
 
+void Input::showOwnValues() noexcept {
+    forEachWithin([](Input& input) {
+        if (input.isModified()) input.takeStashedBack();
+    });
+}
+
 // Unties the input and what it holds from node, sources and links, telling nobody.
 void Input::letGo() noexcept {
     if (members().empty()) return untie();

@@ -182,6 +182,9 @@ public:
     std::unique_ptr<Stash> takeStashedBack() noexcept;
     /// The contrary: shows a value, and keeps aside what was kept, if anything.
     void showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept;
+    /// For the owner alone, when the input leaves it: from now on it and what it holds show what
+    /// the user set, unheard. Nobody could tell later that modifiers made something else of it.
+    void showOwnValues() noexcept;
     /// Tells whether the scene's modifiers may write over the value, and the kept one is the
     /// user's.
     [[nodiscard]] QV_EXPORT bool isModified() const;

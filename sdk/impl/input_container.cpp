@@ -337,6 +337,7 @@ void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& pla
     step.commit();
     departing.offList();
     if (recordsTies) removed.recordTies();
+    removed.showOwnValues();
     departing.begin();
     if (held) held->onInputRemoved(&removed);
 }

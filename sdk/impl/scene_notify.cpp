@@ -27,6 +27,13 @@ void Scene::tellThenModify(const IInput* input, const Tell& tell) {
     calls.end();
 }
 
+// Nor is whoever derives from the scene told that it is dirty.
+void Scene::followUntold(const IInput* input) {
+    if (isMaking(input->node())) return;
+    Scene::setDirty(true);
+    modify(input);
+}
+
 // An application that derives from the scene hears of everything.
 // Type descriptions are compared by their place, which is quick: one that stands in two places
 // would count as derived, which costs time alone.
