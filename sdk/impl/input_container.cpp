@@ -164,6 +164,7 @@ void Input::moveMember(u64 from, u64 to) {
     ds::Vector<IInput*>& list = m_extras->members;
     list.insert(to, list.extract(from));
     renumber(std::min(from, to));
+    dropHash();
     changed(Value());
 }
 

@@ -53,6 +53,22 @@ TEST_F(InputList, Index_IsMadeFromSixteenInputsOn) {
     EXPECT_EQ(findInList(m_list, "LAST"), m_all.back());
 }
 
+TEST_F(InputList, Index_IsMadeWhenTheSixteenthIsInserted) {
+    appendMany(15);
+    m_all.push_back(new Input(nullptr, nullptr, "amid", AttrType::Int, AttrType::Null));
+    insertIntoList(m_list, 7, m_all.back());
+    EXPECT_TRUE(isIndexed());
+    EXPECT_EQ(findInList(m_list, "in7"), m_all[7]);
+}
+
+TEST_F(InputList, FirstThatLeaves_GivesTheIndexToOneWithADescription) {
+    appendMany(40);
+    static_cast<Input*>(m_all[1])->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
+    removeFromList(m_list, 0);
+    EXPECT_TRUE(isIndexed());
+    EXPECT_EQ(findInList(m_list, "in39"), m_all[39]);
+}
+
 TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
     IInput* first = append("twin");
     append("TWIN");

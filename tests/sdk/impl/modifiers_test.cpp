@@ -265,6 +265,42 @@ TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsTheUsers) {
     EXPECT_EQ(m_scene.ownOf("n", "b"), 7);
 }
 
+// Notes of each change whether the node says that modifiers made it; sets "b" amid the first.
+struct ModifyingNotes : SceneObserver {
+    void inputChanged(const IInput* input, const AttrData*) override {
+        auto* node = static_cast<Node*>(input->node());
+        note(*node, input->path().buf());
+        if (!node->modifying() || isDone) return;
+        isDone = true;
+        node->input("b")->setReal(7);
+        note(*node, "after it");
+    }
+    void note(const Node& node, const char* what) {
+        heard += std::string(what) + (node.modifying() ? " modified; " : " set; ");
+    }
+    std::string heard;
+    bool isDone = false;
+};
+
+TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsToldAsSet) {
+    ModifyingNotes notes;
+    m_scene.scene.subscribe(&notes);
+    m_scene["scale"]["factor"].set(10.0);
+    m_scene.scene.unsubscribe(&notes);
+    EXPECT_EQ(notes.heard, "scale.factor set; n.a modified; n.b set; after it modified; ");
+}
+
+TEST_F(SceneModifiers, NodeThatIsMarkedWithoutModifiers_IsToldAsMarked) {
+    ModifyingNotes notes;
+    notes.isDone = true;
+    m_scene.get("scale")->beginModification();
+    m_scene.scene.subscribe(&notes);
+    m_scene["scale"]["factor"].set(10.0);
+    m_scene.scene.unsubscribe(&notes);
+    EXPECT_EQ(notes.heard.substr(0, notes.heard.find(';')), "scale.factor modified");
+    m_scene.get("scale")->endModification();
+}
+
 TEST_F(SceneModifiers, AnObserverThatThrows_LeavesTheSceneWorking) {
     struct Thrower : SceneObserver {
         void inputChanged(const IInput* input, const AttrData*) override {
