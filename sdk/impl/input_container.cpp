@@ -194,6 +194,7 @@ void Input::moveMember(u64 from, u64 to) {
             std::rotate(at(to), at(from), at(from + 1));
         number(std::min(from, to), std::max(from, to) + 1);
     }
+    dropHash();
     changed(Value());
 }
 
