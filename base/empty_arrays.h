@@ -22,8 +22,7 @@ public:
     /// A run of the pool with all cells in use. Throws `std::bad_alloc` when memory is out.
     [[nodiscard, gnu::returns_nonnull]] static EmptyArrays* take();
 
-    /// The empty array of bucket `index`. Its count, 0, stands in front of it and was never
-    /// written: cells are zero from the start, so that a map does not touch them.
+    /// The empty array of bucket `index`, whose count, 0, stands in front of it.
     [[nodiscard]] void* array(u64 index) noexcept { return m_cells + (index + 1) * cellSize; }
 
     /// The run whose cell `index` holds the empty array at `array`.

@@ -108,11 +108,20 @@ BENCHMARK(undoClearInputs)->Name("growth_clear_inputs/undo")->Apply(manySizes);
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
+// Each node links to the one before.
+void linkNodes(const Scene& scene, u64 count) {
+    Node previous;
+    for (u64 i = 0; i < count; ++i) {
+        const Node node = scene.createNode("t", numbered("n", i));
+        node.createInput("link", AttrType::Node).set(previous.get());
+        previous = node;
+    }
+}
+
 struct ManyNodes : Growing {
     explicit ManyNodes(benchmark::State& state) : Growing(state) {
         scene.setUndoEnabled(false);
-        for (u64 i = 0; i < count; ++i)
-            scene.createNode("t", numbered("n", i));
+        linkNodes(scene, count);
         scene.setUndoEnabled(true);
     }
 };
@@ -134,6 +143,23 @@ void undoClearScene(benchmark::State& state) {
 }
 BENCHMARK(undoClearScene)
     ->Name("growth_clear_scene/undo")
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
+
+void endScene(benchmark::State& state) {
+    const auto count = static_cast<u64>(state.range(0));
+    for (auto _ : state) {
+        state.PauseTiming();
+        Scene scene = Scene::create();
+        linkNodes(scene, count);
+        state.ResumeTiming();
+        scene = Scene();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(endScene)
+    ->Name("growth_end_scene")
     ->Arg(10'000)
     ->Arg(100'000)
     ->Unit(benchmark::kMillisecond);

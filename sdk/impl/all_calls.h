@@ -16,6 +16,7 @@ public:
             if (!m_thrown) m_thrown = std::current_exception();
         }
     }
+    [[nodiscard]] bool hasThrown() const noexcept { return m_thrown != nullptr; }
     /// Throws the first exception that came out, if any did.
     void end() {
         if (m_thrown) std::rethrow_exception(std::exchange(m_thrown, nullptr));

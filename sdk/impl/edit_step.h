@@ -23,9 +23,9 @@ public:
     /// `node` may be null. Of a node that is being made or destroyed nothing is recorded.
     explicit EditStep(const Node* node) {
         auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
-        if (scene && !scene->isMaking(node)) open(*scene);
+        if (scene && !scene->isMaking(node)) begin(*scene);
     }
-    explicit EditStep(Scene& scene) { open(scene); }
+    explicit EditStep(Scene& scene) { begin(scene); }
     ~EditStep() {
         if (!m_scene) return;
         if (std::uncaught_exceptions() > m_exceptions && m_scene->tellings() == m_tellings) {
@@ -73,12 +73,15 @@ public:
     }
 
 private:
-    void open(Scene& scene) {
-        History& history = scene.history();
-        if (!history.isRecording()) return history.missed();
-        history.openOperation();
+    void begin(Scene& scene) {
+        if (scene.history().isRecording()) return open(scene);
+        scene.history().missed();
+    }
+    // Out of line, so that scenes that record nothing pay for the question alone.
+    [[gnu::noinline]] void open(Scene& scene) {
+        scene.history().openOperation();
         m_scene = RefersTo<Scene>(&scene);
-        m_start = history.openChanges();
+        m_start = scene.history().openChanges();
         m_tellings = scene.tellings();
         m_news = NewsHold::mark();
         m_exceptions = std::uncaught_exceptions();

@@ -128,16 +128,13 @@ RareExtras& rareOf(InputExtras& extras) {
 
 } // namespace
 
-void Input::setKinds(AttrType type, AttrType elementType) {
-    const auto kind = static_cast<u32>(type), elementKind = static_cast<u32>(elementType);
-    m_type = static_cast<u8>(std::min<u32>(kind, farKind));
-    m_elementType = static_cast<u8>(std::min<u32>(elementKind, farKind));
+void Input::setFarKinds(AttrType type, AttrType elementType) {
     if (m_type == farKind) rareOf(extras()).type = type;
     if (m_elementType == farKind) rareOf(extras()).elementType = elementType;
 }
 
 void Input::setDeclaredType(DataType type) {
-    m_dataType = static_cast<u8>(std::min<u32>(static_cast<u32>(type), farKind));
+    m_dataType = narrowed(type);
     if (m_dataType == farKind) rareOf(extras()).dataType = type;
 }
 
@@ -384,8 +381,15 @@ void Input::recordLinks(EditStep& step) {
     }
 }
 
+void Input::showOwnValues() noexcept {
+    forEachWithin([](Input& input) {
+        if (input.isModified()) input.takeStashedBack();
+    });
+}
+
 // Unties the input and what it holds from node, sources and links, telling nobody.
 void Input::letGo() noexcept {
+    if (members().empty()) return untie();
     forEachWithin([](Input& input) { input.untie(); });
 }
 

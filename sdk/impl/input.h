@@ -4,6 +4,7 @@
 #include "sdk/impl/attr_data.h"
 #include "sdk/interfaces/i_input.h"
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 
@@ -181,6 +182,9 @@ public:
     std::unique_ptr<Stash> takeStashedBack() noexcept;
     /// The contrary: shows a value, and keeps aside what was kept, if anything.
     void showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept;
+    /// For the owner alone, when the input leaves it: from now on it and what it holds show what
+    /// the user set, unheard. Nobody could tell later that modifiers made something else of it.
+    void showOwnValues() noexcept;
     /// Tells whether the scene's modifiers may write over the value, and the kept one is the
     /// user's.
     [[nodiscard]] QV_EXPORT bool isModified() const;
@@ -273,7 +277,12 @@ private:
 
     InputExtras& extras();
     [[nodiscard]] bool isElement() const noexcept;
-    void setKinds(AttrType type, AttrType elementType);
+    void setKinds(AttrType type, AttrType elementType) {
+        m_type = narrowed(type);
+        m_elementType = narrowed(elementType);
+        if (m_type == farKind || m_elementType == farKind) setFarKinds(type, elementType);
+    }
+    void setFarKinds(AttrType type, AttrType elementType);
     void setDeclaredType(DataType type);
     // Of kinds that take more than 8 bits.
     [[nodiscard]] QV_EXPORT AttrType farType() const noexcept;
@@ -343,6 +352,10 @@ private:
     // An AttrType, another, and the DataType that a Buffer declares: any that fit 8 bits; `farKind`
     // stands for one that the extras have.
     static constexpr u8 farKind = 255;
+    template<typename Kind>
+    [[nodiscard]] static u8 narrowed(Kind kind) noexcept {
+        return static_cast<u8>(std::min(static_cast<u32>(kind), u32{farKind}));
+    }
     u8 m_type = 0;
     u8 m_elementType = 0;
     u8 m_dataType = 0;

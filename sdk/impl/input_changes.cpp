@@ -185,6 +185,8 @@ void InputListChange::putIn(Scene& scene) {
     input().entered(m_owner.get(), m_holder.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
+    // Nobody hears of a silent one, which modifiers write to all the same.
+    if (input().isSilent()) scene.applyModifiers(m_owner.get());
 }
 
 void InputListChange::takeOut(Scene& scene) {
@@ -196,6 +198,7 @@ void InputListChange::takeOut(Scene& scene) {
         removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
     // The list's reference.
     const auto leaving = RefersTo<Input>::adopt(&input());
+    leaving->showOwnValues();
     m_owner->onInputRemoved(&input());
     afterTelling([leaving] { leaving->left(); });
 }

@@ -194,6 +194,7 @@ void Input::moveMember(u64 from, u64 to) {
             std::rotate(at(to), at(from), at(from + 1));
         number(std::min(from, to), std::max(from, to) + 1);
     }
+    dropHash();
     changed(Value());
 }
 
@@ -337,6 +338,7 @@ void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& pla
     step.commit();
     departing.offList();
     if (recordsTies) removed.recordTies();
+    removed.showOwnValues();
     departing.begin();
     if (held) held->onInputRemoved(&removed);
 }

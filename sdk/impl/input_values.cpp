@@ -43,18 +43,13 @@ namespace {
 // A change of the user's amid those that modifiers made of a node.
 class UserEdit {
 public:
-    explicit UserEdit(Node& node) : m_node(&node), m_wasModifying(node.modifying()) {
-        m_node->endModification();
-    }
-    ~UserEdit() {
-        if (m_wasModifying) m_node->beginModification();
-    }
+    explicit UserEdit(Node& node) : m_node(&node) { m_node->endModification(); }
+    ~UserEdit() { m_node->beginModification(); }
     UserEdit(const UserEdit&) = delete;
     UserEdit& operator=(const UserEdit&) = delete;
 
 private:
     RefersTo<Node> m_node;
-    bool m_wasModifying;
 };
 
 } // namespace
@@ -117,7 +112,6 @@ bool Input::storeModified(Value value) {
 }
 
 void Input::changed(Value before) {
-    dropHash();
     if (!m_node) return;
     // Who is told may remove the node that a link led to.
     const RefersTo<INode> linked(before.type() == AttrType::Node ? before.asNode() : nullptr);

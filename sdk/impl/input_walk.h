@@ -12,25 +12,25 @@ namespace qv::kelvo_sdk::impl {
 /// met last may change what they hold, but no list that holds them.
 class InputWalk {
 public:
-    explicit InputWalk(const ds::Vector<IInput*>& list) { enter(list); }
+    explicit InputWalk(const ds::Vector<IInput*>& list) : m_at{&list} {}
 
     /// Returns null when there is no further one.
     [[nodiscard]] Input* next() {
-        while (!m_open.empty()) {
-            Level& level = m_open.back();
-            if (level.next < level.list->size()) {
-                auto* input = static_cast<Input*>((*level.list)[level.next++]);
-                enter(input->members());
-                return input;
-            }
-            m_open.pop_back();
+        while (m_at.next >= m_at.list->size()) {
+            if (m_outer.empty()) return nullptr;
+            leave();
         }
-        return nullptr;
+        auto* input = static_cast<Input*>((*m_at.list)[m_at.next++]);
+        if (!input->members().empty()) {
+            m_outer.push_back(m_at);
+            m_at = {&input->members()};
+        }
+        return input;
     }
 
     /// Passes over what the input met last holds.
     void leaveOut() noexcept {
-        if (!m_open.empty() && m_open.back().next == 0) m_open.pop_back();
+        if (m_at.next == 0 && !m_outer.empty()) leave();
     }
 
 private:
@@ -39,11 +39,13 @@ private:
         u64 next = 0;
     };
 
-    void enter(const ds::Vector<IInput*>& list) {
-        if (!list.empty()) m_open.push_back({&list});
+    void leave() noexcept {
+        m_at = m_outer.back();
+        m_outer.pop_back();
     }
 
-    std::vector<Level> m_open;
+    Level m_at;
+    std::vector<Level> m_outer;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -39,7 +39,7 @@ LinkTable& LinkTable::keptOfFreeNodes() noexcept {
 }
 
 LinkTable::~LinkTable() {
-    while (Link* first = takeRing()) {
+    takeRings([](Link* first) {
         Link* link = first;
         do {
             Link* next = link->next;
@@ -47,7 +47,7 @@ LinkTable::~LinkTable() {
             link->previous = link->next = nullptr;
             link = next;
         } while (link != first);
-    }
+    });
 }
 
 // The low bits of addresses are alike.
@@ -78,17 +78,6 @@ void LinkTable::grow() noexcept {
             first = next;
         }
     m_many = std::move(many);
-}
-
-Link* LinkTable::takeRing() noexcept {
-    for (u64 i = 0; i < m_placeCount && m_ringCount != 0; ++i) {
-        if (!m_places[i]) continue;
-        --m_ringCount;
-        Link* first = m_places[i];
-        m_places[i] = std::exchange(first->nextRing, nullptr);
-        return first;
-    }
-    return nullptr;
 }
 
 void LinkTable::add(Link& link, interfaces::INode* target) noexcept {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -44,10 +45,10 @@ public:
     LinkTable(const LinkTable&) = delete;
     LinkTable& operator=(const LinkTable&) = delete;
 
-    /// Lets all links go and calls `visit(Input&)` for each of their inputs.
+    /// Lets all links go and calls `visit(Input&)` for each of their inputs, which adds none.
     template<typename Visit>
     void clear(const Visit& visit) {
-        while (Link* first = takeRing()) {
+        takeRings([&visit](Link* first) {
             first->previous->next = nullptr;
             for (Link* link = first; link;) {
                 Link* next = link->next;
@@ -55,7 +56,7 @@ public:
                 visit(*link->input);
                 link = next;
             }
-        }
+        });
     }
 
     /// Needs a link that is in no table.
@@ -92,8 +93,16 @@ private:
     [[nodiscard]] Link** placeOf(const interfaces::INode* target) const noexcept;
     [[nodiscard]] Link** chainOf(const interfaces::INode* target) const noexcept;
     void grow() noexcept;
-    // Takes any ring out whole; null when there is none.
-    [[nodiscard]] Link* takeRing() noexcept;
+    // Takes each ring out whole and calls `take(Link*)` with its first link.
+    template<typename Take>
+    void takeRings(const Take& take) {
+        for (u64 i = 0; i < m_placeCount; ++i)
+            while (Link* first = m_places[i]) {
+                m_places[i] = std::exchange(first->nextRing, nullptr);
+                --m_ringCount;
+                take(first);
+            }
+    }
     template<typename Visit>
     void forEachRing(const Visit& visit) const {
         for (u64 i = 0; i < m_placeCount; ++i)

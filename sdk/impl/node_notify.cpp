@@ -6,6 +6,7 @@
 
 #include "sdk/impl/node.h"
 
+#include "sdk/impl/all_calls.h"
 #include "sdk/impl/modifiers.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node_change_scope.h"
@@ -67,6 +68,16 @@ private:
     RefersTo<INode> m_linked;
     bool m_isKnown;
 };
+
+// Tells a node's own observers of a value or connection. Whatever they throw, the scene goes by it.
+template<typename Tell>
+void tellOwn(const Node& node, const IInput* input, const Tell& tell) {
+    AllCalls calls;
+    calls.make(tell);
+    if (calls.hasThrown() && node.scene())
+        calls.make([&] { sceneOf(node.scene())->followUntold(input); });
+    calls.end();
+}
 
 template<typename Attribute>
 RefersTo<Attribute> held(const Attribute* attribute) {
@@ -160,9 +171,11 @@ void Node::onInputChanged(const IInput* input, const AttrData* previous) {
     if (isHeard()) survivors.keep(this, input);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
-        tellObservers([&](NodeObserver* observer) {
-            survivors.keep(this, input);
-            observer->inputChanged(handleOn(input));
+        tellOwn(*this, input, [&] {
+            tellObservers([&](NodeObserver* observer) {
+                survivors.keep(this, input);
+                observer->inputChanged(handleOn(input));
+            });
         });
     const bool isKept = survivors.any();
     if (m_scene) sceneOf(m_scene)->notifyInputChanged(input, previous);
@@ -184,9 +197,11 @@ void Node::onInputConnected(const IInput* input, const IOutput* before, const IO
     if (isHeard()) survivors.keep(this, input, before, after);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
-        tellObservers([&](NodeObserver* observer) {
-            survivors.keep(this, input, before, after);
-            observer->inputConnected(handleOn(input));
+        tellOwn(*this, input, [&] {
+            tellObservers([&](NodeObserver* observer) {
+                survivors.keep(this, input, before, after);
+                observer->inputConnected(handleOn(input));
+            });
         });
     if (m_scene) sceneOf(m_scene)->notifyInputConnected(input, before, after);
 }

@@ -80,6 +80,7 @@ bool Node::removeFoundInput(IInput* input) {
     step.commit();
     departing.offList();
     removed->recordTies();
+    removed->showOwnValues();
     departing.begin();
     onInputRemoved(input);
     return true;

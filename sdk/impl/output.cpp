@@ -47,12 +47,15 @@ void Output::leaveOwner() noexcept {
     clearNode();
 }
 
-// Undo goes from the last record to the first: each target finds those before it in place.
+// Undo goes from the last record to the first: each target finds those before it in place. No
+// record may keep a node that ends.
 void Output::leaveList() {
     m_hasLeft = true;
     EditStep step(static_cast<const Node*>(m_node));
     if (!step.isRecording()) return;
     for (u64 rank = m_targets.size(); rank-- > 0;) {
+        const auto* reader = static_cast<const Node*>(m_targets.at(rank)->node());
+        if (reader && reader->isEnding()) continue;
         step.prepare<SourceChange>(*m_targets.at(rank), *this, rank);
         step.commit();
     }

@@ -212,6 +212,9 @@ public:
     QV_EXPORT virtual void notifyOutputRemoved(const IOutput* output);
     QV_EXPORT virtual void notifyInputConnected(const IInput* input, const IOutput* before,
                                                 const IOutput* after);
+    /// For a node whose own observers threw: nobody is told of a value or connection, which the
+    /// scene and its modifiers go by all the same.
+    void followUntold(const IInput* input);
 
     /// A description of an input names a node from now on.
     void noteDescribedNode() noexcept { m_describesNodes = true; }

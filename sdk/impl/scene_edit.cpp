@@ -9,8 +9,9 @@ void Scene::beginEdit() {
     m_history.begin();
 }
 
+// Only the end of the outermost edit is told, and who is told may let go of the scene.
 void Scene::recordEdit(String doText, String undoText) {
-    const RefersTo<Scene> self(this);
+    const RefersTo<Scene> self(m_history.depth() == 1 ? this : nullptr);
     m_history.end(std::move(doText), std::move(undoText));
 }
 

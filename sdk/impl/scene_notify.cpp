@@ -27,10 +27,18 @@ void Scene::tellThenModify(const IInput* input, const Tell& tell) {
     calls.end();
 }
 
+// Nor is whoever derives from the scene told that it is dirty.
+void Scene::followUntold(const IInput* input) {
+    if (isMaking(input->node())) return;
+    Scene::setDirty(true);
+    modify(input);
+}
+
 // An application that derives from the scene hears of everything.
+// Type descriptions are compared by their place, which is quick: one that stands in two places
+// would count as derived, which costs time alone.
 bool Scene::isHeard() const noexcept {
-    if (hasObservers() || typeid(*this) != typeid(Scene)) return true;
-    return !m_modifiers->isIdle();
+    return hasObservers() || &typeid(*this) != &typeid(Scene) || !m_modifiers->isIdle();
 }
 
 bool Scene::subscribe(SceneObserver* observer) {

@@ -185,6 +185,12 @@ TEST(Hash, Folded_IsThatOfTheLowerCaseText) {
     }
 }
 
+// These cancel what they are mixed with.
+TEST(Hash, Mix_OfWordsWhoseProductIsZero_IsNot) {
+    EXPECT_NE(hashMix(detail::hashSalt[0], 7), 0u);
+    EXPECT_NE(hashMix(7, detail::hashSalt[1]), 0u);
+}
+
 TEST(Hash, Mix_DependsOnTheOrder) {
     EXPECT_NE(hashMix(hashMix(0, 1), 2), hashMix(hashMix(0, 2), 1));
     EXPECT_NE(hashMix(1, 2), hashMix(2, 1));

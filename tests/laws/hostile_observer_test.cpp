@@ -40,8 +40,16 @@ struct Trial {
 
 private:
     static std::string faultsOf(const Stage& stage, const char* when);
-    [[nodiscard]] std::string checkHistory(const Stage& stage, const String& before) const;
+    [[nodiscard]] std::string checkHistory(const Stage& stage, const std::string& before) const;
 };
+
+// The text of a scene and the hash of each of its nodes.
+std::string portraitOf(const Scene& scene) {
+    std::string portrait = scene.text().buf();
+    for (u64 i = 0; i < scene.nodeCount(); ++i)
+        portrait += "# " + std::to_string(scene.node(i).hash()) + "\n";
+    return portrait;
+}
 
 std::string Trial::faultsOf(const Stage& stage, const char* when) {
     std::string wrong;
@@ -56,18 +64,28 @@ std::string Trial::faultsOf(const Stage& stage, const char* when) {
     return wrong;
 }
 
-std::string Trial::checkHistory(const Stage& stage, const String& before) const {
+// Undone to the first step, redone to the last and undone again.
+std::string Trial::checkHistory(const Stage& stage, const std::string& before) const {
     const Scene& scene = stage.scene;
-    std::string wrong;
-    if (scene->editDepth() != 0) wrong += "an edit is open\n";
-    while (wrong.empty() && scene.undo())
-        wrong += faultsOf(stage, "undone");
     const bool comesBack =
         hostileEdits().at(edit).comesBack && hostileMisdeeds().at(misdeed).comesBack;
-    if (wrong.empty() && comesBack && scene.text() != before)
-        wrong += std::string("undo leads elsewhere:\n") + scene.text().buf();
-    while (wrong.empty() && scene.redo())
-        wrong += faultsOf(stage, "redone");
+    // An observer that undid steps leaves another state than that which the last step leads to.
+    std::string after = scene.redoCount() == 0 ? portraitOf(scene) : std::string();
+    std::string wrong;
+    const auto compare = [&](const std::string& expected, const char* what) {
+        if (wrong.empty() && comesBack && portraitOf(scene) != expected)
+            wrong += std::string(what) + " leads elsewhere:\n" + portraitOf(scene);
+    };
+    if (scene->editDepth() != 0) wrong += "an edit is open\n";
+    for (const char* what : {"undo", "undo after redo"}) {
+        while (wrong.empty() && scene.undo())
+            wrong += faultsOf(stage, "undone");
+        compare(before, what);
+        while (wrong.empty() && scene.redo())
+            wrong += faultsOf(stage, "redone");
+        if (after.empty()) after = portraitOf(scene);
+        compare(after, "redo");
+    }
     return wrong;
 }
 
@@ -76,7 +94,7 @@ std::string Trial::run(bool& hasActed) const {
     Hostile hostile(hostileMisdeeds().at(misdeed), when);
     Stage stage(ear == Ear::Library ? HostileLibrary::types() : LibInfo::standard(), recordsUndo);
     const HostileLibrary library([&](auto* node, auto* input) { hostile.called(node, input); });
-    const String before = stage.scene.text();
+    const std::string before = portraitOf(stage.scene);
     hostile.start(stage, ear);
     try {
         hostileEdits().at(edit).run(stage);

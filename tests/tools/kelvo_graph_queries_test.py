@@ -3,6 +3,7 @@
 kelvo_graph_queries_test.py KELVO [...]"""
 import random
 import re
+import resource
 
 from kelvo_tool import SCENE, ToolTest, main, scene, xform
 
@@ -24,6 +25,15 @@ def placed(name, matrix, *children):
 def chain(count):
     """Makes a chain of nodes from n0 to n<count>."""
     return scene(*(xform(f"n{i}", f"n{i + 1}") for i in range(count)), xform(f"n{count}"))
+
+
+# A walk that calls itself at every node of such a chain needs more stack than there is.
+LONG_CHAIN = 20000
+SMALL_STACK = 512 << 10
+
+
+def bound_stack():
+    resource.setrlimit(resource.RLIMIT_STACK, (SMALL_STACK, SMALL_STACK))
 
 
 def reached(edges, start):
@@ -186,10 +196,10 @@ class Paths(ToolTest):
         self.expect(0, "paths", "-", "a", given=given, out="a/b\n")
 
     def test_a_path_as_long_as_the_scene_is_found(self):
-        count = 100000
-        given = chain(count)
-        self.expect(0, "paths", "-", "n0", f"n{count}", given=given,
-                    out="/".join(f"n{i}" for i in range(count + 1)) + "\n")
+        count = LONG_CHAIN
+        self.expect(0, "paths", "-", "n0", f"n{count}", given=chain(count),
+                    out="/".join(f"n{i}" for i in range(count + 1)) + "\n",
+                    preexec_fn=bound_stack)
 
 
 class Deps(ToolTest):
@@ -294,14 +304,16 @@ a (xform)
         self.expect(0, "deps", "a.kns", "wood", "--tree", out="wood (wood)\n")
 
     def test_a_chain_as_long_as_the_scene_is_walked(self):
-        count = 100000
+        count = LONG_CHAIN
         self.file.write_text(chain(count))
         for start, way, last in (("n0", [], f"n{count}"), (f"n{count}", ["--downstream"], "n0")):
             with self.subTest(way):
-                lines = self.expect(0, "deps", "a.kns", start, *way).splitlines()
+                lines = self.expect(0, "deps", "a.kns", start, *way,
+                                    preexec_fn=bound_stack).splitlines()
                 self.assertEqual(len(lines), count)
                 self.assertTrue(lines[-1].startswith(last + " (xform) through "), lines[-1])
-                lines = self.expect(0, "deps", "a.kns", start, "--tree", *way).splitlines()
+                lines = self.expect(0, "deps", "a.kns", start, "--tree", *way,
+                                    preexec_fn=bound_stack).splitlines()
                 self.assertEqual(len(lines), count + 1)
                 self.assertIn(last + " (xform) through ", lines[-1])
                 self.assertLess(max(map(len, lines)), 200)

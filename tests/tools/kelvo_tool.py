@@ -139,9 +139,9 @@ class ToolTest(unittest.TestCase):
         piped = b"".join(text for text in running.communicate(timeout=60) if text)
         return running.returncode, seen.decode().replace("\r\n", "\n"), piped.decode()
 
-    def expect(self, status, *arguments, out=None, error=None, given=None):
+    def expect(self, status, *arguments, out=None, error=None, given=None, **options):
         """Runs the tool; `out` and `error` are the whole texts expected."""
-        ran = self.run_tool(*arguments, given=given)
+        ran = self.run_tool(*arguments, given=given, **options)
         self.assertEqual(ran.returncode, status, ran.stderr)
         if out is not None:
             self.assertEqual(ran.stdout, out)

@@ -51,6 +51,7 @@ CASES = (
     ("return", "{ return true; }", ["{ return false; }"]),
     ("return", "{ return f(x); }", ["{ return {}; }"]),
     ("return", "{ return nullptr; }", []),
+    ("return", "{ return DataType::Null; }", []),
     ("return", "{ return impl::Value(); }", []),
     ("return", "{ return Value(3); }", ["{ return {}; }"]),
     ("relation", 'f("a == b"); // a == b', []),

@@ -1,6 +1,5 @@
 #include "tools/kelvo/edit_completion.h"
 
-#include "sdk/impl/node.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/edit_commands.h"
 #include "tools/kelvo/libraries.h"

@@ -2,7 +2,6 @@
 #include "tools/kelvo/edit_commands.h"
 
 #include "base/near_name.h"
-#include "sdk/impl/node.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
@@ -25,7 +24,7 @@ using kelvo_sdk::interfaces::INode;
 
 String questionAboutType(const Libraries& libraries, const String& type) {
     StringVector known;
-    for (const kelvo_sdk::impl::Node* candidate : libraries.types())
+    for (const INode* candidate : libraries.types())
         known.push_back(candidate->type());
     NearName near(type.view());
     for (const String& candidate : known)
@@ -49,7 +48,7 @@ bool runNew(EditSession& session, const Edit& edit, EditFault& fault) {
     const Libraries* libraries = librariesInUse();
     if (!libraries) return fault.at(0, "the node libraries cannot be loaded.");
     if (!isFree(session, edit, 2, Node(), fault)) return false;
-    const kelvo_sdk::impl::Node* known = libraries->lookUpType(type);
+    const INode* known = libraries->lookUpType(type);
     if (known && known->isAbstract()) return fault.at(1, "type '" + type + "' is abstract.");
     if (!type.isSimpleCID())
         return fault.at(1, "'" + type + "' is no type: expected letters, digits and '_'.");

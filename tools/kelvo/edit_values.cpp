@@ -43,8 +43,8 @@ const kelvo_sdk::impl::Input* definitionOf(const Input& input) {
     const auto& own = static_cast<const kelvo_sdk::impl::Input&>(*input.get());
     if (own.parent() || own.details()) return nullptr;
     const Libraries* libraries = librariesInUse();
-    const Node* type = libraries ? libraries->lookUpType(own.node()->type()) : nullptr;
-    const IInput* known = type ? type->lookUpInput(own.name()) : nullptr;
+    const IInput* known =
+        libraries ? libraries->lookUpInput(own.node()->type(), own.name()) : nullptr;
     return known && known->typeName() == own.typeName()
                ? static_cast<const kelvo_sdk::impl::Input*>(known)
                : nullptr;
@@ -72,8 +72,7 @@ bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
 IOutput* knownOutput(const kelvo_sdk::Node& node, const String& name) {
     if (node->hasOutput(name, AttrType::Null)) return node->output(name);
     const Libraries* libraries = librariesInUse();
-    const Node* type = libraries ? libraries->lookUpType(node.type()) : nullptr;
-    const IOutput* like = type ? type->lookUpOutput(name) : nullptr;
+    const IOutput* like = libraries ? libraries->lookUpOutput(node.type(), name) : nullptr;
     if (!like) return nullptr;
     // What else there is to say of it stays with the type.
     return like->type() == AttrType::Buffer

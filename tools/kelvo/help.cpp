@@ -1,7 +1,6 @@
 #include "tools/kelvo/commands.h"
 
 #include "base/near_name.h"
-#include "sdk/impl/node.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/help_site.h"
 #include "tools/kelvo/help_text.h"
@@ -15,7 +14,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::impl::Node;
+using kelvo_sdk::interfaces::INode;
 
 struct HelpOptions {
     const CommandLine* line = nullptr;
@@ -38,7 +37,7 @@ u64 widthOf(const HelpOptions& options, const Terminal& out) {
     return out.width() == 0 ? usualWidth : std::min(out.width(), usualWidth);
 }
 
-Status printType(const Node& type, const HelpOptions& options, Terminal& out) {
+Status printType(const INode& type, const HelpOptions& options, Terminal& out) {
     if (!options.isPage()) {
         out.write(helpText(type, widthOf(options, out)).view());
         return Status::Ok;
@@ -54,7 +53,7 @@ Status printType(const Node& type, const HelpOptions& options, Terminal& out) {
     return Status::Fault;
 }
 
-Status printAll(const std::vector<const Node*>& types, const HelpOptions& options, Terminal& out) {
+Status printAll(const std::vector<const INode*>& types, const HelpOptions& options, Terminal& out) {
     if (options.out.isEmpty() || isStream(options.out)) {
         complain("--all needs -o and the folder to write to.");
         return Status::Usage;
@@ -72,7 +71,7 @@ Status printAll(const std::vector<const Node*>& types, const HelpOptions& option
 
 Status tellUnknown(const String& word, const CommandLine& line, const Libraries& libraries) {
     StringVector names = line.commands();
-    for (const Node* type : libraries.types())
+    for (const INode* type : libraries.types())
         names.push_back(type->type());
     NearName near(word.view());
     for (const String& known : std::as_const(names))
@@ -88,7 +87,7 @@ Status tellUnknown(const String& word, const CommandLine& line, const Libraries&
 // A command comes before a node type of that name, unless pages are asked for, which types have.
 Status explainWord(const HelpOptions& options, const Libraries& libraries, Terminal& out) {
     const String& word = *options.word;
-    const Node* type = libraries.lookUpType(word);
+    const INode* type = libraries.lookUpType(word);
     const String command = options.isType ? String() : options.line->helpOf(word);
     if (command.isEmpty() && options.isType) type = libraries.findType(word);
     if (type && (command.isEmpty() || options.isPage())) return printType(*type, options, out);

@@ -14,7 +14,8 @@
 namespace qv::kelvo_tool {
 
 namespace html = kelvo_sdk::impl::html;
-using kelvo_sdk::impl::Node;
+using kelvo_sdk::impl::helpTitle;
+using kelvo_sdk::interfaces::INode;
 
 namespace {
 
@@ -119,7 +120,7 @@ void appendAttribute(StringIO& out, std::string_view name, std::string_view text
 }
 
 // All that the search looks through.
-String searchText(const Node& type) {
+String searchText(const INode& type) {
     StringIO text;
     text.append(type.type().view()).append(' ').append(helpTitle(type).view());
     for (const String& base : type.bases())
@@ -136,7 +137,7 @@ String searchText(const Node& type) {
 }
 
 void appendEntry(StringIO& out, const IndexEntry& entry) {
-    const Node& type = *entry.type;
+    const INode& type = *entry.type;
     const String title = helpTitle(type);
     out.append("<li");
     appendAttribute(out, "data-name", (title + " " + type.type()).view());

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/string.h"
-#include "sdk/impl/node.h"
+#include "sdk/interfaces/i_node.h"
 
 #include <vector>
 
@@ -9,7 +9,7 @@ namespace qv::kelvo_tool {
 
 /// A type, and where its page stands as seen from the index.
 struct IndexEntry {
-    const kelvo_sdk::impl::Node* type;
+    const kelvo_sdk::interfaces::INode* type;
     String page;
 };
 

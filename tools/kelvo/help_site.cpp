@@ -15,7 +15,7 @@ namespace qv::kelvo_tool {
 
 using kelvo_sdk::impl::KndHtmlLinks;
 using kelvo_sdk::impl::KndHtmlWriter;
-using kelvo_sdk::impl::Node;
+using kelvo_sdk::interfaces::INode;
 
 namespace {
 
@@ -25,12 +25,12 @@ constexpr u64 longestName = 100;
 /// The types of a site, each with the file of its page.
 class Pages {
 public:
-    explicit Pages(const std::vector<const Node*>& types) {
-        for (const Node* type : types)
+    explicit Pages(const std::vector<const INode*>& types) {
+        for (const INode* type : types)
             if (type && !m_files.contains(type->type())) add(*type);
     }
 
-    [[nodiscard]] const std::vector<const Node*>& types() const noexcept { return m_types; }
+    [[nodiscard]] const std::vector<const INode*>& types() const noexcept { return m_types; }
     /// Returns the file of a type; empty for one that is not of the site.
     [[nodiscard]] String fileOf(const String& type) const {
         const auto found = m_files.find(type);
@@ -42,7 +42,7 @@ public:
     }
 
 private:
-    void add(const Node& type) {
+    void add(const INode& type) {
         m_types.push_back(&type);
         m_files.emplace(type.type(), newFile(type.type()));
         for (const String& base : type.bases())
@@ -61,14 +61,14 @@ private:
         return name + ".html";
     }
 
-    std::vector<const Node*> m_types;
+    std::vector<const INode*> m_types;
     std::unordered_map<String, String> m_files;
     std::unordered_map<String, std::vector<String>> m_derived;
     std::unordered_set<String> m_taken;
 };
 
-kelvo_sdk::Node handleOf(const Node& node) {
-    return kelvo_sdk::Node(const_cast<Node*>(&node));
+kelvo_sdk::Node handleOf(const INode& node) {
+    return kelvo_sdk::Node(const_cast<INode*>(&node));
 }
 
 bool makeFolder(const String& folder, String& error) {
@@ -80,7 +80,7 @@ bool makeFolder(const String& folder, String& error) {
 
 } // namespace
 
-std::vector<SiteFile> helpSite(const std::vector<const Node*>& types) {
+std::vector<SiteFile> helpSite(const std::vector<const INode*>& types) {
     const Pages pages(types);
     KndHtmlLinks links;
     links.index = "../index.html";
@@ -88,7 +88,7 @@ std::vector<SiteFile> helpSite(const std::vector<const Node*>& types) {
     links.pageOf = [&](const String& type) { return pages.fileOf(type); };
     std::vector<SiteFile> site;
     std::vector<IndexEntry> entries;
-    for (const Node* type : pages.types()) {
+    for (const INode* type : pages.types()) {
         const String path = folderOfTypes + pages.fileOf(type->type());
         links.derived = pages.derivedFrom(type->type());
         site.push_back({path, KndHtmlWriter::sitePage(handleOf(*type), links)});

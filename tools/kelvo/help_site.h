@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/string.h"
-#include "sdk/impl/node.h"
+#include "sdk/interfaces/i_node.h"
 
 #include <vector>
 
@@ -17,7 +17,7 @@ struct SiteFile {
 /// from a folder, and without the index's script as a list. Types are given by their prototypes; of
 /// two of one name the first counts.
 [[nodiscard]] std::vector<SiteFile>
-helpSite(const std::vector<const kelvo_sdk::impl::Node*>& types);
+helpSite(const std::vector<const kelvo_sdk::interfaces::INode*>& types);
 
 /// Writes a site to a folder, which is made if it is not there. False with a sentence in `error`.
 [[nodiscard]] bool writeSite(const std::vector<SiteFile>& site, const String& folder,

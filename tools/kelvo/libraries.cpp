@@ -1,7 +1,6 @@
 #include "tools/kelvo/libraries.h"
 
 #include "base/near_name.h"
-#include "sdk/impl/node.h"
 #include "sdk/interfaces/i_output.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/message.h"
@@ -11,17 +10,9 @@
 
 namespace qv::kelvo_tool {
 
+using kelvo_sdk::AttrType;
 using kelvo_sdk::LibInfo;
-using kelvo_sdk::impl::Node;
-
-namespace {
-
-// The library keeps it alive.
-const Node* prototypeIn(const kelvo_sdk::Node& type) {
-    return static_cast<const Node*>(type.get());
-}
-
-} // namespace
+using kelvo_sdk::interfaces::INode;
 
 LibraryOptions& libraryOptions() {
     static LibraryOptions options;
@@ -51,7 +42,7 @@ bool addDerivedTypes(const StringVector& types, StringVector& all) {
     if (types.isEmpty()) return true;
     const Libraries* libraries = librariesInUse();
     if (!libraries) return false;
-    for (const Node* type : libraries->types())
+    for (const INode* type : libraries->types())
         if (type->isTypeOf(types) && !types.contains(type->type(), false))
             all.push_back(type->type());
     return true;
@@ -107,31 +98,42 @@ void Libraries::addTo(const kelvo_sdk::Scene& scene) const {
         scene.addLibrary(known.library);
 }
 
-std::vector<const Node*> Libraries::types() const {
-    std::vector<const Node*> found;
+std::vector<const INode*> Libraries::types() const {
+    std::vector<const INode*> found;
     std::unordered_set<String> names;
     for (const NamedLibrary& known : m_all)
         for (u64 i = 0; i < known.library.typeCount(); ++i)
-            if (const Node* type = prototypeIn(known.library.type(i));
-                names.insert(type->type()).second)
+            if (const INode* type = known.library.type(i).get(); names.insert(type->type()).second)
                 found.push_back(type);
     return found;
 }
 
-const Node* Libraries::lookUpType(const String& name) const noexcept {
+const INode* Libraries::lookUpType(const String& name) const noexcept {
     for (const NamedLibrary& known : m_all)
-        if (const Node* type = prototypeIn(known.library.findType(name))) return type;
+        if (const INode* type = known.library.findType(name).get()) return type;
     return nullptr;
 }
 
+const kelvo_sdk::interfaces::IInput* Libraries::lookUpInput(const String& type,
+                                                            const String& name) const {
+    const INode* known = lookUpType(type);
+    return known && known->hasInput(name, AttrType::Null) ? known->input(name) : nullptr;
+}
+
+const kelvo_sdk::interfaces::IOutput* Libraries::lookUpOutput(const String& type,
+                                                              const String& name) const {
+    const INode* known = lookUpType(type);
+    return known && known->hasOutput(name, AttrType::Null) ? known->output(name) : nullptr;
+}
+
 StringVector Libraries::basesOf(const String& type) const {
-    const Node* known = lookUpType(type);
+    const INode* known = lookUpType(type);
     return known ? known->bases() : StringVector();
 }
 
 String Libraries::iconOf(const kelvo_sdk::interfaces::INode& node) const {
     if (const String own = node.svgIcon(true); !own.isEmpty()) return own;
-    const Node* known = lookUpType(node.type());
+    const INode* known = lookUpType(node.type());
     return known ? known->svgIcon(false) : node.svgIcon(false);
 }
 
@@ -139,20 +141,20 @@ bool Libraries::defines(const kelvo_sdk::interfaces::IInput& input) const {
     const kelvo_sdk::interfaces::IInput* top = &input;
     while (top->parent())
         top = top->parent();
-    const Node* type = top->node() ? lookUpType(top->node()->type()) : nullptr;
+    const INode* type = top->node() ? lookUpType(top->node()->type()) : nullptr;
     return type && type->hasInput(top->name(), top->type());
 }
 
 bool Libraries::mayDefine(const kelvo_sdk::interfaces::IOutput& output) const {
-    const Node* type = output.node() ? lookUpType(output.node()->type()) : nullptr;
+    const INode* type = output.node() ? lookUpType(output.node()->type()) : nullptr;
     return !type || type->hasOutput(output.name(), output.type());
 }
 
-const Node* Libraries::findType(const String& name) const {
-    if (const Node* type = lookUpType(name)) return type;
+const INode* Libraries::findType(const String& name) const {
+    if (const INode* type = lookUpType(name)) return type;
     // The names offered have to live until the answer is made.
     std::vector<String> names;
-    for (const Node* type : types())
+    for (const INode* type : types())
         names.push_back(type->type());
     NearName near(name.view());
     for (const String& known : names)

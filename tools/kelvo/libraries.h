@@ -7,11 +7,6 @@
 
 #include <vector>
 
-namespace qv::kelvo_sdk::impl {
-class LibInfo;
-class Node;
-} // namespace qv::kelvo_sdk::impl
-
 namespace qv::kelvo_tool {
 
 /// Where node types come from beside the standard library.
@@ -42,9 +37,14 @@ public:
     void addTo(const kelvo_sdk::Scene& scene) const;
 
     /// Returns the prototypes of all types, each type once.
-    [[nodiscard]] std::vector<const kelvo_sdk::impl::Node*> types() const;
+    [[nodiscard]] std::vector<const kelvo_sdk::interfaces::INode*> types() const;
     /// Returns a type's prototype, null when there is none.
-    [[nodiscard]] const kelvo_sdk::impl::Node* lookUpType(const String& name) const noexcept;
+    [[nodiscard]] const kelvo_sdk::interfaces::INode* lookUpType(const String& name) const noexcept;
+    /// Return an input or output of a type's prototype; null when there is none.
+    [[nodiscard]] const kelvo_sdk::interfaces::IInput* lookUpInput(const String& type,
+                                                                   const String& name) const;
+    [[nodiscard]] const kelvo_sdk::interfaces::IOutput* lookUpOutput(const String& type,
+                                                                     const String& name) const;
     /// Returns the bases of a type, none when there is no type of that name.
     [[nodiscard]] StringVector basesOf(const String& type) const;
     /// Returns the icon of a node or its type as SVG, or the picture for types without one.
@@ -54,7 +54,7 @@ public:
     /// Tells whether the type of an output's node has it, or is unknown.
     [[nodiscard]] bool mayDefine(const kelvo_sdk::interfaces::IOutput& output) const;
     /// Returns a type's prototype; null, after telling the nearest name, when there is none.
-    [[nodiscard]] const kelvo_sdk::impl::Node* findType(const String& name) const;
+    [[nodiscard]] const kelvo_sdk::interfaces::INode* findType(const String& name) const;
 
 private:
     bool readDefinitions(const StringVector& files);

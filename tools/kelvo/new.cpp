@@ -1,6 +1,5 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/node.h"
 #include "tools/kelvo/libraries.h"
 
 namespace qv::kelvo_tool {

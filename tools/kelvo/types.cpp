@@ -2,7 +2,6 @@
 
 #include "base/near_name.h"
 #include "sdk/impl/help_rows.h"
-#include "sdk/impl/node.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/text_columns.h"
@@ -14,7 +13,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::impl::Node;
+using kelvo_sdk::interfaces::INode;
 
 struct TypesOptions {
     std::optional<String> base;
@@ -41,10 +40,10 @@ const NamedLibrary* findLibrary(const Libraries& libraries, const String& name) 
     return nullptr;
 }
 
-std::vector<const Node*> typesOf(const NamedLibrary& library) {
-    std::vector<const Node*> types;
+std::vector<const INode*> typesOf(const NamedLibrary& library) {
+    std::vector<const INode*> types;
     for (u64 i = 0; i < library.library.typeCount(); ++i)
-        types.push_back(static_cast<const Node*>(library.library.type(i).get()));
+        types.push_back(static_cast<const INode*>(library.library.type(i).get()));
     return types;
 }
 
@@ -53,7 +52,7 @@ void pad(Terminal& out, std::string_view text, u64 width) {
     out.write(std::string(columns < width ? width - columns : 0, ' ')).write("  ");
 }
 
-void printType(const Node& type, u64 nameWidth, u64 labelWidth, Terminal& out) {
+void printType(const INode& type, u64 nameWidth, u64 labelWidth, Terminal& out) {
     const String name = type.type();
     const String label = kelvo_sdk::impl::helpTitle(type);
     std::string more;
@@ -71,17 +70,17 @@ void printType(const Node& type, u64 nameWidth, u64 labelWidth, Terminal& out) {
     out.endLine();
 }
 
-void printTypes(const std::vector<const Node*>& types, Terminal& out) {
+void printTypes(const std::vector<const INode*>& types, Terminal& out) {
     u64 nameWidth = 0;
     u64 labelWidth = 0;
-    for (const Node* type : types) {
+    for (const INode* type : types) {
         nameWidth = std::max(nameWidth, columnsOf(type->type().view()));
         labelWidth = std::max(labelWidth, columnsOf(kelvo_sdk::impl::helpTitle(*type).view()));
     }
     // A terminal that is too narrow for a table has no room for gaps.
     constexpr u64 roomForBases = 16;
     if (out.width() != 0 && nameWidth + labelWidth + roomForBases > out.width()) labelWidth = 0;
-    for (const Node* type : types)
+    for (const INode* type : types)
         printType(*type, std::min(nameWidth, widestName), std::min(labelWidth, widestLabel), out);
 }
 
@@ -90,7 +89,7 @@ Status runTypes(const TypesOptions& options, Terminal& out) {
         libraryOptions().definitions = StringVector({*options.library});
     const Libraries* libraries = librariesInUse();
     if (!libraries) return Status::Fault;
-    std::vector<const Node*> types = libraries->types();
+    std::vector<const INode*> types = libraries->types();
     if (options.library) {
         const NamedLibrary* library = findLibrary(*libraries, *options.library);
         if (!library) return Status::Usage;
@@ -98,11 +97,12 @@ Status runTypes(const TypesOptions& options, Terminal& out) {
     }
     if (options.base) {
         if (!libraries->findType(*options.base)) return Status::Usage;
-        std::erase_if(
-            types, [&](const Node* type) { return !type->bases().contains(*options.base, false); });
+        std::erase_if(types, [&](const INode* type) {
+            return !type->bases().contains(*options.base, false);
+        });
     }
     if (!options.withInternal)
-        std::erase_if(types, [](const Node* type) { return type->isInternal(); });
+        std::erase_if(types, [](const INode* type) { return type->isInternal(); });
     printTypes(types, out);
     if (!types.empty()) return Status::Ok;
     complain(options.base ? "no type is based on '" + *options.base + "'."

@@ -42,12 +42,11 @@ const IInput* definitionOf(const Scene& scene, const Input& input) {
     const auto& own = static_cast<const kelvo_sdk::impl::Input&>(*input.get());
     if (own.details() || knowsTypes(scene)) return nullptr;
     const Libraries* libraries = librariesInUse();
-    const Node* type = libraries ? libraries->lookUpType(own.node()->type()) : nullptr;
-    if (!type) return nullptr;
+    if (!libraries) return nullptr;
     std::vector<const IInput*> chain;
     for (const IInput* at = &own; at; at = at->parent())
         chain.push_back(at);
-    const IInput* known = type->lookUpInput(chain.back()->name());
+    const IInput* known = libraries->lookUpInput(own.node()->type(), chain.back()->name());
     for (u64 i = chain.size(); i-- > 0 && known;) {
         if (known->type() != chain[i]->type()) return nullptr;
         if (i == 0) return known;
@@ -94,9 +93,8 @@ const IInput* leftOutInput(const Scene& scene, const String& path) {
     if (steps.size() < 2 || steps[1].index != -1) return nullptr;
     const kelvo_sdk::Node node = scene.findNode(steps[0].text);
     const Libraries* libraries = node.get() ? librariesInUse() : nullptr;
-    const Node* type = libraries ? libraries->lookUpType(node->type()) : nullptr;
-    if (!type || node->hasInput(steps[1].text, AttrType::Null)) return nullptr;
-    return type->lookUpInput(steps[1].text);
+    if (!libraries || node->hasInput(steps[1].text, AttrType::Null)) return nullptr;
+    return libraries->lookUpInput(node->type(), steps[1].text);
 }
 
 const IInput* wholeLeftOutInput(const Scene& scene, const String& path) {

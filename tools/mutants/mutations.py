@@ -156,7 +156,7 @@ def deletions(code):
 
 
 # Results that are nothing already, as `Value()`, or have a mutant of their own.
-NOTHING = re.compile(r"true|false|nullptr|0|\{\}|\*this|(?:\w+::)*[A-Z]\w*\(\)")
+NOTHING = re.compile(r"true|false|nullptr|0|\{\}|\*this|(?:\w+::)*[A-Z]\w*\(\)|\w+::Null")
 
 
 def results(code):

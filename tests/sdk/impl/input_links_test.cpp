@@ -88,6 +88,24 @@ TEST_F(InputLinks, ConnectAgain_IsDoneAndToldToNobody) {
     EXPECT_EQ(out(m_a)->targetCount(), 1u);
 }
 
+TEST_F(InputLinks, LinkThatIsKeptAsideToo_IsCarriedByAConversionAndToldOnce) {
+    struct Counter : SceneObserver {
+        void inputChanged(const IInput* input, const AttrData*) override {
+            if (input->name().equals("link")) ++changes;
+        }
+        int changes = 0;
+    } counter;
+    auto& link = static_cast<Input&>(*m_b->createInput("link", AttrType::Node));
+    link.setNode(m_a);
+    link.stash();
+    m_scene->subscribe(&counter);
+    const INode* replacement = m_scene->convertNode(m_a, "lamp");
+    m_scene->unsubscribe(&counter);
+    EXPECT_EQ(link.value().asNode(), replacement);
+    EXPECT_EQ(link.stashed()->asNode(), replacement);
+    EXPECT_EQ(counter.changes, 1);
+}
+
 TEST_F(InputLinks, OutputThatLeftItsNode_IsRefused) {
     const RefersTo<IOutput> left(out(m_a));
     m_a->removeOutput(String("out"));

@@ -53,6 +53,24 @@ TEST_F(InputList, Index_IsMadeFromSixteenInputsOn) {
     EXPECT_EQ(findInList(m_list, "LAST"), m_all.back());
 }
 
+TEST_F(InputList, Index_IsMadeWhenTheSixteenthIsInserted) {
+    appendMany(15);
+    m_all.push_back(new Input(nullptr, nullptr, "amid", AttrType::Int, AttrType::Null));
+    insertIntoList(m_list, 7, m_all.back());
+    EXPECT_TRUE(isIndexed());
+    EXPECT_EQ(findInList(m_list, "in7"), m_all[7]);
+}
+
+TEST_F(InputList, FirstThatLeaves_GivesTheIndexToOneWithADescription) {
+    appendMany(40);
+    auto* second = static_cast<Input*>(m_all[1]);
+    second->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
+    removeFromList(m_list, 0);
+    EXPECT_TRUE(isIndexed());
+    EXPECT_NE(second->details(), nullptr);
+    EXPECT_EQ(findInList(m_list, "in39"), m_all[39]);
+}
+
 TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
     IInput* first = append("twin");
     append("TWIN");
@@ -82,6 +100,15 @@ TEST_F(InputList, RemovedInput_IsNotFound_AndTheNextOfItsNameIs) {
     EXPECT_EQ(findInList(m_list, "twin"), second);
     removeFromList(m_list, indexInList<IInput>(m_list, second));
     EXPECT_EQ(findInList(m_list, "twin"), nullptr);
+}
+
+TEST_F(InputList, SecondOfThreeTwinsThatLeaves_LeavesTheFirstFound) {
+    IInput* first = append("twin");
+    IInput* second = append("twin");
+    appendMany(40);
+    append("twin");
+    removeFromList(m_list, indexInList<IInput>(m_list, second));
+    EXPECT_EQ(findInList(m_list, "twin"), first);
 }
 
 TEST_F(InputList, Removal_KeepsTheOrder) {

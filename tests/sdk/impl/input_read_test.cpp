@@ -1,5 +1,6 @@
 // Reads whose callbacks change what is read.
 
+#include "sdk/buffer_result.h"
 #include "sdk/eval_ctx.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/lib_info.h"
@@ -8,6 +9,8 @@
 #include "sdk/impl/scene.h"
 
 #include <gtest/gtest.h>
+
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -32,6 +35,27 @@ TEST(InputRead, SourceThatEndsWhileItIsAsked_IsNotReadAfterwards) {
     double value = 0;
     in->readReal(value, true, nullptr);
     EXPECT_EQ(in->source(), nullptr);
+}
+
+// So many that their memory goes back to the system when it is let go of.
+bool giveManyOnes(EvalCtx*, void* out) {
+    return setBufferResult(out, std::vector<i64>(100000, 1));
+}
+
+TEST(InputRead, EvaluatedBuffer_StaysWhereItIsAfterTheRead) {
+    const auto library = RefersTo<LibInfo>::adopt(new LibInfo);
+    library->setCallbacks("filler", {nullptr, nullptr, giveManyOnes, modifies, nullptr, nullptr});
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    auto* node = static_cast<Node*>(scene->createNode("filler", "a"));
+    node->initLibInfo(library.get());
+    IInput* in = scene->createNode("reader", "b")->createInput("in", AttrType::Buffer);
+    auto* out = static_cast<Output*>(node->createOutput("out", DataType::Int64));
+    in->connect(out);
+    interfaces::BufferView view;
+    ASSERT_TRUE(in->readBuffer(view, true, nullptr));
+    const Value next = out->evaluate(nullptr);
+    EXPECT_NE(next.asBuffer().data(), view.data);
+    EXPECT_EQ(next, Value(Buffer(view.type, view.data, view.count)));
 }
 
 } // namespace

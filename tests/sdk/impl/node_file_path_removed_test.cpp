@@ -6,8 +6,12 @@
 #include "sdk/node.h"
 #include "tests/support/recording_observer.h"
 #include "tests/support/recording_scene.h"
+#include "tests/support/scene_text.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
 
 // File paths written and read while others take the node apart.
 namespace qv::kelvo_sdk::impl {
@@ -49,6 +53,30 @@ TEST_F(NodeSetPathLeaves, NodeGoneMeanwhile_IsNotTouchedAgain) {
     m_node->setPath(String("a"), String("b"), String("c"));
     const std::string all = m_journal.take();
     EXPECT_NE(all.find("ungroup record("), std::string::npos) << all;
+}
+
+// Undo would bring the input back with what was written to it while it was off.
+TEST(NodeSetPathUndo, InputTakenOffMeanwhile_ComesBackAsItWas) {
+    for (const char* taken : {"file", "dir"}) {
+        const auto scene = kelvo_sdk::Scene::create();
+        ASSERT_EQ(tests::errorsOf("node image \"f\" {\n    String dir = \"/tmp\"\n"
+                                  "    String file = \"g\"\n    String ext = \".png\"\n}\n",
+                                  scene),
+                  "");
+        const std::string before = tests::textOf(scene);
+        scene.setUndoEnabled(true);
+        Journal journal;
+        RecordingObserver observer("o", journal);
+        bool isTaken = false;
+        observer.then = [&] {
+            if (!std::exchange(isTaken, true)) scene["f"].removeInput(taken);
+        };
+        scene["f"].subscribe(&observer);
+        EXPECT_FALSE(scene["f"].setPath("/home/x.jpg"));
+        scene["f"].unsubscribe(&observer);
+        EXPECT_TRUE(scene.undo());
+        EXPECT_EQ(tests::textOf(scene), before) << taken;
+    }
 }
 
 Node* theNode = nullptr;

@@ -3,6 +3,7 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
+#include "sdk/scene.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/node_probe.h"
 
@@ -128,6 +129,26 @@ TEST_F(NodeLibrary, InitThatDropsTheLastReference_LeavesTheNodeUntilItReturns) {
     EXPECT_TRUE(node->nodeInit());
     EXPECT_EQ(nodesAfterInit, before + 1);
     EXPECT_EQ(impl_nodeInstanceCount(), before);
+}
+
+// Clears the scene, which holds the only reference on the node.
+kelvo_sdk::Scene clearedScene;
+i64 nodesAfterFree = 0;
+bool clearInFree(INode*, void**) {
+    clearedScene->clear();
+    nodesAfterFree = impl_nodeInstanceCount();
+    return true;
+}
+
+TEST_F(NodeLibrary, FreeThatClearsTheScene_LeavesTheNodeUntilItReturns) {
+    const i64 before = impl_nodeInstanceCount();
+    clearedScene = kelvo_sdk::Scene::create();
+    auto* node = static_cast<Node*>(clearedScene.createNode("mesh", "mortal").get());
+    probe(*node).nodeFree() = clearInFree;
+    EXPECT_TRUE(node->nodeFree());
+    EXPECT_EQ(nodesAfterFree, before + 1);
+    EXPECT_EQ(impl_nodeInstanceCount(), before);
+    clearedScene = kelvo_sdk::Scene();
 }
 
 TEST_F(NodeLibrary, Results_AreHandedOn) {

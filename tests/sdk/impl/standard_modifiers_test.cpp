@@ -1,9 +1,15 @@
+#include "sdk/impl/lib_info.h"
+#include "sdk/impl/standard_library.h"
+#include "sdk/scene.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/scene_text.h"
 #include "tests/support/standard_node.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -118,6 +124,50 @@ TEST(StandardModifier, Settings_MayBeConnected) {
     ASSERT_TRUE(modifier.get()->input("amount")->connect(sum.get()->output("result")));
     EXPECT_TRUE(modifier.get()->nodeModify(&node));
     EXPECT_EQ(textOf(input), "3");
+}
+
+// ---- Observers ---------------------------------------------------------------------------------
+
+// A modifier that is called by hand writes to "n"; at the first input it changes, something
+// happens.
+class StandardModifierHeard : public testing::Test, SceneObserver {
+protected:
+    StandardModifierHeard() {
+        m_scene.addLibrary(kelvo_sdk::LibInfo(&standardLibrary()));
+        EXPECT_EQ(tests::errorsOf("node overrideModifier \"m\" {\n    String modifies = \"a,b\"\n"
+                                  "    String value = \"7\"\n}\n"
+                                  "node thing \"n\" {\n    Real a = 1\n    Real b = 2\n}\n",
+                                  m_scene),
+                  "");
+        m_scene.setUndoEnabled(true);
+    }
+    // Returns the text after the call and all undone.
+    std::string undoneAfter(std::function<void()> atFirst) {
+        m_then = std::move(atFirst);
+        m_scene.subscribe(this);
+        m_scene["m"]->nodeModify(m_scene["n"].get());
+        m_scene.unsubscribe(static_cast<SceneObserver*>(this));
+        EXPECT_FALSE(m_then);
+        while (m_scene.undo()) {
+        }
+        return tests::textOf(m_scene);
+    }
+    void inputChanged(const IInput*, const AttrData*) override {
+        if (const auto now = std::exchange(m_then, nullptr)) now();
+    }
+
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    std::function<void()> m_then;
+};
+
+TEST_F(StandardModifierHeard, InputTakenOffMeanwhile_IsNotWritten) {
+    const std::string before = tests::textOf(m_scene);
+    EXPECT_EQ(undoneAfter([this] { m_scene["n"].removeInput("b"); }), before);
+}
+
+TEST_F(StandardModifierHeard, NodeThatLeavesMeanwhile_IsNotWritten) {
+    const std::string before = tests::textOf(m_scene);
+    EXPECT_EQ(undoneAfter([this] { m_scene.removeNode(m_scene["n"]); }), before);
 }
 
 TEST(StandardModifier, NoNode_IsRefused) {

@@ -1,5 +1,6 @@
 // A node that left the scene and is held is edited by its holder, which no step records: undo goes
 // on with what still fits.
+#include "sdk/impl/node.h"
 #include "sdk/scene.h"
 
 #include <gtest/gtest.h>
@@ -46,6 +47,63 @@ TEST(UndoOutside, ConnectedOutputRemovedWhileTheNodeIsOut) {
     scene.undo();
     EXPECT_EQ(input->source(), nullptr);
     EXPECT_TRUE(scene.verify().empty());
+}
+
+// ---- Nodes that never came in ------------------------------------------------------------------
+// A record alone holds the node that its connection or link comes back with.
+
+// A node of no scene with an output "o".
+RefersTo<impl::Node> makeStray() {
+    auto stray = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "thing", "stray"));
+    stray->createOutput("o", AttrType::Real);
+    return stray;
+}
+
+class UndoStray : public testing::Test {
+protected:
+    UndoStray() {
+        m_scene.setUndoEnabled(true);
+        m_reader = m_scene.createNode("t", "reader");
+        m_input = m_reader.createInput("in", AttrType::Real);
+        m_input->connect(m_stray->output(u64(0)));
+    }
+    // After the edit, only the history holds the node whose output was read.
+    void expectBack() {
+        m_stray = {};
+        EXPECT_TRUE(m_scene.undo());
+        const Node reader = m_scene["reader"];
+        ASSERT_NE(reader["in"]->source(), nullptr);
+        EXPECT_EQ(reader["in"]->source()->path(), "stray.o");
+        EXPECT_TRUE(m_scene.verify().empty());
+    }
+
+    RefersTo<impl::Node> m_stray = makeStray();
+    Scene m_scene = Scene::create();
+    Node m_reader;
+    Input m_input;
+};
+
+TEST_F(UndoStray, InputRemoved_ComesBackConnected) {
+    m_reader.removeInput("in");
+    expectBack();
+}
+
+TEST_F(UndoStray, Disconnected_IsConnectedAgain) {
+    m_input.disconnect();
+    expectBack();
+}
+
+TEST_F(UndoStray, ReaderRemoved_ComesBackConnected) {
+    m_scene.removeNode(m_reader);
+    expectBack();
+}
+
+TEST_F(UndoStray, ReaderConverted_ComesBackConnected) {
+    m_reader.convertTo("u");
+    m_scene["reader"]["in"].disconnect();
+    m_stray = {};
+    EXPECT_TRUE(m_scene.undo());
+    expectBack();
 }
 
 TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {

@@ -1,0 +1,163 @@
+// Inputs that modifiers wrote to leave their node, and come back with undo.
+#include "tests/support/journal.h"
+#include "tests/support/modified_scene.h"
+#include "tests/support/recording_observer.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::ModifiedScene;
+using tests::textOf;
+
+class ModifiersUndo : public testing::Test {
+protected:
+    ModifiersUndo() { m_scene.scene.setUndoEnabled(true); }
+    [[nodiscard]] std::string text() const { return textOf(m_scene.scene); }
+    [[nodiscard]] u64 hash() const { return m_scene["n"].hash(); }
+
+    ModifiedScene m_scene;
+};
+
+TEST_F(ModifiersUndo, InputTakenOff_ShowsWhatTheUserSet) {
+    const auto input = m_scene["n"]["a"];
+    m_scene["n"].removeInput("a");
+    EXPECT_EQ(input.get<double>(), 1);
+    EXPECT_EQ(static_cast<Input*>(input.get())->stashed(), nullptr);
+    EXPECT_TRUE(m_scene.scene.undo() && m_scene.scene.redo());
+    EXPECT_EQ(input.get<double>(), 1);
+}
+
+TEST_F(ModifiersUndo, InputTakenOff_ComesBackModified) {
+    const std::string before = text();
+    const u64 hashBefore = hash();
+    m_scene["n"].removeInput("a");
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(hash(), hashBefore);
+    EXPECT_TRUE(m_scene.scene.redo() && m_scene.scene.undo());
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
+    EXPECT_EQ(text(), before);
+}
+
+// Of the new value modifiers make just what the old one was.
+TEST_F(ModifiersUndo, InputSetAndTakenOffInOneStep_ComesBackWithItsOldValue) {
+    m_scene["n"]["a"].set(5.0);
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        m_scene["n"]["a"].set(1.0);
+        m_scene["n"].removeInput("a");
+    }
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(m_scene.ownOf("n"), 5);
+    EXPECT_EQ(m_scene.valueOf("n"), 17);
+}
+
+TEST_F(ModifiersUndo, ModifiedMembersTakenOffTogether_ComeBackWithTheirOldValues) {
+    const auto own = m_scene["n"].createInput("own", AttrType::Object);
+    own.createInput("a", AttrType::Real).set(5.0);
+    const std::string before = text();
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        own["a"].set(1.0);
+        own->clearInputs();
+    }
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(m_scene["n"]["own"]["a"].get<double>(), 17);
+}
+
+TEST_F(ModifiersUndo, SilentInputTakenOff_ComesBackModified) {
+    m_scene.input("n", "a").setSilent(true);
+    const std::string before = text();
+    m_scene["n"].removeInput("a");
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
+}
+
+// Does something once, when it hears of what modifiers wrote.
+struct AmidWriting : SceneObserver {
+    explicit AmidWriting(std::function<void(Node&)> what) : then(std::move(what)) {}
+    void inputChanged(const IInput* input, const AttrData*) override {
+        auto* node = static_cast<Node*>(input->node());
+        if (!node->modifying()) return;
+        if (const auto now = std::exchange(then, nullptr)) now(*node);
+    }
+    std::function<void(Node&)> then;
+};
+
+TEST_F(ModifiersUndo, InputsClearedWhileModifiersTell_ComeBackAsTheUserSetThem) {
+    const std::string before = text();
+    AmidWriting observer([](Node& node) { node.clearInputs(); });
+    m_scene.scene.subscribe(&observer);
+    m_scene["n"]["a"].set(4.0);
+    m_scene.scene.unsubscribe(&observer);
+    EXPECT_EQ(m_scene["n"].inputCount(), 0u);
+    while (m_scene.scene.undo()) {
+    }
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
+}
+
+// ---- Own observers of the node that throw ------------------------------------------------------
+
+class Thrower {
+public:
+    explicit Thrower(const kelvo_sdk::Node& node) : m_node(node) {
+        m_observer.then = [this] {
+            m_observer.then = nullptr;
+            throw std::runtime_error("no");
+        };
+        m_node.subscribe(&m_observer);
+    }
+    ~Thrower() { m_node.unsubscribe(&m_observer); }
+    Thrower(const Thrower&) = delete;
+    Thrower& operator=(const Thrower&) = delete;
+
+private:
+    kelvo_sdk::Node m_node;
+    tests::Journal m_journal;
+    tests::RecordingObserver m_observer{"o", m_journal};
+};
+
+TEST_F(ModifiersUndo, ValueWhoseObserverThrows_IsModifiedAllTheSame) {
+    const Thrower thrower(m_scene["n"]);
+    EXPECT_THROW(m_scene["n"]["a"].set(2.0), std::runtime_error);
+    EXPECT_EQ(m_scene.valueOf("n"), 8);
+    EXPECT_EQ(m_scene.ownOf("n"), 2);
+}
+
+TEST_F(ModifiersUndo, ModifierWhoseObserverThrows_CountsAllTheSame) {
+    const auto number = m_scene.scene.createNode("realValue", "number");
+    number["value"].set(4.0);
+    const Thrower thrower(m_scene["scale"]);
+    EXPECT_THROW(m_scene["scale"]["factor"].connect(number.output("result")), std::runtime_error);
+    EXPECT_EQ(m_scene.valueOf("n"), 6);
+}
+
+TEST_F(ModifiersUndo, RedoOfAChangeWhoseObserverThrew_LeadsToTheSameHash) {
+    const Thrower thrower(m_scene["n"]);
+    EXPECT_THROW(m_scene["n"]["a"].set(2.0), std::runtime_error);
+    const u64 after = hash();
+    EXPECT_TRUE(m_scene.scene.undo() && m_scene.scene.redo());
+    EXPECT_EQ(hash(), after);
+}
+
+TEST_F(ModifiersUndo, ChangeWhoseObserverThrows_LeavesTheSceneDirty) {
+    auto& scene = static_cast<Scene&>(*m_scene.scene.get());
+    scene.setDirty(false);
+    const Thrower thrower(m_scene["scale"]);
+    EXPECT_THROW(m_scene["scale"]["factor"].set(2.0), std::runtime_error);
+    EXPECT_TRUE(scene.isDirty());
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
