@@ -98,7 +98,7 @@ void StashChange::flip(Scene& /*scene*/) {
 }
 
 u64 StashChange::bytes() const {
-    return sizeof(*this) + (m_other ? sizeof(Stash) + m_other->value.payloadBytes() : 0);
+    return sizeof(*this) + (m_other ? m_other->value.payloadBytes() : 0);
 }
 
 String StashChange::text() const {
