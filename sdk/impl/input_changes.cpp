@@ -180,8 +180,7 @@ void InputListChange::putIn(Scene& scene) {
     if (m_holder)
         m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
     else
-        insertIntoList<IInput>(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()),
-                               &input());
+        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
     input().entered(m_owner.get(), m_holder.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
