@@ -96,7 +96,8 @@ void StringIO::truncate(u64 size) noexcept {
 String StringIO::take() {
     if (m_size == 0) return {};
     void* block = m_text - StringBuffer::headerSize;
-    // What was reserved too much goes back; where that fails the block is good as it is.
+    // Gives back the memory that was reserved in excess; where that fails, the block stays as it
+    // is.
     if (m_capacity - m_size > m_size / 8)
         if (void* fitted = std::realloc(block, StringBuffer::headerSize + m_size + 1))
             block = fitted;

@@ -155,7 +155,7 @@ node thing "k" {
     String name, text;
     std::optional<Scene::UndoScope> scope;
     OomWitness newcomer;
-    // Whatever else an operation needs; goes before the scene.
+    // Other things that an operation needs; destroyed before the scene.
     RefersTo<RefCounted> more;
 
 private:

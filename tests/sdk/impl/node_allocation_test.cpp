@@ -1,5 +1,4 @@
-// A program of its own: it replaces the allocation functions, by ones that fail on command and that
-// note when the memory of something that is watched goes.
+// Replaces the allocation functions by ones that fail on command and note when watched memory goes.
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_list.h"
@@ -20,7 +19,6 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <vector>
 
 #include <sys/resource.h>
 
@@ -118,7 +116,7 @@ TEST(NodeOutOfMemory, Construction_UndoesWhatItBuiltAndCountsNothing) {
     node->decRef();
     EXPECT_EQ(impl_nodeInstanceCount(), nodes);
     EXPECT_EQ(name.get()->refCount(), references);
-    // What is left is the pool of the maps' arrays, if this was the first node of all.
+    // The pool of the maps' arrays stays, if this was the first node of all.
     EXPECT_LE(live, blocks + 2);
 }
 
@@ -235,11 +233,11 @@ TEST_F(AttributesOutOfMemory, Clone_ReleasesThePartlyBuiltCopy) {
 }
 
 TEST(InputListOutOfMemory, IndexThatCannotGoAlong_IsForgotten) {
-    std::vector<RefersTo<Input>> inputs;
+    std::array<RefersTo<Input>, 21> inputs;
     for (int i = 0; i < 21; ++i)
-        inputs.push_back(RefersTo<Input>::adopt(
-            new Input(nullptr, nullptr, String::format("in%d", i), AttrType::Int, AttrType::Null)));
-    // What has a description keeps the block that the index is in.
+        inputs[i] = RefersTo<Input>::adopt(
+            new Input(nullptr, nullptr, String::format("in%d", i), AttrType::Int, AttrType::Null));
+    // A description keeps the block that the index is in.
     inputs[1]->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
     ds::Vector<IInput*> list;
     list.reserve(32);
