@@ -98,7 +98,7 @@ void StashChange::flip(Scene& /*scene*/) {
 }
 
 u64 StashChange::bytes() const {
-    return sizeof(*this) + (m_other ? sizeof(Stash) + m_other->value.payloadBytes() : 0);
+    return sizeof(*this) + (m_other ? m_other->value.payloadBytes() : 0);
 }
 
 String StashChange::text() const {
@@ -180,8 +180,7 @@ void InputListChange::putIn(Scene& scene) {
     if (m_holder)
         m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
     else
-        insertIntoList<IInput>(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()),
-                               &input());
+        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
     input().entered(m_owner.get(), m_holder.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());

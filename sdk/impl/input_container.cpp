@@ -55,7 +55,7 @@ void Input::adoptMember(Input* member) {
         member->m_number = firstNumber() + list.size();
         list.push_back(member);
     } else {
-        appendToList<IInput>(list, member);
+        appendToList(list, member);
     }
     std::ignore = held.detach();
     dropHash();
@@ -201,7 +201,7 @@ void Input::moveMember(u64 from, u64 to) {
 void Input::putMember(Input* member, u64 index) {
     dropHash();
     ds::Vector<IInput*>& list = extras().members;
-    if (!isArray()) return insertIntoList<IInput>(list, index, member);
+    if (!isArray()) return insertIntoList(list, index, member);
     list.insert(index, member);
     renumber(index, true);
 }

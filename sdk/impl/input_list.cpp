@@ -80,13 +80,14 @@ Attribute* findInList(const List<Attribute>& list, const String& name) noexcept 
 }
 
 template<typename Attribute>
-void appendToList(List<Attribute>& list, Attribute* attribute) {
+void appendToList(ds::Vector<Attribute*>& list, std::type_identity_t<Attribute>* attribute) {
     list.push_back(attribute);
     if (list.size() >= kLongList) noteInserted(list, list.size() - 1);
 }
 
 template<typename Attribute>
-void insertIntoList(List<Attribute>& list, u64 index, Attribute* attribute) {
+void insertIntoList(ds::Vector<Attribute*>& list, u64 index,
+                    std::type_identity_t<Attribute>* attribute) {
     list.insert(index, attribute);
     if (list.size() < kLongList) return;
     if (index == 0) own(attribute)->takeListIndex(*own(list[1]));
@@ -106,10 +107,10 @@ void removeFromList(List<Attribute>& list, u64 index) noexcept {
 
 template IInput* findInList(const List<IInput>&, const String&) noexcept;
 template IOutput* findInList(const List<IOutput>&, const String&) noexcept;
-template void appendToList(List<IInput>&, IInput*);
-template void appendToList(List<IOutput>&, IOutput*);
-template void insertIntoList(List<IInput>&, u64, IInput*);
-template void insertIntoList(List<IOutput>&, u64, IOutput*);
+template void appendToList<IInput>(List<IInput>&, IInput*);
+template void appendToList<IOutput>(List<IOutput>&, IOutput*);
+template void insertIntoList<IInput>(List<IInput>&, u64, IInput*);
+template void insertIntoList<IOutput>(List<IOutput>&, u64, IOutput*);
 template void removeFromList(List<IInput>&, u64) noexcept;
 template void removeFromList(List<IOutput>&, u64) noexcept;
 

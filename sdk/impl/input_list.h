@@ -4,6 +4,8 @@
 #include "base/vector.h"
 #include "sdk/interfaces/forward.h"
 
+#include <type_traits>
+
 // The lists of inputs and outputs that a node owns, and of inputs that an object does. A long list
 // carries an index by name, which hangs off its first attribute, so that the list stays a plain
 // vector.
@@ -16,11 +18,12 @@ template<typename Attribute>
 
 /// Adds an attribute at the end.
 template<typename Attribute>
-void appendToList(ds::Vector<Attribute*>& list, Attribute* attribute);
+void appendToList(ds::Vector<Attribute*>& list, std::type_identity_t<Attribute>* attribute);
 
 /// Adds an attribute in front of the index-th.
 template<typename Attribute>
-void insertIntoList(ds::Vector<Attribute*>& list, u64 index, Attribute* attribute);
+void insertIntoList(ds::Vector<Attribute*>& list, u64 index,
+                    std::type_identity_t<Attribute>* attribute);
 
 /// Returns the place of an attribute that is there, found fast near either end.
 template<typename Attribute>

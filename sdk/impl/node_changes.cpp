@@ -77,8 +77,7 @@ void OutputListChange::flip(Scene& scene) {
     if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_output->incRef();
-        insertIntoList<IOutput>(m_node->m_outputs, std::min(m_index, m_node->outputCount()),
-                                m_output.get());
+        insertIntoList(m_node->m_outputs, std::min(m_index, m_node->outputCount()), m_output.get());
         m_output->entered(m_node.get());
         scene.comments().putBack(std::move(m_comments));
         m_node->onOutputAdded(m_output.get());

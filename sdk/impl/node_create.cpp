@@ -129,7 +129,7 @@ IInput* Node::addInput(Input* input) {
         EditStep step(this);
         step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
         expectNews(this, static_cast<const IInput*>(input));
-        appendToList<IInput>(m_inputs, input);
+        appendToList(m_inputs, input);
         std::ignore = created.detach();
         step.commit();
         markDirty();
@@ -148,7 +148,7 @@ IOutput* Node::addOutput(Output* output) {
         EditStep step(this);
         step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
         expectNews(this, static_cast<const IOutput*>(output));
-        appendToList<IOutput>(m_outputs, output);
+        appendToList(m_outputs, output);
         std::ignore = created.detach();
         step.commit();
         markDirty();

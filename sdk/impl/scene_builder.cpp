@@ -173,7 +173,7 @@ void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
         m_outputs[i] = isBuffer ? new Output(&node, name, output.dataType)
                                 : new Output(&node, name, output.type);
         m_outputs[i]->setLeftOut(output.isLeftOut);
-        appendToList<IOutput>(node.m_outputs, m_outputs[i]);
+        appendToList(node.m_outputs, m_outputs[i]);
     }
 }
 

@@ -42,7 +42,7 @@ void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
     node.m_inputs.reserve(node.m_inputs.size() + from.inputCount);
     addInputs(from.firstInput, isFilled ? from.definition->m_inputs : noInputs, node, nullptr,
               [&](RefersTo<Input> input) {
-                  appendToList<IInput>(node.m_inputs, input.get());
+                  appendToList(node.m_inputs, input.get());
                   std::ignore = input.detach();
               });
     // Containers inside each other take no stack.

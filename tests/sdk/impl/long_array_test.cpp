@@ -62,7 +62,7 @@ TEST_F(LongArray, RemovedElement_KeepsTheNameOfItsPlace) {
 
 TEST_F(LongArray, MovedFromEndToEnd_TheRestKeepsItsOrder) {
     std::vector<i64> expected = values();
-    for (const auto [from, to] :
+    for (const auto& [from, to] :
          {std::pair(0, 99), {99, 0}, {98, 1}, {3, 97}, {40, 60}, {60, 40}}) {
         ASSERT_TRUE(m_array->moveElement(static_cast<u64>(from), static_cast<u64>(to)));
         const i64 moved = expected[static_cast<std::size_t>(from)];
@@ -85,10 +85,11 @@ TEST_F(LongArray, RandomEdits_AreNumbered_AndUndone) {
         const bool isFront = random() % 2 != 0;
         const auto place = [&] { return isFront ? random() % 3 : count - 1 - random() % 3; };
         const u64 what = random() % 4;
-        if (what == 0) ASSERT_TRUE(m_array->insertElement(place()));
-        if (what == 1) ASSERT_TRUE(m_array->removeInput(place()));
-        if (what == 2) ASSERT_TRUE(m_array->moveElement(place(), random() % count));
-        if (what == 3) ASSERT_TRUE(m_array.input(place()).set(1000 + i));
+        const bool isDone = what == 0   ? m_array->insertElement(place()) != nullptr
+                            : what == 1 ? m_array->removeInput(place())
+                            : what == 2 ? m_array->moveElement(place(), random() % count)
+                                        : m_array.input(place()).set(1000 + i);
+        ASSERT_TRUE(isDone);
         expectNumbered();
         if (states.back() != m_scene.text().buf()) states.emplace_back(m_scene.text().buf());
     }
