@@ -46,8 +46,7 @@ ValueChange::ValueChange(Input& input)
     : InputChange(input), m_other(input.ownValue()), m_linked(linkedBy(m_other)) {}
 
 void ValueChange::flip(Scene& /*scene*/) {
-    // Until the input links to it again.
-    const auto held = std::exchange(m_linked, linkedBy(input().ownValue()));
+    m_restored = std::exchange(m_linked, linkedBy(input().ownValue()));
     Value other = std::exchange(m_other, input().ownValue());
     input().exchangeValue(other);
 }

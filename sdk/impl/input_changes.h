@@ -43,6 +43,8 @@ private:
     Value m_other;
     // The node of a link.
     RefersTo<INode> m_linked;
+    // The node that a link came back to, which nobody else may hold.
+    RefersTo<INode> m_restored;
 };
 
 /// The description was replaced.

@@ -43,11 +43,14 @@ void visitStrays(const Node& node, const Visit& visit) {
 void makeRoomForStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
     u64 count = 0;
     visitStrays(node, [&](INode&) { ++count; });
-    strays.reserve(count);
+    strays.reserve(strays.size() + count);
 }
 
+// Lets go of those that were held before.
 void holdStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
+    const auto before = static_cast<std::ptrdiff_t>(strays.size());
     visitStrays(node, [&](INode& stray) { strays.emplace_back(&stray); });
+    strays.erase(strays.begin(), strays.begin() + before);
 }
 
 } // namespace
@@ -141,10 +144,7 @@ void NodeChange::flip(Scene& scene) {
     if (m_isIn) {
         scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
-        auto strays = std::exchange(m_strays, {});
         scene.enter(*m_node);
-        strays.clear();
-        m_strays = std::move(strays);
         return;
     }
     keepComments([&] { scene.comments().take(m_node.get(), m_comments); });
@@ -172,13 +172,19 @@ NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comment
     m_sources.reserve(countSources(node));
     m_room.reserve(countSources(replacement));
     makeRoomForStrays(node, m_strays);
-    makeRoomForStrays(replacement, m_strayRoom);
+    makeRoomForStrays(replacement, m_restored);
 }
 
 u64 NodeExchange::countSources(const Node& node) noexcept {
     u64 count = 0;
     visitInputsInPlace(node, [&](const Input& input) { count += input.sourceOutput() ? 1 : 0; });
     return count;
+}
+
+void NodeExchange::expect(Scene& scene) {
+    scene.expect(static_cast<const INode*>(m_out.get()));
+    scene.expect(static_cast<const INode*>(m_in.get()));
+    makeRoomForStrays(*m_in, m_restored);
 }
 
 void NodeExchange::cutSources() {
@@ -204,7 +210,7 @@ void NodeExchange::flip(Scene& scene) {
     if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
     auto sources = std::exchange(m_sources, std::exchange(m_room, {}));
-    auto strays = std::exchange(m_strays, std::exchange(m_strayRoom, {}));
+    std::swap(m_strays, m_restored);
     cutSources();
     restore(sources);
     sources.clear();
@@ -213,8 +219,6 @@ void NodeExchange::flip(Scene& scene) {
     SceneComments::Kept comments;
     keepComments([&] { comments = scene.comments().take(m_out.get()); });
     scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
-    strays.clear();
-    m_strayRoom = std::move(strays);
     scene.converted(*m_out, *m_in);
 }
 

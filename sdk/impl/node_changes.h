@@ -75,8 +75,8 @@ private:
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
-    // Nodes of no scene that one that is out refers to: nobody else may hold them. Of one that is
-    // in, there is room for them.
+    // Nodes of no scene that the node referred to when it left: nobody else may hold them, not even
+    // when it is back.
     std::vector<RefersTo<INode>> m_strays;
     // Of one that is out.
     NodeTable::Place m_place;
@@ -89,10 +89,7 @@ public:
     NodeExchange(Node& node, Node& replacement, SceneComments& comments);
     /// When it was: what left lets go of the outputs that it reads. What it refers to stays alive.
     void cutSources();
-    void expect(Scene& scene) override {
-        scene.expect(static_cast<const INode*>(m_out.get()));
-        scene.expect(static_cast<const INode*>(m_in.get()));
-    }
+    void expect(Scene& scene) override;
     void flip(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_in->name(); }
@@ -113,9 +110,10 @@ private:
     std::vector<Source> m_sources;
     // Nodes of no scene that the one that is out refers to.
     std::vector<RefersTo<INode>> m_strays;
-    // Empty, with room for those of the one that is in.
+    // The same of the one that is in, once it came back.
+    std::vector<RefersTo<INode>> m_restored;
+    // Empty, with room for the sources of the one that is in.
     std::vector<Source> m_room;
-    std::vector<RefersTo<INode>> m_strayRoom;
     // Of the one that is out.
     SceneComments::Kept m_comments;
 };
