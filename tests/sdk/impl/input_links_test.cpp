@@ -2,6 +2,7 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
+#include "sdk/node.h"
 #include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
@@ -113,6 +114,35 @@ TEST_F(InputLinks, OutputThatLeftItsNode_IsRefused) {
     EXPECT_FALSE(in(m_b)->connect(left.get()));
     EXPECT_EQ(log.text(), "warning: Cannot connect input 'b.in' to output 'out': that output was "
                           "removed from its node.\n");
+}
+
+TEST_F(InputLinks, InputWithoutASource_TakesNoMoreMemoryInADeepCopy) {
+    const kelvo_sdk::Node copy = kelvo_sdk::Node(m_a).clone(true);
+    const auto* copied = static_cast<const Input*>(copy["in"].get());
+    EXPECT_EQ(copied->ownBytes(), static_cast<Input*>(in(m_a))->ownBytes());
+}
+
+TEST_F(InputLinks, NodeThatLeftTheScene_IsNotLinkedTo) {
+    const RefersTo<Node> left(m_b);
+    IInput* link = m_a->createInput("link", AttrType::Node);
+    m_scene->removeNode(m_b);
+    const LogCapture log;
+    EXPECT_FALSE(link->setNode(m_b));
+    EXPECT_EQ(log.text(), "warning: Cannot link input 'a.link' to node 'b': that node was removed "
+                          "from its scene.\n");
+}
+
+TEST_F(InputLinks, NodeThatLeftItsScene_LinksAndConnectsToNothingThere) {
+    const RefersTo<Node> held(m_b);
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    m_scene->removeNode(m_b);
+    const LogCapture log;
+    EXPECT_FALSE(link->setNode(m_a));
+    EXPECT_FALSE(in(m_b)->connect(out(m_a)));
+    EXPECT_EQ(log.text(), "warning: Cannot link input 'b.link' to node 'a': its node was removed "
+                          "from its scene.\n"
+                          "warning: Cannot connect input 'b.in' to output 'a.out': its node was "
+                          "removed from its scene.\n");
 }
 
 TEST_F(InputLinks, ConnectNull_Disconnects) {

@@ -1,5 +1,6 @@
 // A node that left the scene and is held is edited by its holder, which no step records: undo goes
 // on with what still fits.
+#include "sdk/impl/node.h"
 #include "sdk/scene.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +59,21 @@ TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
     before.removeInput("q");
     scope.cancel();
     EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Input input = scene.createNode("t", "x").createInput("in", AttrType::Real);
+    const auto first = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "first"));
+    auto second = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "second"));
+    input->connect(first->createOutput("out", AttrType::Real));
+    input->connect(second->createOutput("out", AttrType::Real));
+    scene.undo();
+    second.reset();
+    EXPECT_TRUE(scene.redo());
+    ASSERT_TRUE(input.source());
+    EXPECT_EQ(input.source().path(), "second.out");
 }
 
 } // namespace
