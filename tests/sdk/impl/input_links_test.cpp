@@ -2,7 +2,6 @@
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
 #include "sdk/impl/scene.h"
-#include "sdk/node.h"
 #include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
@@ -114,12 +113,6 @@ TEST_F(InputLinks, OutputThatLeftItsNode_IsRefused) {
     EXPECT_FALSE(in(m_b)->connect(left.get()));
     EXPECT_EQ(log.text(), "warning: Cannot connect input 'b.in' to output 'out': that output was "
                           "removed from its node.\n");
-}
-
-TEST_F(InputLinks, InputWithoutASource_TakesNoMoreMemoryInADeepCopy) {
-    const kelvo_sdk::Node copy = kelvo_sdk::Node(m_a).clone(true);
-    const auto* copied = static_cast<const Input*>(copy["in"].get());
-    EXPECT_EQ(copied->ownBytes(), static_cast<Input*>(in(m_a))->ownBytes());
 }
 
 TEST_F(InputLinks, NodeThatLeftTheScene_IsNotLinkedTo) {
