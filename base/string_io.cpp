@@ -35,7 +35,7 @@ bool appendShortReal(StringIO& out, double value) {
     char* const start = out.prepare(numberRoom);
     char* to = start;
     if (std::signbit(value)) *to++ = '-';
-    to = std::to_chars(to, to + numberRoom - 1, whole).ptr;
+    to = std::to_chars(to, start + numberRoom, whole).ptr;
     if (rest != 0) *to++ = '.';
     for (u64 unit = 100; rest != 0; rest %= unit, unit /= 10)
         *to++ = static_cast<char>('0' + rest / unit);

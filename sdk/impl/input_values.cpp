@@ -103,7 +103,6 @@ bool Input::storeModified(Value value) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
     expectNews(m_node, static_cast<const IInput*>(this));
-    if (type() == AttrType::Node) extras();
     dropStash();
     replaceValue(value);
     step.commit();

@@ -1,7 +1,6 @@
 // Replaces the allocation functions by ones that fail on command and note when watched memory goes.
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_list.h"
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
@@ -230,27 +229,6 @@ TEST_F(AttributesOutOfMemory, Clone_ReleasesThePartlyBuiltCopy) {
     EXPECT_GE(failures, 3);
     EXPECT_EQ(copy->inputCount(), 2u);
     copy->decRef();
-}
-
-TEST(InputListOutOfMemory, IndexThatCannotGoAlong_IsForgotten) {
-    std::array<RefersTo<Input>, 21> inputs;
-    for (int i = 0; i < 21; ++i)
-        inputs[i] = RefersTo<Input>::adopt(
-            new Input(nullptr, nullptr, String::format("in%d", i), AttrType::Int, AttrType::Null));
-    // A description keeps the block that the index is in.
-    inputs[1]->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
-    ds::Vector<IInput*> list;
-    list.reserve(32);
-    for (int i = 1; i < 21; ++i)
-        appendToList(list, inputs[i].get());
-    {
-        const Allow none(0);
-        insertIntoList(list, 0, inputs[0].get());
-    }
-    removeFromList(list, 5);
-    removeFromList(list, 0);
-    EXPECT_EQ(findInList(list, "in5"), nullptr);
-    EXPECT_EQ(findInList(list, "in6"), inputs[6].get());
 }
 
 TEST(ObserversOutOfMemory, Subscribe_LeavesTheListAndTheLockAsTheyWere) {

@@ -152,5 +152,20 @@ TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
     EXPECT_TRUE(scene.verify().empty());
 }
 
+TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Input input = scene.createNode("t", "x").createInput("in", AttrType::Real);
+    const auto first = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "first"));
+    auto second = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "second"));
+    input->connect(first->createOutput("out", AttrType::Real));
+    input->connect(second->createOutput("out", AttrType::Real));
+    scene.undo();
+    second.reset();
+    EXPECT_TRUE(scene.redo());
+    ASSERT_TRUE(input.source());
+    EXPECT_EQ(input.source().path(), "second.out");
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

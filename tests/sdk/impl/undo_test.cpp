@@ -275,6 +275,18 @@ TEST_F(UndoTest, Observers_HearOfItAsOfTheEdit) {
     node("lamp").unsubscribe(&heard);
 }
 
+TEST_F(UndoTest, AdditionTakenBack_IsToldAsARemoval) {
+    struct Removals : SceneObserver {
+        void inputRemoved(const IInput* input) override { names += input->name(); }
+        String names;
+    } removals;
+    m_scene["lamp"].createInput("in", AttrType::Real);
+    m_scene.subscribe(&removals);
+    m_scene.undo();
+    m_scene.unsubscribe(&removals);
+    EXPECT_EQ(removals.names, "in");
+}
+
 TEST_F(UndoTest, ObserverThatEdits_IsPartOfTheStep) {
     Heard heard;
     heard.then = [&] {
