@@ -37,7 +37,7 @@ __extension__ using u128 = unsigned __int128;
 /// whoever chooses the bytes can make hashes collide.
 [[nodiscard]] QV_EXPORT u64 hashBytes(const void* data, u64 size, u64 seed = 0) noexcept;
 
-/// What `hashBytes` gives for the text in ASCII lower case.
+/// The hash that `hashBytes` gives for the text in ASCII lower case.
 [[nodiscard]] QV_EXPORT u64 hashFolded(std::string_view text) noexcept;
 
 /// Adds a hash to another, in order: mixing a, then b is not mixing b, then a. Never 0.
@@ -45,7 +45,7 @@ __extension__ using u128 = unsigned __int128;
     return detail::hashFinish(seed, h, 0);
 }
 
-/// What `hashBytes` gives for no bytes and seed 0.
+/// The hash that `hashBytes` gives for no bytes and seed 0.
 inline constexpr u64 hashOfNothing = detail::hashFinish(0, 0, 0);
 
 } // namespace qv

@@ -35,7 +35,7 @@ bool appendShortReal(StringIO& out, double value) {
     char* const start = out.prepare(numberRoom);
     char* to = start;
     if (std::signbit(value)) *to++ = '-';
-    to = std::to_chars(to, to + numberRoom - 1, whole).ptr;
+    to = std::to_chars(to, start + numberRoom, whole).ptr;
     if (rest != 0) *to++ = '.';
     for (u64 unit = 100; rest != 0; rest %= unit, unit /= 10)
         *to++ = static_cast<char>('0' + rest / unit);
@@ -96,7 +96,8 @@ void StringIO::truncate(u64 size) noexcept {
 String StringIO::take() {
     if (m_size == 0) return {};
     void* block = m_text - StringBuffer::headerSize;
-    // What was reserved too much goes back; where that fails the block is good as it is.
+    // Gives back the memory that was reserved in excess; where that fails, the block stays as it
+    // is.
     if (m_capacity - m_size > m_size / 8)
         if (void* fitted = std::realloc(block, StringBuffer::headerSize + m_size + 1))
             block = fitted;

@@ -20,7 +20,7 @@ bool isFaultyAscii(unsigned char c) noexcept {
     return c == 0x7f || (c < ' ' && c != '\t' && c != '\n' && c != '\r');
 }
 
-// What the second byte of a sequence may be, so that nothing is overlong, a surrogate or too large.
+// The range of a sequence's second byte that excludes overlong, surrogate and too large characters.
 struct Lead {
     u64 length;
     unsigned char secondFrom;

@@ -32,7 +32,7 @@ def classes():
 
 
 def layouts(found):
-    """What clang says of a class derived from each, whose constructor needs the virtual table."""
+    """Returns what clang prints of classes derived from each; constructors need the tables."""
     with tempfile.TemporaryDirectory() as folder:
         source = pathlib.Path(folder) / "slots.cpp"
         source.write_text("".join(f'#include "{header}"\n' for _, header in found) + "".join(

@@ -19,10 +19,10 @@ namespace qv::kelvo_sdk {
 // sees, or of LibraryEntry behind its first member.
 inline constexpr u32 libraryInterfaceVersion = 1;
 
-/// What a node library tells the program that loads it; static data of the node library.
+/// The description that a node library gives the program that loads it; static data of the library.
 struct LibraryEntry {
-    /// What the node library was built for. It stays the first member for ever, so that a library
-    /// of any version can be told apart before more of it is looked at.
+    /// The version of the interface that the node library was built for. It stays the first member
+    /// for ever, so that a library of any version can be told apart before more of it is looked at.
     u32 interfaceVersion = 0;
     /// The copy of this library that the node library uses: it has to be the program's.
     i64 (*core)() = nullptr;

@@ -79,7 +79,7 @@ public:
         return get() && get()->unsubscribe(observer);
     }
 
-    // What is done, taken back and done again: see `IScene`, and `UndoScope` below.
+    // Undo and redo: see `IScene`, and `UndoScope` below.
 
     bool setUndoEnabled(bool enabled) const { return get() && get()->setUndoEnabled(enabled); }
     [[nodiscard]] bool undoEnabled() const { return get() && get()->undoEnabled(); }

@@ -19,8 +19,8 @@ struct QV_EXPORT SceneChange {
     Subject subject = Subject::Node;
     /// "lamp", "lamp.shade.tint", "room.children[3]"; "wood.color:2" is the second of that name.
     String path;
-    /// What of it changed: "type", "bases", "flags", "kind", "value", "source", a note as "@min" or
-    /// "@label "de"", "notes", "comment.leading" and the like.
+    /// The part that changed: "type", "bases", "flags", "kind", "value", "source", a note as "@min"
+    /// or "@label "de"", "notes", "comment.leading" and the like.
     String field = {};
     /// Empty for what is not there. Of a move, what stands in front of it, or the index.
     std::optional<String> before = {};

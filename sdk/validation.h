@@ -18,9 +18,9 @@ struct ValidationRule {
     /// Lower-case words joined by '-'; stays the same in all versions.
     const char* id;
     Severity severity;
-    /// What is found, as a sentence.
+    /// A sentence about what the rule finds.
     const char* summary;
-    /// What a fix does, as a sentence; null when there is none.
+    /// A sentence about what a fix does; null when there is none.
     const char* fix;
     /// True when a finding tells of something that could not be checked, as nothing defines it.
     bool isUnchecked = false;
@@ -29,7 +29,7 @@ struct ValidationRule {
 /// Returns all rules, in the order of docs/validation.md.
 [[nodiscard]] QV_EXPORT std::span<const ValidationRule> validationRules() noexcept;
 
-/// What would put one finding right.
+/// The fix of one finding.
 class QV_EXPORT FindingFix : public RefCounted {
 public:
     explicit FindingFix(String text) : m_text(std::move(text)) {}
@@ -77,10 +77,10 @@ struct ValidationOptions {
 /// everything could be checked and there are no warnings either.
 [[nodiscard]] QV_EXPORT bool passes(const Findings& findings, bool isStrict = false) noexcept;
 
-/// What became of the findings of a scene.
+/// The outcome of fixing the findings of a scene.
 struct FixReport {
     Findings fixed;
-    /// What `validate` finds afterwards.
+    /// The findings of `validate` afterwards.
     Findings left;
 };
 

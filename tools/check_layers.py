@@ -24,7 +24,7 @@ unordered_set utility valarray variant vector version
 OPENS_FILES = frozenset(("filesystem", "fstream"))
 # The part of the roof that is for all clients.
 FILES = "files"
-# What a folder of the roof may take from another: the clients that check or measure the others.
+# Folders of the roof that may include others of it: they check or measure them.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
 
 

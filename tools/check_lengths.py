@@ -10,7 +10,8 @@ MOST_LINES_OF_A_FUNCTION = 60
 MOST_LINES_OF_A_SOURCE = 500
 MOST_COLUMNS = 100
 
-# What hides braces: comments, raw strings, strings, characters. A quote inside a number stays out.
+# Braces do not count in comments, raw strings, strings, characters. A quote inside a number is no
+# character.
 HIDING = re.compile(
     r'//(?:\\\n|[^\n])*|/\*.*?\*/'
     r'|(?:\b(?:u8|[uUL]))?R"(?P<mark>[^\s()\\"]{0,16})\(.*?\)(?P=mark)"'

@@ -1,4 +1,4 @@
-"""What the checks of the tree share: its files, its floors, and how a finding reads."""
+"""Shared by the checks of the tree: its files, its floors, and how a finding reads."""
 import pathlib
 import subprocess
 import sys

@@ -12,7 +12,7 @@ namespace {
 
 using Map = ds::HashMap<String, String>;
 
-// What a map does without the pool: one allocation of 8 bytes per bucket.
+// A map without the pool: one allocation of 8 bytes per bucket.
 class PlainMap {
 public:
     PlainMap() {

@@ -69,7 +69,7 @@ void cachedHash(benchmark::State& state) {
 }
 BENCHMARK(cachedHash)->Name("string_hash_cached");
 
-// What a look-up by a literal pays before it starts to look.
+// The cost that a look-up by a literal has before it starts to look.
 void makeAndHash(benchmark::State& state) {
     const char* text = "baseColorTexture";
     for (auto _ : state) {

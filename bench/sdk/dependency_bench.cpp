@@ -3,7 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
-// What nodes depend on: collected, evaluated, asked whether it changed.
+// Dependencies of nodes: collected, evaluated, asked whether they changed.
 namespace qv::bench {
 namespace {
 

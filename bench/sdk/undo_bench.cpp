@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// What it costs to be able to take things back.
+// The cost of recording edits for undo.
 namespace qv::bench {
 namespace {
 

@@ -9,13 +9,14 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// What a definition says of an attribute beyond its kind; shared by all inputs made from it.
+/// The description of an attribute by its definition, beyond its kind; shared by all inputs made
+/// from it.
 class AttrDetails final : public RefCounted {
 public:
     /// Text by language.
     using Texts = ds::Vector<std::pair<String, String>>;
 
-    /// What `reset` brings back; Null means the kind's zero value.
+    /// The value that `reset` brings back; Null means the kind's zero value.
     Value defaultValue;
     /// Writes outside are refused; Null means no bound. Tuples are bounded component by component.
     Value minimum;

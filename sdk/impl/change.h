@@ -38,7 +38,7 @@ public:
 
     /// Memory that is in use for nothing but this.
     [[nodiscard]] virtual u64 bytes() const = 0;
-    /// What it is about: a path or a node's name.
+    /// Returns the path or the node's name that the change is about.
     [[nodiscard]] virtual String subject() const = 0;
     /// For users, such as "Set lamp.radius".
     [[nodiscard]] virtual String text() const = 0;

@@ -22,8 +22,8 @@ DirtyCache::DirtyCache(Scene& scene) : m_scene(scene) {
     scene.forEachNode([this](Node* node) { added(*node); });
 }
 
-// What reads a node that was dirty already is dirty, or waits among the early ones. Without memory
-// to find out which flags to turn, all are.
+// Readers of a node that was dirty already are dirty themselves, or wait among the early ones.
+// Without memory to find out which flags to turn, all are turned.
 void DirtyCache::changed(const Node& node, bool wasDirty) noexcept {
     try {
         recheckEarly();

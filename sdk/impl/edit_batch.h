@@ -39,7 +39,7 @@ public:
     [[nodiscard]] const interfaces::SceneChanges& net() noexcept;
 
 private:
-    // What is known of a thing since the first news of it.
+    // The state of a thing since the first news of it.
     struct Presence {
         // Not only expected.
         bool isHeardOf = false;

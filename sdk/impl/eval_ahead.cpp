@@ -75,7 +75,8 @@ bool EvalAhead::isDue(const EvalLevel& level) noexcept {
     return level.stackUsed() >= before + stackStep;
 }
 
-// What is being evaluated already is left to the callback that reads it, as an endless evaluation.
+// Outputs under evaluation are left to the callback that reads them, which is an endless
+// evaluation.
 EvalAhead::EvalAhead(const EvalCtx& frame, const EvalLevel& level)
     : m_frame(frame), m_outer(t_innermost), m_stackUsed(level.stackUsed()) {
     const auto sources = SourceWalk().run(*frame.node());

@@ -19,8 +19,8 @@ u64 kindOf(const Input& input) noexcept {
     return static_cast<u64>(input.type()) << 8 | static_cast<u64>(input.elementType());
 }
 
-// What a callback finds in the node itself. An output that no callback produces counts by its
-// value.
+// Hash of everything that a callback finds in the node itself. An output that no callback produces
+// counts by its value.
 u64 ownHash(const Node& node) {
     static const StringVector noTypes;
     const StringVector bases = node.bases();
@@ -148,7 +148,7 @@ private:
         }
     }
 
-    // Those that it shares a cycle with are not known yet.
+    // Nodes of the same cycle are not known yet.
     void addBelow(Found& member) const {
         for (u64 i = member.begin; i < member.end; ++i) {
             const auto known = m_hashes.m_known.find(m_below[i]);
@@ -179,7 +179,7 @@ u64 EvalHashes::of(const Node& node) {
     return m_known.at(&node);
 }
 
-// What is not known has no known readers.
+// A node that is not known has no known readers.
 void EvalHashes::forget(const Node& node) noexcept {
     if (m_known.erase(&node) != 0) forgetReaders(node);
 }

@@ -37,7 +37,7 @@ private:
     [[nodiscard]] u64 renewalOf(const Node& node) const noexcept;
 
     const Scene& m_scene;
-    // Whoever is known depends on known nodes only, but for those outside.
+    // A known node depends on known nodes only, apart from nodes outside the scene.
     std::unordered_map<const Node*, u64> m_known;
     // The number of the last renewal of each node, and of the last one that counts for all.
     std::unordered_map<const Node*, u64> m_renewals;

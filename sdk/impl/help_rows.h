@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// What help tells of one input, as plain texts in the language in use; unescaped.
+/// The help on one input, as plain texts in the language in use; unescaped.
 struct HelpRow {
     /// Levels below the node: members and elements stand below what holds them.
     u32 depth = 0;

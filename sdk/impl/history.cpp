@@ -62,7 +62,7 @@ void History::cancel(u64 depth) {
     if (isIdle()) closeStep();
 }
 
-// Those that began inside the operation under way, or while none was.
+// Takes back cancelled edits that began inside the operation under way, or while none was.
 void History::takeBackCancelled() noexcept {
     const auto isDue = [this](const Mark& mark) {
         return mark.isCancelled && mark.operations >= m_operations;
@@ -103,7 +103,7 @@ void History::rollBack(u64 from) noexcept {
     m_isReplaying = wasReplaying;
 }
 
-// What observers do about it stays, as part of what surrounds it.
+// Edits that observers make in answer stay, as part of the surrounding step.
 void History::takeBack(u64 from) noexcept {
     for (Mark& mark : m_marks)
         mark.changes = std::min(mark.changes, from);

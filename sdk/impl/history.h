@@ -21,8 +21,8 @@ class Scene;
 
 /// The steps that a scene can take back and do again.
 ///
-/// Whoever changes something opens an operation (`EditStep`) and adds the change to it; edits
-/// (`begin` to `end`) hold any number of operations. What is outermost makes one step. Changes are
+/// The code of a change opens an operation (`EditStep`) and adds the change to it; edits (`begin`
+/// to `end`) hold any number of operations. The outermost edit makes one step. Changes are
 /// symmetric: a step is its changes in the order in which they were made, and taking it back turns
 /// them in reverse, which makes a step again.
 ///
@@ -126,7 +126,7 @@ private:
     struct Mark {
         u64 changes;
         u64 operations;
-        // What was done is taken back as soon as the operation that surrounds it allows.
+        // The changes are taken back as soon as the operation that surrounds it allows.
         bool isCancelled = false;
     };
 

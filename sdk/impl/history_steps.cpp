@@ -128,7 +128,7 @@ void History::turnAgain(Step& step) noexcept {
     }
 }
 
-// What goes ends after the history is in order: destructors may come back here.
+// Dropped steps are destroyed last, when the history is in order: destructors may call back.
 void History::keep(Step&& step) noexcept {
     std::list<Step> dropped = std::exchange(m_undone, {});
     for (const Step& undone : dropped)

@@ -33,8 +33,8 @@ struct Stash;
 ///     Hash       input_hash.cpp        of the value
 ///     Links      input_links.cpp       connections to outputs, links to nodes
 ///
-/// What few inputs have (members, a connection, details, a stash) stands in a block of its own,
-/// made when first needed.
+/// Parts that few inputs have (members, a connection, details, a stash) stand in a block of their
+/// own, made when first needed.
 class Input final : public IInput {
 public:
     // ---- Object ----------------------------------------------------------------------------
@@ -364,7 +364,7 @@ private:
     // Something that holds the input is marked read-only.
     bool m_isHeldReadOnly : 1 = false;
     bool m_isLeftOut : 1 = false;
-    // What walks and look-ups ask of every input stands together at the front.
+    // Fields that walks and look-ups read of every input stand together at the front.
     std::unique_ptr<InputExtras> m_extras;
     Node* m_node;
     Input* m_parent;

@@ -210,7 +210,7 @@ String InputListChange::subject() const {
                                                                         : holder + "." + path;
 }
 
-// One that is out is there for this alone.
+// Only this record keeps a removed input alive, so its bytes count here.
 u64 InputListChange::bytes() const {
     u64 bytes = sizeof(*this);
     if (!m_isIn) bytes += input().ownBytes();

@@ -8,7 +8,7 @@
 
 #include <memory>
 
-// What changes about inputs: values, links, connections, what is kept aside, and their lists.
+// Records of changes to inputs: values, links, connections, what is kept aside, and their lists.
 namespace qv::kelvo_sdk::impl {
 
 class Input;

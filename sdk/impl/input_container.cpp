@@ -238,7 +238,7 @@ void Input::renumber(u64 place, bool cameIn) noexcept {
         number(place, count);
 }
 
-// What is behind keeps its numbers. False, and nothing done, without memory.
+// Elements behind keep their numbers. False, and nothing done, without memory.
 bool Input::shiftNumbers(bool cameIn) noexcept {
     try {
         auto& rare = m_extras->rare;

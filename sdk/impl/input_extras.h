@@ -18,7 +18,7 @@ struct Stash {
     Link link;
 };
 
-/// What hardly any input has.
+/// Parts that hardly any input has.
 struct RareExtras {
     // Kinds from far outside their enumerations, as they were given.
     AttrType type = AttrType::Null;
@@ -28,7 +28,7 @@ struct RareExtras {
     u64 firstNumber = 0;
 };
 
-/// What few inputs have, kept out of all the others.
+/// Parts that few inputs have, kept out of all the others.
 struct InputExtras {
     RefersTo<AttrDetails> details;
     ds::Vector<interfaces::IInput*> members;

@@ -83,7 +83,7 @@ u64 Input::holderHash(const StringVector& skip) const {
     }
 }
 
-// What holds an input of unknown hash has none either.
+// The holder of an input without a known hash has none either.
 void Input::dropHash() noexcept {
     for (Input* input = this; input; input = input->m_parent) {
         if (input->m_hash.load(std::memory_order_relaxed) == 0) return;

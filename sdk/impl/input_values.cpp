@@ -86,8 +86,8 @@ bool Input::isModified() const {
     return stashed() && isUpToModifiers();
 }
 
-// What a modifier writes is told by the scene, when all have written. Everything else is what the
-// user sets, and takes the place of what is kept aside; the node is modified again after that.
+// The scene reports the values that modifiers write when all have written. Every other value is the
+// user's and replaces the one that is kept aside; the node is modified again after that.
 bool Input::storeModified(Value value) {
     Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
     const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
@@ -103,7 +103,6 @@ bool Input::storeModified(Value value) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
     expectNews(m_node, static_cast<const IInput*>(this));
-    if (type() == AttrType::Node) extras();
     dropStash();
     replaceValue(value);
     step.commit();

@@ -108,7 +108,7 @@ void KndBuilder::addBases(u32 type, KndDefinition& to) {
     to.inheritedOutputs = to.outputs.size();
 }
 
-// What comes by two ways from one place is one; no other names meet.
+// An attribute inherited by two ways from one base counts once; no other names collide.
 void KndBuilder::inherit(KndDefinition& to) {
     std::set<std::pair<const KndDefinition*, u64>> met;
     const auto isNew = [&](const KndDefinition::Place& place) {

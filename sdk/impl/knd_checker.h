@@ -31,7 +31,7 @@ public:
 
     void check();
 
-    // What was found out, for the builder.
+    // Results of the check, for the builder.
 
     /// Returns the types in an order in which each stands behind its bases.
     [[nodiscard]] const std::vector<u32>& order() const noexcept { return m_order; }
@@ -97,7 +97,7 @@ private:
     std::vector<u32> m_order;
     std::vector<Attrs> m_attrs;
     std::unordered_map<const KndDefinition*, Attrs> m_knownAttrs;
-    // What the pages of a type hold beside inputs, once it was counted.
+    // Items that the pages of a type hold beside inputs, once they were counted.
     std::vector<u64> m_pages;
     std::unordered_map<const KndDefinition*, u64> m_knownPages;
 

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-/// What all pages have around their content.
+/// The frame that all pages have around their content.
 namespace qv::kelvo_sdk::impl::html {
 
 struct PageHead {

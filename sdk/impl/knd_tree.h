@@ -4,8 +4,8 @@
 
 #include <vector>
 
-// What a text of node types says beyond what scene text says of nodes: records beside a scene tree,
-// whose nodes stand for the types.
+// The parts of definition text that scene text does not have: records beside a scene tree, whose
+// nodes stand for the types.
 namespace qv::kelvo_sdk::impl {
 
 /// A label or help text, or the icon, and the comments around its line.

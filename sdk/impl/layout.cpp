@@ -102,7 +102,7 @@ void Layout::removeInputs(const Layout& moved) {
                           [&](const String& input) { return names.contains(input.foldedHash()); });
 }
 
-// What all inputs moved out of is no place any more.
+// Groups and pages without inputs left are removed.
 void Layout::dropEmpty() {
     for (Page& page : m_pages)
         std::erase_if(page.groups, [](const Group& group) {

@@ -21,7 +21,7 @@ namespace {
 // Changes that observers and modifiers make are followed up as often as this.
 constexpr u32 maxRounds = 32;
 
-// What some nodes lead to, each node before those that depend on it unless there is a loop; which
+// The nodes downstream of some nodes, each before its dependents unless there is a loop, and which
 // of them are to be modified again. Without recursion.
 class Downstream {
 public:

@@ -85,7 +85,7 @@ private:
     [[nodiscard]] static Written shownBy(Input& input);
 
     Scene& m_scene;
-    // Those that have a list of modifiers with something in it.
+    // Nodes whose list of modifiers is not empty.
     std::unordered_set<Node*> m_nodes;
     std::vector<RefersTo<Node>> m_queue;
     std::unordered_set<const Node*> m_queued;

@@ -81,7 +81,7 @@ public:
     void endModification() noexcept { m_modifying = false; }
 
     // ---- Type and naming -------------------------------------------------------------------
-    // What a node is and how it is called. Only the bases listed here count; nothing walks theirs.
+    // The type, bases and names of a node. Only the bases listed here count; nothing walks theirs.
 
     IInput* meta() const override;
     [[nodiscard]] String type() const override;

@@ -137,7 +137,7 @@ void NodeChange::prepareFlip(Scene& scene) {
     if (m_isIn) scene.clearReferences(*m_node);
 }
 
-// One that left may have been given to another scene, where it stays.
+// A node that left may have been given to another scene, where it stays.
 void NodeChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
     const bool isElsewhere = m_node->scene() && !m_node->hasLeft();

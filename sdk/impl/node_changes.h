@@ -8,7 +8,7 @@
 
 #include <vector>
 
-// What changes about nodes as a whole, and about outputs.
+// Records of changes to nodes as a whole, and to outputs.
 namespace qv::kelvo_sdk::impl {
 
 /// An output came into the list of a node, or left it.

@@ -181,7 +181,7 @@ Value NodeConverter::converted(const Value& value, const Input& to) const {
     return isOtherBuffer ? result : value;
 }
 
-// What modifiers wrote is not the user's, and links to the node itself are to follow it.
+// Values that modifiers wrote are not the user's, and links to the node itself are to follow it.
 Value NodeConverter::userValue(const Input& from) const {
     const Value& value = from.ownValue();
     const bool isOwnLink = value.type() == AttrType::Node && value.asNode() == &m_from;

@@ -14,8 +14,8 @@ using interfaces::Misfits;
 
 /// Fills the replacement of a node that is converted to another type, and notes what does not fit.
 ///
-/// What the node has beyond its own type's definition is carried over whole, and so is everything
-/// when nothing is known of the new type. What stands at its default is no loss.
+/// Attributes beyond the old type's definition are carried over whole, and so is everything when
+/// the new type is unknown. Dropping a value at its default is no loss.
 class NodeConverter {
 public:
     /// `definition` is that of the node's old type, null when it is not known.
@@ -39,7 +39,7 @@ private:
     struct Step {
         const Input* from;
         Input* to;
-        // What the node's old type says of the input, null when it says nothing.
+        // The input in the definition of the node's old type, null when there is none.
         const Input* definition;
         // Made here, so that it takes what is read-only as well.
         bool isCopy;

@@ -1,5 +1,5 @@
 // ---- Type and naming -------------------------------------------------------------------
-// What a node is and how it is called. Only the bases listed here count; nothing walks theirs.
+// The type, bases and names of a node. Only the bases listed here count; nothing walks theirs.
 
 #include "sdk/impl/node.h"
 

@@ -37,7 +37,7 @@ private:
         bool isOnPath = false;
         bool isBarred = false;
         bool isWaiting = false;
-        // Those that were barred at some time and lead here.
+        // Nodes that were barred at some time and lead here.
         std::vector<Number> waiting = {};
     };
 

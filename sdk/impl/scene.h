@@ -46,7 +46,8 @@ class NodeConverter;
 ///     Notifications  scene_notify.cpp     passed on to scene observers
 ///     Laws           scene_verify.cpp     checked in a walk over all
 ///
-/// What its nodes tell it is virtual, so that an application may listen in by deriving.
+/// The functions by which nodes tell it of changes are virtual, so that an application may derive
+/// and listen.
 class Scene : public IScene {
 public:
     QV_EXPORT Scene();
@@ -103,7 +104,7 @@ public:
     INode* convertNoting(INode* node, String type, Misfits* misfits) override;
 
     // ---- Modifiers -------------------------------------------------------------------------
-    // What the modifiers of a node write hides what its user set, and never replaces it.
+    // Values that the modifiers of a node write hide the user's, and never replace them.
 
     /// Has the node's modifiers write once more: for what they go by beside inputs and connections.
     void applyModifiers(INode* node);
@@ -222,7 +223,7 @@ public:
     [[nodiscard]] LinkTable& links() noexcept { return m_links; }
     /// The same, of values that inputs keep aside.
     [[nodiscard]] LinkTable& stashLinks() noexcept { return m_stashLinks; }
-    /// What a reader found beside the contents, for the writer.
+    /// Comments and unread parts that the reader kept for the writer.
     [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
 

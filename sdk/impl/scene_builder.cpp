@@ -123,7 +123,7 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
     return node;
 }
 
-// What the text says of bases stands against the definition.
+// The text's word on bases overrides the definition.
 void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     const Node* definition = from.definition;
     if (definition) {
@@ -203,15 +203,15 @@ void SceneBuilder::link(const TreeLink& from) {
 }
 
 // Read-only inputs and those that take few choices are linked too: that is how they were written.
-// What a library removed when its node was made stays as it is.
+// An input that a library removed when its node was made stays out.
 void SceneBuilder::setLink(Input& input, INode* target) {
     if (!input.m_node) return;
     EditStep step(input.m_node);
     step.prepare<ValueChange>(input);
     expectNews(input.m_node, static_cast<const IInput*>(&input));
     if (target) input.extras();
-    Value before = std::exchange(input.m_value, Value(target));
-    input.linkTo(target);
+    Value before(target);
+    input.replaceValue(before);
     step.commit();
     input.changed(std::move(before));
 }

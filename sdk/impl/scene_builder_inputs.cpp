@@ -45,7 +45,7 @@ void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
                   appendToList(node.m_inputs, input.get());
                   std::ignore = input.detach();
               });
-    // Those inside each other take no stack.
+    // Containers inside each other take no stack.
     while (!m_unfilled.empty()) {
         const Unfilled next = m_unfilled.back();
         m_unfilled.pop_back();

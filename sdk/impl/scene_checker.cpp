@@ -197,7 +197,7 @@ String SceneChecker::sourcePath(const TreeConnection& connection) const {
            m_tree.names.text(connection.sourceOutput);
 }
 
-// What is unknown may be so because of an error before.
+// A name may be unknown because of an earlier error.
 void SceneChecker::failUnknown(u64 offset, u32 node, String message) {
     if (!m_namesAreMissing) fail(offset, node, std::move(message));
 }

@@ -68,8 +68,8 @@ public:
     [[nodiscard]] const Comments& file() const noexcept { return m_file; }
 
     /// Set the comments of a node or attribute, in place of earlier ones; empty comments remove.
-    /// What cannot stand in a comment becomes '?', lines without '#' get one, and blank lines that
-    /// follow each other become one.
+    /// Characters that no comment may have become '?', lines without '#' get one, and blank lines
+    /// that follow each other become one.
     void set(const interfaces::INode* node, Comments comments);
     void set(const interfaces::IInput* input, Comments comments);
     void set(const interfaces::IOutput* output, Comments comments);
@@ -84,7 +84,7 @@ public:
     void remove(const interfaces::IInput* input);
     void remove(const interfaces::IOutput* output);
 
-    /// What was taken out, to be put back.
+    /// Comments that were taken out, to be put back.
     class Kept;
     /// As `remove`, with all that is forgotten to be put back.
     [[nodiscard]] Kept take(const interfaces::INode* node);

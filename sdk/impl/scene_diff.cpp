@@ -129,7 +129,7 @@ bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
     impl::SceneMerger merger(documents[0], documents[1], documents[2], options);
     const impl::SceneDocument made = merger.run();
     conflicts = merger.takeConflicts();
-    // What a text leaves to its nodes' types takes them.
+    // Attributes that a text leaves to its nodes' types need the types.
     LibrariesForText libraries(merged);
     for (const Scene* scene : scenes)
         shareLibraries(*scene, merged);

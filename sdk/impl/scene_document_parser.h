@@ -18,7 +18,7 @@ public:
 
     bool parseScene();
 
-    // What is all of the text.
+    // The whole of the text.
 
     std::optional<DocNode> loneNode();
     std::optional<DocAttr> loneInput();

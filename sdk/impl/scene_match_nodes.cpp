@@ -56,7 +56,7 @@ private:
         m_found.emplace_back(gone.node, found.node);
     }
 
-    // Those that are alike come back in their order.
+    // Returns equal nodes in their order.
     void findEqual() {
         std::unordered_map<u64, std::vector<Candidate*>> byHash;
         for (Candidate& gone : m_gone)

@@ -28,7 +28,7 @@ private:
 ///     Removals  scene_merger_removals.cpp   what one side removed and the other goes on with
 ///     Links     scene_merger_links.cpp      references to what is not there in the end
 ///
-/// What one side changed counts against what the other left; what both changed differently is a
+/// A change by one side wins over no change by the other; different changes to the same thing are a
 /// conflict.
 class SceneMerger {
 public:

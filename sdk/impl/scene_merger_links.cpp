@@ -67,7 +67,7 @@ void SceneMerger::checkLink(const std::string& path, std::string_view field, std
     text = instead;
 }
 
-// What a scene's text leaves to a definition is not listed and may well be there.
+// Outputs that a scene's text leaves to a definition are not listed and may well be there.
 bool SceneMerger::lacksOutput(std::string_view path) const {
     if (!m_madeNodes.find(path.substr(0, path.find('.')))) return true;
     const bool wasListed = m_mineNodes.listsOutput(path) || m_theirNodes.listsOutput(path);

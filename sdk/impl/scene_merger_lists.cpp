@@ -19,7 +19,7 @@ String textOf(const DocAttr& attr) {
     return SceneDocument::textOf(attr, false);
 }
 
-// Those of the keys that the others have too, in their order.
+// Returns the keys that the others have too, in their order.
 template<typename Others>
 Keys common(const Keys& keys, const Others& others) {
     Keys found;
@@ -47,7 +47,7 @@ Keys withAdded(const Keys& first, const Keys& second) {
     };
     std::string last;
     for (const std::string& key : first) {
-        // What only the first has there comes before what only the second has there.
+        // Items that only the first has there come before items that only the second has there.
         if (inSecond.contains(key)) {
             add(last);
             last = key;

@@ -3,7 +3,7 @@
 #include "sdk/impl/scene.h"
 
 // ---- Modifiers -----------------------------------------------------------------------------
-// What the modifiers of a node write hides what its user set, and never replaces it.
+// Values that the modifiers of a node write hide the user's, and never replace them.
 
 namespace qv::kelvo_sdk::impl {
 

@@ -185,7 +185,7 @@ bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
     checkDuplicateOutputs(node);
     comments.inner = std::move(body.inner);
     comments.unread = std::move(body.unread);
-    // What is not closed ends where the next node starts.
+    // A node without its closing brace ends where the next one starts.
     if (!isClosed) return !m_errors.full();
     return endLine(comments.trailing);
 }

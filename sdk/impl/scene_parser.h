@@ -11,7 +11,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// What a reader takes at most, so that no text exhausts the machine.
+/// Limits of a reader, so that no text exhausts the machine.
 struct ParseLimits {
     u32 depth = 200;
     u64 nodes = 1'000'000;
@@ -22,7 +22,7 @@ struct TextForm {
     /// In the header line, behind "kelvo".
     std::string_view header = "scene";
     std::string_view name = "scene text";
-    /// What a part starts with, and what it is called.
+    /// The keyword that a part starts with, and its name in messages.
     std::string_view part = "node";
     /// Words that lines of a part start with, beside kinds.
     std::span<const std::string_view> words = {};
@@ -95,7 +95,7 @@ protected:
         u32 lastInput = noTreeIndex;
         u64 outputs = 0;
     };
-    // What came of an item or a step: what `Opened` says goes on in a level of its own.
+    // The outcome of an item or a step: `Opened` when it goes on in a level of its own.
     enum class Read { Failed, Done, Opened };
 
     // ---- File and nodes --------------------------------------------------------------------

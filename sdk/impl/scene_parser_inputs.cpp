@@ -30,7 +30,7 @@ String unknownDataType(std::string_view word) {
     return "Unknown element type '" + String(word) + "'" + near.question();
 }
 
-// What is a number, and yet not taken, is too large or too small.
+// A number that was not taken is too large or too small.
 bool isOutOfRange(const String& found, std::string_view expected) {
     std::string_view digits = found.view();
     digits.remove_prefix(digits.starts_with("'-") && !expected.ends_with("0") ? 2 : 1);

@@ -117,8 +117,8 @@ bool SceneParser::mayOpen() {
                 String::format("Arrays and objects are nested more than %u deep.", m_limits.depth));
 }
 
-// Reads what stands behind the value. What stands inside of this line is apart from what stands
-// inside of a line around it.
+// Reads what stands behind the value. Comments inside this line are kept apart from those
+// inside a line around it.
 bool SceneParser::closeLine(Item& item, bool isRead) {
     bool isWhole =
         isRead && parseSource(item.input) && parseNotes(item.input, item.kind, item.valueOffset);

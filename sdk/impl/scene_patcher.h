@@ -25,7 +25,7 @@ private:
     using Subject = SceneChange::Subject;
     using List = std::vector<DocAttr>;
 
-    // What comes to a list, or to another place in it.
+    // An item that comes to a list, or to another place in it.
     template<typename Item>
     struct Placement {
         const SceneChange* change;
@@ -50,7 +50,7 @@ private:
         // Null for a node; the attribute is the one of the list at the index.
         List* list = nullptr;
         u64 index = noIndex;
-        // What holds the list, null for a node.
+        // The attribute that holds the list, null for a node.
         DocAttr* holder = nullptr;
         bool isElement = false;
         u64 depth = 0;

@@ -10,7 +10,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// What a text of the place among its likes would break.
+// A line break here would corrupt the text.
 bool isOneLine(std::string_view text) {
     return text.find('\n') == std::string_view::npos;
 }
@@ -117,7 +117,7 @@ bool ScenePatcher::setAttrField(const SceneChange& change, DocAttr& attr) {
     return true;
 }
 
-// What is inside first: lists move with what they stand in.
+// Inner lists come first: a list moves with the attribute that holds it.
 bool ScenePatcher::rebuildLists() {
     std::vector<std::pair<List*, ListEdits<DocAttr>*>> open;
     for (auto& [list, edits] : m_lists)

@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk::impl {
 class Scene;
 
 struct ReadOptions {
-    /// What the text is called in errors, such as the name of its file.
+    /// The name of the text in errors, such as that of its file.
     String source = "text";
     /// Reading goes on after an error until there are so many; at least 1.
     u32 maxErrors = 20;

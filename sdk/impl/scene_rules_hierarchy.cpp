@@ -1,5 +1,5 @@
 // ---- Hierarchy -------------------------------------------------------------------------
-// What the arrays "children" say, of nodes of any type.
+// Rules on the arrays "children", of nodes of any type.
 
 #include "sdk/impl/scene_rules.h"
 

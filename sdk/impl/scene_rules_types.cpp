@@ -1,5 +1,5 @@
 // ---- Types -----------------------------------------------------------------------------
-// What the scene's libraries say of its nodes; a scene without libraries may hold any.
+// Rules by which the scene's libraries describe its nodes; a scene without libraries may hold any.
 
 #include "sdk/impl/scene_rules.h"
 

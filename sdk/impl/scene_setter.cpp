@@ -190,7 +190,7 @@ bool SceneSetter::removeInputs() {
     });
 }
 
-// What goes goes from the end; what moves goes to the end first, then each to its place.
+// Removes elements from the end; moves others to the end first, then each to its place.
 bool SceneSetter::setElements() {
     std::ranges::stable_sort(m_takenElements, std::greater(), &Step::index);
     std::ranges::stable_sort(m_placedElements, {}, &Step::newIndex);

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-// What a scene text says, read and not yet checked as a whole: plain records that refer to each
-// other by position. Nothing here touches a scene.
+// The contents of a scene text, read and not yet checked as a whole: plain records that refer to
+// each other by position. Nothing here touches a scene.
 namespace qv::kelvo_sdk::impl {
 
 class Input;
@@ -23,7 +23,7 @@ struct TreeKind {
     DataType dataType = DataType::Null;
 };
 
-/// What few inputs have.
+/// Parts that few inputs have.
 struct TreeExtras {
     Comments comments;
     RefersTo<AttrDetails> details;
@@ -51,13 +51,13 @@ struct TreeInput {
     u32 extras = noTreeIndex;
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
-    /// What a buffer, or each buffer inside, is bound to.
+    /// The element type that a buffer, or each buffer inside, is bound to.
     DataType boundType = DataType::Null;
     TreeSilence silent = TreeSilence::Inherited;
     bool readOnly = false;
     /// Another of the same name and kind stands before, and that is meant.
     bool isAgain = false;
-    /// What the text says of it is all: no note and no member comes from the definition.
+    /// The text is complete: no note and no member comes from the definition.
     bool isOwn = false;
     /// Set when the input is made: how the text marks a value that its limits do not allow.
     Comments::Unchecked unchecked = Comments::Unchecked::Open;
@@ -91,13 +91,13 @@ struct TreeNode {
     u32 extras = noTreeIndex;
     bool isAbstract = false;
     bool isInternal = false;
-    /// What the text says of it is all: no base, flag or attribute comes from the definition.
+    /// The text is complete: no base, flag or attribute comes from the definition.
     bool isOwn = false;
     /// The prototype of its type, null when nobody knows that.
     const Node* definition = nullptr;
 };
 
-/// What of an input a link is.
+/// The part of an input that a link is.
 enum class TreeSlot : u8 { Value, Stash, Default, Minimum, Maximum, Choice };
 
 /// A node named as a value.

@@ -26,7 +26,7 @@ struct Link;
 ///     Walk    scene_verify.cpp        nodes, the lists of their attributes, indexes by name
 ///     Bonds   scene_verify_bonds.cpp  connections, links and the tables of links
 ///
-/// What the scene does not own is not looked into, but for the inputs that say they belong to one
+/// Does not look into things that the scene does not own, except inputs that say they belong to one
 /// of the scene's outputs or to its table of links.
 class SceneVerifier {
 public:

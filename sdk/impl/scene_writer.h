@@ -30,8 +30,8 @@ class Scene;
 ///
 /// Of a node whose type the scene's libraries know, its definition's part is left out.
 ///
-/// What is not of the scene cannot be named in its text: links to it are written as null, and
-/// connections to it are left out.
+/// Nodes outside the scene cannot be named in its text: links to them are written as null, and
+/// connections to them are left out.
 class SceneWriter {
 public:
     /// Borrows all; `scene` is null for nodes that have none.

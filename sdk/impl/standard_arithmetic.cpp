@@ -17,7 +17,7 @@ double difference(double a, double b) {
 double product(double a, double b) {
     return a * b;
 }
-// What is no number gives way to the other.
+// NaN gives way to the other number.
 double smaller(double a, double b) {
     return std::isnan(a) || b < a ? b : a;
 }

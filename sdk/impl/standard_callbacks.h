@@ -6,7 +6,7 @@ namespace qv::kelvo_sdk::impl {
 
 class LibInfo;
 
-// What the types of the standard library do, group by group. Division by zero and the like have a
+// Callbacks of the standard library's types, group by group. Division by zero and the like have a
 // stated answer, in the help text of the type.
 
 /// One type for each kind of value, which it hands on.

@@ -8,10 +8,10 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// What was found wrong in one text, as it comes up; told in the order of the text.
+/// The errors of one text, gathered as they come up and told in the order of the text.
 class TextErrors {
 public:
-    /// What the parts of the text are.
+    /// The kind of parts that the text consists of.
     enum class Subject : u8 { Nodes, Types };
 
     struct Error {

@@ -112,7 +112,7 @@ template<std::floating_point T>
     if (const char* stop = detail::readShortReal(at, end, out)) return stop;
     T value{};
     const auto [stop, error] = std::from_chars(at, end, value);
-    // What from_chars knows of infinities and NaNs is not what is written here.
+    // from_chars reads infinities and NaNs in forms that this text does not have.
     if (error == std::errc() && endsNumber(stop, end) && std::isfinite(value)) {
         out = value;
         return stop;

@@ -215,7 +215,7 @@ void writeQuoted(std::string_view text, StringIO& out) {
     out.append('"');
     u64 start = 0;
     u64 at = 0;
-    // What stands for itself goes out in pieces as long as can be.
+    // Plain characters are written in runs as long as possible.
     while (at < text.size()) {
         const u64 plain = plainLength(text.substr(at));
         at += plain;

@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// What the result cache of a scene did and holds; all 0 while there is none.
+/// Counters and size of a scene's result cache; all 0 while there is none.
 struct EvalCacheFigures {
     /// Results that were asked for and known.
     u64 hits = 0;

@@ -70,7 +70,8 @@ public:
     /// objects, at their old places. False when there is none and, logged, while an edit or a step
     /// is under way. What observers throw comes out at the end, when the step is whole.
     ///
-    /// What observers do meanwhile belongs to the step: turning it again takes that back too.
+    /// Edits that observers make meanwhile belong to the step: turning it again takes them back
+    /// too.
     virtual bool undo() = 0;
     virtual bool redo() = 0;
     [[nodiscard]] virtual u64 undoCount() const = 0;

@@ -10,7 +10,7 @@ struct Misfit {
     /// Path of the input or output, as "lamp.size"; of the input that lost its connection, if that
     /// belongs to another node.
     String path;
-    /// What went wrong, to stand behind the path: "is an Int: '2.5' does not convert".
+    /// The reason, to stand behind the path: "is an Int: '2.5' does not convert".
     String reason;
 };
 

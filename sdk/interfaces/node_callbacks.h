@@ -7,7 +7,7 @@ namespace qv::kelvo_sdk::interfaces {
 /// Callbacks by which a node library gives a type its behaviour. `data` is the node's user data,
 /// which they own: init and free write it, free must set it to null.
 ///
-/// Exceptions of init, prep, eval and modify are logged and count as false, but for
+/// An exception from init, prep, eval or modify is logged and counts as false, but for
 /// `std::bad_alloc`, which reaches the caller.
 using NodeInitFn = bool (*)(INode* node, void** data);
 /// Nothing in the library calls prep: a renderer does, by `nodePrep`, before it asks for outputs.

@@ -6,9 +6,9 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// What a group of edits made of a scene, in the order of the first change to each thing. What came
-/// to nothing is left out, and so is what happened to the attributes of nodes that came or went.
-/// Everything here lives during the call, removed or not.
+/// Net changes of a scene by a group of edits, in the order of the first change to each thing.
+/// Changes that came to nothing are left out, and so are those to attributes of nodes that came or
+/// went. Everything here lives during the call, removed or not.
 struct SceneChanges {
     struct Renaming {
         INode* node;

@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk::interfaces {
 struct SceneFault {
     /// Path of the node, input or output, as "lamp.target"; empty for the scene as a whole.
     String place;
-    /// What is wrong, to stand behind the place: "links to a node that is not of the scene".
+    /// The fault, to stand behind the place: "links to a node that is not of the scene".
     String message;
 };
 

@@ -5,9 +5,9 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// What a scene's history tells of one step.
+/// One step of a scene's history.
 struct UndoStep {
-    /// What doing it, and what taking it back, is called.
+    /// Names for doing the step and for taking it back.
     String doText;
     String undoText;
     /// Paths of inputs and outputs and names of nodes that it is about, each once.

@@ -27,6 +27,10 @@ TEST(Math, MatIdentity_HasOnesOnTheDiagonal) {
             EXPECT_EQ((MatT<3, double>::identity[row][column]), row == column ? 1.0 : 0.0);
 }
 
+TEST(Math, QuatIdentity_TurnsNothing) {
+    EXPECT_EQ(Quatd::identity, (Quatd{0, 0, 0, 1}));
+}
+
 TEST(Math, PosZero_IsTheOrigin) {
     EXPECT_EQ((PosT<3, double>::zero), (Pos3d{0, 0, 0}));
 }
@@ -40,6 +44,26 @@ TEST(Math, Constants_AreThereBeforeStaticObjectsReadThem) {
     EXPECT_EQ(seenAtLoad[0], 1.0);
     EXPECT_EQ(seenAtLoad[1], 1.0);
     EXPECT_EQ(seenAtLoad[2], 1.0);
+}
+
+// Tells whether a type holds so many of a component and nothing else.
+template<class T, class Component, u64 count>
+constexpr bool isMadeOf = sizeof(T) == count * sizeof(Component) &&
+                          std::is_same_v<std::remove_extent_t<decltype(T::v)>, Component>;
+
+TEST(Math, Names_SayHowManyOfWhichComponent) {
+    EXPECT_TRUE((isMadeOf<Vec2f, float, 2> && isMadeOf<Vec3f, float, 3>));
+    EXPECT_TRUE((isMadeOf<Vec2d, double, 2> && isMadeOf<Vec3d, double, 3>));
+    EXPECT_TRUE((isMadeOf<Vec2i, i32, 2> && isMadeOf<Vec3i, i32, 3>));
+    EXPECT_TRUE((isMadeOf<Vec2u, u32, 2> && isMadeOf<Vec3u, u32, 3>));
+    EXPECT_TRUE((isMadeOf<Vec4f, float, 4> && isMadeOf<Vec4d, double, 4>));
+    EXPECT_TRUE((isMadeOf<Vec4i, i32, 4> && isMadeOf<Vec4u, u32, 4>));
+    EXPECT_TRUE((isMadeOf<Pos2f, float, 2> && isMadeOf<Pos3f, float, 3>));
+    EXPECT_TRUE((isMadeOf<Pos2d, double, 2> && isMadeOf<Pos3d, double, 3>));
+    EXPECT_TRUE((isMadeOf<Pos2i, i32, 2> && isMadeOf<Pos3i, i32, 3>));
+    EXPECT_EQ(sizeof(Mat3f) + sizeof(Mat4f), (9 + 16) * sizeof(float));
+    EXPECT_EQ(sizeof(Mat3d) + sizeof(Mat4d), (9 + 16) * sizeof(double));
+    EXPECT_EQ(sizeof(Mat3i) + sizeof(Mat4i), (9 + 16) * sizeof(i32));
 }
 
 TEST(Math, Types_ArePlainMemoryInOrder) {

@@ -175,6 +175,19 @@ TEST(RefersTo, ObjectWithSeveralBases_IsCountedThroughItsCountedPart) {
     EXPECT_EQ(copy->answer(), 42);
 }
 
+TEST(RefersTo, ObjectThatCountsItself_IsCountedByItsOwnFunctions) {
+    struct Counting {
+        void incRef() { ++count; }
+        void decRef() { --count; }
+        int count = 1;
+    } counting;
+    {
+        const RefersTo<Counting> handle(&counting);
+        EXPECT_EQ(counting.count, 2);
+    }
+    EXPECT_EQ(counting.count, 1);
+}
+
 TEST(RefersTo, HandleOnADerivedObject_ConvertsToOneOnItsBase) {
     const auto handle = RefersTo<Mixed>::adopt(new Mixed);
     const RefersTo<RefCounted> base(handle);

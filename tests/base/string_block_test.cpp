@@ -63,6 +63,15 @@ TEST(StringBlock, TextWithoutRoom_GetsItsOwn) {
     EXPECT_EQ(texts.back(), large.c_str());
 }
 
+TEST(StringBlock, TextBeyondTheRoom_DoesNotLieBehindTheLast) {
+    const std::string text(40, 'x');
+    StringBlock roomy(2, 80), tight(2, 41);
+    const String first = roomy.add(text), second = roomy.add(text);
+    const String last = tight.add(text), beyond = tight.add(text);
+    EXPECT_NE(beyond.buf() - last.buf(), second.buf() - first.buf());
+    EXPECT_EQ(beyond, text.c_str());
+}
+
 TEST(StringBlock, TextsOfEveryLength_AreAligned) {
     StringBlock block(100, 5050);
     std::vector<String> texts;

@@ -198,6 +198,14 @@ TEST(StringIO, Move_TakesTheText) {
     EXPECT_STREQ(io.buf(), "abc");
 }
 
+TEST(StringIO, MovedFrom_TakesTextAgain) {
+    StringIO io;
+    io.append("abc");
+    const StringIO moved(std::move(io));
+    io.append('d'); // NOLINT(bugprone-use-after-move): empty by contract
+    EXPECT_STREQ(io.buf(), "d");
+}
+
 TEST(StringIO, MoveAssignment_TakesTheSize) {
     StringIO io;
     io.append("a long text");

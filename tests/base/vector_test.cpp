@@ -70,6 +70,7 @@ TEST(Vector, Default_HasNoStorage) {
     EXPECT_EQ(vector.size(), 0u);
     EXPECT_EQ(vector.capacity(), 0u);
     EXPECT_TRUE(vector.empty());
+    EXPECT_TRUE(vector.isEmpty());
     EXPECT_EQ(vector.begin(), vector.end());
 }
 

@@ -30,8 +30,8 @@ STATUS = {
     "git merge evening": 1,
 }
 
-# What a command prints or writes, where the page does not show it: a text that is there afterwards
-# in what it prints or in the file of its -o.
+# Output of a command that the page does not show: a text that is there afterwards in what it prints
+# or in the file of its -o.
 SAYS = {
     "kelvo show examples/studio.kns": "└─ eye (camera)",
     "kelvo get examples/studio.kns lamp.radius": "0.05",

@@ -1,4 +1,4 @@
-"""What the tests of the documents share: the pages, and the blocks of code in them."""
+"""Shared by the tests of the documents: the pages, and the blocks of code in them."""
 import dataclasses
 import os
 import pathlib

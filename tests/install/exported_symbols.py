@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the shared library shows is what it is meant to: exported_symbols.py LIBRARY [--all-types]
+"""The shared library exports what it is meant to: exported_symbols.py LIBRARY [--all-types]
 
 Prints the numbers, and whatever is exported without being meant for it, or missing. A library that
 is built for sanitizers shows the types of all classes, but no more of them."""
@@ -14,7 +14,7 @@ KIND = re.compile(r"^(vtable|typeinfo name|typeinfo|VTT|guard variable) for |"
 PUBLIC = re.compile(r"^qv::(?!kelvo_sdk::impl::)|^impl_nodeInstanceCount$")
 SCENE = r"notify(Input|Output)(Added|Removed)|notifyInput(Changed|Connected)|cloneNode|" \
         r"convertNode|setDirty|isDirtyStateCached|~?Scene"
-# What node libraries and applications know by name of the implementation: a node with all its
+# Parts of the implementation that node libraries and applications know by name: a node with all its
 # operations, what it is made of, and what it calls.
 CONTRACT = (
     r"Node::|getChildren\(|findDeps\(|serialize\(",
@@ -26,7 +26,7 @@ CONTRACT = (
     r"Value::(Value\(qv::kelvo_sdk::impl::Value const&\)|operator=\(|takeResource\(|release\()",
     r"KndHtmlWriter::nodeHtml\(",
 )
-# What the tool takes of it beyond that.
+# Functions that the tool takes beyond that.
 TOOL = (
     r"Input::(createInput|details|far(Data|Element)?Type|inputCount|isModified|lookUpInput|name|"
     r"node|setValue|stashed|typeName)\(",

@@ -36,7 +36,7 @@ const std::vector<Deed> kEdits = {
          Misfits misfits;
          static_cast<void>(s.scene["d"].convertTo("other", &misfits));
      }},
-    {"read", [](Stage& s) { s.scene.read(Stage::text, "again"); }},
+    {"read", [](Stage& s) { s.scene.read(lawScene, "again"); }},
     {"createInput", [](Stage& s) { s.scene["a"].createInput("new", AttrType::Real); }},
     {"createArray", [](Stage& s) { s.scene["a"].createArray("new", AttrType::Node); }},
     {"create a member",
@@ -161,7 +161,7 @@ const std::vector<Deed> kEdits = {
          const Scene scene = s.scene;
          const UndoScope scope(scene, "Some", "");
          scene.removeNode(scene["a"]);
-         scene.read(Stage::text, "again");
+         scene.read(lawScene, "again");
          scene.removeNode(scene["b"]);
      }},
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sdk/scene.h"
+#include "tests/laws/law_scene.h"
 #include "tests/support/scene_text.h"
 
 #include <vector>
@@ -20,68 +21,16 @@ using kelvo_sdk::SceneObserver;
 
 /// The scene and its parts that edits and misdeeds use. A misdeed may let go of the scene.
 struct Stage {
-    static constexpr const char* text = R"(kelvo scene 1
-
-node thing "a" {
-    Real r = 1
-    Node l = b
-    Node k = b
-    Array<Node> list = [b, c]
-    Object o {
-        Real m = 2
-        Node n = c
-    }
-    Array<Real> e = [1, 2 <- h.p, 3]
-    output Real o
-}
-
-node thing "b" {
-    Real r = 2 <- a.o
-    Real s = 3 <- a.o
-    Node l = null @stashed a
-    output Real p
-}
-
-node xform "c" {
-    Array<Node> children = [a, b, f]
-}
-
-node lamp "d" {
-    Array<Node> modifiers = [m]
-    Real x = 3
-    Real y = 4 <- b.p
-}
-
-node scaleModifier "m" {
-    String modifies = "x"
-    Real factor = 2
-}
-
-node image "f" {
-    String dir = "/tmp"
-    String file = "g"
-    String ext = ".png"
-    String name = "Picture"
-}
-
-node xform "g" {
-}
-
-node thing "h" {
-    output Real p
-}
-)";
-
     Stage(LibInfo types, bool recordsUndo) : library(std::move(types)) {
         scene.addLibrary(library);
-        EXPECT_EQ(errorsOf(text, scene), "");
+        EXPECT_EQ(errorsOf(lawScene, scene), "");
         if (recordsUndo) scene.setUndoEnabled(true);
     }
     /// Returns another scene of the same text and types.
     [[nodiscard]] Scene again() const {
         const Scene other = Scene::create();
         other.addLibrary(library);
-        other.read(text, "again");
+        other.read(lawScene, "again");
         return other;
     }
     /// Holds a node as long as the stage stands.

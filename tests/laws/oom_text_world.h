@@ -8,8 +8,8 @@
 
 namespace qv::tests {
 
-/// What the operations on texts, libraries and graphs use beside the scene of a trial, and what
-/// they gave.
+/// Arguments of the operations on texts, libraries and graphs beside the scene of a trial, and
+/// their results.
 struct OomTexts : RefCounted {
     static constexpr const char* added = R"(kelvo scene 1
 

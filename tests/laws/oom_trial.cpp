@@ -12,7 +12,7 @@ using Fails = OomMemory::Fails;
 
 void prepare(const OomEdit& edit, OomWorld& world) {
     if (edit.build) edit.build(world);
-    // What is asked for the first time is made, and kept for the comparison.
+    // Things made at the first request are made now, and kept for the comparison.
     const OomPortrait warm(world);
     world.witness.counts = {};
 }

@@ -1,7 +1,9 @@
 #include "tests/laws/oom_world.h"
 
+#include "tests/laws/law_scene.h"
 #include "tests/support/scene_text.h"
 
+#include <string>
 #include <utility>
 
 namespace qv::tests {
@@ -9,7 +11,7 @@ namespace qv::tests {
 OomWorld::OomWorld() {
     const Scene& s = scene();
     s.addLibrary(kelvo_sdk::LibInfo::standard());
-    EXPECT_EQ(errorsOf(sceneText, s), "");
+    EXPECT_EQ(errorsOf(std::string(lawScene) + moreText, s), "");
     s.setDirtyStateCached(true);
     s.setEvalCache(1 << 20);
     s.setUndoEnabled(true);

@@ -53,57 +53,8 @@ public:
 /// results kept, a witness subscribed to the scene, to each node and for batches, and a history
 /// with steps to undo and to redo.
 struct OomWorld {
-    static constexpr const char* sceneText = R"(kelvo scene 1
-
-node thing "a" {
-    Real r = 1
-    Node l = b
-    Node k = b
-    Array<Node> list = [b, c]
-    Object o {
-        Real m = 2
-        Node n = c
-    }
-    Array<Real> e = [1, 2 <- h.p, 3]
-    output Real o
-}
-
-node thing "b" {
-    Real r = 2 <- a.o
-    Real s = 3 <- a.o
-    Node l = null @stashed a
-    output Real p
-}
-
-node xform "c" {
-    Array<Node> children = [a, b, f]
-}
-
-node lamp "d" {
-    Array<Node> modifiers = [m]
-    Real x = 3
-    Real y = 4 <- b.p
-}
-
-node scaleModifier "m" {
-    String modifies = "x"
-    Real factor = 2
-}
-
-node image "f" {
-    String dir = "/tmp"
-    String file = "g"
-    String ext = ".png"
-    String name = "Picture"
-}
-
-node xform "g" {
-}
-
-node thing "h" {
-    output Real p
-}
-
+    /// Stands in it beside the scene of the laws: nodes with results, and an input of each kind.
+    static constexpr const char* moreText = R"(
 node add "sum" {
     Real a = 1 <- other.result
     Real b = 2
@@ -155,7 +106,7 @@ node thing "k" {
     String name, text;
     std::optional<Scene::UndoScope> scope;
     OomWitness newcomer;
-    // Whatever else an operation needs; goes before the scene.
+    // Other things that an operation needs; destroyed before the scene.
     RefersTo<RefCounted> more;
 
 private:

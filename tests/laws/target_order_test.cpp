@@ -1,5 +1,4 @@
-// Whatever ends connections and brings them back, the targets of an output come back in their
-// order.
+// However connections end and come back, the targets of an output come back in their order.
 
 #include "sdk/kelvo.h"
 #include "tests/support/log_capture.h"

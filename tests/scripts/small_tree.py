@@ -7,7 +7,8 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-# What the scripts take for granted, for every Debian has it; git comes from a package.
+# Programs that every Debian has, which the scripts therefore need not install; git comes from a
+# package.
 TOOLS = ("bash basename cat chmod chown cp cut dirname du env find git grep head id ls mkdir mktemp"
          " mv nproc realpath rm sed sleep sort stat tail tee touch tput tr uniq wc xargs").split()
 

@@ -5,7 +5,7 @@
 
 namespace qv::tests {
 
-/// What recorders heard, in order, separated by blanks.
+/// The notifications that recorders heard, in order, separated by blanks.
 class Journal {
 public:
     void add(std::string_view what) {

@@ -1,4 +1,4 @@
-// What several threads may do with one node at a time: observe it, and count references.
+// Several threads may observe one node and count references to it at a time.
 
 #include "sdk/impl/node.h"
 #include "tests/support/node_probe.h"

@@ -281,6 +281,10 @@ class Words(Planted):
         ("a stu" + "b", "unfinished"),
         ("EXPECT_TRUE(tru" + "e)", "test"),
         ("TEST(A, DISABLE" + "D_B)", "test"),
+        ("    // Wha" + "t follows.", "noun"),
+        ("# Thos" + "e below.", "noun"),
+        ('"""Whoeve' + 'r asks."""', "noun"),
+        ("// The list; what follows", None),
     )
 
     def test_lines(self):

@@ -104,7 +104,7 @@ class Text(CheckTest):
 
 
 class Unchecked(CheckTest):
-    """Whatever types say nothing of: told, and with --strict a fault."""
+    """Attributes that no type describes are told of, and with --strict a fault."""
     ODD = ('node pointLight "l" {\n    Real intensitty = 2\n    Object _meta {\n'
            '        Real any = 1\n    }\n    output Real more\n}')
     ODD_TOLD = (
@@ -310,7 +310,7 @@ class Json(CheckTest):
 
 
 class Sarif(CheckTest):
-    """What version 2.1.0 of the format asks for, as far as the tool uses it."""
+    """The rules of version 2.1.0 of the format, as far as the tool uses it."""
 
     def log(self, status, *arguments, given=None):
         log = self.report(status, *arguments, "--format", "sarif", given=given)

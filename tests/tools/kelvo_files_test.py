@@ -206,7 +206,7 @@ class KilledWriters(ToolTest):
                 statuses.append(command.returncode)
                 self.assertIn((command.returncode, error), ((0, b""), (-signal.SIGKILL, b"")))
             killed += statuses.count(-signal.SIGKILL)
-            # What is done stands; what was killed is done whole or not at all.
+            # Finished edits stand; a killed one is done whole or not at all.
             text = self.file.read_text()
             values = [int(value) for value in re.findall(r"Int v\d+ = (\d)\n", text)]
             self.assertEqual(re.sub(r"(Int v\d+ =) \d", r"\1 0", text), before)

@@ -38,7 +38,7 @@ type evil @internal {{
 
 
 class Page(html.parser.HTMLParser):
-    """What a page links to, loads and runs."""
+    """The links, loads and scripts of a page."""
 
     def __init__(self, text):
         super().__init__()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What kelvo shows on a terminal. kelvo_terminal_test.py KELVO [unittest ...]"""
+"""The output of kelvo on a terminal. kelvo_terminal_test.py KELVO [unittest ...]"""
 import re
 import signal
 import stat

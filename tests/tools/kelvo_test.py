@@ -100,7 +100,7 @@ class CommandLine(ToolTest):
 class NoScenes(ToolTest):
     """Files of another kind, given where a scene is expected."""
 
-    # What follows the file; merge and diff have another status for trouble.
+    # Arguments behind the file; merge and diff have another status for trouble.
     COMMANDS = {"show": [], "get": ["a.b"], "set": ["a.b=1"], "edit": [], "check": [],
                 "stats": [], "paths": ["a"], "deps": ["a"], "hash": [], "find": ["*"],
                 "explain": ["a"], "graph": [], "eval": ["a.b"], "convert": ["a", "light"],

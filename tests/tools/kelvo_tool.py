@@ -1,4 +1,4 @@
-"""What the tests of the tool kelvo share: a scene, and how the tool is run."""
+"""Shared by the tests of the tool kelvo: a scene, and how the tool is run."""
 import fcntl
 import os
 import pathlib

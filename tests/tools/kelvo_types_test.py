@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the tool kelvo does with node types. kelvo_types_test.py KELVO [unittest ...]"""
+"""The tool kelvo and node types. kelvo_types_test.py KELVO [unittest ...]"""
 from kelvo_tool import MODIFIED, READER, ToolTest, main, scene
 
 DEFINITIONS = """\

@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-// What the parts of an import share. Model types of assimp begin with "ai".
+// The state that the parts of an import share. Model types of assimp begin with "ai".
 namespace qv::model_import {
 
 using kelvo_sdk::AttrType;

@@ -18,7 +18,7 @@ struct LeftOut {
     void add(String name, u64 more);
 };
 
-/// What an import found.
+/// The findings of an import.
 struct Report {
     static constexpr u64 maxKeptNames = 1000;
 

@@ -13,7 +13,7 @@ struct MaterialKey {
     std::string_view key;
     const char* name = nullptr;
     kelvo_sdk::AttrType type = kelvo_sdk::AttrType::Null;
-    /// What numbers stand for, when the kind is String and the model has a number; may be empty.
+    /// Names for numbers, when the kind is String and the model has a number; may be empty.
     std::span<const std::string_view> choices = {};
 };
 

@@ -21,7 +21,8 @@ namespace qv::model_import {
 
 namespace {
 
-// What a model may take beside a multiple of the bytes of its files: subdivided surfaces are large.
+// Memory that a model may take beside a multiple of its files' bytes: subdivided surfaces are
+// large.
 constexpr u64 kPlainMemory = u64{2} << 30;
 constexpr u64 kMemoryPerByte = 256;
 

@@ -4,14 +4,14 @@
 
 namespace qv::kelvo_tool {
 
-/// What a path like "lamp.radius" or "rig.joints[3].weight" leads to.
+/// The target of a path like "lamp.radius" or "rig.joints[3].weight".
 struct Address {
     kelvo_sdk::Node node;
     /// Empty when the path is a node's name alone.
     kelvo_sdk::Input input;
 };
 
-/// What "[+]" means.
+/// Says whether "[+]" may add an element.
 enum class Append { Refused, Allowed };
 
 /// Follows a path; "[+]", where allowed, adds an element. False with a sentence in `error`, which

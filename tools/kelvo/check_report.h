@@ -6,13 +6,13 @@
 
 namespace qv::kelvo_tool {
 
-/// What a check found in one file.
+/// The findings of a check in one file.
 struct CheckedFile {
     /// As the command line has it.
     String file;
     /// Why the file cannot be read or written to; empty when it can.
     String fault;
-    /// What is wrong with its text, which then is no scene, unless there are gaps.
+    /// Errors of its text, which then is no scene, unless there are gaps.
     kelvo_sdk::Diagnostics errors;
     /// Parts of the text that were left out, told or not.
     u64 gapCount = 0;
@@ -31,7 +31,7 @@ struct CheckedFile {
     }
 };
 
-/// What a check found in all files; less severe findings than `least` are left out of reports.
+/// The findings of a check in all files; less severe findings than `least` are left out of reports.
 struct CheckReport {
     std::vector<CheckedFile> files;
     kelvo_sdk::Severity least = kelvo_sdk::Severity::Warning;

@@ -71,7 +71,7 @@ void writeStart(JsonText& json, const ValidationRule& rule, const String& messag
     json.key("locations").beginList().beginObject();
 }
 
-// What comes from the standard input has no place among files.
+// The standard input has no place among files.
 void writeFilePlace(JsonText& json, const String& file, u64 line, u64 column) {
     if (isStream(file)) return;
     json.key("physicalLocation").beginObject().key("artifactLocation").beginObject();

@@ -106,7 +106,7 @@ private:
             problem);
     }
 
-    // What is missing is null.
+    // A missing text is null.
     bool readText(const char* key, std::optional<String>& text, std::string& problem) {
         const auto found = m_json.find(key);
         if (found == m_json.end() || found->is_null()) return true;

@@ -67,7 +67,7 @@ bool Document::openToEdit(const String& file) {
 
 bool Document::open(const String& file, Read readText) {
     m_file = file;
-    // What was asked for has to be there, needed or not.
+    // Libraries that were asked for have to be there, needed or not.
     if (!libraryOptions().isEmpty() && !librariesInUse()) return false;
     String error;
     if ((m_text.*readText)(file, error)) error = whyNoScene(file, m_text.text().view());

@@ -56,7 +56,7 @@ private:
     String m_file;
     TextFile m_text;
     bool m_isPartial = false;
-    // What was left out and told of; texts may be read several times.
+    // The gaps that were told of already; texts may be read several times.
     mutable u64 m_gapCount = 0;
 };
 

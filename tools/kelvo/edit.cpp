@@ -32,7 +32,7 @@ struct EditOptions {
 struct Script {
     String source;
     String text;
-    /// What a fault in it means.
+    /// The exit status for a fault in it.
     Status fault;
     std::vector<Edit> edits = {};
 };

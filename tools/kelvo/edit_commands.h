@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_tool {
 
-/// What went wrong in a command, and the word that it is about.
+/// A fault in a command, and the word that it is about.
 struct EditFault {
     String message;
     u64 word = 0;
@@ -22,7 +22,7 @@ struct EditFault {
 
 /// A command of the language of edits.
 struct EditCommand {
-    /// What it does with the history.
+    /// Its effect on the history.
     enum class Kind {
         /// Becomes one step of it.
         Edits,

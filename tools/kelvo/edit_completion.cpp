@@ -161,7 +161,7 @@ Completion complete(const EditSession& session, std::string_view line) {
     line.remove_suffix(found.word().size());
     std::vector<Edit> edits;
     EditError error;
-    // What cannot be read, as within quotes, has no completion.
+    // Text that cannot be parsed yet, such as open quotes, has no completion.
     if (!parseEdits(String(line), edits, error)) return {};
     if (edits.empty()) {
         offerCommands(found);

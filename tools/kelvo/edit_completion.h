@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_tool {
 
-/// What may stand where someone writes.
+/// Words that may stand where someone writes.
 struct Completion {
     /// How many bytes in front of the cursor are replaced by one of them.
     u64 length = 0;

@@ -32,7 +32,7 @@ struct Edit {
     [[nodiscard]] u64 columnOf(u64 word) const { return column + words[word].start; }
 };
 
-/// What is wrong with a script of edits, and where.
+/// An error in a script of edits, and its place.
 struct EditError {
     u64 line = 1;
     u64 column = 1;

@@ -10,7 +10,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-/// What goes on at the prompt.
+/// The dialogue at the prompt.
 class Prompt {
 public:
     explicit Prompt(EditSession& session)

@@ -14,7 +14,7 @@ namespace {
 
 using kelvo_sdk::Scene;
 
-// What a step is called: the command, shortened where it would fill the screen.
+// The name of a step: the command, shortened where it would fill the screen.
 String stepText(const Edit& edit) {
     constexpr u64 longest = 100;
     if (edit.text.size() <= longest) return edit.text;

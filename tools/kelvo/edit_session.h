@@ -19,7 +19,7 @@ enum class WithTypes { WhereNeeded, Always };
 /// A scene that is edited, with the steps that were done.
 class EditSession {
 public:
-    /// What is printed goes to `out`; saves go to `outFile` if that is not empty.
+    /// Output goes to `out`; saves go to `outFile` if that is not empty.
     EditSession(String file, String outFile, Terminal& out);
 
     /// Reads the file for a script, which no other command comes between, or for a prompt, which

@@ -51,7 +51,7 @@ const kelvo_sdk::impl::Input* definitionOf(const Input& input) {
 }
 
 bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
-    // What the text leaves out is as its type says.
+    // An input that the text leaves to its type has the default already.
     if (wholeLeftOutInput(session.scene(), edit.words[1].text)) return true;
     Address address;
     String error;
@@ -74,7 +74,7 @@ IOutput* knownOutput(const kelvo_sdk::Node& node, const String& name) {
     const Libraries* libraries = librariesInUse();
     const IOutput* like = libraries ? libraries->lookUpOutput(node.type(), name) : nullptr;
     if (!like) return nullptr;
-    // What else there is to say of it stays with the type.
+    // The rest of its description stays with the type.
     return like->type() == AttrType::Buffer
                ? static_cast<Node&>(*node.get()).createOutput(like->name(), like->dataType())
                : node->createOutput(like->name(), like->type());

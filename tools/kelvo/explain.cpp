@@ -100,7 +100,7 @@ private:
             m_out.write(" and ").writeUInt(nodes.size() - mostNames).write(" more");
     }
 
-    // What a change reaches is told of nodes: a node does not say which of its inputs its outputs
+    // The reach of a change is told by node: a node does not say which of its inputs its outputs
     // are made of.
     void explainEffect() {
         printNodes("node read by: ", {m_downstream.begin() + 1, m_downstream.end()});

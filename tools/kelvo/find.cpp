@@ -34,7 +34,7 @@ struct FindOptions {
     bool countOnly = false;
 };
 
-/// What has to be true of what is found.
+/// The conditions that a match has to meet.
 struct Query {
     Wildcard path;
     std::optional<Wildcard> type;
@@ -83,7 +83,7 @@ private:
     struct Step {
         const IInputContainer* owner;
         Wildcard::Places places;
-        // What stands in front of the names in it.
+        // The sign in front of the names in it.
         std::string_view sign;
         u64 next = 0;
     };

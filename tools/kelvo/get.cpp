@@ -59,7 +59,7 @@ public:
         if (!m_document.open(m_options.file)) return Status::Fault;
         auto scene = Scene::create();
         if (!m_document.read(scene)) return Status::Fault;
-        // What the text leaves out has a value all the same.
+        // An input that the text leaves to its type has a value all the same.
         const bool isFound = find(scene);
         const bool isPlain =
             isFound && (!m_address.input.get() || m_options.storedOnly || !mayBeHidden(m_address));

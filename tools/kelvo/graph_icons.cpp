@@ -74,7 +74,7 @@ void GraphIcons::leaveOut(u64 index) {
         if (place == index) place = none;
 }
 
-// What Graphviz puts in front, the document type, names a file on the net.
+// The document type that Graphviz puts in front names a file on the net.
 String withIcons(std::string_view drawing, const GraphIcons& icons) {
     const std::size_t root = std::min(drawing.find("<svg"), drawing.size());
     const std::size_t rootEnd = drawing.find('>', root);

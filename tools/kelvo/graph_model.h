@@ -8,8 +8,8 @@
 
 namespace qv::kelvo_tool {
 
-/// What leads from one node to another: a child's place, a node as the value of an input, or an
-/// output that an input reads.
+/// An edge from one node to another: a child's place, a node as the value of an input, or an output
+/// that an input reads.
 enum class EdgeSort : u8 { Hierarchy, Link, Connection };
 inline constexpr u64 edgeSortCount = 3;
 
@@ -29,7 +29,7 @@ struct GraphEdge {
     u32 to;
     EdgeSort sort;
     u32 count = 0;
-    /// What the first few say, a line each.
+    /// The labels of the first few, a line each.
     String label;
 };
 

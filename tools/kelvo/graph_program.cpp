@@ -51,8 +51,8 @@ private:
     sigset_t m_before{};
 };
 
-/// What a started program finds: a folder to work in, no input, no output, and signals as they are
-/// by default.
+/// The surroundings of a started program: a folder to work in, no input, no output, and signals as
+/// they are by default.
 class Surroundings {
 public:
     Surroundings(const std::string& folder, const sigset_t& mask) {
@@ -64,7 +64,7 @@ public:
                                          O_WRONLY | O_CREAT | O_TRUNC, 0600);
         sigset_t usual;
         sigemptyset(&usual);
-        // Those that this process ignores; handlers vanish by themselves.
+        // Signals that this process ignores; handlers vanish by themselves.
         for (const int signal : {SIGPIPE, SIGXFSZ})
             sigaddset(&usual, signal);
         posix_spawnattr_init(&m_attributes);
@@ -116,7 +116,7 @@ StopRequests::StopRequests() {
     for (const int signal : stopSignals) {
         struct sigaction before {};
         sigaction(signal, &action, &before);
-        // Whoever was told to go on, by nohup for instance, goes on.
+        // A process that was told to ignore the signal, by nohup for instance, goes on.
         if (before.sa_handler == SIG_IGN) sigaction(signal, &before, nullptr);
         m_before.push_back(before);
     }

@@ -49,7 +49,7 @@ struct ProgramEnd {
     Kind kind = Kind::Done;
     /// For `Failed`: "ended with status 1".
     String reason;
-    /// What it wrote to the standard error stream, at most the first 64 kB.
+    /// Its messages on the standard error stream, at most the first 64 kB.
     String messages;
 };
 

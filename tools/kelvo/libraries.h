@@ -63,7 +63,7 @@ private:
     std::vector<NamedLibrary> m_all;
 };
 
-/// What the command line asks for in this process.
+/// Returns the libraries that the command line asks for in this process.
 [[nodiscard]] LibraryOptions& libraryOptions();
 /// Adds --plugin and --library to all commands.
 void addLibraryArguments(CommandLine& line);

@@ -20,7 +20,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-// What all texts start with.
+// Returns the longest common start of the texts.
 std::string_view commonStart(const std::vector<std::string>& texts) {
     std::string_view start = texts.front();
     for (const std::string& text : texts)

@@ -34,7 +34,7 @@ bool loadPatch(const String& file, SceneDiff& diff) {
     return false;
 }
 
-// What the changes refer to may be left to the types of nodes.
+// The changes may refer to attributes that are left to the types of nodes.
 bool apply(const SceneDiff& diff, const Document& document, Scene& scene, String& error) {
     if (diff.applyTo(scene, error)) return true;
     const Scene typed = Scene::create();

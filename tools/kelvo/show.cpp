@@ -85,7 +85,7 @@ private:
         if (m_way.back().children.empty()) m_way.pop_back();
     }
 
-    // What stands in front of a line that is `levels` below the top.
+    // Returns the guides in front of a line that is `levels` below the top.
     [[nodiscard]] std::string guides(std::size_t levels) const {
         return treeGuides(levels, m_out.width(),
                           [this](std::size_t i) { return m_way[i].isDone(); });

@@ -20,7 +20,7 @@ using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 using kelvo_sdk::interfaces::INode;
 
-/// What is counted in a scene.
+/// The figures of a scene.
 struct Counts {
     std::map<std::string, u64> types;
     std::array<u64, kelvo_sdk::attrTypeCount> kinds{};

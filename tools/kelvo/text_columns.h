@@ -23,7 +23,7 @@ struct Wrapping {
     u64 width = 80;
     /// Columns in front of each line.
     u64 indent = 0;
-    /// What stands in front of the first line, in place of the indent.
+    /// The text in front of the first line, in place of the indent.
     std::string_view first = {};
 };
 

@@ -7,8 +7,8 @@
 
 namespace qv::kelvo_tool {
 
-/// What the value stored in an input has to be: a number compared with one, as ">= 0.5", or a text
-/// with wildcards.
+/// The condition on the value stored in an input: a number compared with one, as ">= 0.5", or a
+/// text with wildcards.
 class ValueFilter {
 public:
     /// False, with a sentence in `error`, when what stands behind "<", "<=", ">", ">=" or "=" is no

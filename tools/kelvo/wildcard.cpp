@@ -18,7 +18,7 @@ bool isWild(char c) noexcept {
     return c == '*' || c == '?';
 }
 
-// What is wrong with the step that an element's "[...]" at `at` is; null when nothing is.
+// Returns the fault of the step that an element's "[...]" at `at` is; null when there is none.
 const char* elementFault(std::string_view pattern, std::size_t at) {
     const std::size_t end = pattern.find(']', at);
     if (end == std::string_view::npos) return "'[' without ']'";
@@ -34,7 +34,7 @@ const char* elementFault(std::string_view pattern, std::size_t at) {
     return nullptr;
 }
 
-// What is wrong at a place outside of "[...]"; null when nothing is.
+// Returns the fault at a place outside of "[...]"; null when there is none.
 const char* nameFault(std::string_view pattern, std::size_t at) {
     const char c = pattern[at];
     if (pattern.substr(at).starts_with("***")) return "more than two '*' in a row";

@@ -54,7 +54,7 @@ bool accepts(const LibraryEntry* entry, String& error) {
     return entry->create || fail("its entry has no function that creates the library", error);
 }
 
-// What is known of a plug-in while it is being loaded.
+// The state of a plug-in while it is being loaded.
 struct Loading {
     PluginCode code;
     const LibraryEntry* entry = nullptr;
@@ -86,7 +86,7 @@ String brokenDefinitions(const kelvo_sdk::Diagnostics& found) {
 
 struct Definitions {
     String text;
-    /// What messages call them: a file, or the library that holds them.
+    /// Their name in messages: a file, or the library that holds them.
     String source;
 };
 

@@ -6,7 +6,8 @@
 
 namespace qv::kelvo_plugins {
 
-/// What a plug-in's library needs to its very end: the code, and the plug-in's own look-up in it.
+/// Things that a plug-in's library needs to its very end: the code, and the plug-in's own look-up
+/// in it.
 // In this order: the look-up goes by its own code.
 struct PluginCode {
     std::shared_ptr<SharedObject> object;

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What went wrong, without the path in front that our own message tells already.
+// Returns the linker's error without the path in front, which our own message tells already.
 String linkerError(const fs::path& file) {
     const char* told = ::dlerror();
     std::string_view reason = told ? told : "unknown error";

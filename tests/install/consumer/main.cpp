@@ -1,4 +1,4 @@
-// What a client writes against the installed headers; its words are checked by run.sh.
+// A client of the installed headers; run.sh checks the words it prints.
 #include "sdk/kelvo.h"
 
 #include <iostream>

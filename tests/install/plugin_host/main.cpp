@@ -1,5 +1,5 @@
 // Loads plug-ins and uses the types of the example: plugin_host PATH...
-// What it prints is checked by plugin.sh.
+// Its output is checked by plugin.sh.
 #include "sdk/kelvo.h"
 #include "tools/plugins/plugins.h"
 

@@ -1,4 +1,4 @@
-// What links to a node forgets it when the node goes.
+// Links to a node are cleared when the node goes.
 
 #include "sdk/impl/node.h"
 #include "sdk/scene.h"

@@ -259,7 +259,7 @@ TEST_F(EvalCacheTest, MemberOfAnArray_Counts) {
     EXPECT_EQ(callsFor(m_c), 2);
 }
 
-// What a callback may read without evaluation.
+// A callback may read this without evaluation.
 TEST_F(EvalCacheTest, StoredValueOfAConnectedInput_Counts) {
     makeChain();
     callsFor(m_c);
@@ -309,7 +309,7 @@ TEST_F(EvalCacheTest, OtherUserData_IsAsked) {
     EXPECT_EQ(callsFor(node), 0);
 }
 
-// What the pointer leads to is not known.
+// The cache cannot know what the pointer leads to.
 TEST_F(EvalCacheTest, CallersPointer_KeepsTheCacheOut) {
     Node* node = makeNode("user", "u");
     EXPECT_EQ(valueOf(node), 0);

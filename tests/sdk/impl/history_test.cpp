@@ -223,6 +223,12 @@ TEST_F(HistoryTest, RemovedInput_IsNamedWithItsNode) {
     EXPECT_EQ(doText(), "Remove lamp.radius");
 }
 
+TEST_F(HistoryTest, ChangeOfAnInputThatWasRemoved_IsNamedWithItsNode) {
+    m_radius->setReal(1);
+    m_node->removeInput("radius");
+    EXPECT_EQ(doText(1), "Set lamp.radius");
+}
+
 TEST_F(HistoryTest, StepOutOfRange_IsEmpty) {
     EXPECT_EQ(m_scene.undoStep(0).doText, "");
     EXPECT_EQ(m_scene.redoStep(7).bytes, 0u);
@@ -267,6 +273,15 @@ TEST_F(HistoryTest, RemovedNode_CountsAsBytesWhileItIsOut) {
     auto* text = m_node->createInput("text", AttrType::String);
     text->setString(String(std::string(5000, 'x').c_str()));
     m_scene.removeNode(kelvo_sdk::Node(m_node));
+    EXPECT_GT(m_scene.undoStep(0).bytes, 5000u);
+    m_scene.undo();
+    EXPECT_LT(m_scene.redoStep(0).bytes, 1000u);
+}
+
+TEST_F(HistoryTest, RemovedInput_CountsAsBytesWhileItIsOut) {
+    auto* text = m_node->createInput("text", AttrType::String);
+    text->setString(String(std::string(5000, 'x').c_str()));
+    m_node->removeInput("text");
     EXPECT_GT(m_scene.undoStep(0).bytes, 5000u);
     m_scene.undo();
     EXPECT_LT(m_scene.redoStep(0).bytes, 1000u);

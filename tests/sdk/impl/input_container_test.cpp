@@ -57,6 +57,16 @@ TEST_F(InputContainer, Insert_NamesTheElementsAnew) {
     EXPECT_NE(arr.insertElement(4), nullptr);
 }
 
+TEST_F(InputContainer, PlaceInList_IsThatAmongElementsMembersAndInputs) {
+    IInput& arr = array(AttrType::Int);
+    fill(arr, 3);
+    EXPECT_EQ(static_cast<Input*>(arr.input(u64(2)))->placeInList(), 2u);
+    IInput* object = m_node->createInput("object", AttrType::Object);
+    object->createInput("a", AttrType::Int);
+    EXPECT_EQ(static_cast<Input*>(object->createInput("b", AttrType::Int))->placeInList(), 1u);
+    EXPECT_EQ(static_cast<Input*>(object)->placeInList(), 1u);
+}
+
 TEST_F(InputContainer, Remove_ClosesTheGap) {
     IInput& arr = array(AttrType::Int);
     fill(arr, 3);

@@ -115,6 +115,29 @@ TEST_F(InputLinks, OutputThatLeftItsNode_IsRefused) {
                           "removed from its node.\n");
 }
 
+TEST_F(InputLinks, NodeThatLeftTheScene_IsNotLinkedTo) {
+    const RefersTo<Node> left(m_b);
+    IInput* link = m_a->createInput("link", AttrType::Node);
+    m_scene->removeNode(m_b);
+    const LogCapture log;
+    EXPECT_FALSE(link->setNode(m_b));
+    EXPECT_EQ(log.text(), "warning: Cannot link input 'a.link' to node 'b': that node was removed "
+                          "from its scene.\n");
+}
+
+TEST_F(InputLinks, NodeThatLeftItsScene_LinksAndConnectsToNothingThere) {
+    const RefersTo<Node> held(m_b);
+    IInput* link = m_b->createInput("link", AttrType::Node);
+    m_scene->removeNode(m_b);
+    const LogCapture log;
+    EXPECT_FALSE(link->setNode(m_a));
+    EXPECT_FALSE(in(m_b)->connect(out(m_a)));
+    EXPECT_EQ(log.text(), "warning: Cannot link input 'b.link' to node 'a': its node was removed "
+                          "from its scene.\n"
+                          "warning: Cannot connect input 'b.in' to output 'a.out': its node was "
+                          "removed from its scene.\n");
+}
+
 TEST_F(InputLinks, ConnectNull_Disconnects) {
     in(m_b)->connect(out(m_a));
     EXPECT_TRUE(in(m_b)->connect(nullptr));

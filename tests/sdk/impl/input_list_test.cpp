@@ -131,6 +131,27 @@ TEST_F(InputList, Removal_KeepsTheIndex) {
     EXPECT_EQ(findInList(m_list, "in39"), m_all[39]);
 }
 
+TEST_F(InputList, ListThatGetsShortAndLongAgain_ForgetsWhatLeft) {
+    appendMany(16);
+    removeFromList(m_list, 15);
+    removeFromList(m_list, 14);
+    IInput* added = append("a");
+    append("b");
+    EXPECT_EQ(findInList(m_list, "in14"), nullptr);
+    EXPECT_EQ(findInList(m_list, "a"), added);
+}
+
+TEST_F(InputList, FirstOfBefore_KeepsNoIndex) {
+    appendMany(17);
+    m_all.push_back(new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null));
+    insertIntoList(m_list, 0, m_all.back());
+    removeFromList(m_list, 17);
+    removeFromList(m_list, 16);
+    removeFromList(m_list, 0);
+    append("last");
+    EXPECT_EQ(findInList(m_list, "in16"), nullptr);
+}
+
 TEST_F(InputList, Insertion_InFrontOfATwin_IsFoundInstead) {
     appendMany(40);
     IInput* earlier = append("IN30");

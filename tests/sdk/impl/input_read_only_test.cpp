@@ -1,4 +1,4 @@
-// What is read-only keeps its contents, whoever asks for a change of them through the interface.
+// A read-only input keeps its contents against every change through the interface.
 
 #include "sdk/impl/input.h"
 #include "sdk/impl/node.h"

@@ -416,6 +416,19 @@ TEST_F(InputValues, Stash_IsClonedWithTheInput) {
     EXPECT_EQ(*static_cast<Input&>(*copy).stashed(), Value(0));
 }
 
+TEST_F(InputValues, StashedLink_IsThereAgainWhenItsNodeComesBack) {
+    const RefersTo<INode> target(m_scene->createNode("thing", "target"));
+    Input& link = create(AttrType::Node);
+    ASSERT_TRUE(link.setNode(target.get()));
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    m_scene->setUndoEnabled(true);
+    m_scene->removeNode(target.get());
+    EXPECT_EQ(link.stashed()->asNode(), nullptr);
+    EXPECT_TRUE(m_scene->undo());
+    EXPECT_EQ(link.stashed()->asNode(), target.get());
+}
+
 TEST_F(InputValues, StashedLink_IsClearedWhenItsSceneEnds) {
     const RefersTo<INode> holder(m_node), target(m_scene->createNode("thing", "target"));
     Input& link = create(AttrType::Node);

@@ -1,4 +1,4 @@
-// What scene text leaves to the definition, read and written again.
+// Attributes that scene text leaves to the definition, read and written again.
 
 #include "sdk/impl/left_out.h"
 

@@ -1,8 +1,6 @@
-// A program of its own: it replaces the allocation functions, by ones that fail on command and that
-// note when the memory of something that is watched goes.
+// Replaces the allocation functions by ones that fail on command and note when watched memory goes.
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/input_list.h"
 #include "sdk/impl/lib_info.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
@@ -20,7 +18,6 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <vector>
 
 #include <sys/resource.h>
 
@@ -118,7 +115,7 @@ TEST(NodeOutOfMemory, Construction_UndoesWhatItBuiltAndCountsNothing) {
     node->decRef();
     EXPECT_EQ(impl_nodeInstanceCount(), nodes);
     EXPECT_EQ(name.get()->refCount(), references);
-    // What is left is the pool of the maps' arrays, if this was the first node of all.
+    // The pool of the maps' arrays stays, if this was the first node of all.
     EXPECT_LE(live, blocks + 2);
 }
 
@@ -232,27 +229,6 @@ TEST_F(AttributesOutOfMemory, Clone_ReleasesThePartlyBuiltCopy) {
     EXPECT_GE(failures, 3);
     EXPECT_EQ(copy->inputCount(), 2u);
     copy->decRef();
-}
-
-TEST(InputListOutOfMemory, IndexThatCannotGoAlong_IsForgotten) {
-    std::vector<RefersTo<Input>> inputs;
-    for (int i = 0; i < 21; ++i)
-        inputs.push_back(RefersTo<Input>::adopt(
-            new Input(nullptr, nullptr, String::format("in%d", i), AttrType::Int, AttrType::Null)));
-    // What has a description keeps the block that the index is in.
-    inputs[1]->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
-    ds::Vector<IInput*> list;
-    list.reserve(32);
-    for (int i = 1; i < 21; ++i)
-        appendToList(list, inputs[i].get());
-    {
-        const Allow none(0);
-        insertIntoList(list, 0, inputs[0].get());
-    }
-    removeFromList(list, 5);
-    removeFromList(list, 0);
-    EXPECT_EQ(findInList(list, "in5"), nullptr);
-    EXPECT_EQ(findInList(list, "in6"), inputs[6].get());
 }
 
 TEST(ObserversOutOfMemory, Subscribe_LeavesTheListAndTheLockAsTheyWere) {

@@ -43,7 +43,7 @@ TEST_F(NodeChangeScopeTest, WithoutAScene_DoesNothing) {
     EXPECT_EQ(m_journal.take(), "");
 }
 
-// What is decided at its start holds until its end.
+// The scope decides at its start, for its whole life.
 TEST_F(NodeChangeScopeTest, SceneThatStopsRecordingMeanwhile_IsToldOfTheEnd) {
     m_scene->recordsUndo = true;
     {

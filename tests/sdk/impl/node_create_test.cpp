@@ -412,7 +412,7 @@ TEST_F(NodeCreate, OutputOfKindNull_GivesWhatThereIsWithAWarning) {
     EXPECT_EQ(log.text(), "warning: Cannot re-create Real output n.out as Null.\n");
 }
 
-// What exists is looked at before the kind is refused.
+// An existing output is looked at before the kind is refused.
 TEST_F(NodeCreate, OutputOfKindBuffer_OverABuffer_GivesItWithAWarning) {
     IOutput* b = m_node.createOutput("b", DataType::Float);
     const LogCapture log;

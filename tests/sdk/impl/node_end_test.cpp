@@ -21,9 +21,9 @@ bool callAtEnd(INode*, void**) {
     return true;
 }
 
-class NodeEnd : public testing::Test {
+class NodeEndsInScenes : public testing::Test {
 protected:
-    NodeEnd() {
+    NodeEndsInScenes() {
         s_frees = 0;
         m_scene.setUndoEnabled(true);
         m_source.createOutput("o", AttrType::Real);
@@ -33,7 +33,7 @@ protected:
         dying->createInput("link", AttrType::Node)->setNode(m_source.get());
         m_before = m_scene.text().buf();
     }
-    ~NodeEnd() override { s_atEnd = nullptr; }
+    ~NodeEndsInScenes() override { s_atEnd = nullptr; }
     // Ends the node, and undoes what its callback did.
     void expectEndOnce(std::function<void()> atEnd) {
         s_atEnd = std::move(atEnd);
@@ -50,19 +50,19 @@ protected:
     std::string m_before;
 };
 
-TEST_F(NodeEnd, OutputThatItsCallbackRemoves_IsNotRecordedForIt) {
+TEST_F(NodeEndsInScenes, OutputThatItsCallbackRemoves_IsNotRecordedForIt) {
     expectEndOnce([this] { m_source->clearOutputs(); });
 }
 
-TEST_F(NodeEnd, NodeThatItsCallbackRemoves_IsNotRecordedForIt) {
+TEST_F(NodeEndsInScenes, NodeThatItsCallbackRemoves_IsNotRecordedForIt) {
     expectEndOnce([this] { m_scene.removeNode(m_source); });
 }
 
-TEST_F(NodeEnd, NodeThatItsCallbackConverts_IsNotRecordedForIt) {
+TEST_F(NodeEndsInScenes, NodeThatItsCallbackConverts_IsNotRecordedForIt) {
     expectEndOnce([this] { m_source.convertTo("other"); });
 }
 
-TEST_F(NodeEnd, SceneThatItsCallbackClears_IsNotRecordedForIt) {
+TEST_F(NodeEndsInScenes, SceneThatItsCallbackClears_IsNotRecordedForIt) {
     expectEndOnce([this] { m_scene->clear(); });
 }
 

@@ -52,7 +52,7 @@ TEST(NodeIsPath, EachPart_MayNotBeOfAnotherKind) {
         for (const char* odd : kParts) {
             Node node(nullptr, "path", "n");
             node.createInput(odd, wrong);
-            // Those that are there already get no second one; the odd one does, behind it.
+            // Existing inputs get no twin; the input of another kind does, behind it.
             for (const char* part : kParts)
                 node.createInput(part, AttrType::String);
             EXPECT_FALSE(node.isPath()) << odd << " " << attrTypeName(wrong);

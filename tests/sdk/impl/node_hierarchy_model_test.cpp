@@ -101,7 +101,7 @@ TEST_F(NodeHierarchyModel, WithCycles_ALimitGivesTheNodesOfAPlainRecursionInItsO
     }
 }
 
-// Whoever is reached is reached by a way that repeats no node, so that a limit finds them too.
+// Each node that is reached is reached by a way that repeats no node, so that a limit finds it too.
 TEST_F(NodeHierarchyModel, WithCyclesAndWithoutALimit_EveryNodeThatIsReachedIsListedOnce) {
     for (unsigned seed = 0; seed < 400; ++seed) {
         build(seed, true);

@@ -1,4 +1,4 @@
-// Whatever way inputs are searched, the answer is that of comparing the path text of one after the
+// However inputs are searched, the answer is that of comparing the path text of one after the
 // other.
 
 #include "sdk/impl/input.h"

@@ -8,7 +8,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// Whatever a test does here, nothing is logged.
+// No test here may log anything.
 class NodeInputPathParse : public testing::Test, protected tests::MaterialNode {
 protected:
     void TearDown() override { EXPECT_EQ(m_log.text(), ""); }

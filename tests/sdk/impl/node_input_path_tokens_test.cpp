@@ -19,7 +19,7 @@ Token element(i64 index) {
     return {String(), 0, index};
 }
 
-// Whatever a test does here, nothing is logged.
+// No test here may log anything.
 class NodeInputPathTokens : public testing::Test, protected tests::MaterialNode {
 protected:
     void TearDown() override { EXPECT_EQ(m_log.text(), ""); }

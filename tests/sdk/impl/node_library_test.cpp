@@ -169,7 +169,7 @@ TEST_F(NodeLibrary, New_HasNoCallbacksAndNoData) {
     EXPECT_EQ(m_node.data(), nullptr);
 }
 
-// What each callback was given last.
+// The arguments that each callback was given last.
 struct Given {
     const void* first = nullptr;
     const void* second = nullptr;

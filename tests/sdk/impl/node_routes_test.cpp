@@ -112,7 +112,7 @@ TEST_F(NodeRoutes, Flag_FollowsChildrenOfAnyTypeAndListsOfAnyName) {
     EXPECT_EQ(all(m_root->paths(String(""), true)), "root/mesh root/mesh/arm root/mesh/leg ");
 }
 
-// What reads an output is not reached from its node.
+// Readers of an output are not reached from its node.
 TEST_F(NodeRoutes, Flag_FollowsConnectionsToTheirSourceOnly) {
     m_leg->createInput("size", AttrType::Real)
         ->connect(m_root->createOutput("size", AttrType::Real));

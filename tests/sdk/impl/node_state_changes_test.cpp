@@ -21,7 +21,7 @@ struct Change {
     std::function<void(Node&)> make;
 };
 
-// What a test finds there: inputs "x", "y" (connected) and "list" (one element), output "o".
+// Gives a node inputs "x", "y" (connected) and "list" (one element), output "o".
 void furnish(Node& node, IOutput* source) {
     node.createInput("x", AttrType::Real);
     node.createInput("y", AttrType::Real)->connect(source);

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-// What nodes depend on, and in which order they are listed.
+// Dependencies of nodes, and their order in lists.
 
 namespace qv::kelvo_sdk::impl {
 namespace {

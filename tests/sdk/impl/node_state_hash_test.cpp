@@ -9,7 +9,7 @@
 #include <initializer_list>
 #include <vector>
 
-// What a node's hash is made of. The hash of one input has a test of its own.
+// The parts of a node's hash. The hash of one input has a test of its own.
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -273,8 +273,9 @@ TEST_F(NodeStateHashDir, DirInsideAnObject_Counts) {
 }
 
 // ---- Literal values ------------------------------------------------------------------------
-// What a hash is must never change: caches and files depend on it. The numbers were worked out
-// independently of the code, for a node "node" that may refer to a node "lamp" with output "out".
+// The definition of a hash must never change: caches and files depend on it. The numbers were
+// worked out independently of the code, for a node "node" that may refer to a node "lamp" with
+// output "out".
 
 struct Literal {
     const char* note;

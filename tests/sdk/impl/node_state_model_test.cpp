@@ -430,7 +430,7 @@ TEST_P(NodeStateModel, CachedFlags_AreTheModelsDeepAnswers) {
     });
 }
 
-// What depended on the node that was cleaned may stay dirty, as it does after any deep question.
+// Dependents of the node that was cleaned may stay dirty, as they do after any deep question.
 TEST_P(NodeStateModel, CachedFlagsWhereSingleNodesAreCleaned_MissNothing) {
     m_graph.scene().setDirtyStateCached(true);
     run([this] {
@@ -449,7 +449,7 @@ TEST_P(NodeStateModel, FlagsWhereCachingComesAndGoes_AreTheModels) {
     bool cached = false;
     run([&] {
         if (m_graph.below(16) == 0) {
-            // What counted as dirty so far has its flag set from now on.
+            // Nodes that counted as dirty so far have their flag set from now on.
             for (u64 i = 0; cached && i < m_graph.size(); ++i)
                 m_graph.dirty(m_graph.node(i)) = m_graph.deepDirty(m_graph.node(i));
             cached = !cached;

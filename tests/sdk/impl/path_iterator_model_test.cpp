@@ -18,7 +18,7 @@ using Followers = std::vector<std::vector<int>>;
 constexpr int kSize = 7;
 constexpr const char* kTypes[] = {"xform", "mesh", "group", "light"};
 
-// What a random graph of nodes is, as numbers.
+// A random graph of nodes, as numbers.
 struct Model {
     Followers children = Followers(kSize);
     Followers links = Followers(kSize);

@@ -319,7 +319,7 @@ node thing "c" {
 }
 )";
 
-// What is read stands for its nodes: written and read it gives them again, and the same bytes.
+// Text that was read gives the same nodes and the same bytes when written and read again.
 void expectThatItStands(std::string_view text) {
     const auto scene = sceneWith(pots());
     if (!errorsOf(text, scene).empty()) {

@@ -189,6 +189,18 @@ TEST(SceneBuilder, Reading_MakesNodesAndSceneDirty) {
     EXPECT_TRUE(static_cast<Scene&>(*scene.get()).isDirty());
 }
 
+TEST(SceneBuilder, HashAskedForWhenANodeIsAdded_FollowsTheLinksThatComeThen) {
+    class Hasher : public SceneObserver {
+        void nodeAdded(INode* node) override { (void)node->hash({}); }
+    } hasher;
+    const char* const text = "node t \"a\" {\n    Node link = b\n}\nnode t \"b\" {\n}\n";
+    const auto scene = kelvo_sdk::Scene::create();
+    scene.subscribe(&hasher);
+    EXPECT_EQ(errorsOf(text, scene), "");
+    EXPECT_EQ(scene["a"].hash(), sceneOf(text)["a"].hash());
+    scene.unsubscribe(&hasher);
+}
+
 TEST(SceneBuilder, Silence_IsThatOfTheHolder_UnlessTheTextSaysOtherwise) {
     const auto scene = sceneOf("node t \"a\" {\n"
                                "    Array<Real> x = [1, 2 @announced] @silent\n"

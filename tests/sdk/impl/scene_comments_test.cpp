@@ -133,6 +133,16 @@ TEST_F(SceneCommentsOfANode, RemoveAttributes_TheirCommentsGo) {
     EXPECT_TRUE(m_comments.empty());
 }
 
+TEST_F(SceneCommentsOfANode, RedoneRemoval_TakesTheCommentsAlongAgain) {
+    m_scene.setUndoEnabled(true);
+    m_comments.set(m_input, trailing("# input"));
+    m_node->removeInput("a");
+    m_scene.undo();
+    EXPECT_FALSE(m_comments.empty());
+    m_scene.redo();
+    EXPECT_TRUE(m_comments.empty());
+}
+
 TEST_F(SceneCommentsOfANode, RemoveObject_TakesItsMembersCommentsAlong) {
     IInput* object = m_node->createInput("object", AttrType::Object);
     IInput* inner = object->createInput("inner", AttrType::Object);

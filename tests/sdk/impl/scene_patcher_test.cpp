@@ -45,7 +45,7 @@ TEST(ScenePatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
     }
 }
 
-// What their texts leave to the types stays left to them.
+// Attributes that their texts leave to the types stay left to them.
 TEST(ScenePatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteForByte) {
     const auto typed = [](const tests::RandomScene& model) {
         const Scene scene = Scene::create();

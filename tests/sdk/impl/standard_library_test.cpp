@@ -1,4 +1,4 @@
-// What is true of every type alike; what the nodes answer stands in the tests beside this one.
+// Facts about every type alike; the results of the nodes are tested in the files beside this one.
 
 #include "sdk/impl/standard_library.h"
 

@@ -1,4 +1,4 @@
-// Whatever definition text and scene text accept is written so that it reads back equal: every kind
+// All that definition text and scene text accept is written so that it reads back equal: every kind
 // with every annotation and values of every kind, alone and at random together.
 
 #include "tests/support/library_text.h"

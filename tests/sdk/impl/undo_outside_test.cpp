@@ -106,6 +106,40 @@ TEST_F(UndoStray, ReaderConverted_ComesBackConnected) {
     expectBack();
 }
 
+TEST_F(UndoStray, LinkThatWasCleared_ComesBack) {
+    const Input link = m_reader.createInput("l", AttrType::Node);
+    link->setNode(m_stray.get());
+    m_input.disconnect();
+    const u64 before = m_reader.hash();
+    link.set(Node());
+    m_stray = {};
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(link.asNode(false, nullptr).name(), "stray");
+    EXPECT_EQ(m_reader.hash(), before);
+    EXPECT_TRUE(m_scene.redo() && m_scene.undo());
+    EXPECT_EQ(link.asNode(false, nullptr).name(), "stray");
+}
+
+TEST_F(UndoStray, LinkOfARemovedOrConvertedNode_ComesBack) {
+    for (const bool isConverted : {false, true}) {
+        auto stray = makeStray();
+        const Node node = m_scene.createNode("t", "n");
+        node.createInput("l", AttrType::Node)->setNode(stray.get());
+        if (isConverted)
+            node.convertTo("u").removeInput("l");
+        else
+            m_scene.removeNode(node);
+        stray = {};
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_TRUE(m_scene.undo() && (!isConverted || m_scene.undo()));
+            EXPECT_EQ(m_scene["n"]["l"].asNode(false, nullptr).name(), "stray") << isConverted;
+            EXPECT_TRUE(m_scene.redo() && (!isConverted || m_scene.redo()));
+        }
+        EXPECT_TRUE(m_scene.undo() && (!isConverted || m_scene.undo()));
+        m_scene.removeNode(m_scene["n"]);
+    }
+}
+
 TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
     const Scene scene = Scene::create();
     scene.setUndoEnabled(true);
@@ -116,6 +150,21 @@ TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
     before.removeInput("q");
     scope.cancel();
     EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Input input = scene.createNode("t", "x").createInput("in", AttrType::Real);
+    const auto first = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "first"));
+    auto second = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "second"));
+    input->connect(first->createOutput("out", AttrType::Real));
+    input->connect(second->createOutput("out", AttrType::Real));
+    scene.undo();
+    second.reset();
+    EXPECT_TRUE(scene.redo());
+    ASSERT_TRUE(input.source());
+    EXPECT_EQ(input.source().path(), "second.out");
 }
 
 } // namespace

@@ -31,7 +31,7 @@ using tests::RandomEdits;
 using UndoScope = kelvo_sdk::Scene::UndoScope;
 using Script = std::vector<RandomEdit>;
 
-// What a script's step does; an edit if it is none of these.
+// The act of a script's step; an edit if it is none of these.
 enum Act : unsigned { Open, OpenToo, Close, Cancel, Throw, Undo, Redo, Check, Return, Save, Limit };
 constexpr unsigned kActs = Limit + 1;
 constexpr const char* kActNames[] = {"open", "open",  "close",  "cancel", "throw", "undo",
@@ -80,7 +80,7 @@ std::string objects(const kelvo_sdk::Node& node) {
     return text;
 }
 
-// What there is to tell of a scene.
+// Returns a full description of a scene.
 std::string told(const kelvo_sdk::Scene& scene) {
     std::string text = std::string(scene.text().view()) + tests::NodeDump::of(scene);
     for (u64 i = 0; i < scene.nodeCount(); ++i) {
@@ -286,7 +286,7 @@ private:
     RandomEdits m_edits;
     std::unique_ptr<Echo> m_echo;
     std::vector<OpenScope> m_scopes;
-    // What was at each place of the history; `m_first` is the first that can be reached.
+    // The scene at each place of the history; `m_first` is the first that can be reached.
     std::vector<std::string> m_states;
     u64 m_at = 0;
     u64 m_first = 0;

@@ -24,7 +24,7 @@ const char* const kText = R"(kelvo scene 1
 
 # A room.
 node xform "room" {
-    # What is in it.
+    # Its contents.
     Array<Node> children = [desk, lamp]
     Real size = 4
 }
@@ -275,6 +275,18 @@ TEST_F(UndoTest, Observers_HearOfItAsOfTheEdit) {
     node("lamp").unsubscribe(&heard);
 }
 
+TEST_F(UndoTest, AdditionTakenBack_IsToldAsARemoval) {
+    struct Removals : SceneObserver {
+        void inputRemoved(const IInput* input) override { names += input->name(); }
+        String names;
+    } removals;
+    m_scene["lamp"].createInput("in", AttrType::Real);
+    m_scene.subscribe(&removals);
+    m_scene.undo();
+    m_scene.unsubscribe(&removals);
+    EXPECT_EQ(removals.names, "in");
+}
+
 TEST_F(UndoTest, ObserverThatEdits_IsPartOfTheStep) {
     Heard heard;
     heard.then = [&] {
@@ -287,7 +299,7 @@ TEST_F(UndoTest, ObserverThatEdits_IsPartOfTheStep) {
     node("lamp").unsubscribe(&heard);
 }
 
-// What it does while a step is undone is taken back when the step is done again.
+// Its edits while a step is undone are taken back when the step is done again.
 TEST_F(UndoTest, ObserverThatEditsMeanwhile_IsTakenBackByTheNextTurn) {
     input("lamp.spare").setReal(3);
     const std::string after = state();
