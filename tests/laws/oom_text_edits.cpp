@@ -114,13 +114,14 @@ bool merges(OomWorld& w) {
     String error;
     const Scene base;
     try {
-        return mergeScenes(base, w.scene(), textsOf(w).other, {}, merged, conflicts, error) &&
-               merged.verify().empty() && merged.nodeCount() > w.scene().nodeCount();
+        if (!mergeScenes(base, w.scene(), textsOf(w).other, {}, merged, conflicts, error))
+            return false;
     } catch (const std::bad_alloc&) {
         const auto& left = static_cast<const kelvo_sdk::impl::Scene&>(*merged.get());
         if (!left.libraries().empty() || left.nodeCount() != 0) return false;
         throw;
     }
+    return merged.verify().empty() && merged.nodeCount() > w.scene().nodeCount();
 }
 
 // ---- Libraries -----------------------------------------------------------------------------
