@@ -158,6 +158,7 @@ void NodeChange::flip(Scene& scene) {
     } catch (const std::bad_alloc&) {
         m_strays.clear();
     }
+    m_index = scene.m_nodes.indexOf(m_node->name());
     m_place = scene.takeOut(*m_node);
     if (!m_name.isEmpty()) m_node->setName(std::exchange(m_name, String()));
     scene.m_modifiers->leaves(*m_node);
@@ -261,9 +262,14 @@ String NodeRename::text() const {
 
 NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), m_to(to) {}
 
+// An observer of another undo may have made other places of these.
 void NodeMove::flip(Scene& scene) {
     std::swap(m_from, m_to);
-    if (scene.contains(*m_node) && m_to < scene.nodeCount()) scene.move(*m_node, m_from, m_to);
+    if (std::exchange(m_isPassedOver, false)) return;
+    m_isPassedOver = !scene.contains(*m_node) || m_to >= scene.nodeCount();
+    if (m_isPassedOver) return;
+    m_from = scene.m_nodes.indexOf(m_node->name());
+    scene.move(*m_node, m_from, m_to);
 }
 
 // ---- Comments ------------------------------------------------------------------------------

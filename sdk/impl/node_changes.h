@@ -152,6 +152,7 @@ private:
     RefersTo<Node> m_node;
     u64 m_from;
     u64 m_to;
+    bool m_isPassedOver = false;
 };
 
 /// The comments of the text as a whole were set.

@@ -89,5 +89,28 @@ TEST_F(UndoInside, NodeCreated_MayHaveTheNameOfOneThatIsRenamedBack) {
     expectRedoneIs(last);
 }
 
+TEST_F(UndoInside, NodeRemoved_LeavesTheOrderOfTheOthers) {
+    for (const char* name : {"a", "b", "c"})
+        m_scene.createNode("t", name);
+    m_scene.moveNode(m_scene["a"], 2);
+    m_scene["a"].createInput("r", AttrType::Real);
+    m_scene["a"]["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene.removeNode(m_scene["c"]); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, InputRemoved_IsNotThereForItsCreation) {
+    const Node node = m_scene.createNode("t", "a");
+    for (const char* name : {"o", "r"})
+        node.createInput(name, AttrType::Real);
+    node["o"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([&] { node.removeInput("r"); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk
