@@ -166,16 +166,17 @@ void InputListChange::takeComments(SceneComments& from) {
 
 void InputListChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
-    m_isIn ? putIn(scene) : takeOut(scene);
+    if (std::exchange(m_isPassedOver, false)) return;
+    m_isPassedOver = !(m_isIn ? putIn(scene) : takeOut(scene));
 }
 
 // A node that left may have been changed by its holder: what does not fit any more is passed over.
 // An input whose removal has not come to its end knows its node still.
-void InputListChange::putIn(Scene& scene) {
-    if (m_holder && m_holder->node() != m_owner.get()) return;
+bool InputListChange::putIn(Scene& scene) {
+    if (m_holder && m_holder->node() != m_owner.get()) return false;
     const auto& list = m_holder ? m_holder->members() : m_owner->inputs();
     const INode* node = input().node();
-    if (node && (node != m_owner.get() || list.contains(&input()))) return;
+    if (node && (node != m_owner.get() || list.contains(&input()))) return false;
     input().incRef();
     if (m_holder)
         m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
@@ -186,10 +187,11 @@ void InputListChange::putIn(Scene& scene) {
     m_owner->onInputAdded(&input());
     // Nobody hears of a silent one, which modifiers write to all the same.
     if (input().isSilent()) scene.applyModifiers(m_owner.get());
+    return true;
 }
 
-void InputListChange::takeOut(Scene& scene) {
-    if (input().node() != m_owner.get()) return;
+bool InputListChange::takeOut(Scene& scene) {
+    if (input().node() != m_owner.get()) return false;
     keepComments([&] { takeComments(scene.comments()); });
     if (m_holder)
         m_holder->takeMember(&input());
@@ -200,6 +202,7 @@ void InputListChange::takeOut(Scene& scene) {
     leaving->showOwnValues();
     m_owner->onInputRemoved(&input());
     afterTelling([leaving] { leaving->left(); });
+    return true;
 }
 
 String InputListChange::subject() const {

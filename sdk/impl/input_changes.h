@@ -124,14 +124,16 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
-    void putIn(Scene& scene);
-    void takeOut(Scene& scene);
+    /// Return false when that does not fit any more.
+    [[nodiscard]] bool putIn(Scene& scene);
+    [[nodiscard]] bool takeOut(Scene& scene);
 
     RefersTo<Node> m_owner;
     // Null at the top level.
     RefersTo<Input> m_holder;
     u64 m_index;
     bool m_isIn;
+    bool m_isPassedOver = false;
     SceneComments::Kept m_comments;
 };
 

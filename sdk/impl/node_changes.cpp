@@ -137,12 +137,17 @@ void NodeChange::prepareFlip(Scene& scene) {
     if (m_isIn) scene.clearReferences(*m_node);
 }
 
-// A node that left may have been given to another scene, where it stays.
+// A node that left may have been given to another scene, where it stays; a node that came in may
+// have been taken out by an observer of another undo. A flip that was passed over is passed over
+// when it is turned back, too.
 void NodeChange::flip(Scene& scene) {
     m_isIn = !m_isIn;
+    if (std::exchange(m_isPassedOver, false)) return;
     const bool isElsewhere = m_node->scene() && !m_node->hasLeft();
-    if (m_isIn ? isElsewhere : !scene.contains(*m_node)) return;
+    m_isPassedOver = m_isIn ? isElsewhere : !scene.contains(*m_node);
+    if (m_isPassedOver) return;
     if (m_isIn) {
+        takeFreeName(scene);
         scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
         scene.comments().putBack(std::move(m_comments));
         scene.enter(*m_node);
@@ -154,9 +159,20 @@ void NodeChange::flip(Scene& scene) {
         holdStrays(*m_node, m_strays);
     } catch (const std::bad_alloc&) {
     }
+    m_index = scene.m_nodes.indexOf(m_node->name());
     m_place = scene.takeOut(*m_node);
+    if (!m_name.isEmpty()) m_node->setName(std::exchange(m_name, String()));
     scene.m_modifiers->leaves(*m_node);
     scene.tellRemoved(*m_node);
+}
+
+// An observer of another undo may have given the name to another node. The next time it leaves, it
+// has its own name back.
+void NodeChange::takeFreeName(const Scene& scene) {
+    const String name = m_node->name();
+    if (!scene.m_nodes.find(name)) return;
+    m_node->setName(scene.freeName(name));
+    m_name = name;
 }
 
 u64 NodeChange::bytes() const {
@@ -228,7 +244,9 @@ String NodeExchange::text() const {
 NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}
 
 void NodeRename::flip(Scene& scene) {
-    if (!scene.contains(*m_node)) return;
+    // An observer of another undo may have given the name away.
+    const Node* named = scene.m_nodes.find(m_other);
+    if (!scene.contains(*m_node) || (named && named != m_node.get())) return;
     String name = std::exchange(m_other, m_node->name());
     scene.rename(*m_node, std::move(name));
 }
@@ -239,9 +257,14 @@ String NodeRename::text() const {
 
 NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), m_to(to) {}
 
+// An observer of another undo may have made other places of these.
 void NodeMove::flip(Scene& scene) {
     std::swap(m_from, m_to);
-    if (scene.contains(*m_node) && m_to < scene.nodeCount()) scene.move(*m_node, m_from, m_to);
+    if (std::exchange(m_isPassedOver, false)) return;
+    m_isPassedOver = !scene.contains(*m_node) || m_to >= scene.nodeCount();
+    if (m_isPassedOver) return;
+    m_from = scene.m_nodes.indexOf(m_node->name());
+    scene.move(*m_node, m_from, m_to);
 }
 
 // ---- Comments ------------------------------------------------------------------------------

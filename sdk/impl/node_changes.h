@@ -71,6 +71,8 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
+    void takeFreeName(const Scene& scene);
+
     RefersTo<Node> m_node;
     u64 m_index;
     bool m_isIn;
@@ -80,6 +82,9 @@ private:
     std::vector<RefersTo<INode>> m_strays;
     // Of one that is out.
     NodeTable::Place m_place;
+    // Of one that came back under another name, as its own was taken.
+    String m_name;
+    bool m_isPassedOver = false;
 };
 
 /// A node was put in place of another, whose name it has.
@@ -150,6 +155,7 @@ private:
     RefersTo<Node> m_node;
     u64 m_from;
     u64 m_to;
+    bool m_isPassedOver = false;
 };
 
 /// The comments of the text as a whole were set.
