@@ -8,6 +8,7 @@
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
+#include "sdk/impl/record_scope.h"
 #include "sdk/impl/scene.h"
 #include "sdk/impl/value_refusal.h"
 #include "sdk/impl/value_text.h"
@@ -16,6 +17,7 @@
 #include "base/log.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -372,6 +374,9 @@ bool Input::unstash() {
     if (!stashed()) return false;
     const Value kept = *stashed();
     if (isUpToModifiers()) return setValue(kept);
+    const RefersTo<Scene> scene(m_node ? static_cast<Scene*>(m_node->liveScene()) : nullptr);
+    std::optional<RecordScope> record;
+    if (scene) record.emplace(*scene);
     NewsHold news;
     EditStep step(m_node);
     if (!setValue(kept)) return false;
