@@ -6,6 +6,7 @@
 #include "tests/laws/oom_trial.h"
 
 #include "base/log.h"
+#include "tests/support/law_run.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <random>
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -43,20 +45,14 @@ struct Case {
     }
 };
 
-u64 seed() {
-    const char* text = std::getenv("KELVO_LAWS_SEED");
-    return text ? std::strtoull(text, nullptr, 10) : 1;
-}
-
 // Returns all allocations, or some of them: the first and last, and each n-th between.
 std::vector<Case> casesOf(u64 allocations) {
     constexpr u64 most = 6;
-    const bool isFull = std::getenv("KELVO_LAWS_FULL") != nullptr;
-    const u64 stride = isFull ? 1 : std::max<u64>(1, allocations / most);
+    const u64 stride = LawRun::isFull() ? 1 : std::max<u64>(1, allocations / most);
     std::vector<Case> cases;
     for (const Fails fails : {Fails::Once, Fails::FromThen})
-        for (u64 which = 1 + (seed() + static_cast<u64>(fails)) % stride; which <= allocations;
-             which += stride)
+        for (u64 which = 1 + (LawRun::seed() + static_cast<u64>(fails)) % stride;
+             which <= allocations; which += stride)
             cases.push_back({fails, which});
     return cases;
 }
@@ -107,9 +103,17 @@ std::optional<Case> chosen() {
     return Case{std::strcmp(how, "once") == 0 ? Fails::Once : Fails::FromThen, which};
 }
 
-class OutOfMemory : public testing::TestWithParam<const OomEdit*> {};
+// All operations count as one law, whose time they share.
+class OutOfMemory : public testing::TestWithParam<const OomEdit*> {
+protected:
+    static void SetUpTestSuite() { s_law.emplace("out of memory"); }
+    static void TearDownTestSuite() { s_law.reset(); }
+
+    static inline std::optional<LawRun> s_law;
+};
 
 TEST_P(OutOfMemory, EachAllocationThatFails_LeavesAllOrNothing) {
+    if (s_law->isOver()) return;
     const LogSink before = setLogHandler(takeLine);
     const std::unique_ptr<const LogSink, void (*)(const LogSink*)> end(
         &before, [](const LogSink* sink) { setLogHandler(sink->handler, sink->user); });
@@ -126,6 +130,7 @@ TEST_P(OutOfMemory, EachAllocationThatFails_LeavesAllOrNothing) {
     ASSERT_NE(shared, MAP_FAILED);
     auto& progress = *new (shared) Progress{};
     runAll(progress, trial, cases);
+    s_law->countTold(cases.size(), progress.failed);
     EXPECT_EQ(progress.failed, 0u)
         << GetParam()->name << ", " << progress.failed << " of " << cases.size() << " trials:\n"
         << progress.told;
@@ -137,6 +142,8 @@ std::vector<const OomEdit*> allEdits() {
     for (const auto* table : {&oomCoreEdits(), &oomTextEdits(), &oomLibraryEdits()})
         for (const OomEdit& edit : *table)
             all.push_back(&edit);
+    // So that each comes first in some run that has no time for all.
+    if (LawRun::isFull()) std::ranges::shuffle(all, std::mt19937_64(LawRun::seed()));
     return all;
 }
 

@@ -50,6 +50,11 @@ public:
         if (wrong.empty() || ++m_found > mostTold) return;
         ADD_FAILURE() << wrong << "\nRepeat it with " << s_last;
     }
+    /// Counts trials whose findings the test tells by itself.
+    void countTold(u64 trials, u64 found) {
+        m_trials += trials;
+        m_found += found;
+    }
     [[nodiscard]] u64 trials() const { return m_trials; }
     [[nodiscard]] u64 found() const { return m_found; }
 
