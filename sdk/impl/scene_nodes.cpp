@@ -6,6 +6,7 @@
 #include "sdk/impl/eval_cache.h"
 #include "sdk/impl/input.h"
 #include "sdk/impl/input_changes.h"
+#include "sdk/impl/known_names.h"
 #include "sdk/impl/modifiers.h"
 #include "sdk/impl/news_hold.h"
 #include "sdk/impl/node.h"
@@ -34,7 +35,10 @@ bool Scene::checkName(const String& name, const char* what) {
     return false;
 }
 
-Scene::Scene() : m_modifiers(std::make_unique<Modifiers>(*this)) {}
+// The known names are made here, as the first notification may find no memory for them.
+Scene::Scene() : m_modifiers(std::make_unique<Modifiers>(*this)) {
+    static_cast<void>(knownNames());
+}
 
 Scene::~Scene() {
     // None may reach the scene any more, whatever their ends set off in others.

@@ -137,6 +137,16 @@ TEST(Vector, Move_TakesTheStorage) {
     EXPECT_EQ(vector.capacity(), 0u);
 }
 
+TEST(Vector, Swap_ExchangesElementsAndRoom) {
+    Vector<int> few, many;
+    few.push_back(1);
+    many.reserve(100);
+    many.swap(few);
+    EXPECT_EQ(many.size(), 1u);
+    EXPECT_EQ(few.capacity(), 100u);
+    EXPECT_TRUE(few.empty());
+}
+
 TEST(Vector, Assignment_ReplacesTheElements) {
     Vector<int> vector{1, 2, 3};
     const Vector<int> other{4};
