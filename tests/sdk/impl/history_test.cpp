@@ -208,6 +208,14 @@ TEST_F(HistoryTest, StepWithoutText_GetsATrueOne) {
     EXPECT_EQ(doText(), "Add node 'moon'");
 }
 
+TEST_F(HistoryTest, MoveOfAnElement_IsNamedForItsArray) {
+    auto* list = m_node->createArray("list", AttrType::Real);
+    list->appendElement();
+    list->appendElement();
+    list->moveElement(0, 1);
+    EXPECT_EQ(doText(), "Move an element of lamp.list");
+}
+
 TEST_F(HistoryTest, StepOfManyThings_SaysHowMany) {
     {
         const UndoScope scope(m_scene, "", "");
@@ -285,6 +293,16 @@ TEST_F(HistoryTest, RemovedInput_CountsAsBytesWhileItIsOut) {
     EXPECT_GT(m_scene.undoStep(0).bytes, 5000u);
     m_scene.undo();
     EXPECT_LT(m_scene.redoStep(0).bytes, 1000u);
+}
+
+TEST_F(HistoryTest, RemovedOutput_CountsWithItsName) {
+    const std::string longName(100, 'o');
+    m_node->createOutput("o", AttrType::Real);
+    m_node->createOutput(longName.c_str(), AttrType::Real);
+    m_node->removeOutput("o");
+    m_node->removeOutput(longName.c_str());
+    EXPECT_GT(m_scene.undoStep(1).bytes, sizeof(Output));
+    EXPECT_EQ(m_scene.undoStep(0).bytes, m_scene.undoStep(1).bytes + 99);
 }
 
 TEST_F(HistoryTest, ValueKeptAside_CountsAsBytesWhileItIsOut) {
