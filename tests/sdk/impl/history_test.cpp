@@ -1,10 +1,8 @@
-// Steps of a scene's history: what is one, what it is called, how long it is kept.
+// Steps of a scene's history: their extent, names and bounds.
 
 #include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
 #include "sdk/impl/output.h"
-#include "sdk/impl/scene.h"
-#include "sdk/scene.h"
+#include "tests/support/history_scene.h"
 #include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
@@ -18,29 +16,7 @@ namespace {
 using tests::LogCapture;
 using UndoScope = kelvo_sdk::Scene::UndoScope;
 
-class HistoryTest : public testing::Test {
-protected:
-    HistoryTest() {
-        m_node = node("lamp");
-        m_radius = m_node->createInput("radius", AttrType::Real);
-        m_scene.setUndoEnabled(true);
-    }
-
-    Node* node(const char* name) {
-        return static_cast<Node*>(m_scene.createNode("thing", name).get());
-    }
-    double radius() const {
-        double value = -1;
-        m_radius->readReal(value, false, nullptr);
-        return value;
-    }
-    std::string doText(u64 index = 0) const { return m_scene.undoStep(index).doText.buf(); }
-    std::string undoText(u64 index = 0) const { return m_scene.undoStep(index).undoText.buf(); }
-
-    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
-    Node* m_node = nullptr;
-    interfaces::IInput* m_radius = nullptr;
-};
+class HistoryTest : public testing::Test, protected tests::HistoryScene {};
 
 TEST_F(HistoryTest, Undo_BringsTheValueBackAndRedoTheNewOne) {
     m_radius->setReal(5);
@@ -398,8 +374,7 @@ TEST_F(HistoryTest, ScopeThatOutlivesTheHandles_KeepsTheScene) {
     scope.cancel();
 }
 
-// ---- What is refused
-// -----------------------------------------------------------------------------
+// ---- Refusals ----------------------------------------------------------------------------------
 
 TEST_F(HistoryTest, UndoWhileAnEditIsOpen_IsRefused) {
     m_radius->setReal(1);
@@ -420,98 +395,6 @@ TEST_F(HistoryTest, EndWithoutBegin_IsNothing) {
     m_radius->setReal(1);
     EXPECT_EQ(m_scene.undoCount(), 1u);
     EXPECT_EQ(doText(), "Set lamp.radius");
-}
-
-// ---- Places
-// --------------------------------------------------------------------------------------
-
-TEST_F(HistoryTest, Checkpoint_IsReachedFromBothSides) {
-    m_radius->setReal(1);
-    m_scene.setCheckpoint("one");
-    m_radius->setReal(2);
-    m_radius->setReal(3);
-    EXPECT_TRUE(m_scene.returnTo("one"));
-    EXPECT_EQ(radius(), 1);
-    m_scene.undo();
-    EXPECT_TRUE(m_scene.returnTo("one"));
-    EXPECT_EQ(radius(), 1);
-    EXPECT_TRUE(m_scene.returnTo("one"));
-}
-
-TEST_F(HistoryTest, CheckpointOutOfReach_IsFalseAndChangesNothing) {
-    m_radius->setReal(1);
-    m_scene.setCheckpoint("one");
-    m_scene.undo();
-    m_radius->setReal(2);
-    EXPECT_FALSE(m_scene.returnTo("one"));
-    EXPECT_FALSE(m_scene.returnTo("nowhere"));
-    EXPECT_EQ(radius(), 2);
-    EXPECT_TRUE(m_scene.checkpoints().empty());
-}
-
-TEST_F(HistoryTest, Checkpoints_AreListedOldestFirst) {
-    m_scene.setCheckpoint("start");
-    m_radius->setReal(1);
-    m_scene.setCheckpoint("end");
-    m_scene.setCheckpoint("also");
-    EXPECT_EQ(m_scene.checkpoints().join(" "), "start also end");
-}
-
-TEST_F(HistoryTest, Saved_IsAPlaceInTheHistory) {
-    m_scene.markSaved();
-    EXPECT_TRUE(m_scene.isSaved());
-    m_radius->setReal(1);
-    EXPECT_FALSE(m_scene.isSaved());
-    m_scene.undo();
-    EXPECT_TRUE(m_scene.isSaved());
-    m_radius->setReal(2);
-    m_scene.undo();
-    EXPECT_TRUE(m_scene.isSaved());
-}
-
-TEST_F(HistoryTest, SavedStateOutOfReach_IsNeverMet) {
-    m_radius->setReal(1);
-    m_scene.markSaved();
-    m_scene.undo();
-    m_radius->setReal(2);
-    m_scene.undo();
-    EXPECT_FALSE(m_scene.isSaved());
-}
-
-TEST_F(HistoryTest, RefusedParenting_LeavesTheSceneSaved) {
-    const kelvo_sdk::Node room = m_scene.createNode("xform", "room");
-    const kelvo_sdk::Node lamp = m_scene.createNode("xform", "lamp");
-    room.createArray("children", AttrType::Node);
-    ASSERT_TRUE(lamp->parentTo(room.get()));
-    m_scene.markSaved();
-    EXPECT_FALSE(lamp->parentTo(room.get()));
-    EXPECT_TRUE(m_scene.isSaved());
-}
-
-TEST_F(HistoryTest, RefusedParentingAcrossScenes_LeavesTheSceneSaved) {
-    const kelvo_sdk::Node room = m_scene.createNode("xform", "room");
-    const kelvo_sdk::Input children = room.createArray("children", AttrType::Node);
-    const kelvo_sdk::Scene other = kelvo_sdk::Scene::create();
-    const kelvo_sdk::Node lamp = other.createNode("xform", "lamp");
-    m_scene.markSaved();
-    const LogCapture log;
-    EXPECT_FALSE(lamp->parentTo(room.get()));
-    EXPECT_TRUE(m_scene.isSaved());
-    EXPECT_EQ(children.inputCount(), 0u);
-    EXPECT_EQ(log.text(), "warning: Cannot parent node 'lamp' to node 'room': the two nodes belong "
-                          "to different scenes.\n");
-}
-
-TEST_F(HistoryTest, UndoOff_SavedIsTrueUntilTheFirstChange) {
-    m_scene.setUndoEnabled(false);
-    m_scene.markSaved();
-    EXPECT_TRUE(m_scene.isSaved());
-    m_radius->setReal(1);
-    EXPECT_FALSE(m_scene.isSaved());
-    m_scene.setUndoEnabled(true);
-    EXPECT_FALSE(m_scene.isSaved());
-    m_scene.markSaved();
-    EXPECT_TRUE(m_scene.isSaved());
 }
 
 } // namespace
