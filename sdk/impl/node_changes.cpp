@@ -40,14 +40,14 @@ void visitStrays(const Node& node, const Visit& visit) {
     });
 }
 
-// For those that are held by now, too, until the others are.
+// Makes room for the strays of a node beside those that are held already.
 void makeRoomForStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
     u64 count = 0;
     visitStrays(node, [&](INode&) { ++count; });
     strays.reserve(strays.size() + 2 * count);
 }
 
-// In place of those that were held.
+// Holds the strays of a node in place of those that were held.
 void holdStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
     const auto before = static_cast<std::ptrdiff_t>(strays.size());
     visitStrays(node, [&](INode& stray) { strays.emplace_back(&stray); });
