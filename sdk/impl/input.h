@@ -162,7 +162,7 @@ public:
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
 
     bool reset() override;
-    [[nodiscard]] bool isDefault() const override { return !firstChanged(); }
+    [[nodiscard]] bool isDefault() const override;
     /// Returns the first of this input and what it holds that is not at its default by itself; null
     /// when all is.
     [[nodiscard]] const Input* firstChanged() const;

@@ -350,6 +350,10 @@ bool Input::resetAlone() {
     return type() != AttrType::Null && store(defaultValue());
 }
 
+bool Input::isDefault() const {
+    return !firstChanged();
+}
+
 const Input* Input::firstChanged() const {
     if (!isDefaultAlone()) return this;
     InputWalk inside(members());
