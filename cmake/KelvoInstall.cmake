@@ -4,8 +4,8 @@ include(CMakePackageConfigHelpers)
 install(TARGETS kelvo_sdk kelvo_sdk_static EXPORT KelvoTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY base files sdk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
-  FILES_MATCHING PATTERN "*.h" PATTERN "impl" EXCLUDE PATTERN "library" EXCLUDE)
+install(DIRECTORY kelvo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  FILES_MATCHING PATTERN "*.h" PATTERN "impl" EXCLUDE)
 install(EXPORT KelvoTargets NAMESPACE Kelvo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 
 configure_package_config_file(cmake/KelvoConfig.cmake.in KelvoConfig.cmake

@@ -34,7 +34,7 @@ function(kelvo_add_libraries)
     target_compile_features(${library} PUBLIC cxx_std_20)
     target_include_directories(${library} INTERFACE
       "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
-      "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kelvo>")
+      "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
     if(KELVO_SANITIZE)
       target_link_options(${library} PUBLIC -fsanitize=${KELVO_SANITIZE})
     endif()

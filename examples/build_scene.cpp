@@ -1,6 +1,6 @@
 // Builds a scene of typed nodes: values of several kinds, an array, an object and a buffer.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

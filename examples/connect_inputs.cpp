@@ -1,6 +1,6 @@
 // Connects inputs to outputs: kinds are converted, loops and misfits are refused with a warning.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

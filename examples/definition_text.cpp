@@ -1,6 +1,6 @@
 // Makes a library of definition text, tells what is wrong with another text, and writes it again.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // Prints what a type defines for its inputs: for a form, or to check a value before it is set.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

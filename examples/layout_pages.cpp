@@ -1,6 +1,6 @@
 // The pages on which a definition arranges the inputs of a node, as an editor shows them.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

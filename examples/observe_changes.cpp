@@ -1,6 +1,6 @@
 // Hears of the changes of one node, and of a whole scene.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

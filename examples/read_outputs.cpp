@@ -1,6 +1,6 @@
 // Reads what outputs give: nodes that compute are evaluated on the way.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // Saves a scene to a file and loads it again, and shows what a mistake is answered with.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 #include <filesystem>

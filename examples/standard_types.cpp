@@ -1,6 +1,6 @@
 // The node types that come with the library: listed, looked at, and used in a scene.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // Walks a hierarchy of transforms: every node below a parent, and the place of each in the world.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 

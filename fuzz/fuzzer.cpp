@@ -1,6 +1,6 @@
 // The entry of one fuzzer, of the target KELVO_FUZZ_TARGET.
-#include "base/log.h"
 #include "fuzz/targets.h"
+#include "kelvo/base/log.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Icons: what the filter lets through is plain, and the filter leaves it as it is.
 #include "fuzz/targets.h"
-#include "sdk/impl/safe_svg.h"
+#include "kelvo/sdk/impl/help/safe_svg.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // Three scene texts, between lines of "====": what one side alone changed is merged as it is.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
-#include "sdk/scene_diff.h"
+#include "kelvo/sdk/scene_diff.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 // Changes as JSON, made in a small scene: all or none, as one step, and back by the difference.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
-#include "sdk/scene_diff.h"
+#include "kelvo/sdk/scene_diff.h"
 #include "tools/kelvo/diff_json.h"
 
 namespace qv::fuzz {

@@ -1,8 +1,8 @@
 // Paths of inputs, which grow what they lead to, and paths of files.
-#include "base/path.h"
+#include "kelvo/base/path.h"
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
-#include "sdk/path_parser.h"
+#include "kelvo/sdk/path_parser.h"
 
 #include <string>
 

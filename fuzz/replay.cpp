@@ -1,6 +1,6 @@
 // Gives a target the files of folders, its seeds and what fuzzers found: replay TARGET FOLDER...
-#include "base/log.h"
 #include "fuzz/targets.h"
+#include "kelvo/base/log.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The virtual functions of the interfaces in sdk/interfaces/, by class and slot.
+"""The virtual functions of the interfaces in kelvo/sdk/interfaces/, by class and slot.
 
 virtual_slots.py write TABLE  writes the table from the headers, as clang lays them out
 virtual_slots.py check TABLE  compares the headers with the table; status 1 for a break: a slot that
@@ -23,12 +23,12 @@ def major():
 
 def classes():
     """The classes with virtual functions, each with its header."""
-    for header in sorted((ROOT / "sdk/interfaces").glob("*.h")):
+    for header in sorted((ROOT / "kelvo/sdk/interfaces").glob("*.h")):
         text = header.read_text(encoding="utf-8")
         for match in CLASS.finditer(text):
             body = text[match.end():text.find("\n};", match.end())]
             if "virtual " in body or " : public " in match[0]:
-                yield match[1], f"sdk/interfaces/{header.name}"
+                yield match[1], f"kelvo/sdk/interfaces/{header.name}"
 
 
 def layouts(found):

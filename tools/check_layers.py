@@ -22,15 +22,10 @@ strstream syncstream system_error thread tuple type_traits typeindex typeinfo un
 unordered_set utility valarray variant vector version
 """.split())
 OPENS_FILES = frozenset(("filesystem", "fstream"))
-# The part of the roof that is for all clients.
-FILES = "files"
+# Headers for all clients.
+FILES = "kelvo/files"
 # Folders of the roof that may include others of it: they check or measure them.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
-
-
-def roof_of(name):
-    top = name.split("/", 1)[0]
-    return top if top in tree_files.ROOF else None
 
 
 def fault_of_header(name, opens_files):
@@ -47,7 +42,7 @@ def is_public(name):
 
 # Of what clients get: the list of includes, and the files of a scene.
 def fault_of_client_header(source, included):
-    if is_public(included) or roof_of(included) == FILES:
+    if is_public(included) or tree_files.roof_of(included) == FILES:
         return None
     return f'"{included}" is not for clients, who get {source}'
 
@@ -55,15 +50,15 @@ def fault_of_client_header(source, included):
 def fault_of_path(root, source, included):
     if included.startswith("/") or ".." in included.split("/") or not (root / included).is_file():
         return f'"{included}" is no path from the root'
-    if source == tree_files.UMBRELLA or roof_of(source) == FILES:
+    if source == tree_files.UMBRELLA or tree_files.roof_of(source) == FILES:
         return fault_of_client_header(source, included)
     own, other = tree_files.floor_of(source), tree_files.floor_of(included)
     if own is not None:
         if other is None:
             return f'"{included}" stands outside the floors'
         return f'"{included}" stands on floor {other}, above floor {own}' if other > own else None
-    here, there = roof_of(source), roof_of(included)
-    if there and there not in (here, FILES) and here not in MAY_SEE_THE_ROOF:
+    here, there = tree_files.roof_of(source), tree_files.roof_of(included)
+    if there and there not in (here, *tree_files.INSTALLED) and here not in MAY_SEE_THE_ROOF:
         return f'"{included}": nothing includes the roof'
     return None
 
@@ -72,8 +67,8 @@ def check(root):
     findings = []
     for source in tree_files.files(root, *tree_files.SOURCES):
         floor = tree_files.floor_of(source)
-        is_file = roof_of(source) == FILES
-        if floor is None and source != tree_files.UMBRELLA and not roof_of(source):
+        is_file = tree_files.roof_of(source) == FILES
+        if floor is None and source != tree_files.UMBRELLA and not tree_files.roof_of(source):
             findings.append(f"{source}: stands on no floor and not on the roof")
             continue
         is_bare = floor is not None or is_file

@@ -8,7 +8,8 @@ import sys
 import make_map
 import tree_files
 
-CHIEF = "sdk/impl/node.h"
+HOME = "kelvo/sdk/impl/graph"
+CHIEF = f"{HOME}/node.h"
 ROOM = re.compile(r"^///\s{2,}(\S.*?)\s+(node\w*\.cpp)\b")
 HEADING = re.compile(r"^\s*// -{2,} (.*?) -{2,}$")
 
@@ -29,7 +30,8 @@ def laws(lines):
 
 
 def faults_of_room(root, name, file, law):
-    source, test = f"sdk/impl/{file}", f"tests/sdk/impl/{file.removesuffix('.cpp')}_test.cpp"
+    source = f"{HOME}/{file}"
+    test = f"tests/{source.removesuffix('.cpp')}_test.cpp"
     faults = []
     if law is None:
         faults.append(f"{CHIEF}: no heading for the room {name}")

@@ -2,14 +2,15 @@
 """Writes docs/map.md: each source of the floors, what it is, the test that holds it.
 
 What a file is stands in the file itself: a room's heading, or the first sentence for users."""
+import itertools
 import pathlib
 import re
 import sys
 
 import tree_files
 
-TITLES = {"base": "Base", "sdk/interfaces": "Interfaces", "sdk": "Public handles",
-          "sdk/impl": "Implementation"}
+TITLES = {"kelvo/base": "Base", "kelvo/sdk/interfaces": "Interfaces",
+          "kelvo/sdk": "Public handles", "kelvo/sdk/impl": "Implementation"}
 INTRODUCTION = """# Map of the tree
 
 Every source of the floors, with its room or what it is, and the test that holds it.
@@ -76,12 +77,19 @@ def tests_of(root, unit):
             if not any((root / folder).glob(path.name.removesuffix("_test.cpp") + ".*"))]
     found = ([own] if own.is_file() else []) + more
     if not found and folder.endswith("interfaces") and stem.startswith("i_"):
-        found = [root / "tests" / "sdk" / "impl" / f"{stem[2:]}_test.cpp"]
+        found = sorted((root / "tests/kelvo/sdk/impl").glob(f"*/{stem[2:]}_test.cpp"))
     tests = [path.relative_to(root).as_posix() for path in found if path.is_file()]
     before = stem.rpartition("_")[0]
     if not tests and before and not (root / f"{unit}.h").is_file():
-        return tests_of(root, f"{folder}/{before}")
+        return tests_of(root, f"{folder_of(root, folder, before)}/{before}")
     return tests
+
+
+def folder_of(root, folder, stem):
+    """Returns where the unit is: in the folder, or in another subject of the implementation."""
+    places = [root / folder, *sorted((root / folder).parent.iterdir())]
+    found = [place for place in places if (place / f"{stem}.h").is_file()]
+    return found[0].relative_to(root).as_posix() if found else folder
 
 
 def tests_by_include(root, names):
@@ -112,6 +120,20 @@ def all_tests_of(root, unit, names):
             or tests_of_users(root, names))
 
 
+def law_of(folder):
+    """Returns what the sources of a subject have in common, as its list of sources opens."""
+    lists = folder / "CMakeLists.txt"
+    text = lists.read_text(encoding="utf-8") if lists.is_file() else ""
+    return text.split("\n", 1)[0].lstrip("# ")
+
+
+def row(root, unit, sources):
+    files = ", ".join(f"`{name.rsplit('/', 1)[1]}`" for name in reversed(sources))
+    tests = all_tests_of(root, unit, sources)
+    shown = ", ".join(f"`{test.removeprefix('tests/').removeprefix('kelvo/')}`" for test in tests)
+    return f"| {describe(root, sources)} | {files} | {shown} |"
+
+
 def write_map(root):
     found = units(root)
     text = [INTRODUCTION]
@@ -120,13 +142,12 @@ def write_map(root):
         if not here:
             continue
         text.append(f"## Floor {floor}: {TITLES[folder]}, `{folder}/`\n")
-        text.append("| room or subject | files | test |\n|---|---|---|")
-        for unit in here:
-            files = ", ".join(f"`{name.rsplit('/', 1)[1]}`" for name in reversed(found[unit]))
-            tests = all_tests_of(root, unit, found[unit])
-            shown = ", ".join(f"`{test.removeprefix('tests/')}`" for test in tests)
-            text.append(f"| {describe(root, found[unit])} | {files} | {shown} |")
-        text.append("")
+        for home, members in itertools.groupby(here, lambda unit: unit.rsplit("/", 1)[0]):
+            if home != folder:
+                text.append(f"### `{home.removeprefix(folder + '/')}/`\n\n{law_of(root / home)}\n")
+            text.append("| room or subject | files | test |\n|---|---|---|")
+            text += [row(root, unit, found[unit]) for unit in members]
+            text.append("")
     return "\n".join(text)
 
 

@@ -4,12 +4,14 @@ import subprocess
 import sys
 
 HOME = pathlib.Path(__file__).resolve().parent.parent
-FLOORS = ("base", "sdk/interfaces", "sdk", "sdk/impl")
+FLOORS = ("kelvo/base", "kelvo/sdk/interfaces", "kelvo/sdk", "kelvo/sdk/impl")
 # The highest floor that clients see.
 PUBLIC_FLOORS = 3
-ROOF = ("files", "tools", "bindings", "examples", "tests", "bench", "fuzz")
+# The part of the roof that is installed with the floors.
+INSTALLED = ("kelvo/files", "kelvo/plugins")
+ROOF = (*INSTALLED, "tools", "bindings", "examples", "tests", "bench", "fuzz")
 # A list of includes for clients, which belongs to no floor.
-UMBRELLA = "sdk/kelvo.h"
+UMBRELLA = "kelvo/kelvo.h"
 SOURCES = (".h", ".cpp")
 LEFT_OUT = {".git", "build", "__pycache__"}
 
@@ -29,18 +31,20 @@ def files(root, *suffixes):
 
 
 def floor_of(name):
-    """Returns the number of the floor a file stands on, from 1; None for the roof, for the list of
-    includes for clients, and for the rest."""
-    if name == UMBRELLA:
-        return None
+    """Returns the number of the floor a file stands on, from 1; None for the roof and the rest."""
     folder = name.rsplit("/", 1)[0] if "/" in name else ""
     inside = [floor for floor in FLOORS if folder == floor or folder.startswith(floor + "/")]
     return FLOORS.index(max(inside, key=len)) + 1 if inside else None
 
 
+def roof_of(name):
+    """Returns the folder of the roof a file stands in; None for the floors and the rest."""
+    return next((folder for folder in ROOF if name.startswith(folder + "/")), None)
+
+
 def is_for_use(name):
     """Tells whether a header belongs to the library: to its floors, or to what clients get."""
-    return floor_of(name) is not None or name == UMBRELLA or name.startswith("files/")
+    return floor_of(name) is not None or name == UMBRELLA or roof_of(name) in INSTALLED
 
 
 def lines(root, name):

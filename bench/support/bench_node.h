@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <string>
 #include <utility>

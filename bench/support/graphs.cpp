@@ -1,8 +1,8 @@
 #include "bench/support/graphs.h"
 
 #include "bench/support/bench_node.h"
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
 
 #include <vector>
 

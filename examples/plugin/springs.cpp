@@ -1,7 +1,7 @@
 // A node library as a plug-in: two types that move a value in time.
-#include "sdk/callback_table.h"
-#include "sdk/kelvo.h"
-#include "sdk/library_entry.h"
+#include "kelvo/kelvo.h"
+#include "kelvo/sdk/callback_table.h"
+#include "kelvo/sdk/library_entry.h"
 
 #include <array>
 #include <cmath>

@@ -17,10 +17,10 @@ import doc_text
 from doc_text import ROOT
 
 HEAD = """
-#include "sdk/callback_table.h"
-#include "sdk/kelvo.h"
-#include "sdk/validation.h"
-#include "tools/plugins/plugins.h"
+#include "kelvo/sdk/callback_table.h"
+#include "kelvo/kelvo.h"
+#include "kelvo/sdk/validation.h"
+#include "kelvo/plugins/plugins.h"
 #include <cstdio>
 #include <filesystem>
 using namespace qv;

@@ -1,7 +1,7 @@
 // The examples in docs/paths.md hold.
 
-#include "sdk/impl/node.h"
-#include "sdk/impl/path_iterator.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/path_iterator.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scene_text.h"
 

@@ -1,6 +1,6 @@
 // The table in docs/validation.md is that of the code.
 
-#include "sdk/validation.h"
+#include "kelvo/sdk/validation.h"
 
 #include <gtest/gtest.h>
 

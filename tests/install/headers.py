@@ -10,8 +10,8 @@ import sys
 OWN = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 FLAGS = ("-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion",
          "-Wshadow", "-Werror", "-x", "c++")
-NEEDED = ("sdk/kelvo.h", "sdk/library_entry.h", "sdk/callback_table.h", "sdk/interfaces/i_node.h",
-          "files/scene_file.h", "base/string.h")
+NEEDED = ("kelvo/kelvo.h", "kelvo/sdk/library_entry.h", "kelvo/sdk/callback_table.h",
+          "kelvo/sdk/interfaces/i_node.h", "kelvo/files/scene_file.h", "kelvo/base/string.h")
 
 
 def faults_of(include, header, compiler):
@@ -29,7 +29,7 @@ def main(include, compiler):
     headers = sorted(path.relative_to(include).as_posix() for path in include.rglob("*.h"))
     faults = [f"{header}: not installed" for header in NEEDED if header not in headers]
     faults += [f"{header}: belongs to the implementation" for header in headers
-               if header.startswith("sdk/impl/")]
+               if header.startswith("kelvo/sdk/impl/")]
     faults += [f"{path}: an empty folder" for path in include.rglob("*")
                if path.is_dir() and not any(path.iterdir())]
     for header in headers:

@@ -41,7 +41,7 @@ if needs_shared "$work/consumer/consumer_sdk_static"; then fail "Kelvo::sdk_stat
 # The tree may be moved as a whole after installation.
 mv "$staging" "$work/moved"
 libdir=${libdir/#$staging/$work/moved}
-headers=$(python3 "$here/headers.py" "$work/moved/include/kelvo" "$compiler") || fail "$headers"
+headers=$(python3 "$here/headers.py" "$work/moved/include" "$compiler") || fail "$headers"
 
 # By pkg-config, with what it says alone: programs find the shared library by themselves.
 export PKG_CONFIG_PATH=$libdir/pkgconfig

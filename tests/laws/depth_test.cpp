@@ -1,11 +1,11 @@
 // No walk recurses with the depth of inputs: trees deeper than any text are edited on a small
 // stack.
-#include "sdk/impl/node.h"
-#include "sdk/impl/scene.h"
-#include "sdk/node.h"
-#include "sdk/scene.h"
-#include "sdk/scene_diff.h"
-#include "sdk/validation.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/node.h"
+#include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/scene_diff.h"
+#include "kelvo/sdk/validation.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/small_stack.h"
 

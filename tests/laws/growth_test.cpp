@@ -1,8 +1,8 @@
 // The memory that an edit goes through grows with the number of things that it is about, whatever
 // order they come in: twice as many take about twice as much.
-#include "sdk/node.h"
-#include "sdk/output.h"
-#include "sdk/scene.h"
+#include "kelvo/sdk/node.h"
+#include "kelvo/sdk/output.h"
+#include "kelvo/sdk/scene.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "tests/laws/hostile_stage.h"
 
-#include "sdk/scene_diff.h"
+#include "kelvo/sdk/scene_diff.h"
 
 namespace qv::tests {
 

@@ -1,6 +1,6 @@
 #include "tests/laws/hostile_library.h"
 
-#include "sdk/eval_ctx.h"
+#include "kelvo/sdk/eval_ctx.h"
 
 #include <gtest/gtest.h>
 

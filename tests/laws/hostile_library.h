@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sdk/input.h"
-#include "sdk/lib_info.h"
-#include "sdk/node.h"
+#include "kelvo/sdk/input.h"
+#include "kelvo/sdk/lib_info.h"
+#include "kelvo/sdk/node.h"
 
 #include <functional>
 

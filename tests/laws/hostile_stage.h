@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene.h"
+#include "kelvo/sdk/scene.h"
 #include "tests/laws/law_scene.h"
 #include "tests/support/scene_text.h"
 

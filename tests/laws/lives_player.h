@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sdk/impl/node.h"
-#include "sdk/scene.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/scene.h"
 #include "tests/laws/lives_model.h"
 #include "tests/support/counting_layout.h"
 #include "tests/support/random_edits.h"

@@ -1,9 +1,9 @@
 // An object is told of while it lives, and nobody looks at it after its end: one case for each
 // fault that was found.
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/scene.h"
-#include "sdk/scene.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/scene.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scene_text.h"
 

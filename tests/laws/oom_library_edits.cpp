@@ -2,8 +2,8 @@
 #include "tests/laws/oom_memory.h"
 #include "tests/laws/oom_text_world.h"
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "tests/support/scene_text.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "tests/laws/oom_portrait.h"
 
-#include "sdk/interfaces/i_scene.h"
+#include "kelvo/sdk/interfaces/i_scene.h"
 #include "tests/support/scene_text.h"
 
 namespace qv::tests {

@@ -5,7 +5,7 @@
 // KELVO_LAWS_CASE="allocation once" (or "from") with --gtest_filter runs one trial, unforked.
 #include "tests/laws/oom_trial.h"
 
-#include "base/log.h"
+#include "kelvo/base/log.h"
 #include "tests/support/law_run.h"
 
 #include <gtest/gtest.h>

@@ -2,10 +2,10 @@
 #include "tests/laws/oom_memory.h"
 #include "tests/laws/oom_text_world.h"
 
-#include "sdk/impl/node_iterator.h"
-#include "sdk/impl/path_iterator.h"
-#include "sdk/impl/scene.h"
-#include "sdk/interfaces/i_node.h"
+#include "kelvo/sdk/impl/graph/node_iterator.h"
+#include "kelvo/sdk/impl/graph/path_iterator.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/interfaces/i_node.h"
 #include "tests/support/scene_text.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 #include "tests/laws/oom_world.h"
 
 #include <filesystem>

@@ -1,6 +1,6 @@
 // However connections end and come back, the targets of an output come back in their order.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 #include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>

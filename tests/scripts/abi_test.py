@@ -26,12 +26,12 @@ public:
 } // namespace qv::kelvo_sdk::interfaces
 """
 HEADER = """#pragma once
-#include "sdk/interfaces/i_thing.h"
+#include "kelvo/sdk/interfaces/i_thing.h"
 struct Size {
     int width;
 %s};
 %s"""
-SOURCE = """#include "sdk/small.h"
+SOURCE = """#include "kelvo/sdk/small.h"
 %s
 int use(qv::kelvo_sdk::interfaces::IThing* thing) { return thing->first(); }
 """
@@ -45,16 +45,16 @@ class Abi(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.tree)
         shutil.copytree(ROOT / "scripts", self.tree / "scripts",
                         ignore=shutil.ignore_patterns("__pycache__"))
-        for folder in ("base", "sdk/interfaces", "tests/install"):
+        for folder in ("kelvo/base", "kelvo/sdk/interfaces", "tests/install"):
             (self.tree / folder).mkdir(parents=True)
-        (self.tree / "base/types.h").write_text("#pragma once\n", encoding="utf-8")
+        (self.tree / "kelvo/base/types.h").write_text("#pragma once\n", encoding="utf-8")
         self.write()
         self.run_in("scripts/abi", "--record")
 
     def write(self, version="1.0.0", virtual="", member="", functions=FUNCTIONS, bodies=BODIES):
         for file, text in (("CMakeLists.txt", CMAKE % version),
-                           ("sdk/interfaces/i_thing.h", INTERFACE % virtual),
-                           ("sdk/small.h", HEADER % (member, functions)),
+                           ("kelvo/sdk/interfaces/i_thing.h", INTERFACE % virtual),
+                           ("kelvo/sdk/small.h", HEADER % (member, functions)),
                            ("small.cpp", SOURCE % bodies)):
             (self.tree / file).write_text(text, encoding="utf-8")
 
@@ -76,7 +76,7 @@ class Abi(unittest.TestCase):
             self.assertIn(text, ran.stdout)
 
     def insert_virtual(self):
-        header = self.tree / "sdk/interfaces/i_thing.h"
+        header = self.tree / "kelvo/sdk/interfaces/i_thing.h"
         text = header.read_text(encoding="utf-8")
         header.write_text(text.replace("    virtual int second",
                                        "    virtual int between() = 0;\n    virtual int second"),
@@ -96,7 +96,7 @@ class Abi(unittest.TestCase):
         self.expect(0, "2 virtual functions, 0 changed, 1 added")
 
     def test_virtual_function_gone_is_named(self):
-        header = self.tree / "sdk/interfaces/i_thing.h"
+        header = self.tree / "kelvo/sdk/interfaces/i_thing.h"
         text = header.read_text(encoding="utf-8")
         header.write_text(text.replace("    virtual int second(int at) const = 0;\n", ""),
                           encoding="utf-8")

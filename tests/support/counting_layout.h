@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/interfaces/i_layout.h"
+#include "kelvo/sdk/interfaces/i_layout.h"
 
 #include <functional>
 

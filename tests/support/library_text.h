@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/impl/lib_info.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
 
 #include <string>
 

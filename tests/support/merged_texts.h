@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene_diff.h"
+#include "kelvo/sdk/scene_diff.h"
 #include "tests/support/scene_text.h"
 
 #include <string>

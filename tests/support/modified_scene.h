@@ -1,11 +1,11 @@
 #pragma once
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/scene.h"
-#include "sdk/impl/standard_library.h"
-#include "sdk/scene.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/standard/standard_library.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/scene.h"
 #include "tests/support/scene_text.h"
 
 #include <functional>

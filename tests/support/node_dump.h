@@ -1,12 +1,12 @@
 #pragma once
 
-#include "base/string_io.h"
-#include "sdk/impl/input.h"
-#include "sdk/impl/input_extras.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/output.h"
-#include "sdk/impl/value_text.h"
-#include "sdk/scene.h"
+#include "kelvo/base/string_io.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/scene.h"
 
 #include <string>
 

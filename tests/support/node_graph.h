@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/node_iterator.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_iterator.h"
 
 #include <string>
 #include <vector>

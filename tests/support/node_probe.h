@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/node.h"
 
 namespace qv::kelvo_sdk::impl {
 

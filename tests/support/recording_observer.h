@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/node.h"
+#include "kelvo/sdk/node.h"
 #include "tests/support/journal.h"
 
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sdk/impl/scene.h"
-#include "sdk/interfaces/i_input.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/interfaces/i_input.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tests/support/journal.h"
 
 #include <functional>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/output.h"
-#include "sdk/impl/standard_library.h"
-#include "sdk/input.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/standard/standard_library.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/input.h"
 
 #include <ostream>
 #include <string>

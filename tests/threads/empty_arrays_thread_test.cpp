@@ -1,6 +1,6 @@
 // The pool of empty arrays, asked for its usage while other threads take and give.
 
-#include "base/empty_arrays.h"
+#include "kelvo/base/empty_arrays.h"
 
 #include <gtest/gtest.h>
 

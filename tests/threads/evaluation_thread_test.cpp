@@ -1,15 +1,15 @@
 // Several threads may read, evaluate, write and present one scene that nobody edits.
 
-#include "sdk/eval_ctx.h"
-#include "sdk/impl/input.h"
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/output.h"
-#include "sdk/impl/scene.h"
-#include "sdk/impl/standard_library.h"
-#include "sdk/scene.h"
+#include "kelvo/sdk/eval_ctx.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/standard/standard_library.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/scene.h"
 
-#include "base/log.h"
+#include "kelvo/base/log.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Several threads may observe one node and count references to it at a time.
 
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "tests/support/node_probe.h"
 #include "tests/support/recording_observer.h"
 

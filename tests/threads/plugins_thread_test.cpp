@@ -1,9 +1,9 @@
 // Several threads may load plug-ins, and let go of them, at a time.
 
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
+#include "kelvo/plugins/plugins.h"
+#include "tests/kelvo/plugins/plugin_folder.h"
 #include "tests/support/on_threads.h"
-#include "tests/tools/plugins/plugin_folder.h"
-#include "tools/plugins/plugins.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Several threads may read one scene that nobody edits, and do anything with different ones, as
 // docs/threads.md has it.
 
-#include "sdk/kelvo.h"
-#include "sdk/validation.h"
+#include "kelvo/kelvo.h"
+#include "kelvo/sdk/validation.h"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 // Every row of the table in docs/threads.md that says yes, on four threads. Run by itself this
 // shows that answers are right; under the thread sanitizer, that nothing is shared without need.
 
-#include "base/localized.h"
-#include "base/log.h"
-#include "sdk/impl/path_iterator.h"
-#include "sdk/kelvo.h"
-#include "sdk/library_entry.h"
-#include "sdk/node_path.h"
-#include "sdk/validation.h"
+#include "kelvo/base/localized.h"
+#include "kelvo/base/log.h"
+#include "kelvo/kelvo.h"
+#include "kelvo/sdk/impl/graph/path_iterator.h"
+#include "kelvo/sdk/library_entry.h"
+#include "kelvo/sdk/node_path.h"
+#include "kelvo/sdk/validation.h"
 #include "tests/support/on_threads.h"
 
 #include <gtest/gtest.h>

@@ -16,19 +16,25 @@ import check_tree  # noqa: E402
 import make_map  # noqa: E402
 import tree_files  # noqa: E402
 
+GRAPH = "kelvo/sdk/impl/graph"
+CHIEF = f"{GRAPH}/node.h"
+FIND = f"{GRAPH}/node_find.cpp"
+FIND_TEST = f"tests/{GRAPH}/node_find_test.cpp"
+INCLUDE_CHIEF = f'#include "{CHIEF}"\n'
 LAW = "// ---- Look-up ------------------\n// The first match\n// decides.\n"
 CLEAN = {
-    "base/text.h": '#pragma once\n\n#include <string>\n\n/// Text.\nstruct Text {};\n',
-    "sdk/interfaces/i_node.h": '#pragma once\n\n#include "base/text.h"\n\nstruct INode {};\n',
-    "sdk/handle.h": '#pragma once\n\n#include "sdk/interfaces/i_node.h"\n\nstruct Handle {};\n',
-    "sdk/impl/node.h": '#pragma once\n\n#include "sdk/handle.h"\n\n'
-                       "///     Look-up  node_find.cpp  by name\n" + LAW + "int find();\n",
-    "sdk/impl/node_find.cpp": LAW + '\n#include "sdk/impl/node.h"\n\nint find() {\n'
-                              "    return 1;\n}\n",
-    "sdk/CMakeLists.txt": "target_sources(objects PRIVATE\n  impl/node_find.cpp\n)\n",
-    "tests/sdk/impl/node_find_test.cpp": '#include "sdk/impl/node.h"\n\nint test() {\n'
-                                         "    return find();\n}\n",
-    "tests/CMakeLists.txt": "add_test(sdk/impl/node_find_test.cpp)\n",
+    "kelvo/base/text.h": '#pragma once\n\n#include <string>\n\n/// Text.\nstruct Text {};\n',
+    "kelvo/sdk/interfaces/i_node.h":
+        '#pragma once\n\n#include "kelvo/base/text.h"\n\nstruct INode {};\n',
+    "kelvo/sdk/handle.h":
+        '#pragma once\n\n#include "kelvo/sdk/interfaces/i_node.h"\n\nstruct Handle {};\n',
+    CHIEF:
+        '#pragma once\n\n#include "kelvo/sdk/handle.h"\n\n'
+        "///     Look-up  node_find.cpp  by name\n" + LAW + "int find();\n",
+    FIND: LAW + "\n" + INCLUDE_CHIEF + "\nint find() {\n    return 1;\n}\n",
+    "kelvo/sdk/CMakeLists.txt": "target_sources(objects PRIVATE\n  impl/graph/node_find.cpp\n)\n",
+    FIND_TEST: INCLUDE_CHIEF + "\nint test() {\n    return find();\n}\n",
+    "tests/CMakeLists.txt": "add_test(kelvo/sdk/impl/graph/node_find_test.cpp)\n",
     "README.md": "A small tree.\n",
 }
 
@@ -67,7 +73,7 @@ class CleanTree(Planted):
         printed = io.StringIO()
         with contextlib.redirect_stdout(printed):
             self.assertEqual(check_tree.main([str(self.root)]), 0)
-            self.write("base/text.h", '#include "sdk/handle.h"\n')
+            self.write("kelvo/base/text.h", '#include "kelvo/sdk/handle.h"\n')
             self.assertEqual(check_tree.main(["--only", "layers,words", str(self.root)]), 1)
         lines = printed.getvalue().splitlines()
         self.assertEqual(lines[0], "ok    layers")
@@ -83,49 +89,49 @@ class CleanTree(Planted):
 class Layers(Planted):
     INCLUDES = (
         # file, include, word of the finding or None where it is allowed
-        ("base/a.h", "<vector>", None),
-        ("base/a.h", "<cstdio>", None),
-        ("base/a.h", "<fstream>", "opens files"),
-        ("base/a.h", "<unistd.h>", "standard library"),
-        ("base/a.h", "<sys/stat.h>", "standard library"),
-        ("base/a.h", "<stdio.h>", "standard library"),
-        ("base/a.h", '"sdk/interfaces/i_node.h"', "floor 2, above floor 1"),
-        ("sdk/interfaces/a.h", '"sdk/handle.h"', "floor 3, above floor 2"),
-        ("sdk/a.h", '"sdk/impl/node.h"', "floor 4, above floor 3"),
-        ("sdk/impl/a.h", '"sdk/handle.h"', None),
-        ("sdk/impl/a.h", '"node.h"', "no path from the root"),
-        ("sdk/impl/a.h", '"../handle.h"', "no path from the root"),
-        ("sdk/impl/a.h", '"tools/help.h"', "outside the floors"),
-        ("sdk/impl/a.h", "HEADER", "names its file"),
-        ("tools/a.cpp", '"sdk/impl/node.h"', None),
+        ("kelvo/base/a.h", "<vector>", None),
+        ("kelvo/base/a.h", "<cstdio>", None),
+        ("kelvo/base/a.h", "<fstream>", "opens files"),
+        ("kelvo/base/a.h", "<unistd.h>", "standard library"),
+        ("kelvo/base/a.h", "<sys/stat.h>", "standard library"),
+        ("kelvo/base/a.h", "<stdio.h>", "standard library"),
+        ("kelvo/base/a.h", '"kelvo/sdk/interfaces/i_node.h"', "floor 2, above floor 1"),
+        ("kelvo/sdk/interfaces/a.h", '"kelvo/sdk/handle.h"', "floor 3, above floor 2"),
+        ("kelvo/sdk/a.h", f'"{CHIEF}"', "floor 4, above floor 3"),
+        ("kelvo/sdk/impl/a.h", '"kelvo/sdk/handle.h"', None),
+        ("kelvo/sdk/impl/a.h", '"node.h"', "no path from the root"),
+        ("kelvo/sdk/impl/a.h", '"../handle.h"', "no path from the root"),
+        ("kelvo/sdk/impl/a.h", '"tools/help.h"', "outside the floors"),
+        ("kelvo/sdk/impl/a.h", "HEADER", "names its file"),
+        ("tools/a.cpp", f'"{CHIEF}"', None),
         ("tools/a.cpp", "<unistd.h>", None),
         ("tools/a.cpp", '"tests/help.h"', "nothing includes the roof"),
         ("tests/a.cpp", '"tools/help.h"', None),
         ("other/a.cpp", "<vector>", "no floor"),
-        ("sdk/kelvo.h", '"sdk/handle.h"', None),
-        ("sdk/kelvo.h", '"sdk/interfaces/i_node.h"', None),
-        ("sdk/kelvo.h", '"files/help.h"', None),
-        ("sdk/kelvo.h", '"sdk/impl/node.h"', "not for clients"),
-        ("sdk/kelvo.h", '"tools/help.h"', "not for clients"),
-        ("sdk/a.h", '"sdk/kelvo.h"', "outside the floors"),
-        ("sdk/a.h", '"files/help.h"', "outside the floors"),
-        ("tools/a.cpp", '"sdk/kelvo.h"', None),
-        ("tools/a.cpp", '"files/help.h"', None),
-        ("files/a.h", '"files/help.h"', None),
-        ("files/a.h", '"sdk/handle.h"', None),
-        ("files/a.h", "<fstream>", None),
-        ("files/a.h", "<unistd.h>", "standard library"),
-        ("files/a.h", '"sdk/impl/node.h"', "not for clients"),
-        ("files/a.h", '"sdk/kelvo.h"', "not for clients"),
-        ("files/a.h", '"tools/help.h"', "not for clients"),
+        ("kelvo/kelvo.h", '"kelvo/sdk/handle.h"', None),
+        ("kelvo/kelvo.h", '"kelvo/sdk/interfaces/i_node.h"', None),
+        ("kelvo/kelvo.h", '"kelvo/files/help.h"', None),
+        ("kelvo/kelvo.h", f'"{CHIEF}"', "not for clients"),
+        ("kelvo/kelvo.h", '"tools/help.h"', "not for clients"),
+        ("kelvo/sdk/a.h", '"kelvo/kelvo.h"', "outside the floors"),
+        ("kelvo/sdk/a.h", '"kelvo/files/help.h"', "outside the floors"),
+        ("tools/a.cpp", '"kelvo/kelvo.h"', None),
+        ("tools/a.cpp", '"kelvo/files/help.h"', None),
+        ("kelvo/files/a.h", '"kelvo/files/help.h"', None),
+        ("kelvo/files/a.h", '"kelvo/sdk/handle.h"', None),
+        ("kelvo/files/a.h", "<fstream>", None),
+        ("kelvo/files/a.h", "<unistd.h>", "standard library"),
+        ("kelvo/files/a.h", f'"{CHIEF}"', "not for clients"),
+        ("kelvo/files/a.h", '"kelvo/kelvo.h"', "not for clients"),
+        ("kelvo/files/a.h", '"tools/help.h"', "not for clients"),
     )
 
     def test_includes(self):
-        for folder in ("files", "tests", "tools"):
+        for folder in ("kelvo/files", "tests", "tools"):
             self.write(f"{folder}/help.h", "#pragma once\n")
         for file, include, word in self.INCLUDES:
             with self.subTest(file=file, include=include):
-                self.write("sdk/kelvo.h", "#pragma once\n")
+                self.write("kelvo/kelvo.h", "#pragma once\n")
                 self.write(file, f"#include {include}\n")
                 if word:
                     self.expect_one("layers", file, word)
@@ -137,23 +143,23 @@ class Layers(Planted):
 class Lengths(Planted):
     def test_long_function_is_found_with_its_place(self):
         body = "    x += 1;\n" * 59
-        self.write("base/a.cpp", "\nint f(int x) {\n" + body + "}\n")
-        self.expect_one("lengths", "base/a.cpp:2", "61 lines", "int f(int x)")
+        self.write("kelvo/base/a.cpp", "\nint f(int x) {\n" + body + "}\n")
+        self.expect_one("lengths", "kelvo/base/a.cpp:2", "61 lines", "int f(int x)")
 
     def test_function_of_sixty_lines_passes(self):
-        self.write("base/a.cpp", "int f(int x) {\n" + "    x += 1;\n" * 58 + "}\n")
+        self.write("kelvo/base/a.cpp", "int f(int x) {\n" + "    x += 1;\n" * 58 + "}\n")
         self.assertEqual(self.findings("lengths"), [])
 
     def test_long_source_is_found(self):
-        self.write("base/a.h", "\n" * 501)
-        self.expect_one("lengths", "base/a.h", "501 lines")
+        self.write("kelvo/base/a.h", "\n" * 501)
+        self.expect_one("lengths", "kelvo/base/a.h", "501 lines")
 
     def test_long_line_is_found(self):
         self.write("tools/a.py", "# " + "x" * 98 + "\n# " + "x" * 99 + "\n")
         self.expect_one("lengths", "tools/a.py:2", "101 columns")
 
     def test_lines_of_raw_strings_are_as_long_as_they_are(self):
-        self.write("base/a.cpp", 'const char* s = R"x(\n' + "y" * 101 + '\n)x";\n')
+        self.write("kelvo/base/a.cpp", 'const char* s = R"x(\n' + "y" * 101 + '\n)x";\n')
         self.assertEqual(self.findings("lengths"), [])
 
     FUNCTIONS = (
@@ -184,59 +190,58 @@ class Lengths(Planted):
 
 class Rooms(Planted):
     def test_room_without_source(self):
-        (self.root / "sdk/impl/node_find.cpp").unlink()
+        (self.root / FIND).unlink()
         self.assertTrue(any("node_find.cpp: missing, the source" in finding
                             for finding in self.findings("rooms")))
 
     def test_source_that_opens_otherwise(self):
-        self.write("sdk/impl/node_find.cpp", '#include "sdk/impl/node.h"\n')
+        self.write(FIND, INCLUDE_CHIEF)
         self.assertTrue(any("does not open with the heading" in finding
                             for finding in self.findings("rooms")))
 
     def test_source_with_another_law(self):
-        text = CLEAN["sdk/impl/node_find.cpp"].replace("first", "last")
-        self.write("sdk/impl/node_find.cpp", text)
+        text = CLEAN[FIND].replace("first", "last")
+        self.write(FIND, text)
         self.expect_one("rooms", "node_find.cpp:2", "law")
 
     def test_law_in_other_lines_is_the_same_law(self):
-        text = CLEAN["sdk/impl/node_find.cpp"].replace("match\n// decides", "match decides")
-        self.write("sdk/impl/node_find.cpp", text)
+        text = CLEAN[FIND].replace("match\n// decides", "match decides")
+        self.write(FIND, text)
         self.assertEqual(self.findings("rooms"), [])
 
     def test_heading_outside_the_list(self):
-        self.write("sdk/impl/node.h", CLEAN["sdk/impl/node.h"] + "\n// ---- Cellar ----\n// Law.\n")
+        self.write(CHIEF, CLEAN[CHIEF] + "\n// ---- Cellar ----\n// Law.\n")
         self.expect_one("rooms", "Cellar", "no room of the list")
 
     def test_room_without_test(self):
-        (self.root / "tests/sdk/impl/node_find_test.cpp").unlink()
+        (self.root / FIND_TEST).unlink()
         self.write("docs/map.md", make_map.write_map(self.root))
         found = self.findings("rooms")
         self.assertIn("node_find_test.cpp: missing", found[0])
         self.assertIn("node_find.cpp: no test", found[1])
 
     def test_source_that_the_map_lacks(self):
-        self.write("base/new.h", "#pragma once\n")
+        self.write("kelvo/base/new.h", "#pragma once\n")
         self.expect_one("rooms", "docs/map.md: no row", "`new.h`")
 
     def test_row_of_a_file_that_is_gone(self):
-        (self.root / "sdk/handle.h").unlink()
+        (self.root / "kelvo/sdk/handle.h").unlink()
         self.expect_one("rooms", "docs/map.md: no more true", "`handle.h`")
 
     def test_hidden_source_is_held_by_the_test_of_its_user(self):
-        self.write("sdk/impl/index.h", "#pragma once\n")
-        self.write("sdk/impl/index.cpp", '#include "sdk/impl/index.h"\n')
-        self.write("sdk/impl/node_find.cpp",
-                   CLEAN["sdk/impl/node_find.cpp"] + '#include "sdk/impl/index.h"\n')
-        self.write("sdk/CMakeLists.txt", "impl/node_find.cpp impl/index.cpp")
+        self.write("kelvo/sdk/impl/index.h", "#pragma once\n")
+        self.write("kelvo/sdk/impl/index.cpp", '#include "kelvo/sdk/impl/index.h"\n')
+        self.write(FIND, CLEAN[FIND] + '#include "kelvo/sdk/impl/index.h"\n')
+        self.write("kelvo/sdk/CMakeLists.txt", "impl/graph/node_find.cpp impl/index.cpp")
         self.write("docs/map.md", make_map.write_map(self.root))
         self.assertEqual(self.findings("rooms"), [])
-        self.write("sdk/impl/index.h", "#pragma once\n#define QV_EXPORT\n")
+        self.write("kelvo/sdk/impl/index.h", "#pragma once\n#define QV_EXPORT\n")
         self.write("docs/map.md", make_map.write_map(self.root))
-        self.expect_one("rooms", "sdk/impl/index.cpp: no test")
+        self.expect_one("rooms", "kelvo/sdk/impl/index.cpp: no test")
 
     def test_source_that_nothing_builds(self):
-        self.write("sdk/CMakeLists.txt", "# impl/node_find.cpp\n")
-        self.expect_one("rooms", "sdk/impl/node_find.cpp: in no CMakeLists.txt")
+        self.write("kelvo/sdk/CMakeLists.txt", "# impl/graph/node_find.cpp\n")
+        self.expect_one("rooms", f"{FIND}: in no CMakeLists.txt")
 
     def test_test_that_nothing_builds(self):
         self.write("tests/CMakeLists.txt", "")
@@ -252,15 +257,15 @@ class Rooms(Planted):
 
 class Headers(Planted):
     def test_header_that_needs_another(self):
-        self.write("base/a.h", "#pragma once\ninline std::string f();\n")
-        self.expect_one("headers", "base/a.h: does not compile alone")
+        self.write("kelvo/base/a.h", "#pragma once\ninline std::string f();\n")
+        self.expect_one("headers", "kelvo/base/a.h: does not compile alone")
 
     def test_header_with_a_warning(self):
-        self.write("base/a.h", "#pragma once\ninline int f(long x) { return x; }\n")
-        self.expect_one("headers", "base/a.h", "conversion")
+        self.write("kelvo/base/a.h", "#pragma once\ninline int f(long x) { return x; }\n")
+        self.expect_one("headers", "kelvo/base/a.h", "conversion")
 
     def test_what_clients_get_is_asked(self):
-        for header in ("files/a.h", "sdk/kelvo.h"):
+        for header in ("kelvo/files/a.h", "kelvo/kelvo.h"):
             with self.subTest(header=header):
                 self.write(header, "#pragma once\ninline std::string f();\n")
                 self.expect_one("headers", f"{header}: does not compile alone")
@@ -307,15 +312,16 @@ class Words(Planted):
 
 class Format(Planted):
     def test_badly_formatted_source_is_found(self):
-        self.write("base/a.cpp", "int  f( ) { return 1; }\n")
-        self.expect_one("format", "base/a.cpp:1")
+        self.write("kelvo/base/a.cpp", "int  f( ) { return 1; }\n")
+        self.expect_one("format", "kelvo/base/a.cpp:1")
 
 
 class Files(Planted):
     def test_floors(self):
-        for name, floor in (("base/a.h", 1), ("base/x/a.h", 1), ("sdk/interfaces/a.h", 2),
-                            ("sdk/a.h", 3), ("sdk/impl/a.h", 4), ("tests/base/a.h", None),
-                            ("basement/a.h", None), ("a.h", None)):
+        for name, floor in (("kelvo/base/a.h", 1), ("kelvo/base/x/a.h", 1),
+                            ("kelvo/sdk/interfaces/a.h", 2), ("kelvo/sdk/a.h", 3),
+                            ("kelvo/sdk/impl/x/a.h", 4), ("tests/kelvo/base/a.h", None),
+                            ("kelvo/basement/a.h", None), ("kelvo/kelvo.h", None), ("a.h", None)):
             with self.subTest(name):
                 self.assertEqual(tree_files.floor_of(name), floor)
 

@@ -67,7 +67,7 @@ class Mutations(unittest.TestCase):
             self.assertEqual(made, expected, (operator, text))
 
     def test_no_two_mutants_are_the_same(self):
-        text = (ROOT / "sdk/impl/output.cpp").read_text(encoding="utf-8")
+        text = (ROOT / "kelvo/sdk/impl/graph/output.cpp").read_text(encoding="utf-8")
         made = [mutant.apply(text) for mutant in mutations.mutants_of("a.cpp", text)]
         self.assertEqual(len(made), len(set(made)))
         self.assertGreater(len(made), 40)

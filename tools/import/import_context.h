@@ -5,7 +5,7 @@
 #include "tools/import/names.h"
 #include "tools/import/texture_paths.h"
 
-#include "base/string_io.h"
+#include "kelvo/base/string_io.h"
 
 #include <assimp/scene.h>
 

@@ -1,6 +1,6 @@
 #include "tools/import/import_report.h"
 
-#include "base/string_io.h"
+#include "kelvo/base/string_io.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "base/string.h"
-#include "base/string_vector.h"
-#include "base/vector.h"
+#include "kelvo/base/string.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/base/vector.h"
 
 namespace qv::model_import {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string.h"
-#include "base/types.h"
+#include "kelvo/base/string.h"
+#include "kelvo/base/types.h"
 
 #include <functional>
 

@@ -2,7 +2,7 @@
 
 #include "tools/import/names.h"
 
-#include "base/ascii.h"
+#include "kelvo/base/ascii.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string.h"
-#include "sdk/attr_type.h"
+#include "kelvo/base/string.h"
+#include "kelvo/sdk/attr_type.h"
 
 #include <span>
 #include <string_view>

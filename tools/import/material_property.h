@@ -2,7 +2,7 @@
 
 #include "tools/import/material_keys.h"
 
-#include "sdk/input.h"
+#include "kelvo/sdk/input.h"
 
 #include <assimp/material.h>
 

@@ -4,7 +4,7 @@
 #include "tools/import/memory_limit.h"
 #include "tools/import/model_space.h"
 
-#include "base/path.h"
+#include "kelvo/base/path.h"
 
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/IOStream.hpp>

@@ -3,7 +3,7 @@
 #include "tools/import/import_options.h"
 #include "tools/import/import_report.h"
 
-#include "sdk/scene.h"
+#include "kelvo/sdk/scene.h"
 
 #include <functional>
 

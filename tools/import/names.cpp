@@ -1,7 +1,7 @@
 #include "tools/import/names.h"
 
-#include "base/ascii.h"
-#include "base/string_io.h"
+#include "kelvo/base/ascii.h"
+#include "kelvo/base/string_io.h"
 
 namespace qv::model_import {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene.h"
+#include "kelvo/sdk/scene.h"
 
 #include <string_view>
 #include <unordered_map>

@@ -1,6 +1,6 @@
 #include "tools/import/import_context.h"
 
-#include "base/path.h"
+#include "kelvo/base/path.h"
 
 #include <algorithm>
 #include <charconv>

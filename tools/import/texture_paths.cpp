@@ -1,6 +1,6 @@
 #include "tools/import/texture_paths.h"
 
-#include "base/path.h"
+#include "kelvo/base/path.h"
 #include "tools/import/any_case_file.h"
 
 #include <filesystem>

@@ -1,7 +1,7 @@
 #include "tools/kelvo/address.h"
 
-#include "base/near_name.h"
-#include "sdk/path_parser.h"
+#include "kelvo/base/near_name.h"
+#include "kelvo/sdk/path_parser.h"
 
 #include <string>
 

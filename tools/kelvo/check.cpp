@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "base/near_name.h"
+#include "kelvo/base/near_name.h"
 #include "tools/kelvo/check_report.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"

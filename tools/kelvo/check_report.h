@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/validation.h"
+#include "kelvo/sdk/validation.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/command_line.h"
 
-#include "base/near_name.h"
+#include "kelvo/base/near_name.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string.h"
-#include "base/string_vector.h"
+#include "kelvo/base/string.h"
+#include "kelvo/base/string_vector.h"
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/terminal.h"
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/diff_json.h"
 
-#include "base/string_io.h"
+#include "kelvo/base/string_io.h"
 
 #include <nlohmann/json.hpp>
 

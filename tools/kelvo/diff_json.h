@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene_diff.h"
+#include "kelvo/sdk/scene_diff.h"
 
 namespace qv::kelvo_tool {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene.h"
+#include "kelvo/sdk/scene.h"
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/terminal.h"
 #include "tools/kelvo/text_file.h"

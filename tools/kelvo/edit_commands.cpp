@@ -1,6 +1,6 @@
 #include "tools/kelvo/edit_commands.h"
 
-#include "base/near_name.h"
+#include "kelvo/base/near_name.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/value_setting.h"
 

@@ -1,7 +1,7 @@
 // The commands about elements of arrays, and those that move and remove anything.
 #include "tools/kelvo/edit_commands.h"
 
-#include "sdk/interfaces/i_node.h"
+#include "kelvo/sdk/interfaces/i_node.h"
 #include "tools/kelvo/address.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 // The commands that go through the history of a scene, and those of the prompt.
 #include "tools/kelvo/edit_commands.h"
 
-#include "base/near_name.h"
+#include "kelvo/base/near_name.h"
 
 #include <algorithm>
 #include <array>

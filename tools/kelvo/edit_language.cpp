@@ -1,7 +1,7 @@
 #include "tools/kelvo/edit_language.h"
 
-#include "base/utf8.h"
-#include "sdk/impl/text_lexer.h"
+#include "kelvo/base/utf8.h"
+#include "kelvo/sdk/impl/text/text_lexer.h"
 
 #include <string>
 #include <utility>

@@ -1,8 +1,8 @@
 // The commands that only read.
 #include "tools/kelvo/edit_commands.h"
 
-#include "sdk/interfaces/i_node.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/value_setting.h"
 #include "tools/kelvo/value_summary.h"

@@ -1,7 +1,7 @@
 // The commands that make, name, convert, copy and nest nodes.
 #include "tools/kelvo/edit_commands.h"
 
-#include "base/near_name.h"
+#include "kelvo/base/near_name.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"

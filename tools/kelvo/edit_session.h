@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene.h"
+#include "kelvo/sdk/scene.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/edit_language.h"
 #include "tools/kelvo/terminal.h"

@@ -1,9 +1,9 @@
 // The commands that give inputs values, links and connections, and add inputs.
 #include "tools/kelvo/edit_commands.h"
 
-#include "base/near_name.h"
-#include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
+#include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"

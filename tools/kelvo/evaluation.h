@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sdk/impl/value.h"
-#include "sdk/interfaces/i_input.h"
+#include "kelvo/sdk/impl/value/value.h"
+#include "kelvo/sdk/interfaces/i_input.h"
 
 namespace qv::kelvo_tool {
 

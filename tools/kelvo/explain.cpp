@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/explain_value.h"

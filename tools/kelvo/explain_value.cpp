@@ -1,9 +1,9 @@
 #include "tools/kelvo/explain_value.h"
 
-#include "sdk/impl/conversion.h"
-#include "sdk/impl/input.h"
-#include "sdk/interfaces/i_node.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/value/conversion.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/evaluation.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/value_summary.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/interfaces/i_input.h"
+#include "kelvo/sdk/interfaces/i_input.h"
 #include "tools/kelvo/neighbourhood.h"
 #include "tools/kelvo/terminal.h"
 

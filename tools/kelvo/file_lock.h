@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/string.h"
+#include "kelvo/base/string.h"
 #include "tools/kelvo/descriptor.h"
 
 namespace qv::kelvo_tool {

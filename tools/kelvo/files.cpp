@@ -1,6 +1,6 @@
 #include "tools/kelvo/files.h"
 
-#include "files/text_file.h"
+#include "kelvo/files/text_file.h"
 #include "tools/kelvo/descriptor.h"
 #include "tools/kelvo/new_file.h"
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"

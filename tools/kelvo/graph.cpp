@@ -8,7 +8,7 @@
 #include "tools/kelvo/graph_picture.h"
 #include "tools/kelvo/progress_line.h"
 
-#include "base/near_name.h"
+#include "kelvo/base/near_name.h"
 
 namespace qv::kelvo_tool {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/string_io.h"
+#include "kelvo/base/string_io.h"
 #include "tools/kelvo/graph_icons.h"
 #include "tools/kelvo/graph_model.h"
 

@@ -1,7 +1,7 @@
 #include "tools/kelvo/graph_icons.h"
 
-#include "base/string_io.h"
-#include "sdk/impl/safe_svg.h"
+#include "kelvo/base/string_io.h"
+#include "kelvo/sdk/impl/help/safe_svg.h"
 
 #include <string_view>
 

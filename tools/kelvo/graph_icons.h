@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/interfaces/i_node.h"
+#include "kelvo/sdk/interfaces/i_node.h"
 
 #include <functional>
 #include <unordered_map>

@@ -2,7 +2,7 @@
 
 #include "tools/kelvo/hierarchy.h"
 
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 
 #include <algorithm>
 

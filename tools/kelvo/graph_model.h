@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sdk/scene.h"
+#include "kelvo/sdk/scene.h"
 
 #include <array>
 #include <unordered_map>

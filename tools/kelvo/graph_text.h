@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/string_io.h"
+#include "kelvo/base/string_io.h"
 
 #include <string_view>
 

@@ -1,12 +1,12 @@
 #include "tools/kelvo/help_index.h"
 
-#include "base/string_io.h"
-#include "base/string_vector.h"
-#include "sdk/impl/help_rows.h"
-#include "sdk/impl/knd_html_frame.h"
-#include "sdk/impl/knd_html_text.h"
-#include "sdk/interfaces/i_input.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/base/string_io.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/impl/help/knd_html_frame.h"
+#include "kelvo/sdk/impl/help/knd_html_text.h"
+#include "kelvo/sdk/interfaces/i_input.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 
 #include <algorithm>
 #include <string_view>

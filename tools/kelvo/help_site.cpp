@@ -1,8 +1,8 @@
 #include "tools/kelvo/help_site.h"
 
-#include "base/string_io.h"
-#include "base/string_vector.h"
-#include "sdk/impl/knd_html_writer.h"
+#include "kelvo/base/string_io.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/sdk/impl/help/knd_html_writer.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/help_index.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string.h"
-#include "sdk/interfaces/i_node.h"
+#include "kelvo/base/string.h"
+#include "kelvo/sdk/interfaces/i_node.h"
 
 #include <vector>
 

@@ -1,11 +1,11 @@
 #include "tools/kelvo/help_text.h"
 
-#include "base/string_io.h"
-#include "base/string_vector.h"
-#include "sdk/impl/help_example.h"
-#include "sdk/impl/help_rows.h"
-#include "sdk/interfaces/i_node.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/base/string_io.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/sdk/impl/help/help_example.h"
+#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/text_columns.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string.h"
-#include "sdk/interfaces/forward.h"
+#include "kelvo/base/string.h"
+#include "kelvo/sdk/interfaces/forward.h"
 
 namespace qv::kelvo_tool {
 

@@ -9,7 +9,7 @@
 #include "tools/kelvo/texture_extraction.h"
 #include "tools/kelvo/unchecked.h"
 
-#include "base/path.h"
+#include "kelvo/base/path.h"
 
 #include <charconv>
 #include <string>

@@ -1,6 +1,6 @@
 #include "tools/kelvo/json_text.h"
 
-#include "base/utf8.h"
+#include "kelvo/base/utf8.h"
 
 namespace qv::kelvo_tool {
 

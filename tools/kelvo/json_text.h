@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string.h"
-#include "base/string_io.h"
+#include "kelvo/base/string.h"
+#include "kelvo/base/string_io.h"
 
 #include <string_view>
 

@@ -1,10 +1,10 @@
 #include "tools/kelvo/libraries.h"
 
-#include "base/near_name.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/base/near_name.h"
+#include "kelvo/plugins/plugins.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/message.h"
-#include "tools/plugins/plugins.h"
 
 #include <unordered_set>
 

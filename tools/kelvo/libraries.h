@@ -1,9 +1,9 @@
 #pragma once
 
-#include "base/string_vector.h"
-#include "sdk/scene.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/plugins/plugin.h"
+#include "kelvo/sdk/scene.h"
 #include "tools/kelvo/command_line.h"
-#include "tools/plugins/plugin.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "base/log.h"
+#include "kelvo/base/log.h"
 #include "tools/kelvo/libraries.h"
 
 #include <csignal>

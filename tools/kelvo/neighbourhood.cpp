@@ -1,7 +1,7 @@
 #include "tools/kelvo/neighbourhood.h"
 
-#include "sdk/impl/node_iterator.h"
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/impl/graph/node_iterator.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 
 #include <unordered_set>
 

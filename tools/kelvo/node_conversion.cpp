@@ -1,6 +1,6 @@
 #include "tools/kelvo/node_conversion.h"
 
-#include "sdk/scene_diff.h"
+#include "kelvo/sdk/scene_diff.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/versions.h"
 

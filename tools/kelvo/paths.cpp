@@ -1,8 +1,8 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/impl/path_iterator.h"
-#include "sdk/impl/value_text.h"
-#include "sdk/node_path.h"
+#include "kelvo/sdk/impl/graph/path_iterator.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/node_path.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"

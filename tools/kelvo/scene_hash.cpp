@@ -1,6 +1,6 @@
 #include "tools/kelvo/scene_hash.h"
 
-#include "base/hash.h"
+#include "kelvo/base/hash.h"
 
 #include <cinttypes>
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "sdk/interfaces/i_output.h"
+#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/tree_guides.h"

@@ -1,7 +1,7 @@
 #include "tools/kelvo/commands.h"
 
-#include "base/data_type.h"
-#include "sdk/attr_type.h"
+#include "kelvo/base/data_type.h"
+#include "kelvo/sdk/attr_type.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/scene_hash.h"

@@ -1,6 +1,6 @@
 #include "tools/kelvo/text_columns.h"
 
-#include "base/utf8.h"
+#include "kelvo/base/utf8.h"
 
 #include <algorithm>
 #include <array>

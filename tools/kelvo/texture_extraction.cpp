@@ -1,7 +1,7 @@
 #include "tools/kelvo/texture_extraction.h"
 
-#include "base/ascii.h"
-#include "base/path.h"
+#include "kelvo/base/ascii.h"
+#include "kelvo/base/path.h"
 #include "tools/import/texture_paths.h"
 #include "tools/kelvo/files.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/types.h"
+#include "kelvo/base/types.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "tools/kelvo/commands.h"
 
-#include "base/near_name.h"
-#include "sdk/impl/help_rows.h"
+#include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/help/help_rows.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/text_columns.h"

@@ -1,7 +1,7 @@
 #include "tools/kelvo/unchecked.h"
 
-#include "sdk/scene_diff.h"
-#include "sdk/validation.h"
+#include "kelvo/sdk/scene_diff.h"
+#include "kelvo/sdk/validation.h"
 #include "tools/kelvo/libraries.h"
 
 #include <string_view>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/string_vector.h"
-#include "sdk/scene.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/sdk/scene.h"
 
 namespace qv::kelvo_tool {
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/value_filter.h"
 
-#include "sdk/impl/value_text.h"
+#include "kelvo/sdk/impl/value/value_text.h"
 #include "tools/kelvo/value_summary.h"
 
 #include <limits>

@@ -1,8 +1,8 @@
 #include "tools/kelvo/value_setting.h"
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/node.h"
-#include "sdk/path_parser.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/path_parser.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/versions.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/log.h"
+#include "kelvo/base/log.h"
 #include "tools/kelvo/address.h"
 
 namespace qv::kelvo_tool {

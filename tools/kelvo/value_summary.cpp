@@ -1,8 +1,8 @@
 #include "tools/kelvo/value_summary.h"
 
-#include "base/string_io.h"
-#include "sdk/impl/value_text.h"
-#include "sdk/interfaces/i_node.h"
+#include "kelvo/base/string_io.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/interfaces/i_node.h"
 
 #include <algorithm>
 

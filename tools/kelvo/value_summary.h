@@ -1,8 +1,8 @@
 #pragma once
 
-#include "sdk/interfaces/i_input.h"
+#include "kelvo/sdk/interfaces/i_input.h"
 
-#include "base/string.h"
+#include "kelvo/base/string.h"
 
 #include <functional>
 

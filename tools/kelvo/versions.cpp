@@ -1,6 +1,6 @@
 #include "tools/kelvo/versions.h"
 
-#include "sdk/impl/scene.h"
+#include "kelvo/sdk/impl/graph/scene.h"
 
 #include <algorithm>
 

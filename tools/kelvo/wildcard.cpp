@@ -1,6 +1,6 @@
 #include "tools/kelvo/wildcard.h"
 
-#include "base/ascii.h"
+#include "kelvo/base/ascii.h"
 
 #include <algorithm>
 

@@ -17,8 +17,9 @@ import equivalents
 import mutations
 import trial
 
-CORE = ("base/*.cpp", "base/*.h", "sdk/input*.*", "sdk/output.h", "sdk/node*.*",
-        "sdk/impl/node*.cpp", "sdk/impl/input*.cpp", "sdk/impl/output*.cpp")
+CORE = ("kelvo/base/*.cpp", "kelvo/base/*.h", "kelvo/sdk/input*.*", "kelvo/sdk/output.h",
+        "kelvo/sdk/node*.*", "kelvo/sdk/impl/*/node*.cpp", "kelvo/sdk/impl/*/input*.cpp",
+        "kelvo/sdk/impl/*/output*.cpp")
 EQUIVALENT = "tests/mutants_equivalent.txt"
 
 

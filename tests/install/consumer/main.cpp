@@ -1,5 +1,5 @@
 // A client of the installed headers; run.sh checks the words it prints.
-#include "sdk/kelvo.h"
+#include "kelvo/kelvo.h"
 
 #include <iostream>
 

@@ -1,7 +1,7 @@
 // Loads plug-ins and uses the types of the example: plugin_host PATH...
 // Its output is checked by plugin.sh.
-#include "sdk/kelvo.h"
-#include "tools/plugins/plugins.h"
+#include "kelvo/kelvo.h"
+#include "kelvo/plugins/plugins.h"
 
 #include <iostream>
 

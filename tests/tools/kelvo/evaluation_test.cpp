@@ -1,10 +1,10 @@
 #include "tools/kelvo/evaluation.h"
 
-#include "sdk/impl/input.h"
-#include "sdk/impl/lib_info.h"
-#include "sdk/impl/node.h"
-#include "sdk/impl/output.h"
-#include "sdk/impl/scene.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "tools/kelvo/graph_icons.h"
 
-#include "sdk/impl/node.h"
+#include "kelvo/sdk/impl/graph/node.h"
 
 #include <gtest/gtest.h>
 

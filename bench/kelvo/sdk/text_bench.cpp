@@ -1,0 +1,98 @@
+#include "bench/support/bench_node.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/scene_text/scene_reader.h"
+#include "kelvo/sdk/impl/scene_text/serialize.h"
+
+#include "kelvo/base/string_io.h"
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+
+// Scenes as text: many nodes of ten inputs, and one node with a large buffer.
+namespace qv::bench {
+namespace {
+
+using namespace kelvo_sdk;
+
+Scene sceneOfNodes(i64 count) {
+    const Scene scene = Scene::create();
+    for (i64 k = 0; k < count; ++k) {
+        const Node node = scene.createNode("xform", String(("node" + std::to_string(k)).c_str()));
+        addTenInputs(*node.get(), static_cast<int>(k));
+    }
+    return scene;
+}
+
+// Coordinates as a modelling program exports them: seven digits or so.
+Scene sceneOfBuffer(u64 count) {
+    impl::Buffer buffer(DataType::Float, count);
+    auto* values = static_cast<float*>(buffer.edit());
+    for (u64 i = 0; i < count; ++i)
+        values[i] = static_cast<float>((i * 2654435761u) % 20000019u) / 1.0e6f - 10.0f;
+    const Scene scene = Scene::create();
+    const Node node = scene.createNode("mesh", "mesh");
+    static_cast<impl::Input*>(node.createInput("values", AttrType::Buffer).get())
+        ->setValue(impl::Value(std::move(buffer)));
+    return scene;
+}
+
+const impl::Scene& implOf(const Scene& scene) {
+    return static_cast<const impl::Scene&>(*scene.get());
+}
+
+void write(benchmark::State& state, const Scene& scene) {
+    u64 size = 0;
+    for (auto _ : state) {
+        StringIO out;
+        impl::serializeScene(implOf(scene), out);
+        size = out.size();
+        benchmark::DoNotOptimize(out.buf());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<i64>(size));
+    state.counters["text_bytes"] = static_cast<double>(size);
+}
+
+// Reads into a new scene each time; letting the scene go belongs to it.
+void read(benchmark::State& state, const Scene& written) {
+    const String text = written.text();
+    for (auto _ : state) {
+        impl::Scene scene;
+        if (impl::readScene(scene, text.view(), {}, nullptr)) continue;
+        state.SkipWithError("the text is not read");
+        break;
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<i64>(text.size()));
+    state.counters["text_bytes"] = static_cast<double>(text.size());
+}
+
+void serializeScene(benchmark::State& state) {
+    write(state, sceneOfNodes(state.range(0)));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(serializeScene)
+    ->Name("serialize_scene")
+    ->Arg(1000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMicrosecond);
+
+void parseScene(benchmark::State& state) {
+    read(state, sceneOfNodes(state.range(0)));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(parseScene)->Name("parse_scene")->Arg(1000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+
+void writeBuffer(benchmark::State& state) {
+    write(state, sceneOfBuffer(static_cast<u64>(state.range(0))));
+}
+BENCHMARK(writeBuffer)->Name("write_float_buffer")->Arg(1 << 22)->Unit(benchmark::kMillisecond);
+
+void readBuffer(benchmark::State& state) {
+    read(state, sceneOfBuffer(static_cast<u64>(state.range(0))));
+}
+BENCHMARK(readBuffer)->Name("read_float_buffer")->Arg(1 << 22)->Unit(benchmark::kMillisecond);
+
+} // namespace
+} // namespace qv::bench

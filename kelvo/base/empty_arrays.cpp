@@ -1,0 +1,82 @@
+#include "kelvo/base/empty_arrays.h"
+
+#include <mutex>
+#include <new>
+
+namespace qv::ds {
+
+/// Free runs, last given first taken so that they are still in the cache, and untouched memory
+/// that new runs are carved from.
+class EmptyArraysPool {
+public:
+    // Never destroyed: maps with static storage may outlive any other static object.
+    static EmptyArraysPool& instance() {
+        static EmptyArraysPool& pool = *new EmptyArraysPool;
+        return pool;
+    }
+
+    EmptyArrays* take() {
+        const std::lock_guard lock(m_mutex);
+        EmptyArrays* run = m_free;
+        if (run)
+            m_free = run->m_nextFree;
+        else
+            run = carve();
+        run->m_live = EmptyArrays::cellCount;
+        ++m_taken;
+        return run;
+    }
+
+    void give(EmptyArrays* run) noexcept {
+        const std::lock_guard lock(m_mutex);
+        run->m_nextFree = m_free;
+        m_free = run;
+        --m_taken;
+    }
+
+    EmptyArrays::Usage usage() noexcept {
+        const std::lock_guard lock(m_mutex);
+        return {m_taken, m_total};
+    }
+
+private:
+    static constexpr u64 runsPerSlab = 64;
+
+    // Slabs are chained so that leak checkers find them; runs are touched only when first taken.
+    struct Slab {
+        Slab* next;
+        alignas(EmptyArrays) unsigned char runs[runsPerSlab * sizeof(EmptyArrays)];
+    };
+
+    EmptyArrays* carve() {
+        if (m_carved == runsPerSlab) {
+            Slab* slab = ::new (::operator new(sizeof(Slab))) Slab;
+            slab->next = m_slabs;
+            m_slabs = slab;
+            m_carved = 0;
+        }
+        ++m_total;
+        return ::new (m_slabs->runs + m_carved++ * sizeof(EmptyArrays)) EmptyArrays;
+    }
+
+    std::mutex m_mutex;
+    EmptyArrays* m_free = nullptr;
+    Slab* m_slabs = nullptr;
+    u64 m_carved = runsPerSlab;
+    u64 m_taken = 0;
+    u64 m_total = 0;
+};
+
+EmptyArrays* EmptyArrays::take() {
+    return EmptyArraysPool::instance().take();
+}
+
+void EmptyArrays::give(EmptyArrays* run) noexcept {
+    EmptyArraysPool::instance().give(run);
+}
+
+EmptyArrays::Usage EmptyArrays::usage() noexcept {
+    return EmptyArraysPool::instance().usage();
+}
+
+} // namespace qv::ds

@@ -1,0 +1,268 @@
+#pragma once
+
+#include "kelvo/base/empty_arrays.h"
+#include "kelvo/base/equality.h"
+#include "kelvo/base/export.h"
+#include "kelvo/base/string.h"
+#include "kelvo/base/types.h"
+#include "kelvo/base/vector.h"
+
+#include <cstddef>
+#include <iterator>
+#include <new>
+#include <utility>
+
+namespace qv::ds {
+
+/// Table of exactly 256 buckets stored inline, and nothing else; made for a handful of entries.
+///
+/// An entry with hash h stands in bucket h modulo 256. Every bucket owns an array from the start:
+/// those of empty buckets come from a pool (`EmptyArrays`). Entries are visited bucket by bucket,
+/// in the order of insertion within one. Out of memory throws `std::bad_alloc` and changes nothing.
+template<class K, class V>
+class QV_EXPORT HashMap {
+public:
+    static constexpr u64 bucketCount = 256;
+
+    /// An entry: its hash, copied unchanged with it, its key and its value.
+    struct Node {
+        static constexpr bool keepsEmptyArray = true;
+
+        u64 hash = 0;
+        K key;
+        V value;
+
+        static void* operator new[](std::size_t bytes) { return ::operator new[](bytes); }
+        /// An array of 0 elements in cell `index` of a run; `bytes` stand in front of it.
+        [[gnu::returns_nonnull]] static void* operator new[](std::size_t bytes, EmptyArrays& run,
+                                                             u64 index) {
+            return static_cast<unsigned char*>(run.array(index)) - bytes;
+        }
+        // The run is told by the map that lets go of a cell.
+        static void operator delete[](void*, EmptyArrays&, u64) noexcept {}
+        static void operator delete[](void* array) noexcept { ::operator delete[](array); }
+    };
+    using Bucket = Vector<Node>;
+
+    /// Makes an empty map, each bucket with an array of its own.
+    HashMap() {
+        EmptyArrays* run = EmptyArrays::take();
+        // By itself this loop is one fill of memory; the second finds the arrays again.
+        for (u64 i = 0; i < bucketCount; ++i)
+            (void)new (*run, i) Node[0];
+        for (u64 i = 0; i < bucketCount; ++i)
+            ::new (&m_buckets[i])
+                Bucket(typename Bucket::EmptyStorage{static_cast<Node*>(run->array(i))});
+    }
+
+    /// Copies bucket by bucket; keys and values share their texts with the source.
+    HashMap(const HashMap& other) : HashMap() {
+        for (u64 i = 0; i < bucketCount; ++i)
+            if (!other.m_buckets[i].empty()) fill(i, Bucket(other.m_buckets[i]));
+    }
+
+    /// Leaves `other` an empty map. May throw: that map needs arrays of its own.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor)
+    HashMap(HashMap&& other) : HashMap() { swap(other); }
+
+    HashMap& operator=(const HashMap& other) {
+        if (this != &other) HashMap(other).swap(*this);
+        return *this;
+    }
+    HashMap& operator=(HashMap&& other) noexcept {
+        if (this == &other) return *this;
+        swap(other);
+        other.clear();
+        return *this;
+    }
+
+    /// Destroys the buckets last to first, in each the entries last to first, value before key.
+    ~HashMap() {
+        if (hasOnlyCells())
+            EmptyArrays::of(m_buckets[0].data(), 0)->drop(bucketCount);
+        else
+            destroyBuckets();
+    }
+
+    /// Number of entries, counted through the buckets.
+    [[nodiscard]] u64 size() const noexcept {
+        u64 count = 0;
+        for (const Bucket& bucket : m_buckets)
+            count += bucket.size();
+        return count;
+    }
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+    [[nodiscard]] bool isEmpty() const noexcept { return size() == 0; }
+
+    /// Inserts an entry or replaces the value of the one with that key; true when the key is new.
+    bool set(K key, V value) {
+        const u64 hash = keyHash(key);
+        if (Node* node = findNode(key, hash)) {
+            node->value = std::move(value);
+            return false;
+        }
+        const u64 index = hash % bucketCount;
+        if (m_buckets[index].capacity() == 0) {
+            Bucket grown;
+            grown.reserve(2);
+            fill(index, std::move(grown));
+        }
+        m_buckets[index].push_back(Node{hash, std::move(key), std::move(value)});
+        return true;
+    }
+    /// The same as `set`.
+    bool insert(K key, V value) { return set(std::move(key), std::move(value)); }
+
+    /// The value of `key`, valid until the map changes; null when absent.
+    [[nodiscard]] V* find(const K& key) {
+        Node* node = findNode(key, keyHash(key));
+        return node ? &node->value : nullptr;
+    }
+    [[nodiscard]] const V* find(const K& key) const {
+        return const_cast<HashMap*>(this)->find(key);
+    }
+    [[nodiscard]] bool contains(const K& key) const { return find(key) != nullptr; }
+    [[nodiscard]] V value(const K& key, V fallback = V{}) const {
+        const V* found = find(key);
+        return found ? *found : fallback;
+    }
+
+    /// Removes the entry of `key`; false when there is none.
+    bool remove(const K& key) {
+        const u64 hash = keyHash(key);
+        const Node* node = findNode(key, hash);
+        if (!node) return false;
+        Bucket& bucket = m_buckets[hash % bucketCount];
+        bucket.remove(static_cast<u64>(node - bucket.data()));
+        return true;
+    }
+
+    /// Removes all entries; buckets keep their storage.
+    void clear() noexcept {
+        for (Bucket& bucket : m_buckets)
+            bucket.clear();
+    }
+
+    void swap(HashMap& other) noexcept {
+        for (u64 i = 0; i < bucketCount; ++i)
+            m_buckets[i].swap(other.m_buckets[i]);
+    }
+
+    /// The bucket at `index` below 256.
+    [[nodiscard]] const Bucket& bucket(u64 index) const noexcept { return m_buckets[index]; }
+
+    /// Calls `visit(key, value)` for each entry.
+    template<class F>
+    void forEach(F&& visit) const {
+        for (const Bucket& bucket : m_buckets)
+            for (const Node& node : bucket)
+                visit(node.key, node.value);
+    }
+
+    /// Walks the entries; valid until the map changes.
+    class const_iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = Node;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const Node*;
+        using reference = const Node&;
+
+        const_iterator() noexcept = default;
+        [[nodiscard]] reference operator*() const noexcept { return (*m_bucket)[m_index]; }
+        [[nodiscard]] pointer operator->() const noexcept { return &**this; }
+        const_iterator& operator++() noexcept {
+            ++m_index;
+            skipEmpty();
+            return *this;
+        }
+        const_iterator operator++(int) noexcept {
+            const_iterator before = *this;
+            ++*this;
+            return before;
+        }
+        [[nodiscard]] bool operator==(const const_iterator&) const noexcept = default;
+
+    private:
+        friend class HashMap;
+        const_iterator(const Bucket* bucket, const Bucket* last) noexcept
+            : m_bucket(bucket), m_last(last) {
+            skipEmpty();
+        }
+        void skipEmpty() noexcept {
+            while (m_bucket != m_last && m_index == m_bucket->size()) {
+                ++m_bucket;
+                m_index = 0;
+            }
+        }
+        const Bucket* m_bucket = nullptr;
+        const Bucket* m_last = nullptr;
+        u64 m_index = 0;
+    };
+    [[nodiscard]] const_iterator begin() const noexcept {
+        return {m_buckets, m_buckets + bucketCount};
+    }
+    [[nodiscard]] const_iterator end() const noexcept {
+        return {m_buckets + bucketCount, m_buckets + bucketCount};
+    }
+
+    /// Equal when both have the same keys with equal values.
+    [[nodiscard]] bool operator==(const HashMap& other) const {
+        if (size() != other.size()) return false;
+        for (const Node& node : *this) {
+            const V* value = other.find(node.key);
+            if (!value || !sameValue(*value, node.value)) return false;
+        }
+        return true;
+    }
+
+private:
+    [[nodiscard]] Node* findNode(const K& key, u64 hash) {
+        for (Node& node : m_buckets[hash % bucketCount])
+            if (node.hash == hash && sameValue(node.key, key)) return &node;
+        return nullptr;
+    }
+
+    // Capacity 0 marks a bucket on its cell of the run: arrays of its own always have room.
+    void fill(u64 index, Bucket&& content) noexcept {
+        Bucket& bucket = m_buckets[index];
+        if (bucket.capacity() == 0) {
+            EmptyArrays::of(bucket.data(), index)->drop(1);
+            bucket.abandonStorage();
+        }
+        bucket = std::move(content);
+    }
+
+    // A run whose cells are all in use belongs to a map without entries: its buckets, which may
+    // have left the cache long ago, need not be read.
+    [[nodiscard]] bool hasOnlyCells() const noexcept {
+        if (m_buckets[0].capacity() != 0) return false;
+        return EmptyArrays::of(const_cast<Node*>(m_buckets[0].data()), 0)->live() == bucketCount;
+    }
+
+    // The run is told once how many cells it gets back, not cell by cell.
+    void destroyBuckets() noexcept {
+        EmptyArrays* run = nullptr;
+        u64 cells = 0;
+        for (u64 i = bucketCount; i-- > 0;) {
+            Bucket& bucket = m_buckets[i];
+            if (bucket.capacity() == 0) {
+                run = EmptyArrays::of(bucket.data(), i);
+                ++cells;
+            } else {
+                bucket.~Bucket();
+            }
+        }
+        if (run) run->drop(cells);
+    }
+
+    // In a union, so that members are built and destroyed by the map alone.
+    union {
+        Bucket m_buckets[bucketCount];
+    };
+};
+
+static_assert(sizeof(HashMap<String, String>) ==
+              HashMap<String, String>::bucketCount * sizeof(Vector<void*>));
+
+} // namespace qv::ds

@@ -1,0 +1,115 @@
+#include "kelvo/base/log.h"
+
+#include "kelvo/base/string.h"
+#include "kelvo/base/string_io.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <mutex>
+#include <new>
+#include <string>
+
+namespace qv {
+
+namespace {
+
+// Never destroyed: objects with static storage may log when they die.
+struct Logger {
+    std::mutex mutex;
+    LogSink sink;
+
+    // Takes no memory: the first message may be that there is none.
+    static Logger& instance() {
+        alignas(Logger) static std::byte place[sizeof(Logger)];
+        static Logger& logger = *::new (place) Logger;
+        return logger;
+    }
+};
+
+// The whole line in one piece, so that lines of several threads or processes do not mix; in several
+// where there is no memory for that.
+void writeToStandardError(LogLevel level, const char* message) {
+    const char* start = level == LogLevel::Error ? "error: " : "warning: ";
+    try {
+        StringIO line;
+        line.append(start).append(message).append('\n');
+        std::fwrite(line.buf(), 1, line.size(), stderr);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s%s\n", start, message);
+    }
+}
+
+void deliver(LogLevel level, const char* message) {
+    LogSink sink;
+    {
+        Logger& logger = Logger::instance();
+        const std::lock_guard lock(logger.mutex);
+        sink = logger.sink;
+    }
+    if (sink.handler)
+        sink.handler(level, message, sink.user);
+    else
+        writeToStandardError(level, message);
+}
+
+// A name or the text of an exception may hold line breaks; a message is one line.
+void joinLines(char* text, u64 size) noexcept {
+    std::replace_if(
+        text, text + size, [](char c) { return c == '\n' || c == '\r'; }, ' ');
+}
+
+[[gnu::format(printf, 2, 0)]] void deliverLong(LogLevel level, const char* fmt, va_list args,
+                                               const char* truncated) {
+    std::string message;
+    try {
+        message = String::vformat(fmt, args).view();
+    } catch (const std::bad_alloc&) {
+        return deliver(level, truncated);
+    }
+    joinLines(message.data(), message.size());
+    deliver(level, message.c_str());
+}
+
+[[gnu::format(printf, 2, 0)]] void logMessage(LogLevel level, const char* fmt, va_list args) {
+    char message[512];
+    va_list again;
+    va_copy(again, args);
+    const int length = std::vsnprintf(message, sizeof message, fmt, args);
+    if (length < 0) {
+        deliver(level, fmt); // text that the format cannot take: better raw than lost
+    } else if (static_cast<u64>(length) < sizeof message) {
+        joinLines(message, static_cast<u64>(length));
+        deliver(level, message);
+    } else {
+        deliverLong(level, fmt, again, message);
+    }
+    va_end(again);
+}
+
+} // namespace
+
+LogSink setLogHandler(LogHandler handler, void* user) {
+    Logger& logger = Logger::instance();
+    const std::lock_guard lock(logger.mutex);
+    const LogSink previous = logger.sink;
+    logger.sink = {handler, handler ? user : nullptr};
+    return previous;
+}
+
+void logError(const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    logMessage(LogLevel::Error, fmt, args);
+    va_end(args);
+}
+
+void logWarning(const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    logMessage(LogLevel::Warning, fmt, args);
+    va_end(args);
+}
+
+} // namespace qv

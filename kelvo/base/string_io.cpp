@@ -1,0 +1,138 @@
+#include "kelvo/base/string_io.h"
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <new>
+
+namespace qv {
+
+namespace {
+
+// Enough for every number: 24 characters for the longest double, 20 for the longest integer.
+constexpr u64 numberRoom = 32;
+
+template<class Number>
+void appendNumber(StringIO& out, Number value) {
+    char* to = out.prepare(numberRoom);
+    out.commit(static_cast<u64>(std::to_chars(to, to + numberRoom, value).ptr - to));
+}
+
+// Values below 1e9 with at most three decimals, which people write, go by integer arithmetic.
+// Such a value divided by 1000 again gives the same bits only if its text reads back to them, and
+// among texts of up to 15 digits there is one that does, so this is the shortest. Large integers
+// that end in 0 may be shorter with an exponent and are left to the general way.
+bool appendShortReal(StringIO& out, double value) {
+    const double scaled = std::fabs(value) * 1000.0;
+    if (!(scaled < 1e12)) return false;
+    const auto thousandths = static_cast<u64>(scaled + 0.5); // NOLINT(bugprone-incorrect-roundings)
+    if (static_cast<double>(thousandths) / 1000.0 != std::fabs(value)) return false;
+    const u64 whole = thousandths / 1000;
+    u64 rest = thousandths % 1000;
+    if (rest == 0 && whole >= 100000 && whole % 10 == 0) return false;
+    char* const start = out.prepare(numberRoom);
+    char* to = start;
+    if (std::signbit(value)) *to++ = '-';
+    to = std::to_chars(to, start + numberRoom, whole).ptr;
+    if (rest != 0) *to++ = '.';
+    for (u64 unit = 100; rest != 0; rest %= unit, unit /= 10)
+        *to++ = static_cast<char>('0' + rest / unit);
+    out.commit(static_cast<u64>(to - start));
+    return true;
+}
+
+} // namespace
+
+StringIO::StringIO(StringIO&& other) noexcept
+    : m_text(std::exchange(other.m_text, nullptr)),
+      m_size(std::exchange(other.m_size, 0)),
+      m_capacity(std::exchange(other.m_capacity, 0)) {}
+
+StringIO& StringIO::operator=(StringIO&& other) noexcept {
+    StringIO taken(std::move(other));
+    std::swap(m_text, taken.m_text);
+    std::swap(m_size, taken.m_size);
+    std::swap(m_capacity, taken.m_capacity);
+    return *this;
+}
+
+StringIO::~StringIO() {
+    release();
+}
+
+void StringIO::release() noexcept {
+    if (m_text) std::free(m_text - StringBuffer::headerSize);
+}
+
+void StringIO::grow(u64 count) {
+    constexpr u64 smallest = 256 - StringBuffer::headerSize - 1;
+    if (count > noIndex - m_size) throw std::bad_alloc();
+    reserve(std::max({m_size + count, 2 * m_capacity, smallest}));
+}
+
+void StringIO::reserve(u64 size) {
+    if (size <= m_capacity && m_text) return;
+    if (size >= noIndex - StringBuffer::headerSize) throw std::bad_alloc();
+    void* old = m_text ? m_text - StringBuffer::headerSize : nullptr;
+    void* block = std::realloc(old, StringBuffer::headerSize + size + 1);
+    if (!block) throw std::bad_alloc();
+    m_text = static_cast<char*>(block) + StringBuffer::headerSize;
+    m_text[m_size] = '\0';
+    m_capacity = size;
+}
+
+void StringIO::clear() noexcept {
+    truncate(0);
+}
+
+void StringIO::truncate(u64 size) noexcept {
+    if (size >= m_size) return;
+    m_size = size;
+    m_text[size] = '\0';
+}
+
+String StringIO::take() {
+    if (m_size == 0) return {};
+    void* block = m_text - StringBuffer::headerSize;
+    // Gives back the memory that was reserved in excess; where that fails, the block stays as it
+    // is.
+    if (m_capacity - m_size > m_size / 8)
+        if (void* fitted = std::realloc(block, StringBuffer::headerSize + m_size + 1))
+            block = fitted;
+    String result(adoptRef, StringBuffer::fromBlock(block, m_size));
+    m_text = nullptr;
+    m_size = m_capacity = 0;
+    return result;
+}
+
+StringIO& StringIO::appendRepeated(char c, u64 count) {
+    std::memset(prepare(count), c, count);
+    commit(count);
+    return *this;
+}
+
+StringIO& StringIO::appendInt(i64 value) {
+    if (value >= 0 && value < 10) return append(static_cast<char>('0' + value));
+    appendNumber(*this, value);
+    return *this;
+}
+
+StringIO& StringIO::appendUInt(u64 value) {
+    if (value < 10) return append(static_cast<char>('0' + value));
+    appendNumber(*this, value);
+    return *this;
+}
+
+StringIO& StringIO::appendReal(double value) {
+    if (!appendShortReal(*this, value)) appendNumber(*this, value);
+    return *this;
+}
+
+StringIO& StringIO::appendReal(float value) {
+    appendNumber(*this, value);
+    return *this;
+}
+
+} // namespace qv

@@ -1,0 +1,153 @@
+#pragma once
+
+#include "kelvo/base/string.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <new>
+#include <random>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace qv::kelvo_files {
+
+/// Follows symbolic links to the end, which may be a file that is still to be made.
+inline std::error_code followLinks(std::filesystem::path& file) {
+    std::error_code failure;
+    for (int links = 0; std::filesystem::is_symlink(file, failure); ++links) {
+        if (links == 40) return std::make_error_code(std::errc::too_many_symbolic_link_levels);
+        const std::filesystem::path target = std::filesystem::read_symlink(file, failure);
+        if (failure) return failure;
+        file = file.parent_path() / target;
+    }
+    return {};
+}
+
+namespace detail {
+
+namespace fs = std::filesystem;
+
+struct Close {
+    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, Close>;
+
+// "x" in the mode makes a new file, or fails.
+inline Stream open(const fs::path& file, const char* mode) {
+    return Stream(std::fopen(file.string().c_str(), mode));
+}
+
+// Streams take memory; lack of it is told as such.
+inline std::error_code lastError() {
+    if (errno == ENOMEM) throw std::bad_alloc();
+    return {errno, std::generic_category()};
+}
+
+// A new file that goes again unless it takes the place of another.
+class NewFile {
+public:
+    NewFile() = default;
+    ~NewFile() {
+        std::error_code ignored;
+        if (m_isThere) fs::remove(m_name, ignored);
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    // Makes it in the folder and gives it that name.
+    Stream openIn(const fs::path& folder);
+    std::error_code moveTo(const fs::path& target) {
+        std::error_code failure;
+        fs::rename(m_name, target, failure);
+        m_isThere = static_cast<bool>(failure);
+        return failure;
+    }
+    [[nodiscard]] const fs::path& name() const noexcept { return m_name; }
+
+private:
+    fs::path m_name;
+    bool m_isThere = false;
+};
+
+inline std::error_code readAll(std::FILE* stream, std::string& text) {
+    char piece[1 << 16];
+    while (const std::size_t got = std::fread(piece, 1, sizeof piece, stream))
+        text.append(piece, got);
+    return std::ferror(stream) ? lastError() : std::error_code();
+}
+
+// Some file systems tell of a failed write only when the file is closed.
+inline std::error_code writeAll(Stream stream, std::string_view text) {
+    if (std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size()) return lastError();
+    return std::fclose(stream.release()) == 0 ? std::error_code() : lastError();
+}
+
+inline Stream NewFile::openIn(const fs::path& folder) {
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    for (int tries = 0; tries < 100; ++tries) {
+        std::string ending;
+        for (int i = 0; i < 6; ++i)
+            ending += letters[random() % letters.size()];
+        m_name = folder / (".kelvo-" + ending);
+        Stream made = open(m_name, "wbx");
+        m_isThere = made != nullptr;
+        if (made || errno != EEXIST) return made;
+    }
+    return nullptr;
+}
+
+// Nobody may read meanwhile what the old file kept from him.
+inline std::error_code fillAndRename(Stream made, NewFile& file, const fs::path& target,
+                                     const fs::file_status& old, std::string_view text) {
+    std::error_code failure;
+    if (fs::exists(old)) fs::permissions(file.name(), old.permissions(), failure);
+    if (!failure) failure = writeAll(std::move(made), text);
+    return failure ? failure : file.moveTo(target);
+}
+
+inline std::error_code replace(const fs::path& target, const fs::file_status& old,
+                               std::string_view text) {
+    // A file that may not be written must not be replaced either.
+    if (fs::exists(old) && !open(target, "r+b")) return lastError();
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    NewFile file;
+    Stream made = file.openIn(folder);
+    if (!made) return lastError();
+    return fillAndRename(std::move(made), file, target, old, text);
+}
+
+} // namespace detail
+
+/// Reads a whole file; `text` is unchanged when that fails.
+[[nodiscard]] inline std::error_code readText(const std::filesystem::path& file, String& text) {
+    const detail::Stream stream = detail::open(file, "rb");
+    if (!stream) return detail::lastError();
+    std::string bytes;
+    const std::error_code failure = detail::readAll(stream.get(), bytes);
+    if (!failure) text = String(std::string_view(bytes));
+    return failure;
+}
+
+/// Replaces a file as a whole: whoever reads it meanwhile gets the old text or the new one, and on
+/// failure the old one stays. Permissions are kept, symbolic links followed; what is no plain file,
+/// such as a device, is written to.
+///
+/// A program that is killed meanwhile may leave one file ".kelvo-" and six letters beside it.
+[[nodiscard]] inline std::error_code writeText(std::filesystem::path file, std::string_view text) {
+    std::error_code unknown;
+    const std::filesystem::file_status old = std::filesystem::status(file, unknown);
+    // A link such as /dev/stdout may name a pipe by no path that leads there.
+    if (std::filesystem::exists(old) && !std::filesystem::is_regular_file(old)) {
+        detail::Stream opened = detail::open(file, "wb");
+        return opened ? detail::writeAll(std::move(opened), text) : detail::lastError();
+    }
+    if (const std::error_code failure = followLinks(file)) return failure;
+    return detail::replace(file, old, text);
+}
+
+} // namespace qv::kelvo_files

@@ -1,0 +1,36 @@
+#include "kelvo/plugins/definition_file.h"
+
+#include "kelvo/files/text_file.h"
+
+#include <string>
+#include <system_error>
+
+namespace qv::kelvo_plugins {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool fail(const fs::path& file, const std::string& reason, String& error) {
+    const std::string name = file.string();
+    error = String("cannot read its definitions '") + std::string_view(name) +
+            "': " + std::string_view(reason);
+    return false;
+}
+
+} // namespace
+
+bool readDefinitionFile(const fs::path& file, String& text, String& error) {
+    std::error_code failure;
+    // Anything else, such as a pipe, might keep us waiting.
+    const bool regular = fs::is_regular_file(file, failure);
+    if (failure) return fail(file, failure.message(), error);
+    if (!regular) return fail(file, "not a regular file", error);
+    const std::uintmax_t size = fs::file_size(file, failure);
+    if (failure) return fail(file, failure.message(), error);
+    if (size > definitionFileLimit) return fail(file, "larger than 64 MiB", error);
+    failure = kelvo_files::readText(file, text);
+    return !failure || fail(file, failure.message(), error);
+}
+
+} // namespace qv::kelvo_plugins

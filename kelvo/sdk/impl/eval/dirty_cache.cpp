@@ -1,0 +1,80 @@
+#include "kelvo/sdk/impl/eval/dirty_cache.h"
+
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include <new>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool dependsOnDirty(const Node& node) {
+    return visitDependencies(node,
+                             [&](const Node& other) { return &other != &node && other.isDirty(); });
+}
+
+} // namespace
+
+DirtyCache::DirtyCache(Scene& scene) : m_scene(scene) {
+    scene.forEachNode([this](Node* node) { added(*node); });
+}
+
+// Readers of a node that was dirty already are dirty themselves, or wait among the early ones.
+// Without memory to find out which flags to turn, all are turned.
+void DirtyCache::changed(const Node& node, bool wasDirty) noexcept {
+    try {
+        recheckEarly();
+        if (!wasDirty) spread(node);
+    } catch (const std::bad_alloc&) {
+        markAll();
+    }
+}
+
+void DirtyCache::markAll() noexcept {
+    m_early.clear();
+    m_scene.forEachNode([](Node* each) { each->m_dirty = true; });
+}
+
+// Without memory to remember it by, it stays clean until it changes.
+void DirtyCache::cleaning(Node& node) noexcept {
+    try {
+        if (dependsOnDirty(node) && m_scene.contains(node)) m_early.insert(&node);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+void DirtyCache::added(Node& node) noexcept {
+    try {
+        if (dependsOnDirty(node)) node.m_dirty = true;
+        if (node.m_dirty) spread(node);
+    } catch (const std::bad_alloc&) {
+        markAll();
+    }
+}
+
+void DirtyCache::recheckEarly() {
+    if (m_early.empty()) return;
+    for (Node* node : std::exchange(m_early, {})) {
+        if (node->m_dirty || !dependsOnDirty(*node)) continue;
+        node->m_dirty = true;
+        spread(*node);
+    }
+}
+
+// Without recursion: chains may be longer than the stack is deep.
+void DirtyCache::spread(const Node& from) {
+    m_left.assign(1, &from);
+    while (!m_left.empty()) {
+        const Node& node = *m_left.back();
+        m_left.pop_back();
+        visitReaders(node, [this](Node& reader) {
+            if (!std::exchange(reader.m_dirty, true)) m_left.push_back(&reader);
+        });
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,226 @@
+#include "kelvo/sdk/impl/eval/eval_hashes.h"
+
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include "kelvo/base/hash.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+u64 kindOf(const Input& input) noexcept {
+    return static_cast<u64>(input.type()) << 8 | static_cast<u64>(input.elementType());
+}
+
+// Hash of everything that a callback finds in the node itself. An output that no callback produces
+// counts by its value.
+u64 ownHash(const Node& node) {
+    static const StringVector noTypes;
+    const StringVector bases = node.bases();
+    u64 hash = hashMix(node.name().hash(), node.type().hash());
+    for (const String& base : std::as_const(bases))
+        hash = hashMix(hash, base.hash());
+    hash = hashMix(hash, reinterpret_cast<u64>(node.evalCallback()));
+    hash = hashMix(hash, reinterpret_cast<u64>(node.data()));
+    for (const IInput* next : node.inputs()) {
+        const auto* input = static_cast<const Input*>(next);
+        hash = hashMix(hashMix(hash, input->nameHash()), kindOf(*input));
+        hash = hashMix(hash, input->hashWith(noTypes));
+    }
+    if (node.evalCallback()) return hash;
+    for (const IOutput* next : node.outputs()) {
+        const auto* output = static_cast<const Output*>(next);
+        hash = hashMix(hashMix(hash, output->nameHash()), output->value().hash());
+    }
+    return hash;
+}
+
+} // namespace
+
+// Works out the hashes of a node and of what is below it and not known yet, without recursion.
+// Links may form cycles: nodes that reach each other share one sum, which no order of theirs
+// changes. After Tarjan, "Depth-first search and linear graph algorithms", 1972.
+class EvalHashWalk {
+public:
+    explicit EvalHashWalk(EvalHashes& hashes) : m_hashes(hashes) {}
+
+    void run(const Node& start) {
+        enter(start);
+        while (!m_path.empty()) {
+            const u64 place = m_path.back();
+            if (m_found[place].next < m_found[place].end)
+                follow(place, *m_below[m_found[place].next++]);
+            else
+                leave(place);
+        }
+    }
+
+private:
+    struct Found {
+        const Node* node;
+        u64 hash;
+        // The first found of those that it reaches and that reach it, as far as is known.
+        u64 low;
+        // Its part of `m_below`: what is left of it to visit, and the whole.
+        u64 next;
+        u64 begin;
+        u64 end;
+        bool isOutside;
+    };
+
+    void enter(const Node& node) {
+        const u64 place = m_found.size();
+        m_places.emplace(&node, place);
+        const u64 own = hashMix(ownHash(node), m_hashes.renewalOf(node));
+        Found found{&node, own, place, m_below.size(), m_below.size(), 0, false};
+        collect(node, found);
+        found.end = m_below.size();
+        m_found.push_back(found);
+        m_path.push_back(place);
+        m_open.push_back(place);
+    }
+
+    void collect(const Node& node, Found& found) {
+        m_lists.assign(1, &node.inputs());
+        while (!m_lists.empty()) {
+            const ds::Vector<IInput*>& inputs = *m_lists.back();
+            m_lists.pop_back();
+            for (const IInput* next : inputs) {
+                const auto& input = *static_cast<const Input*>(next);
+                // A callback may read what is stored here in place of what the source gives.
+                if (input.sourceOutput()) found.hash = hashMix(found.hash, input.value().hash());
+                addDependency(sourceNode(input), found);
+                addDependency(linkedNode(input), found);
+                if (!input.members().empty()) m_lists.push_back(&input.members());
+            }
+        }
+    }
+
+    void addDependency(const INode* below, Found& found) {
+        if (!below) return;
+        if (m_hashes.m_scene.contains(*below))
+            m_below.push_back(static_cast<const Node*>(below));
+        else
+            found.isOutside = true;
+    }
+
+    void follow(u64 place, const Node& below) {
+        if (m_hashes.m_known.contains(&below)) return;
+        const auto met = m_places.find(&below);
+        if (met == m_places.end())
+            enter(below);
+        else
+            m_found[place].low = std::min(m_found[place].low, met->second);
+    }
+
+    void leave(u64 place) {
+        m_path.pop_back();
+        const u64 low = m_found[place].low;
+        if (!m_path.empty()) {
+            Found& reader = m_found[m_path.back()];
+            reader.low = std::min(reader.low, low);
+        }
+        if (low == place) settle(place);
+    }
+
+    // All found from `first` on and still open reach each other.
+    void settle(u64 first) {
+        u64 sum = 0;
+        u64 count = 0;
+        bool isOutside = false;
+        for (u64 i = m_open.size(); i-- > 0 && m_open[i] >= first; ++count) {
+            Found& member = m_found[m_open[i]];
+            addBelow(member);
+            sum += member.hash;
+            isOutside = isOutside || member.isOutside;
+        }
+        for (; count > 0; --count) {
+            const Found& member = m_found[m_open.back()];
+            m_open.pop_back();
+            m_hashes.m_known[member.node] = isOutside ? 0 : hashMix(member.hash, sum);
+        }
+    }
+
+    // Nodes of the same cycle are not known yet.
+    void addBelow(Found& member) const {
+        for (u64 i = member.begin; i < member.end; ++i) {
+            const auto known = m_hashes.m_known.find(m_below[i]);
+            if (known == m_hashes.m_known.end()) continue;
+            member.hash = hashMix(member.hash, known->second);
+            member.isOutside = member.isOutside || known->second == 0;
+        }
+    }
+
+    EvalHashes& m_hashes;
+    std::unordered_map<const Node*, u64> m_places;
+    std::vector<Found> m_found;
+    std::vector<const Node*> m_below;
+    std::vector<const ds::Vector<IInput*>*> m_lists;
+    std::vector<u64> m_path;
+    std::vector<u64> m_open;
+};
+
+u64 EvalHashes::of(const Node& node) {
+    if (const auto known = m_known.find(&node); known != m_known.end()) return known->second;
+    if (!m_scene.contains(node)) return 0;
+    try {
+        EvalHashWalk(*this).run(node);
+    } catch (...) {
+        m_known.clear(); // Half of a cycle may be known.
+        throw;
+    }
+    return m_known.at(&node);
+}
+
+// A node that is not known has no known readers.
+void EvalHashes::forget(const Node& node) noexcept {
+    if (m_known.erase(&node) != 0) forgetReaders(node);
+}
+
+// Without memory to note it for one, it counts for all.
+void EvalHashes::renew(const Node& node) noexcept {
+    if (!m_scene.contains(node)) return;
+    ++m_renewalCount;
+    try {
+        m_renewals[&node] = m_renewalCount;
+    } catch (const std::bad_alloc&) {
+        m_renewalOfAll = m_renewalCount;
+        m_known.clear();
+    }
+    forget(node);
+}
+
+u64 EvalHashes::renewalOf(const Node& node) const noexcept {
+    const auto found = m_renewals.find(&node);
+    return found == m_renewals.end() ? m_renewalOfAll : std::max(found->second, m_renewalOfAll);
+}
+
+void EvalHashes::nodeAdded(const Node& node) noexcept {
+    m_known.erase(&node);
+    forgetReaders(node);
+}
+
+// Without memory for the walk, all are forgotten.
+void EvalHashes::forgetReaders(const Node& from) noexcept {
+    try {
+        m_left.assign(1, &from);
+        while (!m_left.empty()) {
+            const Node& node = *m_left.back();
+            m_left.pop_back();
+            visitReaders(node, [this](const Node& reader) {
+                if (m_known.erase(&reader) != 0) m_left.push_back(&reader);
+            });
+        }
+    } catch (const std::bad_alloc&) {
+        m_known.clear();
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

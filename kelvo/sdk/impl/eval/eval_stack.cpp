@@ -1,0 +1,78 @@
+#include "kelvo/sdk/impl/eval/eval_stack.h"
+
+#include "kelvo/base/vector.h"
+#include "kelvo/sdk/interfaces/i_output.h"
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+thread_local const EvalLevel* t_top = nullptr;
+thread_local u64 t_refusals = 0;
+
+// Unlike a local's, this address is on the real stack whatever checks the code was built with.
+const char* placeOnStack() noexcept {
+    return static_cast<const char*>(__builtin_frame_address(0));
+}
+
+} // namespace
+
+EvalLevel::EvalLevel(const EvalCtx& frame) noexcept
+    : m_frame(frame),
+      m_below(t_top),
+      m_place(placeOnStack()),
+      m_base(m_below ? m_below->m_base : m_place),
+      m_count(m_below ? m_below->m_count + 1 : 1) {
+    t_top = this;
+}
+
+EvalLevel::~EvalLevel() {
+    t_top = m_below;
+}
+
+bool EvalLevel::isAnyOnThread() noexcept {
+    return t_top != nullptr;
+}
+
+bool EvalLevel::isAskedOnThread(const interfaces::IOutput& output) noexcept {
+    return nearest(t_top, &output) != nullptr;
+}
+
+void EvalLevel::noteRefusal() noexcept {
+    ++t_refusals;
+}
+
+u64 EvalLevel::refusals() noexcept {
+    return t_refusals;
+}
+
+u64 EvalLevel::stackUsed() const noexcept {
+    return static_cast<u64>(m_base > m_place ? m_base - m_place : m_place - m_base);
+}
+
+const EvalLevel* EvalLevel::nearest(const EvalLevel* from,
+                                    const interfaces::IOutput* output) noexcept {
+    while (from && from->m_frame.output() != output)
+        from = from->m_below;
+    return from;
+}
+
+const EvalLevel* EvalLevel::sameBelow() const noexcept {
+    return nearest(m_below, m_frame.output());
+}
+
+String EvalLevel::path(const EvalLevel& from) const {
+    ds::Vector<const interfaces::IOutput*> asked;
+    for (const EvalLevel* level = this; level; level = level->m_below) {
+        asked.push_back(level->m_frame.output());
+        if (level == &from) break;
+    }
+    String text;
+    for (u64 i = asked.size(); i-- > 0;) {
+        if (!text.isEmpty()) text += " -> ";
+        text += asked[i]->path().view();
+    }
+    return text;
+}
+
+} // namespace qv::kelvo_sdk::impl

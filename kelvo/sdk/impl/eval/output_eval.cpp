@@ -1,0 +1,204 @@
+#include "kelvo/sdk/impl/graph/output.h"
+
+#include "kelvo/sdk/buffer_result.h"
+#include "kelvo/sdk/eval_ctx.h"
+#include "kelvo/sdk/impl/eval/eval_ahead.h"
+#include "kelvo/sdk/impl/eval/eval_cache.h"
+#include "kelvo/sdk/impl/eval/eval_stack.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/output.h"
+
+#include "kelvo/base/log.h"
+
+// ---- Evaluation ----------------------------------------------------------------------------
+// A callback may change or end anything, its node and this output among them. What is looked at
+// after it was called is kept alive or asked for again.
+
+namespace qv::kelvo_sdk {
+
+RefersTo<interfaces::IInput> Output::evaluated(EvalCtx* ctx) const {
+    auto* output = static_cast<impl::Output*>(get());
+    const impl::Value value = output ? output->evaluate(ctx) : impl::Value();
+    if (value.isNull()) return {};
+    // The elements stay for the caller; the input that shows them does not.
+    if (value.type() == AttrType::Buffer) output->hold(value.asBuffer());
+    return impl::Input::showing(value);
+}
+
+bool setBufferResult(void* out, interfaces::BufferView elements) {
+    auto& result = *static_cast<impl::Buffer*>(out);
+    if (result.type() != elements.type) return false;
+    result = impl::Buffer(elements.type, elements.data, elements.count);
+    return true;
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Asks the node's callback for a value of one C++ type.
+template<typename T>
+Value produce(EvalCtx& frame, T result) {
+    if (!frame.node()->nodeEval(&frame, &result)) return Value();
+    return Value(std::move(result));
+}
+
+Value produceValue(EvalCtx& frame, AttrType type, DataType dataType) {
+    switch (type) {
+    case AttrType::Bool:
+        return produce(frame, false);
+    case AttrType::Int:
+        return produce(frame, i64(0));
+    case AttrType::UInt:
+        return produce(frame, u64(0));
+    case AttrType::Real:
+        return produce(frame, 0.0);
+    case AttrType::Vec2:
+        return produce(frame, math::Vec2d());
+    case AttrType::Vec3:
+        return produce(frame, math::Vec3d());
+    case AttrType::Vec4:
+        return produce(frame, math::Vec4d());
+    case AttrType::Pos2:
+        return produce(frame, math::Pos2d());
+    case AttrType::Pos3:
+        return produce(frame, math::Pos3d());
+    case AttrType::Quat:
+        return produce(frame, math::Quatd());
+    case AttrType::Rgba:
+        return produce(frame, math::Rgbad());
+    case AttrType::Mat3:
+        return produce(frame, math::Mat3d::identity);
+    case AttrType::Mat4:
+        return produce(frame, math::Mat4d::identity);
+    case AttrType::String:
+        return produce(frame, String());
+    case AttrType::Buffer:
+        return produce(frame, Buffer(dataType, 0));
+    default:
+        return Value();
+    }
+}
+
+// Tells the path from where the same output is asked for already.
+Value failEndless(const EvalLevel& level, const EvalLevel& below) {
+    EvalLevel::noteRefusal();
+    logError("Endless evaluation: %s.", level.path(below).buf());
+    return Value();
+}
+
+// Callbacks that do not pass their frame on come round unnoticed until here.
+Value failTooDeep(const EvalLevel& level, const Output& output) {
+    if (const EvalLevel* below = level.sameBelow()) return failEndless(level, *below);
+    EvalLevel::noteRefusal();
+    logError("Cannot evaluate '%s': %llu evaluations wait for it, and there is no stack for more.",
+             output.path().buf(), static_cast<unsigned long long>(level.count() - 1));
+    return Value();
+}
+
+// Counts a call for as long as it lasts. No order is needed: a thread looks for calls of its own.
+class CountedCall {
+public:
+    explicit CountedCall(std::atomic<u32>& count) noexcept : m_count(count) {
+        m_count.fetch_add(1, std::memory_order_relaxed);
+    }
+    ~CountedCall() { m_count.fetch_sub(1, std::memory_order_relaxed); }
+    CountedCall(const CountedCall&) = delete;
+    CountedCall& operator=(const CountedCall&) = delete;
+
+private:
+    std::atomic<u32>& m_count;
+};
+
+// Not inlined, for the sake of the stack.
+[[gnu::noinline]] Value produceAhead(EvalCtx& frame, const EvalLevel& level, AttrType type,
+                                     DataType dataType) {
+    const EvalAhead ahead(frame, level);
+    return produceValue(frame, type, dataType);
+}
+
+void reportChange(const Output& output, const char* now) {
+    logError("The result of '%s' is %s although nothing that it depends on changed.",
+             output.path().buf(), now);
+}
+
+} // namespace
+
+Value Output::evaluate(void* callerCtx) {
+    if (!m_node || !m_node->hasNodeEval()) return m_value;
+    const auto* caller = static_cast<const EvalCtx*>(callerCtx);
+    if (const Value* result = EvalAhead::result(*this, caller)) return *result;
+    EvalCache* cache = cacheFor(caller);
+    const u64 key = cache ? cache->keyOf(*this) : 0;
+    const RefersTo<IOutput> held(this);
+    if (key == 0) return callNode(caller);
+    return cache->isChecked() ? evaluateChecked(*cache, key, caller)
+                              : evaluateCached(*cache, key, caller);
+}
+
+// Results may depend on what a caller's own pointer leads to.
+EvalCache* Output::cacheFor(const EvalCtx* caller) const {
+    if (!m_node || (caller && caller->user())) return nullptr;
+    const auto* scene = static_cast<const Scene*>(m_node->scene());
+    return scene ? scene->evalCache() : nullptr;
+}
+
+Value Output::evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller) {
+    Value result;
+    if (cache.find(key, *this, result)) return result;
+    const u64 refusals = EvalLevel::refusals();
+    result = callNode(caller);
+    if (!result.isNull() && EvalLevel::refusals() == refusals) keep(key, caller, result);
+    return result;
+}
+
+Value Output::evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller) {
+    if (!EvalLevel::isAnyOnThread()) cache.beginChecks();
+    Value before;
+    bool isSettled = false;
+    const bool isKnown = cache.find(key, *this, before, &isSettled);
+    if (isKnown && isSettled) return before;
+    const u64 refusals = EvalLevel::refusals();
+    if (!isKnown) {
+        before = callNode(caller);
+        if (before.isNull()) return before;
+    }
+    Value result = callNode(caller);
+    if (result.isNull()) {
+        reportChange(*this, "none any more,");
+        return result;
+    }
+    if (result != before) reportChange(*this, "another one,");
+    if (EvalLevel::refusals() == refusals) keep(key, caller, result);
+    return result;
+}
+
+// Unless the callback changed what the key stands for.
+void Output::keep(u64 key, const EvalCtx* caller, const Value& result) const {
+    EvalCache* cache = cacheFor(caller);
+    if (cache && cache->keyOf(*this) == key) cache->store(key, *this, result);
+}
+
+bool Output::isEvaluating() const noexcept {
+    return m_calls.load(std::memory_order_relaxed) != 0 && EvalLevel::isAskedOnThread(*this);
+}
+
+Value Output::callNode(const EvalCtx* caller) {
+    if (!m_node) return Value();
+    EvalCtx frame(m_node, this, caller);
+    const EvalLevel level(frame);
+    const bool mayBeEndless = m_calls.load(std::memory_order_relaxed) != 0;
+    const EvalLevel* below = mayBeEndless ? level.sameBelow() : nullptr;
+    if (below && below->frame().first() == frame.first()) return failEndless(level, *below);
+    if (level.stackUsed() > maxEvalStack) return failTooDeep(level, *this);
+    const CountedCall call(m_calls);
+    if (EvalAhead::isDue(level)) return produceAhead(frame, level, m_type, m_dataType);
+    return produceValue(frame, m_type, m_dataType);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/history.h"
+
+#include <exception>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+/// Makes what changes while it lives, with what observers do about it, one step of the scene's
+/// history, or part of one that is open. Costs next to nothing for nodes without a scene and scenes
+/// that record nothing.
+///
+/// When an exception leaves it before anyone was told of anything, it takes back what was done, as
+/// far as that was recorded. Who is told inside hears of it whether there is memory or not.
+class EditStep {
+public:
+    /// `node` may be null. Of a node that is being made or destroyed nothing is recorded.
+    explicit EditStep(const Node* node) {
+        auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
+        if (scene && !scene->isMaking(node)) begin(*scene);
+    }
+    explicit EditStep(Scene& scene) { begin(scene); }
+    ~EditStep() {
+        if (!m_scene) return;
+        if (std::uncaught_exceptions() > m_exceptions && m_scene->tellings() == m_tellings) {
+            NewsHold::dropSince(m_news);
+            history().rollBack(m_start);
+        }
+        history().closeOperation();
+    }
+    EditStep(const EditStep&) = delete;
+    EditStep& operator=(const EditStep&) = delete;
+
+    [[nodiscard]] bool isRecording() const noexcept { return m_scene.get() != nullptr; }
+    // Need a scene that records.
+    [[nodiscard]] Scene& scene() const noexcept { return *m_scene.get(); }
+    [[nodiscard]] History& history() const noexcept { return m_scene->history(); }
+
+    /// Makes ready to add a change, before it is made; null when nothing is recorded.
+    template<typename Made, typename... Arguments>
+    Made* prepare(Arguments&&... arguments) {
+        if (!m_scene) return nullptr;
+        auto change = std::make_unique<Made>(std::forward<Arguments>(arguments)...);
+        history().reserve();
+        Made* made = change.get();
+        m_change = std::move(change);
+        return made;
+    }
+    /// Makes several changes that are told of one by one: without memory for all of them, none is
+    /// made, as far as they are recorded.
+    template<typename Call>
+    auto make(const Call& call) const {
+        try {
+            return call();
+        } catch (const std::bad_alloc&) {
+            if (m_scene && m_scene->tellings() != m_tellings) {
+                NewsHold::dropSince(m_news);
+                history().takeBack(m_start);
+            }
+            throw;
+        }
+    }
+
+    /// The change was made.
+    void commit() noexcept {
+        if (m_change) history().add(std::move(m_change));
+    }
+
+private:
+    void begin(Scene& scene) {
+        if (scene.history().isRecording()) return open(scene);
+        scene.history().missed();
+    }
+    // Out of line, so that scenes that record nothing pay for the question alone.
+    [[gnu::noinline]] void open(Scene& scene) {
+        scene.history().openOperation();
+        m_scene = RefersTo<Scene>(&scene);
+        m_start = scene.history().openChanges();
+        m_tellings = scene.tellings();
+        m_news = NewsHold::mark();
+        m_exceptions = std::uncaught_exceptions();
+    }
+
+    CertainTelling m_certain;
+    // Null when nothing is recorded.
+    RefersTo<Scene> m_scene;
+    std::unique_ptr<Change> m_change;
+    // When it began.
+    u64 m_start = 0;
+    u64 m_tellings = 0;
+    NewsHold::Mark m_news{};
+    int m_exceptions = 0;
+};
+
+/// Makes ready to tell of a thing of the node, which may be null, before it changes.
+template<typename Thing>
+void expectNews(const Node* node, const Thing* thing) {
+    if (auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr) scene->expect(thing);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,449 @@
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/value/conversion.h"
+
+#include "kelvo/base/localized.h"
+#include "kelvo/base/string_io.h"
+
+#include <algorithm>
+#include <functional>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+AttrData describe(AttrType type, AttrType elementType) {
+    AttrData data(type);
+    data.elementType = elementType;
+    return data;
+}
+
+// The start value that a definition gives, in the kind of the input; Null when it gives none.
+Value startValue(const AttrData& data) {
+    Value value;
+    if (convertValue(data.value, data.type, value)) return value;
+    if (data.details) convertValue(data.details->defaultValue, data.type, value);
+    return value;
+}
+
+String textIn(const AttrDetails::Texts& texts, String language) {
+    ds::HashMap<String, String> table;
+    for (const auto& [key, text] : texts)
+        table.set(key, text);
+    return os::localizedItem(table, std::move(language));
+}
+
+} // namespace
+
+Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
+    : m_isHeldReadOnly(parent && parent->isReadOnly()),
+      m_node(static_cast<Node*>(node)),
+      m_parent(static_cast<Input*>(parent)),
+      m_nameHash(isElement() ? 0 : name.foldedHash()),
+      m_name(std::move(name)),
+      m_value(Value::zero(type)) {
+    setKinds(type, elementType);
+}
+
+Input::Input(INode* node, IInput* parent, String name, AttrData definition)
+    : Input(node, parent, std::move(name), definition.type, definition.elementType) {
+    setDeclaredType(definition.dataType);
+    m_silent = definition.silent;
+    m_readOnly = definition.readOnly;
+    if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
+    if (definition.details) extras().details = std::move(definition.details);
+    if (type() == AttrType::Node && m_value.asNode()) linkTo(m_value.asNode());
+}
+
+RefersTo<Input> Input::showing(const Value& value) {
+    auto input =
+        RefersTo<Input>::adopt(new Input(nullptr, nullptr, "value", value.type(), AttrType::Null));
+    input->m_value = value;
+    return input;
+}
+
+Input::~Input() {
+    untie();
+    if (m_extras) endMembers();
+}
+
+// Takes neither stack nor memory: goes down to the last member that nothing else holds, ends it
+// when it holds nothing any more, and goes back to what held it.
+void Input::endMembers() noexcept {
+    Input* holder = this;
+    while (holder) {
+        if (holder->members().empty()) {
+            Input* const done = holder;
+            holder = done != this ? done->m_parent : nullptr;
+            if (holder) holder->dropLastMember();
+            continue;
+        }
+        auto* last = static_cast<Input*>(holder->members().back());
+        if (last->m_refCount.load() == 1 && !last->members().empty())
+            holder = last;
+        else
+            holder->dropLastMember();
+    }
+}
+
+// Others may keep it: then it lives on by itself.
+void Input::dropLastMember() noexcept {
+    ds::Vector<IInput*>& list = m_extras->members;
+    auto* last = static_cast<Input*>(list.back());
+    list.pop_back();
+    if (last->m_node) last->letGo();
+    last->m_parent = nullptr;
+    last->decRef();
+}
+
+void Input::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Input::decRef() {
+    if (m_refCount.fetch_sub(1) == 1) delete this;
+}
+
+InputExtras& Input::extras() {
+    if (!m_extras) m_extras = std::make_unique<InputExtras>();
+    return *m_extras;
+}
+
+namespace {
+
+RareExtras& rareOf(InputExtras& extras) {
+    if (!extras.rare) extras.rare = std::make_unique<RareExtras>();
+    return *extras.rare;
+}
+
+} // namespace
+
+void Input::setFarKinds(AttrType type, AttrType elementType) {
+    if (m_type == farKind) rareOf(extras()).type = type;
+    if (m_elementType == farKind) rareOf(extras()).elementType = elementType;
+}
+
+void Input::setDeclaredType(DataType type) {
+    m_dataType = narrowed(type);
+    if (m_dataType == farKind) rareOf(extras()).dataType = type;
+}
+
+AttrType Input::farType() const noexcept {
+    return m_extras->rare->type;
+}
+
+AttrType Input::farElementType() const noexcept {
+    return m_extras->rare->elementType;
+}
+
+DataType Input::farDataType() const noexcept {
+    return m_extras->rare->dataType;
+}
+
+// Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
+// each holder keeps the place that is reached. For the thread that edits alone.
+template<typename Visit>
+void Input::forEachWithin(const Visit& visit) const noexcept {
+    const auto enter = [&visit](Input& input) {
+        visit(input);
+        if (!input.members().empty()) input.m_extras->nextMember = 0;
+    };
+    auto* at = const_cast<Input*>(this);
+    enter(*at);
+    for (;;) {
+        const ds::Vector<IInput*>& list = at->members();
+        if (!list.empty() && at->m_extras->nextMember < list.size()) {
+            at = static_cast<Input*>(list[at->m_extras->nextMember++]);
+            enter(*at);
+        } else {
+            if (at == this) return;
+            at = at->m_parent;
+        }
+    }
+}
+
+// Members learn of it when they are made; those that are there learn it here.
+void Input::setReadOnly(bool readOnly) {
+    m_readOnly = readOnly;
+    forEachWithin([this](Input& input) {
+        if (&input != this) input.m_isHeldReadOnly = input.m_parent->isReadOnly();
+    });
+}
+
+bool Input::isElement() const noexcept {
+    return m_parent && m_parent->type() == AttrType::Array;
+}
+
+IInput* Input::clone(INode* node, IInput* parent) const {
+    struct Level {
+        const Input* from;
+        Input* to;
+        u64 next = 0;
+    };
+    RefersTo<Input> copy = cloneAlone(node, parent);
+    std::vector<Level> open;
+    if (!members().empty()) open.push_back({this, copy.get()});
+    while (!open.empty()) {
+        Level& level = open.back();
+        if (level.next == level.from->members().size()) {
+            open.pop_back();
+            continue;
+        }
+        const auto& from = static_cast<const Input&>(*level.from->members()[level.next++]);
+        RefersTo<Input> member = from.cloneAlone(node, level.to);
+        Input* const to = member.get();
+        level.to->adoptMember(member.detach());
+        if (!from.members().empty()) open.push_back({&from, to});
+    }
+    return copy.detach();
+}
+
+RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
+    AttrData data = description();
+    if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
+    auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
+    copy->m_isLeftOut = m_isLeftOut;
+    if (const Value* kept = stashed()) copy->replaceStash(*kept);
+    Output* source = sourceOutput();
+    if (source && !barBetween(node, source->node())) copy->setSource(source);
+    return copy;
+}
+
+AttrData Input::description() const {
+    AttrData data = describe(type(), elementType());
+    data.dataType = declaredType();
+    data.silent = m_silent;
+    data.readOnly = m_readOnly;
+    data.value = m_value;
+    if (m_extras) data.details = m_extras->details;
+    return data;
+}
+
+String Input::name() const {
+    if (!isElement()) return m_name;
+    StringIO text;
+    text.appendUInt(elementIndex());
+    return text.take();
+}
+
+String Input::typeName() const {
+    String kind(attrTypeName(type()));
+    if (type() == AttrType::Array) return kind + "<" + attrTypeName(elementType()) + ">";
+    if (type() == AttrType::Buffer) return kind + "<" + dataTypeName(dataType()) + ">";
+    return kind;
+}
+
+INode* Input::node() const {
+    return m_node;
+}
+
+String Input::path() const {
+    ds::Vector<const Input*> steps;
+    for (const Input* step = this; step; step = step->m_parent)
+        steps.push_back(step);
+    StringIO text;
+    if (m_node) text.append(m_node->name().view());
+    for (u64 i = steps.size(); i-- > 0;) {
+        const Input& step = *steps[i];
+        if (step.isElement()) {
+            text.append('[').appendUInt(step.elementIndex()).append(']');
+        } else {
+            if (m_node || !text.isEmpty()) text.append('.');
+            text.append(step.m_name.view());
+        }
+    }
+    return text.take();
+}
+
+bool Input::hasDataType(DataType type) const {
+    return this->type() == AttrType::Buffer && dataType() == type;
+}
+
+DataType Input::dataType() const {
+    if (type() != AttrType::Buffer) return DataType::Null;
+    const DataType declared = declaredType();
+    return declared != DataType::Null ? declared : m_value.asBuffer().type();
+}
+
+bool Input::hasElementType(AttrType type) const {
+    return this->type() == AttrType::Array && (type == AttrType::Null || elementType() == type);
+}
+
+String Input::unit() const {
+    return details() ? details()->unit : String();
+}
+
+String Input::label(String language) const {
+    String text = details() ? textIn(details()->labels, std::move(language)) : String();
+    if (text.isEmpty()) text = name();
+    return text.titleCased(true);
+}
+
+String Input::help(String language) const {
+    return details() ? textIn(details()->helps, std::move(language)) : String();
+}
+
+const AttrDetails* Input::details() const noexcept {
+    return m_extras ? m_extras->details.get() : nullptr;
+}
+
+void Input::setDetails(RefersTo<AttrDetails> details) {
+    extras().details = std::move(details);
+}
+
+const NameIndex<IInput>* Input::listIndex() const noexcept {
+    return m_extras ? m_extras->listIndex.get() : nullptr;
+}
+
+std::unique_ptr<NameIndex<IInput>>& Input::listIndexPlace() {
+    return extras().listIndex;
+}
+
+void Input::dropListIndex() noexcept {
+    if (m_extras) m_extras->listIndex.reset();
+}
+
+void Input::takeListIndex(Input& first) noexcept {
+    if (!first.listIndex()) return;
+    // Mostly the whole block can go along, which takes no memory.
+    if (!m_extras && first.m_extras->isIndexAlone()) {
+        m_extras = std::move(first.m_extras);
+        return;
+    }
+    try {
+        extras().listIndex = std::move(first.m_extras->listIndex);
+    } catch (const std::bad_alloc&) {
+        first.dropListIndex();
+    }
+}
+
+void Input::nodeDestroyed() {
+    letGo();
+}
+
+u64 Input::ownBytes() const {
+    u64 bytes = 0;
+    forEachWithin([&bytes](const Input& input) { bytes += input.bytesAlone(); });
+    return bytes;
+}
+
+u64 Input::bytesAlone() const noexcept {
+    u64 bytes = sizeof(*this) + m_name.size() + m_value.payloadBytes();
+    if (!m_extras) return bytes;
+    bytes += sizeof(InputExtras) + members().size() * sizeof(IInput*);
+    if (stashed()) bytes += sizeof(Value) + stashed()->payloadBytes();
+    return bytes;
+}
+
+void Input::leaveOwner() noexcept {
+    letGo();
+    m_parent = nullptr;
+}
+
+void Input::recordTies() {
+    if (!m_extras || !m_node) return;
+    EditStep step(m_node);
+    if (!step.isRecording()) return;
+    std::vector<Input*> all{this};
+    for (u64 i = 0; i < all.size(); ++i)
+        for (IInput* member : all[i]->members())
+            all.push_back(static_cast<Input*>(member));
+    for (Input* input : all)
+        input->recordLinks(step);
+    // Undo goes from the last record to the first: each finds those before it in place.
+    std::erase_if(all, [](const Input* input) { return !input->sourceOutput(); });
+    std::ranges::stable_sort(all, std::greater(), &Input::sourceRank);
+    for (Input* input : all) {
+        step.prepare<SourceChange>(*input);
+        step.commit();
+    }
+}
+
+void Input::recordLinks(EditStep& step) {
+    if (!m_extras) return;
+    if (m_extras->link.table) {
+        step.prepare<ValueChange>(*this);
+        step.commit();
+    }
+    if (m_extras->stash && m_extras->stash->link.table && !isModified()) {
+        step.prepare<StashChange>(*this);
+        step.commit();
+    }
+}
+
+void Input::showOwnValues() noexcept {
+    forEachWithin([](Input& input) {
+        if (input.isModified()) input.takeStashedBack();
+    });
+}
+
+// Unties the input and what it holds from node, sources and links, telling nobody.
+void Input::letGo() noexcept {
+    if (members().empty()) return untie();
+    forEachWithin([](Input& input) { input.untie(); });
+}
+
+void Input::untie() noexcept {
+    m_node = nullptr;
+    if (!m_extras) return;
+    if (m_extras->source) setSource(nullptr);
+    if (m_extras->link.table) {
+        m_extras->link.table->remove(m_extras->link);
+        m_value = Value(static_cast<INode*>(nullptr));
+    }
+    if (m_extras->stash && m_extras->stash->link.table) dropStash();
+}
+
+void Input::entered(Node* node, Input* holder) {
+    m_parent = holder;
+    setNodeOfAll(node);
+}
+
+void Input::left() {
+    m_parent = nullptr;
+    setNodeOfAll(nullptr);
+}
+
+void Input::setNodeOfAll(Node* node) noexcept {
+    forEachWithin([node](Input& input) { input.m_node = node; });
+}
+
+void Input::exchangeValue(Value& other) {
+    Value before = ownValue();
+    if (isModified()) dropStash();
+    replaceValue(other);
+    other = before;
+    changed(std::move(before));
+}
+
+// Takes no memory, as an input that was ever kept aside has extras.
+void Input::exchangeStash(std::unique_ptr<Stash>& other) {
+    if (!other && !stashed()) return;
+    std::unique_ptr<Stash>& kept = extras().stash;
+    if (kept && kept->link.table) kept->link.table->remove(kept->link);
+    std::swap(kept, other);
+    if (kept) linkStash();
+}
+
+void Input::exchangeSource(Output* output, u64 rank) {
+    const RefersTo<Output> before(sourceOutput());
+    setSource(output, rank);
+    if (m_node) m_node->onInputConnected(this, before.get(), output);
+}
+
+u64 Input::sourceRank() const noexcept {
+    const Output* source = sourceOutput();
+    return source ? source->rankOfTarget(m_extras->sourceSlot) : noIndex;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,227 @@
+#include "kelvo/sdk/impl/graph/input_changes.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+InputChange::InputChange(Input& input)
+    : m_input(&input), m_node(static_cast<Node*>(input.node())) {}
+
+void InputChange::expect(Scene& scene) {
+    scene.expect(static_cast<const IInput*>(m_input.get()));
+}
+
+// An input that has left its node does not tell it any more.
+String InputChange::subject() const {
+    const String path = m_input->path();
+    return m_input->node() || !m_node ? path : m_node->name() + "." + path;
+}
+
+// ---- Values --------------------------------------------------------------------------------
+
+namespace {
+
+// Tells whether an input of a node of the scene leads out of it.
+bool isBarred(const Input& input, const INode* to) {
+    const auto* node = static_cast<const Node*>(input.node());
+    return node && !node->hasLeft() && barBetween(node, to);
+}
+
+// Keeps the node of a link alive.
+RefersTo<INode> linkedBy(const Value& value) {
+    return RefersTo<INode>(value.type() == AttrType::Node ? value.asNode() : nullptr);
+}
+
+} // namespace
+
+ValueChange::ValueChange(Input& input)
+    : InputChange(input), m_other(input.ownValue()), m_linked(linkedBy(m_other)) {}
+
+void ValueChange::flip(Scene& /*scene*/) {
+    m_restored = std::exchange(m_linked, linkedBy(input().ownValue()));
+    Value other = std::exchange(m_other, input().ownValue());
+    input().exchangeValue(other);
+}
+
+// The node that a link leads back to may have come into another scene.
+void ValueChange::settle() {
+    const Value& value = input().ownValue();
+    if (value.type() != AttrType::Node || !isBarred(input(), value.asNode())) return;
+    Value none(static_cast<INode*>(nullptr));
+    input().exchangeValue(none);
+}
+
+const void* ValueChange::valueOwner() const {
+    return m_other.type() != AttrType::Node ? &input() : nullptr;
+}
+
+bool ValueChange::isNothing() const {
+    return m_other.type() != AttrType::Node && m_other == input().ownValue();
+}
+
+u64 ValueChange::bytes() const {
+    return sizeof(*this) + m_other.payloadBytes();
+}
+
+String ValueChange::text() const {
+    return "Set " + subject();
+}
+
+DetailsChange::DetailsChange(Input& input)
+    : InputChange(input), m_other(const_cast<AttrDetails*>(input.details())) {}
+
+void DetailsChange::flip(Scene& /*scene*/) {
+    RefersTo<AttrDetails> now(const_cast<AttrDetails*>(input().details()));
+    input().setDetails(std::exchange(m_other, std::move(now)));
+}
+
+StashChange::StashChange(Input& input) : InputChange(input) {
+    if (!input.stashed()) return;
+    m_other = std::make_unique<Stash>(Stash{*input.stashed(), {}});
+    m_linked = linkedBy(m_other->value);
+}
+
+StashChange::~StashChange() = default;
+
+void StashChange::flip(Scene& /*scene*/) {
+    const Value* const kept = input().stashed();
+    m_restored = std::exchange(m_linked, linkedBy(kept ? *kept : Value()));
+    input().exchangeStash(m_other);
+}
+
+u64 StashChange::bytes() const {
+    return sizeof(*this) + (m_other ? m_other->value.payloadBytes() : 0);
+}
+
+String StashChange::text() const {
+    return "Keep " + subject();
+}
+
+// ---- Connections ---------------------------------------------------------------------------
+
+namespace {
+
+// A node that is in no scene has no other owner here.
+RefersTo<INode> nodeOf(const RefersTo<Output>& output) {
+    return RefersTo<INode>(output ? output->node() : nullptr);
+}
+
+} // namespace
+
+SourceChange::SourceChange(Input& input)
+    : InputChange(input),
+      m_other(input.sourceOutput()),
+      m_otherNode(nodeOf(m_other)),
+      m_rank(input.sourceRank()) {}
+
+SourceChange::SourceChange(Input& input, Output& source, u64 rank)
+    : InputChange(input), m_other(&source), m_otherNode(nodeOf(m_other)), m_rank(rank) {}
+
+void SourceChange::flip(Scene& /*scene*/) {
+    const RefersTo<Output> now = std::exchange(m_other, RefersTo<Output>(input().sourceOutput()));
+    m_restored = std::exchange(m_otherNode, nodeOf(m_other));
+    const u64 rank = std::exchange(m_rank, input().sourceRank());
+    input().exchangeSource(now.get(), rank);
+}
+
+// The holder of a node that had left may have taken the output off it, or given it away.
+void SourceChange::settle() {
+    const Output* source = input().sourceOutput();
+    if (source && (!source->node() || isBarred(input(), source->node())))
+        input().exchangeSource(nullptr, noIndex);
+}
+
+String SourceChange::text() const {
+    return (input().sourceOutput() ? "Connect " : "Disconnect ") + subject();
+}
+
+// ---- Lists ---------------------------------------------------------------------------------
+
+ElementMove::ElementMove(Input& array, u64 from, u64 to)
+    : InputChange(array), m_from(from), m_to(to) {}
+
+void ElementMove::flip(Scene& /*scene*/) {
+    std::swap(m_from, m_to);
+    if (std::max(m_from, m_to) < input().inputCount()) input().moveMember(m_from, m_to);
+}
+
+String ElementMove::text() const {
+    return "Move an element of " + subject();
+}
+
+InputListChange::InputListChange(Input& input, Node* node, Input* holder, u64 index, bool isIn)
+    : InputChange(input), m_owner(node), m_holder(holder), m_index(index), m_isIn(isIn) {}
+
+void InputListChange::takeComments(SceneComments& from) {
+    m_comments = from.take(&input());
+}
+
+void InputListChange::flip(Scene& scene) {
+    m_isIn = !m_isIn;
+    if (std::exchange(m_isPassedOver, false)) return;
+    m_isPassedOver = !(m_isIn ? putIn(scene) : takeOut(scene));
+}
+
+// A node that left may have been changed by its holder: what does not fit any more is passed over.
+// An input whose removal has not come to its end knows its node still.
+bool InputListChange::putIn(Scene& scene) {
+    if (m_holder && m_holder->node() != m_owner.get()) return false;
+    const auto& list = m_holder ? m_holder->members() : m_owner->inputs();
+    const INode* node = input().node();
+    if (node && (node != m_owner.get() || list.contains(&input()))) return false;
+    input().incRef();
+    if (m_holder)
+        m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
+    else
+        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
+    input().entered(m_owner.get(), m_holder.get());
+    scene.comments().putBack(std::move(m_comments));
+    m_owner->onInputAdded(&input());
+    // Nobody hears of a silent one, which modifiers write to all the same.
+    if (input().isSilent()) scene.applyModifiers(m_owner.get());
+    return true;
+}
+
+bool InputListChange::takeOut(Scene& scene) {
+    if (input().node() != m_owner.get()) return false;
+    keepComments([&] { takeComments(scene.comments()); });
+    if (m_holder)
+        m_holder->takeMember(&input());
+    else
+        removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
+    // The list's reference.
+    const auto leaving = RefersTo<Input>::adopt(&input());
+    leaving->showOwnValues();
+    m_owner->onInputRemoved(&input());
+    afterTelling([leaving] { leaving->left(); });
+    return true;
+}
+
+String InputListChange::subject() const {
+    String path = input().path();
+    if (input().node()) return path;
+    const String holder = m_holder ? m_holder->path() : m_owner->name();
+    return path.view().starts_with('[') || path.view().starts_with('.') ? holder + path
+                                                                        : holder + "." + path;
+}
+
+// Only this record keeps a removed input alive, so its bytes count here.
+u64 InputListChange::bytes() const {
+    u64 bytes = sizeof(*this);
+    if (!m_isIn) bytes += input().ownBytes();
+    return bytes;
+}
+
+String InputListChange::text() const {
+    return (m_isIn ? "Add " : "Remove ") + subject();
+}
+
+} // namespace qv::kelvo_sdk::impl

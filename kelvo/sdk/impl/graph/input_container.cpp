@@ -1,0 +1,370 @@
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/departure.h"
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/base/log.h"
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+#include <new>
+#include <tuple>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Reads an element's name: its decimal index, in the one way that it is written.
+bool indexFromName(const String& name, u64& out) noexcept {
+    const std::string_view text = name.view();
+    if (text.empty() || (text.size() > 1 && text[0] == '0')) return false;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+// From here on what comes or goes in front is worth the memory that saves the rest from
+// renumbering.
+constexpr u64 kLongArray = 64;
+
+// Tells whether a move takes an element from one half of a long list to the other, so that it is
+// cheaper to take it out and put it in; sees to it that this needs no memory.
+bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
+    const u64 count = list.size();
+    if (count < kLongArray || (from < to ? to - from : from - to) < count / 2) return false;
+    try {
+        if (list.capacity() < count + kLongArray) list.reserve(2 * count);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+} // namespace
+
+// Takes over the reference on the member and keeps its place in order.
+void Input::adoptMember(Input* member) {
+    auto held = RefersTo<Input>::adopt(member);
+    ds::Vector<IInput*>& list = extras().members;
+    if (isArray()) {
+        member->m_number = firstNumber() + list.size();
+        list.push_back(member);
+    } else {
+        appendToList(list, member);
+    }
+    std::ignore = held.detach();
+    dropHash();
+}
+
+IInput* Input::addMember(Input* member) {
+    return addAndTell(RefersTo<Input>::adopt(member), members().size());
+}
+
+// Observers of the member may take it away, or the whole node: then there is none. Their edits
+// belong to the step, whose end is told too.
+IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
+    const bool isHeld = m_node && m_node->mayCallBack();
+    const RefersTo<Input> self(isHeld ? this : nullptr);
+    const RefersTo<Node> node(isHeld ? m_node : nullptr);
+    {
+        EditStep step(m_node);
+        step.prepare<InputListChange>(*member, m_node, this, index, true);
+        expectNews(m_node, static_cast<const IInput*>(member.get()));
+        putMember(member.get(), index);
+        member->incRef();
+        step.commit();
+        if (m_node) m_node->onInputAdded(member.get());
+    }
+    if (!isHeld) return member.get();
+    const bool isThere = member->m_parent == this && m_node == node.get();
+    return isThere && !node->isLastReference() ? member.get() : nullptr;
+}
+
+// Tells whether something may come, go or move in here, and logs why not.
+bool Input::mayHoldOthers() const {
+    if (!isReadOnly()) return true;
+    logWarning("Cannot change input '%s': it is read-only.", path().buf());
+    return false;
+}
+
+IInput* Input::createInput(String name, AttrType type) {
+    return createChecked(std::move(name), AttrData(type));
+}
+
+IInput* Input::createArray(String name, AttrType elementType) {
+    AttrData definition(AttrType::Array);
+    definition.elementType = elementType;
+    return createChecked(std::move(name), std::move(definition));
+}
+
+// To ask for one that is there is no change.
+IInput* Input::createChecked(String name, AttrData definition) {
+    const bool isNew = (isArray() || isObject()) && !lookUpInput(name);
+    if (isNew && !mayHoldOthers()) return nullptr;
+    return createInput(std::move(name), std::move(definition));
+}
+
+IInput* Input::createInput(String name, AttrData definition) {
+    if (isArray()) return createElement(name, definition);
+    if (isObject()) return createMember(std::move(name), std::move(definition));
+    logError("Cannot create input '%s' in input '%s' (%s): it holds no inputs.", name.buf(),
+             path().buf(), typeName().buf());
+    return nullptr;
+}
+
+// An element that exists is given as it is; only the next one is made.
+IInput* Input::createElement(const String& name, const AttrData& definition) {
+    u64 index = 0;
+    if (definition.type != elementType() || !indexFromName(name, index) ||
+        index > members().size()) {
+        logError("Cannot create %s element '%s' in input '%s' (%s, %llu elements).",
+                 attrTypeName(definition.type), name.buf(), path().buf(), typeName().buf(),
+                 static_cast<unsigned long long>(members().size()));
+        return nullptr;
+    }
+    if (index < members().size()) return members()[index];
+    return addElement(index, definition.elementType);
+}
+
+IInput* Input::createMember(String name, AttrData definition) {
+    if (!name.isSimpleCID()) {
+        logError("Cannot create illegally-named member '%s' in input '%s'.", name.buf(),
+                 path().buf());
+        return nullptr;
+    }
+    if (IInput* existing = lookUpInput(name)) {
+        if (existing->type() == definition.type &&
+            existing->elementType() == definition.elementType)
+            return existing;
+        logWarning("Cannot re-create %s input %s as %s.", existing->typeName().buf(),
+                   existing->path().buf(), attrTypeName(definition.type));
+        return existing;
+    }
+    definition.silent = definition.silent || m_silent;
+    return addMember(new Input(m_node, this, std::move(name), std::move(definition)));
+}
+
+IInput* Input::addElement(u64 index, AttrType elementElementType) {
+    auto element = RefersTo<Input>::adopt(
+        new Input(m_node, this, String(), elementType(), elementElementType));
+    element->setDeclaredType(declaredType());
+    element->m_silent = m_silent;
+    return addAndTell(element, index);
+}
+
+IInput* Input::appendElement() {
+    if (!isArray() || !mayHoldOthers()) return nullptr;
+    return addElement(members().size(), AttrType::Null);
+}
+
+IInput* Input::insertElement(u64 index) {
+    if (!isArray() || index > members().size() || !mayHoldOthers()) return nullptr;
+    return addElement(index, AttrType::Null);
+}
+
+bool Input::moveElement(u64 from, u64 to) {
+    if (!isArray() || from >= members().size() || to >= members().size()) return false;
+    if (from == to) return true;
+    if (!mayHoldOthers()) return false;
+    EditStep step(m_node);
+    step.prepare<ElementMove>(*this, from, to);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    step.commit();
+    moveMember(from, to);
+    return true;
+}
+
+void Input::moveMember(u64 from, u64 to) {
+    ds::Vector<IInput*>& list = m_extras->members;
+    if (isLongWay(list, from, to)) {
+        IInput* const moved = list.extract(from);
+        renumber(from, false);
+        list.insert(to, moved);
+        renumber(to, true);
+    } else {
+        const auto at = [&](u64 place) { return list.begin() + place; };
+        if (from < to)
+            std::rotate(at(from), at(from + 1), at(to + 1));
+        else
+            std::rotate(at(to), at(from), at(from + 1));
+        number(std::min(from, to), std::max(from, to) + 1);
+    }
+    dropHash();
+    changed(Value());
+}
+
+void Input::putMember(Input* member, u64 index) {
+    dropHash();
+    ds::Vector<IInput*>& list = extras().members;
+    if (!isArray()) return insertIntoList(list, index, member);
+    list.insert(index, member);
+    renumber(index, true);
+}
+
+void Input::takeMember(Input* member) {
+    dropHash();
+    ds::Vector<IInput*>& list = m_extras->members;
+    if (!isArray()) return removeFromList(list, indexInList<IInput>(list, member));
+    const u64 index = member->elementIndex();
+    list.remove(index);
+    renumber(index, false);
+    member->m_number = index;
+}
+
+u64 Input::firstNumber() const noexcept {
+    return m_extras && m_extras->rare ? m_extras->rare->firstNumber : 0;
+}
+
+u64 Input::elementIndex() const noexcept {
+    const u64 first = m_parent->firstNumber();
+    if (first == 0) return m_number;
+    const u64 place = m_number - first;
+    const ds::Vector<IInput*>& list = m_parent->members();
+    return place < list.size() && list[place] == this ? place : m_number;
+}
+
+// An element came in at that place, or went from there: numbers those in front of it, or those
+// behind, whichever are less.
+void Input::renumber(u64 place, bool cameIn) noexcept {
+    const u64 count = members().size();
+    if (count >= kLongArray && place < count / 2 && shiftNumbers(cameIn))
+        number(0, cameIn ? place + 1 : place);
+    else
+        number(place, count);
+}
+
+// Elements behind keep their numbers. False, and nothing done, without memory.
+bool Input::shiftNumbers(bool cameIn) noexcept {
+    try {
+        auto& rare = m_extras->rare;
+        if (!rare) rare = std::make_unique<RareExtras>();
+        cameIn ? --rare->firstNumber : ++rare->firstNumber;
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void Input::number(u64 from, u64 end) noexcept {
+    const ds::Vector<IInput*>& list = members();
+    const u64 first = firstNumber();
+    for (u64 i = from; i < end; ++i)
+        static_cast<Input*>(list[i])->m_number = first + i;
+}
+
+u64 Input::placeInList() const noexcept {
+    if (isElement()) return elementIndex();
+    return indexInList<IInput>(m_parent ? m_parent->members() : m_node->inputs(), this);
+}
+
+bool Input::hasInput(u64 index, AttrType type) const {
+    if (index >= members().size()) return false;
+    return type == AttrType::Null || members()[index]->type() == type;
+}
+
+bool Input::hasInput(String name, AttrType type) const {
+    const IInput* member = lookUpInput(name);
+    return member && (type == AttrType::Null || member->type() == type);
+}
+
+u64 Input::inputCount() const {
+    return members().size();
+}
+
+IInput* Input::input(u64 index) {
+    return static_cast<const Input*>(this)->input(index);
+}
+
+IInput* Input::input(u64 index) const {
+    if (index < members().size()) return members()[index];
+    logError("Input index %llu out of range (%llu) for input '%s'.",
+             static_cast<unsigned long long>(index),
+             static_cast<unsigned long long>(members().size()), path().buf());
+    return nullptr;
+}
+
+IInput* Input::input(String path) {
+    return static_cast<const Input*>(this)->input(std::move(path));
+}
+
+IInput* Input::input(String path) const {
+    IInput* member = lookUpInput(path);
+    if (!member) logError("Input '%s' not found in input '%s'.", path.buf(), this->path().buf());
+    return member;
+}
+
+IInput* Input::lookUpInput(const String& name) const noexcept {
+    if (!isArray()) return findInList(members(), name);
+    u64 index = 0;
+    return indexFromName(name, index) && index < members().size() ? members()[index] : nullptr;
+}
+
+bool Input::removeInput(u64 index) {
+    IInput* member = input(index);
+    return member && mayHoldOthers() && removeFound(member);
+}
+
+bool Input::removeInput(String name) {
+    IInput* member = input(std::move(name));
+    return member && mayHoldOthers() && removeFound(member);
+}
+
+bool Input::removeLastInput() {
+    return !members().empty() && mayHoldOthers() && removeFound(members().back());
+}
+
+namespace {
+
+// Takes a member off its holder's list, and lets go of it after everyone was told, so that it can
+// still be read. `placeOf()` is asked when the removal is recorded.
+template<typename PlaceOf>
+void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
+    const RefersTo<Node> held(static_cast<Node*>(holder.node()));
+    EditStep step(held.get());
+    Departure departing(removed);
+    expectNews(held.get(), static_cast<const IInput*>(&removed));
+    if (step.isRecording()) {
+        auto* change =
+            step.prepare<InputListChange>(removed, held.get(), &holder, placeOf(), false);
+        change->takeComments(step.scene().comments());
+    }
+    departing.dropComments();
+    holder.takeMember(&removed);
+    step.commit();
+    departing.offList();
+    if (recordsTies) removed.recordTies();
+    removed.showOwnValues();
+    departing.begin();
+    if (held) held->onInputRemoved(&removed);
+}
+
+} // namespace
+
+// Last to first, so that what is left keeps its names. The ties of all are recorded together, since
+// they end together: so each gets its place among the targets of an output back.
+bool Input::clearInputs() {
+    if (!members().empty() && !mayHoldOthers()) return false;
+    const RefersTo<Input> self(this);
+    NewsHold news;
+    const EditStep step(m_node);
+    recordTies();
+    while (!members().empty())
+        takeOff(*this, static_cast<Input&>(*members().back()), false,
+                [this] { return members().size() - 1; });
+    news.release();
+    return members().empty();
+}
+
+bool Input::removeFound(IInput* member) {
+    auto* removed = static_cast<Input*>(member);
+    takeOff(*this, *removed, true,
+            [&] { return isArray() ? removed->elementIndex() : indexInList(members(), member); });
+    return true;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "kelvo/base/vector.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/index/link_table.h"
+#include "kelvo/sdk/impl/index/name_index.h"
+#include "kelvo/sdk/impl/value/attr_data.h"
+
+#include <memory>
+
+namespace qv::kelvo_sdk::impl {
+
+class Output;
+
+/// A value put aside, which may link to a node.
+struct Stash {
+    Value value;
+    Link link;
+};
+
+/// Parts that hardly any input has.
+struct RareExtras {
+    // Kinds from far outside their enumerations, as they were given.
+    AttrType type = AttrType::Null;
+    AttrType elementType = AttrType::Null;
+    DataType dataType = DataType::Null;
+    /// Of an array: the number of its first element.
+    u64 firstNumber = 0;
+};
+
+/// Parts that few inputs have, kept out of all the others.
+struct InputExtras {
+    RefersTo<AttrDetails> details;
+    ds::Vector<interfaces::IInput*> members;
+    Output* source = nullptr;
+    union {
+        /// Where the source keeps this input.
+        u64 sourceSlot = 0;
+        /// Of an array or object, which has no source: the place that a walk has reached.
+        u64 nextMember;
+    };
+    Link link;
+    std::unique_ptr<Stash> stash;
+    /// Of the list that this input is the first of.
+    std::unique_ptr<NameIndex<interfaces::IInput>> listIndex;
+    std::unique_ptr<RareExtras> rare;
+
+    /// Tells whether there is nothing here but, maybe, an index.
+    [[nodiscard]] bool isIndexAlone() const noexcept {
+        return !details && members.capacity() == 0 && !source && !link.table && !stash && !rare;
+    }
+};
+
+inline constinit const ds::Vector<interfaces::IInput*> noInputs;
+
+inline const ds::Vector<interfaces::IInput*>& Input::members() const noexcept {
+    return m_extras ? m_extras->members : noInputs;
+}
+
+inline Output* Input::sourceOutput() const noexcept {
+    return m_extras ? m_extras->source : nullptr;
+}
+
+} // namespace qv::kelvo_sdk::impl

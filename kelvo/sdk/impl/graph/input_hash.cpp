@@ -1,0 +1,94 @@
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+
+#include "kelvo/base/hash.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// A node counts by its name, or by its type where names do not matter; skipped types not at all.
+u64 nodeHash(const INode* node, const StringVector& skip) {
+    static const String nameKey("__node_name__");
+    if (!node || node->isTypeOf(skip)) return 0;
+    return skip.contains(nameKey, false) ? node->type().hash() : node->name().hash();
+}
+
+u64 nonZero(u64 hash) noexcept {
+    return hash != 0 ? hash : 1;
+}
+
+} // namespace
+
+bool Input::holdsInputs() const noexcept {
+    return isArray() || isObject();
+}
+
+u64 Input::hashWith(const StringVector& skip) const {
+    if (const u64 known = keptHash()) return known;
+    return holdsInputs() ? holderHash(skip) : plainHash(skip);
+}
+
+// Kept unless it depends on other nodes or on `skip`.
+u64 Input::plainHash(const StringVector& skip) const {
+    if (const Output* source = sourceOutput()) {
+        const u64 from = nodeHash(source->node(), skip);
+        return nonZero(hashMix(from, source->ownName().hash()));
+    }
+    if (type() == AttrType::Node) return nodeHash(m_value.asNode(), skip);
+    const u64 hash = m_value.hash();
+    keepHash(hash);
+    return hash;
+}
+
+// Without recursion: each level is an array or object whose members are being added. The hash of
+// one is kept when those of all its members are.
+u64 Input::holderHash(const StringVector& skip) const {
+    struct Level {
+        explicit Level(const Input& of)
+            : input(&of), hash(hashMix(static_cast<u64>(of.type()), of.members().size())) {}
+        void add(const Input& member, u64 memberHash) {
+            if (input->isObject()) hash = hashMix(hash, member.m_name.hash());
+            hash = hashMix(hash, memberHash);
+            isLasting = isLasting && member.keptHash() != 0;
+        }
+        const Input* input;
+        u64 next = 0;
+        u64 hash;
+        bool isLasting = true;
+    };
+    if (members().empty()) return 0;
+    std::vector<Level> open{Level(*this)};
+    for (;;) {
+        Level& level = open.back();
+        const ds::Vector<IInput*>& list = level.input->members();
+        if (level.next < list.size()) {
+            const auto& member = static_cast<const Input&>(*list[level.next++]);
+            if (member.members().empty() || member.keptHash() != 0)
+                level.add(member, member.hashWith(skip));
+            else
+                open.emplace_back(member);
+            continue;
+        }
+        const Level done = level;
+        open.pop_back();
+        if (done.isLasting) done.input->keepHash(nonZero(done.hash));
+        if (open.empty()) return nonZero(done.hash);
+        open.back().add(*done.input, nonZero(done.hash));
+    }
+}
+
+// The holder of an input without a known hash has none either.
+void Input::dropHash() noexcept {
+    for (Input* input = this; input; input = input->m_parent) {
+        if (input->m_hash.load(std::memory_order_relaxed) == 0) return;
+        input->m_hash.store(0, std::memory_order_relaxed);
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

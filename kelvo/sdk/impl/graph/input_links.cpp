@@ -1,0 +1,223 @@
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/connection_loop.h"
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/value/conversion.h"
+
+#include "kelvo/base/log.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+IOutput* Input::source() const {
+    return sourceOutput();
+}
+
+bool Input::takes(const Output& output) const noexcept {
+    if (output.type() != AttrType::Buffer || type() != AttrType::Buffer)
+        return kindsConvert(output.type(), type());
+    return dataType() == DataType::Null || dataType() == output.dataType();
+}
+
+namespace {
+
+// Returns the scene that a node stands in, null for none.
+Scene* homeOf(const INode& node) noexcept {
+    auto* scene = static_cast<Scene*>(static_cast<const Node&>(node).liveScene());
+    return scene && scene->contains(node) ? scene : nullptr;
+}
+
+} // namespace
+
+const char* barBetween(const INode* from, const INode* to) noexcept {
+    if (!from || !to || from == to) return nullptr;
+    const auto &node = static_cast<const Node&>(*from), &target = static_cast<const Node&>(*to);
+    const bool isOut = node.hasLeft(), isToOut = target.hasLeft();
+    if (isOut == isToOut && node.liveScene() == target.liveScene()) return nullptr;
+    const Scene *home = homeOf(*from), *toHome = homeOf(*to);
+    if (home == toHome) return nullptr;
+    if (isOut) return "its node was removed from its scene";
+    if (isToOut) return "that node was removed from its scene";
+    return home && toHome ? "the two nodes belong to different scenes" : nullptr;
+}
+
+namespace {
+
+// Returns why an input of a node may not read an output; null when it may.
+const char* barTo(const Output& output, const INode* from) noexcept {
+    if (from && output.hasLeft()) return "that output was removed from its node";
+    return barBetween(from, output.node());
+}
+
+} // namespace
+
+bool Input::mayLinkTo(const INode* node) const {
+    const char* bar = barBetween(m_node, node);
+    if (bar)
+        logWarning("Cannot link input '%s' to node '%s': %s.", path().buf(), node->name().buf(),
+                   bar);
+    return !bar;
+}
+
+bool Input::connect(IOutput* output) {
+    auto* after = static_cast<Output*>(output);
+    Output* before = sourceOutput();
+    if (!after) {
+        disconnect();
+        return true;
+    }
+    if (after == before) return true;
+    if (!takes(*after)) {
+        logWarning("Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
+                   path().buf(), typeName().buf(), after->path().buf(), after->typeName().buf());
+        return false;
+    }
+    if (const char* bar = barTo(*after, m_node)) {
+        logWarning("Cannot connect input '%s' to output '%s': %s.", path().buf(),
+                   after->path().buf(), bar);
+        return false;
+    }
+    if (closesLoop(*after, *this)) {
+        logWarning("Cannot connect input '%s' to output '%s': this closes the loop %s.",
+                   path().buf(), after->path().buf(), loopText(*after, *this).buf());
+        return false;
+    }
+    EditStep step(m_node);
+    step.prepare<SourceChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    setSource(after);
+    step.commit();
+    if (m_node) m_node->onInputConnected(this, before, after);
+    return true;
+}
+
+bool Input::disconnect() {
+    Output* before = sourceOutput();
+    if (!before) return false;
+    // The handle lets observers read the output even when this was the last tie to it.
+    const RefersTo<Output> held(before);
+    EditStep step(m_node);
+    step.prepare<SourceChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    setSource(nullptr);
+    step.commit();
+    if (m_node) m_node->onInputConnected(this, before, nullptr);
+    return true;
+}
+
+// Keeps both ends right and tells nobody. Does not fail when it ends a connection.
+void Input::setSource(Output* output, u64 rank) {
+    if (sourceOutput() == output) return;
+    InputExtras& own = extras();
+    if (output) output->makeRoom();
+    if (own.source) own.source->removeTarget(own.sourceSlot);
+    own.source = output;
+    if (output) own.sourceSlot = output->addTarget(this, rank);
+    dropHash();
+}
+
+// The history owns the node of what it records, which one that ends cannot be.
+const Node* Input::recorder(const INode* other) const {
+    return m_node && m_node->isEnding() ? nullptr : static_cast<const Node*>(other);
+}
+
+// The output ends its connections, of which this is the last. Undo could not bring back the output
+// of a node that is in no scene.
+void Input::endSource(Output& output, bool isRecorded) {
+    EditStep step(isRecorded ? recorder(output.node()) : nullptr);
+    step.prepare<SourceChange>(*this, output, output.targetCount() - 1);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    output.takeLastTarget();
+    m_extras->source = nullptr;
+    step.commit();
+    if (m_node) m_node->onInputConnected(this, &output, nullptr);
+}
+
+void Input::dropSource() noexcept {
+    m_extras->source = nullptr;
+    if (m_node) m_node->setDirty(true);
+}
+
+// Keeps the place of the value that is kept aside, as `linkTo` does for the other.
+void Input::linkStash() {
+    Stash& kept = *m_extras->stash;
+    INode* node = kept.value.type() == AttrType::Node ? kept.value.asNode() : nullptr;
+    if (!node || kept.link.table) return;
+    Scene* scene = homeOf(*node);
+    kept.link.input = this;
+    (scene ? scene->stashLinks() : LinkTable::keptOfFreeNodes()).add(kept.link, node);
+}
+
+// Keeps the place of this input among those that link to a node.
+void Input::linkTo(INode* node) {
+    if (!node && !m_extras) return;
+    Link& link = extras().link;
+    if (link.table) link.table->remove(link);
+    if (!node) return;
+    Scene* scene = homeOf(*node);
+    link.input = this;
+    (scene ? scene->links() : LinkTable::ofFreeNodes()).add(link, node);
+}
+
+// The node leaves, so that even a read-only input lets it go. What is kept aside is the user's, and
+// so is the change. Undo could not bring back a link to a node that is in no scene.
+void Input::relink(const INode& from, INode* to) {
+    const Value* kept = stashed();
+    const bool isKept = kept && kept->type() == AttrType::Node && kept->asNode() == &from;
+    const bool isHeld = linkedNode(*this) == &from;
+    if (!isKept && !isHeld) return;
+    EditStep step(recorder(&from));
+    expectNews(m_node, static_cast<const IInput*>(this));
+    // A change in between would take the room that is made ready here.
+    const bool isUsers = isModified();
+    if (isKept && !isUsers) relinkStash(from, to);
+    if (isUsers ? isKept : isHeld) step.prepare<ValueChange>(*this);
+    if (isKept && isUsers) relinkStash(from, to);
+    if (isHeld) {
+        Value value(to);
+        replaceValue(value);
+    }
+    step.commit();
+    changed(Value(const_cast<INode*>(&from)));
+}
+
+// Recorded where the node that the link leads away from is: this input's may be out of the scene.
+void Input::relinkStash(const INode& from, INode* to) {
+    EditStep step(isUpToModifiers() ? nullptr : recorder(&from));
+    step.prepare<StashChange>(*this);
+    replaceStash(Value(to));
+    step.commit();
+}
+
+void Input::dropLink() noexcept {
+    Link& link = m_extras->link;
+    link.table->remove(link);
+    forgetLink();
+    if (m_node) m_node->setDirty(true);
+}
+
+void Input::dropStashedLink() noexcept {
+    Link& link = m_extras->stash->link;
+    link.table->remove(link);
+    forgetStashedLink();
+}
+
+void Input::forgetLink() noexcept {
+    m_value = Value(static_cast<INode*>(nullptr));
+}
+
+void Input::forgetStashedLink() noexcept {
+    m_extras->stash->value = Value(static_cast<INode*>(nullptr));
+}
+
+void Input::redirect(INode* link, Output* source, u64 rank) {
+    setSource(source, rank);
+    if (type() != AttrType::Node || m_value.asNode() == link) return;
+    linkTo(link);
+    m_value = Value(link);
+}
+
+} // namespace qv::kelvo_sdk::impl

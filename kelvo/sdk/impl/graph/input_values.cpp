@@ -1,0 +1,439 @@
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/record_scope.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/value/conversion.h"
+#include "kelvo/sdk/impl/value/value_refusal.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/interfaces/i_scene.h"
+
+#include "kelvo/base/log.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace qv::kelvo_sdk::impl {
+
+Value Input::defaultValue() const {
+    Value value;
+    if (details() && convertValue(details()->defaultValue, type(), value)) return value;
+    return Value::zero(type());
+}
+
+// Tells whether a value of the input's kind may be stored, and logs why not.
+bool Input::writable(const Value& value) const {
+    if (value.type() == AttrType::Node && !mayLinkTo(value.asNode())) return false;
+    if (isReadOnly()) {
+        logWarning("Cannot set input '%s': it is read-only.", path().buf());
+        return false;
+    }
+    if (!details() || details()->accepts(value)) return true;
+    logWarning("Cannot set input '%s' to '%s': the value %s", path().buf(),
+               valueToText(value).buf(), refusalReason(*details(), value).buf());
+    return false;
+}
+
+namespace {
+
+// A change of the user's amid those that modifiers made of a node.
+class UserEdit {
+public:
+    explicit UserEdit(Node& node) : m_node(&node) { m_node->endModification(); }
+    ~UserEdit() { m_node->beginModification(); }
+    UserEdit(const UserEdit&) = delete;
+    UserEdit& operator=(const UserEdit&) = delete;
+
+private:
+    RefersTo<Node> m_node;
+};
+
+} // namespace
+
+// Stores a value of the input's kind and tells everyone what was there before.
+bool Input::store(Value value) {
+    if (isUpToModifiers()) return storeModified(std::move(value));
+    if (m_value == value) return true;
+    if (!writable(value)) return false;
+    EditStep step(m_node);
+    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    replaceValue(value);
+    step.commit();
+    changed(std::move(value));
+    return true;
+}
+
+// Leaves the value before in `value`.
+void Input::replaceValue(Value& value) {
+    if (type() == AttrType::Node) linkTo(value.asNode());
+    std::swap(m_value, value);
+    dropHash();
+}
+
+// Asked for every value set: hardly any input gets past the first line.
+bool Input::isUpToModifiers() const {
+    if (!m_node || !(m_node->modifying() || stashed())) return false;
+    const auto* scene = static_cast<const Scene*>(m_node->liveScene());
+    return scene && scene->isModified(*m_node);
+}
+
+bool Input::isModified() const {
+    return stashed() && isUpToModifiers();
+}
+
+// The scene reports the values that modifiers write when all have written. Every other value is the
+// user's and replaces the one that is kept aside; the node is modified again after that.
+bool Input::storeModified(Value value) {
+    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
+    const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
+    const Value before = isModifiers ? m_value : ownValue();
+    if (before == value) return true;
+    if (!writable(value)) return false;
+    if (isModifiers) {
+        modifiers.noteWrite(*this);
+        stash();
+        replaceValue(value);
+        return true;
+    }
+    EditStep step(m_node);
+    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    dropStash();
+    replaceValue(value);
+    step.commit();
+    changed(before);
+    return true;
+}
+
+void Input::changed(Value before) {
+    if (!m_node) return;
+    // Who is told may remove the node that a link led to.
+    const RefersTo<INode> linked(before.type() == AttrType::Node ? before.asNode() : nullptr);
+    AttrData previous(type());
+    previous.elementType = elementType();
+    previous.dataType = declaredType();
+    previous.silent = m_silent;
+    previous.readOnly = m_readOnly;
+    previous.value = std::move(before);
+    if (!m_node->modifying() || !isUpToModifiers()) return m_node->onInputChanged(this, &previous);
+    const UserEdit edit(*m_node);
+    m_node->onInputChanged(this, &previous);
+}
+
+bool Input::setValue(const Value& value) {
+    if (value.type() == AttrType::Buffer && type() == AttrType::Buffer) {
+        const DataType declared = declaredType();
+        const DataType given = value.asBuffer().type();
+        if (declared != DataType::Null && given != declared) return false;
+        return store(value);
+    }
+    if (value.type() == type()) return value.isNull() ? false : store(value);
+    Value converted;
+    return convertValue(value, type(), converted) && store(std::move(converted));
+}
+
+bool Input::setReadOnlyValue(const Value& value) {
+    const RefersTo<Input> self(this);
+    struct Lifted {
+        explicit Lifted(Input& of)
+            : input(of), isMarked(of.m_readOnly), isHeld(of.m_isHeldReadOnly) {
+            input.m_readOnly = input.m_isHeldReadOnly = false;
+        }
+        ~Lifted() {
+            input.m_readOnly = isMarked;
+            input.m_isHeldReadOnly = isHeld;
+        }
+        Input& input;
+        bool isMarked;
+        bool isHeld;
+    } const lifted(*this);
+    return setValue(value);
+}
+
+template<typename T>
+bool Input::setPlain(AttrType kind, const T& value) {
+    if (type() == kind) return store(Value(value));
+    return setValue(Value(value));
+}
+
+bool Input::setBool(bool value) {
+    return setPlain(AttrType::Bool, value);
+}
+bool Input::setInt(i64 value) {
+    return setPlain(AttrType::Int, value);
+}
+bool Input::setUInt(u64 value) {
+    return setPlain(AttrType::UInt, value);
+}
+bool Input::setReal(double value) {
+    return setPlain(AttrType::Real, value);
+}
+bool Input::setVec2(const math::Vec2d& value) {
+    return setPlain(AttrType::Vec2, value);
+}
+bool Input::setVec3(const math::Vec3d& value) {
+    return setPlain(AttrType::Vec3, value);
+}
+bool Input::setVec4(const math::Vec4d& value) {
+    return setPlain(AttrType::Vec4, value);
+}
+bool Input::setPos2(const math::Pos2d& value) {
+    return setPlain(AttrType::Pos2, value);
+}
+bool Input::setPos3(const math::Pos3d& value) {
+    return setPlain(AttrType::Pos3, value);
+}
+bool Input::setQuat(const math::Quatd& value) {
+    return setPlain(AttrType::Quat, value);
+}
+bool Input::setRgba(const math::Rgbad& value) {
+    return setPlain(AttrType::Rgba, value);
+}
+bool Input::setMat3(const math::Mat3d& value) {
+    return setPlain(AttrType::Mat3, value);
+}
+bool Input::setMat4(const math::Mat4d& value) {
+    return setPlain(AttrType::Mat4, value);
+}
+
+bool Input::setString(String value) {
+    if (type() == AttrType::String) return store(Value(std::move(value)));
+    if (type() == AttrType::Node) {
+        if (value.isEmpty()) return setNode(nullptr);
+        interfaces::IScene* scene = m_node ? m_node->scene() : nullptr;
+        INode* node = scene ? scene->findNode(std::move(value)) : nullptr;
+        return node && setNode(node);
+    }
+    Value read;
+    return valueFromText(value, type(), dataType(), read) && setValue(read);
+}
+
+bool Input::setNode(INode* node) {
+    return type() == AttrType::Node && store(Value(node));
+}
+
+bool Input::setBuffer(BufferView value) {
+    if (type() != AttrType::Buffer) return false;
+    if (value.count != 0 && (!value.data || value.type == DataType::Null)) return false;
+    return setValue(Value(Buffer(value.type, value.data, value.count)));
+}
+
+namespace {
+
+// Makes a value one of that kind, if it is not.
+bool becomes(AttrType kind, Value& value) {
+    if (value.type() == kind) return true;
+    Value converted;
+    if (!convertValue(value, kind, converted)) return false;
+    value = std::move(converted);
+    return true;
+}
+
+} // namespace
+
+// Evaluates what the input is connected to. The value goes through the input's own kind.
+bool Input::readSource(AttrType kind, void* ctx, Value& out) const {
+    const AttrType own = type();
+    // A callback that is asked may take the output away, and this input.
+    const RefersTo<Output> source(sourceOutput());
+    out = source->evaluate(ctx);
+    if (out.isNull() || !becomes(own, out) || !becomes(kind, out)) return false;
+    if (kind == AttrType::Buffer) source->hold(out.asBuffer());
+    return true;
+}
+
+template<typename T, typename Get>
+bool Input::readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const {
+    const bool isConnected = evaluate && m_extras && m_extras->source;
+    if (type() == kind && !isConnected) {
+        out = get(m_value);
+        return true;
+    }
+    Value value;
+    const bool isRead =
+        isConnected ? readSource(kind, ctx, value) : convertValue(m_value, kind, value);
+    if (isRead) out = get(value);
+    return isRead;
+}
+
+bool Input::readBool(bool& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Bool, out, evaluate, ctx, [](const Value& v) { return v.asBool(); });
+}
+bool Input::readInt(i64& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Int, out, evaluate, ctx, [](const Value& v) { return v.asInt(); });
+}
+bool Input::readUInt(u64& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::UInt, out, evaluate, ctx, [](const Value& v) { return v.asUInt(); });
+}
+bool Input::readReal(double& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Real, out, evaluate, ctx, [](const Value& v) { return v.asReal(); });
+}
+
+namespace {
+
+// The maths types are their doubles, in order.
+template<typename T>
+T fromReals(const Value& value) noexcept {
+    static_assert(sizeof(T) % sizeof(double) == 0 && std::is_trivially_copyable_v<T>);
+    T result;
+    std::copy_n(reinterpret_cast<const char*>(value.reals()), sizeof(T),
+                reinterpret_cast<char*>(&result));
+    return result;
+}
+
+} // namespace
+
+bool Input::readVec2(math::Vec2d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Vec2, out, evaluate, ctx, fromReals<math::Vec2d>);
+}
+bool Input::readVec3(math::Vec3d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Vec3, out, evaluate, ctx, fromReals<math::Vec3d>);
+}
+bool Input::readVec4(math::Vec4d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Vec4, out, evaluate, ctx, fromReals<math::Vec4d>);
+}
+bool Input::readPos2(math::Pos2d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Pos2, out, evaluate, ctx, fromReals<math::Pos2d>);
+}
+bool Input::readPos3(math::Pos3d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Pos3, out, evaluate, ctx, fromReals<math::Pos3d>);
+}
+bool Input::readQuat(math::Quatd& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Quat, out, evaluate, ctx, fromReals<math::Quatd>);
+}
+bool Input::readRgba(math::Rgbad& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Rgba, out, evaluate, ctx, fromReals<math::Rgbad>);
+}
+bool Input::readMat3(math::Mat3d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Mat3, out, evaluate, ctx, fromReals<math::Mat3d>);
+}
+bool Input::readMat4(math::Mat4d& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Mat4, out, evaluate, ctx, fromReals<math::Mat4d>);
+}
+bool Input::readString(String& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::String, out, evaluate, ctx,
+                  [](const Value& v) { return v.asString(); });
+}
+bool Input::readNode(INode*& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Node, out, evaluate, ctx, [](const Value& v) { return v.asNode(); });
+}
+bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
+    return readAs(AttrType::Buffer, out, evaluate, ctx, [](const Value& v) {
+        const Buffer& buffer = v.asBuffer();
+        return BufferView{buffer.type(), buffer.data(), buffer.count()};
+    });
+}
+
+bool Input::reset() {
+    if (!isObject()) return resetAlone();
+    NewsHold news;
+    const EditStep step(m_node);
+    bool done = true;
+    InputWalk inside(members());
+    while (Input* member = inside.next()) {
+        if (member->isArray()) inside.leaveOut();
+        if (!member->isObject()) done = member->resetAlone() && done;
+    }
+    news.release();
+    return done;
+}
+
+bool Input::resetAlone() {
+    if (isArray()) return clearInputs();
+    return type() != AttrType::Null && store(defaultValue());
+}
+
+bool Input::isDefault() const {
+    return !firstChanged();
+}
+
+const Input* Input::firstChanged() const {
+    if (!isDefaultAlone()) return this;
+    InputWalk inside(members());
+    while (const Input* member = inside.next())
+        if (!member->isDefaultAlone()) return member;
+    return nullptr;
+}
+
+bool Input::isDefaultAlone() const {
+    if (sourceOutput() || (stashed() && !isModified())) return false;
+    if (isArray()) return members().empty();
+    return isObject() || ownValue() == defaultValue();
+}
+
+void Input::stash() {
+    if (!stashed() && !isArray() && !isObject()) setStashed(m_value);
+}
+
+// Nobody hears of the value before the kept one is gone; without memory, or when the value is
+// refused, that stays. On an input that modifiers write to, it is the user's and stays as well.
+bool Input::unstash() {
+    if (!stashed()) return false;
+    const Value kept = *stashed();
+    if (isUpToModifiers()) return setValue(kept);
+    const RefersTo<Scene> scene(m_node ? static_cast<Scene*>(m_node->liveScene()) : nullptr);
+    std::optional<RecordScope> record;
+    if (scene) record.emplace(*scene);
+    NewsHold news;
+    EditStep step(m_node);
+    if (!setValue(kept)) return false;
+    step.prepare<StashChange>(*this);
+    dropStash();
+    step.commit();
+    news.release();
+    return true;
+}
+
+std::unique_ptr<Stash> Input::takeStashedBack() noexcept {
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    auto stash = std::move(m_extras->stash);
+    Value kept = stash->value;
+    replaceValue(kept);
+    return stash;
+}
+
+void Input::showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept {
+    Value shown = value;
+    replaceValue(shown);
+    dropStash();
+    if (!kept) return;
+    m_extras->stash = std::move(kept);
+    linkStash();
+}
+
+void Input::dropStash() noexcept {
+    if (!stashed()) return;
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    m_extras->stash.reset();
+}
+
+const Value* Input::stashed() const noexcept {
+    return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
+}
+
+// A value that is kept already gives its memory to the new one.
+void Input::replaceStash(Value value) {
+    if (!stashed()) extras().stash = std::make_unique<Stash>();
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    m_extras->stash->value = std::move(value);
+    linkStash();
+}
+
+void Input::setStashed(Value value) {
+    EditStep step(isUpToModifiers() ? nullptr : m_node);
+    step.prepare<StashChange>(*this);
+    replaceStash(std::move(value));
+    step.commit();
+}
+
+} // namespace qv::kelvo_sdk::impl

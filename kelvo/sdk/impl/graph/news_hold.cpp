@@ -1,0 +1,83 @@
+#include "kelvo/sdk/impl/graph/news_hold.h"
+
+#include "kelvo/base/log.h"
+
+namespace qv::kelvo_sdk::impl {
+
+thread_local constinit NewsHold* NewsHold::s_current = nullptr;
+
+thread_local constinit bool CertainTelling::s_isOn = false;
+
+void NewsHold::add(std::unique_ptr<News> news) noexcept {
+    if (isMuted()) return;
+    News* const added = news.get();
+    (m_last ? m_last->m_next : m_first) = std::move(news);
+    m_last = added;
+}
+
+std::unique_ptr<NewsHold::News> NewsHold::takeFirst(std::unique_ptr<News>& from) noexcept {
+    auto first = std::move(from);
+    from = std::move(first->m_next);
+    return first;
+}
+
+// One after the other: there may be more than a recursion stands.
+void NewsHold::dropSince(const Mark& mark) noexcept {
+    NewsHold* const hold = s_current;
+    if (!hold) return;
+    auto* const last = hold == mark.hold ? const_cast<News*>(mark.last) : nullptr;
+    auto dropped = std::move(last ? last->m_next : hold->m_first);
+    hold->m_last = last;
+    while (dropped)
+        dropped = std::move(dropped->m_next);
+}
+
+void NewsHold::begin() noexcept {
+    s_current = this;
+}
+
+// From here on nothing is held back: who is told may begin changes of its own.
+void NewsHold::release() {
+    if (!m_isOutermost) return;
+    s_current = m_before;
+    if (!m_first) return;
+    const CertainTelling certain;
+    AllCalls calls;
+    m_last = nullptr;
+    for (auto kept = std::move(m_first); kept;) {
+        const auto news = takeFirst(kept);
+        calls.make([&] { news->tell(); });
+    }
+    calls.end();
+}
+
+void NewsHold::end() noexcept {
+    try {
+        release();
+    } catch (...) {
+        logLost("after a change that failed");
+    }
+}
+
+void logNoMemory(const char* sentence) noexcept {
+    try {
+        logError("%s", sentence);
+    } catch (...) {
+    }
+}
+
+// A log handler may throw as well, and there is nobody left to tell.
+void logLost(const char* where) noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& thrown) {
+            logError("An exception of an observer was lost %s: %s.", where, thrown.what());
+        } catch (...) {
+            logError("An exception of an observer was lost %s.", where);
+        }
+    } catch (...) {
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

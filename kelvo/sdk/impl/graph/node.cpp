@@ -1,0 +1,124 @@
+// ---- Object and lifetime ---------------------------------------------------------------
+// A node starts with one reference and tells nobody that it exists. It holds a reference on its
+// inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
+// who read it or link to it were told; from then on nobody hears of it. The number of live
+// nodes changes last in construction, and before the members go in destruction.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/help/missing_icon.h"
+#include "kelvo/sdk/impl/index/link_table.h"
+
+#include "kelvo/base/log.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_sdk::impl {
+
+std::atomic<i32> Node::s_instCount = 0;
+const String Node::s_missingSvgIcon(missingIcon(), 0);
+
+Node::Node() : Node(nullptr, String(), String()) {}
+
+Node::Node(IScene* scene, String type, String name)
+    : m_scene(scene), m_type(std::move(type)), m_name(std::move(name)) {
+    m_refCount.fetch_add(1);
+    s_instCount.fetch_add(1);
+}
+
+namespace {
+
+// References that a node's free callback takes and drops never come near 0.
+constexpr i32 countOfDying = 1 << 30;
+
+} // namespace
+
+Node::~Node() {
+    m_destroying = true;
+    m_refCount = countOfDying;
+    {
+        const std::lock_guard lock(m_observerMutex);
+        m_observers.release();
+    }
+    // A callback that throws ends the process: nobody could mend here what it left half done.
+    if (m_nodeFree) m_nodeFree(this, &m_data);
+    if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
+    // Every owner link goes before anything else does, so that no attribute reaches this node.
+    for (IInput* input : m_inputs)
+        static_cast<Input*>(input)->clearNode();
+    for (IOutput* output : m_outputs)
+        static_cast<Output*>(output)->clearNode();
+    dropReferences();
+    for (IInput* input : m_inputs)
+        static_cast<Input*>(input)->nodeDestroyed();
+    for (IInput* input : m_inputs)
+        static_cast<Input*>(input)->decRef();
+    for (IOutput* output : m_outputs)
+        static_cast<Output*>(output)->decRef();
+    if (m_layout) m_layout->decRef();
+    m_layout = nullptr;
+    s_instCount.fetch_sub(1);
+}
+
+void Node::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Node::decRef() {
+    if (m_refCount.fetch_sub(1) != 1) return;
+    if (isReferredTo()) {
+        m_refCount.fetch_add(1);
+        endReferences();
+        if (m_refCount.fetch_sub(1) != 1) return;
+    }
+    delete this;
+}
+
+// Nodes of a scene lose what refers to them when they leave it.
+bool Node::isReferredTo() const noexcept {
+    const auto isRead = [](const IOutput* output) {
+        return !static_cast<const Output*>(output)->isFree();
+    };
+    if (std::ranges::any_of(m_outputs, isRead)) return true;
+    return LinkTable::hasFreeLinks() &&
+           (LinkTable::ofFreeNodes().first(this) || LinkTable::keptOfFreeNodes().first(this));
+}
+
+// While the node can still be looked at: whoever is told may even keep it.
+void Node::endReferences() noexcept {
+    try {
+        NewsHold news;
+        for (IOutput* output : m_outputs)
+            static_cast<Output*>(output)->disconnectTargets();
+        for (LinkTable* links : {&LinkTable::ofFreeNodes(), &LinkTable::keptOfFreeNodes()})
+            while (Input* input = links->first(this))
+                input->relink(*this, nullptr);
+        news.release();
+    } catch (...) {
+        logLost("at the end of a node");
+    }
+}
+
+// References that came meanwhile, or lead to a node that is not counted, end unheard.
+void Node::dropReferences() noexcept {
+    for (IOutput* output : m_outputs)
+        static_cast<Output*>(output)->dropTargets();
+    if (!LinkTable::hasFreeLinks()) return;
+    while (Input* input = LinkTable::ofFreeNodes().first(this))
+        input->dropLink();
+    while (Input* input = LinkTable::keptOfFreeNodes().first(this))
+        input->dropStashedLink();
+}
+
+IScene* Node::scene() const {
+    return m_scene;
+}
+
+} // namespace qv::kelvo_sdk::impl
+
+qv::i64 impl_nodeInstanceCount() {
+    return qv::kelvo_sdk::impl::Node::s_instCount.load();
+}

@@ -1,0 +1,384 @@
+#pragma once
+
+#include "kelvo/base/hash_map.h"
+#include "kelvo/base/math.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/base/vector.h"
+#include "kelvo/sdk/impl/value/attr_data.h"
+#include "kelvo/sdk/interfaces/i_layout.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/interfaces/node_callbacks.h"
+#include "kelvo/sdk/lib_info.h"
+#include "kelvo/sdk/path_parser.h"
+
+#include <atomic>
+#include <mutex>
+
+/// Returns the number of node objects alive in the process.
+extern "C" QV_EXPORT qv::i64 impl_nodeInstanceCount();
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInput;
+using interfaces::ILayout;
+using interfaces::INode;
+using interfaces::IOutput;
+using interfaces::IScene;
+using interfaces::NodeObserver;
+
+class Input;
+class LibInfo;
+class Output;
+
+/// The one implementation of a node. The contract of its operations stands in `INode`; here stand
+/// the laws of the rooms, each room being one source file and one test.
+///
+///     Object and lifetime   node.cpp             construction, destruction, counting, statics
+///     Type and naming       node_type.cpp        types, names, labels, layout, meta input
+///     Attribute creation    node_create.cpp      names checked, attributes created or reused
+///     Attribute look-up     node_find.cpp        by index, name, pointer
+///     Attribute removal     node_remove.cpp      one, the last, all
+///     Input paths           node_input_path.cpp  paths walked and searched
+///     File paths            node_file_path.cpp   nodes that stand for a file
+///     Hierarchy             node_hierarchy.cpp   children, parenting
+///     Node paths            node_routes.cpp      chains of nodes to others
+///     State                 node_state.cpp       dirty flag, dependencies, hash
+///     Observers             node_observers.cpp   the list
+///     Notifications         node_notify.cpp      who is told, in which order
+///     Library               node_library.cpp     definition bound, callbacks called
+///     Stash                 node_stash.cpp       inputs that modifiers act on
+///     Copies                node_clone.cpp       clone, convert
+///     Presentation          node_present.cpp     text, icon, help page
+class QV_EXPORT Node : public INode {
+public:
+    // ---- Object and lifetime ---------------------------------------------------------------
+    // A node starts with one reference and tells nobody that it exists. It holds a reference on its
+    // inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
+    // who read it or link to it were told; from then on nobody hears of it. The number of live
+    // nodes changes last in construction, and before the members go in destruction.
+
+    Node();
+    Node(IScene* scene, String type, String name);
+    ~Node() override;
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    void incRef() override;
+    void decRef() override;
+    [[nodiscard]] IScene* scene() const override;
+    /// Returns the scene of a node that lives; null in its destructor, when the scene may be gone.
+    [[nodiscard]] IScene* liveScene() const noexcept { return m_destroying ? nullptr : m_scene; }
+    /// Tells whether the node is in its destructor, where nobody may keep it any more.
+    [[nodiscard]] bool isEnding() const noexcept { return m_destroying; }
+    /// Tells whether the caller's is the only reference.
+    [[nodiscard]] bool isLastReference() const noexcept { return m_refCount.load() == 1; }
+    /// Tells whether the node was in a scene that it is out of now.
+    [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
+
+    /// A plain flag, no counter: the first `endModification` clears it.
+    [[nodiscard]] bool modifying() const noexcept { return m_modifying; }
+    void beginModification() noexcept { m_modifying = true; }
+    void endModification() noexcept { m_modifying = false; }
+
+    // ---- Type and naming -------------------------------------------------------------------
+    // The type, bases and names of a node. Only the bases listed here count; nothing walks theirs.
+
+    IInput* meta() const override;
+    [[nodiscard]] String type() const override;
+    [[nodiscard]] StringVector bases() const override;
+    [[nodiscard]] bool isAbstract() const override;
+    [[nodiscard]] bool isInternal() const override;
+    [[nodiscard]] bool isTypeOf(String type) const override;
+    [[nodiscard]] bool isTypeOf(StringVector types) const override;
+    /// As `isTypeOf`, without copies of the names.
+    [[nodiscard]] bool hasType(const String& type) const noexcept;
+    [[nodiscard]] bool hasTypeIn(const StringVector& types) const noexcept;
+    [[nodiscard]] String typeDesc() const override;
+    [[nodiscard]] String name() const override;
+    [[nodiscard]] String label(String language) const override;
+    [[nodiscard]] String help(String language) const override;
+    [[nodiscard]] ILayout* layout() const override;
+    void setLayout(ILayout* layout) override;
+    [[nodiscard]] String displayName() const override;
+    bool setDisplayName(String name) override;
+    [[nodiscard]] String nodeDefPath() const override;
+
+    /// For whoever builds nodes from definitions.
+    void setBases(StringVector bases, bool isAbstract, bool isInternal);
+    void setLabel(String language, String text);
+    void setHelp(String language, String text);
+    void setSvgIcon(String svg);
+    /// For the scene alone: it keeps names unique and tells observers.
+    void setName(String name);
+    /// For the scene alone: null when it lets the node go.
+    void setScene(IScene* scene) noexcept { m_scene = scene; }
+    void setHasLeft(bool hasLeft) noexcept { m_hasLeft = hasLeft; }
+
+    // ---- Attribute creation ----------------------------------------------------------------
+    // Asking again for an attribute of the same name and kind gives the one there is; a refused
+    // re-creation warns and gives it too. Only an illegal name gives null. A new attribute makes
+    // the node dirty, is appended, and is announced, in this order.
+
+    IInput* createInput(String name, AttrType type) override;
+    IInput* createInput(String name, AttrData data);
+    IInput* createArray(String name, AttrType elementType) override;
+    IOutput* createOutput(String name, AttrType type) override;
+    /// Returns the input that a creator must return instead of making one, or null.
+    IInput* checkExistingInput(String name, AttrType type, AttrType elementType,
+                               DataType dataType) const;
+    IOutput* checkExistingOutput(String name, AttrType type, DataType dataType) const;
+
+    // ---- Attribute look-up -----------------------------------------------------------------
+    // Names are compared without regard to case, and the first match in order decides. Finders that
+    // fail log one line; questions log nothing.
+
+    [[nodiscard]] bool hasInput(u64 index, AttrType type) const override;
+    [[nodiscard]] bool hasInput(String name, AttrType type) const override;
+    [[nodiscard]] u64 inputCount() const override;
+    IInput* input(u64 index) override;
+    IInput* input(u64 index) const override;
+    [[nodiscard]] bool hasOutput(u64 index, AttrType type) const override;
+    [[nodiscard]] bool hasOutput(String name, AttrType type) const override;
+    [[nodiscard]] u64 outputCount() const override;
+    IOutput* output(u64 index) override;
+    IOutput* output(u64 index) const override;
+    IOutput* output(String name) override;
+    IOutput* output(String name) const override;
+    [[nodiscard]] IInput* findInputByName(String name) const;
+    [[nodiscard]] IOutput* findOutputByName(String name) const;
+    /// As the finders by name, silently and without a copy of the name.
+    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
+    [[nodiscard]] IOutput* lookUpOutput(const String& name) const noexcept;
+    [[nodiscard]] IInput* findInputByIndex(u64 index) const;
+    [[nodiscard]] IOutput* findOutputByIndex(u64 index) const;
+    /// Returns -1 for null and for attributes of other nodes.
+    [[nodiscard]] i64 indexOf(const IInput* input) const;
+    [[nodiscard]] i64 indexOf(const IOutput* output) const;
+    [[nodiscard]] const ds::Vector<IInput*>& inputs() const noexcept { return m_inputs; }
+    [[nodiscard]] const ds::Vector<IOutput*>& outputs() const noexcept { return m_outputs; }
+
+    // ---- Attribute removal -----------------------------------------------------------------
+    // The node is dirty before anyone is told, and lets go of the attribute after everyone was, so
+    // that it can still be read.
+
+    bool removeInput(u64 index) override;
+    bool removeInput(String name) override;
+    bool removeLastInput() override;
+    bool clearInputs() override;
+    bool removeOutput(String name) override;
+    bool removeOutput(u64 index) override;
+    bool removeLastOutput() override;
+    bool clearOutputs() override;
+
+    // ---- Input paths -----------------------------------------------------------------------
+    // Inputs are matched without regard to case and searched into arrays and objects; outputs are
+    // matched exactly, at the top level. Misses are silent. Only array elements are made on the
+    // way.
+
+    IInput* input(String path) override;
+    IInput* input(String path) const override;
+    [[nodiscard]] IInput* findInput(String path) const override;
+    [[nodiscard]] IOutput* findOutput(String path) const override;
+    IInput* parseInputPath(String path) override;
+    IInput* parseInputPath(ds::Vector<PathParser::Token> tokens);
+
+    // ---- File paths ------------------------------------------------------------------------
+    // String inputs "dir", "file" and "ext" make a node stand for a file; they are all there is.
+
+    [[nodiscard]] bool isPath() const override;
+    [[nodiscard]] String asPath() const override;
+    bool setPath(String dir, String file, String ext) override;
+    bool setPath(String path) override;
+
+    // ---- Hierarchy -------------------------------------------------------------------------
+    // Children are what the array "children" of an "xform" links to, read afresh at each call.
+
+    NodeIterator* children(i64 depth) const override;
+    [[nodiscard]] i64 indexIn(INode* parent) const override;
+    bool parentTo(INode* parent) override;
+    bool unparentFrom(INode* parent) override;
+
+    // ---- Node paths ------------------------------------------------------------------------
+    // Each call builds a fresh search. By-name targets need a node that belongs to a scene.
+
+    PathIterator* paths(String type, bool flag) const override;
+    PathIterator* paths(StringVector types, bool flag) const override;
+    PathIterator* pathsTo(INode* target, bool flag) const override;
+    PathIterator* pathsTo(String name, bool flag) const override;
+    NodePath* firstPathTo(INode* target, bool flag) const override;
+    NodePath* firstPathTo(String name, bool flag) const override;
+
+    // ---- State -----------------------------------------------------------------------------
+    // Every change sets the flag before anyone hears of it. Only setDirty(false), and a query that
+    // finds nothing dirty, clear it.
+
+    [[nodiscard]] u64 hash(StringVector skip) const override;
+    [[nodiscard]] bool dirty(bool deep) const override;
+    void setDirty(bool dirty) override;
+    /// Returns the flag as it stands.
+    [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
+    NodeIterator* dependencies(bool downstream, bool flag) const override;
+
+    // ---- Observers -------------------------------------------------------------------------
+    // A list of borrowed pointers in order of subscription, touched only under the lock.
+
+    bool subscribe(NodeObserver* observer) override;
+    bool unsubscribe(NodeObserver* observer) override;
+    bool unsubscribeAll() override;
+
+    // ---- Notifications ---------------------------------------------------------------------
+    // First the dirty flag, always. Then, unless the node is being destroyed and inside one change
+    // scope: observers under the lock, from a copy of the list; the scene after the lock is
+    // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
+    // change of several parts all of it comes when that is complete.
+
+    /// Tells whether an attribute that is added, which the node's own observers do not hear of, may
+    /// lead to foreign code, which may let go of both.
+    [[nodiscard]] bool mayCallBack() const noexcept;
+    void onInputAdded(const IInput* input);
+    void onOutputAdded(const IOutput* output);
+    void onInputRemoved(const IInput* input);
+    void onOutputRemoved(const IOutput* output);
+    /// `previous` describes the value before the change.
+    void onInputChanged(const IInput* input, const AttrData* previous);
+    void onInputConnected(const IInput* input, const IOutput* before, const IOutput* after);
+    void notifyRemoved() const;
+    void notifyRenamed(String name) const;
+    void notifyConverted(INode* replacement) const;
+
+    // ---- Library ---------------------------------------------------------------------------
+    // The callbacks come as one set: the type's own if that is complete, else the first base's that
+    // is, else the type's own as it stands.
+
+    /// Binds the library; returns whether a complete set of callbacks was found.
+    bool initLibInfo(impl::LibInfo* library);
+    /// Returns the library bound, null for none.
+    [[nodiscard]] impl::LibInfo* library() const noexcept;
+    [[nodiscard]] bool hasNodeInit() const override;
+    [[nodiscard]] bool hasNodePrep() const override;
+    [[nodiscard]] bool hasNodeEval() const override;
+    [[nodiscard]] bool hasNodeModify() const override;
+    [[nodiscard]] bool hasNodeFree() const override;
+    bool nodeInit() override;
+    bool nodePrep() const override;
+    bool nodeEval(EvalCtx* ctx, void* out) const override;
+    bool nodeModify(INode* other) override;
+    bool nodeFree() override;
+    [[nodiscard]] void* data() const override;
+    [[nodiscard]] interfaces::NodeEvalFn evalCallback() const noexcept { return m_nodeEval; }
+
+    // ---- Stash -----------------------------------------------------------------------------
+    // The inputs that the node's modifiers name, at any depth, put their values aside.
+
+    void stash();
+    void stash(IInput* input, const StringVector& names);
+
+    // ---- Copies ----------------------------------------------------------------------------
+    // The scene decides on placement and names; the node copies itself field by field, unheard.
+
+    INode* clone(bool deep) const override;
+    INode* convertTo(String type) override;
+    /// Returns a copy that belongs to `scene` without being in it; the caller owns its reference.
+    Node* clone(IScene* scene, String name) const;
+    /// The same, but for the init callback, which the caller has to see to.
+    [[nodiscard]] RefersTo<Node> copyFor(IScene* scene, String name) const;
+
+    // ---- Presentation ----------------------------------------------------------------------
+    // The formats are the writers'. A flag is up while text is written, and restored, not cleared.
+
+    [[nodiscard]] String svgIcon(bool emptyIfMissing) const override;
+    [[nodiscard]] String htmlHelp(bool page, String text) const override;
+    [[nodiscard]] String serialize(bool withDependencies, bool changedOnly) const override;
+    [[nodiscard]] bool serializing() const noexcept {
+        return std::atomic_ref(m_serializing).load();
+    }
+    [[nodiscard]] bool checkMesh() const override;
+
+    // Last in the interface, so that the order of all other operations stands.
+    /// Creates a buffer output of an element type, or returns the one there is.
+    virtual IOutput* createOutput(String name, DataType dataType);
+
+private:
+    friend class DirtyCache;
+    friend class InputListChange;
+    friend class OutputListChange;
+    friend class SceneBuilder;
+    friend struct NodeLayoutProbe;
+    friend i64(::impl_nodeInstanceCount)();
+
+    [[nodiscard]] bool isReferredTo() const noexcept;
+    void endReferences() noexcept;
+    void dropReferences() noexcept;
+    IInput* addInput(Input* input);
+    IOutput* addOutput(Output* output);
+    [[nodiscard]] IInput* reusableInput(const String& name, AttrType type, AttrType elementType,
+                                        DataType dataType) const;
+    [[nodiscard]] IOutput* reusableOutput(const String& name, AttrType type,
+                                          DataType dataType) const;
+    bool removeFoundInput(IInput* input);
+    bool removeFoundOutput(IOutput* output);
+    [[nodiscard]] String fullPath(String path) const;
+    [[nodiscard]] bool isTypeOrBase(std::string_view name) const noexcept;
+    [[nodiscard]] String nameFromInput() const;
+    bool bindCallbacks(const String& type);
+    void evaluationChanged() const noexcept;
+    [[nodiscard]] bool dependsOnDirty() const;
+    void markDirty() const;
+    [[nodiscard]] bool isHeard() const noexcept;
+    [[nodiscard]] bool isNews(const IInput& input) const;
+    void copyIdentity(const Node& from);
+    void copyLibrary(const Node& from);
+    void copyAttributes(const Node& from);
+    template<typename Tell>
+    void tellObservers(const Tell& tell) const;
+
+    std::atomic<i32> m_refCount = 0;
+    ds::Vector<NodeObserver*> m_observers;
+    mutable std::recursive_mutex m_observerMutex;
+    IScene* m_scene = nullptr;
+    String m_type;
+    StringVector m_bases;
+    bool m_isAbstract = false;
+    bool m_isInternal = false;
+    String m_name;
+    mutable bool m_dirty = false;
+    bool m_destroying = false;
+    mutable bool m_serializing = false;
+    bool m_modifying = false;
+    // These two are in what would be padding: the places of all others stand.
+    bool m_hasLeft = false;
+    // Whether the list of observers has any; may be read without the lock, which takes longer than
+    // the rest of a change that nobody hears of.
+    std::atomic<bool> m_isObserved = false;
+    ds::Vector<IInput*> m_inputs;
+    ds::Vector<IOutput*> m_outputs;
+    ds::HashMap<String, String> m_labels;
+    ds::HashMap<String, String> m_helps;
+    ILayout* m_layout = nullptr;
+    kelvo_sdk::LibInfo m_libInfo;
+    interfaces::NodeInitFn m_nodeInit = nullptr;
+    interfaces::NodePrepFn m_nodePrep = nullptr;
+    interfaces::NodeEvalFn m_nodeEval = nullptr;
+    interfaces::NodeModifyFn m_nodeModify = nullptr;
+    interfaces::NodeFreeFn m_nodeFree = nullptr;
+    interfaces::NodeChangedFn m_nodeChanged = nullptr;
+    String m_svgIcon;
+    void* m_data = nullptr;
+
+    static std::atomic<i32> s_instCount;
+    static const String s_missingSvgIcon;
+};
+
+/// Appends the nodes that a "children" input links to, and, down to `maxDepth` (negative: all the
+/// way), those below them; parents first, each node once. `depth` is that of the input. Cycles need
+/// no limit, but with one the work grows with it. An "xform" that is met without the input gets it
+/// as `input("children")` makes it: with a line in the log, empty and of no kind.
+QV_EXPORT void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out);
+
+/// Appends a node and all it depends on, each once and unless it is there already: what its inputs
+/// link and connect to, and, `downstream`, also what reads its outputs.
+QV_EXPORT void findDeps(INode* node, ds::Vector<INode*>& out, bool downstream);
+/// The same, from one input and what it holds.
+QV_EXPORT void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream);
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,18 @@
+#include "kelvo/sdk/impl/graph/node_change_scope.h"
+
+#include "kelvo/sdk/impl/graph/news_hold.h"
+
+#include <new>
+
+namespace qv::kelvo_sdk::impl {
+
+void NodeChangeScope::open(interfaces::IScene* scene) {
+    try {
+        m_step.reset(new kelvo_sdk::Scene::UndoScope(kelvo_sdk::Scene(scene)));
+    } catch (const std::bad_alloc&) {
+        // The edit under way makes a step of it, too.
+        if (!CertainTelling::isOn()) throw;
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,286 @@
+#include "kelvo/sdk/impl/graph/node_changes.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/modify/modifiers.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+u64 bytesOf(const Output& output) {
+    return sizeof(Output) + output.ownName().size() + output.value().payloadBytes();
+}
+
+u64 bytesOf(const Node& node) {
+    u64 bytes = sizeof(Node);
+    for (const IInput* input : node.inputs())
+        bytes += static_cast<const Input*>(input)->ownBytes();
+    for (const IOutput* output : node.outputs())
+        bytes += bytesOf(static_cast<const Output&>(*output));
+    return bytes;
+}
+
+// Calls `visit(INode&)` for each node of no scene that a node links to or reads.
+template<typename Visit>
+void visitStrays(const Node& node, const Visit& visit) {
+    const auto note = [&](INode* reached) {
+        if (reached && reached != &node && !reached->scene()) visit(*reached);
+    };
+    visitInputsInPlace(node, [&](const Input& input) {
+        note(linkedNode(input));
+        if (const Output* source = input.sourceOutput()) note(source->node());
+    });
+}
+
+// Makes room for the strays of a node beside those that are held already.
+void makeRoomForStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
+    u64 count = 0;
+    visitStrays(node, [&](INode&) { ++count; });
+    strays.reserve(strays.size() + 2 * count);
+}
+
+// Holds the strays of a node in place of those that were held.
+void holdStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
+    const auto before = static_cast<std::ptrdiff_t>(strays.size());
+    visitStrays(node, [&](INode& stray) { strays.emplace_back(&stray); });
+    strays.erase(strays.begin(), strays.begin() + before);
+}
+
+} // namespace
+
+// ---- Outputs -------------------------------------------------------------------------------
+
+OutputListChange::OutputListChange(Output& output, Node& node, u64 index, bool isIn)
+    : m_output(&output), m_node(&node), m_index(index), m_isIn(isIn) {}
+
+void OutputListChange::takeComments(SceneComments& from) {
+    m_comments = from.take(m_output.get());
+}
+
+void OutputListChange::prepareFlip(Scene& /*scene*/) {
+    if (m_isIn) m_output->disconnectTargets();
+}
+
+// A node that left may have been changed by its holder: what does not fit any more is passed over.
+void OutputListChange::flip(Scene& scene) {
+    m_isIn = !m_isIn;
+    // One whose removal has not come to its end knows its node still.
+    const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
+    if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
+    if (m_isIn) {
+        m_output->incRef();
+        insertIntoList(m_node->m_outputs, std::min(m_index, m_node->outputCount()), m_output.get());
+        m_output->entered(m_node.get());
+        scene.comments().putBack(std::move(m_comments));
+        m_node->onOutputAdded(m_output.get());
+        return;
+    }
+    keepComments([&] { takeComments(scene.comments()); });
+    removeFromList(m_node->m_outputs, indexInList<IOutput>(m_node->m_outputs, m_output.get()));
+    // The list's reference.
+    const auto leaving = RefersTo<Output>::adopt(m_output.get());
+    m_node->onOutputRemoved(m_output.get());
+    afterTelling([leaving] { leaving->clearNode(); });
+}
+
+u64 OutputListChange::bytes() const {
+    return sizeof(*this) + (m_isIn ? 0 : bytesOf(*m_output));
+}
+
+String OutputListChange::subject() const {
+    return m_node->name() + "." + m_output->ownName();
+}
+
+String OutputListChange::text() const {
+    return (m_isIn ? "Add " : "Remove ") + subject();
+}
+
+OutputValueChange::OutputValueChange(Output& output) : m_output(&output), m_other(output.value()) {}
+
+void OutputValueChange::flip(Scene& /*scene*/) {
+    m_output->exchangeValue(m_other);
+}
+
+bool OutputValueChange::isNothing() const {
+    return m_other == m_output->value();
+}
+
+u64 OutputValueChange::bytes() const {
+    return sizeof(*this) + m_other.payloadBytes();
+}
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+NodeChange::NodeChange(Node& node, u64 index, bool isIn)
+    : m_node(&node), m_index(index), m_isIn(isIn) {}
+
+void NodeChange::takeAlong(SceneComments& from) {
+    from.take(m_node.get(), m_comments);
+    holdStrays(*m_node, m_strays);
+}
+
+void NodeChange::expect(Scene& scene) {
+    scene.expect(static_cast<const INode*>(m_node.get()));
+    makeRoomForStrays(*m_node, m_strays);
+    if (m_isIn) scene.comments().makeRoom(m_node.get(), m_comments);
+}
+
+void NodeChange::prepareFlip(Scene& scene) {
+    if (m_isIn) scene.clearReferences(*m_node);
+}
+
+// A node that left may have been given to another scene, where it stays; a node that came in may
+// have been taken out by an observer of another undo. A flip that was passed over is passed over
+// when it is turned back, too.
+void NodeChange::flip(Scene& scene) {
+    m_isIn = !m_isIn;
+    if (std::exchange(m_isPassedOver, false)) return;
+    const bool isElsewhere = m_node->scene() && !m_node->hasLeft();
+    m_isPassedOver = m_isIn ? isElsewhere : !scene.contains(*m_node);
+    if (m_isPassedOver) return;
+    if (m_isIn) {
+        takeFreeName(scene);
+        scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
+        scene.comments().putBack(std::move(m_comments));
+        scene.enter(*m_node);
+        return;
+    }
+    keepComments([&] { scene.comments().take(m_node.get(), m_comments); });
+    // There is room, but for a step that is taken back, which nobody brings back in turn.
+    try {
+        holdStrays(*m_node, m_strays);
+    } catch (const std::bad_alloc&) {
+    }
+    m_index = scene.m_nodes.indexOf(m_node->name());
+    m_place = scene.takeOut(*m_node);
+    if (!m_name.isEmpty()) m_node->setName(std::exchange(m_name, String()));
+    scene.m_modifiers->leaves(*m_node);
+    scene.tellRemoved(*m_node);
+}
+
+// An observer of another undo may have given the name to another node. The next time it leaves, it
+// has its own name back.
+void NodeChange::takeFreeName(const Scene& scene) {
+    const String name = m_node->name();
+    if (!scene.m_nodes.find(name)) return;
+    m_node->setName(scene.freeName(name));
+    m_name = name;
+}
+
+u64 NodeChange::bytes() const {
+    return sizeof(*this) + (m_isIn ? 0 : bytesOf(*m_node));
+}
+
+String NodeChange::text() const {
+    return (m_isIn ? "Add node '" : "Remove node '") + subject() + "'";
+}
+
+NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comments)
+    : m_out(&node), m_in(&replacement), m_comments(comments.copyOf(&node)) {
+    m_sources.reserve(countSources(node));
+    m_room.reserve(countSources(replacement));
+    makeRoomForStrays(node, m_strays);
+    makeRoomForStrays(replacement, m_otherStrays);
+}
+
+u64 NodeExchange::countSources(const Node& node) noexcept {
+    u64 count = 0;
+    visitInputsInPlace(node, [&](const Input& input) { count += input.sourceOutput() ? 1 : 0; });
+    return count;
+}
+
+void NodeExchange::cutSources() {
+    holdStrays(*m_out, m_strays);
+    visitInputsInPlace(*m_out, [this](Input& input) {
+        Output* source = input.sourceOutput();
+        if (!source) return;
+        m_sources.push_back(
+            {RefersTo<Input>(&input), RefersTo<Output>(source), input.sourceRank()});
+        input.redirect(linkedNode(input), nullptr);
+    });
+}
+
+void NodeExchange::restore(const std::vector<Source>& sources) {
+    for (u64 i = sources.size(); i-- > 0;) {
+        Input& input = *sources[i].input;
+        input.redirect(linkedNode(input), sources[i].output.get(), sources[i].rank);
+    }
+}
+
+void NodeExchange::flip(Scene& scene) {
+    const bool isElsewhere = m_out->scene() && !m_out->hasLeft();
+    if (isElsewhere || !scene.contains(*m_in)) return;
+    std::swap(m_in, m_out);
+    auto sources = std::exchange(m_sources, std::exchange(m_room, {}));
+    std::swap(m_strays, m_otherStrays);
+    cutSources();
+    restore(sources);
+    sources.clear();
+    m_room = std::move(sources);
+    scene.exchange(*m_out, *m_in);
+    SceneComments::Kept comments;
+    keepComments([&] { comments = scene.comments().take(m_out.get()); });
+    scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
+    scene.converted(*m_out, *m_in);
+}
+
+u64 NodeExchange::bytes() const {
+    return sizeof(*this) + bytesOf(*m_out) + m_sources.size() * sizeof(Source);
+}
+
+String NodeExchange::text() const {
+    return "Convert node '" + subject() + "' from '" + m_out->type() + "' to '" + m_in->type() +
+           "'";
+}
+
+NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}
+
+void NodeRename::flip(Scene& scene) {
+    // An observer of another undo may have given the name away.
+    const Node* named = scene.m_nodes.find(m_other);
+    if (!scene.contains(*m_node) || (named && named != m_node.get())) return;
+    String name = std::exchange(m_other, m_node->name());
+    scene.rename(*m_node, std::move(name));
+}
+
+String NodeRename::text() const {
+    return "Rename node '" + m_other + "' to '" + subject() + "'";
+}
+
+NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), m_to(to) {}
+
+// An observer of another undo may have made other places of these.
+void NodeMove::flip(Scene& scene) {
+    std::swap(m_from, m_to);
+    if (std::exchange(m_isPassedOver, false)) return;
+    m_isPassedOver = !scene.contains(*m_node) || m_to >= scene.nodeCount();
+    if (m_isPassedOver) return;
+    m_from = scene.m_nodes.indexOf(m_node->name());
+    scene.move(*m_node, m_from, m_to);
+}
+
+// ---- Comments ------------------------------------------------------------------------------
+
+void FileCommentsChange::flip(Scene& scene) {
+    Comments now = scene.comments().file();
+    scene.comments().setFile(std::move(m_other));
+    m_other = std::move(now);
+}
+
+u64 FileCommentsChange::bytes() const {
+    u64 bytes = sizeof(*this) + m_other.leading.size() + m_other.opening.size() +
+                m_other.inner.size() + m_other.trailing.size();
+    for (const UnreadLines& lines : m_other.unread)
+        bytes += sizeof lines + lines.leading.size() + lines.lines.size();
+    return bytes;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,78 @@
+// ---- Copies ----------------------------------------------------------------------------
+// The scene decides on placement and names; the node copies itself field by field, unheard.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include <tuple>
+
+namespace qv::kelvo_sdk::impl {
+
+INode* Node::clone(bool deep) const {
+    return m_scene ? static_cast<Scene*>(m_scene)->cloneNode(const_cast<Node*>(this), deep)
+                   : nullptr;
+}
+
+INode* Node::convertTo(String type) {
+    return m_scene ? static_cast<Scene*>(m_scene)->convertNode(this, std::move(type)) : nullptr;
+}
+
+Node* Node::clone(IScene* scene, String name) const {
+    auto copy = copyFor(scene, std::move(name));
+    copy->nodeInit();
+    return copy.detach();
+}
+
+RefersTo<Node> Node::copyFor(IScene* scene, String name) const {
+    auto copy = RefersTo<Node>::adopt(new Node);
+    copy->m_scene = scene;
+    copy->m_name = std::move(name);
+    copy->copyIdentity(*this);
+    copy->m_dirty = m_dirty;
+    copy->m_destroying = m_destroying;
+    copy->m_serializing = serializing();
+    copy->m_modifying = m_modifying;
+    copy->copyLibrary(*this);
+    copy->copyAttributes(*this);
+    return copy;
+}
+
+void Node::copyIdentity(const Node& from) {
+    m_type = from.m_type;
+    m_bases = from.m_bases;
+    m_isAbstract = from.m_isAbstract;
+    m_isInternal = from.m_isInternal;
+    m_labels = from.m_labels;
+    m_helps = from.m_helps;
+}
+
+void Node::copyLibrary(const Node& from) {
+    m_libInfo = from.m_libInfo;
+    m_nodeInit = from.m_nodeInit;
+    m_nodePrep = from.m_nodePrep;
+    m_nodeEval = from.m_nodeEval;
+    m_nodeModify = from.m_nodeModify;
+    m_nodeFree = from.m_nodeFree;
+    m_nodeChanged = from.m_nodeChanged;
+    m_svgIcon = from.m_svgIcon;
+    setLayout(from.m_layout);
+}
+
+void Node::copyAttributes(const Node& from) {
+    for (const IInput* input : from.m_inputs) {
+        auto copy = RefersTo<IInput>::adopt(static_cast<const Input*>(input)->clone(this, nullptr));
+        appendToList(m_inputs, copy.get());
+        std::ignore = copy.detach();
+    }
+    for (const IOutput* output : from.m_outputs) {
+        auto copy = RefersTo<IOutput>::adopt(static_cast<const Output*>(output)->clone(this));
+        appendToList(m_outputs, copy.get());
+        std::ignore = copy.detach();
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

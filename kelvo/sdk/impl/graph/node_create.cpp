@@ -1,0 +1,161 @@
+// ---- Attribute creation ----------------------------------------------------------------
+// Asking again for an attribute of the same name and kind gives the one there is; a refused
+// re-creation warns and gives it too. Only an illegal name gives null. A new attribute makes
+// the node dirty, is appended, and is announced, in this order.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/node_changes.h"
+#include "kelvo/sdk/impl/graph/output.h"
+
+#include "kelvo/base/log.h"
+
+#include <tuple>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// The quotes stand around the kind; readers of logs rely on it.
+bool checkAttrName(const String& name, const char* kind, const Node& node) {
+    if (name.isSimpleCID()) return true;
+    logError("Cannot create illegally-named %s '%s' on node %s.", name.buf(), kind,
+             node.name().buf());
+    return false;
+}
+
+bool isPlainKind(AttrType type) noexcept {
+    return type < AttrType::Node || type > AttrType::Object;
+}
+
+template<typename Attribute>
+bool isOfKind(const Attribute& attribute, AttrType type) {
+    return type == AttrType::Null || attribute.type() == type;
+}
+
+// Says that an attribute stays as it is. `word` is "input" or "output", `suffix` "" or "[]".
+template<typename Attribute>
+void warnOfReuse(const char* word, const Attribute& existing, const char* asked,
+                 const char* suffix) {
+    logWarning("Cannot re-create %s %s %s as %s%s.", existing.typeName().buf(), word,
+               existing.path().buf(), asked, suffix);
+}
+
+} // namespace
+
+IInput* Node::createInput(String name, AttrType type) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(name, type, AttrType::Null, DataType::Null))
+        return existing;
+    return addInput(new Input(this, nullptr, std::move(name), type, AttrType::Null));
+}
+
+IInput* Node::createInput(String name, AttrData data) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(name, data.type, AttrType::Null, DataType::Null))
+        return existing;
+    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
+}
+
+IInput* Node::createArray(String name, AttrType elementType) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(name, AttrType::Array, elementType, DataType::Null))
+        return existing;
+    return addInput(new Input(this, nullptr, std::move(name), AttrType::Array, elementType));
+}
+
+IOutput* Node::createOutput(String name, AttrType type) {
+    if (!checkAttrName(name, "Output", *this)) return nullptr;
+    if (IOutput* existing = reusableOutput(name, type, DataType::Null)) return existing;
+    if (!isPlainKind(type)) {
+        logError("Cannot create output %s '%s' (type not supported for output).", name.buf(),
+                 attrTypeName(type));
+        return nullptr;
+    }
+    return addOutput(new Output(this, std::move(name), type));
+}
+
+IOutput* Node::createOutput(String name, DataType dataType) {
+    if (!checkAttrName(name, "Output", *this)) return nullptr;
+    if (IOutput* existing = reusableOutput(name, AttrType::Buffer, dataType)) return existing;
+    return addOutput(new Output(this, std::move(name), dataType));
+}
+
+IInput* Node::checkExistingInput(String name, AttrType type, AttrType elementType,
+                                 DataType dataType) const {
+    return reusableInput(name, type, elementType, dataType);
+}
+
+IOutput* Node::checkExistingOutput(String name, AttrType type, DataType dataType) const {
+    return reusableOutput(name, type, dataType);
+}
+
+// One of another kind does not count: a second input of that name is made beside it.
+IInput* Node::reusableInput(const String& name, AttrType type, AttrType elementType,
+                            DataType dataType) const {
+    IInput* existing = lookUpInput(name);
+    if (!existing || !isOfKind(*existing, type)) return nullptr;
+    if (type == AttrType::Buffer && !existing->hasDataType(dataType))
+        warnOfReuse("input", *existing, dataTypeName(dataType), "[]");
+    else if (type == AttrType::Array && !existing->hasElementType(elementType))
+        warnOfReuse("input", *existing, attrTypeName(elementType), "[]");
+    else if (existing->type() != type)
+        warnOfReuse("input", *existing, attrTypeName(type), "");
+    return existing;
+}
+
+IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataType) const {
+    IOutput* existing = lookUpOutput(name);
+    if (!existing || !isOfKind(*existing, type)) return nullptr;
+    if (type == AttrType::Buffer && !existing->hasDataType(dataType))
+        warnOfReuse("output", *existing, dataTypeName(dataType), "[]");
+    else if (existing->type() != type)
+        warnOfReuse("output", *existing, attrTypeName(type), "");
+    return existing;
+}
+
+// Takes over the creator's reference, which becomes the node's. Those who hear of the input may
+// take it away, or the whole node.
+IInput* Node::addInput(Input* input) {
+    const bool isHeld = mayCallBack();
+    const RefersTo<Node> self(isHeld ? this : nullptr);
+    const RefersTo<Input> made(isHeld ? input : nullptr);
+    auto created = RefersTo<Input>::adopt(input);
+    {
+        EditStep step(this);
+        step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
+        expectNews(this, static_cast<const IInput*>(input));
+        appendToList(m_inputs, input);
+        std::ignore = created.detach();
+        step.commit();
+        markDirty();
+        onInputAdded(input);
+    }
+    const bool isThere = !isHeld || (input->node() == this && !isLastReference());
+    return isThere ? input : nullptr;
+}
+
+IOutput* Node::addOutput(Output* output) {
+    const bool isHeld = mayCallBack();
+    const RefersTo<Node> self(isHeld ? this : nullptr);
+    const RefersTo<Output> made(isHeld ? output : nullptr);
+    auto created = RefersTo<Output>::adopt(output);
+    {
+        EditStep step(this);
+        step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
+        expectNews(this, static_cast<const IOutput*>(output));
+        appendToList(m_outputs, output);
+        std::ignore = created.detach();
+        step.commit();
+        markDirty();
+        onOutputAdded(output);
+    }
+    const bool isThere = !isHeld || (output->node() == this && !isLastReference());
+    return isThere ? output : nullptr;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,120 @@
+// ---- Library ---------------------------------------------------------------------------
+// The callbacks come as one set: the type's own if that is complete, else the first base's that
+// is, else the type's own as it stands.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/eval/eval_cache.h"
+#include "kelvo/sdk/impl/graph/library_call.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Does something when a callback is over, whether it answered or threw.
+template<typename Call>
+class AtEnd {
+public:
+    explicit AtEnd(Call call) noexcept : m_call(call) {}
+    ~AtEnd() { m_call(); }
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+
+private:
+    Call m_call;
+};
+
+} // namespace
+
+bool Node::initLibInfo(impl::LibInfo* library) {
+    m_libInfo = kelvo_sdk::LibInfo(library);
+    if (bindCallbacks(m_type)) return true;
+    for (const String& base : std::as_const(m_bases)) {
+        if (bindCallbacks(base)) return true;
+    }
+    return bindCallbacks(m_type);
+}
+
+// No other kind of library is ever bound.
+LibInfo* Node::library() const noexcept {
+    return static_cast<LibInfo*>(m_libInfo.get());
+}
+
+// Replaces all six, by null where the library has none; returns whether they make a usable set.
+bool Node::bindCallbacks(const String& type) {
+    m_nodeInit = m_libInfo.nodeInit(type);
+    m_nodePrep = m_libInfo.nodePrep(type);
+    m_nodeEval = m_libInfo.nodeEval(type);
+    m_nodeModify = m_libInfo.nodeModify(type);
+    m_nodeFree = m_libInfo.nodeFree(type);
+    m_nodeChanged = m_libInfo.nodeChanged(type);
+    evaluationChanged();
+    return (m_nodeInit && m_nodeEval && m_nodeFree) || m_nodeModify;
+}
+
+// Other callbacks or data may give other results, and the same data may hold other things. The
+// scene of a node that ends may be gone.
+void Node::evaluationChanged() const noexcept {
+    if (!m_scene || m_destroying) return;
+    if (EvalCache* cache = static_cast<Scene*>(m_scene)->evalCache()) cache->renew(*this);
+}
+
+bool Node::hasNodeInit() const {
+    return m_nodeInit != nullptr;
+}
+
+bool Node::hasNodePrep() const {
+    return m_nodePrep != nullptr;
+}
+
+bool Node::hasNodeEval() const {
+    return m_nodeEval != nullptr;
+}
+
+bool Node::hasNodeModify() const {
+    return m_nodeModify != nullptr;
+}
+
+bool Node::hasNodeFree() const {
+    return m_nodeFree != nullptr;
+}
+
+bool Node::nodeInit() {
+    if (!m_nodeInit) return true;
+    const RefersTo<INode> held(this);
+    const AtEnd renewed([this] { evaluationChanged(); });
+    return callLibrary("init", m_name, [&] { return m_nodeInit(this, &m_data); });
+}
+
+bool Node::nodePrep() const {
+    if (!m_nodePrep) return true;
+    auto* self = const_cast<Node*>(this);
+    const RefersTo<INode> held(self);
+    const AtEnd renewed([this] {
+        if (m_data) evaluationChanged();
+    });
+    return callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
+}
+
+bool Node::nodeEval(EvalCtx* ctx, void* out) const {
+    return m_nodeEval && callLibrary("eval", m_name, [&] { return m_nodeEval(ctx, out); });
+}
+
+bool Node::nodeModify(INode* other) {
+    return m_nodeModify && callLibrary("modify", m_name, [&] { return m_nodeModify(this, other); });
+}
+
+bool Node::nodeFree() {
+    if (!m_nodeFree) return true;
+    const RefersTo<INode> held(this);
+    const AtEnd renewed([this] { evaluationChanged(); });
+    return callLibrary("free", m_name, [&] { return m_nodeFree(this, &m_data); });
+}
+
+void* Node::data() const {
+    return m_data;
+}
+
+} // namespace qv::kelvo_sdk::impl

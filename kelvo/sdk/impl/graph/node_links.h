@@ -1,0 +1,88 @@
+#pragma once
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+
+namespace qv::kelvo_sdk::impl {
+
+/// Returns the node that an input by itself links to, or null.
+[[nodiscard]] inline INode* linkedNode(const Input& input) noexcept {
+    return input.type() == AttrType::Node ? input.value().asNode() : nullptr;
+}
+
+/// Returns the node of the output that an input is connected to, or null.
+[[nodiscard]] inline INode* sourceNode(const Input& input) noexcept {
+    const Output* source = input.sourceOutput();
+    return source ? source->node() : nullptr;
+}
+
+/// Returns why an input of one node may not lead to another node; null when it may, or when one of
+/// them is null. Nodes that were in no scene yet may be referred to: they may come in.
+[[nodiscard]] const char* barBetween(const INode* from, const INode* to) noexcept;
+
+/// Calls `visit(const Node&)` for all that the inputs of a node link and connect to, at any depth
+/// of arrays and objects, in order. A node may be met again. Stops, and returns true, as soon as
+/// `visit` does.
+template<typename Visit>
+bool visitDependencies(const Node& node, const Visit& visit) {
+    InputWalk inputs(node.inputs());
+    while (const Input* input = inputs.next())
+        for (const INode* found : {linkedNode(*input), sourceNode(*input)})
+            if (found && visit(*static_cast<const Node*>(found))) return true;
+    return false;
+}
+
+/// Calls `visit(Input&)` for all inputs of a node, at any depth, in order, holders first.
+template<typename Visit>
+void visitInputs(const Node& node, const Visit& visit) {
+    InputWalk inputs(node.inputs());
+    while (Input* input = inputs.next())
+        visit(*input);
+}
+
+/// Calls `visit(Input&)` for the inputs on a list of a holder (null for a node's) and all below
+/// them, each holder followed by what it holds; takes no memory.
+template<typename Visit>
+void visitInPlace(const ds::Vector<IInput*>& list, const Input* of, const Visit& visit) {
+    const Input* holder = of;
+    for (u64 index = 0;;) {
+        const ds::Vector<IInput*>& level = holder == of ? list : holder->members();
+        if (index < level.size()) {
+            auto& input = static_cast<Input&>(*level[index]);
+            visit(input);
+            ++index;
+            if (input.members().empty()) continue;
+            holder = &input;
+            index = 0;
+        } else if (holder != of) {
+            index = holder->placeInList() + 1;
+            holder = static_cast<const Input*>(holder->parent());
+        } else {
+            return;
+        }
+    }
+}
+
+/// The same for all inputs of a node.
+template<typename Visit>
+void visitInputsInPlace(const Node& node, const Visit& visit) {
+    visitInPlace(node.inputs(), nullptr, visit);
+}
+
+/// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. A node may
+/// be met again.
+template<typename Visit>
+void visitReaders(const Node& node, const Visit& visit) {
+    const auto visitOwner = [&](const Input& input) {
+        if (INode* owner = input.node()) visit(*static_cast<Node*>(owner));
+    };
+    if (IScene* scene = node.scene())
+        static_cast<Scene*>(scene)->links().forEach(&node, visitOwner);
+    for (const IOutput* output : node.outputs())
+        static_cast<const Output*>(output)->forEachTarget(visitOwner);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,145 @@
+// ---- Attribute removal -----------------------------------------------------------------
+// The node is dirty before anyone is told, and lets go of the attribute after everyone was, so
+// that it can still be read.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/graph/all_calls.h"
+#include "kelvo/sdk/impl/graph/departure.h"
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/node_changes.h"
+#include "kelvo/sdk/impl/graph/output.h"
+
+#include <new>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Removes all that a list holds, each with its own notification, before the next goes. What
+// observers throw comes out when all are gone. The rest stays without memory for a removal, when an
+// observer takes the node out of its scene, where undo finds it whole, and when one adds as many as
+// go.
+template<typename List, typename RemoveFirst, typename HasLeft>
+bool clearOneByOne(const List& list, const RemoveFirst& removeFirst, const HasLeft& hasLeft) {
+    AllCalls calls;
+    bool isRemoved = true;
+    for (u64 left = 2 * list.size(); left > 0 && isRemoved && !list.empty(); --left) {
+        const u64 count = list.size();
+        isRemoved = false;
+        calls.make([&] { isRemoved = removeFirst(); });
+        if (list.size() < count) isRemoved = true;
+        if (hasLeft()) break;
+    }
+    calls.end();
+    return list.empty();
+}
+
+} // namespace
+
+bool Node::removeInput(u64 index) {
+    IInput* input = findInputByIndex(index);
+    return input && removeFoundInput(input);
+}
+
+bool Node::removeInput(String name) {
+    IInput* input = findInputByName(std::move(name));
+    return input && removeFoundInput(input);
+}
+
+bool Node::removeLastInput() {
+    return !m_inputs.empty() && removeInput(m_inputs.size() - 1);
+}
+
+bool Node::clearInputs() {
+    const RefersTo<Node> self(this);
+    const EditStep step(this);
+    return step.make([this] {
+        return clearOneByOne(
+            m_inputs, [this] { return removeInput(u64(0)); },
+            [this, before = m_scene] { return m_scene != before; });
+    });
+}
+
+bool Node::removeFoundInput(IInput* input) {
+    auto* removed = static_cast<Input*>(input);
+    const RefersTo<Node> self(this);
+    EditStep step(this);
+    const u64 index = indexInList(m_inputs, input);
+    Departure departing(*removed);
+    expectNews(this, input);
+    if (step.isRecording())
+        step.prepare<InputListChange>(*removed, this, nullptr, index, false)
+            ->takeComments(step.scene().comments());
+    departing.dropComments();
+    markDirty();
+    removeFromList(m_inputs, index);
+    step.commit();
+    departing.offList();
+    removed->recordTies();
+    removed->showOwnValues();
+    departing.begin();
+    onInputRemoved(input);
+    return true;
+}
+
+bool Node::removeOutput(String name) {
+    IOutput* output = findOutputByName(std::move(name));
+    return output && removeFoundOutput(output);
+}
+
+bool Node::removeOutput(u64 index) {
+    IOutput* output = findOutputByIndex(index);
+    return output && removeFoundOutput(output);
+}
+
+bool Node::removeLastOutput() {
+    return !m_outputs.empty() && removeOutput(m_outputs.size() - 1);
+}
+
+bool Node::clearOutputs() {
+    const RefersTo<Node> self(this);
+    const EditStep step(this);
+    return step.make([this] {
+        return clearOneByOne(
+            m_outputs, [this] { return removeOutput(u64(0)); },
+            [this, before = m_scene] { return m_scene != before; });
+    });
+}
+
+bool Node::removeFoundOutput(IOutput* output) {
+    auto* removed = static_cast<Output*>(output);
+    const RefersTo<Node> self(this);
+    EditStep step(this);
+    const u64 index = indexInList(m_outputs, output);
+    Departure departing(*removed);
+    expectNews(this, output);
+    if (step.isRecording())
+        step.prepare<OutputListChange>(*removed, *this, index, false)
+            ->takeComments(step.scene().comments());
+    departing.dropComments();
+    markDirty();
+    removeFromList(m_outputs, index);
+    step.commit();
+    departing.offList();
+    removed->leaveList();
+    departing.begin();
+    // Observers of the removal can still see what reads the output.
+    try {
+        step.make([&] {
+            AllCalls calls;
+            calls.make([&] { onOutputRemoved(output); });
+            calls.make([&] { removed->disconnectTargets(false); });
+            calls.end();
+        });
+    } catch (const std::bad_alloc&) {
+        if (!removed->hasLeft()) departing.stay();
+        throw;
+    }
+    return true;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,50 @@
+// ---- Node paths ------------------------------------------------------------------------
+// Each call builds a fresh search. By-name targets need a node that belongs to a scene.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/graph/path_iterator.h"
+#include "kelvo/sdk/interfaces/i_scene.h"
+#include "kelvo/sdk/node.h"
+
+namespace qv::kelvo_sdk {
+
+RefersTo<NodePath> Node::firstPathTo(const Node& target, bool allLinks) const {
+    NodePath* path = get() ? get()->firstPathTo(target.get(), allLinks) : nullptr;
+    return RefersTo<NodePath>::adopt(path);
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+PathIterator* Node::paths(String type, bool flag) const {
+    return paths(type.isEmpty() ? StringVector() : StringVector{type}, flag);
+}
+
+PathIterator* Node::paths(StringVector types, bool flag) const {
+    return new PathIterator(const_cast<Node*>(this), std::move(types), flag, false);
+}
+
+PathIterator* Node::pathsTo(INode* target, bool flag) const {
+    return target ? new PathIterator(const_cast<Node*>(this), target, flag, false) : nullptr;
+}
+
+PathIterator* Node::pathsTo(String name, bool flag) const {
+    return pathsTo(m_scene->findNode(std::move(name)), flag);
+}
+
+NodePath* Node::firstPathTo(INode* target, bool flag) const {
+    if (!target) return nullptr;
+    const auto search = RefersTo<PathIterator>::adopt(
+        new PathIterator(const_cast<Node*>(this), target, flag, true));
+    NodePath* path = search->count() != 0 ? search->current() : nullptr;
+    if (path) path->incRef();
+    return path;
+}
+
+NodePath* Node::firstPathTo(String name, bool flag) const {
+    return firstPathTo(m_scene->findNode(std::move(name)), flag);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,139 @@
+#include "kelvo/sdk/impl/graph/output.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_changes.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/value/conversion.h"
+
+namespace qv::kelvo_sdk::impl {
+
+Output::Output(INode* node, String name, AttrType type)
+    : m_type(type), m_node(node), m_name(std::move(name)), m_nameHash(m_name.foldedHash()) {}
+
+Output::Output(INode* node, String name, DataType type)
+    : m_type(AttrType::Buffer),
+      m_dataType(type),
+      m_node(node),
+      m_name(std::move(name)),
+      m_nameHash(m_name.foldedHash()) {}
+
+// Nobody can be told of an output that nothing refers to any more.
+Output::~Output() {
+    dropTargets();
+}
+
+void Output::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Output::decRef() {
+    if (m_refCount.fetch_sub(1) == 1) delete this;
+}
+
+IOutput* Output::clone(INode* node) const {
+    auto* copy = m_type == AttrType::Buffer ? new Output(node, m_name, m_dataType)
+                                            : new Output(node, m_name, m_type);
+    copy->m_value = m_value;
+    return copy;
+}
+
+void Output::leaveOwner() noexcept {
+    dropTargets();
+    clearNode();
+}
+
+// Undo goes from the last record to the first: each target finds those before it in place. No
+// record may keep a node that ends.
+void Output::leaveList() {
+    m_hasLeft = true;
+    EditStep step(static_cast<const Node*>(m_node));
+    if (!step.isRecording()) return;
+    for (u64 rank = m_targets.size(); rank-- > 0;) {
+        const auto* reader = static_cast<const Node*>(m_targets.at(rank)->node());
+        if (reader && reader->isEnding()) continue;
+        step.prepare<SourceChange>(*m_targets.at(rank), *this, rank);
+        step.commit();
+    }
+}
+
+String Output::typeName() const {
+    const String kind(attrTypeName(m_type));
+    return m_type == AttrType::Buffer ? kind + "<" + dataTypeName(m_dataType) + ">" : kind;
+}
+
+String Output::path() const {
+    return m_node ? m_node->name() + "." + m_name : m_name;
+}
+
+bool Output::hasDataType(DataType type) const {
+    return m_type == AttrType::Buffer && m_dataType == type;
+}
+
+u64 Output::targetCount() const {
+    return m_targets.size();
+}
+
+IInput* Output::target(u64 index) const {
+    return m_targets.at(index);
+}
+
+// `noIndex` is the end.
+u64 Output::addTarget(Input* input, u64 rank) {
+    if (rank >= m_targets.size()) return m_targets.add(input);
+    return m_targets.insert(rank, input,
+                            [](Input& moved, u64 to) { moved.m_extras->sourceSlot = to; });
+}
+
+void Output::removeTarget(u64 slot) noexcept {
+    m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
+}
+
+// Observers may connect again while they are told.
+void Output::disconnectTargets(bool isRecorded) {
+    if (m_targets.empty()) return;
+    NewsHold news;
+    while (Input* input = m_targets.at(m_targets.size() - 1))
+        input->endSource(*this, isRecorded);
+    news.release();
+}
+
+void Output::dropTargets() noexcept {
+    while (Input* input = m_targets.takeLast())
+        input->dropSource();
+}
+
+bool Output::setValue(Value value) {
+    EditStep step(static_cast<const Node*>(m_node));
+    step.prepare<OutputValueChange>(*this);
+    const bool done = storeValue(std::move(value));
+    step.commit();
+    evaluationChanged();
+    return done;
+}
+
+void Output::exchangeValue(Value& other) {
+    std::swap(m_value, other);
+    evaluationChanged();
+}
+
+void Output::evaluationChanged() const noexcept {
+    const auto* node = static_cast<const Node*>(m_node);
+    auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
+    if (scene) scene->evaluationChanged(*node);
+}
+
+bool Output::storeValue(Value value) {
+    if (value.type() == m_type) {
+        if (m_type == AttrType::Buffer && value.asBuffer().type() != m_dataType) return false;
+        m_value = std::move(value);
+        return !m_value.isNull();
+    }
+    return convertValue(value, m_type, m_value);
+}
+
+} // namespace qv::kelvo_sdk::impl

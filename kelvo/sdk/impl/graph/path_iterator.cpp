@@ -1,0 +1,77 @@
+#include "kelvo/sdk/impl/graph/path_iterator.h"
+
+#include "kelvo/sdk/interfaces/i_node.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::INode;
+
+PathIterator::PathIterator(INode* from, StringVector types, bool flag, bool firstOnly)
+    : m_from(from),
+      m_goal{true, nullptr, std::move(types)},
+      m_flag(flag),
+      m_search(from, m_goal, flag),
+      m_firstOnly(firstOnly) {
+    start();
+}
+
+PathIterator::PathIterator(INode* from, INode* to, bool flag, bool firstOnly)
+    : m_from(from),
+      m_goal{false, to, {}},
+      m_flag(flag),
+      m_search(from, m_goal, flag),
+      m_firstOnly(firstOnly) {
+    start();
+}
+
+void PathIterator::start() {
+    advance();
+    if (m_firstOnly) m_count = PathCount{m_current ? u64(1) : u64(0), true};
+}
+
+u64 PathIterator::count() {
+    return counted().number;
+}
+
+bool PathIterator::isCountExact() {
+    return counted().isExact;
+}
+
+const PathCount& PathIterator::counted() {
+    if (!m_count) m_count = countAll();
+    return *m_count;
+}
+
+// Where the counter gives up there may still be few paths, with many dead ends among them, which
+// the search avoids.
+PathCount PathIterator::countAll() const {
+    PathCount count = PathCounter(m_from, m_goal, m_flag).count();
+    if (count.isExact || count.number >= maxSearched) return count;
+    PathSearch search(m_from, m_goal, m_flag);
+    u64 found = 0;
+    while (found < maxSearched && search.next())
+        ++found;
+    return {std::max(found, count.number), found < maxSearched};
+}
+
+NodePath* PathIterator::current() {
+    return m_current.get();
+}
+
+bool PathIterator::next() {
+    if (!m_current) return false;
+    if (m_firstOnly)
+        m_current.reset();
+    else
+        advance();
+    return m_current.get() != nullptr;
+}
+
+void PathIterator::advance() {
+    m_current.reset();
+    if (m_search.next()) m_current = RefersTo<NodePath>::adopt(new NodePath(m_search.path()));
+}
+
+} // namespace qv::kelvo_sdk::impl

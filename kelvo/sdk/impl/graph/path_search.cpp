@@ -1,0 +1,103 @@
+#include "kelvo/sdk/impl/graph/path_search.h"
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+PathSearch::PathSearch(INode* from, PathGoal goal, bool allLinks)
+    : m_goal(std::move(goal)), m_graph(m_goal.target, allLinks), m_states(1) {
+    enter(m_graph.numberOf(from));
+}
+
+bool PathSearch::next() {
+    if (m_hasFound && !m_remembersWaiting) rememberWaiting();
+    while (!m_steps.empty()) {
+        Step& step = m_steps.back();
+        if (step.next == m_followers.size()) {
+            leave();
+            continue;
+        }
+        const Number follower = m_followers[step.next++];
+        const State& state = m_states[follower];
+        if (state.isOnPath || state.isBarred) continue;
+        enter(follower);
+        m_steps.back().led = m_goal.isMetBy(m_graph.node(follower));
+        if (!m_steps.back().led) continue;
+        m_hasFound = true;
+        return true;
+    }
+    return false;
+}
+
+ds::Vector<INode*> PathSearch::path() const {
+    ds::Vector<INode*> nodes;
+    nodes.reserve(m_steps.size());
+    for (const Step& step : m_steps)
+        nodes.push_back(&m_graph.node(step.node));
+    return nodes;
+}
+
+void PathSearch::enter(Number node) {
+    const u64 end = m_followers.size();
+    m_steps.push_back({node, false, end, end});
+    m_states[node].isOnPath = true;
+    listFollowers(node);
+}
+
+void PathSearch::leave() {
+    const Step left = m_steps.back();
+    m_steps.pop_back();
+    State& state = m_states[left.node];
+    state.isOnPath = false;
+    if (left.led) {
+        free(left.node);
+        if (!m_steps.empty()) m_steps.back().led = true;
+    } else {
+        state.isBarred = true;
+        if (m_remembersWaiting) waitForFollowers(left.node, left.first);
+    }
+    m_followers.resize(left.first);
+}
+
+// The node's followers stand in `m_followers` from `first` on.
+void PathSearch::waitForFollowers(Number node, u64 first) {
+    if (std::exchange(m_states[node].isWaiting, true)) return;
+    for (u64 i = first; i < m_followers.size(); ++i)
+        m_states[m_followers[i]].waiting.push_back(node);
+}
+
+// Makes up for the barring of nodes before the first path.
+void PathSearch::rememberWaiting() {
+    m_remembersWaiting = true;
+    const u64 end = m_followers.size();
+    for (Number node = 0; node < m_states.size(); ++node) {
+        if (!m_states[node].isBarred) continue;
+        listFollowers(node);
+        waitForFollowers(node, end);
+        m_followers.resize(end);
+    }
+}
+
+// Frees the node, and those that were barred because of it. What is on the path is dealt with when
+// it leaves.
+void PathSearch::free(Number node) {
+    std::vector<Number> left{node};
+    while (!left.empty()) {
+        State& state = m_states[left.back()];
+        left.pop_back();
+        state.isBarred = false;
+        for (const Number waiting : state.waiting) {
+            if (m_states[waiting].isBarred) left.push_back(waiting);
+        }
+    }
+}
+
+// The nodes met for the first time get a state.
+void PathSearch::listFollowers(Number node) {
+    m_graph.listFollowers(node, m_followers);
+    m_states.resize(m_graph.size());
+}
+
+} // namespace qv::kelvo_sdk::impl

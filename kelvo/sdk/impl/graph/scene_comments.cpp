@@ -1,0 +1,266 @@
+#include "kelvo/sdk/impl/graph/scene_comments.h"
+
+#include "kelvo/base/utf8.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+
+#include "kelvo/base/ascii.h"
+#include "kelvo/base/string_io.h"
+
+#include <tuple>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Appends a line that may stand as a comment.
+void appendComment(std::string_view line, StringIO& out) {
+    if (!line.starts_with('#')) out.append("# ");
+    while (!line.empty()) {
+        const u64 length = utf8::sequenceLength(line);
+        const bool legal = length != 0 && utf8::firstFault(line.substr(0, length)) == length;
+        out.append(legal ? line.substr(0, length) : std::string_view("?"));
+        line.remove_prefix(legal ? length : 1);
+    }
+}
+
+// Cuts the first line off a text.
+std::string_view takeLine(std::string_view& text) {
+    const u64 end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return ascii::trim(line);
+}
+
+String cleanedLines(const String& text) {
+    StringIO out;
+    bool afterBlank = false;
+    for (std::string_view rest = text.view(); !rest.empty();) {
+        const std::string_view line = takeLine(rest);
+        if (!line.empty()) appendComment(line, out);
+        if (!line.empty() || !afterBlank) out.append('\n');
+        afterBlank = line.empty();
+    }
+    return out.take();
+}
+
+String cleanedLine(const String& text) {
+    StringIO out;
+    for (std::string_view rest = text.view(); !rest.empty();) {
+        const std::string_view line = takeLine(rest);
+        if (line.empty()) continue;
+        if (out.isEmpty())
+            appendComment(line, out);
+        else
+            appendComment(line, out.append(' '));
+    }
+    return out.take();
+}
+
+Comments cleaned(const Comments& comments) {
+    Comments clean = comments;
+    clean.leading = cleanedLines(comments.leading);
+    clean.opening = cleanedLine(comments.opening);
+    clean.inner = cleanedLines(comments.inner);
+    clean.trailing = cleanedLine(comments.trailing);
+    return clean;
+}
+
+const String& nameOf(const interfaces::IInput* input) {
+    return static_cast<const Input*>(input)->ownName();
+}
+const String& nameOf(const interfaces::IOutput* output) {
+    return static_cast<const Output*>(output)->ownName();
+}
+
+} // namespace
+
+void SceneComments::setFile(Comments comments) {
+    Comments file = cleaned(comments);
+    // Blank lines at the end of a text are nothing.
+    if (file.inner.view().ends_with("\n\n") || file.inner.view() == "\n")
+        file.inner = file.inner.substr(0, file.inner.size() - 1);
+    m_file = std::move(file);
+}
+
+void SceneComments::set(const interfaces::INode* node, Comments comments) {
+    if (comments.isEmpty())
+        m_entries.erase(node);
+    else
+        m_entries[node] = {node, String(), cleaned(comments)};
+}
+
+void SceneComments::set(const interfaces::IInput* input, Comments comments) {
+    setAttribute(input, input->node(), nameOf(input), std::move(comments));
+}
+
+void SceneComments::set(const interfaces::IOutput* output, Comments comments) {
+    setAttribute(output, output->node(), nameOf(output), std::move(comments));
+}
+
+void SceneComments::setAttribute(const void* attribute, const interfaces::INode* owner,
+                                 const String& name, Comments comments) {
+    if (comments.isEmpty()) {
+        m_entries.erase(attribute);
+        return;
+    }
+    const auto [place, isNew] = m_entries.try_emplace(attribute);
+    if (isNew || place->second.owner != owner) m_attributes[owner].push_back(attribute);
+    place->second = {owner, name, cleaned(comments)};
+}
+
+const Comments* SceneComments::find(const interfaces::INode* node) const {
+    if (m_entries.empty()) return nullptr;
+    const auto place = m_entries.find(node);
+    return place != m_entries.end() ? &place->second.comments : nullptr;
+}
+
+const Comments* SceneComments::find(const interfaces::IInput* input) const {
+    return m_entries.empty() ? nullptr : findNamed(input, nameOf(input));
+}
+
+const Comments* SceneComments::find(const interfaces::IOutput* output) const {
+    return m_entries.empty() ? nullptr : findNamed(output, nameOf(output));
+}
+
+const Comments* SceneComments::findNamed(const void* attribute, const String& name) const {
+    const auto place = m_entries.find(attribute);
+    if (place == m_entries.end() || !place->second.name.equals(name)) return nullptr;
+    return &place->second.comments;
+}
+
+void SceneComments::remove(const interfaces::INode* node) {
+    leaveUnread(node);
+    m_entries.erase(node);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return;
+    for (const void* attribute : list->second) {
+        const auto place = m_entries.find(attribute);
+        if (place != m_entries.end() && place->second.owner == node) m_entries.erase(place);
+    }
+    m_attributes.erase(list);
+}
+
+void SceneComments::remove(const interfaces::IInput* input) {
+    std::ignore = take(input);
+}
+
+void SceneComments::remove(const interfaces::IOutput* output) {
+    m_entries.erase(output);
+}
+
+void SceneComments::takeEntry(const void* key, Kept& kept) {
+    const auto place = m_entries.find(key);
+    if (place != m_entries.end()) kept.m_entries.push_back(m_entries.extract(place));
+}
+
+// Another node may have its address later.
+void SceneComments::leaveUnread(const interfaces::INode* node) {
+    for (UnreadLines& lines : m_file.unread) {
+        if (lines.node != node) continue;
+        lines.before = node->name();
+        lines.node = nullptr;
+    }
+}
+
+void SceneComments::makeRoom(const interfaces::INode* node, Kept& kept) const {
+    const auto list = m_attributes.find(node);
+    const bool hasList = list != m_attributes.end();
+    if (hasList || m_entries.contains(node))
+        kept.m_entries.reserve(1 + (hasList ? list->second.size() : 0));
+}
+
+SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
+    Kept kept;
+    take(node, kept);
+    return kept;
+}
+
+void SceneComments::take(const interfaces::INode* node, Kept& kept) {
+    makeRoom(node, kept);
+    leaveUnread(node);
+    takeEntry(node, kept);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return;
+    for (const void* attribute : list->second) {
+        const auto place = m_entries.find(attribute);
+        if (place != m_entries.end() && place->second.owner == node) takeEntry(attribute, kept);
+    }
+    kept.m_list = m_attributes.extract(list);
+}
+
+// Takes memory for the comments that there are.
+SceneComments::Kept SceneComments::take(const interfaces::IInput* input) {
+    Kept kept;
+    if (m_entries.empty()) return kept;
+    const auto* top = static_cast<const Input*>(input);
+    u64 count = m_entries.contains(input) ? 1 : 0;
+    visitInPlace(top->members(), top, [&](const Input& each) {
+        count += m_entries.contains(static_cast<const interfaces::IInput*>(&each)) ? 1 : 0;
+    });
+    if (count == 0) return kept;
+    kept.m_entries.reserve(count);
+    takeEntry(input, kept);
+    visitInPlace(top->members(), top, [&](const Input& each) {
+        takeEntry(static_cast<const interfaces::IInput*>(&each), kept);
+    });
+    return kept;
+}
+
+SceneComments::Kept SceneComments::take(const interfaces::IOutput* output) {
+    Kept kept;
+    takeEntry(output, kept);
+    return kept;
+}
+
+// Takes no memory if nothing was added meanwhile.
+void SceneComments::putBack(Kept kept) {
+    if (kept.m_list && !m_attributes.contains(kept.m_list.key()))
+        m_attributes.insert(std::move(kept.m_list));
+    for (auto& entry : kept.m_entries) {
+        const interfaces::INode* owner = entry.mapped().owner;
+        // An attribute that left its node is still on the list.
+        if (entry.key() != owner && !m_attributes.contains(owner))
+            m_attributes[owner].push_back(entry.key());
+        m_entries.erase(entry.key());
+        m_entries.insert(std::move(entry));
+    }
+}
+
+void SceneComments::reserveFor(const SceneComments& added) {
+    m_entries.reserve(m_entries.size() + added.m_entries.size());
+    m_attributes.reserve(m_attributes.size() + added.m_attributes.size());
+}
+
+void SceneComments::merge(SceneComments added) noexcept {
+    const auto moveAll = [](auto& from, auto& to) {
+        while (!from.empty()) {
+            auto entry = from.extract(from.begin());
+            // Of another thing that was at this address.
+            to.erase(entry.key());
+            to.insert(std::move(entry));
+        }
+    };
+    moveAll(added.m_entries, m_entries);
+    moveAll(added.m_attributes, m_attributes);
+    m_file = std::move(added.m_file);
+}
+
+SceneComments::Kept SceneComments::copyOf(const interfaces::INode* node) const {
+    SceneComments copy;
+    const auto add = [&](const void* key) {
+        const auto place = m_entries.find(key);
+        if (place != m_entries.end() && place->second.owner == node) copy.m_entries.insert(*place);
+    };
+    add(node);
+    const auto list = m_attributes.find(node);
+    if (list == m_attributes.end()) return copy.take(node);
+    for (const void* attribute : list->second)
+        add(attribute);
+    copy.m_attributes.insert(*list);
+    return copy.take(node);
+}
+
+} // namespace qv::kelvo_sdk::impl

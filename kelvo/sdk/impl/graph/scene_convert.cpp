@@ -1,0 +1,275 @@
+#include "kelvo/sdk/impl/eval/eval_cache.h"
+#include "kelvo/sdk/impl/graph/all_calls.h"
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node_change_scope.h"
+#include "kelvo/sdk/impl/graph/node_changes.h"
+#include "kelvo/sdk/impl/graph/node_converter.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/record_scope.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/node.h"
+
+#include "kelvo/base/log.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+// ---- Copies --------------------------------------------------------------------------------
+// Links and connections among what is copied lead to the copies, all others where they led.
+
+namespace qv::kelvo_sdk {
+
+Node Node::convertTo(String type, Misfits* misfits) const {
+    interfaces::IScene* scene = get() ? get()->scene() : nullptr;
+    return scene ? Node(scene->convertNoting(get(), std::move(type), misfits)) : Node();
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Nodes and their copies, which nobody knows yet.
+class Copies {
+public:
+    explicit Copies(Scene& scene) noexcept : m_scene(scene) {}
+    // The ends of copies that did not come in are not the scene's.
+    ~Copies() {
+        for (const RefersTo<Node>& copy : m_copies)
+            if (copy->scene() == &m_scene && !m_scene.contains(*copy)) copy->setScene(nullptr);
+    }
+    Copies(const Copies&) = delete;
+    Copies& operator=(const Copies&) = delete;
+
+    void add(const Node& original) {
+        m_copies.push_back(original.copyFor(&m_scene, m_scene.freeName(original.name())));
+        Node& copy = *m_copies.back();
+        m_scene.initialise(copy);
+        // Nobody would end it.
+        copy.endModification();
+        m_byOriginal.emplace(&original, &copy);
+        m_names.push_back(original.name());
+    }
+    void tie() const {
+        for (const RefersTo<Node>& copy : m_copies)
+            visitInputs(*copy, [this](Input& input) { tie(input); });
+    }
+    // All of them or, when an exception comes out, none. Needs a step that records.
+    void addAll() const {
+        const u64 start = m_scene.history().openChanges();
+        NewsHold news;
+        addUnheard();
+        try {
+            news.release();
+        } catch (...) {
+            m_scene.history().takeBack(start);
+            throw;
+        }
+    }
+    [[nodiscard]] Node* of(const INode* original) const {
+        const auto found = m_byOriginal.find(original);
+        return found == m_byOriginal.end() ? nullptr : found->second;
+    }
+
+private:
+    void addUnheard() const {
+        const EditStep step(m_scene);
+        for (u64 i = 0; i < m_copies.size(); ++i) {
+            // Several may have been promised the same one.
+            m_copies[i]->setName(m_scene.freeName(m_names[i]));
+            m_scene.addNode(m_copies[i].get());
+        }
+    }
+    void tie(Input& input) const {
+        Output* source = input.sourceOutput();
+        INode* link = linkedNode(input);
+        Node* copiedSource = source ? of(source->node()) : nullptr;
+        Node* copiedLink = link ? of(link) : nullptr;
+        if (const Value* kept = input.stashed(); kept && kept->type() == AttrType::Node)
+            if (Node* copy = of(kept->asNode())) input.redirectStash(copy);
+        if (!copiedSource && !copiedLink) return;
+        if (copiedSource) source = sameOf(*source, *copiedSource);
+        input.redirect(copiedLink ? copiedLink : link, source);
+    }
+    // A library may have changed the outputs when it initialised the copy.
+    static Output* sameOf(const Output& output, const Node& copy) {
+        const auto& from = static_cast<const Node&>(*output.node());
+        const auto index = static_cast<u64>(from.indexOf(&output));
+        auto* same =
+            static_cast<Output*>(index < copy.outputCount() ? copy.outputs()[index] : nullptr);
+        return same && same->type() == output.type() ? same : nullptr;
+    }
+    Scene& m_scene;
+    std::unordered_map<const INode*, Node*> m_byOriginal;
+    std::vector<RefersTo<Node>> m_copies;
+    std::vector<String> m_names;
+};
+
+// Losses go to the caller if there is room for them, else to the log.
+void report(Misfits& found, const Node& made, Misfits* misfits) {
+    for (Misfit& misfit : found) {
+        if (misfits)
+            misfits->push_back(std::move(misfit));
+        else
+            logWarning("Converted to '%s': '%s' %s.", made.type().buf(), misfit.path.buf(),
+                       misfit.reason.buf());
+    }
+}
+
+} // namespace
+
+INode* Scene::cloneNode(INode* node, bool deep) {
+    if (!node || !checkName(node->name(), "name")) return nullptr;
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> copy = cloneInStep(*node, deep);
+    return given(copy.get());
+}
+
+RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
+    const NodeChangeScope scope(this);
+    const RecordScope record(*this);
+    const EditStep step(*this);
+    ds::Vector<INode*> found;
+    if (deep)
+        findDeps(&node, found, false);
+    else
+        found.push_back(&node);
+    // Init callbacks may remove nodes.
+    struct Original {
+        RefersTo<Node> node;
+        u64 place;
+    };
+    std::vector<Original> originals;
+    for (INode* next : found) {
+        const bool isHere = contains(*next);
+        if (!isHere && next != &node) continue;
+        const u64 place = isHere ? m_nodes.placeOf(next->name()) : 0;
+        originals.push_back({RefersTo<Node>(static_cast<Node*>(next)), place});
+    }
+    std::ranges::stable_sort(originals, {}, &Original::place);
+    Copies copies(*this);
+    for (const Original& original : originals)
+        copies.add(*original.node);
+    copies.tie();
+    RefersTo<Node> copy(copies.of(&node));
+    copies.addAll();
+    return copy;
+}
+
+INode* Scene::convertNode(INode* node, String type) {
+    return convertNoting(node, std::move(type), nullptr);
+}
+
+INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
+    if (!node || !contains(*node) || !checkName(type, "type")) return nullptr;
+    const Node* definition = findType(type);
+    if (definition && definition->isAbstract()) {
+        logError("Cannot convert node '%s': type '%s' is abstract.", node->name().buf(),
+                 type.buf());
+        return nullptr;
+    }
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> made =
+        convertInStep(static_cast<Node&>(*node), std::move(type), definition, misfits);
+    return given(made.get());
+}
+
+// Null when the library took the node away.
+RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
+                                    Misfits* misfits) {
+    const NodeChangeScope scope(this);
+    const RecordScope record(*this);
+    const EditStep step(*this);
+    const RefersTo<Node> held(&node);
+    RefersTo<Node> replacement = makeNode(definition, std::move(type), node.name());
+    // Nobody is to hear of it before it is in place.
+    replacement->setScene(nullptr);
+    NodeConverter converter(*this, node, *replacement, findType(node.type()),
+                            definition != nullptr);
+    converter.fill();
+    if (!contains(node)) return {};
+    replaceBy(*replacement, node, converter, misfits);
+    return replacement;
+}
+
+// All of it or, without memory, nothing.
+void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter, Misfits* misfits) {
+    NewsHold news;
+    EditStep step(*this);
+    expect(static_cast<const INode*>(&node));
+    expect(static_cast<const INode*>(&replacement));
+    auto* change = step.prepare<NodeExchange>(node, replacement, m_comments);
+    replacement.setName(node.name());
+    exchange(node, replacement);
+    step.commit();
+    moveLinks(node, replacement);
+    converter.moveTargets();
+    if (change)
+        change->cutSources();
+    else
+        visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
+    if (misfits) misfits->reserve(misfits->size() + converter.misfits().size());
+    converter.moveComments();
+    tellConverted(node, replacement);
+    report(converter.misfits(), replacement, misfits);
+    m_modifiers->leaves(node);
+    news.release();
+}
+
+// The replacement is in place of the node.
+void Scene::converted(Node& node, Node& replacement) {
+    m_modifiers->leaves(node);
+    tellConverted(node, replacement);
+}
+
+void Scene::tellConverted(Node& node, Node& replacement) {
+    if (NewsHold* hold = NewsHold::current()) {
+        if (hold->isMuted()) return letGo(node);
+        return hold->add([self = RefersTo<Scene>(this), out = RefersTo<Node>(&node),
+                          in = RefersTo<Node>(&replacement)] { self->tellConverted(*out, *in); });
+    }
+    AllCalls calls;
+    calls.make([&] { node.notifyConverted(&replacement); });
+    calls.make([&] {
+        tellObservers(
+            &node, [&](SceneObserver& observer) { observer.nodeConverted(&node, &replacement); });
+    });
+    letGo(node);
+    calls.make([&] { applyModifiers(&replacement); });
+    calls.end();
+}
+
+// Gives the replacement, which has the same name, the place of a node of the scene.
+void Scene::exchange(Node& node, Node& replacement) {
+    m_nodes.replace(node.name(), &replacement);
+    replacement.incRef();
+    node.decRef();
+    node.setHasLeft(true);
+    replacement.setScene(this);
+    replacement.setHasLeft(false);
+    adoptLinks(replacement);
+    if (m_dirtyCache) m_dirtyCache->removed(node);
+    if (m_dirtyCache) m_dirtyCache->added(replacement);
+    if (m_evalCache) m_evalCache->forget(node);
+    if (m_evalCache) m_evalCache->nodeAdded(replacement);
+    setDirty();
+}
+
+// The node's own links to itself stay with it.
+void Scene::moveLinks(Node& node, Node& replacement) {
+    std::vector<RefersTo<Input>> linked;
+    const auto collect = [&](Input& input) {
+        if (input.node() != &node) linked.emplace_back(&input);
+    };
+    m_links.forEach(&node, collect);
+    m_stashLinks.forEach(&node, collect);
+    for (const RefersTo<Input>& input : linked)
+        input->relink(node, &replacement);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,45 @@
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/observe/batches.h"
+
+// ---- Edits ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+void Scene::beginEdit() {
+    m_history.begin();
+}
+
+// Only the end of the outermost edit is told, and who is told may let go of the scene.
+void Scene::recordEdit(String doText, String undoText) {
+    const RefersTo<Scene> self(m_history.depth() == 1 ? this : nullptr);
+    m_history.end(std::move(doText), std::move(undoText));
+}
+
+u64 Scene::editDepth() const {
+    return m_history.depth();
+}
+
+void Scene::cancelEdit(u64 depth) {
+    const RefersTo<Scene> self(this);
+    m_history.cancel(depth);
+}
+
+void Scene::beginEditGroup() {
+    ++m_groupDepth;
+}
+
+void Scene::endEditGroup() {
+    if (m_groupDepth > 0) --m_groupDepth;
+    editEnded();
+}
+
+bool Scene::isEditing() const noexcept {
+    return m_groupDepth != 0 || !m_history.isIdle();
+}
+
+void Scene::editEnded() noexcept {
+    Batches* batches = m_batches.load(std::memory_order_acquire);
+    if (batches && !isEditing()) batches->deliver();
+}
+
+} // namespace qv::kelvo_sdk::impl

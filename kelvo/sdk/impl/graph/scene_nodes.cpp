@@ -1,0 +1,338 @@
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include "kelvo/sdk/impl/eval/eval_cache.h"
+#include "kelvo/sdk/impl/graph/all_calls.h"
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_changes.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/observe/batches.h"
+#include "kelvo/sdk/impl/types/known_names.h"
+#include "kelvo/sdk/scene.h"
+
+#include "kelvo/base/log.h"
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk {
+
+Scene Scene::create() {
+    return Scene(adoptRef, new impl::Scene);
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+bool Scene::checkName(const String& name, const char* what) {
+    if (name.isSimpleCID()) return true;
+    logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
+    return false;
+}
+
+// The known names are made here, as the first notification may find no memory for them.
+Scene::Scene() : m_modifiers(std::make_unique<Modifiers>(*this)) {
+    static_cast<void>(knownNames());
+}
+
+Scene::~Scene() {
+    // None may reach the scene any more, whatever their ends set off in others.
+    m_nodes.forEach([](Node* node) {
+        node->setScene(nullptr);
+        node->setHasLeft(true);
+    });
+    m_modifiers->letGo();
+    m_links.clear([](Input& input) { input.forgetLink(); });
+    m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
+    m_nodes.forEach([](Node* node) { node->decRef(); });
+}
+
+void Scene::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Scene::decRef() {
+    if (m_refCount.fetch_sub(1) == 1) delete this;
+}
+
+INode* Scene::findNode(String name) {
+    return m_nodes.find(name);
+}
+
+INode* Scene::createNode(String type, String name) {
+    if (!checkName(type, "type") || !checkName(name, "name")) return nullptr;
+    const Node* definition = findType(type);
+    if (definition && definition->isAbstract()) {
+        logError("Cannot create node '%s': its type '%s' is abstract.", name.buf(), type.buf());
+        return nullptr;
+    }
+    const RefersTo<Scene> self(this);
+    RefersTo<Node> node;
+    {
+        // Edits of the library while it makes the node belong to the same step.
+        const EditStep step(*this);
+        node = makeNode(definition, std::move(type), name);
+        addNode(node.get());
+    }
+    return given(node.get());
+}
+
+// Returns what the scene made, null when those who heard of it took it away, or even let go of the
+// scene, which the caller holds for as long as this takes.
+INode* Scene::given(const Node* made) const noexcept {
+    return made && contains(*made) && m_refCount.load() != 1 ? const_cast<Node*>(made) : nullptr;
+}
+
+// A copy of the definition or, when that is null, a bare node; named when it comes in.
+RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
+    String free = m_nodes.freeName(name);
+    if (!definition) return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
+    RefersTo<Node> node = definition->copyFor(this, std::move(free));
+    initialise(*node);
+    return node;
+}
+
+void Scene::initialise(Node& node) {
+    if (!node.hasNodeInit()) return;
+    struct Making {
+        ~Making() { std::erase(scene->m_beingMade, node); }
+        RefersTo<Scene> scene;
+        const INode* node;
+    } const making{RefersTo<Scene>(this), &node};
+    m_beingMade.push_back(&node);
+    node.nodeInit();
+}
+
+bool Scene::addNode(Node* node) {
+    String name = node->name();
+    if (!checkName(name, "name") || m_nodes.find(name) == node) return false;
+    String free = m_nodes.freeName(name);
+    EditStep step(*this);
+    step.prepare<NodeChange>(*node, m_nodes.size(), true);
+    expect(static_cast<const INode*>(node));
+    m_nodes.add(free, node);
+    node->setName(std::move(free));
+    step.commit();
+    enter(*node);
+    return true;
+}
+
+// Needs one that is in the table.
+void Scene::enter(Node& node) {
+    node.incRef();
+    node.setScene(this);
+    node.setHasLeft(false);
+    adoptLinks(node);
+    if (m_dirtyCache) m_dirtyCache->added(node);
+    if (m_evalCache) m_evalCache->nodeAdded(node);
+    setDirty();
+    const NewsHold* hold = NewsHold::current();
+    if (hold && hold->isMuted() && modifierListOf(node)) m_modifiers->fallBehind();
+    tellAdded(node);
+}
+
+void Scene::tellAdded(Node& node) {
+    if (!hasObservers() && !modifierListOf(node)) return;
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> held(&node);
+    if (NewsHold* hold = NewsHold::current()) return hold->add([=] { self->tellAdded(*held); });
+    AllCalls calls;
+    calls.make(
+        [&] { tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); }); });
+    calls.make([&] {
+        if (modifierListOf(node)) applyModifiers(&node);
+    });
+    calls.end();
+}
+
+// Links that were made while the node stood in no scene are the scene's from now on.
+void Scene::adoptLinks(Node& node) {
+    LinkTable::ofFreeNodes().moveTo(m_links, &node);
+    LinkTable::keptOfFreeNodes().moveTo(m_stashLinks, &node);
+}
+
+bool Scene::contains(const INode& node) const {
+    return m_nodes.find(node.name()) == &node;
+}
+
+bool Scene::removeNode(INode* node) {
+    if (!node || !contains(*node)) return false;
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> held(static_cast<Node*>(node));
+    NewsHold news;
+    EditStep step(*this);
+    clearReferences(*held);
+    auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false);
+    expect(static_cast<const INode*>(node));
+    if (change) change->takeAlong(m_comments);
+    NodeTable::Place place = takeOut(*held);
+    if (change) change->keep(std::move(place));
+    step.commit();
+    m_modifiers->leaves(*held);
+    AllCalls calls;
+    calls.make([&] { news.release(); });
+    calls.make([&] { tellRemoved(*held); });
+    calls.end();
+    return true;
+}
+
+// Needs a node that nothing refers to, and that is held.
+NodeTable::Place Scene::takeOut(Node& node) {
+    NodeTable::Place place = m_nodes.take(node.name());
+    node.setHasLeft(true);
+    node.decRef();
+    m_comments.remove(&node);
+    if (m_dirtyCache) m_dirtyCache->removed(node);
+    if (m_evalCache) m_evalCache->forget(node);
+    setDirty();
+    return place;
+}
+
+void Scene::dropUnheard(Node& node) noexcept {
+    takeOut(node);
+    node.setScene(nullptr);
+}
+
+void Scene::tellRemoved(Node& node) {
+    if (NewsHold* hold = NewsHold::current()) {
+        if (hold->isMuted()) return letGo(node);
+        return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node)] {
+            self->tellRemoved(*held);
+        });
+    }
+    AllCalls calls;
+    calls.make([&] { node.notifyRemoved(); });
+    calls.make([&] {
+        tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRemoved(&node); });
+    });
+    letGo(node);
+    calls.end();
+}
+
+// Of a node that left, unless those who were told put it back or elsewhere.
+void Scene::letGo(Node& node) noexcept {
+    if (node.scene() == this && node.hasLeft()) node.setScene(nullptr);
+}
+
+// Descriptions are shared: those that name the node are replaced.
+void Scene::clearDescriptions(const Node& node) {
+    std::unordered_map<const AttrDetails*, RefersTo<AttrDetails>> replaced;
+    m_nodes.forEach([&](const Node* each) {
+        visitInputs(*each, [&](Input& input) {
+            const AttrDetails* details = input.details();
+            if (!details || !details->names(node)) return;
+            auto& without = replaced[details];
+            if (!without) without = details->without(node);
+            EditStep step(*this);
+            step.prepare<DetailsChange>(input);
+            this->expect(static_cast<const IInput*>(&input));
+            input.setDetails(without);
+            step.commit();
+        });
+    });
+}
+
+// Needs a hold: who is told meanwhile might link to the node again.
+void Scene::clearReferences(Node& node) {
+    for (LinkTable* links : {&m_links, &m_stashLinks})
+        while (Input* input = links->first(&node))
+            input->relink(node, nullptr);
+    if (m_describesNodes) clearDescriptions(node);
+    visitInputs(node, [](Input& input) { input.disconnect(); });
+    for (u64 i = 0; i < node.outputCount(); ++i)
+        static_cast<Output*>(node.output(i))->disconnectTargets();
+}
+
+bool Scene::renameNode(INode* node, String name) {
+    if (!node || !contains(*node)) return false;
+    if (!checkName(name, "name")) return false;
+    auto* renamed = static_cast<Node*>(node);
+    const RefersTo<Scene> self(this);
+    const String before = renamed->name();
+    if (before.equals(name)) return true;
+    if (!before.equalsNoCase(name)) name = m_nodes.freeName(name);
+    EditStep step(*this);
+    step.prepare<NodeRename>(*renamed, before);
+    expect(static_cast<const INode*>(node));
+    step.commit();
+    rename(*renamed, std::move(name));
+    return true;
+}
+
+// Needs a name that is free.
+void Scene::rename(Node& node, String name) {
+    const String before = node.name();
+    m_nodes.rename(before, name);
+    node.setName(name);
+    setDirty();
+    tellRenamed(node, name, before);
+}
+
+void Scene::tellRenamed(Node& node, const String& name, const String& before) {
+    const RefersTo<Scene> self(this);
+    const RefersTo<Node> held(&node);
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([=] { self->tellRenamed(*held, name, before); });
+    AllCalls calls;
+    calls.make([&] { node.notifyRenamed(name); });
+    calls.make([&] {
+        tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRenamed(&node, before); });
+    });
+    calls.end();
+}
+
+bool Scene::moveNode(INode* node, u64 to) {
+    if (!node || !contains(*node) || to >= m_nodes.size()) return false;
+    auto* moved = static_cast<Node*>(node);
+    const RefersTo<Scene> self(this);
+    const u64 from = m_nodes.indexOf(moved->name());
+    if (from == to) return true;
+    EditStep step(*this);
+    step.prepare<NodeMove>(*moved, from, to);
+    expect(static_cast<const INode*>(node));
+    step.commit();
+    move(*moved, from, to);
+    return true;
+}
+
+void Scene::move(Node& node, u64 from, u64 to) {
+    m_nodes.move(node.name(), to);
+    setDirty();
+    tellMoved(node, from);
+}
+
+void Scene::tellMoved(Node& node, u64 from) {
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node), from] {
+            self->tellMoved(*held, from);
+        });
+    tellObservers(&node, [&](SceneObserver& observer) { observer.nodeMoved(&node, from); });
+}
+
+void Scene::clear() {
+    const RefersTo<Scene> self(this);
+    NewsHold news;
+    const EditStep step(*this);
+    while (Node* last = m_nodes.at(m_nodes.size() - 1))
+        removeNode(last);
+    news.release();
+}
+
+u64 Scene::nodeCount() const {
+    return m_nodes.size();
+}
+
+INode* Scene::node(u64 index) const {
+    return m_nodes.at(index);
+}
+
+String Scene::freeName(const String& name) const {
+    return m_nodes.freeName(name);
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,194 @@
+#include "kelvo/sdk/impl/graph/scene_verify.h"
+
+#include "kelvo/sdk/impl/graph/node_links.h"
+
+#include "kelvo/base/string_io.h"
+
+#include <algorithm>
+#include <string>
+
+// ---- Walk ----------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+const Output& asOutput(const interfaces::IOutput* output) noexcept {
+    return static_cast<const Output&>(*output);
+}
+
+String counted(u64 count, const char* what) {
+    return String(std::string_view(std::to_string(count))) + " " + what;
+}
+
+// Up to here a search among those before is faster than a set.
+constexpr u64 kShortList = 64;
+
+// Tells whether no pointer of a list is null or stands in it twice.
+template<typename List>
+bool holdsEachOnce(const List& list) {
+    if (list.size() > kShortList) {
+        const std::unordered_set<const void*> met(list.begin(), list.end());
+        return met.size() == list.size() && !met.contains(nullptr);
+    }
+    for (auto at = list.begin(); at != list.end(); ++at)
+        if (!*at || std::find(list.begin(), at, *at) != at) return false;
+    return true;
+}
+
+// Calls `fail` with what is wrong with a list's index: each attribute is to be found by its name,
+// or one before it is.
+template<typename Attribute, typename Fail>
+void checkIndexOf(const ds::Vector<Attribute*>& list, const char* kind, const Fail& fail) {
+    using Own = typename ListedAs<Attribute>::Own;
+    const auto* index = list.empty() ? nullptr : static_cast<const Own*>(list[0])->listIndex();
+    if (!index) return;
+    std::unordered_set<const Own*> found;
+    for (const Attribute* next : list) {
+        const auto* own = static_cast<const Own*>(next);
+        const Own* first = index->find(own->ownName());
+        if (first == own)
+            found.insert(first);
+        else if (!found.contains(first))
+            fail(String("does not find its ") + kind + " '" + own->ownName() + "' by name");
+    }
+    if (index->size() != found.size())
+        fail(String("has names for ") + kind + "s that it does not hold");
+}
+
+} // namespace
+
+SceneFaults Scene::verify() const {
+    return SceneVerifier(*this, {m_nodes, m_links, m_stashLinks}).verify();
+}
+
+SceneVerifier::SceneVerifier(const Scene& scene, Tables tables)
+    : m_scene(scene), m_nodes(tables.nodes), m_links(tables.links), m_keptLinks(tables.keptLinks) {}
+
+SceneFaults SceneVerifier::verify() {
+    listNodes();
+    checkNames();
+    m_nodes.forEach([this](const Node* node) { checkNode(*node); });
+    checkLinkTable(m_links);
+    checkLinkTable(m_keptLinks);
+    return std::move(m_faults);
+}
+
+void SceneVerifier::fail(String place, String message) {
+    m_faults.push_back({std::move(place), std::move(message)});
+}
+
+void SceneVerifier::listNodes() {
+    m_nodes.forEach([this](const Node* node) {
+        if (!m_known.insert(node).second) fail(node->name(), "stands in the scene twice");
+        for (const interfaces::IOutput* output : node->outputs())
+            m_outputs.insert(&asOutput(output));
+    });
+}
+
+// As many names as nodes, each found under its name: so the names are unique.
+void SceneVerifier::checkNames() {
+    if (m_nodes.m_byName.size() != m_nodes.size())
+        fail({}, "has " + counted(m_nodes.size(), "nodes but ") +
+                     counted(m_nodes.m_byName.size(), "names"));
+    if (!m_nodes.m_order.isSound()) fail({}, "miscounts the places of its nodes");
+    for (const auto& [name, entry] : m_nodes.m_byName) {
+        if (m_nodes.m_order.inSlot(entry.slot) != &entry)
+            fail(name, "does not stand at the place that its name leads to");
+    }
+}
+
+void SceneVerifier::checkNode(const Node& node) {
+    m_node = &node;
+    const String name = node.name();
+    if (node.scene() != &m_scene) fail(name, "belongs to another scene or none");
+    if (!name.isSimpleCID()) fail(name, "has a name that is no simple identifier");
+    if (m_nodes.find(name) != &node) fail(name, "is not found by its name");
+    checkInputs(node);
+    checkOutputs(node);
+}
+
+// ---- Inputs --------------------------------------------------------------------------------
+
+// Without recursion: inputs may be nested deeper than the stack goes.
+void SceneVerifier::checkInputs(const Node& node) {
+    m_way.assign(1, {&node.inputs(), nullptr, 0});
+    checkList(node.inputs(), nullptr);
+    while (!m_way.empty()) {
+        Step& step = m_way.back();
+        if (step.next == step.list->size()) {
+            m_way.pop_back();
+            continue;
+        }
+        const Input* input = static_cast<const Input*>((*step.list)[step.next++]);
+        if (!input) continue;
+        checkPlaceOf(*input, step);
+        checkInput(*input);
+        if (input->m_parent != step.holder || input->members().empty()) continue;
+        m_way.push_back({&input->members(), input, 0});
+        checkList(input->members(), input);
+    }
+}
+
+void SceneVerifier::checkList(const Inputs& list, const Input* holder) {
+    if (!holdsEachOnce(list)) return fail(place(), "lists an input twice, or none at a place");
+    const auto failHere = [this](String message) { fail(place(), std::move(message)); };
+    if (!holder || holder->isObject()) return checkIndexOf(list, "input", failHere);
+    if (holder->type() != AttrType::Array) fail(place(), "holds inputs but is no array or object");
+}
+
+void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
+    if (input.m_node != m_node) fail(place(), "belongs to another node or none");
+    if (input.m_parent != step.holder) return fail(place(), "belongs to another input or none");
+    if (!input.isElement()) {
+        if (input.nameHash() != input.ownName().foldedHash())
+            fail(place(), "has a name with the hash of another");
+        return;
+    }
+    if (input.elementIndex() != step.next - 1)
+        fail(place(), "counts itself as element [" +
+                          String(std::string_view(std::to_string(input.elementIndex()))) + "]");
+    if (input.type() != step.holder->elementType())
+        fail(place(), "is of another kind than the elements of its array");
+}
+
+void SceneVerifier::checkInput(const Input& input) {
+    checkSource(input);
+    checkLink(input);
+    checkKept(input);
+}
+
+String SceneVerifier::place() const {
+    StringIO text;
+    text.append(m_node->name().view());
+    for (const Step& step : m_way) {
+        if (step.next == 0) break;
+        const auto* input = static_cast<const Input*>((*step.list)[step.next - 1]);
+        if (step.holder && step.holder->type() == AttrType::Array) {
+            text.append("[").appendUInt(step.next - 1);
+            text.append("]");
+        } else {
+            text.append(".").append(input->ownName().view());
+        }
+    }
+    return text.take();
+}
+
+// ---- Outputs -------------------------------------------------------------------------------
+
+void SceneVerifier::checkOutputs(const Node& node) {
+    if (!holdsEachOnce(node.outputs()))
+        return fail(node.name(), "lists an output twice, or none at a place");
+    for (const interfaces::IOutput* next : node.outputs()) {
+        const Output& output = asOutput(next);
+        const String place = node.name() + "." + output.ownName();
+        if (output.node() != &node) fail(place, "belongs to another node or none");
+        if (output.nameHash() != output.ownName().foldedHash())
+            fail(place, "has a name with the hash of another");
+        checkTargets(output);
+    }
+    checkIndexOf(node.outputs(), "output",
+                 [&](String message) { fail(node.name(), std::move(message)); });
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "kelvo/base/vector.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+namespace qv::kelvo_sdk::impl {
+
+/// Calls `tell(Observer*)` for all who are on the list now and still are when their turn comes.
+/// Goes by a copy of the list; without memory for one, throws before anyone is called, or goes by
+/// the list itself when telling is certain.
+template<typename Observer, typename Tell>
+void tellEach(const ds::Vector<Observer*>& list, const Tell& tell) {
+    const u64 count = list.size();
+    if (count == 0) return;
+    std::unique_ptr<Observer*[]> snapshot;
+    try {
+        snapshot = std::make_unique_for_overwrite<Observer*[]>(count);
+    } catch (const std::bad_alloc&) {
+        if (!CertainTelling::isOn()) throw;
+    }
+    if (!snapshot) {
+        u64 place = 0;
+        for (u64 left = count; left > 0 && place < list.size(); --left) {
+            Observer* const next = list[place];
+            tell(next);
+            if (place < list.size() && list[place] == next) ++place;
+        }
+        return;
+    }
+    std::ranges::copy(list, snapshot.get());
+    for (u64 i = 0; i < count; ++i)
+        if (list.contains(snapshot[i])) tell(snapshot[i]);
+}
+
+} // namespace qv::kelvo_sdk::impl

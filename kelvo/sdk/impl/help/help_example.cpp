@@ -1,0 +1,125 @@
+#include "kelvo/sdk/impl/help/help_example.h"
+
+#include "kelvo/base/string_io.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInputContainer;
+
+namespace {
+
+constexpr u64 mostUnits = 400;
+constexpr u64 mostBytes = 2000;
+constexpr u64 mostLevels = 16;
+constexpr u64 typicalInputs = 4;
+
+// About how many values an input holds by itself; a text counts by its length.
+u64 sizeOf(const IInput& input) {
+    const Value& value = static_cast<const Input&>(input).value();
+    if (value.type() == AttrType::String) return 1 + value.asString().size() / 8;
+    return value.type() == AttrType::Buffer ? 1 + value.asBuffer().count() : 1;
+}
+
+// Tells whether the text of a node is short, without writing it.
+bool isSmall(const INode& node) {
+    struct Step {
+        const IInputContainer* owner;
+        u64 next = 0;
+    };
+    std::vector<Step> chain{{&node}};
+    u64 units = 0;
+    while (!chain.empty()) {
+        Step& step = chain.back();
+        if (step.next == step.owner->inputCount()) {
+            chain.pop_back();
+            continue;
+        }
+        const IInput& input = *step.owner->input(step.next++);
+        if (!input.isDefault()) units += sizeOf(input);
+        if (units > mostUnits || chain.size() > mostLevels) return false;
+        if (input.inputCount() != 0) chain.push_back({&input});
+    }
+    return true;
+}
+
+bool hasChanges(const INode& node) {
+    for (u64 i = 0; i < node.inputCount(); ++i)
+        if (!node.input(i)->isDefault()) return true;
+    return false;
+}
+
+bool isTypical(const Input& input) {
+    switch (input.type()) {
+    case AttrType::Null:
+    case AttrType::Node:
+    case AttrType::Buffer:
+    case AttrType::Array:
+    case AttrType::Object:
+        return false;
+    default:
+        return !input.isReadOnly() && sizeOf(input) < 20;
+    }
+}
+
+// Bounds and choices show by a value that is not the default.
+Value typicalValue(const Input& input) {
+    const AttrDetails* details = input.details();
+    if (input.type() == AttrType::Bool) return !input.value().asBool();
+    if (!details || details->choices.empty()) return input.value();
+    const Value& last = details->choices.back();
+    return last.type() == input.type() ? last : input.value();
+}
+
+bool saysNothing(const Value& value) {
+    return value.type() == AttrType::String && value.asString().isEmpty();
+}
+
+void appendType(const String& type, StringIO& out) {
+    if (type.isSimpleCID())
+        out.append(type.view());
+    else
+        writeQuoted(type.view(), out);
+}
+
+String nodeName(const INode& node) {
+    const String name = node.name();
+    return name.isEmpty() ? node.type() + "1" : name;
+}
+
+String typicalExample(const INode& node) {
+    StringIO out;
+    out.append("node ");
+    appendType(node.type(), out);
+    out.append(' ');
+    writeQuoted(nodeName(node).view(), out);
+    out.append(" {\n");
+    u64 written = 0;
+    for (u64 i = 0; i < node.inputCount() && written < typicalInputs; ++i) {
+        const auto& input = static_cast<const Input&>(*node.input(i));
+        if (!isTypical(input) || saysNothing(typicalValue(input))) continue;
+        out.append("    ").append(attrTypeName(input.type())).append(' ');
+        out.append(input.ownName().view()).append(" = ");
+        writeValue(typicalValue(input), out);
+        out.append('\n');
+        ++written;
+    }
+    out.append("}\n");
+    return out.take();
+}
+
+} // namespace
+
+String helpExample(const INode& node) {
+    if (hasChanges(node) && isSmall(node)) {
+        String text = node.serialize(false, true);
+        if (text.size() <= mostBytes) return text;
+    }
+    return typicalExample(node);
+}
+
+} // namespace qv::kelvo_sdk::impl

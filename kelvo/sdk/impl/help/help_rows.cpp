@@ -1,0 +1,119 @@
+#include "kelvo/sdk/impl/help/help_rows.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/layout.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/help/help_value.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInputContainer;
+
+namespace {
+
+constexpr u64 mostElements = 3;
+
+// Elements that are plain values stand in the default of their array.
+bool hasElementRows(const IInput& array) {
+    return array.inputCount() != 0 && (array.input(u64{0})->type() == AttrType::Object ||
+                                       array.input(u64{0})->type() == AttrType::Array);
+}
+
+u64 memberRows(const IInput& input) {
+    if (input.type() == AttrType::Object) return input.inputCount();
+    if (input.type() != AttrType::Array || !hasElementRows(input)) return 0;
+    return std::min(input.inputCount(), mostElements);
+}
+
+// A label that comes from the name alone is spelt as words.
+String labelOf(const IInput& input) {
+    const String label = input.label("auto");
+    return label.equalsNoCase(input.name()) ? label.replace("_", " ", true, false) : label;
+}
+
+HelpRow rowOf(const IInput& input, u32 depth) {
+    HelpRow row;
+    row.depth = depth;
+    const bool isElement = input.parent() && input.parent()->type() == AttrType::Array;
+    row.name = isElement ? "[" + input.name() + "]" : input.name();
+    row.label = isElement ? String() : labelOf(input);
+    row.kind = helpKind(input.typeName());
+    row.unit = input.unit();
+    row.help = input.help("auto");
+    row.isReadOnly = input.isReadOnly();
+    row.defaultText = helpDefault(input);
+    if (const AttrDetails* details = static_cast<const Input&>(input).details()) {
+        row.range = helpRange(*details);
+        for (const Value& choice : details->choices)
+            row.choices.push_back(helpValue(choice));
+    }
+    return row;
+}
+
+// Appends an input and what it holds, without recursion.
+void addRows(const IInput& top, std::vector<HelpRow>& rows) {
+    struct Step {
+        const IInput* input;
+        u64 next = 0;
+    };
+    std::vector<Step> chain;
+    const auto open = [&](const IInput& input) {
+        rows.push_back(rowOf(input, static_cast<u32>(chain.size())));
+        chain.push_back({&input});
+    };
+    open(top);
+    while (!chain.empty()) {
+        Step& step = chain.back();
+        if (step.next < memberRows(*step.input))
+            open(*step.input->input(step.next++));
+        else
+            chain.pop_back();
+    }
+}
+
+void addPage(const Node& node, const Layout::Page& page, std::unordered_set<const IInput*>& told,
+             std::vector<HelpPage>& pages) {
+    HelpPage result{Layout::label(page, "auto"), {}};
+    for (const Layout::Group& group : page.groups) {
+        HelpGroup rows;
+        if (!group.name.isEmpty()) rows.label = Layout::label(group, "auto");
+        for (const String& name : group.inputs)
+            if (const IInput* input = node.lookUpInput(name); input && told.insert(input).second)
+                addRows(*input, rows.rows);
+        if (!rows.rows.empty()) result.groups.push_back(std::move(rows));
+    }
+    if (!result.groups.empty()) pages.push_back(std::move(result));
+}
+
+} // namespace
+
+String helpTitle(const interfaces::INode& node) {
+    const String label = node.label("auto");
+    return label.isEmpty() ? node.type().replace("_", " ", true, false).titleCased(true) : label;
+}
+
+String helpKind(const String& typeName) {
+    return typeName.replace("<Null>", "", true, false);
+}
+
+std::vector<HelpPage> helpPages(const interfaces::INode& node) {
+    std::vector<HelpPage> pages;
+    std::unordered_set<const IInput*> told;
+    const auto* layout = dynamic_cast<const Layout*>(node.layout());
+    const auto* holder = dynamic_cast<const Node*>(&node);
+    if (layout && holder)
+        for (const Layout::Page& page : layout->pages())
+            addPage(*holder, page, told, pages);
+    HelpPage rest;
+    if (!pages.empty()) rest.label = "Other";
+    rest.groups.emplace_back();
+    for (u64 i = 0; i < node.inputCount(); ++i)
+        if (!told.contains(node.input(i))) addRows(*node.input(i), rest.groups[0].rows);
+    if (!rest.groups[0].rows.empty()) pages.push_back(std::move(rest));
+    return pages;
+}
+
+} // namespace qv::kelvo_sdk::impl

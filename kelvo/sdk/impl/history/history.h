@@ -1,0 +1,179 @@
+#pragma once
+
+#include "kelvo/sdk/impl/history/change.h"
+#include "kelvo/sdk/interfaces/undo_step.h"
+
+#include <algorithm>
+#include <atomic>
+#include <list>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::UndoLimits;
+using interfaces::UndoStep;
+
+class AllCalls;
+class Input;
+class Scene;
+
+/// The steps that a scene can take back and do again.
+///
+/// The code of a change opens an operation (`EditStep`) and adds the change to it; edits (`begin`
+/// to `end`) hold any number of operations. The outermost edit makes one step. Changes are
+/// symmetric: a step is its changes in the order in which they were made, and taking it back turns
+/// them in reverse, which makes a step again.
+///
+/// Observers hear of a step when all of it is turned. What they do about it becomes part of it, so
+/// that turning it again takes that back too, first.
+class History {
+public:
+    using Changes = std::vector<std::unique_ptr<Change>>;
+
+    /// The scene owns the history.
+    explicit History(Scene& scene) noexcept : m_scene(scene) {}
+    ~History();
+    History(const History&) = delete;
+    History& operator=(const History&) = delete;
+
+    // ---- Recording -------------------------------------------------------------------------
+
+    /// Tells whether changes are kept, for undo or for an edit that may be cancelled.
+    [[nodiscard]] bool isRecording() const noexcept {
+        return m_isEnabled || m_operations != 0 || !m_marks.empty();
+    }
+    /// After this, closing the operation does not fail; nor does it when this fails.
+    void openOperation() {
+        if (m_isEnabled && m_ready.empty()) m_ready.emplace_back();
+        ++m_operations;
+    }
+    void closeOperation() noexcept;
+    /// Returns the number of changes that the open step has so far.
+    [[nodiscard]] u64 openChanges() const noexcept { return m_open.size(); }
+    /// Needs an open operation that failed before anyone was told: takes back, unheard, what was
+    /// done since the open step had that many changes. Needs no memory.
+    void rollBack(u64 from) noexcept;
+    /// The same when somebody was told, who is then told of the contrary.
+    void takeBack(u64 from) noexcept;
+    /// Needs an open operation. After `reserve`, `add` does not fail.
+    void reserve() {
+        if (m_open.size() == m_open.capacity()) m_open.reserve(2 * m_open.size() + 4);
+        if (m_taken.capacity() < m_open.size() + 1) m_taken.reserve(m_open.capacity());
+    }
+    void add(std::unique_ptr<Change> change) noexcept;
+    /// Tells whether the innermost edit keeps an earlier value of the input already.
+    [[nodiscard]] bool keepsValueOf(const Input& input) const noexcept;
+    /// A change was made that is not kept.
+    void missed() noexcept { m_isMissing.store(true, std::memory_order_relaxed); }
+
+    // ---- Edits -----------------------------------------------------------------------------
+
+    void begin();
+    /// Closes the innermost edit; does nothing when none is open. The outermost text counts.
+    void end(String doText, String undoText);
+    /// Closes the edit of that depth and takes back what was done since it began. While an
+    /// operation goes on that began before the edit, that waits for its end.
+    void cancel(u64 depth);
+    [[nodiscard]] u64 depth() const noexcept { return m_marks.size(); }
+    /// Tells whether no edit, operation or turning of a step is under way.
+    [[nodiscard]] bool isIdle() const noexcept {
+        return m_marks.empty() && m_operations == 0 && !m_isReplaying;
+    }
+
+    // ---- Steps -----------------------------------------------------------------------------
+
+    [[nodiscard]] bool isEnabled() const noexcept { return m_isEnabled; }
+    /// Either forgets all steps. False, and logged, while an edit or a step is under way.
+    bool setEnabled(bool enabled);
+    void setLimits(const UndoLimits& limits);
+    [[nodiscard]] const UndoLimits& limits() const noexcept { return m_limits; }
+    [[nodiscard]] bool isReplaying() const noexcept { return m_isReplaying; }
+    /// Turn one step. False when there is none and, logged, while an edit or a step is under way.
+    bool undo();
+    bool redo();
+    [[nodiscard]] u64 undoCount() const noexcept { return m_done.size(); }
+    [[nodiscard]] u64 redoCount() const noexcept { return m_undone.size(); }
+    /// 0 is the next one to be turned. Empty out of range.
+    [[nodiscard]] UndoStep undoStep(u64 index) const;
+    [[nodiscard]] UndoStep redoStep(u64 index) const;
+    [[nodiscard]] u64 bytes() const noexcept { return m_bytes; }
+
+    // ---- Places ----------------------------------------------------------------------------
+
+    /// Gives the present state a name, in place of an earlier one of that name.
+    void setCheckpoint(String name);
+    /// Undoes or redoes up to a named state; false when it is unknown or out of reach.
+    bool returnTo(const String& name);
+    /// Returns the names of states within reach, oldest first.
+    [[nodiscard]] StringVector checkpoints() const;
+    void markSaved();
+    [[nodiscard]] bool isSaved() const noexcept;
+
+    /// Forgets all steps.
+    void clear();
+
+private:
+    struct Step {
+        // Of the state that the step led to when it was new.
+        u64 id = 0;
+        String doText;
+        String undoText;
+        Changes changes;
+        u64 bytes = 0;
+    };
+    struct Mark {
+        u64 changes;
+        u64 operations;
+        // The changes are taken back as soon as the operation that surrounds it allows.
+        bool isCancelled = false;
+    };
+
+    [[nodiscard]] u64 state() const noexcept { return m_done.empty() ? m_base : m_done.back().id; }
+    [[nodiscard]] bool canReplay(const char* what) const;
+    bool turn(std::list<Step>& from, std::list<Step>& to);
+    void replay(Step& step, AllCalls& calls);
+    void turnAll(Step& step);
+    void turnAgain(Step& step) noexcept;
+    void takeBackCancelled() noexcept;
+    void turnBack(Change& change);
+    void closeStep() noexcept;
+    void keepStep() noexcept;
+    static void condense(Changes& changes) noexcept;
+    void keep(Step&& step) noexcept;
+    void trim(std::list<Step>& dropped) noexcept;
+    [[nodiscard]] u64 distanceTo(u64 id, bool& isBack) const noexcept;
+    static u64 bytesOf(const Step& step) noexcept;
+    static UndoStep describe(const Step& step);
+
+    Scene& m_scene;
+    UndoLimits m_limits;
+    std::list<Step> m_done;
+    // The next one to be done again is the last.
+    std::list<Step> m_undone;
+    // An empty step, for when that which is open closes.
+    std::list<Step> m_ready;
+    u64 m_bytes = 0;
+    u64 m_lastId = 0;
+    // The state before the oldest step.
+    u64 m_base = 0;
+    u64 m_saved = 0;
+    std::unordered_map<String, u64> m_checkpoints;
+
+    // The step that is open.
+    Changes m_open;
+    // Empty, with room for all that are open while they are taken back.
+    Changes m_taken;
+    std::vector<Mark> m_marks;
+    u64 m_operations = 0;
+    String m_doText;
+    String m_undoText;
+    // Until then what is added is dropped.
+    bool m_isDropping = false;
+    bool m_isEnabled = false;
+    bool m_isReplaying = false;
+    std::atomic<bool> m_isMissing = false;
+};
+
+} // namespace qv::kelvo_sdk::impl

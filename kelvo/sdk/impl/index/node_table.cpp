@@ -1,0 +1,130 @@
+#include "kelvo/sdk/impl/index/node_table.h"
+
+#include <charconv>
+#include <new>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+struct NumberedName {
+    String stem;
+    u64 number = 0;
+};
+
+// "lamp12" is "lamp" and 12. Numbers too long to count on belong to the stem.
+NumberedName splitNumber(const String& name) {
+    const std::string_view text = name.view();
+    const u64 end = text.find_last_not_of("0123456789") + 1;
+    const std::string_view digits = text.substr(end);
+    if (digits.empty() || digits.size() > 9) return {name, 0};
+    NumberedName result{String(text.substr(0, end)), 0};
+    std::from_chars(digits.data(), digits.data() + digits.size(), result.number);
+    return result;
+}
+
+String withNumber(const String& stem, u64 number) {
+    char digits[20];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    return stem + std::string_view(digits, static_cast<std::size_t>(end - digits));
+}
+
+} // namespace
+
+Node* NodeTable::find(const String& name) const noexcept {
+    const auto entry = m_byName.find(name);
+    return entry == m_byName.end() ? nullptr : entry->second.node;
+}
+
+Node* NodeTable::at(u64 index) const noexcept {
+    const Entry* entry = m_order.at(index);
+    return entry ? entry->node : nullptr;
+}
+
+u64 NodeTable::indexOf(const String& name) const noexcept {
+    const auto entry = m_byName.find(name);
+    return entry == m_byName.end() ? noIndex : m_order.rankOf(entry->second.slot);
+}
+
+u64 NodeTable::place(Entry* entry, u64 index) {
+    return index < m_order.size() ? m_order.insert(index, entry, moved) : m_order.add(entry);
+}
+
+void NodeTable::move(const String& name, u64 to) {
+    Entry& entry = m_byName.find(name)->second;
+    m_order.remove(entry.slot, moved);
+    entry.slot = place(&entry, to);
+}
+
+void NodeTable::add(const String& name, Node* node, u64 index) {
+    const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node, 0});
+    try {
+        entry->second.slot = place(&entry->second, index);
+    } catch (...) {
+        m_byName.erase(entry);
+        throw;
+    }
+}
+
+void NodeTable::add(Place place, const String& name, Node* node, u64 index) {
+    if (!place) return add(name, node, index);
+    m_order.reserve();
+    if (!place.m_entry.key().equals(name)) place.m_entry.key() = name;
+    place.m_entry.mapped().node = node;
+    Entry& entry = m_byName.insert(std::move(place.m_entry)).position->second;
+    entry.slot = this->place(&entry, index);
+}
+
+Node* NodeTable::remove(const String& name) noexcept {
+    const Place place = take(name);
+    return place ? place.m_entry.mapped().node : nullptr;
+}
+
+NodeTable::Place NodeTable::take(const String& name) noexcept {
+    Place place;
+    const auto entry = m_byName.find(name);
+    if (entry == m_byName.end()) return place;
+    m_order.remove(entry->second.slot, moved);
+    place.m_entry = m_byName.extract(entry);
+    freeNumber(name);
+    return place;
+}
+
+// Without memory to find out which number is free again, all are looked at.
+void NodeTable::freeNumber(const String& name) noexcept {
+    if (m_nextNumber.empty()) return;
+    try {
+        const NumberedName freed = splitNumber(name);
+        const auto next = m_nextNumber.find(freed.stem);
+        if (next != m_nextNumber.end() && freed.number != 0 && freed.number < next->second)
+            next->second = freed.number;
+    } catch (const std::bad_alloc&) {
+        m_nextNumber.clear();
+    }
+}
+
+void NodeTable::rename(const String& from, const String& to) {
+    auto entry = m_byName.extract(from);
+    entry.key() = to;
+    m_byName.insert(std::move(entry));
+}
+
+void NodeTable::replace(const String& name, Node* node) {
+    m_byName.find(name)->second.node = node;
+}
+
+String NodeTable::freeName(const String& name) const {
+    if (!taken(name)) return name;
+    const NumberedName parts = splitNumber(name);
+    u64& next = m_nextNumber.try_emplace(parts.stem, 1).first->second;
+    u64 number = std::max(next, parts.number + 1);
+    const bool countsAll = number == next;
+    String candidate = withNumber(parts.stem, number);
+    while (taken(candidate))
+        candidate = withNumber(parts.stem, ++number);
+    if (countsAll) next = number;
+    return candidate;
+}
+
+} // namespace qv::kelvo_sdk::impl

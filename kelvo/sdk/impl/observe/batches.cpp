@@ -1,0 +1,112 @@
+#include "kelvo/sdk/impl/observe/batches.h"
+
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include "kelvo/base/log.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+bool Batches::subscribe(BatchObserver* observer) {
+    if (m_observers.contains(observer)) return false;
+    m_observers.push_back(observer);
+    return true;
+}
+
+template<typename Note>
+void Batches::note(const Note& note) {
+    if (m_observers.empty()) return;
+    try {
+        note(m_batch);
+    } catch (const std::bad_alloc&) {
+        // Of a change that was not expected.
+        logNoMemory("Observers were not told of an edit: there is no memory for it.");
+    }
+    if (!m_scene.isEditing()) deliver();
+}
+
+void Batches::nodeAdded(INode* node) {
+    note([=](EditBatch& batch) { batch.nodeAdded(node); });
+}
+void Batches::nodeRemoved(INode* node) {
+    note([=](EditBatch& batch) { batch.nodeRemoved(node); });
+}
+void Batches::nodeRenamed(INode* node, String before) {
+    note([&](EditBatch& batch) { batch.nodeRenamed(node, before); });
+}
+void Batches::nodeMoved(INode* node, u64 /*from*/) {
+    note([=](EditBatch& batch) { batch.nodeMoved(node); });
+}
+void Batches::inputAdded(const IInput* input) {
+    note([=](EditBatch& batch) { batch.inputAdded(input); });
+}
+void Batches::inputRemoved(const IInput* input) {
+    note([=](EditBatch& batch) { batch.inputRemoved(input); });
+}
+void Batches::outputAdded(const IOutput* output) {
+    note([=](EditBatch& batch) { batch.outputAdded(output); });
+}
+void Batches::outputRemoved(const IOutput* output) {
+    note([=](EditBatch& batch) { batch.outputRemoved(output); });
+}
+void Batches::inputChanged(const IInput* input, const AttrData* previous) {
+    note([=](EditBatch& batch) { batch.inputChanged(input, previous); });
+}
+void Batches::inputConnected(const IInput* input, const IOutput* before, const IOutput* /*after*/) {
+    note([=](EditBatch& batch) { batch.inputConnected(input, before); });
+}
+
+namespace {
+
+// Needs an exception that is being handled. A log handler may throw as well.
+void logThrown() noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& thrown) {
+            logError("An observer threw when it was told of an edit: %s.", thrown.what());
+        } catch (...) {
+            logError("An observer threw when it was told of an edit.");
+        }
+    } catch (...) {
+    }
+}
+
+} // namespace
+
+// Edits that observers make meanwhile come next. Observers may let go of the scene.
+void Batches::deliver() noexcept {
+    if (m_isDelivering || m_batch.empty()) return;
+    const RefersTo<Scene> held(&m_scene);
+    m_isDelivering = true;
+    for (u32 round = 0; !m_batch.empty(); ++round) {
+        if (round == maxRounds) {
+            logError("The observers of a scene come to no end: they edit it each time they are "
+                     "told of an edit. The rest is told with the next one.");
+            break;
+        }
+        deliverRound();
+    }
+    m_isDelivering = false;
+}
+
+void Batches::deliverRound() noexcept {
+    EditBatch batch = std::exchange(m_batch, {});
+    const interfaces::SceneChanges& changes = batch.net();
+    if (!changes.empty()) tell(changes);
+}
+
+void Batches::tell(const interfaces::SceneChanges& changes) noexcept {
+    const std::lock_guard lock(m_scene.observerMutex());
+    const CertainTelling certain;
+    tellEach(m_observers, [&](BatchObserver* observer) {
+        try {
+            observer->sceneChanged(changes);
+        } catch (...) {
+            logThrown();
+        }
+    });
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "kelvo/sdk/impl/observe/edit_batch.h"
+#include "kelvo/sdk/interfaces/batch_observer.h"
+#include "kelvo/sdk/interfaces/scene_observer.h"
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::BatchObserver;
+
+/// Tells observers of a scene about its edits as a whole.
+class Batches : public interfaces::SceneObserver {
+public:
+    /// The scene owns this.
+    explicit Batches(Scene& scene) : m_scene(scene) {}
+
+    // Called under the lock of the scene's observers.
+    bool subscribe(BatchObserver* observer);
+    bool unsubscribe(BatchObserver* observer) { return m_observers.removeAll(observer); }
+    /// Something is about to change: takes the memory for noting that.
+    template<typename Thing>
+    void expect(const Thing* thing) {
+        if (!m_observers.empty()) m_batch.expect(thing);
+    }
+    /// No edit is open any more.
+    void deliver() noexcept;
+
+    void nodeAdded(INode* node) override;
+    void nodeRemoved(INode* node) override;
+    void nodeRenamed(INode* node, String before) override;
+    void nodeMoved(INode* node, u64 from) override;
+    void inputAdded(const IInput* input) override;
+    void inputRemoved(const IInput* input) override;
+    void outputAdded(const IOutput* output) override;
+    void outputRemoved(const IOutput* output) override;
+    void inputChanged(const IInput* input, const AttrData* previous) override;
+    void inputConnected(const IInput* input, const IOutput* before, const IOutput* after) override;
+
+private:
+    template<typename Note>
+    void note(const Note& note);
+    void deliverRound() noexcept;
+    void tell(const interfaces::SceneChanges& changes) noexcept;
+
+    // Edits that observers make when they are told are followed up as often as this.
+    static constexpr u32 maxRounds = 32;
+
+    Scene& m_scene;
+    ds::Vector<BatchObserver*> m_observers;
+    EditBatch m_batch;
+    bool m_isDelivering = false;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,144 @@
+#include "kelvo/sdk/impl/scene_text/left_out.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+
+#include <algorithm>
+#include <type_traits>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool isOfKind(const Input& input, const Input& definition) noexcept {
+    return input.type() == definition.type() && input.elementType() == definition.elementType();
+}
+
+bool isAsDefined(const Input& input, const Input& definition);
+
+bool areAsDefined(const Input& input, const Input& definition) {
+    const auto& members = input.members();
+    const auto& known = definition.members();
+    return std::ranges::equal(members, known, [](const IInput* member, const IInput* defined) {
+        return isAsDefined(static_cast<const Input&>(*member), static_cast<const Input&>(*defined));
+    });
+}
+
+bool isAsDefined(const Input& input, const Input& definition) {
+    return isOfKind(input, definition) && haveSameNotes(input, definition) && !input.source() &&
+           (!input.stashed() || input.isModified()) && input.ownValue() == definition.value() &&
+           input.ownName().equals(definition.ownName()) && areAsDefined(input, definition);
+}
+
+bool isAsDefined(const Output& output, const Output& definition) {
+    return output.type() == definition.type() && output.dataType() == definition.dataType() &&
+           output.ownName().equals(definition.ownName());
+}
+
+} // namespace
+
+bool saysNothing(const AttrDetails* details) noexcept {
+    return !details ||
+           (details->defaultValue.isNull() && details->minimum.isNull() &&
+            details->maximum.isNull() && details->choices.empty() && details->unit.isEmpty() &&
+            details->labels.empty() && details->helps.empty());
+}
+
+bool haveSameNotes(const Input& input, const Input& definition) noexcept {
+    const bool areDetailsKnown =
+        input.details() == definition.details() ||
+        (saysNothing(input.details()) && saysNothing(definition.details()));
+    return areDetailsKnown && input.isSilent() == definition.isSilent() &&
+           input.hasReadOnlyMark() == definition.hasReadOnlyMark() &&
+           input.declaredType() == definition.declaredType();
+}
+
+LeftOut LeftOut::inputs(const interfaces::INode& node, const Node& definition) {
+    LeftOut made;
+    made.compare<Input>(static_cast<const Node&>(node).inputs(), definition.inputs());
+    return made;
+}
+
+LeftOut LeftOut::outputs(const interfaces::INode& node, const Node& definition) {
+    LeftOut made;
+    made.compare<Output>(static_cast<const Node&>(node).outputs(), definition.outputs());
+    return made;
+}
+
+LeftOut LeftOut::members(const Input& object, const Input& definition) {
+    LeftOut made;
+    made.compare<Input>(object.members(), definition.members());
+    return made;
+}
+
+LeftOut LeftOut::none() const {
+    LeftOut made(*this);
+    made.m_isLeftOut.clear();
+    return made;
+}
+
+template<typename Attribute, typename List>
+void LeftOut::compare(const List& list, const List& known) {
+    const std::vector<u64> places = placesIn<Attribute>(known, list);
+    // Of several that share a name none is left out: the others would stand for it.
+    std::vector<u8> uses(known.size());
+    for (const u64 place : places)
+        if (place != noIndex && uses[place] < 2) ++uses[place];
+    m_isLeftOut.resize(list.size());
+    if constexpr (std::is_same_v<Attribute, Input>) m_inputs.resize(list.size());
+    for (u64 i = 0; i < list.size(); ++i) {
+        if (places[i] == noIndex) continue;
+        const auto& attribute = static_cast<const Attribute&>(*list[i]);
+        const auto& definition = static_cast<const Attribute&>(*known[places[i]]);
+        m_isLeftOut[i] =
+            attribute.isLeftOut() && uses[places[i]] == 1 && isAsDefined(attribute, definition);
+        if constexpr (std::is_same_v<Attribute, Input>)
+            if (isOfKind(attribute, definition)) m_inputs[i] = &definition;
+    }
+    keepOrder(places);
+}
+
+// Mostly both have the same order. Returns `noIndex` for what is not known.
+template<typename Attribute, typename List>
+std::vector<u64> LeftOut::placesIn(const List& known, const List& list) {
+    std::vector<u64> places(list.size(), noIndex);
+    std::vector<bool> isMet(known.size());
+    u64 next = 0;
+    for (u64 i = 0; i < list.size(); ++i) {
+        const auto& attribute = static_cast<const Attribute&>(*list[i]);
+        const auto isNamed = [&](const auto* other) {
+            const auto& defined = static_cast<const Attribute&>(*other);
+            return defined.nameHash() == attribute.nameHash() &&
+                   defined.ownName().equalsNoCase(attribute.ownName());
+        };
+        if (next >= known.size() || !isNamed(known[next]))
+            next = static_cast<u64>(std::ranges::find_if(known, isNamed) - known.begin());
+        if (next >= known.size()) continue;
+        isMet[next] = true;
+        places[i] = next++;
+    }
+    m_isOwn = std::ranges::find(isMet, false) != isMet.end();
+    return places;
+}
+
+// When the text is read, what it leaves out comes back in front of the first thing written that is
+// behind it in the definition, else at the end. Anything that would change its place by this is
+// written.
+void LeftOut::keepOrder(const std::vector<u64>& places) {
+    u64 before = 0;
+    for (u64 i = 0; i < places.size(); ++i) {
+        if (places[i] == noIndex) continue;
+        if (places[i] < before) m_isLeftOut[i] = false;
+        before = std::max(before, places[i]);
+    }
+    // Nothing comes back in front of what the definition does not know.
+    u64 nextWritten = noIndex;
+    for (u64 i = places.size(); i-- > 0;) {
+        if (places[i] == noIndex || places[i] >= nextWritten) m_isLeftOut[i] = false;
+        if (!m_isLeftOut[i]) nextWritten = places[i] != noIndex ? places[i] : 0;
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "kelvo/sdk/impl/scene_text/scene_tree.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+class Node;
+class Scene;
+
+/// Finds what the libraries of a scene know of the nodes of a tree: their definitions, those of
+/// their inputs at any depth, and the outputs that the text leaves out, which are added.
+class SceneBinder {
+public:
+    /// Borrows both.
+    SceneBinder(SceneTree& tree, const Scene& scene);
+
+    void bind();
+
+private:
+    [[nodiscard]] const Node* findType(u32 type);
+    void bindInputs(const TreeNode& node);
+    template<typename Holder>
+    void bindList(u32 first, const Holder& holder, const ds::Vector<interfaces::IInput*>& known);
+    void bindInput(u32 index, const Input& definition);
+    void addOutputs(TreeNode& node, std::vector<TreeOutput>& to);
+    [[nodiscard]] u64 outputIn(const Node& definition, u32 name, u64 guess) const;
+
+    SceneTree& m_tree;
+    const Scene& m_scene;
+    // By the names of types that were looked up.
+    struct Known {
+        bool isLookedUp = false;
+        const Node* definition = nullptr;
+    };
+    std::vector<Known> m_known;
+    // Objects whose members are still to be bound.
+    std::vector<u32> m_open;
+};
+
+} // namespace qv::kelvo_sdk::impl

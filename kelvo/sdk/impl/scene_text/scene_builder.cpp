@@ -1,0 +1,294 @@
+#include "kelvo/sdk/impl/scene_text/scene_builder.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_changes.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/modify/modifiers.h"
+
+#include <tuple>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Lets observers that care take the whole text as one change.
+class EditGroup {
+public:
+    explicit EditGroup(Scene& scene) : m_scene(scene) { m_scene.beginEditGroup(); }
+    ~EditGroup() { m_scene.endEditGroup(); }
+    EditGroup(const EditGroup&) = delete;
+    EditGroup& operator=(const EditGroup&) = delete;
+
+private:
+    Scene& m_scene;
+};
+
+Value& slotOf(AttrDetails& details, TreeSlot slot, u32 choice) {
+    switch (slot) {
+    case TreeSlot::Minimum:
+        return details.minimum;
+    case TreeSlot::Maximum:
+        return details.maximum;
+    case TreeSlot::Choice:
+        return details.choices[choice];
+    default:
+        return details.defaultValue;
+    }
+}
+
+} // namespace
+
+SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : SceneBuilder(tree) {
+    m_scene = &scene;
+}
+
+SceneBuilder::SceneBuilder(SceneTree& tree)
+    : m_tree(tree), m_inputs(tree.inputs.size()), m_outputs(tree.outputs.size()) {}
+
+// The ends of nodes that did not come in are not the scene's.
+SceneBuilder::~SceneBuilder() {
+    if (!m_scene || m_isDone) return;
+    for (const RefersTo<Node>& node : m_nodes)
+        if (node->scene() == m_scene && !m_scene->contains(*node)) node->setScene(nullptr);
+}
+
+void SceneBuilder::build() {
+    const RefersTo<Scene> held(m_scene);
+    const EditStep step(*m_scene);
+    const EditGroup group(*m_scene);
+    holdKnown();
+    m_nodes.reserve(m_tree.nodes.size());
+    for (const TreeNode& from : m_tree.nodes) {
+        Node& node = *m_nodes.emplace_back(makeNode(from));
+        if (node.m_nodeInit) initialise(from, node);
+    }
+    ModifierHold modifiers(*m_scene);
+    const u64 start = m_scene->history().openChanges();
+    NewsHold news;
+    addUnheard();
+    try {
+        news.release();
+        modifiers.release();
+        m_isDone = true;
+    } catch (...) {
+        takeBack(start);
+        throw;
+    }
+}
+
+// All of it or, when there is no memory, nothing.
+void SceneBuilder::addUnheard() {
+    const auto start = NewsHold::mark();
+    try {
+        const EditStep step(*m_scene);
+        addNodes();
+    } catch (...) {
+        NewsHold::dropSince(start);
+        for (const RefersTo<Node>& node : m_nodes)
+            if (m_scene->contains(*node)) m_scene->dropUnheard(*node);
+        throw;
+    }
+}
+
+RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
+    const NamePool& names = m_tree.names;
+    return RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+}
+
+void SceneBuilder::addCopy(const IInput& input, Node& node) {
+    const auto& from = static_cast<const Input&>(input);
+    auto copy = RefersTo<IInput>::adopt(from.clone(&node, nullptr));
+    appendToList(node.m_inputs, copy.get());
+    std::ignore = copy.detach();
+}
+
+void SceneBuilder::addCopy(const IOutput& output, Node& node) {
+    auto copy = RefersTo<IOutput>::adopt(static_cast<const Output&>(output).clone(&node));
+    appendToList(node.m_outputs, copy.get());
+    std::ignore = copy.detach();
+}
+
+RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
+    auto node = makeEmptyNode(from);
+    describe(from, *node);
+    makeAttributes(from, *node);
+    return node;
+}
+
+// The text's word on bases overrides the definition.
+void SceneBuilder::describe(const TreeNode& from, Node& node) const {
+    const Node* definition = from.definition;
+    if (definition) {
+        node.copyIdentity(*definition);
+        node.copyLibrary(*definition);
+    }
+    node.m_isAbstract = from.isAbstract;
+    node.m_isInternal = from.isInternal || (definition && !from.isOwn && node.m_isInternal);
+    if (from.baseCount == 0 && !from.isOwn) return;
+    StringVector bases;
+    for (u32 i = 0; i < from.baseCount; ++i)
+        bases.push_back(m_tree.names.text(m_tree.bases[from.firstBase + i]));
+    node.m_bases = std::move(bases);
+    if (definition) node.initLibInfo(definition->library());
+}
+
+// The node has all but its links and connections, and is of the scene without being in it.
+void SceneBuilder::initialise(const TreeNode& from, Node& node) {
+    for (u32 i = from.firstInput; i < m_inputs.size() && m_inputs[i]; ++i)
+        m_heldInputs.emplace_back(m_inputs[i]);
+    for (u32 i = 0; i < from.outputCount; ++i)
+        m_heldOutputs.emplace_back(m_outputs[from.firstOutput + i]);
+    node.m_scene = m_scene;
+    m_scene->initialise(node);
+}
+
+// Libraries may let go, when they initialise nodes, of what the text leads to outside of it.
+void SceneBuilder::holdKnown() {
+    for (const TreeLink& link : m_tree.links)
+        if (link.known) m_heldNodes.emplace_back(link.known);
+    for (const TreeConnection& connection : m_tree.connections)
+        if (connection.known) m_heldOutputs.emplace_back(connection.known);
+}
+
+void SceneBuilder::makeAttributes(const TreeNode& from, Node& node) {
+    makeInputs(from, node);
+    makeOutputs(from, node);
+    node.m_dirty = true;
+}
+
+void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
+    node.m_outputs.reserve(node.m_outputs.size() + from.outputCount);
+    for (u32 i = from.firstOutput; i < from.firstOutput + from.outputCount; ++i) {
+        const TreeOutput& output = m_tree.outputs[i];
+        const String& name = m_tree.names.text(output.name);
+        const bool isBuffer = output.type == AttrType::Buffer;
+        m_outputs[i] = isBuffer ? new Output(&node, name, output.dataType)
+                                : new Output(&node, name, output.type);
+        m_outputs[i]->setLeftOut(output.isLeftOut);
+        appendToList(node.m_outputs, m_outputs[i]);
+    }
+}
+
+void SceneBuilder::addNodes() {
+    for (const RefersTo<Node>& node : m_nodes)
+        m_scene->addNode(node.get());
+    for (const TreeLink& from : m_tree.links)
+        link(from);
+    for (const TreeConnection& from : m_tree.connections)
+        connect(from);
+    addComments();
+}
+
+void SceneBuilder::link(const TreeLink& from) {
+    Input& input = *m_inputs[from.input];
+    const TreeInput& treeInput = m_tree.inputs[from.input];
+    INode* target = from.target != noTreeIndex ? m_nodes[from.target].get() : from.known;
+    if (target && !m_scene->contains(*target)) return;
+    if (from.slot == TreeSlot::Value) return setLink(input, target);
+    if (from.slot == TreeSlot::Stash) return input.setStashed(Value(target));
+    AttrDetails& details = *m_tree.extras[treeInput.extras].details;
+    slotOf(details, from.slot, from.choice) = Value(target);
+    m_scene->noteDescribedNode();
+    const bool startsHere = from.slot == TreeSlot::Default && treeInput.type == AttrType::Node &&
+                            treeInput.value.isNull();
+    if (startsHere) setLink(input, target);
+}
+
+// Read-only inputs and those that take few choices are linked too: that is how they were written.
+// An input that a library removed when its node was made stays out.
+void SceneBuilder::setLink(Input& input, INode* target) {
+    if (!input.m_node) return;
+    EditStep step(input.m_node);
+    step.prepare<ValueChange>(input);
+    expectNews(input.m_node, static_cast<const IInput*>(&input));
+    if (target) input.extras();
+    Value before(target);
+    input.replaceValue(before);
+    step.commit();
+    input.changed(std::move(before));
+}
+
+// Loops and kinds were checked for the whole text at once.
+void SceneBuilder::connect(const TreeConnection& from) {
+    Input& input = *m_inputs[from.input];
+    IOutput* output = from.target != noTreeIndex ? m_outputs[from.output] : from.known;
+    if (!input.m_node || !output->node()) return;
+    EditStep step(input.m_node);
+    step.prepare<SourceChange>(input);
+    expectNews(input.m_node, static_cast<const IInput*>(&input));
+    input.setSource(static_cast<Output*>(output));
+    step.commit();
+    input.m_node->onInputConnected(&input, nullptr, output);
+}
+
+// The last of all, as comments that came in would be in the way of what is taken back.
+void SceneBuilder::addComments() {
+    SceneComments comments;
+    using Unchecked = Comments::Unchecked;
+    const auto add = [&](const auto* thing, const auto& from, Unchecked unchecked) {
+        const TreeExtras* extras = m_tree.extrasOf(from.extras);
+        if (!extras && !from.isOwn && unchecked == Unchecked::Open) return;
+        Comments added = extras ? extras->comments : Comments();
+        added.isOwn = from.isOwn;
+        added.unchecked = unchecked;
+        if (extras) {
+            added.lostLink = extras->lostLink;
+            added.lostSource = extras->lostSource;
+        }
+        comments.set(thing, std::move(added));
+    };
+    for (u64 i = 0; i < m_tree.nodes.size(); ++i)
+        add(static_cast<const INode*>(m_nodes[i].get()), m_tree.nodes[i], Unchecked::Open);
+    for (u64 i = 0; i < m_tree.inputs.size(); ++i)
+        add(static_cast<const IInput*>(m_inputs[i]), m_tree.inputs[i], m_tree.inputs[i].unchecked);
+    for (u64 i = 0; i < m_tree.outputs.size(); ++i)
+        if (const TreeExtras* extras = m_tree.extrasOf(m_tree.outputs[i].extras))
+            comments.set(m_outputs[i], extras->comments);
+    EditStep step(*m_scene);
+    if (!m_tree.file.isEmpty()) step.prepare<FileCommentsChange>(m_scene->comments());
+    comments.setFile(fileComments());
+    m_scene->comments().reserveFor(comments);
+    m_scene->comments().merge(std::move(comments));
+    step.commit();
+}
+
+// Returns those of the scene with the text's.
+Comments SceneBuilder::fileComments() {
+    const Comments& added = m_tree.file;
+    Comments file = m_scene->comments().file();
+    file.leading += added.leading.view();
+    file.inner += added.inner.view();
+    if (file.opening.isEmpty()) file.opening = added.opening;
+    for (UnreadLines unread : added.unread) {
+        const u32 node = m_tree.findNode(m_tree.names.add(unread.before.view()));
+        if (node != noTreeIndex) {
+            unread.node = m_nodes[node].get();
+            unread.before = m_nodes[node]->name();
+        }
+        file.unread.push_back(std::move(unread));
+    }
+    return file;
+}
+
+// Removes what was added. What observers throw now is lost: there is an exception on its way.
+void SceneBuilder::takeBack(u64 start) noexcept {
+    History& history = m_scene->history();
+    if (history.isRecording()) return history.takeBack(start);
+    for (const RefersTo<Node>& node : m_nodes) {
+        try {
+            m_scene->removeNode(node.get());
+        } catch (...) {
+            continue;
+        }
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "kelvo/sdk/impl/scene_text/scene_tree.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::INode;
+
+class Input;
+class Node;
+class Output;
+class Scene;
+
+/// Makes the nodes of a checked tree and adds them to a scene, all or, when something throws, none.
+///
+/// Nodes are built whole but for links and connections before the scene sees the first. Then links
+/// and connections are made, as edits. When all of it is done everyone hears of it, in this order.
+///
+///     Nodes      scene_builder.cpp          heads, outputs, links, connections, comments
+///     Inputs     scene_builder_inputs.cpp   values, notes, members, what a text leaves out
+class SceneBuilder {
+public:
+    /// Borrows both; the tree's values move into the scene.
+    SceneBuilder(SceneTree& tree, Scene& scene);
+    /// For nodes made one by one.
+    explicit SceneBuilder(SceneTree& tree);
+    ~SceneBuilder();
+    SceneBuilder(const SceneBuilder&) = delete;
+    SceneBuilder& operator=(const SceneBuilder&) = delete;
+
+    void build();
+
+    // For nodes that belong to no scene.
+
+    /// Returns a node of the type and name, without attributes.
+    [[nodiscard]] RefersTo<Node> makeEmptyNode(const TreeNode& from) const;
+    /// Append a copy of an attribute of another node, unheard.
+    static void addCopy(const interfaces::IInput& input, Node& node);
+    static void addCopy(const interfaces::IOutput& output, Node& node);
+    void makeAttributes(const TreeNode& from, Node& node);
+    /// Return what was made of an attribute of the tree, null for none.
+    [[nodiscard]] const Input* input(u32 index) const { return m_inputs[index]; }
+    [[nodiscard]] const Output* output(u32 index) const { return m_outputs[index]; }
+
+private:
+    [[nodiscard]] RefersTo<Node> makeNode(const TreeNode& from);
+    void describe(const TreeNode& from, Node& node) const;
+    void initialise(const TreeNode& from, Node& node);
+    void holdKnown();
+    void makeInputs(const TreeNode& from, Node& node);
+    template<typename Add>
+    void addInputs(u32 first, const ds::Vector<interfaces::IInput*>& known, Node& node,
+                   Input* holder, const Add& add);
+    [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* holder);
+    [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* holder) const;
+    void makeMembers(const TreeInput& from, Node& node, Input& holder);
+    void makeOutputs(const TreeNode& from, Node& node);
+    void addUnheard();
+    void addNodes();
+    void link(const TreeLink& from);
+    static void setLink(Input& input, INode* target);
+    void connect(const TreeConnection& from);
+    void addComments();
+    [[nodiscard]] Comments fileComments();
+    void takeBack(u64 start) noexcept;
+
+    SceneTree& m_tree;
+    // Null when there is none.
+    Scene* m_scene = nullptr;
+    bool m_isDone = false;
+    // By their positions in the tree.
+    std::vector<RefersTo<Node>> m_nodes;
+    std::vector<Input*> m_inputs;
+    std::vector<Output*> m_outputs;
+    // Libraries may remove these when they initialise nodes; held until links and connections are
+    // made.
+    std::vector<RefersTo<INode>> m_heldNodes;
+    std::vector<RefersTo<interfaces::IInput>> m_heldInputs;
+    std::vector<RefersTo<interfaces::IOutput>> m_heldOutputs;
+    // Arrays and objects of the node that is made which get what they hold yet.
+    struct Unfilled {
+        u32 from;
+        Input* input;
+    };
+    std::vector<Unfilled> m_unfilled;
+};
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,133 @@
+#include "kelvo/sdk/impl/scene_text/scene_builder.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include <tuple>
+#include <utility>
+
+// ---- Inputs --------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool isSilent(TreeSilence silence, bool inherited) {
+    return silence == TreeSilence::Inherited ? inherited : silence == TreeSilence::Silent;
+}
+
+// Without limits nobody knows whether the mark is needed.
+Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
+    using Unchecked = Comments::Unchecked;
+    const bool isSaid = extras && extras->isUnchecked;
+    const bool hasLimits = data.details && !data.value.isNull() && data.type != AttrType::Node;
+    if (!hasLimits) return isSaid ? Unchecked::Said : Unchecked::Open;
+    if (data.details->accepts(data.value)) return Unchecked::Open;
+    return isSaid ? Unchecked::Said : Unchecked::Unsaid;
+}
+
+void markLeftOut(Input& input) {
+    input.setLeftOut(true);
+    InputWalk members(input.members());
+    while (Input* member = members.next())
+        member->setLeftOut(true);
+}
+
+} // namespace
+
+void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
+    const bool isFilled = from.definition && !from.isOwn;
+    node.m_inputs.reserve(node.m_inputs.size() + from.inputCount);
+    addInputs(from.firstInput, isFilled ? from.definition->m_inputs : noInputs, node, nullptr,
+              [&](RefersTo<Input> input) {
+                  appendToList(node.m_inputs, input.get());
+                  std::ignore = input.detach();
+              });
+    // Containers inside each other take no stack.
+    while (!m_unfilled.empty()) {
+        const Unfilled next = m_unfilled.back();
+        m_unfilled.pop_back();
+        makeMembers(m_tree.inputs[next.from], node, *next.input);
+    }
+}
+
+void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& holder) {
+    const bool isFilled =
+        from.definition && !from.isOwn && from.definition->type() == AttrType::Object;
+    const auto& known = isFilled ? from.definition->members() : noInputs;
+    if (from.memberCount == 0 && known.empty()) return;
+    holder.extras().members.reserve(from.memberCount);
+    addInputs(from.firstMember, known, node, &holder,
+              [&](RefersTo<Input> input) { holder.adoptMember(input.detach()); });
+}
+
+// Adds the inputs of a list of the text, with those of the definition that it leaves out at their
+// places among them.
+template<typename Add>
+void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& node, Input* holder,
+                             const Add& add) {
+    std::vector<bool> isGiven(known.size());
+    for (u32 i = known.empty() ? noTreeIndex : first; i != noTreeIndex;
+         i = m_tree.inputs[i].nextSibling)
+        if (const u32 place = m_tree.inputs[i].definitionIndex; place != noTreeIndex)
+            isGiven[place] = true;
+    u64 next = 0;
+    const auto addUpTo = [&](u64 end) {
+        for (; next < end; ++next) {
+            if (isGiven[next]) continue;
+            const auto& definition = static_cast<const Input&>(*known[next]);
+            auto copy =
+                RefersTo<Input>::adopt(static_cast<Input*>(definition.clone(&node, holder)));
+            markLeftOut(*copy);
+            add(std::move(copy));
+        }
+    };
+    for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
+        const u32 place = m_tree.inputs[i].definitionIndex;
+        if (!known.empty() && place != noTreeIndex) addUpTo(place);
+        add(makeInput(i, node, holder));
+    }
+    addUpTo(known.size());
+}
+
+RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
+    TreeInput& from = m_tree.inputs[index];
+    const bool isElement = holder && holder->type() == AttrType::Array;
+    String name = isElement ? String() : m_tree.names.text(from.name);
+    AttrData data = dataOf(from, holder);
+    TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
+    from.unchecked = markOf(data, extras);
+    auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
+    m_inputs[index] = input.get();
+    if (extras && extras->stashed) input->replaceStash(std::move(extras->stash));
+    if (from.type == AttrType::Array || from.type == AttrType::Object)
+        m_unfilled.push_back({index, input.get()});
+    return input;
+}
+
+AttrData SceneBuilder::dataOf(TreeInput& from, const Input* holder) const {
+    const Input* definition = m_tree.takesNotes(from) ? from.definition : nullptr;
+    AttrData data(from.type);
+    data.elementType = from.elementType;
+    data.dataType = from.boundType;
+    if (holder && holder->type() == AttrType::Array) data.dataType = holder->declaredType();
+    data.silent =
+        isSilent(from.silent, definition ? definition->isSilent() : holder && holder->isSilent());
+    data.readOnly = from.readOnly || (definition && definition->hasReadOnlyMark());
+    // A node's is looked at again when links are made.
+    if (from.type == AttrType::Node)
+        data.value = from.value;
+    else
+        data.value = std::move(from.value);
+    if (definition) {
+        data.details = RefersTo<AttrDetails>(const_cast<AttrDetails*>(definition->details()));
+        if (data.value.isNull()) data.value = definition->value();
+    } else if (const TreeExtras* extras = m_tree.extrasOf(from.extras)) {
+        data.details = extras->details;
+    }
+    return data;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,267 @@
+#include "kelvo/sdk/impl/scene_text/scene_parser.h"
+
+#include "kelvo/base/near_name.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+// ---- File and nodes ------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+constexpr std::string_view kVersion = "1";
+
+} // namespace
+
+SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
+                         TextErrors& errors)
+    : SceneParser(text, limits, tree, errors, TextForm()) {}
+
+SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
+                         TextErrors& errors, const TextForm& form)
+    : m_lexer(text), m_limits(limits), m_form(form), m_tree(tree), m_errors(errors) {
+    // The names of the kinds come first, so that a kind is the number of its name.
+    // About as many as attributes of the usual length, so that most texts need no more.
+    m_tree.inputs.reserve(std::min<u64>(text.size() / 24, 1 << 16));
+    for (u32 type = 0; type < attrTypeCount; ++type)
+        std::ignore = m_tree.names.add(attrTypeName(static_cast<AttrType>(type)));
+    for (u32 type = 0; type < dataTypeCount; ++type) {
+        const auto dataType = static_cast<DataType>(type);
+        const u32 name = m_tree.names.add(dataTypeName(dataType));
+        if (name >= m_dataTypes.size()) m_dataTypes.resize(name + 1, DataType::Null);
+        m_dataTypes[name] = dataType;
+    }
+}
+
+void SceneParser::parse() {
+    std::ignore = m_lexer.accept("\xef\xbb\xbf"); // The mark that some editors put in front.
+    std::vector<UnreadLines>& unread = m_tree.file.unread;
+    String leading = commentLines(unread);
+    if (!parseHeader(leading)) return;
+    while (!m_lexer.atEnd() && !m_errors.full()) {
+        m_nodeName = String();
+        m_node = noTreeIndex;
+        m_isHeadFaulty = false;
+        const u64 start = m_lexer.offset();
+        const u64 errors = m_errors.size();
+        const bool isNode = startsNode();
+        if (!isNode) {
+            failExpecting("'" + std::string(m_form.part) + "'");
+            m_namesAreMissing = true;
+        }
+        const u64 node = m_tree.nodes.size();
+        const bool isWhole = isNode && parseNode(std::move(leading));
+        if (!isWhole) skipToNode();
+        placeUnread(node);
+        tellPart(start, errors, !isWhole || m_isHeadFaulty);
+        leading = commentLines(unread);
+    }
+    m_tree.file.inner = std::move(leading);
+}
+
+// A text without the header line is a piece of one.
+bool SceneParser::parseHeader(String& leading) {
+    const u64 start = m_lexer.offset();
+    if (m_lexer.peekIdentifier() != "kelvo") return true;
+    std::ignore = m_lexer.identifier();
+    m_lexer.skipBlanks();
+    if (m_lexer.peekIdentifier() != m_form.header)
+        return fail(start, "This is no " + String(m_form.name) + ": its first line is not 'kelvo " +
+                               String(m_form.header) + " " + String(kVersion) + "'.");
+    std::ignore = m_lexer.identifier();
+    m_lexer.skipBlanks();
+    const u64 at = m_lexer.offset();
+    const String version = m_lexer.found();
+    if (version.view() != "'" + String(kVersion) + "'")
+        return fail(at, "Found " + version +
+                            " where the version was expected; this is a reader of "
+                            "version " +
+                            String(kVersion) + ".");
+    m_lexer.skip(kVersion.size());
+    m_tree.file.leading = std::move(leading);
+    if (!endLine(m_tree.file.opening)) return false;
+    // The blank line behind the header belongs to it.
+    std::vector<UnreadLines>& unread = m_tree.file.unread;
+    const u64 before = unread.size();
+    leading = commentLines(unread);
+    String& first = unread.size() == before ? leading : unread[before].leading;
+    if (first.view().starts_with('\n')) first = first.substr(1);
+    return true;
+}
+
+bool SceneParser::parseNode(String&& leading) {
+    std::ignore = m_lexer.identifier();
+    if (m_tree.nodes.size() >= m_limits.nodes)
+        return fail(m_lexer.offset(),
+                    String::format("There are more than %llu %ss.",
+                                   static_cast<unsigned long long>(m_limits.nodes),
+                                   m_form.part.data()));
+    TreeNode node;
+    Comments comments;
+    comments.leading = std::move(leading);
+    m_node = static_cast<u32>(m_tree.nodes.size());
+    if (!parseNodeHead(node)) {
+        m_namesAreMissing = true;
+        m_isHeadFaulty = true;
+        if (!skipToBrace()) return false;
+    }
+    knowNode(node);
+    // Reserves the place: links refer to it.
+    m_tree.nodes.push_back(node);
+    const bool isWhole = parseNodeBody(node, comments);
+    storeComments(node.extras, std::move(comments));
+    m_tree.nodes[m_node] = node;
+    return isWhole;
+}
+
+bool SceneParser::parseNodeHead(TreeNode& node) {
+    if (!parseTypes(node) || !parseNodeName(node) || !parseNodeFlags(node)) return false;
+    return m_lexer.accept('{') || failExpecting("'{'");
+}
+
+bool SceneParser::parseTypes(TreeNode& node) {
+    if (!parseType(node.type)) return false;
+    node.firstBase = static_cast<u32>(m_tree.bases.size());
+    m_lexer.skipBlanks();
+    if (!m_lexer.accept(':')) return true;
+    do {
+        u32 base = 0;
+        if (!parseType(base)) return false;
+        m_tree.bases.push_back(base);
+        ++node.baseCount;
+        m_lexer.skipBlanks();
+    } while (m_lexer.accept(','));
+    return true;
+}
+
+bool SceneParser::parseType(u32& out) {
+    m_lexer.skipBlanks();
+    const std::string_view type = m_lexer.identifier();
+    if (type.empty()) return failExpecting("a node type");
+    out = m_tree.names.add(type);
+    return true;
+}
+
+bool SceneParser::parseNodeName(TreeNode& node) {
+    m_lexer.skipBlanks();
+    node.offset = m_lexer.offset();
+    if (m_lexer.peek() != '"') return failExpecting("the node's name in quotes");
+    String name;
+    if (!parseText(name)) return false;
+    if (!name.isSimpleCID())
+        return fail(node.offset, "The name '" + name +
+                                     "' is no identifier: a letter or '_', then "
+                                     "letters, digits and '_'.");
+    node.name = m_tree.names.add(name.view());
+    m_nodeName = m_tree.names.text(node.name);
+    return true;
+}
+
+bool SceneParser::parseNodeFlags(TreeNode& node) {
+    for (;;) {
+        m_lexer.skipBlanks();
+        if (m_lexer.accept("@abstract"))
+            node.isAbstract = true;
+        else if (m_lexer.accept("@internal"))
+            node.isInternal = true;
+        else if (m_lexer.accept("@own"))
+            node.isOwn = true;
+        else
+            return true;
+    }
+}
+
+bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
+    Body body{.opened = m_lexer.offset(), .isNode = true};
+    node.firstOutput = static_cast<u32>(m_tree.outputs.size());
+    takeOpening(comments.opening);
+    const bool isClosed = parseBody(body);
+    node.firstInput = body.first;
+    node.inputCount = body.count;
+    node.outputCount = static_cast<u32>(m_tree.outputs.size()) - node.firstOutput;
+    checkDuplicateOutputs(node);
+    comments.inner = std::move(body.inner);
+    comments.unread = std::move(body.unread);
+    // A node without its closing brace ends where the next one starts.
+    if (!isClosed) return !m_errors.full();
+    return endLine(comments.trailing);
+}
+
+void SceneParser::knowNode(const TreeNode& node) {
+    if (node.name == noTreeIndex) return;
+    const u32 folded = m_tree.names.folded(node.name);
+    std::vector<u32>& byName = m_tree.nodesByName;
+    if (folded >= byName.size()) byName.resize(m_tree.names.size(), noTreeIndex);
+    if (byName[folded] == noTreeIndex) {
+        byName[folded] = m_node;
+        return;
+    }
+    if (!m_errors.wantsMessage()) {
+        fail(node.offset, String());
+        return;
+    }
+    const u64 other = m_tree.nodes[byName[folded]].offset;
+    const u64 line = LineCounter(m_lexer.text()).placeOf(other).line;
+    fail(node.offset,
+         String::format("The name '%s' is taken by the %s in line %llu.", m_nodeName.buf(),
+                        m_form.part.data(), static_cast<unsigned long long>(line)));
+}
+
+// Of several that are not closed only the innermost is told. Where it matters that much can be
+// read they end here.
+bool SceneParser::failUnclosed(Body& body, String&& leading) {
+    const u64 offset = m_lexer.offset();
+    const bool isTold = std::exchange(m_unclosedAt, offset) == offset;
+    String message;
+    if (!isTold && m_errors.wantsMessage())
+        message = "Found " + m_lexer.found() +
+                  String::format(" where the '}' to the '{' in line %llu was expected.",
+                                 static_cast<unsigned long long>(
+                                     LineCounter(m_lexer.text()).placeOf(body.opened).line));
+    if (!m_gaps) return !isTold && fail(offset, std::move(message));
+    if (!isTold) m_gaps->unclosed.push_back({offset, m_nodeName, std::move(message)});
+    body.inner = std::move(leading);
+    checkDuplicates(body);
+    return true;
+}
+
+// A node may hold inputs of one name and different kinds; an object may not.
+void SceneParser::checkDuplicates(const Body& body) {
+    ++m_list;
+    if (m_met.size() < m_tree.names.size()) m_met.resize(m_tree.names.size());
+    for (u32 input = body.first; input != noTreeIndex; input = m_tree.inputs[input].nextSibling) {
+        const TreeInput& next = m_tree.inputs[input];
+        Met& met = m_met[m_tree.names.folded(next.name)];
+        if (met.list != m_list) {
+            met = {m_list, input};
+            continue;
+        }
+        const bool isSame = m_tree.inputs[met.index].type == next.type && !next.isAgain;
+        if (!body.isNode)
+            fail(next.offset,
+                 "The object has a member '" + m_tree.names.text(next.name) + "' already.");
+        else if (isSame)
+            fail(next.offset, "The node has an input '" + m_tree.names.text(next.name) +
+                                  "' of kind " + attrTypeName(next.type) + " already.");
+    }
+}
+
+void SceneParser::checkDuplicateOutputs(const TreeNode& node) {
+    ++m_list;
+    if (m_met.size() < m_tree.names.size()) m_met.resize(m_tree.names.size());
+    for (u32 i = node.firstOutput; i < node.firstOutput + node.outputCount; ++i) {
+        const TreeOutput& next = m_tree.outputs[i];
+        Met& met = m_met[m_tree.names.folded(next.name)];
+        if (met.list != m_list) {
+            met = {m_list, i};
+        } else if (m_tree.outputs[met.index].type == next.type && !next.isAgain) {
+            fail(next.offset, "The node has an output '" + m_tree.names.text(next.name) +
+                                  "' of kind " + attrTypeName(next.type) + " already.");
+        }
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,233 @@
+#include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/scene_text/scene_parser.h"
+#include "kelvo/sdk/impl/value/value_refusal.h"
+
+// ---- Annotations ---------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+enum Note : u32 {
+    Type,
+    Stashed,
+    Silent,
+    Announced,
+    ReadOnly,
+    Unchecked,
+    Again,
+    Own,
+    Default,
+    Minimum,
+    Maximum,
+    Unit,
+    Choices,
+    Label,
+    Help,
+    NoteCount
+};
+
+constexpr std::string_view kNotes[NoteCount] = {
+    "@type",    "@stashed", "@silent", "@announced", "@readonly", "@unchecked", "@again", "@own",
+    "@default", "@min",     "@max",    "@unit",      "@choices",  "@label",     "@help"};
+
+// Tells whether a value may start with the character.
+bool startsValue(char c) noexcept {
+    return TextLexer::continuesIdentifier(c) || c == '"' || c == '(' || c == '[' || c == '-';
+}
+
+} // namespace
+
+// Reads "<- node.output", when it stands here.
+bool SceneParser::parseSource(u32 input) {
+    m_lexer.skipBlanks();
+    if (!m_lexer.accept("<-")) return true;
+    m_lexer.skipBlanks();
+    TreeConnection connection{.offset = m_lexer.offset(), .node = m_node, .input = input};
+    const std::string_view node = m_lexer.identifier();
+    if (node.empty()) return failExpecting("the source as 'node.output'");
+    connection.sourceNode = m_tree.names.add(node);
+    if (!m_lexer.accept('.')) return failExpecting("'.' and the name of an output");
+    const std::string_view output = m_lexer.identifier();
+    if (output.empty()) return failExpecting("the name of an output");
+    connection.sourceOutput = m_tree.names.add(output);
+    if (m_lexer.accept(':')) {
+        u64 digits = 0;
+        connection.ordinal = 0;
+        for (; ascii::isDigit(m_lexer.peek()) && digits < 9; ++digits, m_lexer.skip(1))
+            connection.ordinal = connection.ordinal * 10 + static_cast<u32>(m_lexer.peek() - '0');
+        if (connection.ordinal == 0) return failExpecting("a number from 1");
+    }
+    if (isLost(connection.offset))
+        extrasAt(m_tree.inputs[input].extras).lostSource = textFrom(connection.offset);
+    else
+        m_tree.connections.push_back(connection);
+    return true;
+}
+
+bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
+    u32 seen = 0;
+    for (;;) {
+        m_lexer.skipBlanks();
+        const u64 offset = m_lexer.offset();
+        if (m_lexer.peek() != '@') break;
+        u32 note = 0;
+        if (!findNote(note)) return false;
+        const bool mayRepeat = note == Label || note == Help;
+        if (!mayRepeat && (seen & (1u << note)) != 0)
+            return fail(offset, "The annotation '" + String(kNotes[note]) + "' stands twice.");
+        seen |= 1u << note;
+        m_lexer.skipBlanks();
+        if (!parseNote(note, input, kind)) return false;
+    }
+    if (seen != 0 && m_form.checksLimits) checkLimits(valueOffset, input);
+    return true;
+}
+
+// Takes the '@' and the word behind it.
+bool SceneParser::findNote(u32& out) {
+    const u64 offset = m_lexer.offset();
+    m_lexer.skip(1);
+    const u64 length = 1 + m_lexer.identifier().size();
+    const std::string_view word = m_lexer.text().substr(offset, length);
+    NearName near(word);
+    for (u32 note = 0; note < NoteCount; ++note) {
+        if (word == kNotes[note]) {
+            out = note;
+            return true;
+        }
+        near.offer(kNotes[note]);
+    }
+    return fail(offset, "Unknown annotation '" + String(word) + "'" + near.question());
+}
+
+bool SceneParser::parseNote(u32 note, u32 input, const TreeKind& kind) {
+    switch (note) {
+    case Type:
+        return parseBinding(input);
+    case Stashed: {
+        Value value;
+        if (!parseNoteValue(input, kind, TreeSlot::Stash, value)) return false;
+        TreeExtras& extras = extrasAt(m_tree.inputs[input].extras);
+        extras.stash = std::move(value);
+        extras.stashed = true;
+        return true;
+    }
+    case Silent:
+        m_tree.inputs[input].silent = TreeSilence::Silent;
+        return true;
+    case Announced:
+        m_tree.inputs[input].silent = TreeSilence::Announced;
+        return true;
+    case ReadOnly:
+        m_tree.inputs[input].readOnly = true;
+        return true;
+    case Unchecked:
+        extrasAt(m_tree.inputs[input].extras).isUnchecked = true;
+        return true;
+    case Again:
+        m_tree.inputs[input].isAgain = true;
+        return true;
+    case Own:
+        m_tree.inputs[input].isOwn = true;
+        return true;
+    case Default:
+        return parseNoteValue(input, kind, TreeSlot::Default, detailsOf(input).defaultValue);
+    case Minimum:
+        return parseNoteValue(input, kind, TreeSlot::Minimum, detailsOf(input).minimum);
+    case Maximum:
+        return parseNoteValue(input, kind, TreeSlot::Maximum, detailsOf(input).maximum);
+    case Unit:
+        return parseText(detailsOf(input).unit);
+    case Choices:
+        return parseChoices(input, kind);
+    case Label:
+        return parseTranslation(detailsOf(input).labels);
+    default:
+        return parseTranslation(detailsOf(input).helps);
+    }
+}
+
+bool SceneParser::parseBinding(u32 input) {
+    TreeInput& bound = m_tree.inputs[input];
+    if (bound.type != AttrType::Buffer && bound.type != AttrType::Array)
+        return fail(m_lexer.offset(), "Only buffers and arrays are bound to an element type.");
+    return parseDataKind(bound.boundType);
+}
+
+// Reads a value of the kind, or one that names its kind first.
+bool SceneParser::parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value& out, u32 choice) {
+    const u64 offset = m_lexer.offset();
+    if (namesItsKind()) {
+        kind = TreeKind();
+        if (!parseKind(kind)) return false;
+        m_lexer.skipBlanks();
+    }
+    if (kind.type == AttrType::Node) {
+        out = Value(static_cast<interfaces::INode*>(nullptr));
+        return parseLink(input, slot, choice);
+    }
+    if (kind.type == AttrType::Null || kind.type >= AttrType::Array)
+        return fail(offset, String("A value of kind ") + attrTypeName(kind.type) +
+                                " cannot stand in an annotation.");
+    return parsePlain(kind, out);
+}
+
+bool SceneParser::namesItsKind() const noexcept {
+    TextLexer ahead(m_lexer);
+    AttrType type;
+    if (!parseAttrType(ahead.identifier(), type)) return false;
+    if (ahead.peek() == '<') return true;
+    ahead.skipBlanks();
+    return startsValue(ahead.peek());
+}
+
+bool SceneParser::parseChoices(u32 input, const TreeKind& kind) {
+    if (!m_lexer.accept('[')) return failExpecting("'['");
+    AttrDetails& details = detailsOf(input);
+    for (skipInside(); !m_lexer.accept(']'); skipInside()) {
+        const u32 choice = static_cast<u32>(details.choices.size());
+        Value value;
+        if (!parseNoteValue(input, kind, TreeSlot::Choice, value, choice)) return false;
+        details.choices.push_back(std::move(value));
+        skipInside();
+        if (m_lexer.accept(',')) continue;
+        if (m_lexer.peek() != ']') return failExpecting("',' or ']'");
+    }
+    return true;
+}
+
+bool SceneParser::parseText(String& out) {
+    if (m_lexer.peek() != '"') return failExpecting("a text in quotes");
+    const char* problem = nullptr;
+    if (m_lexer.quoted(out, problem)) return true;
+    return fail(m_lexer.offset(), String("Malformed text: ") + problem + ".");
+}
+
+bool SceneParser::parseTranslation(AttrDetails::Texts& texts) {
+    std::pair<String, String> text;
+    if (!parseText(text.first)) return false;
+    m_lexer.skipBlanks();
+    if (!parseText(text.second)) return false;
+    texts.push_back(std::move(text));
+    return true;
+}
+
+AttrDetails& SceneParser::detailsOf(u32 input) {
+    TreeExtras& extras = extrasAt(m_tree.inputs[input].extras);
+    if (!extras.details) extras.details = RefersTo<AttrDetails>::adopt(new AttrDetails);
+    return *extras.details;
+}
+
+// A definition that refuses its own value is wrong, unless it says that this is known. The limits
+// of a scene's values may change after it was written: a check finds what is outside.
+void SceneParser::checkLimits(u64 offset, u32 input) {
+    const TreeInput& checked = m_tree.inputs[input];
+    const TreeExtras* extras = m_tree.extrasOf(checked.extras);
+    if (!extras || !extras->details || extras->isUnchecked) return;
+    if (checked.value.isNull() || checked.type == AttrType::Node) return;
+    if (extras->details->accepts(checked.value)) return;
+    fail(offset, refusalOf(*extras->details, checked.value));
+}
+
+} // namespace qv::kelvo_sdk::impl

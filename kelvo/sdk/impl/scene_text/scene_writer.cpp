@@ -1,0 +1,178 @@
+#include "kelvo/sdk/impl/scene_text/scene_writer.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+void writeType(const String& type, StringIO& out) {
+    if (type.isSimpleCID())
+        out.append(type.view());
+    else
+        writeQuoted(type.view(), out);
+}
+
+// Tells whether the head says what text of a definition's node cannot leave unsaid.
+bool hasOwnHead(const INode& node, const Node& definition) {
+    const StringVector bases = node.bases();
+    return (bases.empty() && !definition.bases().empty()) ||
+           (definition.isInternal() && !node.isInternal());
+}
+
+// Tells which attributes of a list have the kind of an earlier one of their name. Few are compared
+// one by one.
+template<typename Attribute>
+class Repeats {
+public:
+    bool add(const Attribute& attribute) {
+        const u64 hash = attribute.nameHash();
+        for (u64 i = 0; i < m_count; ++i)
+            if (m_hashes[i] == hash) return repeats(*m_few[i], attribute);
+        if (m_count == few) {
+            const auto [first, isNew] = m_many.try_emplace(hash, &attribute);
+            return !isNew && repeats(*first->second, attribute);
+        }
+        m_hashes[m_count] = hash;
+        m_few[m_count++] = &attribute;
+        return false;
+    }
+
+private:
+    static constexpr u64 few = 16;
+
+    static bool repeats(const Attribute& first, const Attribute& later) {
+        return first.type() == later.type() && first.ownName().equalsNoCase(later.ownName());
+    }
+
+    u64 m_count = 0;
+    u64 m_hashes[few];
+    const Attribute* m_few[few];
+    std::unordered_map<u64, const Attribute*> m_many;
+};
+
+} // namespace
+
+SceneWriter::SceneWriter(const Scene* scene, StringIO& out, bool changedOnly)
+    : m_out(out),
+      m_scene(scene),
+      m_comments(scene && !scene->comments().empty() ? &scene->comments() : nullptr),
+      m_changedOnly(changedOnly) {}
+
+SceneWriter::SceneWriter(const SceneComments& comments, StringIO& out)
+    : m_out(out),
+      m_scene(nullptr),
+      m_comments(comments.empty() ? nullptr : &comments),
+      m_changedOnly(false),
+      m_isDefinition(true) {}
+
+void SceneWriter::writeNode(const INode& node) {
+    const Node* definition = m_scene ? m_scene->findType(node.type()) : nullptr;
+    const LeftOut inputs = definition ? LeftOut::inputs(node, *definition) : LeftOut();
+    const LeftOut outputs = definition ? LeftOut::outputs(node, *definition) : LeftOut();
+    const Comments* comments = commentsOf(node);
+    const bool isOwn = definition
+                           ? inputs.isOwn() || outputs.isOwn() || hasOwnHead(node, *definition)
+                           : comments && comments->isOwn;
+    if (comments) writeLines(comments->leading, 0);
+    writeHead(node, isOwn ? nullptr : definition, isOwn);
+    writeOpening(comments);
+    UnreadPlaces unread(comments ? &comments->unread : nullptr);
+    writeInputs(node, isOwn ? inputs.none() : inputs, unread);
+    writeOutputs(node, isOwn ? outputs.none() : outputs, unread);
+    unread.takeRest([this](const UnreadLines& lines) { writeUnread(lines, 1); });
+    if (comments) writeLines(comments->inner, 1);
+    m_out.append('}');
+    writeTrailing(comments);
+}
+
+// Needs a definition whose bases are not to be named.
+void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOwn) {
+    m_out.append("node ");
+    writeType(node.type(), m_out);
+    const StringVector bases = node.bases();
+    const bool areKnown = definition && bases == definition->bases();
+    for (u64 i = 0; i < bases.size() && !areKnown; ++i) {
+        m_out.append(i == 0 ? " : " : ", ");
+        writeType(bases[i], m_out);
+    }
+    m_out.append(' ');
+    writeQuoted(node.name().view(), m_out);
+    if (node.isAbstract()) m_out.append(" @abstract");
+    if (node.isInternal()) m_out.append(" @internal");
+    if (isOwn) m_out.append(" @own");
+    m_out.append(" {");
+}
+
+void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
+    Repeats<Input> repeats;
+    for (u64 i = 0; i < node.inputCount(); ++i) {
+        const auto& input = static_cast<const Input&>(*node.input(i));
+        const bool isAgain = repeats.add(input);
+        unread.takeBefore(input.ownName(), input.type(), false,
+                          [this](const UnreadLines& lines) { writeUnread(lines, 1); });
+        if (!leftOut.has(i)) writeInput(input, 1, isAgain, leftOut.inputDefinition(i));
+    }
+}
+
+void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
+    Repeats<Output> repeats;
+    for (u64 i = 0; i < node.outputCount(); ++i) {
+        const auto& output = static_cast<const Output&>(*node.output(i));
+        const bool isAgain = repeats.add(output);
+        unread.takeBefore(output.ownName(), output.type(), true,
+                          [this](const UnreadLines& lines) { writeUnread(lines, 1); });
+        if (!leftOut.has(i)) writeOutput(output, isAgain);
+    }
+}
+
+// The value is produced anew and is no part of the text.
+void SceneWriter::writeOutput(const Output& output, bool isAgain) {
+    const Comments* comments = commentsOf(output);
+    if (comments) writeLines(comments->leading, 1);
+    indent(1);
+    m_out.append("output ");
+    const bool isKnown = static_cast<u32>(output.type()) < attrTypeCount;
+    m_out.append(attrTypeName(isKnown ? output.type() : AttrType::Null));
+    const bool hasType = static_cast<u32>(output.dataType()) < dataTypeCount;
+    if (output.type() == AttrType::Buffer && hasType && output.dataType() != DataType::Null)
+        m_out.append('<').append(dataTypeName(output.dataType())).append('>');
+    m_out.append(' ').append(output.ownName().view());
+    if (isAgain) m_out.append(" @again");
+    writeTrailing(comments);
+}
+
+void SceneWriter::writeLines(const String& lines, u32 depth) {
+    for (std::string_view rest = lines.view(); !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n') + 1);
+        if (line.size() > 1) indent(depth);
+        m_out.append(line);
+        rest.remove_prefix(line.size());
+    }
+}
+
+void SceneWriter::writeUnread(const UnreadLines& unread, u32 depth) {
+    writeLines(unread.leading, depth);
+    m_out.append(unread.lines.view());
+}
+
+void SceneWriter::writeTrailing(const Comments* comments) {
+    if (comments && !comments->trailing.isEmpty())
+        m_out.append(' ').append(comments->trailing.view());
+    m_out.append('\n');
+}
+
+void SceneWriter::writeOpening(const Comments* comments) {
+    if (comments && !comments->opening.isEmpty())
+        m_out.append(' ').append(comments->opening.view());
+    m_out.append('\n');
+}
+
+} // namespace qv::kelvo_sdk::impl

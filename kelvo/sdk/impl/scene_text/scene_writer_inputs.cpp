@@ -1,0 +1,324 @@
+#include "kelvo/sdk/impl/scene_text/scene_writer.h"
+
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/value/attr_data.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+
+#include "kelvo/base/log.h"
+
+// ---- Inputs --------------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Kinds out of range hold nothing, as Null does.
+AttrType knownType(AttrType type) noexcept {
+    return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
+}
+
+DataType knownType(DataType type) noexcept {
+    return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
+}
+
+void writeDataType(DataType type, StringIO& out) {
+    if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
+}
+
+// The element type of the buffer that an input holds.
+DataType heldType(const Input& input) noexcept {
+    if (input.type() != AttrType::Buffer) return DataType::Null;
+    return knownType(input.ownValue().asBuffer().type());
+}
+
+// Tells whether an input has other notes than its definition, and no description that says so.
+bool lacksNotes(const Input& input, const Input& definition) noexcept {
+    return saysNothing(input.details()) && !haveSameNotes(input, definition);
+}
+
+// A value outside of its limits is marked unless it was read without a mark; where the limits are
+// not known here, the mark stays as it was read.
+bool isUnchecked(const Input& input, const Comments* comments) {
+    using Unchecked = Comments::Unchecked;
+    const Unchecked read = comments ? comments->unchecked : Unchecked::Open;
+    const AttrDetails* limits = input.details();
+    if (limits ? read == Unchecked::Unsaid : read != Unchecked::Said) return false;
+    const Value& value = input.ownValue();
+    if (value.isNull() || input.type() == AttrType::Node) return false;
+    return !limits || !limits->accepts(value);
+}
+
+} // namespace
+
+// Without recursion: inputs may be nested deeper than the stack goes.
+void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition) {
+    begin({.input = &input, .depth = depth, .isAgain = isAgain, .definition = definition});
+    while (!m_open.empty())
+        goOn();
+}
+
+// Writes all of an input that holds no others, else what stands in front of these.
+void SceneWriter::begin(Part part) {
+    if (!part.isElement && m_changedOnly && isUnchanged(*part.input)) return;
+    part.comments = commentsOf(*part.input);
+    if (part.isElement)
+        beginElement(part);
+    else
+        beginAttribute(part);
+    const AttrType type = knownType(part.input->type());
+    if (type != AttrType::Object && type != AttrType::Array) return end(part);
+    if (type == AttrType::Object) {
+        writeOpening(part.comments);
+        if (part.comments && !part.comments->unread.empty())
+            part.unread = std::make_unique<UnreadPlaces>(&part.comments->unread);
+    }
+    m_open.push_back(std::move(part));
+}
+
+void SceneWriter::beginAttribute(Part& part) {
+    const Input& input = *part.input;
+    if (part.definition) {
+        auto members = input.type() == AttrType::Object ? LeftOut::members(input, *part.definition)
+                                                        : LeftOut();
+        part.isOwn = members.isOwn() || lacksNotes(input, *part.definition);
+        if (input.type() == AttrType::Object)
+            part.leftOut = std::make_unique<LeftOut>(part.isOwn ? members.none() : members);
+    } else {
+        part.isOwn = part.comments && part.comments->isOwn;
+    }
+    if (part.comments) writeLines(part.comments->leading, part.depth);
+    indent(part.depth);
+    writeKind(input);
+    m_out.append(' ').append(input.ownName().view());
+    switch (knownType(input.type())) {
+    case AttrType::Null:
+        break;
+    case AttrType::Object:
+        m_out.append(" {");
+        break;
+    case AttrType::Array:
+        m_out.append(" = [");
+        break;
+    default:
+        m_out.append(" = ");
+        writeOwn(input, part.comments);
+        break;
+    }
+}
+
+void SceneWriter::beginElement(const Part& part) {
+    const Input& element = *part.input;
+    switch (knownType(element.type())) {
+    case AttrType::Null:
+        m_out.append("null");
+        break;
+    case AttrType::Object:
+        m_out.append('{');
+        break;
+    case AttrType::Array:
+        writeKind(element);
+        m_out.append(" [");
+        break;
+    case AttrType::Buffer:
+        if (heldType(element) != DataType::Null) {
+            writeKind(element);
+            m_out.append(' ');
+        }
+        writePlain(element.ownValue());
+        break;
+    default:
+        writeOwn(element, part.comments);
+        break;
+    }
+}
+
+// Goes on with the innermost input that is being written.
+void SceneWriter::goOn() {
+    Part& holder = m_open.back();
+    const u64 index = holder.next++;
+    if (index < holder.input->members().size()) return beginNext(holder, index);
+    const Part done = std::move(holder);
+    m_open.pop_back();
+    endList(done);
+    end(done);
+}
+
+void SceneWriter::beginNext(Part& holder, u64 index) {
+    const auto& next = static_cast<const Input&>(*holder.input->members()[index]);
+    if (holder.input->type() == AttrType::Array) {
+        if (index != 0) m_out.append(", ");
+        return begin({.input = &next, .depth = holder.depth, .isElement = true});
+    }
+    const u32 depth = holder.depth + 1;
+    if (holder.unread)
+        holder.unread->takeBefore(next.ownName(), next.type(), false,
+                                  [&](const UnreadLines& lines) { writeUnread(lines, depth); });
+    const LeftOut* leftOut = holder.leftOut.get();
+    if (leftOut && leftOut->has(index)) return;
+    begin({.input = &next,
+           .depth = depth,
+           .definition = leftOut ? leftOut->inputDefinition(index) : nullptr});
+}
+
+void SceneWriter::endList(const Part& holder) {
+    if (holder.input->type() == AttrType::Array) {
+        m_out.append(']');
+        return;
+    }
+    const u32 depth = holder.depth + 1;
+    if (holder.unread)
+        holder.unread->takeRest([&](const UnreadLines& lines) { writeUnread(lines, depth); });
+    if (holder.comments) writeLines(holder.comments->inner, depth);
+    indent(holder.depth);
+    m_out.append('}');
+}
+
+void SceneWriter::end(const Part& part) {
+    writeSource(*part.input, part.comments);
+    writeNotes(part);
+    if (!part.isElement) writeTrailing(part.comments);
+}
+
+// An input that is not at its default makes all that hold it count; each is found once.
+bool SceneWriter::isUnchanged(const Input& input) {
+    if (m_changed.contains(&input)) return false;
+    const Input* found = input.firstChanged();
+    for (const Input* at = found; at; at = static_cast<const Input*>(at->parent())) {
+        m_changed.insert(at);
+        if (at == &input) break;
+    }
+    return !found;
+}
+
+void SceneWriter::writeKind(const Input& input) {
+    const AttrType type = knownType(input.type());
+    m_out.append(attrTypeName(type));
+    if (type == AttrType::Array)
+        m_out.append('<').append(attrTypeName(knownType(input.elementType()))).append('>');
+    writeDataType(heldType(input), m_out);
+}
+
+// A link to nothing may be one that was not found.
+void SceneWriter::writeOwn(const Input& input, const Comments* comments) {
+    const Value& value = input.ownValue();
+    const bool isLost = comments && !comments->lostLink.isEmpty() &&
+                        value.type() == AttrType::Node && !value.asNode();
+    if (isLost)
+        m_out.append(comments->lostLink.view());
+    else
+        writePlain(value);
+}
+
+void SceneWriter::writePlain(const Value& value) {
+    if (value.type() == AttrType::Node)
+        writeLink(value.asNode());
+    else
+        writeValue(value, m_out);
+}
+
+void SceneWriter::writeLink(const INode* target) {
+    if (!target || target->scene() != m_scene) {
+        if (target)
+            logWarning("The link to node '%s' is written as none: the node is not of the scene.",
+                       target->name().buf());
+        m_out.append("null");
+        return;
+    }
+    const String name = target->name();
+    if (name.isSimpleCID() && name.view() != "null")
+        m_out.append(name.view());
+    else
+        writeQuoted(name.view(), m_out);
+}
+
+void SceneWriter::writeSource(const Input& input, const Comments* comments) {
+    const auto* source = static_cast<const Output*>(input.source());
+    if (!source) {
+        if (comments && !comments->lostSource.isEmpty())
+            m_out.append(" <- ").append(comments->lostSource.view());
+        return;
+    }
+    if (!source->node() || source->node()->scene() != m_scene)
+        return logWarning("The connection of '%s' to '%s' is not written: that output is not of "
+                          "the scene.",
+                          input.path().buf(), source->path().buf());
+    m_out.append(" <- ").append(source->node()->name().view());
+    m_out.append('.').append(source->ownName().view());
+    if (const u32 ordinal = ordinalOf(*source); ordinal > 1) m_out.append(':').appendUInt(ordinal);
+}
+
+// Counts the outputs of the same node and exact name up to this one.
+u32 SceneWriter::ordinalOf(const Output& output) {
+    const INode* node = output.node();
+    if (node->outputCount() == 1) return 1;
+    if (m_numbered.insert(node).second) {
+        std::unordered_map<String, u32> met;
+        for (u64 i = 0; i < node->outputCount(); ++i) {
+            const IOutput* next = node->output(i);
+            const u32 ordinal = ++met[static_cast<const Output*>(next)->ownName()];
+            if (ordinal > 1) m_ordinals[next] = ordinal;
+        }
+    }
+    const auto found = m_ordinals.find(&output);
+    return found != m_ordinals.end() ? found->second : 1;
+}
+
+void SceneWriter::writeNotes(const Part& part) {
+    const Input& input = *part.input;
+    const bool areKnown = part.definition && !part.isOwn && haveSameNotes(input, *part.definition);
+    const auto* holder = static_cast<const Input*>(input.parent());
+    const bool isElement = holder && holder->type() == AttrType::Array;
+    const DataType declared = knownType(input.declaredType());
+    if (!areKnown && declared != DataType::Null && !isElement)
+        m_out.append(" @type ").append(dataTypeName(declared));
+    const Value* stashed = input.isModified() ? nullptr : input.stashed();
+    if (stashed) writeNoteValue(" @stashed ", *stashed, input);
+    if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
+        m_out.append(input.isSilent() ? " @silent" : " @announced");
+    if (!areKnown && input.hasReadOnlyMark()) m_out.append(" @readonly");
+    const AttrDetails* details = input.details();
+    if (isUnchecked(input, part.comments)) m_out.append(" @unchecked");
+    if (part.isAgain) m_out.append(" @again");
+    if (areKnown) return;
+    if (details) writeDetails(*details, input);
+    if (part.isOwn) m_out.append(" @own");
+}
+
+void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {
+    // A definition's value says it.
+    if (!m_isDefinition || !(details.defaultValue == input.value()))
+        writeNoteValue(" @default ", details.defaultValue, input);
+    writeNoteValue(" @min ", details.minimum, input);
+    writeNoteValue(" @max ", details.maximum, input);
+    if (!details.unit.isEmpty()) writeQuoted(details.unit.view(), m_out.append(" @unit "));
+    for (u64 i = 0; i < details.choices.size(); ++i)
+        writeNoteValue(i == 0 ? " @choices [" : ", ", details.choices[i], input);
+    if (!details.choices.empty()) m_out.append(']');
+    for (const auto& [language, text] : details.labels) {
+        writeQuoted(language.view(), m_out.append(" @label "));
+        writeQuoted(text.view(), m_out.append(' '));
+    }
+    for (const auto& [language, text] : details.helps) {
+        writeQuoted(language.view(), m_out.append(" @help "));
+        writeQuoted(text.view(), m_out.append(' '));
+    }
+}
+
+// A value of another kind than the line names its own.
+void SceneWriter::writeNoteValue(std::string_view note, const Value& value, const Input& input) {
+    if (value.isNull()) return;
+    m_out.append(note);
+    const bool isBuffer = value.type() == AttrType::Buffer;
+    const DataType held = isBuffer ? knownType(value.asBuffer().type()) : DataType::Null;
+    if (value.type() != input.type() || held != heldType(input)) {
+        m_out.append(attrTypeName(value.type()));
+        writeDataType(held, m_out);
+        m_out.append(' ');
+    }
+    writePlain(value);
+}
+
+} // namespace qv::kelvo_sdk::impl

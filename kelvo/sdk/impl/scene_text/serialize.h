@@ -1,0 +1,19 @@
+#pragma once
+
+#include "kelvo/base/string_io.h"
+#include "kelvo/sdk/interfaces/forward.h"
+
+namespace qv::kelvo_sdk::impl {
+
+class Scene;
+
+/// Appends the node as scene text, without a header line: `changedOnly` leaves out inputs at their
+/// default, `withDependencies` puts the nodes of the scene that it depends on in front, those that
+/// others depend on first. Null appends nothing. docs/scene-text.md has the grammar.
+QV_EXPORT void serialize(const interfaces::INode* node, StringIO& out, bool changedOnly,
+                         bool withDependencies);
+
+/// Appends the whole scene as text, with the header line.
+void serializeScene(const Scene& scene, StringIO& out);
+
+} // namespace qv::kelvo_sdk::impl

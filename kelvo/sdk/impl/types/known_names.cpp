@@ -1,0 +1,10 @@
+#include "kelvo/sdk/impl/types/known_names.h"
+
+namespace qv::kelvo_sdk::impl {
+
+const KnownNames& knownNames() {
+    static const KnownNames& names = *new KnownNames;
+    return names;
+}
+
+} // namespace qv::kelvo_sdk::impl

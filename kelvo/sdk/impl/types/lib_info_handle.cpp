@@ -1,0 +1,68 @@
+// The handle on a node library, where it is one of this implementation.
+
+#include "kelvo/sdk/lib_info.h"
+
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/standard/standard_library.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/node.h"
+
+namespace qv::kelvo_sdk {
+
+namespace {
+
+// Null for an empty handle and for other libraries, such as tables of callbacks.
+impl::LibInfo* ours(const LibInfo& library) {
+    return dynamic_cast<impl::LibInfo*>(library.get());
+}
+
+Node handleOn(const impl::Node* prototype) {
+    return Node(const_cast<impl::Node*>(prototype));
+}
+
+} // namespace
+
+LibInfo LibInfo::standard() {
+    return LibInfo(&impl::standardLibrary());
+}
+
+LibInfo LibInfo::create(String kndPath, std::shared_ptr<const void> needs) {
+    const auto made =
+        RefersTo<impl::LibInfo>::adopt(new impl::LibInfo(std::move(kndPath), std::move(needs)));
+    return LibInfo(made.get());
+}
+
+bool LibInfo::readDefinitions(String text, String source, Diagnostics* found,
+                              const LibInfo& basesFrom) const {
+    impl::LibInfo* library = ours(*this);
+    return library &&
+           library->readDefinitions(std::move(text), std::move(source), found, ours(basesFrom));
+}
+
+String LibInfo::definitionText() const {
+    const impl::LibInfo* library = ours(*this);
+    return library ? library->definitionText() : String();
+}
+
+bool LibInfo::setCallbacks(String type, const NodeCallbacks& callbacks) const {
+    impl::LibInfo* library = ours(*this);
+    if (library) library->setCallbacks(std::move(type), callbacks);
+    return library != nullptr;
+}
+
+u64 LibInfo::typeCount() const {
+    const impl::LibInfo* library = ours(*this);
+    return library ? library->typeCount() : 0;
+}
+
+Node LibInfo::type(u64 index) const {
+    const impl::LibInfo* library = ours(*this);
+    return library ? handleOn(library->type(index)) : Node();
+}
+
+Node LibInfo::findType(String name) const {
+    const impl::LibInfo* library = ours(*this);
+    return library ? handleOn(library->findType(name)) : Node();
+}
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,71 @@
+#include "kelvo/sdk/impl/validate/mesh_check.h"
+#include "kelvo/sdk/interfaces/i_input.h"
+
+#include "kelvo/sdk/attr_type.h"
+#include "kelvo/sdk/interfaces/i_node.h"
+
+#include <cstring>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::BufferView;
+using interfaces::INode;
+
+namespace {
+
+// Answers an empty view when there is no such buffer.
+BufferView bufferOf(const INode& node, const char* name) {
+    BufferView view;
+    if (node.hasInput(String(name), AttrType::Buffer))
+        node.input(String(name))->readBuffer(view, false, nullptr);
+    return view;
+}
+
+template<typename Index>
+bool allBelow(const BufferView& indices, u64 count, u64 limit) {
+    const char* at = static_cast<const char*>(indices.data);
+    for (u64 i = 0; i < count; ++i, at += sizeof(Index)) {
+        Index index;
+        std::memcpy(&index, at, sizeof(Index));
+        if (std::cmp_less(index, 0) || std::cmp_greater_equal(index, limit)) return false;
+    }
+    return true;
+}
+
+// Tells whether the indices, single or in tuples, are whole numbers from 0 to below `limit`.
+bool indicesBelow(const BufferView& indices, u64 limit) {
+    const u64 count = indices.count * dataTypeComponents(indices.type);
+    switch (dataTypeComponent(indices.type)) {
+    case DataType::Byte:
+        return allBelow<u8>(indices, count, limit);
+    case DataType::Int16:
+        return allBelow<i16>(indices, count, limit);
+    case DataType::Int32:
+        return allBelow<i32>(indices, count, limit);
+    case DataType::Int64:
+        return allBelow<i64>(indices, count, limit);
+    case DataType::UInt16:
+        return allBelow<u16>(indices, count, limit);
+    case DataType::UInt32:
+        return allBelow<u32>(indices, count, limit);
+    case DataType::UInt64:
+        return allBelow<u64>(indices, count, limit);
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+bool meshBuffersAgree(const INode& node) {
+    const u64 positions = bufferOf(node, "positions").count;
+    for (const char* name : {"normals", "uvs"}) {
+        const u64 count = bufferOf(node, name).count;
+        if (count != 0 && count != positions) return false;
+    }
+    const BufferView indices = bufferOf(node, "indices");
+    return indices.count == 0 || indicesBelow(indices, positions);
+}
+
+} // namespace qv::kelvo_sdk::impl

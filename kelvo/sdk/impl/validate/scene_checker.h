@@ -1,0 +1,62 @@
+#pragma once
+
+#include "kelvo/sdk/impl/scene_text/scene_tree.h"
+#include "kelvo/sdk/impl/text/text_errors.h"
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::INode;
+
+class Scene;
+
+/// Checks what the parts of a tree say of each other, and finds what they name: nodes of the text,
+/// else of the scene, by name without regard to case; outputs by exact name, else without regard to
+/// case. Connections must convert and close no loop. Takes linear time but for sorting names.
+class SceneChecker {
+public:
+    /// Borrows everything. With `namesAreMissing` nothing is said of unknown names.
+    SceneChecker(SceneTree& tree, Scene& scene, TextErrors& errors, bool namesAreMissing);
+
+    void check();
+
+private:
+    void findLink(TreeLink& link);
+    void findSource(TreeConnection& connection);
+    void findKnownSource(TreeConnection& connection);
+    void checkKinds(const TreeConnection& connection, AttrType type, DataType dataType);
+    [[nodiscard]] u32 outputOf(u32 node, u32 name, u32 ordinal) const;
+    void sortOutputs();
+    void checkLoops();
+    void checkLoopsFrom(u32 node);
+    void reportLoop(u32 closing);
+
+    [[nodiscard]] String unknownNode(u32 name) const;
+    [[nodiscard]] String unknownOutput(const TreeConnection& connection, const INode* known) const;
+    [[nodiscard]] String inputPath(const TreeConnection& connection) const;
+    [[nodiscard]] String sourcePath(const TreeConnection& connection) const;
+    void failUnknown(u64 offset, u32 node, String message);
+    void fail(u64 offset, u32 node, String message);
+
+    SceneTree& m_tree;
+    Scene& m_scene;
+    TextErrors& m_errors;
+    bool m_namesAreMissing;
+    // All outputs, those of each node sorted by name and by folded name.
+    std::vector<u32> m_byName;
+    std::vector<u32> m_byFolded;
+
+    // The search for loops: connections by the node they feed, and the chain that is followed now.
+    enum class Mark : u8 { New, Open, Done };
+    struct Step {
+        u32 node;
+        u32 next;
+        // The connection that led here.
+        u32 connection;
+    };
+    std::vector<u32> m_firstOf;
+    std::vector<u32> m_feeding;
+    std::vector<Mark> m_marks;
+    std::vector<Step> m_chain;
+};
+
+} // namespace qv::kelvo_sdk::impl

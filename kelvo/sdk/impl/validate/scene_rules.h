@@ -1,0 +1,130 @@
+#pragma once
+
+#include "kelvo/sdk/validation.h"
+
+#include <unordered_map>
+
+namespace qv::kelvo_sdk::impl {
+
+using interfaces::IInput;
+using interfaces::INode;
+
+class Input;
+class Node;
+class Scene;
+struct Comments;
+
+/// The rules, in the order of their table.
+enum class Rule : u32 {
+    BrokenScene,
+    AbstractType,
+    MisspelledType,
+    UnknownType,
+    UnknownAttribute,
+    OtherKind,
+    MissingInput,
+    MissingOutput,
+    OutOfRange,
+    ChangedReadOnly,
+    ShadowedInput,
+    EmptyChild,
+    RepeatedChild,
+    ChildCycle,
+    EmptyModifier,
+    IdleModifier,
+    MeshMismatch,
+    EmptyMesh,
+    EmptyPath,
+    MissingFile,
+    ConflictMark,
+    UnusedNode,
+    LostReference,
+};
+
+/// Looks through one scene by all rules. Linear but for the search for near names, which is made
+/// once for each unknown type.
+///
+///     Table      scene_rules.cpp            the rules, the order of the search, the fixes applied
+///     Types      scene_rules_types.cpp      what libraries say of nodes
+///     Values     scene_rules_values.cpp     values against their notes, names that hide others
+///     Nodes      scene_rules_nodes.cpp      lists of modifiers, meshes, files, use
+///     Comments   scene_rules_comments.cpp   what a merge left to settle
+///     Hierarchy  scene_rules_hierarchy.cpp  children
+class SceneRules {
+public:
+    /// Borrows both.
+    SceneRules(Scene& scene, const ValidationOptions& options)
+        : m_scene(scene), m_options(options) {}
+
+    [[nodiscard]] Findings findings();
+
+private:
+    using Fix = RefersTo<FindingFix>;
+
+    void checkNode(Node& node);
+    void add(Rule rule, Node* node, String place, String message, Fix fix = {});
+
+    void checkType(Node& node);
+    void checkUnknownType(Node& node);
+    void checkInputs(Node& node, const Node& definition);
+    bool checkInput(Node& node, Input* holder, Input* input, const Input& definition);
+    void checkReadOnly(Node& node, Input& input, const Input& definition);
+    void checkOutputs(Node& node, const Node& definition);
+    [[nodiscard]] const String& nearType(const String& type);
+    void checkUnknown(Node& node, const Node& definition);
+    void addUnknown(Node& node, const char* what, const String& path, const String& question);
+    template<typename Attributes>
+    [[nodiscard]] const String& nearAttribute(const Node& definition, const Attributes& known,
+                                              const String& name);
+
+    void checkValues(Node& node);
+    void checkValue(Node& node, Input& input);
+    void checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* holder);
+
+    void checkModifiers(Node& node);
+    void checkMesh(Node& node);
+    void checkPath(Node& node);
+    void checkFile(Node& node, const Input& file);
+    void checkUse(Node& node);
+    void checkReferences(Node& node);
+    void addLostLink(Node& node, Input& input);
+    void addLostSource(Node& node, Input& input);
+
+    void checkComments(Node& node);
+    void checkFileComments();
+    void checkMarks(const Comments& comments, Node* node, const String& place, const char* what);
+    void checkLines(const String& lines, Node* node, const String& place, const char* what);
+
+    void checkChildren(Node& node);
+    void checkCycles();
+
+    Scene& m_scene;
+    const ValidationOptions& m_options;
+    Findings m_findings;
+    // ": did you mean 'name'?", or ".", by unknown type.
+    std::unordered_map<String, String> m_nearTypes;
+    // The same by type and unknown attribute, as "type.name".
+    std::unordered_map<String, String> m_nearAttributes;
+};
+
+/// Returns a fix that calls `apply`, which answers whether it did something.
+template<typename Apply>
+[[nodiscard]] RefersTo<FindingFix> makeFix(String text, Apply apply) {
+    class Made final : public FindingFix {
+    public:
+        Made(String what, Apply how) : FindingFix(std::move(what)), m_apply(std::move(how)) {}
+        bool apply() override { return m_apply(); }
+
+    private:
+        Apply m_apply;
+    };
+    return RefersTo<FindingFix>::adopt(new Made(std::move(text), std::move(apply)));
+}
+
+/// Returns a fix that takes an element out of its array.
+[[nodiscard]] RefersTo<FindingFix> removalOf(IInput& element);
+
+/// Returns "[3]".
+[[nodiscard]] String indexText(u64 index);
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,263 @@
+// ---- Types -----------------------------------------------------------------------------
+// Rules by which the scene's libraries describe its nodes; a scene without libraries may hold any.
+
+#include "kelvo/sdk/impl/validate/scene_rules.h"
+
+#include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+
+#include <utility>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+bool isOfKind(const Input& input, const Input& definition) {
+    if (input.type() != definition.type() || input.elementType() != definition.elementType())
+        return false;
+    const DataType declared = definition.declaredType();
+    return declared == DataType::Null || input.declaredType() == declared;
+}
+
+bool isOfKind(const Output& output, const Output& definition) {
+    return output.type() == definition.type() && output.dataType() == definition.dataType();
+}
+
+const String& nameOf(const IInput& input) {
+    return static_cast<const Input&>(input).ownName();
+}
+const String& nameOf(const interfaces::IOutput& output) {
+    return static_cast<const Output&>(output).ownName();
+}
+
+// "Buffer<Pos3f>" for what declares so, whatever it holds now.
+String kindOf(const Input& input) {
+    if (input.type() != AttrType::Buffer) return input.typeName();
+    return String("Buffer<") + dataTypeName(input.declaredType()) + ">";
+}
+
+// Makes what the definition has inside, in `made`, which is new; without recursion.
+void copyMembers(const Input& definition, Input& made) {
+    std::vector<std::pair<const Input*, Input*>> left{{&definition, &made}};
+    while (!left.empty()) {
+        const auto [from, to] = left.back();
+        left.pop_back();
+        for (const IInput* next : from->members()) {
+            const auto& known = static_cast<const Input&>(*next);
+            auto* member = static_cast<Input*>(to->createInput(known.name(), known.description()));
+            if (!member) continue;
+            if (!known.value().isNull()) member->setValue(known.value());
+            if (!known.members().empty()) left.emplace_back(&known, member);
+        }
+    }
+}
+
+// Libraries are shared and do not change; to hold on to a part of one is no change.
+template<typename Attribute>
+RefersTo<Attribute> hold(const Attribute& definition) {
+    return RefersTo<Attribute>(const_cast<Attribute*>(&definition));
+}
+
+// Adds a copy of a definition to a node or, when that is given, to an object of the node.
+RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* holder) {
+    return makeFix("add it", [known = hold(definition), held = RefersTo<Node>(&node),
+                              inside = RefersTo<Input>(holder)] {
+        const String name = known->name();
+        if (inside ? inside->lookUpInput(name) : held->lookUpInput(name)) return false;
+        IInput* made = inside ? inside->createInput(name, known->description())
+                              : held->createInput(name, known->description());
+        if (made) copyMembers(*known, static_cast<Input&>(*made));
+        return made != nullptr;
+    });
+}
+
+RefersTo<FindingFix> additionOf(const Output& definition, Node& node) {
+    return makeFix("add it", [known = hold(definition), held = RefersTo<Node>(&node)] {
+        if (held->lookUpOutput(known->ownName())) return false;
+        if (known->type() == AttrType::Buffer)
+            return held->createOutput(known->ownName(), known->dataType()) != nullptr;
+        return held->createOutput(known->ownName(), known->type()) != nullptr;
+    });
+}
+
+// Long values say no more than their start.
+String shown(const Value& value) {
+    constexpr u64 kMost = 60;
+    StringIO text;
+    writeValue(value, text);
+    return text.size() <= kMost ? text.take() : text.take().substr(0, kMost) + "...";
+}
+
+RefersTo<FindingFix> settingBack(Input& input, const Input& definition) {
+    return makeFix("set it to " + shown(definition.value()),
+                   [held = RefersTo<Input>(&input), known = hold(definition)] {
+                       return held->node() && held->setReadOnlyValue(known->value());
+                   });
+}
+
+} // namespace
+
+void SceneRules::checkType(Node& node) {
+    if (m_scene.libraries().empty() && !m_options.needsTypes) return;
+    const Node* definition = m_scene.findType(node.type());
+    if (!definition) return checkUnknownType(node);
+    if (definition->isAbstract())
+        add(Rule::AbstractType, &node, node.name(),
+            "node '" + node.name() + "' is of type '" + node.type() +
+                "', which is only a base of others.");
+    checkInputs(node, *definition);
+    checkOutputs(node, *definition);
+    checkUnknown(node, *definition);
+}
+
+void SceneRules::checkUnknownType(Node& node) {
+    const String& question = nearType(node.type());
+    const bool isNear = question.find('?') != String::npos;
+    add(isNear ? Rule::MisspelledType : Rule::UnknownType, &node, node.name(),
+        "node '" + node.name() + "': no library knows its type '" + node.type() + "'" +
+            (isNear ? question : String("; its inputs and outputs were not checked.")));
+}
+
+const String& SceneRules::nearType(const String& type) {
+    const auto [known, isNew] = m_nearTypes.try_emplace(type);
+    if (!isNew) return known->second;
+    NearName near(type.view());
+    // The names offered have to live until the answer is made.
+    std::vector<String> names;
+    for (const RefersTo<LibInfo>& library : m_scene.libraries())
+        for (u64 i = 0; i < library->typeCount(); ++i)
+            names.push_back(library->type(i)->type());
+    for (const String& name : names)
+        near.offer(name.view());
+    return known->second = near.question();
+}
+
+// Data of users stands in "_meta" beside a node's attributes, and no type defines it. Objects that
+// are unknown are told of once.
+void SceneRules::checkUnknown(Node& node, const Node& definition) {
+    struct Step {
+        const Input* holder;
+        const Input* known;
+    };
+    std::vector<Step> left{{nullptr, nullptr}};
+    while (!left.empty()) {
+        const auto [holder, known] = left.back();
+        left.pop_back();
+        const auto& candidates = known ? known->members() : definition.inputs();
+        for (const IInput* next : holder ? holder->members() : node.inputs()) {
+            const auto& input = static_cast<const Input&>(*next);
+            const String& name = input.ownName();
+            if (!holder && name == "_meta") continue;
+            const IInput* found = known ? known->lookUpInput(name) : definition.lookUpInput(name);
+            if (!found)
+                addUnknown(node, "input", input.path(),
+                           nearAttribute(definition, candidates, name));
+            else if (input.isObject() && found->type() == AttrType::Object)
+                left.push_back({&input, static_cast<const Input*>(found)});
+        }
+    }
+    for (const IOutput* next : node.outputs()) {
+        const String& name = static_cast<const Output*>(next)->ownName();
+        if (!definition.lookUpOutput(name))
+            addUnknown(node, "output", node.name() + "." + name,
+                       nearAttribute(definition, definition.outputs(), name));
+    }
+}
+
+void SceneRules::addUnknown(Node& node, const char* what, const String& path,
+                            const String& question) {
+    const bool isNear = question.find('?') != String::npos;
+    add(Rule::UnknownAttribute, &node, path,
+        String(what) + " '" + path + "': type '" + node.type() + "' does not define it" +
+            (isNear ? question : String("; it was not checked.")));
+}
+
+template<typename Attributes>
+const String& SceneRules::nearAttribute(const Node& definition, const Attributes& known,
+                                        const String& name) {
+    const auto [place, isNew] = m_nearAttributes.try_emplace(definition.type() + "." + name);
+    if (!isNew) return place->second;
+    NearName near(name.view());
+    for (const auto* next : known)
+        near.offer(nameOf(*next).view());
+    return place->second = near.question();
+}
+
+// Inputs of the definition are looked up in the node, at any depth of objects.
+void SceneRules::checkInputs(Node& node, const Node& definition) {
+    struct Step {
+        Input* holder;
+        const ds::Vector<IInput*>* known;
+    };
+    std::vector<Step> left{{nullptr, &definition.inputs()}};
+    while (!left.empty()) {
+        const Step step = left.back();
+        left.pop_back();
+        for (const IInput* next : *step.known) {
+            const auto& known = static_cast<const Input&>(*next);
+            const String& name = known.ownName();
+            IInput* found = step.holder ? step.holder->lookUpInput(name) : node.lookUpInput(name);
+            if (!checkInput(node, step.holder, static_cast<Input*>(found), known)) continue;
+            if (known.isObject()) left.push_back({static_cast<Input*>(found), &known.members()});
+        }
+    }
+}
+
+// Tells whether the input is there and of the right kind.
+bool SceneRules::checkInput(Node& node, Input* holder, Input* input, const Input& definition) {
+    if (!input) {
+        const String path = (holder ? holder->path() : node.name()) + "." + definition.ownName();
+        add(Rule::MissingInput, &node, path,
+            "input '" + path + "' is missing: type '" + node.type() + "' defines it.",
+            additionOf(definition, node, holder));
+        return false;
+    }
+    if (isOfKind(*input, definition)) {
+        checkReadOnly(node, *input, definition);
+        return true;
+    }
+    add(Rule::OtherKind, &node, input->path(),
+        "input '" + input->path() + "' is of kind " + kindOf(*input) + ": type '" + node.type() +
+            "' defines " + kindOf(definition) + ".");
+    return false;
+}
+
+// Nothing but a text can have changed it.
+void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition) {
+    if (!definition.isReadOnly() || !input.isReadOnly() || input.source()) return;
+    if (input.type() == AttrType::Array && input.hashWith({}) != definition.hashWith({}))
+        return add(Rule::ChangedReadOnly, &node, input.path(),
+                   "input '" + input.path() +
+                       "' is read-only: it holds other elements than type '" + node.type() +
+                       "' defines.");
+    const Value& value = input.ownValue();
+    if (value.isNull() || value == definition.value()) return;
+    add(Rule::ChangedReadOnly, &node, input.path(),
+        "input '" + input.path() + "' is read-only: type '" + node.type() + "' defines " +
+            shown(definition.value()) + ", not " + shown(value) + ".",
+        settingBack(input, definition));
+}
+
+void SceneRules::checkOutputs(Node& node, const Node& definition) {
+    for (const IOutput* next : definition.outputs()) {
+        const auto& known = static_cast<const Output&>(*next);
+        const auto* output = static_cast<const Output*>(node.lookUpOutput(known.ownName()));
+        const String path = node.name() + "." + known.ownName();
+        if (!output)
+            add(Rule::MissingOutput, &node, path,
+                "output '" + path + "' is missing: type '" + node.type() + "' defines it.",
+                additionOf(known, node));
+        else if (!isOfKind(*output, known))
+            add(Rule::OtherKind, &node, path,
+                "output '" + path + "' is of kind " + output->typeName() + ": type '" +
+                    node.type() + "' defines " + known.typeName() + ".");
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,122 @@
+// ---- Values ----------------------------------------------------------------------------
+// Values against their notes, and names that hide others.
+
+#include "kelvo/sdk/impl/validate/scene_rules.h"
+
+#include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/value/value_refusal.h"
+#include "kelvo/sdk/impl/value/value_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// Of a value and a bound of one kind: whatever is on the wrong side takes the bound.
+Value bounded(const Value& value, const Value& bound, bool isMinimum) {
+    if (bound.type() != value.type()) return value;
+    const auto nearer = [isMinimum](auto a, auto b) {
+        return isMinimum ? std::max(a, b) : std::min(a, b);
+    };
+    if (value.type() == AttrType::Int) return Value(nearer(value.asInt(), bound.asInt()));
+    if (value.type() == AttrType::UInt) return Value(nearer(value.asUInt(), bound.asUInt()));
+    const u32 count = Value::components(value.type());
+    if (count == 0) return value;
+    std::vector<double> reals(value.reals(), value.reals() + count);
+    for (u32 i = 0; i < count; ++i) {
+        const double limit = bound.reals()[i];
+        reals[i] = std::isnan(reals[i]) ? limit : nearer(reals[i], limit);
+    }
+    return Value::fromReals(value.type(), reals.data());
+}
+
+// Returns the choice of nearly that name, Null when none is near.
+Value nearChoice(const AttrDetails& details, const Value& value) {
+    NearName near(value.asString().view());
+    for (const Value& choice : details.choices)
+        if (choice.type() == AttrType::String) near.offer(choice.asString().view());
+    return near.best().empty() ? Value() : Value(String(near.best()));
+}
+
+// Returns NaN for what is no single number.
+double realOf(const Value& value) {
+    switch (value.type()) {
+    case AttrType::Int:
+        return static_cast<double>(value.asInt());
+    case AttrType::UInt:
+        return static_cast<double>(value.asUInt());
+    case AttrType::Real:
+        return value.asReal();
+    default:
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+}
+
+// Returns the choice that is nearest to a number, the first of several; Null when none is a number.
+Value nearNumber(const AttrDetails& details, const Value& value) {
+    Value nearest;
+    double least = std::numeric_limits<double>::infinity();
+    for (const Value& choice : details.choices) {
+        if (choice.type() != value.type() || !details.accepts(choice)) continue;
+        const double distance = std::abs(realOf(choice) - realOf(value));
+        if (!(distance < least)) continue;
+        nearest = choice;
+        least = distance;
+    }
+    return nearest;
+}
+
+// Returns the allowed value that is nearest; Null when it is anyone's guess.
+Value nearestAllowed(const AttrDetails& details, const Value& value) {
+    Value nearest = details.choices.empty()
+                        ? bounded(bounded(value, details.minimum, true), details.maximum, false)
+                    : value.type() == AttrType::String ? nearChoice(details, value)
+                                                       : nearNumber(details, value);
+    return details.accepts(nearest) ? nearest : Value();
+}
+
+RefersTo<FindingFix> settingOf(Input& input, const Value& value) {
+    return makeFix("set it to " + valueToText(value), [held = RefersTo<Input>(&input), value] {
+        return held->node() && held->setValue(value);
+    });
+}
+
+} // namespace
+
+void SceneRules::checkValues(Node& node) {
+    checkNames(node, node.inputs(), nullptr);
+    InputWalk inputs(node.inputs());
+    while (Input* input = inputs.next()) {
+        if (input->details()) checkValue(node, *input);
+        if (input->isObject()) checkNames(node, input->members(), input);
+    }
+}
+
+void SceneRules::checkValue(Node& node, Input& input) {
+    const AttrDetails& details = *input.details();
+    const Value& value = input.ownValue();
+    if (value.isNull() || value.type() == AttrType::Node || details.accepts(value)) return;
+    const Value nearest = input.isReadOnly() ? Value() : nearestAllowed(details, value);
+    add(Rule::OutOfRange, &node, input.path(),
+        "input '" + input.path() + "': the" + refusalOf(details, value).substr(3),
+        nearest.isNull() ? Fix() : settingOf(input, nearest));
+}
+
+void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* holder) {
+    for (const IInput* next : list) {
+        const auto& input = static_cast<const Input&>(*next);
+        const String& name = input.ownName();
+        const IInput* first = holder ? holder->lookUpInput(name) : node.lookUpInput(name);
+        if (first == next) continue;
+        add(Rule::ShadowedInput, &node, input.path(),
+            "input '" + input.path() + "' (" + input.typeName() + ") is never found by name: '" +
+                first->name() + "' (" + first->typeName() + ") is before it.");
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,41 @@
+#include "kelvo/sdk/input.h"
+
+#include "kelvo/sdk/eval_ctx.h"
+#include "kelvo/sdk/node.h"
+
+namespace qv::kelvo_sdk {
+
+String Input::asString(bool evaluate, EvalCtx* ctx) const {
+    String text;
+    if (get()) get()->readString(text, evaluate, ctx);
+    return text;
+}
+
+Node Input::asNode(bool evaluate, EvalCtx* ctx) const {
+    interfaces::INode* node = nullptr;
+    if (get()) get()->readNode(node, evaluate, ctx);
+    return Node(node);
+}
+
+Input Input::input(u64 index) const {
+    return get() ? Input(get()->input(index)) : Input();
+}
+
+Input Input::operator[](String name) const {
+    const interfaces::IInput* input = get();
+    return input ? Input(input->input(std::move(name))) : Input();
+}
+
+Input Output::target(u64 index) const {
+    return get() ? Input(get()->target(index)) : Input();
+}
+
+Input Input::append() const {
+    return get() ? Input(get()->appendElement()) : Input();
+}
+
+Input Input::createInput(String name, AttrType type) const {
+    return get() ? Input(get()->createInput(std::move(name), type)) : Input();
+}
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "kelvo/base/ref_counted.h"
+#include "kelvo/sdk/attr_type.h"
+#include "kelvo/sdk/element_type.h"
+#include "kelvo/sdk/input_access.h"
+#include "kelvo/sdk/interfaces/i_output.h"
+
+#include <span>
+
+namespace qv::kelvo_sdk {
+
+/// Handle on an output; keeps it alive. Every operation is safe on an empty handle, which answers
+/// empty, false or 0.
+class QV_EXPORT Output : public RefersTo<interfaces::IOutput> {
+public:
+    using RefersTo::get;
+    using RefersTo::RefersTo;
+
+    [[nodiscard]] String name() const { return get() ? get()->name() : String(); }
+    [[nodiscard]] String path() const { return get() ? get()->path() : String(); }
+    [[nodiscard]] AttrType type() const { return get() ? get()->type() : AttrType::Null; }
+    /// Returns the kind as text, a buffer with its element type: "Real", "Buffer<Float>".
+    [[nodiscard]] String typeName() const { return get() ? get()->typeName() : String(); }
+    /// Returns the element type of a buffer output, Null for other kinds.
+    [[nodiscard]] DataType dataType() const { return get() ? get()->dataType() : DataType::Null; }
+    /// Returns the owning node; borrowed, null once it is gone.
+    [[nodiscard]] interfaces::INode* node() const { return get() ? get()->node() : nullptr; }
+
+    /// Evaluates the output and reads what it gives as a `T`, converted, as `Input::read` does.
+    /// False, `out` unchanged, when there is no value or it does not convert.
+    template<typename T>
+    bool read(T& out, EvalCtx* ctx = nullptr) const {
+        const RefersTo<interfaces::IInput> value = evaluated(ctx);
+        return value && detail::read(*value, out, nullptr);
+    }
+    /// Evaluates the output and reads what it gives as a `T`; `fallback` when that fails.
+    template<typename T>
+    [[nodiscard]] T get(T fallback = T()) const {
+        read(fallback);
+        return fallback;
+    }
+    /// Evaluates a buffer output whose element type is exactly that of `T` and returns the
+    /// elements, else an empty span. Valid until this thread evaluates the output again, or the
+    /// output goes.
+    template<typename T>
+    [[nodiscard]] std::span<const T> buffer(EvalCtx* ctx = nullptr) const {
+        interfaces::BufferView view;
+        if (!read(view, ctx) || view.type != elementTypeOf<T>) return {};
+        return {static_cast<const T*>(view.data), view.count};
+    }
+    /// Evaluates the output and returns what it gives as text; empty when it gives nothing.
+    [[nodiscard]] String asString(EvalCtx* ctx = nullptr) const {
+        String text;
+        read(text, ctx);
+        return text;
+    }
+
+    /// Returns how many inputs are connected.
+    [[nodiscard]] u64 targetCount() const { return get() ? get()->targetCount() : 0; }
+    /// Returns a connected input, in order of connection; empty out of range. Needs
+    /// kelvo/sdk/input.h.
+    [[nodiscard]] Input target(u64 index) const;
+
+private:
+    // An input that holds the value; empty when there is none.
+    [[nodiscard]] RefersTo<interfaces::IInput> evaluated(EvalCtx* ctx) const;
+};
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,154 @@
+#include "kelvo/base/empty_arrays.h"
+
+#include "kelvo/base/hash_map.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace qv;
+using ds::EmptyArrays;
+
+namespace {
+
+// Fills every bucket: its key is the bucket.
+struct BucketKey {
+    u64 bucket = 0;
+    u64 hash() const { return bucket; }
+    bool operator==(const BucketKey&) const = default;
+};
+using Map = ds::HashMap<BucketKey, int>;
+
+void fillAllBuckets(Map& map) {
+    for (u64 i = 0; i < Map::bucketCount; ++i)
+        map.set({i}, 1);
+}
+
+u64 taken() {
+    return EmptyArrays::usage().taken;
+}
+
+} // namespace
+
+TEST(EmptyArrays, Run_IsFoundFromEachCell) {
+    EmptyArrays* run = EmptyArrays::take();
+    for (u64 i = 0; i < EmptyArrays::cellCount; ++i) {
+        EXPECT_EQ(EmptyArrays::of(run->array(i), i), run);
+    }
+    run->drop(EmptyArrays::cellCount);
+}
+
+TEST(EmptyArrays, Run_GoesBackWithItsLastCell) {
+    const u64 before = taken();
+    EmptyArrays* run = EmptyArrays::take();
+    EXPECT_EQ(run->live(), EmptyArrays::cellCount);
+    run->drop(255);
+    EXPECT_EQ(taken(), before + 1);
+    run->drop(1);
+    EXPECT_EQ(taken(), before);
+}
+
+TEST(EmptyArrays, RunGivenBack_IsTakenAgain) {
+    EmptyArrays* run = EmptyArrays::take();
+    run->drop(EmptyArrays::cellCount);
+    const u64 total = EmptyArrays::usage().total;
+    EmptyArrays* again = EmptyArrays::take();
+    EXPECT_EQ(again, run);
+    EXPECT_EQ(EmptyArrays::usage().total, total);
+    again->drop(EmptyArrays::cellCount);
+}
+
+TEST(EmptyArrays, EachArray_HasItsCount0InFront) {
+    EmptyArrays* run = EmptyArrays::take();
+    for (u64 i = 0; i < EmptyArrays::cellCount; ++i)
+        EXPECT_EQ(static_cast<const u64*>(run->array(i))[-1], 0u);
+    run->drop(EmptyArrays::cellCount);
+}
+
+TEST(EmptyArrays, NewOfAnEntryArray_TakesTheCell) {
+    EmptyArrays* run = EmptyArrays::take();
+    using Entry = ds::HashMap<String, String>::Node;
+    for (u64 i = 0; i < EmptyArrays::cellCount; ++i) {
+        auto* cell = static_cast<u64*>(run->array(i));
+        cell[-1] = 5;
+        EXPECT_EQ(static_cast<void*>(new (*run, i) Entry[0]), cell);
+        EXPECT_EQ(cell[-1], 0u);
+    }
+    run->drop(EmptyArrays::cellCount);
+}
+
+TEST(EmptyArrays, EachMap_HoldsOneRun) {
+    const u64 before = taken();
+    {
+        const Map a, b;
+        EXPECT_EQ(taken(), before + 2);
+        const Map copy(a);
+        EXPECT_EQ(taken(), before + 3);
+    }
+    EXPECT_EQ(taken(), before);
+}
+
+TEST(EmptyArrays, MapWithAllBucketsFilled_HoldsNone) {
+    const u64 before = taken();
+    Map map;
+    fillAllBuckets(map);
+    EXPECT_EQ(taken(), before);
+    const Map copy(map);
+    EXPECT_EQ(taken(), before);
+    map.clear();
+    const Map empty(map);
+    EXPECT_EQ(taken(), before + 1);
+}
+
+TEST(EmptyArrays, MapsThatSwap_GiveEachTheirRunBack) {
+    const u64 before = taken();
+    auto a = std::make_unique<Map>();
+    auto b = std::make_unique<Map>();
+    a->set({5}, 1);
+    a->swap(*b);
+    a.reset();
+    EXPECT_EQ(taken(), before + 1);
+    EXPECT_EQ(*b->find({5}), 1);
+    b.reset();
+    EXPECT_EQ(taken(), before);
+}
+
+TEST(EmptyArrays, ManyMaps_TakeNoMoreThanLiveAtOnce) {
+    for (int round = 0; round < 2; ++round) {
+        const u64 before = EmptyArrays::usage().total;
+        std::vector<std::unique_ptr<Map>> maps;
+        for (int i = 0; i < 200; ++i)
+            maps.push_back(std::make_unique<Map>());
+        EXPECT_LE(EmptyArrays::usage().total, before + 200);
+        if (round == 1) {
+            EXPECT_EQ(EmptyArrays::usage().total, before);
+        }
+    }
+}
+
+TEST(EmptyArrays, MapsOnSeveralThreads_KeepThePoolWhole) {
+    const u64 before = taken();
+    std::vector<std::thread> threads;
+    for (u64 t = 0; t < 4; ++t)
+        threads.emplace_back([t] {
+            for (u64 i = 0; i < 300; ++i) {
+                Map map;
+                map.set({t * 7 + i}, 1);
+                const Map copy(map);
+                ASSERT_EQ(copy.size(), 1u);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(taken(), before);
+}
+
+TEST(EmptyArrays, MapHandedToAnotherThread_DiesThere) {
+    const u64 before = taken();
+    auto map = std::make_unique<Map>();
+    map->set({1}, 1);
+    std::thread([&map] { map.reset(); }).join();
+    EXPECT_EQ(taken(), before);
+}

@@ -1,0 +1,78 @@
+#include "kelvo/base/near_name.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace qv {
+namespace {
+
+struct NearCase {
+    const char* wanted;
+    const char* expected;
+    const char* note;
+};
+
+class NearNameOfKinds : public testing::TestWithParam<NearCase> {};
+
+TEST_P(NearNameOfKinds, Best) {
+    NearName near(GetParam().wanted);
+    for (const char* known : {"Real", "Rgba", "Array", "Buffer", "children", "x"})
+        near.offer(known);
+    EXPECT_EQ(near.best(), GetParam().expected) << GetParam().note;
+}
+
+const NearCase kNear[] = {
+    {"Real", "Real", "the name itself"},
+    {"Reel", "Real", "a letter replaced"},
+    {"Rel", "Real", "a letter left out"},
+    {"Reall", "Real", "a letter added"},
+    {"Rael", "Real", "letters exchanged"},
+    {"REAL", "Real", "the other case"},
+    {"Aray", "Array", "a letter left out"},
+    {"chidlern", "children", "two edits in a long name"},
+    {"chidlr", "", "more edits than its length bears"},
+    {"Bool", "", "nothing alike"},
+    {"y", "", "one letter is like any other"},
+    {"X", "x", "but for its case"},
+    {"", "", "nothing is like nothing"},
+};
+INSTANTIATE_TEST_SUITE_P(Table, NearNameOfKinds, testing::ValuesIn(kNear));
+
+TEST(NearName, Best_OfEquallyNearNames_IsTheFirst) {
+    NearName near("lamp");
+    near.offer("lump");
+    near.offer("limp");
+    EXPECT_EQ(near.best(), "lump");
+}
+
+TEST(NearName, Offer_ANearerNameLater_Wins) {
+    NearName near("children");
+    near.offer("chiidrem");
+    near.offer("childrem");
+    EXPECT_EQ(near.best(), "childrem");
+}
+
+TEST(NearName, Question_EndsTheSentence) {
+    NearName near("Reel");
+    EXPECT_EQ(near.question().view(), ".");
+    near.offer("Real");
+    EXPECT_EQ(near.question().view(), ": did you mean 'Real'?");
+}
+
+TEST(NearName, Offer_NamesOfAnyLength_AreSafe) {
+    const std::string wanted(64, 'a');
+    NearName near(wanted);
+    near.offer(std::string(65, 'a'));
+    EXPECT_EQ(near.best(), "");
+    const std::string known = std::string(63, 'a') + "b";
+    near.offer(known);
+    EXPECT_EQ(near.best(), known);
+    const std::string endless(1000, 'a');
+    NearName longer(endless);
+    longer.offer(endless);
+    EXPECT_EQ(longer.best(), "");
+}
+
+} // namespace
+} // namespace qv

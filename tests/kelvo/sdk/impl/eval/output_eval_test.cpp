@@ -1,0 +1,239 @@
+// Evaluations that are long, deep or endless, on a stack of half a megabyte.
+
+#include "kelvo/sdk/eval_ctx.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/small_stack.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::LogCapture;
+using tests::runOnSmallStack;
+
+int asked = 0;
+
+// out = in + 1
+template<bool passesFrame>
+bool addOne(EvalCtx* ctx, void* out) {
+    ++asked;
+    double value = 0;
+    const INode* node = ctx->node();
+    EvalCtx* passed = passesFrame ? ctx : nullptr;
+    if (!node->input(String("in"))->readReal(value, true, passed)) return false;
+    *static_cast<double*>(out) = value + 1;
+    return true;
+}
+
+// Asks the linked node's output, if there is one: out = its value + 1
+template<bool passesFrame>
+bool askLinked(EvalCtx* ctx, void* out) {
+    ++asked;
+    INode* other = nullptr;
+    const INode* node = ctx->node();
+    node->input(String("other"))->readNode(other, false, nullptr);
+    *static_cast<double*>(out) = 1;
+    if (!other) return true;
+    auto* output = static_cast<Output*>(other->output(String("out")));
+    const Value value = output->evaluate(passesFrame ? ctx : nullptr);
+    if (value.isNull()) return false;
+    *static_cast<double*>(out) = value.asReal() + 1;
+    return true;
+}
+
+// As above, but 0 when the other does not answer.
+bool askOrElse(EvalCtx* ctx, void* out) {
+    if (!askLinked<true>(ctx, out)) *static_cast<double*>(out) = 0;
+    return true;
+}
+
+bool fail(EvalCtx*, void*) {
+    return false;
+}
+
+bool modifies(INode*, INode*) {
+    return false;
+}
+
+class OutputEvalTest : public testing::Test {
+protected:
+    OutputEvalTest() {
+        asked = 0;
+        define("adder", addOne<true>);
+        define("silentAdder", addOne<false>);
+        define("asker", askLinked<true>);
+        define("silentAsker", askLinked<false>);
+        define("elser", askOrElse);
+        define("failer", fail);
+    }
+
+    void define(const char* type, interfaces::NodeEvalFn eval) {
+        m_library->setCallbacks(type, {nullptr, nullptr, eval, modifies, nullptr, nullptr});
+    }
+    Node* makeNode(const char* type, const char* name = "n") {
+        auto* node = static_cast<Node*>(m_scene->createNode(type, name));
+        node->createInput("in", AttrType::Real);
+        node->createInput("other", AttrType::Node);
+        node->createOutput("out", AttrType::Real);
+        EXPECT_TRUE(node->initLibInfo(m_library.get()));
+        return node;
+    }
+    // Each reads the one before; returns the last.
+    Node* makeChain(const char* type, int count, Node* first = nullptr) {
+        Node* last = first ? first : makeNode(type);
+        for (int i = 1; i < count; ++i) {
+            Node* next = makeNode(type);
+            next->input(String("in"))->connect(out(last));
+            next->input(String("other"))->setNode(last);
+            last = next;
+        }
+        return last;
+    }
+    static Output* out(const Node* node) {
+        return static_cast<Output*>(node->lookUpOutput(String("out")));
+    }
+    // The result as a number, -1 for none.
+    static double evaluate(const Node* node) {
+        double result = -1;
+        runOnSmallStack([&] {
+            const Value value = out(node)->evaluate(nullptr);
+            if (!value.isNull()) result = value.asReal();
+        });
+        return result;
+    }
+
+    RefersTo<LibInfo> m_library = RefersTo<LibInfo>::adopt(new LibInfo);
+    RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
+};
+
+TEST_F(OutputEvalTest, LongChain_IsAskedOnceForEachNode) {
+    const Node* last = makeChain("adder", 20000);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), 20000);
+    EXPECT_EQ(asked, 20000);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LongChainWithoutFrames_IsEvaluatedAllTheSame) {
+    const Node* last = makeChain("silentAdder", 20000);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), 20000);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LongChainWithKeptResults_IsAskedOnce) {
+    const Node* last = makeChain("adder", 20000);
+    m_scene->setEvalCache(u64(1) << 26, false);
+    EXPECT_EQ(evaluate(last), 20000);
+    EXPECT_EQ(evaluate(last), 20000);
+    EXPECT_EQ(asked, 20000);
+}
+
+TEST_F(OutputEvalTest, LongCheckedChain_IsAskedTwice) {
+    const Node* last = makeChain("adder", 5000);
+    m_scene->setEvalCache(u64(1) << 26, true);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), 5000);
+    EXPECT_EQ(asked, 10000);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LongChainThatFailsAtItsStart_FailsWithoutALine) {
+    const Node* last = makeChain("adder", 20000, makeNode("failer"));
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), -1);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {
+    EXPECT_EQ(evaluate(makeChain("asker", 100)), 100);
+}
+
+TEST_F(OutputEvalTest, LinksTooDeep_CostOneLine) {
+    Node* last = makeNode("asker");
+    for (int i = 0; i < 20000; ++i) {
+        Node* next = makeNode("asker");
+        next->input(String("other"))->setNode(last);
+        last = next;
+    }
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), -1);
+    const std::string text = log.text();
+    EXPECT_EQ(text.find("error: Cannot evaluate 'n"), 0u) << text;
+    EXPECT_NE(text.find("evaluations wait for it, and there is no stack for more."), text.npos);
+    EXPECT_EQ(std::ranges::count(text, '\n'), 1);
+}
+
+TEST_F(OutputEvalTest, LinkToItself_IsEndless) {
+    Node* node = makeNode("asker", "a");
+    node->input(String("other"))->setNode(node);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(node), -1);
+    EXPECT_EQ(log.text(), "error: Endless evaluation: a.out -> a.out.\n");
+}
+
+TEST_F(OutputEvalTest, EndlessPart_IsToldWithoutTheWayThere) {
+    Node* a = makeNode("asker", "a");
+    Node* b = makeNode("asker", "b");
+    Node* c = makeNode("asker", "c");
+    a->input(String("other"))->setNode(b);
+    b->input(String("other"))->setNode(c);
+    c->input(String("other"))->setNode(b);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(a), -1);
+    EXPECT_EQ(log.text(), "error: Endless evaluation: b.out -> c.out -> b.out.\n");
+}
+
+TEST_F(OutputEvalTest, EndlessWithoutFrames_IsFoundWhereTheStackEnds) {
+    Node* a = makeNode("silentAsker", "a");
+    Node* b = makeNode("silentAsker", "b");
+    a->input(String("other"))->setNode(b);
+    b->input(String("other"))->setNode(a);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(a), -1);
+    const std::string text = log.text();
+    EXPECT_TRUE(text == "error: Endless evaluation: a.out -> b.out -> a.out.\n" ||
+                text == "error: Endless evaluation: b.out -> a.out -> b.out.\n")
+        << text;
+}
+
+TEST_F(OutputEvalTest, EndlessThatWasCut_IsEvaluated) {
+    Node* a = makeNode("asker", "a");
+    Node* b = makeNode("asker", "b");
+    m_scene->setEvalCache(1 << 20, false);
+    a->input(String("other"))->setNode(b);
+    b->input(String("other"))->setNode(a);
+    {
+        const LogCapture log;
+        EXPECT_EQ(evaluate(a), -1);
+    }
+    b->input(String("other"))->setNode(nullptr);
+    EXPECT_EQ(evaluate(a), 2);
+}
+
+// Each is the one that goes without an answer when the other is asked.
+TEST_F(OutputEvalTest, ResultThatSawAnEndlessPart_IsNotKept) {
+    Node* a = makeNode("elser", "a");
+    Node* b = makeNode("elser", "b");
+    a->input(String("other"))->setNode(b);
+    b->input(String("other"))->setNode(a);
+    const LogCapture log;
+    for (const bool isChecked : {false, true}) {
+        m_scene->setEvalCache(1 << 20, isChecked);
+        EXPECT_EQ(evaluate(a), 1);
+        EXPECT_EQ(evaluate(b), 1);
+        EXPECT_EQ(m_scene->evalCacheFigures().entries, 0u);
+    }
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,164 @@
+// Edits of inputs that run out of memory. A program of its own: it replaces the allocation
+// functions by ones that fail on command.
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <new>
+#include <vector>
+
+namespace {
+
+using qv::i64;
+
+// Allocations that still succeed; negative lets all succeed.
+thread_local i64 allowance = -1;
+
+void* allocateOrFail(std::size_t size) {
+    void* block = allowance == 0 ? nullptr : std::malloc(size != 0 ? size : 1);
+    if (!block) throw std::bad_alloc();
+    if (allowance > 0) --allowance;
+    return block;
+}
+
+void freeBlock(void* block) noexcept {
+    std::free(block);
+}
+
+} // namespace
+
+// Calls the two above.
+#include "tests/support/replaced_new.h"
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+// Lets `count` allocations succeed while it lives.
+class Allow {
+public:
+    explicit Allow(i64 count) { allowance = count; }
+    ~Allow() { allowance = -1; }
+    Allow(const Allow&) = delete;
+    Allow& operator=(const Allow&) = delete;
+};
+
+TEST(InputListOutOfMemory, IndexThatCannotGoAlong_IsForgotten) {
+    std::vector<RefersTo<Input>> inputs;
+    for (int i = 0; i < 21; ++i)
+        inputs.push_back(RefersTo<Input>::adopt(
+            new Input(nullptr, nullptr, String::format("in%d", i), AttrType::Int, AttrType::Null)));
+    // A description keeps the block that the index is in.
+    inputs[1]->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
+    ds::Vector<IInput*> list;
+    list.reserve(32);
+    for (u64 i = 1; i < 21; ++i)
+        appendToList(list, inputs[i].get());
+    {
+        const Allow none(0);
+        insertIntoList(list, 0, inputs[0].get());
+    }
+    removeFromList(list, 5);
+    removeFromList(list, 0);
+    EXPECT_EQ(findInList(list, "in5"), nullptr);
+    EXPECT_EQ(findInList(list, "in6"), inputs[6].get());
+}
+
+// Notes how many things of each sort are told.
+struct Batches : BatchObserver {
+    void sceneChanged(const interfaces::SceneChanges& changes) override {
+        told +=
+            String::format("nodes %d inputs %d-%d changed %d connected %d outputs %d;",
+                           int(changes.removedNodes.size()), int(changes.addedInputs.size()),
+                           int(changes.removedInputs.size()), int(changes.changedInputs.size()),
+                           int(changes.connectedInputs.size()), int(changes.removedOutputs.size()));
+    }
+    String told;
+};
+
+struct EditCase {
+    const char* name;
+    std::function<void(const kelvo_sdk::Scene&)> edit;
+};
+
+const EditCase kEdits[] = {
+    {"Value", [](const kelvo_sdk::Scene& scene) { scene["n"]["in"].set(2.0); }},
+    {"Link", [](const kelvo_sdk::Scene& scene) { scene["n"]["link"].set(scene["n"]); }},
+    {"Connection",
+     [](const kelvo_sdk::Scene& scene) { scene["n"]["in"].connect(scene["m"].output("out")); }},
+    {"Disconnection", [](const kelvo_sdk::Scene& scene) { scene["n"]["tied"].disconnect(); }},
+    {"Addition",
+     [](const kelvo_sdk::Scene& scene) { scene["n"].createInput("more", AttrType::Real); }},
+    {"Removal", [](const kelvo_sdk::Scene& scene) { scene["n"].removeInput("in"); }},
+    {"Element", [](const kelvo_sdk::Scene& scene) { scene["n"]["list"].append(); }},
+    {"Move", [](const kelvo_sdk::Scene& scene) { scene["n"]["list"]->moveElement(0, 1); }},
+    {"LostElement", [](const kelvo_sdk::Scene& scene) { scene["n"]["list"]->removeLastInput(); }},
+    {"LostTarget", [](const kelvo_sdk::Scene& scene) { scene.removeNode(scene["other"]); }},
+    {"LostOutput", [](const kelvo_sdk::Scene& scene) { scene["m"]->removeOutput("out"); }},
+    {"Undo", [](const kelvo_sdk::Scene& scene) { scene.undo(); }},
+};
+
+class InputEditsOutOfMemory : public testing::TestWithParam<EditCase> {
+protected:
+    struct Result {
+        bool isWhole;
+        bool isChange;
+        String told;
+    };
+    // Does the edit with so many allocations that succeed.
+    static Result edit(i64 allocations) {
+        const auto scene = kelvo_sdk::Scene::create();
+        scene.setUndoEnabled(true);
+        EXPECT_TRUE(scene.read(text, "a.kns"));
+        scene["n"]["in"].set(3.0);
+        const String before = scene.text();
+        Batches batches;
+        scene.subscribe(&batches);
+        bool isWhole = true;
+        try {
+            const Allow some(allocations);
+            GetParam().edit(scene);
+        } catch (const std::bad_alloc&) {
+            isWhole = false;
+        }
+        scene.unsubscribe(&batches);
+        return {isWhole, scene.text() != before, batches.told};
+    }
+    static constexpr const char* text = R"(kelvo scene 1
+
+node t "other" {
+}
+node t "m" {
+    output Real out
+}
+node t "n" {
+    Real in = 1
+    Node link
+    Node linked = other
+    Real tied = 0 <- m.out
+    Array<Int> list = [1, 2, 3]
+}
+)";
+};
+
+TEST_P(InputEditsOutOfMemory, WhatIsDone_IsToldWhole) {
+    const Result unlimited = edit(-1);
+    ASSERT_TRUE(unlimited.isChange);
+    Result result{};
+    for (i64 count = 0; !result.isWhole; ++count) {
+        result = edit(count);
+        if (result.isChange) {
+            EXPECT_EQ(result.told, unlimited.told) << count;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Edits, InputEditsOutOfMemory, testing::ValuesIn(kEdits),
+                         [](const auto& tried) { return tried.param.name; });
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

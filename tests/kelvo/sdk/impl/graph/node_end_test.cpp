@@ -1,0 +1,70 @@
+// A node ends, and its free callback takes apart what it refers to in a scene that records: no
+// record may keep the node, whose end goes on.
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/scene.h"
+#include "tests/support/node_probe.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+std::function<void()> s_atEnd;
+int s_frees = 0;
+
+bool callAtEnd(INode*, void**) {
+    ++s_frees;
+    if (s_atEnd) s_atEnd();
+    return true;
+}
+
+class NodeEndsInScenes : public testing::Test {
+protected:
+    NodeEndsInScenes() {
+        s_frees = 0;
+        m_scene.setUndoEnabled(true);
+        m_source.createOutput("o", AttrType::Real);
+        auto* dying = static_cast<Node*>(m_dying.get());
+        tests::probe(*dying).nodeFree() = callAtEnd;
+        dying->createInput("in", AttrType::Real)->connect(m_source->output(u64(0)));
+        dying->createInput("link", AttrType::Node)->setNode(m_source.get());
+        m_before = m_scene.text().buf();
+    }
+    ~NodeEndsInScenes() override { s_atEnd = nullptr; }
+    // Ends the node, and undoes what its callback did.
+    void expectEndOnce(std::function<void()> atEnd) {
+        s_atEnd = std::move(atEnd);
+        m_dying = {};
+        EXPECT_EQ(s_frees, 1);
+        EXPECT_TRUE(m_scene.undo());
+        EXPECT_EQ(std::string(m_scene.text().buf()), m_before);
+        EXPECT_TRUE(m_scene.verify().empty());
+    }
+
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    kelvo_sdk::Node m_source = m_scene.createNode("thing", "source");
+    RefersTo<INode> m_dying = RefersTo<INode>::adopt(new Node(nullptr, "thing", "dying"));
+    std::string m_before;
+};
+
+TEST_F(NodeEndsInScenes, OutputThatItsCallbackRemoves_IsNotRecordedForIt) {
+    expectEndOnce([this] { m_source->clearOutputs(); });
+}
+
+TEST_F(NodeEndsInScenes, NodeThatItsCallbackRemoves_IsNotRecordedForIt) {
+    expectEndOnce([this] { m_scene.removeNode(m_source); });
+}
+
+TEST_F(NodeEndsInScenes, NodeThatItsCallbackConverts_IsNotRecordedForIt) {
+    expectEndOnce([this] { m_source.convertTo("other"); });
+}
+
+TEST_F(NodeEndsInScenes, SceneThatItsCallbackClears_IsNotRecordedForIt) {
+    expectEndOnce([this] { m_scene->clear(); });
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,338 @@
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/interfaces/node_observer.h"
+#include "kelvo/sdk/scene.h"
+#include "tests/support/library_text.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/recording_observer.h"
+#include "tests/support/scene_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::Journal;
+using tests::libraryOf;
+using tests::LogCapture;
+using tests::RecordingObserver;
+using tests::sceneOf;
+using tests::textOf;
+
+constexpr const char* types = R"(kelvo types 1
+
+type thing @abstract {
+    Array<Node> children = []
+}
+
+type lamp : thing {
+    Real power = 1
+    Real size = 2
+    String count = "3"
+    Node target = null
+    output Real out
+    output Real glow
+}
+
+type spot : thing {
+    Int count = 0
+    Real power = 1 @min 0 @max 10
+    Real angle = 45
+    Node target = null
+    output Real out
+}
+)";
+
+// Notes what a scene tells of its nodes.
+class SceneJournal : public SceneObserver {
+public:
+    explicit SceneJournal(Journal& journal) : m_journal(journal) {}
+    void nodeAdded(INode* node) override { note("+", node); }
+    void nodeRemoved(INode* node) override { note("-", node); }
+    void inputChanged(const IInput* input, const AttrData*) override {
+        m_journal.add(std::string("changed=") + input->path().buf());
+    }
+    void inputConnected(const IInput* input, const IOutput*, const IOutput*) override {
+        m_journal.add(std::string("connected=") + input->path().buf());
+    }
+
+private:
+    void note(const char* what, INode* node) {
+        m_journal.add(std::string(what) + node->name().buf() + ":" + node->type().buf());
+    }
+    Journal& m_journal;
+};
+
+class SceneConvert : public testing::Test {
+protected:
+    SceneConvert() { m_scene.addLibrary(LibInfo(libraryOf(types).get())); }
+
+    void read(const char* text) { ASSERT_EQ(tests::errorsOf(text, m_scene), ""); }
+    [[nodiscard]] kelvo_sdk::Node node(const char* name) const { return m_scene.findNode(name); }
+    [[nodiscard]] std::string valueOf(const char* path) const {
+        const String text(path);
+        const auto dot = text.view().find('.');
+        const auto found = m_scene.findNode(String(text.view().substr(0, dot)));
+        const auto input = found.inputAt(String(text.view().substr(dot + 1)));
+        return input ? input.asString(false, nullptr).buf() : "none";
+    }
+    // Converts and returns what did not fit, a line each.
+    std::string convert(const char* name, const char* type) {
+        Misfits misfits;
+        m_converted = node(name).convertTo(type, &misfits);
+        std::string lines;
+        for (const Misfit& misfit : misfits)
+            lines += std::string(misfit.path.buf()) + " " + misfit.reason.buf() + "\n";
+        return lines;
+    }
+
+    using LibInfo = kelvo_sdk::LibInfo;
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    kelvo_sdk::Node m_converted;
+};
+
+TEST_F(SceneConvert, Replacement_ComesFromTheDefinitionAndHasNameAndPlace) {
+    m_scene.createNode("lamp", "a");
+    const auto old = m_scene.createNode("lamp", "b");
+    m_scene.createNode("lamp", "c");
+    convert("b", "spot");
+    EXPECT_EQ(m_scene.nodeCount(), 3u);
+    EXPECT_EQ(m_scene.node(1), m_converted);
+    EXPECT_EQ(node("b"), m_converted);
+    EXPECT_NE(m_converted, old);
+    EXPECT_STREQ(m_converted->typeDesc().buf(), "spot [thing]");
+    EXPECT_EQ(valueOf("b.angle"), "45");
+    EXPECT_EQ(old->scene(), nullptr);
+    EXPECT_EQ(m_converted->scene(), m_scene.get());
+}
+
+TEST_F(SceneConvert, Values_OfTheSameNameAreKeptAndConverted) {
+    read(R"(kelvo scene 1
+node lamp "a" {
+    Real power = 7
+    String count = "12"
+    Node target = b
+}
+node spot "b" {
+}
+)");
+    EXPECT_EQ(convert("a", "spot"), "");
+    EXPECT_EQ(valueOf("a.power"), "7");
+    EXPECT_EQ(valueOf("a.count"), "12");
+    EXPECT_EQ(m_converted["count"].type(), AttrType::Int);
+    EXPECT_EQ(m_converted["target"].asNode(false, nullptr), node("b"));
+}
+
+TEST_F(SceneConvert, WhatDoesNotFit_IsReportedWithAReason) {
+    read(R"(kelvo scene 1
+node lamp "a" {
+    Real power = 70
+    Real size = 5
+    String count = "many"
+}
+)");
+    EXPECT_EQ(convert("a", "spot"),
+              "a.size is no input of type 'spot'\n"
+              "a.power does not take '70': it is out of range or not among the choices\n"
+              "a.count is Int: 'many' does not convert\n");
+    EXPECT_EQ(valueOf("a.power"), "1");
+    EXPECT_EQ(valueOf("a.count"), "0");
+}
+
+TEST_F(SceneConvert, WithoutAReport_WhatDoesNotFitIsLogged) {
+    m_scene.createNode("lamp", "a")["size"].set(5.0);
+    const LogCapture log;
+    node("a").convertTo("spot");
+    EXPECT_EQ(log.text(), "warning: Converted to 'spot': 'a.size' is no input of type 'spot'.\n");
+}
+
+TEST_F(SceneConvert, WhatStandsAtItsDefault_IsNoLoss) {
+    m_scene.createNode("lamp", "a");
+    EXPECT_EQ(convert("a", "spot"), "");
+}
+
+TEST_F(SceneConvert, InputsBeyondTheDefinition_AreKept) {
+    read(R"(kelvo scene 1
+node lamp "a" {
+    Real power = 7
+    Object own {
+        Array<Int> list = [1, 2]
+        Node me = a
+    }
+    output Vec3 more
+}
+)");
+    EXPECT_EQ(convert("a", "spot"), "");
+    EXPECT_EQ(valueOf("a.own.list[1]"), "2");
+    EXPECT_EQ(valueOf("a.own.me"), "a");
+    EXPECT_EQ(m_converted["own"]["me"].asNode(false, nullptr), m_converted);
+    EXPECT_EQ(m_converted.output("more")->type(), AttrType::Vec3);
+}
+
+TEST_F(SceneConvert, ToAnUnknownType_KeepsEverything) {
+    m_scene.createNode("lamp", "a")["size"].set(5.0);
+    EXPECT_EQ(convert("a", "comet"), "");
+    EXPECT_STREQ(m_converted->typeDesc().buf(), "comet");
+    EXPECT_EQ(valueOf("a.size"), "5");
+    EXPECT_EQ(valueOf("a.count"), "3");
+    EXPECT_EQ(m_converted->outputCount(), 2u);
+}
+
+TEST_F(SceneConvert, FromAnUnknownType_GivesTheInputsOfTheDefinition) {
+    read("kelvo scene 1\nnode comet \"a\" {\n    Real power = 3\n    Bool tail = true\n}\n");
+    EXPECT_EQ(convert("a", "spot"), "");
+    EXPECT_EQ(valueOf("a.power"), "3");
+    EXPECT_EQ(valueOf("a.angle"), "45");
+    EXPECT_EQ(valueOf("a.tail"), "true");
+}
+
+constexpr const char* family = R"(kelvo scene 1
+node lamp "p" {
+    Array<Node> children = [a, b, c]
+    Node target = b
+}
+node lamp "a" {
+}
+node lamp "b" {
+    Array<Node> children = [a, c, b]
+    Real power = 1 <- a.out
+}
+node lamp "c" {
+    Real power = 1 <- b.out
+    Real size = 2 <- b.glow
+}
+)";
+
+TEST_F(SceneConvert, Links_LeadToTheReplacementFromTheirPlaces) {
+    read(family);
+    convert("b", "spot");
+    EXPECT_EQ(valueOf("p.children[1]"), "b");
+    EXPECT_EQ(node("p")["children"].input(1).asNode(false, nullptr), m_converted);
+    EXPECT_EQ(node("p")["target"].asNode(false, nullptr), m_converted);
+    EXPECT_EQ(m_converted->indexIn(node("p").get()), 1);
+}
+
+TEST_F(SceneConvert, LinksOfTheNode_AreKeptAndThoseToItselfFollow) {
+    read(family);
+    convert("b", "spot");
+    EXPECT_EQ(m_converted["children"].inputCount(), 3u);
+    EXPECT_EQ(valueOf("b.children[0]") + valueOf("b.children[1]"), "ac");
+    EXPECT_EQ(m_converted["children"].input(2).asNode(false, nullptr), m_converted);
+}
+
+TEST_F(SceneConvert, Connections_AreKeptInBothDirections) {
+    read(family);
+    EXPECT_EQ(convert("b", "spot"), "c.size was connected to 'b.glow', which type 'spot' lacks\n");
+    EXPECT_EQ(m_converted["power"].source(), node("a").output("out"));
+    EXPECT_EQ(node("c")["power"].source(), m_converted.output("out"));
+    EXPECT_FALSE(node("c")["size"].source());
+    EXPECT_EQ(node("a").output("out")->targetCount(), 1u);
+}
+
+TEST_F(SceneConvert, RemovingTheReplacement_ClearsEveryLinkToIt) {
+    read(family);
+    convert("b", "spot");
+    m_scene.removeNode(m_converted);
+    EXPECT_EQ(valueOf("p.children[1]") + valueOf("p.target"), "");
+    EXPECT_FALSE(node("c")["power"].source());
+}
+
+TEST_F(SceneConvert, NodesObservers_HearOfTheReplacementOnce) {
+    Journal journal;
+    RecordingObserver observer("o", journal);
+    const auto old = m_scene.createNode("lamp", "a");
+    old.subscribe(&observer);
+    convert("a", "spot");
+    EXPECT_EQ(journal.take(), "o:converted=a");
+    m_converted["power"].set(4.0);
+    EXPECT_EQ(journal.take(), "");
+    EXPECT_TRUE(old.unsubscribe(&observer));
+}
+
+TEST_F(SceneConvert, NodesObserver_FindsEverythingInPlace) {
+    read(family);
+    Journal journal;
+    RecordingObserver observer("o", journal);
+    std::string seen;
+    observer.then = [&] { seen = valueOf("p.children[1]") + node("b").type().buf(); };
+    const auto old = node("b");
+    old.subscribe(&observer);
+    convert("b", "spot");
+    EXPECT_EQ(seen, "bspot");
+    old.unsubscribe(&observer);
+}
+
+TEST_F(SceneConvert, SceneObservers_HearOfWhatWasRelinkedThenOfTheConversion) {
+    read(family);
+    Journal journal;
+    SceneJournal observer(journal);
+    m_scene.subscribe(&observer);
+    convert("b", "spot");
+    EXPECT_EQ(journal.take(), "changed=p.children[1] changed=p.target connected=c.power "
+                              "connected=c.size -b:lamp +b:spot");
+    m_scene.unsubscribe(&observer);
+}
+
+struct Refusal {
+    const char* type;
+    const char* log;
+};
+
+TEST_F(SceneConvert, RefusedTypes_ChangeNothing) {
+    read(family);
+    const std::string before = textOf(m_scene);
+    const auto old = node("b");
+    for (const Refusal& row :
+         {Refusal{"thing", "error: Cannot convert node 'b': type 'thing' is abstract.\n"},
+          Refusal{"no name",
+                  "error: Cannot use 'no name' as a node's type: it is no simple identifier.\n"},
+          Refusal{"", "error: Cannot use '' as a node's type: it is no simple identifier.\n"}}) {
+        const LogCapture log;
+        EXPECT_EQ(old.convertTo(row.type), kelvo_sdk::Node()) << row.type;
+        EXPECT_EQ(log.text(), row.log);
+    }
+    EXPECT_EQ(textOf(m_scene), before);
+    EXPECT_EQ(node("b"), old);
+}
+
+TEST_F(SceneConvert, NodesThatAreNotOfTheScene_AreRefused) {
+    auto* scene = static_cast<Scene*>(m_scene.get());
+    const auto other = RefersTo<Node>::adopt(new Node(nullptr, "lamp", "x"));
+    EXPECT_EQ(scene->convertNode(nullptr, "spot"), nullptr);
+    EXPECT_EQ(scene->convertNode(other.get(), "spot"), nullptr);
+    EXPECT_EQ(m_scene.nodeCount(), 0u);
+}
+
+TEST_F(SceneConvert, Comments_GoAlong) {
+    read("kelvo scene 1\n\n# of a\nnode lamp \"a\" {\n    Real power = 3 # why\n}\n");
+    convert("a", "spot");
+    EXPECT_NE(textOf(m_scene).find("# of a\nnode spot \"a\" {"), std::string::npos);
+    EXPECT_NE(textOf(m_scene).find("Real power = 3 # why"), std::string::npos);
+}
+
+TEST_F(SceneConvert, AnObserverThatRemovesTheReplacement_LeavesNone) {
+    const auto old = m_scene.createNode("lamp", "a");
+    Journal journal;
+    RecordingObserver observer("o", journal);
+    observer.then = [&] { m_scene.removeNode(node("a")); };
+    old.subscribe(&observer);
+    convert("a", "spot");
+    EXPECT_FALSE(m_converted);
+    EXPECT_EQ(m_scene.nodeCount(), 0u);
+    old.unsubscribe(&observer);
+}
+
+TEST_F(SceneConvert, BackAndForth_KeepsWhatBothTypesHave) {
+    read("kelvo scene 1\nnode lamp \"a\" {\n    Real power = 4\n    Real size = 5\n}\n");
+    convert("a", "spot");
+    convert("a", "lamp");
+    EXPECT_EQ(valueOf("a.power") + valueOf("a.count") + valueOf("a.size"), "432");
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,16 @@
+// Reads icons that '\0' parts from the standard input and writes what is safe of each, parted the
+// same way, for safe_svg_browser_test.py.
+
+#include "kelvo/sdk/impl/help/safe_svg.h"
+
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+int main() {
+    for (std::string icon; std::getline(std::cin, icon, '\0');) {
+        const qv::String safe = qv::kelvo_sdk::impl::safeSvg(icon.c_str());
+        if (std::fwrite(safe.buf(), 1, safe.size() + 1, stdout) != safe.size() + 1) return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,132 @@
+// Links and connections to nodes that stand in no scene: what undo and redo bring back, the history
+// owns, so that it stays when nobody else holds the node.
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+enum class Tie { Link, Element, Connection };
+
+// A scene in which one input of "holder" leads to a free node.
+class UndoFreeLinks : public testing::TestWithParam<Tie> {
+protected:
+    UndoFreeLinks() {
+        m_holder = m_scene.createNode("t", "holder");
+        m_holder.createInput("link", AttrType::Node);
+        m_holder.createInput("in", AttrType::Real);
+        m_holder.createArray("list", AttrType::Node).append();
+        m_free->createOutput("out", AttrType::Real);
+        m_scene.setUndoEnabled(true);
+    }
+
+    static const char* path() {
+        constexpr const char* paths[] = {"link", "list[0]", "in"};
+        return paths[static_cast<int>(GetParam())];
+    }
+    [[nodiscard]] kelvo_sdk::Input input() const { return m_scene["holder"].inputAt(path()); }
+    bool tie() const {
+        return GetParam() == Tie::Connection ? input()->connect(m_free->output(String("out")))
+                                             : input()->setNode(m_free.get());
+    }
+    [[nodiscard]] INode* reached() const {
+        const interfaces::IOutput* source = input()->source();
+        return source ? source->node() : input().asNode(false).get();
+    }
+    // Lets go of the free node once the edit was made; undo brings it back, again and again.
+    void expectBack(const std::function<void()>& edit) {
+        m_scene.setUndoEnabled(false);
+        EXPECT_TRUE(tie());
+        m_scene.setUndoEnabled(true);
+        edit();
+        const INode* const free = m_free.get();
+        m_free = {};
+        for (int round = 0; round < 3; ++round) {
+            ASSERT_TRUE(m_scene.undo());
+            EXPECT_EQ(reached(), free) << round;
+            EXPECT_TRUE(m_scene.verify().empty());
+            ASSERT_TRUE(m_scene.redo());
+            EXPECT_TRUE(m_scene.verify().empty());
+        }
+    }
+
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    kelvo_sdk::Node m_holder;
+    RefersTo<Node> m_free = RefersTo<Node>::adopt(new Node(nullptr, "t", "free"));
+};
+
+TEST_P(UndoFreeLinks, TieThatIsDoneAgain_LeadsToItsNode) {
+    ASSERT_TRUE(tie());
+    const INode* const free = m_free.get();
+    ASSERT_TRUE(m_scene.undo());
+    m_free = {};
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(m_scene.redo());
+        EXPECT_EQ(reached(), free) << round;
+        ASSERT_TRUE(m_scene.undo());
+        EXPECT_EQ(reached(), nullptr) << round;
+    }
+}
+
+TEST_P(UndoFreeLinks, TieThatEnded_ComesBack) {
+    expectBack([this] {
+        if (GetParam() == Tie::Connection)
+            EXPECT_TRUE(input()->disconnect());
+        else
+            EXPECT_TRUE(input()->setNode(nullptr));
+    });
+}
+
+TEST_P(UndoFreeLinks, TieOfARemovedNode_ComesBack) {
+    expectBack([this] { m_scene.removeNode(m_holder); });
+}
+
+TEST_P(UndoFreeLinks, TieOfARemovedInput_ComesBack) {
+    expectBack([this] { m_holder->clearInputs(); });
+}
+
+TEST_P(UndoFreeLinks, TieOfAConvertedNode_ComesBack) {
+    expectBack([this] {
+        m_holder = {};
+        m_scene["holder"].convertTo("u");
+    });
+}
+
+TEST_P(UndoFreeLinks, TieOfAClearedScene_ComesBack) {
+    expectBack([this] {
+        m_holder = {};
+        m_scene->clear();
+    });
+}
+
+TEST_P(UndoFreeLinks, LinkThatIsKeptAside_ComesBack) {
+    if (GetParam() == Tie::Connection) return;
+    ASSERT_TRUE(tie());
+    auto& link = static_cast<Input&>(*input().get());
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    ASSERT_TRUE(link.unstash());
+    const INode* const free = m_free.get();
+    m_free = {};
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(m_scene.undo());
+        ASSERT_NE(link.stashed(), nullptr);
+        EXPECT_EQ(link.stashed()->asNode(), free);
+        ASSERT_TRUE(m_scene.redo());
+        EXPECT_EQ(reached(), free);
+        EXPECT_TRUE(m_scene.verify().empty());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Ties, UndoFreeLinks,
+                         testing::Values(Tie::Link, Tie::Element, Tie::Connection));
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,116 @@
+// An observer edits while a step is undone: older steps, which know nothing of that, are turned as
+// far as they fit, and back again.
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/scene.h"
+#include "tests/support/scene_text.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+class UndoInside : public testing::Test, SceneObserver {
+protected:
+    UndoInside() { m_scene.setUndoEnabled(true); }
+    // Undoes a step, the observer of which does something.
+    void undoAnd(std::function<void()> then) {
+        m_then = std::move(then);
+        m_scene.subscribe(static_cast<SceneObserver*>(this));
+        EXPECT_TRUE(m_scene.undo());
+        m_scene.unsubscribe(static_cast<SceneObserver*>(this));
+        EXPECT_FALSE(m_then);
+    }
+    // Undoes all that is left, does all of it again and undoes it.
+    void expectSoundBothWays() {
+        const std::string here = tests::textOf(m_scene);
+        const u64 left = m_scene.undoCount();
+        for (const bool isToUndo : {true, false, true, false}) {
+            for (u64 i = 0; i < left; ++i) {
+                EXPECT_TRUE(isToUndo ? m_scene.undo() : m_scene.redo());
+                EXPECT_TRUE(m_scene.verify().empty()) << m_scene.verify()[0].message.buf();
+            }
+            if (!isToUndo) {
+                EXPECT_EQ(tests::textOf(m_scene), here);
+            }
+        }
+    }
+    void expectRedoneIs(const std::string& text) {
+        while (m_scene.redo())
+            EXPECT_TRUE(m_scene.verify().empty());
+        EXPECT_EQ(tests::textOf(m_scene), text);
+    }
+    void inputChanged(const interfaces::IInput*, const impl::AttrData*) override { act(); }
+    void nodeRemoved(interfaces::INode*) override { act(); }
+    void act() {
+        if (const auto now = std::exchange(m_then, nullptr)) now();
+    }
+
+    Scene m_scene = Scene::create();
+    std::function<void()> m_then;
+};
+
+TEST_F(UndoInside, NodeConverted_IsNotThereForItsCreation) {
+    const i64 alive = impl_nodeInstanceCount();
+    m_scene.createNode("t", "a").createInput("r", AttrType::Real);
+    m_scene["a"]["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene["a"].convertTo("u"); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+    m_scene = Scene();
+    EXPECT_EQ(impl_nodeInstanceCount(), alive);
+}
+
+TEST_F(UndoInside, NodeCreated_MayHaveTheNameOfOneThatComesBack) {
+    m_scene.createNode("t", "a");
+    m_scene.removeNode(m_scene["a"]);
+    m_scene.createNode("t", "b");
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene.createNode("u", "a"); });
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(m_scene.nodeCount(), 2u);
+    EXPECT_EQ(m_scene["a1"].type(), "t");
+    EXPECT_TRUE(m_scene.redo());
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, NodeCreated_MayHaveTheNameOfOneThatIsRenamedBack) {
+    m_scene.createNode("t", "a");
+    m_scene.renameNode(m_scene["a"], "b");
+    m_scene.createNode("t", "c");
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene.createNode("u", "a"); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, NodeRemoved_LeavesTheOrderOfTheOthers) {
+    for (const char* name : {"a", "b", "c"})
+        m_scene.createNode("t", name);
+    m_scene.moveNode(m_scene["a"], 2);
+    m_scene["a"].createInput("r", AttrType::Real);
+    m_scene["a"]["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene.removeNode(m_scene["c"]); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, InputRemoved_IsNotThereForItsCreation) {
+    const Node node = m_scene.createNode("t", "a");
+    for (const char* name : {"o", "r"})
+        node.createInput(name, AttrType::Real);
+    node["o"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([&] { node.removeInput("r"); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk

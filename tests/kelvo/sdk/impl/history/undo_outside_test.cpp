@@ -1,0 +1,171 @@
+// A node that left the scene and is held is edited by its holder, which no step records: undo goes
+// on with what still fits.
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/scene.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+TEST(UndoOutside, InputRemovedWhileTheNodeIsOut) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    node.createInput("q", AttrType::Real);
+    scene.removeNode(node);
+    node.removeInput("q");
+    while (scene.undo()) {
+    }
+    while (scene.redo()) {
+    }
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, OutputRemovedWhileTheNodeIsOut) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    node.createOutput("q", AttrType::Real);
+    scene.removeNode(node);
+    node->removeOutput("q");
+    while (scene.undo()) {
+    }
+    while (scene.redo()) {
+    }
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, ConnectedOutputRemovedWhileTheNodeIsOut) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Input input = scene.createNode("t", "y").createInput("in", AttrType::Real);
+    input->connect(node->createOutput("q", AttrType::Real));
+    scene.removeNode(node);
+    node->removeOutput("q");
+    scene.undo();
+    EXPECT_EQ(input->source(), nullptr);
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+// ---- Nodes that never came in ------------------------------------------------------------------
+// A record alone holds the node that its connection or link comes back with.
+
+// A node of no scene with an output "o".
+RefersTo<impl::Node> makeStray() {
+    auto stray = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "thing", "stray"));
+    stray->createOutput("o", AttrType::Real);
+    return stray;
+}
+
+class UndoStray : public testing::Test {
+protected:
+    UndoStray() {
+        m_scene.setUndoEnabled(true);
+        m_reader = m_scene.createNode("t", "reader");
+        m_input = m_reader.createInput("in", AttrType::Real);
+        m_input->connect(m_stray->output(u64(0)));
+    }
+    // After the edit, only the history holds the node whose output was read.
+    void expectBack() {
+        m_stray = {};
+        EXPECT_TRUE(m_scene.undo());
+        const Node reader = m_scene["reader"];
+        ASSERT_NE(reader["in"]->source(), nullptr);
+        EXPECT_EQ(reader["in"]->source()->path(), "stray.o");
+        EXPECT_TRUE(m_scene.verify().empty());
+    }
+
+    RefersTo<impl::Node> m_stray = makeStray();
+    Scene m_scene = Scene::create();
+    Node m_reader;
+    Input m_input;
+};
+
+TEST_F(UndoStray, InputRemoved_ComesBackConnected) {
+    m_reader.removeInput("in");
+    expectBack();
+}
+
+TEST_F(UndoStray, Disconnected_IsConnectedAgain) {
+    m_input.disconnect();
+    expectBack();
+}
+
+TEST_F(UndoStray, ReaderRemoved_ComesBackConnected) {
+    m_scene.removeNode(m_reader);
+    expectBack();
+}
+
+TEST_F(UndoStray, ReaderConverted_ComesBackConnected) {
+    m_reader.convertTo("u");
+    m_scene["reader"]["in"].disconnect();
+    m_stray = {};
+    EXPECT_TRUE(m_scene.undo());
+    expectBack();
+}
+
+TEST_F(UndoStray, LinkThatWasCleared_ComesBack) {
+    const Input link = m_reader.createInput("l", AttrType::Node);
+    link->setNode(m_stray.get());
+    m_input.disconnect();
+    const u64 before = m_reader.hash();
+    link.set(Node());
+    m_stray = {};
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(link.asNode(false, nullptr).name(), "stray");
+    EXPECT_EQ(m_reader.hash(), before);
+    EXPECT_TRUE(m_scene.redo() && m_scene.undo());
+    EXPECT_EQ(link.asNode(false, nullptr).name(), "stray");
+}
+
+TEST_F(UndoStray, LinkOfARemovedOrConvertedNode_ComesBack) {
+    for (const bool isConverted : {false, true}) {
+        auto stray = makeStray();
+        const Node node = m_scene.createNode("t", "n");
+        node.createInput("l", AttrType::Node)->setNode(stray.get());
+        if (isConverted)
+            node.convertTo("u").removeInput("l");
+        else
+            m_scene.removeNode(node);
+        stray = {};
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_TRUE(m_scene.undo() && (!isConverted || m_scene.undo()));
+            EXPECT_EQ(m_scene["n"]["l"].asNode(false, nullptr).name(), "stray") << isConverted;
+            EXPECT_TRUE(m_scene.redo() && (!isConverted || m_scene.redo()));
+        }
+        EXPECT_TRUE(m_scene.undo() && (!isConverted || m_scene.undo()));
+        m_scene.removeNode(m_scene["n"]);
+    }
+}
+
+TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node before = scene.createNode("t", "x");
+    const Scene::UndoScope scope(scene, "do", "undo");
+    before.createInput("q", AttrType::Real);
+    before.convertTo("u");
+    before.removeInput("q");
+    scope.cancel();
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Input input = scene.createNode("t", "x").createInput("in", AttrType::Real);
+    const auto first = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "first"));
+    auto second = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "t", "second"));
+    input->connect(first->createOutput("out", AttrType::Real));
+    input->connect(second->createOutput("out", AttrType::Real));
+    scene.undo();
+    second.reset();
+    EXPECT_TRUE(scene.redo());
+    ASSERT_TRUE(input.source());
+    EXPECT_EQ(input.source().path(), "second.out");
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,184 @@
+#include "kelvo/sdk/impl/observe/batches.h"
+
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/scene.h"
+#include "tests/support/log_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using UndoScope = kelvo_sdk::Scene::UndoScope;
+
+// Notes each batch as "+node -node ~before>node ^node +input -input =input >input +out -out |".
+struct Noted : BatchObserver {
+    void sceneChanged(const interfaces::SceneChanges& changes) override {
+        for (const INode* node : changes.addedNodes)
+            add("+", node->name());
+        for (const INode* node : changes.removedNodes)
+            add("-", node->name());
+        for (const auto& [node, before] : changes.renamedNodes)
+            add("~", before + ">" + node->name());
+        for (const INode* node : changes.movedNodes)
+            add("^", node->name());
+        for (const IInput* input : changes.addedInputs)
+            add("+", input->path());
+        for (const IInput* input : changes.removedInputs)
+            add("-", input->name());
+        for (const IInput* input : changes.changedInputs)
+            add("=", input->path());
+        for (const IInput* input : changes.connectedInputs)
+            add(">", input->path());
+        for (const IOutput* output : changes.addedOutputs)
+            add("+", output->path());
+        for (const IOutput* output : changes.removedOutputs)
+            add("-", output->name());
+        told += "| ";
+        if (then) then();
+    }
+    void add(const char* sign, const String& name) {
+        told += sign + std::string(name.view()) + " ";
+    }
+    std::string take() { return std::exchange(told, {}); }
+
+    std::string told;
+    std::function<void()> then;
+};
+
+class BatchesTest : public testing::TestWithParam<bool> {
+protected:
+    BatchesTest() {
+        m_scene.setUndoEnabled(GetParam());
+        m_a = m_scene.createNode("t", "a");
+        m_b = m_scene.createNode("t", "b");
+        m_in = m_a->createInput("in", AttrType::Real);
+        m_out = m_b->createOutput("out", AttrType::Real);
+        m_scene.subscribe(&m_noted);
+    }
+    ~BatchesTest() override { m_scene.unsubscribe(&m_noted); }
+
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    kelvo_sdk::Node m_a, m_b;
+    interfaces::IInput* m_in;
+    interfaces::IOutput* m_out;
+    Noted m_noted;
+};
+INSTANTIATE_TEST_SUITE_P(Undo, BatchesTest, testing::Bool(),
+                         [](const auto& on) { return on.param ? "On" : "Off"; });
+
+TEST_P(BatchesTest, ChangeOutsideOfEdits_IsToldAtOnce) {
+    m_in->setReal(1);
+    EXPECT_EQ(m_noted.take(), "=a.in | ");
+}
+
+TEST_P(BatchesTest, Scope_IsToldOnceWhenItCloses) {
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_in->setReal(1);
+        m_in->setReal(2);
+        m_in->connect(m_out);
+        m_scene.createNode("t", "c")->createInput("x", AttrType::Int);
+        m_scene.renameNode(m_b, "d");
+        m_scene.moveNode(m_b, 0);
+        m_b->createOutput("more", AttrType::Int);
+        EXPECT_EQ(m_noted.take(), "");
+    }
+    EXPECT_EQ(m_noted.take(), "+c ~b>d ^d =a.in >a.in +d.more | ");
+}
+
+TEST_P(BatchesTest, Group_IsToldOnceWhenItCloses) {
+    m_scene->beginEditGroup();
+    m_in->setReal(1);
+    m_in->setReal(2);
+    EXPECT_EQ(m_noted.take(), "");
+    m_scene->endEditGroup();
+    EXPECT_EQ(m_noted.take(), "=a.in | ");
+}
+
+TEST_P(BatchesTest, WhatComesToNothing_IsNotTold) {
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_in->setReal(1);
+        m_in->setReal(0);
+        m_in->connect(m_out);
+        m_in->disconnect();
+        m_scene.removeNode(m_scene.createNode("t", "c"));
+        m_a->removeInput(String("x")), m_a->createInput("x", AttrType::Int), m_a->removeInput("x");
+        m_scene.renameNode(m_b, "d");
+        m_scene.renameNode(m_b, "b");
+    }
+    EXPECT_EQ(m_noted.take(), "");
+}
+
+TEST_P(BatchesTest, CancelledScope_IsNotTold) {
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_in->setReal(1);
+        m_scene.removeNode(m_b);
+        scope.cancel();
+    }
+    EXPECT_EQ(m_noted.take(), "");
+}
+
+TEST_P(BatchesTest, RemovedThings_CanBeRead) {
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_a->removeInput("in");
+        m_b->removeOutput("out");
+        m_scene.removeNode(std::exchange(m_b, {}));
+    }
+    EXPECT_EQ(m_noted.take(), "-b -in | ");
+}
+
+TEST_P(BatchesTest, EditsFromInside_AreToldNext) {
+    m_noted.then = [&] {
+        m_noted.then = nullptr;
+        m_in->setReal(5);
+    };
+    m_scene.createNode("t", "c");
+    EXPECT_EQ(m_noted.take(), "+c | =a.in | ");
+}
+
+TEST_P(BatchesTest, ObserverThatThrows_IsLogged) {
+    m_noted.then = [] { throw std::runtime_error("no"); };
+    const tests::LogCapture log;
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_in->setReal(1);
+    }
+    EXPECT_EQ(log.text(), "error: An observer threw when it was told of an edit: no.\n");
+}
+
+TEST_P(BatchesTest, ObserverThatUnsubscribed_HearsNothing) {
+    const UndoScope scope(m_scene, "", "");
+    m_in->setReal(1);
+    EXPECT_TRUE(m_scene.unsubscribe(&m_noted));
+    EXPECT_FALSE(m_scene.unsubscribe(&m_noted));
+    EXPECT_TRUE(m_scene.subscribe(&m_noted));
+    EXPECT_FALSE(m_scene.subscribe(&m_noted));
+}
+
+TEST(Batches, UndoAndRedo_AreToldOnce) {
+    const auto scene = kelvo_sdk::Scene::create();
+    scene.setUndoEnabled(true);
+    Noted noted;
+    {
+        const UndoScope scope(scene, "", "");
+        scene.createNode("t", "a")->createInput("in", AttrType::Real);
+        scene.createNode("t", "b");
+    }
+    scene.subscribe(&noted);
+    scene.undo();
+    EXPECT_EQ(noted.take(), "-b -a | ");
+    scene.redo();
+    EXPECT_EQ(noted.take(), "+a +b | ");
+    scene.unsubscribe(&noted);
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,96 @@
+#include "kelvo/sdk/impl/scene_text/scene_document.h"
+
+#include "tests/support/random_scene.h"
+#include "tests/support/scene_text.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+constexpr const char* kText = R"(# A room.
+kelvo scene 1 # first
+
+# where all stands
+node xform : object, thing "room" @abstract @internal { # big
+    Array<Node> children = [lamp, null]
+    # two of them
+    Buffer<Pos3f> positions = [(0 0 0) (1 0 nan)] @type Pos3f
+    String label = "say \"hi\" ] } # @min"
+    # nothing follows
+}
+node light "lamp" {
+    Real radius = 0.5 <- room.size @min 0 @max 2 @unit "m" @label "de" "Höhe" # metres
+    Object shade { # of it
+        Array<Object> stops = [{
+            Real at = 1
+        }, {
+        }]
+        Array<Array> grid = [Array<Real> [1, 2], Array<Node> [lamp]]
+    }
+    Null empty
+    Node target = lamp @default lamp @choices [lamp, String "x"]
+    output Real area
+    output Real area @again
+}
+# the end
+)";
+
+TEST(SceneDocument, Text_IsWhatWasParsed) {
+    SceneDocument document;
+    ASSERT_TRUE(document.parse(kText));
+    EXPECT_STREQ(document.text().buf(), kText);
+    EXPECT_EQ(document.nodes[0].bases, "object, thing");
+    EXPECT_EQ(document.nodes[0].flags, "@abstract @internal");
+    EXPECT_EQ(document.nodes[1].inputs[0].source, "room.size");
+    EXPECT_EQ(document.nodes[1].inputs[0].notes.size(), 4u);
+    EXPECT_EQ(document.nodes[1].outputs.size(), 2u);
+}
+
+TEST(SceneDocument, Text_OfRandomScenes_IsTheirs) {
+    for (unsigned seed = 0; seed < 300; ++seed) {
+        const String text = tests::sceneOf(tests::RandomScene(seed).text()).text();
+        SceneDocument document;
+        ASSERT_TRUE(document.parse(text)) << text.buf();
+        ASSERT_STREQ(document.text().buf(), text.buf()) << "seed " << seed;
+    }
+}
+
+TEST(SceneDocument, Parse_OfOtherTexts_Fails) {
+    for (const char* text :
+         {"", "kelvo scene 2\n", "kelvo scene 1\nnode", "kelvo scene 1\n\nnode a \"a\" {",
+          "kelvo scene 1\n\nnode a \"a\" {\n    Reel x = 1\n}\n",
+          "kelvo scene 1\n\nnode a \"a\" {\n    String x = \"1\n}\n",
+          "kelvo scene 1\n\nnode a \"a\" {\n    Array<Real> x = [1\n}\n"}) {
+        SceneDocument document;
+        EXPECT_FALSE(document.parse(text)) << text;
+    }
+}
+
+TEST(SceneDocument, Parse_OfDeepNests_FailsWithoutUsingUpTheStack) {
+    std::string text = "kelvo scene 1\n\nnode a \"a\" {\n    Array<Array> x = ";
+    for (int i = 0; i < 300000; ++i)
+        text += "[Array<Array> ";
+    SceneDocument document;
+    EXPECT_FALSE(document.parse(String(std::string_view(text))));
+}
+
+TEST(SceneDocument, IsValue_TakesOneValueAlone) {
+    struct Case {
+        const char* text;
+        AttrType type;
+        bool expected;
+    };
+    for (const auto& [text, type, expected] : {Case{"1", AttrType::Real, true},
+                                               {"1 2", AttrType::Real, false},
+                                               {"1\n", AttrType::Real, false},
+                                               {"(1 2)", AttrType::Vec2, true},
+                                               {"\"a\" @min", AttrType::String, false},
+                                               {"[(1 2) (3 4)]", AttrType::Buffer, true},
+                                               {"nan(0x7ff8000000000001)", AttrType::Real, true},
+                                               {"", AttrType::Real, false}})
+        EXPECT_EQ(SceneDocument::isValue(text, type), expected) << text;
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
