@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Four floors and a roof: a file includes only from its own floor or a lower one, by its path from
-the root; the floors need the C++ standard library alone and open no file. The files of a scene are
-headers of the roof, for all clients: they need public headers and the standard library alone. The
-list of includes for clients belongs to no floor, and nothing on the floors includes it.
-check_layers.py [ROOT]"""
+the root; the floors need the C++ standard library alone and open no file. A subject of the
+implementation includes what its row in CONTRIBUTING.md allows, and no two know each other. The
+files of a scene are headers of the roof, for all clients: they need public headers and the standard
+library alone. The list of includes for clients belongs to no floor, and nothing on the floors
+includes it. check_layers.py [ROOT]"""
 import re
 import sys
 
@@ -47,6 +48,38 @@ def fault_of_client_header(source, included):
     return f'"{included}" is not for clients, who get {source}'
 
 
+def subject_of(name):
+    """Returns the folder of the implementation that a file stands in, None for all else."""
+    inside = name.removeprefix(tree_files.FLOORS[-1] + "/")
+    return inside.split("/", 1)[0] if inside != name and "/" in inside else None
+
+
+def allowed_subjects(root):
+    """Returns {subject: those it may include}, as the table of CONTRIBUTING.md has them."""
+    page = root / "CONTRIBUTING.md"
+    text = page.read_text(encoding="utf-8") if page.is_file() else ""
+    return {row[1]: set(re.findall(r"\w+", row[2]))
+            for row in re.finditer(r"^\| `(\w+)/` \|[^|]*\|([^|]*)\|$", text, re.MULTILINE)}
+
+
+def loops(allowed):
+    """Returns the subjects that may use each other, at any distance."""
+    reached = {subject: set(uses) for subject, uses in allowed.items()}
+    for _ in allowed:
+        for uses in reached.values():
+            uses.update(*(reached.get(used, ()) for used in list(uses)))
+    return sorted(subject for subject, uses in reached.items() if subject in uses)
+
+
+def fault_of_subject(allowed, source, included):
+    here, there = subject_of(source), subject_of(included)
+    if not here or not there or here == there:
+        return None
+    if here not in allowed:
+        return f"the subject {here} has no row in CONTRIBUTING.md"
+    return None if there in allowed[here] else f'"{included}": {here} may not use {there}'
+
+
 def fault_of_path(root, source, included):
     if included.startswith("/") or ".." in included.split("/") or not (root / included).is_file():
         return f'"{included}" is no path from the root'
@@ -64,7 +97,9 @@ def fault_of_path(root, source, included):
 
 
 def check(root):
-    findings = []
+    allowed = allowed_subjects(root)
+    findings = [f"CONTRIBUTING.md: the subject {subject} may use itself by way of others"
+                for subject in loops(allowed)]
     for source in tree_files.files(root, *tree_files.SOURCES):
         floor = tree_files.floor_of(source)
         is_file = tree_files.roof_of(source) == FILES
@@ -76,7 +111,8 @@ def check(root):
             include = INCLUDE.match(line)
             fault = None
             if include and include[1] is not None:
-                fault = fault_of_path(root, source, include[1])
+                fault = (fault_of_path(root, source, include[1])
+                         or fault_of_subject(allowed, source, include[1]))
             elif include and include[2] is not None and is_bare:
                 fault = fault_of_header(include[2], is_file)
             elif include and is_bare:

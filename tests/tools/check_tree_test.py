@@ -140,6 +140,35 @@ class Layers(Planted):
                 (self.root / file).unlink()
 
 
+class Subjects(Planted):
+    TABLE = ("| `graph/` | nodes | value, text |\n| `value/` | values | text |\n"
+             "| `text/` | bytes | |\n")
+    INCLUDES = (
+        ("graph", "value", None),
+        ("graph", "graph", None),
+        ("value", "graph", "value may not use graph"),
+        ("text", "value", "text may not use value"),
+        ("other", "text", "the subject other has no row"),
+    )
+
+    def test_includes_between_subjects(self):
+        self.write("CONTRIBUTING.md", self.TABLE)
+        for here, there, word in self.INCLUDES:
+            with self.subTest(here=here, there=there):
+                file = f"kelvo/sdk/impl/{here}/a.h"
+                self.write(f"kelvo/sdk/impl/{there}/b.h", "#pragma once\n")
+                self.write(file, f'#include "kelvo/sdk/impl/{there}/b.h"\n')
+                if word:
+                    self.expect_one("layers", file, word)
+                else:
+                    self.assertEqual(self.findings("layers"), [])
+                (self.root / file).unlink()
+
+    def test_table_with_a_loop(self):
+        self.write("CONTRIBUTING.md", self.TABLE.replace("bytes | ", "bytes | graph "))
+        self.assertEqual(len(self.findings("layers")), 3)
+
+
 class Lengths(Planted):
     def test_long_function_is_found_with_its_place(self):
         body = "    x += 1;\n" * 59

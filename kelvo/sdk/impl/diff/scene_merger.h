@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/sdk/impl/graph/link_restorer.h"
+#include "kelvo/sdk/impl/diff/link_restorer.h"
 #include "kelvo/sdk/scene_diff.h"
 
 namespace qv::kelvo_sdk::impl {

@@ -19,12 +19,12 @@ bool dependsOnDirty(const Node& node) {
 } // namespace
 
 DirtyCache::DirtyCache(Scene& scene) : m_scene(scene) {
-    scene.forEachNode([this](Node* node) { added(*node); });
+    scene.forEachNode([this](Node* node) { nodeEntered(*node); });
 }
 
 // Readers of a node that was dirty already are dirty themselves, or wait among the early ones.
 // Without memory to find out which flags to turn, all are turned.
-void DirtyCache::changed(const Node& node, bool wasDirty) noexcept {
+void DirtyCache::nodeChanged(const Node& node, bool wasDirty) noexcept {
     try {
         recheckEarly();
         if (!wasDirty) spread(node);
@@ -39,7 +39,7 @@ void DirtyCache::markAll() noexcept {
 }
 
 // Without memory to remember it by, it stays clean until it changes.
-void DirtyCache::cleaning(Node& node) noexcept {
+void DirtyCache::nodeCleaning(Node& node) noexcept {
     try {
         if (dependsOnDirty(node) && m_scene.contains(node)) m_early.insert(&node);
     } catch (const std::bad_alloc&) {
@@ -47,7 +47,7 @@ void DirtyCache::cleaning(Node& node) noexcept {
     }
 }
 
-void DirtyCache::added(Node& node) noexcept {
+void DirtyCache::nodeEntered(Node& node) noexcept {
     try {
         if (dependsOnDirty(node)) node.m_dirty = true;
         if (node.m_dirty) spread(node);

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "kelvo/base/types.h"
+#include "kelvo/sdk/impl/graph/scene_follower.h"
 
 #include <unordered_set>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
-class Node;
 class Scene;
 
 /// Keeps the dirty flag of every node of a scene true to what the node depends on, as changes come
@@ -16,19 +16,15 @@ class Scene;
 ///
 /// A node that is marked clean before what it depends on stays clean until the next change of the
 /// scene, which finds it dirty again, unless all that it depends on is clean by then.
-class DirtyCache {
+class DirtyCache : public SceneFollower {
 public:
     /// Looks through all nodes of the scene, which must outlive the cache.
     explicit DirtyCache(Scene& scene);
 
-    /// The node changed, and its flag is set; `wasDirty` tells whether it was before.
-    void changed(const Node& node, bool wasDirty) noexcept;
-    /// The node is about to be marked clean.
-    void cleaning(Node& node) noexcept;
-    /// The node came into the scene, links and all.
-    void added(Node& node) noexcept;
-    /// The node leaves the scene.
-    void removed(Node& node) { m_early.erase(&node); }
+    void nodeChanged(const Node& node, bool wasDirty) noexcept override;
+    void nodeCleaning(Node& node) noexcept override;
+    void nodeEntered(Node& node) noexcept override;
+    void nodeTakenOut(Node& node) noexcept override { m_early.erase(&node); }
 
 private:
     void markAll() noexcept;

@@ -76,12 +76,12 @@ void EvalCache::forget(const Node& node) noexcept {
     m_hashes.forget(node);
 }
 
-void EvalCache::renew(const Node& node) noexcept {
+void EvalCache::callbacksChanged(const Node& node) noexcept {
     const std::lock_guard lock(m_mutex);
     m_hashes.renew(node);
 }
 
-void EvalCache::nodeAdded(const Node& node) noexcept {
+void EvalCache::nodeEntered(Node& node) noexcept {
     const std::lock_guard lock(m_mutex);
     m_hashes.nodeAdded(node);
 }

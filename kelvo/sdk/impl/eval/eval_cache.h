@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/eval/eval_hashes.h"
+#include "kelvo/sdk/impl/graph/scene_follower.h"
 #include "kelvo/sdk/impl/value/value.h"
 #include "kelvo/sdk/interfaces/eval_cache_figures.h"
 
@@ -15,7 +16,7 @@ class Output;
 /// The results of a scene's outputs, by output and by hash of what they depend on. Bounded in
 /// bytes: what was not asked for longest goes first. Results of removed nodes age out, and serve
 /// again if the node comes back as it was. Several threads may evaluate at once.
-class EvalCache {
+class EvalCache : public SceneFollower {
 public:
     using Figures = interfaces::EvalCacheFigures;
 
@@ -38,11 +39,12 @@ public:
     /// An evaluation begins that trusts none of the results kept before.
     void beginChecks();
 
-    /// The node changed or left; its callbacks or what its user data holds changed, so that no
-    /// earlier result serves again; it came into the scene.
-    void forget(const Node& node) noexcept;
-    void renew(const Node& node) noexcept;
-    void nodeAdded(const Node& node) noexcept;
+    void nodeEntered(Node& node) noexcept override;
+    void nodeTakenOut(Node& node) noexcept override { forget(node); }
+    void nodeChanged(const Node& node, bool /*wasDirty*/) noexcept override { forget(node); }
+    void resultsChanged(const Node& node) noexcept override { forget(node); }
+    /// No earlier result serves again.
+    void callbacksChanged(const Node& node) noexcept override;
 
 private:
     struct Entry {
@@ -54,6 +56,7 @@ private:
     };
     using Entries = std::list<Entry>;
 
+    void forget(const Node& node) noexcept;
     void drop(Entries::iterator entry);
     void shrinkTo(u64 bytes);
 

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 
+#include "kelvo/sdk/impl/eval/dirty_cache.h"
+
 // ---- Dirty state ---------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
@@ -14,7 +16,12 @@ bool Scene::isDirtyStateCached() const {
 
 void Scene::setDirtyStateCached(bool cached) {
     if (cached == (m_dirtyCache != nullptr)) return;
-    m_dirtyCache = cached ? std::make_unique<DirtyCache>(*this) : nullptr;
+    if (cached) {
+        m_dirtyCache = std::make_unique<DirtyCache>(*this);
+        return m_followers.join(*m_dirtyCache);
+    }
+    m_followers.leave(*m_dirtyCache);
+    m_dirtyCache.reset();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -6,21 +6,23 @@
 
 namespace qv::kelvo_sdk::impl {
 
+EvalCache* Scene::evalCache() const noexcept {
+    return static_cast<EvalCache*>(m_evalCache.get());
+}
+
 void Scene::setEvalCache(u64 maxBytes, bool isChecked) {
-    if (maxBytes == 0)
-        m_evalCache.reset();
-    else if (m_evalCache)
-        m_evalCache->setLimits(maxBytes, isChecked);
-    else
-        m_evalCache = std::make_unique<EvalCache>(*this, maxBytes, isChecked);
+    if (EvalCache* cache = evalCache(); cache && maxBytes != 0)
+        return cache->setLimits(maxBytes, isChecked);
+    if (m_evalCache) m_followers.leave(*m_evalCache);
+    m_evalCache.reset();
+    if (maxBytes == 0) return;
+    m_evalCache = std::make_unique<EvalCache>(*this, maxBytes, isChecked);
+    m_followers.join(*m_evalCache);
 }
 
 interfaces::EvalCacheFigures Scene::evalCacheFigures() const {
-    return m_evalCache ? m_evalCache->figures() : interfaces::EvalCacheFigures();
-}
-
-void Scene::forgetResults(const Node& node) noexcept {
-    m_evalCache->forget(node);
+    const EvalCache* cache = evalCache();
+    return cache ? cache->figures() : interfaces::EvalCacheFigures();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <utility>
 

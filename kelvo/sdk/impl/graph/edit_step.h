@@ -1,9 +1,9 @@
 #pragma once
 
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/history.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <exception>
 #include <memory>

@@ -3,9 +3,9 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <algorithm>
 #include <utility>

@@ -5,8 +5,8 @@
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/log.h"
 

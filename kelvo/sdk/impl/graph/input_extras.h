@@ -2,8 +2,8 @@
 
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/index/link_table.h"
-#include "kelvo/sdk/impl/index/name_index.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 
 #include <memory>

@@ -2,8 +2,8 @@
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/graph/output.h"
-#include "kelvo/sdk/impl/index/name_index.h"
 
 #include <memory>
 #include <new>

@@ -3,12 +3,11 @@
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_walk.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/record_scope.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 #include "kelvo/sdk/impl/value/value_refusal.h"
 #include "kelvo/sdk/impl/value/value_text.h"
@@ -86,30 +85,6 @@ bool Input::isUpToModifiers() const {
 
 bool Input::isModified() const {
     return stashed() && isUpToModifiers();
-}
-
-// The scene reports the values that modifiers write when all have written. Every other value is the
-// user's and replaces the one that is kept aside; the node is modified again after that.
-bool Input::storeModified(Value value) {
-    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
-    const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
-    const Value before = isModifiers ? m_value : ownValue();
-    if (before == value) return true;
-    if (!writable(value)) return false;
-    if (isModifiers) {
-        modifiers.noteWrite(*this);
-        stash();
-        replaceValue(value);
-        return true;
-    }
-    EditStep step(m_node);
-    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
-    dropStash();
-    replaceValue(value);
-    step.commit();
-    changed(before);
-    return true;
 }
 
 void Input::changed(Value before) {

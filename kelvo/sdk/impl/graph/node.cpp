@@ -7,9 +7,8 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/output.h"
-#include "kelvo/sdk/impl/help/missing_icon.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/impl/index/link_table.h"
 
 #include "kelvo/base/log.h"
@@ -19,7 +18,6 @@
 namespace qv::kelvo_sdk::impl {
 
 std::atomic<i32> Node::s_instCount = 0;
-const String Node::s_missingSvgIcon(missingIcon(), 0);
 
 Node::Node() : Node(nullptr, String(), String()) {}
 

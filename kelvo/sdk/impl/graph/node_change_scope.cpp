@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/graph/node_change_scope.h"
 
-#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <new>
 

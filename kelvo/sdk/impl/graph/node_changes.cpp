@@ -3,10 +3,9 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <algorithm>
 #include <utility>
@@ -162,7 +161,7 @@ void NodeChange::flip(Scene& scene) {
     m_index = scene.m_nodes.indexOf(m_node->name());
     m_place = scene.takeOut(*m_node);
     if (!m_name.isEmpty()) m_node->setName(std::exchange(m_name, String()));
-    scene.m_modifiers->leaves(*m_node);
+    scene.leave(*m_node);
     scene.tellRemoved(*m_node);
 }
 

@@ -3,8 +3,8 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/types/known_names.h"
 #include "kelvo/sdk/input.h"
 #include "kelvo/sdk/interfaces/i_scene.h"
 #include "kelvo/sdk/node.h"

@@ -4,10 +4,10 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_iterator.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/index/node_marks.h"
-#include "kelvo/sdk/impl/types/known_names.h"
 #include "kelvo/sdk/node.h"
 
 #include "kelvo/base/log.h"

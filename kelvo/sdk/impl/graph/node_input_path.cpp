@@ -7,8 +7,8 @@
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/ascii.h"
 

@@ -4,10 +4,8 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
-#include "kelvo/sdk/impl/eval/eval_cache.h"
 #include "kelvo/sdk/impl/graph/library_call.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/types/lib_info.h"
 
 namespace qv::kelvo_sdk::impl {
 
@@ -28,20 +26,6 @@ private:
 
 } // namespace
 
-bool Node::initLibInfo(impl::LibInfo* library) {
-    m_libInfo = kelvo_sdk::LibInfo(library);
-    if (bindCallbacks(m_type)) return true;
-    for (const String& base : std::as_const(m_bases)) {
-        if (bindCallbacks(base)) return true;
-    }
-    return bindCallbacks(m_type);
-}
-
-// No other kind of library is ever bound.
-LibInfo* Node::library() const noexcept {
-    return static_cast<LibInfo*>(m_libInfo.get());
-}
-
 // Replaces all six, by null where the library has none; returns whether they make a usable set.
 bool Node::bindCallbacks(const String& type) {
     m_nodeInit = m_libInfo.nodeInit(type);
@@ -58,7 +42,8 @@ bool Node::bindCallbacks(const String& type) {
 // scene of a node that ends may be gone.
 void Node::evaluationChanged() const noexcept {
     if (!m_scene || m_destroying) return;
-    if (EvalCache* cache = static_cast<Scene*>(m_scene)->evalCache()) cache->renew(*this);
+    static_cast<Scene*>(m_scene)->followers().each(
+        [this](SceneFollower& follower) { follower.callbacksChanged(*this); });
 }
 
 bool Node::hasNodeInit() const {

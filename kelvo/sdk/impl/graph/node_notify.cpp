@@ -6,12 +6,12 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
-#include "kelvo/sdk/impl/graph/all_calls.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/node_change_scope.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/graph/tell_each.h"
-#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/history/all_calls.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/node.h"
 
 namespace qv::kelvo_sdk::impl {

@@ -4,7 +4,6 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
-#include "kelvo/sdk/impl/graph/all_calls.h"
 #include "kelvo/sdk/impl/graph/departure.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -12,6 +11,7 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/history/all_calls.h"
 
 #include <new>
 

@@ -4,7 +4,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/input_walk.h"
-#include "kelvo/sdk/impl/types/known_names.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/node.h"
 
 namespace qv::kelvo_sdk::impl {

@@ -3,7 +3,7 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
-#include "kelvo/sdk/impl/types/known_names.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/node.h"
 
 #include "kelvo/base/localized.h"

@@ -4,10 +4,10 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -124,7 +124,7 @@ void Output::exchangeValue(Value& other) {
 void Output::evaluationChanged() const noexcept {
     const auto* node = static_cast<const Node*>(m_node);
     auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
-    if (scene) scene->evaluationChanged(*node);
+    if (scene) scene->resultsChanged(*node);
 }
 
 bool Output::storeValue(Value value) {

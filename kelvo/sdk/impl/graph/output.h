@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/sdk/impl/index/name_index.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/index/ordered_slots.h"
 #include "kelvo/sdk/impl/value/held_buffers.h"
 #include "kelvo/sdk/impl/value/value.h"

@@ -1,7 +1,7 @@
 #include "kelvo/sdk/impl/graph/path_graph.h"
 
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
-#include "kelvo/sdk/impl/types/known_names.h"
 
 #include <utility>
 

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "kelvo/base/string_vector.h"
-#include "kelvo/sdk/impl/eval/dirty_cache.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
+#include "kelvo/sdk/impl/graph/scene_follower.h"
 #include "kelvo/sdk/impl/graph/tell_each.h"
 #include "kelvo/sdk/impl/history/history.h"
 #include "kelvo/sdk/impl/index/link_table.h"
 #include "kelvo/sdk/impl/index/node_table.h"
-#include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/interfaces/i_lib_info.h"
 #include "kelvo/sdk/interfaces/i_scene.h"
 #include "kelvo/sdk/interfaces/scene_observer.h"
 
@@ -19,15 +19,11 @@
 
 namespace qv::kelvo_sdk::impl {
 
-using interfaces::IInput;
-using interfaces::INode;
-using interfaces::IOutput;
 using interfaces::IScene;
 using interfaces::Misfits;
 using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
-class Batches;
 class EvalCache;
 class Modifiers;
 class Node;
@@ -48,7 +44,7 @@ class NodeConverter;
 ///
 /// The functions by which nodes tell it of changes are virtual, so that an application may derive
 /// and listen.
-class Scene : public IScene {
+class Scene : public IScene, public HistoryOwner {
 public:
     QV_EXPORT Scene();
     /// Lets all nodes go; those held elsewhere stay, without a scene.
@@ -108,6 +104,10 @@ public:
 
     /// Has the node's modifiers write once more: for what they go by beside inputs and connections.
     void applyModifiers(INode* node);
+    /// Has all modifiers write with the next change, where there is nobody to tell now.
+    void applyModifiersLater() noexcept;
+    void holdModifiers() noexcept override;
+    void releaseModifiers(bool isToRun) override;
     /// Tells whether the values that the node's inputs keep aside are what the user set.
     [[nodiscard]] bool isModified(const Node& node) const;
     /// For nodes and inputs alone.
@@ -118,11 +118,13 @@ public:
     bool addLibrary(interfaces::ILibInfo* library) override;
     /// Takes back the libraries that were added since there were `from` of them.
     void dropLibraries(u64 from) noexcept;
-    [[nodiscard]] const std::vector<RefersTo<LibInfo>>& libraries() const noexcept {
+    [[nodiscard]] const std::vector<RefersTo<interfaces::ILibInfo>>& libraries() const noexcept {
         return m_libraries;
     }
     /// Returns the type's prototype in the first library that knows it, null when none does.
     [[nodiscard]] const Node* findType(const String& type) const noexcept;
+    /// Returns the names of all types that its libraries know, library by library.
+    [[nodiscard]] StringVector typeNames() const;
 
     // ---- Edits -----------------------------------------------------------------------------
 
@@ -132,8 +134,7 @@ public:
     void cancelEdit(u64 depth) override;
     /// Tells whether an edit, a group or a change of the history is under way.
     [[nodiscard]] bool isEditing() const noexcept;
-    /// For the history alone: what was under way may have come to its end.
-    void editEnded() noexcept;
+    void editEnded() noexcept override;
     void beginEditGroup() override;
     void endEditGroup() override;
 
@@ -167,12 +168,11 @@ public:
     void setDirtyStateCached(bool cached) override;
     /// For its nodes alone: its flag was set, and was before or not; it is about to be
     /// cleared.
-    void nodeChanged(const Node& node, bool wasDirty) {
-        if (m_evalCache) forgetResults(node);
-        if (m_dirtyCache) m_dirtyCache->changed(node, wasDirty);
+    void nodeChanged(const Node& node, bool wasDirty) noexcept {
+        m_followers.each([&](SceneFollower& follower) { follower.nodeChanged(node, wasDirty); });
     }
-    void nodeCleaning(Node& node) {
-        if (m_dirtyCache) m_dirtyCache->cleaning(node);
+    void nodeCleaning(Node& node) noexcept {
+        m_followers.each([&](SceneFollower& follower) { follower.nodeCleaning(node); });
     }
 
     // ---- Evaluation ------------------------------------------------------------------------
@@ -180,10 +180,10 @@ public:
     void setEvalCache(u64 maxBytes, bool isChecked) override;
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const override;
     /// For its outputs alone; null while no results are kept.
-    [[nodiscard]] EvalCache* evalCache() const noexcept { return m_evalCache.get(); }
+    [[nodiscard]] EvalCache* evalCache() const noexcept;
     /// For its nodes alone: what the results of the node depend on changed, and it is not dirty.
-    void evaluationChanged(const Node& node) noexcept {
-        if (m_evalCache) forgetResults(node);
+    void resultsChanged(const Node& node) noexcept {
+        m_followers.each([&](SceneFollower& follower) { follower.resultsChanged(node); });
     }
 
     // ---- Notifications ---------------------------------------------------------------------
@@ -196,6 +196,8 @@ public:
     bool unsubscribe(interfaces::BatchObserver* observer) override;
     /// For batches alone: the lock under which observers are told.
     [[nodiscard]] std::recursive_mutex& observerMutex() noexcept { return m_observerMutex; }
+    /// Caches and the like, which keep true to the scene.
+    [[nodiscard]] SceneFollowers& followers() noexcept { return m_followers; }
     /// Tells whether anyone may hear of what its nodes tell it.
     [[nodiscard]] bool isHeard() const noexcept;
     /// Somebody is about to be told something: what was done up to now is not taken back unheard.
@@ -204,7 +206,7 @@ public:
     /// Makes ready to tell of a thing that is about to change, so that it does not fail then.
     template<typename Thing>
     void expect(const Thing* thing) {
-        if (m_batches) expectInBatches(thing);
+        m_followers.each([=](SceneFollower& follower) { follower.expect(thing); });
     }
     QV_EXPORT virtual void notifyInputAdded(const IInput* input);
     QV_EXPORT virtual void notifyOutputAdded(const IOutput* output);
@@ -242,11 +244,8 @@ private:
     [[nodiscard]] bool hasObservers() const noexcept {
         return m_observerCount.load(std::memory_order_acquire) != 0;
     }
-    void expectInBatches(const INode* node);
-    void expectInBatches(const IInput* input);
-    void expectInBatches(const IOutput* output);
     template<typename Tell>
-    void tellThenModify(const IInput* input, const Tell& tell);
+    void tellOfInput(const IInput* input, const Tell& tell);
 
     friend class NodeChange;
     friend class NodeExchange;
@@ -276,13 +275,15 @@ private:
     void converted(Node& node, Node& replacement);
     void tellConverted(Node& node, Node& replacement);
     void moveLinks(Node& node, Node& replacement);
-    void modify(const IInput* input);
-    void forgetResults(const Node& node) noexcept;
+    void leave(Node& node);
+    [[nodiscard]] bool hasHearingFollowers() const noexcept;
+    void tellFollowers(const IInput* input);
+    [[nodiscard]] static std::unique_ptr<SceneFollower> makeModifiers(Scene& scene);
 
     std::atomic<i32> m_refCount = 1;
     NodeTable m_nodes;
     std::vector<const INode*> m_beingMade;
-    std::vector<RefersTo<LibInfo>> m_libraries;
+    std::vector<RefersTo<interfaces::ILibInfo>> m_libraries;
     LinkTable m_links;
     LinkTable m_stashLinks;
     SceneComments m_comments;
@@ -290,21 +291,22 @@ private:
     ds::Vector<SceneObserver*> m_observers;
     std::recursive_mutex m_observerMutex;
     std::atomic<u64> m_observerCount = 0;
-    History m_history{*this};
+    History m_history{*this, *this};
     u64 m_tellings = 0;
     u32 m_groupDepth = 0;
     bool m_dirty = false;
     // Some description of an input may name a node.
     bool m_describesNodes = false;
+    SceneFollowers m_followers;
     // Null until someone asks for batches; made under the lock of the observers.
-    std::unique_ptr<Batches> m_ownBatches;
-    std::atomic<Batches*> m_batches = nullptr;
+    std::unique_ptr<SceneFollower> m_batches;
     // Null while dirty states are not cached.
-    std::unique_ptr<DirtyCache> m_dirtyCache;
+    std::unique_ptr<SceneFollower> m_dirtyCache;
     // Null while no results are kept.
-    std::unique_ptr<EvalCache> m_evalCache;
-    // There from the start, so that a node may get its first modifier without memory for this.
-    const std::unique_ptr<Modifiers> m_modifiers;
+    std::unique_ptr<SceneFollower> m_evalCache;
+    // There from the start, so that a node may get its first modifier without memory for this. It
+    // follows once there is one.
+    const std::unique_ptr<SceneFollower> m_modifiers;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,16 +1,14 @@
-#include "kelvo/sdk/impl/eval/eval_cache.h"
-#include "kelvo/sdk/impl/graph/all_calls.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
 #include "kelvo/sdk/impl/graph/node_change_scope.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/node_converter.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/record_scope.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/history/all_calls.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/node.h"
 
 #include "kelvo/base/log.h"
@@ -217,13 +215,13 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter, M
     converter.moveComments();
     tellConverted(node, replacement);
     report(converter.misfits(), replacement, misfits);
-    m_modifiers->leaves(node);
+    leave(node);
     news.release();
 }
 
 // The replacement is in place of the node.
 void Scene::converted(Node& node, Node& replacement) {
-    m_modifiers->leaves(node);
+    leave(node);
     tellConverted(node, replacement);
 }
 
@@ -253,10 +251,10 @@ void Scene::exchange(Node& node, Node& replacement) {
     replacement.setScene(this);
     replacement.setHasLeft(false);
     adoptLinks(replacement);
-    if (m_dirtyCache) m_dirtyCache->removed(node);
-    if (m_dirtyCache) m_dirtyCache->added(replacement);
-    if (m_evalCache) m_evalCache->forget(node);
-    if (m_evalCache) m_evalCache->nodeAdded(replacement);
+    m_followers.each([&](SceneFollower& follower) {
+        follower.nodeTakenOut(node);
+        follower.nodeEntered(replacement);
+    });
     setDirty();
 }
 

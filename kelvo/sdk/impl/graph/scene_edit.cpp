@@ -1,5 +1,4 @@
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/observe/batches.h"
 
 // ---- Edits ---------------------------------------------------------------------------------
 
@@ -38,8 +37,9 @@ bool Scene::isEditing() const noexcept {
 }
 
 void Scene::editEnded() noexcept {
-    Batches* batches = m_batches.load(std::memory_order_acquire);
-    if (batches && !isEditing()) batches->deliver();
+    if (isEditing() || m_followers.empty()) return;
+    const RefersTo<Scene> self(this);
+    m_followers.each([](SceneFollower& follower) { follower.editsEnded(); });
 }
 
 } // namespace qv::kelvo_sdk::impl

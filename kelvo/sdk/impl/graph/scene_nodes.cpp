@@ -1,18 +1,16 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 
-#include "kelvo/sdk/impl/eval/eval_cache.h"
-#include "kelvo/sdk/impl/graph/all_calls.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
-#include "kelvo/sdk/impl/modify/modifiers.h"
-#include "kelvo/sdk/impl/observe/batches.h"
-#include "kelvo/sdk/impl/types/known_names.h"
+#include "kelvo/sdk/impl/history/all_calls.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/scene.h"
 
 #include "kelvo/base/log.h"
@@ -36,7 +34,7 @@ bool Scene::checkName(const String& name, const char* what) {
 }
 
 // The known names are made here, as the first notification may find no memory for them.
-Scene::Scene() : m_modifiers(std::make_unique<Modifiers>(*this)) {
+Scene::Scene() : m_modifiers(makeModifiers(*this)) {
     static_cast<void>(knownNames());
 }
 
@@ -46,7 +44,7 @@ Scene::~Scene() {
         node->setScene(nullptr);
         node->setHasLeft(true);
     });
-    m_modifiers->letGo();
+    m_followers.each([](SceneFollower& follower) { follower.sceneEnds(); });
     m_links.clear([](Input& input) { input.forgetLink(); });
     m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
     m_nodes.forEach([](Node* node) { node->decRef(); });
@@ -128,11 +126,10 @@ void Scene::enter(Node& node) {
     node.setScene(this);
     node.setHasLeft(false);
     adoptLinks(node);
-    if (m_dirtyCache) m_dirtyCache->added(node);
-    if (m_evalCache) m_evalCache->nodeAdded(node);
+    m_followers.each([&](SceneFollower& follower) { follower.nodeEntered(node); });
     setDirty();
     const NewsHold* hold = NewsHold::current();
-    if (hold && hold->isMuted() && modifierListOf(node)) m_modifiers->fallBehind();
+    if (hold && hold->isMuted() && modifierListOf(node)) applyModifiersLater();
     tellAdded(node);
 }
 
@@ -173,7 +170,7 @@ bool Scene::removeNode(INode* node) {
     NodeTable::Place place = takeOut(*held);
     if (change) change->keep(std::move(place));
     step.commit();
-    m_modifiers->leaves(*held);
+    leave(*held);
     AllCalls calls;
     calls.make([&] { news.release(); });
     calls.make([&] { tellRemoved(*held); });
@@ -187,10 +184,14 @@ NodeTable::Place Scene::takeOut(Node& node) {
     node.setHasLeft(true);
     node.decRef();
     m_comments.remove(&node);
-    if (m_dirtyCache) m_dirtyCache->removed(node);
-    if (m_evalCache) m_evalCache->forget(node);
+    m_followers.each([&](SceneFollower& follower) { follower.nodeTakenOut(node); });
     setDirty();
     return place;
+}
+
+// The change that took the node out is complete.
+void Scene::leave(Node& node) {
+    m_followers.each([&](SceneFollower& follower) { follower.nodeLeft(node); });
 }
 
 void Scene::dropUnheard(Node& node) noexcept {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kelvo/base/vector.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <algorithm>
 #include <memory>

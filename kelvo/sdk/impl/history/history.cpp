@@ -1,7 +1,6 @@
 #include "kelvo/sdk/impl/history/history.h"
 
-#include "kelvo/sdk/impl/graph/news_hold.h"
-#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/log.h"
 
@@ -133,7 +132,7 @@ void History::turnBack(Change& change) {
 
 void History::closeStep() noexcept {
     keepStep();
-    m_scene.editEnded();
+    m_owner.editEnded();
 }
 
 void History::keepStep() noexcept {

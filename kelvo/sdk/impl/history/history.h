@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/history/change.h"
+#include "kelvo/sdk/impl/history/history_owner.h"
 #include "kelvo/sdk/interfaces/undo_step.h"
 
 #include <algorithm>
@@ -32,8 +33,8 @@ class History {
 public:
     using Changes = std::vector<std::unique_ptr<Change>>;
 
-    /// The scene owns the history.
-    explicit History(Scene& scene) noexcept : m_scene(scene) {}
+    /// The owner outlives the history; changes are turned in the scene.
+    History(HistoryOwner& owner, Scene& scene) noexcept : m_owner(owner), m_scene(scene) {}
     ~History();
     History(const History&) = delete;
     History& operator=(const History&) = delete;
@@ -147,6 +148,7 @@ private:
     static u64 bytesOf(const Step& step) noexcept;
     static UndoStep describe(const Step& step);
 
+    HistoryOwner& m_owner;
     Scene& m_scene;
     UndoLimits m_limits;
     std::list<Step> m_done;

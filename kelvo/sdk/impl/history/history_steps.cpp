@@ -1,9 +1,7 @@
 #include "kelvo/sdk/impl/history/history.h"
 
-#include "kelvo/sdk/impl/graph/all_calls.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
-#include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/history/all_calls.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/log.h"
 
@@ -64,18 +62,18 @@ bool History::turn(std::list<Step>& from, std::list<Step>& to) {
         replay(turning.back(), calls);
     } catch (...) {
         from.splice(from.end(), turning);
-        m_scene.editEnded();
+        m_owner.editEnded();
         throw;
     }
     to.splice(to.end(), turning);
-    m_scene.editEnded();
+    m_owner.editEnded();
     calls.end();
     return true;
 }
 
 // Everyone is told when all of it is turned.
 void History::replay(Step& step, AllCalls& calls) {
-    ModifierHold modifiers(m_scene);
+    ModifierHold modifiers(m_owner);
     const CertainTelling certain;
     NewsHold news;
     const std::unique_ptr<bool, void (*)(bool*)> end(&m_isReplaying, [](bool* is) { *is = false; });

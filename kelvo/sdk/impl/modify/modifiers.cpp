@@ -2,11 +2,12 @@
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
-#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/types/known_names.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/log.h"
 
@@ -87,17 +88,6 @@ private:
 
 } // namespace
 
-const Input* modifierListOf(const Node& node) noexcept {
-    const auto* list = static_cast<const Input*>(node.lookUpInput(knownNames().modifiers));
-    return list && !list->members().empty() ? list : nullptr;
-}
-
-bool isModifierList(const Input& input) noexcept {
-    const auto* holder = static_cast<const Input*>(input.parent());
-    const Input& top = holder ? *holder : input;
-    return !top.parent() && top.ownName().equalsNoCase(knownNames().modifiers);
-}
-
 // Makes a node one that modifiers write to.
 class Modifiers::Writing {
 public:
@@ -142,20 +132,24 @@ private:
 void Modifiers::watch(Node& node) {
     try {
         if (modifierListOf(node)) m_nodes.insert(&node);
-        if (has(node)) enqueue(node);
+        if (!has(node)) return;
+        m_scene.followers().join(*this);
+        enqueue(node);
     } catch (const std::bad_alloc&) {
         return fallBehind();
     }
     run();
 }
 
-void Modifiers::changed(Node& node, const Input& input) {
+void Modifiers::inputTold(Input& input) {
+    auto* node = static_cast<Node*>(input.node());
+    if (isIdle() || !node || !m_scene.contains(*node)) return;
     if (m_telling == &input) {
         m_telling = nullptr;
         return;
     }
     try {
-        enqueue(node);
+        enqueue(*node);
     } catch (const std::bad_alloc&) {
         return fallBehind();
     }
@@ -175,6 +169,7 @@ void Modifiers::enqueue(Node& node) {
 
 void Modifiers::fallBehind() noexcept {
     m_isBehind = true;
+    m_scene.followers().join(*this);
     logNoMemory("Modifiers wait for the next change: there is no memory for them.");
 }
 
@@ -280,7 +275,7 @@ void Modifiers::giveBack(Node& node) {
 }
 
 void Modifiers::noteWrite(Input& input) {
-    m_scene.evaluationChanged(*m_writing);
+    m_scene.resultsChanged(*m_writing);
     if (m_noted.contains(&input)) return;
     m_scene.expect(static_cast<const IInput*>(&input));
     m_written.push_back(shownBy(input));
@@ -306,7 +301,7 @@ void Modifiers::tell(Node& node, const std::vector<Written>& written) {
 }
 
 // Nothing changes before there is memory for all of it.
-void Modifiers::leaves(Node& node) {
+void Modifiers::nodeLeft(Node& node) {
     if (!has(node)) return unqueue(node);
     if (areWriting(node)) {
         giveBack(node);
@@ -322,7 +317,7 @@ void Modifiers::leaves(Node& node) {
     for (const Written& each : written)
         inputs.push_back(each.input);
     if (!written.empty()) tellAfter(node, std::move(written));
-    m_scene.evaluationChanged(node);
+    m_scene.resultsChanged(node);
     for (const RefersTo<Input>& input : inputs)
         input->takeStashedBack();
     unqueue(node);
@@ -344,24 +339,12 @@ Modifiers::Written Modifiers::shownBy(Input& input) {
     return {RefersTo<Input>(&input), input.value(), RefersTo<INode>(linkedNode(input)), {}};
 }
 
-void Modifiers::letGo() noexcept {
+void Modifiers::sceneEnds() noexcept {
     for (Node* node : m_nodes)
         visitInputsInPlace(*node, [](Input& input) {
             if (input.stashed()) input.takeStashedBack();
         });
     m_nodes.clear();
-}
-
-ModifierHold::ModifierHold(Scene& scene) : m_modifiers(&scene.modifiers()) {
-    m_modifiers->hold();
-}
-
-ModifierHold::~ModifierHold() {
-    if (m_modifiers) m_modifiers->release(false);
-}
-
-void ModifierHold::release() {
-    if (Modifiers* modifiers = std::exchange(m_modifiers, nullptr)) modifiers->release(true);
 }
 
 } // namespace qv::kelvo_sdk::impl

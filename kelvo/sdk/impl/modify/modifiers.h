@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene_follower.h"
 #include "kelvo/sdk/impl/value/value.h"
 
 #include <memory>
@@ -28,19 +29,19 @@ class Scene;
 /// changes that one of their modifiers depends on, or that they are connected to, at any distance;
 /// what others depend on comes first. Loops end: each node is done once for a change. Changes that
 /// observers and modifiers make meanwhile come next.
-class Modifiers {
+class Modifiers : public SceneFollower {
 public:
     /// The scene must outlive this.
     explicit Modifiers(Scene& scene) : m_scene(scene) {}
 
     /// The node of the scene has, or had, a list of modifiers.
     void watch(Node& node);
-    /// An input of a node of the scene changed, or its connection or list.
-    void changed(Node& node, const Input& input);
-    /// The node leaves the scene, with what its user set.
-    void leaves(Node& node);
-    /// All leave, unheard.
-    void letGo() noexcept;
+    [[nodiscard]] bool hearsInputs() const noexcept override { return !isIdle(); }
+    void inputTold(Input& input) override;
+    /// It leaves with what its user set.
+    void nodeLeft(Node& node) override;
+    /// All have what their users set, unheard.
+    void sceneEnds() noexcept override;
 
     /// While held, nothing is modified; what changes meanwhile comes at the release.
     void hold() noexcept { ++m_holds; }
@@ -97,27 +98,6 @@ private:
     std::unordered_map<const Input*, u64> m_noted;
     // The input whose change is being told from here.
     const Input* m_telling = nullptr;
-};
-
-/// Returns the list of a node's modifiers, null when there is nothing in it.
-[[nodiscard]] const Input* modifierListOf(const Node& node) noexcept;
-
-/// Tells whether an input is the list of its node's modifiers, or in it.
-[[nodiscard]] bool isModifierList(const Input& input) noexcept;
-
-/// Holds back the modifiers of a scene while it lives.
-class ModifierHold {
-public:
-    explicit ModifierHold(Scene& scene);
-    ~ModifierHold();
-    ModifierHold(const ModifierHold&) = delete;
-    ModifierHold& operator=(const ModifierHold&) = delete;
-
-    /// Lets them do what they are to do; may throw what observers throw.
-    void release();
-
-private:
-    Modifiers* m_modifiers;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,4 +1,3 @@
-#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
@@ -7,28 +6,32 @@
 
 namespace qv::kelvo_sdk::impl {
 
+std::unique_ptr<SceneFollower> Scene::makeModifiers(Scene& scene) {
+    return std::make_unique<Modifiers>(scene);
+}
+
 Modifiers& Scene::modifiers() noexcept {
-    return *m_modifiers;
+    return static_cast<Modifiers&>(*m_modifiers);
 }
 
 bool Scene::isModified(const Node& node) const {
-    return m_modifiers->has(node);
+    return static_cast<const Modifiers&>(*m_modifiers).has(node);
 }
 
 void Scene::applyModifiers(INode* node) {
     if (node && contains(*node)) modifiers().watch(static_cast<Node&>(*node));
 }
 
-void Scene::modify(const IInput* input) {
-    const auto& changed = static_cast<const Input&>(*input);
-    const bool isList = isModifierList(changed);
-    if (!isList && m_modifiers->isIdle()) return;
-    auto* node = static_cast<Node*>(changed.node());
-    if (!node || !contains(*node)) return;
-    if (isList)
-        modifiers().watch(*node);
-    else
-        m_modifiers->changed(*node, changed);
+void Scene::applyModifiersLater() noexcept {
+    modifiers().fallBehind();
+}
+
+void Scene::holdModifiers() noexcept {
+    modifiers().hold();
+}
+
+void Scene::releaseModifiers(bool isToRun) {
+    modifiers().release(isToRun);
 }
 
 } // namespace qv::kelvo_sdk::impl

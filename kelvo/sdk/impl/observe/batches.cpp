@@ -14,6 +14,17 @@ bool Batches::subscribe(BatchObserver* observer) {
     return true;
 }
 
+// Any thread may subscribe meanwhile.
+template<typename Thing>
+void Batches::expectThing(const Thing* thing) {
+    const std::lock_guard lock(m_scene.observerMutex());
+    if (!m_observers.empty()) m_batch.expect(thing);
+}
+
+void Batches::editsEnded() noexcept {
+    if (!m_scene.isEditing()) deliver();
+}
+
 template<typename Note>
 void Batches::note(const Note& note) {
     if (m_observers.empty()) return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/graph/scene_follower.h"
 #include "kelvo/sdk/impl/observe/edit_batch.h"
 #include "kelvo/sdk/interfaces/batch_observer.h"
 #include "kelvo/sdk/interfaces/scene_observer.h"
@@ -9,7 +10,7 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::BatchObserver;
 
 /// Tells observers of a scene about its edits as a whole.
-class Batches : public interfaces::SceneObserver {
+class Batches : public interfaces::SceneObserver, public SceneFollower {
 public:
     /// The scene owns this.
     explicit Batches(Scene& scene) : m_scene(scene) {}
@@ -17,13 +18,11 @@ public:
     // Called under the lock of the scene's observers.
     bool subscribe(BatchObserver* observer);
     bool unsubscribe(BatchObserver* observer) { return m_observers.removeAll(observer); }
-    /// Something is about to change: takes the memory for noting that.
-    template<typename Thing>
-    void expect(const Thing* thing) {
-        if (!m_observers.empty()) m_batch.expect(thing);
-    }
-    /// No edit is open any more.
-    void deliver() noexcept;
+
+    void expect(const INode* node) override { expectThing(node); }
+    void expect(const IInput* input) override { expectThing(input); }
+    void expect(const IOutput* output) override { expectThing(output); }
+    void editsEnded() noexcept override;
 
     void nodeAdded(INode* node) override;
     void nodeRemoved(INode* node) override;
@@ -37,8 +36,11 @@ public:
     void inputConnected(const IInput* input, const IOutput* before, const IOutput* after) override;
 
 private:
+    template<typename Thing>
+    void expectThing(const Thing* thing);
     template<typename Note>
     void note(const Note& note);
+    void deliver() noexcept;
     void deliverRound() noexcept;
     void tell(const interfaces::SceneChanges& changes) noexcept;
 

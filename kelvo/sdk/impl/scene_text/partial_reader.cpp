@@ -2,8 +2,8 @@
 
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/scene_text/scene_binder.h"
+#include "kelvo/sdk/impl/scene_text/scene_checker.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
-#include "kelvo/sdk/impl/validate/scene_checker.h"
 
 #include <algorithm>
 

@@ -3,8 +3,8 @@
 #include "kelvo/sdk/impl/scene_text/partial_reader.h"
 #include "kelvo/sdk/impl/scene_text/scene_binder.h"
 #include "kelvo/sdk/impl/scene_text/scene_builder.h"
+#include "kelvo/sdk/impl/scene_text/scene_checker.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
-#include "kelvo/sdk/impl/validate/scene_checker.h"
 
 #include "kelvo/sdk/impl/graph/scene.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/scene_comments.h"
-#include "kelvo/sdk/impl/index/name_pool.h"
+#include "kelvo/sdk/impl/text/name_pool.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 
 #include <vector>

@@ -3,8 +3,17 @@
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
 #include "kelvo/sdk/impl/standard/standard_text.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/lib_info.h"
 
 #include <span>
+
+namespace qv::kelvo_sdk {
+
+LibInfo LibInfo::standard() {
+    return LibInfo(&impl::standardLibrary());
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

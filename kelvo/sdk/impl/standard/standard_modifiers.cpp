@@ -1,7 +1,7 @@
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
 #include "kelvo/sdk/impl/standard/standard_eval.h"
-#include "kelvo/sdk/impl/types/known_names.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/input.h"
 #include "kelvo/sdk/interfaces/i_node.h"

@@ -171,4 +171,20 @@ const NodeCallbacks& LibInfo::callbacks(const String& type) const noexcept {
     return none;
 }
 
+// ---- Of nodes ------------------------------------------------------------------------------
+
+bool Node::initLibInfo(LibInfo* library) {
+    m_libInfo = kelvo_sdk::LibInfo(library);
+    if (bindCallbacks(m_type)) return true;
+    for (const String& base : std::as_const(m_bases)) {
+        if (bindCallbacks(base)) return true;
+    }
+    return bindCallbacks(m_type);
+}
+
+// No other kind of library is ever bound.
+LibInfo* Node::library() const noexcept {
+    return static_cast<LibInfo*>(m_libInfo.get());
+}
+
 } // namespace qv::kelvo_sdk::impl

@@ -3,7 +3,6 @@
 #include "kelvo/sdk/lib_info.h"
 
 #include "kelvo/sdk/impl/graph/node.h"
-#include "kelvo/sdk/impl/standard/standard_library.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/node.h"
 
@@ -21,10 +20,6 @@ Node handleOn(const impl::Node* prototype) {
 }
 
 } // namespace
-
-LibInfo LibInfo::standard() {
-    return LibInfo(&impl::standardLibrary());
-}
 
 LibInfo LibInfo::create(String kndPath, std::shared_ptr<const void> needs) {
     const auto made =

@@ -5,9 +5,9 @@
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/types/known_names.h"
 
 #include <unordered_set>
 #include <utility>

@@ -3,8 +3,8 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
-#include "kelvo/sdk/impl/types/known_names.h"
 #include "kelvo/sdk/impl/validate/mesh_check.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 

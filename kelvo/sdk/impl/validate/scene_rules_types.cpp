@@ -129,12 +129,9 @@ const String& SceneRules::nearType(const String& type) {
     if (!isNew) return known->second;
     NearName near(type.view());
     // The names offered have to live until the answer is made.
-    std::vector<String> names;
-    for (const RefersTo<LibInfo>& library : m_scene.libraries())
-        for (u64 i = 0; i < library->typeCount(); ++i)
-            names.push_back(library->type(i)->type());
-    for (const String& name : names)
-        near.offer(name.view());
+    const StringVector names = m_scene.typeNames();
+    for (u64 i = 0; i < names.size(); ++i)
+        near.offer(names[i].view());
     return known->second = near.question();
 }
 

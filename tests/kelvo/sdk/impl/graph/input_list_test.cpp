@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
-#include "kelvo/sdk/impl/index/name_index.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 
 #include <gtest/gtest.h>
 

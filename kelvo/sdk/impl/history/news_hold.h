@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/sdk/impl/graph/all_calls.h"
+#include "kelvo/sdk/impl/history/all_calls.h"
 
 #include <memory>
 #include <new>

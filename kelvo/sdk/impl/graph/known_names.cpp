@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/types/known_names.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/index/name_index.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"

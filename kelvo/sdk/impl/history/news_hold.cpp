@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/graph/news_hold.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/log.h"
 

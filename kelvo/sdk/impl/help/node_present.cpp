@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/help/knd_html_writer.h"
+#include "kelvo/sdk/impl/help/missing_icon.h"
 #include "kelvo/sdk/impl/scene_text/serialize.h"
 #include "kelvo/sdk/impl/validate/mesh_check.h"
 #include "kelvo/sdk/node.h"
@@ -51,6 +52,8 @@ private:
 };
 
 } // namespace
+
+const String Node::s_missingSvgIcon(missingIcon(), 0);
 
 String Node::svgIcon(bool emptyIfMissing) const {
     if (!m_svgIcon.isEmpty()) return m_svgIcon;

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/graph/link_restorer.h"
+#include "kelvo/sdk/impl/diff/link_restorer.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/index/name_pool.h"
+#include "kelvo/sdk/impl/text/name_pool.h"
 
 #include "kelvo/base/hash.h"
 

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/validate/scene_checker.h"
+#include "kelvo/sdk/impl/scene_text/scene_checker.h"
 
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "tests/support/scene_text.h"

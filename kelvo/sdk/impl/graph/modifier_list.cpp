@@ -1,0 +1,19 @@
+#include "kelvo/sdk/impl/graph/modifier_list.h"
+
+#include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/node.h"
+
+namespace qv::kelvo_sdk::impl {
+
+const Input* modifierListOf(const Node& node) noexcept {
+    const auto* list = static_cast<const Input*>(node.lookUpInput(knownNames().modifiers));
+    return list && !list->members().empty() ? list : nullptr;
+}
+
+bool isModifierList(const Input& input) noexcept {
+    const auto* holder = static_cast<const Input*>(input.parent());
+    const Input& top = holder ? *holder : input;
+    return !top.parent() && top.ownName().equalsNoCase(knownNames().modifiers);
+}
+
+} // namespace qv::kelvo_sdk::impl

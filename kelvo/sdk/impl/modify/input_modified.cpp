@@ -1,0 +1,33 @@
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/modifier_list.h"
+#include "kelvo/sdk/impl/modify/modifiers.h"
+
+namespace qv::kelvo_sdk::impl {
+
+// The scene reports the values that modifiers write when all have written. Every other value is the
+// user's and replaces the one that is kept aside; the node is modified again after that.
+bool Input::storeModified(Value value) {
+    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
+    const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
+    const Value before = isModifiers ? m_value : ownValue();
+    if (before == value) return true;
+    if (!writable(value)) return false;
+    if (isModifiers) {
+        modifiers.noteWrite(*this);
+        stash();
+        replaceValue(value);
+        return true;
+    }
+    EditStep step(m_node);
+    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    dropStash();
+    replaceValue(value);
+    step.commit();
+    changed(before);
+    return true;
+}
+
+} // namespace qv::kelvo_sdk::impl

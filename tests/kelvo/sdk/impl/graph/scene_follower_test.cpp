@@ -1,0 +1,137 @@
+#include "kelvo/sdk/impl/graph/scene_follower.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+// Notes all it hears.
+class Recorder : public SceneFollower {
+public:
+    explicit Recorder(std::string name = {}) : m_name(std::move(name)) {}
+
+    void nodeEntered(Node& node) noexcept override { note("entered", node); }
+    void nodeTakenOut(Node& node) noexcept override { note("taken out", node); }
+    void nodeLeft(Node& node) override { note("left", node); }
+    void nodeChanged(const Node& node, bool wasDirty) noexcept override {
+        note(wasDirty ? "changed again" : "changed", node);
+    }
+    void nodeCleaning(Node& node) noexcept override { note("cleaning", node); }
+    bool hearsInputs() const noexcept override { return isHearing; }
+    void inputTold(Input& input) override {
+        heard += "told " + std::string(input.name().view()) + ";";
+    }
+    void expect(const INode* /*node*/) override { heard += "expect node;"; }
+    void expect(const IInput* /*input*/) override { heard += "expect input;"; }
+    void editsEnded() noexcept override { heard += m_name + "ended;"; }
+    void sceneEnds() noexcept override { heard += "scene ends;"; }
+
+    std::string heard;
+    bool isHearing = true;
+
+private:
+    void note(const char* what, const Node& node) {
+        heard += std::string(what) + " " + std::string(node.name().view()) + ";";
+    }
+    std::string m_name;
+};
+
+class SceneFollowerTest : public testing::Test {
+protected:
+    SceneFollowerTest() { m_scene.setUndoEnabled(true); }
+    ~SceneFollowerTest() override { followers().leave(m_follower); }
+
+    SceneFollowers& followers() { return static_cast<Scene&>(*m_scene.get()).followers(); }
+    std::string heardOf(const auto& edit) {
+        followers().join(m_follower);
+        m_follower.heard.clear();
+        edit();
+        followers().leave(m_follower);
+        return m_follower.heard;
+    }
+
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    Recorder m_follower;
+};
+
+TEST_F(SceneFollowerTest, CreatedNode_Enters) {
+    EXPECT_EQ(heardOf([&] { m_scene.createNode("t", "a"); }), "expect node;entered a;ended;");
+}
+
+TEST_F(SceneFollowerTest, RemovedNode_IsTakenOutAndLeaves) {
+    m_scene.createNode("t", "a");
+    EXPECT_EQ(heardOf([&] { m_scene.removeNode(m_scene["a"]); }),
+              "expect node;taken out a;left a;ended;");
+}
+
+TEST_F(SceneFollowerTest, ConvertedNode_IsReplaced) {
+    m_scene.createNode("t", "a");
+    m_scene["a"]->setDirty(false);
+    EXPECT_EQ(heardOf([&] { m_scene["a"].convertTo("u"); }),
+              "expect node;expect node;taken out a;entered a;left a;ended;");
+}
+
+TEST_F(SceneFollowerTest, UndoneRemoval_Enters) {
+    m_scene.createNode("t", "a");
+    m_scene.removeNode(m_scene["a"]);
+    EXPECT_EQ(heardOf([&] { m_scene.undo(); }), "expect node;entered a;ended;");
+}
+
+TEST_F(SceneFollowerTest, ChangedValue_ChangesTheNodeBeforeTheInputIsTold) {
+    m_scene.createNode("t", "a").createInput("x", AttrType::Int);
+    m_scene["a"]->setDirty(false);
+    EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(1); }), "expect input;changed a;told x;ended;");
+    EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(2); }),
+              "expect input;changed again a;told x;ended;");
+}
+
+TEST_F(SceneFollowerTest, FollowerThatHearsNoInputs_IsNotToldOfThem) {
+    m_scene.createNode("t", "a").createInput("x", AttrType::Int);
+    m_scene["a"]->setDirty(false);
+    m_follower.isHearing = false;
+    EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(1); }), "expect input;changed a;ended;");
+}
+
+TEST_F(SceneFollowerTest, CleanNode_IsToldOnce) {
+    m_scene.createNode("t", "a");
+    EXPECT_EQ(heardOf([&] { m_scene["a"]->setDirty(false); }), "cleaning a;");
+    EXPECT_EQ(heardOf([&] { m_scene["a"]->setDirty(false); }), "");
+}
+
+TEST_F(SceneFollowerTest, Followers_AreToldInTheOrderInWhichTheyJoined) {
+    std::string heard;
+    Recorder first("first "), second("second ");
+    SceneFollowers list;
+    list.join(first);
+    list.join(second);
+    list.join(first);
+    list.each([](SceneFollower& each) { each.editsEnded(); });
+    EXPECT_EQ(first.heard + second.heard, "first ended;second ended;");
+    list.leave(first);
+    EXPECT_FALSE(list.empty());
+    list.each([](SceneFollower& each) { each.editsEnded(); });
+    EXPECT_EQ(first.heard, "first ended;");
+    EXPECT_EQ(second.heard, "second ended;second ended;");
+    list.leave(second);
+    EXPECT_TRUE(list.empty());
+}
+
+TEST(SceneFollowers, EndOfTheScene_IsToldWhileItsNodesAreThere) {
+    Recorder follower;
+    {
+        const auto scene = kelvo_sdk::Scene::create();
+        scene.createNode("t", "a");
+        static_cast<Scene&>(*scene.get()).followers().join(follower);
+    }
+    EXPECT_EQ(follower.heard, "scene ends;");
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
