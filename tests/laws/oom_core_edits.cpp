@@ -29,6 +29,15 @@ void output(OomWorld& w, Text name, Text path, Text from, Text of) {
     w.output = w.scene()[from].output(of);
 }
 
+// Lets the node link to one of no scene, and read it.
+void referToFreeNode(OomWorld& w, Text name) {
+    const Scene other = Scene::create();
+    node(w, name);
+    w.second = other.createNode("thing", "free");
+    other.removeNode(w.second);
+    w.node.createInput("link", AttrType::Node).set(w.second);
+    w.node.createInput("reads", AttrType::Real).connect(w.second.createOutput("o", AttrType::Real));
+}
 auto onNode(Text name, Text first = "new", Text second = "") {
     return [=](OomWorld& w) {
         node(w, name);
@@ -121,6 +130,12 @@ std::vector<OomEdit> copyEdits() {
              Misfits misfits;
              return bool(w.node.convertTo(w.name, &misfits));
          }},
+        {"node: convert one that refers to a free node",
+         [](OomWorld& w) {
+             referToFreeNode(w, "b");
+             names(w, "other");
+         },
+         [](OomWorld& w) { return bool(w.node.convertTo(w.name)); }},
         {"node: convert to a type", onNode("a", "spotLight"),
          [](OomWorld& w) {
              Misfits misfits;
@@ -282,6 +297,19 @@ std::vector<OomEdit> historyEdits() {
          [](OomWorld& w) {
              Misfits misfits;
              static_cast<void>(w.scene()["a"].convertTo("other", &misfits));
+         },
+         [](OomWorld& w) { return w.scene().undo(); }},
+        {"history: undo a conversion of a node that refers to a free node",
+         [](OomWorld& w) {
+             referToFreeNode(w, "b");
+             static_cast<void>(w.node.convertTo("other"));
+         },
+         [](OomWorld& w) { return w.scene().undo(); }},
+        {"history: undo the creation of a node that refers to a free node",
+         [](OomWorld& w) {
+             const Scene::UndoScope scope(w.scene(), "Make", "");
+             w.scene().createNode("thing", "referring");
+             referToFreeNode(w, "referring");
          },
          [](OomWorld& w) { return w.scene().undo(); }},
         {"history: return to a checkpoint",

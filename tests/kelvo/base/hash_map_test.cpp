@@ -313,8 +313,14 @@ TEST(HashMap, Equality_IgnoresOrderOfInsertion) {
     EXPECT_NE(a, b);
     b.remove("x");
     EXPECT_NE(a, b);
+    EXPECT_NE(b, a);
     b.set("z", "1");
     EXPECT_NE(a, b);
+}
+
+TEST(HashMap, Entry_IsFoundByTheHashOfItsKeyAlone) {
+    EXPECT_EQ(keyHash(String("radius")), String("radius").hash());
+    EXPECT_EQ(keyHash(7), std::hash<int>{}(7));
 }
 
 TEST(HashMap, EntriesOfOneHash_AreToldApartByKey) {

@@ -61,6 +61,7 @@ TEST(Hash, KnownBuffers_HaveTheirHashOnEveryPlatform) {
         bytes[i] = static_cast<u8>(i * 7 + i / 256);
     EXPECT_EQ(hashBytes(bytes.data(), 64), 0xd88eb0b70ff09601u);
     EXPECT_EQ(hashBytes(bytes.data(), 65), 0xd392406500ccdd56u);
+    EXPECT_EQ(hashBytes(bytes.data(), 128), 0x816d0d6d36883855u);
     EXPECT_EQ(hashBytes(bytes.data(), bytes.size()), 0x7467ff8b3908eac7u);
     EXPECT_EQ(hashBytes(bytes.data(), bytes.size(), 1), 0xdfbf794983cae237u);
 }

@@ -32,6 +32,7 @@ const NearCase kNear[] = {
     {"Aray", "Array", "a letter left out"},
     {"chidlern", "children", "two edits in a long name"},
     {"chidlr", "", "more edits than its length bears"},
+    {"xyzldern", "", "letters exchanged are one edit beside others"},
     {"Bool", "", "nothing alike"},
     {"y", "", "one letter is like any other"},
     {"X", "x", "but for its case"},

@@ -27,6 +27,7 @@ TEST(Path, Parts_AreCutFromTheText) {
         {"name.", "", "name.", "name", ".", ""},
         {"C:/x.png", "C:/", "x.png", "x", ".png", "png"},
         {"C:/a/x", "C:/a", "x", "x", "", ""},
+        {"C://x", "C:/", "x", "x", "", ""},
         {"a\\b.c", "", "a\\b.c", "a\\b", ".c", "c"},
     };
     for (const Case& c : cases) {

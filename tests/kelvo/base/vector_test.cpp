@@ -314,6 +314,20 @@ TEST_F(LongVector, InsertAtTheFront_TakesTheRoomThere) {
     expectItems(0);
 }
 
+TEST_F(LongVector, InsertAtTheFrontOfAFullOne_Grows) {
+    Vector<int*> full;
+    full.reserve(m_items.size());
+    for (int& item : m_items)
+        full.push_back(&item);
+    full.remove(m_items.size() - 1);
+    full.push_back(&m_items.back());
+    ASSERT_EQ(full.capacity(), full.size());
+    full.insert(0, nullptr);
+    EXPECT_GE(full.capacity(), full.size());
+    EXPECT_EQ(full[0], nullptr);
+    EXPECT_TRUE(std::equal(full.begin() + 1, full.end(), m_vector.begin(), m_vector.end()));
+}
+
 TEST_F(LongVector, AppendBehindRoomInFront_UsesItBeforeItGrows) {
     for (int i = 0; i < 900; ++i)
         m_vector.remove(0);
@@ -355,6 +369,16 @@ TEST_F(LongVector, RandomEdits_MatchAModel) {
         ASSERT_GE(m_vector.capacity(), m_vector.size());
     }
     EXPECT_TRUE(std::equal(m_vector.begin(), m_vector.end(), model.begin(), model.end()));
+}
+
+TEST(Vector, FrontAndBack_AreTheEnds) {
+    Vector<int> vector{1, 2, 3};
+    vector.front() = 4;
+    vector.back() = 5;
+    const Vector<int>& same = vector;
+    EXPECT_EQ(same.front(), 4);
+    EXPECT_EQ(same.back(), 5);
+    EXPECT_EQ(same[1], 2);
 }
 
 TEST(Vector, IndexOf_AnswersTheFirst) {

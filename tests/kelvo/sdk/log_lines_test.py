@@ -4,7 +4,7 @@ import re
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
-FLOORS = ("base", "sdk", "files")
+FLOORS = ("kelvo/base", "kelvo/sdk", "kelvo/files")
 CALL = re.compile(r'log(?:Error|Warning)\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)')
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 

@@ -32,17 +32,21 @@ bool indexFromName(const String& name, u64& out) noexcept {
 // renumbering.
 constexpr u64 kLongArray = 64;
 
-// Tells whether a move takes an element from one half of a long list to the other, so that it is
-// cheaper to take it out and put it in; sees to it that this needs no memory.
-bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
-    const u64 count = list.size();
-    if (count < kLongArray || (from < to ? to - from : from - to) < count / 2) return false;
+// Takes the memory to move elements at either end; false when there is none.
+bool hasRoom(ds::Vector<IInput*>& list) noexcept {
+    const u64 needed = list.size() + kLongArray;
     try {
-        if (list.capacity() < count + kLongArray) list.reserve(2 * count);
-        return true;
+        if (list.capacity() < needed) list.reserve(needed + list.size());
     } catch (const std::bad_alloc&) {
-        return false;
     }
+    return list.capacity() >= needed;
+}
+
+// Tells whether a move takes an element from one half of a long list to the other, so that it is
+// cheaper to take it out and put it in.
+bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
+    const u64 distance = from < to ? to - from : from - to;
+    return list.size() >= kLongArray && distance >= list.size() / 2 && hasRoom(list);
 }
 
 } // namespace

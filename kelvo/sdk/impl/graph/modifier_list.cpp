@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/modifier_list.h"
 
+#include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
 

@@ -134,7 +134,6 @@ bool Node::isTypeOrBase(std::string_view name) const noexcept {
 }
 
 IInput* Node::parseInputPath(String path) {
-    if (path.isEmpty()) return nullptr;
     // A path may begin with the node's type, or one of its bases, in place of its name.
     const u64 dot = path.find('.');
     if (dot != noIndex && isTypeOrBase(path.view().substr(0, dot)))

@@ -62,6 +62,33 @@ TEST_F(NodeEndsInScenes, NodeThatItsCallbackConverts_IsNotRecordedForIt) {
     expectEndOnce([this] { m_source.convertTo("other"); });
 }
 
+// Keeps the node whose output an input lost.
+struct Keeper : SceneObserver {
+    void inputConnected(const IInput* /*input*/, const IOutput* before,
+                        const IOutput* /*after*/) override {
+        kept = RefersTo<INode>(before->node());
+    }
+    RefersTo<INode> kept;
+};
+
+TEST_F(NodeEndsInScenes, NodeThatAnObserverKeeps_EndsWithTheLastReference) {
+    m_dying->createOutput("o", AttrType::Real);
+    const auto reader = m_scene.createNode("thing", "reader");
+    reader.createInput("in", AttrType::Real)->connect(m_dying->output(u64(0)));
+    m_scene.setUndoEnabled(false);
+    Keeper keeper;
+    m_scene.subscribe(&keeper);
+    const qv::i64 alive = impl_nodeInstanceCount();
+    m_dying = {};
+    ASSERT_TRUE(keeper.kept);
+    EXPECT_EQ(impl_nodeInstanceCount(), alive);
+    EXPECT_EQ(s_frees, 0);
+    keeper.kept = {};
+    EXPECT_EQ(impl_nodeInstanceCount(), alive - 1);
+    EXPECT_EQ(s_frees, 1);
+    m_scene.unsubscribe(&keeper);
+}
+
 TEST_F(NodeEndsInScenes, SceneThatItsCallbackClears_IsNotRecordedForIt) {
     expectEndOnce([this] { m_scene->clear(); });
 }

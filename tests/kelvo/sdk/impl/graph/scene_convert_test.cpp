@@ -46,6 +46,10 @@ type spot : thing {
     Node target = null
     output Real out
 }
+
+type cloud : thing {
+    Buffer<Pos3f> points = [] @type Pos3f
+}
 )";
 
 // Notes what a scene tells of its nodes.
@@ -142,6 +146,21 @@ node lamp "a" {
               "a.count is Int: 'many' does not convert\n");
     EXPECT_EQ(valueOf("a.power"), "1");
     EXPECT_EQ(valueOf("a.count"), "0");
+}
+
+TEST_F(SceneConvert, Buffers_AreKeptWhenTheyAreOfTheDeclaredElementType) {
+    read(R"(kelvo scene 1
+node bare "a" {
+    Buffer<Pos3f> points = [(1 2 3)]
+}
+node bare "b" {
+    Buffer<Float> points = [1 2 3]
+}
+)");
+    EXPECT_EQ(convert("a", "cloud"), "");
+    EXPECT_EQ(m_converted["points"].buffer<qv::math::Pos3f>().size(), 1u);
+    EXPECT_EQ(convert("b", "cloud"), "b.points is Buffer<Pos3f>: '[1 2 3]' does not convert\n");
+    EXPECT_EQ(m_converted["points"].typeName(), "Buffer<Pos3f>");
 }
 
 TEST_F(SceneConvert, WithoutAReport_WhatDoesNotFitIsLogged) {

@@ -68,14 +68,14 @@ TEST_F(SceneFollowerTest, CreatedNode_Enters) {
 TEST_F(SceneFollowerTest, RemovedNode_IsTakenOutAndLeaves) {
     m_scene.createNode("t", "a");
     EXPECT_EQ(heardOf([&] { m_scene.removeNode(m_scene["a"]); }),
-              "expect node;taken out a;left a;ended;");
+              "expect node;taken out a;left a;changed a;ended;");
 }
 
 TEST_F(SceneFollowerTest, ConvertedNode_IsReplaced) {
     m_scene.createNode("t", "a");
     m_scene["a"]->setDirty(false);
     EXPECT_EQ(heardOf([&] { m_scene["a"].convertTo("u"); }),
-              "expect node;expect node;taken out a;entered a;left a;ended;");
+              "expect node;expect node;taken out a;entered a;left a;changed a;ended;");
 }
 
 TEST_F(SceneFollowerTest, UndoneRemoval_Enters) {
@@ -100,7 +100,7 @@ TEST_F(SceneFollowerTest, FollowerThatHearsNoInputs_IsNotToldOfThem) {
 }
 
 TEST_F(SceneFollowerTest, CleanNode_IsToldOnce) {
-    m_scene.createNode("t", "a");
+    m_scene.createNode("t", "a").setDirty(true);
     EXPECT_EQ(heardOf([&] { m_scene["a"]->setDirty(false); }), "cleaning a;");
     EXPECT_EQ(heardOf([&] { m_scene["a"]->setDirty(false); }), "");
 }

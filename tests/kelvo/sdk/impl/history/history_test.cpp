@@ -281,6 +281,23 @@ TEST_F(HistoryTest, RemovedOutput_CountsWithItsName) {
     EXPECT_EQ(m_scene.undoStep(0).bytes, m_scene.undoStep(1).bytes + 99);
 }
 
+// Reads a text with a line between its nodes that is kept unread, and undoes that.
+u64 bytesOfUndoneText(const std::string& comment, const std::string& line) {
+    const auto scene = kelvo_sdk::Scene::create();
+    scene.setUndoEnabled(true);
+    const std::string text =
+        "kelvo scene 1\n\nnode t \"a\" {\n}\n# " + comment + "\n" + line + "\n";
+    EXPECT_TRUE(scene.read(text.c_str(), "a.kns", {.isPartial = true}).isRead);
+    scene.undo();
+    return scene.redoStep(0).bytes;
+}
+
+TEST(History, UnreadLines_CountWithTheirComments) {
+    const u64 bytes = bytesOfUndoneText("c", "?");
+    EXPECT_EQ(bytesOfUndoneText(std::string(101, 'c'), "?"), bytes + 100);
+    EXPECT_EQ(bytesOfUndoneText("c", std::string(101, '?')), bytes + 100);
+}
+
 TEST_F(HistoryTest, ValueKeptAside_CountsAsBytesWhileItIsOut) {
     auto* text = static_cast<Input*>(m_node->createInput("text", AttrType::String));
     text->setString(String(std::string(5000, 'x').c_str()));
