@@ -1,9 +1,9 @@
 #include "kelvo/sdk/scene_diff.h"
 
+#include "kelvo/sdk/impl/diff/document_patcher.h"
+#include "kelvo/sdk/impl/diff/live_patcher.h"
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 #include "kelvo/sdk/impl/diff/scene_merger.h"
-#include "kelvo/sdk/impl/diff/scene_patcher.h"
-#include "kelvo/sdk/impl/diff/scene_setter.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
 namespace qv::kelvo_sdk {
@@ -60,7 +60,7 @@ bool readsBack(const Scene& scene, const String& text, String& error) {
 // Changes the nodes that there are; where that does not give the text it is as if it never was.
 bool changeNodes(const Scene& scene, const std::vector<SceneChange>& changes, const String& text) {
     const Scene::UndoScope attempt(scene, String(), String());
-    impl::SceneSetter setter(static_cast<impl::Scene&>(*scene.get()), changes);
+    impl::LivePatcher setter(static_cast<impl::Scene&>(*scene.get()), changes);
     if (setter.run() && scene.text().equals(text)) return true;
     attempt.cancel();
     return false;
@@ -104,7 +104,7 @@ bool SceneDiff::applyTo(const Scene& scene, String& error) const {
         return false;
     }
     if (m_changes.empty()) return true;
-    if (!impl::ScenePatcher(document).apply(m_changes, error)) return false;
+    if (!impl::DocumentPatcher(document).apply(m_changes, error)) return false;
     const Scene changed = emptyLike(scene);
     if (!readsBack(changed, document.text(), error)) return false;
     const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");

@@ -210,12 +210,12 @@ void EvalHashes::nodeAdded(const Node& node) noexcept {
 // Without memory for the walk, all are forgotten.
 void EvalHashes::forgetReaders(const Node& from) noexcept {
     try {
-        m_left.assign(1, &from);
-        while (!m_left.empty()) {
-            const Node& node = *m_left.back();
-            m_left.pop_back();
+        m_pending.assign(1, &from);
+        while (!m_pending.empty()) {
+            const Node& node = *m_pending.back();
+            m_pending.pop_back();
             visitReaders(node, [this](const Node& reader) {
-                if (m_known.erase(&reader) != 0) m_left.push_back(&reader);
+                if (m_known.erase(&reader) != 0) m_pending.push_back(&reader);
             });
         }
     } catch (const std::bad_alloc&) {

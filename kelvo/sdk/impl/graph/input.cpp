@@ -80,19 +80,19 @@ Input::~Input() {
 // Takes neither stack nor memory: goes down to the last member that nothing else holds, ends it
 // when it holds nothing any more, and goes back to what held it.
 void Input::endMembers() noexcept {
-    Input* holder = this;
-    while (holder) {
-        if (holder->members().empty()) {
-            Input* const done = holder;
-            holder = done != this ? done->m_parent : nullptr;
-            if (holder) holder->dropLastMember();
+    Input* parent = this;
+    while (parent) {
+        if (parent->members().empty()) {
+            Input* const done = parent;
+            parent = done != this ? done->m_parent : nullptr;
+            if (parent) parent->dropLastMember();
             continue;
         }
-        auto* last = static_cast<Input*>(holder->members().back());
+        auto* last = static_cast<Input*>(parent->members().back());
         if (last->m_refCount.load() == 1 && !last->members().empty())
-            holder = last;
+            parent = last;
         else
-            holder->dropLastMember();
+            parent->dropLastMember();
     }
 }
 
@@ -150,8 +150,8 @@ DataType Input::farDataType() const noexcept {
     return m_extras->rare->dataType;
 }
 
-// Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
-// each holder keeps the place that is reached. For the thread that edits alone.
+// Visits this input and all that it holds, parents first, in order. Takes neither stack nor memory:
+// each parent keeps the place that is reached. For the thread that edits alone.
 template<typename Visit>
 void Input::forEachWithin(const Visit& visit) const noexcept {
     const auto enter = [&visit](Input& input) {
@@ -404,8 +404,8 @@ void Input::untie() noexcept {
     if (m_extras->stash && m_extras->stash->link.table) dropStash();
 }
 
-void Input::entered(Node* node, Input* holder) {
-    m_parent = holder;
+void Input::entered(Node* node, Input* parent) {
+    m_parent = parent;
     setNodeOfAll(node);
 }
 

@@ -324,21 +324,21 @@ bool Input::removeLastInput() {
 
 namespace {
 
-// Takes a member off its holder's list, and lets go of it after everyone was told, so that it can
+// Takes a member off its parent's list, and lets go of it after everyone was told, so that it can
 // still be read. `placeOf()` is asked when the removal is recorded.
 template<typename PlaceOf>
-void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
-    const RefersTo<Node> held(static_cast<Node*>(holder.node()));
+void takeOff(Input& parent, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
+    const RefersTo<Node> held(static_cast<Node*>(parent.node()));
     EditStep step(held.get());
     Departure departing(removed);
     expectNews(held.get(), static_cast<const IInput*>(&removed));
     if (step.isRecording()) {
         auto* change =
-            step.prepare<InputListChange>(removed, held.get(), &holder, placeOf(), false);
+            step.prepare<InputListChange>(removed, held.get(), &parent, placeOf(), false);
         change->takeComments(step.scene().comments());
     }
     departing.dropComments();
-    holder.takeMember(&removed);
+    parent.takeMember(&removed);
     step.commit();
     departing.offList();
     if (recordsTies) removed.recordTies();

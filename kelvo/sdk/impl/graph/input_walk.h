@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Goes through a list of inputs and all that they hold, at any depth, in order, holders first;
+/// Goes through a list of inputs and all that they hold, at any depth, in order, parents first;
 /// without recursion: inputs may be nested deeper than the stack goes. Between two steps the inputs
 /// met last may change what they hold, but no list that holds them.
 class InputWalk {

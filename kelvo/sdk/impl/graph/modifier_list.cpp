@@ -12,8 +12,8 @@ const Input* modifierListOf(const Node& node) noexcept {
 }
 
 bool isModifierList(const Input& input) noexcept {
-    const auto* holder = static_cast<const Input*>(input.parent());
-    const Input& top = holder ? *holder : input;
+    const auto* parent = static_cast<const Input*>(input.parent());
+    const Input& top = parent ? *parent : input;
     return !top.parent() && top.ownName().equalsNoCase(knownNames().modifiers);
 }
 

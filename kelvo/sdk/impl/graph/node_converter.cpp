@@ -50,13 +50,14 @@ void NodeConverter::fillInputs() {
         const bool isCopy = !to && (m_keepsAll || !known);
         if (isCopy) to = m_to.createInput(from.ownName(), description(from));
         if (to)
-            m_left.push_back({&from, static_cast<Input*>(to), static_cast<Input*>(known), isCopy});
+            m_pending.push_back(
+                {&from, static_cast<Input*>(to), static_cast<Input*>(known), isCopy});
         else
             lose(from, String("is no input of type '") + m_to.type() + "'");
     }
     // Without recursion: inputs may be nested deeper than the stack goes.
-    for (u64 i = 0; i < m_left.size(); ++i) {
-        const Step step = m_left[i];
+    for (u64 i = 0; i < m_pending.size(); ++i) {
+        const Step step = m_pending[i];
         convert(step);
     }
 }
@@ -111,7 +112,7 @@ void NodeConverter::convertMembers(const Step& step) {
         const bool isCopy = !to && isOpen && (m_keepsAll || !known);
         if (isCopy) to = step.to->createInput(from.ownName(), description(from));
         if (to)
-            m_left.push_back({&from, static_cast<Input*>(to), known, step.isCopy || isCopy});
+            m_pending.push_back({&from, static_cast<Input*>(to), known, step.isCopy || isCopy});
         else
             lose(from, String("is no member of '") + step.to->path() + "'");
     }
@@ -141,7 +142,7 @@ void NodeConverter::makeElements(const Step& step) {
         AttrData data(to.elementType());
         if (isSameKind) data.elementType = element.elementType();
         IInput* made = to.createInput(indexName(i), std::move(data));
-        if (made) m_left.push_back({&element, static_cast<Input*>(made), nullptr, step.isCopy});
+        if (made) m_pending.push_back({&element, static_cast<Input*>(made), nullptr, step.isCopy});
     }
 }
 

@@ -35,7 +35,7 @@ bool visitDependencies(const Node& node, const Visit& visit) {
     return false;
 }
 
-/// Calls `visit(Input&)` for all inputs of a node, at any depth, in order, holders first.
+/// Calls `visit(Input&)` for all inputs of a node, at any depth, in order, parents first.
 template<typename Visit>
 void visitInputs(const Node& node, const Visit& visit) {
     InputWalk inputs(node.inputs());
@@ -43,23 +43,23 @@ void visitInputs(const Node& node, const Visit& visit) {
         visit(*input);
 }
 
-/// Calls `visit(Input&)` for the inputs on a list of a holder (null for a node's) and all below
-/// them, each holder followed by what it holds; takes no memory.
+/// Calls `visit(Input&)` for the inputs on a list of a parent (null for a node's) and all below
+/// them, each parent followed by what it holds; takes no memory.
 template<typename Visit>
 void visitInPlace(const ds::Vector<IInput*>& list, const Input* of, const Visit& visit) {
-    const Input* holder = of;
+    const Input* parent = of;
     for (u64 index = 0;;) {
-        const ds::Vector<IInput*>& level = holder == of ? list : holder->members();
+        const ds::Vector<IInput*>& level = parent == of ? list : parent->members();
         if (index < level.size()) {
             auto& input = static_cast<Input&>(*level[index]);
             visit(input);
             ++index;
             if (input.members().empty()) continue;
-            holder = &input;
+            parent = &input;
             index = 0;
-        } else if (holder != of) {
-            index = holder->placeInList() + 1;
-            holder = static_cast<const Input*>(holder->parent());
+        } else if (parent != of) {
+            index = parent->placeInList() + 1;
+            parent = static_cast<const Input*>(parent->parent());
         } else {
             return;
         }

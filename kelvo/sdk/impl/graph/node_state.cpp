@@ -54,9 +54,9 @@ private:
     };
 
     void visitAll() {
-        while (!m_left.empty()) {
-            const Step step = m_left.back();
-            m_left.pop_back();
+        while (!m_pending.empty()) {
+            const Step step = m_pending.back();
+            m_pending.pop_back();
             if (step.node)
                 visit(*step.node);
             else
@@ -88,17 +88,17 @@ private:
     void leaveFor(const Input& input) {
         leaveFor(sourceNode(input));
         leaveFor(linkedNode(input));
-        if (!input.members().empty()) m_left.push_back({nullptr, &input.members()});
+        if (!input.members().empty()) m_pending.push_back({nullptr, &input.members()});
     }
 
     void leaveFor(INode* node) {
-        if (node) m_left.push_back({node, nullptr});
+        if (node) m_pending.push_back({node, nullptr});
     }
 
     ds::Vector<INode*>& m_out;
     bool m_downstream;
     NodeMarks m_seen;
-    std::vector<Step> m_left;
+    std::vector<Step> m_pending;
 };
 
 } // namespace

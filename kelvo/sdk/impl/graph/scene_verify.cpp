@@ -124,22 +124,22 @@ void SceneVerifier::checkInputs(const Node& node) {
         if (!input) continue;
         checkPlaceOf(*input, step);
         checkInput(*input);
-        if (input->m_parent != step.holder || input->members().empty()) continue;
+        if (input->m_parent != step.parent || input->members().empty()) continue;
         m_way.push_back({&input->members(), input, 0});
         checkList(input->members(), input);
     }
 }
 
-void SceneVerifier::checkList(const Inputs& list, const Input* holder) {
+void SceneVerifier::checkList(const Inputs& list, const Input* parent) {
     if (!holdsEachOnce(list)) return fail(place(), "lists an input twice, or none at a place");
     const auto failHere = [this](String message) { fail(place(), std::move(message)); };
-    if (!holder || holder->isObject()) return checkIndexOf(list, "input", failHere);
-    if (holder->type() != AttrType::Array) fail(place(), "holds inputs but is no array or object");
+    if (!parent || parent->isObject()) return checkIndexOf(list, "input", failHere);
+    if (parent->type() != AttrType::Array) fail(place(), "holds inputs but is no array or object");
 }
 
 void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
     if (input.m_node != m_node) fail(place(), "belongs to another node or none");
-    if (input.m_parent != step.holder) return fail(place(), "belongs to another input or none");
+    if (input.m_parent != step.parent) return fail(place(), "belongs to another input or none");
     if (!input.isElement()) {
         if (input.nameHash() != input.ownName().foldedHash())
             fail(place(), "has a name with the hash of another");
@@ -148,7 +148,7 @@ void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
     if (input.elementIndex() != step.next - 1)
         fail(place(), "counts itself as element [" +
                           String(std::string_view(std::to_string(input.elementIndex()))) + "]");
-    if (input.type() != step.holder->elementType())
+    if (input.type() != step.parent->elementType())
         fail(place(), "is of another kind than the elements of its array");
 }
 
@@ -164,7 +164,7 @@ String SceneVerifier::place() const {
     for (const Step& step : m_way) {
         if (step.next == 0) break;
         const auto* input = static_cast<const Input*>((*step.list)[step.next - 1]);
-        if (step.holder && step.holder->type() == AttrType::Array) {
+        if (step.parent && step.parent->type() == AttrType::Array) {
             text.append("[").appendUInt(step.next - 1);
             text.append("]");
         } else {

@@ -103,10 +103,10 @@ std::vector<HelpPage> helpPages(const interfaces::INode& node) {
     std::vector<HelpPage> pages;
     std::unordered_set<const IInput*> told;
     const auto* layout = dynamic_cast<const Layout*>(node.layout());
-    const auto* holder = dynamic_cast<const Node*>(&node);
-    if (layout && holder)
+    const auto* own = dynamic_cast<const Node*>(&node);
+    if (layout && own)
         for (const Layout::Page& page : layout->pages())
-            addPage(*holder, page, told, pages);
+            addPage(*own, page, told, pages);
     HelpPage rest;
     if (!pages.empty()) rest.label = "Other";
     rest.groups.emplace_back();

@@ -12,7 +12,7 @@ namespace qv::kelvo_sdk::impl {
 struct HelpRow {
     /// Levels below the node: members and elements stand below what holds them.
     u32 depth = 0;
-    /// As the holder finds it: "size", "[0]".
+    /// As the parent finds it: "size", "[0]".
     String name;
     String label;
     String kind;

@@ -65,9 +65,9 @@ RefersTo<Attribute> hold(const Attribute& definition) {
 }
 
 // Adds a copy of a definition to a node or, when that is given, to an object of the node.
-RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* holder) {
+RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* parent) {
     return makeFix("add it", [known = hold(definition), held = RefersTo<Node>(&node),
-                              inside = RefersTo<Input>(holder)] {
+                              inside = RefersTo<Input>(parent)] {
         const String name = known->name();
         if (inside ? inside->lookUpInput(name) : held->lookUpInput(name)) return false;
         IInput* made = inside ? inside->createInput(name, known->description())
@@ -139,18 +139,18 @@ const String& SceneRules::nearType(const String& type) {
 // are unknown are told of once.
 void SceneRules::checkUnknown(Node& node, const Node& definition) {
     struct Step {
-        const Input* holder;
+        const Input* parent;
         const Input* known;
     };
     std::vector<Step> left{{nullptr, nullptr}};
     while (!left.empty()) {
-        const auto [holder, known] = left.back();
+        const auto [parent, known] = left.back();
         left.pop_back();
         const auto& candidates = known ? known->members() : definition.inputs();
-        for (const IInput* next : holder ? holder->members() : node.inputs()) {
+        for (const IInput* next : parent ? parent->members() : node.inputs()) {
             const auto& input = static_cast<const Input&>(*next);
             const String& name = input.ownName();
-            if (!holder && name == "_meta") continue;
+            if (!parent && name == "_meta") continue;
             const IInput* found = known ? known->lookUpInput(name) : definition.lookUpInput(name);
             if (!found)
                 addUnknown(node, "input", input.path(),
@@ -189,7 +189,7 @@ const String& SceneRules::nearAttribute(const Node& definition, const Attributes
 // Inputs of the definition are looked up in the node, at any depth of objects.
 void SceneRules::checkInputs(Node& node, const Node& definition) {
     struct Step {
-        Input* holder;
+        Input* parent;
         const ds::Vector<IInput*>* known;
     };
     std::vector<Step> left{{nullptr, &definition.inputs()}};
@@ -199,20 +199,20 @@ void SceneRules::checkInputs(Node& node, const Node& definition) {
         for (const IInput* next : *step.known) {
             const auto& known = static_cast<const Input&>(*next);
             const String& name = known.ownName();
-            IInput* found = step.holder ? step.holder->lookUpInput(name) : node.lookUpInput(name);
-            if (!checkInput(node, step.holder, static_cast<Input*>(found), known)) continue;
+            IInput* found = step.parent ? step.parent->lookUpInput(name) : node.lookUpInput(name);
+            if (!checkInput(node, step.parent, static_cast<Input*>(found), known)) continue;
             if (known.isObject()) left.push_back({static_cast<Input*>(found), &known.members()});
         }
     }
 }
 
 // Tells whether the input is there and of the right kind.
-bool SceneRules::checkInput(Node& node, Input* holder, Input* input, const Input& definition) {
+bool SceneRules::checkInput(Node& node, Input* parent, Input* input, const Input& definition) {
     if (!input) {
-        const String path = (holder ? holder->path() : node.name()) + "." + definition.ownName();
+        const String path = (parent ? parent->path() : node.name()) + "." + definition.ownName();
         add(Rule::MissingInput, &node, path,
             "input '" + path + "' is missing: type '" + node.type() + "' defines it.",
-            additionOf(definition, node, holder));
+            additionOf(definition, node, parent));
         return false;
     }
     if (isOfKind(*input, definition)) {

@@ -107,11 +107,11 @@ void SceneRules::checkValue(Node& node, Input& input) {
         nearest.isNull() ? Fix() : settingOf(input, nearest));
 }
 
-void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* holder) {
+void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* parent) {
     for (const IInput* next : list) {
         const auto& input = static_cast<const Input&>(*next);
         const String& name = input.ownName();
-        const IInput* first = holder ? holder->lookUpInput(name) : node.lookUpInput(name);
+        const IInput* first = parent ? parent->lookUpInput(name) : node.lookUpInput(name);
         if (first == next) continue;
         add(Rule::ShadowedInput, &node, input.path(),
             "input '" + input.path() + "' (" + input.typeName() + ") is never found by name: '" +

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/diff/scene_setter.h"
+#include "kelvo/sdk/impl/diff/live_patcher.h"
 
 #include "kelvo/sdk/impl/diff/scene_match.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -71,7 +71,7 @@ bool takes(const Input& input, const Value& value) {
 
 } // namespace
 
-bool SceneSetter::run() {
+bool LivePatcher::run() {
     m_comments = m_scene.comments().file();
     const bool canBe =
         std::ranges::all_of(m_changes, [&](const SceneChange& change) { return prepare(change); });
@@ -83,7 +83,7 @@ bool SceneSetter::run() {
 }
 
 // All is looked up before anything changes, as the paths are those from before.
-bool SceneSetter::prepare(const SceneChange& change) {
+bool LivePatcher::prepare(const SceneChange& change) {
     if (change.subject == Subject::Scene) return prepareComment(change);
     if (change.subject == Subject::Node) return prepareNode(change);
     if (change.subject == Subject::Element && change.action != Action::Change)
@@ -92,8 +92,8 @@ bool SceneSetter::prepare(const SceneChange& change) {
     Step step{.change = &change, .input = kelvo_sdk::Input(findInput(change.path.view()))};
     if (!step.input.get()) return false;
     if (change.action == Action::Remove) {
-        const IInput* holder = step.input->parent();
-        if (holder && holder->isReadOnly()) return false;
+        const IInput* parent = step.input->parent();
+        if (parent && parent->isReadOnly()) return false;
         m_removedInputs.push_back(std::move(step));
         return true;
     }
@@ -103,7 +103,7 @@ bool SceneSetter::prepare(const SceneChange& change) {
     return true;
 }
 
-bool SceneSetter::prepareComment(const SceneChange& change) {
+bool LivePatcher::prepareComment(const SceneChange& change) {
     const String text = change.after.value_or("");
     if (change.field == "comment.leading") m_comments.leading = text;
     if (change.field == "comment.opening") m_comments.opening = text;
@@ -111,7 +111,7 @@ bool SceneSetter::prepareComment(const SceneChange& change) {
     return change.action == Action::Change;
 }
 
-bool SceneSetter::prepareNode(const SceneChange& change) {
+bool LivePatcher::prepareNode(const SceneChange& change) {
     Step step{.change = &change};
     if (change.action == Action::Add) {
         m_added += std::string(change.after.value_or("").view()) + '\n';
@@ -126,7 +126,7 @@ bool SceneSetter::prepareNode(const SceneChange& change) {
     return true;
 }
 
-bool SceneSetter::prepareElement(const SceneChange& change) {
+bool LivePatcher::prepareElement(const SceneChange& change) {
     const u64 bracket = change.path.findLast('[');
     if (bracket == String::npos) return false;
     Step step{.change = &change};
@@ -143,7 +143,7 @@ bool SceneSetter::prepareElement(const SceneChange& change) {
 }
 
 // A new name may be the old one of a node that has still to get its own.
-bool SceneSetter::setNodes() {
+bool LivePatcher::setNodes() {
     for (const Step& step : m_removedNodes)
         m_scene.removeNode(step.node.get());
     for (const Step& step : m_renamed)
@@ -152,7 +152,7 @@ bool SceneSetter::setNodes() {
     return m_added.empty() || scene.read(String(std::string_view(m_added)), "the added nodes");
 }
 
-void SceneSetter::setComments() {
+void LivePatcher::setComments() {
     const Comments& before = m_scene.comments().file();
     const bool isSame = before.leading.equals(m_comments.leading) &&
                         before.opening.equals(m_comments.opening) &&
@@ -161,7 +161,7 @@ void SceneSetter::setComments() {
 }
 
 // One after the other in the order of the later scene, each behind what it stands behind there.
-bool SceneSetter::placeNodes() {
+bool LivePatcher::placeNodes() {
     const auto placeOf = [&](const INode* node) {
         u64 place = 0;
         while (place < m_scene.nodeCount() && m_scene.node(place) != node)
@@ -181,7 +181,7 @@ bool SceneSetter::placeNodes() {
     });
 }
 
-bool SceneSetter::removeInputs() {
+bool LivePatcher::removeInputs() {
     return std::ranges::all_of(m_removedInputs, [this](const Step& step) {
         if (!isThere(step)) return false;
         interfaces::IInputContainer* owner = step.input->parent();
@@ -191,7 +191,7 @@ bool SceneSetter::removeInputs() {
 }
 
 // Removes elements from the end; moves others to the end first, then each to its place.
-bool SceneSetter::setElements() {
+bool LivePatcher::setElements() {
     std::ranges::stable_sort(m_takenElements, std::greater(), &Step::index);
     std::ranges::stable_sort(m_placedElements, {}, &Step::newIndex);
     std::vector<kelvo_sdk::Input> moved(m_placedElements.size());
@@ -224,7 +224,7 @@ bool SceneSetter::setElements() {
 }
 
 // Plain elements alone: others are made from text with all that is around them.
-bool SceneSetter::addElement(const Step& step) {
+bool LivePatcher::addElement(const Step& step) {
     auto& array = static_cast<Input&>(*step.input.get());
     SceneDocument document;
     const auto element = document.parseElement(*step.change->after, array.elementType());
@@ -236,7 +236,7 @@ bool SceneSetter::addElement(const Step& step) {
            (element->source.empty() || setSource(*made, element->source));
 }
 
-bool SceneSetter::setInputs() {
+bool LivePatcher::setInputs() {
     return std::ranges::all_of(m_set, [&](const Step& step) {
         if (!isThere(step)) return false;
         auto& input = static_cast<Input&>(*step.input.get());
@@ -247,12 +247,12 @@ bool SceneSetter::setInputs() {
 }
 
 // Who hears of a change may take others away: undo would bring them back with what is set then.
-bool SceneSetter::isThere(const Step& step) const {
+bool LivePatcher::isThere(const Step& step) const {
     const INode* node = step.input.node();
     return node && m_scene.contains(*node);
 }
 
-Input* SceneSetter::findInput(std::string_view path) const {
+Input* LivePatcher::findInput(std::string_view path) const {
     const std::string_view name = path.substr(0, path.find_first_of(".["));
     const INode* node = m_scene.findNode(String(name));
     Input* input = nullptr;
@@ -269,7 +269,7 @@ Input* SceneSetter::findInput(std::string_view path) const {
     return input;
 }
 
-Output* SceneSetter::findOutput(std::string_view path) const {
+Output* LivePatcher::findOutput(std::string_view path) const {
     const u64 dot = path.find('.');
     const INode* node = m_scene.findNode(String(path.substr(0, dot)));
     if (!node || dot == std::string_view::npos) return nullptr;
@@ -277,7 +277,7 @@ Output* SceneSetter::findOutput(std::string_view path) const {
                            [&](u64 i) { return node->output(i); });
 }
 
-bool SceneSetter::setValue(Input& input, std::string_view text) const {
+bool LivePatcher::setValue(Input& input, std::string_view text) const {
     if (input.type() == AttrType::Node) {
         if (input.isReadOnly()) return false;
         const std::string_view name = linkedName(text);
@@ -291,7 +291,7 @@ bool SceneSetter::setValue(Input& input, std::string_view text) const {
     return isRead && takes(input, value) && input.setValue(value);
 }
 
-bool SceneSetter::setSource(Input& input, std::string_view path) const {
+bool LivePatcher::setSource(Input& input, std::string_view path) const {
     Output* output = findOutput(path);
     return output && input.connect(output);
 }
