@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/impl/diff/scene_match.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/scene_text/link_names.h"
@@ -39,7 +40,7 @@ Input* findElement(const Input* array, std::string_view step) {
     u64 index = 0;
     std::from_chars(step.data(), step.data() + step.size(), index);
     const bool isThere = array && index < array->inputCount();
-    return isThere ? static_cast<Input*>(array->input(index)) : nullptr;
+    return isThere ? implOf(array->input(index)) : nullptr;
 }
 
 u64 placeIn(const interfaces::IInputContainer& owner, const IInput* input) {
@@ -204,7 +205,7 @@ bool LivePatcher::setElements() {
             !(isThere(step) && step.input->removeInput(step.index)))
             return false;
     for (u64 i = 0; i < moved.size(); ++i) {
-        const Input* array = static_cast<Input*>(m_placedElements[i].input.get());
+        const Input* array = implOf(m_placedElements[i].input.get());
         if (!moved[i].get()) continue;
         if (!isThere(m_placedElements[i])) return false;
         const u64 place = placeIn(*array, moved[i].get());
@@ -225,13 +226,13 @@ bool LivePatcher::setElements() {
 
 // Plain elements alone: others are made from text with all that is around them.
 bool LivePatcher::addElement(const Step& step) {
-    auto& array = static_cast<Input&>(*step.input.get());
+    auto& array = implOf(*step.input.get());
     SceneDocument document;
     const auto element = document.parseElement(*step.change->after, array.elementType());
     const bool isPlain = element && element->notes.empty() && !element->isArray() &&
                          !element->isObject() && element->kind.empty();
     if (!isPlain || step.newIndex > array.inputCount()) return false;
-    auto* made = static_cast<Input*>(array.insertElement(step.newIndex));
+    auto* made = implOf(array.insertElement(step.newIndex));
     return made && setValue(*made, element->value) &&
            (element->source.empty() || setSource(*made, element->source));
 }
@@ -239,7 +240,7 @@ bool LivePatcher::addElement(const Step& step) {
 bool LivePatcher::setInputs() {
     return std::ranges::all_of(m_set, [&](const Step& step) {
         if (!isThere(step)) return false;
-        auto& input = static_cast<Input&>(*step.input.get());
+        auto& input = implOf(*step.input.get());
         const auto& after = step.change->after;
         if (step.change->field != "source") return setValue(input, after->view());
         return after ? setSource(input, after->view()) : (input.disconnect(), true);

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
 #include "kelvo/sdk/buffer_result.h"
@@ -20,7 +21,7 @@
 namespace qv::kelvo_sdk {
 
 RefersTo<interfaces::IInput> Output::evaluated(EvalCtx* ctx) const {
-    auto* output = static_cast<impl::Output*>(get());
+    auto* output = impl::implOf(get());
     const impl::Value value = output ? output->evaluate(ctx) : impl::Value();
     if (value.isNull()) return {};
     // The elements stay for the caller; the input that shows them does not.
@@ -144,7 +145,7 @@ Value Output::evaluate(void* callerCtx) {
 // Results may depend on what a caller's own pointer leads to.
 EvalCache* Output::cacheFor(const EvalCtx* caller) const {
     if (!m_node || (caller && caller->user())) return nullptr;
-    const auto* scene = static_cast<const Scene*>(m_node->scene());
+    const auto* scene = implOf(m_node->scene());
     return scene ? scene->evalCache() : nullptr;
 }
 

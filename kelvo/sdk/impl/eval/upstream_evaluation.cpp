@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/eval/upstream_evaluation.h"
 
 #include "kelvo/sdk/impl/eval/eval_stack.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -48,12 +49,12 @@ private:
     }
 
     void leaveFor(const INode& node) {
-        m_lists.assign(1, &static_cast<const Node&>(node).inputs());
+        m_lists.assign(1, &implOf(node).inputs());
         while (!m_lists.empty()) {
             const ds::Vector<IInput*>& inputs = *m_lists.back();
             m_lists.pop_back();
             for (const IInput* next : inputs) {
-                const auto& input = *static_cast<const Input*>(next);
+                const auto& input = *implOf(next);
                 if (!input.members().empty()) m_lists.push_back(&input.members());
                 Output* source = input.sourceOutput();
                 if (source && source->node() && source->node()->hasNodeEval())
@@ -84,7 +85,7 @@ UpstreamEvaluation::UpstreamEvaluation(const EvalCtx& frame, const EvalLevel& le
     t_innermost = this;
     try {
         for (const RefersTo<IOutput>& source : sources) {
-            auto& output = static_cast<Output&>(*source);
+            auto& output = implOf(*source);
             if (output.isEvaluating()) continue;
             Value result = output.evaluate(const_cast<EvalCtx*>(&frame));
             m_results[&output] = std::move(result);

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -47,8 +48,8 @@ String textIn(const AttrDetails::Texts& texts, String language) {
 
 Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
     : m_isHeldReadOnly(parent && parent->isReadOnly()),
-      m_node(static_cast<Node*>(node)),
-      m_parent(static_cast<Input*>(parent)),
+      m_node(implOf(node)),
+      m_parent(implOf(parent)),
       m_nameHash(isElement() ? 0 : name.foldedHash()),
       m_name(std::move(name)),
       m_value(Value::zero(type)) {
@@ -88,7 +89,7 @@ void Input::endMembers() noexcept {
             if (parent) parent->dropLastMember();
             continue;
         }
-        auto* last = static_cast<Input*>(parent->members().back());
+        auto* last = implOf(parent->members().back());
         if (last->m_refCount.load() == 1 && !last->members().empty())
             parent = last;
         else
@@ -99,7 +100,7 @@ void Input::endMembers() noexcept {
 // Others may keep it: then it lives on by itself.
 void Input::dropLastMember() noexcept {
     ds::Vector<IInput*>& list = m_extras->members;
-    auto* last = static_cast<Input*>(list.back());
+    auto* last = implOf(list.back());
     list.pop_back();
     if (last->m_node) last->letGo();
     last->m_parent = nullptr;
@@ -163,7 +164,7 @@ void Input::forEachWithin(const Visit& visit) const noexcept {
     for (;;) {
         const ds::Vector<IInput*>& list = at->members();
         if (!list.empty() && at->m_extras->nextMember < list.size()) {
-            at = static_cast<Input*>(list[at->m_extras->nextMember++]);
+            at = implOf(list[at->m_extras->nextMember++]);
             enter(*at);
         } else {
             if (at == this) return;
@@ -199,7 +200,7 @@ IInput* Input::clone(INode* node, IInput* parent) const {
             open.pop_back();
             continue;
         }
-        const auto& from = static_cast<const Input&>(*level.from->members()[level.next++]);
+        const auto& from = implOf(*level.from->members()[level.next++]);
         RefersTo<Input> member = from.cloneAlone(node, level.to);
         Input* const to = member.get();
         level.to->adoptMember(member.detach());
@@ -357,7 +358,7 @@ void Input::recordTies() {
     std::vector<Input*> all{this};
     for (u64 i = 0; i < all.size(); ++i)
         for (IInput* member : all[i]->members())
-            all.push_back(static_cast<Input*>(member));
+            all.push_back(implOf(member));
     for (Input* input : all)
         input->recordLinks(step);
     // Undo goes from the last record to the first: each finds those before it in place.

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/input_changes.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -12,8 +13,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-InputChange::InputChange(Input& input)
-    : m_input(&input), m_node(static_cast<Node*>(input.node())) {}
+InputChange::InputChange(Input& input) : m_input(&input), m_node(implOf(input.node())) {}
 
 void InputChange::expect(Scene& scene) {
     scene.expect(static_cast<const IInput*>(m_input.get()));
@@ -31,7 +31,7 @@ namespace {
 
 // Tells whether an input of a node of the scene leads out of it.
 bool isBarred(const Input& input, const INode* to) {
-    const auto* node = static_cast<const Node*>(input.node());
+    const auto* node = implOf(input.node());
     return node && !node->hasLeft() && barBetween(node, to);
 }
 

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/departure.h"
@@ -258,7 +259,7 @@ void Input::number(u64 from, u64 end) noexcept {
     const ds::Vector<IInput*>& list = members();
     const u64 first = firstNumber();
     for (u64 i = from; i < end; ++i)
-        static_cast<Input*>(list[i])->m_number = first + i;
+        implOf(list[i])->m_number = first + i;
 }
 
 u64 Input::placeInList() const noexcept {
@@ -328,7 +329,7 @@ namespace {
 // still be read. `placeOf()` is asked when the removal is recorded.
 template<typename PlaceOf>
 void takeOff(Input& parent, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
-    const RefersTo<Node> held(static_cast<Node*>(parent.node()));
+    const RefersTo<Node> held(implOf(parent.node()));
     EditStep step(held.get());
     Departure departing(removed);
     expectNews(held.get(), static_cast<const IInput*>(&removed));
@@ -358,14 +359,13 @@ bool Input::clearInputs() {
     const EditStep step(m_node);
     recordTies();
     while (!members().empty())
-        takeOff(*this, static_cast<Input&>(*members().back()), false,
-                [this] { return members().size() - 1; });
+        takeOff(*this, implOf(*members().back()), false, [this] { return members().size() - 1; });
     news.release();
     return members().empty();
 }
 
 bool Input::removeFound(IInput* member) {
-    auto* removed = static_cast<Input*>(member);
+    auto* removed = implOf(member);
     takeOff(*this, *removed, true,
             [&] { return isArray() ? removed->elementIndex() : indexInList(members(), member); });
     return true;

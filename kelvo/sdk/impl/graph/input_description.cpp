@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/input.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 namespace qv::kelvo_sdk {
@@ -9,7 +10,7 @@ namespace qv::kelvo_sdk {
 namespace {
 
 const impl::AttrDetails* detailsOf(const interfaces::IInput* input) {
-    return input ? static_cast<const impl::Input*>(input)->details() : nullptr;
+    return input ? impl::implOf(input)->details() : nullptr;
 }
 
 Input shown(const impl::Value& value) {
@@ -19,7 +20,7 @@ Input shown(const impl::Value& value) {
 } // namespace
 
 Input Input::defaultValue() const {
-    return get() ? shown(static_cast<const impl::Input*>(get())->defaultValue()) : Input();
+    return get() ? shown(impl::implOf(get())->defaultValue()) : Input();
 }
 
 Input Input::minimum() const {

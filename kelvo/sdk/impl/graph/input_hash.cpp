@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/input_extras.h"
@@ -68,7 +69,7 @@ u64 Input::membersHash(const StringVector& skip) const {
         Level& level = open.back();
         const ds::Vector<IInput*>& list = level.input->members();
         if (level.next < list.size()) {
-            const auto& member = static_cast<const Input&>(*list[level.next++]);
+            const auto& member = implOf(*list[level.next++]);
             if (member.members().empty() || member.keptHash() != 0)
                 level.add(member, member.hashWith(skip));
             else

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 
@@ -20,7 +21,7 @@ public:
             if (m_outer.empty()) return nullptr;
             leave();
         }
-        auto* input = static_cast<Input*>((*m_at.list)[m_at.next++]);
+        auto* input = implOf((*m_at.list)[m_at.next++]);
         if (!input->members().empty()) {
             m_outer.push_back(m_at);
             m_at = {&input->members()};

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/node_changes.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -21,9 +22,9 @@ u64 bytesOf(const Output& output) {
 u64 bytesOf(const Node& node) {
     u64 bytes = sizeof(Node);
     for (const IInput* input : node.inputs())
-        bytes += static_cast<const Input*>(input)->ownBytes();
+        bytes += implOf(input)->ownBytes();
     for (const IOutput* output : node.outputs())
-        bytes += bytesOf(static_cast<const Output&>(*output));
+        bytes += bytesOf(implOf(*output));
     return bytes;
 }
 

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 
 #include "kelvo/base/string_io.h"
@@ -14,7 +15,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 const Output& asOutput(const interfaces::IOutput* output) noexcept {
-    return static_cast<const Output&>(*output);
+    return implOf(*output);
 }
 
 String counted(u64 count, const char* what) {
@@ -40,7 +41,7 @@ bool holdsEachOnce(const List& list) {
 // or one before it is.
 template<typename Attribute, typename Fail>
 void checkIndexOf(const ds::Vector<Attribute*>& list, const char* kind, const Fail& fail) {
-    using Own = typename ListedAs<Attribute>::Own;
+    using Own = typename ImplementationOf<Attribute>::Type;
     const auto* index = list.empty() ? nullptr : static_cast<const Own*>(list[0])->listIndex();
     if (!index) return;
     std::unordered_set<const Own*> found;
@@ -120,7 +121,7 @@ void SceneVerifier::checkInputs(const Node& node) {
             m_way.pop_back();
             continue;
         }
-        const Input* input = static_cast<const Input*>((*step.list)[step.next++]);
+        const Input* input = implOf((*step.list)[step.next++]);
         if (!input) continue;
         checkPlaceOf(*input, step);
         checkInput(*input);
@@ -163,7 +164,7 @@ String SceneVerifier::place() const {
     text.append(m_node->name().view());
     for (const Step& step : m_way) {
         if (step.next == 0) break;
-        const auto* input = static_cast<const Input*>((*step.list)[step.next - 1]);
+        const auto* input = implOf((*step.list)[step.next - 1]);
         if (step.parent && step.parent->type() == AttrType::Array) {
             text.append("[").appendUInt(step.next - 1);
             text.append("]");

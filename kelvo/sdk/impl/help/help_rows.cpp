@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/help/help_rows.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/layout.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -45,7 +46,7 @@ HelpRow rowOf(const IInput& input, u32 depth) {
     row.help = input.help("auto");
     row.isReadOnly = input.isReadOnly();
     row.defaultText = helpDefault(input);
-    if (const AttrDetails* details = static_cast<const Input&>(input).details()) {
+    if (const AttrDetails* details = implOf(input).details()) {
         row.range = helpRange(*details);
         for (const Value& choice : details->choices)
             row.choices.push_back(helpValue(choice));

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/observe/net_changes.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
+
 namespace qv::kelvo_sdk::impl {
 
 void NetChanges::nodeRenamed(INode* node, const String& before) {
@@ -91,7 +93,7 @@ const interfaces::SceneChanges& NetChanges::net() noexcept {
 
 // Arrays whose elements were moved have no value to compare.
 void NetChanges::addInput(const InputNews& news, interfaces::SceneChanges& to) const noexcept {
-    const auto* input = static_cast<const Input*>(news.held.get());
+    const auto* input = implOf(news.held.get());
     if (cameOrWent(news.node.get())) return;
     if (news.isIn && !news.wasIn) to.addedInputs.push_back(input);
     if (!news.isIn && news.wasIn) to.removedInputs.push_back(input);

@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
 #include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -30,10 +31,10 @@ bool isOfKind(const Output& output, const Output& definition) {
 }
 
 const String& nameOf(const IInput& input) {
-    return static_cast<const Input&>(input).ownName();
+    return implOf(input).ownName();
 }
 const String& nameOf(const interfaces::IOutput& output) {
-    return static_cast<const Output&>(output).ownName();
+    return implOf(output).ownName();
 }
 
 // "Buffer<Pos3f>" for what declares so, whatever it holds now.
@@ -49,8 +50,8 @@ void copyMembers(const Input& definition, Input& made) {
         const auto [from, to] = left.back();
         left.pop_back();
         for (const IInput* next : from->members()) {
-            const auto& known = static_cast<const Input&>(*next);
-            auto* member = static_cast<Input*>(to->createInput(known.name(), known.description()));
+            const auto& known = implOf(*next);
+            auto* member = implOf(to->createInput(known.name(), known.description()));
             if (!member) continue;
             if (!known.value().isNull()) member->setValue(known.value());
             if (!known.members().empty()) left.emplace_back(&known, member);
@@ -72,7 +73,7 @@ RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* pare
         if (inside ? inside->lookUpInput(name) : held->lookUpInput(name)) return false;
         IInput* made = inside ? inside->createInput(name, known->description())
                               : held->createInput(name, known->description());
-        if (made) copyMembers(*known, static_cast<Input&>(*made));
+        if (made) copyMembers(*known, implOf(*made));
         return made != nullptr;
     });
 }
@@ -148,7 +149,7 @@ void SceneRules::checkUnknown(Node& node, const Node& definition) {
         left.pop_back();
         const auto& candidates = known ? known->members() : definition.inputs();
         for (const IInput* next : parent ? parent->members() : node.inputs()) {
-            const auto& input = static_cast<const Input&>(*next);
+            const auto& input = implOf(*next);
             const String& name = input.ownName();
             if (!parent && name == "_meta") continue;
             const IInput* found = known ? known->lookUpInput(name) : definition.lookUpInput(name);
@@ -156,11 +157,11 @@ void SceneRules::checkUnknown(Node& node, const Node& definition) {
                 addUnknown(node, "input", input.path(),
                            nearAttribute(definition, candidates, name));
             else if (input.isObject() && found->type() == AttrType::Object)
-                left.push_back({&input, static_cast<const Input*>(found)});
+                left.push_back({&input, implOf(found)});
         }
     }
     for (const IOutput* next : node.outputs()) {
-        const String& name = static_cast<const Output*>(next)->ownName();
+        const String& name = implOf(next)->ownName();
         if (!definition.lookUpOutput(name))
             addUnknown(node, "output", node.name() + "." + name,
                        nearAttribute(definition, definition.outputs(), name));
@@ -197,11 +198,11 @@ void SceneRules::checkInputs(Node& node, const Node& definition) {
         const Step step = left.back();
         left.pop_back();
         for (const IInput* next : *step.known) {
-            const auto& known = static_cast<const Input&>(*next);
+            const auto& known = implOf(*next);
             const String& name = known.ownName();
             IInput* found = step.parent ? step.parent->lookUpInput(name) : node.lookUpInput(name);
-            if (!checkInput(node, step.parent, static_cast<Input*>(found), known)) continue;
-            if (known.isObject()) left.push_back({static_cast<Input*>(found), &known.members()});
+            if (!checkInput(node, step.parent, implOf(found), known)) continue;
+            if (known.isObject()) left.push_back({implOf(found), &known.members()});
         }
     }
 }
@@ -243,8 +244,8 @@ void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition
 
 void SceneRules::checkOutputs(Node& node, const Node& definition) {
     for (const IOutput* next : definition.outputs()) {
-        const auto& known = static_cast<const Output&>(*next);
-        const auto* output = static_cast<const Output*>(node.lookUpOutput(known.ownName()));
+        const auto& known = implOf(*next);
+        const auto* output = implOf(node.lookUpOutput(known.ownName()));
         const String path = node.name() + "." + known.ownName();
         if (!output)
             add(Rule::MissingOutput, &node, path,
