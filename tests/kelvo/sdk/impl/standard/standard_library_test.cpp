@@ -7,7 +7,6 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/help/knd_html_writer.h"
-#include "kelvo/sdk/impl/help/safe_svg.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/input.h"
 #include "kelvo/sdk/lib_info.h"
