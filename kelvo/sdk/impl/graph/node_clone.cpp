@@ -7,8 +7,18 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/node.h"
 
 #include <tuple>
+
+namespace qv::kelvo_sdk {
+
+Node Node::copyByItself(String name) const {
+    const auto* node = static_cast<const impl::Node*>(get());
+    return node ? Node(adoptRef, node->clone(nullptr, std::move(name))) : Node();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

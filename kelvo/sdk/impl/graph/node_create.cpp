@@ -12,9 +12,34 @@
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
+#include "kelvo/sdk/node.h"
+
 #include "kelvo/base/log.h"
 
 #include <tuple>
+
+namespace qv::kelvo_sdk {
+
+Input Node::createBuffer(String name, DataType elementType) const {
+    auto* node = static_cast<impl::Node*>(get());
+    return node ? Input(node->createBuffer(std::move(name), elementType)) : Input();
+}
+
+Input Node::createInput(String name, const Input& like) const {
+    if (!get() || !like) return Input();
+    impl::AttrData data(like.type());
+    data.elementType = like.elementType();
+    data.dataType = like->dataType();
+    data.value = static_cast<const impl::Input&>(*like).value();
+    return Input(static_cast<impl::Node*>(get())->createInput(std::move(name), std::move(data)));
+}
+
+Output Node::createOutput(String name, DataType elementType) const {
+    auto* node = static_cast<impl::Node*>(get());
+    return node ? Output(node->createOutput(std::move(name), elementType)) : Output();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 
@@ -58,6 +83,15 @@ IInput* Node::createInput(String name, AttrData data) {
     if (!checkAttrName(name, "Input", *this)) return nullptr;
     if (IInput* existing = reusableInput(name, data.type, AttrType::Null, DataType::Null))
         return existing;
+    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
+}
+
+IInput* Node::createBuffer(String name, DataType elementType) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(name, AttrType::Buffer, AttrType::Null, elementType))
+        return existing;
+    AttrData data(AttrType::Buffer);
+    data.dataType = elementType;
     return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
 }
 

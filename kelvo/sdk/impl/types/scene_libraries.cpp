@@ -1,10 +1,24 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/scene.h"
 
 #include <algorithm>
 
 // ---- Libraries -----------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk {
+
+u64 Scene::libraryCount() const {
+    return get() ? static_cast<const impl::Scene*>(get())->libraries().size() : 0;
+}
+
+LibInfo Scene::library(u64 index) const {
+    if (index >= libraryCount()) return LibInfo();
+    return LibInfo(static_cast<const impl::Scene*>(get())->libraries()[index].get());
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 
