@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk {
 struct HelpRow {
     /// Levels below the node: members and elements stand below the input that holds them.
     u32 depth = 0;
-    /// As the holder finds it: "size", "[0]".
+    /// As its parent finds it: "size", "[0]".
     String name;
     String label;
     String kind;

@@ -67,12 +67,12 @@ void DirtyCache::recheckEarly() {
 
 // Without recursion: chains may be longer than the stack is deep.
 void DirtyCache::spread(const Node& from) {
-    m_left.assign(1, &from);
-    while (!m_left.empty()) {
-        const Node& node = *m_left.back();
-        m_left.pop_back();
+    m_pending.assign(1, &from);
+    while (!m_pending.empty()) {
+        const Node& node = *m_pending.back();
+        m_pending.pop_back();
         visitReaders(node, [this](Node& reader) {
-            if (!std::exchange(reader.m_dirty, true)) m_left.push_back(&reader);
+            if (!std::exchange(reader.m_dirty, true)) m_pending.push_back(&reader);
         });
     }
 }

@@ -270,7 +270,7 @@ public:
     void putMember(Input* member, u64 index);
     void takeMember(Input* member);
     /// The input comes back to, and leaves, a node that it knows, with what it holds.
-    void entered(Node* node, Input* holder);
+    void entered(Node* node, Input* parent);
     void left();
 
 private:
@@ -324,7 +324,7 @@ private:
     [[nodiscard]] bool isDefaultAlone() const;
     bool resetAlone();
     u64 plainHash(const StringVector& skip) const;
-    u64 holderHash(const StringVector& skip) const;
+    u64 membersHash(const StringVector& skip) const;
     void keepHash(u64 hash) const noexcept { m_hash.store(hash, std::memory_order_relaxed); }
     [[nodiscard]] u64 keptHash() const noexcept { return m_hash.load(std::memory_order_relaxed); }
     void dropHash() noexcept;

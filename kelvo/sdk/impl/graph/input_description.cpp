@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/input.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/node.h"
@@ -10,13 +11,10 @@ namespace qv::kelvo_sdk {
 
 namespace {
 
-// Null for an empty handle.
-impl::Input* implOf(interfaces::IInput* input) {
-    return static_cast<impl::Input*>(input);
-}
+using impl::implOf;
 
 const impl::AttrDetails* detailsOf(const interfaces::IInput* input) {
-    return input ? static_cast<const impl::Input*>(input)->details() : nullptr;
+    return input ? implOf(input)->details() : nullptr;
 }
 
 Input shown(const impl::Value& value) {

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -79,7 +80,7 @@ void Input::replaceValue(Value& value) {
 // Asked for every value set: hardly any input gets past the first line.
 bool Input::isUpToModifiers() const {
     if (!m_node || !(m_node->modifying() || stashed())) return false;
-    const auto* scene = static_cast<const Scene*>(m_node->liveScene());
+    const auto* scene = implOf(m_node->liveScene());
     return scene && scene->isModified(*m_node);
 }
 
@@ -353,7 +354,7 @@ bool Input::unstash() {
     if (!stashed()) return false;
     const Value kept = *stashed();
     if (isUpToModifiers()) return setValue(kept);
-    const RefersTo<Scene> scene(m_node ? static_cast<Scene*>(m_node->liveScene()) : nullptr);
+    const RefersTo<Scene> scene(m_node ? implOf(m_node->liveScene()) : nullptr);
     std::optional<RecordScope> record;
     if (scene) record.emplace(*scene);
     NewsHold news;

@@ -6,6 +6,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -21,7 +22,7 @@
 namespace qv::kelvo_sdk {
 
 Input Node::createBuffer(String name, DataType elementType) const {
-    auto* node = static_cast<impl::Node*>(get());
+    impl::Node* node = impl::implOf(get());
     return node ? Input(node->createBuffer(std::move(name), elementType)) : Input();
 }
 
@@ -30,12 +31,12 @@ Input Node::createInput(String name, const Input& like) const {
     impl::AttrData data(like.type());
     data.elementType = like.elementType();
     data.dataType = like->dataType();
-    data.value = static_cast<const impl::Input&>(*like).value();
-    return Input(static_cast<impl::Node*>(get())->createInput(std::move(name), std::move(data)));
+    data.value = impl::implOf(*like).value();
+    return Input(impl::implOf(get())->createInput(std::move(name), std::move(data)));
 }
 
 Output Node::createOutput(String name, DataType elementType) const {
-    auto* node = static_cast<impl::Node*>(get());
+    impl::Node* node = impl::implOf(get());
     return node ? Output(node->createOutput(std::move(name), elementType)) : Output();
 }
 

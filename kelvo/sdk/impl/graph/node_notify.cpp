@@ -4,6 +4,7 @@
 // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
 // change of several parts all of it comes when that is complete.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/modifier_list.h"
@@ -19,7 +20,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 Scene* sceneOf(IScene* scene) noexcept {
-    return static_cast<Scene*>(scene);
+    return implOf(scene);
 }
 
 kelvo_sdk::Input handleOn(const IInput* input) {
@@ -111,7 +112,7 @@ void Node::tellObservers(const Tell& tell) const {
 // Tells whether it is worth the while to remember a change until it is told. What nobody hears of
 // makes the scene dirty at once.
 bool Node::isNews(const IInput& input) const {
-    if (isHeard() || isModifierList(static_cast<const Input&>(input)) || m_isObserved) return true;
+    if (isHeard() || isModifierList(implOf(input)) || m_isObserved) return true;
     if (m_scene) sceneOf(m_scene)->setDirty();
     return false;
 }

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/help.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/layout.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -45,7 +46,7 @@ HelpRow rowOf(const IInput& input, u32 depth) {
     row.help = input.help("auto");
     row.isReadOnly = input.isReadOnly();
     row.defaultText = helpDefault(input);
-    if (const AttrDetails* details = static_cast<const Input&>(input).details()) {
+    if (const AttrDetails* details = implOf(input).details()) {
         row.range = helpRange(*details);
         for (const Value& choice : details->choices)
             row.choices.push_back(helpValue(choice));
@@ -92,10 +93,10 @@ std::vector<HelpPage> pagesOf(const interfaces::INode& node) {
     std::vector<HelpPage> pages;
     std::unordered_set<const IInput*> told;
     const auto* layout = dynamic_cast<const Layout*>(node.layout());
-    const auto* holder = dynamic_cast<const Node*>(&node);
-    if (layout && holder)
+    const auto* own = dynamic_cast<const Node*>(&node);
+    if (layout && own)
         for (const Layout::Page& page : layout->pages())
-            addPage(*holder, page, told, pages);
+            addPage(*own, page, told, pages);
     HelpPage rest;
     if (!pages.empty()) rest.label = "Other";
     rest.groups.emplace_back();

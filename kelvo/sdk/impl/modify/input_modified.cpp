@@ -1,4 +1,5 @@
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
@@ -9,7 +10,7 @@ namespace qv::kelvo_sdk::impl {
 // The scene reports the values that modifiers write when all have written. Every other value is the
 // user's and replaces the one that is kept aside; the node is modified again after that.
 bool Input::storeModified(Value value) {
-    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
+    Modifiers& modifiers = implOf(m_node->scene())->modifiers();
     const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
     const Value before = isModifiers ? m_value : ownValue();
     if (before == value) return true;

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
@@ -10,12 +11,12 @@
 namespace qv::kelvo_sdk {
 
 u64 Scene::libraryCount() const {
-    return get() ? static_cast<const impl::Scene*>(get())->libraries().size() : 0;
+    return get() ? impl::implOf(get())->libraries().size() : 0;
 }
 
 LibInfo Scene::library(u64 index) const {
     if (index >= libraryCount()) return LibInfo();
-    return LibInfo(static_cast<const impl::Scene*>(get())->libraries()[index].get());
+    return LibInfo(impl::implOf(get())->libraries()[index].get());
 }
 
 } // namespace qv::kelvo_sdk
