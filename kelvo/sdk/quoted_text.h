@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk {
 
 /// Returns a text in quotes, as it stands in scene text: with escapes for quotes, backslashes,
 /// control characters and bytes that are no UTF-8. It reads back byte for byte.
-[[nodiscard]] QV_EXPORT String quoted(std::string_view text);
+[[nodiscard]] QV_EXPORT String quotedText(std::string_view text);
 
 /// The outcome of reading a text in quotes.
 struct QuotedText {

@@ -13,7 +13,7 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
-using kelvo_sdk::quoted;
+using kelvo_sdk::quotedText;
 using kelvo_sdk::interfaces::BufferView;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
@@ -36,7 +36,7 @@ std::string_view cut(std::string_view text) {
 
 void appendShortText(const String& text, StringIO& out) {
     const bool isWhole = text.size() <= mostBytes;
-    out.append(quoted(isWhole ? text.view() : cut(text.view())).view());
+    out.append(quotedText(isWhole ? text.view() : cut(text.view())).view());
     if (isWhole) return;
     out.append("... ");
     appendCount(text.size(), "byte", out);
@@ -69,7 +69,7 @@ void appendPlain(const IInput& input, bool isShort, StringIO& out) {
     case AttrType::String:
         if (!input.readString(text, false, nullptr)) return;
         if (isShort) return appendShortText(text, out);
-        out.append(quoted(text.view()).view());
+        out.append(quotedText(text.view()).view());
         return;
     default:
         break;

@@ -12,7 +12,7 @@ namespace {
 constexpr const char* types = R"(
 type lamp {
 }
-type soft_lamp : lamp {
+type softbox : lamp {
     Real power = 1 @min 0 @max 9 @unit "W" @help "en" "How bright."
     String shape = "round" @choices ["round", "flat"]
     Object rim {
@@ -31,13 +31,14 @@ protected:
     Node m_type;
 
     void SetUp() override {
-        m_type = m_library.findType("soft_lamp");
+        m_type = m_library.findType("softbox");
         ASSERT_TRUE(m_type);
     }
 };
 
-TEST_F(Help, Title_IsTheTypeInWordsWhereThereIsNoLabel) {
-    EXPECT_EQ(helpTitle(m_type), "Soft Lamp");
+TEST_F(Help, Title_IsTheTypeWhereThereIsNoLabel) {
+    EXPECT_EQ(helpTitle(m_type), "Softbox");
+    EXPECT_EQ(helpTitle(LibInfo::standard().findType("areaLight")), "Area Light");
     EXPECT_EQ(helpTitle(Node()), "");
 }
 
@@ -72,7 +73,7 @@ TEST_F(Help, Row_TellsAllOfAnInput) {
 
 TEST_F(Help, Example_IsSceneTextThatReads) {
     const String text = helpExample(m_type);
-    EXPECT_TRUE(text.view().starts_with("node soft_lamp \"")) << text.buf();
+    EXPECT_TRUE(text.view().starts_with("node softbox \"")) << text.buf();
     EXPECT_TRUE(Scene::create().read(text, "example.kns"));
     EXPECT_EQ(helpExample(Node()), "");
 }

@@ -20,14 +20,14 @@ TEST(QuotedText, Quoted_EscapesWhatCannotStandInQuotes) {
         {"\xFF", R"("\xff")"},
     };
     for (const auto& [text, expected] : cases)
-        EXPECT_EQ(quoted(text), expected);
+        EXPECT_EQ(quotedText(text), expected);
 }
 
 TEST(QuotedText, EveryByte_ReadsBack) {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte)
         bytes += static_cast<char>(byte);
-    const String text = quoted(bytes);
+    const String text = quotedText(bytes);
     const QuotedText read = readQuoted(text.view());
     EXPECT_EQ(read.problem, nullptr);
     EXPECT_EQ(read.size, text.size());

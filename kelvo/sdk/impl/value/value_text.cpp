@@ -232,7 +232,7 @@ void writeQuoted(std::string_view text, StringIO& out) {
 
 namespace qv::kelvo_sdk {
 
-String quoted(std::string_view text) {
+String quotedText(std::string_view text) {
     StringIO out;
     impl::writeQuoted(text, out);
     return out.take();
