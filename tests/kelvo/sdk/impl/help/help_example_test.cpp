@@ -59,7 +59,7 @@ TEST_F(HelpExample, LongText_GivesWayToATypicalOne) {
 }
 
 TEST_F(HelpExample, NamelessNode_IsCalledAfterItsType) {
-    const Node node(nullptr, "light", "");
+    Node node(nullptr, "light", "");
     EXPECT_STREQ(helpExample(kelvo_sdk::Node(&node)).buf(), "node light \"light1\" {\n}\n");
 }
 
@@ -69,7 +69,7 @@ TEST_F(HelpExample, EmptyTexts_AreNoExample) {
 }
 
 TEST_F(HelpExample, TypeThatIsNoIdentifier_IsQuoted) {
-    const Node node(nullptr, "a <b>", "");
+    Node node(nullptr, "a <b>", "");
     EXPECT_STREQ(helpExample(kelvo_sdk::Node(&node)).buf(), "node \"a <b>\" \"a <b>1\" {\n}\n");
 }
 

@@ -8,6 +8,7 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/help/knd_html_writer.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/icon.h"
 #include "kelvo/sdk/input.h"
 #include "kelvo/sdk/lib_info.h"
 #include "kelvo/sdk/node.h"
