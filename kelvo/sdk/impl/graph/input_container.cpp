@@ -107,6 +107,12 @@ IInput* Input::createArray(String name, AttrType elementType) {
     return createChecked(std::move(name), std::move(definition));
 }
 
+IInput* Input::createBuffer(String name, DataType elementType) {
+    AttrData definition(AttrType::Buffer);
+    definition.dataType = elementType;
+    return createChecked(std::move(name), std::move(definition));
+}
+
 // To ask for one that is there is no change.
 IInput* Input::createChecked(String name, AttrData definition) {
     const bool isNew = (isArray() || isObject()) && !lookUpInput(name);

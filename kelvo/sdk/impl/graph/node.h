@@ -122,6 +122,8 @@ public:
 
     IInput* createInput(String name, AttrType type) override;
     IInput* createInput(String name, AttrData data);
+    /// As `createInput`, for a buffer that declares its element type.
+    IInput* createBuffer(String name, DataType elementType);
     IInput* createArray(String name, AttrType elementType) override;
     IOutput* createOutput(String name, AttrType type) override;
     /// Returns the input that a creator must return instead of making one, or null.

@@ -8,8 +8,17 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/node.h"
 
 #include <tuple>
+
+namespace qv::kelvo_sdk {
+
+Node Node::copyByItself(String name) const {
+    return get() ? Node(adoptRef, impl::implOf(get())->clone(nullptr, std::move(name))) : Node();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/help/help_example.h"
+#include "kelvo/sdk/help.h"
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
@@ -113,9 +113,7 @@ String typicalExample(const INode& node) {
     return out.take();
 }
 
-} // namespace
-
-String helpExample(const INode& node) {
+String exampleOf(const INode& node) {
     if (hasChanges(node) && isSmall(node)) {
         String text = node.serialize(false, true);
         if (text.size() <= mostBytes) return text;
@@ -123,4 +121,13 @@ String helpExample(const INode& node) {
     return typicalExample(node);
 }
 
+} // namespace
 } // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+String helpExample(const Node& type) {
+    return type ? impl::exampleOf(*type) : String();
+}
+
+} // namespace qv::kelvo_sdk

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/help.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -89,18 +89,7 @@ void addPage(const Node& node, const Layout::Page& page, std::unordered_set<cons
     if (!result.groups.empty()) pages.push_back(std::move(result));
 }
 
-} // namespace
-
-String helpTitle(const interfaces::INode& node) {
-    const String label = node.label("auto");
-    return label.isEmpty() ? node.type().replace("_", " ", true, false).titleCased(true) : label;
-}
-
-String helpKind(const String& typeName) {
-    return typeName.replace("<Null>", "", true, false);
-}
-
-std::vector<HelpPage> helpPages(const interfaces::INode& node) {
+std::vector<HelpPage> pagesOf(const interfaces::INode& node) {
     std::vector<HelpPage> pages;
     std::unordered_set<const IInput*> told;
     const auto* layout = dynamic_cast<const Layout*>(node.layout());
@@ -117,4 +106,22 @@ std::vector<HelpPage> helpPages(const interfaces::INode& node) {
     return pages;
 }
 
+} // namespace
 } // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+String helpTitle(const Node& type) {
+    const String label = type.label();
+    return label.isEmpty() ? type.type().replace("_", " ", true, false).titleCased(true) : label;
+}
+
+String helpKind(const String& typeName) {
+    return typeName.replace("<Null>", "", true, false);
+}
+
+std::vector<HelpPage> helpPages(const Node& type) {
+    return type ? impl::pagesOf(*type) : std::vector<HelpPage>();
+}
+
+} // namespace qv::kelvo_sdk
