@@ -304,8 +304,8 @@ class AllOrNothing(Edit):
         self.file.write_text(text)
         for kind in ("Real", "Array<Real>", "Buffer<Float>"):
             with self.subTest(kind):
-                self.assertEqual(text, self.edit(f"add {kind} a.o.m", status=2, error="kelvo: -c:1:1: "
-                                                 "add: Cannot change input 'a.o': it is read-only.\n"))
+                error = "kelvo: -c:1:1: add: Cannot change input 'a.o': it is read-only.\n"
+                self.assertEqual(self.edit(f"add {kind} a.o.m", status=2, error=error), text)
 
     def test_of_several_texts_the_one_at_fault_is_told(self):
         self.edit("set lamp.count 9", "undo 5", status=2,
