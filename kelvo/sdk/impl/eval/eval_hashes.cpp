@@ -211,14 +211,8 @@ void EvalHashes::nodeAdded(const Node& node) noexcept {
 // Without memory for the walk, all are forgotten.
 void EvalHashes::forgetReaders(const Node& from) noexcept {
     try {
-        m_pending.assign(1, &from);
-        while (!m_pending.empty()) {
-            const Node& node = *m_pending.back();
-            m_pending.pop_back();
-            visitReaders(node, [this](const Node& reader) {
-                if (m_known.erase(&reader) != 0) m_pending.push_back(&reader);
-            });
-        }
+        visitDownstream(from, m_pending,
+                        [this](const Node& reader) { return m_known.erase(&reader) != 0; });
     } catch (const std::bad_alloc&) {
         m_known.clear();
     }

@@ -298,6 +298,7 @@ private:
     bool store(Value value);
     [[nodiscard]] bool isUpToModifiers() const;
     bool storeModified(Value value);
+    void replaceUserValue(Value value, const Value* kept);
     void replaceValue(Value& value);
     void changed(Value before);
     [[nodiscard]] bool readSource(AttrType kind, void* ctx, Value& out) const;

@@ -61,13 +61,20 @@ bool Input::store(Value value) {
     if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
     if (!writable(value)) return false;
+    replaceUserValue(std::move(value), nullptr);
+    return true;
+}
+
+// Records the change and tells of it. `kept` is the user's value before, where another one hides
+// it, which ends then.
+void Input::replaceUserValue(Value value, const Value* kept) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
     expectNews(m_node, static_cast<const IInput*>(this));
+    if (kept) dropStash();
     replaceValue(value);
     step.commit();
-    changed(std::move(value));
-    return true;
+    changed(kept ? *kept : std::move(value));
 }
 
 // Leaves the value before in `value`.

@@ -7,6 +7,8 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
+#include <vector>
+
 namespace qv::kelvo_sdk::impl {
 
 /// Returns the node that an input by itself links to, or null.
@@ -83,6 +85,21 @@ void visitReaders(const Node& node, const Visit& visit) {
     if (IScene* scene = node.scene()) implOf(scene)->links().forEach(&node, visitOwner);
     for (const IOutput* output : node.outputs())
         implOf(output)->forEachTarget(visitOwner);
+}
+
+/// Calls `enter(Node&)` for the readers of a node, and of each that `enter` answers true for, at
+/// any distance; without recursion: chains may be longer than the stack is deep. A node may be met
+/// again. `pending` is the memory that the walk works in.
+template<typename Enter>
+void visitDownstream(const Node& from, std::vector<const Node*>& pending, const Enter& enter) {
+    pending.assign(1, &from);
+    while (!pending.empty()) {
+        const Node& node = *pending.back();
+        pending.pop_back();
+        visitReaders(node, [&](Node& reader) {
+            if (enter(reader)) pending.push_back(&reader);
+        });
+    }
 }
 
 } // namespace qv::kelvo_sdk::impl

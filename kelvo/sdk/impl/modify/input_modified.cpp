@@ -1,8 +1,8 @@
-#include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -21,13 +21,7 @@ bool Input::storeModified(Value value) {
         replaceValue(value);
         return true;
     }
-    EditStep step(m_node);
-    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
-    dropStash();
-    replaceValue(value);
-    step.commit();
-    changed(before);
+    replaceUserValue(std::move(value), &before);
     return true;
 }
 
