@@ -299,6 +299,14 @@ class AllOrNothing(Edit):
                                  error=f"kelvo: -c:{place}: {expected}\n")
                 self.assertEqual(text, SCENE)
 
+    def test_a_read_only_object_takes_no_member(self):
+        text = scene('node n "a" {\n    Object o {\n        Real x = 1\n    } @readonly\n}')
+        self.file.write_text(text)
+        for kind in ("Real", "Array<Real>", "Buffer<Float>"):
+            with self.subTest(kind):
+                error = "kelvo: -c:1:1: add: Cannot change input 'a.o': it is read-only.\n"
+                self.assertEqual(self.edit(f"add {kind} a.o.m", status=2, error=error), text)
+
     def test_of_several_texts_the_one_at_fault_is_told(self):
         self.edit("set lamp.count 9", "undo 5", status=2,
                   error="kelvo: -c 2:1:6: undo: only 1 can be undone.\n")

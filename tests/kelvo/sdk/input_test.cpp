@@ -225,6 +225,15 @@ TEST_F(InputHandle, Members_MayBeArraysAndBuffersOfAKind) {
     EXPECT_FALSE(Input().createBuffer("points", DataType::Pos3f));
 }
 
+TEST_F(InputHandle, ReadOnlyObject_TakesNoMemberOfAnyKind) {
+    ASSERT_TRUE(m_scene.read("node a \"a\" {\n    Object o {\n    } @readonly\n}\n", "a.kns"));
+    const Input object = m_scene["a"]["o"];
+    EXPECT_FALSE(object.createInput("x", AttrType::Real));
+    EXPECT_FALSE(object.createArray("x", AttrType::Real));
+    EXPECT_FALSE(object.createBuffer("x", DataType::Float));
+    EXPECT_EQ(object.inputCount(), 0u);
+}
+
 TEST_F(InputHandle, Dependencies_AreTheNodesBehindThatInputAlone) {
     const Node lamp = m_scene.createNode("lamp", "lamp");
     const Node stand = m_scene.createNode("stand", "stand");

@@ -2,13 +2,13 @@
 
 #include "kelvo/sdk/impl/standard/standard_library.h"
 
+#include "kelvo/sdk/icon.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/layout.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/help/knd_html_writer.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
-#include "kelvo/sdk/icon.h"
 #include "kelvo/sdk/input.h"
 #include "kelvo/sdk/lib_info.h"
 #include "kelvo/sdk/node.h"
