@@ -1,5 +1,7 @@
 #include "tools/kelvo/evaluation.h"
 
+#include "tools/kelvo/value_summary.h"
+
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -13,6 +15,7 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::EvalCtx;
+using kelvo_sdk::Input;
 using kelvo_sdk::impl::LibInfo;
 using kelvo_sdk::impl::Node;
 using kelvo_sdk::impl::Output;
@@ -42,13 +45,13 @@ protected:
     }
 
     // Returns an input "reader.in" that is connected to "source.out".
-    IInput* connected(const char* sourceType, AttrType from, AttrType to) {
+    Input connected(const char* sourceType, AttrType from, AttrType to) {
         auto* source = static_cast<Node*>(m_scene->createNode(sourceType, "source"));
         source->initLibInfo(m_library.get());
         m_source = static_cast<Output*>(source->createOutput("out", from));
         IInput* input = m_scene->createNode("reader", "reader")->createInput("in", to);
         EXPECT_TRUE(input->connect(m_source));
-        return input;
+        return Input(input);
     }
 
     RefersTo<LibInfo> m_library = RefersTo<LibInfo>::adopt(new LibInfo);
@@ -62,58 +65,66 @@ void expectResult(const Evaluation& result, bool hasValue, const char* text) {
 }
 
 TEST_F(EvaluationTest, Callback_GivesTheValue) {
-    expectResult(evaluate(*connected("half", AttrType::Real, AttrType::Real)), true, "0.5");
+    expectResult(evaluate(connected("half", AttrType::Real, AttrType::Real)), true, "0.5");
 }
 
 TEST_F(EvaluationTest, OtherKind_IsConverted) {
-    expectResult(evaluate(*connected("half", AttrType::Real, AttrType::String)), true, "\"0.5\"");
+    expectResult(evaluate(connected("half", AttrType::Real, AttrType::String)), true, "\"0.5\"");
 }
 
 TEST_F(EvaluationTest, ValueThatDoesNotFit_IsTold) {
-    expectResult(evaluate(*connected("half", AttrType::Real, AttrType::Int)), false,
+    expectResult(evaluate(connected("half", AttrType::Real, AttrType::Int)), false,
                  "0.5 (Real) cannot become Int");
 }
 
 TEST_F(EvaluationTest, CallbackThatFails_IsTold) {
-    expectResult(evaluate(*connected("idle", AttrType::Real, AttrType::Real)), false,
+    expectResult(evaluate(connected("idle", AttrType::Real, AttrType::Real)), false,
                  "the eval callback of 'source' gave none");
 }
 
 TEST_F(EvaluationTest, NoCallbackAndNoValue_IsTold) {
-    expectResult(evaluate(*connected("plain", AttrType::Real, AttrType::Real)), false,
+    expectResult(evaluate(connected("plain", AttrType::Real, AttrType::Real)), false,
                  "'source.out' has none, and its node no eval callback to produce one");
 }
 
 TEST_F(EvaluationTest, ValueSetWithoutCallback_IsTaken) {
-    const IInput* input = connected("plain", AttrType::Real, AttrType::UInt);
+    const Input input = connected("plain", AttrType::Real, AttrType::UInt);
     ASSERT_TRUE(m_source->setValue(Value(7.0)));
-    expectResult(evaluate(*input), true, "7");
+    expectResult(evaluate(input), true, "7");
 }
 
-TEST(ShortTextTest, Values_AreShortAsInScenes) {
-    EXPECT_STREQ(shortText(Value(math::Vec2d{1, 2.5})).buf(), "(1 2.5)");
-    EXPECT_STREQ(shortText(Value("a\n")).buf(), "\"a\\n\"");
-    EXPECT_STREQ(shortText(Value(static_cast<INode*>(nullptr))).buf(), "null");
-    EXPECT_EQ(shortText(Value(String::format("%0100d", 0))).size(), 60u + 2 + 3 + 10);
+// Returns a value as `shortValue` writes it.
+template<typename T>
+String shortText(AttrType type, const T& value) {
+    const Input input = Input::create(type);
+    EXPECT_TRUE(input.set(value));
+    return shortValue(*input.get());
+}
+
+TEST(ShortValue, Values_AreShortAsInScenes) {
+    EXPECT_EQ(shortText(AttrType::Vec2, math::Vec2d{1, 2.5}), "(1 2.5)");
+    EXPECT_EQ(shortText(AttrType::String, "a\n"), "\"a\\n\"");
+    EXPECT_EQ(shortText(AttrType::Node, static_cast<INode*>(nullptr)), "null");
+    EXPECT_EQ(shortText(AttrType::String, String::format("%0100d", 0)).size(), 60u + 2 + 3 + 10);
 }
 
 TEST_F(EvaluationTest, InputThatHoldsConnectedOnes_IsEvaluatedWhole) {
-    IInput* input = connected("half", AttrType::Real, AttrType::Real);
-    auto* reader = static_cast<Node*>(input->node());
-    IInput* list = reader->createArray("list", AttrType::Real);
+    const Input input = connected("half", AttrType::Real, AttrType::Real);
+    auto* reader = static_cast<Node*>(input.node());
+    const Input list(reader->createArray("list", AttrType::Real));
     EXPECT_TRUE(list->appendElement()->setReal(2.0));
-    EXPECT_FALSE(isHidden(*list));
+    EXPECT_FALSE(isHidden(list));
     EXPECT_TRUE(list->appendElement()->connect(m_source));
-    EXPECT_TRUE(isHidden(*list));
-    expectResult(evaluateWhole(*list), true, "[2, 0.5]");
-    EXPECT_STREQ(storedValue(*list).buf(), "[2, 0]");
+    EXPECT_TRUE(isHidden(list));
+    expectResult(evaluateWhole(list), true, "[2, 0.5]");
+    EXPECT_STREQ(storedValue(list).buf(), "[2, 0]");
 }
 
 TEST_F(EvaluationTest, InputThatHoldsOneWithoutValue_HasNone) {
-    IInput* input = connected("idle", AttrType::Real, AttrType::Real);
-    IInput* list = static_cast<Node*>(input->node())->createArray("list", AttrType::Real);
+    const Input input = connected("idle", AttrType::Real, AttrType::Real);
+    const Input list(static_cast<Node*>(input.node())->createArray("list", AttrType::Real));
     EXPECT_TRUE(list->appendElement()->connect(m_source));
-    expectResult(evaluateWhole(*list), false, "the eval callback of 'source' gave none");
+    expectResult(evaluateWhole(list), false, "the eval callback of 'source' gave none");
 }
 
 } // namespace
