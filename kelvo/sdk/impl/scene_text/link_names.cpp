@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/link_names.h"
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/text/text_lexer.h"
 
 #include <tuple>
@@ -32,8 +33,8 @@ bool acceptKind(TextLexer& lexer, AttrType& type) {
 } // namespace
 
 bool holdsValues(std::string_view note) noexcept {
-    return note == "@stashed" || note == "@default" || note == "@min" || note == "@max" ||
-           note == "@choices";
+    const NoteRule* rule = findInputNote(note);
+    return rule && holdsValues(*rule);
 }
 
 std::vector<NotePiece> notePieces(const DocNote& note, AttrType type) {

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/scene_text/scene_document_parser.h"
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
+
 #include <tuple>
 
 namespace qv::kelvo_sdk::impl {
@@ -119,7 +121,7 @@ bool DocumentParser::parseOutputLine(DocAttr& attr, DocComments& comments) {
     attr.name = m_lexer.identifier();
     m_lexer.skipBlanks();
     const u64 start = m_lexer.offset();
-    if (m_lexer.accept("@again")) attr.notes.push_back({since(start), {}});
+    if (m_lexer.accept(noteName(Note::Again))) attr.notes.push_back({since(start), {}});
     return !attr.name.empty() && endLine(comments.trailing);
 }
 

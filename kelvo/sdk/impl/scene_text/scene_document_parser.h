@@ -5,6 +5,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
+struct NoteRule;
+
 /// Takes scene text apart into records, without a look at what its values mean: readers of scene
 /// text check them. A function that answers false found something else.
 ///
@@ -50,6 +52,7 @@ private:
     bool parseOutputPath(std::string_view& path);
     bool parseNotes(DocAttr& attr);
     bool parseNote(DocNote& note, AttrType type);
+    bool parseNoteText(const NoteRule& rule, AttrType type);
     bool parseNoteValue(AttrType type);
     bool parseChoices(AttrType type);
     bool endLine(std::string_view& trailing);

@@ -1,6 +1,10 @@
 #include "kelvo/sdk/impl/scene_text/scene_document_parser.h"
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
+
 #include "kelvo/base/utf8.h"
+
+#include <tuple>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -69,29 +73,33 @@ bool DocumentParser::parseNotes(DocAttr& attr) {
 bool DocumentParser::parseNote(DocNote& note, AttrType type) {
     const u64 start = m_lexer.offset();
     m_lexer.skip(1);
-    const std::string_view word = m_lexer.identifier();
-    const bool isByLanguage = word == "label" || word == "help";
-    if (isByLanguage) {
+    std::ignore = m_lexer.identifier();
+    const NoteRule* rule = findInputNote(since(start));
+    if (!rule) return false;
+    if (rule->content == NoteContent::Translation) {
         m_lexer.skipBlanks();
         if (!parseText()) return false;
     }
     note.name = since(start);
     m_lexer.skipBlanks();
     const u64 textStart = m_lexer.offset();
-    if (word == "silent" || word == "announced" || word == "readonly" || word == "unchecked" ||
-        word == "again" || word == "own")
-        return true;
-    bool isRead = false;
-    if (isByLanguage || word == "unit")
-        isRead = parseText();
-    else if (word == "type")
-        isRead = !m_lexer.identifier().empty();
-    else if (word == "choices")
-        isRead = parseChoices(type);
-    else if (word == "stashed" || word == "default" || word == "min" || word == "max")
-        isRead = parseNoteValue(type);
+    if (rule->content == NoteContent::Nothing) return true;
+    const bool isRead = parseNoteText(*rule, type);
     note.text = since(textStart);
     return isRead;
+}
+
+bool DocumentParser::parseNoteText(const NoteRule& rule, AttrType type) {
+    switch (rule.content) {
+    case NoteContent::ElementType:
+        return !m_lexer.identifier().empty();
+    case NoteContent::Value:
+        return parseNoteValue(type);
+    case NoteContent::ValueList:
+        return parseChoices(type);
+    default:
+        return parseText();
+    }
 }
 
 // Reads a value of the kind, or one that names its kind first.

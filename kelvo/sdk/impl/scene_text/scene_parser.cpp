@@ -163,11 +163,11 @@ bool SceneParser::parseNodeName(TreeNode& node) {
 bool SceneParser::parseNodeFlags(TreeNode& node) {
     for (;;) {
         m_lexer.skipBlanks();
-        if (m_lexer.accept("@abstract"))
+        if (m_lexer.accept(noteName(Note::Abstract)))
             node.isAbstract = true;
-        else if (m_lexer.accept("@internal"))
+        else if (m_lexer.accept(noteName(Note::Internal)))
             node.isInternal = true;
-        else if (m_lexer.accept("@own"))
+        else if (m_lexer.accept(noteName(Note::Own)))
             node.isOwn = true;
         else
             return true;

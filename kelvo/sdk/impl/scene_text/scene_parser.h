@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/scene_text/scene_tree.h"
 #include "kelvo/sdk/impl/scene_text/text_gaps.h"
 #include "kelvo/sdk/impl/text/text_errors.h"
@@ -179,14 +180,14 @@ protected:
 
     bool parseSource(u32 input);
     bool parseNotes(u32 input, const TreeKind& kind, u64 valueOffset);
-    bool parseNote(u32 note, u32 input, const TreeKind& kind);
-    bool parseBinding(u32 input);
+    bool parseNote(const NoteRule& rule, u32 input, const TreeKind& kind);
+    bool parseBinding(const NoteRule& rule, u32 input);
     bool parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value& out, u32 choice = 0);
     bool parseChoices(u32 input, const TreeKind& kind);
     bool parseText(String& out);
     bool parseTranslation(AttrDetails::Texts& texts);
     [[nodiscard]] bool namesItsKind() const noexcept;
-    bool findNote(u32& out);
+    const NoteRule* takeNote();
     AttrDetails& detailsOf(u32 input);
     void checkLimits(u64 offset, u32 input);
 

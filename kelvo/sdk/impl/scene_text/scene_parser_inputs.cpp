@@ -96,7 +96,7 @@ bool SceneParser::parseOutput(String&& leading) {
         return fail(kindOffset,
                     String("An output cannot be of kind ") + attrTypeName(kind.type) + ".");
     m_lexer.skipBlanks();
-    output.isAgain = m_lexer.accept("@again");
+    output.isAgain = m_lexer.accept(noteName(Note::Again));
     Comments comments;
     comments.leading = std::move(leading);
     if (!endLine(comments.trailing)) return false;
