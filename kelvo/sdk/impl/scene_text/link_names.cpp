@@ -20,6 +20,7 @@ void skipText(TextLexer& lexer) {
 
 // Tells whether a kind stands here that a value follows.
 bool acceptKind(TextLexer& lexer, AttrType& type) {
+    if (!TextLexer::startsIdentifier(lexer.peek())) return false;
     TextLexer ahead(lexer);
     AttrType named = AttrType::Null;
     if (!parseAttrType(ahead.identifier(), named)) return false;

@@ -112,9 +112,13 @@ bool SceneParser::parseNode(String&& leading) {
     // Reserves the place: links refer to it.
     m_tree.nodes.push_back(node);
     const bool isWhole = parseNodeBody(node, comments);
+    endNode(node, std::move(comments));
+    return isWhole;
+}
+
+void SceneParser::endNode(TreeNode& node, Comments&& comments) {
     storeComments(node.extras, std::move(comments));
     m_tree.nodes[m_node] = node;
-    return isWhole;
 }
 
 bool SceneParser::parseNodeHead(TreeNode& node) {

@@ -20,26 +20,40 @@ bool SceneParser::parseSource(u32 input) {
     m_lexer.skipBlanks();
     if (!m_lexer.accept("<-")) return true;
     m_lexer.skipBlanks();
-    TreeConnection connection{.offset = m_lexer.offset(), .node = m_node, .input = input};
-    const std::string_view node = m_lexer.identifier();
-    if (node.empty()) return failExpecting("the source as 'node.output'");
-    connection.sourceNode = m_tree.names.add(node);
+    return parseOutputPath(input);
+}
+
+// Reads "node.output", or "node.output:2" for the second output of the name.
+bool SceneParser::parseOutputPath(u32 input) {
+    Source source{.offset = m_lexer.offset(), .node = m_lexer.identifier(), .output = {}};
+    if (source.node.empty()) return failExpecting("the source as 'node.output'");
     if (!m_lexer.accept('.')) return failExpecting("'.' and the name of an output");
-    const std::string_view output = m_lexer.identifier();
-    if (output.empty()) return failExpecting("the name of an output");
-    connection.sourceOutput = m_tree.names.add(output);
-    if (m_lexer.accept(':')) {
-        u64 digits = 0;
-        connection.ordinal = 0;
-        for (; ascii::isDigit(m_lexer.peek()) && digits < 9; ++digits, m_lexer.skip(1))
-            connection.ordinal = connection.ordinal * 10 + static_cast<u32>(m_lexer.peek() - '0');
-        if (connection.ordinal == 0) return failExpecting("a number from 1");
-    }
-    if (isLost(connection.offset))
-        extrasAt(m_tree.inputs[input].extras).lostSource = textFrom(connection.offset);
-    else
-        m_tree.connections.push_back(connection);
+    source.output = m_lexer.identifier();
+    if (source.output.empty()) return failExpecting("the name of an output");
+    if (m_lexer.accept(':') && !parseOrdinal(source.ordinal)) return false;
+    addSource(input, source);
     return true;
+}
+
+bool SceneParser::parseOrdinal(u32& ordinal) {
+    u64 digits = 0;
+    ordinal = 0;
+    for (; ascii::isDigit(m_lexer.peek()) && digits < 9; ++digits, m_lexer.skip(1))
+        ordinal = ordinal * 10 + static_cast<u32>(m_lexer.peek() - '0');
+    return ordinal != 0 || failExpecting("a number from 1");
+}
+
+void SceneParser::addSource(u32 input, const Source& source) {
+    if (isLost(source.offset)) {
+        extrasAt(m_tree.inputs[input].extras).lostSource = String(since(source.offset));
+        return;
+    }
+    m_tree.connections.push_back({.offset = source.offset,
+                                  .node = m_node,
+                                  .input = input,
+                                  .sourceNode = m_tree.names.add(source.node),
+                                  .sourceOutput = m_tree.names.add(source.output),
+                                  .ordinal = source.ordinal});
 }
 
 bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
@@ -55,7 +69,7 @@ bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
             return fail(offset, "The annotation '" + String(rule->name) + "' stands twice.");
         seen |= bit;
         m_lexer.skipBlanks();
-        if (!parseNote(*rule, input, kind)) return false;
+        if (!parseNote(*rule, offset, input, kind)) return false;
     }
     if (seen != 0 && m_form.checksLimits) checkLimits(valueOffset, input);
     return true;
@@ -75,7 +89,7 @@ const NoteRule* SceneParser::takeNote() {
     return nullptr;
 }
 
-bool SceneParser::parseNote(const NoteRule& rule, u32 input, const TreeKind& kind) {
+bool SceneParser::parseNote(const NoteRule& rule, u64 /*offset*/, u32 input, const TreeKind& kind) {
     switch (rule.note) {
     case Note::Type:
         return parseBinding(rule, input);
@@ -149,6 +163,7 @@ bool SceneParser::parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value&
 }
 
 bool SceneParser::namesItsKind() const noexcept {
+    if (!TextLexer::startsIdentifier(m_lexer.peek())) return false;
     TextLexer ahead(m_lexer);
     AttrType type;
     if (!parseAttrType(ahead.identifier(), type)) return false;
