@@ -94,7 +94,7 @@ bool DocumentParser::parseNodeHead(TreeNode& node) {
     m_open = DocNode();
     m_open.type = nameAt(start);
     if (node.baseCount != 0) m_open.bases = trimmed(types.substr(types.find(':') + 1));
-    if (!parseNodeName(node)) return false;
+    if (!takeNodeName(node)) return false;
     m_open.name = kept(String(m_nodeName));
     start = m_lexer.offset();
     if (!parseNodeFlags(node)) return false;
@@ -106,13 +106,17 @@ void DocumentParser::endNode(TreeNode& /*node*/, Comments&& comments) {
     m_open.comments = keptComments(std::move(comments));
     m_open.inputs = takeMembers(m_inputs.size());
     m_nodes.push_back(std::move(m_open));
+    m_tree.inputs.clear(); // No input is asked for any more.
 }
 
 // ---- Attributes ----------------------------------------------------------------------------
 
 void DocumentParser::endInput(Item& item, Level* closed, bool /*isRead*/) {
     const TreeInput& input = m_tree.inputs[item.input];
-    DocAttr attr;
+    std::vector<DocAttr> members;
+    if (input.memberCount != 0) members = takeMembers(input.memberCount);
+    DocAttr& attr = m_inputs.emplace_back();
+    attr.members = std::move(members);
     attr.type = item.kind.type;
     attr.elementType = item.kind.elementType;
     attr.kind = item.kind.text;
@@ -123,8 +127,6 @@ void DocumentParser::endInput(Item& item, Level* closed, bool /*isRead*/) {
     attr.source = std::exchange(m_source, {});
     attr.notes = std::exchange(m_notes, {});
     if (hasComments(item, closed)) attr.comments = keptComments(takeComments(item, closed));
-    if (input.memberCount != 0) attr.members = takeMembers(input.memberCount);
-    m_inputs.push_back(std::move(attr));
 }
 
 std::vector<DocAttr> DocumentParser::takeMembers(u64 count) {
@@ -151,7 +153,7 @@ void DocumentParser::addSource(u32 /*input*/, const Source& source) {
 
 // ---- Values and notes ----------------------------------------------------------------------
 
-// The tree does not need to know it.
+// The tree does not need to know names: nobody looks for them.
 bool DocumentParser::parseName(u32& name) {
     name = noTreeIndex;
     return !m_lexer.identifier().empty() || failExpecting("a name");

@@ -150,6 +150,14 @@ bool SceneParser::parseType(u32& out) {
 }
 
 bool SceneParser::parseNodeName(TreeNode& node) {
+    if (!takeNodeName(node)) return false;
+    node.name = m_tree.names.add(m_nodeName.view());
+    m_nodeName = m_tree.names.text(node.name);
+    return true;
+}
+
+// Reads the name into `m_nodeName`.
+bool SceneParser::takeNodeName(TreeNode& node) {
     m_lexer.skipBlanks();
     node.offset = m_lexer.offset();
     if (m_lexer.peek() != '"') return failExpecting("the node's name in quotes");
@@ -159,8 +167,7 @@ bool SceneParser::parseNodeName(TreeNode& node) {
         return fail(node.offset, "The name '" + name +
                                      "' is no identifier: a letter or '_', then "
                                      "letters, digits and '_'.");
-    node.name = m_tree.names.add(name.view());
-    m_nodeName = m_tree.names.text(node.name);
+    m_nodeName = std::move(name);
     return true;
 }
 

@@ -122,6 +122,7 @@ protected:
     bool parseTypes(TreeNode& node);
     bool parseType(u32& out);
     bool parseNodeName(TreeNode& node);
+    bool takeNodeName(TreeNode& node);
     bool parseNodeFlags(TreeNode& node);
     bool parseNodeBody(TreeNode& node, Comments& comments);
     // Takes a node that was read; its place is `m_node`.
