@@ -2,8 +2,9 @@
 """Four floors and a roof: a file includes only from its own floor or a lower one, by its path from
 the root; the floors need the C++ standard library alone and open no file. A subject of the
 implementation includes what its row in CONTRIBUTING.md allows, and no two know each other. The
-files of a scene are headers of the roof, for all clients: they need public headers and the standard
-library alone. The list of includes for clients belongs to no floor, and nothing on the floors
+roof includes public headers; only tests and benchmarks look into the implementation. The files of a
+scene are headers of the roof, for all clients: they need public headers and the standard library
+alone. The list of includes for clients belongs to no floor, and nothing on the floors
 includes it. check_layers.py [ROOT]"""
 import re
 import sys
@@ -27,6 +28,8 @@ OPENS_FILES = frozenset(("filesystem", "fstream"))
 FILES = "kelvo/files"
 # Folders of the roof that may include others of it: they check or measure them.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
+# Folders of the roof that may include the implementation: they check or measure its parts.
+MAY_SEE_INSIDE = ("tests", "bench")
 
 
 def fault_of_header(name, opens_files):
@@ -93,6 +96,8 @@ def fault_of_path(root, source, included):
     here, there = tree_files.roof_of(source), tree_files.roof_of(included)
     if there and there not in (here, *tree_files.INSTALLED) and here not in MAY_SEE_THE_ROOF:
         return f'"{included}": nothing includes the roof'
+    if here and here not in MAY_SEE_INSIDE and other is not None and not is_public(included):
+        return f'"{included}": the roof includes public headers, not the implementation'
     return None
 
 

@@ -26,6 +26,10 @@ Input Input::operator[](String name) const {
     return input ? Input(input->input(std::move(name))) : Input();
 }
 
+Input Output::evaluate(EvalCtx* ctx) const {
+    return Input(evaluated(ctx).get());
+}
+
 Input Output::target(u64 index) const {
     return get() ? Input(get()->target(index)) : Input();
 }
@@ -36,6 +40,10 @@ Input Input::append() const {
 
 Input Input::createInput(String name, AttrType type) const {
     return get() ? Input(get()->createInput(std::move(name), type)) : Input();
+}
+
+Input Input::createArray(String name, AttrType elementType) const {
+    return get() ? Input(get()->createArray(std::move(name), elementType)) : Input();
 }
 
 } // namespace qv::kelvo_sdk

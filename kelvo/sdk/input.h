@@ -18,6 +18,10 @@ public:
     using RefersTo::get;
     using RefersTo::RefersTo;
 
+    /// Returns an input by itself, of no node, at the kind's zero value: to convert a value, or to
+    /// write one as text. Arrays made so hold elements of no kind.
+    [[nodiscard]] static Input create(AttrType type);
+
     [[nodiscard]] String name() const { return get() ? get()->name() : String(); }
     [[nodiscard]] String path() const { return get() ? get()->path() : String(); }
     [[nodiscard]] AttrType type() const { return get() ? get()->type() : AttrType::Null; }
@@ -65,6 +69,10 @@ public:
         return {static_cast<const T*>(view.data), view.count};
     }
 
+    /// Takes over the value stored in another input, converted as by `set`; a buffer is shared,
+    /// not copied. False when it does not convert or is not allowed, and for arrays and objects.
+    bool copyValue(const Input& from) const;
+
     bool setString(String text) const { return get() && get()->setString(std::move(text)); }
     /// Returns the value as text, empty when it has none; `evaluate` follows a connection.
     [[nodiscard]] String asString(bool evaluate = true, EvalCtx* ctx = nullptr) const;
@@ -86,6 +94,12 @@ public:
     [[nodiscard]] String unit() const { return get() ? get()->unit() : String(); }
     [[nodiscard]] bool isReadOnly() const { return get() && get()->isReadOnly(); }
     [[nodiscard]] bool isDefault() const { return get() && get()->isDefault(); }
+    /// Tells whether anything is described of the input beyond its kind: a default, bounds,
+    /// choices, a unit, labels or help.
+    [[nodiscard]] bool isDescribed() const;
+    /// Tells whether the scene text that the input was read from leaves it to the definition of the
+    /// node's type.
+    [[nodiscard]] bool isLeftToType() const;
     /// Returns the value that `reset` brings back; empty for arrays and objects.
     [[nodiscard]] Input defaultValue() const;
     /// Return the bounds within which writes are allowed, tuples component by component; empty when
@@ -97,6 +111,15 @@ public:
     /// Returns an allowed value; empty out of range.
     [[nodiscard]] Input choice(u64 index) const;
 
+    /// Tells whether modifiers made another value of the user's, which `keptValue` has then.
+    [[nodiscard]] bool isModified() const;
+    /// Returns the value that is kept aside: the user's where modifiers wrote another, or one that
+    /// "@stashed" keeps in scene text; empty when there is none.
+    [[nodiscard]] Input keptValue() const;
+    /// Returns the nodes that the input and all it holds depend on, by links and connections, each
+    /// once. Needs kelvo/sdk/node.h.
+    [[nodiscard]] ds::Vector<Node> dependencies() const;
+
     /// Returns the number of array elements or object members.
     [[nodiscard]] u64 inputCount() const { return get() ? get()->inputCount() : 0; }
     /// Returns an element or member; empty, and logged, when out of range.
@@ -107,6 +130,10 @@ public:
     Input append() const;
     /// Adds a member to an object, or returns the one there is.
     Input createInput(String name, AttrType type) const;
+    /// The same for an array of elements of a kind.
+    Input createArray(String name, AttrType elementType) const;
+    /// The same for a buffer that takes elements of that type alone; Null: of any.
+    Input createBuffer(String name, DataType elementType) const;
 
     bool connect(const Output& output) const { return get() && get()->connect(output.get()); }
     bool disconnect() const { return get() && get()->disconnect(); }

@@ -10,6 +10,7 @@
 namespace qv::kelvo_sdk {
 
 struct LayoutPage;
+class NodePaths;
 
 using interfaces::Misfit;
 using interfaces::Misfits;
@@ -51,8 +52,16 @@ public:
     /// Returns the input at a path like "array[3].member"; arrays grow on the way. Empty, silently,
     /// when the path leads nowhere.
     [[nodiscard]] Input inputAt(String path) const;
+    /// Adds an input at the end, or returns the one there is of that name and kind. Empty, and
+    /// logged, when the name is no simple identifier.
     Input createInput(String name, AttrType type) const;
+    /// The same for an array of elements of a kind.
     Input createArray(String name, AttrType elementType) const;
+    /// The same for a buffer that takes elements of that type alone; Null: of any.
+    Input createBuffer(String name, DataType elementType) const;
+    /// The same for an input of the kind and element type of another one, which starts at its
+    /// value. Its elements and members, and all that is described of it, are not copied.
+    Input createInput(String name, const Input& like) const;
     bool removeInput(String name) const { return get() && get()->removeInput(std::move(name)); }
 
     /// Returns the output of that name; empty, and logged, when there is none.
@@ -60,7 +69,11 @@ public:
     [[nodiscard]] u64 outputCount() const { return get() ? get()->outputCount() : 0; }
     /// Returns an output by position; empty, and logged, when out of range.
     [[nodiscard]] Output output(u64 index) const;
+    /// Adds an output at the end, or returns the one there is of that name and kind. Empty, and
+    /// logged, when the name is no simple identifier, and for Node, Buffer, Array and Object.
     Output createOutput(String name, AttrType type) const;
+    /// The same for a buffer of elements of that type.
+    Output createOutput(String name, DataType elementType) const;
 
     /// Returns the nodes below an "xform", parents first: its children, and down to `depth` levels
     /// below them (negative: all). Cycles end.
@@ -74,6 +87,10 @@ public:
     /// Returns the first chain of nodes that leads to `target`, through "children" or, `allLinks`,
     /// through every link and connection; empty when there is none. Needs kelvo/sdk/node_path.h.
     [[nodiscard]] RefersTo<NodePath> firstPathTo(const Node& target, bool allLinks = false) const;
+    /// Return all chains of nodes to `target`, or to the nodes of any of the types (no types: to
+    /// every node that is reached), found one by one. None for an empty handle.
+    [[nodiscard]] NodePaths pathsTo(const Node& target, bool allLinks = false) const;
+    [[nodiscard]] NodePaths paths(StringVector types = {}, bool allLinks = false) const;
 
     /// Returns the nodes that this one depends on, by links and connections, each once.
     [[nodiscard]] ds::Vector<Node> dependencies() const;
@@ -88,6 +105,9 @@ public:
     /// Returns a copy in the same scene under the next free name; `deep` copies what the node
     /// depends on too, else the copy shares it. Empty without a scene.
     Node clone(bool deep = false) const { return get() ? Node(get()->clone(deep)) : Node(); }
+    /// Returns a copy by itself, in no scene, under any name, which the handle alone keeps. Its
+    /// library initialises it, as it does every copy. Empty for an empty handle.
+    [[nodiscard]] Node copyByItself(String name) const;
     /// Replaces the node by one of another type that has its name and place, all that leads to it,
     /// and its values as far as they convert; returns the replacement. Empty, with nothing changed,
     /// without a scene or when the type is abstract or no simple identifier. What did not fit is

@@ -35,4 +35,25 @@ private:
     ds::Vector<interfaces::INode*> m_nodes;
 };
 
+/// The chains of nodes from one node to others, found one by one as they are asked for: depth
+/// first, in input order. No chain meets a node twice. Copies share their place; every operation is
+/// safe on an empty handle, which has no path.
+///
+///     for (NodePaths paths = room.pathsTo(lamp); paths.current(); paths.next())
+///
+/// The graph must stay as it is meanwhile. One thread at a time.
+class QV_EXPORT NodePaths : public RefersTo<RefCounted> {
+public:
+    using RefersTo::RefersTo;
+
+    /// Returns the path that is reached, at first the first; empty behind the last. Stays valid.
+    [[nodiscard]] RefersTo<NodePath> current() const;
+    /// Goes on to the next path; false when there is none.
+    bool next() const;
+    /// Returns how many there are in all; at least so many where `isCountExact` says no, which is
+    /// where cycles leave too many ways to try.
+    [[nodiscard]] u64 count() const;
+    [[nodiscard]] bool isCountExact() const;
+};
+
 } // namespace qv::kelvo_sdk

@@ -27,6 +27,9 @@ public:
     /// Returns the owning node; borrowed, null once it is gone.
     [[nodiscard]] interfaces::INode* node() const { return get() ? get()->node() : nullptr; }
 
+    /// Evaluates the output and returns what it gives as an input by itself, to be read like any
+    /// other; empty when it gives nothing. A node in it is borrowed. Needs kelvo/sdk/input.h.
+    [[nodiscard]] Input evaluate(EvalCtx* ctx = nullptr) const;
     /// Evaluates the output and reads what it gives as a `T`, converted, as `Input::read` does.
     /// False, `out` unchanged, when there is no value or it does not convert.
     template<typename T>

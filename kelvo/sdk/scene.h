@@ -115,6 +115,12 @@ public:
         return get() && get()->addLibrary(library.get());
     }
 
+    /// Returns how many libraries the scene has.
+    [[nodiscard]] u64 libraryCount() const;
+    /// Returns a library by position, in the order in which types are looked up; empty out of
+    /// range.
+    [[nodiscard]] LibInfo library(u64 index) const;
+
     /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
     /// in: for many queries on deep graphs.
     void setDirtyStateCached(bool cached) const {

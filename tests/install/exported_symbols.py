@@ -26,19 +26,7 @@ CONTRACT = (
     r"Value::(Value\(qv::kelvo_sdk::impl::Value const&\)|operator=\(|takeResource\(|release\()",
     r"KndHtmlWriter::nodeHtml\(",
 )
-# Functions that the tool takes beyond that.
-TOOL = (
-    r"Input::(createInput|details|far(Data|Element)?Type|inputCount|isModified|lookUpInput|name|"
-    r"node|setValue|stashed|typeName)\(",
-    r"Output::(evaluate|path|typeName)\(",
-    r"html::",
-    r"operator==\(qv::kelvo_sdk::impl::Value const&",
-    r"Value::(zero\(|Value\()|Buffer::(Buffer|~Buffer)\(",
-    r"TextLexer::(quoted|skipSpace)\(|LineCounter::placeOf\(",
-    r"(convertValue|valueToText|valueFromText|writeValue|writeQuoted|safeSvg)\(",
-    r"help(Example|Kind|Pages|Title)\(|KndHtmlWriter::sitePage\(",
-)
-IMPLEMENTATION = re.compile(r"^qv::kelvo_sdk::impl::(Node$|" + "|".join(CONTRACT + TOOL) + ")")
+IMPLEMENTATION = re.compile(r"^qv::kelvo_sdk::impl::(Node$|" + "|".join(CONTRACT) + ")")
 # One of each sort, without which the others would prove nothing.
 NEEDED = (
     "impl_nodeInstanceCount", "qv::String::format(", "qv::kelvo_sdk::Scene::create(",

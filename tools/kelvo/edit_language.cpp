@@ -1,8 +1,9 @@
 #include "tools/kelvo/edit_language.h"
 
 #include "kelvo/base/utf8.h"
-#include "kelvo/sdk/impl/text/text_lexer.h"
+#include "kelvo/sdk/quoted_text.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -10,8 +11,74 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::impl::LineCounter;
-using kelvo_sdk::impl::TextLexer;
+/// Walks over a script: blanks, ends of lines, comments, texts in quotes.
+class EditLexer {
+public:
+    explicit EditLexer(std::string_view text) noexcept : m_text(text) {}
+
+    [[nodiscard]] u64 offset() const noexcept { return m_at; }
+    [[nodiscard]] bool atEnd() const noexcept { return m_at == m_text.size(); }
+    /// Returns the next byte, 0 at the end.
+    [[nodiscard]] char peek() const noexcept { return atEnd() ? '\0' : m_text[m_at]; }
+    [[nodiscard]] bool atBlank() const noexcept {
+        return !atEnd() && (peek() == ' ' || peek() == '\t' || peek() == '\r');
+    }
+    /// Tells whether nothing but a comment is left of the line.
+    [[nodiscard]] bool atLineEnd() const noexcept {
+        return atEnd() || peek() == '\n' || peek() == '#';
+    }
+
+    void skip() noexcept { ++m_at; }
+    bool accept(char c) noexcept {
+        if (atEnd() || peek() != c) return false;
+        skip();
+        return true;
+    }
+    void skipBlanks() noexcept {
+        while (atBlank())
+            skip();
+    }
+    /// Skips white space, ends of lines and comments.
+    void skipSpace() noexcept {
+        while (!atEnd() && (atBlank() || atLineEnd()))
+            m_at = peek() == '#' ? std::min<u64>(m_text.find('\n', m_at), m_text.size()) : m_at + 1;
+    }
+    /// Takes a text in quotes; false with a sentence in `problem`, standing at its place.
+    bool quoted(String& out, const char*& problem) {
+        kelvo_sdk::QuotedText read = kelvo_sdk::readQuoted(m_text.substr(m_at));
+        m_at += read.size;
+        out = std::move(read.text);
+        problem = read.problem;
+        return !problem;
+    }
+
+private:
+    std::string_view m_text;
+    u64 m_at = 0;
+};
+
+/// Counts the lines of a script up to places that come in order.
+class LineCounter {
+public:
+    explicit LineCounter(std::string_view text) noexcept : m_text(text) {}
+
+    void goTo(u64 offset) noexcept {
+        for (u64 end = m_text.find('\n', m_start); end < offset; end = m_text.find('\n', m_start)) {
+            m_start = end + 1;
+            ++m_line;
+        }
+        m_column = offset - m_start + 1;
+    }
+    /// Both count from 1.
+    [[nodiscard]] u64 line() const noexcept { return m_line; }
+    [[nodiscard]] u64 column() const noexcept { return m_column; }
+
+private:
+    std::string_view m_text;
+    u64 m_start = 0;
+    u64 m_line = 1;
+    u64 m_column = 1;
+};
 
 /// Reads the commands of a script.
 class EditParser {
@@ -28,9 +95,9 @@ public:
             const u64 start = m_lexer.offset();
             if (!parseWords(start, edit, error)) return false;
             edit.text = String(m_text.substr(start, edit.words.back().end));
-            const auto place = m_lines.placeOf(start);
-            edit.line = place.line;
-            edit.column = place.column;
+            m_lines.goTo(start);
+            edit.line = m_lines.line();
+            edit.column = m_lines.column();
             edits.push_back(std::move(edit));
         }
         return true;
@@ -62,7 +129,7 @@ private:
     bool parseQuoted(String& text, EditError& error) {
         const char* problem = nullptr;
         if (!m_lexer.quoted(text, problem)) return fail(m_lexer.offset(), problem, error);
-        if (m_lexer.atEnd() || TextLexer::isBlank(m_lexer.peek()) || m_lexer.peek() == '\n' ||
+        if (m_lexer.atEnd() || m_lexer.atBlank() || m_lexer.peek() == '\n' ||
             m_lexer.peek() == ';' || m_lexer.peek() == ',' || m_lexer.peek() == ']')
             return true;
         return fail(m_lexer.offset(), "expected a blank behind the text in quotes.", error);
@@ -71,12 +138,12 @@ private:
     // Texts in quotes within the word may hold anything; '#' starts a comment behind a blank alone.
     bool parsePlain(String& text, EditError& error) {
         const u64 start = m_lexer.offset();
-        while (!m_lexer.atEnd() && !TextLexer::isBlank(m_lexer.peek()) && m_lexer.peek() != '\n' &&
+        while (!m_lexer.atEnd() && !m_lexer.atBlank() && m_lexer.peek() != '\n' &&
                m_lexer.peek() != ';') {
             String ignored;
             const char* problem = nullptr;
             if (m_lexer.peek() != '"')
-                m_lexer.skip(1);
+                m_lexer.skip();
             else if (!m_lexer.quoted(ignored, problem))
                 return fail(m_lexer.offset(), problem, error);
         }
@@ -85,13 +152,14 @@ private:
     }
 
     bool fail(u64 offset, const char* message, EditError& error) {
-        const auto place = LineCounter(m_text).placeOf(offset);
-        error = {place.line, place.column, message};
+        LineCounter place(m_text);
+        place.goTo(offset);
+        error = {place.line(), place.column(), message};
         return false;
     }
 
     std::string_view m_text;
-    TextLexer m_lexer;
+    EditLexer m_lexer;
     LineCounter m_lines;
 };
 

@@ -2,9 +2,8 @@
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/near_name.h"
-#include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/node.h"
 #include "tools/kelvo/address.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/value_setting.h"
@@ -19,8 +18,8 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
-using kelvo_sdk::impl::AttrData;
-using kelvo_sdk::impl::Node;
+using kelvo_sdk::Node;
+using kelvo_sdk::Output;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
 using kelvo_sdk::interfaces::IOutput;
@@ -38,16 +37,13 @@ bool runSet(EditSession& session, const Edit& edit, EditFault& fault) {
     return true;
 }
 
-// An input that stands bare in the text has what its type says; null where that is nothing.
-const kelvo_sdk::impl::Input* definitionOf(const Input& input) {
-    const auto& own = static_cast<const kelvo_sdk::impl::Input&>(*input.get());
-    if (own.parent() || own.details()) return nullptr;
+// An input that stands bare in the text has what its type says; empty where that is nothing.
+Input definitionOf(const Input& input) {
+    if (input->parent() || input.isDescribed()) return Input();
     const Libraries* libraries = librariesInUse();
     const IInput* known =
-        libraries ? libraries->lookUpInput(own.node()->type(), own.name()) : nullptr;
-    return known && known->typeName() == own.typeName()
-               ? static_cast<const kelvo_sdk::impl::Input*>(known)
-               : nullptr;
+        libraries ? libraries->lookUpInput(input.node()->type(), input.name()) : nullptr;
+    return known && known->typeName() == input.typeName() ? handleOn(*known) : Input();
 }
 
 bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
@@ -59,37 +55,35 @@ bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
         return fault.at(1, std::move(error));
     if (!address.input.get())
         return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
-    const kelvo_sdk::impl::Input* definition =
-        session.hasTypes() ? nullptr : definitionOf(address.input);
+    const Input definition = session.hasTypes() ? Input() : definitionOf(address.input);
     if (!definition) return address.input.reset();
     // Whole, it goes back to the type.
-    if (definition->inputCount() != 0) return address.node.removeInput(address.input.name());
-    if (address.input.type() == AttrType::Array || definition->type() == AttrType::Node)
+    if (definition.inputCount() != 0) return address.node.removeInput(address.input.name());
+    if (address.input.type() == AttrType::Array || definition.type() == AttrType::Node)
         return address.input.reset();
-    return static_cast<kelvo_sdk::impl::Input&>(*address.input.get()).setValue(definition->value());
+    return address.input.copyValue(definition);
 }
 
-IOutput* knownOutput(const kelvo_sdk::Node& node, const String& name) {
-    if (node->hasOutput(name, AttrType::Null)) return node->output(name);
+Output knownOutput(const Node& node, const String& name) {
+    if (node->hasOutput(name, AttrType::Null)) return node.output(name);
     const Libraries* libraries = librariesInUse();
     const IOutput* like = libraries ? libraries->lookUpOutput(node.type(), name) : nullptr;
-    if (!like) return nullptr;
+    if (!like) return Output();
     // The rest of its description stays with the type.
-    return like->type() == AttrType::Buffer
-               ? static_cast<Node&>(*node.get()).createOutput(like->name(), like->dataType())
-               : node->createOutput(like->name(), like->type());
+    return like->type() == AttrType::Buffer ? node.createOutput(like->name(), like->dataType())
+                                            : node.createOutput(like->name(), like->type());
 }
 
-bool findOutput(const EditSession& session, const Edit& edit, u64 word, kelvo_sdk::Output& output,
+bool findOutput(const EditSession& session, const Edit& edit, u64 word, Output& output,
                 EditFault& fault) {
     const String& path = edit.words[word].text;
     const u64 dot = path.find('.');
     if (dot == String::npos)
         return fault.at(word, "'" + path + "' is no output: expected node.output.");
-    const kelvo_sdk::Node node = session.scene().findNode(path.substr(0, dot));
+    const Node node = session.scene().findNode(path.substr(0, dot));
     if (!node.get()) return fault.at(word, noSuchNode(session.scene(), path.substr(0, dot)));
     const String name = path.substr(dot + 1);
-    output = kelvo_sdk::Output(knownOutput(node, name));
+    output = knownOutput(node, name);
     if (output.get()) return true;
     StringVector known;
     for (u64 i = 0; i < node->outputCount(); ++i)
@@ -102,7 +96,7 @@ bool findOutput(const EditSession& session, const Edit& edit, u64 word, kelvo_sd
 
 bool runConnect(EditSession& session, const Edit& edit, EditFault& fault) {
     Input input;
-    kelvo_sdk::Output output;
+    Output output;
     if (!reachInputOf(session, edit, 1, input, fault)) return false;
     if (!findOutput(session, edit, 2, output, fault)) return false;
     // Why a connection cannot be is told by the library.
@@ -120,7 +114,7 @@ bool runDisconnect(EditSession& session, const Edit& edit, EditFault& fault) {
 
 bool runLink(EditSession& session, const Edit& edit, EditFault& fault) {
     Input input;
-    kelvo_sdk::Node node;
+    Node node;
     if (!reachInputOf(session, edit, 1, input, fault)) return false;
     if (!findNodeOf(session, edit, 2, node, fault)) return false;
     if (input.type() != AttrType::Node)
@@ -142,16 +136,25 @@ bool parseElementType(std::string_view name, kelvo_sdk::AttrType& type) {
     return kelvo_sdk::parseAttrType(name, type) && type != AttrType::Null;
 }
 
-bool parseKind(std::string_view kind, AttrData& data) {
-    const std::string_view inner = takeInner(kind);
-    if (!kelvo_sdk::parseAttrType(kind, data.type) || data.type == AttrType::Null) return false;
-    if (data.type == AttrType::Array) return parseElementType(inner, data.elementType);
+/// The kind of an input or output that is to be added.
+struct NewKind {
+    AttrType type = AttrType::Null;
+    /// Of an array.
+    AttrType elementType = AttrType::Null;
+    /// Of the elements of a buffer; Null: any.
+    DataType dataType = DataType::Null;
+};
+
+bool parseKind(std::string_view text, NewKind& kind) {
+    const std::string_view inner = takeInner(text);
+    if (!kelvo_sdk::parseAttrType(text, kind.type) || kind.type == AttrType::Null) return false;
+    if (kind.type == AttrType::Array) return parseElementType(inner, kind.elementType);
     if (inner.empty()) return true;
-    return data.type == AttrType::Buffer && parseDataType(inner, data.dataType);
+    return kind.type == AttrType::Buffer && parseDataType(inner, kind.dataType);
 }
 
-bool kindOf(const Edit& edit, AttrData& data, EditFault& fault) {
-    return parseKind(edit.words[1].text.view(), data) ||
+bool kindOf(const Edit& edit, NewKind& kind, EditFault& fault) {
+    return parseKind(edit.words[1].text.view(), kind) ||
            fault.at(1, "'" + edit.words[1].text +
                            "' is no kind: expected one like Real, Node, Array<Real> or "
                            "Buffer<Pos3f>.");
@@ -182,10 +185,18 @@ bool hasAlready(const EditSession& session, const NewPlace& place, const String&
            leftOutInput(session.scene(), path);
 }
 
+// To a node or to an object.
+template<typename Owner>
+Input createInput(const Owner& owner, const String& name, const NewKind& kind) {
+    if (kind.type == AttrType::Array) return owner.createArray(name, kind.elementType);
+    if (kind.type == AttrType::Buffer) return owner.createBuffer(name, kind.dataType);
+    return owner.createInput(name, kind.type);
+}
+
 bool runAdd(EditSession& session, const Edit& edit, EditFault& fault) {
-    AttrData data;
+    NewKind kind;
     NewPlace place;
-    if (!kindOf(edit, data, fault) || !findPlace(session, edit, place, fault)) return false;
+    if (!kindOf(edit, kind, fault) || !findPlace(session, edit, place, fault)) return false;
     if (hasAlready(session, place, edit.words[2].text))
         return fault.at(2, "there is an input '" + edit.words[2].text + "' already.");
     if (edit.has(3) && (edit.words[3].text != "=" || !edit.has(4)))
@@ -194,25 +205,24 @@ bool runAdd(EditSession& session, const Edit& edit, EditFault& fault) {
     if (owner.input.get() && !owner.input->isObject())
         return fault.at(2, "'" + owner.input.path() + "' has no members: its kind is " +
                                owner.input->typeName() + ".");
-    const Input input(
-        owner.input.get()
-            ? static_cast<kelvo_sdk::impl::Input&>(*owner.input.get())
-                  .createInput(place.name, std::move(data))
-            : static_cast<Node&>(*owner.node.get()).createInput(place.name, std::move(data)));
+    const Input input = owner.input.get() ? createInput(owner.input, place.name, kind)
+                                          : createInput(owner.node, place.name, kind);
     if (!input.get()) return false;
     return !edit.has(4) || assignFrom(session, edit, 4, input, fault);
 }
 
 bool runAddOutput(EditSession& session, const Edit& edit, EditFault& fault) {
-    AttrData data;
+    NewKind kind;
     NewPlace place;
-    if (!kindOf(edit, data, fault) || !findPlace(session, edit, place, fault)) return false;
+    if (!kindOf(edit, kind, fault) || !findPlace(session, edit, place, fault)) return false;
     if (place.owner.input.get()) return fault.at(2, "inputs have no outputs.");
     if (place.owner.node->hasOutput(place.name, AttrType::Null))
         return fault.at(2, "there is an output '" + edit.words[2].text + "' already.");
-    auto& node = static_cast<Node&>(*place.owner.node.get());
-    return data.type == AttrType::Buffer ? node.createOutput(place.name, data.dataType)
-                                         : node.createOutput(place.name, data.type);
+    const Node& node = place.owner.node;
+    const Output output = kind.type == AttrType::Buffer
+                              ? node.createOutput(place.name, kind.dataType)
+                              : node.createOutput(place.name, kind.type);
+    return output.get() != nullptr;
 }
 
 using Kind = EditCommand::Kind;

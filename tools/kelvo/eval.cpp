@@ -14,6 +14,7 @@ namespace {
 
 using kelvo_sdk::Input;
 using kelvo_sdk::Node;
+using kelvo_sdk::Output;
 using kelvo_sdk::Scene;
 
 struct EvalOptions {
@@ -59,7 +60,7 @@ String noSuchOutput(const Node& node, const String& name) {
 
 /// The target of a path: one of the two.
 struct Target {
-    kelvo_sdk::interfaces::IOutput* output = nullptr;
+    Output output;
     Input input;
 };
 
@@ -77,7 +78,7 @@ bool findTarget(const Scene& scene, const String& path, Target& target, String& 
     }
     const String rest = path.substr(dot + 1);
     if (node->hasOutput(rest, kelvo_sdk::AttrType::Null)) {
-        target.output = node->output(rest);
+        target.output = node.output(rest);
         return true;
     }
     Address address;
@@ -97,13 +98,12 @@ Status runEval(const EvalOptions& options, Terminal& out) {
         complain(displayed(options.file) + ": " + error);
         return Status::Usage;
     }
-    const Evaluation result =
-        target.output ? evaluate(*target.output) : evaluateWhole(*target.input.get());
+    const Evaluation result = target.output ? evaluate(target.output) : evaluateWhole(target.input);
     if (result.hasValue) {
         out.writeData(result.text.view()).endLine();
         return Status::Ok;
     }
-    const String what = target.output ? target.output->path() : target.input.path();
+    const String what = target.output ? target.output.path() : target.input.path();
     complain(displayed(options.file) + ": '" + what + "' has no value: " + result.text + ".");
     return Status::Fault;
 }

@@ -1,6 +1,5 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/sdk/impl/graph/node.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/explain_value.h"
@@ -47,9 +46,10 @@ public:
         m_out.write(Tone::Name, input.path().view()).endLine();
         explainValue(valued, &input == &valued ? nullptr : &input, m_out);
         if (!input.source()) printConnections("connections inside:\n", &input);
-        ds::Vector<INode*> found;
-        kelvo_sdk::impl::findDeps(&input, found, false);
-        printNodes("depends on: ", {found.begin(), found.end()});
+        std::vector<INode*> found;
+        for (const kelvo_sdk::Node& node : kelvo_sdk::Input(&input).dependencies())
+            found.push_back(node.get());
+        printNodes("depends on: ", found);
         explainEffect();
     }
 

@@ -1,10 +1,9 @@
 #include "tools/kelvo/explain_value.h"
 
-#include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/value/conversion.h"
 #include "kelvo/sdk/interfaces/i_node.h"
 #include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/evaluation.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/value_summary.h"
 
@@ -17,8 +16,7 @@ namespace qv::kelvo_tool {
 namespace {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::impl::AttrDetails;
-using kelvo_sdk::impl::Value;
+using kelvo_sdk::Input;
 using kelvo_sdk::interfaces::BufferView;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
@@ -26,10 +24,6 @@ using kelvo_sdk::interfaces::IOutput;
 
 constexpr std::size_t mostSources = 12;
 constexpr u64 mostChoices = 20;
-
-const kelvo_sdk::impl::Input& implOf(const IInput& input) {
-    return static_cast<const kelvo_sdk::impl::Input&>(input);
-}
 
 void printLine(Terminal& out, std::string_view label, std::string_view text) {
     out.write(label).write(": ").write(Tone::Value, text).endLine();
@@ -73,7 +67,7 @@ std::vector<INode*> modifiersOf(const IInput& input) {
 class ValuePrinter {
 public:
     ValuePrinter(const IInput& input, const IInput* inText, Terminal& out)
-        : m_input(input), m_inText(inText), m_isOfType(isDefined(input)), m_out(out) {}
+        : m_input(handleOn(input)), m_inText(inText), m_isOfType(isDefined(input)), m_out(out) {}
 
     void print() {
         printLine(m_out, "kind", m_input.typeName().view());
@@ -82,33 +76,35 @@ public:
         printSize();
         if (m_input.source())
             printConnection();
-        else if (isModified(m_input))
+        else if (m_input.isModified())
             printModifiers();
         else
             printOrigin();
-        if (const AttrDetails* details = implOf(m_input).details()) printDescribed(*details);
+        printBounds();
+        printChoices();
+        if (const String unit = m_input.unit(); !unit.isEmpty())
+            printLine(m_out, "unit", unit.view());
         if (m_input.isReadOnly()) printLine(m_out, "read-only", "yes");
     }
 
 private:
     void printValue() {
-        const Value* kept = implOf(m_input).stashed();
-        if (kept && isModified(m_input))
-            return printLine(m_out, "stored value", shortText(*kept).view());
-        printLine(m_out, m_input.source() ? "stored value" : "value", shortValue(m_input).view());
-        if (kept) printLine(m_out, "kept aside", shortText(*kept).view());
+        const Input kept = m_input.keptValue();
+        if (m_input.isModified()) return printLine(m_out, "stored value", shortValue(*kept).view());
+        printLine(m_out, m_input.source() ? "stored value" : "value", shortValue(*m_input).view());
+        if (kept) printLine(m_out, "kept aside", shortValue(*kept).view());
     }
 
     void printSize() {
         String text;
         BufferView view;
-        if (m_input.isObject())
+        if (m_input->isObject())
             printLine(m_out, "size", counted(m_input.inputCount(), "member"));
         else if (m_input.type() == AttrType::Array)
             printLine(m_out, "size", counted(m_input.inputCount(), "element"));
-        else if (m_input.type() == AttrType::String && m_input.readString(text, false, nullptr))
+        else if (m_input.type() == AttrType::String && m_input->readString(text, false, nullptr))
             printLine(m_out, "size", counted(text.size(), "byte"));
-        else if (m_input.type() == AttrType::Buffer && m_input.readBuffer(view, false, nullptr))
+        else if (m_input.type() == AttrType::Buffer && m_input->readBuffer(view, false, nullptr))
             printLine(m_out, "size",
                       counted(view.count, "element") + ", " +
                           counted(view.count * dataTypeSize(view.type), "byte"));
@@ -117,7 +113,7 @@ private:
     void printOrigin() {
         m_out.write("from: ");
         if (m_input.isDefault()) return printDefault("default, ");
-        if (!m_input.isObject()) return printDefault("set, default ");
+        if (!m_input->isObject()) return printDefault("set, default ");
         m_out.write("set, ").write(membersSet()).endLine();
     }
 
@@ -125,33 +121,29 @@ private:
         m_out.write(label).write(Tone::Value, defaultText().view());
         if (m_isOfType) {
             m_out.write(" of type ").write(Tone::Kind, m_input.node()->type().view());
-            if (implOf(m_input).isLeftOut()) m_out.write(", to which the file leaves it");
+            if (m_input.isLeftToType()) m_out.write(", to which the file leaves it");
         }
         m_out.endLine();
     }
 
     [[nodiscard]] String defaultText() const {
         if (m_input.type() == AttrType::Array) return "[]";
-        if (m_input.isObject()) return "with all its members";
-        const AttrDetails* details = implOf(m_input).details();
-        Value value;
-        if (!details || !convertValue(details->defaultValue, m_input.type(), value))
-            value = Value::zero(m_input.type());
-        return shortText(value);
+        if (m_input->isObject()) return "with all its members";
+        return shortValue(*m_input.defaultValue());
     }
 
     [[nodiscard]] std::string membersSet() const {
         u64 set = 0;
         for (u64 i = 0; i < m_input.inputCount(); ++i)
-            if (!m_input.input(i)->isDefault()) ++set;
+            if (!m_input.input(i).isDefault()) ++set;
         return std::to_string(set) + " of " + counted(m_input.inputCount(), "member") +
                " not at the default";
     }
 
     void printConnection() {
         m_out.write("from: connection\n");
-        IOutput* source = m_input.source();
-        printSources({{m_input.node(), source->node(), &m_input, source}}, m_out);
+        const IOutput* source = m_input->source();
+        printSources({{m_input.node(), source->node(), m_input.get(), source}}, m_out);
         const Evaluation result = evaluateInput();
         m_out.write(result.hasValue ? "evaluates to: " : "evaluates to: no value, as ");
         m_out.write(Tone::Value, result.text.view()).endLine();
@@ -162,49 +154,48 @@ private:
     [[nodiscard]] Evaluation evaluateInput() const {
         const Evaluation result = evaluate(m_input);
         const Libraries* libraries = librariesInUse();
-        const bool isOfText =
-            m_inText && m_inText->source() && libraries && !libraries->mayDefine(*m_input.source());
-        return result.hasValue || !isOfText ? result : evaluate(*m_inText);
+        const bool isOfText = m_inText && m_inText->source() && libraries &&
+                              !libraries->mayDefine(*m_input->source());
+        return result.hasValue || !isOfText ? result : evaluate(handleOn(*m_inText));
     }
 
     void printModifiers() {
-        const std::vector<INode*> modifiers = modifiersOf(m_input);
+        const std::vector<INode*> modifiers = modifiersOf(*m_input);
         m_out.write(modifiers.size() == 1 ? "from: modifier " : "from: modifiers ");
         for (std::size_t i = 0; i < modifiers.size(); ++i)
             m_out.write(i == 0 ? "" : ", ").write(Tone::Name, modifiers[i]->name().view());
         m_out.endLine();
-        printLine(m_out, "evaluates to", shortValue(m_input).view());
+        printLine(m_out, "evaluates to", shortValue(*m_input).view());
         if (m_isOfType) printDefault("default: ");
     }
 
-    void printDescribed(const AttrDetails& details) {
-        const bool isBounded = !details.minimum.isNull() || !details.maximum.isNull();
-        if (isBounded) m_out.write("bounds:");
-        printBound(" at least ", details.minimum);
-        const bool isBoth = !details.minimum.isNull() && !details.maximum.isNull();
-        printBound(isBoth ? ", at most " : " at most ", details.maximum);
-        if (isBounded) m_out.endLine();
-        printChoices(details);
-        if (!details.unit.isEmpty()) printLine(m_out, "unit", details.unit.view());
+    void printBounds() {
+        const Input minimum = m_input.minimum();
+        const Input maximum = m_input.maximum();
+        if (!minimum && !maximum) return;
+        m_out.write("bounds:");
+        printBound(" at least ", minimum);
+        printBound(minimum ? ", at most " : " at most ", maximum);
+        m_out.endLine();
     }
 
-    void printBound(std::string_view words, const Value& bound) {
-        if (!bound.isNull()) m_out.write(words).write(Tone::Value, shortText(bound).view());
+    void printBound(std::string_view words, const Input& bound) {
+        if (bound) m_out.write(words).write(Tone::Value, shortValue(*bound).view());
     }
 
-    void printChoices(const AttrDetails& details) {
-        const u64 count = details.choices.size();
+    void printChoices() {
+        const u64 count = m_input.choiceCount();
         if (count == 0) return;
         m_out.write("choices: ");
         for (u64 i = 0; i < std::min(count, mostChoices); ++i)
             m_out.write(i == 0 ? "" : ", ")
-                .write(Tone::Value, shortText(details.choices[i]).view());
+                .write(Tone::Value, shortValue(*m_input.choice(i)).view());
         if (count > mostChoices)
             m_out.write(" and " + std::to_string(count - mostChoices) + " more");
         m_out.endLine();
     }
 
-    const IInput& m_input;
+    const Input m_input;
     const IInput* m_inText;
     const bool m_isOfType;
     Terminal& m_out;

@@ -29,16 +29,16 @@ bool mayBeHidden(const Address& address) {
     const kelvo_sdk::Node& node = address.node;
     const bool hasModifiers = node->hasInput("modifiers", kelvo_sdk::AttrType::Array) &&
                               node->input("modifiers")->inputCount() != 0;
-    return hasModifiers || isHidden(*address.input.get());
+    return hasModifiers || isHidden(address.input);
 }
 
-void printBoth(const kelvo_sdk::interfaces::IInput& input, const String& effective, Terminal& out) {
+void printBoth(const kelvo_sdk::Input& input, const String& effective, Terminal& out) {
     out.write("stored: ").writeData(storedValue(input).view()).endLine();
     out.write("effective: ").writeData(effective.view()).endLine();
 }
 
 void printInput(const Address& address, const GetOptions& options, Terminal& out) {
-    const auto& input = *address.input.get();
+    const kelvo_sdk::Input& input = address.input;
     const Evaluation effective =
         options.storedOnly || !isHidden(input) ? Evaluation() : evaluateWhole(input);
     if (effective.hasValue) return printBoth(input, effective.text, out);

@@ -1,7 +1,7 @@
 #include "tools/kelvo/graph_icons.h"
 
 #include "kelvo/base/string_io.h"
-#include "kelvo/sdk/impl/help/safe_svg.h"
+#include "kelvo/sdk/icon.h"
 
 #include <string_view>
 
@@ -59,7 +59,7 @@ u64 GraphIcons::add(const kelvo_sdk::interfaces::INode& node) {
     const String icon = m_iconOf(node);
     const auto [place, isNew] = m_places.emplace(icon, none);
     if (!isNew || icon.isEmpty()) return place->second;
-    const String safe = kelvo_sdk::impl::safeSvg(icon);
+    const String safe = kelvo_sdk::safeSvg(icon);
     if (safe.isEmpty()) {
         ++m_refused;
         return none;

@@ -2,19 +2,18 @@
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/base/string_vector.h"
-#include "kelvo/sdk/impl/help/help_rows.h"
-#include "kelvo/sdk/impl/help/knd_html_frame.h"
-#include "kelvo/sdk/impl/help/knd_html_text.h"
+#include "kelvo/sdk/help.h"
+#include "kelvo/sdk/html.h"
 #include "kelvo/sdk/interfaces/i_input.h"
 #include "kelvo/sdk/interfaces/i_output.h"
+#include "tools/kelvo/handles.h"
 
 #include <algorithm>
 #include <string_view>
 
 namespace qv::kelvo_tool {
 
-namespace html = kelvo_sdk::impl::html;
-using kelvo_sdk::impl::helpTitle;
+namespace html = kelvo_sdk::html;
 using kelvo_sdk::interfaces::INode;
 
 namespace {
@@ -102,6 +101,10 @@ constexpr std::string_view script = R"((function () {
 
 constexpr std::string_view scriptHash = "sha256-igrThiz8PpchsHbIP3B7p4TxD0fWMAbqytcuiIxJlco=";
 
+String titleOf(const INode& type) {
+    return kelvo_sdk::helpTitle(handleOn(type));
+}
+
 // The first sentence, or line, of a help text.
 std::string_view summaryOf(std::string_view help) {
     const std::size_t start = std::min(help.find_first_not_of(" \t\r\n"), help.size());
@@ -122,7 +125,7 @@ void appendAttribute(StringIO& out, std::string_view name, std::string_view text
 // All that the search looks through.
 String searchText(const INode& type) {
     StringIO text;
-    text.append(type.type().view()).append(' ').append(helpTitle(type).view());
+    text.append(type.type().view()).append(' ').append(titleOf(type).view());
     for (const String& base : type.bases())
         text.append(' ').append(base.view());
     text.append(' ').append(type.help("auto").view());
@@ -138,7 +141,7 @@ String searchText(const INode& type) {
 
 void appendEntry(StringIO& out, const IndexEntry& entry) {
     const INode& type = *entry.type;
-    const String title = helpTitle(type);
+    const String title = titleOf(type);
     out.append("<li");
     appendAttribute(out, "data-name", (title + " " + type.type()).view());
     appendAttribute(out, "data-type", type.type().view());
@@ -170,7 +173,7 @@ void appendEntry(StringIO& out, const IndexEntry& entry) {
 
 void sortByTitle(std::vector<IndexEntry>& entries) {
     std::ranges::stable_sort(entries, [](const IndexEntry& a, const IndexEntry& b) {
-        const int order = helpTitle(*a.type).compareNoCase(helpTitle(*b.type));
+        const int order = titleOf(*a.type).compareNoCase(titleOf(*b.type));
         return order != 0 ? order < 0 : a.type->type() < b.type->type();
     });
 }

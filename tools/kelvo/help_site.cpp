@@ -2,8 +2,9 @@
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/base/string_vector.h"
-#include "kelvo/sdk/impl/help/knd_html_writer.h"
+#include "kelvo/sdk/help.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/help_index.h"
 
 #include <filesystem>
@@ -13,8 +14,6 @@
 
 namespace qv::kelvo_tool {
 
-using kelvo_sdk::impl::KndHtmlLinks;
-using kelvo_sdk::impl::KndHtmlWriter;
 using kelvo_sdk::interfaces::INode;
 
 namespace {
@@ -67,10 +66,6 @@ private:
     std::unordered_set<String> m_taken;
 };
 
-kelvo_sdk::Node handleOf(const INode& node) {
-    return kelvo_sdk::Node(const_cast<INode*>(&node));
-}
-
 bool makeFolder(const String& folder, String& error) {
     std::error_code reason;
     std::filesystem::create_directories(folder.buf(), reason);
@@ -82,7 +77,7 @@ bool makeFolder(const String& folder, String& error) {
 
 std::vector<SiteFile> helpSite(const std::vector<const INode*>& types) {
     const Pages pages(types);
-    KndHtmlLinks links;
+    kelvo_sdk::HelpLinks links;
     links.index = "../index.html";
     links.indexText = "All types";
     links.pageOf = [&](const String& type) { return pages.fileOf(type); };
@@ -91,7 +86,7 @@ std::vector<SiteFile> helpSite(const std::vector<const INode*>& types) {
     for (const INode* type : pages.types()) {
         const String path = folderOfTypes + pages.fileOf(type->type());
         links.derived = pages.derivedFrom(type->type());
-        site.push_back({path, KndHtmlWriter::sitePage(handleOf(*type), links)});
+        site.push_back({path, kelvo_sdk::helpSitePage(handleOn(*type), links)});
         entries.push_back({type, path});
     }
     site.push_back({"index.html", helpIndex(std::move(entries))});

@@ -2,10 +2,10 @@
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/base/string_vector.h"
-#include "kelvo/sdk/impl/help/help_example.h"
-#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/help.h"
 #include "kelvo/sdk/interfaces/i_node.h"
 #include "kelvo/sdk/interfaces/i_output.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/text_columns.h"
 
 #include <algorithm>
@@ -14,9 +14,9 @@
 
 namespace qv::kelvo_tool {
 
-using kelvo_sdk::impl::HelpGroup;
-using kelvo_sdk::impl::HelpPage;
-using kelvo_sdk::impl::HelpRow;
+using kelvo_sdk::HelpGroup;
+using kelvo_sdk::HelpPage;
+using kelvo_sdk::HelpRow;
 using kelvo_sdk::interfaces::INode;
 
 namespace {
@@ -45,7 +45,7 @@ private:
 
     void printHead() {
         const String type = m_node.type();
-        wrap((kelvo_sdk::impl::helpTitle(m_node) + " (" + type + ")").view(), 0);
+        wrap((kelvo_sdk::helpTitle(handleOn(m_node)) + " (" + type + ")").view(), 0);
         std::string kind;
         if (const StringVector bases = m_node.bases(); !bases.empty())
             kind = "based on " + std::string(bases.join(", ").view());
@@ -59,7 +59,7 @@ private:
     }
 
     void printInputs() {
-        const std::vector<HelpPage> pages = kelvo_sdk::impl::helpPages(m_node);
+        const std::vector<HelpPage> pages = kelvo_sdk::helpPages(handleOn(m_node));
         heading(pages.empty() ? "Inputs: none" : "Inputs");
         if (pages.empty()) m_out.truncate(m_out.size() - 1);
         for (const HelpPage& page : pages) {
@@ -117,14 +117,14 @@ private:
         column = std::min(column, widestName) + 6;
         for (u64 i = 0; i < count; ++i) {
             const auto& output = *m_node.output(i);
-            const String kind = kelvo_sdk::impl::helpKind(output.typeName());
+            const String kind = kelvo_sdk::helpKind(output.typeName());
             wrap(kind.view(), column, startOf(output.name(), 4, column));
         }
     }
 
     void printExample() {
         heading("Example");
-        const String text = kelvo_sdk::impl::helpExample(m_node);
+        const String text = kelvo_sdk::helpExample(handleOn(m_node));
         for (const String& line : text.split('\n', false, false)) {
             m_out.append("    ");
             appendPlain(m_out, line.view());

@@ -1,6 +1,5 @@
 #include "tools/kelvo/neighbourhood.h"
 
-#include "kelvo/sdk/impl/graph/node_iterator.h"
 #include "kelvo/sdk/interfaces/i_output.h"
 
 #include <unordered_set>
@@ -8,7 +7,6 @@
 namespace qv::kelvo_tool {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::impl::NodeIterator;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
 using kelvo_sdk::interfaces::IOutput;
@@ -67,9 +65,8 @@ std::vector<Neighbour> Neighbourhood::of(INode& node) const {
 std::vector<INode*> Neighbourhood::allOf(INode& node) const {
     std::vector<INode*> found;
     if (m_direction == Direction::Upstream) {
-        const auto nodes = RefersTo<NodeIterator>::adopt(node.dependencies(false, false));
-        for (INode* next = nodes->first(); next; next = nodes->next())
-            found.push_back(next);
+        for (const kelvo_sdk::Node& next : kelvo_sdk::Node(&node).dependencies())
+            found.push_back(next.get());
         return found;
     }
     std::unordered_set<const INode*> seen;

@@ -1,7 +1,5 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/sdk/impl/graph/path_iterator.h"
-#include "kelvo/sdk/impl/value/value_text.h"
 #include "kelvo/sdk/node_path.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
@@ -15,8 +13,7 @@ namespace qv::kelvo_tool {
 namespace {
 
 using kelvo_sdk::NodePath;
-using kelvo_sdk::impl::PathIterator;
-using kelvo_sdk::interfaces::INode;
+using kelvo_sdk::NodePaths;
 
 struct PathsOptions {
     String file;
@@ -50,19 +47,24 @@ String nothingFound(const PathsOptions& options) {
 }
 
 // How many paths there are, as far as the iterator knows.
-String total(PathIterator& paths) {
+String total(const NodePaths& paths) {
     const String number = numberText(paths.count());
     return paths.isCountExact() ? number : "at least " + number;
 }
 
+String textOf(const math::Mat4d& matrix) {
+    const auto value = kelvo_sdk::Input::create(kelvo_sdk::AttrType::Mat4);
+    value.set(matrix);
+    return value.asString();
+}
+
 void printPath(const NodePath& path, bool withMatrix, Terminal& out) {
     out.write(Tone::Name, path.text().view());
-    if (withMatrix)
-        out.write(" ").write(Tone::Value, kelvo_sdk::impl::valueToText(path.matrix()).view());
+    if (withMatrix) out.write(" ").write(Tone::Value, textOf(path.matrix()).view());
     out.endLine();
 }
 
-void printPaths(PathIterator& paths, const PathsOptions& options, Terminal& out) {
+void printPaths(const NodePaths& paths, const PathsOptions& options, Terminal& out) {
     const u64 limit = options.firstOnly ? 1 : options.limit;
     u64 printed = 0;
     do {
@@ -88,16 +90,15 @@ Status runPaths(const PathsOptions& options, Terminal& out) {
         complain(place + noSuchNode(scene, from.get() ? *options.to : options.from));
         return Status::Usage;
     }
-    const auto paths =
-        RefersTo<PathIterator>::adopt(to.get() ? from->pathsTo(to.get(), options.allLinks)
-                                               : from->paths(types, options.allLinks));
-    const bool isFound = paths->current() != nullptr;
-    if (options.countOnly) out.write(Tone::Value, total(*paths.get()).view()).endLine();
+    const NodePaths paths =
+        to.get() ? from.pathsTo(to, options.allLinks) : from.paths(types, options.allLinks);
+    const bool isFound = bool(paths.current());
+    if (options.countOnly) out.write(Tone::Value, total(paths).view()).endLine();
     if (!isFound) {
         complain(place + nothingFound(options));
         return Status::Fault;
     }
-    if (!options.countOnly) printPaths(*paths.get(), options, out);
+    if (!options.countOnly) printPaths(paths, options, out);
     return Status::Ok;
 }
 

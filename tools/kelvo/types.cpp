@@ -1,8 +1,9 @@
 #include "tools/kelvo/commands.h"
 
 #include "kelvo/base/near_name.h"
-#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/help.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/text_columns.h"
 
@@ -54,7 +55,7 @@ void pad(Terminal& out, std::string_view text, u64 width) {
 
 void printType(const INode& type, u64 nameWidth, u64 labelWidth, Terminal& out) {
     const String name = type.type();
-    const String label = kelvo_sdk::impl::helpTitle(type);
+    const String label = kelvo_sdk::helpTitle(handleOn(type));
     std::string more;
     if (const StringVector bases = type.bases(); !bases.empty())
         more = ": " + std::string(bases.join(", ").view());
@@ -75,7 +76,7 @@ void printTypes(const std::vector<const INode*>& types, Terminal& out) {
     u64 labelWidth = 0;
     for (const INode* type : types) {
         nameWidth = std::max(nameWidth, columnsOf(type->type().view()));
-        labelWidth = std::max(labelWidth, columnsOf(kelvo_sdk::impl::helpTitle(*type).view()));
+        labelWidth = std::max(labelWidth, columnsOf(kelvo_sdk::helpTitle(handleOn(*type)).view()));
     }
     // A terminal that is too narrow for a table has no room for gaps.
     constexpr u64 roomForBases = 16;

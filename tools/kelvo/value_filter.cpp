@@ -1,6 +1,6 @@
 #include "tools/kelvo/value_filter.h"
 
-#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/input.h"
 #include "tools/kelvo/value_summary.h"
 
 #include <limits>
@@ -8,8 +8,7 @@
 namespace qv::kelvo_tool {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::impl::Value;
-using kelvo_sdk::impl::valueFromText;
+using kelvo_sdk::Input;
 using kelvo_sdk::interfaces::IInput;
 
 static_assert(std::numeric_limits<long double>::digits >= 64);
@@ -37,12 +36,9 @@ bool ValueFilter::parse(const String& wanted, ValueFilter& out, String& error) {
 }
 
 std::optional<ValueFilter::Number> ValueFilter::numberIn(const String& text) {
-    Value value;
-    if (valueFromText(text, AttrType::Int, DataType::Null, value))
-        return static_cast<Number>(value.asInt());
-    if (valueFromText(text, AttrType::UInt, DataType::Null, value))
-        return static_cast<Number>(value.asUInt());
-    if (valueFromText(text, AttrType::Real, DataType::Null, value)) return value.asReal();
+    for (const AttrType kind : {AttrType::Int, AttrType::UInt, AttrType::Real})
+        if (const Input number = Input::create(kind); number.setString(text))
+            return numberOf(*number);
     return std::nullopt;
 }
 

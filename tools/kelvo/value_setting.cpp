@@ -1,8 +1,7 @@
 #include "tools/kelvo/value_setting.h"
 
-#include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/path_parser.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/versions.h"
 
@@ -15,8 +14,8 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
+using kelvo_sdk::Node;
 using kelvo_sdk::Scene;
-using kelvo_sdk::impl::Node;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
 
@@ -39,30 +38,28 @@ bool setText(const Input& input, const String& value, String& error) {
 // Returns what the type of its node says of an input that has no notes of its own; null when that
 // is nothing, or known to the scene.
 const IInput* definitionOf(const Scene& scene, const Input& input) {
-    const auto& own = static_cast<const kelvo_sdk::impl::Input&>(*input.get());
-    if (own.details() || knowsTypes(scene)) return nullptr;
+    if (input.isDescribed() || knowsTypes(scene)) return nullptr;
     const Libraries* libraries = librariesInUse();
     if (!libraries) return nullptr;
     std::vector<const IInput*> chain;
-    for (const IInput* at = &own; at; at = at->parent())
+    for (const IInput* at = input.get(); at; at = at->parent())
         chain.push_back(at);
-    const IInput* known = libraries->lookUpInput(own.node()->type(), chain.back()->name());
+    const IInput* known = libraries->lookUpInput(input.node()->type(), chain.back()->name());
     for (u64 i = chain.size(); i-- > 0 && known;) {
         if (known->type() != chain[i]->type()) return nullptr;
         if (i == 0) return known;
-        known = known->isObject() ? static_cast<const kelvo_sdk::impl::Input*>(known)->lookUpInput(
-                                        chain[i - 1]->name())
-                                  : nullptr;
+        const String name = chain[i - 1]->name();
+        known = known->isObject() && known->hasInput(name, AttrType::Null) ? known->input(name)
+                                                                           : nullptr;
     }
     return nullptr;
 }
 
 // The type refuses values where the text says nothing: asks a copy that has what the type says.
 bool isAccepted(const INode& node, const IInput& definition, const String& value, String& error) {
-    const auto copy = RefersTo<Node>::adopt(
-        static_cast<const Node*>(definition.node())->clone(nullptr, node.name()));
+    const Node copy = handleOn(*definition.node()).copyByItself(node.name());
     const String path = definition.path();
-    const Input like = kelvo_sdk::Node(copy.get()).inputAt(path.substr(path.find('.') + 1));
+    const Input like = copy.inputAt(path.substr(path.find('.') + 1));
     if (like.type() != AttrType::Node) return setText(like, value, error);
     if (!like->isReadOnly()) return true;
     error = "Cannot set input '" + like.path() + "': it is read-only.";
@@ -91,7 +88,7 @@ bool assign(const Scene& scene, const Input& input, const String& value, String&
 const IInput* leftOutInput(const Scene& scene, const String& path) {
     const auto steps = kelvo_sdk::PathParser::parsePath(path);
     if (steps.size() < 2 || steps[1].index != -1) return nullptr;
-    const kelvo_sdk::Node node = scene.findNode(steps[0].text);
+    const Node node = scene.findNode(steps[0].text);
     const Libraries* libraries = node.get() ? librariesInUse() : nullptr;
     if (!libraries || node->hasInput(steps[1].text, AttrType::Null)) return nullptr;
     return libraries->lookUpInput(node->type(), steps[1].text);
@@ -102,24 +99,11 @@ const IInput* wholeLeftOutInput(const Scene& scene, const String& path) {
     return isWhole ? leftOutInput(scene, path) : nullptr;
 }
 
-namespace {
-
-// Adds the input bare, at its default: what else there is to say of it stays with the type.
-void addInput(Node& node, const IInput& like) {
-    kelvo_sdk::impl::AttrData data(like.type());
-    data.elementType = like.elementType();
-    data.dataType = like.dataType();
-    data.value = static_cast<const kelvo_sdk::impl::Input&>(like).value();
-    node.createInput(like.name(), std::move(data));
-}
-
-} // namespace
-
 bool reachInput(const Scene& scene, const String& path, const String* value, Input& input,
                 String& error) {
     if (const IInput* like = leftOutInput(scene, path)) {
-        const kelvo_sdk::Node node = scene.findNode(path.substr(0, path.find('.')));
-        const Input definition(const_cast<IInput*>(like));
+        const Node node = scene.findNode(path.substr(0, path.find('.')));
+        const Input definition = handleOn(*like);
         if (definition.inputCount() != 0) {
             error = "'" + node.name() + "." + like->name() +
                     "' is left to the type of its node, with what it holds: write it into the "
@@ -128,7 +112,8 @@ bool reachInput(const Scene& scene, const String& path, const String* value, Inp
         }
         const bool isPlain = definition.type() != AttrType::Array;
         if (value && isPlain && !isAccepted(*node.get(), *like, *value, error)) return false;
-        addInput(static_cast<Node&>(*node.get()), *like);
+        // Bare, at its default: what else there is to say of it stays with the type.
+        (void)node.createInput(like->name(), definition);
     }
     Address address;
     if (!findAddress(scene, path, Append::Allowed, address, error)) return false;

@@ -1,8 +1,9 @@
 #include "tools/kelvo/value_summary.h"
 
 #include "kelvo/base/string_io.h"
-#include "kelvo/sdk/impl/value/value_text.h"
+#include "kelvo/sdk/input.h"
 #include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/quoted_text.h"
 
 #include <algorithm>
 
@@ -11,8 +12,8 @@ namespace qv::kelvo_tool {
 namespace {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::impl::Buffer;
-using kelvo_sdk::impl::Value;
+using kelvo_sdk::Input;
+using kelvo_sdk::quotedText;
 using kelvo_sdk::interfaces::BufferView;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
@@ -34,15 +35,17 @@ std::string_view cut(std::string_view text) {
 }
 
 void appendShortText(const String& text, StringIO& out) {
-    if (text.size() <= mostBytes) return kelvo_sdk::impl::writeQuoted(text.view(), out);
-    kelvo_sdk::impl::writeQuoted(cut(text.view()), out);
+    const bool isWhole = text.size() <= mostBytes;
+    out.append(quotedText(isWhole ? text.view() : cut(text.view())).view());
+    if (isWhole) return;
     out.append("... ");
     appendCount(text.size(), "byte", out);
 }
 
 void appendShortBuffer(const BufferView& view, StringIO& out) {
-    const Value start(Buffer(view.type, view.data, std::min(view.count, mostElements)));
-    kelvo_sdk::impl::writeValue(start, out);
+    const Input start = Input::create(AttrType::Buffer);
+    start.set(BufferView{view.type, view.data, std::min(view.count, mostElements)});
+    out.append(start.asString().view());
     if (view.count <= mostElements) return;
     out.truncate(out.size() - 1);
     out.append(" ...] ");
@@ -66,7 +69,8 @@ void appendPlain(const IInput& input, bool isShort, StringIO& out) {
     case AttrType::String:
         if (!input.readString(text, false, nullptr)) return;
         if (isShort) return appendShortText(text, out);
-        return kelvo_sdk::impl::writeQuoted(text.view(), out);
+        out.append(quotedText(text.view()).view());
+        return;
     default:
         break;
     }

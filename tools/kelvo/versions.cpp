@@ -1,7 +1,5 @@
 #include "tools/kelvo/versions.h"
 
-#include "kelvo/sdk/impl/graph/scene.h"
-
 #include <algorithm>
 
 namespace qv::kelvo_tool {
@@ -9,7 +7,7 @@ namespace qv::kelvo_tool {
 using kelvo_sdk::Scene;
 
 bool knowsTypes(const Scene& scene) {
-    return !static_cast<const kelvo_sdk::impl::Scene&>(*scene.get()).libraries().empty();
+    return scene.libraryCount() != 0;
 }
 
 bool Versions::load(std::initializer_list<String> files) {

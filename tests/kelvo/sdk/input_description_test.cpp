@@ -98,5 +98,23 @@ TEST(InputDescriptionEmpty, AnswersNothing) {
     EXPECT_FALSE(input.isDefault());
 }
 
+TEST_F(InputDescription, IsDescribed_TellsWhetherThereIsAnyNote) {
+    EXPECT_TRUE((*this)["size"].isDescribed());
+    EXPECT_TRUE((*this)["shape"].isDescribed());
+    EXPECT_FALSE((*this)["fixed"].isDescribed());
+    EXPECT_FALSE((*this)["plain"].isDescribed());
+    EXPECT_FALSE(Input().isDescribed());
+}
+
+TEST_F(InputDescription, WhatTheTextDoesNotName_IsLeftToTheType) {
+    const Scene scene = Scene::create();
+    scene.addLibrary(LibInfo::standard());
+    ASSERT_TRUE(scene.read("node pointLight \"a\" {\n    Real radius = 2\n}\n", "a.kns"));
+    EXPECT_TRUE(scene["a"]["intensity"].isLeftToType());
+    EXPECT_FALSE(scene["a"]["radius"].isLeftToType());
+    EXPECT_FALSE(scene.createNode("pointLight", "b")["intensity"].isLeftToType());
+    EXPECT_FALSE(Input().isLeftToType());
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

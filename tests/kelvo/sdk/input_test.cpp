@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <vector>
 
 namespace qv::kelvo_sdk {
@@ -188,6 +189,80 @@ TEST_F(InputHandle, Members_AreReachedByName) {
     object.createInput("size", AttrType::Real).set(2.5);
     EXPECT_EQ(m_node["o"]["size"].get<double>(), 2.5);
     EXPECT_EQ(m_node.inputAt("o.size").path(), "thing.o.size");
+}
+
+TEST_F(InputHandle, ByItself_ConvertsAndIsWrittenAsText) {
+    const Input number = Input::create(AttrType::Int);
+    EXPECT_EQ(number.get<int>(-1), 0);
+    EXPECT_TRUE(number.setString("7"));
+    EXPECT_EQ(number.get<double>(), 7);
+    EXPECT_FALSE(number.setString("7.5"));
+    EXPECT_EQ(number.node(), nullptr);
+    const Input matrix = Input::create(AttrType::Mat3);
+    EXPECT_EQ(matrix.asString(), "(1 0 0  0 1 0  0 0 1)");
+}
+
+TEST_F(InputHandle, CopyValue_TakesOverWhatIsStoredAndConverts) {
+    const Input from = m_node.createInput("from", AttrType::Int);
+    const Input to = m_node.createInput("to", AttrType::String);
+    from.set(12);
+    EXPECT_TRUE(to.copyValue(from));
+    EXPECT_EQ(to.get<String>(), "12");
+    EXPECT_FALSE(m_node.createInput("matrix", AttrType::Mat4).copyValue(from));
+    EXPECT_FALSE(to.copyValue(m_node.createArray("list", AttrType::Int)));
+    EXPECT_FALSE(to.copyValue(Input()));
+    EXPECT_FALSE(Input().copyValue(to));
+    EXPECT_EQ(to.get<String>(), "12");
+}
+
+TEST_F(InputHandle, Members_MayBeArraysAndBuffersOfAKind) {
+    const Input object = m_node.createInput("o", AttrType::Object);
+    EXPECT_EQ(object.createArray("list", AttrType::Real).typeName(), "Array<Real>");
+    const Input points = object.createBuffer("points", DataType::Pos3f);
+    EXPECT_EQ(points.typeName(), "Buffer<Pos3f>");
+    EXPECT_FALSE(points.setBuffer(std::array{1.0f, 2.0f}));
+    EXPECT_EQ(object.createBuffer("points", DataType::Pos3f), points);
+    EXPECT_FALSE(Input().createBuffer("points", DataType::Pos3f));
+}
+
+TEST_F(InputHandle, Dependencies_AreTheNodesBehindThatInputAlone) {
+    const Node lamp = m_scene.createNode("lamp", "lamp");
+    const Node stand = m_scene.createNode("stand", "stand");
+    lamp.createInput("on", AttrType::Node).set(stand);
+    m_node.createArray("lamps", AttrType::Node).append().set(lamp);
+    m_node.createInput("other", AttrType::Real);
+    const ds::Vector<Node> nodes = m_node["lamps"].dependencies();
+    ASSERT_EQ(nodes.size(), 2u);
+    EXPECT_EQ(nodes[0], lamp);
+    EXPECT_EQ(nodes[1], stand);
+    EXPECT_TRUE(m_node["other"].dependencies().empty());
+    EXPECT_TRUE(Input().dependencies().empty());
+}
+
+TEST_F(InputHandle, AModifier_KeepsTheValueOfTheUser) {
+    m_scene.addLibrary(LibInfo::standard());
+    const Node modifier = m_scene.createNode("scaleModifier", "half");
+    modifier["modifies"].set("size");
+    modifier["factor"].set(0.5);
+    const Input size = m_node.createInput("size", AttrType::Real);
+    size.set(6.0);
+    EXPECT_FALSE(size.isModified());
+    EXPECT_FALSE(size.keptValue());
+    m_node.createArray("modifiers", AttrType::Node).append().set(modifier);
+    EXPECT_EQ(size.get<double>(), 3);
+    EXPECT_TRUE(size.isModified());
+    EXPECT_EQ(size.keptValue().get<double>(), 6);
+    modifier["factor"].set(1.0);
+    EXPECT_FALSE(size.isModified());
+    EXPECT_FALSE(Input().isModified());
+    EXPECT_FALSE(Input().keptValue());
+}
+
+TEST_F(InputHandle, AValueKeptInTheText_IsNoModification) {
+    ASSERT_TRUE(m_scene.read("node a \"a\" {\n    Real size = 3 @stashed 2\n}\n", "a.kns"));
+    const Input size = m_scene["a"]["size"];
+    EXPECT_EQ(size.keptValue().get<double>(), 2);
+    EXPECT_FALSE(size.isModified());
 }
 
 } // namespace

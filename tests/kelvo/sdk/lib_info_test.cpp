@@ -149,5 +149,19 @@ TEST(LibInfoHandle, EmptyOnesAndTables_HaveNoTypes) {
     }
 }
 
+TEST(LibInfoHandle, Scene_TellsItsLibrariesInOrder) {
+    const Scene scene = Scene::create();
+    EXPECT_EQ(scene.libraryCount(), 0u);
+    const LibInfo own = fans();
+    scene.addLibrary(own);
+    scene.addLibrary(LibInfo::standard());
+    ASSERT_EQ(scene.libraryCount(), 2u);
+    EXPECT_EQ(scene.library(0), own);
+    EXPECT_EQ(scene.library(1), LibInfo::standard());
+    EXPECT_FALSE(scene.library(2));
+    EXPECT_EQ(Scene().libraryCount(), 0u);
+    EXPECT_FALSE(Scene().library(0));
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

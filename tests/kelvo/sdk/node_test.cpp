@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 namespace qv::kelvo_sdk {
@@ -89,6 +90,72 @@ TEST_F(NodeHandle, Empty_AnswersNothing) {
     EXPECT_FALSE(none.isPath());
     EXPECT_TRUE(none.asPath().isEmpty());
     EXPECT_FALSE(none.setPath("a/b.c"));
+}
+
+TEST_F(NodeHandle, Buffers_DeclareTheTypeOfTheirElements) {
+    const Input points = m_room.createBuffer("points", DataType::Pos3f);
+    EXPECT_EQ(points.typeName(), "Buffer<Pos3f>");
+    EXPECT_FALSE(points.setBuffer(std::array{1.0f}));
+    EXPECT_EQ(m_room.createBuffer("points", DataType::Pos3f), points);
+    const Output result = m_room.createOutput("result", DataType::Float);
+    EXPECT_EQ(result.typeName(), "Buffer<Float>");
+    EXPECT_EQ(m_room.createOutput("result", DataType::Float), result);
+    EXPECT_FALSE(Node().createBuffer("points", DataType::Pos3f));
+    EXPECT_FALSE(Node().createOutput("result", DataType::Float));
+}
+
+TEST_F(NodeHandle, InputLikeAnother_HasItsKindAndValueAlone) {
+    const Input points = m_room.createBuffer("points", DataType::Float);
+    points.setBuffer(std::array{1.0f, 2.0f});
+    const Input copy = m_table.createInput("more", points);
+    EXPECT_EQ(copy.typeName(), "Buffer<Float>");
+    EXPECT_EQ(copy.buffer<float>().size(), 2u);
+    const Node light = LibInfo::standard().findType("pointLight");
+    EXPECT_EQ(m_table.createInput("intensity", light["intensity"]).get<double>(),
+              light["intensity"].get<double>());
+    EXPECT_FALSE(m_table["intensity"].isDescribed());
+    EXPECT_EQ(m_lamp.createInput("list", m_room["children"]).typeName(), "Array<Node>");
+    EXPECT_FALSE(m_lamp.createInput("none", Input()));
+    EXPECT_FALSE(m_lamp->hasInput("none", AttrType::Null));
+}
+
+TEST_F(NodeHandle, CopyByItself_BelongsToNoScene) {
+    m_lamp.createInput("power", AttrType::Real).set(3.0);
+    const Node copy = m_lamp.copyByItself("spare");
+    EXPECT_EQ(copy.name(), "spare");
+    EXPECT_EQ(copy.type(), m_lamp.type());
+    EXPECT_EQ(copy["power"].get<double>(), 3);
+    EXPECT_EQ(copy->scene(), nullptr);
+    EXPECT_EQ(m_scene.nodeCount(), 3u);
+    copy["power"].set(4.0);
+    EXPECT_EQ(m_lamp["power"].get<double>(), 3);
+    EXPECT_FALSE(Node().copyByItself("spare"));
+}
+
+TEST_F(NodeHandle, Paths_ComeOneByOne) {
+    m_table.parentTo(m_room);
+    m_lamp.parentTo(m_room);
+    m_lamp.parentTo(m_table);
+    std::string text;
+    for (const NodePaths paths = m_room.pathsTo(m_lamp); paths.current(); paths.next())
+        text += std::string(paths.current()->text().buf()) + " ";
+    EXPECT_EQ(text, "room/table/lamp room/lamp ");
+    const NodePaths all = m_room.paths({"xform"});
+    EXPECT_EQ(all.count(), 3u);
+    EXPECT_TRUE(all.isCountExact());
+    const auto first = all.current();
+    EXPECT_TRUE(all.next());
+    EXPECT_EQ(first->text(), "room/table");
+}
+
+TEST_F(NodeHandle, PathsThatAreNotThere_AreNone) {
+    for (const NodePaths& paths : {m_room.pathsTo(m_lamp), m_room.pathsTo(Node()),
+                                   Node().pathsTo(m_room), Node().paths(), m_room.paths({"no"})}) {
+        EXPECT_FALSE(paths.current());
+        EXPECT_FALSE(paths.next());
+        EXPECT_EQ(paths.count(), 0u);
+        EXPECT_TRUE(paths.isCountExact());
+    }
 }
 
 } // namespace

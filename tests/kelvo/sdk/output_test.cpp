@@ -130,5 +130,15 @@ TEST(OutputHandleEmpty, AnswersNothing) {
     EXPECT_EQ(output.targetCount(), 0u);
 }
 
+TEST_F(OutputHandle, Evaluate_GivesAnInputByItself) {
+    const Input place = m_giver.output("place").evaluate();
+    EXPECT_EQ(place.type(), AttrType::Pos3);
+    EXPECT_EQ(place.asString(), "(1 2 3)");
+    EXPECT_EQ(place.node(), nullptr);
+    EXPECT_EQ(m_giver.output("floats").evaluate().buffer<float>().size(), 2u);
+    EXPECT_FALSE(m_giver.output("nothing").evaluate());
+    EXPECT_FALSE(Output().evaluate());
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

@@ -1,9 +1,10 @@
 #include "kelvo/sdk/scene_diff.h"
 
+#include "kelvo/sdk/impl/diff/document_patcher.h"
+#include "kelvo/sdk/impl/diff/live_patcher.h"
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 #include "kelvo/sdk/impl/diff/scene_merger.h"
-#include "kelvo/sdk/impl/diff/scene_patcher.h"
-#include "kelvo/sdk/impl/diff/scene_setter.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
 namespace qv::kelvo_sdk {
@@ -19,7 +20,7 @@ bool readDocument(const Scene& scene, impl::SceneDocument& document) {
 
 void shareLibraries(const Scene& from, const Scene& to) {
     if (!from.get()) return;
-    const auto& scene = static_cast<const impl::Scene&>(*from.get());
+    const auto& scene = impl::implOf(*from.get());
     for (const auto& library : scene.libraries())
         to->addLibrary(library.get());
 }
@@ -28,7 +29,7 @@ void shareLibraries(const Scene& from, const Scene& to) {
 class LibrariesForText {
 public:
     explicit LibrariesForText(const Scene& scene)
-        : m_scene(static_cast<impl::Scene&>(*scene.get())), m_before(m_scene.libraries().size()) {}
+        : m_scene(impl::implOf(*scene.get())), m_before(m_scene.libraries().size()) {}
     ~LibrariesForText() {
         if (!m_areKept) m_scene.dropLibraries(m_before);
     }
@@ -60,14 +61,14 @@ bool readsBack(const Scene& scene, const String& text, String& error) {
 // Changes the nodes that there are; where that does not give the text it is as if it never was.
 bool changeNodes(const Scene& scene, const std::vector<SceneChange>& changes, const String& text) {
     const Scene::UndoScope attempt(scene, String(), String());
-    impl::SceneSetter setter(static_cast<impl::Scene&>(*scene.get()), changes);
+    impl::LivePatcher setter(impl::implOf(*scene.get()), changes);
     if (setter.run() && scene.text().equals(text)) return true;
     attempt.cancel();
     return false;
 }
 
 bool makeAnew(const Scene& scene, const String& text) {
-    auto& made = static_cast<impl::Scene&>(*scene.get());
+    auto& made = impl::implOf(*scene.get());
     made.clear();
     impl::setFileComments(made, {});
     return scene.read(text, "the changed scene");
@@ -104,7 +105,7 @@ bool SceneDiff::applyTo(const Scene& scene, String& error) const {
         return false;
     }
     if (m_changes.empty()) return true;
-    if (!impl::ScenePatcher(document).apply(m_changes, error)) return false;
+    if (!impl::DocumentPatcher(document).apply(m_changes, error)) return false;
     const Scene changed = emptyLike(scene);
     if (!readsBack(changed, document.text(), error)) return false;
     const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");

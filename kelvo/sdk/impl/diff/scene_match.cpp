@@ -14,7 +14,7 @@ u64 hashText(std::string_view text) noexcept {
 }
 
 // Which of the indices rise in the longest way there is; `noIndex` is left out.
-std::vector<bool> longestRise(const std::vector<u64>& values) {
+std::vector<bool> longestIncreasingSubsequence(const std::vector<u64>& values) {
     // For each length the place of the least value that a rise of that length ends with.
     std::vector<u64> ends;
     std::vector<u64> before(values.size(), noIndex);
@@ -92,7 +92,7 @@ private:
         std::vector<bool> isMet(m_before.size());
         for (const u64 place : m_match.from)
             if (place != noIndex) isMet[place] = true;
-        const std::vector<bool> stays = longestRise(m_match.from);
+        const std::vector<bool> stays = longestIncreasingSubsequence(m_match.from);
         u64 before = 0;
         u64 after = 0;
         for (u64 i = 0; i <= m_after.size(); ++i) {
@@ -136,7 +136,7 @@ std::vector<bool> ListMatch::kept(u64 earlierCount) const {
 }
 
 void ListMatch::findStays() {
-    stays = longestRise(from);
+    stays = longestIncreasingSubsequence(from);
 }
 
 std::string keyText(const AttrKey& key) {

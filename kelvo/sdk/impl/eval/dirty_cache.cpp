@@ -65,16 +65,9 @@ void DirtyCache::recheckEarly() {
     }
 }
 
-// Without recursion: chains may be longer than the stack is deep.
 void DirtyCache::spread(const Node& from) {
-    m_left.assign(1, &from);
-    while (!m_left.empty()) {
-        const Node& node = *m_left.back();
-        m_left.pop_back();
-        visitReaders(node, [this](Node& reader) {
-            if (!std::exchange(reader.m_dirty, true)) m_left.push_back(&reader);
-        });
-    }
+    visitDownstream(from, m_pending,
+                    [](Node& reader) { return !std::exchange(reader.m_dirty, true); });
 }
 
 } // namespace qv::kelvo_sdk::impl

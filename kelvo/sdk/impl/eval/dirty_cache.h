@@ -34,7 +34,7 @@ private:
     Scene& m_scene;
     // Marked clean while something they depend on was dirty: the exceptions to the law.
     std::unordered_set<Node*> m_early;
-    std::vector<const Node*> m_left;
+    std::vector<const Node*> m_pending;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/eval/eval_cache.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
@@ -23,7 +24,7 @@ EvalCache::Figures EvalCache::figures() const {
 }
 
 u64 EvalCache::keyOf(const Output& output) {
-    const auto* node = static_cast<const Node*>(output.node());
+    const auto* node = implOf(output.node());
     if (!node) return 0;
     const std::lock_guard lock(m_mutex);
     const u64 hash = m_hashes.of(*node);

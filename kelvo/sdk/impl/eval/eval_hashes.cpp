@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/eval/eval_hashes.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -30,13 +31,13 @@ u64 ownHash(const Node& node) {
     hash = hashMix(hash, reinterpret_cast<u64>(node.evalCallback()));
     hash = hashMix(hash, reinterpret_cast<u64>(node.data()));
     for (const IInput* next : node.inputs()) {
-        const auto* input = static_cast<const Input*>(next);
+        const auto* input = implOf(next);
         hash = hashMix(hashMix(hash, input->nameHash()), kindOf(*input));
         hash = hashMix(hash, input->hashWith(noTypes));
     }
     if (node.evalCallback()) return hash;
     for (const IOutput* next : node.outputs()) {
-        const auto* output = static_cast<const Output*>(next);
+        const auto* output = implOf(next);
         hash = hashMix(hashMix(hash, output->nameHash()), output->value().hash());
     }
     return hash;
@@ -93,7 +94,7 @@ private:
             const ds::Vector<IInput*>& inputs = *m_lists.back();
             m_lists.pop_back();
             for (const IInput* next : inputs) {
-                const auto& input = *static_cast<const Input*>(next);
+                const auto& input = *implOf(next);
                 // A callback may read what is stored here in place of what the source gives.
                 if (input.sourceOutput()) found.hash = hashMix(found.hash, input.value().hash());
                 addDependency(sourceNode(input), found);
@@ -106,7 +107,7 @@ private:
     void addDependency(const INode* below, Found& found) {
         if (!below) return;
         if (m_hashes.m_scene.contains(*below))
-            m_below.push_back(static_cast<const Node*>(below));
+            m_below.push_back(implOf(below));
         else
             found.isOutside = true;
     }
@@ -210,14 +211,8 @@ void EvalHashes::nodeAdded(const Node& node) noexcept {
 // Without memory for the walk, all are forgotten.
 void EvalHashes::forgetReaders(const Node& from) noexcept {
     try {
-        m_left.assign(1, &from);
-        while (!m_left.empty()) {
-            const Node& node = *m_left.back();
-            m_left.pop_back();
-            visitReaders(node, [this](const Node& reader) {
-                if (m_known.erase(&reader) != 0) m_left.push_back(&reader);
-            });
-        }
+        visitDownstream(from, m_pending,
+                        [this](const Node& reader) { return m_known.erase(&reader) != 0; });
     } catch (const std::bad_alloc&) {
         m_known.clear();
     }

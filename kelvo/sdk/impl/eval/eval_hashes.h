@@ -43,7 +43,7 @@ private:
     std::unordered_map<const Node*, u64> m_renewals;
     u64 m_renewalOfAll = 0;
     u64 m_renewalCount = 0;
-    std::vector<const Node*> m_left;
+    std::vector<const Node*> m_pending;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,10 +1,11 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
 #include "kelvo/sdk/buffer_result.h"
 #include "kelvo/sdk/eval_ctx.h"
-#include "kelvo/sdk/impl/eval/eval_ahead.h"
 #include "kelvo/sdk/impl/eval/eval_cache.h"
 #include "kelvo/sdk/impl/eval/eval_stack.h"
+#include "kelvo/sdk/impl/eval/upstream_evaluation.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -20,7 +21,7 @@
 namespace qv::kelvo_sdk {
 
 RefersTo<interfaces::IInput> Output::evaluated(EvalCtx* ctx) const {
-    auto* output = static_cast<impl::Output*>(get());
+    auto* output = impl::implOf(get());
     const impl::Value value = output ? output->evaluate(ctx) : impl::Value();
     if (value.isNull()) return {};
     // The elements stay for the caller; the input that shows them does not.
@@ -118,7 +119,7 @@ private:
 // Not inlined, for the sake of the stack.
 [[gnu::noinline]] Value produceAhead(EvalCtx& frame, const EvalLevel& level, AttrType type,
                                      DataType dataType) {
-    const EvalAhead ahead(frame, level);
+    const UpstreamEvaluation ahead(frame, level);
     return produceValue(frame, type, dataType);
 }
 
@@ -132,7 +133,7 @@ void reportChange(const Output& output, const char* now) {
 Value Output::evaluate(void* callerCtx) {
     if (!m_node || !m_node->hasNodeEval()) return m_value;
     const auto* caller = static_cast<const EvalCtx*>(callerCtx);
-    if (const Value* result = EvalAhead::result(*this, caller)) return *result;
+    if (const Value* result = UpstreamEvaluation::result(*this, caller)) return *result;
     EvalCache* cache = cacheFor(caller);
     const u64 key = cache ? cache->keyOf(*this) : 0;
     const RefersTo<IOutput> held(this);
@@ -144,7 +145,7 @@ Value Output::evaluate(void* callerCtx) {
 // Results may depend on what a caller's own pointer leads to.
 EvalCache* Output::cacheFor(const EvalCtx* caller) const {
     if (!m_node || (caller && caller->user())) return nullptr;
-    const auto* scene = static_cast<const Scene*>(m_node->scene());
+    const auto* scene = implOf(m_node->scene());
     return scene ? scene->evalCache() : nullptr;
 }
 
@@ -197,7 +198,7 @@ Value Output::callNode(const EvalCtx* caller) {
     if (below && below->frame().first() == frame.first()) return failEndless(level, *below);
     if (level.stackUsed() > maxEvalStack) return failTooDeep(level, *this);
     const CountedCall call(m_calls);
-    if (EvalAhead::isDue(level)) return produceAhead(frame, level, m_type, m_dataType);
+    if (UpstreamEvaluation::isDue(level)) return produceAhead(frame, level, m_type, m_dataType);
     return produceValue(frame, m_type, m_dataType);
 }
 

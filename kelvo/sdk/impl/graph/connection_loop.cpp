@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/connection_loop.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/interfaces/i_node.h"
@@ -33,7 +34,7 @@ void forEachSource(const interfaces::IInputContainer& owner, const Visit& visit)
 template<typename Visit>
 void forEachTarget(const INode& node, const Visit& visit) {
     for (u64 i = 0; i < node.outputCount(); ++i) {
-        const auto* output = static_cast<const Output*>(node.output(i));
+        const auto* output = implOf(node.output(i));
         output->forEachTarget([&](const Input& target) { visit(target); });
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
 
@@ -24,9 +25,9 @@ public:
     }
     /// Comments on the attribute go at once: an undo brings them back before this ends.
     void dropComments() const {
-        const auto* node = static_cast<const Node*>(m_attribute->node());
+        const auto* node = implOf(m_attribute->node());
         IScene* scene = node ? node->liveScene() : nullptr;
-        if (scene) static_cast<Scene*>(scene)->comments().remove(m_attribute.get());
+        if (scene) implOf(scene)->comments().remove(m_attribute.get());
     }
     /// The attribute is off the list, whose reference goes; this one stays.
     void offList() noexcept { m_attribute->decRef(); }

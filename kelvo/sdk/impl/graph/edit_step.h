@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/history.h"
@@ -22,7 +23,7 @@ class EditStep {
 public:
     /// `node` may be null. Of a node that is being made or destroyed nothing is recorded.
     explicit EditStep(const Node* node) {
-        auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
+        auto* scene = node ? implOf(node->liveScene()) : nullptr;
         if (scene && !scene->isMaking(node)) begin(*scene);
     }
     explicit EditStep(Scene& scene) { begin(scene); }
@@ -101,7 +102,7 @@ private:
 /// Makes ready to tell of a thing of the node, which may be null, before it changes.
 template<typename Thing>
 void expectNews(const Node* node, const Thing* thing) {
-    if (auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr) scene->expect(thing);
+    if (auto* scene = node ? implOf(node->liveScene()) : nullptr) scene->expect(thing);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -47,8 +48,8 @@ String textIn(const AttrDetails::Texts& texts, String language) {
 
 Input::Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType)
     : m_isHeldReadOnly(parent && parent->isReadOnly()),
-      m_node(static_cast<Node*>(node)),
-      m_parent(static_cast<Input*>(parent)),
+      m_node(implOf(node)),
+      m_parent(implOf(parent)),
       m_nameHash(isElement() ? 0 : name.foldedHash()),
       m_name(std::move(name)),
       m_value(Value::zero(type)) {
@@ -80,26 +81,26 @@ Input::~Input() {
 // Takes neither stack nor memory: goes down to the last member that nothing else holds, ends it
 // when it holds nothing any more, and goes back to what held it.
 void Input::endMembers() noexcept {
-    Input* holder = this;
-    while (holder) {
-        if (holder->members().empty()) {
-            Input* const done = holder;
-            holder = done != this ? done->m_parent : nullptr;
-            if (holder) holder->dropLastMember();
+    Input* parent = this;
+    while (parent) {
+        if (parent->members().empty()) {
+            Input* const done = parent;
+            parent = done != this ? done->m_parent : nullptr;
+            if (parent) parent->dropLastMember();
             continue;
         }
-        auto* last = static_cast<Input*>(holder->members().back());
+        auto* last = implOf(parent->members().back());
         if (last->m_refCount.load() == 1 && !last->members().empty())
-            holder = last;
+            parent = last;
         else
-            holder->dropLastMember();
+            parent->dropLastMember();
     }
 }
 
 // Others may keep it: then it lives on by itself.
 void Input::dropLastMember() noexcept {
     ds::Vector<IInput*>& list = m_extras->members;
-    auto* last = static_cast<Input*>(list.back());
+    auto* last = implOf(list.back());
     list.pop_back();
     if (last->m_node) last->letGo();
     last->m_parent = nullptr;
@@ -150,8 +151,8 @@ DataType Input::farDataType() const noexcept {
     return m_extras->rare->dataType;
 }
 
-// Visits this input and all that it holds, holders first, in order. Takes neither stack nor memory:
-// each holder keeps the place that is reached. For the thread that edits alone.
+// Visits this input and all that it holds, parents first, in order. Takes neither stack nor memory:
+// each parent keeps the place that is reached. For the thread that edits alone.
 template<typename Visit>
 void Input::forEachWithin(const Visit& visit) const noexcept {
     const auto enter = [&visit](Input& input) {
@@ -163,7 +164,7 @@ void Input::forEachWithin(const Visit& visit) const noexcept {
     for (;;) {
         const ds::Vector<IInput*>& list = at->members();
         if (!list.empty() && at->m_extras->nextMember < list.size()) {
-            at = static_cast<Input*>(list[at->m_extras->nextMember++]);
+            at = implOf(list[at->m_extras->nextMember++]);
             enter(*at);
         } else {
             if (at == this) return;
@@ -199,7 +200,7 @@ IInput* Input::clone(INode* node, IInput* parent) const {
             open.pop_back();
             continue;
         }
-        const auto& from = static_cast<const Input&>(*level.from->members()[level.next++]);
+        const auto& from = implOf(*level.from->members()[level.next++]);
         RefersTo<Input> member = from.cloneAlone(node, level.to);
         Input* const to = member.get();
         level.to->adoptMember(member.detach());
@@ -357,7 +358,7 @@ void Input::recordTies() {
     std::vector<Input*> all{this};
     for (u64 i = 0; i < all.size(); ++i)
         for (IInput* member : all[i]->members())
-            all.push_back(static_cast<Input*>(member));
+            all.push_back(implOf(member));
     for (Input* input : all)
         input->recordLinks(step);
     // Undo goes from the last record to the first: each finds those before it in place.
@@ -404,8 +405,8 @@ void Input::untie() noexcept {
     if (m_extras->stash && m_extras->stash->link.table) dropStash();
 }
 
-void Input::entered(Node* node, Input* holder) {
-    m_parent = holder;
+void Input::entered(Node* node, Input* parent) {
+    m_parent = parent;
     setNodeOfAll(node);
 }
 

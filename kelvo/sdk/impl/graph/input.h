@@ -65,12 +65,12 @@ public:
     /// For the owner alone: the input left it, and everyone was told.
     void leaveOwner() noexcept;
 
-    [[nodiscard]] QV_EXPORT String name() const override;
+    [[nodiscard]] String name() const override;
     [[nodiscard]] AttrType type() const override {
         return m_type != farKind ? static_cast<AttrType>(m_type) : farType();
     }
-    [[nodiscard]] QV_EXPORT String typeName() const override;
-    [[nodiscard]] QV_EXPORT INode* node() const override;
+    [[nodiscard]] String typeName() const override;
+    [[nodiscard]] INode* node() const override;
     [[nodiscard]] IInput* parent() const override { return m_parent; }
     [[nodiscard]] String path() const override;
     [[nodiscard]] bool hasDataType(DataType type) const override;
@@ -89,7 +89,7 @@ public:
     [[nodiscard]] String label(String language) const override;
     [[nodiscard]] String help(String language) const override;
     /// Returns null when nothing is described.
-    [[nodiscard]] QV_EXPORT const AttrDetails* details() const noexcept;
+    [[nodiscard]] const AttrDetails* details() const noexcept;
     /// Replaces the description; the value stays.
     void setDetails(RefersTo<AttrDetails> details);
     /// Returns the element type that a buffer takes alone, Null when it takes any; of an array, the
@@ -140,7 +140,7 @@ public:
     bool setNode(INode* node) override;
     bool setBuffer(BufferView value) override;
     /// Takes any value that converts; shares a buffer instead of copying it.
-    QV_EXPORT bool setValue(const Value& value);
+    bool setValue(const Value& value);
 
     bool readBool(bool& out, bool evaluate, void* ctx) const override;
     bool readInt(i64& out, bool evaluate, void* ctx) const override;
@@ -175,7 +175,7 @@ public:
     /// Brings the kept value back; false when none is kept.
     bool unstash();
     /// Returns the kept value, or null.
-    [[nodiscard]] QV_EXPORT const Value* stashed() const noexcept;
+    [[nodiscard]] const Value* stashed() const noexcept;
     /// For readers of text: keeps `value` aside.
     void setStashed(Value value);
     /// For modifiers alone: brings the kept value back, unheard. Needs one.
@@ -187,7 +187,7 @@ public:
     void showOwnValues() noexcept;
     /// Tells whether the scene's modifiers may write over the value, and the kept one is the
     /// user's.
-    [[nodiscard]] QV_EXPORT bool isModified() const;
+    [[nodiscard]] bool isModified() const;
     /// Returns the value that the user set, whatever modifiers made of it.
     [[nodiscard]] const Value& ownValue() const { return isModified() ? *stashed() : m_value; }
 
@@ -199,11 +199,13 @@ public:
 
     IInput* createInput(String name, AttrType type) override;
     /// For whoever makes inputs from a definition: into what is read-only, too.
-    QV_EXPORT IInput* createInput(String name, AttrData definition);
+    IInput* createInput(String name, AttrData definition);
     IInput* createArray(String name, AttrType elementType) override;
+    /// As `createArray`, for a buffer that declares its element type.
+    IInput* createBuffer(String name, DataType elementType);
     [[nodiscard]] bool hasInput(u64 index, AttrType type) const override;
     [[nodiscard]] bool hasInput(String name, AttrType type) const override;
-    [[nodiscard]] QV_EXPORT u64 inputCount() const override;
+    [[nodiscard]] u64 inputCount() const override;
     IInput* input(u64 index) override;
     IInput* input(u64 index) const override;
     IInput* input(String path) override;
@@ -216,7 +218,7 @@ public:
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
     /// As `input`, silently and without a copy of the name.
-    [[nodiscard]] QV_EXPORT IInput* lookUpInput(const String& name) const noexcept;
+    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
     /// Elements or members; empty for other kinds. Inline; needs
     /// kelvo/sdk/impl/graph/input_extras.h.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
@@ -268,7 +270,7 @@ public:
     void putMember(Input* member, u64 index);
     void takeMember(Input* member);
     /// The input comes back to, and leaves, a node that it knows, with what it holds.
-    void entered(Node* node, Input* holder);
+    void entered(Node* node, Input* parent);
     void left();
 
 private:
@@ -286,9 +288,9 @@ private:
     void setFarKinds(AttrType type, AttrType elementType);
     void setDeclaredType(DataType type);
     // Of kinds that take more than 8 bits.
-    [[nodiscard]] QV_EXPORT AttrType farType() const noexcept;
-    [[nodiscard]] QV_EXPORT AttrType farElementType() const noexcept;
-    [[nodiscard]] QV_EXPORT DataType farDataType() const noexcept;
+    [[nodiscard]] AttrType farType() const noexcept;
+    [[nodiscard]] AttrType farElementType() const noexcept;
+    [[nodiscard]] DataType farDataType() const noexcept;
 
     [[nodiscard]] bool writable(const Value& value) const;
     template<typename T>
@@ -296,6 +298,7 @@ private:
     bool store(Value value);
     [[nodiscard]] bool isUpToModifiers() const;
     bool storeModified(Value value);
+    void replaceUserValue(Value value, const Value* kept);
     void replaceValue(Value& value);
     void changed(Value before);
     [[nodiscard]] bool readSource(AttrType kind, void* ctx, Value& out) const;
@@ -322,7 +325,7 @@ private:
     [[nodiscard]] bool isDefaultAlone() const;
     bool resetAlone();
     u64 plainHash(const StringVector& skip) const;
-    u64 holderHash(const StringVector& skip) const;
+    u64 membersHash(const StringVector& skip) const;
     void keepHash(u64 hash) const noexcept { m_hash.store(hash, std::memory_order_relaxed); }
     [[nodiscard]] u64 keptHash() const noexcept { return m_hash.load(std::memory_order_relaxed); }
     void dropHash() noexcept;

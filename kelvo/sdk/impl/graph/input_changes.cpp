@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/input_changes.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -12,8 +13,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-InputChange::InputChange(Input& input)
-    : m_input(&input), m_node(static_cast<Node*>(input.node())) {}
+InputChange::InputChange(Input& input) : m_input(&input), m_node(implOf(input.node())) {}
 
 void InputChange::expect(Scene& scene) {
     scene.expect(static_cast<const IInput*>(m_input.get()));
@@ -31,7 +31,7 @@ namespace {
 
 // Tells whether an input of a node of the scene leads out of it.
 bool isBarred(const Input& input, const INode* to) {
-    const auto* node = static_cast<const Node*>(input.node());
+    const auto* node = implOf(input.node());
     return node && !node->hasLeft() && barBetween(node, to);
 }
 
@@ -45,7 +45,7 @@ RefersTo<INode> linkedBy(const Value& value) {
 ValueChange::ValueChange(Input& input)
     : InputChange(input), m_other(input.ownValue()), m_linked(linkedBy(m_other)) {}
 
-void ValueChange::flip(Scene& /*scene*/) {
+void ValueChange::swap(Scene& /*scene*/) {
     m_restored = std::exchange(m_linked, linkedBy(input().ownValue()));
     Value other = std::exchange(m_other, input().ownValue());
     input().exchangeValue(other);
@@ -78,7 +78,7 @@ String ValueChange::text() const {
 DetailsChange::DetailsChange(Input& input)
     : InputChange(input), m_other(const_cast<AttrDetails*>(input.details())) {}
 
-void DetailsChange::flip(Scene& /*scene*/) {
+void DetailsChange::swap(Scene& /*scene*/) {
     RefersTo<AttrDetails> now(const_cast<AttrDetails*>(input().details()));
     input().setDetails(std::exchange(m_other, std::move(now)));
 }
@@ -91,7 +91,7 @@ StashChange::StashChange(Input& input) : InputChange(input) {
 
 StashChange::~StashChange() = default;
 
-void StashChange::flip(Scene& /*scene*/) {
+void StashChange::swap(Scene& /*scene*/) {
     const Value* const kept = input().stashed();
     m_restored = std::exchange(m_linked, linkedBy(kept ? *kept : Value()));
     input().exchangeStash(m_other);
@@ -125,14 +125,14 @@ SourceChange::SourceChange(Input& input)
 SourceChange::SourceChange(Input& input, Output& source, u64 rank)
     : InputChange(input), m_other(&source), m_otherNode(nodeOf(m_other)), m_rank(rank) {}
 
-void SourceChange::flip(Scene& /*scene*/) {
+void SourceChange::swap(Scene& /*scene*/) {
     const RefersTo<Output> now = std::exchange(m_other, RefersTo<Output>(input().sourceOutput()));
     m_restored = std::exchange(m_otherNode, nodeOf(m_other));
     const u64 rank = std::exchange(m_rank, input().sourceRank());
     input().exchangeSource(now.get(), rank);
 }
 
-// The holder of a node that had left may have taken the output off it, or given it away.
+// A client that holds a node that had left may have taken the output off it, or given it away.
 void SourceChange::settle() {
     const Output* source = input().sourceOutput();
     if (source && (!source->node() || isBarred(input(), source->node())))
@@ -148,7 +148,7 @@ String SourceChange::text() const {
 ElementMove::ElementMove(Input& array, u64 from, u64 to)
     : InputChange(array), m_from(from), m_to(to) {}
 
-void ElementMove::flip(Scene& /*scene*/) {
+void ElementMove::swap(Scene& /*scene*/) {
     std::swap(m_from, m_to);
     if (std::max(m_from, m_to) < input().inputCount()) input().moveMember(m_from, m_to);
 }
@@ -157,32 +157,33 @@ String ElementMove::text() const {
     return "Move an element of " + subject();
 }
 
-InputListChange::InputListChange(Input& input, Node* node, Input* holder, u64 index, bool isIn)
-    : InputChange(input), m_owner(node), m_holder(holder), m_index(index), m_isIn(isIn) {}
+InputListChange::InputListChange(Input& input, Node* node, Input* parent, u64 index, bool isIn)
+    : InputChange(input), m_owner(node), m_parent(parent), m_index(index), m_isIn(isIn) {}
 
 void InputListChange::takeComments(SceneComments& from) {
     m_comments = from.take(&input());
 }
 
-void InputListChange::flip(Scene& scene) {
+void InputListChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
     if (std::exchange(m_isPassedOver, false)) return;
     m_isPassedOver = !(m_isIn ? putIn(scene) : takeOut(scene));
 }
 
-// A node that left may have been changed by its holder: what does not fit any more is passed over.
+// A node that left may have been changed through a handle: a change that does not fit any more is
+// passed over.
 // An input whose removal has not come to its end knows its node still.
 bool InputListChange::putIn(Scene& scene) {
-    if (m_holder && m_holder->node() != m_owner.get()) return false;
-    const auto& list = m_holder ? m_holder->members() : m_owner->inputs();
+    if (m_parent && m_parent->node() != m_owner.get()) return false;
+    const auto& list = m_parent ? m_parent->members() : m_owner->inputs();
     const INode* node = input().node();
     if (node && (node != m_owner.get() || list.contains(&input()))) return false;
     input().incRef();
-    if (m_holder)
-        m_holder->putMember(&input(), std::min(m_index, m_holder->inputCount()));
+    if (m_parent)
+        m_parent->putMember(&input(), std::min(m_index, m_parent->inputCount()));
     else
         insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
-    input().entered(m_owner.get(), m_holder.get());
+    input().entered(m_owner.get(), m_parent.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
     // Nobody hears of a silent one, which modifiers write to all the same.
@@ -193,8 +194,8 @@ bool InputListChange::putIn(Scene& scene) {
 bool InputListChange::takeOut(Scene& scene) {
     if (input().node() != m_owner.get()) return false;
     keepComments([&] { takeComments(scene.comments()); });
-    if (m_holder)
-        m_holder->takeMember(&input());
+    if (m_parent)
+        m_parent->takeMember(&input());
     else
         removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
     // The list's reference.
@@ -208,9 +209,9 @@ bool InputListChange::takeOut(Scene& scene) {
 String InputListChange::subject() const {
     String path = input().path();
     if (input().node()) return path;
-    const String holder = m_holder ? m_holder->path() : m_owner->name();
-    return path.view().starts_with('[') || path.view().starts_with('.') ? holder + path
-                                                                        : holder + "." + path;
+    const String parent = m_parent ? m_parent->path() : m_owner->name();
+    return path.view().starts_with('[') || path.view().starts_with('.') ? parent + path
+                                                                        : parent + "." + path;
 }
 
 // Only this record keeps a removed input alive, so its bytes count here.

@@ -35,7 +35,7 @@ private:
 class ValueChange final : public InputChange {
 public:
     explicit ValueChange(Input& input);
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     void settle() override;
     [[nodiscard]] const void* valueOwner() const override;
     [[nodiscard]] bool isNothing() const override;
@@ -53,7 +53,7 @@ private:
 class DetailsChange final : public InputChange {
 public:
     explicit DetailsChange(Input& input);
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
     [[nodiscard]] String text() const override { return "Describe " + subject(); }
 
@@ -66,7 +66,7 @@ class StashChange final : public InputChange {
 public:
     explicit StashChange(Input& input);
     ~StashChange() override;
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String text() const override;
 
@@ -84,7 +84,7 @@ public:
     explicit SourceChange(Input& input);
     /// For one that `source` let go as the `rank`-th of its targets.
     SourceChange(Input& input, Output& source, u64 rank);
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     void settle() override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
     [[nodiscard]] String text() const override;
@@ -102,7 +102,7 @@ private:
 class ElementMove final : public InputChange {
 public:
     ElementMove(Input& array, u64 from, u64 to);
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
     [[nodiscard]] String text() const override;
 
@@ -115,8 +115,8 @@ private:
 class InputListChange final : public InputChange {
 public:
     /// `isIn` tells what the change makes of it; `index` is its place in the list.
-    InputListChange(Input& input, Node* node, Input* holder, u64 index, bool isIn);
-    void flip(Scene& scene) override;
+    InputListChange(Input& input, Node* node, Input* parent, u64 index, bool isIn);
+    void swap(Scene& scene) override;
     /// Needs one that leaves; before it does. Its comments leave with it.
     void takeComments(SceneComments& from);
     [[nodiscard]] String subject() const override;
@@ -130,7 +130,7 @@ private:
 
     RefersTo<Node> m_owner;
     // Null at the top level.
-    RefersTo<Input> m_holder;
+    RefersTo<Input> m_parent;
     u64 m_index;
     bool m_isIn;
     bool m_isPassedOver = false;

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/departure.h"
@@ -103,6 +104,12 @@ IInput* Input::createInput(String name, AttrType type) {
 IInput* Input::createArray(String name, AttrType elementType) {
     AttrData definition(AttrType::Array);
     definition.elementType = elementType;
+    return createChecked(std::move(name), std::move(definition));
+}
+
+IInput* Input::createBuffer(String name, DataType elementType) {
+    AttrData definition(AttrType::Buffer);
+    definition.dataType = elementType;
     return createChecked(std::move(name), std::move(definition));
 }
 
@@ -258,7 +265,7 @@ void Input::number(u64 from, u64 end) noexcept {
     const ds::Vector<IInput*>& list = members();
     const u64 first = firstNumber();
     for (u64 i = from; i < end; ++i)
-        static_cast<Input*>(list[i])->m_number = first + i;
+        implOf(list[i])->m_number = first + i;
 }
 
 u64 Input::placeInList() const noexcept {
@@ -324,21 +331,21 @@ bool Input::removeLastInput() {
 
 namespace {
 
-// Takes a member off its holder's list, and lets go of it after everyone was told, so that it can
+// Takes a member off its parent's list, and lets go of it after everyone was told, so that it can
 // still be read. `placeOf()` is asked when the removal is recorded.
 template<typename PlaceOf>
-void takeOff(Input& holder, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
-    const RefersTo<Node> held(static_cast<Node*>(holder.node()));
+void takeOff(Input& parent, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
+    const RefersTo<Node> held(implOf(parent.node()));
     EditStep step(held.get());
     Departure departing(removed);
     expectNews(held.get(), static_cast<const IInput*>(&removed));
     if (step.isRecording()) {
         auto* change =
-            step.prepare<InputListChange>(removed, held.get(), &holder, placeOf(), false);
+            step.prepare<InputListChange>(removed, held.get(), &parent, placeOf(), false);
         change->takeComments(step.scene().comments());
     }
     departing.dropComments();
-    holder.takeMember(&removed);
+    parent.takeMember(&removed);
     step.commit();
     departing.offList();
     if (recordsTies) removed.recordTies();
@@ -358,14 +365,13 @@ bool Input::clearInputs() {
     const EditStep step(m_node);
     recordTies();
     while (!members().empty())
-        takeOff(*this, static_cast<Input&>(*members().back()), false,
-                [this] { return members().size() - 1; });
+        takeOff(*this, implOf(*members().back()), false, [this] { return members().size() - 1; });
     news.release();
     return members().empty();
 }
 
 bool Input::removeFound(IInput* member) {
-    auto* removed = static_cast<Input*>(member);
+    auto* removed = implOf(member);
     takeOff(*this, *removed, true,
             [&] { return isArray() ? removed->elementIndex() : indexInList(members(), member); });
     return true;

@@ -1,15 +1,20 @@
-// The handle's look at what the definition of an input says.
+// The handle's look at the definition of an input, and at values by themselves.
 
 #include "kelvo/sdk/input.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/node.h"
 
 namespace qv::kelvo_sdk {
 
 namespace {
 
+using impl::implOf;
+
 const impl::AttrDetails* detailsOf(const interfaces::IInput* input) {
-    return input ? static_cast<const impl::Input*>(input)->details() : nullptr;
+    return input ? implOf(input)->details() : nullptr;
 }
 
 Input shown(const impl::Value& value) {
@@ -18,8 +23,47 @@ Input shown(const impl::Value& value) {
 
 } // namespace
 
+Input Input::create(AttrType type) {
+    return {adoptRef, new impl::Input(nullptr, nullptr, "value", type, AttrType::Null)};
+}
+
+bool Input::copyValue(const Input& from) const {
+    return get() && from && implOf(get())->setValue(implOf(from.get())->value());
+}
+
+bool Input::isDescribed() const {
+    return detailsOf(get()) != nullptr;
+}
+
+bool Input::isLeftToType() const {
+    return get() && implOf(get())->isLeftOut();
+}
+
+bool Input::isModified() const {
+    const impl::Input* input = implOf(get());
+    return input && input->isModified() && *input->stashed() != input->value();
+}
+
+Input Input::keptValue() const {
+    const impl::Value* kept = get() ? implOf(get())->stashed() : nullptr;
+    return kept ? shown(*kept) : Input();
+}
+
+ds::Vector<Node> Input::dependencies() const {
+    ds::Vector<interfaces::INode*> found;
+    if (get()) impl::findDeps(get(), found, false);
+    ds::Vector<Node> nodes;
+    for (interfaces::INode* node : found)
+        nodes.push_back(Node(node));
+    return nodes;
+}
+
+Input Input::createBuffer(String name, DataType elementType) const {
+    return get() ? Input(implOf(get())->createBuffer(std::move(name), elementType)) : Input();
+}
+
 Input Input::defaultValue() const {
-    return get() ? shown(static_cast<const impl::Input*>(get())->defaultValue()) : Input();
+    return get() ? shown(implOf(get())->defaultValue()) : Input();
 }
 
 Input Input::minimum() const {

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/input_extras.h"
@@ -31,7 +32,7 @@ bool Input::holdsInputs() const noexcept {
 
 u64 Input::hashWith(const StringVector& skip) const {
     if (const u64 known = keptHash()) return known;
-    return holdsInputs() ? holderHash(skip) : plainHash(skip);
+    return holdsInputs() ? membersHash(skip) : plainHash(skip);
 }
 
 // Kept unless it depends on other nodes or on `skip`.
@@ -48,7 +49,7 @@ u64 Input::plainHash(const StringVector& skip) const {
 
 // Without recursion: each level is an array or object whose members are being added. The hash of
 // one is kept when those of all its members are.
-u64 Input::holderHash(const StringVector& skip) const {
+u64 Input::membersHash(const StringVector& skip) const {
     struct Level {
         explicit Level(const Input& of)
             : input(&of), hash(hashMix(static_cast<u64>(of.type()), of.members().size())) {}
@@ -68,7 +69,7 @@ u64 Input::holderHash(const StringVector& skip) const {
         Level& level = open.back();
         const ds::Vector<IInput*>& list = level.input->members();
         if (level.next < list.size()) {
-            const auto& member = static_cast<const Input&>(*list[level.next++]);
+            const auto& member = implOf(*list[level.next++]);
             if (member.members().empty() || member.keptHash() != 0)
                 level.add(member, member.hashWith(skip));
             else
@@ -83,7 +84,7 @@ u64 Input::holderHash(const StringVector& skip) const {
     }
 }
 
-// The holder of an input without a known hash has none either.
+// The parent of an input without a known hash has none either.
 void Input::dropHash() noexcept {
     for (Input* input = this; input; input = input->m_parent) {
         if (input->m_hash.load(std::memory_order_relaxed) == 0) return;

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/connection_loop.h"
@@ -26,7 +27,7 @@ namespace {
 
 // Returns the scene that a node stands in, null for none.
 Scene* homeOf(const INode& node) noexcept {
-    auto* scene = static_cast<Scene*>(static_cast<const Node&>(node).liveScene());
+    auto* scene = implOf(implOf(node).liveScene());
     return scene && scene->contains(node) ? scene : nullptr;
 }
 
@@ -34,7 +35,7 @@ Scene* homeOf(const INode& node) noexcept {
 
 const char* barBetween(const INode* from, const INode* to) noexcept {
     if (!from || !to || from == to) return nullptr;
-    const auto &node = static_cast<const Node&>(*from), &target = static_cast<const Node&>(*to);
+    const auto &node = implOf(*from), &target = implOf(*to);
     const bool isOut = node.hasLeft(), isToOut = target.hasLeft();
     if (isOut == isToOut && node.liveScene() == target.liveScene()) return nullptr;
     const Scene *home = homeOf(*from), *toHome = homeOf(*to);
@@ -63,7 +64,7 @@ bool Input::mayLinkTo(const INode* node) const {
 }
 
 bool Input::connect(IOutput* output) {
-    auto* after = static_cast<Output*>(output);
+    auto* after = implOf(output);
     Output* before = sourceOutput();
     if (!after) {
         disconnect();
@@ -121,7 +122,7 @@ void Input::setSource(Output* output, u64 rank) {
 
 // The history owns the node of what it records, which one that ends cannot be.
 const Node* Input::recorder(const INode* other) const {
-    return m_node && m_node->isEnding() ? nullptr : static_cast<const Node*>(other);
+    return m_node && m_node->isEnding() ? nullptr : implOf(other);
 }
 
 // The output ends its connections, of which this is the last. Undo could not bring back the output

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/name_index.h"
@@ -23,7 +24,7 @@ using List = ds::Vector<Attribute*>;
 
 template<typename Attribute>
 auto* own(Attribute* attribute) noexcept {
-    return static_cast<typename ListedAs<Attribute>::Own*>(attribute);
+    return static_cast<typename ImplementationOf<Attribute>::Type*>(attribute);
 }
 
 // Brings the index up to the attribute that came in at a place, or makes one. Without memory for

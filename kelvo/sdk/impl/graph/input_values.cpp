@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -60,13 +61,20 @@ bool Input::store(Value value) {
     if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
     if (!writable(value)) return false;
+    replaceUserValue(std::move(value), nullptr);
+    return true;
+}
+
+// Records the change and tells of it. `kept` is the user's value before, where another one hides
+// it, which ends then.
+void Input::replaceUserValue(Value value, const Value* kept) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
     expectNews(m_node, static_cast<const IInput*>(this));
+    if (kept) dropStash();
     replaceValue(value);
     step.commit();
-    changed(std::move(value));
-    return true;
+    changed(kept ? *kept : std::move(value));
 }
 
 // Leaves the value before in `value`.
@@ -79,7 +87,7 @@ void Input::replaceValue(Value& value) {
 // Asked for every value set: hardly any input gets past the first line.
 bool Input::isUpToModifiers() const {
     if (!m_node || !(m_node->modifying() || stashed())) return false;
-    const auto* scene = static_cast<const Scene*>(m_node->liveScene());
+    const auto* scene = implOf(m_node->liveScene());
     return scene && scene->isModified(*m_node);
 }
 
@@ -353,7 +361,7 @@ bool Input::unstash() {
     if (!stashed()) return false;
     const Value kept = *stashed();
     if (isUpToModifiers()) return setValue(kept);
-    const RefersTo<Scene> scene(m_node ? static_cast<Scene*>(m_node->liveScene()) : nullptr);
+    const RefersTo<Scene> scene(m_node ? implOf(m_node->liveScene()) : nullptr);
     std::optional<RecordScope> record;
     if (scene) record.emplace(*scene);
     NewsHold news;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 
@@ -7,7 +8,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Goes through a list of inputs and all that they hold, at any depth, in order, holders first;
+/// Goes through a list of inputs and all that they hold, at any depth, in order, parents first;
 /// without recursion: inputs may be nested deeper than the stack goes. Between two steps the inputs
 /// met last may change what they hold, but no list that holds them.
 class InputWalk {
@@ -20,7 +21,7 @@ public:
             if (m_outer.empty()) return nullptr;
             leave();
         }
-        auto* input = static_cast<Input*>((*m_at.list)[m_at.next++]);
+        auto* input = implOf((*m_at.list)[m_at.next++]);
         if (!input->members().empty()) {
             m_outer.push_back(m_at);
             m_at = {&input->members()};

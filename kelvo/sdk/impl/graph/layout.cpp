@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/layout.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/layout.h"
 #include "kelvo/sdk/node.h"
@@ -139,7 +140,7 @@ LayoutGroup groupOf(const impl::Node& node, const impl::Layout::Group& group,
 
 ds::Vector<LayoutPage> Node::layoutPages(String language) const {
     ds::Vector<LayoutPage> pages;
-    const auto* node = static_cast<const impl::Node*>(get());
+    const auto* node = impl::implOf(get());
     const auto* layout = node ? dynamic_cast<const impl::Layout*>(node->layout()) : nullptr;
     if (!layout) return pages;
     for (const impl::Layout::Page& page : layout->pages()) {

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/modifier_list.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -7,13 +8,13 @@
 namespace qv::kelvo_sdk::impl {
 
 const Input* modifierListOf(const Node& node) noexcept {
-    const auto* list = static_cast<const Input*>(node.lookUpInput(knownNames().modifiers));
+    const auto* list = implOf(node.lookUpInput(knownNames().modifiers));
     return list && !list->members().empty() ? list : nullptr;
 }
 
 bool isModifierList(const Input& input) noexcept {
-    const auto* holder = static_cast<const Input*>(input.parent());
-    const Input& top = holder ? *holder : input;
+    const auto* parent = implOf(input.parent());
+    const Input& top = parent ? *parent : input;
     return !top.parent() && top.ownName().equalsNoCase(knownNames().modifiers);
 }
 

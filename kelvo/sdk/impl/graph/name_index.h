@@ -2,31 +2,16 @@
 
 #include "kelvo/base/string.h"
 #include "kelvo/base/vector.h"
-#include "kelvo/sdk/interfaces/forward.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 
 namespace qv::kelvo_sdk::impl {
-
-class Input;
-class Output;
-
-/// The one implementation of an attribute that lists hold by its interface.
-template<typename Attribute>
-struct ListedAs;
-template<>
-struct ListedAs<interfaces::IInput> {
-    using Own = Input;
-};
-template<>
-struct ListedAs<interfaces::IOutput> {
-    using Own = Output;
-};
 
 /// Finds the first attribute of a name in a list of inputs or outputs, without regard to case, in
 /// constant time.
 template<typename Attribute>
 class NameIndex {
 public:
-    using Own = typename ListedAs<Attribute>::Own;
+    using Own = typename ImplementationOf<Attribute>::Type;
 
     explicit NameIndex(const ds::Vector<Attribute*>& list);
 

@@ -6,6 +6,7 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
@@ -46,16 +47,16 @@ Node::~Node() {
     if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
     // Every owner link goes before anything else does, so that no attribute reaches this node.
     for (IInput* input : m_inputs)
-        static_cast<Input*>(input)->clearNode();
+        implOf(input)->clearNode();
     for (IOutput* output : m_outputs)
-        static_cast<Output*>(output)->clearNode();
+        implOf(output)->clearNode();
     dropReferences();
     for (IInput* input : m_inputs)
-        static_cast<Input*>(input)->nodeDestroyed();
+        implOf(input)->nodeDestroyed();
     for (IInput* input : m_inputs)
-        static_cast<Input*>(input)->decRef();
+        implOf(input)->decRef();
     for (IOutput* output : m_outputs)
-        static_cast<Output*>(output)->decRef();
+        implOf(output)->decRef();
     if (m_layout) m_layout->decRef();
     m_layout = nullptr;
     s_instCount.fetch_sub(1);
@@ -77,9 +78,7 @@ void Node::decRef() {
 
 // Nodes of a scene lose what refers to them when they leave it.
 bool Node::isReferredTo() const noexcept {
-    const auto isRead = [](const IOutput* output) {
-        return !static_cast<const Output*>(output)->isFree();
-    };
+    const auto isRead = [](const IOutput* output) { return !implOf(output)->isFree(); };
     if (std::ranges::any_of(m_outputs, isRead)) return true;
     return LinkTable::hasFreeLinks() &&
            (LinkTable::ofFreeNodes().first(this) || LinkTable::keptOfFreeNodes().first(this));
@@ -90,7 +89,7 @@ void Node::endReferences() noexcept {
     try {
         NewsHold news;
         for (IOutput* output : m_outputs)
-            static_cast<Output*>(output)->disconnectTargets();
+            implOf(output)->disconnectTargets();
         for (LinkTable* links : {&LinkTable::ofFreeNodes(), &LinkTable::keptOfFreeNodes()})
             while (Input* input = links->first(this))
                 input->relink(*this, nullptr);
@@ -103,7 +102,7 @@ void Node::endReferences() noexcept {
 // References that came meanwhile, or lead to a node that is not counted, end unheard.
 void Node::dropReferences() noexcept {
     for (IOutput* output : m_outputs)
-        static_cast<Output*>(output)->dropTargets();
+        implOf(output)->dropTargets();
     if (!LinkTable::hasFreeLinks()) return;
     while (Input* input = LinkTable::ofFreeNodes().first(this))
         input->dropLink();

@@ -29,6 +29,7 @@ using interfaces::NodeObserver;
 class Input;
 class LibInfo;
 class Output;
+class Scene;
 
 /// The one implementation of a node. The contract of its operations stands in `INode`; here stand
 /// the laws of the rooms, each room being one source file and one test.
@@ -121,6 +122,8 @@ public:
 
     IInput* createInput(String name, AttrType type) override;
     IInput* createInput(String name, AttrData data);
+    /// As `createInput`, for a buffer that declares its element type.
+    IInput* createBuffer(String name, DataType elementType);
     IInput* createArray(String name, AttrType elementType) override;
     IOutput* createOutput(String name, AttrType type) override;
     /// Returns the input that a creator must return instead of making one, or null.
@@ -331,6 +334,8 @@ private:
     void copyAttributes(const Node& from);
     template<typename Tell>
     void tellObservers(const Tell& tell) const;
+    template<typename Attribute>
+    void tellScene(const Attribute* attribute, void (Scene::*notify)(const Attribute*));
 
     std::atomic<i32> m_refCount = 0;
     ds::Vector<NodeObserver*> m_observers;

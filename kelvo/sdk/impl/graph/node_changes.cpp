@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/node_changes.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -21,9 +22,9 @@ u64 bytesOf(const Output& output) {
 u64 bytesOf(const Node& node) {
     u64 bytes = sizeof(Node);
     for (const IInput* input : node.inputs())
-        bytes += static_cast<const Input*>(input)->ownBytes();
+        bytes += implOf(input)->ownBytes();
     for (const IOutput* output : node.outputs())
-        bytes += bytesOf(static_cast<const Output&>(*output));
+        bytes += bytesOf(implOf(*output));
     return bytes;
 }
 
@@ -64,12 +65,13 @@ void OutputListChange::takeComments(SceneComments& from) {
     m_comments = from.take(m_output.get());
 }
 
-void OutputListChange::prepareFlip(Scene& /*scene*/) {
+void OutputListChange::prepareSwap(Scene& /*scene*/) {
     if (m_isIn) m_output->disconnectTargets();
 }
 
-// A node that left may have been changed by its holder: what does not fit any more is passed over.
-void OutputListChange::flip(Scene& scene) {
+// A node that left may have been changed through a handle: a change that does not fit any more is
+// passed over.
+void OutputListChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
     // One whose removal has not come to its end knows its node still.
     const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
@@ -104,7 +106,7 @@ String OutputListChange::text() const {
 
 OutputValueChange::OutputValueChange(Output& output) : m_output(&output), m_other(output.value()) {}
 
-void OutputValueChange::flip(Scene& /*scene*/) {
+void OutputValueChange::swap(Scene& /*scene*/) {
     m_output->exchangeValue(m_other);
 }
 
@@ -132,14 +134,14 @@ void NodeChange::expect(Scene& scene) {
     if (m_isIn) scene.comments().makeRoom(m_node.get(), m_comments);
 }
 
-void NodeChange::prepareFlip(Scene& scene) {
+void NodeChange::prepareSwap(Scene& scene) {
     if (m_isIn) scene.clearReferences(*m_node);
 }
 
 // A node that left may have been given to another scene, where it stays; a node that came in may
-// have been taken out by an observer of another undo. A flip that was passed over is passed over
+// have been taken out by an observer of another undo. A swap that was passed over is passed over
 // when it is turned back, too.
-void NodeChange::flip(Scene& scene) {
+void NodeChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
     if (std::exchange(m_isPassedOver, false)) return;
     const bool isElsewhere = m_node->scene() && !m_node->hasLeft();
@@ -214,7 +216,7 @@ void NodeExchange::restore(const std::vector<Source>& sources) {
     }
 }
 
-void NodeExchange::flip(Scene& scene) {
+void NodeExchange::swap(Scene& scene) {
     const bool isElsewhere = m_out->scene() && !m_out->hasLeft();
     if (isElsewhere || !scene.contains(*m_in)) return;
     std::swap(m_in, m_out);
@@ -242,7 +244,7 @@ String NodeExchange::text() const {
 
 NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}
 
-void NodeRename::flip(Scene& scene) {
+void NodeRename::swap(Scene& scene) {
     // An observer of another undo may have given the name away.
     const Node* named = scene.m_nodes.find(m_other);
     if (!scene.contains(*m_node) || (named && named != m_node.get())) return;
@@ -257,7 +259,7 @@ String NodeRename::text() const {
 NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), m_to(to) {}
 
 // An observer of another undo may have made other places of these.
-void NodeMove::flip(Scene& scene) {
+void NodeMove::swap(Scene& scene) {
     std::swap(m_from, m_to);
     if (std::exchange(m_isPassedOver, false)) return;
     m_isPassedOver = !scene.contains(*m_node) || m_to >= scene.nodeCount();
@@ -268,7 +270,7 @@ void NodeMove::flip(Scene& scene) {
 
 // ---- Comments ------------------------------------------------------------------------------
 
-void FileCommentsChange::flip(Scene& scene) {
+void FileCommentsChange::swap(Scene& scene) {
     Comments now = scene.comments().file();
     scene.comments().setFile(std::move(m_other));
     m_other = std::move(now);

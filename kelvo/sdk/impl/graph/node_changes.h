@@ -19,8 +19,8 @@ public:
         scene.expect(static_cast<const IOutput*>(m_output.get()));
     }
     /// Connections made without the scene's knowledge end.
-    void prepareFlip(Scene& scene) override;
-    void flip(Scene& scene) override;
+    void prepareSwap(Scene& scene) override;
+    void swap(Scene& scene) override;
     /// Needs one that leaves; before it does.
     void takeComments(SceneComments& from);
     [[nodiscard]] u64 bytes() const override;
@@ -42,7 +42,7 @@ public:
     void expect(Scene& scene) override {
         scene.expect(static_cast<const IOutput*>(m_output.get()));
     }
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] const void* valueOwner() const override { return m_output.get(); }
     [[nodiscard]] bool isNothing() const override;
     [[nodiscard]] u64 bytes() const override;
@@ -60,8 +60,8 @@ public:
     NodeChange(Node& node, u64 index, bool isIn);
     void expect(Scene& scene) override;
     /// References made without the scene's knowledge end.
-    void prepareFlip(Scene& scene) override;
-    void flip(Scene& scene) override;
+    void prepareSwap(Scene& scene) override;
+    void swap(Scene& scene) override;
     /// Needs one that leaves; before it does. What belongs to it is kept.
     void takeAlong(SceneComments& from);
     /// The same: the place that it leaves.
@@ -98,7 +98,7 @@ public:
         scene.expect(static_cast<const INode*>(m_out.get()));
         scene.expect(static_cast<const INode*>(m_in.get()));
     }
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_in->name(); }
     [[nodiscard]] String text() const override;
@@ -131,7 +131,7 @@ class NodeRename final : public Change {
 public:
     NodeRename(Node& node, String before);
     void expect(Scene& scene) override { scene.expect(static_cast<const INode*>(m_node.get())); }
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this) + m_other.size(); }
     [[nodiscard]] String subject() const override { return m_node->name(); }
     [[nodiscard]] String text() const override;
@@ -146,7 +146,7 @@ class NodeMove final : public Change {
 public:
     NodeMove(Node& node, u64 from, u64 to);
     void expect(Scene& scene) override { scene.expect(static_cast<const INode*>(m_node.get())); }
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override { return sizeof(*this); }
     [[nodiscard]] String subject() const override { return m_node->name(); }
     [[nodiscard]] String text() const override { return "Move node '" + subject() + "'"; }
@@ -163,7 +163,7 @@ class FileCommentsChange final : public Change {
 public:
     explicit FileCommentsChange(const SceneComments& comments) : m_other(comments.file()) {}
     void expect(Scene& /*scene*/) override {}
-    void flip(Scene& scene) override;
+    void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return "comments"; }
     [[nodiscard]] String text() const override { return "Comment"; }

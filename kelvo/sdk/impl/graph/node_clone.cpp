@@ -1,24 +1,33 @@
 // ---- Copies ----------------------------------------------------------------------------
 // The scene decides on placement and names; the node copies itself field by field, unheard.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/node.h"
 
 #include <tuple>
+
+namespace qv::kelvo_sdk {
+
+Node Node::copyByItself(String name) const {
+    return get() ? Node(adoptRef, impl::implOf(get())->clone(nullptr, std::move(name))) : Node();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 
 INode* Node::clone(bool deep) const {
-    return m_scene ? static_cast<Scene*>(m_scene)->cloneNode(const_cast<Node*>(this), deep)
-                   : nullptr;
+    return m_scene ? implOf(m_scene)->cloneNode(const_cast<Node*>(this), deep) : nullptr;
 }
 
 INode* Node::convertTo(String type) {
-    return m_scene ? static_cast<Scene*>(m_scene)->convertNode(this, std::move(type)) : nullptr;
+    return m_scene ? implOf(m_scene)->convertNode(this, std::move(type)) : nullptr;
 }
 
 Node* Node::clone(IScene* scene, String name) const {
@@ -64,12 +73,12 @@ void Node::copyLibrary(const Node& from) {
 
 void Node::copyAttributes(const Node& from) {
     for (const IInput* input : from.m_inputs) {
-        auto copy = RefersTo<IInput>::adopt(static_cast<const Input*>(input)->clone(this, nullptr));
+        auto copy = RefersTo<IInput>::adopt(implOf(input)->clone(this, nullptr));
         appendToList(m_inputs, copy.get());
         std::ignore = copy.detach();
     }
     for (const IOutput* output : from.m_outputs) {
-        auto copy = RefersTo<IOutput>::adopt(static_cast<const Output*>(output)->clone(this));
+        auto copy = RefersTo<IOutput>::adopt(implOf(output)->clone(this));
         appendToList(m_outputs, copy.get());
         std::ignore = copy.detach();
     }

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/node_converter.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -28,7 +29,7 @@ String indexName(u64 index) {
 }
 
 const Input* memberOf(const Input* definition, const String& name) {
-    return definition ? static_cast<const Input*>(definition->lookUpInput(name)) : nullptr;
+    return definition ? implOf(definition->lookUpInput(name)) : nullptr;
 }
 
 bool holdsInputs(AttrType type) noexcept {
@@ -44,35 +45,35 @@ void NodeConverter::fill() {
 
 void NodeConverter::fillInputs() {
     for (IInput* input : m_from.inputs()) {
-        const auto& from = static_cast<const Input&>(*input);
+        const auto& from = implOf(*input);
         IInput* known = m_definition ? m_definition->lookUpInput(from.ownName()) : nullptr;
         IInput* to = m_to.lookUpInput(from.ownName());
         const bool isCopy = !to && (m_keepsAll || !known);
         if (isCopy) to = m_to.createInput(from.ownName(), description(from));
         if (to)
-            m_left.push_back({&from, static_cast<Input*>(to), static_cast<Input*>(known), isCopy});
+            m_pending.push_back({&from, implOf(to), implOf(known), isCopy});
         else
             lose(from, String("is no input of type '") + m_to.type() + "'");
     }
     // Without recursion: inputs may be nested deeper than the stack goes.
-    for (u64 i = 0; i < m_left.size(); ++i) {
-        const Step step = m_left[i];
+    for (u64 i = 0; i < m_pending.size(); ++i) {
+        const Step step = m_pending[i];
         convert(step);
     }
 }
 
 void NodeConverter::fillOutputs() {
     for (IOutput* output : m_from.outputs()) {
-        auto& from = static_cast<Output&>(*output);
+        auto& from = implOf(*output);
         IOutput* to = m_to.lookUpOutput(from.ownName());
         const bool isKnown = m_definition && m_definition->lookUpOutput(from.ownName());
         if (!to && (m_keepsAll || !isKnown)) {
             to = from.type() == AttrType::Buffer
                      ? m_to.createOutput(from.ownName(), from.dataType())
                      : m_to.createOutput(from.ownName(), from.type());
-            if (to && !from.value().isNull()) static_cast<Output*>(to)->setValue(from.value());
+            if (to && !from.value().isNull()) implOf(to)->setValue(from.value());
         }
-        m_outputs.emplace_back(&from, static_cast<Output*>(to));
+        m_outputs.emplace_back(&from, implOf(to));
     }
 }
 
@@ -104,14 +105,14 @@ void NodeConverter::connect(const Input& from, Input& to) {
 
 void NodeConverter::convertMembers(const Step& step) {
     for (const IInput* member : step.from->members()) {
-        const auto& from = static_cast<const Input&>(*member);
+        const auto& from = implOf(*member);
         const Input* known = memberOf(step.definition, from.ownName());
         IInput* to = step.to->lookUpInput(from.ownName());
         const bool isOpen = step.isCopy || !step.to->isReadOnly();
         const bool isCopy = !to && isOpen && (m_keepsAll || !known);
         if (isCopy) to = step.to->createInput(from.ownName(), description(from));
         if (to)
-            m_left.push_back({&from, static_cast<Input*>(to), known, step.isCopy || isCopy});
+            m_pending.push_back({&from, implOf(to), known, step.isCopy || isCopy});
         else
             lose(from, String("is no member of '") + step.to->path() + "'");
     }
@@ -137,11 +138,11 @@ void NodeConverter::makeElements(const Step& step) {
     Input& to = *step.to;
     const bool isSameKind = from.elementType() == to.elementType();
     for (u64 i = 0; i < from.members().size(); ++i) {
-        const auto& element = static_cast<const Input&>(*from.members()[i]);
+        const auto& element = implOf(*from.members()[i]);
         AttrData data(to.elementType());
         if (isSameKind) data.elementType = element.elementType();
         IInput* made = to.createInput(indexName(i), std::move(data));
-        if (made) m_left.push_back({&element, static_cast<Input*>(made), nullptr, step.isCopy});
+        if (made) m_pending.push_back({&element, implOf(made), nullptr, step.isCopy});
     }
 }
 

@@ -65,7 +65,7 @@ private:
     const Node* m_definition;
     bool m_keepsAll;
     Misfits m_misfits;
-    std::vector<Step> m_left;
+    std::vector<Step> m_pending;
     std::vector<std::pair<const Input*, const Input*>> m_inputs;
     // The second is null for an output that the new type lacks.
     std::vector<std::pair<Output*, Output*>> m_outputs;

@@ -6,15 +6,41 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
+#include "kelvo/sdk/node.h"
+
 #include "kelvo/base/log.h"
 
 #include <tuple>
+
+namespace qv::kelvo_sdk {
+
+Input Node::createBuffer(String name, DataType elementType) const {
+    impl::Node* node = impl::implOf(get());
+    return node ? Input(node->createBuffer(std::move(name), elementType)) : Input();
+}
+
+Input Node::createInput(String name, const Input& like) const {
+    if (!get() || !like) return Input();
+    impl::AttrData data(like.type());
+    data.elementType = like.elementType();
+    data.dataType = like->dataType();
+    data.value = impl::implOf(*like).value();
+    return Input(impl::implOf(get())->createInput(std::move(name), std::move(data)));
+}
+
+Output Node::createOutput(String name, DataType elementType) const {
+    impl::Node* node = impl::implOf(get());
+    return node ? Output(node->createOutput(std::move(name), elementType)) : Output();
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 
@@ -58,6 +84,15 @@ IInput* Node::createInput(String name, AttrData data) {
     if (!checkAttrName(name, "Input", *this)) return nullptr;
     if (IInput* existing = reusableInput(name, data.type, AttrType::Null, DataType::Null))
         return existing;
+    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
+}
+
+IInput* Node::createBuffer(String name, DataType elementType) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(name, AttrType::Buffer, AttrType::Null, elementType))
+        return existing;
+    AttrData data(AttrType::Buffer);
+    data.dataType = elementType;
     return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
 }
 

@@ -1,6 +1,7 @@
 // ---- File paths ------------------------------------------------------------------------
 // String inputs "dir", "file" and "ext" make a node stand for a file; they are all there is.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/known_names.h"
@@ -72,7 +73,7 @@ bool Node::setPath(String dir, String file, String ext) {
     const auto isThere = [&](const kelvo_sdk::Input& written) {
         if (liveScene() != scene.get()) return false;
         if (!scene) return true;
-        auto& home = static_cast<impl::Scene&>(*scene.get());
+        auto& home = implOf(*scene.get());
         return !m_hasLeft && (written.node() == this || !home.undoEnabled());
     };
     const auto write = [&] {

@@ -1,6 +1,7 @@
 // ---- Hierarchy -------------------------------------------------------------------------
 // Children are what the array "children" of an "xform" links to, read afresh at each call.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -64,8 +65,8 @@ private:
             const ds::Vector<IInput*>& elements = level.list->members();
             if (level.index >= elements.size())
                 leave();
-            else if (INode* node = linkedNode(*static_cast<Input*>(elements[level.index++])))
-                meet(*static_cast<Node*>(node), level.depth);
+            else if (INode* node = linkedNode(*implOf(elements[level.index++])))
+                meet(*implOf(node), level.depth);
         }
     }
 
@@ -81,7 +82,7 @@ private:
         if (mark != kNever && mark <= depth) return;
         if (m_maxDepth < 0) mark = kWhole;
         if (const IInput* list = child.lookUpInput(m_known.children))
-            enter(static_cast<const Input*>(list), depth, &child);
+            enter(implOf(list), depth, &child);
         else
             m_without.emplace_back(&child);
     }
@@ -122,7 +123,7 @@ private:
 } // namespace
 
 void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out) {
-    if (input) ChildWalk(maxDepth, out).walk(*static_cast<const Input*>(input), depth);
+    if (input) ChildWalk(maxDepth, out).walk(*implOf(input), depth);
 }
 
 NodeIterator* Node::children(i64 depth) const {
@@ -156,9 +157,9 @@ bool Node::parentTo(INode* parent) {
         return false;
     }
     // Who hears of the element may remove it, or either node.
-    const bool isHeld = static_cast<const Node*>(parent)->mayCallBack();
+    const bool isHeld = implOf(parent)->mayCallBack();
     const RefersTo<INode> self(isHeld ? this : nullptr), heldParent(isHeld ? parent : nullptr);
-    const EditStep step(static_cast<const Node*>(parent));
+    const EditStep step(implOf(parent));
     return step.make([&] {
         IInput* element = parent->input(knownNames().children)->appendElement();
         return element && element->setNode(this);

@@ -3,6 +3,7 @@
 // matched exactly, at the top level. Misses are silent. Only array elements are made on the
 // way.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -44,7 +45,7 @@ bool takeName(std::string_view& path, std::string_view& name) noexcept {
 
 IInput* memberNamed(IInput& object, std::string_view name) {
     for (u64 i = 0; i < object.inputCount(); ++i) {
-        auto* member = static_cast<Input*>(object.input(i));
+        auto* member = implOf(object.input(i));
         if (member->ownName().equalsNoCase(name)) return member;
     }
     return nullptr;
@@ -76,8 +77,7 @@ struct Growing {
 
 IInput* elementAt(IInput& array, i64 wanted, std::optional<Growing>& growing) {
     const u64 index = wanted < 0 ? array.inputCount() : static_cast<u64>(wanted);
-    if (array.inputCount() <= index && !growing)
-        growing.emplace(static_cast<const Node*>(array.node()));
+    if (array.inputCount() <= index && !growing) growing.emplace(implOf(array.node()));
     while (array.inputCount() <= index) {
         if (!array.appendElement()) return nullptr;
     }
@@ -85,7 +85,7 @@ IInput* elementAt(IInput& array, i64 wanted, std::optional<Growing>& growing) {
 }
 
 IInput* walkStep(IInput& from, const PathParser::Token& step, std::optional<Growing>& growing) {
-    if (step.index == -1) return static_cast<Input&>(from).lookUpInput(step.text);
+    if (step.index == -1) return implOf(from).lookUpInput(step.text);
     return from.hasElementType(AttrType::Null) ? elementAt(from, step.index, growing) : nullptr;
 }
 
@@ -114,7 +114,7 @@ IInput* Node::findInput(String path) const {
     std::string_view name;
     takeName(rest, name);
     for (IInput* input : m_inputs) {
-        if (!static_cast<Input*>(input)->ownName().equalsNoCase(name)) continue;
+        if (!implOf(input)->ownName().equalsNoCase(name)) continue;
         if (IInput* found = searchInput(input, rest)) return found;
     }
     return nullptr;

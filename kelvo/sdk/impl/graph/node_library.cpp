@@ -2,6 +2,7 @@
 // The callbacks come as one set: the type's own if that is complete, else the first base's that
 // is, else the type's own as it stands.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/library_call.h"
@@ -42,7 +43,7 @@ bool Node::bindCallbacks(const String& type) {
 // scene of a node that ends may be gone.
 void Node::evaluationChanged() const noexcept {
     if (!m_scene || m_destroying) return;
-    static_cast<Scene*>(m_scene)->followers().each(
+    implOf(m_scene)->followers().each(
         [this](SceneFollower& follower) { follower.callbacksChanged(*this); });
 }
 

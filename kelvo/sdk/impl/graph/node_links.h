@@ -1,10 +1,13 @@
 #pragma once
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -31,11 +34,11 @@ bool visitDependencies(const Node& node, const Visit& visit) {
     InputWalk inputs(node.inputs());
     while (const Input* input = inputs.next())
         for (const INode* found : {linkedNode(*input), sourceNode(*input)})
-            if (found && visit(*static_cast<const Node*>(found))) return true;
+            if (found && visit(*implOf(found))) return true;
     return false;
 }
 
-/// Calls `visit(Input&)` for all inputs of a node, at any depth, in order, holders first.
+/// Calls `visit(Input&)` for all inputs of a node, at any depth, in order, parents first.
 template<typename Visit>
 void visitInputs(const Node& node, const Visit& visit) {
     InputWalk inputs(node.inputs());
@@ -43,23 +46,23 @@ void visitInputs(const Node& node, const Visit& visit) {
         visit(*input);
 }
 
-/// Calls `visit(Input&)` for the inputs on a list of a holder (null for a node's) and all below
-/// them, each holder followed by what it holds; takes no memory.
+/// Calls `visit(Input&)` for the inputs on a list of a parent (null for a node's) and all below
+/// them, each parent followed by what it holds; takes no memory.
 template<typename Visit>
 void visitInPlace(const ds::Vector<IInput*>& list, const Input* of, const Visit& visit) {
-    const Input* holder = of;
+    const Input* parent = of;
     for (u64 index = 0;;) {
-        const ds::Vector<IInput*>& level = holder == of ? list : holder->members();
+        const ds::Vector<IInput*>& level = parent == of ? list : parent->members();
         if (index < level.size()) {
-            auto& input = static_cast<Input&>(*level[index]);
+            auto& input = implOf(*level[index]);
             visit(input);
             ++index;
             if (input.members().empty()) continue;
-            holder = &input;
+            parent = &input;
             index = 0;
-        } else if (holder != of) {
-            index = holder->placeInList() + 1;
-            holder = static_cast<const Input*>(holder->parent());
+        } else if (parent != of) {
+            index = parent->placeInList() + 1;
+            parent = implOf(parent->parent());
         } else {
             return;
         }
@@ -77,12 +80,26 @@ void visitInputsInPlace(const Node& node, const Visit& visit) {
 template<typename Visit>
 void visitReaders(const Node& node, const Visit& visit) {
     const auto visitOwner = [&](const Input& input) {
-        if (INode* owner = input.node()) visit(*static_cast<Node*>(owner));
+        if (INode* owner = input.node()) visit(*implOf(owner));
     };
-    if (IScene* scene = node.scene())
-        static_cast<Scene*>(scene)->links().forEach(&node, visitOwner);
+    if (IScene* scene = node.scene()) implOf(scene)->links().forEach(&node, visitOwner);
     for (const IOutput* output : node.outputs())
-        static_cast<const Output*>(output)->forEachTarget(visitOwner);
+        implOf(output)->forEachTarget(visitOwner);
+}
+
+/// Calls `enter(Node&)` for the readers of a node, and of each that `enter` answers true for, at
+/// any distance; without recursion: chains may be longer than the stack is deep. A node may be met
+/// again. `pending` is the memory that the walk works in.
+template<typename Enter>
+void visitDownstream(const Node& from, std::vector<const Node*>& pending, const Enter& enter) {
+    pending.assign(1, &from);
+    while (!pending.empty()) {
+        const Node& node = *pending.back();
+        pending.pop_back();
+        visitReaders(node, [&](Node& reader) {
+            if (enter(reader)) pending.push_back(&reader);
+        });
+    }
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -4,6 +4,7 @@
 // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
 // change of several parts all of it comes when that is complete.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/modifier_list.h"
@@ -19,7 +20,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 Scene* sceneOf(IScene* scene) noexcept {
-    return static_cast<Scene*>(scene);
+    return implOf(scene);
 }
 
 kelvo_sdk::Input handleOn(const IInput* input) {
@@ -111,49 +112,40 @@ void Node::tellObservers(const Tell& tell) const {
 // Tells whether it is worth the while to remember a change until it is told. What nobody hears of
 // makes the scene dirty at once.
 bool Node::isNews(const IInput& input) const {
-    if (isHeard() || isModifierList(static_cast<const Input&>(input)) || m_isObserved) return true;
+    if (isHeard() || isModifierList(implOf(input)) || m_isObserved) return true;
     if (m_scene) sceneOf(m_scene)->setDirty();
     return false;
 }
 
-void Node::onInputAdded(const IInput* input) {
+// Tells the scene of an attribute that came or went.
+template<typename Attribute>
+void Node::tellScene(const Attribute* attribute, void (Scene::*notify)(const Attribute*)) {
     markDirty();
-    if (m_destroying || input->isSilent()) return;
+    if (m_destroying) return;
     if (NewsHold* hold = NewsHold::current())
-        return hold->add(
-            [node = held(this), input = held(input)] { node->onInputAdded(input.get()); });
+        return hold->add([node = held(this), attribute = held(attribute), notify] {
+            node->tellScene(static_cast<const Attribute*>(attribute.get()), notify);
+        });
     const NodeChangeScope scope(m_scene);
-    if (m_scene) sceneOf(m_scene)->notifyInputAdded(input);
+    if (m_scene) (sceneOf(m_scene)->*notify)(attribute);
+}
+
+void Node::onInputAdded(const IInput* input) {
+    if (input->isSilent()) return markDirty();
+    tellScene(input, &Scene::notifyInputAdded);
 }
 
 void Node::onOutputAdded(const IOutput* output) {
-    markDirty();
-    if (m_destroying) return;
-    if (NewsHold* hold = NewsHold::current())
-        return hold->add(
-            [node = held(this), output = held(output)] { node->onOutputAdded(output.get()); });
-    const NodeChangeScope scope(m_scene);
-    if (m_scene) sceneOf(m_scene)->notifyOutputAdded(output);
+    tellScene(output, &Scene::notifyOutputAdded);
 }
 
 void Node::onInputRemoved(const IInput* input) {
-    markDirty();
-    if (m_destroying || input->isSilent()) return;
-    if (NewsHold* hold = NewsHold::current())
-        return hold->add(
-            [node = held(this), input = held(input)] { node->onInputRemoved(input.get()); });
-    const NodeChangeScope scope(m_scene);
-    if (m_scene) sceneOf(m_scene)->notifyInputRemoved(input);
+    if (input->isSilent()) return markDirty();
+    tellScene(input, &Scene::notifyInputRemoved);
 }
 
 void Node::onOutputRemoved(const IOutput* output) {
-    markDirty();
-    if (m_destroying) return;
-    if (NewsHold* hold = NewsHold::current())
-        return hold->add(
-            [node = held(this), output = held(output)] { node->onOutputRemoved(output.get()); });
-    const NodeChangeScope scope(m_scene);
-    if (m_scene) sceneOf(m_scene)->notifyOutputRemoved(output);
+    tellScene(output, &Scene::notifyOutputRemoved);
 }
 
 // Opening the scope may set off the node's end, hence the second question in these five. The scene

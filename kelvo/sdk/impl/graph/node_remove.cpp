@@ -2,6 +2,7 @@
 // The node is dirty before anyone is told, and lets go of the attribute after everyone was, so
 // that it can still be read.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/departure.h"
@@ -65,7 +66,7 @@ bool Node::clearInputs() {
 }
 
 bool Node::removeFoundInput(IInput* input) {
-    auto* removed = static_cast<Input*>(input);
+    auto* removed = implOf(input);
     const RefersTo<Node> self(this);
     EditStep step(this);
     const u64 index = indexInList(m_inputs, input);
@@ -111,7 +112,7 @@ bool Node::clearOutputs() {
 }
 
 bool Node::removeFoundOutput(IOutput* output) {
-    auto* removed = static_cast<Output*>(output);
+    auto* removed = implOf(output);
     const RefersTo<Node> self(this);
     EditStep step(this);
     const u64 index = indexInList(m_outputs, output);

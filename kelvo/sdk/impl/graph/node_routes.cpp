@@ -14,6 +14,39 @@ RefersTo<NodePath> Node::firstPathTo(const Node& target, bool allLinks) const {
     return RefersTo<NodePath>::adopt(path);
 }
 
+namespace {
+
+// Null for an empty handle.
+impl::PathIterator* implOf(RefCounted* paths) {
+    return static_cast<impl::PathIterator*>(paths);
+}
+
+} // namespace
+
+NodePaths Node::pathsTo(const Node& target, bool allLinks) const {
+    return get() ? NodePaths(adoptRef, get()->pathsTo(target.get(), allLinks)) : NodePaths();
+}
+
+NodePaths Node::paths(StringVector types, bool allLinks) const {
+    return get() ? NodePaths(adoptRef, get()->paths(std::move(types), allLinks)) : NodePaths();
+}
+
+RefersTo<NodePath> NodePaths::current() const {
+    return RefersTo<NodePath>(get() ? implOf(get())->current() : nullptr);
+}
+
+bool NodePaths::next() const {
+    return get() && implOf(get())->next();
+}
+
+u64 NodePaths::count() const {
+    return get() ? implOf(get())->count() : 0;
+}
+
+bool NodePaths::isCountExact() const {
+    return !get() || implOf(get())->isCountExact();
+}
+
 } // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {

@@ -1,6 +1,7 @@
 // ---- Stash -----------------------------------------------------------------------------
 // The inputs that the node's modifiers name, at any depth, put their values aside.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/input_walk.h"
@@ -31,8 +32,8 @@ void Node::stash(IInput* input, const StringVector& names) {
     const auto stashNamed = [&names](Input& next) {
         if (names.contains(next.name(), true)) next.stash();
     };
-    stashNamed(static_cast<Input&>(*input));
-    InputWalk members(static_cast<const Input*>(input)->members());
+    stashNamed(implOf(*input));
+    InputWalk members(implOf(input)->members());
     while (Input* member = members.next())
         stashNamed(*member);
 }

@@ -2,6 +2,7 @@
 // Every change sets the flag before anyone hears of it. Only setDirty(false), and a query that
 // finds nothing dirty, clear it.
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/known_names.h"
@@ -42,7 +43,7 @@ public:
         visitAll();
     }
     void walk(IInput* input) {
-        if (input) leaveFor(*static_cast<const Input*>(input));
+        if (input) leaveFor(*implOf(input));
         visitAll();
     }
 
@@ -54,9 +55,9 @@ private:
     };
 
     void visitAll() {
-        while (!m_left.empty()) {
-            const Step step = m_left.back();
-            m_left.pop_back();
+        while (!m_pending.empty()) {
+            const Step step = m_pending.back();
+            m_pending.pop_back();
             if (step.node)
                 visit(*step.node);
             else
@@ -68,7 +69,7 @@ private:
         if (!m_seen.add(&node, 0).isNew) return;
         m_out.push_back(&node);
         if (m_downstream) leaveReadersFor(node);
-        leaveFor(static_cast<const Node&>(node).inputs());
+        leaveFor(implOf(node).inputs());
     }
 
     void leaveReadersFor(const INode& node) {
@@ -81,24 +82,24 @@ private:
 
     void leaveFor(const ds::Vector<IInput*>& inputs) {
         for (u64 i = inputs.size(); i-- > 0;)
-            leaveFor(*static_cast<const Input*>(inputs[i]));
+            leaveFor(*implOf(inputs[i]));
     }
 
     // Most inputs lead nowhere.
     void leaveFor(const Input& input) {
         leaveFor(sourceNode(input));
         leaveFor(linkedNode(input));
-        if (!input.members().empty()) m_left.push_back({nullptr, &input.members()});
+        if (!input.members().empty()) m_pending.push_back({nullptr, &input.members()});
     }
 
     void leaveFor(INode* node) {
-        if (node) m_left.push_back({node, nullptr});
+        if (node) m_pending.push_back({node, nullptr});
     }
 
     ds::Vector<INode*>& m_out;
     bool m_downstream;
     NodeMarks m_seen;
-    std::vector<Step> m_left;
+    std::vector<Step> m_pending;
 };
 
 } // namespace
@@ -115,7 +116,7 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
 bool Node::dirty(bool deep) const {
     const std::atomic_ref<bool> flag(m_dirty);
     if (flag.load(std::memory_order_relaxed)) return true;
-    if (m_scene && static_cast<const Scene*>(m_scene)->isDirtyStateCached())
+    if (m_scene && implOf(m_scene)->isDirtyStateCached())
         return flag.load(std::memory_order_relaxed);
     const bool isDirty = deep && dependsOnDirty();
     if (flag.load(std::memory_order_relaxed) != isDirty)
@@ -131,7 +132,7 @@ bool Node::dependsOnDirty() const {
 }
 
 void Node::setDirty(bool dirty) {
-    auto* scene = static_cast<Scene*>(m_scene);
+    auto* scene = implOf(m_scene);
     if (dirty) {
         markDirty();
         if (scene) scene->setDirty(true);
@@ -144,7 +145,7 @@ void Node::setDirty(bool dirty) {
 // The scene of a node that is being destroyed may be gone.
 void Node::markDirty() const {
     const bool wasDirty = std::exchange(m_dirty, true);
-    if (m_scene && !m_destroying) static_cast<Scene*>(m_scene)->nodeChanged(*this, wasDirty);
+    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty);
 }
 
 NodeIterator* Node::dependencies(bool downstream, bool flag) const {
@@ -162,7 +163,7 @@ u64 Node::hash(StringVector skip) const {
     const bool isPathNode = isTypeOf(known.path);
     u64 seed = isNameless ? m_type.hash() : m_name.hash();
     for (const IInput* next : m_inputs) {
-        const auto* input = static_cast<const Input*>(next);
+        const auto* input = implOf(next);
         if (isPathNode && input->ownName().equals(known.dir)) continue;
         // The constant has 32 bits, and stays so: stored hashes depend on it.
         if (const u64 h = input->hashWith(skip))

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
@@ -51,10 +52,10 @@ void Output::leaveOwner() noexcept {
 // record may keep a node that ends.
 void Output::leaveList() {
     m_hasLeft = true;
-    EditStep step(static_cast<const Node*>(m_node));
+    EditStep step(implOf(m_node));
     if (!step.isRecording()) return;
     for (u64 rank = m_targets.size(); rank-- > 0;) {
-        const auto* reader = static_cast<const Node*>(m_targets.at(rank)->node());
+        const auto* reader = implOf(m_targets.at(rank)->node());
         if (reader && reader->isEnding()) continue;
         step.prepare<SourceChange>(*m_targets.at(rank), *this, rank);
         step.commit();
@@ -108,7 +109,7 @@ void Output::dropTargets() noexcept {
 }
 
 bool Output::setValue(Value value) {
-    EditStep step(static_cast<const Node*>(m_node));
+    EditStep step(implOf(m_node));
     step.prepare<OutputValueChange>(*this);
     const bool done = storeValue(std::move(value));
     step.commit();
@@ -122,8 +123,8 @@ void Output::exchangeValue(Value& other) {
 }
 
 void Output::evaluationChanged() const noexcept {
-    const auto* node = static_cast<const Node*>(m_node);
-    auto* scene = node ? static_cast<Scene*>(node->liveScene()) : nullptr;
+    const auto* node = implOf(m_node);
+    auto* scene = node ? implOf(node->liveScene()) : nullptr;
     if (scene) scene->resultsChanged(*node);
 }
 

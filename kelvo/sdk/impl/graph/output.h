@@ -66,9 +66,9 @@ public:
 
     [[nodiscard]] String name() const override { return m_name; }
     [[nodiscard]] AttrType type() const override { return m_type; }
-    [[nodiscard]] QV_EXPORT String typeName() const override;
+    [[nodiscard]] String typeName() const override;
     [[nodiscard]] INode* node() const override { return m_node; }
-    [[nodiscard]] QV_EXPORT String path() const override;
+    [[nodiscard]] String path() const override;
     [[nodiscard]] bool hasDataType(DataType type) const override;
     [[nodiscard]] u64 targetCount() const override;
     [[nodiscard]] IInput* target(u64 index) const override;
@@ -106,7 +106,7 @@ public:
     /// Chains of connections may be of any length. Callbacks that evaluate others by ways of their
     /// own, as through links, may stand on each other as far as `maxEvalStack` bytes go; beyond
     /// that, and for an evaluation that comes back to itself, an error line tells the path.
-    [[nodiscard]] QV_EXPORT Value evaluate(void* callerCtx);
+    [[nodiscard]] Value evaluate(void* callerCtx);
     /// Tells whether this thread is producing the value right now.
     [[nodiscard]] bool isEvaluating() const noexcept;
     /// Keeps an evaluated buffer where it is, for the reader on this thread, until its next one.

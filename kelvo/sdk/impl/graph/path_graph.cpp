@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/path_graph.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 
@@ -15,7 +16,7 @@ bool PathGoal::isMetBy(const Node& node) const {
 PathGraph::Number PathGraph::numberOf(INode* node) {
     const auto [number, isNew] = m_numbers.add(node, static_cast<i64>(m_nodes.size()));
     if (isNew) {
-        m_nodes.push_back(static_cast<Node*>(node));
+        m_nodes.push_back(implOf(node));
         m_listedBy.push_back(0);
     }
     return static_cast<Number>(number);
@@ -27,16 +28,15 @@ void PathGraph::listFollowers(Number number, std::vector<Number>& out) {
     ++m_listings;
     if (m_allLinks) {
         for (const IInput* input : node.inputs())
-            addLinked(*static_cast<const Input*>(input), out);
+            addLinked(*implOf(input), out);
         return;
     }
     const KnownNames& known = knownNames();
-    const auto* list = node.hasType(known.xform)
-                           ? static_cast<const Input*>(node.lookUpInput(known.children))
-                           : nullptr;
+    const auto* list =
+        node.hasType(known.xform) ? implOf(node.lookUpInput(known.children)) : nullptr;
     if (!list) return;
     for (const IInput* element : list->members())
-        addFollower(linkedNode(*static_cast<const Input*>(element)), out);
+        addFollower(linkedNode(*implOf(element)), out);
 }
 
 // Adds what an input and all that it holds link and connect to, without recursion.
@@ -48,7 +48,7 @@ void PathGraph::addLinked(const Input& input, std::vector<Number>& out) {
         addFollower(linkedNode(next), out);
         addFollower(sourceNode(next), out);
         for (u64 i = next.members().size(); i-- > 0;)
-            m_inputsLeft.push_back(static_cast<const Input*>(next.members()[i]));
+            m_inputsLeft.push_back(implOf(next.members()[i]));
     }
 }
 

@@ -32,7 +32,7 @@ class NodeConverter;
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
 ///     Nodes          scene_nodes.cpp      created, found, renamed, removed
-///     Copies         scene_convert.cpp    nodes cloned and converted
+///     Copies         scene_copies.cpp    nodes cloned and converted
 ///     Modifiers      scene_modify.cpp     applied as nodes change
 ///     Libraries      scene_libraries.cpp  that know the types of nodes
 ///     Edits          scene_edit.cpp       steps and groups

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 
 #include "kelvo/base/utf8.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -69,10 +70,10 @@ Comments cleaned(const Comments& comments) {
 }
 
 const String& nameOf(const interfaces::IInput* input) {
-    return static_cast<const Input*>(input)->ownName();
+    return implOf(input)->ownName();
 }
 const String& nameOf(const interfaces::IOutput* output) {
-    return static_cast<const Output*>(output)->ownName();
+    return implOf(output)->ownName();
 }
 
 } // namespace
@@ -195,7 +196,7 @@ void SceneComments::take(const interfaces::INode* node, Kept& kept) {
 SceneComments::Kept SceneComments::take(const interfaces::IInput* input) {
     Kept kept;
     if (m_entries.empty()) return kept;
-    const auto* top = static_cast<const Input*>(input);
+    const auto* top = implOf(input);
     u64 count = m_entries.contains(input) ? 1 : 0;
     visitInPlace(top->members(), top, [&](const Input& each) {
         count += m_entries.contains(static_cast<const interfaces::IInput*>(&each)) ? 1 : 0;

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -160,7 +161,7 @@ bool Scene::contains(const INode& node) const {
 bool Scene::removeNode(INode* node) {
     if (!node || !contains(*node)) return false;
     const RefersTo<Scene> self(this);
-    const RefersTo<Node> held(static_cast<Node*>(node));
+    const RefersTo<Node> held(implOf(node));
     NewsHold news;
     EditStep step(*this);
     clearReferences(*held);
@@ -246,13 +247,13 @@ void Scene::clearReferences(Node& node) {
     if (m_describesNodes) clearDescriptions(node);
     visitInputs(node, [](Input& input) { input.disconnect(); });
     for (u64 i = 0; i < node.outputCount(); ++i)
-        static_cast<Output*>(node.output(i))->disconnectTargets();
+        implOf(node.output(i))->disconnectTargets();
 }
 
 bool Scene::renameNode(INode* node, String name) {
     if (!node || !contains(*node)) return false;
     if (!checkName(name, "name")) return false;
-    auto* renamed = static_cast<Node*>(node);
+    auto* renamed = implOf(node);
     const RefersTo<Scene> self(this);
     const String before = renamed->name();
     if (before.equals(name)) return true;
@@ -289,7 +290,7 @@ void Scene::tellRenamed(Node& node, const String& name, const String& before) {
 
 bool Scene::moveNode(INode* node, u64 to) {
     if (!node || !contains(*node) || to >= m_nodes.size()) return false;
-    auto* moved = static_cast<Node*>(node);
+    auto* moved = implOf(node);
     const RefersTo<Scene> self(this);
     const u64 from = m_nodes.indexOf(moved->name());
     if (from == to) return true;

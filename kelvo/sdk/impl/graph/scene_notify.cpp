@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -42,7 +43,7 @@ bool Scene::hasHearingFollowers() const noexcept {
 
 // Followers may run code that lets go of the scene.
 void Scene::tellFollowers(const IInput* input) {
-    auto& changed = static_cast<Input&>(const_cast<IInput&>(*input));
+    auto& changed = implOf(const_cast<IInput&>(*input));
     if (isModifierList(changed)) return applyModifiers(changed.node());
     if (!hasHearingFollowers()) return;
     const RefersTo<Scene> self(this);

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 
 #include "kelvo/base/string_io.h"
@@ -14,7 +15,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 const Output& asOutput(const interfaces::IOutput* output) noexcept {
-    return static_cast<const Output&>(*output);
+    return implOf(*output);
 }
 
 String counted(u64 count, const char* what) {
@@ -40,7 +41,7 @@ bool holdsEachOnce(const List& list) {
 // or one before it is.
 template<typename Attribute, typename Fail>
 void checkIndexOf(const ds::Vector<Attribute*>& list, const char* kind, const Fail& fail) {
-    using Own = typename ListedAs<Attribute>::Own;
+    using Own = typename ImplementationOf<Attribute>::Type;
     const auto* index = list.empty() ? nullptr : static_cast<const Own*>(list[0])->listIndex();
     if (!index) return;
     std::unordered_set<const Own*> found;
@@ -120,26 +121,26 @@ void SceneVerifier::checkInputs(const Node& node) {
             m_way.pop_back();
             continue;
         }
-        const Input* input = static_cast<const Input*>((*step.list)[step.next++]);
+        const Input* input = implOf((*step.list)[step.next++]);
         if (!input) continue;
         checkPlaceOf(*input, step);
         checkInput(*input);
-        if (input->m_parent != step.holder || input->members().empty()) continue;
+        if (input->m_parent != step.parent || input->members().empty()) continue;
         m_way.push_back({&input->members(), input, 0});
         checkList(input->members(), input);
     }
 }
 
-void SceneVerifier::checkList(const Inputs& list, const Input* holder) {
+void SceneVerifier::checkList(const Inputs& list, const Input* parent) {
     if (!holdsEachOnce(list)) return fail(place(), "lists an input twice, or none at a place");
     const auto failHere = [this](String message) { fail(place(), std::move(message)); };
-    if (!holder || holder->isObject()) return checkIndexOf(list, "input", failHere);
-    if (holder->type() != AttrType::Array) fail(place(), "holds inputs but is no array or object");
+    if (!parent || parent->isObject()) return checkIndexOf(list, "input", failHere);
+    if (parent->type() != AttrType::Array) fail(place(), "holds inputs but is no array or object");
 }
 
 void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
     if (input.m_node != m_node) fail(place(), "belongs to another node or none");
-    if (input.m_parent != step.holder) return fail(place(), "belongs to another input or none");
+    if (input.m_parent != step.parent) return fail(place(), "belongs to another input or none");
     if (!input.isElement()) {
         if (input.nameHash() != input.ownName().foldedHash())
             fail(place(), "has a name with the hash of another");
@@ -148,7 +149,7 @@ void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
     if (input.elementIndex() != step.next - 1)
         fail(place(), "counts itself as element [" +
                           String(std::string_view(std::to_string(input.elementIndex()))) + "]");
-    if (input.type() != step.holder->elementType())
+    if (input.type() != step.parent->elementType())
         fail(place(), "is of another kind than the elements of its array");
 }
 
@@ -163,8 +164,8 @@ String SceneVerifier::place() const {
     text.append(m_node->name().view());
     for (const Step& step : m_way) {
         if (step.next == 0) break;
-        const auto* input = static_cast<const Input*>((*step.list)[step.next - 1]);
-        if (step.holder && step.holder->type() == AttrType::Array) {
+        const auto* input = implOf((*step.list)[step.next - 1]);
+        if (step.parent && step.parent->type() == AttrType::Array) {
             text.append("[").appendUInt(step.next - 1);
             text.append("]");
         } else {

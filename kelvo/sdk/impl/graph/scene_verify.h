@@ -51,7 +51,7 @@ private:
     struct Step {
         const Inputs* list;
         // Null for the inputs of a node.
-        const Input* holder;
+        const Input* parent;
         u64 next;
     };
 
@@ -59,7 +59,7 @@ private:
     void checkNames();
     void checkNode(const Node& node);
     void checkInputs(const Node& node);
-    void checkList(const Inputs& list, const Input* holder);
+    void checkList(const Inputs& list, const Input* parent);
     void checkInput(const Input& input);
     void checkPlaceOf(const Input& input, const Step& step);
     void checkOutputs(const Node& node);

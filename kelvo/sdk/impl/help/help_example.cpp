@@ -1,6 +1,7 @@
-#include "kelvo/sdk/impl/help/help_example.h"
+#include "kelvo/sdk/help.h"
 
 #include "kelvo/base/string_io.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 #include "kelvo/sdk/interfaces/i_node.h"
@@ -20,7 +21,7 @@ constexpr u64 typicalInputs = 4;
 
 // About how many values an input holds by itself; a text counts by its length.
 u64 sizeOf(const IInput& input) {
-    const Value& value = static_cast<const Input&>(input).value();
+    const Value& value = implOf(input).value();
     if (value.type() == AttrType::String) return 1 + value.asString().size() / 8;
     return value.type() == AttrType::Buffer ? 1 + value.asBuffer().count() : 1;
 }
@@ -100,7 +101,7 @@ String typicalExample(const INode& node) {
     out.append(" {\n");
     u64 written = 0;
     for (u64 i = 0; i < node.inputCount() && written < typicalInputs; ++i) {
-        const auto& input = static_cast<const Input&>(*node.input(i));
+        const auto& input = implOf(*node.input(i));
         if (!isTypical(input) || saysNothing(typicalValue(input))) continue;
         out.append("    ").append(attrTypeName(input.type())).append(' ');
         out.append(input.ownName().view()).append(" = ");
@@ -112,9 +113,7 @@ String typicalExample(const INode& node) {
     return out.take();
 }
 
-} // namespace
-
-String helpExample(const INode& node) {
+String exampleOf(const INode& node) {
     if (hasChanges(node) && isSmall(node)) {
         String text = node.serialize(false, true);
         if (text.size() <= mostBytes) return text;
@@ -122,4 +121,13 @@ String helpExample(const INode& node) {
     return typicalExample(node);
 }
 
+} // namespace
 } // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+String helpExample(const Node& type) {
+    return type ? impl::exampleOf(*type) : String();
+}
+
+} // namespace qv::kelvo_sdk

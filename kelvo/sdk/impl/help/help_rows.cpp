@@ -1,5 +1,6 @@
-#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/help.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/layout.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -45,7 +46,7 @@ HelpRow rowOf(const IInput& input, u32 depth) {
     row.help = input.help("auto");
     row.isReadOnly = input.isReadOnly();
     row.defaultText = helpDefault(input);
-    if (const AttrDetails* details = static_cast<const Input&>(input).details()) {
+    if (const AttrDetails* details = implOf(input).details()) {
         row.range = helpRange(*details);
         for (const Value& choice : details->choices)
             row.choices.push_back(helpValue(choice));
@@ -88,25 +89,14 @@ void addPage(const Node& node, const Layout::Page& page, std::unordered_set<cons
     if (!result.groups.empty()) pages.push_back(std::move(result));
 }
 
-} // namespace
-
-String helpTitle(const interfaces::INode& node) {
-    const String label = node.label("auto");
-    return label.isEmpty() ? node.type().replace("_", " ", true, false).titleCased(true) : label;
-}
-
-String helpKind(const String& typeName) {
-    return typeName.replace("<Null>", "", true, false);
-}
-
-std::vector<HelpPage> helpPages(const interfaces::INode& node) {
+std::vector<HelpPage> pagesOf(const interfaces::INode& node) {
     std::vector<HelpPage> pages;
     std::unordered_set<const IInput*> told;
     const auto* layout = dynamic_cast<const Layout*>(node.layout());
-    const auto* holder = dynamic_cast<const Node*>(&node);
-    if (layout && holder)
+    const auto* own = dynamic_cast<const Node*>(&node);
+    if (layout && own)
         for (const Layout::Page& page : layout->pages())
-            addPage(*holder, page, told, pages);
+            addPage(*own, page, told, pages);
     HelpPage rest;
     if (!pages.empty()) rest.label = "Other";
     rest.groups.emplace_back();
@@ -116,4 +106,22 @@ std::vector<HelpPage> helpPages(const interfaces::INode& node) {
     return pages;
 }
 
+} // namespace
 } // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+String helpTitle(const Node& type) {
+    const String label = type.label();
+    return label.isEmpty() ? type.type().replace("_", " ", true, false).titleCased(true) : label;
+}
+
+String helpKind(const String& typeName) {
+    return typeName.replace("<Null>", "", true, false);
+}
+
+std::vector<HelpPage> helpPages(const Node& type) {
+    return type ? impl::pagesOf(*type) : std::vector<HelpPage>();
+}
+
+} // namespace qv::kelvo_sdk

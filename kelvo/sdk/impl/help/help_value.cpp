@@ -2,6 +2,7 @@
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/base/utf8.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
@@ -45,7 +46,7 @@ void appendValue(const Value& value, StringIO& out) {
 }
 
 Value defaultOf(const IInput& input) {
-    const AttrDetails* details = static_cast<const Input&>(input).details();
+    const AttrDetails* details = implOf(input).details();
     if (details && !details->defaultValue.isNull()) return details->defaultValue;
     return Value::zero(input.type());
 }

@@ -1,8 +1,6 @@
-#include "kelvo/sdk/impl/help/knd_html_frame.h"
+#include "kelvo/sdk/html.h"
 
-#include "kelvo/sdk/impl/help/knd_html_text.h"
-
-namespace qv::kelvo_sdk::impl::html {
+namespace qv::kelvo_sdk::html {
 
 namespace {
 
@@ -155,4 +153,4 @@ void closePage(StringIO& out) {
     out.append("</body>\n</html>\n");
 }
 
-} // namespace qv::kelvo_sdk::impl::html
+} // namespace qv::kelvo_sdk::html

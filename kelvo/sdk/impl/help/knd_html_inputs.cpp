@@ -1,13 +1,15 @@
 #include "kelvo/sdk/impl/help/knd_html_inputs.h"
 
-#include "kelvo/sdk/impl/help/knd_html_text.h"
-#include "kelvo/sdk/interfaces/i_node.h"
-#include "kelvo/sdk/interfaces/i_output.h"
+#include "kelvo/sdk/html.h"
 
 #include <algorithm>
 #include <string_view>
 
-namespace qv::kelvo_sdk::impl::html {
+namespace qv::kelvo_sdk::impl {
+
+using html::appendElement;
+using html::appendParagraphs;
+using html::appendText;
 
 namespace {
 
@@ -169,7 +171,7 @@ void appendInputs(StringIO& out, const std::vector<HelpPage>& pages) {
     out.append("</section>\n");
 }
 
-void appendOutputs(StringIO& out, const interfaces::INode& node) {
+void appendOutputs(StringIO& out, const kelvo_sdk::Node& node) {
     out.append("<section aria-labelledby=\"outputs\">\n<h2 id=\"outputs\">Outputs</h2>\n");
     if (node.outputCount() == 0) {
         out.append("<p class=\"none\">None.</p>\n</section>\n");
@@ -180,7 +182,7 @@ void appendOutputs(StringIO& out, const interfaces::INode& node) {
     appendHeading(out, "kind", "Kind");
     out.append("</tr></thead>\n<tbody role=\"rowgroup\">\n");
     for (u64 i = 0; i < node.outputCount(); ++i) {
-        const interfaces::IOutput& output = *node.output(i);
+        const kelvo_sdk::Output output = node.output(i);
         out.append("<tr role=\"row\"><th role=\"rowheader\" scope=\"row\" class=\"c-name\">");
         appendElement(out, "code", output.name());
         out.append("</th>");
@@ -190,4 +192,4 @@ void appendOutputs(StringIO& out, const interfaces::INode& node) {
     out.append("</tbody>\n</table>\n</section>\n");
 }
 
-} // namespace qv::kelvo_sdk::impl::html
+} // namespace qv::kelvo_sdk::impl

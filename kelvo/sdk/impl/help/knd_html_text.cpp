@@ -1,9 +1,9 @@
-#include "kelvo/sdk/impl/help/knd_html_text.h"
+#include "kelvo/sdk/html.h"
 
 #include "kelvo/base/utf8.h"
-#include "kelvo/sdk/impl/help/safe_svg.h"
+#include "kelvo/sdk/icon.h"
 
-namespace qv::kelvo_sdk::impl::html {
+namespace qv::kelvo_sdk::html {
 
 namespace {
 
@@ -112,4 +112,4 @@ void appendIcon(StringIO& out, const String& svg, u64 side) {
     out.append("\">\n");
 }
 
-} // namespace qv::kelvo_sdk::impl::html
+} // namespace qv::kelvo_sdk::html

@@ -1,23 +1,19 @@
 #include "kelvo/sdk/impl/help/knd_html_writer.h"
 
-#include "kelvo/sdk/impl/help/help_example.h"
-#include "kelvo/sdk/impl/help/help_rows.h"
-#include "kelvo/sdk/impl/help/knd_html_frame.h"
+#include "kelvo/sdk/help.h"
+#include "kelvo/sdk/html.h"
 #include "kelvo/sdk/impl/help/knd_html_inputs.h"
-#include "kelvo/sdk/impl/help/knd_html_text.h"
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/base/string_vector.h"
 
-namespace qv::kelvo_sdk::impl {
-
-using interfaces::INode;
+namespace qv::kelvo_sdk {
 
 namespace {
 
 constexpr u64 iconSide = 72;
 
-void appendType(StringIO& out, const String& type, const KndHtmlLinks& links) {
+void appendType(StringIO& out, const String& type, const HelpLinks& links) {
     const String page = links.pageOf ? links.pageOf(type) : String();
     if (!page.isEmpty()) {
         out.append("<a href=\"");
@@ -29,7 +25,7 @@ void appendType(StringIO& out, const String& type, const KndHtmlLinks& links) {
 }
 
 template<typename Types>
-void appendTypes(StringIO& out, const Types& types, const KndHtmlLinks& links) {
+void appendTypes(StringIO& out, const Types& types, const HelpLinks& links) {
     bool isFirst = true;
     for (const String& type : types) {
         if (!isFirst) out.append(", ");
@@ -38,9 +34,9 @@ void appendTypes(StringIO& out, const Types& types, const KndHtmlLinks& links) {
     }
 }
 
-void appendHeader(StringIO& out, const INode& node, const KndHtmlLinks& links) {
+void appendHeader(StringIO& out, const Node& node, const HelpLinks& links) {
     out.append("<header>\n");
-    html::appendIcon(out, node.svgIcon(true), iconSide);
+    html::appendIcon(out, node->svgIcon(true), iconSide);
     out.append("<div>\n");
     html::appendElement(out, "h1", helpTitle(node));
     out.append("\n<p class=\"type\">");
@@ -55,7 +51,7 @@ void appendHeader(StringIO& out, const INode& node, const KndHtmlLinks& links) {
 }
 
 // An abstract type has no nodes of its own to show.
-void appendExample(StringIO& out, const INode& node) {
+void appendExample(StringIO& out, const Node& node) {
     if (node.isAbstract()) return;
     out.append("<section aria-labelledby=\"example\">\n<h2 id=\"example\">Example</h2>\n"
                "<pre tabindex=\"0\" role=\"region\" aria-label=\"Example in scene text\">");
@@ -63,7 +59,7 @@ void appendExample(StringIO& out, const INode& node) {
     out.append("</pre>\n</section>\n");
 }
 
-void appendDerived(StringIO& out, const KndHtmlLinks& links) {
+void appendDerived(StringIO& out, const HelpLinks& links) {
     if (links.derived.empty()) return;
     out.append("<section aria-labelledby=\"derived\">\n"
                "<h2 id=\"derived\">Types based on this</h2>\n<p>");
@@ -71,18 +67,18 @@ void appendDerived(StringIO& out, const KndHtmlLinks& links) {
     out.append("</p>\n</section>\n");
 }
 
-void appendArticle(StringIO& out, const INode& node, const KndHtmlLinks& links) {
+void appendArticle(StringIO& out, const Node& node, const HelpLinks& links) {
     out.append("<article class=\"kelvo-help\">\n");
     appendHeader(out, node, links);
     html::appendParagraphs(out, node.help("auto"));
-    html::appendInputs(out, helpPages(node));
-    html::appendOutputs(out, node);
+    impl::appendInputs(out, helpPages(node));
+    impl::appendOutputs(out, node);
     appendExample(out, node);
     appendDerived(out, links);
     out.append("</article>\n");
 }
 
-void appendWayBack(StringIO& out, const KndHtmlLinks& links) {
+void appendWayBack(StringIO& out, const HelpLinks& links) {
     if (links.index.isEmpty()) return;
     out.append("<nav aria-label=\"Site\"><a href=\"");
     html::appendText(out, links.index);
@@ -93,24 +89,24 @@ void appendWayBack(StringIO& out, const KndHtmlLinks& links) {
 
 } // namespace
 
-String KndHtmlWriter::nodeHtml(kelvo_sdk::Node handle, bool page) {
-    if (page) return sitePage(std::move(handle), {});
-    if (!handle) return {};
+String helpSitePage(const Node& type, const HelpLinks& links) {
+    if (!type) return {};
     StringIO out;
-    appendArticle(out, *handle, {});
-    return out.take();
-}
-
-String KndHtmlWriter::sitePage(kelvo_sdk::Node handle, const KndHtmlLinks& links) {
-    if (!handle) return {};
-    StringIO out;
-    html::openPage(out, {helpTitle(*handle)});
+    html::openPage(out, {helpTitle(type)});
     appendWayBack(out, links);
     out.append("<main>\n");
-    appendArticle(out, *handle, links);
+    appendArticle(out, type, links);
     out.append("</main>\n");
     html::closePage(out);
     return out.take();
 }
 
-} // namespace qv::kelvo_sdk::impl
+String impl::KndHtmlWriter::nodeHtml(kelvo_sdk::Node node, bool page) {
+    if (page) return helpSitePage(node);
+    if (!node) return {};
+    StringIO out;
+    appendArticle(out, node, {});
+    return out.take();
+}
+
+} // namespace qv::kelvo_sdk

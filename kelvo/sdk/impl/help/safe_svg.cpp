@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/help/safe_svg.h"
+#include "kelvo/sdk/icon.h"
 
 #include "kelvo/base/ascii.h"
 #include "kelvo/base/utf8.h"
@@ -11,10 +11,12 @@
 #include <tuple>
 #include <vector>
 
-namespace qv::kelvo_sdk::impl {
+namespace qv::kelvo_sdk {
 
 namespace {
 
+using impl::judgeSvgAttribute;
+using impl::SvgVerdict;
 using std::string_view;
 
 constexpr u64 mostBytes = u64{1} << 16;
@@ -305,4 +307,4 @@ String safeSvg(const String& icon) {
     return String(start) + " xmlns=\"" + svgNames + "\"" + scanner.root().substr(start.size());
 }
 
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv::kelvo_sdk

@@ -19,13 +19,13 @@ public:
 
     /// Makes ready for those to be told who hear of edits as a whole.
     virtual void expect(Scene& scene) = 0;
-    /// Makes the edits that have to come before `flip`, as edits of their own.
-    virtual void prepareFlip(Scene& /*scene*/) {}
+    /// Makes the edits that have to come before `swap`, as edits of their own.
+    virtual void prepareSwap(Scene& /*scene*/) {}
     /// Turns the change. Needs what it is about as it was right after the change was made or last
     /// turned. Everyone is told as of the change itself; what comes out, because there is no memory
     /// to hold that back, comes out when the change is turned. Turning it again, as it was before,
     /// takes no memory while nobody is told.
-    virtual void flip(Scene& scene) = 0;
+    virtual void swap(Scene& scene) = 0;
 
     /// Mends what does not fit any more, when all changes of a step were turned.
     virtual void settle() {}

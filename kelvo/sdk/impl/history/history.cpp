@@ -97,7 +97,7 @@ void History::rollBack(u64 from) noexcept {
     while (m_open.size() > from) {
         const auto change = std::move(m_open.back());
         m_open.pop_back();
-        guarded([&] { change->flip(m_scene); });
+        guarded([&] { change->swap(m_scene); });
     }
     m_isReplaying = wasReplaying;
 }
@@ -125,9 +125,9 @@ void History::takeBack(u64 from) noexcept {
 
 void History::turnBack(Change& change) {
     m_isDropping = true;
-    guarded([&] { change.prepareFlip(m_scene); });
+    guarded([&] { change.prepareSwap(m_scene); });
     m_isDropping = false;
-    change.flip(m_scene);
+    change.swap(m_scene);
 }
 
 void History::closeStep() noexcept {

@@ -98,12 +98,12 @@ void History::turnAll(Step& step) {
             step.changes[i]->expect(m_scene);
         while (!step.changes.empty()) {
             Change& change = *step.changes.back();
-            change.prepareFlip(m_scene);
+            change.prepareSwap(m_scene);
             reserve();
             add(std::move(step.changes.back()));
             change.isBeside = false;
             step.changes.pop_back();
-            change.flip(m_scene);
+            change.swap(m_scene);
         }
         for (u64 i = 0; i < m_open.size(); ++i)
             m_open[i]->settle();
@@ -120,7 +120,7 @@ void History::turnAgain(Step& step) noexcept {
     while (!m_open.empty()) {
         auto change = std::move(m_open.back());
         m_open.pop_back();
-        change->flip(m_scene);
+        change->swap(m_scene);
         // There is room: it came from there.
         if (!change->isBeside) step.changes.push_back(std::move(change));
     }

@@ -1,7 +1,8 @@
-#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -9,7 +10,7 @@ namespace qv::kelvo_sdk::impl {
 // The scene reports the values that modifiers write when all have written. Every other value is the
 // user's and replaces the one that is kept aside; the node is modified again after that.
 bool Input::storeModified(Value value) {
-    Modifiers& modifiers = static_cast<Scene*>(m_node->scene())->modifiers();
+    Modifiers& modifiers = implOf(m_node->scene())->modifiers();
     const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
     const Value before = isModifiers ? m_value : ownValue();
     if (before == value) return true;
@@ -20,13 +21,7 @@ bool Input::storeModified(Value value) {
         replaceValue(value);
         return true;
     }
-    EditStep step(m_node);
-    if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
-    dropStash();
-    replaceValue(value);
-    step.commit();
-    changed(before);
+    replaceUserValue(std::move(value), &before);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
@@ -65,17 +66,16 @@ private:
     std::vector<Node*> readersOf(const Node& node) {
         std::vector<Node*> readers;
         const auto add = [&](const Input& input, bool isToDo) {
-            auto* owner = static_cast<Node*>(input.node());
+            auto* owner = implOf(input.node());
             if (!owner || owner->scene() != &m_scene) return;
             if (isToDo) m_isToDo.insert(owner);
             readers.push_back(owner);
         };
-        if (auto* scene = static_cast<Scene*>(node.scene()))
+        if (auto* scene = implOf(node.scene()))
             scene->links().forEach(&node,
                                    [&](const Input& input) { add(input, isModifierList(input)); });
         for (const IOutput* output : node.outputs())
-            static_cast<const Output*>(output)->forEachTarget(
-                [&](const Input& input) { add(input, true); });
+            implOf(output)->forEachTarget([&](const Input& input) { add(input, true); });
         return readers;
     }
 
@@ -142,7 +142,7 @@ void Modifiers::watch(Node& node) {
 }
 
 void Modifiers::inputTold(Input& input) {
-    auto* node = static_cast<Node*>(input.node());
+    auto* node = implOf(input.node());
     if (isIdle() || !node || !m_scene.contains(*node)) return;
     if (m_telling == &input) {
         m_telling = nullptr;
@@ -259,7 +259,7 @@ void Modifiers::callModifiers(Node& node) {
     if (!list) return;
     std::vector<RefersTo<Node>> modifiers;
     for (const IInput* element : list->members()) {
-        auto* linked = static_cast<Node*>(linkedNode(static_cast<const Input&>(*element)));
+        auto* linked = implOf(linkedNode(implOf(*element)));
         if (linked && linked->hasType(knownNames().modifier)) modifiers.emplace_back(linked);
     }
     for (const RefersTo<Node>& modifier : modifiers)

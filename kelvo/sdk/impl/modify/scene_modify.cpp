@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
@@ -19,7 +20,7 @@ bool Scene::isModified(const Node& node) const {
 }
 
 void Scene::applyModifiers(INode* node) {
-    if (node && contains(*node)) modifiers().watch(static_cast<Node&>(*node));
+    if (node && contains(*node)) modifiers().watch(implOf(*node));
 }
 
 void Scene::applyModifiersLater() noexcept {

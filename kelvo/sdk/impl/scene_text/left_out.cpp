@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/left_out.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -22,7 +23,7 @@ bool areAsDefined(const Input& input, const Input& definition) {
     const auto& members = input.members();
     const auto& known = definition.members();
     return std::ranges::equal(members, known, [](const IInput* member, const IInput* defined) {
-        return isAsDefined(static_cast<const Input&>(*member), static_cast<const Input&>(*defined));
+        return isAsDefined(implOf(*member), implOf(*defined));
     });
 }
 
@@ -57,13 +58,13 @@ bool haveSameNotes(const Input& input, const Input& definition) noexcept {
 
 LeftOut LeftOut::inputs(const interfaces::INode& node, const Node& definition) {
     LeftOut made;
-    made.compare<Input>(static_cast<const Node&>(node).inputs(), definition.inputs());
+    made.compare<Input>(implOf(node).inputs(), definition.inputs());
     return made;
 }
 
 LeftOut LeftOut::outputs(const interfaces::INode& node, const Node& definition) {
     LeftOut made;
-    made.compare<Output>(static_cast<const Node&>(node).outputs(), definition.outputs());
+    made.compare<Output>(implOf(node).outputs(), definition.outputs());
     return made;
 }
 

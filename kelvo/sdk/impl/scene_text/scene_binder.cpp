@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_binder.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -59,7 +60,7 @@ void SceneBinder::bindList(u32 first, const Holder& holder,
     for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
         const String& name = m_tree.names.text(m_tree.inputs[i].name);
         const auto isNamed = [&](u64 at) {
-            return static_cast<const Input*>(known[at])->ownName().equalsNoCase(name);
+            return implOf(known[at])->ownName().equalsNoCase(name);
         };
         if (next >= known.size() || !isNamed(next)) {
             const interfaces::IInput* found = holder.lookUpInput(name);
@@ -67,7 +68,7 @@ void SceneBinder::bindList(u32 first, const Holder& holder,
             next = static_cast<u64>(std::ranges::find(known, found) - known.begin());
         }
         m_tree.inputs[i].definitionIndex = static_cast<u32>(next);
-        bindInput(i, static_cast<const Input&>(*known[next]));
+        bindInput(i, implOf(*known[next]));
         ++next;
     }
 }
@@ -101,7 +102,7 @@ void SceneBinder::addOutputs(TreeNode& node, std::vector<TreeOutput>& to) {
     const auto addUpTo = [&](u64 end) {
         for (; next < end; ++next) {
             if (isGiven[next]) continue;
-            const auto& known = static_cast<const Output&>(*node.definition->outputs()[next]);
+            const auto& known = implOf(*node.definition->outputs()[next]);
             to.push_back({.offset = node.offset,
                           .name = m_tree.names.add(known.ownName().view()),
                           .type = known.type(),
@@ -121,7 +122,7 @@ u64 SceneBinder::outputIn(const Node& definition, u32 name, u64 guess) const {
     const String& wanted = m_tree.names.text(name);
     const auto& outputs = definition.outputs();
     const auto isNamed = [&](const interfaces::IOutput* output) {
-        return static_cast<const Output*>(output)->ownName().equalsNoCase(wanted);
+        return implOf(output)->ownName().equalsNoCase(wanted);
     };
     if (guess < outputs.size() && isNamed(outputs[guess])) return guess;
     const auto* found = std::ranges::find_if(outputs, isNamed);

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/scene_text/scene_builder.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
@@ -104,14 +105,14 @@ RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
 }
 
 void SceneBuilder::addCopy(const IInput& input, Node& node) {
-    const auto& from = static_cast<const Input&>(input);
+    const auto& from = implOf(input);
     auto copy = RefersTo<IInput>::adopt(from.clone(&node, nullptr));
     appendToList(node.m_inputs, copy.get());
     std::ignore = copy.detach();
 }
 
 void SceneBuilder::addCopy(const IOutput& output, Node& node) {
-    auto copy = RefersTo<IOutput>::adopt(static_cast<const Output&>(output).clone(&node));
+    auto copy = RefersTo<IOutput>::adopt(implOf(output).clone(&node));
     appendToList(node.m_outputs, copy.get());
     std::ignore = copy.detach();
 }
@@ -224,7 +225,7 @@ void SceneBuilder::connect(const TreeConnection& from) {
     EditStep step(input.m_node);
     step.prepare<SourceChange>(input);
     expectNews(input.m_node, static_cast<const IInput*>(&input));
-    input.setSource(static_cast<Output*>(output));
+    input.setSource(implOf(output));
     step.commit();
     input.m_node->onInputConnected(&input, nullptr, output);
 }

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_builder.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/input_walk.h"
@@ -77,9 +78,8 @@ void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& 
     const auto addUpTo = [&](u64 end) {
         for (; next < end; ++next) {
             if (isGiven[next]) continue;
-            const auto& definition = static_cast<const Input&>(*known[next]);
-            auto copy =
-                RefersTo<Input>::adopt(static_cast<Input*>(definition.clone(&node, holder)));
+            const auto& definition = implOf(*known[next]);
+            auto copy = RefersTo<Input>::adopt(implOf(definition.clone(&node, holder)));
             markLeftOut(*copy);
             add(std::move(copy));
         }

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/scene.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/scene_text/scene_reader.h"
 #include "kelvo/sdk/impl/scene_text/serialize.h"
@@ -11,7 +12,7 @@ namespace qv::kelvo_sdk {
 String Scene::text() const {
     if (!get()) return {};
     StringIO out;
-    impl::serializeScene(static_cast<const impl::Scene&>(*get()), out);
+    impl::serializeScene(impl::implOf(*get()), out);
     return out.take();
 }
 
@@ -29,7 +30,7 @@ ReadReport Scene::read(String text, String source, const ReadOptions& options,
     inner.isPartial = options.isPartial;
     inner.gapCount = &report.gapCount;
     Diagnostics found;
-    report.isRead = impl::readScene(static_cast<impl::Scene&>(*get()), text.view(), inner, &found);
+    report.isRead = impl::readScene(impl::implOf(*get()), text.view(), inner, &found);
     for (Diagnostic& error : found) {
         if (diagnostics)
             diagnostics->push_back(std::move(error));

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -114,7 +115,7 @@ void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOw
 void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
     Repeats<Input> repeats;
     for (u64 i = 0; i < node.inputCount(); ++i) {
-        const auto& input = static_cast<const Input&>(*node.input(i));
+        const auto& input = implOf(*node.input(i));
         const bool isAgain = repeats.add(input);
         unread.takeBefore(input.ownName(), input.type(), false,
                           [this](const UnreadLines& lines) { writeUnread(lines, 1); });
@@ -125,7 +126,7 @@ void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut, UnreadP
 void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
     Repeats<Output> repeats;
     for (u64 i = 0; i < node.outputCount(); ++i) {
-        const auto& output = static_cast<const Output&>(*node.output(i));
+        const auto& output = implOf(*node.output(i));
         const bool isAgain = repeats.add(output);
         unread.takeBefore(output.ownName(), output.type(), true,
                           [this](const UnreadLines& lines) { writeUnread(lines, 1); });

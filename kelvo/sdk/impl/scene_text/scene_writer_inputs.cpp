@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -147,7 +148,7 @@ void SceneWriter::goOn() {
 }
 
 void SceneWriter::beginNext(Part& holder, u64 index) {
-    const auto& next = static_cast<const Input&>(*holder.input->members()[index]);
+    const auto& next = implOf(*holder.input->members()[index]);
     if (holder.input->type() == AttrType::Array) {
         if (index != 0) m_out.append(", ");
         return begin({.input = &next, .depth = holder.depth, .isElement = true});
@@ -186,7 +187,7 @@ void SceneWriter::end(const Part& part) {
 bool SceneWriter::isUnchanged(const Input& input) {
     if (m_changed.contains(&input)) return false;
     const Input* found = input.firstChanged();
-    for (const Input* at = found; at; at = static_cast<const Input*>(at->parent())) {
+    for (const Input* at = found; at; at = implOf(at->parent())) {
         m_changed.insert(at);
         if (at == &input) break;
     }
@@ -235,7 +236,7 @@ void SceneWriter::writeLink(const INode* target) {
 }
 
 void SceneWriter::writeSource(const Input& input, const Comments* comments) {
-    const auto* source = static_cast<const Output*>(input.source());
+    const auto* source = implOf(input.source());
     if (!source) {
         if (comments && !comments->lostSource.isEmpty())
             m_out.append(" <- ").append(comments->lostSource.view());
@@ -258,7 +259,7 @@ u32 SceneWriter::ordinalOf(const Output& output) {
         std::unordered_map<String, u32> met;
         for (u64 i = 0; i < node->outputCount(); ++i) {
             const IOutput* next = node->output(i);
-            const u32 ordinal = ++met[static_cast<const Output*>(next)->ownName()];
+            const u32 ordinal = ++met[implOf(next)->ownName()];
             if (ordinal > 1) m_ordinals[next] = ordinal;
         }
     }
@@ -269,7 +270,7 @@ u32 SceneWriter::ordinalOf(const Output& output) {
 void SceneWriter::writeNotes(const Part& part) {
     const Input& input = *part.input;
     const bool areKnown = part.definition && !part.isOwn && haveSameNotes(input, *part.definition);
-    const auto* holder = static_cast<const Input*>(input.parent());
+    const auto* holder = implOf(input.parent());
     const bool isElement = holder && holder->type() == AttrType::Array;
     const DataType declared = knownType(input.declaredType());
     if (!areKnown && declared != DataType::Null && !isElement)

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/serialize.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
@@ -46,7 +47,7 @@ private:
     }
 
     void addNeeds(const INode& node, std::vector<const INode*>& needs) const {
-        visitDependencies(static_cast<const Node&>(node), [&](const Node& found) {
+        visitDependencies(implOf(node), [&](const Node& found) {
             if (found.scene() == m_scene) needs.push_back(&found);
             return false;
         });
@@ -102,7 +103,7 @@ std::string_view linesBehindHeader(const Scene& scene, const UnreadNodes& unread
 
 void serialize(const INode* node, StringIO& out, bool changedOnly, bool withDependencies) {
     if (!node) return;
-    SceneWriter writer(static_cast<const Scene*>(node->scene()), out, changedOnly);
+    SceneWriter writer(implOf(node->scene()), out, changedOnly);
     if (!withDependencies) return writer.writeNode(*node);
     const DependencyOrder order(*node);
     for (const INode* next : order.nodes())

@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
@@ -102,7 +103,7 @@ Value changedNumber(const Value& value, const Change& change) {
 template<typename Change>
 bool changeNumbers(const INode& modifier, const INode& other, const Change& change) {
     return modifyInputs(modifier, other, [&](const kelvo_sdk::Input& input) {
-        auto& target = static_cast<Input&>(*input.get());
+        auto& target = implOf(*input.get());
         return target.setValue(changedNumber(target.value(), change));
     });
 }

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/text/text_lexer.h"
 
 #include "kelvo/base/utf8.h"
+#include "kelvo/sdk/quoted_text.h"
 
 #include "kelvo/base/string_io.h"
 
@@ -193,3 +194,18 @@ LineCounter::Place LineCounter::placeOf(u64 offset) noexcept {
 }
 
 } // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+QuotedText readQuoted(std::string_view text) {
+    QuotedText result;
+    impl::TextLexer lexer(text);
+    if (lexer.peek() != '"')
+        result.problem = "'\"' is expected";
+    else
+        static_cast<void>(lexer.quoted(result.text, result.problem));
+    result.size = lexer.offset();
+    return result;
+}
+
+} // namespace qv::kelvo_sdk

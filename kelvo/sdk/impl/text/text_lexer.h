@@ -1,7 +1,6 @@
 #pragma once
 
 #include "kelvo/base/ascii.h"
-#include "kelvo/base/export.h"
 #include "kelvo/base/string.h"
 
 #include <string_view>
@@ -59,7 +58,7 @@ public:
         return m_at == m_end || *m_at == '\n' || *m_at == '#';
     }
     /// Skips white space, ends of lines and comments; returns whether there was a comment.
-    QV_EXPORT bool skipSpace() noexcept;
+    bool skipSpace() noexcept;
     /// Goes to the end of the line, in front of the '\n'.
     void skipLine() noexcept;
     /// Takes a comment, from its '#' up to the end of the line without white space there; empty
@@ -85,7 +84,7 @@ public:
     /// stands at the place of it then. Needs a '"' here.
     ///
     /// Escapes are \" \\ \n \r \t \0 and \xNN for any byte. A quoted text ends on its line.
-    QV_EXPORT bool quoted(String& out, const char*& problem);
+    bool quoted(String& out, const char*& problem);
 
     /// Takes a text between two marks `rawMark`, line by line as it stands: without a line break
     /// behind the first mark and in front of the last, and without the indentation that all lines
@@ -124,7 +123,7 @@ public:
         u64 column;
     };
     /// Returns where a byte stands, both counted from 1.
-    [[nodiscard]] QV_EXPORT Place placeOf(u64 offset) noexcept;
+    [[nodiscard]] Place placeOf(u64 offset) noexcept;
 
 private:
     std::string_view m_text;

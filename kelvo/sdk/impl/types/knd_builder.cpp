@@ -43,9 +43,9 @@ std::vector<u32> KndBuilder::linesOf(const std::vector<Attribute>& attributes) c
 // A value is what `reset` brings back, unless the text says otherwise. Elements are not reset.
 void KndBuilder::makeDefaults() {
     std::vector<bool> isElement(m_tree.inputs.size());
-    for (const TreeInput& holder : m_tree.inputs)
-        if (holder.type == AttrType::Array)
-            for (u32 i = holder.firstMember; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
+    for (const TreeInput& parent : m_tree.inputs)
+        if (parent.type == AttrType::Array)
+            for (u32 i = parent.firstMember; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
                 isElement[i] = true;
     for (u64 i = 0; i < m_tree.inputs.size(); ++i) {
         TreeInput& input = m_tree.inputs[i];

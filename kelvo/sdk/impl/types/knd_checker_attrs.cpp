@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/types/knd_checker.h"
 
 #include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/types/knd_definition.h"
@@ -15,7 +16,7 @@ constexpr u64 kFreelyInherited = 20'000;
 u32 sizeOf(const Input& input) {
     u32 size = 1;
     for (u64 i = 0; i < input.inputCount(); ++i)
-        size += sizeOf(static_cast<const Input&>(*input.input(i)));
+        size += sizeOf(implOf(*input.input(i)));
     return size;
 }
 
@@ -98,14 +99,13 @@ void KndChecker::addKnown(const KndDefinition& known) {
                     .place = where.line};
     };
     for (u64 i = 0; i < known.inputs.size(); ++i) {
-        const auto& input = static_cast<const Input&>(*node.inputs()[i]);
+        const auto& input = implOf(*node.inputs()[i]);
         attrs.inputs.push_back(attr(input.ownName(), known.inputs[i]));
         attrs.inputs.back().size = sizeOf(input);
         attrs.size += attrs.inputs.back().size;
     }
     for (u64 i = 0; i < known.outputs.size(); ++i)
-        attrs.outputs.push_back(
-            attr(static_cast<const Output*>(node.outputs()[i])->ownName(), known.outputs[i]));
+        attrs.outputs.push_back(attr(implOf(node.outputs()[i])->ownName(), known.outputs[i]));
     attrs.size += attrs.outputs.size();
 }
 

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/types/knd_writer.h"
 
 #include "kelvo/base/utf8.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/scene_text/scene_writer.h"
@@ -49,9 +50,9 @@ public:
             writeText("help", help, true);
         if (type.hasIcon) writeText("icon", type.icon, false);
         for (u64 i = type.inheritedInputs; i < node.inputs().size(); ++i)
-            m_attributes.writeInput(static_cast<const Input&>(*node.inputs()[i]), 1, false);
+            m_attributes.writeInput(implOf(*node.inputs()[i]), 1, false);
         for (u64 i = type.inheritedOutputs; i < node.outputs().size(); ++i)
-            m_attributes.writeOutput(static_cast<const Output&>(*node.outputs()[i]), false);
+            m_attributes.writeOutput(implOf(*node.outputs()[i]), false);
         for (u64 i = 0; type.pages && i < type.pages->pages().size(); ++i)
             writePage(type.pages->pages()[i], type.pageComments[i]);
         if (comments) m_attributes.writeLines(comments->inner, 1);

@@ -1,10 +1,25 @@
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/scene.h"
 
 #include <algorithm>
 
 // ---- Libraries -----------------------------------------------------------------------------
+
+namespace qv::kelvo_sdk {
+
+u64 Scene::libraryCount() const {
+    return get() ? impl::implOf(get())->libraries().size() : 0;
+}
+
+LibInfo Scene::library(u64 index) const {
+    if (index >= libraryCount()) return LibInfo();
+    return LibInfo(impl::implOf(get())->libraries()[index].get());
+}
+
+} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -79,8 +80,7 @@ std::span<const ValidationRule> validationRules() noexcept {
 }
 
 Findings validate(const Scene& scene, const ValidationOptions& options) {
-    return scene ? impl::SceneRules(static_cast<impl::Scene&>(*scene.get()), options).findings()
-                 : Findings();
+    return scene ? impl::SceneRules(impl::implOf(*scene.get()), options).findings() : Findings();
 }
 
 bool passes(const Findings& findings, bool isStrict) noexcept {

@@ -67,7 +67,7 @@ private:
     void checkType(Node& node);
     void checkUnknownType(Node& node);
     void checkInputs(Node& node, const Node& definition);
-    bool checkInput(Node& node, Input* holder, Input* input, const Input& definition);
+    bool checkInput(Node& node, Input* parent, Input* input, const Input& definition);
     void checkReadOnly(Node& node, Input& input, const Input& definition);
     void checkOutputs(Node& node, const Node& definition);
     [[nodiscard]] const String& nearType(const String& type);
@@ -79,7 +79,7 @@ private:
 
     void checkValues(Node& node);
     void checkValue(Node& node, Input& input);
-    void checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* holder);
+    void checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* parent);
 
     void checkModifiers(Node& node);
     void checkMesh(Node& node);

@@ -3,6 +3,7 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
@@ -21,11 +22,11 @@ namespace {
 const Input* childListOf(const Node& node) {
     const IInput* found = node.lookUpInput(knownNames().children);
     if (!found || found->type() != AttrType::Array) return nullptr;
-    return found->elementType() == AttrType::Node ? static_cast<const Input*>(found) : nullptr;
+    return found->elementType() == AttrType::Node ? implOf(found) : nullptr;
 }
 
 INode* childOf(const IInput* element) {
-    return static_cast<const Input*>(element)->value().asNode();
+    return implOf(element)->value().asNode();
 }
 
 // Finds the links that lead back up, without recursion: a chain may be as long as the scene.
@@ -71,7 +72,7 @@ private:
                 m_way.pop_back();
                 continue;
             }
-            auto* child = static_cast<Node*>(childOf(step.list->members()[step.next++]));
+            auto* child = implOf(childOf(step.list->members()[step.next++]));
             if (!child) continue;
             const auto met = m_isOpen.find(child);
             if (met == m_isOpen.end())
@@ -94,7 +95,7 @@ void SceneRules::checkChildren(Node& node) {
     if (!list) return;
     std::unordered_set<const INode*> met;
     for (u64 i = 0; i < list->members().size(); ++i) {
-        auto& element = static_cast<Input&>(*list->members()[i]);
+        auto& element = implOf(*list->members()[i]);
         const INode* child = childOf(&element);
         if (child && met.insert(child).second) continue;
         if (!child && element.source()) continue;

@@ -3,6 +3,7 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/validate/mesh_check.h"
@@ -29,7 +30,7 @@ const MeshNames& meshNames() {
 const Input* bufferOf(const Node& node, const String& name) {
     const IInput* found = node.lookUpInput(name);
     if (!found || found->type() != AttrType::Buffer) return nullptr;
-    return static_cast<const Input*>(found);
+    return implOf(found);
 }
 
 u64 countOf(const Input* buffer) {
@@ -41,7 +42,7 @@ String counted(u64 count, const String& what) {
 }
 
 bool holdsPixels(const IInput* input) {
-    return input->type() == AttrType::Buffer && countOf(static_cast<const Input*>(input)) != 0;
+    return input->type() == AttrType::Buffer && countOf(implOf(input)) != 0;
 }
 
 } // namespace
@@ -50,9 +51,9 @@ void SceneRules::checkModifiers(Node& node) {
     const IInput* found = node.lookUpInput(knownNames().modifiers);
     if (!found || found->type() != AttrType::Array) return;
     if (found->elementType() != AttrType::Node) return;
-    const auto& list = static_cast<const Input&>(*found);
+    const auto& list = implOf(*found);
     for (u64 i = 0; i < list.members().size(); ++i) {
-        auto& element = static_cast<Input&>(*list.members()[i]);
+        auto& element = implOf(*list.members()[i]);
         if (element.source()) continue;
         const INode* modifier = linkedNode(element);
         const String start = "node '" + node.name() + "': ";
@@ -88,7 +89,7 @@ void SceneRules::checkMesh(Node& node) {
 // A texture may have its pixels with it instead.
 void SceneRules::checkPath(Node& node) {
     if (!node.isPath()) return;
-    const auto& file = static_cast<const Input&>(*node.lookUpInput(knownNames().file));
+    const auto& file = implOf(*node.lookUpInput(knownNames().file));
     if (file.source() || std::ranges::any_of(node.inputs(), holdsPixels)) return;
     if (!file.value().asString().isEmpty()) return checkFile(node, file);
     add(Rule::EmptyPath, &node, file.path(),

@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
 #include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -30,10 +31,10 @@ bool isOfKind(const Output& output, const Output& definition) {
 }
 
 const String& nameOf(const IInput& input) {
-    return static_cast<const Input&>(input).ownName();
+    return implOf(input).ownName();
 }
 const String& nameOf(const interfaces::IOutput& output) {
-    return static_cast<const Output&>(output).ownName();
+    return implOf(output).ownName();
 }
 
 // "Buffer<Pos3f>" for what declares so, whatever it holds now.
@@ -49,8 +50,8 @@ void copyMembers(const Input& definition, Input& made) {
         const auto [from, to] = left.back();
         left.pop_back();
         for (const IInput* next : from->members()) {
-            const auto& known = static_cast<const Input&>(*next);
-            auto* member = static_cast<Input*>(to->createInput(known.name(), known.description()));
+            const auto& known = implOf(*next);
+            auto* member = implOf(to->createInput(known.name(), known.description()));
             if (!member) continue;
             if (!known.value().isNull()) member->setValue(known.value());
             if (!known.members().empty()) left.emplace_back(&known, member);
@@ -65,14 +66,14 @@ RefersTo<Attribute> hold(const Attribute& definition) {
 }
 
 // Adds a copy of a definition to a node or, when that is given, to an object of the node.
-RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* holder) {
+RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* parent) {
     return makeFix("add it", [known = hold(definition), held = RefersTo<Node>(&node),
-                              inside = RefersTo<Input>(holder)] {
+                              inside = RefersTo<Input>(parent)] {
         const String name = known->name();
         if (inside ? inside->lookUpInput(name) : held->lookUpInput(name)) return false;
         IInput* made = inside ? inside->createInput(name, known->description())
                               : held->createInput(name, known->description());
-        if (made) copyMembers(*known, static_cast<Input&>(*made));
+        if (made) copyMembers(*known, implOf(*made));
         return made != nullptr;
     });
 }
@@ -139,28 +140,28 @@ const String& SceneRules::nearType(const String& type) {
 // are unknown are told of once.
 void SceneRules::checkUnknown(Node& node, const Node& definition) {
     struct Step {
-        const Input* holder;
+        const Input* parent;
         const Input* known;
     };
     std::vector<Step> left{{nullptr, nullptr}};
     while (!left.empty()) {
-        const auto [holder, known] = left.back();
+        const auto [parent, known] = left.back();
         left.pop_back();
         const auto& candidates = known ? known->members() : definition.inputs();
-        for (const IInput* next : holder ? holder->members() : node.inputs()) {
-            const auto& input = static_cast<const Input&>(*next);
+        for (const IInput* next : parent ? parent->members() : node.inputs()) {
+            const auto& input = implOf(*next);
             const String& name = input.ownName();
-            if (!holder && name == "_meta") continue;
+            if (!parent && name == "_meta") continue;
             const IInput* found = known ? known->lookUpInput(name) : definition.lookUpInput(name);
             if (!found)
                 addUnknown(node, "input", input.path(),
                            nearAttribute(definition, candidates, name));
             else if (input.isObject() && found->type() == AttrType::Object)
-                left.push_back({&input, static_cast<const Input*>(found)});
+                left.push_back({&input, implOf(found)});
         }
     }
     for (const IOutput* next : node.outputs()) {
-        const String& name = static_cast<const Output*>(next)->ownName();
+        const String& name = implOf(next)->ownName();
         if (!definition.lookUpOutput(name))
             addUnknown(node, "output", node.name() + "." + name,
                        nearAttribute(definition, definition.outputs(), name));
@@ -189,7 +190,7 @@ const String& SceneRules::nearAttribute(const Node& definition, const Attributes
 // Inputs of the definition are looked up in the node, at any depth of objects.
 void SceneRules::checkInputs(Node& node, const Node& definition) {
     struct Step {
-        Input* holder;
+        Input* parent;
         const ds::Vector<IInput*>* known;
     };
     std::vector<Step> left{{nullptr, &definition.inputs()}};
@@ -197,22 +198,22 @@ void SceneRules::checkInputs(Node& node, const Node& definition) {
         const Step step = left.back();
         left.pop_back();
         for (const IInput* next : *step.known) {
-            const auto& known = static_cast<const Input&>(*next);
+            const auto& known = implOf(*next);
             const String& name = known.ownName();
-            IInput* found = step.holder ? step.holder->lookUpInput(name) : node.lookUpInput(name);
-            if (!checkInput(node, step.holder, static_cast<Input*>(found), known)) continue;
-            if (known.isObject()) left.push_back({static_cast<Input*>(found), &known.members()});
+            IInput* found = step.parent ? step.parent->lookUpInput(name) : node.lookUpInput(name);
+            if (!checkInput(node, step.parent, implOf(found), known)) continue;
+            if (known.isObject()) left.push_back({implOf(found), &known.members()});
         }
     }
 }
 
 // Tells whether the input is there and of the right kind.
-bool SceneRules::checkInput(Node& node, Input* holder, Input* input, const Input& definition) {
+bool SceneRules::checkInput(Node& node, Input* parent, Input* input, const Input& definition) {
     if (!input) {
-        const String path = (holder ? holder->path() : node.name()) + "." + definition.ownName();
+        const String path = (parent ? parent->path() : node.name()) + "." + definition.ownName();
         add(Rule::MissingInput, &node, path,
             "input '" + path + "' is missing: type '" + node.type() + "' defines it.",
-            additionOf(definition, node, holder));
+            additionOf(definition, node, parent));
         return false;
     }
     if (isOfKind(*input, definition)) {
@@ -243,8 +244,8 @@ void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition
 
 void SceneRules::checkOutputs(Node& node, const Node& definition) {
     for (const IOutput* next : definition.outputs()) {
-        const auto& known = static_cast<const Output&>(*next);
-        const auto* output = static_cast<const Output*>(node.lookUpOutput(known.ownName()));
+        const auto& known = implOf(*next);
+        const auto* output = implOf(node.lookUpOutput(known.ownName()));
         const String path = node.name() + "." + known.ownName();
         if (!output)
             add(Rule::MissingOutput, &node, path,

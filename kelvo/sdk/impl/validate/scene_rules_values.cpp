@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
 #include "kelvo/base/near_name.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/value/value_refusal.h"
 #include "kelvo/sdk/impl/value/value_text.h"
@@ -107,11 +108,11 @@ void SceneRules::checkValue(Node& node, Input& input) {
         nearest.isNull() ? Fix() : settingOf(input, nearest));
 }
 
-void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* holder) {
+void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* parent) {
     for (const IInput* next : list) {
-        const auto& input = static_cast<const Input&>(*next);
+        const auto& input = implOf(*next);
         const String& name = input.ownName();
-        const IInput* first = holder ? holder->lookUpInput(name) : node.lookUpInput(name);
+        const IInput* first = parent ? parent->lookUpInput(name) : node.lookUpInput(name);
         if (first == next) continue;
         add(Rule::ShadowedInput, &node, input.path(),
             "input '" + input.path() + "' (" + input.typeName() + ") is never found by name: '" +

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "kelvo/base/data_type.h"
-#include "kelvo/base/export.h"
 #include "kelvo/base/types.h"
 
 #include <cstddef>
@@ -20,12 +19,12 @@ public:
     /// Allocates `count` zeroed elements. Throws std::bad_alloc when they do not fit in memory.
     Buffer(DataType type, u64 count);
     /// Copies `count` elements from `data`.
-    QV_EXPORT Buffer(DataType type, const void* data, u64 count);
+    Buffer(DataType type, const void* data, u64 count);
     Buffer(const Buffer& other) noexcept;
     Buffer(Buffer&& other) noexcept;
     Buffer& operator=(const Buffer& other) noexcept;
     Buffer& operator=(Buffer&& other) noexcept;
-    QV_EXPORT ~Buffer();
+    ~Buffer();
 
     [[nodiscard]] DataType type() const noexcept;
     [[nodiscard]] u64 count() const noexcept;

@@ -10,6 +10,6 @@ namespace qv::kelvo_sdk::impl {
 
 /// Converts a value; false, `out` unchanged, when it does not convert or does not fit. Text becomes
 /// no node here: that takes a scene.
-QV_EXPORT bool convertValue(const Value& from, AttrType to, Value& out);
+bool convertValue(const Value& from, AttrType to, Value& out);
 
 } // namespace qv::kelvo_sdk::impl

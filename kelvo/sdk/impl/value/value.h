@@ -31,12 +31,12 @@ public:
     Value(const math::Quatd& value) noexcept;
     Value(const math::Rgbad& value) noexcept;
     Value(const math::Mat3d& value);
-    QV_EXPORT Value(const math::Mat4d& value);
+    Value(const math::Mat4d& value);
     Value(String value) noexcept;
     Value(const char* value) : Value(String(value)) {}
     /// The node is borrowed.
     Value(interfaces::INode* value) noexcept : m_type(AttrType::Node) { m_data.node = value; }
-    QV_EXPORT Value(Buffer value) noexcept;
+    Value(Buffer value) noexcept;
 
     QV_EXPORT Value(const Value& other) noexcept;
     /// Leaves Null.
@@ -54,7 +54,7 @@ public:
 
     /// Returns what an input of that kind holds when nothing was set: zero, empty, no node, the
     /// identity matrix or rotation, opaque black. Null for Array, Object and unknown kinds.
-    [[nodiscard]] QV_EXPORT static Value zero(AttrType type);
+    [[nodiscard]] static Value zero(AttrType type);
 
     [[nodiscard]] AttrType type() const noexcept { return m_type; }
     [[nodiscard]] bool isNull() const noexcept { return m_type == AttrType::Null; }
@@ -82,7 +82,7 @@ public:
     /// node's name.
     [[nodiscard]] u64 hash() const;
 
-    friend QV_EXPORT bool operator==(const Value& a, const Value& b) noexcept;
+    friend bool operator==(const Value& a, const Value& b) noexcept;
 
 private:
     struct MatBlock;

@@ -3,6 +3,7 @@
 #include "kelvo/base/utf8.h"
 #include "kelvo/sdk/impl/text/text_numbers.h"
 #include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/quoted_text.h"
 
 #include "kelvo/base/ascii.h"
 
@@ -228,3 +229,13 @@ void writeQuoted(std::string_view text, StringIO& out) {
 }
 
 } // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+String quotedText(std::string_view text) {
+    StringIO out;
+    impl::writeQuoted(text, out);
+    return out.take();
+}
+
+} // namespace qv::kelvo_sdk

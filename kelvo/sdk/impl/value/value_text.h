@@ -8,19 +8,19 @@ namespace qv::kelvo_sdk::impl {
 /// Reads the text of a value of that kind, whole; white space around it is ignored, but for String,
 /// which takes the text as it is. `element` is the element type of a Buffer. False, `out`
 /// unchanged, when it is no such text. Text becomes no node here: that takes a scene.
-QV_EXPORT bool valueFromText(const String& text, AttrType kind, DataType element, Value& out);
+bool valueFromText(const String& text, AttrType kind, DataType element, Value& out);
 
 /// Returns the value as text: a String as it is, a node's name, numbers in the shortest form that
 /// reads back to the same bits, tuples "(1 2 3)", buffers "[(0 0 0) (1 0 0)]".
-[[nodiscard]] QV_EXPORT String valueToText(const Value& value);
+[[nodiscard]] String valueToText(const Value& value);
 
 /// Appends the value as it stands in scene text: as `valueToText`, but a String quoted, and "null"
 /// for no node.
-QV_EXPORT void writeValue(const Value& value, StringIO& out);
+void writeValue(const Value& value, StringIO& out);
 
 /// Appends a text in quotes, with escapes for what cannot stand in it: quotes, backslashes, control
 /// characters and bytes that are no UTF-8. It reads back byte for byte.
-QV_EXPORT void writeQuoted(std::string_view text, StringIO& out);
+void writeQuoted(std::string_view text, StringIO& out);
 
 /// Reads the value that a longer text goes on with: numbers, tuples and buffers; not texts and
 /// nodes.

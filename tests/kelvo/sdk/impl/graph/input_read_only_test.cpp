@@ -76,13 +76,13 @@ TEST_F(ReadOnlyInputs, Object_RefusesMembersThatComeAndGo) {
 }
 
 TEST_F(ReadOnlyInputs, Reset_OfWhatHoldsAnArray_AsksNotItsElements) {
-    const Input holder = m_scene["a"].createInput("holder", AttrType::Object);
-    const Input list(holder->createArray("list", AttrType::Real));
+    const Input parent = m_scene["a"].createInput("parent", AttrType::Object);
+    const Input list(parent->createArray("list", AttrType::Real));
     EXPECT_TRUE(list.append().set(2.0));
     static_cast<impl::Input*>(list.get())->setReadOnly(true);
     EXPECT_FALSE(list.reset());
     const std::string alone = m_log.text();
-    EXPECT_FALSE(holder.reset());
+    EXPECT_FALSE(parent.reset());
     EXPECT_EQ(m_log.text(), alone + alone);
     EXPECT_EQ(list.input(0).get<double>(), 2.0);
 }

@@ -430,7 +430,7 @@ TEST_F(InputValues, StashedLink_IsThereAgainWhenItsNodeComesBack) {
 }
 
 TEST_F(InputValues, StashedLink_IsClearedWhenItsSceneEnds) {
-    const RefersTo<INode> holder(m_node), target(m_scene->createNode("thing", "target"));
+    const RefersTo<INode> parent(m_node), target(m_scene->createNode("thing", "target"));
     Input& link = create(AttrType::Node);
     ASSERT_TRUE(link.setNode(target.get()));
     link.stash();

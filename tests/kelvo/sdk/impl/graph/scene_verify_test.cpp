@@ -145,13 +145,13 @@ TEST_F(SceneVerify, InputsOutsideTheScene_MayLeadIntoIt) {
 }
 
 TEST_F(SceneVerify, DeepNesting_NeedsNoStack) {
-    IInput* holder = m_desk.createInput("deep", AttrType::Object);
+    IInput* parent = m_desk.createInput("deep", AttrType::Object);
     for (int i = 0; i < 2000; ++i)
-        holder = holder->createInput("o", AttrType::Object);
+        parent = parent->createInput("o", AttrType::Object);
     EXPECT_EQ(faults(), "");
-    while (IInput* around = holder->parent()) {
+    while (IInput* around = parent->parent()) {
         around->removeInput(0);
-        holder = around;
+        parent = around;
     }
 }
 

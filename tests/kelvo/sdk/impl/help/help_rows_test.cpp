@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/help/help_rows.h"
+#include "kelvo/sdk/help.h"
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/layout.h"
@@ -15,13 +15,13 @@ namespace {
 class HelpRows : public testing::Test {
 protected:
     [[nodiscard]] HelpRow only() const {
-        const std::vector<HelpPage> pages = helpPages(m_node);
+        const std::vector<HelpPage> pages = helpPages(m_handle);
         return pages.at(0).groups.at(0).rows.at(0);
     }
     // "name:depth" of all rows.
     [[nodiscard]] std::string outline() const {
         std::string text;
-        for (const HelpPage& page : helpPages(m_node))
+        for (const HelpPage& page : helpPages(m_handle))
             for (const HelpGroup& group : page.groups)
                 for (const HelpRow& row : group.rows)
                     text += (text.empty() ? "" : " ") + std::string(row.name.view()) + ":" +
@@ -36,10 +36,11 @@ protected:
     }
 
     Node m_node{nullptr, "light", "lamp"};
+    const kelvo_sdk::Node m_handle{&m_node};
 };
 
 TEST_F(HelpRows, NoInputs_NoPages) {
-    EXPECT_TRUE(helpPages(m_node).empty());
+    EXPECT_TRUE(helpPages(m_handle).empty());
 }
 
 TEST_F(HelpRows, Input_IsDescribed) {
@@ -122,7 +123,7 @@ TEST_F(HelpRows, DeepObjects_NeedNoStack) {
     IInput* next = m_node.createInput("o", AttrType::Object);
     for (int i = 0; i < 2000; ++i)
         next = next->createInput("o", AttrType::Object);
-    EXPECT_EQ(helpPages(m_node).at(0).groups.at(0).rows.size(), 2001u);
+    EXPECT_EQ(helpPages(m_handle).at(0).groups.at(0).rows.size(), 2001u);
 }
 
 // ---- Layout --------------------------------------------------------------------------------
@@ -140,7 +141,7 @@ protected:
     // "page{group(names)}" of all pages.
     [[nodiscard]] std::string arrangement() const {
         std::string text;
-        for (const HelpPage& page : helpPages(m_node)) {
+        for (const HelpPage& page : helpPages(m_handle)) {
             text += std::string(page.label.view()) + "{";
             for (const HelpGroup& group : page.groups) {
                 text += std::string(group.label.view()) + "(";
@@ -208,9 +209,9 @@ TEST(HelpValue, LongText_IsCutBetweenCharacters) {
 
 TEST(HelpTitle, WithoutLabelAndName_IsTheType) {
     Node node(nullptr, "area_light", "");
-    EXPECT_STREQ(helpTitle(node).buf(), "Area Light");
+    EXPECT_STREQ(helpTitle(kelvo_sdk::Node(&node)).buf(), "Area Light");
     node.setLabel("en", "panel");
-    EXPECT_STREQ(helpTitle(node).buf(), "Panel");
+    EXPECT_STREQ(helpTitle(kelvo_sdk::Node(&node)).buf(), "Panel");
 }
 
 TEST(HelpKind, OpenElementType_IsNotTold) {

@@ -1,12 +1,12 @@
-#include "kelvo/sdk/impl/help/knd_html_text.h"
+#include "kelvo/sdk/html.h"
 
-#include "kelvo/sdk/impl/help/missing_icon.h"
+#include "kelvo/kelvo.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace qv::kelvo_sdk::impl::html {
+namespace qv::kelvo_sdk::html {
 namespace {
 
 std::string escaped(std::string_view text) {
@@ -80,7 +80,8 @@ TEST(HtmlIcon, PlainSvg_IsAPictureInThePage) {
               "<img class=\"icon\" alt=\"\" width=\"72\" height=\"72\" src=\"data:image/svg+xml,"
               "%3Csvg%20xmlns=%22http://www.w3.org/2000/svg%22%3E%3Cg%20id=%27a%27/%3E%3C/svg%3E"
               "\">\n");
-    EXPECT_TRUE(icon(missingIcon()).starts_with("<img class=\"icon\""));
+    const Node bare = Scene::create().createNode("bare", "bare");
+    EXPECT_TRUE(icon(bare->svgIcon(false).buf()).starts_with("<img class=\"icon\""));
 }
 
 TEST(HtmlIcon, AnythingElse_IsLeftOut) {
@@ -98,4 +99,4 @@ TEST(HtmlIcon, CommentsOfAnotherKind_EndNothing) {
 }
 
 } // namespace
-} // namespace qv::kelvo_sdk::impl::html
+} // namespace qv::kelvo_sdk::html

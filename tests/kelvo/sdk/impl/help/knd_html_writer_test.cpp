@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/help/knd_html_writer.h"
 
+#include "kelvo/sdk/help.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "tests/support/log_capture.h"
@@ -66,7 +67,7 @@ TEST_F(KndHtml, Page_NeedsNothingOutsideAndRunsNothing) {
 TEST_F(KndHtml, EmptyHandle_HasNoPage) {
     EXPECT_TRUE(KndHtmlWriter::nodeHtml(kelvo_sdk::Node(), true).isEmpty());
     EXPECT_TRUE(KndHtmlWriter::nodeHtml(kelvo_sdk::Node(), false).isEmpty());
-    EXPECT_TRUE(KndHtmlWriter::sitePage(kelvo_sdk::Node(), {}).isEmpty());
+    EXPECT_TRUE(helpSitePage(kelvo_sdk::Node(), {}).isEmpty());
 }
 
 TEST_F(KndHtml, Writing_LogsNothingAndChangesNothing) {
@@ -188,12 +189,12 @@ TEST_F(KndHtml, Texts_AreEscapedEverywhere) {
 
 TEST_F(KndHtml, SitePage_LeadsToOthers) {
     m_node.setBases({"geometry", "foreign"}, false, false);
-    KndHtmlLinks links;
+    HelpLinks links;
     links.index = "../index.html";
     links.indexText = "All <types>";
     links.pageOf = [](const String& type) { return type == "foreign" ? String() : type + ".html"; };
     links.derived = {"subdiv"};
-    const String page = KndHtmlWriter::sitePage(kelvo_sdk::Node(&m_node), links);
+    const String page = helpSitePage(kelvo_sdk::Node(&m_node), links);
     for (const char* part :
          {"<nav aria-label=\"Site\"><a href=\"../index.html\">All &lt;types&gt;</a></nav>",
           "<a href=\"geometry.html\"><code>geometry</code></a>, <code>foreign</code>",

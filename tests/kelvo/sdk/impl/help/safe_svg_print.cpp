@@ -1,7 +1,7 @@
 // Reads icons that '\0' parts from the standard input and writes what is safe of each, parted the
 // same way, for safe_svg_browser_test.py.
 
-#include "kelvo/sdk/impl/help/safe_svg.h"
+#include "kelvo/sdk/icon.h"
 
 #include <cstdio>
 #include <iostream>
@@ -9,7 +9,7 @@
 
 int main() {
     for (std::string icon; std::getline(std::cin, icon, '\0');) {
-        const qv::String safe = qv::kelvo_sdk::impl::safeSvg(icon.c_str());
+        const qv::String safe = qv::kelvo_sdk::safeSvg(icon.c_str());
         if (std::fwrite(safe.buf(), 1, safe.size() + 1, stdout) != safe.size() + 1) return 1;
     }
     return 0;

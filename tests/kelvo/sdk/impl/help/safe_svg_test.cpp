@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/help/safe_svg.h"
+#include "kelvo/sdk/icon.h"
 
 #include "kelvo/sdk/impl/help/missing_icon.h"
 
@@ -9,7 +9,7 @@
 namespace {
 
 using qv::String;
-using qv::kelvo_sdk::impl::safeSvg;
+using qv::kelvo_sdk::safeSvg;
 
 constexpr const char* named = R"(<svg xmlns="http://www.w3.org/2000/svg">)";
 

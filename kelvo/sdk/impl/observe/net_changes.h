@@ -13,7 +13,7 @@
 namespace qv::kelvo_sdk::impl {
 
 /// Gathers what happens in a scene, to be told as net changes. Keeps alive what it is about.
-class EditBatch {
+class NetChanges {
 public:
     void nodeAdded(INode* node) { noteList(m_nodes, node, true); }
     void nodeRemoved(INode* node) { noteList(m_nodes, node, false); }

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/diff/scene_patcher.h"
+#include "kelvo/sdk/impl/diff/document_patcher.h"
 
 #include <algorithm>
 #include <charconv>
@@ -28,13 +28,13 @@ String quotedShort(const std::optional<String>& text) {
 
 } // namespace
 
-ScenePatcher::ScenePatcher(SceneDocument& document) : m_document(document) {
+DocumentPatcher::DocumentPatcher(SceneDocument& document) : m_document(document) {
     for (u64 i = 0; i < document.nodes.size(); ++i)
         m_nodes.emplace(document.nodes[i].name, i);
     m_nodeEdits.leaves.resize(document.nodes.size());
 }
 
-bool ScenePatcher::apply(const std::vector<SceneChange>& changes, String& error) {
+bool DocumentPatcher::apply(const std::vector<SceneChange>& changes, String& error) {
     const bool isDone =
         std::ranges::all_of(changes, [&](const SceneChange& change) { return prepare(change); }) &&
         setFields() && rebuildLists() && rebuildNodes() && checkNames();
@@ -42,14 +42,14 @@ bool ScenePatcher::apply(const std::vector<SceneChange>& changes, String& error)
     return isDone;
 }
 
-bool ScenePatcher::prepare(const SceneChange& change) {
+bool DocumentPatcher::prepare(const SceneChange& change) {
     if (change.action == Action::Change) return prepareField(change);
     if (change.subject == Subject::Scene) return fail(change, "a scene can only be changed");
     if (change.subject == Subject::Node) return prepareNode(change);
     return prepareAttr(change);
 }
 
-bool ScenePatcher::prepareField(const SceneChange& change) {
+bool DocumentPatcher::prepareField(const SceneChange& change) {
     FieldEdit edit{&change, {}};
     if (change.subject == Subject::Scene) {
         const std::string_view* part = commentPart(m_document.file, change.field.view());
@@ -64,7 +64,7 @@ bool ScenePatcher::prepareField(const SceneChange& change) {
     return true;
 }
 
-bool ScenePatcher::prepareNode(const SceneChange& change) {
+bool DocumentPatcher::prepareNode(const SceneChange& change) {
     Placement<DocNode> placement{.change = &change, .item = {}, .key = change.path.buf()};
     if (change.action == Action::Add) {
         auto made = m_document.parseNode(change.after.value_or(""));
@@ -93,7 +93,7 @@ bool ScenePatcher::prepareNode(const SceneChange& change) {
     return checkText(change, "what is in front of it", before);
 }
 
-bool ScenePatcher::prepareAttr(const SceneChange& change) {
+bool DocumentPatcher::prepareAttr(const SceneChange& change) {
     Target target;
     if (change.action == Action::Rename) return fail(change, "only nodes are renamed");
     if (!findTarget(change, change.action == Action::Add, target)) return false;
@@ -125,10 +125,10 @@ bool ScenePatcher::prepareAttr(const SceneChange& change) {
     return checkText(change, "what is in front of it", before);
 }
 
-bool ScenePatcher::prepareAddedAttr(const SceneChange& change, const Target& target) {
+bool DocumentPatcher::prepareAddedAttr(const SceneChange& change, const Target& target) {
     const String text = change.after.value_or("");
     const bool isOutput = change.subject == Subject::Output;
-    auto made = target.isElement ? m_document.parseElement(text, target.holder->elementType)
+    auto made = target.isElement ? m_document.parseElement(text, target.parent->elementType)
                 : isOutput       ? m_document.parseOutput(text)
                                  : m_document.parseInput(text);
     if (!made || (!target.isElement && made->name != keyOf(target.step).name))
@@ -140,7 +140,7 @@ bool ScenePatcher::prepareAddedAttr(const SceneChange& change, const Target& tar
     return true;
 }
 
-bool ScenePatcher::findTarget(const SceneChange& change, bool isNew, Target& target) {
+bool DocumentPatcher::findTarget(const SceneChange& change, bool isNew, Target& target) {
     const std::string_view path = change.path.view();
     const std::string_view name = path.substr(0, path.find_first_of(".["));
     const auto found = m_nodes.find(name);
@@ -151,8 +151,8 @@ bool ScenePatcher::findTarget(const SceneChange& change, bool isNew, Target& tar
 }
 
 // `path` starts with the sign in front of a step.
-bool ScenePatcher::walk(const SceneChange& change, std::string_view path, bool isNew,
-                        Target& target) {
+bool DocumentPatcher::walk(const SceneChange& change, std::string_view path, bool isNew,
+                           Target& target) {
     while (!path.empty()) {
         const bool isElement = path[0] == '[';
         const u64 end = isElement ? path.find(']') : path.find_first_of(".[", 1);
@@ -169,16 +169,16 @@ bool ScenePatcher::walk(const SceneChange& change, std::string_view path, bool i
     return true;
 }
 
-bool ScenePatcher::enterList(const SceneChange& change, std::string_view step, Target& target) {
-    DocAttr* holder = target.attr();
+bool DocumentPatcher::enterList(const SceneChange& change, std::string_view step, Target& target) {
+    DocAttr* parent = target.attr();
     const bool mayHold =
-        holder ? (target.isElement ? holder->isArray() : holder->isObject()) : !target.isElement;
+        parent ? (target.isElement ? parent->isArray() : parent->isObject()) : !target.isElement;
     if (!mayHold) return fail(change, "nothing that it is part of is there");
-    const bool isOutput = !holder && change.subject == Subject::Output;
-    target.list = holder     ? &holder->members
+    const bool isOutput = !parent && change.subject == Subject::Output;
+    target.list = parent     ? &parent->members
                   : isOutput ? &target.node->outputs
                              : &target.node->inputs;
-    target.holder = holder;
+    target.parent = parent;
     target.step = std::string(step);
     ++target.depth;
     if (!target.isElement) {
@@ -190,7 +190,7 @@ bool ScenePatcher::enterList(const SceneChange& change, std::string_view step, T
            fail(change, "this is no path");
 }
 
-bool ScenePatcher::checkSubject(const SceneChange& change, const Target& target) {
+bool DocumentPatcher::checkSubject(const SceneChange& change, const Target& target) {
     const Subject found = !target.list       ? Subject::Node
                           : target.isElement ? Subject::Element
                           : change.subject == Subject::Output && target.depth == 1 ? Subject::Output
@@ -199,8 +199,8 @@ bool ScenePatcher::checkSubject(const SceneChange& change, const Target& target)
            fail(change, String("it is no ") + sceneSubjectName(change.subject));
 }
 
-bool ScenePatcher::checkText(const SceneChange& change, const char* what,
-                             const std::optional<String>& found) {
+bool DocumentPatcher::checkText(const SceneChange& change, const char* what,
+                                const std::optional<String>& found) {
     if (found == change.before) return true;
     // The blank line in front of a scene's first node belongs to its header.
     const bool isComment = change.field.view() == "comment.leading";
@@ -210,7 +210,7 @@ bool ScenePatcher::checkText(const SceneChange& change, const char* what,
                             quotedShort(change.before) + " as it was");
 }
 
-bool ScenePatcher::isKnownField(const SceneChange& change) const {
+bool DocumentPatcher::isKnownField(const SceneChange& change) const {
     const std::string_view field = change.field.view();
     if (commentPart(noComments, field)) return true;
     if (change.subject == Subject::Node)
@@ -219,7 +219,7 @@ bool ScenePatcher::isKnownField(const SceneChange& change) const {
            field.starts_with('@');
 }
 
-std::optional<String> ScenePatcher::fieldOf(const SceneChange& change, const Target& target) {
+std::optional<String> DocumentPatcher::fieldOf(const SceneChange& change, const Target& target) {
     const std::string_view field = change.field.view();
     const DocAttr* attr = target.attr();
     const DocComments& comments = commentsOf(attr ? attr->comments : target.node->comments);
@@ -236,11 +236,11 @@ std::optional<String> ScenePatcher::fieldOf(const SceneChange& change, const Tar
     return textOrNone(field == "kind" ? attr->kind : field == "value" ? attr->value : attr->source);
 }
 
-const AttrKeys& ScenePatcher::keysOf(const List& list) {
+const AttrKeys& DocumentPatcher::keysOf(const List& list) {
     return m_keys.try_emplace(&list, list).first->second;
 }
 
-ScenePatcher::ListEdits<DocAttr>& ScenePatcher::editsOf(const Target& target) {
+DocumentPatcher::ListEdits<DocAttr>& DocumentPatcher::editsOf(const Target& target) {
     ListEdits<DocAttr>& edits = m_lists[target.list];
     edits.depth = target.depth;
     edits.holdsElements = target.isElement;
@@ -248,7 +248,7 @@ ScenePatcher::ListEdits<DocAttr>& ScenePatcher::editsOf(const Target& target) {
     return edits;
 }
 
-bool ScenePatcher::fail(const SceneChange& change, const String& what) {
+bool DocumentPatcher::fail(const SceneChange& change, const String& what) {
     const String place = change.path.isEmpty() ? String("the scene") : change.path;
     m_error = "cannot " + String(sceneActionName(change.action)) + " " + place + ": " + what + ".";
     return false;

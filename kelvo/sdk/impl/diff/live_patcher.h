@@ -12,10 +12,10 @@ class Scene;
 /// Makes changes in the nodes of a scene that there are: values, links and connections, elements of
 /// arrays, inputs that go, names and order of nodes, nodes that go or come, comments of the text as
 /// a whole.
-class SceneSetter {
+class LivePatcher {
 public:
     /// Borrows both.
-    SceneSetter(Scene& scene, const std::vector<SceneChange>& changes)
+    LivePatcher(Scene& scene, const std::vector<SceneChange>& changes)
         : m_scene(scene), m_changes(changes) {}
 
     /// False when one of them is something else or is refused; those before it are made then.

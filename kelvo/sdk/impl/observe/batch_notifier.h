@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/scene_follower.h"
-#include "kelvo/sdk/impl/observe/edit_batch.h"
+#include "kelvo/sdk/impl/observe/net_changes.h"
 #include "kelvo/sdk/interfaces/batch_observer.h"
 #include "kelvo/sdk/interfaces/scene_observer.h"
 
@@ -10,10 +10,10 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::BatchObserver;
 
 /// Tells observers of a scene about its edits as a whole.
-class Batches : public interfaces::SceneObserver, public SceneFollower {
+class BatchNotifier : public interfaces::SceneObserver, public SceneFollower {
 public:
     /// The scene owns this.
-    explicit Batches(Scene& scene) : m_scene(scene) {}
+    explicit BatchNotifier(Scene& scene) : m_scene(scene) {}
 
     // Called under the lock of the scene's observers.
     bool subscribe(BatchObserver* observer);
@@ -49,7 +49,7 @@ private:
 
     Scene& m_scene;
     ds::Vector<BatchObserver*> m_observers;
-    EditBatch m_batch;
+    NetChanges m_batch;
     bool m_isDelivering = false;
 };
 

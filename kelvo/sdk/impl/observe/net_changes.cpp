@@ -1,14 +1,16 @@
-#include "kelvo/sdk/impl/observe/edit_batch.h"
+#include "kelvo/sdk/impl/observe/net_changes.h"
+
+#include "kelvo/sdk/impl/graph/impl_of.h"
 
 namespace qv::kelvo_sdk::impl {
 
-void EditBatch::nodeRenamed(INode* node, const String& before) {
+void NetChanges::nodeRenamed(INode* node, const String& before) {
     NodeNews& news = hear(m_nodes, node);
     if (!news.isRenamed) news.nameBefore = before;
     news.isRenamed = true;
 }
 
-void EditBatch::inputChanged(const IInput* input, const AttrData* previous) {
+void NetChanges::inputChanged(const IInput* input, const AttrData* previous) {
     InputNews& news = hear(m_inputs, input);
     if (news.isChanged) return;
     news.isChanged = true;
@@ -18,13 +20,13 @@ void EditBatch::inputChanged(const IInput* input, const AttrData* previous) {
         news.linkedBefore = RefersTo<INode>(news.before.asNode());
 }
 
-void EditBatch::inputConnected(const IInput* input, const IOutput* before) {
+void NetChanges::inputConnected(const IInput* input, const IOutput* before) {
     InputNews& news = hear(m_inputs, input);
     if (!news.isConnected) news.sourceBefore = RefersTo<IOutput>(const_cast<IOutput*>(before));
     news.isConnected = true;
 }
 
-void EditBatch::nodeMoved(INode* node) {
+void NetChanges::nodeMoved(INode* node) {
     hear(m_nodes, node).isMoved = true;
 }
 
@@ -37,7 +39,7 @@ void makeRoom(List& list, u64 count) {
 
 } // namespace
 
-void EditBatch::expect(const INode* node) {
+void NetChanges::expect(const INode* node) {
     m_nodes.at(node);
     const u64 count = m_nodes.order.size();
     makeRoom(m_net.addedNodes, count);
@@ -46,7 +48,7 @@ void EditBatch::expect(const INode* node) {
     makeRoom(m_net.movedNodes, count);
 }
 
-void EditBatch::expect(const IInput* input) {
+void NetChanges::expect(const IInput* input) {
     m_inputs.at(input);
     const u64 count = m_inputs.order.size();
     makeRoom(m_net.addedInputs, count);
@@ -55,20 +57,20 @@ void EditBatch::expect(const IInput* input) {
     makeRoom(m_net.connectedInputs, count);
 }
 
-void EditBatch::expect(const IOutput* output) {
+void NetChanges::expect(const IOutput* output) {
     m_outputs.at(output);
     makeRoom(m_net.addedOutputs, m_outputs.order.size());
     makeRoom(m_net.removedOutputs, m_outputs.order.size());
 }
 
-bool EditBatch::cameOrWent(const INode* node) const {
+bool NetChanges::cameOrWent(const INode* node) const {
     const auto found = m_nodes.index.find(node);
     if (found == m_nodes.index.end()) return false;
     const NodeNews& news = m_nodes.order[found->second];
     return !news.wasIn || !news.isIn;
 }
 
-const interfaces::SceneChanges& EditBatch::net() noexcept {
+const interfaces::SceneChanges& NetChanges::net() noexcept {
     interfaces::SceneChanges& changes = m_net;
     for (const NodeNews& news : m_nodes.order) {
         INode* node = news.held.get();
@@ -90,8 +92,8 @@ const interfaces::SceneChanges& EditBatch::net() noexcept {
 }
 
 // Arrays whose elements were moved have no value to compare.
-void EditBatch::addInput(const InputNews& news, interfaces::SceneChanges& to) const noexcept {
-    const auto* input = static_cast<const Input*>(news.held.get());
+void NetChanges::addInput(const InputNews& news, interfaces::SceneChanges& to) const noexcept {
+    const auto* input = implOf(news.held.get());
     if (cameOrWent(news.node.get())) return;
     if (news.isIn && !news.wasIn) to.addedInputs.push_back(input);
     if (!news.isIn && news.wasIn) to.removedInputs.push_back(input);

@@ -72,9 +72,9 @@ private:
     Journal& m_journal;
 };
 
-class SceneConvert : public testing::Test {
+class SceneCopies : public testing::Test {
 protected:
-    SceneConvert() { m_scene.addLibrary(LibInfo(libraryOf(types).get())); }
+    SceneCopies() { m_scene.addLibrary(LibInfo(libraryOf(types).get())); }
 
     void read(const char* text) { ASSERT_EQ(tests::errorsOf(text, m_scene), ""); }
     [[nodiscard]] kelvo_sdk::Node node(const char* name) const { return m_scene.findNode(name); }
@@ -100,7 +100,7 @@ protected:
     kelvo_sdk::Node m_converted;
 };
 
-TEST_F(SceneConvert, Replacement_ComesFromTheDefinitionAndHasNameAndPlace) {
+TEST_F(SceneCopies, Replacement_ComesFromTheDefinitionAndHasNameAndPlace) {
     m_scene.createNode("lamp", "a");
     const auto old = m_scene.createNode("lamp", "b");
     m_scene.createNode("lamp", "c");
@@ -115,7 +115,7 @@ TEST_F(SceneConvert, Replacement_ComesFromTheDefinitionAndHasNameAndPlace) {
     EXPECT_EQ(m_converted->scene(), m_scene.get());
 }
 
-TEST_F(SceneConvert, Values_OfTheSameNameAreKeptAndConverted) {
+TEST_F(SceneCopies, Values_OfTheSameNameAreKeptAndConverted) {
     read(R"(kelvo scene 1
 node lamp "a" {
     Real power = 7
@@ -132,7 +132,7 @@ node spot "b" {
     EXPECT_EQ(m_converted["target"].asNode(false, nullptr), node("b"));
 }
 
-TEST_F(SceneConvert, WhatDoesNotFit_IsReportedWithAReason) {
+TEST_F(SceneCopies, WhatDoesNotFit_IsReportedWithAReason) {
     read(R"(kelvo scene 1
 node lamp "a" {
     Real power = 70
@@ -148,7 +148,7 @@ node lamp "a" {
     EXPECT_EQ(valueOf("a.count"), "0");
 }
 
-TEST_F(SceneConvert, Buffers_AreKeptWhenTheyAreOfTheDeclaredElementType) {
+TEST_F(SceneCopies, Buffers_AreKeptWhenTheyAreOfTheDeclaredElementType) {
     read(R"(kelvo scene 1
 node bare "a" {
     Buffer<Pos3f> points = [(1 2 3)]
@@ -163,19 +163,19 @@ node bare "b" {
     EXPECT_EQ(m_converted["points"].typeName(), "Buffer<Pos3f>");
 }
 
-TEST_F(SceneConvert, WithoutAReport_WhatDoesNotFitIsLogged) {
+TEST_F(SceneCopies, WithoutAReport_WhatDoesNotFitIsLogged) {
     m_scene.createNode("lamp", "a")["size"].set(5.0);
     const LogCapture log;
     node("a").convertTo("spot");
     EXPECT_EQ(log.text(), "warning: Converted to 'spot': 'a.size' is no input of type 'spot'.\n");
 }
 
-TEST_F(SceneConvert, WhatStandsAtItsDefault_IsNoLoss) {
+TEST_F(SceneCopies, WhatStandsAtItsDefault_IsNoLoss) {
     m_scene.createNode("lamp", "a");
     EXPECT_EQ(convert("a", "spot"), "");
 }
 
-TEST_F(SceneConvert, InputsBeyondTheDefinition_AreKept) {
+TEST_F(SceneCopies, InputsBeyondTheDefinition_AreKept) {
     read(R"(kelvo scene 1
 node lamp "a" {
     Real power = 7
@@ -193,7 +193,7 @@ node lamp "a" {
     EXPECT_EQ(m_converted.output("more")->type(), AttrType::Vec3);
 }
 
-TEST_F(SceneConvert, ToAnUnknownType_KeepsEverything) {
+TEST_F(SceneCopies, ToAnUnknownType_KeepsEverything) {
     m_scene.createNode("lamp", "a")["size"].set(5.0);
     EXPECT_EQ(convert("a", "comet"), "");
     EXPECT_STREQ(m_converted->typeDesc().buf(), "comet");
@@ -202,7 +202,7 @@ TEST_F(SceneConvert, ToAnUnknownType_KeepsEverything) {
     EXPECT_EQ(m_converted->outputCount(), 2u);
 }
 
-TEST_F(SceneConvert, FromAnUnknownType_GivesTheInputsOfTheDefinition) {
+TEST_F(SceneCopies, FromAnUnknownType_GivesTheInputsOfTheDefinition) {
     read("kelvo scene 1\nnode comet \"a\" {\n    Real power = 3\n    Bool tail = true\n}\n");
     EXPECT_EQ(convert("a", "spot"), "");
     EXPECT_EQ(valueOf("a.power"), "3");
@@ -227,7 +227,7 @@ node lamp "c" {
 }
 )";
 
-TEST_F(SceneConvert, Links_LeadToTheReplacementFromTheirPlaces) {
+TEST_F(SceneCopies, Links_LeadToTheReplacementFromTheirPlaces) {
     read(family);
     convert("b", "spot");
     EXPECT_EQ(valueOf("p.children[1]"), "b");
@@ -236,7 +236,7 @@ TEST_F(SceneConvert, Links_LeadToTheReplacementFromTheirPlaces) {
     EXPECT_EQ(m_converted->indexIn(node("p").get()), 1);
 }
 
-TEST_F(SceneConvert, LinksOfTheNode_AreKeptAndThoseToItselfFollow) {
+TEST_F(SceneCopies, LinksOfTheNode_AreKeptAndThoseToItselfFollow) {
     read(family);
     convert("b", "spot");
     EXPECT_EQ(m_converted["children"].inputCount(), 3u);
@@ -244,7 +244,7 @@ TEST_F(SceneConvert, LinksOfTheNode_AreKeptAndThoseToItselfFollow) {
     EXPECT_EQ(m_converted["children"].input(2).asNode(false, nullptr), m_converted);
 }
 
-TEST_F(SceneConvert, Connections_AreKeptInBothDirections) {
+TEST_F(SceneCopies, Connections_AreKeptInBothDirections) {
     read(family);
     EXPECT_EQ(convert("b", "spot"), "c.size was connected to 'b.glow', which type 'spot' lacks\n");
     EXPECT_EQ(m_converted["power"].source(), node("a").output("out"));
@@ -253,7 +253,7 @@ TEST_F(SceneConvert, Connections_AreKeptInBothDirections) {
     EXPECT_EQ(node("a").output("out")->targetCount(), 1u);
 }
 
-TEST_F(SceneConvert, RemovingTheReplacement_ClearsEveryLinkToIt) {
+TEST_F(SceneCopies, RemovingTheReplacement_ClearsEveryLinkToIt) {
     read(family);
     convert("b", "spot");
     m_scene.removeNode(m_converted);
@@ -261,7 +261,7 @@ TEST_F(SceneConvert, RemovingTheReplacement_ClearsEveryLinkToIt) {
     EXPECT_FALSE(node("c")["power"].source());
 }
 
-TEST_F(SceneConvert, NodesObservers_HearOfTheReplacementOnce) {
+TEST_F(SceneCopies, NodesObservers_HearOfTheReplacementOnce) {
     Journal journal;
     RecordingObserver observer("o", journal);
     const auto old = m_scene.createNode("lamp", "a");
@@ -273,7 +273,7 @@ TEST_F(SceneConvert, NodesObservers_HearOfTheReplacementOnce) {
     EXPECT_TRUE(old.unsubscribe(&observer));
 }
 
-TEST_F(SceneConvert, NodesObserver_FindsEverythingInPlace) {
+TEST_F(SceneCopies, NodesObserver_FindsEverythingInPlace) {
     read(family);
     Journal journal;
     RecordingObserver observer("o", journal);
@@ -286,7 +286,7 @@ TEST_F(SceneConvert, NodesObserver_FindsEverythingInPlace) {
     old.unsubscribe(&observer);
 }
 
-TEST_F(SceneConvert, SceneObservers_HearOfWhatWasRelinkedThenOfTheConversion) {
+TEST_F(SceneCopies, SceneObservers_HearOfWhatWasRelinkedThenOfTheConversion) {
     read(family);
     Journal journal;
     SceneJournal observer(journal);
@@ -302,7 +302,7 @@ struct Refusal {
     const char* log;
 };
 
-TEST_F(SceneConvert, RefusedTypes_ChangeNothing) {
+TEST_F(SceneCopies, RefusedTypes_ChangeNothing) {
     read(family);
     const std::string before = textOf(m_scene);
     const auto old = node("b");
@@ -319,7 +319,7 @@ TEST_F(SceneConvert, RefusedTypes_ChangeNothing) {
     EXPECT_EQ(node("b"), old);
 }
 
-TEST_F(SceneConvert, NodesThatAreNotOfTheScene_AreRefused) {
+TEST_F(SceneCopies, NodesThatAreNotOfTheScene_AreRefused) {
     auto* scene = static_cast<Scene*>(m_scene.get());
     const auto other = RefersTo<Node>::adopt(new Node(nullptr, "lamp", "x"));
     EXPECT_EQ(scene->convertNode(nullptr, "spot"), nullptr);
@@ -327,14 +327,14 @@ TEST_F(SceneConvert, NodesThatAreNotOfTheScene_AreRefused) {
     EXPECT_EQ(m_scene.nodeCount(), 0u);
 }
 
-TEST_F(SceneConvert, Comments_GoAlong) {
+TEST_F(SceneCopies, Comments_GoAlong) {
     read("kelvo scene 1\n\n# of a\nnode lamp \"a\" {\n    Real power = 3 # why\n}\n");
     convert("a", "spot");
     EXPECT_NE(textOf(m_scene).find("# of a\nnode spot \"a\" {"), std::string::npos);
     EXPECT_NE(textOf(m_scene).find("Real power = 3 # why"), std::string::npos);
 }
 
-TEST_F(SceneConvert, AnObserverThatRemovesTheReplacement_LeavesNone) {
+TEST_F(SceneCopies, AnObserverThatRemovesTheReplacement_LeavesNone) {
     const auto old = m_scene.createNode("lamp", "a");
     Journal journal;
     RecordingObserver observer("o", journal);
@@ -346,7 +346,7 @@ TEST_F(SceneConvert, AnObserverThatRemovesTheReplacement_LeavesNone) {
     old.unsubscribe(&observer);
 }
 
-TEST_F(SceneConvert, BackAndForth_KeepsWhatBothTypesHave) {
+TEST_F(SceneCopies, BackAndForth_KeepsWhatBothTypesHave) {
     read("kelvo scene 1\nnode lamp \"a\" {\n    Real power = 4\n    Real size = 5\n}\n");
     convert("a", "spot");
     convert("a", "lamp");

@@ -1,4 +1,5 @@
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node_change_scope.h"
@@ -96,10 +97,9 @@ private:
     }
     // A library may have changed the outputs when it initialised the copy.
     static Output* sameOf(const Output& output, const Node& copy) {
-        const auto& from = static_cast<const Node&>(*output.node());
+        const auto& from = implOf(*output.node());
         const auto index = static_cast<u64>(from.indexOf(&output));
-        auto* same =
-            static_cast<Output*>(index < copy.outputCount() ? copy.outputs()[index] : nullptr);
+        auto* same = implOf(index < copy.outputCount() ? copy.outputs()[index] : nullptr);
         return same && same->type() == output.type() ? same : nullptr;
     }
     Scene& m_scene;
@@ -147,7 +147,7 @@ RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
         const bool isHere = contains(*next);
         if (!isHere && next != &node) continue;
         const u64 place = isHere ? m_nodes.placeOf(next->name()) : 0;
-        originals.push_back({RefersTo<Node>(static_cast<Node*>(next)), place});
+        originals.push_back({RefersTo<Node>(implOf(next)), place});
     }
     std::ranges::stable_sort(originals, {}, &Original::place);
     Copies copies(*this);
@@ -172,8 +172,7 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
         return nullptr;
     }
     const RefersTo<Scene> self(this);
-    const RefersTo<Node> made =
-        convertInStep(static_cast<Node&>(*node), std::move(type), definition, misfits);
+    const RefersTo<Node> made = convertInStep(implOf(*node), std::move(type), definition, misfits);
     return given(made.get());
 }
 

@@ -3,7 +3,7 @@
 #include "kelvo/base/export.h"
 #include "kelvo/base/string.h"
 
-namespace qv::kelvo_sdk::impl {
+namespace qv::kelvo_sdk {
 
 /// Returns the root element of an icon, or nothing for what is not plain SVG: shapes, groups,
 /// gradients and texts, which come to an end, run nothing and load nothing.
@@ -15,4 +15,4 @@ namespace qv::kelvo_sdk::impl {
 /// result may stand in a page of HTML as it is.
 [[nodiscard]] QV_EXPORT String safeSvg(const String& icon);
 
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv::kelvo_sdk

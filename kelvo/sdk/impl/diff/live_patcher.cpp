@@ -1,7 +1,8 @@
-#include "kelvo/sdk/impl/diff/scene_setter.h"
+#include "kelvo/sdk/impl/diff/live_patcher.h"
 
 #include "kelvo/sdk/impl/diff/scene_match.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/scene_text/link_names.h"
@@ -39,7 +40,7 @@ Input* findElement(const Input* array, std::string_view step) {
     u64 index = 0;
     std::from_chars(step.data(), step.data() + step.size(), index);
     const bool isThere = array && index < array->inputCount();
-    return isThere ? static_cast<Input*>(array->input(index)) : nullptr;
+    return isThere ? implOf(array->input(index)) : nullptr;
 }
 
 u64 placeIn(const interfaces::IInputContainer& owner, const IInput* input) {
@@ -71,7 +72,7 @@ bool takes(const Input& input, const Value& value) {
 
 } // namespace
 
-bool SceneSetter::run() {
+bool LivePatcher::run() {
     m_comments = m_scene.comments().file();
     const bool canBe =
         std::ranges::all_of(m_changes, [&](const SceneChange& change) { return prepare(change); });
@@ -83,7 +84,7 @@ bool SceneSetter::run() {
 }
 
 // All is looked up before anything changes, as the paths are those from before.
-bool SceneSetter::prepare(const SceneChange& change) {
+bool LivePatcher::prepare(const SceneChange& change) {
     if (change.subject == Subject::Scene) return prepareComment(change);
     if (change.subject == Subject::Node) return prepareNode(change);
     if (change.subject == Subject::Element && change.action != Action::Change)
@@ -92,8 +93,8 @@ bool SceneSetter::prepare(const SceneChange& change) {
     Step step{.change = &change, .input = kelvo_sdk::Input(findInput(change.path.view()))};
     if (!step.input.get()) return false;
     if (change.action == Action::Remove) {
-        const IInput* holder = step.input->parent();
-        if (holder && holder->isReadOnly()) return false;
+        const IInput* parent = step.input->parent();
+        if (parent && parent->isReadOnly()) return false;
         m_removedInputs.push_back(std::move(step));
         return true;
     }
@@ -103,7 +104,7 @@ bool SceneSetter::prepare(const SceneChange& change) {
     return true;
 }
 
-bool SceneSetter::prepareComment(const SceneChange& change) {
+bool LivePatcher::prepareComment(const SceneChange& change) {
     const String text = change.after.value_or("");
     if (change.field == "comment.leading") m_comments.leading = text;
     if (change.field == "comment.opening") m_comments.opening = text;
@@ -111,7 +112,7 @@ bool SceneSetter::prepareComment(const SceneChange& change) {
     return change.action == Action::Change;
 }
 
-bool SceneSetter::prepareNode(const SceneChange& change) {
+bool LivePatcher::prepareNode(const SceneChange& change) {
     Step step{.change = &change};
     if (change.action == Action::Add) {
         m_added += std::string(change.after.value_or("").view()) + '\n';
@@ -126,7 +127,7 @@ bool SceneSetter::prepareNode(const SceneChange& change) {
     return true;
 }
 
-bool SceneSetter::prepareElement(const SceneChange& change) {
+bool LivePatcher::prepareElement(const SceneChange& change) {
     const u64 bracket = change.path.findLast('[');
     if (bracket == String::npos) return false;
     Step step{.change = &change};
@@ -143,7 +144,7 @@ bool SceneSetter::prepareElement(const SceneChange& change) {
 }
 
 // A new name may be the old one of a node that has still to get its own.
-bool SceneSetter::setNodes() {
+bool LivePatcher::setNodes() {
     for (const Step& step : m_removedNodes)
         m_scene.removeNode(step.node.get());
     for (const Step& step : m_renamed)
@@ -152,7 +153,7 @@ bool SceneSetter::setNodes() {
     return m_added.empty() || scene.read(String(std::string_view(m_added)), "the added nodes");
 }
 
-void SceneSetter::setComments() {
+void LivePatcher::setComments() {
     const Comments& before = m_scene.comments().file();
     const bool isSame = before.leading.equals(m_comments.leading) &&
                         before.opening.equals(m_comments.opening) &&
@@ -161,7 +162,7 @@ void SceneSetter::setComments() {
 }
 
 // One after the other in the order of the later scene, each behind what it stands behind there.
-bool SceneSetter::placeNodes() {
+bool LivePatcher::placeNodes() {
     const auto placeOf = [&](const INode* node) {
         u64 place = 0;
         while (place < m_scene.nodeCount() && m_scene.node(place) != node)
@@ -181,7 +182,7 @@ bool SceneSetter::placeNodes() {
     });
 }
 
-bool SceneSetter::removeInputs() {
+bool LivePatcher::removeInputs() {
     return std::ranges::all_of(m_removedInputs, [this](const Step& step) {
         if (!isThere(step)) return false;
         interfaces::IInputContainer* owner = step.input->parent();
@@ -191,7 +192,7 @@ bool SceneSetter::removeInputs() {
 }
 
 // Removes elements from the end; moves others to the end first, then each to its place.
-bool SceneSetter::setElements() {
+bool LivePatcher::setElements() {
     std::ranges::stable_sort(m_takenElements, std::greater(), &Step::index);
     std::ranges::stable_sort(m_placedElements, {}, &Step::newIndex);
     std::vector<kelvo_sdk::Input> moved(m_placedElements.size());
@@ -204,7 +205,7 @@ bool SceneSetter::setElements() {
             !(isThere(step) && step.input->removeInput(step.index)))
             return false;
     for (u64 i = 0; i < moved.size(); ++i) {
-        const Input* array = static_cast<Input*>(m_placedElements[i].input.get());
+        const Input* array = implOf(m_placedElements[i].input.get());
         if (!moved[i].get()) continue;
         if (!isThere(m_placedElements[i])) return false;
         const u64 place = placeIn(*array, moved[i].get());
@@ -224,22 +225,22 @@ bool SceneSetter::setElements() {
 }
 
 // Plain elements alone: others are made from text with all that is around them.
-bool SceneSetter::addElement(const Step& step) {
-    auto& array = static_cast<Input&>(*step.input.get());
+bool LivePatcher::addElement(const Step& step) {
+    auto& array = implOf(*step.input.get());
     SceneDocument document;
     const auto element = document.parseElement(*step.change->after, array.elementType());
     const bool isPlain = element && element->notes.empty() && !element->isArray() &&
                          !element->isObject() && element->kind.empty();
     if (!isPlain || step.newIndex > array.inputCount()) return false;
-    auto* made = static_cast<Input*>(array.insertElement(step.newIndex));
+    auto* made = implOf(array.insertElement(step.newIndex));
     return made && setValue(*made, element->value) &&
            (element->source.empty() || setSource(*made, element->source));
 }
 
-bool SceneSetter::setInputs() {
+bool LivePatcher::setInputs() {
     return std::ranges::all_of(m_set, [&](const Step& step) {
         if (!isThere(step)) return false;
-        auto& input = static_cast<Input&>(*step.input.get());
+        auto& input = implOf(*step.input.get());
         const auto& after = step.change->after;
         if (step.change->field != "source") return setValue(input, after->view());
         return after ? setSource(input, after->view()) : (input.disconnect(), true);
@@ -247,12 +248,12 @@ bool SceneSetter::setInputs() {
 }
 
 // Who hears of a change may take others away: undo would bring them back with what is set then.
-bool SceneSetter::isThere(const Step& step) const {
+bool LivePatcher::isThere(const Step& step) const {
     const INode* node = step.input.node();
     return node && m_scene.contains(*node);
 }
 
-Input* SceneSetter::findInput(std::string_view path) const {
+Input* LivePatcher::findInput(std::string_view path) const {
     const std::string_view name = path.substr(0, path.find_first_of(".["));
     const INode* node = m_scene.findNode(String(name));
     Input* input = nullptr;
@@ -269,7 +270,7 @@ Input* SceneSetter::findInput(std::string_view path) const {
     return input;
 }
 
-Output* SceneSetter::findOutput(std::string_view path) const {
+Output* LivePatcher::findOutput(std::string_view path) const {
     const u64 dot = path.find('.');
     const INode* node = m_scene.findNode(String(path.substr(0, dot)));
     if (!node || dot == std::string_view::npos) return nullptr;
@@ -277,7 +278,7 @@ Output* SceneSetter::findOutput(std::string_view path) const {
                            [&](u64 i) { return node->output(i); });
 }
 
-bool SceneSetter::setValue(Input& input, std::string_view text) const {
+bool LivePatcher::setValue(Input& input, std::string_view text) const {
     if (input.type() == AttrType::Node) {
         if (input.isReadOnly()) return false;
         const std::string_view name = linkedName(text);
@@ -291,7 +292,7 @@ bool SceneSetter::setValue(Input& input, std::string_view text) const {
     return isRead && takes(input, value) && input.setValue(value);
 }
 
-bool SceneSetter::setSource(Input& input, std::string_view path) const {
+bool LivePatcher::setSource(Input& input, std::string_view path) const {
     Output* output = findOutput(path);
     return output && input.connect(output);
 }

@@ -79,7 +79,7 @@ constexpr Interference kInterferences[] = {
     {"removes the node", [](const Node& node) { node->scene()->removeNode(node.get()); }},
 };
 
-TEST(SceneSetter, ApplyTo_WhatAnObserverTakesApart_ComesBackWithUndo) {
+TEST(LivePatcher, ApplyTo_WhatAnObserverTakesApart_ComesBackWithUndo) {
     for (const Difference& difference : kDifferences)
         for (const Interference& interference : kInterferences)
             for (int when = 0; when < 20; ++when) {

@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/observe/batches.h"
+#include "kelvo/sdk/impl/observe/batch_notifier.h"
 
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
@@ -163,7 +163,7 @@ TEST_P(BatchesTest, ObserverThatUnsubscribed_HearsNothing) {
     EXPECT_FALSE(m_scene.subscribe(&m_noted));
 }
 
-TEST(Batches, UndoAndRedo_AreToldOnce) {
+TEST(BatchNotifier, UndoAndRedo_AreToldOnce) {
     const auto scene = kelvo_sdk::Scene::create();
     scene.setUndoEnabled(true);
     Noted noted;

@@ -1,5 +1,5 @@
+#include "kelvo/sdk/impl/diff/document_patcher.h"
 #include "kelvo/sdk/impl/diff/scene_differ.h"
-#include "kelvo/sdk/impl/diff/scene_patcher.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -45,7 +45,7 @@ bool isHeadText(std::string_view text) {
 
 } // namespace
 
-bool ScenePatcher::setFields() {
+bool DocumentPatcher::setFields() {
     m_names.applyTo(m_document);
     for (const SceneChange* change : m_sceneFields) {
         const std::string_view text = m_document.keep(change->after.value_or(""));
@@ -58,7 +58,7 @@ bool ScenePatcher::setFields() {
     return std::ranges::all_of(m_fields, [&](const FieldEdit& edit) { return setField(edit); });
 }
 
-bool ScenePatcher::setField(const FieldEdit& edit) {
+bool DocumentPatcher::setField(const FieldEdit& edit) {
     const SceneChange& change = *edit.change;
     const std::string_view field = change.field.view();
     DocAttr* attr = edit.target.attr();
@@ -72,7 +72,7 @@ bool ScenePatcher::setField(const FieldEdit& edit) {
     return true;
 }
 
-bool ScenePatcher::setComment(const SceneChange& change, const DocComments*& comments) {
+bool DocumentPatcher::setComment(const SceneChange& change, const DocComments*& comments) {
     DocComments changed = commentsOf(comments);
     const std::string_view text = m_document.keep(change.after.value_or(""));
     if (!setPart(changed, change.field.view(), text))
@@ -81,7 +81,7 @@ bool ScenePatcher::setComment(const SceneChange& change, const DocComments*& com
     return true;
 }
 
-bool ScenePatcher::setAttrField(const SceneChange& change, DocAttr& attr) {
+bool DocumentPatcher::setAttrField(const SceneChange& change, DocAttr& attr) {
     const std::string_view field = change.field.view();
     const String text = change.after.value_or("");
     const std::string_view kept = m_document.keep(text);
@@ -118,7 +118,7 @@ bool ScenePatcher::setAttrField(const SceneChange& change, DocAttr& attr) {
 }
 
 // Inner lists come first: a list moves with the attribute that holds it.
-bool ScenePatcher::rebuildLists() {
+bool DocumentPatcher::rebuildLists() {
     std::vector<std::pair<List*, ListEdits<DocAttr>*>> open;
     for (auto& [list, edits] : m_lists)
         open.emplace_back(list, &edits);
@@ -130,12 +130,12 @@ bool ScenePatcher::rebuildLists() {
     });
 }
 
-bool ScenePatcher::rebuildKeyed(List& list, ListEdits<DocAttr>& edits) {
+bool DocumentPatcher::rebuildKeyed(List& list, ListEdits<DocAttr>& edits) {
     const AttrKeys& keys = keysOf(list);
     return rebuild(list, edits, [&](u64 index) { return keyText(keys[index]); });
 }
 
-bool ScenePatcher::rebuildNodes() {
+bool DocumentPatcher::rebuildNodes() {
     const bool isNothing = m_nodeEdits.placements.empty() &&
                            std::ranges::find(m_nodeEdits.leaves, true) == m_nodeEdits.leaves.end();
     if (isNothing) return true;
@@ -147,7 +147,7 @@ bool ScenePatcher::rebuildNodes() {
 
 // Puts each placed thing behind the one that its change names; a list of places is kept meanwhile.
 template<typename Item, typename KeyOf>
-bool ScenePatcher::rebuild(std::vector<Item>& list, ListEdits<Item>& edits, const KeyOf& keyOf) {
+bool DocumentPatcher::rebuild(std::vector<Item>& list, ListEdits<Item>& edits, const KeyOf& keyOf) {
     std::vector<Item*> items;
     std::vector<u64> next;
     std::unordered_map<std::string, u64> places;
@@ -185,7 +185,7 @@ bool ScenePatcher::rebuild(std::vector<Item>& list, ListEdits<Item>& edits, cons
     return true;
 }
 
-bool ScenePatcher::rebuildElements(List& list, ListEdits<DocAttr>& edits) {
+bool DocumentPatcher::rebuildElements(List& list, ListEdits<DocAttr>& edits) {
     std::ranges::stable_sort(edits.placements, {}, &Placement<DocAttr>::index);
     List made;
     u64 next = 0;
@@ -210,7 +210,7 @@ bool ScenePatcher::rebuildElements(List& list, ListEdits<DocAttr>& edits) {
     return true;
 }
 
-bool ScenePatcher::checkNames() {
+bool DocumentPatcher::checkNames() {
     std::unordered_set<String> met;
     for (const DocNode& node : m_document.nodes)
         if (!met.insert(String(node.name).toLower()).second) {

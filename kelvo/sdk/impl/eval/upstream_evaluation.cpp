@@ -1,6 +1,7 @@
-#include "kelvo/sdk/impl/eval/eval_ahead.h"
+#include "kelvo/sdk/impl/eval/upstream_evaluation.h"
 
 #include "kelvo/sdk/impl/eval/eval_stack.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -16,7 +17,7 @@ namespace {
 // Stack that is taken before anything is evaluated ahead, and before that is done again.
 constexpr u64 stackStep = Output::maxEvalStack / 4;
 
-thread_local const EvalAhead* t_innermost = nullptr;
+thread_local const UpstreamEvaluation* t_innermost = nullptr;
 
 // Collects the outputs that callbacks produce and that a node is connected to, at any distance,
 // each once and after all those that its own node is connected to.
@@ -24,9 +25,9 @@ class SourceWalk {
 public:
     std::vector<RefersTo<IOutput>> run(const INode& start) {
         leaveFor(start);
-        while (!m_left.empty()) {
-            const Step step = m_left.back();
-            m_left.pop_back();
+        while (!m_pending.empty()) {
+            const Step step = m_pending.back();
+            m_pending.pop_back();
             if (step.isDone)
                 m_found.emplace_back(step.output);
             else
@@ -43,48 +44,48 @@ private:
 
     void visit(Output& output) {
         if (!m_seen.insert(&output).second) return;
-        m_left.push_back({&output, true});
+        m_pending.push_back({&output, true});
         leaveFor(*output.node());
     }
 
     void leaveFor(const INode& node) {
-        m_lists.assign(1, &static_cast<const Node&>(node).inputs());
+        m_lists.assign(1, &implOf(node).inputs());
         while (!m_lists.empty()) {
             const ds::Vector<IInput*>& inputs = *m_lists.back();
             m_lists.pop_back();
             for (const IInput* next : inputs) {
-                const auto& input = *static_cast<const Input*>(next);
+                const auto& input = *implOf(next);
                 if (!input.members().empty()) m_lists.push_back(&input.members());
                 Output* source = input.sourceOutput();
                 if (source && source->node() && source->node()->hasNodeEval())
-                    m_left.push_back({source, false});
+                    m_pending.push_back({source, false});
             }
         }
     }
 
     std::vector<RefersTo<IOutput>> m_found;
     std::unordered_set<const Output*> m_seen;
-    std::vector<Step> m_left;
+    std::vector<Step> m_pending;
     std::vector<const ds::Vector<IInput*>*> m_lists;
 };
 
 } // namespace
 
-bool EvalAhead::isDue(const EvalLevel& level) noexcept {
+bool UpstreamEvaluation::isDue(const EvalLevel& level) noexcept {
     const u64 before = t_innermost ? t_innermost->m_stackUsed : 0;
     return level.stackUsed() >= before + stackStep;
 }
 
 // Outputs under evaluation are left to the callback that reads them, which is an endless
 // evaluation.
-EvalAhead::EvalAhead(const EvalCtx& frame, const EvalLevel& level)
+UpstreamEvaluation::UpstreamEvaluation(const EvalCtx& frame, const EvalLevel& level)
     : m_frame(frame), m_outer(t_innermost), m_stackUsed(level.stackUsed()) {
     const auto sources = SourceWalk().run(*frame.node());
     m_results.reserve(sources.size());
     t_innermost = this;
     try {
         for (const RefersTo<IOutput>& source : sources) {
-            auto& output = static_cast<Output&>(*source);
+            auto& output = implOf(*source);
             if (output.isEvaluating()) continue;
             Value result = output.evaluate(const_cast<EvalCtx*>(&frame));
             m_results[&output] = std::move(result);
@@ -95,12 +96,12 @@ EvalAhead::EvalAhead(const EvalCtx& frame, const EvalLevel& level)
     }
 }
 
-EvalAhead::~EvalAhead() {
+UpstreamEvaluation::~UpstreamEvaluation() {
     t_innermost = m_outer;
 }
 
-const Value* EvalAhead::result(const Output& output, const EvalCtx* caller) noexcept {
-    for (const EvalAhead* ahead = t_innermost; ahead; ahead = ahead->m_outer) {
+const Value* UpstreamEvaluation::result(const Output& output, const EvalCtx* caller) noexcept {
+    for (const UpstreamEvaluation* ahead = t_innermost; ahead; ahead = ahead->m_outer) {
         if (!ahead->serves(caller)) continue;
         const auto found = ahead->m_results.find(&output);
         if (found != ahead->m_results.end()) return &found->second;
@@ -109,7 +110,7 @@ const Value* EvalAhead::result(const Output& output, const EvalCtx* caller) noex
 }
 
 // Callbacks may read without passing their frame on, as if nobody had asked.
-bool EvalAhead::serves(const EvalCtx* caller) const noexcept {
+bool UpstreamEvaluation::serves(const EvalCtx* caller) const noexcept {
     if (caller && caller->first() == m_frame.first()) return true;
     return !m_frame.user() && !(caller && caller->user());
 }

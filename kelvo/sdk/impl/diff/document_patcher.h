@@ -9,13 +9,13 @@ namespace qv::kelvo_sdk::impl {
 
 /// Makes changes in a document, which it borrows. It is to be dropped when that fails.
 ///
-///     Places    scene_patcher.cpp         paths walked, changes checked against what is there
-///     Changes   scene_patcher_apply.cpp   references, texts and lists changed
+///     Places    document_patcher.cpp         paths walked, changes checked against what is there
+///     Changes   document_patcher_apply.cpp   references, texts and lists changed
 ///
 /// All is looked up before anything changes, as the paths are those from before.
-class ScenePatcher {
+class DocumentPatcher {
 public:
-    explicit ScenePatcher(SceneDocument& document);
+    explicit DocumentPatcher(SceneDocument& document);
 
     /// False, with a sentence that names the place.
     bool apply(const std::vector<SceneChange>& changes, String& error);
@@ -51,7 +51,7 @@ private:
         List* list = nullptr;
         u64 index = noIndex;
         // The attribute that holds the list, null for a node.
-        DocAttr* holder = nullptr;
+        DocAttr* parent = nullptr;
         bool isElement = false;
         u64 depth = 0;
         std::string step;

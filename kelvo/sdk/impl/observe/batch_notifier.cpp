@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/observe/batches.h"
+#include "kelvo/sdk/impl/observe/batch_notifier.h"
 
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-bool Batches::subscribe(BatchObserver* observer) {
+bool BatchNotifier::subscribe(BatchObserver* observer) {
     if (m_observers.contains(observer)) return false;
     m_observers.push_back(observer);
     return true;
@@ -16,17 +16,17 @@ bool Batches::subscribe(BatchObserver* observer) {
 
 // Any thread may subscribe meanwhile.
 template<typename Thing>
-void Batches::expectThing(const Thing* thing) {
+void BatchNotifier::expectThing(const Thing* thing) {
     const std::lock_guard lock(m_scene.observerMutex());
     if (!m_observers.empty()) m_batch.expect(thing);
 }
 
-void Batches::editsEnded() noexcept {
+void BatchNotifier::editsEnded() noexcept {
     if (!m_scene.isEditing()) deliver();
 }
 
 template<typename Note>
-void Batches::note(const Note& note) {
+void BatchNotifier::note(const Note& note) {
     if (m_observers.empty()) return;
     try {
         note(m_batch);
@@ -37,35 +37,36 @@ void Batches::note(const Note& note) {
     if (!m_scene.isEditing()) deliver();
 }
 
-void Batches::nodeAdded(INode* node) {
-    note([=](EditBatch& batch) { batch.nodeAdded(node); });
+void BatchNotifier::nodeAdded(INode* node) {
+    note([=](NetChanges& batch) { batch.nodeAdded(node); });
 }
-void Batches::nodeRemoved(INode* node) {
-    note([=](EditBatch& batch) { batch.nodeRemoved(node); });
+void BatchNotifier::nodeRemoved(INode* node) {
+    note([=](NetChanges& batch) { batch.nodeRemoved(node); });
 }
-void Batches::nodeRenamed(INode* node, String before) {
-    note([&](EditBatch& batch) { batch.nodeRenamed(node, before); });
+void BatchNotifier::nodeRenamed(INode* node, String before) {
+    note([&](NetChanges& batch) { batch.nodeRenamed(node, before); });
 }
-void Batches::nodeMoved(INode* node, u64 /*from*/) {
-    note([=](EditBatch& batch) { batch.nodeMoved(node); });
+void BatchNotifier::nodeMoved(INode* node, u64 /*from*/) {
+    note([=](NetChanges& batch) { batch.nodeMoved(node); });
 }
-void Batches::inputAdded(const IInput* input) {
-    note([=](EditBatch& batch) { batch.inputAdded(input); });
+void BatchNotifier::inputAdded(const IInput* input) {
+    note([=](NetChanges& batch) { batch.inputAdded(input); });
 }
-void Batches::inputRemoved(const IInput* input) {
-    note([=](EditBatch& batch) { batch.inputRemoved(input); });
+void BatchNotifier::inputRemoved(const IInput* input) {
+    note([=](NetChanges& batch) { batch.inputRemoved(input); });
 }
-void Batches::outputAdded(const IOutput* output) {
-    note([=](EditBatch& batch) { batch.outputAdded(output); });
+void BatchNotifier::outputAdded(const IOutput* output) {
+    note([=](NetChanges& batch) { batch.outputAdded(output); });
 }
-void Batches::outputRemoved(const IOutput* output) {
-    note([=](EditBatch& batch) { batch.outputRemoved(output); });
+void BatchNotifier::outputRemoved(const IOutput* output) {
+    note([=](NetChanges& batch) { batch.outputRemoved(output); });
 }
-void Batches::inputChanged(const IInput* input, const AttrData* previous) {
-    note([=](EditBatch& batch) { batch.inputChanged(input, previous); });
+void BatchNotifier::inputChanged(const IInput* input, const AttrData* previous) {
+    note([=](NetChanges& batch) { batch.inputChanged(input, previous); });
 }
-void Batches::inputConnected(const IInput* input, const IOutput* before, const IOutput* /*after*/) {
-    note([=](EditBatch& batch) { batch.inputConnected(input, before); });
+void BatchNotifier::inputConnected(const IInput* input, const IOutput* before,
+                                   const IOutput* /*after*/) {
+    note([=](NetChanges& batch) { batch.inputConnected(input, before); });
 }
 
 namespace {
@@ -87,7 +88,7 @@ void logThrown() noexcept {
 } // namespace
 
 // Edits that observers make meanwhile come next. Observers may let go of the scene.
-void Batches::deliver() noexcept {
+void BatchNotifier::deliver() noexcept {
     if (m_isDelivering || m_batch.empty()) return;
     const RefersTo<Scene> held(&m_scene);
     m_isDelivering = true;
@@ -102,13 +103,13 @@ void Batches::deliver() noexcept {
     m_isDelivering = false;
 }
 
-void Batches::deliverRound() noexcept {
-    EditBatch batch = std::exchange(m_batch, {});
+void BatchNotifier::deliverRound() noexcept {
+    NetChanges batch = std::exchange(m_batch, {});
     const interfaces::SceneChanges& changes = batch.net();
     if (!changes.empty()) tell(changes);
 }
 
-void Batches::tell(const interfaces::SceneChanges& changes) noexcept {
+void BatchNotifier::tell(const interfaces::SceneChanges& changes) noexcept {
     const std::lock_guard lock(m_scene.observerMutex());
     const CertainTelling certain;
     tellEach(m_observers, [&](BatchObserver* observer) {

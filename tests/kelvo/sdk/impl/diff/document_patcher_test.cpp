@@ -19,7 +19,7 @@ std::string node(const char* name, const char* body = "") {
     return std::string("node light \"") + name + "\" {\n" + body + "}\n";
 }
 
-TEST(ScenePatcher, ApplyTo_OfTwoRandomScenes_GivesTheSecondByteForByte) {
+TEST(DocumentPatcher, ApplyTo_OfTwoRandomScenes_GivesTheSecondByteForByte) {
     for (unsigned seed = 0; seed < 1500; ++seed) {
         tests::RandomScene model(seed);
         const Scene before = sceneOf(model.text());
@@ -35,7 +35,7 @@ TEST(ScenePatcher, ApplyTo_OfTwoRandomScenes_GivesTheSecondByteForByte) {
     }
 }
 
-TEST(ScenePatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
+TEST(DocumentPatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
     for (unsigned seed = 0; seed < 300; ++seed) {
         const Scene before = sceneOf(tests::RandomScene(seed).text());
         const Scene after = sceneOf(tests::RandomScene(seed + 100000).text());
@@ -46,7 +46,7 @@ TEST(ScenePatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
 }
 
 // Attributes that their texts leave to the types stay left to them.
-TEST(ScenePatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteForByte) {
+TEST(DocumentPatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteForByte) {
     const auto typed = [](const tests::RandomScene& model) {
         const Scene scene = Scene::create();
         scene.addLibrary(LibInfo(&impl::standardLibrary()));
@@ -65,7 +65,7 @@ TEST(ScenePatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteFo
     }
 }
 
-TEST(ScenePatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
+TEST(DocumentPatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
     const auto scenes = [](const char* names) {
         std::string text = "# of all\nkelvo scene 1\n";
         for (; *names; ++names)
@@ -81,7 +81,7 @@ TEST(ScenePatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
     EXPECT_EQ(textOf(scene), textOf(after));
 }
 
-TEST(ScenePatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
+TEST(DocumentPatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
     for (unsigned seed = 0; seed < 400; ++seed) {
         tests::RandomScene model(seed);
         const Scene scene = sceneOf(model.text());
@@ -162,7 +162,7 @@ private:
     std::mt19937 m_random;
 };
 
-TEST(ScenePatcher, ApplyTo_OfDamagedChanges_MakesAWholeSceneOrNone) {
+TEST(DocumentPatcher, ApplyTo_OfDamagedChanges_MakesAWholeSceneOrNone) {
     u64 applied = 0;
     for (unsigned seed = 0; seed < 1500; ++seed) {
         tests::RandomScene model(seed % 100);
@@ -185,7 +185,7 @@ TEST(ScenePatcher, ApplyTo_OfDamagedChanges_MakesAWholeSceneOrNone) {
     EXPECT_GT(applied, 50u);
 }
 
-TEST(ScenePatcher, ApplyTo_OfNoScene_TellsIt) {
+TEST(DocumentPatcher, ApplyTo_OfNoScene_TellsIt) {
     String error;
     EXPECT_FALSE(SceneDiff().applyTo(Scene(), error));
     EXPECT_STREQ(error.buf(), "there is no scene.");
@@ -193,7 +193,7 @@ TEST(ScenePatcher, ApplyTo_OfNoScene_TellsIt) {
     EXPECT_EQ(SceneDiff::between(Scene(), sceneOf(node("a"))).changes().size(), 1u);
 }
 
-TEST(ScenePatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNothing) {
+TEST(DocumentPatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNothing) {
     struct Case {
         const char* scene;
         const char* expected;
@@ -220,7 +220,7 @@ TEST(ScenePatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNothing
     }
 }
 
-TEST(ScenePatcher, ApplyTo_WhatNodesCanTake_KeepsTheNodes) {
+TEST(DocumentPatcher, ApplyTo_WhatNodesCanTake_KeepsTheNodes) {
     const std::string other = node("b", "Int i = 1\noutput Real o\n");
     const std::string before = "Real r = 1\nReal u = 1\nArray<Node> l = [a, b, null]\n"
                                "Array<Real> x = [1, 2, 3, 4]\nString s = \"\"\n";
@@ -243,7 +243,7 @@ TEST(ScenePatcher, ApplyTo_WhatNodesCanTake_KeepsTheNodes) {
     }
 }
 
-TEST(ScenePatcher, ApplyTo_NodesThatGoComeAndAreRenamed_KeepsTheOthers) {
+TEST(DocumentPatcher, ApplyTo_NodesThatGoComeAndAreRenamed_KeepsTheOthers) {
     const Scene scene = sceneOf(node("a", "Node n = c\n") + node("b", "Int i = 1\n") +
                                 node("c", "Int i = 2\nInt j = 3\n"));
     const Node kept = scene.findNode("c");
@@ -256,7 +256,7 @@ TEST(ScenePatcher, ApplyTo_NodesThatGoComeAndAreRenamed_KeepsTheOthers) {
     EXPECT_EQ(textOf(scene), textOf(after));
 }
 
-TEST(ScenePatcher, ApplyTo_ADiffThatBreaksTheScene_ChangesNothing) {
+TEST(DocumentPatcher, ApplyTo_ADiffThatBreaksTheScene_ChangesNothing) {
     const auto refuses = [](SceneChange change, const char* expected) {
         const Scene scene = sceneOf(node("a", "Real r = 1\nNode n = null\noutput Real o\n"));
         const std::string was = textOf(scene);
