@@ -1,14 +1,12 @@
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
+
 #include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-constexpr std::string_view kNoteOrder[] = {
-    "@type",    "@stashed", "@silent", "@announced", "@readonly", "@unchecked", "@again",
-    "@default", "@min",     "@max",    "@unit",      "@choices",  "@label",     "@help"};
 
 String copied(std::string_view text) {
     return String(text);
@@ -21,9 +19,8 @@ String indexText(u64 index) {
 } // namespace
 
 u32 noteRank(std::string_view name) noexcept {
-    const std::string_view word = name.substr(0, name.find(' '));
-    const auto* found = std::ranges::find(kNoteOrder, word);
-    return static_cast<u32>(found - std::begin(kNoteOrder));
+    const NoteRule* rule = findInputNote(name.substr(0, name.find(' ')));
+    return rule ? static_cast<u32>(rule->note) : static_cast<u32>(noteRules().size());
 }
 
 void setNote(std::vector<DocNote>& notes, std::string_view name,

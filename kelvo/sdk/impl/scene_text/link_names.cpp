@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/link_names.h"
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/text/text_lexer.h"
 
 #include <tuple>
@@ -19,6 +20,7 @@ void skipText(TextLexer& lexer) {
 
 // Tells whether a kind stands here that a value follows.
 bool acceptKind(TextLexer& lexer, AttrType& type) {
+    if (!TextLexer::startsIdentifier(lexer.peek())) return false;
     TextLexer ahead(lexer);
     AttrType named = AttrType::Null;
     if (!parseAttrType(ahead.identifier(), named)) return false;
@@ -32,8 +34,8 @@ bool acceptKind(TextLexer& lexer, AttrType& type) {
 } // namespace
 
 bool holdsValues(std::string_view note) noexcept {
-    return note == "@stashed" || note == "@default" || note == "@min" || note == "@max" ||
-           note == "@choices";
+    const NoteRule* rule = findInputNote(note);
+    return rule && holdsValues(*rule);
 }
 
 std::vector<NotePiece> notePieces(const DocNote& note, AttrType type) {

@@ -152,8 +152,7 @@ std::optional<std::vector<DocNote>> SceneDocument::parseNotes(String text, AttrT
 }
 
 bool SceneDocument::isValue(std::string_view text, AttrType type) {
-    SceneDocument none;
-    return DocumentParser(none, text).isValue(type);
+    return DocumentParser::isValue(text, type);
 }
 
 bool SceneDocument::isSource(std::string_view text) {

@@ -1,205 +1,299 @@
 #include "kelvo/sdk/impl/scene_text/scene_document_parser.h"
 
-#include <tuple>
+#include "kelvo/base/utf8.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// As deep as readers of scene text go.
-constexpr u32 kMaxDepth = 200;
+// As deep as readers of scene text go; how many nodes there are is no matter here.
+constexpr ParseLimits kLimits{.nodes = ~u64{0}};
 
-AttrType typeNamed(std::string_view name) {
-    AttrType type = AttrType::Null;
-    return parseAttrType(name, type) ? type : AttrType::Null;
+// Goes behind a text in quotes.
+bool skipQuoted(TextLexer& lexer) {
+    const std::string_view rest = lexer.rest();
+    if (!rest.starts_with('"')) return false;
+    for (u64 i = 1; i < rest.size() && rest[i] != '\n'; ++i) {
+        if (rest[i] == '\\') {
+            ++i;
+        } else if (rest[i] == '"') {
+            lexer.skip(i + 1);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool skipBuffer(TextLexer& lexer) {
+    const u64 length = lexer.rest().find(']');
+    if (lexer.peek() != '[' || length == std::string_view::npos) return false;
+    lexer.skip(length + 1);
+    return true;
+}
+
+// Goes behind a number, a list of numbers, or a name.
+bool skipWord(TextLexer& lexer) {
+    const u64 start = lexer.offset();
+    u64 open = 0;
+    for (char c = lexer.peek(); c != '\0' && c != '\n'; c = lexer.peek()) {
+        if (open == 0 && (c == ' ' || c == ',' || c == ']' || c == '}' || c == ')')) break;
+        open += c == '(' ? 1 : c == ')' ? ~u64{0} : 0;
+        lexer.skip(1);
+    }
+    return open == 0 && lexer.offset() != start;
+}
+
+bool skipValue(TextLexer& lexer, AttrType type) {
+    if (lexer.peek() == '"') return skipQuoted(lexer);
+    return type == AttrType::Buffer ? skipBuffer(lexer) : skipWord(lexer);
+}
+
+bool isValidText(std::string_view text) {
+    return utf8::firstFault(text) == text.size();
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && TextLexer::isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && TextLexer::isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 } // namespace
 
-// ---- Scenes and nodes ----------------------------------------------------------------------
+DocumentParser::DocumentParser(SceneDocument& document, std::string_view text)
+    : DocumentScratch(text), SceneParser(text, kLimits, tree, errors), m_document(document) {}
 
+// ---- Scenes --------------------------------------------------------------------------------
+
+// A scene without its header is a piece of one.
 bool DocumentParser::parseScene() {
-    if (!parseHeader()) return false;
-    std::string_view leading = commentLines();
-    // The blank line behind the header belongs to it.
-    if (leading.starts_with('\n')) leading.remove_prefix(1);
-    while (!m_lexer.atEnd()) {
-        if (!parseNode(m_document.nodes.emplace_back(), leading)) return false;
-        leading = commentLines();
-    }
-    m_document.file.inner = leading;
-    return true;
+    TextLexer ahead(m_lexer);
+    ahead.skipSpace();
+    if (ahead.peekIdentifier() != "kelvo") return false;
+    parse();
+    Comments& file = tree.file;
+    m_document.file = {.leading = kept(std::move(file.leading)),
+                       .opening = kept(std::move(file.opening)),
+                       .inner = kept(std::move(file.inner)),
+                       .trailing = {}};
+    m_document.nodes = std::move(m_nodes);
+    return errors.empty();
 }
 
-bool DocumentParser::parseHeader() {
-    m_document.file.leading = commentLines();
-    return m_lexer.accept("kelvo scene 1") && endLine(m_document.file.opening);
-}
-
-bool DocumentParser::parseNode(DocNode& node, std::string_view leading) {
-    DocComments comments;
-    comments.leading = leading;
-    if (!parseHead(node)) return false;
-    if (!parseBody(node.inputs, &node.outputs, comments, 0)) return false;
-    if (!endLine(comments.trailing)) return false;
-    node.comments = m_document.keep(comments);
-    return true;
-}
-
-bool DocumentParser::parseHead(DocNode& node) {
-    if (!m_lexer.accept("node ")) return false;
+bool DocumentParser::parseNodeHead(TreeNode& node) {
+    m_lexer.skipBlanks();
     u64 start = m_lexer.offset();
-    if (!parseType()) return false;
-    node.type = since(start);
-    m_lexer.skipBlanks();
-    if (m_lexer.accept(':')) {
-        m_lexer.skipBlanks();
-        start = m_lexer.offset();
-        do {
-            m_lexer.skipBlanks();
-            if (!parseType()) return false;
-        } while (m_lexer.accept(','));
-        node.bases = since(start);
-        m_lexer.skipBlanks();
-    }
-    if (!m_lexer.accept('"')) return false;
-    node.name = m_lexer.identifier();
-    if (node.name.empty() || !m_lexer.accept('"')) return false;
-    m_lexer.skipBlanks();
+    if (!parseTypes(node)) return false;
+    const std::string_view types = since(start);
+    m_open = DocNode();
+    m_open.type = nameAt(start);
+    if (node.baseCount != 0) m_open.bases = trimmed(types.substr(types.find(':') + 1));
+    if (!takeNodeName(node)) return false;
+    m_open.name = kept(String(m_nodeName));
     start = m_lexer.offset();
-    while (m_lexer.accept('@')) {
-        if (m_lexer.identifier().empty()) return false;
-        node.flags = since(start);
-        m_lexer.skipBlanks();
-    }
-    return m_lexer.accept('{');
+    if (!parseNodeFlags(node)) return false;
+    m_open.flags = trimmed(since(start));
+    return m_lexer.accept('{') || failExpecting("'{'");
 }
 
-bool DocumentParser::parseType() {
-    return m_lexer.peek() == '"' ? parseText() : !m_lexer.identifier().empty();
-}
-
-// Reads what is behind a '{'. `outputs` is null where there can be none.
-bool DocumentParser::parseBody(std::vector<DocAttr>& inputs, std::vector<DocAttr>* outputs,
-                               DocComments& comments, u32 depth) {
-    if (depth > kMaxDepth || !endLine(comments.opening)) return false;
-    for (;;) {
-        const std::string_view leading = commentLines();
-        if (m_lexer.accept('}')) {
-            comments.inner = leading;
-            return true;
-        }
-        DocComments own;
-        own.leading = leading;
-        const bool isOutput = outputs && m_lexer.accept("output ");
-        DocAttr& attr = (isOutput ? *outputs : inputs).emplace_back();
-        if (!(isOutput ? parseOutputLine(attr, own) : parseLine(attr, own, depth))) return false;
-        attr.comments = m_document.keep(own);
-    }
+void DocumentParser::endNode(TreeNode& /*node*/, Comments&& comments) {
+    m_open.comments = keptComments(std::move(comments));
+    m_open.inputs = takeMembers(m_inputs.size());
+    m_nodes.push_back(std::move(m_open));
+    m_tree.inputs.clear(); // No input is asked for any more.
 }
 
 // ---- Attributes ----------------------------------------------------------------------------
 
-bool DocumentParser::parseLine(DocAttr& attr, DocComments& comments, u32 depth) {
-    if (!parseKind(attr)) return false;
-    m_lexer.skipBlanks();
-    attr.name = m_lexer.identifier();
-    if (attr.name.empty()) return false;
-    m_lexer.skipBlanks();
-    const bool hasValue = attr.type != AttrType::Null && !attr.isObject();
-    if (hasValue && !m_lexer.accept('=')) return false;
-    m_lexer.skipBlanks();
-    return parseContent(attr, comments, depth) && endLine(comments.trailing);
+void DocumentParser::endInput(Item& item, Level* closed, bool /*isRead*/) {
+    const TreeInput& input = m_tree.inputs[item.input];
+    std::vector<DocAttr> members;
+    if (input.memberCount != 0) members = takeMembers(input.memberCount);
+    DocAttr& attr = m_inputs.emplace_back();
+    attr.members = std::move(members);
+    attr.type = item.kind.type;
+    attr.elementType = item.kind.elementType;
+    attr.kind = item.kind.text;
+    const bool isPlain = attr.type != AttrType::Null && !attr.isArray() && !attr.isObject();
+    if (item.isElement || isPlain) attr.value = item.value;
+    attr.name = item.name;
+    if (isPlain && attr.value.empty()) fail(item.valueOffset, "The attribute has no value.");
+    attr.source = std::exchange(m_source, {});
+    attr.notes = std::exchange(m_notes, {});
+    if (hasComments(item, closed)) attr.comments = keptComments(takeComments(item, closed));
 }
 
-bool DocumentParser::parseOutputLine(DocAttr& attr, DocComments& comments) {
-    m_lexer.skipBlanks();
-    if (!parseKind(attr)) return false;
-    m_lexer.skipBlanks();
-    attr.name = m_lexer.identifier();
-    m_lexer.skipBlanks();
-    const u64 start = m_lexer.offset();
-    if (m_lexer.accept("@again")) attr.notes.push_back({since(start), {}});
-    return !attr.name.empty() && endLine(comments.trailing);
+std::vector<DocAttr> DocumentParser::takeMembers(u64 count) {
+    const auto first = m_inputs.end() - static_cast<std::ptrdiff_t>(count);
+    std::vector<DocAttr> members(std::make_move_iterator(first),
+                                 std::make_move_iterator(m_inputs.end()));
+    m_inputs.erase(first, m_inputs.end());
+    return members;
 }
 
-bool DocumentParser::parseKind(DocAttr& attr) {
-    const u64 start = m_lexer.offset();
-    const std::string_view name = m_lexer.identifier();
-    if (!parseAttrType(name, attr.type)) return false;
-    if (m_lexer.accept('<')) {
-        attr.elementType = typeNamed(m_lexer.identifier());
-        if (!m_lexer.accept('>')) return false;
+void DocumentParser::endOutput(TreeOutput& output, const TreeKind& kind, Comments&& comments) {
+    DocAttr& attr = m_open.outputs.emplace_back();
+    attr.type = kind.type;
+    attr.elementType = kind.elementType;
+    attr.kind = kind.text;
+    attr.name = nameAt(output.offset);
+    if (output.isAgain) attr.notes.push_back({noteName(Note::Again), {}});
+    attr.comments = keptComments(std::move(comments));
+}
+
+void DocumentParser::addSource(u32 /*input*/, const Source& source) {
+    m_source = since(source.offset);
+}
+
+// ---- Values and notes ----------------------------------------------------------------------
+
+// The tree does not need to know names: nobody looks for them.
+bool DocumentParser::parseName(u32& name) {
+    name = noTreeIndex;
+    return !m_lexer.identifier().empty() || failExpecting("a name");
+}
+
+bool DocumentParser::parsePlain(const TreeKind& kind, Value& /*out*/) {
+    return skipValue(m_lexer, kind.type) || failExpecting("a value");
+}
+
+bool DocumentParser::parseLink(u32 /*input*/, TreeSlot /*slot*/, u32 /*choice*/) {
+    return skipValue(m_lexer, AttrType::Node) || failExpecting("a node's name or 'null'");
+}
+
+bool DocumentParser::parseNote(const NoteRule& rule, u64 offset, u32 input, const TreeKind& kind) {
+    DocNote note{.name = rule.name, .text = {}};
+    if (rule.content == NoteContent::Translation) {
+        if (!parseQuoted()) return false;
+        note.name = since(offset);
+        m_lexer.skipBlanks();
     }
-    attr.kind = since(start);
+    const u64 start = m_lexer.offset();
+    if (!parseNoteContent(rule, input, kind)) return false;
+    note.text = since(start);
+    m_notes.push_back(note);
     return true;
 }
 
-bool DocumentParser::parseContent(DocAttr& attr, DocComments& comments, u32 depth) {
-    if (attr.isObject()) {
-        if (!parseObject(attr, comments, depth)) return false;
-    } else if (attr.isArray()) {
-        if (!parseArray(attr, depth)) return false;
-    } else if (attr.type != AttrType::Null && !parseValue(attr.type, attr.value)) {
-        return false;
+bool DocumentParser::parseNoteContent(const NoteRule& rule, u32 input, const TreeKind& kind) {
+    switch (rule.content) {
+    case NoteContent::Nothing:
+        return true;
+    case NoteContent::ElementType: {
+        DataType type = DataType::Null;
+        return parseDataKind(type);
     }
-    return parseSource(attr.source) && parseNotes(attr);
-}
-
-bool DocumentParser::parseObject(DocAttr& attr, DocComments& comments, u32 depth) {
-    return m_lexer.accept('{') && parseBody(attr.members, nullptr, comments, depth + 1);
-}
-
-bool DocumentParser::parseArray(DocAttr& array, u32 depth) {
-    if (depth > kMaxDepth || !m_lexer.accept('[')) return false;
-    if (m_lexer.accept(']')) return true;
-    do {
-        m_lexer.skipBlanks();
-        if (!parseElement(array.members.emplace_back(), array.elementType, depth + 1)) return false;
-    } while (m_lexer.accept(','));
-    return m_lexer.accept(']');
-}
-
-bool DocumentParser::parseElement(DocAttr& element, AttrType type, u32 depth) {
-    DocComments comments;
-    element.type = type;
-    const bool namesKind =
-        type == AttrType::Array || (type == AttrType::Buffer && m_lexer.peek() != '[');
-    if (namesKind) {
-        if (!parseKind(element) || element.type != type) return false;
-        m_lexer.skipBlanks();
+    case NoteContent::Value: {
+        Value none;
+        return parseNoteValue(input, kind, TreeSlot::Value, none);
     }
-    // An element of no kind says so.
-    const u64 start = m_lexer.offset();
-    if (type == AttrType::Null && !m_lexer.accept("null")) return false;
-    if (type == AttrType::Null) element.value = since(start);
-    if (!parseContent(element, comments, depth)) return false;
-    element.comments = m_document.keep(comments);
+    case NoteContent::ValueList:
+        return parseChoices(input, kind);
+    default:
+        return parseQuoted();
+    }
+}
+
+bool DocumentParser::parseQuoted() {
+    return skipQuoted(m_lexer) || failExpecting("a text in quotes");
+}
+
+// ---- Alone ---------------------------------------------------------------------------------
+
+bool DocumentParser::isDone() const {
+    return errors.empty() && m_lexer.atEnd() && isValidText(m_lexer.text());
+}
+
+std::optional<DocNode> DocumentParser::loneNode() {
+    std::vector<UnreadLines> none;
+    String leading = commentLines(none);
+    if (!startsNode() || !parseNode(std::move(leading)) || !isDone()) return {};
+    return std::move(m_nodes.front());
+}
+
+std::optional<DocAttr> DocumentParser::loneInput() {
+    std::vector<UnreadLines> none;
+    String leading = commentLines(none);
+    m_levels.emplace_back();
+    return loneAttr(parseLine(std::move(leading)));
+}
+
+std::optional<DocAttr> DocumentParser::loneElement(AttrType elementType) {
+    m_levels.emplace_back().isArray = true;
+    u32 element = 0;
+    if (!newInput(0, {.type = elementType}, element)) return {};
+    return loneAttr(parseElement(element, elementType));
+}
+
+// Reads the rest of an attribute on a level of its own.
+std::optional<DocAttr> DocumentParser::loneAttr(Read read) {
+    while (read == Read::Opened && m_levels.size() > 1)
+        goOn();
+    if (m_inputs.size() != 1 || !isDone()) return {};
+    return std::move(m_inputs.front());
+}
+
+std::optional<DocAttr> DocumentParser::loneOutput() {
+    std::vector<UnreadLines> none;
+    String leading = commentLines(none);
+    if (m_lexer.identifier() != "output" || !parseOutput(std::move(leading)) || !isDone())
+        return {};
+    return std::move(m_open.outputs.front());
+}
+
+std::optional<std::vector<DocNote>> DocumentParser::loneNotes(AttrType type) {
+    u32 input = 0;
+    const TreeKind kind{.type = type};
+    if (!newInput(0, kind, input) || !parseNotes(input, kind, 0) || !isDone()) return {};
+    return std::move(m_notes);
+}
+
+bool DocumentParser::loneKind(DocAttr& attr) {
+    TreeKind read;
+    if (!parseKind(read) || !isDone()) return false;
+    attr.type = read.type;
+    attr.elementType = read.elementType;
+    attr.kind = read.text;
     return true;
 }
 
-// ---- Lines ---------------------------------------------------------------------------------
-
-bool DocumentParser::endLine(std::string_view& trailing) {
-    m_lexer.skipBlanks();
-    trailing = comment();
-    return m_lexer.accept('\n') || m_lexer.atEnd();
+bool DocumentParser::isValue(std::string_view text, AttrType type) {
+    TextLexer lexer(text);
+    return skipValue(lexer, type) && lexer.atEnd() && isValidText(text);
 }
 
-std::string_view DocumentParser::comment() {
-    return m_lexer.peek() == '#' ? m_lexer.comment() : std::string_view();
+bool DocumentParser::isSource() {
+    return parseOutputPath(0) && isDone();
 }
 
-// Takes the lines of comments and blank lines that stand here, without their indentation.
-std::string_view DocumentParser::commentLines() {
-    StringIO lines;
-    for (;;) {
-        m_lexer.skipBlanks();
-        if (m_lexer.atEnd() || !m_lexer.atLineEnd()) break;
-        lines.append(comment()).append('\n');
-        std::ignore = m_lexer.accept('\n');
-    }
-    return lines.isEmpty() ? std::string_view() : m_document.keep(lines.take());
+bool DocumentParser::isNote(const DocNote& note, AttrType type) {
+    const auto read = loneNotes(type);
+    return read && read->size() == 1 && read->front() == note;
+}
+
+// ---- Texts ---------------------------------------------------------------------------------
+
+std::string_view DocumentParser::nameAt(u64 offset) const {
+    TextLexer lexer(m_lexer);
+    lexer.seek(offset);
+    return lexer.identifier();
+}
+
+std::string_view DocumentParser::kept(String&& text) {
+    return text.isEmpty() ? std::string_view() : m_document.keep(std::move(text));
+}
+
+const DocComments* DocumentParser::keptComments(Comments&& comments) {
+    return m_document.keep({.leading = kept(std::move(comments.leading)),
+                            .opening = kept(std::move(comments.opening)),
+                            .inner = kept(std::move(comments.inner)),
+                            .trailing = kept(std::move(comments.trailing))});
 }
 
 } // namespace qv::kelvo_sdk::impl

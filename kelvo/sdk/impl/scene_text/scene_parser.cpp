@@ -112,9 +112,13 @@ bool SceneParser::parseNode(String&& leading) {
     // Reserves the place: links refer to it.
     m_tree.nodes.push_back(node);
     const bool isWhole = parseNodeBody(node, comments);
+    endNode(node, std::move(comments));
+    return isWhole;
+}
+
+void SceneParser::endNode(TreeNode& node, Comments&& comments) {
     storeComments(node.extras, std::move(comments));
     m_tree.nodes[m_node] = node;
-    return isWhole;
 }
 
 bool SceneParser::parseNodeHead(TreeNode& node) {
@@ -146,6 +150,14 @@ bool SceneParser::parseType(u32& out) {
 }
 
 bool SceneParser::parseNodeName(TreeNode& node) {
+    if (!takeNodeName(node)) return false;
+    node.name = m_tree.names.add(m_nodeName.view());
+    m_nodeName = m_tree.names.text(node.name);
+    return true;
+}
+
+// Reads the name into `m_nodeName`.
+bool SceneParser::takeNodeName(TreeNode& node) {
     m_lexer.skipBlanks();
     node.offset = m_lexer.offset();
     if (m_lexer.peek() != '"') return failExpecting("the node's name in quotes");
@@ -155,19 +167,18 @@ bool SceneParser::parseNodeName(TreeNode& node) {
         return fail(node.offset, "The name '" + name +
                                      "' is no identifier: a letter or '_', then "
                                      "letters, digits and '_'.");
-    node.name = m_tree.names.add(name.view());
-    m_nodeName = m_tree.names.text(node.name);
+    m_nodeName = std::move(name);
     return true;
 }
 
 bool SceneParser::parseNodeFlags(TreeNode& node) {
     for (;;) {
         m_lexer.skipBlanks();
-        if (m_lexer.accept("@abstract"))
+        if (m_lexer.accept(noteName(Note::Abstract)))
             node.isAbstract = true;
-        else if (m_lexer.accept("@internal"))
+        else if (m_lexer.accept(noteName(Note::Internal)))
             node.isInternal = true;
-        else if (m_lexer.accept("@own"))
+        else if (m_lexer.accept(noteName(Note::Own)))
             node.isOwn = true;
         else
             return true;

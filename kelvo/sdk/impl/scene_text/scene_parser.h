@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/scene_text/scene_tree.h"
 #include "kelvo/sdk/impl/scene_text/text_gaps.h"
 #include "kelvo/sdk/impl/text/text_errors.h"
@@ -31,7 +32,8 @@ struct TextForm {
     bool checksLimits = false;
 };
 
-/// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar).
+/// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar). Derived
+/// parsers read texts of another form, or put what they read elsewhere.
 ///
 ///     File and nodes   scene_parser.cpp          header, nodes, bodies
 ///     Lines            scene_parser_lines.cpp    comments, ends of lines, going on after errors
@@ -80,14 +82,21 @@ protected:
         TreeKind kind;
         bool isElement = false;
         u64 valueOffset = 0;
+        // As the text has them: the name, and a value that holds no others.
+        std::string_view name = {};
+        std::string_view value = {};
         // Of `m_insideComments`: what is there by now is not of this line.
         u64 outside = 0;
-        Comments comments = {};
+        // Comments around it, as those of `Comments`.
+        String leading = {};
+        String trailing = {};
     };
     // The body or array that is open, and the item whose value it is; none for the body of a node.
     struct Level {
         Item item;
         Body body;
+        // The comment behind its '{'.
+        String opening;
         bool isArray = false;
         // Of the line that is being read: its start, and what there was then.
         u64 lineStart = 0;
@@ -97,6 +106,13 @@ protected:
     };
     // The outcome of an item or a step: `Opened` when it goes on in a level of its own.
     enum class Read { Failed, Done, Opened };
+    // An output as it is named behind "<-".
+    struct Source {
+        u64 offset = 0;
+        std::string_view node;
+        std::string_view output;
+        u32 ordinal = 1;
+    };
 
     // ---- File and nodes --------------------------------------------------------------------
 
@@ -106,8 +122,11 @@ protected:
     bool parseTypes(TreeNode& node);
     bool parseType(u32& out);
     bool parseNodeName(TreeNode& node);
+    bool takeNodeName(TreeNode& node);
     bool parseNodeFlags(TreeNode& node);
     bool parseNodeBody(TreeNode& node, Comments& comments);
+    // Takes a node that was read; its place is `m_node`.
+    virtual void endNode(TreeNode& node, Comments&& comments);
     void knowNode(const TreeNode& node);
     bool failUnclosed(Body& body, String&& leading);
     virtual void checkDuplicates(const Body& body);
@@ -126,8 +145,8 @@ protected:
     void placeUnread(Body& body, u32 lastInput, u64 outputs);
     void placeUnread(u64 node);
     [[nodiscard]] bool isLost(u64 offset) const;
-    [[nodiscard]] String textFrom(u64 offset) const {
-        return String(m_lexer.text().substr(offset, m_lexer.offset() - offset));
+    [[nodiscard]] std::string_view since(u64 offset) const {
+        return m_lexer.text().substr(offset, m_lexer.offset() - offset);
     }
     void skipOpaque();
     bool skipToBrace();
@@ -142,6 +161,7 @@ protected:
     // ---- Levels ----------------------------------------------------------------------------
 
     bool parseBody(Body& body);
+    Read goOn();
     Read readInBody();
     void endBodyLine(bool isWhole);
     Read readInArray();
@@ -151,8 +171,13 @@ protected:
     Read openObject(Item&& item);
     Read openArray(Item&& item);
     bool mayOpen();
-    bool closeLine(Item& item, bool isRead);
-    bool closeElement(Item& item, bool isRead);
+    // `closed` is the level that the item had, null when it had none.
+    bool closeLine(Item& item, Level* closed, bool isRead);
+    bool closeElement(Item& item, Level* closed, bool isRead);
+    // Takes an input, its members before it; `isRead` tells that all but the end of its line is.
+    virtual void endInput(Item& item, Level* closed, bool isRead);
+    [[nodiscard]] static bool hasComments(const Item& item, const Level* closed);
+    [[nodiscard]] static Comments takeComments(Item& item, Level* closed);
 
     // ---- Attributes ------------------------------------------------------------------------
 
@@ -161,16 +186,18 @@ protected:
     virtual bool parseWord(std::string_view word, String&& leading);
     Read parseInput(const TreeKind& kind, String&& leading);
     bool parseOutput(String&& leading);
+    virtual void endOutput(TreeOutput& output, const TreeKind& kind, Comments&& comments);
     bool parseKind(TreeKind& kind);
     bool finishKind(u64 offset, std::string_view word, TreeKind& kind);
     bool parseElementKind(AttrType& out);
     bool parseDataKind(DataType& out);
-    bool parseName(u32& name);
+    virtual bool parseName(u32& name);
     Read parseContent(Item& item);
     void giveElementType(TreeInput& input, DataType dataType) const;
+    bool parseOwnValue(Item& item);
     bool parseValue(u32 input, const TreeKind& kind);
-    bool parsePlain(const TreeKind& kind, Value& out);
-    bool parseLink(u32 input, TreeSlot slot, u32 choice);
+    virtual bool parsePlain(const TreeKind& kind, Value& out);
+    virtual bool parseLink(u32 input, TreeSlot slot, u32 choice);
     Read parseElement(u32 element, AttrType type);
     Read parseElementValue(Item& item);
     bool newInput(u64 offset, const TreeKind& kind, u32& out);
@@ -178,15 +205,19 @@ protected:
     // ---- Annotations -----------------------------------------------------------------------
 
     bool parseSource(u32 input);
+    bool parseOutputPath(u32 input);
+    bool parseOrdinal(u32& ordinal);
+    virtual void addSource(u32 input, const Source& source);
     bool parseNotes(u32 input, const TreeKind& kind, u64 valueOffset);
-    bool parseNote(u32 note, u32 input, const TreeKind& kind);
-    bool parseBinding(u32 input);
+    // Reads what stands behind the name of a note, whose '@' is at `offset`.
+    virtual bool parseNote(const NoteRule& rule, u64 offset, u32 input, const TreeKind& kind);
+    bool parseBinding(const NoteRule& rule, u32 input);
     bool parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value& out, u32 choice = 0);
     bool parseChoices(u32 input, const TreeKind& kind);
     bool parseText(String& out);
     bool parseTranslation(AttrDetails::Texts& texts);
     [[nodiscard]] bool namesItsKind() const noexcept;
-    bool findNote(u32& out);
+    const NoteRule* takeNote();
     AttrDetails& detailsOf(u32 input);
     void checkLimits(u64 offset, u32 input);
 

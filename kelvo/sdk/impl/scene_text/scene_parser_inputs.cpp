@@ -71,14 +71,15 @@ SceneParser::Read SceneParser::parseInput(const TreeKind& kind, String&& leading
     u32 name = 0;
     if (!parseName(name) || !newInput(offset, kind, item.input)) return Read::Failed;
     m_tree.inputs[item.input].name = name;
+    item.name = since(offset);
     Body& body = m_levels.back().body;
     (body.last == noTreeIndex ? body.first : m_tree.inputs[body.last].nextSibling) = item.input;
     body.last = item.input;
     ++body.count;
-    item.comments.leading = std::move(leading);
+    item.leading = std::move(leading);
     const Read read = parseContent(item);
     if (read == Read::Opened) return read;
-    return closeLine(item, read == Read::Done) ? Read::Done : Read::Failed;
+    return closeLine(item, nullptr, read == Read::Done) ? Read::Done : Read::Failed;
 }
 
 bool SceneParser::parseOutput(String&& leading) {
@@ -96,13 +97,17 @@ bool SceneParser::parseOutput(String&& leading) {
         return fail(kindOffset,
                     String("An output cannot be of kind ") + attrTypeName(kind.type) + ".");
     m_lexer.skipBlanks();
-    output.isAgain = m_lexer.accept("@again");
+    output.isAgain = m_lexer.accept(noteName(Note::Again));
     Comments comments;
     comments.leading = std::move(leading);
     if (!endLine(comments.trailing)) return false;
+    endOutput(output, kind, std::move(comments));
+    return true;
+}
+
+void SceneParser::endOutput(TreeOutput& output, const TreeKind& /*kind*/, Comments&& comments) {
     storeComments(output.extras, std::move(comments));
     m_tree.outputs.push_back(output);
-    return true;
 }
 
 bool SceneParser::parseKind(TreeKind& kind) {
@@ -116,11 +121,15 @@ bool SceneParser::finishKind(u64 offset, std::string_view word, TreeKind& kind) 
     const u32 type = m_tree.names.add(word);
     if (type >= attrTypeCount) return fail(offset, unknownKind(word, m_form.words));
     kind.type = static_cast<AttrType>(type);
+    kind.text = word;
     const bool takesArgument = kind.type == AttrType::Array || kind.type == AttrType::Buffer;
     if (!takesArgument || !m_lexer.accept('<')) return true;
     const bool isKnown = kind.type == AttrType::Array ? parseElementKind(kind.elementType)
                                                       : parseDataKind(kind.dataType);
-    return isKnown && (m_lexer.accept('>') || failExpecting("'>'"));
+    if (!isKnown) return false;
+    if (!m_lexer.accept('>')) return failExpecting("'>'");
+    kind.text = since(offset);
+    return true;
 }
 
 bool SceneParser::parseElementKind(AttrType& out) {
@@ -167,7 +176,7 @@ SceneParser::Read SceneParser::parseContent(Item& item) {
     m_lexer.skipBlanks();
     item.valueOffset = m_lexer.offset();
     if (item.kind.type == AttrType::Array) return openArray(std::move(item));
-    return parseValue(item.input, item.kind) ? Read::Done : Read::Failed;
+    return parseOwnValue(item) ? Read::Done : Read::Failed;
 }
 
 // A buffer of a type without a value is empty and of that type, unless it starts at a default.
@@ -176,6 +185,13 @@ void SceneParser::giveElementType(TreeInput& input, DataType dataType) const {
     const TreeExtras* extras = m_tree.extrasOf(input.extras);
     if (!extras || !extras->details || extras->details->defaultValue.isNull())
         input.value = Value(Buffer(dataType, 0));
+}
+
+bool SceneParser::parseOwnValue(Item& item) {
+    const u64 start = m_lexer.offset();
+    if (!parseValue(item.input, item.kind)) return false;
+    item.value = since(start);
+    return true;
 }
 
 // Reads a value that holds no others.
@@ -232,7 +248,7 @@ bool SceneParser::parseLink(u32 input, TreeSlot slot, u32 choice) {
         name = m_tree.names.add(word);
     }
     if (slot == TreeSlot::Value && isLost(offset)) {
-        extrasAt(m_tree.inputs[input].extras).lostLink = textFrom(offset);
+        extrasAt(m_tree.inputs[input].extras).lostLink = String(since(offset));
         return true;
     }
     m_tree.links.push_back({.offset = offset,
@@ -251,7 +267,7 @@ SceneParser::Read SceneParser::parseElement(u32 element, AttrType type) {
               .valueOffset = m_lexer.offset()};
     const Read read = parseElementValue(item);
     if (read == Read::Opened) return read;
-    return closeElement(item, read == Read::Done) ? Read::Done : Read::Failed;
+    return closeElement(item, nullptr, read == Read::Done) ? Read::Done : Read::Failed;
 }
 
 SceneParser::Read SceneParser::parseElementValue(Item& item) {
@@ -275,8 +291,7 @@ SceneParser::Read SceneParser::parseElementValue(Item& item) {
         m_tree.inputs[item.input].elementType = item.kind.elementType;
         m_lexer.skipBlanks();
     }
-    return type == AttrType::Array ? openArray(std::move(item))
-                                   : ended(parseValue(item.input, item.kind));
+    return type == AttrType::Array ? openArray(std::move(item)) : ended(parseOwnValue(item));
 }
 
 bool SceneParser::newInput(u64 offset, const TreeKind& kind, u32& out) {

@@ -11,14 +11,19 @@ namespace qv::kelvo_sdk::impl {
 bool SceneParser::parseBody(Body& body) {
     m_levels.clear();
     m_levels.emplace_back().body = std::move(body);
-    for (;;) {
-        Read read = m_levels.back().isArray ? readInArray() : readInBody();
-        while (read != Read::Opened && m_levels.size() > 1)
-            read = closeLevel(read == Read::Done);
-        if (read == Read::Opened) continue;
-        body = std::move(m_levels.back().body);
-        return read == Read::Done;
-    }
+    Read read = goOn();
+    while (read == Read::Opened)
+        read = goOn();
+    body = std::move(m_levels.back().body);
+    return read == Read::Done;
+}
+
+// Reads a line or an element of the innermost level, and ends the levels that end with it.
+SceneParser::Read SceneParser::goOn() {
+    Read read = m_levels.back().isArray ? readInArray() : readInBody();
+    while (read != Read::Opened && m_levels.size() > 1)
+        read = closeLevel(read == Read::Done);
+    return read;
 }
 
 // Reads one line. `Done` is the end of the body, `Opened` that it goes on.
@@ -45,7 +50,8 @@ SceneParser::Read SceneParser::readInBody() {
 
 void SceneParser::endBodyLine(bool isWhole) {
     Level& level = m_levels.back();
-    if (!isWhole) recover(level.lineStart);
+    // After the last error that is told nobody reads on; parts of a text are told up to its end.
+    if (!isWhole && (m_gaps || !m_errors.full())) recover(level.lineStart);
     if (m_gaps) placeUnread(level.body, level.lastInput, level.outputs);
     tellPart(level.lineStart, level.errors, !isWhole);
 }
@@ -67,6 +73,7 @@ SceneParser::Read SceneParser::readInArray() {
 }
 
 SceneParser::Read SceneParser::endElement() {
+    if (m_levels.size() == 1) return Read::Done; // The element stands alone.
     skipInside();
     if (m_lexer.accept(',') || m_lexer.peek() == ']') return Read::Opened;
     failExpecting("',' or ']'");
@@ -80,10 +87,8 @@ SceneParser::Read SceneParser::closeLevel(bool isClosed) {
     Item& item = closed.item;
     m_tree.inputs[item.input].firstMember = closed.body.first;
     m_tree.inputs[item.input].memberCount = closed.body.count;
-    item.comments.inner = std::move(closed.body.inner);
-    item.comments.unread = std::move(closed.body.unread);
-    if (item.isElement) return closeElement(item, isClosed) ? endElement() : Read::Failed;
-    endBodyLine(closeLine(item, isClosed));
+    if (item.isElement) return closeElement(item, &closed, isClosed) ? endElement() : Read::Failed;
+    endBodyLine(closeLine(item, &closed, isClosed));
     return Read::Opened;
 }
 
@@ -99,7 +104,7 @@ SceneParser::Read SceneParser::open(Item&& item, bool isArray) {
 SceneParser::Read SceneParser::openObject(Item&& item) {
     if (!mayOpen()) return Read::Failed;
     open(std::move(item), false);
-    takeOpening(m_levels.back().item.comments.opening);
+    takeOpening(m_levels.back().opening);
     return Read::Opened;
 }
 
@@ -119,23 +124,46 @@ bool SceneParser::mayOpen() {
 
 // Reads what stands behind the value. Comments inside this line are kept apart from those
 // inside a line around it.
-bool SceneParser::closeLine(Item& item, bool isRead) {
-    bool isWhole =
+bool SceneParser::closeLine(Item& item, Level* closed, bool isRead) {
+    isRead =
         isRead && parseSource(item.input) && parseNotes(item.input, item.kind, item.valueOffset);
-    if (isWhole) giveElementType(m_tree.inputs[item.input], item.kind.dataType);
-    isWhole = isWhole && endLine(item.comments.trailing);
+    const bool isWhole = isRead && endLine(item.trailing);
     if (m_insideComments.size() != item.outside) {
-        item.comments.leading += m_insideComments.view().substr(item.outside);
+        item.leading += m_insideComments.view().substr(item.outside);
         m_insideComments.truncate(item.outside);
     }
-    storeComments(m_tree.inputs[item.input].extras, std::move(item.comments));
+    endInput(item, closed, isRead);
     return isWhole;
 }
 
-bool SceneParser::closeElement(Item& item, bool isRead) {
-    if (item.kind.type == AttrType::Object)
-        storeComments(m_tree.inputs[item.input].extras, std::move(item.comments));
-    return isRead && parseSource(item.input) && parseNotes(item.input, item.kind, item.valueOffset);
+bool SceneParser::closeElement(Item& item, Level* closed, bool isRead) {
+    isRead =
+        isRead && parseSource(item.input) && parseNotes(item.input, item.kind, item.valueOffset);
+    endInput(item, closed, isRead);
+    return isRead;
+}
+
+void SceneParser::endInput(Item& item, Level* closed, bool isRead) {
+    TreeInput& input = m_tree.inputs[item.input];
+    if (isRead && !item.isElement) giveElementType(input, item.kind.dataType);
+    if (hasComments(item, closed)) storeComments(input.extras, takeComments(item, closed));
+}
+
+bool SceneParser::hasComments(const Item& item, const Level* closed) {
+    if (!item.leading.isEmpty() || !item.trailing.isEmpty()) return true;
+    return closed && (!closed->opening.isEmpty() || !closed->body.inner.isEmpty() ||
+                      !closed->body.unread.empty());
+}
+
+Comments SceneParser::takeComments(Item& item, Level* closed) {
+    Comments comments;
+    comments.leading = std::move(item.leading);
+    comments.trailing = std::move(item.trailing);
+    if (!closed) return comments;
+    comments.opening = std::move(closed->opening);
+    comments.inner = std::move(closed->body.inner);
+    comments.unread = std::move(closed->body.unread);
+    return comments;
 }
 
 } // namespace qv::kelvo_sdk::impl

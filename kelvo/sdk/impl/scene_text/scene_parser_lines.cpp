@@ -18,6 +18,8 @@ bool isSpace(char c) noexcept {
 // Takes the comment lines and blank lines in front of something; blank lines that follow each other
 // become one.
 String SceneParser::commentLines(std::vector<UnreadLines>& unread) {
+    m_lexer.skipBlanks();
+    if (!m_gaps && !m_lexer.atLineEnd()) return {}; // As most lines.
     StringIO lines;
     bool afterBlank = false;
     for (;;) {

@@ -8,29 +8,6 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-enum Note : u32 {
-    Type,
-    Stashed,
-    Silent,
-    Announced,
-    ReadOnly,
-    Unchecked,
-    Again,
-    Own,
-    Default,
-    Minimum,
-    Maximum,
-    Unit,
-    Choices,
-    Label,
-    Help,
-    NoteCount
-};
-
-constexpr std::string_view kNotes[NoteCount] = {
-    "@type",    "@stashed", "@silent", "@announced", "@readonly", "@unchecked", "@again", "@own",
-    "@default", "@min",     "@max",    "@unit",      "@choices",  "@label",     "@help"};
-
 // Tells whether a value may start with the character.
 bool startsValue(char c) noexcept {
     return TextLexer::continuesIdentifier(c) || c == '"' || c == '(' || c == '[' || c == '-';
@@ -43,26 +20,40 @@ bool SceneParser::parseSource(u32 input) {
     m_lexer.skipBlanks();
     if (!m_lexer.accept("<-")) return true;
     m_lexer.skipBlanks();
-    TreeConnection connection{.offset = m_lexer.offset(), .node = m_node, .input = input};
-    const std::string_view node = m_lexer.identifier();
-    if (node.empty()) return failExpecting("the source as 'node.output'");
-    connection.sourceNode = m_tree.names.add(node);
+    return parseOutputPath(input);
+}
+
+// Reads "node.output", or "node.output:2" for the second output of the name.
+bool SceneParser::parseOutputPath(u32 input) {
+    Source source{.offset = m_lexer.offset(), .node = m_lexer.identifier(), .output = {}};
+    if (source.node.empty()) return failExpecting("the source as 'node.output'");
     if (!m_lexer.accept('.')) return failExpecting("'.' and the name of an output");
-    const std::string_view output = m_lexer.identifier();
-    if (output.empty()) return failExpecting("the name of an output");
-    connection.sourceOutput = m_tree.names.add(output);
-    if (m_lexer.accept(':')) {
-        u64 digits = 0;
-        connection.ordinal = 0;
-        for (; ascii::isDigit(m_lexer.peek()) && digits < 9; ++digits, m_lexer.skip(1))
-            connection.ordinal = connection.ordinal * 10 + static_cast<u32>(m_lexer.peek() - '0');
-        if (connection.ordinal == 0) return failExpecting("a number from 1");
-    }
-    if (isLost(connection.offset))
-        extrasAt(m_tree.inputs[input].extras).lostSource = textFrom(connection.offset);
-    else
-        m_tree.connections.push_back(connection);
+    source.output = m_lexer.identifier();
+    if (source.output.empty()) return failExpecting("the name of an output");
+    if (m_lexer.accept(':') && !parseOrdinal(source.ordinal)) return false;
+    addSource(input, source);
     return true;
+}
+
+bool SceneParser::parseOrdinal(u32& ordinal) {
+    u64 digits = 0;
+    ordinal = 0;
+    for (; ascii::isDigit(m_lexer.peek()) && digits < 9; ++digits, m_lexer.skip(1))
+        ordinal = ordinal * 10 + static_cast<u32>(m_lexer.peek() - '0');
+    return ordinal != 0 || failExpecting("a number from 1");
+}
+
+void SceneParser::addSource(u32 input, const Source& source) {
+    if (isLost(source.offset)) {
+        extrasAt(m_tree.inputs[input].extras).lostSource = String(since(source.offset));
+        return;
+    }
+    m_tree.connections.push_back({.offset = source.offset,
+                                  .node = m_node,
+                                  .input = input,
+                                  .sourceNode = m_tree.names.add(source.node),
+                                  .sourceOutput = m_tree.names.add(source.output),
+                                  .ordinal = source.ordinal});
 }
 
 bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
@@ -71,41 +62,38 @@ bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
         m_lexer.skipBlanks();
         const u64 offset = m_lexer.offset();
         if (m_lexer.peek() != '@') break;
-        u32 note = 0;
-        if (!findNote(note)) return false;
-        const bool mayRepeat = note == Label || note == Help;
-        if (!mayRepeat && (seen & (1u << note)) != 0)
-            return fail(offset, "The annotation '" + String(kNotes[note]) + "' stands twice.");
-        seen |= 1u << note;
+        const NoteRule* rule = takeNote();
+        if (!rule) return false;
+        const u32 bit = 1u << static_cast<u32>(rule->note);
+        if (rule->content != NoteContent::Translation && (seen & bit) != 0)
+            return fail(offset, "The annotation '" + String(rule->name) + "' stands twice.");
+        seen |= bit;
         m_lexer.skipBlanks();
-        if (!parseNote(note, input, kind)) return false;
+        if (!parseNote(*rule, offset, input, kind)) return false;
     }
     if (seen != 0 && m_form.checksLimits) checkLimits(valueOffset, input);
     return true;
 }
 
-// Takes the '@' and the word behind it.
-bool SceneParser::findNote(u32& out) {
+// Takes the '@' and the word behind it; null when that is no annotation.
+const NoteRule* SceneParser::takeNote() {
     const u64 offset = m_lexer.offset();
     m_lexer.skip(1);
     const u64 length = 1 + m_lexer.identifier().size();
     const std::string_view word = m_lexer.text().substr(offset, length);
+    if (const NoteRule* rule = findInputNote(word)) return rule;
     NearName near(word);
-    for (u32 note = 0; note < NoteCount; ++note) {
-        if (word == kNotes[note]) {
-            out = note;
-            return true;
-        }
-        near.offer(kNotes[note]);
-    }
-    return fail(offset, "Unknown annotation '" + String(word) + "'" + near.question());
+    for (const NoteRule& rule : noteRules())
+        if (rule.onInputs) near.offer(rule.name);
+    fail(offset, "Unknown annotation '" + String(word) + "'" + near.question());
+    return nullptr;
 }
 
-bool SceneParser::parseNote(u32 note, u32 input, const TreeKind& kind) {
-    switch (note) {
-    case Type:
-        return parseBinding(input);
-    case Stashed: {
+bool SceneParser::parseNote(const NoteRule& rule, u64 /*offset*/, u32 input, const TreeKind& kind) {
+    switch (rule.note) {
+    case Note::Type:
+        return parseBinding(rule, input);
+    case Note::Stashed: {
         Value value;
         if (!parseNoteValue(input, kind, TreeSlot::Stash, value)) return false;
         TreeExtras& extras = extrasAt(m_tree.inputs[input].extras);
@@ -113,44 +101,45 @@ bool SceneParser::parseNote(u32 note, u32 input, const TreeKind& kind) {
         extras.stashed = true;
         return true;
     }
-    case Silent:
+    case Note::Silent:
         m_tree.inputs[input].silent = TreeSilence::Silent;
         return true;
-    case Announced:
+    case Note::Announced:
         m_tree.inputs[input].silent = TreeSilence::Announced;
         return true;
-    case ReadOnly:
+    case Note::ReadOnly:
         m_tree.inputs[input].readOnly = true;
         return true;
-    case Unchecked:
+    case Note::Unchecked:
         extrasAt(m_tree.inputs[input].extras).isUnchecked = true;
         return true;
-    case Again:
+    case Note::Again:
         m_tree.inputs[input].isAgain = true;
         return true;
-    case Own:
+    case Note::Own:
         m_tree.inputs[input].isOwn = true;
         return true;
-    case Default:
+    case Note::Default:
         return parseNoteValue(input, kind, TreeSlot::Default, detailsOf(input).defaultValue);
-    case Minimum:
+    case Note::Minimum:
         return parseNoteValue(input, kind, TreeSlot::Minimum, detailsOf(input).minimum);
-    case Maximum:
+    case Note::Maximum:
         return parseNoteValue(input, kind, TreeSlot::Maximum, detailsOf(input).maximum);
-    case Unit:
+    case Note::Unit:
         return parseText(detailsOf(input).unit);
-    case Choices:
+    case Note::Choices:
         return parseChoices(input, kind);
-    case Label:
+    case Note::Label:
         return parseTranslation(detailsOf(input).labels);
     default:
         return parseTranslation(detailsOf(input).helps);
     }
 }
 
-bool SceneParser::parseBinding(u32 input) {
+bool SceneParser::parseBinding(const NoteRule& rule, u32 input) {
     TreeInput& bound = m_tree.inputs[input];
-    if (bound.type != AttrType::Buffer && bound.type != AttrType::Array)
+    const bool isList = bound.type == AttrType::Buffer || bound.type == AttrType::Array;
+    if (rule.onListsAlone && !isList)
         return fail(m_lexer.offset(), "Only buffers and arrays are bound to an element type.");
     return parseDataKind(bound.boundType);
 }
@@ -174,6 +163,7 @@ bool SceneParser::parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value&
 }
 
 bool SceneParser::namesItsKind() const noexcept {
+    if (!TextLexer::startsIdentifier(m_lexer.peek())) return false;
     TextLexer ahead(m_lexer);
     AttrType type;
     if (!parseAttrType(ahead.identifier(), type)) return false;

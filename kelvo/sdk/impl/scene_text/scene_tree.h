@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/text/name_pool.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 
+#include <string_view>
 #include <vector>
 
 // The contents of a scene text, read and not yet checked as a whole: plain records that refer to
@@ -21,6 +22,8 @@ struct TreeKind {
     AttrType elementType = AttrType::Null;
     /// Element type of the buffer that the value is.
     DataType dataType = DataType::Null;
+    /// As the text has it; empty for an element that does not name its kind.
+    std::string_view text = {};
 };
 
 /// Parts that few inputs have.

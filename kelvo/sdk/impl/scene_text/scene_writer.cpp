@@ -106,9 +106,9 @@ void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOw
     }
     m_out.append(' ');
     writeQuoted(node.name().view(), m_out);
-    if (node.isAbstract()) m_out.append(" @abstract");
-    if (node.isInternal()) m_out.append(" @internal");
-    if (isOwn) m_out.append(" @own");
+    if (node.isAbstract()) writeNote(Note::Abstract);
+    if (node.isInternal()) writeNote(Note::Internal);
+    if (isOwn) writeNote(Note::Own);
     m_out.append(" {");
 }
 
@@ -146,7 +146,7 @@ void SceneWriter::writeOutput(const Output& output, bool isAgain) {
     if (output.type() == AttrType::Buffer && hasType && output.dataType() != DataType::Null)
         m_out.append('<').append(dataTypeName(output.dataType())).append('>');
     m_out.append(' ').append(output.ownName().view());
-    if (isAgain) m_out.append(" @again");
+    if (isAgain) writeNote(Note::Again);
     writeTrailing(comments);
 }
 

@@ -3,8 +3,9 @@
 #include "kelvo/base/string_io.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 #include "kelvo/sdk/impl/scene_text/left_out.h"
+#include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/scene_text/unread_places.h"
-#include "kelvo/sdk/impl/value/value.h"
+#include "kelvo/sdk/impl/value/attr_data.h"
 
 #include <algorithm>
 #include <memory>
@@ -17,7 +18,6 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::INode;
 using interfaces::IOutput;
 
-class AttrDetails;
 class Input;
 class Node;
 class Output;
@@ -51,6 +51,9 @@ public:
     void writeTrailing(const Comments* comments);
     void writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition = nullptr);
     void writeOutput(const Output& output, bool isAgain);
+    /// Writes the name of an annotation; its content, if it has any, is to follow.
+    StringIO& writeNote(Note note) { return m_out.append(' ').append(noteName(note)); }
+    void writeTranslations(Note note, const AttrDetails::Texts& texts);
     void indent(u32 depth) { m_out.appendRepeated(' ', depth <= maxIndent ? 4 * depth : 0); }
     /// Lines that are nested deeper, where no reader goes, begin at the margin: the size of the
     /// text would grow with the square of the depth.
@@ -102,7 +105,9 @@ private:
     void writeSource(const Input& input, const Comments* comments);
     void writeNotes(const Part& part);
     void writeDetails(const AttrDetails& details, const Input& input);
-    void writeNoteValue(std::string_view note, const Value& value, const Input& input);
+    void writeChoices(const ds::Vector<Value>& choices, const Input& input);
+    void writeNoteValue(Note note, const Value& value, const Input& input);
+    void writeOfAnyKind(const Value& value, const Input& input);
     [[nodiscard]] u32 ordinalOf(const Output& output);
 
     StringIO& m_out;

@@ -274,44 +274,58 @@ void SceneWriter::writeNotes(const Part& part) {
     const bool isElement = holder && holder->type() == AttrType::Array;
     const DataType declared = knownType(input.declaredType());
     if (!areKnown && declared != DataType::Null && !isElement)
-        m_out.append(" @type ").append(dataTypeName(declared));
+        writeNote(Note::Type).append(' ').append(dataTypeName(declared));
     const Value* stashed = input.isModified() ? nullptr : input.stashed();
-    if (stashed) writeNoteValue(" @stashed ", *stashed, input);
+    if (stashed) writeNoteValue(Note::Stashed, *stashed, input);
     if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
-        m_out.append(input.isSilent() ? " @silent" : " @announced");
-    if (!areKnown && input.hasReadOnlyMark()) m_out.append(" @readonly");
+        writeNote(input.isSilent() ? Note::Silent : Note::Announced);
+    if (!areKnown && input.hasReadOnlyMark()) writeNote(Note::ReadOnly);
     const AttrDetails* details = input.details();
-    if (isUnchecked(input, part.comments)) m_out.append(" @unchecked");
-    if (part.isAgain) m_out.append(" @again");
+    if (isUnchecked(input, part.comments)) writeNote(Note::Unchecked);
+    if (part.isAgain) writeNote(Note::Again);
     if (areKnown) return;
     if (details) writeDetails(*details, input);
-    if (part.isOwn) m_out.append(" @own");
+    if (part.isOwn) writeNote(Note::Own);
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {
     // A definition's value says it.
     if (!m_isDefinition || !(details.defaultValue == input.value()))
-        writeNoteValue(" @default ", details.defaultValue, input);
-    writeNoteValue(" @min ", details.minimum, input);
-    writeNoteValue(" @max ", details.maximum, input);
-    if (!details.unit.isEmpty()) writeQuoted(details.unit.view(), m_out.append(" @unit "));
-    for (u64 i = 0; i < details.choices.size(); ++i)
-        writeNoteValue(i == 0 ? " @choices [" : ", ", details.choices[i], input);
-    if (!details.choices.empty()) m_out.append(']');
-    for (const auto& [language, text] : details.labels) {
-        writeQuoted(language.view(), m_out.append(" @label "));
-        writeQuoted(text.view(), m_out.append(' '));
+        writeNoteValue(Note::Default, details.defaultValue, input);
+    writeNoteValue(Note::Minimum, details.minimum, input);
+    writeNoteValue(Note::Maximum, details.maximum, input);
+    if (!details.unit.isEmpty())
+        writeQuoted(details.unit.view(), writeNote(Note::Unit).append(' '));
+    writeChoices(details.choices, input);
+    writeTranslations(Note::Label, details.labels);
+    writeTranslations(Note::Help, details.helps);
+}
+
+void SceneWriter::writeChoices(const ds::Vector<Value>& choices, const Input& input) {
+    if (choices.empty()) return;
+    writeNote(Note::Choices).append(' ');
+    for (u64 i = 0; i < choices.size(); ++i) {
+        m_out.append(i == 0 ? "[" : ", ");
+        writeOfAnyKind(choices[i], input);
     }
-    for (const auto& [language, text] : details.helps) {
-        writeQuoted(language.view(), m_out.append(" @help "));
+    m_out.append(']');
+}
+
+void SceneWriter::writeTranslations(Note note, const AttrDetails::Texts& texts) {
+    for (const auto& [language, text] : texts) {
+        writeQuoted(language.view(), writeNote(note).append(' '));
         writeQuoted(text.view(), m_out.append(' '));
     }
 }
 
-// A value of another kind than the line names its own.
-void SceneWriter::writeNoteValue(std::string_view note, const Value& value, const Input& input) {
+void SceneWriter::writeNoteValue(Note note, const Value& value, const Input& input) {
     if (value.isNull()) return;
-    m_out.append(note);
+    writeNote(note).append(' ');
+    writeOfAnyKind(value, input);
+}
+
+// A value of another kind than the line names its own.
+void SceneWriter::writeOfAnyKind(const Value& value, const Input& input) {
     const bool isBuffer = value.type() == AttrType::Buffer;
     const DataType held = isBuffer ? knownType(value.asBuffer().type()) : DataType::Null;
     if (value.type() != input.type() || held != heldType(input)) {

@@ -192,7 +192,7 @@ bool KndParser::parseTitle(String& name, AttrDetails::Texts& labels) {
     const u64 offset = m_lexer.offset();
     if (!parseText(name)) return false;
     if (name.isEmpty()) return fail(offset, "A page or group cannot have an empty name.");
-    for (m_lexer.skipBlanks(); m_lexer.accept("@label"); m_lexer.skipBlanks()) {
+    for (m_lexer.skipBlanks(); m_lexer.accept(noteName(Note::Label)); m_lexer.skipBlanks()) {
         m_lexer.skipBlanks();
         if (!parseTranslation(labels)) return false;
     }

@@ -67,8 +67,8 @@ private:
         m_out.append("type ").append(type.name().view());
         for (u64 i = 0; i < type.bases.size(); ++i)
             m_out.append(i == 0 ? " : " : ", ").append(type.bases[i]->name().view());
-        if (type.prototype->isAbstract()) m_out.append(" @abstract");
-        if (type.prototype->isInternal()) m_out.append(" @internal");
+        if (type.prototype->isAbstract()) m_attributes.writeNote(Note::Abstract);
+        if (type.prototype->isInternal()) m_attributes.writeNote(Note::Internal);
         m_out.append(" {");
     }
 
@@ -126,10 +126,7 @@ private:
 
     void writeTitle(const String& name, const Layout::Texts& labels) {
         writeQuoted(name.view(), m_out);
-        for (const auto& [language, text] : labels) {
-            writeQuoted(language.view(), m_out.append(" @label "));
-            writeQuoted(text.view(), m_out.append(' '));
-        }
+        m_attributes.writeTranslations(Note::Label, labels);
     }
 
     void writeNames(const Layout::Group& group) {

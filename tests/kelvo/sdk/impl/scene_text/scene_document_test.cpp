@@ -2,6 +2,7 @@
 
 #include "tests/support/random_scene.h"
 #include "tests/support/scene_text.h"
+#include "tests/support/small_stack.h"
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,75 @@ TEST(SceneDocument, Parse_OfDeepNests_FailsWithoutUsingUpTheStack) {
         text += "[Array<Array> ";
     SceneDocument document;
     EXPECT_FALSE(document.parse(String(std::string_view(text))));
+}
+
+// Pieces of text that nest: what opens and closes one, and the levels of one.
+struct Nest {
+    const char* opening;
+    const char* innermost;
+    const char* closing;
+    u64 levels;
+};
+
+String nested(const Nest& nest, u64 levels) {
+    std::string text = "kelvo scene 1\n\nnode a \"a\" {\n";
+    for (u64 level = 0; level < levels; level += nest.levels)
+        text += nest.opening;
+    text += nest.innermost;
+    for (u64 level = 0; level < levels; level += nest.levels)
+        text += nest.closing;
+    return String(std::string_view(text + "\n}\n"));
+}
+
+u64 levelsOf(const std::vector<DocAttr>* list) {
+    u64 levels = 0;
+    for (; !list->empty(); ++levels)
+        list = &list->front().members;
+    return levels;
+}
+
+TEST(SceneDocument, Parse_AsDeepAsReadersGo_TakesNoStack) {
+    for (const Nest& nest :
+         {Nest{"Object o {\n", "", "}\n", 1}, Nest{"Array<Object> o = [{\n", "", "}]\n", 2},
+          Nest{"Object o {\n", "Array<Real> x = [1]", "}\n", 1}}) {
+        const u64 depth = *nest.innermost ? 198 : 200;
+        SceneDocument admitted;
+        SceneDocument refused;
+        tests::runOnSmallStack(
+            [&] {
+                EXPECT_TRUE(admitted.parse(nested(nest, depth))) << nest.opening;
+                EXPECT_FALSE(refused.parse(nested(nest, 100'000))) << nest.opening;
+            },
+            64 * 1024);
+        EXPECT_EQ(levelsOf(&admitted.nodes.at(0).inputs), 200u) << nest.opening;
+    }
+}
+
+TEST(SceneDocument, ParseInput_TakesTheLayoutsThatScenesTake) {
+    SceneDocument document;
+    const auto list = document.parseInput("Array<Node> x = [lamp, # the first\n    desk\n]");
+    ASSERT_TRUE(list);
+    EXPECT_STREQ(SceneDocument::textOf(*list, false).buf(),
+                 "# the first\nArray<Node> x = [lamp, desk]");
+    const auto object = document.parseInput("Object shade { Real at = 1 }");
+    ASSERT_TRUE(object);
+    EXPECT_STREQ(SceneDocument::textOf(*object, false).buf(), "Object shade {\n    Real at = 1\n}");
+}
+
+TEST(SceneDocument, Pieces_OfOtherTexts_AreRefused) {
+    SceneDocument document;
+    for (const char* text :
+         {"", "Real x", "Real x = ", "Reel x = 1", "Real x = 1\nReal y = 2", "Array<Reel> x = []",
+          "Buffer<Flout> x = []", "Real x = 1 @min", "Real x = 1 @mini 0", "Real x = 1 <- a",
+          "Real x = 1 <- a.b:0", "Object x {", "Object x { output Real y }", "output Real x"})
+        EXPECT_FALSE(document.parseInput(text)) << text;
+    for (const char* text : {"1, 2", "1]", "", "1 # one"})
+        EXPECT_FALSE(document.parseElement(text, AttrType::Real)) << text;
+    for (const char* text : {"Real x", "output Real x = 1", "output Node x", "output Real"})
+        EXPECT_FALSE(document.parseOutput(text)) << text;
+    for (const char* text : {"t \"a\" {\n}", "node t \"a\" @readonly {\n}", "node t \"a b\" {\n}",
+                             "node t \"a\" {\n}\nnode t \"b\" {\n}"})
+        EXPECT_FALSE(document.parseNode(text)) << text;
 }
 
 TEST(SceneDocument, IsValue_TakesOneValueAlone) {
