@@ -29,7 +29,6 @@ using interfaces::NodeObserver;
 class Input;
 class LibInfo;
 class Output;
-class Scene;
 
 /// The one implementation of a node. The contract of its operations stands in `INode`; here stand
 /// the laws of the rooms, each room being one source file and one test.
@@ -334,8 +333,8 @@ private:
     void copyAttributes(const Node& from);
     template<typename Tell>
     void tellObservers(const Tell& tell) const;
-    template<typename Attribute>
-    void tellScene(const Attribute* attribute, void (Scene::*notify)(const Attribute*));
+    template<typename Attribute, typename Tell>
+    void tellScene(const Attribute* attribute, const Tell& tell);
 
     std::atomic<i32> m_refCount = 0;
     ds::Vector<NodeObserver*> m_observers;

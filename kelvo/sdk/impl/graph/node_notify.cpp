@@ -117,35 +117,35 @@ bool Node::isNews(const IInput& input) const {
     return false;
 }
 
-// Tells the scene of an attribute that came or went.
-template<typename Attribute>
-void Node::tellScene(const Attribute* attribute, void (Scene::*notify)(const Attribute*)) {
+// Tells the scene of an attribute that came or went, by `tell(scene, attribute)`.
+template<typename Attribute, typename Tell>
+void Node::tellScene(const Attribute* attribute, const Tell& tell) {
     markDirty();
     if (m_destroying) return;
     if (NewsHold* hold = NewsHold::current())
-        return hold->add([node = held(this), attribute = held(attribute), notify] {
-            node->tellScene(static_cast<const Attribute*>(attribute.get()), notify);
+        return hold->add([node = held(this), attribute = held(attribute), tell] {
+            node->tellScene(static_cast<const Attribute*>(attribute.get()), tell);
         });
     const NodeChangeScope scope(m_scene);
-    if (m_scene) (sceneOf(m_scene)->*notify)(attribute);
+    if (m_scene) tell(*sceneOf(m_scene), attribute);
 }
 
 void Node::onInputAdded(const IInput* input) {
     if (input->isSilent()) return markDirty();
-    tellScene(input, &Scene::notifyInputAdded);
+    tellScene(input, [](Scene& scene, const IInput* told) { scene.notifyInputAdded(told); });
 }
 
 void Node::onOutputAdded(const IOutput* output) {
-    tellScene(output, &Scene::notifyOutputAdded);
+    tellScene(output, [](Scene& scene, const IOutput* told) { scene.notifyOutputAdded(told); });
 }
 
 void Node::onInputRemoved(const IInput* input) {
     if (input->isSilent()) return markDirty();
-    tellScene(input, &Scene::notifyInputRemoved);
+    tellScene(input, [](Scene& scene, const IInput* told) { scene.notifyInputRemoved(told); });
 }
 
 void Node::onOutputRemoved(const IOutput* output) {
-    tellScene(output, &Scene::notifyOutputRemoved);
+    tellScene(output, [](Scene& scene, const IOutput* told) { scene.notifyOutputRemoved(told); });
 }
 
 // Opening the scope may set off the node's end, hence the second question in these five. The scene
