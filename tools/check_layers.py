@@ -48,6 +48,8 @@ def is_public(name):
 def fault_of_client_header(source, included):
     if is_public(included) or tree_files.roof_of(included) == FILES:
         return None
+    if {source, included} == set(tree_files.UMBRELLAS):
+        return None
     return f'"{included}" is not for clients, who get {source}'
 
 
@@ -86,7 +88,7 @@ def fault_of_subject(allowed, source, included):
 def fault_of_path(root, source, included):
     if included.startswith("/") or ".." in included.split("/") or not (root / included).is_file():
         return f'"{included}" is no path from the root'
-    if source == tree_files.UMBRELLA or tree_files.roof_of(source) == FILES:
+    if source in tree_files.UMBRELLAS or tree_files.roof_of(source) == FILES:
         return fault_of_client_header(source, included)
     own, other = tree_files.floor_of(source), tree_files.floor_of(included)
     if own is not None:
@@ -108,7 +110,7 @@ def check(root):
     for source in tree_files.files(root, *tree_files.SOURCES):
         floor = tree_files.floor_of(source)
         is_file = tree_files.roof_of(source) == FILES
-        if floor is None and source != tree_files.UMBRELLA and not tree_files.roof_of(source):
+        if floor is None and source not in tree_files.UMBRELLAS and not tree_files.roof_of(source):
             findings.append(f"{source}: stands on no floor and not on the roof")
             continue
         is_bare = floor is not None or is_file

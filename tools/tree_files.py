@@ -10,8 +10,8 @@ PUBLIC_FLOORS = 3
 # The part of the roof that is installed with the floors.
 INSTALLED = ("kelvo/files", "kelvo/plugins")
 ROOF = (*INSTALLED, "tools", "bindings", "examples", "tests", "bench", "fuzz")
-# A list of includes for clients, which belongs to no floor.
-UMBRELLA = "kelvo/kelvo.h"
+# The list of includes for clients, and its former place, which belong to no floor.
+UMBRELLAS = ("kelvo/kelvo.h", "kelvo/sdk/kelvo.h")
 SOURCES = (".h", ".cpp")
 LEFT_OUT = {".git", "build", "__pycache__"}
 
@@ -32,7 +32,7 @@ def files(root, *suffixes):
 
 def floor_of(name):
     """Returns the number of the floor a file stands on, from 1; None for the roof and the rest."""
-    folder = name.rsplit("/", 1)[0] if "/" in name else ""
+    folder = name.rsplit("/", 1)[0] if "/" in name and name not in UMBRELLAS else ""
     inside = [floor for floor in FLOORS if folder == floor or folder.startswith(floor + "/")]
     return FLOORS.index(max(inside, key=len)) + 1 if inside else None
 
@@ -44,7 +44,7 @@ def roof_of(name):
 
 def is_for_use(name):
     """Tells whether a header belongs to the library: to its floors, or to what clients get."""
-    return floor_of(name) is not None or name == UMBRELLA or roof_of(name) in INSTALLED
+    return floor_of(name) is not None or name in UMBRELLAS or roof_of(name) in INSTALLED
 
 
 def lines(root, name):

@@ -10,8 +10,9 @@ import sys
 OWN = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 FLAGS = ("-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion",
          "-Wshadow", "-Werror", "-x", "c++")
-NEEDED = ("kelvo/kelvo.h", "kelvo/sdk/library_entry.h", "kelvo/sdk/callback_table.h",
-          "kelvo/sdk/interfaces/i_node.h", "kelvo/files/scene_file.h", "kelvo/base/string.h")
+NEEDED = ("kelvo/kelvo.h", "kelvo/sdk/kelvo.h", "kelvo/sdk/library_entry.h",
+          "kelvo/sdk/callback_table.h", "kelvo/sdk/interfaces/i_node.h",
+          "kelvo/files/scene_file.h", "kelvo/base/string.h")
 
 
 def faults_of(include, header, compiler):

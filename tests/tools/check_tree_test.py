@@ -121,6 +121,9 @@ class Layers(Planted):
         ("kelvo/kelvo.h", '"kelvo/files/help.h"', None),
         ("kelvo/kelvo.h", f'"{CHIEF}"', "not for clients"),
         ("kelvo/kelvo.h", '"tools/help.h"', "not for clients"),
+        ("kelvo/sdk/kelvo.h", '"kelvo/kelvo.h"', None),
+        ("kelvo/sdk/kelvo.h", f'"{CHIEF}"', "not for clients"),
+        ("kelvo/sdk/a.h", '"kelvo/sdk/kelvo.h"', "outside the floors"),
         ("kelvo/sdk/a.h", '"kelvo/kelvo.h"', "outside the floors"),
         ("kelvo/sdk/a.h", '"kelvo/files/help.h"', "outside the floors"),
         ("tools/a.cpp", '"kelvo/kelvo.h"', None),
@@ -139,7 +142,8 @@ class Layers(Planted):
             self.write(f"{folder}/help.h", "#pragma once\n")
         for file, include, word in self.INCLUDES:
             with self.subTest(file=file, include=include):
-                self.write("kelvo/kelvo.h", "#pragma once\n")
+                for umbrella in tree_files.UMBRELLAS:
+                    self.write(umbrella, "#pragma once\n")
                 self.write(file, f"#include {include}\n")
                 if word:
                     self.expect_one("layers", file, word)
