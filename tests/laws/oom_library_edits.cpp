@@ -383,6 +383,15 @@ const std::vector<OomEdit> otherEdits = {
      [](OomWorld& w) { return w.input->reset(); }},
     {"value: reset an array with a connection", onInput("a", "e"),
      [](OomWorld& w) { return w.input->reset(); }},
+    {"text: read what can be read, and log the rest",
+     [](OomWorld& w) {
+         addTexts(w);
+         w.text = OomTexts::faulty;
+     },
+     [](OomWorld& w) {
+         const kelvo_sdk::ReadOptions options{.isPartial = true};
+         return w.scene().read(w.text, textsOf(w).source, options).gapCount > 0;
+     }},
     {"text: read what can be read",
      [](OomWorld& w) {
          addTexts(w);

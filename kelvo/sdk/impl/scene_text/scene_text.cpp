@@ -2,12 +2,29 @@
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/impl/scene_text/scene_reader.h"
 #include "kelvo/sdk/impl/scene_text/serialize.h"
 
 #include "kelvo/base/log.h"
 
+#include <new>
+
 namespace qv::kelvo_sdk {
+
+namespace {
+
+void logAll(const Diagnostics& found) {
+    for (const Diagnostic& error : found) {
+        try {
+            logError("%s", error.text().buf());
+        } catch (const std::bad_alloc&) {
+            impl::logNoMemory("Errors in a text are not told: there is no memory for it.");
+        }
+    }
+}
+
+} // namespace
 
 String Scene::text() const {
     if (!get()) return {};
@@ -29,14 +46,13 @@ ReadReport Scene::read(String text, String source, const ReadOptions& options,
     inner.maxErrors = options.maxDiagnostics;
     inner.isPartial = options.isPartial;
     inner.gapCount = &report.gapCount;
-    Diagnostics found;
+    // Once the nodes are there, telling needs no more memory.
+    Diagnostics found = diagnostics ? *diagnostics : Diagnostics();
     report.isRead = impl::readScene(impl::implOf(*get()), text.view(), inner, &found);
-    for (Diagnostic& error : found) {
-        if (diagnostics)
-            diagnostics->push_back(std::move(error));
-        else
-            logError("%s", error.text().buf());
-    }
+    if (diagnostics)
+        diagnostics->swap(found);
+    else
+        logAll(found);
     return report;
 }
 
