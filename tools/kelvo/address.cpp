@@ -1,6 +1,6 @@
 #include "tools/kelvo/address.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/path_parser.h"
 
 #include <string>
@@ -18,7 +18,7 @@ using kelvo_sdk::interfaces::IInputContainer;
 
 // The names offered have to live until the answer is made.
 String questionAbout(const String& name, const ds::Vector<String>& known) {
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const String& candidate : known)
         near.offer(candidate.view());
     return near.question();

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/check_report.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
@@ -34,7 +34,7 @@ String counted(u64 count, const char* what) {
 
 // Returns the place of a word in a list; the list's size, after telling, when it is not there.
 u64 findWord(const char* what, const String& word, const StringVector& words) {
-    NearName near(word.view());
+    SpellingSuggestion near(word.view());
     for (u64 i = 0; i < words.size(); ++i) {
         if (words[i] == word) return i;
         near.offer(words[i].view());

@@ -1,6 +1,6 @@
 #include "tools/kelvo/command_line.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 
 #include <CLI/CLI.hpp>
 
@@ -172,7 +172,7 @@ void CommandLine::tellWrongCall(const String& error) const {
 
 String CommandLine::unknownOption(const std::string& option) const {
     const std::vector<CLI::App*> asked = m_app->get_subcommands();
-    NearName near(option);
+    SpellingSuggestion near(option);
     std::vector<std::string> names;
     for (const CLI::App* app : {asked.empty() ? m_app.get() : asked[0], m_app.get()})
         for (const CLI::Option* known : app->get_options())
@@ -210,7 +210,7 @@ CLI::App* CommandLine::findCommand(std::string_view name) const {
 
 bool CommandLine::knowsCommand(std::string_view name) const {
     if (name.starts_with('-') || findCommand(name)) return true;
-    NearName near(name);
+    SpellingSuggestion near(name);
     const StringVector names = commands();
     for (const String& known : names)
         near.offer(known.view());

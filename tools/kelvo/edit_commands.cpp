@@ -1,6 +1,6 @@
 #include "tools/kelvo/edit_commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/value_setting.h"
 
@@ -61,7 +61,7 @@ std::vector<EditCommand> editCommands() {
 }
 
 bool findEditCommand(const String& name, EditCommand& command, String& error) {
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const EditCommand& known : editCommands()) {
         if (name == known.name) {
             command = known;

@@ -1,7 +1,7 @@
 // The commands that go through the history of a scene, and those of the prompt.
 #include "tools/kelvo/edit_commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 
 #include <algorithm>
 #include <array>
@@ -54,7 +54,7 @@ bool runReturn(EditSession& session, const Edit& edit, EditFault& fault) {
     const StringVector known = session.scene().checkpoints();
     if (std::ranges::find(known, name) != known.end())
         return session.scene().returnTo(name) || fault.at(0, "refused.");
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const String& candidate : known)
         near.offer(candidate.view());
     return fault.at(1, "no checkpoint '" + name + "'" + near.question());

@@ -1,7 +1,7 @@
 // The commands that make, name, convert, copy and nest nodes.
 #include "tools/kelvo/edit_commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
@@ -26,7 +26,7 @@ String questionAboutType(const Libraries& libraries, const String& type) {
     StringVector known;
     for (const INode* candidate : libraries.types())
         known.push_back(candidate->type());
-    NearName near(type.view());
+    SpellingSuggestion near(type.view());
     for (const String& candidate : known)
         near.offer(candidate.view());
     return near.question();

@@ -1,7 +1,7 @@
 // The commands that give inputs values, links and connections, and add inputs.
 #include "tools/kelvo/edit_commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/handles.h"
 #include "tools/kelvo/libraries.h"
@@ -88,7 +88,7 @@ bool findOutput(const EditSession& session, const Edit& edit, u64 word, Output& 
     StringVector known;
     for (u64 i = 0; i < node->outputCount(); ++i)
         known.push_back(node->output(i)->name());
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const String& candidate : known)
         near.offer(candidate.view());
     return fault.at(word, "no output '" + name + "' in '" + node.name() + "'" + near.question());

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/evaluation.h"
@@ -51,7 +51,7 @@ String noSuchOutput(const Node& node, const String& name) {
     StringVector names = outputs;
     for (u64 i = 0; i < node->inputCount(); ++i)
         names.push_back(node->input(i)->name());
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const String& known : names)
         near.offer(known.view());
     if (!near.best().empty()) return start + near.question();

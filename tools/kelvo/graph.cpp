@@ -8,7 +8,7 @@
 #include "tools/kelvo/graph_picture.h"
 #include "tools/kelvo/progress_line.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 
 namespace qv::kelvo_tool {
 
@@ -33,7 +33,7 @@ constexpr std::array<const char*, edgeSortCount> sortNames{"hierarchy", "links",
 bool findSorts(const StringVector& names, EdgeSorts& sorts, String& error) {
     sorts.fill(names.isEmpty());
     for (const String& name : names) {
-        NearName near(name.view());
+        SpellingSuggestion near(name.view());
         bool isKnown = false;
         for (u64 i = 0; i < edgeSortCount; ++i) {
             near.offer(sortNames[i]);

@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/help_site.h"
 #include "tools/kelvo/help_text.h"
@@ -73,7 +73,7 @@ Status tellUnknown(const String& word, const CommandLine& line, const Libraries&
     StringVector names = line.commands();
     for (const INode* type : libraries.types())
         names.push_back(type->type());
-    NearName near(word.view());
+    SpellingSuggestion near(word.view());
     for (const String& known : std::as_const(names))
         near.offer(known.view());
     const bool isNearCommand = !line.helpOf(String(near.best())).isEmpty();

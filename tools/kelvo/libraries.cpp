@@ -1,6 +1,6 @@
 #include "tools/kelvo/libraries.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/plugins/plugins.h"
 #include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/files.h"
@@ -156,7 +156,7 @@ const INode* Libraries::findType(const String& name) const {
     std::vector<String> names;
     for (const INode* type : types())
         names.push_back(type->type());
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const String& known : names)
         near.offer(known.view());
     complain("no node type '" + name + "'" + near.question());

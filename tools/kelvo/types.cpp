@@ -1,6 +1,6 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/help.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/handles.h"
@@ -32,7 +32,7 @@ bool isDefinitionText(const String& library) {
 
 // The one library asked for, null after telling that there is none.
 const NamedLibrary* findLibrary(const Libraries& libraries, const String& name) {
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const NamedLibrary& known : libraries.all()) {
         if (known.name == name) return &known;
         near.offer(known.name.view());

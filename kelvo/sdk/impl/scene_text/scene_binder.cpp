@@ -54,7 +54,7 @@ void SceneBinder::bindInputs(const TreeNode& node) {
 
 // Mostly the text has the inputs in the order of the definition.
 template<typename Holder>
-void SceneBinder::bindList(u32 first, const Holder& holder,
+void SceneBinder::bindList(u32 first, const Holder& parent,
                            const ds::Vector<interfaces::IInput*>& known) {
     u64 next = 0;
     for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
@@ -63,7 +63,7 @@ void SceneBinder::bindList(u32 first, const Holder& holder,
             return implOf(known[at])->ownName().equalsNoCase(name);
         };
         if (next >= known.size() || !isNamed(next)) {
-            const interfaces::IInput* found = holder.lookUpInput(name);
+            const interfaces::IInput* found = parent.lookUpInput(name);
             if (!found) continue;
             next = static_cast<u64>(std::ranges::find(known, found) - known.begin());
         }

@@ -22,7 +22,7 @@ private:
     [[nodiscard]] const Node* findType(u32 type);
     void bindInputs(const TreeNode& node);
     template<typename Holder>
-    void bindList(u32 first, const Holder& holder, const ds::Vector<interfaces::IInput*>& known);
+    void bindList(u32 first, const Holder& parent, const ds::Vector<interfaces::IInput*>& known);
     void bindInput(u32 index, const Input& definition);
     void addOutputs(TreeNode& node, std::vector<TreeOutput>& to);
     [[nodiscard]] u64 outputIn(const Node& definition, u32 name, u64 guess) const;

@@ -52,10 +52,10 @@ private:
     void makeInputs(const TreeNode& from, Node& node);
     template<typename Add>
     void addInputs(u32 first, const ds::Vector<interfaces::IInput*>& known, Node& node,
-                   Input* holder, const Add& add);
-    [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* holder);
-    [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* holder) const;
-    void makeMembers(const TreeInput& from, Node& node, Input& holder);
+                   Input* parent, const Add& add);
+    [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* parent);
+    [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* parent) const;
+    void makeMembers(const TreeInput& from, Node& node, Input& parent);
     void makeOutputs(const TreeNode& from, Node& node);
     void addUnheard();
     void addNodes();

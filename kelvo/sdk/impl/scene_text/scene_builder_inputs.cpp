@@ -54,20 +54,20 @@ void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
     }
 }
 
-void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& holder) {
+void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent) {
     const bool isFilled =
         from.definition && !from.isOwn && from.definition->type() == AttrType::Object;
     const auto& known = isFilled ? from.definition->members() : noInputs;
     if (from.memberCount == 0 && known.empty()) return;
-    holder.extras().members.reserve(from.memberCount);
-    addInputs(from.firstMember, known, node, &holder,
-              [&](RefersTo<Input> input) { holder.adoptMember(input.detach()); });
+    parent.extras().members.reserve(from.memberCount);
+    addInputs(from.firstMember, known, node, &parent,
+              [&](RefersTo<Input> input) { parent.adoptMember(input.detach()); });
 }
 
 // Adds the inputs of a list of the text, with those of the definition that it leaves out at their
 // places among them.
 template<typename Add>
-void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& node, Input* holder,
+void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& node, Input* parent,
                              const Add& add) {
     std::vector<bool> isGiven(known.size());
     for (u32 i = known.empty() ? noTreeIndex : first; i != noTreeIndex;
@@ -79,7 +79,7 @@ void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& 
         for (; next < end; ++next) {
             if (isGiven[next]) continue;
             const auto& definition = implOf(*known[next]);
-            auto copy = RefersTo<Input>::adopt(implOf(definition.clone(&node, holder)));
+            auto copy = RefersTo<Input>::adopt(implOf(definition.clone(&node, parent)));
             markLeftOut(*copy);
             add(std::move(copy));
         }
@@ -87,19 +87,19 @@ void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& 
     for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
         const u32 place = m_tree.inputs[i].definitionIndex;
         if (!known.empty() && place != noTreeIndex) addUpTo(place);
-        add(makeInput(i, node, holder));
+        add(makeInput(i, node, parent));
     }
     addUpTo(known.size());
 }
 
-RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
+RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* parent) {
     TreeInput& from = m_tree.inputs[index];
-    const bool isElement = holder && holder->type() == AttrType::Array;
+    const bool isElement = parent && parent->type() == AttrType::Array;
     String name = isElement ? String() : m_tree.names.text(from.name);
-    AttrData data = dataOf(from, holder);
+    AttrData data = dataOf(from, parent);
     TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
     from.unchecked = markOf(data, extras);
-    auto input = RefersTo<Input>::adopt(new Input(&node, holder, std::move(name), std::move(data)));
+    auto input = RefersTo<Input>::adopt(new Input(&node, parent, std::move(name), std::move(data)));
     m_inputs[index] = input.get();
     if (extras && extras->stashed) input->replaceStash(std::move(extras->stash));
     if (from.type == AttrType::Array || from.type == AttrType::Object)
@@ -107,14 +107,14 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* holder) {
     return input;
 }
 
-AttrData SceneBuilder::dataOf(TreeInput& from, const Input* holder) const {
+AttrData SceneBuilder::dataOf(TreeInput& from, const Input* parent) const {
     const Input* definition = m_tree.takesNotes(from) ? from.definition : nullptr;
     AttrData data(from.type);
     data.elementType = from.elementType;
     data.dataType = from.boundType;
-    if (holder && holder->type() == AttrType::Array) data.dataType = holder->declaredType();
+    if (parent && parent->type() == AttrType::Array) data.dataType = parent->declaredType();
     data.silent =
-        isSilent(from.silent, definition ? definition->isSilent() : holder && holder->isSilent());
+        isSilent(from.silent, definition ? definition->isSilent() : parent && parent->isSilent());
     data.readOnly = from.readOnly || (definition && definition->hasReadOnlyMark());
     // A node's is looked at again when links are made.
     if (from.type == AttrType::Node)

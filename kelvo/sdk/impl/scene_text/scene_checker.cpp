@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_checker.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 #include "kelvo/sdk/interfaces/i_node.h"
@@ -137,7 +137,7 @@ u32 SceneChecker::outputOf(u32 node, u32 name, u32 ordinal) const {
 String SceneChecker::unknownNode(u32 name) const {
     if (!m_errors.wantsMessage()) return {};
     const String& wanted = m_tree.names.text(name);
-    NearName near(wanted.view());
+    SpellingSuggestion near(wanted.view());
     for (u32 i = 0; i < std::min<u64>(m_tree.nodes.size(), kMostCandidates); ++i)
         if (m_tree.nodes[i].name != noTreeIndex) near.offer(m_tree.nodeName(i).view());
     // The nodes' own texts outlive the handles on them.
@@ -151,7 +151,7 @@ String SceneChecker::unknownOutput(const TreeConnection& connection, const INode
     if (!m_errors.wantsMessage()) return {};
     String wanted = m_tree.names.text(connection.sourceOutput);
     if (connection.ordinal > 1) wanted = String::format("%s:%u", wanted.buf(), connection.ordinal);
-    NearName near(connection.ordinal > 1 ? std::string_view() : wanted.view());
+    SpellingSuggestion near(connection.ordinal > 1 ? std::string_view() : wanted.view());
     const u32 node = m_tree.findNode(connection.sourceNode);
     if (node != noTreeIndex) {
         const TreeNode& owner = m_tree.nodes[node];
@@ -173,19 +173,19 @@ String SceneChecker::inputPath(const TreeConnection& connection) const {
     if (m_tree.nodes[connection.node].name != noTreeIndex)
         path.append(m_tree.nodeName(connection.node).view());
     u32 at = m_tree.nodes[connection.node].firstInput;
-    AttrType holder = AttrType::Object;
+    AttrType parent = AttrType::Object;
     while (at != noTreeIndex && at <= connection.input) {
         u64 position = 0;
         for (u32 next = m_tree.inputs[at].nextSibling; next <= connection.input; ++position) {
             at = next;
             next = m_tree.inputs[at].nextSibling;
         }
-        if (holder == AttrType::Array)
+        if (parent == AttrType::Array)
             path.append('[').appendUInt(position).append(']');
         else
             path.append(path.isEmpty() ? "" : ".")
                 .append(m_tree.names.text(m_tree.inputs[at].name).view());
-        holder = m_tree.inputs[at].type;
+        parent = m_tree.inputs[at].type;
         if (at == connection.input) break;
         at = m_tree.inputs[at].firstMember;
     }

@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 
 #include <algorithm>
 #include <tuple>

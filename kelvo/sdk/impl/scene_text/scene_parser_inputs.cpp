@@ -1,4 +1,4 @@
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kNameRule = "a name (a letter or '_', then letters, digits and '_')";
 
 String unknownKind(std::string_view word, std::span<const std::string_view> words) {
-    NearName near(word);
+    SpellingSuggestion near(word);
     for (u32 type = 0; type < attrTypeCount; ++type)
         near.offer(attrTypeName(static_cast<AttrType>(type)));
     near.offer("output");
@@ -24,7 +24,7 @@ String unknownKind(std::string_view word, std::span<const std::string_view> word
 }
 
 String unknownDataType(std::string_view word) {
-    NearName near(word);
+    SpellingSuggestion near(word);
     for (u32 type = 0; type < dataTypeCount; ++type)
         near.offer(dataTypeName(static_cast<DataType>(type)));
     return "Unknown element type '" + String(word) + "'" + near.question();

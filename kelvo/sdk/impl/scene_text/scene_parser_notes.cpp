@@ -1,4 +1,4 @@
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 #include "kelvo/sdk/impl/value/value_refusal.h"
 
@@ -82,7 +82,7 @@ const NoteRule* SceneParser::takeNote() {
     const u64 length = 1 + m_lexer.identifier().size();
     const std::string_view word = m_lexer.text().substr(offset, length);
     if (const NoteRule* rule = findInputNote(word)) return rule;
-    NearName near(word);
+    SpellingSuggestion near(word);
     for (const NoteRule& rule : noteRules())
         if (rule.onInputs) near.offer(rule.name);
     fail(offset, "Unknown annotation '" + String(word) + "'" + near.question());

@@ -76,8 +76,10 @@ SceneWriter::SceneWriter(const SceneComments& comments, StringIO& out)
 
 void SceneWriter::writeNode(const INode& node) {
     const Node* definition = m_scene ? m_scene->findType(node.type()) : nullptr;
-    const LeftOut inputs = definition ? LeftOut::inputs(node, *definition) : LeftOut();
-    const LeftOut outputs = definition ? LeftOut::outputs(node, *definition) : LeftOut();
+    const OmittedAttributes inputs =
+        definition ? OmittedAttributes::inputs(node, *definition) : OmittedAttributes();
+    const OmittedAttributes outputs =
+        definition ? OmittedAttributes::outputs(node, *definition) : OmittedAttributes();
     const Comments* comments = commentsOf(node);
     const bool isOwn = definition
                            ? inputs.isOwn() || outputs.isOwn() || hasOwnHead(node, *definition)
@@ -112,25 +114,27 @@ void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOw
     m_out.append(" {");
 }
 
-void SceneWriter::writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
+void SceneWriter::writeInputs(const INode& node, const OmittedAttributes& omitted,
+                              UnreadPlaces& unread) {
     Repeats<Input> repeats;
     for (u64 i = 0; i < node.inputCount(); ++i) {
         const auto& input = implOf(*node.input(i));
         const bool isAgain = repeats.add(input);
         unread.takeBefore(input.ownName(), input.type(), false,
                           [this](const UnreadLines& lines) { writeUnread(lines, 1); });
-        if (!leftOut.has(i)) writeInput(input, 1, isAgain, leftOut.inputDefinition(i));
+        if (!omitted.has(i)) writeInput(input, 1, isAgain, omitted.inputDefinition(i));
     }
 }
 
-void SceneWriter::writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread) {
+void SceneWriter::writeOutputs(const INode& node, const OmittedAttributes& omitted,
+                               UnreadPlaces& unread) {
     Repeats<Output> repeats;
     for (u64 i = 0; i < node.outputCount(); ++i) {
         const auto& output = implOf(*node.output(i));
         const bool isAgain = repeats.add(output);
         unread.takeBefore(output.ownName(), output.type(), true,
                           [this](const UnreadLines& lines) { writeUnread(lines, 1); });
-        if (!leftOut.has(i)) writeOutput(output, isAgain);
+        if (!omitted.has(i)) writeOutput(output, isAgain);
     }
 }
 

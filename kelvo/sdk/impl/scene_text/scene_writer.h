@@ -2,7 +2,7 @@
 
 #include "kelvo/base/string_io.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
-#include "kelvo/sdk/impl/scene_text/left_out.h"
+#include "kelvo/sdk/impl/scene_text/omitted_attributes.h"
 #include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/scene_text/unread_places.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
@@ -63,8 +63,8 @@ private:
     // ---- Nodes -----------------------------------------------------------------------------
 
     void writeHead(const INode& node, const Node* definition, bool isOwn);
-    void writeInputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread);
-    void writeOutputs(const INode& node, const LeftOut& leftOut, UnreadPlaces& unread);
+    void writeInputs(const INode& node, const OmittedAttributes& omitted, UnreadPlaces& unread);
+    void writeOutputs(const INode& node, const OmittedAttributes& omitted, UnreadPlaces& unread);
     template<typename Thing>
     [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
         return m_comments ? m_comments->find(&thing) : nullptr;
@@ -84,7 +84,7 @@ private:
         const Input* definition = nullptr;
         const Comments* comments = nullptr;
         // Null where nothing is left out.
-        std::unique_ptr<const LeftOut> leftOut = nullptr;
+        std::unique_ptr<const OmittedAttributes> omitted = nullptr;
         // Null where there are none.
         std::unique_ptr<UnreadPlaces> unread = nullptr;
         u64 next = 0;
@@ -94,8 +94,8 @@ private:
     void beginAttribute(Part& part);
     void beginElement(const Part& part);
     void goOn();
-    void beginNext(Part& holder, u64 index);
-    void endList(const Part& holder);
+    void beginNext(Part& parent, u64 index);
+    void endList(const Part& parent);
     void end(const Part& part);
     [[nodiscard]] bool isUnchanged(const Input& input);
     void writeKind(const Input& input);

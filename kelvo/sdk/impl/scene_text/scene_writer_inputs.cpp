@@ -82,11 +82,13 @@ void SceneWriter::begin(Part part) {
 void SceneWriter::beginAttribute(Part& part) {
     const Input& input = *part.input;
     if (part.definition) {
-        auto members = input.type() == AttrType::Object ? LeftOut::members(input, *part.definition)
-                                                        : LeftOut();
+        auto members = input.type() == AttrType::Object
+                           ? OmittedAttributes::members(input, *part.definition)
+                           : OmittedAttributes();
         part.isOwn = members.isOwn() || lacksNotes(input, *part.definition);
         if (input.type() == AttrType::Object)
-            part.leftOut = std::make_unique<LeftOut>(part.isOwn ? members.none() : members);
+            part.omitted =
+                std::make_unique<OmittedAttributes>(part.isOwn ? members.none() : members);
     } else {
         part.isOwn = part.comments && part.comments->isOwn;
     }
@@ -138,42 +140,42 @@ void SceneWriter::beginElement(const Part& part) {
 
 // Goes on with the innermost input that is being written.
 void SceneWriter::goOn() {
-    Part& holder = m_open.back();
-    const u64 index = holder.next++;
-    if (index < holder.input->members().size()) return beginNext(holder, index);
-    const Part done = std::move(holder);
+    Part& parent = m_open.back();
+    const u64 index = parent.next++;
+    if (index < parent.input->members().size()) return beginNext(parent, index);
+    const Part done = std::move(parent);
     m_open.pop_back();
     endList(done);
     end(done);
 }
 
-void SceneWriter::beginNext(Part& holder, u64 index) {
-    const auto& next = implOf(*holder.input->members()[index]);
-    if (holder.input->type() == AttrType::Array) {
+void SceneWriter::beginNext(Part& parent, u64 index) {
+    const auto& next = implOf(*parent.input->members()[index]);
+    if (parent.input->type() == AttrType::Array) {
         if (index != 0) m_out.append(", ");
-        return begin({.input = &next, .depth = holder.depth, .isElement = true});
+        return begin({.input = &next, .depth = parent.depth, .isElement = true});
     }
-    const u32 depth = holder.depth + 1;
-    if (holder.unread)
-        holder.unread->takeBefore(next.ownName(), next.type(), false,
+    const u32 depth = parent.depth + 1;
+    if (parent.unread)
+        parent.unread->takeBefore(next.ownName(), next.type(), false,
                                   [&](const UnreadLines& lines) { writeUnread(lines, depth); });
-    const LeftOut* leftOut = holder.leftOut.get();
-    if (leftOut && leftOut->has(index)) return;
+    const OmittedAttributes* omitted = parent.omitted.get();
+    if (omitted && omitted->has(index)) return;
     begin({.input = &next,
            .depth = depth,
-           .definition = leftOut ? leftOut->inputDefinition(index) : nullptr});
+           .definition = omitted ? omitted->inputDefinition(index) : nullptr});
 }
 
-void SceneWriter::endList(const Part& holder) {
-    if (holder.input->type() == AttrType::Array) {
+void SceneWriter::endList(const Part& parent) {
+    if (parent.input->type() == AttrType::Array) {
         m_out.append(']');
         return;
     }
-    const u32 depth = holder.depth + 1;
-    if (holder.unread)
-        holder.unread->takeRest([&](const UnreadLines& lines) { writeUnread(lines, depth); });
-    if (holder.comments) writeLines(holder.comments->inner, depth);
-    indent(holder.depth);
+    const u32 depth = parent.depth + 1;
+    if (parent.unread)
+        parent.unread->takeRest([&](const UnreadLines& lines) { writeUnread(lines, depth); });
+    if (parent.comments) writeLines(parent.comments->inner, depth);
+    indent(parent.depth);
     m_out.append('}');
 }
 
@@ -270,14 +272,14 @@ u32 SceneWriter::ordinalOf(const Output& output) {
 void SceneWriter::writeNotes(const Part& part) {
     const Input& input = *part.input;
     const bool areKnown = part.definition && !part.isOwn && haveSameNotes(input, *part.definition);
-    const auto* holder = implOf(input.parent());
-    const bool isElement = holder && holder->type() == AttrType::Array;
+    const auto* parent = implOf(input.parent());
+    const bool isElement = parent && parent->type() == AttrType::Array;
     const DataType declared = knownType(input.declaredType());
     if (!areKnown && declared != DataType::Null && !isElement)
         writeNote(Note::Type).append(' ').append(dataTypeName(declared));
     const Value* stashed = input.isModified() ? nullptr : input.stashed();
     if (stashed) writeNoteValue(Note::Stashed, *stashed, input);
-    if (!areKnown && input.isSilent() != (holder && holder->isSilent()))
+    if (!areKnown && input.isSilent() != (parent && parent->isSilent()))
         writeNote(input.isSilent() ? Note::Silent : Note::Announced);
     if (!areKnown && input.hasReadOnlyMark()) writeNote(Note::ReadOnly);
     const AttrDetails* details = input.details();

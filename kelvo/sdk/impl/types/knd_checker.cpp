@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/types/knd_checker.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/text/text_lexer.h"
 #include "kelvo/sdk/impl/types/knd_definition.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
@@ -104,7 +104,7 @@ KndChecker::Type KndChecker::findType(u32 name) const {
 
 String KndChecker::unknownBase(u32 name) const {
     const String& wanted = m_tree.names.text(name);
-    NearName near(wanted.view());
+    SpellingSuggestion near(wanted.view());
     for (u32 i = 0; i < m_tree.nodes.size(); ++i)
         if (m_tree.nodes[i].name != noTreeIndex) near.offer(m_tree.nodeName(i).view());
     // The prototypes' own texts outlive the handles on them.

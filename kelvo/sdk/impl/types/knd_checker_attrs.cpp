@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/types/knd_checker.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -208,7 +208,7 @@ void KndChecker::checkPages(u32 type) {
 void KndChecker::failUnknownItem(u32 type, const KndGroup::Item& item) {
     if (m_namesAreMissing || m_errors.full()) return;
     const String& wanted = m_tree.names.text(item.name);
-    NearName near(wanted.view());
+    SpellingSuggestion near(wanted.view());
     for (const Attr& input : m_attrs[type].inputs)
         near.offer(m_tree.names.text(input.name).view());
     fail(item.offset, type, "The type has no input '" + wanted + "'" + near.question());

@@ -3,7 +3,7 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
@@ -128,7 +128,7 @@ void SceneRules::checkUnknownType(Node& node) {
 const String& SceneRules::nearType(const String& type) {
     const auto [known, isNew] = m_nearTypes.try_emplace(type);
     if (!isNew) return known->second;
-    NearName near(type.view());
+    SpellingSuggestion near(type.view());
     // The names offered have to live until the answer is made.
     const StringVector names = m_scene.typeNames();
     for (u64 i = 0; i < names.size(); ++i)
@@ -181,7 +181,7 @@ const String& SceneRules::nearAttribute(const Node& definition, const Attributes
                                         const String& name) {
     const auto [place, isNew] = m_nearAttributes.try_emplace(definition.type() + "." + name);
     if (!isNew) return place->second;
-    NearName near(name.view());
+    SpellingSuggestion near(name.view());
     for (const auto* next : known)
         near.offer(nameOf(*next).view());
     return place->second = near.question();

@@ -3,7 +3,7 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/value/value_refusal.h"
@@ -38,7 +38,7 @@ Value bounded(const Value& value, const Value& bound, bool isMinimum) {
 
 // Returns the choice of nearly that name, Null when none is near.
 Value nearChoice(const AttrDetails& details, const Value& value) {
-    NearName near(value.asString().view());
+    SpellingSuggestion near(value.asString().view());
     for (const Value& choice : details.choices)
         if (choice.type() == AttrType::String) near.offer(choice.asString().view());
     return near.best().empty() ? Value() : Value(String(near.best()));

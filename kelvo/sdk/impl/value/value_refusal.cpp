@@ -2,7 +2,7 @@
 
 #include "kelvo/sdk/impl/value/value_text.h"
 
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/base/string_io.h"
 
 #include <algorithm>
@@ -30,7 +30,8 @@ void writeChoices(const AttrDetails& details, const Value& value, StringIO& out)
     for (u64 i = 0; i < std::min(count, kMostChoices); ++i)
         writeValue(details.choices[i], out.append(i == 0 ? " " : ", "));
     if (count > kMostChoices) out.append(" and ").appendUInt(count - kMostChoices).append(" more");
-    NearName near(value.type() == AttrType::String ? value.asString().view() : std::string_view());
+    SpellingSuggestion near(value.type() == AttrType::String ? value.asString().view()
+                                                             : std::string_view());
     for (const Value& choice : details.choices)
         if (choice.type() == AttrType::String) near.offer(choice.asString().view());
     out.append(near.question().view());

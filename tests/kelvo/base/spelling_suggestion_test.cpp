@@ -1,4 +1,4 @@
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 
 #include <gtest/gtest.h>
 
@@ -13,10 +13,10 @@ struct NearCase {
     const char* note;
 };
 
-class NearNameOfKinds : public testing::TestWithParam<NearCase> {};
+class SpellingSuggestionOfKinds : public testing::TestWithParam<NearCase> {};
 
-TEST_P(NearNameOfKinds, Best) {
-    NearName near(GetParam().wanted);
+TEST_P(SpellingSuggestionOfKinds, Best) {
+    SpellingSuggestion near(GetParam().wanted);
     for (const char* known : {"Real", "Rgba", "Array", "Buffer", "children", "x"})
         near.offer(known);
     EXPECT_EQ(near.best(), GetParam().expected) << GetParam().note;
@@ -38,39 +38,39 @@ const NearCase kNear[] = {
     {"X", "x", "but for its case"},
     {"", "", "nothing is like nothing"},
 };
-INSTANTIATE_TEST_SUITE_P(Table, NearNameOfKinds, testing::ValuesIn(kNear));
+INSTANTIATE_TEST_SUITE_P(Table, SpellingSuggestionOfKinds, testing::ValuesIn(kNear));
 
-TEST(NearName, Best_OfEquallyNearNames_IsTheFirst) {
-    NearName near("lamp");
+TEST(SpellingSuggestion, Best_OfEquallyNearNames_IsTheFirst) {
+    SpellingSuggestion near("lamp");
     near.offer("lump");
     near.offer("limp");
     EXPECT_EQ(near.best(), "lump");
 }
 
-TEST(NearName, Offer_ANearerNameLater_Wins) {
-    NearName near("children");
+TEST(SpellingSuggestion, Offer_ANearerNameLater_Wins) {
+    SpellingSuggestion near("children");
     near.offer("chiidrem");
     near.offer("childrem");
     EXPECT_EQ(near.best(), "childrem");
 }
 
-TEST(NearName, Question_EndsTheSentence) {
-    NearName near("Reel");
+TEST(SpellingSuggestion, Question_EndsTheSentence) {
+    SpellingSuggestion near("Reel");
     EXPECT_EQ(near.question().view(), ".");
     near.offer("Real");
     EXPECT_EQ(near.question().view(), ": did you mean 'Real'?");
 }
 
-TEST(NearName, Offer_NamesOfAnyLength_AreSafe) {
+TEST(SpellingSuggestion, Offer_NamesOfAnyLength_AreSafe) {
     const std::string wanted(64, 'a');
-    NearName near(wanted);
+    SpellingSuggestion near(wanted);
     near.offer(std::string(65, 'a'));
     EXPECT_EQ(near.best(), "");
     const std::string known = std::string(63, 'a') + "b";
     near.offer(known);
     EXPECT_EQ(near.best(), known);
     const std::string endless(1000, 'a');
-    NearName longer(endless);
+    SpellingSuggestion longer(endless);
     longer.offer(endless);
     EXPECT_EQ(longer.best(), "");
 }

@@ -1,4 +1,4 @@
-#include "kelvo/base/near_name.h"
+#include "kelvo/base/spelling_suggestion.h"
 
 #include "kelvo/base/ascii.h"
 
@@ -44,13 +44,13 @@ u64 distance(std::string_view a, std::string_view b, u64 limit) noexcept {
 } // namespace
 
 // One edit in short names, two in longer ones: more would be guessing.
-NearName::NearName(std::string_view wanted) noexcept
+SpellingSuggestion::SpellingSuggestion(std::string_view wanted) noexcept
     : m_wanted(wanted),
       m_limit(wanted.size() < 3   ? 1
               : wanted.size() < 8 ? 2
                                   : 3) {}
 
-void NearName::offer(std::string_view known) noexcept {
+void SpellingSuggestion::offer(std::string_view known) noexcept {
     if (m_limit == 0 || m_wanted.empty() || m_wanted.size() > longest || known.size() > longest)
         return;
     const u64 longer = std::max(known.size(), m_wanted.size());
@@ -61,7 +61,7 @@ void NearName::offer(std::string_view known) noexcept {
     m_best = known;
 }
 
-String NearName::question() const {
+String SpellingSuggestion::question() const {
     if (m_best.empty()) return ".";
     return ": did you mean '" + String(m_best) + "'?";
 }

@@ -13,17 +13,17 @@ class Node;
 
 /// Which attributes of a list scene text leaves to the list's definition: those that were left out
 /// when it was read, are as defined still, and come back at their places when it is read again.
-class LeftOut {
+class OmittedAttributes {
 public:
     /// Of a list without a definition.
-    LeftOut() = default;
-    static LeftOut inputs(const interfaces::INode& node, const Node& definition);
-    static LeftOut outputs(const interfaces::INode& node, const Node& definition);
+    OmittedAttributes() = default;
+    static OmittedAttributes inputs(const interfaces::INode& node, const Node& definition);
+    static OmittedAttributes outputs(const interfaces::INode& node, const Node& definition);
     /// Needs two objects.
-    static LeftOut members(const Input& object, const Input& definition);
+    static OmittedAttributes members(const Input& object, const Input& definition);
 
     [[nodiscard]] bool has(u64 index) const {
-        return index < m_isLeftOut.size() && m_isLeftOut[index];
+        return index < m_isOmitted.size() && m_isOmitted[index];
     }
     /// Returns what defines an input of the list, which is of its name and kind; null for none.
     [[nodiscard]] const Input* inputDefinition(u64 index) const {
@@ -33,7 +33,7 @@ public:
     /// written.
     [[nodiscard]] bool isOwn() const noexcept { return m_isOwn; }
     /// Returns the same with nothing left out.
-    [[nodiscard]] LeftOut none() const;
+    [[nodiscard]] OmittedAttributes none() const;
 
 private:
     template<typename Attribute, typename List>
@@ -42,7 +42,7 @@ private:
     [[nodiscard]] std::vector<u64> placesIn(const List& known, const List& list);
     void keepOrder(const std::vector<u64>& places);
 
-    std::vector<bool> m_isLeftOut;
+    std::vector<bool> m_isOmitted;
     std::vector<const Input*> m_inputs;
     bool m_isOwn = false;
 };

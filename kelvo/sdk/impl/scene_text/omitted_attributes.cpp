@@ -1,4 +1,4 @@
-#include "kelvo/sdk/impl/scene_text/left_out.h"
+#include "kelvo/sdk/impl/scene_text/omitted_attributes.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -56,44 +56,45 @@ bool haveSameNotes(const Input& input, const Input& definition) noexcept {
            input.declaredType() == definition.declaredType();
 }
 
-LeftOut LeftOut::inputs(const interfaces::INode& node, const Node& definition) {
-    LeftOut made;
+OmittedAttributes OmittedAttributes::inputs(const interfaces::INode& node, const Node& definition) {
+    OmittedAttributes made;
     made.compare<Input>(implOf(node).inputs(), definition.inputs());
     return made;
 }
 
-LeftOut LeftOut::outputs(const interfaces::INode& node, const Node& definition) {
-    LeftOut made;
+OmittedAttributes OmittedAttributes::outputs(const interfaces::INode& node,
+                                             const Node& definition) {
+    OmittedAttributes made;
     made.compare<Output>(implOf(node).outputs(), definition.outputs());
     return made;
 }
 
-LeftOut LeftOut::members(const Input& object, const Input& definition) {
-    LeftOut made;
+OmittedAttributes OmittedAttributes::members(const Input& object, const Input& definition) {
+    OmittedAttributes made;
     made.compare<Input>(object.members(), definition.members());
     return made;
 }
 
-LeftOut LeftOut::none() const {
-    LeftOut made(*this);
-    made.m_isLeftOut.clear();
+OmittedAttributes OmittedAttributes::none() const {
+    OmittedAttributes made(*this);
+    made.m_isOmitted.clear();
     return made;
 }
 
 template<typename Attribute, typename List>
-void LeftOut::compare(const List& list, const List& known) {
+void OmittedAttributes::compare(const List& list, const List& known) {
     const std::vector<u64> places = placesIn<Attribute>(known, list);
     // Of several that share a name none is left out: the others would stand for it.
     std::vector<u8> uses(known.size());
     for (const u64 place : places)
         if (place != noIndex && uses[place] < 2) ++uses[place];
-    m_isLeftOut.resize(list.size());
+    m_isOmitted.resize(list.size());
     if constexpr (std::is_same_v<Attribute, Input>) m_inputs.resize(list.size());
     for (u64 i = 0; i < list.size(); ++i) {
         if (places[i] == noIndex) continue;
         const auto& attribute = static_cast<const Attribute&>(*list[i]);
         const auto& definition = static_cast<const Attribute&>(*known[places[i]]);
-        m_isLeftOut[i] =
+        m_isOmitted[i] =
             attribute.isLeftOut() && uses[places[i]] == 1 && isAsDefined(attribute, definition);
         if constexpr (std::is_same_v<Attribute, Input>)
             if (isOfKind(attribute, definition)) m_inputs[i] = &definition;
@@ -103,7 +104,7 @@ void LeftOut::compare(const List& list, const List& known) {
 
 // Mostly both have the same order. Returns `noIndex` for what is not known.
 template<typename Attribute, typename List>
-std::vector<u64> LeftOut::placesIn(const List& known, const List& list) {
+std::vector<u64> OmittedAttributes::placesIn(const List& known, const List& list) {
     std::vector<u64> places(list.size(), noIndex);
     std::vector<bool> isMet(known.size());
     u64 next = 0;
@@ -127,18 +128,18 @@ std::vector<u64> LeftOut::placesIn(const List& known, const List& list) {
 // When the text is read, what it leaves out comes back in front of the first thing written that is
 // behind it in the definition, else at the end. Anything that would change its place by this is
 // written.
-void LeftOut::keepOrder(const std::vector<u64>& places) {
+void OmittedAttributes::keepOrder(const std::vector<u64>& places) {
     u64 before = 0;
     for (u64 i = 0; i < places.size(); ++i) {
         if (places[i] == noIndex) continue;
-        if (places[i] < before) m_isLeftOut[i] = false;
+        if (places[i] < before) m_isOmitted[i] = false;
         before = std::max(before, places[i]);
     }
     // Nothing comes back in front of what the definition does not know.
     u64 nextWritten = noIndex;
     for (u64 i = places.size(); i-- > 0;) {
-        if (places[i] == noIndex || places[i] >= nextWritten) m_isLeftOut[i] = false;
-        if (!m_isLeftOut[i]) nextWritten = places[i] != noIndex ? places[i] : 0;
+        if (places[i] == noIndex || places[i] >= nextWritten) m_isOmitted[i] = false;
+        if (!m_isOmitted[i]) nextWritten = places[i] != noIndex ? places[i] : 0;
     }
 }
 

@@ -1,6 +1,6 @@
 // Attributes that scene text leaves to the definition, read and written again.
 
-#include "kelvo/sdk/impl/scene_text/left_out.h"
+#include "kelvo/sdk/impl/scene_text/omitted_attributes.h"
 
 #include "kelvo/sdk/lib_info.h"
 #include "tests/support/library_text.h"
@@ -152,7 +152,7 @@ const SameCase kSame[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Table, LeftOutSame, testing::ValuesIn(kSame));
 
-TEST(LeftOut, TextOfSomeInputsInAnyOrder_IsTheSame) {
+TEST(OmittedAttributes, TextOfSomeInputsInAnyOrder_IsTheSame) {
     const std::vector<std::string> lines{"Bool visible = false", "Real power = 5",
                                          "String mode = \"b\"",  "Node target = null",
                                          "Real locked = 1",      "Int extra = 1"};
@@ -168,20 +168,20 @@ TEST(LeftOut, TextOfSomeInputsInAnyOrder_IsTheSame) {
     } while (std::ranges::next_permutation(order).found);
 }
 
-TEST(LeftOut, WhatTextLeavesOut_IsAsDefinedAndAtItsPlace) {
+TEST(OmittedAttributes, WhatTextLeavesOut_IsAsDefinedAndAtItsPlace) {
     EXPECT_EQ(NodeDump::of(sceneOf(lampText(""))), kWhole);
     EXPECT_EQ(NodeDump::of(sceneOf(lampText("String mode = \"a\"\noutput Rgba color"))), kWhole);
     EXPECT_EQ(NodeDump::of(sceneOf(lampText("Object shadow {\n    Object fine {\n    }\n}"))),
               kWhole);
 }
 
-TEST(LeftOut, TextWithoutValues_StartsAtTheDefaults) {
+TEST(OmittedAttributes, TextWithoutValues_StartsAtTheDefaults) {
     const std::string lines = "Bool visible\nReal power\nString mode\nBuffer points\nNode target\n"
                               "Object shadow {\n}\nReal locked";
     EXPECT_EQ(NodeDump::of(sceneOf(lampText(lines))), kWhole);
 }
 
-TEST(LeftOut, NodeMadeByType_IsWrittenWithoutNotesAndComesBack) {
+TEST(OmittedAttributes, NodeMadeByType_IsWrittenWithoutNotesAndComesBack) {
     const auto scene = bareScene();
     scene.createNode("lamp", "n");
     EXPECT_EQ(NodeDump::of(scene), kWhole);
@@ -255,7 +255,7 @@ INSTANTIATE_TEST_SUITE_P(Table, LeftOutEdited, testing::ValuesIn(kEdits));
 
 // ---- Connections ----------------------------------------------------------------------------
 
-TEST(LeftOut, ConnectionsToLeftOutOutputs_AreMade) {
+TEST(OmittedAttributes, ConnectionsToLeftOutOutputs_AreMade) {
     const std::string text =
         "kelvo scene 1\n\nnode lamp \"n\" {\n    Real power = 5 <- s.watts\n}\n"
         "node socket \"s\" {\n}\n";
@@ -264,14 +264,14 @@ TEST(LeftOut, ConnectionsToLeftOutOutputs_AreMade) {
     EXPECT_EQ(textThatStands(scene), text);
 }
 
-TEST(LeftOut, ConnectionToAnOwnNodesMissingOutput_IsAnError) {
+TEST(OmittedAttributes, ConnectionToAnOwnNodesMissingOutput_IsAnError) {
     EXPECT_EQ(errorsOf("node lamp \"n\" {\n    Real power <- s.watts\n}\n"
                        "node socket \"s\" @own {\n}\n",
                        bareScene()),
               "2:19: in 'n': The node 's' has no output 'watts'.");
 }
 
-TEST(LeftOut, LeftOutInputThatIsConnected_IsWritten) {
+TEST(OmittedAttributes, LeftOutInputThatIsConnected_IsWritten) {
     const auto scene = sceneOf("node lamp \"n\" {\n}\nnode socket \"s\" {\n}\n");
     scene["n"]["power"].connect(scene["s"].output("watts"));
     scene["n"]["target"].set(scene["s"].get());

@@ -9,9 +9,9 @@ namespace qv {
 
 /// Looks for the known name that a wrong one was probably meant to be: few letters left out, added,
 /// exchanged or in the other case.
-class QV_EXPORT NearName {
+class QV_EXPORT SpellingSuggestion {
 public:
-    explicit NearName(std::string_view wanted) noexcept;
+    explicit SpellingSuggestion(std::string_view wanted) noexcept;
 
     /// Takes a known name into account; of equally near ones the first wins.
     void offer(std::string_view known) noexcept;
