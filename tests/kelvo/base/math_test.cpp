@@ -93,6 +93,13 @@ TEST(Math, Translation_StandsInTheLastRow) {
     EXPECT_EQ((Pos3d{1, 1, 1} * matrix), (Pos3d{1, 3.5, 1}));
 }
 
+// Worked out by the compiler, which takes no step beyond an array.
+TEST(Math, Products_StayInTheirBounds) {
+    constexpr Mat4d twice = Mat4d::translation({1, 2, 3}) * Mat4d::translation({1, 2, 3});
+    constexpr Pos3d moved = Pos3d{1, 1, 1} * twice;
+    EXPECT_EQ(moved, (Pos3d{3, 5, 7}));
+}
+
 TEST(Math, Product_DoesTheLeftMatrixFirst) {
     Mat4d scale = Mat4d::identity;
     scale[0][0] = 2;
