@@ -240,7 +240,7 @@ void NodeConverter::moveComments() const {
     for (UnreadLines& lines : file.unread)
         if (lines.node == &m_from) lines.node = &m_to;
     moved.setFile(std::move(file));
-    // The removal makes room for what comes.
+    comments.reserveFor(moved);
     comments.remove(static_cast<const INode*>(&m_from));
     comments.merge(std::move(moved));
 }

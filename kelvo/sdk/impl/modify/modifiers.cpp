@@ -132,9 +132,10 @@ private:
 void Modifiers::watch(Node& node) {
     try {
         if (modifierListOf(node)) m_nodes.insert(&node);
-        if (!has(node)) return;
-        m_scene.followers().join(*this);
-        enqueue(node);
+        if (has(node)) {
+            m_scene.followers().join(*this);
+            enqueue(node);
+        }
     } catch (const std::bad_alloc&) {
         return fallBehind();
     }

@@ -45,6 +45,16 @@ node mesh "desk" {
 }
 )";
 
+TEST(SceneRead, Diagnostics_AreAppended) {
+    const auto scene = kelvo_sdk::Scene::create();
+    Diagnostics found;
+    EXPECT_FALSE(scene.read("kelvo scene 1\nfirst", "a.kns", &found));
+    EXPECT_FALSE(scene.read("kelvo scene 1\nsecond", "b.kns", &found));
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_EQ(found[0].source, "a.kns");
+    EXPECT_EQ(found[1].source, "b.kns");
+}
+
 class SceneReaderTest : public testing::Test {
 protected:
     bool read(std::string_view text) {
