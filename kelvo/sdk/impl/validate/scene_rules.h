@@ -52,7 +52,7 @@ enum class Rule : u32 {
 ///     Hierarchy  scene_rules_hierarchy.cpp  children
 class SceneRules {
 public:
-    /// Borrows both.
+    /// Borrows both arguments.
     SceneRules(Scene& scene, const ValidationOptions& options)
         : m_scene(scene), m_options(options) {}
 
@@ -101,13 +101,13 @@ private:
     Scene& m_scene;
     const ValidationOptions& m_options;
     Findings m_findings;
-    // ": did you mean 'name'?", or ".", by unknown type.
+    // By unknown type: ": did you mean 'name'?", or ".".
     std::unordered_map<String, String> m_nearTypes;
-    // The same by type and unknown attribute, as "type.name".
+    // By "type.name" of an unknown attribute, as `m_nearTypes`.
     std::unordered_map<String, String> m_nearAttributes;
 };
 
-/// Returns a fix that calls `apply`, which answers whether it did something.
+/// Returns a fix that calls `apply`, which returns whether it changed anything.
 template<typename Apply>
 [[nodiscard]] RefersTo<FindingFix> makeFix(String text, Apply apply) {
     class Made final : public FindingFix {
@@ -121,7 +121,7 @@ template<typename Apply>
     return RefersTo<FindingFix>::adopt(new Made(std::move(text), std::move(apply)));
 }
 
-/// Returns a fix that takes an element out of its array.
+/// Returns a fix that removes an element from its array.
 [[nodiscard]] RefersTo<FindingFix> removalOf(IInput& element);
 
 /// Returns "[3]".
