@@ -24,7 +24,7 @@ strstream syncstream system_error thread tuple type_traits typeindex typeinfo un
 unordered_set utility valarray variant vector version
 """.split())
 OPENS_FILES = frozenset(("filesystem", "fstream"))
-# Headers for all clients.
+# Headers for all clients, outside the floors.
 FILES = "kelvo/files"
 # Folders of the roof that may include others of it: they check or measure them.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
@@ -44,7 +44,7 @@ def is_public(name):
     return (tree_files.floor_of(name) or tree_files.PUBLIC_FLOORS + 1) <= tree_files.PUBLIC_FLOORS
 
 
-# Of what clients get: the list of includes, and the files of a scene.
+# Returns why a client header must not include a file: clients get public headers and `FILES` alone.
 def fault_of_client_header(source, included):
     if is_public(included) or tree_files.roof_of(included) == FILES:
         return None

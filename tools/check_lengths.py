@@ -10,8 +10,7 @@ MOST_LINES_OF_A_FUNCTION = 60
 MOST_LINES_OF_A_SOURCE = 500
 MOST_COLUMNS = 100
 
-# Braces do not count in comments, raw strings, strings, characters. A quote inside a number is no
-# character.
+# Braces inside comments and literals do not count. A quote inside a number starts no literal.
 HIDING = re.compile(
     r'//(?:\\\n|[^\n])*|/\*.*?\*/'
     r'|(?:\b(?:u8|[uUL]))?R"(?P<mark>[^\s()\\"]{0,16})\(.*?\)(?P=mark)"'
@@ -89,7 +88,7 @@ def functions(text):
             kind, start, parentheses = scopes.pop()
             if scopes and scopes[-1][0] != "outer":
                 continue
-            # A member initialised with braces: the statement goes on.
+            # The braces initialise a member: the statement goes on after them.
             if kind != "outer" and (parentheses or text[place + 1:].lstrip()[:1] in (",", "{")):
                 continue
             if kind == "function":

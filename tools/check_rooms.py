@@ -30,7 +30,7 @@ def laws(lines):
 
 
 def faults_of_room(root, chief, name, file, law):
-    # Its functions may need a higher subject, and stand there then.
+    # A function that needs a higher subject is defined in the folder of that subject.
     homes = [path.parent for path in sorted((root / HOME).parent.glob(f"*/{file}"))]
     source = f"{homes[0].relative_to(root).as_posix() if homes else HOME}/{file}"
     test = f"tests/{source.removesuffix('.cpp')}_test.cpp"

@@ -10,7 +10,7 @@ PUBLIC_FLOORS = 3
 # The part of the roof that is installed with the floors.
 INSTALLED = ("kelvo/files", "kelvo/plugins")
 ROOF = (*INSTALLED, "tools", "bindings", "examples", "tests", "bench", "fuzz")
-# The list of includes for clients, and its former place, which belong to no floor.
+# The umbrella header and its former place; they belong to no floor.
 UMBRELLAS = ("kelvo/kelvo.h", "kelvo/sdk/kelvo.h")
 SOURCES = (".h", ".cpp")
 LEFT_OUT = {".git", "build", "__pycache__"}

@@ -9,7 +9,7 @@
 
 namespace qv::model_import {
 
-/// Takes how far reading has come, from 0 to 1; called on the thread that imports.
+/// Receives the progress of reading, from 0 to 1; called on the importing thread.
 using Progress = std::function<void(double)>;
 
 /// Adds a model file to a scene, which stays as it was on failure; `report` then says why.

@@ -87,7 +87,7 @@ def closing(code, position):
     return len(code)
 
 
-# In what a maker yields: the text that is replaced.
+# Stands in a replacement for the replaced text.
 AS_IT_STANDS = "\0"
 
 
@@ -155,7 +155,7 @@ def deletions(code):
             yield "deletion", start, end, ";"
 
 
-# Results that are nothing already, as `Value()`, or have a mutant of their own.
+# Results that are empty already, as `Value()`, or have a mutant of their own.
 NOTHING = re.compile(r"true|false|nullptr|0|\{\}|\*this|(?:\w+::)*[A-Z]\w*\(\)|\w+::Null")
 
 

@@ -14,7 +14,7 @@ import tempfile
 
 LIBRARY = "libkelvo_sdk.a"
 SEEN = re.compile(r"\[       OK \] ([\w/.]+)(?:, where .*)? \((\d+) ms\)")
-# Suites slower than this in all run after the others.
+# Suites that take longer than this in total run after the others.
 SLOW_MS = 300
 MEMORY = 6 << 30
 
@@ -176,7 +176,8 @@ class Trials:
         """Returns the objects that the mutant changes, and those of the tests that they replace."""
         if not file.endswith(".h"):
             return [self.compile_one(file, changed / file, changed, folder / "0.o")], set()
-        # Of a header: all its functions, as far as they are no templates, and the mirror test.
+        # A header's mutant is compiled twice: alone, with all functions that are not templates, and
+        # in the mirror test.
         whole = folder / "header.cpp"
         whole.write_text(f'#include "{file}"\n')
         tests = [str(test.relative_to(self.tree)) for test in mirror_tests(self.tree, file)[:1]]
@@ -196,7 +197,7 @@ class Trials:
         command = shlex.split(self.compile_commands[like])
         for flag, value in (("-o", made), ("-MF", f"{made}.d"), ("-c", source)):
             command[command.index(flag) + 1] = str(value)
-        # A mutant that only warns, as of a variable that nothing uses any more, counts.
+        # A mutant that only causes a warning counts, such as an unused variable.
         command = [word for word in command if word != "-Werror" and not word.endswith("ccache")]
         must([command[0], "-I", str(changed), *command[1:], "-w", *flags], self.build)
         return made
@@ -214,8 +215,8 @@ def run(round, binary, folder):
     flags = folder / "flags"
     flags.write_text(f"--gtest_filter={round.names}\n")
     command = [binary, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_flagfile={flags}"]
-    # Busy loops run into the limit of the processor's time; what sleeps for ever into the other,
-    # which is long, as the machine may have other work.
+    # Busy loops hit the limit of processor time; mutants that sleep hit the other limit, which is
+    # long, as the machine may be busy.
     allowed = int(3 + 4 * round.seconds)
     name = round.program.name
     try:
