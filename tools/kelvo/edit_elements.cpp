@@ -1,4 +1,4 @@
-// The commands about elements of arrays, and those that move and remove anything.
+// The commands for elements of arrays, and those that move and remove anything.
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/sdk/interfaces/i_node.h"
@@ -48,7 +48,7 @@ bool runInsert(EditSession& session, const Edit& edit, EditFault& fault) {
     return element.get() && (!edit.has(3) || assignFrom(session, edit, 3, element, fault));
 }
 
-// The place of an input in what holds it.
+// Returns the index of an input in its container.
 u64 indexIn(const IInputContainer& owner, const IInput* input) {
     u64 index = 0;
     while (index < owner.inputCount() && owner.input(index) != input)
@@ -61,7 +61,8 @@ bool removeOutput(const Address& owner, const String& name) {
            owner.node->removeOutput(name);
 }
 
-// Removing a node empties all that links to it. In lists of nodes nothing is to be left of it.
+// Removes the elements that link to the node, as removing a node would leave empty elements in
+// these lists.
 void removeElements(const kelvo_sdk::Scene& scene, const INode* node) {
     for (u64 i = 0; i < scene.nodeCount(); ++i)
         for (const char* name : {"children", "modifiers"}) {
