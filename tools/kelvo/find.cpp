@@ -39,7 +39,7 @@ struct Query {
     Wildcard path;
     std::optional<Wildcard> type;
     std::optional<ValueFilter> value;
-    /// Needed where a type is asked for: they know bases that the text does not name.
+    /// Set if the query has a type: libraries know bases that the text does not name.
     const Libraries* libraries = nullptr;
 
     [[nodiscard]] bool accepts(const INode& node) const {
@@ -60,7 +60,7 @@ private:
     }
 };
 
-/// Walks through a scene in order, along the paths that may still match.
+/// Walks through a scene in order, along all paths that may still match.
 class Finder {
 public:
     Finder(const Query& query, const FindOptions& options, Terminal& out)
@@ -83,7 +83,7 @@ private:
     struct Step {
         const IInputContainer* owner;
         Wildcard::Places places;
-        // The sign in front of the names in it.
+        // The separator in front of the names in the container.
         std::string_view sign;
         u64 next = 0;
     };

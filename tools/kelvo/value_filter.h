@@ -7,19 +7,18 @@
 
 namespace qv::kelvo_tool {
 
-/// The condition on the value stored in an input: a number compared with one, as ">= 0.5", or a
+/// A condition on the stored value of an input: a comparison with a number, such as ">= 0.5", or a
 /// text with wildcards.
 class ValueFilter {
 public:
-    /// False, with a sentence in `error`, when what stands behind "<", "<=", ">", ">=" or "=" is no
-    /// number.
+    /// False, with a sentence in `error`, when no number follows "<", "<=", ">", ">=" or "=".
     [[nodiscard]] static bool parse(const String& wanted, ValueFilter& out, String& error);
 
-    /// Objects have no value; their members do.
+    /// Objects have no value and never match.
     [[nodiscard]] bool accepts(const kelvo_sdk::interfaces::IInput& input) const;
 
 private:
-    // Exact for all integers and all doubles.
+    // Holds all integers and all doubles exactly.
     using Number = long double;
     enum class Operator { None, Less, LessOrEqual, Greater, GreaterOrEqual, Equal };
 

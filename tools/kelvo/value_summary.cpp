@@ -26,7 +26,7 @@ void appendCount(u64 count, const char* what, StringIO& out) {
     out.appendUInt(count).append(' ').append(what).append(count == 1 ? "" : "s");
 }
 
-// Cuts between characters: bytes 10xxxxxx go on with one.
+// Cuts between characters: bytes of the form 10xxxxxx continue a character.
 std::string_view cut(std::string_view text) {
     u64 length = mostBytes;
     while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xc0u) == 0x80u)
@@ -114,7 +114,7 @@ void appendMembers(const IInput& object, u64 depth, const StandIn& standIn, Stri
     out.appendRepeated(' ', 4 * depth).append('}');
 }
 
-// Recursion ends soon: a reader of scene text bounds how deep things are nested.
+// Recursion is safe here: the reader of scene text bounds the depth of nesting.
 void appendWhole(const IInput& input, u64 depth, const StandIn& standIn, StringIO& out) {
     if (input.isObject()) return appendMembers(input, depth, standIn, out);
     if (input.type() != AttrType::Array) {
