@@ -41,14 +41,14 @@ enum class Rule : u32 {
     LostReference,
 };
 
-/// Looks through one scene by all rules. Linear but for the search for near names, which is made
-/// once for each unknown type.
+/// Checks one scene by all rules. Takes linear time, except for spelling suggestions, which are
+/// searched once for each unknown type.
 ///
-///     Table      scene_rules.cpp            the rules, the order of the search, the fixes applied
-///     Types      scene_rules_types.cpp      what libraries say of nodes
-///     Values     scene_rules_values.cpp     values against their notes, names that hide others
+///     Table      scene_rules.cpp            the rules, their order, applying fixes
+///     Types      scene_rules_types.cpp      nodes against the definitions in libraries
+///     Values     scene_rules_values.cpp     values against annotations, names that hide others
 ///     Nodes      scene_rules_nodes.cpp      lists of modifiers, meshes, files, use
-///     Comments   scene_rules_comments.cpp   what a merge left to settle
+///     Comments   scene_rules_comments.cpp   conflicts left by a merge
 ///     Hierarchy  scene_rules_hierarchy.cpp  children
 class SceneRules {
 public:

@@ -1,5 +1,5 @@
 // ---- Values ----------------------------------------------------------------------------
-// Values against their notes, and names that hide others.
+// Values against their annotations, and names that hide others.
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
