@@ -10,7 +10,7 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// The owner of nodes: keeps them in creation order and finds them by name without regard to case.
+/// Owns nodes, keeps them in creation order and finds them by name without regard to case.
 ///
 /// Holds one reference to each of its nodes. Returned nodes are borrowed: valid until removed.
 class QV_EXPORT IScene : public IRefCounted {

@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Makes several calls; an exception from one does not prevent the next.
+/// Makes calls one after another, even when one of them throws.
 class AllCalls {
 public:
     template<typename Call>

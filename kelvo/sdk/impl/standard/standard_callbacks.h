@@ -6,8 +6,8 @@ namespace qv::kelvo_sdk::impl {
 
 class LibInfo;
 
-// Callbacks of the standard library's types, by group. Where arithmetic has no result, as in
-// division by zero, the help text of the type states the result.
+/// Callbacks of the standard library's types, by group. Where arithmetic has no result, as in
+/// division by zero, the help text of the type states the result.
 
 /// One type for each kind of value; its node returns its input.
 void addConstantCallbacks(LibInfo& library);

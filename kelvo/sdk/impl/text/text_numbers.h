@@ -10,8 +10,8 @@
 #include <cstring>
 #include <limits>
 
-// Reads numbers in the middle of a text. Each function returns where the number ends; null, with
-// `out` unchanged, when there is no number or it is out of range.
+/// Reads numbers in the middle of a text. Each function returns where the number ends; null, with
+/// `out` unchanged, when there is no number or it is out of range.
 namespace qv::kelvo_sdk::impl {
 
 /// White space separates the parts of a value; in tuples and buffers a comma does as well.
