@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// One thing that a node lost when it was converted to another type.
+/// An attribute, value or connection that a node lost when it was converted to another type.
 struct Misfit {
     /// Path of the input or output, as "lamp.size"; for a lost connection from another node, the
     /// path of that node's input.

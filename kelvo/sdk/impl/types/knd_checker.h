@@ -97,7 +97,7 @@ private:
     std::vector<u32> m_order;
     std::vector<Attrs> m_attrs;
     std::unordered_map<const KndDefinition*, Attrs> m_knownAttrs;
-    // Items that the pages of a type hold beside inputs, once they were counted.
+    // The size of each type's own pages, without the inputs on them.
     std::vector<u64> m_pages;
     std::unordered_map<const KndDefinition*, u64> m_knownPages;
 
