@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kelvo/sdk/input.h"
+#include "kelvo/sdk/interfaces/conversion_loss.h"
 #include "kelvo/sdk/interfaces/i_node.h"
-#include "kelvo/sdk/interfaces/misfit.h"
 #include "kelvo/sdk/interfaces/node_observer.h"
 
 #include "kelvo/base/vector.h"
@@ -12,9 +12,13 @@ namespace qv::kelvo_sdk {
 struct LayoutPage;
 class NodePaths;
 
-using interfaces::Misfit;
-using interfaces::Misfits;
+using interfaces::ConversionLoss;
+using interfaces::ConversionLosses;
 using interfaces::NodeObserver;
+
+/// Former names of the two, for programs that use them still.
+using Misfit = ConversionLoss;
+using Misfits = ConversionLosses;
 
 /// Handle on a node; keeps it alive. Every operation is safe on an empty handle, which answers
 /// empty, false or 0.
@@ -111,8 +115,8 @@ public:
     /// Replaces the node by one of another type that has its name and place, all that leads to it,
     /// and its values as far as they convert; returns the replacement. Empty, with nothing changed,
     /// without a scene or when the type is abstract or no simple identifier. What did not fit is
-    /// appended to `misfits`, and logged where that is null.
-    Node convertTo(String type, Misfits* misfits = nullptr) const;
+    /// appended to `losses`, and logged where that is null.
+    Node convertTo(String type, ConversionLosses* losses = nullptr) const;
 
     /// Tells whether the node stands for a file: by String inputs "dir", "file" and "ext".
     [[nodiscard]] bool isPath() const { return get() && get()->isPath(); }

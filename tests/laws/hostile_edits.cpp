@@ -23,18 +23,18 @@ const std::vector<Deed> kEdits = {
     {"clone deep", [](Stage& s) { s.scene["c"].clone(true); }},
     {"convert to an unknown type",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["a"].convertTo("other", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["a"].convertTo("other", &losses));
      }},
     {"convert to a known type",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["b"].convertTo("scaleModifier", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["b"].convertTo("scaleModifier", &losses));
      }},
     {"convert a modified node",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["d"].convertTo("other", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["d"].convertTo("other", &losses));
      }},
     {"read", [](Stage& s) { s.scene.read(lawScene, "again"); }},
     {"createInput", [](Stage& s) { s.scene["a"].createInput("new", AttrType::Real); }},

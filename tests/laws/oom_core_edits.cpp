@@ -127,8 +127,8 @@ std::vector<OomEdit> copyEdits() {
     return {
         {"node: convert", onNode("b", "other"),
          [](OomWorld& w) {
-             Misfits misfits;
-             return bool(w.node.convertTo(w.name, &misfits));
+             ConversionLosses losses;
+             return bool(w.node.convertTo(w.name, &losses));
          }},
         {"node: convert one that refers to a free node",
          [](OomWorld& w) {
@@ -138,13 +138,13 @@ std::vector<OomEdit> copyEdits() {
          [](OomWorld& w) { return bool(w.node.convertTo(w.name)); }},
         {"node: convert to a type", onNode("a", "spotLight"),
          [](OomWorld& w) {
-             Misfits misfits;
-             return bool(w.node.convertTo(w.name, &misfits));
+             ConversionLosses losses;
+             return bool(w.node.convertTo(w.name, &losses));
          }},
         {"node: convert one that is modified", onNode("d", "other"),
          [](OomWorld& w) {
-             Misfits misfits;
-             return bool(w.node.convertTo(w.name, &misfits));
+             ConversionLosses losses;
+             return bool(w.node.convertTo(w.name, &losses));
          }},
         {"node: remove one that is modified", onNode("d"),
          [](OomWorld& w) { return w.scene().removeNode(w.node); }},
@@ -295,8 +295,8 @@ std::vector<OomEdit> historyEdits() {
          [](OomWorld& w) { return w.scene().redo(); }},
         {"history: undo a conversion",
          [](OomWorld& w) {
-             Misfits misfits;
-             static_cast<void>(w.scene()["a"].convertTo("other", &misfits));
+             ConversionLosses losses;
+             static_cast<void>(w.scene()["a"].convertTo("other", &losses));
          },
          [](OomWorld& w) { return w.scene().undo(); }},
         {"history: undo a conversion of a node that refers to a free node",

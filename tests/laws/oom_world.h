@@ -11,8 +11,8 @@
 namespace qv::tests {
 
 using kelvo_sdk::AttrType;
+using kelvo_sdk::ConversionLosses;
 using kelvo_sdk::Input;
-using kelvo_sdk::Misfits;
 using kelvo_sdk::Node;
 using kelvo_sdk::Output;
 using kelvo_sdk::Scene;

@@ -77,11 +77,11 @@ bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!libraries || !libraries->lookUpType(type))
         return fault.at(2, "no node type '" + type + "'" +
                                (libraries ? questionAboutType(*libraries, type) : String(".")));
-    kelvo_sdk::Misfits misfits;
+    kelvo_sdk::ConversionLosses losses;
     // Why a type cannot be is told by the library.
-    if (!convertNode(session.scene(), node, type, misfits, fault.message)) return false;
-    for (const kelvo_sdk::Misfit& misfit : misfits)
-        warn("'" + misfit.path + "' " + misfit.reason);
+    if (!convertNode(session.scene(), node, type, losses, fault.message)) return false;
+    for (const kelvo_sdk::ConversionLoss& loss : losses)
+        warn("'" + loss.path + "' " + loss.reason);
     return true;
 }
 

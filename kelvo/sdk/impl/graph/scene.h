@@ -19,8 +19,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
+using interfaces::ConversionLosses;
 using interfaces::IScene;
-using interfaces::Misfits;
 using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
@@ -97,7 +97,7 @@ public:
     /// name is no simple identifier.
     QV_EXPORT virtual INode* cloneNode(INode* node, bool deep);
     QV_EXPORT virtual INode* convertNode(INode* node, String type);
-    INode* convertNoting(INode* node, String type, Misfits* misfits) override;
+    INode* convertNoting(INode* node, String type, ConversionLosses* losses) override;
 
     // ---- Modifiers -------------------------------------------------------------------------
     // Values that the modifiers of a node write hide the user's, and never replace them.
@@ -255,8 +255,9 @@ private:
     [[nodiscard]] INode* given(const Node* made) const noexcept;
     [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
     [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
-                                               Misfits* misfits);
-    void replaceBy(Node& replacement, Node& node, NodeConverter& converter, Misfits* misfits);
+                                               ConversionLosses* losses);
+    void replaceBy(Node& replacement, Node& node, NodeConverter& converter,
+                   ConversionLosses* losses);
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
     void clearDescriptions(const Node& node);
