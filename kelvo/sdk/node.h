@@ -16,7 +16,7 @@ using interfaces::ConversionLoss;
 using interfaces::ConversionLosses;
 using interfaces::NodeObserver;
 
-/// Former names of the two, for programs that use them still.
+/// Former names of ConversionLoss and ConversionLosses, for programs that use them still.
 using Misfit = ConversionLoss;
 using Misfits = ConversionLosses;
 

@@ -14,12 +14,16 @@ class NodeChangeScope;
 }
 
 using interfaces::BatchObserver;
+using interfaces::IntegrityError;
+using interfaces::IntegrityErrors;
 using interfaces::SceneChanges;
-using interfaces::SceneFault;
-using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
+
+/// Former names of IntegrityError and IntegrityErrors, for programs that use them still.
+using SceneFault = IntegrityError;
+using SceneFaults = IntegrityErrors;
 
 /// How much of a text is read.
 struct ReadOptions {
@@ -139,7 +143,9 @@ public:
     /// Looks through the whole scene, in linear time, for laws that do not hold: both ends of each
     /// connection agree, links lead to nodes of the scene, names are unique, counts and indexes
     /// are right. Empty when all is well; anything else is a fault of the program.
-    [[nodiscard]] SceneFaults verify() const { return get() ? get()->verify() : SceneFaults(); }
+    [[nodiscard]] IntegrityErrors verify() const {
+        return get() ? get()->verify() : IntegrityErrors();
+    }
 
     /// Returns the scene as text that `read` takes back.
     [[nodiscard]] String text() const;

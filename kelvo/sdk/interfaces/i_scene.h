@@ -5,7 +5,7 @@
 #include "kelvo/sdk/interfaces/conversion_loss.h"
 #include "kelvo/sdk/interfaces/eval_cache_figures.h"
 #include "kelvo/sdk/interfaces/forward.h"
-#include "kelvo/sdk/interfaces/scene_fault.h"
+#include "kelvo/sdk/interfaces/integrity_error.h"
 #include "kelvo/sdk/interfaces/undo_step.h"
 
 namespace qv::kelvo_sdk::interfaces {
@@ -135,7 +135,7 @@ public:
     ///
     /// A link or connection to a node that is in no scene, as one that is still to come in, is no
     /// fault: it ends with the node.
-    [[nodiscard]] virtual SceneFaults verify() const = 0;
+    [[nodiscard]] virtual IntegrityErrors verify() const = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces

@@ -20,8 +20,8 @@
 namespace qv::kelvo_sdk::impl {
 
 using interfaces::ConversionLosses;
+using interfaces::IntegrityErrors;
 using interfaces::IScene;
-using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
 class EvalCache;
@@ -72,7 +72,7 @@ public:
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
-    [[nodiscard]] SceneFaults verify() const override;
+    [[nodiscard]] IntegrityErrors verify() const override;
     /// Tells whether the library is making this node right now: nobody hears of it yet, and nothing
     /// that is done to it is recorded.
     [[nodiscard]] bool isMaking(const INode* node) const noexcept {
