@@ -11,6 +11,7 @@ namespace qv::kelvo_sdk {
 
 struct LayoutPage;
 class NodePaths;
+class Scene;
 
 using interfaces::ConversionLoss;
 using interfaces::ConversionLosses;
@@ -125,6 +126,33 @@ public:
 
     bool subscribe(NodeObserver* observer) const { return get() && get()->subscribe(observer); }
     bool unsubscribe(NodeObserver* observer) const { return get() && get()->unsubscribe(observer); }
+
+    /// Returns the scene that the node belongs to; empty when it is in none. Needs
+    /// kelvo/sdk/scene.h.
+    [[nodiscard]] Scene scene() const;
+    /// Renames the node as `Scene::renameNode` does. False without a scene.
+    bool rename(String name) const;
+    /// Return all inputs and outputs, in order.
+    [[nodiscard]] ds::Vector<Input> inputs() const;
+    [[nodiscard]] ds::Vector<Output> outputs() const;
+    /// Tell, silently, whether there is an input or output of that name and kind; Null stands for
+    /// any.
+    [[nodiscard]] bool hasInput(String name, AttrType type = AttrType::Null) const {
+        return get() && get()->hasInput(std::move(name), type);
+    }
+    [[nodiscard]] bool hasOutput(String name, AttrType type = AttrType::Null) const {
+        return get() && get()->hasOutput(std::move(name), type);
+    }
+    bool removeInput(u64 index) const { return get() && get()->removeInput(index); }
+    bool removeOutput(String name) const { return get() && get()->removeOutput(std::move(name)); }
+    /// Returns the place of this node among the children of another, -1 when it is none of them.
+    [[nodiscard]] i64 indexIn(const Node& parent) const {
+        return get() ? get()->indexIn(parent.get()) : -1;
+    }
+    /// Returns the node as scene text, behind the nodes that it depends on where these are wanted.
+    [[nodiscard]] String text(bool withDependencies = false) const {
+        return get() ? get()->serialize(withDependencies, false) : String();
+    }
 };
 
 } // namespace qv::kelvo_sdk

@@ -12,6 +12,8 @@ namespace qv::kelvo_sdk {
 namespace impl {
 class NodeChangeScope;
 }
+class Matches;
+struct Query;
 
 using interfaces::BatchObserver;
 using interfaces::IntegrityError;
@@ -157,6 +159,13 @@ public:
     /// when it is renamed, converted, removed and brought back; those between nodes stay.
     ReadReport read(String text, String source, const ReadOptions& options,
                     Diagnostics* diagnostics = nullptr) const;
+
+    /// Returns all nodes, in creation order.
+    [[nodiscard]] ds::Vector<Node> nodes() const;
+    /// Looks for nodes and inputs by path, type and value. Needs kelvo/sdk/search.h.
+    [[nodiscard]] Matches find(const Query& query) const;
+    /// The same by path alone, as "lamp*.radius".
+    [[nodiscard]] Matches find(String pattern) const;
 };
 
 /// An undo step of a scene: stays open while any copy lives, closes when the last goes.
