@@ -116,6 +116,10 @@ const std::vector<Deed> kMisdeeds = {
      [](Stage& s) {
          if (isInputThere(s)) s.toldInput.setString(s.toldInput.asString(false));
      }},
+    {"rename the input told of",
+     [](Stage& s) {
+         if (isInputThere(s)) s.toldInput.rename("told");
+     }},
     {"remove the input told of",
      [](Stage& s) {
          if (!isInputThere(s)) return;

@@ -60,6 +60,15 @@ OomEdit creating(Text what, AttrType type) {
             [type](OomWorld& w) { return bool(w.node.createInput(w.name, type)); }};
 }
 
+OomEdit renaming(Text what, Text node, Text path) {
+    return {what,
+            [=](OomWorld& w) {
+                input(w, node, path);
+                names(w, "new");
+            },
+            [](OomWorld& w) { return w.input.rename(w.name); }};
+}
+
 std::vector<OomEdit> sceneEdits() {
     return {
         {"scene: create", nullptr, [](OomWorld&) { return bool(Scene::create()); }},
@@ -226,6 +235,24 @@ std::vector<OomEdit> attributeEdits() {
     };
 }
 
+std::vector<OomEdit> renamings() {
+    return {
+        renaming("input: rename", "a", "r"),
+        renaming("input: rename a connected one", "b", "r"),
+        renaming("input: rename a member", "a", "o.m"),
+        renaming("input: rename what is modified", "d", "x"),
+        renaming("input: rename the list of modifiers", "d", "modifiers"),
+        {"input: rename one of many",
+         [](OomWorld& w) {
+             input(w, "a", "r");
+             names(w, "new");
+             for (int i = 0; w.node.inputCount() < 20; ++i)
+                 w.node.createInput(String::format("more%d", i), AttrType::Real);
+         },
+         [](OomWorld& w) { return w.input.rename(w.name); }},
+    };
+}
+
 std::vector<OomEdit> valueEdits() {
     using namespace qv::math;
     return {
@@ -386,8 +413,8 @@ std::vector<OomEdit> scopeEdits() {
 
 std::vector<OomEdit> allEdits() {
     std::vector<OomEdit> all;
-    for (auto part : {sceneEdits(), nodeEdits(), copyEdits(), attributeEdits(), valueEdits(),
-                      historyEdits(), scopeEdits()})
+    for (auto part : {sceneEdits(), nodeEdits(), copyEdits(), attributeEdits(), renamings(),
+                      valueEdits(), historyEdits(), scopeEdits()})
         for (OomEdit& edit : part)
             all.push_back(std::move(edit));
     return all;

@@ -39,6 +39,7 @@ public:
     void inputChanged(const IInput*, const kelvo_sdk::impl::AttrData*) override { ++counts[0]; }
     void inputConnected(const IInput*, const IOutput*, const IOutput*) override { ++counts[0]; }
     void nodeConverted(INode*, INode*) override { ++counts[0]; }
+    void inputRenamed(const IInput*, String) override { ++counts[0]; }
     void nodeRemoved() override { ++counts[1]; }
     void nodeRenamed(String) override { ++counts[1]; }
     void nodeConverted(Node) override { ++counts[1]; }

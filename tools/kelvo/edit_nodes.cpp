@@ -2,6 +2,7 @@
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"
+#include "tools/kelvo/address.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
@@ -65,6 +66,21 @@ bool runRename(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!isFree(session, edit, 2, node, fault)) return false;
     return node.name() == edit.words[2].text ||
            session.scene().renameNode(node, edit.words[2].text);
+}
+
+// An input that the text leaves to its type comes back with the type, unless that was read with it.
+bool runRenameInput(EditSession& session, const Edit& edit, EditFault& fault) {
+    Address address;
+    String error;
+    if (!findAddress(session.scene(), edit.words[1].text, Append::Refused, address, error))
+        return fault.at(1, std::move(error));
+    if (!address.input)
+        return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
+    const Libraries* libraries = session.hasTypes() ? nullptr : librariesInUse();
+    if (libraries && libraries->defines(*address.input))
+        return fault.at(1, "'" + address.input.path() + "' comes with the type '" +
+                               address.node.type() + "': only with --types is it renamed.");
+    return address.input.rename(edit.words[2].text);
 }
 
 bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
@@ -172,6 +188,8 @@ constexpr std::array commands{
     EditCommand{"new", "TYPE NAME", "Makes a node", Kind::Edits, &runNew},
     EditCommand{"rename", "NODE NAME", "Renames a node; what leads to it follows", Kind::Edits,
                 &runRename},
+    EditCommand{"rename-input", "INPUT NAME", "Renames an input or member; what names it follows",
+                Kind::Edits, &runRenameInput},
     EditCommand{"convert", "NODE TYPE", "Gives a node another type, and tells what does not fit",
                 Kind::Edits, &runConvert},
     EditCommand{"clone", "NODE [NAME] [--deep]", "Copies a node; --deep what it depends on as well",

@@ -33,6 +33,11 @@ public:
         nodeRemoved(node);
         nodeAdded(replacement);
     }
+    /// The input has another name than `before`, at its old place.
+    virtual void inputRenamed(const IInput* input, String /*before*/) {
+        inputRemoved(input);
+        inputAdded(input);
+    }
 
 protected:
     SceneObserver() = default;

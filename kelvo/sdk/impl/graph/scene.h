@@ -230,6 +230,7 @@ public:
     QV_EXPORT virtual void notifyOutputRemoved(const IOutput* output);
     QV_EXPORT virtual void notifyInputConnected(const IInput* input, const IOutput* before,
                                                 const IOutput* after);
+    void notifyInputRenamed(const IInput* input, String before);
     /// For a node whose own observers threw: nobody is told of a value or connection, which the
     /// scene and its modifiers go by all the same.
     void followUntold(const IInput* input);
