@@ -41,7 +41,7 @@ bool runShow(EditSession& session, const Edit& edit, EditFault& fault) {
     const IInput* input = nullptr;
     if (!look(session, edit, address, input, fault)) return false;
     if (!input) {
-        out.writeData(address.node->serialize(false, false).view());
+        out.writeData(address.node.text().view());
         return true;
     }
     out.write(Tone::Name, edit.words[1].text.view()).write(" (");

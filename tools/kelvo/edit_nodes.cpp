@@ -165,13 +165,13 @@ bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
     String error;
     const bool isThere =
         reachInput(session.scene(), parent.name() + ".children", nullptr, children, error);
-    if (!isThere || children.type() != AttrType::Array || children->elementType() != AttrType::Node)
+    if (!isThere || children.type() != AttrType::Array || children.elementType() != AttrType::Node)
         return fault.at(2, "'" + parent.name() + "' takes no children.");
     if (isAbove(node, parent, fault)) return false;
-    const i64 place = node->indexIn(parent.get());
+    const i64 place = node.indexIn(parent);
     const i64 last = static_cast<i64>(children.inputCount()) - 1;
     if (place < 0) return node.parentTo(parent);
-    return place == last || children->moveElement(static_cast<u64>(place), static_cast<u64>(last));
+    return place == last || children.moveElement(static_cast<u64>(place), static_cast<u64>(last));
 }
 
 bool runUnparent(EditSession& session, const Edit& edit, EditFault& fault) {
