@@ -383,6 +383,25 @@ TEST(InputRenameText, UnreadLines_StayInFrontOfIt) {
     EXPECT_EQ(textOf(scene), before);
 }
 
+TEST(InputRenameEvaluation, KeptResults_AreThoseOfTheNewName) {
+    const Scene scene = Scene::create();
+    scene.addLibrary(LibInfo::standard());
+    scene.setUndoEnabled(true);
+    scene.setEvalCache(u64{1} << 20);
+    const Node sum = scene.createNode("add", "sum");
+    sum["a"].set(1.0);
+    sum["b"].set(2.0);
+    ASSERT_EQ(sum.output("result").get<double>(-1), 3);
+    ASSERT_TRUE(sum["a"].rename("x"));
+    {
+        const LogCapture log;
+        EXPECT_EQ(sum.output("result").get<double>(-1), -1);
+        EXPECT_EQ(log.text(), "error: Input 'a' not found in 'add' node 'sum'.\n");
+    }
+    ASSERT_TRUE(scene.undo());
+    EXPECT_EQ(sum.output("result").get<double>(-1), 3);
+}
+
 class InputRenameModified : public testing::Test {
 protected:
     InputRenameModified() { m_scene.scene.setUndoEnabled(true); }
