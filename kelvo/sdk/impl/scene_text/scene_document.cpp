@@ -3,6 +3,8 @@
 #include "kelvo/sdk/impl/scene_text/scene_document_parser.h"
 #include "kelvo/sdk/impl/scene_text/scene_lines.h"
 
+#include <algorithm>
+
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -139,6 +141,29 @@ String taken(StringIO& out) {
 
 const DocComments noComments;
 
+bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept {
+    return std::ranges::equal(a, b,
+                              [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); });
+}
+
+bool isSame(const DocAttr& a, const DocAttr& b) noexcept {
+    return a.kind == b.kind && a.name == b.name && a.value == b.value && a.source == b.source &&
+           a.notes == b.notes && commentsOf(a.comments) == commentsOf(b.comments) &&
+           isSame(a.members, b.members);
+}
+
+bool isSame(const DocNode& a, const DocNode& b) noexcept {
+    return a.type == b.type && a.bases == b.bases && a.name == b.name && a.flags == b.flags &&
+           commentsOf(a.comments) == commentsOf(b.comments) && isSame(a.inputs, b.inputs) &&
+           isSame(a.outputs, b.outputs);
+}
+
+bool isSame(const SceneDocument& a, const SceneDocument& b) noexcept {
+    return a.file == b.file &&
+           std::ranges::equal(a.nodes, b.nodes,
+                              [](const DocNode& x, const DocNode& y) { return isSame(x, y); });
+}
+
 String notesText(const std::vector<DocNote>& notes) {
     StringIO out;
     for (const DocNote& note : notes) {
@@ -147,10 +172,6 @@ String notesText(const std::vector<DocNote>& notes) {
         if (!note.text.empty()) out.append(' ').append(note.text);
     }
     return out.take();
-}
-
-bool SceneDocument::parse(String text) {
-    return DocumentParser(*this, keep(std::move(text))).parseScene();
 }
 
 std::optional<DocNode> SceneDocument::parseNode(String text) {
@@ -198,6 +219,17 @@ std::string_view SceneDocument::keep(String text) {
 
 const DocComments* SceneDocument::keep(const DocComments& comments) {
     return comments.isEmpty() ? nullptr : &m_comments.emplace_back(comments);
+}
+
+void SceneDocument::joinHeader() {
+    if (nodes.empty()) {
+        if (file.inner.starts_with('\n')) file.inner.remove_prefix(1);
+        return;
+    }
+    DocComments first = commentsOf(nodes.front().comments);
+    if (!first.leading.starts_with('\n')) return;
+    first.leading.remove_prefix(1);
+    nodes.front().comments = keep(first);
 }
 
 String SceneDocument::text() const {
