@@ -62,69 +62,70 @@ bool SceneRecorder::takeText(StringIO& out) {
 }
 
 bool SceneRecorder::take(const TextMark& mark) {
+    if (mark.part < TextPart::NodeType) return takeLines(mark);
+    if (mark.part >= TextPart::Input) return takeAttribute(mark);
+    takeHead(mark);
+    return true;
+}
+
+bool SceneRecorder::takeLines(const TextMark& mark) {
+    if (mark.part == TextPart::Leading) m_leading = kept(mark.text);
+    if (mark.part == TextPart::Opening) comments().opening = kept(mark.text);
+    if (mark.part == TextPart::Inner) comments().inner = kept(mark.text);
+    if (mark.part == TextPart::Unread) m_problem = kUnread;
+    return !m_problem;
+}
+
+void SceneRecorder::takeHead(const TextMark& mark) {
     switch (mark.part) {
-    case TextPart::Leading:
-        m_leading = kept(mark.text);
-        return true;
-    case TextPart::Opening:
-        comments().opening = kept(mark.text);
-        return true;
-    case TextPart::Inner:
-        comments().inner = kept(mark.text);
-        return true;
-    case TextPart::Unread:
-        m_problem = kUnread;
-        return false;
     case TextPart::NodeType:
         m_nodeComments = DocComments();
         m_nodeComments.leading = std::exchange(m_leading, {});
-        startPiece(m_node.type, mark.at);
-        return true;
+        return startPiece(m_node.type, mark.at);
     case TextPart::NodeBases:
         endPiece(mark.at - 3); // In front of " : ".
-        startPiece(m_node.bases, mark.at);
-        return true;
+        return startPiece(m_node.bases, mark.at);
     case TextPart::NodeName:
         endPiece(mark.at);
-        startPiece(m_node.name, mark.at);
-        return true;
+        return startPiece(m_node.name, mark.at);
     case TextPart::NodeBody:
         endPiece(mark.at);
-        m_node.name = m_node.name.substr(1, m_node.name.size() - 2);
-        return true;
-    case TextPart::NodeEnd:
-        endNode(mark);
-        return true;
-    case TextPart::Input:
-    case TextPart::Element:
-    case TextPart::Output:
-        return open(mark);
+        m_node.name = m_node.name.substr(1, m_node.name.size() - 2); // Without its quotes.
+        return;
+    default:
+        return endNode(mark);
+    }
+}
+
+bool SceneRecorder::takeAttribute(const TextMark& mark) {
+    if (mark.part < TextPart::Name) return open(mark);
+    if (m_open.empty()) return takeFlag(mark);
+    DocAttr& attr = m_open.back().attr;
+    switch (mark.part) {
     case TextPart::Name:
         endPiece(mark.at);
-        m_open.back().attr.name = m_text.substr(mark.at, mark.text.size());
-        return true;
+        attr.name = m_text.substr(mark.at, mark.text.size());
+        break;
     case TextPart::Content:
         endPiece(mark.at);
-        if (!m_open.back().attr.isObject() && !m_open.back().attr.isArray())
-            startPiece(m_open.back().attr.value, mark.at);
-        return true;
+        if (!attr.isObject() && !attr.isArray()) startPiece(attr.value, mark.at);
+        break;
     case TextPart::ContentEnd:
         endPiece(mark.at);
-        return true;
+        break;
     case TextPart::Source:
-        startPiece(m_open.back().attr.source, mark.at);
-        return true;
+        startPiece(attr.source, mark.at);
+        break;
     case TextPart::Note:
         takeNote(mark);
-        return true;
+        break;
     case TextPart::Translation:
         takeTranslation(mark);
-        return true;
-    case TextPart::End:
+        break;
+    default:
         end(mark);
-        return true;
     }
-    return false;
+    return true;
 }
 
 bool SceneRecorder::open(const TextMark& mark) {
@@ -144,12 +145,14 @@ bool SceneRecorder::open(const TextMark& mark) {
 }
 
 // All annotations of a node are one text.
+bool SceneRecorder::takeFlag(const TextMark& mark) {
+    if (m_piece == &m_node.flags) return true;
+    endPiece(mark.at);
+    startPiece(m_node.flags, mark.at);
+    return true;
+}
+
 void SceneRecorder::takeNote(const TextMark& mark) {
-    if (m_open.empty()) {
-        if (m_piece == &m_node.flags) return;
-        endPiece(mark.at);
-        return startPiece(m_node.flags, mark.at);
-    }
     endPiece(mark.at);
     DocNote& note = m_open.back().attr.notes.emplace_back();
     note.name = m_text.substr(mark.at, mark.text.size());

@@ -28,6 +28,10 @@ private:
     [[nodiscard]] bool recordNodes(const Scene& scene);
     [[nodiscard]] bool takeText(StringIO& out);
     [[nodiscard]] bool take(const TextMark& mark);
+    [[nodiscard]] bool takeLines(const TextMark& mark);
+    void takeHead(const TextMark& mark);
+    bool takeFlag(const TextMark& mark);
+    [[nodiscard]] bool takeAttribute(const TextMark& mark);
     [[nodiscard]] bool open(const TextMark& mark);
     void takeNote(const TextMark& mark);
     void takeTranslation(const TextMark& mark);
