@@ -13,7 +13,7 @@ struct Evaluation {
 
 /// Evaluates a connected input to one short line.
 [[nodiscard]] Evaluation evaluate(const kelvo_sdk::Input& input);
-/// Evaluates an input with all inputs in it, to its whole value in the form of `wholeValue`.
+/// Evaluates an input with all inputs in it, to its whole value in the form of `valueText`.
 [[nodiscard]] Evaluation evaluateWhole(const kelvo_sdk::Input& input);
 /// Evaluates an output to its whole value.
 [[nodiscard]] Evaluation evaluate(const kelvo_sdk::Output& output);

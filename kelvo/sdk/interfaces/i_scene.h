@@ -2,10 +2,10 @@
 
 #include "kelvo/base/ref_counted.h"
 #include "kelvo/base/string.h"
+#include "kelvo/sdk/interfaces/conversion_loss.h"
 #include "kelvo/sdk/interfaces/eval_cache_figures.h"
 #include "kelvo/sdk/interfaces/forward.h"
-#include "kelvo/sdk/interfaces/misfit.h"
-#include "kelvo/sdk/interfaces/scene_fault.h"
+#include "kelvo/sdk/interfaces/integrity_error.h"
 #include "kelvo/sdk/interfaces/undo_step.h"
 
 namespace qv::kelvo_sdk::interfaces {
@@ -121,8 +121,8 @@ public:
     ///
     /// Returns the replacement. Null, with nothing changed, when the node is not in this scene, or
     /// the type is abstract or not a simple identifier (both logged). Each loss is appended to
-    /// `misfits`, or logged when that is null.
-    virtual INode* convertNoting(INode* node, String type, Misfits* misfits) = 0;
+    /// `losses`, or logged when that is null.
+    virtual INode* convertNoting(INode* node, String type, ConversionLosses* losses) = 0;
 
     /// Checks the whole scene, in linear time, for broken invariants. Empty when all hold; anything
     /// else is a fault of the program:
@@ -135,7 +135,7 @@ public:
     ///
     /// A link or connection to a free node, such as a node that is still to be added, is no fault:
     /// it ends with the node.
-    [[nodiscard]] virtual SceneFaults verify() const = 0;
+    [[nodiscard]] virtual IntegrityErrors verify() const = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces

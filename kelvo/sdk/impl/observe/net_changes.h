@@ -24,6 +24,7 @@ public:
     void inputRemoved(const IInput* input) { noteList(m_inputs, input, false); }
     void inputChanged(const IInput* input, const AttrData* previous);
     void inputConnected(const IInput* input, const IOutput* before);
+    void inputRenamed(const IInput* input, const String& before);
     void outputAdded(const IOutput* output) { noteList(m_outputs, output, true); }
     void outputRemoved(const IOutput* output) { noteList(m_outputs, output, false); }
 
@@ -62,6 +63,8 @@ private:
         RefersTo<IInput> held;
         bool isChanged = false;
         bool isConnected = false;
+        bool isRenamed = false;
+        String nameBefore;
         Value before;
         // Kept alive, so that no new object gets the same address.
         RefersTo<INode> linkedBefore;

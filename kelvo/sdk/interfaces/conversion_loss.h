@@ -6,7 +6,7 @@
 namespace qv::kelvo_sdk::interfaces {
 
 /// An attribute, value or connection that a node lost when it was converted to another type.
-struct Misfit {
+struct ConversionLoss {
     /// Path of the input or output, as "lamp.size"; for a lost connection from another node, the
     /// path of that node's input.
     String path;
@@ -14,6 +14,6 @@ struct Misfit {
     String reason;
 };
 
-using Misfits = ds::Vector<Misfit>;
+using ConversionLosses = ds::Vector<ConversionLoss>;
 
 } // namespace qv::kelvo_sdk::interfaces

@@ -6,13 +6,13 @@
 namespace qv::kelvo_sdk::interfaces {
 
 /// A broken invariant of a scene. No edit can cause one, so it is a fault of the program.
-struct SceneFault {
+struct IntegrityError {
     /// Path of the node, input or output, as "lamp.target"; empty for the scene as a whole.
     String place;
-    /// The fault, to follow the place in a message: "links to a node that is not of the scene".
+    /// The error, to follow the place in a message: "links to a node that is not of the scene".
     String message;
 };
 
-using SceneFaults = ds::Vector<SceneFault>;
+using IntegrityErrors = ds::Vector<IntegrityError>;
 
 } // namespace qv::kelvo_sdk::interfaces
