@@ -68,7 +68,7 @@ bool runRename(EditSession& session, const Edit& edit, EditFault& fault) {
            session.scene().renameNode(node, edit.words[2].text);
 }
 
-// An input that the text leaves to its type comes back with the type, unless that was read with it.
+// Refuses an input of the type in a scene read without types: the next read would add it again.
 bool runRenameInput(EditSession& session, const Edit& edit, EditFault& fault) {
     Address address;
     String error;

@@ -42,8 +42,8 @@ protected:
     virtual ~SceneObserver() = default;
 
 public:
-    // Last in the class, so that the places of all others in the table stand.
-    /// The input has another name than `before`, at its old place.
+    // Last in the class, so that all other functions keep their slots in the virtual table.
+    /// The input was renamed and keeps its place; `before` is its old name.
     virtual void inputRenamed(const IInput* input, String /*before*/) {
         inputRemoved(input);
         inputAdded(input);
