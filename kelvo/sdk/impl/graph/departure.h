@@ -9,12 +9,12 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The way out of an attribute that is taken off its owner's list. It can be looked at, with its
-/// node and its ties, until everyone was told; then it lets go of them, and the owner's reference
-/// goes, whatever observers threw.
+/// The removal of an attribute from its owner's list. The attribute keeps its node, links and
+/// connections until all observers were notified. Then it is detached, and the owner's reference is
+/// dropped, even if observers threw.
 ///
-/// Stands before the change with all the memory it needs, and begins when nothing can fail any
-/// more.
+/// Create it before the change, because it allocates all memory that it needs; call `begin` when
+/// nothing can fail any more.
 template<typename Attribute>
 class Departure {
 public:
@@ -23,16 +23,17 @@ public:
         if (hold && !hold->isMuted())
             m_news = NewsHold::make([held = m_attribute] { held->leaveOwner(); });
     }
-    /// Comments on the attribute go at once: an undo brings them back before this ends.
+    /// Removes comments on the attribute at once: an undo may restore them before the removal ends.
     void dropComments() const {
         const auto* node = implOf(m_attribute->node());
         IScene* scene = node ? node->liveScene() : nullptr;
         if (scene) implOf(scene)->comments().remove(m_attribute.get());
     }
-    /// The attribute is off the list, whose reference goes; this one stays.
+    /// Call when the attribute is off the list: drops the list's reference, not that of this
+    /// object.
     void offList() noexcept { m_attribute->decRef(); }
     void begin() noexcept { m_hasBegun = true; }
-    /// The attribute is back on the list.
+    /// Call when the attribute is back on the list.
     void stay() noexcept { m_hasBegun = false; }
     ~Departure() {
         if (!m_hasBegun) return;
@@ -46,7 +47,7 @@ public:
 
 private:
     RefersTo<Attribute> m_attribute;
-    // Null when everyone is told at once.
+    // Null when observers are notified at once.
     std::unique_ptr<NewsHold::News> m_news;
     bool m_hasBegun = false;
 };

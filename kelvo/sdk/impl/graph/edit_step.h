@@ -13,15 +13,15 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Makes what changes while it lives, with what observers do about it, one step of the scene's
-/// history, or part of one that is open. Costs next to nothing for nodes without a scene and scenes
-/// that record nothing.
+/// Makes all edits during its lifetime, including those that observers make in response, one step
+/// of the scene's history, or a part of an open step. Takes hardly any time for nodes without a
+/// scene and scenes that record nothing.
 ///
-/// When an exception leaves it before anyone was told of anything, it takes back what was done, as
-/// far as that was recorded. Who is told inside hears of it whether there is memory or not.
+/// When an exception leaves it before the first notification, undoes the edits as far as they were
+/// recorded. Observers inside are notified even when memory is out.
 class EditStep {
 public:
-    /// `node` may be null. Of a node that is being made or destroyed nothing is recorded.
+    /// `node` may be null. Records nothing for a node that is being created or destroyed.
     explicit EditStep(const Node* node) {
         auto* scene = node ? implOf(node->liveScene()) : nullptr;
         if (scene && !scene->isMaking(node)) begin(*scene);
@@ -43,7 +43,7 @@ public:
     [[nodiscard]] Scene& scene() const noexcept { return *m_scene.get(); }
     [[nodiscard]] History& history() const noexcept { return m_scene->history(); }
 
-    /// Makes ready to add a change, before it is made; null when nothing is recorded.
+    /// Prepares the record of a change before it is made; null when nothing is recorded.
     template<typename Made, typename... Arguments>
     Made* prepare(Arguments&&... arguments) {
         if (!m_scene) return nullptr;
@@ -53,8 +53,8 @@ public:
         m_change = std::move(change);
         return made;
     }
-    /// Makes several changes that are told of one by one: without memory for all of them, none is
-    /// made, as far as they are recorded.
+    /// Makes several changes with a notification each. When memory is too short for all of them,
+    /// undoes those that were recorded.
     template<typename Call>
     auto make(const Call& call) const {
         try {
@@ -68,7 +68,7 @@ public:
         }
     }
 
-    /// The change was made.
+    /// Call after the change was made.
     void commit() noexcept {
         if (m_change) history().add(std::move(m_change));
     }
@@ -78,7 +78,7 @@ private:
         if (scene.history().isRecording()) return open(scene);
         scene.history().missed();
     }
-    // Out of line, so that scenes that record nothing pay for the question alone.
+    // Not inlined, so that scenes that record nothing only pay for the test.
     [[gnu::noinline]] void open(Scene& scene) {
         scene.history().openOperation();
         m_scene = RefersTo<Scene>(&scene);
@@ -92,14 +92,14 @@ private:
     // Null when nothing is recorded.
     RefersTo<Scene> m_scene;
     std::unique_ptr<Change> m_change;
-    // When it began.
+    // The state when the step began.
     u64 m_start = 0;
     u64 m_tellings = 0;
     NewsHold::Mark m_news{};
     int m_exceptions = 0;
 };
 
-/// Makes ready to tell of a thing of the node, which may be null, before it changes.
+/// Prepares notifications about an object of the node, which may be null, before it changes.
 template<typename Thing>
 void expectNews(const Node* node, const Thing* thing) {
     if (auto* scene = node ? implOf(node->liveScene()) : nullptr) scene->expect(thing);

@@ -32,7 +32,7 @@ struct ImplementationOf<interfaces::IScene> {
 };
 
 /// Returns the implementation behind an interface; null for null. Every node, input, output and
-/// scene that comes in is one of this library's, which debug builds check.
+/// scene that clients pass must be one of this library's, which debug builds check.
 template<typename Interface>
 [[nodiscard]] auto* implOf(Interface* known) noexcept {
     using Impl = typename ImplementationOf<Interface>::Type;

@@ -1,5 +1,6 @@
 // ---- Object ----------------------------------------------------------------------------
-// An input borrows its node and its parent, which take that back when they end or let it go.
+// An input borrows its node and its parent; both clear these pointers when they are destroyed or
+// detach the input.
 
 #include "kelvo/sdk/impl/graph/input.h"
 
@@ -32,7 +33,7 @@ AttrData describe(AttrType type, AttrType elementType) {
     return data;
 }
 
-// The start value that a definition gives, in the kind of the input; Null when it gives none.
+// Returns the start value from a definition, in the kind of the input; Null when there is none.
 Value startValue(const AttrData& data) {
     Value value;
     if (convertValue(data.value, data.type, value)) return value;
@@ -81,8 +82,8 @@ Input::~Input() {
     if (m_extras) endMembers();
 }
 
-// Takes neither stack nor memory: goes down to the last member that nothing else holds, ends it
-// when it holds nothing any more, and goes back to what held it.
+// Destroys members without stack or memory: descends to the last member without other references,
+// destroys it when it has no members left, and returns to its parent.
 void Input::endMembers() noexcept {
     Input* parent = this;
     while (parent) {
@@ -100,7 +101,7 @@ void Input::endMembers() noexcept {
     }
 }
 
-// Others may keep it: then it lives on by itself.
+// A member with other references lives on without a parent.
 void Input::dropLastMember() noexcept {
     ds::Vector<IInput*>& list = m_extras->members;
     auto* last = implOf(list.back());
@@ -154,8 +155,8 @@ DataType Input::farDataType() const noexcept {
     return m_extras->rare->dataType;
 }
 
-// Visits this input and all that it holds, parents first, in order. Takes neither stack nor memory:
-// each parent keeps the place that is reached. For the thread that edits alone.
+// Visits this input and all its parts, parents first, in order. Takes neither stack nor memory:
+// each parent stores the position reached. For the editing thread only.
 template<typename Visit>
 void Input::forEachWithin(const Visit& visit) const noexcept {
     const auto enter = [&visit](Input& input) {
@@ -176,7 +177,7 @@ void Input::forEachWithin(const Visit& visit) const noexcept {
     }
 }
 
-// Members learn of it when they are made; those that are there learn it here.
+// New members take the mark over when they are made; existing ones get it here.
 void Input::setReadOnly(bool readOnly) {
     m_readOnly = readOnly;
     forEachWithin([this](Input& input) {
@@ -319,7 +320,7 @@ void Input::dropListIndex() noexcept {
 
 void Input::takeListIndex(Input& first) noexcept {
     if (!first.listIndex()) return;
-    // Mostly the whole block can go along, which takes no memory.
+    // Usually the whole block can move, which needs no memory.
     if (!m_extras && first.m_extras->isIndexAlone()) {
         m_extras = std::move(first.m_extras);
         return;
@@ -360,7 +361,7 @@ void Input::showOwnValues() noexcept {
     });
 }
 
-// Unties the input and what it holds from node, sources and links, telling nobody.
+// Detaches the input and its parts from node, sources and links without notifications.
 void Input::letGo() noexcept {
     if (members().empty()) return untie();
     forEachWithin([](Input& input) { input.untie(); });

@@ -31,27 +31,28 @@ struct Stash;
 ///     Object     input.cpp             construction, identity, copies, node's end
 ///     Values     input_values.cpp      written, read, reset
 ///     Stash      input_stash.cpp       one value kept aside
-///     Modifiers  input_modified.cpp    what they write, and the user's value beside it
+///     Modifiers  input_modified.cpp    values of modifiers, the user's value beside them
 ///     Container  input_container.cpp   elements and members
 ///     Hash       input_hash.cpp        of the value
 ///     Links      input_links.cpp       connections to outputs, links to nodes
-///     Renaming   input_rename.cpp      renamed with all that names it
-///     History    input_history.cpp     changes taken back and done again
+///     Renaming   input_rename.cpp      a new name, for all that refers to the input by name
+///     History    input_history.cpp     changes undone and redone
 ///
-/// Parts that few inputs have (members, a connection, details, a stash) stand in a block of their
-/// own, made when first needed.
+/// Parts that few inputs have (members, a connection, details, a stash) are in a block of their
+/// own, which is allocated on first use.
 class Input final : public IInput {
 public:
     // ---- Object ----------------------------------------------------------------------------
-    // An input borrows its node and its parent, which take that back when they end or let it go.
+    // An input borrows its node and its parent; both clear these pointers when they are destroyed
+    // or detach the input.
 
-    /// A new input with one reference, for the creator; `parent` is null at the top level. It is
-    /// not in any list yet and nobody is told.
+    /// Makes an input with one reference, which the creator owns; `parent` is null at the top
+    /// level. The input is in no list yet, and observers are not notified.
     QV_EXPORT Input(INode* node, IInput* parent, String name, AttrType type, AttrType elementType);
     QV_EXPORT Input(INode* node, IInput* parent, String name, AttrData definition);
     ~Input() override;
-    /// Returns an input by itself that shows a value. A node in it is borrowed, and does not count
-    /// as linked.
+    /// Returns an input without a node that shows a value. Borrows a node in the value, which does
+    /// not count as linked.
     [[nodiscard]] static RefersTo<Input> showing(const Value& value);
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
@@ -62,11 +63,11 @@ public:
     /// Returns a copy for `node` and `parent` with value, members, flags, stash and connection;
     /// the caller owns its reference.
     QV_EXPORT IInput* clone(INode* node, IInput* parent) const;
-    /// Returns what an equal input can be made from; `value` is the current value.
+    /// Returns the data for making an equal input; `value` is the current value.
     [[nodiscard]] AttrData description() const;
-    /// For the owning node alone: from now on the input calls nobody.
+    /// For the owning node only: from now on the input calls no other object.
     void clearNode() noexcept { m_node = nullptr; }
-    /// For the owner alone: the input left it, and everyone was told.
+    /// For the owner only, after it removed the input and observers were notified.
     void leaveOwner() noexcept;
 
     [[nodiscard]] String name() const override;
@@ -81,7 +82,7 @@ public:
     [[nodiscard]] DataType dataType() const override;
     [[nodiscard]] bool isSilent() const override { return m_silent; }
     [[nodiscard]] bool isReadOnly() const override { return m_readOnly || m_isHeldReadOnly; }
-    /// Tells whether the input itself is marked so, and not only what holds it.
+    /// Tells whether the input itself is marked read-only, not only a parent.
     [[nodiscard]] bool hasReadOnlyMark() const noexcept { return m_readOnly; }
     void nodeDestroyed() override;
     [[nodiscard]] AttrType elementType() const override {
@@ -92,41 +93,43 @@ public:
     [[nodiscard]] String unit() const override;
     [[nodiscard]] String label(String language) const override;
     [[nodiscard]] String help(String language) const override;
-    /// Returns null when nothing is described.
+    /// Returns null when there is no description.
     [[nodiscard]] const AttrDetails* details() const noexcept;
-    /// Replaces the description; the value stays.
+    /// Replaces the description; the value is unchanged.
     void setDetails(RefersTo<AttrDetails> details);
-    /// Returns the element type that a buffer takes alone, Null when it takes any; of an array, the
-    /// one that the buffers it holds take.
+    /// Returns the only element type that a buffer accepts, Null when it accepts any; for an array,
+    /// the type that its buffers accept.
     [[nodiscard]] DataType declaredType() const noexcept {
         return m_dataType != farKind ? static_cast<DataType>(m_dataType) : farDataType();
     }
     void setSilent(bool silent) noexcept { m_silent = silent; }
-    /// Elements and members are read-only with it.
+    /// Applies to elements and members too.
     QV_EXPORT void setReadOnly(bool readOnly);
-    /// For fixes of what a text says, that no write can mend: stores it all the same.
+    /// Stores a value even in a read-only input, for repairing errors in a text that no write can
+    /// fix.
     bool setReadOnlyValue(const Value& value);
-    /// Tells whether the text that the input was read from leaves it to the definition.
+    /// Tells whether the text that the input was read from omits it.
     [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
     void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
     /// Hash of the name without regard to case. Needs an input that is no array element.
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
-    /// Returns its place in the list that it is in.
+    /// Returns the position in the list that contains the input.
     [[nodiscard]] u64 placeInList() const noexcept;
-    /// Returns the memory that the input takes with what it holds.
+    /// Returns the memory of the input with its elements or members.
     [[nodiscard]] u64 ownBytes() const;
 
-    // For the list that this input is the first of; see input_list.h.
+    // The index of the list whose first attribute is this input; see input_list.h.
     [[nodiscard]] const NameIndex<IInput>* listIndex() const noexcept;
-    /// Where that is kept.
+    /// Returns the place that owns the index.
     [[nodiscard]] std::unique_ptr<NameIndex<IInput>>& listIndexPlace();
     void dropListIndex() noexcept;
-    /// Takes over the index of the one that was first, if there is any.
+    /// Takes over the index of the former first input, if it has one.
     void takeListIndex(Input& first) noexcept;
 
     // ---- Values ----------------------------------------------------------------------------
-    // A write converts, is checked against the description, and tells nobody when nothing changes.
+    // Writes convert the value and check it against the description; if nothing changes, observers
+    // are not notified.
 
     bool setBool(bool value) override;
     bool setInt(i64 value) override;
@@ -144,7 +147,7 @@ public:
     bool setString(String value) override;
     bool setNode(INode* node) override;
     bool setBuffer(BufferView value) override;
-    /// Takes any value that converts; shares a buffer instead of copying it.
+    /// Accepts any value that converts; shares a buffer instead of copying it.
     bool setValue(const Value& value);
 
     bool readBool(bool& out, bool evaluate, void* ctx) const override;
@@ -168,51 +171,52 @@ public:
 
     bool reset() override;
     [[nodiscard]] bool isDefault() const override;
-    /// Returns the first of this input and what it holds that is not at its default by itself; null
-    /// when all is.
+    /// Returns the first of this input and its parts whose own value is not at its default; null
+    /// when all are.
     [[nodiscard]] const Input* firstChanged() const;
     /// Returns the value that `reset` brings back; Null for arrays and objects.
     [[nodiscard]] Value defaultValue() const;
 
     // ---- Stash -----------------------------------------------------------------------------
-    // One value is kept aside at most. A link in it counts as a link of the scene.
+    // At most one value is kept aside. A link in it counts as a link of the scene.
 
-    /// Keeps the current value aside, unless one is kept already. Arrays and objects leave that to
-    /// what they hold.
+    /// Keeps the current value aside, unless one is kept already. Does nothing for arrays and
+    /// objects, whose parts keep their own values.
     QV_EXPORT void stash();
-    /// Brings the kept value back; false when none is kept.
+    /// Restores the kept value; false when none is kept.
     bool unstash();
     /// Returns the kept value, or null.
     [[nodiscard]] const Value* stashed() const noexcept;
-    /// For readers of text: keeps `value` aside.
+    /// Keeps `value` aside, for readers of text.
     void setStashed(Value value);
-    /// For modifiers alone: brings the kept value back, unheard. Needs one.
+    /// For modifiers only: restores the kept value without notifications. Needs a kept value.
     std::unique_ptr<Stash> takeStashedBack() noexcept;
-    /// The contrary: shows a value, and keeps aside what was kept, if anything.
+    /// Reverses `takeStashedBack`: shows a value, and keeps `kept` aside, null for none.
     void showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept;
-    /// For the owner alone, when the input leaves it: from now on it and what it holds show what
-    /// the user set, unheard. Nobody could tell later that modifiers made something else of it.
+    /// For the owner only, when it removes the input: the input and its parts show the user's
+    /// values from now on, without notifications. Later, values of modifiers could not be told from
+    /// the user's.
     void showOwnValues() noexcept;
 
     // ---- Modifiers -------------------------------------------------------------------------
     // While modifiers write to the input, its value is theirs and the one kept aside is the user's.
 
-    /// Tells whether the scene's modifiers may write over the value, and the kept one is the
+    /// Tells whether the scene's modifiers may overwrite the value, so that the kept one is the
     /// user's.
     [[nodiscard]] bool isModified() const;
-    /// Returns the value that the user set, whatever modifiers made of it.
+    /// Returns the user's value, regardless of modifiers.
     [[nodiscard]] const Value& ownValue() const { return isModified() ? *stashed() : m_value; }
 
     // ---- Container -------------------------------------------------------------------------
-    // An array makes elements of its element kind only, under the name of the next index. An array
-    // of arrays learns the element kind of each from `createArray`. What is read-only gets and
-    // loses no elements or members, nor does anything that it holds.
+    // An array creates elements of its element kind only, each named by the next index. In an array
+    // of arrays, `createArray` sets the element kind of each. Read-only inputs, and all inputs in
+    // them, refuse to gain or lose elements and members.
 
     IInput* createInput(String name, AttrType type) override;
-    /// For whoever makes inputs from a definition: into what is read-only, too.
+    /// For making inputs from a definition; works in read-only inputs too.
     IInput* createInput(String name, AttrData definition);
     IInput* createArray(String name, AttrType elementType) override;
-    /// As `createArray`, for a buffer that declares its element type.
+    /// Like `createArray`, for a buffer that declares its element type.
     IInput* createBuffer(String name, DataType elementType);
     [[nodiscard]] bool hasInput(u64 index, AttrType type) const override;
     [[nodiscard]] bool hasInput(String name, AttrType type) const override;
@@ -228,74 +232,77 @@ public:
     IInput* appendElement() override;
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
-    /// As `input`, silently and without a copy of the name.
+    /// Like `input`, without messages and without a copy of the name.
     [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
     /// Elements or members; empty for other kinds. Inline; needs
     /// kelvo/sdk/impl/graph/input_extras.h.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 
     // ---- Hash ------------------------------------------------------------------------------
-    // The hash of the value, kept until that changes where no node takes part in it.
+    // The hash of the value, cached until the value changes, unless a node takes part in it.
 
     [[nodiscard]] u64 hash(StringVector skip) const override { return hashWith(skip); }
-    /// As `hash`, without a copy of the list.
+    /// Like `hash`, without a copy of the list.
     [[nodiscard]] u64 hashWith(const StringVector& skip) const;
 
     // ---- Links -----------------------------------------------------------------------------
     // Both ends know a connection, and the scene's table knows each link to a node.
 
     [[nodiscard]] IOutput* source() const override;
-    /// As `source`, inline; needs kelvo/sdk/impl/graph/input_extras.h.
+    /// Like `source`, inline; needs kelvo/sdk/impl/graph/input_extras.h.
     [[nodiscard]] Output* sourceOutput() const noexcept;
     bool connect(IOutput* output) override;
     bool disconnect() override;
     /// Tells whether the kind of an output converts to that of this input.
     [[nodiscard]] bool takes(const Output& output) const noexcept;
-    /// When a node leaves its scene or ends: links to what takes its place, if anything, where it
-    /// linked to that node, telling observers; so does the value that is kept aside.
+    /// Call when a node leaves its scene or ends: redirects a link to this node, also in the kept
+    /// value, to its replacement, null for none, and notifies observers.
     void relink(const INode& from, INode* to);
-    /// For a node that ends alone: what links to it forgets it, unheard.
+    /// Call when a node ends alone: clear a link to it without notifications.
     void dropLink() noexcept;
     void dropStashedLink() noexcept;
-    /// For the scene alone, while nobody knows the input or looks at it any more: lets link and
-    /// connection lead elsewhere, unheard.
+    /// For the scene only, while no other object uses the input (yet or any more): changes link and
+    /// connection without notifications.
     void redirect(INode* link, Output* source, u64 rank = noIndex);
-    /// The same for a link that is kept aside.
+    /// Like `redirect`, for a link in the kept value.
     void redirectStash(INode* link) { replaceStash(Value(link)); }
-    /// For the scene alone, when it ends and its nodes may: what links to them forgets it, unheard.
+    /// For the scene only, when it is destroyed and its nodes may be too: clear links without
+    /// notifications.
     void forgetLink() noexcept;
     void forgetStashedLink() noexcept;
 
     // ---- Renaming --------------------------------------------------------------------------
-    // All that names an input follows when it gets another name, as one change.
+    // Renaming an input updates everything that refers to it by name, as one change.
 
-    /// Returns why the input cannot have that name, as a sentence; empty when it can.
+    /// Returns the reason why the input cannot have that name, as a sentence; empty when it can.
     [[nodiscard]] String renameRefusal(const String& name) const;
-    /// Renames the input, with what modifiers, the node's layout and unread lines say of it, as one
-    /// change. False, and logged, when it is refused.
+    /// Renames the input in its node, in lists of modifiers, the node's layout and unread lines, as
+    /// one change. Returns false and logs an error when it is refused.
     bool rename(String name);
-    /// For that and for the history: exchanges the name, unrecorded, and tells everyone.
+    /// For `rename` and the history: swaps the name without recording, and notifies observers.
     void exchangeName(InputNaming& other);
 
     // ---- History ---------------------------------------------------------------------------
-    // For recorded changes alone: nothing is recorded; all but `putMember`, `takeMember`, `entered`
-    // and `left` tell everyone.
+    // Used by recorded changes only. These functions record nothing; all of them except
+    // `putMember`, `takeMember`, `entered` and `left` notify observers.
 
-    /// For the owner alone, when the input leaves it: what ends then comes back with the input.
+    /// For the owner only, when it removes the input: records the links and connections that end,
+    /// so that undo restores them.
     void recordTies();
-    /// Sets the user's value, whatever the input's description says, and gives the one before.
+    /// Sets the user's value regardless of the description, and returns the previous one in
+    /// `other`.
     void exchangeValue(Value& other);
-    /// Null stands for no value kept aside.
+    /// Null means that no value is kept aside.
     void exchangeStash(std::unique_ptr<Stash>& other);
     /// Connects as the `rank`-th target of the output; null disconnects.
     void exchangeSource(Output* output, u64 rank);
-    /// Returns the place of this input among the targets of its source.
+    /// Returns the position of this input among the targets of its source.
     [[nodiscard]] u64 sourceRank() const noexcept;
     void moveMember(u64 from, u64 to);
-    /// Takes a member in or out; the list's reference goes along.
+    /// Inserts or removes a member, together with the list's reference.
     void putMember(Input* member, u64 index);
     void takeMember(Input* member);
-    /// The input comes back to, and leaves, a node that it knows, with what it holds.
+    /// Call when the input, with its parts, returns to or leaves a node that it knows.
     void entered(Node* node, Input* parent);
     void left();
 
@@ -313,7 +320,7 @@ private:
     }
     void setFarKinds(AttrType type, AttrType elementType);
     void setDeclaredType(DataType type);
-    // Of kinds that take more than 8 bits.
+    // For kinds that take more than 8 bits.
     [[nodiscard]] AttrType farType() const noexcept;
     [[nodiscard]] AttrType farElementType() const noexcept;
     [[nodiscard]] DataType farDataType() const noexcept;
@@ -357,7 +364,7 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
-    /// Returns the node in whose scene what `other` does here is recorded; null: nowhere.
+    /// Returns the node whose scene records the edits that `other` causes here; null for none.
     [[nodiscard]] const Node* recorder(const INode* other) const;
     void endSource(Output& output, bool isRecorded);
     void dropSource() noexcept;
@@ -379,8 +386,8 @@ private:
     void setNodeOfAll(Node* node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
-    // An AttrType, another, and the DataType that a Buffer declares: any that fit 8 bits; `farKind`
-    // stands for one that the extras have.
+    // The kind, the element kind, and the DataType that a buffer declares, if they fit 8 bits;
+    // `farKind` means that the extras have it.
     static constexpr u8 farKind = 255;
     template<typename Kind>
     [[nodiscard]] static u8 narrowed(Kind kind) noexcept {
@@ -391,22 +398,22 @@ private:
     u8 m_dataType = 0;
     bool m_silent : 1 = false;
     bool m_readOnly : 1 = false;
-    // Something that holds the input is marked read-only.
+    // A parent is marked read-only.
     bool m_isHeldReadOnly : 1 = false;
     bool m_isLeftOut : 1 = false;
-    // Fields that walks and look-ups read of every input stand together at the front.
+    // Fields that walks and look-ups read from every input come first, close together.
     std::unique_ptr<InputExtras> m_extras;
     Node* m_node;
     Input* m_parent;
     union {
         u64 m_nameHash;
-        // Of an array element: its position, whose decimal text is its name, counted from the
-        // number of the first; its last position when it has left.
+        // For an array element: its position plus the number of the first element. The decimal text
+        // of the position is its name. For a removed element, its last position.
         u64 m_number;
     };
     String m_name;
     Value m_value;
-    // Hash of the value; 0 when unknown. Only hashes that no node takes part in are kept.
+    // 0 when unknown. Only hashes that do not depend on nodes are cached.
     mutable std::atomic<u64> m_hash = 0;
 };
 

@@ -19,7 +19,7 @@ void InputChange::expect(Scene& scene) {
     scene.expect(static_cast<const IInput*>(m_input.get()));
 }
 
-// An input that has left its node does not tell it any more.
+// A removed input has no node any more, so adds the name of the node that it had.
 String InputChange::subject() const {
     const String path = m_input->path();
     return m_input->node() || !m_node ? path : m_node->name() + "." + path;
@@ -29,7 +29,7 @@ String InputChange::subject() const {
 
 namespace {
 
-// Tells whether an input of a node of the scene leads out of it.
+// Tells whether an input of a node in the scene may not refer to this node.
 bool isBarred(const Input& input, const INode* to) {
     const auto* node = implOf(input.node());
     return node && !node->hasLeft() && barBetween(node, to);
@@ -51,7 +51,7 @@ void ValueChange::swap(Scene& /*scene*/) {
     input().exchangeValue(other);
 }
 
-// The node that a link leads back to may have come into another scene.
+// The restored link may lead to a node that joined another scene meanwhile; then clears it.
 void ValueChange::settle() {
     const Value& value = input().ownValue();
     if (value.type() != AttrType::Node || !isBarred(input(), value.asNode())) return;
@@ -109,7 +109,7 @@ String StashChange::text() const {
 
 namespace {
 
-// A node that is in no scene has no other owner here.
+// The record must own the node of an output: a node without a scene may have no other owner.
 RefersTo<INode> nodeOf(const RefersTo<Output>& output) {
     return RefersTo<INode>(output ? output->node() : nullptr);
 }
@@ -132,7 +132,8 @@ void SourceChange::swap(Scene& /*scene*/) {
     input().exchangeSource(now.get(), rank);
 }
 
-// A client that holds a node that had left may have taken the output off it, or given it away.
+// A client with a handle may have removed the output from a node outside the scene, or added the
+// node to another scene.
 void SourceChange::settle() {
     const Output* source = input().sourceOutput();
     if (source && (!source->node() || isBarred(input(), source->node())))
@@ -170,9 +171,8 @@ void InputListChange::swap(Scene& scene) {
     m_isPassedOver = !(m_isIn ? putIn(scene) : takeOut(scene));
 }
 
-// A node that left may have been changed through a handle: a change that does not fit any more is
-// passed over.
-// An input whose removal has not come to its end knows its node still.
+// A removed node may have been changed through a handle: returns false when the change does not fit
+// any more. An input whose removal is not complete still has its node.
 bool InputListChange::putIn(Scene& scene) {
     if (m_parent && m_parent->node() != m_owner.get()) return false;
     const auto& list = m_parent ? m_parent->members() : m_owner->inputs();
@@ -186,7 +186,7 @@ bool InputListChange::putIn(Scene& scene) {
     input().entered(m_owner.get(), m_parent.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
-    // Nobody hears of a silent one, which modifiers write to all the same.
+    // Silent inputs cause no notification, but modifiers may write to them.
     if (input().isSilent()) scene.applyModifiers(m_owner.get());
     return true;
 }
@@ -198,7 +198,7 @@ bool InputListChange::takeOut(Scene& scene) {
         m_parent->takeMember(&input());
     else
         removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
-    // The list's reference.
+    // Takes over the reference of the list.
     const auto leaving = RefersTo<Input>::adopt(&input());
     leaving->showOwnValues();
     m_owner->onInputRemoved(&input());

@@ -8,13 +8,13 @@
 
 #include <memory>
 
-// Records of changes to inputs: values, links, connections, what is kept aside, and their lists.
+// Records of changes to inputs: values, links, connections, kept values, and lists of inputs.
 namespace qv::kelvo_sdk::impl {
 
 class Input;
 struct Stash;
 
-/// An input and its node, which both stay.
+/// A change of an input. Keeps the input and its node alive.
 class InputChange : public Change {
 public:
     explicit InputChange(Input& input);
@@ -27,11 +27,11 @@ protected:
 
 private:
     RefersTo<Input> m_input;
-    // Null for one without a node.
+    // Null for an input without a node.
     RefersTo<Node> m_node;
 };
 
-/// A value was set, or a link.
+/// A value or a link was set.
 class ValueChange final : public InputChange {
 public:
     explicit ValueChange(Input& input);
@@ -44,7 +44,7 @@ public:
 
 private:
     Value m_other;
-    // The node of a link, and the one that came back, which nobody else may hold.
+    // The linked node, and the one that a swap restored; this record may have the only references.
     RefersTo<INode> m_linked;
     RefersTo<INode> m_restored;
 };
@@ -61,7 +61,7 @@ private:
     RefersTo<AttrDetails> m_other;
 };
 
-/// The value kept aside was put there or taken away.
+/// A value was kept aside, or a kept value was removed.
 class StashChange final : public InputChange {
 public:
     explicit StashChange(Input& input);
@@ -71,9 +71,9 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
-    // Null when none is kept; in no table.
+    // Null when none is kept; its link is in no table.
     std::unique_ptr<Stash> m_other;
-    // As above.
+    // Like those of `ValueChange`.
     RefersTo<INode> m_linked;
     RefersTo<INode> m_restored;
 };
@@ -82,7 +82,7 @@ private:
 class SourceChange final : public InputChange {
 public:
     explicit SourceChange(Input& input);
-    /// For one that `source` let go as the `rank`-th of its targets.
+    /// For a connection that `source` ended; the input was its target number `rank`.
     SourceChange(Input& input, Output& source, u64 rank);
     void swap(Scene& scene) override;
     void settle() override;
@@ -90,10 +90,10 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
-    // The other source, null for none, its node, and the place of the input among its targets.
+    // The other source, null for none, its node, and the position of the input among its targets.
     RefersTo<Output> m_other;
     RefersTo<INode> m_otherNode;
-    // The node whose output came back, which nobody else may hold.
+    // The node whose output a swap restored; this record may have the only reference.
     RefersTo<INode> m_restored;
     u64 m_rank = 0;
 };
@@ -111,20 +111,20 @@ private:
     u64 m_to;
 };
 
-/// An input came into the list of a node or of another input, or left it.
+/// An input was added to the list of a node or of another input, or removed from it.
 class InputListChange final : public InputChange {
 public:
-    /// `isIn` tells what the change makes of it; `index` is its place in the list.
+    /// `isIn` tells whether the change adds the input; `index` is its position in the list.
     InputListChange(Input& input, Node* node, Input* parent, u64 index, bool isIn);
     void swap(Scene& scene) override;
-    /// Needs one that leaves; before it does. Its comments leave with it.
+    /// Call before the removal that this records: keeps the comments of the input.
     void takeComments(SceneComments& from);
     [[nodiscard]] String subject() const override;
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String text() const override;
 
 private:
-    /// Return false when that does not fit any more.
+    /// Return false when the change does not fit any more.
     [[nodiscard]] bool putIn(Scene& scene);
     [[nodiscard]] bool takeOut(Scene& scene);
 

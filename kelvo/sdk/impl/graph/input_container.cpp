@@ -1,7 +1,7 @@
 // ---- Container -------------------------------------------------------------------------
-// An array makes elements of its element kind only, under the name of the next index. An array
-// of arrays learns the element kind of each from `createArray`. What is read-only gets and
-// loses no elements or members, nor does anything that it holds.
+// An array creates elements of its element kind only, each named by the next index. In an array of
+// arrays, `createArray` sets the element kind of each. Read-only inputs, and all inputs in them,
+// refuse to gain or lose elements and members.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -26,7 +26,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Reads an element's name: its decimal index, in the one way that it is written.
+// Reads an element's name: its decimal index without leading zeros.
 bool indexFromName(const String& name, u64& out) noexcept {
     const std::string_view text = name.view();
     if (text.empty() || (text.size() > 1 && text[0] == '0')) return false;
@@ -34,11 +34,10 @@ bool indexFromName(const String& name, u64& out) noexcept {
     return error == std::errc() && end == text.data() + text.size();
 }
 
-// From here on what comes or goes in front is worth the memory that saves the rest from
-// renumbering.
+// From this length on, edits near the front are worth the memory that avoids renumbering the rest.
 constexpr u64 kLongArray = 64;
 
-// Takes the memory to move elements at either end; false when there is none.
+// Reserves memory for moving elements at either end; false when there is none.
 bool hasRoom(ds::Vector<IInput*>& list) noexcept {
     const u64 needed = list.size() + kLongArray;
     try {
@@ -48,8 +47,8 @@ bool hasRoom(ds::Vector<IInput*>& list) noexcept {
     return list.capacity() >= needed;
 }
 
-// Tells whether a move takes an element from one half of a long list to the other, so that it is
-// cheaper to take it out and put it in.
+// Tells whether a move goes from one half of a long list to the other, so that removing and
+// inserting the element is cheaper.
 bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
     const u64 distance = from < to ? to - from : from - to;
     return list.size() >= kLongArray && distance >= list.size() / 2 && hasRoom(list);
@@ -57,7 +56,7 @@ bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
 
 } // namespace
 
-// Takes over the reference on the member and keeps its place in order.
+// Takes over the reference to the member and appends it.
 void Input::adoptMember(Input* member) {
     auto held = RefersTo<Input>::adopt(member);
     ds::Vector<IInput*>& list = extras().members;
@@ -75,8 +74,8 @@ IInput* Input::addMember(Input* member) {
     return addAndTell(RefersTo<Input>::adopt(member), members().size());
 }
 
-// Observers of the member may take it away, or the whole node: then there is none. Their edits
-// belong to the step, whose end is told too.
+// Returns null when observers removed the member or the node. Their edits belong to the step, and
+// the end of the step notifies too.
 IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     const bool isHeld = m_node && m_node->mayCallBack();
     const RefersTo<Input> self(isHeld ? this : nullptr);
@@ -95,7 +94,7 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     return isThere && !node->isLastReference() ? member.get() : nullptr;
 }
 
-// Tells whether something may come, go or move in here, and logs why not.
+// Tells whether parts may be added, removed or moved; logs why not.
 bool Input::mayHoldOthers() const {
     if (!isReadOnly()) return true;
     logWarning("Cannot change input '%s': it is read-only.", path().buf());
@@ -118,7 +117,7 @@ IInput* Input::createBuffer(String name, DataType elementType) {
     return createChecked(std::move(name), std::move(definition));
 }
 
-// To ask for one that is there is no change.
+// Returning an existing member changes nothing, so it is allowed in read-only inputs.
 IInput* Input::createChecked(String name, AttrData definition) {
     const bool isNew = (isArray() || isObject()) && !lookUpInput(name);
     if (isNew && !mayHoldOthers()) return nullptr;
@@ -133,7 +132,7 @@ IInput* Input::createInput(String name, AttrData definition) {
     return nullptr;
 }
 
-// An element that exists is given as it is; only the next one is made.
+// Returns an existing element; makes only the next one.
 IInput* Input::createElement(const String& name, const AttrData& definition) {
     u64 index = 0;
     if (definition.type != elementType() || !indexFromName(name, index) ||
@@ -244,8 +243,8 @@ u64 Input::elementIndex() const noexcept {
     return place < list.size() && list[place] == this ? place : m_number;
 }
 
-// An element came in at that place, or went from there: numbers those in front of it, or those
-// behind, whichever are less.
+// Call after an element was inserted or removed: renumbers the elements in front of the position or
+// those behind it, whichever are fewer.
 void Input::renumber(u64 place, bool cameIn) noexcept {
     const u64 count = members().size();
     if (count >= kLongArray && place < count / 2 && shiftNumbers(cameIn))
@@ -254,7 +253,7 @@ void Input::renumber(u64 place, bool cameIn) noexcept {
         number(place, count);
 }
 
-// Elements behind keep their numbers. False, and nothing done, without memory.
+// Lets the elements behind keep their numbers. Without memory, does nothing and returns false.
 bool Input::shiftNumbers(bool cameIn) noexcept {
     try {
         auto& rare = m_extras->rare;
@@ -336,8 +335,8 @@ bool Input::removeLastInput() {
 
 namespace {
 
-// Takes a member off its parent's list, and lets go of it after everyone was told, so that it can
-// still be read. `placeOf()` is asked when the removal is recorded.
+// Removes a member from its parent's list, but detaches it only after the notifications, so that
+// observers can still read it. Calls `placeOf()` if the removal is recorded.
 template<typename PlaceOf>
 void takeOff(Input& parent, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
     const RefersTo<Node> held(implOf(parent.node()));
@@ -361,8 +360,8 @@ void takeOff(Input& parent, Input& removed, bool recordsTies, const PlaceOf& pla
 
 } // namespace
 
-// Last to first, so that what is left keeps its names. The ties of all are recorded together, since
-// they end together: so each gets its place among the targets of an output back.
+// Removes the last member first, so that the others keep their names. All connections end together,
+// so they are recorded together: undo restores each at its position among the targets of an output.
 bool Input::clearInputs() {
     if (!members().empty() && !mayHoldOthers()) return false;
     const RefersTo<Input> self(this);

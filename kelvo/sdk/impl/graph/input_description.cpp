@@ -1,4 +1,4 @@
-// The handle's look at the definition of an input, and at values by themselves.
+// Functions of the public handle for the definition of an input, and for values without an input.
 
 #include "kelvo/sdk/input.h"
 

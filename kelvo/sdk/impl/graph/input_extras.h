@@ -12,7 +12,7 @@ namespace qv::kelvo_sdk::impl {
 
 class Output;
 
-/// A value put aside, which may link to a node.
+/// A value kept aside, which may link to a node.
 struct Stash {
     Value value;
     Link link;
@@ -20,32 +20,32 @@ struct Stash {
 
 /// Parts that hardly any input has.
 struct RareExtras {
-    // Kinds from far outside their enumerations, as they were given.
+    // Kinds from far outside their enumerations, as given by the caller.
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
     DataType dataType = DataType::Null;
-    /// Of an array: the number of its first element.
+    /// For an array: the number of its first element.
     u64 firstNumber = 0;
 };
 
-/// Parts that few inputs have, kept out of all the others.
+/// Parts that few inputs have, stored apart from the input to keep it small.
 struct InputExtras {
     RefersTo<AttrDetails> details;
     ds::Vector<interfaces::IInput*> members;
     Output* source = nullptr;
     union {
-        /// Where the source keeps this input.
+        /// The slot of this input among the targets of its source.
         u64 sourceSlot = 0;
-        /// Of an array or object, which has no source: the place that a walk has reached.
+        /// For an array or object, which has no source: the position that a walk has reached.
         u64 nextMember;
     };
     Link link;
     std::unique_ptr<Stash> stash;
-    /// Of the list that this input is the first of.
+    /// The index of the list whose first input this is.
     std::unique_ptr<NameIndex<interfaces::IInput>> listIndex;
     std::unique_ptr<RareExtras> rare;
 
-    /// Tells whether there is nothing here but, maybe, an index.
+    /// Tells whether there is nothing here except possibly an index.
     [[nodiscard]] bool isIndexAlone() const noexcept {
         return !details && members.capacity() == 0 && !source && !link.table && !stash && !rare;
     }

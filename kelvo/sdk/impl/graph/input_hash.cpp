@@ -1,5 +1,5 @@
 // ---- Hash ------------------------------------------------------------------------------
-// The hash of the value, kept until that changes where no node takes part in it.
+// The hash of the value, cached until the value changes, unless a node takes part in it.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -16,7 +16,8 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// A node counts by its name, or by its type where names do not matter; skipped types not at all.
+// A node counts by its name, or by its type if names are skipped; nodes of skipped types are
+// ignored.
 u64 nodeHash(const INode* node, const StringVector& skip) {
     static const String nameKey("__node_name__");
     if (!node || node->isTypeOf(skip)) return 0;
@@ -38,7 +39,7 @@ u64 Input::hashWith(const StringVector& skip) const {
     return holdsInputs() ? membersHash(skip) : plainHash(skip);
 }
 
-// Kept unless it depends on other nodes or on `skip`.
+// Caches the hash unless it depends on other nodes or on `skip`.
 u64 Input::plainHash(const StringVector& skip) const {
     if (const Output* source = sourceOutput()) {
         const u64 from = nodeHash(source->node(), skip);
@@ -50,8 +51,8 @@ u64 Input::plainHash(const StringVector& skip) const {
     return hash;
 }
 
-// Without recursion: each level is an array or object whose members are being added. The hash of
-// one is kept when those of all its members are.
+// Works without recursion: each level is an array or object whose members are being added. Caches
+// the hash of a level if the hashes of all its members are cached.
 u64 Input::membersHash(const StringVector& skip) const {
     struct Level {
         explicit Level(const Input& of)
@@ -87,7 +88,7 @@ u64 Input::membersHash(const StringVector& skip) const {
     }
 }
 
-// The parent of an input without a known hash has none either.
+// If an input has no cached hash, none of its parents has one.
 void Input::dropHash() noexcept {
     for (Input* input = this; input; input = input->m_parent) {
         if (input->m_hash.load(std::memory_order_relaxed) == 0) return;

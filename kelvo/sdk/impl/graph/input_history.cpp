@@ -1,6 +1,6 @@
 // ---- History ---------------------------------------------------------------------------
-// For recorded changes alone: nothing is recorded; all but `putMember`, `takeMember`, `entered`
-// and `left` tell everyone.
+// Used by recorded changes only. These functions record nothing; all of them except `putMember`,
+// `takeMember`, `entered` and `left` notify observers.
 
 #include "kelvo/sdk/impl/graph/input.h"
 
@@ -35,7 +35,7 @@ void Input::exchangeValue(Value& other) {
     changed(std::move(before));
 }
 
-// Takes no memory, as an input that was ever kept aside has extras.
+// Needs no memory, because an input that ever had a kept value has extras.
 void Input::exchangeStash(std::unique_ptr<Stash>& other) {
     if (!other && !stashed()) return;
     std::unique_ptr<Stash>& kept = extras().stash;
@@ -65,7 +65,7 @@ void Input::recordTies() {
             all.push_back(implOf(member));
     for (Input* input : all)
         input->recordLinks(step);
-    // Undo goes from the last record to the first: each finds those before it in place.
+    // Records later targets first: undo goes backwards, so each finds those before it in place.
     std::erase_if(all, [](const Input* input) { return !input->sourceOutput(); });
     std::ranges::stable_sort(all, std::greater(), &Input::sourceRank);
     for (Input* input : all) {

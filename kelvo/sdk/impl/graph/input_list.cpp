@@ -16,7 +16,7 @@ namespace {
 using interfaces::IInput;
 using interfaces::IOutput;
 
-// Up to here a scan of the cached hashes is as fast as an index.
+// Up to this length, a scan of the cached hashes is as fast as an index.
 constexpr u64 kLongList = 16;
 
 template<typename Attribute>
@@ -27,8 +27,8 @@ auto* own(Attribute* attribute) noexcept {
     return static_cast<typename ImplementationOf<Attribute>::Type*>(attribute);
 }
 
-// Brings the index up to the attribute that came in at a place, or makes one. Without memory for
-// it the list is searched instead.
+// Adds an inserted attribute to the index, or makes the index. When out of memory, drops the index;
+// the list is searched then.
 template<typename Attribute>
 void noteInserted(const List<Attribute>& list, u64 place) noexcept {
     auto* const first = own(list[0]);
@@ -48,7 +48,7 @@ void noteInserted(const List<Attribute>& list, u64 place) noexcept {
     }
 }
 
-// Before it leaves. The next of the same name is the one that is found from then on.
+// Call before the removal: the next attribute of the same name is found from then on.
 template<typename Attribute>
 void noteRemoved(const List<Attribute>& list, u64 place) noexcept {
     if (!own(list[0])->listIndex()) return;

@@ -6,9 +6,8 @@
 
 #include <type_traits>
 
-// The lists of inputs and outputs that a node owns, and of inputs that an object does. A long list
-// carries an index by name, which hangs off its first attribute, so that the list stays a plain
-// vector.
+// The lists of inputs and outputs of a node, and of members of an object. A long list has an index
+// by name, which its first attribute owns, so that the list itself stays a plain vector.
 namespace qv::kelvo_sdk::impl {
 
 /// Returns the first attribute of that name without regard to case, null when there is none.
@@ -25,7 +24,7 @@ template<typename Attribute>
 void insertIntoList(ds::Vector<Attribute*>& list, u64 index,
                     std::type_identity_t<Attribute>* attribute);
 
-/// Returns the place of an attribute that is there, found fast near either end.
+/// Returns the position of an attribute in its list, found fast near either end.
 template<typename Attribute>
 [[nodiscard]] u64 indexInList(const ds::Vector<Attribute*>& list,
                               const Attribute* wanted) noexcept {
@@ -37,12 +36,12 @@ template<typename Attribute>
     return last;
 }
 
-/// Take the index-th input out of the look-up by name and put it back, before and after its name
-/// changes.
+/// Remove the index-th input from the index by name and add it again; call before and after its
+/// name changes.
 void leaveNames(const ds::Vector<interfaces::IInput*>& list, u64 index) noexcept;
 void joinNames(const ds::Vector<interfaces::IInput*>& list, u64 index) noexcept;
 
-/// Takes the index-th attribute out, keeping the order of the rest.
+/// Removes the index-th attribute, keeping the order of the rest.
 template<typename Attribute>
 void removeFromList(ds::Vector<Attribute*>& list, u64 index) noexcept;
 

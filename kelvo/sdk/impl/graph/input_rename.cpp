@@ -1,5 +1,5 @@
 // ---- Renaming --------------------------------------------------------------------------
-// All that names an input follows when it gets another name, as one change.
+// Renaming an input updates everything that refers to it by name, as one change.
 
 #include "kelvo/sdk/impl/graph/input.h"
 
@@ -23,19 +23,19 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The inputs of the node or object that holds an input; needs one that is held.
+// Returns the list that contains an input; needs an input with a parent or a node.
 const ds::Vector<IInput*>& listOf(const Input& input) {
     const auto* parent = implOf(input.parent());
     return parent ? parent->members() : implOf(*input.node()).inputs();
 }
 
-// Returns another input beside this one that is found by a name, null when there is none.
+// Returns another input of the same list that is found by a name, null when there is none.
 const Input* namesakeOf(const Input& input, const String& name) {
     const auto* found = implOf(findInList(listOf(input), name));
     return found != &input ? found : nullptr;
 }
 
-// A layout shows the first input of a name.
+// Layouts refer to the first input of a name, so other inputs do not change the layout.
 InputNaming namingOf(const Input& input, const String& name) {
     InputNaming naming{name, {}, {}};
     const auto& node = implOf(*input.node());
@@ -46,7 +46,7 @@ InputNaming namingOf(const Input& input, const String& name) {
     return naming;
 }
 
-// Returns why a list of a modifier cannot follow, null when it can.
+// Returns the reason why a list of a modifier cannot be updated, null when it can.
 const char* bar(const ModifierNames& list) {
     if (list.input->isReadOnly()) return "is read-only";
     const AttrDetails* details = list.input->details();
@@ -69,7 +69,7 @@ String Input::renameRefusal(const String& name) const {
     return {};
 }
 
-// Modifiers act again when all is done, as they are told with the others.
+// All notifications come at the end, so modifiers run only when the renaming is complete.
 bool Input::rename(String name) {
     if (m_node && m_name.equals(name) && !isElement()) return true;
     if (const String refusal = renameRefusal(name); !refusal.isEmpty()) {
@@ -113,8 +113,8 @@ InputRename::InputRename(Input& input, const InputNaming& naming)
       m_before(input.ownName()),
       m_after(naming.name) {}
 
-// A node that left may have been changed through a handle, and an observer of another undo may
-// have given the name to another: the change is passed over then, and when it is turned back.
+// Skips the swap when the input left its node through a handle, or when an observer of another undo
+// gave the name to another input. Swapping back skips it too.
 void InputRename::swap(Scene& /*scene*/) {
     if (std::exchange(m_isPassedOver, false)) return;
     const bool isThere = input().node() && input().node() == node();

@@ -5,11 +5,11 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The other name of an input, which it can be exchanged for.
+/// Another name of an input, which `Input::exchangeName` swaps with the current one.
 struct InputNaming {
     String name;
-    /// The layout of its node, and the one that has the other name in it; null when none names the
-    /// input.
+    /// The layout of its node, and a copy with the other name in it; null when the layout does not
+    /// name the input.
     RefersTo<interfaces::ILayout> layout;
     RefersTo<interfaces::ILayout> otherLayout;
 };
@@ -17,7 +17,7 @@ struct InputNaming {
 /// An input was renamed.
 class InputRename final : public InputChange {
 public:
-    /// Before it is.
+    /// Create before the input is renamed.
     InputRename(Input& input, const InputNaming& naming);
     void swap(Scene& scene) override;
     [[nodiscard]] u64 bytes() const override;

@@ -1,5 +1,5 @@
 // ---- Stash -----------------------------------------------------------------------------
-// One value is kept aside at most. A link in it counts as a link of the scene.
+// At most one value is kept aside. A link in it counts as a link of the scene.
 
 #include "kelvo/sdk/impl/graph/input.h"
 
@@ -20,8 +20,9 @@ void Input::stash() {
     if (!stashed() && !isArray() && !isObject()) setStashed(m_value);
 }
 
-// Nobody hears of the value before the kept one is gone; without memory, or when the value is
-// refused, that stays. On an input that modifiers write to, it is the user's and stays as well.
+// Observers are notified after the kept value is gone. When memory runs out or the value is
+// refused, the kept value stays. If modifiers write to the input, the kept value is the user's and
+// stays too.
 bool Input::unstash() {
     if (!stashed()) return false;
     const Value kept = *stashed();
@@ -68,7 +69,7 @@ const Value* Input::stashed() const noexcept {
     return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
 }
 
-// A value that is kept already gives its memory to the new one.
+// Reuses the memory of an earlier kept value.
 void Input::replaceStash(Value value) {
     if (!stashed()) extras().stash = std::make_unique<Stash>();
     Link& link = m_extras->stash->link;

@@ -1,5 +1,6 @@
 // ---- Values ----------------------------------------------------------------------------
-// A write converts, is checked against the description, and tells nobody when nothing changes.
+// Writes convert the value and check it against the description; if nothing changes, observers are
+// not notified.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -45,7 +46,7 @@ bool Input::writable(const Value& value) const {
 
 namespace {
 
-// A change of the user's amid those that modifiers made of a node.
+// An edit by the user while modifiers write to the node.
 class UserEdit {
 public:
     explicit UserEdit(Node& node) : m_node(&node) { m_node->endModification(); }
@@ -59,13 +60,14 @@ private:
 
 } // namespace
 
-// Stores a value of the input's kind and tells everyone what was there before.
+// Called for every value that is set; hardly any input gets past the first line.
 bool Input::isUpToModifiers() const {
     if (!m_node || !(m_node->modifying() || stashed())) return false;
     const auto* scene = implOf(m_node->liveScene());
     return scene && scene->isModified(*m_node);
 }
 
+// Stores a value of the input's kind, and notifies observers if it changed.
 bool Input::store(Value value) {
     if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
@@ -74,8 +76,8 @@ bool Input::store(Value value) {
     return true;
 }
 
-// Records the change and tells of it. `kept` is the user's value before, where another one hides
-// it, which ends then.
+// Records the change and notifies observers. `kept` is the user's previous value if a value of
+// modifiers hides it; it is not kept any more then.
 void Input::replaceUserValue(Value value, const Value* kept) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
@@ -86,17 +88,17 @@ void Input::replaceUserValue(Value value, const Value* kept) {
     changed(kept ? *kept : std::move(value));
 }
 
-// Leaves the value before in `value`.
+// Returns the previous value in `value`.
 void Input::replaceValue(Value& value) {
     if (type() == AttrType::Node) linkTo(value.asNode());
     std::swap(m_value, value);
     dropHash();
 }
 
-// Asked for every value set: hardly any input gets past the first line.
+// Notifies observers of a new value.
 void Input::changed(Value before) {
     if (!m_node) return;
-    // Who is told may remove the node that a link led to.
+    // Observers may remove the node that a link led to.
     const RefersTo<INode> linked(before.type() == AttrType::Node ? before.asNode() : nullptr);
     AttrData previous(type());
     previous.elementType = elementType();
@@ -209,7 +211,7 @@ bool Input::setBuffer(BufferView value) {
 
 namespace {
 
-// Makes a value one of that kind, if it is not.
+// Converts a value to that kind, if needed.
 bool becomes(AttrType kind, Value& value) {
     if (value.type() == kind) return true;
     Value converted;
@@ -220,10 +222,10 @@ bool becomes(AttrType kind, Value& value) {
 
 } // namespace
 
-// Evaluates what the input is connected to. The value goes through the input's own kind.
+// Evaluates the source of the input. Converts the value to the input's own kind first.
 bool Input::readSource(AttrType kind, void* ctx, Value& out) const {
     const AttrType own = type();
-    // A callback that is asked may take the output away, and this input.
+    // The eval callback may remove the output, and this input.
     const RefersTo<Output> source(sourceOutput());
     out = source->evaluate(ctx);
     if (out.isNull() || !becomes(own, out) || !becomes(kind, out)) return false;
@@ -260,7 +262,7 @@ bool Input::readReal(double& out, bool evaluate, void* ctx) const {
 
 namespace {
 
-// The maths types are their doubles, in order.
+// The maths types consist of doubles, in order.
 template<typename T>
 T fromReals(const Value& value) noexcept {
     static_assert(sizeof(T) % sizeof(double) == 0 && std::is_trivially_copyable_v<T>);

@@ -8,14 +8,14 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Goes through a list of inputs and all that they hold, at any depth, in order, parents first;
-/// without recursion: inputs may be nested deeper than the stack goes. Between two steps the inputs
-/// met last may change what they hold, but no list that holds them.
+/// Visits a list of inputs and all their parts, at any depth, in order, parents first. Works
+/// without recursion: inputs may nest deeper than the stack allows. Between two steps the parts of
+/// the last input may change, but no list around that input.
 class InputWalk {
 public:
     explicit InputWalk(const ds::Vector<IInput*>& list) : m_at{&list} {}
 
-    /// Returns null when there is no further one.
+    /// Returns null at the end.
     [[nodiscard]] Input* next() {
         while (m_at.next >= m_at.list->size()) {
             if (m_outer.empty()) return nullptr;
@@ -29,7 +29,7 @@ public:
         return input;
     }
 
-    /// Passes over what the input met last holds.
+    /// Skips the parts of the last input.
     void leaveOut() noexcept {
         if (m_at.next == 0 && !m_outer.empty()) leave();
     }

@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Names by which nodes know inputs and types, made once: a look-up compares their kept hashes.
+/// Names that nodes look up in inputs and types, made once: look-ups compare their cached hashes.
 struct KnownNames {
     const String meta{"_meta"};
     const String name{"name"};
@@ -22,7 +22,7 @@ struct KnownNames {
     const String nodeName{"__node_name__"};
 };
 
-/// Never destroyed, as nodes may outlive all that is.
+/// Never destroyed, because nodes may outlive all other objects.
 [[nodiscard]] const KnownNames& knownNames();
 
 } // namespace qv::kelvo_sdk::impl

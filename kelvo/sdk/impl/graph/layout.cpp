@@ -24,7 +24,7 @@ String labelOf(const String& name, const Layout::Texts& labels, String language)
     return text.titleCased(true);
 }
 
-// The parts of a list by name; those without a name are none of them.
+// Indexes the parts of a list by name; leaves out parts without a name.
 template<typename Part>
 class ByName {
 public:
@@ -44,7 +44,7 @@ private:
     std::unordered_map<String, u64> m_places;
 };
 
-// Languages that are there already keep their text.
+// Languages that exist already keep their texts.
 void addLabels(Layout::Texts& labels, const Layout::Texts& added) {
     if (added.empty()) return;
     std::unordered_set<String> known;
@@ -54,7 +54,7 @@ void addLabels(Layout::Texts& labels, const Layout::Texts& added) {
         if (known.insert(label.first).second) labels.push_back(label);
 }
 
-// Inputs without a group go on with such that stand last.
+// Inputs without a group are added to the last group if that has no name either.
 void addGroup(std::vector<Layout::Group>& groups, ByName<Layout::Group>& byName,
               const Layout::Group& added) {
     const bool isOnWith = added.name.isEmpty() && !groups.empty() && groups.back().name.isEmpty();
@@ -90,7 +90,7 @@ void Layout::merge(const Layout& added) {
     dropEmpty();
 }
 
-// Names are told apart without regard to case.
+// Compares names without regard to case.
 void Layout::removeInputs(const Layout& moved) {
     std::unordered_set<u64> names;
     for (const Page& page : moved.m_pages)
@@ -103,7 +103,7 @@ void Layout::removeInputs(const Layout& moved) {
                           [&](const String& input) { return names.contains(input.foldedHash()); });
 }
 
-// Groups and pages without inputs left are removed.
+// Removes groups and pages without inputs.
 void Layout::dropEmpty() {
     for (Page& page : m_pages)
         std::erase_if(page.groups, [](const Group& group) {

@@ -16,7 +16,7 @@ public:
     using Texts = AttrDetails::Texts;
 
     struct Group {
-        /// Empty for inputs that stand in the page itself.
+        /// Empty for inputs directly on the page.
         String name;
         /// By language.
         Texts labels;
@@ -25,13 +25,13 @@ public:
     struct Page {
         String name;
         Texts labels;
-        /// In order; groups of a page have different names, but for those without a name.
+        /// In order; groups of a page have different names, except for those without a name.
         std::vector<Group> groups;
     };
 
     Layout() = default;
     explicit Layout(std::vector<Page> pages) : m_pages(std::move(pages)) {}
-    /// A copy with a reference of its own.
+    /// The copy has a single reference of its own.
     Layout(const Layout& other) : m_pages(other.m_pages) {}
     Layout& operator=(const Layout&) = delete;
 
@@ -41,11 +41,11 @@ public:
     }
 
     [[nodiscard]] const std::vector<Page>& pages() const noexcept { return m_pages; }
-    /// Adds pages behind those there are: pages and groups of a known name go on with what is new,
-    /// and inputs that stood elsewhere move.
+    /// Adds pages behind the existing ones. Extends pages and groups whose names exist already;
+    /// moves inputs that were elsewhere.
     void merge(const Layout& added);
 
-    /// Returns the same with another name for an input; null when the input stands nowhere in it.
+    /// Returns a copy with another name for an input; null when the layout does not have the input.
     [[nodiscard]] RefersTo<Layout> withRenamed(const String& input, const String& name) const;
 
     /// Returns the label in a language ("auto": the current one), else the name, in title case.

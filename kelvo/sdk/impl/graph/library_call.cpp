@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// A log handler may throw as well, and there is nobody left to tell.
+// Ignores an exception of the log handler, because there is nowhere to report it.
 void logThrown(const char* callback, const String& node, const char* what) noexcept {
     try {
         if (what)

@@ -7,12 +7,12 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Logs that a callback of a node's library threw; `what` is null when nobody knows what.
+/// Logs that a callback of a node's library threw; `what` is null when unknown.
 void logThrown(const char* callback, const String& node, const char* what) noexcept;
 
-/// Calls into a node's library and returns its answer. A callback that throws costs an error line,
-/// and answers false; lack of memory alone reaches the caller. The name is a copy: a callback may
-/// end its node.
+/// Calls a callback of a node's library and returns its result. When the callback throws, logs an
+/// error and returns false; only out-of-memory errors reach the caller. Takes the name as a copy,
+/// because the callback may destroy the node.
 template<typename Call>
 bool callLibrary(const char* callback, const String node, const Call& call) {
     try {

@@ -4,10 +4,10 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Returns the list of a node's modifiers, null when there is nothing in it.
+/// Returns the list of a node's modifiers, null when it is empty or absent.
 [[nodiscard]] const Input* modifierListOf(const Node& node) noexcept;
 
-/// Tells whether an input is the list of its node's modifiers, or in it.
+/// Tells whether an input is the list of its node's modifiers, or an element of it.
 [[nodiscard]] bool isModifierList(const Input& input) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

@@ -16,7 +16,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Tells whether a node has another input of the name of this one.
+// Tells whether a node has another input with the name of this one.
 bool hasNamesake(const Node& node, const Input& input) {
     InputWalk inputs(node.inputs());
     while (const Input* next = inputs.next())
@@ -24,7 +24,7 @@ bool hasNamesake(const Node& node, const Input& input) {
     return false;
 }
 
-// Tells whether a modifier changes other inputs of the name of this one, in any node.
+// Tells whether a modifier also changes other inputs with the name of this one, in any node.
 bool changesNamesakes(const Node& modifier, const Input& input) {
     const auto& node = implOf(*input.node());
     if (hasNamesake(node, input)) return true;
@@ -39,8 +39,8 @@ bool changesNamesakes(const Node& modifier, const Input& input) {
     return isFound;
 }
 
-// The list by which a modifier names inputs, null when it has none. Its type need not be known:
-// scenes are edited without their libraries, too.
+// Returns the list in which a modifier names inputs, null when it has none. Its type may be
+// unknown, because scenes are also edited without their libraries.
 Input* listOfModifier(const Input& element) {
     const auto* modifier = implOf(linkedNode(element));
     auto* list = modifier ? implOf(modifier->lookUpInput(knownNames().modifies)) : nullptr;
@@ -61,7 +61,7 @@ String replaced(const StringVector& names, const String& before, const String& a
 
 } // namespace
 
-// Modifiers find names whatever their case.
+// Compares names without regard to case, as modifiers do.
 std::vector<ModifierNames> modifierNamesAfter(const Input& renamed, const String& name) {
     const auto* node = implOf(renamed.node());
     const Input* modifiers = node ? modifierListOf(*node) : nullptr;

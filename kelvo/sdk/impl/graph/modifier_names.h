@@ -9,14 +9,15 @@ namespace qv::kelvo_sdk::impl {
 
 class Input;
 
-/// A modifier's list of the inputs that it changes, and what it is to say.
+/// A modifier's list of the inputs that it changes, and the new text of the list.
 struct ModifierNames {
     RefersTo<Input> input;
     String names;
 };
 
-/// Returns the lists that name an input, as they have to be when it is renamed. A list that names
-/// others like it as well keeps the old name beside the new one. Empty for an input of no node.
+/// Returns the lists that name an input, with their texts after the renaming. A list that also
+/// applies to other inputs of that name keeps the old name beside the new one. Empty for an input
+/// without node.
 [[nodiscard]] std::vector<ModifierNames> modifierNamesAfter(const Input& renamed,
                                                             const String& name);
 

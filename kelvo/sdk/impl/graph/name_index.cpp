@@ -15,7 +15,7 @@ NameIndex<Attribute>::NameIndex(const ds::Vector<Attribute*>& list) {
         add(static_cast<Own*>(next));
 }
 
-// Returns the slot that holds the name, or the empty one where it belongs.
+// Returns the slot of a name, or the empty slot where it belongs.
 template<typename Attribute>
 u64 NameIndex<Attribute>::slotOf(u64 hash, const String& name) const noexcept {
     const u64 mask = m_slots.size() - 1;
@@ -51,7 +51,7 @@ void NameIndex<Attribute>::addKnown(Own* attribute) noexcept {
     ++m_used;
 }
 
-// Entries behind the one that goes close up to where they belong.
+// Moves entries behind the removed one into the hole, so that searches still find them.
 template<typename Attribute>
 void NameIndex<Attribute>::remove(const Own* attribute) noexcept {
     const u64 mask = m_slots.size() - 1;

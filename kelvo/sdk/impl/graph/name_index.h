@@ -15,15 +15,15 @@ public:
 
     explicit NameIndex(const ds::Vector<Attribute*>& list);
 
-    /// An earlier one of the same name stays the one that is found.
+    /// Adds an attribute; an earlier one of the same name stays in the index instead.
     void add(Own* attribute);
-    /// One of a name that is there came into the list in front of that one.
+    /// Call when an attribute came into the list in front of the indexed one of its name.
     void putInFront(Own* attribute) noexcept;
-    /// Does nothing when another is found by that name.
+    /// Does nothing when the index has another attribute of that name.
     void remove(const Own* attribute) noexcept;
-    /// In place of one that was removed right before.
+    /// Adds an attribute right after the removal of another, which needs no memory.
     void addKnown(Own* attribute) noexcept;
-    /// Tells whether several of a name may ever have been there at once.
+    /// Tells whether several attributes may ever have shared this name at once.
     [[nodiscard]] bool isShared(u64 nameHash) const noexcept {
         return m_sharedHashes.contains(nameHash);
     }
@@ -38,7 +38,7 @@ private:
     // Open addressing; the size is a power of two, at most half full.
     ds::Vector<Own*> m_slots;
     u64 m_used = 0;
-    // Of the names that several have or had.
+    // Hashes of names that several attributes share or have shared.
     ds::Vector<u64> m_sharedHashes;
 };
 

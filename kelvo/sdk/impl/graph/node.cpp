@@ -30,7 +30,7 @@ Node::Node(IScene* scene, String type, String name)
 
 namespace {
 
-// References that a node's free callback takes and drops never come near 0.
+// Keeps the count far from 0 while a node's free callback takes and drops references.
 constexpr i32 countOfDying = 1 << 30;
 
 } // namespace
@@ -42,10 +42,10 @@ Node::~Node() {
         const std::lock_guard lock(m_observerMutex);
         m_observers.release();
     }
-    // A callback that throws ends the process: nobody could mend here what it left half done.
+    // If the callback throws, the process ends, because its half-finished work cannot be repaired.
     if (m_nodeFree) m_nodeFree(this, &m_data);
     if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
-    // Every owner link goes before anything else does, so that no attribute reaches this node.
+    // Clears all owner pointers first, so that no attribute reaches this node afterwards.
     for (IInput* input : m_inputs)
         implOf(input)->clearNode();
     for (IOutput* output : m_outputs)
@@ -76,7 +76,7 @@ void Node::decRef() {
     delete this;
 }
 
-// Nodes of a scene lose what refers to them when they leave it.
+// Only matters for nodes outside of scenes: leaving a scene ends all references to a node.
 bool Node::isReferredTo() const noexcept {
     const auto isRead = [](const IOutput* output) { return !implOf(output)->isFree(); };
     if (std::ranges::any_of(m_outputs, isRead)) return true;
@@ -84,7 +84,7 @@ bool Node::isReferredTo() const noexcept {
            (LinkTable::ofFreeNodes().first(this) || LinkTable::keptOfFreeNodes().first(this));
 }
 
-// While the node can still be looked at: whoever is told may even keep it.
+// Called while the node still exists; observers may even keep it alive.
 void Node::endReferences() noexcept {
     try {
         NewsHold news;
@@ -99,7 +99,8 @@ void Node::endReferences() noexcept {
     }
 }
 
-// References that came meanwhile, or lead to a node that is not counted, end unheard.
+// Ends references that were added meanwhile, or that lead to a node that is not counted, without
+// notifications.
 void Node::dropReferences() noexcept {
     for (IOutput* output : m_outputs)
         implOf(output)->dropTargets();

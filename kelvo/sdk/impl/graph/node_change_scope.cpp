@@ -10,7 +10,7 @@ void NodeChangeScope::open(interfaces::IScene* scene) {
     try {
         m_step.reset(new kelvo_sdk::Scene::UndoScope(kelvo_sdk::Scene(scene)));
     } catch (const std::bad_alloc&) {
-        // The edit under way makes a step of it, too.
+        // The edit in progress makes the step instead.
         if (!CertainTelling::isOn()) throw;
     }
 }

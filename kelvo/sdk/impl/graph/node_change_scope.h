@@ -8,8 +8,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Makes the edits of a node that happen while it lives one undoable step of the scene. Does
-/// nothing for a null scene, one that records no undo, or one that is replaying.
+/// Makes all edits of a node during this scope one undoable step of its scene. Does nothing when
+/// the scene is null, records no undo, or is replaying.
 class QV_EXPORT NodeChangeScope {
 public:
     explicit NodeChangeScope(interfaces::IScene* scene) {

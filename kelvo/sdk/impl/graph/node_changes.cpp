@@ -28,7 +28,7 @@ u64 bytesOf(const Node& node) {
     return bytes;
 }
 
-// Calls `visit(INode&)` for each node of no scene that a node links to or reads.
+// Calls `visit(INode&)` for each node outside of scenes that a node links to or reads.
 template<typename Visit>
 void visitStrays(const Node& node, const Visit& visit) {
     const auto note = [&](INode* reached) {
@@ -40,14 +40,14 @@ void visitStrays(const Node& node, const Visit& visit) {
     });
 }
 
-// Makes room for the strays of a node beside those that are held already.
+// Reserves memory for the strays of a node beside those that are kept already.
 void makeRoomForStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
     u64 count = 0;
     visitStrays(node, [&](INode&) { ++count; });
     strays.reserve(strays.size() + 2 * count);
 }
 
-// Holds the strays of a node in place of those that were held.
+// Keeps the strays of a node in place of the earlier ones.
 void holdStrays(const Node& node, std::vector<RefersTo<INode>>& strays) {
     const auto before = static_cast<std::ptrdiff_t>(strays.size());
     visitStrays(node, [&](INode& stray) { strays.emplace_back(&stray); });
@@ -69,11 +69,11 @@ void OutputListChange::prepareSwap(Scene& /*scene*/) {
     if (m_isIn) m_output->disconnectTargets();
 }
 
-// A node that left may have been changed through a handle: a change that does not fit any more is
-// passed over.
+// A removed node may have been changed through a handle: does nothing when the change does not fit
+// any more.
 void OutputListChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
-    // One whose removal has not come to its end knows its node still.
+    // An output whose removal is not complete still has its node.
     const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
     if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
@@ -86,7 +86,7 @@ void OutputListChange::swap(Scene& scene) {
     }
     keepComments([&] { takeComments(scene.comments()); });
     removeFromList(m_node->m_outputs, indexInList<IOutput>(m_node->m_outputs, m_output.get()));
-    // The list's reference.
+    // Takes over the reference of the list.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
     afterTelling([leaving] { leaving->clearNode(); });
@@ -138,9 +138,8 @@ void NodeChange::prepareSwap(Scene& scene) {
     if (m_isIn) scene.clearReferences(*m_node);
 }
 
-// A node that left may have been given to another scene, where it stays; a node that came in may
-// have been taken out by an observer of another undo. A swap that was passed over is passed over
-// when it is turned back, too.
+// Skips the swap when a removed node was added to another scene, or when an observer of another
+// undo removed an added node. Swapping back skips it too.
 void NodeChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
     if (std::exchange(m_isPassedOver, false)) return;
@@ -155,7 +154,7 @@ void NodeChange::swap(Scene& scene) {
         return;
     }
     keepComments([&] { scene.comments().take(m_node.get(), m_comments); });
-    // There is room, but for a step that is taken back, which nobody brings back in turn.
+    // Memory is reserved, except when a step is rolled back, which is never redone.
     try {
         holdStrays(*m_node, m_strays);
     } catch (const std::bad_alloc&) {
@@ -167,8 +166,8 @@ void NodeChange::swap(Scene& scene) {
     scene.tellRemoved(*m_node);
 }
 
-// An observer of another undo may have given the name to another node. The next time it leaves, it
-// has its own name back.
+// An observer of another undo may have given the name to another node. The node gets its own name
+// back when it is removed again.
 void NodeChange::takeFreeName(const Scene& scene) {
     const String name = m_node->name();
     if (!scene.m_nodes.find(name)) return;
@@ -245,7 +244,7 @@ String NodeExchange::text() const {
 NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::move(before)) {}
 
 void NodeRename::swap(Scene& scene) {
-    // An observer of another undo may have given the name away.
+    // An observer of another undo may have given the name to another node.
     const Node* named = scene.m_nodes.find(m_other);
     if (!scene.contains(*m_node) || (named && named != m_node.get())) return;
     String name = std::exchange(m_other, m_node->name());
@@ -258,7 +257,7 @@ String NodeRename::text() const {
 
 NodeMove::NodeMove(Node& node, u64 from, u64 to) : m_node(&node), m_from(from), m_to(to) {}
 
-// An observer of another undo may have made other places of these.
+// Observers of another undo may have changed the nodes, so that the positions do not fit.
 void NodeMove::swap(Scene& scene) {
     std::swap(m_from, m_to);
     if (std::exchange(m_isPassedOver, false)) return;

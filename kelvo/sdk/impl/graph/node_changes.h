@@ -11,17 +11,17 @@
 // Records of changes to nodes as a whole, and to outputs.
 namespace qv::kelvo_sdk::impl {
 
-/// An output came into the list of a node, or left it.
+/// An output was added to the list of a node, or removed from it.
 class OutputListChange final : public Change {
 public:
     OutputListChange(Output& output, Node& node, u64 index, bool isIn);
     void expect(Scene& scene) override {
         scene.expect(static_cast<const IOutput*>(m_output.get()));
     }
-    /// Connections made without the scene's knowledge end.
+    /// Ends connections that were made without the scene's knowledge.
     void prepareSwap(Scene& scene) override;
     void swap(Scene& scene) override;
-    /// Needs one that leaves; before it does.
+    /// Call before the removal that this records.
     void takeComments(SceneComments& from);
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override;
@@ -54,17 +54,18 @@ private:
     Value m_other;
 };
 
-/// A node came into the scene, or left it.
+/// A node was added to the scene, or removed from it.
 class NodeChange final : public Change {
 public:
     NodeChange(Node& node, u64 index, bool isIn);
     void expect(Scene& scene) override;
-    /// References made without the scene's knowledge end.
+    /// Ends references that were made without the scene's knowledge.
     void prepareSwap(Scene& scene) override;
     void swap(Scene& scene) override;
-    /// Needs one that leaves; before it does. What belongs to it is kept.
+    /// Call before the removal that this records: keeps comments, and nodes that the node refers
+    /// to.
     void takeAlong(SceneComments& from);
-    /// The same: the place that it leaves.
+    /// Keeps the place that the removed node had.
     void keep(NodeTable::Place place) noexcept { m_place = std::move(place); }
     [[nodiscard]] u64 bytes() const override;
     [[nodiscard]] String subject() const override { return m_node->name(); }
@@ -77,22 +78,23 @@ private:
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
-    // Nodes of no scene that it refers to, or did when it was out last: nobody else may hold them.
-    // There is room for as many again.
+    // Nodes outside of scenes that the node refers to, or did when it was last removed; this record
+    // may have the only references. Has capacity for as many again.
     std::vector<RefersTo<INode>> m_strays;
-    // Of one that is out.
+    // The place of a removed node.
     NodeTable::Place m_place;
-    // Of one that came back under another name, as its own was taken.
+    // The own name of a node that was restored under another one, because its own was taken.
     String m_name;
     bool m_isPassedOver = false;
 };
 
-/// A node was put in place of another, whose name it has.
+/// A node was replaced by another one, which has its name.
 class NodeExchange final : public Change {
 public:
-    /// Before it is.
+    /// Create before the exchange.
     NodeExchange(Node& node, Node& replacement, SceneComments& comments);
-    /// When it was: what left lets go of the outputs that it reads. What it refers to stays alive.
+    /// Call after the exchange: disconnects the inputs of the replaced node. Keeps alive all nodes
+    /// that it refers to.
     void cutSources();
     void expect(Scene& scene) override {
         scene.expect(static_cast<const INode*>(m_out.get()));
@@ -116,13 +118,13 @@ private:
     RefersTo<Node> m_out;
     RefersTo<Node> m_in;
     std::vector<Source> m_sources;
-    // Nodes of no scene that the one that is out refers to.
+    // Nodes outside of scenes that the replaced node refers to.
     std::vector<RefersTo<INode>> m_strays;
-    // Empty, with room for those of the one that is in.
+    // Empty, with capacity for the sources of the current node.
     std::vector<Source> m_room;
-    // Nodes of no scene that the one that is in refers to, or did when it was out.
+    // Nodes outside of scenes that the current node refers to, or did while it was replaced.
     std::vector<RefersTo<INode>> m_otherStrays;
-    // Of the one that is out.
+    // Comments of the replaced node.
     SceneComments::Kept m_comments;
 };
 
@@ -141,7 +143,7 @@ private:
     String m_other;
 };
 
-/// A node was moved among the nodes of the scene.
+/// A node was moved within the order of the scene's nodes.
 class NodeMove final : public Change {
 public:
     NodeMove(Node& node, u64 from, u64 to);
@@ -158,7 +160,7 @@ private:
     bool m_isPassedOver = false;
 };
 
-/// The comments of the text as a whole were set.
+/// The comments of the whole text were set.
 class FileCommentsChange final : public Change {
 public:
     explicit FileCommentsChange(const SceneComments& comments) : m_other(comments.file()) {}

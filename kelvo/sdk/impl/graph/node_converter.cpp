@@ -14,7 +14,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Long buffers would drown the message.
+// Shortens values, because long buffers would drown the message.
 String shortText(const Value& value) {
     constexpr u64 most = 40;
     const String text = valueToText(value);
@@ -55,7 +55,7 @@ void NodeConverter::fillInputs() {
         else
             lose(from, String("is no input of type '") + m_to.type() + "'");
     }
-    // Without recursion: inputs may be nested deeper than the stack goes.
+    // Works without recursion: inputs may nest deeper than the stack allows.
     for (u64 i = 0; i < m_pending.size(); ++i) {
         const Step step = m_pending[i];
         convert(step);
@@ -132,7 +132,7 @@ void NodeConverter::convertElements(const Step& step) {
     makeElements(step);
 }
 
-// Elements that the array has already are taken as they are.
+// Fills existing elements of the array instead of making new ones.
 void NodeConverter::makeElements(const Step& step) {
     const Input& from = *step.from;
     Input& to = *step.to;
@@ -164,7 +164,7 @@ void NodeConverter::convertValue(const Step& step) {
         lose(from, String("does not take '") + shortText(result) + "'");
 }
 
-// Returns Null for what does not convert. A text that names a node becomes a link to it.
+// Returns Null if the value does not convert. A text that names a node becomes a link to it.
 Value NodeConverter::converted(const Value& value, const Input& to) const {
     Value result;
     if (value.type() == AttrType::String && to.type() == AttrType::Node) {
@@ -182,7 +182,7 @@ Value NodeConverter::converted(const Value& value, const Input& to) const {
     return isOtherBuffer ? result : value;
 }
 
-// Values that modifiers wrote are not the user's, and links to the node itself are to follow it.
+// Ignores values of modifiers, and redirects links from the node to itself to the replacement.
 Value NodeConverter::userValue(const Input& from) const {
     const Value& value = from.ownValue();
     const bool isOwnLink = value.type() == AttrType::Node && value.asNode() == &m_from;
@@ -203,7 +203,7 @@ void NodeConverter::note(String path, String reason) {
     m_losses.push_back({std::move(path), std::move(reason)});
 }
 
-// The inputs are held: whoever is told may remove them.
+// Keeps the inputs alive, because observers may remove them.
 void NodeConverter::moveTargets() {
     for (const auto& [from, to] : m_outputs) {
         std::vector<RefersTo<Input>> targets;
@@ -223,7 +223,7 @@ void NodeConverter::moveTargets() {
     }
 }
 
-// All or, without memory, none.
+// Moves all comments or, when out of memory, none.
 void NodeConverter::moveComments() const {
     SceneComments& comments = m_scene.comments();
     if (comments.empty() && comments.file().unread.empty()) return;

@@ -12,13 +12,13 @@ class Scene;
 
 using interfaces::ConversionLosses;
 
-/// Fills the replacement of a node that is converted to another type, and notes what does not fit.
+/// Fills the replacement of a node that is converted to another type, and records losses.
 ///
-/// Attributes beyond the old type's definition are carried over whole, and so is everything when
-/// the new type is unknown. Dropping a value at its default is no loss.
+/// Copies attributes beyond the old type's definition completely, and all attributes when the new
+/// type is unknown. Dropping a value at its default is no loss.
 class NodeConverter {
 public:
-    /// `definition` is that of the node's old type, null when it is not known.
+    /// `definition` is that of the node's old type, null when unknown.
     NodeConverter(Scene& scene, Node& from, Node& to, const Node* definition, bool isNewTypeKnown)
         : m_scene(scene),
           m_from(from),
@@ -26,10 +26,10 @@ public:
           m_definition(definition),
           m_keepsAll(!isNewTypeKnown) {}
 
-    /// Carries values and incoming connections over; the node stays as it is.
+    /// Copies values and incoming connections; the node itself is unchanged.
     void fill();
-    /// Lets what is connected to the node's outputs read those of the replacement, which is in the
-    /// scene by now.
+    /// Connects the targets of the node's outputs to those of the replacement. Call when the
+    /// replacement is in the scene.
     void moveTargets();
     void moveComments() const;
 
@@ -41,7 +41,7 @@ private:
         Input* to;
         // The input in the definition of the node's old type, null when there is none.
         const Input* definition;
-        // Made here, so that it takes what is read-only as well.
+        // Made by this conversion, so that values can be copied even if it is read-only.
         bool isCopy;
     };
 
@@ -67,7 +67,7 @@ private:
     ConversionLosses m_losses;
     std::vector<Step> m_pending;
     std::vector<std::pair<const Input*, const Input*>> m_inputs;
-    // The second is null for an output that the new type lacks.
+    // Outputs with their replacements; null for an output that the new type lacks.
     std::vector<std::pair<Output*, Output*>> m_outputs;
 };
 

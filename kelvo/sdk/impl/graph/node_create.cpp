@@ -46,7 +46,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The quotes stand around the kind; readers of logs rely on it.
+// The kind, not the name, is in quotes; readers of logs rely on it.
 bool checkAttrName(const String& name, const char* kind, const Node& node) {
     if (name.isSimpleCID()) return true;
     logError("Cannot create illegally-named %s '%s' on node %s.", name.buf(), kind,
@@ -63,7 +63,7 @@ bool isOfKind(const Attribute& attribute, AttrType type) {
     return type == AttrType::Null || attribute.type() == type;
 }
 
-// Says that an attribute stays as it is. `word` is "input" or "output", `suffix` "" or "[]".
+// Logs that an attribute is unchanged. `word` is "input" or "output", `suffix` "" or "[]".
 template<typename Attribute>
 void warnOfReuse(const char* word, const Attribute& existing, const char* asked,
                  const char* suffix) {
@@ -129,7 +129,7 @@ IOutput* Node::checkExistingOutput(String name, AttrType type, DataType dataType
     return reusableOutput(name, type, dataType);
 }
 
-// One of another kind does not count: a second input of that name is made beside it.
+// Ignores an input of another kind: a second input of that name is made beside it.
 IInput* Node::reusableInput(const String& name, AttrType type, AttrType elementType,
                             DataType dataType) const {
     IInput* existing = lookUpInput(name);
@@ -153,8 +153,8 @@ IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataTy
     return existing;
 }
 
-// Takes over the creator's reference, which becomes the node's. Those who hear of the input may
-// take it away, or the whole node.
+// Takes over the creator's reference for the node. Observers may remove the input, or the whole
+// node.
 IInput* Node::addInput(Input* input) {
     const bool isHeld = mayCallBack();
     const RefersTo<Node> self(isHeld ? this : nullptr);

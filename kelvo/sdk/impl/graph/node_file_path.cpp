@@ -24,7 +24,7 @@ String withDot(String ext) {
     return ext.isEmpty() || ext.startsWith(".", false) ? ext : String('.') + ext;
 }
 
-// A file name for the record of an edit: nothing without its first part.
+// Returns the file name for the description of an edit; empty without its first part.
 String fileName(const String& file, const String& ext) {
     return file.isEmpty() ? String() : file + ext;
 }
@@ -43,7 +43,7 @@ String Node::asPath() const {
         return {};
     }
     const KnownNames& known = knownNames();
-    // An evaluation may remove what is still to be read.
+    // An evaluation may remove inputs that are read later.
     const kelvo_sdk::Input dirInput(lookUpInput(known.dir));
     const kelvo_sdk::Input fileInput(lookUpInput(known.file));
     const kelvo_sdk::Input extInput(lookUpInput(known.ext));
@@ -57,7 +57,7 @@ String Node::asPath() const {
 
 bool Node::setPath(String dir, String file, String ext) {
     if (!isPath()) return false;
-    // Who hears of the writes may remove the node.
+    // Observers of the writes may remove the node.
     const kelvo_sdk::Node self(this);
     const kelvo_sdk::Scene scene(liveScene());
     ext = withDot(std::move(ext));
@@ -68,8 +68,8 @@ bool Node::setPath(String dir, String file, String ext) {
     const String newName = fileName(file, ext);
     const String oldName =
         fileName(fileInput.asString(false, nullptr), extInput.asString(false, nullptr));
-    // A node that left its scene is not edited, nor, where undo would bring it back with the edit,
-    // is an input that left the node.
+    // Skips a node that left its scene, and an input that left the node if undo would restore it
+    // together with the edit.
     const auto isThere = [&](const kelvo_sdk::Input& written) {
         if (liveScene() != scene.get()) return false;
         if (!scene) return true;
@@ -85,7 +85,7 @@ bool Node::setPath(String dir, String file, String ext) {
     scene->beginEdit();
     const u64 depth = scene->editDepth();
     scene->beginEditGroup();
-    // Without memory for its texts the edit is not to be.
+    // Cancels the edit when there is no memory for its texts.
     const auto end = [&] {
         scene->endEditGroup();
         String doText, undoText;

@@ -22,7 +22,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Takes "[index]", as paths write it, off the front.
+// Removes a leading "[index]" from a path.
 bool takeIndex(std::string_view& path, u64& index) noexcept {
     const u64 end = path.find(']');
     if (path.empty() || path[0] != '[' || end == std::string_view::npos) return false;
@@ -35,7 +35,7 @@ bool takeIndex(std::string_view& path, u64& index) noexcept {
     return true;
 }
 
-// Takes ".name" off the front.
+// Removes a leading ".name" from a path.
 bool takeName(std::string_view& path, std::string_view& name) noexcept {
     if (path.empty() || path[0] != '.') return false;
     name = path.substr(1, path.find_first_of(".[", 1) - 1);
@@ -51,8 +51,8 @@ IInput* memberNamed(IInput& object, std::string_view name) {
     return nullptr;
 }
 
-// Returns the input that the steps in `path` lead to from `input`: each step's text begins the path
-// text of all below it, so that only what it names need be searched.
+// Returns the input to which the steps in `path` lead from `input`. The path text of an input
+// begins with that of its parents, so only named inputs have to be searched.
 IInput* searchInput(IInput* input, std::string_view path) {
     while (input && !path.empty()) {
         u64 index = 0;
@@ -67,8 +67,8 @@ IInput* searchInput(IInput* input, std::string_view path) {
     return input;
 }
 
-// Elements of one path are made in one step, which begins with the first, and told when all of them
-// are there.
+// Makes the elements of one path in one step, which begins with the first element; observers are
+// notified when all elements exist.
 struct Growing {
     explicit Growing(const Node* node) : step(node) {}
     NewsHold news;
@@ -100,7 +100,7 @@ IInput* Node::input(String path) const {
     return findInputByName(std::move(path));
 }
 
-// Puts the node's name in front of a path that does not begin with it.
+// Adds the node's name in front of a path that does not begin with it.
 String Node::fullPath(String path) const {
     const u64 length = m_name.size();
     const bool isFull = path.size() > length && path.view()[length] == '.' &&
@@ -141,7 +141,7 @@ IInput* Node::parseInputPath(String path) {
     return parseInputPath(PathParser::parsePath(fullPath(std::move(path))));
 }
 
-// A first step that does not name this node names an input, and counts again as a step below it.
+// If the first step does not name this node, it names an input, and is looked up again inside it.
 IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
     if (tokens.empty()) return nullptr;
     const bool namesThis = m_name.equalsNoCase(tokens[0].text);
@@ -153,7 +153,7 @@ IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
         if (!current) break;
     }
     if (!growing) return current;
-    // Observers of the elements may take them away, or the whole node.
+    // Observers may remove the elements, or the whole node.
     const RefersTo<Node> self(this);
     const RefersTo<IInput> held(current);
     growing->news.release();

@@ -24,7 +24,7 @@ private:
     u64 m_next = 0;
 };
 
-/// Takes an iterator over and returns a handle on each of its nodes.
+/// Takes ownership of an iterator and returns a handle to each of its nodes.
 [[nodiscard]] ds::Vector<kelvo_sdk::Node> handlesOn(NodeIterator* nodes);
 
 } // namespace qv::kelvo_sdk::impl

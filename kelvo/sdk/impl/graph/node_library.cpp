@@ -12,7 +12,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Does something when a callback is over, whether it answered or threw.
+// Runs a function after a callback, whether that returned or threw.
 template<typename Call>
 class AtEnd {
 public:
@@ -27,7 +27,8 @@ private:
 
 } // namespace
 
-// Replaces all six, by null where the library has none; returns whether they make a usable set.
+// Replaces all six callbacks, by null if the library has none; returns whether they are a usable
+// set.
 bool Node::bindCallbacks(const String& type) {
     m_nodeInit = m_libInfo.nodeInit(type);
     m_nodePrep = m_libInfo.nodePrep(type);
@@ -39,8 +40,8 @@ bool Node::bindCallbacks(const String& type) {
     return (m_nodeInit && m_nodeEval && m_nodeFree) || m_nodeModify;
 }
 
-// Other callbacks or data may give other results, and the same data may hold other things. The
-// scene of a node that ends may be gone.
+// New callbacks or user data may change results, even if the data pointer is the same. The scene of
+// a node that is being destroyed may be gone.
 void Node::evaluationChanged() const noexcept {
     if (!m_scene || m_destroying) return;
     implOf(m_scene)->followers().each(

@@ -11,7 +11,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Returns the node that an input by itself links to, or null.
+/// Returns the node that the input itself links to, or null.
 [[nodiscard]] inline INode* linkedNode(const Input& input) noexcept {
     return input.type() == AttrType::Node ? input.value().asNode() : nullptr;
 }
@@ -22,13 +22,14 @@ namespace qv::kelvo_sdk::impl {
     return source ? source->node() : nullptr;
 }
 
-/// Returns why an input of one node may not lead to another node; null when it may, or when one of
-/// them is null. Nodes that were in no scene yet may be referred to: they may come in.
+/// Returns the reason why an input of one node may not refer to another node; null when it may, or
+/// when one of them is null. Nodes that were never in a scene may be referred to, because they may
+/// join one.
 [[nodiscard]] const char* barBetween(const INode* from, const INode* to) noexcept;
 
-/// Calls `visit(const Node&)` for all that the inputs of a node link and connect to, at any depth
-/// of arrays and objects, in order. A node may be met again. Stops, and returns true, as soon as
-/// `visit` does.
+/// Calls `visit(const Node&)` for each node that the inputs of a node link or connect to, at any
+/// depth of arrays and objects, in order. May visit a node repeatedly. Stops and returns true as
+/// soon as `visit` returns true.
 template<typename Visit>
 bool visitDependencies(const Node& node, const Visit& visit) {
     InputWalk inputs(node.inputs());
@@ -46,8 +47,8 @@ void visitInputs(const Node& node, const Visit& visit) {
         visit(*input);
 }
 
-/// Calls `visit(Input&)` for the inputs on a list of a parent (null for a node's) and all below
-/// them, each parent followed by what it holds; takes no memory.
+/// Calls `visit(Input&)` for the inputs on a list of the parent `of` (null for a node's list) and
+/// all their parts, parents first; takes no memory.
 template<typename Visit>
 void visitInPlace(const ds::Vector<IInput*>& list, const Input* of, const Visit& visit) {
     const Input* parent = of;
@@ -69,14 +70,14 @@ void visitInPlace(const ds::Vector<IInput*>& list, const Input* of, const Visit&
     }
 }
 
-/// The same for all inputs of a node.
+/// Calls `visit(Input&)` for all inputs of a node, parents first; takes no memory.
 template<typename Visit>
 void visitInputsInPlace(const Node& node, const Visit& visit) {
     visitInPlace(node.inputs(), nullptr, visit);
 }
 
-/// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. A node may
-/// be met again.
+/// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. May visit
+/// a node repeatedly.
 template<typename Visit>
 void visitReaders(const Node& node, const Visit& visit) {
     const auto visitOwner = [&](const Input& input) {
@@ -87,9 +88,9 @@ void visitReaders(const Node& node, const Visit& visit) {
         implOf(output)->forEachTarget(visitOwner);
 }
 
-/// Calls `enter(Node&)` for the readers of a node, and of each that `enter` answers true for, at
-/// any distance; without recursion: chains may be longer than the stack is deep. A node may be met
-/// again. `pending` is the memory that the walk works in.
+/// Calls `enter(Node&)` for the readers of a node and, where `enter` returns true, for their
+/// readers in turn, at any distance. Works without recursion: chains may be longer than the stack
+/// allows. May visit a node repeatedly. `pending` is working memory.
 template<typename Enter>
 void visitDownstream(const Node& from, std::vector<const Node*>& pending, const Enter& enter) {
     pending.assign(1, &from);

@@ -27,8 +27,8 @@ kelvo_sdk::Input handleOn(const IInput* input) {
     return kelvo_sdk::Input(const_cast<IInput*>(input));
 }
 
-// Keeps alive, until everyone was told, what they are told about: who is told may let go of it.
-// Costs nothing until it is used.
+// Keeps the objects of a notification alive until all observers were notified, because observers
+// may drop the last references. Costs nothing until used.
 class Survivors {
 public:
     void keep(const Node* node, const IInput* input = nullptr, const IOutput* before = nullptr,
@@ -48,7 +48,7 @@ private:
     RefersTo<IOutput> m_after;
 };
 
-// A change of a value that is told when the change around it is complete.
+// A change of a value whose notification waits until the enclosing change is complete.
 class ChangeToTell {
 public:
     ChangeToTell(Node* node, const IInput* input, const AttrData* previous)
@@ -70,7 +70,7 @@ private:
     bool m_isKnown;
 };
 
-// Tells a node's own observers of a value or connection. Whatever they throw, the scene goes by it.
+// Notifies a node's own observers of a value or connection. If they throw, still updates the scene.
 template<typename Tell>
 void tellOwn(const Node& node, const IInput* input, const Tell& tell) {
     AllCalls calls;
@@ -87,19 +87,19 @@ RefersTo<Attribute> held(const Attribute* attribute) {
 
 } // namespace
 
-// Tells whether anyone but the node's own observers may hear of a change: a scene observer, a
-// modifier, or whatever was derived from the scene.
+// Tells whether anyone besides the node's own observers may need notifications: a scene observer, a
+// modifier, or a class derived from the scene.
 bool Node::isHeard() const noexcept {
     return m_nodeChanged || (m_scene && sceneOf(m_scene)->isHeard());
 }
 
-// A history that records drops old steps, which end what they hold.
+// A history that records drops old steps, whose destruction may call back.
 bool Node::mayCallBack() const noexcept {
     auto* scene = sceneOf(m_scene);
     return scene && (scene->isHeard() || scene->history().isRecording());
 }
 
-// Calls `tell(observer)` for all who are subscribed now and still are when their turn comes.
+// Calls `tell(observer)` for each observer that is still subscribed at its turn.
 template<typename Tell>
 void Node::tellObservers(const Tell& tell) const {
     if (!m_isObserved) return;
@@ -109,15 +109,15 @@ void Node::tellObservers(const Tell& tell) const {
     tellEach(m_observers, tell);
 }
 
-// Tells whether it is worth the while to remember a change until it is told. What nobody hears of
-// makes the scene dirty at once.
+// Tells whether a notification that is held back has a receiver. If not, marks the scene dirty at
+// once.
 bool Node::isNews(const IInput& input) const {
     if (isHeard() || isModifierList(implOf(input)) || m_isObserved) return true;
     if (m_scene) sceneOf(m_scene)->setDirty();
     return false;
 }
 
-// Tells the scene of an attribute that came or went, by `tell(scene, attribute)`.
+// Notifies the scene of an added or removed attribute by `tell(scene, attribute)`.
 template<typename Attribute, typename Tell>
 void Node::tellScene(const Attribute* attribute, const Tell& tell) {
     markDirty();
@@ -148,10 +148,10 @@ void Node::onOutputRemoved(const IOutput* output) {
     tellScene(output, [](Scene& scene, const IOutput* told) { scene.notifyOutputRemoved(told); });
 }
 
-// Opening the scope may set off the node's end, hence the second question in these five. The scene
-// and the library hear of a value or connection all the same.
+// Opening the scope may destroy the node, so these five functions check `m_destroying` again. The
+// scene and the library are notified of a value or connection in any case.
 
-// The callback is looked up last: who is told may bind another.
+// Looks the callback up last, because observers may bind another one.
 void Node::onInputChanged(const IInput* input, const AttrData* previous) {
     markDirty();
     if (m_destroying) return;
@@ -198,7 +198,7 @@ void Node::onInputConnected(const IInput* input, const IOutput* before, const IO
     if (m_scene) sceneOf(m_scene)->notifyInputConnected(input, before, after);
 }
 
-// Modifiers find inputs by their names, those of silent ones as well.
+// Modifiers find inputs by name, also silent ones.
 void Node::onInputRenamed(const IInput* input, String before) {
     markDirty();
     if (m_destroying) return;

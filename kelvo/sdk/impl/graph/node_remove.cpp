@@ -20,10 +20,10 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Removes all that a list holds, each with its own notification, before the next goes. What
-// observers throw comes out when all are gone. The rest stays without memory for a removal, when an
-// observer takes the node out of its scene, where undo finds it whole, and when one adds as many as
-// go.
+// Removes all attributes of a list, each with its notification before the next one is removed.
+// Throws exceptions of observers at the end. Attributes remain when memory runs out, when an
+// observer removes the node from its scene (undo then restores the node complete), and when an
+// observer adds as many as are removed.
 template<typename List, typename RemoveFirst, typename HasLeft>
 bool clearOneByOne(const List& list, const RemoveFirst& removeFirst, const HasLeft& hasLeft) {
     AllCalls calls;
@@ -128,7 +128,7 @@ bool Node::removeFoundOutput(IOutput* output) {
     departing.offList();
     removed->leaveList();
     departing.begin();
-    // Observers of the removal can still see what reads the output.
+    // Observers of the removal still see the targets of the output.
     try {
         step.make([&] {
             AllCalls calls;

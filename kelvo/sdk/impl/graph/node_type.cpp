@@ -13,7 +13,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// Const, yet it makes the input: nobody but its first reader needs it.
+// Const although it makes the input, because only its first reader needs it.
 IInput* Node::meta() const {
     return const_cast<Node*>(this)->createInput(knownNames().meta, AttrType::Object);
 }
@@ -61,7 +61,7 @@ String Node::name() const {
     return m_name;
 }
 
-// The reads may ask eval callbacks, which may let go of the node.
+// Reading may run eval callbacks, which may drop the last reference to the node.
 String Node::displayName() const {
     const kelvo_sdk::Node held(const_cast<Node*>(this));
     if (String text = nameFromInput(); !text.isEmpty()) return text;
@@ -72,7 +72,7 @@ String Node::displayName() const {
     return m_name;
 }
 
-// Returns what the input "name" says, empty when it says nothing.
+// Returns the text of the input "name", empty when there is none.
 String Node::nameFromInput() const {
     if (!hasInput(knownNames().name, AttrType::String)) return {};
     const kelvo_sdk::Input input(lookUpInput(knownNames().name));
@@ -99,7 +99,7 @@ ILayout* Node::layout() const {
     return m_layout;
 }
 
-// Taken before dropped, so that the same layout may be set again.
+// Takes the new reference before dropping the old one, so that the same layout may be set again.
 void Node::setLayout(ILayout* layout) {
     if (layout) layout->incRef();
     if (m_layout) m_layout->decRef();

@@ -23,7 +23,7 @@ Output::Output(INode* node, String name, DataType type)
       m_name(std::move(name)),
       m_nameHash(m_name.foldedHash()) {}
 
-// Nobody can be told of an output that nothing refers to any more.
+// Sends no notification, because observers could not refer to the output any more.
 Output::~Output() {
     dropTargets();
 }
@@ -48,8 +48,8 @@ void Output::leaveOwner() noexcept {
     clearNode();
 }
 
-// Undo goes from the last record to the first: each target finds those before it in place. No
-// record may keep a node that ends.
+// Records the last target first: undo goes backwards, so each target finds those before it in
+// place. Skips targets of nodes that are being destroyed, because no record may keep them alive.
 void Output::leaveList() {
     m_hasLeft = true;
     EditStep step(implOf(m_node));
@@ -83,7 +83,7 @@ IInput* Output::target(u64 index) const {
     return m_targets.at(index);
 }
 
-// `noIndex` is the end.
+// `noIndex` means the end.
 u64 Output::addTarget(Input* input, u64 rank) {
     if (rank >= m_targets.size()) return m_targets.add(input);
     return m_targets.insert(rank, input,
@@ -94,7 +94,7 @@ void Output::removeTarget(u64 slot) noexcept {
     m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
 }
 
-// Observers may connect again while they are told.
+// Observers may connect inputs again while they are notified.
 void Output::disconnectTargets(bool isRecorded) {
     if (m_targets.empty()) return;
     NewsHold news;

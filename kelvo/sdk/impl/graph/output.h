@@ -25,9 +25,10 @@ class Input;
 ///     Evaluation  output_eval.cpp  value produced
 class Output final : public IOutput {
 public:
-    /// A new output with one reference, for the creator. It is in no list yet; nobody is told.
+    /// Makes an output with one reference, which the creator owns. The output is in no list yet,
+    /// and observers are not notified.
     QV_EXPORT Output(INode* node, String name, AttrType type);
-    /// A buffer output.
+    /// Makes a buffer output.
     QV_EXPORT Output(INode* node, String name, DataType type);
     ~Output() override;
     Output(const Output&) = delete;
@@ -40,28 +41,28 @@ public:
     [[nodiscard]] bool isFree() const noexcept { return m_targets.empty(); }
     /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
     QV_EXPORT IOutput* clone(INode* node) const;
-    /// For the owning node alone: the node is gone.
+    /// For the owning node only, when that is destroyed.
     void clearNode() noexcept {
         m_node = nullptr;
         m_hasLeft = true;
     }
-    /// For the owning node alone: the output is off its list. What ends by that comes back with it.
+    /// For the owning node only, after it removed the output: records connections that end, for
+    /// undo.
     void leaveList();
-    /// Tells whether the output was taken off its node.
+    /// Tells whether the output was removed from its node.
     [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
-    /// For recorded changes alone: the output comes back to a node that it knows, and its value is
-    /// set and the one before given.
+    /// For recorded changes only: returns the output to its node; swaps its value with another.
     void entered(INode* node) noexcept {
         m_node = node;
         m_hasLeft = false;
     }
     void exchangeValue(Value& other);
-    /// For the owning node alone: the output left it, and everyone was told.
+    /// For the owning node only, after it removed the output and observers were notified.
     void leaveOwner() noexcept;
 
-    /// Ends every connection; then tells the nodes of the inputs.
+    /// Ends every connection, then notifies the nodes of the inputs.
     void disconnectTargets(bool isRecorded = true);
-    /// The same, unheard: the inputs' nodes are dirty afterwards.
+    /// Ends every connection without notifications: the inputs' nodes are dirty afterwards.
     void dropTargets() noexcept;
 
     [[nodiscard]] String name() const override { return m_name; }
@@ -76,7 +77,7 @@ public:
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
 
-    /// The index by name of the list that this is the first of; null for none. As of inputs.
+    /// The index by name of the list whose first output this is, null for none; see input_list.h.
     [[nodiscard]] const NameIndex<IOutput>* listIndex() const noexcept { return m_listIndex.get(); }
     [[nodiscard]] std::unique_ptr<NameIndex<IOutput>>& listIndexPlace() noexcept {
         return m_listIndex;
@@ -84,7 +85,7 @@ public:
     void dropListIndex() noexcept { m_listIndex.reset(); }
     void takeListIndex(Output& first) noexcept { m_listIndex = std::move(first.m_listIndex); }
 
-    /// Returns the position of a target among all, by the slot that it has.
+    /// Returns the position of the target with this slot among all targets.
     [[nodiscard]] u64 rankOfTarget(u64 slot) const noexcept { return m_targets.rankOf(slot); }
     /// Calls `visit(const Input&)` for each target in order.
     template<typename Visit>
@@ -92,24 +93,24 @@ public:
         m_targets.forEach([&](const Input* input) { visit(*input); });
     }
 
-    /// Tells whether the text that the output was read from leaves it to the definition.
+    /// Tells whether the text that the output was read from omits it.
     [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
     void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
 
-    /// Returns the value that was set; Null when there was none.
+    /// Returns the value that was set; Null when none was.
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
-    /// Sets the value of an output that no callback produces; false when it is of another kind.
+    /// Sets the value of an output without a callback; false for a value of another kind.
     bool setValue(Value value);
-    /// Returns the value: what the node's eval callback produces, or without one the value set.
-    /// Null when there is none. Several threads may evaluate at once.
+    /// Returns the value that the node's eval callback produces or, without one, the value that was
+    /// set; Null when there is none. Several threads may evaluate at once.
     ///
-    /// Chains of connections may be of any length. Callbacks that evaluate others by ways of their
-    /// own, as through links, may stand on each other as far as `maxEvalStack` bytes go; beyond
-    /// that, and for an evaluation that comes back to itself, an error line tells the path.
+    /// Chains of connections may have any length. Callbacks that evaluate outputs on their own, for
+    /// example along links, may nest until they use `maxEvalStack` bytes of stack. Deeper nesting,
+    /// and an evaluation that depends on itself, log an error with the path.
     [[nodiscard]] Value evaluate(void* callerCtx);
-    /// Tells whether this thread is producing the value right now.
+    /// Tells whether this thread is evaluating the output right now.
     [[nodiscard]] bool isEvaluating() const noexcept;
-    /// Keeps an evaluated buffer where it is, for the reader on this thread, until its next one.
+    /// Keeps an evaluated buffer alive for the reader on this thread, until that reads again.
     void hold(const Buffer& buffer) { m_heldBuffers.hold(buffer); }
     static constexpr u64 maxEvalStack = 256 * 1024;
 
@@ -120,7 +121,7 @@ private:
     u64 addTarget(Input* input, u64 rank);
     void removeTarget(u64 slot) noexcept;
     void takeLastTarget() noexcept { static_cast<void>(m_targets.takeLast()); }
-    // The next `addTarget` does not fail then.
+    // Reserves memory, so that the next `addTarget` does not fail.
     void makeRoom() { m_targets.reserve(); }
     bool storeValue(Value value);
     void evaluationChanged() const noexcept;
@@ -140,7 +141,7 @@ private:
     u64 m_nameHash;
     Value m_value;
     OrderedSlots<Input> m_targets;
-    // How many calls produce the value right now, on all threads.
+    // The number of evaluations in progress, on all threads.
     std::atomic<u32> m_calls = 0;
     HeldBuffers m_heldBuffers;
     std::unique_ptr<NameIndex<IOutput>> m_listIndex;

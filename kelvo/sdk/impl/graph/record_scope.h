@@ -4,11 +4,11 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Has what changes while it lives recorded, with undo off, too: so that it can be taken back as
-/// long as it is not complete.
+/// Records all changes during its lifetime even while undo is off, so that an incomplete edit can
+/// be rolled back.
 class RecordScope {
 public:
-    /// The caller holds the scene.
+    /// The caller must keep the scene alive.
     explicit RecordScope(Scene& scene) : m_history(scene.history()) { m_history.openOperation(); }
     ~RecordScope() { m_history.closeOperation(); }
     RecordScope(const RecordScope&) = delete;

@@ -19,13 +19,13 @@ Scene Scene::create() {
 
 namespace qv::kelvo_sdk::impl {
 
-// The known names are made here, as the first notification may find no memory for them.
+// Makes the known names now, because there may be no memory for them at the first notification.
 Scene::Scene() : m_modifiers(makeModifiers(*this)) {
     static_cast<void>(knownNames());
 }
 
 Scene::~Scene() {
-    // None may reach the scene any more, whatever their ends set off in others.
+    // No node may reach the scene any more, whatever its destructor causes in others.
     m_nodes.forEach([](Node* node) {
         node->setScene(nullptr);
         node->setHasLeft(true);

@@ -16,7 +16,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Appends a line that may stand as a comment.
+// Appends a line as a valid comment.
 void appendComment(std::string_view line, StringIO& out) {
     if (!line.starts_with('#')) out.append("# ");
     while (!line.empty()) {
@@ -27,7 +27,7 @@ void appendComment(std::string_view line, StringIO& out) {
     }
 }
 
-// Cuts the first line off a text.
+// Removes the first line from a text and returns it.
 std::string_view takeLine(std::string_view& text) {
     const u64 end = text.find('\n');
     const std::string_view line = text.substr(0, end);
@@ -80,7 +80,7 @@ const String& nameOf(const interfaces::IOutput* output) {
 
 void SceneComments::setFile(Comments comments) {
     Comments file = cleaned(comments);
-    // Blank lines at the end of a text are nothing.
+    // Drops blank lines at the end of the text.
     if (file.inner.view().ends_with("\n\n") || file.inner.view() == "\n")
         file.inner = file.inner.substr(0, file.inner.size() - 1);
     m_file = std::move(file);
@@ -169,7 +169,7 @@ void SceneComments::takeEntry(const void* key, Kept& kept) {
     if (place != m_entries.end()) kept.m_entries.push_back(m_entries.extract(place));
 }
 
-// Another node may have its address later.
+// Forgets the node's address, because another node may have it later.
 void SceneComments::leaveUnread(const interfaces::INode* node) {
     for (UnreadLines& lines : m_file.unread) {
         if (lines.node != node) continue;
@@ -204,7 +204,7 @@ void SceneComments::take(const interfaces::INode* node, Kept& kept) {
     kept.m_list = m_attributes.extract(list);
 }
 
-// Takes memory for the comments that there are.
+// Allocates memory for the existing comments.
 SceneComments::Kept SceneComments::take(const interfaces::IInput* input) {
     Kept kept;
     if (m_entries.empty()) return kept;
@@ -228,7 +228,7 @@ SceneComments::Kept SceneComments::take(const interfaces::IOutput* output) {
     return kept;
 }
 
-// Takes no memory if nothing was added meanwhile.
+// Needs no memory if no comments were added meanwhile.
 void SceneComments::putBack(Kept kept) {
     if (kept.m_list && !m_attributes.contains(kept.m_list.key()))
         m_attributes.insert(std::move(kept.m_list));
@@ -251,7 +251,7 @@ void SceneComments::merge(SceneComments added) noexcept {
     const auto moveAll = [](auto& from, auto& to) {
         while (!from.empty()) {
             auto entry = from.extract(from.begin());
-            // Of another thing that was at this address.
+            // Replaces comments of another object that had this address.
             to.erase(entry.key());
             to.insert(std::move(entry));
         }

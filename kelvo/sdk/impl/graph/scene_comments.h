@@ -11,42 +11,43 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Lines of a text that could not be read, which are written back as they were.
+/// Lines of a text that could not be read, and are written back unchanged.
 struct UnreadLines {
-    /// Comment lines before them, as those of `Comments`.
+    /// Comment lines before them, in the form of those in `Comments`.
     String leading;
     /// Whole lines, the last with its '\n'.
     String lines;
-    /// The attribute or node that they stood in front of; empty at the end of what holds them.
+    /// The name of the attribute or node behind them; empty at the end of a node, object or text.
     String before;
     AttrType type = AttrType::Null;
     bool isOutput = false;
-    /// The node that `before` names, to tell it when it has another name. Never looked into.
+    /// The node that `before` names, to find it under a new name. Never dereferenced.
     const interfaces::INode* node = nullptr;
 };
 
-/// The comments around one thing in a scene text, and what stands in it unread.
+/// The comments around a node or attribute in scene text, and the unread lines in it.
 ///
-/// Lines stand without indentation; each begins with '#' and ends with '\n', an empty one stands
-/// for a blank line.
+/// Lines have no indentation; each begins with '#' and ends with '\n', except that an empty line
+/// means a blank line.
 struct Comments {
-    /// Lines before it.
+    /// Lines before the node or attribute.
     String leading;
     /// Behind its opening brace, one line without '\n'.
     String opening;
     /// Lines before its closing brace.
     String inner;
-    /// At the end of its last line, as `opening`.
+    /// At the end of its last line, in the form of `opening`.
     String trailing;
-    /// The text says `@own` of it, for readers who know its type.
+    /// The text has `@own`, which matters to readers that know the type.
     bool isOwn = false;
-    /// Tells whether the text says `@unchecked`, where the limits are not known to allow the value.
+    /// Tells whether the text has `@unchecked`, if the limits do not allow the value or are
+    /// unknown.
     enum class Unchecked : u8 { Open, Said, Unsaid };
     Unchecked unchecked = Unchecked::Open;
-    /// Lines inside of it that could not be read, in the order of the text.
+    /// Unread lines inside, in the order of the text.
     std::vector<UnreadLines> unread = {};
-    /// Names of a node and of an output as the text has them, which were not found. They are
-    /// written for as long as there is no link, or no connection.
+    /// Names of a node and of an output in the text that were not found. They are written as long
+    /// as the input has no link, or no connection.
     String lostLink = {};
     String lostSource = {};
 
@@ -57,9 +58,9 @@ struct Comments {
     }
 };
 
-/// The comments of a scene, beside its nodes, for the writer of text: a thing that leaves the scene
-/// takes its comments along. Keeps pointers only and never looks into what they point at, but for
-/// the arguments of a call.
+/// The comments of a scene for the writer of text, stored apart from the nodes. Comments leave the
+/// scene together with their node or attribute. Keys are pointers, which are never dereferenced;
+/// only arguments of calls are.
 class SceneComments {
 public:
     /// Sets the comments of the text as a whole: lines before its header line, behind that line
@@ -67,9 +68,9 @@ public:
     void setFile(Comments comments);
     [[nodiscard]] const Comments& file() const noexcept { return m_file; }
 
-    /// Set the comments of a node or attribute, in place of earlier ones; empty comments remove.
-    /// Characters that no comment may have become '?', lines without '#' get one, and blank lines
-    /// that follow each other become one.
+    /// Set the comments of a node or attribute in place of earlier ones; empty comments remove
+    /// them. Characters that comments may not contain become '?', lines without '#' get one, and
+    /// successive blank lines become one.
     void set(const interfaces::INode* node, Comments comments);
     void set(const interfaces::IInput* input, Comments comments);
     void set(const interfaces::IOutput* output, Comments comments);
@@ -79,40 +80,42 @@ public:
     [[nodiscard]] const Comments* find(const interfaces::IInput* input) const;
     [[nodiscard]] const Comments* find(const interfaces::IOutput* output) const;
 
-    /// Forget a node with its attributes, or an attribute with what it holds.
+    /// Remove the comments of a node with its attributes, or of an attribute with its parts.
     void remove(const interfaces::INode* node);
     void remove(const interfaces::IInput* input);
     void remove(const interfaces::IOutput* output);
 
-    /// The input has another name than `before`: its comments, and lines that stood in front of it,
-    /// go on with that.
+    /// Call when an input had the name `before`: updates its comments, and the lines in front of
+    /// it, to its new name.
     void renamed(const interfaces::IInput* input, const String& before) noexcept;
 
-    /// Comments that were taken out, to be put back.
+    /// Comments that were removed and can be put back.
     class Kept;
-    /// As `remove`, with all that is forgotten to be put back.
+    /// Like `remove`; return the comments so that they can be put back.
     [[nodiscard]] Kept take(const interfaces::INode* node);
     void take(const interfaces::INode* node, Kept& kept);
     [[nodiscard]] Kept take(const interfaces::IInput* input);
     [[nodiscard]] Kept take(const interfaces::IOutput* output);
-    /// Makes room for taking out a node with what is there now: taking it needs no memory then.
+    /// Reserves the memory for taking the current comments of a node.
     void makeRoom(const interfaces::INode* node, Kept& kept) const;
     void putBack(Kept kept);
-    /// Returns what `take` would.
+    /// Returns a copy of the comments that `take` would remove.
     [[nodiscard]] Kept copyOf(const interfaces::INode* node) const;
 
-    /// Takes the memory for merging with these.
+    /// Reserves the memory for merging these comments.
     void reserveFor(const SceneComments& added);
-    /// Takes over comments on new things, and those of the text as a whole in place of its own.
+    /// Takes over comments of new nodes and attributes, and replaces the comments of the whole
+    /// text.
     void merge(SceneComments added) noexcept;
 
-    /// Tells whether nothing but the text as a whole has comments.
+    /// Tells whether no node or attribute has comments.
     [[nodiscard]] bool empty() const noexcept { return m_entries.empty(); }
 
 private:
     struct Entry {
         const interfaces::INode* owner = nullptr;
-        // Tells an attribute from a later one at its address: some leave without a word.
+        // Detects another attribute at the same address: some are destroyed without a call of
+        // `remove`.
         String name;
         Comments comments;
     };

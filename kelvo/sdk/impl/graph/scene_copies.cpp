@@ -33,11 +33,11 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Nodes and their copies, which nobody knows yet.
+// Nodes and their copies, which are not in the scene yet.
 class Copies {
 public:
     explicit Copies(Scene& scene) noexcept : m_scene(scene) {}
-    // The ends of copies that did not come in are not the scene's.
+    // Detaches copies that were not added, so that destroying them does not involve the scene.
     ~Copies() {
         for (const RefersTo<Node>& copy : m_copies)
             if (copy->scene() == &m_scene && !m_scene.contains(*copy)) copy->setScene(nullptr);
@@ -49,7 +49,7 @@ public:
         m_copies.push_back(original.copyFor(&m_scene, m_scene.freeName(original.name())));
         Node& copy = *m_copies.back();
         m_scene.initialise(copy);
-        // Nobody would end it.
+        // The copy takes the state over, but no code would end its modification.
         copy.endModification();
         m_byOriginal.emplace(&original, &copy);
         m_names.push_back(original.name());
@@ -58,7 +58,7 @@ public:
         for (const RefersTo<Node>& copy : m_copies)
             visitInputs(*copy, [this](Input& input) { tie(input); });
     }
-    // All of them or, when an exception comes out, none. Needs a step that records.
+    // Adds all copies or, when it throws, none. Needs a step that records.
     void addAll() const {
         const u64 start = m_scene.history().openChanges();
         NewsHold news;
@@ -79,7 +79,7 @@ private:
     void addUnheard() const {
         const EditStep step(m_scene);
         for (u64 i = 0; i < m_copies.size(); ++i) {
-            // Several may have been promised the same one.
+            // Several copies may have been promised the same name.
             m_copies[i]->setName(m_scene.freeName(m_names[i]));
             m_scene.addNode(m_copies[i].get());
         }
@@ -95,7 +95,8 @@ private:
         if (copiedSource) source = sameOf(*source, *copiedSource);
         input.redirect(copiedLink ? copiedLink : link, source);
     }
-    // A library may have changed the outputs when it initialised the copy.
+    // Finds an output in a copy; a library may have changed the outputs when it initialised the
+    // copy.
     static Output* sameOf(const Output& output, const Node& copy) {
         const auto& from = implOf(*output.node());
         const auto index = static_cast<u64>(from.indexOf(&output));
@@ -108,7 +109,7 @@ private:
     std::vector<String> m_names;
 };
 
-// Losses go to the caller if there is room for them, else to the log.
+// Returns losses to the caller if that asks for them, else logs them.
 void report(ConversionLosses& found, const Node& made, ConversionLosses* losses) {
     for (ConversionLoss& loss : found) {
         if (losses)
@@ -137,7 +138,7 @@ RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
         findDeps(&node, found, false);
     else
         found.push_back(&node);
-    // Init callbacks may remove nodes.
+    // Keeps the originals alive, because init callbacks may remove nodes.
     struct Original {
         RefersTo<Node> node;
         u64 place;
@@ -176,7 +177,7 @@ INode* Scene::convertNoting(INode* node, String type, ConversionLosses* losses) 
     return given(made.get());
 }
 
-// Null when the library took the node away.
+// Returns null when the library removed the node.
 RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
                                     ConversionLosses* losses) {
     const NodeChangeScope scope(this);
@@ -184,7 +185,7 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
     const EditStep step(*this);
     const RefersTo<Node> held(&node);
     RefersTo<Node> replacement = makeNode(definition, std::move(type), node.name());
-    // Nobody is to hear of it before it is in place.
+    // Hides the replacement from the scene until it is in place.
     replacement->setScene(nullptr);
     NodeConverter converter(*this, node, *replacement, findType(node.type()),
                             definition != nullptr);
@@ -194,7 +195,7 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
     return replacement;
 }
 
-// All of it or, without memory, nothing.
+// Replaces the node completely or, when out of memory, not at all.
 void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
                       ConversionLosses* losses) {
     NewsHold news;
@@ -219,7 +220,7 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
     news.release();
 }
 
-// The replacement is in place of the node.
+// Call when the replacement is in place.
 void Scene::converted(Node& node, Node& replacement) {
     leave(node);
     tellConverted(node, replacement);
@@ -242,7 +243,7 @@ void Scene::tellConverted(Node& node, Node& replacement) {
     calls.end();
 }
 
-// Gives the replacement, which has the same name, the place of a node of the scene.
+// Puts the replacement, which has the same name, in the place of a node of the scene.
 void Scene::exchange(Node& node, Node& replacement) {
     m_nodes.replace(node.name(), &replacement);
     replacement.incRef();
@@ -258,7 +259,7 @@ void Scene::exchange(Node& node, Node& replacement) {
     setDirty();
 }
 
-// The node's own links to itself stay with it.
+// Links of the node to itself are unchanged.
 void Scene::moveLinks(Node& node, Node& replacement) {
     std::vector<RefersTo<Input>> linked;
     const auto collect = [&](Input& input) {

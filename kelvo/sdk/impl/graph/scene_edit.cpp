@@ -10,7 +10,8 @@ void Scene::beginEdit() {
     m_history.begin();
 }
 
-// Only the end of the outermost edit is told, and who is told may let go of the scene.
+// Only the end of the outermost edit notifies observers, which may drop the last reference to the
+// scene.
 void Scene::recordEdit(String doText, String undoText) {
     const RefersTo<Scene> self(m_history.depth() == 1 ? this : nullptr);
     m_history.end(std::move(doText), std::move(undoText));

@@ -13,10 +13,10 @@ using interfaces::IOutput;
 class Input;
 class Node;
 
-/// Keeps something true to a scene beside its nodes, such as a cache. It hears of everything that
-/// happens in the scene, whether it is observed or not, and undone edits included.
+/// Keeps derived data, such as a cache, consistent with a scene. Is called for everything that
+/// happens in the scene, with or without observers, including undo.
 ///
-/// Calls come on the thread that edits the scene, unless it says otherwise.
+/// Calls come on the thread that edits the scene, unless stated otherwise.
 class SceneFollower {
 public:
     SceneFollower() = default;
@@ -26,38 +26,38 @@ public:
 
     // ---- Nodes -----------------------------------------------------------------------------
 
-    /// The node came into the scene, links and all, and nobody was told yet.
+    /// The node joined the scene with its links and connections; observers were not notified yet.
     virtual void nodeEntered(Node& /*node*/) noexcept {}
     /// The node was taken out of the scene, as a part of a change that is not complete.
     virtual void nodeTakenOut(Node& /*node*/) noexcept {}
-    /// The change that took the node out is complete, and nobody was told yet.
+    /// The change that removed the node is complete; observers were not notified yet.
     virtual void nodeLeft(Node& /*node*/) {}
-    /// The node's flag was set; `wasDirty` tells whether it was before.
+    /// The node was marked dirty; `wasDirty` tells whether it was dirty before.
     virtual void nodeChanged(const Node& /*node*/, bool /*wasDirty*/) noexcept {}
-    /// The node's flag is about to be cleared.
+    /// The node is about to be marked clean.
     virtual void nodeCleaning(Node& /*node*/) noexcept {}
 
     // ---- Evaluation ------------------------------------------------------------------------
-    // On any thread that evaluates.
+    // Called on any thread that evaluates.
 
-    /// Something that the node's results depend on changed, while the node is not dirty.
+    /// A dependency of the node's results changed, but the node is not dirty.
     virtual void resultsChanged(const Node& /*node*/) noexcept {}
-    /// The node's callbacks changed, or what its user data holds.
+    /// The node's callbacks changed, or the content of its user data.
     virtual void callbacksChanged(const Node& /*node*/) noexcept {}
 
     // ---- Inputs and edits ------------------------------------------------------------------
 
-    /// Tells whether `inputTold` is of use now: without, changes of inputs may go untold.
+    /// Tells whether `inputTold` is needed now; if not, changes of inputs may come without it.
     [[nodiscard]] virtual bool hearsInputs() const noexcept { return false; }
-    /// Observers were told of a change of the input.
+    /// Observers were notified of a change of the input.
     virtual void inputTold(Input& /*input*/) {}
-    /// The thing is about to change: takes the memory for what is noted of it then.
+    /// The object is about to change: allocates the memory for recording the change.
     virtual void expect(const INode* /*node*/) {}
     virtual void expect(const IInput* /*input*/) {}
     virtual void expect(const IOutput* /*output*/) {}
-    /// No edit is open any more.
+    /// The last open edit ended.
     virtual void editsEnded() noexcept {}
-    /// The scene ends; its nodes are still there.
+    /// The scene is being destroyed; its nodes still exist.
     virtual void sceneEnds() noexcept {}
 
 private:
@@ -70,8 +70,8 @@ private:
 /// Followers whose calls may run code of observers or node libraries never leave.
 class SceneFollowers {
 public:
-    /// Does nothing when it is there. Under the lock of the scene's observers, or while nothing
-    /// else uses the scene.
+    /// Does nothing if the follower joined before. Call under the lock of the scene's observers, or
+    /// while no other code uses the scene.
     void join(SceneFollower& follower) noexcept {
         std::atomic<SceneFollower*>* end = &m_first;
         while (SceneFollower* next = end->load(std::memory_order_relaxed)) {
@@ -80,7 +80,7 @@ public:
         }
         end->store(&follower, std::memory_order_release);
     }
-    /// While nothing else uses the scene.
+    /// Call while no other code uses the scene.
     void leave(SceneFollower& follower) noexcept {
         for (std::atomic<SceneFollower*>* place = &m_first; SceneFollower* next = place->load();
              place = &next->m_next) {

@@ -14,8 +14,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// Observers may let go of scene and input, and may throw: followers are told all the same. Of a
-// node that is being made nobody hears.
+// Observers may drop the last references to scene and input, and may throw; followers are called in
+// any case. Sends no notifications for a node that is being created.
 template<typename Tell>
 void Scene::tellOfInput(const IInput* input, const Tell& tell) {
     if (isMaking(input->node())) return;
@@ -29,7 +29,7 @@ void Scene::tellOfInput(const IInput* input, const Tell& tell) {
     calls.end();
 }
 
-// Nor is whoever derives from the scene told that it is dirty.
+// Bypasses the virtual `setDirty`, so that a class derived from the scene is not notified either.
 void Scene::followUntold(const IInput* input) {
     if (isMaking(input->node())) return;
     Scene::setDirty(true);
@@ -42,7 +42,7 @@ bool Scene::hasHearingFollowers() const noexcept {
     return hears;
 }
 
-// Followers may run code that lets go of the scene.
+// Followers may run code that drops the last reference to the scene.
 void Scene::tellFollowers(const IInput* input) {
     auto& changed = implOf(const_cast<IInput&>(*input));
     if (isModifierList(changed)) return applyModifiers(changed.node());
@@ -53,9 +53,8 @@ void Scene::tellFollowers(const IInput* input) {
     });
 }
 
-// An application that derives from the scene hears of everything.
-// Type descriptions are compared by their place, which is quick: one that stands in two places
-// would count as derived, which costs time alone.
+// A class derived from the scene needs every notification. Compares type descriptions by address,
+// which is fast; a duplicate description would count as a derived class, which only costs time.
 bool Scene::isHeard() const noexcept {
     return hasObservers() || &typeid(*this) != &typeid(Scene) || hasHearingFollowers();
 }

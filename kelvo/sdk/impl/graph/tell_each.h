@@ -9,9 +9,9 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Calls `tell(Observer*)` for all who are on the list now and still are when their turn comes.
-/// Goes by a copy of the list; without memory for one, throws before anyone is called, or goes by
-/// the list itself when telling is certain.
+/// Calls `tell(Observer*)` for each observer on the list that is still on it at its turn. Works on
+/// a copy of the list. Without memory for a copy, throws before the first call, or works on the
+/// list itself if notifications must not fail (`CertainTelling`).
 template<typename Observer, typename Tell>
 void tellEach(const ds::Vector<Observer*>& list, const Tell& tell) {
     const u64 count = list.size();
