@@ -338,7 +338,8 @@ TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     const Node other = scene.createNode("lamp", "other");
     const auto shown = [](const Node& node) {
         std::string names;
-        for (const Input& input : node.layoutPages()[0].groups[0].inputs)
+        const ds::Vector<LayoutPage> pages = node.layoutPages();
+        for (const Input& input : pages[0].groups[0].inputs)
             names += (input.name() + " ").view();
         return names;
     };
