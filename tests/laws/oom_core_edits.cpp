@@ -1,4 +1,4 @@
-// The operations of scenes, nodes, inputs and outputs.
+// Lists the operations of scenes, nodes, inputs and outputs.
 #include "tests/laws/oom_world.h"
 
 #include <utility>
@@ -29,7 +29,7 @@ void output(OomWorld& w, Text name, Text path, Text from, Text of) {
     w.output = w.scene()[from].output(of);
 }
 
-// Lets the node link to one of no scene, and read it.
+// Links the node to a free node, and connects it to that node's output.
 void referToFreeNode(OomWorld& w, Text name) {
     const Scene other = Scene::create();
     node(w, name);
