@@ -133,7 +133,7 @@ std::string LivesPlayer::play(const std::vector<RandomEdit>& script) {
     return m_wrong;
 }
 
-// ---- What should be ------------------------------------------------------------------------
+// ---- Expected state ------------------------------------------------------------------------
 
 // Records the state in the model if the scene has made a new step.
 void LivesPlayer::settle(World& at) {

@@ -79,7 +79,7 @@ const char* LivesPlayer::name(unsigned kind) {
     return kinds()[kind % kindCount()].name;
 }
 
-// ---- What there is -------------------------------------------------------------------------
+// ---- Objects to edit -----------------------------------------------------------------------
 
 int LivesPlayer::pick(const World& at, unsigned number) {
     const auto& order = at.model.order();

@@ -211,7 +211,7 @@ TEST_F(DyingNode, LinkFromAnotherNode_IsForgotten) {
     EXPECT_TRUE(scene.verify().empty());
 }
 
-// ---- Observers that take away ------------------------------------------------------------------
+// ---- Observers that remove objects -------------------------------------------------------------
 
 TEST_F(Lives, InputTakenAwayAsItComes_IsNotGiven) {
     Watcher watcher(m_scene);
@@ -321,7 +321,7 @@ TEST_F(Lives, ResetOfAnObjectThatAnObserverEmpties) {
     EXPECT_EQ(object.inputCount(), 0u);
 }
 
-// ---- Told when all is done ---------------------------------------------------------------------
+// ---- Notified when the change is complete ------------------------------------------------------
 
 TEST_F(Lives, Removal_IsCompleteBeforeAnyoneIsTold) {
     m_scene.read("node thing \"a\" {\n    output Real o\n}\n"

@@ -10,7 +10,7 @@ namespace {
 using UndoScope = Scene::UndoScope;
 using Text = const char*;
 
-// ---- What operations prepare ---------------------------------------------------------------
+// ---- Preparations of operations ------------------------------------------------------------
 
 void names(OomWorld& w, Text name, Text text = "") {
     w.name = name;

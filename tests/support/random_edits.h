@@ -58,7 +58,7 @@ private:
         return static_cast<AttrType>(number % kelvo_sdk::attrTypeCount);
     }
 
-    // ---- What there is -------------------------------------------------------------------------
+    // ---- Objects to edit -----------------------------------------------------------------------
 
     [[nodiscard]] INode* node(unsigned number) const {
         const u64 count = m_scene.nodeCount();

@@ -32,7 +32,7 @@ protected:
         for (const Registered& library : registeredLibraries())
             unregisterLibrary(library.name);
     }
-    // Loads what is registered, and directories.
+    // Loads the registered libraries, and those of the given directories.
     std::vector<Plugin> load(const std::vector<String>& paths = {}) {
         return loadPlugins(paths,
                            [this](const String& message, Origin) { m_told += message + '\n'; });

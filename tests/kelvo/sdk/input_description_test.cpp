@@ -1,4 +1,4 @@
-// The handle tells the definition of an input.
+// The handle gives access to the description of an input.
 
 #include "kelvo/kelvo.h"
 

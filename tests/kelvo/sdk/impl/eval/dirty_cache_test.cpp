@@ -14,7 +14,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// A scene of nodes "n0", "n1", ..., each with an input, a link and an output; all clean.
+// A scene of nodes "n0", "n1", ..., each with an input, a link and an output; all are clean.
 class DirtyCacheTest : public ::testing::Test {
 protected:
     DirtyCacheTest() {
@@ -32,7 +32,7 @@ protected:
         return *node;
     }
     Node& node(u64 index) { return *static_cast<Node*>(m_scene->node(index)); }
-    // From here on node `reader` depends on node `source`.
+    // Makes node `reader` depend on node `source`.
     void connect(u64 reader, u64 source) {
         ASSERT_TRUE(node(reader).input("from")->connect(node(source).output("out")));
     }
@@ -44,7 +44,7 @@ protected:
         for (u64 i = 0; i < m_scene.nodeCount(); ++i)
             node(i).setDirty(false);
     }
-    // The flags in order: "*" for a dirty node, "." for a clean one.
+    // Returns the flags in order: "*" for a dirty node, "." for a clean one.
     std::string flags() {
         std::string text;
         for (u64 i = 0; i < m_scene.nodeCount(); ++i)

@@ -1,4 +1,4 @@
-// Results kept by a scene while callbacks change what they go by.
+// The result cache while callbacks change the values that their results depend on.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -45,7 +45,7 @@ protected:
         m_node->createInput("in", AttrType::Real);
         EXPECT_TRUE(m_node->initLibInfo(m_library.get()));
     }
-    // Evaluates, and returns how many callbacks that asked.
+    // Evaluates, and returns the number of callbacks called.
     int calls() {
         asked = 0;
         EXPECT_EQ(m_out.evaluate(nullptr), Value(1.0));

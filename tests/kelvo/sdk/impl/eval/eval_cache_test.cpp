@@ -1,4 +1,4 @@
-// Results kept by a scene, seen through the number of times that callbacks are asked.
+// The result cache, observed through the number of callbacks called.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -96,7 +96,7 @@ protected:
         const Value value = out(node)->evaluate(ctx);
         return value.isNull() ? -1 : value.asReal();
     }
-    // Evaluates, and returns how many callbacks that asked.
+    // Evaluates, and returns the number of callbacks called.
     static int callsFor(Node* node) {
         asked = 0;
         EXPECT_FALSE(out(node)->evaluate(nullptr).isNull());
@@ -259,7 +259,7 @@ TEST_F(EvalCacheTest, MemberOfAnArray_Counts) {
     EXPECT_EQ(callsFor(m_c), 2);
 }
 
-// A callback may read this without evaluation.
+// A callback may read the stored value without evaluation.
 TEST_F(EvalCacheTest, StoredValueOfAConnectedInput_Counts) {
     makeChain();
     callsFor(m_c);
@@ -309,7 +309,7 @@ TEST_F(EvalCacheTest, OtherUserData_IsAsked) {
     EXPECT_EQ(callsFor(node), 0);
 }
 
-// The cache cannot know what the pointer leads to.
+// The cache cannot know the data behind the pointer.
 TEST_F(EvalCacheTest, CallersPointer_KeepsTheCacheOut) {
     Node* node = makeNode("user", "u");
     EXPECT_EQ(valueOf(node), 0);
@@ -360,7 +360,7 @@ TEST_F(EvalCacheTest, FailedEvaluation_IsAskedAgain) {
     EXPECT_EQ(figures().entries, 0u);
 }
 
-// A callback that changes its own node has changed what the result goes by.
+// A callback that changes its own node changes an input of its result.
 TEST_F(EvalCacheTest, CallbackThatChangesItsNode_IsNotKept) {
     define("changer", [](EvalCtx* ctx, void* result) {
         ctx->node()->input(String("in"))->setReal(++asked);

@@ -177,7 +177,7 @@ TEST_F(ReadOnlyInputs, MarkTakenAway_OpensWhatTheyHold) {
     EXPECT_FALSE(at("o.deep.y").set(6));
 }
 
-// A text may hold anything: that is a finding.
+// A text may hold any contents of a read-only input; the check reports them.
 TEST_F(ReadOnlyInputs, TextThatChangesThem_IsReadAndFound) {
     const auto library = tests::libraryOf("type seal {\n  Array<Real> list = [7] @readonly\n"
                                           "  Object o {\n    Real x = 1\n  } @readonly\n}");

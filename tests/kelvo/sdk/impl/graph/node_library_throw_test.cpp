@@ -1,4 +1,4 @@
-// A callback that throws costs an error line and a failed operation.
+// A callback that throws is logged as an error, and its operation fails.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -184,7 +184,7 @@ TEST_F(NodeLibraryThrow, EvaluationThatThrew_CanBeAskedAgain) {
                           "error: The eval callback of node 'm' threw: out of paint.\n");
 }
 
-// The node's last owner is the scene.
+// The scene is the node's last owner.
 TEST_F(NodeLibraryThrow, EvalThatEndsItsNodeFirst_IsStillNamed) {
     const auto eval = [](EvalCtx* ctx, void*) -> bool {
         ctx->node()->scene()->removeNode(ctx->node());

@@ -10,14 +10,14 @@
 #include <string>
 #include <vector>
 
-// Dependencies of nodes, and their order in lists.
+// The dependencies of nodes, and their order in lists.
 
 namespace qv::kelvo_sdk::impl {
 namespace {
 
 class NodeStateDependencies : public testing::Test {
 protected:
-    // Makes the first depend on the second by a link.
+    // Makes the first node depend on the second by a link.
     static void link(Node& from, Node& to) {
         from.createArray("links", AttrType::Node)->appendElement()->setNode(&to);
     }
@@ -394,7 +394,7 @@ TEST_F(NodeStateDependencies, LongChainOfReaders_IsFollowedToItsEnd) {
         const auto all = RefersTo<NodeIterator>::adopt(nodes.front()->dependencies(true, false));
         EXPECT_EQ(all->count(), kLength);
     });
-    // Last reader first, so that no end has a chain behind it.
+    // Destroys the last reader first, so that no node has a chain of dependents at its end.
     while (!nodes.empty())
         nodes.pop_back();
 }

@@ -52,7 +52,7 @@ type cloud : thing {
 }
 )";
 
-// Notes what a scene tells of its nodes.
+// Records a scene's notifications about its nodes.
 class SceneJournal : public SceneObserver {
 public:
     explicit SceneJournal(Journal& journal) : m_journal(journal) {}
@@ -85,7 +85,7 @@ protected:
         const auto input = found.inputAt(String(text.view().substr(dot + 1)));
         return input ? input.asString(false, nullptr).buf() : "none";
     }
-    // Converts and returns what did not fit, a line each.
+    // Converts, and returns the values that did not fit, one per line.
     std::string convert(const char* name, const char* type) {
         Misfits misfits;
         m_converted = node(name).convertTo(type, &misfits);

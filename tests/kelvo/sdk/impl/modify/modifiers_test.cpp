@@ -121,7 +121,7 @@ TEST_F(SceneModifiers, OfAModifier_AreAppliedFirst) {
 }
 
 TEST_F(SceneModifiers, OfOneThingOnTwoWays_SeeEachOthersResults) {
-    // "n" goes by what "m" becomes, and both by "shared".
+    // "n" depends on the value of "m", and both depend on "shared".
     const auto shared = m_scene.scene.createNode("scaleModifier", "shared");
     shared["modifies"].set(String("a,value"));
     const auto m = m_scene.scene.createNode("realValue", "m");
@@ -209,7 +209,7 @@ TEST_F(SceneModifiers, OneThatChangesItsOwnList_ComesToAnEnd) {
     EXPECT_LT(m_scene["n"]["modifiers"].inputCount(), 100u);
 }
 
-// ---- Told ------------------------------------------------------------------------------------
+// ---- Notifications ---------------------------------------------------------------------------
 
 TEST_F(SceneModifiers, Observers_HearOfTheUsersValueAndOnceOfTheResult) {
     struct Watcher : SceneObserver {
@@ -264,7 +264,8 @@ TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsTheUsers) {
     EXPECT_EQ(m_scene.ownOf("n", "b"), 7);
 }
 
-// Notes of each change whether the node says that modifiers made it; sets "b" amid the first.
+// Records for each change whether the node reports that modifiers made it; sets "b" during the
+// first.
 struct ModifyingNotes : SceneObserver {
     void inputChanged(const IInput* input, const AttrData*) override {
         auto* node = static_cast<Node*>(input->node());

@@ -15,7 +15,7 @@ namespace {
 
 using UndoScope = kelvo_sdk::Scene::UndoScope;
 
-// Notes each batch as "+node -node ~before>node ^node +input -input =input >input +out -out |".
+// Records each batch as "+node -node ~before>node ^node +input -input =input >input +out -out |".
 struct Noted : BatchObserver {
     void sceneChanged(const interfaces::SceneChanges& changes) override {
         for (const INode* node : changes.addedNodes)

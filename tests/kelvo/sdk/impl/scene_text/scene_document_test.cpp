@@ -76,7 +76,7 @@ TEST(SceneDocument, Parse_OfDeepNests_FailsWithoutUsingUpTheStack) {
     EXPECT_FALSE(document.parse(String(std::string_view(text))));
 }
 
-// Pieces of text that nest: what opens and closes one, and the levels of one.
+// Nested pieces of text: the opening and closing of a level, and the limit of levels.
 struct Nest {
     const char* opening;
     const char* innermost;
