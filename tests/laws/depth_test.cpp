@@ -314,7 +314,7 @@ TEST(DepthEnds, HandlesOnAllLevels_DropFromTheOutermostOn) {
 }
 
 // Connections and links inside a destroyed subtree end with it.
-TEST(DepthEnds, TiesOfWhatEnds_AreGone) {
+TEST(DepthEnds, ConnectionsAndLinksInsideADestroyedTree_End) {
     const Scene scene = Scene::create();
     const Node source = scene.createNode("t", "source");
     const Output output = source.createOutput("result", AttrType::Real);

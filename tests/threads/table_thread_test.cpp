@@ -294,7 +294,7 @@ TEST_F(ThreadTable, DifferentScenes_FindTheTypesOfOneLibrary) {
 }
 
 // Free nodes share the tables of the links to them.
-TEST_F(ThreadTable, NodesOutOfScenes_AreLinkedAndLetGo) {
+TEST_F(ThreadTable, FreeNodes_AreLinkedAndReleased) {
     EXPECT_EQ(failuresOnThreads(20,
                                 [&](int) {
                                     const Scene scene = makeScene(m_library);

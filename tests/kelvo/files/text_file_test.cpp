@@ -53,14 +53,14 @@ TEST_F(TextFile, NewAndOldFile_AreAloneInTheFolder) {
     EXPECT_EQ(filesInFolder(), 1u);
 }
 
-TEST_F(TextFile, WhatCannotBeRead_TellsWhyAndLeavesTheText) {
+TEST_F(TextFile, FailedRead_TellsTheReasonAndLeavesTheText) {
     String text("before");
     EXPECT_EQ(readText(m_file, text), std::errc::no_such_file_or_directory);
     EXPECT_EQ(readText(m_folder.path(), text), std::errc::is_a_directory);
     EXPECT_EQ(text, "before");
 }
 
-TEST_F(TextFile, WhatCannotBeWritten_TellsWhyAndLeavesNothing) {
+TEST_F(TextFile, FailedWrite_TellsTheReasonAndLeavesNothing) {
     EXPECT_EQ(writeText(m_folder / "no/such.kns", "x"), std::errc::no_such_file_or_directory);
     EXPECT_EQ(writeText(m_folder.path(), "x"), std::errc::is_a_directory);
     EXPECT_EQ(writeText("", "x"), std::errc::no_such_file_or_directory);

@@ -81,7 +81,7 @@ TEST_F(LoadPlugins, OneFileByManyNames_IsLoadedOnce) {
     EXPECT_EQ(m_told, "");
 }
 
-TEST_F(LoadPlugins, WhatFails_IsToldAndLeftOut) {
+TEST_F(LoadPlugins, PluginsThatFail_AreReportedAndSkipped) {
     add("a", "x");
     m_folder.place("null_library", "bad.so");
     EXPECT_EQ(load({in("bad.so"), "nowhere", in("a"), in("bad.so")}), "a/x.so");

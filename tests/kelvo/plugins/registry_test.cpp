@@ -72,7 +72,7 @@ TEST_F(RegisteredLibrary, WithFile_IsFoundAlongThePath) {
     EXPECT_EQ(plugins[0].library.kndPath(), std::string_view((folder / "outside.knd").native()));
 }
 
-TEST_F(RegisteredLibrary, WhatFails_IsToldByName) {
+TEST_F(RegisteredLibrary, LibrariesThatFail_AreReportedByName) {
     registerLibrary("gone", &fileEntry);
     registerLibrary("null", &nullEntry);
     registerLibrary("inside", &textEntry);

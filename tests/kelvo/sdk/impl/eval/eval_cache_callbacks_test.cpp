@@ -58,7 +58,7 @@ protected:
     Output& m_out = static_cast<Output&>(*m_node->createOutput("out", AttrType::Real));
 };
 
-TEST_F(EvalCacheCallbacks, DataThatWasFreed_IsAskedForAgain) {
+TEST_F(EvalCacheCallbacks, DataThatWasFreed_IsEvaluatedAgain) {
     m_scene->setEvalCache(1 << 20, false);
     EXPECT_EQ(calls(), 1);
     EXPECT_EQ(calls(), 0);

@@ -272,7 +272,7 @@ TEST_P(EvalCacheRandom, EditsOfAllKinds_LeaveNoStaleResult) {
 INSTANTIATE_TEST_SUITE_P(Seeds, EvalCacheRandom, testing::Range(1u, 9u));
 
 // Each thread has its own chain; all chains read one output of a node without a callback.
-TEST(EvalCacheThreads, SeveralAtOnce_GetWhatOneWouldGet) {
+TEST(EvalCacheThreads, SeveralThreads_GetTheSameResultsAsOne) {
     constexpr u64 kThreads = 4;
     const auto library = RefersTo<LibInfo>::adopt(new LibInfo);
     library->setCallbacks("seer", {nullptr, nullptr, see<0>, modifies, nullptr, nullptr});

@@ -115,7 +115,7 @@ protected:
     RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
 };
 
-TEST_F(OutputEvalTest, LongChain_IsAskedOnceForEachNode) {
+TEST_F(OutputEvalTest, LongChain_EvaluatesEachNodeOnce) {
     const Node* last = makeChain("adder", 20000);
     const LogCapture log;
     EXPECT_EQ(evaluate(last), 20000);
@@ -130,7 +130,7 @@ TEST_F(OutputEvalTest, LongChainWithoutFrames_IsEvaluatedAllTheSame) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(OutputEvalTest, LongChainWithKeptResults_IsAskedOnce) {
+TEST_F(OutputEvalTest, LongChainWithCachedResults_IsEvaluatedOnce) {
     const Node* last = makeChain("adder", 20000);
     m_scene->setEvalCache(u64(1) << 26, false);
     EXPECT_EQ(evaluate(last), 20000);
@@ -138,7 +138,7 @@ TEST_F(OutputEvalTest, LongChainWithKeptResults_IsAskedOnce) {
     EXPECT_EQ(asked, 20000);
 }
 
-TEST_F(OutputEvalTest, LongCheckedChain_IsAskedTwice) {
+TEST_F(OutputEvalTest, LongCheckedChain_IsEvaluatedTwice) {
     const Node* last = makeChain("adder", 5000);
     m_scene->setEvalCache(u64(1) << 26, true);
     const LogCapture log;
@@ -181,7 +181,7 @@ TEST_F(OutputEvalTest, LinkToItself_IsEndless) {
     EXPECT_EQ(log.text(), "error: Endless evaluation: a.out -> a.out.\n");
 }
 
-TEST_F(OutputEvalTest, EndlessPart_IsToldWithoutTheWayThere) {
+TEST_F(OutputEvalTest, EndlessPart_IsLoggedWithoutThePathToIt) {
     Node* a = makeNode("asker", "a");
     Node* b = makeNode("asker", "b");
     Node* c = makeNode("asker", "c");

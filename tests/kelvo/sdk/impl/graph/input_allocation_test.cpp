@@ -145,7 +145,7 @@ node t "n" {
 )";
 };
 
-TEST_P(InputEditsOutOfMemory, WhatIsDone_IsToldWhole) {
+TEST_P(InputEditsOutOfMemory, EditThatIsDone_IsNotifiedCompletely) {
     const Result unlimited = edit(-1);
     ASSERT_TRUE(unlimited.isChange);
     Result result{};

@@ -122,7 +122,7 @@ TEST_F(NodeLibraryThrow, CloneWithoutMemory_LeavesNothing) {
     EXPECT_TRUE(m_scene->verify().empty());
 }
 
-TEST_F(NodeLibraryThrow, WhatIsNoException_IsToldAsSuch) {
+TEST_F(NodeLibraryThrow, ThrownValueThatIsNoException_IsLogged) {
     m_library->setCallbacks("mesh", {.free = [](INode*, void**) -> bool { throw 7; }});
     Node node(nullptr, "mesh", "m");
     node.initLibInfo(m_library.get());

@@ -33,7 +33,7 @@ TEST(Node, New_HasOneReferenceAndCounts) {
     EXPECT_EQ(impl_nodeInstanceCount(), before);
 }
 
-TEST(Node, New_AnswersWhatItWasMadeFrom) {
+TEST(Node, New_ReturnsItsConstructorArguments) {
     Journal journal;
     const auto scene = RecordingScene::make(journal);
     Node node(scene.get(), "thing", "n");

@@ -111,7 +111,7 @@ TEST_F(PathIteratorTest, PathsWithoutCycles_AreCountedHoweverManyThereAre) {
     EXPECT_TRUE(paths->next());
 }
 
-TEST_F(PathIteratorTest, MorePathsThanANumberHolds_AreSaidToBeMore) {
+TEST_F(PathIteratorTest, MorePathsThan64BitsHold_AreCountedInexactly) {
     Node* start = make("s");
     Node* end = m_graph.addDiamonds(start, 63);
     EXPECT_EQ(search(start, end)->count(), u64(1) << 63);
@@ -136,7 +136,7 @@ TEST_F(PathIteratorTest, SmallCyclesAmongManyPaths_AreCountedExactly) {
 }
 
 // All 30 nodes link to each other, so that the routes can only be counted one by one.
-TEST_F(PathIteratorTest, GreatCycles_GiveANumberThatThereAreAtLeast) {
+TEST_F(PathIteratorTest, LargeCycles_GiveALowerBound) {
     std::vector<Node*> nodes;
     for (int i = 0; i < 30; ++i)
         nodes.push_back(make("n"));
@@ -219,7 +219,7 @@ TEST_F(PathIteratorTest, Paths_ComeDepthFirstInTheOrderOfTheElements) {
 
 // A path to a node of a type may lead through other nodes of that type; a path to a node ends
 // there.
-TEST_F(PathIteratorTest, ByTypes_GoesOnBehindWhatIsFound) {
+TEST_F(PathIteratorTest, ByTypes_ContinuesBehindAFoundNode) {
     Node *a = make("a"), *b = make("b"), *c = make("c");
     link(a, b);
     link(b, c);
@@ -239,7 +239,7 @@ TEST_F(PathIteratorTest, ByTypes_CountsBasesAndIgnoresTypesThatNothingHas) {
     EXPECT_EQ(all(searchTypes(a, {""})), "");
 }
 
-TEST_F(PathIteratorTest, PathsToOthers_StayWhatTheyAre) {
+TEST_F(PathIteratorTest, HeldPath_KeepsItsNodesAfterNext) {
     Node *a = make("a"), *b = make("b"), *c = make("c");
     link(a, b);
     link(b, c);

@@ -132,7 +132,7 @@ node spot "b" {
     EXPECT_EQ(m_converted["target"].asNode(false, nullptr), node("b"));
 }
 
-TEST_F(SceneCopies, WhatDoesNotFit_IsReportedWithAReason) {
+TEST_F(SceneCopies, ValuesThatDoNotFit_AreReportedWithAReason) {
     read(R"(kelvo scene 1
 node lamp "a" {
     Real power = 70
@@ -170,7 +170,7 @@ TEST_F(SceneCopies, WithoutAReport_WhatDoesNotFitIsLogged) {
     EXPECT_EQ(log.text(), "warning: Converted to 'spot': 'a.size' is no input of type 'spot'.\n");
 }
 
-TEST_F(SceneCopies, WhatStandsAtItsDefault_IsNoLoss) {
+TEST_F(SceneCopies, ValueAtItsDefault_IsNoLoss) {
     m_scene.createNode("lamp", "a");
     EXPECT_EQ(convert("a", "spot"), "");
 }

@@ -32,7 +32,7 @@ TEST(SafeSvg, PlainSvg_StaysAsItIs) {
         EXPECT_EQ(safeSvg(inSvg(content)), inSvg(content)) << content;
 }
 
-TEST(SafeSvg, WhatStandsAroundTheRoot_IsCutOff) {
+TEST(SafeSvg, TextAroundTheRoot_IsCutOff) {
     const String icon = inSvg("<g/>");
     EXPECT_EQ(safeSvg("<?xml version='1.0'?>\n<!DOCTYPE svg PUBLIC \"-\" \"http://a/b.dtd\">\n"
                       "<!-- a -->" +

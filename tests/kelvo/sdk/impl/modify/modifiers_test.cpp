@@ -28,7 +28,7 @@ TEST_F(SceneModifiers, OfANode_WriteInOrder) {
     EXPECT_EQ(m_scene.valueOf("n", "b"), 10);
 }
 
-TEST_F(SceneModifiers, WhatTheUserSet_IsPutAside) {
+TEST_F(SceneModifiers, UsersValue_IsKeptAside) {
     ASSERT_NE(m_scene.input("n", "a").stashed(), nullptr);
     EXPECT_EQ(m_scene.input("n", "a").stashed()->asReal(), 1);
     EXPECT_EQ(m_scene.input("n", "b").stashed(), nullptr);
@@ -55,7 +55,7 @@ TEST_F(SceneModifiers, AModifierThatChanges_IsAppliedAgain) {
     EXPECT_EQ(m_scene.valueOf("n", "b"), 12);
 }
 
-TEST_F(SceneModifiers, WhatAModifierIsConnectedTo_AppliesItAgain) {
+TEST_F(SceneModifiers, ChangedSourceOfAModifier_AppliesItAgain) {
     const auto number = m_scene.scene.createNode("realValue", "number");
     m_scene["scale"]["factor"].connect(number.output("result"));
     EXPECT_EQ(m_scene.valueOf("n"), 2);
@@ -230,7 +230,7 @@ TEST_F(SceneModifiers, Observers_HearOfTheUsersValueAndOnceOfTheResult) {
     m_scene.scene.unsubscribe(&watcher);
 }
 
-TEST_F(SceneModifiers, WhatStaysTheSame_IsToldToNobody) {
+TEST_F(SceneModifiers, UnchangedValue_IsNotNotified) {
     Journal journal;
     RecordingObserver observer("o", journal);
     m_scene["n"].subscribe(&observer);

@@ -100,7 +100,7 @@ TEST_P(BatchesTest, Group_IsToldOnceWhenItCloses) {
     EXPECT_EQ(m_noted.take(), "=a.in | ");
 }
 
-TEST_P(BatchesTest, WhatComesToNothing_IsNotTold) {
+TEST_P(BatchesTest, EditWithoutANetChange_IsNotNotified) {
     {
         const UndoScope scope(m_scene, "", "");
         m_in->setReal(1);

@@ -60,7 +60,7 @@ void PrintTo(const GapCase& gap, std::ostream* out) {
 
 class PartialReaderGaps : public testing::TestWithParam<GapCase> {};
 
-TEST_P(PartialReaderGaps, AreTold_AndWrittenBack) {
+TEST_P(PartialReaderGaps, AreReportedAndWrittenBack) {
     const GapCase& gap = GetParam();
     const Partial part = partOf(gap.text);
     EXPECT_EQ(part.told, gap.told);
