@@ -52,7 +52,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
     return text.replace(place, what.size(), by);
 }
 
-// Returns the laws that do not hold, one a line.
+// Returns the broken laws, one per line.
 std::string errorsIn(const Scene& scene) {
     std::string lines;
     for (const IntegrityError& error : scene.verify())
