@@ -69,7 +69,7 @@ protected:
     Node m_lamp = m_scene["lamp"];
 };
 
-// ---- Found and written -----------------------------------------------------------------------
+// ---- Look-ups and text -----------------------------------------------------------------------
 
 TEST_F(InputRename, IsFoundByItsNewNameAtItsPlace) {
     const Input size = m_lamp["size"];
@@ -162,7 +162,7 @@ TEST_F(InputRename, OfANodeInNoScene_WorksToo) {
     EXPECT_EQ(m_scene.undoCount(), 0u);
 }
 
-// ---- Refused ---------------------------------------------------------------------------------
+// ---- Refusals --------------------------------------------------------------------------------
 
 TEST_F(InputRename, Refused_TellsWhyAndChangesNothing) {
     const std::string before = textOf(m_scene);
@@ -209,7 +209,7 @@ TEST_F(InputRename, OfARemovedInput_IsRefused) {
     EXPECT_EQ(m_lamp["size"], size);
 }
 
-// ---- Taken back ------------------------------------------------------------------------------
+// ---- Undo ------------------------------------------------------------------------------------
 
 TEST_F(InputRename, Undo_GivesTheOldNameBackAndRedoTheNewOne) {
     const std::string before = textOf(m_scene);
@@ -241,7 +241,7 @@ TEST_F(InputRename, Cancelled_GivesTheOldNameBack) {
     EXPECT_EQ(textOf(m_scene), before);
 }
 
-// ---- Told ------------------------------------------------------------------------------------
+// ---- Notifications ---------------------------------------------------------------------------
 
 class Renamings : public SceneObserver, public BatchObserver {
 public:
@@ -323,7 +323,7 @@ TEST_F(InputRename, ObserverThatRemovesTheNode_EndsNothingElse) {
     EXPECT_EQ(textOf(m_scene), textOf(sceneOf(sceneText)));
 }
 
-// ---- Named by others -------------------------------------------------------------------------
+// ---- References by name ----------------------------------------------------------------------
 
 TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     const LibInfo library = LibInfo::create();
