@@ -50,7 +50,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
     return text.replace(place, what.size(), by);
 }
 
-// Returns the laws that do not hold, one a line.
+// Returns the broken laws, one per line.
 std::string errorsIn(const Scene& scene) {
     std::string lines;
     for (const IntegrityError& error : scene.verify())
@@ -67,7 +67,7 @@ protected:
     Node m_lamp = m_scene["lamp"];
 };
 
-// ---- Found and written -----------------------------------------------------------------------
+// ---- Look-ups and text -----------------------------------------------------------------------
 
 TEST_F(InputRename, IsFoundByItsNewNameAtItsPlace) {
     const Input size = m_lamp["size"];
@@ -160,7 +160,7 @@ TEST_F(InputRename, OfANodeInNoScene_WorksToo) {
     EXPECT_EQ(m_scene.undoCount(), 0u);
 }
 
-// ---- Refused ---------------------------------------------------------------------------------
+// ---- Refusals --------------------------------------------------------------------------------
 
 TEST_F(InputRename, Refused_TellsWhyAndChangesNothing) {
     const std::string before = textOf(m_scene);
@@ -228,7 +228,7 @@ TEST_F(InputRename, OfAnInputThatIsBeingRemoved_IsRefused) {
     EXPECT_EQ(textOf(m_scene), before);
 }
 
-// ---- Taken back ------------------------------------------------------------------------------
+// ---- Undo ------------------------------------------------------------------------------------
 
 TEST_F(InputRename, Undo_GivesTheOldNameBackAndRedoTheNewOne) {
     const std::string before = textOf(m_scene);
@@ -260,7 +260,7 @@ TEST_F(InputRename, Cancelled_GivesTheOldNameBack) {
     EXPECT_EQ(textOf(m_scene), before);
 }
 
-// ---- Told ------------------------------------------------------------------------------------
+// ---- Notifications ---------------------------------------------------------------------------
 
 class Renamings : public SceneObserver, public BatchObserver {
 public:
@@ -342,7 +342,7 @@ TEST_F(InputRename, ObserverThatRemovesTheNode_EndsNothingElse) {
     EXPECT_EQ(textOf(m_scene), textOf(sceneOf(sceneText)));
 }
 
-// ---- Named by others -------------------------------------------------------------------------
+// ---- References by name ----------------------------------------------------------------------
 
 TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     const LibInfo library = LibInfo::create();
