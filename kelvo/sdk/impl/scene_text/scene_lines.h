@@ -144,18 +144,18 @@ public:
     }
     /// Begin the content of an input or element; of a plain kind the value is to follow.
     StringIO& beginInputContent(AttrType type) {
-        m_out.append(type == AttrType::Null     ? ""
-                     : type == AttrType::Object ? " {"
-                     : type == AttrType::Array  ? " = ["
-                                                : " = ");
+        if (type == AttrType::Object)
+            m_out.append(' ');
+        else if (type != AttrType::Null)
+            m_out.append(" = ");
+        open(type);
         return begin(TextPart::Content);
     }
     StringIO& beginElementContent(AttrType type) {
         begin(TextPart::Content);
-        return m_out.append(type == AttrType::Null     ? "null"
-                            : type == AttrType::Object ? "{"
-                            : type == AttrType::Array  ? "["
-                                                       : "");
+        if (type == AttrType::Null) m_out.append("null");
+        open(type);
+        return m_out;
     }
     /// Close what the content of an array or object opened.
     void closeArray() { m_out.append(']'); }
@@ -190,6 +190,10 @@ public:
     }
 
 private:
+    void open(AttrType type) {
+        if (type == AttrType::Object) m_out.append('{');
+        if (type == AttrType::Array) m_out.append('[');
+    }
     StringIO& begin(TextPart part, AttrType type = AttrType::Null,
                     AttrType elementType = AttrType::Null) {
         if (m_marks)
