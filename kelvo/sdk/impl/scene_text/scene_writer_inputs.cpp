@@ -150,7 +150,6 @@ void SceneWriter::endList(const Part& parent) {
 }
 
 void SceneWriter::end(const Part& part) {
-    m_lines.endContent();
     writeSource(*part.input, part.comments);
     writeNotes(part);
     if (part.isElement)
