@@ -22,7 +22,7 @@ int main() {
     wood.createInput("kind", AttrType::String).set("oak");
     wood.createInput("rings", AttrType::Int).set(120);
 
-    // A taken name gets the next free number; a value that does not convert is refused.
+    // A name in use gets the next free number; a value that does not convert is refused.
     const Node second = scene.createNode("mesh", "desk");
     std::printf("The second desk is called %s.\n", second.name().buf());
     std::printf("Rings set to a text: %s.\n", wood["rings"].set("many") ? "yes" : "no");

@@ -1,4 +1,5 @@
-// Connects inputs to outputs: kinds are converted, loops and misfits are refused with a warning.
+// Connects inputs to outputs: kinds are converted; loops and kinds that do not convert are refused
+// with a warning.
 
 #include "kelvo/kelvo.h"
 
@@ -18,7 +19,7 @@ Node makeNode(const Scene& scene, const char* name) {
 } // namespace
 
 int main() {
-    // Warnings go to standard output here, so that they stand among the rest.
+    // Prints warnings to standard output, so that they appear in order with the rest.
     qv::setLogHandler(
         [](qv::LogLevel, const char* message, void*) { std::printf("warning: %s\n", message); });
 

@@ -22,9 +22,9 @@ inline bool failFile(const std::filesystem::path& file, const char* what, const 
 
 } // namespace detail
 
-/// Adds what a file of scene text describes, as `Scene::read` does. False, the scene as it was,
-/// when the file cannot be read or has an error: all that is wrong goes to `found`, or to the log
-/// when that is null, and names the file.
+/// Adds the nodes described by a file of scene text, as `Scene::read` does. False, with the scene
+/// unchanged, when the file cannot be read or has an error: diagnostics, which name the file, go to
+/// `found`, or to the log when that is null.
 inline bool loadScene(const Scene& scene, const std::filesystem::path& file,
                       Diagnostics* found = nullptr) {
     constexpr const char* what = "The file cannot be read: ";
@@ -35,9 +35,9 @@ inline bool loadScene(const Scene& scene, const std::filesystem::path& file,
     return scene.read(std::move(text), String(std::string_view(file.string())), found);
 }
 
-/// Writes a scene as text to a file, as a whole: on failure the file is as it was, and the reason
-/// goes to `found`, or to the log when that is null. Permissions are kept, symbolic links followed.
-/// `Scene::markSaved` is the caller's to call, as this may be a copy.
+/// Writes a scene as text to a file, all or nothing: on failure the file is unchanged, and the
+/// reason goes to `found`, or to the log when that is null. Keeps permissions and follows symbolic
+/// links. Does not call `Scene::markSaved`, as the file may be a mere copy.
 inline bool saveScene(const Scene& scene, const std::filesystem::path& file,
                       Diagnostics* found = nullptr) {
     constexpr const char* what = "The file cannot be written: ";

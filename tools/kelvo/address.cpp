@@ -16,7 +16,7 @@ using kelvo_sdk::Scene;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 
-// The names offered have to live until the answer is made.
+// `near` keeps views of these names until it answers.
 String questionAbout(const String& name, const ds::Vector<String>& known) {
     SpellingSuggestion near(name.view());
     for (const String& candidate : known)
@@ -24,7 +24,7 @@ String questionAbout(const String& name, const ds::Vector<String>& known) {
     return near.question();
 }
 
-// Follows the step to a named input or member.
+// Finds the input or member that the step names.
 bool findMember(const IInputContainer& owner, const String& ownerName, const String& name,
                 Input& input, String& error) {
     if (owner.hasInput(name, kelvo_sdk::AttrType::Null)) {
@@ -65,8 +65,7 @@ bool followStep(const PathParser::Token& step, Append append, Address& address, 
     if (step.index != -1) return findElement(step.index, append, input, error);
     if (!input.get()) {
         const Node& node = address.node;
-        const bool isInput = node->hasInput(step.text, kelvo_sdk::AttrType::Null);
-        if (isInput || !node->hasOutput(step.text, kelvo_sdk::AttrType::Null))
+        if (node.hasInput(step.text) || !node.hasOutput(step.text))
             return findMember(*node.get(), node.name(), step.text, input, error);
         error = "'" + node.name() + "." + step.text +
                 "' is an output, whose value `kelvo eval` prints.";

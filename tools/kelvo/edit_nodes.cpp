@@ -1,7 +1,8 @@
-// The commands that make, name, convert, copy and nest nodes.
+// The commands that create, rename, convert, copy and nest nodes.
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"
+#include "tools/kelvo/address.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
@@ -32,7 +33,7 @@ String questionAboutType(const Libraries& libraries, const String& type) {
     return near.question();
 }
 
-// A name that commands after this one may rely on: it becomes no other.
+// Refuses a name in use rather than changing it, as later commands may refer to that name.
 bool isFree(const EditSession& session, const Edit& edit, u64 word, const Node& self,
             EditFault& fault) {
     const String& name = edit.words[word].text;
@@ -67,6 +68,21 @@ bool runRename(EditSession& session, const Edit& edit, EditFault& fault) {
            session.scene().renameNode(node, edit.words[2].text);
 }
 
+// Refuses an input of the type in a scene read without types: the next read would add it again.
+bool runRenameInput(EditSession& session, const Edit& edit, EditFault& fault) {
+    Address address;
+    String error;
+    if (!findAddress(session.scene(), edit.words[1].text, Append::Refused, address, error))
+        return fault.at(1, std::move(error));
+    if (!address.input)
+        return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
+    const Libraries* libraries = session.hasTypes() ? nullptr : librariesInUse();
+    if (libraries && libraries->defines(*address.input))
+        return fault.at(1, "'" + address.input.path() + "' comes with the type '" +
+                               address.node.type() + "': only with --types is it renamed.");
+    return address.input.rename(edit.words[2].text);
+}
+
 bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
     Node node;
     if (!findNodeOf(session, edit, 1, node, fault)) return false;
@@ -77,11 +93,11 @@ bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!libraries || !libraries->lookUpType(type))
         return fault.at(2, "no node type '" + type + "'" +
                                (libraries ? questionAboutType(*libraries, type) : String(".")));
-    kelvo_sdk::Misfits misfits;
-    // Why a type cannot be is told by the library.
-    if (!convertNode(session.scene(), node, type, misfits, fault.message)) return false;
-    for (const kelvo_sdk::Misfit& misfit : misfits)
-        warn("'" + misfit.path + "' " + misfit.reason);
+    kelvo_sdk::ConversionLosses losses;
+    // The library has logged why the type is refused.
+    if (!convertNode(session.scene(), node, type, losses, fault.message)) return false;
+    for (const kelvo_sdk::ConversionLoss& loss : losses)
+        warn("'" + loss.path + "' " + loss.reason);
     return true;
 }
 
@@ -111,8 +127,8 @@ bool findFamily(EditSession& session, const Edit& edit, Node& node, Node& parent
     return findNodeOf(session, edit, 1, node, fault) && findNodeOf(session, edit, 2, parent, fault);
 }
 
-// Returns the nodes from one down to another, each a child of that before; empty when none lead
-// there. Without recursion: a chain of nodes may be as long as the scene.
+// Returns the nodes from one down to another, each a child of the previous one; empty if there is
+// no such chain. Works without recursion: a chain may be as long as the scene.
 std::vector<INode*> wayDown(INode* from, const INode* to) {
     std::unordered_map<INode*, INode*> parents{{from, nullptr}};
     std::vector<INode*> left{from};
@@ -129,7 +145,7 @@ std::vector<INode*> wayDown(INode* from, const INode* to) {
     return way;
 }
 
-// Nothing may stand below itself.
+// Refuses a cycle: a node must not be below itself.
 bool isAbove(const Node& node, const Node& parent, EditFault& fault) {
     const std::vector<INode*> way = wayDown(node.get(), parent.get());
     if (way.empty()) return false;
@@ -144,18 +160,18 @@ bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
     Node node;
     Node parent;
     if (!findFamily(session, edit, node, parent, fault)) return false;
-    // A list of children that the text leaves out.
+    // Finds the children even when the text leaves them to the type.
     kelvo_sdk::Input children;
     String error;
     const bool isThere =
         reachInput(session.scene(), parent.name() + ".children", nullptr, children, error);
-    if (!isThere || children.type() != AttrType::Array || children->elementType() != AttrType::Node)
+    if (!isThere || children.type() != AttrType::Array || children.elementType() != AttrType::Node)
         return fault.at(2, "'" + parent.name() + "' takes no children.");
     if (isAbove(node, parent, fault)) return false;
-    const i64 place = node->indexIn(parent.get());
+    const i64 place = node.indexIn(parent);
     const i64 last = static_cast<i64>(children.inputCount()) - 1;
     if (place < 0) return node.parentTo(parent);
-    return place == last || children->moveElement(static_cast<u64>(place), static_cast<u64>(last));
+    return place == last || children.moveElement(static_cast<u64>(place), static_cast<u64>(last));
 }
 
 bool runUnparent(EditSession& session, const Edit& edit, EditFault& fault) {
@@ -172,6 +188,8 @@ constexpr std::array commands{
     EditCommand{"new", "TYPE NAME", "Makes a node", Kind::Edits, &runNew},
     EditCommand{"rename", "NODE NAME", "Renames a node; what leads to it follows", Kind::Edits,
                 &runRename},
+    EditCommand{"rename-input", "INPUT NAME", "Renames an input or member; what names it follows",
+                Kind::Edits, &runRenameInput},
     EditCommand{"convert", "NODE TYPE", "Gives a node another type, and tells what does not fit",
                 Kind::Edits, &runConvert},
     EditCommand{"clone", "NODE [NAME] [--deep]", "Copies a node; --deep what it depends on as well",

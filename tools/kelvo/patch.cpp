@@ -18,7 +18,7 @@ constexpr const char* patchHelp =
 struct PatchOptions {
     String file;
     String patch;
-    /// Empty: the file itself.
+    /// Empty for the file itself.
     String outFile;
 };
 
@@ -34,7 +34,7 @@ bool loadPatch(const String& file, SceneDiff& diff) {
     return false;
 }
 
-// The changes may refer to attributes that are left to the types of nodes.
+// Tries again with types, as the changes may refer to attributes that the text leaves to types.
 bool apply(const SceneDiff& diff, const Document& document, Scene& scene, String& error) {
     if (diff.applyTo(scene, error)) return true;
     const Scene typed = Scene::create();
@@ -49,7 +49,7 @@ Status runPatch(const PatchOptions& options, Terminal& out) {
     Scene scene = Scene::create();
     Document document;
     SceneDiff diff;
-    // The patch first: it may come from a command that still edits the scene.
+    // Reads the patch first: it may come through a pipe from a command that still edits the scene.
     if (!loadPatch(options.patch, diff)) return Status::Fault;
     if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     String error;

@@ -46,7 +46,7 @@ TEST(Math, Constants_AreThereBeforeStaticObjectsReadThem) {
     EXPECT_EQ(seenAtLoad[2], 1.0);
 }
 
-// Tells whether a type holds so many of a component and nothing else.
+// Tells whether a type consists of `count` components of one type and nothing else.
 template<class T, class Component, u64 count>
 constexpr bool isMadeOf = sizeof(T) == count * sizeof(Component) &&
                           std::is_same_v<std::remove_extent_t<decltype(T::v)>, Component>;
@@ -72,6 +72,8 @@ TEST(Math, Types_ArePlainMemoryInOrder) {
     EXPECT_EQ(sizeof(Mat3f), 9 * sizeof(float));
     EXPECT_EQ(sizeof(Obbd), 15 * sizeof(double));
     EXPECT_EQ(sizeof(Rgb8), 3u);
+    EXPECT_EQ(sizeof(Rgbaf), 4 * sizeof(float));
+    EXPECT_EQ(sizeof(Quatf), 4 * sizeof(float));
 }
 
 TEST(Math, Default_IsAllZeros) {
@@ -87,13 +89,31 @@ TEST(Math, Components_AreReadAndWrittenByIndex) {
     EXPECT_NE(v, Vec4i());
 }
 
+template<class T>
+class MathIndex : public testing::Test {};
+
+using Indexed = testing::Types<Vec3d, Pos3d, Quatd, Rgbd, Rgbad>;
+TYPED_TEST_SUITE(MathIndex, Indexed);
+
+TYPED_TEST(MathIndex, ComponentsStandSideBySideAndNothingElse) {
+    TypeParam value;
+    constexpr u64 count = sizeof(value) / sizeof(double);
+    for (u64 i = 0; i < count; ++i)
+        value[i] = static_cast<double>(i + 1);
+    const TypeParam& read = value;
+    for (u64 i = 0; i < count; ++i) {
+        EXPECT_EQ(read[i], static_cast<double>(i + 1));
+        EXPECT_EQ(&read[i], reinterpret_cast<const double*>(&value) + i);
+    }
+}
+
 TEST(Math, Translation_StandsInTheLastRow) {
     const Mat4d matrix = Mat4d::translation({0, 2.5, 0});
     EXPECT_EQ(matrix[3][1], 2.5);
     EXPECT_EQ((Pos3d{1, 1, 1} * matrix), (Pos3d{1, 3.5, 1}));
 }
 
-// Worked out by the compiler, which takes no step beyond an array.
+// Evaluated at compile time, where the compiler refuses access beyond an array.
 TEST(Math, Products_StayInTheirBounds) {
     constexpr Mat4d twice = Mat4d::translation({1, 2, 3}) * Mat4d::translation({1, 2, 3});
     constexpr Pos3d moved = Pos3d{1, 1, 1} * twice;
@@ -117,5 +137,7 @@ TEST(Math, Transposed_SwapsRowsAndColumns) {
 
 TEST(Math, PositionsAndOffsets_AddAndSubtract) {
     EXPECT_EQ((Pos3d{1, 2, 3} + Vec3d{1, 1, 1}), (Pos3d{2, 3, 4}));
-    EXPECT_EQ((Pos3d{1, 2, 3} - Pos3d{1, 1, 1}), (Vec3d{0, 1, 2}));
+    EXPECT_EQ((Pos3d{5, 4, 3} - Pos3d{1, 2, 4}), (Vec3d{4, 2, -1}));
+    constexpr Vec3d offset = Pos3d{5, 4, 3} - Pos3d{1, 2, 4};
+    EXPECT_EQ((Pos3d{1, 2, 4} + offset), (Pos3d{5, 4, 3}));
 }

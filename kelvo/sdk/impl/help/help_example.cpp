@@ -17,14 +17,14 @@ constexpr u64 mostBytes = 2000;
 constexpr u64 mostLevels = 16;
 constexpr u64 typicalInputs = 4;
 
-// About how many values an input holds by itself; a text counts by its length.
+// Estimates how many values an input holds directly; a text counts by its length.
 u64 sizeOf(const IInput& input) {
     const Value& value = implOf(input).value();
     if (value.type() == AttrType::String) return 1 + value.asString().size() / 8;
     return value.type() == AttrType::Buffer ? 1 + value.asBuffer().count() : 1;
 }
 
-// Tells whether the text of a node is short, without writing it.
+// Tells whether the text of a node would be short, without writing the text.
 bool isSmall(const INode& node) {
     InputWalk walk(implOf(node).inputs());
     u64 units = 0;
@@ -54,7 +54,7 @@ bool isTypical(const Input& input) {
     }
 }
 
-// Bounds and choices show by a value that is not the default.
+// A value other than the default shows the range of possible values better.
 Value typicalValue(const Input& input) {
     const AttrDetails* details = input.details();
     if (input.type() == AttrType::Bool) return !input.value().asBool();

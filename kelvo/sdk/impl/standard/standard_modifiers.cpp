@@ -20,14 +20,14 @@ namespace {
 
 using interfaces::INode;
 
-// Reads an input of a modifier; false when it is missing (logged) or does not read.
+// Reads an input of a modifier; false when the input is missing (logged) or cannot be read.
 template<typename T>
 bool readSetting(const INode& modifier, const String& name, T& out) {
     const kelvo_sdk::Input input(modifier.input(name));
     return input.read(out);
 }
 
-// Returns the inputs, at any depth, that a modifier names: the same that are put aside for it.
+// Returns the inputs, at any depth, that a modifier names; these keep their values aside for it.
 std::vector<kelvo_sdk::Input> namedInputs(const StringVector& names, const INode& node) {
     std::vector<kelvo_sdk::Input> found;
     InputWalk walk(implOf(node).inputs());
@@ -36,7 +36,7 @@ std::vector<kelvo_sdk::Input> namedInputs(const StringVector& names, const INode
     return found;
 }
 
-// Writes to each named input; the others are written even when one refuses.
+// Writes to each named input; a refused write does not stop the others.
 template<typename Write>
 bool modifyInputs(const INode& modifier, const INode& node, const Write& write) {
     bool isEnabled = false;
@@ -49,7 +49,7 @@ bool modifyInputs(const INode& modifier, const INode& node, const Write& write) 
     bool done = true;
     const auto* scene = node.scene();
     for (const kelvo_sdk::Input& input : namedInputs(names.split(',', true, false), node)) {
-        // Who hears of a write may take others away, which undo brings back as they are.
+        // Observers of a write may remove other inputs; writing to those would spoil their undo.
         if (input.node() != &node || node.scene() != scene || write(input)) continue;
         logWarning("Modifier '%s' cannot change input '%s'.", modifier.name().buf(),
                    input.path().buf());
@@ -65,7 +65,7 @@ bool overrideValue(INode* node, INode* other) {
                         [&](const kelvo_sdk::Input& input) { return input.setString(text); });
 }
 
-// Whole numbers stay whole: the result is rounded.
+// Rounds the result for kinds of whole numbers.
 Value rounded(AttrType type, double number) {
     const double whole = std::round(number);
     Value result;
@@ -82,7 +82,8 @@ Value changedWhole(const Value& value, const Change& change) {
     return rounded(value.type(), change(number));
 }
 
-// A number, or the parts of a vector, position or colour; opacity stays. Null for other kinds.
+// Changes a number, or each component of a vector, position or colour except opacity. Null for
+// other kinds.
 template<typename Change>
 Value changedNumber(const Value& value, const Change& change) {
     const AttrType type = value.type();

@@ -37,13 +37,13 @@ const String& nameOf(const interfaces::IOutput& output) {
     return implOf(output).ownName();
 }
 
-// "Buffer<Pos3f>" for what declares so, whatever it holds now.
+// Returns the declared kind, such as "Buffer<Pos3f>", not that of the present value.
 String kindOf(const Input& input) {
     if (input.type() != AttrType::Buffer) return input.typeName();
     return String("Buffer<") + dataTypeName(input.declaredType()) + ">";
 }
 
-// Makes what the definition has inside, in `made`, which is new; without recursion.
+// Creates the definition's members, at any depth, in the new input `made`; without recursion.
 void copyMembers(const Input& definition, Input& made) {
     walkAll(std::pair(&definition, &made), [](const auto& step, const auto& add) {
         for (const IInput* next : step.first->members()) {
@@ -56,13 +56,14 @@ void copyMembers(const Input& definition, Input& made) {
     });
 }
 
-// Libraries are shared and do not change; to hold on to a part of one is no change.
+// Casts const away for the reference count alone; the library is shared and must not change.
 template<typename Attribute>
 RefersTo<Attribute> hold(const Attribute& definition) {
     return RefersTo<Attribute>(const_cast<Attribute*>(&definition));
 }
 
-// Adds a copy of a definition to a node or, when that is given, to an object of the node.
+// Returns a fix that adds a copy of a definition to the node, or to an object of the node when
+// `parent` is given.
 RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* parent) {
     return makeFix("add it", [known = hold(definition), held = RefersTo<Node>(&node),
                               inside = RefersTo<Input>(parent)] {
@@ -84,7 +85,7 @@ RefersTo<FindingFix> additionOf(const Output& definition, Node& node) {
     });
 }
 
-// Long values say no more than their start.
+// Shows only the start of a long value.
 String shown(const Value& value) {
     constexpr u64 kMost = 60;
     StringIO text;
@@ -126,15 +127,15 @@ const String& SceneRules::nearType(const String& type) {
     const auto [known, isNew] = m_nearTypes.try_emplace(type);
     if (!isNew) return known->second;
     SpellingSuggestion near(type.view());
-    // The names offered have to live until the answer is made.
+    // `near` keeps views of these names until it answers.
     const StringVector names = m_scene.typeNames();
     for (u64 i = 0; i < names.size(); ++i)
         near.offer(names[i].view());
     return known->second = near.question();
 }
 
-// Data of users stands in "_meta" beside a node's attributes, and no type defines it. Objects that
-// are unknown are told of once.
+// Skips "_meta", where users keep data that no type defines. Reports an unknown object once,
+// without its members.
 void SceneRules::checkUnknown(Node& node, const Node& definition) {
     struct Step {
         const Input* parent;
@@ -182,7 +183,7 @@ const String& SceneRules::nearAttribute(const Node& definition, const Attributes
     return place->second = near.question();
 }
 
-// Inputs of the definition are looked up in the node, at any depth of objects.
+// Looks up the definition's inputs in the node, at any depth of objects.
 void SceneRules::checkInputs(Node& node, const Node& definition) {
     struct Step {
         Input* parent;
@@ -199,7 +200,7 @@ void SceneRules::checkInputs(Node& node, const Node& definition) {
     });
 }
 
-// Tells whether the input is there and of the right kind.
+// Tells whether the input exists and has the right kind; adds a finding if not.
 bool SceneRules::checkInput(Node& node, Input* parent, Input* input, const Input& definition) {
     if (!input) {
         const String path = (parent ? parent->path() : node.name()) + "." + definition.ownName();
@@ -218,7 +219,7 @@ bool SceneRules::checkInput(Node& node, Input* parent, Input* input, const Input
     return false;
 }
 
-// Nothing but a text can have changed it.
+// Only a text can have changed such an input.
 void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition) {
     if (!definition.isReadOnly() || !input.isReadOnly() || input.source()) return;
     if (input.type() == AttrType::Array && input.hashWith({}) != definition.hashWith({}))

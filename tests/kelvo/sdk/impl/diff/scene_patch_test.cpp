@@ -35,7 +35,7 @@ private:
     Scene m_scene;
 };
 
-// A scene with a step to be done again.
+// Returns a scene with a step to redo.
 Scene undone(std::string_view text) {
     const Scene scene = sceneOf(text);
     scene.setUndoEnabled(true);
@@ -113,7 +113,7 @@ TEST(ScenePatch, ApplyTo_OfFileComments_MakesThemAsTheyRead) {
     }
 }
 
-// Readers of text go less deep.
+// Texts cannot be nested as deep as these scenes.
 TEST(ScenePatch, ApplyTo_OfValuesInDeepScenes_ChangesThem) {
     const auto nested = [](const char* value) {
         const Scene scene = sceneOf(nodeText(std::string("String s = ") + value));
