@@ -66,9 +66,13 @@ bool readQuoted(std::string_view text, Value& out) {
     return true;
 }
 
-// A text may say what a write is refused for: that takes nodes made anew, and no warning.
-bool takes(const Input& input, const Value& value) {
-    return !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
+// Reads a value that is no link. A text may say what a write is refused for: that takes nodes made
+// anew, and no warning.
+bool readValue(const Input& input, std::string_view text, Value& value) {
+    const bool isRead = input.type() == AttrType::String
+                            ? readQuoted(text, value)
+                            : valueFromText(String(text), input.type(), input.dataType(), value);
+    return isRead && !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
 }
 
 // Comments that read otherwise than they are written take a scene made anew.
@@ -116,6 +120,9 @@ bool LivePatcher::prepare(const SceneChange& change) {
     }
     const bool isSettable = change.field == "source" || (change.field == "value" && change.after);
     if (change.action != Action::Change || !isSettable) return false;
+    const auto& input = implOf(*step.input.get());
+    const bool isPlain = change.field == "value" && input.type() != AttrType::Node;
+    if (isPlain && !readValue(input, change.after->view(), step.value)) return false;
     m_set.push_back(std::move(step));
     return true;
 }
@@ -264,6 +271,7 @@ bool LivePatcher::setInputs() {
         if (!isThere(step)) return false;
         auto& input = implOf(*step.input.get());
         const auto& after = step.change->after;
+        if (!step.value.isNull()) return input.setValue(step.value);
         if (step.change->field != "source") return setValue(input, after->view());
         return after ? setSource(input, after->view()) : (input.disconnect(), true);
     });
@@ -308,10 +316,7 @@ bool LivePatcher::setValue(Input& input, std::string_view text) const {
         return (target || name.empty()) && input.setNode(target);
     }
     Value value;
-    const bool isRead = input.type() == AttrType::String
-                            ? readQuoted(text, value)
-                            : valueFromText(String(text), input.type(), input.dataType(), value);
-    return isRead && takes(input, value) && input.setValue(value);
+    return readValue(input, text, value) && input.setValue(value);
 }
 
 bool LivePatcher::setSource(Input& input, std::string_view path) const {

@@ -44,6 +44,17 @@ Scene undone(std::string_view text) {
     return scene;
 }
 
+TEST(ScenePatch, ApplyTo_WithATextThatIsNoValue_TellsNobody) {
+    const Scene scene = undone(nodeText("Real r = 1\nReal s = 1"));
+    const ChangeCounter changes(scene);
+    String error;
+    EXPECT_FALSE(diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
+                         {Action::Change, Subject::Input, "n.s", "value", "1", "one"}})
+                     .applyTo(scene, error));
+    EXPECT_NE(error.view().find("one"), std::string_view::npos) << error.buf();
+    EXPECT_EQ(changes.count, 0);
+}
+
 TEST(ScenePatch, ApplyTo_WithALinkToNothing_TellsNobody) {
     const Scene scene = undone(nodeText("Real r = 1\nNode l = null"));
     const ChangeCounter changes(scene);
