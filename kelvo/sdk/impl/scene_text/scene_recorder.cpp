@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Nodes are written until there is so much text; then it is taken apart.
+// Nodes are written until the text has this size; then it is split into records.
 constexpr u64 kTextSize = 64 * 1024;
 
 constexpr const char* kTooDeep = "a scene is nested too deep to be compared.";
@@ -141,7 +141,7 @@ bool SceneRecorder::open(const TextMark& mark) {
     return true;
 }
 
-// All annotations of a node are one text.
+// All annotations of a node form one text.
 bool SceneRecorder::takeFlag(const TextMark& mark) {
     if (m_piece == &m_node.flags) return true;
     endPiece(mark.at);
@@ -167,7 +167,7 @@ void SceneRecorder::takeNote(const TextMark& mark) {
     startPiece(note.text, mark.at + mark.text.size());
 }
 
-// The language belongs to the name.
+// The language is a part of the annotation's name.
 void SceneRecorder::takeTranslation(const TextMark& mark) {
     DocNote& note = m_open.back().attr.notes.back();
     const u64 start = m_pieceStart - note.name.size();
@@ -201,7 +201,7 @@ void SceneRecorder::startPiece(std::string_view& piece, u64 at) noexcept {
     m_pieceStart = at;
 }
 
-// Pieces end in front of the space that separates them from what follows.
+// Ends the piece in front of the space that separates it from the next one.
 void SceneRecorder::endPiece(u64 at) noexcept {
     if (m_piece) *m_piece = withoutSpaces(m_text.substr(m_pieceStart, at - m_pieceStart));
     m_piece = nullptr;

@@ -112,8 +112,8 @@ bool Wildcard::Part::takes(char c) const noexcept {
     }
 }
 
-// Adds the places reached by matching a run with nothing. One pass suffices, as all steps lead
-// forward.
+// Adds the places that are reached when a run matches no characters. One pass suffices, because
+// parts only lead forward.
 void Wildcard::goOnWithoutCharacter(Places& places) const {
     for (std::size_t at = 0; at < m_parts.size(); ++at) {
         if (!places[at]) continue;

@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A pattern to match texts with, in time proportional to text times pattern at worst.
+/// A pattern for texts. Matching takes time proportional to text times pattern at worst.
 ///
 /// In a path pattern such as "lamp*.**.stops[?]", '*' matches any run of characters within a step,
 /// '?' one character within a step, and '**' any run across steps; "a.**.b" also matches "a.b".
