@@ -142,8 +142,8 @@ public:
     /// Renames the input, at its place, with all that names it: the lists of the node's modifiers,
     /// its layout, and what scene text keeps of it; connections and links stay. One step of undo.
     /// False, logged, and nothing is changed, when the name is no simple identifier or another
-    /// input beside it has it, for an element of an array, an input of no node, a member of
-    /// something read-only, and where the list of a modifier may not be changed.
+    /// input beside it has it, for an element of an array, an input of no node or being removed, a
+    /// member of something read-only, and where the list of a modifier may not be changed.
     bool rename(String name) const;
 
     /// Returns the array or object that holds this input; empty at the top level.

@@ -66,10 +66,13 @@ bool readQuoted(std::string_view text, Value& out) {
     return true;
 }
 
-// Texts may contain values that writes refuse, with a warning. A scene that is read again accepts
-// them.
-bool takes(const Input& input, const Value& value) {
-    return !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
+// Reads a value other than a link; false if a write would refuse it with a warning. Texts may
+// contain such values, which a scene that is read again accepts.
+bool readValue(const Input& input, std::string_view text, Value& value) {
+    const bool isRead = input.type() == AttrType::String
+                            ? readQuoted(text, value)
+                            : valueFromText(String(text), input.type(), input.dataType(), value);
+    return isRead && !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
 }
 
 // Tells whether comments are read exactly as they are written; others need a scene that is read
@@ -118,6 +121,9 @@ bool LivePatcher::prepare(const SceneChange& change) {
     }
     const bool isSettable = change.field == "source" || (change.field == "value" && change.after);
     if (change.action != Action::Change || !isSettable) return false;
+    const auto& input = implOf(*step.input.get());
+    const bool isPlain = change.field == "value" && input.type() != AttrType::Node;
+    if (isPlain && !readValue(input, change.after->view(), step.value)) return false;
     m_set.push_back(std::move(step));
     return true;
 }
@@ -266,6 +272,7 @@ bool LivePatcher::setInputs() {
         if (!isThere(step)) return false;
         auto& input = implOf(*step.input.get());
         const auto& after = step.change->after;
+        if (!step.value.isNull()) return input.setValue(step.value);
         if (step.change->field != "source") return setValue(input, after->view());
         return after ? setSource(input, after->view()) : (input.disconnect(), true);
     });
@@ -310,10 +317,7 @@ bool LivePatcher::setValue(Input& input, std::string_view text) const {
         return (target || name.empty()) && input.setNode(target);
     }
     Value value;
-    const bool isRead = input.type() == AttrType::String
-                            ? readQuoted(text, value)
-                            : valueFromText(String(text), input.type(), input.dataType(), value);
-    return isRead && takes(input, value) && input.setValue(value);
+    return readValue(input, text, value) && input.setValue(value);
 }
 
 bool LivePatcher::setSource(Input& input, std::string_view path) const {

@@ -34,6 +34,8 @@ private:
         // For elements only.
         u64 index = 0;
         u64 newIndex = 0;
+        // To be set; Null for links.
+        Value value = {};
     };
 
     bool prepare(const SceneChange& change);

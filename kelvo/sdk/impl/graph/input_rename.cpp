@@ -29,6 +29,15 @@ const ds::Vector<IInput*>& listOf(const Input& input) {
     return parent ? parent->members() : implOf(*input.node()).inputs();
 }
 
+// Tells whether the list of an input's owner contains it, and that of each parent. During a removal
+// an input keeps its node until all observers were notified, but it is in no list any more.
+bool isHeld(const Input& input) {
+    const auto* at = &input;
+    for (; at; at = implOf(at->parent()))
+        if (!listOf(*at).contains(const_cast<Input*>(at))) return false;
+    return true;
+}
+
 // Returns another input of the same list that is found by a name, null when there is none.
 const Input* namesakeOf(const Input& input, const String& name) {
     const auto* found = implOf(findInList(listOf(input), name));
@@ -57,7 +66,7 @@ const char* bar(const ModifierNames& list) {
 
 String Input::renameRefusal(const String& name) const {
     const String start = "Cannot rename input '" + path() + "' to '" + name + "': ";
-    if (!m_node || m_node->isEnding()) return start + "it belongs to no node.";
+    if (!m_node || m_node->isEnding() || !isHeld(*this)) return start + "it belongs to no node.";
     if (isElement()) return start + "an element is named by its place.";
     if (!name.isSimpleCID()) return start + "that is no simple identifier.";
     if (m_isHeldReadOnly) return start + "'" + m_parent->path() + "' is read-only.";
@@ -117,7 +126,7 @@ InputRename::InputRename(Input& input, const InputNaming& naming)
 // gave the name to another input. Swapping back skips it too.
 void InputRename::swap(Scene& /*scene*/) {
     if (std::exchange(m_isPassedOver, false)) return;
-    const bool isThere = input().node() && input().node() == node();
+    const bool isThere = input().node() && input().node() == node() && isHeld(input());
     m_isPassedOver = !isThere || (input().parent() && namesakeOf(input(), m_other.name));
     if (!m_isPassedOver) input().exchangeName(m_other);
 }

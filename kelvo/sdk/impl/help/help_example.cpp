@@ -3,14 +3,12 @@
 #include "kelvo/base/string_io.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 #include "kelvo/sdk/interfaces/i_node.h"
 
-#include <vector>
-
 namespace qv::kelvo_sdk::impl {
-
-using interfaces::IInputContainer;
 
 namespace {
 
@@ -28,22 +26,11 @@ u64 sizeOf(const IInput& input) {
 
 // Tells whether the text of a node would be short, without writing the text.
 bool isSmall(const INode& node) {
-    struct Step {
-        const IInputContainer* owner;
-        u64 next = 0;
-    };
-    std::vector<Step> chain{{&node}};
+    InputWalk walk(implOf(node).inputs());
     u64 units = 0;
-    while (!chain.empty()) {
-        Step& step = chain.back();
-        if (step.next == step.owner->inputCount()) {
-            chain.pop_back();
-            continue;
-        }
-        const IInput& input = *step.owner->input(step.next++);
-        if (!input.isDefault()) units += sizeOf(input);
-        if (units > mostUnits || chain.size() > mostLevels) return false;
-        if (input.inputCount() != 0) chain.push_back({&input});
+    while (const Input* input = walk.next()) {
+        if (!input->isDefault()) units += sizeOf(*input);
+        if (units > mostUnits || walk.depth() >= mostLevels) return false;
     }
     return true;
 }

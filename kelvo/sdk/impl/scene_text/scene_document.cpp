@@ -110,7 +110,6 @@ private:
     }
 
     void end(const Part& part) {
-        m_lines.endContent();
         if (!part.attr->source.empty()) m_lines.beginSource().append(part.attr->source);
         writeNotes(*part.attr);
         if (part.isElement)

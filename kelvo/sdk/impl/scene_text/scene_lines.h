@@ -27,8 +27,8 @@ enum class TextPart : u8 {
     Element,
     Output,
     Name,
+    // Of elements alone: that of inputs stands behind their name.
     Content,
-    ContentEnd,
     Source,
     Note,
     Translation,
@@ -56,12 +56,22 @@ public:
 
     [[nodiscard]] StringIO& out() noexcept { return m_out; }
 
+    /// Stand in front of values and of sources.
+    static constexpr std::string_view equals = " = ";
+    static constexpr std::string_view arrow = " <- ";
+
     // ---- Lines -----------------------------------------------------------------------------
 
     /// Deeper lines, which no reader accepts, begin at the margin; otherwise the size of the text
     /// would grow with the square of the depth.
     static constexpr u32 maxIndent = 256;
-    void indent(u32 depth) { m_out.appendRepeated(' ', depth <= maxIndent ? 4 * depth : 0); }
+    void indent(u32 depth) {
+        constexpr std::string_view few = "                ";
+        if (4 * depth <= few.size())
+            m_out.append(few.substr(0, 4 * depth));
+        else if (depth <= maxIndent)
+            m_out.appendRepeated(' ', 4 * depth);
+    }
     /// Writes comment lines.
     void writeLines(std::string_view lines, u32 depth) {
         if (!lines.empty()) indentAll(lines, depth);
@@ -144,18 +154,18 @@ public:
     }
     /// Begin the content of an input or element; for plain kinds the caller then writes the value.
     StringIO& beginInputContent(AttrType type) {
-        m_out.append(type == AttrType::Null     ? ""
-                     : type == AttrType::Object ? " {"
-                     : type == AttrType::Array  ? " = ["
-                                                : " = ");
-        return begin(TextPart::Content);
+        if (type == AttrType::Object)
+            m_out.append(' ');
+        else if (type != AttrType::Null)
+            m_out.append(equals);
+        open(type);
+        return m_out;
     }
     StringIO& beginElementContent(AttrType type) {
         begin(TextPart::Content);
-        return m_out.append(type == AttrType::Null     ? "null"
-                            : type == AttrType::Object ? "{"
-                            : type == AttrType::Array  ? "["
-                                                       : "");
+        if (type == AttrType::Null) m_out.append("null");
+        open(type);
+        return m_out;
     }
     /// Close the content of an array or object.
     void closeArray() { m_out.append(']'); }
@@ -164,10 +174,9 @@ public:
         indent(depth);
         m_out.append('}');
     }
-    void endContent() { begin(TextPart::ContentEnd); }
     /// Begins the source; the caller then writes the path of an output.
     StringIO& beginSource() {
-        m_out.append(" <- ");
+        m_out.append(arrow);
         return begin(TextPart::Source);
     }
     /// Writes the name of an annotation; the caller then writes its content, if any.
@@ -190,6 +199,10 @@ public:
     }
 
 private:
+    void open(AttrType type) {
+        if (type == AttrType::Object) m_out.append('{');
+        if (type == AttrType::Array) m_out.append('[');
+    }
     StringIO& begin(TextPart part, AttrType type = AttrType::Null,
                     AttrType elementType = AttrType::Null) {
         if (m_marks)

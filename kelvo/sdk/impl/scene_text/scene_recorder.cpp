@@ -103,17 +103,14 @@ bool SceneRecorder::takeAttribute(const TextMark& mark) {
     DocAttr& attr = m_open.back().attr;
     switch (mark.part) {
     case TextPart::Name:
-        endPiece(mark.at);
-        attr.name = m_text.substr(mark.at, mark.text.size());
+        takeName(mark);
         break;
     case TextPart::Content:
         endPiece(mark.at);
         if (!attr.isObject() && !attr.isArray()) startPiece(attr.value, mark.at);
         break;
-    case TextPart::ContentEnd:
-        endPiece(mark.at);
-        break;
     case TextPart::Source:
+        endPiece(mark.at - SceneLines::arrow.size());
         startPiece(attr.source, mark.at);
         break;
     case TextPart::Note:
@@ -150,6 +147,17 @@ bool SceneRecorder::takeFlag(const TextMark& mark) {
     endPiece(mark.at);
     startPiece(m_node.flags, mark.at);
     return true;
+}
+
+// The value of an input comes next.
+void SceneRecorder::takeName(const TextMark& mark) {
+    endPiece(mark.at);
+    Open& named = m_open.back();
+    named.attr.name = m_text.substr(mark.at, mark.text.size());
+    const bool isPlain =
+        named.attr.type != AttrType::Null && !named.attr.isObject() && !named.attr.isArray();
+    if (isPlain && !named.isOutput)
+        startPiece(named.attr.value, mark.at + mark.text.size() + SceneLines::equals.size());
 }
 
 void SceneRecorder::takeNote(const TextMark& mark) {

@@ -33,6 +33,7 @@ private:
     bool takeFlag(const TextMark& mark);
     [[nodiscard]] bool takeAttribute(const TextMark& mark);
     [[nodiscard]] bool open(const TextMark& mark);
+    void takeName(const TextMark& mark);
     void takeNote(const TextMark& mark);
     void takeTranslation(const TextMark& mark);
     void end(const TextMark& mark);

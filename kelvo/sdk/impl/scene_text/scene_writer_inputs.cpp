@@ -89,7 +89,7 @@ void SceneWriter::beginAttribute(Part& part) {
         part.isOwn = part.comments && part.comments->isOwn;
     }
     const AttrType type = knownType(input.type());
-    m_lines.writeLeading(partOf(part.comments, &Comments::leading), part.depth);
+    if (part.comments) m_lines.writeLeading(part.comments->leading.view(), part.depth);
     writeKind(input, m_lines.beginInput(type, elementTypeOf(input), part.depth));
     m_lines.writeName(input.ownName().view());
     m_lines.beginInputContent(type);
@@ -150,7 +150,6 @@ void SceneWriter::endList(const Part& parent) {
 }
 
 void SceneWriter::end(const Part& part) {
-    m_lines.endContent();
     writeSource(*part.input, part.comments);
     writeNotes(part);
     if (part.isElement)

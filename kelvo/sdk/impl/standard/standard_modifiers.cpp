@@ -1,6 +1,8 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
 #include "kelvo/sdk/impl/standard/standard_eval.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
@@ -28,17 +30,9 @@ bool readSetting(const INode& modifier, const String& name, T& out) {
 // Returns the inputs, at any depth, that a modifier names; these keep their values aside for it.
 std::vector<kelvo_sdk::Input> namedInputs(const StringVector& names, const INode& node) {
     std::vector<kelvo_sdk::Input> found;
-    std::vector<kelvo_sdk::Input> left;
-    for (u64 i = node.inputCount(); i-- > 0;)
-        left.emplace_back(node.input(i));
-    while (!left.empty()) {
-        const kelvo_sdk::Input next = left.back();
-        left.pop_back();
-        if (!next) continue;
-        if (names.contains(next.name(), true)) found.push_back(next);
-        for (u64 i = next.inputCount(); i-- > 0;)
-            left.push_back(next.input(i));
-    }
+    InputWalk walk(implOf(node).inputs());
+    while (Input* next = walk.next())
+        if (names.contains(next->name(), true)) found.emplace_back(next);
     return found;
 }
 

@@ -10,10 +10,10 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/graph/walk_all.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
 #include <utility>
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -45,18 +45,15 @@ String kindOf(const Input& input) {
 
 // Creates the definition's members, at any depth, in the new input `made`; without recursion.
 void copyMembers(const Input& definition, Input& made) {
-    std::vector<std::pair<const Input*, Input*>> left{{&definition, &made}};
-    while (!left.empty()) {
-        const auto [from, to] = left.back();
-        left.pop_back();
-        for (const IInput* next : from->members()) {
+    walkAll(std::pair(&definition, &made), [](const auto& step, const auto& add) {
+        for (const IInput* next : step.first->members()) {
             const auto& known = implOf(*next);
-            auto* member = implOf(to->createInput(known.name(), known.description()));
+            auto* member = implOf(step.second->createInput(known.name(), known.description()));
             if (!member) continue;
             if (!known.value().isNull()) member->setValue(known.value());
-            if (!known.members().empty()) left.emplace_back(&known, member);
+            if (!known.members().empty()) add({&known, member});
         }
-    }
+    });
 }
 
 // Casts const away for the reference count alone; the library is shared and must not change.
@@ -144,10 +141,8 @@ void SceneRules::checkUnknown(Node& node, const Node& definition) {
         const Input* parent;
         const Input* known;
     };
-    std::vector<Step> left{{nullptr, nullptr}};
-    while (!left.empty()) {
-        const auto [parent, known] = left.back();
-        left.pop_back();
+    walkAll(Step{nullptr, nullptr}, [&](const Step& step, const auto& add) {
+        const auto [parent, known] = step;
         const auto& candidates = known ? known->members() : definition.inputs();
         for (const IInput* next : parent ? parent->members() : node.inputs()) {
             const auto& input = implOf(*next);
@@ -158,9 +153,9 @@ void SceneRules::checkUnknown(Node& node, const Node& definition) {
                 addUnknown(node, "input", input.path(),
                            nearAttribute(definition, candidates, name));
             else if (input.isObject() && found->type() == AttrType::Object)
-                left.push_back({&input, implOf(found)});
+                add({&input, implOf(found)});
         }
-    }
+    });
     for (const IOutput* next : node.outputs()) {
         const String& name = implOf(next)->ownName();
         if (!definition.lookUpOutput(name))
@@ -194,18 +189,15 @@ void SceneRules::checkInputs(Node& node, const Node& definition) {
         Input* parent;
         const ds::Vector<IInput*>* known;
     };
-    std::vector<Step> left{{nullptr, &definition.inputs()}};
-    while (!left.empty()) {
-        const Step step = left.back();
-        left.pop_back();
+    walkAll(Step{nullptr, &definition.inputs()}, [&](const Step& step, const auto& add) {
         for (const IInput* next : *step.known) {
             const auto& known = implOf(*next);
             const String& name = known.ownName();
             IInput* found = step.parent ? step.parent->lookUpInput(name) : node.lookUpInput(name);
             if (!checkInput(node, step.parent, implOf(found), known)) continue;
-            if (known.isObject()) left.push_back({implOf(found), &known.members()});
+            if (known.isObject()) add({implOf(found), &known.members()});
         }
-    }
+    });
 }
 
 // Tells whether the input exists and has the right kind; adds a finding if not.
