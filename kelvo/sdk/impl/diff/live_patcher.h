@@ -34,7 +34,7 @@ private:
         // For elements only.
         u64 index = 0;
         u64 newIndex = 0;
-        // To be set; Null for links.
+        // The value to set; Null for links.
         Value value = {};
     };
 

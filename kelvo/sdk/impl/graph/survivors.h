@@ -6,18 +6,18 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Keeps alive what is told about until everyone was told: an observer may drop the last reference
-/// to it. Takes no memory, and costs next to nothing until it holds something.
+/// Keeps the objects of a notification alive until all observers were notified, because an observer
+/// may drop the last reference to them. Allocates nothing, and is nearly free while it is empty.
 class Survivors {
 public:
     Survivors() noexcept = default;
-    /// Holds at once; see `hold`.
+    /// Starts with `hold` of the objects.
     template<typename... Things>
     explicit Survivors(const Things*... things) noexcept {
         hold(things...);
     }
 
-    /// Holds things, which may be null, until this ends. Does nothing when it holds some already.
+    /// Keeps objects, which may be null, alive until this is destroyed. Only the first call counts.
     template<typename... Things>
     void hold(const Things*... things) noexcept {
         static_assert(sizeof...(Things) <= most);

@@ -5,8 +5,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Goes through things that lead to others, without recursion: calls `visit(step, add)` for the
-/// first step and for each that was given to `add(step)`, the one that was added last first.
+/// Walks a graph without recursion: calls `visit(step, add)` for the first step and for each step
+/// passed to `add(step)`, the last added first.
 template<typename Step, typename Visit>
 void walkAll(Step first, const Visit& visit) {
     std::vector<Step> pending;

@@ -27,7 +27,7 @@ enum class TextPart : u8 {
     Element,
     Output,
     Name,
-    // Of elements alone: that of inputs stands behind their name.
+    // For elements only: the content of inputs follows their name.
     Content,
     Source,
     Note,
@@ -56,7 +56,7 @@ public:
 
     [[nodiscard]] StringIO& out() noexcept { return m_out; }
 
-    /// Stand in front of values and of sources.
+    /// The separators in front of values and of sources.
     static constexpr std::string_view equals = " = ";
     static constexpr std::string_view arrow = " <- ";
 

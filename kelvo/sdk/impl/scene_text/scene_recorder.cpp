@@ -149,7 +149,7 @@ bool SceneRecorder::takeFlag(const TextMark& mark) {
     return true;
 }
 
-// The value of an input comes next.
+// The value of an input follows its name.
 void SceneRecorder::takeName(const TextMark& mark) {
     endPiece(mark.at);
     Open& named = m_open.back();
