@@ -1,5 +1,6 @@
 // The node types that come with the library: listed, looked at, and used in a scene.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -22,8 +23,8 @@ int main() {
 
     // A scene that knows the types makes nodes with all their inputs.
     const Scene scene = Scene::create();
-    scene.addLibrary(library);
+    expect(scene.addLibrary(library));
     const Node lamp = scene.createNode("spotLight", "lamp");
-    lamp["intensity"].set(20);
+    expect(lamp["intensity"].set(20));
     std::printf("%s", scene.text().buf());
 }

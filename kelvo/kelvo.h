@@ -21,6 +21,8 @@
 #include "kelvo/sdk/output.h"
 #include "kelvo/sdk/path_parser.h"
 #include "kelvo/sdk/quoted_text.h"
+#include "kelvo/sdk/result.h"
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/scene_diff.h"
+#include "kelvo/sdk/scene_listener.h"
 #include "kelvo/sdk/validation.h"

@@ -15,14 +15,6 @@ Input Node::inputAt(String path) const {
     return get() ? Input(get()->parseInputPath(std::move(path))) : Input();
 }
 
-Input Node::createInput(String name, AttrType type) const {
-    return get() ? Input(get()->createInput(std::move(name), type)) : Input();
-}
-
-Input Node::createArray(String name, AttrType elementType) const {
-    return get() ? Input(get()->createArray(std::move(name), elementType)) : Input();
-}
-
 Output Node::output(String name) const {
     const interfaces::INode* node = get();
     return node ? Output(node->output(std::move(name))) : Output();
@@ -31,10 +23,6 @@ Output Node::output(String name) const {
 Output Node::output(u64 index) const {
     const interfaces::INode* node = get();
     return node ? Output(node->output(index)) : Output();
-}
-
-Output Node::createOutput(String name, AttrType type) const {
-    return get() ? Output(get()->createOutput(std::move(name), type)) : Output();
 }
 
 } // namespace qv::kelvo_sdk

@@ -63,7 +63,8 @@ void placeByName(ImportContext& context, const Node& node, const aiString& name)
 /// Creates an input that the node does not have yet, and sets it.
 template<typename T>
 void addInput(const Node& node, const String& name, AttrType type, const T& value) {
-    node.createInput(name, type).set(value);
+    // Nothing is said of a new input that could refuse a value of its kind.
+    (void)node.createInput(name, type).set(value);
 }
 
 /// Creates a buffer input from `count` elements at `data`; nothing when there are none.

@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/diff/live_patcher.h"
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 #include "kelvo/sdk/impl/diff/scene_merger.h"
+#include "kelvo/sdk/impl/graph/handle_failure.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -51,11 +52,9 @@ Scene emptyLike(const Scene& scene) {
     return made;
 }
 
-bool readsBack(const Scene& scene, const String& text, String& error) {
+Result readsBack(const Scene& scene, const String& text) {
     Diagnostics found;
-    if (scene.read(text, "the changed scene", &found)) return true;
-    error = found.empty() ? String("the scene cannot be changed so.") : found[0].text();
-    return false;
+    return scene.read(text, "the changed scene", &found);
 }
 
 // Changes the nodes that there are; where that does not give the text it is as if it never was.
@@ -63,11 +62,11 @@ bool changeNodes(const Scene& scene, const std::vector<SceneChange>& changes, co
     const Scene::UndoScope attempt(scene, String(), String());
     impl::LivePatcher setter(impl::implOf(*scene.get()), changes);
     if (setter.run() && scene.text().equals(text)) return true;
-    attempt.cancel();
+    (void)attempt.cancel(); // It is open.
     return false;
 }
 
-bool makeAnew(const Scene& scene, const String& text) {
+Result makeAnew(const Scene& scene, const String& text) {
     auto& made = impl::implOf(*scene.get());
     made.clear();
     impl::setFileComments(made, {});
@@ -86,47 +85,39 @@ const char* sceneSubjectName(SceneChange::Subject subject) noexcept {
     return names[static_cast<int>(subject)];
 }
 
-SceneDiff SceneDiff::between(const Scene& before, const Scene& after, const DiffOptions& options,
-                             String* error) {
+Made<SceneDiff> SceneDiff::between(const Scene& before, const Scene& after,
+                                   const DiffOptions& options) {
     SceneDiff diff;
     impl::SceneDocument earlier;
     impl::SceneDocument later;
-    if (readDocument(before, earlier) && readDocument(after, later))
-        diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
-    else if (error)
-        *error = kTooDeep;
+    if (!readDocument(before, earlier) || !readDocument(after, later))
+        return Result::failure(kTooDeep);
+    diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
     return diff;
 }
 
-bool SceneDiff::applyTo(const Scene& scene, String& error) const {
+Result SceneDiff::applyTo(const Scene& scene) const {
+    if (!scene.get()) return impl::emptyHandle("scene");
     impl::SceneDocument document;
-    if (!scene.get() || !document.parse(scene.text())) {
-        error = scene.get() ? kTooDeep : "there is no scene.";
-        return false;
-    }
-    if (m_changes.empty()) return true;
-    if (!impl::DocumentPatcher(document).apply(m_changes, error)) return false;
+    if (!document.parse(scene.text())) return Result::failure(kTooDeep);
+    if (m_changes.empty()) return {};
+    String error;
+    if (!impl::DocumentPatcher(document).apply(m_changes, error)) return Result::failure(error);
     const Scene changed = emptyLike(scene);
-    if (!readsBack(changed, document.text(), error)) return false;
+    if (const Result read = readsBack(changed, document.text()); !read) return read;
     const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");
     const String text = changed.text();
-    return changeNodes(scene, m_changes, text) || makeAnew(scene, text);
+    return changeNodes(scene, m_changes, text) ? Result() : makeAnew(scene, text);
 }
 
-bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
-                 const MergeOptions& options, const Scene& merged,
-                 std::vector<MergeConflict>& conflicts, String& error) {
-    if (!merged.get()) {
-        error = "there is no scene.";
-        return false;
-    }
+Result mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
+                   const MergeOptions& options, const Scene& merged,
+                   std::vector<MergeConflict>& conflicts) {
+    if (!merged.get()) return impl::emptyHandle("scene");
     impl::SceneDocument documents[3];
     const Scene* const scenes[3] = {&base, &mine, &theirs};
     for (u64 i = 0; i < 3; ++i)
-        if (!readDocument(*scenes[i], documents[i])) {
-            error = kTooDeep;
-            return false;
-        }
+        if (!readDocument(*scenes[i], documents[i])) return Result::failure(kTooDeep);
     impl::SceneMerger merger(documents[0], documents[1], documents[2], options);
     const impl::SceneDocument made = merger.run();
     conflicts = merger.takeConflicts();
@@ -134,9 +125,9 @@ bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
     LibrariesForText libraries(merged);
     for (const Scene* scene : scenes)
         shareLibraries(*scene, merged);
-    if (!readsBack(merged, made.text(), error)) return false;
-    libraries.keep();
-    return true;
+    const Result read = readsBack(merged, made.text());
+    if (read) libraries.keep();
+    return read;
 }
 
 } // namespace qv::kelvo_sdk

@@ -31,15 +31,15 @@ void History::setLimits(const UndoLimits& limits) {
 }
 
 bool History::canReplay(const char* what) const {
-    if (m_isReplaying)
-        logError("Cannot %s while a step is undone or redone.", what);
-    else if (m_operations != 0)
-        logError("Cannot %s while a change is under way.", what);
-    else if (!m_marks.empty())
-        logError("Cannot %s while an edit is open.", what);
-    else
-        return true;
-    return false;
+    const char* when = obstacle();
+    if (when) logError("Cannot %s while %s.", what, when);
+    return !when;
+}
+
+const char* History::obstacle() const noexcept {
+    if (m_isReplaying) return "a step is undone or redone";
+    if (m_operations != 0) return "a change is under way";
+    return m_marks.empty() ? nullptr : "an edit is open";
 }
 
 bool History::undo() {

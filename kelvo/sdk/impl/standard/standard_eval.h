@@ -73,7 +73,7 @@ public:
         const interfaces::INode& node = *m_ctx->node();
         // An evaluation may remove what is being read.
         const RefersTo<interfaces::IInput> input(node.input(name));
-        m_ok = input && detail::read(*input.get(), value, m_ctx);
+        m_ok = input && detail::read(*input.get(), value, true, m_ctx);
         return value;
     }
     [[nodiscard]] double real(const String& name) { return get<double>(name); }
