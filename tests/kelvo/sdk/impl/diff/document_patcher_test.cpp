@@ -39,8 +39,8 @@ TEST(DocumentPatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
     for (unsigned seed = 0; seed < 300; ++seed) {
         const Scene before = sceneOf(tests::RandomScene(seed).text());
         const Scene after = sceneOf(tests::RandomScene(seed + 100000).text());
-        String error;
-        ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
+        const Result isDone = SceneDiff::between(before, after).applyTo(before);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
     }
 }
@@ -59,8 +59,8 @@ TEST(DocumentPatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByt
         for (unsigned i = 0; i <= seed % 12; ++i)
             model.edit();
         const Scene after = typed(model);
-        String error;
-        ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
+        const Result isDone = SceneDiff::between(before, after).applyTo(before);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
     }
 }
@@ -75,8 +75,8 @@ TEST(DocumentPatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
     const Scene scene = scenes("abcdef");
     const Node kept = scene.findNode("b");
     const Scene after = scenes("xfbyaedz");
-    String error;
-    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+    ASSERT_TRUE(isDone) << isDone.message().buf();
     EXPECT_EQ(scene.findNode("b").get(), kept.get());
     EXPECT_EQ(textOf(scene), textOf(after));
 }
@@ -90,8 +90,8 @@ TEST(DocumentPatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
             model.edit();
         const Scene after = sceneOf(model.text());
         const std::string was = textOf(scene);
-        String error;
-        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         ASSERT_EQ(scene.undoCount(), was == textOf(after) ? 0u : 1u) << "seed " << seed;
         if (scene.undoCount() == 0) continue;
         ASSERT_TRUE(scene.undo());
@@ -231,8 +231,8 @@ TEST(DocumentPatcher, ApplyTo_WhatNodesCanTake_KeepsTheNodes) {
         const Scene scene = sceneOf(node("a", before.c_str()) + other);
         const Node kept = scene.findNode("a");
         const Scene after = sceneOf(node("a", body) + other);
-        String error;
-        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         EXPECT_EQ(scene.findNode("a").get(), kept.get()) << body;
         EXPECT_EQ(textOf(scene), textOf(after));
     }
@@ -245,8 +245,8 @@ TEST(DocumentPatcher, ApplyTo_NodesThatGoComeAndAreRenamed_KeepsTheOthers) {
     const Scene after =
         sceneOf(node("a", "Node n = lamp\n") + node("lamp", "Int i = 2\nInt j = 3\n") +
                 node("d", "Node n = a\n") + node("e", "Node n = d\n"));
-    String error;
-    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+    ASSERT_TRUE(isDone) << isDone.message().buf();
     EXPECT_EQ(scene.findNode("lamp").get(), kept.get());
     EXPECT_EQ(textOf(scene), textOf(after));
 }
