@@ -25,4 +25,6 @@
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/scene_diff.h"
 #include "kelvo/sdk/scene_listener.h"
+#include "kelvo/sdk/search.h"
 #include "kelvo/sdk/validation.h"
+#include "kelvo/sdk/value_text.h"

@@ -166,6 +166,35 @@ public:
     /// Fails when there is no connection.
     Result disconnect() const;
     [[nodiscard]] Output source() const { return get() ? Output(get()->source()) : Output(); }
+
+    /// Renames the input, at its place, with all that names it: the lists of the node's modifiers,
+    /// its layout, and what scene text keeps of it; connections and links stay. One step of undo.
+    /// Fails, logged, and nothing is changed, when the name is no simple identifier or another
+    /// input beside it has it, for an element of an array, an input of no node, a member of
+    /// something read-only, and where the list of a modifier may not be changed.
+    Result rename(const String& name) const;
+
+    /// Returns the array or object that holds this input; empty at the top level.
+    [[nodiscard]] Input parent() const;
+    /// Returns the element type of a buffer, Null for other kinds.
+    [[nodiscard]] DataType dataType() const { return get() ? get()->dataType() : DataType::Null; }
+    /// Tells whether adding, renaming and removing this input is not announced.
+    [[nodiscard]] bool isSilent() const { return get() && get()->isSilent(); }
+    /// Returns all elements or members, in order.
+    [[nodiscard]] ds::Vector<Input> inputs() const;
+    /// Tells, silently, whether there is a member of that name and kind; Null stands for any.
+    [[nodiscard]] bool hasInput(String name, AttrType type = AttrType::Null) const {
+        return get() && get()->hasInput(std::move(name), type);
+    }
+    /// Adds an element in front of the index-th (at most the count); fails for other kinds.
+    Made<Input> insert(u64 index) const;
+    /// Moves an element; those between close the gap.
+    Result moveElement(u64 from, u64 to) const;
+    Result removeInput(u64 index) const;
+    Result removeInput(const String& name) const;
+    /// Fails where elements or members stay: in what is read-only, or when those who hear of it add
+    /// others.
+    Result clearInputs() const;
 };
 
 } // namespace qv::kelvo_sdk

@@ -61,6 +61,17 @@ Result Scene::UndoScope::cancel() const {
     return Result::failure("There is no edit to cancel: it was cancelled, or has no scene.");
 }
 
+Scene Node::scene() const {
+    return get() ? Scene(get()->scene()) : Scene();
+}
+
+ds::Vector<Node> Scene::nodes() const {
+    ds::Vector<Node> all;
+    for (u64 i = 0; i < nodeCount(); ++i)
+        all.push_back(node(i));
+    return all;
+}
+
 Node Scene::findNode(String name) const {
     return get() ? Node(get()->findNode(std::move(name))) : Node();
 }

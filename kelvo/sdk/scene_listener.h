@@ -28,6 +28,11 @@ public:
     virtual void inputChanged(Input /*input*/, Input /*previous*/) {}
     /// `before` and `after` are the connected outputs, empty for none.
     virtual void inputConnected(Input /*input*/, Output /*before*/, Output /*after*/) {}
+    /// The input has another name than `before`, at its old place.
+    virtual void inputRenamed(Input input, String /*before*/) {
+        inputRemoved(input);
+        inputAdded(std::move(input));
+    }
     /// The node was converted: the replacement has its name, its place and all that led to it.
     virtual void nodeConverted(Node node, Node replacement) {
         nodeRemoved(std::move(node));

@@ -75,6 +75,9 @@ TEST_F(SceneResult, ChangesOfNodes_ThatAreRefused_SayWhy) {
               "Cannot use '9' as a node's name: it is no simple identifier.");
     EXPECT_EQ(m_scene.moveNode(m_lamp, 1).message(),
               "Cannot move node 'lamp' to place 1: the scene has 1 nodes.");
+    EXPECT_EQ(far.rename("sun").message(), "Cannot rename node 'moon': it is in no scene.");
+    EXPECT_EQ(m_lamp.rename("9").message(),
+              "Cannot use '9' as a node's name: it is no simple identifier.");
     EXPECT_EQ(far.clone().message(), "Cannot copy node 'moon': it is in no scene.");
     EXPECT_EQ(far.convertTo("sun").message(), "Cannot convert node 'moon': it is in no scene.");
 }
@@ -87,6 +90,11 @@ TEST_F(SceneResult, Attributes_ThatAreRefused_SayWhy) {
     EXPECT_EQ(m_lamp.createInput("x", Input()).message(),
               "There is no input to follow: the handle is empty.");
     EXPECT_TRUE(m_lamp.createInput("radius", AttrType::Real));
+    EXPECT_TRUE(m_lamp.createOutput("power", AttrType::Real));
+    EXPECT_EQ(m_lamp.removeInput(1).message(), "Node 'lamp' has no input 1: it has 1.");
+    EXPECT_EQ(m_lamp.removeOutput("powr").message(),
+              "Node 'lamp' has no output 'powr': did you mean 'power'?");
+    EXPECT_TRUE(m_lamp.removeOutput("power"));
     EXPECT_EQ(m_lamp.removeInput("radios").message(),
               "Node 'lamp' has no input 'radios': did you mean 'radius'?");
 }
@@ -204,13 +212,13 @@ TEST(EmptyScene, EveryOperation_SaysThatThereIsNoScene) {
 TEST(EmptyNode, EveryOperation_SaysThatThereIsNoNode) {
     const Node none;
     for (const Result& failed :
-         {none.createInput("x", AttrType::Int).result(), none.removeInput("x"),
-          none.createArray("x", AttrType::Int).result(), none.parentTo(none),
-          none.createBuffer("x", DataType::Float).result(), none.unparentFrom(none),
-          none.createOutput("x", AttrType::Int).result(), none.setDirty(true),
-          none.createOutput("x", DataType::Float).result(), none.clone().result(),
-          none.copyByItself("a").result(), none.convertTo("a").result(), none.setPath("a"),
-          none.subscribe(nullptr), none.unsubscribe(nullptr)})
+         {none.createInput("x", AttrType::Int).result(), none.removeInput("x"), none.removeInput(0),
+          none.removeOutput("x"), none.rename("x"), none.createArray("x", AttrType::Int).result(),
+          none.parentTo(none), none.createBuffer("x", DataType::Float).result(),
+          none.unparentFrom(none), none.createOutput("x", AttrType::Int).result(),
+          none.setDirty(true), none.createOutput("x", DataType::Float).result(),
+          none.clone().result(), none.copyByItself("a").result(), none.convertTo("a").result(),
+          none.setPath("a"), none.subscribe(nullptr), none.unsubscribe(nullptr)})
         EXPECT_EQ(failed.message(), "There is no node: the handle is empty.");
 }
 

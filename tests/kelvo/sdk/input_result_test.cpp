@@ -196,6 +196,44 @@ TEST_F(InputResult, Creations_ThatAreRefused_SayWhy) {
               "Real, not Int.");
 }
 
+TEST_F(InputResult, ChangesOfLists_ThatAreRefused_SayWhy) {
+    EXPECT_EQ(input("weights").insert(3).message(),
+              "Input 'lamp.weights' has no place 3: it holds 2.");
+    EXPECT_EQ(input("weights").moveElement(0, 2).message(),
+              "Input 'lamp.weights' has no place 2: it holds 2.");
+    EXPECT_EQ(input("weights").removeInput(2).message(),
+              "Input 'lamp.weights' has no place 2: it holds 2.");
+    EXPECT_EQ(input("shade").removeInput("sizes").message(),
+              "Input 'lamp.shade' holds no 'sizes'.");
+    const char* fixed = "Cannot change input 'lamp.frozen': it is read-only.";
+    EXPECT_EQ(input("frozen").insert(0).message(), fixed);
+    EXPECT_EQ(input("frozen").moveElement(0, 1).message(), fixed);
+    EXPECT_EQ(input("frozen").removeInput(0).message(), fixed);
+    EXPECT_EQ(input("frozen").removeInput("0").message(), fixed);
+    EXPECT_EQ(input("frozen").clearInputs().message(), fixed);
+}
+
+TEST_F(InputResult, ChangesOfLists_ThatAreDone_AreTrue) {
+    EXPECT_TRUE(input("weights").insert(2));
+    EXPECT_TRUE(input("weights").insert(0));
+    EXPECT_TRUE(input("weights").moveElement(0, 3));
+    EXPECT_TRUE(input("weights").removeInput(3));
+    EXPECT_TRUE(input("weights").clearInputs());
+    EXPECT_TRUE(input("shade").removeInput("size"));
+}
+
+TEST_F(InputResult, NewName_ThatIsRefused_SaysWhy) {
+    EXPECT_EQ(input("radius").rename("my radius").message(),
+              "Cannot rename input 'lamp.radius' to 'my radius': that is no simple identifier.");
+    EXPECT_EQ(input("radius").rename("count").message(),
+              "Cannot rename input 'lamp.radius' to 'count': there is an input 'lamp.count' "
+              "already.");
+    EXPECT_EQ(input("weights[0]").rename("first").message(),
+              "Cannot rename input 'lamp.weights[0]' to 'first': an element is named by its "
+              "place.");
+    EXPECT_TRUE(input("radius").rename("size"));
+}
+
 TEST_F(InputResult, CopiesAndResets_ThatAreRefused_SayWhy) {
     EXPECT_EQ(input("radius").copyValue(input("weights")).message(),
               "'lamp.weights' is of kind Array<Real>, which has no value to copy.");
@@ -213,8 +251,9 @@ TEST_F(InputResult, EmptyHandle_SaysThatItIsEmpty) {
     for (const Result& failed :
          {none.set(1), none.setString("1"), none.read(number), none.reset(), none.disconnect(),
           none.connect(Output()), none.copyValue(none), none.append().result(),
-          none.createInput("x", AttrType::Int).result(),
-          none.createArray("x", AttrType::Int).result(),
+          none.createInput("x", AttrType::Int).result(), none.insert(0).result(),
+          none.moveElement(0, 1), none.removeInput(0), none.removeInput("x"), none.clearInputs(),
+          none.rename("x"), none.createArray("x", AttrType::Int).result(),
           none.createBuffer("x", DataType::Float).result()})
         EXPECT_EQ(failed.message(), message);
     EXPECT_EQ(Output().read(number).message(), "There is no output: the handle is empty.");

@@ -68,6 +68,28 @@ TEST_F(WatchedScene, Attributes_AreToldAsHandles) {
                                  "no input radius\nno output power\n");
 }
 
+TEST_F(WatchedScene, NewNameOfAnInput_NotOverridden_IsARemovalAndAnAddition) {
+    const Input radius = m_scene.createNode("light", "lamp").createInput("radius", AttrType::Real);
+    m_journal.taken();
+    EXPECT_TRUE(radius.rename("size"));
+    EXPECT_EQ(m_journal.taken(), "no input size\ninput lamp.size\n");
+}
+
+TEST(SceneListener, ThatOverridesNewNames_HearsOfThemAlone) {
+    struct Listener : SceneListener {
+        void inputRenamed(Input input, String before) override {
+            text = before + " to " + input.path();
+        }
+        String text;
+    } listener;
+    const Scene scene = Scene::create();
+    const Input radius = scene.createNode("light", "lamp").createInput("radius", AttrType::Real);
+    EXPECT_TRUE(scene.subscribe(&listener));
+    EXPECT_TRUE(radius.rename("size"));
+    EXPECT_EQ(listener.text, "radius to lamp.size");
+    EXPECT_TRUE(scene.unsubscribe(&listener));
+}
+
 TEST_F(WatchedScene, Change_IsToldWithThePreviousValue) {
     const Node lamp = m_scene.createNode("light", "lamp");
     const Input radius = lamp.createInput("radius", AttrType::Real);

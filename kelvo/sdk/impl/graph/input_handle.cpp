@@ -12,6 +12,7 @@
 #include "kelvo/sdk/impl/value/conversion.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
+#include <algorithm>
 #include <type_traits>
 
 namespace qv::kelvo_sdk {
@@ -74,6 +75,18 @@ String memberRefusal(const impl::Input& input, const String& name, const char* k
     if (input.isReadOnly()) return impl::changeRefusal(input);
     return what + (name.isSimpleCID() ? "it was taken away by those who heard of it."
                                       : "the name is no simple identifier.");
+}
+
+// Why nothing can be done at a place among what an input holds.
+String placeRefusal(const Input& input, u64 index) {
+    const u64 count = input.inputCount();
+    if (index < count && input.isReadOnly()) return impl::changeRefusal(*implOf(input.get()));
+    if (index < count && input.type() == AttrType::Array)
+        return "The new element of '" + input.path() + "' was taken away by those who heard of it.";
+    if (index < count) return "The members of '" + input.path() + "' have no order to change.";
+    return String::format("Input '%s' has no place %llu: it holds %llu.", input.path().buf(),
+                          static_cast<unsigned long long>(index),
+                          static_cast<unsigned long long>(count));
 }
 
 // Makes an input in another one by `create(IInput&)`.
@@ -155,6 +168,50 @@ Made<Input> Input::append() const {
     if (held.isReadOnly()) return Result::failure(impl::changeRefusal(*implOf(held.get())));
     return Result::failure("The new element of '" + held.path() +
                            "' was taken away by those who heard of it.");
+}
+
+Made<Input> Input::insert(u64 index) const {
+    if (!get()) return emptyHandle("input");
+    const Input held(*this);
+    if (index == held.inputCount()) return held.append();
+    if (IInput* made = held->insertElement(index)) return Input(made);
+    return Result::failure(placeRefusal(held, index));
+}
+
+Result Input::moveElement(u64 from, u64 to) const {
+    if (!get()) return emptyHandle("input");
+    if (get()->moveElement(from, to)) return {};
+    return Result::failure(placeRefusal(*this, std::max(from, to)));
+}
+
+Result Input::removeInput(u64 index) const {
+    if (!get()) return emptyHandle("input");
+    if (get()->removeInput(index)) return {};
+    return Result::failure(placeRefusal(*this, index));
+}
+
+Result Input::removeInput(const String& name) const {
+    if (!get()) return emptyHandle("input");
+    if (get()->removeInput(name)) return {};
+    if (hasInput(name)) return Result::failure(impl::changeRefusal(*implOf(get())));
+    return Result::failure("Input '" + path() + "' holds no '" + name + "'.");
+}
+
+Result Input::clearInputs() const {
+    if (!get()) return emptyHandle("input");
+    const Input held(*this);
+    if (held->clearInputs()) return {};
+    const bool isFixed = held.isReadOnly();
+    return failureOf(isFixed ? impl::changeRefusal(*implOf(held.get())) : String(),
+                     "Input '" + held.path() + "' was filled again by those who heard of it.");
+}
+
+Result Input::rename(const String& name) const {
+    if (!get()) return emptyHandle("input");
+    const Input held(*this);
+    if (implOf(held.get())->rename(name)) return {};
+    return failureOf(implOf(held.get())->renameRefusal(name),
+                     "Cannot rename input '" + held.path() + "' to '" + name + "'.");
 }
 
 Made<Input> Input::createInput(String name, AttrType type) const {

@@ -12,6 +12,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/scene.h"
 
 #include "kelvo/base/path.h"
 #include "kelvo/base/spelling_suggestion.h"
@@ -126,6 +127,34 @@ Result Node::removeInput(const String& name) const {
                            near.question());
 }
 
+Result Node::removeInput(u64 index) const {
+    if (!get()) return emptyHandle("node");
+    if (get()->removeInput(index)) return {};
+    return Result::failure(String::format("Node '%s' has no input %llu: it has %llu.", name().buf(),
+                                          static_cast<unsigned long long>(index),
+                                          static_cast<unsigned long long>(inputCount())));
+}
+
+Result Node::removeOutput(const String& name) const {
+    if (!get()) return emptyHandle("node");
+    if (get()->removeOutput(name)) return {};
+    SpellingSuggestion near(name.view());
+    ds::Vector<String> known;
+    for (const Output& output : outputs())
+        known.push_back(output.name());
+    for (const String& candidate : known)
+        near.offer(candidate.view());
+    return Result::failure("Node '" + this->name() + "' has no output '" + name + "'" +
+                           near.question());
+}
+
+Result Node::rename(const String& name) const {
+    if (!get()) return emptyHandle("node");
+    if (!get()->scene())
+        return Result::failure("Cannot rename node '" + this->name() + "': it is in no scene.");
+    return scene().renameNode(*this, name);
+}
+
 Made<Output> Node::createOutput(String name, AttrType type) const {
     auto made = make<Output>(*this, "output", name,
                              [&](INode& node) { return node.createOutput(name, type); });
@@ -188,11 +217,11 @@ Made<Node> Node::copyByItself(String name) const {
     return Node(adoptRef, implOf(get())->clone(nullptr, std::move(name)));
 }
 
-Made<Node> Node::convertTo(String type, Misfits* misfits) const {
+Made<Node> Node::convertTo(String type, ConversionLosses* losses) const {
     if (!get()) return emptyHandle("node");
     const Node held(*this);
     interfaces::IScene* scene = held->scene();
-    INode* made = scene ? scene->convertNoting(held.get(), type, misfits) : nullptr;
+    INode* made = scene ? scene->convertNoting(held.get(), type, losses) : nullptr;
     const String reason = made ? String() : conversionRefusal(*held, type);
     if (!reason.isEmpty()) return Result::failure(reason);
     return madeNode(held, made, "convert");

@@ -55,6 +55,9 @@ public:
                         const interfaces::IOutput* after) override {
         m_listener.inputConnected(handleOn(input), handleOn(before), handleOn(after));
     }
+    void inputRenamed(const interfaces::IInput* input, String before) override {
+        m_listener.inputRenamed(handleOn(input), std::move(before));
+    }
     void nodeConverted(interfaces::INode* node, interfaces::INode* replacement) override {
         m_listener.nodeConverted(Node(node), Node(replacement));
     }
