@@ -162,9 +162,13 @@ public:
 
     /// Connects, in place of any earlier connection; an empty handle disconnects. Fails when the
     /// kinds do not convert, a loop would close, or the output is of another scene or of none.
-    Result connect(const Output& output) const;
+    Result connect(const Output& output) const {
+        return get() && get()->connect(output.get()) ? Result() : connectFailure(output);
+    }
     /// Fails when there is no connection.
-    Result disconnect() const;
+    Result disconnect() const {
+        return get() && get()->disconnect() ? Result() : disconnectFailure();
+    }
     [[nodiscard]] Output source() const { return get() ? Output(get()->source()) : Output(); }
 
     /// Renames the input, at its place, with all that names it: the lists of the node's modifiers,
@@ -195,6 +199,10 @@ public:
     /// Fails where elements or members stay: in what is read-only, or when those who hear of it add
     /// others.
     Result clearInputs() const;
+
+private:
+    [[nodiscard]] Result connectFailure(const Output& output) const;
+    [[nodiscard]] Result disconnectFailure() const;
 };
 
 } // namespace qv::kelvo_sdk

@@ -229,16 +229,14 @@ Made<Input> Input::createBuffer(String name, DataType elementType) const {
                   [&](IInput& input) { return implOf(input).createBuffer(name, elementType); });
 }
 
-Result Input::connect(const Output& output) const {
+Result Input::connectFailure(const Output& output) const {
     if (!get()) return emptyHandle("input");
-    if (get()->connect(output.get())) return {};
     return failureOf(impl::connectRefusal(*implOf(get()), *implOf(output.get())),
                      "Cannot connect input '" + path() + "' to output '" + output.path() + "'.");
 }
 
-Result Input::disconnect() const {
+Result Input::disconnectFailure() const {
     if (!get()) return emptyHandle("input");
-    if (get()->disconnect()) return {};
     return Result::failure("Input '" + path() + "' has no connection.");
 }
 
