@@ -31,9 +31,15 @@ void History::setLimits(const UndoLimits& limits) {
 }
 
 bool History::canReplay(const char* what) const {
-    const char* when = obstacle();
-    if (when) logError("Cannot %s while %s.", what, when);
-    return !when;
+    if (m_isReplaying)
+        logError("Cannot %s while a step is undone or redone.", what);
+    else if (m_operations != 0)
+        logError("Cannot %s while a change is under way.", what);
+    else if (!m_marks.empty())
+        logError("Cannot %s while an edit is open.", what);
+    else
+        return true;
+    return false;
 }
 
 const char* History::obstacle() const noexcept {
