@@ -1,6 +1,6 @@
 # Writes the text file INPUT into the C++ source OUTPUT: `NAMEPieces` and `NAMEPieceCount` of the
-# namespace NAMESPACE, declared in HEADER. Pieces end with a line and stay below 16 KiB, the length
-# that every compiler takes.
+# namespace NAMESPACE, declared in HEADER. Pieces end at the end of a line and stay below 16 KiB,
+# the length of a string literal that every compiler accepts.
 set(longest 12000)
 set(mark "text")
 file(READ "${INPUT}" text)

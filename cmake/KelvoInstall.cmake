@@ -1,4 +1,4 @@
-# cmake --install: public headers, both libraries, the CMake package and the pkg-config files.
+# Installs the public headers, both libraries, the CMake package and the pkg-config files.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS kelvo_sdk kelvo_sdk_static EXPORT KelvoTargets
@@ -15,7 +15,7 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/KelvoConfig.cmake"
               "${CMAKE_CURRENT_BINARY_DIR}/KelvoConfigVersion.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 
-# The pkg-config files depend on where the tree goes.
+# The pkg-config files depend on the installation prefix, which is known only at installation.
 set(dl_flags "")
 if(CMAKE_DL_LIBS)
   set(dl_flags "-l${CMAKE_DL_LIBS}")

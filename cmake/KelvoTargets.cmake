@@ -1,4 +1,4 @@
-# Flags that all our own code is compiled with, and the two libraries.
+# Sets the flags that all our own code is compiled with, and defines the two libraries.
 
 add_library(kelvo_flags INTERFACE)
 target_compile_features(kelvo_flags INTERFACE cxx_std_20)
@@ -13,14 +13,15 @@ if(KELVO_SANITIZE)
 endif()
 find_package(Threads REQUIRED)
 
-# Makes kelvo_sdk (shared) and kelvo_sdk_static of the objects of the floors.
+# Makes kelvo_sdk (shared) and kelvo_sdk_static from the objects of the floors.
 function(kelvo_add_libraries)
   target_link_libraries(kelvo_objects PRIVATE kelvo_flags)
   target_include_directories(kelvo_objects PRIVATE "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(kelvo_objects PRIVATE QV_BUILD)
   set_target_properties(kelvo_objects PROPERTIES POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
-  # This sanitizer compares the types of objects that come from other parts of a program.
+  # The undefined behaviour sanitizer compares types across shared objects, so their typeinfo has to
+  # be visible.
   if(KELVO_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     set_property(TARGET kelvo_objects PROPERTY CXX_VISIBILITY_PRESET)
     target_compile_options(kelvo_objects PRIVATE -fvisibility-ms-compat)

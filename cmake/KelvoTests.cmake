@@ -1,5 +1,5 @@
-# kelvo_add_test(NAME sources...): a GoogleTest program in two builds, NAME_static and NAME_shared,
-# so that the same facts hold for both libraries. They share their objects.
+# kelvo_add_test(NAME sources...) adds a GoogleTest program twice, as NAME_static and NAME_shared,
+# so that both libraries pass the same tests. Both programs share their objects.
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
@@ -16,7 +16,8 @@ function(kelvo_add_test name)
   kelvo_add_test_program(${name}_shared Kelvo::sdk $<TARGET_OBJECTS:${name}_objects>)
 endfunction()
 
-# kelvo_add_internal_test(NAME sources...): of the implementation, which only the static library shows.
+# kelvo_add_internal_test(NAME sources...) adds tests of the implementation, whose symbols only the
+# static library has.
 function(kelvo_add_internal_test name)
   kelvo_add_test_program(${name} Kelvo::sdk_static ${ARGN})
 endfunction()
@@ -28,8 +29,8 @@ function(kelvo_add_test_program program library)
   add_test(NAME ${program} COMMAND ${program} --gtest_brief=1)
 endfunction()
 
-# kelvo_tell_source_dir(sources...): defines KELVO_SOURCE_DIR for these alone, so that the objects of
-# all others are the same wherever the tree lies, and a compiler cache serves every checkout.
+# kelvo_tell_source_dir(sources...) defines KELVO_SOURCE_DIR for these sources alone, so that other
+# objects do not depend on the path of the tree, and a compiler cache serves every checkout.
 function(kelvo_tell_source_dir)
   set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_DEFINITIONS
     KELVO_SOURCE_DIR="${PROJECT_SOURCE_DIR}")

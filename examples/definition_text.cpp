@@ -1,4 +1,5 @@
-// Makes a library of definition text, tells what is wrong with another text, and writes it again.
+// Makes a library from definition text, prints the errors of a faulty text, and writes the library
+// as text again.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"
@@ -18,7 +19,7 @@ type fan : object {
                                    "fans.knd", nullptr, LibInfo::standard()));
     std::printf("%s", library.definitionText().buf());
 
-    // All of a text is taken, or nothing.
+    // A text with an error adds nothing.
     Diagnostics errors;
     if (!library.readDefinitions("type duct : fan {\n    Reel length = 1\n}\n"
                                  "type grid : fann {\n}\n",

@@ -1,4 +1,4 @@
-// Prints what a type defines for its inputs: for a form, or to check a value before it is set.
+// Prints the definitions of a type's inputs, to build a form or to check a value before it is set.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"
@@ -30,7 +30,8 @@ int main() {
     for (const char* name : {"intensity", "shape", "innerAngle"})
         describe(lamp[name]);
 
-    // The definition allows no negative intensity: that is refused, logged, and changes nothing.
+    // The definition allows no negative intensity: the write is refused and logged, and changes
+    // nothing.
     qv::setLogHandler(
         [](qv::LogLevel, const char*, void*) { std::printf("A warning tells why.\n"); });
     const bool isSet = lamp["intensity"].set(-1);

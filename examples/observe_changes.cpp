@@ -1,4 +1,4 @@
-// Hears of the changes of one node, and of a whole scene.
+// Observes the changes of one node, and of a whole scene.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"

@@ -1,4 +1,4 @@
-// Reads what outputs give: nodes that compute are evaluated on the way.
+// Reads outputs; the library evaluates the nodes that compute them.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"
@@ -28,7 +28,7 @@ int main() {
         }
     }
 
-    // A value that does not convert leaves the variable as it was.
+    // A value that does not convert leaves the variable unchanged.
     int whole = -1;
     const bool fits = root.output("result").read(whole);
     std::printf("As a whole number: %s, %d\n", fits ? "yes" : "no", whole);

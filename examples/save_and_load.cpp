@@ -1,4 +1,4 @@
-// Saves a scene to a file and loads it again, and shows what a mistake is answered with.
+// Saves a scene to a file, loads it again, and prints the errors of a faulty text.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"

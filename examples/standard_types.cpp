@@ -1,4 +1,4 @@
-// The node types that come with the library: listed, looked at, and used in a scene.
+// The node types that come with the library: lists them, looks at one, and uses them in a scene.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"
@@ -21,7 +21,7 @@ int main() {
     for (qv::u64 i = 0; i < 4; ++i)
         std::printf("    %s %s\n", spot.input(i).typeName().buf(), spot.input(i).name().buf());
 
-    // A scene that knows the types makes nodes with all their inputs.
+    // A scene with the library's types creates nodes with all their inputs.
     const Scene scene = Scene::create();
     expect(scene.addLibrary(library));
     const Node lamp = scene.createNode("spotLight", "lamp");

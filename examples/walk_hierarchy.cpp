@@ -1,4 +1,4 @@
-// Walks a hierarchy of transforms: every node below a parent, and the place of each in the world.
+// Walks a hierarchy of transforms: prints every node below a parent with its position in the world.
 
 #include "examples/expect.h"
 #include "kelvo/kelvo.h"
@@ -19,7 +19,7 @@ Node makeTransform(const Scene& scene, const char* name, double x) {
     return node;
 }
 
-// Points are rows: a child's matrix comes first, its parent's after it.
+// Points are row vectors: a child's matrix comes first in the product, its parent's second.
 void walk(const Node& node, const math::Mat4d& above, int depth) {
     const math::Mat4d place = node["matrix"].get<math::Mat4d>() * above;
     std::printf("%*s%s stands at x = %g\n", depth * 2, "", node.name().buf(), place[3][0]);

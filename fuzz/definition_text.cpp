@@ -1,5 +1,5 @@
-// Definition text: what is taken is written, read and written again with the same bytes, and gives
-// nodes that scene text brings back; what is refused leaves the library empty.
+// Definition text: an accepted text is written, read and written again with the same bytes, and its
+// nodes survive a round trip through scene text; a refused text leaves the library empty.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
 

@@ -1,5 +1,5 @@
-// Scripts of `kelvo edit`, on a small scene: each command is done or leaves the scene as it was,
-// and undo takes all of them back.
+// Scripts of `kelvo edit` on a small scene: each command is carried out or leaves the scene
+// unchanged, and undo takes back all commands.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
 #include "tools/kelvo/edit_session.h"
@@ -20,7 +20,7 @@ using kelvo_tool::Edit;
 using kelvo_tool::EditError;
 using kelvo_tool::EditSession;
 
-// A session reads its scene from a file.
+// The edit session needs its scene in a file.
 class SceneFile {
 public:
     SceneFile() {

@@ -1,4 +1,4 @@
-// The entry of one fuzzer, of the target KELVO_FUZZ_TARGET.
+// The entry point of a fuzzer for the target KELVO_FUZZ_TARGET.
 #include "fuzz/targets.h"
 #include "kelvo/base/log.h"
 

@@ -1,4 +1,4 @@
-// Icons: what the filter lets through is plain, and the filter leaves it as it is.
+// Icons: the output of the filter is harmless, and filtering it again does not change it.
 #include "kelvo/sdk/icon.h"
 #include "fuzz/targets.h"
 

@@ -1,4 +1,4 @@
-// Three scene texts, between lines of "====": what one side alone changed is merged as it is.
+// Three scene texts, separated by lines of "====": a change of one side alone is merged unchanged.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
 #include "kelvo/sdk/scene_diff.h"

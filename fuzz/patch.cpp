@@ -1,4 +1,5 @@
-// Changes as JSON, made in a small scene: all or none, as one step, and back by the difference.
+// Changes as JSON, applied to a small scene: all or none, as one step. The difference to the scene
+// before leads back.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
 #include "kelvo/sdk/scene_diff.h"
@@ -39,7 +40,7 @@ Scene smallScene() {
     return scene;
 }
 
-// Fields that a change has no use for are not written.
+// Writes and reads the changes again; JSON has no fields that a change does not use.
 SceneDiff readBack(const SceneDiff& diff) {
     SceneDiff again;
     String error;
@@ -49,7 +50,7 @@ SceneDiff readBack(const SceneDiff& diff) {
     return again;
 }
 
-// Made on the scene as it was before, the difference leads to the scene as it is.
+// Applies the difference to the scene before and requires the scene after.
 void checkWay(const Scene& from, const Scene& to) {
     const auto way = SceneDiff::between(from, to);
     require(way.result(), "scenes can be compared");

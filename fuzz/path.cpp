@@ -1,4 +1,4 @@
-// Paths of inputs, which grow what they lead to, and paths of files.
+// Paths of inputs, which grow arrays on the way, and paths of files.
 #include "kelvo/base/path.h"
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
@@ -38,7 +38,7 @@ void checkInputPath(const String& path) {
     }
 }
 
-// Arrays grow on the way, so that large numbers would take long.
+// Arrays grow on the way, so large indices would take long.
 bool isSmall(const String& path) {
     for (const PathParser::Token& token : PathParser::parsePath(path))
         if (token.index > 1000) return false;

@@ -1,4 +1,4 @@
-// Gives a target the files of folders, its seeds and what fuzzers found: replay TARGET FOLDER...
+// Runs a target on the files of folders, its seeds and regressions: replay TARGET FOLDER...
 #include "fuzz/targets.h"
 #include "kelvo/base/log.h"
 
@@ -26,7 +26,7 @@ Files filesOf(const char* folder) {
 void play(const qv::fuzz::Target& target, const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     const std::string input{std::istreambuf_iterator<char>(in), {}};
-    // Told first: a law that does not hold ends the process.
+    // Prints the name first: a broken law ends the process.
     std::fprintf(stderr, "%s\n", file.c_str());
     target.run(input);
 }

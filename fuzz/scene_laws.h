@@ -6,13 +6,13 @@
 
 namespace qv::fuzz {
 
-/// A new scene that knows the standard types or none.
+/// Returns a new scene, with or without the standard types.
 [[nodiscard]] kelvo_sdk::Scene newScene(bool knowsTypes);
 
-/// Requires that a scene keeps its laws, and that its text reads back to the same bytes.
+/// Requires that a scene has no broken invariant, and that its text reads back to the same bytes.
 void requireSound(const kelvo_sdk::Scene& scene, bool knowsTypes);
 
-/// Requires that each finding names a place of the text and says something.
+/// Requires that each diagnostic has a message and a place in the text.
 void requirePlaces(const kelvo_sdk::Diagnostics& found, std::string_view text);
 
 } // namespace qv::fuzz

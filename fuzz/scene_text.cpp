@@ -1,5 +1,5 @@
-// Scene text, in scenes with and without the standard types: what is taken reads back to the same
-// bytes, what is refused leaves the scene as it was.
+// Scene text, in scenes with and without the standard types: an accepted text reads back to the
+// same bytes, a refused text leaves the scene unchanged.
 #include "fuzz/scene_laws.h"
 #include "fuzz/targets.h"
 

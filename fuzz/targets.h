@@ -5,19 +5,18 @@
 
 namespace qv::fuzz {
 
-/// A part of the library that is given any bytes. What it makes of them is held to its laws; one
-/// that does not hold ends the process.
+/// Runs one part of the library on any bytes and checks its laws; a broken law ends the process.
 struct Target {
     const char* name;
     void (*run)(std::string_view input);
 };
 
-/// All of them; seeds and regressions of each lie in the folders of its name.
+/// Returns all targets; the folders of their names hold their seeds and regressions.
 [[nodiscard]] std::span<const Target> targets();
 /// Returns null for an unknown name.
 [[nodiscard]] const Target* findTarget(std::string_view name);
 
-/// Ends the process, and says which law it is, where one does not hold.
+/// Ends the process with the name of the law unless it holds.
 void require(bool holds, const char* law);
 
 void runSceneText(std::string_view input);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The part of scripts/bare that runs with mounts and processes of its own, which end with it:
-# bare_inside.sh make|run WORK CACHE JOB. WORK/root is the root, WORK/clone the tree, WORK/sources has
-# the release, the mirror and the sources.
+# Runs the part of scripts/bare that needs mount and process namespaces of its own:
+# bare_inside.sh make|run WORK CACHE JOB. WORK/root is the root, WORK/clone the tree; WORK/sources
+# has the release, the mirror and the sources.
 set -euo pipefail
 
 step=$1 work=$2 cache=$3 job=$4
@@ -22,7 +22,7 @@ make_root() {
     mv "$work/clone" "$new/root/kelvo"
 }
 
-# Packages come from where this machine has them. Nothing here has to survive a loss of power.
+# Packages come from the sources of this machine. Writes need no sync to disk: the root is temporary.
 set_up_apt() {
     sed '1,2d; s/^/deb /' "$work/sources" >"$new/etc/apt/sources.list"
     apt-config dump Acquire | grep -E '::(Proxy|Check-Valid-Until|Check-Date) "' \

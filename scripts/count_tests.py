@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Counts the single tests in a log: count_tests.py LOG prints "PASSED FAILED".
 
-LOG is what `ctest -V` printed: a GoogleTest program counts by its own closing lines, any other
-program as one test. With --closing the log is one whose last line reads "N passed, N failed"."""
+LOG is the output of `ctest -V`: a GoogleTest program counts by its own closing lines, any other
+program as one test. With --closing the last line of the log reads "N passed, N failed"."""
 import re
 import sys
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""The tests with the label "laws".
+"""Helps scripts/soak with the tests that have the label "laws".
 
-laws.py programs    prints the names that stand in the JSON of `ctest --show-only`
-laws.py sum LOG...  adds up what `ctest -V` logged in files ROUND-SEED.log; status 1 when something
+laws.py programs    prints the names in the JSON of `ctest --show-only`
+laws.py sum LOG...  sums up the logs of `ctest -V` in files ROUND-SEED.log; status 1 when a failure
                     was found"""
 import json
 import pathlib
@@ -20,7 +20,7 @@ def programs(text):
 
 
 def read(log, laws):
-    """Adds up the laws of a log; returns the tests that failed, each with what it told."""
+    """Sums up the laws of a log; returns the tests that failed, each with its message."""
     told, failed, ended = {}, [], False
     for line in log.read_text(encoding="utf-8", errors="replace").splitlines():
         if match := LAW.match(line):

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Shared by the scripts: where the tree is, and how its builds are set up. Sourced by bash.
+# Finds the tree and sets up its builds, for all scripts. Sourced by bash.
 set -euo pipefail
 
 # shellcheck disable=SC2034
-called_from=$PWD # scripts/install takes a folder that counts from there
+called_from=$PWD # scripts/install resolves a relative folder against this one
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 mkdir -p build
@@ -11,8 +11,8 @@ mkdir -p build
 source scripts/progress.sh
 source scripts/packages.sh
 
-# One compiler cache serves all clones, wherever they lie and whoever uses them: paths count from the
-# root of the clone, and messages, which the cache keeps too, are in one language.
+# One compiler cache serves all clones and users: paths are relative to the root of the clone, and
+# compiler messages, which the cache stores too, are in a fixed language.
 export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 LANG=C.UTF-8
 unset LC_ALL LC_CTYPE LC_MESSAGES
 
@@ -32,7 +32,7 @@ configure() {
     return 1
 }
 
-# build PRESET [cmake arguments]; tells the errors, not the files that were built without one
+# build PRESET [cmake arguments]: prints the errors, not the files that compiled
 build() {
     local preset=$1
     shift

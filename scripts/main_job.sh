@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The main job on real input: a glTF model becomes a scene, is shown, edited, written and read back.
-# main_job.sh BUILD_DIR, where the tool was built. Any step that fails ends it.
+# Runs the main job on real input: imports a glTF model, shows, edits, writes and re-reads the scene.
+# main_job.sh BUILD_DIR, the folder in which the tool was built. Stops at the first failed step.
 set -euo pipefail
 
 build=$1
@@ -17,7 +17,7 @@ fail() {
     exit 1
 }
 hash_of() { "$kelvo" stats "$1" | sed -n 's/^hash: //p'; }
-# Writes and reads a scene once more by setting a value to what it is.
+# Reads and writes a scene once more by setting a value to itself.
 same_again() { "$kelvo" set "$1" "$path=$("$kelvo" get "$1" "$path")" -o -; }
 
 mkdir -p "$out"

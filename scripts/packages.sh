@@ -1,11 +1,11 @@
 # shellcheck shell=bash disable=SC2034
-# The Debian packages that a bare Debian 12 lacks, and how they get there. Sourced by bash.
+# Lists the Debian packages that a bare Debian 12 lacks, and installs them. Sourced by bash.
 
 build_packages=(g++ cmake ninja-build ccache libassimp-dev zlib1g-dev libcli11-dev
     nlohmann-json3-dev libedit-dev)
 job_packages=(assimp-testmodels)
-# llvm has the program that names the functions in what a sanitizer reports; without these names the
-# leaks of other libraries are not excused.
+# llvm has the symbolizer, which names the functions in sanitizer reports; without names the
+# suppressions for leaks of other libraries do not match.
 test_packages=(clang libclang-rt-14-dev llvm clang-format git python3 pkg-config libgtest-dev
     librsvg2-bin graphviz binutils chromium abigail-tools)
 fuzz_packages=(clang libclang-rt-14-dev llvm)
@@ -14,7 +14,7 @@ bench_packages=(libbenchmark-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
 mutant_packages=(lld)
 
-# missing_packages NAME...: sets `missing` to those that are not installed
+# missing_packages NAME...: sets `missing` to the packages that are not installed
 missing_packages() {
     local package
     missing=()
@@ -24,8 +24,8 @@ missing_packages() {
     done
 }
 
-# need_packages NAME...: installs those that are not there yet; asks for nothing, and costs next to
-# nothing when all are there.
+# need_packages NAME...: installs the missing packages without questions; is fast when none is
+# missing.
 need_packages() {
     local missing
     missing_packages "$@"
@@ -50,7 +50,7 @@ may_install() {
 
 apt_install() { apt_get install --no-install-recommends "$@"; }
 
-# Removes what it downloaded once that is installed, and waits while another apt is at work.
+# Deletes downloaded packages after their installation, and waits while another apt is running.
 apt_get() {
     local as_root=()
     [ "$(id -u)" = 0 ] || as_root=(sudo)

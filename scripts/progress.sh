@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# Shows how far a long step is. Sourced by bash.
-# On a terminal that is one line that changes; in a log it is a line every few seconds, with the time
-# since the step began, also while nothing new was said.
+# Shows the progress of a long step. Sourced by bash.
+# A terminal shows one line that changes; a log gets a line every few seconds, with the time since
+# the step began, even while the step prints nothing.
 
 beat=3 # seconds
 
-# with_progress LOG SHOW COMMAND...: all that COMMAND prints goes to LOG and to SHOW, one of the
+# with_progress LOG SHOW COMMAND...: sends the output of COMMAND to LOG and to SHOW, one of the
 # functions below. Returns the status of COMMAND.
 with_progress() {
     local log=$1 show=$2 status=0 out shower
@@ -19,15 +19,15 @@ with_progress() {
 }
 
 show_lines() { show_steps p; }
-# Files that ninja compiles and links, and how many of how many.
+# Shows the files that ninja compiles and links, and their number out of how many.
 show_compiling() {
     show_steps '/^\[[0-9]*\/[0-9]*\] /{
         s/Building CXX object //; s/CMakeFiles\/[^/]*\.dir\///; s/\.o$//; p; }'
 }
-# The status lines of apt: per cent, and what is downloaded, unpacked or set up.
+# Shows the status lines of apt: per cent, and the package downloaded, unpacked or set up.
 show_installing() { show_steps 's/^[dp][lm]status:[^:]*:\([0-9]*\)[^:]*:/\1% /p'; }
 
-# show_steps SED_SCRIPT: the newest of the lines that the script prints
+# show_steps SED_SCRIPT: shows the newest of the lines that the script prints
 show_steps() {
     sed -un "$1" | {
         begin_showing
@@ -39,7 +39,7 @@ show_steps() {
     }
 }
 
-# show_tests: what `ctest -V` prints: every test as it ends, and between these those that run
+# show_tests: shows from the output of `ctest -V` every finished test, and meanwhile the running ones
 show_tests() {
     grep --line-buffered -E '^ +Start +[0-9]+: |^ *[0-9]+/[0-9]+ Test +#' | {
         declare -A running=()
@@ -67,15 +67,15 @@ take_test_line() {
 
 nothing="nothing said so far"
 
-# The functions from here share: start and shown (seconds), line and the begun one, state, what was told
-# last, width (0 in a log).
+# The functions below share these variables: start and shown (seconds), line and begun (a complete
+# and an incomplete line), state (the current text), told (the last text printed), width (0 in a log).
 begin_showing() {
     start=$SECONDS shown=$SECONDS line='' begun='' state=$nothing told=$nothing width=0
     if [ -t 1 ]; then width=$(tput cols 2>/dev/null || echo 80); fi
 }
 
-# Reads a line into `line`, or leaves it empty when the next word is due first; fails at the end.
-# The time may be up amid a line, whose rest then comes with the next call.
+# Reads a line into `line`, or leaves it empty when a report is due before a line ends; fails at the
+# end of the input. The rest of an incomplete line comes with the next call.
 next_line() {
     local patience=$((shown + beat - SECONDS))
     if IFS= read -r -t "$((patience > 0 ? patience : 1))" line; then
@@ -94,7 +94,7 @@ tell_state() {
     fi
 }
 
-# A line that stays.
+# Prints a line that is not overwritten.
 tell() {
     [ "$width" = 0 ] || printf '\r\033[K'
     printf '%s  %s\n' "$(clock)" "$1"

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""The virtual functions of the interfaces in kelvo/sdk/interfaces/, by class and slot.
+"""Lists the virtual functions of the interfaces in kelvo/sdk/interfaces/, by class and slot.
 
 virtual_slots.py write TABLE  writes the table from the headers, as clang lays them out
 virtual_slots.py check TABLE  compares the headers with the table; status 1 for a break: a slot that
-                              is another or gone. What is added passes, and so does everything with
-                              a greater major version than the table's."""
+                              changed or is gone. Additions pass, and so does any change with a
+                              greater major version than the table's."""
 import pathlib
 import re
 import subprocess
@@ -22,7 +22,7 @@ def major():
 
 
 def classes():
-    """The classes with virtual functions, each with its header."""
+    """Returns the classes with virtual functions, each with its header."""
     for header in sorted((ROOT / "kelvo/sdk/interfaces").glob("*.h")):
         text = header.read_text(encoding="utf-8")
         for match in CLASS.finditer(text):
@@ -32,7 +32,7 @@ def classes():
 
 
 def layouts(found):
-    """Returns what clang prints of classes derived from each; constructors need the tables."""
+    """Returns clang's dump of a class derived from each; constructors make it emit the tables."""
     with tempfile.TemporaryDirectory() as folder:
         source = pathlib.Path(folder) / "slots.cpp"
         source.write_text("".join(f'#include "{header}"\n' for _, header in found) + "".join(

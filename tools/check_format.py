@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""All C++ is as clang-format writes it. check_format.py [ROOT]"""
+"""Checks that clang-format would change no C++ file. check_format.py [ROOT]"""
 import re
 import subprocess
 import sys

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Every header of the floors, and what else clients get, compiles alone and without a warning.
-check_headers.py [ROOT]"""
+"""Checks that every header of the floors, and every other header for clients, compiles alone and
+without a warning. check_headers.py [ROOT]"""
 import concurrent.futures
 import os
 import subprocess

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Four floors and a roof: a file includes only from its own floor or a lower one, by its path from
-the root; the floors need the C++ standard library alone and open no file. A subject of the
-implementation includes what its row in CONTRIBUTING.md allows, and no two know each other. The
-roof includes public headers; only tests and benchmarks look into the implementation. The files of a
-scene are headers of the roof, for all clients: they need public headers and the standard library
-alone. The list of includes for clients belongs to no floor, and nothing on the floors
-includes it. check_layers.py [ROOT]"""
+"""Checks the includes of the four floors and the roof. A file includes only from its own floor or a
+lower one, by its path from the root; the floors use the C++ standard library alone and open no
+file. A subject of the implementation includes only the subjects in its row in CONTRIBUTING.md, and
+no two subjects include each other. The roof includes public headers; only tests and benchmarks
+include the implementation. The headers in kelvo/files belong to the roof but serve all clients, so
+they use public headers and the standard library alone. The umbrella header belongs to no floor, and
+no file on the floors includes it. check_layers.py [ROOT]"""
 import re
 import sys
 
@@ -24,7 +24,7 @@ strstream syncstream system_error thread tuple type_traits typeindex typeinfo un
 unordered_set utility valarray variant vector version
 """.split())
 OPENS_FILES = frozenset(("filesystem", "fstream"))
-# Headers for all clients.
+# Headers for all clients, outside the floors.
 FILES = "kelvo/files"
 # Folders of the roof that may include others of it: they check or measure them.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
@@ -44,7 +44,7 @@ def is_public(name):
     return (tree_files.floor_of(name) or tree_files.PUBLIC_FLOORS + 1) <= tree_files.PUBLIC_FLOORS
 
 
-# Of what clients get: the list of includes, and the files of a scene.
+# Returns why a client header must not include a file: clients get public headers and `FILES` alone.
 def fault_of_client_header(source, included):
     if is_public(included) or tree_files.roof_of(included) == FILES:
         return None
@@ -54,13 +54,13 @@ def fault_of_client_header(source, included):
 
 
 def subject_of(name):
-    """Returns the folder of the implementation that a file stands in, None for all else."""
+    """Returns the subject that a file of the implementation belongs to, None for other files."""
     inside = name.removeprefix(tree_files.FLOORS[-1] + "/")
     return inside.split("/", 1)[0] if inside != name and "/" in inside else None
 
 
 def allowed_subjects(root):
-    """Returns {subject: those it may include}, as the table of CONTRIBUTING.md has them."""
+    """Returns {subject: subjects it may include} from the table in CONTRIBUTING.md."""
     page = root / "CONTRIBUTING.md"
     text = page.read_text(encoding="utf-8") if page.is_file() else ""
     return {row[1]: set(re.findall(r"\w+", row[2]))
@@ -68,7 +68,7 @@ def allowed_subjects(root):
 
 
 def loops(allowed):
-    """Returns the subjects that may use each other, at any distance."""
+    """Returns the subjects that depend on themselves, directly or through others."""
     reached = {subject: set(uses) for subject, uses in allowed.items()}
     for _ in allowed:
         for uses in reached.values():

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""No C++ function passes 60 lines, no source 500, no line 100 columns
-but in raw strings. check_lengths.py [ROOT]"""
+"""Checks that no C++ function exceeds 60 lines, no source 500 lines, and no line 100 columns except
+in raw strings. check_lengths.py [ROOT]"""
 import re
 import sys
 
@@ -10,8 +10,7 @@ MOST_LINES_OF_A_FUNCTION = 60
 MOST_LINES_OF_A_SOURCE = 500
 MOST_COLUMNS = 100
 
-# Braces do not count in comments, raw strings, strings, characters. A quote inside a number is no
-# character.
+# Braces inside comments and literals do not count. A quote inside a number starts no literal.
 HIDING = re.compile(
     r'//(?:\\\n|[^\n])*|/\*.*?\*/'
     r'|(?:\b(?:u8|[uUL]))?R"(?P<mark>[^\s()\\"]{0,16})\(.*?\)(?P=mark)"'
@@ -26,7 +25,7 @@ LAMBDA = re.compile(r"\[[^\[\]]*\]\s*(?:\([^()]*\))?[^()=;]*$")
 
 
 def without_hidden(text):
-    """Blanks comments, literals, directives, all but the first branch of `#if`; keeps the lines."""
+    """Blanks comments, literals, directives and all but the first branch of `#if`; keeps lines."""
     def blank(match):
         quotes = '""' if match[0].startswith('"') else ""
         return quotes + "\n" * match[0].count("\n")
@@ -49,7 +48,7 @@ def without_hidden(text):
 
 
 def lines_of_raw_text(text):
-    """Returns the numbers of the lines that lie in raw strings, where no line can be broken."""
+    """Returns the numbers of the lines in raw strings, which must not be wrapped."""
     found = set()
     for hidden in HIDING.finditer(text):
         if hidden["mark"] is not None:
@@ -59,7 +58,7 @@ def lines_of_raw_text(text):
 
 
 def kind_of(head):
-    """Says what a brace opens whose statement began with `head`: "outer", "function" or "inner"."""
+    """Returns what the brace after `head` opens: "outer", "function" or "inner"."""
     head = TEMPLATE.sub(" ", head).strip()
     if TYPE_OR_NAMESPACE.match(head):
         return "outer"
@@ -89,7 +88,7 @@ def functions(text):
             kind, start, parentheses = scopes.pop()
             if scopes and scopes[-1][0] != "outer":
                 continue
-            # A member initialised with braces: the statement goes on.
+            # The braces initialise a member: the statement goes on after them.
             if kind != "outer" and (parentheses or text[place + 1:].lstrip()[:1] in (",", "{")):
                 continue
             if kind == "function":

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Each room of the node, the scene and the input has its source, which opens with the room's
-heading and law, and its test; the map has a row for every source of the floors, the index one for
-every decision; every source and test is built. check_rooms.py [ROOT]"""
+"""Checks that each room of the node, the scene and the input has a test, and a source that opens
+with the room's heading and law; that the map has a row for every source of the floors, and the
+index of decisions for every record; and that every source and test is built.
+check_rooms.py [ROOT]"""
 import re
 import sys
 
@@ -15,7 +16,7 @@ HEADING = re.compile(r"^\s*// -{2,} (.*?) -{2,}$")
 
 
 def laws(lines):
-    """Returns {heading: law} of a source: the comment lines right under each heading."""
+    """Returns {heading: law} of a source; the law is the comment directly below the heading."""
     found, heading = {}, None
     for line in lines:
         title, comment = HEADING.match(line), re.match(r"^\s*// ?(.*)$", line)
@@ -30,7 +31,7 @@ def laws(lines):
 
 
 def faults_of_room(root, chief, name, file, law):
-    # Its functions may need a higher subject, and stand there then.
+    # A function that needs a higher subject is defined in the folder of that subject.
     homes = [path.parent for path in sorted((root / HOME).parent.glob(f"*/{file}"))]
     source = f"{homes[0].relative_to(root).as_posix() if homes else HOME}/{file}"
     test = f"tests/{source.removesuffix('.cpp')}_test.cpp"
@@ -65,7 +66,7 @@ def faults_of_class(root, chief):
 
 
 def rows(text):
-    """Returns the rows of the map without what they say of their files."""
+    """Returns the rows of the map without their descriptions."""
     cells = (line.split(" | ") for line in text.splitlines() if line.startswith("|"))
     return {" | ".join(row[-2:]) for row in cells}
 
@@ -84,7 +85,7 @@ def faults_of_map(root):
 
 
 def faults_of_lists(root):
-    """A source stands in the list of its folder's CMakeLists.txt, or of a folder above it."""
+    """Finds sources that neither their folder's CMakeLists.txt nor one of a folder above lists."""
     listed = set()
     for name in tree_files.files(root, "CMakeLists.txt"):
         folder = name.removesuffix("CMakeLists.txt")
@@ -97,7 +98,7 @@ def faults_of_lists(root):
 
 
 def faults_of_records(root):
-    """The index of the decisions has a line for each record, and no other."""
+    """Finds records without a line in the index of decisions, and lines without a record."""
     home = root / "docs" / "decisions"
     if not home.is_dir():
         return []

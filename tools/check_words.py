@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""The tree speaks as its own developer: no papers it was written from, no paths of a machine, no
-unfinished work, no test switched off; and its comments name their nouns. check_words.py [ROOT]"""
+"""Finds words that do not belong in the tree: names of outside papers, paths of a machine, marks of
+unfinished work, tests switched off, and comments that open without naming their noun.
+check_words.py [ROOT]"""
 import re
 import sys
 
@@ -25,8 +26,8 @@ RULES = tuple((meaning, re.compile(pattern)) for meaning, pattern in RULES)
 
 
 def excused(name, meaning, line):
-    """Pictures hold any letters, and a document may say that something is never unfinished; its
-    headings are no comments."""
+    """Pictures may contain any letters, documents may write about unfinished work, and headings of
+    documents only look like comments."""
     if meaning == "is a comment that names no noun":
         return name.endswith(".md")
     if meaning != "is unfinished":

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes docs/map.md: each source of the floors, what it is, the test that holds it.
+"""Writes docs/map.md: each source of the floors, its description and its tests.
 
-What a file is stands in the file itself: a room's heading, or the first sentence for users."""
+The description comes from the file itself: a room's heading, or the first `///` sentence."""
 import itertools
 import pathlib
 import re
@@ -32,7 +32,7 @@ def units(root):
 
 
 def comments_for_users(lines):
-    """Yields (text, the two lines below it) of each comment for users."""
+    """Yields (text, the two lines below it) of each `///` comment."""
     text = []
     for number, line in enumerate(lines):
         comment = re.match(r"\s*///\s?(.*)$", line)
@@ -44,8 +44,8 @@ def comments_for_users(lines):
 
 
 def first_sentence(root, name):
-    """Returns a room's heading, else the first sentence of the comment for users on the class that
-    the file is named for, else of the first such comment, else ""."""
+    """Returns a room's heading, else the first sentence of the `///` comment on the class that the
+    file is named after, else of the first `///` comment, else ""."""
     lines = tree_files.lines(root, name)
     if lines and (heading := re.match(r"// -+ (.*?) -*$", lines[0])):
         return heading[1].strip()
@@ -59,7 +59,7 @@ def first_sentence(root, name):
 
 
 def describe(root, names):
-    """The header says it, unless it says nothing; then the source."""
+    """Returns the description from the header or, if it has none, from the source."""
     for name in sorted(names, key=lambda name: name.endswith(".cpp")):
         if words := first_sentence(root, name):
             return words
@@ -67,9 +67,8 @@ def describe(root, names):
 
 
 def tests_of(root, unit):
-    """Returns the test of a unit and those that go on where it ends: unit_test.cpp, and
-    unit_x_test.cpp unless a unit of that name exists. A source that goes on where another ends
-    shares that one's test."""
+    """Returns the tests of a unit: unit_test.cpp, and unit_x_test.cpp unless a unit unit_x exists.
+    A source that continues another one shares its test."""
     folder, stem = unit.rsplit("/", 1)
     home = root / "tests" / folder
     own = home / f"{stem}_test.cpp"
@@ -86,14 +85,14 @@ def tests_of(root, unit):
 
 
 def folder_of(root, folder, stem):
-    """Returns where the unit is: in the folder, or in another subject of the implementation."""
+    """Returns the folder of a unit: the given one, or another subject of the implementation."""
     places = [root / folder, *sorted((root / folder).parent.iterdir())]
     found = [place for place in places if (place / f"{stem}.h").is_file()]
     return found[0].relative_to(root).as_posix() if found else folder
 
 
 def tests_by_include(root, names):
-    """Returns the tests that include a header, nearest names first; at most three."""
+    """Returns up to three tests that include a header, the most similar names first."""
     headers = [name for name in names if name.endswith(".h")]
     return [test for test in tree_files.files(root, "_test.cpp")
             if any(f'#include "{header}"' in (root / test).read_text(encoding="utf-8")
@@ -101,8 +100,8 @@ def tests_by_include(root, names):
 
 
 def tests_of_users(root, names):
-    """Returns the tests of the sources that include a header without exports, at most three: what
-    the shared library hides, tests reach only through its users."""
+    """Returns up to three tests of sources that include a header without exports: tests reach code
+    that the shared library hides only through its users."""
     headers = [name for name in names if name.endswith(".h")]
     if not headers or any("QV_EXPORT" in (root / name).read_text(encoding="utf-8")
                           for name in headers):
@@ -121,7 +120,7 @@ def all_tests_of(root, unit, names):
 
 
 def law_of(folder):
-    """Returns what the sources of a subject have in common, as its list of sources opens."""
+    """Returns the law of a subject: the comment at the top of its CMakeLists.txt."""
     lists = folder / "CMakeLists.txt"
     text = lists.read_text(encoding="utf-8") if lists.is_file() else ""
     return text.split("\n", 1)[0].lstrip("# ")

@@ -1,4 +1,4 @@
-"""Shared by the checks of the tree: its files, its floors, and how a finding reads."""
+"""Functions that the checks of the tree share: its files, its floors, and the form of a finding."""
 import pathlib
 import subprocess
 import sys
@@ -10,14 +10,14 @@ PUBLIC_FLOORS = 3
 # The part of the roof that is installed with the floors.
 INSTALLED = ("kelvo/files", "kelvo/plugins")
 ROOF = (*INSTALLED, "tools", "bindings", "examples", "tests", "bench", "fuzz")
-# The list of includes for clients, and its former place, which belong to no floor.
+# The umbrella header and its former place; they belong to no floor.
 UMBRELLAS = ("kelvo/kelvo.h", "kelvo/sdk/kelvo.h")
 SOURCES = (".h", ".cpp")
 LEFT_OUT = {".git", "build", "__pycache__"}
 
 
 def files(root, *suffixes):
-    """Returns the sorted paths, relative to `root`, of what git tracks or would track."""
+    """Returns the sorted paths, relative to `root`, of all files that git tracks or would track."""
     command = ["git", "-C", str(root), "ls-files", "-z", "--cached", "--others",
                "--exclude-standard"]
     listing = subprocess.run(command, capture_output=True, text=True, check=False)
@@ -31,19 +31,19 @@ def files(root, *suffixes):
 
 
 def floor_of(name):
-    """Returns the number of the floor a file stands on, from 1; None for the roof and the rest."""
+    """Returns the number of a file's floor, from 1; None for the roof and other files."""
     folder = name.rsplit("/", 1)[0] if "/" in name and name not in UMBRELLAS else ""
     inside = [floor for floor in FLOORS if folder == floor or folder.startswith(floor + "/")]
     return FLOORS.index(max(inside, key=len)) + 1 if inside else None
 
 
 def roof_of(name):
-    """Returns the folder of the roof a file stands in; None for the floors and the rest."""
+    """Returns a file's folder of the roof; None for the floors and other files."""
     return next((folder for folder in ROOF if name.startswith(folder + "/")), None)
 
 
 def is_for_use(name):
-    """Tells whether a header belongs to the library: to its floors, or to what clients get."""
+    """Tells whether a header belongs to the floors or is for clients."""
     return floor_of(name) is not None or name in UMBRELLAS or roof_of(name) in INSTALLED
 
 
@@ -52,7 +52,7 @@ def lines(root, name):
 
 
 def run_alone(check):
-    """The main program of a check that is started by itself: check_x.py [ROOT]."""
+    """Runs a check as a program of its own: check_x.py [ROOT]."""
     root = pathlib.Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else HOME
     findings = check(root)
     print("\n".join(findings) if findings else "ok")

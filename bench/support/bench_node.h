@@ -7,7 +7,7 @@
 
 namespace qv::bench {
 
-/// The names of the ten inputs, made once: applications keep them.
+/// The names of the ten inputs, made once, because applications keep them.
 struct BenchNames {
     String b{"b"}, i{"i"}, f{"f"}, d{"d"}, s{"s"}, v2{"v2"}, v3{"v3"}, v4{"v4"}, m{"m"}, a{"a"};
     String type{"bench10"};

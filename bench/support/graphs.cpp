@@ -37,7 +37,7 @@ bool evalFromInput(EvalCtx* ctx, void* out) {
     return node->input(BenchNames::get().f)->readReal(*static_cast<double*>(out), true, ctx);
 }
 
-// Init and free make the callbacks a complete set.
+// A type needs init and free callbacks for its set of callbacks to be complete.
 bool initNothing(INode*, void**) {
     return true;
 }

@@ -7,12 +7,12 @@
 
 namespace qv::bench {
 
-/// Fills a scene with a tree of transforms with a matrix each, ten children to a node, parents
-/// first: node 0 is the root.
+/// Fills a scene with a tree of transforms with a matrix each, ten children per node, parents
+/// first, so that node 0 is the root.
 void buildTree(const kelvo_sdk::Scene& scene, i64 count);
 inline constexpr i64 kTreeFanout = 10;
 
-/// A scene of a given number of nodes. `first` and `last` are those created first and last.
+/// A scene with a given number of nodes. `first` and `last` are its first and last node.
 struct Graph {
     kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
 
@@ -36,13 +36,13 @@ struct Fan : Graph {
     explicit Fan(i64 children);
 };
 
-/// Diamonds one below the other: 2^count paths from the first node to the last.
+/// Diamonds in a row: 2^count paths from the first node to the last.
 struct Diamonds : Graph {
     explicit Diamonds(i64 count);
 };
 
-/// Nodes of type "bench10" with ten inputs and an output "out"; the input "f" of each is connected
-/// to the output of the one before.
+/// Nodes of type "bench10" with ten inputs and an output "out"; the input "f" of each reads the
+/// output of the one before.
 struct ConnectedChain : Graph {
     explicit ConnectedChain(i64 count) { connectNodes(count, true); }
 
@@ -56,22 +56,22 @@ protected:
     void connectNodes(i64 count, bool tenInputs);
 };
 
-/// As a connected chain, with "f" as the nodes' only input.
+/// A connected chain whose nodes have "f" as their only input.
 struct LeanChain : ConnectedChain {
     explicit LeanChain(i64 count) { connectNodes(count, false); }
 };
 
-/// As a connected chain; each node's output is computed from its input "f".
+/// A connected chain in which each node computes its output from its input "f".
 struct EvaluatedChain : ConnectedChain {
     explicit EvaluatedChain(i64 count);
 };
 
-/// A node whose array links to `links` others. It is the first.
+/// A node whose array links to `links` others. It is the first of the graph.
 struct WideNode : Graph {
     explicit WideNode(i64 links);
 };
 
-/// The graph made last; left to the end of the process.
+/// Keeps the graph made last until the end of the process.
 struct KeptGraph {
     std::type_index type = typeid(void);
     i64 size = 0;
@@ -83,9 +83,9 @@ struct KeptGraph {
     }
 };
 
-/// Returns the graph of that type and size, made anew only when the last call asked for another:
-/// one benchmark runs several times, and large graphs are slow to make. A benchmark leaves the
-/// shape of the graph as it was.
+/// Returns the graph of that type and size, and rebuilds it only when the last call asked for
+/// another: a benchmark runs several times, and large graphs are slow to make. Each benchmark
+/// restores the shape of the graph.
 template<typename G>
 const G& keptGraph(i64 size) {
     KeptGraph& kept = KeptGraph::get();

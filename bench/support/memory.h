@@ -6,7 +6,7 @@
 
 namespace qv::bench {
 
-/// Bytes that the heap has handed out, its own overhead included.
+/// Returns the bytes that the heap has handed out, including its own overhead.
 inline std::size_t heapInUse() {
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;

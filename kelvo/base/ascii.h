@@ -35,7 +35,7 @@ namespace qv::ascii {
     return isLower(c) ? static_cast<char>(c - ('a' - 'A')) : c;
 }
 
-/// The eight characters of a word in lower case, all at once.
+/// Returns the eight characters of a word in lower case, all at once.
 [[nodiscard]] constexpr u64 toLower(u64 word) noexcept {
     constexpr u64 ones = 0x0101010101010101u;
     const u64 low = word & (0x7f * ones);
@@ -45,7 +45,7 @@ namespace qv::ascii {
     return word | (upper >> 2); // 0x80 >> 2 is the bit between 'A' and 'a'
 }
 
-/// Cuts white space off the chosen ends.
+/// Removes white space at the chosen ends.
 [[nodiscard]] constexpr std::string_view trim(std::string_view text, bool leading = true,
                                               bool trailing = true) noexcept {
     while (leading && !text.empty() && isSpace(text.front()))
@@ -55,7 +55,7 @@ namespace qv::ascii {
     return text;
 }
 
-/// A letter or '_', then letters, digits and '_'.
+/// Tells whether a text is a letter or '_', followed by letters, digits and '_'.
 [[nodiscard]] QV_EXPORT bool isIdentifier(std::string_view text) noexcept;
 
 [[nodiscard]] QV_EXPORT bool equalsNoCase(std::string_view a, std::string_view b) noexcept;
@@ -63,7 +63,7 @@ namespace qv::ascii {
 /// Three-way comparison of the lower-case texts by bytes: -1, 0 or 1.
 [[nodiscard]] QV_EXPORT int compareNoCase(std::string_view a, std::string_view b) noexcept;
 
-/// Position of the first `part` at or after `from`; `noIndex` when absent.
+/// Returns the position of the first `part` at or after `from`; `noIndex` when absent.
 [[nodiscard]] QV_EXPORT u64 findNoCase(std::string_view text, std::string_view part,
                                        u64 from = 0) noexcept;
 

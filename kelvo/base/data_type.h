@@ -11,9 +11,9 @@ namespace qv {
 /// u unsigned 32-bit integer, 8 one byte per channel.
 ///
 /// A Mat3 has 9 components and a Mat4 16, row by row; an Xform is a 4 by 4 matrix too. An Aabb has
-/// 6: minimum, then maximum corner. An Obb has 15: centre, three axes, half extents along them.
-/// A Bool is one byte, a Ptr one word, a ColorRef one 32-bit word of packed colour; Null is
-/// nothing.
+/// 6: minimum, then maximum corner. An Obb has 15: centre, three axes, half extents along them. A
+/// Bool is one byte, a Ptr one word, a ColorRef one 32-bit word of packed colour; Null stands for
+/// no type.
 enum class DataType : u32 {
     Null,
     Bool,
@@ -79,10 +79,10 @@ enum class DataType : u32 {
 
 inline constexpr u32 dataTypeCount = 60;
 
-/// The name of the type, "<unknown>" for a value outside the enumeration.
+/// Returns the name of the type, "<unknown>" for a value outside the enumeration.
 [[nodiscard]] QV_EXPORT const char* dataTypeName(DataType type) noexcept;
 
-/// Reads a type's exact name; false, with `type` untouched, when there is none of that name.
+/// Finds a type by its exact name; false when there is none, and `type` is unchanged then.
 [[nodiscard]] QV_EXPORT bool parseDataType(std::string_view name, DataType& type) noexcept;
 
 /// Bytes of one element; 0 for Null and for a value outside the enumeration.

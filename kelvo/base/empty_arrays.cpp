@@ -5,8 +5,8 @@
 
 namespace qv::ds {
 
-/// Free runs, last given first taken so that they are still in the cache, and untouched memory
-/// that new runs are carved from.
+/// Free runs, reused last in first out because they are still in the cache, and untouched memory
+/// for new runs.
 class EmptyArraysPool {
 public:
     // Never destroyed: maps with static storage may outlive any other static object.
@@ -42,7 +42,7 @@ public:
 private:
     static constexpr u64 runsPerSlab = 64;
 
-    // Slabs are chained so that leak checkers find them; runs are touched only when first taken.
+    // Slabs are linked so that leak checkers find them; a run is first touched when it is taken.
     struct Slab {
         Slab* next;
         alignas(EmptyArrays) unsigned char runs[runsPerSlab * sizeof(EmptyArrays)];

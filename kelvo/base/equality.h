@@ -6,7 +6,7 @@
 
 namespace qv {
 
-/// Compares by `equals` where the type has it, which spares handles the copy their `==` takes.
+/// Compares by `equals` if the type has it, because `==` of handles copies them.
 template<class T>
 [[nodiscard]] bool sameValue(const T& a, const T& b) {
     if constexpr (requires { a.equals(b); })
@@ -15,7 +15,7 @@ template<class T>
         return a == b;
 }
 
-/// Hash of a key: its own `hash()` where it has one, else that of the standard library.
+/// Returns the hash of a key: its own `hash()` if it has one, else that of the standard library.
 template<class K>
 [[nodiscard]] u64 keyHash(const K& key) {
     if constexpr (requires { key.hash(); })

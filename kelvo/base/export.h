@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what the shared library shows to its clients; everything else stays hidden.
+/// Exports a symbol from the shared library; all others stay hidden.
 /// Define QV_STATIC when using the static library on Windows; QV_BUILD is set while building.
 #if defined(_WIN32) && !defined(QV_STATIC)
 #if defined(QV_BUILD)

@@ -23,7 +23,7 @@ u64 load(const u8* bytes) noexcept {
     return Reading::word(word::load64(bytes));
 }
 
-// The last 0 to 16 bytes as two words, which overlap where there are fewer.
+// Reads the last 0 to 16 bytes as two words, which overlap when there are fewer.
 template<class Reading>
 u64 finishTail(const u8* p, u64 size, u64 state) noexcept {
     if (size >= 8) return hashFinish(load<Reading>(p), load<Reading>(p + size - 8), state);
@@ -39,7 +39,7 @@ u64 finishTail(const u8* p, u64 size, u64 state) noexcept {
 
 constexpr u64 stripe = 64;
 
-// Four lanes that do not wait for each other: together they read at memory speed.
+// Four independent lanes, which together run at memory speed.
 struct Lanes {
     u64 a, b, c, d;
 
@@ -55,7 +55,7 @@ struct Lanes {
     }
 };
 
-// At least one stripe; the last one overlaps the one before.
+// Hashes at least one stripe; the last stripe may overlap the one before.
 template<class Reading>
 u64 hashStripes(const u8* p, u64 size, u64 state) noexcept {
     Lanes lanes(state);

@@ -9,20 +9,20 @@ namespace qv {
 
 namespace detail {
 
-// Bits without order: the fractions of the square roots of 2, 3, 5 and 7.
+// Arbitrary bits: the fractions of the square roots of 2, 3, 5 and 7.
 inline constexpr u64 hashSalt[4] = {0x6a09e667f3bcc908u, 0xbb67ae8584caa73bu, 0x3c6ef372fe94f82bu,
                                     0xa54ff53a5f1d36f1u};
 
 __extension__ using u128 = unsigned __int128;
 
-/// Both words of a product, xored: every bit of either factor reaches every bit, the topmost too,
-/// which a product cut to 64 bits would pass on alone and let two changes cancel.
+/// Combines both words of a product by xor, so that every bit of either factor reaches every bit of
+/// the result. The low word alone would let changes of the topmost bits cancel out.
 [[nodiscard]] constexpr u64 hashFold(u64 a, u64 b) noexcept {
     const u128 product = u128{a} * b;
     return static_cast<u64>(product) ^ static_cast<u64>(product >> 64);
 }
 
-/// The hash of two words and of what came before them.
+/// Returns the hash of two words and of the state before them.
 [[nodiscard]] constexpr u64 hashFinish(u64 a, u64 b, u64 state) noexcept {
     const u128 product = u128{a ^ hashSalt[0]} * (b ^ hashSalt[1]);
     const u64 h =
@@ -32,20 +32,20 @@ __extension__ using u128 = unsigned __int128;
 
 } // namespace detail
 
-/// Hash of `size` bytes, a fixed function of them and of `seed`: the same on every platform, run
-/// and build. Never 0, so that 0 may stand for "nothing" or "not yet known". Not for secrets:
-/// whoever chooses the bytes can make hashes collide.
+/// Returns the hash of `size` bytes, a fixed function of them and of `seed`: the same on every
+/// platform, run and build. Never 0, so that 0 may mean "nothing" or "not yet known". Not for
+/// secrets: an attacker who chooses the bytes can make hashes collide.
 [[nodiscard]] QV_EXPORT u64 hashBytes(const void* data, u64 size, u64 seed = 0) noexcept;
 
-/// The hash that `hashBytes` gives for the text in ASCII lower case.
+/// Returns the result of `hashBytes` for the text in ASCII lower case.
 [[nodiscard]] QV_EXPORT u64 hashFolded(std::string_view text) noexcept;
 
-/// Adds a hash to another, in order: mixing a, then b is not mixing b, then a. Never 0.
+/// Adds one hash to another; the order matters. Never returns 0.
 [[nodiscard]] constexpr u64 hashMix(u64 seed, u64 h) noexcept {
     return detail::hashFinish(seed, h, 0);
 }
 
-/// The hash that `hashBytes` gives for no bytes and seed 0.
+/// The result of `hashBytes` for no bytes and seed 0.
 inline constexpr u64 hashOfNothing = detail::hashFinish(0, 0, 0);
 
 } // namespace qv

@@ -14,17 +14,17 @@
 
 namespace qv::ds {
 
-/// Table of exactly 256 buckets stored inline, and nothing else; made for a handful of entries.
+/// A table of exactly 256 buckets stored inline, without other members; made for a few entries.
 ///
-/// An entry with hash h stands in bucket h modulo 256. Every bucket owns an array from the start:
-/// those of empty buckets come from a pool (`EmptyArrays`). Entries are visited bucket by bucket,
-/// in the order of insertion within one. Out of memory throws `std::bad_alloc` and changes nothing.
+/// An entry with hash h is in bucket h modulo 256. Every bucket owns an array from the start: empty
+/// buckets get theirs from a pool (`EmptyArrays`). Iteration goes bucket by bucket, within one in
+/// the order of insertion. Running out of memory throws `std::bad_alloc` and changes nothing.
 template<class K, class V>
 class QV_EXPORT HashMap {
 public:
     static constexpr u64 bucketCount = 256;
 
-    /// An entry: its hash, copied unchanged with it, its key and its value.
+    /// An entry: its hash, which copies keep, its key and its value.
     struct Node {
         static constexpr bool keepsEmptyArray = true;
 
@@ -33,12 +33,13 @@ public:
         V value;
 
         static void* operator new[](std::size_t bytes) { return ::operator new[](bytes); }
-        /// An array of 0 elements in cell `index` of a run; `bytes` stand in front of it.
+        /// Makes an array of 0 elements in cell `index` of a run; its `bytes` of overhead precede
+        /// it.
         [[gnu::returns_nonnull]] static void* operator new[](std::size_t bytes, EmptyArrays& run,
                                                              u64 index) {
             return static_cast<unsigned char*>(run.array(index)) - bytes;
         }
-        // The run is told by the map that lets go of a cell.
+        // Empty, because the map itself returns cells to the run.
         static void operator delete[](void*, EmptyArrays&, u64) noexcept {}
         static void operator delete[](void* array) noexcept { ::operator delete[](array); }
     };
@@ -47,7 +48,8 @@ public:
     /// Makes an empty map, each bucket with an array of its own.
     HashMap() {
         EmptyArrays* run = EmptyArrays::take();
-        // By itself this loop is one fill of memory; the second finds the arrays again.
+        // A loop of its own, because compilers then make it a single memory fill; the next loop
+        // finds the arrays by their cells.
         for (u64 i = 0; i < bucketCount; ++i)
             (void)new (*run, i) Node[0];
         for (u64 i = 0; i < bucketCount; ++i)
@@ -61,7 +63,7 @@ public:
             if (!other.m_buckets[i].empty()) fill(i, Bucket(other.m_buckets[i]));
     }
 
-    /// Leaves `other` an empty map. May throw: that map needs arrays of its own.
+    /// Leaves `other` empty. May throw, because `other` needs arrays of its own.
     // NOLINTNEXTLINE(performance-noexcept-move-constructor)
     HashMap(HashMap&& other) : HashMap() { swap(other); }
 
@@ -76,7 +78,7 @@ public:
         return *this;
     }
 
-    /// Destroys the buckets last to first, in each the entries last to first, value before key.
+    /// Destroys buckets from last to first, and entries within one likewise, value before key.
     ~HashMap() {
         if (hasOnlyCells())
             EmptyArrays::of(m_buckets[0].data(), 0)->drop(bucketCount);
@@ -84,7 +86,7 @@ public:
             destroyBuckets();
     }
 
-    /// Number of entries, counted through the buckets.
+    /// Returns the number of entries, counted through the buckets.
     [[nodiscard]] u64 size() const noexcept {
         u64 count = 0;
         for (const Bucket& bucket : m_buckets)
@@ -110,10 +112,10 @@ public:
         m_buckets[index].push_back(Node{hash, std::move(key), std::move(value)});
         return true;
     }
-    /// The same as `set`.
+    /// Same as `set`.
     bool insert(K key, V value) { return set(std::move(key), std::move(value)); }
 
-    /// The value of `key`, valid until the map changes; null when absent.
+    /// Returns the value of `key`, valid until the map changes; null when absent.
     [[nodiscard]] V* find(const K& key) {
         Node* node = findNode(key, keyHash(key));
         return node ? &node->value : nullptr;
@@ -148,7 +150,7 @@ public:
             m_buckets[i].swap(other.m_buckets[i]);
     }
 
-    /// The bucket at `index` below 256.
+    /// Returns the bucket at `index`, which must be below 256.
     [[nodiscard]] const Bucket& bucket(u64 index) const noexcept { return m_buckets[index]; }
 
     /// Calls `visit(key, value)` for each entry.
@@ -159,7 +161,7 @@ public:
                 visit(node.key, node.value);
     }
 
-    /// Walks the entries; valid until the map changes.
+    /// Iterates over the entries; valid until the map changes.
     class const_iterator {
     public:
         using iterator_category = std::forward_iterator_tag;
@@ -206,7 +208,7 @@ public:
         return {m_buckets + bucketCount, m_buckets + bucketCount};
     }
 
-    /// Equal when both have the same keys with equal values.
+    /// Tells whether both have the same keys with equal values.
     [[nodiscard]] bool operator==(const HashMap& other) const {
         if (size() != other.size()) return false;
         for (const Node& node : *this) {
@@ -223,7 +225,8 @@ private:
         return nullptr;
     }
 
-    // Capacity 0 marks a bucket on its cell of the run: arrays of its own always have room.
+    // Capacity 0 means that the bucket's array is a cell of the run; arrays on the heap always have
+    // capacity.
     void fill(u64 index, Bucket&& content) noexcept {
         Bucket& bucket = m_buckets[index];
         if (bucket.capacity() == 0) {
@@ -233,14 +236,14 @@ private:
         bucket = std::move(content);
     }
 
-    // A run whose cells are all in use belongs to a map without entries: its buckets, which may
-    // have left the cache long ago, need not be read.
+    // If all cells of the run are in use, the map has no entries. Its buckets need not be read
+    // then, which matters because they may have left the cache long ago.
     [[nodiscard]] bool hasOnlyCells() const noexcept {
         if (m_buckets[0].capacity() != 0) return false;
         return EmptyArrays::of(const_cast<Node*>(m_buckets[0].data()), 0)->live() == bucketCount;
     }
 
-    // The run is told once how many cells it gets back, not cell by cell.
+    // Returns all cells to the run at once instead of one by one.
     void destroyBuckets() noexcept {
         EmptyArrays* run = nullptr;
         u64 cells = 0;
@@ -256,7 +259,7 @@ private:
         if (run) run->drop(cells);
     }
 
-    // In a union, so that members are built and destroyed by the map alone.
+    // In a union, so that only the map constructs and destroys them.
     union {
         Bucket m_buckets[bucketCount];
     };

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* firstLanguage = "en";
 
-// Never destroyed: objects with static storage may ask for labels when they die.
+// Never destroyed: objects with static storage may ask for labels in their destructors.
 struct LanguageSetting {
     std::mutex mutex;
     String language = firstLanguage;
@@ -57,7 +57,7 @@ void setLanguage(String lang) {
     if (lang.isEmpty() || lang == "auto") lang = firstLanguage;
     LanguageSetting& setting = LanguageSetting::instance();
     const std::lock_guard lock(setting.mutex);
-    setting.language.swap(lang); // the old text is dropped after the lock
+    setting.language.swap(lang); // destroys the old text after unlocking
 }
 
 String language() {

@@ -15,12 +15,12 @@ namespace qv {
 
 namespace {
 
-// Never destroyed: objects with static storage may log when they die.
+// Never destroyed: objects with static storage may log in their destructors.
 struct Logger {
     std::mutex mutex;
     LogSink sink;
 
-    // Takes no memory: the first message may be that there is none.
+    // Allocates nothing, because the first message may report that memory is out.
     static Logger& instance() {
         alignas(Logger) static std::byte place[sizeof(Logger)];
         static Logger& logger = *::new (place) Logger;
@@ -28,8 +28,8 @@ struct Logger {
     }
 };
 
-// The whole line in one piece, so that lines of several threads or processes do not mix; in several
-// where there is no memory for that.
+// Writes the whole line at once, so that lines of several threads or processes do not mix. Without
+// memory for the line, writes it in pieces.
 void writeToStandardError(LogLevel level, const char* message) {
     const char* start = level == LogLevel::Error ? "error: " : "warning: ";
     try {
@@ -54,7 +54,7 @@ void deliver(LogLevel level, const char* message) {
         writeToStandardError(level, message);
 }
 
-// A name or the text of an exception may hold line breaks; a message is one line.
+// Names or texts of exceptions may contain line breaks, but a message is one line.
 void joinLines(char* text, u64 size) noexcept {
     std::replace_if(
         text, text + size, [](char c) { return c == '\n' || c == '\r'; }, ' ');
@@ -78,7 +78,7 @@ void joinLines(char* text, u64 size) noexcept {
     va_copy(again, args);
     const int length = std::vsnprintf(message, sizeof message, fmt, args);
     if (length < 0) {
-        deliver(level, fmt); // text that the format cannot take: better raw than lost
+        deliver(level, fmt); // a format that fails is better shown raw than lost
     } else if (static_cast<u64>(length) < sizeof message) {
         joinLines(message, static_cast<u64>(length));
         deliver(level, message);

@@ -7,8 +7,8 @@ namespace qv {
 
 enum class LogLevel : u32 { Warning, Error };
 
-/// Receives one message without newline, valid during the call. Any thread may log, several at
-/// once; the handler may log itself, and runs outside every lock of the logger.
+/// Receives one message without newline, valid during the call. Several threads may log at once.
+/// The handler may log itself, because no lock of the logger is held while it runs.
 using LogHandler = void (*)(LogLevel level, const char* message, void* user);
 
 struct LogSink {
@@ -16,7 +16,7 @@ struct LogSink {
     void* user = nullptr;
 };
 
-/// Sends messages to `handler` with `user`, and returns what it replaces; null restores the
+/// Sends messages to `handler` with `user`, and returns the previous sink; null restores the
 /// default: "error: ..." or "warning: ..." as one line on the standard error stream.
 /// A message already on its way on another thread may still reach the old handler.
 QV_EXPORT LogSink setLogHandler(LogHandler handler, void* user = nullptr);

@@ -4,8 +4,8 @@
 
 namespace qv::math {
 
-/// Vector of N components. Everything here starts as all zeros and is plain memory: components in
-/// order, nothing between or behind them.
+/// A vector of N components. All types here start as zeros and are plain memory: components in
+/// order, without padding.
 template<u64 N, class T>
 struct VecT {
     T v[N]{};
@@ -15,7 +15,7 @@ struct VecT {
     [[nodiscard]] constexpr bool operator==(const VecT&) const noexcept = default;
 };
 
-/// Position of N coordinates: a point where VecT is a direction or an offset.
+/// A position of N coordinates: a point, while VecT is a direction or an offset.
 template<u64 N, class T>
 struct PosT {
     T v[N]{};
@@ -27,7 +27,7 @@ struct PosT {
     [[nodiscard]] constexpr bool operator==(const PosT&) const noexcept = default;
 };
 
-/// Quaternion x, y, z, w with w the real part.
+/// A quaternion x, y, z, w with the real part w.
 template<class T>
 struct QuatT {
     T v[4]{};
@@ -39,7 +39,7 @@ struct QuatT {
     [[nodiscard]] constexpr bool operator==(const QuatT&) const noexcept = default;
 };
 
-/// Colour red, green, blue; linear, 0 to 1 unless the component is a byte.
+/// A colour of red, green and blue: linear, from 0 to 1 unless the components are bytes.
 template<class T>
 struct RgbT {
     T v[3]{};
@@ -49,7 +49,7 @@ struct RgbT {
     [[nodiscard]] constexpr bool operator==(const RgbT&) const noexcept = default;
 };
 
-/// Colour red, green, blue, opacity.
+/// A colour of red, green, blue and opacity.
 template<class T>
 struct RgbaT {
     T v[4]{};
@@ -59,15 +59,15 @@ struct RgbaT {
     [[nodiscard]] constexpr bool operator==(const RgbaT&) const noexcept = default;
 };
 
-/// Square matrix, row by row. Points are rows on its left, p' = p * M, so that the translation of a
-/// 4 by 4 matrix stands in its last row and `a * b` does `a` first.
+/// A square matrix, row by row. Points are row vectors, p' = p * M, so the last row of a 4 by 4
+/// matrix has the translation, and `a * b` applies `a` first.
 template<u64 N, class T>
 struct MatT {
     T m[N][N]{};
 
     static const MatT identity;
 
-    /// The row at `i`, as an array of N.
+    /// Returns the row at `i`, an array of N.
     [[nodiscard]] constexpr T* operator[](u64 i) noexcept { return m[i]; }
     [[nodiscard]] constexpr const T* operator[](u64 i) const noexcept { return m[i]; }
     [[nodiscard]] constexpr bool operator==(const MatT&) const noexcept = default;
@@ -105,7 +105,7 @@ template<u64 N, class T>
     return result;
 }
 
-/// The point moved by an affine matrix; the matrix's last column is taken as 0 ... 0 1.
+/// Transforms the point by an affine matrix, whose last column is taken to be 0 ... 0 1.
 template<u64 N, class T>
 [[nodiscard]] constexpr PosT<N, T> operator*(const PosT<N, T>& p,
                                              const MatT<N + 1, T>& matrix) noexcept {
@@ -135,19 +135,19 @@ template<u64 N, class T>
     return result;
 }
 
-/// Box along the axes, from its minimum to its maximum corner.
+/// A box along the coordinate axes, from its minimum to its maximum corner.
 template<class T>
 struct AabbT {
     PosT<3, T> min;
     PosT<3, T> max;
 
-    /// The box of no extent at the origin: both corners are `PosT<3, T>::zero`.
+    /// The empty box at the origin: both corners are `PosT<3, T>::zero`.
     static const AabbT identity;
 
     [[nodiscard]] constexpr bool operator==(const AabbT&) const noexcept = default;
 };
 
-/// Box along axes of its own: centre, axes of length 1, half its extent along each.
+/// A box along axes of its own: centre, axes of length 1, half its extent along each.
 template<class T>
 struct ObbT {
     PosT<3, T> center;
@@ -157,7 +157,7 @@ struct ObbT {
     [[nodiscard]] constexpr bool operator==(const ObbT&) const noexcept = default;
 };
 
-// Constants of the whole program: built when compiled, one object each for all units.
+// Constants at compile time, with one object each in the whole program.
 template<u64 N, class T>
 constexpr PosT<N, T> PosT<N, T>::zero{};
 template<class T>

@@ -9,7 +9,7 @@ namespace qv {
 
 namespace {
 
-// Length of "/" or "C:/" in front; 0 for a relative path.
+// Returns the length of a leading "/" or "C:/"; 0 for a relative path.
 u64 rootLength(std::string_view path) noexcept {
     if (!path.empty() && path[0] == '/') return 1;
     const bool drive =
@@ -24,7 +24,7 @@ std::string_view withoutTrailingSeparators(std::string_view path) noexcept {
     return path;
 }
 
-// Where the extension's dot stands; the name's length when it has none.
+// Returns the position of the extension's dot; the name's length when it has none.
 u64 extensionStart(std::string_view name) noexcept {
     const u64 dot = name.rfind('.');
     const bool onlyDotsBefore = name.find_first_not_of('.') >= dot;

@@ -10,30 +10,31 @@ namespace qv {
 
 class StringIO;
 
-/// File path as text; nothing here looks at the file system. '/' separates, and a drive letter
+/// A file path as text, without access to the file system. '/' separates parts, and a drive letter
 /// ("C:/") counts as a root like "/".
 class QV_EXPORT Path {
 public:
     Path() noexcept = default;
 
-    /// With `clean`, '\' becomes '/' and doubled separators collapse; else the text stays as it is.
+    /// With `clean`, replaces '\' by '/' and merges repeated separators; else keeps the text.
     explicit Path(String text, bool clean = false);
 
     [[nodiscard]] const String& text() const noexcept { return m_text; }
     [[nodiscard]] bool isEmpty() const noexcept { return m_text.isEmpty(); }
     [[nodiscard]] bool isAbsolute() const noexcept;
 
-    /// The directory part, without '/' at its end unless it is the root; empty when there is none.
+    /// Returns the directory part, without a final '/' unless it is the root; empty when there is
+    /// none.
     [[nodiscard]] String dir() const;
 
-    /// The file name, empty when there is none: with its extension or without.
+    /// Returns the file name with or without its extension; empty when there is none.
     [[nodiscard]] String file(bool withExtension) const;
 
-    /// The extension, empty when there is none: with its dot or without.
-    /// A name that only begins with dots has no extension.
+    /// Returns the extension with or without its dot; empty when there is none. A name that only
+    /// begins with dots has no extension.
     [[nodiscard]] String ext(bool withDot) const;
 
-    /// The parts with one '/' between them. Empty parts are skipped, an absolute part starts anew.
+    /// Joins the parts with one '/' between them. Skips empty parts; an absolute part starts anew.
     [[nodiscard]] static String join(StringVector parts);
 
     template<class A, class B>

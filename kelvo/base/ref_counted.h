@@ -10,14 +10,14 @@
 
 namespace qv {
 
-/// Interface of every shared object. The order of its operations is part of the binary interface.
-/// Any thread may take and drop references.
+/// The interface of every shared object. Any thread may take and drop references. The order of the
+/// functions is part of the binary interface.
 class QV_EXPORT IRefCounted {
 public:
-    /// Adds one reference.
+    /// Adds a reference.
     virtual void incRef() = 0;
 
-    /// Drops one reference; dropping the last one destroys the object.
+    /// Drops a reference; dropping the last one destroys the object.
     virtual void decRef() = 0;
 
     virtual ~IRefCounted() = default;
@@ -28,15 +28,15 @@ protected:
     IRefCounted& operator=(const IRefCounted&) = default;
 };
 
-/// Counted base class. A new object has a count of 1, owned by whoever created it:
-/// hand that reference to a handle with `RefersTo<T>::adopt(new T)`.
+/// A base class with a reference count. A new object has a count of 1, owned by its creator: hand
+/// this reference to a handle with `RefersTo<T>::adopt(new T)`.
 class QV_EXPORT RefCounted : public IRefCounted {
 public:
     void incRef() override;
     void decRef() override;
     ~RefCounted() override;
 
-    /// Number of references right now; other threads may change it at any time.
+    /// Returns the current number of references; other threads may change it at any time.
     [[nodiscard]] i32 refCount() const noexcept {
         return m_refCount.load(std::memory_order_acquire);
     }
@@ -51,12 +51,12 @@ private:
     std::atomic<i32> m_refCount{1};
 };
 
-/// Says that a handle takes over a reference its caller already owns.
+/// Marks that a handle takes over a reference of the caller.
 struct AdoptRef {};
 inline constexpr AdoptRef adoptRef{};
 
-/// Handle that keeps one reference on a shared object, or holds null.
-/// Two words: the handle's interface pointer and the object. Derived handles add no fields.
+/// A handle that owns one reference to a shared object, or is null. Takes two words: its virtual
+/// table and the object. Derived handles add no fields.
 template<class T>
 class QV_EXPORT RefersTo {
 public:
@@ -65,10 +65,10 @@ public:
     RefersTo() noexcept = default;
     RefersTo(std::nullptr_t) noexcept {}
 
-    /// Takes a reference of its own on `object`, which may be null.
+    /// Takes an own reference to `object`, which may be null.
     explicit RefersTo(T* object) noexcept : m_object(object) { retain(m_object); }
 
-    /// Takes over the caller's reference on `object`, which may be null.
+    /// Takes over the caller's reference to `object`, which may be null.
     RefersTo(AdoptRef, T* object) noexcept : m_object(object) {}
 
     RefersTo(const RefersTo& other) noexcept : m_object(other.m_object) { retain(m_object); }
@@ -81,7 +81,7 @@ public:
 
     virtual ~RefersTo() { release(m_object); }
 
-    // The new reference is taken before the old one goes: the old object may own the new one.
+    // Takes the new reference before dropping the old one: the old object may own the new one.
     RefersTo& operator=(const RefersTo& other) noexcept {
         T* old = m_object;
         retain(other.m_object);
@@ -100,25 +100,26 @@ public:
         return *this;
     }
 
-    /// Makes a handle of the creator's own reference, so that `adopt(new T)` leaves the count at 1.
+    /// Makes a handle from the creator's own reference, so that `adopt(new T)` leaves the count at
+    /// 1.
     [[nodiscard]] static RefersTo adopt(T* object) noexcept { return {adoptRef, object}; }
 
-    /// The object, borrowed, valid while a handle holds it; null when empty.
+    /// Returns the object, borrowed and valid while a handle refers to it; null when empty.
     [[nodiscard]] T* get() const noexcept { return m_object; }
     [[nodiscard]] T* operator->() const noexcept { return m_object; }
     [[nodiscard]] T& operator*() const noexcept { return *m_object; }
     [[nodiscard]] explicit operator bool() const noexcept { return m_object != nullptr; }
     [[nodiscard]] bool isEmpty() const noexcept { return m_object == nullptr; }
 
-    /// Drops the reference and holds null.
+    /// Drops the reference; the handle is null afterwards.
     void reset() noexcept { release(std::exchange(m_object, nullptr)); }
 
-    /// Hands the reference to the caller, who must drop it; the handle holds null afterwards.
+    /// Hands the reference to the caller, who must drop it; the handle is null afterwards.
     [[nodiscard]] T* detach() noexcept { return std::exchange(m_object, nullptr); }
 
     void swap(RefersTo& other) noexcept { std::swap(m_object, other.m_object); }
 
-    /// Two handles are equal when they hold the same object.
+    /// Two handles are equal when they refer to the same object.
     [[nodiscard]] friend bool operator==(const RefersTo& a, const RefersTo& b) noexcept {
         return a.m_object == b.m_object;
     }
@@ -127,7 +128,7 @@ public:
     }
 
 private:
-    // Where the object has several bases, its count is reached through its IRefCounted part.
+    // An object with several bases is counted through its IRefCounted base.
     static void retain(T* object) noexcept {
         if (!object) return;
         if constexpr (std::is_base_of_v<IRefCounted, T>)

@@ -16,8 +16,8 @@ bool sameLetter(char a, char b) noexcept {
     return ascii::toLower(a) == ascii::toLower(b);
 }
 
-// Edits that turn one text into the other: letters added, left out, replaced, or two exchanged.
-// Answers more than `limit` as soon as there is no way below it. Needs texts of at most `longest`.
+// Returns the number of edits between two texts: letters added, removed, replaced, or two swapped.
+// Returns more than `limit` as soon as the number must exceed it. Needs texts of at most `longest`.
 u64 distance(std::string_view a, std::string_view b, u64 limit) noexcept {
     Row beforeLast{};
     Row last{};
@@ -43,7 +43,8 @@ u64 distance(std::string_view a, std::string_view b, u64 limit) noexcept {
 
 } // namespace
 
-// One edit in short names, two in longer ones: more would be guessing.
+// Accepts one edit in names of at least 3 letters, two in names of at least 8: more would be
+// guessing.
 SpellingSuggestion::SpellingSuggestion(std::string_view wanted) noexcept
     : m_wanted(wanted),
       m_limit(wanted.size() < 3   ? 1

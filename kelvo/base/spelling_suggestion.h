@@ -7,17 +7,17 @@
 
 namespace qv {
 
-/// Looks for the known name that a wrong one was probably meant to be: few letters left out, added,
-/// exchanged or in the other case.
+/// Finds the known name that a wrong name probably meant: few letters are missing, added, replaced,
+/// swapped or in the other case.
 class QV_EXPORT SpellingSuggestion {
 public:
     explicit SpellingSuggestion(std::string_view wanted) noexcept;
 
-    /// Takes a known name into account; of equally near ones the first wins.
+    /// Considers a known name; of equally similar names the first wins.
     void offer(std::string_view known) noexcept;
-    /// Returns the nearest name offered, empty when none is near. Borrowed.
+    /// Returns the most similar name offered, empty when none is similar. Borrowed.
     [[nodiscard]] std::string_view best() const noexcept { return m_best; }
-    /// Returns ": did you mean 'name'?", or "." when none is near: the end of a sentence.
+    /// Returns ": did you mean 'name'?", or "." when no name is similar: the end of a sentence.
     [[nodiscard]] String question() const;
 
 private:

@@ -56,7 +56,7 @@ String String::concat(std::string_view a, std::string_view b) {
     return {adoptRef, buffer};
 }
 
-// A part of this text as a String; the whole of it shares the buffer.
+// Returns a part of this text as a String; the whole text shares the buffer.
 String String::slice(std::string_view part) const {
     return part.size() == size() ? *this : String(part);
 }

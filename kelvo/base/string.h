@@ -17,25 +17,27 @@ namespace qv {
 
 class StringVector;
 
-/// Shared text of `String`s: this header and the NUL-terminated text behind it in one allocation.
+/// The shared text of `String`s: this header and the NUL-terminated text in one allocation.
 class QV_EXPORT StringBuffer final {
 public:
     StringBuffer(const StringBuffer&) = delete;
     StringBuffer& operator=(const StringBuffer&) = delete;
 
-    /// Makes a buffer of `length` bytes with count 1; the caller fills `text()` before sharing it.
+    /// Makes a buffer of `length` bytes with count 1; the caller must fill `text()` before sharing
+    /// it.
     [[nodiscard]] static StringBuffer* create(u64 length);
 
-    /// Turns a block from `std::malloc` into a buffer with count 1. Needs `headerSize` free bytes
-    /// in front of the text and a byte for the final NUL behind it; takes the block over.
+    /// Turns a block from `std::malloc` into a buffer with count 1, and takes the block over. Needs
+    /// `headerSize` free bytes in front of the text and a byte for the final NUL behind it.
     [[nodiscard]] static StringBuffer* fromBlock(void* block, u64 length) noexcept;
 
-    /// Makes a buffer of count 1 inside a block that holds others too; see `StringBlock`.
+    /// Makes a buffer with count 1 inside a block that contains others too; see `StringBlock`.
     [[nodiscard]] static StringBuffer* inBlock(char* block, u32 offset, u64 length) noexcept;
 
     void incRef() noexcept { m_refs.fetch_add(1, std::memory_order_relaxed); }
 
-    // A count of 1 read by its owner cannot change under it, which saves the last decrement.
+    // If the owner reads a count of 1, no other thread can change it, which saves the last
+    // decrement.
     void decRef() noexcept {
         if (m_refs.load(std::memory_order_acquire) == 1 ||
             m_refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
@@ -52,12 +54,12 @@ public:
     }
     [[nodiscard]] std::string_view view() const noexcept { return {text(), m_length}; }
 
-    /// Hash of the text, computed once; never 0.
+    /// Returns the hash of the text, computed once; never 0.
     [[nodiscard]] u64 hash() const noexcept {
         const u64 known = m_hash.load(std::memory_order_relaxed);
         return known != 0 ? known : computeHash();
     }
-    /// Hash of the text in ASCII lower case, computed once; never 0.
+    /// Returns the hash of the text in ASCII lower case, computed once; never 0.
     [[nodiscard]] u64 foldedHash() const noexcept {
         const u64 known = m_foldedHash.load(std::memory_order_relaxed);
         return known != 0 ? known : computeFoldedHash();
@@ -73,21 +75,21 @@ private:
     [[nodiscard]] u64 computeFoldedHash() const noexcept;
 
     std::atomic<i32> m_refs{1};
-    // Where this lies in a block that it shares; 0 in an allocation of its own.
+    // The offset in a shared block; 0 in an allocation of its own.
     u32 m_blockOffset = 0;
     u64 m_length;
-    // 0 stands for "not computed yet"; threads that race here store the same value.
+    // 0 means "not computed yet"; racing threads store the same value.
     mutable std::atomic<u64> m_hash{0};
     mutable std::atomic<u64> m_foldedHash{0};
 };
 
 inline constexpr u64 StringBuffer::headerSize = sizeof(StringBuffer);
 
-/// Immutable text, UTF-8 by convention, passed by value: copies share one counted buffer.
+/// An immutable text, UTF-8 by convention, passed by value: copies share one counted buffer.
 ///
-/// Operations that change text return a new String; where nothing changes they share the receiver's
-/// buffer. Case, white space and identifiers follow ASCII rules whatever the locale; other bytes
-/// pass through. One String object is for one thread at a time, its shared text for any.
+/// Operations that change text return a new String; if nothing changes, it shares the buffer. Case,
+/// white space and identifiers follow ASCII rules in any locale; other bytes pass through. A String
+/// object may be used by one thread at a time, its shared text by any.
 class QV_EXPORT String : public RefersTo<StringBuffer> {
 public:
     static constexpr u64 npos = noIndex;
@@ -102,66 +104,67 @@ public:
     explicit String(std::string_view text) : RefersTo(adoptRef, copyOf(text)) {}
     explicit String(char c) : String(std::string_view(&c, 1)) {}
 
-    /// Takes over a reference on a buffer; null gives the empty string.
+    /// Takes over a reference to a buffer; null gives the empty string.
     String(AdoptRef, StringBuffer* buffer) noexcept : RefersTo(adoptRef, buffer) {}
 
-    /// Formats like `printf`, with any length of result. `%f` and its kin follow the C locale.
+    /// Formats like `printf`, with a result of any length. `%f` and the like follow the C locale.
     [[nodiscard, gnu::format(printf, 1, 2)]] static String format(const char* fmt, ...);
     [[nodiscard, gnu::format(printf, 1, 0)]] static String vformat(const char* fmt, va_list args);
 
-    /// The NUL-terminated text, never null, valid while this String or a copy of it lives.
+    /// Returns the NUL-terminated text, never null, valid while this String or a copy of it lives.
     [[nodiscard]] const char* buf() const noexcept { return get() ? get()->text() : ""; }
     [[nodiscard]] std::string_view view() const noexcept {
         return get() ? get()->view() : std::string_view("", 0);
     }
     operator std::string_view() const noexcept { return view(); }
 
-    /// Length in bytes, without the final NUL.
+    /// Returns the length in bytes, without the final NUL.
     [[nodiscard]] u64 size() const noexcept { return get() ? get()->length() : 0; }
     [[nodiscard]] u64 length() const noexcept { return size(); }
 
-    /// The byte at `index`, unchecked; `size()` gives the final NUL.
+    /// Returns the byte at `index`, unchecked; the final NUL at `size()`.
     [[nodiscard]] char operator[](u64 index) const noexcept { return buf()[index]; }
     [[nodiscard]] const char* begin() const noexcept { return buf(); }
     [[nodiscard]] const char* end() const noexcept { return buf() + size(); }
 
-    /// Cuts white space off the chosen ends.
+    /// Removes white space at the chosen ends.
     [[nodiscard]] String trim(bool leading = true, bool trailing = true) const;
 
-    /// Puts the first letter of each word in upper case; words start after white space or '_'.
+    /// Turns the first letter of each word into upper case; words start after white space or '_'.
     /// The other letters stay when `keepRest`, else they become lower case.
     [[nodiscard]] String titleCased(bool keepRest = true) const;
     [[nodiscard]] String toLower() const;
     [[nodiscard]] String toUpper() const;
 
-    /// Replaces all occurrences of `from`, or only the first. An empty `from` occurs nowhere.
+    /// Replaces all occurrences of `from`, or only the first. An empty `from` never occurs.
     [[nodiscard]] String replace(String from, String to, bool all, bool ignoreCase) const;
 
-    /// The pieces between separators: one piece more than there are separators, less the empty
-    /// ones unless `keepEmpty`. With `trim`, white space is cut off each piece first.
-    /// The empty text has one empty piece.
+    /// Returns the pieces between separators: one more than there are separators, without the empty
+    /// ones unless `keepEmpty`. With `trim`, first removes white space around each piece. The empty
+    /// text has one empty piece.
     [[nodiscard]] StringVector split(char sep, bool keepEmpty, bool trim) const;
 
-    /// The text before the first `c`, with it when `inclusive`; the whole text when absent.
+    /// Returns the text before the first `c`, with `c` when `inclusive`; the whole text when
+    /// absent.
     [[nodiscard]] String toFirst(char c, bool inclusive) const;
 
-    /// `count` bytes from `pos` on, or as many as there are.
+    /// Returns `count` bytes from `pos` on, or as many as there are.
     [[nodiscard]] String substr(u64 pos, u64 count = npos) const;
 
     [[nodiscard]] bool startsWith(String prefix, bool ignoreCase) const;
     [[nodiscard]] bool endsWith(String suffix, bool ignoreCase) const;
     [[nodiscard]] bool contains(String part, bool ignoreCase) const;
 
-    /// Position of the first `part` at or after `from`; `npos` when absent.
+    /// Returns the position of the first `part` at or after `from`; `npos` when absent.
     [[nodiscard]] u64 find(std::string_view part, u64 from = 0) const noexcept;
     [[nodiscard]] u64 find(char c, u64 from = 0) const noexcept;
     [[nodiscard]] u64 findLast(char c) const noexcept;
 
-    /// Three-way comparison by bytes: negative, 0 or positive.
+    /// Compares by bytes: negative, 0 or positive.
     [[nodiscard]] int compare(std::string_view other) const noexcept;
     [[nodiscard]] int compareNoCase(String other) const noexcept;
 
-    /// Equality without copying a handle.
+    /// Compares without copying a handle.
     [[nodiscard]] bool equals(const String& other) const noexcept {
         return get() == other.get() || view() == other.view();
     }
@@ -173,13 +176,15 @@ public:
         return equalsNoCase(viewOf(other));
     }
 
-    /// A letter or '_', then letters, digits and '_'.
+    /// Tells whether the text is a letter or '_', followed by letters, digits and '_'.
     [[nodiscard]] bool isSimpleCID() const noexcept;
 
-    /// Hash of the text: the same on every platform, run and build; never 0; kept in the buffer.
+    /// Returns the hash of the text: the same on every platform, run and build; never 0; kept in
+    /// the buffer.
     [[nodiscard]] u64 hash() const noexcept { return get() ? get()->hash() : hashOfNothing; }
 
-    /// The same for the text in ASCII lower case: texts equal without regard to case share it.
+    /// Returns the hash of the text in ASCII lower case, which texts that differ only in case
+    /// share.
     [[nodiscard]] u64 foldedHash() const noexcept {
         return get() ? get()->foldedHash() : hashOfNothing;
     }

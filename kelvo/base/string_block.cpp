@@ -10,8 +10,8 @@ namespace qv {
 
 namespace {
 
-// The block begins with the number of its texts, counted before they are made, and one for itself
-// while it is filled.
+// The block begins with its reference count: one reference for each expected text, and one for the
+// StringBlock itself.
 using Count = std::atomic<u64>;
 
 constexpr u64 alignment = alignof(StringBuffer);
@@ -28,7 +28,7 @@ void release(char* block, u64 references) noexcept {
 
 } // namespace
 
-// A text knows its way back to the block by 32 bits; what lies beyond finds no room.
+// Offsets in a block have 32 bits, so a block is never larger.
 StringBlock::StringBlock(u64 count, u64 bytes) : m_used(sizeof(Count)), m_left(count) {
     constexpr u64 limit = std::numeric_limits<u32>::max();
     if (count == 0 || count > limit || bytes > limit) return;

@@ -7,16 +7,16 @@
 
 namespace qv {
 
-/// Makes several Strings whose texts share one allocation, which lives until the last is gone.
+/// Makes several Strings in one allocation, which lives until the last of them is destroyed.
 class QV_EXPORT StringBlock {
 public:
-    /// Makes room for `count` texts, not empty, of `bytes` bytes in all.
+    /// Allocates room for `count` non-empty texts of `bytes` bytes in all.
     StringBlock(u64 count, u64 bytes);
     ~StringBlock();
     StringBlock(const StringBlock&) = delete;
     StringBlock& operator=(const StringBlock&) = delete;
 
-    /// Returns a copy of the text; one for which there is no room gets an allocation of its own.
+    /// Returns a copy of the text; without room left, the copy gets an allocation of its own.
     [[nodiscard]] String add(std::string_view text);
 
 private:

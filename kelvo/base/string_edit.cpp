@@ -11,7 +11,8 @@ namespace qv {
 
 namespace {
 
-// The text with each byte passed through `change(byte, index)`; the same String if none changes.
+// Returns the text with each byte passed through `change(byte, index)`; the same String if none
+// changes.
 template<class Change>
 String mapped(const String& text, Change change) {
     const std::string_view from = text.view();

@@ -11,7 +11,7 @@ namespace qv {
 
 namespace {
 
-// Enough for every number: 24 characters for the longest double, 20 for the longest integer.
+// Enough for any number: 24 characters for the longest double, 20 for the longest integer.
 constexpr u64 numberRoom = 32;
 
 template<class Number>
@@ -20,10 +20,10 @@ void appendNumber(StringIO& out, Number value) {
     out.commit(static_cast<u64>(std::to_chars(to, to + numberRoom, value).ptr - to));
 }
 
-// Values below 1e9 with at most three decimals, which people write, go by integer arithmetic.
-// Such a value divided by 1000 again gives the same bits only if its text reads back to them, and
-// among texts of up to 15 digits there is one that does, so this is the shortest. Large integers
-// that end in 0 may be shorter with an exponent and are left to the general way.
+// Formats values below 1e9 with at most three decimals, which people write, by integer arithmetic.
+// Dividing by 1000 again proves that the text reads back to the same bits; no other text of up to
+// 15 digits does, so it is the shortest. Large integers that end in 0 may be shorter with an
+// exponent, so the general way formats them.
 bool appendShortReal(StringIO& out, double value) {
     const double scaled = std::fabs(value) * 1000.0;
     if (!(scaled < 1e12)) return false;
@@ -96,8 +96,7 @@ void StringIO::truncate(u64 size) noexcept {
 String StringIO::take() {
     if (m_size == 0) return {};
     void* block = m_text - StringBuffer::headerSize;
-    // Gives back the memory that was reserved in excess; where that fails, the block stays as it
-    // is.
+    // Returns excess memory; if that fails, the block stays as it is.
     if (m_capacity - m_size > m_size / 8)
         if (void* fitted = std::realloc(block, StringBuffer::headerSize + m_size + 1))
             block = fitted;

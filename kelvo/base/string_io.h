@@ -9,8 +9,8 @@
 
 namespace qv {
 
-/// Growable sink for long texts. Numbers are written with the shortest text that reads back to the
-/// same bits, whatever the locale. Used by one thread at a time.
+/// A growable sink for long texts. Writes numbers as the shortest text that reads back to the same
+/// bits, in any locale. One thread at a time may use it.
 class QV_EXPORT StringIO {
 public:
     StringIO() noexcept = default;
@@ -20,7 +20,7 @@ public:
     StringIO& operator=(const StringIO&) = delete;
     ~StringIO();
 
-    /// The NUL-terminated text written so far, never null, valid until the sink changes.
+    /// Returns the NUL-terminated text written so far, never null, valid until the sink changes.
     [[nodiscard]] const char* buf() const noexcept { return m_text ? m_text : ""; }
     [[nodiscard]] std::string_view view() const noexcept { return {buf(), m_size}; }
     [[nodiscard]] u64 size() const noexcept { return m_size; }
@@ -32,7 +32,7 @@ public:
         commit(text.size());
         return *this;
     }
-    /// Null appends nothing.
+    /// Null appends an empty text.
     StringIO& append(const char* text) {
         return append(text ? std::string_view(text) : std::string_view());
     }
@@ -47,18 +47,18 @@ public:
     StringIO& appendInt(i64 value);
     StringIO& appendUInt(u64 value);
 
-    /// Infinities are written "inf" and "-inf", all that is not a number "nan" or "-nan".
+    /// Writes infinities as "inf" and "-inf", values that are not a number as "nan" or "-nan".
     StringIO& appendReal(double value);
-    /// The shortest text that reads back to the same `float`.
+    /// Writes the shortest text that reads back to the same `float`.
     StringIO& appendReal(float value);
 
-    /// Makes room for `count` more bytes and answers where they go; `commit` says how many were
-    /// written there. Never null.
+    /// Makes room for `count` more bytes and returns their address, never null. Call `commit` with
+    /// the number of bytes written there.
     [[nodiscard]] char* prepare(u64 count) {
         if (m_capacity - m_size < count || !m_text) grow(count);
         return m_text + m_size;
     }
-    /// Adds `count` bytes, at most what was prepared, to the text.
+    /// Adds `count` bytes, at most the number prepared, to the text.
     void commit(u64 count) noexcept {
         m_size += count;
         m_text[m_size] = '\0';
@@ -67,10 +67,10 @@ public:
     /// Makes room for a text of `size` bytes in all.
     void reserve(u64 size);
 
-    /// Forgets the text and keeps the storage.
+    /// Removes the text and keeps the storage.
     void clear() noexcept;
 
-    /// Cuts the text to `size` bytes; a larger size changes nothing.
+    /// Shortens the text to `size` bytes; a larger size changes nothing.
     void truncate(u64 size) noexcept;
 
     /// Moves the text out into a String without copying it; the sink is empty afterwards.
@@ -80,7 +80,8 @@ private:
     void grow(u64 count);
     void release() noexcept;
 
-    // The text stands behind room for a StringBuffer's header, so that take() need not move it.
+    // The storage has room for a StringBuffer's header in front of the text, so that take() need
+    // not move the text.
     char* m_text = nullptr;
     u64 m_size = 0;
     u64 m_capacity = 0;

@@ -10,7 +10,7 @@ StringVector::StringVector(std::initializer_list<String> items) {
     list.items = ds::Vector<String>(items);
 }
 
-// The list, made if there is none and copied if others share it.
+// Returns the list for changing: makes it if there is none, copies it if others share it.
 StringList& StringVector::own() {
     if (get() && get()->refCount() == 1) return *get();
     auto fresh = RefersTo<StringList>::adopt(new StringList);

@@ -9,19 +9,19 @@
 
 namespace qv {
 
-/// Shared list behind `StringVector`s.
+/// The shared list behind `StringVector`s.
 class QV_EXPORT StringList final : public RefCounted {
 public:
     ds::Vector<String> items;
 };
 
-/// List of texts, passed by value: copies share one counted list until one of them is changed.
+/// A list of texts, passed by value: copies share one counted list until one of them changes.
 class QV_EXPORT StringVector : public RefersTo<StringList> {
 public:
     StringVector() noexcept = default;
     StringVector(std::initializer_list<String> items);
 
-    /// Appends; other StringVectors that shared the list keep what they had.
+    /// Appends; other StringVectors that shared the list are unchanged.
     void push_back(String item);
     void reserve(u64 count);
     void clear() noexcept { reset(); }
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] bool isEmpty() const noexcept { return size() == 0; }
     [[nodiscard]] u64 size() const noexcept { return get() ? get()->items.size() : 0; }
 
-    /// The element at `index`, unchecked, valid until the list changes.
+    /// Returns the element at `index`, unchecked, valid until the list changes.
     [[nodiscard]] const String& operator[](u64 index) const noexcept { return get()->items[index]; }
 
     [[nodiscard]] const String* begin() const noexcept {
@@ -40,20 +40,20 @@ public:
         return get() ? get()->items.end() : nullptr;
     }
 
-    /// Access for changing elements: a shared list is copied first. Read through a const
-    /// reference (`std::as_const`) to avoid that.
+    /// Returns elements for changing: copies a shared list first. To avoid that, read through a
+    /// const reference (`std::as_const`).
     [[nodiscard]] String* begin();
     [[nodiscard]] String* end();
 
-    /// The elements in order with the separator between them and none at the ends.
+    /// Joins the elements in order, with the separator between them.
     [[nodiscard]] String join(String separator) const;
 
     [[nodiscard]] bool contains(String text, bool ignoreCase) const noexcept;
 
-    /// Position of the first element equal to `text`; `noIndex` when absent.
+    /// Returns the position of the first element equal to `text`; `noIndex` when absent.
     [[nodiscard]] u64 indexOf(const String& text, bool ignoreCase) const noexcept;
 
-    /// Equal elements in the same order.
+    /// Tells whether both have equal elements in the same order.
     [[nodiscard]] bool operator==(const StringVector& other) const noexcept;
 
 private:

@@ -14,7 +14,7 @@ using i16 = std::int16_t;
 using i32 = std::int32_t;
 using i64 = std::int64_t;
 
-/// Answers "absent" where a position is expected: all bits set, -1 when read as signed.
+/// The position of something absent: all bits set, -1 when read as signed.
 inline constexpr u64 noIndex = ~u64{0};
 
 } // namespace qv

@@ -9,7 +9,7 @@ namespace {
 constexpr u64 ones = 0x0101010101010101u;
 constexpr u64 highBits = 0x80 * ones;
 
-// Tells whether all eight bytes lie between space and '~'.
+// Tells whether all eight bytes are in the range from space to '~'.
 bool isPlain(u64 word) noexcept {
     const u64 belowSpace = word - ' ' * ones;
     const u64 isDelete = (word ^ (0x7f * ones)) - ones;
@@ -20,7 +20,7 @@ bool isFaultyAscii(unsigned char c) noexcept {
     return c == 0x7f || (c < ' ' && c != '\t' && c != '\n' && c != '\r');
 }
 
-// The range of a sequence's second byte that excludes overlong, surrogate and too large characters.
+// The range of a sequence's second byte; excludes overlong, surrogate and too large characters.
 struct Lead {
     u64 length;
     unsigned char secondFrom;

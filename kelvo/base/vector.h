@@ -18,16 +18,16 @@ namespace qv::ds {
 template<class K, class V>
 class HashMap;
 
-/// Growable array of three words: storage, count, capacity, in this order.
+/// A growable array of three words: storage, count, capacity, in this order.
 ///
 /// The storage is an array of `capacity` constructed elements, null when nothing was ever
 /// allocated. Appending to a full vector makes the capacity 2, then doubles the count. Slots behind
-/// the count hold no owned values: what leaves the vector is replaced by `T{}`. Positions are not
-/// checked. Out of memory throws `std::bad_alloc` and changes nothing.
+/// the count own nothing: removed elements are replaced by `T{}`. Positions are not checked.
+/// Running out of memory throws `std::bad_alloc` and changes nothing.
 ///
-/// A long vector of pointers moves what is in front of a place or what is behind it, whichever is
-/// less, so that elements come and go at both ends in constant time. Free places in front count
-/// neither as elements nor as capacity.
+/// A long vector of pointers moves the elements before a position or those after it, whichever are
+/// fewer, so that inserting and removing at both ends takes constant time. Free places in front
+/// count neither as elements nor as capacity.
 template<class T>
 class QV_EXPORT Vector {
 public:
@@ -39,7 +39,7 @@ public:
     Vector(std::initializer_list<T> items) : Vector(items.begin(), items.size()) {}
 
     /// Copies with a capacity of exactly the count. An empty copy has no storage, unless the
-    /// element type declares `keepsEmptyArray`: then it has an array of 0 elements of its own.
+    /// element type declares `keepsEmptyArray`: then it owns an array of 0 elements.
     Vector(const Vector& other) : Vector(other.m_data, other.m_count) {}
     Vector(Vector&& other) noexcept
         : m_data(std::exchange(other.m_data, nullptr)),
@@ -94,7 +94,7 @@ public:
         --m_count;
     }
 
-    /// Puts `value` before the element at `index`, which may be the count.
+    /// Inserts `value` before the element at `index`, which may be the count.
     void insert(u64 index, T value) {
         if constexpr (movesFront) {
             if (isInFront(index) && makeRoom()) return insertMovingFront(index, value);
@@ -133,7 +133,7 @@ public:
         return true;
     }
 
-    /// Position of the first element equal to `value`; `noIndex` when absent.
+    /// Returns the position of the first element equal to `value`; `noIndex` when absent.
     [[nodiscard]] u64 indexOf(const T& value) const {
         for (u64 i = 0; i < m_count; ++i)
             if (sameValue(m_data[i], value)) return i;
@@ -155,7 +155,7 @@ public:
         if (capacity > this->capacity()) reallocate(capacity);
     }
 
-    /// Makes the count `count`; new elements are `T{}`.
+    /// Sets the count; new elements are `T{}`.
     void resize(u64 count) {
         reserve(count);
         while (m_count > count)
@@ -170,7 +170,7 @@ public:
         std::swap(m_capacity, other.m_capacity);
     }
 
-    /// Equal elements in the same order.
+    /// Tells whether both have equal elements in the same order.
     [[nodiscard]] bool operator==(const Vector& other) const {
         return m_count == other.m_count &&
                std::equal(begin(), end(), other.begin(),
@@ -185,12 +185,12 @@ private:
     static constexpr u64 maxBytes = std::numeric_limits<std::size_t>::max();
 
     // ---- Room in front ---------------------------------------------------------------------
-    // While there are free places in front, the capacity word carries a flag, and the last of these
-    // places their number.
+    // While there are free places in front, the capacity has a flag, and the last of these places
+    // contains their number.
 
     static constexpr bool movesFront = std::is_pointer_v<T> && sizeof(T) == sizeof(u64);
     static constexpr u64 roomFlag = u64(1) << 63;
-    // Moving a few words costs nothing.
+    // Moving fewer elements is too cheap to avoid.
     static constexpr u64 fewest = 64;
 
     [[nodiscard]] bool isInFront(u64 index) const noexcept {
@@ -206,7 +206,7 @@ private:
     }
     [[nodiscard]] T* storage() const noexcept { return m_data - room(); }
 
-    // Lets the elements begin behind that many free places; needs a storage of `total` places.
+    // Makes the elements begin behind `places` free places; needs a storage of `total` places.
     void setRoom(T* storage, u64 places, u64 total) noexcept {
         m_data = storage + places;
         m_capacity = total - places;
@@ -215,7 +215,7 @@ private:
         std::memcpy(m_data - 1, &places, sizeof places);
     }
 
-    // Sees to it that there is room; false when what is spare behind is too little to be worth it.
+    // Makes room in front; false when the spare capacity behind is too small to be worth the move.
     bool makeRoom() {
         if (room() != 0) return true;
         const u64 spare = m_capacity - m_count;
@@ -228,7 +228,8 @@ private:
         return true;
     }
 
-    // Takes the places in front to the back; false when there are none.
+    // Moves the elements to the start of the storage, so that the free places are behind them;
+    // false when there are none.
     bool moveToStorage() noexcept {
         const u64 places = room();
         if (places == 0) return false;
@@ -257,7 +258,7 @@ private:
 
     // ---- Storage ---------------------------------------------------------------------------
 
-    // An empty vector on an array of 0 elements that its owner takes back with `abandonStorage`.
+    // An empty vector on an array of 0 elements, which its owner takes back after `abandonStorage`.
     struct EmptyStorage {
         T* array;
     };
@@ -276,7 +277,7 @@ private:
         m_count = m_capacity = count;
     }
 
-    // A size that overflows becomes the largest request, which no allocator can meet.
+    // A size that overflows becomes the largest request, which makes the allocator fail as usual.
     [[nodiscard]] static T* allocate(u64 count) {
         if (count > maxBytes / sizeof(T)) failAllocation();
         return new T[count];
@@ -308,8 +309,8 @@ private:
         reallocate(m_count == 0 ? 2 : 2 * m_count);
     }
 
-    // Where at least half of the storage lies in front, that is enough to grow into. Less of it has
-    // to do where there is no memory: what was taken out can always be put back.
+    // If at least half of the storage is free in front, uses that room to grow. Uses less room when
+    // memory is out: a removed element can then always be put back.
     void growMovingFront() {
         if (room() >= m_count && moveToStorage()) return;
         try {
@@ -319,7 +320,7 @@ private:
         }
     }
 
-    // Takes the value by itself: it may be one of the elements that move.
+    // Needs a value outside the storage, because growing moves the elements.
     void pushGrowing(T&& value) {
         grow();
         m_data[m_count] = std::move(value);
@@ -333,7 +334,7 @@ private:
             std::move_backward(m_data + index, m_data + m_count, m_data + m_count + 1);
     }
 
-    // Written so that an index behind the count moves nothing.
+    // Moves nothing for an index behind the count.
     void shiftDown(u64 index) {
         if (index + 1 >= m_count) return;
         if constexpr (std::is_trivially_copyable_v<T>)

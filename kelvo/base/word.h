@@ -5,7 +5,7 @@
 #include <bit>
 #include <cstring>
 
-/// Words read from unaligned bytes, least significant byte first on every platform.
+/// Reads words from unaligned bytes, least significant byte first on every platform.
 namespace qv::word {
 
 [[nodiscard]] inline u64 load64(const void* bytes) noexcept {

@@ -15,7 +15,7 @@
 
 namespace qv::kelvo_files {
 
-/// Follows symbolic links to the end, which may be a file that is still to be made.
+/// Follows symbolic links to their final target, which need not exist yet.
 inline std::error_code followLinks(std::filesystem::path& file) {
     std::error_code failure;
     for (int links = 0; std::filesystem::is_symlink(file, failure); ++links) {
@@ -36,18 +36,18 @@ struct Close {
 };
 using Stream = std::unique_ptr<std::FILE, Close>;
 
-// "x" in the mode makes a new file, or fails.
+// Mode "x" creates a new file, and fails if the file exists.
 inline Stream open(const fs::path& file, const char* mode) {
     return Stream(std::fopen(file.string().c_str(), mode));
 }
 
-// Streams take memory; lack of it is told as such.
+// Opening and closing streams may fail for lack of memory; throws `bad_alloc` then, as elsewhere.
 inline std::error_code lastError() {
     if (errno == ENOMEM) throw std::bad_alloc();
     return {errno, std::generic_category()};
 }
 
-// A new file that goes again unless it takes the place of another.
+// A new file that is deleted again unless it replaces another file.
 class NewFile {
 public:
     NewFile() = default;
@@ -58,7 +58,7 @@ public:
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
-    // Makes it in the folder and gives it that name.
+    // Creates the file in the folder, under a free name.
     Stream openIn(const fs::path& folder);
     std::error_code moveTo(const fs::path& target) {
         std::error_code failure;
@@ -80,7 +80,7 @@ inline std::error_code readAll(std::FILE* stream, std::string& text) {
     return std::ferror(stream) ? lastError() : std::error_code();
 }
 
-// Some file systems tell of a failed write only when the file is closed.
+// Checks the close as well: some file systems report a failed write only then.
 inline std::error_code writeAll(Stream stream, std::string_view text) {
     if (std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size()) return lastError();
     return std::fclose(stream.release()) == 0 ? std::error_code() : lastError();
@@ -101,7 +101,8 @@ inline Stream NewFile::openIn(const fs::path& folder) {
     return nullptr;
 }
 
-// Nobody may read meanwhile what the old file kept from him.
+// Sets the permissions before the content, so that nobody can read text that the old file kept
+// private.
 inline std::error_code fillAndRename(Stream made, NewFile& file, const fs::path& target,
                                      const fs::file_status& old, std::string_view text) {
     std::error_code failure;
@@ -112,7 +113,7 @@ inline std::error_code fillAndRename(Stream made, NewFile& file, const fs::path&
 
 inline std::error_code replace(const fs::path& target, const fs::file_status& old,
                                std::string_view text) {
-    // A file that may not be written must not be replaced either.
+    // A file without write permission must not be replaced either.
     if (fs::exists(old) && !open(target, "r+b")) return lastError();
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
     NewFile file;
@@ -123,7 +124,7 @@ inline std::error_code replace(const fs::path& target, const fs::file_status& ol
 
 } // namespace detail
 
-/// Reads a whole file; `text` is unchanged when that fails.
+/// Reads a whole file; on failure `text` is unchanged.
 [[nodiscard]] inline std::error_code readText(const std::filesystem::path& file, String& text) {
     const detail::Stream stream = detail::open(file, "rb");
     if (!stream) return detail::lastError();
@@ -133,15 +134,15 @@ inline std::error_code replace(const fs::path& target, const fs::file_status& ol
     return failure;
 }
 
-/// Replaces a file as a whole: whoever reads it meanwhile gets the old text or the new one, and on
-/// failure the old one stays. Permissions are kept, symbolic links followed; what is no plain file,
-/// such as a device, is written to.
+/// Replaces a file in one step: concurrent readers get the old or the new text, and on failure the
+/// old text stays. Keeps permissions and follows symbolic links; writes directly to anything other
+/// than a plain file, such as a device.
 ///
-/// A program that is killed meanwhile may leave one file ".kelvo-" and six letters beside it.
+/// A program that is killed meanwhile may leave a file ".kelvo-" with six letters in the folder.
 [[nodiscard]] inline std::error_code writeText(std::filesystem::path file, std::string_view text) {
     std::error_code unknown;
     const std::filesystem::file_status old = std::filesystem::status(file, unknown);
-    // A link such as /dev/stdout may name a pipe by no path that leads there.
+    // Opens by the given name: a link such as /dev/stdout may lead to a pipe that has no path.
     if (std::filesystem::exists(old) && !std::filesystem::is_regular_file(old)) {
         detail::Stream opened = detail::open(file, "wb");
         return opened ? detail::writeAll(std::move(opened), text) : detail::lastError();

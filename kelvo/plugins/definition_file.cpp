@@ -22,7 +22,7 @@ bool fail(const fs::path& file, const std::string& reason, String& error) {
 
 bool readDefinitionFile(const fs::path& file, String& text, String& error) {
     std::error_code failure;
-    // Anything else, such as a pipe, might keep us waiting.
+    // Reading any other file, such as a pipe, might block.
     const bool regular = fs::is_regular_file(file, failure);
     if (failure) return fail(file, failure.message(), error);
     if (!regular) return fail(file, "not a regular file", error);

@@ -6,10 +6,10 @@
 
 namespace qv::kelvo_plugins {
 
-/// Bytes above which a file is taken for something else than definitions.
+/// Larger files, in bytes, are refused: they are hardly definitions.
 inline constexpr std::uintmax_t definitionFileLimit = std::uintmax_t{64} << 20;
 
-/// Reads a definition file. False with the reason in `error`, which names the file.
+/// Reads a definition file. False with the reason in `error`, which includes the file's name.
 [[nodiscard]] bool readDefinitionFile(const std::filesystem::path& file, String& text,
                                       String& error);
 

@@ -19,7 +19,7 @@ String textOf(const fs::path& path) {
     return String(std::string_view(path.native()));
 }
 
-// Calls into a plug-in; false when it throws, and `error` says so.
+// Makes a call into a plug-in; false, with a message in `error`, when the call throws.
 template<class Call>
 bool guarded(const char* what, String& error, Call call) {
     try {
@@ -38,7 +38,7 @@ bool fail(String reason, String& error) {
     return false;
 }
 
-// Nothing but the version may be looked at before it is ours.
+// Checks the version before all else: the rest of the entry may have another layout.
 bool accepts(const LibraryEntry* entry, String& error) {
     constexpr u32 ours = kelvo_sdk::libraryInterfaceVersion;
     if (!entry) return fail("its entry point returns null", error);
@@ -54,7 +54,7 @@ bool accepts(const LibraryEntry* entry, String& error) {
     return entry->create || fail("its entry has no function that creates the library", error);
 }
 
-// The state of a plug-in while it is being loaded.
+// State while a plug-in is loaded.
 struct Loading {
     PluginCode code;
     const LibraryEntry* entry = nullptr;
@@ -68,7 +68,7 @@ bool enter(kelvo_sdk::LibraryEntryPoint point, Loading& loading, String& error) 
     if (!guarded("creating its library", error, [&] { created = loading.entry->create(); }))
         return false;
     if (!created) return fail("creating its library gives null", error);
-    // The look-up takes a reference of its own, this one goes.
+    // `lookUp` takes its own reference; drops the one that the plug-in created.
     const auto owned = RefersTo<kelvo_sdk::interfaces::ILibInfo>::adopt(created);
     loading.code.lookUp = LibInfo(created);
     return guarded("its path of definitions", error,
@@ -86,11 +86,11 @@ String brokenDefinitions(const kelvo_sdk::Diagnostics& found) {
 
 struct Definitions {
     String text;
-    /// Their name in messages: a file, or the library that holds them.
+    /// The source of the definitions in messages: a file or a library.
     String source;
 };
 
-// Where the definition file of a library lies; where it belongs when it is missing.
+// Returns the library's definition file or, if missing, the path where it should be.
 fs::path definitionFile(const String& kndPath, const std::string& name, const SearchPath& path) {
     const fs::path stated(kndPath.isEmpty() ? name + ".knd" : std::string(kndPath.view()));
     if (stated.is_absolute()) return stated;

@@ -7,20 +7,20 @@
 
 namespace qv::kelvo_plugins {
 
-/// A node library that is ready for a scene.
+/// A loaded node library, ready to be added to a scene.
 struct Plugin {
     String name;
-    /// The shared object, absolute; empty for a registered library.
+    /// Absolute path of the shared object; empty for a registered library.
     String file;
     /// Keeps the shared object in memory.
     kelvo_sdk::LibInfo library;
 };
 
-/// Loads a plug-in with the definitions beside it. False when that fails: nothing stays loaded, and
-/// `error` is one sentence that names the file.
+/// Loads a plug-in with the definitions beside it. On failure returns false, unloads everything and
+/// puts a sentence into `error` that names the file.
 [[nodiscard]] bool loadPlugin(const std::filesystem::path& file, Plugin& plugin, String& error);
 
-/// Makes the library of a registered entry. A definition file is looked for in `path`.
+/// Makes the library of a registered entry. Searches `path` for its definition file.
 [[nodiscard]] bool loadRegistered(const Registered& registered, const SearchPath& path,
                                   Plugin& plugin, String& error);
 

@@ -6,20 +6,19 @@
 
 namespace qv::kelvo_plugins {
 
-/// Things that a plug-in's library needs to its very end: the code, and the plug-in's own look-up
-/// in it.
-// In this order: the look-up goes by its own code.
+/// The parts of a plug-in that its library needs until the end: the code, and the look-up object
+/// made by that code.
+// In this order: the look-up is destroyed first, as it runs its own code.
 struct PluginCode {
     std::shared_ptr<SharedObject> object;
     kelvo_sdk::LibInfo lookUp;
 };
 
-/// Returns a library for the types of a plug-in. It keeps the shared object in memory, and nodes
-/// keep their library: whoever lets go of it last, node or program, unloads the plug-in.
+/// Returns a library for the types of a plug-in. The library keeps the shared object in memory, and
+/// nodes keep the library: the last reference to it, of a node or the program, unloads the plug-in.
 [[nodiscard]] kelvo_sdk::LibInfo createPluginLibrary(PluginCode code, String kndPath);
 
-/// Gives all types of the library the callbacks that the plug-in's look-up has for them, which may
-/// throw.
+/// Gives all types of the library their callbacks from the plug-in's look-up, which may throw.
 void bindTypes(const kelvo_sdk::LibInfo& library, const kelvo_sdk::LibInfo& lookUp);
 
 } // namespace qv::kelvo_plugins

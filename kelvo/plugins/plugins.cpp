@@ -14,7 +14,7 @@ bool isDirectory(const fs::path& path) {
     return fs::is_directory(path, failure);
 }
 
-// One run of `loadPlugins`.
+// State of one call of `loadPlugins`.
 class Run {
 public:
     Run(const std::vector<String>& paths, const Complain& complain) : m_complain(complain) {
@@ -73,7 +73,7 @@ private:
     const Complain& m_complain;
     Origin m_origin = Origin::Program;
     std::vector<fs::path> m_given;
-    // Directories among those given, then those of the environment.
+    // The given directories, then those of the environment.
     SearchPath m_path;
     std::vector<fs::path> m_seen;
     std::vector<Plugin> m_plugins;

@@ -12,7 +12,7 @@ struct Registry {
     std::vector<Registered> libraries;
 };
 
-// Made at first use: registrations may come from the initialisers of static objects.
+// Made at first use, as constructors of static objects may register libraries.
 Registry& registry() {
     static Registry instance;
     return instance;

@@ -12,11 +12,12 @@ struct Registered {
     kelvo_sdk::LibraryEntryPoint entry = nullptr;
 };
 
-/// Makes a node library that is linked into the program known to `loadPlugins`, for builds without
-/// shared objects. Any thread may. False when the name is empty or taken, or there is no entry.
+/// Registers a node library that is linked into the program, for `loadPlugins`; serves builds
+/// without shared objects. May be called from any thread. False when the name is empty or taken, or
+/// `entry` is null.
 bool registerLibrary(String name, kelvo_sdk::LibraryEntryPoint entry);
 
-/// Forgets a node library; what was loaded of it stays. False when there is none of that name.
+/// Unregisters a node library; a loaded one stays loaded. False when there is none of that name.
 bool unregisterLibrary(const String& name);
 
 /// Returns the registered libraries in order of registration.

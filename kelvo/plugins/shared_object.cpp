@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Returns the linker's error without the path in front, which our own message tells already.
+// Returns the linker's error without the path in front, which our own message already contains.
 String linkerError(const fs::path& file) {
     const char* told = ::dlerror();
     std::string_view reason = told ? told : "unknown error";

@@ -7,18 +7,18 @@
 
 namespace qv::kelvo_plugins {
 
-/// A shared object in memory; its code and data are valid while this lives.
+/// A loaded shared object; its code and data are valid during the lifetime of this object.
 class SharedObject {
 public:
-    /// Brings a file into memory: what it needs is bound at once, what it defines stays its own.
-    /// Null with the reason in `error`.
+    /// Loads a file: resolves all symbols that it needs at once, and keeps its own symbols private.
+    /// On failure returns null, with the reason in `error`.
     [[nodiscard]] static std::shared_ptr<SharedObject> open(const std::filesystem::path& file,
                                                             String& error);
     ~SharedObject();
     SharedObject(const SharedObject&) = delete;
     SharedObject& operator=(const SharedObject&) = delete;
 
-    /// Returns where a symbol lies, null when there is none of that name.
+    /// Returns the address of a symbol, null when there is none of that name.
     [[nodiscard]] void* symbol(const char* name) const noexcept;
     /// The file it came from, absolute and without symbolic links.
     [[nodiscard]] const std::filesystem::path& file() const noexcept { return m_file; }

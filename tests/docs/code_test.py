@@ -38,12 +38,12 @@ DEFINITION = re.compile(r"^(class|struct|static|extern|namespace|template|[\w:]+
 
 
 def is_cpp(block):
-    """Tells by the fence, or by the code where there is none."""
+    """Tells by the language of the fence, or by the code if it names none."""
     return block.language == "cpp" or bool(re.search(r"(?m)^\s*#include|;$", block.text))
 
 
 def cpp_blocks(page):
-    """Returns (block, what the page says that it prints or None) for each block of C++."""
+    """Returns (block, its documented output or None) for each block of C++."""
     blocks = doc_text.blocks(page)
     return [(block, doc_text.printed_by(block, following))
             for block, following in zip(blocks, [*blocks[1:], None]) if is_cpp(block)]
@@ -54,7 +54,7 @@ def is_program(block):
 
 
 def whole_source(block):
-    """Returns a source that the compiler takes, with the lines of the block at their places."""
+    """Returns a complete source, with the lines of the block at their line numbers."""
     if is_program(block):
         return block.text
     includes = re.findall(r"^#include .*$", block.text, re.M)

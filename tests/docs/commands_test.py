@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The commands in the README and in docs/ do what the text says. commands_test.py TOOL BUILD_DIR
 
-Each page is followed line by line, as a reader would who pastes it into a shell: in a copy of the
-tree in which scripts/run was done. A page makes the files it names, or finds them in examples/.
+Runs each page line by line, as a reader would paste it into a shell: in a copy of the tree after
+scripts/run. A page creates the files that it names, or finds them in examples/.
 """
 import filecmp
 import json
@@ -21,7 +21,7 @@ from doc_text import ROOT
 
 MODELS = pathlib.Path("/usr/share/assimp/models")
 
-# Commands that fail on purpose, by their beginning, with the exit status that the text names.
+# Commands that fail on purpose, by their beginning, with the exit status that the text states.
 STATUS = {
     "kelvo diff examples/studio.kns build/bright.kns": 1,
     "kelvo diff examples/studio.kns build/mine.kns --format json": 1,
@@ -30,8 +30,8 @@ STATUS = {
     "git merge evening": 1,
 }
 
-# Output of a command that the page does not show: a text that is there afterwards in what it prints
-# or in the file of its -o.
+# Output of a command that the page does not show: a text that its output, or the file of its -o,
+# must contain.
 SAYS = {
     "kelvo show examples/studio.kns": "└─ eye (camera)",
     "kelvo get examples/studio.kns lamp.radius": "0.05",
@@ -65,8 +65,8 @@ SAYS = {
     "build/lamp": "The radius is 0.5.",
 }
 
-# Commands that are not run here, with the reason. Each of them is looked at all the same: the
-# script, the preset or the option has to exist.
+# Commands that are not run here, with the reason. Their script, preset or option still has to
+# exist.
 NOT_RUN = {
     r"scripts/(run|test|bench|tidy|bare|install)\b": "builds everything, or needs the network",
     r"cmake --preset": "configures the whole project; tests/install does that for a client",
@@ -106,7 +106,7 @@ class Commands(unittest.TestCase):
         self.check_that_examples_stayed()
 
     def lacking(self, command):
-        """Says what this build does not have that a command needs."""
+        """Returns the part that a command needs and this build lacks."""
         imports = "kelvo import" in command or "engine." in command
         if imports and not (MODELS.exists() and self.has_import()):
             return "built without the import of models"
@@ -191,7 +191,7 @@ class Texts(unittest.TestCase):
 
 
 class Lists(unittest.TestCase):
-    """The lists above, and the commands that are not run, name things that there are."""
+    """The lists above, and the commands that are not run, name existing scripts and options."""
 
     def setUp(self):
         self.all = [found for page in doc_text.pages() for found in commands(page)]

@@ -1,37 +1,37 @@
-"""The commands in the pages: which lines they are, and what the text says that they print."""
+"""Finds the commands in the pages, and their documented output."""
 import re
 
 import doc_text
 
-# A line of a block of code that begins so is a command.
+# A line of a code block that begins with one of these programs is a command.
 PROGRAMS = ("kelvo", "cmake", "ctest", "git", "pkg-config", "cp", "cd", "mkdir", "printf", "grep",
             "c++", "g++", "export", "python3")
 
-# A line that begins so would be one, if it had a place above.
+# A line that begins with one of these programs would be a command that the list above lacks.
 OTHER_PROGRAMS = ("apt", "apt-get", "bash", "cat", "clang++", "curl", "dot", "echo", "env", "ls",
                   "make", "mv", "ninja", "pip", "rm", "sed", "sh", "sudo", "tar")
 
 
 def is_command(line):
-    if re.fullmatch(r"kelvo (scene|types) \d", line):  # How such texts begin.
+    if re.fullmatch(r"kelvo (scene|types) \d", line):  # The head of a text.
         return False
     word = line.split(" ")[0]
     return word in PROGRAMS or re.match(r"(scripts|build)/\w+$|[A-Z_]+=", word)
 
 
 def without_explanation(line):
-    """Cuts off what stands in the right-hand column, behind three blanks or behind a '#'."""
+    """Cuts off the explanation in the right-hand column, after three blanks or a '#'."""
     return re.sub(r"(\s{3,}| +# ).*$", "", line.rstrip())
 
 
 def joined(block):
-    """Returns the lines of a block, those that end in '\\' with the next, without empty ones."""
+    """Returns the lines of a block without empty ones; a line that ends in '\\' joins the next."""
     lines = re.sub(r" *\\\n *", " ", block.text).split("\n")
     return [line for line in map(str.strip, lines) if line and not line.startswith("#")]
 
 
 def commands(page):
-    """Returns (block, command, what the page says that it prints or None) for each command."""
+    """Returns (block, command, its documented output or None) for each command."""
     found = []
     blocks = doc_text.blocks(page)
     for block, following in zip(blocks, [*blocks[1:], None]):

@@ -1,4 +1,4 @@
-"""A shell in which a reader of the pages would follow them."""
+"""A shell that runs the commands of the pages as a reader would."""
 import os
 import pathlib
 import re
@@ -10,7 +10,7 @@ from doc_text import ROOT
 
 
 class Shell:
-    """A shell in a copy of the tree: folder and variables of one command hold for the next."""
+    """A shell in a copy of the tree, which keeps its folder and variables between commands."""
 
     def __init__(self, folder, build):
         self.tree = folder / "tree"
@@ -31,7 +31,7 @@ class Shell:
         (self.tree / "build" / "release").symlink_to(self.build)
 
     def compiling(self):
-        """Returns the variables by which what is compiled goes with the build."""
+        """Returns the variables that make compiled programs compatible with the build."""
         sanitize = doc_text.configured(self.build, "KELVO_SANITIZE")
         return {"CXX": doc_text.configured(self.build, "CMAKE_CXX_COMPILER"),
                 "CMAKE_GENERATOR": doc_text.configured(self.build, "CMAKE_GENERATOR"),
@@ -51,7 +51,7 @@ class Shell:
                               timeout=300, env=environment)
 
     def file_written(self, command):
-        """Returns the file that the command was to write, if it says so."""
+        """Returns the output file that the command names, if any."""
         named = re.search(r"(?: -o |>) ?([^\s>|\"']+)$", command)
         folder = re.search(r"^cd (.*)$", self.state.read_text(), re.M)[1]
         return pathlib.Path(folder) / named[1] if named else None

@@ -8,7 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 def pages():
-    """Returns the README and all pages of docs/, but for the records of decisions."""
+    """Returns the README and all pages of docs/, without the records of decisions."""
     return [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
 
 
@@ -26,10 +26,10 @@ def configured(build, name):
 @dataclasses.dataclass
 class Block:
     page: str
-    line: int  # Of its first line of code, counted from 1.
-    language: str  # As the fence says; empty for an indented block.
+    line: int  # The number of its first line of code, counted from 1.
+    language: str  # The language of the fence; empty for an indented block.
     text: str
-    before: str  # The line of text in front of it.
+    before: str  # The line of text before the block.
 
     def place(self):
         return f"{self.page}:{self.line}"
@@ -63,7 +63,7 @@ def blocks(page):
 
 
 def headings(page):
-    """Returns the anchors of a page's headings, as sites that show Markdown make them."""
+    """Returns the anchors of a page's headings, as Markdown viewers make them."""
     code = re.sub(r"^```.*?^```", "", page.read_text(), flags=re.S | re.M)
     anchors = []
     for title in re.findall(r"^#+ (.+)$", code, re.M):
@@ -73,7 +73,7 @@ def headings(page):
 
 
 def printed_by(block, following):
-    """Returns the text that a block is said to print, if the block behind it is that text."""
+    """Returns the next block, if the text before that block says that it is the output."""
     if following and re.search(r"\bprints:$", following.before):
         return following.text
     return None

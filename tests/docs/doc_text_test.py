@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tests of the documents find blocks, commands and what is said to be printed."""
+"""The tests of the documents find blocks, commands and documented output."""
 import pathlib
 import tempfile
 import unittest

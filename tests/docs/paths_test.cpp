@@ -30,7 +30,7 @@ Lines section(const std::string& title) {
     return lines;
 }
 
-// The scene that a section shows.
+// Returns the scene text that a section shows.
 std::string sceneIn(const Lines& lines) {
     std::string text;
     for (const std::string& line : lines) {
@@ -40,7 +40,7 @@ std::string sceneIn(const Lines& lines) {
     return text;
 }
 
-// "`a`" without its marks; "none" and what is empty stay.
+// Returns the text of "`a`" without its marks; "none" and empty cells stay.
 std::string unmarked(const std::string& cell) {
     std::string text;
     for (const char c : cell)
@@ -50,7 +50,7 @@ std::string unmarked(const std::string& cell) {
     return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-// The rows of the table whose head begins with `head`.
+// Returns the rows of the table whose head begins with `head`.
 std::vector<Lines> tableIn(const Lines& lines, const std::string& head) {
     std::vector<Lines> rows;
     bool inside = false;

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The README shows the program in examples/ and what it prints, word for word; links in it and in
-docs/ lead somewhere, and docs/README.md to every page."""
+"""The README shows the program in examples/ and its output, word for word; links in the README and
+in docs/ have targets, and docs/README.md links to every page."""
 import re
 import unittest
 
@@ -11,7 +11,7 @@ LINK = re.compile(r"\]\(([^)\s]+)\)")
 
 
 def links(page):
-    """Returns the targets of the links of a page within the tree; code has none."""
+    """Returns the targets of a page's links within the tree; links in code do not count."""
     text = re.sub(r"^```.*?^```", "", page.read_text(), flags=re.S | re.M)
     text = re.sub(r"^    .*$|`[^`\n]*`(?!\])", "", text, flags=re.M)
     return [link for link in LINK.findall(text) if not re.match(r"\w+:", link)]

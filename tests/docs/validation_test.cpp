@@ -1,4 +1,4 @@
-// The table in docs/validation.md is that of the code.
+// The table in docs/validation.md equals the rules in the code.
 
 #include "kelvo/sdk/validation.h"
 

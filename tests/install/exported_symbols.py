@@ -1,33 +1,33 @@
 #!/usr/bin/env python3
-"""The shared library exports what it is meant to: exported_symbols.py LIBRARY [--all-types]
+"""The shared library exports the intended symbols: exported_symbols.py LIBRARY [--all-types]
 
-Prints the numbers, and whatever is exported without being meant for it, or missing. A library that
-is built for sanitizers shows the types of all classes, but no more of them."""
+Prints the numbers of symbols, unintended exports, and missing ones. A library that is built for
+sanitizers also exports the type information of all classes."""
 import re
 import subprocess
 import sys
 
-# Before the name of what a symbol is about.
+# Matches the prefix before the name of a symbol's subject.
 KIND = re.compile(r"^(vtable|typeinfo name|typeinfo|VTT|guard variable) for |"
                   r"^(non-)?virtual thunk to ")
-# The base library, the interfaces, the handles and their vocabulary.
+# Matches the base library, the interfaces, the handles and their value types.
 PUBLIC = re.compile(r"^qv::(?!kelvo_sdk::impl::)|^impl_nodeInstanceCount$")
 SCENE = r"notify(Input|Output)(Added|Removed)|notifyInput(Changed|Connected)|cloneNode|" \
         r"convertNode|setDirty|isDirtyStateCached|~?Scene"
-# Parts of the implementation that node libraries and applications know by name: a node with all its
-# operations, what it is made of, and what it calls.
+# Matches parts of the implementation that node libraries and applications use by name: a node with
+# all its operations, its members, and the functions that it calls.
 CONTRACT = (
     r"Node::|getChildren\(|findDeps\(|serialize\(",
     r"Input::(Input|clone|setReadOnly|stash)\(",
     r"Output::(Output|clone)\(",
     rf"Scene::({SCENE})\(",
     r"(AttrData|NodeIterator|PathIterator|NodeChangeScope)(::|$)",
-    # An AttrData holds a value and is copied with it.
+    # An AttrData contains a value and is copied with it.
     r"Value::(Value\(qv::kelvo_sdk::impl::Value const&\)|operator=\(|takeResource\(|release\()",
     r"KndHtmlWriter::nodeHtml\(",
 )
 IMPLEMENTATION = re.compile(r"^qv::kelvo_sdk::impl::(Node$|" + "|".join(CONTRACT) + ")")
-# One of each sort, without which the others would prove nothing.
+# One symbol of each sort, without which a wrong pattern would pass unnoticed.
 NEEDED = (
     "impl_nodeInstanceCount", "qv::String::format(", "qv::kelvo_sdk::Scene::create(",
     "qv::kelvo_sdk::PathParser::parsePath(", "typeinfo for qv::kelvo_sdk::interfaces::ILibInfo",
@@ -42,7 +42,7 @@ NEEDED = (
     "qv::kelvo_sdk::impl::NodeIterator::first(", "qv::kelvo_sdk::impl::PathIterator::count(",
     "qv::kelvo_sdk::impl::KndHtmlWriter::nodeHtml(",
 )
-# The marks of compilers and sanitizers.
+# Matches symbols of compilers and sanitizers.
 RESERVED = re.compile(r"^_")
 
 

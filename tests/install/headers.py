@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Every installed header compiles alone, and what it includes is installed too:
+"""Every installed header compiles alone, and the headers that it includes are installed too:
 headers.py INCLUDE_DIR COMPILER"""
 import os
 import pathlib

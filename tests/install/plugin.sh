@@ -14,7 +14,7 @@ source "$here/lib.sh"
 sanitize=$(cached KELVO_SANITIZE)
 flags=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 [ -z "$sanitize" ] || flags+=("-fsanitize=$sanitize" -fno-omit-frame-pointer)
-# build_against SOURCE NAME: into work/NAME
+# build_against SOURCE NAME: builds into work/NAME
 build_against() {
     quietly cmake -S "$1" -B "$work/$2" -G "$(cached CMAKE_GENERATOR)" \
         -DCMAKE_PREFIX_PATH="$staging" -DCMAKE_INSTALL_PREFIX="$work/springs" \
@@ -30,8 +30,8 @@ build_against "$example" plugin
 build_against "$here/plugin_host" host
 quietly cmake --install "$work/plugin"
 
-# Definitions are found from the shared object, wherever both lie. What was installed without a path
-# to the library uses the program's.
+# The loader finds definitions relative to the shared object. Files installed without a path to the
+# library use the program's.
 mkdir "$work/moved"
 mv "$work/springs/lib/kelvo/plugins/"* "$work/moved"
 host=$work/host/plugin_host
@@ -42,7 +42,7 @@ check_output() {
     printed=$("$@") || fail "$* ends with status $?"
     [ "$printed" = "$expected" ] || fail "$* printed: $printed"
 }
-# check_refusal STATUS EXPECTED COMMAND...: what it tells on the standard error stream
+# check_refusal STATUS EXPECTED COMMAND...: compares the standard error stream
 check_refusal() {
     local expected=$2 status=0 ends=$1 told
     shift 2
@@ -50,7 +50,7 @@ check_refusal() {
     [ "$status" = "$ends" ] || fail "$* ends with status $status and told: $told"
     [ "$told" = "$expected" ] || fail "$* told: $told"
 }
-# The first jump, times 2; a second later, of that, exp(-0.5) cos(sqrt(10)).
+# At 0 s the value is twice the first jump; a second later, that times exp(-0.5) cos(sqrt(10)).
 expected="springs: 3 types
 at 0 s: -1.506, at 1 s: 0.91324, label: Spring"
 check_output "$expected" "$host" "$work/moved/springs.so"
@@ -58,14 +58,14 @@ check_output "$expected" "$host" "$work/moved"
 check_output "$expected" env KELVO_PLUGIN_PATH="$work/moved" "$host"
 check_output "$expected" env KELVO_PLUGIN_PATH="$work/moved" "$host" springs
 
-# The same host, built by what pkg-config says alone.
+# Builds the same host with the flags of pkg-config alone.
 libdir=$(dirname "$(find "$staging" -name kelvo-plugins.pc)")
 read -ra by_pkg_config <<<"$(PKG_CONFIG_PATH=$libdir pkg-config --cflags --libs kelvo-plugins)"
 quietly "$(cached CMAKE_CXX_COMPILER)" "${flags[@]}" "$here/plugin_host/main.cpp" \
     -o "$work/host_by_pkg_config" "${by_pkg_config[@]}"
 check_output "$expected" env -u LD_LIBRARY_PATH "$work/host_by_pkg_config" "$work/moved"
 
-# The tool, as it was installed, and elsewhere.
+# Runs the tool where it was installed, and after moving the tree.
 cp -r "$staging" "$work/elsewhere"
 cat >"$work/springs.kns" <<'TEXT'
 kelvo scene 1
@@ -91,7 +91,7 @@ KELVO_PLUGIN_PATH=$work/moved "$kelvo" eval "$work/springs.kns" spring1.value | 
 check_refusal 1 "kelvo: $work/springs.kns:8:24: node 'spring1': The node 'jitter1' has no output \
 'value'." "$kelvo" eval "$work/springs.kns" spring1.value
 
-# Without its definitions it is refused, and the program goes on.
+# Without its definitions the plug-in is refused, and the program goes on.
 mkdir "$work/alone"
 cp "$work/moved/springs.so" "$work/alone"
 message="plug-in '$work/alone/springs.so': cannot read its definitions \
@@ -99,7 +99,7 @@ message="plug-in '$work/alone/springs.so': cannot read its definitions \
 check_refusal 1 "$message" "$host" "$work/alone/springs.so"
 check_refusal 1 "kelvo: $message" "$kelvo" types --plugin "$work/alone/springs.so"
 
-# So is one that was built for another version of the interface, by host and tool.
+# The host and the tool also refuse a plug-in built for another version of the interface.
 header=$staging/include/kelvo/sdk/library_entry.h
 version=$(sed -n 's/.*libraryInterfaceVersion = \([0-9]*\);/\1/p' "$header")
 sed -i "s/libraryInterfaceVersion = $version;/libraryInterfaceVersion = $((version + 1));/" "$header"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build and uses it as a client does: run.sh BUILD_DIR
-# By the CMake package with either library, by pkg-config, by its headers and exported symbols.
+# Installs a build and uses it as a client does: run.sh BUILD_DIR. Uses the CMake package with
+# either library, pkg-config, the headers and the exported symbols.
 set -euo pipefail
 
 build=$(cd "$1" && pwd)
@@ -38,12 +38,12 @@ needs_shared() { # PROGRAM
 needs_shared "$work/consumer/consumer_sdk" || fail "Kelvo::sdk is not the shared library"
 if needs_shared "$work/consumer/consumer_sdk_static"; then fail "Kelvo::sdk_static is not static"; fi
 
-# The tree may be moved as a whole after installation.
+# The tree may be moved as a whole after the installation.
 mv "$staging" "$work/moved"
 libdir=${libdir/#$staging/$work/moved}
 headers=$(python3 "$here/headers.py" "$work/moved/include" "$compiler") || fail "$headers"
 
-# By pkg-config, with what it says alone: programs find the shared library by themselves.
+# Builds with the flags of pkg-config alone: programs find the shared library without help.
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 unset LD_LIBRARY_PATH
 build_by_pkg_config() { # PROGRAM PKG_CONFIG_ARGUMENTS...
@@ -57,13 +57,13 @@ build_by_pkg_config "$work/by_pkg_config" kelvo
 needs_shared "$work/by_pkg_config" || fail "pkg-config kelvo does not give the shared library"
 build_by_pkg_config "$work/static_by_pkg_config" kelvo-static
 if needs_shared "$work/static_by_pkg_config"; then fail "pkg-config kelvo-static gives the shared"; fi
-# Sanitizers need the shared C library.
+# Sanitizers need the shared C library, so a static program is built only without them.
 if [ -z "$sanitize" ]; then
     flags+=(-static)
     build_by_pkg_config "$work/wholly_static" --static kelvo
 fi
 
-# Where the system looks by itself, no path is told.
+# In the folders that the system searches, pkg-config gives no path.
 quietly env DESTDIR="$work/root" cmake --install "$build" --prefix /usr
 packaged=$(find "$work/root/usr" -name kelvo.pc)
 [ -n "$packaged" ] || fail "no kelvo.pc in $work/root/usr"

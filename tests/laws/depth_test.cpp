@@ -1,5 +1,5 @@
-// No walk recurses with the depth of inputs: trees deeper than any text are edited on a small
-// stack.
+// No walk recurses with the depth of inputs: trees deeper than any text allows are edited on a
+// small stack.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/node.h"
@@ -24,7 +24,7 @@ constexpr u64 manyLevels = 100'000;
 
 enum class Nesting { Objects, Arrays, Both };
 
-// Returns the input below `holder`, which it makes.
+// Creates and returns the input below `holder`.
 IInput* nextLevel(IInput& holder, Nesting nesting) {
     if (holder.type() == AttrType::Object)
         return nesting == Nesting::Both ? holder.createArray("list", AttrType::Object)
@@ -198,7 +198,7 @@ INSTANTIATE_TEST_SUITE_P(All, Depth,
 
 // ---- Texts ---------------------------------------------------------------------------------
 
-// The text of a node whose input holds others as deep as a text may, or one level more.
+// Returns the text of a node whose inputs nest as deep as the limit of texts, or one level deeper.
 std::string nestedText(Nesting nesting, int levels) {
     std::string opening, closing;
     for (int level = 0; level < levels; ++level) {
@@ -213,7 +213,7 @@ std::string nestedText(Nesting nesting, int levels) {
             opening += isElement ? "{\n" : "Object object {\n";
         closing.insert(0, isArray ? isElement ? "]" : "]\n" : "}\n");
     }
-    // The closing bracket of an object that is an element stands on the line of that of its array.
+    // The brackets of an object in an array and of that array close on one line.
     std::string text = "kelvo scene 1\n\nnode t \"node1\" {\n" + opening;
     return text + closing + "\n}\n";
 }
@@ -278,7 +278,7 @@ TEST(DepthEnds, AMillionLevels_End) {
     EXPECT_EQ(impl_nodeInstanceCount(), alive);
 }
 
-// A handle keeps what is below it, however much of that has been let go of.
+// A handle keeps its subtree alive, however many levels above it have been destroyed.
 TEST(DepthEnds, HandleInTheMiddle_KeepsWhatIsBelow) {
     tests::runOnSmallStack(
         [] {
@@ -312,8 +312,8 @@ TEST(DepthEnds, HandlesOnAllLevels_DropFromTheOutermostOn) {
     EXPECT_EQ(impl_nodeInstanceCount(), alive);
 }
 
-// Connections and links below what ends do not outlive it.
-TEST(DepthEnds, TiesOfWhatEnds_AreGone) {
+// Connections and links inside a destroyed subtree end with it.
+TEST(DepthEnds, ConnectionsAndLinksInsideADestroyedTree_End) {
     const Scene scene = Scene::create();
     const Node source = scene.createNode("t", "source");
     const Output output = source.createOutput("result", AttrType::Real);

@@ -1,5 +1,5 @@
-// The memory that an edit goes through grows with the number of things that it is about, whatever
-// order they come in: twice as many take about twice as much.
+// The memory that an edit allocates grows linearly with the number of objects that it changes, in
+// any order: twice as many take about twice as much.
 #include "kelvo/sdk/node.h"
 #include "kelvo/sdk/output.h"
 #include "kelvo/sdk/scene.h"
@@ -33,7 +33,7 @@ void freeBlock(void* block) noexcept {
 namespace qv::kelvo_sdk {
 namespace {
 
-// A scene that keeps all steps, and edits of `count` things in it.
+// A scene that keeps all steps, and edits of `count` objects in it.
 class Edits {
 public:
     explicit Edits(u64 count) : m_count(count) {
@@ -92,7 +92,7 @@ std::size_t bytesFor(std::initializer_list<Act> before, Act measured, u64 count)
     return bytesTaken - start;
 }
 
-// A list that grows by doubling may have just done so.
+// The factor allows for a list that grows by doubling and has just done so.
 void expectLinear(std::initializer_list<Act> before, Act measured, u64 count = 2000) {
     const std::size_t few = bytesFor(before, measured, count);
     EXPECT_LT(bytesFor(before, measured, 2 * count), 3 * few + 65536);

@@ -25,7 +25,7 @@ void tell(INode* node, IInput* input) {
     if (s_listener) s_listener(node, input);
 }
 
-// An exception out of this one ends the process while a node ends, as documented.
+// Catches exceptions, because one that leaves a free callback ends the process, as documented.
 bool endNode(INode* node, void** data) {
     *data = nullptr;
     try {

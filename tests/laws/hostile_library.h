@@ -8,16 +8,17 @@
 
 namespace qv::tests {
 
-/// The standard types, and "thing", "lamp", "image" and others as bare ones.
+/// Returns a library of the standard types, and of "thing", "lamp", "image" and others without
+/// callbacks.
 [[nodiscard]] kelvo_sdk::LibInfo quietLibrary();
 
-/// The same types, all with callbacks, which tell the listener of each call.
+/// The same types, all with callbacks, which notify the listener of each call.
 class HostileLibrary {
 public:
     using Listener =
         std::function<void(kelvo_sdk::interfaces::INode*, kelvo_sdk::interfaces::IInput*)>;
 
-    /// There is one at a time.
+    /// Only one may exist at a time.
     explicit HostileLibrary(Listener listener);
     ~HostileLibrary();
     HostileLibrary(const HostileLibrary&) = delete;

@@ -9,7 +9,8 @@ namespace {
 using kelvo_sdk::interfaces::IInput;
 using UndoScope = Scene::UndoScope;
 
-// A node that is told of may be out of the scene already: undo does not take back its edits then.
+// A notification may concern a node that is out of the scene already; undo does not take back edits
+// of such a node.
 bool isThere(const Stage& stage) {
     return stage.told && stage.scene[stage.told.name()] == stage.told;
 }

@@ -5,7 +5,7 @@
 
 namespace qv::tests {
 
-/// Where a hostile observer hears of an edit, and does its misdeed.
+/// The kind of notification during which a hostile observer does its misdeed.
 enum class Ear { Nodes, Scene, Batches, Library };
 inline constexpr int earCount = 4;
 [[nodiscard]] constexpr const char* earName(Ear ear) {
@@ -14,7 +14,7 @@ inline constexpr int earCount = 4;
     return names[static_cast<int>(ear)];
 }
 
-/// Does a misdeed at the n-th notification, and none meanwhile. Reads what it is told of.
+/// Does a misdeed at the n-th notification, and none during it. Reads all that it is notified of.
 class Hostile : public SceneObserver, public NodeObserver, public BatchObserver {
 public:
     using IInput = kelvo_sdk::interfaces::IInput;
@@ -24,7 +24,7 @@ public:
 
     Hostile(const Deed& misdeed, int when) : m_misdeed(misdeed), m_left(when) {}
 
-    /// Listens from now on.
+    /// Subscribes, and counts notifications from now on.
     void start(Stage& stage, Ear ear) {
         m_stage = &stage;
         stage.sceneObserver = this, stage.batchObserver = this, stage.nodeObserver = this;
@@ -42,7 +42,7 @@ public:
     }
     [[nodiscard]] bool hasActed() const { return m_left < 0; }
 
-    /// A callback of a node's library was called.
+    /// Called by a callback of a node's library.
     void called(INode* node, IInput* input) {
         if (input)
             act(input);
@@ -87,7 +87,7 @@ public:
     }
 
 private:
-    // The misdeed may edit what an observer is shown as constant.
+    // The misdeed may edit objects that an observer sees as constant.
     void act(const INode* node) {
         if (!m_stage) return;
         m_read = node->name();

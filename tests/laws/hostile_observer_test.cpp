@@ -1,6 +1,6 @@
-// An observer does something bad at one notification of one edit: whatever it is, the scene keeps
-// its laws, its text reads back, and undo brings back what was. A run tries some of the cases, with
-// KELVO_LAWS_FULL=1 all of them; KELVO_LAWS_CASE is the one to try.
+// An observer misbehaves at one notification of one edit: in every case the scene keeps its laws,
+// its text reads back, and undo restores the state before. A run tries some of the cases, with
+// KELVO_LAWS_FULL=1 all of them; KELVO_LAWS_CASE selects a single one.
 #include "tests/laws/hostile_observer.h"
 
 #include "tests/support/law_run.h"
@@ -35,7 +35,7 @@ struct Trial {
                std::to_string(when) + " " + std::to_string(static_cast<int>(ear)) + " " +
                std::to_string(recordsUndo) + "'";
     }
-    /// Returns what is wrong; `hasActed` tells whether there was such a notification.
+    /// Returns the failure, empty if none; `hasActed` tells whether there was such a notification.
     std::string run(bool& hasActed) const;
 
 private:
@@ -43,7 +43,7 @@ private:
     [[nodiscard]] std::string checkHistory(const Stage& stage, const std::string& before) const;
 };
 
-// The text of a scene and the hash of each of its nodes.
+// Returns the text of a scene and the hash of each of its nodes.
 std::string portraitOf(const Scene& scene) {
     std::string portrait = scene.text().buf();
     for (u64 i = 0; i < scene.nodeCount(); ++i)
@@ -64,12 +64,13 @@ std::string Trial::faultsOf(const Stage& stage, const char* when) {
     return wrong;
 }
 
-// Undone to the first step, redone to the last and undone again.
+// Undoes to the first step, redoes to the last and undoes again.
 std::string Trial::checkHistory(const Stage& stage, const std::string& before) const {
     const Scene& scene = stage.scene;
     const bool comesBack =
         hostileEdits().at(edit).comesBack && hostileMisdeeds().at(misdeed).comesBack;
-    // An observer that undid steps leaves another state than that which the last step leads to.
+    // An observer that undid steps left the scene in an earlier state than that after the last
+    // step.
     std::string after = scene.redoCount() == 0 ? portraitOf(scene) : std::string();
     std::string wrong;
     const auto compare = [&](const std::string& expected, const char* what) {
@@ -90,7 +91,7 @@ std::string Trial::checkHistory(const Stage& stage, const std::string& before) c
 }
 
 std::string Trial::run(bool& hasActed) const {
-    // Nodes that a misdeed took out of reach keep it as their observer.
+    // Declared first, because nodes that a misdeed took out of reach stay subscribed to it.
     Hostile hostile(hostileMisdeeds().at(misdeed), when);
     Stage stage(ear == Ear::Library ? HostileLibrary::types() : LibInfo::standard(), recordsUndo);
     const HostileLibrary library([&](auto* node, auto* input) { hostile.called(node, input); });

@@ -2,7 +2,7 @@
 
 namespace qv::tests {
 
-// Lookups by the interface log what they do not find; these do not.
+// Look-ups through the interface log missing inputs; these do not.
 
 Input inputOf(const Stage& stage, const char* node, const char* path) {
     const Node found = stage.scene ? stage.scene[node] : Node();

@@ -2,8 +2,8 @@
 
 namespace qv::tests {
 
-/// The text of a scene with something of everything that edits of the laws are made for: links,
-/// connections, lists, an object, a value kept aside, a file, children and a modified node.
+/// The text of a scene with an object for every edit of the laws: links, connections, lists, an
+/// object, a kept value, a file, children and a modified node.
 inline constexpr const char* lawScene = R"(kelvo scene 1
 
 node thing "a" {

@@ -7,8 +7,8 @@
 
 namespace qv::tests {
 
-/// A scene as it should be, in plain containers: nodes by number, in order, and their contents.
-/// Numbers below 0 stand for nothing.
+/// A model of a scene in plain containers: nodes by number, in order, with their contents. Negative
+/// numbers stand for no node.
 class LivesModel {
 public:
     struct Source {
@@ -21,7 +21,7 @@ public:
         std::string name;
         Kind kind = Kind::Real;
         double value = 0;
-        /// Of a link one, of a list one for each element.
+        /// A link has one entry, a list one for each element.
         std::vector<int> links = {};
         Source source = {};
         friend bool operator==(const Input&, const Input&) = default;
@@ -45,7 +45,7 @@ public:
     [[nodiscard]] bool has(int node) const { return m_nodes.contains(node); }
     [[nodiscard]] Node& node(int number) { return m_nodes.at(number); }
     [[nodiscard]] const Node& node(int number) const { return m_nodes.at(number); }
-    /// Null when there is none.
+    /// Returns null if the node has no such input.
     [[nodiscard]] Input* input(int node, const std::string& name);
     [[nodiscard]] Output* output(const Source& source);
     [[nodiscard]] int find(const std::string& name) const;
@@ -55,7 +55,7 @@ public:
     void add(int number, Node node);
     void remove(int number);
     void move(int number, std::size_t place);
-    /// Another node takes the place of one, and all that leads to it.
+    /// Puts another node in the place of one, and redirects all references to it.
     void replace(int number, int by, const std::string& type);
     void removeInput(int node, const std::string& name);
     void removeOutput(int node, const std::string& name);
@@ -65,7 +65,7 @@ public:
     void forget(int number);
     void clear() { m_order.clear(), m_nodes.clear(); }
 
-    /// Returns one line for each thing that there is; `nameOf` knows nodes of no scene.
+    /// Returns one line for each part of the scene; `freeNames` has the names of free nodes.
     [[nodiscard]] std::string text(const std::map<int, std::string>& freeNames) const;
 
     friend bool operator==(const LivesModel&, const LivesModel&) = default;

@@ -31,7 +31,7 @@ void tellInput(const IInput& input, std::string& out) {
     out += "\n";
 }
 
-// The same as the model's text.
+// Returns the text of a scene in the format of the model's text.
 std::string textOf(const Scene& scene) {
     std::string out;
     for (u64 i = 0; i < scene.nodeCount(); ++i) {
@@ -50,7 +50,8 @@ std::string textOf(const Scene& scene) {
     return out;
 }
 
-// The references to a node: who refers, and by which input; elements of a list have no place.
+// Returns the references to a node: referring node and input; elements of a list count without
+// their index.
 std::multiset<std::string> referencesTo(int number, const LivesModel& state) {
     std::multiset<std::string> found;
     for (const int each : state.order())
@@ -63,7 +64,7 @@ std::multiset<std::string> referencesTo(int number, const LivesModel& state) {
     return found;
 }
 
-// Tells whether `after` lacks a reference that there was before.
+// Tells whether `after` lacks a reference that `before` has.
 bool isLost(int number, const LivesModel& before, const LivesModel& after) {
     const auto first = referencesTo(number, before), left = referencesTo(number, after);
     return !std::ranges::includes(left, first);
@@ -71,7 +72,7 @@ bool isLost(int number, const LivesModel& before, const LivesModel& after) {
 
 } // namespace
 
-// Looks at all that it is told of.
+// Reads every object that it is notified of.
 class LivesPlayer::Reader : public kelvo_sdk::SceneObserver {
 public:
     void nodeAdded(INode* node) override { m_read += node->name(); }
@@ -132,9 +133,9 @@ std::string LivesPlayer::play(const std::vector<RandomEdit>& script) {
     return m_wrong;
 }
 
-// ---- What should be ------------------------------------------------------------------------
+// ---- Expected state ------------------------------------------------------------------------
 
-// Afterwards the model knows of a step that was made, if there was one.
+// Records the state in the model if the scene has made a new step.
 void LivesPlayer::settle(World& at) {
     if (!at.scopes.empty() || !at.scene.undoEnabled()) return;
     const u64 steps = at.scene.undoCount();
@@ -159,7 +160,7 @@ void LivesPlayer::turn(World& at, bool isBack) {
     at.model = at.states[at.at];
 }
 
-// Nodes of no scene end with their last reference, and what refers to them with them.
+// Free nodes end with their last reference, and with them the links and connections to them.
 void LivesPlayer::endFreeNodes() {
     for (auto& [number, each] : m_free) {
         if (each.isGone || each.layout->count != 0) continue;
@@ -176,7 +177,7 @@ void LivesPlayer::endFreeNodes() {
     }
 }
 
-// Tells whether turning a step would bring back a reference to it.
+// Tells whether undo or redo would restore a reference to the free node.
 bool LivesPlayer::isOwed(int freeNode) const {
     for (const World& at : m_worlds)
         for (std::size_t i = 0; i + 1 < at.states.size(); ++i) {
@@ -216,7 +217,7 @@ void LivesPlayer::checkHandles() {
         static_cast<void>(each.path());
 }
 
-// To the start of each history and to its end; then everything goes.
+// Goes to the start of each history and to its end, then destroys everything.
 void LivesPlayer::finish() {
     for (World& at : m_worlds) {
         while (!at.scopes.empty())

@@ -15,12 +15,12 @@
 
 namespace qv::tests {
 
-/// Edits two scenes step by step, keeps handles on what may be gone, and compares everything with
-/// a model after each step. The numbers of a step choose what it is about.
+/// Edits two scenes step by step, keeps handles on objects that may be removed, and compares
+/// everything with a model after each step. The numbers of a step choose the objects to edit.
 class LivesPlayer {
 public:
-    /// The bits of the flavour tell which scenes record for undo, and whether both keep dirty
-    /// states and are observed.
+    /// The bits of the flavour tell which scenes record for undo, and whether both cache dirty
+    /// flags and have observers.
     explicit LivesPlayer(unsigned flavour);
     ~LivesPlayer();
     LivesPlayer(const LivesPlayer&) = delete;
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] static unsigned kindCount();
     [[nodiscard]] static const char* name(unsigned kind);
 
-    /// Returns what is wrong at the first step where something is, empty when nothing is.
+    /// Plays a script up to the first failure and returns that failure, empty if there is none.
     std::string play(const std::vector<RandomEdit>& script);
 
 private:
@@ -49,7 +49,7 @@ private:
         Scene::UndoScope scope;
         LivesModel before;
     };
-    /// A scene, what it should be, and what it was at each place of its history.
+    /// A scene, its expected state, and its expected state at each place of its history.
     struct World {
         Scene scene;
         LivesModel model;
@@ -58,7 +58,7 @@ private:
         u64 steps = 0;
         std::vector<OpenScope> scopes = {};
     };
-    /// A node that never comes into a scene. It holds the layout while it lives.
+    /// A node that is never added to a scene. It keeps its layout alive.
     struct FreeNode {
         std::unique_ptr<CountingLayout> layout = {};
         Node handle = {};
@@ -71,7 +71,7 @@ private:
     class Reader;
 
     World& world(const RandomEdit& step) { return m_worlds[step.a % 2]; }
-    /// Return a number below 0, or an empty handle, where there is none.
+    /// Return a number below 0, or an empty handle, if there is none.
     static int pick(const World& at, unsigned number);
     [[nodiscard]] Node nodeOf(const World& at, int number) const;
     Input inputOf(const World& at, int number, const std::string& name) const;
@@ -111,7 +111,7 @@ private:
     void undo(const RandomEdit& step) { turn(world(step), true); }
     void redo(const RandomEdit& step) { turn(world(step), false); }
 
-    /// Lets a world begin anew, with an empty scene.
+    /// Restarts a world with an empty scene.
     void begin(World& at, bool isRecorded);
     void end(World& at);
     void turn(World& at, bool isBack);
@@ -128,7 +128,7 @@ private:
     i64 m_nodesBefore;
     unsigned m_flavour;
     std::unique_ptr<Reader> m_reader;
-    // Histories may keep these alive, whose layouts are here.
+    // Declared before the worlds, whose histories may keep these nodes, and so use their layouts.
     std::map<int, FreeNode> m_free;
     std::array<World, 2> m_worlds;
     std::map<int, kelvo_sdk::interfaces::INode*> m_pointers;

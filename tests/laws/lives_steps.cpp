@@ -79,7 +79,7 @@ const char* LivesPlayer::name(unsigned kind) {
     return kinds()[kind % kindCount()].name;
 }
 
-// ---- What there is -------------------------------------------------------------------------
+// ---- Objects to edit -----------------------------------------------------------------------
 
 int LivesPlayer::pick(const World& at, unsigned number) {
     const auto& order = at.model.order();
@@ -95,7 +95,7 @@ LivesPlayer::Input LivesPlayer::inputOf(const World& at, int number,
     return nodeOf(at, number)[name.c_str()];
 }
 
-// Most are of the same scene; others are nothing, of the other scene, removed, or of no scene yet.
+// Most targets are in the same scene; others are null, in the other scene, removed, or free.
 LivesPlayer::Target LivesPlayer::target(World& at, unsigned number) {
     const World& other = &at == &m_worlds[0] ? m_worlds[1] : m_worlds[0];
     const unsigned sort = number % 8, place = number / 8;
@@ -150,7 +150,7 @@ void LivesPlayer::createNode(const RandomEdit& step) {
 
 void LivesPlayer::removeNode(const RandomEdit& step) {
     World& at = world(step);
-    // Now and then one that is held, wherever it is.
+    // Sometimes takes a node that a handle keeps alive, in any state.
     if (step.c % 4 == 0 && !m_handles.empty()) {
         const auto [number, node] = m_handles[step.b % m_handles.size()];
         const bool isThere = at.model.has(number);
@@ -205,7 +205,7 @@ void LivesPlayer::clearScene(const RandomEdit& step) {
     at.model.clear();
 }
 
-// Nodes that are held stay, without a scene.
+// Nodes with handles stay alive, without a scene.
 void LivesPlayer::endScene(const RandomEdit& step) {
     World& at = world(step);
     if (step.b % 4 != 0) return;
@@ -397,7 +397,7 @@ void LivesPlayer::makeFreeNode(const RandomEdit& step) {
 }
 
 void LivesPlayer::letGoOfFreeNode(const RandomEdit& step) {
-    // The model does not know which nodes an open edit keeps.
+    // The model does not know which nodes an open edit keeps alive.
     if (!m_worlds[0].scopes.empty() || !m_worlds[1].scopes.empty() || m_free.empty()) return;
     std::next(m_free.begin(), static_cast<std::ptrdiff_t>(step.b % m_free.size()))->second.handle =
         Node();

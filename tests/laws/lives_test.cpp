@@ -1,5 +1,5 @@
-// An object is told of while it lives, and nobody looks at it after its end: one case for each
-// fault that was found.
+// Objects are alive during their notifications, and no code uses them after their end: one case for
+// each fault that was found.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
@@ -22,7 +22,7 @@ using interfaces::IOutput;
 using tests::LogCapture;
 using tests::textOf;
 
-// Does what a test wants at any notification of a scene, once.
+// Calls a function of the test at any notification of a scene, once.
 struct Watcher : SceneObserver {
     explicit Watcher(Scene observed) : scene(std::move(observed)) { scene.subscribe(this); }
     ~Watcher() override { stop(); }
@@ -167,7 +167,7 @@ protected:
         s_frees = 0;
     }
     ~DyingNode() override { s_atEnd = nullptr; }
-    // Makes a node and lets it die; returns how often its free callback was called.
+    // Creates a node and destroys it; returns how often its free callback was called.
     static int endOf(const impl::LibInfo& library, bool recordsUndo) {
         const Scene scene = Scene::create();
         scene.addLibrary(LibInfo(const_cast<impl::LibInfo*>(&library)));
@@ -211,7 +211,7 @@ TEST_F(DyingNode, LinkFromAnotherNode_IsForgotten) {
     EXPECT_TRUE(scene.verify().empty());
 }
 
-// ---- Observers that take away ------------------------------------------------------------------
+// ---- Observers that remove objects -------------------------------------------------------------
 
 TEST_F(Lives, InputTakenAwayAsItComes_IsNotGiven) {
     Watcher watcher(m_scene);
@@ -321,7 +321,7 @@ TEST_F(Lives, ResetOfAnObjectThatAnObserverEmpties) {
     EXPECT_EQ(object.inputCount(), 0u);
 }
 
-// ---- Told when all is done ---------------------------------------------------------------------
+// ---- Notified when the change is complete ------------------------------------------------------
 
 TEST_F(Lives, Removal_IsCompleteBeforeAnyoneIsTold) {
     m_scene.read("node thing \"a\" {\n    output Real o\n}\n"

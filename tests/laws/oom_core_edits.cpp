@@ -1,4 +1,4 @@
-// The operations of scenes, nodes, inputs and outputs.
+// Lists the operations of scenes, nodes, inputs and outputs.
 #include "tests/laws/oom_world.h"
 
 #include <utility>
@@ -10,7 +10,7 @@ namespace {
 using UndoScope = Scene::UndoScope;
 using Text = const char*;
 
-// ---- What operations prepare ---------------------------------------------------------------
+// ---- Preparations of operations ------------------------------------------------------------
 
 void names(OomWorld& w, Text name, Text text = "") {
     w.name = name;
@@ -29,7 +29,7 @@ void output(OomWorld& w, Text name, Text path, Text from, Text of) {
     w.output = w.scene()[from].output(of);
 }
 
-// Lets the node link to one of no scene, and read it.
+// Links the node to a free node, and connects it to that node's output.
 void referToFreeNode(OomWorld& w, Text name) {
     const Scene other = Scene::create();
     node(w, name);

@@ -1,4 +1,5 @@
-// Operations that call back into a library, and questions and rarer operations on all else.
+// Lists the operations that call back into a library, and queries and rare operations on other
+// objects.
 #include "tests/laws/oom_memory.h"
 #include "tests/laws/oom_text_world.h"
 
@@ -242,7 +243,7 @@ void keepAside(OomWorld& w, const char* node, const char* path) {
     own(w).stash();
 }
 
-// Inputs that link to "b" and keep a link to it aside, and some that only link to it.
+// Creates inputs that link to "b" and keep a link to it aside, and some that only link to it.
 void linkBothWays(OomWorld& w, int alone) {
     w.node = w.scene()["g"];
     for (int i = 0; i < alone + 14; ++i) {

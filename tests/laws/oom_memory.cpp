@@ -28,7 +28,7 @@ i64 live = 0;
 
 } // namespace
 
-// The linker leads all calls of malloc and realloc in the program here (--wrap).
+// The linker redirects all calls of malloc and realloc in the program to these (--wrap).
 extern "C" {
 void* __real_malloc(std::size_t size);
 void __real_free(void* block);
@@ -38,7 +38,7 @@ void* __wrap_malloc(std::size_t size) {
     if (block) ++live;
     return block;
 }
-// Blocks move even where they need not: who keeps the old address is found out.
+// Moves a block always, so that code that keeps the old address fails.
 void* __wrap_realloc(void* old, std::size_t size) {
     void* block = mayTake() ? __real_malloc(size) : nullptr;
     if (!block) return nullptr;
@@ -71,7 +71,7 @@ void freeBlock(void* block) noexcept {
 
 } // namespace
 
-// Calls the two above.
+// Calls the two functions above.
 #include "tests/support/replaced_new.h"
 
 namespace qv::tests {

@@ -4,18 +4,18 @@
 
 namespace qv::tests {
 
-/// The program's memory, which fails on command: `new` in all its forms, malloc and realloc. Of one
-/// thread.
+/// Makes the allocations of the program fail on command: `new` in all its forms, malloc and
+/// realloc. For one thread only.
 class OomMemory {
 public:
     enum class Fails { Never, Once, FromThen };
 
     /// Counts allocations from here; the `which`-th from now fails (1: the next), alone or with all
-    /// behind it.
+    /// after it.
     static void arm(Fails fails, u64 which) noexcept;
-    /// Lets all succeed again; returns how many were asked for meanwhile.
+    /// Lets all allocations succeed again; returns how many were requested meanwhile.
     static u64 disarm() noexcept;
-    /// Returns the number of blocks that are taken.
+    /// Returns the number of allocated blocks.
     [[nodiscard]] static i64 live() noexcept;
 
     OomMemory() = delete;

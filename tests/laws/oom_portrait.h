@@ -8,12 +8,12 @@
 
 namespace qv::tests {
 
-/// All that can be seen of a scene.
+/// The observable state of a scene.
 struct OomPortrait {
     explicit OomPortrait(const OomWorld& world);
 
-    /// Returns what is other than in `expected`, empty when nothing is. Nodes that are dirty in
-    /// vain are no difference: caches may forget.
+    /// Returns the difference from `expected`, empty if there is none. Nodes that are dirty without
+    /// need are no difference: caches may forget.
     [[nodiscard]] std::string differenceFrom(const OomPortrait& expected) const;
 
     std::string text;
@@ -24,10 +24,10 @@ struct OomPortrait {
     OomWitness::Counts told;
 };
 
-/// Undoes all and does it all again; returns the texts on the way.
+/// Undoes all steps and redoes them; returns the texts on the way.
 [[nodiscard]] std::vector<std::string> oomHistory(const Scene& scene);
 
-/// Returns whatever laws of the scene do not hold.
+/// Returns the laws that the scene breaks.
 [[nodiscard]] std::string oomFaults(const Scene& scene);
 
 } // namespace qv::tests

@@ -1,8 +1,9 @@
-// Every allocation of every operation fails once, alone and with all behind it: the operation then
-// succeeds all the same, or throws `std::bad_alloc` and leaves the scene as it was. A run tries
+// Every allocation of every operation fails once, alone and with all after it: the operation then
+// succeeds nevertheless, or throws `std::bad_alloc` and leaves the scene as it was. A run tries
 // some of the allocations, with KELVO_LAWS_FULL=1 all of them.
 //
-// KELVO_LAWS_CASE="allocation once" (or "from") with --gtest_filter runs one trial, unforked.
+// KELVO_LAWS_CASE="allocation once" (or "from") with --gtest_filter runs one trial, without a child
+// process.
 #include "tests/laws/oom_trial.h"
 
 #include "kelvo/base/log.h"
@@ -28,7 +29,7 @@ namespace {
 
 using Fails = OomMemory::Fails;
 
-// Shared with the process of the trials, which may end in the middle of one.
+// Is shared with the child process of the trials, which may end in the middle of one.
 struct Progress {
     u64 next;
     u64 failed;
@@ -45,7 +46,7 @@ struct Case {
     }
 };
 
-// Returns all allocations, or some of them: the first and last, and each n-th between.
+// Returns all allocations, or some of them: the first, the last, and each n-th in between.
 std::vector<Case> casesOf(u64 allocations) {
     constexpr u64 most = 6;
     const u64 stride = LawRun::isFull() ? 1 : std::max<u64>(1, allocations / most);
@@ -63,12 +64,12 @@ void note(Progress& progress, const std::string& text) {
                  sizeof progress.told - std::strlen(progress.told) - 1);
 }
 
-// Remembers what the library said of modifiers, without memory.
+// Records without allocating that the library logged waiting modifiers.
 void takeLine(LogLevel, const char* line, void*) {
     if (std::strncmp(line, "Modifiers wait", 14) == 0) OomTrial::noteWait();
 }
 
-// In a process of its own: runs cases until one ends it.
+// Runs cases in a child process until one of them ends it.
 void runFrom(Progress& progress, const OomTrial& trial, const std::vector<Case>& cases) {
     alarm(120);
     for (; progress.next < cases.size(); ++progress.next) {
@@ -93,7 +94,7 @@ void runAll(Progress& progress, const OomTrial& trial, const std::vector<Case>& 
     }
 }
 
-// Returns the one case that the user wants.
+// Returns the case that the user selected, if any.
 std::optional<Case> chosen() {
     const char* text = std::getenv("KELVO_LAWS_CASE");
     if (!text) return {};
@@ -103,7 +104,7 @@ std::optional<Case> chosen() {
     return Case{std::strcmp(how, "once") == 0 ? Fails::Once : Fails::FromThen, which};
 }
 
-// All operations count as one law, whose time they share.
+// All operations count as one law and share its time.
 class OutOfMemory : public testing::TestWithParam<const OomEdit*> {
 protected:
     static void SetUpTestSuite() { s_law.emplace("out of memory"); }
@@ -142,7 +143,7 @@ std::vector<const OomEdit*> allEdits() {
     for (const auto* table : {&oomCoreEdits(), &oomTextEdits(), &oomLibraryEdits()})
         for (const OomEdit& edit : *table)
             all.push_back(&edit);
-    // So that each comes first in some run that has no time for all.
+    // Shuffles the operations, so that each comes first in some run that is too short for all.
     if (LawRun::isFull()) std::ranges::shuffle(all, std::mt19937_64(LawRun::seed()));
     return all;
 }

@@ -1,4 +1,4 @@
-// The operations on texts, libraries and graphs.
+// Lists the operations on texts, libraries and graphs.
 #include "tests/laws/oom_memory.h"
 #include "tests/laws/oom_text_world.h"
 
@@ -82,7 +82,7 @@ std::function<void(OomWorld&)> onNode(const char* name) {
     };
 }
 
-// Changes that are made in the nodes that there are and, `isNew`, some that need new ones.
+// Makes changes that apply to the existing nodes and, with `isNew`, some that need new ones.
 void makePatch(OomWorld& w, bool isNew) {
     addTexts(w);
     const Scene changed = copyOf(w.scene());
@@ -100,7 +100,7 @@ bool appliesPatch(OomWorld& w) {
     return textsOf(w).patch.applyTo(w.scene());
 }
 
-// Its observers went with the old nodes.
+// The observers of the nodes are lost with the old nodes.
 bool appliesPatchAnew(OomWorld& w) {
     if (!appliesPatch(w)) return false;
     OomMemory::disarm();
@@ -131,7 +131,7 @@ bool keepsLibrary(OomWorld& w) {
     return textsOf(w).library.definitionText().equals(textsOf(w).expected);
 }
 
-// Reads types; without memory the library is as it was.
+// Reads types; out of memory, the library stays as it was.
 bool readsTypes(OomWorld& w) {
     OomTexts& texts = textsOf(w);
     kelvo_sdk::Diagnostics found;

@@ -8,8 +8,8 @@
 
 namespace qv::tests {
 
-/// Arguments of the operations on texts, libraries and graphs beside the scene of a trial, and
-/// their results.
+/// The arguments of the operations on texts, libraries and graphs, apart from the scene of a trial,
+/// and their results.
 struct OomTexts : RefCounted {
     static constexpr const char* added = R"(kelvo scene 1
 
@@ -125,14 +125,14 @@ type candle : torch {
     kelvo_sdk::Findings findings;
     kelvo_sdk::FixReport report;
     ConversionLosses losses;
-    // The names and texts that the operation goes by.
+    // The names and texts that the operation uses.
     String source = "added.kns";
     String type, path, expected;
     u64 count = 0;
     std::filesystem::path file;
 };
 
-/// Gives the world what the operations on texts use; `textsOf` finds it again.
+/// Adds the objects for the operations on texts to the world; `textsOf` returns them.
 void addTexts(OomWorld& world);
 [[nodiscard]] OomTexts& textsOf(OomWorld& world);
 

@@ -12,19 +12,19 @@ using Fails = OomMemory::Fails;
 
 void prepare(const OomEdit& edit, OomWorld& world) {
     if (edit.build) edit.build(world);
-    // Things made at the first request are made now, and kept for the comparison.
+    // Makes the objects that are created on first use now, and keeps them alive for the comparison.
     const OomPortrait warm(world);
     world.witness.counts = {};
 }
 
-// Makes a change and takes it back.
+// Makes a change and cancels it.
 void nudge(const Scene& scene) {
     const Scene::UndoScope scope(scene, "Nudge", "");
     scene["sum"]["b"].set(17.0);
     scope.cancel();
 }
 
-// Ends the scene with no memory at all; returns whether that asked for any.
+// Destroys the scene while every allocation fails; returns whether it succeeds without any.
 bool endsWithoutMemory(OomWorld& world) {
     Scene scene = world.takeScene();
     OomMemory::arm(Fails::FromThen, 1);
@@ -63,7 +63,7 @@ std::string OomTrial::run(Fails fails, u64 which) const {
     const i64 before = OomMemory::live();
     const std::string wrong = inWorld(fails, which);
     if (!wrong.empty()) return wrong;
-    // The capacity of `wrong` is none: an empty text takes no memory.
+    // `wrong` has no capacity, because an empty text allocates nothing.
     const i64 left = OomMemory::live() - before;
     return left <= 0 ? "" : std::to_string(left) + " blocks of memory leaked";
 }
@@ -89,7 +89,7 @@ std::string OomTrial::judge(OomWorld& world, Outcome outcome) const {
     if (const std::string faults = oomFaults(world.scene()); !faults.empty()) return start + faults;
     const OomPortrait& expected = m_portraits[isDone ? 1 : 0];
     OomPortrait now(world);
-    // Modifiers that had no memory wait for the next change, whether that could be logged or not.
+    // Modifiers that ran out of memory wait for the next change, even if that could not be logged.
     const bool didModifiersWait = s_doModifiersWait || now.values != expected.values;
     if (didModifiersWait) {
         nudge(world.scene());
@@ -114,7 +114,7 @@ std::string OomTrial::judgeHistory(OomWorld& world, bool isDone) const {
     return oomFaults(world.scene());
 }
 
-// A node that no operation touches is still watched.
+// Checks that the observers of a node that no operation touches are still notified.
 std::string OomTrial::judgeObservers(OomWorld& world) const {
     const Node node = world.scene()["h"];
     if (!node) return {};

@@ -8,17 +8,17 @@
 
 namespace qv::tests {
 
-/// The trials of one operation, each in a world of its own: one for each allocation that fails.
+/// The trials of one operation, each in its own world: one for each allocation that can fail.
 class OomTrial {
 public:
-    /// Runs it once with memory enough, to know the outcome.
+    /// Runs the operation once with enough memory, to record the outcome.
     explicit OomTrial(const OomEdit& edit);
 
-    /// Returns the number of allocations of a run with memory enough.
+    /// Returns the number of allocations of a run with enough memory.
     [[nodiscard]] u64 allocations() const noexcept { return m_allocations; }
-    /// Fails the `which`-th allocation; returns what is wrong afterwards, empty when all is well.
+    /// Fails the `which`-th allocation; returns the failure, empty if there is none.
     [[nodiscard]] std::string run(OomMemory::Fails fails, u64 which) const;
-    /// The library says that modifiers wait for the next change.
+    /// Call when the library logs that modifiers wait for the next change.
     static void noteWait() noexcept { s_doModifiersWait = true; }
 
 private:
@@ -33,7 +33,7 @@ private:
     inline static bool s_doModifiersWait = false;
     const OomEdit& m_edit;
     u64 m_allocations = 0;
-    // With the operation not done, and done.
+    // The expected states: without the operation, and with it.
     std::vector<OomPortrait> m_portraits;
     std::vector<std::vector<std::string>> m_histories;
 };

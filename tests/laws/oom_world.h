@@ -17,7 +17,7 @@ using kelvo_sdk::Node;
 using kelvo_sdk::Output;
 using kelvo_sdk::Scene;
 
-/// Counts what it is told, as each of the three kinds of observers.
+/// Counts its notifications, as each of the three kinds of observers.
 class OomWitness : public kelvo_sdk::SceneObserver,
                    public kelvo_sdk::NodeObserver,
                    public kelvo_sdk::BatchObserver {
@@ -25,7 +25,7 @@ public:
     using INode = kelvo_sdk::interfaces::INode;
     using IInput = kelvo_sdk::interfaces::IInput;
     using IOutput = kelvo_sdk::interfaces::IOutput;
-    /// By the scene, by nodes and in batches.
+    /// Counts of the scene, of the nodes and of batches.
     using Counts = std::array<u64, 3>;
 
     void nodeAdded(INode*) override { ++counts[0]; }
@@ -50,11 +50,11 @@ public:
     Counts counts{};
 };
 
-/// The scene of a trial and all that its operation needs: a scene with dirty states cached,
-/// results kept, a witness subscribed to the scene, to each node and for batches, and a history
-/// with steps to undo and to redo.
+/// The scene of a trial and all objects that its operation needs: a scene with cached dirty flags
+/// and results, a witness subscribed to the scene, to each node and for batches, and a history with
+/// steps to undo and to redo.
 struct OomWorld {
-    /// Stands in it beside the scene of the laws: nodes with results, and an input of each kind.
+    /// Adds to the scene of the laws nodes with results, and an input of each kind.
     static constexpr const char* moreText = R"(
 node add "sum" {
     Real a = 1 <- other.result
@@ -94,20 +94,20 @@ node thing "k" {
     [[nodiscard]] Input at(const char* of, const char* path) const {
         return m_scene[of].inputAt(path);
     }
-    /// Lets go of the scene, unwatched.
+    /// Drops the scene, with the witness unsubscribed.
     void endScene();
-    /// Lets go of everything but the scene, which it returns.
+    /// Drops everything but the scene, which it returns.
     [[nodiscard]] Scene takeScene();
 
     OomWitness witness;
-    // For operations to prepare and to use.
+    // Objects that operations prepare and use.
     Node node, second;
     Input input;
     Output output;
     String name, text;
     std::optional<Scene::UndoScope> scope;
     OomWitness newcomer;
-    // Other things that an operation needs; destroyed before the scene.
+    // Other objects that an operation needs; destroyed before the scene.
     RefersTo<RefCounted> more;
 
 private:
@@ -116,14 +116,15 @@ private:
 
 /// A public operation whose allocations fail, one after the other.
 struct OomEdit {
-    /// "group: name"; groups are those of docs/errors.md.
+    /// Has the form "group: name", with the groups of docs/errors.md.
     const char* name;
-    /// Prepares the world, with all the memory it wants; may be null.
+    /// Prepares the world, while no allocation fails; may be null.
     std::function<void(OomWorld&)> build;
-    /// Does it; the answer must be that of a run with memory enough, unless `std::bad_alloc` says
-    /// that nothing was done. It makes no texts of its own: `build` does.
+    /// Runs the operation and returns whether its result is that of a run with enough memory,
+    /// unless `std::bad_alloc` says that nothing was done. Texts have to come from `build`, so that
+    /// only the operation allocates.
     std::function<bool(OomWorld&)> run;
-    /// Whether the scene ends: there is nothing to compare then.
+    /// Tells that the operation destroys the scene, so that nothing is left to compare.
     bool endsScene = false;
 };
 

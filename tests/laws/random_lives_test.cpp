@@ -1,6 +1,6 @@
-// Random edits of two scenes, with handles kept and dropped, nodes of no scene, scenes that end,
-// edits cancelled, undone and redone, against a model in plain containers. A script that fails is
-// cut down to what it takes to fail, and printed.
+// Makes random edits of two scenes, with handles kept and dropped, free nodes, destroyed scenes,
+// edits cancelled, undone and redone, and compares with a model in plain containers. A failing
+// script is reduced to a minimal one and printed.
 #include "tests/laws/lives_player.h"
 
 #include "tests/support/law_run.h"

@@ -1,4 +1,4 @@
-// However connections end and come back, the targets of an output come back in their order.
+// However connections end and are restored, the targets of an output keep their order.
 
 #include "kelvo/kelvo.h"
 #include "tests/support/log_capture.h"
@@ -11,7 +11,7 @@
 namespace qv::kelvo_sdk {
 namespace {
 
-// Inputs of several nodes read one output, in an order of their own.
+// Inputs of several nodes read one output, in an order that differs from that of the nodes.
 class TargetOrder : public testing::Test {
 protected:
     TargetOrder() {

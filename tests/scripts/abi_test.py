@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/abi on small libraries that are made up: what breaks programs is told by name."""
+"""scripts/abi on small libraries made for the test: changes that break programs are named."""
 import pathlib
 import shutil
 import subprocess

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/test adds up what its builds and checks come to, and ends in one line."""
+"""scripts/test adds up the results of its builds and checks, and ends with one line."""
 import sys
 import unittest
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""scripts/bare says why no root can be made, tells that from a failure inside, and leaves nothing.
-The machine is made up: its apt, its mounts, and what runs in the root."""
+"""scripts/bare says why no root can be made, reports a failure inside differently, and leaves no
+files. The machine is simulated: its apt, its mounts, and the programs in the root."""
 import subprocess
 import time
 import unittest
@@ -30,7 +30,7 @@ class Bare(SmallTree):
         self.program("apt-get", 'case "$*" in *indextargets*)', f"cat <<'S'\n{text}\nS", ";; esac")
 
     def mounts(self, make="", run=""):
-        """Makes up what happens in the root: when it is made, and when the script runs there."""
+        """Simulates the making of the root, and the script that runs there."""
         self.program("unshare", "shift 3; [ $1 != mount ] || exit 0",
                      "[ $1 != --kill-child ] || shift",
                      "step=$3 root=$4/root", 'mkdir -p "$root/var/log"',

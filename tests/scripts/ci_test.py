@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""The check of every change: the tests, then the bare machine, which alone may be skipped."""
+"""The check of every change runs the tests, then the bare machine, which alone may be skipped."""
 import shutil
 import unittest
 
 from small_tree import ROOT, SmallTree
 
-# Status of scripts/test and of scripts/bare, the status of all, and which of them ran.
+# The status of scripts/test and of scripts/bare, the expected status, and the scripts that ran.
 CASES = (
     (0, 0, 0, ["test", "bare run"]),
     (0, 77, 0, ["test", "bare run"]),

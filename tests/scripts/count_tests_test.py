@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Single tests are counted in logs of `ctest -V`, also where programs ran at the same time."""
+"""Single tests are counted in logs of `ctest -V`, even if programs ran at the same time."""
 import pathlib
 import subprocess
 import sys
@@ -8,7 +8,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
-# The lines of three programs, as they come from `ctest -V -j 2`.
+# The interleaved lines of three programs, as `ctest -V -j 2` prints them.
 INTERLEAVED = """\
       Start  1: base_tests
 1: Test command: base_tests "--gtest_brief=1"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/fuzz shares the time among the targets, keeps what it found and sums up."""
+"""scripts/fuzz divides the time among the targets, stores failing inputs and prints a summary."""
 import unittest
 
 from small_tree import SmallTree

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""scripts/mutants works on a copy of the tree, builds that and hands it on."""
+"""scripts/mutants copies the tree, builds the copy and passes it to tools/mutants."""
 import subprocess
 import sys
 import unittest
 
 from small_tree import SmallTree
 
-# In place of tools/mutants: says how it was called and writes the report.
+# Replaces tools/mutants: prints its arguments and writes the report.
 TOOL = """\
 import pathlib, sys
 words = sys.argv[1:]

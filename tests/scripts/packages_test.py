@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The scripts install what is missing, with one program each made up for dpkg-query and apt-get."""
+"""The scripts install missing packages; the test simulates dpkg-query and apt-get."""
 import unittest
 
 from small_tree import SmallTree

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Long steps say how far they are: on a terminal in one line, in a log every few seconds."""
+"""Long steps show their progress: on a terminal in one line, in a log every few seconds."""
 import os
 import pty
 import subprocess
@@ -11,7 +11,7 @@ from small_tree import SmallTree
 
 class Progress(SmallTree):
     def show(self, function, *lines, after=()):
-        """Writes a script whose step runs the lines."""
+        """Writes a script with a step that runs the lines."""
         self.script(self.tree / "scripts/try", 'source "$(dirname "$0")/lib.sh"', "step() {",
                     *lines, "}", f"with_progress build/log {function} step", *after)
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The scripts that build release: what they configure, and what they tell at the end."""
+"""The scripts that build release: their configuration, and their messages at the end."""
 import json
 import os
 import subprocess
@@ -21,7 +21,7 @@ class Release(SmallTree):
         self.program("ldconfig")
 
     def refused(self, *arguments, **options):
-        """Returns what scripts/install says when it ends before the build."""
+        """Returns the message of scripts/install when it stops before the build."""
         ran = self.run_script("scripts/install", *arguments, **options)
         self.assertEqual(self.called(), [])
         return ran.returncode, ran.stdout

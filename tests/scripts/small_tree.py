@@ -1,4 +1,4 @@
-"""A tree of the scripts alone, where programs on the PATH are made up by the tests."""
+"""A tree with only the scripts, in which the tests replace programs on the PATH."""
 import os
 import pathlib
 import shutil
@@ -7,8 +7,7 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-# Programs that every Debian has, which the scripts therefore need not install; git comes from a
-# package.
+# Programs that every Debian has, so the scripts need not install them; git comes from a package.
 TOOLS = ("bash basename cat chmod chown cp cut dirname du env find git grep head id ls mkdir mktemp"
          " mv nproc realpath rm sed sleep sort stat tail tee touch tput tr uniq wc xargs").split()
 
@@ -28,7 +27,7 @@ class SmallTree(unittest.TestCase):
         self.calls.touch()
 
     def program(self, name, *lines):
-        """Puts a program on the PATH; it writes down how it was called, then runs the lines."""
+        """Puts a program on the PATH; it records its arguments, then runs the lines."""
         self.script(self.programs / name, f'echo "{name} $*" >>"{self.calls}"', *lines)
 
     def script(self, path, *lines):
@@ -42,7 +41,7 @@ class SmallTree(unittest.TestCase):
                 **variables}
 
     def run_script(self, *command, **options):
-        """Runs a script of the tree, without a terminal; returns what it said and its status."""
+        """Runs a script of the tree, without a terminal; returns its output and its status."""
         return subprocess.run([str(self.tree / command[0]), *command[1:]], text=True, timeout=60,
                               env=self.environment(), stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **options)

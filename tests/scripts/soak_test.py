@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/soak runs the tests with the label "laws" with seed after seed, and sums up."""
+"""scripts/soak runs the tests labelled "laws" with new seeds each round, and prints a summary."""
 import sys
 import unittest
 
@@ -20,14 +20,14 @@ class Soak(SmallTree):
         (self.programs / "python3").symlink_to(sys.executable)
         self.script(self.programs / "dpkg-query", "printf installed")
         self.script(self.programs / "date", "echo 5")
-        # A minute is a second here.
+        # Makes a minute last a second.
         script = self.tree / "scripts/soak"
         text = script.read_text(encoding="utf-8")
         script.write_text(text.replace("length=$(($1 * 60))", "length=$1"), encoding="utf-8")
         self.program("cmake")
         self.ctest(PASSES)
 
-    # One round takes longer than the time that there is.
+    # Each run sleeps longer than the requested time, so that there is one round.
     def ctest(self, lines):
         self.program("ctest", f"case $* in *--show-only*) echo '{JSON}'; exit ;; esac",
                      'echo "seed $KELVO_LAWS_SEED full $KELVO_LAWS_FULL"' + f' >>"{self.calls}"',

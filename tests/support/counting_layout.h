@@ -6,7 +6,7 @@
 
 namespace qv::tests {
 
-/// A layout that lives in the test and tells how many references are held on it.
+/// A layout owned by the test, which counts the references to it.
 class CountingLayout : public kelvo_sdk::interfaces::ILayout {
 public:
     void incRef() override { ++count; }

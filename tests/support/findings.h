@@ -31,7 +31,7 @@ type paint : object {
 }
 )";
 
-/// Returns a scene that knows the types above, read from a text which must be right.
+/// Returns a scene with the types above, read from a text without errors.
 [[nodiscard]] inline kelvo_sdk::Scene sceneWithTypes(std::string_view text) {
     const auto scene = kelvo_sdk::Scene::create();
     const auto library = kelvo_sdk::LibInfo::create();
@@ -41,7 +41,7 @@ type paint : object {
     return scene;
 }
 
-/// Returns what was found: "rule: place: message (fix)" line by line.
+/// Returns the findings, "rule: place: message (fix)" line by line.
 [[nodiscard]] inline std::string told(const kelvo_sdk::Findings& findings) {
     std::string text;
     for (const kelvo_sdk::Finding& finding : findings) {

@@ -10,7 +10,7 @@
 
 namespace qv::tests {
 
-/// A directory of its own, gone with this.
+/// A temporary directory, deleted by the destructor.
 class Folder {
 public:
     Folder() {

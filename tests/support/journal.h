@@ -5,7 +5,7 @@
 
 namespace qv::tests {
 
-/// The notifications that recorders heard, in order, separated by blanks.
+/// The notifications that recorders received, in order, separated by blanks.
 class Journal {
 public:
     void add(std::string_view what) {
@@ -13,7 +13,7 @@ public:
         m_text += what;
     }
 
-    /// Returns what was heard since the last call.
+    /// Returns the notifications since the last call.
     std::string take() {
         std::string text;
         text.swap(m_text);

@@ -11,13 +11,13 @@
 #include <string>
 #include <utility>
 
-// There where a sanitizer ends the process.
+// Exists only in builds whose sanitizer ends the process.
 extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*)());
 
 namespace qv::tests {
 
-/// One search for a case in which a law does not hold. Prints at its end how many it tried, for
-/// scripts/soak to add up.
+/// One search for a case in which a law does not hold. Prints the number of its trials at the end,
+/// for scripts/soak to add up.
 ///
 /// KELVO_LAWS_FULL=1 asks for a long search, KELVO_LAWS_SEED=N for other cases than the usual ones,
 /// KELVO_LAWS_SECONDS=N for an end after about that time.
@@ -39,18 +39,17 @@ public:
     [[nodiscard]] static bool isFull() { return std::getenv("KELVO_LAWS_FULL") != nullptr; }
     [[nodiscard]] static u64 seed() { return number("KELVO_LAWS_SEED", 1); }
 
-    /// A trial begins that may end the process; `repeat` are the variables by which it is run
-    /// alone.
+    /// Call before a trial that may end the process; `repeat` are the variables that run it alone.
     void begin(std::string repeat) { s_last = std::move(repeat); }
-    /// Counts a trial, and fails the test when something is wrong with it. Only the first findings
-    /// are told.
+    /// Counts a trial, and fails the test when `wrong` names a failure. Only the first failures are
+    /// reported.
     void count(const std::string& wrong) {
         constexpr u64 mostTold = 20;
         ++m_trials;
         if (wrong.empty() || ++m_found > mostTold) return;
         ADD_FAILURE() << wrong << "\nRepeat it with " << s_last;
     }
-    /// Counts trials whose findings the test tells by itself.
+    /// Counts trials whose failures the test itself reports.
     void countTold(u64 trials, u64 found) {
         m_trials += trials;
         m_found += found;
@@ -58,7 +57,7 @@ public:
     [[nodiscard]] u64 trials() const { return m_trials; }
     [[nodiscard]] u64 found() const { return m_found; }
 
-    /// Tells whether the time that was asked for, if any, is over.
+    /// Tells whether the requested time, if any, is over.
     [[nodiscard]] bool isOver() const {
         const std::chrono::seconds most(number("KELVO_LAWS_SECONDS", 0));
         return most.count() != 0 && std::chrono::steady_clock::now() - m_start >= most;

@@ -15,8 +15,8 @@ using Library = RefersTo<kelvo_sdk::impl::LibInfo>;
     return Library::adopt(new kelvo_sdk::impl::LibInfo);
 }
 
-/// Reads a definition text and returns what is wrong with it: "line:column: message" each, "in
-/// 'type'" where there is one.
+/// Reads a definition text and returns its errors: "line:column: message" each, "in 'type'" if the
+/// error names one.
 [[nodiscard]] inline std::string libraryErrors(std::string_view text, const Library& library,
                                                const Library& basesFrom = {}) {
     kelvo_sdk::Diagnostics errors;
@@ -37,7 +37,7 @@ using Library = RefersTo<kelvo_sdk::impl::LibInfo>;
     return libraryErrors(text, emptyLibrary());
 }
 
-/// Returns a library read from a text, which must be right.
+/// Returns a library read from a text without errors.
 [[nodiscard]] inline Library libraryOf(std::string_view text, const Library& basesFrom = {}) {
     Library library = emptyLibrary();
     EXPECT_EQ(libraryErrors(text, library, basesFrom), "") << text;

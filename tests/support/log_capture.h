@@ -7,7 +7,7 @@
 
 namespace qv::tests {
 
-/// Collects what is logged while it lives, one line per message: "error: ...\n", "warning: ...\n".
+/// Collects the log messages of its lifetime, one line each: "error: ...\n", "warning: ...\n".
 class LogCapture {
 public:
     LogCapture() : m_previous(setLogHandler(&LogCapture::take, this)) {}

@@ -12,7 +12,7 @@ namespace qv::tests {
 struct Merged {
     bool isMade = false;
     std::string text;
-    /// One a line, as "path field: base, mine, theirs; reason", '-' for what is not there.
+    /// One conflict per line, as "path field: base, mine, theirs; reason", '-' for an absent part.
     std::string conflicts;
     String error;
 };

@@ -14,7 +14,7 @@
 namespace qv::tests {
 
 /// A scene with a node "n" whose input "a" is 1 and modified by "scale" (3) and "offset" (2), and
-/// modifiers that do what the test wants.
+/// with modifiers whose callbacks the test supplies.
 class ModifiedScene {
 public:
     using Node = kelvo_sdk::Node;
@@ -56,7 +56,7 @@ node lamp "n" {
     [[nodiscard]] double valueOf(const char* node, const char* name = "a") const {
         return scene[node][name].get<double>();
     }
-    /// Returns what the user set.
+    /// Returns the user's value.
     [[nodiscard]] double ownOf(const char* node, const char* name = "a") const {
         return input(node, name).ownValue().asReal();
     }

@@ -12,7 +12,7 @@
 
 namespace qv::tests {
 
-/// Tells all that a node is to its user, whatever of it a library shares.
+/// Writes everything that a user can see of a node, including the parts that a library shares.
 class NodeDump {
 public:
     static std::string of(const kelvo_sdk::interfaces::INode& node) {

@@ -42,7 +42,8 @@ public:
         }
         return from;
     }
-    /// Makes a row of diamonds: two ways through each, so that the paths double with every one.
+    /// Makes a row of diamonds: two routes through each, so that the number of paths doubles with
+    /// each.
     Node* addDiamonds(Node* from, int count) {
         for (int i = 0; i < count; ++i) {
             Node *left = add("l"), *right = add("r"), *end = add("e");

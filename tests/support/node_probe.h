@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Reaches the fields of a node, which are its friends' alone.
+/// Gives access to the fields of a node, which are private.
 struct NodeLayoutProbe {
     Node& node;
 

@@ -9,7 +9,7 @@ namespace qv::tests {
 
 inline constexpr int threadCount = 4;
 
-/// Runs the same on four threads that begin together; `run` is given the thread's number.
+/// Runs a function on four threads that begin together; `run` gets the thread's number.
 inline void onThreads(const std::function<void(int)>& run) {
     std::atomic<int> ready = 0;
     std::vector<std::thread> threads;
@@ -23,7 +23,7 @@ inline void onThreads(const std::function<void(int)>& run) {
         thread.join();
 }
 
-/// Does the same many times on four threads; returns how often it answered false.
+/// Runs an action many times on four threads; returns how often it returned false.
 inline int failuresOnThreads(int times, const std::function<bool(int)>& action) {
     std::atomic<int> failures = 0;
     onThreads([&](int thread) {

@@ -8,7 +8,8 @@
 
 namespace qv::tests {
 
-/// One edit of a script: the numbers choose what it is about, among what there is at that time.
+/// One edit of a script: the numbers choose the objects to edit among those that exist at that
+/// time.
 struct RandomEdit {
     unsigned kind = 0;
     unsigned a = 0;
@@ -16,7 +17,8 @@ struct RandomEdit {
     unsigned c = 0;
 };
 
-/// Edits of all kinds that a scene's public face has, chosen by numbers. Each is one call.
+/// Edits of all kinds that the public interface of a scene offers, chosen by numbers. Each is one
+/// call.
 class RandomEdits {
 public:
     using AttrType = kelvo_sdk::AttrType;
@@ -56,13 +58,13 @@ private:
         return static_cast<AttrType>(number % kelvo_sdk::attrTypeCount);
     }
 
-    // ---- What there is -------------------------------------------------------------------------
+    // ---- Objects to edit -----------------------------------------------------------------------
 
     [[nodiscard]] INode* node(unsigned number) const {
         const u64 count = m_scene.nodeCount();
         return count == 0 ? nullptr : m_scene.node(number % count).get();
     }
-    // An input of the node at any depth.
+    // Returns an input of the node at any depth.
     [[nodiscard]] IInput* input(const RandomEdit& edit) const {
         const INode* owner = node(edit.a);
         std::vector<IInput*> all;

@@ -7,8 +7,8 @@
 
 namespace qv::tests {
 
-/// A scene text of everything there is, which can be edited at random again and again. What refers
-/// to a node follows it under a new name and goes when it goes.
+/// A scene text with every kind of part, which can be edited at random repeatedly. References
+/// follow a renamed node and are removed with a removed one.
 class RandomScene {
 public:
     explicit RandomScene(unsigned seed) : m_random(seed) {
@@ -17,7 +17,7 @@ public:
             addNode();
     }
 
-    /// Goes on with other numbers, so that copies differ in their edits.
+    /// Continues with another seed, so that copies differ in their edits.
     void seed(unsigned seed) { m_random.seed(seed); }
 
     void edit() {
@@ -46,7 +46,7 @@ public:
         default:
             break;
         }
-        // Sources are earlier nodes alone, so that no loops close.
+        // Sources are earlier nodes alone, so that no loop closes.
         NodeModel& node = anyNode();
         m_current = node.number;
         editLines(node.lines, 0);
@@ -76,7 +76,7 @@ private:
         std::vector<std::string> elements = {};
         std::vector<Line> members = {};
         std::string notes = {};
-        // Number of the node, -1 for none.
+        // The number of the source node, -1 for none.
         int source = -1;
         std::string leading = {};
         std::string trailing = {};
@@ -119,7 +119,7 @@ private:
         m_nodes.insert(m_nodes.begin() + below(count(m_nodes) + 1), std::move(node));
     }
 
-    // References are kept by number: "$3$".
+    // Stores a reference by its node's number: "$3$".
     std::string link() {
         return m_nextNumber == 0 || below(4) == 0 ? "null"
                                                   : "$" + std::to_string(below(m_nextNumber)) + "$";
@@ -243,7 +243,7 @@ private:
         return found != m_nodes.end() ? &*found : nullptr;
     }
 
-    // The Real output, which may stand behind another of its name.
+    // The name of the Real output, which may stand behind another of its name.
     static std::string sourceOf(const NodeModel& node) {
         const auto real = std::ranges::find(node.outputs, "Real out");
         const bool isSecond = std::find(node.outputs.begin(), real, "Bool out") != real;
@@ -283,7 +283,7 @@ private:
         out += indent + "}";
     }
 
-    // One object for each member line.
+    // Writes one object for each member line.
     void writeObjects(const Line& line, const std::string& indent, std::string& out) const {
         out += " = [";
         for (const Line& member : line.members) {

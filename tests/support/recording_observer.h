@@ -9,7 +9,7 @@
 
 namespace qv::tests {
 
-/// Notes what it hears as "name:what", then does what the test wants done in the middle of it.
+/// Records each notification as "name:what", then calls a function of the test during it.
 class RecordingObserver : public kelvo_sdk::NodeObserver {
 public:
     explicit RecordingObserver(std::string name, Journal& journal)

@@ -10,7 +10,8 @@
 
 namespace qv::tests {
 
-/// A scene that notes what its nodes tell it and how steps open and close, and passes nothing on.
+/// A scene that records the notifications of its nodes and the opening and closing of steps, and
+/// forwards nothing.
 class RecordingScene : public kelvo_sdk::impl::Scene {
 public:
     using IInput = kelvo_sdk::interfaces::IInput;
@@ -28,9 +29,9 @@ public:
     bool recordsUndo = false;
     bool isReplaying = false;
     bool cachesDirty = false;
-    /// Done in the middle of every notification.
+    /// Called during every notification.
     std::function<void()> then;
-    /// Done when a step opens.
+    /// Called when a step opens.
     std::function<void()> thenAtBegin;
 
     const AttrData* lastRecord = nullptr;

@@ -12,7 +12,7 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) {
     return allocateOrFail(size);
 }
-// The library's own would call those above, but a sanitizer's do not.
+// The library's own versions would call the functions above, but those of a sanitizer do not.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     try {
         return allocateOrFail(size);

@@ -7,7 +7,7 @@
 
 namespace qv::tests {
 
-/// Returns the records of a scene, which must be one that has such.
+/// Returns the records of a scene that can be recorded.
 [[nodiscard]] inline kelvo_sdk::impl::SceneDocument recorded(const kelvo_sdk::Scene& scene) {
     kelvo_sdk::impl::SceneDocument document;
     String error;

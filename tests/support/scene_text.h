@@ -9,7 +9,7 @@
 
 namespace qv::tests {
 
-/// Returns what is wrong with a text: "line:column: message" each, "in 'node'" where there is one.
+/// Returns the errors of a text: "line:column: message" each, "in 'node'" if the error names one.
 [[nodiscard]] inline std::string errorsOf(std::string_view text, const kelvo_sdk::Scene& scene) {
     kelvo_sdk::Diagnostics errors;
     const bool isRead = scene.read(String(text), "text", &errors);
@@ -28,7 +28,7 @@ namespace qv::tests {
     return errorsOf(text, kelvo_sdk::Scene::create());
 }
 
-/// Returns a scene read from a text, which must be right.
+/// Returns a scene read from a text without errors.
 [[nodiscard]] inline kelvo_sdk::Scene sceneOf(std::string_view text) {
     const auto scene = kelvo_sdk::Scene::create();
     EXPECT_EQ(errorsOf(text, scene), "") << text;

@@ -7,8 +7,8 @@
 
 namespace qv::tests {
 
-/// Returns a part of `items` that still `fails` and that fails no more without any one of them:
-/// leaves out halves, quarters and so on, down to single items, for as long as that helps.
+/// Returns a minimal part of `items` that still `fails`: leaves out halves, quarters and so on,
+/// down to single items, while the rest still fails.
 template<typename Item, typename Fails>
 [[nodiscard]] std::vector<Item> shrunk(std::vector<Item> items, const Fails& fails) {
     std::size_t piece = std::max<std::size_t>(items.size() / 2, 1);

@@ -13,7 +13,7 @@
 
 namespace qv::tests {
 
-/// A node of the standard library without a scene.
+/// A node of the standard library outside a scene.
 class StandardNode {
 public:
     explicit StandardNode(const char* type) {
@@ -23,7 +23,7 @@ public:
 
     [[nodiscard]] kelvo_sdk::impl::Node* get() const { return m_node.get(); }
 
-    /// Sets inputs from "a = 1; b = (0 0 1)", whatever their bounds; false when one does not go.
+    /// Sets inputs from "a = 1; b = (0 0 1)", regardless of bounds; false when one cannot be set.
     bool set(std::string_view settings) const {
         while (!settings.empty()) {
             const auto end = settings.find(';');
@@ -33,7 +33,7 @@ public:
         return true;
     }
 
-    /// Returns the text of what an output evaluates to, "no answer" when it does not.
+    /// Returns the text of an output's value, "no answer" when its evaluation fails.
     [[nodiscard]] std::string answer(const char* output = "result") const {
         kelvo_sdk::impl::Node reader(nullptr, "reader", "reader");
         auto* source = m_node ? m_node->output(output) : nullptr;
@@ -64,7 +64,7 @@ private:
     RefersTo<kelvo_sdk::impl::Node> m_node;
 };
 
-/// One row of a table: a type, what is set, what an output answers.
+/// One row of a table: a type, the inputs to set, the expected value of an output.
 struct Evaluation {
     const char* type;
     const char* settings;

@@ -1,4 +1,4 @@
-// The pool of empty arrays, asked for its usage while other threads take and give.
+// The usage of the pool of empty arrays is read while other threads take and return arrays.
 
 #include "kelvo/base/empty_arrays.h"
 

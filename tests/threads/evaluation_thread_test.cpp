@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kThreads = 4;
 
-// Runs the same on several threads that begin together; `run` is given the thread's number.
+// Runs a function on several threads that begin together; `run` gets the thread's number.
 void onThreads(const std::function<void(int)>& run) {
     std::atomic<int> ready = 0;
     std::vector<std::thread> threads;
@@ -48,7 +48,7 @@ bool addOne(EvalCtx* ctx, void* out) {
     return true;
 }
 
-// As many numbers as the caller's pointer says, or 1000; each is the count.
+// Gives as many numbers as the caller's pointer says, or 1000; each is the count.
 bool fill(EvalCtx* ctx, void* out) {
     const float count = ctx->user() ? *static_cast<const float*>(ctx->user()) : 1000.0f;
     const std::vector<float> numbers(static_cast<std::size_t>(count), count);
@@ -56,7 +56,7 @@ bool fill(EvalCtx* ctx, void* out) {
     return true;
 }
 
-// Asks the output of the node that it links to.
+// Evaluates the output of the linked node.
 bool askLinked(EvalCtx* ctx, void* out) {
     INode* other = nullptr;
     const INode* node = ctx->node();
@@ -86,7 +86,7 @@ protected:
         node->initLibInfo(m_library.get());
         return node;
     }
-    // Each reads the one before; returns the input that reads the last.
+    // Each node reads the one before; returns the input that reads the last.
     IInput* chain(int count) {
         IOutput* last = nullptr;
         for (int i = 0; i < count; ++i) {

@@ -1,4 +1,4 @@
-// Several threads may observe one node and count references to it at a time.
+// Several threads may subscribe observers to one node and count references to it at the same time.
 
 #include "kelvo/sdk/impl/graph/node.h"
 #include "tests/support/node_probe.h"
@@ -20,7 +20,7 @@ using tests::probe;
 using tests::RecordingObserver;
 using namespace std::chrono_literals;
 
-// Counts what it hears; several threads may tell it.
+// Counts its notifications, which may come from several threads.
 class CountingObserver : public NodeObserver {
 public:
     void nodeRemoved() override { ++heard; }
@@ -58,7 +58,7 @@ TEST(ObserverThreads, SubscribingDuringANotification_WaitsForItsEnd) {
     EXPECT_EQ(later.heard, 1);
 }
 
-// Takes an observer away on another thread while one in front of it is told.
+// Unsubscribes an observer on another thread while an earlier one is notified.
 template<typename Unsubscribe>
 void expectToWaitForTheNotification(const Unsubscribe& unsubscribe) {
     Node node(nullptr, "thing", "n");

@@ -1,4 +1,4 @@
-// Several threads may load plug-ins, and let go of them, at a time.
+// Several threads may load and unload plug-ins at the same time.
 
 #include "kelvo/kelvo.h"
 #include "kelvo/plugins/plugins.h"
@@ -16,7 +16,7 @@ namespace {
 using kelvo_sdk::Scene;
 using tests::failuresOnThreads;
 
-// Collects what cannot be loaded; threads share it.
+// Collects the messages about plug-ins that cannot be loaded; threads share it.
 class Complaints {
 public:
     Complain taker() {
@@ -40,8 +40,8 @@ TEST(PluginThreads, OnePlugin_IsLoadedUsedAndLetGoByAll) {
     const std::filesystem::path file = folder.place("good", "twice.so");
     folder.write("twice.knd", tests::twiceText);
     Complaints complaints;
-    // Stays loaded: the thread sanitizer takes an object that comes back to an address for the one
-    // that was there before.
+    // Keeps the plug-in loaded: the thread sanitizer would confuse an object loaded at the same
+    // address with the one unloaded before.
     const auto kept = loadPlugins({String(file.c_str())}, complaints.taker());
     const auto load = [&](int) {
         const auto plugins = loadPlugins({String(file.c_str())}, complaints.taker());

@@ -1,5 +1,5 @@
-// Several threads may read one scene that nobody edits, and do anything with different ones, as
-// docs/threads.md has it.
+// Several threads may read one scene that nobody edits, and use different scenes in any way, as
+// docs/threads.md says.
 
 #include "kelvo/kelvo.h"
 #include "kelvo/sdk/validation.h"
@@ -38,7 +38,7 @@ Scene makeScene() {
     return scene;
 }
 
-// Runs `action` many times on several threads that start together; it answers whether all is well.
+// Runs `action` many times on several threads that start together; it returns whether all is well.
 void onManyThreads(const std::function<bool()>& action) {
     constexpr int kThreads = 4;
     std::atomic<int> ready = 0;

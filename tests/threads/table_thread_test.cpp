@@ -1,5 +1,5 @@
-// Every row of the table in docs/threads.md that says yes, on four threads. Run by itself this
-// shows that answers are right; under the thread sanitizer, that nothing is shared without need.
+// Every row of the table in docs/threads.md that says yes, on four threads. Without a sanitizer
+// this checks results; under the thread sanitizer, that no data is shared without a lock.
 
 #include "kelvo/base/localized.h"
 #include "kelvo/base/log.h"
@@ -293,8 +293,8 @@ TEST_F(ThreadTable, DifferentScenes_FindTheTypesOfOneLibrary) {
               0);
 }
 
-// Nodes that stand in no scene share the tables of what links to them.
-TEST_F(ThreadTable, NodesOutOfScenes_AreLinkedAndLetGo) {
+// Free nodes share the tables of the links to them.
+TEST_F(ThreadTable, FreeNodes_AreLinkedAndReleased) {
     EXPECT_EQ(failuresOnThreads(20,
                                 [&](int) {
                                     const Scene scene = makeScene(m_library);
@@ -392,7 +392,7 @@ TEST_F(ThreadTable, Observers_ComeAndGoWhileOneThreadEdits) {
     EXPECT_EQ(heard, kTimes);
 }
 
-// Lets another thread begin something inside a notification; tells whether that has to wait.
+// Lets another thread begin an operation during a notification; tells whether it has to wait.
 struct Started {
     void run(const std::function<bool()>& action) {
         if (done.valid()) return;

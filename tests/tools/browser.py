@@ -1,4 +1,4 @@
-"""A headless Chromium, driven through pipes: pages opened, keys typed, pictures taken."""
+"""Drives a headless Chromium through pipes: opens pages, types keys, takes pictures."""
 import base64
 import json
 import os
@@ -14,8 +14,8 @@ FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-
 
 
 class Browser:
-    """A browser with one page. What the page writes to its console, what it throws and what it asks
-    of the network is gathered in `complaints` and `requests`."""
+    """A browser with one page. `complaints` collects the page's console messages and
+    exceptions, `requests` its network requests."""
 
     def __init__(self, patience=120):
         self.complaints = []
@@ -73,14 +73,14 @@ class Browser:
     def open(self, path, fragment=""):
         """Opens a file and waits until it is loaded."""
         self._events.clear()
-        # A change of the fragment alone would load nothing.
+        # Changing only the fragment would load nothing.
         self.call("Page.navigate", url="about:blank")
         self._wait("Page.loadEventFired")
         self.call("Page.navigate", url=f"file://{path}{fragment}")
         self._wait("Page.loadEventFired")
 
     def value(self, expression):
-        """Returns what a script gives, run from outside the page's own rules for scripts."""
+        """Returns the result of a script, which ignores the page's own rules for scripts."""
         result = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
         if "exceptionDetails" in result:
             raise RuntimeError(str(result["exceptionDetails"]))
@@ -97,7 +97,7 @@ class Browser:
         self.call("Input.dispatchKeyEvent", type="keyUp", key=key, windowsVirtualKeyCode=code)
 
     def wait_for(self, expression):
-        """Waits until a script gives something true."""
+        """Waits until the result of a script is true."""
         end = time.monotonic() + self._patience
         while not self.value(expression):
             if time.monotonic() > end:
@@ -113,7 +113,7 @@ class Browser:
             {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}])
 
     def picture(self, path):
-        """Writes what the page looks like as a PNG file; returns its bytes."""
+        """Writes a picture of the page as a PNG file; returns its bytes."""
         data = base64.b64decode(self.call("Page.captureScreenshot", format="png")["data"])
         with open(path, "wb") as file:
             file.write(data)
@@ -129,7 +129,7 @@ class Browser:
             self._events.append(self._receive())
 
     def settle(self):
-        """Takes in what the page has said until now."""
+        """Collects the events of the page until now."""
         self.value("0")
         self._gather(self._events)
         self._events.clear()

@@ -111,7 +111,7 @@ class CleanTree(Planted):
 
 class Layers(Planted):
     INCLUDES = (
-        # file, include, word of the finding or None where it is allowed
+        # Each row has a file, an include, and a word of the finding, or None if it is allowed.
         ("kelvo/base/a.h", "<vector>", None),
         ("kelvo/base/a.h", "<cstdio>", None),
         ("kelvo/base/a.h", "<fstream>", "opens files"),

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tool kelvo, seen from outside: check. kelvo_check_test.py KELVO [unittest ...]"""
+"""The command `kelvo check`. kelvo_check_test.py KELVO [unittest ...]"""
 import json
 import os
 import pathlib
@@ -104,7 +104,7 @@ class Text(CheckTest):
 
 
 class Unchecked(CheckTest):
-    """Attributes that no type describes are told of, and with --strict a fault."""
+    """Attributes that no type defines are reported, and fail with --strict."""
     ODD = ('node pointLight "l" {\n    Real intensitty = 2\n    Object _meta {\n'
            '        Real any = 1\n    }\n    output Real more\n}')
     ODD_TOLD = (
@@ -310,7 +310,7 @@ class Json(CheckTest):
 
 
 class Sarif(CheckTest):
-    """The rules of version 2.1.0 of the format, as far as the tool uses it."""
+    """Checks the rules of version 2.1.0 of the format, as far as the tool uses it."""
 
     def log(self, status, *arguments, given=None):
         log = self.report(status, *arguments, "--format", "sarif", given=given)

@@ -15,7 +15,7 @@ class DiffTest(ToolTest):
         return name
 
     def edited(self, *pairs):
-        """Writes b.kns, the scene with texts replaced."""
+        """Writes b.kns, a copy of the scene with texts replaced."""
         text = SCENE
         for before, after in pairs:
             self.assertIn(before, text)
@@ -23,7 +23,7 @@ class DiffTest(ToolTest):
         return self.write("b.kns", text)
 
     def diff(self, before, after):
-        """Returns the changes as the JSON tells them."""
+        """Returns the changes from the JSON."""
         ran = self.run_tool("diff", before, after, "--format", "json")
         self.assertIn(ran.returncode, (0, 1), ran.stderr)
         found = json.loads(ran.stdout)

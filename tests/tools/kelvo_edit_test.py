@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tool kelvo, seen from outside: edits by scripts. kelvo_edit_test.py KELVO [unittest ...]"""
+"""The command `kelvo edit` with scripts. kelvo_edit_test.py KELVO [unittest ...]"""
 import pathlib
 import re
 
@@ -19,7 +19,7 @@ class Edit(ToolTest):
 
 class Commands(Edit):
     def test_one_command_changes_one_line(self):
-        """Each command, the line of the scene that it changes, and what that becomes."""
+        """Tests each command with the line of the scene that it changes, and the changed line."""
         for command, line, expected in (
                 ("set lamp.radius 0.75", "radius = 0.5", "radius = 0.75"),
                 ("set lamp.label a b", r'"say \"hi\""', '"a b"'),
@@ -256,7 +256,7 @@ class History(Edit):
 
 class AllOrNothing(Edit):
     def test_the_first_error_is_told_with_its_place_and_nothing_is_written(self):
-        """Scripts, and what is told of them: a good edit stands in front of each."""
+        """Tests scripts with errors, and their messages: each begins with a valid edit."""
         for script, place, expected in (
                 ("set lamp.radus 3", "2:5", "set: no input 'radus' in 'lamp': did you mean "
                                             "'radius'?"),

@@ -52,7 +52,7 @@ class ExplainTest(ToolTest):
         self.file.write_text(SCENE)
 
     def explain(self, path, given=None):
-        """Returns the lines that tell of a path, without the first."""
+        """Returns the lines about a path, without the first."""
         lines = self.expect(0, "explain", "a.kns" if given is None else "-", path,
                             given=given).splitlines()
         self.assertEqual(lines[0], path)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""How commands read and write files that others use too. kelvo_files_test.py KELVO [...]"""
+"""Commands read and write files that other programs use too. kelvo_files_test.py KELVO [...]"""
 import fcntl
 import json
 import os
@@ -82,7 +82,7 @@ class Together(ToolTest):
         (self.folder / "mine.kns").write_text(SCENE)
         os.mkfifo(self.folder / "theirs.kns")
         merging = self.start("merge", "a.kns", "mine.kns", "theirs.kns", "-o", "mine.kns")
-        # The last of the files is open as soon as somebody reads it.
+        # Opening the pipe waits until the tool reads it, which it does after the other files.
         with (self.folder / "theirs.kns").open("w") as theirs:
             other = SCENE.replace("count = 3", "count = 9")
             (self.folder / "mine.kns").write_text(other)
@@ -152,7 +152,7 @@ class Killed(ToolTest):
         self.assertEqual(self.names(), ["a.kns"])
 
 
-# Stands in front of the system's open(), as on file systems that make no files without a name.
+# Is loaded in front of the system's open(), to simulate file systems without unnamed files.
 NO_NAMELESS_FILES = r"""
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -175,7 +175,7 @@ REPLACE(open64)
 
 
 class KilledWriters(ToolTest):
-    """Several commands at one file, some of which are killed at any moment."""
+    """Several commands edit one file, and some of them are killed at any moment."""
     INPUTS = 12
 
     def setUp(self):
@@ -206,7 +206,7 @@ class KilledWriters(ToolTest):
                 statuses.append(command.returncode)
                 self.assertIn((command.returncode, error), ((0, b""), (-signal.SIGKILL, b"")))
             killed += statuses.count(-signal.SIGKILL)
-            # Finished edits stand; a killed one is done whole or not at all.
+            # Finished edits stand; a killed one is done completely or not at all.
             text = self.file.read_text()
             values = [int(value) for value in re.findall(r"Int v\d+ = (\d)\n", text)]
             self.assertEqual(re.sub(r"(Int v\d+ =) \d", r"\1 0", text), before)

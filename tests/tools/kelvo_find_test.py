@@ -11,7 +11,7 @@ BASED = 'node sphere : geometry, object "ball" {\n    Real r = 1\n}'
 
 
 def as_expression(pattern):
-    """Returns what a path pattern means, as a regular expression."""
+    """Returns a path pattern as a regular expression."""
     text = re.escape(pattern.lower())
     text = re.sub(r"\\\.(\\\*\\\*\\\.)+", "<between>", text).replace(r"\*\*", "<across>")
     text = text.replace(r"\*", r"[^.\[\]]*").replace(r"\?", r"[^.\[\]]")
@@ -20,7 +20,7 @@ def as_expression(pattern):
 
 class FindTest(ToolTest):
     def paths(self, *arguments, given=None):
-        """Returns the paths found, without kinds and values."""
+        """Returns the paths that the tool finds, without kinds and values."""
         ran = self.run_tool("find", *arguments, given=given)
         self.assertEqual(ran.returncode, 0 if ran.stdout else 1, ran.stderr)
         return [line.split(" ")[0] for line in ran.stdout.splitlines()]

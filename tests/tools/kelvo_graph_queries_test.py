@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tool kelvo asked about the graph of nodes: paths, deps and hash.
+"""The commands that query the graph of nodes: paths, deps and hash.
 kelvo_graph_queries_test.py KELVO [...]"""
 import random
 import re
@@ -9,7 +9,7 @@ from kelvo_tool import SCENE, ToolTest, main, scene, xform
 
 
 def diamonds(count):
-    """Makes a row of diamonds from t0 to t<count>: two ways through each."""
+    """Makes a row of diamonds from t0 to t<count>: two routes through each."""
     nodes = []
     for i in range(count):
         nodes += [xform(f"t{i}", f"l{i}", f"r{i}"), xform(f"l{i}", f"t{i + 1}"),
@@ -27,7 +27,7 @@ def chain(count):
     return scene(*(xform(f"n{i}", f"n{i + 1}") for i in range(count)), xform(f"n{count}"))
 
 
-# A walk that calls itself at every node of such a chain needs more stack than there is.
+# A recursive walk over such a chain needs more stack than there is.
 LONG_CHAIN = 20000
 SMALL_STACK = 512 << 10
 
@@ -37,7 +37,7 @@ def bound_stack():
 
 
 def reached(edges, start):
-    """Returns the nodes that the edges, pairs of nodes, lead to from another one."""
+    """Returns the nodes that can be reached from a node along edges, which are pairs of nodes."""
     found, left = set(), [start]
     while left:
         node = left.pop()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The command `kelvo graph`, seen from outside. kelvo_graph_test.py KELVO [...]"""
+"""The command `kelvo graph`. kelvo_graph_test.py KELVO [...]"""
 import base64
 import os
 import re
@@ -49,7 +49,7 @@ margin="0.1,0.04"]
 }}
 """
 
-# A chain a to g, by a child, a link and connections.
+# A chain from a to g, through a child, a link and connections.
 CHAIN = scene(xform("a", "b"), 'node t "b" {', "    Node next = c", "}",
               'node t "c" {', "    output Real o", "}",
               'node t "d" {', "    Real i = 0 <- c.o", "    output Real o", "}",
@@ -206,7 +206,7 @@ class Errors(ToolTest):
 
 
 class Pictures(ToolTest):
-    """With a folder of its own for temporary files, and if wanted its own programs."""
+    """Runs the tool with a separate folder for temporary files, and optionally other programs."""
 
     def setUp(self):
         super().setUp()

@@ -38,7 +38,7 @@ type evil @internal {{
 
 
 class Page(html.parser.HTMLParser):
-    """The links, loads and scripts of a page."""
+    """Collects the links, loaded files and scripts of a page."""
 
     def __init__(self, text):
         super().__init__()
@@ -180,7 +180,7 @@ class Site(HelpTest):
         self.assertEqual(self.told, f"{count} pages and site/index.html\n")
         self.assertEqual(len(self.site), count + 1)
         self.assertIn("types/lamp.html", self.site)
-        # Files of names that differ by case alone would meet on some file systems.
+        # File names that differ by case alone would collide on some file systems.
         self.assertEqual(len({name.lower() for name in self.site}), count + 1)
 
     def test_every_link_leads_somewhere(self):

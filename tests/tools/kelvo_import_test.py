@@ -14,7 +14,7 @@ GRID = 31
 
 
 def grid_obj():
-    """A square of quads whose corners all belong to up to four of them."""
+    """Makes a square of quads, in which up to four quads share a corner."""
     lines = [f"v {x / 8} {x * y % 7 / 16} {y / 8}" for y in range(GRID) for x in range(GRID)]
     for y in range(GRID - 1):
         for x in range(GRID - 1):
@@ -38,7 +38,7 @@ def grid_ply():
 
 
 def count(text, name):
-    """Returns how many elements the buffer of that name has in scene text."""
+    """Returns the number of elements of the buffer with that name in scene text."""
     values = re.search(rf"Buffer<\w+> {name} = \[([^\]]*)\]", text).group(1)
     return values.count("(") or len(values.split())
 

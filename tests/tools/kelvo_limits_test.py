@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tool kelvo, seen from outside: limits of values. kelvo_limits_test.py KELVO [unittest ...]"""
+"""The tool kelvo and the limits of values. kelvo_limits_test.py KELVO [unittest ...]"""
 import json
 
 from kelvo_tool import ToolTest, main, scene
@@ -23,7 +23,7 @@ type lamp {
     output Real heat
 }
 """
-# All that the type bounds, spelled out.
+# A scene with every input that the type limits.
 LAMP = """kelvo scene 1
 
 node lamp "l" {
@@ -61,7 +61,7 @@ class LimitsTest(ToolTest):
         return self.expect(status, *arguments, "--library", "my.knd", **expected)
 
     def refused(self, assignment, reason, text=LAMP):
-        """Checks that `set` and `edit` both refuse, and leave the file as it was."""
+        """Checks that `set` and `edit` both refuse an assignment, and leave the file as it was."""
         self.write("l.kns", text)
         path, value = assignment.split("=", 1)
         told = f"Cannot set input '{path}' to '{value}': the value {reason}"

@@ -14,7 +14,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 class MergeTest(ToolTest):
     def sides(self, mine=(), theirs=()):
-        """Writes mine.kns and theirs.kns, the scene with texts replaced."""
+        """Writes mine.kns and theirs.kns, copies of the scene with texts replaced."""
         for name, pairs in (("mine", mine), ("theirs", theirs)):
             text = SCENE
             for before, after in pairs:
@@ -74,7 +74,7 @@ class Merge(MergeTest):
             if removal:
                 self.expect(0, removal[0], "removed.kns", *removal[1:])
             else:
-                # As the library leaves it.
+                # As removing the node through the library leaves it.
                 removed.write_text(scene(xform("room", "null", "b"), 'node t "b" {\n'
                                          "    Real r = 1\n    Node n = null\n"
                                          "    Array<Node> modifiers = [null]\n}"))
@@ -114,7 +114,7 @@ class Merge(MergeTest):
 
 
 class Git(MergeTest):
-    """A repository set up by the commands of docs/git.md."""
+    """Tests merges by git, in a repository that is set up with the commands of docs/git.md."""
 
     def setUp(self):
         super().setUp()

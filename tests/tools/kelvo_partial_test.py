@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tool kelvo, seen from outside: --partial takes what can be read of a scene with errors.
+"""The option --partial of the tool kelvo reads the readable parts of a scene with errors.
 kelvo_partial_test.py KELVO [unittest ...]"""
 import json
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plug-ins in the tool kelvo, most of them wrong. kelvo_plugin_test.py KELVO PLUGINS [...]"""
+"""The tool kelvo with plug-ins, most of them broken. kelvo_plugin_test.py KELVO PLUGINS [...]"""
 import os
 import shutil
 import sys
@@ -17,7 +17,7 @@ class PluginTest(ToolTest):
         (self.folder / "n.kns").write_text(SCENE)
 
     def place(self, way, name, definitions=TWICE):
-        """Puts a plug-in into the folder, with its definitions beside it."""
+        """Copies a plug-in and its definitions into the folder."""
         target = self.folder / name
         target.parent.mkdir(exist_ok=True)
         shutil.copy(os.path.join(plugins, f"test_plugin_{way}.so"), target)

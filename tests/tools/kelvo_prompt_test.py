@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The prompt of kelvo edit, seen from a terminal. kelvo_prompt_test.py KELVO [unittest ...]"""
+"""The prompt of `kelvo edit` on a terminal. kelvo_prompt_test.py KELVO [unittest ...]"""
 import os
 import pty
 import re
@@ -15,7 +15,7 @@ UNSAVED = "There are changes that are not saved: save, or leave with quit again 
 
 
 def last_line(text):
-    """Returns what a terminal shows in its last line, after what moves its cursor there."""
+    """Returns the last line that a terminal shows, after the sequences that move its cursor."""
     line, at = [], 0
     for move, column, erase, character in re.findall(
             r"(\x1b\[(\d+)G)|(\x1b\[K)|([^\x1b])", text):
@@ -46,7 +46,7 @@ class Prompt(ToolTest):
         self.wait_for(PROMPT)
 
     def wait_until(self, is_there, expected):
-        """Reads until what was read is enough; fails where that does not come."""
+        """Reads until the text is sufficient; fails after a time limit."""
         end = time.monotonic() + 10
         while not is_there(self.seen):
             left = max(0, end - time.monotonic())
@@ -55,16 +55,16 @@ class Prompt(ToolTest):
             self.seen += self.read_some(f"before '{expected}' the end came after {self.seen!r}")
 
     def wait_for(self, expected):
-        """Returns what comes up to a text; what is behind it stays to be read."""
+        """Reads and returns the output up to a text; the rest stays unread."""
         self.wait_until(lambda seen: expected in seen, expected)
         before, self.seen = self.seen.split(expected, 1)
-        # The tool takes keys one by one a moment after its prompt is there.
+        # The tool reads single keys only a moment after its prompt appears.
         while expected == PROMPT and termios.tcgetattr(self.terminal)[3] & termios.ICANON:
             time.sleep(0.001)
         return before + expected
 
     def wait_for_line(self, expected):
-        """Waits until a text stands behind the prompt, which was read."""
+        """Waits until a text stands after the prompt, which was read before."""
         line = (PROMPT + expected).rstrip()
         self.wait_until(lambda seen: last_line(PROMPT + seen).rstrip() == line, expected)
         self.seen = ""
@@ -79,7 +79,7 @@ class Prompt(ToolTest):
         os.write(self.terminal, keys.encode())
 
     def enter(self, line):
-        """Types a line; returns what comes up to the next prompt, without control sequences."""
+        """Types a line; returns the output up to the next prompt, without control sequences."""
         self.type(line + "\n")
         seen = self.wait_for("\r\n") + self.wait_for(PROMPT)
         seen = re.sub(r"\x1b\[[0-9;]*[A-Za-z]", "", seen)

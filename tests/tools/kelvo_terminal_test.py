@@ -30,7 +30,7 @@ class TerminalTest(ToolTest):
         self.file.write_text(WIDE)
 
     def lines(self, columns, *arguments, **options):
-        """Returns the lines shown, without colours, after checking that they fit."""
+        """Returns the lines that the terminal shows, without colours; checks that they fit."""
         text = plain(self.run_on_terminal(columns, *arguments, **options)[1])
         self.assertNotIn("\x1b", text)
         for line in text.splitlines():
@@ -185,12 +185,12 @@ class Hints(TerminalTest):
 
 
 class Progress(TerminalTest):
-    """A line tells that a long work goes on, and vanishes."""
+    """Tests that a line shows that a long operation is running, and then vanishes."""
 
     ERASED = "\r\x1b[K"
 
     def draw(self, **options):
-        """Draws with a slow program in the place of Graphviz."""
+        """Draws with a slow program in place of Graphviz."""
         program = self.folder / "dot"
         program.write_text("#!/bin/sh\nsleep 1.2\necho '<svg></svg>' > graph.svg\n")
         program.chmod(program.stat().st_mode | stat.S_IXUSR)
@@ -220,7 +220,7 @@ class Progress(TerminalTest):
 
     @staticmethod
     def hold_up(running):
-        """Makes a process that takes moments take seconds: it stands still most of the time."""
+        """Makes a short process take seconds by stopping it most of the time."""
         for _ in range(6):
             time.sleep(0.02)
             if running.poll() is not None:

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tool kelvo, seen from outside: what it reads and prints. kelvo_test.py KELVO [...]"""
+"""The tool kelvo: its input and its output. kelvo_test.py KELVO [...]"""
 import os
 import pty
 import re
@@ -98,9 +98,9 @@ class CommandLine(ToolTest):
 
 
 class NoScenes(ToolTest):
-    """Files of another kind, given where a scene is expected."""
+    """Tests files of another kind where a scene is expected."""
 
-    # Arguments behind the file; merge and diff have another status for trouble.
+    # Arguments after the file; merge and diff have another status for errors.
     COMMANDS = {"show": [], "get": ["a.b"], "set": ["a.b=1"], "edit": [], "check": [],
                 "stats": [], "paths": ["a"], "deps": ["a"], "hash": [], "find": ["*"],
                 "explain": ["a"], "graph": [], "eval": ["a.b"], "convert": ["a", "light"],
@@ -151,7 +151,7 @@ class NoScenes(ToolTest):
 
 
 class Memory(ToolTest):
-    """The address space is bounded, as by `ulimit -v`."""
+    """Limits the address space, as `ulimit -v` does."""
 
     MEBI = 1 << 20
 
@@ -177,7 +177,7 @@ class Memory(ToolTest):
                                 (["graph", "a.kns", "-o", "b.dot"], 1),
                                 (["diff", "a.kns", "a.kns"], 2),
                                 (["merge", "a.kns", "a.kns", "a.kns", "-o", "b.kns"], 2)):
-            # Less than the scene takes, so that each is sure to fail, but at different places.
+            # Each limit is too small for the scene, so that the tool fails at different places.
             for limit in (44, 48, 52, 56, 60):
                 with self.subTest((command, limit)):
                     ran = self.run_within(limit * self.MEBI, *command)
@@ -432,7 +432,7 @@ class Terminal(ToolTest):
                 while piece := os.read(outer, 65536):
                     text += piece
             except OSError:
-                # The other end of a terminal is gone.
+                # The other end of the terminal is closed.
                 pass
             os.close(outer)
             self.assertEqual(running.wait(60), 0)

@@ -1,4 +1,4 @@
-"""Shared by the tests of the tool kelvo: a scene, and how the tool is run."""
+"""Shared by the tests of the tool kelvo: a scene, and functions that run the tool."""
 import fcntl
 import os
 import pathlib
@@ -65,7 +65,7 @@ def xform(name, *children):
     return f'node xform "{name}" {{\n    Array<Node> children = [{", ".join(children)}]\n}}'
 
 
-# An addition spelled out, so that the text stands by itself, and inputs that read it.
+# An addition with all its attributes, so that the text needs no types, and inputs that read it.
 READER = scene("""\
 node add "sum" {
     Real a = 1
@@ -111,10 +111,10 @@ class ToolTest(unittest.TestCase):
 
     def run_on_terminal(self, columns, *arguments, streams=("out", "error"), meanwhile=None,
                         **variables):
-        """Runs the tool on a terminal of that width; what is no terminal is a pipe.
+        """Runs the tool on a terminal of that width; its other streams are pipes.
 
-        `meanwhile` is given the process, in a thread of its own. Returns the status, what the
-        terminal got, and what went through pipes."""
+        `meanwhile` gets the process, in a separate thread. Returns the status, the output on the
+        terminal, and the output in the pipes."""
         terminal, end = pty.openpty()
         fcntl.ioctl(end, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         environment = {k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "COLUMNS")}
@@ -140,7 +140,7 @@ class ToolTest(unittest.TestCase):
         return running.returncode, seen.decode().replace("\r\n", "\n"), piped.decode()
 
     def expect(self, status, *arguments, out=None, error=None, given=None, **options):
-        """Runs the tool; `out` and `error` are the whole texts expected."""
+        """Runs the tool; `out` and `error` are the whole expected texts."""
         ran = self.run_tool(*arguments, given=given, **options)
         self.assertEqual(ran.returncode, status, ran.stderr)
         if out is not None:

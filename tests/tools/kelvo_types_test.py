@@ -21,7 +21,7 @@ type idle @abstract {
 }
 """
 
-# Leaves to its types what it does not say, an output that is read among that.
+# Omits attributes that its types define, including an output that is read.
 SUM = scene('node add "one" {\n    Real a = 1 # first\n}',
             'node add "sum" {\n    Real b = 2\n    Real a = 7 <- one.result\n}')
 

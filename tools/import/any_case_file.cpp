@@ -9,7 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The entry of a folder that is called so, exactly or but for case; empty when there is none.
+// Returns the entry of a folder with that name, exactly or ignoring case; empty when there is none.
 fs::path entryOf(const fs::path& folder, const fs::path& name) {
     std::error_code error;
     if (fs::exists(folder / name, error)) return folder / name;

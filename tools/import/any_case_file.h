@@ -4,8 +4,8 @@
 
 namespace qv::model_import {
 
-/// Returns the file that a path means where case does not count, as on the systems that many models
-/// come from; empty when there is none. Of several, the first in the order of their names.
+/// Finds a file by a path without regard to case, as models often come from systems that ignore it;
+/// empty when there is none. Of several, returns the first by name.
 [[nodiscard]] String anyCaseFile(const String& path);
 
 } // namespace qv::model_import

@@ -4,7 +4,7 @@ namespace qv::model_import {
 
 namespace {
 
-// Points are columns in the model and rows in the scene, so that rows and columns change places.
+// Transposes: points are columns in the model and rows in the scene.
 math::Mat4d rowMatrix(const aiMatrix4x4& matrix) {
     math::Mat4d result;
     for (u32 row = 0; row < 4; ++row)
@@ -13,7 +13,7 @@ math::Mat4d rowMatrix(const aiMatrix4x4& matrix) {
     return result;
 }
 
-// A glTF scene with several nodes at its top gets a "ROOT" above them from the reader.
+// For a glTF scene with several top nodes the reader adds a node "ROOT" above them.
 bool isAddedByReader(const aiScene& model, const aiNode& root) {
     aiString format;
     return model.mMetaData && model.mMetaData->Get("SourceAsset_Format", format) &&
@@ -45,7 +45,7 @@ void pushChildren(const aiNode& source, const Node& xform, std::vector<Pending>&
 
 } // namespace
 
-// Without recursion: hierarchies may be deeper than the stack.
+// Works without recursion: a deep hierarchy could overflow the stack.
 void importHierarchy(ImportContext& context) {
     const aiNode* root = context.model.mRootNode;
     if (!root) return;

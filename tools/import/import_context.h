@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-// The state that the parts of an import share. Model types of assimp begin with "ai".
+// State that the parts of an import share. The types of assimp begin with "ai".
 namespace qv::model_import {
 
 using kelvo_sdk::AttrType;
@@ -30,20 +30,20 @@ struct ImportContext {
     Space space;
     Names names;
     TextureFiles textureFiles;
-    /// By number in the model; empty handles stand for what is left out.
+    /// By number in the model; handles of items that are left out are empty.
     std::vector<Node> meshes;
     std::vector<Node> materials;
-    /// By path in the scene, or by number where they are inside the model.
+    /// By path in the scene; by number for textures inside the model.
     std::unordered_map<String, Node> textures;
-    /// The nodes of the hierarchy, parents first, and what each was made from.
+    /// The nodes of the hierarchy, parents first, each with its source.
     struct Placed {
         const aiNode* source;
         Node xform;
     };
     std::vector<Placed> placed;
-    /// Of these, the ones at the top.
+    /// The nodes at the top of the hierarchy.
     std::vector<Node> tops;
-    /// By name in the model: the first node of the hierarchy of that name.
+    /// By name in the model: the first node with that name in the hierarchy.
     std::unordered_map<String, Node> xforms;
 };
 
@@ -51,26 +51,28 @@ struct ImportContext {
     return {text.data, text.length};
 }
 
-/// Creates a node; `original` is its name in the model, kept in "name" where the node's differs.
+/// Creates a node named after `original`, its name in the model, which goes into "name" if it
+/// differs.
 [[nodiscard]] Node createNamed(ImportContext& context, const char* type, std::string_view original);
 
 /// Links `child` below `parent`, if there is one.
 void addChild(const Node& parent, const Node& child);
 
-/// Places a camera or light in the hierarchy: below the node of its name, else below the first one.
+/// Links a camera or light into the hierarchy: below the node of its name, else below the first
+/// node.
 void placeByName(ImportContext& context, const Node& node, const aiString& name);
 
-/// Creates an input that the node does not have yet, and sets it.
+/// Creates a new input of the node and sets it.
 template<typename T>
 void addInput(const Node& node, const String& name, AttrType type, const T& value) {
     // Nothing is said of a new input that could refuse a value of its kind.
     (void)node.createInput(name, type).set(value);
 }
 
-/// Creates a buffer input from `count` elements at `data`; nothing when there are none.
+/// Creates a buffer input from `count` elements at `data`; creates nothing if `count` is 0.
 void addBuffer(const Node& node, const String& name, DataType type, const void* data, u64 count);
 
-// The parts, in the order in which they run.
+// The parts of an import, in the order in which they run.
 void importHierarchy(ImportContext& context);
 void importMeshes(ImportContext& context);
 void importMaterials(ImportContext& context);
@@ -80,11 +82,11 @@ void importLights(ImportContext& context);
 void listLeftOut(ImportContext& context);
 void importSpace(ImportContext& context);
 
-/// Adds what a model says about a node, or about itself, as members of an object input.
+/// Adds the metadata of a node, or of the model itself, as members of an object input.
 void importMetadata(ImportContext& context, const Node& node, const char* input,
                     const aiMetadata* metadata);
 
-/// Returns the texture of a path in the model, created when first asked for.
+/// Returns the texture of a path in the model, creating it on first use.
 [[nodiscard]] Node textureAt(ImportContext& context, std::string_view path);
 
 } // namespace qv::model_import

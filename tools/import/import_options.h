@@ -4,9 +4,9 @@
 
 namespace qv::model_import {
 
-/// The start of the paths of texture files in a scene.
+/// The folder that the paths of texture files start at.
 enum class TexturePaths {
-    /// The folder of the scene, where the model gives a path relative to itself.
+    /// The folder of the scene, for paths that are relative in the model.
     Relative,
     /// The root of the file system.
     Absolute,
@@ -14,24 +14,25 @@ enum class TexturePaths {
     AsInModel,
 };
 
-/// Which way is up in a space, and how long its unit is.
+/// The up axis and the unit of a space.
 struct Space {
-    /// "x", "y" or "z"; empty where it is not known.
+    /// "x", "y" or "z"; empty if unknown.
     String upAxis;
-    /// 0 where it is not known.
+    /// 0 if unknown.
     double metersPerUnit = 0.0;
 };
 
-/// Choices of an import beside carrying things over.
+/// The settings of an import.
 struct ImportOptions {
-    /// Where the scene is going to be saved; empty for the current folder.
+    /// The folder that the scene will be saved in; empty for the current folder.
     String sceneFolder;
     TexturePaths texturePaths = TexturePaths::Relative;
-    /// Whether corners whose values are the same bits share a vertex, in meshes that share none.
+    /// Whether face corners with identical values share a vertex, in meshes without shared
+    /// vertices.
     bool joinVertices = true;
-    /// Up axis and unit of the model; these count more than what its file says.
+    /// Up axis and unit of the model, in place of those in its file.
     Space model;
-    /// Up axis and unit that the scene is to have; where one is not given it stays as in the model.
+    /// Up axis and unit that the scene should get; the model's own where empty.
     Space scene;
 };
 

@@ -6,32 +6,32 @@
 
 namespace qv::model_import {
 
-/// One kind of thing that a model has and its scene does not, or not as it should.
+/// A kind of content that the scene lacks, or has only in part, compared with the model.
 struct LeftOut {
     /// In the plural: "bones".
     String what;
     u64 count = 0;
-    /// Names of those that have one, in order, without repetition, the first
+    /// Names of the items that have one, in order, without repetition, at most
     /// `Report::maxKeptNames`.
     StringVector names;
 
     void add(String name, u64 more);
 };
 
-/// The findings of an import.
+/// The results of an import.
 struct Report {
     static constexpr u64 maxKeptNames = 1000;
 
-    /// Why it failed, one line; empty after success.
+    /// The reason of a failure, one line; empty after success.
     String error;
     ds::Vector<LeftOut> leftOut;
-    /// Texture files that are nowhere, by the path that the scene gives them.
+    /// Texture files that were not found, by their path in the scene.
     LeftOut missingTextures{"texture files not found", 0, {}};
     u64 nodes = 0;
     u64 vertices = 0;
     u64 faces = 0;
 
-    /// Counts something that could not be carried over.
+    /// Counts content that could not be imported.
     void leaveOut(const char* what, String name, u64 count = 1);
     /// Returns "what: count (name, name, ... and N more)".
     [[nodiscard]] static String text(const LeftOut& item, u64 maxNames = 8);

@@ -19,7 +19,7 @@ namespace qv::model_import {
 
 namespace {
 
-// Ends with its parent, and without a memory image on disk.
+// Runs the work in the child process, which ends with its parent and leaves no core file.
 [[noreturn]] void runHere(const std::function<int()>& work, u64 seconds, pid_t parent) {
 #if defined(__linux__)
     prctl(PR_SET_PDEATHSIG, SIGTERM);

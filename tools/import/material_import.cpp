@@ -20,7 +20,7 @@ public:
     }
 
 private:
-    // Models may say the same thing twice.
+    // Numbers repeated names, as models may have a property twice.
     String freeName(const String& name) const {
         String candidate = name;
         for (unsigned n = 2; m_node->hasInput(candidate, AttrType::Null); ++n)
@@ -82,7 +82,7 @@ String nameOf(const aiMaterial& material) {
     return String(viewOf(name));
 }
 
-// The reader of glTF ends the list with a material of its own, whether a mesh needs it or not.
+// The glTF reader appends a default material even if no mesh uses it.
 bool isUnusedDefault(const aiScene& model, u32 index) {
     if (index == 0 || index + 1 != model.mNumMaterials) return false;
     for (u32 i = 0; i < model.mNumMeshes; ++i) {

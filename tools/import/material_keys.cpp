@@ -81,11 +81,11 @@ constexpr MaterialKey kTextureKeys[] = {
     {"$tex.mappingid", "SamplerId", AttrType::String},
     {"$tex.mappingfiltermag", "FilterMag", AttrType::Int},
     {"$tex.mappingfiltermin", "FilterMin", AttrType::Int},
-    // Five numbers, which become three inputs.
+    // An array of five numbers, which become three inputs.
     {"$tex.uvtrafo", "Uv", AttrType::Null},
 };
 
-// By the number that models give to a use of a texture.
+// Indexed by the number that models use for a kind of texture.
 constexpr const char* kTextureUses[] = {
     "",          "diffuse",      "specular",  "ambient",      "emissive",  "height",
     "normal",    "shininess",    "opacity",   "displacement", "lightmap",  "reflection",

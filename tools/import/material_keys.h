@@ -8,27 +8,28 @@
 
 namespace qv::model_import {
 
-/// How a property of a material is called in the model, and in the scene.
+/// The name of a material property in the model and in the scene.
 struct MaterialKey {
     std::string_view key;
     const char* name = nullptr;
     kelvo_sdk::AttrType type = kelvo_sdk::AttrType::Null;
-    /// Names for numbers, when the kind is String and the model has a number; may be empty.
+    /// Names of the numbers, for a property that is a String in the scene and a number in the
+    /// model; may be empty.
     std::span<const std::string_view> choices = {};
 };
 
-/// Returns the property of that key without regard to case; null for those without a name of their
-/// own.
+/// Returns the property of that key without regard to case; null for a key that is not in the
+/// table.
 [[nodiscard]] const MaterialKey* findMaterialKey(std::string_view key) noexcept;
 
-/// Returns the same for the properties of textures; their names are endings for `textureSlot`.
+/// Returns the texture property of that key; its name is a suffix for `textureSlot`.
 [[nodiscard]] const MaterialKey* findTextureKey(std::string_view key) noexcept;
 
-/// Returns the input for a use of a texture ("diffuseTexture"), and, from the second layer on, its
-/// number ("diffuseTexture1").
+/// Returns the input for a use of a texture, with a number from the second layer on:
+/// "diffuseTexture", "diffuseTexture1".
 [[nodiscard]] String textureSlot(u32 use, u32 layer);
 
-/// Returns a name for a property without one of its own: "$mat.blend.mirror" is "blend_mirror".
+/// Returns a name for a property that is not in the table: "$mat.blend.mirror" is "blend_mirror".
 [[nodiscard]] String materialInputName(std::string_view key);
 
 } // namespace qv::model_import

@@ -18,7 +18,7 @@ void readNumbers(const aiMaterialProperty& source, std::vector<double>& out) {
     }
 }
 
-// A length in 32 bits, then the text.
+// The data is a length in 32 bits, then the text.
 String readText(const aiMaterialProperty& source) {
     u32 length = 0;
     if (source.mDataLength < sizeof length) return {};

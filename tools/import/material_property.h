@@ -17,14 +17,14 @@ public:
 
     [[nodiscard]] bool isText() const noexcept { return m_isText; }
     [[nodiscard]] const String& text() const noexcept { return m_text; }
-    /// The numbers; empty for texts, and for bytes that are no single number.
+    /// Returns the numbers; empty for texts, and for bytes that are not a single number.
     [[nodiscard]] const std::vector<double>& numbers() const noexcept { return m_numbers; }
 
-    /// Returns the kind that suits the data by itself; `isColor` says what three or four numbers
-    /// are.
+    /// Returns the kind that fits the data; `isColor` tells whether three or four numbers are a
+    /// colour.
     [[nodiscard]] kelvo_sdk::AttrType naturalType(bool isColor) const noexcept;
 
-    /// Sets an input to the value; false when that cannot say it.
+    /// Writes the value to an input; false when it does not convert.
     [[nodiscard]] bool writeTo(const kelvo_sdk::Input& input,
                                std::span<const std::string_view> choices) const;
 

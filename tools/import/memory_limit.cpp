@@ -16,7 +16,7 @@ namespace {
 constexpr i64 kNoLimit = std::numeric_limits<i64>::max();
 
 std::atomic<i64> s_limit = kNoLimit;
-// Less than nothing where memory from before the limit is freed.
+// Negative when memory from before the limit is freed.
 std::atomic<i64> s_used = 0;
 
 bool isLimited() noexcept {

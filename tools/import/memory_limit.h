@@ -4,10 +4,11 @@
 
 namespace qv::model_import {
 
-/// While it lives, allocations of the whole process by `new` throw `std::bad_alloc` once they
-/// hold `bytes` more than when it began. For readers that believe whatever number a file states.
+/// During its lifetime, `new` throws `std::bad_alloc` in the whole process once `bytes` more are
+/// allocated than at the start. Guards against readers that trust any number in a file.
 ///
-/// One at a time. A program that uses it gets allocation functions that count.
+/// Only one may exist at a time. It replaces the allocation functions of the program by functions
+/// that count.
 class MemoryLimit {
 public:
     explicit MemoryLimit(u64 bytes) noexcept;
@@ -15,7 +16,7 @@ public:
     MemoryLimit(const MemoryLimit&) = delete;
     MemoryLimit& operator=(const MemoryLimit&) = delete;
 
-    /// Grants that many bytes more.
+    /// Raises the limit by that many bytes.
     void raise(u64 bytes) noexcept;
 };
 

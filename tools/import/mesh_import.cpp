@@ -11,12 +11,12 @@ namespace {
 static_assert(sizeof(aiVector3D) == sizeof(math::Vec3f));
 static_assert(sizeof(aiColor4D) == sizeof(math::Rgbaf));
 
-// "uvs", "uvs1", "uvs2", ...
+// Returns "uvs", "uvs1", "uvs2", ...
 String channelName(const char* name, u32 channel) {
     return channel == 0 ? String(name) : String::format("%s%u", name, channel);
 }
 
-/// Adds what the vertices of a mesh have.
+/// Adds the data of a mesh's vertices.
 class VertexImport {
 public:
     VertexImport(const Node& node, const aiMesh& mesh, const VertexChoice& choice)

@@ -4,7 +4,7 @@ namespace qv::model_import {
 
 namespace {
 
-// Deeper than any sensible model, shallower than what the reader of scenes takes.
+// More than any sensible model has, and less than the limit for reading scenes.
 constexpr u32 kMaxDepth = 50;
 
 class MetadataImport {

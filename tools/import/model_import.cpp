@@ -21,8 +21,7 @@ namespace qv::model_import {
 
 namespace {
 
-// Memory that a model may take beside a multiple of its files' bytes: subdivided surfaces are
-// large.
+// Memory for any model, beside a multiple of the size of its files: subdivided surfaces are large.
 constexpr u64 kPlainMemory = u64{2} << 30;
 constexpr u64 kMemoryPerByte = 256;
 
@@ -53,7 +52,7 @@ private:
     MemoryLimit& m_limit;
 };
 
-// One line, without what the caller says already.
+// Returns the reason on one line, without the parts that the caller's message has already.
 String reasonOf(const char* error, const String& file) {
     const std::string_view text(error);
     if (text.empty()) return "the reader gives no reason";
@@ -83,12 +82,12 @@ std::string_view readerOf(const Assimp::Importer& importer) {
     return reader && reader->mName ? reader->mName : "";
 }
 
-// The importer owns what is set, and uses it for this file alone.
+// The importer owns the handlers set here, and uses them for this file alone.
 const aiScene* readFile(Assimp::Importer& importer, const String& file, const Progress& progress) {
     MemoryLimit limit(kPlainMemory);
     importer.SetIOHandler(new Files(limit));
     importer.SetProgressHandler(new ProgressCaller(progress));
-    // Else one node of the model becomes a chain of up to a dozen.
+    // Without this setting one node of the model would become a chain of up to twelve.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     return importer.ReadFile(file.buf(), 0);
 }

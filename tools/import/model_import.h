@@ -9,25 +9,27 @@
 
 namespace qv::model_import {
 
-/// Takes how far reading has come, from 0 to 1; called on the thread that imports.
+/// Receives the progress of reading, from 0 to 1; called on the importing thread.
 using Progress = std::function<void(double)>;
 
-/// Adds a model file to a scene, which stays as it was on failure; `report` then says why.
+/// Adds the content of a model file to a scene. On failure the scene is unchanged, and `report` has
+/// the reason.
 ///
 ///     xform     a node of the model's hierarchy: Mat4 "matrix", Array<Node> "children"
 ///     mesh      a part of a mesh with one material: buffers "positions", "indices", "normals",
 ///               "uvs", ..., "faceCounts" where not all are triangles; Node "material"
-///     material  every property that the model gives; Node "...Texture" for each texture
-///     texture   a file, as "dir", "file" and "ext"; one inside the model keeps its bytes
+///     material  every property in the model; Node "...Texture" for each texture
+///     texture   a file, as "dir", "file" and "ext"; a texture inside the model keeps its bytes
 ///     camera, light
-///     sceneSettings  which way is up and how long a unit is, where that is known
+///     sceneSettings  up axis and unit, as far as known
 ///
-/// Points are rows, as everywhere in the library. What several nodes share in the model is one node
-/// that all of them link to. Names become simple identifiers; the name in the model, where it
-/// differs, is the String input "name". Relative texture paths start at the folder of the scene.
+/// Points are row vectors, as everywhere in the library. An object that several nodes of the model
+/// share becomes one node that all of them link to. Names become simple identifiers; a name that
+/// this changes is kept in the String input "name". Relative texture paths start at the folder of
+/// the scene.
 ///
-/// Readers take at most memory in proportion to the model's files. They may crash on files that are
-/// made to: `runIsolated` keeps that from a program.
+/// Readers take memory only in proportion to the model's files. Hostile files may crash them;
+/// `runIsolated` protects a program from that.
 [[nodiscard]] bool importModel(const kelvo_sdk::Scene& scene, const String& file, Report& report,
                                const ImportOptions& options = {}, const Progress& progress = {});
 

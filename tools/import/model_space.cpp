@@ -12,14 +12,14 @@ namespace qv::model_import {
 namespace {
 
 struct FormatSpace {
-    /// How the name of the reader begins.
+    /// The first part of the reader's name.
     std::string_view reader;
     const char* upAxis;
     double metersPerUnit;
 };
 
-// Formats that are not here leave it to their users. Readers that turn a model, or scale it, do so
-// by the matrix of its first node.
+// Formats not listed leave the space to their users. Some readers turn or scale a model by the
+// matrix of its first node.
 constexpr FormatSpace kFormats[] = {
     {"glTF", "y", 1.0},                // laid down
     {"Extensible 3D", "y", 1.0},       // laid down
@@ -37,7 +37,7 @@ constexpr FormatSpace kFormats[] = {
     {"Doom 3", "y", 0.0},              // turned by the reader
 };
 
-// 2.54f is 2.54, and not the nearest double to the nearest float.
+// Returns 2.54 for 2.54f, rather than the double nearest to the float.
 double shortest(float number) {
     char text[32];
     const auto written = std::to_chars(std::begin(text), std::end(text), number);
@@ -46,7 +46,7 @@ double shortest(float number) {
     return value;
 }
 
-// FBX states both; lengths in centimetres, and axes by number with a sign.
+// FBX files state both: the unit in centimetres, the axis by number and sign.
 Space statedBy(const aiMetadata& metadata) {
     Space space;
     i32 axis = -1, sign = 1;
@@ -64,7 +64,7 @@ u32 axisNumber(const String& axis) {
     return static_cast<u32>(axis[0] - 'x');
 }
 
-// The turn about the third axis that brings one axis to where the other is, for points as rows.
+// Returns the rotation about the third axis that turns one axis to the other, for points as rows.
 math::Mat4d turn(u32 from, u32 to) {
     auto matrix = math::Mat4d::identity;
     matrix[from][from] = matrix[to][to] = 0.0;
@@ -117,7 +117,7 @@ String whyNotInto(const Space& model, const Space& wanted) {
 void importSpace(ImportContext& context) {
     const Space& wanted = context.options.scene;
     const math::Mat4d matrix = change(context.space, wanted);
-    // A product with the identity may still turn -0 into 0.
+    // Skips the identity: even multiplying with it may turn -0 into 0.
     if (!(matrix == math::Mat4d::identity)) {
         // The inputs were made for the import, as Mat4.
         for (const Node& top : context.tops)

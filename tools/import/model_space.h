@@ -8,12 +8,12 @@ struct aiScene;
 
 namespace qv::model_import {
 
-/// Returns the space of a model as it has been read: `given`, and where that is silent what the
-/// file states or its format lays down, after the turns that the reader makes. `reader` is its
+/// Returns the space of a model after reading: `given`; where that is empty, the statement of the
+/// file or the rule of its format, including turns made by the reader. `reader` is the reader's
 /// name.
 [[nodiscard]] Space spaceOf(std::string_view reader, const aiScene& model, const Space& given);
 
-/// Returns why a model cannot be brought from its space into the wanted one; empty when it can.
+/// Returns why a model cannot be converted from its space to the wanted one; empty when it can.
 [[nodiscard]] String whyNotInto(const Space& model, const Space& wanted);
 
 } // namespace qv::model_import

@@ -31,7 +31,7 @@ String identifierFrom(std::string_view text) {
 String Names::next(std::string_view original, const String& type) {
     const String name = identifierFrom(original);
     if (name.isEmpty()) return unused(type);
-    // A mere number says nothing by itself.
+    // A number alone makes a poor name, so the type comes first.
     const bool isNumber = name[0] == '_' && ascii::isDigit(name[1]);
     return unused(isNumber ? type + name : name);
 }

@@ -11,7 +11,7 @@ namespace qv::model_import {
 
 namespace {
 
-// Readers give pixels as blue, green, red, opacity.
+// Readers store pixels in the order blue, green, red, opacity.
 void addPixels(const Node& node, const aiTexture& texture) {
     std::vector<math::Rgba8> pixels(u64{texture.mWidth} * texture.mHeight);
     std::transform(texture.pcData, texture.pcData + pixels.size(), pixels.begin(),
@@ -23,7 +23,7 @@ void addPixels(const Node& node, const aiTexture& texture) {
     addBuffer(node, "pixels", DataType::Rgba8, pixels.data(), pixels.size());
 }
 
-// A file inside the model stays a file, as its bytes.
+// An image file inside the model keeps its bytes.
 Node createEmbedded(ImportContext& context, const aiTexture& texture) {
     const Path path(String(viewOf(texture.mFilename)), true);
     Node node = createNamed(context, "texture", path.file(false).view());
@@ -64,7 +64,7 @@ const aiTexture* embeddedAt(const aiScene& model, std::string_view path) {
     return model.GetEmbeddedTexture(String(path).buf());
 }
 
-// One inside the model goes by its number, however materials call it.
+// Returns the number of a texture inside the model, whatever name materials use for it.
 String keyOf(const aiScene& model, const aiTexture& texture) {
     u32 index = 0;
     while (model.mTextures[index] != &texture)

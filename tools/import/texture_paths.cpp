@@ -27,7 +27,7 @@ int hexDigit(char c) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-// Formats that give addresses write a blank as "%20".
+// Decodes "%20" and the like; some formats write paths as URLs.
 String decoded(std::string_view text) {
     std::string result;
     for (u64 i = 0; i < text.size(); ++i) {
@@ -43,14 +43,14 @@ String decoded(std::string_view text) {
     return String(std::string_view(result));
 }
 
-// "//" in front means the folder of the model to some programs, "file://" the root to others.
+// Drops "file://", and a "//" in front, by which some programs mean the folder of the model.
 String cleaned(std::string_view inModel) {
     if (inModel.starts_with("file://")) inModel.remove_prefix(7);
     if (inModel.starts_with("//")) inModel.remove_prefix(2);
     return Path(String(inModel), true).text();
 }
 
-// A symbolic link on the way makes ".." lead elsewhere than the text says.
+// Tells whether the relative path works; symbolic links can make ".." lead elsewhere.
 bool leadsTo(const fs::path& folder, const fs::path& relative, const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error)) return true;

@@ -6,21 +6,21 @@
 
 namespace qv::model_import {
 
-/// A texture file that a model names.
+/// A texture file named by a model.
 struct TextureFile {
-    /// As the scene gets it.
+    /// The path as the scene gets it.
     String path;
     bool isThere = false;
 };
 
-/// Finds the files that a model in `modelFolder` names, and says how a scene calls them.
+/// Finds the texture files of a model in `modelFolder`, and chooses their paths in the scene.
 class TextureFiles {
 public:
     TextureFiles(String modelFolder, const ImportOptions& options);
 
-    /// Looks where the model says, then beside the model: paths often come from other machines.
-    /// Then both again without regard to case. A file that is nowhere keeps the path it should
-    /// have.
+    /// Looks at the path in the model, then beside the model, as paths often come from other
+    /// machines; then at both again without regard to case. A file that is not found gets the path
+    /// where the model expects it.
     [[nodiscard]] TextureFile find(const String& inModel);
 
 private:
@@ -30,15 +30,15 @@ private:
     String m_modelFolder;
     String m_sceneFolder;
     TexturePaths m_kind;
-    // By path in the model: many materials may name one file.
+    // By path in the model, as many materials may name one file.
     std::unordered_map<String, TextureFile> m_found;
 };
 
-/// Returns the path of a file from the root, without ".." on the way.
+/// Returns the absolute path of a file, without ".." in it.
 [[nodiscard]] String absolutePath(const String& file);
 
-/// Returns the path of a file as seen from a folder, whether they are there or not. Both may be
-/// relative to the current folder.
+/// Returns the path of a file relative to a folder; neither has to exist. Both may be relative to
+/// the current folder.
 [[nodiscard]] String pathFrom(const String& folder, const String& file);
 
 } // namespace qv::model_import

@@ -13,11 +13,11 @@ namespace {
 
 constexpr u32 kNone = std::numeric_limits<u32>::max();
 
-/// One kind of value that each vertex of a mesh has.
+/// One kind of value that all vertices of a mesh have.
 struct Stream {
     const unsigned char* data;
     u64 stride;
-    /// Of the stride, what counts: a multiple of 4.
+    /// The bytes to compare, at most the stride: a multiple of 4.
     u64 bytes;
 
     [[nodiscard]] const unsigned char* at(u32 vertex) const { return data + vertex * stride; }
@@ -73,7 +73,7 @@ u64 cornersOf(const aiMesh& mesh) {
     return corners;
 }
 
-/// Finds the first vertex of the same bits; an open table with a place for two of each.
+/// Finds the first vertex with the same bits: a hash table with open addressing, at most half full.
 class FirstVertices {
 public:
     explicit FirstVertices(const aiMesh& mesh)

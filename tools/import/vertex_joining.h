@@ -8,11 +8,11 @@ struct aiMesh;
 
 namespace qv::model_import {
 
-/// The vertices of a mesh that a scene gets.
+/// The vertices of a mesh that go into the scene.
 struct VertexChoice {
-    /// Their numbers in the model, in its order; empty when all stay as they are.
+    /// Their numbers in the model, ascending; empty when all vertices are kept.
     std::vector<u32> kept;
-    /// By number in the model: the number among those kept. Empty when all stay.
+    /// By number in the model: the number in `kept`. Empty when all vertices are kept.
     std::vector<u32> numbers;
 
     [[nodiscard]] u32 numberOf(u32 vertex) const {
@@ -20,11 +20,10 @@ struct VertexChoice {
     }
 };
 
-/// Returns the vertices with those left out that have the same bits as an earlier one, in positions
-/// and in everything else that they have.
+/// Drops the vertices that have the same bits as an earlier one, in positions and all other data.
 ///
-/// Many readers make a vertex of each corner of each face. Where that has not happened, so that
-/// corners share vertices, the model's own vertices stay; so do points without faces.
+/// Many readers make a vertex for each corner of each face. If corners share vertices already, or
+/// there are no faces, all vertices of the model are kept.
 [[nodiscard]] VertexChoice joinVertices(const aiMesh& mesh);
 
 } // namespace qv::model_import

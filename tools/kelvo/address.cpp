@@ -16,7 +16,7 @@ using kelvo_sdk::Scene;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 
-// The names offered have to live until the answer is made.
+// `near` keeps views of these names until it answers.
 String questionAbout(const String& name, const ds::Vector<String>& known) {
     SpellingSuggestion near(name.view());
     for (const String& candidate : known)
@@ -24,7 +24,7 @@ String questionAbout(const String& name, const ds::Vector<String>& known) {
     return near.question();
 }
 
-// Follows the step to a named input or member.
+// Finds the input or member that the step names.
 bool findMember(const IInputContainer& owner, const String& ownerName, const String& name,
                 Input& input, String& error) {
     if (owner.hasInput(name, kelvo_sdk::AttrType::Null)) {

@@ -32,7 +32,8 @@ String counted(u64 count, const char* what) {
     return String(std::string_view(std::to_string(count))) + " " + what + (count == 1 ? "" : "s");
 }
 
-// Returns the place of a word in a list; the list's size, after telling, when it is not there.
+// Returns the index of a word in a list; the list's size, after an error message, if the list lacks
+// it.
 u64 findWord(const char* what, const String& word, const StringVector& words) {
     SpellingSuggestion near(word.view());
     for (u64 i = 0; i < words.size(); ++i) {
@@ -43,14 +44,14 @@ u64 findWord(const char* what, const String& word, const StringVector& words) {
     return words.size();
 }
 
-// The file stayed as it was.
+// Moves the fixed findings back to the others, because the file was not written.
 void takeBack(CheckedFile& file) {
     for (Finding& finding : file.fixed)
         file.left.push_back(std::move(finding));
     file.fixed.clear();
 }
 
-// Paths in a scene count from the folder of its file.
+// Paths in a scene are relative to the folder of its file.
 kelvo_sdk::ValidationOptions validationOf(const String& name) {
     return {.fileExists = [name](const String& path) { return isFileBeside(name, path); }};
 }
@@ -97,7 +98,7 @@ void tellFinding(const String& source, const Finding& finding) {
     remark(message);
 }
 
-// A summary that tells of nothing wrong may not pass for one of a scene that was checked whole.
+// Counts the unchecked parts that are not printed; a clean summary must not hide them.
 u64 untoldUnchecked(const CheckReport& report, const CheckedFile& file) {
     return static_cast<u64>(std::ranges::count_if(file.left, [&](const Finding& finding) {
         return finding.rule->isUnchecked && !report.tells(finding);
@@ -118,7 +119,7 @@ String summary(const CheckReport& report, const CheckedFile& file, bool isFixing
     return text;
 }
 
-// Beside a scene on the standard output there is room on the standard error stream alone.
+// With a scene on the standard output, messages go to the standard error stream alone.
 void tellFile(const CheckReport& report, const CheckedFile& file, bool isFixing, Terminal& out) {
     const String source = displayed(file.file);
     if (!file.fault.isEmpty()) complain(file.fault);
@@ -154,7 +155,7 @@ Status runCheck(const CheckOptions& options, Terminal& out) {
     CheckReport report;
     report.least = static_cast<Severity>(severity);
     report.isStrict = options.isStrict;
-    // A file does not fail for what is not told.
+    // A finding that is not printed must not make a file fail.
     if (options.isStrict) report.least = std::min(report.least, Severity::Warning);
     for (const String& name : options.files) {
         report.files.push_back(checkFile(name, options, report.least, *libraries, out));

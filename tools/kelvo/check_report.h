@@ -8,13 +8,13 @@ namespace qv::kelvo_tool {
 
 /// The findings of a check in one file.
 struct CheckedFile {
-    /// As the command line has it.
+    /// The file name as on the command line.
     String file;
-    /// Why the file cannot be read or written to; empty when it can.
+    /// The reason why the file cannot be read or written; empty when it can.
     String fault;
-    /// Errors of its text, which then is no scene, unless there are gaps.
+    /// Errors in the text; with errors and without gaps it is no scene.
     kelvo_sdk::Diagnostics errors;
-    /// Parts of the text that were left out, told or not.
+    /// The number of parts of the text that were left out, printed or not.
     u64 gapCount = 0;
     u64 nodes = 0;
     kelvo_sdk::Findings fixed;
@@ -23,7 +23,7 @@ struct CheckedFile {
     [[nodiscard]] bool isRead() const noexcept {
         return fault.isEmpty() && (errors.empty() || gapCount != 0);
     }
-    /// Counts what is left, whether told or not.
+    /// Counts the findings that remain, printed or not.
     [[nodiscard]] u64 count(kelvo_sdk::Severity severity) const noexcept;
     [[nodiscard]] u64 errorCount() const noexcept;
     [[nodiscard]] bool passes(bool isStrict) const noexcept {
@@ -31,11 +31,11 @@ struct CheckedFile {
     }
 };
 
-/// The findings of a check in all files; less severe findings than `least` are left out of reports.
+/// The findings of a check in all files. Reports leave out findings less severe than `least`.
 struct CheckReport {
     std::vector<CheckedFile> files;
     kelvo_sdk::Severity least = kelvo_sdk::Severity::Warning;
-    /// Warnings are faults, and so is what could not be checked.
+    /// Makes warnings, and parts that could not be checked, count as errors.
     bool isStrict = false;
 
     [[nodiscard]] bool tells(const kelvo_sdk::Finding& finding) const noexcept {
@@ -43,7 +43,7 @@ struct CheckReport {
     }
 };
 
-/// The rule that files and texts which cannot be read break; of the tool alone.
+/// Returns the rule of the tool for files that cannot be read, and texts that are no scene.
 [[nodiscard]] const kelvo_sdk::ValidationRule& unreadableRule() noexcept;
 
 [[nodiscard]] String jsonOf(const CheckReport& report);

@@ -14,7 +14,7 @@ using kelvo_sdk::ValidationRule;
 
 namespace {
 
-// A result names its rule by its place in the list too.
+// A result also refers to its rule by its index in the list.
 u64 indexOf(const ValidationRule& rule) {
     const auto rules = kelvo_sdk::validationRules();
     const auto found =
@@ -28,7 +28,7 @@ bool standsInUri(unsigned char byte) {
            std::string_view("-._~/").find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
-// A file name as a reference that may stand in a URI.
+// Returns a file name as a URI reference.
 String uriOf(const String& file) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     StringIO uri;
@@ -71,7 +71,7 @@ void writeStart(JsonText& json, const ValidationRule& rule, const String& messag
     json.key("locations").beginList().beginObject();
 }
 
-// The standard input has no place among files.
+// The standard input has no file location.
 void writeFilePlace(JsonText& json, const String& file, u64 line, u64 column) {
     if (isStream(file)) return;
     json.key("physicalLocation").beginObject().key("artifactLocation").beginObject();

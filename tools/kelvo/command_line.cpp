@@ -15,14 +15,14 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-// Where the help of an argument begins, where there is room.
+// The column at which the help of arguments begins, if there is room.
 constexpr u64 usualColumn = 30;
 
 String textOf(const std::string& value) {
     return String(std::string_view(value));
 }
 
-// The checks of the parser itself print the whole range of its numbers.
+// Replaces the parser's own checks, whose messages print the whole range of a number type.
 CLI::Validator wholeNumberFrom(i64 least) {
     const auto fault = [least](const std::string& text) {
         i64 number = 0;
@@ -164,7 +164,8 @@ void CommandLine::tellWrongCall(const String& error) const {
     const std::vector<std::string> unknown = m_app->remaining(true);
     const auto option = std::ranges::find_if(
         unknown, [](const std::string& word) { return word.starts_with('-'); });
-    // Behind common options stands a word that is no command.
+    // After common options the first word should be a command; `knowsCommand` reports an unknown
+    // one.
     if (asked.empty() && !unknown.empty() && option != unknown.begin() && !knowsCommand(unknown[0]))
         return;
     complain((option == unknown.end() ? error : unknownOption(*option)) + help);
@@ -196,7 +197,7 @@ String CommandLine::helpOf(const String& command) const {
     return found ? textOf(found->help(m_app->get_name())) : String();
 }
 
-// Asked for its help itself, the parser would give that of the command that runs.
+// Uses the formatter directly: the parser's own help would be that of the command that runs.
 String CommandLine::help() const {
     return textOf(m_app->get_formatter()->make_help(m_app.get(), m_app->get_name(),
                                                     CLI::AppFormatMode::Normal));

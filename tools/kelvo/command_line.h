@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-// CLI11 takes long to compile; one source includes it.
+// Only one source includes CLI11, which takes long to compile.
 namespace CLI {
 class App;
 class Option;
@@ -20,21 +20,21 @@ class Option;
 
 namespace qv::kelvo_tool {
 
-/// An argument of a command, to be narrowed down.
+/// An argument of a command, and ways to restrict it.
 class Argument {
 public:
     explicit Argument(CLI::Option* option) : m_option(option) {}
 
     Argument required() const;
-    /// Takes whole numbers from 0 up alone.
+    /// Accepts only whole numbers from 0.
     Argument notNegative() const;
-    /// Takes whole numbers from 1 up alone.
+    /// Accepts only whole numbers from 1.
     Argument positive() const;
-    /// One text may hold several, with this character between them.
+    /// Splits one text into several at this character.
     Argument split(char delimiter) const;
-    /// Each use of the option has one text, so that what follows may be something else.
+    /// Each use of the option takes one text; the next word is another argument.
     Argument oneEach() const;
-    /// Lets the help tell the value that stands in the target now.
+    /// Shows the target's present value in the help.
     Argument showDefault() const;
     Argument needs(Argument other) const;
     Argument excludes(Argument other) const;
@@ -45,31 +45,31 @@ private:
 
 /// A command, to which arguments are added.
 ///
-/// A name with a dash in front is an option, one without is told by its place. The target has to
-/// live as long as the command line, and its type tells what may be given: a bool is a flag, a
+/// A name with a dash in front is an option, one without is positional. The target must live as
+/// long as the command line; its type decides which values are accepted: a bool makes a flag, a
 /// StringVector takes any number of texts.
 class Command {
 public:
     explicit Command(CLI::App* command) : m_command(command) {}
 
-    /// An empty text leaves the target as it is.
+    /// An empty text leaves the target unchanged.
     Argument add(const char* name, String& target, const char* help);
-    /// An empty text is a text here, and not the same as none.
+    /// An empty text is a value here, unlike an absent argument.
     Argument add(const char* name, std::optional<String>& target, const char* help);
     Argument add(const char* name, StringVector& target, const char* help);
     Argument add(const char* name, i64& target, const char* help);
     Argument add(const char* name, u64& target, const char* help);
     Argument add(const char* name, bool& target, const char* help);
-    /// Adds the scene file, which every call has to name.
+    /// Adds the scene file, which is required.
     void addFile(String& target) { (void)add("FILE", target, "Scene file").required(); }
-    /// Adds what the help says below the arguments.
+    /// Adds a text below the arguments in the help.
     void addNote(const char* text);
 
 private:
     CLI::App* m_command;
 };
 
-/// The command line: the commands, and the one that was asked for.
+/// The command line: all commands, and the one to run.
 class CommandLine {
 public:
     CommandLine();
@@ -77,8 +77,9 @@ public:
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
-    /// Adds a command, which `action` carries out; the help lists them in the order of addition.
-    /// Returns it with the options that `action` will be given, the targets of its arguments.
+    /// Adds a command, which `action` carries out; the help lists commands in the order of
+    /// addition. Returns the command, and the options that `action` gets: the targets of its
+    /// arguments.
     template<class Options>
     [[nodiscard]] std::pair<Command, Options&> add(const char* name, const char* help,
                                                    Status (*action)(const Options&, Terminal&)) {
@@ -87,14 +88,14 @@ public:
                 *options};
     }
 
-    /// Adds an option that may stand in front of each command and behind it.
+    /// Adds an option that may stand before or after each command.
     [[nodiscard]] Argument addCommon(const char* name, StringVector& target, const char* help);
 
-    /// Does what the arguments of the process ask for.
+    /// Parses the arguments of the process and runs the command.
     [[nodiscard]] Status run(int count, char** arguments, Terminal& out);
 
     [[nodiscard]] StringVector commands() const;
-    /// Returns the help of a command, empty when there is none of that name.
+    /// Returns the help of a command, empty for an unknown name.
     [[nodiscard]] String helpOf(const String& command) const;
     /// Returns the help that lists the commands.
     [[nodiscard]] String help() const;
@@ -109,7 +110,7 @@ private:
     [[nodiscard]] String unknownOption(const std::string& option) const;
 
     std::unique_ptr<CLI::App> m_app;
-    // Of the command that was asked for.
+    // The action of the command to run.
     Action m_action;
 };
 

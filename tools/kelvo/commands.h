@@ -4,8 +4,8 @@
 
 namespace qv::kelvo_tool {
 
-// Each command has a source file, which describes its arguments. What it finds wrong is told on
-// the standard error stream; a file "-" is the standard input, or output.
+// Each command has a source file that describes its arguments. Errors go to the standard error
+// stream; the file "-" is the standard input, or output.
 void addShow(CommandLine& line);
 void addGet(CommandLine& line);
 void addSet(CommandLine& line);

@@ -14,7 +14,7 @@ struct ConvertOptions {
     String file;
     String node;
     String type;
-    /// Empty: the file itself.
+    /// Empty for the file itself.
     String outFile;
 };
 
@@ -37,7 +37,7 @@ Status runConvert(const ConvertOptions& options, Terminal& out) {
     kelvo_sdk::interfaces::ConversionLosses losses;
     String error;
     if (!convertNode(scene, node, options.type, losses, error)) {
-        // Why a type cannot be is told by the library.
+        // The library has logged why the type is refused.
         if (!error.isEmpty()) complain(displayed(options.file) + ": " + error);
         return error.isEmpty() ? Status::Usage : Status::Fault;
     }

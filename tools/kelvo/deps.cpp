@@ -19,7 +19,7 @@ using kelvo_sdk::interfaces::INode;
 struct DepsOptions {
     String file;
     String node;
-    /// The nodes that depend on the node, instead of those that it depends on.
+    /// Lists the nodes that depend on the node, instead of those that it depends on.
     bool downstream = false;
     bool asTree = false;
     bool countOnly = false;
@@ -30,7 +30,7 @@ void printName(const INode& node, Terminal& out) {
     out.write(Tone::Kind, node.type().view()).write(")");
 }
 
-// The node and through what it was reached, without the end of the line.
+// Prints the node and the link through which it was reached, without a line end.
 void printNeighbour(const Neighbour& neighbour, Terminal& out) {
     printName(*neighbour.node, out);
     out.write(" through ").write(neighbour.link.text().view());
@@ -38,7 +38,8 @@ void printNeighbour(const Neighbour& neighbour, Terminal& out) {
         out.write(Tone::Note, " and " + std::to_string(neighbour.more) + " more");
 }
 
-/// Prints a node and its neighbours as a tree, each with its own once. Walks without recursion.
+/// Prints a node and its neighbours as a tree; the neighbours of a node are printed once. Works
+/// without recursion.
 class TreePrinter {
 public:
     TreePrinter(const Neighbourhood& neighbourhood, Terminal& out)
@@ -88,7 +89,7 @@ private:
     std::vector<Step> m_way;
 };
 
-// A line for each node, with the first of the links that make it one of these.
+// Prints a line for each node, with the first link through which it was reached.
 void printList(const Neighbourhood& neighbourhood, INode& start, Terminal& out) {
     const std::vector<INode*> found = neighbourhood.allOf(start);
     std::unordered_map<const INode*, Neighbour> known;

@@ -6,7 +6,7 @@
 
 namespace qv::kelvo_tool {
 
-/// Owner of a file descriptor; those of the standard streams stay open.
+/// Owns a file descriptor; leaves those of the standard streams open.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -24,7 +24,7 @@ public:
 
     [[nodiscard]] int number() const noexcept { return m_number; }
     [[nodiscard]] bool isOpen() const noexcept { return m_number >= 0; }
-    /// Some file systems tell of a failed write only now; false with the reason in `errno`.
+    /// Some file systems report a failed write only at closing; false with the reason in `errno`.
     [[nodiscard]] bool close() noexcept { return ::close(std::exchange(m_number, -1)) == 0; }
 
 private:

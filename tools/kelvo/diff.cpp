@@ -48,7 +48,7 @@ Status compare(const DiffOptions& options, Terminal& out) {
     return diff.isEmpty() ? Status::Ok : Status::Fault;
 }
 
-// A run that breaks off is no answer.
+// The exit status must not look like a result when memory runs out.
 Status runDiff(const DiffOptions& options, Terminal& out) {
     try {
         return compare(options, out);

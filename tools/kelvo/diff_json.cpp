@@ -106,7 +106,7 @@ private:
             problem);
     }
 
-    // A missing text is null.
+    // JSON null means no text.
     bool readText(const char* key, std::optional<String>& text, std::string& problem) {
         const auto found = m_json.find(key);
         if (found == m_json.end() || found->is_null()) return true;
@@ -119,7 +119,7 @@ private:
     const Json& m_json;
 };
 
-// Without what the library puts in front: its own name of the problem.
+// Returns the reason without the prefix of the JSON library, its own name of the error.
 String reasonOf(const Json::exception& error) {
     const std::string_view text = error.what();
     const auto end = text.find("] ");

@@ -4,10 +4,10 @@
 
 namespace qv::kelvo_tool {
 
-/// Returns a diff as JSON, one change a line (docs/diff.md has the form).
+/// Returns a diff as JSON, one change per line; docs/diff.md describes the format.
 [[nodiscard]] String toJson(const kelvo_sdk::SceneDiff& diff);
 
-/// Reads a diff from JSON; false, and a sentence in `error` that tells the place, when it is none.
+/// Reads a diff from JSON; false, with a sentence and the place in `error`, for any other text.
 [[nodiscard]] bool fromJson(const String& text, kelvo_sdk::SceneDiff& diff, String& error);
 
 /// Returns conflicts as JSON.

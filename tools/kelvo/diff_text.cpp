@@ -13,7 +13,7 @@ using Subject = SceneChange::Subject;
 
 constexpr u64 kMostBytes = 72;
 
-// Of a buffer that is not written as tuples, numbers stand apart; else tuples do.
+// Counts the tuples of a buffer or, if it has none, its numbers.
 u64 elementCount(std::string_view buffer) {
     const auto tuples = std::ranges::count(buffer, '(');
     const auto spaces = std::ranges::count(buffer, ' ');
@@ -25,7 +25,7 @@ bool isBuffer(std::string_view text) {
            text.find_first_of(",\"{") == std::string_view::npos;
 }
 
-// Cuts between characters, of a buffer behind an element.
+// Cuts between characters; cuts a buffer after an element.
 std::string_view cut(std::string_view text, bool isList) {
     u64 length = kMostBytes / 2;
     if (isList)
@@ -41,7 +41,7 @@ std::string counted(u64 count, const char* what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
-// "path field", or the path alone where the field goes without saying.
+// Prints "path field", or the path alone for the field "value".
 void writePlace(const SceneChange& change, Terminal& out) {
     out.write(Tone::Name, change.subject == Subject::Scene ? "scene" : change.path.view());
     if (change.subject == Subject::Output) out.write(" (output)");
@@ -75,7 +75,7 @@ void writeChange(const SceneChange& change, Terminal& out) {
     out.endLine();
 }
 
-// Of several lines the first that says something.
+// Returns the first line with content of a text of several lines.
 String shortLines(std::string_view text) {
     const u64 lines = static_cast<u64>(std::ranges::count(text, '\n')) + !text.ends_with('\n');
     while (text.starts_with('\n') || (text.starts_with('#') && text.find("\n") + 1 < text.size()))

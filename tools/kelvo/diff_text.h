@@ -5,10 +5,10 @@
 
 namespace qv::kelvo_tool {
 
-/// Writes changes for people, one a line; long texts are cut and tell their size.
+/// Prints changes for people, one per line; cuts long texts and adds their size.
 void writeChanges(const kelvo_sdk::SceneDiff& diff, Terminal& out);
 
-/// Returns a text in one line, cut when it is long; "nothing" for none.
+/// Returns a text on one line, cut when it is long; "nothing" for no text.
 [[nodiscard]] String shortText(const std::optional<String>& text);
 
 } // namespace qv::kelvo_tool

@@ -15,7 +15,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-// Of the many kinds of models those that people have most.
+// The most common file endings of models.
 constexpr std::array modelEndings{".3ds", ".3mf", ".ase",     ".blend", ".bvh", ".cob", ".dae",
                                   ".dxf", ".fbx", ".glb",     ".gltf",  ".ifc", ".lwo", ".lws",
                                   ".md2", ".md3", ".md5mesh", ".ms3d",  ".obj", ".off", ".ply",
@@ -26,7 +26,7 @@ bool isModel(const String& file) {
                                [&](const char* ending) { return file.endsWith(ending, true); });
 }
 
-// Returns a text from its first word on, behind comments and the mark that some editors put first.
+// Skips a byte order mark, blanks and comments.
 std::string_view firstWords(std::string_view text) {
     if (text.starts_with("\xef\xbb\xbf")) text.remove_prefix(3);
     for (;;) {
@@ -67,7 +67,7 @@ bool Document::openToEdit(const String& file) {
 
 bool Document::open(const String& file, Read readText) {
     m_file = file;
-    // Libraries that were asked for have to be there, needed or not.
+    // Checks the libraries that the user named, even if the scene does not need them.
     if (!libraryOptions().isEmpty() && !librariesInUse()) return false;
     String error;
     if ((m_text.*readText)(file, error)) error = whyNoScene(file, m_text.text().view());
@@ -75,7 +75,7 @@ bool Document::open(const String& file, Read readText) {
     return error.isEmpty();
 }
 
-// A scene that cannot be read leaves no trace, so that it can be read once more.
+// A failed read leaves the scene unchanged, so that the second attempt can use the same scene.
 bool Document::read(const kelvo_sdk::Scene& scene) const {
     kelvo_sdk::Diagnostics ignored;
     return tryRead(scene, ignored) || readWithTypes(scene);

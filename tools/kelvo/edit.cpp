@@ -18,21 +18,21 @@ namespace {
 
 struct EditOptions {
     String file;
-    /// Scripts, as texts or in files; one of them at most.
+    /// Scripts as texts or in files; only one of the two is not empty.
     StringVector commands;
     StringVector scripts;
-    /// Empty: the file itself.
+    /// Empty for the file itself.
     String outFile;
     bool dryRun = false;
     bool types = false;
     bool listCommands = false;
 };
 
-/// Commands and where they come from.
+/// Commands and their source.
 struct Script {
     String source;
     String text;
-    /// The exit status for a fault in it.
+    /// The exit status for an error in the script.
     Status fault;
     std::vector<Edit> edits = {};
 };
@@ -62,7 +62,7 @@ bool readScripts(const EditOptions& options, std::vector<Script>& scripts) {
     return true;
 }
 
-// A script is read whole before anything of it is done.
+// Parses all scripts before the first command runs.
 bool parseScripts(std::vector<Script>& scripts, Status& status) {
     for (Script& script : scripts) {
         EditError error;

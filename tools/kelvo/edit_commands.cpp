@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view restMark = "...";
 
-// Calls `take` with each argument, as written, until it answers false.
+// Calls `take` with each argument, as written, until `take` returns false.
 template<typename Take>
 void eachArgument(std::string_view arguments, Take take) {
     while (!arguments.empty()) {

@@ -7,12 +7,12 @@
 
 namespace qv::kelvo_tool {
 
-/// A fault in a command, and the word that it is about.
+/// An error in a command, and the word concerned.
 struct EditFault {
     String message;
     u64 word = 0;
 
-    /// Returns false.
+    /// Sets the error and returns false, for use in a return statement.
     bool at(u64 place, String text) {
         message = std::move(text);
         word = place;
@@ -22,59 +22,58 @@ struct EditFault {
 
 /// A command of the language of edits.
 struct EditCommand {
-    /// Its effect on the history.
+    /// The command's effect on the history.
     enum class Kind {
-        /// Becomes one step of it.
+        /// Becomes a step of the history.
         Edits,
-        /// Reads the scene, or goes through the history.
+        /// Only reads the scene, or undoes and redoes.
         Looks,
-        /// Is for the prompt alone.
+        /// Works only at the prompt.
         Prompts,
     };
     using Action = bool (*)(EditSession& session, const Edit& edit, EditFault& fault);
 
     const char* name;
-    /// Words in order: those in brackets may be left out, "..." takes the rest of the command. The
-    /// names tell what they stand for, and so what completes them.
+    /// Words in order: optional ones in brackets; "..." takes the rest of the command. The names
+    /// tell what the words stand for, which also decides their completion.
     const char* arguments;
     const char* help;
     Kind kind;
-    /// Null for what the prompt does itself.
+    /// Null for commands that the prompt carries out itself.
     Action run;
 
-    /// Returns the name of the word-th argument, counted from 1, as "INPUT"; empty when there is
-    /// none.
+    /// Returns the name of an argument by index, counted from 1, as "INPUT"; empty out of range.
     [[nodiscard]] std::string_view argument(u64 word) const;
-    /// Tells whether a command has as many words as it needs.
+    /// Tells whether a command has an accepted number of words.
     [[nodiscard]] bool fits(const Edit& edit, EditFault& fault) const;
 };
 
 /// Returns all commands, in the order of the help.
 [[nodiscard]] std::vector<EditCommand> editCommands();
-/// Returns the command of a name; false with a sentence that names the nearest one.
+/// Returns the command of a name; false with a sentence that suggests a similar name.
 [[nodiscard]] bool findEditCommand(const String& name, EditCommand& command, String& error);
-/// Prints the table of all commands, or of the one of a name.
+/// Prints the table of all commands, or one command's line.
 bool printEditCommands(Terminal& out, const String& name, String& error);
 
-// The commands by what they are about, each list in a source file.
+// The commands by subject, each list in a source file of its own.
 [[nodiscard]] std::span<const EditCommand> valueCommands();
 [[nodiscard]] std::span<const EditCommand> elementCommands();
 [[nodiscard]] std::span<const EditCommand> nodeCommands();
 [[nodiscard]] std::span<const EditCommand> historyCommands();
 [[nodiscard]] std::span<const EditCommand> lookCommands();
 
-// Parts that commands share.
+// Helpers shared by commands.
 
-/// Finds the node that a word names.
+/// Finds the node named by a word.
 [[nodiscard]] bool findNodeOf(const EditSession& session, const Edit& edit, u64 word,
                               kelvo_sdk::Node& node, EditFault& fault);
-/// Finds the input at the path that a word is, for a change of it.
+/// Finds the input at the path in a word, in order to change it.
 [[nodiscard]] bool reachInputOf(const EditSession& session, const Edit& edit, u64 word,
                                 kelvo_sdk::Input& input, EditFault& fault);
-/// Reads a number without sign; `fallback` where the word is left out.
+/// Reads an unsigned number; `fallback` if the word is missing.
 [[nodiscard]] bool readCount(const Edit& edit, u64 word, u64 fallback, u64& count,
                              EditFault& fault);
-/// Gives an input the value that takes the rest of a command from a word on.
+/// Sets an input to the value in the command's text from a word on.
 [[nodiscard]] bool assignFrom(const EditSession& session, const Edit& edit, u64 word,
                               const kelvo_sdk::Input& input, EditFault& fault);
 

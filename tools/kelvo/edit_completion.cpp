@@ -14,7 +14,7 @@ using kelvo_sdk::AttrType;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 
-/// Gathers what starts as the word that is being written, whatever the case.
+/// Collects candidates that start with the word being typed, ignoring case.
 class Candidates {
 public:
     explicit Candidates(std::string_view word) : m_word(word) { m_found.length = word.size(); }
@@ -44,7 +44,7 @@ void offerElements(const IInputContainer& array, std::string_view owner, Candida
         found.offer(std::string(owner) + "[" + std::to_string(i) + "]");
 }
 
-// An array or object is gone into.
+// Offers an array or object with the sign that opens it as well.
 void offerInput(const std::string& path, const IInput& input, Candidates& found) {
     const AttrType type = input.type();
     found.offer(path);
@@ -61,7 +61,7 @@ void offerLeftOut(const kelvo_sdk::Node& node, std::string_view owner, Candidate
             found.offer(std::string(owner) + "." + type->input(i)->name().buf());
 }
 
-// The word goes on behind its last '.' or '['.
+// Completes the part after the last '.' or '['.
 void offerInputs(const EditSession& session, Candidates& found) {
     const std::size_t sign = found.word().find_last_of(".[");
     if (sign == std::string_view::npos) return offerNodes(session, ".", found);
@@ -129,7 +129,7 @@ void offerArgument(const EditSession& session, std::string_view argument, Candid
     if (argument == "CHECKPOINT")
         for (const String& name : session.scene().checkpoints())
             found.offer(name.view());
-    // A node alone comes first; its inputs once it stands there.
+    // Offers names of nodes first, and inputs once the word is the name of a node.
     const bool mayBeNode = argument.starts_with("NODE|");
     if (argument == "INPUT" || argument == "ARRAY" ||
         (mayBeNode && (found.word().find('.') != std::string_view::npos ||
@@ -137,7 +137,7 @@ void offerArgument(const EditSession& session, std::string_view argument, Candid
         offerInputs(session, found);
 }
 
-// The part of a line that belongs to the command that is being written.
+// Returns the last command on a line, the one being typed.
 std::string_view lastCommand(std::string_view line) {
     std::size_t start = 0;
     bool isQuoted = false;
@@ -161,7 +161,7 @@ Completion complete(const EditSession& session, std::string_view line) {
     line.remove_suffix(found.word().size());
     std::vector<Edit> edits;
     EditError error;
-    // Text that cannot be parsed yet, such as open quotes, has no completion.
+    // Text that cannot be parsed yet, such as an open quote, has no completion.
     if (!parseEdits(String(line), edits, error)) return {};
     if (edits.empty()) {
         offerCommands(found);

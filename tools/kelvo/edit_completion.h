@@ -8,16 +8,16 @@
 
 namespace qv::kelvo_tool {
 
-/// Words that may stand where someone writes.
+/// Completions of the word being typed.
 struct Completion {
-    /// How many bytes in front of the cursor are replaced by one of them.
+    /// The number of bytes before the cursor that a completion replaces.
     u64 length = 0;
-    /// In order; those that may go on end with '.' or '['.
+    /// In order; completions that can be continued end with '.' or '['.
     std::vector<std::string> texts;
 };
 
-/// Tells what may stand at the end of the part of a line in front of the cursor: commands, names of
-/// nodes and types, paths of inputs and outputs, kinds, checkpoints.
+/// Completes the part of a line in front of the cursor: commands, names of nodes and types, paths
+/// of inputs and outputs, kinds, checkpoints.
 [[nodiscard]] Completion complete(const EditSession& session, std::string_view line);
 
 } // namespace qv::kelvo_tool

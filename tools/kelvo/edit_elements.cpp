@@ -1,4 +1,4 @@
-// The commands about elements of arrays, and those that move and remove anything.
+// The commands for elements of arrays, and those that move and remove anything.
 #include "tools/kelvo/edit_commands.h"
 
 #include "tools/kelvo/address.h"
@@ -53,7 +53,8 @@ bool removeOutput(const Address& owner, const String& name) {
     return !owner.input && owner.node.hasOutput(name) && owner.node.removeOutput(name);
 }
 
-// Removing a node empties all that links to it. In lists of nodes nothing is to be left of it.
+// Removes the elements that link to the node, as removing a node would leave empty elements in
+// these lists.
 void removeElements(const kelvo_sdk::Scene& scene, const kelvo_sdk::Node& node) {
     for (const kelvo_sdk::Node& owner : scene.nodes())
         for (const char* name : {"children", "modifiers"}) {

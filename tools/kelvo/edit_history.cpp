@@ -1,4 +1,4 @@
-// The commands that go through the history of a scene, and those of the prompt.
+// The commands for the history of a scene, and those of the prompt.
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"

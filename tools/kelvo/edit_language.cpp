@@ -11,7 +11,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-/// Walks over a script: blanks, ends of lines, comments, texts in quotes.
+/// Splits a script into blanks, line ends, comments and texts in quotes.
 class EditLexer {
 public:
     explicit EditLexer(std::string_view text) noexcept : m_text(text) {}
@@ -23,7 +23,7 @@ public:
     [[nodiscard]] bool atBlank() const noexcept {
         return !atEnd() && (peek() == ' ' || peek() == '\t' || peek() == '\r');
     }
-    /// Tells whether nothing but a comment is left of the line.
+    /// Tells whether the rest of the line is empty or a comment.
     [[nodiscard]] bool atLineEnd() const noexcept {
         return atEnd() || peek() == '\n' || peek() == '#';
     }
@@ -43,7 +43,8 @@ public:
         while (!atEnd() && (atBlank() || atLineEnd()))
             m_at = peek() == '#' ? std::min<u64>(m_text.find('\n', m_at), m_text.size()) : m_at + 1;
     }
-    /// Takes a text in quotes; false with a sentence in `problem`, standing at its place.
+    /// Takes a text in quotes; on failure returns false with a sentence in `problem`, at the place
+    /// of the fault.
     bool quoted(String& out, const char*& problem) {
         kelvo_sdk::QuotedText read = kelvo_sdk::readQuoted(m_text.substr(m_at));
         m_at += read.size;
@@ -57,7 +58,7 @@ private:
     u64 m_at = 0;
 };
 
-/// Counts the lines of a script up to places that come in order.
+/// Counts the lines of a script; offsets must ascend.
 class LineCounter {
 public:
     explicit LineCounter(std::string_view text) noexcept : m_text(text) {}
@@ -104,7 +105,7 @@ public:
     }
 
 private:
-    // Goes over what stands between commands; false at the end.
+    // Skips everything between commands; false at the end.
     bool skipToCommand() {
         do
             m_lexer.skipSpace();
@@ -135,7 +136,7 @@ private:
         return fail(m_lexer.offset(), "expected a blank behind the text in quotes.", error);
     }
 
-    // Texts in quotes within the word may hold anything; '#' starts a comment behind a blank alone.
+    // Quoted parts within the word may hold any character; '#' starts a comment only after a blank.
     bool parsePlain(String& text, EditError& error) {
         const u64 start = m_lexer.offset();
         while (!m_lexer.atEnd() && !m_lexer.atBlank() && m_lexer.peek() != '\n' &&

@@ -6,33 +6,33 @@
 
 namespace qv::kelvo_tool {
 
-/// One command of a script of edits, as written: docs/edit.md has the grammar.
+/// One command of an edit script, as written; docs/edit.md has the grammar.
 struct Edit {
     struct Word {
         /// Without quotes.
         String text;
-        /// Where it stands in `Edit::text`.
+        /// The range of the word in `Edit::text`.
         u64 start;
         u64 end;
         bool isQuoted;
     };
 
-    /// The whole command; the words, of which there is at least one, are parts of it.
+    /// The whole command; the words, at least one, are parts of it.
     String text;
     std::vector<Word> words;
-    /// Place of the first word; both count from 1, a column is a byte.
+    /// Place of the first word; both count from 1, columns in bytes.
     u64 line = 1;
     u64 column = 1;
 
     [[nodiscard]] const String& name() const { return words.front().text; }
     [[nodiscard]] bool has(u64 word) const { return word < words.size(); }
-    /// Returns the value that starts at a word and takes the rest of the command: as written, but
-    /// for one text in quotes, which loses them.
+    /// Returns the rest of the command from a word on: as written, except that a single quoted text
+    /// loses its quotes.
     [[nodiscard]] String valueFrom(u64 word) const;
     [[nodiscard]] u64 columnOf(u64 word) const { return column + words[word].start; }
 };
 
-/// An error in a script of edits, and its place.
+/// An error in an edit script, with its place.
 struct EditError {
     u64 line = 1;
     u64 column = 1;
@@ -42,7 +42,7 @@ struct EditError {
     [[nodiscard]] String textIn(const String& source) const;
 };
 
-/// Splits a script into its commands; false with the first `error`.
+/// Splits a script into commands; false with the first error in `error`.
 [[nodiscard]] bool parseEdits(const String& script, std::vector<Edit>& edits, EditError& error);
 
 } // namespace qv::kelvo_tool

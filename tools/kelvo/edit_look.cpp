@@ -18,7 +18,8 @@ namespace {
 
 using kelvo_sdk::interfaces::IInput;
 
-// Finds what a path leads to, what is left to types as well; the input is null for a node.
+// Finds the target of a path, including inputs that the text leaves to types; `input` is null for a
+// node.
 bool look(const EditSession& session, const Edit& edit, Address& address, const IInput*& input,
           EditFault& fault) {
     const String& path = edit.words[1].text;

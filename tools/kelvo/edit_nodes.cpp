@@ -1,4 +1,4 @@
-// The commands that make, name, convert, copy and nest nodes.
+// The commands that create, rename, convert, copy and nest nodes.
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"
@@ -33,7 +33,7 @@ String questionAboutType(const Libraries& libraries, const String& type) {
     return near.question();
 }
 
-// A name that commands after this one may rely on: it becomes no other.
+// Refuses a name in use rather than changing it, as later commands may refer to that name.
 bool isFree(const EditSession& session, const Edit& edit, u64 word, const Node& self,
             EditFault& fault) {
     const String& name = edit.words[word].text;
@@ -68,7 +68,7 @@ bool runRename(EditSession& session, const Edit& edit, EditFault& fault) {
            session.scene().renameNode(node, edit.words[2].text);
 }
 
-// An input that the text leaves to its type comes back with the type, unless that was read with it.
+// Refuses an input of the type in a scene read without types: the next read would add it again.
 bool runRenameInput(EditSession& session, const Edit& edit, EditFault& fault) {
     Address address;
     String error;
@@ -94,7 +94,7 @@ bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
         return fault.at(2, "no node type '" + type + "'" +
                                (libraries ? questionAboutType(*libraries, type) : String(".")));
     kelvo_sdk::ConversionLosses losses;
-    // Why a type cannot be is told by the library.
+    // The library has logged why the type is refused.
     if (!convertNode(session.scene(), node, type, losses, fault.message)) return false;
     for (const kelvo_sdk::ConversionLoss& loss : losses)
         warn("'" + loss.path + "' " + loss.reason);
@@ -127,8 +127,8 @@ bool findFamily(EditSession& session, const Edit& edit, Node& node, Node& parent
     return findNodeOf(session, edit, 1, node, fault) && findNodeOf(session, edit, 2, parent, fault);
 }
 
-// Returns the nodes from one down to another, each a child of that before; empty when none lead
-// there. Without recursion: a chain of nodes may be as long as the scene.
+// Returns the nodes from one down to another, each a child of the previous one; empty if there is
+// no such chain. Works without recursion: a chain may be as long as the scene.
 std::vector<INode*> wayDown(INode* from, const INode* to) {
     std::unordered_map<INode*, INode*> parents{{from, nullptr}};
     std::vector<INode*> left{from};
@@ -145,7 +145,7 @@ std::vector<INode*> wayDown(INode* from, const INode* to) {
     return way;
 }
 
-// Nothing may stand below itself.
+// Refuses a cycle: a node must not be below itself.
 bool isAbove(const Node& node, const Node& parent, EditFault& fault) {
     const std::vector<INode*> way = wayDown(node.get(), parent.get());
     if (way.empty()) return false;
@@ -160,7 +160,7 @@ bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
     Node node;
     Node parent;
     if (!findFamily(session, edit, node, parent, fault)) return false;
-    // A list of children that the text leaves out.
+    // Finds the children even when the text leaves them to the type.
     kelvo_sdk::Input children;
     String error;
     const bool isThere =

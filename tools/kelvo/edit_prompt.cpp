@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    // A command that fails keeps those behind it from being done; those before it are steps.
+    // The first failed command skips the rest of the line; the commands before it stay as steps.
     void take(const String& line) {
         std::vector<Edit> edits;
         EditError error;

@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_tool {
 
-/// Lets someone at a terminal edit a scene, line by line, until he leaves.
+/// Edits a scene interactively at a terminal, line by line, until the user leaves.
 [[nodiscard]] Status runPrompt(EditSession& session);
 
 } // namespace qv::kelvo_tool

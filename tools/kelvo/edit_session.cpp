@@ -14,7 +14,7 @@ namespace {
 
 using kelvo_sdk::Scene;
 
-// The name of a step: the command, shortened where it would fill the screen.
+// Names a step by its command, cut if it is very long.
 String stepText(const Edit& edit) {
     constexpr u64 longest = 100;
     if (edit.text.size() <= longest) return edit.text;
@@ -24,7 +24,7 @@ String stepText(const Edit& edit) {
     return edit.text.substr(0, end) + "...";
 }
 
-// Lets a command be one step, which is taken back when it fails.
+// Runs a command as one step, which is taken back if the command fails.
 bool runInStep(const EditCommand& command, EditSession& session, const Edit& edit,
                EditFault& fault) {
     const String text = stepText(edit);
@@ -88,7 +88,7 @@ bool EditSession::carryOut(const EditCommand& command, const Edit& edit, EditFau
 bool EditSession::save(const String& file) {
     const bool isOwn = file.isEmpty();
     if (!m_isPrompt) {
-        // The scene's own file gets what the whole script makes of it.
+        // The scene's own file is written after the whole script.
         if (!isOwn) m_saved.emplace_back(file, m_scene.text());
         return true;
     }

@@ -13,33 +13,34 @@ namespace qv::kelvo_tool {
 struct EditCommand;
 struct EditFault;
 
-/// Whether a scene is read with what it leaves to the types of its nodes.
+/// Tells when a scene is read with the types of its nodes.
 enum class WithTypes { WhereNeeded, Always };
 
-/// A scene that is edited, with the steps that were done.
+/// A scene being edited, with its history.
 class EditSession {
 public:
-    /// Output goes to `out`; saves go to `outFile` if that is not empty.
+    /// Prints to `out`; saves to `outFile` unless that is empty.
     EditSession(String file, String outFile, Terminal& out);
 
-    /// Reads the file for a script, which no other command comes between, or for a prompt, which
-    /// nobody waits for. False after telling why not.
+    /// Opens the file: locked against other commands for a script, without a lock for a prompt,
+    /// which may stay open for long. False after an error message.
     [[nodiscard]] bool open(WithTypes types);
 
     [[nodiscard]] const kelvo_sdk::Scene& scene() const noexcept { return m_scene; }
     [[nodiscard]] Terminal& out() const noexcept { return m_out; }
     [[nodiscard]] bool hasTypes() const noexcept { return m_hasTypes; }
-    /// Tells whether someone sits in front of it, who is told what was done.
+    /// Tells whether the user is at a prompt, where each command reports its result.
     [[nodiscard]] bool isPrompt() const noexcept { return m_isPrompt; }
     void setPrompt() noexcept { m_isPrompt = true; }
 
-    /// Carries out one command: all of it, or nothing. False with the first `error`.
+    /// Runs one command, all or nothing. False with the first error in `error`.
     [[nodiscard]] bool run(const Edit& edit, EditError& error);
 
-    /// Writes the scene as it is now to a file, by default its own. In a script that waits for
+    /// Writes the present scene to a file, by default its own. In a script writing is put off until
     /// `writeSaved`.
     [[nodiscard]] bool save(const String& file);
-    /// Writes what a script saved, and the scene to its own file; false after telling why not.
+    /// Writes the files that a script saved, then the scene's own file; false after an error
+    /// message.
     [[nodiscard]] bool writeSaved();
 
 private:
@@ -52,7 +53,7 @@ private:
     kelvo_sdk::Scene m_scene;
     bool m_hasTypes = false;
     bool m_isPrompt = false;
-    /// Files and their texts.
+    /// Names of files and the texts for them.
     std::vector<std::pair<String, String>> m_saved;
 };
 

@@ -1,4 +1,4 @@
-// The commands that give inputs values, links and connections, and add inputs.
+// The commands that set values, links and connections of inputs, and add inputs.
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"
@@ -37,7 +37,8 @@ bool runSet(EditSession& session, const Edit& edit, EditFault& fault) {
     return true;
 }
 
-// An input that stands bare in the text has what its type says; empty where that is nothing.
+// Returns the type's definition of an input that has no annotations in the text; empty if the type
+// does not define it.
 Input definitionOf(const Input& input) {
     if (input.parent() || input.isDescribed()) return Input();
     const Libraries* libraries = librariesInUse();
@@ -47,7 +48,7 @@ Input definitionOf(const Input& input) {
 }
 
 bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
-    // An input that the text leaves to its type has the default already.
+    // An input that the text leaves to its type is at its default already.
     if (wholeLeftOutInput(session.scene(), edit.words[1].text)) return true;
     Address address;
     String error;
@@ -57,7 +58,7 @@ bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
         return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
     const Input definition = session.hasTypes() ? Input() : definitionOf(address.input);
     if (!definition) return address.input.reset();
-    // Whole, it goes back to the type.
+    // Removes the whole input from the text, which leaves it to the type.
     if (definition.inputCount() != 0) return address.node.removeInput(address.input.name());
     if (address.input.type() == AttrType::Array || definition.type() == AttrType::Node)
         return address.input.reset();
@@ -69,7 +70,7 @@ Output knownOutput(const Node& node, const String& name) {
     const Libraries* libraries = librariesInUse();
     const IOutput* like = libraries ? libraries->lookUpOutput(node.type(), name) : nullptr;
     if (!like) return Output();
-    // The rest of its description stays with the type.
+    // Creates the output bare; the type keeps the rest of its description.
     return like->type() == AttrType::Buffer ? node.createOutput(like->name(), like->dataType())
                                             : node.createOutput(like->name(), like->type());
 }
@@ -99,7 +100,7 @@ bool runConnect(EditSession& session, const Edit& edit, EditFault& fault) {
     Output output;
     if (!reachInputOf(session, edit, 1, input, fault)) return false;
     if (!findOutput(session, edit, 2, output, fault)) return false;
-    // Why a connection cannot be is told by the library.
+    // The library logs why a connection is refused.
     return input.source().get() == output.get() || input.connect(output);
 }
 
@@ -123,7 +124,7 @@ bool runLink(EditSession& session, const Edit& edit, EditFault& fault) {
     return input.set(node);
 }
 
-// Takes what stands in the brackets of "Array<Real>".
+// Takes the inner part out of "Array<Real>".
 std::string_view takeInner(std::string_view& kind) {
     const std::size_t open = kind.find('<');
     if (open == std::string_view::npos || !kind.ends_with('>')) return {};
@@ -136,12 +137,12 @@ bool parseElementType(std::string_view name, kelvo_sdk::AttrType& type) {
     return kelvo_sdk::parseAttrType(name, type) && type != AttrType::Null;
 }
 
-/// The kind of an input or output that is to be added.
+/// The kind of a new input or output.
 struct NewKind {
     AttrType type = AttrType::Null;
-    /// Of an array.
+    /// The kind of an array's elements.
     AttrType elementType = AttrType::Null;
-    /// Of the elements of a buffer; Null: any.
+    /// The element type of a buffer; Null for any.
     DataType dataType = DataType::Null;
 };
 
@@ -160,7 +161,7 @@ bool kindOf(const Edit& edit, NewKind& kind, EditFault& fault) {
                            "Buffer<Pos3f>.");
 }
 
-/// Where something is to be added: to a node, or to an object in it.
+/// The place of a new input or output: a node, or an object in a node.
 struct NewPlace {
     Address owner;
     String name;
@@ -184,7 +185,7 @@ bool hasAlready(const EditSession& session, const NewPlace& place, const String&
     return place.owner.node.hasInput(place.name) || leftOutInput(session.scene(), path);
 }
 
-// To a node or to an object.
+// `owner` is a node or an object.
 template<typename Owner>
 Input createInput(const Owner& owner, const String& name, const NewKind& kind) {
     if (kind.type == AttrType::Array) return owner.createArray(name, kind.elementType);

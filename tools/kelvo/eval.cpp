@@ -22,7 +22,7 @@ struct EvalOptions {
     String path;
 };
 
-// "a, b and c"
+// Returns "a, b and c".
 String listOf(const StringVector& names) {
     String text;
     for (u64 i = 0; i < names.size(); ++i)
@@ -37,7 +37,7 @@ StringVector outputsOf(const Node& node) {
     return names;
 }
 
-// The end of a sentence that names the node last.
+// Returns the end of a sentence whose start names the node.
 String whatItHas(const StringVector& outputs) {
     if (outputs.empty()) return ", which has no outputs.";
     const char* start =
@@ -58,13 +58,13 @@ String noSuchOutput(const Node& node, const String& name) {
     return start + whatItHas(outputs);
 }
 
-/// The target of a path: one of the two.
+/// The target of a path; one of the two handles is empty.
 struct Target {
     Output output;
     Input input;
 };
 
-// An output that has the name of an input too is meant before it.
+// An output takes precedence over an input of the same name.
 bool findTarget(const Scene& scene, const String& path, Target& target, String& error) {
     const u64 dot = path.find('.');
     const Node node = scene.findNode(path.substr(0, dot));

@@ -23,7 +23,8 @@ String whyNothingComes(const Output& source) {
     return "'" + source.path() + "' has none, and its node no eval callback to produce one";
 }
 
-// The value that comes through a connection; empty, with the end of a sentence, where none does.
+// Returns the value that the input gets through its connection; if none, returns an empty handle
+// and puts the end of a sentence into `error`.
 Input valueThrough(const Input& input, String& error) {
     const Output source = input.source();
     const Input given = source.evaluate();
@@ -60,7 +61,7 @@ Evaluation evaluate(const Output& output) {
     return {true, kelvo_sdk::valueText(given)};
 }
 
-// Without recursion: arrays and objects may lie in each other to any depth.
+// Works without recursion: arrays and objects may be nested to any depth.
 bool isHidden(const Input& input) {
     std::vector<const IInput*> left{input.get()};
     while (!left.empty()) {

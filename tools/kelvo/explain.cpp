@@ -30,7 +30,7 @@ bool isWithin(const IInput* input, const IInput& outer) {
     return input != nullptr;
 }
 
-/// Tells what stands upstream and downstream of a node, or of one of its inputs.
+/// Prints the nodes upstream and downstream of a node, or of one of its inputs.
 class Explainer {
 public:
     Explainer(const kelvo_sdk::Scene& scene, INode& node, Terminal& out)
@@ -41,7 +41,7 @@ public:
         findDownstream();
     }
 
-    /// `valued` is the same input where the types of all nodes are known.
+    /// `valued` is the same input in a scene that knows the types of all nodes.
     void explain(IInput& input, const IInput& valued) {
         m_out.write(Tone::Name, input.path().view()).endLine();
         explainValue(valued, &input == &valued ? nullptr : &input, m_out);
@@ -69,7 +69,7 @@ public:
 private:
     [[nodiscard]] std::vector<INode*> dependencies() const { return m_sources.allOf(m_node); }
 
-    // Level by level, so that the nearest come first.
+    // Searches level by level, so that the nearest nodes come first.
     void findDownstream() {
         std::unordered_set<const INode*> seen{&m_node};
         m_downstream.push_back(&m_node);
@@ -100,8 +100,7 @@ private:
             m_out.write(" and ").writeUInt(nodes.size() - mostNames).write(" more");
     }
 
-    // The reach of a change is told by node: a node does not say which of its inputs its outputs
-    // are made of.
+    // The effect is known per node only: a node does not tell which inputs an output depends on.
     void explainEffect() {
         printNodes("node read by: ", {m_downstream.begin() + 1, m_downstream.end()});
         const std::vector<Neighbour> direct = m_readers.of(m_node);
@@ -140,11 +139,11 @@ private:
     Neighbourhood m_sources;
     Neighbourhood m_readers;
     Terminal& m_out;
-    // The node itself, then what depends on it.
+    // The node itself, then the nodes that depend on it.
     std::vector<INode*> m_downstream;
 };
 
-/// A path and the scene in which it is looked up.
+/// A path and the scene to find it in.
 struct Place {
     kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
     Address address;
@@ -154,7 +153,7 @@ struct Place {
     }
 };
 
-// Neighbours are those that the text tells of; values come from the types too.
+// Finds neighbours in the scene as written, and values in the scene with types.
 Status runExplain(const ExplainOptions& options, Terminal& out) {
     Document document;
     Place plain;

@@ -48,7 +48,8 @@ bool names(const INode& modifier, const IInput& input) {
     return names.split(',', true, false).contains(input.name(), true);
 }
 
-// The modifiers at work that name an input; all at work where none does, as each may write more.
+// Returns the enabled modifiers that name an input; if there are none, all enabled modifiers, as
+// each may write to other inputs too.
 std::vector<INode*> modifiersOf(const IInput& input) {
     std::vector<INode*> modifiers;
     const IInput* list = input.node()->input("modifiers");
@@ -63,7 +64,7 @@ std::vector<INode*> modifiersOf(const IInput& input) {
     return modifiers;
 }
 
-/// Prints what an input is, line by line.
+/// Prints the properties of an input, line by line.
 class ValuePrinter {
 public:
     ValuePrinter(const IInput& input, const IInput* inText, Terminal& out)
@@ -150,7 +151,7 @@ private:
         if (m_isOfType) printDefault("default: ");
     }
 
-    // An output that the type does not have is one of the text alone, where nobody evaluates it.
+    // An output that the type lacks exists in the text alone, so it is evaluated there.
     [[nodiscard]] Evaluation evaluateInput() const {
         const Evaluation result = evaluate(m_input);
         const Libraries* libraries = librariesInUse();

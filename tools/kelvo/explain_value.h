@@ -6,16 +6,16 @@
 
 namespace qv::kelvo_tool {
 
-/// Prints kind and value of an input, where the value comes from, and what it may be. `input`
-/// stands in a scene that knows the types of its nodes; `inText`, null where it is left to a type,
-/// in one that does not.
+/// Prints kind and value of an input, the source of the value, and the allowed values. `input` is
+/// in a scene that knows the types of its nodes; `inText` is the same input in a scene as written,
+/// null where the text leaves it to a type.
 void explainValue(const kelvo_sdk::interfaces::IInput& input,
                   const kelvo_sdk::interfaces::IInput* inText, Terminal& out);
 
-/// Prints the connections given and, upstream of them, all that lead there, the nearest first.
+/// Prints the given connections and all connections upstream of them, the nearest first.
 void printSources(std::vector<NodeLink> links, Terminal& out);
 
-/// Returns those of the links that are connections.
+/// Returns the links that are connections.
 [[nodiscard]] std::vector<NodeLink> connectionsIn(const std::vector<NodeLink>& links);
 
 /// Returns "1 node", "2 nodes".

@@ -25,7 +25,8 @@ bool isAt(const Descriptor& file, const char* path) noexcept {
 
 } // namespace
 
-// A file is replaced when it is written: the lock that was waited for may be that of the old one.
+// Writing replaces the file, so the lock may turn out to be that of the replaced file; then tries
+// again.
 bool FileLock::take(const String& path, String& error) {
     using Clock = std::chrono::steady_clock;
     constexpr auto step = std::chrono::milliseconds(5);

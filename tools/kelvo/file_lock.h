@@ -5,12 +5,12 @@
 
 namespace qv::kelvo_tool {
 
-/// Keeps other commands from editing a file while one does; they wait their turn. Programs that do
-/// not ask for the lock are not kept off, nor is anybody where files cannot be locked.
+/// Locks a file for editing; other commands wait. Has no effect on programs that do not ask for the
+/// lock, nor where files cannot be locked.
 class FileLock {
 public:
-    /// Takes the lock of a plain file, which may be replaced meanwhile. False with a sentence in
-    /// `error` when another command keeps it for a minute.
+    /// Takes the lock of a plain file, even if that is replaced meanwhile. False with a sentence in
+    /// `error` when another command holds the lock for a minute.
     [[nodiscard]] bool take(const String& path, String& error);
     void release() noexcept { m_file = Descriptor(); }
     [[nodiscard]] bool isHeld() const noexcept { return m_file.isOpen(); }

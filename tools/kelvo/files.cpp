@@ -49,12 +49,12 @@ mode_t newFileMode() noexcept {
     return 0666 & ~mask;
 }
 
-// Fills a new file and puts it in the place of the old one.
+// Writes a new file and replaces the old one by it.
 bool replaceFile(const fs::path& target, const struct stat* old, std::string_view text) {
     if (old && ::access(target.c_str(), W_OK) != 0) return false;
     NewFile file(target);
     if (!file.open()) return false;
-    // Another's file stays his where we may do that; where not, the new one is ours.
+    // Keeps the owner of the old file if permitted; otherwise the new file is ours.
     if (old) (void)!::fchown(file.number(), old->st_uid, old->st_gid);
     const mode_t mode = old ? old->st_mode & 07777 : newFileMode();
     return ::fchmod(file.number(), mode) == 0 && writeAll(file.number(), text) && file.takePlace();
@@ -100,7 +100,7 @@ bool writeFile(const String& path, std::string_view text, String& error) {
     fs::path target(path.view());
     struct stat info {};
     const bool exists = ::stat(target.c_str(), &info) == 0;
-    // A link such as /dev/stdout may name a pipe by no path that leads there.
+    // Opens by the given name: a link such as /dev/stdout may lead to a pipe that has no path.
     if (exists && !S_ISREG(info.st_mode))
         return writeInto(target, text) || fail("write", path, error);
     if (const std::error_code failure = kelvo_files::followLinks(target)) {

@@ -6,28 +6,28 @@
 
 namespace qv::kelvo_tool {
 
-/// Tells whether a file argument stands for the standard streams.
+/// Tells whether a file argument means the standard input or output.
 [[nodiscard]] inline bool isStream(const String& path) {
     return path == "-";
 }
 
-/// Returns what messages call a file argument.
+/// Returns the name of a file argument for messages.
 [[nodiscard]] String displayed(const String& path);
 
-/// Tells whether there is a file at a path that counts from the folder of another one, or from the
-/// current folder for "-".
+/// Tells whether a file exists at a path relative to the folder of another file, or to the current
+/// folder for "-".
 [[nodiscard]] bool isFileBeside(const String& file, const String& path);
 
 /// Reads a whole file, the standard input for "-". False with a sentence in `error`.
 [[nodiscard]] bool readFile(const String& path, String& text, String& error);
 
-/// Replaces a file as a whole: whoever reads it meanwhile gets the old text or the new one, and on
-/// failure, or when the command is killed, the old one stays. Permissions are kept, symbolic links
-/// followed; what is no plain file, such as a device, is written to. Not for "-". False with a
-/// sentence in `error`. Files that were read, to be edited, are written by `TextFile`.
+/// Replaces a file in one step: concurrent readers get the old or the new text, and on failure, or
+/// when the command is killed, the old text stays. Keeps permissions and follows symbolic links;
+/// writes directly to anything other than a plain file, such as a device. Not for "-". False with a
+/// sentence in `error`. `TextFile` writes files that were read for editing.
 [[nodiscard]] bool writeFile(const String& path, std::string_view text, String& error);
 
-/// Writes all of a text to a descriptor; false with the reason in `errno`.
+/// Writes a whole text to a descriptor; false with the reason in `errno`.
 [[nodiscard]] bool writeAll(int descriptor, std::string_view text) noexcept;
 
 } // namespace qv::kelvo_tool

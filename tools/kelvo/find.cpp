@@ -20,7 +20,7 @@ using kelvo_sdk::Output;
 
 struct FindOptions {
     String file;
-    /// Path with wildcards; see `kelvo_sdk::Query`, as for the next two.
+    /// Path with wildcards; `kelvo_sdk::Query` describes this member and the next two.
     String pattern;
     /// Type or base of a node, or kind of an input.
     std::optional<String> type;

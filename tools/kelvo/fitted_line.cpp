@@ -9,10 +9,10 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-// Less of a value tells too little of it.
+// A shorter part of a value would be useless.
 constexpr u64 leastValue = 12;
 constexpr u64 furtherIn = 4;
-// A piece that stands so far in goes on below itself: it is a column of its own.
+// A piece that starts this far right is a column of its own: its lines align with its start.
 constexpr u64 columnIndent = 16;
 
 std::string_view startOf(Tone tone) {
@@ -41,7 +41,7 @@ u64 columnsOfAll(const std::vector<LinePiece>& pieces) {
     return columns;
 }
 
-// The most columns of a value for which all of them take no more than there are for them.
+// Returns the length to which values have to be cut so that all fit into `room`.
 u64 mostOfEach(std::vector<u64> lengths, u64 room) {
     std::ranges::sort(lengths);
     for (std::size_t i = 0; i < lengths.size(); ++i) {
@@ -72,13 +72,13 @@ void shortenValues(std::vector<LinePiece>& pieces, u64 width) {
         if (piece.tone == Tone::Value && columnsOf(piece.text) > most) shorten(piece.text, most);
 }
 
-/// Where a line ends, and where in the text the next one goes on.
+/// The end of a line, and the start of the next one in the text.
 struct Break {
     std::size_t end;
     std::size_t next;
 };
 
-/// Finds the ends of the lines that a long one becomes.
+/// Finds the line breaks for a long line.
 class Breaks {
 public:
     Breaks(std::string_view text, u64 width, bool isProse) : m_text(text), m_width(width) {
@@ -88,11 +88,11 @@ public:
     }
 
     [[nodiscard]] const std::vector<Break>& all() const noexcept { return m_all; }
-    /// Returns the columns in front of all lines but the first.
+    /// Returns the indent of all lines but the first.
     [[nodiscard]] u64 indent() const noexcept { return m_hang; }
 
 private:
-    // A table's last column that begins in the first half goes on below itself.
+    // The lines of a table's last column align with its start if that is in the first half.
     [[nodiscard]] u64 hang(bool isProse) const {
         const u64 leading = columnsOf(m_text.substr(0, m_leading));
         u64 found = 0;
@@ -123,7 +123,7 @@ private:
         }
     }
 
-    // A word that is longer than a line is cut where the line ends.
+    // A word longer than a line is cut at the end of the line.
     [[nodiscard]] Break breakAt(std::size_t start, std::size_t most) const {
         const std::size_t found = m_text.substr(start, most + 1 - start).rfind(' ');
         if (found == std::string_view::npos || found == 0) return {most, most};

@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_tool {
 
-/// The kind of a piece of output, which decides its colour, and which is shortened first.
+/// The kind of a piece of output, which decides its colour and the order of shortening.
 enum class Tone { Plain, Name, Kind, Value, Note, Error, Warning };
 
 struct LinePiece {
@@ -16,9 +16,9 @@ struct LinePiece {
     std::string text;
 };
 
-/// Appends the pieces of a line, without its end. On a terminal that is too narrow for it the
-/// longest values are shortened, with "…" at their ends; what is too long even then goes on in
-/// further lines, further in.
+/// Appends the pieces of a line, without its end. On a terminal too narrow for the line, shortens
+/// the longest values and marks them with "…"; if that is not enough, continues on further,
+/// indented lines.
 void appendFitted(StringIO& out, std::vector<LinePiece> pieces, const StreamLook& look);
 
 } // namespace qv::kelvo_tool

@@ -24,7 +24,7 @@ constexpr const char* getHelp =
     "\"stored: ...\" and \"effective: ...\". --stored prints the first alone, `kelvo eval` the\n"
     "second. A source that gives no value hides nothing.";
 
-// Whether there may be more to an input than the text says by itself.
+// Tells whether a connection or modifiers may hide the input's value.
 bool mayBeHidden(const Address& address) {
     const kelvo_sdk::Node& node = address.node;
     const bool hasModifiers = node.hasInput("modifiers", kelvo_sdk::AttrType::Array) &&
@@ -42,14 +42,14 @@ void printInput(const Address& address, const GetOptions& options, Terminal& out
     const Evaluation effective =
         options.storedOnly || !isHidden(input) ? Evaluation() : evaluateWhole(input);
     if (effective.hasValue) return printBoth(input, effective.text, out);
-    // Scripts know how to ask; a person sees why there is one value alone.
+    // Scripts can ask with an option; a person is told why only one value is printed.
     if (!effective.text.isEmpty() && errorsOnTerminal())
         remark("'" + input.path() + "' gets no value through its connection: " + effective.text +
                ".");
     out.writeData(storedValue(input).view()).endLine();
 }
 
-/// Looks a path up in the text as it stands, and with the types of its nodes where that tells more.
+/// Finds a path in the scene as written and, where types matter, in the scene with types.
 class Getter {
 public:
     explicit Getter(const GetOptions& options) : m_options(options) {}
@@ -59,7 +59,7 @@ public:
         if (!m_document.open(m_options.file)) return Status::Fault;
         auto scene = Scene::create();
         if (!m_document.read(scene)) return Status::Fault;
-        // An input that the text leaves to its type has a value all the same.
+        // An input that the text leaves to its type has a value too.
         const bool isFound = find(scene);
         const bool isPlain =
             isFound && (!m_address.input.get() || m_options.storedOnly || !mayBeHidden(m_address));

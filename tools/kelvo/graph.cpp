@@ -16,20 +16,20 @@ namespace {
 
 struct GraphOptions {
     String file;
-    /// Its ending tells whether it becomes DOT, SVG or PNG.
+    /// The file ending selects DOT, SVG or PNG.
     String outFile = "-";
-    /// The node whose neighbourhood is drawn; without it: all nodes.
+    /// The node whose neighbourhood is drawn; without it all nodes are drawn.
     std::optional<String> around;
-    /// Edges from it that a neighbour may be away, not negative.
+    /// The largest distance of neighbours in edges, not negative.
     i64 depth = 2;
-    /// Of "hierarchy", "links" and "connections"; none: all.
+    /// Any of "hierarchy", "links" and "connections"; empty for all.
     StringVector only;
     bool noIcons = false;
 };
 
 constexpr std::array<const char*, edgeSortCount> sortNames{"hierarchy", "links", "connections"};
 
-// All of them when none is named.
+// Selects all sorts when none is named.
 bool findSorts(const StringVector& names, EdgeSorts& sorts, String& error) {
     sorts.fill(names.isEmpty());
     for (const String& name : names) {
@@ -89,7 +89,7 @@ Status told(Status status, const String& error) {
     return status;
 }
 
-/// The options of the command, understood.
+/// The checked options of the command.
 struct Wish {
     Format format{};
     EdgeSorts sorts{};

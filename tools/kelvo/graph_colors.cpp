@@ -13,7 +13,7 @@ struct Family {
     std::string_view color;
 };
 
-// A part of a type's name tells the family; the first that fits counts.
+// A part of the type's name selects the family; the first match counts.
 constexpr std::string_view transform = "#D6E4F5", shape = "#D3EDCF", light = "#FFF0A8",
                            camera = "#E4D8F5", texture = "#FAD3E3", material = "#FBDCC0";
 constexpr std::array families{

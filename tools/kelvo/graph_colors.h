@@ -7,11 +7,11 @@
 
 namespace qv::kelvo_tool {
 
-/// Colours of nodes by the family of their type: transforms, shapes, lights and so on. A type of no
-/// known family gets one of a few colours, always the same.
+/// Chooses colours of nodes by the family of their type: transforms, shapes, lights and so on. A
+/// type of no known family gets one of a few colours, always the same one.
 class GraphColors {
 public:
-    /// Returns a light colour, "#RRGGBB". Valid for ever.
+    /// Returns a light colour, "#RRGGBB", as a static text.
     [[nodiscard]] std::string_view of(const kelvo_sdk::interfaces::INode& node);
 
 private:

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* fonts = "DejaVu Sans,Verdana,Helvetica,sans-serif";
 constexpr u64 mostCharacters = 40;
-// Up to so many nodes it costs little to look longer for an order with few crossings.
+// Up to this size a longer search for an order with few crossings is cheap.
 constexpr u64 mostWithCare = 500;
 
 struct EdgeStyle {
@@ -104,7 +104,7 @@ private:
         m_out.append("</TD></TR></TABLE>");
     }
 
-    // Two lines: what people call the node; its name, unless that is the same, and type.
+    // Writes two lines: the display name; then the name, unless it is the same, and the type.
     void writeText(const SceneGraph::INode& node, const char* between) {
         const String name = node.name();
         const String shown = node.displayName();

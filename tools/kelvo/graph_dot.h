@@ -6,13 +6,13 @@
 
 namespace qv::kelvo_tool {
 
-/// Icons in a drawing: files "icon-N" and an ending.
+/// Icons in a drawing, in files named "icon-N" plus `ending`.
 struct DrawnIcons {
     GraphIcons* icons;
     const char* ending;
 };
 
-/// Writes a graph as DOT, with a legend, with icons if there are any.
+/// Writes a graph as DOT, with a legend, and with its icons if it has any.
 void writeDot(const SceneGraph& graph, const DrawnIcons& icons, StringIO& out);
 
 } // namespace qv::kelvo_tool

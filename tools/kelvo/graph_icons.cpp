@@ -24,7 +24,7 @@ void appendBase64(std::string_view bytes, StringIO& out) {
     }
 }
 
-// As pictures in a picture the icons neither run nor load anything, whatever they hold.
+// Embeds the icons as images, so that they can neither run nor load anything.
 void appendSymbols(const GraphIcons& icons, StringIO& out) {
     out.append("<defs>\n");
     for (std::size_t i = 0; i < icons.all().size(); ++i) {
@@ -36,8 +36,8 @@ void appendSymbols(const GraphIcons& icons, StringIO& out) {
     out.append("</defs>\n");
 }
 
-// "icon-7.svg" in a file's name becomes "#icon-7"; no text of a scene has this start, as '<' in
-// texts is escaped.
+// Turns references to files such as "icon-7.svg" into "#icon-7". Texts of the scene cannot look
+// like a reference, because their '<' is escaped.
 void appendDrawing(std::string_view drawing, StringIO& out) {
     for (;;) {
         const std::size_t image = drawing.find(imageStart);
@@ -74,7 +74,7 @@ void GraphIcons::leaveOut(u64 index) {
         if (place == index) place = none;
 }
 
-// The document type that Graphviz puts in front names a file on the net.
+// Drops the document type that Graphviz writes, as it names a file on the net.
 String withIcons(std::string_view drawing, const GraphIcons& icons) {
     const std::size_t root = std::min(drawing.find("<svg"), drawing.size());
     const std::size_t rootEnd = drawing.find('>', root);

@@ -9,7 +9,7 @@
 
 namespace qv::kelvo_tool {
 
-/// The distinct icons of nodes, in the order in which they are first asked for.
+/// The distinct icons of nodes, in the order of their first use.
 class GraphIcons {
 public:
     static constexpr u64 none = noIndex;
@@ -17,18 +17,18 @@ public:
     /// Returns the icon of a node as SVG.
     using IconOf = std::function<String(const kelvo_sdk::interfaces::INode& node)>;
 
-    /// Takes the icons that nodes have themselves.
+    /// Uses the icons stored in the nodes.
     GraphIcons();
     explicit GraphIcons(IconOf iconOf) : m_iconOf(std::move(iconOf)) {}
 
-    /// Returns the place of a node's icon, `none` for one that is not plain SVG.
+    /// Returns the index of a node's icon, `none` if the icon is not plain SVG.
     u64 add(const kelvo_sdk::interfaces::INode& node);
-    /// Makes `add` answer `none` from now on for the icon at a place.
+    /// Makes `add` return `none` for that icon from now on.
     void leaveOut(u64 index);
 
-    /// Returns the icons, each one SVG element.
+    /// Returns the icons; each is one SVG element.
     [[nodiscard]] const std::vector<String>& all() const noexcept { return m_all; }
-    /// Returns how many icons were not plain SVG.
+    /// Returns the number of icons that were not plain SVG.
     [[nodiscard]] u64 refusedCount() const noexcept { return m_refused; }
 
 private:
@@ -38,8 +38,8 @@ private:
     u64 m_refused = 0;
 };
 
-/// Returns a drawing by Graphviz as an SVG file that needs nothing outside itself: what refers to
-/// the icon files "icon-N.svg" shows the icons, of which each is in there once.
+/// Turns a drawing by Graphviz into an SVG file without outside references: references to the files
+/// "icon-N.svg" show the icons, each embedded once.
 [[nodiscard]] String withIcons(std::string_view drawing, const GraphIcons& icons);
 
 } // namespace qv::kelvo_tool

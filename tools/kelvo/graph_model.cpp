@@ -15,7 +15,7 @@ using kelvo_sdk::interfaces::IOutput;
 
 namespace {
 
-// The path of an input or output without the step of its node.
+// Returns the path of an input or output without the name of its node.
 String pathInside(const String& path) {
     const u64 dot = path.find('.');
     return dot == String::npos ? path : path.substr(dot + 1);
@@ -35,7 +35,7 @@ SceneGraph::SceneGraph(const kelvo_sdk::Scene& scene, const EdgeSorts& sorts) : 
         addInputs(i);
 }
 
-// Goes through all that a node's inputs hold, in order and without recursion.
+// Visits all inputs of a node at any depth, in order and without recursion.
 void SceneGraph::addInputs(u32 owner) {
     struct Step {
         const IInputContainer* container;

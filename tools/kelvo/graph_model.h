@@ -8,18 +8,18 @@
 
 namespace qv::kelvo_tool {
 
-/// An edge from one node to another: a child's place, a node as the value of an input, or an output
-/// that an input reads.
+/// An edge from one node to another: the place of a child, a link of an input to a node, or a
+/// connection of an input to an output.
 enum class EdgeSort : u8 { Hierarchy, Link, Connection };
 inline constexpr u64 edgeSortCount = 3;
 
-/// Which sorts are wanted.
+/// The wanted sorts of edges.
 using EdgeSorts = std::array<bool, edgeSortCount>;
 
 struct GraphNode {
     kelvo_sdk::interfaces::INode* node;
     bool isDrawn = true;
-    /// Whether edges lead to nodes that are not drawn.
+    /// True when edges of the node lead to nodes that are not drawn.
     bool isCut = false;
 };
 
@@ -29,12 +29,11 @@ struct GraphEdge {
     u32 to;
     EdgeSort sort;
     u32 count = 0;
-    /// The labels of the first few, a line each.
+    /// The labels of the first few edges, one per line.
     String label;
 };
 
-/// The nodes of a scene and what leads from one to another, in the order of the scene. Borrows the
-/// nodes.
+/// The nodes of a scene and the edges between them, in the order of the scene. Borrows the nodes.
 class SceneGraph {
 public:
     using INode = kelvo_sdk::interfaces::INode;
@@ -49,13 +48,13 @@ public:
     [[nodiscard]] bool isDrawn(const GraphEdge& edge) const {
         return m_nodes[edge.from].isDrawn && m_nodes[edge.to].isDrawn;
     }
-    /// Returns the node that `drawAround` was given, `noNode` before.
+    /// Returns the node passed to `drawAround`, `noNode` before that call.
     [[nodiscard]] u32 center() const noexcept { return m_center; }
     [[nodiscard]] u64 drawnCount() const noexcept;
 
-    /// Leaves out what is more than `depth` edges, whichever way they lead, from a node.
+    /// Leaves out nodes more than `depth` edges away from a node, in either direction.
     void drawAround(const INode* node, u64 depth);
-    /// Leaves out the nodes that no edge touches.
+    /// Leaves out nodes without edges.
     void leaveOutLoners();
 
 private:

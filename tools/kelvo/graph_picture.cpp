@@ -15,16 +15,16 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-// For more than that Graphviz takes longer than people like to wait.
+// With more nodes Graphviz takes noticeably long.
 constexpr u64 manyNodes = 2000;
-// As many pixels as an icon takes in a picture with two pixels per point.
+// The size of an icon in a picture with two pixels per point.
 constexpr const char* iconPixels = "48";
-// For Graphviz, which takes the size alone from the icon files of an SVG drawing.
+// Stands in for an icon file of an SVG drawing; Graphviz only reads the size of these files.
 constexpr std::string_view iconFrame =
     "<?xml version=\"1.0\"?>\n"
     "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"24\" height=\"24\"/>\n";
 
-// Scene text has no icons: the types have them.
+// Types have the icons; a scene without types has none.
 String iconOf(const SceneGraph::INode& node) {
     const Libraries* libraries = librariesInUse();
     return libraries ? libraries->iconOf(node) : node.svgIcon(false);
@@ -34,7 +34,7 @@ String firstLine(const String& text) {
     return text.toFirst('\n', false);
 }
 
-/// Makes one picture in a folder of its own.
+/// Makes one picture in a temporary folder.
 class Drawing {
 public:
     Drawing(const SceneGraph& graph, PictureKind kind, String& error)
@@ -79,7 +79,7 @@ private:
     }
     bool makeFrame(u64 index) { return write("icon-" + std::to_string(index) + ".svg", iconFrame); }
 
-    // Graphviz as Debian builds it reads no SVG, so another program makes pixels of it.
+    // Debian's Graphviz reads no SVG, so another program renders the icon to pixels.
     bool makeIcon(u64 index) {
         const std::string name = "icon-" + std::to_string(index);
         if (!write(name + ".svg", m_icons.all()[index].view())) return false;

@@ -7,8 +7,8 @@ namespace qv::kelvo_tool {
 /// Kinds of pictures, made by Graphviz.
 enum class PictureKind { Svg, Png };
 
-/// Draws a graph; an SVG picture needs nothing outside itself. What has to be left out is told as a
-/// warning. False with a sentence in `error`.
+/// Draws a graph; an SVG picture needs no other files. Warns of parts that are left out. False with
+/// a sentence in `error`.
 [[nodiscard]] bool drawPicture(const SceneGraph& graph, PictureKind kind, bool withIcons,
                                String& picture, String& error);
 

@@ -31,7 +31,7 @@ void stop(int) {
     if (s_child > 0) ::kill(s_child, SIGTERM);
 }
 
-/// Keeps the signals away between the start of a program and the moment when its number is known.
+/// Blocks the signals from the start of a program until its process id is known.
 class SignalsHeld {
 public:
     SignalsHeld() {
@@ -51,8 +51,8 @@ private:
     sigset_t m_before{};
 };
 
-/// The surroundings of a started program: a folder to work in, no input, no output, and signals as
-/// they are by default.
+/// The environment of a started program: a working folder, no input, no output, and default
+/// signals.
 class Surroundings {
 public:
     Surroundings(const std::string& folder, const sigset_t& mask) {
@@ -64,7 +64,8 @@ public:
                                          O_WRONLY | O_CREAT | O_TRUNC, 0600);
         sigset_t usual;
         sigemptyset(&usual);
-        // Signals that this process ignores; handlers vanish by themselves.
+        // Resets the signals that this process ignores; starting a program resets handlers by
+        // itself.
         for (const int signal : {SIGPIPE, SIGXFSZ})
             sigaddset(&usual, signal);
         posix_spawnattr_init(&m_attributes);
@@ -116,7 +117,7 @@ StopRequests::StopRequests() {
     for (const int signal : stopSignals) {
         struct sigaction before {};
         sigaction(signal, &action, &before);
-        // A process that was told to ignore the signal, by nohup for instance, goes on.
+        // Keeps ignoring a signal that the process was started to ignore, as by nohup.
         if (before.sa_handler == SIG_IGN) sigaction(signal, &before, nullptr);
         m_before.push_back(before);
     }

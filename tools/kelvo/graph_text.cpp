@@ -28,7 +28,7 @@ bool isControl(char c) noexcept {
     return byte < 0x20 || byte == 0x7f;
 }
 
-// Two characters are UTF-8 and no XML: U+FFFE and U+FFFF.
+// Finds U+FFFE and U+FFFF, which are valid UTF-8 but not allowed in XML.
 bool isNoCharacter(std::string_view character) noexcept {
     return character == "\xef\xbf\xbe" || character == "\xef\xbf\xbf";
 }

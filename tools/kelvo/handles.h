@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_tool {
 
-/// Return a handle on a node or input that is borrowed, to look at it and no more.
+/// Return a handle on a borrowed node or input, for reading alone.
 [[nodiscard]] inline kelvo_sdk::Node handleOn(const kelvo_sdk::interfaces::INode& node) {
     return kelvo_sdk::Node(const_cast<kelvo_sdk::interfaces::INode*>(&node));
 }

@@ -12,13 +12,13 @@ namespace {
 
 struct HashOptions {
     String file;
-    /// Without it: all nodes and the scene.
+    /// Without a name: all nodes and the scene.
     std::optional<String> node;
     StringVector skippedTypes;
     bool ignoreNames = false;
 };
 
-// Leaves out the nodes that are skipped, so that the lists of two files tell of the same nodes.
+// Leaves out skipped nodes, so that the lists of two files can be compared.
 void printHashes(const kelvo_sdk::Scene& scene, const StringVector& skip, Terminal& out) {
     for (u64 i = 0; i < scene.nodeCount() && !out.isClosed(); ++i) {
         const auto* node = scene->node(i);

@@ -24,7 +24,7 @@ struct HelpOptions {
     bool all = false;
     /// The folder of the site, or the file of one page.
     String out;
-    /// 0: that of the terminal, 80 without one.
+    /// 0 for the width of the terminal, 80 without a terminal.
     i64 width = 0;
 
     [[nodiscard]] bool isPage() const { return !out.isEmpty(); }
@@ -84,7 +84,8 @@ Status tellUnknown(const String& word, const CommandLine& line, const Libraries&
     return Status::Usage;
 }
 
-// A command comes before a node type of that name, unless pages are asked for, which types have.
+// A command takes precedence over a node type of the same name, unless pages are asked for, which
+// only types have.
 Status explainWord(const HelpOptions& options, const Libraries& libraries, Terminal& out) {
     const String& word = *options.word;
     const INode* type = libraries.lookUpType(word);

@@ -47,7 +47,7 @@ constexpr std::string_view style = R"(.top { padding: 2rem 0 1rem; }
 @media print { .types li { break-inside: avoid; } }
 )";
 
-// Its hash stands below and lets it run; a test compares them.
+// The page's security policy allows the script by its hash below; a test compares them.
 constexpr std::string_view script = R"((function () {
   "use strict";
   var search = document.getElementById("search"), field = document.getElementById("q");
@@ -105,7 +105,7 @@ String titleOf(const INode& type) {
     return kelvo_sdk::helpTitle(handleOn(type));
 }
 
-// The first sentence, or line, of a help text.
+// Returns the first sentence, or line, of a help text.
 std::string_view summaryOf(std::string_view help) {
     const std::size_t start = std::min(help.find_first_not_of(" \t\r\n"), help.size());
     help.remove_prefix(start);
@@ -122,7 +122,7 @@ void appendAttribute(StringIO& out, std::string_view name, std::string_view text
     out.append('"');
 }
 
-// All that the search looks through.
+// Returns all texts of a type that the search covers.
 String searchText(const INode& type) {
     StringIO text;
     text.append(type.type().view()).append(' ').append(titleOf(type).view());

@@ -7,13 +7,13 @@
 
 namespace qv::kelvo_tool {
 
-/// A type, and where its page stands as seen from the index.
+/// A type, and the path of its page relative to the index.
 struct IndexEntry {
     const kelvo_sdk::interfaces::INode* type;
     String page;
 };
 
-/// Returns the index of a site as a page: the types in order of their titles, and a search.
+/// Returns the index page of a site: the types in order of their titles, and a search.
 [[nodiscard]] String helpIndex(std::vector<IndexEntry> entries);
 
 } // namespace qv::kelvo_tool

@@ -30,7 +30,7 @@ public:
     }
 
     [[nodiscard]] const std::vector<const INode*>& types() const noexcept { return m_types; }
-    /// Returns the file of a type; empty for one that is not of the site.
+    /// Returns the file of a type; empty for a type that is not on the site.
     [[nodiscard]] String fileOf(const String& type) const {
         const auto found = m_files.find(type);
         return found != m_files.end() ? found->second : String();
@@ -48,7 +48,7 @@ private:
             m_derived[base].push_back(type.type());
     }
 
-    // Of letters that any file system takes, and different without regard to case.
+    // Uses only letters that any file system accepts; names differ even without regard to case.
     String newFile(const String& type) {
         StringIO stem;
         for (const char c : type.substr(0, longestName))

@@ -7,19 +7,19 @@
 
 namespace qv::kelvo_tool {
 
-/// A file of a site, by its path inside.
+/// A file of a site, with its path inside the site.
 struct SiteFile {
     String path;
     String text;
 };
 
-/// Returns a page of help for each type and an index, "index.html", that searches them. All works
-/// from a folder, and without the index's script as a list. Types are given by their prototypes; of
-/// two of one name the first counts.
+/// Returns a help page for each type and a searchable index, "index.html". The site works from a
+/// folder; without scripts the index is a plain list. Types are given by their prototypes; of two
+/// with the same name the first counts.
 [[nodiscard]] std::vector<SiteFile>
 helpSite(const std::vector<const kelvo_sdk::interfaces::INode*>& types);
 
-/// Writes a site to a folder, which is made if it is not there. False with a sentence in `error`.
+/// Writes a site to a folder, created if missing. False with a sentence in `error`.
 [[nodiscard]] bool writeSite(const std::vector<SiteFile>& site, const String& folder,
                              String& error);
 

@@ -24,7 +24,7 @@ namespace {
 constexpr u64 widestName = 24;
 constexpr u64 deepestIndent = 8;
 
-/// Writes the parts one below the other.
+/// Writes the parts below each other.
 class HelpPrinter {
 public:
     HelpPrinter(const INode& node, u64 width) : m_node(node), m_width(width) {}
@@ -87,7 +87,7 @@ private:
         if (!row.help.isEmpty()) wrap(row.help.view(), column);
     }
 
-    // A name and the blanks up to the column where what is told of it starts.
+    // Returns a name, padded up to the column of its description.
     static std::string startOf(const String& name, u64 indent, u64 column) {
         std::string first(indent, ' ');
         first += std::string(name.view()) + "  ";

@@ -5,8 +5,8 @@
 
 namespace qv::kelvo_tool {
 
-/// Returns the help of a node as plain text in lines of at most `width` columns, as far as words
-/// and values are that short; control characters become '?'.
+/// Returns the help of a node as plain text in lines of at most `width` columns, unless a word or
+/// value is longer; control characters become '?'.
 [[nodiscard]] String helpText(const kelvo_sdk::interfaces::INode& node, u64 width);
 
 } // namespace qv::kelvo_tool

@@ -37,7 +37,7 @@ std::vector<Hierarchy::INode*> Hierarchy::childrenOf(const INode& node) {
     return children;
 }
 
-// Without recursion: a chain of nodes may be as long as the scene.
+// Works without recursion: a chain of nodes may be as long as the scene.
 void Hierarchy::walk(INode* root) {
     m_roots.push_back(root);
     std::vector<Step> way;
@@ -67,7 +67,7 @@ void Hierarchy::enter(INode* node, std::vector<Step>& way) {
     way.push_back({node, childrenOf(*node)});
 }
 
-// Until then the levels of an entry are those of its children.
+// Before this call the levels of an entry are those of its children alone.
 void Hierarchy::leave(std::vector<Step>& way) {
     Entry& entry = m_entries[way.back().node];
     entry.state = State::Done;

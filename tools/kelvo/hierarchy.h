@@ -8,19 +8,19 @@
 
 namespace qv::kelvo_tool {
 
-/// The hierarchy that the inputs "children" of a scene's nodes make. Borrows the nodes.
+/// The hierarchy in the "children" inputs of a scene's nodes. Borrows the nodes.
 class Hierarchy {
 public:
     using INode = kelvo_sdk::interfaces::INode;
 
     explicit Hierarchy(const kelvo_sdk::Scene& scene);
 
-    /// Returns the nodes that nobody lists as a child; of nodes that only a cycle leads to, the
-    /// first. From these every node is reached.
+    /// Returns the nodes that are nobody's child and, for nodes only reachable through a cycle, the
+    /// first of that cycle. Every node can be reached from these.
     [[nodiscard]] const std::vector<INode*>& roots() const noexcept { return m_roots; }
-    /// Returns how often the node is listed as a child.
+    /// Returns the number of places that list the node as a child.
     [[nodiscard]] u64 timesListed(const INode* node) const { return m_entries.at(node).listed; }
-    /// Returns how many nodes the longest way from the top down has; 0 for no nodes.
+    /// Returns the number of nodes on the longest path from a root down; 0 without nodes.
     [[nodiscard]] u64 levels() const noexcept { return m_levels; }
     /// Returns the pairs of node and child that close a cycle.
     [[nodiscard]] const std::vector<std::pair<INode*, INode*>>& cycles() const noexcept {

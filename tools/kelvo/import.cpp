@@ -70,7 +70,7 @@ double metersOf(const String& unit) {
     double meters = 0.0;
     const char* end = unit.buf() + unit.size();
     const auto [rest, error] = std::from_chars(unit.buf(), end, meters);
-    // Beyond that, products overflow.
+    // Outside these bounds products overflow.
     const bool isSensible = meters > 1e-15 && meters < 1e15;
     return error == std::errc() && rest == end && isSensible ? meters : 0.0;
 }
@@ -83,7 +83,7 @@ bool readUnit(const String& text, double& meters) {
     return false;
 }
 
-// False after telling what cannot be meant.
+// False after an error message for an invalid option.
 bool readOptions(const ImportOptions& options, model_import::ImportOptions& import) {
     if (!isStream(options.outFile)) import.sceneFolder = Path(options.outFile).dir();
     import.joinVertices = !options.separate;
@@ -101,7 +101,7 @@ bool readModel(const kelvo_sdk::Scene& scene, const String& model, Report& repor
                                      [&line](double done) { line.show(done); });
 }
 
-// Hundreds of materials may be wrong in the same way.
+// Limits the warnings, as hundreds of materials may have the same fault.
 void tellOutside(const String& model, const StringVector& outside) {
     constexpr u64 most = 20;
     for (u64 i = 0; i < outside.size() && i < most; ++i)
@@ -153,8 +153,8 @@ Status importAndSave(const ImportOptions& options, const model_import::ImportOpt
     return Status::Ok;
 }
 
-// A model may be made to crash its reader or to keep it busy for ever; then the process of its own
-// ends and not this one.
+// Runs the import in a child process, as a hostile model may crash its reader or keep it busy
+// forever.
 Status runImport(const ImportOptions& options, Terminal& out) {
     if (isStream(options.model)) {
         complain("a model comes from a file, whose name tells its format, not from '-'.");

@@ -7,8 +7,8 @@
 
 namespace qv::kelvo_tool {
 
-/// Writes JSON, indented by two spaces a level. What is written has to come in an order that makes
-/// sense: a key in front of each value inside an object, none inside a list.
+/// Writes JSON, indented by two spaces a level. The calls have to follow the grammar: a key before
+/// each value inside an object, none inside a list.
 class JsonText {
 public:
     JsonText& beginObject() { return open('{'); }
@@ -16,19 +16,19 @@ public:
     JsonText& beginList() { return open('['); }
     JsonText& endList() { return close(']'); }
     JsonText& key(std::string_view name);
-    /// Bytes that are no UTF-8 become U+FFFD.
+    /// Bytes that are not UTF-8 become U+FFFD.
     JsonText& text(std::string_view value);
     JsonText& number(u64 value);
     JsonText& boolean(bool value);
     JsonText& null();
 
-    // A key and its value.
+    // Write a key and its value.
     JsonText& member(std::string_view name, const char* value) { return key(name).text(value); }
     JsonText& member(std::string_view name, const String& value) {
         return key(name).text(value.view());
     }
 
-    /// Returns all of it, with the end of the last line.
+    /// Returns the whole text, with a final line break.
     [[nodiscard]] String take();
 
 private:
@@ -39,7 +39,7 @@ private:
 
     StringIO m_out;
     u64 m_depth = 0;
-    // Nothing stands behind the last bracket yet.
+    // True until something follows the last opening bracket.
     bool m_isFirst = true;
     bool m_isAfterKey = false;
 };

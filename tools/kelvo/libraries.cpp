@@ -152,7 +152,7 @@ bool Libraries::mayDefine(const kelvo_sdk::interfaces::IOutput& output) const {
 
 const INode* Libraries::findType(const String& name) const {
     if (const INode* type = lookUpType(name)) return type;
-    // The names offered have to live until the answer is made.
+    // `near` keeps views of these names until it answers.
     std::vector<String> names;
     for (const INode* type : types())
         names.push_back(type->type());

@@ -9,7 +9,7 @@
 
 namespace qv::kelvo_tool {
 
-/// Where node types come from beside the standard library.
+/// The sources of node types, beside the standard library.
 struct LibraryOptions {
     StringVector plugins;
     StringVector definitions;
@@ -17,20 +17,20 @@ struct LibraryOptions {
     [[nodiscard]] bool isEmpty() const { return plugins.empty() && definitions.empty(); }
 };
 
-/// A library and what it is called.
+/// A library and its name.
 struct NamedLibrary {
-    /// Of definition texts, which are one library, the first file; of a plug-in its name;
-    /// "standard".
+    /// The name of a plug-in, "standard", or the first file of the definition texts, which together
+    /// make one library.
     String name;
     kelvo_sdk::LibInfo library;
 };
 
-/// The node libraries that a command knows: definition texts as given, then plug-ins, then the
-/// standard library. Of a type that several have, the first counts.
+/// The node libraries of a command: definition texts in the order given, then plug-ins, then the
+/// standard library. The first library that has a type counts.
 class Libraries {
 public:
-    /// Loads them; false after telling what cannot be. A plug-in of KELVO_PLUGIN_PATH that cannot
-    /// be loaded is only warned of.
+    /// Loads the libraries; false after an error message. A plug-in of KELVO_PLUGIN_PATH that
+    /// cannot be loaded only causes a warning.
     [[nodiscard]] bool load(const LibraryOptions& options);
 
     [[nodiscard]] const std::vector<NamedLibrary>& all() const noexcept { return m_all; }
@@ -45,15 +45,16 @@ public:
                                                                    const String& name) const;
     [[nodiscard]] const kelvo_sdk::interfaces::IOutput* lookUpOutput(const String& type,
                                                                      const String& name) const;
-    /// Returns the bases of a type, none when there is no type of that name.
+    /// Returns the bases of a type, none for an unknown type.
     [[nodiscard]] StringVector basesOf(const String& type) const;
-    /// Returns the icon of a node or its type as SVG, or the picture for types without one.
+    /// Returns the icon of a node or its type as SVG, or the picture for missing icons.
     [[nodiscard]] String iconOf(const kelvo_sdk::interfaces::INode& node) const;
-    /// Tells whether the type of an input's node has it: the top one, where it lies in others.
+    /// Tells whether the type of an input's node defines the input; for a member or element, the
+    /// outermost input counts.
     [[nodiscard]] bool defines(const kelvo_sdk::interfaces::IInput& input) const;
-    /// Tells whether the type of an output's node has it, or is unknown.
+    /// Tells whether the type of an output's node defines the output, or is unknown.
     [[nodiscard]] bool mayDefine(const kelvo_sdk::interfaces::IOutput& output) const;
-    /// Returns a type's prototype; null, after telling the nearest name, when there is none.
+    /// Returns a type's prototype; null, after an error with a suggestion, for an unknown type.
     [[nodiscard]] const kelvo_sdk::interfaces::INode* findType(const String& name) const;
 
 private:
@@ -63,20 +64,20 @@ private:
     std::vector<NamedLibrary> m_all;
 };
 
-/// Returns the libraries that the command line asks for in this process.
+/// Returns the libraries requested on the command line of this process.
 [[nodiscard]] LibraryOptions& libraryOptions();
 /// Adds --plugin and --library to all commands.
 void addLibraryArguments(CommandLine& line);
-/// Returns what `libraryOptions` asks for, loaded at the first call; null after telling that it
-/// cannot be.
+/// Returns the libraries of `libraryOptions`, loaded at the first call; null after an error
+/// message.
 [[nodiscard]] const Libraries* librariesInUse();
 
-/// Sets `all` to type names and, behind them, all types that have one of these as a base: scene
-/// text need not name bases. False after telling that libraries cannot be loaded.
+/// Sets `all` to the given types, followed by all types derived from them, as scene text need not
+/// name bases. False after an error message when libraries cannot be loaded.
 [[nodiscard]] bool addDerivedTypes(const StringVector& types, StringVector& all);
 
-/// Adds the definitions of a file, whose bases may be types of the library or the standard one;
-/// false after telling all that is wrong with them.
+/// Adds the definitions of a file; bases may be types of the library or the standard library. False
+/// after a message for each error.
 [[nodiscard]] bool readLibrary(const String& file, const kelvo_sdk::LibInfo& library);
 
 } // namespace qv::kelvo_tool

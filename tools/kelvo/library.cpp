@@ -14,7 +14,7 @@ struct LibraryCommandOptions {
     StringVector files;
 };
 
-// Tells of types that take the place of standard ones in every scene of the program.
+// Warns of types that would hide standard types in every scene of the program.
 void warnOfNames(const LibInfo& library, u64 first, const String& file) {
     StringVector hidden;
     for (u64 i = first; i < library.typeCount(); ++i) {

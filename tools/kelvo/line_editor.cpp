@@ -67,8 +67,8 @@ const char* promptOf(EditLine* editor) {
     return stateOf(editor).prompt;
 }
 
-// The key ends the line that is being read, not the program. A signal would be seen late when it
-// comes between two keys.
+// Makes the interrupt key end the line rather than the program. A signal between two keys would be
+// noticed late.
 unsigned char interruptLine(EditLine* editor, int) {
     stateOf(editor).isInterrupted = true;
     return CC_EOF;
@@ -82,7 +82,7 @@ unsigned char completeWord(EditLine* editor, int) {
     if (found.texts.empty()) return CC_ERROR;
     std::string text(commonStart(found.texts));
     const std::string before(line.substr(line.size() - found.length));
-    // Candidates that differ in case alone from what is written have no longer start.
+    // Also covers candidates that differ from the word in case alone.
     if (found.texts.size() > 1 && text.size() <= before.size()) {
         listTexts(found.texts);
         return CC_REDISPLAY;
@@ -97,7 +97,7 @@ unsigned char completeWord(EditLine* editor, int) {
 
 LineEditor::LineEditor(const char* prompt, Completer completer)
     : m_state(std::make_unique<State>(State{prompt, std::move(completer)})) {
-    // Characters beyond ASCII need the terminal's encoding.
+    // Characters beyond ASCII need the encoding of the terminal.
     (void)std::setlocale(LC_CTYPE, "");
     m_state->history = ::history_init();
     HistEvent event;

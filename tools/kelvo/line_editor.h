@@ -9,21 +9,20 @@
 
 namespace qv::kelvo_tool {
 
-/// Reads lines from the standard input. On a terminal they can be edited, those before are at the
-/// arrow keys, and TAB completes; where the tool was built without a library for that, they are
-/// plain ones.
+/// Reads lines from the standard input. On a terminal, lines can be edited, the arrow keys recall
+/// earlier lines, and TAB completes; a tool built without an editing library reads plain lines.
 class LineEditor {
 public:
     using Completer = std::function<Completion(std::string_view line)>;
     enum class Outcome { Line, Interrupted, End };
 
-    /// `prompt` has to live as long.
+    /// `prompt` must outlive the editor.
     LineEditor(const char* prompt, Completer completer);
     ~LineEditor();
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
 
-    /// Reads a line, without its end.
+    /// Reads a line, without its line break.
     [[nodiscard]] Outcome read(std::string& line);
 
     struct State;

@@ -59,7 +59,7 @@ Status run(int count, char** arguments) {
 
 std::terminate_handler s_endOtherwise = nullptr;
 
-// The memory may run out where no exception can get out.
+// Ends the process when an exception, such as out of memory, cannot be caught.
 [[noreturn]] void endSuddenly() {
     try {
         if (const std::exception_ptr thrown = std::current_exception())
@@ -78,7 +78,8 @@ std::terminate_handler s_endOtherwise = nullptr;
 
 int main(int count, char** arguments) {
     s_endOtherwise = std::set_terminate(&endSuddenly);
-    // A reader that goes away and a file that must not grow show as failed writes.
+    // With these signals ignored, a closed pipe and a file that must not grow show as failed
+    // writes.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     qv::setLogHandler(&tellMessage);

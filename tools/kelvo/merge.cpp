@@ -73,7 +73,7 @@ Status mergeFiles(const MergeArguments& arguments, Terminal& out) {
         complain("what both sides changed does not go together: " + isMerged.message());
         return Status::Usage;
     }
-    // git takes the result from MINE.
+    // Writes MINE by default, where git expects the result.
     if (!scenes.document(1).save(merged, arguments.outFile, out)) return Status::Usage;
     if (arguments.format == "json")
         out.writeData(toJson(conflicts).view());
@@ -83,7 +83,7 @@ Status mergeFiles(const MergeArguments& arguments, Terminal& out) {
     return conflicts.empty() || options.preferred ? Status::Ok : Status::Fault;
 }
 
-// A run that breaks off is no answer.
+// The exit status must not look like a result when memory runs out.
 Status runMerge(const MergeArguments& arguments, Terminal& out) {
     try {
         return mergeFiles(arguments, out);

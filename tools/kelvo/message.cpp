@@ -20,7 +20,7 @@ void writeLine(Tone tone, const char* start, const String& message) {
     }
     StringIO line;
     appendFitted(line, {{tone, start}, {Tone::Plain, std::move(text)}}, lookOf(STDERR_FILENO));
-    // One call, so that lines of several programs on one terminal do not mix.
+    // Writes in one call, so that lines of several programs on one terminal do not mix.
     ProgressLine::writeErrors(line.append('\n').view());
 }
 

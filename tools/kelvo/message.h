@@ -4,23 +4,23 @@
 
 namespace qv::kelvo_tool {
 
-/// How a run ends.
+/// The exit status of a command.
 enum class Status : int {
     Ok = 0,
-    /// A file or the scene in it is at fault.
+    /// A file, or the scene in it, has an error.
     Fault = 1,
-    /// The command line is.
+    /// The command line has an error.
     Usage = 2,
 };
 
-/// Writes "kelvo: message" as one line to the standard error stream; control characters, which a
-/// file could bring in, become '?'.
+/// Writes "kelvo: message" as one line to the standard error stream; control characters, which may
+/// come from a file, become '?'.
 void complain(const String& message);
-/// The same with "warning: " in front.
+/// Writes a message with "warning: " in front.
 void warn(const String& message);
-/// The same with "note: ".
+/// Writes a message with "note: " in front.
 void remark(const String& message);
-/// Complains that the memory ran out, and takes none for it.
+/// Reports that memory ran out; allocates nothing.
 void complainOfMemory() noexcept;
 
 } // namespace qv::kelvo_tool

@@ -15,7 +15,7 @@ String NodeLink::text() const {
     return source ? input->path() + " <- " + source->path() : input->path();
 }
 
-// Without recursion: arrays and objects may lie in each other to any depth.
+// Works without recursion: arrays and objects may be nested to any depth.
 std::vector<NodeLink> linksOf(INode& node) {
     std::vector<NodeLink> links;
     std::vector<const IInput*> left;

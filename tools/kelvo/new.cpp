@@ -18,7 +18,7 @@ Status runNew(const NewOptions& options, Terminal& out) {
     if (!libraries->findType(options.type)) return Status::Usage;
     const auto scene = kelvo_sdk::Scene::create();
     libraries->addTo(scene);
-    // The library tells of faults in the type or the name.
+    // The library logs errors in the type or the name.
     const kelvo_sdk::Node node = scene.createNode(options.type, options.name);
     if (!node.get()) return Status::Usage;
     if (options.isBrief)

@@ -18,13 +18,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A file's name may be as long as the file system allows, so that only part of it fits.
+// Uses a part of the name only: the whole name may be as long as the file system allows.
 std::string hiddenName(const fs::path& target) {
     constexpr std::size_t most = 200;
     return ".kelvo-" + target.filename().string().substr(0, most);
 }
 
-// How another process, and this one, may name an open file that has no name.
+// Returns a path by which this and other processes can refer to an open file without a name.
 std::string pathOf(const Descriptor& file) {
     return "/proc/self/fd/" + std::to_string(file.number());
 }
@@ -36,7 +36,7 @@ bool isAt(const Descriptor& file, const fs::path& path) noexcept {
            opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
-// Its writer holds the lock of a new file.
+// The command that writes a new file holds its lock.
 bool isBeingWritten(const Descriptor& file) noexcept {
     return ::flock(file.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
@@ -60,7 +60,7 @@ bool NewFile::open() {
 
 bool NewFile::openNameless() {
     Descriptor file(::open(m_folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
-    // Without this folder it could never be named.
+    // Without this folder the file could never get a name.
     if (!file.isOpen() || ::access(pathOf(file).c_str(), F_OK) != 0) return false;
     (void)!::flock(file.number(), LOCK_EX | LOCK_NB);
     m_file = std::move(file);
@@ -82,7 +82,8 @@ bool NewFile::takePlace() {
     if (!m_isNamed && !giveName()) return false;
     if (::rename(m_name.c_str(), m_target.c_str()) != 0) return false;
     m_isNamed = false;
-    // The new name has to reach the disk too; not all file systems can be asked for that.
+    // Syncs the folder as well, so that the new name reaches the disk; not all file systems support
+    // that.
     const Descriptor opened(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (opened.isOpen()) (void)!::fsync(opened.number());
     return true;
@@ -96,7 +97,7 @@ bool NewFile::giveName() {
     return m_isNamed;
 }
 
-// Waits while another command has the name, and removes what a killed one left.
+// Waits while another command uses the name, and removes the file of a killed command.
 template<typename Make>
 bool NewFile::makeName(const Make& make) {
     using Clock = std::chrono::steady_clock;
@@ -107,7 +108,7 @@ bool NewFile::makeName(const Make& make) {
     return true;
 }
 
-// A file that another command is writing stays, for that command to put in its place.
+// Leaves a file alone that another command is still writing.
 bool NewFile::removeLeftover() const {
     const Descriptor found(::open(m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (found.isOpen() && isBeingWritten(found)) {

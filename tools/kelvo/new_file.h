@@ -6,26 +6,25 @@
 
 namespace qv::kelvo_tool {
 
-/// A file that is written beside another until it takes that one's place.
+/// A file that is written beside another and then replaces it.
 ///
-/// Where the file system can do so it has no name while it is written: a command that is killed
-/// then leaves nothing behind. Elsewhere, and for the moment between naming and placing it, it has
-/// a name that follows from the other's, and the next command that writes the same file removes
-/// what a killed one left.
+/// Where the file system can, the file has no name while it is written, so that a killed command
+/// leaves nothing behind. Elsewhere, and in the moment before the replacement, its name is derived
+/// from the other file's, and the next command that writes that file removes a leftover.
 class NewFile {
 public:
     explicit NewFile(std::filesystem::path target);
-    /// Removes what did not take its place; keeps `errno`.
+    /// Removes the file unless it has replaced the other; keeps `errno`.
     ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
-    // All answer false with the reason in `errno`.
+    // These functions return false with the reason in `errno`.
 
     [[nodiscard]] bool open();
-    /// Is written to until it is placed.
+    /// Returns the descriptor to write to, until `takePlace`.
     [[nodiscard]] int number() const noexcept { return m_file.number(); }
-    /// Puts all of it on the disk and in the place of the other file.
+    /// Syncs the content to the disk and replaces the other file.
     [[nodiscard]] bool takePlace();
 
 private:

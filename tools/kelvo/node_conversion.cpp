@@ -14,7 +14,7 @@ using kelvo_sdk::Scene;
 using kelvo_sdk::SceneChange;
 using kelvo_sdk::SceneDiff;
 
-// The same scene with what its text leaves to the types of its nodes.
+// Reads the same scene with the types of its nodes.
 bool readWithTypes(const String& text, const Scene& typed, String& error) {
     const Libraries* libraries = librariesInUse();
     if (!libraries) return false;
@@ -29,7 +29,7 @@ bool isOf(const SceneChange& change, const String& node) {
     return change.path.substr(0, change.path.find('.')).equals(node);
 }
 
-// Adds the change of one node, in its place: whatever refers to its name goes on to do so.
+// Adds the replacement of one node at its place; references by its name stay valid.
 void addExchange(const Scene& scene, const Node& before, const Node& after, SceneDiff& diff) {
     std::optional<String> behind;
     for (u64 i = 0; i < scene.nodeCount() && scene.node(i).get() != before.get(); ++i)

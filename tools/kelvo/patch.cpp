@@ -19,7 +19,7 @@ constexpr const char* patchHelp =
 struct PatchOptions {
     String file;
     String patch;
-    /// Empty: the file itself.
+    /// Empty for the file itself.
     String outFile;
 };
 
@@ -49,7 +49,7 @@ Status runPatch(const PatchOptions& options, Terminal& out) {
     Scene scene = Scene::create();
     Document document;
     SceneDiff diff;
-    // The patch first: it may come from a command that still edits the scene.
+    // Reads the patch first: it may come through a pipe from a command that still edits the scene.
     if (!loadPatch(options.patch, diff)) return Status::Fault;
     if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
     if (const Result isDone = apply(diff, document, scene); !isDone) {

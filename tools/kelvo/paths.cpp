@@ -19,14 +19,14 @@ struct PathsOptions {
     String file;
     String from;
     std::optional<String> to;
-    /// Without `to`: the types of the nodes to reach; none: every node.
+    /// The types of the nodes to reach, if `to` is not given; empty for all nodes.
     StringVector types;
-    /// Through every link and connection, not only through children.
+    /// Follows every link and connection instead of children alone.
     bool allLinks = false;
     u64 limit = 1000;
     bool firstOnly = false;
     bool countOnly = false;
-    /// With the product of the matrices along each path.
+    /// Adds the product of the matrices along each path.
     bool matrices = false;
 };
 
@@ -46,7 +46,7 @@ String nothingFound(const PathsOptions& options) {
                             : sentence + " through children (--all follows every link).";
 }
 
-// How many paths there are, as far as the iterator knows.
+// Returns the number of paths, as far as the iterator knows it.
 String total(const NodePaths& paths) {
     const String number = numberText(paths.count());
     return paths.isCountExact() ? number : "at least " + number;

@@ -33,7 +33,7 @@ void erase() {
     if (std::exchange(s_isShown, false)) put(erasure);
 }
 
-/// Keeps signals from a thread that is started meanwhile: they are for the one that works.
+/// Blocks signals for a thread started meanwhile: the working thread has to receive them.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -60,7 +60,7 @@ void ProgressLine::start() {
     try {
         m_painter = std::jthread([this](const std::stop_token& stop) { run(stop); });
     } catch (const std::exception&) {
-        // Where there is no room for a thread the work goes on in silence.
+        // If the thread cannot start, the work goes on without a progress line.
     }
 }
 
@@ -82,7 +82,7 @@ void ProgressLine::run(const std::stop_token& stop) const noexcept {
         draw();
 }
 
-// The memory may have run out, so that the line stands on the stack.
+// Formats on the stack, as memory may have run out.
 void ProgressLine::draw() const {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - m_start).count();
@@ -92,7 +92,7 @@ void ProgressLine::draw() const {
         (void)std::snprintf(end.data(), end.size(), ": %d %%", percent);
     else
         (void)std::snprintf(end.data(), end.size(), " ... %lld s", static_cast<long long>(seconds));
-    // A line that goes on in the next one could not be erased.
+    // A line that wraps could not be erased.
     const u64 room = lookOf(STDERR_FILENO).width - 1 - std::string_view(end.data()).size();
     const std::lock_guard lock(s_mutex);
     s_isShown = true;

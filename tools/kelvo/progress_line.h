@@ -10,9 +10,9 @@
 
 namespace qv::kelvo_tool {
 
-/// A line on the standard error stream that tells of a long work: how far it is, or, while nobody
-/// knows, for how long it goes on. Appears on a terminal alone, and only when the work takes long;
-/// vanishes with the object. One at a time.
+/// A progress line on the standard error stream: the percentage or, while that is unknown, the
+/// seconds so far. Appears only on a terminal and only when the work takes long; vanishes with the
+/// object. Only one may exist at a time.
 class ProgressLine {
 public:
     explicit ProgressLine(const String& doing);
@@ -20,12 +20,12 @@ public:
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    /// Tells how far the work is, from 0 to 1; may be called as often as one likes.
+    /// Sets the progress, from 0 to 1; cheap enough to call often.
     void show(double done) noexcept;
 
-    /// Takes the line away until it is due again, as something is written to the terminal.
+    /// Erases the line until its next update, before other output to the terminal.
     static void hide();
-    /// Writes to the standard error stream, where the line stood.
+    /// Erases the line and writes to the standard error stream.
     static void writeErrors(std::string_view text);
 
 private:
@@ -37,7 +37,7 @@ private:
 
     std::string m_doing;
     Clock::time_point m_start;
-    // Negative while nobody knows.
+    // Negative while unknown.
     std::atomic<int> m_percent{-1};
     std::jthread m_painter;
 };

@@ -13,9 +13,9 @@ using kelvo_sdk::Scene;
 
 struct SetOptions {
     String file;
-    /// Each "path=value".
+    /// Texts of the form "path=value".
     StringVector assignments;
-    /// Empty: the file itself.
+    /// Empty for the file itself.
     String outFile;
     bool isPartial = false;
 };

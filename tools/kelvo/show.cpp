@@ -22,13 +22,13 @@ using kelvo_sdk::interfaces::IOutput;
 
 struct ShowOptions {
     String file;
-    /// Levels below the nodes at the top; negative: all.
+    /// The number of levels below the top nodes; negative for all.
     i64 depth = -1;
     bool nodesAlone = false;
     bool isPartial = false;
 };
 
-/// Prints nodes as a tree, each with its inputs once. Walks without recursion.
+/// Prints nodes as a tree; prints the inputs of each node once. Works without recursion.
 class TreePrinter {
 public:
     TreePrinter(const kelvo_sdk::Scene& scene, const ShowOptions& options, Terminal& out)
@@ -62,7 +62,7 @@ private:
         printNode(child, step.isDone() ? "└─ " : "├─ ");
     }
 
-    // Prints a node and goes down to its children, but for those that were shown already.
+    // Prints a node and descends to its children, unless they were printed before.
     void printNode(const INode& node, std::string_view branch) {
         m_out.write(Tone::Note, guides(m_way.empty() ? 0 : m_way.size() - 1) + std::string(branch));
         m_out.write(Tone::Name, node.name().view()).write(" (");
@@ -85,7 +85,7 @@ private:
         if (m_way.back().children.empty()) m_way.pop_back();
     }
 
-    // Returns the guides in front of a line that is `levels` below the top.
+    // Returns the guides for a line `levels` below the top.
     [[nodiscard]] std::string guides(std::size_t levels) const {
         return treeGuides(levels, m_out.width(),
                           [this](std::size_t i) { return m_way[i].isDone(); });

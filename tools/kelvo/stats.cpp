@@ -42,7 +42,7 @@ struct Counts {
         addInputs(node);
     }
 
-    // With all that arrays and objects hold, at any depth.
+    // Adds all inputs of a container, at any depth.
     void addInputs(const IInputContainer& owner) {
         for (u64 i = 0; i < owner.inputCount(); ++i) {
             addInput(*owner.input(i));

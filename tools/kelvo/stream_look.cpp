@@ -13,7 +13,7 @@ namespace qv::kelvo_tool {
 namespace {
 
 constexpr u64 usualWidth = 80;
-// A narrower line has no room for a name beside what stands in front of it.
+// A narrower line would have no room for a name behind its indent.
 constexpr u64 leastWidth = 20;
 
 std::string_view variable(const char* name) {

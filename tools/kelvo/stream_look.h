@@ -4,21 +4,21 @@
 
 namespace qv::kelvo_tool {
 
-/// The abilities of a stream of this process to show text.
+/// The display abilities of a stream of this process.
 struct StreamLook {
-    /// Columns of a line on a terminal; 0 for a file or another program, which get lines whole.
+    /// Columns of a terminal; 0 for a file or another program, which get whole lines.
     u64 width = 0;
-    /// Colours are for a terminal alone, unless NO_COLOR is set to something or TERM is "dumb".
+    /// True only for a terminal, and neither with a non-empty NO_COLOR nor with TERM "dumb".
     bool isColored = false;
 
     [[nodiscard]] bool isTerminal() const noexcept { return width != 0; }
 };
 
-/// Looks at a descriptor. The variable COLUMNS counts for more than what the terminal tells, and is
-/// read like it at each call: windows change.
+/// Examines a descriptor. The variable COLUMNS overrides the terminal's width; both are read at
+/// each call, as windows change.
 [[nodiscard]] StreamLook lookOf(int descriptor);
 
-/// Tells whether the standard error stream is a terminal, fit for a line that changes.
+/// Tells whether the standard error stream is a terminal that can show a changing line.
 [[nodiscard]] bool errorsOnTerminal();
 
 } // namespace qv::kelvo_tool

@@ -8,11 +8,11 @@
 
 namespace qv::kelvo_tool {
 
-/// The standard output, gathered and written in large pieces.
+/// Buffered writing to the standard output.
 ///
-/// On a terminal there are colours, and lines fit its width (see `appendFitted`). Files and other
-/// programs get every line whole. When whoever reads goes away (a broken pipe), what follows is
-/// dropped without a word and the run goes on: that is no error.
+/// On a terminal, uses colours and fits lines to its width (see `appendFitted`). Files and other
+/// programs get whole lines. When the reader closes the pipe, drops further output silently and
+/// lets the command go on: that is no error.
 class Terminal {
 public:
     Terminal();
@@ -20,21 +20,21 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    /// Writes a part of a line, or lines, for people to read.
+    /// Writes a part of a line, or several lines, for people to read.
     Terminal& write(std::string_view text);
-    /// Writes in a colour; what a terminal would take for a command becomes '?'.
+    /// Writes in a colour; characters that a terminal could take for a command become '?'.
     Terminal& write(Tone tone, std::string_view text);
     Terminal& writeUInt(u64 value);
     /// Ends a line.
     Terminal& endLine() { return write("\n"); }
-    /// Writes what is copied or read by programs, as it is: a value, scene text, JSON.
+    /// Writes data for programs unchanged: a value, scene text, JSON.
     Terminal& writeData(std::string_view text);
 
     /// Returns the columns of a line on a terminal, else 0.
     [[nodiscard]] u64 width() const noexcept { return m_look.width; }
-    /// Tells whether nobody reads any more, so that a long output may stop.
+    /// Tells whether the reader is gone, so that a long output may stop.
     [[nodiscard]] bool isClosed() const noexcept { return m_closed; }
-    /// Writes out what is left; false, with the reason in `error`, when something got lost.
+    /// Writes the rest of the buffer; false, with the reason in `error`, when output was lost.
     [[nodiscard]] bool flush(String& error);
 
 private:
@@ -44,7 +44,7 @@ private:
 
     StringIO m_text;
     StreamLook m_look;
-    // Of the line that has no end yet; on a terminal alone.
+    // The pieces of the unfinished line; used on a terminal alone.
     std::vector<LinePiece> m_line;
     bool m_closed = false;
     int m_reason = 0;

@@ -27,7 +27,7 @@ constexpr std::array<Range, 11> wide{{{0x1100, 0x115f},
                                       {0x20000, 0x3fffd}}};
 constexpr std::array<Range, 4> marks{
     {{0x300, 0x36f}, {0x200b, 0x200d}, {0x20d0, 0x20ff}, {0xfe00, 0xfe0f}}};
-// Controls of the upper half, and what turns the direction of writing.
+// The upper control characters, and characters that change the direction of writing.
 constexpr std::array<Range, 4> commands{
     {{0x80, 0x9f}, {0x200e, 0x200f}, {0x202a, 0x202e}, {0x2066, 0x2069}}};
 
@@ -37,7 +37,7 @@ bool isIn(const std::array<Range, Count>& ranges, char32_t c) noexcept {
         ranges, [c](const Range& range) { return c >= range.first && c <= range.last; });
 }
 
-// The character at the start of a text whose first `length` bytes are one.
+// Decodes the character in the first `length` bytes of a text.
 char32_t decoded(std::string_view text, u64 length) noexcept {
     const auto lead = static_cast<unsigned char>(text[0]);
     if (length == 1) return lead;
@@ -52,7 +52,7 @@ struct Character {
     u64 columns;
 };
 
-// The character at the start of a text that is not empty.
+// Returns the first character of a text that is not empty.
 Character firstOf(std::string_view text) noexcept {
     const u64 length = utf8::sequenceLength(text);
     const char32_t c = length == 0 ? U'?' : decoded(text, length);

@@ -6,28 +6,29 @@
 
 namespace qv::kelvo_tool {
 
-/// Returns how many columns of a terminal a text takes: wide characters two, marks none.
+/// Returns the columns that a text takes on a terminal: wide characters two, combining marks none.
 [[nodiscard]] u64 columnsOf(std::string_view text) noexcept;
 
-/// Returns how many bytes at the start of a text are whole characters that fit so many columns.
+/// Returns the number of bytes at the start of a text that fit into `columns`, in whole characters.
 [[nodiscard]] std::size_t bytesWithin(std::string_view text, u64 columns) noexcept;
 
-/// Tells whether a text has nothing but characters in it: UTF-8, blanks and ends of lines.
+/// Tells whether a text consists of UTF-8 characters, blanks and line breaks only.
 [[nodiscard]] bool isPlainText(std::string_view text) noexcept;
 
-/// Appends a text without what a terminal could take for a command: that becomes '?'.
+/// Appends a text; characters that a terminal could take for a command become '?'.
 void appendPlain(StringIO& out, std::string_view text);
 
 struct Wrapping {
-    /// Columns of a line; longer words have one for themselves.
+    /// Columns of a line; a longer word gets a line of its own.
     u64 width = 80;
     /// Columns in front of each line.
     u64 indent = 0;
-    /// The text in front of the first line, in place of the indent.
+    /// Replaces the indent of the first line.
     std::string_view first = {};
 };
 
-/// Appends a text in lines, with its own ends of lines kept; of several blank ones one stays.
+/// Appends a text wrapped into lines; keeps its line breaks, but joins several blank lines into
+/// one.
 void appendWrapped(StringIO& out, std::string_view text, const Wrapping& wrapping);
 
 } // namespace qv::kelvo_tool

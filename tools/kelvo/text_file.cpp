@@ -64,7 +64,7 @@ bool TextFile::write(const String& path, std::string_view text, String& error) {
     if (!isOwn(path)) return writeFile(path, bytes.view(), error);
     if (!m_lock.isHeld() && !m_lock.take(m_path, error)) return false;
     const bool isWritten = isAsRead(error) && writeFile(path, bytes.view(), error);
-    // The lock is that of the file that was replaced.
+    // The lock belongs to the replaced file.
     m_lock.release();
     if (isWritten) m_bytes = bytes;
     return isWritten;
@@ -78,7 +78,7 @@ bool TextFile::isOwn(const String& path) const {
 }
 
 bool TextFile::isAsRead(String& error) const {
-    // Nothing is lost where nothing is; devices tell something else each time.
+    // A missing file has nothing to lose, and devices return other bytes at each read.
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(m_path.view(), ignored)) return true;
     String bytes;

@@ -6,22 +6,23 @@
 
 namespace qv::kelvo_tool {
 
-/// A file of text that is read, and written back as it was laid out: with a byte order mark when it
-/// had one, and with the line ends that most of its lines had.
+/// A text file that keeps its layout when written back: its byte order mark, if any, and the line
+/// ends of most of its lines.
 class TextFile {
 public:
     /// Reads a file, the standard input for "-". False with a sentence in `error`.
     [[nodiscard]] bool read(const String& path, String& error);
-    /// The same, and no other command edits the file until it is written or this ends.
+    /// Reads a file and locks it against other commands' edits until it is written or this is
+    /// destroyed.
     [[nodiscard]] bool readToEdit(const String& path, String& error);
 
-    /// Returns the text without mark; lines end with '\n'.
+    /// Returns the text without byte order mark; lines end with '\n'.
     [[nodiscard]] const String& text() const noexcept { return m_text; }
-    /// Returns another text as it is laid out in the file.
+    /// Returns another text in the layout of the file.
     [[nodiscard]] String laidOut(std::string_view text) const;
 
-    /// Replaces a file by a text, laid out as that which was read. The file that was read is only
-    /// replaced if it still is as it was. False with a sentence in `error`.
+    /// Replaces a file by a text in the layout of the file that was read. Refuses to replace that
+    /// file itself if it has changed meanwhile. False with a sentence in `error`.
     [[nodiscard]] bool write(const String& path, std::string_view text, String& error);
 
 private:
@@ -29,7 +30,7 @@ private:
     [[nodiscard]] bool isAsRead(String& error) const;
 
     String m_path;
-    // As they were in the file.
+    // The bytes of the file as read.
     String m_bytes;
     String m_text;
     bool m_hasMark = false;

@@ -8,10 +8,10 @@
 
 namespace qv::kelvo_tool {
 
-/// Returns what stands in front of a line of a tree that is `levels` below the top;
-/// `isDone(level)` tells whether no further branch comes from the line at that level. A line that
-/// begins with thousands of guides helps nobody: deep ones tell their level instead. On a terminal,
-/// whose `width` is not 0, the guides leave half of the line.
+/// Returns the guides for a line of a tree `levels` below the top; `isDone(level)` tells whether
+/// the line at that level has no further branches. Deep lines show the number of their level
+/// instead of thousands of guides. On a terminal, whose `width` is not 0, guides take at most half
+/// of the line.
 template<class IsDone>
 [[nodiscard]] std::string treeGuides(std::size_t levels, u64 width, const IsDone& isDone) {
     constexpr std::size_t columnsOfGuide = 3;

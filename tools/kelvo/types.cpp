@@ -18,7 +18,7 @@ using kelvo_sdk::interfaces::INode;
 
 struct TypesOptions {
     std::optional<String> base;
-    /// The name of a library, or a definition text.
+    /// The name of a library, or of a file of definitions.
     std::optional<String> library;
     bool withInternal = false;
 };
@@ -30,7 +30,7 @@ bool isDefinitionText(const String& library) {
     return isStream(library) || library.view().ends_with(".knd");
 }
 
-// The one library asked for, null after telling that there is none.
+// Returns the named library, null after an error message.
 const NamedLibrary* findLibrary(const Libraries& libraries, const String& name) {
     SpellingSuggestion near(name.view());
     for (const NamedLibrary& known : libraries.all()) {
@@ -78,7 +78,7 @@ void printTypes(const std::vector<const INode*>& types, Terminal& out) {
         nameWidth = std::max(nameWidth, columnsOf(type->type().view()));
         labelWidth = std::max(labelWidth, columnsOf(kelvo_sdk::helpTitle(handleOn(*type)).view()));
     }
-    // A terminal that is too narrow for a table has no room for gaps.
+    // A terminal too narrow for a table cannot spare room for gaps.
     constexpr u64 roomForBases = 16;
     if (out.width() != 0 && nameWidth + labelWidth + roomForBases > out.width()) labelWidth = 0;
     for (const INode* type : types)

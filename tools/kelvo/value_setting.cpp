@@ -33,8 +33,8 @@ bool setText(const Input& input, const String& value, String& error) {
     return false;
 }
 
-// Returns what the type of its node says of an input that has no notes of its own; null when that
-// is nothing, or known to the scene.
+// Returns the type's definition of an input without annotations; null when there is none, or when
+// the scene knows its types and checks by itself.
 const IInput* definitionOf(const Scene& scene, const Input& input) {
     if (input.isDescribed() || knowsTypes(scene)) return nullptr;
     const Libraries* libraries = librariesInUse();
@@ -53,7 +53,8 @@ const IInput* definitionOf(const Scene& scene, const Input& input) {
     return nullptr;
 }
 
-// The type refuses values where the text says nothing: asks a copy that has what the type says.
+// Checks a value against the type, which a scene without types does not: sets it in a copy of the
+// prototype.
 bool isAccepted(const INode& node, const IInput& definition, const String& value, String& error) {
     const Node copy = handleOn(*definition.node()).copyByItself(node.name());
     const String path = definition.path();
@@ -102,7 +103,7 @@ bool reachInput(const Scene& scene, const String& path, const String* value, Inp
         }
         const bool isPlain = definition.type() != AttrType::Array;
         if (value && isPlain && !isAccepted(*node.get(), *like, *value, error)) return false;
-        // Bare, at its default: what else there is to say of it stays with the type.
+        // Adds the input bare, at its default; the type keeps the rest of its description.
         (void)node.createInput(like->name(), definition);
     }
     Address address;

@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_tool {
 
-/// Keeps what the library says while it lives: the reason why it refuses something.
+/// Captures the library's log messages during its lifetime: the reason of a refusal.
 class Reason {
 public:
     Reason() : m_before(setLogHandler(&keep, this)) {}
@@ -13,7 +13,7 @@ public:
     Reason(const Reason&) = delete;
     Reason& operator=(const Reason&) = delete;
 
-    /// Returns what was said last.
+    /// Returns the last message.
     [[nodiscard]] const String& text() const noexcept { return m_text; }
 
 private:
@@ -25,23 +25,23 @@ private:
     LogSink m_before;
 };
 
-/// Returns the definition of an input that the text of the scene leaves to the type of its node;
-/// null for others. `path` may go on below it.
+/// Returns the type's definition of an input that the text leaves to its type; null for others.
+/// `path` may continue below that input.
 [[nodiscard]] const kelvo_sdk::interfaces::IInput* leftOutInput(const kelvo_sdk::Scene& scene,
                                                                 const String& path);
 
-/// Returns the same for a path that ends there.
+/// Like `leftOutInput`, but only for a path that ends at that input.
 [[nodiscard]] const kelvo_sdk::interfaces::IInput* wholeLeftOutInput(const kelvo_sdk::Scene& scene,
                                                                      const String& path);
 
-/// Follows a path to an input, for a change of it. One that is left to the type of its node is
-/// added bare, as what else there is to say of it stays with the type, if the type accepts
+/// Finds the input at a path in order to change it. If the text leaves the input to its type, adds
+/// it without annotations, which stay with the type; but refuses if the type does not accept
 /// `value`, when given. False with a sentence in `error`.
 [[nodiscard]] bool reachInput(const kelvo_sdk::Scene& scene, const String& path,
                               const String* value, kelvo_sdk::Input& input, String& error);
 
-/// Gives an input a value told by a text, a link by the name of its node (empty: none). False with
-/// a sentence in `error`.
+/// Sets an input to a value given as text, or as a node's name for a link (empty for none). False
+/// with a sentence in `error`.
 [[nodiscard]] bool assign(const kelvo_sdk::Scene& scene, const kelvo_sdk::Input& input,
                           const String& value, String& error);
 

@@ -26,7 +26,7 @@ void appendCount(u64 count, const char* what, StringIO& out) {
     out.appendUInt(count).append(' ').append(what).append(count == 1 ? "" : "s");
 }
 
-// Cuts between characters: bytes 10xxxxxx go on with one.
+// Cuts between characters: bytes of the form 10xxxxxx continue a character.
 std::string_view cut(std::string_view text) {
     u64 length = mostBytes;
     while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xc0u) == 0x80u)

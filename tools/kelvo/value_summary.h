@@ -6,8 +6,8 @@
 
 namespace qv::kelvo_tool {
 
-/// Returns the value of an input in one short line, as it stands in scene text but for what is left
-/// out: long texts, buffers and arrays are cut and tell their whole size.
+/// Returns the value of an input on one short line, in the form of scene text; long texts, buffers
+/// and arrays are cut and show their whole size.
 [[nodiscard]] String shortValue(const kelvo_sdk::interfaces::IInput& input);
 
 } // namespace qv::kelvo_tool

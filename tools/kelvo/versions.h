@@ -7,11 +7,11 @@
 
 namespace qv::kelvo_tool {
 
-/// Scenes that are compared with each other: as their texts stand if all stand by themselves, else
-/// all with the types of their nodes.
+/// Scenes to compare with each other: read without types if all of them can be, else all with the
+/// types of their nodes.
 class Versions {
 public:
-    /// Reads the files; false after telling all that is wrong.
+    /// Reads the files; false after a message for each error.
     [[nodiscard]] bool load(std::initializer_list<String> files);
 
     [[nodiscard]] const kelvo_sdk::Scene& operator[](u64 index) const { return m_scenes[index]; }

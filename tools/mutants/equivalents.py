@@ -1,16 +1,16 @@
 """The mutants that no test can find, each with the reason: blocks of four lines,
 
     path of the source
-    - the line as it stands
-    + the line as the mutant has it
+    - the line in the source
+    + the line in the mutant
     the reason, one sentence
 
-with an empty line between blocks. They are known by their text, so that they may move in the
-file."""
+with an empty line between blocks. Mutants are identified by their text, so that lines may
+move within the file."""
 
 
 def read(text):
-    """Returns {(file, before, after): reason}; ValueError names a block that is malformed."""
+    """Returns {(file, before, after): reason}; a ValueError names a malformed block."""
     known = {}
     for block in text.split("\n\n"):
         lines = [line.strip() for line in block.splitlines() if not line.startswith("#")]

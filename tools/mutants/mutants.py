@@ -3,9 +3,9 @@
 
 mutants.py --tree TREE --build BUILD [FILE...]
 
-TREE holds the sources, BUILD what they were built into, with the tests. Without a FILE the sources
-of the core are meant. Exit status 0 when the share killed is at least what was asked for, 1 when it
-is less, 2 when the call is wrong."""
+TREE has the sources, BUILD their build with the tests. Without a FILE mutates the sources of the
+core. The exit status is 0 when the share killed reaches the wanted share, 1 when it is less, 2 for
+a wrong call."""
 import argparse
 import collections
 import concurrent.futures
@@ -37,14 +37,14 @@ def arguments(words):
 
 
 def sources(tree, files):
-    """The sources to mutate, by their paths from the root of the tree."""
+    """Returns the sources to mutate, as paths from the root of the tree."""
     if not files:
         return sorted({str(path.relative_to(tree)) for glob in CORE for path in tree.glob(glob)})
     return sorted(set(files))
 
 
 def sample(mutants, count, seed):
-    """`count` of the mutants, 0 for all, the same for the same seed, in their order."""
+    """Returns `count` mutants (0: all) in their order, always the same for a seed."""
     if count == 0 or count >= len(mutants):
         return mutants
     chosen = random.Random(seed).sample(range(len(mutants)), count)
@@ -52,7 +52,7 @@ def sample(mutants, count, seed):
 
 
 def summary(outcomes):
-    """The closing lines, and the share killed of those that a test can find."""
+    """Returns the closing lines, and the share killed among the mutants that a test can find."""
     counts = collections.Counter(outcomes)
     meant = counts["killed"] + counts["survived"]
     share = 100 * counts["killed"] / meant if meant else 0
@@ -73,7 +73,7 @@ class Run:
         return self.trials.try_mutant(mutant, text)
 
     def all(self, mutants, jobs):
-        """Judges all; returns (mutant, outcome) in their order, and says each as it ends."""
+        """Tries all mutants, prints each as it ends, and returns (mutant, outcome) in order."""
         outcomes = []
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
             for mutant, (outcome, by) in zip(mutants, pool.map(self.judge, mutants)):
@@ -91,7 +91,7 @@ class Run:
 
 
 def start(options):
-    """Returns what a run needs; ValueError says what is wrong with the call."""
+    """Returns the objects for a run; a ValueError describes a wrong call."""
     tree = options.tree.resolve()
     listed = tree / EQUIVALENT
     known = equivalents.read(listed.read_text()) if listed.exists() else {}

@@ -1,4 +1,4 @@
-"""Makes mutants of C++ source text: each has one small fault, which a test has to find."""
+"""Makes mutants of C++ source text: each has one small fault that a test should find."""
 import dataclasses
 import re
 
@@ -19,7 +19,7 @@ class Mutant:
         return text.count("\n", 0, self.start) + 1
 
     def before(self, text):
-        """The changed lines as they stand, on one line."""
+        """Returns the changed lines in their original form, joined into one line."""
         return one_line(text[line_start(text, self.start):line_end(text, self.end)])
 
     def after(self, text):
@@ -47,7 +47,7 @@ HIDDEN = re.compile(
 
 
 def code_of(text):
-    """The text with everything that is no code blanked out, at the same positions."""
+    """Returns the text with everything but code blanked out, at the same positions."""
     return HIDDEN.sub(lambda match: re.sub(r"[^\n]", " ", match[0]), text)
 
 
@@ -78,7 +78,7 @@ def negations(code):
 
 
 def closing(code, position):
-    """The position of the bracket that closes the one at `position`."""
+    """Returns the position of the bracket that closes the one at `position`."""
     depth = 0
     for at in range(position, len(code)):
         depth += (code[at] in "([{") - (code[at] in ")]}")
@@ -87,12 +87,12 @@ def closing(code, position):
     return len(code)
 
 
-# In what a maker yields: the text that is replaced.
+# Stands in a replacement for the replaced text.
 AS_IT_STANDS = "\0"
 
 
 def conditions(code):
-    """Negates conditions, but for those that a swap or a removed `!` negates already."""
+    """Negates conditions, except those that a swap or a removed `!` negates already."""
     for match in re.finditer(r"\b(?:if|while) \(", code):
         start, end = match.end(), closing(code, match.end() - 1)
         start += code[start:end].rfind(";") + 1
@@ -115,7 +115,7 @@ ASSIGNMENT = re.compile(r"[*(]*[\w:.\[\]()>-]+ [-+*/|&^%]?= .*$"
 
 
 def statements(code):
-    """The (start, end) of statements that end in ';', without the heads of `if` or `for`."""
+    """Yields (start, end) of statements that end in ';', without the heads of `if` or `for`."""
     opened, start = [], 0
     for at, char in enumerate(code):
         if char in "([{":
@@ -155,12 +155,12 @@ def deletions(code):
             yield "deletion", start, end, ";"
 
 
-# Results that are nothing already, as `Value()`, or have a mutant of their own.
+# Results that are empty already, as `Value()`, or have a mutant of their own.
 NOTHING = re.compile(r"true|false|nullptr|0|\{\}|\*this|(?:\w+::)*[A-Z]\w*\(\)|\w+::Null")
 
 
 def results(code):
-    """Returns nothing instead of a result: null, false, 0 or empty."""
+    """Replaces results by null, false, 0 or an empty value."""
     for start, end in statements(code):
         match = re.match(r"return (.+);$", code[start:end], re.S)
         if match and not NOTHING.fullmatch(match[1]):
@@ -171,7 +171,7 @@ MAKERS = (swaps, constants, negations, conditions, deletions, results)
 
 
 def mutants_of(file, text):
-    """All mutants of a source, in the order of their places, none twice."""
+    """Returns all mutants of a source, in the order of their places, without duplicates."""
     code = code_of(text)
     found = {}
     for maker in MAKERS:

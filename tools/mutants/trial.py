@@ -1,7 +1,7 @@
-"""Tries mutants: compiles the one file, links it into the test programs and runs these.
+"""Tries mutants: compiles the changed file, links it into the test programs and runs them.
 
-Nothing is written but below the folder given for it, so mutants can be tried at the same time, and
-the sources stay as they are."""
+Writes only into the given folder, so that several mutants can be tried at the same time and the
+sources do not change."""
 import collections
 import dataclasses
 import json
@@ -14,21 +14,21 @@ import tempfile
 
 LIBRARY = "libkelvo_sdk.a"
 SEEN = re.compile(r"\[       OK \] ([\w/.]+)(?:, where .*)? \((\d+) ms\)")
-# Suites slower than this in all run after the others.
+# Suites that take longer than this in total run after the others.
 SLOW_MS = 300
 MEMORY = 6 << 30
 
 
 class Broken(Exception):
-    """The tests fail, or do not build, without any mutant."""
+    """Raised when the tests fail, or do not build, even without a mutant."""
 
 
 class NotCompiled(Exception):
-    """The mutant does not compile or link, and why."""
+    """Raised with the reason when a mutant does not compile or link."""
 
 
 class Program:
-    """A test program: how it is linked, its suites with the milliseconds that they take."""
+    """A test program: its link command, and its suites with their times in milliseconds."""
 
     def __init__(self, build, name, path):
         self.name = name
@@ -49,8 +49,8 @@ class Program:
             self.suites[suite] = self.suites.get(suite, 0) + int(took)
 
     def link_command(self, objects, replaced, output):
-        """Links objects first: an inline function is taken from where it is met first, and the
-        library gives nothing that is there already."""
+        """Links objects before the library: the first definition of an inline function counts, and
+        the library supplies only missing symbols."""
         command = [word for word in self.link if word not in replaced]
         command[command.index("-o") + 1] = str(output)
         first = next(at for at, word in enumerate(command) if word.endswith(".o"))
@@ -58,7 +58,7 @@ class Program:
 
 
 def programs_of(build):
-    """The GoogleTest programs of the build, but for those with the shared library."""
+    """Returns the GoogleTest programs of the build, except those with the shared library."""
     listed = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True,
                             capture_output=True, text=True).stdout
     found = []
@@ -73,8 +73,8 @@ def programs_of(build):
 
 
 def mirror_tests(tree, file):
-    """The tests whose names begin with that of a source, else with its beginning, up to a '_'.
-    The shortest name comes first."""
+    """Returns the tests whose names begin with the name of a source or, if there are none, with the
+    name's start up to a '_'. The shortest name comes first."""
     stem = pathlib.PurePath(file).with_suffix("")
     folder, name = tree / "tests" / stem.parent, stem.name
     while name:
@@ -91,7 +91,7 @@ def suites_of(tests):
 
 @dataclasses.dataclass(frozen=True)
 class Round:
-    """Suites of one program that run together, and how long they take without a mutant."""
+    """Suites of one program that run together, and their time without a mutant."""
     program: Program
     names: str
     seconds: float
@@ -117,7 +117,7 @@ class Trials:
             raise Broken("the build has no test programs")
 
     def measure(self):
-        """Runs the tests without a mutant, those of programs built since the last time."""
+        """Measures the tests without a mutant, but only of programs built since the last time."""
         kept = self.scratch / "measured.json"
         known = json.loads(kept.read_text()) if kept.exists() else {}
         for program in self.programs:
@@ -134,7 +134,7 @@ class Trials:
         return is_header or file in self.compile_commands
 
     def rounds(self, file):
-        """The rounds in their order: the mirror's suites, the quick ones, the slow."""
+        """Returns the rounds in order: suites of the mirror test, quick suites, slow suites."""
         mirror = suites_of(mirror_tests(self.tree, file))
         first, quick, slow = [], [], []
         for program in self.programs:
@@ -173,10 +173,11 @@ class Trials:
         return "survived", ""
 
     def compile(self, file, changed, folder):
-        """Returns the objects that the mutant changes, and those of the tests that they replace."""
+        """Returns the mutant's objects, and the tests' objects that they replace."""
         if not file.endswith(".h"):
             return [self.compile_one(file, changed / file, changed, folder / "0.o")], set()
-        # Of a header: all its functions, as far as they are no templates, and the mirror test.
+        # A header's mutant is compiled twice: alone, with all functions that are not templates, and
+        # in the mirror test.
         whole = folder / "header.cpp"
         whole.write_text(f'#include "{file}"\n')
         tests = [str(test.relative_to(self.tree)) for test in mirror_tests(self.tree, file)[:1]]
@@ -192,11 +193,11 @@ class Trials:
         return command[command.index("-o") + 1]
 
     def compile_one(self, like, source, changed, made, *flags):
-        """Compiles as another source is; headers are looked for where the changed one is first."""
+        """Compiles like another source; searches headers first in the folder of the changed one."""
         command = shlex.split(self.compile_commands[like])
         for flag, value in (("-o", made), ("-MF", f"{made}.d"), ("-c", source)):
             command[command.index(flag) + 1] = str(value)
-        # A mutant that only warns, as of a variable that nothing uses any more, counts.
+        # A mutant that only causes a warning counts, such as an unused variable.
         command = [word for word in command if word != "-Werror" and not word.endswith("ccache")]
         must([command[0], "-I", str(changed), *command[1:], "-w", *flags], self.build)
         return made
@@ -210,12 +211,12 @@ def must(command, folder):
 
 
 def run(round, binary, folder):
-    """Returns the test or the end that killed the mutant, "" when all passed."""
+    """Returns what killed the mutant, a failed test or the program's end; "" when all passed."""
     flags = folder / "flags"
     flags.write_text(f"--gtest_filter={round.names}\n")
     command = [binary, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_flagfile={flags}"]
-    # Busy loops run into the limit of the processor's time; what sleeps for ever into the other,
-    # which is long, as the machine may have other work.
+    # Busy loops hit the limit of processor time; mutants that sleep hit the other limit, which is
+    # long, as the machine may be busy.
     allowed = int(3 + 4 * round.seconds)
     name = round.program.name
     try:

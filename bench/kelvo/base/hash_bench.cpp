@@ -18,7 +18,7 @@ void hashBuffer(benchmark::State& state) {
 }
 BENCHMARK(hashBuffer)->Name("hash_buffer")->Arg(256)->Arg(4 << 10)->Arg(1 << 20)->Arg(64 << 20);
 
-// The floor for large buffers: a sum of all words.
+// Measures the lower bound for large buffers: a sum of all words.
 void readBuffer(benchmark::State& state) {
     const std::vector<u64> words(static_cast<u64>(state.range(0)) / sizeof(u64), u64{0x5a});
     for (auto _ : state) {

@@ -12,7 +12,7 @@ namespace {
 
 using Map = ds::HashMap<String, String>;
 
-// A map without the pool: one allocation of 8 bytes per bucket.
+// A map that does without the pool: it makes one allocation of 8 bytes per bucket.
 class PlainMap {
 public:
     PlainMap() {
@@ -82,7 +82,7 @@ void findInMap(benchmark::State& state) {
 }
 BENCHMARK(findInMap)->Name("find_in_map");
 
-// The floor: writing what two maps and their arrays occupy.
+// Measures the lower bound: writing the memory that two maps and their arrays occupy.
 void touch16KiB(benchmark::State& state) {
     alignas(64) static unsigned char storage[16 * 1024];
     for (auto _ : state) {

@@ -69,7 +69,7 @@ void cachedHash(benchmark::State& state) {
 }
 BENCHMARK(cachedHash)->Name("string_hash_cached");
 
-// The cost that a look-up by a literal has before it starts to look.
+// Measures the cost that a look-up by a literal has before it starts to search.
 void makeAndHash(benchmark::State& state) {
     const char* text = "baseColorTexture";
     for (auto _ : state) {

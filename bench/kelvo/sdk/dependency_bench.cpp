@@ -3,7 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
-// Dependencies of nodes: collected, evaluated, asked whether they changed.
+// Measures the dependencies of nodes: collecting them, evaluating through them, asking for changes.
 namespace qv::bench {
 namespace {
 
@@ -12,7 +12,7 @@ using impl::NodeIterator;
 using interfaces::IInput;
 using interfaces::INode;
 
-// All nodes that `node` depends on, each taken from the iterator: all of the graph but itself.
+// Collects all nodes that `node` depends on, the whole graph but `node`, one by one.
 void collectFrom(benchmark::State& state, const Graph& graph, const INode* node) {
     for (auto _ : state) {
         const auto nodes = RefersTo<NodeIterator>::adopt(node->dependencies(false, false));
@@ -53,7 +53,7 @@ BENCHMARK(dependencyCollectWide)
     ->Range(1000, 100000)
     ->Unit(benchmark::kMicrosecond);
 
-// Sets the head and reads the tail, whose value comes through every node.
+// Sets the head and reads the tail, whose value passes through every node.
 void dependencyChain(benchmark::State& state) {
     const auto& chain = keptGraph<EvaluatedChain>(state.range(0));
     IInput* head = chain.head();
@@ -76,7 +76,7 @@ BENCHMARK(dependencyChain)
     ->Arg(10000)
     ->Unit(benchmark::kMicrosecond);
 
-// Only the dirtiness: sets the head, reads nothing.
+// Measures the dirty flags alone: sets the head and reads nothing.
 void dependencyChainDirty(benchmark::State& state) {
     const auto& chain = keptGraph<ConnectedChain>(state.range(0));
     IInput* head = chain.head();
@@ -96,7 +96,7 @@ BENCHMARK(dependencyChainDirty)
     ->Arg(10000)
     ->Unit(benchmark::kMicrosecond);
 
-// Everything is clean and nothing is cached: the whole chain is asked.
+// Asks a clean chain without a cache, so that the query visits every node.
 void dirtyQueryDeep(benchmark::State& state) {
     const auto& chain = keptGraph<ConnectedChain>(state.range(0));
     chain.clean();

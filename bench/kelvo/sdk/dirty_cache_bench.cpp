@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-// Dirty states that the scene keeps true to the dependencies.
+// Measures the dirty flags that the scene keeps up to date with the dependencies.
 namespace qv::bench {
 namespace {
 
@@ -10,7 +10,7 @@ using namespace kelvo_sdk;
 using interfaces::IInput;
 using interfaces::INode;
 
-// All of the chain is clean to begin with.
+// A chain whose nodes are all clean at the start.
 struct CachedChain : ConnectedChain {
     explicit CachedChain(i64 count) : ConnectedChain(count) {
         clean();
@@ -18,8 +18,8 @@ struct CachedChain : ConnectedChain {
     }
 };
 
-// A change at the front and a query at the end, over and over. `clean` marks all nodes clean before
-// each change, untimed; else all are dirty from the start, and a change turns no flags.
+// Changes the first node and queries the last, repeatedly. `clean` marks all nodes clean before
+// each change, untimed; else all are dirty from the start, and a change sets no flags.
 void changeAndQuery(benchmark::State& state, bool clean) {
     const auto& chain = keptGraph<CachedChain>(state.range(0));
     chain.clean();
@@ -66,7 +66,7 @@ BENCHMARK(dirtyQueryCachedCleaned)
     ->Range(1000, 100000)
     ->Unit(benchmark::kMicrosecond);
 
-// The same question again: all clean, or all dirty since a change at the front.
+// Repeats the same query: all nodes are clean, or all are dirty since a change of the first.
 void dirtyQueryCachedRepeated(benchmark::State& state) {
     const auto& chain = keptGraph<CachedChain>(state.range(0));
     const bool isDirty = state.range(1) != 0;

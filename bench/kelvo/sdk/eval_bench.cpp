@@ -24,8 +24,7 @@ struct AddNames {
     }
 };
 
-// Nodes that add. The one created first is asked, the one created last holds the input "a" that
-// changes.
+// Nodes that add. The benchmarks evaluate the first node, and change the input "a" of the last.
 struct Sums : Graph {
     Sums() { scene->addLibrary(&impl::standardLibrary()); }
 
@@ -51,7 +50,7 @@ struct SumChain : Sums {
     }
 };
 
-// Two below each, as far as they go.
+// A tree in which each node reads two others, as far as the count goes.
 struct SumTree : Sums {
     explicit SumTree(i64 count) {
         const AddNames& names = AddNames::get();
@@ -82,7 +81,7 @@ void evalCold(benchmark::State& state) {
     evaluate(state, keptGraph<G>(state.range(0)));
 }
 
-// All results are there.
+// Evaluates when all results are cached.
 template<typename G>
 void evalCached(benchmark::State& state) {
     const auto& graph = keptGraph<G>(state.range(0));
@@ -91,7 +90,7 @@ void evalCached(benchmark::State& state) {
     graph.scene.setEvalCache(0);
 }
 
-// Nothing is known: hashes are worked out and results kept.
+// Evaluates with an empty cache: computes the hashes and stores the results.
 template<typename G>
 void evalFill(benchmark::State& state) {
     const auto& graph = keptGraph<G>(state.range(0));
@@ -107,7 +106,7 @@ void evalFill(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// One value at the far end is another one each time.
+// Changes one value at the far end before each evaluation.
 template<typename G>
 void evalChanged(benchmark::State& state) {
     const auto& graph = keptGraph<G>(state.range(0));

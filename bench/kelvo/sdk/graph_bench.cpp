@@ -4,7 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
-// Hierarchies and the paths through them.
+// Measures hierarchies and the paths through them.
 namespace qv::bench {
 namespace {
 
@@ -14,7 +14,7 @@ using impl::PathIterator;
 using interfaces::IInput;
 using interfaces::INode;
 
-// All nodes below the first, each taken from the iterator.
+// Walks over all nodes below the first, one by one.
 template<typename G>
 void traverse(benchmark::State& state) {
     const G& graph = keptGraph<G>(state.range(0));
@@ -87,7 +87,7 @@ BENCHMARK(nodePathDeep)
     ->Arg(100000)
     ->Unit(benchmark::kMicrosecond);
 
-// The first thousand of very many paths. An item is a path.
+// Takes the first thousand of very many paths. An item is a path.
 void nodePathsDiamonds(benchmark::State& state) {
     constexpr i64 kPaths = 1000;
     const auto& graph = keptGraph<Diamonds>(state.range(0));
@@ -111,7 +111,7 @@ BENCHMARK(nodePathsDiamonds)
     ->Arg(64)
     ->Unit(benchmark::kMicrosecond);
 
-// The element that the child leaves empty goes too, so that the list keeps its length.
+// Removes the emptied element as well, so that the list keeps its length.
 void parentUnparent(benchmark::State& state) {
     const auto& graph = keptGraph<Fan>(state.range(0));
     INode* parent = graph.first();
@@ -132,7 +132,7 @@ void parentUnparent(benchmark::State& state) {
 }
 BENCHMARK(parentUnparent)->Name("parent_unparent")->Arg(0)->Arg(1000)->Arg(10000);
 
-// The last of many children.
+// Searches for the last of many children.
 void indexIn(benchmark::State& state) {
     const auto& graph = keptGraph<Fan>(state.range(0));
     const INode* child = graph.last();

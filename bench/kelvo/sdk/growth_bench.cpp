@@ -4,8 +4,8 @@
 
 #include <limits>
 
-// Edits of many things in one step, and inputs nested deep: items per second must not fall as their
-// number rises from ten thousand to a million.
+// Measures edits of many objects in one step, and deeply nested inputs: items per second must not
+// fall as the number of objects rises from ten thousand to a million.
 namespace qv::bench {
 namespace {
 
@@ -19,7 +19,7 @@ String numbered(const char* stem, u64 number) {
     return String::format("%s%llu", stem, static_cast<unsigned long long>(number));
 }
 
-// A scene whose steps are all kept, and how many things each of them is about.
+// A scene that keeps all its steps, and the number of objects that each step changes.
 class Growing {
 public:
     explicit Growing(benchmark::State& state)
@@ -32,7 +32,7 @@ public:
     Growing(const Growing&) = delete;
     Growing& operator=(const Growing&) = delete;
 
-    // Measures an edit, or taking it back; the other is done beside the clock.
+    // Measures an edit, or its undo; the other one runs with the clock stopped.
     template<typename Edit>
     void measureEdit(const Edit& edit) {
         for (auto _ : m_state) {
@@ -108,7 +108,7 @@ BENCHMARK(undoClearInputs)->Name("growth_clear_inputs/undo")->Apply(manySizes);
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
-// Each node links to the one before.
+// Links each node to the one before.
 void linkNodes(const Scene& scene, u64 count) {
     Node previous;
     for (u64 i = 0; i < count; ++i) {
@@ -130,7 +130,7 @@ void clearScene(benchmark::State& state) {
     ManyNodes many(state);
     many.measureEdit([&] { many.scene->clear(); });
 }
-// A million nodes take more memory than a measurement should.
+// The range ends before a million nodes, which would take too much memory for a measurement.
 BENCHMARK(clearScene)
     ->Name("growth_clear_scene")
     ->Arg(10'000)

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-// Inputs: read, written, heard of, connected, hashed.
+// Measures inputs: reads, writes, notifications, connections, hashes.
 namespace qv::bench {
 namespace {
 
@@ -70,7 +70,7 @@ void setValueFloatNotify(benchmark::State& state) {
 }
 BENCHMARK(setValueFloatNotify)->Name("set_value_float_notify")->Arg(1)->Arg(8);
 
-// Two long texts, set alternately.
+// Sets two long texts alternately.
 void setValueString(benchmark::State& state) {
     const Fixture fixture;
     const Input input = fixture.node["s"];
@@ -114,7 +114,7 @@ void hashNodeOneChanged(benchmark::State& state) {
 }
 BENCHMARK(hashNodeOneChanged)->Name("hash_node_one_changed");
 
-// Asked with types to leave out, none of which is met, and with the name left out.
+// Hashes with types to skip, none of which occurs, and without the name.
 void hashNodeSkip(benchmark::State& state) {
     const Fixture fixture;
     StringVector skip;
@@ -127,7 +127,7 @@ void hashNodeSkip(benchmark::State& state) {
 }
 BENCHMARK(hashNodeSkip)->Name("hash_node_skip");
 
-// A node whose input lies `depth` steps down a path, the last step of many objects in each other.
+// A node whose input is `depth` steps down a path, the last step of many nested objects.
 class NestedInput {
 public:
     explicit NestedInput(i64 depth) {
@@ -154,7 +154,7 @@ private:
     String m_path;
 };
 
-// The path is kept from one search to the next. An item is a step.
+// Keeps the path from one search to the next. An item is a step.
 template<typename Find>
 void searchByPath(benchmark::State& state, const Find& find) {
     const NestedInput nested(state.range(0));

@@ -9,7 +9,7 @@
 
 #include <string>
 
-// Node types: read, bound, made into nodes, copied and explained.
+// Measures node types: reading and binding definitions, creating, copying and explaining nodes.
 namespace qv::bench {
 namespace {
 
@@ -25,7 +25,7 @@ bool evalNothing(EvalCtx*, void*) {
     return true;
 }
 
-// A line for each input, of the kinds of `addTenInputs`.
+// Returns a line for each input, of the kinds of `addTenInputs`.
 std::string inputLines(i64 count) {
     static const char* const kinds[] = {
         "Bool b% = true",
@@ -53,7 +53,7 @@ std::string typeText(const std::string& name, i64 inputs) {
            "    output Real out\n}\n";
 }
 
-// Of the type "bench", with callbacks.
+// Returns a library with the type "bench" and its callbacks.
 Library libraryOfOne(i64 inputs) {
     auto library = Library::adopt(new impl::LibInfo);
     library->setCallbacks("bench",
@@ -76,7 +76,7 @@ void bindNode(benchmark::State& state) {
 }
 BENCHMARK(bindNode)->Name("bind_node");
 
-// With removal. The range is the number of inputs.
+// Includes the removal. The range is the number of inputs.
 void createFromDefinition(benchmark::State& state) {
     const auto scene = Scene::create();
     scene->addLibrary(libraryOfOne(state.range(0)).get());
@@ -109,7 +109,7 @@ void cloneNode(benchmark::State& state) {
 }
 BENCHMARK(cloneNode)->Name("clone_node_10_inputs");
 
-// As users do it: the copy comes into the scene and leaves it.
+// Copies as users do: the copy is added to the scene and removed again.
 void cloneInScene(benchmark::State& state) {
     const auto scene = Scene::create();
     INode* node = scene->createNode(BenchNames::get().type, "node1");
@@ -126,7 +126,7 @@ void cloneInScene(benchmark::State& state) {
 }
 BENCHMARK(cloneInScene)->Name("clone_node_in_scene");
 
-// Types of ten inputs each. An item is a type.
+// Reads types of ten inputs each. An item is a type.
 void readDefinitions(benchmark::State& state) {
     std::string text = "kelvo types 1\n";
     for (i64 k = 0; k < state.range(0); ++k)

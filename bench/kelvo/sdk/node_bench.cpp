@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// Nodes: made and let go, looked into, built into hierarchies.
+// Measures nodes: creation, destruction, look-ups, hierarchies.
 namespace qv::bench {
 namespace {
 
@@ -43,7 +43,7 @@ void createNode10Inputs(benchmark::State& state) {
 }
 BENCHMARK(createNode10Inputs)->Name("create_node_10_inputs");
 
-// The name is made from plain text for each look-up, as a client with text in hand does it.
+// Makes the name from plain text for each look-up, as a client with a text does.
 void lookupAttrByName(benchmark::State& state) {
     impl::Node node(nullptr, "wide", "wide");
     for (int i = 0; i < state.range(0); ++i)
@@ -55,7 +55,7 @@ void lookupAttrByName(benchmark::State& state) {
 }
 BENCHMARK(lookupAttrByName)->Name("lookup_attr_by_name")->Arg(8)->Arg(32)->Arg(128);
 
-// The name is kept from one look-up to the next.
+// Keeps the name from one look-up to the next.
 void lookupAttrByKeptName(benchmark::State& state) {
     impl::Node node(nullptr, "wide", "wide");
     for (int i = 0; i < state.range(0); ++i)

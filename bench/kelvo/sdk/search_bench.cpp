@@ -2,13 +2,13 @@
 
 #include <benchmark/benchmark.h>
 
-// Searches through a whole scene, by path, type and value.
+// Measures searches through a whole scene, by path, type and value.
 namespace qv::bench {
 namespace {
 
 using namespace kelvo_sdk;
 
-// A tenth of the nodes, or of their inputs "f", is found.
+// Finds a tenth of the nodes, or of their inputs "f".
 void findAll(benchmark::State& state, const Query& query) {
     const auto& graph = keptGraph<LeanChain>(state.range(0));
     const u64 expected = static_cast<u64>(state.range(0)) / 10;

@@ -11,7 +11,7 @@
 
 #include <string>
 
-// Scenes as text: many nodes of ten inputs, and one node with a large buffer.
+// Measures scenes as text: many nodes of ten inputs, and one node with a large buffer.
 namespace qv::bench {
 namespace {
 
@@ -26,7 +26,7 @@ Scene sceneOfNodes(i64 count) {
     return scene;
 }
 
-// Coordinates as a modelling program exports them: seven digits or so.
+// Makes coordinates as a modelling program exports them, with about seven digits.
 Scene sceneOfBuffer(u64 count) {
     impl::Buffer buffer(DataType::Float, count);
     auto* values = static_cast<float*>(buffer.edit());
@@ -55,7 +55,7 @@ void write(benchmark::State& state, const Scene& scene) {
     state.counters["text_bytes"] = static_cast<double>(size);
 }
 
-// Reads into a new scene each time; letting the scene go belongs to it.
+// Reads into a new scene each time, and includes its destruction.
 void read(benchmark::State& state, const Scene& written) {
     const String text = written.text();
     for (auto _ : state) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// The cost of recording edits for undo.
+// Measures the cost of recording edits for undo.
 namespace qv::bench {
 namespace {
 
@@ -98,7 +98,7 @@ void undoThousand(benchmark::State& state) {
 }
 BENCHMARK(undoThousand)->Name("undo_redo_scope_1000");
 
-// A node that a thousand inputs link to, or that they are connected to.
+// Removes a node that a thousand inputs link or are connected to.
 void removeReferred(benchmark::State& state) {
     const bool isConnected = state.range(0) == 1;
     const Scene scene = Scene::create();

@@ -5,13 +5,13 @@
 
 #include <benchmark/benchmark.h>
 
-// Whole scenes looked through: by the laws and by the rules.
+// Measures the checks of whole scenes, by the laws and by the rules.
 namespace qv::bench {
 namespace {
 
 using namespace kelvo_sdk;
 
-// Meshes with a material each, all children of one transform.
+// Makes meshes with a material each, all of them children of one transform.
 Scene sceneOfMeshes(i64 count) {
     Scene scene = Scene::create();
     scene.addLibrary(LibInfo(&impl::standardLibrary()));

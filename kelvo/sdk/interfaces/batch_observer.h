@@ -5,12 +5,13 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// Hears of the changes of a scene once per outermost edit, with what they come to; of changes
-/// outside of edits at once, one by one.
+/// Is notified of the net changes of a scene, once per outermost edit; of a change outside of edits
+/// at once.
 ///
-/// Called when the edit is closed, on the thread that closes it; edits from inside are told next,
-/// up to 32 times in a row: what comes then is logged, and told with the next edit. What it throws
-/// is logged and lost. Not owned by the scene; unsubscribe before it dies.
+/// Called when the edit is closed, on the thread that closes it. Edits that it makes itself follow
+/// as further notifications, up to 32 in a row; the rest is logged and waits for the next edit. Its
+/// exceptions are logged and dropped. The scene does not own it; unsubscribe before its
+/// destruction.
 class QV_EXPORT BatchObserver {
 public:
     virtual void sceneChanged(const SceneChanges& changes) = 0;

@@ -5,12 +5,12 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// One thing that a node lost when it was converted to another type.
+/// An attribute, value or connection that a node lost when it was converted to another type.
 struct ConversionLoss {
-    /// Path of the input or output, as "lamp.size"; of the input that lost its connection, if that
-    /// belongs to another node.
+    /// Path of the input or output, as "lamp.size"; for a lost connection from another node, the
+    /// path of that node's input.
     String path;
-    /// The reason, to stand behind the path: "is an Int: '2.5' does not convert".
+    /// The reason, to follow the path in a message: "is an Int: '2.5' does not convert".
     String reason;
 };
 

@@ -4,14 +4,14 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// Counters and size of a scene's result cache; all 0 while there is none.
+/// Counters and size of a scene's result cache; all 0 while the cache is off.
 struct EvalCacheFigures {
-    /// Results that were asked for and known.
+    /// Results that were asked for and found in the cache.
     u64 hits = 0;
     /// Results that were asked for and had to be evaluated.
     u64 misses = 0;
     u64 entries = 0;
-    /// Memory that the entries take, about.
+    /// Approximate memory of the entries.
     u64 bytes = 0;
 };
 

@@ -3,7 +3,7 @@
 #include "kelvo/base/data_type.h"
 #include "kelvo/base/types.h"
 
-// Names that the interfaces mention before, or without, their definitions.
+// Declarations of the types that the interfaces name without needing their definitions.
 namespace qv::ds {
 template<typename T>
 class Vector;

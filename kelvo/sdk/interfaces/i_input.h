@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// A buffer as callers see it: `count` elements of `type` at `data`, borrowed.
+/// A borrowed view of a buffer: `count` elements of `type` at `data`.
 struct BufferView {
     DataType type = DataType::Null;
     const void* data = nullptr;
@@ -17,42 +17,45 @@ struct BufferView {
 /// An input of a node: a typed value, an array of elements, or an object with members.
 ///
 /// Its container part holds array elements and object members. Elements are named by their decimal
-/// index. Writes convert where the kinds do (see docs/conversions.md); a read or write that does
-/// not convert, a write out of range or to a read-only input answers false and changes nothing. An
-/// equal value is no change. The `read` operations take: where the value goes, whether a connection
-/// is evaluated (false: the value stored here), and the evaluation context (`EvalCtx*` or null).
+/// index. Writes convert between kinds where docs/conversions.md says so; a read or write that does
+/// not convert, a write out of range and a write to a read-only input return false and change
+/// nothing. Writing an equal value is no change. The `read` operations take the place for the
+/// value, whether to evaluate a connection (false: the stored value is read), and the evaluation
+/// context (`EvalCtx*` or null).
 class QV_EXPORT IInput : public IInputContainer, public IRefCounted {
 public:
-    /// Returns the own name; an array element's is its decimal index.
+    /// Returns the input's own name; for an array element its decimal index.
     [[nodiscard]] virtual String name() const = 0;
     [[nodiscard]] virtual AttrType type() const = 0;
     /// Returns the kind as text: "Real", "Array<Node>", "Buffer<Pos3f>".
     [[nodiscard]] virtual String typeName() const = 0;
-    /// Returns null once the node is gone.
+    /// Returns null after the node was destroyed.
     [[nodiscard]] virtual INode* node() const = 0;
     /// Returns the array or object that holds this input, null at the top level.
     [[nodiscard]] virtual IInput* parent() const = 0;
-    /// Returns the full path, "node.array[3].member"; without the node's step once that is gone.
+    /// Returns the full path, "node.array[3].member"; without the node's name after the node was
+    /// destroyed.
     [[nodiscard]] virtual String path() const = 0;
     /// Tells whether this is a buffer whose elements are of that type.
     [[nodiscard]] virtual bool hasDataType(DataType type) const = 0;
     [[nodiscard]] virtual DataType dataType() const = 0;
-    /// Hashes the value; 0 when there is nothing to add. Same on every run and machine.
+    /// Hashes the value; 0 when the input contributes nothing. Same in every run and on every
+    /// machine.
     [[nodiscard]] virtual u64 hash(StringVector skip) const = 0;
-    /// Tells whether adding and removing this input is not announced.
+    /// Tells whether adding and removing this input sends no notification.
     [[nodiscard]] virtual bool isSilent() const = 0;
-    /// Tells whether writes are refused, as they are in all that a read-only array or object holds:
-    /// nothing is set, and nothing comes, goes or moves. Connections are no writes; undo, texts
-    /// that are read and the end of a node that is linked to change it all the same.
+    /// Tells whether writes are refused. A read-only array or object also refuses them for all
+    /// inputs in it, and no element or member can be added, removed or moved. Making a connection
+    /// is not a write; undo, reading texts and the removal of a linked node still change the input.
     [[nodiscard]] virtual bool isReadOnly() const = 0;
-    /// Lets go of the node's graph. The owning node's destructor calls it, once.
+    /// Detaches the input from the node; called once, by the node's destructor.
     virtual void nodeDestroyed() = 0;
 
     /// Returns the output that this input is connected to, or null.
     [[nodiscard]] virtual IOutput* source() const = 0;
-    /// Connects, in place of any earlier connection. Refused, with a warning, when the kinds do not
-    /// convert, a loop of connections would close, or the output was removed or belongs to another
-    /// scene; null disconnects.
+    /// Connects to an output and replaces an earlier connection; null disconnects. Refused, with a
+    /// warning, when the kinds do not convert, the connection would close a loop, or the output was
+    /// removed or belongs to another scene.
     virtual bool connect(IOutput* output) = 0;
     /// Returns whether there was a connection.
     virtual bool disconnect() = 0;
@@ -61,9 +64,9 @@ public:
     [[nodiscard]] virtual AttrType elementType() const = 0;
     /// Adds one element at the end of an array and returns it; null for other kinds.
     virtual IInput* appendElement() = 0;
-    /// Adds one element before position `index` (at most the count).
+    /// Inserts an element so that it gets the index `index` (at most the count).
     virtual IInput* insertElement(u64 index) = 0;
-    /// Moves an element; those between close the gap.
+    /// Moves an element; the elements between shift by one.
     virtual bool moveElement(u64 from, u64 to) = 0;
 
     virtual bool setBool(bool value) = 0;
@@ -79,13 +82,13 @@ public:
     virtual bool setRgba(const math::Rgbad& value) = 0;
     virtual bool setMat3(const math::Mat3d& value) = 0;
     virtual bool setMat4(const math::Mat4d& value) = 0;
-    /// Sets the value from text: String inputs take it as it is, Node inputs look the name up in
-    /// the scene (empty clears), other kinds read it.
+    /// Sets the value from text: String inputs take the text unchanged, Node inputs look up a node
+    /// of that name in the scene (empty clears), other kinds parse it.
     virtual bool setString(String value) = 0;
-    /// Links to a node, which is borrowed: the link ends with it. Refused, with a warning, for a
-    /// node that was removed or belongs to another scene; null clears.
+    /// Links to a node, which is borrowed: removing the node clears the link. Refused, with a
+    /// warning, for a node that was removed or belongs to another scene; null clears.
     virtual bool setNode(INode* node) = 0;
-    /// Copies `value.count` elements in. An input that declares an element type takes only that.
+    /// Copies `value.count` elements. An input that declares an element type accepts no other.
     virtual bool setBuffer(BufferView value) = 0;
 
     virtual bool readBool(bool& out, bool evaluate, void* ctx) const = 0;
@@ -112,13 +115,13 @@ public:
     /// Tells whether this input has named members.
     [[nodiscard]] virtual bool isObject() const = 0;
 
-    /// Brings the default back: the described one, or the kind's zero value. Arrays and objects
-    /// reset what they hold.
+    /// Restores the default: the one in the definition, or the kind's zero value. Arrays and
+    /// objects reset the inputs in them.
     virtual bool reset() = 0;
     [[nodiscard]] virtual bool isDefault() const = 0;
-    /// Returns the unit text, e.g. "m"; empty when none is described.
+    /// Returns the unit, e.g. "m"; empty when the definition gives none.
     [[nodiscard]] virtual String unit() const = 0;
-    /// Returns the label in a language, else the name, in title case.
+    /// Returns the label in a language or, without one, the name, in title case.
     [[nodiscard]] virtual String label(String language) const = 0;
     [[nodiscard]] virtual String help(String language) const = 0;
 };

@@ -38,9 +38,10 @@ public:
     /// Removes the input and drops the reference that the container holds on it.
     virtual bool removeInput(u64 index) = 0;
     virtual bool removeInput(String name) = 0;
-    /// Returns false, silently, when there is nothing to remove.
+    /// Returns false, without a log entry, when the container is empty.
     virtual bool removeLastInput() = 0;
-    /// Removes one after the other (a node: first to last); returns whether it ended empty.
+    /// Removes all inputs one by one (a node: first to last); returns whether the container is
+    /// empty then.
     virtual bool clearInputs() = 0;
 
 protected:

@@ -6,8 +6,8 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// A library of node definitions. Each look-up takes a node type name and answers null when the
-/// library has no such callback.
+/// A library of node definitions. Each look-up takes the name of a node type and returns null when
+/// the library has no such callback.
 class QV_EXPORT ILibInfo : public IRefCounted {
 public:
     [[nodiscard]] virtual NodeInitFn nodeInit(String type) const = 0;

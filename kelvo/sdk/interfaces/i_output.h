@@ -13,7 +13,7 @@ public:
     [[nodiscard]] virtual AttrType type() const = 0;
     /// Returns the kind as text, a buffer with its element type: "Real", "Buffer<Float>".
     [[nodiscard]] virtual String typeName() const = 0;
-    /// Returns null once the node is gone.
+    /// Returns null after the node was destroyed.
     [[nodiscard]] virtual INode* node() const = 0;
     /// Returns "node.output".
     [[nodiscard]] virtual String path() const = 0;
@@ -21,7 +21,7 @@ public:
     [[nodiscard]] virtual bool hasDataType(DataType type) const = 0;
     /// Returns how many inputs are connected.
     [[nodiscard]] virtual u64 targetCount() const = 0;
-    /// Returns a connected input, in order of connection; null out of range.
+    /// Returns a connected input by order of connection; null out of range.
     [[nodiscard]] virtual IInput* target(u64 index) const = 0;
 
     /// Returns the element type of a buffer output, Null for other kinds.

@@ -5,11 +5,11 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// One law of a scene that does not hold, which no edit brings about: a fault of the program.
+/// A broken invariant of a scene. No edit can cause one, so it is a fault of the program.
 struct IntegrityError {
     /// Path of the node, input or output, as "lamp.target"; empty for the scene as a whole.
     String place;
-    /// The error, to stand behind the place: "links to a node that is not of the scene".
+    /// The error, to follow the place in a message: "links to a node that is not of the scene".
     String message;
 };
 

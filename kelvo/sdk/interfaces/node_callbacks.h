@@ -5,14 +5,16 @@
 namespace qv::kelvo_sdk::interfaces {
 
 /// Callbacks by which a node library gives a type its behaviour. `data` is the node's user data,
-/// which they own: init and free write it, free must set it to null.
+/// which the callbacks own: init and free write it, and free must set it to null.
 ///
-/// An exception from init, prep, eval or modify is logged and counts as false, but for
+/// An exception from init, prep, eval or modify is logged and counts as false, except
 /// `std::bad_alloc`, which reaches the caller.
 using NodeInitFn = bool (*)(INode* node, void** data);
-/// Nothing in the library calls prep: a renderer does, by `nodePrep`, before it asks for outputs.
+/// The library itself never calls prep; a renderer calls it by `nodePrep` before it evaluates
+/// outputs.
 using NodePrepFn = bool (*)(INode* node, void* data);
-/// Writes the value of the output asked for to `out`, an object of the output kind's C++ type.
+/// Writes the value of the evaluated output to `out`, an object of the C++ type of the output's
+/// kind.
 using NodeEvalFn = bool (*)(EvalCtx* ctx, void* out);
 using NodeModifyFn = bool (*)(INode* node, INode* other);
 using NodeFreeFn = bool (*)(INode* node, void** data);

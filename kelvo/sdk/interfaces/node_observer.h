@@ -6,18 +6,18 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// Hears of the changes of the nodes it subscribed to.
+/// Is notified of changes of the nodes that it subscribed to.
 ///
-/// Called on the thread that makes the change, with the node's observer lock held: it may
-/// subscribe, unsubscribe and edit from inside. Not owned by the node; unsubscribe before it dies.
-/// An exception ends the notification: later observers and the scene are not told.
+/// Called on the thread that makes the change, with the node's observer lock held; it may
+/// subscribe, unsubscribe and edit. The node does not own it; unsubscribe before its destruction.
+/// An exception ends the notification: later observers and the scene are not notified.
 class QV_EXPORT NodeObserver {
 public:
     virtual void nodeRemoved() = 0;
     virtual void nodeRenamed(String name) = 0;
     /// `replacement` may be empty.
     virtual void nodeConverted(Node replacement) = 0;
-    /// The value of the input is another, or its name.
+    /// The value or the name of the input changed.
     virtual void inputChanged(Input input) = 0;
     virtual void inputConnected(Input input) = 0;
 

@@ -6,9 +6,9 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// Net changes of a scene by a group of edits, in the order of the first change to each thing.
-/// Changes that came to nothing are left out, and so are those to attributes of nodes that came or
-/// went. Everything here lives during the call, removed or not.
+/// Net changes of a scene by a group of edits, in the order of the first change to each object.
+/// Leaves out changes that cancel each other, and changes to attributes of added and removed nodes.
+/// All objects named here, removed ones too, stay alive during the call.
 struct SceneChanges {
     struct Renaming {
         INode* node;
@@ -26,9 +26,9 @@ struct SceneChanges {
     ds::Vector<INode*> movedNodes;
     ds::Vector<const IInput*> addedInputs;
     ds::Vector<const IInput*> removedInputs;
-    /// Values, links and orders of elements that are others than before.
+    /// Inputs whose value, link or order of elements differs from before.
     ds::Vector<const IInput*> changedInputs;
-    /// Inputs that have another source than before.
+    /// Inputs whose source differs from before.
     ds::Vector<const IInput*> connectedInputs;
     ds::Vector<const IOutput*> addedOutputs;
     ds::Vector<const IOutput*> removedOutputs;

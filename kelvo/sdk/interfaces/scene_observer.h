@@ -6,18 +6,18 @@
 
 namespace qv::kelvo_sdk::interfaces {
 
-/// Hears of the changes of a whole scene, after the observers of the node concerned.
+/// Is notified of changes of a whole scene, after the observers of the node concerned.
 ///
-/// Override what you need. Called on the thread that makes the change. It may subscribe,
-/// unsubscribe and edit from inside. Not owned by the scene; unsubscribe before it dies.
+/// Override the functions that you need. Called on the thread that makes the change; it may
+/// subscribe, unsubscribe and edit. The scene does not own it; unsubscribe before its destruction.
 class QV_EXPORT SceneObserver {
 public:
     virtual void nodeAdded(INode* /*node*/) {}
-    /// Nothing links or connects to the node any more, and it has no connections; it still can be
-    /// read, with the links of its own.
+    /// Called when all links and connections to the node, and its own connections, are cleared. The
+    /// node can still be read, and its own links are unchanged.
     virtual void nodeRemoved(INode* /*node*/) {}
     virtual void nodeRenamed(INode* /*node*/, String /*oldName*/) {}
-    /// It stood at `from` before.
+    /// `from` is the node's position before.
     virtual void nodeMoved(INode* /*node*/, u64 /*from*/) {}
     virtual void inputAdded(const IInput* /*input*/) {}
     virtual void inputRemoved(const IInput* /*input*/) {}
@@ -28,7 +28,8 @@ public:
     /// `before` and `after` are the connected outputs, null for none.
     virtual void inputConnected(const IInput* /*input*/, const IOutput* /*before*/,
                                 const IOutput* /*after*/) {}
-    /// The node was converted: the replacement has its name, its place and all that led to it.
+    /// The node was converted: the replacement has its name and place, and all links and
+    /// connections to it.
     virtual void nodeConverted(INode* node, INode* replacement) {
         nodeRemoved(node);
         nodeAdded(replacement);
@@ -41,8 +42,8 @@ protected:
     virtual ~SceneObserver() = default;
 
 public:
-    // Last in the class, so that the places of all others in the table stand.
-    /// The input has another name than `before`, at its old place.
+    // Last in the class, so that all other functions keep their slots in the virtual table.
+    /// The input was renamed and keeps its place; `before` is its old name.
     virtual void inputRenamed(const IInput* input, String /*before*/) {
         inputRemoved(input);
         inputAdded(input);

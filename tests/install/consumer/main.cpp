@@ -1,4 +1,4 @@
-// A client of the installed headers; run.sh checks the words it prints.
+// A client of the installed headers; run.sh checks its output.
 #include "kelvo/kelvo.h"
 
 #include <iostream>

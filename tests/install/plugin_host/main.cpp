@@ -1,5 +1,5 @@
-// Loads plug-ins and uses the types of the example: plugin_host PATH...
-// Its output is checked by plugin.sh.
+// Loads plug-ins and uses the types of the example: plugin_host PATH... plugin.sh checks the
+// output.
 #include "kelvo/kelvo.h"
 #include "kelvo/plugins/plugins.h"
 
@@ -44,7 +44,7 @@ int use(const std::vector<qv::String>& paths) {
 
 int main(int count, char** arguments) {
     const std::vector<qv::String> paths(arguments + 1, arguments + count);
-    // Its definitions are nodes too, which stay.
+    // Creates the standard library first: its definitions are nodes too, and stay alive.
     (void)LibInfo::standard();
     const qv::i64 before = impl_nodeInstanceCount();
     const int failures = use(paths);

@@ -1,4 +1,4 @@
-// A program of its own: it replaces the allocation functions by ones that fail on command.
+// A separate program, because it replaces the allocation functions by ones that fail on command.
 
 #include "kelvo/base/hash_map.h"
 #include "kelvo/base/string.h"
@@ -14,7 +14,7 @@ using namespace qv;
 
 namespace {
 
-// Allocations that still succeed; negative lets all succeed.
+// The number of allocations that still succeed; a negative number lets all succeed.
 thread_local i64 allowance = -1;
 thread_local std::size_t largestRequest = 0;
 thread_local i64 live = 0;
@@ -34,7 +34,7 @@ void freeBlock(void* block) noexcept {
     std::free(block);
 }
 
-// Lets `count` allocations succeed while it lives.
+// Lets `count` allocations succeed during its lifetime.
 struct Allow {
     explicit Allow(i64 count) { allowance = count; }
     ~Allow() { allowance = -1; }
@@ -53,7 +53,7 @@ Map fiftyEntries() {
 
 } // namespace
 
-// Calls the two above.
+// Calls the two functions above.
 #include "tests/support/replaced_new.h"
 
 TEST(VectorOutOfMemory, SizeThatOverflows_AsksForTheLargestBlock) {
@@ -76,7 +76,7 @@ TEST(VectorOutOfMemory, Growing_ChangesNothing) {
     EXPECT_EQ(vector[0].get()->refCount(), 1);
 }
 
-// Places in front are all the room that there is.
+// Removing an element leaves a free place in front, which is the only room for inserting it again.
 TEST(VectorOutOfMemory, ElementsTakenOut_CanBePutBack) {
     int number = 0;
     for (const u64 place : {u64{0}, u64{31}, u64{32}, u64{63}}) {
@@ -137,7 +137,7 @@ TEST(HashMapOutOfMemory, NewMapsWithoutMemoryForArrays_LeaveThePoolAsItWas) {
     {
         hold = std::make_unique<Map[]>(10);
         const Allow none(0);
-        // The pool serves what it has; then it needs memory and there is none.
+        // The pool serves the runs that it has; then it needs memory, and the allocation fails.
         EXPECT_THROW(
             {
                 struct Chain {

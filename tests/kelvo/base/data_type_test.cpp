@@ -20,7 +20,7 @@ struct Row {
 
 using enum DataType;
 
-// By value, 0 to 59.
+// The index of each row is the value of the enumerator, 0 to 59.
 constexpr Row rows[] = {
     {"Null", 0, 0, Null},      {"Bool", 1, 1, Bool},        {"Char", 1, 1, Char},
     {"Byte", 1, 1, Byte},      {"Int16", 2, 1, Int16},      {"Int32", 4, 1, Int32},

@@ -13,7 +13,7 @@ using ds::EmptyArrays;
 
 namespace {
 
-// Fills every bucket: its key is the bucket.
+// A key whose hash is its bucket, so that a test can fill every bucket.
 struct BucketKey {
     u64 bucket = 0;
     u64 hash() const { return bucket; }

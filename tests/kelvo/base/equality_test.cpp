@@ -8,7 +8,7 @@ using namespace qv;
 
 namespace {
 
-// Its operations disagree, so that it shows which of them was asked.
+// A type with contradictory operations, which show the one that was called.
 struct Odd {
     int number = 0;
 

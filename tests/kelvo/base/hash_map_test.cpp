@@ -21,7 +21,7 @@ Map numbered(u64 count) {
     return map;
 }
 
-// Key that chooses its bucket itself, and value; both note in which order they die.
+// A key that chooses its bucket itself, and a value; both record the order of their destruction.
 struct Mark {
     static inline std::vector<std::string> deaths;
     u64 bucket = 0;

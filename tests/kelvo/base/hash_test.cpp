@@ -35,7 +35,7 @@ u64 collisions(std::vector<u64>& hashes) {
 
 } // namespace
 
-// The values are part of the contract: files and caches may keep them.
+// The values are part of the contract, because files and caches may store them.
 TEST(Hash, KnownTexts_HaveTheirHashOnEveryPlatform) {
     struct Case {
         const char* text;
@@ -98,7 +98,7 @@ TEST(Hash, ZerosOfEachLength_AreToldApart) {
     EXPECT_EQ(collisions(hashes), 0u);
 }
 
-// Every single bit of the input flips about half of the bits of the hash.
+// Flipping any single bit of the input flips about half of the bits of the hash.
 TEST(Hash, SingleBitFlips_ReachEveryBitOfTheHash) {
     for (const u64 size : {1u, 3u, 4u, 7u, 8u, 12u, 16u, 17u, 40u, 64u, 65u, 128u, 200u, 1024u}) {
         std::vector<u8> bytes = randomBytes(size);
@@ -187,7 +187,7 @@ TEST(Hash, Folded_IsThatOfTheLowerCaseText) {
     }
 }
 
-// These cancel what they are mixed with.
+// Such words cancel the value that they are mixed with.
 TEST(Hash, Mix_OfWordsWhoseProductIsZero_IsNot) {
     EXPECT_NE(hashMix(detail::hashSalt[0], 7), 0u);
     EXPECT_NE(hashMix(7, detail::hashSalt[1]), 0u);

@@ -12,7 +12,7 @@ using namespace qv;
 
 namespace {
 
-// Collects messages while it lives.
+// Collects the messages of its lifetime.
 class Recorder {
 public:
     Recorder() : m_previous(setLogHandler(&Recorder::receive, this)) {}

@@ -46,7 +46,7 @@ TEST(Math, Constants_AreThereBeforeStaticObjectsReadThem) {
     EXPECT_EQ(seenAtLoad[2], 1.0);
 }
 
-// Tells whether a type holds so many of a component and nothing else.
+// Tells whether a type consists of `count` components of one type and nothing else.
 template<class T, class Component, u64 count>
 constexpr bool isMadeOf = sizeof(T) == count * sizeof(Component) &&
                           std::is_same_v<std::remove_extent_t<decltype(T::v)>, Component>;
@@ -113,7 +113,7 @@ TEST(Math, Translation_StandsInTheLastRow) {
     EXPECT_EQ((Pos3d{1, 1, 1} * matrix), (Pos3d{1, 3.5, 1}));
 }
 
-// Worked out by the compiler, which takes no step beyond an array.
+// Evaluated at compile time, where the compiler refuses access beyond an array.
 TEST(Math, Products_StayInTheirBounds) {
     constexpr Mat4d twice = Mat4d::translation({1, 2, 3}) * Mat4d::translation({1, 2, 3});
     constexpr Pos3d moved = Pos3d{1, 1, 1} * twice;

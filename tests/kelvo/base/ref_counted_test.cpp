@@ -22,7 +22,7 @@ private:
     int* m_deaths;
 };
 
-// A shared object whose counted part is not its first base.
+// A shared object whose `RefCounted` part is not its first base.
 class Container {
 public:
     virtual ~Container() = default;

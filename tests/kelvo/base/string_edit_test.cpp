@@ -9,7 +9,7 @@ using namespace qv;
 
 namespace {
 
-// Pieces in one text, so that a table can hold them.
+// Joins the pieces into one text, so that a table can hold them.
 std::string shown(const StringVector& pieces) {
     std::string text;
     for (const String& piece : pieces)

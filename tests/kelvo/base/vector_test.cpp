@@ -15,7 +15,7 @@ using ds::Vector;
 
 namespace {
 
-// Element that tells how many of its kind live, and counts as trivially nothing.
+// An element that counts the living objects of its type.
 struct Counted {
     static inline int alive = 0;
     int value = 0;
@@ -28,7 +28,7 @@ struct Counted {
     bool operator==(const Counted&) const = default;
 };
 
-// Element whose arrays come from an allocator that only takes notes.
+// An element whose arrays come from an allocator that only records the requests.
 struct Greedy {
     static inline std::size_t requested = 0;
     u64 words[4];
@@ -280,7 +280,7 @@ TEST(Vector, Insert_MovesTheRestUp) {
     EXPECT_EQ(listed(numbers), (std::vector<int>{1, 2, 3}));
 }
 
-// Long vectors of pointers give and take at the front without moving the rest.
+// Long vectors of pointers insert and remove at the front without moving the rest.
 struct LongVector : testing::Test {
     LongVector() {
         for (int& item : m_items)

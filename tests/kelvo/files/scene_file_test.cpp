@@ -16,7 +16,7 @@ protected:
     void SetUp() override {
         m_scene.createNode("light", "lamp").createInput("radius", AttrType::Real).set(0.1);
     }
-    // Returns what is told of the only thing wrong, without the file that it names first.
+    // Returns the only diagnostic, without the name of the file at its start.
     [[nodiscard]] std::string reason(const Diagnostics& found) const {
         EXPECT_EQ(found.size(), 1u);
         if (found.isEmpty()) return {};

@@ -23,7 +23,7 @@ protected:
         std::ifstream in(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    // Everything but the file itself is somebody's leftover.
+    // Counts all files, because any file but the written one is a leftover.
     [[nodiscard]] u64 filesInFolder() const {
         return static_cast<u64>(
             std::distance(fs::directory_iterator(m_folder.path()), fs::directory_iterator()));
@@ -53,14 +53,14 @@ TEST_F(TextFile, NewAndOldFile_AreAloneInTheFolder) {
     EXPECT_EQ(filesInFolder(), 1u);
 }
 
-TEST_F(TextFile, WhatCannotBeRead_TellsWhyAndLeavesTheText) {
+TEST_F(TextFile, FailedRead_TellsTheReasonAndLeavesTheText) {
     String text("before");
     EXPECT_EQ(readText(m_file, text), std::errc::no_such_file_or_directory);
     EXPECT_EQ(readText(m_folder.path(), text), std::errc::is_a_directory);
     EXPECT_EQ(text, "before");
 }
 
-TEST_F(TextFile, WhatCannotBeWritten_TellsWhyAndLeavesNothing) {
+TEST_F(TextFile, FailedWrite_TellsTheReasonAndLeavesNothing) {
     EXPECT_EQ(writeText(m_folder / "no/such.kns", "x"), std::errc::no_such_file_or_directory);
     EXPECT_EQ(writeText(m_folder.path(), "x"), std::errc::is_a_directory);
     EXPECT_EQ(writeText("", "x"), std::errc::no_such_file_or_directory);
@@ -84,7 +84,7 @@ TEST_F(TextFile, LinkToAPipe_IsWrittenThrough) {
     ::close(ends[1]);
 }
 
-// Lets files grow no longer than that while it lives.
+// Limits the size of files to that number of bytes during its lifetime.
 class FileLimit {
 public:
     explicit FileLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {

@@ -1,4 +1,4 @@
-// A shared object that is no plug-in.
+// A shared object without the entry point of a plug-in.
 extern "C" int unrelated() {
     return 1;
 }

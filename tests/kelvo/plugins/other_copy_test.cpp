@@ -1,4 +1,4 @@
-// In a program that is linked with the static library.
+// Runs in a program that is linked with the static library.
 #include "kelvo/plugins/plugins.h"
 #include "tests/kelvo/plugins/plugin_folder.h"
 

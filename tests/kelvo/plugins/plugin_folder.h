@@ -4,10 +4,10 @@
 
 namespace qv::tests {
 
-/// A directory of its own for plug-ins.
+/// A temporary directory for plug-ins.
 class PluginFolder : public Folder {
 public:
-    /// Puts the plug-in that is made in a way of test_plugin.cpp into a file.
+    /// Copies the plug-in that test_plugin.cpp builds in that way into a file.
     std::filesystem::path place(const std::string& way, const std::string& file) const {
         const std::filesystem::path from =
             std::filesystem::path(KELVO_TEST_PLUGINS) / ("test_plugin_" + way + ".so");
@@ -18,7 +18,7 @@ public:
     }
 };
 
-/// Definitions that go with test_plugin.cpp.
+/// The definitions that belong to test_plugin.cpp.
 inline constexpr const char* twiceText = "kelvo types 1\n\n"
                                          "type twice {\n"
                                          "    Real x = 1\n"

@@ -22,7 +22,7 @@ bool isInMemory(const std::filesystem::path& file) {
 
 class LoadPlugin : public testing::Test {
 protected:
-    // Loads what must be wrong; returns the message without the place that it names first.
+    // Loads a broken plug-in; returns the message without the file at its start.
     std::string reasonAgainst(const std::filesystem::path& file) {
         EXPECT_FALSE(loadPlugin(file, m_plugin, m_error));
         EXPECT_TRUE(m_plugin.library.isEmpty());

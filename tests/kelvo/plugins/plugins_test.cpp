@@ -14,7 +14,7 @@ class LoadPlugins : public testing::Test {
 protected:
     ~LoadPlugins() override { ::unsetenv(pathVariable); }
 
-    // Puts a working plug-in of that name into a directory.
+    // Puts a working plug-in with that name into a directory.
     void add(const std::string& directory, const std::string& name) {
         m_folder.place("good", directory + "/" + name + ".so");
         m_folder.write(directory + "/" + name + ".knd", twiceText);
@@ -22,7 +22,7 @@ protected:
     void setEnvironment(const std::string& text) {
         ASSERT_EQ(::setenv(pathVariable, text.c_str(), 1), 0);
     }
-    // Returns the files that were loaded, relative to the folder, "a/x.so b/y.so".
+    // Returns the loaded files, relative to the folder, "a/x.so b/y.so".
     std::string load(const std::vector<std::string>& paths) {
         std::vector<String> given;
         for (const std::string& path : paths)
@@ -81,7 +81,7 @@ TEST_F(LoadPlugins, OneFileByManyNames_IsLoadedOnce) {
     EXPECT_EQ(m_told, "");
 }
 
-TEST_F(LoadPlugins, WhatFails_IsToldAndLeftOut) {
+TEST_F(LoadPlugins, PluginsThatFail_AreReportedAndSkipped) {
     add("a", "x");
     m_folder.place("null_library", "bad.so");
     EXPECT_EQ(load({in("bad.so"), "nowhere", in("a"), in("bad.so")}), "a/x.so");

@@ -32,7 +32,7 @@ protected:
         for (const Registered& library : registeredLibraries())
             unregisterLibrary(library.name);
     }
-    // Loads what is registered, and directories.
+    // Loads the registered libraries, and those of the given directories.
     std::vector<Plugin> load(const std::vector<String>& paths = {}) {
         return loadPlugins(paths,
                            [this](const String& message, Origin) { m_told += message + '\n'; });
@@ -72,7 +72,7 @@ TEST_F(RegisteredLibrary, WithFile_IsFoundAlongThePath) {
     EXPECT_EQ(plugins[0].library.kndPath(), std::string_view((folder / "outside.knd").native()));
 }
 
-TEST_F(RegisteredLibrary, WhatFails_IsToldByName) {
+TEST_F(RegisteredLibrary, LibrariesThatFail_AreReportedByName) {
     registerLibrary("gone", &fileEntry);
     registerLibrary("null", &nullEntry);
     registerLibrary("inside", &textEntry);

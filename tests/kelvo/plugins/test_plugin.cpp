@@ -1,4 +1,4 @@
-// A plug-in that is made in several ways, most of them wrong: WAY says which.
+// A plug-in that is built in several ways, most of them wrong; the macro WAY selects one.
 #include "kelvo/kelvo.h"
 #include "kelvo/sdk/callback_table.h"
 #include "kelvo/sdk/library_entry.h"
@@ -11,7 +11,7 @@ namespace {
 using namespace qv::kelvo_sdk;
 using namespace qv::kelvo_sdk::interfaces;
 
-// Ways to be made; 0 is right.
+// The ways to build it; 0 is the correct one.
 constexpr int wrongVersion = 1, throwingEntry = 2, nullEntry = 3, nullLibrary = 4,
               throwingLibrary = 5, otherCore = 6, noCreate = 7, throwingPath = 8, inText = 9,
               brokenText = 10, throwingLookUp = 11, throwingEval = 12;
@@ -34,7 +34,7 @@ bool letGo(INode*, void** data) {
     return true;
 }
 
-// Fails in its own code where the table cannot.
+// A library that fails in its own code, where a callback table cannot.
 class Library : public ILibInfo {
 public:
     void incRef() override { ++m_count; }

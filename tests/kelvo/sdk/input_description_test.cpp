@@ -1,4 +1,4 @@
-// The handle tells the definition of an input.
+// The handle gives access to the description of an input.
 
 #include "kelvo/kelvo.h"
 
@@ -51,7 +51,7 @@ TEST_F(InputDescription, Choices_AreCountedAndRead) {
     EXPECT_FALSE((*this)["size"].choice(0));
 }
 
-TEST_F(InputDescription, Default_IsWhatResetBrings) {
+TEST_F(InputDescription, Default_IsTheValueThatResetRestores) {
     const Input size = (*this)["size"];
     EXPECT_FALSE(size.isDefault());
     EXPECT_EQ(size.defaultValue().get<double>(), 2);
@@ -74,7 +74,7 @@ TEST_F(InputDescription, TextsAndFlags_AreTold) {
     EXPECT_EQ((*this)["list"].elementType(), AttrType::Real);
 }
 
-TEST_F(InputDescription, WhatIsShown_IsNoPartOfTheScene) {
+TEST_F(InputDescription, InputsOfADescription_AreNoPartOfTheScene) {
     const String before = m_scene.text();
     EXPECT_TRUE((*this)["size"].maximum().set(100));
     EXPECT_TRUE((*this)["friend"].defaultValue().set(m_scene["other"]));
@@ -106,7 +106,7 @@ TEST_F(InputDescription, IsDescribed_TellsWhetherThereIsAnyNote) {
     EXPECT_FALSE(Input().isDescribed());
 }
 
-TEST_F(InputDescription, WhatTheTextDoesNotName_IsLeftToTheType) {
+TEST_F(InputDescription, InputsMissingInTheText_AreLeftToTheType) {
     const Scene scene = Scene::create();
     scene.addLibrary(LibInfo::standard());
     ASSERT_TRUE(scene.read("node pointLight \"a\" {\n    Real radius = 2\n}\n", "a.kns"));

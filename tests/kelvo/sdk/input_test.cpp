@@ -133,7 +133,7 @@ TEST_F(InputHandle, Connection_IsMadeAndEnded) {
     EXPECT_FALSE(input.disconnect());
 }
 
-// Sets a value to an input of its kind, and reads it back.
+// Sets a value of the input's kind, and reads it back.
 template<typename T>
 void expectKept(const Node& node, AttrType type, const T& value) {
     const Input input = node.createInput(String("in") + attrTypeName(type), type);

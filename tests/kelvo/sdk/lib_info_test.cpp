@@ -95,7 +95,7 @@ TEST(LibInfoHandle, Callbacks_BelongToTheType) {
     EXPECT_EQ(scene.createNode("fan", "fan").output("wind").get<double>(), 7);
 }
 
-TEST(LibInfoHandle, WhatItNeeds_OutlivesIt) {
+TEST(LibInfoHandle, SharedObject_OutlivesItsLibrary) {
     auto needed = std::make_shared<int>(1);
     const std::weak_ptr<int> watched = needed;
     Node fan;

@@ -1,4 +1,4 @@
-"""Every line that the library logs is one complete sentence that names what it is about."""
+"""Every line that the library logs is one complete sentence that names its subject."""
 import pathlib
 import re
 import unittest
@@ -10,15 +10,15 @@ CALL = re.compile(r'log(?:Error|Warning)\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)')
 FORMAT = re.compile(r'String::format\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)')
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 
-# They pass on a whole diagnostic, which says where it is.
+# These calls log a whole diagnostic, which names its place.
 PASSED_ON = "%s"
-# They are about the process or a whole edit, which has no name.
+# These messages are about the process or a whole edit, which has no name.
 NAMELESS = ("An edit ", "Observers were not told of an edit", "The observers of a scene come to no",
             "An observer threw when it was told of an edit")
 
 
 def lines():
-    """Yields the place and the text of every call with a text of its own."""
+    """Yields the place and the text of every log call with a literal text."""
     for floor in FLOORS:
         for source in sorted((ROOT / floor).rglob("*")):
             if source.suffix not in (".cpp", ".h"):
@@ -31,14 +31,14 @@ def lines():
 
 
 def fault(words):
-    """Returns what is wrong with a text; empty when nothing is."""
+    """Returns the faults of a text; empty if there are none."""
     if words == PASSED_ON:
         return ""
     if "\\n" in words or "\\r" in words:
         return "is more than a line"
     if not words[0].isupper():
         return "begins with no capital letter"
-    # The reason of a refusal brings its own full stop.
+    # The reason of a refusal ends with its own full stop.
     if not words.endswith(".") and not words.endswith("the value %s"):
         return "has no full stop"
     if len(words.split()) < 3:

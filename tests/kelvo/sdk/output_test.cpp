@@ -16,7 +16,7 @@ bool keepNothing(interfaces::INode*, void**) {
     return true;
 }
 
-// Gives what the test's types are named for.
+// Gives the value that the name of the output stands for.
 bool give(EvalCtx* ctx, void* out) {
     ++evaluations;
     const String output = ctx->output()->name();

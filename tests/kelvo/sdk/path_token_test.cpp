@@ -118,7 +118,7 @@ TEST(TokenVector, ExtractOfTheOnlyToken_LeavesNoneAndTheStorage) {
     expectDefault(tokens.data()[0]);
 }
 
-// The index is not checked: nothing moves, the last token goes all the same.
+// The index is not checked: no token moves, but the last one is removed.
 TEST(TokenVector, ExtractBehindTheCount_TakesTheLastAway) {
     Tokens tokens = PathParser::parsePath("a.b");
     tokens.reserve(4);

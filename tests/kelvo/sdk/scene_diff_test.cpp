@@ -17,7 +17,7 @@ std::string shown(const std::optional<String>& text) {
     return text ? text->buf() : "-";
 }
 
-// One line for each change: "change input lamp.radius value 0.5 > 0.7".
+// Returns one line for each change: "change input lamp.radius value 0.5 > 0.7".
 std::string changesBetween(const std::string& before, const std::string& after,
                            const DiffOptions& options = {}) {
     std::string lines;

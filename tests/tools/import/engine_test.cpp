@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-// The engine is held against its own file and against what assimp reads by itself.
+// Compares the imported engine with its file and with the result of assimp alone.
 namespace qv::model_import::testing {
 namespace {
 
@@ -21,7 +21,7 @@ std::string jsonOf(const std::string& file) {
     return all.substr(20, length);
 }
 
-// Elements of the array of objects of that key in a JSON text without escapes.
+// Counts the elements of the array of objects with that key in a JSON text without escapes.
 u64 countOf(const std::string& json, const std::string& key) {
     int depth = 0;
     bool inText = false;

@@ -47,7 +47,7 @@ TEST(ReadingTime, OfAModel_GrowsWithItsFile) {
     EXPECT_EQ(readingTime((models + "/CSM/ThomasFechten.csm").c_str()), 60u);
 }
 
-TEST(RunIsolated, WhatItChanges_StaysThere) {
+TEST(RunIsolated, Work_DoesNotChangeTheCallersMemory) {
     String error;
     int value = 1;
     EXPECT_EQ(runIsolated([&value] { return value = 2; }, 30, error), 2);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr u64 kMega = 1 << 20;
 
-// Keeps compilers from leaving an allocation out.
+// Keeps the compiler from optimising an allocation away.
 char* volatile s_block = nullptr;
 
 bool canTake(u64 bytes) {

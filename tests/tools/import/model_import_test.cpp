@@ -9,7 +9,7 @@
 namespace qv::model_import::testing {
 namespace {
 
-// The values of each corner of each face, whether corners share them or not.
+// Returns the values of each corner of each face, shared or not.
 template<typename T>
 std::vector<T> cornersOf(const Node& mesh, const char* input) {
     std::vector<T> corners;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// The models of Debian's package assimp-testmodels, and what tests ask of an imported one.
+// Finds the models of Debian's package assimp-testmodels, and queries imported ones.
 namespace qv::model_import::testing {
 
 using namespace kelvo_sdk;
@@ -18,7 +18,7 @@ inline std::string enginePath() {
     return kModels / "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
 }
 
-/// A model in a scene of its own.
+/// An imported model in its own scene.
 struct Imported {
     explicit Imported(const std::string& file, const ImportOptions& options = {})
         : isDone(importModel(scene, file.c_str(), report, options)) {}
@@ -30,7 +30,7 @@ struct Imported {
         }
         return found;
     }
-    /// The first node that has that name in the model; empty when there is none.
+    /// Returns the first node with that name in the model; empty if there is none.
     [[nodiscard]] Node named(const char* type, const char* name) const {
         for (const Node& node : ofType(type)) {
             const bool isKept = node->hasInput(String("name"), AttrType::String);
@@ -50,7 +50,7 @@ struct Imported {
     bool isDone;
 };
 
-/// The files below a directory, in order of their names.
+/// Returns the files below a directory, sorted by name.
 inline std::vector<std::filesystem::path> filesBelow(const std::filesystem::path& directory) {
     std::vector<std::filesystem::path> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {

@@ -27,7 +27,7 @@ std::unique_ptr<aiMesh> meshOf(const std::vector<aiVector3D>& positions, const F
     return mesh;
 }
 
-// Two triangles with an edge in common, a vertex for each corner.
+// Makes two triangles with a common edge, with a vertex for each corner.
 std::unique_ptr<aiMesh> twoTriangles() {
     return meshOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0}},
                   {{0, 1, 2}, {3, 4, 5}});

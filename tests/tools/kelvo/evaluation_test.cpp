@@ -31,7 +31,7 @@ bool giveHalf(EvalCtx* /*ctx*/, void* out) {
 bool giveNothing(EvalCtx* /*ctx*/, void* /*out*/) {
     return false;
 }
-// Makes a set of callbacks complete.
+// A type needs a modify callback for its set of callbacks to be complete.
 bool modifies(INode* /*node*/, INode* /*other*/) {
     return false;
 }
@@ -93,7 +93,7 @@ TEST_F(EvaluationTest, ValueSetWithoutCallback_IsTaken) {
     expectResult(evaluate(input), true, "7");
 }
 
-// Returns a value as `shortValue` writes it.
+// Returns a value in the format of `shortValue`.
 template<typename T>
 String shortText(AttrType type, const T& value) {
     const Input input = Input::create(type);

@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The part of comments that a field names, null for another field.
+// Returns the part of comments that a field names, null for any other field.
 const std::string_view* commentPart(const DocComments& comments, std::string_view field) {
     if (field == "comment.leading") return &comments.leading;
     if (field == "comment.opening") return &comments.opening;
@@ -150,7 +150,7 @@ bool DocumentPatcher::findTarget(const SceneChange& change, bool isNew, Target& 
     return walk(change, path.substr(name.size()), isNew, target) && checkSubject(change, target);
 }
 
-// `path` starts with the sign in front of a step.
+// `path` starts with the '.' or '[' in front of a step.
 bool DocumentPatcher::walk(const SceneChange& change, std::string_view path, bool isNew,
                            Target& target) {
     while (!path.empty()) {
@@ -202,7 +202,7 @@ bool DocumentPatcher::checkSubject(const SceneChange& change, const Target& targ
 bool DocumentPatcher::checkText(const SceneChange& change, const char* what,
                                 const std::optional<String>& found) {
     if (found == change.before) return true;
-    // The blank line in front of a scene's first node belongs to its header.
+    // The blank line in front of the first node belongs to the header of the scene.
     const bool isComment = change.field.view() == "comment.leading";
     if (isComment && found && found->view() == "\n" + std::string(change.before.value_or("")))
         return true;

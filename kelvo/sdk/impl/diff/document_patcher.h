@@ -7,17 +7,17 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Makes changes in a document, which it borrows. It is to be dropped when that fails.
+/// Applies changes to a document, which it borrows; discard the document when that fails.
 ///
-///     Places    document_patcher.cpp         paths walked, changes checked against what is there
-///     Changes   document_patcher_apply.cpp   references, texts and lists changed
+///     Places    document_patcher.cpp         resolving paths, checking changes
+///     Changes   document_patcher_apply.cpp   changing references, texts and lists
 ///
-/// All is looked up before anything changes, as the paths are those from before.
+/// Resolves all paths before the first change, because they refer to the state before the changes.
 class DocumentPatcher {
 public:
     explicit DocumentPatcher(SceneDocument& document);
 
-    /// False, with a sentence that names the place.
+    /// Returns false with a sentence that names the place on failure.
     bool apply(const std::vector<SceneChange>& changes, String& error);
 
 private:
@@ -25,15 +25,15 @@ private:
     using Subject = SceneChange::Subject;
     using List = std::vector<DocAttr>;
 
-    // An item that comes to a list, or to another place in it.
+    // An item that is added to a list, or moved within it.
     template<typename Item>
     struct Placement {
         const SceneChange* change;
-        // Of what is there already.
+        // The position of a moved item in the list; `noIndex` for an added item.
         u64 from = noIndex;
         Item item;
         std::string key;
-        // Of elements.
+        // The new index, for elements only.
         u64 index = 0;
     };
     template<typename Item>
@@ -43,14 +43,14 @@ private:
         std::vector<bool> leaves;
         std::vector<Placement<Item>> placements;
     };
-    // Where a path leads.
+    // The destination of a path.
     struct Target {
         DocNode* node = nullptr;
         u64 nodeIndex = noIndex;
-        // Null for a node; the attribute is the one of the list at the index.
+        // Null for a node; an attribute is in this list at the index.
         List* list = nullptr;
         u64 index = noIndex;
-        // The attribute that holds the list, null for a node.
+        // The attribute whose list this is, null for a node.
         DocAttr* parent = nullptr;
         bool isElement = false;
         u64 depth = 0;

@@ -15,7 +15,7 @@ bool isOneLine(std::string_view text) {
     return text.find('\n') == std::string_view::npos;
 }
 
-// Comment lines have to be such: anything else would be taken for something else.
+// Any line that is not a comment would be read as part of the scene.
 bool areComments(std::string_view lines) {
     while (!lines.empty()) {
         const u64 end = lines.find('\n');
@@ -52,7 +52,7 @@ bool DocumentPatcher::setFields() {
         if (!setPart(m_document.file, change->field.view(), text))
             return fail(*change, "the new text is no comment");
     }
-    // Kinds first: they say what values may be.
+    // Kinds come first, because they decide which values are valid.
     const auto isKind = [](const FieldEdit& edit) { return edit.change->field.view() == "kind"; };
     std::stable_partition(m_fields.begin(), m_fields.end(), isKind);
     return std::ranges::all_of(m_fields, [&](const FieldEdit& edit) { return setField(edit); });
@@ -117,7 +117,7 @@ bool DocumentPatcher::setAttrField(const SceneChange& change, DocAttr& attr) {
     return true;
 }
 
-// Inner lists come first: a list moves with the attribute that holds it.
+// Rebuilds inner lists first: a list moves together with its attribute.
 bool DocumentPatcher::rebuildLists() {
     std::vector<std::pair<List*, ListEdits<DocAttr>*>> open;
     for (auto& [list, edits] : m_lists)
@@ -145,7 +145,7 @@ bool DocumentPatcher::rebuildNodes() {
                    [&](u64 index) { return std::string(m_document.nodes[index].name); });
 }
 
-// Puts each placed thing behind the one that its change names; a list of places is kept meanwhile.
+// Puts each placed item behind the item named in its change. Works on a linked list of positions.
 template<typename Item, typename KeyOf>
 bool DocumentPatcher::rebuild(std::vector<Item>& list, ListEdits<Item>& edits, const KeyOf& keyOf) {
     std::vector<Item*> items;

@@ -25,7 +25,7 @@ void collectTargets(const DocAttr& attr, DocNames& names) {
 
 bool namesItsNodes(const SceneDocument& document) {
     DocNames targets;
-    DocNames names = {std::string_view()}; // A link to nothing.
+    DocNames names = {std::string_view()}; // The name in a null link.
     for (const DocNode& node : document.nodes) {
         names.insert(node.name);
         for (const DocAttr& input : node.inputs)
@@ -51,7 +51,7 @@ void LinkRestorer::restore(const DocAttr& earlier, DocAttr& attr) {
     if (attr.isArray()) restoreElements(earlier, attr);
 }
 
-// A note that differs in more than the links that went is the side's own.
+// Keeps an annotation in which the side changed more than the links to removed nodes.
 void LinkRestorer::restoreNotes(const DocAttr& earlier, DocAttr& attr) {
     for (DocNote& note : attr.notes) {
         const auto was = std::ranges::find(earlier.notes, note.name, &DocNote::name);
@@ -64,14 +64,14 @@ void LinkRestorer::restoreNotes(const DocAttr& earlier, DocAttr& attr) {
     }
 }
 
-// Removing a node empties the elements that link to it; commands remove those as well. Either way
-// they come back behind what they stood behind.
+// Removing a node clears the elements that link to it; commands remove these elements too. In both
+// cases they return behind their former predecessors.
 void LinkRestorer::restoreElements(const DocAttr& earlier, DocAttr& array) {
     const ListMatch match = matchElements(earlier, array, LinkNames());
     std::vector<u64> places(earlier.members.size(), noIndex);
     for (u64 i = 0; i < match.from.size(); ++i)
         if (match.from[i] != noIndex) places[match.from[i]] = i;
-    // The first are in front of all.
+    // The first list goes in front of all elements.
     std::vector<List> lost(array.members.size() + 1);
     u64 last = 0;
     for (u64 i = 0; i < earlier.members.size(); ++i) {

@@ -8,18 +8,19 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Names of nodes, and paths of outputs as in "wood.color:2".
+/// Names of nodes, and paths of outputs such as "wood.color:2".
 using DocNames = std::unordered_set<std::string_view>;
 
-/// Gives a side of a merge back the links and connections that it lost by removing nodes, for those
-/// of them that stay.
+/// Gives one side of a merge the links and connections back that it lost by removing nodes, as far
+/// as the merge keeps these nodes.
 class LinkRestorer {
 public:
-    /// Borrows all: what the side removed, what of that stays, and the owner of new texts.
+    /// Borrows all arguments: the names that the side removed, the names kept of them, and the
+    /// owner of new texts.
     LinkRestorer(const DocNames& removed, const DocNames& kept, SceneDocument& owner)
         : m_removed(removed), m_kept(kept), m_owner(owner) {}
 
-    /// Restores what an earlier version of the node had.
+    /// Restores links and connections of an earlier version of the node.
     void restore(const DocNode& earlier, DocNode& node) { restore(earlier.inputs, node.inputs); }
 
 private:
@@ -37,12 +38,12 @@ private:
     SceneDocument& m_owner;
 };
 
-/// Returns a note's text with null in place of some nodes; `type` is the kind of the input.
+/// Returns an annotation's text with null in place of some nodes; `type` is the kind of the input.
 [[nodiscard]] std::string clearedNote(const DocNote& note, AttrType type, const DocNames& names);
 
-/// Adds the names of all nodes that an attribute, or what it holds, links or connects to.
+/// Adds the names of all nodes that an attribute and its parts link or connect to.
 void collectTargets(const DocAttr& attr, DocNames& names);
-/// Tells whether all nodes that a document links or connects to are in it.
+/// Tells whether a document contains all nodes that it links or connects to.
 [[nodiscard]] bool namesItsNodes(const SceneDocument& document);
 
 } // namespace qv::kelvo_sdk::impl

@@ -18,10 +18,10 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Each costs as much as the list is long.
+// A move takes time in proportion to the length of the list.
 constexpr u64 kMostMoved = 1000;
 
-// Finds the input or output of exactly a name, or a later one.
+// Finds the input or output of exactly this name, with the ordinal in the step.
 template<typename Attribute, typename At>
 Attribute* findKey(std::string_view step, u64 count, const At& at) {
     const AttrKey key = keyOf(step);
@@ -66,12 +66,17 @@ bool readQuoted(std::string_view text, Value& out) {
     return true;
 }
 
-// A text may say what a write is refused for: that takes nodes made anew, and no warning.
-bool takes(const Input& input, const Value& value) {
-    return !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
+// Reads a value that is no link. Texts may contain values that writes refuse, with a warning. A
+// scene that is read again accepts them.
+bool readValue(const Input& input, std::string_view text, Value& value) {
+    const bool isRead = input.type() == AttrType::String
+                            ? readQuoted(text, value)
+                            : valueFromText(String(text), input.type(), input.dataType(), value);
+    return isRead && !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
 }
 
-// Comments that read otherwise than they are written take a scene made anew.
+// Tells whether comments are read exactly as they are written; others need a scene that is read
+// again.
 bool readBack(const Comments& file) {
     SceneDocument document;
     document.file = {.leading = file.leading.view(),
@@ -99,7 +104,7 @@ bool LivePatcher::run() {
            setInputs();
 }
 
-// All is looked up before anything changes, as the paths are those from before.
+// Finds all objects before the first change, because paths refer to the state before the changes.
 bool LivePatcher::prepare(const SceneChange& change) {
     if (change.subject == Subject::Scene) return prepareComment(change);
     if (change.subject == Subject::Node) return prepareNode(change);
@@ -116,6 +121,9 @@ bool LivePatcher::prepare(const SceneChange& change) {
     }
     const bool isSettable = change.field == "source" || (change.field == "value" && change.after);
     if (change.action != Action::Change || !isSettable) return false;
+    const auto& input = implOf(*step.input.get());
+    const bool isPlain = change.field == "value" && input.type() != AttrType::Node;
+    if (isPlain && !readValue(input, change.after->view(), step.value)) return false;
     m_set.push_back(std::move(step));
     return true;
 }
@@ -159,14 +167,14 @@ bool LivePatcher::prepareElement(const SceneChange& change) {
     return true;
 }
 
-// A new name may be the old one of a node that has still to get its own.
+// May fail when a new name is still in use by a node that is renamed later.
 bool LivePatcher::setNodes() {
     for (const Step& step : m_removedNodes)
         m_scene.removeNode(step.node.get());
     for (const Step& step : m_renamed)
         if (!m_scene.renameNode(step.node.get(), *step.change->after)) return false;
     kelvo_sdk::Scene scene(&m_scene);
-    // Nobody is told what is wrong here: the caller reads the whole scene then.
+    // Discards the diagnostics: on failure the caller reads the whole scene.
     Diagnostics found;
     return m_added.empty() ||
            scene.read(String(std::string_view(m_added)), "the added nodes", &found);
@@ -183,7 +191,7 @@ bool LivePatcher::setComments() {
     return true;
 }
 
-// One after the other in the order of the later scene, each behind what it stands behind there.
+// Places nodes in the order of the later scene, each behind its predecessor there.
 bool LivePatcher::placeNodes() {
     const auto placeOf = [&](const INode* node) {
         u64 place = 0;
@@ -246,7 +254,7 @@ bool LivePatcher::setElements() {
     return true;
 }
 
-// Plain elements alone: others are made from text with all that is around them.
+// Adds plain elements only; others need a scene that is read again.
 bool LivePatcher::addElement(const Step& step) {
     auto& array = implOf(*step.input.get());
     SceneDocument document;
@@ -264,12 +272,13 @@ bool LivePatcher::setInputs() {
         if (!isThere(step)) return false;
         auto& input = implOf(*step.input.get());
         const auto& after = step.change->after;
+        if (!step.value.isNull()) return input.setValue(step.value);
         if (step.change->field != "source") return setValue(input, after->view());
         return after ? setSource(input, after->view()) : (input.disconnect(), true);
     });
 }
 
-// Who hears of a change may take others away: undo would bring them back with what is set then.
+// Observers may remove nodes meanwhile. Undo would bring them back with values set after that.
 bool LivePatcher::isThere(const Step& step) const {
     const INode* node = step.input.node();
     return node && m_scene.contains(*node);
@@ -308,10 +317,7 @@ bool LivePatcher::setValue(Input& input, std::string_view text) const {
         return (target || name.empty()) && input.setNode(target);
     }
     Value value;
-    const bool isRead = input.type() == AttrType::String
-                            ? readQuoted(text, value)
-                            : valueFromText(String(text), input.type(), input.dataType(), value);
-    return isRead && takes(input, value) && input.setValue(value);
+    return readValue(input, text, value) && input.setValue(value);
 }
 
 bool LivePatcher::setSource(Input& input, std::string_view path) const {

@@ -9,31 +9,33 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// Makes changes in the nodes of a scene that there are: values, links and connections, elements of
-/// arrays, inputs that go, names and order of nodes, nodes that go or come, comments of the text as
-/// a whole.
+/// Applies changes to the existing nodes of a scene: values, links and connections, elements of
+/// arrays, removed inputs, names and order of nodes, added and removed nodes, comments of the whole
+/// text.
 class LivePatcher {
 public:
     /// Borrows both.
     LivePatcher(Scene& scene, const std::vector<SceneChange>& changes)
         : m_scene(scene), m_changes(changes) {}
 
-    /// False when one of them is something else or is refused; those before it are made then.
-    /// Needs changes that fit.
+    /// Returns false when a change is of another sort or is refused; earlier changes are applied
+    /// then. Needs changes that fit the scene.
     [[nodiscard]] bool run();
 
 private:
     using Action = SceneChange::Action;
     using Subject = SceneChange::Subject;
 
-    // A change and what it is about: an input, an array, or, for neither, a node.
+    // A change and its object: an input, an array or, without an input, a node.
     struct Step {
         const SceneChange* change;
         kelvo_sdk::Node node = {};
         kelvo_sdk::Input input = {};
-        // Of elements.
+        // For elements only.
         u64 index = 0;
         u64 newIndex = 0;
+        // To be set; Null for links.
+        Value value = {};
     };
 
     bool prepare(const SceneChange& change);

@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk {
 
 namespace {
 
-// Libraries that a scene gets for its text; it does not keep them if that cannot be read.
+// Libraries that a scene gets for reading a text; removes them again if reading fails.
 class LibrariesForText {
 public:
     explicit LibrariesForText(const Scene& scene)
@@ -73,7 +73,8 @@ Result mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
     impl::SceneMerger merger(documents[0], documents[1], documents[2], options);
     const impl::SceneDocument made = merger.run();
     conflicts = merger.takeConflicts();
-    // Attributes that a text leaves to its nodes' types need the types.
+    // The text omits attributes that the definitions of types restore, so reading needs the
+    // libraries.
     LibrariesForText libraries(merged);
     for (const Scene* scene : scenes)
         impl::shareLibraries(*scene, merged);

@@ -82,7 +82,7 @@ void SceneDiffer::compareNode(const DocNode& before, const DocNode& after, bool 
     compareTexts(before.bases, after.bases, "bases", Subject::Node, place);
     compareTexts(before.flags, after.flags, "flags", Subject::Node, place);
     DocComments comments = commentsOf(before.comments);
-    // Of the first node of a text the blank line belongs to the header.
+    // The blank line in front of the first node belongs to the header.
     if (isFirst && comments.leading.starts_with('\n')) comments.leading.remove_prefix(1);
     compareComments(comments, commentsOf(after.comments), Subject::Node, place);
     compareLists(before.inputs, after.inputs, place, Subject::Input);
@@ -155,7 +155,7 @@ void SceneDiffer::compareElements(const DocAttr& before, const DocAttr& after,
     }
 }
 
-// One by one, as long as this gives the notes in their order.
+// Reports annotations one by one, unless that would give them in another order.
 void SceneDiffer::compareNotes(const DocAttr& before, const DocAttr& after, const DocPlace& place,
                                Subject subject) {
     const auto isSame = [&](const DocNote& a, const DocNote& b) {

@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Where an attribute stands, for its path.
+/// The place of an attribute, for its path.
 struct DocPlace {
     const DocPlace* outer = nullptr;
     const DocNode* node = nullptr;
@@ -59,9 +59,10 @@ private:
     std::vector<SceneChange> m_changes;
 };
 
-/// Where notes stand among others: by their names, those by language behind each other.
+/// Returns the position of an annotation among others: by name, translations one after the other.
 [[nodiscard]] u32 noteRank(std::string_view name) noexcept;
-/// Puts a note in its place among others, in place of one of its name; no text takes it out.
+/// Puts an annotation at its position, or replaces the one of this name; without a text, removes
+/// it.
 void setNote(std::vector<DocNote>& notes, std::string_view name,
              std::optional<std::string_view> text);
 

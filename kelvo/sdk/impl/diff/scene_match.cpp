@@ -13,9 +13,9 @@ u64 hashText(std::string_view text) noexcept {
     return hashBytes(text.data(), text.size());
 }
 
-// Which of the indices rise in the longest way there is; `noIndex` is left out.
+// Tells which indices are in a longest increasing subsequence; skips `noIndex`.
 std::vector<bool> longestIncreasingSubsequence(const std::vector<u64>& values) {
-    // For each length the place of the least value that a rise of that length ends with.
+    // For each length, the position of the least value that ends an increasing subsequence of it.
     std::vector<u64> ends;
     std::vector<u64> before(values.size(), noIndex);
     for (u64 i = 0; i < values.size(); ++i) {
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    // Matches what is equal at both ends.
+    // Matches equal elements at both ends.
     void trim(u64& first, u64& beforeEnd, u64& afterEnd) {
         for (; first < std::min(beforeEnd, afterEnd) && m_before[first] == m_after[first]; ++first)
             m_match.from[first] = first;
@@ -66,7 +66,7 @@ private:
             m_match.from[--afterEnd] = --beforeEnd;
     }
 
-    // Matches what is there exactly once on both sides.
+    // Matches elements that both sides have exactly once.
     void matchLone(u64 first, u64 beforeEnd, u64 afterEnd) {
         struct Count {
             u64 before = 0;
@@ -87,7 +87,7 @@ private:
         }
     }
 
-    // Matches what is left between those that stay, one after the other.
+    // Matches remaining elements between those that stay, in order.
     void fillGaps() {
         std::vector<bool> isMet(m_before.size());
         for (const u64 place : m_match.from)

@@ -2,24 +2,23 @@
 
 #include "kelvo/sdk/impl/scene_text/link_names.h"
 
-// Which thing of a scene is which of another.
+// Matches the nodes and attributes of one scene with those of another.
 namespace qv::kelvo_sdk::impl {
 
-/// How the things of a list come from those of an earlier one.
+/// The origin of the items of a list in an earlier list.
 struct ListMatch {
-    /// For each thing its place in the earlier list, `noIndex` for a new one.
+    /// For each item its position in the earlier list, `noIndex` for a new item.
     std::vector<u64> from;
-    /// For each thing whether it has its place among those that were there before. The most that
-    /// is possible have.
+    /// For each item whether it keeps its place among the earlier items; as many as possible do.
     std::vector<bool> stays;
 
-    /// Tells for each thing of the earlier list whether it is in the later one.
+    /// Tells for each item of the earlier list whether the later list has it.
     [[nodiscard]] std::vector<bool> kept(u64 earlierCount) const;
-    /// Finds out which things stay.
+    /// Sets `stays`.
     void findStays();
 };
 
-/// Which thing of a list is meant by a name: the first of that name, or a later one.
+/// Identifies an item of a list by name: the first of that name, or a later one.
 struct AttrKey {
     std::string_view name;
     u32 ordinal = 1;
@@ -49,23 +48,23 @@ private:
     std::unordered_map<AttrKey, u64, Hash> m_places;
 };
 
-/// Tells whether one attribute may become the other by changes of what it says and holds.
+/// Tells whether changes of content can turn one attribute into the other.
 [[nodiscard]] bool mayBecome(const DocAttr& before, const DocAttr& after) noexcept;
 
 /// Match inputs, members or outputs, by name.
 [[nodiscard]] ListMatch matchAttrs(const std::vector<DocAttr>& before,
                                    const std::vector<DocAttr>& after);
-/// Match elements: equal ones that are the only ones of their kind wherever they stand, others by
-/// their place between those. `names` says what nodes were renamed to.
+/// Match elements: those that are unique and equal on both sides anywhere, others by their position
+/// between these. `names` has the new names of nodes.
 [[nodiscard]] ListMatch matchElements(const DocAttr& before, const DocAttr& after,
                                       const LinkNames& names);
 
-/// Match nodes by name; of the others those that have all or nearly all in common count as
-/// renamed and are added to `names`.
+/// Match nodes by name. Of the others, nodes with equal or nearly equal contents count as renamed
+/// and are added to `names`.
 [[nodiscard]] ListMatch matchNodes(const SceneDocument& before, const SceneDocument& after,
                                    LinkNames& names);
 
-/// Hashes all but comments; null `names` lets every reference count alike.
+/// Hashes everything but comments; when `names` is null, all references are equal.
 [[nodiscard]] u64 hashOf(const DocAttr& attr, const LinkNames* names);
 
 } // namespace qv::kelvo_sdk::impl

@@ -9,13 +9,13 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Of a node and its hashed lines at least so much has to be the same in one that was renamed.
+// A renamed node keeps its type and at least this part of its lines.
 constexpr u64 kSamePart = 3;
 constexpr u64 kOfParts = 5;
-// Lines that more nodes have tell little of which is which.
+// Lines that more nodes share hardly help to tell the nodes apart.
 constexpr u64 kCommon = 16;
 
-/// Finds which of the nodes that are gone came back under another name.
+/// Finds nodes that were removed under one name and added under another.
 class RenameFinder {
 public:
     RenameFinder(const SceneDocument& before, const SceneDocument& after)
@@ -24,7 +24,7 @@ public:
     void addGone(u64 node) { m_gone.push_back(look(m_before.nodes[node], node)); }
     void addNew(u64 node) { m_new.push_back(look(m_after.nodes[node], node)); }
 
-    /// Returns pairs of places, before and after.
+    /// Returns pairs of positions, before and after.
     std::vector<std::pair<u64, u64>> find() {
         findEqual();
         findSimilar();
@@ -56,7 +56,7 @@ private:
         m_found.emplace_back(gone.node, found.node);
     }
 
-    // Returns equal nodes in their order.
+    // Pairs equal nodes in their order.
     void findEqual() {
         std::unordered_map<u64, std::vector<Candidate*>> byHash;
         for (Candidate& gone : m_gone)

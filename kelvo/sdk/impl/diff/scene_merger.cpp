@@ -17,8 +17,8 @@ std::unordered_map<std::string, u64> foldedNames(const SceneDocument& document) 
     return names;
 }
 
-// Of the first node of a text the blank line stands behind the header. A node that had none before
-// it became the first has none.
+// The blank line in front of the first node comes from the header. A node that had none before it
+// became the first gets none.
 void addBlankLine(SceneDocument& document, const NodePlaces& before) {
     if (document.nodes.empty()) return;
     DocNode& first = document.nodes[0];
@@ -32,7 +32,7 @@ void addBlankLine(SceneDocument& document, const NodePlaces& before) {
 
 constexpr u64 kMostMarked = 400;
 
-// In one line.
+// Appends a text in one line, shortened.
 void appendMarked(const char* who, const std::optional<String>& text, std::string& line) {
     line += who;
     std::string shown = text ? text->buf() : "nothing";
@@ -83,7 +83,7 @@ SceneDocument SceneMerger::run() {
     return std::move(m_made);
 }
 
-// A new name that the other side has for another node is no rename: both are added then.
+// A new name that the other side gave to another node is not unified: the merge adds both nodes.
 void SceneMerger::unifyNames() {
     LinkNames byMine;
     LinkNames byTheirs;
@@ -205,7 +205,7 @@ void SceneMerger::conflict(const std::string& path, std::string_view field,
                            std::move(mine), std::move(theirs), std::move(reason)});
 }
 
-// Lets comments tell of the conflicts that were found last.
+// Adds the latest conflicts to comments.
 void SceneMerger::mark(const DocComments*& comments) {
     if (m_marks.empty()) return;
     DocComments marked = commentsOf(comments);

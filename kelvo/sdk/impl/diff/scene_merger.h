@@ -11,39 +11,40 @@ public:
     NodePlaces() = default;
     explicit NodePlaces(const SceneDocument& document);
 
-    /// Returns null for none.
+    /// Returns null when there is none.
     [[nodiscard]] const DocNode* find(std::string_view name) const;
-    /// Tells whether the output of a path like "wood.color:2" is listed.
+    /// Tells whether the document lists the output of a path such as "wood.color:2".
     [[nodiscard]] bool listsOutput(std::string_view path) const;
 
 private:
     std::unordered_map<std::string_view, const DocNode*> m_nodes;
 };
 
-/// Merges what two sides made of a document.
+/// Merges the edits that two sides made to a document.
 ///
 ///     Nodes     scene_merger.cpp            names, nodes, fields
 ///     Lists     scene_merger_lists.cpp      attributes, order
-///     Elements  scene_merger_elements.cpp   of arrays
-///     Removals  scene_merger_removals.cpp   what one side removed and the other goes on with
-///     Links     scene_merger_links.cpp      references to what is not there in the end
+///     Elements  scene_merger_elements.cpp   elements of arrays
+///     Removals  scene_merger_removals.cpp   objects that one side removed and the other still uses
+///     Links     scene_merger_links.cpp      references to objects that the result does not have
 ///
-/// A change by one side wins over no change by the other; different changes to the same thing are a
-/// conflict.
+/// A change of one side wins over no change of the other; different changes of the same object are
+/// a conflict.
 class SceneMerger {
 public:
-    /// Borrows all and renames nodes in them: what one side renamed has its new name in all.
+    /// Borrows all documents, and renames nodes in them: a node that one side renamed gets its new
+    /// name in all of them.
     SceneMerger(SceneDocument& base, SceneDocument& mine, SceneDocument& theirs,
                 const MergeOptions& options)
         : m_base(base), m_mine(mine), m_theirs(theirs), m_options(options) {}
 
-    /// The result refers to texts of the documents and of this.
+    /// The result refers to texts of the documents and of this merger.
     SceneDocument run();
     [[nodiscard]] std::vector<MergeConflict> takeConflicts() { return std::move(m_conflicts); }
 
 private:
     using List = std::vector<DocAttr>;
-    // One thing as the three have it.
+    // The three versions of one object.
     template<typename Item>
     struct Versions {
         const Item* base = nullptr;
@@ -93,7 +94,7 @@ private:
 
     // ---- Removals --------------------------------------------------------------------------
 
-    // A side, and the other one, which removed some of what it has.
+    // A side that has objects, and the other side, which removed some of them.
     struct Sides {
         const SceneDocument& having;
         const NodePlaces& havingNodes;
@@ -124,11 +125,12 @@ private:
     const MergeOptions m_options;
     SceneDocument m_made;
     std::vector<MergeConflict> m_conflicts;
-    // Comment lines for the next thing that may have some.
+    // Comment lines for the next object that can have comments.
     std::string m_marks;
-    // The same for nodes whose name is in conflict.
+    // Comment lines for nodes whose names are in conflict.
     std::unordered_map<std::string_view, std::string> m_nameMarks;
-    // Nodes, and outputs as "wood.color", that one side removed while the other did this to them.
+    // Nodes, and outputs such as "wood.color", that one side removed, with the other side's use of
+    // them.
     std::unordered_map<std::string_view, std::string_view> m_claims;
     NodePlaces m_baseNodes;
     NodePlaces m_mineNodes;
@@ -136,7 +138,7 @@ private:
     NodePlaces m_madeNodes;
 };
 
-/// Returns the texts with commas between them.
+/// Joins texts with commas between them.
 [[nodiscard]] String joined(const std::vector<std::string>& texts);
 
 } // namespace qv::kelvo_sdk::impl

@@ -33,7 +33,7 @@ std::optional<String> stretchText(const std::vector<DocAttr>& elements) {
     return textOrNone(joined(texts).view());
 }
 
-// For each thing of the base where it stays in a later list.
+// Returns for each element of the base its position in a later list, if it stays.
 std::vector<u64> placesIn(const DocAttr& base, const DocAttr& later) {
     const ListMatch match = matchElements(base, later, LinkNames());
     std::vector<u64> places(base.members.size(), noIndex);
@@ -54,7 +54,7 @@ SceneMerger::List SceneMerger::mergeElements(const std::string& path,
     return mergeStretches(path, array);
 }
 
-// Links of which none stands twice are a list of names.
+// Merges links without duplicates as a list of names.
 SceneMerger::List SceneMerger::mergeLinks(const std::string& path, const Versions<DocAttr>& array) {
     const Keys base = linksOf(*array.base);
     const Keys mine = linksOf(*array.mine);
@@ -78,7 +78,7 @@ SceneMerger::List SceneMerger::mergeLinks(const std::string& path, const Version
     return made;
 }
 
-// Goes from one element that both sides kept to the next.
+// Merges section by section between elements that both sides kept.
 SceneMerger::List SceneMerger::mergeStretches(const std::string& path,
                                               const Versions<DocAttr>& array) {
     const List& base = array.base->members;

@@ -6,7 +6,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// Clears references to what is not there, as removing it would have done.
+// Clears references to missing objects, as removing these objects would have done.
 void SceneMerger::checkLinks(SceneDocument& document) {
     m_madeNodes = NodePlaces(document);
     for (DocNode& node : document.nodes)
@@ -35,7 +35,7 @@ void SceneMerger::checkLinks(const std::string& path, DocAttr& attr, bool isElem
     if (!isElement) mark(attr.comments);
 }
 
-// An element that is nothing but a link goes with the node: an empty one would be neither side's.
+// An element that is only a link is removed with its node: neither side has an empty element there.
 bool SceneMerger::isCut(const DocAttr& element) const {
     const std::string_view linked =
         element.type == AttrType::Node ? linkedName(element.value) : std::string_view();
@@ -67,7 +67,7 @@ void SceneMerger::checkLink(const std::string& path, std::string_view field, std
     text = instead;
 }
 
-// Outputs that a scene's text leaves to a definition are not listed and may well be there.
+// Outputs that scene text omits are not listed; their definition may restore them.
 bool SceneMerger::lacksOutput(std::string_view path) const {
     if (!m_madeNodes.find(path.substr(0, path.find('.')))) return true;
     const bool wasListed = m_mineNodes.listsOutput(path) || m_theirNodes.listsOutput(path);

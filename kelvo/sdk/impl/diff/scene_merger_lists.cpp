@@ -19,7 +19,7 @@ String textOf(const DocAttr& attr) {
     return SceneDocument::textOf(attr, false);
 }
 
-// Returns the keys that the others have too, in their order.
+// Returns the keys that are in both lists, in the order of the first.
 template<typename Others>
 Keys common(const Keys& keys, const Others& others) {
     Keys found;
@@ -28,7 +28,7 @@ Keys common(const Keys& keys, const Others& others) {
     return found;
 }
 
-// Adds what only another list has, behind what it stands behind there.
+// Adds keys that only the second list has, behind their predecessors there.
 Keys withAdded(const Keys& first, const Keys& second) {
     const std::unordered_set<std::string> inFirst(first.begin(), first.end());
     const std::unordered_set<std::string> inSecond(second.begin(), second.end());
@@ -47,7 +47,7 @@ Keys withAdded(const Keys& first, const Keys& second) {
     };
     std::string last;
     for (const std::string& key : first) {
-        // Items that only the first has there come before items that only the second has there.
+        // Items of the first list alone come before those of the second list alone.
         if (inSecond.contains(key)) {
             add(last);
             last = key;
@@ -67,8 +67,8 @@ String joined(const std::vector<std::string>& keys) {
     return String(std::string_view(text));
 }
 
-// Tells whether the merged scene lacks something. `kept` is what it has when one side's version is
-// all there is to it.
+// Tells whether the merged scene lacks an item. Sets `kept` to the item of the one side that has
+// it, null when both have it.
 template<typename Item>
 bool SceneMerger::isRemoved(const std::string& path, const Versions<Item>& item,
                             const Item*& kept) {
@@ -159,7 +159,7 @@ DocAttr SceneMerger::mergeAttr(const std::string& path, const Versions<DocAttr>&
     return made;
 }
 
-// A value goes with its kind.
+// The value comes from the same side as the kind.
 void SceneMerger::mergeKind(const std::string& path, const Versions<DocAttr>& attr, DocAttr& made) {
     const DocAttr& base = *attr.base;
     const DocAttr& mine = *attr.mine;
@@ -217,7 +217,7 @@ std::vector<DocNote> SceneMerger::mergeNotes(const std::string& path,
     return made;
 }
 
-// Values in notes go with the kind too.
+// Values in annotations come from the same side as the kind.
 void SceneMerger::takeNotesOfKind(const DocAttr& from, std::vector<DocNote>& notes) {
     std::erase_if(notes, [](const DocNote& note) { return holdsValues(note.name); });
     for (const DocNote& note : from.notes)

@@ -21,8 +21,8 @@ DocNames targetsOf(const DocNode* node) {
 
 } // namespace
 
-// A node that stays keeps all that led to it: the side that removed it gets back the links and
-// connections that it lost by this, before the two are compared.
+// A node that stays keeps all references to it: before the comparison, the side that removed the
+// node gets the links and connections back that it lost by the removal.
 void SceneMerger::settleRemovals(const Sides& sides) {
     const DocNames removed = removedNames(sides.removingNodes);
     if (removed.empty()) return;
@@ -38,7 +38,7 @@ void SceneMerger::settleRemovals(const Sides& sides) {
         if (const DocNode* base = m_baseNodes.find(node.name)) restorer.restore(*base, node);
 }
 
-// Returns the nodes of the base that a side lacks, and the outputs of the others that it lacks.
+// Returns the nodes and outputs of the base that a side lacks.
 DocNames SceneMerger::removedNames(const NodePlaces& nodes) {
     DocNames names;
     for (const DocNode& base : m_base.nodes) {
@@ -56,7 +56,7 @@ DocNames SceneMerger::removedNames(const NodePlaces& nodes) {
     return names;
 }
 
-// A loss that only follows from a removal is no change of its own.
+// Links that a side lost only by removing nodes do not count as changes.
 void SceneMerger::claimChanged(const Sides& sides, const DocNames& removed) {
     const DocNames own = removedNames(sides.havingNodes);
     LinkRestorer restorer(own, own, m_made);
@@ -80,7 +80,7 @@ void SceneMerger::claimChanged(const Sides& sides, const DocNames& removed) {
     }
 }
 
-// The side that counts is not to lose what it newly refers to, nor what its claimed nodes need.
+// Keeps nodes that the preferred side newly refers to, and those that claimed nodes need.
 void SceneMerger::claimTargets(const Sides& sides, const DocNames& removed) {
     std::vector<const DocNode*> left;
     for (const DocNode& node : sides.having.nodes)
@@ -98,7 +98,8 @@ void SceneMerger::claimTargets(const Sides& sides, const DocNames& removed) {
     }
 }
 
-// Return what a side did to a thing that the other removed; empty for nothing.
+// Return the word for a side's change of an object that the other side removed; empty for no
+// change.
 std::string_view SceneMerger::claimOn(const DocAttr& attr, const DocAttr& base) const {
     return isSame(attr, base) ? std::string_view() : kChanged;
 }

@@ -11,15 +11,15 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The same libraries, and nothing in it.
+// Returns an empty scene with the same libraries.
 kelvo_sdk::Scene emptyLike(const kelvo_sdk::Scene& scene) {
     kelvo_sdk::Scene made = kelvo_sdk::Scene::create();
     shareLibraries(scene, made);
     return made;
 }
 
-/// The scene that a patch is to give: a document, and a scene read from its text when that is asked
-/// for. Texts of a patch need not be as scenes write them; those of the scene are.
+/// The expected result of a patch: a document and, on demand, a scene read from its text. Patches
+/// may spell texts differently from scenes, so reading may be needed to compare.
 class PatchResult {
 public:
     PatchResult(const kelvo_sdk::Scene& scene, SceneDocument& document)
@@ -27,16 +27,16 @@ public:
         m_document.joinHeader();
     }
 
-    /// False, and `error` says why, when there is no such scene.
+    /// Returns false and sets `error` when the document cannot be read.
     bool read(String& error) {
         if (!m_isTried) m_isRead = readText(m_read, m_document.text(), m_error);
         m_isTried = true;
         if (!m_isRead) error = m_error;
         return m_isRead;
     }
-    /// Needs `read`.
+    /// Call after `read`.
     [[nodiscard]] String text() const { return m_read.text(); }
-    /// Tells whether the scene has become this one.
+    /// Tells whether a scene equals this result.
     bool isReachedBy(const kelvo_sdk::Scene& scene) {
         SceneDocument made;
         String error;
@@ -54,7 +54,7 @@ private:
     String m_error;
 };
 
-// Changes the nodes that there are; where that does not give the result it is as if it never was.
+// Applies the changes to existing nodes; undoes them when that does not give the result.
 bool changeNodes(const kelvo_sdk::Scene& scene, const std::vector<SceneChange>& changes,
                  PatchResult& result) {
     const kelvo_sdk::Scene::UndoScope attempt(scene, String(), String());
@@ -91,7 +91,7 @@ bool readText(const kelvo_sdk::Scene& scene, const String& text, String& error) 
     return false;
 }
 
-// A text that names nodes that are not there is refused before anything changes.
+// Refuses texts that refer to missing nodes before anything changes.
 bool applyChanges(const std::vector<SceneChange>& changes, const kelvo_sdk::Scene& scene,
                   String& error) {
     SceneDocument document;

@@ -5,17 +5,17 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Makes changes in a scene, all or none; see `SceneDiff::applyTo`. They are made in the nodes that
-/// there are. Text is written and read only where this cannot be, or is refused.
+/// Applies changes to a scene, all or none; see `SceneDiff::applyTo`. Changes existing nodes where
+/// that gives the result; else writes the changed scene as text and reads it again.
 [[nodiscard]] bool applyChanges(const std::vector<SceneChange>& changes,
                                 const kelvo_sdk::Scene& scene, String& error);
 
-/// Makes the records of a scene; those of an empty handle are those of an empty scene.
+/// Makes the records of a scene; an empty handle counts as an empty scene.
 [[nodiscard]] bool recordScene(const kelvo_sdk::Scene& scene, SceneDocument& document,
                                String& error);
-/// Reads the text of a scene that was made; `error` is the first one in it.
+/// Reads the text of a changed scene; sets `error` to the first error in the text.
 [[nodiscard]] bool readText(const kelvo_sdk::Scene& scene, const String& text, String& error);
-/// Lets a scene know the libraries of another, which may be empty.
+/// Adds the libraries of one scene, which may be an empty handle, to another.
 void shareLibraries(const kelvo_sdk::Scene& from, const kelvo_sdk::Scene& to);
 
 } // namespace qv::kelvo_sdk::impl

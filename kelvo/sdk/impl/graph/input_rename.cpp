@@ -29,6 +29,15 @@ const ds::Vector<IInput*>& listOf(const Input& input) {
     return parent ? parent->members() : implOf(*input.node()).inputs();
 }
 
+// Tells whether an input is held by its node. One that is being removed knows its node until all
+// were told, and no list has it any more.
+bool isHeld(const Input& input) {
+    const auto* at = &input;
+    for (; at; at = implOf(at->parent()))
+        if (!listOf(*at).contains(const_cast<Input*>(at))) return false;
+    return true;
+}
+
 // Returns another input beside this one that is found by a name, null when there is none.
 const Input* namesakeOf(const Input& input, const String& name) {
     const auto* found = implOf(findInList(listOf(input), name));
@@ -57,7 +66,7 @@ const char* bar(const ModifierNames& list) {
 
 String Input::renameRefusal(const String& name) const {
     const String start = "Cannot rename input '" + path() + "' to '" + name + "': ";
-    if (!m_node || m_node->isEnding()) return start + "it belongs to no node.";
+    if (!m_node || m_node->isEnding() || !isHeld(*this)) return start + "it belongs to no node.";
     if (isElement()) return start + "an element is named by its place.";
     if (!name.isSimpleCID()) return start + "that is no simple identifier.";
     if (m_isHeldReadOnly) return start + "'" + m_parent->path() + "' is read-only.";
@@ -117,7 +126,7 @@ InputRename::InputRename(Input& input, const InputNaming& naming)
 // have given the name to another: the change is passed over then, and when it is turned back.
 void InputRename::swap(Scene& /*scene*/) {
     if (std::exchange(m_isPassedOver, false)) return;
-    const bool isThere = input().node() && input().node() == node();
+    const bool isThere = input().node() && input().node() == node() && isHeld(input());
     m_isPassedOver = !isThere || (input().parent() && namesakeOf(input(), m_other.name));
     if (!m_isPassedOver) input().exchangeName(m_other);
 }

@@ -22,6 +22,7 @@ public:
             leave();
         }
         auto* input = implOf((*m_at.list)[m_at.next++]);
+        m_depth = m_outer.size();
         if (!input->members().empty()) {
             m_outer.push_back(m_at);
             m_at = {&input->members()};
@@ -29,6 +30,8 @@ public:
         return input;
     }
 
+    /// Returns in how many others the input met last stands.
+    [[nodiscard]] u64 depth() const noexcept { return m_depth; }
     /// Passes over what the input met last holds.
     void leaveOut() noexcept {
         if (m_at.next == 0 && !m_outer.empty()) leave();
@@ -47,6 +50,7 @@ private:
 
     Level m_at;
     std::vector<Level> m_outer;
+    u64 m_depth = 0;
 };
 
 } // namespace qv::kelvo_sdk::impl

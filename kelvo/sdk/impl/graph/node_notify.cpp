@@ -10,6 +10,7 @@
 #include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/node_change_scope.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/graph/survivors.h"
 #include "kelvo/sdk/impl/graph/tell_each.h"
 #include "kelvo/sdk/impl/history/all_calls.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
@@ -27,47 +28,27 @@ kelvo_sdk::Input handleOn(const IInput* input) {
     return kelvo_sdk::Input(const_cast<IInput*>(input));
 }
 
-// Keeps alive, until everyone was told, what they are told about: who is told may let go of it.
-// Costs nothing until it is used.
-class Survivors {
-public:
-    void keep(const Node* node, const IInput* input = nullptr, const IOutput* before = nullptr,
-              const IOutput* after = nullptr) {
-        if (m_node) return;
-        m_node = kelvo_sdk::Node(const_cast<Node*>(node));
-        m_input = handleOn(input);
-        m_before = RefersTo<IOutput>(const_cast<IOutput*>(before));
-        m_after = RefersTo<IOutput>(const_cast<IOutput*>(after));
-    }
-    [[nodiscard]] bool any() const noexcept { return static_cast<bool>(m_node); }
-
-private:
-    kelvo_sdk::Node m_node;
-    kelvo_sdk::Input m_input;
-    RefersTo<IOutput> m_before;
-    RefersTo<IOutput> m_after;
-};
-
 // A change of a value that is told when the change around it is complete.
 class ChangeToTell {
 public:
     ChangeToTell(Node* node, const IInput* input, const AttrData* previous)
-        : m_node(node), m_input(handleOn(input)), m_isKnown(previous != nullptr) {
-        if (!previous) return;
-        m_previous = *previous;
-        if (m_previous.value.type() == AttrType::Node)
-            m_linked = RefersTo<INode>(m_previous.value.asNode());
-    }
-    void operator()() const {
-        m_node->onInputChanged(m_input.get(), m_isKnown ? &m_previous : nullptr);
-    }
+        : m_node(node),
+          m_input(input),
+          m_isKnown(previous != nullptr),
+          m_previous(previous ? *previous : AttrData()),
+          m_survivors(static_cast<const INode*>(node), input, linked()) {}
+    void operator()() const { m_node->onInputChanged(m_input, m_isKnown ? &m_previous : nullptr); }
 
 private:
-    RefersTo<Node> m_node;
-    kelvo_sdk::Input m_input;
-    AttrData m_previous;
-    RefersTo<INode> m_linked;
+    [[nodiscard]] const INode* linked() const {
+        return m_previous.value.type() == AttrType::Node ? m_previous.value.asNode() : nullptr;
+    }
+
+    Node* m_node;
+    const IInput* m_input;
     bool m_isKnown;
+    AttrData m_previous;
+    Survivors m_survivors;
 };
 
 // Tells a node's own observers of a value or connection. Whatever they throw, the scene goes by it.
@@ -78,11 +59,6 @@ void tellOwn(const Node& node, const IInput* input, const Tell& tell) {
     if (calls.hasThrown() && node.scene())
         calls.make([&] { sceneOf(node.scene())->followUntold(input); });
     calls.end();
-}
-
-template<typename Attribute>
-RefersTo<Attribute> held(const Attribute* attribute) {
-    return RefersTo<Attribute>(const_cast<Attribute*>(attribute));
 }
 
 } // namespace
@@ -123,9 +99,8 @@ void Node::tellScene(const Attribute* attribute, const Tell& tell) {
     markDirty();
     if (m_destroying) return;
     if (NewsHold* hold = NewsHold::current())
-        return hold->add([node = held(this), attribute = held(attribute), tell] {
-            node->tellScene(static_cast<const Attribute*>(attribute.get()), tell);
-        });
+        return hold->add(
+            [=, this, survivors = Survivors(this, attribute)] { tellScene(attribute, tell); });
     const NodeChangeScope scope(m_scene);
     if (m_scene) tell(*sceneOf(m_scene), attribute);
 }
@@ -160,12 +135,12 @@ void Node::onInputChanged(const IInput* input, const AttrData* previous) {
         return;
     }
     Survivors survivors;
-    if (isHeard()) survivors.keep(this, input);
+    if (isHeard()) survivors.hold(this, input);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellOwn(*this, input, [&] {
             tellObservers([&](NodeObserver* observer) {
-                survivors.keep(this, input);
+                survivors.hold(this, input);
                 observer->inputChanged(handleOn(input));
             });
         });
@@ -179,19 +154,18 @@ void Node::onInputConnected(const IInput* input, const IOutput* before, const IO
     if (m_destroying) return;
     if (NewsHold* hold = NewsHold::current()) {
         if (isNews(*input))
-            hold->add([node = held(this), input = held(input), before = held(before),
-                       after = held(after)] {
-                node->onInputConnected(input.get(), before.get(), after.get());
+            hold->add([=, this, survivors = Survivors(this, input, before, after)] {
+                onInputConnected(input, before, after);
             });
         return;
     }
     Survivors survivors;
-    if (isHeard()) survivors.keep(this, input, before, after);
+    if (isHeard()) survivors.hold(this, input, before, after);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellOwn(*this, input, [&] {
             tellObservers([&](NodeObserver* observer) {
-                survivors.keep(this, input, before, after);
+                survivors.hold(this, input, before, after);
                 observer->inputConnected(handleOn(input));
             });
         });
@@ -203,15 +177,13 @@ void Node::onInputRenamed(const IInput* input, String before) {
     markDirty();
     if (m_destroying) return;
     if (NewsHold* hold = NewsHold::current())
-        return hold->add([node = held(this), input = held(input), before] {
-            node->onInputRenamed(input.get(), before);
-        });
+        return hold->add(
+            [=, this, survivors = Survivors(this, input)] { onInputRenamed(input, before); });
     if (input->isSilent()) {
         if (m_scene) sceneOf(m_scene)->applyModifiers(this);
         return;
     }
-    Survivors survivors;
-    survivors.keep(this, input);
+    const Survivors survivors(this, input);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellOwn(*this, input, [&] {
@@ -228,7 +200,7 @@ void Node::notifyRemoved() const {
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellObservers([&](NodeObserver* observer) {
-            survivors.keep(this);
+            survivors.hold(this);
             observer->nodeRemoved();
         });
 }
@@ -240,7 +212,7 @@ void Node::notifyRenamed(String name) const {
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellObservers([&](NodeObserver* observer) {
-            survivors.keep(this);
+            survivors.hold(this);
             observer->nodeRenamed(name);
         });
 }
@@ -252,7 +224,7 @@ void Node::notifyConverted(INode* replacement) const {
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellObservers([&](NodeObserver* observer) {
-            survivors.keep(this);
+            survivors.hold(this);
             observer->nodeConverted(kelvo_sdk::Node(replacement));
         });
 }

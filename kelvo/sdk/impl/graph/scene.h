@@ -3,6 +3,7 @@
 #include "kelvo/base/string_vector.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 #include "kelvo/sdk/impl/graph/scene_follower.h"
+#include "kelvo/sdk/impl/graph/survivors.h"
 #include "kelvo/sdk/impl/graph/tell_each.h"
 #include "kelvo/sdk/impl/history/history.h"
 #include "kelvo/sdk/impl/index/link_table.h"
@@ -254,8 +255,7 @@ private:
     template<typename Subject, typename Tell>
     void tellObservers(const Subject* subject, const Tell& tell) {
         if (!hasObservers()) return;
-        const RefersTo<Scene> self(this);
-        const RefersTo<Subject> held(const_cast<Subject*>(subject));
+        const Survivors survivors(this, subject);
         const std::lock_guard lock(m_observerMutex);
         noteTelling();
         tellEach(m_observers, [&](SceneObserver* observer) { tell(*observer); });

@@ -5,7 +5,6 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
-#include "kelvo/sdk/impl/graph/node_change_scope.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/node_converter.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
@@ -121,7 +120,6 @@ INode* Scene::cloneNode(INode* node, bool deep) {
 }
 
 RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
-    const NodeChangeScope scope(this);
     const RecordScope record(*this);
     const EditStep step(*this);
     ds::Vector<INode*> found;
@@ -170,7 +168,6 @@ INode* Scene::convertNoting(INode* node, String type, ConversionLosses* losses) 
 // Null when the library took the node away.
 RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
                                     ConversionLosses* losses) {
-    const NodeChangeScope scope(this);
     const RecordScope record(*this);
     const EditStep step(*this);
     const RefersTo<Node> held(&node);

@@ -21,8 +21,7 @@ void Scene::tellOfInput(const IInput* input, const Tell& tell) {
     if (isMaking(input->node())) return;
     setDirty();
     if (!hasObservers()) return tellFollowers(input);
-    const RefersTo<Scene> self(this);
-    const RefersTo<IInput> held(const_cast<IInput*>(input));
+    const Survivors survivors(this, input);
     AllCalls calls;
     calls.make([&] { tellObservers(input, tell); });
     calls.make([&] { tellFollowers(input); });

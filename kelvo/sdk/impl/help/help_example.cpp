@@ -3,14 +3,12 @@
 #include "kelvo/base/string_io.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 #include "kelvo/sdk/interfaces/i_node.h"
 
-#include <vector>
-
 namespace qv::kelvo_sdk::impl {
-
-using interfaces::IInputContainer;
 
 namespace {
 
@@ -19,31 +17,20 @@ constexpr u64 mostBytes = 2000;
 constexpr u64 mostLevels = 16;
 constexpr u64 typicalInputs = 4;
 
-// About how many values an input holds by itself; a text counts by its length.
+// Estimates how many values an input holds directly; a text counts by its length.
 u64 sizeOf(const IInput& input) {
     const Value& value = implOf(input).value();
     if (value.type() == AttrType::String) return 1 + value.asString().size() / 8;
     return value.type() == AttrType::Buffer ? 1 + value.asBuffer().count() : 1;
 }
 
-// Tells whether the text of a node is short, without writing it.
+// Tells whether the text of a node would be short, without writing the text.
 bool isSmall(const INode& node) {
-    struct Step {
-        const IInputContainer* owner;
-        u64 next = 0;
-    };
-    std::vector<Step> chain{{&node}};
+    InputWalk walk(implOf(node).inputs());
     u64 units = 0;
-    while (!chain.empty()) {
-        Step& step = chain.back();
-        if (step.next == step.owner->inputCount()) {
-            chain.pop_back();
-            continue;
-        }
-        const IInput& input = *step.owner->input(step.next++);
-        if (!input.isDefault()) units += sizeOf(input);
-        if (units > mostUnits || chain.size() > mostLevels) return false;
-        if (input.inputCount() != 0) chain.push_back({&input});
+    while (const Input* input = walk.next()) {
+        if (!input->isDefault()) units += sizeOf(*input);
+        if (units > mostUnits || walk.depth() >= mostLevels) return false;
     }
     return true;
 }
@@ -67,7 +54,7 @@ bool isTypical(const Input& input) {
     }
 }
 
-// Bounds and choices show by a value that is not the default.
+// A value other than the default shows the range of possible values better.
 Value typicalValue(const Input& input) {
     const AttrDetails* details = input.details();
     if (input.type() == AttrType::Bool) return !input.value().asBool();

@@ -17,7 +17,7 @@ namespace {
 
 constexpr u64 mostElements = 3;
 
-// Elements that are plain values stand in the default of their array.
+// Elements with plain values need no rows: the default of their array shows them.
 bool hasElementRows(const IInput& array) {
     return array.inputCount() != 0 && (array.input(u64{0})->type() == AttrType::Object ||
                                        array.input(u64{0})->type() == AttrType::Array);
@@ -29,7 +29,7 @@ u64 memberRows(const IInput& input) {
     return std::min(input.inputCount(), mostElements);
 }
 
-// A label that comes from the name alone is spelt as words.
+// A label taken from the name alone is spelled as words.
 String labelOf(const IInput& input) {
     const String label = input.label("auto");
     return label.equalsNoCase(input.name()) ? label.replace("_", " ", true, false) : label;
@@ -54,7 +54,7 @@ HelpRow rowOf(const IInput& input, u32 depth) {
     return row;
 }
 
-// Appends an input and what it holds, without recursion.
+// Appends an input and all inputs below it, without recursion.
 void addRows(const IInput& top, std::vector<HelpRow>& rows) {
     struct Step {
         const IInput* input;

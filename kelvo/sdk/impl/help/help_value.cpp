@@ -14,7 +14,7 @@ constexpr u64 mostBytes = 160;
 constexpr u64 mostBufferElements = 8;
 constexpr u64 mostArrayElements = 16;
 
-// Cuts in front of a character, so that none is torn.
+// Cuts at the start of a character, so that no UTF-8 sequence is split.
 void appendShort(const String& text, StringIO& out) {
     if (text.size() <= mostBytes) return writeQuoted(text.view(), out);
     u64 end = mostBytes;
@@ -51,7 +51,7 @@ Value defaultOf(const IInput& input) {
     return Value::zero(input.type());
 }
 
-// Elements that hold others have rows of their own.
+// Returns nothing for elements that hold inputs: they have rows of their own.
 String arrayDefault(const IInput& array) {
     if (array.elementType() == AttrType::Object || array.elementType() == AttrType::Array)
         return {};

@@ -8,10 +8,10 @@ namespace qv::kelvo_sdk::impl {
 
 class AttrDetails;
 
-/// Returns a value for help, as scene text has it; long texts and buffers are cut and tell so.
+/// Returns a value as scene text has it; long texts and buffers are cut, and the result says so.
 [[nodiscard]] String helpValue(const Value& value);
 
-/// Returns what `reset` brings back; nothing for objects and what has no kind.
+/// Returns the value that `reset` brings back; nothing for objects and inputs without a kind.
 [[nodiscard]] String helpDefault(const interfaces::IInput& input);
 
 /// Returns the bounds, "0 to 1" or "at least 0"; nothing without bounds.

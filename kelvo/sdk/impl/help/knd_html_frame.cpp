@@ -49,7 +49,8 @@ article > header > div:only-child { grid-column: 1 / -1; }
   padding: 0; }
 )";
 
-// On a narrow page a row becomes a card. The roles in the table outlast that.
+// On a narrow page each row becomes a card; explicit roles keep the table readable for screen
+// readers.
 constexpr std::string_view tables =
     R"(table { width: 100%; border-collapse: collapse; background: var(--card);
   border: 1px solid var(--line); font-size: .925rem; table-layout: fixed; }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr u32 deepestIndent = 4;
 
-// Columns that no input of the node fills are left out.
+// Columns that would be empty for all inputs are left out.
 struct Columns {
     bool range = false;
     bool unit = false;

@@ -47,7 +47,7 @@ void appendParagraph(StringIO& out, std::string_view text) {
     out.append("</p>\n");
 }
 
-// Returns where the first blank line begins, with the end of the line before it.
+// Returns the end of the first paragraph: the line break in front of a blank line.
 std::size_t paragraphEnd(std::string_view text) {
     for (std::size_t end = text.find('\n'); end != std::string_view::npos;
          end = text.find('\n', end + 1)) {
@@ -57,7 +57,7 @@ std::size_t paragraphEnd(std::string_view text) {
     return text.size();
 }
 
-// As in the path of a URL, so that nothing of it ends an attribute either.
+// Encodes as in the path of a URL, which also keeps the text from ending the HTML attribute.
 void appendPercent(StringIO& out, std::string_view text) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     constexpr std::string_view plain = "-_.~:/=,;()*";

@@ -50,7 +50,7 @@ void appendHeader(StringIO& out, const Node& node, const HelpLinks& links) {
     out.append("</p>\n</div>\n</header>\n");
 }
 
-// An abstract type has no nodes of its own to show.
+// An abstract type has no nodes that an example could show.
 void appendExample(StringIO& out, const Node& node) {
     if (node.isAbstract()) return;
     out.append("<section aria-labelledby=\"example\">\n<h2 id=\"example\">Example</h2>\n"

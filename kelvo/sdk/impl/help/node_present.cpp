@@ -27,8 +27,8 @@ struct Writers {
 std::mutex s_writersMutex;
 std::unordered_map<const Node*, Writers> s_writers;
 
-// Raises the flag of a node with its first writer, and brings its old state back with the last:
-// writers nest, and several threads may write the same node.
+// Sets the flag of a node with its first writer, and restores it with the last: writers nest, and
+// several threads may write the same node.
 class Writing {
 public:
     Writing(const Node& node, bool& flag) : m_node(node), m_flag(flag) {
@@ -64,7 +64,7 @@ String Node::htmlHelp(bool page, String /*text*/) const {
     return KndHtmlWriter::nodeHtml(kelvo_sdk::Node(const_cast<Node*>(this)), page);
 }
 
-// The writer takes the two options in the other order.
+// The writer takes the two options in reverse order.
 String Node::serialize(bool withDependencies, bool changedOnly) const {
     const Writing writing(*this, m_serializing);
     StringIO out;

@@ -24,7 +24,7 @@ constexpr u64 mostLevels = 64;
 constexpr string_view svgNames = "http://www.w3.org/2000/svg";
 constexpr string_view blanks = " \t\r\n";
 
-// Masks, clip paths, patterns and uses are not among them: these multiply what they refer to.
+// Leaves out masks, clip paths, patterns and uses: they multiply the elements they refer to.
 constexpr std::array<string_view, 16> elements{
     "svg",     "g",     "path", "rect", "circle", "ellipse", "line",           "polyline",
     "polygon", "title", "desc", "defs", "stop",   "text",    "linearGradient", "radialGradient"};
@@ -37,7 +37,7 @@ bool isNameStart(char c) noexcept {
     return ascii::isLetter(c) || c == '_';
 }
 
-// Names of one part, or of two with ':' between them.
+// Accepts a local name, or a prefix and a local name with ':' between them.
 bool isName(string_view name) {
     const std::size_t colon = name.find(':');
     if (colon == string_view::npos) return !name.empty() && isNameStart(name[0]);
@@ -56,15 +56,16 @@ bool isSame(string_view a, string_view b) {
         a, b, [](char x, char y) { return ascii::toLower(x) == ascii::toLower(y); });
 }
 
-// Two characters of Unicode's that XML knows nothing of; all else is checked as for other texts.
+// Finds two noncharacters of Unicode that XML forbids; `utf8` checks the rest of the text.
 bool hasNoCharacters(string_view text) {
     return text.find("\xef\xbf\xbe") != string_view::npos ||
            text.find("\xef\xbf\xbf") != string_view::npos;
 }
 
-/// Goes through an icon once, from the front; every step answers false for what is refused.
+/// Scans an icon once from the front; every step returns false for content that is refused.
 ///
-/// It takes what XML and HTML read alike, so that the result may stand in a page as it is.
+/// Accepts only syntax that XML and HTML read alike, so that a page can embed the result
+/// directly.
 class Scanner {
 public:
     explicit Scanner(string_view text) noexcept : m_rest(text) {}
@@ -79,7 +80,7 @@ public:
         return skipComments() && m_rest.empty();
     }
 
-    /// The root element, and whether it says that its names are SVG's.
+    /// The root element, and whether it declares the namespace of SVG.
     [[nodiscard]] string_view root() const noexcept { return m_out; }
     [[nodiscard]] bool isNamed() const noexcept { return m_isNamed; }
 
@@ -88,7 +89,7 @@ private:
         string_view name;
         string_view value;
     };
-    // A prefix and what it stands for, in an element and all inside of it.
+    // A namespace prefix; valid in one element and all elements inside it.
     struct Binding {
         string_view prefix;
         string_view names;
@@ -100,7 +101,7 @@ private:
         m_rest.remove_prefix(start.size());
         return true;
     }
-    // Cuts off all up to a mark, and the mark.
+    // Takes all text up to a mark, and drops the mark.
     bool takeTo(string_view mark, string_view& piece) noexcept {
         const std::size_t end = m_rest.find(mark);
         if (end == string_view::npos) return false;
@@ -125,7 +126,7 @@ private:
         const string_view quote = m_rest.substr(0, 1);
         return (quote == "\"" || quote == "'") && take(quote) && takeTo(quote, value);
     }
-    // Writes what was met up to here, which starts with `rest`.
+    // Writes the pending text in front of `rest`, which becomes the pending text.
     void write(string_view rest) {
         m_out.append(m_unwritten.substr(0, m_unwritten.size() - rest.size()));
         m_unwritten = rest;
@@ -136,7 +137,7 @@ private:
             if (!endComment()) return false;
         return true;
     }
-    // A comment that starts with ">" or "->" ends there in HTML.
+    // In HTML a comment that starts with ">" or "->" would end there.
     bool endComment() noexcept {
         string_view comment;
         if (m_rest.starts_with('>') || m_rest.starts_with("->")) return false;
@@ -148,7 +149,7 @@ private:
         if (take("<?xml") && !skipDeclaration()) return false;
         return skipComments() && skipType() && skipComments();
     }
-    // Reads "version", "encoding" and "standalone", in this order.
+    // Takes "version", "encoding" and "standalone", which XML wants in this order.
     bool skipDeclaration() {
         string_view value;
         if (!takeFact("version", value) || !value.starts_with("1.")) return false;
@@ -170,7 +171,8 @@ private:
         m_rest = before;
         return false;
     }
-    // A document type may say where it is described, which nobody reads, and declare nothing.
+    // A document type may name an external definition, which is never loaded, but may declare
+    // nothing.
     bool skipType() {
         if (!take("<!DOCTYPE")) return true;
         if (!skipBlanks() || takeName() != "svg") return false;
@@ -205,7 +207,7 @@ private:
         m_open.pop_back();
     }
 
-    // HTML takes elements in titles and descriptions for its own.
+    // HTML reads elements inside of titles and descriptions as its own.
     bool takeStart() {
         const string_view name = takeName();
         if (std::ranges::find(elements, name) == elements.end()) return false;
@@ -224,7 +226,7 @@ private:
         return m_open.size() < mostLevels && take(">");
     }
 
-    // `before` is the white space in front of it, and all behind that.
+    // `before` is the text from the white space in front of the attribute on.
     bool takeAttribute(string_view before) {
         Attribute attribute{.name = takeName(), .value = {}};
         skipBlanks();
@@ -232,7 +234,7 @@ private:
         skipBlanks();
         if (!takeQuoted(attribute.value)) return false;
         if (attribute.value.find_first_of("<&") != string_view::npos) return false;
-        // HTML takes names without regard to case.
+        // HTML compares names without case.
         for (const Attribute& other : m_attributes)
             if (isSame(other.name, attribute.name)) return false;
         m_attributes.push_back(attribute);
@@ -260,7 +262,7 @@ private:
         return true;
     }
 
-    // Tells whether all prefixes are known, and no name comes twice under two prefixes.
+    // Tells whether all prefixes are bound, and no attribute appears twice under two prefixes.
     bool areBound() const {
         for (const Attribute& attribute : m_attributes) {
             const string_view prefix = prefixOf(attribute.name);
@@ -285,7 +287,7 @@ private:
     }
 
     string_view m_rest;
-    // Begins behind what was written, or left out.
+    // The text after the part that was written or dropped.
     string_view m_unwritten;
     std::string m_out;
     std::vector<string_view> m_open;

@@ -13,7 +13,7 @@ namespace {
 
 using std::string_view;
 
-// Attributes that say where things are and what they are called.
+// Attributes that give geometry and names.
 constexpr std::array<string_view, 45> shapes{"id",
                                              "class",
                                              "style",
@@ -60,7 +60,7 @@ constexpr std::array<string_view, 45> shapes{"id",
                                              "preserveAspectRatio",
                                              "gradientTransform"};
 
-// Attributes that may stand in a style as well.
+// Presentation attributes; a style may set them, too.
 constexpr std::array<string_view, 50> looks{"alignment-baseline",
                                             "baseline-shift",
                                             "clip-rule",
@@ -116,7 +116,7 @@ constexpr std::array<string_view, 15> functions{
     "url",    "rgb",   "rgba",  "hsl",        "hsla",       "matrix", "translate", "scale",
     "rotate", "skewx", "skewy", "translatex", "translatey", "scalex", "scaley"};
 
-// Names that browsers load or run something for, whatever their prefix.
+// Attributes by which browsers load or run something, with any prefix.
 constexpr std::array<string_view, 16> dangers{
     "src",    "srcset", "srcdoc", "base",   "mask",   "clip-path", "filter",        "cursor",
     "action", "ping",   "data",   "poster", "target", "values",    "attributename", "background"};
@@ -137,7 +137,8 @@ bool holdsAny(string_view text, std::initializer_list<string_view> parts) {
                        [text](string_view part) { return text.find(part) != string_view::npos; });
 }
 
-// Every "url(" leads to something inside. Escapes and comments could hide one.
+// Accepts "url(" only with a target in the same icon. Refuses escapes and comments, which could
+// hide an address.
 bool hasInnerUrlsOnly(string_view value) {
     if (holdsAny(value, {"\\", "/*", "@", "image(", "image-set("})) return false;
     for (std::size_t i = value.find("url"); i != string_view::npos; i = value.find("url", i + 1)) {
@@ -147,7 +148,7 @@ bool hasInnerUrlsOnly(string_view value) {
     return true;
 }
 
-// Browsers read over white space inside of an address.
+// Drops white space first: browsers ignore white space inside an address.
 bool namesAddress(string_view value) {
     std::string dense(value);
     std::erase_if(dense, [](char c) { return static_cast<unsigned char>(c) <= ' '; });
@@ -155,7 +156,7 @@ bool namesAddress(string_view value) {
            !hasInnerUrlsOnly(value);
 }
 
-// A '(' behind a word calls a function.
+// A word in front of '(' calls a function.
 bool callsKnownFunctions(string_view value) {
     for (std::size_t i = value.find('('); i != string_view::npos; i = value.find('(', i + 1)) {
         std::size_t start = i;
@@ -167,7 +168,8 @@ bool callsKnownFunctions(string_view value) {
     return true;
 }
 
-// Declarations of known properties; others could move the drawing over the page around it.
+// Accepts declarations of known properties only; others could move the drawing over the page around
+// it.
 bool isPlainStyle(string_view style) {
     if (holdsAny(style, {"{", "}"})) return false;
     while (!style.empty()) {
@@ -185,8 +187,8 @@ bool isPlainStyle(string_view style) {
 
 } // namespace
 
-// A prefix can be bound to any names, so that what comes behind it counts. HTML takes attributes
-// without regard to case.
+// Judges the local name, as a prefix can be bound to any namespace. HTML compares attribute names
+// without case.
 SvgVerdict judgeSvgAttribute(string_view name, string_view value) {
     const std::string lower = lowered(name);
     const std::string plain = lowered(value);

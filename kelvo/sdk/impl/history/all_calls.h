@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Makes calls one after the other, each whatever the ones before threw.
+/// Makes calls one after another, even when one of them throws.
 class AllCalls {
 public:
     template<typename Call>
@@ -17,7 +17,7 @@ public:
         }
     }
     [[nodiscard]] bool hasThrown() const noexcept { return m_thrown != nullptr; }
-    /// Throws the first exception that came out, if any did.
+    /// Throws the first exception of the calls, if any.
     void end() {
         if (m_thrown) std::rethrow_exception(std::exchange(m_thrown, nullptr));
     }

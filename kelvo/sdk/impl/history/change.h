@@ -8,8 +8,8 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// One recorded change of a scene, which can be turned back and turned again, any number of times.
-/// It keeps alive what it is about.
+/// One recorded change of a scene, which can be undone and redone any number of times. Keeps the
+/// objects that it changes alive.
 class Change {
 public:
     Change() = default;
@@ -17,34 +17,35 @@ public:
     Change& operator=(const Change&) = delete;
     virtual ~Change() = default;
 
-    /// Makes ready for those to be told who hear of edits as a whole.
+    /// Allocates whatever batch notifications of the swap will need.
     virtual void expect(Scene& scene) = 0;
     /// Makes the edits that have to come before `swap`, as edits of their own.
     virtual void prepareSwap(Scene& /*scene*/) {}
-    /// Turns the change. Needs what it is about as it was right after the change was made or last
-    /// turned. Everyone is told as of the change itself; what comes out, because there is no memory
-    /// to hold that back, comes out when the change is turned. Turning it again, as it was before,
-    /// takes no memory while nobody is told.
+    /// Swaps the state that the record holds with that of the scene, which undoes or redoes the
+    /// change. Needs the objects concerned as the change, or the last swap, left them. Notifies
+    /// observers as the change itself does; their exceptions come out only when memory does not
+    /// suffice to hold the notifications back. Swapping back at once allocates nothing while
+    /// notifications are muted.
     virtual void swap(Scene& scene) = 0;
 
-    /// Mends what does not fit any more, when all changes of a step were turned.
+    /// Repairs state that no longer fits, after all changes of a step were swapped.
     virtual void settle() {}
 
-    /// Whose earlier value is kept here, if it is a value alone: the earliest of a step is enough
-    /// then. Null for all else.
+    /// Returns the owner of the earlier value if this records nothing but a value: a step then
+    /// needs only the earliest record. Null for other changes.
     [[nodiscard]] virtual const void* valueOwner() const { return nullptr; }
-    /// Tells whether turning it would make no difference.
+    /// Tells whether a swap would change nothing.
     [[nodiscard]] virtual bool isNothing() const { return false; }
 
-    /// Memory that is in use for nothing but this.
+    /// Returns the memory that only this record keeps in use.
     [[nodiscard]] virtual u64 bytes() const = 0;
-    /// Returns the path or the node's name that the change is about.
+    /// Returns the path or the node's name that the change concerns.
     [[nodiscard]] virtual String subject() const = 0;
-    /// For users, such as "Set lamp.radius".
+    /// Returns a description for users, such as "Set lamp.radius".
     [[nodiscard]] virtual String text() const = 0;
 
-    /// Without memory for them comments stay where they are, and are found there when the thing
-    /// comes back.
+    /// Ignores that memory runs out: the comments then stay at their place, where they are found
+    /// when the node or attribute returns.
     template<typename Take>
     static void keepComments(const Take& take) noexcept {
         try {
@@ -54,7 +55,8 @@ public:
         }
     }
 
-    /// For the history alone: it was made while a step was turned, before a change of that step.
+    /// Set by the history: the change was made during undo or redo, in preparation of another
+    /// change's swap.
     bool isBeside = false;
 };
 

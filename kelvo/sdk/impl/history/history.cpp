@@ -27,7 +27,7 @@ void History::add(std::unique_ptr<Change> change) noexcept {
     if (!m_isDropping) m_open.push_back(std::move(change));
 }
 
-// A few back, for edits that go from input to input.
+// Looks only a few changes back, to stay cheap: an edit usually writes inputs one after the other.
 bool History::keepsValueOf(const Input& input) const noexcept {
     constexpr u64 few = 4;
     const u64 mark = m_marks.empty() ? 0 : m_marks.back().changes;
@@ -61,7 +61,7 @@ void History::cancel(u64 depth) {
     if (isIdle()) closeStep();
 }
 
-// Takes back cancelled edits that began inside the operation under way, or while none was.
+// Takes back cancelled edits, except those around the operation under way, which wait for its end.
 void History::takeBackCancelled() noexcept {
     const auto isDue = [this](const Mark& mark) {
         return mark.isCancelled && mark.operations >= m_operations;
@@ -77,7 +77,7 @@ void History::takeBackCancelled() noexcept {
 
 namespace {
 
-// Observers may throw, and there is nobody to catch it.
+// Observers may throw, and these functions are `noexcept`.
 template<typename Call>
 void guarded(const Call& call) noexcept {
     try {
@@ -102,7 +102,7 @@ void History::rollBack(u64 from) noexcept {
     m_isReplaying = wasReplaying;
 }
 
-// Edits that observers make in answer stay, as part of the surrounding step.
+// Edits that observers make in answer are kept, as part of the surrounding step.
 void History::takeBack(u64 from) noexcept {
     for (Mark& mark : m_marks)
         mark.changes = std::min(mark.changes, from);
@@ -149,8 +149,8 @@ void History::keepStep() noexcept {
     keep(std::move(step));
 }
 
-// Leaves out later values of what is there already, then what came back to its first value. Without
-// memory to tell which values are later, all stay.
+// Drops later changes of a value whose first change is in the step, then changes that ended at the
+// first value. Keeps all from where memory runs out.
 void History::condense(Changes& changes) noexcept {
     std::unordered_set<const void*> met;
     for (auto& change : changes) {

@@ -20,20 +20,19 @@ class AllCalls;
 class Input;
 class Scene;
 
-/// The steps that a scene can take back and do again.
+/// The steps of a scene for undo and redo.
 ///
-/// The code of a change opens an operation (`EditStep`) and adds the change to it; edits (`begin`
+/// The code that makes a change opens an operation (`EditStep`) and adds the change; edits (`begin`
 /// to `end`) hold any number of operations. The outermost edit makes one step. Changes are
-/// symmetric: a step is its changes in the order in which they were made, and taking it back turns
-/// them in reverse, which makes a step again.
+/// symmetric: undo swaps the changes of a step in reverse order, which makes a step for redo.
 ///
-/// Observers hear of a step when all of it is turned. What they do about it becomes part of it, so
-/// that turning it again takes that back too, first.
+/// Observers are notified once a step is completely swapped. Edits that they make in answer
+/// become part of the step, so that the next undo or redo takes back those edits first.
 class History {
 public:
     using Changes = std::vector<std::unique_ptr<Change>>;
 
-    /// The owner outlives the history; changes are turned in the scene.
+    /// The owner must outlive the history; `scene` is the scene that changes are swapped in.
     History(HistoryOwner& owner, Scene& scene) noexcept : m_owner(owner), m_scene(scene) {}
     ~History();
     History(const History&) = delete;
@@ -41,11 +40,12 @@ public:
 
     // ---- Recording -------------------------------------------------------------------------
 
-    /// Tells whether changes are kept, for undo or for an edit that may be cancelled.
+    /// Tells whether changes are recorded, for undo or for an edit that may be cancelled.
     [[nodiscard]] bool isRecording() const noexcept {
         return m_isEnabled || m_operations != 0 || !m_marks.empty();
     }
-    /// After this, closing the operation does not fail; nor does it when this fails.
+    /// Allocates the step, so that closing the operation cannot fail. Close it only if this
+    /// succeeds.
     void openOperation() {
         if (m_isEnabled && m_ready.empty()) m_ready.emplace_back();
         ++m_operations;
@@ -53,10 +53,10 @@ public:
     void closeOperation() noexcept;
     /// Returns the number of changes that the open step has so far.
     [[nodiscard]] u64 openChanges() const noexcept { return m_open.size(); }
-    /// Needs an open operation that failed before anyone was told: takes back, unheard, what was
-    /// done since the open step had that many changes. Needs no memory.
+    /// Needs an open operation that failed before any notification: takes back silently all changes
+    /// but the first `from` of the open step. Allocates nothing.
     void rollBack(u64 from) noexcept;
-    /// The same when somebody was told, who is then told of the contrary.
+    /// Like `rollBack`, for changes that observers heard of: notifies them of the reversal.
     void takeBack(u64 from) noexcept;
     /// Needs an open operation. After `reserve`, `add` does not fail.
     void reserve() {
@@ -64,21 +64,22 @@ public:
         if (m_taken.capacity() < m_open.size() + 1) m_taken.reserve(m_open.capacity());
     }
     void add(std::unique_ptr<Change> change) noexcept;
-    /// Tells whether the innermost edit keeps an earlier value of the input already.
+    /// Tells whether the innermost edit holds an earlier value of the input; looks a few changes
+    /// back.
     [[nodiscard]] bool keepsValueOf(const Input& input) const noexcept;
-    /// A change was made that is not kept.
+    /// Notes that a change was made without a record.
     void missed() noexcept { m_isMissing.store(true, std::memory_order_relaxed); }
 
     // ---- Edits -----------------------------------------------------------------------------
 
     void begin();
-    /// Closes the innermost edit; does nothing when none is open. The outermost text counts.
+    /// Closes the innermost edit, if any. The texts of the outermost edit take precedence.
     void end(String doText, String undoText);
-    /// Closes the edit of that depth and takes back what was done since it began. While an
-    /// operation goes on that began before the edit, that waits for its end.
+    /// Closes the edit of that depth and takes back all changes since it began; inside an operation
+    /// that began before the edit, only when that operation ends.
     void cancel(u64 depth);
     [[nodiscard]] u64 depth() const noexcept { return m_marks.size(); }
-    /// Tells whether no edit, operation or turning of a step is under way.
+    /// Tells whether no edit, operation, undo or redo is under way.
     [[nodiscard]] bool isIdle() const noexcept {
         return m_marks.empty() && m_operations == 0 && !m_isReplaying;
     }
@@ -86,26 +87,27 @@ public:
     // ---- Steps -----------------------------------------------------------------------------
 
     [[nodiscard]] bool isEnabled() const noexcept { return m_isEnabled; }
-    /// Either forgets all steps. False, and logged, while an edit or a step is under way.
+    /// Forgets all steps when the setting changes. False, and logged, while an edit or a step is
+    /// under way.
     bool setEnabled(bool enabled);
     void setLimits(const UndoLimits& limits);
     [[nodiscard]] const UndoLimits& limits() const noexcept { return m_limits; }
     [[nodiscard]] bool isReplaying() const noexcept { return m_isReplaying; }
     /// Returns why no step can be turned now, "an edit is open"; null when one can.
     [[nodiscard]] const char* obstacle() const noexcept;
-    /// Turn one step. False when there is none and, logged, while an edit or a step is under way.
+    /// Swap one step. False when there is none and, logged, while an edit or a step is under way.
     bool undo();
     bool redo();
     [[nodiscard]] u64 undoCount() const noexcept { return m_done.size(); }
     [[nodiscard]] u64 redoCount() const noexcept { return m_undone.size(); }
-    /// 0 is the next one to be turned. Empty out of range.
+    /// Index 0 is the next step for undo or redo. Empty out of range.
     [[nodiscard]] UndoStep undoStep(u64 index) const;
     [[nodiscard]] UndoStep redoStep(u64 index) const;
     [[nodiscard]] u64 bytes() const noexcept { return m_bytes; }
 
     // ---- Places ----------------------------------------------------------------------------
 
-    /// Gives the present state a name, in place of an earlier one of that name.
+    /// Names the present state; an earlier state of that name loses it.
     void setCheckpoint(String name);
     /// Undoes or redoes up to a named state; false when it is unknown or out of reach.
     bool returnTo(const String& name);
@@ -119,7 +121,7 @@ public:
 
 private:
     struct Step {
-        // Of the state that the step led to when it was new.
+        // The state that the step led to when it was new.
         u64 id = 0;
         String doText;
         String undoText;
@@ -129,7 +131,7 @@ private:
     struct Mark {
         u64 changes;
         u64 operations;
-        // The changes are taken back as soon as the operation that surrounds it allows.
+        // Taken back as soon as the surrounding operation allows.
         bool isCancelled = false;
     };
 
@@ -154,9 +156,9 @@ private:
     Scene& m_scene;
     UndoLimits m_limits;
     std::list<Step> m_done;
-    // The next one to be done again is the last.
+    // The last element is the next step for redo.
     std::list<Step> m_undone;
-    // An empty step, for when that which is open closes.
+    // One empty step, allocated early, so that closing a step cannot fail.
     std::list<Step> m_ready;
     u64 m_bytes = 0;
     u64 m_lastId = 0;
@@ -165,15 +167,15 @@ private:
     u64 m_saved = 0;
     std::unordered_map<String, u64> m_checkpoints;
 
-    // The step that is open.
+    // The changes of the open step.
     Changes m_open;
-    // Empty, with room for all that are open while they are taken back.
+    // Empty, with capacity for all of `m_open`, so that `takeBack` allocates nothing.
     Changes m_taken;
     std::vector<Mark> m_marks;
     u64 m_operations = 0;
     String m_doText;
     String m_undoText;
-    // Until then what is added is dropped.
+    // While true, changes that are added are dropped.
     bool m_isDropping = false;
     bool m_isEnabled = false;
     bool m_isReplaying = false;

@@ -4,12 +4,12 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The scene, as its history knows it.
+/// The interface of the scene that its history calls.
 class HistoryOwner {
 public:
-    /// An edit, an operation or the turning of a step came to its end.
+    /// Called when an edit, an operation, an undo or a redo has ended.
     virtual void editEnded() noexcept = 0;
-    /// While held, modifiers write nothing; what they are to do comes at the release.
+    /// While modifiers are held they write nothing; the release applies them.
     virtual void holdModifiers() noexcept = 0;
     virtual void releaseModifiers(bool isToRun) = 0;
 
@@ -17,7 +17,7 @@ protected:
     ~HistoryOwner() = default;
 };
 
-/// Holds back the modifiers of a scene while it lives.
+/// Holds back the modifiers of a scene during its lifetime.
 class ModifierHold {
 public:
     explicit ModifierHold(HistoryOwner& owner) : m_owner(&owner) { owner.holdModifiers(); }
@@ -27,7 +27,7 @@ public:
     ModifierHold(const ModifierHold&) = delete;
     ModifierHold& operator=(const ModifierHold&) = delete;
 
-    /// Lets them do what they are to do; may throw what observers throw.
+    /// Applies the modifiers now; may throw exceptions of observers.
     void release() {
         if (HistoryOwner* owner = std::exchange(m_owner, nullptr)) owner->releaseModifiers(true);
     }

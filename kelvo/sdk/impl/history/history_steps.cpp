@@ -56,8 +56,8 @@ bool History::redo() {
     return canReplay("redo") && !m_undone.empty() && turn(m_undone, m_done);
 }
 
-// Turns the last step of a list, which then is the last of the other. Without memory for that it
-// stays where it is.
+// Swaps the last step of one list and makes it the last of the other. If memory runs out, the step
+// stays where it was.
 bool History::turn(std::list<Step>& from, std::list<Step>& to) {
     m_open.reserve(from.back().changes.size());
     m_taken.reserve(from.back().changes.size());
@@ -77,7 +77,7 @@ bool History::turn(std::list<Step>& from, std::list<Step>& to) {
     return true;
 }
 
-// Everyone is told when all of it is turned.
+// Observers are notified when the whole step is swapped.
 void History::replay(Step& step, AllCalls& calls) {
     ModifierHold modifiers(m_owner);
     const CertainTelling certain;
@@ -96,7 +96,7 @@ void History::replay(Step& step, AllCalls& calls) {
     m_bytes += step.bytes;
 }
 
-// Turns all changes or, with an exception, none. The turned ones come to be the open step.
+// Swaps all changes or, with an exception, none. The swapped changes become the open step.
 void History::turnAll(Step& step) {
     const auto start = NewsHold::mark();
     try {
@@ -120,14 +120,14 @@ void History::turnAll(Step& step) {
     }
 }
 
-// Turns back, unheard, what was turned already.
+// Swaps back, without notifications, the changes that were already swapped.
 void History::turnAgain(Step& step) noexcept {
     const NewsHold unheard(NewsHold::Kind::Muted);
     while (!m_open.empty()) {
         auto change = std::move(m_open.back());
         m_open.pop_back();
         change->swap(m_scene);
-        // There is room: it came from there.
+        // The capacity suffices: the change came from this list.
         if (!change->isBeside) step.changes.push_back(std::move(change));
     }
 }
@@ -204,7 +204,7 @@ void History::setCheckpoint(String name) {
     m_checkpoints[std::move(name)] = state();
 }
 
-// Returns how many steps a state is away, `noIndex` when it is out of reach.
+// Returns how many steps away a state is, `noIndex` when no undo or redo leads to it.
 u64 History::distanceTo(u64 id, bool& isBack) const noexcept {
     isBack = true;
     const auto hasId = [id](const Step& step) { return step.id == id; };

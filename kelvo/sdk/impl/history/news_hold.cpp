@@ -21,7 +21,7 @@ std::unique_ptr<NewsHold::News> NewsHold::takeFirst(std::unique_ptr<News>& from)
     return first;
 }
 
-// One after the other: there may be more than a recursion stands.
+// Destroys the list in a loop; recursion could overflow the stack.
 void NewsHold::dropSince(const Mark& mark) noexcept {
     NewsHold* const hold = s_current;
     if (!hold) return;
@@ -36,7 +36,7 @@ void NewsHold::begin() noexcept {
     s_current = this;
 }
 
-// From here on nothing is held back: who is told may begin changes of its own.
+// Ends the hold first, because observers may begin changes of their own.
 void NewsHold::release() {
     if (!m_isOutermost) return;
     s_current = m_before;
@@ -66,7 +66,7 @@ void logNoMemory(const char* sentence) noexcept {
     }
 }
 
-// A log handler may throw as well, and there is nobody left to tell.
+// A log handler may throw as well; that exception is dropped.
 void logLost(const char* where) noexcept {
     try {
         try {

@@ -8,8 +8,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// While it lives, on its thread, lack of memory keeps nobody from being told: what telling would
-/// take memory for, it does without.
+/// During its lifetime, on its thread, notifications are delivered even when memory runs out: work
+/// on the way that would need memory is left out.
 class CertainTelling {
 public:
     CertainTelling() noexcept : m_before(std::exchange(s_isOn, true)) {}
@@ -20,21 +20,21 @@ public:
     [[nodiscard]] static bool isOn() noexcept { return s_isOn; }
 
 private:
-    // Found without a call, in a shared library as well.
+    // Initial-exec makes access a plain load, in a shared library as well.
     [[gnu::tls_model("initial-exec")]] static thread_local constinit bool s_isOn;
 
     bool m_before;
 };
 
-/// Holds back what is to be told while a change of several parts is made, so that nobody hears of
-/// a part before the whole is complete. Then all is told in order, each to its end: an exception
-/// ends its own notification alone, and the first one comes out last.
+/// Holds back notifications during a change of several parts, so that observers only ever see the
+/// complete change. Then delivers them in order; an exception ends its own notification alone, and
+/// the first exception is rethrown last.
 ///
-/// Counts for its thread, whatever scenes are concerned. Inside another hold it leaves the telling
-/// to that one. Stands before the step that it tells of, which drops what was not to be.
+/// Applies to its thread, for all scenes. Inside another hold it delivers nothing; the outer
+/// hold does. Declare it before the step of the change: a step that fails drops its notifications.
 class NewsHold {
 public:
-    /// Something to be told. Keeps alive what it tells of.
+    /// A notification held back. Keeps the objects that it names alive.
     class News {
     public:
         virtual ~News() = default;
@@ -45,11 +45,11 @@ public:
         std::unique_ptr<News> m_next;
     };
     enum class Kind {
-        /// Without memory for what is to be told, adding fails.
+        /// `add` throws when memory runs out.
         Strict,
-        /// Without memory it is told at once: somebody was told of the contrary.
+        /// When memory runs out, delivers at once: observers may already know of what is reversed.
         Certain,
-        /// Nobody is told at all.
+        /// Drops all notifications.
         Muted
     };
 
@@ -57,7 +57,7 @@ public:
         : m_kind(kind), m_before(s_current), m_isOutermost(!s_current || kind == Kind::Muted) {
         if (m_isOutermost) begin();
     }
-    /// Tells what was not told yet; what observers throw then is logged and lost.
+    /// Delivers what is still held; exceptions of observers are then logged and dropped.
     ~NewsHold() {
         if (!m_isOutermost) return;
         if (s_current == this) end();
@@ -66,11 +66,11 @@ public:
     NewsHold(const NewsHold&) = delete;
     NewsHold& operator=(const NewsHold&) = delete;
 
-    /// Returns the hold that counts for this thread, null when news are told at once.
+    /// Returns the hold of this thread, null when notifications are delivered at once.
     [[nodiscard]] static NewsHold* current() noexcept { return s_current; }
     [[nodiscard]] bool isMuted() const noexcept { return m_kind == Kind::Muted; }
 
-    /// Makes ready what is to be told by `call`, which `add` then takes without fail.
+    /// Allocates the notification that makes `call`; `add` then cannot fail.
     template<typename Call>
     [[nodiscard]] static std::unique_ptr<News> make(Call call) {
         return std::make_unique<NewsOf<Call>>(std::move(call));
@@ -89,7 +89,7 @@ public:
         add(std::move(news));
     }
 
-    /// A place among the news of a hold.
+    /// A position in the queue of a hold.
     struct Mark {
         const NewsHold* hold;
         const News* last;
@@ -97,10 +97,10 @@ public:
     [[nodiscard]] static Mark mark() noexcept {
         return {s_current, s_current ? s_current->m_last : nullptr};
     }
-    /// Drops what was added since, unheard.
+    /// Drops the notifications added since, without delivering them.
     static void dropSince(const Mark& mark) noexcept;
 
-    /// The change is complete: tells what was held back. Throws what came out first.
+    /// Call when the change is complete: delivers all notifications. Throws the first exception.
     void release();
 
 private:
@@ -114,7 +114,7 @@ private:
         Call m_call;
     };
 
-    // After all that is held back by now, whatever observers of that throw.
+    // Delivers all held notifications first, then makes the call even when observers throw.
     template<typename Call>
     void tellNow(const Call& call) {
         AllCalls calls;
@@ -127,7 +127,7 @@ private:
     void end() noexcept;
     [[nodiscard]] static std::unique_ptr<News> takeFirst(std::unique_ptr<News>& from) noexcept;
 
-    // No call is needed to find it, in a shared library as well: every change of a value looks.
+    // Initial-exec makes access a plain load, in a shared library as well: every write reads it.
     [[gnu::tls_model("initial-exec")]] static thread_local constinit NewsHold* s_current;
 
     const Kind m_kind;
@@ -137,7 +137,7 @@ private:
     News* m_last = nullptr;
 };
 
-/// Does something when all was told that there is to tell up to now.
+/// Makes the call after all notifications held so far.
 template<typename Call>
 void afterTelling(Call call) {
     NewsHold* hold = NewsHold::current();
@@ -147,10 +147,10 @@ void afterTelling(Call call) {
         call();
 }
 
-/// Logs that there was no memory for something, if there is enough of it for that.
+/// Logs an error; drops it when memory is short even for that.
 void logNoMemory(const char* sentence) noexcept;
 
-/// Logs that an observer threw where nobody can catch it; needs an exception that is being handled.
+/// Logs an exception of an observer that no caller can catch. Call inside a `catch` block.
 void logLost(const char* where) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

@@ -14,8 +14,8 @@ bool Input::isModified() const {
     return stashed() && isUpToModifiers();
 }
 
-// The scene reports the values that modifiers write when all have written. Every other value is the
-// user's and replaces the one that is kept aside; the node is modified again after that.
+// A value that a modifier writes is reported by `Modifiers::tell`, once all modifiers have written.
+// Any other value is the user's: it replaces the kept value, and the node is modified again.
 bool Input::storeModified(Value value) {
     Modifiers& modifiers = implOf(m_node->scene())->modifiers();
     const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);

@@ -20,11 +20,11 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Changes that observers and modifiers make are followed up as often as this.
+// Limits the rounds that follow from changes made by observers and modifiers.
 constexpr u32 maxRounds = 32;
 
-// The nodes downstream of some nodes, each before its dependents unless there is a loop, and which
-// of them are to be modified again. Without recursion.
+// Collects the nodes downstream of some nodes, each before its dependents unless there is a loop,
+// and which of these nodes to modify again. Works without recursion.
 class Downstream {
 public:
     explicit Downstream(const Scene& scene) : m_scene(scene) {}
@@ -62,7 +62,7 @@ private:
         if (m_met.insert(next).second) m_open.push_back({next, readersOf(*next)});
     }
 
-    // Links alone do not change a node, but for those to its modifiers.
+    // A link alone does not make its node dependent, except a link to a modifier of the node.
     std::vector<Node*> readersOf(const Node& node) {
         std::vector<Node*> readers;
         const auto add = [&](const Input& input, bool isToDo) {
@@ -88,7 +88,7 @@ private:
 
 } // namespace
 
-// Makes a node one that modifiers write to.
+// Marks a node as being written to by its modifiers.
 class Modifiers::Writing {
 public:
     Writing(Modifiers& modifiers, Node& node) : m_modifiers(modifiers), m_node(node) {
@@ -109,7 +109,7 @@ private:
     Node& m_node;
 };
 
-// The scene is not to take the change that is told for one that modifiers go by.
+// Marks the change that is being reported, so that the modifiers do not run again for it.
 class Modifiers::Telling {
 public:
     Telling(Modifiers& modifiers, Node& node, const Input& input)
@@ -174,7 +174,7 @@ void Modifiers::fallBehind() noexcept {
     logNoMemory("Modifiers wait for the next change: there is no memory for them.");
 }
 
-// Applies all modifiers anew, those that were missed among them.
+// Queues all nodes with modifiers, including nodes that were missed when memory ran out.
 void Modifiers::catchUp() {
     if (!m_isBehind) return;
     m_scene.forEachNode([this](Node* node) {
@@ -210,7 +210,7 @@ void Modifiers::run() {
     }
 }
 
-// Returns what is to be done, in order, and the queue empty.
+// Empties the queue and returns its nodes, and those downstream, in order.
 std::vector<Node*> Modifiers::takeQueue(bool isLastRound) {
     catchUp();
     const auto nodes = std::exchange(m_queue, {});
@@ -239,7 +239,7 @@ void Modifiers::apply(Node& node) {
     tell(node, written);
 }
 
-// Without memory all is as it was.
+// Restores the node's values when memory runs out.
 std::vector<Modifiers::Written> Modifiers::write(Node& node) {
     const Writing writing(*this, node);
     try {
@@ -254,7 +254,8 @@ std::vector<Modifiers::Written> Modifiers::write(Node& node) {
     return std::move(m_written);
 }
 
-// The list may change meanwhile; that is for the next time. A node that leaves takes no more.
+// Copies the list first, as modifiers may change it; such a change counts the next time. Stops when
+// the node has left the scene.
 void Modifiers::callModifiers(Node& node) {
     const Input* list = modifierListOf(node);
     if (!list) return;
@@ -288,7 +289,8 @@ void Modifiers::noteWrite(Input& input) {
     }
 }
 
-// An observer's own writes are not the modifiers'; they may change what is told next.
+// Skips inputs that observers have moved or set back meanwhile; their own writes are reported
+// apart.
 void Modifiers::tell(Node& node, const std::vector<Written>& written) {
     for (const Written& next : written) {
         Input& input = *next.input;
@@ -301,7 +303,7 @@ void Modifiers::tell(Node& node, const std::vector<Written>& written) {
     }
 }
 
-// Nothing changes before there is memory for all of it.
+// Allocates everything before it changes anything.
 void Modifiers::nodeLeft(Node& node) {
     if (!has(node)) return unqueue(node);
     if (areWriting(node)) {

@@ -15,58 +15,58 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// Keeps true what the modifiers of a scene's nodes make of them, as nodes and modifiers change.
+/// Applies the modifiers of a scene's nodes, and applies them again as nodes and modifiers change.
 ///
-/// A node is modified in three steps, unheard: its inputs get back what was put aside; those that
-/// its modifiers name put their values aside again; each modifier in its list is called, in order.
-/// Then observers are told of each input that is another than before, once, while the node says
-/// that it is `modifying()`. Anything else that is written to an input whose value is put aside is
-/// the user's: it takes the place of that value.
+/// A node is modified in three steps without notifications: its inputs get their kept values
+/// back; the inputs that its modifiers name keep their values aside again; the modifiers in its
+/// list are called in order. Then observers are notified once of each input whose value differs
+/// from before, while the node's `modifying()` is true. Any other write to an input with a kept
+/// value is the user's and replaces the kept value.
 ///
-/// A modifier that is no "modifier", or empty, is passed over; one that fails leaves what it wrote,
-/// and the next ones are called all the same. What a modifier writes to inputs that it does not
-/// name is put aside too. Nodes are done again when an input of their own changes, when something
-/// changes that one of their modifiers depends on, or that they are connected to, at any distance;
-/// what others depend on comes first. Loops end: each node is done once for a change. Changes that
-/// observers and modifiers make meanwhile come next.
+/// A modifier whose type is not a "modifier", or an empty element, is skipped; a modifier that
+/// fails keeps what it wrote, and the next ones are still called. An input that a modifier writes
+/// without naming it keeps its value aside too. A node is modified again when one of its inputs
+/// changes, and when something changes upstream of it or of one of its modifiers; upstream nodes
+/// come first. Loops end: each node is modified once for a change. Changes that observers and
+/// modifiers make meanwhile are followed up next.
 class Modifiers : public SceneFollower {
 public:
-    /// The scene must outlive this.
+    /// The scene must outlive the modifiers.
     explicit Modifiers(Scene& scene) : m_scene(scene) {}
 
-    /// The node of the scene has, or had, a list of modifiers.
+    /// Call when a node of the scene got or lost a list of modifiers.
     void watch(Node& node);
     [[nodiscard]] bool hearsInputs() const noexcept override { return !isIdle(); }
     void inputTold(Input& input) override;
-    /// It leaves with what its user set.
+    /// Gives the leaving node the user's values back.
     void nodeLeft(Node& node) override;
-    /// All have what their users set, unheard.
+    /// Gives all nodes the user's values back, without notifications.
     void sceneEnds() noexcept override;
 
-    /// While held, nothing is modified; what changes meanwhile comes at the release.
+    /// While held, no node is modified; the release catches up with the changes.
     void hold() noexcept { ++m_holds; }
     void release(bool isToRun);
 
-    /// Tells whether what is put aside in the node's inputs is what the user set.
+    /// Tells whether values that the node's inputs keep aside are the user's.
     [[nodiscard]] bool has(const Node& node) const {
         return m_nodes.contains(const_cast<Node*>(&node));
     }
     /// Tells whether modifiers are writing to the node right now.
     [[nodiscard]] bool areWriting(const Node& node) const noexcept { return m_writing == &node; }
-    /// Tells whether no node has modifiers.
+    /// Tells whether there is nothing to apply modifiers to.
     [[nodiscard]] bool isIdle() const noexcept { return m_nodes.empty() && !m_isBehind; }
-    /// There was no memory to do what is to be done: all are done again with the next change.
+    /// Call when memory ran out: all nodes are modified again with the next change.
     void fallBehind() noexcept;
-    /// An input of that node is about to get another value.
+    /// Call before a modifier's write replaces the input's value.
     void noteWrite(Input& input);
 
 private:
     struct Written {
         RefersTo<Input> input;
         Value before;
-        // Keeps what a link led to.
+        // Keeps the linked node alive, which `before` only points to.
         RefersTo<INode> node;
-        // Null when none was kept aside.
+        // Null when no value was kept aside.
         std::unique_ptr<Stash> stash;
     };
     class Writing;
@@ -96,7 +96,7 @@ private:
     const Node* m_writing = nullptr;
     std::vector<Written> m_written;
     std::unordered_map<const Input*, u64> m_noted;
-    // The input whose change is being told from here.
+    // The input whose change is being reported by `tell`.
     const Input* m_telling = nullptr;
 };
 

@@ -14,7 +14,7 @@ bool BatchNotifier::subscribe(BatchObserver* observer) {
     return true;
 }
 
-// Any thread may subscribe meanwhile.
+// Takes the lock, as other threads may subscribe at the same time.
 template<typename Thing>
 void BatchNotifier::expectThing(const Thing* thing) {
     const std::lock_guard lock(m_scene.observerMutex());
@@ -31,7 +31,7 @@ void BatchNotifier::note(const Note& note) {
     try {
         note(m_batch);
     } catch (const std::bad_alloc&) {
-        // Of a change that was not expected.
+        // Only for a change that `expect` did not prepare.
         logNoMemory("Observers were not told of an edit: there is no memory for it.");
     }
     if (!m_scene.isEditing()) deliver();
@@ -74,7 +74,7 @@ void BatchNotifier::inputRenamed(const IInput* input, String before) {
 
 namespace {
 
-// Needs an exception that is being handled. A log handler may throw as well.
+// Call inside a `catch` block. A log handler may throw as well.
 void logThrown() noexcept {
     try {
         try {
@@ -90,7 +90,8 @@ void logThrown() noexcept {
 
 } // namespace
 
-// Edits that observers make meanwhile come next. Observers may let go of the scene.
+// Edits of observers are delivered in the next round. Holds the scene for all rounds; an observer
+// may drop the last reference.
 void BatchNotifier::deliver() noexcept {
     if (m_isDelivering || m_batch.empty()) return;
     const RefersTo<Scene> held(&m_scene);

@@ -9,13 +9,13 @@ namespace qv::kelvo_sdk::impl {
 
 using interfaces::BatchObserver;
 
-/// Tells observers of a scene about its edits as a whole.
+/// Notifies observers of a scene of whole edits, one batch for each.
 class BatchNotifier : public interfaces::SceneObserver, public SceneFollower {
 public:
-    /// The scene owns this.
+    /// The scene owns the notifier.
     explicit BatchNotifier(Scene& scene) : m_scene(scene) {}
 
-    // Called under the lock of the scene's observers.
+    // Call both with the scene's observer lock held.
     bool subscribe(BatchObserver* observer);
     bool unsubscribe(BatchObserver* observer) { return m_observers.removeAll(observer); }
 
@@ -45,7 +45,7 @@ private:
     void deliverRound() noexcept;
     void tell(const interfaces::SceneChanges& changes) noexcept;
 
-    // Edits that observers make when they are told are followed up as often as this.
+    // Limits the rounds of notifications that follow from edits of observers.
     static constexpr u32 maxRounds = 32;
 
     Scene& m_scene;

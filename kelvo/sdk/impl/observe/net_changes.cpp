@@ -98,7 +98,7 @@ const interfaces::SceneChanges& NetChanges::net() noexcept {
     return changes;
 }
 
-// Arrays whose elements were moved have no value to compare.
+// A null `before` counts as changed: arrays whose elements moved have no value to compare.
 void NetChanges::addInput(const InputNews& news, interfaces::SceneChanges& to) const noexcept {
     const auto* input = implOf(news.held.get());
     if (cameOrWent(news.node.get())) return;

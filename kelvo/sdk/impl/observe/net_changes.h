@@ -12,7 +12,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Gathers what happens in a scene, to be told as net changes. Keeps alive what it is about.
+/// Gathers the events of a scene and reduces them to net changes. Keeps the objects concerned
+/// alive.
 class NetChanges {
 public:
     void nodeAdded(INode* node) { noteList(m_nodes, node, true); }
@@ -30,19 +31,20 @@ public:
     [[nodiscard]] bool empty() const noexcept {
         return m_nodes.order.empty() && m_inputs.order.empty() && m_outputs.order.empty();
     }
-    /// Makes sure that what comes of a thing next can be noted without more memory. What then
-    /// comes to nothing is left out.
+    /// Allocates room for the next event of an object, so that noting it cannot fail. Objects
+    /// without an event are left out of the net changes.
     void expect(const INode* node);
     void expect(const IInput* input);
     void expect(const IOutput* output);
 
-    /// Returns the changes; valid as long as this lives and hears of nothing more. Takes no memory.
+    /// Returns the changes; valid until this is destroyed or notes another event. Allocates
+    /// nothing.
     [[nodiscard]] const interfaces::SceneChanges& net() noexcept;
 
 private:
-    // The state of a thing since the first news of it.
+    // The presence of an object before its first event, and now.
     struct Presence {
-        // Not only expected.
+        // False while the object is only expected.
         bool isHeardOf = false;
         bool wasIn = true;
         bool isIn = true;
@@ -54,7 +56,7 @@ private:
         String nameBefore;
     };
     struct AttributeNews : Presence {
-        // When it was heard of first.
+        // The node at the time of the first event.
         RefersTo<INode> node;
     };
     struct InputNews : AttributeNews {
@@ -64,7 +66,7 @@ private:
         bool isRenamed = false;
         String nameBefore;
         Value before;
-        // Kept alive, so that no other takes their places.
+        // Kept alive, so that no new object gets the same address.
         RefersTo<INode> linkedBefore;
         RefersTo<IOutput> sourceBefore;
     };
@@ -85,7 +87,7 @@ private:
         std::vector<News> order;
     };
 
-    // A thing that was expected before it came in was noted without a node.
+    // Sets the node of an attribute that was expected before it had one.
     template<typename News, typename Thing>
     static void noteOwner(News& news, const Thing* thing) {
         if constexpr (std::is_base_of_v<AttributeNews, News>)
@@ -116,7 +118,7 @@ private:
     Table<INode, NodeNews> m_nodes;
     Table<IInput, InputNews> m_inputs;
     Table<IOutput, OutputNews> m_outputs;
-    // With room for all that may come into it.
+    // Has capacity for all objects noted, so that `net` allocates nothing.
     interfaces::SceneChanges m_net;
 };
 

@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Goes behind a text in quotes.
+// Moves behind a quoted text.
 void skipText(TextLexer& lexer) {
     const std::string_view rest = lexer.rest();
     u64 i = 1;
@@ -18,7 +18,7 @@ void skipText(TextLexer& lexer) {
     lexer.skip(std::min<u64>(i + 1, rest.size()));
 }
 
-// Tells whether a kind stands here that a value follows.
+// Tells whether a kind with a value behind it starts here.
 bool acceptKind(TextLexer& lexer, AttrType& type) {
     if (!TextLexer::startsIdentifier(lexer.peek())) return false;
     TextLexer ahead(lexer);

@@ -84,7 +84,7 @@ OmittedAttributes OmittedAttributes::none() const {
 template<typename Attribute, typename List>
 void OmittedAttributes::compare(const List& list, const List& known) {
     const std::vector<u64> places = placesIn<Attribute>(known, list);
-    // Of several that share a name none is left out: the others would stand for it.
+    // Attributes with one definition are all written: an omitted one would be read as the other.
     std::vector<u8> uses(known.size());
     for (const u64 place : places)
         if (place != noIndex && uses[place] < 2) ++uses[place];
@@ -102,7 +102,8 @@ void OmittedAttributes::compare(const List& list, const List& known) {
     keepOrder(places);
 }
 
-// Mostly both have the same order. Returns `noIndex` for what is not known.
+// Finds the place of each attribute in the definition, `noIndex` for unknown ones. Both lists
+// usually have the same order, so the search starts behind the last match.
 template<typename Attribute, typename List>
 std::vector<u64> OmittedAttributes::placesIn(const List& known, const List& list) {
     std::vector<u64> places(list.size(), noIndex);
@@ -125,9 +126,8 @@ std::vector<u64> OmittedAttributes::placesIn(const List& known, const List& list
     return places;
 }
 
-// When the text is read, what it leaves out comes back in front of the first thing written that is
-// behind it in the definition, else at the end. Anything that would change its place by this is
-// written.
+// Reading restores an omitted attribute in front of the first written one that follows it in the
+// definition, else at the end. Writes every attribute that would move by this.
 void OmittedAttributes::keepOrder(const std::vector<u64>& places) {
     u64 before = 0;
     for (u64 i = 0; i < places.size(); ++i) {
@@ -135,7 +135,7 @@ void OmittedAttributes::keepOrder(const std::vector<u64>& places) {
         if (places[i] < before) m_isOmitted[i] = false;
         before = std::max(before, places[i]);
     }
-    // Nothing comes back in front of what the definition does not know.
+    // Nothing can be restored in front of an attribute that the definition does not have.
     u64 nextWritten = noIndex;
     for (u64 i = places.size(); i-- > 0;) {
         if (places[i] == noIndex || places[i] >= nextWritten) m_isOmitted[i] = false;

@@ -11,28 +11,28 @@ class AttrDetails;
 class Input;
 class Node;
 
-/// Which attributes of a list scene text leaves to the list's definition: those that were left out
-/// when it was read, are as defined still, and come back at their places when it is read again.
+/// The attributes of a list that scene text omits: they were omitted in the text that was read,
+/// equal their definition still, and reading the new text restores them at their places.
 class OmittedAttributes {
 public:
-    /// Of a list without a definition.
+    /// For a list without a definition.
     OmittedAttributes() = default;
     static OmittedAttributes inputs(const interfaces::INode& node, const Node& definition);
     static OmittedAttributes outputs(const interfaces::INode& node, const Node& definition);
-    /// Needs two objects.
+    /// Needs an array or object of which both sides are objects.
     static OmittedAttributes members(const Input& object, const Input& definition);
 
     [[nodiscard]] bool has(u64 index) const {
         return index < m_isOmitted.size() && m_isOmitted[index];
     }
-    /// Returns what defines an input of the list, which is of its name and kind; null for none.
+    /// Returns the definition of an input of the list with its name and kind; null for none.
     [[nodiscard]] const Input* inputDefinition(u64 index) const {
         return index < m_inputs.size() ? m_inputs[index] : nullptr;
     }
-    /// Tells whether the list lacks something that its definition has, so that all of it is to be
-    /// written.
+    /// Tells whether the list lacks an attribute of its definition, so that the text must be
+    /// complete.
     [[nodiscard]] bool isOwn() const noexcept { return m_isOwn; }
-    /// Returns the same with nothing left out.
+    /// Returns a copy that omits nothing.
     [[nodiscard]] OmittedAttributes none() const;
 
 private:
@@ -47,10 +47,10 @@ private:
     bool m_isOwn = false;
 };
 
-/// Tells whether there is nothing in a description; null is nothing.
+/// Tells whether a description is null or empty.
 [[nodiscard]] bool saysNothing(const AttrDetails* details) noexcept;
 
-/// Tells whether notes say the same of an input as of its definition.
+/// Tells whether an input has the same annotations as its definition.
 [[nodiscard]] bool haveSameNotes(const Input& input, const Input& definition) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

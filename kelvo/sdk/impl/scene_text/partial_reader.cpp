@@ -35,7 +35,7 @@ PartialReader::Outcome PartialReader::readOnce() {
     SceneParser parser(m_text, {m_options.maxDepth, m_options.maxNodes}, *m_tree, errors);
     parser.leaveOut(m_gaps);
     parser.parse();
-    // They come last, as parts know the errors that were found in them by number.
+    // Added last, because parts refer to their errors by number.
     errors.addFaultyBytes();
     const u64 before = m_lines.size();
     if (!addFaultyParts(errors)) return Outcome::Hopeless;
@@ -50,7 +50,7 @@ PartialReader::Outcome PartialReader::readOnce() {
     return checked.empty() ? Outcome::Clean : Outcome::FoundMore;
 }
 
-// Parts that the parser gave up, and those that hold any other error.
+// Adds the parts that the parser gave up, and those that contain any other error.
 bool PartialReader::addFaultyParts(const TextErrors& errors) {
     std::vector<bool> isTold(errors.size());
     for (const TextGaps::Part& part : m_gaps.parts) {
@@ -61,7 +61,7 @@ bool PartialReader::addFaultyParts(const TextErrors& errors) {
         for (u64 i = part.firstError; i < part.endOfErrors; ++i)
             isTold[i] = true;
     }
-    // Innermost parts are looked for by where they start.
+    // The order lets `addPartAt` search the innermost part by its start.
     std::ranges::stable_sort(m_gaps.parts, [](const TextGaps::Part& a, const TextGaps::Part& b) {
         return a.first != b.first ? a.first < b.first : a.last > b.last;
     });
@@ -91,7 +91,7 @@ bool PartialReader::addChecked(const TextErrors& errors) {
     return true;
 }
 
-// Finds the innermost part that holds an error.
+// Adds the innermost part that contains an error.
 bool PartialReader::addPartAt(const Error& error) {
     auto part = std::ranges::upper_bound(m_gaps.parts, error.offset, {}, &TextGaps::Part::first);
     while (part != m_gaps.parts.begin()) {
@@ -104,8 +104,8 @@ bool PartialReader::addPartAt(const Error& error) {
     return false;
 }
 
-// A brace that is added behind a line which takes it for its own would be missing once more when
-// the text is read again: such a node is left out as a whole.
+// Adds nodes whose missing '}' would be swallowed by an omitted line in front of it. The brace
+// would be missing again in the next text, so the whole node stays unread.
 void PartialReader::addUnclosedNodes() {
     u64 end = 0;
     auto line = m_lines.begin();
@@ -149,7 +149,7 @@ bool PartialReader::isLeftOut(u64 offset) const {
     return behind != m_gaps.lines.begin() && offset < std::prev(behind)->last;
 }
 
-// Puts all that is left out in order; what is inside of something else goes with it.
+// Sorts all gaps and merges those inside of others into them.
 void PartialReader::sortGaps() {
     std::ranges::stable_sort(m_lines, [](const Line& a, const Line& b) {
         const auto& [first, last] = a.place;

@@ -9,26 +9,27 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Reads what can be read of a scene text that has errors.
+/// Reads the parts of a scene text that have no errors.
 ///
-/// The text is read again and again, each time without the lines and references that were wrong
-/// before, until nothing is wrong: that takes a few times, whatever the text, as what is left out
-/// can only be missed by links and connections.
+/// Reads the text repeatedly, each time without the lines and references found wrong before, until
+/// no error is left. This takes few rounds for any text, because only links and connections can
+/// miss an omitted part.
 class PartialReader {
 public:
-    /// Borrows all.
+    /// Borrows all arguments.
     PartialReader(Scene& scene, std::string_view text, const ReadOptions& options)
         : m_scene(scene), m_text(text), m_options(options) {}
 
-    /// False when no node can be read, or the text is no scene's.
+    /// Returns false when no node can be read, or the text is not scene text.
     [[nodiscard]] bool read();
-    /// Returns all that was read, after `read`.
+    /// Returns the tree of all parts that were read; call after `read`.
     [[nodiscard]] SceneTree& tree() noexcept { return *m_tree; }
-    /// Returns how many lines, blocks and references were left out, and braces added.
+    /// Returns the number of omitted lines, blocks and references, and of added braces.
     [[nodiscard]] u64 gapCount() const noexcept {
         return m_lines.size() + m_references.size() + m_gaps.unclosed.size();
     }
-    /// Appends a diagnostic for each, in the order of the text, at most as many as are asked for.
+    /// Appends a diagnostic for each gap, in the order of the text, up to the number in the
+    /// options.
     void report(Diagnostics& out);
 
 private:

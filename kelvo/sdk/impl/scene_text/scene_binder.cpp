@@ -13,7 +13,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Tells whether the value that the text gives, if any, may stand in a buffer bound to a type.
+// Tells whether the input's value, if it has one, fits a buffer of this type.
 bool takesType(const TreeInput& input, DataType type) {
     if (input.type != AttrType::Buffer) return input.type == AttrType::Array;
     if (input.value.isNull()) return true;
@@ -52,7 +52,7 @@ void SceneBinder::bindInputs(const TreeNode& node) {
     }
 }
 
-// Mostly the text has the inputs in the order of the definition.
+// Inputs of the text usually follow the order of the definition, so the search starts there.
 template<typename Holder>
 void SceneBinder::bindList(u32 first, const Holder& parent,
                            const ds::Vector<interfaces::IInput*>& known) {
@@ -73,7 +73,7 @@ void SceneBinder::bindList(u32 first, const Holder& parent,
     }
 }
 
-// An input of another kind than the definition's shares its name alone.
+// Ignores a definition of another kind: only its name agrees with the input's.
 void SceneBinder::bindInput(u32 index, const Input& definition) {
     TreeInput& input = m_tree.inputs[index];
     if (input.type != definition.type()) return;
@@ -85,7 +85,7 @@ void SceneBinder::bindInput(u32 index, const Input& definition) {
     if (input.boundType == DataType::Null && takesType(input, declared)) input.boundType = declared;
 }
 
-// Moves the outputs of a node over, those that the text leaves out at their place among them.
+// Moves the outputs of a node, with the omitted ones of its definition at their places among them.
 void SceneBinder::addOutputs(TreeNode& node, std::vector<TreeOutput>& to) {
     const u32 first = node.firstOutput;
     const u32 count = node.outputCount;

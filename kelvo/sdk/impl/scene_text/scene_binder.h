@@ -9,8 +9,8 @@ namespace qv::kelvo_sdk::impl {
 class Node;
 class Scene;
 
-/// Finds what the libraries of a scene know of the nodes of a tree: their definitions, those of
-/// their inputs at any depth, and the outputs that the text leaves out, which are added.
+/// Binds the nodes of a tree to the scene's libraries: finds the definitions of nodes and of inputs
+/// at any depth, and adds the outputs that the text omits.
 class SceneBinder {
 public:
     /// Borrows both.
@@ -29,13 +29,13 @@ private:
 
     SceneTree& m_tree;
     const Scene& m_scene;
-    // By the names of types that were looked up.
+    // Indexed by the names of types.
     struct Known {
         bool isLookedUp = false;
         const Node* definition = nullptr;
     };
     std::vector<Known> m_known;
-    // Objects whose members are still to be bound.
+    // Objects whose members still have to be bound.
     std::vector<u32> m_open;
 };
 

@@ -20,7 +20,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Lets observers that care take the whole text as one change.
+// Lets observers treat the whole text as one change.
 class EditGroup {
 public:
     explicit EditGroup(Scene& scene) : m_scene(scene) { m_scene.beginEditGroup(); }
@@ -54,7 +54,7 @@ SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : SceneBuilder(tree) {
 SceneBuilder::SceneBuilder(SceneTree& tree)
     : m_tree(tree), m_inputs(tree.inputs.size()), m_outputs(tree.outputs.size()) {}
 
-// The ends of nodes that did not come in are not the scene's.
+// Detaches nodes that were not added, so that destroying them does not involve the scene.
 SceneBuilder::~SceneBuilder() {
     if (!m_scene || m_isDone) return;
     for (const RefersTo<Node>& node : m_nodes)
@@ -85,7 +85,7 @@ void SceneBuilder::build() {
     }
 }
 
-// All of it or, when there is no memory, nothing.
+// Adds all nodes or, when memory runs out, none. Notifications are held back.
 void SceneBuilder::addUnheard() {
     const auto start = NewsHold::mark();
     try {
@@ -124,7 +124,7 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
     return node;
 }
 
-// The text's word on bases overrides the definition.
+// Bases in the text override those of the definition.
 void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     const Node* definition = from.definition;
     if (definition) {
@@ -141,7 +141,7 @@ void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     if (definition) node.initLibInfo(definition->library());
 }
 
-// The node has all but its links and connections, and is of the scene without being in it.
+// Call when the node has all but its links and connections; it knows the scene but is not in it.
 void SceneBuilder::initialise(const TreeNode& from, Node& node) {
     for (u32 i = from.firstInput; i < m_inputs.size() && m_inputs[i]; ++i)
         m_heldInputs.emplace_back(m_inputs[i]);
@@ -151,7 +151,8 @@ void SceneBuilder::initialise(const TreeNode& from, Node& node) {
     m_scene->initialise(node);
 }
 
-// Libraries may let go, when they initialise nodes, of what the text leads to outside of it.
+// Keeps link and connection targets outside the text alive: libraries may drop the last references
+// to them when they initialise nodes.
 void SceneBuilder::holdKnown() {
     for (const TreeLink& link : m_tree.links)
         if (link.known) m_heldNodes.emplace_back(link.known);
@@ -203,8 +204,8 @@ void SceneBuilder::link(const TreeLink& from) {
     if (startsHere) setLink(input, target);
 }
 
-// Read-only inputs and those that take few choices are linked too: that is how they were written.
-// An input that a library removed when its node was made stays out.
+// Links read-only inputs and those with few choices too, because they were written so. Skips an
+// input that a library removed when its node was initialised.
 void SceneBuilder::setLink(Input& input, INode* target) {
     if (!input.m_node) return;
     EditStep step(input.m_node);
@@ -217,7 +218,7 @@ void SceneBuilder::setLink(Input& input, INode* target) {
     input.changed(std::move(before));
 }
 
-// Loops and kinds were checked for the whole text at once.
+// Loops and kinds need no check here; they were checked for the whole text at once.
 void SceneBuilder::connect(const TreeConnection& from) {
     Input& input = *m_inputs[from.input];
     IOutput* output = from.target != noTreeIndex ? m_outputs[from.output] : from.known;
@@ -230,7 +231,7 @@ void SceneBuilder::connect(const TreeConnection& from) {
     input.m_node->onInputConnected(&input, nullptr, output);
 }
 
-// The last of all, as comments that came in would be in the way of what is taken back.
+// Call last: comments that were already merged would hinder taking nodes back.
 void SceneBuilder::addComments() {
     SceneComments comments;
     using Unchecked = Comments::Unchecked;
@@ -261,7 +262,7 @@ void SceneBuilder::addComments() {
     step.commit();
 }
 
-// Returns those of the scene with the text's.
+// Returns the comments of the scene with those of the text added.
 Comments SceneBuilder::fileComments() {
     const Comments& added = m_tree.file;
     Comments file = m_scene->comments().file();
@@ -279,7 +280,7 @@ Comments SceneBuilder::fileComments() {
     return file;
 }
 
-// Removes what was added. What observers throw now is lost: there is an exception on its way.
+// Removes the added nodes. Drops exceptions of observers, since another one is on its way.
 void SceneBuilder::takeBack(u64 start) noexcept {
     History& history = m_scene->history();
     if (history.isRecording()) return history.takeBack(start);

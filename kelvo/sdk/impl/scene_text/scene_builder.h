@@ -13,18 +13,18 @@ class Node;
 class Output;
 class Scene;
 
-/// Makes the nodes of a checked tree and adds them to a scene, all or, when something throws, none.
+/// Makes the nodes of a checked tree and adds them to a scene; when something throws, adds none.
 ///
-/// Nodes are built whole but for links and connections before the scene sees the first. Then links
-/// and connections are made, as edits. When all of it is done everyone hears of it, in this order.
+/// Builds nodes completely, except for links and connections, before the scene gets the first one.
+/// Then makes links and connections, as edits. Notifies observers last, in the same order.
 ///
 ///     Nodes      scene_builder.cpp          heads, outputs, links, connections, comments
-///     Inputs     scene_builder_inputs.cpp   values, notes, members, what a text leaves out
+///     Inputs     scene_builder_inputs.cpp   values, annotations, members, omitted attributes
 class SceneBuilder {
 public:
-    /// Borrows both; the tree's values move into the scene.
+    /// Borrows both; moves the tree's values into the scene.
     SceneBuilder(SceneTree& tree, Scene& scene);
-    /// For nodes made one by one.
+    /// Makes nodes one by one, without a scene.
     explicit SceneBuilder(SceneTree& tree);
     ~SceneBuilder();
     SceneBuilder(const SceneBuilder&) = delete;
@@ -36,11 +36,11 @@ public:
 
     /// Returns a node of the type and name, without attributes.
     [[nodiscard]] RefersTo<Node> makeEmptyNode(const TreeNode& from) const;
-    /// Append a copy of an attribute of another node, unheard.
+    /// Append a copy of an attribute of another node, without notifications.
     static void addCopy(const interfaces::IInput& input, Node& node);
     static void addCopy(const interfaces::IOutput& output, Node& node);
     void makeAttributes(const TreeNode& from, Node& node);
-    /// Return what was made of an attribute of the tree, null for none.
+    /// Return the attribute made for one of the tree, null for none.
     [[nodiscard]] const Input* input(u32 index) const { return m_inputs[index]; }
     [[nodiscard]] const Output* output(u32 index) const { return m_outputs[index]; }
 
@@ -70,16 +70,16 @@ private:
     // Null when there is none.
     Scene* m_scene = nullptr;
     bool m_isDone = false;
-    // By their positions in the tree.
+    // Indexed by positions in the tree.
     std::vector<RefersTo<Node>> m_nodes;
     std::vector<Input*> m_inputs;
     std::vector<Output*> m_outputs;
-    // Libraries may remove these when they initialise nodes; held until links and connections are
-    // made.
+    // Keep attributes and nodes alive until links and connections are made: libraries may remove
+    // them when they initialise nodes.
     std::vector<RefersTo<INode>> m_heldNodes;
     std::vector<RefersTo<interfaces::IInput>> m_heldInputs;
     std::vector<RefersTo<interfaces::IOutput>> m_heldOutputs;
-    // Arrays and objects of the node that is made which get what they hold yet.
+    // Arrays and objects of the current node whose elements or members are still to be made.
     struct Unfilled {
         u32 from;
         Input* input;

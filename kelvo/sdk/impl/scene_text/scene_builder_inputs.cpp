@@ -19,7 +19,7 @@ bool isSilent(TreeSilence silence, bool inherited) {
     return silence == TreeSilence::Inherited ? inherited : silence == TreeSilence::Silent;
 }
 
-// Without limits nobody knows whether the mark is needed.
+// Without limits, whether the mark is needed remains unknown.
 Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
     using Unchecked = Comments::Unchecked;
     const bool isSaid = extras && extras->isUnchecked;
@@ -46,7 +46,7 @@ void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
                   appendToList(node.m_inputs, input.get());
                   std::ignore = input.detach();
               });
-    // Containers inside each other take no stack.
+    // A list instead of recursion: nested containers take no stack.
     while (!m_unfilled.empty()) {
         const Unfilled next = m_unfilled.back();
         m_unfilled.pop_back();
@@ -64,8 +64,8 @@ void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent)
               [&](RefersTo<Input> input) { parent.adoptMember(input.detach()); });
 }
 
-// Adds the inputs of a list of the text, with those of the definition that it leaves out at their
-// places among them.
+// Adds the inputs of a list of the text, and the omitted ones of its definition at their places
+// among them.
 template<typename Add>
 void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& node, Input* parent,
                              const Add& add) {
@@ -116,7 +116,7 @@ AttrData SceneBuilder::dataOf(TreeInput& from, const Input* parent) const {
     data.silent =
         isSilent(from.silent, definition ? definition->isSilent() : parent && parent->isSilent());
     data.readOnly = from.readOnly || (definition && definition->hasReadOnlyMark());
-    // A node's is looked at again when links are made.
+    // Links stay in the tree, because making them reads these values again.
     if (from.type == AttrType::Node)
         data.value = from.value;
     else

@@ -15,7 +15,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Looking for a near name may take no longer than reading.
+// Bounds the search for similar names, which may take no longer than reading.
 constexpr u64 kMostCandidates = 100'000;
 
 bool kindsFit(AttrType from, DataType fromElements, const TreeInput& to) {
@@ -97,7 +97,7 @@ void SceneChecker::checkKinds(const TreeConnection& connection, AttrType type, D
              typeText(input.type, input.boundType) + ".");
 }
 
-// Sorts the outputs of each node, so that several of one name stay in order.
+// Sorts the outputs of each node stably: equal names keep their order.
 void SceneChecker::sortOutputs() {
     const NamePool& names = m_tree.names;
     m_byName.resize(m_tree.outputs.size());
@@ -140,13 +140,13 @@ String SceneChecker::unknownNode(u32 name) const {
     SpellingSuggestion near(wanted.view());
     for (u32 i = 0; i < std::min<u64>(m_tree.nodes.size(), kMostCandidates); ++i)
         if (m_tree.nodes[i].name != noTreeIndex) near.offer(m_tree.nodeName(i).view());
-    // The nodes' own texts outlive the handles on them.
+    // The texts of names belong to the nodes and outlive these handles.
     for (u64 i = 0; i < std::min(m_scene.nodeCount(), kMostCandidates); ++i)
         near.offer(m_scene.node(i)->name().view());
     return "Unknown node '" + wanted + "'" + near.question();
 }
 
-// A text's node is looked for by name, one of the scene is given.
+// Takes a node of the scene as `known`; looks a node of the text up by name when that is null.
 String SceneChecker::unknownOutput(const TreeConnection& connection, const INode* known) const {
     if (!m_errors.wantsMessage()) return {};
     String wanted = m_tree.names.text(connection.sourceOutput);
@@ -158,18 +158,18 @@ String SceneChecker::unknownOutput(const TreeConnection& connection, const INode
         for (u64 i = 0; i < std::min<u64>(owner.outputCount, kMostCandidates); ++i)
             near.offer(m_tree.names.text(m_tree.outputs[owner.firstOutput + i].name).view());
     }
-    // The outputs' own texts outlive the handles on them.
+    // The texts of names belong to the outputs and outlive these handles.
     for (u64 i = 0; known && i < std::min(known->outputCount(), kMostCandidates); ++i)
         near.offer(known->output(i)->name().view());
     return "The node '" + m_tree.names.text(connection.sourceNode) + "' has no output '" + wanted +
            "'" + near.question();
 }
 
-// Follows the siblings down: what an input holds has the numbers between its own and that of the
-// next sibling.
+// Descends from sibling to sibling: the parts of an input have numbers between its own and that of
+// its next sibling.
 String SceneChecker::inputPath(const TreeConnection& connection) const {
     StringIO path;
-    // A slip may have left the node without a name.
+    // The node has no name when an error kept it from being read.
     if (m_tree.nodes[connection.node].name != noTreeIndex)
         path.append(m_tree.nodeName(connection.node).view());
     u32 at = m_tree.nodes[connection.node].firstInput;
@@ -197,7 +197,7 @@ String SceneChecker::sourcePath(const TreeConnection& connection) const {
            m_tree.names.text(connection.sourceOutput);
 }
 
-// A name may be unknown because of an earlier error.
+// Ignores the name if an earlier error may be the reason why it is unknown.
 void SceneChecker::failUnknown(u64 offset, u32 node, String message) {
     if (!m_namesAreMissing) fail(offset, node, std::move(message));
 }

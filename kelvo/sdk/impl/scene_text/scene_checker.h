@@ -9,12 +9,12 @@ using interfaces::INode;
 
 class Scene;
 
-/// Checks what the parts of a tree say of each other, and finds what they name: nodes of the text,
-/// else of the scene, by name without regard to case; outputs by exact name, else without regard to
-/// case. Connections must convert and close no loop. Takes linear time but for sorting names.
+/// Checks the parts of a tree against each other and resolves names. Nodes are looked up in the
+/// text, then in the scene, without regard to case; outputs by exact name, then without regard to
+/// case. Connections must convert and close no loop. Takes linear time except for sorting names.
 class SceneChecker {
 public:
-    /// Borrows everything. With `namesAreMissing` nothing is said of unknown names.
+    /// Borrows all arguments. With `namesAreMissing`, unknown names are not reported.
     SceneChecker(SceneTree& tree, Scene& scene, TextErrors& errors, bool namesAreMissing);
 
     void check();
@@ -45,7 +45,7 @@ private:
     std::vector<u32> m_byName;
     std::vector<u32> m_byFolded;
 
-    // The search for loops: connections by the node they feed, and the chain that is followed now.
+    // State of the search for loops: connections by the node they feed, and the current chain.
     enum class Mark : u8 { New, Open, Done };
     struct Step {
         u32 node;

@@ -2,8 +2,8 @@
 
 #include "kelvo/base/string_io.h"
 
-// Loops of connections: what a node is fed by may not be fed by the node itself. Nodes of the scene
-// know nothing of the text, so that loops lie inside of it.
+// Finds loops of connections: no node may depend on itself. Nodes of the scene cannot depend on
+// those of the text yet, so a loop lies in the text alone.
 namespace qv::kelvo_sdk::impl {
 
 void SceneChecker::checkLoops() {
@@ -25,7 +25,7 @@ void SceneChecker::checkLoops() {
     }
 }
 
-// Follows the connections upstream without recursion.
+// Follows connections upstream without recursion.
 void SceneChecker::checkLoopsFrom(u32 node) {
     m_chain.assign(1, {node, m_firstOf[node], noTreeIndex});
     m_marks[node] = Mark::Open;
@@ -47,8 +47,8 @@ void SceneChecker::checkLoopsFrom(u32 node) {
     }
 }
 
-// The chain from its last node back to the one that feeds it is the loop, in the direction in which
-// values flow.
+// The loop is the chain from its last node back to the node that feeds it, which is the direction
+// in which values flow.
 void SceneChecker::reportLoop(u32 closing) {
     const TreeConnection& last = m_tree.connections[closing];
     if (!m_errors.wantsMessage()) return fail(last.offset, last.node, String());

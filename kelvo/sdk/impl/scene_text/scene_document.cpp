@@ -9,7 +9,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-/// Writes the records as scenes write their nodes. Takes no stack for what is nested.
+/// Writes the records in the form in which scenes write their nodes. Nested records take no stack.
 class DocumentWriter {
 public:
     explicit DocumentWriter(StringIO& out) : m_lines(out) {}
@@ -110,7 +110,6 @@ private:
     }
 
     void end(const Part& part) {
-        m_lines.endContent();
         if (!part.attr->source.empty()) m_lines.beginSource().append(part.attr->source);
         writeNotes(*part.attr);
         if (part.isElement)
@@ -131,7 +130,7 @@ private:
     std::vector<Part> m_open;
 };
 
-// Without the end of the last line, which a text alone does not need.
+// Takes the text without the end of its last line, which a record does not have.
 String taken(StringIO& out) {
     if (out.view().ends_with('\n')) out.truncate(out.size() - 1);
     return out.take();

@@ -11,11 +11,11 @@
 #include <string_view>
 #include <vector>
 
-// A scene as its text lists it, for comparing, patching and merging: plain records whose texts are
+// A scene as a list of records for comparing, patching and merging. The texts of the records are
 // pieces of scene text (docs/scene-text.md has the grammar).
 namespace qv::kelvo_sdk::impl {
 
-/// The comments around one thing; see `Comments`.
+/// The comments around a node or attribute; see `Comments`.
 struct DocComments {
     std::string_view leading;
     std::string_view opening;
@@ -28,7 +28,7 @@ struct DocComments {
     friend bool operator==(const DocComments&, const DocComments&) = default;
 };
 
-/// A note behind a value: "@min" and "0", "@label "de"" and ""Höhe"", "@readonly" and nothing.
+/// An annotation: "@min" and "0", "@label "de"" and ""Höhe"", "@readonly" and an empty text.
 struct DocNote {
     std::string_view name;
     std::string_view text;
@@ -36,14 +36,14 @@ struct DocNote {
     friend bool operator==(const DocNote&, const DocNote&) = default;
 };
 
-/// An input, member, element or output. Elements have no name, and a kind where they name their
-/// own.
+/// An input, member, element or output. Elements have no name, and a kind only if the text states
+/// it.
 struct DocAttr {
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
     std::string_view kind;
     std::string_view name;
-    /// Empty for what holds others.
+    /// Empty for arrays and objects.
     std::string_view value;
     std::string_view source;
     std::vector<DocNote> notes;
@@ -57,10 +57,10 @@ struct DocAttr {
 
 struct DocNode {
     std::string_view type;
-    /// As "geometry, object".
+    /// The text between ':' and the name, such as "geometry, object".
     std::string_view bases;
     std::string_view name;
-    /// As "@abstract @internal".
+    /// The text behind the name, such as "@abstract @internal".
     std::string_view flags;
     const DocComments* comments = nullptr;
     std::vector<DocAttr> inputs;
@@ -76,31 +76,31 @@ public:
     SceneDocument(const SceneDocument&) = delete;
     SceneDocument& operator=(const SceneDocument&) = delete;
 
-    /// Arrays and objects of a document are nested at most so deep, some levels more than those of
-    /// a text: comparing and merging go from attribute to member by recursion.
+    /// Arrays and objects of a document nest at most this deep, a little deeper than those of a
+    /// text, because comparing and merging recurse from attribute to member.
     static constexpr u32 maxDepth = 256;
 
     DocComments file;
     std::vector<DocNode> nodes;
 
-    /// Takes off the blank line behind the header: it belongs to that, whatever comes next.
+    /// Removes the blank line behind the header, which belongs to the header.
     void joinHeader();
 
-    /// Read what `textOf` gave, whole; empty when it is no such text.
+    /// Read a text that `textOf` returned, as a whole; empty for any other text.
     [[nodiscard]] std::optional<DocNode> parseNode(String text);
     [[nodiscard]] std::optional<DocAttr> parseInput(String text);
     [[nodiscard]] std::optional<DocAttr> parseOutput(String text);
     [[nodiscard]] std::optional<DocAttr> parseElement(String text, AttrType elementType);
-    /// Gives an attribute another kind; false when the text is none.
+    /// Gives an attribute another kind; false when the text is not a kind.
     [[nodiscard]] bool setKind(DocAttr& attr, String text);
-    /// Reads notes as they stand behind a value, one space between them.
+    /// Reads the annotations behind a value, separated by single spaces.
     [[nodiscard]] std::optional<std::vector<DocNote>> parseNotes(String text, AttrType type);
-    /// Tell whether a text is one value, one source, or what stands behind a note's name.
+    /// Tell whether a text is one value, one source, or the content of an annotation.
     [[nodiscard]] static bool isValue(std::string_view text, AttrType type);
     [[nodiscard]] static bool isSource(std::string_view text);
     [[nodiscard]] static bool isNote(const DocNote& note, AttrType type);
 
-    /// Keep a text, or comments, as long as the document lives.
+    /// Keep a text or comments until the document is destroyed.
     std::string_view keep(String text);
     const DocComments* keep(const DocComments& comments);
 
@@ -114,25 +114,25 @@ private:
     std::deque<DocComments> m_comments;
 };
 
-/// Stands for the comments of what has none.
+/// The comments of a record that has none.
 extern const DocComments noComments;
 
 [[nodiscard]] inline const DocComments& commentsOf(const DocComments* comments) noexcept {
     return comments ? *comments : noComments;
 }
 
-/// Tells whether two say the same, comments included.
+/// Tells whether two records are equal, comments included.
 [[nodiscard]] bool isSame(const DocAttr& a, const DocAttr& b) noexcept;
 [[nodiscard]] bool isSame(const DocNode& a, const DocNode& b) noexcept;
 [[nodiscard]] bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept;
 [[nodiscard]] bool isSame(const SceneDocument& a, const SceneDocument& b) noexcept;
 
-/// Lets nothing stand for an empty text.
+/// Returns no value for an empty text.
 [[nodiscard]] inline std::optional<String> textOrNone(std::string_view text) {
     return text.empty() ? std::optional<String>() : String(text);
 }
 
-/// Returns notes as they stand behind a value.
+/// Returns annotations in the form that they have behind a value.
 [[nodiscard]] String notesText(const std::vector<DocNote>& notes);
 
 } // namespace qv::kelvo_sdk::impl

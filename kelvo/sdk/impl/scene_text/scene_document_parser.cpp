@@ -10,10 +10,10 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// As deep as scenes are compared, so that what is compared can be patched.
+// As deep as scenes are compared, so that every compared scene can be patched.
 constexpr ParseLimits kLimits{.depth = SceneDocument::maxDepth};
 
-// Goes behind a text in quotes.
+// Moves behind a quoted text.
 bool skipQuoted(TextLexer& lexer) {
     const std::string_view rest = lexer.rest();
     if (!rest.starts_with('"')) return false;
@@ -35,7 +35,7 @@ bool skipBuffer(TextLexer& lexer) {
     return true;
 }
 
-// Goes behind a number, a list of numbers, or a name.
+// Moves behind a number, a list of numbers, or a name.
 bool skipWord(TextLexer& lexer) {
     const u64 start = lexer.offset();
     u64 open = 0;
@@ -91,7 +91,7 @@ void DocumentParser::endNode(TreeNode& /*node*/, Comments&& comments) {
     m_open.comments = keptComments(std::move(comments));
     m_open.inputs = takeMembers(m_inputs.size());
     m_nodes.push_back(std::move(m_open));
-    m_tree.inputs.clear(); // No input is asked for any more.
+    m_tree.inputs.clear(); // No function asks for earlier inputs.
 }
 
 // ---- Attributes ----------------------------------------------------------------------------
@@ -138,7 +138,7 @@ void DocumentParser::addSource(u32 /*input*/, const Source& source) {
 
 // ---- Values and notes ----------------------------------------------------------------------
 
-// The tree does not need to know names: nobody looks for them.
+// Leaves the names out of the tree, because nothing looks them up.
 bool DocumentParser::parseName(u32& name) {
     name = noTreeIndex;
     return !m_lexer.identifier().empty() || failExpecting("a name");
@@ -216,7 +216,7 @@ std::optional<DocAttr> DocumentParser::loneElement(AttrType elementType) {
     return loneAttr(parseElement(element, elementType));
 }
 
-// Reads the rest of an attribute on a level of its own.
+// Reads the rest of an attribute that has a level of its own.
 std::optional<DocAttr> DocumentParser::loneAttr(Read read) {
     while (read == Read::Opened && m_levels.size() > 1)
         goOn();

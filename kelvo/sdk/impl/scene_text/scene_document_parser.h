@@ -5,7 +5,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The tree that a `DocumentParser` needs while it reads, and the error that ends it.
+/// The tree that a `DocumentParser` needs while it reads, and the errors that end reading.
 struct DocumentScratch {
     explicit DocumentScratch(std::string_view text) : errors(text, 1) {}
 
@@ -13,15 +13,15 @@ struct DocumentScratch {
     TextErrors errors;
 };
 
-/// Takes pieces of scene text apart into records of a document. The grammar is that of
-/// `SceneParser`; of values only their ends are looked for, as readers of scene text check them. A
-/// function that answers false or nothing found something else.
+/// Splits pieces of scene text into records of a document. Uses the grammar of `SceneParser`, but
+/// only finds the ends of values, because readers of scene text check them. Functions return false
+/// or nothing for any other text.
 class DocumentParser : private DocumentScratch, public SceneParser {
 public:
-    /// The text has to live as long as the document.
+    /// The text must live as long as the document.
     DocumentParser(SceneDocument& document, std::string_view text);
 
-    // The whole of the text.
+    // Read the whole text.
 
     std::optional<DocNode> loneNode();
     std::optional<DocAttr> loneInput();
@@ -43,7 +43,7 @@ private:
     void endNode(TreeNode& node, Comments&& comments) override;
     void endInput(Item& item, Level* closed, bool isRead) override;
     void endOutput(TreeOutput& output, const TreeKind& kind, Comments&& comments) override;
-    // Scenes are compared with all that they have.
+    // Duplicates are kept: scenes are compared with everything that they have.
     void checkDuplicates(const Body&) override {}
     void checkDuplicateOutputs(const TreeNode&) override {}
 
@@ -60,9 +60,9 @@ private:
     std::vector<DocNode> m_nodes;
     // The node that is being read: its head, and its outputs so far.
     DocNode m_open;
-    // Inputs that were read; the last ones are members of the input that is being read.
+    // Inputs read so far; the last ones are members of the current input.
     std::vector<DocAttr> m_inputs;
-    // Behind the value that was read last.
+    // The source and annotations behind the last value.
     std::string_view m_source;
     std::vector<DocNote> m_notes;
 };

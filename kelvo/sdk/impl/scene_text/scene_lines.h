@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The parts that the text of a node consists of, in the order in which they stand.
+/// The parts of a node's text, in their order.
 enum class TextPart : u8 {
     // Comments.
     Leading,
@@ -16,52 +16,62 @@ enum class TextPart : u8 {
     Inner,
     // Lines that could not be read.
     Unread,
-    // Of the head of a node.
+    // The head of a node.
     NodeType,
     NodeBases,
     NodeName,
     NodeBody,
     NodeEnd,
-    // Of inputs, elements and outputs, which begin with their kinds.
+    // Inputs, elements and outputs, which begin with their kinds.
     Input,
     Element,
     Output,
     Name,
+    // Of elements alone: that of inputs stands behind their name.
     Content,
-    ContentEnd,
     Source,
     Note,
     Translation,
     End,
 };
 
-/// Where a part begins in the text that is being written.
+/// The start of a part in the text that is being written.
 struct TextMark {
     TextPart part;
-    /// Of inputs, elements and outputs.
+    /// For inputs, elements and outputs.
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
     u64 at = 0;
-    /// A comment, without indentation, of an end the one behind it; or a name.
+    /// A comment without indentation (for ends, the comment behind), or a name.
     std::string_view text = {};
 };
 
 /// The layout of scene text (docs/scene-text.md has the grammar): heads, lines, lists, blocks and
-/// annotations. Callers write the kinds, values and names that stand in them.
+/// annotations. Callers write the kinds, values and names in them.
 class SceneLines {
 public:
-    /// Borrows the text; `marks`, null for none, gets the places of its parts.
+    /// Borrows the text and `marks`, which gets the places of its parts; null for none.
     explicit SceneLines(StringIO& out, std::vector<TextMark>* marks = nullptr) noexcept
         : m_out(out), m_marks(marks) {}
 
     [[nodiscard]] StringIO& out() noexcept { return m_out; }
 
+    /// Stand in front of values and of sources.
+    static constexpr std::string_view equals = " = ";
+    static constexpr std::string_view arrow = " <- ";
+
     // ---- Lines -----------------------------------------------------------------------------
 
-    /// Lines that are nested deeper, where no reader goes, begin at the margin: the size of the
-    /// text would grow with the square of the depth.
+    /// Deeper lines, which no reader accepts, begin at the margin; otherwise the size of the text
+    /// would grow with the square of the depth.
     static constexpr u32 maxIndent = 256;
-    void indent(u32 depth) { m_out.appendRepeated(' ', depth <= maxIndent ? 4 * depth : 0); }
+    void indent(u32 depth) {
+        constexpr std::string_view few = "                ";
+        if (4 * depth <= few.size())
+            m_out.append(few.substr(0, 4 * depth));
+        else if (depth <= maxIndent)
+            m_out.appendRepeated(' ', 4 * depth);
+    }
     /// Writes comment lines.
     void writeLines(std::string_view lines, u32 depth) {
         if (!lines.empty()) indentAll(lines, depth);
@@ -71,7 +81,7 @@ public:
         if (!comment.empty()) m_out.append(' ').append(comment);
         m_out.append('\n');
     }
-    /// Write the comments of a thing: before it, behind its '{', before its '}'.
+    /// Write the comments of a node or attribute: before it, behind its '{', before its '}'.
     void writeLeading(std::string_view lines, u32 depth) {
         writeComment(TextPart::Leading, lines);
         writeLines(lines, depth);
@@ -85,7 +95,7 @@ public:
         writeLines(lines, depth);
     }
 
-    /// Writes whole lines as they are, which could not be read.
+    /// Writes lines that could not be read, unchanged.
     void writeUnread(std::string_view lines) {
         writeComment(TextPart::Unread, lines);
         m_out.append(lines);
@@ -102,7 +112,7 @@ public:
         m_out.append(" : ");
         return begin(TextPart::NodeBases);
     }
-    /// A name in quotes is to follow.
+    /// Begins the name; the caller then writes it in quotes.
     StringIO& beginNodeName() {
         m_out.append(' ');
         return begin(TextPart::NodeName);
@@ -120,7 +130,7 @@ public:
 
     // ---- Inputs, elements, outputs ---------------------------------------------------------
 
-    /// Begin a line, or an element: its kind is to follow.
+    /// Begin a line or an element; the caller then writes its kind.
     StringIO& beginInput(AttrType type, AttrType elementType, u32 depth) {
         indent(depth);
         return begin(TextPart::Input, type, elementType);
@@ -142,41 +152,40 @@ public:
         if (m_marks) mark({.part = TextPart::Name, .at = m_out.size(), .text = name});
         m_out.append(name);
     }
-    /// Begin the content of an input or element; of a plain kind the value is to follow.
+    /// Begin the content of an input or element; for plain kinds the caller then writes the value.
     StringIO& beginInputContent(AttrType type) {
-        m_out.append(type == AttrType::Null     ? ""
-                     : type == AttrType::Object ? " {"
-                     : type == AttrType::Array  ? " = ["
-                                                : " = ");
-        return begin(TextPart::Content);
+        if (type == AttrType::Object)
+            m_out.append(' ');
+        else if (type != AttrType::Null)
+            m_out.append(equals);
+        open(type);
+        return m_out;
     }
     StringIO& beginElementContent(AttrType type) {
         begin(TextPart::Content);
-        return m_out.append(type == AttrType::Null     ? "null"
-                            : type == AttrType::Object ? "{"
-                            : type == AttrType::Array  ? "["
-                                                       : "");
+        if (type == AttrType::Null) m_out.append("null");
+        open(type);
+        return m_out;
     }
-    /// Close what the content of an array or object opened.
+    /// Close the content of an array or object.
     void closeArray() { m_out.append(']'); }
     void closeObject(std::string_view inner, u32 depth) {
         writeInner(inner, depth + 1);
         indent(depth);
         m_out.append('}');
     }
-    void endContent() { begin(TextPart::ContentEnd); }
-    /// The path of an output is to follow.
+    /// Begins the source; the caller then writes the path of an output.
     StringIO& beginSource() {
-        m_out.append(" <- ");
+        m_out.append(arrow);
         return begin(TextPart::Source);
     }
-    /// Writes the name of an annotation; its content, if it has any, is to follow.
+    /// Writes the name of an annotation; the caller then writes its content, if any.
     StringIO& beginNote(std::string_view name) {
         m_out.append(' ');
         if (m_marks) mark({.part = TextPart::Note, .at = m_out.size(), .text = name});
         return m_out.append(name);
     }
-    /// Stands between the language of an annotation and its text.
+    /// Separates the language of an annotation from its text.
     StringIO& beginTranslation() {
         m_out.append(' ');
         return begin(TextPart::Translation);
@@ -190,13 +199,17 @@ public:
     }
 
 private:
+    void open(AttrType type) {
+        if (type == AttrType::Object) m_out.append('{');
+        if (type == AttrType::Array) m_out.append('[');
+    }
     StringIO& begin(TextPart part, AttrType type = AttrType::Null,
                     AttrType elementType = AttrType::Null) {
         if (m_marks)
             mark({.part = part, .type = type, .elementType = elementType, .at = m_out.size()});
         return m_out;
     }
-    // Out of line, so that texts without marks pay for the question alone.
+    // Not inlined, so that texts without marks only pay for the test.
     [[gnu::noinline]] void mark(const TextMark& mark) { m_marks->push_back(mark); }
     void end(TextPart part, std::string_view trailing) {
         if (m_marks) mark({.part = part, .at = m_out.size(), .text = trailing});

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-// The annotations of scene text. Parser, writer and comparison all take them from this table.
+// The annotations of scene text, in one table for parser, writer and comparison.
 namespace qv::kelvo_sdk::impl {
 
 /// Annotations behind a value or in the head of a node, in the order in which they are written.
@@ -33,38 +33,38 @@ enum class Note : u32 {
 enum class NoteContent : u8 {
     Nothing,
     ElementType,
-    /// Of the kind of its line, or of a kind that it names.
+    /// Of the kind of the line, or of a kind that precedes it.
     Value,
     ValueList,
     Text,
-    /// A language and a text; the only annotations that may stand more than once.
+    /// A language and a text. Only such annotations may occur more than once.
     Translation
 };
 
 struct NoteRule {
     Note note;
-    /// With its '@'.
+    /// Includes the '@'.
     std::string_view name;
     NoteContent content = NoteContent::Nothing;
     bool onInputs = true;
     bool onOutputs = false;
     bool onNodes = false;
-    /// Only inputs that are buffers or arrays take it.
+    /// Allowed only on inputs that are buffers or arrays.
     bool onListsAlone = false;
 };
 
-/// All annotations: the row of a note is at its number.
+/// All annotations, indexed by `Note`.
 [[nodiscard]] std::span<const NoteRule> noteRules() noexcept;
 
 [[nodiscard]] const NoteRule& ruleOf(Note note) noexcept;
-/// Finds an annotation of inputs by its name, '@' included; null when there is none.
+/// Finds an annotation of inputs by its name with '@'; null when there is none.
 [[nodiscard]] const NoteRule* findInputNote(std::string_view name) noexcept;
 
 [[nodiscard]] inline std::string_view noteName(Note note) noexcept {
     return ruleOf(note).name;
 }
 
-/// Tells whether values follow the name, which may be links.
+/// Tells whether the annotation contains values, which may be links.
 [[nodiscard]] constexpr bool holdsValues(const NoteRule& rule) noexcept {
     return rule.content == NoteContent::Value || rule.content == NoteContent::ValueList;
 }

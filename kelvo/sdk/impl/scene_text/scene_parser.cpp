@@ -23,9 +23,9 @@ SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, Scene
 SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
                          TextErrors& errors, const TextForm& form)
     : m_lexer(text), m_limits(limits), m_form(form), m_tree(tree), m_errors(errors) {
-    // The names of the kinds come first, so that a kind is the number of its name.
-    // About as many as attributes of the usual length, so that most texts need no more.
+    // Reserves about as many inputs as lines of usual length, which is enough for most texts.
     m_tree.inputs.reserve(std::min<u64>(text.size() / 24, 1 << 16));
+    // Adds the names of the kinds first, so that the number of such a name is its kind.
     for (u32 type = 0; type < attrTypeCount; ++type)
         std::ignore = m_tree.names.add(attrTypeName(static_cast<AttrType>(type)));
     for (u32 type = 0; type < dataTypeCount; ++type) {
@@ -37,7 +37,7 @@ SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, Scene
 }
 
 void SceneParser::parse() {
-    std::ignore = m_lexer.accept("\xef\xbb\xbf"); // The mark that some editors put in front.
+    std::ignore = m_lexer.accept("\xef\xbb\xbf"); // The byte order mark of some editors.
     std::vector<UnreadLines>& unread = m_tree.file.unread;
     String leading = commentLines(unread);
     if (!parseHeader(leading)) return;
@@ -62,7 +62,7 @@ void SceneParser::parse() {
     m_tree.file.inner = std::move(leading);
 }
 
-// A text without the header line is a piece of one.
+// Accepts a text without header line as a fragment.
 bool SceneParser::parseHeader(String& leading) {
     const u64 start = m_lexer.offset();
     if (m_lexer.peekIdentifier() != "kelvo") return true;
@@ -83,7 +83,7 @@ bool SceneParser::parseHeader(String& leading) {
     m_lexer.skip(kVersion.size());
     m_tree.file.leading = std::move(leading);
     if (!endLine(m_tree.file.opening)) return false;
-    // The blank line behind the header belongs to it.
+    // The blank line behind the header belongs to the header.
     std::vector<UnreadLines>& unread = m_tree.file.unread;
     const u64 before = unread.size();
     leading = commentLines(unread);
@@ -109,7 +109,7 @@ bool SceneParser::parseNode(String&& leading) {
         if (!skipToBrace()) return false;
     }
     knowNode(node);
-    // Reserves the place: links refer to it.
+    // Reserves the place now, because links refer to it.
     m_tree.nodes.push_back(node);
     const bool isWhole = parseNodeBody(node, comments);
     endNode(node, std::move(comments));
@@ -196,7 +196,7 @@ bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
     checkDuplicateOutputs(node);
     comments.inner = std::move(body.inner);
     comments.unread = std::move(body.unread);
-    // A node without its closing brace ends where the next one starts.
+    // A node without its '}' ends where the next node starts.
     if (!isClosed) return !m_errors.full();
     return endLine(comments.trailing);
 }
@@ -221,8 +221,8 @@ void SceneParser::knowNode(const TreeNode& node) {
                         m_form.part.data(), static_cast<unsigned long long>(line)));
 }
 
-// Of several that are not closed only the innermost is told. Where it matters that much can be
-// read they end here.
+// Reports only the innermost of several blocks that lack their '}' here. When a text is read
+// partially, the block ends here instead.
 bool SceneParser::failUnclosed(Body& body, String&& leading) {
     const u64 offset = m_lexer.offset();
     const bool isTold = std::exchange(m_unclosedAt, offset) == offset;
@@ -239,7 +239,7 @@ bool SceneParser::failUnclosed(Body& body, String&& leading) {
     return true;
 }
 
-// A node may hold inputs of one name and different kinds; an object may not.
+// A node may have inputs of the same name and different kinds; an object may not.
 void SceneParser::checkDuplicates(const Body& body) {
     ++m_list;
     if (m_met.size() < m_tree.names.size()) m_met.resize(m_tree.names.size());

@@ -12,36 +12,36 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Limits of a reader, so that no text exhausts the machine.
+/// Limits of a reader, which keep a text from exhausting the machine.
 struct ParseLimits {
     u32 depth = 200;
     u64 nodes = 1'000'000;
 };
 
-/// How a text that is made of nodes differs from others like it.
+/// The differences between texts that consist of nodes.
 struct TextForm {
-    /// In the header line, behind "kelvo".
+    /// The word of the header line behind "kelvo".
     std::string_view header = "scene";
     std::string_view name = "scene text";
-    /// The keyword that a part starts with, and its name in messages.
+    /// The keyword that starts a part, and its name in messages.
     std::string_view part = "node";
-    /// Words that lines of a part start with, beside kinds.
+    /// Words besides kinds that start lines of a part.
     std::span<const std::string_view> words = {};
     std::string_view lineStarts = "a kind, 'output' or '}'";
-    /// A value outside of what its own notes allow is an error.
+    /// Makes a value outside of its own annotations an error.
     bool checksLimits = false;
 };
 
 /// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar). Derived
-/// parsers read texts of another form, or put what they read elsewhere.
+/// parsers read other forms of text, or store the result elsewhere.
 ///
 ///     File and nodes   scene_parser.cpp          header, nodes, bodies
 ///     Lines            scene_parser_lines.cpp    comments, ends of lines, going on after errors
 ///     Attributes       scene_parser_inputs.cpp   kinds, names, values, arrays, objects
-///     Annotations      scene_parser_notes.cpp    what stands behind a value
+///     Annotations      scene_parser_notes.cpp    sources and annotations behind a value
 ///
-/// A function that answers false has told what is wrong; whoever reads whole lines goes on with the
-/// next one. Arrays and objects inside each other take no stack.
+/// A function that returns false has reported the error; functions that read whole lines then go on
+/// with the next line. Nested arrays and objects take no stack.
 class SceneParser {
 public:
     /// Borrows everything; needs an empty tree.
@@ -51,21 +51,21 @@ public:
     SceneParser(const SceneParser&) = delete;
     SceneParser& operator=(const SceneParser&) = delete;
 
-    /// Keeps parts of the text unread, and tells the parts that it has; borrowed.
+    /// Omits the given parts of the text, and records the parts found; borrowed.
     void leaveOut(TextGaps& gaps) noexcept { m_gaps = &gaps; }
     /// Reads the whole text.
     void parse();
-    /// Tells whether an error kept a node or an output from being known by name.
+    /// Tells whether an error hid the name of a node or an output.
     [[nodiscard]] bool namesAreMissing() const noexcept { return m_namesAreMissing; }
 
 protected:
-    // For texts of another form.
+    // For other forms of text.
     SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
                 TextErrors& errors, const TextForm& form);
 
-    // Attributes of a node or object, as a list of siblings.
+    // Attributes of a node or object, in a list of siblings.
     struct Body {
-        // Where its '{' is.
+        // Offset of the '{'.
         u64 opened = 0;
         bool isNode = false;
         u32 first = noTreeIndex;
@@ -73,40 +73,41 @@ protected:
         u32 count = 0;
         String inner = {};
         std::vector<UnreadLines> unread = {};
-        // So many of `unread` know what they stand in front of.
+        // The number of `unread` entries whose following attribute is known.
         u64 placed = 0;
     };
-    // An attribute that is being read: a line of a body, or an element of an array.
+    // The attribute that is being read: a line of a body, or an element of an array.
     struct Item {
         u32 input = 0;
         TreeKind kind;
         bool isElement = false;
         u64 valueOffset = 0;
-        // As the text has them: the name, and a value that holds no others.
+        // Texts of the name and of the value, which is empty for arrays and objects.
         std::string_view name = {};
         std::string_view value = {};
-        // Of `m_insideComments`: what is there by now is not of this line.
+        // Size of `m_insideComments` at the start of the item: earlier comments belong to other
+        // lines.
         u64 outside = 0;
-        // Comments around it, as those of `Comments`.
+        // The comments around the item, as in `Comments`.
         String leading = {};
         String trailing = {};
     };
-    // The body or array that is open, and the item whose value it is; none for the body of a node.
+    // An open body or array, and the item whose value it is; no item for the body of a node.
     struct Level {
         Item item;
         Body body;
-        // The comment behind its '{'.
+        // The comment behind the '{'.
         String opening;
         bool isArray = false;
-        // Of the line that is being read: its start, and what there was then.
+        // State at the start of the current line.
         u64 lineStart = 0;
         u64 errors = 0;
         u32 lastInput = noTreeIndex;
         u64 outputs = 0;
     };
-    // The outcome of an item or a step: `Opened` when it goes on in a level of its own.
+    // The outcome of an item or a step: `Opened` when it continues in a level of its own.
     enum class Read { Failed, Done, Opened };
-    // An output as it is named behind "<-".
+    // An output as named behind "<-".
     struct Source {
         u64 offset = 0;
         std::string_view node;
@@ -125,7 +126,7 @@ protected:
     bool takeNodeName(TreeNode& node);
     bool parseNodeFlags(TreeNode& node);
     bool parseNodeBody(TreeNode& node, Comments& comments);
-    // Takes a node that was read; its place is `m_node`.
+    // Takes a finished node; its place is `m_node`.
     virtual void endNode(TreeNode& node, Comments&& comments);
     void knowNode(const TreeNode& node);
     bool failUnclosed(Body& body, String&& leading);
@@ -171,10 +172,11 @@ protected:
     Read openObject(Item&& item);
     Read openArray(Item&& item);
     bool mayOpen();
-    // `closed` is the level that the item had, null when it had none.
+    // `closed` is the level of the item, null when it had none.
     bool closeLine(Item& item, Level* closed, bool isRead);
     bool closeElement(Item& item, Level* closed, bool isRead);
-    // Takes an input, its members before it; `isRead` tells that all but the end of its line is.
+    // Takes an input after its members; `isRead` tells whether all before the end of its line was
+    // read.
     virtual void endInput(Item& item, Level* closed, bool isRead);
     [[nodiscard]] static bool hasComments(const Item& item, const Level* closed);
     [[nodiscard]] static Comments takeComments(Item& item, Level* closed);
@@ -182,7 +184,7 @@ protected:
     // ---- Attributes ------------------------------------------------------------------------
 
     Read parseLine(String&& leading);
-    // Reads the line of a part that starts with one of the form's own words, behind that word.
+    // Reads the rest of a line that starts with one of the form's own words.
     virtual bool parseWord(std::string_view word, String&& leading);
     Read parseInput(const TreeKind& kind, String&& leading);
     bool parseOutput(String&& leading);
@@ -209,7 +211,7 @@ protected:
     bool parseOrdinal(u32& ordinal);
     virtual void addSource(u32 input, const Source& source);
     bool parseNotes(u32 input, const TreeKind& kind, u64 valueOffset);
-    // Reads what stands behind the name of a note, whose '@' is at `offset`.
+    // Reads the content of an annotation, whose '@' is at `offset`.
     virtual bool parseNote(const NoteRule& rule, u64 offset, u32 input, const TreeKind& kind);
     bool parseBinding(const NoteRule& rule, u32 input);
     bool parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value& out, u32 choice = 0);
@@ -227,26 +229,26 @@ protected:
     SceneTree& m_tree;
     TextErrors& m_errors;
     bool m_namesAreMissing = false;
-    // Null where all is read or nothing.
+    // Null unless the text is read partially.
     TextGaps* m_gaps = nullptr;
     u64 m_placed = 0;
     bool m_isHeadFaulty = false;
-    // Where something that is not closed was told of.
+    // Offset of the last missing '}' that was reported.
     u64 m_unclosedAt = noIndex;
     u32 m_node = noTreeIndex;
     String m_nodeName;
-    // Comments met inside a value, which move in front of its line.
+    // Comments inside a value, which move in front of its line.
     StringIO m_insideComments;
-    // By folded name: the list of attributes it was last met in, and the attribute.
+    // Indexed by folded name: the list of attributes that last had it, and the attribute.
     struct Met {
         u64 list = 0;
         u32 index = 0;
     };
     std::vector<Met> m_met;
     u64 m_list = 0;
-    // Innermost last.
+    // The innermost level is last.
     std::vector<Level> m_levels;
-    // By name: the element type of that name.
+    // Indexed by name: the element type of that name.
     std::vector<DataType> m_dataTypes;
 };
 

@@ -30,7 +30,7 @@ String unknownDataType(std::string_view word) {
     return "Unknown element type '" + String(word) + "'" + near.question();
 }
 
-// A number that was not taken is too large or too small.
+// Tells whether a rejected number is too large or too small.
 bool isOutOfRange(const String& found, std::string_view expected) {
     std::string_view digits = found.view();
     digits.remove_prefix(digits.starts_with("'-") && !expected.ends_with("0") ? 2 : 1);
@@ -116,7 +116,7 @@ bool SceneParser::parseKind(TreeKind& kind) {
     return word.empty() ? failExpecting("a kind") : finishKind(offset, word, kind);
 }
 
-// Reads what follows the first word of a kind.
+// Reads the part of a kind behind its first word.
 bool SceneParser::finishKind(u64 offset, std::string_view word, TreeKind& kind) {
     const u32 type = m_tree.names.add(word);
     if (type >= attrTypeCount) return fail(offset, unknownKind(word, m_form.words));
@@ -163,7 +163,7 @@ bool SceneParser::parseName(u32& name) {
     return true;
 }
 
-// Reads what stands behind the name, up to the end of the value.
+// Reads from behind the name to the end of the value.
 SceneParser::Read SceneParser::parseContent(Item& item) {
     m_lexer.skipBlanks();
     item.valueOffset = m_lexer.offset();
@@ -179,7 +179,7 @@ SceneParser::Read SceneParser::parseContent(Item& item) {
     return parseOwnValue(item) ? Read::Done : Read::Failed;
 }
 
-// A buffer of a type without a value is empty and of that type, unless it starts at a default.
+// A typed buffer without a value is empty but keeps its type, unless it has a default.
 void SceneParser::giveElementType(TreeInput& input, DataType dataType) const {
     if (dataType == DataType::Null || !input.value.isNull()) return;
     const TreeExtras* extras = m_tree.extrasOf(input.extras);
@@ -194,7 +194,7 @@ bool SceneParser::parseOwnValue(Item& item) {
     return true;
 }
 
-// Reads a value that holds no others.
+// Reads a value of any kind but arrays and objects.
 bool SceneParser::parseValue(u32 input, const TreeKind& kind) {
     switch (kind.type) {
     case AttrType::Null:
@@ -212,7 +212,7 @@ bool SceneParser::parseValue(u32 input, const TreeKind& kind) {
     }
 }
 
-// Reads a value that holds nothing and names nothing.
+// Reads a value of any kind but arrays, objects and links.
 bool SceneParser::parsePlain(const TreeKind& kind, Value& out) {
     if (kind.type == AttrType::String) {
         String text;

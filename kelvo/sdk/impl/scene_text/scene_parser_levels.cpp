@@ -3,11 +3,11 @@
 #include <utility>
 
 // ---- Levels --------------------------------------------------------------------------------
-// Bodies and arrays that are open stand in a list, so that those inside each other take no stack.
+// Open bodies and arrays are on a list, so that nested ones take no stack.
 
 namespace qv::kelvo_sdk::impl {
 
-// Reads attributes up to the '}' and behind it.
+// Reads attributes up to and including the '}'.
 bool SceneParser::parseBody(Body& body) {
     m_levels.clear();
     m_levels.emplace_back().body = std::move(body);
@@ -18,7 +18,7 @@ bool SceneParser::parseBody(Body& body) {
     return read == Read::Done;
 }
 
-// Reads a line or an element of the innermost level, and ends the levels that end with it.
+// Reads a line or an element of the innermost level, and closes the levels that end with it.
 SceneParser::Read SceneParser::goOn() {
     Read read = m_levels.back().isArray ? readInArray() : readInBody();
     while (read != Read::Opened && m_levels.size() > 1)
@@ -26,7 +26,7 @@ SceneParser::Read SceneParser::goOn() {
     return read;
 }
 
-// Reads one line. `Done` is the end of the body, `Opened` that it goes on.
+// Reads one line. Returns `Done` at the end of the body, `Opened` when it continues.
 SceneParser::Read SceneParser::readInBody() {
     Level& level = m_levels.back();
     Body& body = level.body;
@@ -50,13 +50,13 @@ SceneParser::Read SceneParser::readInBody() {
 
 void SceneParser::endBodyLine(bool isWhole) {
     Level& level = m_levels.back();
-    // After the last error that is told nobody reads on; parts of a text are told up to its end.
+    // Recovers only if reading continues; when a text is read partially, it always continues.
     if (!isWhole && (m_gaps || !m_errors.full())) recover(level.lineStart);
     if (m_gaps) placeUnread(level.body, level.lastInput, level.outputs);
     tellPart(level.lineStart, level.errors, !isWhole);
 }
 
-// Reads one element. `Done` is the end of the array, `Opened` that it goes on.
+// Reads one element. Returns `Done` at the end of the array, `Opened` when it continues.
 SceneParser::Read SceneParser::readInArray() {
     skipInside();
     if (m_lexer.accept(']')) return Read::Done;
@@ -80,7 +80,7 @@ SceneParser::Read SceneParser::endElement() {
     return Read::Failed;
 }
 
-// Ends the innermost level and the item whose value it is; answers for the one around it.
+// Closes the innermost level and its item; returns the result for the level around it.
 SceneParser::Read SceneParser::closeLevel(bool isClosed) {
     Level closed = std::move(m_levels.back());
     m_levels.pop_back();
@@ -115,15 +115,15 @@ SceneParser::Read SceneParser::openArray(Item&& item) {
     return Read::Failed;
 }
 
-// The body of the node does not count.
+// The level of the node's body does not count.
 bool SceneParser::mayOpen() {
     if (m_levels.size() <= m_limits.depth) return true;
     return fail(m_lexer.offset(),
                 String::format("Arrays and objects are nested more than %u deep.", m_limits.depth));
 }
 
-// Reads what stands behind the value. Comments inside this line are kept apart from those
-// inside a line around it.
+// Reads the rest of the line behind the value. Keeps comments inside this line apart from those of
+// an enclosing line.
 bool SceneParser::closeLine(Item& item, Level* closed, bool isRead) {
     isRead =
         isRead && parseSource(item.input) && parseNotes(item.input, item.kind, item.valueOffset);

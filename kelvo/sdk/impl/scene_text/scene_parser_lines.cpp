@@ -15,11 +15,10 @@ bool isSpace(char c) noexcept {
 
 } // namespace
 
-// Takes the comment lines and blank lines in front of something; blank lines that follow each other
-// become one.
+// Takes the comment lines and blank lines in front of the next line; merges successive blank lines.
 String SceneParser::commentLines(std::vector<UnreadLines>& unread) {
     m_lexer.skipBlanks();
-    if (!m_gaps && !m_lexer.atLineEnd()) return {}; // As most lines.
+    if (!m_gaps && !m_lexer.atLineEnd()) return {}; // Most lines have no comments.
     StringIO lines;
     bool afterBlank = false;
     for (;;) {
@@ -37,12 +36,12 @@ String SceneParser::commentLines(std::vector<UnreadLines>& unread) {
         if (!comment.empty() || !afterBlank) lines.append(comment).append('\n');
         afterBlank = comment.empty();
     }
-    // Blank lines at the end of the text are nothing.
+    // Blank lines at the end of the text are dropped.
     if (m_lexer.atEnd() && afterBlank) lines.truncate(lines.size() - 1);
     return lines.take();
 }
 
-// Skips to the next thing inside brackets and keeps the comments on the way.
+// Skips to the next token inside brackets and keeps the comments on the way.
 void SceneParser::skipInside() {
     for (;;) {
         while (isSpace(m_lexer.peek()))
@@ -57,7 +56,7 @@ bool SceneParser::endLine(String& trailing) {
     if (const std::string_view comment = m_lexer.comment(); !comment.empty())
         trailing = String(comment);
     if (m_lexer.accept('\n') || m_lexer.atEnd() || m_lexer.peek() == '}') return true;
-    // A block without its end ends where the next node starts.
+    // A block without its '}' ends where the next node starts.
     if (m_gaps && m_unclosedAt == m_lexer.offset()) return true;
     return failExpecting("the end of the line");
 }
@@ -70,9 +69,8 @@ void SceneParser::takeOpening(String& opening) {
     std::ignore = m_lexer.accept('\n');
 }
 
-// Goes behind the attribute that starts at `lineStart` and has an error here. Its brackets are
-// followed, unless what looks like the next attribute, the end of the body or the next node comes
-// before them.
+// Skips the attribute that starts at `lineStart` and has an error here. Follows its brackets,
+// unless the next attribute, the end of the body or the next node seems to come before they close.
 void SceneParser::recover(u64 lineStart) {
     const u64 faulty = m_lexer.offset();
     u64 brackets = 0;
@@ -82,7 +80,7 @@ void SceneParser::recover(u64 lineStart) {
     for (; !m_lexer.atEnd(); m_lexer.skip(1)) {
         const char c = m_lexer.peek();
         const bool isBehind = m_lexer.offset() >= faulty && m_lexer.offset() > lineStart;
-        // No line inside of braces starts as a node does: one was not closed.
+        // A line inside of braces never starts like a node, so a '}' is missing.
         if (isFirst && isBehind && (startsNode() || (braces == 0 && startsLine()))) return;
         if (c == '}' && braces == 0 && isBehind) return;
         isFirst = c == '\n' || (isFirst && isSpace(c));
@@ -101,7 +99,7 @@ void SceneParser::recover(u64 lineStart) {
     std::ignore = m_lexer.accept('\n');
 }
 
-// Goes to the last byte of a comment or quoted text, not behind its line, or of a raw text.
+// Moves to the last byte of a comment or quoted text, but not past its line, or of a raw text.
 void SceneParser::skipOpaque() {
     if (m_lexer.rest().starts_with(rawMark)) {
         const u64 end = m_lexer.rest().find(rawMark, rawMark.size());
@@ -119,7 +117,7 @@ void SceneParser::skipOpaque() {
     m_lexer.skip(length - 1);
 }
 
-// Goes behind the '{' of a node whose head has an error; false when its line has none.
+// Moves behind the '{' of a node whose head has an error; false when its line has none.
 bool SceneParser::skipToBrace() {
     while (!m_lexer.atLineEnd()) {
         if (m_lexer.accept('{')) return true;
@@ -144,7 +142,7 @@ bool SceneParser::startsNode() const noexcept {
     return behind.empty() || TextLexer::isBlank(behind[0]);
 }
 
-// Tells whether two words follow each other here, as a kind and a name do.
+// Tells whether two words follow each other here, like a kind and a name.
 bool SceneParser::startsLine() const noexcept {
     TextLexer ahead(m_lexer);
     if (ahead.identifier().empty()) return false;
@@ -154,7 +152,7 @@ bool SceneParser::startsLine() const noexcept {
     return TextLexer::startsIdentifier(ahead.peek());
 }
 
-// Tells of a part of the text that ends here.
+// Records a part of the text that ends here.
 void SceneParser::tellPart(u64 first, u64 firstError, bool isFaulty) {
     if (m_gaps)
         m_gaps->parts.push_back({first, m_lexer.offset(), firstError, m_errors.size(), isFaulty});
@@ -164,7 +162,7 @@ bool SceneParser::isUnread() const {
     return std::ranges::binary_search(m_gaps->lines, m_lexer.offset(), {}, &TextLines::first);
 }
 
-// Takes lines as they are; the first with its indentation.
+// Takes lines unchanged, the first one with its indentation.
 void SceneParser::takeUnread(String&& leading, std::vector<UnreadLines>& unread) {
     const auto [first, last] =
         *std::ranges::lower_bound(m_gaps->lines, m_lexer.offset(), {}, &TextLines::first);
@@ -175,7 +173,8 @@ void SceneParser::takeUnread(String&& leading, std::vector<UnreadLines>& unread)
     unread.push_back(std::move(taken));
 }
 
-// Lines that were left out since the attribute before stand in front of the one just read.
+// Assigns lines omitted since the previous attribute to the attribute just read, which follows
+// them.
 void SceneParser::placeUnread(Body& body, u32 lastInput, u64 outputs) {
     const bool isInput = body.last != lastInput;
     if (!isInput && m_tree.outputs.size() == outputs) return;
@@ -194,7 +193,7 @@ void SceneParser::placeUnread(u64 node) {
         m_tree.file.unread[m_placed].before = m_tree.names.text(m_tree.nodes[node].name);
 }
 
-// Tells whether the name here is known to lead nowhere.
+// Tells whether the name at this offset is known to lead nowhere.
 bool SceneParser::isLost(u64 offset) const {
     return m_gaps && std::ranges::binary_search(m_gaps->references, offset);
 }

@@ -15,7 +15,7 @@ bool startsValue(char c) noexcept {
 
 } // namespace
 
-// Reads "<- node.output", when it stands here.
+// Reads "<- node.output" if it is here.
 bool SceneParser::parseSource(u32 input) {
     m_lexer.skipBlanks();
     if (!m_lexer.accept("<-")) return true;
@@ -23,7 +23,7 @@ bool SceneParser::parseSource(u32 input) {
     return parseOutputPath(input);
 }
 
-// Reads "node.output", or "node.output:2" for the second output of the name.
+// Reads "node.output", or "node.output:2" for the second output of that name.
 bool SceneParser::parseOutputPath(u32 input) {
     Source source{.offset = m_lexer.offset(), .node = m_lexer.identifier(), .output = {}};
     if (source.node.empty()) return failExpecting("the source as 'node.output'");
@@ -75,7 +75,7 @@ bool SceneParser::parseNotes(u32 input, const TreeKind& kind, u64 valueOffset) {
     return true;
 }
 
-// Takes the '@' and the word behind it; null when that is no annotation.
+// Takes the '@' and the word behind it; null when this is not an annotation.
 const NoteRule* SceneParser::takeNote() {
     const u64 offset = m_lexer.offset();
     m_lexer.skip(1);
@@ -144,7 +144,7 @@ bool SceneParser::parseBinding(const NoteRule& rule, u32 input) {
     return parseDataKind(bound.boundType);
 }
 
-// Reads a value of the kind, or one that names its kind first.
+// Reads a value of the kind, or of another kind that precedes it.
 bool SceneParser::parseNoteValue(u32 input, TreeKind kind, TreeSlot slot, Value& out, u32 choice) {
     const u64 offset = m_lexer.offset();
     if (namesItsKind()) {
@@ -209,8 +209,8 @@ AttrDetails& SceneParser::detailsOf(u32 input) {
     return *extras.details;
 }
 
-// A definition that refuses its own value is wrong, unless it says that this is known. The limits
-// of a scene's values may change after it was written: a check finds what is outside.
+// A definition that contradicts its own value is wrong, unless it is marked as unchecked. Values of
+// a scene may leave their limits when a library changes; the check finds them.
 void SceneParser::checkLimits(u64 offset, u32 input) {
     const TreeInput& checked = m_tree.inputs[input];
     const TreeExtras* extras = m_tree.extrasOf(checked.extras);

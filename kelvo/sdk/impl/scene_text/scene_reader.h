@@ -9,25 +9,25 @@ namespace qv::kelvo_sdk::impl {
 class Scene;
 
 struct ReadOptions {
-    /// The name of the text in errors, such as that of its file.
+    /// Name of the text in errors, such as its file name.
     String source = "text";
-    /// Reading goes on after an error until there are so many; at least 1.
+    /// Reading stops after this many errors; at least 1.
     u32 maxErrors = 20;
-    /// How deep arrays and objects may be nested, and how many nodes there may be.
+    /// The greatest depth of arrays and objects, and the greatest number of nodes.
     u32 maxDepth = 200;
     u64 maxNodes = 1'000'000;
-    /// Builds what can be read of a text with errors, and keeps the rest in the comments.
+    /// Builds the parts of a text that have no errors, and keeps the rest in the comments.
     bool isPartial = false;
-    /// Set to the number of gaps when that is given.
+    /// Receives the number of gaps if not null.
     u64* gapCount = nullptr;
 };
 
-/// Adds what a scene text describes, whole or not at all: false, and what is wrong appended to
-/// `diagnostics` when that is given, leaves the scene as it was. Nodes whose name is taken get a
-/// number, which what the text says of them follows. Names that the text does not have may be those
-/// of nodes of the scene. docs/scene-text.md has the grammar.
+/// Adds the nodes of a scene text, all or none: on failure returns false, leaves the scene
+/// unchanged and appends the errors to `diagnostics` if not null. A node whose name is taken gets a
+/// number, and references in the text follow it. Names that the text does not have may be nodes of
+/// the scene. docs/scene-text.md has the grammar.
 ///
-/// The text is borrowed and may come from anywhere: time and memory stay in proportion to its
+/// Borrows the text, which may come from untrusted sources: time and memory are proportional to its
 /// length.
 bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
                Diagnostics* diagnostics);

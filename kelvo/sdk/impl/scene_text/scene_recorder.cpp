@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Nodes are written until there is so much text; then it is taken apart.
+// Nodes are written until the text has this size; then it is split into records.
 constexpr u64 kTextSize = 64 * 1024;
 
 constexpr const char* kTooDeep = "a scene is nested too deep to be compared.";
@@ -103,17 +103,14 @@ bool SceneRecorder::takeAttribute(const TextMark& mark) {
     DocAttr& attr = m_open.back().attr;
     switch (mark.part) {
     case TextPart::Name:
-        endPiece(mark.at);
-        attr.name = m_text.substr(mark.at, mark.text.size());
+        takeName(mark);
         break;
     case TextPart::Content:
         endPiece(mark.at);
         if (!attr.isObject() && !attr.isArray()) startPiece(attr.value, mark.at);
         break;
-    case TextPart::ContentEnd:
-        endPiece(mark.at);
-        break;
     case TextPart::Source:
+        endPiece(mark.at - SceneLines::arrow.size());
         startPiece(attr.source, mark.at);
         break;
     case TextPart::Note:
@@ -144,12 +141,23 @@ bool SceneRecorder::open(const TextMark& mark) {
     return true;
 }
 
-// All annotations of a node are one text.
+// All annotations of a node form one text.
 bool SceneRecorder::takeFlag(const TextMark& mark) {
     if (m_piece == &m_node.flags) return true;
     endPiece(mark.at);
     startPiece(m_node.flags, mark.at);
     return true;
+}
+
+// The value of an input comes next.
+void SceneRecorder::takeName(const TextMark& mark) {
+    endPiece(mark.at);
+    Open& named = m_open.back();
+    named.attr.name = m_text.substr(mark.at, mark.text.size());
+    const bool isPlain =
+        named.attr.type != AttrType::Null && !named.attr.isObject() && !named.attr.isArray();
+    if (isPlain && !named.isOutput)
+        startPiece(named.attr.value, mark.at + mark.text.size() + SceneLines::equals.size());
 }
 
 void SceneRecorder::takeNote(const TextMark& mark) {
@@ -159,7 +167,7 @@ void SceneRecorder::takeNote(const TextMark& mark) {
     startPiece(note.text, mark.at + mark.text.size());
 }
 
-// The language belongs to the name.
+// The language is a part of the annotation's name.
 void SceneRecorder::takeTranslation(const TextMark& mark) {
     DocNote& note = m_open.back().attr.notes.back();
     const u64 start = m_pieceStart - note.name.size();
@@ -193,7 +201,7 @@ void SceneRecorder::startPiece(std::string_view& piece, u64 at) noexcept {
     m_pieceStart = at;
 }
 
-// Pieces end in front of the space that separates them from what follows.
+// Ends the piece in front of the space that separates it from the next one.
 void SceneRecorder::endPiece(u64 at) noexcept {
     if (m_piece) *m_piece = withoutSpaces(m_text.substr(m_pieceStart, at - m_pieceStart));
     m_piece = nullptr;

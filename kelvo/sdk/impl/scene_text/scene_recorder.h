@@ -7,18 +7,18 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// Makes the records of a document of the nodes of a scene. The texts of the records are those that
-/// the scene writes: the marks that the writer leaves say where they stand.
+/// Makes records of the nodes of a scene for a document. Their texts are pieces of the scene's
+/// text, which the marks of the writer locate.
 class SceneRecorder {
 public:
-    /// Borrows the document, which is to be dropped when recording fails.
+    /// Borrows the document, which must be discarded when recording fails.
     explicit SceneRecorder(SceneDocument& document) : m_document(document) {}
 
-    /// False, and `error` says why, when the scene holds what records cannot.
+    /// Returns false and sets `error` when the scene has something that records cannot express.
     [[nodiscard]] bool record(const Scene& scene, String& error);
 
 private:
-    // An input or element of which the end was not met yet.
+    // An input or element whose end was not reached yet.
     struct Open {
         DocAttr attr;
         DocComments comments;
@@ -33,6 +33,7 @@ private:
     bool takeFlag(const TextMark& mark);
     [[nodiscard]] bool takeAttribute(const TextMark& mark);
     [[nodiscard]] bool open(const TextMark& mark);
+    void takeName(const TextMark& mark);
     void takeNote(const TextMark& mark);
     void takeTranslation(const TextMark& mark);
     void end(const TextMark& mark);
@@ -47,17 +48,17 @@ private:
     SceneDocument& m_document;
     const char* m_problem = nullptr;
     std::vector<TextMark> m_marks;
-    // The text of several nodes, which the document keeps.
+    // The text of several nodes; the document owns it.
     std::string_view m_text;
-    // The part of a record that goes on up to the next mark, null for none, and where it begins.
+    // The part of a record that continues up to the next mark, null for none, and its start.
     std::string_view* m_piece = nullptr;
     u64 m_pieceStart = 0;
-    // Comment lines in front of what begins next.
+    // Comment lines in front of the next part.
     std::string_view m_leading;
     DocNode m_node;
     DocComments m_nodeComments;
     std::vector<DocAttr> m_inputs;
-    // From the outermost on.
+    // The outermost is first.
     std::vector<Open> m_open;
 };
 

@@ -47,7 +47,7 @@ ReadReport Scene::read(String text, String source, const ReadOptions& options,
     inner.maxErrors = options.maxDiagnostics;
     inner.isPartial = options.isPartial;
     inner.gapCount = &report.gapCount;
-    // Once the nodes are there, telling needs no more memory.
+    // Collects the diagnostics first: once the nodes exist, reporting must not need memory.
     Diagnostics found = diagnostics ? *diagnostics : Diagnostics();
     const u64 before = found.size();
     if (!impl::readScene(impl::implOf(*get()), text.view(), inner, &found))

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-// The contents of a scene text, read and not yet checked as a whole: plain records that refer to
+// The contents of a scene text, read but not yet checked as a whole: plain records that refer to
 // each other by position. Nothing here touches a scene.
 namespace qv::kelvo_sdk::impl {
 
@@ -16,13 +16,13 @@ class Node;
 
 inline constexpr u32 noTreeIndex = ~u32{0};
 
-/// Kind of an attribute as it stands in text.
+/// The kind of an attribute in the text.
 struct TreeKind {
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
-    /// Element type of the buffer that the value is.
+    /// The element type if the value is a buffer.
     DataType dataType = DataType::Null;
-    /// As the text has it; empty for an element that does not name its kind.
+    /// The text of the kind; empty for an element that does not state it.
     std::string_view text = {};
 };
 
@@ -32,20 +32,20 @@ struct TreeExtras {
     RefersTo<AttrDetails> details;
     Value stash;
     bool stashed = false;
-    /// The value may be outside of what the details describe.
+    /// Marks the value as allowed to be outside of the limits in the details.
     bool isUnchecked = false;
     /// See `Comments`.
     String lostLink = {};
     String lostSource = {};
 };
 
-/// Whether adding and removing an input goes unannounced: by default as for what holds it.
+/// Whether adding and removing an input goes without notifications; by default as for its parent.
 enum class TreeSilence : u8 { Inherited, Silent, Announced };
 
 struct TreeInput {
-    /// Where it stands, for messages.
+    /// Offset in the text, for messages.
     u64 offset = 0;
-    /// Null when the text gives none. Buffers move from here into the input.
+    /// Null when the text has none. Buffers are moved from here into the input.
     Value value;
     u32 name = noTreeIndex;
     u32 nextSibling = noTreeIndex;
@@ -54,18 +54,18 @@ struct TreeInput {
     u32 extras = noTreeIndex;
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
-    /// The element type that a buffer, or each buffer inside, is bound to.
+    /// The element type to which the buffer, or each buffer inside, is bound.
     DataType boundType = DataType::Null;
     TreeSilence silent = TreeSilence::Inherited;
     bool readOnly = false;
-    /// Another of the same name and kind stands before, and that is meant.
+    /// Marked as a repetition: an earlier attribute has the same name and kind, on purpose.
     bool isAgain = false;
-    /// The text is complete: no note and no member comes from the definition.
+    /// The text is complete: no annotation and no member comes from the definition.
     bool isOwn = false;
-    /// Set when the input is made: how the text marks a value that its limits do not allow.
+    /// Set when the input is made: how the text marks a value outside its limits.
     Comments::Unchecked unchecked = Comments::Unchecked::Open;
-    /// Where the definition of what holds it has the name, and, when the kinds agree, the input
-    /// there. For elements neither.
+    /// The position of the name in the definition of the parent and, when the kinds agree, the
+    /// input there. Elements have neither.
     u32 definitionIndex = noTreeIndex;
     const Input* definition = nullptr;
 };
@@ -77,7 +77,7 @@ struct TreeOutput {
     DataType dataType = DataType::Null;
     u32 extras = noTreeIndex;
     bool isAgain = false;
-    /// The text has it from the definition.
+    /// The text omits the output, which comes from the definition.
     bool isLeftOut = false;
 };
 
@@ -96,11 +96,11 @@ struct TreeNode {
     bool isInternal = false;
     /// The text is complete: no base, flag or attribute comes from the definition.
     bool isOwn = false;
-    /// The prototype of its type, null when nobody knows that.
+    /// The prototype of the type, null when no library has it.
     const Node* definition = nullptr;
 };
 
-/// The part of an input that a link is.
+/// The place of a link in an input.
 enum class TreeSlot : u8 { Value, Stash, Default, Minimum, Maximum, Choice };
 
 /// A node named as a value.
@@ -111,7 +111,7 @@ struct TreeLink {
     u32 name = 0;
     u32 choice = 0;
     TreeSlot slot = TreeSlot::Value;
-    /// One of these is set by the check: a node of the text, or one of the scene.
+    /// The check sets one of these: a node of the text, or one of the scene.
     u32 target = noTreeIndex;
     interfaces::INode* known = nullptr;
 };
@@ -123,10 +123,9 @@ struct TreeConnection {
     u32 input = 0;
     u32 sourceNode = 0;
     u32 sourceOutput = 0;
-    /// Which of several outputs of exactly this name, counted from 1.
+    /// The number of the output among those of exactly this name, from 1.
     u32 ordinal = 1;
-    /// Set by the check: a node of the text and one of all outputs of the text, or an output of the
-    /// scene.
+    /// The check sets a node of the text and its output, or an output of the scene.
     u32 target = noTreeIndex;
     u32 output = noTreeIndex;
     interfaces::IOutput* known = nullptr;
@@ -142,10 +141,10 @@ struct SceneTree {
     std::vector<TreeLink> links;
     std::vector<TreeConnection> connections;
     Comments file;
-    // By folded name.
+    // Indexed by folded name.
     std::vector<u32> nodesByName;
 
-    /// Returns the node of that name without regard to case, `noTreeIndex` when there is none.
+    /// Returns the node of that name, regardless of case; `noTreeIndex` when there is none.
     [[nodiscard]] u32 findNode(u32 name) const {
         const u32 folded = names.folded(name);
         return folded < nodesByName.size() ? nodesByName[folded] : noTreeIndex;
@@ -154,7 +153,7 @@ struct SceneTree {
     [[nodiscard]] const TreeExtras* extrasOf(u32 index) const {
         return index != noTreeIndex ? &extras[index] : nullptr;
     }
-    /// Tells whether the notes of an input are its definition's.
+    /// Tells whether an input takes its annotations from its definition.
     [[nodiscard]] bool takesNotes(const TreeInput& input) const {
         const TreeExtras* own = extrasOf(input.extras);
         return input.definition && !input.isOwn && !(own && own->details);

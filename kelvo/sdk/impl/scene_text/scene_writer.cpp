@@ -21,14 +21,15 @@ void writeType(const String& type, StringIO& out) {
         writeQuoted(type.view(), out);
 }
 
-// Tells whether the head says what text of a definition's node cannot leave unsaid.
+// Tells whether the node lacks bases or a flag of its definition, so that the text must be
+// complete.
 bool hasOwnHead(const INode& node, const Node& definition) {
     const StringVector bases = node.bases();
     return (bases.empty() && !definition.bases().empty()) ||
            (definition.isInternal() && !node.isInternal());
 }
 
-// Tells which attributes of a list have the kind of an earlier one of their name. Few are compared
+// Tells which attributes of a list repeat the name and kind of an earlier one. Compares short lists
 // one by one.
 template<typename Attribute>
 class Repeats {
@@ -97,7 +98,7 @@ void SceneWriter::writeNode(const INode& node) {
     m_lines.endNode(partOf(comments, &Comments::inner), partOf(comments, &Comments::trailing));
 }
 
-// Needs a definition whose bases are not to be named.
+// Needs a definition if its bases are to be omitted.
 void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOwn) {
     writeType(node.type(), m_lines.beginNode());
     const StringVector bases = node.bases();
@@ -135,7 +136,7 @@ void SceneWriter::writeOutputs(const INode& node, const OmittedAttributes& omitt
     }
 }
 
-// The value is produced anew and is no part of the text.
+// Writes no value: outputs are evaluated again.
 void SceneWriter::writeOutput(const Output& output, bool isAgain) {
     const Comments* comments = commentsOf(output);
     m_lines.writeLeading(partOf(comments, &Comments::leading), 1);

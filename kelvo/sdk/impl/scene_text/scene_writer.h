@@ -23,7 +23,7 @@ class Node;
 class Output;
 class Scene;
 
-// Kinds out of range hold nothing, as Null does.
+// Treats kinds out of range as Null.
 [[nodiscard]] constexpr AttrType knownType(AttrType type) noexcept {
     return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
 }
@@ -31,7 +31,7 @@ class Scene;
     return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
 }
 
-/// Returns a part of what may be null.
+/// Returns a part of comments that may be null.
 [[nodiscard]] inline std::string_view partOf(const Comments* comments,
                                              String Comments::*part) noexcept {
     return comments ? (comments->*part).view() : std::string_view();
@@ -42,13 +42,13 @@ class Scene;
 ///     Nodes      scene_writer.cpp          heads, comments, outputs
 ///     Inputs     scene_writer_inputs.cpp   kinds, values, arrays, objects, annotations
 ///
-/// Of a node whose type the scene's libraries know, its definition's part is left out.
+/// Omits attributes that the definition of the node's type, if a library has it, restores.
 ///
-/// Nodes outside the scene cannot be named in its text: links to them are written as null, and
-/// connections to them are left out.
+/// Nodes outside the scene cannot be named in its text: writes links to them as null, and omits
+/// connections to them.
 class SceneWriter {
 public:
-    /// Borrows all; `scene` is null for nodes that have none, `marks` for none.
+    /// Borrows all arguments; `scene` is null for nodes without one, `marks` for no marks.
     SceneWriter(const Scene* scene, StringIO& out, bool changedOnly,
                 std::vector<TextMark>* marks = nullptr);
     /// For the attributes of definitions, whose values are defaults.
@@ -56,13 +56,13 @@ public:
 
     void writeNode(const INode& node);
 
-    // Parts, for what is like a node.
+    // Parts, for writers of similar texts.
 
     [[nodiscard]] SceneLines& lines() noexcept { return m_lines; }
     void writeUnread(const UnreadLines& unread, u32 depth);
     void writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition = nullptr);
     void writeOutput(const Output& output, bool isAgain);
-    /// Writes the name of an annotation; its content, if it has any, is to follow.
+    /// Writes the name of an annotation; the caller then writes its content, if any.
     StringIO& writeNote(Note note) { return m_lines.beginNote(noteName(note)); }
     void writeTranslations(Note note, const AttrDetails::Texts& texts);
 
@@ -79,18 +79,18 @@ private:
 
     // ---- Inputs ----------------------------------------------------------------------------
 
-    // An input that is being written, and the list of what it holds.
+    // An input that is being written, and the list of its elements or members.
     struct Part {
         const Input* input;
         u32 depth;
         bool isElement = false;
         bool isAgain = false;
-        // Counts as a definition of its own.
+        // Written as if it had no definition, with a mark.
         bool isOwn = false;
         // Null for none.
         const Input* definition = nullptr;
         const Comments* comments = nullptr;
-        // Null where nothing is left out.
+        // Null when nothing is omitted.
         std::unique_ptr<const OmittedAttributes> omitted = nullptr;
         // Null where there are none.
         std::unique_ptr<UnreadPlaces> unread = nullptr;
@@ -125,11 +125,11 @@ private:
     const SceneComments* m_comments;
     bool m_changedOnly;
     bool m_isDefinition = false;
-    // From the outermost on.
+    // The outermost is first.
     std::vector<Part> m_open;
-    // Inputs known not to be at their defaults.
+    // Inputs known to differ from their defaults.
     std::unordered_set<const Input*> m_changed;
-    // Nodes whose outputs were looked through, and the outputs found there that share their name
+    // Nodes whose outputs were already compared, and the outputs among them that share their name
     // with an earlier one.
     std::unordered_set<const INode*> m_numbered;
     std::unordered_map<const IOutput*, u32> m_ordinals;

@@ -16,7 +16,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The element type of the buffer that an input holds.
+// Returns the element type of the buffer in an input.
 DataType heldType(const Input& input) noexcept {
     if (input.type() != AttrType::Buffer) return DataType::Null;
     return knownType(input.ownValue().asBuffer().type());
@@ -26,18 +26,18 @@ AttrType elementTypeOf(const Input& input) noexcept {
     return input.type() == AttrType::Array ? knownType(input.elementType()) : AttrType::Null;
 }
 
-// Tells whether a kind has a value that holds no others.
+// Tells whether a kind has a value without elements or members.
 constexpr bool isPlain(AttrType type) noexcept {
     return type != AttrType::Null && type != AttrType::Object && type != AttrType::Array;
 }
 
-// Tells whether an input has other notes than its definition, and no description that says so.
+// Tells whether an input lacks the annotations of its definition, without a description of its own.
 bool lacksNotes(const Input& input, const Input& definition) noexcept {
     return saysNothing(input.details()) && !haveSameNotes(input, definition);
 }
 
-// A value outside of its limits is marked unless it was read without a mark; where the limits are
-// not known here, the mark stays as it was read.
+// Marks a value outside of its limits, unless the text that was read had no mark; where the limits
+// are unknown, keeps the mark as read.
 bool isUnchecked(const Input& input, const Comments* comments) {
     using Unchecked = Comments::Unchecked;
     const Unchecked read = comments ? comments->unchecked : Unchecked::Open;
@@ -50,14 +50,14 @@ bool isUnchecked(const Input& input, const Comments* comments) {
 
 } // namespace
 
-// Without recursion: inputs may be nested deeper than the stack goes.
+// Works without recursion: inputs may nest deeper than the stack allows.
 void SceneWriter::writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition) {
     begin({.input = &input, .depth = depth, .isAgain = isAgain, .definition = definition});
     while (!m_open.empty())
         goOn();
 }
 
-// Writes all of an input that holds no others, else what stands in front of these.
+// Writes an input without elements or members completely, others up to their first part.
 void SceneWriter::begin(Part part) {
     if (!part.isElement && m_changedOnly && isUnchanged(*part.input)) return;
     part.comments = commentsOf(*part.input);
@@ -89,14 +89,14 @@ void SceneWriter::beginAttribute(Part& part) {
         part.isOwn = part.comments && part.comments->isOwn;
     }
     const AttrType type = knownType(input.type());
-    m_lines.writeLeading(partOf(part.comments, &Comments::leading), part.depth);
+    if (part.comments) m_lines.writeLeading(part.comments->leading.view(), part.depth);
     writeKind(input, m_lines.beginInput(type, elementTypeOf(input), part.depth));
     m_lines.writeName(input.ownName().view());
     m_lines.beginInputContent(type);
     if (isPlain(type)) writeOwn(input, part.comments);
 }
 
-// Arrays name their kinds, and buffers that say of which numbers they are.
+// Elements state their kind when they are arrays, or buffers with an element type.
 void SceneWriter::beginElement(const Part& part) {
     const Input& element = *part.input;
     const AttrType type = knownType(element.type());
@@ -113,7 +113,7 @@ void SceneWriter::beginElement(const Part& part) {
         writeOwn(element, part.comments);
 }
 
-// Goes on with the innermost input that is being written.
+// Continues with the innermost input that is being written.
 void SceneWriter::goOn() {
     Part& parent = m_open.back();
     const u64 index = parent.next++;
@@ -150,7 +150,6 @@ void SceneWriter::endList(const Part& parent) {
 }
 
 void SceneWriter::end(const Part& part) {
-    m_lines.endContent();
     writeSource(*part.input, part.comments);
     writeNotes(part);
     if (part.isElement)
@@ -159,7 +158,7 @@ void SceneWriter::end(const Part& part) {
         m_lines.endAttribute(partOf(part.comments, &Comments::trailing));
 }
 
-// An input that is not at its default makes all that hold it count; each is found once.
+// Marks all inputs around a changed one as changed, so that each is found only once.
 bool SceneWriter::isUnchanged(const Input& input) {
     if (m_changed.contains(&input)) return false;
     const Input* found = input.firstChanged();
@@ -182,7 +181,7 @@ void SceneWriter::writeDataType(DataType type, StringIO& out) {
     if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
 }
 
-// A link to nothing may be one that was not found.
+// A link to no node may be a name that was not found; then writes the name.
 void SceneWriter::writeOwn(const Input& input, const Comments* comments) {
     const Value& value = input.ownValue();
     const bool isLost = comments && !comments->lostLink.isEmpty() &&
@@ -231,7 +230,7 @@ void SceneWriter::writeSource(const Input& input, const Comments* comments) {
     if (const u32 ordinal = ordinalOf(*source); ordinal > 1) m_out.append(':').appendUInt(ordinal);
 }
 
-// Counts the outputs of the same node and exact name up to this one.
+// Counts the outputs of the same node and exact name, up to and including this one.
 u32 SceneWriter::ordinalOf(const Output& output) {
     const INode* node = output.node();
     if (node->outputCount() == 1) return 1;
@@ -269,7 +268,7 @@ void SceneWriter::writeNotes(const Part& part) {
 }
 
 void SceneWriter::writeDetails(const AttrDetails& details, const Input& input) {
-    // A definition's value says it.
+    // The value in a definition's line already states the default.
     if (!m_isDefinition || !(details.defaultValue == input.value()))
         writeNoteValue(Note::Default, details.defaultValue, input);
     writeNoteValue(Note::Minimum, details.minimum, input);
@@ -304,7 +303,7 @@ void SceneWriter::writeNoteValue(Note note, const Value& value, const Input& inp
     writeOfAnyKind(value, input);
 }
 
-// A value of another kind than the line names its own.
+// States the kind of a value if it differs from that of the line.
 void SceneWriter::writeOfAnyKind(const Value& value, const Input& input) {
     const bool isBuffer = value.type() == AttrType::Buffer;
     const DataType held = isBuffer ? knownType(value.asBuffer().type()) : DataType::Null;

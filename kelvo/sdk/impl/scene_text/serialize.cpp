@@ -13,7 +13,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The nodes that a node depends on and itself at the end, each behind those that it depends on as
+// Lists the nodes that a node depends on, then the node itself, each behind its own dependencies as
 // far as there are no cycles. Walks without recursion.
 class DependencyOrder {
 public:
@@ -59,10 +59,10 @@ private:
     std::vector<const INode*> m_order;
 };
 
-/// The unread lines between nodes, by the node that they stand in front of; null for the end.
+/// The unread lines between nodes, indexed by the node that follows them; null for the end.
 class UnreadNodes {
 public:
-    // A node that was replaced is known by its name.
+    // Finds a node that was replaced by its name.
     explicit UnreadNodes(const Scene& scene) : m_lines(scene.comments().file().unread) {
         if (m_lines.empty()) return;
         std::unordered_set<const INode*> nodes;
@@ -89,7 +89,7 @@ private:
     std::unordered_map<const INode*, std::vector<const UnreadLines*>> m_places;
 };
 
-// The comment lines that come first.
+// Returns the first comment lines behind the header.
 std::string_view linesBehindHeader(const Scene& scene, const UnreadNodes& unread) {
     const auto lines = unread.before(scene.node(0));
     if (!lines.empty()) return lines.front()->leading.view();
@@ -119,7 +119,7 @@ void serializeScene(const Scene& scene, StringIO& out) {
     const bool isEmpty =
         scene.nodeCount() == 0 && comments.inner.isEmpty() && comments.unread.empty();
     const UnreadNodes unread(scene);
-    // A blank line, unless what follows has one of its own.
+    // Appends a blank line, unless the following text starts with one.
     if (!isEmpty && !linesBehindHeader(scene, unread).starts_with('\n')) out.append('\n');
     scene.forEachNode([&](const INode* node) {
         for (const UnreadLines* lines : unread.before(node))

@@ -7,9 +7,9 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// Appends the node as scene text, without a header line: `changedOnly` leaves out inputs at their
-/// default, `withDependencies` puts the nodes of the scene that it depends on in front, those that
-/// others depend on first. Null appends nothing. docs/scene-text.md has the grammar.
+/// Appends the node as scene text without a header line. `changedOnly` omits inputs at their
+/// default; `withDependencies` puts the nodes of the scene that it depends on in front, in the
+/// order of their dependencies. Null appends nothing. docs/scene-text.md has the grammar.
 QV_EXPORT void serialize(const interfaces::INode* node, StringIO& out, bool changedOnly,
                          bool withDependencies);
 

@@ -8,7 +8,7 @@ String wholeLines(std::string_view text, u64 first, u64 last) {
     u64 start = first;
     while (start != 0 && TextLexer::isBlank(text[start - 1]))
         --start;
-    // In the midst of a line it gets an indentation of its own.
+    // A part from the middle of a line gets an indentation of its own.
     const bool startsLine = start == 0 || text[start - 1] == '\n';
     const std::string_view part =
         text.substr(startsLine ? start : first, last - (startsLine ? start : first));

@@ -6,7 +6,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Gives out unread lines at their places while what they stood among is written, each once.
+/// Returns unread lines at their places while the attributes around them are written, each once.
 class UnreadPlaces {
 public:
     /// Borrows the lines; null for none.
@@ -17,7 +17,7 @@ public:
             if (!(*lines)[i].before.isEmpty()) m_places[(*lines)[i].before].push_back(i);
     }
 
-    /// Gives out what stood in front of an attribute.
+    /// Passes on the lines that stood in front of an attribute.
     template<typename Take>
     void takeBefore(const String& name, AttrType type, bool isOutput, const Take& take) {
         if (m_places.empty()) return;
@@ -31,7 +31,7 @@ public:
         }
     }
 
-    /// Gives out what stood at the end, and what stood in front of something that is gone.
+    /// Passes on the lines at the end, and those in front of attributes that no longer exist.
     template<typename Take>
     void takeRest(const Take& take) {
         for (u64 i = 0; i < m_isTaken.size(); ++i)

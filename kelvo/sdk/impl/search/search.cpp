@@ -17,7 +17,7 @@ using interfaces::IInput;
 using interfaces::IInputContainer;
 using interfaces::INode;
 
-// A query that was understood.
+// A query in parsed form.
 struct Conditions {
     QueryFault parse(const Query& query) {
         const Wildcard::Fault fault = Wildcard::pathFault(query.pattern.view());
@@ -34,7 +34,7 @@ struct Conditions {
     std::optional<ValueCondition> value;
 };
 
-// The type that nodes and inputs have to have.
+// The required type of nodes or inputs.
 class TypeCondition {
 public:
     TypeCondition(const std::optional<Wildcard>& type, const Scene& scene, const Query& query)
@@ -61,7 +61,8 @@ private:
             bases, [&](const String& base) { return m_type->matches(base.view()); });
     }
 
-    // A node need not name the bases of its type. The first library that knows the type counts.
+    // Asks the definition, because a node need not name the bases of its type. The first library
+    // that has the type counts.
     [[nodiscard]] bool isBaseOf(const String& type) {
         const auto [place, isNew] = m_known.try_emplace(type, false);
         if (!isNew) return place->second;
@@ -76,11 +77,11 @@ private:
 
     const std::optional<Wildcard>& m_type;
     std::vector<LibInfo> m_libraries;
-    // By name of the type, whether one of its bases will do.
+    // For each type name, whether one of its bases matches.
     std::unordered_map<String, bool> m_known;
 };
 
-// Walks through a scene in order, along the paths that may still match.
+// Walks through a scene in order, following only paths that may still match.
 class Finder {
 public:
     Finder(const Conditions& conditions, const Scene& scene, const Query& query)
@@ -104,7 +105,7 @@ private:
     struct Step {
         const IInputContainer* holder;
         Wildcard::Places places;
-        // The sign in front of the names in it.
+        // The '.' or '[' in front of the names or indices in it.
         std::string_view sign;
         u64 next = 0;
     };

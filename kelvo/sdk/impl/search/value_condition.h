@@ -23,11 +23,11 @@ public:
     bool operator==(const ExactNumber& other) const noexcept { return (*this <=> other) == 0; }
 
 private:
-    // Holds values beyond 64 bits, and not-a-number; 0 for all others.
+    // Holds values beyond 64 bits and not-a-number; 0 for all other values.
     double m_far = 0;
     bool m_isNegative = false;
     u64 m_magnitude = 0;
-    // The part behind the point, with its sign.
+    // The signed part behind the decimal point.
     double m_fraction = 0;
 };
 
@@ -35,11 +35,11 @@ private:
 /// text with wildcards.
 class ValueCondition {
 public:
-    /// Reads a condition; the fault tells when the text behind "<", "<=", ">", ">=" or "=" is no
-    /// number.
+    /// Parses a condition; returns a fault when the text behind "<", "<=", ">", ">=" or "=" is not
+    /// a number.
     [[nodiscard]] static QueryFault parse(const String& wanted, ValueCondition& out);
 
-    /// Objects have no value; their members do.
+    /// False for objects, which have no value; their members are searched instead.
     [[nodiscard]] bool accepts(const Input& input) const;
 
 private:

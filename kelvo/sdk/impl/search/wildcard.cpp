@@ -18,7 +18,7 @@ bool isWild(char c) noexcept {
     return c == '*' || c == '?';
 }
 
-// Returns the fault of the step that an element's "[...]" at `at` is; null when there is none.
+// Returns the fault in the step "[...]" that starts at `at`; null when there is none.
 const char* elementFault(std::string_view pattern, std::size_t at) {
     const std::size_t end = pattern.find(']', at);
     if (end == std::string_view::npos) return "'[' without ']'";
@@ -112,7 +112,8 @@ bool Wildcard::Part::takes(char c) const noexcept {
     }
 }
 
-// Adds the places that are reached by leaving runs out. All ways lead forward.
+// Adds the places that are reached when a run matches no characters. One pass suffices, because
+// parts only lead forward.
 void Wildcard::goOnWithoutCharacter(Places& places) const {
     for (std::size_t at = 0; at < m_parts.size(); ++at) {
         if (!places[at]) continue;

@@ -7,15 +7,15 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A pattern that texts are compared with, in time proportional to text times pattern at worst.
+/// A pattern for texts. Matching takes time proportional to text times pattern at worst.
 ///
-/// A path pattern such as "lamp*.**.stops[?]" knows '*', any run of characters within a step; '?',
-/// one character within a step; and '**', any run across steps, where "a.**.b" stands for "a.b"
-/// too. Steps end at '.', '[' and ']'; case does not count. In a text pattern '*' and '?' stand for
-/// anything, and '\' takes the next character as it is.
+/// In a path pattern such as "lamp*.**.stops[?]", '*' matches any run of characters within a step,
+/// '?' one character within a step, and '**' any run across steps; "a.**.b" also matches "a.b".
+/// Steps end at '.', '[' and ']'; case does not count. In a text pattern '*' and '?' match any
+/// characters, and '\' takes the next character literally.
 class Wildcard {
 public:
-    /// How far a text got through the pattern: the places that the next character may be at.
+    /// The progress of a text in the pattern: the places at which the next character may match.
     using Places = std::vector<bool>;
     enum class Case { Counts, Ignored };
 
@@ -34,11 +34,11 @@ public:
     /// Tells whether the whole text matches.
     [[nodiscard]] bool matches(std::string_view text) const;
 
-    // A text may come in pieces: each answers the places for the next.
+    // Matches a text in pieces: each call returns the places for the next piece.
     [[nodiscard]] Places start() const;
-    /// Goes on with a piece; false when nothing that begins like this matches any more.
+    /// Continues with a piece; false when no continuation can match any more.
     [[nodiscard]] bool advance(Places& places, std::string_view piece) const;
-    /// Tells whether what came so far matches.
+    /// Tells whether the text so far matches.
     [[nodiscard]] bool accepts(const Places& places) const { return places.back(); }
 
 private:
@@ -46,7 +46,7 @@ private:
     struct Part {
         Kind kind;
         char letter;
-        // The run and the '.' behind it may be left out.
+        // True if the run and the '.' after it may be absent.
         bool isOptional = false;
 
         [[nodiscard]] bool isRun() const noexcept {

@@ -17,7 +17,7 @@ double difference(double a, double b) {
 double product(double a, double b) {
     return a * b;
 }
-// NaN gives way to the other number.
+// If one number is NaN, returns the other.
 double smaller(double a, double b) {
     return std::isnan(a) || b < a ? b : a;
 }
@@ -33,7 +33,8 @@ bool evalPair(EvalCtx* ctx, void* out) {
     return eval.give(calculate(a, b));
 }
 
-// These have no answer for some numbers: then it is the input "otherwise", read only when needed.
+// A function with no result for some numbers: the node then returns its input "otherwise", which is
+// read only in that case.
 template<bool (*calculate)(double, double, double&)>
 bool evalPartial(EvalCtx* ctx, void* out) {
     StandardEval eval(ctx, out);
@@ -49,7 +50,7 @@ bool quotient(double a, double b, double& result) {
     return b != 0.0;
 }
 
-// The rest has the sign of the divisor, so that it repeats evenly below zero.
+// The remainder has the sign of the divisor, so that the pattern repeats evenly below zero.
 bool rest(double a, double b, double& result) {
     if (b == 0.0 || !std::isfinite(a) || !std::isfinite(b)) return false;
     result = std::fmod(a, b);
@@ -75,7 +76,7 @@ struct Function {
     double (*calculate)(double);
 };
 
-// Arguments outside -1 to 1 count as the nearer end.
+// asin and acos clamp their argument to -1 to 1.
 constexpr Function kTrigonometry[] = {
     {"sin", [](double x) { return std::sin(x); }},
     {"cos", [](double x) { return std::cos(x); }},

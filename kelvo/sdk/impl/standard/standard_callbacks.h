@@ -6,16 +6,16 @@ namespace qv::kelvo_sdk::impl {
 
 class LibInfo;
 
-// Callbacks of the standard library's types, group by group. Division by zero and the like have a
-// stated answer, in the help text of the type.
+/// Callbacks of the standard library's types, by group. Where arithmetic has no result, as in
+/// division by zero, the help text of the type states the result.
 
-/// One type for each kind of value, which it hands on.
+/// One type for each kind of value; its node returns its input.
 void addConstantCallbacks(LibInfo& library);
-/// Numbers added, divided, rounded.
+/// Adding, dividing, rounding and other arithmetic with numbers.
 void addArithmeticCallbacks(LibInfo& library);
-/// Numbers mixed, limited and brought from one range to another.
+/// Mixing and limiting numbers, and mapping them from one range to another.
 void addRangeCallbacks(LibInfo& library);
-/// Dot and cross products, lengths; tuples made of numbers and taken apart.
+/// Dot and cross products, lengths; vectors composed of numbers and split into them.
 void addVectorCallbacks(LibInfo& library);
 void addColorCallbacks(LibInfo& library);
 void addMatrixCallbacks(LibInfo& library);
@@ -23,7 +23,7 @@ void addNoiseCallbacks(LibInfo& library);
 /// Nodes that change the inputs of others.
 void addModifierCallbacks(LibInfo& library);
 
-/// Registers a type that does nothing but evaluate.
+/// Registers a type that only evaluates.
 void addEvaluation(LibInfo& library, const char* type, interfaces::NodeEvalFn eval);
 
 } // namespace qv::kelvo_sdk::impl

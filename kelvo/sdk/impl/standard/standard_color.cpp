@@ -53,7 +53,7 @@ bool evalGamma(EvalCtx* ctx, void* out) {
     return eval.give(color);
 }
 
-// How bright the eye sees linear red, green and blue.
+// Weighs linear red, green and blue by the brightness that the eye perceives.
 bool evalLuminance(EvalCtx* ctx, void* out) {
     StandardEval eval(ctx, out);
     const auto color = eval.get<Rgbad>(standardNames().color);
@@ -68,7 +68,7 @@ Rgbad fromHsv(double hue, double saturation, double brightness, double alpha) {
     const double low = brightness * (1.0 - saturation);
     const double falling = brightness * (1.0 - saturation * part);
     const double rising = brightness * (1.0 - saturation * (1.0 - part));
-    // The hue just below a whole turn rounds to one: the sixth sector is the first again.
+    // A hue just below a whole turn rounds up to one: sector 6 is sector 0.
     switch (static_cast<u32>(sixths) % 6) {
     case 0:
         return {{brightness, rising, low, alpha}};
@@ -94,7 +94,7 @@ bool evalHsvToRgb(EvalCtx* ctx, void* out) {
     return eval.give(fromHsv(hue, saturation, brightness, eval.real(names.alpha)));
 }
 
-// In turns, from 0 to below 1; grey has hue 0.
+// Returns the hue in turns, from 0 to below 1; grey has hue 0.
 double hueOf(const Rgbad& c, double most, double range) {
     if (range == 0.0) return 0.0;
     double sixths = 0.0;

@@ -40,7 +40,8 @@ inline constexpr AttrType outputKindOf<math::Mat4d> = AttrType::Mat4;
 template<>
 inline constexpr AttrType outputKindOf<String> = AttrType::String;
 
-/// Names of the inputs and outputs of value nodes, made once: look-ups compare their kept hashes.
+/// Names of the inputs and outputs of value nodes, made once, so that look-ups can use their cached
+/// hashes.
 struct StandardNames {
     const String a{"a"}, b{"b"}, otherwise{"otherwise"}, value{"value"}, result{"result"};
     const String mode{"mode"}, amount{"amount"}, minimum{"min"}, maximum{"max"};
@@ -56,35 +57,36 @@ struct StandardNames {
     const String enabled{"enabled"}, factor{"factor"};
 };
 
-/// Never destroyed, as nodes may be evaluated late.
+/// Never destroyed, as nodes may be evaluated at program exit.
 [[nodiscard]] const StandardNames& standardNames();
 
-/// One call of an evaluation callback: reads inputs of the node asked, gives the answer.
+/// One call of an evaluation callback: reads inputs of the node and returns the value of its
+/// output.
 class StandardEval {
 public:
     StandardEval(EvalCtx* ctx, void* out) noexcept
         : m_ctx(ctx), m_out(out), m_ok(ctx && out && ctx->node() && ctx->output()) {}
 
-    /// Reads an input; after one that is missing or does not read, the answer is false.
+    /// Reads an input. If the input is missing or cannot be read, the evaluation fails.
     template<typename T>
     [[nodiscard]] T get(const String& name) {
         T value{};
         if (!m_ok) return value;
         const interfaces::INode& node = *m_ctx->node();
-        // An evaluation may remove what is being read.
+        // Keeps the input alive: an evaluation may remove it while it is read.
         const RefersTo<interfaces::IInput> input(node.input(name));
         m_ok = input && detail::read(*input.get(), value, true, m_ctx);
         return value;
     }
     [[nodiscard]] double real(const String& name) { return get<double>(name); }
 
-    /// Tells whether the output of that name is asked for.
+    /// Tells whether the evaluation is for the output of that name.
     [[nodiscard]] bool asks(const String& name) const {
         return m_ok && m_ctx->output()->name() == name;
     }
 
-    /// Answers the output `name` with a value of its kind. Any other output, such as one that was
-    /// added to the node, gets none.
+    /// Returns a value of its kind for the output `name`. The evaluation of any other output, such
+    /// as one that was added to the node, fails.
     template<typename T>
     [[nodiscard]] bool give(const String& name, T value) const {
         static_assert(outputKindOf<T> != AttrType::Null);
@@ -97,7 +99,7 @@ public:
         return give(standardNames().result, std::move(value));
     }
 
-    /// Says that the text of an input is none of its choices; the answer is false.
+    /// Logs that the text of an input is not one of its choices, and fails the evaluation.
     bool refuseChoice(const String& name, const String& text);
 
 private:

@@ -25,7 +25,7 @@ bool keepNothing(interfaces::INode*, void**) {
 
 } // namespace
 
-// Nodes take the callbacks of a type as one set, complete with init and free.
+// Nodes take all callbacks of a type as one set, so init and free have to be given too.
 void addEvaluation(LibInfo& library, const char* type, interfaces::NodeEvalFn eval) {
     interfaces::NodeCallbacks callbacks;
     callbacks.init = keepNothing;

@@ -11,7 +11,7 @@ using math::Mat4d;
 using math::Pos3d;
 using math::Vec3d;
 
-// Turns the first of the axes towards the second.
+// Rotates the first axis towards the second.
 Mat4d rotation(u64 first, u64 second, double angle) {
     Mat4d result = Mat4d::identity;
     result[first][first] = result[second][second] = std::cos(angle);

@@ -1,6 +1,8 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
 #include "kelvo/sdk/impl/standard/standard_eval.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
@@ -18,31 +20,23 @@ namespace {
 
 using interfaces::INode;
 
-// Reads an input of a modifier; false when it is missing (logged) or does not read.
+// Reads an input of a modifier; false when the input is missing (logged) or cannot be read.
 template<typename T>
 bool readSetting(const INode& modifier, const String& name, T& out) {
     const kelvo_sdk::Input input(modifier.input(name));
     return input.read(out);
 }
 
-// Returns the inputs, at any depth, that a modifier names: the same that are put aside for it.
+// Returns the inputs, at any depth, that a modifier names; these keep their values aside for it.
 std::vector<kelvo_sdk::Input> namedInputs(const StringVector& names, const INode& node) {
     std::vector<kelvo_sdk::Input> found;
-    std::vector<kelvo_sdk::Input> left;
-    for (u64 i = node.inputCount(); i-- > 0;)
-        left.emplace_back(node.input(i));
-    while (!left.empty()) {
-        const kelvo_sdk::Input next = left.back();
-        left.pop_back();
-        if (!next) continue;
-        if (names.contains(next.name(), true)) found.push_back(next);
-        for (u64 i = next.inputCount(); i-- > 0;)
-            left.push_back(next.input(i));
-    }
+    InputWalk walk(implOf(node).inputs());
+    while (Input* next = walk.next())
+        if (names.contains(next->name(), true)) found.emplace_back(next);
     return found;
 }
 
-// Writes to each named input; the others are written even when one refuses.
+// Writes to each named input; a refused write does not stop the others.
 template<typename Write>
 bool modifyInputs(const INode& modifier, const INode& node, const Write& write) {
     bool isEnabled = false;
@@ -55,7 +49,7 @@ bool modifyInputs(const INode& modifier, const INode& node, const Write& write) 
     bool done = true;
     const auto* scene = node.scene();
     for (const kelvo_sdk::Input& input : namedInputs(names.split(',', true, false), node)) {
-        // Who hears of a write may take others away, which undo brings back as they are.
+        // Observers of a write may remove other inputs; writing to those would spoil their undo.
         if (input.node() != &node || node.scene() != scene || write(input)) continue;
         logWarning("Modifier '%s' cannot change input '%s'.", modifier.name().buf(),
                    input.path().buf());
@@ -71,7 +65,7 @@ bool overrideValue(INode* node, INode* other) {
                         [&](const kelvo_sdk::Input& input) { return input.setString(text); });
 }
 
-// Whole numbers stay whole: the result is rounded.
+// Rounds the result for kinds of whole numbers.
 Value rounded(AttrType type, double number) {
     const double whole = std::round(number);
     Value result;
@@ -88,7 +82,8 @@ Value changedWhole(const Value& value, const Change& change) {
     return rounded(value.type(), change(number));
 }
 
-// A number, or the parts of a vector, position or colour; opacity stays. Null for other kinds.
+// Changes a number, or each component of a vector, position or colour except opacity. Null for
+// other kinds.
 template<typename Change>
 Value changedNumber(const Value& value, const Change& change) {
     const AttrType type = value.type();

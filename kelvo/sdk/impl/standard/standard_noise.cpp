@@ -5,8 +5,8 @@
 #include <bit>
 #include <cmath>
 
-// Gradient noise on a grid of whole numbers, from integer hashes and plain sums and products
-// alone, so that every machine gets the same bits.
+// Gradient noise on the grid of whole numbers. Uses only integer hashes, sums and products, so that
+// every machine gets the same bits.
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -26,7 +26,7 @@ struct Cell {
     i64 at[3];
 };
 
-// The slope at a corner points to the middle of one of a cube's twelve edges.
+// The gradient at a corner points to the middle of one of a cube's twelve edges.
 double slope(const Cell& corner, u64 seed, const Vec3d& away) noexcept {
     u64 bits = seed;
     for (const i64 coordinate : corner.at)
@@ -46,7 +46,7 @@ double between(double a, double b, double t) noexcept {
     return a + t * (b - a);
 }
 
-// Weighs the slopes at the eight corners of a cell; `inside` is from 0 to 1 on each axis.
+// Interpolates between the gradients at the eight corners; `inside` is from 0 to 1 on each axis.
 double cellNoise(const Cell& cell, const Vec3d& inside, u64 seed) noexcept {
     double corner[8];
     for (u64 i = 0; i < 8; ++i) {
@@ -67,7 +67,7 @@ double cellNoise(const Cell& cell, const Vec3d& inside, u64 seed) noexcept {
     return corner[0];
 }
 
-// Too far out numbers have no fraction left: there, as at every whole number, the noise is 0.
+// Numbers this large have no fraction, and the noise is 0 at every whole number.
 bool isOnGrid(const Pos3d& p) noexcept {
     constexpr double noFraction = 4503599627370496.0;
     return std::ranges::any_of(p.v, [](double x) { return !(std::fabs(x) < noFraction); });

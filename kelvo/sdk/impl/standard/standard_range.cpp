@@ -7,7 +7,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Exactly `a` at 0 and `b` at 1.
+// Written so that the result is exactly `a` at 0 and exactly `b` at 1.
 double mixed(double a, double b, double amount) {
     return a * (1.0 - amount) + b * amount;
 }
@@ -19,7 +19,7 @@ bool evalMix(EvalCtx* ctx, void* out) {
     return eval.give(mixed(a, b, eval.real(standardNames().amount)));
 }
 
-// Bounds in the wrong order change places; what is no number stays so.
+// Swaps bounds in the wrong order; NaN stays NaN.
 double limited(double value, double low, double high) {
     if (high < low) std::swap(low, high);
     if (value < low) return low;

@@ -4,8 +4,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The text of `kelvo/sdk/impl/standard/standard.knd`, made part of the program when that is built;
-/// in pieces because compilers need not take longer ones.
+/// The text of `kelvo/sdk/impl/standard/standard.knd`, compiled into the program; in pieces because
+/// compilers limit the length of a literal.
 extern const char* const standardTextPieces[];
 extern const u64 standardTextPieceCount;
 

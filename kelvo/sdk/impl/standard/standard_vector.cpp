@@ -11,7 +11,7 @@ namespace {
 
 using math::Vec3d;
 
-// Infinity counts as larger than what is no number.
+// Infinity counts as larger than NaN.
 double largestOf(const Vec3d& v) {
     double largest = 0.0;
     for (const double coordinate : v.v) {
@@ -37,7 +37,7 @@ bool evalCross(EvalCtx* ctx, void* out) {
         Vec3d{{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]}});
 }
 
-// Scaled by a power of two, which loses nothing, so that no square is out of range.
+// Scales by a power of two, which is exact, so that no square overflows or underflows.
 double lengthOf(const Vec3d& v) {
     const double largest = largestOf(v);
     if (largest == 0.0 || !std::isfinite(largest)) return largest;
@@ -57,7 +57,7 @@ bool evalLength(EvalCtx* ctx, void* out) {
     return eval.give(lengthOf(v));
 }
 
-// Brought to a handy size first, so that neither huge nor tiny vectors lose their direction.
+// Divides by the largest component first, so that huge and tiny vectors keep their direction.
 Vec3d unitVector(const Vec3d& v) {
     const double largest = largestOf(v);
     if (largest == 0.0 || !std::isfinite(largest)) return {};

@@ -8,18 +8,18 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The names met in a text, each kept once and known by a number, so that equal names share their
-/// text and are compared by number.
+/// The names of a text, each stored once and numbered, so that equal names share their text and
+/// compare by number.
 class NamePool {
 public:
     NamePool();
 
-    /// Returns the number of a name, a new one for a name not met before; numbers count from 0.
+    /// Returns the number of a name, a new number for a new name; numbers start at 0.
     [[nodiscard]] u32 add(std::string_view name);
     /// Valid until the next `add`.
     [[nodiscard]] const String& text(u32 name) const noexcept { return m_names[name].text; }
-    /// Returns a number that names share when they are equal without regard to case: the number of
-    /// the first of them.
+    /// Returns a number shared by all names that are equal without regard to case: the number of
+    /// the first such name.
     [[nodiscard]] u32 folded(u32 name) const noexcept { return m_names[name].folded; }
     [[nodiscard]] u32 size() const noexcept { return static_cast<u32>(m_names.size()); }
 
@@ -34,10 +34,11 @@ private:
     void grow();
 
     std::vector<Name> m_names;
-    // Open addressing, at most half full: a name's number plus 1, 0 for a free slot.
+    // Open addressing, at most half full: the number of a name plus 1, 0 for a free slot.
     std::vector<u32> m_slots;
     std::vector<u32> m_foldedSlots;
-    // Differs from run to run, so that nobody can prepare names that collide.
+    // Made from addresses, which differ from run to run, so that nobody can prepare names that
+    // collide.
     u64 m_seed;
 };
 

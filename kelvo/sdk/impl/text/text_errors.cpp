@@ -17,7 +17,7 @@ String conflictUpTo(u64 line) {
                           static_cast<unsigned long long>(line));
 }
 
-// Names may hold line breaks, and messages name them.
+// Keeps a message on one line, as names in it may hold line breaks.
 String onOneLine(const String& text) {
     return text.replace("\n", " ", true, false).replace("\r", " ", true, false);
 }
@@ -25,7 +25,7 @@ String onOneLine(const String& text) {
 } // namespace
 
 void TextErrors::add(u64 offset, const String& part, const String& message) {
-    // One thing that is wrong may strike twice.
+    // The same fault may be found twice.
     if (full() || !m_places.insert(offset).second) return;
     m_errors.push_back({offset, onOneLine(part), onOneLine(message)});
 }
@@ -42,7 +42,8 @@ void TextErrors::addFaultyBytes() {
     }
 }
 
-// Lines with '<<<<<<<' and '>>>>>>>' around what the two sides have; no text of ours starts so.
+// Reports merge markers, '<<<<<<<' to '>>>>>>>', around two versions; no valid text has lines that
+// start so.
 void TextErrors::addConflicts() {
     std::vector<Error> found;
     u64 opened = std::string_view::npos;

@@ -8,10 +8,10 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The errors of one text, gathered as they come up and told in the order of the text.
+/// The errors of one text, gathered in any order and reported in the order of the text.
 class TextErrors {
 public:
-    /// The kind of parts that the text consists of.
+    /// The parts that the text consists of, named in messages.
     enum class Subject : u8 { Nodes, Types };
 
     struct Error {
@@ -20,31 +20,31 @@ public:
         String message;
     };
 
-    /// Keeps at most `limit` errors; the text is borrowed.
+    /// Keeps at most `limit` errors. Borrows the text.
     TextErrors(std::string_view text, u64 limit, Subject subject = Subject::Nodes)
         : m_text(text), m_limit(limit), m_subject(subject) {}
 
-    /// `offset` is a byte of the text, `part` the name of the node or type concerned. The first
-    /// error at a place stands.
+    /// `offset` is a byte of the text, `part` the name of the node or type concerned. Only the
+    /// first error at an offset is kept.
     void add(u64 offset, const String& part, const String& message);
-    /// Takes one over, also at the place of another.
+    /// Adds an error even where the text has another error.
     void keep(Error error) {
         if (!full()) m_errors.push_back(std::move(error));
     }
-    /// Tells once per line of bytes that may not stand in a text.
+    /// Adds one error for each line with bytes that a text must not contain.
     void addFaultyBytes();
     [[nodiscard]] bool empty() const noexcept { return m_errors.empty(); }
-    /// From so many errors on only their places matter.
+    /// Beyond `count` errors only their offsets matter.
     void keepMessages(u64 count) noexcept { m_messages = count; }
-    /// Tells whether the next error is worth a message that is dear to make.
+    /// Tells whether the next error needs a message; ask before making a costly one.
     [[nodiscard]] bool wantsMessage() const noexcept { return m_errors.size() < m_messages; }
     [[nodiscard]] u64 size() const noexcept { return m_errors.size(); }
-    /// Tells whether there is no use in looking for more.
+    /// Tells whether further errors would be dropped.
     [[nodiscard]] bool full() const noexcept { return m_errors.size() >= m_limit; }
-    /// Appends the errors, with their lines and columns. Where a merge left its marks in the text
-    /// these are told alone: other errors come of them.
+    /// Appends the errors, with their lines and columns. If a merge left its markers in the text,
+    /// reports only these, as other errors follow from them.
     void report(const String& source, Diagnostics& out);
-    /// Appends the errors alone.
+    /// Appends the errors without a look for merge markers.
     void reportErrors(const String& source, Diagnostics& out);
 
     [[nodiscard]] const std::vector<Error>& errors() const noexcept { return m_errors; }

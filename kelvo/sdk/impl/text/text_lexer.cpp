@@ -12,14 +12,14 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Returns 16 for what is no hexadecimal digit.
+// Returns 16 for a character that is not a hexadecimal digit.
 unsigned hexValue(char c) noexcept {
     if (ascii::isDigit(c)) return static_cast<unsigned>(c - '0');
     const char lower = ascii::toLower(c);
     return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>(lower - 'a' + 10) : 16;
 }
 
-// Reads the escape at the start of a text; returns its length, 0 when there is no such escape.
+// Reads the escape at the start of a text; returns its length, 0 for an unknown escape.
 u64 escape(std::string_view text, char& out) noexcept {
     constexpr std::string_view letters = "\"\\nrt0";
     constexpr char meanings[] = {'"', '\\', '\n', '\r', '\t', '\0'};
@@ -36,12 +36,12 @@ u64 escape(std::string_view text, char& out) noexcept {
     return 4;
 }
 
-// Tells whether a byte goes on what a message shows as one thing.
+// Tells whether a byte continues the word that a message shows.
 bool continuesWord(char c) noexcept {
     return TextLexer::continuesIdentifier(c) || c == '.' || c == '-' || c == '+';
 }
 
-// Cuts the first line off a text.
+// Removes the first line of a text and returns it without its line break.
 std::string_view takeLine(std::string_view& text) noexcept {
     const u64 end = text.find('\n');
     std::string_view line = text.substr(0, end);
@@ -57,7 +57,7 @@ u64 indentationOf(std::string_view line) noexcept {
     return size;
 }
 
-// Returns the blanks that all lines but empty ones start with.
+// Returns the white space that all non-empty lines start with.
 std::string_view sharedIndentation(std::string_view lines) noexcept {
     std::string_view shared;
     bool isFirst = true;

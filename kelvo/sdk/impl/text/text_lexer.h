@@ -7,15 +7,14 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Stands at both ends of a text that is taken as it is.
+/// Encloses a raw text, which has no escapes.
 inline constexpr std::string_view rawMark = "\"\"\"";
 
-/// Walks over a text that is read, which it borrows: lines, `#` comments, identifiers, quoted
-/// texts.
+/// Splits a borrowed text into lines, `#` comments, identifiers and quoted texts.
 ///
-/// White space and ends of lines are told apart, so that the grammars may give ends of lines a
-/// meaning. What a function does not find it leaves alone. Needs a text that was checked by
-/// `utf8::firstFault`.
+/// Distinguishes white space from ends of lines, as ends of lines have a meaning in the
+/// grammars. A function that does not find its token does not move. Needs a text that was checked
+/// by `utf8::firstFault`.
 class TextLexer {
 public:
     explicit TextLexer(std::string_view text) noexcept
@@ -31,9 +30,9 @@ public:
     [[nodiscard]] bool atEnd() const noexcept { return m_at == m_end; }
     /// Returns the next byte, 0 at the end.
     [[nodiscard]] char peek() const noexcept { return m_at != m_end ? *m_at : '\0'; }
-    /// Goes to a place, at most the text's size.
+    /// Moves to an offset, at most the text's size.
     void seek(u64 offset) noexcept { m_at = m_begin + offset; }
-    /// Goes on by a number of bytes, at most those that are left.
+    /// Moves on by a number of bytes, at most the number left.
     void skip(u64 count) noexcept { m_at += count; }
 
     bool accept(char c) noexcept {
@@ -41,7 +40,7 @@ public:
         ++m_at;
         return true;
     }
-    /// Takes a mark of several characters.
+    /// Takes a token of several characters.
     bool accept(std::string_view mark) noexcept {
         if (!rest().starts_with(mark)) return false;
         m_at += mark.size();
@@ -53,20 +52,20 @@ public:
         while (m_at != m_end && isBlank(*m_at))
             ++m_at;
     }
-    /// Tells whether nothing but a comment is left of the line; the end of the text ends a line.
+    /// Tells whether the rest of the line is empty or a comment; the end of the text ends a line.
     [[nodiscard]] bool atLineEnd() const noexcept {
         return m_at == m_end || *m_at == '\n' || *m_at == '#';
     }
     /// Skips white space, ends of lines and comments; returns whether there was a comment.
     bool skipSpace() noexcept;
-    /// Goes to the end of the line, in front of the '\n'.
+    /// Moves to the end of the line, in front of the '\n'.
     void skipLine() noexcept;
-    /// Takes a comment, from its '#' up to the end of the line without white space there; empty
-    /// when none starts here.
+    /// Takes a comment, from its '#' to the end of the line, without trailing white space; empty
+    /// when no comment starts here.
     std::string_view comment() noexcept;
 
-    /// Takes an identifier: a letter or '_', then letters, digits, '_'. Empty when none starts
-    /// here.
+    /// Takes an identifier: a letter or '_', then letters, digits, '_'. Empty when no identifier
+    /// starts here.
     std::string_view identifier() noexcept {
         const char* const start = m_at;
         if (m_at == m_end || !startsIdentifier(*m_at)) return {};
@@ -80,18 +79,18 @@ public:
         return TextLexer(*this).identifier();
     }
 
-    /// Takes a text in quotes. False, and a sentence in `problem`, when it is malformed; the lexer
-    /// stands at the place of it then. Needs a '"' here.
+    /// Takes a text in quotes; needs a '"' here. If the text is malformed, returns false with a
+    /// sentence in `problem` and moves to the fault.
     ///
     /// Escapes are \" \\ \n \r \t \0 and \xNN for any byte. A quoted text ends on its line.
     bool quoted(String& out, const char*& problem);
 
-    /// Takes a text between two marks `rawMark`, line by line as it stands: without a line break
-    /// behind the first mark and in front of the last, and without the indentation that all lines
-    /// share. False when it is not closed; the lexer stays then. Needs such a mark here.
+    /// Takes a raw text between two `rawMark`s, without the line breaks next to the marks and
+    /// without the indentation that all lines share. False, without moving, if the closing mark is
+    /// missing. Needs a `rawMark` here.
     bool raw(String& out);
 
-    /// Describes what stands here for a message: "'abc'", "the end of the line".
+    /// Describes the next token for a message: "'abc'", "the end of the line".
     [[nodiscard]] String found() const;
 
     [[nodiscard]] static constexpr bool isBlank(char c) noexcept {
@@ -113,7 +112,7 @@ private:
     const char* m_begin;
 };
 
-/// Counts the lines of a text up to places that mostly come in order.
+/// Finds the lines of offsets; fast as long as the offsets ascend.
 class LineCounter {
 public:
     explicit LineCounter(std::string_view text) noexcept : m_text(text) {}
@@ -122,7 +121,7 @@ public:
         u64 line;
         u64 column;
     };
-    /// Returns where a byte stands, both counted from 1.
+    /// Returns the line and column of a byte, both counted from 1.
     [[nodiscard]] Place placeOf(u64 offset) noexcept;
 
 private:

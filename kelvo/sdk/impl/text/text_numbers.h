@@ -10,11 +10,11 @@
 #include <cstring>
 #include <limits>
 
-// Numbers read from text, one at a time, wherever the text goes on behind them. Each function
-// returns where the number ends; null, `out` unchanged, when there is none or it is out of range.
+/// Reads numbers in the middle of a text. Each function returns where the number ends; null, with
+/// `out` unchanged, when there is no number or it is out of range.
 namespace qv::kelvo_sdk::impl {
 
-/// White space between the parts of a value; a comma counts as such in tuples and buffers.
+/// White space separates the parts of a value; in tuples and buffers a comma does as well.
 [[nodiscard]] constexpr bool separatesNumbers(char c) noexcept {
     return ascii::isSpace(c) || c == ',';
 }
@@ -36,7 +36,7 @@ template<std::integral T>
 
 namespace detail {
 
-// Numbers whose digits and power of ten are exact in T, so that one division rounds correctly.
+// The numbers whose digits and power of ten are exact in T, so that one division rounds correctly.
 template<std::floating_point T>
 struct ExactDecimals;
 template<>
@@ -52,7 +52,7 @@ struct ExactDecimals<double> {
                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 };
 
-// The common case: some digits, perhaps with a point, and no exponent. Null for all others.
+// Reads the common form: a few digits, perhaps with a point, and no exponent. Null for other forms.
 template<std::floating_point T>
 [[nodiscard]] const char* readShortReal(const char* at, const char* end, T& out) noexcept {
     using Exact = ExactDecimals<T>;
@@ -77,7 +77,7 @@ template<std::floating_point T>
     return at;
 }
 
-// "inf", "nan" and "nan(0x...)", which gives all the bits; each but the last with a sign.
+// Reads "inf", "nan" and "nan(0x...)", which gives all the bits; the first two may have a sign.
 template<std::floating_point T>
 [[nodiscard]] const char* readSpecialReal(const char* at, const char* end, T& out) noexcept {
     using Bits = std::conditional_t<sizeof(T) == 4, u32, u64>;

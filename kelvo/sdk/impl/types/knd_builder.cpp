@@ -29,7 +29,7 @@ std::vector<std::unique_ptr<KndDefinition>> KndBuilder::build() {
     return std::move(m_types);
 }
 
-// All come in the order of the text.
+// Linear, because the attributes come in the order of the text.
 template<typename Attribute>
 std::vector<u32> KndBuilder::linesOf(const std::vector<Attribute>& attributes) const {
     LineCounter counter(m_text);
@@ -40,7 +40,8 @@ std::vector<u32> KndBuilder::linesOf(const std::vector<Attribute>& attributes) c
     return lines;
 }
 
-// A value is what `reset` brings back, unless the text says otherwise. Elements are not reset.
+// The value in the text is also the default, unless the text gives one. Elements have no default,
+// as `reset` does not reach them.
 void KndBuilder::makeDefaults() {
     std::vector<bool> isElement(m_tree.inputs.size());
     for (const TreeInput& parent : m_tree.inputs)
@@ -64,7 +65,8 @@ void KndBuilder::makeDefaults() {
     }
 }
 
-// A default that says what goes without saying is none, as the text that is written has it.
+// Drops a default that equals the zero value of its kind; the written text leaves such a default
+// out, too.
 void KndBuilder::dropZeroDefault(const TreeInput& input) {
     if (input.extras == noTreeIndex) return;
     AttrDetails* details = m_tree.extras[input.extras].details.get();
@@ -108,7 +110,8 @@ void KndBuilder::addBases(u32 type, KndDefinition& to) {
     to.inheritedOutputs = to.outputs.size();
 }
 
-// An attribute inherited by two ways from one base counts once; no other names collide.
+// Counts an attribute once that two bases inherit from a common base. The checker has refused all
+// other collisions of names.
 void KndBuilder::inherit(KndDefinition& to) {
     std::set<std::pair<const KndDefinition*, u64>> met;
     const auto isNew = [&](const KndDefinition::Place& place) {
@@ -151,7 +154,7 @@ void KndBuilder::addTexts(u32 type, KndDefinition& to) {
     to.prototype->setSvgIcon(to.icon.text);
 }
 
-// A type that adds no pages to those of one base shows its layout as it is.
+// A type without own pages and with pages from one base alone shares the layout of that base.
 void KndBuilder::addLayout(u32 type, KndDefinition& to) {
     KndTreeType& from = m_tree.types[type];
     RefersTo<Layout> layout;

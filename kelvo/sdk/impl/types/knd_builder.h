@@ -18,7 +18,7 @@ public:
 
     /// Returns the definitions in the order of the text, their prototypes unbound.
     [[nodiscard]] std::vector<std::unique_ptr<KndDefinition>> build();
-    /// Adds what the text has in comments; after `build`.
+    /// Adds the comments of the text. Call after `build`.
     void addComments(SceneComments& comments) const;
 
 private:
@@ -43,7 +43,7 @@ private:
     std::vector<u32> m_inputLines;
     std::vector<u32> m_outputLines;
     SceneBuilder m_nodes;
-    // By their positions in the tree.
+    // Indexed by the position of the type in the tree.
     std::vector<std::unique_ptr<KndDefinition>> m_types;
     std::vector<const KndDefinition*> m_definitions;
 };

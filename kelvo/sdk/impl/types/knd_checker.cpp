@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-// Names and bases; attributes and pages stand in knd_checker_attrs.cpp.
+// Checks names and bases; knd_checker_attrs.cpp checks attributes and pages.
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -44,7 +44,7 @@ void KndChecker::check() {
     }
 }
 
-// There are no nodes that a value could be of or come from.
+// Refuses links and connections: a definition has no other nodes that a value could name.
 void KndChecker::checkValues() {
     for (const TreeLink& link : m_tree.links) {
         if (m_errors.full()) return;
@@ -64,7 +64,7 @@ void KndChecker::checkValues() {
     }
 }
 
-// Names of the text itself were checked by the parser.
+// Checks names against the library alone; the parser has found duplicates within the text.
 void KndChecker::checkNames() {
     for (u32 type = 0; type < m_tree.types.size(); ++type) {
         const TreeNode& node = m_tree.nodes[type];
@@ -107,7 +107,7 @@ String KndChecker::unknownBase(u32 name) const {
     SpellingSuggestion near(wanted.view());
     for (u32 i = 0; i < m_tree.nodes.size(); ++i)
         if (m_tree.nodes[i].name != noTreeIndex) near.offer(m_tree.nodeName(i).view());
-    // The prototypes' own texts outlive the handles on them.
+    // Offers views of the names: the prototypes outlive this search, so the views stay valid.
     for (const LibInfo* library : {&m_library, m_basesFrom})
         for (u64 i = 0; library && i < library->typeCount(); ++i)
             near.offer(library->definition(i).name().view());
@@ -121,7 +121,7 @@ void KndChecker::sortTypes() {
         if (m_marks[type] == Mark::New) sortFrom(type);
 }
 
-// Follows the bases without recursion. A base that closes a loop is none from then on.
+// Walks the bases depth first, without recursion. Drops a base that would close a loop.
 void KndChecker::sortFrom(u32 type) {
     m_chain.assign(1, {type, 0});
     m_marks[type] = Mark::Open;
@@ -146,7 +146,7 @@ void KndChecker::sortFrom(u32 type) {
     }
 }
 
-// The chain's last type names `closing`, which stands in the chain.
+// Needs `closing` in the chain, and the chain's last type naming it as a base.
 void KndChecker::reportLoop(u32 closing) {
     constexpr u64 mostNames = 10;
     const Step& last = m_chain.back();

@@ -11,11 +11,11 @@ namespace qv::kelvo_sdk::impl {
 class LibInfo;
 struct KndDefinition;
 
-/// Checks what the types of a tree say of each other and of those of libraries: names, bases,
-/// attributes that meet in a type, pages. docs/definition-text.md has the rules.
+/// Checks the types of a tree against each other and against those of libraries: names, bases,
+/// attributes inherited twice, pages. docs/definition-text.md has the rules.
 class KndChecker {
 public:
-    /// A type of the text, or one that is known.
+    /// A type of the text, or a known type of a library.
     struct Type {
         u32 tree = noTreeIndex;
         const KndDefinition* known = nullptr;
@@ -24,8 +24,8 @@ public:
         friend bool operator==(const Type&, const Type&) = default;
     };
 
-    /// Borrows everything; `basesFrom` may be null. With `namesAreMissing` nothing is said of
-    /// unknown names.
+    /// Borrows all arguments; `basesFrom` may be null. With `namesAreMissing` unknown names are not
+    /// reported.
     KndChecker(KndTree& tree, const LibInfo& library, const LibInfo* basesFrom, TextErrors& errors,
                std::string_view text, bool namesAreMissing);
 
@@ -33,22 +33,22 @@ public:
 
     // Results of the check, for the builder.
 
-    /// Returns the types in an order in which each stands behind its bases.
+    /// Returns the types, each after its bases.
     [[nodiscard]] const std::vector<u32>& order() const noexcept { return m_order; }
-    /// Returns the bases that a type names, in their order.
+    /// Returns the bases that a type names, in their order in the text.
     [[nodiscard]] const std::vector<Type>& bases(u32 type) const noexcept { return m_bases[type]; }
-    /// Returns the bases of a type and theirs, nearest first, each once.
+    /// Returns all bases of a type, direct and indirect, nearest first, each once.
     [[nodiscard]] std::vector<Type> allBases(u32 type);
     [[nodiscard]] String nameOf(const Type& type);
 
 private:
-    // An attribute that a type has: its own, or of a base.
+    // An attribute of a type: its own or an inherited one.
     struct Attr {
         u32 name = noTreeIndex;
-        // An input with all that it holds.
+        // The number of inputs: this one and all below it.
         u32 size = 1;
         Type owner;
-        // Of the text, or a line of the owner's.
+        // An offset in the text, or a line in the source of a known owner.
         u64 place = 0;
     };
     struct Attrs {
@@ -97,11 +97,11 @@ private:
     std::vector<u32> m_order;
     std::vector<Attrs> m_attrs;
     std::unordered_map<const KndDefinition*, Attrs> m_knownAttrs;
-    // Items that the pages of a type hold beside inputs, once they were counted.
+    // The size of each type's own pages, without the inputs on them.
     std::vector<u64> m_pages;
     std::unordered_map<const KndDefinition*, u64> m_knownPages;
 
-    // By folded name: the list that it was last met in, and where there.
+    // By folded name: the last list in which the name was met, and its index there.
     struct Met {
         u64 list = 0;
         u64 index = 0;
@@ -109,7 +109,7 @@ private:
     std::vector<Met> m_met;
     u64 m_list = 0;
 
-    // The search for loops.
+    // State of the depth-first search for loops.
     enum class Mark : u8 { New, Open, Done };
     struct Step {
         u32 type;

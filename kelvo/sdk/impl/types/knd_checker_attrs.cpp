@@ -6,7 +6,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/types/knd_definition.h"
 
-// The attributes that meet in a type, and the pages that show them.
+// Checks the attributes of a type against those it inherits, and the pages that show them.
 namespace qv::kelvo_sdk::impl {
 
 namespace {
@@ -55,7 +55,7 @@ void KndChecker::checkType(u32 type) {
     checkPages(type);
 }
 
-// Counts what the type gets from its bases; false, and told once, when that becomes too much.
+// Adds up what the type inherits; false when that is too much, which is reported once.
 bool KndChecker::takeBases(u32 type) {
     for (const Type& base : m_bases[type]) {
         if (base.known) addKnown(*base.known);
@@ -70,8 +70,8 @@ bool KndChecker::takeBases(u32 type) {
     return false;
 }
 
-// Returns the size of the pages that are copied for a type. One that adds nothing to those of a
-// base shares them.
+// Returns the size of the pages that are copied for a type. A type with one base and no own pages
+// shares the pages of the base and copies none.
 u64 KndChecker::inheritedPages(u32 type) {
     const std::vector<Type> bases = allBases(type);
     if (m_tree.types[type].pages.empty() && m_bases[type].size() < 2) return 0;
@@ -109,8 +109,8 @@ void KndChecker::addKnown(const KndDefinition& known) {
     attrs.size += attrs.outputs.size();
 }
 
-// Adds the attributes of a base; what came by another base already, from the same type, is one. Of
-// those that conflict the first is told.
+// Adds the attributes of a base. An attribute that two bases have from the same type counts once;
+// only the first conflict is reported.
 void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std::vector<Attr>& to,
                          const char* what) {
     bool isTold = false;
@@ -132,7 +132,7 @@ void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std:
     }
 }
 
-// A buffer that starts with elements of one type takes no other later.
+// A bound buffer must start with elements of the bound type.
 void KndChecker::checkBuffer(u32 type, const TreeInput& input) {
     if (input.type != AttrType::Buffer || input.boundType == DataType::Null) return;
     if (input.value.type() != AttrType::Buffer || m_errors.full()) return;
@@ -185,7 +185,8 @@ void KndChecker::addOwn(u32 type, const Attr& attr, std::vector<Attr>& to, const
                         m_tree.names.text(attr.name).buf(), from.buf(), where.buf()));
 }
 
-// An input stands in one place. Needs the list of inputs to be the one that was met last.
+// Each input stands on one page at most. Needs the type's inputs to be the list that `meet` filled
+// last.
 void KndChecker::checkPages(u32 type) {
     const std::vector<Attr>& inputs = m_attrs[type].inputs;
     std::vector<bool> shown(inputs.size());
@@ -219,7 +220,8 @@ void KndChecker::startList() {
     if (m_met.size() < m_tree.names.size()) m_met.resize(m_tree.names.size());
 }
 
-// Returns where in the list the name was met, `noIndex` for a new one, which gets the place `next`.
+// Returns the index at which the list has the name. A new name gets the index `next` and returns
+// `noIndex`.
 u64 KndChecker::meet(u32 name, u64 next) {
     const u32 folded = m_tree.names.folded(name);
     if (folded >= m_met.size()) m_met.resize(m_tree.names.size());

@@ -8,7 +8,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A node type of a library: what nodes are copied from, and what of its text is not in there.
+/// A node type of a library: its prototype, and those parts of its text that a node cannot hold.
 struct KndDefinition {
     /// Where an attribute was defined.
     struct Place {
@@ -16,13 +16,14 @@ struct KndDefinition {
         u64 line = 0;
     };
 
-    /// A node by itself, named as the type.
+    /// A node outside of any scene, named as the type.
     RefersTo<Node> prototype;
-    /// The type's own, in order; they outlive it.
+    /// The bases that the type names, in order; they outlive this definition.
     std::vector<const KndDefinition*> bases;
     String source;
     u64 line = 0;
-    /// Of the prototype's attributes, in their order: first those of the bases.
+    /// Where each attribute of the prototype was defined, in the order of attributes: inherited
+    /// ones first.
     std::vector<Place> inputs;
     std::vector<Place> outputs;
     u64 inheritedInputs = 0;
@@ -31,7 +32,7 @@ struct KndDefinition {
     std::vector<KndText> helps;
     KndText icon;
     bool hasIcon = false;
-    /// The type's own pages, null without any, and the comments around each.
+    /// The type's own pages, null if there are none, and the comments around each.
     RefersTo<Layout> pages;
     std::vector<Comments> pageComments;
 

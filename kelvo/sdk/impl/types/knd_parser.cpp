@@ -29,7 +29,7 @@ KndTreeType& KndParser::type() {
     return m_types.types[m_node];
 }
 
-// A type is known by its name as a node is by its own.
+// Uses the type's name as the name of its node in the tree.
 bool KndParser::parseNodeHead(TreeNode& node) {
     m_lexer.skipBlanks();
     node.offset = m_lexer.offset();
@@ -110,7 +110,7 @@ bool KndParser::parseIcon(Comments& comments) {
     return true;
 }
 
-// Reads a text in quotes, or one of several lines that stands as it is.
+// Reads a text in quotes, or a raw text of several lines.
 bool KndParser::parseLongText(String& out) {
     if (!m_lexer.rest().starts_with(rawMark)) return parseText(out);
     return m_lexer.raw(out) ||
@@ -135,7 +135,7 @@ bool KndParser::parsePage(Comments& comments) {
     return true;
 }
 
-// Reads names and groups, and behind the '}'.
+// Reads names of inputs and groups, up to and including the '}'.
 bool KndParser::parsePageBody(KndPage& page) {
     for (skipInside(); !m_lexer.accept('}'); skipInside()) {
         if (m_lexer.peekIdentifier() == "group") {

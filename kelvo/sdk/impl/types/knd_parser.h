@@ -7,8 +7,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Reads the grammar of definition text into a tree (docs/definition-text.md has the grammar): that
-/// of scene text with other heads of nodes, and with lines for labels, helps, icon and pages.
+/// Reads definition text into a tree (docs/definition-text.md has the grammar): the grammar of
+/// scene text with other heads of nodes, and with lines for labels, helps, icon and pages.
 class KndParser : public SceneParser {
 public:
     /// Borrows everything; needs an empty tree.
@@ -17,7 +17,7 @@ public:
 protected:
     bool parseNodeHead(TreeNode& node) override;
     bool parseWord(std::string_view word, String&& leading) override;
-    // Left to the check, which knows the bases too.
+    // Leaves duplicates to the checker, which knows the bases too.
     void checkDuplicates(const Body& body) override;
     void checkDuplicateOutputs(const TreeNode&) override {}
 
@@ -36,7 +36,7 @@ private:
     bool parseTitle(String& name, AttrDetails::Texts& labels);
 
     KndTree& m_types;
-    // Of the type that is read, and of its page.
+    // Names used so far in the type that is read, and in its current page.
     Names m_labelLanguages;
     Names m_helpLanguages;
     Names m_pageNames;

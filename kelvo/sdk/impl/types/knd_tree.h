@@ -4,8 +4,8 @@
 
 #include <vector>
 
-// The parts of definition text that scene text does not have: records beside a scene tree, whose
-// nodes stand for the types.
+// The parts of definition text that scene text lacks: records beside a scene tree, whose nodes
+// stand for the types.
 namespace qv::kelvo_sdk::impl {
 
 /// A label or help text, or the icon, and the comments around its line.
@@ -16,7 +16,7 @@ struct KndText {
 };
 
 struct KndGroup {
-    /// Empty for inputs that stand in the page itself.
+    /// Empty for inputs directly on the page.
     String name;
     AttrDetails::Texts labels;
     struct Item {
@@ -45,13 +45,13 @@ struct KndTreeType {
     std::vector<KndPage> pages;
     KndText icon;
     bool hasIcon = false;
-    /// The inputs of the type at any depth, from and up to.
+    /// The range of the type's inputs in the tree, at any depth.
     u32 firstTreeInput = 0;
     u32 endOfInputs = 0;
 };
 
 struct KndTree : SceneTree {
-    /// By the positions of the nodes.
+    /// Indexed by the position of the node.
     std::vector<KndTreeType> types;
 };
 

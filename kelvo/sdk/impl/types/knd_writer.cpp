@@ -14,7 +14,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Tells whether a text of several lines reads back when it stands as it is.
+// Tells whether a text of several lines reads back unchanged when it is written raw.
 bool canStandRaw(std::string_view text) {
     if (text.find('\n') == std::string_view::npos || utf8::firstFault(text) != text.size() ||
         text.find(rawMark) != std::string_view::npos || text.find('\r') != std::string_view::npos)
@@ -37,7 +37,7 @@ public:
         m_lines.writeLines(file.leading.view(), 0);
         m_out.append("kelvo types 1");
         m_lines.endLine(file.opening.view());
-        // A blank line, unless what follows has one of its own.
+        // Adds a blank line, unless the following text starts with one.
         if (!isEmpty && !behind.starts_with('\n')) m_out.append('\n');
     }
 
@@ -81,7 +81,7 @@ private:
             writeQuoted(text.language.view(), m_out);
             m_out.append(' ');
         }
-        // Labels stand on one line.
+        // Labels have to stay on one line.
         if (word != "label" && canStandRaw(text.text.view()))
             writeRaw(text.text.view());
         else

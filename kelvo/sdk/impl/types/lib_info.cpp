@@ -32,8 +32,8 @@ LibInfo::LibInfo() = default;
 LibInfo::LibInfo(String kndPath, std::shared_ptr<const void> needs)
     : m_needs(std::move(needs)), m_kndPath(std::move(kndPath)) {}
 
-// Prototypes that are held elsewhere go on without the library. What they hold of it is not counted
-// while it lives, so it is counted again before they let go.
+// Prototypes with other holders outlive the library. Their references to the library are not
+// counted, so they are counted here before they are dropped; one more prevents a second deletion.
 LibInfo::~LibInfo() {
     m_refCount.fetch_add(static_cast<i32>(m_types.size()) + 1);
     for (const auto& type : m_types)
@@ -72,7 +72,7 @@ bool LibInfo::readDefinitions(String text, String source, Diagnostics* found,
     return true;
 }
 
-// Takes all the memory first.
+// Allocates everything first, so that running out of memory changes nothing.
 void LibInfo::add(std::vector<std::unique_ptr<KndDefinition>> types, SceneComments comments,
                   const LibInfo* basesFrom) {
     decltype(m_byName) byName;
@@ -93,7 +93,7 @@ void LibInfo::add(std::vector<std::unique_ptr<KndDefinition>> types, SceneCommen
     m_comments.merge(std::move(comments));
     for (auto& type : types) {
         bind(*type->prototype);
-        m_refCount.fetch_sub(1); // The prototype's, which would keep the library alive for ever.
+        m_refCount.fetch_sub(1); // Breaks the cycle of references between library and prototype.
         m_types.push_back(std::move(type));
     }
 }
@@ -182,7 +182,7 @@ bool Node::initLibInfo(LibInfo* library) {
     return bindCallbacks(m_type);
 }
 
-// No other kind of library is ever bound.
+// Nodes are only ever bound to libraries of this class.
 LibInfo* Node::library() const noexcept {
     return static_cast<LibInfo*>(m_libInfo.get());
 }

@@ -14,15 +14,15 @@ namespace qv::kelvo_sdk::impl {
 class Node;
 struct KndDefinition;
 
-/// A node-definition library: types read from definition text, and callbacks in a table. Type names
+/// A library of node types: types read from definition text, and callbacks in a table. Type names
 /// match exactly.
 ///
-/// Each type is a prototype: a node by itself, bound to the library, that new nodes are copied
-/// from. Scenes and threads share a library, which must not change any more then.
+/// Each type is a prototype: a node outside of any scene, bound to the library, that new nodes
+/// are copied from. Scenes and threads may share a library once it no longer changes.
 class LibInfo : public interfaces::ILibInfo {
 public:
     LibInfo();
-    /// `needs` is let go of after the library.
+    /// Keeps `needs` alive until the library is destroyed.
     explicit LibInfo(String kndPath, std::shared_ptr<const void> needs = {});
     ~LibInfo() override;
     LibInfo(const LibInfo&) = delete;
@@ -34,9 +34,9 @@ public:
     // ---- Types -----------------------------------------------------------------------------
 
     /// Adds the types of a definition text (docs/definition-text.md), all or, with an error, none:
-    /// what is wrong goes to `found` (at most 20), or to the log when that is null. `source` names
-    /// the text in errors. Bases may be types of the library or of `basesFrom`, which is kept alive
-    /// and asked for the callbacks of types that this library does not know.
+    /// diagnostics go to `found` (at most 20), or to the log when that is null. `source` names the
+    /// text in errors. Bases may be types of the library or of `basesFrom`, which is kept alive and
+    /// asked for the callbacks of types that this library does not know.
     bool readDefinitions(String text, String source, Diagnostics* found = nullptr,
                          const LibInfo* basesFrom = nullptr);
     [[nodiscard]] u64 typeCount() const noexcept { return m_types.size(); }
@@ -44,13 +44,13 @@ public:
     [[nodiscard]] const Node* type(u64 index) const noexcept;
     /// Returns the prototype of a type of this library, null when it has none of that name.
     [[nodiscard]] const Node* findType(const String& name) const noexcept;
-    /// Returns a text that `readDefinitions` takes back and that reads and writes to the same
+    /// Returns a text that `readDefinitions` accepts; reading it and writing again gives the same
     /// bytes.
     [[nodiscard]] String definitionText() const;
 
     /// For readers and writers of definition text.
     [[nodiscard]] const KndDefinition* definition(const String& name) const noexcept;
-    /// The same, without regard to case.
+    /// Like `definition`, ignoring case.
     [[nodiscard]] const KndDefinition* definitionNoCase(const String& name) const;
     [[nodiscard]] const KndDefinition& definition(u64 index) const noexcept {
         return *m_types[index];
@@ -59,7 +59,7 @@ public:
 
     // ---- Callbacks -------------------------------------------------------------------------
 
-    /// Sets the callbacks of a node type, in place of earlier ones; before or after its definition.
+    /// Replaces the callbacks of a node type; may be called before or after its definition.
     void setCallbacks(String type, const interfaces::NodeCallbacks& callbacks);
 
     [[nodiscard]] interfaces::NodeInitFn nodeInit(String type) const override;
@@ -76,7 +76,7 @@ private:
              const LibInfo* basesFrom);
     void bind(Node& prototype);
 
-    // First, as the end of all others may need it.
+    // Declared first, to be destroyed last: all other members may need it.
     std::shared_ptr<const void> m_needs;
     std::atomic<i32> m_refCount = 1;
     String m_kndPath;
@@ -85,7 +85,7 @@ private:
     std::unordered_map<String, const KndDefinition*> m_byName;
     std::unordered_map<String, const KndDefinition*> m_byFoldedName;
     SceneComments m_comments;
-    // Libraries that types of this one have bases from.
+    // Libraries whose types are bases of types here.
     std::vector<RefersTo<LibInfo>> m_others;
 };
 

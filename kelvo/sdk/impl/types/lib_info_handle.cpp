@@ -1,4 +1,4 @@
-// The handle on a node library, where it is one of this implementation.
+// The handle on a node library; its extra functions need a library of this implementation.
 
 #include "kelvo/sdk/lib_info.h"
 
@@ -13,7 +13,7 @@ namespace qv::kelvo_sdk {
 
 namespace {
 
-// Null for an empty handle and for other libraries, such as tables of callbacks.
+// Returns null for an empty handle and for libraries of other classes, such as tables of callbacks.
 impl::LibInfo* ours(const LibInfo& library) {
     return dynamic_cast<impl::LibInfo*>(library.get());
 }

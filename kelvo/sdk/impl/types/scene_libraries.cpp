@@ -26,7 +26,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// No other kind is ever added.
+// A scene only accepts libraries of this class.
 const LibInfo& ours(const RefersTo<interfaces::ILibInfo>& library) {
     return static_cast<const LibInfo&>(*library);
 }

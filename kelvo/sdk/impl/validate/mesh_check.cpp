@@ -14,7 +14,7 @@ using interfaces::INode;
 
 namespace {
 
-// Answers an empty view when there is no such buffer.
+// Returns an empty view when the node has no such buffer.
 BufferView bufferOf(const INode& node, const char* name) {
     BufferView view;
     if (node.hasInput(String(name), AttrType::Buffer))
@@ -33,7 +33,7 @@ bool allBelow(const BufferView& indices, u64 count, u64 limit) {
     return true;
 }
 
-// Tells whether the indices, single or in tuples, are whole numbers from 0 to below `limit`.
+// Tells whether all indices, single or in tuples, are whole numbers from 0 to below `limit`.
 bool indicesBelow(const BufferView& indices, u64 limit) {
     const u64 count = indices.count * dataTypeComponents(indices.type);
     switch (dataTypeComponent(indices.type)) {

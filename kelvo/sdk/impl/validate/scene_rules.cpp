@@ -99,7 +99,7 @@ FixReport fixFindings(const Scene& scene, Severity least, const ValidationOption
         count += isFixable(finding, least) ? 1 : 0;
     if (count == 0) return report;
     const Scene::UndoScope scope(scene, "Fix " + problems(count), "Undo fix of " + problems(count));
-    // From the last: the indices of elements that are still to be removed stay as they were told.
+    // Backwards, so that removing an element leaves the indices of the findings still to fix valid.
     std::vector<bool> isFixed(report.left.size());
     for (u64 i = report.left.size(); i-- > 0;)
         isFixed[i] = isFixable(report.left[i], least) && report.left[i].fix->apply();

@@ -41,18 +41,18 @@ enum class Rule : u32 {
     LostReference,
 };
 
-/// Looks through one scene by all rules. Linear but for the search for near names, which is made
-/// once for each unknown type.
+/// Checks one scene by all rules. Takes linear time, except for spelling suggestions, which are
+/// searched once for each unknown type.
 ///
-///     Table      scene_rules.cpp            the rules, the order of the search, the fixes applied
-///     Types      scene_rules_types.cpp      what libraries say of nodes
-///     Values     scene_rules_values.cpp     values against their notes, names that hide others
+///     Table      scene_rules.cpp            the rules, their order, applying fixes
+///     Types      scene_rules_types.cpp      nodes against the definitions in libraries
+///     Values     scene_rules_values.cpp     values against annotations, names that hide others
 ///     Nodes      scene_rules_nodes.cpp      lists of modifiers, meshes, files, use
-///     Comments   scene_rules_comments.cpp   what a merge left to settle
+///     Comments   scene_rules_comments.cpp   conflicts left by a merge
 ///     Hierarchy  scene_rules_hierarchy.cpp  children
 class SceneRules {
 public:
-    /// Borrows both.
+    /// Borrows both arguments.
     SceneRules(Scene& scene, const ValidationOptions& options)
         : m_scene(scene), m_options(options) {}
 
@@ -101,13 +101,13 @@ private:
     Scene& m_scene;
     const ValidationOptions& m_options;
     Findings m_findings;
-    // ": did you mean 'name'?", or ".", by unknown type.
+    // By unknown type: ": did you mean 'name'?", or ".".
     std::unordered_map<String, String> m_nearTypes;
-    // The same by type and unknown attribute, as "type.name".
+    // By "type.name" of an unknown attribute, as `m_nearTypes`.
     std::unordered_map<String, String> m_nearAttributes;
 };
 
-/// Returns a fix that calls `apply`, which answers whether it did something.
+/// Returns a fix that calls `apply`, which returns whether it changed anything.
 template<typename Apply>
 [[nodiscard]] RefersTo<FindingFix> makeFix(String text, Apply apply) {
     class Made final : public FindingFix {
@@ -125,7 +125,7 @@ template<typename Apply>
     return RefersTo<FindingFix>::adopt(new Made(std::move(text), std::move(apply)));
 }
 
-/// Returns a fix that takes an element out of its array.
+/// Returns a fix that removes an element from its array.
 [[nodiscard]] RefersTo<FindingFix> removalOf(IInput& element);
 
 /// Returns "[3]".

@@ -1,5 +1,5 @@
 // ---- Comments ------------------------------------------------------------------------------
-// A merge leaves its conflicts in comments, so that the scene reads all the same.
+// A merge leaves its conflicts in comments, so that the merged scene can still be read.
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 

@@ -29,7 +29,8 @@ INode* childOf(const IInput* element) {
     return implOf(element)->value().asNode();
 }
 
-// Finds the links that lead back up, without recursion: a chain may be as long as the scene.
+// Finds the links that lead back to an ancestor. Works without recursion: a chain may be as long as
+// the scene.
 class CycleSearch {
 public:
     using Cycle = std::pair<Node*, Node*>;
@@ -82,7 +83,7 @@ private:
         }
     }
 
-    // Nodes that were met; true for those on the way now.
+    // Nodes visited so far; true while a node is on the current path.
     std::unordered_map<const Node*, bool> m_isOpen;
     std::vector<Step> m_way;
     std::vector<Cycle> m_cycles;

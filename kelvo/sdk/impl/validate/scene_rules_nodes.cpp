@@ -86,7 +86,7 @@ void SceneRules::checkMesh(Node& node) {
             "node '" + node.name() + "': its mesh has no positions.");
 }
 
-// A texture may have its pixels with it instead.
+// A texture may hold its pixels itself; then it needs no file.
 void SceneRules::checkPath(Node& node) {
     if (!node.isPath()) return;
     const auto& file = implOf(*node.lookUpInput(knownNames().file));
@@ -96,7 +96,7 @@ void SceneRules::checkPath(Node& node) {
         "node '" + node.name() + "' stands for a file but names none.");
 }
 
-// A path that other nodes make is known when it is asked for alone.
+// A path that is connected to other nodes is only known by evaluation, which a check avoids.
 void SceneRules::checkFile(Node& node, const Input& file) {
     const KnownNames& known = knownNames();
     const auto isConnected = [&](const String& name) { return node.lookUpInput(name)->source(); };
@@ -117,7 +117,7 @@ void SceneRules::checkUse(Node& node) {
         "node '" + node.name() + "': nothing reads its outputs or links to it.");
 }
 
-// Such a reference ends with what it leads to, and no text can hold it.
+// Saving loses such a reference: no text can hold it.
 void SceneRules::checkReferences(Node& node) {
     const auto isLost = [&](const INode* target) { return target && target->scene() != &m_scene; };
     visitInputs(node, [&](Input& input) {

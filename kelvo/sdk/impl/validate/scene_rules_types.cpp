@@ -10,10 +10,10 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/graph/walk_all.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
 #include <utility>
-#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -37,35 +37,33 @@ const String& nameOf(const interfaces::IOutput& output) {
     return implOf(output).ownName();
 }
 
-// "Buffer<Pos3f>" for what declares so, whatever it holds now.
+// Returns the declared kind, such as "Buffer<Pos3f>", not that of the present value.
 String kindOf(const Input& input) {
     if (input.type() != AttrType::Buffer) return input.typeName();
     return String("Buffer<") + dataTypeName(input.declaredType()) + ">";
 }
 
-// Makes what the definition has inside, in `made`, which is new; without recursion.
+// Creates the definition's members, at any depth, in the new input `made`; without recursion.
 void copyMembers(const Input& definition, Input& made) {
-    std::vector<std::pair<const Input*, Input*>> left{{&definition, &made}};
-    while (!left.empty()) {
-        const auto [from, to] = left.back();
-        left.pop_back();
-        for (const IInput* next : from->members()) {
+    walkAll(std::pair(&definition, &made), [](const auto& step, const auto& add) {
+        for (const IInput* next : step.first->members()) {
             const auto& known = implOf(*next);
-            auto* member = implOf(to->createInput(known.name(), known.description()));
+            auto* member = implOf(step.second->createInput(known.name(), known.description()));
             if (!member) continue;
             if (!known.value().isNull()) member->setValue(known.value());
-            if (!known.members().empty()) left.emplace_back(&known, member);
+            if (!known.members().empty()) add({&known, member});
         }
-    }
+    });
 }
 
-// Libraries are shared and do not change; to hold on to a part of one is no change.
+// Casts const away for the reference count alone; the library is shared and must not change.
 template<typename Attribute>
 RefersTo<Attribute> hold(const Attribute& definition) {
     return RefersTo<Attribute>(const_cast<Attribute*>(&definition));
 }
 
-// Adds a copy of a definition to a node or, when that is given, to an object of the node.
+// Returns a fix that adds a copy of a definition to the node, or to an object of the node when
+// `parent` is given.
 RefersTo<FindingFix> additionOf(const Input& definition, Node& node, Input* parent) {
     return makeFix("add it", [known = hold(definition), held = RefersTo<Node>(&node),
                               inside = RefersTo<Input>(parent)] {
@@ -87,7 +85,7 @@ RefersTo<FindingFix> additionOf(const Output& definition, Node& node) {
     });
 }
 
-// Long values say no more than their start.
+// Shows only the start of a long value.
 String shown(const Value& value) {
     constexpr u64 kMost = 60;
     StringIO text;
@@ -129,24 +127,22 @@ const String& SceneRules::nearType(const String& type) {
     const auto [known, isNew] = m_nearTypes.try_emplace(type);
     if (!isNew) return known->second;
     SpellingSuggestion near(type.view());
-    // The names offered have to live until the answer is made.
+    // `near` keeps views of these names until it answers.
     const StringVector names = m_scene.typeNames();
     for (u64 i = 0; i < names.size(); ++i)
         near.offer(names[i].view());
     return known->second = near.question();
 }
 
-// Data of users stands in "_meta" beside a node's attributes, and no type defines it. Objects that
-// are unknown are told of once.
+// Skips "_meta", where users keep data that no type defines. Reports an unknown object once,
+// without its members.
 void SceneRules::checkUnknown(Node& node, const Node& definition) {
     struct Step {
         const Input* parent;
         const Input* known;
     };
-    std::vector<Step> left{{nullptr, nullptr}};
-    while (!left.empty()) {
-        const auto [parent, known] = left.back();
-        left.pop_back();
+    walkAll(Step{nullptr, nullptr}, [&](const Step& step, const auto& add) {
+        const auto [parent, known] = step;
         const auto& candidates = known ? known->members() : definition.inputs();
         for (const IInput* next : parent ? parent->members() : node.inputs()) {
             const auto& input = implOf(*next);
@@ -157,9 +153,9 @@ void SceneRules::checkUnknown(Node& node, const Node& definition) {
                 addUnknown(node, "input", input.path(),
                            nearAttribute(definition, candidates, name));
             else if (input.isObject() && found->type() == AttrType::Object)
-                left.push_back({&input, implOf(found)});
+                add({&input, implOf(found)});
         }
-    }
+    });
     for (const IOutput* next : node.outputs()) {
         const String& name = implOf(next)->ownName();
         if (!definition.lookUpOutput(name))
@@ -187,27 +183,24 @@ const String& SceneRules::nearAttribute(const Node& definition, const Attributes
     return place->second = near.question();
 }
 
-// Inputs of the definition are looked up in the node, at any depth of objects.
+// Looks up the definition's inputs in the node, at any depth of objects.
 void SceneRules::checkInputs(Node& node, const Node& definition) {
     struct Step {
         Input* parent;
         const ds::Vector<IInput*>* known;
     };
-    std::vector<Step> left{{nullptr, &definition.inputs()}};
-    while (!left.empty()) {
-        const Step step = left.back();
-        left.pop_back();
+    walkAll(Step{nullptr, &definition.inputs()}, [&](const Step& step, const auto& add) {
         for (const IInput* next : *step.known) {
             const auto& known = implOf(*next);
             const String& name = known.ownName();
             IInput* found = step.parent ? step.parent->lookUpInput(name) : node.lookUpInput(name);
             if (!checkInput(node, step.parent, implOf(found), known)) continue;
-            if (known.isObject()) left.push_back({implOf(found), &known.members()});
+            if (known.isObject()) add({implOf(found), &known.members()});
         }
-    }
+    });
 }
 
-// Tells whether the input is there and of the right kind.
+// Tells whether the input exists and has the right kind; adds a finding if not.
 bool SceneRules::checkInput(Node& node, Input* parent, Input* input, const Input& definition) {
     if (!input) {
         const String path = (parent ? parent->path() : node.name()) + "." + definition.ownName();
@@ -226,7 +219,7 @@ bool SceneRules::checkInput(Node& node, Input* parent, Input* input, const Input
     return false;
 }
 
-// Nothing but a text can have changed it.
+// Only a text can have changed such an input.
 void SceneRules::checkReadOnly(Node& node, Input& input, const Input& definition) {
     if (!definition.isReadOnly() || !input.isReadOnly() || input.source()) return;
     if (input.type() == AttrType::Array && input.hashWith({}) != definition.hashWith({}))

@@ -1,5 +1,5 @@
 // ---- Values ----------------------------------------------------------------------------
-// Values against their notes, and names that hide others.
+// Values against their annotations, and names that hide others.
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
@@ -18,7 +18,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Of a value and a bound of one kind: whatever is on the wrong side takes the bound.
+// Moves a value into a bound of the same kind: a component beyond the bound becomes the bound.
 Value bounded(const Value& value, const Value& bound, bool isMinimum) {
     if (bound.type() != value.type()) return value;
     const auto nearer = [isMinimum](auto a, auto b) {
@@ -36,7 +36,7 @@ Value bounded(const Value& value, const Value& bound, bool isMinimum) {
     return Value::fromReals(value.type(), reals.data());
 }
 
-// Returns the choice of nearly that name, Null when none is near.
+// Returns the choice with the most similar name, Null when none is similar.
 Value nearChoice(const AttrDetails& details, const Value& value) {
     SpellingSuggestion near(value.asString().view());
     for (const Value& choice : details.choices)
@@ -44,7 +44,7 @@ Value nearChoice(const AttrDetails& details, const Value& value) {
     return near.best().empty() ? Value() : Value(String(near.best()));
 }
 
-// Returns NaN for what is no single number.
+// Returns NaN for a value that is not a single number.
 double realOf(const Value& value) {
     switch (value.type()) {
     case AttrType::Int:
@@ -58,7 +58,7 @@ double realOf(const Value& value) {
     }
 }
 
-// Returns the choice that is nearest to a number, the first of several; Null when none is a number.
+// Returns the choice nearest to a number, the first of several; Null when no choice is a number.
 Value nearNumber(const AttrDetails& details, const Value& value) {
     Value nearest;
     double least = std::numeric_limits<double>::infinity();
@@ -72,7 +72,7 @@ Value nearNumber(const AttrDetails& details, const Value& value) {
     return nearest;
 }
 
-// Returns the allowed value that is nearest; Null when it is anyone's guess.
+// Returns the nearest allowed value; Null when no value is clearly meant.
 Value nearestAllowed(const AttrDetails& details, const Value& value) {
     Value nearest = details.choices.empty()
                         ? bounded(bounded(value, details.minimum, true), details.maximum, false)

@@ -6,7 +6,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Tells whether a value is on the right side of a bound, component by component; NaN never is.
+// Tells whether `low` is at most `high` in every component; NaN never is.
 bool isWithin(const Value& low, const Value& high) {
     switch (low.type()) {
     case AttrType::Int:

@@ -9,27 +9,27 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The description of an attribute by its definition, beyond its kind; shared by all inputs made
-/// from it.
+/// The details of an attribute's definition; shared by all inputs made from that definition.
 class AttrDetails final : public RefCounted {
 public:
     /// Text by language.
     using Texts = ds::Vector<std::pair<String, String>>;
 
-    /// The value that `reset` brings back; Null means the kind's zero value.
+    /// The value that `reset` restores; Null means the kind's zero value.
     Value defaultValue;
-    /// Writes outside are refused; Null means no bound. Tuples are bounded component by component.
+    /// Writes outside the bounds are refused; Null means no bound. Each component of a tuple is
+    /// compared with its own bound.
     Value minimum;
     Value maximum;
-    /// Writes of anything else are refused; empty means that any value will do.
+    /// Writes of any other value are refused; empty means that all values are allowed.
     ds::Vector<Value> choices;
-    /// Tells whether a write of this value, of the attribute's kind, is allowed. Bounds of another
-    /// kind do not count.
+    /// Tells whether a write of this value, of the attribute's kind, is allowed. Ignores bounds of
+    /// another kind.
     [[nodiscard]] bool accepts(const Value& value) const;
 
-    /// Tells whether one of the values is the node.
+    /// Tells whether the default, a bound or a choice is the node.
     [[nodiscard]] bool names(const interfaces::INode& node) const noexcept;
-    /// Returns a copy in which no value is the node: null, and no choice.
+    /// Returns a copy that no longer names the node: values become null, choices are removed.
     [[nodiscard]] RefersTo<AttrDetails> without(const interfaces::INode& node) const;
 
     String unit;
@@ -37,20 +37,20 @@ public:
     Texts helps;
 };
 
-/// Description of an attribute: what an input is made from, and, in change notifications, what the
-/// input held before.
+/// Description of an attribute: a new input is made from it, and in notifications of a change it
+/// holds the previous value.
 struct QV_EXPORT AttrData {
     AttrType type = AttrType::Null;
     AttrType elementType = AttrType::Null;
     /// Element type that a Buffer declares; Null lets it take any.
     DataType dataType = DataType::Null;
-    /// Adding and removing the input is not announced.
+    /// Adding and removing the input sends no notification.
     bool silent = false;
-    /// Writes are refused.
+    /// The input refuses writes.
     bool readOnly = false;
-    /// The value at first (Null: the kind's zero value), or before a change.
+    /// The initial value (Null: the kind's zero value); in notifications, the previous value.
     Value value;
-    /// Null when there is nothing to say.
+    /// Null when the definition gives no details.
     RefersTo<AttrDetails> details;
 
     AttrData() = default;
@@ -58,7 +58,8 @@ struct QV_EXPORT AttrData {
     /// Describes an attribute of the value's kind that starts at, and resets to, `initial`.
     static AttrData withDefault(Value initial);
 
-    /// Returns the details for writing, made if there are none. Call before inputs share them.
+    /// Returns the details for writing, and makes them if there are none. Call before inputs share
+    /// the details.
     AttrDetails& describe();
 };
 

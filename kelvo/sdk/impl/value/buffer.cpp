@@ -11,7 +11,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// The counted header; the elements follow at the next multiple of the alignment.
+// Header with the reference count; the elements follow at the next multiple of the alignment.
 struct Buffer::Block {
     std::atomic<i32> refs{1};
     DataType type;
@@ -25,7 +25,7 @@ struct Buffer::Block {
         return reinterpret_cast<const char*>(this) + alignment;
     }
 
-    // Elements are left as they come.
+    // Leaves the elements uninitialized.
     static Block* create(DataType type, u64 count) {
         const u64 size = dataTypeSize(type);
         if (size == 0) count = 0;
@@ -105,7 +105,7 @@ void Buffer::resize(u64 count) {
 }
 
 u64 Buffer::hash() const noexcept {
-    // Equal to no buffer at all.
+    // Has the hash of a null buffer, to which it is equal.
     if (type() == DataType::Null && count() == 0) return 1;
     if (const u64 known = m_block->hash.load(std::memory_order_relaxed)) return known;
     const u64 seed = hashMix(static_cast<u64>(m_block->type), m_block->count);

@@ -16,7 +16,7 @@ public:
     static constexpr std::size_t alignment = 64;
 
     Buffer() noexcept = default;
-    /// Allocates `count` zeroed elements. Throws std::bad_alloc when they do not fit in memory.
+    /// Allocates `count` zeroed elements. Throws std::bad_alloc when memory does not suffice.
     Buffer(DataType type, u64 count);
     /// Copies `count` elements from `data`.
     Buffer(DataType type, const void* data, u64 count);

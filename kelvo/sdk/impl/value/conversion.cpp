@@ -20,7 +20,7 @@ constexpr bool isPlain(AttrType type) noexcept {
     return type > AttrType::Null && type <= AttrType::Buffer;
 }
 
-// The two kinds of a pair, in either order.
+// Tells whether a and b are x and y, in either order.
 constexpr bool isPair(AttrType a, AttrType b, AttrType x, AttrType y) noexcept {
     return (a == x && b == y) || (a == y && b == x);
 }
@@ -31,7 +31,7 @@ constexpr bool sameShape(AttrType a, AttrType b) noexcept {
            isPair(a, b, AttrType::Vec4, AttrType::Rgba);
 }
 
-// 2^63 and 2^64, the first doubles past the integers' ranges.
+// 2^63 and 2^64, the first doubles above the ranges of the integers.
 constexpr double kPastInt = 9223372036854775808.0;
 constexpr double kPastUInt = 18446744073709551616.0;
 
@@ -74,7 +74,7 @@ std::optional<double> toReal(const Value& from) noexcept {
     const bool isSigned = from.type() == AttrType::Int;
     const double real =
         isSigned ? static_cast<double>(from.asInt()) : static_cast<double>(from.asUInt());
-    // Back again it must be the same integer, or the value did not fit.
+    // A value that does not convert back to the same integer did not fit.
     if (isSigned && (real >= kPastInt || static_cast<i64>(real) != from.asInt())) return {};
     if (!isSigned && (real >= kPastUInt || static_cast<u64>(real) != from.asUInt())) return {};
     return real;

@@ -8,8 +8,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// One lock for all: it is held for a few steps, and a lock of its own would make every output
-// larger.
+// One lock for all outputs: it is held briefly, and a mutex in each would make every output larger.
 std::mutex s_mutex;
 
 const std::shared_ptr<const void>& thisThread() {
@@ -21,7 +20,7 @@ const std::shared_ptr<const void>& thisThread() {
 
 void HeldBuffers::hold(const Buffer& buffer) {
     const std::shared_ptr<const void>& thread = thisThread();
-    Buffer before = buffer; // Released outside the lock: it may be large.
+    Buffer before = buffer; // Destroyed outside the lock, as freeing may take long.
     const std::lock_guard lock(s_mutex);
     const auto isOwn = [&thread](const Holding& holding) {
         return !holding.thread.owner_before(thread) && !thread.owner_before(holding.thread);

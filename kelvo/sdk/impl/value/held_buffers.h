@@ -7,11 +7,11 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Keeps evaluated buffers where they are for those who read them: of each thread the one that it
-/// was given last, until it is given another or ends. Several threads may call at once.
+/// Keeps evaluated buffers alive for their readers: for each thread the last buffer that it
+/// received, until the thread receives another or ends. Several threads may call at once.
 class HeldBuffers {
 public:
-    /// Keeps a buffer for the calling thread, in place of the one before.
+    /// Keeps a buffer for the calling thread and drops the previous one.
     void hold(const Buffer& buffer);
 
 private:

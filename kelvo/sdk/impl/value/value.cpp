@@ -12,7 +12,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// The doubles of a matrix, never changed once made.
+// The doubles of a matrix, immutable once made.
 struct Value::MatBlock {
     std::atomic<i32> refs{1};
     double d[16];
@@ -72,7 +72,7 @@ Value& Value::operator=(const Value& other) noexcept {
     return *this = std::move(copy);
 }
 
-// Needs a value that holds nothing.
+// Needs a value that holds no resource.
 void Value::copyFrom(const Value& other) noexcept {
     m_type = other.m_type;
     switch (m_type) {
@@ -118,7 +118,7 @@ void Value::release() noexcept {
 
 namespace {
 
-// One block serves all.
+// All values share this block.
 template<typename Matrix>
 const Value& identity() {
     static const Value value(Matrix::identity);

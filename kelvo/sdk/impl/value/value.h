@@ -11,9 +11,9 @@
 namespace qv::kelvo_sdk::impl {
 
 /// The value of one plain input: tagged with its kind, up to four doubles inline, matrices in a
-/// shared block. Arrays and objects are no values: they hold inputs.
+/// shared block. Arrays and objects have no value: they hold inputs.
 ///
-/// Two values are equal when their kinds and their bits are: NaN equals itself, -0 is not 0.
+/// Values are equal if their kinds and bits are equal: NaN equals itself, -0 does not equal 0.
 class Value {
 public:
     Value() noexcept : m_type(AttrType::Null) {}
@@ -39,7 +39,7 @@ public:
     Value(Buffer value) noexcept;
 
     QV_EXPORT Value(const Value& other) noexcept;
-    /// Leaves Null.
+    /// Leaves the other value Null.
     Value(Value&& other) noexcept { takeFrom(other); }
     QV_EXPORT Value& operator=(const Value& other) noexcept;
     Value& operator=(Value&& other) noexcept {
@@ -52,14 +52,14 @@ public:
         if (holdsResource()) release();
     }
 
-    /// Returns what an input of that kind holds when nothing was set: zero, empty, no node, the
-    /// identity matrix or rotation, opaque black. Null for Array, Object and unknown kinds.
+    /// Returns the initial value of an input of that kind: zero, empty, no node, the identity
+    /// matrix or rotation, opaque black. Null for Array, Object and unknown kinds.
     [[nodiscard]] static Value zero(AttrType type);
 
     [[nodiscard]] AttrType type() const noexcept { return m_type; }
     [[nodiscard]] bool isNull() const noexcept { return m_type == AttrType::Null; }
 
-    // Each needs a value of its kind.
+    // Each function needs a value of its kind.
     [[nodiscard]] bool asBool() const noexcept { return m_data.b; }
     [[nodiscard]] i64 asInt() const noexcept { return m_data.i; }
     [[nodiscard]] u64 asUInt() const noexcept { return m_data.u; }
@@ -68,18 +68,18 @@ public:
     [[nodiscard]] interfaces::INode* asNode() const noexcept { return m_data.node; }
     [[nodiscard]] const Buffer& asBuffer() const noexcept { return m_data.buffer; }
     /// Returns the doubles of a Real, Vec, Pos, Quat, Rgba or matrix (row by row); `components`
-    /// tells how many.
+    /// gives their number.
     [[nodiscard]] const double* reals() const noexcept;
-    /// Returns how many doubles a kind is made of; 0 for kinds that are not.
+    /// Returns the number of doubles in a value of that kind; 0 for kinds without doubles.
     [[nodiscard]] static u32 components(AttrType type) noexcept;
     /// Makes a value of a kind from its `components(type)` doubles.
     [[nodiscard]] static Value fromReals(AttrType type, const double* reals);
 
-    /// Memory beyond the value itself; what values share is counted in each.
+    /// Returns the memory beyond the value itself; shared memory counts in full for each value.
     [[nodiscard]] u64 payloadBytes() const noexcept;
 
-    /// Hashes kind and value; never 0 but for Null and an empty Node value. Node values hash their
-    /// node's name.
+    /// Hashes kind and value; 0 only for Null and an empty Node value. Node values hash the node's
+    /// name.
     [[nodiscard]] u64 hash() const;
 
     friend bool operator==(const Value& a, const Value& b) noexcept;
@@ -104,7 +104,7 @@ private:
                m_type == AttrType::Mat3 || m_type == AttrType::Mat4;
     }
     void copyFrom(const Value& other) noexcept;
-    // Needs a value that holds nothing.
+    // Needs a value that holds no resource.
     void takeFrom(Value& other) noexcept {
         m_type = other.m_type;
         if (holdsResource())

@@ -76,7 +76,7 @@ bool ValueReader::tuple(AttrType kind, Value& out) {
     return true;
 }
 
-// Reads one component, or several in brackets.
+// Reads a single component, or several in parentheses.
 template<typename T>
 bool ValueReader::element(DataType type, T* out, u64 components) {
     if (components == 1) return component(type, *out);
@@ -136,7 +136,7 @@ bool ValueReader::buffer(DataType element, Value& out) {
     }
 }
 
-// Memory grows with what was read, whatever the text may announce.
+// Allocates for elements that were read, never for a count that the text claims.
 template<typename T>
 bool ValueReader::elements(DataType element, DataType component, Value& out) {
     if (m_at == m_end || *m_at != '[') return fail("'['");

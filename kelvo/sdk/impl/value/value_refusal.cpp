@@ -11,10 +11,10 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// A message with more choices than this is no help.
+// A message that lists more choices would not help.
 constexpr u64 kMostChoices = 20;
 
-// Names both bounds where there are two.
+// Names both bounds if there are two.
 void writeRange(const AttrDetails& details, AttrType kind, StringIO& out) {
     if (details.minimum.type() == kind && details.maximum.type() == kind) {
         writeValue(details.minimum, out.append(" (the range is "));

@@ -4,8 +4,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Says which part of a description does not accept a value: "The value 3 is above the maximum 2."
-/// Names all that is allowed, and the choice that was probably meant.
+/// Returns why a description does not accept a value: "The value 3 is above the maximum 2." Names
+/// all allowed values, and the choice that was probably meant.
 [[nodiscard]] String refusalOf(const AttrDetails& details, const Value& value);
 
 /// Returns the end of that sentence: "is above the maximum 2."

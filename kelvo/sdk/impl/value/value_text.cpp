@@ -13,7 +13,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Matrices have their rows set apart by two blanks.
+// Rows of a matrix are separated by two blanks.
 u32 rowLength(AttrType kind) noexcept {
     return kind == AttrType::Mat3 ? 3 : kind == AttrType::Mat4 ? 4 : 16;
 }
@@ -41,7 +41,7 @@ T load(const char* at) noexcept {
     return value;
 }
 
-// Writes the component at `from` and returns where the next one is.
+// Writes the component at `from` and returns the address of the next one.
 const char* writeComponent(DataType type, const char* from, StringIO& out) {
     switch (type) {
     case DataType::Bool:
@@ -148,7 +148,7 @@ void writeUnquoted(const Value& value, StringIO& out) {
     }
 }
 
-// Returns the bytes of the first character if it stands for itself in quotes, else 0.
+// Returns the length of the first character if it needs no escape in quotes, else 0.
 u64 plainLength(std::string_view text) noexcept {
     const auto byte = static_cast<unsigned char>(text[0]);
     if (byte >= 0x80) return utf8::sequenceLength(text);
@@ -216,7 +216,7 @@ void writeQuoted(std::string_view text, StringIO& out) {
     out.append('"');
     u64 start = 0;
     u64 at = 0;
-    // Plain characters are written in runs as long as possible.
+    // Appends plain characters in runs as long as possible.
     while (at < text.size()) {
         const u64 plain = plainLength(text.substr(at));
         at += plain;

@@ -5,34 +5,34 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Reads the text of a value of that kind, whole; white space around it is ignored, but for String,
-/// which takes the text as it is. `element` is the element type of a Buffer. False, `out`
-/// unchanged, when it is no such text. Text becomes no node here: that takes a scene.
+/// Reads a whole text as a value of that kind. Ignores white space around the value, except for
+/// String, which takes the text unchanged. `element` is the element type of a Buffer. False, with
+/// `out` unchanged, for any other text. Text does not convert to a node here: that takes a scene.
 bool valueFromText(const String& text, AttrType kind, DataType element, Value& out);
 
 /// Returns the value as text: a String as it is, a node's name, numbers in the shortest form that
 /// reads back to the same bits, tuples "(1 2 3)", buffers "[(0 0 0) (1 0 0)]".
 [[nodiscard]] String valueToText(const Value& value);
 
-/// Appends the value as it stands in scene text: as `valueToText`, but a String quoted, and "null"
-/// for no node.
+/// Appends the value as scene text has it: as `valueToText`, but a String in quotes, and "null" for
+/// no node.
 void writeValue(const Value& value, StringIO& out);
 
-/// Appends a text in quotes, with escapes for what cannot stand in it: quotes, backslashes, control
-/// characters and bytes that are no UTF-8. It reads back byte for byte.
+/// Appends a text in quotes, with escapes for quotes, backslashes, control characters and bytes
+/// that are not UTF-8. Reads back byte for byte.
 void writeQuoted(std::string_view text, StringIO& out);
 
-/// Reads the value that a longer text goes on with: numbers, tuples and buffers; not texts and
+/// Reads a value from the middle of a text: numbers, tuples and buffers, but neither texts nor
 /// nodes.
 class ValueReader {
 public:
     ValueReader(const char* at, const char* end) noexcept : m_at(at), m_end(end) {}
 
-    /// Reads a value of that kind. False when there is none: `at` is the place then, and `expected`
-    /// says what is missing there.
+    /// Reads a value of that kind. False when there is none: `at` is then the place of the fault,
+    /// and `expected` names the missing part.
     bool read(AttrType kind, DataType element, Value& out);
 
-    /// Returns where the value ends, or the problem is.
+    /// Returns where the value ends, or the place of the fault.
     [[nodiscard]] const char* at() const noexcept { return m_at; }
     [[nodiscard]] const char* expected() const noexcept { return m_expected; }
 

@@ -1,4 +1,5 @@
-// The order of the operations that nodes call on what they work with. Others may stand between.
+// The order of the virtual operations that nodes call on other objects. Other operations may stand
+// between them.
 
 #include "kelvo/sdk/impl/graph/node_iterator.h"
 #include "kelvo/sdk/impl/graph/path_iterator.h"
@@ -18,7 +19,7 @@
 namespace qv::kelvo_sdk::interfaces {
 namespace {
 
-// Where a virtual operation stands in its class's table (Itanium ABI).
+// Returns the slot of a virtual operation in its class's table (Itanium ABI).
 template<class F, class C>
 std::ptrdiff_t placeOf(F C::*operation) {
     std::ptrdiff_t offset;

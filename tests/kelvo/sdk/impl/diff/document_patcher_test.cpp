@@ -45,7 +45,7 @@ TEST(DocumentPatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
     }
 }
 
-// Attributes that their texts leave to the types stay left to them.
+// Attributes that the texts leave to their types must stay omitted.
 TEST(DocumentPatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByteForByte) {
     const auto typed = [](const tests::RandomScene& model) {
         const Scene scene = Scene::create();
@@ -101,7 +101,7 @@ TEST(DocumentPatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
     }
 }
 
-// Changes as anyone could write them: cut, repeated, out of order, with texts of others.
+// Damages changes as an author could: cut, repeated, out of order, with texts of other changes.
 class Damage {
 public:
     explicit Damage(unsigned seed) : m_random(seed) {}

@@ -1,5 +1,4 @@
-// A difference is applied to the nodes themselves while observers take them apart: undo brings all
-// of it back as it was.
+// A diff is applied to live nodes while observers edit them; undo restores the scene before.
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene_diff.h"
 #include "tests/support/scene_text.h"
@@ -17,7 +16,7 @@ using tests::nodeText;
 using tests::sceneOf;
 using tests::textOf;
 
-// Does something at the n-th thing it hears of inputs.
+// Calls a function of the test at the n-th notification about an input.
 class Interferer : SceneObserver {
 public:
     Interferer(const Scene& scene, int when, std::function<void(const Node&)> then)

@@ -123,7 +123,7 @@ TEST(SceneMatch, Elements_OfLongLists_TakeNearlyLinearTime) {
     const auto start = std::chrono::steady_clock::now();
     const ListMatch match = matchElements(before, after, LinkNames());
     EXPECT_EQ(match.from[0], 99999u);
-    // Compared pair by pair this would take minutes.
+    // A comparison of all pairs would take minutes.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 

@@ -1,4 +1,4 @@
-// Nodes that one side of a merge removed and the other changed, and all that leads to them.
+// Nodes that one side of a merge removed and the other changed, and the references to them.
 
 #include "kelvo/sdk/scene_diff.h"
 
@@ -28,11 +28,11 @@ std::string room(const std::string& children) {
     return node("room", "Array<Node> children = [" + children + "]\n");
 }
 
-// ---- What leads to a node that stays ----------------------------------------------------------
+// ---- References to a node that stays ----------------------------------------------------------
 
 struct LinkCase {
     const char* note;
-    // Lines of another node, before and after 'a' was removed.
+    // The lines of another node, before and after 'a' was removed.
     const char* before;
     const char* after;
 };
@@ -174,7 +174,7 @@ TEST(MergedRemoval, OfANodeThatTheOtherSideAddsElementsFor_LeavesNoEmptyOnes) {
 
 // ---- At random ----------------------------------------------------------------------------------
 
-// Nodes with a value, children, a link and a connection to an earlier node.
+// Makes nodes with a value, children, a link and a connection to an earlier node.
 class LinkedScene {
 public:
     explicit LinkedScene(unsigned seed) : m_random(seed) {
@@ -201,7 +201,7 @@ public:
             item.link = any().name;
             return;
         case 4:
-            // Later nodes read earlier ones, so that no loops close.
+            // Later nodes read earlier ones, so that no loop closes.
             item.source =
                 m_nodes[static_cast<u64>(below(static_cast<int>(&item - &m_nodes[0] + 1)))].name;
             if (item.source == item.name) item.source.clear();
@@ -293,7 +293,7 @@ TEST(MergedRemoval, OfWhatMineChanged_PreferringMineGivesMine) {
         LinkedScene theirs(seed);
         const std::string base = theirs.text();
         std::string mine = base;
-        // Every node is changed, so that each removal is a conflict.
+        // Changes every node, so that each removal is a conflict.
         for (u64 at = mine.find("Real r = "); at != std::string::npos;
              at = mine.find("Real r = ", at + 1))
             mine.insert(at + 9, "1");

@@ -35,13 +35,24 @@ private:
     Scene m_scene;
 };
 
-// A scene with a step to be done again.
+// Returns a scene with a step to redo.
 Scene undone(std::string_view text) {
     const Scene scene = sceneOf(text);
     scene.setUndoEnabled(true);
     scene["n"]["r"].set(7.0);
     EXPECT_TRUE(scene.undo());
     return scene;
+}
+
+TEST(ScenePatch, ApplyTo_WithATextThatIsNoValue_TellsNobody) {
+    const Scene scene = undone(nodeText("Real r = 1\nReal s = 1"));
+    const ChangeCounter changes(scene);
+    String error;
+    EXPECT_FALSE(diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
+                         {Action::Change, Subject::Input, "n.s", "value", "1", "one"}})
+                     .applyTo(scene, error));
+    EXPECT_NE(error.view().find("one"), std::string_view::npos) << error.buf();
+    EXPECT_EQ(changes.count, 0);
 }
 
 TEST(ScenePatch, ApplyTo_WithALinkToNothing_TellsNobody) {
@@ -101,7 +112,7 @@ TEST(ScenePatch, ApplyTo_OfFileComments_MakesThemAsTheyRead) {
     }
 }
 
-// Readers of text go less deep.
+// Texts cannot be nested as deep as these scenes.
 TEST(ScenePatch, ApplyTo_OfValuesInDeepScenes_ChangesThem) {
     const auto nested = [](const char* value) {
         const Scene scene = sceneOf(nodeText(std::string("String s = ") + value));

@@ -14,7 +14,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// A scene of nodes "n0", "n1", ..., each with an input, a link and an output; all clean.
+// A scene of nodes "n0", "n1", ..., each with an input, a link and an output; all are clean.
 class DirtyCacheTest : public ::testing::Test {
 protected:
     DirtyCacheTest() {
@@ -32,7 +32,7 @@ protected:
         return *node;
     }
     Node& node(u64 index) { return *static_cast<Node*>(m_scene->node(index)); }
-    // From here on node `reader` depends on node `source`.
+    // Makes node `reader` depend on node `source`.
     void connect(u64 reader, u64 source) {
         ASSERT_TRUE(node(reader).input("from")->connect(node(source).output("out")));
     }
@@ -44,7 +44,7 @@ protected:
         for (u64 i = 0; i < m_scene.nodeCount(); ++i)
             node(i).setDirty(false);
     }
-    // The flags in order: "*" for a dirty node, "." for a clean one.
+    // Returns the flags in order: "*" for a dirty node, "." for a clean one.
     std::string flags() {
         std::string text;
         for (u64 i = 0; i < m_scene.nodeCount(); ++i)
@@ -64,7 +64,7 @@ TEST_F(DirtyCacheTest, Off_AtTheStart) {
     EXPECT_FALSE(static_cast<Scene&>(*m_scene.get()).isDirtyStateCached());
 }
 
-TEST_F(DirtyCacheTest, SwitchedOn_FindsWhatDependsOnDirtyNodes) {
+TEST_F(DirtyCacheTest, SwitchedOn_FindsDependentsOfDirtyNodes) {
     connect(1, 0);
     link(2, 1);
     cleanAll();
@@ -73,7 +73,7 @@ TEST_F(DirtyCacheTest, SwitchedOn_FindsWhatDependsOnDirtyNodes) {
     EXPECT_EQ(flags(), "***...");
 }
 
-TEST_F(DirtyCacheTest, Change_TurnsAllThatDependOnIt) {
+TEST_F(DirtyCacheTest, Change_DirtiesAllDependents) {
     m_scene.setDirtyStateCached(true);
     connect(1, 0);
     link(2, 1);
@@ -83,7 +83,7 @@ TEST_F(DirtyCacheTest, Change_TurnsAllThatDependOnIt) {
     EXPECT_EQ(flags(), "***...");
 }
 
-TEST_F(DirtyCacheTest, Change_OfTheLastTurnsItAlone) {
+TEST_F(DirtyCacheTest, Change_OfTheLastNode_DirtiesItAlone) {
     m_scene.setDirtyStateCached(true);
     connect(1, 0);
     link(2, 1);
@@ -181,7 +181,7 @@ TEST_F(DirtyCacheTest, FreeNode_CleanedEarly_IsNotKept) {
     EXPECT_EQ(flags(), "*..*..");
 }
 
-TEST_F(DirtyCacheTest, NodeAdded_IsDirtyWhenWhatItLinksToIs) {
+TEST_F(DirtyCacheTest, NodeAdded_IsDirtyWhenItsLinkedNodeIs) {
     m_scene.setDirtyStateCached(true);
     touch(0);
     auto* added = new Node(m_scene.get(), "thing", "added");
@@ -192,7 +192,7 @@ TEST_F(DirtyCacheTest, NodeAdded_IsDirtyWhenWhatItLinksToIs) {
     EXPECT_EQ(flags(), "*.....*");
 }
 
-TEST_F(DirtyCacheTest, RemovedNode_TurnsWhatLinkedToIt) {
+TEST_F(DirtyCacheTest, RemovedNode_DirtiesTheNodesThatLinkedToIt) {
     m_scene.setDirtyStateCached(true);
     link(1, 0);
     link(2, 1);
@@ -201,7 +201,7 @@ TEST_F(DirtyCacheTest, RemovedNode_TurnsWhatLinkedToIt) {
     EXPECT_EQ(flags(), "**...");
 }
 
-TEST_F(DirtyCacheTest, SceneRead_IsDirtyAndTurnsNothingElse) {
+TEST_F(DirtyCacheTest, SceneRead_IsDirtyAndDirtiesNothingElse) {
     m_scene.setDirtyStateCached(true);
     ASSERT_TRUE(m_scene.read("kelvo scene 1\nnode thing \"a\" {\n    Node link = b\n}\n"
                              "node thing \"b\" {\n}\n",

@@ -1,4 +1,4 @@
-// Results kept by a scene while callbacks change what they go by.
+// The result cache while callbacks change the values that their results depend on.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -45,7 +45,7 @@ protected:
         m_node->createInput("in", AttrType::Real);
         EXPECT_TRUE(m_node->initLibInfo(m_library.get()));
     }
-    // Evaluates, and returns how many callbacks that asked.
+    // Evaluates, and returns the number of callbacks called.
     int calls() {
         asked = 0;
         EXPECT_EQ(m_out.evaluate(nullptr), Value(1.0));
@@ -58,7 +58,7 @@ protected:
     Output& m_out = static_cast<Output&>(*m_node->createOutput("out", AttrType::Real));
 };
 
-TEST_F(EvalCacheCallbacks, DataThatWasFreed_IsAskedForAgain) {
+TEST_F(EvalCacheCallbacks, DataThatWasFreed_IsEvaluatedAgain) {
     m_scene->setEvalCache(1 << 20, false);
     EXPECT_EQ(calls(), 1);
     EXPECT_EQ(calls(), 0);

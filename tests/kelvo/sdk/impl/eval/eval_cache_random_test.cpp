@@ -1,4 +1,4 @@
-// Results kept by a scene against those of callbacks that are asked, over thousands of edits.
+// Compares cached results with those of freshly called callbacks, over thousands of edits.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -24,7 +24,7 @@ namespace {
 using tests::LogCapture;
 using tests::probe;
 
-// A hash of whatever a callback can find from its node on, over a few links.
+// Computes a hash of everything that a callback can reach from its node, over a few links.
 class Sight {
 public:
     explicit Sight(EvalCtx* ctx) : m_ctx(ctx) {}
@@ -120,7 +120,7 @@ protected:
         return place == 0 ? in(node, "link") : links->input(place - 1);
     }
 
-    // Refused edits count as well.
+    // Makes a random edit; refused edits count as well.
     void edit() {
         switch (pick(3)) {
         case 0:
@@ -156,7 +156,7 @@ protected:
         }
     }
 
-    // From a node made before, so that no loop is asked for.
+    // Connects to an earlier node, so that no loop is requested.
     void connectUp() {
         const u64 place = pick(m_nodes.size());
         Output* output = out(*m_nodes[pick(place + 1)]);
@@ -199,7 +199,7 @@ protected:
             break;
         case 4:
             node.setBases(pick(2) ? StringVector{"base"} : StringVector(), false, false);
-            node.setDirty(true); // Bases are set for nodes that nobody asked yet.
+            node.setDirty(true); // Bases are no edit, so the change has to be marked.
             break;
         case 5:
             toggle(node);
@@ -242,7 +242,7 @@ protected:
             node.createInput(name, AttrType::Int);
     }
 
-    // The text of a result, kept ones allowed or not.
+    // Returns the text of a result; `mayBeKept` tells whether it may come from the cache.
     static std::string answer(const Node& node, bool mayBeKept) {
         int mine = 0;
         EvalCtx first(&mine);
@@ -271,8 +271,8 @@ TEST_P(EvalCacheRandom, EditsOfAllKinds_LeaveNoStaleResult) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, EvalCacheRandom, testing::Range(1u, 9u));
 
-// Each thread has a chain of its own; what all of them read has no callback.
-TEST(EvalCacheThreads, SeveralAtOnce_GetWhatOneWouldGet) {
+// Each thread has its own chain; all chains read one output of a node without a callback.
+TEST(EvalCacheThreads, SeveralThreads_GetTheSameResultsAsOne) {
     constexpr u64 kThreads = 4;
     const auto library = RefersTo<LibInfo>::adopt(new LibInfo);
     library->setCallbacks("seer", {nullptr, nullptr, see<0>, modifies, nullptr, nullptr});
@@ -291,7 +291,7 @@ TEST(EvalCacheThreads, SeveralAtOnce_GetWhatOneWouldGet) {
     std::vector<Value> expected;
     for (const auto& chain : chains)
         expected.push_back(chain.back()->evaluate(nullptr));
-    scene->setEvalCache(4096, false); // Too small for all.
+    scene->setEvalCache(4096, false); // This size is too small for all results.
     std::vector<int> wrong(kThreads);
     std::vector<std::thread> threads;
     for (u64 t = 0; t < kThreads; ++t)

@@ -1,4 +1,4 @@
-// Results kept by a scene, seen through the number of times that callbacks are asked.
+// The result cache, observed through the number of callbacks called.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -96,7 +96,7 @@ protected:
         const Value value = out(node)->evaluate(ctx);
         return value.isNull() ? -1 : value.asReal();
     }
-    // Evaluates, and returns how many callbacks that asked.
+    // Evaluates, and returns the number of callbacks called.
     static int callsFor(Node* node) {
         asked = 0;
         EXPECT_FALSE(out(node)->evaluate(nullptr).isNull());
@@ -111,7 +111,7 @@ protected:
     Node* m_c = nullptr;
 };
 
-TEST_F(EvalCacheTest, SwitchedOff_AsksEachTimeAndKeepsNoFigures) {
+TEST_F(EvalCacheTest, SwitchedOff_EvaluatesEachTimeAndKeepsNoFigures) {
     m_scene->setEvalCache(0, false);
     makeChain();
     EXPECT_EQ(callsFor(m_c), 3);
@@ -119,7 +119,7 @@ TEST_F(EvalCacheTest, SwitchedOff_AsksEachTimeAndKeepsNoFigures) {
     EXPECT_EQ(figures().hits + figures().misses + figures().entries + figures().bytes, 0u);
 }
 
-TEST_F(EvalCacheTest, SecondEvaluation_AsksNobody) {
+TEST_F(EvalCacheTest, SecondEvaluation_CallsNoCallback) {
     makeChain();
     EXPECT_EQ(callsFor(m_c), 3);
     EXPECT_EQ(callsFor(m_c), 0);
@@ -130,7 +130,7 @@ TEST_F(EvalCacheTest, SecondEvaluation_AsksNobody) {
     EXPECT_GT(figures().bytes, 0u);
 }
 
-TEST_F(EvalCacheTest, Diamond_AsksEachNodeOnce) {
+TEST_F(EvalCacheTest, Diamond_EvaluatesEachNodeOnce) {
     Node* last = makeNode("adder", "n");
     for (int i = 0; i < 30; ++i) {
         Node* next = makeNode("adder", "n");
@@ -141,7 +141,7 @@ TEST_F(EvalCacheTest, Diamond_AsksEachNodeOnce) {
     EXPECT_EQ(callsFor(last), 31);
 }
 
-TEST_F(EvalCacheTest, ChangeInTheMiddle_AsksWhatDependsOnIt) {
+TEST_F(EvalCacheTest, ChangeInTheMiddle_EvaluatesItsDependents) {
     makeChain();
     m_b->createInput("more", AttrType::Real);
     callsFor(m_c);
@@ -149,7 +149,7 @@ TEST_F(EvalCacheTest, ChangeInTheMiddle_AsksWhatDependsOnIt) {
     EXPECT_EQ(callsFor(m_c), 2);
 }
 
-TEST_F(EvalCacheTest, ChangeDownstream_AsksNobodyUpstream) {
+TEST_F(EvalCacheTest, ChangeDownstream_EvaluatesNothingUpstream) {
     makeChain();
     callsFor(m_c);
     m_c->createInput("more", AttrType::Real);
@@ -179,7 +179,7 @@ TEST_F(EvalCacheTest, Reconnection_CountsAtOnce) {
     EXPECT_EQ(valueOf(m_c), 3);
 }
 
-TEST_F(EvalCacheTest, Rename_AsksWhatMayHaveReadTheName) {
+TEST_F(EvalCacheTest, Rename_EvaluatesPossibleReadersOfTheName) {
     makeChain();
     callsFor(m_c);
     m_scene->renameNode(m_b, "x");
@@ -194,7 +194,7 @@ TEST_F(EvalCacheTest, Removal_CountsAtOnce) {
     EXPECT_EQ(valueOf(m_c), 2);
 }
 
-TEST_F(EvalCacheTest, NodeThatComesBack_ServesAgain) {
+TEST_F(EvalCacheTest, NodeAddedAgain_HasItsCachedResults) {
     makeChain();
     callsFor(m_c);
     const RefersTo<Node> held(m_c);
@@ -204,7 +204,7 @@ TEST_F(EvalCacheTest, NodeThatComesBack_ServesAgain) {
     EXPECT_EQ(callsFor(m_c), 0);
 }
 
-TEST_F(EvalCacheTest, NewNodeOfTheSameName_IsAskedItself) {
+TEST_F(EvalCacheTest, NewNodeOfTheSameName_IsEvaluated) {
     makeChain();
     callsFor(m_c);
     m_scene->removeNode(m_c);
@@ -259,7 +259,7 @@ TEST_F(EvalCacheTest, MemberOfAnArray_Counts) {
     EXPECT_EQ(callsFor(m_c), 2);
 }
 
-// A callback may read this without evaluation.
+// A callback may read the stored value without evaluation.
 TEST_F(EvalCacheTest, StoredValueOfAConnectedInput_Counts) {
     makeChain();
     callsFor(m_c);
@@ -279,7 +279,7 @@ TEST_F(EvalCacheTest, DirectoryOfAPathNode_CountsAsNodeHashDoesNot) {
     EXPECT_EQ(text->evaluate(nullptr), Value("/b"));
 }
 
-TEST_F(EvalCacheTest, OtherCallbacks_AreAsked) {
+TEST_F(EvalCacheTest, NewCallbacks_AreCalled) {
     Node* node = makeNode("adder", "a");
     EXPECT_EQ(valueOf(node), 1);
     define("adder", [](EvalCtx*, void* result) {
@@ -290,7 +290,7 @@ TEST_F(EvalCacheTest, OtherCallbacks_AreAsked) {
     EXPECT_EQ(valueOf(node), 42);
 }
 
-TEST_F(EvalCacheTest, OtherUserData_IsAsked) {
+TEST_F(EvalCacheTest, NewUserData_IsEvaluatedAgain) {
     static int data[2];
     const auto init = [](INode*, void** place) {
         *place = *place ? &data[1] : &data[0];
@@ -309,8 +309,8 @@ TEST_F(EvalCacheTest, OtherUserData_IsAsked) {
     EXPECT_EQ(callsFor(node), 0);
 }
 
-// The cache cannot know what the pointer leads to.
-TEST_F(EvalCacheTest, CallersPointer_KeepsTheCacheOut) {
+// The cache cannot know the data behind the pointer.
+TEST_F(EvalCacheTest, CallersPointer_BypassesTheCache) {
     Node* node = makeNode("user", "u");
     EXPECT_EQ(valueOf(node), 0);
     double mine = 3;
@@ -321,7 +321,7 @@ TEST_F(EvalCacheTest, CallersPointer_KeepsTheCacheOut) {
     EXPECT_EQ(valueOf(node), 0);
 }
 
-TEST_F(EvalCacheTest, NodeOutsideTheScene_IsAskedEachTime) {
+TEST_F(EvalCacheTest, NodeOutsideTheScene_IsEvaluatedEachTime) {
     Node outside(nullptr, "adder", "o");
     outside.createInput("in", AttrType::Real);
     outside.createOutput("out", AttrType::Real);
@@ -351,7 +351,7 @@ TEST_F(EvalCacheTest, OutsideNodeThatComesIn_IsKeptFromThenOn) {
     EXPECT_EQ(valueOf(m_c), 14);
 }
 
-TEST_F(EvalCacheTest, FailedEvaluation_IsAskedAgain) {
+TEST_F(EvalCacheTest, FailedEvaluation_IsRepeated) {
     define("failing", [](EvalCtx*, void*) { return ++asked, false; });
     Node* node = makeNode("failing", "f");
     EXPECT_TRUE(out(node)->evaluate(nullptr).isNull());
@@ -360,7 +360,7 @@ TEST_F(EvalCacheTest, FailedEvaluation_IsAskedAgain) {
     EXPECT_EQ(figures().entries, 0u);
 }
 
-// A callback that changes its own node has changed what the result goes by.
+// A callback that changes its own node changes an input of its result.
 TEST_F(EvalCacheTest, CallbackThatChangesItsNode_IsNotKept) {
     define("changer", [](EvalCtx* ctx, void* result) {
         ctx->node()->input(String("in"))->setReal(++asked);
@@ -392,7 +392,7 @@ TEST_F(EvalCacheTest, CallbackThatRemovesItsNode_Survives) {
     EXPECT_EQ(figures().entries, 0u);
 }
 
-TEST_F(EvalCacheTest, Bound_LetsGoWhatWasNotAskedForLongest) {
+TEST_F(EvalCacheTest, Limit_DropsTheLeastRecentlyUsed) {
     Node* a = makeNode("adder", "a");
     Node* b = makeNode("adder", "b");
     Node* c = makeNode("adder", "c");
@@ -406,7 +406,7 @@ TEST_F(EvalCacheTest, Bound_LetsGoWhatWasNotAskedForLongest) {
     EXPECT_EQ(callsFor(b), 1);
 }
 
-TEST_F(EvalCacheTest, SmallerBound_LetsGoAtOnce) {
+TEST_F(EvalCacheTest, SmallerLimit_DropsResultsAtOnce) {
     makeChain();
     callsFor(m_c);
     m_scene->setEvalCache(1, false);
@@ -427,7 +427,7 @@ TEST_F(EvalCacheTest, Payload_CountsAsBytes) {
     EXPECT_LT(figures().bytes, 6000u);
 }
 
-TEST_F(EvalCacheTest, OutputRemovedAndMadeOfAnotherKind_IsAskedAgain) {
+TEST_F(EvalCacheTest, OutputRemovedAndMadeOfAnotherKind_IsEvaluatedAgain) {
     define("any", [](EvalCtx* ctx, void* result) {
         ++asked;
         if (ctx->output()->type() == AttrType::Int)
@@ -453,7 +453,7 @@ TEST_F(EvalCacheTest, Checked_NamesTheOutputThatComesOutDifferently) {
                           "depends on changed.\n");
 }
 
-TEST_F(EvalCacheTest, Checked_AsksWhatIsKnownOnceMore) {
+TEST_F(EvalCacheTest, Checked_EvaluatesCachedResultsAgain) {
     m_scene->setEvalCache(1 << 20, false);
     static double hidden = 1;
     hidden = 1;
@@ -482,7 +482,7 @@ TEST_F(EvalCacheTest, CheckedResultThatFails_IsNamed) {
                           "it depends on changed.\n");
 }
 
-TEST_F(EvalCacheTest, Checked_AsksEachNodeTwiceAndLogsNothingWhenAllIsWell) {
+TEST_F(EvalCacheTest, Checked_EvaluatesTwiceAndLogsNothingWhenEqual) {
     m_scene->setEvalCache(1 << 20, true);
     makeChain();
     const LogCapture log;

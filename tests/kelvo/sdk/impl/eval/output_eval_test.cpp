@@ -34,7 +34,7 @@ bool addOne(EvalCtx* ctx, void* out) {
     return true;
 }
 
-// Asks the linked node's output, if there is one: out = its value + 1
+// Evaluates the linked node's output, if there is one: out = its value + 1
 template<bool passesFrame>
 bool askLinked(EvalCtx* ctx, void* out) {
     ++asked;
@@ -50,7 +50,7 @@ bool askLinked(EvalCtx* ctx, void* out) {
     return true;
 }
 
-// As above, but 0 when the other does not answer.
+// Does the same, but gives 0 when the linked node has no value.
 bool askOrElse(EvalCtx* ctx, void* out) {
     if (!askLinked<true>(ctx, out)) *static_cast<double*>(out) = 0;
     return true;
@@ -87,7 +87,7 @@ protected:
         EXPECT_TRUE(node->initLibInfo(m_library.get()));
         return node;
     }
-    // Each reads the one before; returns the last.
+    // Each node reads the one before; returns the last.
     Node* makeChain(const char* type, int count, Node* first = nullptr) {
         Node* last = first ? first : makeNode(type);
         for (int i = 1; i < count; ++i) {
@@ -101,7 +101,7 @@ protected:
     static Output* out(const Node* node) {
         return static_cast<Output*>(node->lookUpOutput(String("out")));
     }
-    // The result as a number, -1 for none.
+    // Returns the result as a number, -1 if there is none.
     static double evaluate(const Node* node) {
         double result = -1;
         runOnSmallStack([&] {
@@ -115,7 +115,7 @@ protected:
     RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
 };
 
-TEST_F(OutputEvalTest, LongChain_IsAskedOnceForEachNode) {
+TEST_F(OutputEvalTest, LongChain_EvaluatesEachNodeOnce) {
     const Node* last = makeChain("adder", 20000);
     const LogCapture log;
     EXPECT_EQ(evaluate(last), 20000);
@@ -130,7 +130,7 @@ TEST_F(OutputEvalTest, LongChainWithoutFrames_IsEvaluatedAllTheSame) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST_F(OutputEvalTest, LongChainWithKeptResults_IsAskedOnce) {
+TEST_F(OutputEvalTest, LongChainWithCachedResults_IsEvaluatedOnce) {
     const Node* last = makeChain("adder", 20000);
     m_scene->setEvalCache(u64(1) << 26, false);
     EXPECT_EQ(evaluate(last), 20000);
@@ -138,7 +138,7 @@ TEST_F(OutputEvalTest, LongChainWithKeptResults_IsAskedOnce) {
     EXPECT_EQ(asked, 20000);
 }
 
-TEST_F(OutputEvalTest, LongCheckedChain_IsAskedTwice) {
+TEST_F(OutputEvalTest, LongCheckedChain_IsEvaluatedTwice) {
     const Node* last = makeChain("adder", 5000);
     m_scene->setEvalCache(u64(1) << 26, true);
     const LogCapture log;
@@ -181,7 +181,7 @@ TEST_F(OutputEvalTest, LinkToItself_IsEndless) {
     EXPECT_EQ(log.text(), "error: Endless evaluation: a.out -> a.out.\n");
 }
 
-TEST_F(OutputEvalTest, EndlessPart_IsToldWithoutTheWayThere) {
+TEST_F(OutputEvalTest, EndlessPart_IsLoggedWithoutThePathToIt) {
     Node* a = makeNode("asker", "a");
     Node* b = makeNode("asker", "b");
     Node* c = makeNode("asker", "c");
@@ -220,7 +220,7 @@ TEST_F(OutputEvalTest, EndlessThatWasCut_IsEvaluated) {
     EXPECT_EQ(evaluate(a), 2);
 }
 
-// Each is the one that goes without an answer when the other is asked.
+// In turn each of the two nodes fails while the other one is evaluated.
 TEST_F(OutputEvalTest, ResultThatSawAnEndlessPart_IsNotKept) {
     Node* a = makeNode("elser", "a");
     Node* b = makeNode("elser", "b");

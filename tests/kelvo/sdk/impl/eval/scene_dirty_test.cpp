@@ -45,7 +45,7 @@ TEST_F(SceneDirty, Cached_NodesKnowOfChangesBelowThem) {
     EXPECT_TRUE(m_user->dirty(true));
 }
 
-TEST_F(SceneDirty, CachedTwiceAndLetGoTwice_IsOff) {
+TEST_F(SceneDirty, SwitchedOnTwiceAndOffTwice_IsOff) {
     m_scene->setDirtyStateCached(true);
     m_scene->setDirtyStateCached(true);
     m_scene->setDirtyStateCached(false);

@@ -34,13 +34,13 @@ TEST_F(SceneEval, New_KeepsNoResults) {
     EXPECT_EQ(hitsOfTwoReads(), 0u);
 }
 
-TEST_F(SceneEval, WithRoom_AnswersTheSecondReadFromWhatItKept) {
+TEST_F(SceneEval, WithRoom_AnswersTheSecondReadFromTheCache) {
     m_scene.setEvalCache(1 << 20);
     EXPECT_EQ(hitsOfTwoReads(), 1u);
     EXPECT_GT(m_scene.evalCacheFigures().bytes, 0u);
 }
 
-TEST_F(SceneEval, WithoutRoomAgain_DropsAllThatItKept) {
+TEST_F(SceneEval, WithoutRoomAgain_DropsAllResults) {
     m_scene.setEvalCache(1 << 20);
     hitsOfTwoReads();
     m_scene.setEvalCache(0);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kCount = 30;
 
-// Whether `to` can be reached from `from`, looked at the slow and obvious way.
+// Tells whether `to` can be reached from `from`, by a slow and obvious search.
 bool reaches(const bool (&edge)[kCount][kCount], std::size_t from, std::size_t to) {
     std::vector<std::size_t> open = {from};
     bool seen[kCount] = {};

@@ -1,4 +1,4 @@
-// Links to a node are cleared when the node goes.
+// Links to a node are cleared when the node is removed or destroyed.
 
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/scene.h"

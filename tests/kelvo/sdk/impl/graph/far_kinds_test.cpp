@@ -1,4 +1,4 @@
-// Kinds from outside their enumerations are kept, printed and compared as they were given.
+// Kinds outside their enumerations are kept, printed and compared as they were given.
 
 #include "kelvo/kelvo.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -47,7 +47,7 @@ constexpr i32 kFar[] = {-1,
 class FarKinds : public testing::TestWithParam<i32> {
 protected:
     const AttrType m_type = static_cast<AttrType>(GetParam());
-    // All of these are far from the element types, too, once those that are some are moved away.
+    // Parameters that are valid element types are moved out of their range.
     const DataType m_dataType = static_cast<DataType>(
         static_cast<u32>(GetParam()) < dataTypeCount ? GetParam() + 1000 : GetParam());
     tests::LogCapture m_log;

@@ -1,4 +1,4 @@
-// Edits of inputs that run out of memory. A program of its own: it replaces the allocation
+// Edits of inputs that run out of memory. A separate program, because it replaces the allocation
 // functions by ones that fail on command.
 
 #include "kelvo/sdk/impl/graph/input.h"
@@ -16,7 +16,7 @@ namespace {
 
 using qv::i64;
 
-// Allocations that still succeed; negative lets all succeed.
+// The number of allocations that still succeed; a negative number lets all succeed.
 thread_local i64 allowance = -1;
 
 void* allocateOrFail(std::size_t size) {
@@ -32,13 +32,13 @@ void freeBlock(void* block) noexcept {
 
 } // namespace
 
-// Calls the two above.
+// Calls the two functions above.
 #include "tests/support/replaced_new.h"
 
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// Lets `count` allocations succeed while it lives.
+// Lets `count` allocations succeed during its lifetime.
 class Allow {
 public:
     explicit Allow(i64 count) { allowance = count; }
@@ -52,7 +52,7 @@ TEST(InputListOutOfMemory, IndexThatCannotGoAlong_IsForgotten) {
     for (int i = 0; i < 21; ++i)
         inputs.push_back(RefersTo<Input>::adopt(
             new Input(nullptr, nullptr, String::format("in%d", i), AttrType::Int, AttrType::Null)));
-    // A description keeps the block that the index is in.
+    // The description keeps the block of extras, which owns the index, alive.
     inputs[1]->setDetails(RefersTo<AttrDetails>::adopt(new AttrDetails));
     ds::Vector<IInput*> list;
     list.reserve(32);
@@ -68,7 +68,7 @@ TEST(InputListOutOfMemory, IndexThatCannotGoAlong_IsForgotten) {
     EXPECT_EQ(findInList(list, "in6"), inputs[6].get());
 }
 
-// Notes how many things of each sort are told.
+// Counts the changes of each sort in batches.
 struct Batches : BatchObserver {
     void sceneChanged(const interfaces::SceneChanges& changes) override {
         told +=
@@ -109,7 +109,7 @@ protected:
         bool isChange;
         String told;
     };
-    // Does the edit with so many allocations that succeed.
+    // Does the edit while that number of allocations succeed.
     static Result edit(i64 allocations) {
         const auto scene = kelvo_sdk::Scene::create();
         scene.setUndoEnabled(true);
@@ -145,7 +145,7 @@ node t "n" {
 )";
 };
 
-TEST_P(InputEditsOutOfMemory, WhatIsDone_IsToldWhole) {
+TEST_P(InputEditsOutOfMemory, EditThatIsDone_IsNotifiedCompletely) {
     const Result unlimited = edit(-1);
     ASSERT_TRUE(unlimited.isChange);
     Result result{};

@@ -144,7 +144,7 @@ TEST_F(InputContainer, Object_KeepsItsMembersByName) {
     EXPECT_EQ(obj.inputCount(), 0u);
 }
 
-// Removes an input of the node by name when it hears of another.
+// Removes an input of the node by name during the notification of another.
 struct Remover : SceneObserver {
     void inputAdded(const IInput* input) override {
         if (input->parent()) input->node()->removeInput(name);

@@ -126,8 +126,8 @@ TEST_F(InputHash, Connection_CountsInPlaceOfTheStoredValue) {
     EXPECT_EQ(input->hash({}), connected);
 }
 
-// The definition of a hash must never change: caches and files depend on it. The numbers were
-// worked out independently of the code.
+// The definition of a hash must never change, because caches and files depend on it. The numbers
+// were computed independently of the code.
 TEST_F(InputHash, LiteralValues_AreTheSameEverywhere) {
     const auto hashOf = [this](AttrType kind, const char* text) {
         m_node->clearInputs();

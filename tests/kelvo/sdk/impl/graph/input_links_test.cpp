@@ -14,7 +14,7 @@ namespace {
 
 using tests::LogCapture;
 
-// Notes each connection change that the scene hears of, as "input: before -> after".
+// Records each notification of a connection as "input: before -> after".
 class ConnectionRecorder : public SceneObserver {
 public:
     void inputConnected(const IInput* input, const IOutput* before, const IOutput* after) override {
@@ -218,7 +218,7 @@ TEST_F(InputLinks, RemovedOutput_LeavesTheInputsAndTellsTheirNodes) {
     EXPECT_EQ(recorder.heard().size(), 2u);
 }
 
-// Notes where the output was that a connection came from.
+// Records the node and path of the former source during a notification.
 struct SourceNoter : SceneObserver {
     void inputConnected(const IInput*, const IOutput* before, const IOutput*) override {
         node = before->node();
@@ -238,7 +238,7 @@ TEST_F(InputLinks, RemovedOutput_IsToldWithItsNodeAndPath) {
     EXPECT_EQ(noter.path, m_a->name() + ".out");
 }
 
-// Connects an input to each output that it hears is gone.
+// Connects an input to the former source during its notification.
 struct LateConnector : SceneObserver {
     void inputConnected(const IInput*, const IOutput* before, const IOutput*) override {
         isConnected = input->connect(const_cast<IOutput*>(before));
@@ -268,7 +268,7 @@ TEST_F(InputLinks, DyingSourceNode_EndsTheConnection) {
     EXPECT_EQ(in(m_b)->source(), nullptr);
 }
 
-// Ends without its last reference going: nobody can be told.
+// A node on the stack is destroyed without dropping a last reference, so nobody can be notified.
 TEST_F(InputLinks, SourceNodeThatEndsByItself_LeavesTheReaderDirty) {
     {
         Node source(nullptr, "op", "free");

@@ -11,7 +11,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// A list of inputs without a node.
+// A list of inputs outside a node.
 class InputList : public testing::Test {
 protected:
     ~InputList() override {

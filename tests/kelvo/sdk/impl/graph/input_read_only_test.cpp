@@ -75,7 +75,7 @@ TEST_F(ReadOnlyInputs, Object_RefusesMembersThatComeAndGo) {
     expectUnchanged();
 }
 
-TEST_F(ReadOnlyInputs, Reset_OfWhatHoldsAnArray_AsksNotItsElements) {
+TEST_F(ReadOnlyInputs, Reset_OfAReadOnlyArray_DoesNotAskItsElements) {
     const Input parent = m_scene["a"].createInput("parent", AttrType::Object);
     const Input list(parent->createArray("list", AttrType::Real));
     EXPECT_TRUE(list.append().set(2.0));
@@ -87,7 +87,7 @@ TEST_F(ReadOnlyInputs, Reset_OfWhatHoldsAnArray_AsksNotItsElements) {
     EXPECT_EQ(list.input(0).get<double>(), 2.0);
 }
 
-TEST_F(ReadOnlyInputs, WhatTheyHold_RefusesToo) {
+TEST_F(ReadOnlyInputs, Contents_RefuseToo) {
     for (const char* path : {"list[0]", "o.x", "o.inner[0]", "o.deep.y"}) {
         EXPECT_TRUE(at(path).isReadOnly()) << path;
         EXPECT_FALSE(at(path).set(9)) << path;
@@ -98,7 +98,7 @@ TEST_F(ReadOnlyInputs, WhatTheyHold_RefusesToo) {
     expectUnchanged();
 }
 
-TEST_F(ReadOnlyInputs, AskingForWhatIsThere_IsNoChange) {
+TEST_F(ReadOnlyInputs, RequestOfAnExistingInput_IsNoChange) {
     EXPECT_EQ(at("o").createInput("x", AttrType::Real), at("o.x"));
     EXPECT_EQ(at("list")->createInput(String("1"), AttrType::Real), at("list[1]").get());
     EXPECT_TRUE(at("list[1]").set(2.0));
@@ -158,7 +158,7 @@ TEST_F(ReadOnlyInputs, Undo_TakesThemBackAndDoesThemAgain) {
     EXPECT_FALSE(m_scene["a"]->hasInput(String("o"), AttrType::Null));
 }
 
-TEST_F(ReadOnlyInputs, Children_TakeAndLoseNobody) {
+TEST_F(ReadOnlyInputs, Children_CannotGainOrLoseNodes) {
     m_scene.read("node xform \"x\" {\n    Array<Node> children = [y] @readonly\n}\n"
                  "node xform \"y\" {\n}\nnode xform \"z\" {\n}\n",
                  "t");
@@ -169,7 +169,7 @@ TEST_F(ReadOnlyInputs, Children_TakeAndLoseNobody) {
     EXPECT_FALSE(m_scene["x"]["children"].input(0).asNode(false, nullptr));
 }
 
-TEST_F(ReadOnlyInputs, MarkTakenAway_OpensWhatTheyHold) {
+TEST_F(ReadOnlyInputs, FlagCleared_MakesTheContentsWritable) {
     auto* object = static_cast<impl::Input*>(at("o").get());
     object->setReadOnly(false);
     EXPECT_TRUE(at("o.deep.y").set(5));
@@ -177,7 +177,7 @@ TEST_F(ReadOnlyInputs, MarkTakenAway_OpensWhatTheyHold) {
     EXPECT_FALSE(at("o.deep.y").set(6));
 }
 
-// A text may hold anything: that is a finding.
+// A text may hold any contents of a read-only input; the check reports them.
 TEST_F(ReadOnlyInputs, TextThatChangesThem_IsReadAndFound) {
     const auto library = tests::libraryOf("type seal {\n  Array<Real> list = [7] @readonly\n"
                                           "  Object o {\n    Real x = 1\n  } @readonly\n}");

@@ -1,4 +1,4 @@
-// Reads whose callbacks change what is read.
+// Reads whose callbacks change the input that is read.
 
 #include "kelvo/sdk/buffer_result.h"
 #include "kelvo/sdk/eval_ctx.h"
@@ -37,7 +37,7 @@ TEST(InputRead, SourceThatEndsWhileItIsAsked_IsNotReadAfterwards) {
     EXPECT_EQ(in->source(), nullptr);
 }
 
-// So many that their memory goes back to the system when it is let go of.
+// The buffer is so large that its memory is returned to the system when it is freed.
 bool giveManyOnes(EvalCtx*, void* out) {
     return setBufferResult(out, std::vector<i64>(100000, 1));
 }

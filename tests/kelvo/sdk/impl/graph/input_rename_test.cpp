@@ -4,7 +4,6 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "tests/support/journal.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/modified_scene.h"
 #include "tests/support/recording_observer.h"
 #include "tests/support/scene_text.h"
 
@@ -19,7 +18,6 @@ namespace {
 
 using tests::Journal;
 using tests::LogCapture;
-using tests::ModifiedScene;
 using tests::RecordingObserver;
 using tests::sceneOf;
 using tests::textOf;
@@ -52,7 +50,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
     return text.replace(place, what.size(), by);
 }
 
-// Returns the laws that do not hold, one a line.
+// Returns the broken laws, one per line.
 std::string errorsIn(const Scene& scene) {
     std::string lines;
     for (const IntegrityError& error : scene.verify())
@@ -69,7 +67,7 @@ protected:
     Node m_lamp = m_scene["lamp"];
 };
 
-// ---- Found and written -----------------------------------------------------------------------
+// ---- Look-ups and text -----------------------------------------------------------------------
 
 TEST_F(InputRename, IsFoundByItsNewNameAtItsPlace) {
     const Input size = m_lamp["size"];
@@ -162,7 +160,7 @@ TEST_F(InputRename, OfANodeInNoScene_WorksToo) {
     EXPECT_EQ(m_scene.undoCount(), 0u);
 }
 
-// ---- Refused ---------------------------------------------------------------------------------
+// ---- Refusals --------------------------------------------------------------------------------
 
 TEST_F(InputRename, Refused_TellsWhyAndChangesNothing) {
     const std::string before = textOf(m_scene);
@@ -209,7 +207,28 @@ TEST_F(InputRename, OfARemovedInput_IsRefused) {
     EXPECT_EQ(m_lamp["size"], size);
 }
 
-// ---- Taken back ------------------------------------------------------------------------------
+TEST_F(InputRename, OfAnInputThatIsBeingRemoved_IsRefused) {
+    struct Renames : SceneObserver {
+        void inputRemoved(const interfaces::IInput* input) override {
+            const Input removed(const_cast<interfaces::IInput*>(input));
+            EXPECT_FALSE(removed.rename("extent"));
+            for (const Input& member : removed.inputs())
+                EXPECT_FALSE(member.rename("extent"));
+        }
+    } renames;
+    const std::string before = textOf(m_scene);
+    const LogCapture log;
+    m_scene.subscribe(&renames);
+    m_lamp.removeInput("size");
+    m_lamp.removeInput("shade");
+    m_scene.unsubscribe(&renames);
+    EXPECT_NE(log.text().find("it belongs to no node."), std::string::npos);
+    m_scene.undo();
+    m_scene.undo();
+    EXPECT_EQ(textOf(m_scene), before);
+}
+
+// ---- Undo ------------------------------------------------------------------------------------
 
 TEST_F(InputRename, Undo_GivesTheOldNameBackAndRedoTheNewOne) {
     const std::string before = textOf(m_scene);
@@ -241,7 +260,7 @@ TEST_F(InputRename, Cancelled_GivesTheOldNameBack) {
     EXPECT_EQ(textOf(m_scene), before);
 }
 
-// ---- Told ------------------------------------------------------------------------------------
+// ---- Notifications ---------------------------------------------------------------------------
 
 class Renamings : public SceneObserver, public BatchObserver {
 public:
@@ -323,7 +342,7 @@ TEST_F(InputRename, ObserverThatRemovesTheNode_EndsNothingElse) {
     EXPECT_EQ(textOf(m_scene), textOf(sceneOf(sceneText)));
 }
 
-// ---- Named by others -------------------------------------------------------------------------
+// ---- References by name ----------------------------------------------------------------------
 
 TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     const LibInfo library = LibInfo::create();
@@ -338,7 +357,8 @@ TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     const Node other = scene.createNode("lamp", "other");
     const auto shown = [](const Node& node) {
         std::string names;
-        for (const Input& input : node.layoutPages()[0].groups[0].inputs)
+        const ds::Vector<LayoutPage> pages = node.layoutPages();
+        for (const Input& input : pages[0].groups[0].inputs)
             names += (input.name() + " ").view();
         return names;
     };
@@ -400,95 +420,6 @@ TEST(InputRenameEvaluation, KeptResults_AreThoseOfTheNewName) {
     }
     ASSERT_TRUE(scene.undo());
     EXPECT_EQ(sum.output("result").get<double>(-1), 3);
-}
-
-class InputRenameModified : public testing::Test {
-protected:
-    InputRenameModified() { m_scene.scene.setUndoEnabled(true); }
-    std::string listOf(const char* modifier) {
-        return m_scene[modifier]["modifies"].get<String>().buf();
-    }
-    ModifiedScene m_scene;
-};
-
-TEST_F(InputRenameModified, Modifiers_NameItByItsNewName) {
-    const std::string before = textOf(m_scene.scene);
-    ASSERT_TRUE(m_scene["n"]["a"].rename("c"));
-    EXPECT_EQ(listOf("scale"), "c");
-    EXPECT_EQ(listOf("offset"), "c");
-    EXPECT_EQ(m_scene.valueOf("n", "c"), 5);
-    EXPECT_EQ(m_scene.ownOf("n", "c"), 1);
-    EXPECT_EQ(m_scene.scene.undoCount(), 1u);
-    ASSERT_TRUE(m_scene.scene.undo());
-    EXPECT_EQ(textOf(m_scene.scene), before);
-    EXPECT_EQ(m_scene.valueOf("n"), 5);
-    EXPECT_EQ(m_scene.ownOf("n"), 1);
-}
-
-TEST_F(InputRenameModified, Value_IsNotToldAsAnother) {
-    Journal journal;
-    RecordingObserver observer("n", journal);
-    m_scene["n"].subscribe(&observer);
-    m_scene["n"]["a"].rename("c");
-    m_scene["n"].unsubscribe(&observer);
-    EXPECT_EQ(journal.take(), "n:changed=c");
-}
-
-TEST_F(InputRenameModified, ListsOfSeveralNames_KeepTheOthers) {
-    for (const auto& [list, expected] : {std::pair("b,a,x", "b,c,x"), std::pair("a,c", "c"),
-                                         std::pair("A,a", "c"), std::pair(" a,a", " a,c")}) {
-        m_scene["scale"]["modifies"].set(String(list));
-        ASSERT_TRUE(m_scene["n"]["a"].rename("c"));
-        EXPECT_EQ(listOf("scale"), expected);
-        ASSERT_TRUE(m_scene.scene.undo());
-        EXPECT_EQ(listOf("scale"), list);
-    }
-}
-
-TEST_F(InputRenameModified, ListThatNamesOthersToo_KeepsTheOldName) {
-    const Node other = m_scene.scene.createNode("lamp", "other");
-    other.createInput("a", AttrType::Real).set(7.0);
-    other.createArray("modifiers", AttrType::Node).append().set(m_scene["scale"]);
-    ASSERT_TRUE(m_scene["n"]["a"].rename("c"));
-    EXPECT_EQ(listOf("scale"), "a,c");
-    EXPECT_EQ(listOf("offset"), "c");
-    EXPECT_EQ(m_scene.valueOf("other"), 21);
-    EXPECT_EQ(m_scene.valueOf("n", "c"), 5);
-}
-
-TEST_F(InputRenameModified, ToANameThatAModifierWaitsFor_IsModified) {
-    m_scene["offset"]["modifies"].set("later");
-    ASSERT_EQ(m_scene.valueOf("n", "b"), 10);
-    ASSERT_TRUE(m_scene["n"]["b"].rename("later"));
-    EXPECT_EQ(m_scene.valueOf("n", "later"), 12);
-}
-
-TEST_F(InputRenameModified, TheListOfModifiers_CountsByItsName) {
-    const Input list = m_scene["n"]["modifiers"];
-    ASSERT_TRUE(list.rename("others"));
-    EXPECT_EQ(m_scene.valueOf("n"), 1);
-    ASSERT_TRUE(list.rename("modifiers"));
-    EXPECT_EQ(m_scene.valueOf("n"), 5);
-    ASSERT_TRUE(m_scene.scene.undo());
-    EXPECT_EQ(m_scene.valueOf("n"), 1);
-}
-
-TEST(InputRenameText, ModifiersOfUnknownTypes_NameItByItsNewName) {
-    const Scene scene = sceneOf(ModifiedScene::text);
-    ASSERT_TRUE(scene["n"]["a"].rename("c"));
-    EXPECT_EQ(scene["scale"]["modifies"].asString(), "c");
-    EXPECT_EQ(scene["offset"]["modifies"].asString(), "c");
-}
-
-TEST_F(InputRenameModified, ListThatIsReadOnly_RefusesIt) {
-    const std::string before = textOf(m_scene.scene);
-    m_scene.input("offset", "modifies").setReadOnly(true);
-    const LogCapture log;
-    EXPECT_FALSE(m_scene["n"]["a"].rename("c"));
-    EXPECT_EQ(log.text(), "error: Cannot rename input 'n.a' to 'c': 'offset.modifies' names it and "
-                          "is read-only.\n");
-    m_scene.input("offset", "modifies").setReadOnly(false);
-    EXPECT_EQ(textOf(m_scene.scene), before);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Elements that come, go and move anywhere in a long array know their places.
+// Elements that are added, removed and moved anywhere in a long array know their index.
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/scene.h"
 
@@ -19,7 +19,7 @@ protected:
             m_array.append().set(i);
         m_scene.setUndoEnabled(true);
     }
-    // The names say the places, whatever the elements hold.
+    // Checks that each element has its index as its name.
     void expectNumbered() const {
         for (u64 i = 0; i < m_array.inputCount(); ++i) {
             const std::string index = std::to_string(i);

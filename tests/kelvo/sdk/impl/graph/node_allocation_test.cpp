@@ -1,4 +1,5 @@
-// Replaces the allocation functions by ones that fail on command and note when watched memory goes.
+// Replaces the allocation functions by ones that fail on command and record when watched memory is
+// freed.
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -29,7 +30,7 @@ namespace {
 
 using qv::i64;
 
-// Allocations that still succeed; negative lets all succeed.
+// The number of allocations that still succeed; a negative number lets all succeed.
 thread_local i64 allowance = -1;
 thread_local i64 live = 0;
 
@@ -61,7 +62,7 @@ void freeBlock(void* block) noexcept {
 
 } // namespace
 
-// Calls the two above.
+// Calls the two functions above.
 #include "tests/support/replaced_new.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -74,7 +75,7 @@ using tests::probe;
 using tests::RecordingObserver;
 using tests::RecordingScene;
 
-// Lets `count` allocations succeed while it lives.
+// Lets `count` allocations succeed during its lifetime.
 class Allow {
 public:
     explicit Allow(i64 count) { allowance = count; }
@@ -84,7 +85,7 @@ public:
 };
 
 // Calls `action` with no allocation allowed, then with one more each time until it succeeds, and
-// `check` after each failure. Returns how often it failed.
+// `check` after each failure. Returns the number of failures.
 template<typename Action, typename Check>
 int failEachAllocation(const Action& action, const Check& check) {
     for (int count = 0;; ++count) {
@@ -115,14 +116,14 @@ TEST(NodeOutOfMemory, Construction_UndoesWhatItBuiltAndCountsNothing) {
     node->decRef();
     EXPECT_EQ(impl_nodeInstanceCount(), nodes);
     EXPECT_EQ(name.get()->refCount(), references);
-    // The pool of the maps' arrays stays, if this was the first node of all.
+    // The pool of empty arrays keeps its blocks if this was the first node of all.
     EXPECT_LE(live, blocks + 2);
 }
 
-// The address sanitizer keeps far more address space than any limit leaves.
+// The address sanitizer reserves far more address space than any limit leaves.
 #if !defined(__SANITIZE_ADDRESS__) && !__has_feature(address_sanitizer)
 
-// Lets the process take no further memory from the system while it lives.
+// Keeps the process from taking memory from the system during its lifetime.
 class FrozenMemory {
 public:
     FrozenMemory() {
@@ -139,7 +140,7 @@ private:
     rlimit m_before{};
 };
 
-// The nodes stand in memory of their own; what fails is what their maps need.
+// The nodes have memory already; the allocations of their maps fail.
 TEST(NodeOutOfMemory, ConstructionOfAMember_CountsNothing) {
     constexpr u64 kMost = 4000;
     const i64 nodes = impl_nodeInstanceCount();
@@ -282,7 +283,7 @@ TEST(ObserversOutOfMemory, ThrowingObserver_LeaksNothing) {
     EXPECT_EQ(live, blocks);
 }
 
-// ---- Nothing allocated that nobody needs ---------------------------------------------------
+// ---- Operations that allocate nothing ------------------------------------------------------
 
 TEST(NodeAllocations, ChangeThatNobodyHears_AllocatesNothing) {
     const auto scene = RefersTo<Scene>::adopt(new Scene);
@@ -316,7 +317,7 @@ TEST(NodeAllocations, MissingTarget_AllocatesNoSearch) {
 
 // ---- A node's end, step by step ------------------------------------------------------------
 
-// Releases are noted with the number of live nodes at that moment.
+// Records releases with the number of live nodes at that moment.
 class RecordingLibrary : public LibInfo {
 public:
     void decRef() override {
@@ -440,7 +441,7 @@ TEST_F(NodeEndOrder, OwnerLinks_AreAllClearedBeforeAnythingIsReleased) {
     EXPECT_TRUE(m_journal.take().starts_with("i1 i2 o2"));
 }
 
-// The first input's memory goes only when every input has let go of the graph.
+// The first input's memory is freed only after every input has left the graph.
 TEST_F(NodeEndOrder, EveryInput_IsTornDownBeforeTheFirstIsReleased) {
     Node source(nullptr, "thing", "source");
     IOutput* output = source.createOutput("o", AttrType::Real);

@@ -43,7 +43,7 @@ TEST_F(NodeChangeScopeTest, WithoutAScene_DoesNothing) {
     EXPECT_EQ(m_journal.take(), "");
 }
 
-// The scope decides at its start, for its whole life.
+// The scope decides at its start whether to record, for its whole lifetime.
 TEST_F(NodeChangeScopeTest, SceneThatStopsRecordingMeanwhile_IsToldOfTheEnd) {
     m_scene->recordsUndo = true;
     {

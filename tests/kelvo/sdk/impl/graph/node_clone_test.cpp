@@ -150,7 +150,7 @@ TEST_F(NodeClone, Copy_SharesTheLibraryAndMakesItsOwnData) {
     EXPECT_EQ(m_node.data(), &m_node);
 }
 
-// Notes what the copy has when it is called.
+// Records the attributes of the copy during its init callback.
 bool noteAttributes(INode* node, void** data) {
     static std::string seen;
     seen = std::string(node->name().buf()) + ":" + std::to_string(node->inputCount()) +

@@ -218,7 +218,7 @@ TEST_F(NodeCreate, SameNameOtherKind_AppendsASecond) {
     EXPECT_EQ(log.text(), "");
 }
 
-// Only the first of a name is looked at, so that asking for the second kind again makes a third.
+// Only the first input of a name is compared, so requesting the second kind again makes a third.
 TEST_F(NodeCreate, SecondOfAName_IsNeverReused) {
     m_node.createInput("x", AttrType::Int);
     IInput* second = m_node.createInput("x", AttrType::Real);
@@ -261,7 +261,7 @@ TEST_F(NodeCreate, ArrayOfOtherElements_GivesTheOneThereIsWithAWarning) {
     EXPECT_EQ(a->elementType(), AttrType::Int);
 }
 
-// These two ask for any elements, as no kind of elements is said.
+// Both calls request an array of any kind of elements, because they name none.
 TEST_F(NodeCreate, KindArray_GivesAnyArraySilently) {
     IInput* a = m_node.createArray("a", AttrType::Int);
     const LogCapture log;
@@ -412,7 +412,7 @@ TEST_F(NodeCreate, OutputOfKindNull_GivesWhatThereIsWithAWarning) {
     EXPECT_EQ(log.text(), "warning: Cannot re-create Real output n.out as Null.\n");
 }
 
-// An existing output is looked at before the kind is refused.
+// An existing output is compared before the kind is refused.
 TEST_F(NodeCreate, OutputOfKindBuffer_OverABuffer_GivesItWithAWarning) {
     IOutput* b = m_node.createOutput("b", DataType::Float);
     const LogCapture log;

@@ -1,5 +1,5 @@
-// A node ends, and its free callback takes apart what it refers to in a scene that records: no
-// record may keep the node, whose end goes on.
+// While a node is destroyed, its free callback edits the nodes that it refers to, in a scene that
+// records: no record may keep the node, which is being destroyed.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/scene.h"
 #include "tests/support/node_probe.h"
@@ -34,7 +34,7 @@ protected:
         m_before = m_scene.text().buf();
     }
     ~NodeEndsInScenes() override { s_atEnd = nullptr; }
-    // Ends the node, and undoes what its callback did.
+    // Destroys the node, and undoes the edits of its callback.
     void expectEndOnce(std::function<void()> atEnd) {
         s_atEnd = std::move(atEnd);
         m_dying = {};
@@ -62,7 +62,7 @@ TEST_F(NodeEndsInScenes, NodeThatItsCallbackConverts_IsNotRecordedForIt) {
     expectEndOnce([this] { m_source.convertTo("other"); });
 }
 
-// Keeps the node whose output an input lost.
+// Keeps the node of the former source alive.
 struct Keeper : SceneObserver {
     void inputConnected(const IInput* /*input*/, const IOutput* before,
                         const IOutput* /*after*/) override {

@@ -13,7 +13,7 @@
 #include <string>
 #include <utility>
 
-// File paths written and read while others take the node apart.
+// File paths are written and read while observers remove the node or its inputs.
 namespace qv::kelvo_sdk::impl {
 namespace {
 
@@ -40,7 +40,7 @@ protected:
     Node* m_node = nullptr;
 };
 
-// The step and the group that were opened are closed, on the scene they were opened on.
+// The open step and group are closed, on the scene where they were opened.
 TEST_F(NodeSetPathLeaves, NodeRemovedMeanwhile_LeavesNoStepOpen) {
     const kelvo_sdk::Node held(m_node);
     m_node->setPath(String("a"), String("b"), String("c"));
@@ -48,14 +48,14 @@ TEST_F(NodeSetPathLeaves, NodeRemovedMeanwhile_LeavesNoStepOpen) {
     EXPECT_NE(all.find("ungroup record("), std::string::npos) << all;
 }
 
-// For a sanitizer: the scene held the last reference.
+// A sanitizer finds access to the node: the scene held the last reference.
 TEST_F(NodeSetPathLeaves, NodeGoneMeanwhile_IsNotTouchedAgain) {
     m_node->setPath(String("a"), String("b"), String("c"));
     const std::string all = m_journal.take();
     EXPECT_NE(all.find("ungroup record("), std::string::npos) << all;
 }
 
-// Undo would bring the input back with what was written to it while it was off.
+// Undo would restore the input with the value written to it while it was removed.
 TEST(NodeSetPathUndo, InputTakenOffMeanwhile_ComesBackAsItWas) {
     for (const char* taken : {"file", "dir"}) {
         const auto scene = kelvo_sdk::Scene::create();

@@ -21,7 +21,7 @@ using tests::RecordingScene;
 
 constexpr const char* kParts[] = {"dir", "file", "ext"};
 
-// Notes the look-ups and the first label of each call.
+// Records the look-ups and the first label of each call.
 class WatchedNode : public Node {
 public:
     WatchedNode(IScene* scene, Journal& journal)
@@ -77,7 +77,7 @@ protected:
     bool setPath(const char* dir, const char* file, const char* ext) {
         return m_node.setPath(String(dir), String(file), String(ext));
     }
-    // The last of what the scene heard: "record(...)".
+    // Returns the last entry of the scene's journal: "record(...)".
     std::string record() {
         const std::string all = m_journal.take();
         const size_t start = all.find("record(");
@@ -120,7 +120,7 @@ TEST_F(NodeSetPath, Label_IsThatAfterTheWrites) {
     EXPECT_EQ(record(), "record(New_Wood.png = new_wood.png|New_Wood.png = old.jpg)");
 }
 
-// Does something when the group ends.
+// Calls a function of the test when the group ends.
 class EndingScene : public RecordingScene {
 public:
     using RecordingScene::RecordingScene;
@@ -201,7 +201,7 @@ TEST_F(NodeSetPath, LongNames_AreRecordedWhole) {
     EXPECT_EQ(record(), "record(Img = " + longName + ".png|Img = )");
 }
 
-// ---- What is stored --------------------------------------------------------------------
+// ---- Stored values ---------------------------------------------------------------------
 
 TEST_F(NodeSetPath, Parts_AreStoredUnchangedButForTheDot) {
     struct Case {
@@ -288,7 +288,7 @@ TEST_F(NodeSetPath, ExtensionThatIsNoChoice_IsRefusedWithItsDot) {
     EXPECT_NE(log.text().find("'.jpg'"), std::string::npos) << log.text();
 }
 
-// ---- What others do meanwhile ----------------------------------------------------------
+// ---- Edits by others meanwhile ---------------------------------------------------------
 
 TEST_F(NodeSetPath, InputsRemovedMeanwhile_AreHeldToTheEnd) {
     RecordingObserver observer("o", m_journal);
@@ -316,7 +316,7 @@ TEST_F(NodeSetPath, OneText_IsOneGroupedEdit) {
                                 "scene:changed=dir ungroup record(Img = wood.png|Img = )");
 }
 
-// Keeps the three-part form for itself.
+// Overrides the three-part form and passes nothing on.
 class ForwardedNode : public Node {
 public:
     using Node::setPath;

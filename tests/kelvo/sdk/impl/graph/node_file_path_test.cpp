@@ -20,7 +20,7 @@ using tests::LogCapture;
 
 constexpr const char* kParts[] = {"dir", "file", "ext"};
 
-// ---- What is a path node ---------------------------------------------------------------
+// ---- Path nodes ------------------------------------------------------------------------
 
 TEST(NodeIsPath, ThreeStringInputs_MakeOneWhateverTheType) {
     for (const char* type : {"", "path", "lamp"}) {
@@ -52,7 +52,8 @@ TEST(NodeIsPath, EachPart_MayNotBeOfAnotherKind) {
         for (const char* odd : kParts) {
             Node node(nullptr, "path", "n");
             node.createInput(odd, wrong);
-            // Existing inputs get no twin; the input of another kind does, behind it.
+            // Existing inputs are not created again; for the input of another kind a second one is
+            // appended.
             for (const char* part : kParts)
                 node.createInput(part, AttrType::String);
             EXPECT_FALSE(node.isPath()) << odd << " " << attrTypeName(wrong);
@@ -76,7 +77,7 @@ TEST(NodeIsPath, MembersOfAnObject_DoNotCount) {
     EXPECT_FALSE(node.isPath());
 }
 
-// Notes what is asked for, and answers no from one name on.
+// Records the look-ups, and answers false from one name on.
 class AskedNode : public Node {
 public:
     using Node::hasInput;
@@ -198,7 +199,7 @@ TEST(NodeAsNoPath, AsPath_IsEmptyAndOneErrorLine) {
     }
 }
 
-// Outputs that say their names, but for one, and note that they were asked.
+// Has outputs that give their own names, but for one, and record their evaluation.
 class NodeAsPathConnected : public NodeAsPath {
 protected:
     NodeAsPathConnected() {
@@ -211,7 +212,7 @@ protected:
             m_node.findInputByName(part)->connect(output);
         }
     }
-    // Makes the set of callbacks complete.
+    // A type needs a modify callback for its set of callbacks to be complete.
     static bool modifies(INode* /*node*/, INode* /*other*/) { return false; }
     static bool speak(EvalCtx* ctx, void* out) {
         const String name = ctx->output()->name();

@@ -93,7 +93,7 @@ TEST_F(NodeFind, FirstOfAName_Wins) {
     EXPECT_EQ(m_node.findOutputByName("out"), secondOut);
 }
 
-// Long lists are found through an index; it must follow every edit.
+// Long lists are searched through an index, which must follow every edit.
 TEST_F(NodeFind, AmongMany_TheSameRulesHold) {
     Node node(nullptr, "thing", "n");
     for (int i = 0; i < 200; ++i)

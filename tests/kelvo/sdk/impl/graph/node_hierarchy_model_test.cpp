@@ -17,12 +17,12 @@ using tests::NodeGraph;
 
 constexpr int kEmpty = -1;
 
-// A hierarchy as numbers: what each node's list links to, and who is walked into.
+// A hierarchy as numbers: the links of each node's list, and whether the walk enters the node.
 struct Model {
     std::vector<std::vector<int>> lists;
     std::vector<bool> isXform;
 
-    // Keeps no memory but the result, so that without a limit it needs a graph without cycles.
+    // Remembers only the result, so that without a limit it needs a graph without cycles.
     void collect(int node, i64 depth, i64 maxDepth, std::vector<int>& out) const {
         if (maxDepth >= 0 && depth > maxDepth) return;
         for (const int child : lists[static_cast<std::size_t>(node)]) {
@@ -39,7 +39,7 @@ protected:
 
     unsigned random(unsigned below) { return static_cast<unsigned>(m_random() % below); }
 
-    // A random element: mostly a node behind `from`, or any node where cycles are wanted.
+    // Returns a random element: usually a node after `from`, or any node if cycles are wanted.
     int element(int from, bool cycles) {
         if (random(8) == 0) return kEmpty;
         const int low = cycles ? 0 : from + 1;
@@ -101,7 +101,7 @@ TEST_F(NodeHierarchyModel, WithCycles_ALimitGivesTheNodesOfAPlainRecursionInItsO
     }
 }
 
-// Each node that is reached is reached by a way that repeats no node, so that a limit finds it too.
+// Every reachable node is reached by a path that repeats no node, so that a limit finds it too.
 TEST_F(NodeHierarchyModel, WithCyclesAndWithoutALimit_EveryNodeThatIsReachedIsListedOnce) {
     for (unsigned seed = 0; seed < 400; ++seed) {
         build(seed, true);
@@ -131,7 +131,7 @@ TEST_F(NodeHierarchyModel, GetChildren_GoesOnWithTheListAndDepthThatItIsGiven) {
     }
 }
 
-// ---- Great hierarchies ---------------------------------------------------------------------
+// ---- Large hierarchies ---------------------------------------------------------------------
 
 class GreatHierarchy : public testing::Test {
 protected:
@@ -175,7 +175,7 @@ TEST_F(GreatHierarchy, LongCycle_EndsWithoutALimit) {
     });
 }
 
-// A walk that went into a node each time it meets it would take 2^64 steps.
+// A walk that entered a node each time it reaches it would take 2^64 steps.
 TEST_F(GreatHierarchy, SharedChildren_AreWalkedOnce) {
     Node* root = m_graph.add("root");
     m_graph.addDiamonds(root, 64);
@@ -184,7 +184,7 @@ TEST_F(GreatHierarchy, SharedChildren_AreWalkedOnce) {
     EXPECT_EQ(countChildren(root, 63), 3u * 32);
 }
 
-// Every node links to every node, itself too.
+// Every node links to every node, including itself.
 TEST_F(GreatHierarchy, AllLinkedToAll_EndWithAndWithoutALimit) {
     constexpr int kSize = 30;
     for (int i = 0; i < kSize; ++i)

@@ -120,7 +120,7 @@ TEST_F(NodeParents, IndexIn_OfInputsThatAreNoArrays_IsMinusThree) {
     }
 }
 
-// The members of an object are walked as children, but it is no array to stand in.
+// The members of an object are walked as children, but an object is no array with indexes.
 TEST_F(NodeParents, IndexIn_AnObjectThatLinksToTheNode_IsMinusThree) {
     Node *parent = m_graph.addBare("P"), *child = make("C");
     parent->createInput("children", AttrType::Object)

@@ -65,7 +65,8 @@ TEST_F(NodeHierarchy, NodeLinkedTwice_IsListedAtItsFirstMeeting) {
     EXPECT_EQ(children(root, 0), "AB");
 }
 
-// S is met at the limit first, where what is below it is out of reach, and again higher up.
+// The walk reaches S first at the limit, where the nodes below it are out of reach, and again
+// higher up.
 TEST_F(NodeHierarchy, NodeMetAgainHigherUp_IsWalkedAgain) {
     Node *root = make("R"), *a = make("A"), *shared = make("S"), *leaf = make("L");
     link(root, a);
@@ -95,7 +96,8 @@ TEST_F(NodeHierarchy, Cycles_EndWithAndWithoutALimit) {
     EXPECT_EQ(children(root, 50), "ARB");
 }
 
-// As a recursion without a memory would list them: what hangs below a node met again comes there.
+// The order is that of a plain recursion: nodes below a node that is reached again are listed
+// there.
 TEST_F(NodeHierarchy, CyclesWithALimit_KeepTheOrderOfAPlainWalk) {
     Node *a = make("A"), *b = make("B"), *c = make("C"), *d = make("D");
     link(a, b);
@@ -209,7 +211,7 @@ TEST_F(NodeHierarchy, GetChildren_CountsFromTheDepthGiven) {
     EXPECT_EQ(found(7, -1), 3u);
 }
 
-// ---- What counts as a list -----------------------------------------------------------------
+// ---- Inputs that count as a list -----------------------------------------------------------
 
 TEST_F(NodeHierarchy, NameInAnotherCase_IsTheListAtEveryLevel) {
     Node *root = m_graph.addBare("R"), *a = m_graph.addBare("A"), *b = make("B");
@@ -276,7 +278,7 @@ TEST_F(NodeHierarchy, EmptiedElements_AreSkippedWhereverTheyAre) {
     EXPECT_EQ(children(root, -1), "B");
 }
 
-// ---- What comes back -----------------------------------------------------------------------
+// ---- Returned iterators --------------------------------------------------------------------
 
 TEST_F(NodeHierarchy, Children_AreDerivedAfreshAtEachCall) {
     Node *root = make("R"), *a = make("A"), *b = make("B");

@@ -1,5 +1,4 @@
-// However inputs are searched, the answer is that of comparing the path text of one after the
-// other.
+// Each search for an input gives the same result as comparing the path texts one after the other.
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -78,7 +77,7 @@ void addNested(Node& node) {
     addTo(*grid->createArray("1", AttrType::Array)->createArray("0", AttrType::Real), 2);
 }
 
-// Inputs named like the node, and several of one name.
+// Adds inputs with the name of the node, and several with the same name.
 void addConfusing(Node& node) {
     IInput* same = node.createInput("n", AttrType::Object);
     same->createInput("n", AttrType::Object)->createInput("color", AttrType::Int);
@@ -95,7 +94,7 @@ void listAll(IInput& input, std::vector<IInput*>& all) {
         listAll(*input.input(i), all);
 }
 
-// No search logs anything or adds an input.
+// No search logs a line or adds an input.
 class InputSearch : public testing::Test {
 protected:
     InputSearch() {
@@ -116,7 +115,7 @@ protected:
         return inputs;
     }
 
-    // Compares the two searches; true when they find something.
+    // Compares the two searches; returns true when they find an input.
     bool compare(const std::string& path) const {
         IInput* found = m_node.findInput(String(std::string_view(path)));
         EXPECT_EQ(found, searchedInFull(m_node, path)) << "'" << path << "'";
@@ -136,12 +135,12 @@ TEST_F(InputSearch, EveryPath_FindsWhatTheFullSearchFinds) {
         EXPECT_TRUE(compare(path)) << path;
         EXPECT_TRUE(compare("N" + path.substr(1))) << path;
         EXPECT_TRUE(compare(folded(path))) << path;
-        // Without the node, which may be the path of another input.
+        // Without the node's name, the rest may be the path of another input.
         compare(path.substr(2));
     }
 }
 
-// Separated by bars.
+// The paths are separated by bars.
 constexpr std::string_view kOdd =
     "|.|..|n|n.|n..|n.n|n.n.n|n.n.n.n|N.N.COLOR|n.n.n.color|n.color|n..color|nn|nn.|n.nn|"
     "nn.color|[0]|n[0]|n.[0]|arr|ARR[1]|arr[03]|arr[ 1]|arr[1 ]|arr[1]x|arr[1] |arr[+1]|"
@@ -182,7 +181,7 @@ TEST_F(InputSearch, RandomSteps_FindWhatTheFullSearchFinds) {
     EXPECT_GT(hits, 200);
 }
 
-// Puts in, takes out, replaces or repeats a character.
+// Inserts, removes, replaces or repeats a character.
 void spoil(std::string& path, std::mt19937& random) {
     constexpr std::string_view kCharacters = "n.[]+-01 aAmxobjOBJ";
     const u64 at = random() % (path.size() + 1);

@@ -8,7 +8,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// No test here may log anything.
+// Checks that no test here logs a line.
 class NodeInputPathParse : public testing::Test, protected tests::MaterialNode {
 protected:
     void TearDown() override { EXPECT_EQ(m_log.text(), ""); }
@@ -151,7 +151,7 @@ TEST_F(NodeInputPathParse, TypeInFront_IsReplacedOnce) {
     EXPECT_EQ(node.parseInputPath("mat1.Material.color"), member);
 }
 
-// The type in front stands for the node even where an input has its name.
+// The type in the first step stands for the node even if an input has that name.
 TEST_F(NodeInputPathParse, InputOfTheTypesName_NeedsTheNodeInFront) {
     IInput* ofTypesName = node.createInput("Material", AttrType::Object);
     IInput* member = ofTypesName->createInput("m", AttrType::Int);
@@ -246,7 +246,7 @@ TEST_F(NodeInputPathParse, GreatestIndexOfAPath_IsReached) {
     EXPECT_EQ(many->inputCount(), 1'048'576u);
 }
 
-// An input that was kept would keep its text.
+// A leaked reference to an input would keep its text alive.
 TEST_F(NodeInputPathParse, NoReference_IsTakenForTheCaller) {
     const String text("kept");
     node.createInput("text", AttrType::String);

@@ -63,7 +63,7 @@ TEST_F(NodeInputPath, InputByName_FirstOfTheNameWins) {
     EXPECT_EQ(constNode.input(String("color")), color);
 }
 
-// Paths are no names here.
+// This look-up takes names, not paths.
 TEST_F(NodeInputPath, InputByIllegalName_IsNullAndNamedTwice) {
     const std::string before = inputs();
     for (const char* name :
@@ -221,7 +221,7 @@ TEST_F(NodeInputPath, FoundOnANodeWithoutAttributes_IsNull) {
     EXPECT_EQ(empty.findOutput(""), nullptr);
 }
 
-// An input that was kept would keep its text.
+// A leaked reference to an input would keep its text alive.
 TEST_F(NodeInputPath, NoReference_IsTakenForTheCaller) {
     const String text("kept");
     const Node& constNode = node;
@@ -238,7 +238,7 @@ TEST_F(NodeInputPath, NoReference_IsTakenForTheCaller) {
     EXPECT_EQ(text.get()->refCount(), 1);
 }
 
-// Arrays of arrays, nested far deeper than a recursion could go.
+// Arrays of arrays nest far deeper than a recursion could go.
 TEST_F(NodeInputPath, DeepPath_IsFoundAndParsed) {
     constexpr int kDepth = 5'000;
     IInput* inner = node.createArray("deep", AttrType::Array);
@@ -281,7 +281,7 @@ TEST_F(NodeInputPath, OutputsOfOneName_FirstWins) {
     EXPECT_EQ(node.findOutput("out"), first);
 }
 
-// Outputs whose names differ in case stand beside each other, when their kinds differ.
+// Two outputs whose names differ in case can exist if their kinds differ.
 TEST_F(NodeInputPath, OutputsThatDifferInCase_AreEachFound) {
     IOutput* lower = node.createOutput("out", AttrType::Real);
     IOutput* upper = node.createOutput("OUT", AttrType::Int);

@@ -19,7 +19,7 @@ Token element(i64 index) {
     return {String(), 0, index};
 }
 
-// No test here may log anything.
+// Checks that no test here logs a line.
 class NodeInputPathTokens : public testing::Test, protected tests::MaterialNode {
 protected:
     void TearDown() override { EXPECT_EQ(m_log.text(), ""); }
@@ -92,7 +92,7 @@ TEST_F(NodeInputPathTokens, NegativeIndices_EachMakeOneElement) {
     }
 }
 
-// A member step asks the array for an element of that name, and never makes one.
+// A member step looks for an element of that name in an array, and never creates one.
 TEST_F(NodeInputPathTokens, MemberStepIntoAnArray_TakesAnElementByItsName) {
     EXPECT_EQ(walked({name("mat1"), name("arr"), name("1")}), "mat1.arr[1]");
     EXPECT_EQ(walked({name("mat1"), name("arr"), name("2")}), "none");

@@ -15,7 +15,7 @@ namespace {
 using tests::LogCapture;
 using tests::probe;
 
-// Two sets of callbacks that can be told apart.
+// Two sets of callbacks that the tests can distinguish.
 template<int N>
 struct Calls {
     static bool init(INode*, void** data) {
@@ -40,8 +40,8 @@ struct Calls {
 using Own = Calls<1>;
 using Base = Calls<2>;
 
-// Notes the questions in their order. Has nothing but modify for one type, and that only from so
-// many questions on.
+// Records the look-ups in their order. Has only the modify callback of one type, and this only
+// after a number of look-ups.
 class AskedLibrary : public LibInfo {
 public:
     interfaces::NodeInitFn nodeInit(String type) const override { return note("i", type), nullptr; }
@@ -114,7 +114,7 @@ TEST_F(NodeLibrary, CompleteSet_IsBoundAndCalled) {
     EXPECT_EQ(m_node.data(), nullptr);
 }
 
-// Lets go of the node, and notes whether it was still there afterwards.
+// Drops the last reference to the node, and records whether the node still exists.
 i64 nodesAfterInit = 0;
 bool dropInInit(INode* node, void**) {
     node->decRef();
@@ -131,7 +131,7 @@ TEST_F(NodeLibrary, InitThatDropsTheLastReference_LeavesTheNodeUntilItReturns) {
     EXPECT_EQ(impl_nodeInstanceCount(), before);
 }
 
-// Clears the scene, which holds the only reference on the node.
+// Clears the scene, which holds the only reference to the node.
 kelvo_sdk::Scene clearedScene;
 i64 nodesAfterFree = 0;
 bool clearInFree(INode*, void**) {
@@ -169,7 +169,7 @@ TEST_F(NodeLibrary, New_HasNoCallbacksAndNoData) {
     EXPECT_EQ(m_node.data(), nullptr);
 }
 
-// The arguments that each callback was given last.
+// The arguments of the last call of each callback.
 struct Given {
     const void* first = nullptr;
     const void* second = nullptr;
@@ -308,7 +308,7 @@ TEST_F(NodeLibrary, SecondBinding_ReplacesAllSix) {
     EXPECT_EQ(log.text(), "");
 }
 
-// The data stays where it is: its address tells nothing.
+// The data keeps its address, so that the address does not show the change.
 TEST_F(NodeLibrary, DataFilledAnew_EndsWhatWasKept) {
     static double filled = 0;
     const auto fill = [](INode*, void** data) {

@@ -1,4 +1,4 @@
-// A callback that throws costs an error line and a failed operation.
+// A callback that throws is logged as an error, and its operation fails.
 
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -122,7 +122,7 @@ TEST_F(NodeLibraryThrow, CloneWithoutMemory_LeavesNothing) {
     EXPECT_TRUE(m_scene->verify().empty());
 }
 
-TEST_F(NodeLibraryThrow, WhatIsNoException_IsToldAsSuch) {
+TEST_F(NodeLibraryThrow, ThrownValueThatIsNoException_IsLogged) {
     m_library->setCallbacks("mesh", {.free = [](INode*, void**) -> bool { throw 7; }});
     Node node(nullptr, "mesh", "m");
     node.initLibInfo(m_library.get());
@@ -184,7 +184,7 @@ TEST_F(NodeLibraryThrow, EvaluationThatThrew_CanBeAskedAgain) {
                           "error: The eval callback of node 'm' threw: out of paint.\n");
 }
 
-// The node's last owner is the scene.
+// The scene is the node's last owner.
 TEST_F(NodeLibraryThrow, EvalThatEndsItsNodeFirst_IsStillNamed) {
     const auto eval = [](EvalCtx* ctx, void*) -> bool {
         ctx->node()->scene()->removeNode(ctx->node());

@@ -1,4 +1,4 @@
-// The callback for changes of a node whose library is bound anew while others are told.
+// The `changed` callback of a node that an observer binds to another library.
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -15,7 +15,7 @@ void countChange(IInput*) {
     ++calls;
 }
 
-// Binds a library, or none, to the node that it hears of.
+// Binds a library, or none, to the node of the notification.
 struct Rebinder : SceneObserver {
     void inputChanged(const IInput* input, const AttrData*) override {
         static_cast<Node*>(input->node())->initLibInfo(library);

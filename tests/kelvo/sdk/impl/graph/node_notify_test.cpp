@@ -17,7 +17,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 using namespace tests;
 
-// The library's callback has no place for a context.
+// The callback has no parameter for a context, so the journal is global.
 Journal* callbackJournal = nullptr;
 std::function<void()> thenInCallback;
 
@@ -46,7 +46,7 @@ protected:
         m_scene->undoQueries = 0;
     }
 
-    // Every operation of the room, under the name that failures show.
+    // Each operation of the room, with the name that failures show.
     struct Operation {
         const char* name;
         std::function<void(Node&)> call;
@@ -65,7 +65,7 @@ protected:
         };
     }
 
-    // Whether another thread finds the observers' lock taken.
+    // Tells whether another thread finds the observers' lock taken.
     [[nodiscard]] bool isLocked() {
         return std::async(std::launch::async,
                           [this] {
@@ -88,7 +88,7 @@ protected:
     IOutput* m_out = m_node.createOutput("out", AttrType::Real);
 };
 
-// ---- Who is told, in which order -----------------------------------------------------------
+// ---- Recipients and their order ------------------------------------------------------------
 
 TEST_F(NodeNotify, EachOperation_TellsWhoItShouldInOrder) {
     const std::vector<std::string> expected{
@@ -190,7 +190,7 @@ TEST_F(NodeNotify, Renamed_HandsOnTheNameGivenWhateverTheNodesIs) {
     EXPECT_EQ(m_journal.take(), "a:renamed=other b:renamed=other");
 }
 
-// ---- What silences it ----------------------------------------------------------------------
+// ---- Muted notifications -------------------------------------------------------------------
 
 TEST_F(NodeNotify, SilentInput_IsAddedAndRemovedUnheardWithoutAStep) {
     static_cast<Input*>(m_in)->setSilent(true);
@@ -364,7 +364,7 @@ TEST_F(NodeNotify, ObserverThatEdits_IsHeardByAll) {
                                 "library:in b:changed=in scene:changed=in library:in");
 }
 
-// The list holds no references: who is gone must have left it.
+// The list holds no references, so an observer must unsubscribe before it is destroyed.
 TEST_F(NodeNotify, ObserverThatDiesMeanwhile_IsNotTouched) {
     auto dying = std::make_unique<RecordingObserver>("dying", m_journal);
     m_node.subscribe(dying.get());
@@ -376,7 +376,7 @@ TEST_F(NodeNotify, ObserverThatDiesMeanwhile_IsNotTouched) {
     EXPECT_EQ(m_journal.take(), "a:removed b:removed");
 }
 
-// Who is told may remove what changed: the rest hear of it all the same, and then it goes.
+// An observer may remove the changed input: the others are notified before it is destroyed.
 TEST_F(NodeNotify, ObserverThatRemovesTheInput_LeavesItReadableForTheRest) {
     const String text("a text of its own");
     IInput* input = m_node.createInput("s", AttrType::String);
@@ -418,7 +418,7 @@ TEST_F(NodeNotify, SceneThatDropsTheLastReference_LeavesTheNodeToTheCallback) {
     EXPECT_EQ(impl_nodeInstanceCount(), before);
 }
 
-// Removes the node that it hears of.
+// Removes the node of the notification.
 class RemovingSceneObserver : public SceneObserver {
 public:
     explicit RemovingSceneObserver(Scene& scene) : m_scene(scene) {}
@@ -441,7 +441,7 @@ TEST_F(NodeNotify, SceneObserverThatRemovesTheNode_EndsIt) {
     scene->unsubscribe(&remover);
 }
 
-// ---- Those that throw ----------------------------------------------------------------------
+// ---- Observers that throw ------------------------------------------------------------------
 
 [[noreturn]] void fail() {
     throw std::runtime_error("no");

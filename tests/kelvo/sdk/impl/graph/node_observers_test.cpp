@@ -78,7 +78,7 @@ TEST_F(NodeObservers, Unsubscribing_ClearsTheVacatedSlotAndKeepsTheArray) {
     EXPECT_EQ(list().size(), 0u);
 }
 
-// Nothing puts an observer in twice; should it be, all its entries go at once.
+// No operation subscribes an observer twice; if it happens, all its entries are removed at once.
 TEST_F(NodeObservers, Unsubscribing_RemovesEveryCopy) {
     auto& entries = const_cast<ds::Vector<NodeObserver*>&>(list());
     for (NodeObserver* observer : std::array<NodeObserver*, 4>{&m_a, &m_b, &m_a, &m_a})
@@ -106,7 +106,7 @@ TEST_F(NodeObservers, UnsubscribeAll_ReleasesTheArray) {
     EXPECT_EQ(list().capacity(), 2u);
 }
 
-// An emptied list that kept its array has not been "released entirely".
+// An emptied list that kept its array would not be "released entirely".
 TEST_F(NodeObservers, UnsubscribeAllOfAnEmptiedList_IsFalseAndReleases) {
     m_node.subscribe(&m_a);
     m_node.unsubscribe(&m_a);

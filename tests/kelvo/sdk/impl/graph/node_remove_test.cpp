@@ -248,7 +248,7 @@ TEST_F(NodeRemove, SceneThatThrows_LeavesTheAttributeRemovedAndReleased) {
     EXPECT_EQ(output->node(), nullptr);
 }
 
-// An observer may edit the node.
+// An observer may edit the node during the removal.
 TEST_F(NodeRemove, SceneThatRemovesMore_EndsAll) {
     bool again = true;
     m_scene->then = [&] {

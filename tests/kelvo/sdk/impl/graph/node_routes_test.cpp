@@ -112,7 +112,7 @@ TEST_F(NodeRoutes, Flag_FollowsChildrenOfAnyTypeAndListsOfAnyName) {
     EXPECT_EQ(all(m_root->paths(String(""), true)), "root/mesh root/mesh/arm root/mesh/leg ");
 }
 
-// Readers of an output are not reached from its node.
+// Paths do not lead from a node to the readers of its outputs.
 TEST_F(NodeRoutes, Flag_FollowsConnectionsToTheirSourceOnly) {
     m_leg->createInput("size", AttrType::Real)
         ->connect(m_root->createOutput("size", AttrType::Real));
@@ -140,7 +140,7 @@ TEST_F(NodeRoutes, FlagOfPathsToAName_IsPassedOn) {
     EXPECT_EQ(all(m_root->paths(StringVector{"mesh"}, true)), "root/mesh ");
 }
 
-// An empty name among the types is a type that nothing has; alone as a text, it is no type.
+// In a list, an empty name is a type that no node has; as a single text, it stands for no type.
 TEST_F(NodeRoutes, EmptyType_IsAnEmptyListOfTypes) {
     link(m_root, m_arm);
     EXPECT_EQ(all(m_root->paths(String(), false)), "root/arm ");
@@ -158,7 +158,7 @@ TEST_F(NodeRoutes, Paths_AreNeverNull) {
     }
 }
 
-// A target that is there but not reached is no missing target.
+// An unreachable target still gives an iterator, unlike a missing target.
 TEST_F(NodeRoutes, PathsTo_WhatCannotBeReached_IsAnIteratorWithoutPaths) {
     for (PathIterator* found :
          {m_root->pathsTo(m_mesh, false), m_root->pathsTo(String("mesh"), true)}) {
@@ -234,7 +234,7 @@ TEST_F(NodeRoutes, Searches_LeaveTheNodesAsTheyAre) {
 
 // ---- Targets by name -----------------------------------------------------------------------
 
-// Notes the names that it is asked for.
+// Records the names that are looked up.
 class AskedScene : public Scene {
 public:
     INode* findNode(String name) override {

@@ -1,5 +1,5 @@
-// A program of its own: it replaces the allocation functions, by ones that count and that fail on
-// command.
+// A separate program, because it replaces the allocation functions by ones that count and that fail
+// on command.
 
 #include "kelvo/sdk/impl/graph/path_iterator.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -17,7 +17,7 @@ namespace {
 
 using qv::i64;
 
-// Allocations that still succeed; negative lets all succeed.
+// The number of allocations that still succeed; a negative number lets all succeed.
 thread_local i64 allowance = -1;
 thread_local i64 made = 0;
 thread_local i64 live = 0;
@@ -42,7 +42,7 @@ void freeBlock(void* block) noexcept {
 
 } // namespace
 
-// Calls the two above.
+// Calls the two functions above.
 #include "tests/support/replaced_new.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -55,7 +55,7 @@ i64 allocationsOf(const Action& action) {
     return made - before;
 }
 
-// Drops what an operation gave.
+// Drops the result of an operation.
 template<typename T>
 void drop(T* object) {
     if (object) object->decRef();
@@ -79,8 +79,8 @@ protected:
         node->createArray("children", AttrType::Node);
         return node;
     }
-    // Calls `action` with no allocation allowed, then with one more each time until it succeeds;
-    // no failure leaves anything behind. Returns how often it failed.
+    // Calls `action` with no allocation allowed, then with one more each time until it succeeds; a
+    // failure leaks no memory. Returns the number of failures.
     static int failEachAllocation(const std::function<void()>& action) {
         action();
         for (int count = 0;; ++count) {
@@ -132,7 +132,7 @@ TEST_F(NodeSearchAllocation, FirstPathTo_WhatCannotBeReached_LeavesNothingAlive)
     EXPECT_EQ(live, before);
 }
 
-// A path is an object and the storage of its nodes.
+// A path consists of an object and the storage of its nodes.
 TEST_F(NodeSearchAllocation, FirstPathTo_LeavesThePathAloneAlive) {
     const i64 before = live;
     NodePath* path = m_root->firstPathTo(m_mesh, true);
@@ -166,7 +166,7 @@ TEST_F(NodeSearchAllocation, PathThatIsHeld_OutlivesItsIterator) {
     path->decRef();
 }
 
-// The others are not even looked at: there are 2^20.
+// The other 2^20 paths are not searched for.
 TEST_F(NodeSearchAllocation, FirstPathTo_LooksForNoOther) {
     tests::NodeGraph graph;
     Node* start = graph.add("s");
@@ -202,8 +202,8 @@ TEST_F(NodeSearchAllocation, Children_PassFailuresOnAndKeepNothing) {
     EXPECT_GT(failEachAllocation([&] { drop(m_mesh->children(-1)); }), 0);
 }
 
-// Each path goes through `gate`, whose side way is found to lead nowhere while the gate is on the
-// path, and is looked at again for the next. What was noted for one path must not add up.
+// Each path goes through `gate`, whose side branch is a dead end while the gate is on the path, and
+// is searched again for the next path. The marks of one path must not accumulate.
 TEST_F(NodeSearchAllocation, ManyPaths_AreFoundInBoundedMemory) {
     tests::NodeGraph graph;
     Node *start = graph.add("start"), *gate = graph.add("gate");

@@ -1,5 +1,5 @@
-// The binary interface: node libraries call through the numbers of the virtual operations, and
-// parts that were built apart agree on where the fields are. Both are read from the compiled class.
+// Tests the binary interface: node libraries call virtual operations by slot, and separately built
+// parts agree on the offsets of the fields. Both are read from the compiled class.
 
 #include "tests/support/node_probe.h"
 
@@ -41,7 +41,7 @@ void expectSlots(const std::vector<Slot>& slots) {
         EXPECT_EQ(slot.actual, slot.expected) << slot.name;
 }
 
-// As each is declared in `C`: the interface and the implementation must give the same numbers.
+// Taken as declared in `C`: the interface and the implementation must give the same numbers.
 template<class C>
 std::vector<Slot> containerSlots() {
     return {
@@ -183,7 +183,7 @@ TEST(NodeSlots, CountedPart_HasItsOwnOrder) {
     EXPECT_EQ((slotOf<void()>(&IRefCounted::decRef)), 2u);
 }
 
-// The entry of that number, from 1, in an object's table of operations.
+// Returns the entry with that number, from 1, in the virtual table of an object.
 template<class T>
 void (*entryOf(T* object, u64 number))(T*) {
     using Operation = void (*)(T*);
@@ -226,7 +226,7 @@ TEST(NodeFields, Container_IsThePrimaryBase) {
               start + sizeof(void*));
 }
 
-// Each field starts where the one before ends, but for what its alignment asks.
+// Each field starts at the end of the one before, up to alignment.
 TEST(NodeFields, FollowTheTwoInterfacePointersInOrder) {
     Node node;
     const auto* start = reinterpret_cast<const char*>(&node);

@@ -110,7 +110,7 @@ TEST(NodeStateChanges, ChangeOfASource_SetsOnlyItsOwnFlag) {
     EXPECT_FALSE(node.dirty(false));
 }
 
-TEST(NodeStateChanges, WhatChangesNothing_LeavesTheFlag) {
+TEST(NodeStateChanges, OperationsWithoutAChange_LeaveTheFlag) {
     Node node(nullptr, "thing", "n");
     IInput* x = node.createInput("x", AttrType::Real);
     node.setDirty(false);

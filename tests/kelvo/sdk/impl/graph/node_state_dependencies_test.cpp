@@ -10,14 +10,14 @@
 #include <string>
 #include <vector>
 
-// Dependencies of nodes, and their order in lists.
+// The dependencies of nodes, and their order in lists.
 
 namespace qv::kelvo_sdk::impl {
 namespace {
 
 class NodeStateDependencies : public testing::Test {
 protected:
-    // Makes the first depend on the second by a link.
+    // Makes the first node depend on the second by a link.
     static void link(Node& from, Node& to) {
         from.createArray("links", AttrType::Node)->appendElement()->setNode(&to);
     }
@@ -51,7 +51,7 @@ protected:
 
 // ---- Upstream ------------------------------------------------------------------------------
 
-TEST_F(NodeStateDependencies, NodeThatNeedsNothing_HasNone) {
+TEST_F(NodeStateDependencies, NodeWithoutReferences_HasNoDependencies) {
     EXPECT_EQ(upstream(m_a), "");
     EXPECT_EQ(downstream(m_a), "");
     m_a.createInput("n", AttrType::Node);
@@ -234,14 +234,14 @@ TEST_F(NodeStateDependencies, Readers_ComeInOrderOfOutputsThenOfConnection) {
     EXPECT_EQ(upstream(m_a), "");
 }
 
-TEST_F(NodeStateDependencies, WhatANodeNeeds_ComesBeforeItsReaders) {
+TEST_F(NodeStateDependencies, Dependencies_ComeBeforeReaders) {
     read(m_b, "x", m_a);
     link(m_a, m_c);
     read(m_d, "x", m_c);
     EXPECT_EQ(downstream(m_a), "cdb");
 }
 
-TEST_F(NodeStateDependencies, ReaderBringsWhatItNeedsAndItsOwnReaders) {
+TEST_F(NodeStateDependencies, Reader_BringsItsDependenciesAndReaders) {
     read(m_b, "x", m_a);
     link(m_b, m_c);
     read(m_d, "x", m_b);
@@ -249,7 +249,7 @@ TEST_F(NodeStateDependencies, ReaderBringsWhatItNeedsAndItsOwnReaders) {
     EXPECT_EQ(downstream(m_a), "bcde");
 }
 
-TEST_F(NodeStateDependencies, ReadersOfWhatIsLinked_CountToo) {
+TEST_F(NodeStateDependencies, ReadersOfALinkedNode_CountToo) {
     m_a.createInput("obj", AttrType::Object)->createInput("n", AttrType::Node)->setNode(&m_b);
     read(m_c, "x", m_b);
     read(m_a, "x", m_d);
@@ -319,7 +319,7 @@ TEST_F(NodeStateDependencies, ReaderInTheListAlready_EndsTheWalkThere) {
     EXPECT_EQ(names(out), "bad");
 }
 
-TEST_F(NodeStateDependencies, WhatStandsTwiceInTheList_StaysSo) {
+TEST_F(NodeStateDependencies, NodeTwiceInTheGivenList_StaysTwice) {
     link(m_a, m_b);
     ds::Vector<INode*> out{&m_c, &m_c};
     findDeps(&m_a, out, false);
@@ -394,7 +394,7 @@ TEST_F(NodeStateDependencies, LongChainOfReaders_IsFollowedToItsEnd) {
         const auto all = RefersTo<NodeIterator>::adopt(nodes.front()->dependencies(true, false));
         EXPECT_EQ(all->count(), kLength);
     });
-    // Last reader first, so that no end has a chain behind it.
+    // Destroys the last reader first, so that no node has a chain of dependents at its end.
     while (!nodes.empty())
         nodes.pop_back();
 }

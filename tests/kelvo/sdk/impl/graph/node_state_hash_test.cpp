@@ -9,14 +9,14 @@
 #include <initializer_list>
 #include <vector>
 
-// The parts of a node's hash. The hash of one input has a test of its own.
+// The parts of a node's hash. The hash of a single input has its own test.
 
 namespace qv::kelvo_sdk::impl {
 namespace {
 
 const StringVector kNameless{"__node_name__"};
 
-// The formula, written out: `seed` and then each hash that says something.
+// Writes out the formula: `seed` mixed with each hash that is not empty.
 u64 mixed(u64 seed, std::initializer_list<u64> hashes) {
     for (const u64 h : hashes) {
         if (h == 0) continue;
@@ -219,7 +219,7 @@ TEST_F(NodeStateHash, LinkedNodesName_CountsUnlessNamesDoNot) {
 
 class NodeStateHashDir : public NodeStateHash {
 protected:
-    // Tells whether the text of an input of that name changes the hash of a node.
+    // Tells whether the text of an input of that name changes the hash of its node.
     [[nodiscard]] bool counts(Node* node, const char* name) {
         IInput* input = node->createInput(name, AttrType::String);
         const u64 empty = node->hash({});
@@ -273,8 +273,8 @@ TEST_F(NodeStateHashDir, DirInsideAnObject_Counts) {
 }
 
 // ---- Literal values ------------------------------------------------------------------------
-// The definition of a hash must never change: caches and files depend on it. The numbers were
-// worked out independently of the code, for a node "node" that may refer to a node "lamp" with
+// The definition of a hash must never change, because caches and files depend on it. The numbers
+// were computed independently of the code, for a node "node" that may refer to a node "lamp" with
 // output "out".
 
 struct Literal {

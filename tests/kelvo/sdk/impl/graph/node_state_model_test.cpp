@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-// Random edits of a random graph. After each, dirty state, dependencies and hashes must be those of
-// a model that recomputes everything, by plain recursion and linear search. A failure tells the
-// seed and the step.
+// Makes random edits of a random graph. After each, dirty flags, dependencies and hashes must equal
+// those of a model that recomputes everything, by plain recursion and linear search. A failure
+// prints the seed and the step.
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -95,9 +95,9 @@ u64 hashOf(INode* node, const StringVector& skip) {
     return seed;
 }
 
-// ---- What is edited ------------------------------------------------------------------------
+// ---- Edits ---------------------------------------------------------------------------------
 
-/// Notes which nodes changed.
+/// Records which nodes changed.
 class ListeningScene : public Scene {
 public:
     void notifyInputAdded(const IInput* input) override { mark(input); }
@@ -109,7 +109,7 @@ public:
         mark(input);
     }
 
-    /// The flags as they must be where nothing is cached.
+    /// The expected flags when nothing is cached.
     std::map<const INode*, bool> dirty;
 
 private:
@@ -172,7 +172,7 @@ private:
     RefersTo<ListeningScene> m_scene = RefersTo<ListeningScene>::adopt(new ListeningScene);
 };
 
-// One of the inputs of that kind, at any depth; null when there is none.
+// Returns a random input of that kind, at any depth; null if there is none.
 IInput* Graph::anyInput(AttrType type) {
     std::vector<IInput*> found;
     const std::function<void(IInput*)> search = [&](IInput* input) {
@@ -187,7 +187,7 @@ IInput* Graph::anyInput(AttrType type) {
     return found.empty() ? nullptr : found[below(found.size())];
 }
 
-// An array two levels down, made if it is not there.
+// Returns an array two levels down, and creates it if it is missing.
 IInput* Graph::nestedList(AttrType type) {
     IInput* object = anyNode().createInput(name("obj", 2), AttrType::Object);
     return object->createArray(type == AttrType::Node ? "links" : "reals", type);
@@ -219,7 +219,7 @@ void Graph::addAttribute() {
         AttrData silent(AttrType::Node);
         silent.silent = true;
         node.createInput(name("s", 2), silent);
-        // The scene does not hear of this one.
+        // The scene is not notified of this change.
         if (node.inputCount() != count) dirty(node) = true;
         break;
     }
@@ -268,7 +268,7 @@ void Graph::moveInList() {
     list->moveElement(below(list->inputCount()), below(list->inputCount()));
 }
 
-// A loop of connections is refused.
+// Connects two random attributes; a loop of connections is refused.
 void Graph::connect() {
     const tests::LogCapture quiet;
     IInput* input = anyInput(below(4) == 0 ? AttrType::String : AttrType::Real);
@@ -291,7 +291,7 @@ void Graph::removeNode() {
     m_scene->dirty.erase(&node);
 }
 
-// The node keeps its links; all that refers to it is cleared.
+// The node keeps its links; all links and connections to it are cleared.
 void Graph::takeOutAndBack() {
     const RefersTo<Node> node(&anyNode());
     m_scene->removeNode(node.get());
@@ -364,7 +364,7 @@ void expectHash(Node& node) {
             << node.name().buf() << " without " << skip.join(", ").buf();
 }
 
-// A deep question keeps its answer in the node, so that not every node is asked each time.
+// A deep query stores its result in the node, so this queries only some nodes.
 void expectFlags(Graph& graph) {
     for (u64 i = 0; i < graph.size(); ++i) {
         Node& node = graph.node(i);
@@ -389,7 +389,7 @@ class NodeStateModel : public testing::TestWithParam<u64> {
 protected:
     static constexpr int kSteps = 1'500;
 
-    // Calls `step` until it fails, with the place told.
+    // Calls `step` until it fails, and prints the place of the failure.
     void run(const std::function<void()>& step) {
         for (int i = 0; i < kSteps && !HasFailure(); ++i) {
             SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", step " + std::to_string(i));
@@ -430,7 +430,7 @@ TEST_P(NodeStateModel, CachedFlags_AreTheModelsDeepAnswers) {
     });
 }
 
-// Dependents of the node that was cleaned may stay dirty, as they do after any deep question.
+// Dependents of the cleaned node may stay dirty, as they do after any deep query.
 TEST_P(NodeStateModel, CachedFlagsWhereSingleNodesAreCleaned_MissNothing) {
     m_graph.scene().setDirtyStateCached(true);
     run([this] {
@@ -449,7 +449,7 @@ TEST_P(NodeStateModel, FlagsWhereCachingComesAndGoes_AreTheModels) {
     bool cached = false;
     run([&] {
         if (m_graph.below(16) == 0) {
-            // Nodes that counted as dirty so far have their flag set from now on.
+            // From now on the flag is set in the nodes that counted as dirty before.
             for (u64 i = 0; cached && i < m_graph.size(); ++i)
                 m_graph.dirty(m_graph.node(i)) = m_graph.deepDirty(m_graph.node(i));
             cached = !cached;

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-// The dirty flag, asked and set. Changes that set it, what a node depends on, and its hash have
-// tests of their own.
+// The dirty flag, queried and set. The changes that set it, the dependencies of a node, and its
+// hash have their own tests.
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -23,7 +23,7 @@ using tests::probe;
 using tests::RecordingObserver;
 using tests::RecordingScene;
 
-/// Does something when it is asked whether it caches, before it answers, and when it gets dirty.
+/// Calls a function of the test when it is asked whether it caches, and when it gets dirty.
 class AskedScene : public Scene {
 public:
     [[nodiscard]] static RefersTo<AskedScene> make() {
@@ -41,7 +41,7 @@ public:
     bool cachesDirty = false;
 };
 
-/// Notes how it is asked, then does what the test wants done in the middle of it.
+/// Records its queries, and calls a function of the test during them.
 class AskedNode : public Node {
 public:
     AskedNode(IScene* scene, const char* name, Journal& journal)
@@ -70,7 +70,7 @@ public:
         return NodeIterator::first();
     }
     INode* next() override {
-        // The base class's first calls this one.
+        // The base class's `first` calls this function.
         m_journal.add("next");
         return NodeIterator::next();
     }
@@ -79,7 +79,7 @@ private:
     Journal& m_journal;
 };
 
-/// Gives an iterator of the test's for its dependencies.
+/// Returns an iterator of the test for its dependencies.
 class WalkedNode : public Node {
 public:
     WalkedNode(IScene* scene, Journal& journal) : Node(scene, "thing", "w"), m_journal(journal) {}
@@ -95,7 +95,7 @@ private:
     Journal& m_journal;
 };
 
-// Makes the first depend on the second by a link.
+// Makes the first node depend on the second by a link.
 void link(Node& from, Node& to) {
     from.createArray("links", AttrType::Node)->appendElement()->setNode(&to);
 }
@@ -120,7 +120,7 @@ protected:
     std::vector<Node*> m_all{&m_a, &m_b, &m_c, &m_d};
 };
 
-// ---- Asked ---------------------------------------------------------------------------------
+// ---- Queries -------------------------------------------------------------------------------
 
 TEST_F(NodeState, NewNode_IsClean) {
     EXPECT_FALSE(m_a.dirty(false));

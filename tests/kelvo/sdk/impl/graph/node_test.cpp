@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-// Links only if the library shows the function under this very name.
+// This links only if the library exports the function under exactly this name.
 qv::i64 countByPlainName() __asm__("impl_nodeInstanceCount");
 
 namespace qv::kelvo_sdk::impl {
@@ -33,7 +33,7 @@ TEST(Node, New_HasOneReferenceAndCounts) {
     EXPECT_EQ(impl_nodeInstanceCount(), before);
 }
 
-TEST(Node, New_AnswersWhatItWasMadeFrom) {
+TEST(Node, New_ReturnsItsConstructorArguments) {
     Journal journal;
     const auto scene = RecordingScene::make(journal);
     Node node(scene.get(), "thing", "n");
@@ -135,7 +135,7 @@ TEST(Node, CountedPart_CountsTheWholeNode) {
     EXPECT_EQ(impl_nodeInstanceCount(), before);
 }
 
-// A count that misuse brought to 0 is not "the last goes": only from exactly 1 it is.
+// A count that misuse brought to 0 does not destroy the node: only the step from 1 to 0 does.
 TEST(Node, DecRefBelowOne_DestroysNothing) {
     const i64 before = impl_nodeInstanceCount();
     {
@@ -180,7 +180,7 @@ TEST(Node, Modification_IsAFlagNotACounter) {
     EXPECT_FALSE(node.modifying());
 }
 
-// ---- What happens at a node's end ----------------------------------------------------------
+// ---- Destruction of a node -----------------------------------------------------------------
 
 int* madeData() {
     static int data = 0;
@@ -305,7 +305,7 @@ TEST(NodeEnd, Library_IsReleased) {
     EXPECT_STREQ(library->kndPath().buf(), "a.knd");
 }
 
-// An attribute made while the node dies is let go like the others.
+// An attribute created during the destruction of the node is released like the others.
 bool addsAnInput(INode* node, void**) {
     node->createInput("late", AttrType::Real);
     return true;

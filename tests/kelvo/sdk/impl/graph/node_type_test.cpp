@@ -169,7 +169,7 @@ TEST_F(NodeType, Meta_RemovedIsMadeAnew) {
     EXPECT_EQ(m_node.indexOf(meta), 0);
 }
 
-// Makes no input of its own but hands out another's.
+// Creates no input of its own but returns that of another node.
 class BorrowingNode : public Node {
 public:
     using Node::createInput;

@@ -1,4 +1,4 @@
-// The outputs of a node are found by name whatever their number.
+// The outputs of a node are found by name, whatever their number.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"

@@ -22,7 +22,7 @@ bool addOne(EvalCtx* ctx, void* out) {
     return true;
 }
 
-// Follows the link "other" and asks its output, round and round.
+// Follows the link "other" and evaluates the output there, in an endless loop.
 bool askOther(EvalCtx* ctx, void* /*out*/) {
     INode* other = nullptr;
     const INode* node = ctx->node();
@@ -36,7 +36,7 @@ protected:
         m_library->setCallbacks("adder", {nullptr, nullptr, addOne, modifies, nullptr, nullptr});
         m_library->setCallbacks("asker", {nullptr, nullptr, askOther, modifies, nullptr, nullptr});
     }
-    // Makes a set of callbacks complete.
+    // A type needs a modify callback for its set of callbacks to be complete.
     static bool modifies(INode*, INode*) { return false; }
 
     Node* makeNode(const char* type, const char* name) {

@@ -30,7 +30,7 @@ struct Model {
     }
 };
 
-// A plain recursion over all ways that repeat no node; those to one node end there.
+// Recurses over all paths that repeat no node; paths to a node end there.
 struct Enumeration {
     const Followers& followers;
     std::vector<bool> goals;
@@ -73,7 +73,7 @@ protected:
             addInputs(i);
     }
 
-    // Inputs of all the kinds that hold links or connections, in a random order.
+    // Adds inputs of all kinds that hold links or connections, in a random order.
     void addInputs(int node) {
         std::vector<int> kinds{0, 1, 2, 3, 4};
         std::ranges::shuffle(kinds, m_random);
@@ -110,7 +110,7 @@ protected:
         }
     }
 
-    // Returns what was linked to, or -1.
+    // Adds a random link and returns the number of its target, or -1.
     int addLink(int node, IInput* input) {
         if (random(6) == 0) return -1;
         const int linked = static_cast<int>(random(kSize));
@@ -118,7 +118,7 @@ protected:
         addOnce(m_model.links[static_cast<std::size_t>(node)], linked);
         return linked;
     }
-    // Connections that would close a loop are refused.
+    // Adds a random connection; one that would close a loop is refused.
     void addConnection(int node, IInput* input) {
         const int source = static_cast<int>(random(kSize));
         if (input->connect(at(source)->output("out")))

@@ -111,7 +111,7 @@ TEST_F(PathIteratorTest, PathsWithoutCycles_AreCountedHoweverManyThereAre) {
     EXPECT_TRUE(paths->next());
 }
 
-TEST_F(PathIteratorTest, MorePathsThanANumberHolds_AreSaidToBeMore) {
+TEST_F(PathIteratorTest, MorePathsThan64BitsHold_AreCountedInexactly) {
     Node* start = make("s");
     Node* end = m_graph.addDiamonds(start, 63);
     EXPECT_EQ(search(start, end)->count(), u64(1) << 63);
@@ -121,7 +121,7 @@ TEST_F(PathIteratorTest, MorePathsThanANumberHolds_AreSaidToBeMore) {
     EXPECT_FALSE(paths->isCountExact());
 }
 
-// The sides of each diamond lead to each other: four ways through each.
+// The two sides of each diamond link to each other, which gives four routes through each.
 TEST_F(PathIteratorTest, SmallCyclesAmongManyPaths_AreCountedExactly) {
     Node *start = make("s"), *end = start;
     for (int i = 0; i < 31; ++i) {
@@ -135,8 +135,8 @@ TEST_F(PathIteratorTest, SmallCyclesAmongManyPaths_AreCountedExactly) {
     EXPECT_TRUE(paths->isCountExact());
 }
 
-// All of them lead to each other: of the ways through 30 nodes, none can be counted but one by one.
-TEST_F(PathIteratorTest, GreatCycles_GiveANumberThatThereAreAtLeast) {
+// All 30 nodes link to each other, so that the routes can only be counted one by one.
+TEST_F(PathIteratorTest, LargeCycles_GiveALowerBound) {
     std::vector<Node*> nodes;
     for (int i = 0; i < 30; ++i)
         nodes.push_back(make("n"));
@@ -149,7 +149,7 @@ TEST_F(PathIteratorTest, GreatCycles_GiveANumberThatThereAreAtLeast) {
     EXPECT_EQ(search(nodes[0], make("elsewhere"))->count(), 0u);
 }
 
-// Ten nodes that all lead to each other.
+// Ten nodes all link to each other.
 TEST_F(PathIteratorTest, CyclesThatCanBeWalked_AreCountedExactly) {
     std::vector<Node*> nodes;
     for (int i = 0; i < 10; ++i)
@@ -162,7 +162,7 @@ TEST_F(PathIteratorTest, CyclesThatCanBeWalked_AreCountedExactly) {
     EXPECT_TRUE(paths->isCountExact());
 }
 
-// A search that forgot its dead ends would try each of the 2^60 ways.
+// A search that forgot its dead ends would try each of the 2^60 routes.
 TEST_F(PathIteratorTest, UnreachableTarget_IsFoundOutAtOnce) {
     Node* start = make("s");
     m_graph.addDiamonds(start, 60);
@@ -184,7 +184,7 @@ TEST_F(PathIteratorTest, NodeLinkedTwice_GivesOnePath) {
     EXPECT_EQ(search(a, b)->count(), 1u);
 }
 
-// ---- What a path is ------------------------------------------------------------------------
+// ---- Definition of a path ------------------------------------------------------------------
 
 TEST_F(PathIteratorTest, Start_IsNoPathOfItsOwn) {
     Node *a = make("a"), *b = make("b");
@@ -217,8 +217,9 @@ TEST_F(PathIteratorTest, Paths_ComeDepthFirstInTheOrderOfTheElements) {
     EXPECT_EQ(all(searchTypes(a, {})), "a/c a/c/d a/b a/b/d a/d ");
 }
 
-// A path to one of a type may lead through others of it; one to a node ends there.
-TEST_F(PathIteratorTest, ByTypes_GoesOnBehindWhatIsFound) {
+// A path to a node of a type may lead through other nodes of that type; a path to a node ends
+// there.
+TEST_F(PathIteratorTest, ByTypes_ContinuesBehindAFoundNode) {
     Node *a = make("a"), *b = make("b"), *c = make("c");
     link(a, b);
     link(b, c);
@@ -238,7 +239,7 @@ TEST_F(PathIteratorTest, ByTypes_CountsBasesAndIgnoresTypesThatNothingHas) {
     EXPECT_EQ(all(searchTypes(a, {""})), "");
 }
 
-TEST_F(PathIteratorTest, PathsToOthers_StayWhatTheyAre) {
+TEST_F(PathIteratorTest, HeldPath_KeepsItsNodesAfterNext) {
     Node *a = make("a"), *b = make("b"), *c = make("c");
     link(a, b);
     link(b, c);
@@ -270,9 +271,8 @@ TEST_F(PathIteratorTest, SearchBehindItsEnd_StillCountsAll) {
     EXPECT_EQ(paths->current(), nullptr);
 }
 
-// ---- Great graphs --------------------------------------------------------------------------
+// ---- Large graphs --------------------------------------------------------------------------
 
-// Of 2^64 paths the first is there at once, and the next thousand are those of a binary count.
 TEST_F(PathIteratorTest, CountOfPathsByType_CountsEveryNodeOnTheWay) {
     Node* start = make("s");
     m_graph.addDiamonds(start, 3);
@@ -295,7 +295,7 @@ TEST_F(PathIteratorTest, LongChain_IsFollowedToItsEndWithoutStack) {
     });
 }
 
-// The last of the chain links back, and what lies beside the chain is a dead end.
+// The last node of the chain links back to the first, and the node beside the chain is unreachable.
 TEST_F(PathIteratorTest, LongCycle_Ends) {
     Node *start = make("n"), *elsewhere = make("e");
     link(m_graph.addChain(start, 100'000), start);

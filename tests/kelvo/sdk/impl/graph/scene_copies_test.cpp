@@ -52,7 +52,7 @@ type cloud : thing {
 }
 )";
 
-// Notes what a scene tells of its nodes.
+// Records a scene's notifications about its nodes.
 class SceneJournal : public SceneObserver {
 public:
     explicit SceneJournal(Journal& journal) : m_journal(journal) {}
@@ -85,7 +85,7 @@ protected:
         const auto input = found.inputAt(String(text.view().substr(dot + 1)));
         return input ? input.asString(false, nullptr).buf() : "none";
     }
-    // Converts and returns what did not fit, a line each.
+    // Converts, and returns the values that did not fit, one per line.
     std::string convert(const char* name, const char* type) {
         ConversionLosses losses;
         m_converted = node(name).convertTo(type, &losses);
@@ -132,7 +132,7 @@ node spot "b" {
     EXPECT_EQ(m_converted["target"].asNode(false, nullptr), node("b"));
 }
 
-TEST_F(SceneCopies, WhatDoesNotFit_IsReportedWithAReason) {
+TEST_F(SceneCopies, ValuesThatDoNotFit_AreReportedWithAReason) {
     read(R"(kelvo scene 1
 node lamp "a" {
     Real power = 70
@@ -170,7 +170,7 @@ TEST_F(SceneCopies, WithoutAReport_WhatDoesNotFitIsLogged) {
     EXPECT_EQ(log.text(), "warning: Converted to 'spot': 'a.size' is no input of type 'spot'.\n");
 }
 
-TEST_F(SceneCopies, WhatStandsAtItsDefault_IsNoLoss) {
+TEST_F(SceneCopies, ValueAtItsDefault_IsNoLoss) {
     m_scene.createNode("lamp", "a");
     EXPECT_EQ(convert("a", "spot"), "");
 }

@@ -12,7 +12,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// Notes all it hears.
+// Records all its notifications.
 class Recorder : public SceneFollower {
 public:
     explicit Recorder(std::string name = {}) : m_name(std::move(name)) {}

@@ -15,7 +15,7 @@ namespace {
 
 using tests::LogCapture;
 
-// Notes in one list what node observers and scene observers hear.
+// Records the notifications of a node observer and a scene observer in one list.
 class Recorder : public SceneObserver, public interfaces::NodeObserver {
 public:
     using SceneObserver::inputChanged;
@@ -133,7 +133,7 @@ TEST_F(SceneNodes, Removal_EndsConnectionsInBothDirections) {
     EXPECT_EQ(a->output(u64(0))->targetCount(), 0u);
 }
 
-// Removes the node again from inside its own removal.
+// Removes the node again during the notification of its removal.
 class RemovesAgain : public SceneObserver {
 public:
     explicit RemovesAgain(Scene& scene) : m_scene(scene) {}

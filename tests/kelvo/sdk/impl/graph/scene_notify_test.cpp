@@ -11,7 +11,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// Notes what it hears, one word each.
+// Records its notifications, one word each.
 class Recorder : public SceneObserver {
 public:
     void inputAdded(const IInput* input) override { note("+", input->path()); }
@@ -104,7 +104,7 @@ TEST_F(SceneNotify, SubscribingTwice_IsRefused) {
     EXPECT_TRUE(m_scene->subscribe(&m_recorder));
 }
 
-// Unsubscribes another observer when it hears of something.
+// Unsubscribes another observer during a notification.
 class Silencer : public SceneObserver {
 public:
     Silencer(Scene& scene, SceneObserver& victim) : m_scene(scene), m_victim(victim) {}

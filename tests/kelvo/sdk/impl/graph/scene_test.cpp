@@ -9,7 +9,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// Notes the edit operations that it is asked for.
+// Records the edit operations that are called.
 class EditRecorder : public Scene {
 public:
     void beginEdit() override { calls += "begin "; }

@@ -60,7 +60,7 @@ protected:
     }
     Input& child(u64 index) { return *input(*m_children->input(index)); }
 
-    /// Returns all that is wrong, "place message" line by line.
+    /// Returns all broken laws, "place message" line by line.
     [[nodiscard]] std::string errors() const {
         std::string text;
         for (const IntegrityError& error : m_handle.verify()) {
@@ -99,7 +99,7 @@ protected:
     Output* m_output = nullptr;
 };
 
-// ---- What is sound ---------------------------------------------------------------------------
+// ---- Sound scenes ----------------------------------------------------------------------------
 
 TEST_F(SceneVerify, SoundScene_HasNoFaults) {
     EXPECT_EQ(errors(), "");

@@ -18,7 +18,7 @@ protected:
         const std::vector<HelpPage> pages = helpPages(m_handle);
         return pages.at(0).groups.at(0).rows.at(0);
     }
-    // "name:depth" of all rows.
+    // Returns "name:depth" of all rows.
     [[nodiscard]] std::string outline() const {
         std::string text;
         for (const HelpPage& page : helpPages(m_handle))
@@ -138,7 +138,7 @@ protected:
         const auto layout = RefersTo<Layout>::adopt(new Layout(std::move(pages)));
         m_node.setLayout(layout.get());
     }
-    // "page{group(names)}" of all pages.
+    // Returns "page{group(names)}" of all pages.
     [[nodiscard]] std::string arrangement() const {
         std::string text;
         for (const HelpPage& page : helpPages(m_handle)) {

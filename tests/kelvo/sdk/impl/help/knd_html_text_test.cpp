@@ -91,7 +91,7 @@ TEST(HtmlIcon, AnythingElse_IsLeftOut) {
         EXPECT_EQ(icon(svg), "") << svg;
 }
 
-// Ends a comment for a reader of HTML, but not for one of XML.
+// These characters end a comment in HTML, but not in XML.
 TEST(HtmlIcon, CommentsOfAnotherKind_EndNothing) {
     const std::string text = icon("<svg><!--><script>alert(1)</script>--></svg>");
     EXPECT_EQ(text.find("<script"), std::string::npos);

@@ -1,4 +1,4 @@
-// That it is well-formed and looks like a question mark, missing_icon_test.py finds out.
+// missing_icon_test.py checks that the icon is well-formed and looks like a question mark.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

@@ -19,7 +19,7 @@ namespace {
 using tests::LogCapture;
 using tests::probe;
 
-// Calls back when a writer asks for its type.
+// Calls back when a writer reads its type.
 class WatchedNode final : public Node {
 public:
     explicit WatchedNode(std::function<void()> asked)

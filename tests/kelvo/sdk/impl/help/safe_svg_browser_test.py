@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Icons that passed the filter stand in a page of HTML as they are: a browser runs nothing, asks
-for nothing, and sees the elements that XML sees. safe_svg_browser_test.py PROGRAM, which filters
-icons that NUL parts."""
+"""Icons that passed the filter are safe in an HTML page: a browser runs no script, loads nothing,
+and sees the same elements as an XML parser. safe_svg_browser_test.py PROGRAM, which filters icons
+separated by NUL."""
 import os
 import random
 import subprocess
@@ -16,7 +16,7 @@ program = None
 
 ELEMENTS = """svg g path rect circle ellipse line polyline polygon title desc defs stop text
 linearGradient radialGradient""".split()
-# Texts that mean something to XML, to HTML, or to one of the two alone.
+# Pieces with a meaning in XML, in HTML, or in only one of the two.
 PIECES = """<g> </g> <g/> <svg> </svg> <title> </title> <title/> <desc> </desc> <text>
 </text> <path/> <!-- --> <!--> <!---> --!> <![CDATA[ ]]> <?a ?> &lt; &#60; &amp; a > - = " ' /
 <script> </script> <SCRIPT> <style> </style> <p> </p> <br> <math> <mi> </math> <foreignObject>
@@ -79,7 +79,7 @@ SCRIPT = """(elements => {
 
 
 def filtered(icons):
-    """Returns what the filter makes of icons, empty texts for those that it refuses."""
+    """Returns the filtered icons, with empty texts for refused ones."""
     run = subprocess.run([program], input="".join(icon + "\0" for icon in icons).encode(),
                          check=True, capture_output=True)
     return run.stdout.decode().split("\0")[:-1]
@@ -90,7 +90,7 @@ def spaced(piece):
 
 
 def random_icon(generator):
-    """Returns a text that is nearly an icon: mostly well nested, with surprises."""
+    """Returns a text that resembles an icon: mostly well nested, with random faults."""
     out, open_elements = [], []
     for _ in range(generator.randrange(1, 9)):
         way = generator.random()
@@ -120,7 +120,7 @@ class SafeSvgBrowserTest(unittest.TestCase):
         cls.addClassCleanup(cls.browser.close)
 
     def look(self, icons):
-        """Shows icons in a page; returns what is wrong with what the browser made of them."""
+        """Shows icons in a page; returns the differences between XML and the browser."""
         with tempfile.TemporaryDirectory() as folder:
             page = os.path.join(folder, "page.html")
             with open(page, "w", encoding="utf-8") as file:
@@ -139,7 +139,7 @@ class SafeSvgBrowserTest(unittest.TestCase):
             self.browser.settle()
             self.assertEqual(count, len(icons))
             self.assertIsNone(has_run)
-            # A drawing may have values that do not draw.
+            # A drawing may have attribute values that do not draw.
             self.assertEqual([complaint for complaint in self.browser.complaints
                               if not complaint.startswith("Error: <")], [])
             self.assertEqual([url for url in self.browser.requests if not url.startswith("file:")

@@ -1,5 +1,5 @@
-// Reads icons that '\0' parts from the standard input and writes what is safe of each, parted the
-// same way, for safe_svg_browser_test.py.
+// Reads icons separated by '\0' from the standard input and writes the filtered icons, separated in
+// the same way, for safe_svg_browser_test.py.
 
 #include "kelvo/sdk/icon.h"
 

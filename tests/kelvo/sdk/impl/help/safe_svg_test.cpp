@@ -32,7 +32,7 @@ TEST(SafeSvg, PlainSvg_StaysAsItIs) {
         EXPECT_EQ(safeSvg(inSvg(content)), inSvg(content)) << content;
 }
 
-TEST(SafeSvg, WhatStandsAroundTheRoot_IsCutOff) {
+TEST(SafeSvg, TextAroundTheRoot_IsCutOff) {
     const String icon = inSvg("<g/>");
     EXPECT_EQ(safeSvg("<?xml version='1.0'?>\n<!DOCTYPE svg PUBLIC \"-\" \"http://a/b.dtd\">\n"
                       "<!-- a -->" +
@@ -138,7 +138,7 @@ TEST(SafeSvg, EveryStartOfAnIcon_IsRefused) {
         EXPECT_TRUE(safeSvg(icon.substr(0, length)).isEmpty()) << length;
 }
 
-// HTML ends a comment at "<!-->" and "<!--->", and takes what follows for markup.
+// HTML ends a comment at "<!-->" and "<!--->", and takes the text after it for markup.
 TEST(SafeSvg, CommentsThatEndEarlierInHtml_AreRefused) {
     const char* contents[] = {
         "<!--><script>a()</script>-->",
@@ -159,7 +159,8 @@ TEST(SafeSvg, CommentsThatEndEarlierInHtml_AreRefused) {
         EXPECT_EQ(safeSvg(inSvg(content)).view().find("<script"), std::string::npos) << content;
 }
 
-// HTML takes elements inside of these for its own; a second title even swallows what follows.
+// HTML parses elements inside a title or description as HTML; a second title even swallows the
+// rest.
 TEST(SafeSvg, ElementsInTitlesAndDescriptions_AreRefused) {
     for (const char* content :
          {"<title><title>a</title></title>", "<desc><g/></desc>", "<title><svg/></title>"})

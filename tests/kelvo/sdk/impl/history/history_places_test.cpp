@@ -1,4 +1,4 @@
-// Places in a scene's history: checkpoints, and the state that was saved.
+// Places in a scene's history: checkpoints, and the saved state.
 
 #include "tests/support/history_scene.h"
 #include "tests/support/log_capture.h"

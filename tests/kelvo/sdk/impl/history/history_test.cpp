@@ -281,7 +281,7 @@ TEST_F(HistoryTest, RemovedOutput_CountsWithItsName) {
     EXPECT_EQ(m_scene.undoStep(0).bytes, m_scene.undoStep(1).bytes + 99);
 }
 
-// Reads a text with a line between its nodes that is kept unread, and undoes that.
+// Reads a text with an unreadable line between its nodes, which is kept, and undoes the read.
 u64 bytesOfUndoneText(const std::string& comment, const std::string& line) {
     const auto scene = kelvo_sdk::Scene::create();
     scene.setUndoEnabled(true);

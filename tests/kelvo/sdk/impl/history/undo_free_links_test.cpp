@@ -1,5 +1,5 @@
-// Links and connections to nodes that stand in no scene: what undo and redo bring back, the history
-// owns, so that it stays when nobody else holds the node.
+// Links and connections to free nodes: the history keeps the nodes alive that undo and redo restore
+// references to.
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -15,7 +15,7 @@ namespace {
 
 enum class Tie { Link, Element, Connection };
 
-// A scene in which one input of "holder" leads to a free node.
+// A scene in which one input of "holder" refers to a free node.
 class UndoFreeLinks : public testing::TestWithParam<Tie> {
 protected:
     UndoFreeLinks() {
@@ -40,7 +40,8 @@ protected:
         const interfaces::IOutput* source = input()->source();
         return source ? source->node() : input().asNode(false).get();
     }
-    // Lets go of the free node once the edit was made; undo brings it back, again and again.
+    // Drops the reference to the free node after the edit; undo restores the link or connection,
+    // repeatedly.
     void expectBack(const std::function<void()>& edit) {
         m_scene.setUndoEnabled(false);
         EXPECT_TRUE(tie());

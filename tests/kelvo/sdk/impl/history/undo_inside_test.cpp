@@ -1,5 +1,5 @@
-// An observer edits while a step is undone: older steps, which know nothing of that, are turned as
-// far as they fit, and back again.
+// An observer edits while a step is undone: older steps, recorded without that edit, are undone and
+// redone as far as they fit.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/scene.h"
 #include "tests/support/scene_text.h"
@@ -16,7 +16,7 @@ namespace {
 class UndoInside : public testing::Test, SceneObserver {
 protected:
     UndoInside() { m_scene.setUndoEnabled(true); }
-    // Undoes a step, the observer of which does something.
+    // Undoes a step, during which the observer calls a function of the test.
     void undoAnd(std::function<void()> then) {
         m_then = std::move(then);
         m_scene.subscribe(static_cast<SceneObserver*>(this));
@@ -24,7 +24,7 @@ protected:
         m_scene.unsubscribe(static_cast<SceneObserver*>(this));
         EXPECT_FALSE(m_then);
     }
-    // Undoes all that is left, does all of it again and undoes it.
+    // Undoes all remaining steps, redoes them and undoes them again.
     void expectSoundBothWays() {
         const std::string here = tests::textOf(m_scene);
         const u64 left = m_scene.undoCount();

@@ -1,5 +1,5 @@
-// Undo under bad use: scenes that end while others hold what is theirs, edits out of turn, bounds
-// of zero, user data of nodes that are out, scenes on several threads.
+// Misuse of undo: scenes destroyed while others hold their nodes, edits at the wrong time, limits
+// of zero, user data of removed nodes, scenes on several threads.
 
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -31,7 +31,7 @@ protected:
     kelvo_sdk::Input m_radius = m_node.createInput("radius", AttrType::Real);
 };
 
-// Calls what the test wants.
+// Calls a function of the test.
 struct Caller : SceneObserver {
     explicit Caller(kelvo_sdk::Scene observed) : scene(std::move(observed)) {
         scene.subscribe(this);
@@ -209,7 +209,7 @@ bool freeData(INode*, void** data) {
     return true;
 }
 
-// A node with user data, in a scene alone and in no handle.
+// A node with user data, kept alive by a scene alone.
 class UndoDataTest : public testing::Test {
 protected:
     UndoDataTest() {

@@ -1,5 +1,5 @@
-// A node that left the scene and is held is edited by its holder, which no step records: undo goes
-// on with what still fits.
+// A removed node that a handle keeps alive is edited without a record: undo continues with the
+// changes that still fit.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/scene.h"
 
@@ -49,10 +49,10 @@ TEST(UndoOutside, ConnectedOutputRemovedWhileTheNodeIsOut) {
     EXPECT_TRUE(scene.verify().empty());
 }
 
-// ---- Nodes that never came in ------------------------------------------------------------------
-// A record alone holds the node that its connection or link comes back with.
+// ---- Nodes that were never in a scene ----------------------------------------------------------
+// Only a record keeps the node alive that a restored connection or link refers to.
 
-// A node of no scene with an output "o".
+// Creates a free node with an output "o".
 RefersTo<impl::Node> makeStray() {
     auto stray = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "thing", "stray"));
     stray->createOutput("o", AttrType::Real);
@@ -67,7 +67,7 @@ protected:
         m_input = m_reader.createInput("in", AttrType::Real);
         m_input->connect(m_stray->output(u64(0)));
     }
-    // After the edit, only the history holds the node whose output was read.
+    // After the edit, only the history keeps the node of the source alive.
     void expectBack() {
         m_stray = {};
         EXPECT_TRUE(m_scene.undo());

@@ -1,8 +1,9 @@
 // Thousands of random edits of all kinds, in scopes that end, are cancelled or left by exceptions,
-// undone, redone and returned to, against a model: what the scene was at each place of its history.
+// are undone, redone and returned to, and compared with a model: the state of the scene at each
+// place of its history.
 //
-// KELVO_UNDO_SECONDS sets how long this takes; KELVO_UNDO_SEED is the first script's seed. A script
-// that fails is cut down to what it takes to fail, and printed.
+// KELVO_UNDO_SECONDS sets how long this takes; KELVO_UNDO_SEED is the first script's seed. A
+// failing script is reduced to a minimal one, and printed.
 
 #include "kelvo/sdk/impl/standard/standard_library.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
@@ -31,7 +32,7 @@ using tests::RandomEdits;
 using UndoScope = kelvo_sdk::Scene::UndoScope;
 using Script = std::vector<RandomEdit>;
 
-// The act of a script's step; an edit if it is none of these.
+// The action of a script's step; any other number is an edit.
 enum Act : unsigned { Open, OpenToo, Close, Cancel, Throw, Undo, Redo, Check, Return, Save, Limit };
 constexpr unsigned kActs = Limit + 1;
 constexpr const char* kActNames[] = {"open", "open",  "close",  "cancel", "throw", "undo",
@@ -66,7 +67,7 @@ private:
     int m_count = 0;
 };
 
-// Which objects there are, as the same ones are to come back.
+// Lists the objects of a node, because undo has to restore the same ones.
 std::string objects(const kelvo_sdk::Node& node) {
     std::string text = std::to_string(reinterpret_cast<u64>(node.get()));
     std::vector<const IInput*> all;
@@ -93,7 +94,7 @@ std::string told(const kelvo_sdk::Scene& scene) {
     return text;
 }
 
-// Plays one script. Stops at the first thing that is wrong.
+// Plays one script. Stops at the first failure.
 class Player {
 public:
     explicit Player(unsigned flavour) : m_edits(m_scene) {
@@ -104,7 +105,7 @@ public:
         m_states.push_back(told(m_scene));
     }
 
-    // Returns what is wrong, empty when nothing is.
+    // Returns the failure, empty if there is none.
     std::string play(const Script& script) {
         const tests::LogCapture log;
         for (const RandomEdit& step : script) {
@@ -156,7 +157,7 @@ private:
         }
     }
 
-    // Afterwards the model knows of a step that was made, if there was one.
+    // Records the state in the model if the scene has made a new step.
     void settle() {
         if (!m_scopes.empty() || !m_wrong.empty()) return;
         const std::string now = told(m_scene);
@@ -175,7 +176,8 @@ private:
             fail("the scene changed without a step", m_states[m_at - 1], now);
         if (m_isLimited) trim();
     }
-    // Tells steps apart that changed nothing in the end, such as a node that came and went.
+    // Returns a new text for each step, so that steps without a net change differ, such as adding
+    // and removing a node.
     String newText() { return String::format("step %d", ++m_scopeCount); }
     [[nodiscard]] String lastText() const { return m_scene.undoStep(0).doText; }
     void trim() {
@@ -253,7 +255,7 @@ private:
         m_lastText = lastText();
     }
 
-    // To the start of the history and to its end, twice.
+    // Goes to the start of the history and to its end, twice.
     void backAndForth() {
         for (int round = 0; round < 2 && m_wrong.empty(); ++round) {
             while (m_wrong.empty() && m_at > m_first)
@@ -286,7 +288,7 @@ private:
     RandomEdits m_edits;
     std::unique_ptr<Echo> m_echo;
     std::vector<OpenScope> m_scopes;
-    // The scene at each place of the history; `m_first` is the first that can be reached.
+    // The scene at each place of the history; `m_first` is the first reachable one.
     std::vector<std::string> m_states;
     u64 m_at = 0;
     u64 m_first = 0;

@@ -1,5 +1,5 @@
-// Every kind of edit, taken back and done again: the text and the hashes are those of before and
-// after, and the objects are the same.
+// Undoes and redoes every kind of edit: text and hashes are those before and after, and the objects
+// are the same.
 
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -77,7 +77,7 @@ protected:
         }
         return told;
     }
-    // Does it, and turns it back and forth twice.
+    // Makes the edit, and undoes and redoes it twice.
     void check(const std::function<void()>& edit) {
         const std::string before = state();
         edit();
@@ -248,7 +248,7 @@ TEST_F(UndoTest, Unstash_TakenBack_KeepsTheValueAside) {
     EXPECT_EQ(*spare.stashed(), Value(3.0));
 }
 
-// Hears what happens to one node.
+// Records the notifications of one node.
 struct Heard : NodeObserver {
     void nodeRemoved() override { told += "removed "; }
     void nodeConverted(kelvo_sdk::Node) override {}
@@ -299,7 +299,7 @@ TEST_F(UndoTest, ObserverThatEdits_IsPartOfTheStep) {
     node("lamp").unsubscribe(&heard);
 }
 
-// Its edits while a step is undone are taken back when the step is done again.
+// The edits of an observer during undo are undone by the next redo.
 TEST_F(UndoTest, ObserverThatEditsMeanwhile_IsTakenBackByTheNextTurn) {
     input("lamp.spare").setReal(3);
     const std::string after = state();
@@ -374,7 +374,7 @@ TEST_F(UndoTest, ScopeCancelledFromInsideAChange_WaitsForItsEnd) {
     node("lamp").unsubscribe(&heard);
 }
 
-// Removes its node when it hears that this is removed.
+// Removes its node during the notification of the node's removal.
 struct Eager : NodeObserver {
     void nodeRemoved() override { scene->removeNode(node); }
     void nodeRenamed(String) override {}
@@ -434,7 +434,7 @@ TEST_F(UndoTest, MemberWhoseObjectIsGone_StaysOut) {
     const kelvo_sdk::Input member(object->createInput("m", AttrType::Int));
     EXPECT_TRUE(object->removeInput(String("m")));
     m_scene.removeNode(held);
-    // Out of the scene: nobody records it.
+    // The node is out of the scene, so no record is made.
     EXPECT_TRUE(wood.removeInput("object"));
     EXPECT_TRUE(m_scene.undo());
     EXPECT_TRUE(m_scene.undo());
@@ -450,7 +450,7 @@ TEST_F(UndoTest, MoveOfAnElementThatIsGone_IsPassedOver) {
         numbers->appendElement()->setInt(i);
     EXPECT_TRUE(numbers->moveElement(0, 2));
     m_scene.removeNode(held);
-    // Out of the scene: nobody records it.
+    // The node is out of the scene, so no record is made.
     EXPECT_TRUE(numbers->removeInput(u64(2)));
     EXPECT_TRUE(m_scene.undo());
     EXPECT_TRUE(m_scene.undo());

@@ -7,7 +7,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// The table never looks into nodes and inputs, so that any distinct addresses will do.
+// The table never dereferences nodes and inputs, so that any distinct addresses will do.
 interfaces::INode* fakeNode(int& place) {
     return reinterpret_cast<interfaces::INode*>(&place);
 }

@@ -7,7 +7,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// Addresses alone count: these are never looked into.
+// Only the addresses count: they are never dereferenced.
 const interfaces::INode* nodeAt(u64 index) {
     return reinterpret_cast<const interfaces::INode*>((index + 1) * 4096);
 }

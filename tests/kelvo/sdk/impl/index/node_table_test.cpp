@@ -7,7 +7,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// The table never looks into its nodes, so that any distinct addresses will do.
+// The table never dereferences its nodes, so that any distinct addresses will do.
 Node* fakeNode(std::size_t number) {
     static std::vector<char> addresses(1000);
     return reinterpret_cast<Node*>(&addresses[number]);

@@ -85,7 +85,8 @@ TEST(OrderedSlots, ManyHoles_AreClosedAndSlotsTold) {
     EXPECT_LT(items[4000].slot, 4000u);
 }
 
-// Inserts all items, where `indexOf(number there)` says, and returns how many were moved.
+// Inserts all items at the places that `indexOf(number of items)` gives, and returns the number of
+// moves.
 template<typename IndexOf>
 u64 movesToInsert(std::vector<Item>& items, const IndexOf& indexOf) {
     OrderedSlots<Item> slots;

@@ -1,4 +1,4 @@
-// Modifiers that are edited at random have made what they make of the text read afresh.
+// After random edits, the modified values equal those of the same text read afresh.
 
 #include "tests/support/modified_scene.h"
 
@@ -45,7 +45,7 @@ public:
             if (auto input = number(node)) input.set(double(m_random() % 5));
         }
     }
-    /// Only a later one modifies: without loops one order is as good as another.
+    /// Only a later node modifies: without loops, the order of modifiers does not matter.
     void addModifier(const kelvo_sdk::Node& node) {
         const auto modifier = any();
         if (modifier.isTypeOf("modifier") && isBefore(node, modifier))

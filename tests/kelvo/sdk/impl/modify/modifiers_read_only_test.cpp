@@ -12,7 +12,7 @@ using tests::LogCapture;
 
 class ModifiedReadOnlyInput : public testing::Test {
 protected:
-    // Makes a read-only input, 1, of the modified node.
+    // Creates a read-only input with the value 1 in the modified node.
     Input& create() {
         AttrData data = AttrData::withDefault(1.0);
         data.readOnly = true;

@@ -28,7 +28,7 @@ TEST_F(SceneModifiers, OfANode_WriteInOrder) {
     EXPECT_EQ(m_scene.valueOf("n", "b"), 10);
 }
 
-TEST_F(SceneModifiers, WhatTheUserSet_IsPutAside) {
+TEST_F(SceneModifiers, UsersValue_IsKeptAside) {
     ASSERT_NE(m_scene.input("n", "a").stashed(), nullptr);
     EXPECT_EQ(m_scene.input("n", "a").stashed()->asReal(), 1);
     EXPECT_EQ(m_scene.input("n", "b").stashed(), nullptr);
@@ -55,7 +55,7 @@ TEST_F(SceneModifiers, AModifierThatChanges_IsAppliedAgain) {
     EXPECT_EQ(m_scene.valueOf("n", "b"), 12);
 }
 
-TEST_F(SceneModifiers, WhatAModifierIsConnectedTo_AppliesItAgain) {
+TEST_F(SceneModifiers, ChangedSourceOfAModifier_AppliesItAgain) {
     const auto number = m_scene.scene.createNode("realValue", "number");
     m_scene["scale"]["factor"].connect(number.output("result"));
     EXPECT_EQ(m_scene.valueOf("n"), 2);
@@ -121,7 +121,7 @@ TEST_F(SceneModifiers, OfAModifier_AreAppliedFirst) {
 }
 
 TEST_F(SceneModifiers, OfOneThingOnTwoWays_SeeEachOthersResults) {
-    // "n" goes by what "m" becomes, and both by "shared".
+    // "n" depends on the value of "m", and both depend on "shared".
     const auto shared = m_scene.scene.createNode("scaleModifier", "shared");
     shared["modifies"].set(String("a,value"));
     const auto m = m_scene.scene.createNode("realValue", "m");
@@ -209,7 +209,7 @@ TEST_F(SceneModifiers, OneThatChangesItsOwnList_ComesToAnEnd) {
     EXPECT_LT(m_scene["n"]["modifiers"].inputCount(), 100u);
 }
 
-// ---- Told ------------------------------------------------------------------------------------
+// ---- Notifications ---------------------------------------------------------------------------
 
 TEST_F(SceneModifiers, Observers_HearOfTheUsersValueAndOnceOfTheResult) {
     struct Watcher : SceneObserver {
@@ -230,7 +230,7 @@ TEST_F(SceneModifiers, Observers_HearOfTheUsersValueAndOnceOfTheResult) {
     m_scene.scene.unsubscribe(&watcher);
 }
 
-TEST_F(SceneModifiers, WhatStaysTheSame_IsToldToNobody) {
+TEST_F(SceneModifiers, UnchangedValue_IsNotNotified) {
     Journal journal;
     RecordingObserver observer("o", journal);
     m_scene["n"].subscribe(&observer);
@@ -264,7 +264,8 @@ TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsTheUsers) {
     EXPECT_EQ(m_scene.ownOf("n", "b"), 7);
 }
 
-// Notes of each change whether the node says that modifiers made it; sets "b" amid the first.
+// Records for each change whether the node reports that modifiers made it; sets "b" during the
+// first.
 struct ModifyingNotes : SceneObserver {
     void inputChanged(const IInput* input, const AttrData*) override {
         auto* node = static_cast<Node*>(input->node());

@@ -1,4 +1,4 @@
-// Inputs that modifiers wrote to leave their node, and come back with undo.
+// Inputs with modified values are removed from their node, and restored by undo.
 #include "tests/support/journal.h"
 #include "tests/support/modified_scene.h"
 #include "tests/support/recording_observer.h"
@@ -47,7 +47,7 @@ TEST_F(ModifiersUndo, InputTakenOff_ComesBackModified) {
     EXPECT_EQ(text(), before);
 }
 
-// Of the new value modifiers make just what the old one was.
+// The modifiers turn the new value, 1, into the old stored value, 5.
 TEST_F(ModifiersUndo, InputSetAndTakenOffInOneStep_ComesBackWithItsOldValue) {
     m_scene["n"]["a"].set(5.0);
     {
@@ -83,7 +83,7 @@ TEST_F(ModifiersUndo, SilentInputTakenOff_ComesBackModified) {
     EXPECT_EQ(m_scene.valueOf("n"), 5);
 }
 
-// Does something once, when it hears of what modifiers wrote.
+// Calls a function of the test once, during the notification of a modified value.
 struct AmidWriting : SceneObserver {
     explicit AmidWriting(std::function<void(Node&)> what) : then(std::move(what)) {}
     void inputChanged(const IInput* input, const AttrData*) override {
@@ -107,7 +107,7 @@ TEST_F(ModifiersUndo, InputsClearedWhileModifiersTell_ComeBackAsTheUserSetThem) 
     EXPECT_EQ(m_scene.valueOf("n"), 5);
 }
 
-// ---- Own observers of the node that throw ------------------------------------------------------
+// ---- Observers of the node that throw ----------------------------------------------------------
 
 class Thrower {
 public:

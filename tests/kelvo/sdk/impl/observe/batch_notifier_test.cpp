@@ -15,7 +15,7 @@ namespace {
 
 using UndoScope = kelvo_sdk::Scene::UndoScope;
 
-// Notes each batch as "+node -node ~before>node ^node +input -input =input >input +out -out |".
+// Records each batch as "+node -node ~before>node ^node +input -input =input >input +out -out |".
 struct Noted : BatchObserver {
     void sceneChanged(const interfaces::SceneChanges& changes) override {
         for (const INode* node : changes.addedNodes)
@@ -102,7 +102,7 @@ TEST_P(BatchesTest, Group_IsToldOnceWhenItCloses) {
     EXPECT_EQ(m_noted.take(), "=a.in | ");
 }
 
-TEST_P(BatchesTest, WhatComesToNothing_IsNotTold) {
+TEST_P(BatchesTest, EditWithoutANetChange_IsNotNotified) {
     {
         const UndoScope scope(m_scene, "", "");
         m_in->setReal(1);

@@ -1,4 +1,4 @@
-// Attributes that scene text leaves to the definition, read and written again.
+// Attributes that scene text omits because the definition has them, read and written again.
 
 #include "kelvo/sdk/impl/scene_text/omitted_attributes.h"
 
@@ -77,8 +77,7 @@ kelvo_sdk::Scene sceneOf(const std::string& text) {
     return scene;
 }
 
-// Returns the text of a scene, which must stand for it: read again it gives the same nodes and
-// bytes.
+// Returns the text of a scene, after checking that reading it gives the same nodes and bytes.
 std::string textThatStands(const kelvo_sdk::Scene& scene) {
     const std::string text = textOf(scene);
     const auto again = sceneOf(text);
@@ -92,7 +91,7 @@ std::string lampText(std::string_view lines, std::string_view head = "lamp \"n\"
     return text.replace(text.find("t \"n\""), 5, head);
 }
 
-// ---- Read as it stands, written as it was -----------------------------------------------------
+// ---- Texts that are written as they were read -------------------------------------------------
 
 struct SameCase {
     const char* note;
@@ -190,7 +189,7 @@ TEST(OmittedAttributes, NodeMadeByType_IsWrittenWithoutNotesAndComesBack) {
     EXPECT_EQ(text.find(" : "), std::string::npos) << text;
 }
 
-// ---- Edited behind the reading --------------------------------------------------------------
+// ---- Edits after the reading ----------------------------------------------------------------
 
 struct EditCase {
     const char* note;

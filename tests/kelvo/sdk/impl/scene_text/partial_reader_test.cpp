@@ -22,8 +22,8 @@ struct Partial {
     std::string told;
 };
 
-// Reads what can be read; what is told is "line:column: message" each, "in 'node'" where there is
-// one.
+// Reads the readable parts; each diagnostic becomes "line:column: message", with "in 'node'" if it
+// names one.
 Partial partOf(std::string_view text, ReadOptions options = kPartial) {
     Partial part;
     Diagnostics gaps;
@@ -42,14 +42,14 @@ std::string rewrittenPart(std::string_view text) {
     return textOf(partOf(text).scene);
 }
 
-// ---- What is left out --------------------------------------------------------------------------
+// ---- Gaps --------------------------------------------------------------------------------------
 
 struct GapCase {
     const char* name;
     const char* text;
     const char* told;
     u64 nodes;
-    // Null: as the text is.
+    // Null stands for the text unchanged.
     const char* written = nullptr;
     u64 gaps = 1;
 };
@@ -60,7 +60,7 @@ void PrintTo(const GapCase& gap, std::ostream* out) {
 
 class PartialReaderGaps : public testing::TestWithParam<GapCase> {};
 
-TEST_P(PartialReaderGaps, AreTold_AndWrittenBack) {
+TEST_P(PartialReaderGaps, AreReportedAndWrittenBack) {
     const GapCase& gap = GetParam();
     const Partial part = partOf(gap.text);
     EXPECT_EQ(part.told, gap.told);
@@ -285,7 +285,7 @@ protected:
         ASSERT_EQ(scene.read(kKept, "text", kPartial).gapCount, 6u);
         ASSERT_EQ(textOf(scene), kKept);
     }
-    // The text after an edit, which undo takes back and redo brings back.
+    // Expects the text after an edit, undoes and redoes the edit, and expects both texts again.
     void expectText(const std::string& expected) {
         EXPECT_EQ(textOf(scene), expected);
         EXPECT_TRUE(scene.undo());

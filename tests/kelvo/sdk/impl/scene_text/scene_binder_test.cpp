@@ -56,9 +56,9 @@ const tests::Library& pots() {
     return library;
 }
 
-// ---- Values that the definition does not allow ------------------------------------------------
+// ---- Values outside the limits of the definition ----------------------------------------------
 
-// The limits of a library may change after a scene was written: a check finds what is outside.
+// The limits of a library may change after a scene was written: the check finds values outside.
 struct RangeCase {
     const char* lines;
     const char* findings;
@@ -73,7 +73,7 @@ TEST_P(SceneBinderRange, ValueOutside_IsKeptAndFound) {
     ASSERT_EQ(errorsOf(text, scene), "") << text;
     std::string findings;
     for (const Finding& finding : validate(scene))
-        // The type's own default is outside of its limits, and says so.
+        // The type's own default is outside its limits, marked so in the definition.
         if (finding.rule->id == std::string_view("out-of-range") &&
             (finding.place != "n.wild" || text.find("wild") != std::string::npos))
             findings += std::string(finding.place.view()) +
@@ -117,7 +117,7 @@ TEST(SceneBinder, SceneWithoutLibraries_TakesAnyValue) {
     EXPECT_EQ(errorsOf("node pot \"n\" {\n  Real size = 11\n}\n"), "");
 }
 
-// ---- What nodes get -----------------------------------------------------------------------------
+// ---- Parts that nodes get from definitions ------------------------------------------------------
 
 TEST(SceneBinder, Node_SharesItsTypesDescription) {
     const auto scene = sceneWith(pots());
@@ -150,7 +150,7 @@ TEST(SceneBinder, TwoLibrariesWithTheType_TheFirstCounts) {
     EXPECT_EQ(NodeDump::of(*scene["n"].get()), "pot 'n'\n  Int<Null>Null first = 0\n");
 }
 
-// ---- Callbacks at work while a text is read ---------------------------------------------------
+// ---- Callbacks during the reading of a text ---------------------------------------------------
 
 bool removeEverything(interfaces::INode* node, void**) {
     return node->clearInputs() && node->clearOutputs();
@@ -266,7 +266,7 @@ private:
     std::mt19937 m_random;
 };
 
-// Left-out attributes, whole nodes and edits of both, in one scene.
+// A scene with omitted attributes, complete nodes, and edits of both.
 constexpr const char* kStart =
     "node pot \"a\" {\n}\n"
     "node pot \"b\" {\n  String mode = \"b\"\n  output Real volume\n}\n"
@@ -319,7 +319,7 @@ node thing "c" {
 }
 )";
 
-// Text that was read gives the same nodes and the same bytes when written and read again.
+// Checks that a scene that was read gives the same nodes and bytes when written and read again.
 void expectThatItStands(std::string_view text) {
     const auto scene = sceneWith(pots());
     if (!errorsOf(text, scene).empty()) {

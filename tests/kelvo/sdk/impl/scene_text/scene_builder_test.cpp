@@ -32,7 +32,7 @@ const char* const kRoom = "node xform \"room\" {\n"
                           "    output Rgba color\n"
                           "}\n";
 
-// Notes what a scene's observers hear, and in which state they see the scene.
+// Records the notifications of a scene, and the state of the scene during each.
 class SceneJournal : public SceneObserver {
 public:
     explicit SceneJournal(kelvo_sdk::Scene scene) : m_scene(std::move(scene)) {

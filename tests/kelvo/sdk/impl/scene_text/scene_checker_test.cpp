@@ -20,7 +20,7 @@ struct CheckCase {
     const char* expected;
 };
 
-// The scene has a node "lamp" with the outputs "color" and "Color", "samples" and "flag" besides.
+// The scene has a node "lamp" with the outputs "color" and "Color", besides "samples" and "flag".
 class SceneCheckerLine : public testing::TestWithParam<CheckCase> {
 protected:
     kelvo_sdk::Scene m_scene = sceneOf("node light \"lamp\" {\n"
@@ -36,7 +36,7 @@ TEST_P(SceneCheckerLine, Error) {
         << GetParam().lines;
 }
 
-// The same with the node in the text itself.
+// The same case with the node in the text itself.
 TEST_P(SceneCheckerLine, ErrorInOneText) {
     const std::string text = nodeText(GetParam().lines) + textOf(m_scene).substr(15);
     EXPECT_EQ(errorsOf(text), GetParam().expected) << GetParam().lines;

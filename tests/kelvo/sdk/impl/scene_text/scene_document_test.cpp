@@ -64,7 +64,7 @@ TEST(SceneDocument, ParseNode_OfDeepNests_FailsWithoutUsingUpTheStack) {
     EXPECT_FALSE(document.parseNode(String(std::string_view(text))));
 }
 
-// Pieces of text that nest: what opens and closes one, and the levels of one.
+// Nested pieces of text: the opening and closing of a level, and the limit of levels.
 struct Nest {
     const char* opening;
     const char* innermost;

@@ -1,4 +1,4 @@
-// Values that their limits do not allow: read, kept, and written as they stand.
+// Values outside their limits are read, kept, and written unchanged.
 #include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
 #include "kelvo/sdk/lib_info.h"
@@ -33,7 +33,7 @@ kelvo_sdk::Scene typed(const std::string& text) {
     return scene;
 }
 
-// Lines of a node that are written as they were read, with the limits of their type and without.
+// Lines of a node that are written as they were read, with and without the limits of their type.
 constexpr const char* kLines[] = {
     "Real x = 1 @min 3",
     "Real x = 5 @min 1 @max 3",

@@ -10,7 +10,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-// An input that may have the note.
+// Returns a line with an input that may have the annotation.
 std::string lineWith(const NoteRule& rule) {
     const std::string name(rule.name);
     switch (rule.content) {

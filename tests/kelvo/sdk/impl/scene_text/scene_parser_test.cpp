@@ -193,7 +193,7 @@ const ErrorCase kOpen[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Open, SceneParserText, testing::ValuesIn(kOpen));
 
-// ---- Going on after an error -------------------------------------------------------------------
+// ---- Continuing after an error -----------------------------------------------------------------
 
 TEST(SceneParser, AfterAnError_TheNextLinesAreRead) {
     EXPECT_EQ(errorsOf(nodeText("Reel a = 1\nReal b = 1\nInt c = x")),
@@ -255,7 +255,7 @@ TEST(SceneParser, ManyErrors_TwentyAreTold) {
     EXPECT_EQ(errors[19].line, 23u);
 }
 
-// ---- What is taken beyond what is written ------------------------------------------------------
+// ---- Forms that are accepted but never written -------------------------------------------------
 
 struct LenientCase {
     const char* text;

@@ -125,7 +125,7 @@ struct BadText {
 
 class SceneReaderBad : public SceneReaderTest, public testing::WithParamInterface<BadText> {};
 
-// The first error begins with its place and holds what is expected.
+// The first error begins with its place and contains the expected text.
 TEST_P(SceneReaderBad, IsRefusedWithItsPlace) {
     EXPECT_FALSE(read(GetParam().text)) << GetParam().note;
     EXPECT_NE(firstError().find(GetParam().error), std::string::npos) << firstError();

@@ -19,7 +19,7 @@ std::string refusal(const kelvo_sdk::Scene& scene) {
     return error.buf();
 }
 
-// The parser of pieces finds the same in the text of each node.
+// Expects that the parser reads the same records from the text of each node.
 void expectReadBack(const SceneDocument& document) {
     for (const DocNode& node : document.nodes) {
         SceneDocument owner;
@@ -48,7 +48,7 @@ TEST(SceneRecorder, Record_OfScenesThatKnowTheirTypes_IsWhatTheirTextsSay) {
     }
 }
 
-// Arrays and objects that hold each other, made as readers of texts make none.
+// Makes nested arrays; texts are limited to 200 levels, scenes are not.
 kelvo_sdk::Scene nested(u64 levels) {
     const auto scene = kelvo_sdk::Scene::create();
     interfaces::IInput* input =

@@ -27,7 +27,7 @@ protected:
     }
     Input& create(AttrType type) { return create(AttrData(type)); }
 
-    /// Checks what is written, and that it stays the same when it is read and written again.
+    /// Checks the written text, and that it stays the same when it is read and written again.
     void expectLines(std::string_view lines) {
         const std::string text = textOf(m_scene);
         EXPECT_EQ(text, nodeText(lines));
@@ -278,7 +278,7 @@ TEST_F(SceneWriterOfANode, BasesAndFlags) {
     EXPECT_TRUE(sceneOf(text)["n"]->isInternal());
 }
 
-// ---- What is not of the scene ------------------------------------------------------------------
+// ---- References to nodes outside the scene -----------------------------------------------------
 
 TEST_F(SceneWriterOfANode, ALinkToAnotherScenesNode_IsWrittenAsNone) {
     const auto other = sceneOf("node t \"far\" {\n    output Real o\n}\n");
@@ -287,7 +287,7 @@ TEST_F(SceneWriterOfANode, ALinkToAnotherScenesNode_IsWrittenAsNone) {
     expectLines("Node x = null\nReal y = 0");
 }
 
-// For readers who know the type.
+// The annotation is for readers who know the type.
 TEST(SceneWriterOwn, NoteOfAnUnknownType_IsKept) {
     const char* const text = "kelvo scene 1\n\nnode light \"lamp\" @own {\n"
                              "    Real intensity = 2 @own\n    Object o {\n    } @own\n}\n";

@@ -1,5 +1,5 @@
-// All that definition text and scene text accept is written so that it reads back equal: every kind
-// with every annotation and values of every kind, alone and at random together.
+// Definition text and scene text that were accepted are written so that they read back equal: every
+// kind with every annotation and values of every kind, alone and in random combinations.
 
 #include "tests/support/library_text.h"
 #include "tests/support/node_dump.h"
@@ -89,7 +89,7 @@ Library accepted(const std::string& text) {
                                                                                  : Library();
 }
 
-// Tells whether the line is accepted; if so, it must read back.
+// Tells whether the line is accepted; an accepted line must read back.
 bool readsBackInType(const std::string& line) {
     const Library first = accepted(inType(line));
     if (!first) return false;

@@ -33,7 +33,7 @@ class Search : public testing::Test {
 protected:
     Search() { EXPECT_TRUE(m_scene.read(sceneText, "text")); }
 
-    // Returns the paths of all that is found, each followed by a blank.
+    // Returns the paths of all matches, each followed by a blank.
     [[nodiscard]] std::string found(const Query& query) const {
         const Matches matches = m_scene.find(query);
         EXPECT_TRUE(matches) << matches.fault().message;

@@ -13,7 +13,7 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 TEST(ExactNumber, Order_IsExactAcrossKinds) {
-    // From the least to the greatest.
+    // Numbers in ascending order.
     const std::vector<ExactNumber> numbers{
         ExactNumber(-kInfinity),
         ExactNumber(-1e30),

@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Rounded, StandardArithmetic, testing::ValuesIn(kRounded
 
 class StandardFunctions : public testing::TestWithParam<Evaluation> {};
 
-// The functions of the C library differ in the last bits.
+// Compares with a tolerance, because functions of C libraries differ in the last bits.
 TEST_P(StandardFunctions, Result_IsTheFunction) {
     const std::string answer = GetParam().answer();
     char* end = nullptr;

@@ -74,7 +74,7 @@ double number(const std::string& text) {
     return std::strtod(text.c_str(), nullptr);
 }
 
-// The hue of each colour of a wheel comes back.
+// Converting the hue of each colour of a wheel to RGB and back gives the hue again.
 TEST(StandardColors, HueOfHsv_IsTheHue) {
     const StandardNode wheel("hsvToRgb"), back("rgbToHsv");
     ASSERT_TRUE(back.get()->input("color")->connect(wheel.get()->output("result")));

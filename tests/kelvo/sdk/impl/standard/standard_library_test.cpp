@@ -1,4 +1,5 @@
-// Facts about every type alike; the results of the nodes are tested in the files beside this one.
+// Tests every type in the same way; the results of the nodes are tested in the files beside this
+// one.
 
 #include "kelvo/sdk/impl/standard/standard_library.h"
 
@@ -56,7 +57,7 @@ bool hasLanguages(const AttrDetails::Texts& texts) {
     return hasEnglish && hasGerman;
 }
 
-/// Facts of every definition, abstract ones too.
+/// Tests every definition, including abstract types.
 class StandardType : public testing::TestWithParam<const Node*> {
 protected:
     const Node& m_type = *GetParam();
@@ -103,7 +104,7 @@ TEST_P(StandardType, Inputs_StandInTheLayoutOnce) {
     EXPECT_EQ(placed, inputs);
 }
 
-// ---- Nodes of every type that there are nodes of ----------------------------------------------
+// ---- Nodes of every type that is not abstract -------------------------------------------------
 
 kelvo_sdk::Scene standardScene() {
     const auto scene = kelvo_sdk::Scene::create();
@@ -115,7 +116,7 @@ std::string dumpOf(const kelvo_sdk::Node& node) {
     return NodeDump::of(*node.get());
 }
 
-// Gives an input another value that its description allows; false when there is none.
+// Gives an input another value that its description allows; false if there is none.
 bool edit(Input& input) {
     switch (input.type()) {
     case AttrType::Bool:

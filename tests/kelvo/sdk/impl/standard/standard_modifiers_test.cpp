@@ -128,8 +128,8 @@ TEST(StandardModifier, Settings_MayBeConnected) {
 
 // ---- Observers ---------------------------------------------------------------------------------
 
-// A modifier that is called by hand writes to "n"; at the first input it changes, something
-// happens.
+// A modifier that is called directly writes to "n"; at the first input that changes, the observer
+// calls a function of the test.
 class StandardModifierHeard : public testing::Test, SceneObserver {
 protected:
     StandardModifierHeard() {
@@ -141,7 +141,7 @@ protected:
                   "");
         m_scene.setUndoEnabled(true);
     }
-    // Returns the text after the call and all undone.
+    // Returns the text after the call and after undoing everything.
     std::string undoneAfter(std::function<void()> atFirst) {
         m_then = std::move(atFirst);
         m_scene.subscribe(this);

@@ -18,7 +18,7 @@ TEST_P(StandardNoise, Result_IsTheSameOnEveryMachine) {
     EXPECT_EQ(GetParam().answer(), GetParam().expected) << GetParam();
 }
 
-// The numbers come from a second implementation, in another language.
+// The numbers were computed by a second implementation, in another language.
 const Evaluation kBits[] = {
     {"noise", "position = (0.5 0.5 0.5)", "0.375", ""},
     {"noise", "position = (0.25 0.75 0.125)", "0.09467262172256596", ""},

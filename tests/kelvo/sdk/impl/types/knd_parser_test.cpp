@@ -1,4 +1,4 @@
-// Text that is no definition text: told, and no part of the library.
+// Text that is no valid definition text is reported, and changes no library.
 
 #include "kelvo/sdk/impl/types/knd_parser.h"
 
@@ -121,8 +121,8 @@ TEST(KndParser, WithoutAList_ErrorsAreLogged) {
 
 // ---- Damaged texts ----------------------------------------------------------------------------
 
-// Reads a text that may be anything: the library takes it whole, so that it writes to a text that
-// reads and writes to the same bytes, or tells why not and stays as it was.
+// Reads any text: the library takes it whole, and then writes a text that reads back to the same
+// bytes; or reports errors and stays as it was.
 void expectAllOrNothing(std::string_view text, const tests::Library& basesFrom = {}) {
     const auto library = libraryOf("type kept {\n}\n");
     const std::string errors = libraryErrors(text, library, basesFrom);

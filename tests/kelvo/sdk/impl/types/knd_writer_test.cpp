@@ -78,7 +78,7 @@ const SameCase kSame[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Table, KndWriterSame, testing::ValuesIn(kSame));
 
-// ---- Texts that are put in order ---------------------------------------------------------------
+// ---- Texts that the writer puts in order -------------------------------------------------------
 
 struct OrderCase {
     const char* lines;

@@ -126,9 +126,9 @@ TEST(LibInfoTest, Node_OutlivesItsLibrary) {
     EXPECT_FALSE(node["x"].set(6.0));
 }
 
-// ---- Libraries that do little -----------------------------------------------------------------
+// ---- Libraries without definitions or callbacks -----------------------------------------------
 
-// Has no callback for anything.
+// A library without any callback.
 class NullLibrary : public LibInfo {
 public:
     NodeInitFn nodeInit(String) const override { return nullptr; }
@@ -161,7 +161,7 @@ TEST(LibInfoTest, LibraryThatAnswersNull_GivesNodesThatDoNothing) {
     EXPECT_EQ(log.text().find("terminate"), std::string::npos);
 }
 
-// Another program's kind of library, which has no definitions.
+// A client's own kind of library, without definitions.
 class ForeignLibrary : public ILibInfo {
 public:
     void incRef() override { ++count; }
@@ -186,7 +186,7 @@ TEST(LibInfoTest, LibraryOfAnotherKind_IsNotAdded) {
     EXPECT_EQ(foreign.count, 1);
 }
 
-// ---- Data that is left ------------------------------------------------------------------------
+// ---- Data that a free callback leaves ---------------------------------------------------------
 
 int leftBehind = 0;
 bool leave(INode*, void** data) {

@@ -11,7 +11,7 @@ namespace {
 using tests::found;
 using tests::sceneWithTypes;
 
-// ---- What each rule finds, in scenes without libraries -----------------------------------------
+// ---- Findings of each rule, in scenes without libraries ----------------------------------------
 
 struct Case {
     const char* text;
@@ -152,7 +152,7 @@ TEST(SceneRulesOfComments, OtherComments_AreNoFinding) {
     EXPECT_EQ(found(tests::sceneOf("# no conflict: here\nnode t \"a\" { # conflicts\n}\n")), "");
 }
 
-// ---- What libraries say ------------------------------------------------------------------------
+// ---- Rules about libraries ---------------------------------------------------------------------
 
 TEST(SceneRulesOfTypes, ScenesWithoutLibraries_MayHoldAnyType) {
     EXPECT_EQ(found(tests::sceneOf("node bx \"a\" {\n}\nnode object \"b\" {\n}\n")), "");

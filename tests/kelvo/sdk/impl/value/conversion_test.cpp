@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// The cells of the table in docs/conversions.md, row by row.
+// Returns the cells of the table in docs/conversions.md, row by row.
 std::vector<std::vector<std::string>> documentedTable() {
     std::ifstream file(KELVO_SOURCE_DIR "/docs/conversions.md");
     std::vector<std::vector<std::string>> rows;
@@ -61,7 +61,7 @@ struct ConversionCase {
 
 class ConversionTable : public testing::TestWithParam<ConversionCase> {};
 
-// Null is expected where the value does not convert.
+// Null stands for a value that does not convert.
 TEST_P(ConversionTable, Result) {
     const ConversionCase& c = GetParam();
     Value out("untouched");

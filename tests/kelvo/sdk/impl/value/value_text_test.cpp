@@ -102,7 +102,7 @@ struct TextCase {
 
 class ValueTextTable : public testing::TestWithParam<TextCase> {};
 
-// Null is expected where the text is refused.
+// Null stands for a text that is refused.
 TEST_P(ValueTextTable, Result) {
     const TextCase& c = GetParam();
     Value value;

@@ -1,0 +1,47 @@
+#include "kelvo/sdk/impl/graph/survivors.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+class Thing : public RefCounted {};
+
+struct Survival : testing::Test {
+    RefersTo<Thing> one = RefersTo<Thing>::adopt(new Thing);
+    RefersTo<Thing> other = RefersTo<Thing>::adopt(new Thing);
+    const Thing* const none = nullptr;
+};
+
+TEST_F(Survival, Held_AreAliveUntilItEnds) {
+    {
+        const Survivors survivors(one.get(), none, other.get());
+        EXPECT_TRUE(survivors.any());
+        EXPECT_EQ(one->refCount(), 2);
+        EXPECT_EQ(other->refCount(), 2);
+    }
+    EXPECT_EQ(one->refCount(), 1);
+    EXPECT_EQ(other->refCount(), 1);
+}
+
+TEST_F(Survival, Hold_CountsTheFirstTimeAlone) {
+    Survivors survivors;
+    EXPECT_FALSE(survivors.any());
+    survivors.hold(one.get());
+    survivors.hold(other.get());
+    EXPECT_EQ(one->refCount(), 2);
+    EXPECT_EQ(other->refCount(), 1);
+}
+
+TEST_F(Survival, Copies_HoldTheSame) {
+    std::optional<Survivors> first(std::in_place, one.get());
+    const Survivors copy(*first);
+    first.reset();
+    EXPECT_EQ(one->refCount(), 2);
+    EXPECT_TRUE(copy.any());
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
