@@ -3,9 +3,14 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
+# A test says what it looks at by its assertions: the results of its preparations it may leave alone.
+add_library(kelvo_test_flags INTERFACE)
+target_link_libraries(kelvo_test_flags INTERFACE kelvo_flags)
+target_compile_options(kelvo_test_flags INTERFACE -Wno-unused-result)
+
 function(kelvo_add_test name)
   add_library(${name}_objects OBJECT ${ARGN})
-  target_link_libraries(${name}_objects PRIVATE kelvo_flags GTest::gtest)
+  target_link_libraries(${name}_objects PRIVATE kelvo_test_flags GTest::gtest)
   target_include_directories(${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}")
   kelvo_add_test_program(${name}_static Kelvo::sdk_static $<TARGET_OBJECTS:${name}_objects>)
   kelvo_add_test_program(${name}_shared Kelvo::sdk $<TARGET_OBJECTS:${name}_objects>)
@@ -19,7 +24,7 @@ endfunction()
 
 function(kelvo_add_test_program program library)
   add_executable(${program} ${ARGN})
-  target_link_libraries(${program} PRIVATE kelvo_flags ${library} GTest::gtest_main
+  target_link_libraries(${program} PRIVATE kelvo_test_flags ${library} GTest::gtest_main
                                            ${CMAKE_DL_LIBS})
   add_test(NAME ${program} COMMAND ${program} --gtest_brief=1)
 endfunction()

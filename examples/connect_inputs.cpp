@@ -1,6 +1,7 @@
 // Connects inputs to outputs: kinds are converted; loops and kinds that do not convert are refused
-// with a warning.
+// with a reason.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -19,22 +20,22 @@ Node makeNode(const Scene& scene, const char* name) {
 } // namespace
 
 int main() {
-    // Prints warnings to standard output, so that they appear in order with the rest.
-    qv::setLogHandler(
-        [](qv::LogLevel, const char* message, void*) { std::printf("warning: %s\n", message); });
+    // The results say the same as the warnings.
+    qv::setLogHandler([](qv::LogLevel, const char*, void*) {});
 
     const Scene scene = Scene::create();
     const Node a = makeNode(scene, "a");
     const Node b = makeNode(scene, "b");
     const Node c = makeNode(scene, "c");
-    b["in"].connect(a.output("out"));
-    c["in"].connect(b.output("out"));
+    expect(b["in"].connect(a.output("out")));
+    expect(c["in"].connect(b.output("out")));
     std::printf("c.in reads %s.\n", c["in"].source().path().buf());
 
-    a["in"].connect(c.output("out"));
-    b.createInput("matrix", AttrType::Mat4).connect(a.output("out"));
+    const Result isLoop = a["in"].connect(c.output("out"));
+    const Result isMisfit = b.createInput("matrix", AttrType::Mat4).connect(a.output("out"));
+    std::printf("%s\n%s\n", isLoop.message().buf(), isMisfit.message().buf());
 
-    scene.removeNode(b);
+    expect(scene.removeNode(b));
     std::printf("Without b, c.in reads %s.\n", c["in"].source() ? "something" : "nothing");
     std::printf("a.out feeds %llu inputs.\n",
                 static_cast<unsigned long long>(a.output("out").targetCount()));

@@ -1,5 +1,6 @@
 // Prints the definitions of a type's inputs, to build a form or to check a value before it is set.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -24,7 +25,7 @@ void describe(const Input& input) {
 
 int main() {
     const Scene scene = Scene::create();
-    scene.addLibrary(LibInfo::standard());
+    expect(scene.addLibrary(LibInfo::standard()));
     const Node lamp = scene.createNode("light", "lamp");
     for (const char* name : {"intensity", "shape", "innerAngle"})
         describe(lamp[name]);

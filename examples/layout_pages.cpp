@@ -1,5 +1,6 @@
 // The pages on which a definition arranges the inputs of a node, as an editor shows them.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -8,7 +9,7 @@ using namespace qv::kelvo_sdk;
 
 int main() {
     const Scene scene = Scene::create();
-    scene.addLibrary(LibInfo::standard());
+    expect(scene.addLibrary(LibInfo::standard()));
     const Node lamp = scene.createNode("light", "lamp");
 
     for (const LayoutPage& page : lamp.layoutPages("en")) {

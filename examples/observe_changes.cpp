@@ -1,5 +1,6 @@
 // Observes the changes of one node, and of a whole scene.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -15,24 +16,20 @@ public:
     void nodeRenamed(String name) override { std::printf("node: now called %s\n", name.buf()); }
     void nodeConverted(Node) override {}
     void inputChanged(Input input) override {
-        std::printf("node: %s is %s\n", input.path().buf(), input.asString(false, nullptr).buf());
+        std::printf("node: %s is %s\n", input.path().buf(), input.asString(false).buf());
     }
     void inputConnected(Input input) override {
         std::printf("node: %s connected\n", input.path().buf());
     }
 };
 
-class SceneWatcher : public SceneObserver {
+class SceneWatcher : public SceneListener {
 public:
-    void nodeAdded(interfaces::INode* node) override {
-        std::printf("scene: %s added\n", node->name().buf());
+    void nodeAdded(Node node) override { std::printf("scene: %s added\n", node.name().buf()); }
+    void inputChanged(Input input, Input previous) override {
+        std::printf("scene: %s changed from %s\n", input.path().buf(), previous.asString().buf());
     }
-    void inputChanged(const interfaces::IInput* input, const impl::AttrData*) override {
-        std::printf("scene: %s changed\n", input->path().buf());
-    }
-    void nodeRemoved(interfaces::INode* node) override {
-        std::printf("scene: %s removed\n", node->name().buf());
-    }
+    void nodeRemoved(Node node) override { std::printf("scene: %s removed\n", node.name().buf()); }
 };
 
 } // namespace
@@ -41,15 +38,15 @@ int main() {
     const Scene scene = Scene::create();
     SceneWatcher sceneWatcher;
     NodeWatcher nodeWatcher;
-    scene.subscribe(&sceneWatcher);
+    expect(scene.subscribe(&sceneWatcher));
     const Node lamp = scene.createNode("light", "lamp");
-    lamp.subscribe(&nodeWatcher);
+    expect(lamp.subscribe(&nodeWatcher));
 
-    lamp.createInput("radius", AttrType::Real).set(0.5);
-    lamp["radius"].set(0.5); // An equal value is no change.
-    scene.renameNode(lamp, "spot");
-    scene.removeNode(lamp);
+    expect(lamp.createInput("radius", AttrType::Real).set(0.5));
+    expect(lamp["radius"].set(0.5)); // An equal value is no change.
+    expect(scene.renameNode(lamp, "spot"));
+    expect(scene.removeNode(lamp));
 
-    lamp.unsubscribe(&nodeWatcher);
-    scene.unsubscribe(&sceneWatcher);
+    expect(lamp.unsubscribe(&nodeWatcher));
+    expect(scene.unsubscribe(&sceneWatcher));
 }

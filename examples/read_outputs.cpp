@@ -1,5 +1,6 @@
 // Reads outputs; the library evaluates the nodes that compute them.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -8,13 +9,13 @@ using namespace qv::kelvo_sdk;
 
 int main() {
     const Scene scene = Scene::create();
-    scene.addLibrary(LibInfo::standard());
+    expect(scene.addLibrary(LibInfo::standard()));
     const Node sum = scene.createNode("add", "sum");
-    sum["a"].set(40);
-    sum["b"].set(2);
+    expect(sum["a"].set(40));
+    expect(sum["b"].set(2));
     const Node root = scene.createNode("power", "root");
-    root["a"].connect(sum.output("result"));
-    root["b"].set(0.5);
+    expect(root["a"].connect(sum.output("result")));
+    expect(root["b"].set(0.5));
 
     for (const Node& node : {sum, root}) {
         for (qv::u64 i = 0; i < node.outputCount(); ++i) {

@@ -1,5 +1,6 @@
 // The node types that come with the library: lists them, looks at one, and uses them in a scene.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -22,8 +23,8 @@ int main() {
 
     // A scene with the library's types creates nodes with all their inputs.
     const Scene scene = Scene::create();
-    scene.addLibrary(library);
+    expect(scene.addLibrary(library));
     const Node lamp = scene.createNode("spotLight", "lamp");
-    lamp["intensity"].set(20);
+    expect(lamp["intensity"].set(20));
     std::printf("%s", scene.text().buf());
 }

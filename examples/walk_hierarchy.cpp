@@ -1,5 +1,6 @@
 // Walks a hierarchy of transforms: prints every node below a parent with its position in the world.
 
+#include "examples/expect.h"
 #include "kelvo/kelvo.h"
 
 #include <cstdio>
@@ -13,7 +14,7 @@ Node makeTransform(const Scene& scene, const char* name, double x) {
     const Node node = scene.createNode("xform", name);
     math::Mat4d matrix = math::Mat4d::identity;
     matrix[3][0] = x;
-    node.createInput("matrix", AttrType::Mat4).set(matrix);
+    expect(node.createInput("matrix", AttrType::Mat4).set(matrix));
     node.createArray("children", AttrType::Node);
     return node;
 }
@@ -24,7 +25,7 @@ void walk(const Node& node, const math::Mat4d& above, int depth) {
     std::printf("%*s%s stands at x = %g\n", depth * 2, "", node.name().buf(), place[3][0]);
     const Input children = node["children"];
     for (u64 i = 0; i < children.inputCount(); ++i)
-        walk(children.input(i).asNode(false, nullptr), place, depth + 1);
+        walk(children.input(i).asNode(false), place, depth + 1);
 }
 
 } // namespace
@@ -34,9 +35,9 @@ int main() {
     const Node room = makeTransform(scene, "room", 1);
     const Node table = makeTransform(scene, "table", 10);
     const Node lamp = makeTransform(scene, "lamp", 100);
-    table->parentTo(room.get());
-    lamp->parentTo(table.get());
-    makeTransform(scene, "chair", 5)->parentTo(room.get());
+    expect(table.parentTo(room));
+    expect(lamp.parentTo(table));
+    expect(makeTransform(scene, "chair", 5).parentTo(room));
 
     walk(room, math::Mat4d::identity, 0);
     std::printf("The lamp is child number %lld of the table.\n",

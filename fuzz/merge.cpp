@@ -34,9 +34,10 @@ struct Merged {
 
     Merged(const Scene& base, const Scene& mine, const Scene& theirs,
            const MergeOptions& options = {}) {
-        String error;
-        isMade = kelvo_sdk::mergeScenes(base, mine, theirs, options, scene, conflicts, error);
-        require(isMade == error.isEmpty(), "scenes are merged, or it is told why not");
+        const kelvo_sdk::Result merging =
+            kelvo_sdk::mergeScenes(base, mine, theirs, options, scene, conflicts);
+        isMade = merging;
+        require(isMade == merging.message().isEmpty(), "scenes are merged, or it is told why not");
         if (isMade) requireSound(scene, false);
     }
 };

@@ -52,11 +52,10 @@ SceneDiff readBack(const SceneDiff& diff) {
 
 // Applies the difference to the scene before and requires the scene after.
 void checkWay(const Scene& from, const Scene& to) {
-    String error;
-    const SceneDiff way = SceneDiff::between(from, to, {}, &error);
-    require(error.isEmpty(), "scenes can be compared");
+    const auto way = SceneDiff::between(from, to);
+    require(way.result(), "scenes can be compared");
     require(readBack(way).changes() == way.changes(), "a difference reads back as it was");
-    require(way.applyTo(from, error), "a difference can be made");
+    require(way.applyTo(from), "a difference can be made");
     require(from.text() == to.text(), "a difference leads to the other scene");
     require(SceneDiff::between(from, to).isEmpty(), "a scene with its difference is the other");
 }
@@ -71,9 +70,9 @@ void runPatch(std::string_view input) {
     static_cast<void>(readBack(diff));
     const Scene scene = smallScene();
     const String before = scene.text();
-    scene.setUndoEnabled(true);
-    if (!diff.applyTo(scene, error)) {
-        require(!error.isEmpty(), "changes that are refused are told why");
+    require(scene.setUndoEnabled(true), "undo is switched on");
+    if (const kelvo_sdk::Result isDone = diff.applyTo(scene); !isDone) {
+        require(!isDone.message().isEmpty(), "changes that are refused are told why");
         require(scene.text() == before, "changes that are refused leave the scene as it was");
         return require(scene.undoCount() == 0, "changes that are refused are no step");
     }
@@ -83,7 +82,7 @@ void runPatch(std::string_view input) {
     require(changed.read(scene.text(), "changed"), "the changed scene is read");
     checkWay(changed, smallScene());
     require(scene.undoCount() <= 1, "changes are one step");
-    scene.undo();
+    require(scene.undo() || scene.undoCount() == 0, "a step is undone");
     require(scene.text() == before, "undo takes the changes back");
 }
 

@@ -53,7 +53,7 @@ void checkWalk(const String& path) {
                        "small"),
             "the small scene is read");
     const String before = scene.text();
-    scene.setUndoEnabled(true);
+    require(scene.setUndoEnabled(true), "undo is switched on");
     const kelvo_sdk::Input reached = scene["n"].inputAt(path);
     const bool isNumbered = path.view().find("[+]") != std::string_view::npos;
     if (reached && !isNumbered)

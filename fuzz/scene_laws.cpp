@@ -8,7 +8,8 @@ namespace qv::fuzz {
 
 kelvo_sdk::Scene newScene(bool knowsTypes) {
     const auto scene = kelvo_sdk::Scene::create();
-    if (knowsTypes) scene.addLibrary(kelvo_sdk::LibInfo::standard());
+    if (knowsTypes)
+        require(scene.addLibrary(kelvo_sdk::LibInfo::standard()), "a scene takes a library");
     return scene;
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 void check(const String& text, bool knowsTypes) {
     const auto scene = newScene(knowsTypes);
-    scene.setUndoEnabled(true);
+    require(scene.setUndoEnabled(true), "undo is switched on");
     kelvo_sdk::Diagnostics found;
     const bool isRead = scene.read(text, "fuzz", &found);
     require(isRead == found.empty(), "a text is read, or its faults are told");
@@ -19,7 +19,7 @@ void check(const String& text, bool knowsTypes) {
     if (!isRead) return;
     requireSound(scene, knowsTypes);
     require(scene.undoCount() <= 1, "a text is one step");
-    scene.undo();
+    require(scene.undo() || scene.undoCount() == 0, "a step is undone");
     require(scene.nodeCount() == 0, "undo takes a text back");
 }
 

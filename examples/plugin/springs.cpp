@@ -16,7 +16,7 @@ using namespace qv::kelvo_sdk::interfaces;
 // Reads with the context, so that connections are evaluated on behalf of this output.
 double real(EvalCtx* ctx, const char* name) {
     double value = 0;
-    Node(ctx->node())[name].read(value, ctx);
+    (void)Node(ctx->node())[name].read(value, ctx); // Without one it is 0.
     return value;
 }
 

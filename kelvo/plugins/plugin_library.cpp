@@ -16,9 +16,10 @@ LibInfo createPluginLibrary(PluginCode code, String kndPath) {
 void bindTypes(const LibInfo& library, const LibInfo& lookUp) {
     for (u64 i = 0; i < library.typeCount(); ++i) {
         const String name = library.type(i).type();
-        library.setCallbacks(name, {lookUp.nodeInit(name), lookUp.nodePrep(name),
-                                    lookUp.nodeEval(name), lookUp.nodeModify(name),
-                                    lookUp.nodeFree(name), lookUp.nodeChanged(name)});
+        // It has types, so that it takes their callbacks.
+        (void)library.setCallbacks(name, {lookUp.nodeInit(name), lookUp.nodePrep(name),
+                                          lookUp.nodeEval(name), lookUp.nodeModify(name),
+                                          lookUp.nodeFree(name), lookUp.nodeChanged(name)});
     }
 }
 

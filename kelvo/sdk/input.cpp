@@ -17,6 +17,10 @@ Node Input::asNode(bool evaluate, EvalCtx* ctx) const {
     return Node(node);
 }
 
+Node Input::asNode(EvalCtx* ctx) const {
+    return asNode(true, ctx);
+}
+
 Input Input::input(u64 index) const {
     return get() ? Input(get()->input(index)) : Input();
 }
@@ -37,28 +41,12 @@ ds::Vector<Input> Input::inputs() const {
     return all;
 }
 
-Input Input::insert(u64 index) const {
-    return get() ? Input(get()->insertElement(index)) : Input();
-}
-
 Input Output::evaluate(EvalCtx* ctx) const {
     return Input(evaluated(ctx).get());
 }
 
 Input Output::target(u64 index) const {
     return get() ? Input(get()->target(index)) : Input();
-}
-
-Input Input::append() const {
-    return get() ? Input(get()->appendElement()) : Input();
-}
-
-Input Input::createInput(String name, AttrType type) const {
-    return get() ? Input(get()->createInput(std::move(name), type)) : Input();
-}
-
-Input Input::createArray(String name, AttrType elementType) const {
-    return get() ? Input(get()->createArray(std::move(name), elementType)) : Input();
 }
 
 } // namespace qv::kelvo_sdk

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "kelvo/sdk/attr_type.h"
+#include "kelvo/sdk/borrowed.h"
 #include "kelvo/sdk/element_type.h"
 #include "kelvo/sdk/input_access.h"
 #include "kelvo/sdk/output.h"
+#include "kelvo/sdk/result.h"
 
 #include <ranges>
 #include <span>
@@ -11,12 +13,17 @@
 
 namespace qv::kelvo_sdk {
 
-/// Handle on an input; keeps it alive. Every operation is safe on an empty handle, which answers
-/// empty, false or 0.
+/// Handle on an input; keeps it alive. Every operation is safe on an empty handle: questions answer
+/// empty, false or 0, and what would change something fails with a message.
 class QV_EXPORT Input : public RefersTo<interfaces::IInput> {
 public:
-    using RefersTo::get;
     using RefersTo::RefersTo;
+
+    /// Returns the object, borrowed, valid while a handle holds it; null when empty. The value is
+    /// `get<T>()`.
+    [[nodiscard]] Borrowed<interfaces::IInput> get() const noexcept {
+        return Borrowed<interfaces::IInput>(RefersTo::get());
+    }
 
     /// Returns an input by itself, of no node, at the kind's zero value: to convert a value, or to
     /// write one as text. Arrays made so hold elements of no kind.
@@ -35,26 +42,37 @@ public:
     [[nodiscard]] interfaces::INode* node() const { return get() ? get()->node() : nullptr; }
 
     /// Writes a value, converted to the input's kind: a bool, number, text, node (handle or
-    /// pointer) or `qv::math` value. False when it does not convert or is not allowed.
+    /// pointer) or `qv::math` value. Fails, and changes nothing, when it does not convert or is not
+    /// allowed; the message tells the range or the choices.
     template<typename T>
-    bool set(const T& value) const {
-        return get() && detail::write(*get(), value);
+    Result set(const T& value) const {
+        if (get() && detail::write(*get(), value)) return {};
+        return detail::writeFailure(get(), detail::written(value));
     }
-    /// Reads the value as a `T`, converted; connections are evaluated. False leaves `out` alone.
+    /// Reads the value as a `T`, converted; connections are evaluated. `out` stays as it is when
+    /// that fails.
     template<typename T>
-    bool read(T& out, EvalCtx* ctx = nullptr) const {
-        return get() && detail::read(*get(), out, ctx);
+    Result read(T& out, EvalCtx* ctx = nullptr) const {
+        return read(out, true, ctx);
+    }
+    /// The same with a choice: without `evaluate` it is the value stored here.
+    template<typename T>
+    Result read(T& out, bool evaluate, EvalCtx* ctx = nullptr) const {
+        // Callbacks that are asked may let go of this handle.
+        const RefersTo<interfaces::IInput> held(*this);
+        if (held && detail::read(*held, out, evaluate, ctx)) return {};
+        return detail::readFailure(held.get(), detail::written(T()), evaluate);
     }
     /// Reads the value as a `T`; `fallback` when it does not convert.
     template<typename T>
     [[nodiscard]] T get(T fallback = T()) const {
-        read(fallback);
+        if (get()) detail::read(*get(), fallback, true, nullptr);
         return fallback;
     }
 
     /// Copies the elements of an array, vector or span into a buffer.
     template<std::ranges::contiguous_range R>
-    bool setBuffer(const R& elements) const {
+    Result setBuffer(const R& elements) const {
         constexpr DataType type = elementTypeOf<std::ranges::range_value_t<R>>;
         static_assert(type != DataType::Null, "no element type stands for this C++ type");
         return set(
@@ -65,20 +83,27 @@ public:
     template<typename T>
     [[nodiscard]] std::span<const T> buffer() const {
         interfaces::BufferView view;
-        if (!read(view) || view.type != elementTypeOf<T>) return {};
+        if (!get() || !get()->readBuffer(view, true, nullptr) || view.type != elementTypeOf<T>)
+            return {};
         return {static_cast<const T*>(view.data), view.count};
     }
 
     /// Takes over the value stored in another input, converted as by `set`; a buffer is shared,
-    /// not copied. False when it does not convert or is not allowed, and for arrays and objects.
-    bool copyValue(const Input& from) const;
+    /// not copied. Fails when it does not convert or is not allowed, and for arrays and objects.
+    Result copyValue(const Input& from) const;
 
-    bool setString(String text) const { return get() && get()->setString(std::move(text)); }
-    /// Returns the value as text, empty when it has none; `evaluate` follows a connection.
-    [[nodiscard]] String asString(bool evaluate = true, EvalCtx* ctx = nullptr) const;
-    /// Returns the node that the input links to, or an empty handle; needs kelvo/sdk/node.h.
-    [[nodiscard]] Node asNode(bool evaluate = true, EvalCtx* ctx = nullptr) const;
-    bool reset() const { return get() && get()->reset(); }
+    /// Sets the value from text, as `set` does.
+    Result setString(const String& text) const { return set(text); }
+    /// Returns the value as text, empty when it has none; connections are evaluated.
+    [[nodiscard]] String asString(EvalCtx* ctx = nullptr) const { return asString(true, ctx); }
+    /// The same with a choice: without `evaluate` it is the value stored here.
+    [[nodiscard]] String asString(bool evaluate, EvalCtx* ctx = nullptr) const;
+    /// Return the node that the input links to, or an empty handle, in the same two ways; need
+    /// kelvo/sdk/node.h.
+    [[nodiscard]] Node asNode(EvalCtx* ctx = nullptr) const;
+    [[nodiscard]] Node asNode(bool evaluate, EvalCtx* ctx = nullptr) const;
+    /// Brings the default back; fails where that is not allowed, or for some of what is inside.
+    Result reset() const;
 
     // The definition of the input. Its values come as inputs of their own, to be read like any
     // other; a node in one is borrowed.
@@ -126,25 +151,32 @@ public:
     [[nodiscard]] Input input(u64 index) const;
     /// Returns the member of that name; empty, and logged, when there is none.
     [[nodiscard]] Input operator[](String name) const;
-    /// Adds an element to an array and returns it; empty for other kinds.
-    Input append() const;
+    /// Adds an element to an array and returns it; fails for other kinds.
+    Made<Input> append() const;
     /// Adds a member to an object, or returns the one there is.
-    Input createInput(String name, AttrType type) const;
+    Made<Input> createInput(String name, AttrType type) const;
     /// The same for an array of elements of a kind.
-    Input createArray(String name, AttrType elementType) const;
+    Made<Input> createArray(String name, AttrType elementType) const;
     /// The same for a buffer that takes elements of that type alone; Null: of any.
-    Input createBuffer(String name, DataType elementType) const;
+    Made<Input> createBuffer(String name, DataType elementType) const;
 
-    bool connect(const Output& output) const { return get() && get()->connect(output.get()); }
-    bool disconnect() const { return get() && get()->disconnect(); }
+    /// Connects, in place of any earlier connection; an empty handle disconnects. Fails when the
+    /// kinds do not convert, a loop would close, or the output is of another scene or of none.
+    Result connect(const Output& output) const {
+        return get() && get()->connect(output.get()) ? Result() : connectFailure(output);
+    }
+    /// Fails when there is no connection.
+    Result disconnect() const {
+        return get() && get()->disconnect() ? Result() : disconnectFailure();
+    }
     [[nodiscard]] Output source() const { return get() ? Output(get()->source()) : Output(); }
 
     /// Renames the input, at its place, with all that names it: the lists of the node's modifiers,
     /// its layout, and what scene text keeps of it; connections and links stay. One step of undo.
-    /// False, logged, and nothing is changed, when the name is no simple identifier or another
-    /// input beside it has it, for an element of an array, an input of no node or being removed, a
-    /// member of something read-only, and where the list of a modifier may not be changed.
-    bool rename(String name) const;
+    /// Fails, logged, and nothing is changed, when the name is no simple identifier or another
+    /// input beside it has it, for an element of an array, an input of no node, a member of
+    /// something read-only, and where the list of a modifier may not be changed.
+    Result rename(const String& name) const;
 
     /// Returns the array or object that holds this input; empty at the top level.
     [[nodiscard]] Input parent() const;
@@ -158,13 +190,19 @@ public:
     [[nodiscard]] bool hasInput(String name, AttrType type = AttrType::Null) const {
         return get() && get()->hasInput(std::move(name), type);
     }
-    /// Adds an element in front of the index-th (at most the count); empty for other kinds.
-    Input insert(u64 index) const;
+    /// Adds an element in front of the index-th (at most the count); fails for other kinds.
+    Made<Input> insert(u64 index) const;
     /// Moves an element; those between close the gap.
-    bool moveElement(u64 from, u64 to) const { return get() && get()->moveElement(from, to); }
-    bool removeInput(u64 index) const { return get() && get()->removeInput(index); }
-    bool removeInput(String name) const { return get() && get()->removeInput(std::move(name)); }
-    bool clearInputs() const { return get() && get()->clearInputs(); }
+    Result moveElement(u64 from, u64 to) const;
+    Result removeInput(u64 index) const;
+    Result removeInput(const String& name) const;
+    /// Fails where elements or members stay: in what is read-only, or when those who hear of it add
+    /// others.
+    Result clearInputs() const;
+
+private:
+    [[nodiscard]] Result connectFailure(const Output& output) const;
+    [[nodiscard]] Result disconnectFailure() const;
 };
 
 } // namespace qv::kelvo_sdk

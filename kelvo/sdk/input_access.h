@@ -1,9 +1,11 @@
 #pragma once
 
 #include "kelvo/sdk/interfaces/i_input.h"
+#include "kelvo/sdk/result.h"
 
 #include <concepts>
 #include <utility>
+#include <variant>
 
 // One overload per C++ type, so that the typed access of the handles has a single spelling.
 namespace qv::kelvo_sdk::detail {
@@ -68,68 +70,99 @@ inline bool write(IInput& input, interfaces::BufferView value) {
     return input.setBuffer(value);
 }
 
+// A value as it is written, so that a refusal can tell of it: one alternative for each kind.
+using Written = std::variant<bool, i64, u64, double, math::Vec2d, math::Vec3d, math::Vec4d,
+                             math::Pos2d, math::Pos3d, math::Quatd, math::Rgbad, math::Mat3d,
+                             math::Mat4d, String, interfaces::INode*, interfaces::BufferView>;
+
+template<typename T>
+Written written(const T& value) {
+    if constexpr (std::same_as<T, bool>)
+        return value;
+    else if constexpr (std::signed_integral<T>)
+        return static_cast<i64>(value);
+    else if constexpr (std::unsigned_integral<T>)
+        return static_cast<u64>(value);
+    else if constexpr (std::floating_point<T>)
+        return static_cast<double>(value);
+    else if constexpr (std::convertible_to<const T&, const RefersTo<interfaces::INode>&>)
+        return static_cast<const RefersTo<interfaces::INode>&>(value).get();
+    else if constexpr (std::convertible_to<const T&, interfaces::INode*>)
+        return static_cast<interfaces::INode*>(value);
+    else if constexpr (std::convertible_to<const T&, String>)
+        return String(value);
+    else
+        return value;
+}
+
+// Say why a value was not written or read, or that there is nothing to write it to or read it from.
+// They are asked afterwards, as nothing changes where a value is refused.
+[[nodiscard]] QV_EXPORT Result writeFailure(const IInput* input, const Written& value);
+[[nodiscard]] QV_EXPORT Result readFailure(const IInput* input, const Written& kind, bool evaluate);
+[[nodiscard]] QV_EXPORT Result readFailure(const interfaces::IOutput* output, const Written& kind);
+
 template<std::signed_integral T>
-bool read(const IInput& input, T& out, void* ctx) {
+bool read(const IInput& input, T& out, bool evaluate, void* ctx) {
     i64 value = 0;
-    if (!input.readInt(value, true, ctx) || !std::in_range<T>(value)) return false;
+    if (!input.readInt(value, evaluate, ctx) || !std::in_range<T>(value)) return false;
     out = static_cast<T>(value);
     return true;
 }
 template<std::unsigned_integral T>
-bool read(const IInput& input, T& out, void* ctx) {
+bool read(const IInput& input, T& out, bool evaluate, void* ctx) {
     if constexpr (std::same_as<T, bool>) {
-        return input.readBool(out, true, ctx);
+        return input.readBool(out, evaluate, ctx);
     } else {
         u64 value = 0;
-        if (!input.readUInt(value, true, ctx) || !std::in_range<T>(value)) return false;
+        if (!input.readUInt(value, evaluate, ctx) || !std::in_range<T>(value)) return false;
         out = static_cast<T>(value);
         return true;
     }
 }
-inline bool read(const IInput& input, double& out, void* ctx) {
-    return input.readReal(out, true, ctx);
+inline bool read(const IInput& input, double& out, bool evaluate, void* ctx) {
+    return input.readReal(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, float& out, void* ctx) {
+inline bool read(const IInput& input, float& out, bool evaluate, void* ctx) {
     double value = 0.0;
-    if (!input.readReal(value, true, ctx)) return false;
+    if (!input.readReal(value, evaluate, ctx)) return false;
     out = static_cast<float>(value);
     return true;
 }
-inline bool read(const IInput& input, math::Vec2d& out, void* ctx) {
-    return input.readVec2(out, true, ctx);
+inline bool read(const IInput& input, math::Vec2d& out, bool evaluate, void* ctx) {
+    return input.readVec2(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Vec3d& out, void* ctx) {
-    return input.readVec3(out, true, ctx);
+inline bool read(const IInput& input, math::Vec3d& out, bool evaluate, void* ctx) {
+    return input.readVec3(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Vec4d& out, void* ctx) {
-    return input.readVec4(out, true, ctx);
+inline bool read(const IInput& input, math::Vec4d& out, bool evaluate, void* ctx) {
+    return input.readVec4(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Pos2d& out, void* ctx) {
-    return input.readPos2(out, true, ctx);
+inline bool read(const IInput& input, math::Pos2d& out, bool evaluate, void* ctx) {
+    return input.readPos2(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Pos3d& out, void* ctx) {
-    return input.readPos3(out, true, ctx);
+inline bool read(const IInput& input, math::Pos3d& out, bool evaluate, void* ctx) {
+    return input.readPos3(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Quatd& out, void* ctx) {
-    return input.readQuat(out, true, ctx);
+inline bool read(const IInput& input, math::Quatd& out, bool evaluate, void* ctx) {
+    return input.readQuat(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Rgbad& out, void* ctx) {
-    return input.readRgba(out, true, ctx);
+inline bool read(const IInput& input, math::Rgbad& out, bool evaluate, void* ctx) {
+    return input.readRgba(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Mat3d& out, void* ctx) {
-    return input.readMat3(out, true, ctx);
+inline bool read(const IInput& input, math::Mat3d& out, bool evaluate, void* ctx) {
+    return input.readMat3(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, math::Mat4d& out, void* ctx) {
-    return input.readMat4(out, true, ctx);
+inline bool read(const IInput& input, math::Mat4d& out, bool evaluate, void* ctx) {
+    return input.readMat4(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, String& out, void* ctx) {
-    return input.readString(out, true, ctx);
+inline bool read(const IInput& input, String& out, bool evaluate, void* ctx) {
+    return input.readString(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, interfaces::INode*& out, void* ctx) {
-    return input.readNode(out, true, ctx);
+inline bool read(const IInput& input, interfaces::INode*& out, bool evaluate, void* ctx) {
+    return input.readNode(out, evaluate, ctx);
 }
-inline bool read(const IInput& input, interfaces::BufferView& out, void* ctx) {
-    return input.readBuffer(out, true, ctx);
+inline bool read(const IInput& input, interfaces::BufferView& out, bool evaluate, void* ctx) {
+    return input.readBuffer(out, evaluate, ctx);
 }
 
 } // namespace qv::kelvo_sdk::detail

@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/diagnostic.h"
 #include "kelvo/sdk/interfaces/i_lib_info.h"
+#include "kelvo/sdk/result.h"
 
 #include <memory>
 #include <utility>
@@ -30,16 +31,17 @@ public:
                                         std::shared_ptr<const void> needs = {});
 
     /// Adds the types of a definition text (docs/definition-text.md), all or, with an error, none:
-    /// what is wrong goes to `found` (at most 20), or to the log when that is null. `source` names
-    /// the text in errors. Bases may be types of the library or of `basesFrom`, which is kept alive
-    /// and asked for the callbacks of types that this library does not know.
-    bool readDefinitions(String text, String source, Diagnostics* found = nullptr,
-                         const LibInfo& basesFrom = LibInfo()) const;
+    /// it fails with the first one, and what is wrong goes to `found` (at most 20), or to the log
+    /// when that is null. `source` names the text in errors. Bases may be types of the library or
+    /// of `basesFrom`, which is kept alive and asked for the callbacks of types that this library
+    /// does not know.
+    Result readDefinitions(String text, String source, Diagnostics* found = nullptr,
+                           const LibInfo& basesFrom = LibInfo()) const;
     /// Returns a text that `readDefinitions` takes back and that reads and writes to the same
     /// bytes.
     [[nodiscard]] String definitionText() const;
     /// Sets the callbacks of a node type, in place of earlier ones; before or after its definition.
-    bool setCallbacks(String type, const NodeCallbacks& callbacks) const;
+    Result setCallbacks(String type, const NodeCallbacks& callbacks) const;
 
     [[nodiscard]] u64 typeCount() const;
     /// Returns a type as a node by itself that new nodes are copied from, in order of definition;

@@ -17,7 +17,7 @@ namespace qv::kelvo_sdk {
 /// Number of the binary interface between this library and node libraries.
 // To be raised with every change of sdk/interfaces/, of the layout of a class that a node library
 // sees, or of LibraryEntry behind its first member.
-inline constexpr u32 libraryInterfaceVersion = 1;
+inline constexpr u32 libraryInterfaceVersion = 2;
 
 /// The description that a node library gives the program that loads it; static data of the library.
 struct LibraryEntry {

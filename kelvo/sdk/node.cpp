@@ -15,14 +15,6 @@ Input Node::inputAt(String path) const {
     return get() ? Input(get()->parseInputPath(std::move(path))) : Input();
 }
 
-Input Node::createInput(String name, AttrType type) const {
-    return get() ? Input(get()->createInput(std::move(name), type)) : Input();
-}
-
-Input Node::createArray(String name, AttrType elementType) const {
-    return get() ? Input(get()->createArray(std::move(name), elementType)) : Input();
-}
-
 Output Node::output(String name) const {
     const interfaces::INode* node = get();
     return node ? Output(node->output(std::move(name))) : Output();
@@ -45,10 +37,6 @@ ds::Vector<Output> Node::outputs() const {
     for (u64 i = 0; i < outputCount(); ++i)
         all.push_back(output(i));
     return all;
-}
-
-Output Node::createOutput(String name, AttrType type) const {
-    return get() ? Output(get()->createOutput(std::move(name), type)) : Output();
 }
 
 } // namespace qv::kelvo_sdk

@@ -2,20 +2,27 @@
 
 #include "kelvo/base/ref_counted.h"
 #include "kelvo/sdk/attr_type.h"
+#include "kelvo/sdk/borrowed.h"
 #include "kelvo/sdk/element_type.h"
 #include "kelvo/sdk/input_access.h"
 #include "kelvo/sdk/interfaces/i_output.h"
+#include "kelvo/sdk/result.h"
 
 #include <span>
 
 namespace qv::kelvo_sdk {
 
-/// Handle on an output; keeps it alive. Every operation is safe on an empty handle, which answers
-/// empty, false or 0.
+/// Handle on an output; keeps it alive. Every operation is safe on an empty handle: questions
+/// answer empty, false or 0, and `read` fails with a message.
 class QV_EXPORT Output : public RefersTo<interfaces::IOutput> {
 public:
-    using RefersTo::get;
     using RefersTo::RefersTo;
+
+    /// Returns the object, borrowed, valid while a handle holds it; null when empty. The value is
+    /// `get<T>()`.
+    [[nodiscard]] Borrowed<interfaces::IOutput> get() const noexcept {
+        return Borrowed<interfaces::IOutput>(RefersTo::get());
+    }
 
     [[nodiscard]] String name() const { return get() ? get()->name() : String(); }
     [[nodiscard]] String path() const { return get() ? get()->path() : String(); }
@@ -31,16 +38,18 @@ public:
     /// other; empty when it gives nothing. A node in it is borrowed. Needs kelvo/sdk/input.h.
     [[nodiscard]] Input evaluate(EvalCtx* ctx = nullptr) const;
     /// Evaluates the output and reads what it gives as a `T`, converted, as `Input::read` does.
-    /// False, `out` unchanged, when there is no value or it does not convert.
+    /// Fails, `out` unchanged, when there is no value or it does not convert.
     template<typename T>
-    bool read(T& out, EvalCtx* ctx = nullptr) const {
-        const RefersTo<interfaces::IInput> value = evaluated(ctx);
-        return value && detail::read(*value, out, nullptr);
+    Result read(T& out, EvalCtx* ctx = nullptr) const {
+        // Callbacks that are asked may let go of this handle.
+        const RefersTo<interfaces::IOutput> held(*this);
+        if (tryRead(out, ctx)) return {};
+        return detail::readFailure(held.get(), detail::written(T()));
     }
     /// Evaluates the output and reads what it gives as a `T`; `fallback` when that fails.
     template<typename T>
     [[nodiscard]] T get(T fallback = T()) const {
-        read(fallback);
+        tryRead(fallback, nullptr);
         return fallback;
     }
     /// Evaluates a buffer output whose element type is exactly that of `T` and returns the
@@ -49,13 +58,13 @@ public:
     template<typename T>
     [[nodiscard]] std::span<const T> buffer(EvalCtx* ctx = nullptr) const {
         interfaces::BufferView view;
-        if (!read(view, ctx) || view.type != elementTypeOf<T>) return {};
+        if (!tryRead(view, ctx) || view.type != elementTypeOf<T>) return {};
         return {static_cast<const T*>(view.data), view.count};
     }
     /// Evaluates the output and returns what it gives as text; empty when it gives nothing.
     [[nodiscard]] String asString(EvalCtx* ctx = nullptr) const {
         String text;
-        read(text, ctx);
+        tryRead(text, ctx);
         return text;
     }
 
@@ -66,6 +75,11 @@ public:
     [[nodiscard]] Input target(u64 index) const;
 
 private:
+    template<typename T>
+    bool tryRead(T& out, EvalCtx* ctx) const {
+        const RefersTo<interfaces::IInput> value = evaluated(ctx);
+        return value && detail::read(*value, out, true, nullptr);
+    }
     // An input that holds the value; empty when there is none.
     [[nodiscard]] RefersTo<interfaces::IInput> evaluated(EvalCtx* ctx) const;
 };

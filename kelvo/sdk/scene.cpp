@@ -29,8 +29,11 @@ public:
     OpenEdit(const OpenEdit&) = delete;
     OpenEdit& operator=(const OpenEdit&) = delete;
 
-    void cancel() {
-        if (const Scene scene = std::exchange(m_scene, Scene())) scene->cancelEdit(m_depth);
+    // False when that was done already, or there is no scene.
+    bool cancel() {
+        const Scene scene = std::exchange(m_scene, Scene());
+        if (scene) scene->cancelEdit(m_depth);
+        return static_cast<bool>(scene);
     }
 
 private:
@@ -53,20 +56,13 @@ Scene::UndoScope::UndoScope(Scene scene)
     : RefersTo<RefCounted>(
           RefersTo<RefCounted>::adopt(new OpenEdit(std::move(scene), String(), String(), false))) {}
 
-void Scene::UndoScope::cancel() const {
-    if (get()) static_cast<OpenEdit*>(get())->cancel();
-}
-
-Node Scene::createNode(String type, String name) const {
-    return get() ? Node(get()->createNode(std::move(type), std::move(name))) : Node();
+Result Scene::UndoScope::cancel() const {
+    if (get() && static_cast<OpenEdit*>(get())->cancel()) return {};
+    return Result::failure("There is no edit to cancel: it was cancelled, or has no scene.");
 }
 
 Scene Node::scene() const {
     return get() ? Scene(get()->scene()) : Scene();
-}
-
-bool Node::rename(String name) const {
-    return scene().renameNode(*this, std::move(name));
 }
 
 ds::Vector<Node> Scene::nodes() const {

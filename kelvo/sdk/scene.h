@@ -6,6 +6,7 @@
 #include "kelvo/sdk/interfaces/scene_observer.h"
 #include "kelvo/sdk/lib_info.h"
 #include "kelvo/sdk/node.h"
+#include "kelvo/sdk/scene_listener.h"
 
 namespace qv::kelvo_sdk {
 
@@ -40,16 +41,18 @@ struct ReadOptions {
 
 /// The outcome of reading a text.
 struct ReadReport {
-    /// False when the scene stayed as it was: the text has errors, or no node that can be read.
-    bool isRead = false;
+    /// False, with the first error, when the scene stayed as it was: the text has errors, or no
+    /// node that can be read.
+    Result isRead = Result::failure("Nothing was read.");
     /// All that is not as the text has it, told or not; 0 when everything was read.
     u64 gapCount = 0;
 
     [[nodiscard]] bool isWhole() const noexcept { return isRead && gapCount == 0; }
 };
 
-/// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, which answers
-/// empty, false or 0.
+/// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, as one that was
+/// made by its default constructor and not by `create`: questions answer empty, false or 0, and
+/// what would change something fails with a message.
 class QV_EXPORT Scene : public RefersTo<interfaces::IScene> {
 public:
     using RefersTo::RefersTo;
@@ -59,41 +62,38 @@ public:
     [[nodiscard]] static Scene create();
 
     /// Creates a node: a copy of its type's definition in the scene's libraries, a bare one when
-    /// none knows the type. A taken name gets the next free number. Empty, and logged, when the
-    /// name is no simple identifier or the type is abstract.
-    Node createNode(String type, String name) const;
+    /// none knows the type. A taken name gets the next free number. Fails, and logs, when the name
+    /// is no simple identifier or the type is abstract.
+    Made<Node> createNode(String type, String name) const;
     [[nodiscard]] Node findNode(String name) const;
     [[nodiscard]] Node operator[](String name) const { return findNode(std::move(name)); }
-    bool removeNode(const Node& node) const { return get() && get()->removeNode(node.get()); }
-    bool renameNode(const Node& node, String name) const {
-        return get() && get()->renameNode(node.get(), std::move(name));
-    }
+    /// Clears every link and connection to the node and lets it go.
+    Result removeNode(const Node& node) const;
+    /// A taken name gets the next free number.
+    Result renameNode(const Node& node, const String& name) const;
     /// Moves a node so that it becomes the index-th.
-    bool moveNode(const Node& node, u64 index) const {
-        return get() && get()->moveNode(node.get(), index);
-    }
+    Result moveNode(const Node& node, u64 index) const;
     [[nodiscard]] u64 nodeCount() const { return get() ? get()->nodeCount() : 0; }
     /// Returns a node by position in creation order; empty out of range.
     [[nodiscard]] Node node(u64 index) const { return get() ? Node(get()->node(index)) : Node(); }
 
-    bool subscribe(SceneObserver* observer) const { return get() && get()->subscribe(observer); }
-    bool unsubscribe(SceneObserver* observer) const {
-        return get() && get()->unsubscribe(observer);
-    }
-    bool subscribe(BatchObserver* observer) const { return get() && get()->subscribe(observer); }
-    bool unsubscribe(BatchObserver* observer) const {
-        return get() && get()->unsubscribe(observer);
-    }
+    /// Add an observer, which must unsubscribe before it dies; fail when it is there already. A
+    /// `SceneListener` is given handles, a `SceneObserver` the interfaces, a `BatchObserver` each
+    /// edit as a whole.
+    Result subscribe(SceneListener* listener) const;
+    Result unsubscribe(SceneListener* listener) const;
+    Result subscribe(SceneObserver* observer) const;
+    Result unsubscribe(SceneObserver* observer) const;
+    Result subscribe(BatchObserver* observer) const;
+    Result unsubscribe(BatchObserver* observer) const;
 
     // Undo and redo: see `IScene`, and `UndoScope` below.
 
-    bool setUndoEnabled(bool enabled) const { return get() && get()->setUndoEnabled(enabled); }
+    Result setUndoEnabled(bool enabled) const;
     [[nodiscard]] bool undoEnabled() const { return get() && get()->undoEnabled(); }
-    void setUndoLimits(const UndoLimits& limits) const {
-        if (get()) get()->setUndoLimits(limits);
-    }
-    bool undo() const { return get() && get()->undo(); }
-    bool redo() const { return get() && get()->redo(); }
+    Result setUndoLimits(const UndoLimits& limits) const;
+    Result undo() const;
+    Result redo() const;
     [[nodiscard]] u64 undoCount() const { return get() ? get()->undoCount() : 0; }
     [[nodiscard]] u64 redoCount() const { return get() ? get()->redoCount() : 0; }
     [[nodiscard]] UndoStep undoStep(u64 index) const {
@@ -103,23 +103,17 @@ public:
         return get() ? get()->redoStep(index) : UndoStep();
     }
     [[nodiscard]] u64 undoBytes() const { return get() ? get()->undoBytes() : 0; }
-    void setCheckpoint(String name) const {
-        if (get()) get()->setCheckpoint(std::move(name));
-    }
-    bool returnTo(String name) const { return get() && get()->returnTo(std::move(name)); }
+    Result setCheckpoint(const String& name) const;
+    Result returnTo(const String& name) const;
     [[nodiscard]] StringVector checkpoints() const {
         return get() ? get()->checkpoints() : StringVector();
     }
-    void markSaved() const {
-        if (get()) get()->markSaved();
-    }
+    Result markSaved() const;
     [[nodiscard]] bool isSaved() const { return !get() || get()->isSaved(); }
 
-    /// Lets the scene know the types of a library, behind those of the libraries it has; false when
+    /// Lets the scene know the types of a library, behind those of the libraries it has; fails when
     /// it has it already, or when that is no library of definitions.
-    bool addLibrary(const LibInfo& library) const {
-        return get() && get()->addLibrary(library.get());
-    }
+    Result addLibrary(const LibInfo& library) const;
 
     /// Returns how many libraries the scene has.
     [[nodiscard]] u64 libraryCount() const;
@@ -129,15 +123,11 @@ public:
 
     /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
     /// in: for many queries on deep graphs.
-    void setDirtyStateCached(bool cached) const {
-        if (get()) get()->setDirtyStateCached(cached);
-    }
+    Result setDirtyStateCached(bool cached) const;
 
     /// Keeps up to `maxBytes` of what eval callbacks give, for as long as nothing changes that
     /// their nodes depend on; 0 keeps nothing. `isChecked` finds callbacks that this does not suit.
-    void setEvalCache(u64 maxBytes, bool isChecked = false) const {
-        if (get()) get()->setEvalCache(maxBytes, isChecked);
-    }
+    Result setEvalCache(u64 maxBytes, bool isChecked = false) const;
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const {
         return get() ? get()->evalCacheFigures() : interfaces::EvalCacheFigures();
     }
@@ -152,9 +142,10 @@ public:
     /// Returns the scene as text that `read` takes back.
     [[nodiscard]] String text() const;
     /// Adds what a scene text describes. Names that the scene has already get a number, and the
-    /// text's references follow. On any error false: the scene stays as it was and `diagnostics`,
-    /// when given, tells all that was found (at most 20). `source` names the text in them.
-    bool read(String text, String source, Diagnostics* diagnostics = nullptr) const;
+    /// text's references follow. On any error it fails with the first one: the scene stays as it
+    /// was and `diagnostics`, when given, tells all that was found (at most 20). `source` names the
+    /// text in them.
+    Result read(String text, String source, Diagnostics* diagnostics = nullptr) const;
     /// The same with a choice. A node takes the lines that could not be read inside of it along
     /// when it is renamed, converted, removed and brought back; those between nodes stay.
     ReadReport read(String text, String source, const ReadOptions& options,
@@ -172,8 +163,9 @@ public:
 class QV_EXPORT Scene::UndoScope : public RefersTo<RefCounted> {
 public:
     UndoScope(Scene scene, String doText, String undoText);
-    /// Ends the step and takes back what was done since it began; the scope is then done with.
-    void cancel() const;
+    /// Ends the step and takes back what was done since it began; the scope is then done with, and
+    /// cannot be cancelled again.
+    Result cancel() const;
 
 private:
     friend class impl::NodeChangeScope;

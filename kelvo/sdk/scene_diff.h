@@ -43,23 +43,22 @@ struct DiffOptions {
 /// connections, order, comments. What a scene's text leaves to a definition counts as not there.
 class QV_EXPORT SceneDiff {
 public:
-    /// Compares; in the order of `after`, what is gone first. Empty when a scene is nested so deep
-    /// that its text does not read back, which `error` tells.
-    [[nodiscard]] static SceneDiff between(const Scene& before, const Scene& after,
-                                           const DiffOptions& options = {},
-                                           String* error = nullptr);
+    /// Compares; in the order of `after`, what is gone first. Fails when a scene is nested so deep
+    /// that its text does not read back.
+    [[nodiscard]] static Made<SceneDiff> between(const Scene& before, const Scene& after,
+                                                 const DiffOptions& options = {});
 
     [[nodiscard]] const std::vector<SceneChange>& changes() const noexcept { return m_changes; }
     [[nodiscard]] bool isEmpty() const noexcept { return m_changes.empty(); }
     void add(SceneChange change) { m_changes.push_back(std::move(change)); }
 
-    /// Makes the changes in a scene, all or none, as one undo step. False, and `error` names the
-    /// place, when the scene is not as a change says that it was.
+    /// Makes the changes in a scene, all or none, as one undo step. Fails, and names the place,
+    /// when the scene is not as a change says that it was.
     ///
     /// Values, links, connections and elements change in the nodes that there are, inputs go,
     /// nodes come, go, move and get new names. With changes of other sorts the scene's nodes become
     /// new ones.
-    [[nodiscard]] bool applyTo(const Scene& scene, String& error) const;
+    Result applyTo(const Scene& scene) const;
 
 private:
     std::vector<SceneChange> m_changes;
@@ -87,10 +86,10 @@ struct MergeOptions {
 };
 
 /// Merges what two sides made of a scene into `merged`, an empty scene; what both changed alike
-/// changes once. The merged scene gets the libraries of the others. False, and `error` tells why,
-/// when there is no merged scene.
-[[nodiscard]] QV_EXPORT bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
-                                         const MergeOptions& options, const Scene& merged,
-                                         std::vector<MergeConflict>& conflicts, String& error);
+/// changes once. The merged scene gets the libraries of the others. Fails when the merged scene
+/// cannot be: conflicts are no failure.
+QV_EXPORT Result mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
+                             const MergeOptions& options, const Scene& merged,
+                             std::vector<MergeConflict>& conflicts);
 
 } // namespace qv::kelvo_sdk

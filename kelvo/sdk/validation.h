@@ -35,8 +35,8 @@ public:
     explicit FindingFix(String text) : m_text(std::move(text)) {}
     /// Returns what it does: "remove element [0]".
     [[nodiscard]] const String& text() const noexcept { return m_text; }
-    /// Edits the scene; false when there is nothing left to fix or it is refused.
-    virtual bool apply() = 0;
+    /// Edits the scene; fails when there is nothing left to fix or it is refused.
+    virtual Result apply() = 0;
 
 private:
     String m_text;

@@ -174,13 +174,12 @@ TEST_P(Depth, Comparison_SaysThatItIsTooDeep) {
     tests::runOnSmallStack(
         [this] {
             make();
-            String error;
-            EXPECT_TRUE(SceneDiff::between(m_scene, m_scene, {}, &error).isEmpty());
-            EXPECT_EQ(error, "a scene is nested too deep to be compared.");
+            const char* tooDeep = "a scene is nested too deep to be compared.";
+            EXPECT_EQ(SceneDiff::between(m_scene, m_scene).message(), tooDeep);
             std::vector<MergeConflict> conflicts;
-            EXPECT_FALSE(
-                mergeScenes(m_scene, m_scene, m_scene, {}, Scene::create(), conflicts, error));
-            EXPECT_EQ(error, "a scene is nested too deep to be compared.");
+            EXPECT_EQ(
+                mergeScenes(m_scene, m_scene, m_scene, {}, Scene::create(), conflicts).message(),
+                tooDeep);
         },
         smallStack);
 }

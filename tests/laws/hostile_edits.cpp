@@ -141,8 +141,7 @@ const std::vector<Deed> kEdits = {
          later.removeNode(later["c"]);
          if (const Node b = later["b"]) b.removeInput("s");
          later.createNode("thing", "new");
-         String error;
-         static_cast<void>(SceneDiff::between(scene, later).applyTo(scene, error));
+         static_cast<void>(SceneDiff::between(scene, later).applyTo(scene));
      }},
     {"return to a checkpoint",
      [](Stage& s) {

@@ -97,8 +97,7 @@ void makePatch(OomWorld& w, bool isNew) {
 }
 
 bool appliesPatch(OomWorld& w) {
-    String error;
-    return textsOf(w).patch.applyTo(w.scene(), error) && error.isEmpty();
+    return textsOf(w).patch.applyTo(w.scene());
 }
 
 // The observers of the nodes are lost with the old nodes.
@@ -111,11 +110,9 @@ bool appliesPatchAnew(OomWorld& w) {
 bool merges(OomWorld& w) {
     const Scene merged = Scene::create();
     std::vector<kelvo_sdk::MergeConflict> conflicts;
-    String error;
     const Scene base;
     try {
-        if (!mergeScenes(base, w.scene(), textsOf(w).other, {}, merged, conflicts, error))
-            return false;
+        if (!mergeScenes(base, w.scene(), textsOf(w).other, {}, merged, conflicts)) return false;
     } catch (const std::bad_alloc&) {
         const auto& left = static_cast<const kelvo_sdk::impl::Scene&>(*merged.get());
         if (!left.libraries().empty() || left.nodeCount() != 0) return false;
@@ -328,10 +325,7 @@ const std::vector<OomEdit> kEdits = {
     {"differences: applyTo with new nodes", [](OomWorld& w) { makePatch(w, true); },
      appliesPatchAnew},
     {"differences: applyTo, refused", [](OomWorld& w) { makePatch(w, false); },
-     [](OomWorld& w) {
-         String error;
-         return !textsOf(w).patch.applyTo(textsOf(w).other, error) && !error.isEmpty();
-     }},
+     [](OomWorld& w) { return !textsOf(w).patch.applyTo(textsOf(w).other).message().isEmpty(); }},
     {"differences: mergeScenes", addTexts, merges},
 
     {"validation: validate", addShape, [](OomWorld& w) { return !validate(w.scene()).empty(); }},

@@ -22,8 +22,10 @@ inline Merged merge(const std::string& base, const std::string& mine, const std:
     Merged made;
     std::vector<kelvo_sdk::MergeConflict> conflicts;
     const auto scene = kelvo_sdk::Scene::create();
-    made.isMade = mergeScenes(sceneOf(base), sceneOf(mine), sceneOf(theirs), options, scene,
-                              conflicts, made.error);
+    const kelvo_sdk::Result isMade =
+        mergeScenes(sceneOf(base), sceneOf(mine), sceneOf(theirs), options, scene, conflicts);
+    made.isMade = isMade;
+    made.error = isMade.message();
     made.text = textOf(scene);
     for (const kelvo_sdk::MergeConflict& conflict : conflicts) {
         const auto shown = [](const std::optional<String>& text) {

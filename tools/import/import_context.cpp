@@ -10,7 +10,8 @@ Node createNamed(ImportContext& context, const char* type, std::string_view orig
 }
 
 void addChild(const Node& parent, const Node& child) {
-    if (parent) parent.createArray("children", AttrType::Node).append().set(child);
+    // Both nodes are of one scene, and nobody else knows them yet.
+    if (parent) (void)parent.createArray("children", AttrType::Node).append().set(child);
 }
 
 void placeByName(ImportContext& context, const Node& node, const aiString& name) {

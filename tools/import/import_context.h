@@ -65,7 +65,8 @@ void placeByName(ImportContext& context, const Node& node, const aiString& name)
 /// Creates a new input of the node and sets it.
 template<typename T>
 void addInput(const Node& node, const String& name, AttrType type, const T& value) {
-    node.createInput(name, type).set(value);
+    // Nothing is said of a new input that could refuse a value of its kind.
+    (void)node.createInput(name, type).set(value);
 }
 
 /// Creates a buffer input from `count` elements at `data`; creates nothing if `count` is 0.

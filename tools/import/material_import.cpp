@@ -32,7 +32,7 @@ private:
                std::span<const std::string_view> choices = {}) const {
         const String free = freeName(name);
         if (property.writeTo(m_node.createInput(free, type), choices)) return true;
-        m_node.removeInput(free);
+        (void)m_node.removeInput(free); // It was just made.
         return false;
     }
 

@@ -135,7 +135,7 @@ bool importModel(const Scene& scene, const String& file, Report& report,
         report.error = reasonOf("", file);
     }
     while (scene.nodeCount() > before)
-        scene.removeNode(scene.node(scene.nodeCount() - 1));
+        (void)scene.removeNode(scene.node(scene.nodeCount() - 1));
     return false;
 }
 

@@ -119,8 +119,9 @@ void importSpace(ImportContext& context) {
     const math::Mat4d matrix = change(context.space, wanted);
     // Skips the identity: even multiplying with it may turn -0 into 0.
     if (!(matrix == math::Mat4d::identity)) {
+        // The inputs were made for the import, as Mat4.
         for (const Node& top : context.tops)
-            top["matrix"].set(top["matrix"].get<math::Mat4d>() * matrix);
+            (void)top["matrix"].set(top["matrix"].get<math::Mat4d>() * matrix);
     }
     Space space = context.space;
     if (!wanted.upAxis.isEmpty()) space.upAxis = wanted.upAxis;

@@ -35,13 +35,12 @@ Status compare(const DiffOptions& options, Terminal& out) {
     }
     Versions scenes;
     if (!scenes.load({options.before, options.after})) return Status::Usage;
-    String error;
     const auto diff = [&] {
         const ProgressLine line("kelvo: comparing");
-        return SceneDiff::between(scenes[0], scenes[1], {!options.ignoreComments}, &error);
+        return SceneDiff::between(scenes[0], scenes[1], {!options.ignoreComments});
     }();
-    if (!error.isEmpty()) {
-        complain(error);
+    if (!diff.result()) {
+        complain(diff.message());
         return Status::Usage;
     }
     if (!options.quiet && isJson) out.writeData(toJson(diff).view());

@@ -61,7 +61,8 @@ void removeElements(const kelvo_sdk::Scene& scene, const kelvo_sdk::Node& node) 
             if (!owner.hasInput(name, AttrType::Array)) continue;
             const Input list = owner[name];
             for (u64 element = list.inputCount(); element-- > 0;)
-                if (list.input(element).asNode(false) == node) list.removeInput(element);
+                // A read-only list keeps the element, which ends up empty.
+                if (list.input(element).asNode(false) == node) (void)list.removeInput(element);
         }
 }
 

@@ -28,7 +28,8 @@ bool turn(EditSession& session, const Edit& edit, Way way, EditFault& fault) {
                             (way == Way::Back ? " can be undone." : " can be done again."));
     for (; count != 0; --count) {
         const UndoStep step = way == Way::Back ? scene.undoStep(0) : scene.redoStep(0);
-        if (!(way == Way::Back ? scene.undo() : scene.redo())) return fault.at(0, "refused.");
+        const kelvo_sdk::Result isTurned = way == Way::Back ? scene.undo() : scene.redo();
+        if (!isTurned) return fault.at(0, isTurned.message());
         if (!session.isPrompt()) continue;
         const String& text = way == Way::Back ? step.undoText : step.doText;
         session.out().write(Tone::Note, text.view()).endLine();
@@ -45,15 +46,16 @@ bool runRedo(EditSession& session, const Edit& edit, EditFault& fault) {
 }
 
 bool runCheckpoint(EditSession& session, const Edit& edit, EditFault&) {
-    session.scene().setCheckpoint(edit.words[1].text);
-    return true;
+    return session.scene().setCheckpoint(edit.words[1].text);
 }
 
 bool runReturn(EditSession& session, const Edit& edit, EditFault& fault) {
     const String& name = edit.words[1].text;
     const StringVector known = session.scene().checkpoints();
-    if (std::ranges::find(known, name) != known.end())
-        return session.scene().returnTo(name) || fault.at(0, "refused.");
+    if (std::ranges::find(known, name) != known.end()) {
+        const kelvo_sdk::Result isThere = session.scene().returnTo(name);
+        return isThere || fault.at(0, isThere.message());
+    }
     SpellingSuggestion near(name.view());
     for (const String& candidate : known)
         near.offer(candidate.view());

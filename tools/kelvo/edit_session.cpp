@@ -40,7 +40,7 @@ bool runInStep(const EditCommand& command, EditSession& session, const Edit& edi
         if (!said.isEmpty()) warn(said);
         return true;
     }
-    scope.cancel();
+    (void)scope.cancel(); // It is open.
     if (fault.message.isEmpty()) fault.message = said.isEmpty() ? String("refused.") : said;
     return false;
 }
@@ -57,12 +57,13 @@ bool EditSession::open(WithTypes types) {
                                                               : m_document.read(m_scene));
     if (!isRead) return false;
     m_hasTypes = knowsTypes(m_scene);
-    m_scene.setUndoEnabled(true);
-    // The bound on bytes suffices for long scripts, so the bound on steps is large.
+    // Nothing is under way in a scene that was just made.
+    (void)m_scene.setUndoEnabled(true);
+    // Scripts may be long; what they hold on to is bounded by its bytes.
     kelvo_sdk::UndoLimits limits;
     limits.steps = 1'000'000;
-    m_scene.setUndoLimits(limits);
-    m_scene.markSaved();
+    (void)m_scene.setUndoLimits(limits);
+    (void)m_scene.markSaved();
     return true;
 }
 
@@ -92,7 +93,7 @@ bool EditSession::save(const String& file) {
         return true;
     }
     if (!m_document.save(m_scene, isOwn ? m_outFile : file, m_out)) return false;
-    if (isOwn) m_scene.markSaved();
+    if (isOwn) (void)m_scene.markSaved(); // There is a scene.
     return true;
 }
 

@@ -95,7 +95,7 @@ bool Libraries::loadPlugins(const StringVector& paths) {
 
 void Libraries::addTo(const kelvo_sdk::Scene& scene) const {
     for (const NamedLibrary& known : m_all)
-        scene.addLibrary(known.library);
+        (void)scene.addLibrary(known.library); // It may have it already.
 }
 
 std::vector<const INode*> Libraries::types() const {

@@ -64,15 +64,13 @@ Status mergeFiles(const MergeArguments& arguments, Terminal& out) {
     Versions scenes;
     if (!scenes.load({arguments.base, arguments.mine, arguments.theirs})) return Status::Usage;
     std::vector<MergeConflict> conflicts;
-    String error;
     const Scene merged = Scene::create();
-    const bool isMerged = [&] {
+    const kelvo_sdk::Result isMerged = [&] {
         const ProgressLine line("kelvo: merging");
-        return kelvo_sdk::mergeScenes(scenes[0], scenes[1], scenes[2], options, merged, conflicts,
-                                      error);
+        return kelvo_sdk::mergeScenes(scenes[0], scenes[1], scenes[2], options, merged, conflicts);
     }();
     if (!isMerged) {
-        complain("what both sides changed does not go together: " + error);
+        complain("what both sides changed does not go together: " + isMerged.message());
         return Status::Usage;
     }
     // Writes MINE by default, where git expects the result.

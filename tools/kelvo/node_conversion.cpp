@@ -9,6 +9,7 @@ namespace qv::kelvo_tool {
 namespace {
 
 using kelvo_sdk::Node;
+using kelvo_sdk::Result;
 using kelvo_sdk::Scene;
 using kelvo_sdk::SceneChange;
 using kelvo_sdk::SceneDiff;
@@ -57,11 +58,14 @@ bool convertNode(const Scene& scene, const Node& node, const String& type,
     const Node converted = after.findNode(node.name()).convertTo(type, &losses);
     if (!converted.get()) return false;
     SceneDiff diff;
-    const SceneDiff made = SceneDiff::between(before, after, {}, &error);
+    const auto made = SceneDiff::between(before, after);
+    error = made.message();
     for (const SceneChange& change : made.changes())
         if (!isOf(change, node.name())) diff.add(change);
     addExchange(scene, node, converted, diff);
-    return diff.applyTo(scene, error);
+    const Result isDone = diff.applyTo(scene);
+    if (!isDone) error = isDone.message();
+    return isDone;
 }
 
 } // namespace qv::kelvo_tool

@@ -8,6 +8,7 @@ namespace qv::kelvo_tool {
 
 namespace {
 
+using kelvo_sdk::Result;
 using kelvo_sdk::Scene;
 using kelvo_sdk::SceneDiff;
 
@@ -34,15 +35,14 @@ bool loadPatch(const String& file, SceneDiff& diff) {
     return false;
 }
 
-// Tries again with types, as the changes may refer to attributes that the text leaves to types.
-bool apply(const SceneDiff& diff, const Document& document, Scene& scene, String& error) {
-    if (diff.applyTo(scene, error)) return true;
+// The changes may refer to attributes that are left to the types of nodes.
+Result apply(const SceneDiff& diff, const Document& document, Scene& scene) {
+    const Result isDone = diff.applyTo(scene);
+    if (isDone) return isDone;
     const Scene typed = Scene::create();
-    String ignored;
-    if (knowsTypes(scene) || !document.readWithTypes(typed)) return false;
-    if (!diff.applyTo(typed, ignored)) return false;
+    if (knowsTypes(scene) || !document.readWithTypes(typed) || !diff.applyTo(typed)) return isDone;
     scene = typed;
-    return true;
+    return {};
 }
 
 Status runPatch(const PatchOptions& options, Terminal& out) {
@@ -52,9 +52,8 @@ Status runPatch(const PatchOptions& options, Terminal& out) {
     // Reads the patch first: it may come through a pipe from a command that still edits the scene.
     if (!loadPatch(options.patch, diff)) return Status::Fault;
     if (!document.openToEdit(options.file) || !document.read(scene)) return Status::Fault;
-    String error;
-    if (!apply(diff, document, scene, error)) {
-        complain(displayed(options.file) + ": " + error);
+    if (const Result isDone = apply(diff, document, scene); !isDone) {
+        complain(displayed(options.file) + ": " + isDone.message());
         return Status::Fault;
     }
     return document.save(scene, options.outFile, out) ? Status::Ok : Status::Fault;

@@ -54,7 +54,7 @@ String total(const NodePaths& paths) {
 
 String textOf(const math::Mat4d& matrix) {
     const auto value = kelvo_sdk::Input::create(kelvo_sdk::AttrType::Mat4);
-    value.set(matrix);
+    (void)value.set(matrix); // It is of that kind.
     return value.asString();
 }
 

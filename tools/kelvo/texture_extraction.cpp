@@ -14,6 +14,7 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Node;
+using kelvo_sdk::Result;
 
 // Models are untrusted: an extension must not lead out of the folder.
 bool isPlain(std::string_view ext) {
@@ -40,9 +41,14 @@ bool extractTextures(const kelvo_sdk::Scene& scene, const String& folder, const 
         const auto bytes = node["data"].buffer<u8>();
         const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
         if (!writeFile(file, text, error)) return false;
-        node.setPath(areAbsolute ? model_import::absolutePath(file)
-                                 : model_import::pathFrom(sceneFolder, file));
-        node.removeInput("data");
+        const Result isMoved =
+            node.setPath(areAbsolute ? model_import::absolutePath(file)
+                                     : model_import::pathFrom(sceneFolder, file));
+        const Result isDone = isMoved ? node.removeInput("data") : isMoved;
+        if (!isDone) {
+            error = isDone.message();
+            return false;
+        }
     }
     return true;
 }

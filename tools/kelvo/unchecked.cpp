@@ -29,8 +29,7 @@ StringVector markUnchecked(const Scene& scene) {
              .field = "@unchecked",
              .after = String()});
     }
-    String error;
-    const bool isMarked = marks.applyTo(scene, error);
+    const bool isMarked = marks.applyTo(scene);
     for (String& sentence : told)
         sentence = (isMarked ? "kept and marked @unchecked: " : "kept: ") + sentence;
     return told;

@@ -15,23 +15,21 @@ namespace {
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
 using kelvo_sdk::Node;
+using kelvo_sdk::Result;
 using kelvo_sdk::Scene;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
 
-bool link(const Scene& scene, const Input& input, const String& name, String& error) {
-    if (input.setString(name)) return true;
-    error = "cannot link '" + input.path() + "': " + noSuchNode(scene, name);
-    return false;
-}
-
+// The reason is told as the error, and not in the log too.
 bool setText(const Input& input, const String& value, String& error) {
-    const Reason reason;
-    if (input.setString(value)) return true;
-    error = reason.text();
-    if (error.isEmpty())
-        error = "cannot set '" + input.path() + "': '" + value + "' is no value of kind " +
-                input->typeName() + ": expected " + kelvo_sdk::attrTypeForm(input.type()) + ".";
+    const Reason silenced;
+    const Result isSet = input.setString(value);
+    if (isSet) return true;
+    error = isSet.message();
+    // A slip in the text that was given goes on behind the name of the file.
+    const bool isSlip =
+        error.startsWith("Cannot set '", false) || error.startsWith("Cannot link '", false);
+    if (isSlip) error = "c" + error.substr(1);
     return false;
 }
 
@@ -75,15 +73,7 @@ bool typeAccepts(const Scene& scene, const Input& input, const String& value, St
 } // namespace
 
 bool assign(const Scene& scene, const Input& input, const String& value, String& error) {
-    const AttrType type = input.type();
-    if (type == AttrType::Array || type == AttrType::Object || type == AttrType::Null) {
-        error = "'" + input.path() + "' is of kind " + input->typeName() +
-                ", which takes no value" + (type == AttrType::Null ? "." : ": set what it holds.");
-        return false;
-    }
-    if (!typeAccepts(scene, input, value, error)) return false;
-    if (type == AttrType::Node) return link(scene, input, value, error);
-    return setText(input, value, error);
+    return typeAccepts(scene, input, value, error) && setText(input, value, error);
 }
 
 const IInput* leftOutInput(const Scene& scene, const String& path) {

@@ -44,7 +44,8 @@ void appendShortText(const String& text, StringIO& out) {
 
 void appendShortBuffer(const BufferView& view, StringIO& out) {
     const Input start = Input::create(AttrType::Buffer);
-    start.set(BufferView{view.type, view.data, std::min(view.count, mostElements)});
+    // It declares no element type, so that it takes all.
+    (void)start.set(BufferView{view.type, view.data, std::min(view.count, mostElements)});
     out.append(start.asString().view());
     if (view.count <= mostElements) return;
     out.truncate(out.size() - 1);

@@ -47,8 +47,8 @@ void sceneDiff_applyTo(benchmark::State& state) {
         state.PauseTiming();
         const Scene scene = sceneOf(meshes(state.range(0), false));
         state.ResumeTiming();
-        String error;
-        if (!diff.applyTo(scene, error)) state.SkipWithError(error.buf());
+        const Result isDone = diff.applyTo(scene);
+        if (!isDone) state.SkipWithError(isDone.message().buf());
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -60,9 +60,8 @@ void sceneMerge(benchmark::State& state) {
     for (auto _ : state) {
         const Scene merged = Scene::create();
         std::vector<MergeConflict> conflicts;
-        String error;
-        if (!mergeScenes(base, mine, base, {}, merged, conflicts, error))
-            state.SkipWithError(error.buf());
+        const Result isMerged = mergeScenes(base, mine, base, {}, merged, conflicts);
+        if (!isMerged) state.SkipWithError(isMerged.message().buf());
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }

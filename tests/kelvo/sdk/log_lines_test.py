@@ -6,6 +6,8 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 FLOORS = ("kelvo/base", "kelvo/sdk", "kelvo/files")
 CALL = re.compile(r'log(?:Error|Warning)\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)')
+# Sentences for the log and for results.
+FORMAT = re.compile(r'String::format\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)')
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 
 # These calls log a whole diagnostic, which names its place.
@@ -54,6 +56,12 @@ class LogLines(unittest.TestCase):
         self.assertGreater(len(found), 45)
         wrong = [f"{place}: \"{words}\" {fault(words)}" for place, words in found if fault(words)]
         self.assertEqual(wrong, [])
+
+    def test_each_refusal_is_one_sentence_that_names_its_subject(self):
+        text = (ROOT / "kelvo/sdk/impl/graph/refusals.cpp").read_text()
+        found = ["".join(LITERAL.findall(call.group(1))) for call in FORMAT.finditer(text)]
+        self.assertGreater(len(found), 5)
+        self.assertEqual([words for words in found if fault(words)], [])
 
     def test_each_call_has_a_text_of_its_own(self):
         calls = sum(len(re.findall(r"\blog(?:Error|Warning)\((?!const char)", source.read_text()))

@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 #include "kelvo/sdk/impl/diff/scene_patch.h"
+#include "kelvo/sdk/impl/graph/handle_failure.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -41,36 +42,34 @@ const char* sceneSubjectName(SceneChange::Subject subject) noexcept {
     return names[static_cast<int>(subject)];
 }
 
-SceneDiff SceneDiff::between(const Scene& before, const Scene& after, const DiffOptions& options,
-                             String* error) {
+Made<SceneDiff> SceneDiff::between(const Scene& before, const Scene& after,
+                                   const DiffOptions& options) {
     SceneDiff diff;
     impl::SceneDocument earlier;
     impl::SceneDocument later;
     String problem;
-    if (impl::recordScene(before, earlier, problem) && impl::recordScene(after, later, problem))
-        diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
-    else if (error)
-        *error = problem;
+    if (!impl::recordScene(before, earlier, problem) || !impl::recordScene(after, later, problem))
+        return Result::failure(problem);
+    diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
     return diff;
 }
 
-bool SceneDiff::applyTo(const Scene& scene, String& error) const {
-    if (scene.get()) return impl::applyChanges(m_changes, scene, error);
-    error = "there is no scene.";
-    return false;
+Result SceneDiff::applyTo(const Scene& scene) const {
+    if (!scene.get()) return impl::emptyHandle("scene");
+    String problem;
+    if (impl::applyChanges(m_changes, scene, problem)) return {};
+    return Result::failure(problem);
 }
 
-bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
-                 const MergeOptions& options, const Scene& merged,
-                 std::vector<MergeConflict>& conflicts, String& error) {
-    if (!merged.get()) {
-        error = "there is no scene.";
-        return false;
-    }
+Result mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
+                   const MergeOptions& options, const Scene& merged,
+                   std::vector<MergeConflict>& conflicts) {
+    if (!merged.get()) return impl::emptyHandle("scene");
+    String problem;
     impl::SceneDocument documents[3];
     const Scene* const scenes[3] = {&base, &mine, &theirs};
     for (u64 i = 0; i < 3; ++i)
-        if (!impl::recordScene(*scenes[i], documents[i], error)) return false;
+        if (!impl::recordScene(*scenes[i], documents[i], problem)) return Result::failure(problem);
     impl::SceneMerger merger(documents[0], documents[1], documents[2], options);
     const impl::SceneDocument made = merger.run();
     conflicts = merger.takeConflicts();
@@ -79,9 +78,9 @@ bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
     LibrariesForText libraries(merged);
     for (const Scene* scene : scenes)
         impl::shareLibraries(*scene, merged);
-    if (!impl::readText(merged, made.text(), error)) return false;
+    if (!impl::readText(merged, made.text(), problem)) return Result::failure(problem);
     libraries.keep();
-    return true;
+    return {};
 }
 
 } // namespace qv::kelvo_sdk

@@ -60,7 +60,7 @@ bool changeNodes(const kelvo_sdk::Scene& scene, const std::vector<SceneChange>& 
     const kelvo_sdk::Scene::UndoScope attempt(scene, String(), String());
     LivePatcher patcher(implOf(*scene.get()), changes);
     if (patcher.run() && result.isReachedBy(scene)) return true;
-    attempt.cancel();
+    (void)attempt.cancel(); // It is open.
     return false;
 }
 
@@ -103,7 +103,7 @@ bool applyChanges(const std::vector<SceneChange>& changes, const kelvo_sdk::Scen
     const kelvo_sdk::Scene::UndoScope scope(scene, "Apply patch", "Take back patch");
     if (changeNodes(scene, changes, result)) return true;
     if (result.read(error)) return makeAnew(scene, result.text());
-    scope.cancel();
+    (void)scope.cancel(); // It is open.
     return false;
 }
 

@@ -29,11 +29,14 @@ RefersTo<interfaces::IInput> Output::evaluated(EvalCtx* ctx) const {
     return impl::Input::showing(value);
 }
 
-bool setBufferResult(void* out, interfaces::BufferView elements) {
+Result setBufferResult(void* out, interfaces::BufferView elements) {
     auto& result = *static_cast<impl::Buffer*>(out);
-    if (result.type() != elements.type) return false;
+    if (result.type() != elements.type)
+        return Result::failure(String::format("The output takes elements of type %s, not %s.",
+                                              dataTypeName(result.type()),
+                                              dataTypeName(elements.type)));
     result = impl::Buffer(elements.type, elements.data, elements.count);
-    return true;
+    return {};
 }
 
 } // namespace qv::kelvo_sdk

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/borrowed.h"
 #include "kelvo/sdk/interfaces/forward.h"
 
 #include <cassert>
@@ -44,6 +45,10 @@ template<typename Interface>
     using Impl = typename ImplementationOf<Interface>::Type;
     assert(!known || dynamic_cast<const Impl*>(known));
     return static_cast<const Impl*>(known);
+}
+template<typename Interface>
+[[nodiscard]] auto* implOf(Borrowed<Interface> known) noexcept {
+    return implOf(static_cast<Interface*>(known));
 }
 template<typename Interface>
 [[nodiscard]] auto& implOf(Interface& known) noexcept {

@@ -368,7 +368,6 @@ private:
     [[nodiscard]] const Node* recorder(const INode* other) const;
     void endSource(Output& output, bool isRecorded);
     void dropSource() noexcept;
-    [[nodiscard]] bool mayLinkTo(const INode* node) const;
     void relinkStash(const INode& from, INode* to);
     void linkTo(INode* node);
     void linkStash();

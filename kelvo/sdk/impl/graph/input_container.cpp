@@ -12,6 +12,7 @@
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
 
 #include "kelvo/base/log.h"
@@ -97,7 +98,7 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
 // Tells whether parts may be added, removed or moved; logs why not.
 bool Input::mayHoldOthers() const {
     if (!isReadOnly()) return true;
-    logWarning("Cannot change input '%s': it is read-only.", path().buf());
+    logWarning("%s", changeRefusal(*this).buf());
     return false;
 }
 

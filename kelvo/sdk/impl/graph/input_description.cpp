@@ -27,10 +27,6 @@ Input Input::create(AttrType type) {
     return {adoptRef, new impl::Input(nullptr, nullptr, "value", type, AttrType::Null)};
 }
 
-bool Input::copyValue(const Input& from) const {
-    return get() && from && implOf(get())->setValue(implOf(from.get())->value());
-}
-
 bool Input::isDescribed() const {
     return detailsOf(get()) != nullptr;
 }
@@ -56,10 +52,6 @@ ds::Vector<Node> Input::dependencies() const {
     for (interfaces::INode* node : found)
         nodes.push_back(Node(node));
     return nodes;
-}
-
-Input Input::createBuffer(String name, DataType elementType) const {
-    return get() ? Input(implOf(get())->createBuffer(std::move(name), elementType)) : Input();
 }
 
 Input Input::defaultValue() const {

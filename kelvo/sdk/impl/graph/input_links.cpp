@@ -8,6 +8,7 @@
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 
 #include "kelvo/base/log.h"
@@ -58,12 +59,18 @@ const char* barTo(const Output& output, const INode* from) noexcept {
 
 } // namespace
 
-bool Input::mayLinkTo(const INode* node) const {
-    const char* bar = barBetween(m_node, node);
-    if (bar)
-        logWarning("Cannot link input '%s' to node '%s': %s.", path().buf(), node->name().buf(),
-                   bar);
-    return !bar;
+String connectRefusal(const Input& input, const Output& output) {
+    const String to = output.path();
+    if (!input.takes(output))
+        return String::format(
+            "Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
+            input.path().buf(), input.typeName().buf(), to.buf(), output.typeName().buf());
+    if (const char* bar = barTo(output, input.node()))
+        return String::format("Cannot connect input '%s' to output '%s': %s.", input.path().buf(),
+                              to.buf(), bar);
+    if (!closesLoop(output, input)) return {};
+    return String::format("Cannot connect input '%s' to output '%s': this closes the loop %s.",
+                          input.path().buf(), to.buf(), loopText(output, input).buf());
 }
 
 bool Input::connect(IOutput* output) {
@@ -74,19 +81,8 @@ bool Input::connect(IOutput* output) {
         return true;
     }
     if (after == before) return true;
-    if (!takes(*after)) {
-        logWarning("Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
-                   path().buf(), typeName().buf(), after->path().buf(), after->typeName().buf());
-        return false;
-    }
-    if (const char* bar = barTo(*after, m_node)) {
-        logWarning("Cannot connect input '%s' to output '%s': %s.", path().buf(),
-                   after->path().buf(), bar);
-        return false;
-    }
-    if (closesLoop(*after, *this)) {
-        logWarning("Cannot connect input '%s' to output '%s': this closes the loop %s.",
-                   path().buf(), after->path().buf(), loopText(*after, *this).buf());
+    if (!takes(*after) || barTo(*after, m_node) || closesLoop(*after, *this)) {
+        logWarning("%s", connectRefusal(*this, *after).buf());
         return false;
     }
     EditStep step(m_node);

@@ -142,11 +142,3 @@ String InputRename::text() const {
 }
 
 } // namespace qv::kelvo_sdk::impl
-
-namespace qv::kelvo_sdk {
-
-bool Input::rename(String name) const {
-    return get() && impl::implOf(get())->rename(std::move(name));
-}
-
-} // namespace qv::kelvo_sdk

@@ -9,12 +9,13 @@
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/record_scope.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/impl/value/conversion.h"
-#include "kelvo/sdk/impl/value/value_refusal.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 #include "kelvo/sdk/interfaces/i_scene.h"
 
@@ -33,14 +34,9 @@ Value Input::defaultValue() const {
 
 // Tells whether a value of the input's kind may be stored, and logs why not.
 bool Input::writable(const Value& value) const {
-    if (value.type() == AttrType::Node && !mayLinkTo(value.asNode())) return false;
-    if (isReadOnly()) {
-        logWarning("Cannot set input '%s': it is read-only.", path().buf());
-        return false;
-    }
-    if (!details() || details()->accepts(value)) return true;
-    logWarning("Cannot set input '%s' to '%s': the value %s", path().buf(),
-               valueToText(value).buf(), refusalReason(*details(), value).buf());
+    const bool mayLink = value.type() != AttrType::Node || !barBetween(m_node, value.asNode());
+    if (mayLink && !isReadOnly() && (!details() || details()->accepts(value))) return true;
+    logWarning("%s", storeRefusal(*this, value).buf());
     return false;
 }
 

@@ -12,14 +12,6 @@
 
 #include <tuple>
 
-namespace qv::kelvo_sdk {
-
-Node Node::copyByItself(String name) const {
-    return get() ? Node(adoptRef, impl::implOf(get())->clone(nullptr, std::move(name))) : Node();
-}
-
-} // namespace qv::kelvo_sdk
-
 namespace qv::kelvo_sdk::impl {
 
 INode* Node::clone(bool deep) const {

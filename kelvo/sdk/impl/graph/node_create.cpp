@@ -13,34 +13,9 @@
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
-#include "kelvo/sdk/node.h"
-
 #include "kelvo/base/log.h"
 
 #include <tuple>
-
-namespace qv::kelvo_sdk {
-
-Input Node::createBuffer(String name, DataType elementType) const {
-    impl::Node* node = impl::implOf(get());
-    return node ? Input(node->createBuffer(std::move(name), elementType)) : Input();
-}
-
-Input Node::createInput(String name, const Input& like) const {
-    if (!get() || !like) return Input();
-    impl::AttrData data(like.type());
-    data.elementType = like.elementType();
-    data.dataType = like->dataType();
-    data.value = impl::implOf(*like).value();
-    return Input(impl::implOf(get())->createInput(std::move(name), std::move(data)));
-}
-
-Output Node::createOutput(String name, DataType elementType) const {
-    impl::Node* node = impl::implOf(get());
-    return node ? Output(node->createOutput(std::move(name), elementType)) : Output();
-}
-
-} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 

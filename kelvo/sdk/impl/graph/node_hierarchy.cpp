@@ -8,6 +8,7 @@
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_iterator.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/index/node_marks.h"
 #include "kelvo/sdk/node.h"
 
@@ -152,8 +153,7 @@ i64 Node::indexIn(INode* parent) const {
 bool Node::parentTo(INode* parent) {
     if (indexIn(parent) != -1) return false;
     if (const char* bar = barBetween(parent, this)) {
-        logWarning("Cannot parent node '%s' to node '%s': %s.", m_name.buf(), parent->name().buf(),
-                   bar);
+        logWarning("%s", parentRefusal(*this, *parent, bar).buf());
         return false;
     }
     // Who hears of the element may remove it, or either node.

@@ -9,6 +9,7 @@
 #include "kelvo/sdk/impl/graph/node_converter.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/record_scope.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/all_calls.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
@@ -18,15 +19,6 @@
 
 #include <algorithm>
 #include <unordered_map>
-
-namespace qv::kelvo_sdk {
-
-Node Node::convertTo(String type, ConversionLosses* losses) const {
-    interfaces::IScene* scene = get() ? get()->scene() : nullptr;
-    return scene ? Node(scene->convertNoting(get(), std::move(type), losses)) : Node();
-}
-
-} // namespace qv::kelvo_sdk
 
 namespace qv::kelvo_sdk::impl {
 
@@ -166,8 +158,7 @@ INode* Scene::convertNoting(INode* node, String type, ConversionLosses* losses) 
     if (!node || !contains(*node) || !checkName(type, "type")) return nullptr;
     const Node* definition = findType(type);
     if (definition && definition->isAbstract()) {
-        logError("Cannot convert node '%s': type '%s' is abstract.", node->name().buf(),
-                 type.buf());
+        logError("%s", abstractConversion(*node, type).buf());
         return nullptr;
     }
     const RefersTo<Scene> self(this);

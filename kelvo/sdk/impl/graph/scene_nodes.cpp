@@ -13,6 +13,7 @@
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/history/all_calls.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/scene.h"
@@ -23,7 +24,7 @@ namespace qv::kelvo_sdk::impl {
 
 bool Scene::checkName(const String& name, const char* what) {
     if (name.isSimpleCID()) return true;
-    logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
+    logError("%s", nameRefusal(name, what).buf());
     return false;
 }
 
@@ -35,7 +36,7 @@ INode* Scene::createNode(String type, String name) {
     if (!checkName(type, "type") || !checkName(name, "name")) return nullptr;
     const Node* definition = findType(type);
     if (definition && definition->isAbstract()) {
-        logError("Cannot create node '%s': its type '%s' is abstract.", name.buf(), type.buf());
+        logError("%s", abstractCreation(type, name).buf());
         return nullptr;
     }
     const RefersTo<Scene> self(this);

@@ -93,6 +93,8 @@ public:
     void setLimits(const UndoLimits& limits);
     [[nodiscard]] const UndoLimits& limits() const noexcept { return m_limits; }
     [[nodiscard]] bool isReplaying() const noexcept { return m_isReplaying; }
+    /// Returns why no step can be turned now, "an edit is open"; null when one can.
+    [[nodiscard]] const char* obstacle() const noexcept;
     /// Swap one step. False when there is none and, logged, while an edit or a step is under way.
     bool undo();
     bool redo();

@@ -42,6 +42,12 @@ bool History::canReplay(const char* what) const {
     return false;
 }
 
+const char* History::obstacle() const noexcept {
+    if (m_isReplaying) return "a step is undone or redone";
+    if (m_operations != 0) return "a change is under way";
+    return m_marks.empty() ? nullptr : "an edit is open";
+}
+
 bool History::undo() {
     return canReplay("undo") && !m_done.empty() && turn(m_done, m_undone);
 }

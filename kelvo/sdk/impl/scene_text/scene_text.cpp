@@ -1,5 +1,6 @@
 #include "kelvo/sdk/scene.h"
 
+#include "kelvo/sdk/impl/graph/handle_failure.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
@@ -33,14 +34,14 @@ String Scene::text() const {
     return out.take();
 }
 
-bool Scene::read(String text, String source, Diagnostics* diagnostics) const {
+Result Scene::read(String text, String source, Diagnostics* diagnostics) const {
     return read(std::move(text), std::move(source), ReadOptions(), diagnostics).isRead;
 }
 
 ReadReport Scene::read(String text, String source, const ReadOptions& options,
                        Diagnostics* diagnostics) const {
-    ReadReport report;
-    if (!get()) return report;
+    if (!get()) return {impl::emptyHandle("scene")};
+    ReadReport report{Result()};
     impl::ReadOptions inner;
     inner.source = std::move(source);
     inner.maxErrors = options.maxDiagnostics;
@@ -48,7 +49,9 @@ ReadReport Scene::read(String text, String source, const ReadOptions& options,
     inner.gapCount = &report.gapCount;
     // Collects the diagnostics first: once the nodes exist, reporting must not need memory.
     Diagnostics found = diagnostics ? *diagnostics : Diagnostics();
-    report.isRead = impl::readScene(impl::implOf(*get()), text.view(), inner, &found);
+    const u64 before = found.size();
+    if (!impl::readScene(impl::implOf(*get()), text.view(), inner, &found))
+        report.isRead = Result::failure(found[before].text());
     if (diagnostics)
         diagnostics->swap(found);
     else

@@ -75,7 +75,7 @@ public:
         const interfaces::INode& node = *m_ctx->node();
         // Keeps the input alive: an evaluation may remove it while it is read.
         const RefersTo<interfaces::IInput> input(node.input(name));
-        m_ok = input && detail::read(*input.get(), value, m_ctx);
+        m_ok = input && detail::read(*input.get(), value, true, m_ctx);
         return value;
     }
     [[nodiscard]] double real(const String& name) { return get<double>(name); }

@@ -2,9 +2,12 @@
 
 #include "kelvo/sdk/lib_info.h"
 
+#include "kelvo/sdk/impl/graph/handle_failure.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/node.h"
+
+#include "kelvo/base/log.h"
 
 namespace qv::kelvo_sdk {
 
@@ -13,6 +16,12 @@ namespace {
 // Returns null for an empty handle and for libraries of other classes, such as tables of callbacks.
 impl::LibInfo* ours(const LibInfo& library) {
     return dynamic_cast<impl::LibInfo*>(library.get());
+}
+
+Result noDefinitions(const LibInfo& library) {
+    if (!library) return impl::emptyHandle("library");
+    return Result::failure("The library takes no definitions: expected one that `LibInfo::create` "
+                           "made.");
 }
 
 Node handleOn(const impl::Node* prototype) {
@@ -27,11 +36,20 @@ LibInfo LibInfo::create(String kndPath, std::shared_ptr<const void> needs) {
     return LibInfo(made.get());
 }
 
-bool LibInfo::readDefinitions(String text, String source, Diagnostics* found,
-                              const LibInfo& basesFrom) const {
+Result LibInfo::readDefinitions(String text, String source, Diagnostics* found,
+                                const LibInfo& basesFrom) const {
     impl::LibInfo* library = ours(*this);
-    return library &&
-           library->readDefinitions(std::move(text), std::move(source), found, ours(basesFrom));
+    if (!library) return noDefinitions(*this);
+    Diagnostics errors;
+    if (library->readDefinitions(std::move(text), source, &errors, ours(basesFrom))) return {};
+    const String first = errors[0].text();
+    for (const Diagnostic& error : errors) {
+        if (found)
+            found->push_back(error);
+        else
+            logError("%s", error.text().buf());
+    }
+    return Result::failure(first);
 }
 
 String LibInfo::definitionText() const {
@@ -39,10 +57,11 @@ String LibInfo::definitionText() const {
     return library ? library->definitionText() : String();
 }
 
-bool LibInfo::setCallbacks(String type, const NodeCallbacks& callbacks) const {
+Result LibInfo::setCallbacks(String type, const NodeCallbacks& callbacks) const {
     impl::LibInfo* library = ours(*this);
-    if (library) library->setCallbacks(std::move(type), callbacks);
-    return library != nullptr;
+    if (!library) return noDefinitions(*this);
+    library->setCallbacks(std::move(type), callbacks);
+    return {};
 }
 
 u64 LibInfo::typeCount() const {

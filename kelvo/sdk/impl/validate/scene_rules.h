@@ -113,7 +113,11 @@ template<typename Apply>
     class Made final : public FindingFix {
     public:
         Made(String what, Apply how) : FindingFix(std::move(what)), m_apply(std::move(how)) {}
-        bool apply() override { return m_apply(); }
+        Result apply() override {
+            if (m_apply()) return {};
+            return Result::failure("Cannot " + text() +
+                                   ": there is nothing left to fix, or the scene refuses it.");
+        }
 
     private:
         Apply m_apply;

@@ -28,8 +28,8 @@ TEST(DocumentPatcher, ApplyTo_OfTwoRandomScenes_GivesTheSecondByteForByte) {
         const std::string after = textOf(sceneOf(model.text()));
         const auto diff = SceneDiff::between(before, sceneOf(model.text()));
         const std::string was = textOf(before);
-        String error;
-        ASSERT_TRUE(diff.applyTo(before, error)) << "seed " << seed << ": " << error.buf();
+        const Result isDone = diff.applyTo(before);
+        ASSERT_TRUE(isDone) << "seed " << seed << ": " << isDone.message().buf();
         ASSERT_EQ(textOf(before), after) << "seed " << seed << "\n" << was;
         EXPECT_EQ(diff.isEmpty(), was == after) << "seed " << seed;
     }
@@ -39,8 +39,8 @@ TEST(DocumentPatcher, ApplyTo_OfTwoUnrelatedScenes_GivesTheSecondByteForByte) {
     for (unsigned seed = 0; seed < 300; ++seed) {
         const Scene before = sceneOf(tests::RandomScene(seed).text());
         const Scene after = sceneOf(tests::RandomScene(seed + 100000).text());
-        String error;
-        ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
+        const Result isDone = SceneDiff::between(before, after).applyTo(before);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
     }
 }
@@ -59,8 +59,8 @@ TEST(DocumentPatcher, ApplyTo_OfRandomScenesThatKnowTheirTypes_GivesTheSecondByt
         for (unsigned i = 0; i <= seed % 12; ++i)
             model.edit();
         const Scene after = typed(model);
-        String error;
-        ASSERT_TRUE(SceneDiff::between(before, after).applyTo(before, error)) << error.buf();
+        const Result isDone = SceneDiff::between(before, after).applyTo(before);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         ASSERT_EQ(textOf(before), textOf(after)) << "seed " << seed;
     }
 }
@@ -75,8 +75,8 @@ TEST(DocumentPatcher, ApplyTo_AnotherOrderOfNodes_KeepsThem) {
     const Scene scene = scenes("abcdef");
     const Node kept = scene.findNode("b");
     const Scene after = scenes("xfbyaedz");
-    String error;
-    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+    ASSERT_TRUE(isDone) << isDone.message().buf();
     EXPECT_EQ(scene.findNode("b").get(), kept.get());
     EXPECT_EQ(textOf(scene), textOf(after));
 }
@@ -90,8 +90,8 @@ TEST(DocumentPatcher, ApplyTo_IsOneStepThatUndoTakesBackAndRedoMakesAgain) {
             model.edit();
         const Scene after = sceneOf(model.text());
         const std::string was = textOf(scene);
-        String error;
-        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         ASSERT_EQ(scene.undoCount(), was == textOf(after) ? 0u : 1u) << "seed " << seed;
         if (scene.undoCount() == 0) continue;
         ASSERT_TRUE(scene.undo());
@@ -173,10 +173,9 @@ TEST(DocumentPatcher, ApplyTo_OfDamagedChanges_MakesAWholeSceneOrNone) {
         if (diff.isEmpty()) continue;
         const Scene scene = sceneOf(before);
         const std::string was = textOf(scene);
-        String error;
-        const bool isDone = Damage(seed).of(diff).applyTo(scene, error);
+        const Result isDone = Damage(seed).of(diff).applyTo(scene);
         applied += isDone;
-        EXPECT_EQ(isDone, error.isEmpty()) << "seed " << seed;
+        EXPECT_EQ(isDone, isDone.message().isEmpty()) << "seed " << seed;
         if (isDone)
             EXPECT_EQ(textOf(sceneOf(textOf(scene))), textOf(scene)) << "seed " << seed;
         else
@@ -186,9 +185,7 @@ TEST(DocumentPatcher, ApplyTo_OfDamagedChanges_MakesAWholeSceneOrNone) {
 }
 
 TEST(DocumentPatcher, ApplyTo_OfNoScene_TellsIt) {
-    String error;
-    EXPECT_FALSE(SceneDiff().applyTo(Scene(), error));
-    EXPECT_STREQ(error.buf(), "there is no scene.");
+    EXPECT_EQ(SceneDiff().applyTo(Scene()).message(), "There is no scene: the handle is empty.");
     EXPECT_TRUE(SceneDiff::between(Scene(), Scene()).isEmpty());
     EXPECT_EQ(SceneDiff::between(Scene(), sceneOf(node("a"))).changes().size(), 1u);
 }
@@ -213,9 +210,7 @@ TEST(DocumentPatcher, ApplyTo_ASceneThatIsNotAsItWas_NamesThePlaceAndChangesNoth
     for (const auto& [body, expected] : cases) {
         const Scene scene = sceneOf(node("a", body) + node("b"));
         const std::string was = textOf(scene);
-        String error;
-        EXPECT_FALSE(diff.applyTo(scene, error)) << body;
-        EXPECT_STREQ(error.buf(), expected);
+        EXPECT_STREQ(diff.applyTo(scene).message().buf(), expected) << body;
         EXPECT_EQ(textOf(scene), was);
     }
 }
@@ -236,8 +231,8 @@ TEST(DocumentPatcher, ApplyTo_WhatNodesCanTake_KeepsTheNodes) {
         const Scene scene = sceneOf(node("a", before.c_str()) + other);
         const Node kept = scene.findNode("a");
         const Scene after = sceneOf(node("a", body) + other);
-        String error;
-        ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+        const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+        ASSERT_TRUE(isDone) << isDone.message().buf();
         EXPECT_EQ(scene.findNode("a").get(), kept.get()) << body;
         EXPECT_EQ(textOf(scene), textOf(after));
     }
@@ -250,8 +245,8 @@ TEST(DocumentPatcher, ApplyTo_NodesThatGoComeAndAreRenamed_KeepsTheOthers) {
     const Scene after =
         sceneOf(node("a", "Node n = lamp\n") + node("lamp", "Int i = 2\nInt j = 3\n") +
                 node("d", "Node n = a\n") + node("e", "Node n = d\n"));
-    String error;
-    ASSERT_TRUE(SceneDiff::between(scene, after).applyTo(scene, error)) << error.buf();
+    const Result isDone = SceneDiff::between(scene, after).applyTo(scene);
+    ASSERT_TRUE(isDone) << isDone.message().buf();
     EXPECT_EQ(scene.findNode("lamp").get(), kept.get());
     EXPECT_EQ(textOf(scene), textOf(after));
 }
@@ -262,8 +257,7 @@ TEST(DocumentPatcher, ApplyTo_ADiffThatBreaksTheScene_ChangesNothing) {
         const std::string was = textOf(scene);
         SceneDiff diff;
         diff.add(std::move(change));
-        String error;
-        EXPECT_FALSE(diff.applyTo(scene, error));
+        const String error = diff.applyTo(scene).message();
         EXPECT_NE(error.view().find(expected), std::string_view::npos) << error.buf();
         EXPECT_EQ(textOf(scene), was);
     };

@@ -87,8 +87,8 @@ TEST(LivePatcher, ApplyTo_WhatAnObserverTakesApart_ComesBackWithUndo) {
                 scene.setUndoEnabled(true);
                 const auto diff = SceneDiff::between(scene, sceneOf(nodeText(difference.after)));
                 const Interferer interferer(scene, when, interference.run);
-                String error;
-                EXPECT_TRUE(diff.applyTo(scene, error)) << error.buf();
+                const Result isDone = diff.applyTo(scene);
+                EXPECT_TRUE(isDone) << isDone.message().buf();
                 if (!interferer.hasActed()) break;
                 while (scene.undo()) {
                 }

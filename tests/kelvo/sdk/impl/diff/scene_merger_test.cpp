@@ -134,12 +134,11 @@ TEST(SceneMerger, Merge_WithTwoNewNames_MarksTheNode) {
 
 TEST(SceneMerger, Merge_OfNoScene_IsThatOfAnEmptyOne) {
     std::vector<MergeConflict> conflicts;
-    String error;
     const Scene merged = Scene::create();
     const Scene mine = sceneOf(node("a"));
-    EXPECT_TRUE(mergeScenes(Scene(), mine, Scene(), {}, merged, conflicts, error));
+    EXPECT_TRUE(mergeScenes(Scene(), mine, Scene(), {}, merged, conflicts));
     EXPECT_EQ(textOf(merged), textOf(mine));
-    EXPECT_FALSE(mergeScenes(mine, mine, mine, {}, Scene(), conflicts, error));
+    EXPECT_FALSE(mergeScenes(mine, mine, mine, {}, Scene(), conflicts));
 }
 
 TEST(SceneMerger, Merge_WithAPreferredSide_TakesThatAndMarksNothing) {

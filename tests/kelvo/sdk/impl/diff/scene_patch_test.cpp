@@ -58,10 +58,10 @@ TEST(ScenePatch, ApplyTo_WithATextThatIsNoValue_TellsNobody) {
 TEST(ScenePatch, ApplyTo_WithALinkToNothing_TellsNobody) {
     const Scene scene = undone(nodeText("Real r = 1\nNode l = null"));
     const ChangeCounter changes(scene);
-    String error;
-    EXPECT_FALSE(diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
-                         {Action::Change, Subject::Input, "n.l", "value", "null", "gone"}})
-                     .applyTo(scene, error));
+    const String error = diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
+                                 {Action::Change, Subject::Input, "n.l", "value", "null", "gone"}})
+                             .applyTo(scene)
+                             .message();
     EXPECT_NE(error.view().find("gone"), std::string_view::npos) << error.buf();
     EXPECT_EQ(changes.count, 0);
     EXPECT_EQ(scene.redoCount(), 1u);
@@ -71,10 +71,10 @@ TEST(ScenePatch, ApplyTo_ThatClosesALoop_LeavesSceneAndHistoryAsTheyWere) {
     const Scene scene = undone(nodeText("Real r = 1\nReal s = 1\noutput Real o"));
     const std::string was = textOf(scene);
     const tests::LogCapture log;
-    String error;
-    EXPECT_FALSE(diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
-                         {Action::Change, Subject::Input, "n.s", "source", {}, "n.o"}})
-                     .applyTo(scene, error));
+    const String error = diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
+                                 {Action::Change, Subject::Input, "n.s", "source", {}, "n.o"}})
+                             .applyTo(scene)
+                             .message();
     EXPECT_NE(error.view().find("loop"), std::string_view::npos) << error.buf();
     EXPECT_TRUE(log.text().empty());
     EXPECT_EQ(textOf(scene), was);
@@ -85,11 +85,10 @@ TEST(ScenePatch, ApplyTo_ThatClosesALoop_LeavesSceneAndHistoryAsTheyWere) {
 TEST(ScenePatch, ApplyTo_OfTextsThatScenesWriteOtherwise_KeepsTheNodes) {
     const Scene scene = sceneOf(nodeText("Real r = 1\nNode l = null"));
     const Node kept = scene["n"];
-    String error;
-    EXPECT_TRUE(diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2.50"},
-                        {Action::Change, Subject::Input, "n.l", "value", "null", "N"}})
-                    .applyTo(scene, error))
-        << error.buf();
+    const Result isDone = diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2.50"},
+                                  {Action::Change, Subject::Input, "n.l", "value", "null", "N"}})
+                              .applyTo(scene);
+    EXPECT_TRUE(isDone) << isDone.message().buf();
     EXPECT_EQ(textOf(scene), nodeText("Real r = 2.5\nNode l = n"));
     EXPECT_EQ(scene["n"].get(), kept.get());
 }
@@ -104,10 +103,10 @@ TEST(ScenePatch, ApplyTo_OfFileComments_MakesThemAsTheyRead) {
          {Case{"# a\n", "# a\n", true}, Case{"# a \n\n\n# b\n", "# a\n\n# b\n", false}}) {
         const Scene scene = sceneOf(nodeText("Real r = 1"));
         const Node kept = scene["n"];
-        String error;
-        EXPECT_TRUE(diffOf({{Action::Change, Subject::Scene, "", "comment.leading", {}, comment}})
-                        .applyTo(scene, error))
-            << error.buf();
+        const Result isDone =
+            diffOf({{Action::Change, Subject::Scene, "", "comment.leading", {}, comment}})
+                .applyTo(scene);
+        EXPECT_TRUE(isDone) << isDone.message().buf();
         EXPECT_EQ(textOf(scene), expected + nodeText("Real r = 1"));
         EXPECT_EQ(scene["n"].get() == kept.get(), isKept) << comment;
     }
@@ -123,10 +122,10 @@ TEST(ScenePatch, ApplyTo_OfValuesInDeepScenes_ChangesThem) {
         return scene;
     };
     const Scene scene = nested("\"a\"");
-    String error;
-    const auto diff = SceneDiff::between(scene, nested("\"b\""), {}, &error);
-    EXPECT_EQ(diff.changes().size(), 1u) << error.buf();
-    EXPECT_TRUE(diff.applyTo(scene, error)) << error.buf();
+    const auto diff = SceneDiff::between(scene, nested("\"b\""));
+    EXPECT_EQ(diff.changes().size(), 1u) << diff.message().buf();
+    const Result isDone = diff.applyTo(scene);
+    EXPECT_TRUE(isDone) << isDone.message().buf();
     EXPECT_EQ(textOf(scene), textOf(nested("\"b\"")));
 }
 
@@ -136,14 +135,10 @@ TEST(ScenePatch, Scenes_WithUnreadLines_AreNotCompared) {
     EXPECT_TRUE(
         scene.read(nodeText("Real r = x").c_str(), "text", {.isPartial = true}, &gaps).isRead);
     const char* expected = "a scene has lines that could not be read.";
-    String error;
-    EXPECT_TRUE(SceneDiff::between(scene, scene, {}, &error).isEmpty());
-    EXPECT_STREQ(error.buf(), expected);
-    EXPECT_FALSE(SceneDiff().applyTo(scene, error));
-    EXPECT_STREQ(error.buf(), expected);
+    EXPECT_EQ(SceneDiff::between(scene, scene).message(), expected);
+    EXPECT_EQ(SceneDiff().applyTo(scene).message(), expected);
     std::vector<MergeConflict> conflicts;
-    EXPECT_FALSE(mergeScenes(scene, scene, scene, {}, Scene::create(), conflicts, error));
-    EXPECT_STREQ(error.buf(), expected);
+    EXPECT_EQ(mergeScenes(scene, scene, scene, {}, Scene::create(), conflicts).message(), expected);
 }
 
 } // namespace

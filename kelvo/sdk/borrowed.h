@@ -1,0 +1,37 @@
+#pragma once
+
+#include <type_traits>
+
+namespace qv::kelvo_sdk {
+
+template<class Pointer, class From>
+concept PointerFrom = std::is_pointer_v<Pointer> && requires(From from) {
+    static_cast<Pointer>(from);
+};
+
+/// A pointer that a handle lends out, which becomes a pointer and nothing else: `bool on =
+/// input.get()` does not compile, where `input.get<bool>()` was meant.
+template<class T>
+class Borrowed {
+public:
+    explicit constexpr Borrowed(T* object) noexcept : m_object(object) {}
+
+    template<PointerFrom<T*> Pointer>
+    constexpr explicit(!std::is_convertible_v<T*, Pointer>) operator Pointer() const noexcept {
+        return static_cast<Pointer>(m_object);
+    }
+    /// Tells whether there is an object, in conditions alone.
+    explicit constexpr operator bool() const noexcept { return m_object != nullptr; }
+    [[nodiscard]] constexpr T* operator->() const noexcept { return m_object; }
+    [[nodiscard]] constexpr T& operator*() const noexcept { return *m_object; }
+
+    friend constexpr bool operator==(const Borrowed&, const Borrowed&) noexcept = default;
+    friend constexpr bool operator==(const Borrowed& a, const T* b) noexcept {
+        return a.m_object == b;
+    }
+
+private:
+    T* m_object;
+};
+
+} // namespace qv::kelvo_sdk
