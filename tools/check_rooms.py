@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Each room of the node has its source, which opens with the room's heading and law, and its test;
-the map has a row for every source of the floors, the index one for every decision; every source and
-test is built. check_rooms.py [ROOT]"""
+"""Each room of the node, the scene and the input has its source, which opens with the room's
+heading and law, and its test; the map has a row for every source of the floors, the index one for
+every decision; every source and test is built. check_rooms.py [ROOT]"""
 import re
 import sys
 
@@ -9,8 +9,8 @@ import make_map
 import tree_files
 
 HOME = "kelvo/sdk/impl/graph"
-CHIEF = f"{HOME}/node.h"
-ROOM = re.compile(r"^///\s{2,}(\S.*?)\s+(node\w*\.cpp)\b")
+CHIEFS = tuple(f"{HOME}/{name}.h" for name in ("node", "scene", "input"))
+ROOM = re.compile(r"^///\s{2,}(\S.*?)\s+(\w+\.cpp)\b")
 HEADING = re.compile(r"^\s*// -{2,} (.*?) -{2,}$")
 
 
@@ -29,14 +29,14 @@ def laws(lines):
     return {heading: " ".join(law) for heading, law in found.items()}
 
 
-def faults_of_room(root, name, file, law):
+def faults_of_room(root, chief, name, file, law):
     # Its functions may need a higher subject, and stand there then.
     homes = [path.parent for path in sorted((root / HOME).parent.glob(f"*/{file}"))]
     source = f"{homes[0].relative_to(root).as_posix() if homes else HOME}/{file}"
     test = f"tests/{source.removesuffix('.cpp')}_test.cpp"
     faults = []
     if law is None:
-        faults.append(f"{CHIEF}: no heading for the room {name}")
+        faults.append(f"{chief}: no heading for the room {name}")
     if not (root / source).is_file():
         faults.append(f"{source}: missing, the source of the room {name}")
     else:
@@ -45,21 +45,21 @@ def faults_of_room(root, name, file, law):
         if not heading or heading[1] != name:
             faults.append(f"{source}:1: does not open with the heading of the room {name}")
         elif law is not None and laws(lines).get(name) != law:
-            faults.append(f"{source}:2: its law is not the one that stands in {CHIEF}")
+            faults.append(f"{source}:2: its law is not the one that stands in {chief}")
     if not (root / test).is_file():
         faults.append(f"{test}: missing, the test of the room {name}")
     return faults
 
 
-def faults_of_node(root):
-    if not (root / CHIEF).is_file():
-        return [f"{CHIEF}: missing"]
-    lines = tree_files.lines(root, CHIEF)
+def faults_of_class(root, chief):
+    if not (root / chief).is_file():
+        return [f"{chief}: missing"]
+    lines = tree_files.lines(root, chief)
     rooms, found = dict(room.groups() for line in lines if (room := ROOM.match(line))), laws(lines)
-    faults = [] if rooms else [f"{CHIEF}: does not open with the list of its rooms"]
+    faults = [] if rooms else [f"{chief}: does not open with the list of its rooms"]
     for name, file in rooms.items():
-        faults += faults_of_room(root, name, file, found.get(name))
-    faults += [f"{CHIEF}: the heading {name} stands for no room of the list"
+        faults += faults_of_room(root, chief, name, file, found.get(name))
+    faults += [f"{chief}: the heading {name} stands for no room of the list"
                for name in found if rooms and name not in rooms]
     return faults
 
@@ -110,8 +110,8 @@ def faults_of_records(root):
 
 
 def check(root):
-    return (faults_of_node(root) + faults_of_map(root) + faults_of_lists(root)
-            + faults_of_records(root))
+    return ([fault for chief in CHIEFS for fault in faults_of_class(root, chief)]
+            + faults_of_map(root) + faults_of_lists(root) + faults_of_records(root))
 
 
 if __name__ == "__main__":

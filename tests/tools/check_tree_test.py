@@ -22,6 +22,24 @@ FIND = f"{GRAPH}/node_find.cpp"
 FIND_TEST = f"tests/{GRAPH}/node_find_test.cpp"
 INCLUDE_CHIEF = f'#include "{CHIEF}"\n'
 LAW = "// ---- Look-up ------------------\n// The first match\n// decides.\n"
+
+
+def room(name, law):
+    return f"// ---- {name} ------------------\n// {law}\n"
+
+
+def small_class(kind):
+    """A class of one room, as files by their names."""
+    head, law = f"{GRAPH}/{kind}.h", room("Object", "Counted.")
+    return {
+        head: f'#pragma once\n\n///     Object  {kind}.cpp  counted\n{law}int count{kind}();\n',
+        f"{GRAPH}/{kind}.cpp":
+            f'{law}\n#include "{head}"\n\nint count{kind}() {{\n    return 1;\n}}\n',
+        f"tests/{GRAPH}/{kind}_test.cpp":
+            f'#include "{head}"\n\nint test() {{\n    return count{kind}();\n}}\n',
+    }
+
+
 CLEAN = {
     "kelvo/base/text.h": '#pragma once\n\n#include <string>\n\n/// Text.\nstruct Text {};\n',
     "kelvo/sdk/interfaces/i_node.h":
@@ -32,10 +50,15 @@ CLEAN = {
         '#pragma once\n\n#include "kelvo/sdk/handle.h"\n\n'
         "///     Look-up  node_find.cpp  by name\n" + LAW + "int find();\n",
     FIND: LAW + "\n" + INCLUDE_CHIEF + "\nint find() {\n    return 1;\n}\n",
-    "kelvo/sdk/CMakeLists.txt": "target_sources(objects PRIVATE\n  impl/graph/node_find.cpp\n)\n",
+    "kelvo/sdk/CMakeLists.txt": "target_sources(objects PRIVATE\n  impl/graph/input.cpp\n"
+                            "  impl/graph/node_find.cpp\n  impl/graph/scene.cpp\n)\n",
     FIND_TEST: INCLUDE_CHIEF + "\nint test() {\n    return find();\n}\n",
-    "tests/CMakeLists.txt": "add_test(kelvo/sdk/impl/graph/node_find_test.cpp)\n",
+    "tests/CMakeLists.txt": "add_test(kelvo/sdk/impl/graph/input_test.cpp\n"
+                            "  kelvo/sdk/impl/graph/node_find_test.cpp\n"
+                            "  kelvo/sdk/impl/graph/scene_test.cpp)\n",
     "README.md": "A small tree.\n",
+    **small_class("scene"),
+    **small_class("input"),
 }
 
 
@@ -250,6 +273,18 @@ class Rooms(Planted):
         self.write(FIND, text)
         self.assertEqual(self.findings("rooms"), [])
 
+    def test_rooms_of_scene_and_input_are_checked_too(self):
+        for kind in ("scene", "input"):
+            with self.subTest(kind):
+                source = f"{GRAPH}/{kind}.cpp"
+                self.write(source, CLEAN[source].replace("Counted", "Numbered"))
+                self.expect_one("rooms", f"{kind}.cpp:2", f"stands in {GRAPH}/{kind}.h")
+                self.write(source, CLEAN[source])
+
+    def test_class_without_a_list_of_rooms(self):
+        self.write(f"{GRAPH}/scene.h", "#pragma once\n\nint countscene();\n")
+        self.expect_one("rooms", "scene.h: does not open with the list of its rooms")
+
     def test_heading_outside_the_list(self):
         self.write(CHIEF, CLEAN[CHIEF] + "\n// ---- Cellar ----\n// Law.\n")
         self.expect_one("rooms", "Cellar", "no room of the list")
@@ -273,7 +308,8 @@ class Rooms(Planted):
         self.write("kelvo/sdk/impl/index.h", "#pragma once\n")
         self.write("kelvo/sdk/impl/index.cpp", '#include "kelvo/sdk/impl/index.h"\n')
         self.write(FIND, CLEAN[FIND] + '#include "kelvo/sdk/impl/index.h"\n')
-        self.write("kelvo/sdk/CMakeLists.txt", "impl/graph/node_find.cpp impl/index.cpp")
+        built = CLEAN["kelvo/sdk/CMakeLists.txt"]
+        self.write("kelvo/sdk/CMakeLists.txt", built.replace(")", "impl/index.cpp)"))
         self.write("docs/map.md", make_map.write_map(self.root))
         self.assertEqual(self.findings("rooms"), [])
         self.write("kelvo/sdk/impl/index.h", "#pragma once\n#define QV_EXPORT\n")
@@ -281,11 +317,13 @@ class Rooms(Planted):
         self.expect_one("rooms", "kelvo/sdk/impl/index.cpp: no test")
 
     def test_source_that_nothing_builds(self):
-        self.write("kelvo/sdk/CMakeLists.txt", "# impl/graph/node_find.cpp\n")
+        built = CLEAN["kelvo/sdk/CMakeLists.txt"]
+        self.write("kelvo/sdk/CMakeLists.txt", built.replace("impl/graph/node_find", "# node_find"))
         self.expect_one("rooms", f"{FIND}: in no CMakeLists.txt")
 
     def test_test_that_nothing_builds(self):
-        self.write("tests/CMakeLists.txt", "")
+        built = CLEAN["tests/CMakeLists.txt"]
+        self.write("tests/CMakeLists.txt", built.replace("node_find_test.cpp", ""))
         self.expect_one("rooms", "node_find_test.cpp: in no CMakeLists.txt")
 
 

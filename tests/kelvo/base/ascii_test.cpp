@@ -70,3 +70,16 @@ TEST(Ascii, FindNoCase_AnswersTheFirstAtOrAfter) {
     EXPECT_EQ(ascii::findNoCase("ab", "", 2), 2u);
     EXPECT_EQ(ascii::findNoCase("ab", "a", 99), noIndex);
 }
+
+TEST(Ascii, CompareNoCase_OfABeginning_IsDecidedByTheLengthAlone) {
+    EXPECT_EQ(ascii::compareNoCase("ab", "ABc"), -1);
+    EXPECT_EQ(ascii::compareNoCase("ABc", "ab"), 1);
+    const std::string_view a("abX", 2), b("abY", 2);
+    EXPECT_EQ(ascii::compareNoCase(a, b), 0);
+    EXPECT_EQ(ascii::compareNoCase(b, a), 0);
+}
+
+TEST(Ascii, FindNoCase_FindsAPartAsLongAsTheText) {
+    EXPECT_EQ(ascii::findNoCase("abc", "ABC"), 0u);
+    EXPECT_EQ(ascii::findNoCase("", ""), 0u);
+}

@@ -60,6 +60,19 @@ TEST(EmptyArrays, RunGivenBack_IsTakenAgain) {
     again->drop(EmptyArrays::cellCount);
 }
 
+TEST(EmptyArrays, Usage_CountsRunsTakenAndEverGot) {
+    const EmptyArrays::Usage before = EmptyArrays::usage();
+    std::vector<EmptyArrays*> runs;
+    for (u64 i = before.taken; i < before.total + 3; ++i)
+        runs.push_back(EmptyArrays::take());
+    EXPECT_EQ(EmptyArrays::usage().taken, before.total + 3);
+    EXPECT_EQ(EmptyArrays::usage().total, before.total + 3);
+    for (EmptyArrays* run : runs)
+        run->drop(EmptyArrays::cellCount);
+    EXPECT_EQ(EmptyArrays::usage().taken, before.taken);
+    EXPECT_EQ(EmptyArrays::usage().total, before.total + 3);
+}
+
 TEST(EmptyArrays, EachArray_HasItsCount0InFront) {
     EmptyArrays* run = EmptyArrays::take();
     for (u64 i = 0; i < EmptyArrays::cellCount; ++i)

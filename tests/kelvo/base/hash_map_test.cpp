@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 #include <string>
 #include <utility>
@@ -331,4 +333,56 @@ TEST(HashMap, EntriesOfOneHash_AreToldApartByKey) {
     EXPECT_TRUE(map.remove(Mark(4, "a")));
     EXPECT_EQ(map.find(Mark(4, "a")), nullptr);
     EXPECT_EQ(*map.find(Mark(4, "b")), 2);
+}
+
+TEST(HashMap, Entry_ByDefault_HasHash0) {
+    EXPECT_EQ(Map::Node().hash, 0u);
+}
+
+TEST(HashMap, New_WritesTheCountOfEachEmptyArrayAndNothingBehind) {
+    std::vector<ds::EmptyArrays*> runs{ds::EmptyArrays::take(), ds::EmptyArrays::take()};
+    while (runs.back() != runs[runs.size() - 2] + 1)
+        runs.push_back(ds::EmptyArrays::take());
+    ds::EmptyArrays* behind = runs.back();
+    ds::EmptyArrays* run = behind - 1;
+    std::fill_n(static_cast<u64*>(run->array(0)) - 1, Map::bucketCount, 5);
+    run->drop(Map::bucketCount);
+    {
+        const Map map;
+        ASSERT_EQ(static_cast<const void*>(map.bucket(0).data()), run->array(0));
+        for (u64 i = 0; i < Map::bucketCount; ++i)
+            EXPECT_EQ(reinterpret_cast<const u64*>(map.bucket(i).data())[-1], 0u) << i;
+        EXPECT_EQ(behind->live(), ds::EmptyArrays::cellCount);
+    }
+    std::erase(runs, run);
+    for (ds::EmptyArrays* other : runs)
+        other->drop(ds::EmptyArrays::cellCount);
+}
+
+TEST(HashMap, Copy_TakesTheFirstAndTheLastBucketToo) {
+    ds::HashMap<Mark, int> map;
+    map.set({0, "first"}, 1);
+    map.set({255, "last"}, 2);
+    const ds::HashMap<Mark, int> copy(map);
+    EXPECT_EQ(copy.bucket(0).size(), 1u);
+    EXPECT_EQ(copy.bucket(255).size(), 1u);
+}
+
+TEST(HashMap, Emptiness_HasTwoNames) {
+    Map map;
+    EXPECT_TRUE(map.empty());
+    EXPECT_TRUE(map.isEmpty());
+    map.set("a", "1");
+    EXPECT_FALSE(map.empty());
+    EXPECT_FALSE(map.isEmpty());
+}
+
+TEST(HashMap, Iterator_GoesOnAfterItWasRead) {
+    const Map map = numbered(3);
+    auto next = map.begin();
+    const auto first = next++;
+    EXPECT_EQ(first, map.begin());
+    EXPECT_NE(next, first);
+    EXPECT_EQ(first->key, (*first).key);
+    EXPECT_EQ(std::distance(next, map.end()), 2);
 }

@@ -44,6 +44,7 @@ TEST(Hash, KnownTexts_HaveTheirHashOnEveryPlatform) {
     const Case cases[] = {
         {"", 0xf64433a43ea56d05u},
         {"a", 0x14026c49e6fc7a3bu},
+        {"ab", 0x1ed0d053ad032c7eu},
         {"abc", 0xdc9252ab2e3707fbu},
         {"name", 0x010d977d098ee44fu},
         {"radius", 0x7309f6792f4ff5e3u},
@@ -194,6 +195,7 @@ TEST(Hash, Mix_OfWordsWhoseProductIsZero_IsNot) {
 
 TEST(Hash, Mix_DependsOnTheOrder) {
     EXPECT_NE(hashMix(hashMix(0, 1), 2), hashMix(hashMix(0, 2), 1));
+    EXPECT_EQ(hashMix(1, 2), 0x3bbcba0f366c784cu);
     EXPECT_NE(hashMix(1, 2), hashMix(2, 1));
     std::vector<u64> hashes;
     for (u64 a = 0; a < 700; ++a)

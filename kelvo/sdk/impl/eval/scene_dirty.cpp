@@ -1,8 +1,10 @@
+// ---- Dirty state -----------------------------------------------------------------------
+// The scene's own flag is plain. The nodes' flags are kept true to what they depend on only
+// when asked for, by a follower.
+
 #include "kelvo/sdk/impl/graph/scene.h"
 
 #include "kelvo/sdk/impl/eval/dirty_cache.h"
-
-// ---- Dirty state ---------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,8 +1,9 @@
+// ---- Evaluation ------------------------------------------------------------------------
+// Results are kept only when asked for, by a follower that drops them as nodes change.
+
 #include "kelvo/sdk/impl/graph/scene.h"
 
 #include "kelvo/sdk/impl/eval/eval_cache.h"
-
-// ---- Evaluation ----------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

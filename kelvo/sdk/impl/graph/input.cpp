@@ -1,3 +1,6 @@
+// ---- Object ----------------------------------------------------------------------------
+// An input borrows its node and its parent, which take that back when they end or let it go.
+
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
@@ -351,37 +354,6 @@ void Input::leaveOwner() noexcept {
     m_parent = nullptr;
 }
 
-void Input::recordTies() {
-    if (!m_extras || !m_node) return;
-    EditStep step(m_node);
-    if (!step.isRecording()) return;
-    std::vector<Input*> all{this};
-    for (u64 i = 0; i < all.size(); ++i)
-        for (IInput* member : all[i]->members())
-            all.push_back(implOf(member));
-    for (Input* input : all)
-        input->recordLinks(step);
-    // Undo goes from the last record to the first: each finds those before it in place.
-    std::erase_if(all, [](const Input* input) { return !input->sourceOutput(); });
-    std::ranges::stable_sort(all, std::greater(), &Input::sourceRank);
-    for (Input* input : all) {
-        step.prepare<SourceChange>(*input);
-        step.commit();
-    }
-}
-
-void Input::recordLinks(EditStep& step) {
-    if (!m_extras) return;
-    if (m_extras->link.table) {
-        step.prepare<ValueChange>(*this);
-        step.commit();
-    }
-    if (m_extras->stash && m_extras->stash->link.table && !isModified()) {
-        step.prepare<StashChange>(*this);
-        step.commit();
-    }
-}
-
 void Input::showOwnValues() noexcept {
     forEachWithin([](Input& input) {
         if (input.isModified()) input.takeStashedBack();
@@ -406,49 +378,11 @@ void Input::untie() noexcept {
     if (m_extras->stash && m_extras->stash->link.table) dropStash();
 }
 
-void Input::entered(Node* node, Input* parent) {
-    m_parent = parent;
-    setNodeOfAll(node);
-}
-
-void Input::left() {
-    m_parent = nullptr;
-    setNodeOfAll(nullptr);
-}
-
 void Input::setNodeOfAll(Node* node) noexcept {
     forEachWithin([node](Input& input) {
         input.m_node = node;
         input.tiesChanged();
     });
-}
-
-void Input::exchangeValue(Value& other) {
-    Value before = ownValue();
-    if (isModified()) dropStash();
-    replaceValue(other);
-    other = before;
-    changed(std::move(before));
-}
-
-// Takes no memory, as an input that was ever kept aside has extras.
-void Input::exchangeStash(std::unique_ptr<Stash>& other) {
-    if (!other && !stashed()) return;
-    std::unique_ptr<Stash>& kept = extras().stash;
-    if (kept && kept->link.table) kept->link.table->remove(kept->link);
-    std::swap(kept, other);
-    if (kept) linkStash();
-}
-
-void Input::exchangeSource(Output* output, u64 rank) {
-    const RefersTo<Output> before(sourceOutput());
-    setSource(output, rank);
-    if (m_node) m_node->onInputConnected(this, before.get(), output);
-}
-
-u64 Input::sourceRank() const noexcept {
-    const Output* source = sourceOutput();
-    return source ? source->rankOfTarget(m_extras->sourceSlot) : noIndex;
 }
 
 } // namespace qv::kelvo_sdk::impl

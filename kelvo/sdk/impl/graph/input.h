@@ -28,16 +28,20 @@ struct Stash;
 /// The one implementation of an input; the contract of its operations stands in `IInput`.
 ///
 ///     Object     input.cpp             construction, identity, copies, node's end
-///     Values     input_values.cpp      written, read, reset, stashed
+///     Values     input_values.cpp      written, read, reset
+///     Stash      input_stash.cpp       one value kept aside
+///     Modifiers  input_modified.cpp    what they write, and the user's value beside it
 ///     Container  input_container.cpp   elements and members
 ///     Hash       input_hash.cpp        of the value
 ///     Links      input_links.cpp       connections to outputs, links to nodes
+///     History    input_history.cpp     changes taken back and done again
 ///
 /// Parts that few inputs have (members, a connection, details, a stash) stand in a block of their
 /// own, made when first needed.
 class Input final : public IInput {
 public:
     // ---- Object ----------------------------------------------------------------------------
+    // An input borrows its node and its parent, which take that back when they end or let it go.
 
     /// A new input with one reference, for the creator; `parent` is null at the top level. It is
     /// not in any list yet and nobody is told.
@@ -60,8 +64,6 @@ public:
     [[nodiscard]] AttrData description() const;
     /// For the owning node alone: from now on the input calls nobody.
     void clearNode() noexcept { m_node = nullptr; }
-    /// For the owner alone, when the input leaves it: what ends then comes back with the input.
-    void recordTies();
     /// For the owner alone: the input left it, and everyone was told.
     void leaveOwner() noexcept;
 
@@ -122,6 +124,7 @@ public:
     void takeListIndex(Input& first) noexcept;
 
     // ---- Values ----------------------------------------------------------------------------
+    // A write converts, is checked against the description, and tells nobody when nothing changes.
 
     bool setBool(bool value) override;
     bool setInt(i64 value) override;
@@ -169,6 +172,9 @@ public:
     /// Returns the value that `reset` brings back; Null for arrays and objects.
     [[nodiscard]] Value defaultValue() const;
 
+    // ---- Stash -----------------------------------------------------------------------------
+    // One value is kept aside at most. A link in it counts as a link of the scene.
+
     /// Keeps the current value aside, unless one is kept already. Arrays and objects leave that to
     /// what they hold.
     QV_EXPORT void stash();
@@ -185,6 +191,10 @@ public:
     /// For the owner alone, when the input leaves it: from now on it and what it holds show what
     /// the user set, unheard. Nobody could tell later that modifiers made something else of it.
     void showOwnValues() noexcept;
+
+    // ---- Modifiers -------------------------------------------------------------------------
+    // While modifiers write to the input, its value is theirs and the one kept aside is the user's.
+
     /// Tells whether the scene's modifiers may write over the value, and the kept one is the
     /// user's.
     [[nodiscard]] bool isModified() const;
@@ -193,9 +203,8 @@ public:
 
     // ---- Container -------------------------------------------------------------------------
     // An array makes elements of its element kind only, under the name of the next index. An array
-    // of arrays learns the element kind of each from `createArray`.
-
-    // A read-only input gets and loses no elements or members, nor does any that it holds.
+    // of arrays learns the element kind of each from `createArray`. What is read-only gets and
+    // loses no elements or members, nor does anything that it holds.
 
     IInput* createInput(String name, AttrType type) override;
     /// For whoever makes inputs from a definition: into what is read-only, too.
@@ -224,12 +233,14 @@ public:
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
 
     // ---- Hash ------------------------------------------------------------------------------
+    // The hash of the value, kept until that changes where no node takes part in it.
 
     [[nodiscard]] u64 hash(StringVector skip) const override { return hashWith(skip); }
     /// As `hash`, without a copy of the list.
     [[nodiscard]] u64 hashWith(const StringVector& skip) const;
 
     // ---- Links -----------------------------------------------------------------------------
+    // Both ends know a connection, and the scene's table knows each link to a node.
 
     [[nodiscard]] IOutput* source() const override;
     /// As `source`, inline; needs kelvo/sdk/impl/graph/input_extras.h.
@@ -256,9 +267,11 @@ public:
     void forgetStashedLink() noexcept;
 
     // ---- History ---------------------------------------------------------------------------
-    // For recorded changes alone: nothing is recorded; all but `putMember` and `takeMember` tell
-    // everyone.
+    // For recorded changes alone: nothing is recorded; all but `putMember`, `takeMember`, `entered`
+    // and `left` tell everyone.
 
+    /// For the owner alone, when the input leaves it: what ends then comes back with the input.
+    void recordTies();
     /// Sets the user's value, whatever the input's description says, and gives the one before.
     void exchangeValue(Value& other);
     /// Null stands for no value kept aside.

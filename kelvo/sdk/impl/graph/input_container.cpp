@@ -1,3 +1,8 @@
+// ---- Container -------------------------------------------------------------------------
+// An array makes elements of its element kind only, under the name of the next index. An array
+// of arrays learns the element kind of each from `createArray`. What is read-only gets and
+// loses no elements or members, nor does anything that it holds.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 

@@ -1,3 +1,6 @@
+// ---- Hash ------------------------------------------------------------------------------
+// The hash of the value, kept until that changes where no node takes part in it.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 

@@ -1,3 +1,6 @@
+// ---- Links -----------------------------------------------------------------------------
+// Both ends know a connection, and the scene's table knows each link to a node.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 

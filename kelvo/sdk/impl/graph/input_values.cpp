@@ -1,3 +1,6 @@
+// ---- Values ----------------------------------------------------------------------------
+// A write converts, is checked against the description, and tells nobody when nothing changes.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 
@@ -57,6 +60,12 @@ private:
 } // namespace
 
 // Stores a value of the input's kind and tells everyone what was there before.
+bool Input::isUpToModifiers() const {
+    if (!m_node || !(m_node->modifying() || stashed())) return false;
+    const auto* scene = implOf(m_node->liveScene());
+    return scene && scene->isModified(*m_node);
+}
+
 bool Input::store(Value value) {
     if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
@@ -85,16 +94,6 @@ void Input::replaceValue(Value& value) {
 }
 
 // Asked for every value set: hardly any input gets past the first line.
-bool Input::isUpToModifiers() const {
-    if (!m_node || !(m_node->modifying() || stashed())) return false;
-    const auto* scene = implOf(m_node->liveScene());
-    return scene && scene->isModified(*m_node);
-}
-
-bool Input::isModified() const {
-    return stashed() && isUpToModifiers();
-}
-
 void Input::changed(Value before) {
     if (!m_node) return;
     // Who is told may remove the node that a link led to.
@@ -349,74 +348,6 @@ bool Input::isDefaultAlone() const {
     if (sourceOutput() || (stashed() && !isModified())) return false;
     if (isArray()) return members().empty();
     return isObject() || ownValue() == defaultValue();
-}
-
-void Input::stash() {
-    if (!stashed() && !isArray() && !isObject()) setStashed(m_value);
-}
-
-// Nobody hears of the value before the kept one is gone; without memory, or when the value is
-// refused, that stays. On an input that modifiers write to, it is the user's and stays as well.
-bool Input::unstash() {
-    if (!stashed()) return false;
-    const Value kept = *stashed();
-    if (isUpToModifiers()) return setValue(kept);
-    const RefersTo<Scene> scene(m_node ? implOf(m_node->liveScene()) : nullptr);
-    std::optional<RecordScope> record;
-    if (scene) record.emplace(*scene);
-    NewsHold news;
-    EditStep step(m_node);
-    if (!setValue(kept)) return false;
-    step.prepare<StashChange>(*this);
-    dropStash();
-    step.commit();
-    news.release();
-    return true;
-}
-
-std::unique_ptr<Stash> Input::takeStashedBack() noexcept {
-    Link& link = m_extras->stash->link;
-    if (link.table) link.table->remove(link);
-    auto stash = std::move(m_extras->stash);
-    Value kept = stash->value;
-    replaceValue(kept);
-    return stash;
-}
-
-void Input::showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept {
-    Value shown = value;
-    replaceValue(shown);
-    dropStash();
-    if (!kept) return;
-    m_extras->stash = std::move(kept);
-    linkStash();
-}
-
-void Input::dropStash() noexcept {
-    if (!stashed()) return;
-    Link& link = m_extras->stash->link;
-    if (link.table) link.table->remove(link);
-    m_extras->stash.reset();
-}
-
-const Value* Input::stashed() const noexcept {
-    return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
-}
-
-// A value that is kept already gives its memory to the new one.
-void Input::replaceStash(Value value) {
-    if (!stashed()) extras().stash = std::make_unique<Stash>();
-    Link& link = m_extras->stash->link;
-    if (link.table) link.table->remove(link);
-    m_extras->stash->value = std::move(value);
-    linkStash();
-}
-
-void Input::setStashed(Value value) {
-    EditStep step(isUpToModifiers() ? nullptr : m_node);
-    step.prepare<StashChange>(*this);
-    replaceStash(std::move(value));
-    step.commit();
 }
 
 } // namespace qv::kelvo_sdk::impl

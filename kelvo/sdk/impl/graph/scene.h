@@ -31,23 +31,28 @@ class NodeConverter;
 
 /// The one implementation of a scene; the contract of its operations stands in `IScene`.
 ///
-///     Nodes          scene_nodes.cpp      created, found, renamed, removed
-///     Copies         scene_copies.cpp    nodes cloned and converted
-///     Modifiers      scene_modify.cpp     applied as nodes change
-///     Libraries      scene_libraries.cpp  that know the types of nodes
-///     Edits          scene_edit.cpp       steps and groups
-///     Undo           scene_undo.cpp       steps taken back and done again
-///     Dirty state    scene_dirty.cpp      of the scene
-///     Evaluation     scene_eval.cpp       results kept
-///     Notifications  scene_notify.cpp     passed on to scene observers
-///     Laws           scene_verify.cpp     checked in a walk over all
+///     Object and lifetime  scene.cpp            construction, destruction, counting
+///     Nodes                scene_nodes.cpp      created, found, renamed, removed
+///     Copies               scene_copies.cpp     nodes cloned and converted
+///     Modifiers            scene_modify.cpp     applied as nodes change
+///     Libraries            scene_libraries.cpp  that know the types of nodes
+///     Edits                scene_edit.cpp       steps and groups
+///     Undo                 scene_undo.cpp       steps taken back and done again
+///     Dirty state          scene_dirty.cpp      of the scene
+///     Evaluation           scene_eval.cpp       results kept
+///     Notifications        scene_notify.cpp     passed on to scene observers
+///     Batches              scene_batches.cpp    whole edits told at once
+///     Laws                 scene_verify.cpp     checked in a walk over all
 ///
 /// The functions by which nodes tell it of changes are virtual, so that an application may derive
 /// and listen.
 class Scene : public IScene, public HistoryOwner {
 public:
+    // ---- Object and lifetime ---------------------------------------------------------------
+    // A scene holds one reference on each of its nodes. When it ends, nodes that others hold stay,
+    // without a scene; links to them are forgotten, and nobody hears of it.
+
     QV_EXPORT Scene();
-    /// Lets all nodes go; those held elsewhere stay, without a scene.
     QV_EXPORT ~Scene() override;
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
@@ -72,7 +77,6 @@ public:
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
-    [[nodiscard]] SceneFaults verify() const override;
     /// Tells whether the library is making this node right now: nobody hears of it yet, and nothing
     /// that is done to it is recorded.
     [[nodiscard]] bool isMaking(const INode* node) const noexcept {
@@ -88,6 +92,19 @@ public:
     }
     /// Returns `name`, or the next free name made from it by a number.
     [[nodiscard]] String freeName(const String& name) const;
+    /// A description of an input names a node from now on.
+    void noteDescribedNode() noexcept { m_describesNodes = true; }
+    /// Where walks lead from each node; of a node that is in no scene nothing is known.
+    [[nodiscard]] CompactGraph& graph() noexcept { return m_nodes.graph(); }
+    [[nodiscard]] const CompactGraph& graph() const noexcept { return m_nodes.graph(); }
+    /// The links to each node, kept by the inputs.
+    [[nodiscard]] LinkTable& links() noexcept { return m_links; }
+    [[nodiscard]] const LinkTable& links() const noexcept { return m_links; }
+    /// The same, of values that inputs keep aside.
+    [[nodiscard]] LinkTable& stashLinks() noexcept { return m_stashLinks; }
+    /// Comments and unread parts that the reader kept for the writer.
+    [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
+    [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
 
     // ---- Copies ----------------------------------------------------------------------------
     // Links and connections among what is copied lead to the copies, all others where they led.
@@ -114,6 +131,7 @@ public:
     [[nodiscard]] Modifiers& modifiers() noexcept;
 
     // ---- Libraries -------------------------------------------------------------------------
+    // A type is looked up in the libraries in the order in which they were added.
 
     bool addLibrary(interfaces::ILibInfo* library) override;
     /// Takes back the libraries that were added since there were `from` of them.
@@ -127,6 +145,8 @@ public:
     [[nodiscard]] StringVector typeNames() const;
 
     // ---- Edits -----------------------------------------------------------------------------
+    // Edits nest; the outermost is one step of the history. Groups only say that more edits follow,
+    // so that followers wait for the last one.
 
     void beginEdit() override;
     void recordEdit(String doText, String undoText) override;
@@ -139,6 +159,7 @@ public:
     void endEditGroup() override;
 
     // ---- Undo ------------------------------------------------------------------------------
+    // The history answers; the scene lives until it is done, whatever the observers do.
 
     [[nodiscard]] bool undoEnabled() override;
     [[nodiscard]] bool undoInProgress() override;
@@ -159,6 +180,8 @@ public:
     [[nodiscard]] History& history() noexcept { return m_history; }
 
     // ---- Dirty state -----------------------------------------------------------------------
+    // The scene's own flag is plain. The nodes' flags are kept true to what they depend on only
+    // when asked for, by a follower.
 
     /// Tells the scene that it changed, or (false) that its present state counts as clean.
     QV_EXPORT virtual void setDirty(bool dirty = true);
@@ -176,6 +199,7 @@ public:
     }
 
     // ---- Evaluation ------------------------------------------------------------------------
+    // Results are kept only when asked for, by a follower that drops them as nodes change.
 
     void setEvalCache(u64 maxBytes, bool isChecked) override;
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const override;
@@ -187,15 +211,10 @@ public:
     }
 
     // ---- Notifications ---------------------------------------------------------------------
-
     // A list of borrowed pointers in order of subscription. Any thread may subscribe.
 
     bool subscribe(SceneObserver* observer) override;
     bool unsubscribe(SceneObserver* observer) override;
-    bool subscribe(interfaces::BatchObserver* observer) override;
-    bool unsubscribe(interfaces::BatchObserver* observer) override;
-    /// For batches alone: the lock under which observers are told.
-    [[nodiscard]] std::recursive_mutex& observerMutex() noexcept { return m_observerMutex; }
     /// Caches and the like, which keep true to the scene.
     [[nodiscard]] SceneFollowers& followers() noexcept { return m_followers; }
     /// Tells whether anyone may hear of what its nodes tell it.
@@ -219,19 +238,18 @@ public:
     /// scene and its modifiers go by all the same.
     void followUntold(const IInput* input);
 
-    /// A description of an input names a node from now on.
-    void noteDescribedNode() noexcept { m_describesNodes = true; }
-    /// Where walks lead from each node; of a node that is in no scene nothing is known.
-    [[nodiscard]] CompactGraph& graph() noexcept { return m_nodes.graph(); }
-    [[nodiscard]] const CompactGraph& graph() const noexcept { return m_nodes.graph(); }
-    /// The links to each node, kept by the inputs.
-    [[nodiscard]] LinkTable& links() noexcept { return m_links; }
-    [[nodiscard]] const LinkTable& links() const noexcept { return m_links; }
-    /// The same, of values that inputs keep aside.
-    [[nodiscard]] LinkTable& stashLinks() noexcept { return m_stashLinks; }
-    /// Comments and unread parts that the reader kept for the writer.
-    [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
-    [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
+    // ---- Batches ---------------------------------------------------------------------------
+    // The first observer of batches makes a notifier, which hears of single changes itself.
+
+    bool subscribe(interfaces::BatchObserver* observer) override;
+    bool unsubscribe(interfaces::BatchObserver* observer) override;
+    /// For batches alone: the lock under which observers are told.
+    [[nodiscard]] std::recursive_mutex& observerMutex() noexcept { return m_observerMutex; }
+
+    // ---- Laws ------------------------------------------------------------------------------
+    // A walk over all nodes, inputs and outputs names each law that does not hold, and its place.
+
+    [[nodiscard]] SceneFaults verify() const override;
 
 private:
     // Tells those that subscribed before and are still there when their turn comes; the scene, and

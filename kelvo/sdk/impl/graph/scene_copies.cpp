@@ -1,3 +1,6 @@
+// ---- Copies ----------------------------------------------------------------------------
+// Links and connections among what is copied lead to the copies, all others where they led.
+
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
@@ -16,9 +19,6 @@
 
 #include <algorithm>
 #include <unordered_map>
-
-// ---- Copies --------------------------------------------------------------------------------
-// Links and connections among what is copied lead to the copies, all others where they led.
 
 namespace qv::kelvo_sdk {
 

@@ -1,6 +1,8 @@
-#include "kelvo/sdk/impl/graph/scene.h"
+// ---- Edits -----------------------------------------------------------------------------
+// Edits nest; the outermost is one step of the history. Groups only say that more edits follow,
+// so that followers wait for the last one.
 
-// ---- Edits ---------------------------------------------------------------------------------
+#include "kelvo/sdk/impl/graph/scene.h"
 
 namespace qv::kelvo_sdk::impl {
 

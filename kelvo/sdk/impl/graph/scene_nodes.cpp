@@ -1,3 +1,6 @@
+// ---- Nodes -----------------------------------------------------------------------------
+// Names are unique without regard to case.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -16,47 +19,12 @@
 
 #include "kelvo/base/log.h"
 
-// ---- Nodes ---------------------------------------------------------------------------------
-
-namespace qv::kelvo_sdk {
-
-Scene Scene::create() {
-    return Scene(adoptRef, new impl::Scene);
-}
-
-} // namespace qv::kelvo_sdk
-
 namespace qv::kelvo_sdk::impl {
 
 bool Scene::checkName(const String& name, const char* what) {
     if (name.isSimpleCID()) return true;
     logError("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(), what);
     return false;
-}
-
-// The known names are made here, as the first notification may find no memory for them.
-Scene::Scene() : m_modifiers(makeModifiers(*this)) {
-    static_cast<void>(knownNames());
-}
-
-Scene::~Scene() {
-    // None may reach the scene any more, whatever their ends set off in others.
-    m_nodes.forEach([](Node* node) {
-        node->setScene(nullptr);
-        node->setHasLeft(true);
-    });
-    m_followers.each([](SceneFollower& follower) { follower.sceneEnds(); });
-    m_links.clear([](Input& input) { input.forgetLink(); });
-    m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
-    m_nodes.forEach([](Node* node) { node->decRef(); });
-}
-
-void Scene::incRef() {
-    m_refCount.fetch_add(1);
-}
-
-void Scene::decRef() {
-    if (m_refCount.fetch_sub(1) == 1) delete this;
 }
 
 INode* Scene::findNode(String name) {

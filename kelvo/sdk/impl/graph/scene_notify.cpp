@@ -1,3 +1,6 @@
+// ---- Notifications ---------------------------------------------------------------------
+// A list of borrowed pointers in order of subscription. Any thread may subscribe.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
@@ -8,8 +11,6 @@
 #include "kelvo/sdk/interfaces/i_output.h"
 
 #include <typeinfo>
-
-// ---- Notifications -------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

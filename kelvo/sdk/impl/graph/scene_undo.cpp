@@ -1,6 +1,7 @@
-#include "kelvo/sdk/impl/graph/scene.h"
+// ---- Undo ------------------------------------------------------------------------------
+// The history answers; the scene lives until it is done, whatever the observers do.
 
-// ---- Undo ----------------------------------------------------------------------------------
+#include "kelvo/sdk/impl/graph/scene.h"
 
 namespace qv::kelvo_sdk::impl {
 

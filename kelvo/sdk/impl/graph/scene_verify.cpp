@@ -1,3 +1,6 @@
+// ---- Laws ------------------------------------------------------------------------------
+// A walk over all nodes, inputs and outputs names each law that does not hold, and its place.
+
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"

@@ -1,3 +1,6 @@
+// ---- Modifiers -------------------------------------------------------------------------
+// While modifiers write to the input, its value is theirs and the one kept aside is the user's.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
@@ -6,6 +9,10 @@
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
 namespace qv::kelvo_sdk::impl {
+
+bool Input::isModified() const {
+    return stashed() && isUpToModifiers();
+}
 
 // The scene reports the values that modifiers write when all have written. Every other value is the
 // user's and replaces the one that is kept aside; the node is modified again after that.

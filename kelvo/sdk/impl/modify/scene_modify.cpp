@@ -1,9 +1,9 @@
+// ---- Modifiers -------------------------------------------------------------------------
+// Values that the modifiers of a node write hide the user's, and never replace them.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
-
-// ---- Modifiers -----------------------------------------------------------------------------
-// Values that the modifiers of a node write hide the user's, and never replace them.
 
 namespace qv::kelvo_sdk::impl {
 

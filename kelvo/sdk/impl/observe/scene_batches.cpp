@@ -1,3 +1,6 @@
+// ---- Batches ---------------------------------------------------------------------------
+// The first observer of batches makes a notifier, which hears of single changes itself.
+
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/observe/batch_notifier.h"
 

@@ -1,3 +1,6 @@
+// ---- Libraries -------------------------------------------------------------------------
+// A type is looked up in the libraries in the order in which they were added.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -5,8 +8,6 @@
 #include "kelvo/sdk/scene.h"
 
 #include <algorithm>
-
-// ---- Libraries -----------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk {
 

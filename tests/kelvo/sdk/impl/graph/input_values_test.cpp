@@ -381,65 +381,6 @@ TEST_F(InputValues, Label_WithoutTexts_IsTheNameInTitleCase) {
     EXPECT_STREQ(m_node->createInput("useHDR", AttrType::Bool)->label("en").buf(), "UseHDR");
 }
 
-TEST_F(InputValues, Stash_KeepsTheFirstValueUntilUnstashed) {
-    Input& input = create(AttrType::Int);
-    ASSERT_TRUE(input.setInt(1));
-    input.stash();
-    ASSERT_TRUE(input.setInt(2));
-    input.stash();
-    ASSERT_TRUE(input.setInt(3));
-    EXPECT_EQ(*input.stashed(), Value(1));
-    EXPECT_TRUE(input.unstash());
-    EXPECT_EQ(input.value(), Value(1));
-    EXPECT_EQ(input.stashed(), nullptr);
-    EXPECT_FALSE(input.unstash());
-}
-
-TEST_F(InputValues, Unstash_RefusedByAReadOnlyInput_KeepsTheValueAside) {
-    Input& input = create(AttrType::Int);
-    input.stash();
-    ASSERT_TRUE(input.setInt(2));
-    input.setReadOnly(true);
-    const LogCapture log;
-    EXPECT_FALSE(input.unstash());
-    ASSERT_NE(input.stashed(), nullptr);
-    EXPECT_EQ(*input.stashed(), Value(0));
-    EXPECT_EQ(input.value(), Value(2));
-}
-
-TEST_F(InputValues, Stash_IsClonedWithTheInput) {
-    Input& input = create(AttrType::Int);
-    input.stash();
-    ASSERT_TRUE(input.setInt(2));
-    const auto copy = RefersTo<IInput>::adopt(input.clone(m_node, nullptr));
-    ASSERT_NE(static_cast<Input&>(*copy).stashed(), nullptr);
-    EXPECT_EQ(*static_cast<Input&>(*copy).stashed(), Value(0));
-}
-
-TEST_F(InputValues, StashedLink_IsThereAgainWhenItsNodeComesBack) {
-    const RefersTo<INode> target(m_scene->createNode("thing", "target"));
-    Input& link = create(AttrType::Node);
-    ASSERT_TRUE(link.setNode(target.get()));
-    link.stash();
-    ASSERT_TRUE(link.setNode(nullptr));
-    m_scene->setUndoEnabled(true);
-    m_scene->removeNode(target.get());
-    EXPECT_EQ(link.stashed()->asNode(), nullptr);
-    EXPECT_TRUE(m_scene->undo());
-    EXPECT_EQ(link.stashed()->asNode(), target.get());
-}
-
-TEST_F(InputValues, StashedLink_IsClearedWhenItsSceneEnds) {
-    const RefersTo<INode> parent(m_node), target(m_scene->createNode("thing", "target"));
-    Input& link = create(AttrType::Node);
-    ASSERT_TRUE(link.setNode(target.get()));
-    link.stash();
-    ASSERT_TRUE(link.setNode(nullptr));
-    m_scene.reset();
-    ASSERT_NE(link.stashed(), nullptr);
-    EXPECT_EQ(link.stashed()->asNode(), nullptr);
-}
-
 TEST_F(InputValues, Flags_AreClonedWithTheInput) {
     AttrData data = AttrData::withDefault(0.5);
     data.silent = data.readOnly = true;

@@ -26,29 +26,23 @@ TEST(SceneObject, New_IsEmptyCleanAndKeepsNoDirtyStates) {
     EXPECT_FALSE(scene->isDirtyStateCached());
 }
 
-TEST(SceneObject, SetDirty_WithoutArgument_MakesItDirty) {
-    const auto scene = RefersTo<Scene>::adopt(new Scene);
-    scene->setDirty();
-    EXPECT_TRUE(scene->isDirty());
-    scene->setDirty(false);
-    EXPECT_FALSE(scene->isDirty());
+TEST(SceneObject, Ended_LeavesNodesThatOthersHoldWithoutAScene) {
+    auto scene = RefersTo<Scene>::adopt(new Scene);
+    const RefersTo<INode> kept(scene->createNode("thing", "kept"));
+    scene.reset();
+    EXPECT_EQ(kept->scene(), nullptr);
+    EXPECT_STREQ(kept->name().buf(), "kept");
 }
 
-TEST(SceneObject, UndoQueries_AnswerThatItIsOff) {
-    const auto scene = RefersTo<Scene>::adopt(new Scene);
-    EXPECT_FALSE(scene->undoEnabled());
-    EXPECT_FALSE(scene->undoInProgress());
-}
-
-TEST(SceneObject, EditsAndGroups_MayBeUnbalanced) {
-    const auto scene = RefersTo<Scene>::adopt(new Scene);
-    scene->recordEdit("", "");
-    scene->endEditGroup();
-    scene->beginEdit();
-    scene->beginEditGroup();
-    scene->endEditGroup();
-    scene->recordEdit("do", "undo");
-    EXPECT_EQ(scene->nodeCount(), 0u);
+TEST(SceneObject, Ended_LinksToItsNodesAreForgotten) {
+    auto scene = RefersTo<Scene>::adopt(new Scene);
+    const RefersTo<INode> kept(scene->createNode("thing", "kept"));
+    IInput* link = kept->createInput("link", AttrType::Node);
+    ASSERT_TRUE(link->setNode(scene->createNode("thing", "other")));
+    scene.reset();
+    INode* linked = kept.get();
+    EXPECT_TRUE(link->readNode(linked, false, nullptr));
+    EXPECT_EQ(linked, nullptr);
 }
 
 TEST(UndoScope, StaysOpenWhileACopyLives) {

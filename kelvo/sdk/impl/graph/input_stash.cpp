@@ -1,0 +1,87 @@
+// ---- Stash -----------------------------------------------------------------------------
+// One value is kept aside at most. A link in it counts as a link of the scene.
+
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/record_scope.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
+
+#include <optional>
+
+namespace qv::kelvo_sdk::impl {
+
+void Input::stash() {
+    if (!stashed() && !isArray() && !isObject()) setStashed(m_value);
+}
+
+// Nobody hears of the value before the kept one is gone; without memory, or when the value is
+// refused, that stays. On an input that modifiers write to, it is the user's and stays as well.
+bool Input::unstash() {
+    if (!stashed()) return false;
+    const Value kept = *stashed();
+    if (isUpToModifiers()) return setValue(kept);
+    const RefersTo<Scene> scene(m_node ? implOf(m_node->liveScene()) : nullptr);
+    std::optional<RecordScope> record;
+    if (scene) record.emplace(*scene);
+    NewsHold news;
+    EditStep step(m_node);
+    if (!setValue(kept)) return false;
+    step.prepare<StashChange>(*this);
+    dropStash();
+    step.commit();
+    news.release();
+    return true;
+}
+
+std::unique_ptr<Stash> Input::takeStashedBack() noexcept {
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    auto stash = std::move(m_extras->stash);
+    Value kept = stash->value;
+    replaceValue(kept);
+    return stash;
+}
+
+void Input::showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept {
+    Value shown = value;
+    replaceValue(shown);
+    dropStash();
+    if (!kept) return;
+    m_extras->stash = std::move(kept);
+    linkStash();
+}
+
+void Input::dropStash() noexcept {
+    if (!stashed()) return;
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    m_extras->stash.reset();
+}
+
+const Value* Input::stashed() const noexcept {
+    return m_extras && m_extras->stash ? &m_extras->stash->value : nullptr;
+}
+
+// A value that is kept already gives its memory to the new one.
+void Input::replaceStash(Value value) {
+    if (!stashed()) extras().stash = std::make_unique<Stash>();
+    Link& link = m_extras->stash->link;
+    if (link.table) link.table->remove(link);
+    m_extras->stash->value = std::move(value);
+    linkStash();
+}
+
+void Input::setStashed(Value value) {
+    EditStep step(isUpToModifiers() ? nullptr : m_node);
+    step.prepare<StashChange>(*this);
+    replaceStash(std::move(value));
+    step.commit();
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,47 @@
+// ---- Object and lifetime ---------------------------------------------------------------
+// A scene holds one reference on each of its nodes. When it ends, nodes that others hold stay,
+// without a scene; links to them are forgotten, and nobody hears of it.
+
+#include "kelvo/sdk/impl/graph/scene.h"
+
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/scene.h"
+
+namespace qv::kelvo_sdk {
+
+Scene Scene::create() {
+    return Scene(adoptRef, new impl::Scene);
+}
+
+} // namespace qv::kelvo_sdk
+
+namespace qv::kelvo_sdk::impl {
+
+// The known names are made here, as the first notification may find no memory for them.
+Scene::Scene() : m_modifiers(makeModifiers(*this)) {
+    static_cast<void>(knownNames());
+}
+
+Scene::~Scene() {
+    // None may reach the scene any more, whatever their ends set off in others.
+    m_nodes.forEach([](Node* node) {
+        node->setScene(nullptr);
+        node->setHasLeft(true);
+    });
+    m_followers.each([](SceneFollower& follower) { follower.sceneEnds(); });
+    m_links.clear([](Input& input) { input.forgetLink(); });
+    m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
+    m_nodes.forEach([](Node* node) { node->decRef(); });
+}
+
+void Scene::incRef() {
+    m_refCount.fetch_add(1);
+}
+
+void Scene::decRef() {
+    if (m_refCount.fetch_sub(1) == 1) delete this;
+}
+
+} // namespace qv::kelvo_sdk::impl

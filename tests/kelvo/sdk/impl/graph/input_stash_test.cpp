@@ -1,0 +1,103 @@
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "tests/support/log_capture.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::LogCapture;
+
+class InputStash : public testing::Test {
+protected:
+    Input& create(AttrType type) {
+        return static_cast<Input&>(*m_node->createInput("value", type));
+    }
+
+    RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
+    Node* m_node = static_cast<Node*>(m_scene->createNode("thing", "thing"));
+};
+
+TEST_F(InputStash, Stash_KeepsTheFirstValueUntilUnstashed) {
+    Input& input = create(AttrType::Int);
+    ASSERT_TRUE(input.setInt(1));
+    input.stash();
+    ASSERT_TRUE(input.setInt(2));
+    input.stash();
+    ASSERT_TRUE(input.setInt(3));
+    EXPECT_EQ(*input.stashed(), Value(1));
+    EXPECT_TRUE(input.unstash());
+    EXPECT_EQ(input.value(), Value(1));
+    EXPECT_EQ(input.stashed(), nullptr);
+    EXPECT_FALSE(input.unstash());
+}
+
+TEST_F(InputStash, Unstash_RefusedByAReadOnlyInput_KeepsTheValueAside) {
+    Input& input = create(AttrType::Int);
+    input.stash();
+    ASSERT_TRUE(input.setInt(2));
+    input.setReadOnly(true);
+    const LogCapture log;
+    EXPECT_FALSE(input.unstash());
+    ASSERT_NE(input.stashed(), nullptr);
+    EXPECT_EQ(*input.stashed(), Value(0));
+    EXPECT_EQ(input.value(), Value(2));
+}
+
+TEST_F(InputStash, Stash_IsClonedWithTheInput) {
+    Input& input = create(AttrType::Int);
+    input.stash();
+    ASSERT_TRUE(input.setInt(2));
+    const auto copy = RefersTo<IInput>::adopt(input.clone(m_node, nullptr));
+    ASSERT_NE(static_cast<Input&>(*copy).stashed(), nullptr);
+    EXPECT_EQ(*static_cast<Input&>(*copy).stashed(), Value(0));
+}
+
+TEST_F(InputStash, StashedLink_IsThereAgainWhenItsNodeComesBack) {
+    const RefersTo<INode> target(m_scene->createNode("thing", "target"));
+    Input& link = create(AttrType::Node);
+    ASSERT_TRUE(link.setNode(target.get()));
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    m_scene->setUndoEnabled(true);
+    m_scene->removeNode(target.get());
+    EXPECT_EQ(link.stashed()->asNode(), nullptr);
+    EXPECT_TRUE(m_scene->undo());
+    EXPECT_EQ(link.stashed()->asNode(), target.get());
+}
+
+TEST_F(InputStash, StashedLink_IsClearedWhenItsSceneEnds) {
+    const RefersTo<INode> parent(m_node), target(m_scene->createNode("thing", "target"));
+    Input& link = create(AttrType::Node);
+    ASSERT_TRUE(link.setNode(target.get()));
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    m_scene.reset();
+    ASSERT_NE(link.stashed(), nullptr);
+    EXPECT_EQ(link.stashed()->asNode(), nullptr);
+}
+
+TEST_F(InputStash, OfAnArray_IsLeftToItsElements) {
+    auto& array = static_cast<Input&>(*m_node->createArray("list", AttrType::Real));
+    array.appendElement();
+    array.stash();
+    EXPECT_EQ(array.stashed(), nullptr);
+}
+
+TEST_F(InputStash, SetStashed_IsTakenBackByUndo) {
+    m_scene->setUndoEnabled(true);
+    Input& input = create(AttrType::Int);
+    m_scene->beginEdit();
+    input.setStashed(Value(7));
+    m_scene->recordEdit("stash", "unstash");
+    EXPECT_EQ(*input.stashed(), Value(7));
+    EXPECT_TRUE(m_scene->undo());
+    EXPECT_EQ(input.stashed(), nullptr);
+    EXPECT_TRUE(m_scene->redo());
+    EXPECT_EQ(*input.stashed(), Value(7));
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
