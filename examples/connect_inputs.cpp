@@ -1,4 +1,5 @@
-// Connects inputs to outputs: kinds are converted, loops and misfits are refused with a warning.
+// Connects inputs to outputs: kinds are converted; loops and kinds that do not convert are refused
+// with a warning.
 
 #include "kelvo/kelvo.h"
 

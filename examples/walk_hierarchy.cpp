@@ -40,5 +40,5 @@ int main() {
 
     walk(room, math::Mat4d::identity, 0);
     std::printf("The lamp is child number %lld of the table.\n",
-                static_cast<long long>(lamp->indexIn(table.get())));
+                static_cast<long long>(lamp.indexIn(table)));
 }

@@ -23,4 +23,6 @@
 #include "kelvo/sdk/quoted_text.h"
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/scene_diff.h"
+#include "kelvo/sdk/search.h"
 #include "kelvo/sdk/validation.h"
+#include "kelvo/sdk/value_text.h"

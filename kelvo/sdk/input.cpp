@@ -26,6 +26,21 @@ Input Input::operator[](String name) const {
     return input ? Input(input->input(std::move(name))) : Input();
 }
 
+Input Input::parent() const {
+    return get() ? Input(get()->parent()) : Input();
+}
+
+ds::Vector<Input> Input::inputs() const {
+    ds::Vector<Input> all;
+    for (u64 i = 0; i < inputCount(); ++i)
+        all.push_back(input(i));
+    return all;
+}
+
+Input Input::insert(u64 index) const {
+    return get() ? Input(get()->insertElement(index)) : Input();
+}
+
 Input Output::evaluate(EvalCtx* ctx) const {
     return Input(evaluated(ctx).get());
 }

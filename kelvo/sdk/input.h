@@ -138,6 +138,33 @@ public:
     bool connect(const Output& output) const { return get() && get()->connect(output.get()); }
     bool disconnect() const { return get() && get()->disconnect(); }
     [[nodiscard]] Output source() const { return get() ? Output(get()->source()) : Output(); }
+
+    /// Renames the input, at its place, with all that names it: the lists of the node's modifiers,
+    /// its layout, and what scene text keeps of it; connections and links stay. One step of undo.
+    /// False, logged, and nothing is changed, when the name is no simple identifier or another
+    /// input beside it has it, for an element of an array, an input of no node, a member of
+    /// something read-only, and where the list of a modifier may not be changed.
+    bool rename(String name) const;
+
+    /// Returns the array or object that holds this input; empty at the top level.
+    [[nodiscard]] Input parent() const;
+    /// Returns the element type of a buffer, Null for other kinds.
+    [[nodiscard]] DataType dataType() const { return get() ? get()->dataType() : DataType::Null; }
+    /// Tells whether adding, renaming and removing this input is not announced.
+    [[nodiscard]] bool isSilent() const { return get() && get()->isSilent(); }
+    /// Returns all elements or members, in order.
+    [[nodiscard]] ds::Vector<Input> inputs() const;
+    /// Tells, silently, whether there is a member of that name and kind; Null stands for any.
+    [[nodiscard]] bool hasInput(String name, AttrType type = AttrType::Null) const {
+        return get() && get()->hasInput(std::move(name), type);
+    }
+    /// Adds an element in front of the index-th (at most the count); empty for other kinds.
+    Input insert(u64 index) const;
+    /// Moves an element; those between close the gap.
+    bool moveElement(u64 from, u64 to) const { return get() && get()->moveElement(from, to); }
+    bool removeInput(u64 index) const { return get() && get()->removeInput(index); }
+    bool removeInput(String name) const { return get() && get()->removeInput(std::move(name)); }
+    bool clearInputs() const { return get() && get()->clearInputs(); }
 };
 
 } // namespace qv::kelvo_sdk

@@ -33,6 +33,20 @@ Output Node::output(u64 index) const {
     return node ? Output(node->output(index)) : Output();
 }
 
+ds::Vector<Input> Node::inputs() const {
+    ds::Vector<Input> all;
+    for (u64 i = 0; i < inputCount(); ++i)
+        all.push_back(input(i));
+    return all;
+}
+
+ds::Vector<Output> Node::outputs() const {
+    ds::Vector<Output> all;
+    for (u64 i = 0; i < outputCount(); ++i)
+        all.push_back(output(i));
+    return all;
+}
+
 Output Node::createOutput(String name, AttrType type) const {
     return get() ? Output(get()->createOutput(std::move(name), type)) : Output();
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kelvo/sdk/input.h"
+#include "kelvo/sdk/interfaces/conversion_loss.h"
 #include "kelvo/sdk/interfaces/i_node.h"
-#include "kelvo/sdk/interfaces/misfit.h"
 #include "kelvo/sdk/interfaces/node_observer.h"
 
 #include "kelvo/base/vector.h"
@@ -11,10 +11,15 @@ namespace qv::kelvo_sdk {
 
 struct LayoutPage;
 class NodePaths;
+class Scene;
 
-using interfaces::Misfit;
-using interfaces::Misfits;
+using interfaces::ConversionLoss;
+using interfaces::ConversionLosses;
 using interfaces::NodeObserver;
+
+/// Former names of ConversionLoss and ConversionLosses, for programs that use them still.
+using Misfit = ConversionLoss;
+using Misfits = ConversionLosses;
 
 /// Handle on a node; keeps it alive. Every operation is safe on an empty handle, which answers
 /// empty, false or 0.
@@ -111,8 +116,8 @@ public:
     /// Replaces the node by one of another type that has its name and place, all that leads to it,
     /// and its values as far as they convert; returns the replacement. Empty, with nothing changed,
     /// without a scene or when the type is abstract or no simple identifier. What did not fit is
-    /// appended to `misfits`, and logged where that is null.
-    Node convertTo(String type, Misfits* misfits = nullptr) const;
+    /// appended to `losses`, and logged where that is null.
+    Node convertTo(String type, ConversionLosses* losses = nullptr) const;
 
     /// Tells whether the node stands for a file: by String inputs "dir", "file" and "ext".
     [[nodiscard]] bool isPath() const { return get() && get()->isPath(); }
@@ -121,6 +126,33 @@ public:
 
     bool subscribe(NodeObserver* observer) const { return get() && get()->subscribe(observer); }
     bool unsubscribe(NodeObserver* observer) const { return get() && get()->unsubscribe(observer); }
+
+    /// Returns the scene that the node belongs to; empty when it is in none. Needs
+    /// kelvo/sdk/scene.h.
+    [[nodiscard]] Scene scene() const;
+    /// Renames the node as `Scene::renameNode` does. False without a scene.
+    bool rename(String name) const;
+    /// Return all inputs and outputs, in order.
+    [[nodiscard]] ds::Vector<Input> inputs() const;
+    [[nodiscard]] ds::Vector<Output> outputs() const;
+    /// Tell, silently, whether there is an input or output of that name and kind; Null stands for
+    /// any.
+    [[nodiscard]] bool hasInput(String name, AttrType type = AttrType::Null) const {
+        return get() && get()->hasInput(std::move(name), type);
+    }
+    [[nodiscard]] bool hasOutput(String name, AttrType type = AttrType::Null) const {
+        return get() && get()->hasOutput(std::move(name), type);
+    }
+    bool removeInput(u64 index) const { return get() && get()->removeInput(index); }
+    bool removeOutput(String name) const { return get() && get()->removeOutput(std::move(name)); }
+    /// Returns the place of this node among the children of another, -1 when it is none of them.
+    [[nodiscard]] i64 indexIn(const Node& parent) const {
+        return get() ? get()->indexIn(parent.get()) : -1;
+    }
+    /// Returns the node as scene text, behind the nodes that it depends on where these are wanted.
+    [[nodiscard]] String text(bool withDependencies = false) const {
+        return get() ? get()->serialize(withDependencies, false) : String();
+    }
 };
 
 } // namespace qv::kelvo_sdk

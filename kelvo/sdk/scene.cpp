@@ -61,6 +61,21 @@ Node Scene::createNode(String type, String name) const {
     return get() ? Node(get()->createNode(std::move(type), std::move(name))) : Node();
 }
 
+Scene Node::scene() const {
+    return get() ? Scene(get()->scene()) : Scene();
+}
+
+bool Node::rename(String name) const {
+    return scene().renameNode(*this, std::move(name));
+}
+
+ds::Vector<Node> Scene::nodes() const {
+    ds::Vector<Node> all;
+    for (u64 i = 0; i < nodeCount(); ++i)
+        all.push_back(node(i));
+    return all;
+}
+
 Node Scene::findNode(String name) const {
     return get() ? Node(get()->findNode(std::move(name))) : Node();
 }

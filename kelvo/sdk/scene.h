@@ -12,14 +12,20 @@ namespace qv::kelvo_sdk {
 namespace impl {
 class NodeChangeScope;
 }
+class Matches;
+struct Query;
 
 using interfaces::BatchObserver;
+using interfaces::IntegrityError;
+using interfaces::IntegrityErrors;
 using interfaces::SceneChanges;
-using interfaces::SceneFault;
-using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
+
+/// Former names of IntegrityError and IntegrityErrors, for programs that use them still.
+using SceneFault = IntegrityError;
+using SceneFaults = IntegrityErrors;
 
 /// How much of a text is read.
 struct ReadOptions {
@@ -139,7 +145,9 @@ public:
     /// Looks through the whole scene, in linear time, for laws that do not hold: both ends of each
     /// connection agree, links lead to nodes of the scene, names are unique, counts and indexes
     /// are right. Empty when all is well; anything else is a fault of the program.
-    [[nodiscard]] SceneFaults verify() const { return get() ? get()->verify() : SceneFaults(); }
+    [[nodiscard]] IntegrityErrors verify() const {
+        return get() ? get()->verify() : IntegrityErrors();
+    }
 
     /// Returns the scene as text that `read` takes back.
     [[nodiscard]] String text() const;
@@ -151,6 +159,13 @@ public:
     /// when it is renamed, converted, removed and brought back; those between nodes stay.
     ReadReport read(String text, String source, const ReadOptions& options,
                     Diagnostics* diagnostics = nullptr) const;
+
+    /// Returns all nodes, in creation order.
+    [[nodiscard]] ds::Vector<Node> nodes() const;
+    /// Looks for nodes and inputs by path, type and value. Needs kelvo/sdk/search.h.
+    [[nodiscard]] Matches find(const Query& query) const;
+    /// The same by path alone, as "lamp*.radius".
+    [[nodiscard]] Matches find(String pattern) const;
 };
 
 /// An undo step of a scene: stays open while any copy lives, closes when the last goes.

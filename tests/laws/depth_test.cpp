@@ -119,9 +119,9 @@ TEST_P(Depth, Conversion_KeepsAllLevels_AndIsUndone) {
     tests::runOnSmallStack(
         [this] {
             make();
-            Misfits misfits;
-            EXPECT_TRUE(m_node.convertTo("other", &misfits));
-            EXPECT_TRUE(misfits.empty());
+            ConversionLosses losses;
+            EXPECT_TRUE(m_node.convertTo("other", &losses));
+            EXPECT_TRUE(losses.empty());
             expectWhole("converted");
             EXPECT_TRUE(m_scene.undo());
             expectWhole("taken back");

@@ -23,18 +23,18 @@ const std::vector<Deed> kEdits = {
     {"clone deep", [](Stage& s) { s.scene["c"].clone(true); }},
     {"convert to an unknown type",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["a"].convertTo("other", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["a"].convertTo("other", &losses));
      }},
     {"convert to a known type",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["b"].convertTo("scaleModifier", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["b"].convertTo("scaleModifier", &losses));
      }},
     {"convert a modified node",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["d"].convertTo("other", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["d"].convertTo("other", &losses));
      }},
     {"read", [](Stage& s) { s.scene.read(lawScene, "again"); }},
     {"createInput", [](Stage& s) { s.scene["a"].createInput("new", AttrType::Real); }},
@@ -51,6 +51,11 @@ const std::vector<Deed> kEdits = {
     {"remove an array", [](Stage& s) { s.scene["a"].removeInput("e"); }},
     {"remove a link", [](Stage& s) { s.scene["a"].removeInput("l"); }},
     {"remove an object", [](Stage& s) { s.scene["a"].removeInput("o"); }},
+    {"rename an input", [](Stage& s) { inputOf(s, "a", "r").rename("z"); }},
+    {"rename a connected input", [](Stage& s) { inputOf(s, "b", "s").rename("z"); }},
+    {"rename a member", [](Stage& s) { inputOf(s, "a", "o.n").rename("z"); }},
+    {"rename what is modified", [](Stage& s) { inputOf(s, "d", "x").rename("z"); }},
+    {"rename a list of modifiers", [](Stage& s) { inputOf(s, "d", "modifiers").rename("z"); }},
     {"clearInputs", [](Stage& s) { s.scene["a"]->clearInputs(); }},
     {"createOutput", [](Stage& s) { s.scene["a"].createOutput("new", AttrType::Real); }},
     {"removeOutput", [](Stage& s) { s.scene["a"]->removeOutput(String("o")); }},

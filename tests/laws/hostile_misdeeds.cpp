@@ -25,13 +25,13 @@ const std::vector<Deed> kMisdeeds = {
     {"clear the scene", [](Stage& s) { s.scene->clear(); }},
     {"convert a",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene["a"].convertTo("third", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene["a"].convertTo("third", &losses));
      }},
     {"convert the last node",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.scene.node(s.scene.nodeCount() - 1).convertTo("third", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.scene.node(s.scene.nodeCount() - 1).convertTo("third", &losses));
      }},
     {"clone all", [](Stage& s) { s.scene["c"].clone(true); }},
     {"throw", [](Stage&) { throw std::runtime_error("hostile"); }},
@@ -97,8 +97,8 @@ const std::vector<Deed> kMisdeeds = {
     {"remove the node told of", [](Stage& s) { s.scene.removeNode(s.told); }},
     {"convert the node told of",
      [](Stage& s) {
-         Misfits misfits;
-         static_cast<void>(s.told.convertTo("third", &misfits));
+         ConversionLosses losses;
+         static_cast<void>(s.told.convertTo("third", &losses));
      }},
     {"rename the node told of", [](Stage& s) { s.scene.renameNode(s.told, "Told"); }},
     {"clone the node told of", [](Stage& s) { s.told.clone(); }},
@@ -115,6 +115,10 @@ const std::vector<Deed> kMisdeeds = {
     {"set the input told of as it is",
      [](Stage& s) {
          if (isInputThere(s)) s.toldInput.setString(s.toldInput.asString(false));
+     }},
+    {"rename the input told of",
+     [](Stage& s) {
+         if (isInputThere(s)) s.toldInput.rename("told");
      }},
     {"remove the input told of",
      [](Stage& s) {

@@ -68,6 +68,7 @@ public:
         if (after) m_read += after->path();
         act(input);
     }
+    void inputRenamed(const IInput* input, String) override { act(input); }
     void nodeConverted(INode* node, INode* replacement) override {
         m_read += replacement->name();
         act(node);

@@ -10,9 +10,9 @@ namespace qv::tests {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::BatchObserver;
+using kelvo_sdk::ConversionLosses;
 using kelvo_sdk::Input;
 using kelvo_sdk::LibInfo;
-using kelvo_sdk::Misfits;
 using kelvo_sdk::Node;
 using kelvo_sdk::NodeObserver;
 using kelvo_sdk::Output;

@@ -8,7 +8,7 @@ namespace qv::tests {
 namespace {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::Misfits;
+using kelvo_sdk::ConversionLosses;
 using Model = LivesModel;
 
 constexpr std::size_t mostNodes = 8;
@@ -191,8 +191,8 @@ void LivesPlayer::convertNode(const RandomEdit& step) {
     const int number = pick(at, step.b);
     if (number < 0) return;
     const char* type = kTypes[step.c % std::size(kTypes)];
-    Misfits misfits;
-    const Node made = nodeOf(at, number).convertTo(type, &misfits);
+    ConversionLosses losses;
+    const Node made = nodeOf(at, number).convertTo(type, &losses);
     if (!made) return fail("a node was not converted");
     at.model.replace(number, m_next, type);
     m_pointers[m_next++] = made.get();

@@ -60,6 +60,15 @@ OomEdit creating(Text what, AttrType type) {
             [type](OomWorld& w) { return bool(w.node.createInput(w.name, type)); }};
 }
 
+OomEdit renaming(Text what, Text node, Text path) {
+    return {what,
+            [=](OomWorld& w) {
+                input(w, node, path);
+                names(w, "new");
+            },
+            [](OomWorld& w) { return w.input.rename(w.name); }};
+}
+
 std::vector<OomEdit> sceneEdits() {
     return {
         {"scene: create", nullptr, [](OomWorld&) { return bool(Scene::create()); }},
@@ -127,8 +136,8 @@ std::vector<OomEdit> copyEdits() {
     return {
         {"node: convert", onNode("b", "other"),
          [](OomWorld& w) {
-             Misfits misfits;
-             return bool(w.node.convertTo(w.name, &misfits));
+             ConversionLosses losses;
+             return bool(w.node.convertTo(w.name, &losses));
          }},
         {"node: convert one that refers to a free node",
          [](OomWorld& w) {
@@ -138,13 +147,13 @@ std::vector<OomEdit> copyEdits() {
          [](OomWorld& w) { return bool(w.node.convertTo(w.name)); }},
         {"node: convert to a type", onNode("a", "spotLight"),
          [](OomWorld& w) {
-             Misfits misfits;
-             return bool(w.node.convertTo(w.name, &misfits));
+             ConversionLosses losses;
+             return bool(w.node.convertTo(w.name, &losses));
          }},
         {"node: convert one that is modified", onNode("d", "other"),
          [](OomWorld& w) {
-             Misfits misfits;
-             return bool(w.node.convertTo(w.name, &misfits));
+             ConversionLosses losses;
+             return bool(w.node.convertTo(w.name, &losses));
          }},
         {"node: remove one that is modified", onNode("d"),
          [](OomWorld& w) { return w.scene().removeNode(w.node); }},
@@ -226,6 +235,24 @@ std::vector<OomEdit> attributeEdits() {
     };
 }
 
+std::vector<OomEdit> renamings() {
+    return {
+        renaming("input: rename", "a", "r"),
+        renaming("input: rename a connected one", "b", "r"),
+        renaming("input: rename a member", "a", "o.m"),
+        renaming("input: rename what is modified", "d", "x"),
+        renaming("input: rename the list of modifiers", "d", "modifiers"),
+        {"input: rename one of many",
+         [](OomWorld& w) {
+             input(w, "a", "r");
+             names(w, "new");
+             for (int i = 0; w.node.inputCount() < 20; ++i)
+                 w.node.createInput(String::format("more%d", i), AttrType::Real);
+         },
+         [](OomWorld& w) { return w.input.rename(w.name); }},
+    };
+}
+
 std::vector<OomEdit> valueEdits() {
     using namespace qv::math;
     return {
@@ -295,8 +322,8 @@ std::vector<OomEdit> historyEdits() {
          [](OomWorld& w) { return w.scene().redo(); }},
         {"history: undo a conversion",
          [](OomWorld& w) {
-             Misfits misfits;
-             static_cast<void>(w.scene()["a"].convertTo("other", &misfits));
+             ConversionLosses losses;
+             static_cast<void>(w.scene()["a"].convertTo("other", &losses));
          },
          [](OomWorld& w) { return w.scene().undo(); }},
         {"history: undo a conversion of a node that refers to a free node",
@@ -386,8 +413,8 @@ std::vector<OomEdit> scopeEdits() {
 
 std::vector<OomEdit> allEdits() {
     std::vector<OomEdit> all;
-    for (auto part : {sceneEdits(), nodeEdits(), copyEdits(), attributeEdits(), valueEdits(),
-                      historyEdits(), scopeEdits()})
+    for (auto part : {sceneEdits(), nodeEdits(), copyEdits(), attributeEdits(), renamings(),
+                      valueEdits(), historyEdits(), scopeEdits()})
         for (OomEdit& edit : part)
             all.push_back(std::move(edit));
     return all;

@@ -289,7 +289,7 @@ const std::vector<OomEdit> kEdits = {
          w.node = w.scene()["x"];
          w.name = "torch";
      },
-     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).misfits)); }},
+     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).losses)); }},
     {"copy: convertTo an unknown type",
      [](OomWorld& w) {
          addShape(w);
@@ -303,7 +303,7 @@ const std::vector<OomEdit> kEdits = {
          w.node = w.scene()["a"];
          w.name = "add";
      },
-     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).misfits)); }},
+     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).losses)); }},
     {"copy: convertTo, undo off",
      [](OomWorld& w) {
          addShape(w);
@@ -311,14 +311,14 @@ const std::vector<OomEdit> kEdits = {
          w.node = w.scene()["x"];
          w.name = "torch";
      },
-     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).misfits)); }},
+     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).losses)); }},
     {"copy: convertTo of a modified node",
      [](OomWorld& w) {
          addShape(w);
          w.node = w.scene()["shape"];
          w.name = "xform";
      },
-     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).misfits)); }},
+     [](OomWorld& w) { return bool(w.node.convertTo(w.name, &textsOf(w).losses)); }},
 
     {"differences: between", addTexts,
      [](OomWorld& w) {

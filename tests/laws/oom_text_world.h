@@ -124,7 +124,7 @@ type candle : torch {
     kelvo_sdk::SceneDiff patch;
     kelvo_sdk::Findings findings;
     kelvo_sdk::FixReport report;
-    Misfits misfits;
+    ConversionLosses losses;
     // The names and texts that the operation goes by.
     String source = "added.kns";
     String type, path, expected;

@@ -11,8 +11,8 @@
 namespace qv::tests {
 
 using kelvo_sdk::AttrType;
+using kelvo_sdk::ConversionLosses;
 using kelvo_sdk::Input;
-using kelvo_sdk::Misfits;
 using kelvo_sdk::Node;
 using kelvo_sdk::Output;
 using kelvo_sdk::Scene;
@@ -39,6 +39,7 @@ public:
     void inputChanged(const IInput*, const kelvo_sdk::impl::AttrData*) override { ++counts[0]; }
     void inputConnected(const IInput*, const IOutput*, const IOutput*) override { ++counts[0]; }
     void nodeConverted(INode*, INode*) override { ++counts[0]; }
+    void inputRenamed(const IInput*, String) override { ++counts[0]; }
     void nodeRemoved() override { ++counts[1]; }
     void nodeRenamed(String) override { ++counts[1]; }
     void nodeConverted(Node) override { ++counts[1]; }

@@ -92,6 +92,15 @@ TEST(SceneThreads, FreshScene_IsWalkedByMany) {
     });
 }
 
+TEST(SceneThreads, PathsTypesAndValues_AreFoundByMany) {
+    const Scene scene = makeScene();
+    onManyThreads([&] {
+        return scene.find("*.intensity").size() == 1 &&
+               scene.find({.type = "emitter"}).size() == 1 &&
+               scene.find({.pattern = "*.b", .value = ">=40"}).size() == 1;
+    });
+}
+
 TEST(SceneThreads, Text_IsWrittenByMany) {
     const Scene scene = makeScene();
     const String expected = scene.text();

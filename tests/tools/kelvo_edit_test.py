@@ -65,6 +65,32 @@ class Commands(Edit):
     def test_what_leads_to_a_renamed_node_follows(self):
         self.assertEqual(self.edit("rename desk table"), SCENE.replace("desk", "table"))
 
+    def test_what_names_a_renamed_input_follows(self):
+        text = scene('node lamp "n" {', "    # how big", "    Real size = 1 # in metres",
+                     "    Array<Node> modifiers = [m]", "    Object o {", "        Int i = 1",
+                     "    }", "}", 'node scaleModifier "m" {', '    String modifies = "size"',
+                     "    Real factor = 2", "}")
+        self.file.write_text(text)
+        self.assertEqual(self.edit("rename-input n.size extent; rename-input n.o.i j"),
+                         text.replace("size", "extent").replace("Int i", "Int j"))
+        self.file.write_text(text)
+        self.assertEqual(self.edit("rename-input n.size extent; undo"), text)
+
+    def test_inputs_of_types_are_renamed_with_types_alone(self):
+        text = scene('node pointLight "p" {', "    Real intensity = 2", "}")
+        self.file.write_text(text)
+        self.expect(2, "edit", "a.kns", "-c", "rename-input p.intensity power", out="", error=(
+            "kelvo: -c:1:14: rename-input: 'p.intensity' comes with the type 'pointLight': only "
+            "with --types is it renamed.\n"))
+        self.assertIn("Real power = 2", self.edit("rename-input p.intensity power",
+                                                  options=("--types",)))
+
+    def test_inputs_are_not_renamed_to_names_that_are_taken(self):
+        self.expect(2, "edit", "a.kns", "-c", "rename-input lamp.radius Count", out="", error=(
+            "kelvo: -c:1:1: rename-input: Cannot rename input 'lamp.radius' to 'Count': there is "
+            "an input 'lamp.count' already.\n"))
+        self.assertEqual(self.file.read_text(), SCENE)
+
     def test_a_removed_node_leaves_no_reference(self):
         text = self.edit("remove desk; remove wood; remove room")
         self.assertEqual(re.findall(r'node \w+ "(\w+)"', text), ["lamp"])

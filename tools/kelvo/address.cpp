@@ -65,8 +65,7 @@ bool followStep(const PathParser::Token& step, Append append, Address& address, 
     if (step.index != -1) return findElement(step.index, append, input, error);
     if (!input.get()) {
         const Node& node = address.node;
-        const bool isInput = node->hasInput(step.text, kelvo_sdk::AttrType::Null);
-        if (isInput || !node->hasOutput(step.text, kelvo_sdk::AttrType::Null))
+        if (node.hasInput(step.text) || !node.hasOutput(step.text))
             return findMember(*node.get(), node.name(), step.text, input, error);
         error = "'" + node.name() + "." + step.text +
                 "' is an output, whose value `kelvo eval` prints.";

@@ -34,16 +34,16 @@ Status runConvert(const ConvertOptions& options, Terminal& out) {
     }
     const Libraries* libraries = librariesInUse();
     if (!libraries || !libraries->findType(options.type)) return Status::Usage;
-    kelvo_sdk::interfaces::Misfits misfits;
+    kelvo_sdk::interfaces::ConversionLosses losses;
     String error;
-    if (!convertNode(scene, node, options.type, misfits, error)) {
+    if (!convertNode(scene, node, options.type, losses, error)) {
         // Why a type cannot be is told by the library.
         if (!error.isEmpty()) complain(displayed(options.file) + ": " + error);
         return error.isEmpty() ? Status::Usage : Status::Fault;
     }
     if (!document.save(scene, options.outFile, out)) return Status::Fault;
-    for (const kelvo_sdk::interfaces::Misfit& misfit : misfits)
-        warn(displayed(options.file) + ": '" + misfit.path + "' " + misfit.reason);
+    for (const kelvo_sdk::interfaces::ConversionLoss& loss : losses)
+        warn(displayed(options.file) + ": '" + loss.path + "' " + loss.reason);
     return Status::Ok;
 }
 

@@ -1,9 +1,9 @@
 // The commands about elements of arrays, and those that move and remove anything.
 #include "tools/kelvo/edit_commands.h"
 
-#include "kelvo/sdk/interfaces/i_node.h"
 #include "tools/kelvo/address.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
@@ -14,9 +14,6 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
-using kelvo_sdk::interfaces::IInput;
-using kelvo_sdk::interfaces::IInputContainer;
-using kelvo_sdk::interfaces::INode;
 
 String numberText(u64 number) {
     return String(std::string_view(std::to_string(number)));
@@ -44,35 +41,26 @@ bool runInsert(EditSession& session, const Edit& edit, EditFault& fault) {
     if (index > array.inputCount())
         return fault.at(2, "no place [" + edit.words[2].text + "] in '" + array.path() +
                                "', which has " + numberText(array.inputCount()) + " elements.");
-    const Input element(array->insertElement(index));
+    const Input element = array.insert(index);
     return element.get() && (!edit.has(3) || assignFrom(session, edit, 3, element, fault));
 }
 
-// The place of an input in what holds it.
-u64 indexIn(const IInputContainer& owner, const IInput* input) {
-    u64 index = 0;
-    while (index < owner.inputCount() && owner.input(index) != input)
-        ++index;
-    return index;
+u64 placeIn(const ds::Vector<Input>& list, const Input& input) {
+    return static_cast<u64>(std::ranges::find(list, input) - list.begin());
 }
 
 bool removeOutput(const Address& owner, const String& name) {
-    return owner.node.get() && !owner.input.get() && owner.node->hasOutput(name, AttrType::Null) &&
-           owner.node->removeOutput(name);
+    return !owner.input && owner.node.hasOutput(name) && owner.node.removeOutput(name);
 }
 
 // Removing a node empties all that links to it. In lists of nodes nothing is to be left of it.
-void removeElements(const kelvo_sdk::Scene& scene, const INode* node) {
-    for (u64 i = 0; i < scene.nodeCount(); ++i)
+void removeElements(const kelvo_sdk::Scene& scene, const kelvo_sdk::Node& node) {
+    for (const kelvo_sdk::Node& owner : scene.nodes())
         for (const char* name : {"children", "modifiers"}) {
-            const INode* owner = scene->node(i);
-            if (!owner->hasInput(name, AttrType::Array)) continue;
-            IInput* const list = owner->input(String(name));
-            for (u64 element = list->inputCount(); element-- > 0;) {
-                INode* linked = nullptr;
-                const bool isLink = list->input(element)->readNode(linked, false, nullptr);
-                if (isLink && linked == node) list->removeInput(element);
-            }
+            if (!owner.hasInput(name, AttrType::Array)) continue;
+            const Input list = owner[name];
+            for (u64 element = list.inputCount(); element-- > 0;)
+                if (list.input(element).asNode(false) == node) list.removeInput(element);
         }
 }
 
@@ -87,12 +75,12 @@ bool runRemove(EditSession& session, const Edit& edit, EditFault& fault) {
         return fault.at(1, std::move(error));
     }
     if (!address.input.get()) {
-        removeElements(session.scene(), address.node.get());
+        removeElements(session.scene(), address.node);
         return session.scene().removeNode(address.node);
     }
-    IInput* const owner = address.input->parent();
-    if (owner) return owner->removeInput(indexIn(*owner, address.input.get()));
-    return address.node->removeInput(indexIn(*address.node.get(), address.input.get()));
+    const Input holder = address.input.parent();
+    if (holder) return holder.removeInput(placeIn(holder.inputs(), address.input));
+    return address.node.removeInput(placeIn(address.node.inputs(), address.input));
 }
 
 bool runMove(EditSession& session, const Edit& edit, EditFault& fault) {
@@ -102,14 +90,14 @@ bool runMove(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!findAddress(session.scene(), edit.words[1].text, Append::Refused, address, error))
         return fault.at(1, std::move(error));
     if (!readCount(edit, 2, 0, index, fault)) return false;
-    IInput* const array = address.input.get() ? address.input->parent() : nullptr;
-    if (address.input.get() && (!array || array->type() != AttrType::Array))
+    const Input array = address.input.parent();
+    if (address.input && array.type() != AttrType::Array)
         return fault.at(1, "'" + address.input.path() +
                                "' stays at its place: nodes and elements of arrays are moved.");
-    const u64 count = array ? array->inputCount() : session.scene().nodeCount();
+    const u64 count = array ? array.inputCount() : session.scene().nodeCount();
     if (index >= count)
         return fault.at(2, "no place " + edit.words[2].text + " among " + numberText(count) + ".");
-    return array ? array->moveElement(indexIn(*array, address.input.get()), index)
+    return array ? array.moveElement(placeIn(array.inputs(), address.input), index)
                  : session.scene().moveNode(address.node, index);
 }
 

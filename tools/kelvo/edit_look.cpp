@@ -3,7 +3,9 @@
 
 #include "kelvo/sdk/interfaces/i_node.h"
 #include "kelvo/sdk/interfaces/i_output.h"
+#include "kelvo/sdk/value_text.h"
 #include "tools/kelvo/address.h"
+#include "tools/kelvo/handles.h"
 #include "tools/kelvo/value_setting.h"
 #include "tools/kelvo/value_summary.h"
 
@@ -39,7 +41,7 @@ bool runShow(EditSession& session, const Edit& edit, EditFault& fault) {
     const IInput* input = nullptr;
     if (!look(session, edit, address, input, fault)) return false;
     if (!input) {
-        out.writeData(address.node->serialize(false, false).view());
+        out.writeData(address.node.text().view());
         return true;
     }
     out.write(Tone::Name, edit.words[1].text.view()).write(" (");
@@ -56,7 +58,7 @@ bool runGet(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!look(session, edit, address, input, fault)) return false;
     if (!input)
         return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
-    session.out().writeData(wholeValue(*input).view()).endLine();
+    session.out().writeData(kelvo_sdk::valueText(handleOn(*input)).view()).endLine();
     return true;
 }
 

@@ -2,6 +2,7 @@
 #include "tools/kelvo/edit_commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"
+#include "tools/kelvo/address.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
@@ -67,6 +68,21 @@ bool runRename(EditSession& session, const Edit& edit, EditFault& fault) {
            session.scene().renameNode(node, edit.words[2].text);
 }
 
+// An input that the text leaves to its type comes back with the type, unless that was read with it.
+bool runRenameInput(EditSession& session, const Edit& edit, EditFault& fault) {
+    Address address;
+    String error;
+    if (!findAddress(session.scene(), edit.words[1].text, Append::Refused, address, error))
+        return fault.at(1, std::move(error));
+    if (!address.input)
+        return fault.at(1, "'" + edit.words[1].text + "' is a node: expected one of its inputs.");
+    const Libraries* libraries = session.hasTypes() ? nullptr : librariesInUse();
+    if (libraries && libraries->defines(*address.input))
+        return fault.at(1, "'" + address.input.path() + "' comes with the type '" +
+                               address.node.type() + "': only with --types is it renamed.");
+    return address.input.rename(edit.words[2].text);
+}
+
 bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
     Node node;
     if (!findNodeOf(session, edit, 1, node, fault)) return false;
@@ -77,11 +93,11 @@ bool runConvert(EditSession& session, const Edit& edit, EditFault& fault) {
     if (!libraries || !libraries->lookUpType(type))
         return fault.at(2, "no node type '" + type + "'" +
                                (libraries ? questionAboutType(*libraries, type) : String(".")));
-    kelvo_sdk::Misfits misfits;
+    kelvo_sdk::ConversionLosses losses;
     // Why a type cannot be is told by the library.
-    if (!convertNode(session.scene(), node, type, misfits, fault.message)) return false;
-    for (const kelvo_sdk::Misfit& misfit : misfits)
-        warn("'" + misfit.path + "' " + misfit.reason);
+    if (!convertNode(session.scene(), node, type, losses, fault.message)) return false;
+    for (const kelvo_sdk::ConversionLoss& loss : losses)
+        warn("'" + loss.path + "' " + loss.reason);
     return true;
 }
 
@@ -149,13 +165,13 @@ bool runParent(EditSession& session, const Edit& edit, EditFault& fault) {
     String error;
     const bool isThere =
         reachInput(session.scene(), parent.name() + ".children", nullptr, children, error);
-    if (!isThere || children.type() != AttrType::Array || children->elementType() != AttrType::Node)
+    if (!isThere || children.type() != AttrType::Array || children.elementType() != AttrType::Node)
         return fault.at(2, "'" + parent.name() + "' takes no children.");
     if (isAbove(node, parent, fault)) return false;
-    const i64 place = node->indexIn(parent.get());
+    const i64 place = node.indexIn(parent);
     const i64 last = static_cast<i64>(children.inputCount()) - 1;
     if (place < 0) return node.parentTo(parent);
-    return place == last || children->moveElement(static_cast<u64>(place), static_cast<u64>(last));
+    return place == last || children.moveElement(static_cast<u64>(place), static_cast<u64>(last));
 }
 
 bool runUnparent(EditSession& session, const Edit& edit, EditFault& fault) {
@@ -172,6 +188,8 @@ constexpr std::array commands{
     EditCommand{"new", "TYPE NAME", "Makes a node", Kind::Edits, &runNew},
     EditCommand{"rename", "NODE NAME", "Renames a node; what leads to it follows", Kind::Edits,
                 &runRename},
+    EditCommand{"rename-input", "INPUT NAME", "Renames an input or member; what names it follows",
+                Kind::Edits, &runRenameInput},
     EditCommand{"convert", "NODE TYPE", "Gives a node another type, and tells what does not fit",
                 Kind::Edits, &runConvert},
     EditCommand{"clone", "NODE [NAME] [--deep]", "Copies a node; --deep what it depends on as well",

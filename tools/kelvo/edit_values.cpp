@@ -39,7 +39,7 @@ bool runSet(EditSession& session, const Edit& edit, EditFault& fault) {
 
 // An input that stands bare in the text has what its type says; empty where that is nothing.
 Input definitionOf(const Input& input) {
-    if (input->parent() || input.isDescribed()) return Input();
+    if (input.parent() || input.isDescribed()) return Input();
     const Libraries* libraries = librariesInUse();
     const IInput* known =
         libraries ? libraries->lookUpInput(input.node()->type(), input.name()) : nullptr;
@@ -65,7 +65,7 @@ bool runReset(EditSession& session, const Edit& edit, EditFault& fault) {
 }
 
 Output knownOutput(const Node& node, const String& name) {
-    if (node->hasOutput(name, AttrType::Null)) return node.output(name);
+    if (node.hasOutput(name)) return node.output(name);
     const Libraries* libraries = librariesInUse();
     const IOutput* like = libraries ? libraries->lookUpOutput(node.type(), name) : nullptr;
     if (!like) return Output();
@@ -180,9 +180,8 @@ bool findPlace(const EditSession& session, const Edit& edit, NewPlace& place, Ed
 }
 
 bool hasAlready(const EditSession& session, const NewPlace& place, const String& path) {
-    if (place.owner.input.get()) return place.owner.input->hasInput(place.name, AttrType::Null);
-    return place.owner.node->hasInput(place.name, AttrType::Null) ||
-           leftOutInput(session.scene(), path);
+    if (place.owner.input) return place.owner.input.hasInput(place.name);
+    return place.owner.node.hasInput(place.name) || leftOutInput(session.scene(), path);
 }
 
 // To a node or to an object.
@@ -216,7 +215,7 @@ bool runAddOutput(EditSession& session, const Edit& edit, EditFault& fault) {
     NewPlace place;
     if (!kindOf(edit, kind, fault) || !findPlace(session, edit, place, fault)) return false;
     if (place.owner.input.get()) return fault.at(2, "inputs have no outputs.");
-    if (place.owner.node->hasOutput(place.name, AttrType::Null))
+    if (place.owner.node.hasOutput(place.name))
         return fault.at(2, "there is an output '" + edit.words[2].text + "' already.");
     const Node& node = place.owner.node;
     const Output output = kind.type == AttrType::Buffer

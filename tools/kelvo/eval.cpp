@@ -77,7 +77,7 @@ bool findTarget(const Scene& scene, const String& path, Target& target, String& 
         return false;
     }
     const String rest = path.substr(dot + 1);
-    if (node->hasOutput(rest, kelvo_sdk::AttrType::Null)) {
+    if (node.hasOutput(rest)) {
         target.output = node.output(rest);
         return true;
     }

@@ -1,6 +1,7 @@
 #include "tools/kelvo/evaluation.h"
 
 #include "kelvo/sdk/node.h"
+#include "kelvo/sdk/value_text.h"
 #include "tools/kelvo/handles.h"
 #include "tools/kelvo/value_summary.h"
 
@@ -47,8 +48,8 @@ Evaluation evaluate(const Input& input) {
 
 Evaluation evaluateWhole(const Input& input) {
     String error;
-    const String text = wholeValue(*input, [&error](const IInput& held) {
-        return held.source() && error.isEmpty() ? valueThrough(handleOn(held), error) : Input();
+    const String text = kelvo_sdk::valueText(input, [&error](const Input& held) {
+        return held.source() && error.isEmpty() ? valueThrough(held, error) : Input();
     });
     return error.isEmpty() ? Evaluation{true, text} : Evaluation{false, error};
 }
@@ -56,7 +57,7 @@ Evaluation evaluateWhole(const Input& input) {
 Evaluation evaluate(const Output& output) {
     const Input given = output.evaluate();
     if (!given) return {false, whyNothingComes(output)};
-    return {true, wholeValue(*given)};
+    return {true, kelvo_sdk::valueText(given)};
 }
 
 // Without recursion: arrays and objects may lie in each other to any depth.
@@ -73,10 +74,8 @@ bool isHidden(const Input& input) {
 }
 
 String storedValue(const Input& input) {
-    return wholeValue(*input, [](const IInput& held) {
-        const Input own = handleOn(held);
-        return own.isModified() ? own.keptValue() : Input();
-    });
+    return kelvo_sdk::valueText(
+        input, [](const Input& held) { return held.isModified() ? held.keptValue() : Input(); });
 }
 
 } // namespace qv::kelvo_tool

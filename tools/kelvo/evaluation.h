@@ -13,7 +13,7 @@ struct Evaluation {
 
 /// Evaluates an input, to one short line. Needs one that is connected.
 [[nodiscard]] Evaluation evaluate(const kelvo_sdk::Input& input);
-/// Evaluates an input with all that it holds, to its whole value as `wholeValue` has it.
+/// Evaluates an input with all that it holds, to its whole value as `valueText` has it.
 [[nodiscard]] Evaluation evaluateWhole(const kelvo_sdk::Input& input);
 /// Evaluates an output, to its whole value.
 [[nodiscard]] Evaluation evaluate(const kelvo_sdk::Output& output);

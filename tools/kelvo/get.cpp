@@ -27,8 +27,8 @@ constexpr const char* getHelp =
 // Whether there may be more to an input than the text says by itself.
 bool mayBeHidden(const Address& address) {
     const kelvo_sdk::Node& node = address.node;
-    const bool hasModifiers = node->hasInput("modifiers", kelvo_sdk::AttrType::Array) &&
-                              node->input("modifiers")->inputCount() != 0;
+    const bool hasModifiers = node.hasInput("modifiers", kelvo_sdk::AttrType::Array) &&
+                              node["modifiers"].inputCount() != 0;
     return hasModifiers || isHidden(address.input);
 }
 
@@ -85,7 +85,7 @@ private:
         if (m_address.input.get())
             printInput(m_address, m_options, out);
         else
-            out.writeData(m_address.node->serialize(false, false).view());
+            out.writeData(m_address.node.text().view());
     }
 
     const GetOptions& m_options;

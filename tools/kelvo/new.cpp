@@ -24,7 +24,7 @@ Status runNew(const NewOptions& options, Terminal& out) {
     if (options.isBrief)
         out.writeData(("node " + node->type() + " \"" + node.name() + "\" {\n}\n").view());
     else
-        out.writeData(node->serialize(false, false).view());
+        out.writeData(node.text().view());
     return Status::Ok;
 }
 

@@ -48,13 +48,13 @@ void addExchange(const Scene& scene, const Node& before, const Node& after, Scen
 } // namespace
 
 bool convertNode(const Scene& scene, const Node& node, const String& type,
-                 kelvo_sdk::Misfits& misfits, String& error) {
-    if (knowsTypes(scene)) return node.convertTo(type, &misfits).get() != nullptr;
+                 kelvo_sdk::ConversionLosses& losses, String& error) {
+    if (knowsTypes(scene)) return node.convertTo(type, &losses).get() != nullptr;
     const Scene before = Scene::create();
     const Scene after = Scene::create();
     const String text = scene.text();
     if (!readWithTypes(text, before, error) || !readWithTypes(text, after, error)) return false;
-    const Node converted = after.findNode(node.name()).convertTo(type, &misfits);
+    const Node converted = after.findNode(node.name()).convertTo(type, &losses);
     if (!converted.get()) return false;
     SceneDiff diff;
     const SceneDiff made = SceneDiff::between(before, after, {}, &error);

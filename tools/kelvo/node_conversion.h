@@ -9,6 +9,7 @@ namespace qv::kelvo_tool {
 /// others stays. References go by the node's name, as the nodes may be new objects. False with the
 /// first reason in `error`, if it was not logged.
 [[nodiscard]] bool convertNode(const kelvo_sdk::Scene& scene, const kelvo_sdk::Node& node,
-                               const String& type, kelvo_sdk::Misfits& misfits, String& error);
+                               const String& type, kelvo_sdk::ConversionLosses& losses,
+                               String& error);
 
 } // namespace qv::kelvo_tool

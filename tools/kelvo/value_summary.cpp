@@ -52,7 +52,7 @@ void appendShortBuffer(const BufferView& view, StringIO& out) {
     appendCount(view.count, "element", out);
 }
 
-void appendPlain(const IInput& input, bool isShort, StringIO& out) {
+void appendPlain(const IInput& input, StringIO& out) {
     String text;
     BufferView view;
     INode* node = nullptr;
@@ -64,12 +64,10 @@ void appendPlain(const IInput& input, bool isShort, StringIO& out) {
             out.append("null");
         return;
     case AttrType::Buffer:
-        if (!isShort || !input.readBuffer(view, false, nullptr)) break;
+        if (!input.readBuffer(view, false, nullptr)) break;
         return appendShortBuffer(view, out);
     case AttrType::String:
-        if (!input.readString(text, false, nullptr)) return;
-        if (isShort) return appendShortText(text, out);
-        out.append(quotedText(text.view()).view());
+        if (input.readString(text, false, nullptr)) appendShortText(text, out);
         return;
     default:
         break;
@@ -84,7 +82,7 @@ void appendShort(const IInput& input, bool isInside, StringIO& out) {
         appendCount(count, "member", out);
         out.append('}');
     } else if (input.type() != AttrType::Array) {
-        appendPlain(input, true, out);
+        appendPlain(input, out);
     } else if (isInside) {
         out.append('[');
         appendCount(count, "element", out);
@@ -99,58 +97,12 @@ void appendShort(const IInput& input, bool isInside, StringIO& out) {
     }
 }
 
-void appendWhole(const IInput& input, u64 depth, const StandIn& standIn, StringIO& out);
-
-void appendMembers(const IInput& object, u64 depth, const StandIn& standIn, StringIO& out) {
-    out.append("{\n");
-    for (u64 i = 0; i < object.inputCount(); ++i) {
-        const IInput& member = *object.input(i);
-        out.appendRepeated(' ', 4 * (depth + 1));
-        out.append(member.typeName().view()).append(' ').append(member.name().view());
-        out.append(member.isObject() ? " " : " = ");
-        appendWhole(member, depth + 1, standIn, out);
-        out.append('\n');
-    }
-    out.appendRepeated(' ', 4 * depth).append('}');
-}
-
-// Recursion ends soon: a reader of scene text bounds how deep things are nested.
-void appendWhole(const IInput& input, u64 depth, const StandIn& standIn, StringIO& out) {
-    if (input.isObject()) return appendMembers(input, depth, standIn, out);
-    if (input.type() != AttrType::Array) {
-        const RefersTo<IInput> other = standIn(input);
-        return appendPlain(other ? *other : input, false, out);
-    }
-    out.append('[');
-    for (u64 i = 0; i < input.inputCount(); ++i) {
-        if (i != 0) out.append(", ");
-        appendWhole(*input.input(i), depth, standIn, out);
-    }
-    out.append(']');
-}
-
 } // namespace
 
 String shortValue(const IInput& input) {
     StringIO out;
     appendShort(input, false, out);
     return out.take();
-}
-
-String wholeValue(const IInput& input) {
-    return wholeValue(input, [](const IInput&) { return RefersTo<IInput>(); });
-}
-
-String wholeValue(const IInput& input, const StandIn& standIn) {
-    StringIO out;
-    if (input.type() != AttrType::String) {
-        appendWhole(input, 0, standIn, out);
-        return out.take();
-    }
-    String text;
-    const RefersTo<IInput> other = standIn(input);
-    (void)(other ? *other : input).readString(text, false, nullptr);
-    return text;
 }
 
 } // namespace qv::kelvo_tool

@@ -2,10 +2,10 @@
 
 #include "kelvo/base/ref_counted.h"
 #include "kelvo/base/string.h"
+#include "kelvo/sdk/interfaces/conversion_loss.h"
 #include "kelvo/sdk/interfaces/eval_cache_figures.h"
 #include "kelvo/sdk/interfaces/forward.h"
-#include "kelvo/sdk/interfaces/misfit.h"
-#include "kelvo/sdk/interfaces/scene_fault.h"
+#include "kelvo/sdk/interfaces/integrity_error.h"
 #include "kelvo/sdk/interfaces/undo_step.h"
 
 namespace qv::kelvo_sdk::interfaces {
@@ -121,8 +121,8 @@ public:
     ///
     /// Returns the replacement. Null, with nothing changed, when the node is not of this scene, the
     /// type is no simple identifier or abstract (both logged). What does not fit is appended to
-    /// `misfits`, and logged where that is null.
-    virtual INode* convertNoting(INode* node, String type, Misfits* misfits) = 0;
+    /// `losses`, and logged where that is null.
+    virtual INode* convertNoting(INode* node, String type, ConversionLosses* losses) = 0;
 
     /// Looks through the whole scene, in linear time, for laws that do not hold. Empty when all is
     /// well; anything else is a fault of the program:
@@ -135,7 +135,7 @@ public:
     ///
     /// A link or connection to a node that is in no scene, as one that is still to come in, is no
     /// fault: it ends with the node.
-    [[nodiscard]] virtual SceneFaults verify() const = 0;
+    [[nodiscard]] virtual IntegrityErrors verify() const = 0;
 };
 
 } // namespace qv::kelvo_sdk::interfaces

@@ -17,6 +17,7 @@ public:
     virtual void nodeRenamed(String name) = 0;
     /// `replacement` may be empty.
     virtual void nodeConverted(Node replacement) = 0;
+    /// The value of the input is another, or its name.
     virtual void inputChanged(Input input) = 0;
     virtual void inputConnected(Input input) = 0;
 

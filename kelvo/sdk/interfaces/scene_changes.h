@@ -15,6 +15,11 @@ struct SceneChanges {
         String before;
     };
 
+    struct InputRenaming {
+        const IInput* input;
+        String before;
+    };
+
     ds::Vector<INode*> addedNodes;
     ds::Vector<INode*> removedNodes;
     ds::Vector<Renaming> renamedNodes;
@@ -27,12 +32,13 @@ struct SceneChanges {
     ds::Vector<const IInput*> connectedInputs;
     ds::Vector<const IOutput*> addedOutputs;
     ds::Vector<const IOutput*> removedOutputs;
+    ds::Vector<InputRenaming> renamedInputs;
 
     [[nodiscard]] bool empty() const noexcept {
         return addedNodes.empty() && removedNodes.empty() && renamedNodes.empty() &&
                movedNodes.empty() && addedInputs.empty() && removedInputs.empty() &&
                changedInputs.empty() && connectedInputs.empty() && addedOutputs.empty() &&
-               removedOutputs.empty();
+               removedOutputs.empty() && renamedInputs.empty();
     }
 };
 

@@ -39,6 +39,14 @@ protected:
     SceneObserver(const SceneObserver&) = default;
     SceneObserver& operator=(const SceneObserver&) = default;
     virtual ~SceneObserver() = default;
+
+public:
+    // Last in the class, so that the places of all others in the table stand.
+    /// The input has another name than `before`, at its old place.
+    virtual void inputRenamed(const IInput* input, String /*before*/) {
+        inputRemoved(input);
+        inputAdded(input);
+    }
 };
 
 } // namespace qv::kelvo_sdk::interfaces

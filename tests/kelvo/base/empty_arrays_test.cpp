@@ -115,6 +115,16 @@ TEST(EmptyArrays, MapWithAllBucketsFilled_HoldsNone) {
     EXPECT_EQ(taken(), before + 1);
 }
 
+TEST(EmptyArrays, MapWithItsFirstBucketFilled_GivesItsRunBack) {
+    const u64 before = taken();
+    {
+        Map map;
+        map.set({0}, 1);
+        EXPECT_EQ(taken(), before + 1);
+    }
+    EXPECT_EQ(taken(), before);
+}
+
 TEST(EmptyArrays, MapsThatSwap_GiveEachTheirRunBack) {
     const u64 before = taken();
     auto a = std::make_unique<Map>();

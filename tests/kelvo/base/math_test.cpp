@@ -72,6 +72,8 @@ TEST(Math, Types_ArePlainMemoryInOrder) {
     EXPECT_EQ(sizeof(Mat3f), 9 * sizeof(float));
     EXPECT_EQ(sizeof(Obbd), 15 * sizeof(double));
     EXPECT_EQ(sizeof(Rgb8), 3u);
+    EXPECT_EQ(sizeof(Rgbaf), 4 * sizeof(float));
+    EXPECT_EQ(sizeof(Quatf), 4 * sizeof(float));
 }
 
 TEST(Math, Default_IsAllZeros) {
@@ -85,6 +87,24 @@ TEST(Math, Components_AreReadAndWrittenByIndex) {
     v[2] = 7;
     EXPECT_EQ(v, (Vec4i{1, 2, 7, 4}));
     EXPECT_NE(v, Vec4i());
+}
+
+template<class T>
+class MathIndex : public testing::Test {};
+
+using Indexed = testing::Types<Vec3d, Pos3d, Quatd, Rgbd, Rgbad>;
+TYPED_TEST_SUITE(MathIndex, Indexed);
+
+TYPED_TEST(MathIndex, ComponentsStandSideBySideAndNothingElse) {
+    TypeParam value;
+    constexpr u64 count = sizeof(value) / sizeof(double);
+    for (u64 i = 0; i < count; ++i)
+        value[i] = static_cast<double>(i + 1);
+    const TypeParam& read = value;
+    for (u64 i = 0; i < count; ++i) {
+        EXPECT_EQ(read[i], static_cast<double>(i + 1));
+        EXPECT_EQ(&read[i], reinterpret_cast<const double*>(&value) + i);
+    }
 }
 
 TEST(Math, Translation_StandsInTheLastRow) {
@@ -117,5 +137,7 @@ TEST(Math, Transposed_SwapsRowsAndColumns) {
 
 TEST(Math, PositionsAndOffsets_AddAndSubtract) {
     EXPECT_EQ((Pos3d{1, 2, 3} + Vec3d{1, 1, 1}), (Pos3d{2, 3, 4}));
-    EXPECT_EQ((Pos3d{1, 2, 3} - Pos3d{1, 1, 1}), (Vec3d{0, 1, 2}));
+    EXPECT_EQ((Pos3d{5, 4, 3} - Pos3d{1, 2, 4}), (Vec3d{4, 2, -1}));
+    constexpr Vec3d offset = Pos3d{5, 4, 3} - Pos3d{1, 2, 4};
+    EXPECT_EQ((Pos3d{1, 2, 4} + offset), (Pos3d{5, 4, 3}));
 }

@@ -54,6 +54,52 @@ TEST_F(InputHandle, Empty_TakesNothing) {
     EXPECT_TRUE(input.asString().isEmpty());
 }
 
+TEST_F(InputHandle, Empty_HoldsNothing) {
+    const Input input;
+    EXPECT_FALSE(input.rename("x"));
+    EXPECT_FALSE(input.parent());
+    EXPECT_EQ(input.dataType(), DataType::Null);
+    EXPECT_FALSE(input.isSilent());
+    EXPECT_TRUE(input.inputs().empty());
+    EXPECT_FALSE(input.hasInput("x"));
+    EXPECT_FALSE(input.insert(0));
+    EXPECT_FALSE(input.moveElement(0, 0));
+    EXPECT_FALSE(input.removeInput(u64(0)));
+    EXPECT_FALSE(input.removeInput("x"));
+    EXPECT_FALSE(input.clearInputs());
+}
+
+TEST_F(InputHandle, Elements_AreInsertedMovedAndRemoved) {
+    const Input list = m_node.createArray("list", AttrType::Int);
+    for (int value : {1, 2, 3})
+        list.append().set(value);
+    const Input made = list.insert(1);
+    made.set(7);
+    EXPECT_EQ(made.parent(), list);
+    EXPECT_EQ(list.inputs()[1], made);
+    EXPECT_TRUE(list.moveElement(1, 3));
+    EXPECT_EQ(made.name(), "3");
+    EXPECT_TRUE(list.removeInput(u64(0)));
+    EXPECT_EQ(list.inputs().size(), 3u);
+    EXPECT_TRUE(list.clearInputs());
+    EXPECT_EQ(list.inputCount(), 0u);
+    EXPECT_FALSE(list.parent());
+}
+
+TEST_F(InputHandle, Members_AreAskedForAndRemoved) {
+    const Input object = m_node.createInput("o", AttrType::Object);
+    object.createInput("m", AttrType::Real);
+    EXPECT_TRUE(object.hasInput("M"));
+    EXPECT_FALSE(object.hasInput("m", AttrType::Int));
+    EXPECT_TRUE(object.removeInput("m"));
+    EXPECT_FALSE(object.hasInput("m"));
+}
+
+TEST_F(InputHandle, DataType_IsThatOfABuffer) {
+    EXPECT_EQ(m_node.createBuffer("b", DataType::Pos3f).dataType(), DataType::Pos3f);
+    EXPECT_EQ(m_node.createInput("i", AttrType::Int).dataType(), DataType::Null);
+}
+
 TEST_F(InputHandle, TellsWhatItsInputIs) {
     const Input list = m_node.createArray("bigList", AttrType::Int);
     EXPECT_EQ(list.name(), "bigList");

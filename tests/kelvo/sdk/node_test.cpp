@@ -76,8 +76,74 @@ TEST_F(NodeHandle, FilePath_IsThatOfItsThreeInputs) {
     EXPECT_EQ(m_lamp.asPath(), "textures/wood.png");
 }
 
+TEST_F(NodeHandle, Scene_IsThatWhichTheNodeBelongsTo) {
+    EXPECT_EQ(m_lamp.scene(), m_scene);
+    EXPECT_FALSE(m_lamp.copyByItself("free").scene());
+}
+
+TEST_F(NodeHandle, Rename_IsThatOfTheScene) {
+    EXPECT_TRUE(m_lamp.rename("table"));
+    EXPECT_EQ(m_lamp.name(), "table1");
+    EXPECT_FALSE(m_lamp.rename("a b"));
+    EXPECT_FALSE(m_lamp.copyByItself("free").rename("other"));
+}
+
+TEST_F(NodeHandle, Attributes_ComeAsLists) {
+    m_lamp.createInput("x", AttrType::Real);
+    m_lamp.createOutput("o", AttrType::Real);
+    const ds::Vector<Input> inputs = m_lamp.inputs();
+    ASSERT_EQ(inputs.size(), 2u);
+    EXPECT_EQ(inputs[0].name(), "children");
+    EXPECT_EQ(inputs[1].name(), "x");
+    ASSERT_EQ(m_lamp.outputs().size(), 1u);
+    EXPECT_EQ(m_lamp.outputs()[0].path(), "lamp.o");
+    EXPECT_EQ(names(m_scene.nodes()), "room table lamp ");
+}
+
+TEST_F(NodeHandle, HasInputAndHasOutput_AskSilently) {
+    m_lamp.createOutput("o", AttrType::Real);
+    EXPECT_TRUE(m_lamp.hasInput("Children"));
+    EXPECT_FALSE(m_lamp.hasInput("children", AttrType::Real));
+    EXPECT_FALSE(m_lamp.hasInput("x"));
+    EXPECT_TRUE(m_lamp.hasOutput("O"));
+    EXPECT_FALSE(m_lamp.hasOutput("x"));
+}
+
+TEST_F(NodeHandle, RemovedAttributes_AreGone) {
+    m_lamp.createOutput("o", AttrType::Real);
+    EXPECT_TRUE(m_lamp.removeOutput("o"));
+    EXPECT_EQ(m_lamp.outputCount(), 0u);
+    EXPECT_TRUE(m_lamp.removeInput(u64(0)));
+    EXPECT_EQ(m_lamp.inputCount(), 0u);
+}
+
+TEST_F(NodeHandle, IndexIn_IsThePlaceAmongTheChildren) {
+    m_table.parentTo(m_room);
+    m_lamp.parentTo(m_room);
+    EXPECT_EQ(m_lamp.indexIn(m_room), 1);
+    EXPECT_EQ(m_room.indexIn(m_lamp), -1);
+}
+
+TEST_F(NodeHandle, Text_HasTheNodeAndOnRequestWhatItDependsOn) {
+    m_table.parentTo(m_room);
+    EXPECT_EQ(m_room.text(), m_room->serialize(false, false));
+    EXPECT_EQ(m_room.text(true), m_room->serialize(true, false));
+    EXPECT_NE(m_room.text(true), m_room.text());
+}
+
 TEST_F(NodeHandle, Empty_AnswersNothing) {
     const Node none;
+    EXPECT_FALSE(none.scene());
+    EXPECT_FALSE(none.rename("x"));
+    EXPECT_TRUE(none.inputs().empty());
+    EXPECT_TRUE(none.outputs().empty());
+    EXPECT_FALSE(none.hasInput("x"));
+    EXPECT_FALSE(none.hasOutput("x"));
+    EXPECT_FALSE(none.removeInput(u64(0)));
+    EXPECT_FALSE(none.removeOutput("x"));
+    EXPECT_EQ(none.indexIn(none), -1);
+    EXPECT_TRUE(none.text().isEmpty());
+    EXPECT_TRUE(Scene().nodes().empty());
     EXPECT_TRUE(none.children().empty());
     EXPECT_TRUE(none.dependencies().empty());
     EXPECT_EQ(none.firstPathTo(m_room).get(), nullptr);

@@ -23,6 +23,18 @@ void collectTargets(const DocAttr& attr, DocNames& names) {
         collectTargets(member, names);
 }
 
+bool namesItsNodes(const SceneDocument& document) {
+    DocNames targets;
+    DocNames names = {std::string_view()}; // A link to nothing.
+    for (const DocNode& node : document.nodes) {
+        names.insert(node.name);
+        for (const DocAttr& input : node.inputs)
+            collectTargets(input, targets);
+    }
+    return std::ranges::all_of(targets,
+                               [&](std::string_view name) { return names.contains(name); });
+}
+
 void LinkRestorer::restore(const List& earlier, List& list) {
     const ListMatch match = matchAttrs(earlier, list);
     for (u64 i = 0; i < list.size(); ++i)

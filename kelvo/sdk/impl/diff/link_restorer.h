@@ -42,5 +42,7 @@ private:
 
 /// Adds the names of all nodes that an attribute, or what it holds, links or connects to.
 void collectTargets(const DocAttr& attr, DocNames& names);
+/// Tells whether all nodes that a document links or connects to are in it.
+[[nodiscard]] bool namesItsNodes(const SceneDocument& document);
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/diff/live_patcher.h"
 
 #include "kelvo/sdk/impl/diff/scene_match.h"
+#include "kelvo/sdk/impl/graph/connection_loop.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
@@ -70,6 +71,21 @@ bool takes(const Input& input, const Value& value) {
     return !input.isReadOnly() && (!input.details() || input.details()->accepts(value));
 }
 
+// Comments that read otherwise than they are written take a scene made anew.
+bool readBack(const Comments& file) {
+    SceneDocument document;
+    document.file = {.leading = file.leading.view(),
+                     .opening = file.opening.view(),
+                     .inner = file.inner.view(),
+                     .trailing = {}};
+    DocNode& behind = document.nodes.emplace_back();
+    behind.type = behind.name = "n";
+    const auto scene = kelvo_sdk::Scene::create();
+    const String text = document.text();
+    Diagnostics found;
+    return scene.read(text, "comments", &found) && scene.text().equals(text);
+}
+
 } // namespace
 
 bool LivePatcher::run() {
@@ -79,8 +95,8 @@ bool LivePatcher::run() {
     const u64 most = std::max({m_takenElements.size() + m_placedElements.size(),
                                m_placedNodes.size(), m_removedInputs.size()});
     if (!canBe || most > kMostMoved) return false;
-    setComments();
-    return setNodes() && placeNodes() && removeInputs() && setElements() && setInputs();
+    return setComments() && setNodes() && placeNodes() && removeInputs() && setElements() &&
+           setInputs();
 }
 
 // All is looked up before anything changes, as the paths are those from before.
@@ -150,15 +166,21 @@ bool LivePatcher::setNodes() {
     for (const Step& step : m_renamed)
         if (!m_scene.renameNode(step.node.get(), *step.change->after)) return false;
     kelvo_sdk::Scene scene(&m_scene);
-    return m_added.empty() || scene.read(String(std::string_view(m_added)), "the added nodes");
+    // Nobody is told what is wrong here: the caller reads the whole scene then.
+    Diagnostics found;
+    return m_added.empty() ||
+           scene.read(String(std::string_view(m_added)), "the added nodes", &found);
 }
 
-void LivePatcher::setComments() {
+bool LivePatcher::setComments() {
     const Comments& before = m_scene.comments().file();
     const bool isSame = before.leading.equals(m_comments.leading) &&
                         before.opening.equals(m_comments.opening) &&
                         before.inner.equals(m_comments.inner);
-    if (!isSame) setFileComments(m_scene, m_comments);
+    if (isSame) return true;
+    if (!readBack(m_comments)) return false;
+    setFileComments(m_scene, m_comments);
+    return true;
 }
 
 // One after the other in the order of the later scene, each behind what it stands behind there.
@@ -294,7 +316,7 @@ bool LivePatcher::setValue(Input& input, std::string_view text) const {
 
 bool LivePatcher::setSource(Input& input, std::string_view path) const {
     Output* output = findOutput(path);
-    return output && input.connect(output);
+    return output && input.takes(*output) && !closesLoop(*output, input) && input.connect(output);
 }
 
 void setFileComments(Scene& scene, Comments comments) {

@@ -40,7 +40,7 @@ private:
     bool prepareComment(const SceneChange& change);
     bool prepareNode(const SceneChange& change);
     bool prepareElement(const SceneChange& change);
-    void setComments();
+    bool setComments();
     bool setNodes();
     bool placeNodes();
     bool removeInputs();

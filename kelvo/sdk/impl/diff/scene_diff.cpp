@@ -1,29 +1,14 @@
 #include "kelvo/sdk/scene_diff.h"
 
-#include "kelvo/sdk/impl/diff/document_patcher.h"
-#include "kelvo/sdk/impl/diff/live_patcher.h"
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 #include "kelvo/sdk/impl/diff/scene_merger.h"
+#include "kelvo/sdk/impl/diff/scene_patch.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
 namespace qv::kelvo_sdk {
 
 namespace {
-
-constexpr const char* kTooDeep = "a scene is nested too deep to be compared.";
-
-// An empty handle is an empty scene.
-bool readDocument(const Scene& scene, impl::SceneDocument& document) {
-    return !scene.get() || document.parse(scene.text());
-}
-
-void shareLibraries(const Scene& from, const Scene& to) {
-    if (!from.get()) return;
-    const auto& scene = impl::implOf(*from.get());
-    for (const auto& library : scene.libraries())
-        to->addLibrary(library.get());
-}
 
 // Libraries that a scene gets for its text; it does not keep them if that cannot be read.
 class LibrariesForText {
@@ -44,36 +29,6 @@ private:
     bool m_areKept = false;
 };
 
-// The same libraries, and nothing in it.
-Scene emptyLike(const Scene& scene) {
-    Scene made = Scene::create();
-    shareLibraries(scene, made);
-    return made;
-}
-
-bool readsBack(const Scene& scene, const String& text, String& error) {
-    Diagnostics found;
-    if (scene.read(text, "the changed scene", &found)) return true;
-    error = found.empty() ? String("the scene cannot be changed so.") : found[0].text();
-    return false;
-}
-
-// Changes the nodes that there are; where that does not give the text it is as if it never was.
-bool changeNodes(const Scene& scene, const std::vector<SceneChange>& changes, const String& text) {
-    const Scene::UndoScope attempt(scene, String(), String());
-    impl::LivePatcher setter(impl::implOf(*scene.get()), changes);
-    if (setter.run() && scene.text().equals(text)) return true;
-    attempt.cancel();
-    return false;
-}
-
-bool makeAnew(const Scene& scene, const String& text) {
-    auto& made = impl::implOf(*scene.get());
-    made.clear();
-    impl::setFileComments(made, {});
-    return scene.read(text, "the changed scene");
-}
-
 } // namespace
 
 const char* sceneActionName(SceneChange::Action action) noexcept {
@@ -91,26 +46,18 @@ SceneDiff SceneDiff::between(const Scene& before, const Scene& after, const Diff
     SceneDiff diff;
     impl::SceneDocument earlier;
     impl::SceneDocument later;
-    if (readDocument(before, earlier) && readDocument(after, later))
+    String problem;
+    if (impl::recordScene(before, earlier, problem) && impl::recordScene(after, later, problem))
         diff.m_changes = impl::SceneDiffer(earlier, later, options).run();
     else if (error)
-        *error = kTooDeep;
+        *error = problem;
     return diff;
 }
 
 bool SceneDiff::applyTo(const Scene& scene, String& error) const {
-    impl::SceneDocument document;
-    if (!scene.get() || !document.parse(scene.text())) {
-        error = scene.get() ? kTooDeep : "there is no scene.";
-        return false;
-    }
-    if (m_changes.empty()) return true;
-    if (!impl::DocumentPatcher(document).apply(m_changes, error)) return false;
-    const Scene changed = emptyLike(scene);
-    if (!readsBack(changed, document.text(), error)) return false;
-    const Scene::UndoScope scope(scene, "Apply patch", "Take back patch");
-    const String text = changed.text();
-    return changeNodes(scene, m_changes, text) || makeAnew(scene, text);
+    if (scene.get()) return impl::applyChanges(m_changes, scene, error);
+    error = "there is no scene.";
+    return false;
 }
 
 bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
@@ -123,18 +70,15 @@ bool mergeScenes(const Scene& base, const Scene& mine, const Scene& theirs,
     impl::SceneDocument documents[3];
     const Scene* const scenes[3] = {&base, &mine, &theirs};
     for (u64 i = 0; i < 3; ++i)
-        if (!readDocument(*scenes[i], documents[i])) {
-            error = kTooDeep;
-            return false;
-        }
+        if (!impl::recordScene(*scenes[i], documents[i], error)) return false;
     impl::SceneMerger merger(documents[0], documents[1], documents[2], options);
     const impl::SceneDocument made = merger.run();
     conflicts = merger.takeConflicts();
     // Attributes that a text leaves to its nodes' types need the types.
     LibrariesForText libraries(merged);
     for (const Scene* scene : scenes)
-        shareLibraries(*scene, merged);
-    if (!readsBack(merged, made.text(), error)) return false;
+        impl::shareLibraries(*scene, merged);
+    if (!impl::readText(merged, made.text(), error)) return false;
     libraries.keep();
     return true;
 }

@@ -61,23 +61,6 @@ bool NodePlaces::listsOutput(std::string_view path) const {
     return static_cast<u64>(count) >= wanted.ordinal;
 }
 
-bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept {
-    return std::ranges::equal(a, b,
-                              [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); });
-}
-
-bool isSame(const DocAttr& a, const DocAttr& b) noexcept {
-    return a.kind == b.kind && a.name == b.name && a.value == b.value && a.source == b.source &&
-           a.notes == b.notes && commentsOf(a.comments) == commentsOf(b.comments) &&
-           isSame(a.members, b.members);
-}
-
-bool isSame(const DocNode& a, const DocNode& b) noexcept {
-    return a.type == b.type && a.bases == b.bases && a.name == b.name && a.flags == b.flags &&
-           commentsOf(a.comments) == commentsOf(b.comments) && isSame(a.inputs, b.inputs) &&
-           isSame(a.outputs, b.outputs);
-}
-
 SceneDocument SceneMerger::run() {
     unifyNames();
     addBlankLine(m_base, NodePlaces());

@@ -136,10 +136,6 @@ private:
     NodePlaces m_madeNodes;
 };
 
-/// Tells whether two say the same, comments included.
-[[nodiscard]] bool isSame(const DocAttr& a, const DocAttr& b) noexcept;
-[[nodiscard]] bool isSame(const DocNode& a, const DocNode& b) noexcept;
-[[nodiscard]] bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept;
 /// Returns the texts with commas between them.
 [[nodiscard]] String joined(const std::vector<std::string>& texts);
 

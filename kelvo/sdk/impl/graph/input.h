@@ -23,6 +23,7 @@ class Output;
 class Scene;
 class SceneBuilder;
 struct InputExtras;
+struct InputNaming;
 struct Stash;
 
 /// The one implementation of an input; the contract of its operations stands in `IInput`.
@@ -34,6 +35,7 @@ struct Stash;
 ///     Container  input_container.cpp   elements and members
 ///     Hash       input_hash.cpp        of the value
 ///     Links      input_links.cpp       connections to outputs, links to nodes
+///     Renaming   input_rename.cpp      renamed with all that names it
 ///     History    input_history.cpp     changes taken back and done again
 ///
 /// Parts that few inputs have (members, a connection, details, a stash) stand in a block of their
@@ -265,6 +267,17 @@ public:
     /// For the scene alone, when it ends and its nodes may: what links to them forgets it, unheard.
     void forgetLink() noexcept;
     void forgetStashedLink() noexcept;
+
+    // ---- Renaming --------------------------------------------------------------------------
+    // All that names an input follows when it gets another name, as one change.
+
+    /// Returns why the input cannot have that name, as a sentence; empty when it can.
+    [[nodiscard]] String renameRefusal(const String& name) const;
+    /// Renames the input, with what modifiers, the node's layout and unread lines say of it, as one
+    /// change. False, and logged, when it is refused.
+    bool rename(String name);
+    /// For that and for the history: exchanges the name, unrecorded, and tells everyone.
+    void exchangeName(InputNaming& other);
 
     // ---- History ---------------------------------------------------------------------------
     // For recorded changes alone: nothing is recorded; all but `putMember`, `takeMember`, `entered`

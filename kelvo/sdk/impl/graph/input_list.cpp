@@ -106,6 +106,14 @@ void removeFromList(List<Attribute>& list, u64 index) noexcept {
     if (index == 0 && !list.empty()) own(list[0])->takeListIndex(*removed);
 }
 
+void leaveNames(const List<IInput>& list, u64 index) noexcept {
+    if (list.size() >= kLongList) noteRemoved(list, index);
+}
+
+void joinNames(const List<IInput>& list, u64 index) noexcept {
+    if (list.size() >= kLongList) noteInserted(list, index);
+}
+
 template IInput* findInList(const List<IInput>&, const String&) noexcept;
 template IOutput* findInList(const List<IOutput>&, const String&) noexcept;
 template void appendToList<IInput>(List<IInput>&, IInput*);

@@ -37,6 +37,11 @@ template<typename Attribute>
     return last;
 }
 
+/// Take the index-th input out of the look-up by name and put it back, before and after its name
+/// changes.
+void leaveNames(const ds::Vector<interfaces::IInput*>& list, u64 index) noexcept;
+void joinNames(const ds::Vector<interfaces::IInput*>& list, u64 index) noexcept;
+
 /// Takes the index-th attribute out, keeping the order of the rest.
 template<typename Attribute>
 void removeFromList(ds::Vector<Attribute*>& list, u64 index) noexcept;

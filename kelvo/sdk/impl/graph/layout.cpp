@@ -111,6 +111,19 @@ void Layout::dropEmpty() {
         });
 }
 
+RefersTo<Layout> Layout::withRenamed(const String& input, const String& name) const {
+    auto made = RefersTo<Layout>::adopt(new Layout(*this));
+    bool isFound = false;
+    for (Page& page : made->m_pages)
+        for (Group& group : page.groups)
+            for (String& shown : group.inputs) {
+                if (!shown.equalsNoCase(input)) continue;
+                shown = name;
+                isFound = true;
+            }
+    return isFound ? made : RefersTo<Layout>();
+}
+
 String Layout::label(const Page& page, String language) {
     return labelOf(page.name, page.labels, std::move(language));
 }

@@ -45,6 +45,9 @@ public:
     /// and inputs that stood elsewhere move.
     void merge(const Layout& added);
 
+    /// Returns the same with another name for an input; null when the input stands nowhere in it.
+    [[nodiscard]] RefersTo<Layout> withRenamed(const String& input, const String& name) const;
+
     /// Returns the label in a language ("auto": the current one), else the name, in title case.
     [[nodiscard]] static String label(const Page& page, String language);
     [[nodiscard]] static String label(const Group& group, String language);

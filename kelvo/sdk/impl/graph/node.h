@@ -273,6 +273,9 @@ public:
     /// `previous` describes the value before the change.
     void onInputChanged(const IInput* input, const AttrData* previous);
     void onInputConnected(const IInput* input, const IOutput* before, const IOutput* after);
+    /// The node's own observers and library hear of it as of a change. Silent inputs are renamed
+    /// unheard.
+    void onInputRenamed(const IInput* input, String before);
     void notifyRemoved() const;
     void notifyRenamed(String name) const;
     void notifyConverted(INode* replacement) const;

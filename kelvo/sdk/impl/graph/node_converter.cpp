@@ -200,7 +200,7 @@ void NodeConverter::lose(const Input& from, String reason) {
 }
 
 void NodeConverter::note(String path, String reason) {
-    m_misfits.push_back({std::move(path), std::move(reason)});
+    m_losses.push_back({std::move(path), std::move(reason)});
 }
 
 // The inputs are held: whoever is told may remove them.

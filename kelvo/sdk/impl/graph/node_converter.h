@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/node.h"
-#include "kelvo/sdk/interfaces/misfit.h"
+#include "kelvo/sdk/interfaces/conversion_loss.h"
 
 #include <utility>
 #include <vector>
@@ -10,7 +10,7 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-using interfaces::Misfits;
+using interfaces::ConversionLosses;
 
 /// Fills the replacement of a node that is converted to another type, and notes what does not fit.
 ///
@@ -33,7 +33,7 @@ public:
     void moveTargets();
     void moveComments() const;
 
-    [[nodiscard]] Misfits& misfits() noexcept { return m_misfits; }
+    [[nodiscard]] ConversionLosses& losses() noexcept { return m_losses; }
 
 private:
     struct Step {
@@ -64,7 +64,7 @@ private:
     Node& m_to;
     const Node* m_definition;
     bool m_keepsAll;
-    Misfits m_misfits;
+    ConversionLosses m_losses;
     std::vector<Step> m_pending;
     std::vector<std::pair<const Input*, const Input*>> m_inputs;
     // The second is null for an output that the new type lacks.

@@ -198,6 +198,29 @@ void Node::onInputConnected(const IInput* input, const IOutput* before, const IO
     if (m_scene) sceneOf(m_scene)->notifyInputConnected(input, before, after);
 }
 
+// Modifiers find inputs by their names, those of silent ones as well.
+void Node::onInputRenamed(const IInput* input, String before) {
+    markDirty();
+    if (m_destroying) return;
+    if (NewsHold* hold = NewsHold::current())
+        return hold->add([node = held(this), input = held(input), before] {
+            node->onInputRenamed(input.get(), before);
+        });
+    if (input->isSilent()) {
+        if (m_scene) sceneOf(m_scene)->applyModifiers(this);
+        return;
+    }
+    Survivors survivors;
+    survivors.keep(this, input);
+    const NodeChangeScope scope(m_scene);
+    if (!m_destroying)
+        tellOwn(*this, input, [&] {
+            tellObservers([&](NodeObserver* observer) { observer->inputChanged(handleOn(input)); });
+        });
+    if (m_scene) sceneOf(m_scene)->notifyInputRenamed(input, before);
+    if (m_nodeChanged) m_nodeChanged(const_cast<IInput*>(input));
+}
+
 void Node::notifyRemoved() const {
     markDirty();
     if (m_destroying) return;

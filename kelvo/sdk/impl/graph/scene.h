@@ -19,9 +19,9 @@
 
 namespace qv::kelvo_sdk::impl {
 
+using interfaces::ConversionLosses;
+using interfaces::IntegrityErrors;
 using interfaces::IScene;
-using interfaces::Misfits;
-using interfaces::SceneFaults;
 using interfaces::SceneObserver;
 
 class EvalCache;
@@ -114,7 +114,7 @@ public:
     /// name is no simple identifier.
     QV_EXPORT virtual INode* cloneNode(INode* node, bool deep);
     QV_EXPORT virtual INode* convertNode(INode* node, String type);
-    INode* convertNoting(INode* node, String type, Misfits* misfits) override;
+    INode* convertNoting(INode* node, String type, ConversionLosses* losses) override;
 
     // ---- Modifiers -------------------------------------------------------------------------
     // Values that the modifiers of a node write hide the user's, and never replace them.
@@ -234,6 +234,7 @@ public:
     QV_EXPORT virtual void notifyOutputRemoved(const IOutput* output);
     QV_EXPORT virtual void notifyInputConnected(const IInput* input, const IOutput* before,
                                                 const IOutput* after);
+    void notifyInputRenamed(const IInput* input, String before);
     /// For a node whose own observers threw: nobody is told of a value or connection, which the
     /// scene and its modifiers go by all the same.
     void followUntold(const IInput* input);
@@ -249,7 +250,7 @@ public:
     // ---- Laws ------------------------------------------------------------------------------
     // A walk over all nodes, inputs and outputs names each law that does not hold, and its place.
 
-    [[nodiscard]] SceneFaults verify() const override;
+    [[nodiscard]] IntegrityErrors verify() const override;
 
 private:
     // Tells those that subscribed before and are still there when their turn comes; the scene, and
@@ -277,8 +278,9 @@ private:
     [[nodiscard]] INode* given(const Node* made) const noexcept;
     [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
     [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
-                                               Misfits* misfits);
-    void replaceBy(Node& replacement, Node& node, NodeConverter& converter, Misfits* misfits);
+                                               ConversionLosses* losses);
+    void replaceBy(Node& replacement, Node& node, NodeConverter& converter,
+                   ConversionLosses* losses);
     static bool checkName(const String& name, const char* what);
     void clearReferences(Node& node);
     void clearDescriptions(const Node& node);

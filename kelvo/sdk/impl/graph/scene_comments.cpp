@@ -152,6 +152,18 @@ void SceneComments::remove(const interfaces::IOutput* output) {
     m_entries.erase(output);
 }
 
+void SceneComments::renamed(const interfaces::IInput* input, const String& before) noexcept {
+    const auto own = m_entries.find(input);
+    if (own != m_entries.end() && own->second.name.equals(before)) own->second.name = nameOf(input);
+    const interfaces::IInput* parent = input->parent();
+    const void* const holder = parent ? static_cast<const void*>(parent) : input->node();
+    const auto around = m_entries.find(holder);
+    if (around == m_entries.end()) return;
+    for (UnreadLines& lines : around->second.comments.unread)
+        if (lines.before.equals(before) && lines.type == input->type() && !lines.isOutput)
+            lines.before = nameOf(input);
+}
+
 void SceneComments::takeEntry(const void* key, Kept& kept) {
     const auto place = m_entries.find(key);
     if (place != m_entries.end()) kept.m_entries.push_back(m_entries.extract(place));

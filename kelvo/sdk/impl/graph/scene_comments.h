@@ -84,6 +84,10 @@ public:
     void remove(const interfaces::IInput* input);
     void remove(const interfaces::IOutput* output);
 
+    /// The input has another name than `before`: its comments, and lines that stood in front of it,
+    /// go on with that.
+    void renamed(const interfaces::IInput* input, const String& before) noexcept;
+
     /// Comments that were taken out, to be put back.
     class Kept;
     /// As `remove`, with all that is forgotten to be put back.

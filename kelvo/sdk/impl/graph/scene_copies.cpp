@@ -22,9 +22,9 @@
 
 namespace qv::kelvo_sdk {
 
-Node Node::convertTo(String type, Misfits* misfits) const {
+Node Node::convertTo(String type, ConversionLosses* losses) const {
     interfaces::IScene* scene = get() ? get()->scene() : nullptr;
-    return scene ? Node(scene->convertNoting(get(), std::move(type), misfits)) : Node();
+    return scene ? Node(scene->convertNoting(get(), std::move(type), losses)) : Node();
 }
 
 } // namespace qv::kelvo_sdk
@@ -109,13 +109,13 @@ private:
 };
 
 // Losses go to the caller if there is room for them, else to the log.
-void report(Misfits& found, const Node& made, Misfits* misfits) {
-    for (Misfit& misfit : found) {
-        if (misfits)
-            misfits->push_back(std::move(misfit));
+void report(ConversionLosses& found, const Node& made, ConversionLosses* losses) {
+    for (ConversionLoss& loss : found) {
+        if (losses)
+            losses->push_back(std::move(loss));
         else
-            logWarning("Converted to '%s': '%s' %s.", made.type().buf(), misfit.path.buf(),
-                       misfit.reason.buf());
+            logWarning("Converted to '%s': '%s' %s.", made.type().buf(), loss.path.buf(),
+                       loss.reason.buf());
     }
 }
 
@@ -163,7 +163,7 @@ INode* Scene::convertNode(INode* node, String type) {
     return convertNoting(node, std::move(type), nullptr);
 }
 
-INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
+INode* Scene::convertNoting(INode* node, String type, ConversionLosses* losses) {
     if (!node || !contains(*node) || !checkName(type, "type")) return nullptr;
     const Node* definition = findType(type);
     if (definition && definition->isAbstract()) {
@@ -172,13 +172,13 @@ INode* Scene::convertNoting(INode* node, String type, Misfits* misfits) {
         return nullptr;
     }
     const RefersTo<Scene> self(this);
-    const RefersTo<Node> made = convertInStep(implOf(*node), std::move(type), definition, misfits);
+    const RefersTo<Node> made = convertInStep(implOf(*node), std::move(type), definition, losses);
     return given(made.get());
 }
 
 // Null when the library took the node away.
 RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definition,
-                                    Misfits* misfits) {
+                                    ConversionLosses* losses) {
     const NodeChangeScope scope(this);
     const RecordScope record(*this);
     const EditStep step(*this);
@@ -190,12 +190,13 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
                             definition != nullptr);
     converter.fill();
     if (!contains(node)) return {};
-    replaceBy(*replacement, node, converter, misfits);
+    replaceBy(*replacement, node, converter, losses);
     return replacement;
 }
 
 // All of it or, without memory, nothing.
-void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter, Misfits* misfits) {
+void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
+                      ConversionLosses* losses) {
     NewsHold news;
     EditStep step(*this);
     expect(static_cast<const INode*>(&node));
@@ -210,10 +211,10 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter, M
         change->cutSources();
     else
         visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
-    if (misfits) misfits->reserve(misfits->size() + converter.misfits().size());
+    if (losses) losses->reserve(losses->size() + converter.losses().size());
     converter.moveComments();
     tellConverted(node, replacement);
-    report(converter.misfits(), replacement, misfits);
+    report(converter.losses(), replacement, losses);
     leave(node);
     news.release();
 }

@@ -104,4 +104,8 @@ void Scene::notifyInputConnected(const IInput* input, const IOutput* before, con
                 [=](SceneObserver& observer) { observer.inputConnected(input, before, after); });
 }
 
+void Scene::notifyInputRenamed(const IInput* input, String before) {
+    tellOfInput(input, [&](SceneObserver& observer) { observer.inputRenamed(input, before); });
+}
+
 } // namespace qv::kelvo_sdk::impl

@@ -62,25 +62,25 @@ void checkIndexOf(const ds::Vector<Attribute*>& list, const char* kind, const Fa
 
 } // namespace
 
-SceneFaults Scene::verify() const {
+IntegrityErrors Scene::verify() const {
     return SceneVerifier(*this, {m_nodes, m_links, m_stashLinks}).verify();
 }
 
 SceneVerifier::SceneVerifier(const Scene& scene, Tables tables)
     : m_scene(scene), m_nodes(tables.nodes), m_links(tables.links), m_keptLinks(tables.keptLinks) {}
 
-SceneFaults SceneVerifier::verify() {
+IntegrityErrors SceneVerifier::verify() {
     listNodes();
     checkNames();
     m_nodes.forEach([this](const Node* node) { checkNode(*node); });
     checkLinkTable(m_links);
     checkLinkTable(m_keptLinks);
     checkRows();
-    return std::move(m_faults);
+    return std::move(m_errors);
 }
 
 void SceneVerifier::fail(String place, String message) {
-    m_faults.push_back({std::move(place), std::move(message)});
+    m_errors.push_back({std::move(place), std::move(message)});
 }
 
 void SceneVerifier::listNodes() {

@@ -2,7 +2,7 @@
 
 #include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/interfaces/forward.h"
-#include "kelvo/sdk/interfaces/scene_fault.h"
+#include "kelvo/sdk/interfaces/integrity_error.h"
 
 #include <unordered_set>
 #include <vector>
@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk::impl {
 
 using interfaces::IInput;
 using interfaces::INode;
-using interfaces::SceneFaults;
+using interfaces::IntegrityErrors;
 
 class Input;
 class LinkTable;
@@ -43,7 +43,7 @@ public:
     /// Borrows everything.
     SceneVerifier(const Scene& scene, Tables tables);
 
-    [[nodiscard]] SceneFaults verify();
+    [[nodiscard]] IntegrityErrors verify();
 
     /// Breaks laws; defined by tests alone.
     struct Tamper;
@@ -90,7 +90,7 @@ private:
     const NodeTable& m_nodes;
     const LinkTable& m_links;
     const LinkTable& m_keptLinks;
-    SceneFaults m_faults;
+    IntegrityErrors m_errors;
     std::unordered_set<const INode*> m_known;
     std::unordered_set<const Output*> m_outputs;
     // Of inputs that link to a node or keep a link aside: those not yet met in a table.

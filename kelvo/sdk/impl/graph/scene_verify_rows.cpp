@@ -37,7 +37,7 @@ bool isRight(const LeadRow& row, const CompactGraph& graph, const Node& node, Le
 
 // Walks go by the nodes from then on where the graph is wrong.
 void SceneVerifier::checkRows() {
-    const u64 faults = m_faults.size();
+    const u64 errors = m_errors.size();
     const CompactGraph& graph = m_scene.graph();
     u64 count = 0;
     for (NodeNumber number = 0; number < graph.end(); ++number) {
@@ -53,7 +53,7 @@ void SceneVerifier::checkRows() {
                 checkRow(*node, kind);
     }
     if (count != m_known.size()) fail({}, "has nodes without a number");
-    if (m_faults.size() != faults) graph.distrust();
+    if (m_errors.size() != errors) graph.distrust();
 }
 
 void SceneVerifier::checkRow(const Node& node, LeadKind kind) {

@@ -68,6 +68,9 @@ void BatchNotifier::inputConnected(const IInput* input, const IOutput* before,
                                    const IOutput* /*after*/) {
     note([=](NetChanges& batch) { batch.inputConnected(input, before); });
 }
+void BatchNotifier::inputRenamed(const IInput* input, String before) {
+    note([&](NetChanges& batch) { batch.inputRenamed(input, before); });
+}
 
 namespace {
 

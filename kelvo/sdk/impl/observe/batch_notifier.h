@@ -34,6 +34,7 @@ public:
     void outputRemoved(const IOutput* output) override;
     void inputChanged(const IInput* input, const AttrData* previous) override;
     void inputConnected(const IInput* input, const IOutput* before, const IOutput* after) override;
+    void inputRenamed(const IInput* input, String before) override;
 
 private:
     template<typename Thing>

@@ -26,6 +26,12 @@ void NetChanges::inputConnected(const IInput* input, const IOutput* before) {
     news.isConnected = true;
 }
 
+void NetChanges::inputRenamed(const IInput* input, const String& before) {
+    InputNews& news = hear(m_inputs, input);
+    if (!news.isRenamed) news.nameBefore = before;
+    news.isRenamed = true;
+}
+
 void NetChanges::nodeMoved(INode* node) {
     hear(m_nodes, node).isMoved = true;
 }
@@ -55,6 +61,7 @@ void NetChanges::expect(const IInput* input) {
     makeRoom(m_net.removedInputs, count);
     makeRoom(m_net.changedInputs, count);
     makeRoom(m_net.connectedInputs, count);
+    makeRoom(m_net.renamedInputs, count);
 }
 
 void NetChanges::expect(const IOutput* output) {
@@ -102,6 +109,8 @@ void NetChanges::addInput(const InputNews& news, interfaces::SceneChanges& to) c
     if (news.isChanged && isOther) to.changedInputs.push_back(input);
     if (news.isConnected && input->source() != news.sourceBefore.get())
         to.connectedInputs.push_back(input);
+    if (news.isRenamed && !input->ownName().equals(news.nameBefore))
+        to.renamedInputs.push_back({input, news.nameBefore});
 }
 
 } // namespace qv::kelvo_sdk::impl

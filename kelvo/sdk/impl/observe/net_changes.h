@@ -23,6 +23,7 @@ public:
     void inputRemoved(const IInput* input) { noteList(m_inputs, input, false); }
     void inputChanged(const IInput* input, const AttrData* previous);
     void inputConnected(const IInput* input, const IOutput* before);
+    void inputRenamed(const IInput* input, const String& before);
     void outputAdded(const IOutput* output) { noteList(m_outputs, output, true); }
     void outputRemoved(const IOutput* output) { noteList(m_outputs, output, false); }
 
@@ -60,6 +61,8 @@ private:
         RefersTo<IInput> held;
         bool isChanged = false;
         bool isConnected = false;
+        bool isRenamed = false;
+        String nameBefore;
         Value before;
         // Kept alive, so that no other takes their places.
         RefersTo<INode> linkedBefore;

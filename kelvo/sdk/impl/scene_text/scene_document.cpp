@@ -1,106 +1,134 @@
 #include "kelvo/sdk/impl/scene_text/scene_document.h"
 
 #include "kelvo/sdk/impl/scene_text/scene_document_parser.h"
+#include "kelvo/sdk/impl/scene_text/scene_lines.h"
+
+#include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-/// Writes the records as scenes write theirs.
-class Writer {
+/// Writes the records as scenes write their nodes. Takes no stack for what is nested.
+class DocumentWriter {
 public:
-    explicit Writer(StringIO& out) : m_out(out) {}
+    explicit DocumentWriter(StringIO& out) : m_lines(out) {}
 
     void writeNode(const DocNode& node) {
         const DocComments& comments = commentsOf(node.comments);
-        writeLines(comments.leading, 0);
-        m_out.append("node ").append(node.type);
-        if (!node.bases.empty()) m_out.append(" : ").append(node.bases);
-        m_out.append(" \"").append(node.name).append('"');
-        if (!node.flags.empty()) m_out.append(' ').append(node.flags);
-        m_out.append(" {");
-        endLine(comments.opening);
+        m_lines.writeLeading(comments.leading, 0);
+        m_lines.beginNode().append(node.type);
+        if (!node.bases.empty()) m_lines.beginBase(true).append(node.bases);
+        m_lines.beginNodeName().append('"').append(node.name).append('"');
+        if (!node.flags.empty()) m_lines.beginNote(node.flags);
+        m_lines.beginNodeBody();
+        m_lines.writeOpening(comments.opening);
         for (const DocAttr& input : node.inputs)
-            writeAttr(input, 1, false);
+            writeInput(input);
         for (const DocAttr& output : node.outputs)
-            writeAttr(output, 1, true);
-        writeLines(comments.inner, 1);
-        m_out.append('}');
-        endLine(comments.trailing);
+            writeOutput(output);
+        m_lines.endNode(comments.inner, comments.trailing);
     }
 
-    void writeAttr(const DocAttr& attr, u64 depth, bool isOutput) {
-        const DocComments& comments = commentsOf(attr.comments);
-        writeLines(comments.leading, depth);
-        indent(depth);
-        if (isOutput) m_out.append("output ");
-        m_out.append(attr.kind).append(' ').append(attr.name);
-        if (attr.isObject())
-            m_out.append(' ');
-        else if (!isOutput && attr.type != AttrType::Null)
-            m_out.append(" = ");
-        writeContent(attr, depth);
-        endLine(comments.trailing);
+    void writeInput(const DocAttr& input, u32 depth = 1) {
+        begin(input, depth, false);
+        goOn();
     }
 
-    void writeElement(const DocAttr& element, u64 depth) {
-        if (!element.kind.empty()) m_out.append(element.kind).append(' ');
-        writeContent(element, depth);
+    void writeElement(const DocAttr& element) {
+        begin(element, 0, true);
+        goOn();
     }
 
-    void writeLines(std::string_view lines, u64 depth) {
-        while (!lines.empty()) {
-            const std::string_view line = lines.substr(0, lines.find('\n') + 1);
-            if (line.size() > 1) indent(depth);
-            m_out.append(line);
-            lines.remove_prefix(line.size());
-        }
+    void writeOutput(const DocAttr& output, u32 depth = 1) {
+        const DocComments& comments = commentsOf(output.comments);
+        m_lines.writeLeading(comments.leading, depth);
+        m_lines.beginOutput(output.type, output.elementType, depth).append(output.kind);
+        m_lines.writeName(output.name);
+        writeNotes(output);
+        m_lines.endAttribute(comments.trailing);
     }
 
-    void endLine(std::string_view comment) {
-        if (!comment.empty()) m_out.append(' ').append(comment);
-        m_out.append('\n');
-    }
+    SceneLines& lines() noexcept { return m_lines; }
 
 private:
-    void indent(u64 depth) { m_out.appendRepeated(' ', 4 * depth); }
+    // An input or element whose members are being written.
+    struct Part {
+        const DocAttr* attr;
+        u32 depth;
+        bool isElement;
+        u64 next = 0;
+    };
 
-    // Recursion ends soon: the depth of what is parsed is bounded.
-    void writeContent(const DocAttr& attr, u64 depth) {
-        if (attr.isObject())
-            writeBody(attr, depth);
-        else if (attr.isArray())
-            writeArray(attr, depth);
+    void begin(const DocAttr& attr, u32 depth, bool isElement) {
+        if (isElement)
+            beginElement(attr);
         else
-            m_out.append(attr.value);
-        if (!attr.source.empty()) m_out.append(" <- ").append(attr.source);
+            beginInput(attr, depth);
+        const Part part{.attr = &attr, .depth = depth, .isElement = isElement};
+        if (!attr.isObject() && !attr.isArray()) return end(part);
+        if (attr.isObject()) m_lines.writeOpening(commentsOf(attr.comments).opening);
+        m_open.push_back(part);
+    }
+
+    void beginInput(const DocAttr& attr, u32 depth) {
+        m_lines.writeLeading(commentsOf(attr.comments).leading, depth);
+        m_lines.beginInput(attr.type, attr.elementType, depth).append(attr.kind);
+        m_lines.writeName(attr.name);
+        m_lines.beginInputContent(attr.type).append(attr.value);
+    }
+
+    void beginElement(const DocAttr& element) {
+        m_lines.beginElement(element.type, element.elementType).append(element.kind);
+        if (!element.kind.empty()) m_lines.out().append(' ');
+        m_lines.beginElementContent(element.type);
+        if (element.type != AttrType::Null) m_lines.out().append(element.value);
+    }
+
+    void goOn() {
+        while (!m_open.empty()) {
+            Part& part = m_open.back();
+            if (part.next == part.attr->members.size()) {
+                endList();
+                continue;
+            }
+            const DocAttr& next = part.attr->members[part.next++];
+            const bool isElement = part.attr->isArray();
+            if (isElement) m_lines.separateElement(part.next == 1);
+            begin(next, part.depth + (isElement ? 0 : 1), isElement);
+        }
+    }
+
+    void endList() {
+        const Part part = m_open.back();
+        m_open.pop_back();
+        if (part.attr->isArray())
+            m_lines.closeArray();
+        else
+            m_lines.closeObject(commentsOf(part.attr->comments).inner, part.depth);
+        end(part);
+    }
+
+    void end(const Part& part) {
+        m_lines.endContent();
+        if (!part.attr->source.empty()) m_lines.beginSource().append(part.attr->source);
+        writeNotes(*part.attr);
+        if (part.isElement)
+            m_lines.endElement();
+        else
+            m_lines.endAttribute(commentsOf(part.attr->comments).trailing);
+    }
+
+    void writeNotes(const DocAttr& attr) {
         for (const DocNote& note : attr.notes) {
-            m_out.append(' ').append(note.name);
-            if (!note.text.empty()) m_out.append(' ').append(note.text);
+            m_lines.beginNote(note.name);
+            if (!note.text.empty()) m_lines.out().append(' ').append(note.text);
         }
     }
 
-    void writeBody(const DocAttr& object, u64 depth) {
-        const DocComments& comments = commentsOf(object.comments);
-        m_out.append('{');
-        endLine(comments.opening);
-        for (const DocAttr& member : object.members)
-            writeAttr(member, depth + 1, false);
-        writeLines(comments.inner, depth + 1);
-        indent(depth);
-        m_out.append('}');
-    }
-
-    void writeArray(const DocAttr& array, u64 depth) {
-        m_out.append('[');
-        for (const DocAttr& element : array.members) {
-            if (&element != array.members.data()) m_out.append(", ");
-            writeElement(element, depth);
-        }
-        m_out.append(']');
-    }
-
-    StringIO& m_out;
+    SceneLines m_lines;
+    // From the outermost on.
+    std::vector<Part> m_open;
 };
 
 // Without the end of the last line, which a text alone does not need.
@@ -113,6 +141,29 @@ String taken(StringIO& out) {
 
 const DocComments noComments;
 
+bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept {
+    return std::ranges::equal(a, b,
+                              [](const DocAttr& x, const DocAttr& y) { return isSame(x, y); });
+}
+
+bool isSame(const DocAttr& a, const DocAttr& b) noexcept {
+    return a.kind == b.kind && a.name == b.name && a.value == b.value && a.source == b.source &&
+           a.notes == b.notes && commentsOf(a.comments) == commentsOf(b.comments) &&
+           isSame(a.members, b.members);
+}
+
+bool isSame(const DocNode& a, const DocNode& b) noexcept {
+    return a.type == b.type && a.bases == b.bases && a.name == b.name && a.flags == b.flags &&
+           commentsOf(a.comments) == commentsOf(b.comments) && isSame(a.inputs, b.inputs) &&
+           isSame(a.outputs, b.outputs);
+}
+
+bool isSame(const SceneDocument& a, const SceneDocument& b) noexcept {
+    return a.file == b.file &&
+           std::ranges::equal(a.nodes, b.nodes,
+                              [](const DocNode& x, const DocNode& y) { return isSame(x, y); });
+}
+
 String notesText(const std::vector<DocNote>& notes) {
     StringIO out;
     for (const DocNote& note : notes) {
@@ -121,10 +172,6 @@ String notesText(const std::vector<DocNote>& notes) {
         if (!note.text.empty()) out.append(' ').append(note.text);
     }
     return out.take();
-}
-
-bool SceneDocument::parse(String text) {
-    return DocumentParser(*this, keep(std::move(text))).parseScene();
 }
 
 std::optional<DocNode> SceneDocument::parseNode(String text) {
@@ -174,37 +221,52 @@ const DocComments* SceneDocument::keep(const DocComments& comments) {
     return comments.isEmpty() ? nullptr : &m_comments.emplace_back(comments);
 }
 
+void SceneDocument::joinHeader() {
+    if (nodes.empty()) {
+        if (file.inner.starts_with('\n')) file.inner.remove_prefix(1);
+        return;
+    }
+    DocComments first = commentsOf(nodes.front().comments);
+    if (!first.leading.starts_with('\n')) return;
+    first.leading.remove_prefix(1);
+    nodes.front().comments = keep(first);
+}
+
 String SceneDocument::text() const {
     StringIO out;
-    Writer writer(out);
-    writer.writeLines(file.leading, 0);
+    DocumentWriter writer(out);
+    writer.lines().writeLines(file.leading, 0);
     out.append("kelvo scene 1");
-    writer.endLine(file.opening);
+    writer.lines().endLine(file.opening);
     const std::string_view next =
         nodes.empty() ? file.inner : commentsOf(nodes.front().comments).leading;
     const bool isEmpty = nodes.empty() && file.inner.empty();
     if (!isEmpty && !next.starts_with('\n')) out.append('\n');
     for (const DocNode& node : nodes)
         writer.writeNode(node);
-    writer.writeLines(file.inner, 0);
+    writer.lines().writeLines(file.inner, 0);
     return out.take();
 }
 
 String SceneDocument::textOf(const DocNode& node) {
     StringIO out;
-    Writer(out).writeNode(node);
+    DocumentWriter(out).writeNode(node);
     return taken(out);
 }
 
 String SceneDocument::textOf(const DocAttr& attr, bool isOutput) {
     StringIO out;
-    Writer(out).writeAttr(attr, 0, isOutput);
+    DocumentWriter writer(out);
+    if (isOutput)
+        writer.writeOutput(attr, 0);
+    else
+        writer.writeInput(attr, 0);
     return taken(out);
 }
 
 String SceneDocument::elementText(const DocAttr& element) {
     StringIO out;
-    Writer(out).writeElement(element, 0);
+    DocumentWriter(out).writeElement(element);
     return out.take();
 }
 

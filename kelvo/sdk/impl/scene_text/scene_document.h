@@ -76,11 +76,16 @@ public:
     SceneDocument(const SceneDocument&) = delete;
     SceneDocument& operator=(const SceneDocument&) = delete;
 
+    /// Arrays and objects of a document are nested at most so deep, some levels more than those of
+    /// a text: comparing and merging go from attribute to member by recursion.
+    static constexpr u32 maxDepth = 256;
+
     DocComments file;
     std::vector<DocNode> nodes;
 
-    /// Reads a text as scenes write it. False when it is none; the document is to be dropped then.
-    [[nodiscard]] bool parse(String text);
+    /// Takes off the blank line behind the header: it belongs to that, whatever comes next.
+    void joinHeader();
+
     /// Read what `textOf` gave, whole; empty when it is no such text.
     [[nodiscard]] std::optional<DocNode> parseNode(String text);
     [[nodiscard]] std::optional<DocAttr> parseInput(String text);
@@ -115,6 +120,12 @@ extern const DocComments noComments;
 [[nodiscard]] inline const DocComments& commentsOf(const DocComments* comments) noexcept {
     return comments ? *comments : noComments;
 }
+
+/// Tells whether two say the same, comments included.
+[[nodiscard]] bool isSame(const DocAttr& a, const DocAttr& b) noexcept;
+[[nodiscard]] bool isSame(const DocNode& a, const DocNode& b) noexcept;
+[[nodiscard]] bool isSame(const std::vector<DocAttr>& a, const std::vector<DocAttr>& b) noexcept;
+[[nodiscard]] bool isSame(const SceneDocument& a, const SceneDocument& b) noexcept;
 
 /// Lets nothing stand for an empty text.
 [[nodiscard]] inline std::optional<String> textOrNone(std::string_view text) {

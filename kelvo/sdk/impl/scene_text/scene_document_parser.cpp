@@ -10,8 +10,8 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// As deep as readers of scene text go; how many nodes there are is no matter here.
-constexpr ParseLimits kLimits{.nodes = ~u64{0}};
+// As deep as scenes are compared, so that what is compared can be patched.
+constexpr ParseLimits kLimits{.depth = SceneDocument::maxDepth};
 
 // Goes behind a text in quotes.
 bool skipQuoted(TextLexer& lexer) {
@@ -69,22 +69,7 @@ std::string_view trimmed(std::string_view text) {
 DocumentParser::DocumentParser(SceneDocument& document, std::string_view text)
     : DocumentScratch(text), SceneParser(text, kLimits, tree, errors), m_document(document) {}
 
-// ---- Scenes --------------------------------------------------------------------------------
-
-// A scene without its header is a piece of one.
-bool DocumentParser::parseScene() {
-    TextLexer ahead(m_lexer);
-    ahead.skipSpace();
-    if (ahead.peekIdentifier() != "kelvo") return false;
-    parse();
-    Comments& file = tree.file;
-    m_document.file = {.leading = kept(std::move(file.leading)),
-                       .opening = kept(std::move(file.opening)),
-                       .inner = kept(std::move(file.inner)),
-                       .trailing = {}};
-    m_document.nodes = std::move(m_nodes);
-    return errors.empty();
-}
+// ---- Nodes ---------------------------------------------------------------------------------
 
 bool DocumentParser::parseNodeHead(TreeNode& node) {
     m_lexer.skipBlanks();

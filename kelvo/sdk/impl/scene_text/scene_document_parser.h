@@ -13,15 +13,13 @@ struct DocumentScratch {
     TextErrors errors;
 };
 
-/// Takes scene text apart into the records of a document. The grammar is that of `SceneParser`; of
-/// values only their ends are looked for, as readers of scene text check them. A function that
-/// answers false or nothing found something else.
+/// Takes pieces of scene text apart into records of a document. The grammar is that of
+/// `SceneParser`; of values only their ends are looked for, as readers of scene text check them. A
+/// function that answers false or nothing found something else.
 class DocumentParser : private DocumentScratch, public SceneParser {
 public:
     /// The text has to live as long as the document.
     DocumentParser(SceneDocument& document, std::string_view text);
-
-    bool parseScene();
 
     // The whole of the text.
 

@@ -61,14 +61,17 @@ private:
 
 } // namespace
 
-SceneWriter::SceneWriter(const Scene* scene, StringIO& out, bool changedOnly)
+SceneWriter::SceneWriter(const Scene* scene, StringIO& out, bool changedOnly,
+                         std::vector<TextMark>* marks)
     : m_out(out),
+      m_lines(out, marks),
       m_scene(scene),
       m_comments(scene && !scene->comments().empty() ? &scene->comments() : nullptr),
       m_changedOnly(changedOnly) {}
 
 SceneWriter::SceneWriter(const SceneComments& comments, StringIO& out)
     : m_out(out),
+      m_lines(out),
       m_scene(nullptr),
       m_comments(comments.empty() ? nullptr : &comments),
       m_changedOnly(false),
@@ -84,34 +87,28 @@ void SceneWriter::writeNode(const INode& node) {
     const bool isOwn = definition
                            ? inputs.isOwn() || outputs.isOwn() || hasOwnHead(node, *definition)
                            : comments && comments->isOwn;
-    if (comments) writeLines(comments->leading, 0);
+    m_lines.writeLeading(partOf(comments, &Comments::leading), 0);
     writeHead(node, isOwn ? nullptr : definition, isOwn);
-    writeOpening(comments);
+    m_lines.writeOpening(partOf(comments, &Comments::opening));
     UnreadPlaces unread(comments ? &comments->unread : nullptr);
     writeInputs(node, isOwn ? inputs.none() : inputs, unread);
     writeOutputs(node, isOwn ? outputs.none() : outputs, unread);
     unread.takeRest([this](const UnreadLines& lines) { writeUnread(lines, 1); });
-    if (comments) writeLines(comments->inner, 1);
-    m_out.append('}');
-    writeTrailing(comments);
+    m_lines.endNode(partOf(comments, &Comments::inner), partOf(comments, &Comments::trailing));
 }
 
 // Needs a definition whose bases are not to be named.
 void SceneWriter::writeHead(const INode& node, const Node* definition, bool isOwn) {
-    m_out.append("node ");
-    writeType(node.type(), m_out);
+    writeType(node.type(), m_lines.beginNode());
     const StringVector bases = node.bases();
     const bool areKnown = definition && bases == definition->bases();
-    for (u64 i = 0; i < bases.size() && !areKnown; ++i) {
-        m_out.append(i == 0 ? " : " : ", ");
-        writeType(bases[i], m_out);
-    }
-    m_out.append(' ');
-    writeQuoted(node.name().view(), m_out);
+    for (u64 i = 0; i < bases.size() && !areKnown; ++i)
+        writeType(bases[i], m_lines.beginBase(i == 0));
+    writeQuoted(node.name().view(), m_lines.beginNodeName());
     if (node.isAbstract()) writeNote(Note::Abstract);
     if (node.isInternal()) writeNote(Note::Internal);
     if (isOwn) writeNote(Note::Own);
-    m_out.append(" {");
+    m_lines.beginNodeBody();
 }
 
 void SceneWriter::writeInputs(const INode& node, const OmittedAttributes& omitted,
@@ -141,43 +138,18 @@ void SceneWriter::writeOutputs(const INode& node, const OmittedAttributes& omitt
 // The value is produced anew and is no part of the text.
 void SceneWriter::writeOutput(const Output& output, bool isAgain) {
     const Comments* comments = commentsOf(output);
-    if (comments) writeLines(comments->leading, 1);
-    indent(1);
-    m_out.append("output ");
-    const bool isKnown = static_cast<u32>(output.type()) < attrTypeCount;
-    m_out.append(attrTypeName(isKnown ? output.type() : AttrType::Null));
-    const bool hasType = static_cast<u32>(output.dataType()) < dataTypeCount;
-    if (output.type() == AttrType::Buffer && hasType && output.dataType() != DataType::Null)
-        m_out.append('<').append(dataTypeName(output.dataType())).append('>');
-    m_out.append(' ').append(output.ownName().view());
+    m_lines.writeLeading(partOf(comments, &Comments::leading), 1);
+    const AttrType type = knownType(output.type());
+    m_lines.beginOutput(type, AttrType::Null, 1).append(attrTypeName(type));
+    if (type == AttrType::Buffer) writeDataType(knownType(output.dataType()), m_out);
+    m_lines.writeName(output.ownName().view());
     if (isAgain) writeNote(Note::Again);
-    writeTrailing(comments);
-}
-
-void SceneWriter::writeLines(const String& lines, u32 depth) {
-    for (std::string_view rest = lines.view(); !rest.empty();) {
-        const std::string_view line = rest.substr(0, rest.find('\n') + 1);
-        if (line.size() > 1) indent(depth);
-        m_out.append(line);
-        rest.remove_prefix(line.size());
-    }
+    m_lines.endAttribute(partOf(comments, &Comments::trailing));
 }
 
 void SceneWriter::writeUnread(const UnreadLines& unread, u32 depth) {
-    writeLines(unread.leading, depth);
-    m_out.append(unread.lines.view());
-}
-
-void SceneWriter::writeTrailing(const Comments* comments) {
-    if (comments && !comments->trailing.isEmpty())
-        m_out.append(' ').append(comments->trailing.view());
-    m_out.append('\n');
-}
-
-void SceneWriter::writeOpening(const Comments* comments) {
-    if (comments && !comments->opening.isEmpty())
-        m_out.append(' ').append(comments->opening.view());
-    m_out.append('\n');
+    m_lines.writeLines(unread.leading.view(), depth);
+    m_lines.writeUnread(unread.lines.view());
 }
 
 } // namespace qv::kelvo_sdk::impl

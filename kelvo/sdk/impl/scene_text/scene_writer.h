@@ -1,8 +1,8 @@
 #pragma once
 
-#include "kelvo/base/string_io.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 #include "kelvo/sdk/impl/scene_text/omitted_attributes.h"
+#include "kelvo/sdk/impl/scene_text/scene_lines.h"
 #include "kelvo/sdk/impl/scene_text/scene_notes.h"
 #include "kelvo/sdk/impl/scene_text/unread_places.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
@@ -23,6 +23,20 @@ class Node;
 class Output;
 class Scene;
 
+// Kinds out of range hold nothing, as Null does.
+[[nodiscard]] constexpr AttrType knownType(AttrType type) noexcept {
+    return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
+}
+[[nodiscard]] constexpr DataType knownType(DataType type) noexcept {
+    return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
+}
+
+/// Returns a part of what may be null.
+[[nodiscard]] inline std::string_view partOf(const Comments* comments,
+                                             String Comments::*part) noexcept {
+    return comments ? (comments->*part).view() : std::string_view();
+}
+
 /// Writes nodes as scene text (docs/scene-text.md has the grammar).
 ///
 ///     Nodes      scene_writer.cpp          heads, comments, outputs
@@ -34,8 +48,9 @@ class Scene;
 /// connections to them are left out.
 class SceneWriter {
 public:
-    /// Borrows all; `scene` is null for nodes that have none.
-    SceneWriter(const Scene* scene, StringIO& out, bool changedOnly);
+    /// Borrows all; `scene` is null for nodes that have none, `marks` for none.
+    SceneWriter(const Scene* scene, StringIO& out, bool changedOnly,
+                std::vector<TextMark>* marks = nullptr);
     /// For the attributes of definitions, whose values are defaults.
     SceneWriter(const SceneComments& comments, StringIO& out);
 
@@ -43,21 +58,13 @@ public:
 
     // Parts, for what is like a node.
 
-    /// Writes comment lines.
-    void writeLines(const String& lines, u32 depth);
+    [[nodiscard]] SceneLines& lines() noexcept { return m_lines; }
     void writeUnread(const UnreadLines& unread, u32 depth);
-    /// Write what stands behind a '{', and at the end of a thing; null for nothing but its line.
-    void writeOpening(const Comments* comments);
-    void writeTrailing(const Comments* comments);
     void writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition = nullptr);
     void writeOutput(const Output& output, bool isAgain);
     /// Writes the name of an annotation; its content, if it has any, is to follow.
-    StringIO& writeNote(Note note) { return m_out.append(' ').append(noteName(note)); }
+    StringIO& writeNote(Note note) { return m_lines.beginNote(noteName(note)); }
     void writeTranslations(Note note, const AttrDetails::Texts& texts);
-    void indent(u32 depth) { m_out.appendRepeated(' ', depth <= maxIndent ? 4 * depth : 0); }
-    /// Lines that are nested deeper, where no reader goes, begin at the margin: the size of the
-    /// text would grow with the square of the depth.
-    static constexpr u32 maxIndent = 256;
 
 private:
     // ---- Nodes -----------------------------------------------------------------------------
@@ -98,7 +105,8 @@ private:
     void endList(const Part& parent);
     void end(const Part& part);
     [[nodiscard]] bool isUnchanged(const Input& input);
-    void writeKind(const Input& input);
+    void writeKind(const Input& input, StringIO& out) const;
+    static void writeDataType(DataType type, StringIO& out);
     void writePlain(const Value& value);
     void writeOwn(const Input& input, const Comments* comments);
     void writeLink(const INode* target);
@@ -111,6 +119,7 @@ private:
     [[nodiscard]] u32 ordinalOf(const Output& output);
 
     StringIO& m_out;
+    SceneLines m_lines;
     const Scene* m_scene;
     // Null when there are none.
     const SceneComments* m_comments;

@@ -16,23 +16,19 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Kinds out of range hold nothing, as Null does.
-AttrType knownType(AttrType type) noexcept {
-    return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
-}
-
-DataType knownType(DataType type) noexcept {
-    return static_cast<u32>(type) < dataTypeCount ? type : DataType::Null;
-}
-
-void writeDataType(DataType type, StringIO& out) {
-    if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
-}
-
 // The element type of the buffer that an input holds.
 DataType heldType(const Input& input) noexcept {
     if (input.type() != AttrType::Buffer) return DataType::Null;
     return knownType(input.ownValue().asBuffer().type());
+}
+
+AttrType elementTypeOf(const Input& input) noexcept {
+    return input.type() == AttrType::Array ? knownType(input.elementType()) : AttrType::Null;
+}
+
+// Tells whether a kind has a value that holds no others.
+constexpr bool isPlain(AttrType type) noexcept {
+    return type != AttrType::Null && type != AttrType::Object && type != AttrType::Array;
 }
 
 // Tells whether an input has other notes than its definition, and no description that says so.
@@ -72,7 +68,7 @@ void SceneWriter::begin(Part part) {
     const AttrType type = knownType(part.input->type());
     if (type != AttrType::Object && type != AttrType::Array) return end(part);
     if (type == AttrType::Object) {
-        writeOpening(part.comments);
+        m_lines.writeOpening(partOf(part.comments, &Comments::opening));
         if (part.comments && !part.comments->unread.empty())
             part.unread = std::make_unique<UnreadPlaces>(&part.comments->unread);
     }
@@ -92,50 +88,29 @@ void SceneWriter::beginAttribute(Part& part) {
     } else {
         part.isOwn = part.comments && part.comments->isOwn;
     }
-    if (part.comments) writeLines(part.comments->leading, part.depth);
-    indent(part.depth);
-    writeKind(input);
-    m_out.append(' ').append(input.ownName().view());
-    switch (knownType(input.type())) {
-    case AttrType::Null:
-        break;
-    case AttrType::Object:
-        m_out.append(" {");
-        break;
-    case AttrType::Array:
-        m_out.append(" = [");
-        break;
-    default:
-        m_out.append(" = ");
-        writeOwn(input, part.comments);
-        break;
-    }
+    const AttrType type = knownType(input.type());
+    m_lines.writeLeading(partOf(part.comments, &Comments::leading), part.depth);
+    writeKind(input, m_lines.beginInput(type, elementTypeOf(input), part.depth));
+    m_lines.writeName(input.ownName().view());
+    m_lines.beginInputContent(type);
+    if (isPlain(type)) writeOwn(input, part.comments);
 }
 
+// Arrays name their kinds, and buffers that say of which numbers they are.
 void SceneWriter::beginElement(const Part& part) {
     const Input& element = *part.input;
-    switch (knownType(element.type())) {
-    case AttrType::Null:
-        m_out.append("null");
-        break;
-    case AttrType::Object:
-        m_out.append('{');
-        break;
-    case AttrType::Array:
-        writeKind(element);
-        m_out.append(" [");
-        break;
-    case AttrType::Buffer:
-        if (heldType(element) != DataType::Null) {
-            writeKind(element);
-            m_out.append(' ');
-        }
-        writePlain(element.ownValue());
-        break;
-    default:
-        writeOwn(element, part.comments);
-        break;
+    const AttrType type = knownType(element.type());
+    const bool namesKind = type == AttrType::Array || heldType(element) != DataType::Null;
+    StringIO& out = m_lines.beginElement(type, elementTypeOf(element));
+    if (namesKind) {
+        writeKind(element, out);
+        out.append(' ');
     }
+    m_lines.beginElementContent(type);
+    if (type == AttrType::Buffer)
+        writePlain(element.ownValue());
+    else if (isPlain(type))
+        writeOwn(element, part.comments);
 }
 
 // Goes on with the innermost input that is being written.
@@ -152,7 +127,7 @@ void SceneWriter::goOn() {
 void SceneWriter::beginNext(Part& parent, u64 index) {
     const auto& next = implOf(*parent.input->members()[index]);
     if (parent.input->type() == AttrType::Array) {
-        if (index != 0) m_out.append(", ");
+        m_lines.separateElement(index == 0);
         return begin({.input = &next, .depth = parent.depth, .isElement = true});
     }
     const u32 depth = parent.depth + 1;
@@ -167,22 +142,21 @@ void SceneWriter::beginNext(Part& parent, u64 index) {
 }
 
 void SceneWriter::endList(const Part& parent) {
-    if (parent.input->type() == AttrType::Array) {
-        m_out.append(']');
-        return;
-    }
+    if (parent.input->type() == AttrType::Array) return m_lines.closeArray();
     const u32 depth = parent.depth + 1;
     if (parent.unread)
         parent.unread->takeRest([&](const UnreadLines& lines) { writeUnread(lines, depth); });
-    if (parent.comments) writeLines(parent.comments->inner, depth);
-    indent(parent.depth);
-    m_out.append('}');
+    m_lines.closeObject(partOf(parent.comments, &Comments::inner), parent.depth);
 }
 
 void SceneWriter::end(const Part& part) {
+    m_lines.endContent();
     writeSource(*part.input, part.comments);
     writeNotes(part);
-    if (!part.isElement) writeTrailing(part.comments);
+    if (part.isElement)
+        m_lines.endElement();
+    else
+        m_lines.endAttribute(partOf(part.comments, &Comments::trailing));
 }
 
 // An input that is not at its default makes all that hold it count; each is found once.
@@ -196,12 +170,16 @@ bool SceneWriter::isUnchanged(const Input& input) {
     return !found;
 }
 
-void SceneWriter::writeKind(const Input& input) {
+void SceneWriter::writeKind(const Input& input, StringIO& out) const {
     const AttrType type = knownType(input.type());
-    m_out.append(attrTypeName(type));
+    out.append(attrTypeName(type));
     if (type == AttrType::Array)
-        m_out.append('<').append(attrTypeName(knownType(input.elementType()))).append('>');
-    writeDataType(heldType(input), m_out);
+        out.append('<').append(attrTypeName(elementTypeOf(input))).append('>');
+    writeDataType(heldType(input), out);
+}
+
+void SceneWriter::writeDataType(DataType type, StringIO& out) {
+    if (type != DataType::Null) out.append('<').append(dataTypeName(type)).append('>');
 }
 
 // A link to nothing may be one that was not found.
@@ -241,14 +219,14 @@ void SceneWriter::writeSource(const Input& input, const Comments* comments) {
     const auto* source = implOf(input.source());
     if (!source) {
         if (comments && !comments->lostSource.isEmpty())
-            m_out.append(" <- ").append(comments->lostSource.view());
+            m_lines.beginSource().append(comments->lostSource.view());
         return;
     }
     if (!source->node() || source->node()->scene() != m_scene)
         return logWarning("The connection of '%s' to '%s' is not written: that output is not of "
                           "the scene.",
                           input.path().buf(), source->path().buf());
-    m_out.append(" <- ").append(source->node()->name().view());
+    m_lines.beginSource().append(source->node()->name().view());
     m_out.append('.').append(source->ownName().view());
     if (const u32 ordinal = ordinalOf(*source); ordinal > 1) m_out.append(':').appendUInt(ordinal);
 }
@@ -316,7 +294,7 @@ void SceneWriter::writeChoices(const ds::Vector<Value>& choices, const Input& in
 void SceneWriter::writeTranslations(Note note, const AttrDetails::Texts& texts) {
     for (const auto& [language, text] : texts) {
         writeQuoted(language.view(), writeNote(note).append(' '));
-        writeQuoted(text.view(), m_out.append(' '));
+        writeQuoted(text.view(), m_lines.beginTranslation());
     }
 }
 

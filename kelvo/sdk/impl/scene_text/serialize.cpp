@@ -113,10 +113,9 @@ void serialize(const INode* node, StringIO& out, bool changedOnly, bool withDepe
 void serializeScene(const Scene& scene, StringIO& out) {
     SceneWriter writer(&scene, out, false);
     const Comments& comments = scene.comments().file();
-    writer.writeLines(comments.leading, 0);
+    writer.lines().writeLines(comments.leading.view(), 0);
     out.append("kelvo scene 1");
-    if (!comments.opening.isEmpty()) out.append(' ').append(comments.opening.view());
-    out.append('\n');
+    writer.lines().endLine(comments.opening.view());
     const bool isEmpty =
         scene.nodeCount() == 0 && comments.inner.isEmpty() && comments.unread.empty();
     const UnreadNodes unread(scene);
@@ -129,7 +128,7 @@ void serializeScene(const Scene& scene, StringIO& out) {
     });
     for (const UnreadLines* lines : unread.before(nullptr))
         writer.writeUnread(*lines, 0);
-    writer.writeLines(comments.inner, 0);
+    writer.lines().writeLines(comments.inner.view(), 0);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -27,13 +27,16 @@ bool canStandRaw(std::string_view text) {
 class KndWriter {
 public:
     KndWriter(const LibInfo& library, StringIO& out)
-        : m_out(out), m_comments(library.comments()), m_attributes(library.comments(), out) {}
+        : m_out(out),
+          m_comments(library.comments()),
+          m_attributes(library.comments(), out),
+          m_lines(m_attributes.lines()) {}
 
     void writeHeader(bool isEmpty, std::string_view behind) {
         const Comments& file = m_comments.file();
-        m_attributes.writeLines(file.leading, 0);
+        m_lines.writeLines(file.leading.view(), 0);
         m_out.append("kelvo types 1");
-        m_attributes.writeOpening(&file);
+        m_lines.endLine(file.opening.view());
         // A blank line, unless what follows has one of its own.
         if (!isEmpty && !behind.starts_with('\n')) m_out.append('\n');
     }
@@ -41,9 +44,9 @@ public:
     void writeType(const KndDefinition& type) {
         const Node& node = *type.prototype;
         const Comments* comments = m_comments.find(&node);
-        if (comments) m_attributes.writeLines(comments->leading, 0);
+        m_lines.writeLines(partOf(comments, &Comments::leading), 0);
         writeHead(type);
-        m_attributes.writeOpening(comments);
+        m_lines.writeOpening(partOf(comments, &Comments::opening));
         for (const KndText& label : type.labels)
             writeText("label", label, true);
         for (const KndText& help : type.helps)
@@ -55,12 +58,10 @@ public:
             m_attributes.writeOutput(implOf(*node.outputs()[i]), false);
         for (u64 i = 0; type.pages && i < type.pages->pages().size(); ++i)
             writePage(type.pages->pages()[i], type.pageComments[i]);
-        if (comments) m_attributes.writeLines(comments->inner, 1);
-        m_out.append('}');
-        m_attributes.writeTrailing(comments);
+        m_lines.endNode(partOf(comments, &Comments::inner), partOf(comments, &Comments::trailing));
     }
 
-    void writeEnd() { m_attributes.writeLines(m_comments.file().inner, 0); }
+    void writeEnd() { m_lines.writeLines(m_comments.file().inner.view(), 0); }
 
 private:
     void writeHead(const KndDefinition& type) {
@@ -73,8 +74,8 @@ private:
     }
 
     void writeText(std::string_view word, const KndText& text, bool hasLanguage) {
-        m_attributes.writeLines(text.comments.leading, 1);
-        m_attributes.indent(1);
+        m_lines.writeLines(text.comments.leading.view(), 1);
+        m_lines.indent(1);
         m_out.append(word).append(' ');
         if (hasLanguage) {
             writeQuoted(text.language.view(), m_out);
@@ -85,29 +86,29 @@ private:
             writeRaw(text.text.view());
         else
             writeQuoted(text.text.view(), m_out);
-        m_attributes.writeTrailing(&text.comments);
+        m_lines.endLine(text.comments.trailing.view());
     }
 
     void writeRaw(std::string_view text) {
         m_out.append(rawMark).append('\n');
         for (u64 start = 0; start <= text.size();) {
             const u64 end = std::min(text.find('\n', start), text.size());
-            if (end != start) m_attributes.indent(2);
+            if (end != start) m_lines.indent(2);
             m_out.append(text.substr(start, end - start)).append('\n');
             start = end + 1;
         }
-        m_attributes.indent(1);
+        m_lines.indent(1);
         m_out.append(rawMark);
     }
 
     void writePage(const Layout::Page& page, const Comments& comments) {
-        m_attributes.writeLines(comments.leading, 1);
-        m_attributes.indent(1);
+        m_lines.writeLines(comments.leading.view(), 1);
+        m_lines.indent(1);
         m_out.append("page ");
         writeTitle(page.name, page.labels);
         m_out.append(" {\n");
         for (const Layout::Group& group : page.groups) {
-            m_attributes.indent(2);
+            m_lines.indent(2);
             if (group.name.isEmpty()) {
                 writeNames(group);
             } else {
@@ -119,9 +120,9 @@ private:
             }
             m_out.append('\n');
         }
-        m_attributes.indent(1);
+        m_lines.indent(1);
         m_out.append('}');
-        m_attributes.writeTrailing(&comments);
+        m_lines.endLine(comments.trailing.view());
     }
 
     void writeTitle(const String& name, const Layout::Texts& labels) {
@@ -137,6 +138,7 @@ private:
     StringIO& m_out;
     const SceneComments& m_comments;
     SceneWriter m_attributes;
+    SceneLines& m_lines;
 };
 
 } // namespace

@@ -114,10 +114,10 @@ FixReport fixFindings(const Scene& scene, Severity least, const ValidationOption
 namespace qv::kelvo_sdk::impl {
 
 Findings SceneRules::findings() {
-    for (const SceneFault& fault : m_scene.verify())
-        add(Rule::BrokenScene, nullptr, fault.place,
-            (fault.place.isEmpty() ? String("the scene") : "'" + fault.place + "'") + " " +
-                fault.message + ".");
+    for (const IntegrityError& error : m_scene.verify())
+        add(Rule::BrokenScene, nullptr, error.place,
+            (error.place.isEmpty() ? String("the scene") : "'" + error.place + "'") + " " +
+                error.message + ".");
     if (!m_findings.empty()) return std::move(m_findings);
     m_scene.forEachNode([this](Node* node) { checkNode(*node); });
     checkCycles();

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/diff/scene_match.h"
 
+#include "tests/support/scene_document.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -72,10 +74,8 @@ std::string nodesText(const std::vector<std::string>& nodes) {
 
 std::string renamesBetween(const std::vector<std::string>& before,
                            const std::vector<std::string>& after) {
-    SceneDocument earlier;
-    SceneDocument later;
-    EXPECT_TRUE(earlier.parse(String(std::string_view(nodesText(before)))));
-    EXPECT_TRUE(later.parse(String(std::string_view(nodesText(after)))));
+    const SceneDocument earlier = tests::documentOf(nodesText(before));
+    const SceneDocument later = tests::documentOf(nodesText(after));
     LinkNames names;
     const ListMatch match = matchNodes(earlier, later, names);
     std::string found;

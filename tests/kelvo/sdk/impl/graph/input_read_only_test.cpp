@@ -125,9 +125,9 @@ TEST_F(ReadOnlyInputs, Copies_KeepContentsAndMark) {
 }
 
 TEST_F(ReadOnlyInputs, ConversionToAnUnknownType_KeepsContentsAndMark) {
-    Misfits misfits;
-    ASSERT_TRUE(m_scene["a"].convertTo("other", &misfits));
-    EXPECT_TRUE(misfits.empty());
+    ConversionLosses losses;
+    ASSERT_TRUE(m_scene["a"].convertTo("other", &losses));
+    EXPECT_TRUE(losses.empty());
     std::string expected = text;
     expected.replace(expected.find("thing"), 5, "other");
     EXPECT_EQ(m_scene.text().buf(), expected);
@@ -138,14 +138,14 @@ TEST_F(ReadOnlyInputs, ConversionToATypeThatFixesThem_LosesOthers) {
     const auto library = tests::libraryOf("type fixed {\n  Array<Real> list = [7] @readonly\n"
                                           "  Object o {\n    Real x = 1\n  } @readonly\n}");
     m_scene.addLibrary(LibInfo(library.get()));
-    Misfits misfits;
-    const Node node = m_scene["a"].convertTo("fixed", &misfits);
+    ConversionLosses losses;
+    const Node node = m_scene["a"].convertTo("fixed", &losses);
     ASSERT_TRUE(node);
     EXPECT_EQ(node["list"].inputCount(), 1u);
     EXPECT_EQ(node["o"].inputCount(), 1u);
-    ASSERT_GE(misfits.size(), 1u);
-    EXPECT_STREQ(misfits[0].path.buf(), "a.list");
-    EXPECT_STREQ(misfits[0].reason.buf(), "is read-only");
+    ASSERT_GE(losses.size(), 1u);
+    EXPECT_STREQ(losses[0].path.buf(), "a.list");
+    EXPECT_STREQ(losses[0].reason.buf(), "is read-only");
 }
 
 TEST_F(ReadOnlyInputs, Undo_TakesThemBackAndDoesThemAgain) {

@@ -47,6 +47,7 @@ TEST_F(NodeRows, AnyChange_LeavesNothingWrongBehind) {
         {"list cleared", [&] { children()->clearInputs(); }},
         {"input removed", [&] { m_lamp.get()->removeInput(u64(1)); }},
         {"output removed", [&] { m_desk.get()->removeOutput(u64(0)); }},
+        {"input renamed", [&] { kelvo_sdk::Input(children()).rename("kids"); }},
         {"node renamed", [&] { m_scene.renameNode(m_lamp, "sun"); }},
         {"node moved", [&] { m_scene->moveNode(m_desk.get(), 0); }},
         {"node converted", [&] { m_lamp->convertTo("xform"); }},

@@ -87,11 +87,11 @@ protected:
     }
     // Converts and returns what did not fit, a line each.
     std::string convert(const char* name, const char* type) {
-        Misfits misfits;
-        m_converted = node(name).convertTo(type, &misfits);
+        ConversionLosses losses;
+        m_converted = node(name).convertTo(type, &losses);
         std::string lines;
-        for (const Misfit& misfit : misfits)
-            lines += std::string(misfit.path.buf()) + " " + misfit.reason.buf() + "\n";
+        for (const ConversionLoss& loss : losses)
+            lines += std::string(loss.path.buf()) + " " + loss.reason.buf() + "\n";
         return lines;
     }
 

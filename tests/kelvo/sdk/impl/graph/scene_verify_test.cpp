@@ -61,29 +61,29 @@ protected:
     Input& child(u64 index) { return *input(*m_children->input(index)); }
 
     /// Returns all that is wrong, "place message" line by line.
-    [[nodiscard]] std::string faults() const {
+    [[nodiscard]] std::string errors() const {
         std::string text;
-        for (const SceneFault& fault : m_handle.verify()) {
+        for (const IntegrityError& error : m_handle.verify()) {
             if (!text.empty()) text += '\n';
-            text += (fault.place + " " + fault.message).buf();
+            text += (error.place + " " + error.message).buf();
         }
         return text;
     }
-    [[nodiscard]] std::string faultsWith(const NodeTable& nodes, const LinkTable& links) const {
+    [[nodiscard]] std::string errorsWith(const NodeTable& nodes, const LinkTable& links) const {
         std::string text;
-        for (const SceneFault& fault :
+        for (const IntegrityError& error :
              SceneVerifier(m_scene, {nodes, links, m_scene.stashLinks()}).verify())
-            text += (fault.place + " " + fault.message + "\n").buf();
+            text += (error.place + " " + error.message + "\n").buf();
         return text;
     }
-    /// Expects faults while a law is broken, and none before and after.
+    /// Expects errors while a law is broken, and none before and after.
     void expectBroken(const std::string& expected, const std::function<void()>& breakIt,
                       const std::function<void()>& mendIt) {
-        EXPECT_EQ(faults(), "");
+        EXPECT_EQ(errors(), "");
         breakIt();
-        EXPECT_EQ(faults(), expected);
+        EXPECT_EQ(errors(), expected);
         mendIt();
-        EXPECT_EQ(faults(), "");
+        EXPECT_EQ(errors(), "");
     }
 
     kelvo_sdk::Scene m_handle = kelvo_sdk::Scene::create();
@@ -102,7 +102,7 @@ protected:
 // ---- What is sound ---------------------------------------------------------------------------
 
 TEST_F(SceneVerify, SoundScene_HasNoFaults) {
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     EXPECT_TRUE(kelvo_sdk::Scene().verify().empty());
     EXPECT_TRUE(kelvo_sdk::Scene::create().verify().empty());
 }
@@ -111,29 +111,29 @@ TEST_F(SceneVerify, EditsOfAllSorts_LeaveNoFaults) {
     m_scene.renameNode(&m_lamp, "Lantern");
     m_children->moveElement(0, 1);
     m_children->insertElement(1)->setNode(&m_room);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     m_scene.cloneNode(&m_desk, true);
     m_scene.convertNode(&m_desk, "table");
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     m_lamp.removeOutput("light");
     m_lamp.removeInput("shade");
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     m_scene.removeNode(&m_lamp);
     m_children->removeInput(0);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     m_scene.clear();
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, LongListsOfNames_AreSoundWhenEdited) {
     for (int i = 0; i < 40; ++i)
         m_desk.createInput(("w" + std::to_string(i)).c_str(), AttrType::Real);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     m_desk.removeInput("color");
     m_desk.removeInput("w7");
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     m_desk.createInput("w7", AttrType::Int);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, InputsOutsideTheScene_MayLeadIntoIt) {
@@ -141,14 +141,14 @@ TEST_F(SceneVerify, InputsOutsideTheScene_MayLeadIntoIt) {
     IInput* color = m_stranger.createInput("color", AttrType::Rgba);
     EXPECT_TRUE(link->setNode(&m_desk));
     EXPECT_TRUE(color->connect(m_output));
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, DeepNesting_NeedsNoStack) {
     IInput* parent = m_desk.createInput("deep", AttrType::Object);
     for (int i = 0; i < 2000; ++i)
         parent = parent->createInput("o", AttrType::Object);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     while (IInput* around = parent->parent()) {
         around->removeInput(0);
         parent = around;
@@ -176,7 +176,7 @@ TEST_F(SceneVerify, NodeListedTwice_IsTold) {
     NodeTable nodes;
     nodes.add("desk", &m_desk);
     nodes.add("table", &m_desk);
-    EXPECT_NE(faultsWith(nodes, LinkTable()).find("desk stands in the scene twice\n"),
+    EXPECT_NE(errorsWith(nodes, LinkTable()).find("desk stands in the scene twice\n"),
               std::string::npos);
 }
 
@@ -186,12 +186,12 @@ TEST_F(SceneVerify, NamesAndPlacesThatDisagree_AreTold) {
     nodes.add("desk", &m_stranger);
     auto& entries = Tamper::entries(nodes);
     std::swap(entries.at("room").slot, entries.at("desk").slot);
-    const std::string found = faultsWith(nodes, LinkTable());
+    const std::string found = errorsWith(nodes, LinkTable());
     EXPECT_NE(found.find("room does not stand at the place that its name leads to\n"),
               std::string::npos);
     std::swap(entries.at("room").slot, entries.at("desk").slot);
     entries.emplace("ghost", entries.at("room"));
-    EXPECT_NE(faultsWith(nodes, LinkTable()).find(" has 2 nodes but 3 names\n"), std::string::npos);
+    EXPECT_NE(errorsWith(nodes, LinkTable()).find(" has 2 nodes but 3 names\n"), std::string::npos);
 }
 
 // ---- Inputs and outputs ----------------------------------------------------------------------
@@ -276,15 +276,15 @@ TEST_F(SceneVerify, ConnectionThatOnlyTheOutputKnows_IsTold) {
         [&] { Tamper::setSource(*m_color, nullptr); },
         [&] { Tamper::setSource(*m_color, m_output); });
     const u64 second = Tamper::addTarget(*m_output, *m_color);
-    EXPECT_EQ(faults(), "lamp.light lists its target 'desk.color' twice");
+    EXPECT_EQ(errors(), "lamp.light lists its target 'desk.color' twice");
     Tamper::dropSlot(*m_output, second);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, ConnectionToANodeOfNoScene_IsSound) {
     auto* outside = static_cast<Output*>(m_stranger.createOutput("light", AttrType::Rgba));
     EXPECT_TRUE(m_color->connect(outside));
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, ConnectionToAnotherScene_IsTold) {
@@ -292,7 +292,7 @@ TEST_F(SceneVerify, ConnectionToAnotherScene_IsTold) {
     const auto far = other.createNode("light", "far");
     auto* outside = static_cast<Output*>(far->createOutput("light", AttrType::Rgba));
     Tamper::setSource(*m_color, outside);
-    EXPECT_NE(faults().find("desk.color is connected to an output that no node of the scene has"),
+    EXPECT_NE(errors().find("desk.color is connected to an output that no node of the scene has"),
               std::string::npos);
     Tamper::setSource(*m_color, m_output);
 }
@@ -303,17 +303,17 @@ TEST_F(SceneVerify, LinkToANodeOfNoScene_IsSoundAndEndsWithIt) {
     {
         Node gone(nullptr, "light", "gone");
         m_target->setNode(&gone);
-        EXPECT_EQ(faults(), "");
+        EXPECT_EQ(errors(), "");
     }
     EXPECT_EQ(m_target->value().asNode(), nullptr);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, LinkToAnotherScene_IsTold) {
     const auto other = kelvo_sdk::Scene::create();
     const auto far = other.createNode("light", "far");
     Tamper::setValue(*m_target, far.get());
-    EXPECT_NE(faults().find("lamp.target links to a node that is not of the scene"),
+    EXPECT_NE(errors().find("lamp.target links to a node that is not of the scene"),
               std::string::npos);
     Tamper::setValue(*m_target, &m_desk);
 }
@@ -328,17 +328,17 @@ TEST_F(SceneVerify, LinkInAnotherTable_IsTold) {
     LinkTable other;
     Tamper::unlink(*m_target);
     Tamper::relink(*m_target, other, &m_desk);
-    EXPECT_EQ(faults(), "lamp.target links to 'desk', which does not know");
+    EXPECT_EQ(errors(), "lamp.target links to 'desk', which does not know");
     Tamper::unlink(*m_target);
     Tamper::relink(*m_target, m_scene.links(), &m_desk);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, TableThatLacksItsLinks_IsTold) {
     NodeTable nodes;
     nodes.add("desk", &m_desk);
     nodes.add("lamp", &m_lamp);
-    EXPECT_NE(faultsWith(nodes, LinkTable())
+    EXPECT_NE(errorsWith(nodes, LinkTable())
                   .find("lamp.target links to 'desk', which does not "
                         "know\n"),
               std::string::npos);
@@ -368,34 +368,34 @@ TEST_F(SceneVerify, LinkOfNoInput_IsTold) {
 TEST_F(SceneVerify, LinkOfAnInputThatItsNodeLacks_IsTold) {
     Input lost(&m_lamp, nullptr, "lost", AttrType::Node, AttrType::Null);
     lost.setNode(&m_desk);
-    EXPECT_EQ(faults(), "lamp.lost has a place among the links but none in its node");
+    EXPECT_EQ(errors(), "lamp.lost has a place among the links but none in its node");
     lost.setNode(nullptr);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, BrokenRing_EndsTheWalk) {
     auto& link = const_cast<Link&>(Tamper::link(*m_target));
     Link* before = link.previous;
     link.previous = nullptr;
-    EXPECT_NE(faults().find("desk has a broken ring of links"), std::string::npos);
+    EXPECT_NE(errors().find("desk has a broken ring of links"), std::string::npos);
     link.previous = before;
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, LinkKeptAside_EndsWithItsNode) {
     {
         Node gone(nullptr, "light", "gone");
         m_target->setStashed(Value(static_cast<INode*>(&gone)));
-        EXPECT_EQ(faults(), "");
+        EXPECT_EQ(errors(), "");
     }
     EXPECT_EQ(m_target->stashed()->asNode(), nullptr);
     m_target->setStashed(Value(static_cast<INode*>(&m_room)));
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
 }
 
 TEST_F(SceneVerify, LinkKeptAside_IsKnownToItsNode) {
     m_target->stash();
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     Link& kept = Tamper::keptLink(*m_target);
     expectBroken(
         "lamp.target keeps aside a link to 'desk', which does not know",
@@ -413,7 +413,7 @@ TEST_F(SceneVerify, LinkKeptAside_IsKnownToItsNode) {
             m_scene.stashLinks().add(kept, &m_desk);
         });
     m_scene.removeNode(&m_desk);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(errors(), "");
     EXPECT_EQ(m_target->stashed()->asNode(), nullptr);
 }
 

@@ -393,8 +393,8 @@ TEST_F(SceneModifiers, OfAConvertedNode_ModifyWhatTheUserSet) {
 }
 
 TEST_F(SceneModifiers, Converted_WriteAsTheirNewType) {
-    Misfits misfits;
-    m_scene["scale"].convertTo("offsetModifier", &misfits)["amount"].set(20.0);
+    ConversionLosses losses;
+    m_scene["scale"].convertTo("offsetModifier", &losses)["amount"].set(20.0);
     EXPECT_EQ(m_scene.valueOf("n"), 23);
 }
 

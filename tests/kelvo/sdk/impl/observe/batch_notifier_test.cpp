@@ -34,6 +34,8 @@ struct Noted : BatchObserver {
             add("=", input->path());
         for (const IInput* input : changes.connectedInputs)
             add(">", input->path());
+        for (const auto& [input, before] : changes.renamedInputs)
+            add("~", before + ">" + input->path());
         for (const IOutput* output : changes.addedOutputs)
             add("+", output->path());
         for (const IOutput* output : changes.removedOutputs)

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/scene_text/link_names.h"
 
+#include "tests/support/scene_document.h"
+
 #include <gtest/gtest.h>
 
 namespace qv::kelvo_sdk::impl {
@@ -55,9 +57,9 @@ TEST(LinkNames, Note_ChangesLinksAlone) {
 }
 
 TEST(LinkNames, ApplyTo_ADocument_SwapsNames) {
-    SceneDocument document;
-    ASSERT_TRUE(document.parse("kelvo scene 1\n\nnode x \"a\" {\n    Node n = b\n}\n"
-                               "node x \"b\" {\n    Array<Node> l = [a, null, b]\n}\n"));
+    SceneDocument document =
+        tests::documentOf("kelvo scene 1\n\nnode x \"a\" {\n    Node n = b\n}\n"
+                          "node x \"b\" {\n    Array<Node> l = [a, null, b]\n}\n");
     LinkNames names;
     names.add("a", "b");
     names.add("b", "a");

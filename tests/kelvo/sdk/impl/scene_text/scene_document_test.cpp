@@ -1,7 +1,6 @@
 #include "kelvo/sdk/impl/scene_text/scene_document.h"
 
-#include "tests/support/random_scene.h"
-#include "tests/support/scene_text.h"
+#include "tests/support/scene_document.h"
 #include "tests/support/small_stack.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +17,7 @@ node xform : object, thing "room" @abstract @internal { # big
     # two of them
     Buffer<Pos3f> positions = [(0 0 0) (1 0 nan)] @type Pos3f
     String label = "say \"hi\" ] } # @min"
+    output Real size
     # nothing follows
 }
 node light "lamp" {
@@ -37,9 +37,8 @@ node light "lamp" {
 # the end
 )";
 
-TEST(SceneDocument, Text_IsWhatWasParsed) {
-    SceneDocument document;
-    ASSERT_TRUE(document.parse(kText));
+TEST(SceneDocument, Text_IsWhatWasRead) {
+    const SceneDocument document = tests::documentOf(kText);
     EXPECT_STREQ(document.text().buf(), kText);
     EXPECT_EQ(document.nodes[0].bases, "object, thing");
     EXPECT_EQ(document.nodes[0].flags, "@abstract @internal");
@@ -48,32 +47,21 @@ TEST(SceneDocument, Text_IsWhatWasParsed) {
     EXPECT_EQ(document.nodes[1].outputs.size(), 2u);
 }
 
-TEST(SceneDocument, Text_OfRandomScenes_IsTheirs) {
-    for (unsigned seed = 0; seed < 300; ++seed) {
-        const String text = tests::sceneOf(tests::RandomScene(seed).text()).text();
+TEST(SceneDocument, ParseNode_OfOtherTexts_Fails) {
+    for (const char* text : {"", "node", "node a \"a\" {", "node a \"a\" {\n    Reel x = 1\n}\n",
+                             "node a \"a\" {\n    String x = \"1\n}\n",
+                             "node a \"a\" {\n    Array<Real> x = [1\n}\n"}) {
         SceneDocument document;
-        ASSERT_TRUE(document.parse(text)) << text.buf();
-        ASSERT_STREQ(document.text().buf(), text.buf()) << "seed " << seed;
+        EXPECT_FALSE(document.parseNode(text)) << text;
     }
 }
 
-TEST(SceneDocument, Parse_OfOtherTexts_Fails) {
-    for (const char* text :
-         {"", "kelvo scene 2\n", "kelvo scene 1\nnode", "kelvo scene 1\n\nnode a \"a\" {",
-          "kelvo scene 1\n\nnode a \"a\" {\n    Reel x = 1\n}\n",
-          "kelvo scene 1\n\nnode a \"a\" {\n    String x = \"1\n}\n",
-          "kelvo scene 1\n\nnode a \"a\" {\n    Array<Real> x = [1\n}\n"}) {
-        SceneDocument document;
-        EXPECT_FALSE(document.parse(text)) << text;
-    }
-}
-
-TEST(SceneDocument, Parse_OfDeepNests_FailsWithoutUsingUpTheStack) {
-    std::string text = "kelvo scene 1\n\nnode a \"a\" {\n    Array<Array> x = ";
+TEST(SceneDocument, ParseNode_OfDeepNests_FailsWithoutUsingUpTheStack) {
+    std::string text = "node a \"a\" {\n    Array<Array> x = ";
     for (int i = 0; i < 300000; ++i)
         text += "[Array<Array> ";
     SceneDocument document;
-    EXPECT_FALSE(document.parse(String(std::string_view(text))));
+    EXPECT_FALSE(document.parseNode(String(std::string_view(text))));
 }
 
 // Pieces of text that nest: what opens and closes one, and the levels of one.
@@ -85,7 +73,7 @@ struct Nest {
 };
 
 String nested(const Nest& nest, u64 levels) {
-    std::string text = "kelvo scene 1\n\nnode a \"a\" {\n";
+    std::string text = "node a \"a\" {\n";
     for (u64 level = 0; level < levels; level += nest.levels)
         text += nest.opening;
     text += nest.innermost;
@@ -101,20 +89,21 @@ u64 levelsOf(const std::vector<DocAttr>* list) {
     return levels;
 }
 
-TEST(SceneDocument, Parse_AsDeepAsReadersGo_TakesNoStack) {
+TEST(SceneDocument, ParseNode_AsDeepAsDocumentsAre_TakesNoStack) {
     for (const Nest& nest :
          {Nest{"Object o {\n", "", "}\n", 1}, Nest{"Array<Object> o = [{\n", "", "}]\n", 2},
           Nest{"Object o {\n", "Array<Real> x = [1]", "}\n", 1}}) {
-        const u64 depth = *nest.innermost ? 198 : 200;
-        SceneDocument admitted;
-        SceneDocument refused;
+        const u64 depth = SceneDocument::maxDepth - (*nest.innermost ? 2 : 0);
+        SceneDocument document;
+        std::optional<DocNode> admitted;
         tests::runOnSmallStack(
             [&] {
-                EXPECT_TRUE(admitted.parse(nested(nest, depth))) << nest.opening;
-                EXPECT_FALSE(refused.parse(nested(nest, 100'000))) << nest.opening;
+                admitted = document.parseNode(nested(nest, depth));
+                EXPECT_FALSE(document.parseNode(nested(nest, 100'000))) << nest.opening;
             },
-            64 * 1024);
-        EXPECT_EQ(levelsOf(&admitted.nodes.at(0).inputs), 200u) << nest.opening;
+            96 * 1024);
+        ASSERT_TRUE(admitted) << nest.opening;
+        EXPECT_EQ(levelsOf(&admitted->inputs), SceneDocument::maxDepth) << nest.opening;
     }
 }
 

@@ -6,7 +6,7 @@
 namespace qv::kelvo_sdk::interfaces {
 
 /// One thing that a node lost when it was converted to another type.
-struct Misfit {
+struct ConversionLoss {
     /// Path of the input or output, as "lamp.size"; of the input that lost its connection, if that
     /// belongs to another node.
     String path;
@@ -14,6 +14,6 @@ struct Misfit {
     String reason;
 };
 
-using Misfits = ds::Vector<Misfit>;
+using ConversionLosses = ds::Vector<ConversionLoss>;
 
 } // namespace qv::kelvo_sdk::interfaces

@@ -6,13 +6,13 @@
 namespace qv::kelvo_sdk::interfaces {
 
 /// One law of a scene that does not hold, which no edit brings about: a fault of the program.
-struct SceneFault {
+struct IntegrityError {
     /// Path of the node, input or output, as "lamp.target"; empty for the scene as a whole.
     String place;
-    /// The fault, to stand behind the place: "links to a node that is not of the scene".
+    /// The error, to stand behind the place: "links to a node that is not of the scene".
     String message;
 };
 
-using SceneFaults = ds::Vector<SceneFault>;
+using IntegrityErrors = ds::Vector<IntegrityError>;
 
 } // namespace qv::kelvo_sdk::interfaces

@@ -1,10 +1,10 @@
-#include "tools/kelvo/wildcard.h"
+#include "kelvo/sdk/impl/search/wildcard.h"
 
 #include "kelvo/base/ascii.h"
 
 #include <algorithm>
 
-namespace qv::kelvo_tool {
+namespace qv::kelvo_sdk::impl {
 
 namespace {
 
@@ -45,36 +45,34 @@ const char* nameFault(std::string_view pattern, std::size_t at) {
     return isKnown || isWild(c) ? nullptr : "a character that no path has";
 }
 
-const char* fault(std::string_view pattern) {
-    if (pattern.empty()) return "nothing";
+} // namespace
+
+Wildcard::Fault Wildcard::pathFault(std::string_view pattern) {
+    if (pattern.empty()) return {"nothing", 0};
     for (std::size_t at = 0; at < pattern.size(); ++at) {
         const bool isElement = pattern[at] == '[';
         const char* found = isElement ? elementFault(pattern, at) : nameFault(pattern, at);
-        if (found) return found;
+        if (found) return {found, at};
         if (isElement) at = pattern.find(']', at);
     }
-    return nullptr;
+    return {};
 }
 
-} // namespace
-
-bool Wildcard::parsePath(const String& pattern, Wildcard& out, String& error) {
-    const std::string_view text = pattern.view();
-    if (const char* found = fault(text)) {
-        error = "'" + pattern + "' is no pattern: it has " + found + ".";
-        return false;
-    }
-    out = {};
-    out.m_ignoresCase = true;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isDouble = text.substr(i).starts_with("**");
-        const Kind wild = text[i] == '?' ? Kind::OneInStep : isDouble ? Kind::Run : Kind::RunInStep;
+Wildcard Wildcard::ofPath(std::string_view pattern) {
+    Wildcard made;
+    made.m_ignoresCase = true;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const bool isDouble = pattern.substr(i).starts_with("**");
+        const Kind wild = pattern[i] == '?' ? Kind::OneInStep
+                          : isDouble        ? Kind::Run
+                                            : Kind::RunInStep;
         if (isDouble) ++i;
-        const bool isBetween = isDouble && i >= 2 && text[i - 2] == '.';
-        out.m_parts.push_back({isWild(text[i]) ? wild : Kind::Letter, ascii::toLower(text[i]),
-                               isBetween && i + 1 < text.size() && text[i + 1] == '.'});
+        const bool isBetween = isDouble && i >= 2 && pattern[i - 2] == '.';
+        made.m_parts.push_back({isWild(pattern[i]) ? wild : Kind::Letter,
+                                ascii::toLower(pattern[i]),
+                                isBetween && i + 1 < pattern.size() && pattern[i + 1] == '.'});
     }
-    return true;
+    return made;
 }
 
 Wildcard Wildcard::ofText(std::string_view pattern, Case letters) {
@@ -141,4 +139,4 @@ bool Wildcard::advance(Places& places, std::string_view piece) const {
     return true;
 }
 
-} // namespace qv::kelvo_tool
+} // namespace qv::kelvo_sdk::impl

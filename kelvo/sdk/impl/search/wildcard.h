@@ -1,12 +1,11 @@
 #pragma once
 
-#include "kelvo/base/string.h"
 #include "kelvo/base/types.h"
 
 #include <string_view>
 #include <vector>
 
-namespace qv::kelvo_tool {
+namespace qv::kelvo_sdk::impl {
 
 /// A pattern that texts are compared with, in time proportional to text times pattern at worst.
 ///
@@ -20,8 +19,16 @@ public:
     using Places = std::vector<bool>;
     enum class Case { Counts, Ignored };
 
-    /// Reads a path pattern; false, with a sentence in `error`, when no path could ever match it.
-    [[nodiscard]] static bool parsePath(const String& pattern, Wildcard& out, String& error);
+    /// The reason why no path could ever match a pattern, as the end of a sentence; null when one
+    /// could.
+    struct Fault {
+        const char* reason = nullptr;
+        /// Its place in the pattern, in bytes.
+        u64 at = 0;
+    };
+    [[nodiscard]] static Fault pathFault(std::string_view pattern);
+    /// Reads a path pattern without a fault.
+    [[nodiscard]] static Wildcard ofPath(std::string_view pattern);
     [[nodiscard]] static Wildcard ofText(std::string_view pattern, Case letters);
 
     /// Tells whether the whole text matches.
@@ -54,4 +61,4 @@ private:
     bool m_ignoresCase = false;
 };
 
-} // namespace qv::kelvo_tool
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,144 @@
+// ---- Renaming --------------------------------------------------------------------------
+// All that names an input follows when it gets another name, as one change.
+
+#include "kelvo/sdk/impl/graph/input.h"
+
+#include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/input_rename.h"
+#include "kelvo/sdk/impl/graph/layout.h"
+#include "kelvo/sdk/impl/graph/modifier_names.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/input.h"
+
+#include "kelvo/base/log.h"
+
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// The inputs of the node or object that holds an input; needs one that is held.
+const ds::Vector<IInput*>& listOf(const Input& input) {
+    const auto* parent = implOf(input.parent());
+    return parent ? parent->members() : implOf(*input.node()).inputs();
+}
+
+// Returns another input beside this one that is found by a name, null when there is none.
+const Input* namesakeOf(const Input& input, const String& name) {
+    const auto* found = implOf(findInList(listOf(input), name));
+    return found != &input ? found : nullptr;
+}
+
+// A layout shows the first input of a name.
+InputNaming namingOf(const Input& input, const String& name) {
+    InputNaming naming{name, {}, {}};
+    const auto& node = implOf(*input.node());
+    const auto* layout = dynamic_cast<const Layout*>(node.layout());
+    if (!layout || input.parent() || node.lookUpInput(input.ownName()) != &input) return naming;
+    naming.otherLayout = layout->withRenamed(input.ownName(), name);
+    if (naming.otherLayout) naming.layout = RefersTo<interfaces::ILayout>(node.layout());
+    return naming;
+}
+
+// Returns why a list of a modifier cannot follow, null when it can.
+const char* bar(const ModifierNames& list) {
+    if (list.input->isReadOnly()) return "is read-only";
+    const AttrDetails* details = list.input->details();
+    return details && !details->accepts(Value(list.names)) ? "does not take the new name" : nullptr;
+}
+
+} // namespace
+
+String Input::renameRefusal(const String& name) const {
+    const String start = "Cannot rename input '" + path() + "' to '" + name + "': ";
+    if (!m_node || m_node->isEnding()) return start + "it belongs to no node.";
+    if (isElement()) return start + "an element is named by its place.";
+    if (!name.isSimpleCID()) return start + "that is no simple identifier.";
+    if (m_isHeldReadOnly) return start + "'" + m_parent->path() + "' is read-only.";
+    if (const Input* other = namesakeOf(*this, name))
+        return start + "there is an input '" + other->path() + "' already.";
+    for (const ModifierNames& list : modifierNamesAfter(*this, name))
+        if (const char* reason = bar(list))
+            return start + "'" + list.input->path() + "' names it and " + reason + ".";
+    return {};
+}
+
+// Modifiers act again when all is done, as they are told with the others.
+bool Input::rename(String name) {
+    if (m_node && m_name.equals(name) && !isElement()) return true;
+    if (const String refusal = renameRefusal(name); !refusal.isEmpty()) {
+        logError("%s", refusal.buf());
+        return false;
+    }
+    const RefersTo<Input> self(this);
+    const RefersTo<Node> node(m_node);
+    const std::vector<ModifierNames> lists = modifierNamesAfter(*this, name);
+    InputNaming naming = namingOf(*this, name);
+    NewsHold news;
+    EditStep step(m_node);
+    step.prepare<InputRename>(*this, naming);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    step.commit();
+    exchangeName(naming);
+    for (const ModifierNames& list : lists)
+        list.input->setString(list.names);
+    news.release();
+    return true;
+}
+
+void Input::exchangeName(InputNaming& other) {
+    const auto& list = listOf(*this);
+    const u64 place = placeInList();
+    leaveNames(list, place);
+    std::swap(m_name, other.name);
+    m_nameHash = m_name.foldedHash();
+    joinNames(list, place);
+    leadsChanged();
+    if (m_parent) m_parent->dropHash();
+    if (other.layout && m_node->layout() == other.layout.get())
+        m_node->setLayout(other.otherLayout.get());
+    other.layout.swap(other.otherLayout);
+    if (auto* scene = implOf(m_node->liveScene())) scene->comments().renamed(this, other.name);
+    m_node->onInputRenamed(this, other.name);
+}
+
+InputRename::InputRename(Input& input, const InputNaming& naming)
+    : InputChange(input),
+      m_other{input.ownName(), naming.otherLayout, naming.layout},
+      m_before(input.ownName()),
+      m_after(naming.name) {}
+
+// A node that left may have been changed through a handle, and an observer of another undo may
+// have given the name to another: the change is passed over then, and when it is turned back.
+void InputRename::swap(Scene& /*scene*/) {
+    if (std::exchange(m_isPassedOver, false)) return;
+    const bool isThere = input().node() && input().node() == node();
+    m_isPassedOver = !isThere || (input().parent() && namesakeOf(input(), m_other.name));
+    if (!m_isPassedOver) input().exchangeName(m_other);
+}
+
+u64 InputRename::bytes() const {
+    return sizeof(*this) + m_before.size() + m_after.size();
+}
+
+String InputRename::text() const {
+    const String path = subject();
+    const String holder = path.substr(0, path.size() - input().ownName().size());
+    return "Rename input '" + holder + m_before + "' to '" + m_after + "'";
+}
+
+} // namespace qv::kelvo_sdk::impl
+
+namespace qv::kelvo_sdk {
+
+bool Input::rename(String name) const {
+    return get() && impl::implOf(get())->rename(std::move(name));
+}
+
+} // namespace qv::kelvo_sdk

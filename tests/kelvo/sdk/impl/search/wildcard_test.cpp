@@ -1,0 +1,81 @@
+#include "kelvo/sdk/impl/search/wildcard.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+TEST(Wildcard, PathFault_NamesReasonAndPlace) {
+    const struct {
+        const char* pattern;
+        const char* reason;
+        u64 at;
+    } cases[] = {
+        {"", "nothing", 0},
+        {".a", "an empty step", 0},
+        {"a..b", "an empty step", 1},
+        {"ab.", "an empty step", 2},
+        {"a***", "more than two '*' in a row", 1},
+        {"a[1", "'[' without ']'", 1},
+        {"ab]", "']' without '['", 2},
+        {"a.[1]", "an element without the array it is in", 2},
+        {"a[+]", "'[+]' is for `set` alone", 1},
+        {"a[b]", "between '[' and ']' stands a number, '*' or '?'", 1},
+        {"a[1]c", "a name right behind ']'", 1},
+        {"a b", "a character that no path has", 1},
+    };
+    for (const auto& each : cases) {
+        const Wildcard::Fault fault = Wildcard::pathFault(each.pattern);
+        ASSERT_NE(fault.reason, nullptr) << each.pattern;
+        EXPECT_STREQ(fault.reason, each.reason);
+        EXPECT_EQ(fault.at, each.at) << each.pattern;
+    }
+}
+
+TEST(Wildcard, PathFault_OfWhatMayMatchIsNone) {
+    for (const char* pattern : {"a", "*", "a.**.b", "a[1].b", "a[?]*", "**", "A_1.b[*][0]"})
+        EXPECT_EQ(Wildcard::pathFault(pattern).reason, nullptr) << pattern;
+}
+
+TEST(Wildcard, OfPath_KeepsToSteps) {
+    EXPECT_TRUE(Wildcard::ofPath("a*").matches("ABC"));
+    EXPECT_FALSE(Wildcard::ofPath("a*").matches("ab.c"));
+    EXPECT_FALSE(Wildcard::ofPath("a?c").matches("a.c"));
+    EXPECT_TRUE(Wildcard::ofPath("a**").matches("ab.c[1]"));
+    EXPECT_TRUE(Wildcard::ofPath("a.**.b").matches("a.b"));
+    EXPECT_FALSE(Wildcard::ofPath("a.**b").matches("ab"));
+}
+
+TEST(Wildcard, OfText_TakesAnythingForItsSigns) {
+    const auto counts = Wildcard::Case::Counts;
+    EXPECT_TRUE(Wildcard::ofText("a*", counts).matches("a.b c"));
+    EXPECT_FALSE(Wildcard::ofText("a*", counts).matches("A"));
+    EXPECT_TRUE(Wildcard::ofText("a*", Wildcard::Case::Ignored).matches("A"));
+    EXPECT_TRUE(Wildcard::ofText("\\*", counts).matches("*"));
+    EXPECT_FALSE(Wildcard::ofText("\\*", counts).matches("x"));
+    EXPECT_TRUE(Wildcard::ofText("a\\", counts).matches("a\\"));
+    EXPECT_TRUE(Wildcard::ofText("", counts).matches(""));
+    EXPECT_FALSE(Wildcard::ofText("?", counts).matches(""));
+}
+
+TEST(Wildcard, TextInPieces_MatchesAsTheWhole) {
+    const Wildcard wildcard = Wildcard::ofPath("lamp.**.x[*]");
+    Wildcard::Places places = wildcard.start();
+    for (const char* piece : {"lamp", ".", "o", ".", "x", "["}) {
+        ASSERT_TRUE(wildcard.advance(places, piece));
+        EXPECT_FALSE(wildcard.accepts(places));
+    }
+    ASSERT_TRUE(wildcard.advance(places, "12]"));
+    EXPECT_TRUE(wildcard.accepts(places));
+}
+
+TEST(Wildcard, TextThatCannotMatchAnyMore_IsTold) {
+    const Wildcard wildcard = Wildcard::ofPath("lamp.x");
+    Wildcard::Places places = wildcard.start();
+    EXPECT_FALSE(wildcard.advance(places, "lump"));
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
