@@ -70,7 +70,10 @@ CompactGraph::Marks::Marks(const CompactGraph& graph)
     m_room->walk = 1;
 }
 
+// Little room is as quickly made anew, so that small scenes keep no memory for walks.
 CompactGraph::Marks::~Marks() {
+    constexpr u64 worthKeeping = 256;
+    if (m_room->marks.size() < worthKeeping) return;
     const std::unique_ptr<MarkRoom> other(m_graph.m_spareRoom.exchange(m_room.release()));
 }
 
