@@ -254,6 +254,8 @@ public:
     /// When a node leaves its scene or ends: links to what takes its place, if anything, where it
     /// linked to that node, telling observers; so does the value that is kept aside.
     void relink(const INode& from, INode* to);
+    /// The nodes that the input links and connects to have another reader, or one less.
+    void tiesChanged() const noexcept;
     /// For a node that ends alone: what links to it forgets it, unheard.
     void dropLink() noexcept;
     void dropStashedLink() noexcept;
@@ -363,6 +365,7 @@ private:
     void dropSource() noexcept;
     void relinkStash(const INode& from, INode* to);
     void linkTo(INode* node);
+    void leadsChanged() noexcept;
     void linkStash();
     void dropStash() noexcept;
     void replaceStash(Value value);

@@ -7,8 +7,6 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
-#include <vector>
-
 namespace qv::kelvo_sdk::impl {
 
 /// Returns the node that an input by itself links to, or null.
@@ -20,6 +18,12 @@ namespace qv::kelvo_sdk::impl {
 [[nodiscard]] inline INode* sourceNode(const Input& input) noexcept {
     const Output* source = input.sourceOutput();
     return source ? source->node() : nullptr;
+}
+
+/// An input of `reader`, which may be null, is about to link to `target` no more. The target of one
+/// that is out of the scene may be long gone, and is not known to have that reader.
+inline void linkEnds(const Node* reader, INode* target) noexcept {
+    if (reader && reader->sceneAround()) implOf(target)->readersChanged();
 }
 
 /// Returns why an input of one node may not lead to another node; null when it may, or when one of
@@ -75,31 +79,24 @@ void visitInputsInPlace(const Node& node, const Visit& visit) {
     visitInPlace(node.inputs(), nullptr, visit);
 }
 
-/// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. A node may
-/// be met again.
+/// Calls `visit(Node&, bool isConnection)` for the node of each input that links to `node`, then of
+/// each that is connected to it. A node may be met again.
 template<typename Visit>
-void visitReaders(const Node& node, const Visit& visit) {
-    const auto visitOwner = [&](const Input& input) {
-        if (INode* owner = input.node()) visit(*implOf(owner));
+void visitReadersByKind(const Node& node, const Visit& visit) {
+    const auto visitOwner = [&](const Input& input, bool isConnection) {
+        if (INode* owner = input.node()) visit(*implOf(owner), isConnection);
     };
-    if (IScene* scene = node.scene()) implOf(scene)->links().forEach(&node, visitOwner);
+    if (IScene* scene = node.scene())
+        implOf(scene)->links().forEach(&node,
+                                       [&](const Input& input) { visitOwner(input, false); });
     for (const IOutput* output : node.outputs())
-        implOf(output)->forEachTarget(visitOwner);
+        implOf(output)->forEachTarget([&](const Input& input) { visitOwner(input, true); });
 }
 
-/// Calls `enter(Node&)` for the readers of a node, and of each that `enter` answers true for, at
-/// any distance; without recursion: chains may be longer than the stack is deep. A node may be met
-/// again. `pending` is the memory that the walk works in.
-template<typename Enter>
-void visitDownstream(const Node& from, std::vector<const Node*>& pending, const Enter& enter) {
-    pending.assign(1, &from);
-    while (!pending.empty()) {
-        const Node& node = *pending.back();
-        pending.pop_back();
-        visitReaders(node, [&](Node& reader) {
-            if (enter(reader)) pending.push_back(&reader);
-        });
-    }
+/// The same, whatever the kind.
+template<typename Visit>
+void visitReaders(const Node& node, const Visit& visit) {
+    visitReadersByKind(node, [&](Node& reader, bool) { visit(reader); });
 }
 
 } // namespace qv::kelvo_sdk::impl

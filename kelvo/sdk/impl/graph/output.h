@@ -42,7 +42,7 @@ public:
     QV_EXPORT IOutput* clone(INode* node) const;
     /// For the owning node alone: the node is gone.
     void clearNode() noexcept {
-        m_node = nullptr;
+        setNode(nullptr);
         m_hasLeft = true;
     }
     /// For the owning node alone: the output is off its list. What ends by that comes back with it.
@@ -52,7 +52,7 @@ public:
     /// For recorded changes alone: the output comes back to a node that it knows, and its value is
     /// set and the one before given.
     void entered(INode* node) noexcept {
-        m_node = node;
+        setNode(node);
         m_hasLeft = false;
     }
     void exchangeValue(Value& other);
@@ -119,7 +119,9 @@ private:
 
     u64 addTarget(Input* input, u64 rank);
     void removeTarget(u64 slot) noexcept;
-    void takeLastTarget() noexcept { static_cast<void>(m_targets.takeLast()); }
+    Input* takeLastTarget() noexcept;
+    void setNode(INode* node) noexcept;
+    void readersChanged() const noexcept;
     // The next `addTarget` does not fail then.
     void makeRoom() { m_targets.reserve(); }
     bool storeValue(Value value);
