@@ -3,6 +3,7 @@
 // KELVO_LAWS_FULL=1 all of them; KELVO_LAWS_CASE selects a single one.
 #include "tests/laws/hostile_observer.h"
 
+#include "tests/support/known_rows.h"
 #include "tests/support/law_run.h"
 #include "tests/support/log_capture.h"
 
@@ -56,6 +57,7 @@ std::string Trial::faultsOf(const Stage& stage, const char* when) {
     for (const auto& fault : stage.scene.verify())
         wrong += std::string(when) + ": " + fault.place.buf() + " " + fault.message.buf() + "\n";
     if (!wrong.empty()) return wrong;
+    fillRows(stage.scene);
     const Scene again = Scene::create();
     again.addLibrary(stage.library);
     const String text = stage.scene.text();

@@ -1,5 +1,7 @@
 #include "tests/laws/lives_player.h"
 
+#include "tests/support/known_rows.h"
+
 #include <algorithm>
 #include <set>
 
@@ -193,6 +195,7 @@ void LivesPlayer::check() {
     for (const World& at : m_worlds) {
         for (const auto& fault : at.scene.verify())
             fail(std::string(fault.place.buf()) + " " + fault.message.buf());
+        fillRows(at.scene);
         const std::string is = textOf(at.scene), should = at.model.text(m_freeNames);
         if (is != should) fail("---- expected\n" + should + "---- is\n" + is);
         for (u64 i = 0; i < at.scene.nodeCount() && m_wrong.empty(); ++i)

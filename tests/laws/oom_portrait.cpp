@@ -1,6 +1,7 @@
 #include "tests/laws/oom_portrait.h"
 
 #include "kelvo/sdk/interfaces/i_scene.h"
+#include "tests/support/known_rows.h"
 #include "tests/support/scene_text.h"
 
 namespace qv::tests {
@@ -87,6 +88,7 @@ std::string oomFaults(const Scene& scene) {
     std::string out;
     for (const auto& fault : scene.verify())
         out += std::string(fault.place.buf()) + " " + fault.message.buf() + "; ";
+    fillRows(scene);
     return out;
 }
 

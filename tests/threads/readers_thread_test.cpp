@@ -76,6 +76,22 @@ TEST(SceneThreads, NodesAndPaths_AreSearchedByMany) {
     });
 }
 
+// Nobody walked this one before, so that all threads find out at once where the nodes lead.
+TEST(SceneThreads, FreshScene_IsWalkedByMany) {
+    constexpr u64 kCount = 300;
+    const Scene scene = Scene::create();
+    for (u64 i = 0; i < kCount; ++i)
+        scene.createNode("xform", "n").createArray("children", AttrType::Node);
+    for (u64 i = 0; i + 1 < kCount; ++i)
+        scene.node(i)["children"].append().set(scene.node(i + 1));
+    const Node first = scene.node(0), last = scene.node(kCount - 1);
+    onManyThreads([&] {
+        return first.children(-1).size() == kCount - 1 &&
+               first.dependencies().size() == kCount - 1 && last.dependencies().empty() &&
+               first.firstPathTo(last, true)->nodeCount() == kCount;
+    });
+}
+
 TEST(SceneThreads, PathsTypesAndValues_AreFoundByMany) {
     const Scene scene = makeScene();
     onManyThreads([&] {

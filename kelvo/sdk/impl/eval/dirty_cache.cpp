@@ -1,9 +1,10 @@
 #include "kelvo/sdk/impl/eval/dirty_cache.h"
 
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/node.h"
-#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -35,11 +36,13 @@ void DirtyCache::nodeChanged(const Node& node, bool wasDirty) noexcept {
 
 void DirtyCache::markAll() noexcept {
     m_early.clear();
+    std::ranges::fill(m_known, Known::Dirty);
     m_scene.forEachNode([](Node* each) { each->m_dirty = true; });
 }
 
 // Without memory to remember it by, it stays clean until it changes.
 void DirtyCache::nodeCleaning(Node& node) noexcept {
+    note(node, Known::Clean);
     try {
         if (dependsOnDirty(node) && m_scene.contains(node)) m_early.insert(&node);
     } catch (const std::bad_alloc&) {
@@ -50,6 +53,7 @@ void DirtyCache::nodeCleaning(Node& node) noexcept {
 void DirtyCache::nodeEntered(Node& node) noexcept {
     try {
         if (dependsOnDirty(node)) node.m_dirty = true;
+        note(node, node.m_dirty ? Known::Dirty : Known::Clean);
         if (node.m_dirty) spread(node);
     } catch (const std::bad_alloc&) {
         markAll();
@@ -65,9 +69,41 @@ void DirtyCache::recheckEarly() {
     }
 }
 
+// Goes by what is known here, and turns the flags themselves at the end: the nodes are far apart in
+// memory, so that many are fetched at once.
 void DirtyCache::spread(const Node& from) {
-    visitDownstream(from, m_pending,
-                    [](Node& reader) { return !std::exchange(reader.m_dirty, true); });
+    const GraphReader reader(&from);
+    if (reader.graph() && m_known.size() < reader.graph()->end())
+        m_known.resize(reader.graph()->end());
+    note(from, Known::Dirty);
+    m_turned.clear();
+    m_pending.assign(1, reader.spotOf(from));
+    while (!m_pending.empty()) {
+        const Spot spot = m_pending.back();
+        m_pending.pop_back();
+        reader.forEachLead(spot, LeadKind::Readers, [&](Spot next, bool) {
+            if (turns(next, reader.nodeAt(next))) m_pending.push_back(next);
+        });
+    }
+    for (const auto& [node, number] : m_turned) {
+        node->m_dirty = true;
+        m_known[number] = Known::Dirty;
+    }
+}
+
+// Tells whether a reader was clean.
+bool DirtyCache::turns(Spot spot, Node& reader) {
+    if (!spot.hasNumber()) return !std::exchange(reader.m_dirty, true);
+    Known& known = m_known[spot.number()];
+    if (known == Known::Turning || (known == Known::Dirty && reader.m_dirty)) return false;
+    m_turned.push_back({&reader, spot.number()});
+    known = Known::Turning;
+    return true;
+}
+
+void DirtyCache::note(const Node& node, Known known) noexcept {
+    const bool isNumbered = m_scene.graph().node(node.number()) == &node;
+    if (isNumbered && node.number() < m_known.size()) m_known[node.number()] = known;
 }
 
 } // namespace qv::kelvo_sdk::impl

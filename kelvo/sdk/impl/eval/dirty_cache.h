@@ -2,6 +2,7 @@
 
 #include "kelvo/base/types.h"
 #include "kelvo/sdk/impl/graph/scene_follower.h"
+#include "kelvo/sdk/impl/graph/spot.h"
 
 #include <unordered_set>
 #include <vector>
@@ -27,14 +28,26 @@ public:
     void nodeTakenOut(Node& node) noexcept override { m_early.erase(&node); }
 
 private:
+    // Of a node's flag, as far as that is known beside the node.
+    enum class Known : u8 { Clean, Turning, Dirty };
+    struct Turned {
+        Node* node;
+        NodeNumber number;
+    };
+
     void markAll() noexcept;
     void recheckEarly();
     void spread(const Node& from);
+    [[nodiscard]] bool turns(Spot spot, Node& reader);
+    void note(const Node& node, Known known) noexcept;
 
     Scene& m_scene;
     // Marked clean while something they depend on was dirty: the exceptions to the law.
     std::unordered_set<Node*> m_early;
-    std::vector<const Node*> m_pending;
+    std::vector<Spot> m_pending;
+    std::vector<Turned> m_turned;
+    // By number; a node that is clean here may be dirty, but not the other way round.
+    std::vector<Known> m_known;
 };
 
 } // namespace qv::kelvo_sdk::impl

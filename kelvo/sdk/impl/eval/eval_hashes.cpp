@@ -1,8 +1,8 @@
 #include "kelvo/sdk/impl/eval/eval_hashes.h"
 
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
-#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 

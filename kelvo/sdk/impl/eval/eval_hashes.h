@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/base/types.h"
+#include "kelvo/sdk/impl/graph/spot.h"
 
 #include <unordered_map>
 #include <vector>
@@ -43,7 +44,7 @@ private:
     std::unordered_map<const Node*, u64> m_renewals;
     u64 m_renewalOfAll = 0;
     u64 m_renewalCount = 0;
-    std::vector<const Node*> m_pending;
+    std::vector<Spot> m_pending;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/connection_loop.h"
 
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -8,27 +9,11 @@
 #include "kelvo/base/string_io.h"
 
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-// Calls `visit(output)` for every output that feeds an input of the node, at any depth.
-template<typename Visit>
-void forEachSource(const interfaces::IInputContainer& owner, const Visit& visit) {
-    std::vector<const interfaces::IInputContainer*> open = {&owner};
-    while (!open.empty()) {
-        const auto* container = open.back();
-        open.pop_back();
-        for (u64 i = 0; i < container->inputCount(); ++i) {
-            const IInput* input = container->input(i);
-            if (const IOutput* source = input->source()) visit(*source);
-            if (input->inputCount() != 0) open.push_back(input);
-        }
-    }
-}
 
 // Calls `visit(input)` for every input that an output of the node feeds.
 template<typename Visit>
@@ -39,25 +24,41 @@ void forEachTarget(const INode& node, const Visit& visit) {
     }
 }
 
-// One side of the search: the nodes met, and those whose neighbours are still to be met.
+// One side of the search: those of its nodes whose neighbours are still to be met.
 class Front {
 public:
-    explicit Front(const INode* start) { meet(start); }
-
-    void meet(const INode* node) {
-        if (node && m_met.insert(node).second) m_open.push_back(node);
+    // Follows connections among the leads of the kind. `met` has a bit of each node for each side.
+    Front(const GraphReader& reader, LeadKind kind, WalkMarks& met, const INode& start)
+        : m_reader(reader), m_kind(kind), m_met(met) {
+        meet(reader.spotOf(implOf(start)));
     }
-    [[nodiscard]] bool exhausted() const noexcept { return m_open.empty(); }
-    [[nodiscard]] bool has(const INode* node) const { return m_met.contains(node); }
-    [[nodiscard]] const INode* take() {
-        const INode* node = m_open.back();
+
+    [[nodiscard]] bool isExhausted() const noexcept { return m_open.empty(); }
+    // Meets the neighbours of one more node; tells whether that node is among them.
+    [[nodiscard]] bool goOnTo(const INode* wanted) {
+        const Spot from = m_open.back();
         m_open.pop_back();
-        return node;
+        bool isMet = false;
+        m_reader.forEachLead(from, m_kind, [&](Spot next, bool isConnection) {
+            if (isConnection && meet(next)) isMet = isMet || &m_reader.nodeAt(next) == wanted;
+        });
+        return isMet;
     }
 
 private:
-    std::unordered_set<const INode*> m_met;
-    std::vector<const INode*> m_open;
+    bool meet(Spot spot) {
+        const i32 bit = 1 << static_cast<i32>(m_kind);
+        i32& mark = m_met.add(spot, 0).value;
+        if ((mark & bit) != 0) return false;
+        mark |= bit;
+        m_open.push_back(spot);
+        return true;
+    }
+
+    const GraphReader& m_reader;
+    LeadKind m_kind;
+    WalkMarks& m_met;
+    std::vector<Spot> m_open;
 };
 
 bool feedsSomething(const INode& node) {
@@ -75,16 +76,12 @@ bool closesLoop(const Output& output, const Input& input) {
     if (!from || !to) return false;
     if (from == to) return true;
     if (!feedsSomething(*to)) return false;
-    Front upstream(from);
-    Front downstream(to);
-    while (!upstream.exhausted() && !downstream.exhausted()) {
-        forEachSource(*upstream.take(),
-                      [&](const IOutput& source) { upstream.meet(source.node()); });
-        if (upstream.has(to)) return true;
-        forEachTarget(*downstream.take(),
-                      [&](const Input& target) { downstream.meet(target.node()); });
-        if (downstream.has(from)) return true;
-    }
+    const GraphReader reader(implOf(from));
+    WalkMarks met(reader);
+    Front upstream(reader, LeadKind::Dependencies, met, *from);
+    Front downstream(reader, LeadKind::Readers, met, *to);
+    while (!upstream.isExhausted() && !downstream.isExhausted())
+        if (upstream.goOnTo(to) || downstream.goOnTo(from)) return true;
     return false;
 }
 

@@ -368,10 +368,11 @@ void Input::letGo() noexcept {
 }
 
 void Input::untie() noexcept {
-    m_node = nullptr;
+    const Node* node = std::exchange(m_node, nullptr);
     if (!m_extras) return;
     if (m_extras->source) setSource(nullptr);
     if (m_extras->link.table) {
+        linkEnds(node, m_extras->link.target);
         m_extras->link.table->remove(m_extras->link);
         m_value = Value(static_cast<INode*>(nullptr));
     }
@@ -379,7 +380,10 @@ void Input::untie() noexcept {
 }
 
 void Input::setNodeOfAll(Node* node) noexcept {
-    forEachWithin([node](Input& input) { input.m_node = node; });
+    forEachWithin([node](Input& input) {
+        input.m_node = node;
+        input.tiesChanged();
+    });
 }
 
 } // namespace qv::kelvo_sdk::impl

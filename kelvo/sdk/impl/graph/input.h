@@ -258,6 +258,8 @@ public:
     /// Call when a node leaves its scene or ends: redirects a link to this node, also in the kept
     /// value, to its replacement, null for none, and notifies observers.
     void relink(const INode& from, INode* to);
+    /// Call when the nodes that the input links and connects to gain or lose a reader.
+    void tiesChanged() const noexcept;
     /// Call when a node ends alone: clear a link to it without notifications.
     void dropLink() noexcept;
     void dropStashedLink() noexcept;
@@ -370,6 +372,7 @@ private:
     void dropSource() noexcept;
     void relinkStash(const INode& from, INode* to);
     void linkTo(INode* node);
+    void leadsChanged() noexcept;
     void linkStash();
     void dropStash() noexcept;
     void replaceStash(Value value);

@@ -183,6 +183,7 @@ bool InputListChange::putIn(Scene& scene) {
         m_parent->putMember(&input(), std::min(m_index, m_parent->inputCount()));
     else
         insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
+    m_owner->leadsChanged();
     input().entered(m_owner.get(), m_parent.get());
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
@@ -198,6 +199,7 @@ bool InputListChange::takeOut(Scene& scene) {
         m_parent->takeMember(&input());
     else
         removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
+    m_owner->leadsChanged();
     // Takes over the reference of the list.
     const auto leaving = RefersTo<Input>::adopt(&input());
     leaving->showOwnValues();

@@ -69,6 +69,7 @@ void Input::adoptMember(Input* member) {
     }
     std::ignore = held.detach();
     dropHash();
+    leadsChanged();
 }
 
 IInput* Input::addMember(Input* member) {
@@ -211,11 +212,13 @@ void Input::moveMember(u64 from, u64 to) {
         number(std::min(from, to), std::max(from, to) + 1);
     }
     dropHash();
+    leadsChanged();
     changed(Value());
 }
 
 void Input::putMember(Input* member, u64 index) {
     dropHash();
+    leadsChanged();
     ds::Vector<IInput*>& list = extras().members;
     if (!isArray()) return insertIntoList(list, index, member);
     list.insert(index, member);
@@ -224,6 +227,7 @@ void Input::putMember(Input* member, u64 index) {
 
 void Input::takeMember(Input* member) {
     dropHash();
+    leadsChanged();
     ds::Vector<IInput*>& list = m_extras->members;
     if (!isArray()) return removeFromList(list, indexInList<IInput>(list, member));
     const u64 index = member->elementIndex();

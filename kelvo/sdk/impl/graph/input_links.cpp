@@ -108,11 +108,23 @@ bool Input::disconnect() {
     return true;
 }
 
+// The node leads elsewhere from now on.
+void Input::leadsChanged() noexcept {
+    if (m_node) m_node->leadsChanged();
+}
+
+void Input::tiesChanged() const noexcept {
+    if (!m_extras) return;
+    if (INode* linked = linkedNode(*this)) implOf(linked)->readersChanged();
+    if (INode* read = sourceNode(*this)) implOf(read)->readersChanged();
+}
+
 // Keeps both ends right and tells nobody. Does not fail when it ends a connection.
 void Input::setSource(Output* output, u64 rank) {
     if (sourceOutput() == output) return;
     InputExtras& own = extras();
     if (output) output->makeRoom();
+    leadsChanged();
     if (own.source) own.source->removeTarget(own.sourceSlot);
     own.source = output;
     if (output) own.sourceSlot = output->addTarget(this, rank);
@@ -130,14 +142,16 @@ void Input::endSource(Output& output, bool isRecorded) {
     EditStep step(isRecorded ? recorder(output.node()) : nullptr);
     step.prepare<SourceChange>(*this, output, output.targetCount() - 1);
     expectNews(m_node, static_cast<const IInput*>(this));
-    output.takeLastTarget();
+    static_cast<void>(output.takeLastTarget());
     m_extras->source = nullptr;
+    leadsChanged();
     step.commit();
     if (m_node) m_node->onInputConnected(this, &output, nullptr);
 }
 
 void Input::dropSource() noexcept {
     m_extras->source = nullptr;
+    leadsChanged();
     if (m_node) m_node->setDirty(true);
 }
 
@@ -155,8 +169,13 @@ void Input::linkStash() {
 void Input::linkTo(INode* node) {
     if (!node && !m_extras) return;
     Link& link = extras().link;
-    if (link.table) link.table->remove(link);
+    leadsChanged();
+    if (link.table) {
+        linkEnds(m_node, link.target);
+        link.table->remove(link);
+    }
     if (!node) return;
+    implOf(node)->readersChanged();
     Scene* scene = homeOf(*node);
     link.input = this;
     (scene ? scene->links() : LinkTable::ofFreeNodes()).add(link, node);
@@ -194,6 +213,7 @@ void Input::relinkStash(const INode& from, INode* to) {
 
 void Input::dropLink() noexcept {
     Link& link = m_extras->link;
+    implOf(link.target)->readersChanged();
     link.table->remove(link);
     forgetLink();
     if (m_node) m_node->setDirty(true);
@@ -206,6 +226,7 @@ void Input::dropStashedLink() noexcept {
 }
 
 void Input::forgetLink() noexcept {
+    leadsChanged();
     m_value = Value(static_cast<INode*>(nullptr));
 }
 

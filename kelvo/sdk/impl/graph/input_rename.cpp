@@ -108,6 +108,7 @@ void Input::exchangeName(InputNaming& other) {
     std::swap(m_name, other.name);
     m_nameHash = m_name.foldedHash();
     joinNames(list, place);
+    leadsChanged();
     if (m_parent) m_parent->dropHash();
     if (other.layout && m_node->layout() == other.layout.get())
         m_node->setLayout(other.otherLayout.get());

@@ -4,6 +4,7 @@
 #include "kelvo/base/math.h"
 #include "kelvo/base/string_vector.h"
 #include "kelvo/base/vector.h"
+#include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 #include "kelvo/sdk/interfaces/i_layout.h"
 #include "kelvo/sdk/interfaces/i_node.h"
@@ -29,6 +30,7 @@ using interfaces::NodeObserver;
 class Input;
 class LibInfo;
 class Output;
+class Scene;
 
 /// The one implementation of a node. The contract of its operations stands in `INode`; here stand
 /// the laws of the rooms, each room being one source file and one test.
@@ -43,6 +45,7 @@ class Output;
 ///     Hierarchy             node_hierarchy.cpp   children, parenting
 ///     Node paths            node_routes.cpp      chains of nodes to others
 ///     State                 node_state.cpp       dirty flag, dependencies, hash
+///     Compact graph         node_rows.cpp        what walks know of the node, dropped by changes
 ///     Observers             node_observers.cpp   the list
 ///     Notifications         node_notify.cpp      who is told, in which order
 ///     Library               node_library.cpp     definition bound, callbacks called
@@ -111,7 +114,10 @@ public:
     /// For the scene alone: it keeps names unique and tells observers.
     void setName(String name);
     /// For the scene alone: null when it lets the node go.
-    void setScene(IScene* scene) noexcept { m_scene = scene; }
+    void setScene(IScene* scene) noexcept {
+        if (scene != m_scene) m_knownRows = 0;
+        m_scene = scene;
+    }
     void setHasLeft(bool hasLeft) noexcept { m_hasLeft = hasLeft; }
 
     // ---- Attribute creation ----------------------------------------------------------------
@@ -221,6 +227,29 @@ public:
     [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
     NodeIterator* dependencies(bool downstream, bool flag) const override;
 
+    // ---- Compact graph ---------------------------------------------------------------------
+    // A change of where walks lead from a node drops its rows in the graph of its scene.
+
+    /// Returns its number in the scene that it is in, or was in last.
+    [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
+    /// Returns the scene that it stands in; null while it comes in, and once it left.
+    [[nodiscard]] const Scene* sceneAround() const noexcept;
+    /// For the scene alone: nothing is known of it under that number.
+    void setNumber(NodeNumber number) noexcept {
+        m_number = number;
+        m_knownRows = 0;
+    }
+    /// For walks alone, under the lock of the graph: a row was filled in.
+    void noteRow(CompactGraph::Kind kind) const noexcept { m_knownRows |= bitOf(kind); }
+    /// Its inputs lead elsewhere.
+    void leadsChanged() noexcept {
+        dropRows(bitOf(CompactGraph::Kind::Dependencies) | bitOf(CompactGraph::Kind::Children));
+    }
+    /// Who links here or reads its outputs changed.
+    void readersChanged() noexcept { dropRows(bitOf(CompactGraph::Kind::Readers)); }
+    /// All that leads here and away from here changed, as when the node comes or goes.
+    void surroundingsChanged() noexcept;
+
     // ---- Observers -------------------------------------------------------------------------
     // A list of borrowed pointers in order of subscription, touched only under the lock.
 
@@ -314,6 +343,14 @@ private:
     [[nodiscard]] bool isReferredTo() const noexcept;
     void endReferences() noexcept;
     void dropReferences() noexcept;
+    static constexpr u8 bitOf(CompactGraph::Kind kind) noexcept {
+        return static_cast<u8>(1u << static_cast<u8>(kind));
+    }
+    void dropRows(int rows) noexcept {
+        if ((m_knownRows & rows) != 0) dropKnownRows(rows);
+    }
+    void dropKnownRows(int rows) noexcept;
+
     IInput* addInput(Input* input);
     IOutput* addOutput(Output* output);
     [[nodiscard]] IInput* reusableInput(const String& name, AttrType type, AttrType elementType,
@@ -340,6 +377,8 @@ private:
     void tellScene(const Attribute* attribute, const Tell& tell);
 
     std::atomic<i32> m_refCount = 0;
+    // In what would be padding, as are the others below: the places of all others stand.
+    NodeNumber m_number = noNumber;
     ds::Vector<NodeObserver*> m_observers;
     mutable std::recursive_mutex m_observerMutex;
     IScene* m_scene = nullptr;
@@ -352,11 +391,12 @@ private:
     bool m_destroying = false;
     mutable bool m_serializing = false;
     bool m_modifying = false;
-    // These two are in what would be padding: the places of all others stand.
     bool m_hasLeft = false;
     // Whether the list of observers has any; may be read without the lock, which takes longer than
     // the rest of a change that nobody hears of.
     std::atomic<bool> m_isObserved = false;
+    // A bit for each kind of row that the graph of the scene knows of this node.
+    mutable u8 m_knownRows = 0;
     ds::Vector<IInput*> m_inputs;
     ds::Vector<IOutput*> m_outputs;
     ds::HashMap<String, String> m_labels;

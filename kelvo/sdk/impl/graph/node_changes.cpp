@@ -86,6 +86,7 @@ void OutputListChange::swap(Scene& scene) {
     }
     keepComments([&] { takeComments(scene.comments()); });
     removeFromList(m_node->m_outputs, indexInList<IOutput>(m_node->m_outputs, m_output.get()));
+    m_node->readersChanged();
     // Takes over the reference of the list.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
@@ -148,7 +149,8 @@ void NodeChange::swap(Scene& scene) {
     if (m_isPassedOver) return;
     if (m_isIn) {
         takeFreeName(scene);
-        scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index);
+        m_node->setNumber(
+            scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index));
         scene.comments().putBack(std::move(m_comments));
         scene.enter(*m_node);
         return;

@@ -140,6 +140,7 @@ IInput* Node::addInput(Input* input) {
         step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
         expectNews(this, static_cast<const IInput*>(input));
         appendToList(m_inputs, input);
+        leadsChanged();
         std::ignore = created.detach();
         step.commit();
         markDirty();

@@ -5,16 +5,17 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_iterator.h"
-#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
-#include "kelvo/sdk/impl/index/node_marks.h"
 #include "kelvo/sdk/node.h"
 
 #include "kelvo/base/log.h"
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 #include <unordered_set>
 #include <vector>
 
@@ -37,9 +38,10 @@ namespace {
 // limit one walk finds all, so that the mark is set at once, and cycles end.
 class ChildWalk {
 public:
-    ChildWalk(i64 maxDepth, ds::Vector<INode*>& out) : m_maxDepth(maxDepth), m_out(out) {
+    ChildWalk(const Node* start, i64 maxDepth, ds::Vector<INode*>& out)
+        : m_maxDepth(maxDepth), m_out(out), m_reader(start), m_marks(m_reader) {
         for (const INode* node : out)
-            m_marks.add(node, kNever);
+            m_marks.add(m_reader.spotOf(*implOf(node)), kNotWalked);
     }
 
     void walk(const Input& list, i64 depth) {
@@ -49,43 +51,66 @@ public:
     }
 
 private:
+    // A list of children: what is left of it stands at the end of `m_next`, in reverse, while it is
+    // the last.
     struct Level {
-        const Input* list;
-        u64 index;
+        u64 first;
         i64 depth;
-        INode* owner;
+        std::optional<Spot> owner;
     };
 
     static constexpr i64 kNever = std::numeric_limits<i64>::max();
-    static constexpr i64 kWhole = std::numeric_limits<i64>::min();
+
+    // Marks, which hold depths below that of the start.
+    static constexpr i32 kNotWalked = std::numeric_limits<i32>::max();
+    static constexpr i32 kWhole = std::numeric_limits<i32>::min();
 
     void walkFrom(const Input& list, i64 depth) {
-        enter(&list, depth, nullptr);
+        m_top = depth;
+        if (m_maxDepth >= 0 && depth > m_maxDepth) return;
+        m_levels.push_back({0, depth, std::nullopt});
+        for (u64 i = list.members().size(); i-- > 0;)
+            if (const INode* node = linkedNode(*implOf(list.members()[i])))
+                m_next.push_back(m_reader.spotOf(*implOf(node)));
         while (!m_levels.empty()) {
-            Level& level = m_levels.back();
-            const ds::Vector<IInput*>& elements = level.list->members();
-            if (level.index >= elements.size())
+            const Level& level = m_levels.back();
+            if (m_next.size() == level.first) {
                 leave();
-            else if (INode* node = linkedNode(*implOf(elements[level.index++])))
-                meet(*implOf(node), level.depth);
+                continue;
+            }
+            const Spot child = m_next.back();
+            m_next.pop_back();
+            meet(child, level.depth);
         }
     }
 
-    void enter(const Input* list, i64 depth, INode* owner) {
-        if (m_maxDepth < 0 || depth <= m_maxDepth) m_levels.push_back({list, 0, depth, owner});
+    void meet(Spot child, i64 parentDepth) {
+        const auto [mark, isNew] = m_marks.add(child, kNotWalked);
+        if (isNew) m_out.push_back(&m_reader.nodeAt(child));
+        const i64 depth = parentDepth == kNever ? kNever : parentDepth + 1;
+        if (mark != kNotWalked && mark <= below(depth)) return;
+        if (m_maxDepth < 0) mark = kWhole;
+        const LeadRow* row = m_reader.row(LeadKind::Children, child);
+        if (row ? row->size() == 0 : isWithoutList(child)) return;
+        if (m_maxDepth >= 0 && depth > m_maxDepth) return;
+        m_levels.push_back({m_next.size(), depth, child});
+        m_reader.forEachLead(child, LeadKind::Children,
+                             [this](Spot next, bool) { m_next.push_back(next); });
+        std::reverse(m_next.begin() + static_cast<std::ptrdiff_t>(m_levels.back().first),
+                     m_next.end());
     }
 
-    void meet(Node& child, i64 parentDepth) {
-        auto [mark, isNew] = m_marks.add(&child, kNever);
-        if (isNew) m_out.push_back(&child);
-        if (!child.hasType(m_known.xform)) return;
-        const i64 depth = parentDepth == kNever ? kNever : parentDepth + 1;
-        if (mark != kNever && mark <= depth) return;
-        if (m_maxDepth < 0) mark = kWhole;
-        if (const IInput* list = child.lookUpInput(m_known.children))
-            enter(implOf(list), depth, &child);
-        else
-            m_without.emplace_back(&child);
+    [[nodiscard]] i32 below(i64 depth) const noexcept {
+        return static_cast<i32>(std::min<i64>(depth - m_top, kNotWalked - 1));
+    }
+
+    // A node that is no transform has no children.
+    bool isWithoutList(Spot child) {
+        Node& node = m_reader.nodeAt(child);
+        if (!node.hasType(m_known.xform)) return true;
+        if (childList(node)) return false;
+        m_without.emplace_back(&node);
+        return true;
     }
 
     // An "xform" without the input gets it, as from any look-up through the interface, when the
@@ -109,22 +134,25 @@ private:
         const Level left = m_levels.back();
         m_levels.pop_back();
         if (!left.owner || m_maxDepth < 0) return;
-        i64& mark = m_marks.add(left.owner, kNever).value;
-        if (left.depth < mark) mark = left.depth;
+        i32& mark = m_marks.add(*left.owner, kNotWalked).value;
+        mark = std::min(mark, below(left.depth));
     }
 
     const KnownNames& m_known = knownNames();
     i64 m_maxDepth;
     ds::Vector<INode*>& m_out;
-    NodeMarks m_marks;
+    GraphReader m_reader;
+    WalkMarks m_marks;
+    i64 m_top = 0;
     std::vector<Level> m_levels;
+    std::vector<Spot> m_next;
     std::vector<RefersTo<Node>> m_without;
 };
 
 } // namespace
 
 void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out) {
-    if (input) ChildWalk(maxDepth, out).walk(*implOf(input), depth);
+    if (input) ChildWalk(implOf(input->node()), maxDepth, out).walk(*implOf(input), depth);
 }
 
 NodeIterator* Node::children(i64 depth) const {
@@ -134,6 +162,30 @@ NodeIterator* Node::children(i64 depth) const {
     return new NodeIterator(std::move(found), false, false);
 }
 
+namespace {
+
+// Returns the place of the first element that links to a node, -1 for none. The elements are looked
+// through, and beside them the links to the node, until one of the two comes to its end: few nodes
+// are in many lists, and few lists are long.
+i64 firstElementTo(const Node& node, const Input& list) {
+    const ds::Vector<IInput*>& elements = list.members();
+    u64 next = 0;
+    const auto isNextFound = [&] { return linkedNode(*implOf(elements[next])) == &node; };
+    if (const Scene* scene = node.sceneAround()) {
+        u64 first = noIndex;
+        const bool areElementsKnown = scene->links().findAny(&node, [&](const Input& link) {
+            if (link.parent() == &list) first = std::min(first, link.placeInList());
+            return next == elements.size() || isNextFound() || ++next == elements.size();
+        });
+        if (!areElementsKnown) return static_cast<i64>(first);
+    }
+    while (next < elements.size() && !isNextFound())
+        ++next;
+    return next < elements.size() ? static_cast<i64>(next) : -1;
+}
+
+} // namespace
+
 i64 Node::indexIn(INode* parent) const {
     const String& children = knownNames().children;
     if (!parent) return -5;
@@ -141,13 +193,7 @@ i64 Node::indexIn(INode* parent) const {
     const IInput* list = parent->input(children);
     if (!list->hasElementType(AttrType::Null)) return -3;
     if (list->elementType() != AttrType::Node) return -2;
-    for (u64 i = 0; i < list->inputCount(); ++i) {
-        INode* child = nullptr;
-        const IInput* element = list->input(i);
-        if (element && element->readNode(child, false, nullptr) && child == this)
-            return static_cast<i64>(i);
-    }
-    return -1;
+    return firstElementTo(*this, *implOf(list));
 }
 
 bool Node::parentTo(INode* parent) {

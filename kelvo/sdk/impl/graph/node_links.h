@@ -7,8 +7,6 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
-#include <vector>
-
 namespace qv::kelvo_sdk::impl {
 
 /// Returns the node that the input itself links to, or null.
@@ -20,6 +18,12 @@ namespace qv::kelvo_sdk::impl {
 [[nodiscard]] inline INode* sourceNode(const Input& input) noexcept {
     const Output* source = input.sourceOutput();
     return source ? source->node() : nullptr;
+}
+
+/// Call before an input of `reader`, which may be null, stops linking to `target`. If the reader is
+/// outside of the scene, the target may no longer exist and has no record of that reader.
+inline void linkEnds(const Node* reader, INode* target) noexcept {
+    if (reader && reader->sceneAround()) implOf(target)->readersChanged();
 }
 
 /// Returns the reason why an input of one node may not refer to another node; null when it may, or
@@ -76,31 +80,25 @@ void visitInputsInPlace(const Node& node, const Visit& visit) {
     visitInPlace(node.inputs(), nullptr, visit);
 }
 
+/// Calls `visit(Node&, bool isConnection)` for the node of each input that links to `node`, then of
+/// each that is connected to it. May visit a node repeatedly.
+template<typename Visit>
+void visitReadersByKind(const Node& node, const Visit& visit) {
+    const auto visitOwner = [&](const Input& input, bool isConnection) {
+        if (INode* owner = input.node()) visit(*implOf(owner), isConnection);
+    };
+    if (IScene* scene = node.scene())
+        implOf(scene)->links().forEach(&node,
+                                       [&](const Input& input) { visitOwner(input, false); });
+    for (const IOutput* output : node.outputs())
+        implOf(output)->forEachTarget([&](const Input& input) { visitOwner(input, true); });
+}
+
 /// Calls `visit(Node&)` for the node of each input that links or is connected to `node`. May visit
 /// a node repeatedly.
 template<typename Visit>
 void visitReaders(const Node& node, const Visit& visit) {
-    const auto visitOwner = [&](const Input& input) {
-        if (INode* owner = input.node()) visit(*implOf(owner));
-    };
-    if (IScene* scene = node.scene()) implOf(scene)->links().forEach(&node, visitOwner);
-    for (const IOutput* output : node.outputs())
-        implOf(output)->forEachTarget(visitOwner);
-}
-
-/// Calls `enter(Node&)` for the readers of a node and, where `enter` returns true, for their
-/// readers in turn, at any distance. Works without recursion: chains may be longer than the stack
-/// allows. May visit a node repeatedly. `pending` is working memory.
-template<typename Enter>
-void visitDownstream(const Node& from, std::vector<const Node*>& pending, const Enter& enter) {
-    pending.assign(1, &from);
-    while (!pending.empty()) {
-        const Node& node = *pending.back();
-        pending.pop_back();
-        visitReaders(node, [&](Node& reader) {
-            if (enter(reader)) pending.push_back(&reader);
-        });
-    }
+    visitReadersByKind(node, [&](Node& reader, bool) { visit(reader); });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -78,6 +78,7 @@ bool Node::removeFoundInput(IInput* input) {
     departing.dropComments();
     markDirty();
     removeFromList(m_inputs, index);
+    leadsChanged();
     step.commit();
     departing.offList();
     removed->recordTies();
@@ -124,6 +125,7 @@ bool Node::removeFoundOutput(IOutput* output) {
     departing.dropComments();
     markDirty();
     removeFromList(m_outputs, index);
+    readersChanged();
     step.commit();
     departing.offList();
     removed->leaveList();

@@ -5,13 +5,13 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_iterator.h"
-#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/index/node_marks.h"
 #include "kelvo/sdk/node.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 #include <vector>
@@ -32,84 +32,89 @@ namespace {
 // left to visit stands in reverse, so that the next comes off the end.
 class DependencyWalk {
 public:
-    DependencyWalk(ds::Vector<INode*>& out, bool downstream)
-        : m_out(out), m_downstream(downstream) {
-        for (const INode* node : out)
-            m_seen.add(node, 0);
-    }
+    explicit DependencyWalk(const Node& start) : m_reader(&start), m_seen(m_reader) {}
 
-    void walk(INode* node) {
-        leaveFor(node);
-        visitAll();
+    void leaveFor(const Node& node) { m_pending.push_back(m_reader.spotOf(node)); }
+    // The nodes added first are to be visited first.
+    void reverseFrom(u64 first) {
+        std::reverse(m_pending.begin() + static_cast<std::ptrdiff_t>(first), m_pending.end());
     }
-    void walk(IInput* input) {
-        if (input) leaveFor(*implOf(input));
-        visitAll();
+    void passOver(const Node& node) { m_seen.add(m_reader.spotOf(node), 0); }
+
+    // Calls `visit(Node&)` for each node that was not met before, and goes on from it for as long
+    // as that answers true.
+    template<typename Visit>
+    void run(bool downstream, const Visit& visit) {
+        while (!m_pending.empty()) {
+            const Spot spot = m_pending.back();
+            m_pending.pop_back();
+            if (!m_seen.add(spot, 0).isNew) continue;
+            if (!visit(m_reader.nodeAt(spot))) return;
+            if (downstream) leaveForLeads(spot, LeadKind::Readers);
+            leaveForLeads(spot, LeadKind::Dependencies);
+        }
     }
 
 private:
-    // A node, or the inputs that an array or object holds.
-    struct Step {
-        INode* node;
-        const ds::Vector<IInput*>* inputs;
-    };
-
-    void visitAll() {
-        while (!m_pending.empty()) {
-            const Step step = m_pending.back();
-            m_pending.pop_back();
-            if (step.node)
-                visit(*step.node);
-            else
-                leaveFor(*step.inputs);
-        }
+    // Links from elsewhere make no node depend on this one's readers.
+    void leaveForLeads(Spot from, LeadKind kind) {
+        const u64 first = m_pending.size();
+        m_reader.forEachLead(from, kind, [&](Spot next, bool isConnection) {
+            if (isConnection || kind == LeadKind::Dependencies) m_pending.push_back(next);
+        });
+        reverseFrom(first);
     }
 
-    void visit(INode& node) {
-        if (!m_seen.add(&node, 0).isNew) return;
-        m_out.push_back(&node);
-        if (m_downstream) leaveReadersFor(node);
-        leaveFor(implOf(node).inputs());
-    }
-
-    void leaveReadersFor(const INode& node) {
-        for (u64 i = node.outputCount(); i-- > 0;) {
-            const IOutput* output = node.output(i);
-            for (u64 k = output->targetCount(); k-- > 0;)
-                leaveFor(output->target(k)->node());
-        }
-    }
-
-    void leaveFor(const ds::Vector<IInput*>& inputs) {
-        for (u64 i = inputs.size(); i-- > 0;)
-            leaveFor(*implOf(inputs[i]));
-    }
-
-    // Most inputs lead nowhere.
-    void leaveFor(const Input& input) {
-        leaveFor(sourceNode(input));
-        leaveFor(linkedNode(input));
-        if (!input.members().empty()) m_pending.push_back({nullptr, &input.members()});
-    }
-
-    void leaveFor(INode* node) {
-        if (node) m_pending.push_back({node, nullptr});
-    }
-
-    ds::Vector<INode*>& m_out;
-    bool m_downstream;
-    NodeMarks m_seen;
-    std::vector<Step> m_pending;
+    GraphReader m_reader;
+    WalkMarks m_seen;
+    std::vector<Spot> m_pending;
 };
+
+// Tells whether a node, or one that it depends on, is one that `isWanted(const Node&)`.
+template<typename Wanted>
+bool finds(const Node& start, const Wanted& isWanted) {
+    DependencyWalk walk(start);
+    walk.leaveFor(start);
+    bool found = false;
+    walk.run(false, [&](const Node& node) { return !(found = isWanted(node)); });
+    return found;
+}
+
+void collect(DependencyWalk& walk, ds::Vector<INode*>& out, bool downstream) {
+    for (const INode* node : out)
+        walk.passOver(implOf(*node));
+    walk.run(downstream, [&out](Node& node) {
+        out.push_back(&node);
+        return true;
+    });
+}
 
 } // namespace
 
 void findDeps(INode* node, ds::Vector<INode*>& out, bool downstream) {
-    DependencyWalk(out, downstream).walk(node);
+    if (!node) return;
+    DependencyWalk walk(*implOf(node));
+    walk.leaveFor(*implOf(node));
+    collect(walk, out, downstream);
 }
 
 void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
-    DependencyWalk(out, downstream).walk(input);
+    std::vector<Node*> found;
+    const auto add = [&found](const Input& from) {
+        for (INode* node : {linkedNode(from), sourceNode(from)})
+            if (node) found.push_back(implOf(node));
+    };
+    if (!input) return;
+    InputWalk inside(implOf(input)->members());
+    while (const Input* member = inside.next())
+        add(*member);
+    add(*implOf(input));
+    if (found.empty()) return;
+    DependencyWalk walk(*found.front());
+    for (const Node* node : found)
+        walk.leaveFor(*node);
+    walk.reverseFrom(0);
+    collect(walk, out, downstream);
 }
 
 // Several threads may ask at once; each keeps what it found out.
@@ -124,7 +129,10 @@ bool Node::dirty(bool deep) const {
     return isDirty;
 }
 
+// Of a node that is in no scene, any class that was derived may have a say.
 bool Node::dependsOnDirty() const {
+    if (sceneAround())
+        return finds(*this, [this](const Node& node) { return &node != this && node.isDirty(); });
     const auto nodes = RefersTo<NodeIterator>::adopt(dependencies(false, false));
     for (const INode* node = nodes->first(); node; node = nodes->next())
         if (node->dirty(false)) return true;
@@ -152,8 +160,9 @@ NodeIterator* Node::dependencies(bool downstream, bool flag) const {
     auto* self = const_cast<Node*>(this);
     ds::Vector<INode*> found;
     findDeps(self, found, downstream);
-    found.removeAll(self);
-    return new NodeIterator(std::move(found), flag, true);
+    found.remove(0);
+    // Each is there once already.
+    return new NodeIterator(std::move(found), flag, false);
 }
 
 u64 Node::hash(StringVector skip) const {

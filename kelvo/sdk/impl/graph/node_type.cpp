@@ -114,6 +114,7 @@ void Node::setBases(StringVector bases, bool isAbstract, bool isInternal) {
     m_bases = std::move(bases);
     m_isAbstract = isAbstract;
     m_isInternal = isInternal;
+    leadsChanged();
     evaluationChanged();
 }
 

@@ -83,15 +83,34 @@ IInput* Output::target(u64 index) const {
     return m_targets.at(index);
 }
 
+// All readers of the output read the new node from now on.
+void Output::setNode(INode* node) noexcept {
+    readersChanged();
+    m_node = node;
+    readersChanged();
+    m_targets.forEach([](Input* target) { target->leadsChanged(); });
+}
+
+void Output::readersChanged() const noexcept {
+    if (m_node) implOf(m_node)->readersChanged();
+}
+
 // `noIndex` means the end.
 u64 Output::addTarget(Input* input, u64 rank) {
+    readersChanged();
     if (rank >= m_targets.size()) return m_targets.add(input);
     return m_targets.insert(rank, input,
                             [](Input& moved, u64 to) { moved.m_extras->sourceSlot = to; });
 }
 
 void Output::removeTarget(u64 slot) noexcept {
+    readersChanged();
     m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
+}
+
+Input* Output::takeLastTarget() noexcept {
+    readersChanged();
+    return m_targets.takeLast();
 }
 
 // Observers may connect inputs again while they are notified.
@@ -104,7 +123,7 @@ void Output::disconnectTargets(bool isRecorded) {
 }
 
 void Output::dropTargets() noexcept {
-    while (Input* input = m_targets.takeLast())
+    while (Input* input = takeLastTarget())
         input->dropSource();
 }
 

@@ -43,7 +43,7 @@ public:
     QV_EXPORT IOutput* clone(INode* node) const;
     /// For the owning node only, when that is destroyed.
     void clearNode() noexcept {
-        m_node = nullptr;
+        setNode(nullptr);
         m_hasLeft = true;
     }
     /// For the owning node only, after it removed the output: records connections that end, for
@@ -53,7 +53,7 @@ public:
     [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
     /// For recorded changes only: returns the output to its node; swaps its value with another.
     void entered(INode* node) noexcept {
-        m_node = node;
+        setNode(node);
         m_hasLeft = false;
     }
     void exchangeValue(Value& other);
@@ -120,7 +120,9 @@ private:
 
     u64 addTarget(Input* input, u64 rank);
     void removeTarget(u64 slot) noexcept;
-    void takeLastTarget() noexcept { static_cast<void>(m_targets.takeLast()); }
+    Input* takeLastTarget() noexcept;
+    void setNode(INode* node) noexcept;
+    void readersChanged() const noexcept;
     // Reserves memory, so that the next `addTarget` does not fail.
     void makeRoom() { m_targets.reserve(); }
     bool storeValue(Value value);

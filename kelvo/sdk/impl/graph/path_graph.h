@@ -1,15 +1,14 @@
 #pragma once
 
 #include "kelvo/base/string_vector.h"
-#include "kelvo/sdk/impl/index/node_marks.h"
-#include "kelvo/sdk/interfaces/forward.h"
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 
+#include <array>
+#include <memory>
+#include <unordered_map>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
-
-class Input;
-class Node;
 
 /// The goal of a search for paths: one node, or nodes of any of some types (none: every node).
 struct PathGoal {
@@ -26,27 +25,36 @@ public:
     using Number = u32;
 
     /// `allLinks` false: along "children" only. Nothing leads on from `target`, which may be null.
-    PathGraph(const interfaces::INode* target, bool allLinks)
-        : m_target(target), m_allLinks(allLinks) {}
+    PathGraph(const INode* target, bool allLinks)
+        : m_target(target), m_kind(allLinks ? LeadKind::Dependencies : LeadKind::Children) {}
 
-    [[nodiscard]] Number numberOf(interfaces::INode* node);
-    [[nodiscard]] Node& node(Number number) const noexcept { return *m_nodes[number]; }
+    /// The first that is asked for is the start.
+    [[nodiscard]] Number numberOf(INode* node);
+    [[nodiscard]] Node& node(Number number) const noexcept {
+        return m_reader.nodeAt(m_spots[number]);
+    }
     /// Returns how many nodes have a number.
-    [[nodiscard]] u64 size() const noexcept { return m_nodes.size(); }
+    [[nodiscard]] u64 size() const noexcept { return m_spots.size(); }
     /// Appends the nodes that a node leads to, in input order, each once.
     void listFollowers(Number number, std::vector<Number>& out);
 
 private:
-    void addFollower(interfaces::INode* node, std::vector<Number>& out);
-    void addLinked(const Input& input, std::vector<Number>& out);
+    [[nodiscard]] Number numberOf(Spot spot);
+    [[nodiscard]] Number& placeOf(Spot spot);
 
-    const interfaces::INode* m_target;
-    bool m_allLinks;
+    static constexpr u64 pageSize = 1024;
+    using Page = std::array<Number, pageSize>;
+
+    GraphReader m_reader{nullptr};
+    const INode* m_target;
+    LeadKind m_kind;
     u64 m_listings = 0;
-    NodeMarks m_numbers;
-    std::vector<Node*> m_nodes;
+    // By number in the scene, one more than the number here; pages without nodes that were met are
+    // null.
+    std::vector<std::unique_ptr<Page>> m_pages;
+    std::unordered_map<const Node*, Number> m_others;
+    std::vector<Spot> m_spots;
     std::vector<u64> m_listedBy;
-    std::vector<const Input*> m_inputsLeft;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -65,12 +65,13 @@ void PathSearch::leave() {
 void PathSearch::waitForFollowers(Number node, u64 first) {
     if (std::exchange(m_states[node].isWaiting, true)) return;
     for (u64 i = first; i < m_followers.size(); ++i)
-        m_states[m_followers[i]].waiting.push_back(node);
+        m_waiting[m_followers[i]].push_back(node);
 }
 
 // Makes up for the barring of nodes before the first path.
 void PathSearch::rememberWaiting() {
     m_remembersWaiting = true;
+    m_waiting.resize(m_graph.size());
     const u64 end = m_followers.size();
     for (Number node = 0; node < m_states.size(); ++node) {
         if (!m_states[node].isBarred) continue;
@@ -85,10 +86,11 @@ void PathSearch::rememberWaiting() {
 void PathSearch::free(Number node) {
     std::vector<Number> left{node};
     while (!left.empty()) {
-        State& state = m_states[left.back()];
+        const Number next = left.back();
         left.pop_back();
-        state.isBarred = false;
-        for (const Number waiting : state.waiting) {
+        m_states[next].isBarred = false;
+        if (!m_remembersWaiting) continue;
+        for (const Number waiting : m_waiting[next]) {
             if (m_states[waiting].isBarred) left.push_back(waiting);
         }
     }
@@ -98,6 +100,7 @@ void PathSearch::free(Number node) {
 void PathSearch::listFollowers(Number node) {
     m_graph.listFollowers(node, m_followers);
     m_states.resize(m_graph.size());
+    if (m_remembersWaiting) m_waiting.resize(m_graph.size());
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -37,8 +37,6 @@ private:
         bool isOnPath = false;
         bool isBarred = false;
         bool isWaiting = false;
-        // Nodes that were barred at some time and lead here.
-        std::vector<Number> waiting = {};
     };
 
     void enter(Number node);
@@ -54,6 +52,8 @@ private:
     bool m_remembersWaiting = false;
     PathGraph m_graph;
     std::vector<State> m_states;
+    // Of each node, once that is remembered: those that were barred at some time and lead here.
+    std::vector<std::vector<Number>> m_waiting;
     std::vector<Step> m_steps;
     std::vector<Number> m_followers;
 };

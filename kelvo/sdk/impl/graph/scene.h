@@ -95,8 +95,12 @@ public:
     [[nodiscard]] String freeName(const String& name) const;
     /// A description of an input names a node from now on.
     void noteDescribedNode() noexcept { m_describesNodes = true; }
+    /// Where walks lead from each node; of a node that is in no scene nothing is known.
+    [[nodiscard]] CompactGraph& graph() noexcept { return m_nodes.graph(); }
+    [[nodiscard]] const CompactGraph& graph() const noexcept { return m_nodes.graph(); }
     /// The links to each node, kept by the inputs.
     [[nodiscard]] LinkTable& links() noexcept { return m_links; }
+    [[nodiscard]] const LinkTable& links() const noexcept { return m_links; }
     /// The same, of values that inputs keep aside.
     [[nodiscard]] LinkTable& stashLinks() noexcept { return m_stashLinks; }
     /// Comments and unread parts that the reader kept for the writer.

@@ -233,7 +233,8 @@ void Scene::tellConverted(Node& node, Node& replacement) {
 
 // Puts the replacement, which has the same name, in the place of a node of the scene.
 void Scene::exchange(Node& node, Node& replacement) {
-    m_nodes.replace(node.name(), &replacement);
+    node.surroundingsChanged();
+    replacement.setNumber(m_nodes.replace(node.name(), &replacement));
     replacement.incRef();
     node.decRef();
     node.setHasLeft(true);

@@ -83,7 +83,7 @@ bool Scene::addNode(Node* node) {
     EditStep step(*this);
     step.prepare<NodeChange>(*node, m_nodes.size(), true);
     expect(static_cast<const INode*>(node));
-    m_nodes.add(free, node);
+    node->setNumber(m_nodes.add(free, node));
     node->setName(std::move(free));
     step.commit();
     enter(*node);
@@ -150,6 +150,7 @@ bool Scene::removeNode(INode* node) {
 
 // Needs a node that nothing refers to, and that is held.
 NodeTable::Place Scene::takeOut(Node& node) {
+    node.surroundingsChanged();
     NodeTable::Place place = m_nodes.take(node.name());
     node.setHasLeft(true);
     node.decRef();

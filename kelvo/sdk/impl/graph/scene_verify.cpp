@@ -75,6 +75,7 @@ IntegrityErrors SceneVerifier::verify() {
     m_nodes.forEach([this](const Node* node) { checkNode(*node); });
     checkLinkTable(m_links);
     checkLinkTable(m_keptLinks);
+    checkRows();
     return std::move(m_errors);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/interfaces/forward.h"
 #include "kelvo/sdk/interfaces/integrity_error.h"
 
@@ -25,6 +26,7 @@ struct Link;
 ///
 ///     Walk    scene_verify.cpp        nodes, the lists of their attributes, indexes by name
 ///     Bonds   scene_verify_bonds.cpp  connections, links and the tables of links
+///     Rows    scene_verify_rows.cpp   the compact graph
 ///
 /// Does not look into things that the scene does not own, except inputs that say they belong to one
 /// of the scene's outputs or to its table of links.
@@ -73,6 +75,8 @@ private:
     void checkLinkTable(const LinkTable& table);
     void checkRing(const LinkTable& table, const INode* target, const Link* first);
     void checkEntry(const LinkTable& table, const INode* target, const Link& link);
+    void checkRows();
+    void checkRow(const Node& node, CompactGraph::Kind kind);
     [[nodiscard]] bool isOfScene(const INode* node) const { return m_known.contains(node); }
 
     // Tells whether a node stands in no scene, or is being told of on its way in or out.

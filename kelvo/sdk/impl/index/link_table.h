@@ -72,13 +72,22 @@ public:
     /// Calls `visit(Input&)` for each input that links to the node; no link may change meanwhile.
     template<typename Visit>
     void forEach(const interfaces::INode* target, const Visit& visit) const {
+        findAny(target, [&visit](Input& input) {
+            visit(input);
+            return false;
+        });
+    }
+    /// Tells whether `isWanted(Input&)` answers true for one of these, and asks no further ones.
+    template<typename Wanted>
+    bool findAny(const interfaces::INode* target, const Wanted& isWanted) const {
         const Link* first = m_ringCount != 0 ? *placeOf(target) : nullptr;
-        if (!first) return;
+        if (!first) return false;
         const Link* link = first;
         do {
-            visit(*link->input);
+            if (isWanted(*link->input)) return true;
             link = link->next;
         } while (link != first);
+        return false;
     }
 
 private:

@@ -57,23 +57,30 @@ void NodeTable::move(const String& name, u64 to) {
     entry.slot = place(&entry, to);
 }
 
-void NodeTable::add(const String& name, Node* node, u64 index) {
-    const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node, 0});
+NodeNumber NodeTable::add(const String& name, Node* node, u64 index) {
+    const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node, 0, noNumber});
+    NodeNumber& number = entry->second.number;
     try {
+        number = m_graph.claim();
         entry->second.slot = place(&entry->second, index);
     } catch (...) {
+        if (number != noNumber) m_graph.release(number);
         m_byName.erase(entry);
         throw;
     }
+    m_graph.place(number, node);
+    return number;
 }
 
-void NodeTable::add(Place place, const String& name, Node* node, u64 index) {
+NodeNumber NodeTable::add(Place place, const String& name, Node* node, u64 index) {
     if (!place) return add(name, node, index);
     m_order.reserve();
     if (!place.m_entry.key().equals(name)) place.m_entry.key() = name;
     place.m_entry.mapped().node = node;
     Entry& entry = m_byName.insert(std::move(place.m_entry)).position->second;
     entry.slot = this->place(&entry, index);
+    m_graph.place(entry.number, node);
+    return entry.number;
 }
 
 Node* NodeTable::remove(const String& name) noexcept {
@@ -87,6 +94,8 @@ NodeTable::Place NodeTable::take(const String& name) noexcept {
     if (entry == m_byName.end()) return place;
     m_order.remove(entry->second.slot, moved);
     place.m_entry = m_byName.extract(entry);
+    place.m_graph = &m_graph;
+    m_graph.place(place.m_entry.mapped().number, nullptr);
     freeNumber(name);
     return place;
 }
@@ -110,8 +119,11 @@ void NodeTable::rename(const String& from, const String& to) {
     m_byName.insert(std::move(entry));
 }
 
-void NodeTable::replace(const String& name, Node* node) {
-    m_byName.find(name)->second.node = node;
+NodeNumber NodeTable::replace(const String& name, Node* node) noexcept {
+    Entry& entry = m_byName.find(name)->second;
+    entry.node = node;
+    m_graph.place(entry.number, node);
+    return entry.number;
 }
 
 String NodeTable::freeName(const String& name) const {

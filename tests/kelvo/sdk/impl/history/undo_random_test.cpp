@@ -8,6 +8,7 @@
 #include "kelvo/sdk/impl/standard/standard_library.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/known_rows.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/node_dump.h"
 #include "tests/support/random_edits.h"
@@ -272,6 +273,7 @@ private:
     void checkFaults() {
         for (const auto& fault : m_scene.verify())
             fail(std::string(fault.place.view()) + " " + std::string(fault.message.view()));
+        tests::fillRows(m_scene);
         if (!m_scopes.empty()) return;
         if (m_scene.undoCount() != m_at - m_first) fail("the count of steps is another");
         if (m_scene.redoCount() != m_states.size() - 1 - m_at) fail("the count to redo is another");

@@ -1,0 +1,32 @@
+// ---- Compact graph ---------------------------------------------------------------------
+// A change of where walks lead from a node drops its rows in the graph of its scene.
+
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+
+namespace qv::kelvo_sdk::impl {
+
+// Rows are known of nodes that stand in their scene alone.
+void Node::dropKnownRows(int rows) noexcept {
+    CompactGraph& graph = implOf(m_scene)->graph();
+    for (const CompactGraph::Kind kind : CompactGraph::allKinds)
+        if ((m_knownRows & rows & bitOf(kind)) != 0) graph.drop(kind, m_number);
+    m_knownRows = static_cast<u8>(m_knownRows & ~rows);
+}
+
+const Scene* Node::sceneAround() const noexcept {
+    const auto* scene = implOf(liveScene());
+    return scene && scene->graph().node(m_number) == this ? scene : nullptr;
+}
+
+void Node::surroundingsChanged() noexcept {
+    leadsChanged();
+    readersChanged();
+    visitReaders(*this, [](Node& reader) { reader.leadsChanged(); });
+    visitInputsInPlace(*this, [](Input& input) { input.tiesChanged(); });
+}
+
+} // namespace qv::kelvo_sdk::impl

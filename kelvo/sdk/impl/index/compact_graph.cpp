@@ -1,0 +1,80 @@
+#include "kelvo/sdk/impl/index/compact_graph.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_sdk::impl {
+
+CompactGraph::~CompactGraph() {
+    for (std::vector<LeadRow>& rows : m_rows)
+        for (LeadRow& row : rows)
+            freeRoom(row);
+    delete m_spareRoom.load();
+}
+
+// If memory runs out, some lists are longer than that of the nodes by one that nobody uses.
+NodeNumber CompactGraph::claim() {
+    if (!m_free.empty()) {
+        const NodeNumber number = m_free.back();
+        m_free.pop_back();
+        return number;
+    }
+    const u64 count = m_nodes.size() + 1;
+    if (m_free.capacity() < count) m_free.reserve(2 * count);
+    for (std::vector<LeadRow>& rows : m_rows)
+        if (rows.size() < count) rows.emplace_back();
+    m_nodes.push_back(nullptr);
+    return static_cast<NodeNumber>(count - 1);
+}
+
+void CompactGraph::release(NodeNumber number) noexcept {
+    for (std::vector<LeadRow>& rows : m_rows)
+        freeRoom(rows[number]);
+    m_free.push_back(number);
+}
+
+void CompactGraph::place(NodeNumber number, Node* node) noexcept {
+    m_nodes[number] = node;
+    for (const Kind kind : allKinds)
+        drop(kind, number);
+}
+
+const LeadRow& CompactGraph::fill(Kind kind, NodeNumber number, const std::vector<Lead>& leads) {
+    LeadRow& row = m_rows[static_cast<u64>(kind)][number];
+    makeRoom(row, leads.size());
+    std::ranges::copy(leads, const_cast<Lead*>(row.begin()));
+    countOf(row).store(static_cast<u32>(leads.size()), std::memory_order_release);
+    return row;
+}
+
+// The row is not known meanwhile.
+void CompactGraph::makeRoom(LeadRow& row, u64 count) {
+    if (count <= row.m_capacity) return;
+    const u64 capacity = std::max(count, u64{2} * row.m_capacity);
+    auto* const many = new Lead[capacity];
+    freeRoom(row);
+    row.m_many = many;
+    row.m_capacity = static_cast<u32>(capacity);
+}
+
+void CompactGraph::freeRoom(LeadRow& row) noexcept {
+    if (row.m_capacity > LeadRow::fewLeads) delete[] row.m_many;
+    row = LeadRow();
+}
+
+CompactGraph::Marks::Marks(const CompactGraph& graph)
+    : m_graph(graph), m_room(graph.m_spareRoom.exchange(nullptr)) {
+    if (!m_room) m_room = std::make_unique<MarkRoom>();
+    if (m_room->marks.size() < graph.m_nodes.size()) m_room->marks.resize(graph.m_nodes.size());
+    if (++m_room->walk != 0) return;
+    std::ranges::fill(m_room->marks, MarkRoom::Mark());
+    m_room->walk = 1;
+}
+
+// Little room is as quickly made anew, so that small scenes keep no memory for walks.
+CompactGraph::Marks::~Marks() {
+    constexpr u64 worthKeeping = 256;
+    if (m_room->marks.size() < worthKeeping) return;
+    const std::unique_ptr<MarkRoom> other(m_graph.m_spareRoom.exchange(m_room.release()));
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,107 @@
+#include "kelvo/sdk/impl/graph/node.h"
+
+#include "tests/support/walked_scene.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <utility>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+using tests::faultsOf;
+using tests::fillRows;
+using NodeRows = tests::WalkedScene;
+
+// ---- Changes -------------------------------------------------------------------------------
+
+TEST_F(NodeRows, ValueThatIsNoLink_LeavesAllRowsKnown) {
+    m_lamp->createInput("size", AttrType::Real);
+    fillRows(m_scene);
+    m_lamp->findInput("size")->setReal(3);
+    for (const LeadKind kind : CompactGraph::allKinds)
+        EXPECT_TRUE(isKnown(m_lamp, kind));
+}
+
+TEST_F(NodeRows, Change_DropsTheRowsThatItIsAboutAlone) {
+    fillRows(m_scene);
+    m_power->disconnect();
+    EXPECT_FALSE(isKnown(m_lamp, LeadKind::Dependencies));
+    EXPECT_FALSE(isKnown(m_desk, LeadKind::Readers));
+    EXPECT_TRUE(isKnown(m_desk, LeadKind::Dependencies));
+    EXPECT_TRUE(isKnown(m_room, LeadKind::Children));
+    EXPECT_EQ(leads(m_lamp, LeadKind::Dependencies), "room ");
+}
+
+TEST_F(NodeRows, AnyChange_LeavesNothingWrongBehind) {
+    m_scene.setUndoEnabled(true);
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"link", [&] { m_home->setNode(m_desk.get()); }},
+        {"no link", [&] { m_home->setNode(nullptr); }},
+        {"disconnected", [&] { m_power->disconnect(); }},
+        {"connected", [&] { m_power->connect(m_desk->output(u64(0))); }},
+        {"element moved", [&] { children()->moveElement(0, 1); }},
+        {"element added", [&] { children()->insertElement(0)->setNode(m_room.get()); }},
+        {"element removed", [&] { children()->removeInput(1); }},
+        {"list cleared", [&] { children()->clearInputs(); }},
+        {"input removed", [&] { m_lamp.get()->removeInput(u64(1)); }},
+        {"output removed", [&] { m_desk.get()->removeOutput(u64(0)); }},
+        {"input renamed", [&] { kelvo_sdk::Input(children()).rename("kids"); }},
+        {"node renamed", [&] { m_scene.renameNode(m_lamp, "sun"); }},
+        {"node moved", [&] { m_scene->moveNode(m_desk.get(), 0); }},
+        {"node converted", [&] { m_lamp->convertTo("xform"); }},
+        {"node removed", [&] { m_scene.removeNode(m_desk); }},
+        {"node cloned", [&] { m_room.get()->clone(true); }},
+        {"cleared", [&] { m_scene->clear(); }}};
+    for (const auto& [name, change] : changes) {
+        for (const auto& act : {change, std::function<void()>([&] { m_scene.undo(); }),
+                                std::function<void()>([&] { m_scene.redo(); }),
+                                std::function<void()>([&] { m_scene.undo(); })}) {
+            fillRows(m_scene);
+            act();
+            EXPECT_EQ(faultsOf(m_scene), "") << name;
+        }
+    }
+}
+
+TEST_F(NodeRows, BasesThatMakeATransform_GiveItChildren) {
+    m_lamp.get()->createArray("children", AttrType::Node)->appendElement()->setNode(m_desk.get());
+    EXPECT_EQ(leads(m_lamp, LeadKind::Children), "");
+    implOf(m_lamp.get())->setBases({"xform"}, false, false);
+    EXPECT_EQ(leads(m_lamp, LeadKind::Children), "desk ");
+}
+
+// ---- Numbers -------------------------------------------------------------------------------
+
+TEST_F(NodeRows, Number_StaysThroughRenamingRemovalAndUndo) {
+    m_scene.setUndoEnabled(true);
+    const NodeNumber number = implOn(m_desk).number();
+    m_scene.renameNode(m_desk, "table");
+    m_scene.removeNode(m_desk);
+    const kelvo_sdk::Node other = m_scene.createNode("mesh", "other");
+    EXPECT_NE(implOn(other).number(), number);
+    while (m_scene.undo()) {
+    }
+    EXPECT_EQ(implOn(m_desk).number(), number);
+    EXPECT_EQ(implOn(m_desk).sceneAround()->graph().node(number), m_desk.get());
+}
+
+TEST_F(NodeRows, Number_IsGivenAwayWhenNobodyCanBringTheNodeBack) {
+    const NodeNumber number = implOn(m_desk).number();
+    m_scene.removeNode(m_desk);
+    EXPECT_EQ(implOn(m_desk).sceneAround(), nullptr);
+    const kelvo_sdk::Node other = m_scene.createNode("mesh", "other");
+    EXPECT_EQ(implOn(other).number(), number);
+    EXPECT_EQ(leads(other, LeadKind::Readers), "");
+}
+
+TEST_F(NodeRows, ConvertedNode_KeepsTheNumber) {
+    const NodeNumber number = implOn(m_lamp).number();
+    const kelvo_sdk::Node converted(m_lamp->convertTo("xform"));
+    EXPECT_EQ(implOn(converted).number(), number);
+    EXPECT_EQ(implOn(m_lamp).sceneAround(), nullptr);
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
