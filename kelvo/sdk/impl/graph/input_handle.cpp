@@ -1,5 +1,5 @@
-// The handles on inputs and outputs where they change something or fail: a failure asks afterwards
-// for its reason, so that success costs nothing.
+// Functions of the handles of inputs and outputs that change something or may fail. They find the
+// reason only after a failure, so that success costs nothing.
 
 #include "kelvo/sdk/input.h"
 
@@ -36,7 +36,7 @@ impl::Value valueOf(const detail::Written& written) {
         written);
 }
 
-// Elements that nobody could copy.
+// Tells whether a buffer has elements that cannot be copied.
 bool isBroken(const detail::Written& written) {
     const auto* view = std::get_if<BufferView>(&written);
     return view && view->count != 0 && (!view->data || view->type == DataType::Null);
@@ -61,7 +61,7 @@ String readRefusal(const impl::Input& input, AttrType asked, bool evaluate) {
                           fits ? "does not convert" : "does not fit the variable");
 }
 
-// Why an input takes no element or member of that name and kind.
+// Returns the reason why an input refuses an element or member of that name and kind.
 String memberRefusal(const impl::Input& input, const String& name, const char* kind) {
     const String what = "Cannot create input '" + name + "' in input '" + input.path() + "': ";
     if (input.type() == AttrType::Array) {
@@ -77,7 +77,7 @@ String memberRefusal(const impl::Input& input, const String& name, const char* k
                                       : "the name is no simple identifier.");
 }
 
-// Why nothing can be done at a place among what an input holds.
+// Returns the reason why an edit at an index of an array or object fails.
 String placeRefusal(const Input& input, u64 index) {
     const u64 count = input.inputCount();
     if (index < count && input.isReadOnly()) return impl::changeRefusal(*implOf(input.get()));

@@ -1,5 +1,6 @@
-// The handle on a node where it changes something: a failure asks afterwards for its reason. An
-// operation that fails after observers were told holds the node, of which they may have let go.
+// Functions of the handle of nodes that change something. They find the reason after a failure;
+// those that may fail after a notification hold the node, because observers may drop the last
+// reference.
 
 #include "kelvo/sdk/node.h"
 
@@ -26,7 +27,7 @@ using impl::failureOf;
 using impl::implOf;
 using interfaces::INode;
 
-// The names of attributes are checked, and those who hear of one may take it away again.
+// An attribute fails because of its name, or because an observer removed it.
 Result attributeFailure(const String& node, const char* word, const String& name) {
     const bool isNamed = name.isSimpleCID();
     return Result::failure(String::format(
@@ -41,7 +42,7 @@ Made<Attribute> make(const Node& node, const char* word, const String& name, con
     Node held(node);
     Attribute made(create(*held));
     if (!made) return attributeFailure(held.name(), word, name);
-    // Without this reference the node may end.
+    // Drops the extra reference, so that a node that observers abandoned is destroyed now.
     held.reset();
     if (made.node()) return made;
     return Result::failure(String::format(
@@ -54,7 +55,7 @@ Made<Node> madeNode(const Node& node, INode* made, const char* what) {
         "Cannot %s node '%s': those who heard of it took it away.", what, node.name().buf()));
 }
 
-// Says why the list of children takes no more; empty when it should.
+// Returns the reason why the list of children refuses a child; empty when it should accept one.
 String childrenRefusal(const INode& parent) {
     const String& children = impl::knownNames().children;
     const String path = parent.name() + "." + children;
@@ -76,7 +77,7 @@ String conversionRefusal(const INode& node, const String& type) {
     return definition && definition->isAbstract() ? impl::abstractConversion(node, type) : String();
 }
 
-// Says which of the three inputs refuses its part of a path; empty when none does.
+// Tells which of the three inputs refuses its part of a path; empty when none does.
 String pathRefusal(const Node& node, const String& path) {
     const impl::KnownNames& known = impl::knownNames();
     const Path parts(path, true);

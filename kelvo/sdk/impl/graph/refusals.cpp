@@ -15,7 +15,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Writes the value that did not convert, as the caller would write it.
+// Writes a value that did not convert, in the form in which the caller would write it.
 void writeGiven(const Value& value, StringIO& out) {
     if (value.type() == AttrType::String)
         out.append('\'').append(value.asString().view()).append('\'');
@@ -27,7 +27,7 @@ void writeGiven(const Value& value, StringIO& out) {
         writeValue(value, out);
 }
 
-// Says which form of value the input takes, as the given one has another.
+// Tells which form of value the input takes, for a value of another form.
 String formRefusal(const Input& input, const Value& value) {
     StringIO out;
     out.append("Cannot set '").append(input.path().view()).append("': ");
@@ -42,7 +42,7 @@ String unknownNode(const Input& input, const Scene* scene, const String& name) {
     return "Cannot link '" + input.path() + "': no node '" + name + "'" + near.question();
 }
 
-// The text names a node of the scene, or nothing.
+// Returns the refusal of a text that names a node of the scene, or no node.
 String linkTextRefusal(const Input& input, const String& name) {
     if (name.isEmpty()) return storeRefusal(input, Value(static_cast<INode*>(nullptr)));
     auto* scene = implOf(input.node() ? input.node()->scene() : nullptr);

@@ -2,8 +2,8 @@
 
 #include "kelvo/sdk/impl/value/value.h"
 
-// Sentences that say why something was refused: for the log, and for the results of the handles,
-// which ask for them afterwards. A refusal changes nothing, so that the reason still holds.
+// Sentences with the reason of a refusal, for the log and for the results of handles. Handles ask
+// for the reason after the refusal; it still holds, because a refusal changes nothing.
 namespace qv::kelvo_sdk::impl {
 
 class Input;
@@ -11,18 +11,19 @@ class Node;
 class Output;
 class Scene;
 
-/// Says that a name is none that nodes may have; `what` is "name" or "type".
+/// Tells that nodes may not have this name; `what` is "name" or "type".
 [[nodiscard]] String nameRefusal(const String& name, const char* what);
 [[nodiscard]] String abstractCreation(const String& type, const String& name);
 [[nodiscard]] String abstractConversion(const interfaces::INode& node, const String& type);
 
-/// Says why an input may not store a value of its own kind; empty when it may.
+/// Returns the reason why an input may not store a value of its own kind; empty when it may.
 [[nodiscard]] String storeRefusal(const Input& input, const Value& value);
-/// The same for a value of any kind, which is converted; texts as `setString` takes them.
+/// Like `storeRefusal`, for a value of any kind, which is converted; a text converts as in
+/// `setString`.
 [[nodiscard]] String valueRefusal(const Input& input, const Value& value);
-/// Says why an input may not be connected to an output; empty when it may.
+/// Returns the reason why an input may not be connected to an output; empty when it may.
 [[nodiscard]] String connectRefusal(const Input& input, const Output& output);
-/// Says that nothing may come, go or move in a read-only array or object.
+/// Tells that a read-only array or object refuses to add, remove and move parts.
 [[nodiscard]] String changeRefusal(const Input& input);
 [[nodiscard]] String parentRefusal(const interfaces::INode& node, const interfaces::INode& parent,
                                    const char* bar);

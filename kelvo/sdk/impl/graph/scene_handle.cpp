@@ -1,5 +1,6 @@
-// The handle on a scene where it changes something: a failure asks afterwards for its reason. An
-// operation that fails after observers were told holds the scene, of which they may have let go.
+// Functions of the handle of scenes that change something. They find the reason after a failure;
+// those that may fail after a notification hold the scene, because observers may drop the last
+// reference.
 
 #include "kelvo/sdk/scene.h"
 
@@ -19,7 +20,8 @@ using impl::emptyHandle;
 using impl::failureOf;
 using impl::implOf;
 
-// Says why nothing can be done to the node in that scene; empty when it is there.
+// Returns the reason why an edit of the node in that scene fails; empty when the scene has the
+// node.
 String absence(const Scene& scene, const Node& node) {
     if (!node) return "There is no node: the handle is empty.";
     const bool isThere = implOf(*scene).contains(*node);
@@ -33,7 +35,7 @@ String creationRefusal(const impl::Scene& scene, const String& type, const Strin
     return definition && definition->isAbstract() ? impl::abstractCreation(type, name) : String();
 }
 
-// Why no step was turned.
+// Returns the failure of an undo or redo, with its reason.
 Result turnFailure(const Scene& scene, const char* what) {
     const char* obstacle = implOf(*scene).history().obstacle();
     if (!obstacle) return Result::failure(String::format("There is no step to %s.", what));
@@ -47,7 +49,8 @@ Made<Node> Scene::createNode(String type, String name) const {
     Scene held(*this);
     Node made(held->createNode(type, name));
     const String reason = made ? String() : creationRefusal(implOf(*held), type, name);
-    // Without this reference the scene may end, and the node stand in none.
+    // Drops the extra reference: a scene that observers abandoned is destroyed, and the node leaves
+    // it.
     held.reset();
     if (made && made->scene()) return made;
     return failureOf(reason, "Node '" + name + "' was taken away by those who heard of it.");

@@ -9,7 +9,8 @@ namespace qv::kelvo_sdk {
 
 namespace {
 
-// Observers are shown what they may not change; the handles of clients have no such kind.
+// Casts const away, because client handles have no const form; observers must not change the
+// object.
 Input handleOn(const interfaces::IInput* input) {
     return Input(const_cast<interfaces::IInput*>(input));
 }
