@@ -1,6 +1,6 @@
 // Finds nodes and inputs by path, type and value, and renames what it finds.
 
-#include "kelvo/kelvo.h"
+#include "examples/expect.h"
 
 #include <cstdio>
 
@@ -19,10 +19,11 @@ void print(const char* what, const Matches& matches) {
 
 int main() {
     const Scene scene = Scene::create();
-    scene.addLibrary(LibInfo::standard());
-    scene.createNode("pointLight", "key")["intensity"].set(40.0);
-    scene.createNode("spotLight", "rim")["intensity"].set(8.0);
-    scene.createNode("xform", "room").createInput("note", AttrType::String).set("work here");
+    expect(scene.addLibrary(LibInfo::standard()));
+    expect(scene.createNode("pointLight", "key")["intensity"].set(40.0));
+    expect(scene.createNode("spotLight", "rim")["intensity"].set(8.0));
+    const Node room = scene.createNode("xform", "room");
+    expect(room.createInput("note", AttrType::String).set("work here"));
 
     print("lights", scene.find({.type = "emitter", .inputs = false}));
     print("bright", scene.find({.pattern = "*.intensity", .value = ">10"}));
@@ -32,6 +33,6 @@ int main() {
         std::printf("%s\n", wrong.fault().message.buf());
 
     for (const Match& match : scene.find("*.note"))
-        match.input.rename("remark");
+        expect(match.input.rename("remark"));
     print("remarks", scene.find("*.remark"));
 }

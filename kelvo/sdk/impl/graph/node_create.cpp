@@ -21,7 +21,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// The kind, not the name, is in quotes; readers of logs rely on it.
+// The kind is quoted in this form of the message; readers of logs rely on it.
 bool checkAttrName(const String& name, const char* kind, const Node& node) {
     if (name.isSimpleCID()) return true;
     logError("Cannot create illegally-named %s '%s' on node %s.", name.buf(), kind,
