@@ -1,6 +1,7 @@
 // Finds nodes and inputs by path, type and value, and renames what it finds.
 
 #include "examples/expect.h"
+#include "kelvo/kelvo.h"
 
 #include <cstdio>
 
