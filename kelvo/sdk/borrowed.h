@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <type_traits>
 
 namespace qv::kelvo_sdk {
@@ -26,8 +27,13 @@ public:
     [[nodiscard]] constexpr T& operator*() const noexcept { return *m_object; }
 
     friend constexpr bool operator==(const Borrowed&, const Borrowed&) noexcept = default;
-    friend constexpr bool operator==(const Borrowed& a, const T* b) noexcept {
+    // A template, so that no conversion of `b` competes with those of a Borrowed.
+    template<class U>
+    friend constexpr bool operator==(const Borrowed& a, U* b) noexcept {
         return a.m_object == b;
+    }
+    friend constexpr bool operator==(const Borrowed& a, std::nullptr_t) noexcept {
+        return a.m_object == nullptr;
     }
 
 private:

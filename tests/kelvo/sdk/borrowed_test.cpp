@@ -30,6 +30,12 @@ TEST(Borrowed, Pointer_IsThatOfTheHandle) {
     const interfaces::IInput* const lent = input.get();
     EXPECT_EQ(lent, input.operator->());
     EXPECT_TRUE(input.get() == lent);
+    EXPECT_EQ(lent, input.get());
+    interfaces::IInput* const changeable = input.get();
+    EXPECT_EQ(changeable, input.get());
+    EXPECT_EQ(input.get(), changeable);
+    EXPECT_NE(input.get(), nullptr);
+    EXPECT_EQ(input.get(), Input(input).get());
     EXPECT_TRUE(input.get());
     EXPECT_EQ(Input(input.get()), input);
     EXPECT_EQ(input.get()->type(), AttrType::Real);
