@@ -1,5 +1,6 @@
 // ---- Hierarchy -------------------------------------------------------------------------
-// Children are what the array "children" of an "xform" links to, read afresh at each call.
+// The children are the nodes that the array "children" of an "xform" links to at the time of
+// the call.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

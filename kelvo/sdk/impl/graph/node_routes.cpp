@@ -1,5 +1,5 @@
 // ---- Node paths ------------------------------------------------------------------------
-// Each call builds a fresh search. By-name targets need a node that belongs to a scene.
+// Each call makes a new search. Targets given by name need a node that belongs to a scene.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

@@ -1,5 +1,6 @@
 // ---- Compact graph ---------------------------------------------------------------------
-// A change of where walks lead from a node drops its rows in the graph of its scene.
+// A change of the dependencies, children or readers of a node drops its rows in the graph of
+// its scene.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

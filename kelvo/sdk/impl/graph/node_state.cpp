@@ -1,5 +1,5 @@
 // ---- State -----------------------------------------------------------------------------
-// Every change sets the flag before anyone hears of it. Only setDirty(false), and a query that
+// Every change sets the flag before any notification. Only setDirty(false), and a query that
 // finds nothing dirty, clear it.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"

@@ -1,5 +1,6 @@
 // ---- Laws ------------------------------------------------------------------------------
-// A walk over all nodes, inputs and outputs names each law that does not hold, and its place.
+// A walk over all nodes, inputs and outputs reports each law that does not hold, with its
+// place.
 
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
