@@ -16,7 +16,7 @@ RefersTo<NodePath> Node::firstPathTo(const Node& target, bool allLinks) const {
 
 namespace {
 
-// Null for an empty handle.
+// Returns null for an empty handle.
 impl::PathIterator* implOf(RefCounted* paths) {
     return static_cast<impl::PathIterator*>(paths);
 }

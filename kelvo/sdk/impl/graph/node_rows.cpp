@@ -10,7 +10,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// Rows are known of nodes that stand in their scene alone.
+// Only nodes in a scene have rows, so `m_scene` is not null here.
 void Node::dropKnownRows(int rows) noexcept {
     CompactGraph& graph = implOf(m_scene)->graph();
     for (const CompactGraph::Kind kind : CompactGraph::allKinds)
