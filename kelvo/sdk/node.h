@@ -112,8 +112,8 @@ public:
     [[nodiscard]] Made<Node> copyByItself(String name) const;
     /// Replaces the node by a node of another type with the same name, place, links and connections
     /// to it, and the values that convert; returns the replacement. Fails, and changes nothing,
-    /// without a scene or when the type is abstract or no simple identifier. Values that do not fit
-    /// are appended to `losses`, or logged when `losses` is null.
+    /// without a scene or when the type is abstract or no simple identifier. Each loss is appended
+    /// to `losses`, or logged when that is null.
     Made<Node> convertTo(String type, ConversionLosses* losses = nullptr) const;
 
     /// Tells whether the node represents a file, by String inputs "dir", "file" and "ext".

@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] IntegrityErrors verify();
 
-    /// Breaks laws; defined by tests alone.
+    /// Breaks laws on purpose; only tests define it.
     struct Tamper;
 
 private:

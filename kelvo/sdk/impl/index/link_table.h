@@ -99,7 +99,8 @@ private:
     static constexpr u64 fewPlaces = 8;
 
     [[nodiscard]] Link* firstLink(const interfaces::INode* target) const noexcept;
-    // Returns the pointer to the first link of a node's ring, or the null pointer to put it into.
+    // Returns the address of the pointer to the first link of a node's ring, which is null without
+    // a ring.
     [[nodiscard]] Link** placeOf(const interfaces::INode* target) const noexcept;
     [[nodiscard]] Link** chainOf(const interfaces::INode* target) const noexcept;
     void grow() noexcept;
