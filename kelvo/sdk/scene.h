@@ -31,9 +31,9 @@ using SceneFaults = IntegrityErrors;
 /// Says how to read a text.
 struct ReadOptions {
     /// Reads the readable parts of a text with errors; otherwise such a text is not read at all.
-    /// Gaps are lines that cannot be read, whole nodes if it is their first line, and unknown names
-    /// of nodes and outputs: each is reported, and all are kept and written back at their places. A
-    /// missing '}' is added.
+    /// Gaps are lines that cannot be read, whole nodes whose first line cannot be read, and unknown
+    /// names of nodes and outputs: each is reported, and all are kept and written back at their
+    /// places. A missing '}' is added.
     bool isPartial = false;
     /// The greatest number of diagnostics.
     u32 maxDiagnostics = 20;

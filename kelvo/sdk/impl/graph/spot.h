@@ -4,7 +4,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A node on a walk: its number in the graph of the scene or, if it has none there, a pointer.
+/// A node on a walk, as its number in the graph of the scene or, without a number there, a pointer.
 // The lowest bit tells the two apart, because pointers to nodes are even.
 class Spot {
 public:

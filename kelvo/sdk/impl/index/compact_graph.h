@@ -50,8 +50,8 @@ private:
     };
 };
 
-/// The leads of all nodes of a scene by number, in contiguous memory, so that walks need not read
-/// the nodes on their way, which are large and far apart.
+/// The leads of all nodes of a scene, by number in contiguous memory. Walks need not read the nodes
+/// themselves, which are large and far apart.
 ///
 /// The first walk that needs a row fills it in. A change drops the rows that it makes wrong, in
 /// constant time and without allocations, so that it cannot fail in the middle of an edit. A scene

@@ -13,9 +13,9 @@ namespace qv::kelvo_sdk::impl {
 
 class Node;
 
-/// The nodes of a scene in creation order, found by position and by name without regard to case in
-/// constant time, and the compact graph, in which each has a number. The pointers are borrowed; the
-/// scene owns the references.
+/// The nodes of a scene in creation order, found in constant time by position and by name without
+/// regard to case. Also has the compact graph, in which each node has a number. The pointers are
+/// borrowed; the scene owns the references.
 class NodeTable {
 public:
     [[nodiscard]] u64 size() const noexcept { return m_order.size(); }

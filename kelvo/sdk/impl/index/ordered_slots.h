@@ -7,10 +7,10 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Pointers in order, with addition and removal in amortised constant time at both ends, and in
-/// time that hardly grows with their number elsewhere. A removed pointer leaves a hole; many holes
-/// are closed at once, and holes are made where pointers are inserted. Removal needs the slot of
-/// the pointer: `moved(object, slot)`, which must not fail, reports each new slot.
+/// Pointers in order, with fast addition and removal everywhere: in amortised constant time at both
+/// ends, elsewhere in time that hardly grows with their number. A removed pointer leaves a hole;
+/// many holes are closed at once, and holes are made where pointers are inserted. Removal needs the
+/// slot of the pointer: `moved(object, slot)`, which must not fail, reports each new slot.
 template<typename T>
 class OrderedSlots {
 public:
