@@ -3,10 +3,12 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-# A test says what it looks at by its assertions: the results of its preparations it may leave alone.
+# A test asserts what it is about; it may ignore the results of its preparations. Options come in the
+# order of the libraries, and clang goes by the last one.
+add_library(kelvo_ignored_results INTERFACE)
+target_compile_options(kelvo_ignored_results INTERFACE -Wno-unused-result)
 add_library(kelvo_test_flags INTERFACE)
-target_link_libraries(kelvo_test_flags INTERFACE kelvo_flags)
-target_compile_options(kelvo_test_flags INTERFACE -Wno-unused-result)
+target_link_libraries(kelvo_test_flags INTERFACE kelvo_flags kelvo_ignored_results)
 
 function(kelvo_add_test name)
   add_library(${name}_objects OBJECT ${ARGN})

@@ -14,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using kelvo_sdk::LibInfo;
 using kelvo_sdk::LibraryEntry;
+using kelvo_sdk::Result;
 
 String textOf(const fs::path& path) {
     return String(std::string_view(path.native()));
@@ -107,7 +108,8 @@ bool findDefinitions(const Loading& loading, const String& name, const SearchPat
     }
     const fs::path file = definitionFile(loading.kndPath, std::string(name.view()), path);
     definitions.source = textOf(file);
-    return readDefinitionFile(file, definitions.text, error);
+    const Result read = readDefinitionFile(file, definitions.text);
+    return read || fail(read.message(), error);
 }
 
 bool finish(Loading& loading, const SearchPath& path, Plugin& plugin, String& error) {
@@ -141,24 +143,20 @@ bool load(const fs::path& file, Plugin& plugin, String& error) {
 
 } // namespace
 
-bool loadPlugin(const fs::path& file, Plugin& plugin, String& error) {
+Result loadPlugin(const fs::path& file, Plugin& plugin) {
     String reason;
-    if (load(file, plugin, reason)) return true;
-    error = String("plug-in '") + textOf(file) + "': " + reason;
-    return false;
+    if (load(file, plugin, reason)) return Result();
+    return Result::failure(String("plug-in '") + textOf(file) + "': " + reason);
 }
 
-bool loadRegistered(const Registered& registered, const SearchPath& path, Plugin& plugin,
-                    String& error) {
+Result loadRegistered(const Registered& registered, const SearchPath& path, Plugin& plugin) {
     String reason;
     Loading loading;
     Plugin loaded{registered.name, {}, {}};
-    if (enter(registered.entry, loading, reason) && finish(loading, path, loaded, reason)) {
-        plugin = std::move(loaded);
-        return true;
-    }
-    error = String("node library '") + registered.name + "': " + reason;
-    return false;
+    if (!enter(registered.entry, loading, reason) || !finish(loading, path, loaded, reason))
+        return Result::failure(String("node library '") + registered.name + "': " + reason);
+    plugin = std::move(loaded);
+    return Result();
 }
 
 } // namespace qv::kelvo_plugins

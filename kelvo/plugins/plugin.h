@@ -4,6 +4,7 @@
 #include "kelvo/plugins/search_path.h"
 
 #include "kelvo/sdk/lib_info.h"
+#include "kelvo/sdk/result.h"
 
 namespace qv::kelvo_plugins {
 
@@ -16,12 +17,12 @@ struct Plugin {
     kelvo_sdk::LibInfo library;
 };
 
-/// Loads a plug-in with the definitions beside it. On failure returns false, unloads everything and
-/// puts a sentence into `error` that names the file.
-[[nodiscard]] bool loadPlugin(const std::filesystem::path& file, Plugin& plugin, String& error);
+/// Loads a plug-in with the definitions beside it. On failure unloads everything, leaves `plugin`
+/// as it is and returns a sentence that names the file.
+kelvo_sdk::Result loadPlugin(const std::filesystem::path& file, Plugin& plugin);
 
 /// Makes the library of a registered entry. Searches `path` for its definition file.
-[[nodiscard]] bool loadRegistered(const Registered& registered, const SearchPath& path,
-                                  Plugin& plugin, String& error);
+kelvo_sdk::Result loadRegistered(const Registered& registered, const SearchPath& path,
+                                 Plugin& plugin);
 
 } // namespace qv::kelvo_plugins

@@ -28,8 +28,7 @@ public:
     std::vector<Plugin> load() {
         for (const Registered& registered : registeredLibraries()) {
             Plugin plugin;
-            String error;
-            take(loadRegistered(registered, m_path, plugin, error), plugin, error);
+            take(loadRegistered(registered, m_path, plugin), plugin);
         }
         for (const fs::path& path : m_given)
             loadGiven(path);
@@ -59,15 +58,14 @@ private:
         if (!failure && std::find(m_seen.begin(), m_seen.end(), real) != m_seen.end()) return;
         if (!failure) m_seen.push_back(real);
         Plugin plugin;
-        String error;
-        take(loadPlugin(file, plugin, error), plugin, error);
+        take(loadPlugin(file, plugin), plugin);
     }
 
-    void take(bool loaded, Plugin& plugin, const String& error) {
+    void take(const kelvo_sdk::Result& loaded, Plugin& plugin) {
         if (loaded)
             m_plugins.push_back(std::move(plugin));
         else if (m_complain)
-            m_complain(error, m_origin);
+            m_complain(loaded.message(), m_origin);
     }
 
     const Complain& m_complain;

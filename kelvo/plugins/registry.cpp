@@ -5,6 +5,8 @@
 
 namespace qv::kelvo_plugins {
 
+using kelvo_sdk::Result;
+
 namespace {
 
 struct Registry {
@@ -25,22 +27,28 @@ auto findIn(std::vector<Registered>& libraries, const String& name) {
 
 } // namespace
 
-bool registerLibrary(String name, kelvo_sdk::LibraryEntryPoint entry) {
-    if (name.isEmpty() || !entry) return false;
+Result registerLibrary(String name, kelvo_sdk::LibraryEntryPoint entry) {
+    if (name.isEmpty())
+        return Result::failure("A node library cannot be registered without a name.");
+    if (!entry)
+        return Result::failure("Node library '" + name +
+                               "' cannot be registered: its entry is null.");
     Registry& all = registry();
     const std::lock_guard lock(all.mutex);
-    if (findIn(all.libraries, name) != all.libraries.end()) return false;
+    if (findIn(all.libraries, name) != all.libraries.end())
+        return Result::failure("A node library '" + name + "' is registered already.");
     all.libraries.push_back({std::move(name), entry});
-    return true;
+    return Result();
 }
 
-bool unregisterLibrary(const String& name) {
+Result unregisterLibrary(const String& name) {
     Registry& all = registry();
     const std::lock_guard lock(all.mutex);
     const auto found = findIn(all.libraries, name);
-    if (found == all.libraries.end()) return false;
+    if (found == all.libraries.end())
+        return Result::failure("No node library '" + name + "' is registered.");
     all.libraries.erase(found);
-    return true;
+    return Result();
 }
 
 std::vector<Registered> registeredLibraries() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/library_entry.h"
+#include "kelvo/sdk/result.h"
 
 #include <vector>
 
@@ -13,12 +14,12 @@ struct Registered {
 };
 
 /// Registers a node library that is linked into the program, for `loadPlugins`; serves builds
-/// without shared objects. May be called from any thread. False when the name is empty or taken, or
+/// without shared objects. May be called from any thread. Fails when the name is empty or taken, or
 /// `entry` is null.
-bool registerLibrary(String name, kelvo_sdk::LibraryEntryPoint entry);
+kelvo_sdk::Result registerLibrary(String name, kelvo_sdk::LibraryEntryPoint entry);
 
-/// Unregisters a node library; a loaded one stays loaded. False when there is none of that name.
-bool unregisterLibrary(const String& name);
+/// Unregisters a node library; a loaded one stays loaded. Fails when there is none of that name.
+kelvo_sdk::Result unregisterLibrary(const String& name);
 
 /// Returns the registered libraries in order of registration.
 [[nodiscard]] std::vector<Registered> registeredLibraries();

@@ -65,7 +65,7 @@ TEST(PluginThreads, RegisteredLibraries_ComeAndGoWhileOthersLoadThem) {
         const String name(("library" + std::to_string(thread)).c_str());
         if (!registerLibrary(name, +entry)) return false;
         static_cast<void>(loadPlugins({}, complaints.taker()));
-        return unregisterLibrary(name);
+        return bool{unregisterLibrary(name)};
     };
     EXPECT_EQ(failuresOnThreads(50, action), 0);
     EXPECT_TRUE(registeredLibraries().empty());

@@ -47,7 +47,7 @@ class Plugins(PluginTest):
     def test_what_is_wrong_with_one_is_told(self):
         for way, expected in (
                 ("wrong_version", "it was built for version 4711 of the library interface, this "
-                                  "program has version 1"),
+                                  "program has version 2"),
                 ("no_entry", "it has no entry point kelvo_library"),
                 ("throwing_entry", "its entry point throws: no entry today"),
                 ("null_library", "creating its library gives null"),
@@ -66,7 +66,7 @@ class Plugins(PluginTest):
         os.environ["KELVO_PLUGIN_PATH"] = str(self.folder / "a")
         self.expect(0, "eval", "n.kns", "n.out", out="42\n", error=(
             f"kelvo: warning: plug-in '{bad}': it was built for version 4711 of the library "
-            "interface, this program has version 1\n"))
+            "interface, this program has version 2\n"))
         self.expect(0, "show", "n.kns")
 
     def test_one_that_throws_costs_a_line(self):

@@ -10,7 +10,7 @@ int main() {
     {
         const Scene scene = Scene::create();
         const Node lamp = scene.createNode("light", "lamp1");
-        lamp.createInput("radius", AttrType::Real).set(0.5);
+        if (!lamp.createInput("radius", AttrType::Real).set(0.5)) return 1;
         std::cout << lamp.name().view() << ": " << lamp["radius"].get<double>()
                   << ", nodes alive: " << impl_nodeInstanceCount() << '\n';
     }

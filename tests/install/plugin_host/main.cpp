@@ -3,6 +3,7 @@
 #include "kelvo/kelvo.h"
 #include "kelvo/plugins/plugins.h"
 
+#include <cstdlib>
 #include <iostream>
 
 extern "C" qv::i64 impl_nodeInstanceCount();
@@ -11,16 +12,22 @@ namespace {
 
 using namespace qv::kelvo_sdk;
 
+void expect(const Result& result) {
+    if (result) return;
+    std::cerr << result.message().view() << '\n';
+    std::exit(1);
+}
+
 void evaluate(const Scene& scene) {
     const Node spring = scene.createNode("spring", "spring1");
     const Node jitter = scene.createNode("jitter", "jitter1");
-    jitter["strength"].set(2);
-    spring["offset"].connect(jitter.output("value"));
+    expect(jitter["strength"].set(2));
+    expect(spring["offset"].connect(jitter.output("value")));
     const Node reader = scene.createNode("reader", "reader1");
     const Input offset = reader.createInput("offset", AttrType::Real);
-    offset.connect(spring.output("value"));
+    expect(offset.connect(spring.output("value")));
     std::cout << "at 0 s: " << offset.get<double>();
-    spring["time"].set(1);
+    expect(spring["time"].set(1));
     std::cout << ", at 1 s: " << offset.get<double>();
     std::cout << ", label: " << spring->label("en").view() << '\n';
 }
@@ -34,7 +41,7 @@ int use(const std::vector<qv::String>& paths) {
     const Scene scene = Scene::create();
     for (const auto& plugin : qv::kelvo_plugins::loadPlugins(paths, complain)) {
         std::cout << plugin.name.view() << ": " << plugin.library.typeCount() << " types\n";
-        scene.addLibrary(plugin.library);
+        expect(scene.addLibrary(plugin.library));
     }
     if (failures == 0) evaluate(scene);
     return failures;

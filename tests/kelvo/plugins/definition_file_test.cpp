@@ -12,29 +12,29 @@ using tests::PluginFolder;
 TEST(DefinitionFile, Bytes_AreKept) {
     const PluginFolder folder;
     const std::string bytes("a\0\r\n\xff", 5);
-    String text, error;
-    ASSERT_TRUE(readDefinitionFile(folder.write("a.knd", bytes), text, error)) << error;
+    String text;
+    ASSERT_TRUE(readDefinitionFile(folder.write("a.knd", bytes), text));
     EXPECT_EQ(text, std::string_view(bytes));
-    ASSERT_TRUE(readDefinitionFile(folder.write("b.knd", ""), text, error)) << error;
+    ASSERT_TRUE(readDefinitionFile(folder.write("b.knd", ""), text));
     EXPECT_TRUE(text.isEmpty());
 }
 
 TEST(DefinitionFile, Pipe_IsNotWaitedFor) {
     const PluginFolder folder;
     ASSERT_EQ(::mkfifo((folder / "a.knd").c_str(), 0600), 0);
-    String text, error;
-    EXPECT_FALSE(readDefinitionFile(folder / "a.knd", text, error));
-    EXPECT_EQ(error, "cannot read its definitions '" + (folder / "a.knd").string() +
-                         "': not a regular file");
+    String text;
+    EXPECT_EQ(readDefinitionFile(folder / "a.knd", text).message(),
+              "cannot read its definitions '" + (folder / "a.knd").string() +
+                  "': not a regular file");
 }
 
 TEST(DefinitionFile, HugeFile_IsRefusedUnread) {
     const PluginFolder folder;
     const auto file = folder.write("a.knd", "");
     std::filesystem::resize_file(file, definitionFileLimit + 1);
-    String text, error;
-    EXPECT_FALSE(readDefinitionFile(file, text, error));
-    EXPECT_EQ(error, "cannot read its definitions '" + file.string() + "': larger than 64 MiB");
+    String text;
+    EXPECT_EQ(readDefinitionFile(file, text).message(),
+              "cannot read its definitions '" + file.string() + "': larger than 64 MiB");
 }
 
 } // namespace

@@ -8,9 +8,7 @@ namespace {
 TEST(ProgramWithItsOwnCopy, Plugin_IsRefused) {
     const tests::PluginFolder folder;
     Plugin plugin;
-    String error;
-    EXPECT_FALSE(loadPlugin(folder.place("in_text", "a.so"), plugin, error));
-    EXPECT_EQ(error,
+    EXPECT_EQ(loadPlugin(folder.place("in_text", "a.so"), plugin).message(),
               "plug-in '" + (folder / "a.so").string() +
                   "': it uses another copy of the Kelvo library than this program, which has "
                   "to be linked with the shared library");

@@ -24,24 +24,29 @@ class LoadPlugin : public testing::Test {
 protected:
     // Loads a broken plug-in; returns the message without the file at its start.
     std::string reasonAgainst(const std::filesystem::path& file) {
-        EXPECT_FALSE(loadPlugin(file, m_plugin, m_error));
+        const kelvo_sdk::Result loaded = loadPlugin(file, m_plugin);
+        EXPECT_FALSE(loaded);
         EXPECT_TRUE(m_plugin.library.isEmpty());
         EXPECT_TRUE(m_plugin.name.isEmpty());
         const std::string place = "plug-in '" + file.string() + "': ";
-        const std::string told(m_error.view());
+        const std::string told(loaded.message().view());
         EXPECT_TRUE(told.starts_with(place)) << told;
         return told.substr(std::min(told.size(), place.size()));
     }
 
+    void load(const std::filesystem::path& file) {
+        const kelvo_sdk::Result loaded = loadPlugin(file, m_plugin);
+        ASSERT_TRUE(loaded) << loaded.message();
+    }
+
     PluginFolder m_folder;
     Plugin m_plugin;
-    String m_error;
 };
 
 TEST_F(LoadPlugin, RightOne_IsNamedAndKnowsItsTypes) {
     const auto file = m_folder.place("good", "libtwice.so");
     m_folder.write("twice.knd", twiceText);
-    ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(file));
     EXPECT_EQ(m_plugin.name, "twice");
     EXPECT_EQ(m_plugin.file, std::string_view(file.native()));
     EXPECT_EQ(m_plugin.library.kndPath(), std::string_view((m_folder / "twice.knd").native()));
@@ -53,7 +58,7 @@ TEST_F(LoadPlugin, Moved_FindsItsDefinitionsBesideIt) {
     m_folder.place("good", "a/twice.so");
     m_folder.write("a/twice.knd", twiceText);
     std::filesystem::rename(m_folder / "a", m_folder / "b");
-    ASSERT_TRUE(loadPlugin(m_folder / "b/twice.so", m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(m_folder / "b/twice.so"));
     EXPECT_EQ(m_plugin.library.kndPath(), std::string_view((m_folder / "b/twice.knd").native()));
 }
 
@@ -61,12 +66,12 @@ TEST_F(LoadPlugin, SymbolicLink_DefinitionsLieBesideTheFile) {
     m_folder.place("good", "real/twice.so");
     m_folder.write("real/twice.knd", twiceText);
     std::filesystem::create_symlink("real/twice.so", m_folder / "other.so");
-    ASSERT_TRUE(loadPlugin(m_folder / "other.so", m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(m_folder / "other.so"));
     EXPECT_EQ(m_plugin.name, "twice");
 }
 
 TEST_F(LoadPlugin, DefinitionsInText_NeedNoFile) {
-    ASSERT_TRUE(loadPlugin(m_folder.place("in_text", "a.so"), m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(m_folder.place("in_text", "a.so")));
     EXPECT_TRUE(m_plugin.library.kndPath().isEmpty());
     EXPECT_EQ(m_plugin.library.typeCount(), 1U);
 }
@@ -160,13 +165,13 @@ TEST_F(LoadPlugin, LookUpThatThrows_IsRefused) {
 
 TEST_F(LoadPlugin, Failure_LeavesWhatWasThere) {
     m_plugin.name = "before";
-    EXPECT_FALSE(loadPlugin(m_folder / "none.so", m_plugin, m_error));
+    EXPECT_FALSE(loadPlugin(m_folder / "none.so", m_plugin));
     EXPECT_EQ(m_plugin.name, "before");
 }
 
 TEST_F(LoadPlugin, CallbackThatThrows_CostsALogLineAndTheValue) {
     const auto file = m_folder.place("throwing_eval", "a.so");
-    ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(file));
     const auto scene = kelvo_sdk::Scene::create();
     scene.addLibrary(m_plugin.library);
     const auto node = scene.createNode("twice", "n");
@@ -183,7 +188,7 @@ TEST_F(LoadPlugin, CallbackThatThrows_CostsALogLineAndTheValue) {
 TEST_F(LoadPlugin, LastHandle_TakesThePluginOutOfMemory) {
     const auto file = m_folder.place("good", "twice.so");
     m_folder.write("twice.knd", twiceText);
-    ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(file));
     EXPECT_TRUE(isInMemory(file));
     m_plugin = {};
     EXPECT_FALSE(isInMemory(file));
@@ -192,7 +197,7 @@ TEST_F(LoadPlugin, LastHandle_TakesThePluginOutOfMemory) {
 TEST_F(LoadPlugin, Node_KeepsThePluginInMemory) {
     const auto file = m_folder.place("good", "twice.so");
     m_folder.write("twice.knd", twiceText);
-    ASSERT_TRUE(loadPlugin(file, m_plugin, m_error)) << m_error;
+    ASSERT_NO_FATAL_FAILURE(load(file));
     auto scene = kelvo_sdk::Scene::create();
     scene.addLibrary(m_plugin.library);
     kelvo_sdk::Node node = scene.createNode("twice", "n");

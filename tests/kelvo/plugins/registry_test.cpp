@@ -43,13 +43,16 @@ protected:
 
 TEST_F(RegisteredLibrary, NameIsTakenOnce) {
     EXPECT_TRUE(registerLibrary("a", &textEntry));
-    EXPECT_FALSE(registerLibrary("a", &fileEntry));
-    EXPECT_FALSE(registerLibrary("", &textEntry));
-    EXPECT_FALSE(registerLibrary("b", nullptr));
+    EXPECT_EQ(registerLibrary("a", &fileEntry).message(),
+              "A node library 'a' is registered already.");
+    EXPECT_EQ(registerLibrary("", &textEntry).message(),
+              "A node library cannot be registered without a name.");
+    EXPECT_EQ(registerLibrary("b", nullptr).message(),
+              "Node library 'b' cannot be registered: its entry is null.");
     ASSERT_EQ(registeredLibraries().size(), 1U);
     EXPECT_EQ(registeredLibraries()[0].entry, &textEntry);
     EXPECT_TRUE(unregisterLibrary("a"));
-    EXPECT_FALSE(unregisterLibrary("a"));
+    EXPECT_EQ(unregisterLibrary("a").message(), "No node library 'a' is registered.");
 }
 
 TEST_F(RegisteredLibrary, WithText_IsLoadedWithoutAnyFile) {

@@ -47,10 +47,10 @@ Scene undone(std::string_view text) {
 TEST(ScenePatch, ApplyTo_WithATextThatIsNoValue_TellsNobody) {
     const Scene scene = undone(nodeText("Real r = 1\nReal s = 1"));
     const ChangeCounter changes(scene);
-    String error;
-    EXPECT_FALSE(diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
-                         {Action::Change, Subject::Input, "n.s", "value", "1", "one"}})
-                     .applyTo(scene, error));
+    const String error = diffOf({{Action::Change, Subject::Input, "n.r", "value", "1", "2"},
+                                 {Action::Change, Subject::Input, "n.s", "value", "1", "one"}})
+                             .applyTo(scene)
+                             .message();
     EXPECT_NE(error.view().find("one"), std::string_view::npos) << error.buf();
     EXPECT_EQ(changes.count, 0);
 }
