@@ -41,8 +41,8 @@ struct ReadOptions {
 
 /// The outcome of reading a text.
 struct ReadReport {
-    /// False, with the first error, when the text has errors or no readable node; the scene is
-    /// unchanged then.
+    /// False, with the first error, when the text has errors or, with `isPartial`, no readable
+    /// node; the scene is unchanged then.
     Result isRead = Result::failure("Nothing was read.");
     /// The number of all gaps and added braces, reported or not; 0 when everything was read.
     u64 gapCount = 0;
