@@ -38,7 +38,7 @@ inline constexpr u32 attrTypeCount = 19;
 /// Returns how a value of the kind is written, for messages: "four numbers, (r g b a)". Never null.
 [[nodiscard]] QV_EXPORT const char* attrTypeForm(AttrType type) noexcept;
 
-/// Finds the kind of that exact name; false, `out` unchanged, when there is none.
+/// Finds the kind with exactly this name; false, and `out` is unchanged, when there is none.
 QV_EXPORT bool parseAttrType(std::string_view name, AttrType& out) noexcept;
 
 } // namespace qv::kelvo_sdk

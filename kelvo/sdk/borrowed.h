@@ -10,8 +10,8 @@ concept PointerFrom = std::is_pointer_v<Pointer> && requires(From from) {
     static_cast<Pointer>(from);
 };
 
-/// A pointer that a handle lends out, which becomes a pointer and nothing else: `bool on =
-/// input.get()` does not compile, where `input.get<bool>()` was meant.
+/// A borrowed pointer from a handle. It converts to pointers only, so that `bool on = input.get()`,
+/// a slip for `input.get<bool>()`, does not compile.
 template<class T>
 class Borrowed {
 public:
@@ -21,7 +21,7 @@ public:
     constexpr explicit(!std::is_convertible_v<T*, Pointer>) operator Pointer() const noexcept {
         return static_cast<Pointer>(m_object);
     }
-    /// Tells whether there is an object, in conditions alone.
+    /// Tells whether there is an object; works in conditions only.
     explicit constexpr operator bool() const noexcept { return m_object != nullptr; }
     [[nodiscard]] constexpr T* operator->() const noexcept { return m_object; }
     [[nodiscard]] constexpr T& operator*() const noexcept { return *m_object; }

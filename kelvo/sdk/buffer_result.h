@@ -8,9 +8,9 @@
 
 namespace qv::kelvo_sdk {
 
-/// Copies elements into the result of an eval callback that is asked for a buffer output: `out` is
-/// what the callback was called with. Fails, with nothing changed, when the output's elements are
-/// of another type.
+/// Copies elements into the result of an eval callback that evaluates a buffer output; `out` is the
+/// pointer that the callback was given. Fails, and changes nothing, when the output has another
+/// element type.
 QV_EXPORT Result setBufferResult(void* out, interfaces::BufferView elements);
 
 /// The same for an array, vector or span.

@@ -7,15 +7,14 @@
 
 namespace qv::kelvo_sdk {
 
-/// A node library that is a table of callbacks by type: what a plug-in creates. Type names match
-/// exactly.
-// All of it is inline, so that it belongs to the plug-in that uses it.
+/// A node library for plug-ins: a table of callbacks by type. Type names match exactly.
+// Everything is inline, so that the code belongs to the plug-in that uses it.
 class CallbackTable final : public interfaces::ILibInfo {
 public:
-    /// `kndPath` names the definition file; a relative path starts where the plug-in lies.
+    /// `kndPath` names the definition file; a relative path starts in the folder of the plug-in.
     explicit CallbackTable(String kndPath = {}) : m_kndPath(std::move(kndPath)) {}
 
-    /// Sets the callbacks of a node type, in place of earlier ones.
+    /// Sets the callbacks of a node type and replaces earlier ones.
     void set(String type, const interfaces::NodeCallbacks& callbacks) {
         m_callbacks.insert_or_assign(std::move(type), callbacks);
     }

@@ -6,22 +6,22 @@
 
 namespace qv::kelvo_sdk {
 
-/// One thing found wrong in a text, and where.
+/// An error or a warning about a text, with its place.
 struct QV_EXPORT Diagnostic {
     String source;
-    /// Both count from 1, and are 0 where the source as a whole is meant; a column is a byte.
+    /// Line and column count from 1, columns in bytes; both are 0 for the source as a whole.
     u64 line = 0;
     u64 column = 0;
-    /// The node concerned, empty outside of one.
+    /// The name of the node concerned; empty outside of nodes.
     String node;
-    /// A whole sentence: what was found and expected, and the nearest known name where one is
+    /// A whole sentence that says what was found and expected, with a suggested name where one is
     /// likely.
     String message;
-    /// The node type concerned, in a text of node types.
+    /// The node type concerned, in definition text.
     String type = {};
 
-    /// Returns "source:line:column: node 'name': message"; "type 'name'" in a text of node types,
-    /// and no numbers for the source as a whole.
+    /// Returns "source:line:column: node 'name': message", with "type 'name'" for definition text
+    /// and without numbers for the source as a whole.
     [[nodiscard]] String text() const;
 };
 

@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_sdk {
 
-/// The buffer element type that stands for a C++ type; Null for types that are no element.
+/// The buffer element type of a C++ type; Null for types that buffers cannot hold.
 template<typename T>
 inline constexpr DataType elementTypeOf = DataType::Null;
 

@@ -6,14 +6,15 @@
 
 namespace qv::kelvo_sdk {
 
-/// One frame of an evaluation: which node is asked for which output, by whom.
+/// One frame of an evaluation: the output that is evaluated, its node, and the calling frame.
 ///
-/// Lives on the stack of the read that made it; a callback passes it on to the reads it makes.
+/// It lives on the stack of the read that made it; a callback passes it on to its own reads.
 class QV_EXPORT EvalCtx {
 public:
-    /// The first frame of an evaluation: nobody is asked yet. `user` is handed through.
+    /// Makes the first frame of an evaluation, without node and output; all later frames get
+    /// `user`.
     explicit EvalCtx(void* user = nullptr) noexcept : m_user(user) {}
-    /// A frame that asks `output` of `node` on behalf of `caller` (may be null).
+    /// Makes a frame that evaluates `output` of `node` for `caller`, which may be null.
     EvalCtx(interfaces::INode* node, interfaces::IOutput* output, const EvalCtx* caller) noexcept;
 
     /// Returns null in a first frame, as does `output`.
@@ -25,9 +26,9 @@ public:
     /// Returns the first frame of the evaluation, which may be this one.
     [[nodiscard]] const EvalCtx* first() const noexcept { return m_first ? m_first : this; }
 
-    /// Tells whether this frame or one that led to it already asks for `output`.
+    /// Tells whether this frame or one of its callers evaluates `output`.
     [[nodiscard]] bool asks(const interfaces::IOutput* output) const noexcept;
-    /// Returns the outputs asked for, outermost first: "a.out -> b.out".
+    /// Returns the outputs under evaluation, outermost first: "a.out -> b.out".
     [[nodiscard]] String path() const;
 
 private:

@@ -7,25 +7,25 @@
 
 namespace qv::kelvo_sdk {
 
-/// The help on one input, as plain texts in the language in use; unescaped.
+/// The help on one input, as plain texts in the current language, not escaped.
 struct HelpRow {
-    /// Levels below the node: members and elements stand below the input that holds them.
+    /// The level below the node: 0 for its inputs, one more for each parent of a member or element.
     u32 depth = 0;
-    /// As its parent finds it: "size", "[0]".
+    /// The name of an input or member, "size", or the index of an element, "[0]".
     String name;
     String label;
     String kind;
     String defaultText;
     /// "0 to 1", "at least 0"; empty without bounds.
     String range;
-    /// All values that are allowed; empty when any value will do.
+    /// All allowed values; empty when any value is allowed.
     std::vector<String> choices;
     String unit;
     String help;
     bool isReadOnly = false;
 };
 
-/// Inputs under one heading of a layout, or under none.
+/// Inputs under one heading of a layout, or under no heading.
 struct HelpGroup {
     String label;
     std::vector<HelpRow> rows;
@@ -36,42 +36,44 @@ struct HelpPage {
     std::vector<HelpGroup> groups;
 };
 
-// Each of these takes a node type, as `LibInfo::type` gives it, or any other node, and changes
-// nothing. Texts are in the language of `os::language()` where they have it.
+// Each function takes a node type from `LibInfo::type`, or any other node, and does not change it.
+// Texts are in the language of `os::language()` where the definition has it.
 
-/// Returns the label, or the type where there is none; empty for an empty handle.
+/// Returns the label, or the type when there is no label; empty for an empty handle.
 [[nodiscard]] QV_EXPORT String helpTitle(const Node& type);
 
-/// Returns the kind of an input or output, as its `typeName` gives it, without what that leaves
-/// open: "Buffer" for a buffer of any elements.
+/// Returns the kind of an input or output from its `typeName`, without an element type that is not
+/// fixed: "Buffer" for a buffer of any elements.
 [[nodiscard]] QV_EXPORT String helpKind(const String& typeName);
 
-/// Returns the inputs by page and group of the node's layout, with those that it leaves out on a
-/// last page; in their order on one page without a label when there is none. Long values are cut,
-/// and of arrays of objects and arrays the first elements are told. None for an empty handle.
+/// Returns the inputs by page and group of the node's layout, inputs that the layout omits on a
+/// last page; without a layout, all inputs in order on one page without a label. Cuts long values,
+/// and shows only the first elements of arrays of objects or arrays. Empty for an empty handle.
 [[nodiscard]] QV_EXPORT std::vector<HelpPage> helpPages(const Node& type);
 
-/// Returns scene text that shows how such a node is written: the values that differ from the
-/// defaults, or, when none does or they are long, some first inputs. Empty for an empty handle.
+/// Returns scene text that shows how to write such a node: the values that differ from the
+/// defaults, or the first inputs when no value differs or these are long. Empty for an empty
+/// handle.
 [[nodiscard]] QV_EXPORT String helpExample(const Node& type);
 
-/// Where a page of a site leads. Nothing here is HTML yet.
+/// The links of a page to others of its site, as plain texts, not HTML.
 struct HelpLinks {
-    /// The address and the text of the way back; no address: none.
+    /// The address and the text of the link to the index; without an address there is no link.
     String index;
     String indexText;
-    /// Returns the address of the page of a type; empty when it has none. Unset: none has.
+    /// Returns the address of the page of a type; empty when the type has none. Unset when no type
+    /// has a page.
     std::function<String(const String& type)> pageOf;
-    /// The types that have the node's for a base.
+    /// The types that have the node's type as a base.
     std::vector<String> derived;
 };
 
-/// Returns a whole page of HTML that leads to others of its site; empty for an empty handle. Label,
-/// type and bases, icon, help, inputs, outputs and an example stand in it.
+/// Returns a whole HTML page with links to others of its site: label, type and bases, icon, help,
+/// inputs, outputs and an example. Empty for an empty handle.
 ///
-/// The page needs nothing outside itself and runs nothing. Every text from a scene or a definition
-/// is escaped, and an icon shows only when it is plain, still SVG. A page by itself is
-/// `INode::htmlHelp`.
+/// The page loads nothing and runs no script. All texts from a scene or a definition are escaped,
+/// and an icon is shown only if it is plain SVG without animation. `INode::htmlHelp` makes a single
+/// page without a site.
 [[nodiscard]] QV_EXPORT String helpSitePage(const Node& type, const HelpLinks& links = {});
 
 } // namespace qv::kelvo_sdk

@@ -5,14 +5,14 @@
 
 namespace qv::kelvo_sdk {
 
-/// Returns the root element of an icon, or nothing for what is not plain SVG: shapes, groups,
-/// gradients and texts, which come to an end, run nothing and load nothing.
+/// Returns the root element of an icon that is plain SVG: shapes, groups, gradients and texts,
+/// which load nothing and run nothing. Empty for any other text.
 ///
-/// Refused are scripts and handlers, animations, style sheets, references to other than gradients
-/// inside, addresses, entities, what is no well-formed XML or reads otherwise as HTML, and what is
-/// larger or deeper than an icon has to be. What stands before the root, such as a document type
-/// without declarations, is cut off, and attributes that no drawing is made of are left out. The
-/// result may stand in a page of HTML as it is.
+/// Refuses scripts and event handlers, animations, style sheets, references except to the icon's
+/// own gradients, addresses, entities, text that is not well-formed XML or means something else as
+/// HTML, and text that is too large or too deeply nested for an icon. Cuts off the text in front of
+/// the root, such as a document type without declarations, and omits attributes that do not draw.
+/// The result may be put into an HTML page unchanged.
 [[nodiscard]] QV_EXPORT String safeSvg(const String& icon);
 
 } // namespace qv::kelvo_sdk

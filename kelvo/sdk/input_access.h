@@ -7,7 +7,7 @@
 #include <utility>
 #include <variant>
 
-// One overload per C++ type, so that the typed access of the handles has a single spelling.
+// One overload per C++ type, so that the templates of the handles call one name for all types.
 namespace qv::kelvo_sdk::detail {
 
 using interfaces::IInput;
@@ -70,7 +70,7 @@ inline bool write(IInput& input, interfaces::BufferView value) {
     return input.setBuffer(value);
 }
 
-// A value as it is written, so that a refusal can tell of it: one alternative for each kind.
+// A value to be written, for the message of a refusal: one alternative for each kind.
 using Written = std::variant<bool, i64, u64, double, math::Vec2d, math::Vec3d, math::Vec4d,
                              math::Pos2d, math::Pos3d, math::Quatd, math::Rgbad, math::Mat3d,
                              math::Mat4d, String, interfaces::INode*, interfaces::BufferView>;
@@ -95,8 +95,8 @@ Written written(const T& value) {
         return value;
 }
 
-// Say why a value was not written or read, or that there is nothing to write it to or read it from.
-// They are asked afterwards, as nothing changes where a value is refused.
+// Say why a value was not written or read, or that the input or output is null. Handles call them
+// after the failure, because a refused operation changes nothing and would still be refused.
 [[nodiscard]] QV_EXPORT Result writeFailure(const IInput* input, const Written& value);
 [[nodiscard]] QV_EXPORT Result readFailure(const IInput* input, const Written& kind, bool evaluate);
 [[nodiscard]] QV_EXPORT Result readFailure(const interfaces::IOutput* output, const Written& kind);

@@ -1,5 +1,5 @@
 #pragma once
 
-/// The former place of kelvo/kelvo.h, for clients that include it from there.
+/// The former path of kelvo/kelvo.h, for clients that still include it.
 
 #include "kelvo/kelvo.h"

@@ -6,7 +6,7 @@ namespace qv::kelvo_sdk {
 
 /// Inputs that are shown under one heading of a page.
 struct LayoutGroup {
-    /// Empty for inputs that stand in the page itself, as is its label.
+    /// Name and label are empty for inputs directly on the page, without a heading.
     String name;
     String label;
     ds::Vector<Input> inputs;

@@ -2,37 +2,37 @@
 
 #include "kelvo/sdk/interfaces/i_lib_info.h"
 
-/// Marks the entry point of a node library, which stays visible whatever its build hides.
+/// Marks the entry point of a node library: exports it even from a build that hides symbols.
 #if defined(_WIN32)
 #define KELVO_LIBRARY_EXPORT __declspec(dllexport)
 #else
 #define KELVO_LIBRARY_EXPORT __attribute__((visibility("default")))
 #endif
 
-// Its address tells the copies of the library in a process apart.
+// Its address identifies a copy of this library, as a process may contain several.
 extern "C" QV_EXPORT qv::i64 impl_nodeInstanceCount();
 
 namespace qv::kelvo_sdk {
 
-/// Number of the binary interface between this library and node libraries.
-// To be raised with every change of sdk/interfaces/, of the layout of a class that a node library
-// sees, or of LibraryEntry behind its first member.
+/// The version of the binary interface between this library and node libraries.
+// Raise it with every change of sdk/interfaces/, of the layout of a class that a node library uses,
+// or of LibraryEntry behind its first member.
 inline constexpr u32 libraryInterfaceVersion = 2;
 
-/// The description that a node library gives the program that loads it; static data of the library.
+/// The description of a node library for the program that loads it; static data of the library.
 struct LibraryEntry {
-    /// The version of the interface that the node library was built for. It stays the first member
-    /// for ever, so that a library of any version can be told apart before more of it is looked at.
+    /// The version of the interface that the node library was built for. It always stays the first
+    /// member, so that the loader can check it before it reads the others.
     u32 interfaceVersion = 0;
-    /// The copy of this library that the node library uses: it has to be the program's.
+    /// Identifies the copy of this library that the node library uses, which must be the program's.
     i64 (*core)() = nullptr;
-    /// Returns the node library with one reference, which goes to the caller; null when it failed.
+    /// Returns the node library with one reference, owned by the caller; null on failure.
     interfaces::ILibInfo* (*create)() = nullptr;
-    /// The definition text; null when it is a file, which `ILibInfo::kndPath` names.
+    /// The definition text; null when it is in a file, which `ILibInfo::kndPath` names.
     const char* definitions = nullptr;
 };
 
-/// Returns the entry of a node library built now:
+/// Returns the entry of a node library that is built with this header:
 ///
 ///     extern "C" KELVO_LIBRARY_EXPORT const LibraryEntry* kelvo_library() {
 ///         static const LibraryEntry entry = libraryEntry(&createLibrary);
@@ -43,7 +43,7 @@ struct LibraryEntry {
     return {libraryInterfaceVersion, &impl_nodeInstanceCount, create, definitions};
 }
 
-/// The entry point: the one symbol of a node library that is looked up, by `libraryEntryName`.
+/// The type of the entry point, which the loader looks up by the name `libraryEntryName`.
 using LibraryEntryPoint = const LibraryEntry* (*)();
 inline constexpr const char* libraryEntryName = "kelvo_library";
 

@@ -18,8 +18,8 @@ class QV_EXPORT Output : public RefersTo<interfaces::IOutput> {
 public:
     using RefersTo::RefersTo;
 
-    /// Returns the object, borrowed, valid while a handle holds it; null when empty. The value is
-    /// `get<T>()`.
+    /// Returns the object, borrowed, valid while a handle keeps it alive; null for an empty handle.
+    /// To get the value, call `get<T>()`.
     [[nodiscard]] Borrowed<interfaces::IOutput> get() const noexcept {
         return Borrowed<interfaces::IOutput>(RefersTo::get());
     }
@@ -31,44 +31,45 @@ public:
     [[nodiscard]] String typeName() const { return get() ? get()->typeName() : String(); }
     /// Returns the element type of a buffer output, Null for other kinds.
     [[nodiscard]] DataType dataType() const { return get() ? get()->dataType() : DataType::Null; }
-    /// Returns the owning node; borrowed, null once it is gone.
+    /// Returns the owner, borrowed; null after its destruction or the removal of the output.
     [[nodiscard]] interfaces::INode* node() const { return get() ? get()->node() : nullptr; }
 
-    /// Evaluates the output and returns what it gives as an input by itself, to be read like any
-    /// other; empty when it gives nothing. A node in it is borrowed. Needs kelvo/sdk/input.h.
+    /// Evaluates the output and returns the result as an input without a node, to be read like any
+    /// other input; empty when there is no result. A node in it is borrowed. Needs
+    /// kelvo/sdk/input.h.
     [[nodiscard]] Input evaluate(EvalCtx* ctx = nullptr) const;
-    /// Evaluates the output and reads what it gives as a `T`, converted, as `Input::read` does.
-    /// Fails, `out` unchanged, when there is no value or it does not convert.
+    /// Evaluates the output and reads the result as a `T`, converted, as `Input::read` does. Fails,
+    /// with `out` unchanged, when there is no result or it does not convert.
     template<typename T>
     Result read(T& out, EvalCtx* ctx = nullptr) const {
-        // Callbacks that are asked may let go of this handle.
+        // Callbacks of the evaluation may empty or destroy this handle.
         const RefersTo<interfaces::IOutput> held(*this);
         if (tryRead(out, ctx)) return {};
         return detail::readFailure(held.get(), detail::written(T()));
     }
-    /// Evaluates the output and reads what it gives as a `T`; `fallback` when that fails.
+    /// Evaluates the output and returns the result as a `T`; `fallback` when that fails.
     template<typename T>
     [[nodiscard]] T get(T fallback = T()) const {
         tryRead(fallback, nullptr);
         return fallback;
     }
-    /// Evaluates a buffer output whose element type is exactly that of `T` and returns the
-    /// elements, else an empty span. Valid until this thread evaluates the output again, or the
-    /// output goes.
+    /// Evaluates a buffer output and returns the elements if their type is exactly that of `T`,
+    /// else an empty span. The span is valid until this thread evaluates the output again, or the
+    /// output is destroyed.
     template<typename T>
     [[nodiscard]] std::span<const T> buffer(EvalCtx* ctx = nullptr) const {
         interfaces::BufferView view;
         if (!tryRead(view, ctx) || view.type != elementTypeOf<T>) return {};
         return {static_cast<const T*>(view.data), view.count};
     }
-    /// Evaluates the output and returns what it gives as text; empty when it gives nothing.
+    /// Evaluates the output and returns the result as text; empty when there is none.
     [[nodiscard]] String asString(EvalCtx* ctx = nullptr) const {
         String text;
         tryRead(text, ctx);
         return text;
     }
 
-    /// Returns how many inputs are connected.
+    /// Returns the number of connected inputs.
     [[nodiscard]] u64 targetCount() const { return get() ? get()->targetCount() : 0; }
     /// Returns a connected input, in order of connection; empty out of range. Needs
     /// kelvo/sdk/input.h.
@@ -80,7 +81,7 @@ private:
         const RefersTo<interfaces::IInput> value = evaluated(ctx);
         return value && detail::read(*value, out, true, nullptr);
     }
-    // An input that holds the value; empty when there is none.
+    // Returns an input with the result; empty when there is none.
     [[nodiscard]] RefersTo<interfaces::IInput> evaluated(EvalCtx* ctx) const;
 };
 

@@ -10,13 +10,13 @@ namespace qv::kelvo_sdk {
 
 namespace {
 
-// A step whose name is still a part of the path.
+// A step whose name is a view into the path, not a copy.
 struct Step {
     std::string_view name;
     i64 index = -1;
 };
 
-// Takes an identifier off the front.
+// Removes an identifier from the front.
 bool takeName(std::string_view& rest, Step& step) {
     u64 length = 0;
     while (length < rest.size() && ascii::continuesIdentifier(rest[length]))
@@ -26,7 +26,7 @@ bool takeName(std::string_view& rest, Step& step) {
     return length != 0 && !ascii::isDigit(step.name[0]);
 }
 
-// Reads the number of an element, in the one way that paths write it.
+// Reads the index of an element: digits without leading zeros, at most `maxIndex`.
 bool readIndex(std::string_view digits, i64& index) {
     if (digits.empty() || (digits[0] == '0' && digits.size() > 1)) return false;
     u64 number = 0;
@@ -37,7 +37,7 @@ bool readIndex(std::string_view digits, i64& index) {
     return true;
 }
 
-// Takes "[3]" or "[+]" off the front.
+// Removes "[3]" or "[+]" from the front.
 bool takeElement(std::string_view& rest, Step& step) {
     const u64 end = rest.find(']');
     if (end == std::string_view::npos) return false;
@@ -55,8 +55,7 @@ bool takeStep(std::string_view& rest, bool isFirst, Step& step) {
     return takeName(rest, step);
 }
 
-// Calls `visit(const Step&)` for each step up to the first that is malformed; false if there is
-// one.
+// Calls `visit(const Step&)` for each step before the first malformed one; false if there is one.
 template<typename Visit>
 bool visitSteps(std::string_view path, const Visit& visit) {
     bool isFirst = true;

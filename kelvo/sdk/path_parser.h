@@ -17,15 +17,15 @@ public:
         i64 index = -1;
     };
 
-    /// Index of the step "[+]".
+    /// The index of the step "[+]".
     static constexpr i64 appendIndex = -2;
 
-    /// Greatest number of an element: as arrays grow on the way, a longer one in a path is taken
-    /// for a mistake.
+    /// The greatest index of an element. Paths with a greater one count as malformed, because
+    /// `inputAt` would make an array grow to that size.
     static constexpr i64 maxIndex = (i64(1) << 20) - 1;
 
     /// Returns one token per step, in order; none at all for a malformed path. Steps are simple
-    /// identifiers, separated by '.'; "[3]" and "[+]" follow the array they pick an element of.
+    /// identifiers, separated by '.'; "[3]" and "[+]" follow the name of the array.
     [[nodiscard]] static ds::Vector<Token> parsePath(String path);
 };
 

@@ -8,14 +8,14 @@ namespace qv::kelvo_sdk {
 
 /// The outcome of an operation that may fail: true, or false with a message that says why.
 ///
-/// One word, null when all went well: success takes no memory. A message is one whole sentence that
-/// names the thing, its place, and what was expected.
+/// Its size is one pointer, null on success, so that success takes no memory. A message is one
+/// whole sentence that names the object, its place, and what was expected.
 class [[nodiscard]] Result {
 public:
-    /// All went well.
+    /// Makes a success.
     Result() noexcept = default;
     [[nodiscard]] static Result failure(String message) {
-        // An empty text has no buffer, and would read as success.
+        // An empty text has no buffer and would count as success.
         if (message.isEmpty()) message = "It cannot be done.";
         Result failed;
         failed.m_message = message.detach();
@@ -35,7 +35,7 @@ public:
     }
 
     operator bool() const noexcept { return !m_message; }
-    /// Returns why it failed; empty when it did not.
+    /// Returns the reason of the failure; empty on success.
     [[nodiscard]] String message() const noexcept {
         if (m_message) m_message->incRef();
         return {adoptRef, m_message};
@@ -47,8 +47,8 @@ private:
 
 static_assert(sizeof(Result) == sizeof(void*));
 
-/// The value that an operation made or, when it failed, an empty one that says why. It is used like
-/// the value itself: `const Node lamp = scene.createNode("light", "lamp")`.
+/// The handle on something new, empty with a reason when the operation failed. It is used like
+/// the handle itself: `const Node lamp = scene.createNode("light", "lamp")`.
 template<class T>
 class Made : public T {
 public:
@@ -56,7 +56,7 @@ public:
     Made(Result failure) noexcept : m_result(std::move(failure)) {}
 
     [[nodiscard]] const Result& result() const noexcept { return m_result; }
-    /// Returns why there is no value; empty when there is one.
+    /// Returns the reason of the failure; empty on success.
     [[nodiscard]] String message() const noexcept { return m_result.message(); }
 
 private:

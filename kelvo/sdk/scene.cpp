@@ -29,7 +29,7 @@ public:
     OpenEdit(const OpenEdit&) = delete;
     OpenEdit& operator=(const OpenEdit&) = delete;
 
-    // False when that was done already, or there is no scene.
+    // Returns false when the edit was cancelled before, or there is no scene.
     bool cancel() {
         const Scene scene = std::exchange(m_scene, Scene());
         if (scene) scene->cancelEdit(m_depth);
@@ -41,7 +41,7 @@ private:
     String m_doText;
     String m_undoText;
     u64 m_depth = 0;
-    // By an exception.
+    // Tells whether an exception that leaves the scope cancels the edit.
     bool m_isTakenBack;
     int m_exceptions = std::uncaught_exceptions();
 };

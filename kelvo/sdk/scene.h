@@ -24,35 +24,35 @@ using interfaces::SceneObserver;
 using interfaces::UndoLimits;
 using interfaces::UndoStep;
 
-/// Former names of IntegrityError and IntegrityErrors, for programs that use them still.
+/// Former names of IntegrityError and IntegrityErrors, for programs that still use them.
 using SceneFault = IntegrityError;
 using SceneFaults = IntegrityErrors;
 
-/// How much of a text is read.
+/// Says how to read a text.
 struct ReadOptions {
-    /// Of a text with errors, builds what can be read. Lines that cannot be read, whole nodes where
-    /// it is their head, and names of nodes and outputs that are not known are gaps: each is told,
-    /// and all are kept and written back where they stood. A '}' that is missing is added. Without
-    /// it a text with errors is not read at all.
+    /// Reads the readable parts of a text with errors; otherwise such a text is not read at all.
+    /// Gaps are lines that cannot be read, whole nodes whose first line cannot be read, and unknown
+    /// names of nodes and outputs: each is reported, and all are kept and written back at their
+    /// places. A missing '}' is added.
     bool isPartial = false;
-    /// So many errors or gaps are told at most.
+    /// The greatest number of diagnostics.
     u32 maxDiagnostics = 20;
 };
 
 /// The outcome of reading a text.
 struct ReadReport {
-    /// False, with the first error, when the scene stayed as it was: the text has errors, or no
-    /// node that can be read.
+    /// False, with the first error, when the text has errors or, with `isPartial`, no readable
+    /// node; the scene is unchanged then.
     Result isRead = Result::failure("Nothing was read.");
-    /// All that is not as the text has it, told or not; 0 when everything was read.
+    /// The number of all gaps and added braces, reported or not; 0 when everything was read.
     u64 gapCount = 0;
 
     [[nodiscard]] bool isWhole() const noexcept { return isRead && gapCount == 0; }
 };
 
-/// Handle on a scene; keeps it alive. Every operation is safe on an empty handle, as one that was
-/// made by its default constructor and not by `create`: questions answer empty, false or 0, and
-/// what would change something fails with a message.
+/// Handle on a scene; keeps it alive. The default constructor makes an empty handle; `create` makes
+/// a scene. Every operation is safe on an empty handle: questions answer empty, false or 0, and
+/// operations that return a `Result` or `Made` fail with a message.
 class QV_EXPORT Scene : public RefersTo<interfaces::IScene> {
 public:
     using RefersTo::RefersTo;
@@ -61,25 +61,25 @@ public:
     /// Returns a new, empty scene.
     [[nodiscard]] static Scene create();
 
-    /// Creates a node: a copy of its type's definition in the scene's libraries, a bare one when
-    /// none knows the type. A taken name gets the next free number. Fails, and logs, when the name
-    /// is no simple identifier or the type is abstract.
+    /// Creates a node: a copy of the prototype of its type in the scene's libraries, or a bare node
+    /// when no library knows the type. A name in use gets the next free number. Fails, and logs,
+    /// when the name is no simple identifier or the type is abstract.
     Made<Node> createNode(String type, String name) const;
     [[nodiscard]] Node findNode(String name) const;
     [[nodiscard]] Node operator[](String name) const { return findNode(std::move(name)); }
-    /// Clears every link and connection to the node and lets it go.
+    /// Clears every link and connection to the node and drops the scene's reference.
     Result removeNode(const Node& node) const;
-    /// A taken name gets the next free number.
+    /// Renames a node; a name in use gets the next free number.
     Result renameNode(const Node& node, const String& name) const;
-    /// Moves a node so that it becomes the index-th.
+    /// Moves a node to position `index`.
     Result moveNode(const Node& node, u64 index) const;
     [[nodiscard]] u64 nodeCount() const { return get() ? get()->nodeCount() : 0; }
     /// Returns a node by position in creation order; empty out of range.
     [[nodiscard]] Node node(u64 index) const { return get() ? Node(get()->node(index)) : Node(); }
 
-    /// Add an observer, which must unsubscribe before it dies; fail when it is there already. A
-    /// `SceneListener` is given handles, a `SceneObserver` the interfaces, a `BatchObserver` each
-    /// edit as a whole.
+    /// Add an observer, which must unsubscribe before its destruction; fail if it is subscribed
+    /// already. A `SceneListener` is given handles, a `SceneObserver` interfaces, a `BatchObserver`
+    /// the net changes of each edit.
     Result subscribe(SceneListener* listener) const;
     Result unsubscribe(SceneListener* listener) const;
     Result subscribe(SceneObserver* observer) const;
@@ -111,65 +111,67 @@ public:
     Result markSaved() const;
     [[nodiscard]] bool isSaved() const { return !get() || get()->isSaved(); }
 
-    /// Lets the scene know the types of a library, behind those of the libraries it has; fails when
-    /// it has it already, or when that is no library of definitions.
+    /// Adds the types of a library, after those of earlier libraries. Fails for a library that the
+    /// scene already has, and for a library without definitions of its own.
     Result addLibrary(const LibInfo& library) const;
 
-    /// Returns how many libraries the scene has.
+    /// Returns the number of libraries.
     [[nodiscard]] u64 libraryCount() const;
     /// Returns a library by position, in the order in which types are looked up; empty out of
     /// range.
     [[nodiscard]] LibInfo library(u64 index) const;
 
-    /// Lets the scene keep each node's dirty flag true to what the node depends on, as changes come
-    /// in: for many queries on deep graphs.
+    /// Makes the scene update the dirty flags of nodes with each change, instead of searching their
+    /// dependencies at each query: for many queries on deep graphs.
     Result setDirtyStateCached(bool cached) const;
 
-    /// Keeps up to `maxBytes` of what eval callbacks give, for as long as nothing changes that
-    /// their nodes depend on; 0 keeps nothing. `isChecked` finds callbacks that this does not suit.
+    /// Caches up to `maxBytes` of results of eval callbacks until something that their nodes depend
+    /// on changes; 0 turns the cache off. `isChecked` finds callbacks whose results must not be
+    /// cached; see `IScene`.
     Result setEvalCache(u64 maxBytes, bool isChecked = false) const;
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const {
         return get() ? get()->evalCacheFigures() : interfaces::EvalCacheFigures();
     }
 
-    /// Looks through the whole scene, in linear time, for laws that do not hold: both ends of each
-    /// connection agree, links lead to nodes of the scene, names are unique, counts and indexes
-    /// are right. Empty when all is well; anything else is a fault of the program.
+    /// Checks the laws of the whole scene in linear time: both ends of each connection agree, links
+    /// lead to nodes of the scene, names are unique, counts and indexes are right. Empty when all
+    /// laws hold; anything else is a fault of the program.
     [[nodiscard]] IntegrityErrors verify() const {
         return get() ? get()->verify() : IntegrityErrors();
     }
 
-    /// Returns the scene as text that `read` takes back.
+    /// Returns the scene as text for `read`.
     [[nodiscard]] String text() const;
-    /// Adds what a scene text describes. Names that the scene has already get a number, and the
-    /// text's references follow. On any error it fails with the first one: the scene stays as it
-    /// was and `diagnostics`, when given, tells all that was found (at most 20). `source` names the
-    /// text in them.
+    /// Adds the nodes of a scene text. A name that the scene already has gets a number, and the
+    /// references in the text are adjusted. If the text has errors, fails with the first one and
+    /// leaves the scene unchanged; `diagnostics`, when given, gets all errors (at most 20).
+    /// `source` names the text in diagnostics.
     Result read(String text, String source, Diagnostics* diagnostics = nullptr) const;
-    /// The same with a choice. A node takes the lines that could not be read inside of it along
-    /// when it is renamed, converted, removed and brought back; those between nodes stay.
+    /// Reads a text with options. Gaps inside a node belong to that node when it is renamed,
+    /// converted, removed or restored; gaps between nodes stay where they are.
     ReadReport read(String text, String source, const ReadOptions& options,
                     Diagnostics* diagnostics = nullptr) const;
 
     /// Returns all nodes, in creation order.
     [[nodiscard]] ds::Vector<Node> nodes() const;
-    /// Looks for nodes and inputs by path, type and value. Needs kelvo/sdk/search.h.
+    /// Finds nodes and inputs by path, type and value. Needs kelvo/sdk/search.h.
     [[nodiscard]] Matches find(const Query& query) const;
-    /// The same by path alone, as "lamp*.radius".
+    /// Finds nodes and inputs by path only, for example with "lamp*.radius".
     [[nodiscard]] Matches find(String pattern) const;
 };
 
-/// An undo step of a scene: stays open while any copy lives, closes when the last goes.
+/// Joins the edits during its lifetime into one undo step, which ends with the last copy of the
+/// scope. An exception that leaves the scope undoes them.
 class QV_EXPORT Scene::UndoScope : public RefersTo<RefCounted> {
 public:
     UndoScope(Scene scene, String doText, String undoText);
-    /// Ends the step and takes back what was done since it began; the scope is then done with, and
+    /// Ends the step and undoes the edits since it began. The scope has no further effect and
     /// cannot be cancelled again.
     Result cancel() const;
 
 private:
     friend class impl::NodeChangeScope;
-    // A step that an exception does not take back.
+    // Makes a step that an exception does not undo.
     explicit UndoScope(Scene scene);
 };
 

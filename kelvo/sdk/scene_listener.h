@@ -6,34 +6,36 @@
 
 namespace qv::kelvo_sdk {
 
-/// Hears of the changes of a whole scene, after the observers of the node concerned, in handles.
+/// Is notified of changes of a whole scene, after the observers of the node concerned, and is given
+/// handles.
 ///
-/// Override what you need. Called on the thread that makes the change. It may subscribe,
-/// unsubscribe and edit from inside. Not owned by the scene; unsubscribe before it dies.
+/// Override the functions that you need. Called on the thread that makes the change; it may
+/// subscribe, unsubscribe and edit. The scene does not own it; unsubscribe before its destruction.
 class QV_EXPORT SceneListener {
 public:
     virtual void nodeAdded(Node /*node*/) {}
-    /// Nothing links or connects to the node any more, and it has no connections; it still can be
-    /// read, with the links of its own.
+    /// Called when all links and connections to the node, and its own connections, are cleared. The
+    /// node can still be read, and its own links are unchanged.
     virtual void nodeRemoved(Node /*node*/) {}
     virtual void nodeRenamed(Node /*node*/, String /*oldName*/) {}
-    /// It stood at `from` before.
+    /// `from` is the node's position before.
     virtual void nodeMoved(Node /*node*/, u64 /*from*/) {}
     virtual void inputAdded(Input /*input*/) {}
     virtual void inputRemoved(Input /*input*/) {}
     virtual void outputAdded(Output /*output*/) {}
     virtual void outputRemoved(Output /*output*/) {}
-    /// `previous` is an input by itself that holds the value before; a node in it is borrowed.
+    /// `previous` is an input without a node that has the value before; a node in it is borrowed.
     /// Empty for arrays and objects.
     virtual void inputChanged(Input /*input*/, Input /*previous*/) {}
     /// `before` and `after` are the connected outputs, empty for none.
     virtual void inputConnected(Input /*input*/, Output /*before*/, Output /*after*/) {}
-    /// The input has another name than `before`, at its old place.
+    /// The input was renamed and keeps its place; `before` is its old name.
     virtual void inputRenamed(Input input, String /*before*/) {
         inputRemoved(input);
         inputAdded(std::move(input));
     }
-    /// The node was converted: the replacement has its name, its place and all that led to it.
+    /// The node was converted: the replacement has its name and place, and all links and
+    /// connections to it.
     virtual void nodeConverted(Node node, Node replacement) {
         nodeRemoved(std::move(node));
         nodeAdded(std::move(replacement));
@@ -49,7 +51,7 @@ protected:
 private:
     friend class Scene;
 
-    // The observer that the scene knows, which makes handles of what it is told.
+    // The observer that is subscribed to the scene; it calls the listener with handles.
     class Forwarder;
     std::unique_ptr<Forwarder> m_forwarder;
 };

@@ -7,34 +7,33 @@
 
 namespace qv::kelvo_sdk {
 
-/// Why a query cannot be answered; false when it can.
+/// The reason why a query cannot be answered; false when there is none.
 struct QueryFault {
-    /// One sentence that names the pattern or value.
+    /// A sentence that names the pattern or value; empty when there is no fault.
     String message = {};
-    /// The place of the fault in the pattern or value, in bytes.
+    /// The byte of the pattern or value at which the fault is.
     u64 at = 0;
 
     [[nodiscard]] explicit operator bool() const { return !message.isEmpty(); }
 };
 
-/// Names what is looked for in a scene. All conditions have to hold; docs/search.md has their
-/// grammar.
+/// The conditions of a search, which matches have to meet all; docs/search.md has their grammar.
 ///
 ///     scene.find({.pattern = "*.intensity", .value = ">10"})
 struct QV_EXPORT Query {
-    /// Compared with the whole path of nodes ("lamp") and inputs ("lamp.shade.stops[1]"), without
+    /// A pattern for the whole path of a node ("lamp") or input ("lamp.shade.stops[1]"), without
     /// regard to case. '*' is any run of characters within a step, '?' one character within a
     /// step, "**" any run across steps.
     String pattern = "**";
-    /// A type or base of nodes, or a kind of inputs, as "Real" or "Array<Node>", with '*' and '?',
-    /// without regard to case.
+    /// A type of nodes, a base of their types, or a kind of inputs such as "Real" or "Array<Node>",
+    /// with '*' and '?', without regard to case.
     std::optional<String> type = {};
-    /// The value stored in inputs, as text with '*' and '?', or compared with a number: "<1",
-    /// "<=1", ">1", ">=1", "=1". Nodes have none.
+    /// A text with '*' and '?' for the value stored in an input, or a comparison with a number:
+    /// "<1", "<=1", ">1", ">=1", "=1". Nodes have no value.
     std::optional<String> value = {};
     bool nodes = true;
     bool inputs = true;
-    /// Libraries beside those of the scene, which know bases of types that nodes do not name.
+    /// Libraries in which, after those of the scene, the bases of types are looked up.
     ds::Vector<LibInfo> libraries = {};
 
     [[nodiscard]] QueryFault fault() const;
@@ -42,16 +41,16 @@ struct QV_EXPORT Query {
 
 /// A node or an input that was found.
 struct Match {
-    /// The node, also of an input.
+    /// The node that matched, or the owner of the input.
     Node node;
-    /// Empty where the node itself was found.
+    /// The input that matched; empty when the node itself matched.
     Input input;
 
     [[nodiscard]] String path() const { return input ? input.path() : node.name(); }
 };
 
-/// All that a query finds, in the order of the scene: nodes, each followed by its inputs, and these
-/// by what they hold. False when the query has a fault, and then empty.
+/// The result of a search in the order of the scene: each node is followed by its inputs, and each
+/// input by its elements or members. False, and empty, when the query has a fault.
 class Matches {
 public:
     Matches() = default;

@@ -7,22 +7,22 @@
 
 namespace qv::kelvo_sdk {
 
-/// How bad something is: of no consequence, probably not meant so, or wrong.
+/// The severity of a finding: harmless, probably a mistake, or certainly wrong.
 enum class Severity : i32 { Note, Warning, Error };
 
 /// Returns "note", "warning" or "error".
 [[nodiscard]] QV_EXPORT const char* severityName(Severity severity) noexcept;
 
-/// Something that scenes are looked through for; docs/validation.md lists them.
+/// A rule that scenes are checked by; docs/validation.md lists all rules.
 struct ValidationRule {
-    /// Lower-case words joined by '-'; stays the same in all versions.
+    /// Lower-case words joined by '-'; does not change between versions.
     const char* id;
     Severity severity;
-    /// A sentence about what the rule finds.
+    /// A sentence that says which places break the rule.
     const char* summary;
-    /// A sentence about what a fix does; null when there is none.
+    /// A sentence that says how to fix a finding; null when there is no fix.
     const char* fix;
-    /// True when a finding tells of something that could not be checked, as nothing defines it.
+    /// True if findings name parts that could not be checked, because no library defines them.
     bool isUnchecked = false;
 };
 
@@ -33,48 +33,50 @@ struct ValidationRule {
 class QV_EXPORT FindingFix : public RefCounted {
 public:
     explicit FindingFix(String text) : m_text(std::move(text)) {}
-    /// Returns what it does: "remove element [0]".
+    /// Returns a description of the edit: "remove element [0]".
     [[nodiscard]] const String& text() const noexcept { return m_text; }
-    /// Edits the scene; fails when there is nothing left to fix or it is refused.
+    /// Edits the scene; fails when there is nothing left to fix or the edit is refused.
     virtual Result apply() = 0;
 
 private:
     String m_text;
 };
 
-/// One thing that a rule found.
+/// A place where a scene breaks a rule.
 struct Finding {
     /// Never null; lives as long as the program.
     const ValidationRule* rule = nullptr;
-    /// Empty when the scene as a whole is concerned.
+    /// The node concerned; empty for the scene as a whole.
     Node node;
-    /// Path of the node, input or output, as "room.children[0]"; empty for the scene as a whole.
+    /// The path of the node, input or output, such as "room.children[0]"; empty for the scene as a
+    /// whole.
     String place;
-    /// A whole sentence that names node or input.
+    /// A whole sentence that names the node or input.
     String message;
-    /// Null when there is none.
+    /// Null when there is no fix.
     RefersTo<FindingFix> fix;
 };
 
 using Findings = ds::Vector<Finding>;
 
-/// Facts from outside of a scene that a look through it needs.
+/// Facts from outside of the scene that the validation needs.
 struct ValidationOptions {
-    /// Tells whether there is a file at a path that a node gives. Files are not looked for without
-    /// it, as the library asks no file system.
+    /// Tells whether there is a file at a path. Unset, files are not checked, as the library does
+    /// not use the file system itself.
     std::function<bool(const String& path)> fileExists = {};
-    /// Nodes of a scene without libraries were not checked against their types, which is told of
-    /// each; by default such a scene may hold any.
+    /// In a scene without libraries, reports each node because its type could not be checked; by
+    /// default such a scene may have nodes of any type.
     bool needsTypes = false;
 };
 
-/// Looks through a scene by all rules: node by node in the order of the scene, then what concerns
-/// several. A scene that `verify` finds fault with is looked into no further. Changes nothing.
+/// Checks a scene by all rules and returns the findings: node by node in the order of the scene,
+/// then those about several nodes. Stops at a scene for which `verify` finds errors. Changes
+/// nothing.
 [[nodiscard]] QV_EXPORT Findings validate(const Scene& scene,
                                           const ValidationOptions& options = {});
 
-/// Tells whether a scene with these findings is good: it has no errors, and when `isStrict`
-/// everything could be checked and there are no warnings either.
+/// Tells whether a scene with these findings passes: there are no errors and, if `isStrict`, no
+/// warnings and no parts that could not be checked.
 [[nodiscard]] QV_EXPORT bool passes(const Findings& findings, bool isStrict = false) noexcept;
 
 /// The outcome of fixing the findings of a scene.
@@ -84,7 +86,7 @@ struct FixReport {
     Findings left;
 };
 
-/// Applies the fixes of all findings that are at least that severe, as one undo step.
+/// Applies the fixes of all findings of at least this severity, as one undo step.
 QV_EXPORT FixReport fixFindings(const Scene& scene, Severity least = Severity::Note,
                                 const ValidationOptions& options = {});
 

@@ -17,7 +17,7 @@ String plainText(const Input& input) {
     return node ? node.name() : String("null");
 }
 
-// Without recursion: inputs may be nested deeper than the stack goes.
+// Not recursive, because inputs may be nested so deep that recursion would overflow the stack.
 class ValueWriter {
 public:
     explicit ValueWriter(const StandIn& standIn) : m_standIn(standIn) {}
@@ -49,7 +49,7 @@ private:
         endMember();
     }
 
-    // Members of objects stand on lines of their own.
+    // Members of objects are on lines of their own.
     void endMember() {
         if (!m_open.empty() && m_open.back().input.type() == AttrType::Object) m_out.append('\n');
     }

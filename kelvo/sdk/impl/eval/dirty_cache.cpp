@@ -23,8 +23,8 @@ DirtyCache::DirtyCache(Scene& scene) : m_scene(scene) {
     scene.forEachNode([this](Node* node) { nodeEntered(*node); });
 }
 
-// Readers of a node that was dirty already are dirty themselves, or wait among the early ones.
-// Without memory to find out which flags to turn, all are turned.
+// Readers of a node that was dirty before are dirty too, or are in `m_early`. When memory is out,
+// sets all flags, because the walk that finds the right ones cannot finish.
 void DirtyCache::nodeChanged(const Node& node, bool wasDirty) noexcept {
     try {
         recheckEarly();
@@ -40,7 +40,7 @@ void DirtyCache::markAll() noexcept {
     m_scene.forEachNode([](Node* each) { each->m_dirty = true; });
 }
 
-// Without memory to remember it by, it stays clean until it changes.
+// When memory is out, the node is not noted as early, and stays clean until its next change.
 void DirtyCache::nodeCleaning(Node& node) noexcept {
     note(node, Known::Clean);
     try {
@@ -69,8 +69,8 @@ void DirtyCache::recheckEarly() {
     }
 }
 
-// Goes by what is known here, and turns the flags themselves at the end: the nodes are far apart in
-// memory, so that many are fetched at once.
+// Walks over the copies of the flags and sets the flags in the nodes at the end, in one loop: the
+// nodes are far apart in memory, and the processor can then fetch several at once.
 void DirtyCache::spread(const Node& from) {
     const GraphReader reader(&from);
     if (reader.graph() && m_known.size() < reader.graph()->end())
@@ -91,7 +91,7 @@ void DirtyCache::spread(const Node& from) {
     }
 }
 
-// Tells whether a reader was clean.
+// Tells whether the flag of a reader has to be set, and notes that it will be.
 bool DirtyCache::turns(Spot spot, Node& reader) {
     if (!spot.hasNumber()) return !std::exchange(reader.m_dirty, true);
     Known& known = m_known[spot.number()];

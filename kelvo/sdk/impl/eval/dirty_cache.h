@@ -11,15 +11,15 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// Keeps the dirty flag of every node of a scene true to what the node depends on, as changes come
-/// in: what links or connects to a dirty node is dirty too. Each change costs in proportion to the
-/// flags that it turns, so that a query need look at one flag only.
+/// Updates the dirty flags of all nodes of a scene with each change: a node that links or connects
+/// to a dirty node is dirty too. A change takes time in proportion to the flags that it sets, and a
+/// query reads one flag only.
 ///
-/// A node that is marked clean before what it depends on stays clean until the next change of the
-/// scene, which finds it dirty again, unless all that it depends on is clean by then.
+/// A node that is marked clean before its dependencies stays clean until the next change of the
+/// scene. That change makes it dirty again, unless all its dependencies are clean by then.
 class DirtyCache : public SceneFollower {
 public:
-    /// Looks through all nodes of the scene, which must outlive the cache.
+    /// Updates the flags of all nodes of the scene, which must outlive the cache.
     explicit DirtyCache(Scene& scene);
 
     void nodeChanged(const Node& node, bool wasDirty) noexcept override;
@@ -28,7 +28,7 @@ public:
     void nodeTakenOut(Node& node) noexcept override { m_early.erase(&node); }
 
 private:
-    // Of a node's flag, as far as that is known beside the node.
+    // A copy of a node's flag. The nodes are far apart in memory, so reading copies is faster.
     enum class Known : u8 { Clean, Turning, Dirty };
     struct Turned {
         Node* node;
@@ -42,11 +42,11 @@ private:
     void note(const Node& node, Known known) noexcept;
 
     Scene& m_scene;
-    // Marked clean while something they depend on was dirty: the exceptions to the law.
+    // The nodes that were marked clean while a dependency was dirty: the exceptions to the law.
     std::unordered_set<Node*> m_early;
     std::vector<Spot> m_pending;
     std::vector<Turned> m_turned;
-    // By number; a node that is clean here may be dirty, but not the other way round.
+    // By number. A node may be dirty although it is clean here, but not the other way round.
     std::vector<Known> m_known;
 };
 

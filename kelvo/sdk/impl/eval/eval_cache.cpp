@@ -33,7 +33,7 @@ u64 EvalCache::keyOf(const Output& output) {
     return hashMix(hashMix(hash, output.nameHash()), kind);
 }
 
-// Two outputs of one key are told apart by their address.
+// Compares the address of the output too, because two outputs may have the same key.
 bool EvalCache::find(u64 key, const Output& output, Value& result, bool* isSettled) {
     const std::lock_guard lock(m_mutex);
     const auto found = m_byKey.find(key);
@@ -49,7 +49,7 @@ bool EvalCache::find(u64 key, const Output& output, Value& result, bool* isSettl
 }
 
 void EvalCache::store(u64 key, const Output& output, const Value& result) {
-    // A list node, a table node and its share of the table.
+    // An estimate for a list node, a table node and its share of the table.
     constexpr u64 overhead = sizeof(Entry) + 8 * sizeof(void*);
     const std::lock_guard lock(m_mutex);
     if (const auto old = m_byKey.find(key); old != m_byKey.end()) drop(old->second);

@@ -13,9 +13,9 @@ namespace qv::kelvo_sdk::impl {
 
 class Output;
 
-/// The results of a scene's outputs, by output and by hash of what they depend on. Bounded in
-/// bytes: what was not asked for longest goes first. Results of removed nodes age out, and serve
-/// again if the node comes back as it was. Several threads may evaluate at once.
+/// The cached results of a scene's outputs, by output and by the hash of all their dependencies.
+/// Limited in bytes: drops the least recently used results first. Keeps results of removed nodes
+/// until then, because undo may restore the nodes. Several threads may evaluate at once.
 class EvalCache : public SceneFollower {
 public:
     using Figures = interfaces::EvalCacheFigures;
@@ -23,27 +23,27 @@ public:
     /// The scene must outlive the cache.
     EvalCache(const Scene& scene, u64 maxBytes, bool isChecked);
 
-    /// A checked cache has each known result evaluated again, once in each evaluation.
+    /// Tells whether each known result is evaluated again, once in each evaluation, and compared.
     [[nodiscard]] bool isChecked() const noexcept { return m_isChecked; }
     void setLimits(u64 maxBytes, bool isChecked);
     [[nodiscard]] Figures figures() const;
 
-    /// Returns what the result of an output is known by now, or 0 when it cannot be kept.
+    /// Returns the key for the present result of an output; 0 when it cannot be cached.
     [[nodiscard]] u64 keyOf(const Output& output);
-    /// Gives the result kept under a key; `isSettled`, if given, tells whether it was evaluated or
-    /// checked since `beginChecks`.
+    /// Finds the result with a key; `isSettled`, if given, tells whether that result was evaluated
+    /// or checked since `beginChecks`.
     [[nodiscard]] bool find(u64 key, const Output& output, Value& result,
                             bool* isSettled = nullptr);
-    /// Keeps a result, in place of an earlier one.
+    /// Stores a result and replaces an earlier one.
     void store(u64 key, const Output& output, const Value& result);
-    /// An evaluation begins that trusts none of the results kept before.
+    /// Call at the start of a checked evaluation: earlier results have to be checked again.
     void beginChecks();
 
     void nodeEntered(Node& node) noexcept override;
     void nodeTakenOut(Node& node) noexcept override { forget(node); }
     void nodeChanged(const Node& node, bool /*wasDirty*/) noexcept override { forget(node); }
     void resultsChanged(const Node& node) noexcept override { forget(node); }
-    /// No earlier result serves again.
+    /// Makes all earlier results of the node and its dependents useless.
     void callbacksChanged(const Node& node) noexcept override;
 
 private:
@@ -62,7 +62,7 @@ private:
 
     mutable std::mutex m_mutex;
     EvalHashes m_hashes;
-    // The one asked for last comes first.
+    // The most recently used result is the first.
     Entries m_entries;
     std::unordered_map<u64, Entries::iterator> m_byKey;
     Figures m_figures;

@@ -20,8 +20,8 @@ u64 kindOf(const Input& input) noexcept {
     return static_cast<u64>(input.type()) << 8 | static_cast<u64>(input.elementType());
 }
 
-// Hash of everything that a callback finds in the node itself. An output that no callback produces
-// counts by its value.
+// Returns the hash of everything that a callback can read in the node itself. Without a callback,
+// the values of the outputs are included.
 u64 ownHash(const Node& node) {
     static const StringVector noTypes;
     const StringVector bases = node.bases();
@@ -45,9 +45,9 @@ u64 ownHash(const Node& node) {
 
 } // namespace
 
-// Works out the hashes of a node and of what is below it and not known yet, without recursion.
-// Links may form cycles: nodes that reach each other share one sum, which no order of theirs
-// changes. After Tarjan, "Depth-first search and linear graph algorithms", 1972.
+// Computes the missing hashes of a node and its dependencies, without recursion. Links may form
+// cycles: nodes that reach each other share one sum, which does not depend on their order. Uses
+// Tarjan's algorithm ("Depth-first search and linear graph algorithms", 1972).
 class EvalHashWalk {
 public:
     explicit EvalHashWalk(EvalHashes& hashes) : m_hashes(hashes) {}
@@ -67,9 +67,9 @@ private:
     struct Found {
         const Node* node;
         u64 hash;
-        // The first found of those that it reaches and that reach it, as far as is known.
+        // The lowest known index of a node that this node reaches and is reached by.
         u64 low;
-        // Its part of `m_below`: what is left of it to visit, and the whole.
+        // The node's dependencies in `m_below`, from `begin` to `end`; `next` is to be visited.
         u64 next;
         u64 begin;
         u64 end;
@@ -95,7 +95,7 @@ private:
             m_lists.pop_back();
             for (const IInput* next : inputs) {
                 const auto& input = *implOf(next);
-                // A callback may read what is stored here in place of what the source gives.
+                // A callback may read the stored value instead of the source's.
                 if (input.sourceOutput()) found.hash = hashMix(found.hash, input.value().hash());
                 addDependency(sourceNode(input), found);
                 addDependency(linkedNode(input), found);
@@ -131,7 +131,7 @@ private:
         if (low == place) settle(place);
     }
 
-    // All found from `first` on and still open reach each other.
+    // Sets the hashes of the open nodes from `first` on, which all reach each other.
     void settle(u64 first) {
         u64 sum = 0;
         u64 count = 0;
@@ -149,7 +149,7 @@ private:
         }
     }
 
-    // Nodes of the same cycle are not known yet.
+    // Adds the hashes of dependencies outside of the cycle; those inside have none yet.
     void addBelow(Found& member) const {
         for (u64 i = member.begin; i < member.end; ++i) {
             const auto known = m_hashes.m_known.find(m_below[i]);
@@ -174,18 +174,18 @@ u64 EvalHashes::of(const Node& node) {
     try {
         EvalHashWalk(*this).run(node);
     } catch (...) {
-        m_known.clear(); // Half of a cycle may be known.
+        m_known.clear(); // It may contain a part of a cycle only.
         throw;
     }
     return m_known.at(&node);
 }
 
-// A node that is not known has no known readers.
+// A node without a hash has no readers with one.
 void EvalHashes::forget(const Node& node) noexcept {
     if (m_known.erase(&node) != 0) forgetReaders(node);
 }
 
-// Without memory to note it for one, it counts for all.
+// When memory is out, renews all nodes.
 void EvalHashes::renew(const Node& node) noexcept {
     if (!m_scene.contains(node)) return;
     ++m_renewalCount;
@@ -208,7 +208,7 @@ void EvalHashes::nodeAdded(const Node& node) noexcept {
     forgetReaders(node);
 }
 
-// Without memory for the walk, all are forgotten.
+// When memory is out, forgets all hashes.
 void EvalHashes::forgetReaders(const Node& from) noexcept {
     try {
         visitDownstream(from, m_pending,

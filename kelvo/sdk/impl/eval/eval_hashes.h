@@ -11,24 +11,25 @@ namespace qv::kelvo_sdk::impl {
 class Node;
 class Scene;
 
-/// Hashes of all that the results of a node depend on: its own name, type, bases, callback, user
-/// data and inputs, and the same of every node that it is connected or linked to, at any distance.
+/// Hashes of everything that the results of a node depend on: its name, type, bases, callback, user
+/// data and inputs, and those of all its dependencies.
 ///
-/// A hash is worked out when asked for, together with those below it, and forgotten when something
-/// below it changes: a change costs in proportion to the hashes that it makes unknown.
+/// A hash is computed on request, together with the hashes of the dependencies, and forgotten when
+/// a dependency changes. A change takes time in proportion to the hashes that are forgotten.
 ///
-/// Unlike `Node::hash`, it counts the directory of a path node, which callbacks may read.
+/// Unlike `Node::hash`, it includes the directory of a path node, which callbacks may read.
 class EvalHashes {
 public:
     explicit EvalHashes(const Scene& scene) : m_scene(scene) {}
 
-    /// Returns 0 when the node depends on one outside the scene, whose changes nobody tells.
+    /// Returns 0 when the node depends on a node outside of the scene, as changes of such a node
+    /// are not notified.
     [[nodiscard]] u64 of(const Node& node);
-    /// The node is about to come into the scene, left it, or changed.
+    /// Call when the node changed or was removed.
     void forget(const Node& node) noexcept;
-    /// The node is another one from now on, although it may look the same.
+    /// Gives the node a new hash, although its name, inputs and so on may be the same.
     void renew(const Node& node) noexcept;
-    /// Outside nodes are not known, yet what reads them may be.
+    /// Call when the node was added: it had no hash before, but nodes that read it may have one.
     void nodeAdded(const Node& node) noexcept;
 
 private:
@@ -38,9 +39,9 @@ private:
     [[nodiscard]] u64 renewalOf(const Node& node) const noexcept;
 
     const Scene& m_scene;
-    // A known node depends on known nodes only, apart from nodes outside the scene.
+    // All dependencies of a node in this map are in it too, except nodes outside of the scene.
     std::unordered_map<const Node*, u64> m_known;
-    // The number of the last renewal of each node, and of the last one that counts for all.
+    // The number of the last renewal of each node, and of the last renewal of all nodes.
     std::unordered_map<const Node*, u64> m_renewals;
     u64 m_renewalOfAll = 0;
     u64 m_renewalCount = 0;

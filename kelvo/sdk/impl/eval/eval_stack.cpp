@@ -10,7 +10,7 @@ namespace {
 thread_local const EvalLevel* t_top = nullptr;
 thread_local u64 t_refusals = 0;
 
-// Unlike a local's, this address is on the real stack whatever checks the code was built with.
+// Uses the frame's address because sanitizers may place local variables outside of the stack.
 const char* placeOnStack() noexcept {
     return static_cast<const char*>(__builtin_frame_address(0));
 }

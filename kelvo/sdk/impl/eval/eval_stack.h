@@ -5,7 +5,7 @@
 namespace qv::kelvo_sdk::impl {
 
 /// One call of an eval callback on the stack of its thread; lives as long as the call. The levels
-/// of a thread are linked whether or not its callbacks pass their frame on to the reads they make.
+/// of a thread are linked even if callbacks do not pass their frame on to their reads.
 class EvalLevel {
 public:
     explicit EvalLevel(const EvalCtx& frame) noexcept;
@@ -13,23 +13,23 @@ public:
     EvalLevel(const EvalLevel&) = delete;
     EvalLevel& operator=(const EvalLevel&) = delete;
 
-    /// Tells whether a callback is being called on this thread.
+    /// Tells whether this thread is in a callback.
     [[nodiscard]] static bool isAnyOnThread() noexcept;
-    /// Tells whether one is being called on this thread for that output.
+    /// Tells whether this thread is in a callback for that output.
     [[nodiscard]] static bool isAskedOnThread(const interfaces::IOutput& output) noexcept;
-    /// Tells that an evaluation is refused for where it is asked from: it would be endless, or
-    /// there is no stack for it.
+    /// Counts a refused evaluation, which would be endless or for which the stack is too short.
     static void noteRefusal() noexcept;
-    /// Returns how many there were on this thread. What saw one may come out otherwise elsewhere.
+    /// Returns the number of refusals on this thread. A result that a refusal influenced must not
+    /// be cached, because it may differ when read from elsewhere.
     [[nodiscard]] static u64 refusals() noexcept;
-    /// Returns how many bytes of stack lie between the outermost level and this one.
+    /// Returns the bytes of stack between the outermost level and this one.
     [[nodiscard]] u64 stackUsed() const noexcept;
-    /// Returns how many levels stand on each other, this one included.
+    /// Returns the number of levels from the outermost to this one.
     [[nodiscard]] u64 count() const noexcept { return m_count; }
     [[nodiscard]] const EvalCtx& frame() const noexcept { return m_frame; }
-    /// Returns the nearest level below that asks for the same output, or null.
+    /// Returns the nearest level below that evaluates the same output, or null.
     [[nodiscard]] const EvalLevel* sameBelow() const noexcept;
-    /// Returns the outputs asked for from `from`, a level below, up to this one.
+    /// Returns the outputs from `from`, a level below, up to this level: "a.out -> b.out".
     [[nodiscard]] String path(const EvalLevel& from) const;
 
 private:

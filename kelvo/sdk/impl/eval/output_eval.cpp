@@ -15,8 +15,8 @@
 #include "kelvo/base/log.h"
 
 // ---- Evaluation ----------------------------------------------------------------------------
-// A callback may change or end anything, its node and this output among them. What is looked at
-// after it was called is kept alive or asked for again.
+// A callback may change or destroy any object, even its node and this output. So the code keeps the
+// objects that it uses after the call alive, or looks them up again.
 
 namespace qv::kelvo_sdk {
 
@@ -24,7 +24,7 @@ RefersTo<interfaces::IInput> Output::evaluated(EvalCtx* ctx) const {
     auto* output = impl::implOf(get());
     const impl::Value value = output ? output->evaluate(ctx) : impl::Value();
     if (value.isNull()) return {};
-    // The elements stay for the caller; the input that shows them does not.
+    // Keeps the elements valid for the caller, because the returned input may not live long enough.
     if (value.type() == AttrType::Buffer) output->hold(value.asBuffer());
     return impl::Input::showing(value);
 }
@@ -45,7 +45,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Asks the node's callback for a value of one C++ type.
+// Calls the node's callback for a value of one C++ type.
 template<typename T>
 Value produce(EvalCtx& frame, T result) {
     if (!frame.node()->nodeEval(&frame, &result)) return Value();
@@ -89,14 +89,15 @@ Value produceValue(EvalCtx& frame, AttrType type, DataType dataType) {
     }
 }
 
-// Tells the path from where the same output is asked for already.
+// Logs the path from the first evaluation of the same output to this one.
 Value failEndless(const EvalLevel& level, const EvalLevel& below) {
     EvalLevel::noteRefusal();
     logError("Endless evaluation: %s.", level.path(below).buf());
     return Value();
 }
 
-// Callbacks that do not pass their frame on come round unnoticed until here.
+// Also finds endless evaluations whose callbacks do not pass their frames on, because only the
+// stack limit stops them.
 Value failTooDeep(const EvalLevel& level, const Output& output) {
     if (const EvalLevel* below = level.sameBelow()) return failEndless(level, *below);
     EvalLevel::noteRefusal();
@@ -105,7 +106,8 @@ Value failTooDeep(const EvalLevel& level, const Output& output) {
     return Value();
 }
 
-// Counts a call for as long as it lasts. No order is needed: a thread looks for calls of its own.
+// Counts a call during its lifetime. Relaxed order suffices, because a thread only needs to see its
+// own calls.
 class CountedCall {
 public:
     explicit CountedCall(std::atomic<u32>& count) noexcept : m_count(count) {
@@ -119,7 +121,7 @@ private:
     std::atomic<u32>& m_count;
 };
 
-// Not inlined, for the sake of the stack.
+// Not inlined, so that other calls do not need stack for its variables.
 [[gnu::noinline]] Value produceAhead(EvalCtx& frame, const EvalLevel& level, AttrType type,
                                      DataType dataType) {
     const UpstreamEvaluation ahead(frame, level);
@@ -145,7 +147,7 @@ Value Output::evaluate(void* callerCtx) {
                               : evaluateCached(*cache, key, caller);
 }
 
-// Results may depend on what a caller's own pointer leads to.
+// Evaluations with a pointer of the user bypass the cache, because results may depend on its data.
 EvalCache* Output::cacheFor(const EvalCtx* caller) const {
     if (!m_node || (caller && caller->user())) return nullptr;
     const auto* scene = implOf(m_node->scene());
@@ -182,7 +184,7 @@ Value Output::evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller) 
     return result;
 }
 
-// Unless the callback changed what the key stands for.
+// Stores a result, unless the callback changed a dependency and with it the key.
 void Output::keep(u64 key, const EvalCtx* caller, const Value& result) const {
     EvalCache* cache = cacheFor(caller);
     if (cache && cache->keyOf(*this) == key) cache->store(key, *this, result);

@@ -1,6 +1,6 @@
 // ---- Dirty state -----------------------------------------------------------------------
-// The scene's own flag is plain. The nodes' flags are kept true to what they depend on only
-// when asked for, by a follower.
+// The scene's own flag is plainly set and cleared. The nodes' flags cover their dependencies
+// only on request, by a follower.
 
 #include "kelvo/sdk/impl/graph/scene.h"
 

@@ -1,5 +1,5 @@
 // ---- Evaluation ------------------------------------------------------------------------
-// Results are kept only when asked for, by a follower that drops them as nodes change.
+// Results are cached only on request, by a follower that drops them as nodes change.
 
 #include "kelvo/sdk/impl/graph/scene.h"
 

@@ -14,13 +14,13 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Stack that is taken before anything is evaluated ahead, and before that is done again.
+// The stack that evaluations use before the first object is made, and before each further one.
 constexpr u64 stackStep = Output::maxEvalStack / 4;
 
 thread_local const UpstreamEvaluation* t_innermost = nullptr;
 
-// Collects the outputs that callbacks produce and that a node is connected to, at any distance,
-// each once and after all those that its own node is connected to.
+// Collects the outputs upstream of a node that have callbacks, each once and after all outputs
+// upstream of it.
 class SourceWalk {
 public:
     std::vector<RefersTo<IOutput>> run(const INode& start) {
@@ -76,8 +76,8 @@ bool UpstreamEvaluation::isDue(const EvalLevel& level) noexcept {
     return level.stackUsed() >= before + stackStep;
 }
 
-// Outputs under evaluation are left to the callback that reads them, which is an endless
-// evaluation.
+// Skips outputs under evaluation: reading one is an endless evaluation, which is reported for the
+// callback that does.
 UpstreamEvaluation::UpstreamEvaluation(const EvalCtx& frame, const EvalLevel& level)
     : m_frame(frame), m_outer(t_innermost), m_stackUsed(level.stackUsed()) {
     const auto sources = SourceWalk().run(*frame.node());
@@ -109,7 +109,8 @@ const Value* UpstreamEvaluation::result(const Output& output, const EvalCtx* cal
     return nullptr;
 }
 
-// Callbacks may read without passing their frame on, as if nobody had asked.
+// Serves reads of other evaluations too, unless one of the two has a pointer of the user, because
+// callbacks need not pass their frame on.
 bool UpstreamEvaluation::serves(const EvalCtx* caller) const noexcept {
     if (caller && caller->first() == m_frame.first()) return true;
     return !m_frame.user() && !(caller && caller->user());

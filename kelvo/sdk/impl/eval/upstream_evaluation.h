@@ -10,22 +10,23 @@ namespace qv::kelvo_sdk::impl {
 class EvalLevel;
 class Output;
 
-/// Keeps long chains off the stack. Where an evaluation stands high, it evaluates whatever the node
-/// is connected to, at any distance, from the far end on; the reads that callbacks make while this
-/// object lives find the results, and go no deeper. Also evaluates what the callbacks would not
-/// have read, and each output once.
+/// Prevents long chains from overflowing the stack. When an evaluation has used much of the stack,
+/// this evaluates all outputs upstream of the node first, from the far end on, each once. Callbacks
+/// that read them during the lifetime of this object get the stored results, which takes no further
+/// stack. Some of the outputs may be evaluated although no callback reads them.
 class UpstreamEvaluation {
 public:
-    /// Tells whether so much stack was taken since the last such object on this thread, or in all,
-    /// that another one is due.
+    /// Tells whether the level has used so much stack, beyond the last such object on this thread,
+    /// that another object is due.
     [[nodiscard]] static bool isDue(const EvalLevel& level) noexcept;
-    /// Evaluates on behalf of `frame`, that of the level.
+    /// Evaluates for `frame`, which must be that of the level.
     UpstreamEvaluation(const EvalCtx& frame, const EvalLevel& level);
     ~UpstreamEvaluation();
     UpstreamEvaluation(const UpstreamEvaluation&) = delete;
     UpstreamEvaluation& operator=(const UpstreamEvaluation&) = delete;
 
-    /// Returns the result that a read on this thread finds, Null of a failed evaluation; or null.
+    /// Returns the stored result for a read on this thread, a Null value for a failed evaluation;
+    /// null when no result is stored.
     [[nodiscard]] static const Value* result(const Output& output, const EvalCtx* caller) noexcept;
 
 private:

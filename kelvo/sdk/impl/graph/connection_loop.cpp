@@ -15,7 +15,7 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Calls `visit(input)` for every input that an output of the node feeds.
+// Calls `visit(input)` for every input that is connected to an output of the node.
 template<typename Visit>
 void forEachTarget(const INode& node, const Visit& visit) {
     for (u64 i = 0; i < node.outputCount(); ++i) {
@@ -24,17 +24,17 @@ void forEachTarget(const INode& node, const Visit& visit) {
     }
 }
 
-// One side of the search: those of its nodes whose neighbours are still to be met.
+// One side of the search: the nodes reached whose neighbours are still to be visited.
 class Front {
 public:
-    // Follows connections among the leads of the kind. `met` has a bit of each node for each side.
+    // Follows the connections of one kind. In `met`, which both sides share, each has its own bit.
     Front(const GraphReader& reader, LeadKind kind, WalkMarks& met, const INode& start)
         : m_reader(reader), m_kind(kind), m_met(met) {
         meet(reader.spotOf(implOf(start)));
     }
 
     [[nodiscard]] bool isExhausted() const noexcept { return m_open.empty(); }
-    // Meets the neighbours of one more node; tells whether that node is among them.
+    // Visits the neighbours of one more node; tells whether `wanted` is among them.
     [[nodiscard]] bool goOnTo(const INode* wanted) {
         const Spot from = m_open.back();
         m_open.pop_back();
@@ -86,7 +86,7 @@ bool closesLoop(const Output& output, const Input& input) {
 }
 
 String loopText(const Output& output, const Input& input) {
-    // The connection by which each node was first met on the way down from the input's node.
+    // The connection by which each node was first reached downstream of the input's node.
     std::unordered_map<const INode*, const Input*> metBy = {{input.node(), &input}};
     std::vector<const INode*> open = {input.node()};
     for (u64 next = 0; next < open.size() && !metBy.contains(output.node()); ++next) {

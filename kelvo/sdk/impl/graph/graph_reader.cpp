@@ -7,8 +7,8 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Lists where a node leads; false when that is out of the scene, or is nothing that can be kept: a
-// transform without a list of children gets one when it is met.
+// Lists the leads of a node. False if they must not be stored: if one leads out of the scene, and
+// for an "xform" without a list of children, because a walk has to give it one.
 bool listLeads(const GraphReader& reader, const Node& node, LeadKind kind,
                std::vector<Lead>& leads) {
     bool isInside = kind != LeadKind::Children || !node.hasType(knownNames().xform) ||
@@ -23,7 +23,8 @@ bool listLeads(const GraphReader& reader, const Node& node, LeadKind kind,
 
 } // namespace
 
-// The graph is the scene's, and no node changes while walks read it.
+// The cast is safe because the scene that owns the graph is not const, and nodes do not change
+// during walks; other walks may fill in rows, hence the lock.
 const LeadRow* GraphReader::fill(Kind kind, NodeNumber number) const {
     auto& graph = const_cast<CompactGraph&>(*m_graph);
     const Node& node = *graph.node(number);

@@ -13,14 +13,14 @@ namespace qv::kelvo_sdk::impl {
 
 using LeadKind = CompactGraph::Kind;
 
-/// Returns the list of its children, null for none. Of a transform, that is.
+/// Returns the list of children of an "xform"; null if it has none, and for other nodes.
 [[nodiscard]] inline const Input* childList(const Node& node) {
     const KnownNames& known = knownNames();
     return node.hasType(known.xform) ? implOf(node.lookUpInput(known.children)) : nullptr;
 }
 
-/// Calls `visit(Node&, bool isConnection)` for all that one kind of lead leads to, as the node
-/// itself tells. A node may be met again.
+/// Calls `visit(Node&, bool isConnection)` for each node that the leads of one kind lead to, read
+/// from the node itself and not from the graph. May visit a node repeatedly.
 template<typename Visit>
 void visitLeads(const Node& node, LeadKind kind, const Visit& visit) {
     if (kind == LeadKind::Readers) return visitReadersByKind(node, visit);
@@ -41,20 +41,20 @@ void visitLeads(const Node& node, LeadKind kind, const Visit& visit) {
     }
 }
 
-/// Reads where nodes lead from the compact graph of one scene, and fills in what is not known
-/// there. From nodes outside of the scene, and those that lead out of it, the way is read from the
-/// nodes themselves; so it is from all of them where the graph was found to be wrong.
+/// Reads the leads of nodes from the compact graph of one scene, and fills in missing rows. Reads
+/// them from the nodes themselves for nodes outside of the scene, for nodes that lead out of it,
+/// and for all nodes once `verify` found an error in the graph.
 class GraphReader {
 public:
     using Kind = LeadKind;
 
-    /// For walks from this node, which may be null.
+    /// Makes a reader for walks from a node, which may be null.
     explicit GraphReader(const Node* start) {
         const auto* scene = start ? implOf(start->liveScene()) : nullptr;
         if (scene && scene->graph().isTrusted()) m_graph = &scene->graph();
     }
 
-    /// Null where the walk begins in no scene.
+    /// Returns null for a walk from outside of scenes, and when the graph has errors.
     [[nodiscard]] const CompactGraph* graph() const noexcept { return m_graph; }
     [[nodiscard]] Spot spotOf(const Node& node) const noexcept {
         const bool isIn = m_graph && m_graph->node(node.number()) == &node;
@@ -63,13 +63,14 @@ public:
     [[nodiscard]] Node& nodeAt(Spot spot) const noexcept {
         return spot.hasNumber() ? *m_graph->node(spot.number()) : spot.node();
     }
-    /// Returns null for a node whose leads only the node itself can tell.
+    /// Returns null for a node whose leads must be read from the node itself.
     [[nodiscard]] const LeadRow* row(Kind kind, Spot from) const {
         if (!from.hasNumber()) return nullptr;
         const LeadRow* known = m_graph->row(kind, from.number());
         return known ? known : fill(kind, from.number());
     }
-    /// Calls `visit(Spot, bool isConnection)` for all that the leads of one kind lead to, in order.
+    /// Calls `visit(Spot, bool isConnection)` for each node that the leads of one kind lead to, in
+    /// order.
     template<typename Visit>
     void forEachLead(Spot from, Kind kind, const Visit& visit) const {
         if (const LeadRow* leads = row(kind, from)) {
@@ -87,7 +88,7 @@ private:
     const CompactGraph* m_graph = nullptr;
 };
 
-/// Marks on nodes for the time of one walk.
+/// Marks on nodes during one walk.
 class WalkMarks {
 public:
     explicit WalkMarks(const GraphReader& reader) {
@@ -95,7 +96,8 @@ public:
     }
 
     using Added = CompactGraph::Marks::Added;
-    /// Marks the node with `value`, unless it has a mark already. Gives that until the next `add`.
+    /// Marks a node with `value` unless it has a mark, and returns its mark, which is valid until
+    /// the next `add`.
     Added add(Spot spot, i32 value) {
         if (spot.hasNumber()) return m_numbered->add(spot.number(), value);
         const auto [place, isNew] =
@@ -106,14 +108,14 @@ public:
 
 private:
     std::optional<CompactGraph::Marks> m_numbered;
-    // Of nodes without a number, where their marks stand.
+    // Maps nodes without a number to indexes of `m_otherMarks`.
     NodeMarks m_others;
     std::vector<i32> m_otherMarks;
 };
 
-/// Calls `enter(Node&)` for the readers of a node, and of each that `enter` answers true for, at
-/// any distance; without recursion: chains may be longer than the stack is deep. A node may be met
-/// again. `pending` is the memory that the walk works in.
+/// Calls `enter(Node&)` for the readers of a node and, where `enter` returns true, for their
+/// readers in turn. May visit a node repeatedly. Not recursive, because a long chain would overflow
+/// the stack; `pending` is working memory for the walk.
 template<typename Enter>
 void visitDownstream(const Node& from, std::vector<Spot>& pending, const Enter& enter) {
     const GraphReader reader(&from);

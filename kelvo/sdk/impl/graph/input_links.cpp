@@ -29,7 +29,7 @@ bool Input::takes(const Output& output) const noexcept {
 
 namespace {
 
-// Returns the scene that a node stands in, null for none.
+// Returns the scene that contains a node; null for a free node.
 Scene* homeOf(const INode& node) noexcept {
     auto* scene = implOf(implOf(node).liveScene());
     return scene && scene->contains(node) ? scene : nullptr;
@@ -51,7 +51,7 @@ const char* barBetween(const INode* from, const INode* to) noexcept {
 
 namespace {
 
-// Returns why an input of a node may not read an output; null when it may.
+// Returns the reason why an input of a node may not read an output; null when it may.
 const char* barTo(const Output& output, const INode* from) noexcept {
     if (from && output.hasLeft()) return "that output was removed from its node";
     return barBetween(from, output.node());
@@ -97,7 +97,7 @@ bool Input::connect(IOutput* output) {
 bool Input::disconnect() {
     Output* before = sourceOutput();
     if (!before) return false;
-    // The handle lets observers read the output even when this was the last tie to it.
+    // Keeps the output alive, so that observers can read it.
     const RefersTo<Output> held(before);
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
@@ -108,7 +108,7 @@ bool Input::disconnect() {
     return true;
 }
 
-// The node leads elsewhere from now on.
+// Drops the node's leads in the compact graph.
 void Input::leadsChanged() noexcept {
     if (m_node) m_node->leadsChanged();
 }
@@ -119,7 +119,7 @@ void Input::tiesChanged() const noexcept {
     if (INode* read = sourceNode(*this)) implOf(read)->readersChanged();
 }
 
-// Keeps both ends right and tells nobody. Does not fail when it ends a connection.
+// Updates both ends without notifications. Cannot fail when it ends a connection.
 void Input::setSource(Output* output, u64 rank) {
     if (sourceOutput() == output) return;
     InputExtras& own = extras();
@@ -131,13 +131,14 @@ void Input::setSource(Output* output, u64 rank) {
     dropHash();
 }
 
-// The history owns the node of what it records, which one that ends cannot be.
+// Returns the node whose scene records a change. Null while this input's node is in its destructor,
+// because a record holds a reference to that node.
 const Node* Input::recorder(const INode* other) const {
     return m_node && m_node->isEnding() ? nullptr : implOf(other);
 }
 
-// The output ends its connections, of which this is the last. Undo could not bring back the output
-// of a node that is in no scene.
+// Called by the output for the last of its connections. Recorded in the scene of the output's node,
+// because undo cannot restore an output of a free node.
 void Input::endSource(Output& output, bool isRecorded) {
     EditStep step(isRecorded ? recorder(output.node()) : nullptr);
     step.prepare<SourceChange>(*this, output, output.targetCount() - 1);
@@ -155,7 +156,7 @@ void Input::dropSource() noexcept {
     if (m_node) m_node->setDirty(true);
 }
 
-// Keeps the place of the value that is kept aside, as `linkTo` does for the other.
+// Adds the link in the kept value to its table, as `linkTo` does for the value.
 void Input::linkStash() {
     Stash& kept = *m_extras->stash;
     INode* node = kept.value.type() == AttrType::Node ? kept.value.asNode() : nullptr;
@@ -165,7 +166,7 @@ void Input::linkStash() {
     (scene ? scene->stashLinks() : LinkTable::keptOfFreeNodes()).add(kept.link, node);
 }
 
-// Keeps the place of this input among those that link to a node.
+// Moves the link of this input to the ring of links to `node`; null removes it.
 void Input::linkTo(INode* node) {
     if (!node && !m_extras) return;
     Link& link = extras().link;
@@ -181,8 +182,9 @@ void Input::linkTo(INode* node) {
     (scene ? scene->links() : LinkTable::ofFreeNodes()).add(link, node);
 }
 
-// The node leaves, so that even a read-only input lets it go. What is kept aside is the user's, and
-// so is the change. Undo could not bring back a link to a node that is in no scene.
+// Replaces links to a node that is removed, converted or destroyed, even in a read-only input. If
+// modifiers wrote the value, the user's value is the kept one, and its change is recorded. The
+// scene of `from` records it, because undo cannot restore a link to a free node.
 void Input::relink(const INode& from, INode* to) {
     const Value* kept = stashed();
     const bool isKept = kept && kept->type() == AttrType::Node && kept->asNode() == &from;
@@ -190,7 +192,7 @@ void Input::relink(const INode& from, INode* to) {
     if (!isKept && !isHeld) return;
     EditStep step(recorder(&from));
     expectNews(m_node, static_cast<const IInput*>(this));
-    // A change in between would take the room that is made ready here.
+    // The order matters: a change between `prepare` and `commit` would use the prepared memory.
     const bool isUsers = isModified();
     if (isKept && !isUsers) relinkStash(from, to);
     if (isUsers ? isKept : isHeld) step.prepare<ValueChange>(*this);
@@ -203,7 +205,7 @@ void Input::relink(const INode& from, INode* to) {
     changed(Value(const_cast<INode*>(&from)));
 }
 
-// Recorded where the node that the link leads away from is: this input's may be out of the scene.
+// Recorded in the scene of `from`, because this input's node may be in no scene.
 void Input::relinkStash(const INode& from, INode* to) {
     EditStep step(isUpToModifiers() ? nullptr : recorder(&from));
     step.prepare<StashChange>(*this);

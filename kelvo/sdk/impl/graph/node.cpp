@@ -1,8 +1,8 @@
 // ---- Object and lifetime ---------------------------------------------------------------
-// A node starts with one reference and tells nobody that it exists. It holds a reference on its
-// inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
-// who read it or link to it were told; from then on nobody hears of it. The number of live
-// nodes changes last in construction, and before the members go in destruction.
+// A node starts with one reference, without a notification. It holds references to its inputs,
+// outputs and layout, but not to its scene. The last decRef clears all links and connections to
+// it, with notifications, and then destroys it; its destruction sends none. The number of live
+// nodes changes last in construction, and before the members are destroyed in destruction.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

@@ -32,33 +32,33 @@ class LibInfo;
 class Output;
 class Scene;
 
-/// The one implementation of a node. The contract of its operations stands in `INode`; here stand
-/// the laws of the rooms, each room being one source file and one test.
+/// The one implementation of a node. `INode` has the contract of its operations; here are the laws
+/// of the rooms, each of which is one source file and one test.
 ///
 ///     Object and lifetime   node.cpp             construction, destruction, counting, statics
 ///     Type and naming       node_type.cpp        types, names, labels, layout, meta input
-///     Attribute creation    node_create.cpp      names checked, attributes created or reused
+///     Attribute creation    node_create.cpp      checked names, new or existing attributes
 ///     Attribute look-up     node_find.cpp        by index, name, pointer
 ///     Attribute removal     node_remove.cpp      one, the last, all
-///     Input paths           node_input_path.cpp  paths walked and searched
-///     File paths            node_file_path.cpp   nodes that stand for a file
+///     Input paths           node_input_path.cpp  walks and searches by path
+///     File paths            node_file_path.cpp   nodes that represent a file
 ///     Hierarchy             node_hierarchy.cpp   children, parenting
 ///     Node paths            node_routes.cpp      chains of nodes to others
 ///     State                 node_state.cpp       dirty flag, dependencies, hash
-///     Compact graph         node_rows.cpp        what walks know of the node, dropped by changes
+///     Compact graph         node_rows.cpp        rows of the node, dropped by changes
 ///     Observers             node_observers.cpp   the list
-///     Notifications         node_notify.cpp      who is told, in which order
-///     Library               node_library.cpp     definition bound, callbacks called
+///     Notifications         node_notify.cpp      receivers of notifications and their order
+///     Library               node_library.cpp     binding a definition, calling callbacks
 ///     Stash                 node_stash.cpp       inputs that modifiers act on
 ///     Copies                node_clone.cpp       clone, convert
 ///     Presentation          node_present.cpp     text, icon, help page
 class QV_EXPORT Node : public INode {
 public:
     // ---- Object and lifetime ---------------------------------------------------------------
-    // A node starts with one reference and tells nobody that it exists. It holds a reference on its
-    // inputs, outputs and layout, none on its scene. Only the last decRef destroys it, when those
-    // who read it or link to it were told; from then on nobody hears of it. The number of live
-    // nodes changes last in construction, and before the members go in destruction.
+    // A node starts with one reference, without a notification. It holds references to its inputs,
+    // outputs and layout, but not to its scene. The last decRef clears all links and connections to
+    // it, with notifications, and then destroys it; its destruction sends none. The number of live
+    // nodes changes last in construction, and before the members are destroyed in destruction.
 
     Node();
     Node(IScene* scene, String type, String name);
@@ -69,22 +69,23 @@ public:
     void incRef() override;
     void decRef() override;
     [[nodiscard]] IScene* scene() const override;
-    /// Returns the scene of a node that lives; null in its destructor, when the scene may be gone.
+    /// Returns the scene; null in the node's destructor, when the scene may no longer exist.
     [[nodiscard]] IScene* liveScene() const noexcept { return m_destroying ? nullptr : m_scene; }
-    /// Tells whether the node is in its destructor, where nobody may keep it any more.
+    /// Tells whether the node is in its destructor, where new references cannot keep it alive.
     [[nodiscard]] bool isEnding() const noexcept { return m_destroying; }
-    /// Tells whether the caller's is the only reference.
+    /// Tells whether the caller has the only reference.
     [[nodiscard]] bool isLastReference() const noexcept { return m_refCount.load() == 1; }
-    /// Tells whether the node was in a scene that it is out of now.
+    /// Tells whether the node was removed from its scene.
     [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
 
-    /// A plain flag, no counter: the first `endModification` clears it.
+    /// A flag, not a counter: the first `endModification` clears it.
     [[nodiscard]] bool modifying() const noexcept { return m_modifying; }
     void beginModification() noexcept { m_modifying = true; }
     void endModification() noexcept { m_modifying = false; }
 
     // ---- Type and naming -------------------------------------------------------------------
-    // The type, bases and names of a node. Only the bases listed here count; nothing walks theirs.
+    // The type, bases and names of a node. Only the bases listed here count; theirs are not looked
+    // up.
 
     IInput* meta() const override;
     [[nodiscard]] String type() const override;
@@ -93,7 +94,7 @@ public:
     [[nodiscard]] bool isInternal() const override;
     [[nodiscard]] bool isTypeOf(String type) const override;
     [[nodiscard]] bool isTypeOf(StringVector types) const override;
-    /// As `isTypeOf`, without copies of the names.
+    /// Are like `isTypeOf`, without copies of the names.
     [[nodiscard]] bool hasType(const String& type) const noexcept;
     [[nodiscard]] bool hasTypeIn(const StringVector& types) const noexcept;
     [[nodiscard]] String typeDesc() const override;
@@ -106,14 +107,14 @@ public:
     bool setDisplayName(String name) override;
     [[nodiscard]] String nodeDefPath() const override;
 
-    /// For whoever builds nodes from definitions.
+    /// For code that builds nodes from definitions.
     void setBases(StringVector bases, bool isAbstract, bool isInternal);
     void setLabel(String language, String text);
     void setHelp(String language, String text);
     void setSvgIcon(String svg);
-    /// For the scene alone: it keeps names unique and tells observers.
+    /// For the scene only, which keeps names unique and notifies observers.
     void setName(String name);
-    /// For the scene alone: null when it lets the node go.
+    /// For the scene only; null after the node was removed.
     void setScene(IScene* scene) noexcept {
         if (scene != m_scene) m_knownRows = 0;
         m_scene = scene;
@@ -121,17 +122,17 @@ public:
     void setHasLeft(bool hasLeft) noexcept { m_hasLeft = hasLeft; }
 
     // ---- Attribute creation ----------------------------------------------------------------
-    // Asking again for an attribute of the same name and kind gives the one there is; a refused
-    // re-creation warns and gives it too. Only an illegal name gives null. A new attribute makes
-    // the node dirty, is appended, and is announced, in this order.
+    // An existing attribute of the same name and kind is returned instead of a new one, with a
+    // warning if its element type differs. Only an illegal name gives null. A new attribute makes
+    // the node dirty, is appended, and is notified, in this order.
 
     IInput* createInput(String name, AttrType type) override;
     IInput* createInput(String name, AttrData data);
-    /// As `createInput`, for a buffer that declares its element type.
+    /// Is like `createInput`, for a buffer that declares its element type.
     IInput* createBuffer(String name, DataType elementType);
     IInput* createArray(String name, AttrType elementType) override;
     IOutput* createOutput(String name, AttrType type) override;
-    /// Returns the input that a creator must return instead of making one, or null.
+    /// Returns the existing input that is returned instead of a new one, or null.
     IInput* checkExistingInput(String name, AttrType type, AttrType elementType,
                                DataType dataType) const;
     IOutput* checkExistingOutput(String name, AttrType type, DataType dataType) const;
@@ -154,7 +155,7 @@ public:
     IOutput* output(String name) const override;
     [[nodiscard]] IInput* findInputByName(String name) const;
     [[nodiscard]] IOutput* findOutputByName(String name) const;
-    /// As the finders by name, silently and without a copy of the name.
+    /// Are like the finders by name, without log entries and copies of the name.
     [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
     [[nodiscard]] IOutput* lookUpOutput(const String& name) const noexcept;
     [[nodiscard]] IInput* findInputByIndex(u64 index) const;
@@ -166,8 +167,8 @@ public:
     [[nodiscard]] const ds::Vector<IOutput*>& outputs() const noexcept { return m_outputs; }
 
     // ---- Attribute removal -----------------------------------------------------------------
-    // The node is dirty before anyone is told, and lets go of the attribute after everyone was, so
-    // that it can still be read.
+    // The node is dirty before the first notification, and detaches the attribute after the last
+    // one, so that observers can still read it.
 
     bool removeInput(u64 index) override;
     bool removeInput(String name) override;
@@ -179,9 +180,9 @@ public:
     bool clearOutputs() override;
 
     // ---- Input paths -----------------------------------------------------------------------
-    // Inputs are matched without regard to case and searched into arrays and objects; outputs are
-    // matched exactly, at the top level. Misses are silent. Only array elements are made on the
-    // way.
+    // Inputs are matched without regard to case and searched in arrays and objects; outputs are
+    // matched exactly, at the top level. Misses are not logged. Only array elements are created on
+    // the way.
 
     IInput* input(String path) override;
     IInput* input(String path) const override;
@@ -191,7 +192,7 @@ public:
     IInput* parseInputPath(ds::Vector<PathParser::Token> tokens);
 
     // ---- File paths ------------------------------------------------------------------------
-    // String inputs "dir", "file" and "ext" make a node stand for a file; they are all there is.
+    // String inputs "dir", "file" and "ext" make a node represent a file; there is no other state.
 
     [[nodiscard]] bool isPath() const override;
     [[nodiscard]] String asPath() const override;
@@ -199,7 +200,8 @@ public:
     bool setPath(String path) override;
 
     // ---- Hierarchy -------------------------------------------------------------------------
-    // Children are what the array "children" of an "xform" links to, read afresh at each call.
+    // The children are the nodes that the array "children" of an "xform" links to at the time of
+    // the call.
 
     NodeIterator* children(i64 depth) const override;
     [[nodiscard]] i64 indexIn(INode* parent) const override;
@@ -207,7 +209,7 @@ public:
     bool unparentFrom(INode* parent) override;
 
     // ---- Node paths ------------------------------------------------------------------------
-    // Each call builds a fresh search. By-name targets need a node that belongs to a scene.
+    // Each call makes a new search. Targets given by name need a node that belongs to a scene.
 
     PathIterator* paths(String type, bool flag) const override;
     PathIterator* paths(StringVector types, bool flag) const override;
@@ -217,54 +219,56 @@ public:
     NodePath* firstPathTo(String name, bool flag) const override;
 
     // ---- State -----------------------------------------------------------------------------
-    // Every change sets the flag before anyone hears of it. Only setDirty(false), and a query that
+    // Every change sets the flag before any notification. Only setDirty(false), and a query that
     // finds nothing dirty, clear it.
 
     [[nodiscard]] u64 hash(StringVector skip) const override;
     [[nodiscard]] bool dirty(bool deep) const override;
     void setDirty(bool dirty) override;
-    /// Returns the flag as it stands.
+    /// Returns the node's own flag.
     [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
     NodeIterator* dependencies(bool downstream, bool flag) const override;
 
     // ---- Compact graph ---------------------------------------------------------------------
-    // A change of where walks lead from a node drops its rows in the graph of its scene.
+    // A change of the dependencies, children or readers of a node drops its rows in the graph of
+    // its scene.
 
-    /// Returns its number in the scene that it is in, or was in last.
+    /// Returns the node's number in its present or last scene.
     [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
-    /// Returns the scene that it stands in; null while it comes in, and once it left.
+    /// Returns the scene that contains the node; null before it was added and after its removal.
     [[nodiscard]] const Scene* sceneAround() const noexcept;
-    /// For the scene alone: nothing is known of it under that number.
+    /// For the scene only: sets a number under which the graph has no rows yet.
     void setNumber(NodeNumber number) noexcept {
         m_number = number;
         m_knownRows = 0;
     }
-    /// For walks alone, under the lock of the graph: a row was filled in.
+    /// For walks only, under the lock of the graph: notes that a row was filled in.
     void noteRow(CompactGraph::Kind kind) const noexcept { m_knownRows |= bitOf(kind); }
-    /// Its inputs lead elsewhere.
+    /// Call when links or connections of the node's inputs change.
     void leadsChanged() noexcept {
         dropRows(bitOf(CompactGraph::Kind::Dependencies) | bitOf(CompactGraph::Kind::Children));
     }
-    /// Who links here or reads its outputs changed.
+    /// Call when links to the node or connections to its outputs change.
     void readersChanged() noexcept { dropRows(bitOf(CompactGraph::Kind::Readers)); }
-    /// All that leads here and away from here changed, as when the node comes or goes.
+    /// Call when the node is added or removed: drops its rows and those of its neighbours.
     void surroundingsChanged() noexcept;
 
     // ---- Observers -------------------------------------------------------------------------
-    // A list of borrowed pointers in order of subscription, touched only under the lock.
+    // A list of borrowed pointers in order of subscription, used only under the lock.
 
     bool subscribe(NodeObserver* observer) override;
     bool unsubscribe(NodeObserver* observer) override;
     bool unsubscribeAll() override;
 
     // ---- Notifications ---------------------------------------------------------------------
-    // First the dirty flag, always. Then, unless the node is being destroyed and inside one change
-    // scope: observers under the lock, from a copy of the list; the scene after the lock is
-    // released; the library's callback last. Silent inputs are added and removed unheard. Inside a
-    // change of several parts all of it comes when that is complete.
+    // Every change sets the dirty flag first. Then, unless the node is being destroyed,
+    // notifications follow inside one change scope: observers under the lock, from a copy of the
+    // list; the scene after the lock is released; the library's callback last. Silent inputs are
+    // added and removed without notifications. During a change of several parts, notifications wait
+    // until it is complete.
 
-    /// Tells whether an attribute that is added, which the node's own observers do not hear of, may
-    /// lead to foreign code, which may let go of both.
+    /// Tells whether adding an attribute may call foreign code, which may drop the last references
+    /// to the node and the attribute. The node's own observers are not notified of it.
     [[nodiscard]] bool mayCallBack() const noexcept;
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
@@ -273,20 +277,20 @@ public:
     /// `previous` describes the value before the change.
     void onInputChanged(const IInput* input, const AttrData* previous);
     void onInputConnected(const IInput* input, const IOutput* before, const IOutput* after);
-    /// The node's own observers and library hear of it as of a change. Silent inputs are renamed
-    /// unheard.
+    /// Notifies the node's own observers and library of a change of the input. Silent inputs are
+    /// renamed without notifications.
     void onInputRenamed(const IInput* input, String before);
     void notifyRemoved() const;
     void notifyRenamed(String name) const;
     void notifyConverted(INode* replacement) const;
 
     // ---- Library ---------------------------------------------------------------------------
-    // The callbacks come as one set: the type's own if that is complete, else the first base's that
-    // is, else the type's own as it stands.
+    // The callbacks come as one set: the type's own if that is complete, else the first complete
+    // set of a base, else the type's own, incomplete as it is.
 
     /// Binds the library; returns whether a complete set of callbacks was found.
     bool initLibInfo(impl::LibInfo* library);
-    /// Returns the library bound, null for none.
+    /// Returns the library of the node; null for none.
     [[nodiscard]] impl::LibInfo* library() const noexcept;
     [[nodiscard]] bool hasNodeInit() const override;
     [[nodiscard]] bool hasNodePrep() const override;
@@ -302,23 +306,25 @@ public:
     [[nodiscard]] interfaces::NodeEvalFn evalCallback() const noexcept { return m_nodeEval; }
 
     // ---- Stash -----------------------------------------------------------------------------
-    // The inputs that the node's modifiers name, at any depth, put their values aside.
+    // The inputs that the node's modifiers name, at any depth, keep their values aside.
 
     void stash();
     void stash(IInput* input, const StringVector& names);
 
     // ---- Copies ----------------------------------------------------------------------------
-    // The scene decides on placement and names; the node copies itself field by field, unheard.
+    // The scene decides on placement and names; the node copies itself field by field, without
+    // notifications.
 
     INode* clone(bool deep) const override;
     INode* convertTo(String type) override;
     /// Returns a copy that belongs to `scene` without being in it; the caller owns its reference.
     Node* clone(IScene* scene, String name) const;
-    /// The same, but for the init callback, which the caller has to see to.
+    /// Is like `clone`, but leaves the call of the init callback to the caller.
     [[nodiscard]] RefersTo<Node> copyFor(IScene* scene, String name) const;
 
     // ---- Presentation ----------------------------------------------------------------------
-    // The formats are the writers'. A flag is up while text is written, and restored, not cleared.
+    // The writers define the formats. A flag is set while text is written, and restored afterwards,
+    // not cleared.
 
     [[nodiscard]] String svgIcon(bool emptyIfMissing) const override;
     [[nodiscard]] String htmlHelp(bool page, String text) const override;
@@ -328,8 +334,8 @@ public:
     }
     [[nodiscard]] bool checkMesh() const override;
 
-    // Last in the interface, so that the order of all other operations stands.
-    /// Creates a buffer output of an element type, or returns the one there is.
+    // The last of the interface, so that the order of all other operations is unchanged.
+    /// Creates a buffer output of an element type, or returns the existing one.
     virtual IOutput* createOutput(String name, DataType dataType);
 
 private:
@@ -377,7 +383,7 @@ private:
     void tellScene(const Attribute* attribute, const Tell& tell);
 
     std::atomic<i32> m_refCount = 0;
-    // In what would be padding, as are the others below: the places of all others stand.
+    // This member, and later ones below, take what would be padding, so that no other member moves.
     NodeNumber m_number = noNumber;
     ds::Vector<NodeObserver*> m_observers;
     mutable std::recursive_mutex m_observerMutex;
@@ -392,10 +398,10 @@ private:
     mutable bool m_serializing = false;
     bool m_modifying = false;
     bool m_hasLeft = false;
-    // Whether the list of observers has any; may be read without the lock, which takes longer than
-    // the rest of a change that nobody hears of.
+    // Tells whether there are observers. It can be read without the lock, which takes longer than
+    // the rest of a change without observers.
     std::atomic<bool> m_isObserved = false;
-    // A bit for each kind of row that the graph of the scene knows of this node.
+    // Has a bit for each kind of row that the graph of the scene has for this node.
     mutable u8 m_knownRows = 0;
     ds::Vector<IInput*> m_inputs;
     ds::Vector<IOutput*> m_outputs;
@@ -416,16 +422,16 @@ private:
     static const String s_missingSvgIcon;
 };
 
-/// Appends the nodes that a "children" input links to, and, down to `maxDepth` (negative: all the
-/// way), those below them; parents first, each node once. `depth` is that of the input. Cycles need
-/// no limit, but with one the work grows with it. An "xform" that is met without the input gets it
-/// as `input("children")` makes it: with a line in the log, empty and of no kind.
+/// Appends the nodes that a "children" input links to and, down to `maxDepth` (negative for no
+/// limit), the nodes below them; parents first, each node once. `depth` is the depth of the input.
+/// The walk ends even with cycles, but with a limit its work grows with the limit. An "xform"
+/// without the input gets an empty one of no kind, with a log entry, as by `input("children")`.
 QV_EXPORT void getChildren(IInput* input, i64 depth, i64 maxDepth, ds::Vector<INode*>& out);
 
-/// Appends a node and all it depends on, each once and unless it is there already: what its inputs
-/// link and connect to, and, `downstream`, also what reads its outputs.
+/// Appends a node and all its dependencies, each once and unless `out` already has it. With
+/// `downstream`, follows connections to readers of outputs as well.
 QV_EXPORT void findDeps(INode* node, ds::Vector<INode*>& out, bool downstream);
-/// The same, from one input and what it holds.
+/// Is like `findDeps` for a node, starting at an input and the inputs inside it.
 QV_EXPORT void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream);
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,5 +1,6 @@
 // ---- Copies ----------------------------------------------------------------------------
-// The scene decides on placement and names; the node copies itself field by field, unheard.
+// The scene decides on placement and names; the node copies itself field by field, without
+// notifications.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

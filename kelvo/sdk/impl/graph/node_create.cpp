@@ -1,7 +1,7 @@
 // ---- Attribute creation ----------------------------------------------------------------
-// Asking again for an attribute of the same name and kind gives the one there is; a refused
-// re-creation warns and gives it too. Only an illegal name gives null. A new attribute makes
-// the node dirty, is appended, and is announced, in this order.
+// An existing attribute of the same name and kind is returned instead of a new one, with a
+// warning if its element type differs. Only an illegal name gives null. A new attribute makes
+// the node dirty, is appended, and is notified, in this order.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

@@ -1,5 +1,5 @@
 // ---- File paths ------------------------------------------------------------------------
-// String inputs "dir", "file" and "ext" make a node stand for a file; they are all there is.
+// String inputs "dir", "file" and "ext" make a node represent a file; there is no other state.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

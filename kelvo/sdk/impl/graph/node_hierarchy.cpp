@@ -1,5 +1,6 @@
 // ---- Hierarchy -------------------------------------------------------------------------
-// Children are what the array "children" of an "xform" links to, read afresh at each call.
+// The children are the nodes that the array "children" of an "xform" links to at the time of
+// the call.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -31,11 +32,12 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Walks "children" inputs depth first, without recursion: hierarchies may be deeper than the stack.
+// Walks "children" inputs depth first. Not recursive, because a deep hierarchy would overflow the
+// stack.
 //
-// A node reached again is walked again only where that can find more: closer to the top than it was
-// walked before. Its mark is the depth of its list when that was last walked to the end. Without a
-// limit one walk finds all, so that the mark is set at once, and cycles end.
+// A node reached again is walked again only if it is nearer to the top than before, so that the
+// walk may get further down. Its mark is the least depth at which its list was walked to the end.
+// Without a limit one walk finds everything, so the mark is set at once, and cycles end.
 class ChildWalk {
 public:
     ChildWalk(const Node* start, i64 maxDepth, ds::Vector<INode*>& out)
@@ -51,8 +53,8 @@ public:
     }
 
 private:
-    // A list of children: what is left of it stands at the end of `m_next`, in reverse, while it is
-    // the last.
+    // A list of children. While it is the last level, its pending nodes are at the end of `m_next`,
+    // in reverse order.
     struct Level {
         u64 first;
         i64 depth;
@@ -61,7 +63,7 @@ private:
 
     static constexpr i64 kNever = std::numeric_limits<i64>::max();
 
-    // Marks, which hold depths below that of the start.
+    // Special marks; the others are depths below the start.
     static constexpr i32 kNotWalked = std::numeric_limits<i32>::max();
     static constexpr i32 kWhole = std::numeric_limits<i32>::min();
 
@@ -113,9 +115,9 @@ private:
         return true;
     }
 
-    // An "xform" without the input gets it, as from any look-up through the interface, when the
-    // walk is over: who hears of it may remove what was walked. Nodes that end by that are left
-    // out.
+    // Gives each "xform" without the input an empty one, as any look-up through the interface does.
+    // Call after the walk, because observers of it may remove nodes; these are taken off the
+    // result.
     void makeLists() {
         if (m_without.empty()) return;
         std::vector<RefersTo<INode>> held;
@@ -164,9 +166,9 @@ NodeIterator* Node::children(i64 depth) const {
 
 namespace {
 
-// Returns the place of the first element that links to a node, -1 for none. The elements are looked
-// through, and beside them the links to the node, until one of the two comes to its end: few nodes
-// are in many lists, and few lists are long.
+// Returns the index of the first element that links to a node, -1 for none. Searches the elements
+// and the links to the node in turn, until one of the two ends: few nodes are in many lists, and
+// few lists are long.
 i64 firstElementTo(const Node& node, const Input& list) {
     const ds::Vector<IInput*>& elements = list.members();
     u64 next = 0;
@@ -202,7 +204,7 @@ bool Node::parentTo(INode* parent) {
         logWarning("%s", parentRefusal(*this, *parent, bar).buf());
         return false;
     }
-    // Who hears of the element may remove it, or either node.
+    // Observers may remove the element or either node.
     const bool isHeld = implOf(parent)->mayCallBack();
     const RefersTo<INode> self(isHeld ? this : nullptr), heldParent(isHeld ? parent : nullptr);
     const EditStep step(implOf(parent));

@@ -1,7 +1,7 @@
 // ---- Input paths -----------------------------------------------------------------------
-// Inputs are matched without regard to case and searched into arrays and objects; outputs are
-// matched exactly, at the top level. Misses are silent. Only array elements are made on the
-// way.
+// Inputs are matched without regard to case and searched in arrays and objects; outputs are
+// matched exactly, at the top level. Misses are not logged. Only array elements are created on
+// the way.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

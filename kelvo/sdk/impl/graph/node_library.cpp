@@ -1,6 +1,6 @@
 // ---- Library ---------------------------------------------------------------------------
-// The callbacks come as one set: the type's own if that is complete, else the first base's that
-// is, else the type's own as it stands.
+// The callbacks come as one set: the type's own if that is complete, else the first complete
+// set of a base, else the type's own, incomplete as it is.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

@@ -1,8 +1,9 @@
 // ---- Notifications ---------------------------------------------------------------------
-// First the dirty flag, always. Then, unless the node is being destroyed and inside one change
-// scope: observers under the lock, from a copy of the list; the scene after the lock is
-// released; the library's callback last. Silent inputs are added and removed unheard. Inside a
-// change of several parts all of it comes when that is complete.
+// Every change sets the dirty flag first. Then, unless the node is being destroyed,
+// notifications follow inside one change scope: observers under the lock, from a copy of the
+// list; the scene after the lock is released; the library's callback last. Silent inputs are
+// added and removed without notifications. During a change of several parts, notifications wait
+// until it is complete.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

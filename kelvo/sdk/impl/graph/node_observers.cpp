@@ -1,5 +1,5 @@
 // ---- Observers -------------------------------------------------------------------------
-// A list of borrowed pointers in order of subscription, touched only under the lock.
+// A list of borrowed pointers in order of subscription, used only under the lock.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

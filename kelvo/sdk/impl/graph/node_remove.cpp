@@ -1,6 +1,6 @@
 // ---- Attribute removal -----------------------------------------------------------------
-// The node is dirty before anyone is told, and lets go of the attribute after everyone was, so
-// that it can still be read.
+// The node is dirty before the first notification, and detaches the attribute after the last
+// one, so that observers can still read it.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

@@ -1,5 +1,5 @@
 // ---- Node paths ------------------------------------------------------------------------
-// Each call builds a fresh search. By-name targets need a node that belongs to a scene.
+// Each call makes a new search. Targets given by name need a node that belongs to a scene.
 
 #include "kelvo/sdk/impl/graph/node.h"
 
@@ -16,7 +16,7 @@ RefersTo<NodePath> Node::firstPathTo(const Node& target, bool allLinks) const {
 
 namespace {
 
-// Null for an empty handle.
+// Returns null for an empty handle.
 impl::PathIterator* implOf(RefCounted* paths) {
     return static_cast<impl::PathIterator*>(paths);
 }

@@ -1,5 +1,6 @@
 // ---- Compact graph ---------------------------------------------------------------------
-// A change of where walks lead from a node drops its rows in the graph of its scene.
+// A change of the dependencies, children or readers of a node drops its rows in the graph of
+// its scene.
 
 #include "kelvo/sdk/impl/graph/node.h"
 
@@ -9,7 +10,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// Rows are known of nodes that stand in their scene alone.
+// Only nodes in a scene have rows, so `m_scene` is not null here.
 void Node::dropKnownRows(int rows) noexcept {
     CompactGraph& graph = implOf(m_scene)->graph();
     for (const CompactGraph::Kind kind : CompactGraph::allKinds)

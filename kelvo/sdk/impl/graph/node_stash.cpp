@@ -1,5 +1,5 @@
 // ---- Stash -----------------------------------------------------------------------------
-// The inputs that the node's modifiers name, at any depth, put their values aside.
+// The inputs that the node's modifiers name, at any depth, keep their values aside.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"

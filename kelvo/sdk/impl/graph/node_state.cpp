@@ -1,5 +1,5 @@
 // ---- State -----------------------------------------------------------------------------
-// Every change sets the flag before anyone hears of it. Only setDirty(false), and a query that
+// Every change sets the flag before any notification. Only setDirty(false), and a query that
 // finds nothing dirty, clear it.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
@@ -28,21 +28,21 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Visits nodes depth first, without recursion: chains may be longer than the stack is deep. What is
-// left to visit stands in reverse, so that the next comes off the end.
+// Visits nodes depth first. Not recursive, because a long chain would overflow the stack. Pending
+// nodes are in reverse order, so that the next one is the last.
 class DependencyWalk {
 public:
     explicit DependencyWalk(const Node& start) : m_reader(&start), m_seen(m_reader) {}
 
     void leaveFor(const Node& node) { m_pending.push_back(m_reader.spotOf(node)); }
-    // The nodes added first are to be visited first.
+    // Reverses the pending nodes from `first` on, so that those added first are visited first.
     void reverseFrom(u64 first) {
         std::reverse(m_pending.begin() + static_cast<std::ptrdiff_t>(first), m_pending.end());
     }
     void passOver(const Node& node) { m_seen.add(m_reader.spotOf(node), 0); }
 
-    // Calls `visit(Node&)` for each node that was not met before, and goes on from it for as long
-    // as that answers true.
+    // Calls `visit(Node&)` for each node not visited before and continues to its neighbours. Stops
+    // when `visit` returns false.
     template<typename Visit>
     void run(bool downstream, const Visit& visit) {
         while (!m_pending.empty()) {
@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    // Links from elsewhere make no node depend on this one's readers.
+    // Among the readers of a node, follows connections only, not links.
     void leaveForLeads(Spot from, LeadKind kind) {
         const u64 first = m_pending.size();
         m_reader.forEachLead(from, kind, [&](Spot next, bool isConnection) {
@@ -70,7 +70,7 @@ private:
     std::vector<Spot> m_pending;
 };
 
-// Tells whether a node, or one that it depends on, is one that `isWanted(const Node&)`.
+// Tells whether `isWanted(const Node&)` holds for a node or one of its dependencies.
 template<typename Wanted>
 bool finds(const Node& start, const Wanted& isWanted) {
     DependencyWalk walk(start);
@@ -117,7 +117,7 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
     collect(walk, out, downstream);
 }
 
-// Several threads may ask at once; each keeps what it found out.
+// Several threads may call this at once; each stores what it found in the flag.
 bool Node::dirty(bool deep) const {
     const std::atomic_ref<bool> flag(m_dirty);
     if (flag.load(std::memory_order_relaxed)) return true;
@@ -129,7 +129,7 @@ bool Node::dirty(bool deep) const {
     return isDirty;
 }
 
-// Of a node that is in no scene, any class that was derived may have a say.
+// Outside of scenes, asks each node by its virtual function, which a derived class may override.
 bool Node::dependsOnDirty() const {
     if (sceneAround())
         return finds(*this, [this](const Node& node) { return &node != this && node.isDirty(); });
@@ -150,7 +150,7 @@ void Node::setDirty(bool dirty) {
     }
 }
 
-// The scene of a node that is being destroyed may be gone.
+// The scene of a node that is being destroyed may no longer exist.
 void Node::markDirty() const {
     const bool wasDirty = std::exchange(m_dirty, true);
     if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty);
@@ -161,7 +161,7 @@ NodeIterator* Node::dependencies(bool downstream, bool flag) const {
     ds::Vector<INode*> found;
     findDeps(self, found, downstream);
     found.remove(0);
-    // Each is there once already.
+    // The nodes are unique already.
     return new NodeIterator(std::move(found), flag, false);
 }
 
@@ -174,7 +174,7 @@ u64 Node::hash(StringVector skip) const {
     for (const IInput* next : m_inputs) {
         const auto* input = implOf(next);
         if (isPathNode && input->ownName().equals(known.dir)) continue;
-        // The constant has 32 bits, and stays so: stored hashes depend on it.
+        // The constant must keep its 32 bits, because stored hashes depend on it.
         if (const u64 h = input->hashWith(skip))
             seed ^= h + 0x9e3779b9u + (seed << 6) + (seed >> 2);
     }

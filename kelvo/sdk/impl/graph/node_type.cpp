@@ -1,5 +1,6 @@
 // ---- Type and naming -------------------------------------------------------------------
-// The type, bases and names of a node. Only the bases listed here count; nothing walks theirs.
+// The type, bases and names of a node. Only the bases listed here count; theirs are not looked
+// up.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

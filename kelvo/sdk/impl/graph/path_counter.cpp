@@ -16,14 +16,14 @@ PathCounter::PathCounter(INode* from, PathGoal goal, bool allLinks)
 PathCount PathCounter::count() {
     listAll();
     groupAll();
-    // The start, which has number 0, is no path of its own.
+    // The start, which has number 0, does not count as a path by itself.
     const u64 own = m_goal.isMetBy(m_graph.node(0)) ? 1 : 0;
     const u64 found = m_states[0].leaving;
     const bool isFull = found == std::numeric_limits<u64>::max();
     return {isFull ? found : found - own, m_isExact && !isFull};
 }
 
-// No path comes back to the start, nor from a node to itself.
+// Leaves out links to the start and from a node to itself, which no path uses.
 void PathCounter::listAll() {
     for (Number node = 0; node < m_graph.size(); ++node) {
         m_first.push_back(m_followers.size());
@@ -37,8 +37,8 @@ void PathCounter::listAll() {
     m_states.resize(m_graph.size());
 }
 
-// Nodes that lead to each other are one group; a group is closed when all those that it leads to
-// are.
+// Finds the groups of nodes that lead to each other (strongly connected components). A group is
+// closed after all groups that it leads to.
 void PathCounter::groupAll() {
     meet(0);
     while (!m_steps.empty()) {
@@ -81,7 +81,7 @@ void PathCounter::closeGroup(Number first) {
         sumLeaving(*node);
         leads = leads || m_states[*node].leaving != 0;
     }
-    // In a group that leads nowhere there is nothing to walk.
+    // A group without a way to the goal has 0 paths and need not be walked.
     for (auto node = begin; node != m_open.end(); ++node)
         m_states[*node].isCounted = !leads;
     m_open.erase(begin, m_open.end());
@@ -137,7 +137,7 @@ void PathCounter::enter(Number node, u64& paths) {
     add(paths, m_states[node].leaving);
 }
 
-// The greatest number stands for itself and all beyond.
+// The sum stops at the greatest number, which also stands for all greater ones.
 void PathCounter::add(u64& sum, u64 number) noexcept {
     const u64 most = std::numeric_limits<u64>::max();
     sum = number < most - sum ? sum + number : most;

@@ -6,7 +6,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A number of paths: the exact one, or one that there are at least.
+/// A number of paths: the exact number or a lower bound.
 struct PathCount {
     u64 number = 0;
     bool isExact = true;
@@ -14,9 +14,9 @@ struct PathCount {
 
 /// Counts the paths from a node without walking each of them.
 ///
-/// A path that has left a cycle does not come back to it. So the paths from a node that is in no
-/// cycle are the sum of those from the nodes that it leads to; only those within cycles are walked
-/// one by one, as far as `maxSteps` links go for all of them together.
+/// A path that has left a cycle cannot return to it. So the number for a node outside of cycles is
+/// the sum of the numbers for its followers. Only paths within cycles are walked one by one, with
+/// at most `maxSteps` links in total.
 class PathCounter {
 public:
     static constexpr u64 maxSteps = 4'000'000;
@@ -28,23 +28,24 @@ public:
 private:
     using Number = PathGraph::Number;
 
-    // A node, and which of its followers is next.
+    // A node and the index of its next follower.
     struct Step {
         Number node;
         u64 next;
     };
     struct State {
-        // In the order of the walk, from 1; the earliest that it leads back to.
+        // The position in the order of the walk, from 1, and the earliest position of an open node
+        // within reach.
         Number met = 0;
         Number earliest = 0;
-        // The nodes that lead to each other share one, from 1; 0 while it is not known.
+        // The group of the nodes that lead to each other, from 1; 0 while unknown.
         Number group = 0;
         bool isInCycle = false;
         bool isOnPath = false;
         bool isCounted = false;
-        // Paths from here that go on outside of the group, or end here.
+        // The number of paths that end here or leave the group with their next link.
         u64 leaving = 0;
-        // All paths from here. Needs `isCounted`.
+        // The number of all paths from this node. Needs `isCounted`.
         u64 paths = 0;
     };
 
@@ -61,7 +62,7 @@ private:
 
     PathGoal m_goal;
     PathGraph m_graph;
-    // The followers of a node stand from its first to that of the next.
+    // The followers of node `n` are those from `m_first[n]` up to `m_first[n + 1]`.
     std::vector<u64> m_first;
     std::vector<Number> m_followers;
     std::vector<State> m_states;

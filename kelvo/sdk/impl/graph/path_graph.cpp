@@ -18,7 +18,7 @@ PathGraph::Number PathGraph::numberOf(INode* node) {
     return numberOf(m_reader.spotOf(known));
 }
 
-// Holds 0 for a node that was not met yet.
+// Returns the place of a node's number plus 1, which is 0 for a node without a number yet.
 PathGraph::Number& PathGraph::placeOf(Spot spot) {
     if (!spot.hasNumber()) return m_others[&spot.node()];
     std::unique_ptr<Page>& page = m_pages[spot.number() / pageSize];

@@ -10,7 +10,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// The goal of a search for paths: one node, or nodes of any of some types (none: every node).
+/// The goal of a search for paths: one node, or the nodes of any of some types (without types,
+/// every node).
 struct PathGoal {
     bool byType = false;
     const interfaces::INode* target = nullptr;
@@ -19,23 +20,26 @@ struct PathGoal {
     [[nodiscard]] bool isMetBy(const Node& node) const;
 };
 
-/// The nodes that paths may go through, numbered as they are met, and what each of them leads to.
+/// The nodes that paths may go through, numbered in the order in which they are reached, and the
+/// followers of each.
 class PathGraph {
 public:
     using Number = u32;
 
-    /// `allLinks` false: along "children" only. Nothing leads on from `target`, which may be null.
+    /// Follows all links and connections or, with `allLinks` false, "children" only. No path
+    /// continues after `target`, which may be null.
     PathGraph(const INode* target, bool allLinks)
         : m_target(target), m_kind(allLinks ? LeadKind::Dependencies : LeadKind::Children) {}
 
-    /// The first that is asked for is the start.
+    /// Returns the number of a node. The first call must be for the start.
     [[nodiscard]] Number numberOf(INode* node);
     [[nodiscard]] Node& node(Number number) const noexcept {
         return m_reader.nodeAt(m_spots[number]);
     }
     /// Returns how many nodes have a number.
     [[nodiscard]] u64 size() const noexcept { return m_spots.size(); }
-    /// Appends the nodes that a node leads to, in input order, each once.
+    /// Appends the followers of a node, which are the nodes that it leads to, in the order of the
+    /// inputs, each once.
     void listFollowers(Number number, std::vector<Number>& out);
 
 private:
@@ -49,8 +53,7 @@ private:
     const INode* m_target;
     LeadKind m_kind;
     u64 m_listings = 0;
-    // By number in the scene, one more than the number here; pages without nodes that were met are
-    // null.
+    // Maps numbers in the scene to numbers here plus 1, 0 for none; pages without entries are null.
     std::vector<std::unique_ptr<Page>> m_pages;
     std::unordered_map<const Node*, Number> m_others;
     std::vector<Spot> m_spots;

@@ -44,8 +44,8 @@ const PathCount& PathIterator::counted() {
     return *m_count;
 }
 
-// Where the counter gives up there may still be few paths, with many dead ends among them, which
-// the search avoids.
+// When the counter gives up, there may still be few paths and many dead ends. The search avoids
+// dead ends, so it may succeed.
 PathCount PathIterator::countAll() const {
     PathCount count = PathCounter(m_from, m_goal, m_flag).count();
     if (count.isExact || count.number >= maxSearched) return count;

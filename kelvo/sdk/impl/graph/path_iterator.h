@@ -13,32 +13,32 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Yields the paths from a node to others, one by one as they are asked for, depth first in input
-/// order; no path meets a node twice. Created with one reference, owned by the caller. The graph
-/// must stay as it is meanwhile. One thread at a time.
+/// Finds the paths from a node to others one by one, depth first in the order of the inputs; no
+/// path contains a node twice. Created with one reference, owned by the caller. The graph must not
+/// change in the meantime. For one thread at a time.
 ///
-/// `flag` false: along "children" only; true: along every link and connection. `firstOnly` ends the
+/// With `flag`, follows every link and connection, else only "children". `firstOnly` ends the
 /// search at the first path.
 class QV_EXPORT PathIterator : public RefCounted {
 public:
-    /// To the nodes of any of the types; no types: to every node that is reached.
+    /// Searches for nodes of any of the types or, without types, for every node within reach.
     PathIterator(interfaces::INode* from, StringVector types, bool flag, bool firstOnly);
     PathIterator(interfaces::INode* from, interfaces::INode* to, bool flag, bool firstOnly);
 
-    /// Returns the number of paths; where `isCountExact` says no, one that there are at least.
+    /// Returns the number of paths, or a lower bound if `isCountExact` is false.
     virtual u64 count();
-    /// Returns the path that the iterator stands at, at first the first; null behind the last.
-    /// Valid until `next`, unless the caller takes a reference.
+    /// Returns the current path, initially the first; null after the last. Valid until `next`,
+    /// unless the caller takes a reference.
     virtual NodePath* current();
-    /// Goes on to the next path; false when there is none.
+    /// Advances to the next path; false when there is none.
     bool next();
-    /// Tells whether `count` is the number of paths. It is, however many there are, unless it is
-    /// `maxCount`, which stands for all beyond as well, or so many ways lead around within cycles
-    /// that to try them all would not end: then a bounded number of them was tried.
+    /// Tells whether `count` is exact. It is not if it is `maxCount`, which also stands for all
+    /// greater numbers, or if cycles contain too many paths to try; then only a limited number of
+    /// them was tried.
     [[nodiscard]] bool isCountExact();
 
     static constexpr u64 maxCount = std::numeric_limits<u64>::max();
-    /// As many paths are counted one by one, at most, where cycles leave no other way.
+    /// The greatest number of paths that are counted one by one if cycles make this necessary.
     static constexpr u64 maxSearched = 100'000;
 
 private:

@@ -61,14 +61,14 @@ void PathSearch::leave() {
     m_followers.resize(left.first);
 }
 
-// The node's followers stand in `m_followers` from `first` on.
+// The node's followers are in `m_followers` from `first` on.
 void PathSearch::waitForFollowers(Number node, u64 first) {
     if (std::exchange(m_states[node].isWaiting, true)) return;
     for (u64 i = first; i < m_followers.size(); ++i)
         m_waiting[m_followers[i]].push_back(node);
 }
 
-// Makes up for the barring of nodes before the first path.
+// Starts to record waiting nodes, and adds those that were barred before the first path.
 void PathSearch::rememberWaiting() {
     m_remembersWaiting = true;
     m_waiting.resize(m_graph.size());
@@ -81,8 +81,8 @@ void PathSearch::rememberWaiting() {
     }
 }
 
-// Frees the node, and those that were barred because of it. What is on the path is dealt with when
-// it leaves.
+// Frees the node and the nodes that were barred because of it. Nodes on the path are freed or
+// barred when they leave it.
 void PathSearch::free(Number node) {
     std::vector<Number> left{node};
     while (!left.empty()) {
@@ -96,7 +96,7 @@ void PathSearch::free(Number node) {
     }
 }
 
-// The nodes met for the first time get a state.
+// Also makes the states of nodes that are reached for the first time.
 void PathSearch::listFollowers(Number node) {
     m_graph.listFollowers(node, m_followers);
     m_states.resize(m_graph.size());

@@ -8,31 +8,32 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Finds the paths from a node to a goal one by one, depth first in input order. Between two paths
-/// it looks at each link of the graph a bounded number of times, however many paths there are.
+/// Finds the paths from a node to a goal one by one, depth first in the order of the inputs.
+/// Between two paths, it visits each link of the graph a bounded number of times, regardless of the
+/// number of paths.
 class PathSearch {
 public:
-    /// `allLinks` false: along "children" only.
+    /// Follows all links and connections or, with `allLinks` false, "children" only.
     PathSearch(interfaces::INode* from, PathGoal goal, bool allLinks);
 
-    /// Goes to the next path; false when there is none.
+    /// Advances to the next path; false when there is none.
     bool next();
     /// Returns the nodes of the path, from the start to the goal. Needs a `next` that was true.
     [[nodiscard]] ds::Vector<interfaces::INode*> path() const;
 
 private:
-    // Nodes are known by their number in the graph, which is that of their state.
+    // The number of a node in the graph, which is also the index of its state.
     using Number = PathGraph::Number;
 
-    // A node of the path. What follows it stands at the end of `m_followers` while it is the last.
+    // A node of the path. While it is the last step, its followers are at the end of `m_followers`.
     struct Step {
         Number node;
         bool led;
         u64 first;
         u64 next;
     };
-    // A node from which the rest of the path cannot reach the goal is barred until one of those
-    // that it leads to is freed.
+    // A node from which the path cannot reach the goal is barred until one of its followers is
+    // freed.
     struct State {
         bool isOnPath = false;
         bool isBarred = false;
@@ -47,12 +48,13 @@ private:
     void listFollowers(Number node);
 
     PathGoal m_goal;
-    // Until a first path is found nothing is freed, so that nobody need be known to wait.
+    // No node is freed before the first path is found, so waiting nodes are recorded only then.
     bool m_hasFound = false;
     bool m_remembersWaiting = false;
     PathGraph m_graph;
     std::vector<State> m_states;
-    // Of each node, once that is remembered: those that were barred at some time and lead here.
+    // For each node, the nodes that lead to it and were barred at some time; empty before the first
+    // path is found.
     std::vector<std::vector<Number>> m_waiting;
     std::vector<Step> m_steps;
     std::vector<Number> m_followers;

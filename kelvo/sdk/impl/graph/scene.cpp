@@ -1,6 +1,6 @@
 // ---- Object and lifetime ---------------------------------------------------------------
-// A scene holds one reference on each of its nodes. When it ends, nodes that others hold stay,
-// without a scene; links to them are forgotten, and nobody hears of it.
+// A scene holds one reference to each of its nodes. When it is destroyed, nodes with other
+// references become free nodes, and links to its nodes are cleared without notifications.
 
 #include "kelvo/sdk/impl/graph/scene.h"
 

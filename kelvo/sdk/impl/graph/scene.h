@@ -30,28 +30,28 @@ class Modifiers;
 class Node;
 class NodeConverter;
 
-/// The one implementation of a scene; the contract of its operations stands in `IScene`.
+/// The one implementation of a scene. `IScene` has the contract of its operations.
 ///
 ///     Object and lifetime  scene.cpp            construction, destruction, counting
-///     Nodes                scene_nodes.cpp      created, found, renamed, removed
-///     Copies               scene_copies.cpp     nodes cloned and converted
+///     Nodes                scene_nodes.cpp      creating, finding, renaming, removing
+///     Copies               scene_copies.cpp     cloning and converting nodes
 ///     Modifiers            scene_modify.cpp     applied as nodes change
-///     Libraries            scene_libraries.cpp  that know the types of nodes
+///     Libraries            scene_libraries.cpp  the types of nodes
 ///     Edits                scene_edit.cpp       steps and groups
-///     Undo                 scene_undo.cpp       steps taken back and done again
-///     Dirty state          scene_dirty.cpp      of the scene
-///     Evaluation           scene_eval.cpp       results kept
-///     Notifications        scene_notify.cpp     passed on to scene observers
-///     Batches              scene_batches.cpp    whole edits told at once
-///     Laws                 scene_verify.cpp     checked in a walk over all
+///     Undo                 scene_undo.cpp       undoing and redoing steps
+///     Dirty state          scene_dirty.cpp      dirty flags of the scene and its nodes
+///     Evaluation           scene_eval.cpp       the result cache
+///     Notifications        scene_notify.cpp     calls of scene observers and followers
+///     Batches              scene_batches.cpp    one notification for each edit
+///     Laws                 scene_verify.cpp     the check of the whole scene
 ///
-/// The functions by which nodes tell it of changes are virtual, so that an application may derive
-/// and listen.
+/// The functions by which nodes notify the scene of changes are virtual, so that an application can
+/// derive a class that overrides them.
 class Scene : public IScene, public HistoryOwner {
 public:
     // ---- Object and lifetime ---------------------------------------------------------------
-    // A scene holds one reference on each of its nodes. When it ends, nodes that others hold stay,
-    // without a scene; links to them are forgotten, and nobody hears of it.
+    // A scene holds one reference to each of its nodes. When it is destroyed, nodes with other
+    // references become free nodes, and links to its nodes are cleared without notifications.
 
     QV_EXPORT Scene();
     QV_EXPORT ~Scene() override;
@@ -66,10 +66,10 @@ public:
 
     [[nodiscard]] INode* findNode(String name) override;
     INode* createNode(String type, String name) override;
-    /// Takes a free-standing node in, at the end; its name gets a number if it is taken. The scene
-    /// takes a reference of its own.
+    /// Adds a free node at the end; a name in use gets the next free number. The scene takes a
+    /// reference.
     bool addNode(Node* node);
-    /// For whoever brought a node in that nobody heard of yet: takes it out again, with no memory.
+    /// Removes a node again before any notification of its addition; allocates nothing.
     void dropUnheard(Node& node) noexcept;
     bool removeNode(INode* node) override;
     bool renameNode(INode* node, String name) override;
@@ -78,13 +78,12 @@ public:
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
-    /// Tells whether the library is making this node right now: nobody hears of it yet, and nothing
-    /// that is done to it is recorded.
+    /// Tells whether the library is initialising this node; its changes are not notified or
+    /// recorded meanwhile.
     [[nodiscard]] bool isMaking(const INode* node) const noexcept {
         return !m_beingMade.empty() && std::ranges::find(m_beingMade, node) != m_beingMade.end();
     }
-    /// For whoever makes nodes: lets the library initialise one that belongs to the scene but is
-    /// not in it.
+    /// Makes the library initialise a new node that belongs to the scene but is not in it yet.
     void initialise(Node& node);
     /// Calls `visit(INode*)` for each node in creation order.
     template<typename Visit>
@@ -93,61 +92,63 @@ public:
     }
     /// Returns `name`, or the next free name made from it by a number.
     [[nodiscard]] String freeName(const String& name) const;
-    /// A description of an input names a node from now on.
+    /// Notes that a description of an input names a node.
     void noteDescribedNode() noexcept { m_describesNodes = true; }
-    /// Where walks lead from each node; of a node that is in no scene nothing is known.
+    /// Returns the graph that walks use, which knows nodes of this scene only.
     [[nodiscard]] CompactGraph& graph() noexcept { return m_nodes.graph(); }
     [[nodiscard]] const CompactGraph& graph() const noexcept { return m_nodes.graph(); }
-    /// The links to each node, kept by the inputs.
+    /// Returns the table of the links to each node, which the inputs update.
     [[nodiscard]] LinkTable& links() noexcept { return m_links; }
     [[nodiscard]] const LinkTable& links() const noexcept { return m_links; }
-    /// The same, of values that inputs keep aside.
+    /// Returns the table of the links in values that inputs keep aside.
     [[nodiscard]] LinkTable& stashLinks() noexcept { return m_stashLinks; }
-    /// Comments and unread parts that the reader kept for the writer.
+    /// Returns the comments and gaps of scene text, which the reader keeps for the writer.
     [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
 
     // ---- Copies ----------------------------------------------------------------------------
-    // Links and connections among what is copied lead to the copies, all others where they led.
+    // Links and connections among copied nodes lead to the copies, all others to the same nodes as
+    // before.
 
-    /// Returns a copy of the node, added to the scene under the next free name; `deep` copies all
-    /// of the scene that it depends on too, in the same order. Null, and logged, for a node whose
-    /// name is no simple identifier.
+    /// Returns a copy of the node, added to the scene under the next free name; `deep` copies its
+    /// dependencies in the scene too, in the same order. Null, and logged, for a node whose name is
+    /// no simple identifier.
     QV_EXPORT virtual INode* cloneNode(INode* node, bool deep);
     QV_EXPORT virtual INode* convertNode(INode* node, String type);
     INode* convertNoting(INode* node, String type, ConversionLosses* losses) override;
 
     // ---- Modifiers -------------------------------------------------------------------------
-    // Values that the modifiers of a node write hide the user's, and never replace them.
+    // Values that modifiers write hide the user's values and never replace them.
 
-    /// Has the node's modifiers write once more: for what they go by beside inputs and connections.
+    /// Makes the node's modifiers write again, when something other than an input or a connection
+    /// changed.
     void applyModifiers(INode* node);
-    /// Has all modifiers write with the next change, where there is nobody to tell now.
+    /// Makes all modifiers write with the next change, when notifications are not possible now.
     void applyModifiersLater() noexcept;
     void holdModifiers() noexcept override;
     void releaseModifiers(bool isToRun) override;
-    /// Tells whether the values that the node's inputs keep aside are what the user set.
+    /// Tells whether the values that the node's inputs keep aside are the user's.
     [[nodiscard]] bool isModified(const Node& node) const;
-    /// For nodes and inputs alone.
+    /// For nodes and inputs only.
     [[nodiscard]] Modifiers& modifiers() noexcept;
 
     // ---- Libraries -------------------------------------------------------------------------
     // A type is looked up in the libraries in the order in which they were added.
 
     bool addLibrary(interfaces::ILibInfo* library) override;
-    /// Takes back the libraries that were added since there were `from` of them.
+    /// Removes the libraries from position `from` on.
     void dropLibraries(u64 from) noexcept;
     [[nodiscard]] const std::vector<RefersTo<interfaces::ILibInfo>>& libraries() const noexcept {
         return m_libraries;
     }
     /// Returns the type's prototype in the first library that knows it, null when none does.
     [[nodiscard]] const Node* findType(const String& type) const noexcept;
-    /// Returns the names of all types that its libraries know, library by library.
+    /// Returns the names of all types, library by library.
     [[nodiscard]] StringVector typeNames() const;
 
     // ---- Edits -----------------------------------------------------------------------------
-    // Edits nest; the outermost is one step of the history. Groups only say that more edits follow,
-    // so that followers wait for the last one.
+    // Edits nest; the outermost is one step of the history. Groups only announce that more edits
+    // follow, so that followers wait for the last one.
 
     void beginEdit() override;
     void recordEdit(String doText, String undoText) override;
@@ -160,7 +161,8 @@ public:
     void endEditGroup() override;
 
     // ---- Undo ------------------------------------------------------------------------------
-    // The history answers; the scene lives until it is done, whatever the observers do.
+    // The history does the work. Each call keeps the scene alive until it returns, because
+    // observers may drop the last reference.
 
     [[nodiscard]] bool undoEnabled() override;
     [[nodiscard]] bool undoInProgress() override;
@@ -181,17 +183,17 @@ public:
     [[nodiscard]] History& history() noexcept { return m_history; }
 
     // ---- Dirty state -----------------------------------------------------------------------
-    // The scene's own flag is plain. The nodes' flags are kept true to what they depend on only
-    // when asked for, by a follower.
+    // The scene's own flag is plainly set and cleared. The nodes' flags cover their dependencies
+    // only on request, by a follower.
 
-    /// Tells the scene that it changed, or (false) that its present state counts as clean.
+    /// Marks the scene as changed or, with false, its present state as clean.
     QV_EXPORT virtual void setDirty(bool dirty = true);
     [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
-    /// Tells whether the scene keeps every node's flag true to its dependencies.
+    /// Tells whether the scene updates the flags of nodes with each change of a dependency.
     [[nodiscard]] QV_EXPORT virtual bool isDirtyStateCached() const;
     void setDirtyStateCached(bool cached) override;
-    /// For its nodes alone: its flag was set, and was before or not; it is about to be
-    /// cleared.
+    /// For nodes of the scene only, after their flag was set (`wasDirty` is the flag before) and
+    /// before it is cleared.
     void nodeChanged(const Node& node, bool wasDirty) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.nodeChanged(node, wasDirty); });
     }
@@ -200,13 +202,14 @@ public:
     }
 
     // ---- Evaluation ------------------------------------------------------------------------
-    // Results are kept only when asked for, by a follower that drops them as nodes change.
+    // Results are cached only on request, by a follower that drops them as nodes change.
 
     void setEvalCache(u64 maxBytes, bool isChecked) override;
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const override;
-    /// For its outputs alone; null while no results are kept.
+    /// For outputs of its nodes only; null while results are not cached.
     [[nodiscard]] EvalCache* evalCache() const noexcept;
-    /// For its nodes alone: what the results of the node depend on changed, and it is not dirty.
+    /// For nodes of the scene only, when a dependency of their results changed without making them
+    /// dirty.
     void resultsChanged(const Node& node) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.resultsChanged(node); });
     }
@@ -216,14 +219,14 @@ public:
 
     bool subscribe(SceneObserver* observer) override;
     bool unsubscribe(SceneObserver* observer) override;
-    /// Caches and the like, which keep true to the scene.
+    /// Returns the followers, such as caches.
     [[nodiscard]] SceneFollowers& followers() noexcept { return m_followers; }
-    /// Tells whether anyone may hear of what its nodes tell it.
+    /// Tells whether a notification by a node may have a receiver.
     [[nodiscard]] bool isHeard() const noexcept;
-    /// Somebody is about to be told something: what was done up to now is not taken back unheard.
+    /// Counts a notification that is about to be sent: earlier changes are not rolled back then.
     void noteTelling() noexcept { ++m_tellings; }
     [[nodiscard]] u64 tellings() const noexcept { return m_tellings; }
-    /// Makes ready to tell of a thing that is about to change, so that it does not fail then.
+    /// Prepares notifications about an object before it changes, so that they do not fail later.
     template<typename Thing>
     void expect(const Thing* thing) {
         m_followers.each([=](SceneFollower& follower) { follower.expect(thing); });
@@ -236,26 +239,27 @@ public:
     QV_EXPORT virtual void notifyInputConnected(const IInput* input, const IOutput* before,
                                                 const IOutput* after);
     void notifyInputRenamed(const IInput* input, String before);
-    /// For a node whose own observers threw: nobody is told of a value or connection, which the
-    /// scene and its modifiers go by all the same.
+    /// For a node whose own observers threw: updates the scene and its followers for a changed
+    /// value or connection, without notifying scene observers.
     void followUntold(const IInput* input);
 
     // ---- Batches ---------------------------------------------------------------------------
-    // The first observer of batches makes a notifier, which hears of single changes itself.
+    // The first batch observer makes a notifier, which is itself notified of each single change.
 
     bool subscribe(interfaces::BatchObserver* observer) override;
     bool unsubscribe(interfaces::BatchObserver* observer) override;
-    /// For batches alone: the lock under which observers are told.
+    /// For batches only: returns the lock that is held while observers are called.
     [[nodiscard]] std::recursive_mutex& observerMutex() noexcept { return m_observerMutex; }
 
     // ---- Laws ------------------------------------------------------------------------------
-    // A walk over all nodes, inputs and outputs names each law that does not hold, and its place.
+    // A walk over all nodes, inputs and outputs reports each law that does not hold, with its
+    // place.
 
     [[nodiscard]] IntegrityErrors verify() const override;
 
 private:
-    // Tells those that subscribed before and are still there when their turn comes; the scene, and
-    // what the news is about, live until all have heard. Other threads that subscribe wait for it.
+    // Notifies each observer that subscribed before and is still subscribed at its turn. Keeps the
+    // scene and the subject alive until the end. Other threads wait in `subscribe` meanwhile.
     template<typename Subject, typename Tell>
     void tellObservers(const Subject* subject, const Tell& tell) {
         if (!hasObservers()) return;
@@ -311,7 +315,7 @@ private:
     LinkTable m_links;
     LinkTable m_stashLinks;
     SceneComments m_comments;
-    // Touched under the lock alone; their number is there for those who only ask whether any are.
+    // Used only under the lock; the count tells whether there are observers without the lock.
     ds::Vector<SceneObserver*> m_observers;
     std::recursive_mutex m_observerMutex;
     std::atomic<u64> m_observerCount = 0;
@@ -319,17 +323,17 @@ private:
     u64 m_tellings = 0;
     u32 m_groupDepth = 0;
     bool m_dirty = false;
-    // Some description of an input may name a node.
+    // Tells whether a description of an input may name a node.
     bool m_describesNodes = false;
     SceneFollowers m_followers;
-    // Null until someone asks for batches; made under the lock of the observers.
+    // Null until the first batch observer subscribes; made under the lock of the observers.
     std::unique_ptr<SceneFollower> m_batches;
-    // Null while dirty states are not cached.
+    // Null while dirty flags are not cached.
     std::unique_ptr<SceneFollower> m_dirtyCache;
-    // Null while no results are kept.
+    // Null while results are not cached.
     std::unique_ptr<SceneFollower> m_evalCache;
-    // There from the start, so that a node may get its first modifier without memory for this. It
-    // follows once there is one.
+    // Made with the scene, so that a node can get its first modifier without an allocation here. It
+    // joins the followers with the first modifier.
     const std::unique_ptr<SceneFollower> m_modifiers;
 };
 

@@ -1,5 +1,6 @@
 // ---- Copies ----------------------------------------------------------------------------
-// Links and connections among what is copied lead to the copies, all others where they led.
+// Links and connections among copied nodes lead to the copies, all others to the same nodes as
+// before.
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"

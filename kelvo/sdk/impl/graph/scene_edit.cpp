@@ -1,6 +1,6 @@
 // ---- Edits -----------------------------------------------------------------------------
-// Edits nest; the outermost is one step of the history. Groups only say that more edits follow,
-// so that followers wait for the last one.
+// Edits nest; the outermost is one step of the history. Groups only announce that more edits
+// follow, so that followers wait for the last one.
 
 #include "kelvo/sdk/impl/graph/scene.h"
 

@@ -50,13 +50,14 @@ INode* Scene::createNode(String type, String name) {
     return given(node.get());
 }
 
-// Returns what the scene made, null when those who heard of it took it away, or even let go of the
-// scene, which the caller holds for as long as this takes.
+// Returns the node that the scene made; null when an observer removed it again, or when only the
+// caller's reference still keeps the scene alive.
 INode* Scene::given(const Node* made) const noexcept {
     return made && contains(*made) && m_refCount.load() != 1 ? const_cast<Node*>(made) : nullptr;
 }
 
-// A copy of the definition or, when that is null, a bare node; named when it comes in.
+// Returns a copy of the prototype or, when that is null, a bare node. `addNode` may still change
+// its name.
 RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
     String free = m_nodes.freeName(name);
     if (!definition) return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
@@ -90,7 +91,7 @@ bool Scene::addNode(Node* node) {
     return true;
 }
 
-// Needs one that is in the table.
+// Needs a node that is in the table.
 void Scene::enter(Node& node) {
     node.incRef();
     node.setScene(this);
@@ -117,7 +118,7 @@ void Scene::tellAdded(Node& node) {
     calls.end();
 }
 
-// Links that were made while the node stood in no scene are the scene's from now on.
+// Moves links to the node from the tables of free nodes to those of the scene.
 void Scene::adoptLinks(Node& node) {
     LinkTable::ofFreeNodes().moveTo(m_links, &node);
     LinkTable::keptOfFreeNodes().moveTo(m_stashLinks, &node);
@@ -148,7 +149,7 @@ bool Scene::removeNode(INode* node) {
     return true;
 }
 
-// Needs a node that nothing refers to, and that is held.
+// Needs a node without links and connections to it, which the caller keeps alive.
 NodeTable::Place Scene::takeOut(Node& node) {
     node.surroundingsChanged();
     NodeTable::Place place = m_nodes.take(node.name());
@@ -160,7 +161,7 @@ NodeTable::Place Scene::takeOut(Node& node) {
     return place;
 }
 
-// The change that took the node out is complete.
+// Call when the change that removed the node is complete.
 void Scene::leave(Node& node) {
     m_followers.each([&](SceneFollower& follower) { follower.nodeLeft(node); });
 }
@@ -186,12 +187,12 @@ void Scene::tellRemoved(Node& node) {
     calls.end();
 }
 
-// Of a node that left, unless those who were told put it back or elsewhere.
+// Detaches a removed node from the scene, unless observers added it to a scene again.
 void Scene::letGo(Node& node) noexcept {
     if (node.scene() == this && node.hasLeft()) node.setScene(nullptr);
 }
 
-// Descriptions are shared: those that name the node are replaced.
+// Replaces the descriptions that name the node, because inputs share them.
 void Scene::clearDescriptions(const Node& node) {
     std::unordered_map<const AttrDetails*, RefersTo<AttrDetails>> replaced;
     m_nodes.forEach([&](const Node* each) {
@@ -209,7 +210,7 @@ void Scene::clearDescriptions(const Node& node) {
     });
 }
 
-// Needs a hold: who is told meanwhile might link to the node again.
+// Call while notifications are held back, because observers might link to the node again.
 void Scene::clearReferences(Node& node) {
     for (LinkTable* links : {&m_links, &m_stashLinks})
         while (Input* input = links->first(&node))
@@ -236,7 +237,7 @@ bool Scene::renameNode(INode* node, String name) {
     return true;
 }
 
-// Needs a name that is free.
+// Needs a name that is not in use.
 void Scene::rename(Node& node, String name) {
     const String before = node.name();
     m_nodes.rename(before, name);

@@ -1,5 +1,6 @@
 // ---- Undo ------------------------------------------------------------------------------
-// The history answers; the scene lives until it is done, whatever the observers do.
+// The history does the work. Each call keeps the scene alive until it returns, because
+// observers may drop the last reference.
 
 #include "kelvo/sdk/impl/graph/scene.h"
 

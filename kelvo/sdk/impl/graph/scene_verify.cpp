@@ -1,5 +1,6 @@
 // ---- Laws ------------------------------------------------------------------------------
-// A walk over all nodes, inputs and outputs names each law that does not hold, and its place.
+// A walk over all nodes, inputs and outputs reports each law that does not hold, with its
+// place.
 
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
@@ -25,10 +26,10 @@ String counted(u64 count, const char* what) {
     return String(std::string_view(std::to_string(count))) + " " + what;
 }
 
-// Up to here a search among those before is faster than a set.
+// Up to this size, comparing each entry with all earlier ones is faster than a set.
 constexpr u64 kShortList = 64;
 
-// Tells whether no pointer of a list is null or stands in it twice.
+// Tells whether a list has neither null nor duplicate pointers.
 template<typename List>
 bool holdsEachOnce(const List& list) {
     if (list.size() > kShortList) {
@@ -40,8 +41,8 @@ bool holdsEachOnce(const List& list) {
     return true;
 }
 
-// Calls `fail` with what is wrong with a list's index: each attribute is to be found by its name,
-// or one before it is.
+// Calls `fail` with each error in a list's index, in which the name of an attribute must lead to
+// the attribute itself or to an earlier one.
 template<typename Attribute, typename Fail>
 void checkIndexOf(const ds::Vector<Attribute*>& list, const char* kind, const Fail& fail) {
     using Own = typename ImplementationOf<Attribute>::Type;
@@ -91,7 +92,7 @@ void SceneVerifier::listNodes() {
     });
 }
 
-// As many names as nodes, each found under its name: so the names are unique.
+// Names are unique if there are as many names as nodes and each name leads to its node.
 void SceneVerifier::checkNames() {
     if (m_nodes.m_byName.size() != m_nodes.size())
         fail({}, "has " + counted(m_nodes.size(), "nodes but ") +
@@ -115,7 +116,7 @@ void SceneVerifier::checkNode(const Node& node) {
 
 // ---- Inputs --------------------------------------------------------------------------------
 
-// Without recursion: inputs may be nested deeper than the stack goes.
+// Not recursive, because inputs may be nested so deep that recursion would overflow the stack.
 void SceneVerifier::checkInputs(const Node& node) {
     m_way.assign(1, {&node.inputs(), nullptr, 0});
     checkList(node.inputs(), nullptr);

@@ -21,31 +21,31 @@ class Output;
 class Scene;
 struct Link;
 
-/// The checked walk over a whole scene that finds which of its laws do not hold. Linear in time and
-/// memory; takes arrays and objects of any depth.
+/// Walks over a whole scene and finds the laws that do not hold. Takes linear time and memory, and
+/// arrays and objects of any depth.
 ///
 ///     Walk    scene_verify.cpp        nodes, the lists of their attributes, indexes by name
 ///     Bonds   scene_verify_bonds.cpp  connections, links and the tables of links
 ///     Rows    scene_verify_rows.cpp   the compact graph
 ///
-/// Does not look into things that the scene does not own, except inputs that say they belong to one
-/// of the scene's outputs or to its table of links.
+/// Reads no objects outside of the scene, except inputs that are listed as targets of the scene's
+/// outputs or as links in its tables.
 class SceneVerifier {
 public:
     /// The tables of a scene.
     struct Tables {
         const NodeTable& nodes;
         const LinkTable& links;
-        /// Of values that are put aside.
+        /// The links in kept values.
         const LinkTable& keptLinks;
     };
 
-    /// Borrows everything.
+    /// Borrows the scene and the tables.
     SceneVerifier(const Scene& scene, Tables tables);
 
     [[nodiscard]] IntegrityErrors verify();
 
-    /// Breaks laws; defined by tests alone.
+    /// Breaks laws on purpose; only tests define it.
     struct Tamper;
 
 private:
@@ -79,10 +79,10 @@ private:
     void checkRow(const Node& node, CompactGraph::Kind kind);
     [[nodiscard]] bool isOfScene(const INode* node) const { return m_known.contains(node); }
 
-    // Tells whether a node stands in no scene, or is being told of on its way in or out.
+    // Tells whether a node is in no scene, or is just being added or removed.
     [[nodiscard]] bool isFree(const INode* node) const;
 
-    // Of the input that the walk has come to.
+    // Returns the path of the input that the walk has reached.
     [[nodiscard]] String place() const;
     void fail(String place, String message);
 
@@ -93,7 +93,7 @@ private:
     IntegrityErrors m_errors;
     std::unordered_set<const INode*> m_known;
     std::unordered_set<const Output*> m_outputs;
-    // Of inputs that link to a node or keep a link aside: those not yet met in a table.
+    // The links that inputs have as values or kept values, without those already found in a table.
     std::unordered_set<const Link*> m_linksLeft;
     std::unordered_set<const Link*> m_linksMet;
     const Node* m_node = nullptr;

@@ -11,14 +11,14 @@ namespace qv::kelvo_sdk::impl {
 void SceneVerifier::checkSource(const Input& input) {
     const Output* source = input.sourceOutput();
     if (!source) return;
-    // The output of a node that stands in no scene may be read.
+    // An input may be connected to an output of a free node.
     if (!m_outputs.contains(source) && !isFree(source->node()))
         return fail(place(), "is connected to an output that no node of the scene has");
     if (source->m_targets.inSlot(input.m_extras->sourceSlot) != &input)
         fail(place(), "is connected to '" + source->path() + "', which does not list it there");
 }
 
-// Inputs of nodes outside of the scene may be among the targets: those of nodes that come in later.
+// Targets may be inputs of nodes outside of the scene, such as nodes that are still to be added.
 void SceneVerifier::checkTargets(const Output& output) {
     if (!output.m_targets.isSound()) fail(output.path(), "miscounts its targets");
     std::unordered_set<const Input*> met;
@@ -39,7 +39,7 @@ void SceneVerifier::checkLink(const Input& input) {
     if (link && link->table) fail(place(), "links to no node but has a place among the links");
 }
 
-// Values put aside and defaults come back by `unstash` and `reset`.
+// Links in kept values and defaults must be valid too, because `unstash` and `reset` restore them.
 void SceneVerifier::checkKept(const Input& input) {
     const auto linkIn = [](const Value& value) {
         return value.type() == AttrType::Node ? value.asNode() : nullptr;
@@ -53,7 +53,7 @@ void SceneVerifier::checkKept(const Input& input) {
         fail(place(), "has a default that links to a node that is not of the scene");
 }
 
-// Needs a target, which may be long gone.
+// `target` must not be null, but may no longer exist, so it is not read before it is known.
 void SceneVerifier::checkBond(const Link* link, const LinkTable& table, const INode* target,
                               const char* what) {
     const LinkTable& free =
@@ -65,7 +65,7 @@ void SceneVerifier::checkBond(const Link* link, const LinkTable& table, const IN
     m_linksLeft.insert(link);
 }
 
-// Needs one that lives, or null.
+// Needs a node that still exists, or null.
 bool SceneVerifier::isFree(const INode* node) const {
     const IScene* home = node ? node->scene() : nullptr;
     return node && (!home || (home == &m_scene && !isOfScene(node)));
@@ -82,7 +82,7 @@ void SceneVerifier::checkLinkTable(const LinkTable& table) {
     }
 }
 
-// A ring that is broken is followed as far as it goes, and never around twice.
+// Stops at the first break of a ring, and never follows a ring twice.
 void SceneVerifier::checkRing(const LinkTable& table, const INode* target, const Link* first) {
     const String name = isOfScene(target) ? target->name() : String();
     const Link* link = first;

@@ -21,7 +21,7 @@ const char* nameOf(LeadKind kind) noexcept {
     }
 }
 
-// Tells whether a row says the same as the node itself.
+// Tells whether a row agrees with the leads of the node itself.
 bool isRight(const LeadRow& row, const CompactGraph& graph, const Node& node, LeadKind kind) {
     const Lead* next = row.begin();
     bool isSame = true;
@@ -35,7 +35,7 @@ bool isRight(const LeadRow& row, const CompactGraph& graph, const Node& node, Le
 
 } // namespace
 
-// Walks go by the nodes from then on where the graph is wrong.
+// If the graph has an error, walks read the leads from the nodes from now on.
 void SceneVerifier::checkRows() {
     const u64 errors = m_errors.size();
     const CompactGraph& graph = m_scene.graph();

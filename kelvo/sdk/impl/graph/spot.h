@@ -4,7 +4,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A node as a walk meets it: by its number in the graph of its scene, or itself where it has none.
+/// A node on a walk, as its number in the graph of the scene or, without a number there, a pointer.
+// The lowest bit tells the two apart, because pointers to nodes are even.
 class Spot {
 public:
     explicit Spot(NodeNumber number) noexcept : m_bits(u64{number} << 1 | 1) {}
@@ -13,7 +14,7 @@ public:
     [[nodiscard]] NodeNumber number() const noexcept {
         return static_cast<NodeNumber>(m_bits >> 1);
     }
-    /// Needs one without a number.
+    /// Needs a node without a number.
     [[nodiscard]] Node& node() const noexcept { return *reinterpret_cast<Node*>(m_bits); }
 
 private:

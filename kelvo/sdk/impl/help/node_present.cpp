@@ -1,5 +1,6 @@
 // ---- Presentation ----------------------------------------------------------------------
-// The formats are the writers'. A flag is up while text is written, and restored, not cleared.
+// The writers define the formats. A flag is set while text is written, and restored afterwards,
+// not cleared.
 
 #include "kelvo/sdk/impl/graph/node.h"
 

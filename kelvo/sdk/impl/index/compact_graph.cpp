@@ -11,7 +11,7 @@ CompactGraph::~CompactGraph() {
     delete m_spareRoom.load();
 }
 
-// If memory runs out, some lists are longer than that of the nodes by one that nobody uses.
+// When memory is out, some lists keep an unused entry more than the list of nodes.
 NodeNumber CompactGraph::claim() {
     if (!m_free.empty()) {
         const NodeNumber number = m_free.back();
@@ -46,7 +46,7 @@ const LeadRow& CompactGraph::fill(Kind kind, NodeNumber number, const std::vecto
     return row;
 }
 
-// The row is not known meanwhile.
+// Needs a row that is not filled in, because it frees the old leads.
 void CompactGraph::makeRoom(LeadRow& row, u64 count) {
     if (count <= row.m_capacity) return;
     const u64 capacity = std::max(count, u64{2} * row.m_capacity);
@@ -70,7 +70,7 @@ CompactGraph::Marks::Marks(const CompactGraph& graph)
     m_room->walk = 1;
 }
 
-// Little room is as quickly made anew, so that small scenes keep no memory for walks.
+// Keeps no memory for small scenes, because allocating little memory again is as fast.
 CompactGraph::Marks::~Marks() {
     constexpr u64 worthKeeping = 256;
     if (m_room->marks.size() < worthKeeping) return;

@@ -12,12 +12,12 @@ namespace qv::kelvo_sdk::impl {
 
 class Node;
 
-/// The number of a node in its scene. It stays with the node's place in the scene through renaming,
-/// conversion, removal and undo, and goes to another only when nobody can bring that place back.
+/// The number of a node in its scene. It belongs to the node's place in the scene through renaming,
+/// conversion, removal and undo, and is reused only when that place cannot be restored any more.
 using NodeNumber = u32;
 inline constexpr NodeNumber noNumber = 0xffffffff;
 
-/// A way from one node to another.
+/// A step of a walk from one node to another, through a link or a connection.
 struct Lead {
     Lead() = default;
     Lead(NodeNumber number, bool byConnection) noexcept
@@ -28,7 +28,7 @@ struct Lead {
     bool operator==(const Lead&) const = default;
 };
 
-/// The leads of one kind from one node, in order. Those of most nodes stand in the row itself.
+/// The leads of one kind from one node, in order. A row with few leads needs no allocation.
 class LeadRow {
 public:
     [[nodiscard]] const Lead* begin() const noexcept {
@@ -50,21 +50,22 @@ private:
     };
 };
 
-/// Holds where each node of a scene leads, number by number in contiguous memory, so that walks
-/// need not look at the many nodes that they pass, which are large and far apart.
+/// The leads of all nodes of a scene, by number in contiguous memory. Walks need not read the nodes
+/// themselves, which are large and far apart.
 ///
-/// A row is filled in by the first walk that asks for it and dropped by whatever changes it, in
-/// constant time and without memory. So nothing fails in the middle of an edit, a change costs no
-/// more than the rows that it makes unknown, and a scene that nobody walks pays for no rows. Walks
-/// on several threads may fill rows in under the lock; all else is for the thread that edits.
+/// The first walk that needs a row fills it in. A change drops the rows that it makes wrong, in
+/// constant time and without allocations, so that it cannot fail in the middle of an edit. A scene
+/// without walks has no rows. Walks on several threads may fill rows in under the lock; everything
+/// else is for the editing thread.
 class CompactGraph {
 public:
     enum class Kind : u8 {
-        /// To what the inputs of a node link and connect to, at any depth, in order.
+        /// Lead to the nodes that inputs of the node, at any depth, link and connect to, in order.
         Dependencies,
-        /// To the nodes whose inputs link here, then to those connected to its outputs, in order.
+        /// Lead to the nodes with inputs that link to the node, then to the nodes with inputs that
+        /// are connected to its outputs, in order.
         Readers,
-        /// To what the list "children" of a transform links to.
+        /// Lead to the nodes that the list "children" of an "xform" links to.
         Children,
     };
     static constexpr u64 kinds = 3;
@@ -77,31 +78,31 @@ public:
 
     // ---- Numbers ---------------------------------------------------------------------------
 
-    /// Returns a number that nobody has, with no node yet.
+    /// Returns a free number, with no node yet.
     [[nodiscard]] NodeNumber claim();
-    /// The number may be given away again. Needs one without a node.
+    /// Frees a number, which must be without a node.
     void release(NodeNumber number) noexcept;
-    /// The node has the number from now on; null: its place is kept. Nothing is known of it.
+    /// Gives the number to a node and drops its rows; with null, keeps the number for later.
     void place(NodeNumber number, Node* node) noexcept;
     /// Returns null for a number without a node.
     [[nodiscard]] Node* node(NodeNumber number) const noexcept {
         return number < m_nodes.size() ? m_nodes[number] : nullptr;
     }
-    /// All numbers are below this one.
+    /// Returns a number above all others.
     [[nodiscard]] NodeNumber end() const noexcept {
         return static_cast<NodeNumber>(m_nodes.size());
     }
 
     // ---- Rows ------------------------------------------------------------------------------
 
-    /// Returns null while the row is not known.
+    /// Returns null while the row is not filled in.
     [[nodiscard]] const LeadRow* row(Kind kind, NodeNumber number) const noexcept {
         const LeadRow& row = m_rows[static_cast<u64>(kind)][number];
         return countOf(row).load(std::memory_order_acquire) != LeadRow::unknown ? &row : nullptr;
     }
-    /// Sets a row that is not known. Under the lock.
+    /// Fills a row in. Call under the lock, for a row that is not filled in.
     const LeadRow& fill(Kind kind, NodeNumber number, const std::vector<Lead>& leads);
-    /// The row is not known any more.
+    /// Makes a row unknown, so that the next walk fills it in again.
     void drop(Kind kind, NodeNumber number) noexcept {
         m_rows[static_cast<u64>(kind)][number].m_count = LeadRow::unknown;
     }
@@ -109,7 +110,7 @@ public:
 
     // ---- Trust -----------------------------------------------------------------------------
 
-    /// The graph was found to disagree with the nodes: from now on walks go by these.
+    /// Call when the graph disagrees with the nodes: from now on walks read the nodes.
     void distrust() const noexcept { m_isTrusted.store(false, std::memory_order_relaxed); }
     [[nodiscard]] bool isTrusted() const noexcept {
         return m_isTrusted.load(std::memory_order_relaxed);
@@ -130,16 +131,16 @@ private:
 
     std::vector<Node*> m_nodes;
     std::array<std::vector<LeadRow>, kinds> m_rows;
-    // Has room for all numbers.
+    // Has capacity for all numbers, so that `release` needs no memory.
     std::vector<NodeNumber> m_free;
     mutable std::mutex m_mutex;
     mutable std::atomic<bool> m_isTrusted = true;
-    // Left by the last walk for the next; null while there is none or a walk has it.
+    // Memory that the last walk leaves to the next; null while there is none or a walk uses it.
     mutable std::atomic<MarkRoom*> m_spareRoom = nullptr;
 };
 
-/// Marks on numbers for the time of one walk. To begin costs nothing in proportion to the graph,
-/// but for the first walk on each of several threads.
+/// Marks on numbers during one walk. Starts in constant time, because walks reuse their memory,
+/// except for the first walk and for walks on several threads at once.
 class CompactGraph::Marks {
 public:
     explicit Marks(const CompactGraph& graph);
@@ -151,7 +152,7 @@ public:
         i32& value;
         bool isNew;
     };
-    /// Marks the number with `value`, unless it has a mark already.
+    /// Marks the number with `value` unless it has a mark, and returns its mark.
     Added add(NodeNumber number, i32 value) noexcept;
 
 private:
@@ -165,7 +166,7 @@ struct CompactGraph::MarkRoom {
         i32 value = 0;
     };
     std::vector<Mark> marks;
-    // Marks of other walks do not count.
+    // The number of this walk; marks of other walks do not count.
     u32 walk = 0;
 };
 

@@ -22,8 +22,8 @@ private:
     const LinkTable& m_table;
 };
 
-// These never end, as nodes of static storage may outlive anything else. They take no memory until
-// something is added, as the end of any node looks into them.
+// These tables are never destroyed, because nodes of static storage may outlive any other object.
+// They need no allocation, because every node looks into them when it is destroyed.
 LinkTable& LinkTable::ofFreeNodes() noexcept {
     static std::mutex mutex;
     alignas(LinkTable) static std::byte room[sizeof(LinkTable)];
@@ -50,7 +50,7 @@ LinkTable::~LinkTable() {
     });
 }
 
-// The low bits of addresses are alike.
+// Uses the high bits of a product, because the low bits of addresses are mostly equal.
 Link** LinkTable::chainOf(const interfaces::INode* target) const noexcept {
     const u64 mixed = reinterpret_cast<std::uintptr_t>(target) * 0x9e3779b97f4a7c15;
     return &m_places[(mixed >> 32) & (m_placeCount - 1)];
@@ -63,7 +63,7 @@ Link** LinkTable::placeOf(const interfaces::INode* target) const noexcept {
     return place;
 }
 
-// Chains that grow long cost time alone.
+// When memory is out, keeps the chains, which only get longer and slower.
 void LinkTable::grow() noexcept {
     const u64 count = m_placeCount * 2;
     std::unique_ptr<Link*[]> many(new (std::nothrow) Link*[count]());
@@ -127,7 +127,8 @@ Input* LinkTable::first(const interfaces::INode* target) const noexcept {
     return link ? link->input : nullptr;
 }
 
-// The links to one node belong to the thread that edits it.
+// May read the count of free links without a lock, because only the thread that edits a node adds
+// and removes links to it.
 Link* LinkTable::firstLink(const interfaces::INode* target) const noexcept {
     if (m_mutex ? !hasFreeLinks() : m_ringCount == 0) return nullptr;
     const Lock lock(*this);

@@ -13,39 +13,39 @@ namespace qv::kelvo_sdk::impl {
 class Input;
 class LinkTable;
 
-/// The place of one input in the list of those that link to the same node; part of the input.
+/// An entry in the ring of all inputs that link to one node; a part of its input.
 struct Link {
     Input* input = nullptr;
     interfaces::INode* target = nullptr;
     LinkTable* table = nullptr;
     Link* previous = nullptr;
     Link* next = nullptr;
-    // Of the first link of a ring: the first of another ring whose node has the same place.
+    // In the first link of a ring: the first link of the next ring in the same chain.
     Link* nextRing = nullptr;
 };
 
-/// Which inputs link to a node, so that its end can clear them: one ring of links per node that is
-/// linked to, in order of linking. Adding and removing take constant time, and no memory that could
-/// be missing: without more of it for the places of nodes, several nodes share one.
+/// The inputs that link to each node, so that links can be cleared when the node is removed: one
+/// ring of links per target, in order of linking. Adding and removing take constant time and cannot
+/// fail: when memory is out, the chains of the hash table grow longer instead of more.
 ///
-/// A scene has a table for its own nodes. Nodes that stand in no scene share one of the process,
-/// which any thread may use.
+/// A scene has a table for its own nodes. All free nodes share a table of the process, which any
+/// thread may use.
 class LinkTable {
 public:
     LinkTable() = default;
-    /// The tables of nodes that stand in no scene: of links, and of links that are kept aside.
+    /// Return the tables of links to free nodes: in values and in kept values.
     [[nodiscard]] static LinkTable& ofFreeNodes() noexcept;
     [[nodiscard]] static LinkTable& keptOfFreeNodes() noexcept;
-    /// Tells whether these two hold anything, which the end of each node asks.
+    /// Tells, without a lock, whether these two tables have links; each destroyed node asks this.
     [[nodiscard]] static bool hasFreeLinks() noexcept {
         return s_freeLinks.load(std::memory_order_relaxed) != 0;
     }
-    /// Lets all links go; they keep their targets.
+    /// Removes all links from the table; they keep their targets.
     ~LinkTable();
     LinkTable(const LinkTable&) = delete;
     LinkTable& operator=(const LinkTable&) = delete;
 
-    /// Lets all links go and calls `visit(Input&)` for each of their inputs, which adds none.
+    /// Removes all links and calls `visit(Input&)` for the input of each, which must not add links.
     template<typename Visit>
     void clear(const Visit& visit) {
         takeRings([&visit](Link* first) {
@@ -63,13 +63,13 @@ public:
     void add(Link& link, interfaces::INode* target) noexcept;
     void remove(Link& link) noexcept;
 
-    /// Returns the input that has linked to the node for longest, null when none does.
+    /// Returns the input with the oldest link to the node, null for none.
     [[nodiscard]] Input* first(const interfaces::INode* target) const noexcept;
     /// Returns how many inputs link to the node, in linear time.
     [[nodiscard]] u64 count(const interfaces::INode* target) const noexcept;
     /// Moves the links to a node to the end of another table.
     void moveTo(LinkTable& other, interfaces::INode* target) noexcept;
-    /// Calls `visit(Input&)` for each input that links to the node; no link may change meanwhile.
+    /// Calls `visit(Input&)` for each input that links to the node; `visit` must not change links.
     template<typename Visit>
     void forEach(const interfaces::INode* target, const Visit& visit) const {
         findAny(target, [&visit](Input& input) {
@@ -77,7 +77,8 @@ public:
             return false;
         });
     }
-    /// Tells whether `isWanted(Input&)` answers true for one of these, and asks no further ones.
+    /// Tells whether `isWanted(Input&)` is true for an input that links to the node; stops at the
+    /// first one.
     template<typename Wanted>
     bool findAny(const interfaces::INode* target, const Wanted& isWanted) const {
         const Link* first = m_ringCount != 0 ? *placeOf(target) : nullptr;
@@ -93,16 +94,17 @@ public:
 private:
     friend class SceneVerifier;
 
-    // Guards a table that threads share.
+    // Locks a table that threads share.
     class Lock;
     static constexpr u64 fewPlaces = 8;
 
     [[nodiscard]] Link* firstLink(const interfaces::INode* target) const noexcept;
-    // Returns where the first link of a node's ring is kept, or would be.
+    // Returns the address of the pointer to the first link of a node's ring, which is null without
+    // a ring.
     [[nodiscard]] Link** placeOf(const interfaces::INode* target) const noexcept;
     [[nodiscard]] Link** chainOf(const interfaces::INode* target) const noexcept;
     void grow() noexcept;
-    // Takes each ring out whole and calls `take(Link*)` with its first link.
+    // Removes each ring as a whole and calls `take(Link*)` with its first link.
     template<typename Take>
     void takeRings(const Take& take) {
         for (u64 i = 0; i < m_placeCount; ++i)
@@ -122,9 +124,9 @@ private:
 
     // Null for the table of a scene.
     std::mutex* m_mutex = nullptr;
-    // How many links there are in tables that threads share.
+    // The number of links in tables that threads share.
     static inline constinit std::atomic<u64> s_freeLinks = 0;
-    // Chains of first links, by the addresses of their nodes; a power of two of them.
+    // A hash table of chains of first links, by target; the number of chains is a power of two.
     Link* m_few[fewPlaces] = {};
     std::unique_ptr<Link*[]> m_many;
     Link** m_places = m_few;

@@ -7,7 +7,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// A number for each of many nodes, in constant time each. Looks at addresses only.
+/// A map from nodes to numbers, with constant time per operation. Never dereferences the nodes.
 class NodeMarks {
 public:
     struct Added {
@@ -16,7 +16,8 @@ public:
         bool isNew;
     };
 
-    /// Marks the node with `value`, unless it has a mark already. Needs a node that is not null.
+    /// Marks the node, which must not be null, with `value` unless it has a mark, and returns its
+    /// mark.
     Added add(const interfaces::INode* node, i64 value) {
         if (4 * (m_count + 1) > 3 * m_slots.size()) grow();
         Slot& slot = slotOf(node);

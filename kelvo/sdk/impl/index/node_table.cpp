@@ -13,7 +13,7 @@ struct NumberedName {
     u64 number = 0;
 };
 
-// "lamp12" is "lamp" and 12. Numbers too long to count on belong to the stem.
+// Splits "lamp12" into "lamp" and 12. A number of more than 9 digits belongs to the stem.
 NumberedName splitNumber(const String& name) {
     const std::string_view text = name.view();
     const u64 end = text.find_last_not_of("0123456789") + 1;
@@ -100,7 +100,7 @@ NodeTable::Place NodeTable::take(const String& name) noexcept {
     return place;
 }
 
-// Without memory to find out which number is free again, all are looked at.
+// When memory is out, forgets all numbers, so that the next search starts from 1.
 void NodeTable::freeNumber(const String& name) noexcept {
     if (m_nextNumber.empty()) return;
     try {

@@ -13,9 +13,9 @@ namespace qv::kelvo_sdk::impl {
 
 class Node;
 
-/// The nodes of a scene in creation order, by position and by name without regard to case, each in
-/// constant time; and the compact graph, in which each has a number. Holds pointers only; the scene
-/// keeps the references.
+/// The nodes of a scene in creation order, found in constant time by position and by name without
+/// regard to case. Also has the compact graph, in which each node has a number. The pointers are
+/// borrowed; the scene owns the references.
 class NodeTable {
 public:
     [[nodiscard]] u64 size() const noexcept { return m_order.size(); }
@@ -25,28 +25,29 @@ public:
     /// Returns the position of the node of that name; `noIndex` when there is none.
     [[nodiscard]] u64 indexOf(const String& name) const noexcept;
 
-    /// The memory of a node's entry and its number, kept for its way back while it is out. Must not
+    /// The entry and the number of a removed node, kept so that undo can restore them. Must not
     /// outlive the table.
     class Place;
 
-    /// Needs a name that is free. In front of the index-th, at the end when there is none. Returns
-    /// the node's number.
+    /// Adds a node at position `index`, or at the end when the index is out of range, under a name
+    /// that is not in use. Returns the node's number.
     NodeNumber add(const String& name, Node* node, u64 index = noIndex);
-    /// The same with the place that the node left. Takes no memory if nothing came in meanwhile.
+    /// Adds a node at the place of a removed one. Allocates nothing if no node was added meanwhile.
     NodeNumber add(Place place, const String& name, Node* node, u64 index);
-    /// Takes the node of that name out; its place is empty when there is none.
+    /// Removes the node of that name and returns its place, empty when there is no such node.
     [[nodiscard]] Place take(const String& name) noexcept;
-    /// The same for good: returns the node, null if none.
+    /// Removes the node of that name and frees its number; returns the node, null when there is
+    /// none.
     Node* remove(const String& name) noexcept;
     /// Needs a node of that name.
     void move(const String& name, u64 to);
-    /// Needs a node of that name, and a new name that is free or the same but for its case.
+    /// Needs a node of that name, and a new name that is not in use or differs in case only.
     void rename(const String& from, const String& to);
 
-    /// Lets another node have the name, the place and the number of one that is there; returns the
-    /// number.
+    /// Replaces the node of that name by another, which gets its name, place and number; returns
+    /// the number.
     NodeNumber replace(const String& name, Node* node) noexcept;
-    /// Returns a number that is lower for nodes further in front. Needs a node of that name.
+    /// Returns a number that is lower for earlier nodes. Needs a node of that name.
     [[nodiscard]] u64 placeOf(const String& name) const {
         return m_order.placeOfSlot(m_byName.find(name)->second.slot);
     }
@@ -54,10 +55,10 @@ public:
     [[nodiscard]] CompactGraph& graph() noexcept { return m_graph; }
     [[nodiscard]] const CompactGraph& graph() const noexcept { return m_graph; }
 
-    /// Returns `name` if it is free, else the next free name: the same with a number at its end.
+    /// Returns `name` if it is not in use, else the next free name, which ends with a number.
     [[nodiscard]] String freeName(const String& name) const;
 
-    /// Calls `visit(Node*)` in order; what is added meanwhile is visited too, nothing may be
+    /// Calls `visit(Node*)` in order, also for nodes that are added meanwhile; no node may be
     /// removed.
     template<typename Visit>
     void forEach(const Visit& visit) const {
@@ -89,10 +90,10 @@ private:
     [[nodiscard]] bool taken(const String& name) const { return m_byName.contains(name); }
 
     CompactGraph m_graph;
-    // The map's entries stay where they are, so that the order can point at them.
+    // The map never moves its entries, so the order can point to them.
     ByName<Entry> m_byName;
     OrderedSlots<Entry> m_order;
-    // By name without its number: no lower number is free. Saves counting up from the start.
+    // For each name without its number, a number below which none is free. Saves counting from 1.
     mutable ByName<u64> m_nextNumber;
 };
 

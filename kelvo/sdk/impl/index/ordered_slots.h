@@ -7,10 +7,10 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Pointers in order, each added and removed at either end in constant time, amortised, and
-/// elsewhere at a cost that hardly grows with their number: a removed one leaves a hole, holes are
-/// closed many at once, and made where pointers come in. Who removes must know the slot; a pointer
-/// that moves is told by `moved(pointer, slot)`, which does not fail.
+/// Pointers in order, with fast addition and removal everywhere: in amortised constant time at both
+/// ends, elsewhere in time that hardly grows with their number. A removed pointer leaves a hole;
+/// many holes are closed at once, and holes are made where pointers are inserted. Removal needs the
+/// slot of the pointer: `moved(object, slot)`, which must not fail, reports each new slot.
 template<typename T>
 class OrderedSlots {
 public:
@@ -24,7 +24,7 @@ public:
         return slotAt(m_slots.size() - 1);
     }
 
-    /// Puts a pointer in front of the index-th, which must be there; returns its slot.
+    /// Inserts a pointer at an index below the size; returns its slot.
     template<typename Moved>
     u64 insert(u64 index, T* pointer, const Moved& moved) {
         reserve();
@@ -37,7 +37,7 @@ public:
         return insertAt(gap, pointer, moved);
     }
 
-    /// Makes room for another pointer: the next `add` or `insert` does not fail.
+    /// Allocates capacity for another pointer, so that the next `add` or `insert` does not fail.
     void reserve() {
         if (m_slots.size() < m_slots.capacity()) return;
         const u64 capacity = m_slots.empty() ? 2 : 2 * m_slots.size();
@@ -45,14 +45,14 @@ public:
         m_slots.reserve(capacity);
     }
 
-    /// Returns how many pointers stand before that of a slot.
+    /// Returns the index of the pointer in a slot.
     [[nodiscard]] u64 rankOf(u64 slot) const noexcept {
         return placeOfSlot(slot) - holesUpTo(placeOfSlot(slot));
     }
-    /// Returns a number that is lower for slots further in front.
+    /// Returns a number that is lower for earlier slots.
     [[nodiscard]] u64 placeOfSlot(u64 slot) const noexcept { return slot - m_first; }
 
-    /// Needs a slot that holds a pointer. Takes no memory.
+    /// Removes the pointer in a slot, which must not be a hole. Allocates nothing.
     template<typename Moved>
     void remove(u64 slot, const Moved& moved) noexcept {
         const u64 place = placeOfSlot(slot);
@@ -64,7 +64,7 @@ public:
         if (m_holes.size() > mostHoles() || m_holes.size() * 2 >= m_slots.size()) compact(moved);
     }
 
-    /// Takes the last pointer out; null when there is none.
+    /// Removes and returns the last pointer; null when there is none.
     [[nodiscard]] T* takeLast() noexcept {
         if (m_slots.empty()) return nullptr;
         T* last = m_slots.back();
@@ -77,7 +77,7 @@ public:
         return index < size() ? m_slots[placeOf(index)] : nullptr;
     }
 
-    /// Returns what a slot holds, null for a hole and out of range.
+    /// Returns the pointer in a slot, null for a hole and out of range.
     [[nodiscard]] T* inSlot(u64 slot) const noexcept {
         return placeOfSlot(slot) < m_slots.size() ? m_slots[placeOfSlot(slot)] : nullptr;
     }
@@ -93,8 +93,8 @@ public:
         return holes == m_holes.size() && (m_slots.empty() || (m_slots[0] && m_slots.back()));
     }
 
-    /// Calls `visit(pointer)` in order. What is added meanwhile is visited too; nothing may be
-    /// removed meanwhile.
+    /// Calls `visit(pointer)` in order, also for pointers that are added at the end meanwhile; none
+    /// may be removed.
     template<typename Visit>
     void forEach(const Visit& visit) const {
         for (u64 place = 0; place < m_slots.size(); ++place) {
@@ -103,10 +103,10 @@ public:
     }
 
 private:
-    // An insertion that would move more makes holes first.
+    // An insertion that would move more pointers makes holes first.
     static constexpr u64 kMostMoves = 256;
-    // Of holes that are made: pointers between two, and the part of the number of pointers that are
-    // left free where one comes in.
+    // New holes: the number of pointers between two holes, and the divisor of the number of
+    // pointers that gives the number of holes at the place of insertion.
     static constexpr u64 kHoleDistance = 32;
     static constexpr u64 kGapPart = 128;
     static constexpr u64 kFewSlots = 32;
@@ -115,15 +115,15 @@ private:
     struct Gap {
         u64 place;
         u64 moves;
-        // The hole in `m_holes`; their number stands for the end.
+        // The index of the hole in `m_holes`; their number stands for the end.
         u64 hole;
     };
 
-    // Keeps the list of holes short enough to insert into.
+    // Returns the greatest number of holes, which keeps insertion into their list fast.
     [[nodiscard]] u64 mostHoles() const noexcept {
         return std::max<u64>(1024, m_slots.size() / 24);
     }
-    // Few slots have none: closing their holes at once costs little.
+    // Returns 0 for few slots, whose holes are closed at once, because this takes little time.
     [[nodiscard]] static u64 roomForHoles(u64 slots) noexcept {
         if (slots <= kFewSlots) return 0;
         return std::min(std::max<u64>(1024, slots / 24), slots / 2) + 1;
@@ -133,7 +133,7 @@ private:
 
     // Needs an index in range.
     [[nodiscard]] u64 placeOf(u64 index) const noexcept {
-        // The k-th hole stands before the pointer sought if at most `index` pointers precede it.
+        // The k-th hole is before the wanted pointer if at most `index` pointers precede the hole.
         u64 first = 0;
         for (u64 end = m_holes.size(); first < end;) {
             const u64 k = first + (end - first) / 2;
@@ -156,7 +156,7 @@ private:
         return --m_first;
     }
 
-    // Returns the nearest hole to come in by, in front of a place that holds a pointer.
+    // Returns the nearest hole, or the end, for an insertion in front of a place with a pointer.
     [[nodiscard]] Gap gapAt(u64 place) const noexcept {
         const u64 behind = holesUpTo(place);
         const bool isLast = behind == m_holes.size();
@@ -187,9 +187,9 @@ private:
         m_slots[to] = m_slots[from];
     }
 
-    // Sets the pointers anew, with holes evenly among them and many in front of the index-th, as
-    // the next ones are likely to come in there. Needs an index above 0. Without memory all stays
-    // as it is, as holes only save moves.
+    // Lays the pointers out again, with holes spread evenly and many in front of the index-th,
+    // because the next insertions are likely there. Needs an index above 0. When memory is out,
+    // changes nothing, as holes only save moves.
     template<typename Moved>
     void makeHoles(u64 index, const Moved& moved) noexcept {
         ds::Vector<T*> slots;
@@ -216,7 +216,7 @@ private:
         m_holes.swap(holes);
     }
 
-    // Takes the last place away, and the holes before it, so that the last is never a hole.
+    // Removes the last place and the holes before it, so that the last place is never a hole.
     void dropLastPlaces() noexcept {
         m_slots.pop_back();
         while (!m_holes.empty() && m_holes.back() + 1 == slotAt(m_slots.size())) {
@@ -225,7 +225,7 @@ private:
         }
     }
 
-    // The same at the front.
+    // Removes the holes at the front, so that the first place is never a hole.
     void dropFirstPlaces() noexcept {
         while (!m_slots[0]) {
             m_slots.remove(0);
@@ -247,9 +247,9 @@ private:
     }
 
     ds::Vector<T*> m_slots;
-    // Slots that hold nothing, in order.
+    // The slots that are holes, in order.
     ds::Vector<u64> m_holes;
-    // The slot of the first place; counts down, past 0, when a pointer comes in front.
+    // The slot of the first place; decreases, wrapping below 0, when a pointer is added in front.
     u64 m_first = 0;
 };
 

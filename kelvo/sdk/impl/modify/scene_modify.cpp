@@ -1,5 +1,5 @@
 // ---- Modifiers -------------------------------------------------------------------------
-// Values that the modifiers of a node write hide the user's, and never replace them.
+// Values that modifiers write hide the user's values and never replace them.
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"

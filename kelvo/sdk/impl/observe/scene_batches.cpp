@@ -1,5 +1,5 @@
 // ---- Batches ---------------------------------------------------------------------------
-// The first observer of batches makes a notifier, which hears of single changes itself.
+// The first batch observer makes a notifier, which is itself notified of each single change.
 
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/observe/batch_notifier.h"
