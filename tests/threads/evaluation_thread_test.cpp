@@ -8,13 +8,13 @@
 #include "kelvo/sdk/impl/standard/standard_library.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/on_threads.h"
 
 #include "kelvo/base/log.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,22 +22,7 @@
 namespace qv::kelvo_sdk::impl {
 namespace {
 
-constexpr int kThreads = 4;
-
-// Runs a function on several threads that begin together; `run` gets the thread's number.
-void onThreads(const std::function<void(int)>& run) {
-    std::atomic<int> ready = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i)
-        threads.emplace_back([&, i] {
-            ++ready;
-            while (ready < kThreads)
-                std::this_thread::yield();
-            run(i);
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-}
+using tests::onThreads;
 
 // out = in + 1
 bool addOne(EvalCtx* ctx, void* out) {
