@@ -48,9 +48,9 @@ u64 ownHash(const Node& node) {
 // Computes the missing hashes of a node and its dependencies, without recursion. Links may form
 // cycles: nodes that reach each other share one sum, which does not depend on their order. Uses
 // Tarjan's algorithm ("Depth-first search and linear graph algorithms", 1972).
-class EvalHashWalk {
+class EvalHashes::Walk {
 public:
-    explicit EvalHashWalk(EvalHashes& hashes) : m_hashes(hashes) {}
+    explicit Walk(EvalHashes& hashes) : m_hashes(hashes) {}
 
     void run(const Node& start) {
         enter(start);
@@ -172,7 +172,7 @@ u64 EvalHashes::of(const Node& node) {
     if (const auto known = m_known.find(&node); known != m_known.end()) return known->second;
     if (!m_scene.contains(node)) return 0;
     try {
-        EvalHashWalk(*this).run(node);
+        Walk(*this).run(node);
     } catch (...) {
         m_known.clear(); // It may contain a part of a cycle only.
         throw;

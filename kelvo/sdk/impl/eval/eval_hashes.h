@@ -33,7 +33,7 @@ public:
     void nodeAdded(const Node& node) noexcept;
 
 private:
-    friend class EvalHashWalk;
+    class Walk;
 
     void forgetReaders(const Node& node) noexcept;
     [[nodiscard]] u64 renewalOf(const Node& node) const noexcept;
