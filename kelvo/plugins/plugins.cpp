@@ -19,9 +19,9 @@ class Run {
 public:
     Run(const std::vector<String>& paths, const Complain& complain) : m_complain(complain) {
         for (const String& path : paths)
-            m_given.emplace_back(path.view());
+            m_listed.emplace_back(path.view());
         const SearchPath environment = directoriesOfEnvironment();
-        std::copy_if(m_given.begin(), m_given.end(), std::back_inserter(m_path), &isDirectory);
+        std::copy_if(m_listed.begin(), m_listed.end(), std::back_inserter(m_path), &isDirectory);
         m_path.insert(m_path.end(), environment.begin(), environment.end());
     }
 
@@ -30,8 +30,8 @@ public:
             Plugin plugin;
             take(loadRegistered(registered, m_path, plugin), plugin);
         }
-        for (const fs::path& path : m_given)
-            loadGiven(path);
+        for (const fs::path& path : m_listed)
+            loadListed(path);
         m_origin = Origin::Environment;
         for (const fs::path& directory : m_path)
             loadDirectory(directory);
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    void loadGiven(const fs::path& path) {
+    void loadListed(const fs::path& path) {
         std::error_code failure;
         if (isDirectory(path)) return loadDirectory(path);
         const bool isName = !path.has_parent_path() && !fs::exists(path, failure);
@@ -70,7 +70,7 @@ private:
 
     const Complain& m_complain;
     Origin m_origin = Origin::Program;
-    std::vector<fs::path> m_given;
+    std::vector<fs::path> m_listed;
     // The given directories, then those of the environment.
     SearchPath m_path;
     std::vector<fs::path> m_seen;

@@ -13,8 +13,8 @@ namespace fs = std::filesystem;
 
 // Returns the linker's error without the path in front, which our own message already contains.
 String linkerError(const fs::path& file) {
-    const char* told = ::dlerror();
-    std::string_view reason = told ? told : "unknown error";
+    const char* error = ::dlerror();
+    std::string_view reason = error ? error : "unknown error";
     const std::string prefix = file.string() + ": ";
     if (reason.starts_with(prefix)) reason.remove_prefix(prefix.size());
     return String("cannot be loaded: ") + reason;

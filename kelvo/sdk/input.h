@@ -124,7 +124,7 @@ public:
     [[nodiscard]] bool isDescribed() const;
     /// Tells whether the scene text that the input was read from omits it, because the definition
     /// of the node's type supplies it.
-    [[nodiscard]] bool isLeftToType() const;
+    [[nodiscard]] bool isOmitted() const;
     /// Returns the value that `reset` restores; empty for arrays and objects.
     [[nodiscard]] Input defaultValue() const;
     /// Return the bounds for writes, which apply to each component of a tuple; empty without a

@@ -101,7 +101,7 @@ private:
     void connect(const RandomEdit& step);
     void disconnect(const RandomEdit& step);
     void hold(const RandomEdit& step);
-    void letGo(const RandomEdit& step);
+    void detach(const RandomEdit& step);
     void holdAttributes(const RandomEdit& step);
     void makeFreeNode(const RandomEdit& step);
     void letGoOfFreeNode(const RandomEdit& step);

@@ -55,8 +55,8 @@ const std::vector<LivesPlayer::Kind>& LivesPlayer::kinds() {
         {"connect", &Self::connect},
         {"disconnect", &Self::disconnect},
         {"hold", &Self::hold},
-        {"letGo", &Self::letGo},
-        {"letGo", &Self::letGo},
+        {"detach", &Self::detach},
+        {"detach", &Self::detach},
         {"holdAttributes", &Self::holdAttributes},
         {"makeFreeNode", &Self::makeFreeNode},
         {"letGoOfFreeNode", &Self::letGoOfFreeNode},
@@ -368,7 +368,7 @@ void LivesPlayer::hold(const RandomEdit& step) {
     if (number >= 0 && m_handles.size() < 6) m_handles.emplace_back(number, nodeOf(at, number));
 }
 
-void LivesPlayer::letGo(const RandomEdit& step) {
+void LivesPlayer::detach(const RandomEdit& step) {
     if (step.c % 8 == 0) m_inputs.clear(), m_outputs.clear();
     if (m_handles.empty()) return;
     m_handles.erase(m_handles.begin() + static_cast<std::ptrdiff_t>(step.b % m_handles.size()));

@@ -115,7 +115,7 @@ TEST_F(Lives, LinkToANodeThatNeverCameIn_EndsWithIt) {
     expectSound();
 }
 
-TEST_F(Lives, EndOfANodeThatNeverCameIn_IsToldWhileItLives) {
+TEST_F(Lives, EndOfANodeThatNeverCameIn_IsReportedWhileItLives) {
     const Input input = real(m_scene.createNode("thing", "b"), "r");
     auto free = RefersTo<impl::Node>::adopt(new impl::Node(nullptr, "thing", "free"));
     input->connect(free->createOutput("o", AttrType::Real));
@@ -263,7 +263,7 @@ TEST_F(Lives, NodeWhoseEditIsCancelledAsItComes_IsNotGiven) {
     EXPECT_EQ(m_scene.nodeCount(), 0u);
 }
 
-TEST_F(Lives, SceneLetGoOfWhileItMakesANode_GivesNone) {
+TEST_F(Lives, SceneReleasedWhileItMakesANode_GivesNone) {
     Scene scene = Scene::create();
     Watcher watcher(scene);
     watcher.then = [&] {
@@ -323,7 +323,7 @@ TEST_F(Lives, ResetOfAnObjectThatAnObserverEmpties) {
 
 // ---- Notified when the change is complete ------------------------------------------------------
 
-TEST_F(Lives, Removal_IsCompleteBeforeAnyoneIsTold) {
+TEST_F(Lives, Removal_IsCompleteBeforeAnyoneIsNotified) {
     m_scene.read("node thing \"a\" {\n    output Real o\n}\n"
                  "node thing \"t\" {\n    Node x = a\n    Node y = a\n    Real r <- a.o\n}\n",
                  "t");
@@ -380,7 +380,7 @@ TEST_F(Lives, ObserverThatThrows_LeavesNoTieToARemovedInput) {
     EXPECT_EQ(node.inputCount(), 0u);
 }
 
-TEST_F(Lives, LinkBefore_LivesUntilAllAreTold) {
+TEST_F(Lives, LinkBefore_LivesUntilAllAreNotified) {
     m_scene.read("node thing \"old\" {\n}\nnode thing \"t\" {\n    Node x = old\n}\n", "t");
     struct Reader : BatchObserver {
         void sceneChanged(const SceneChanges&) override { ++calls; }

@@ -131,7 +131,7 @@ TEST_P(OutOfMemory, EachAllocationThatFails_LeavesAllOrNothing) {
     ASSERT_NE(shared, MAP_FAILED);
     auto& progress = *new (shared) Progress{};
     runAll(progress, trial, cases);
-    s_law->countTold(cases.size(), progress.failed);
+    s_law->countReported(cases.size(), progress.failed);
     EXPECT_EQ(progress.failed, 0u)
         << GetParam()->name << ", " << progress.failed << " of " << cases.size() << " trials:\n"
         << progress.told;

@@ -132,7 +132,7 @@ class Abi(unittest.TestCase):
         self.write(version="2.0.0", functions="", bodies="")
         self.expect(0, "Major version 2 may break what v1.0.0 promised")
 
-    def test_wrong_call_is_told_the_usage(self):
+    def test_wrong_call_shows_the_usage(self):
         ran = self.run_in("scripts/abi", "--all")
         self.assertEqual(ran.returncode, 2)
         self.assertIn("usage: scripts/abi [--record]", ran.stdout)

@@ -47,7 +47,7 @@ class Bare(SmallTree):
     def expect_nothing_left(self):
         self.assertEqual(list(self.folder.glob("kelvo-bare.*")), [])
 
-    def test_wrong_calls_are_told_the_usage(self):
+    def test_wrong_calls_show_the_usage(self):
         for arguments in (["walk"], ["run", "test"]):
             ran = self.run_script("scripts/bare", *arguments)
             self.assertEqual(ran.returncode, 2)

@@ -54,7 +54,7 @@ class Fuzz(SmallTree):
         self.assertEqual(ran.returncode, 1, ran.stdout)
         self.assertIn("no such dictionary\n", ran.stdout)
 
-    def test_wrong_calls_are_told_the_usage(self):
+    def test_wrong_calls_show_the_usage(self):
         for arguments in ([], ["no"], ["1", "picture"]):
             ran = self.run_script("scripts/fuzz", *arguments)
             self.assertEqual(ran.returncode, 2)

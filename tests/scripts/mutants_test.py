@@ -63,7 +63,7 @@ class Mutants(SmallTree):
         self.assertEqual(ran.returncode, 1)
         self.assertIn("the report", ran.stdout)
 
-    def test_build_that_fails_is_told(self):
+    def test_build_that_fails_is_reported(self):
         self.program("cmake", 'case "$*" in --build*) echo "a.cpp: error: no"; exit 1 ;; esac')
         ran = self.run_script("scripts/mutants")
         self.assertEqual(ran.returncode, 1)

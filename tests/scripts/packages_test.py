@@ -61,7 +61,7 @@ class Packages(SmallTree):
         self.assertIn("35% Unpacking zlib1g-dev (amd64)\n", ran.stdout)
         self.assertNotIn("Reading", ran.stdout)
 
-    def test_user_without_sudo_is_told_what_lacks(self):
+    def test_user_without_sudo_learns_what_lacks(self):
         self.program("id", "echo 1000")
         ran = self.run_script("scripts/try")
         self.assertEqual(ran.returncode, 1)
@@ -74,7 +74,7 @@ class Packages(SmallTree):
         self.assertEqual(ran.returncode, 0, ran.stdout)
         self.assertTrue(self.called()[-2].startswith("sudo env "), self.called())
 
-    def test_machine_without_apt_is_told_what_lacks(self):
+    def test_machine_without_apt_learns_what_lacks(self):
         (self.programs / "apt-get").unlink()
         ran = self.run_script("scripts/try")
         self.assertIn("Cannot install zlib1g-dev: this machine has no apt-get.\n", ran.stdout)

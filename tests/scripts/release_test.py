@@ -82,7 +82,7 @@ class Release(SmallTree):
         self.assertEqual(status, 1)
         self.assertIn(f"Cannot install into {locked}/to: you may not write to {locked}.\n", said)
 
-    def test_install_wrong_calls_are_told_the_usage(self):
+    def test_install_wrong_calls_show_the_usage(self):
         for arguments in (["a", "b"], ["--prefix=/usr"]):
             status, said = self.refused(*arguments)
             self.assertEqual(status, 2)

@@ -44,7 +44,7 @@ class Soak(SmallTree):
         self.assertRegex(ran.stdout, r"\nof one +12 trials +1 rounds +0 found\n")
         self.assertEqual(ran.stdout.splitlines()[-1], "1 round, 0 failed")
 
-    def test_what_was_found_is_told_with_what_repeats_it(self):
+    def test_what_was_found_is_reported_with_what_repeats_it(self):
         self.ctest(FAILS)
         ran = self.soak("1")
         self.assertEqual(ran.returncode, 1, ran.stdout)
@@ -53,7 +53,7 @@ class Soak(SmallTree):
         self.assertIn("    Repeat it with KELVO_LAWS_CASE='1 2'\n", ran.stdout)
         self.assertEqual(ran.stdout.splitlines()[-1], "1 round, 1 failed")
 
-    def test_wrong_calls_are_told_the_usage(self):
+    def test_wrong_calls_show_the_usage(self):
         for arguments in ([], ["0"], ["long"], ["1", "2"]):
             ran = self.soak(*arguments)
             self.assertEqual(ran.returncode, 2)

@@ -44,13 +44,13 @@ public:
     /// Counts a trial, and fails the test when `wrong` names a failure. Only the first failures are
     /// reported.
     void count(const std::string& wrong) {
-        constexpr u64 mostTold = 20;
+        constexpr u64 mostReported = 20;
         ++m_trials;
-        if (wrong.empty() || ++m_found > mostTold) return;
+        if (wrong.empty() || ++m_found > mostReported) return;
         ADD_FAILURE() << wrong << "\nRepeat it with " << s_last;
     }
     /// Counts trials whose failures the test itself reports.
-    void countTold(u64 trials, u64 found) {
+    void countReported(u64 trials, u64 found) {
         m_trials += trials;
         m_found += found;
     }

@@ -55,7 +55,7 @@ protected:
         return names;
     }
     [[nodiscard]] bool isKnown(const kelvo_sdk::Node& node, LeadKind kind) const {
-        return implOn(node).sceneAround()->graph().row(kind, implOn(node).number()) != nullptr;
+        return sceneAround(implOn(node))->graph().row(kind, implOn(node).number()) != nullptr;
     }
 
     kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();

@@ -35,7 +35,7 @@ private:
     std::string m_text;
 };
 
-TEST(PluginThreads, OnePlugin_IsLoadedUsedAndLetGoByAll) {
+TEST(PluginThreads, OnePlugin_IsLoadedUsedAndReleasedByAll) {
     const tests::PluginFolder folder;
     const std::filesystem::path file = folder.place("good", "twice.so");
     folder.write("twice.knd", tests::twiceText);

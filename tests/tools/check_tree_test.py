@@ -246,7 +246,7 @@ class Lengths(Planted):
         ("void f(int x = g({1, 2})) {\n}", [("void f(int x = g(", 1, 2)]),
     )
 
-    def test_functions_are_told_from_other_braces(self):
+    def test_functions_are_distinguished_from_other_braces(self):
         for text, expected in self.FUNCTIONS:
             with self.subTest(text):
                 self.assertEqual(list(check_lengths.functions(text)), expected)

@@ -44,12 +44,12 @@ class CheckTest(ToolTest):
 
 
 class Text(CheckTest):
-    def test_all_findings_are_told_with_their_rules(self):
+    def test_all_findings_are_reported_with_their_rules(self):
         self.write("m.kns", MESSY)
         self.expect(0, "check", "m.kns", out="m.kns: 3 nodes, 0 errors, 4 warnings\n",
                     error=(MESSY_TOLD + LEFT_TOLD).format("m.kns"))
 
-    def test_severity_is_the_least_that_is_told(self):
+    def test_severity_is_the_least_that_is_reported(self):
         self.write("m.kns", MESSY + 'node add "sum" {\n}\n')
         note = ("kelvo: note: m.kns: node 'sum': nothing reads its outputs or links to it. "
                 "[unused-node]\n")
@@ -153,7 +153,7 @@ class Unchecked(CheckTest):
 
 
 class Fix(CheckTest):
-    def test_what_can_be_fixed_is_and_the_rest_told(self):
+    def test_what_can_be_fixed_is_and_the_rest_reported(self):
         self.write("m.kns", MESSY)
         self.expect(0, "check", "m.kns", "--fix", out=(
             "m.kns: fixed: node 'top': element [0] of 'children' links to no node. [empty-child]\n"
@@ -224,7 +224,7 @@ class Fix(CheckTest):
         self.assertEqual((ran.returncode, ran.stdout), (1, ""))
         self.assertEqual(self.read("m.kns"), MESSY)
 
-    def test_links_that_lead_nowhere_are_told_of(self):
+    def test_links_that_lead_nowhere_are_reported(self):
         folder = self.folder / "real"
         folder.mkdir()
         (folder / "m.kns").write_text(MESSY)
@@ -255,7 +255,7 @@ class Fix(CheckTest):
 
 
 class Json(CheckTest):
-    def test_findings_are_told_whole(self):
+    def test_findings_are_reported_whole(self):
         self.write("m.kns", MESSY)
         file, = self.report(0, "m.kns", "--format", "json")["files"]
         self.assertEqual([file[key] for key in ("file", "nodes", "errors", "warnings", "notes")],

@@ -150,7 +150,7 @@ class Patch(DiffTest):
         self.expect(0, "get", "a.kns", "lamp.radius", out="0.7\n")
         self.expect(0, "get", "a.kns", "lamp.count", out="4\n")
 
-    def test_a_change_that_does_not_fit_is_told_and_nothing_is_written(self):
+    def test_a_change_that_does_not_fit_is_reported_and_nothing_is_written(self):
         self.edited(("radius = 0.5", "radius = 0.7"), ("count = 3", "count = 4"))
         self.diff("a.kns", "b.kns")
         text = SCENE.replace("count = 3", "count = 5")
@@ -160,7 +160,7 @@ class Patch(DiffTest):
         self.assertEqual(self.file.read_text(), text)
         self.assertEqual(self.names(), ["a.kns", "b.kns", "p.json"])
 
-    def test_what_is_no_patch_is_told(self):
+    def test_what_is_no_patch_is_reported(self):
         change = {"action": "change", "what": "input", "path": "lamp.radius", "field": "value"}
         listed = {"format": "kelvo diff 1", "changes": [change]}
         for given, error in (

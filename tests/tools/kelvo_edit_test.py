@@ -183,12 +183,12 @@ class Commands(Edit):
         self.assertIn('node multiply "sum"', text)
         self.assertEqual(self.value("sum.a"), "2")
 
-    def test_an_unknown_type_makes_a_bare_node_and_is_told(self):
+    def test_an_unknown_type_makes_a_bare_node_and_is_reported(self):
         text = self.edit("new pointLigt eye", error="kelvo: warning: no library knows the type "
                          "'pointLigt', so that 'eye' is bare: did you mean 'pointLight'?\n")
         self.assertIn('node pointLigt "eye" {\n}', text)
 
-    def test_a_connection_that_hides_the_value_is_told(self):
+    def test_a_connection_that_hides_the_value_is_reported(self):
         self.edit("set desk.color (1 1 1 1)",
                   error="kelvo: warning: 'desk.color' is connected to 'wood.color', which hides "
                         "the value.\n")
@@ -255,7 +255,7 @@ class History(Edit):
 
 
 class AllOrNothing(Edit):
-    def test_the_first_error_is_told_with_its_place_and_nothing_is_written(self):
+    def test_the_first_error_is_reported_with_its_place_and_nothing_is_written(self):
         """Tests scripts with errors, and their messages: each begins with a valid edit."""
         for script, place, expected in (
                 ("set lamp.radus 3", "2:5", "set: no input 'radus' in 'lamp': did you mean "
@@ -333,7 +333,7 @@ class AllOrNothing(Edit):
                 error = "kelvo: -c:1:1: add: Cannot change input 'a.o': it is read-only.\n"
                 self.assertEqual(self.edit(f"add {kind} a.o.m", status=2, error=error), text)
 
-    def test_of_several_texts_the_one_at_fault_is_told(self):
+    def test_of_several_texts_the_one_at_fault_is_reported(self):
         self.edit("set lamp.count 9", "undo 5", status=2,
                   error="kelvo: -c 2:1:6: undo: only 1 can be undone.\n")
 
@@ -346,13 +346,13 @@ class AllOrNothing(Edit):
         self.assertIn('"desk"', (self.folder / "c.kns").read_text())
         self.assertNotIn('"desk"', self.file.read_text())
 
-    def test_a_byte_that_is_no_text_is_told(self):
+    def test_a_byte_that_is_no_text_is_reported(self):
         script = self.folder / "s.txt"
         script.write_bytes(b"set lamp.count 4\nset lamp.label \xff\n")
         self.expect(1, "edit", "a.kns", "-s", "s.txt", out="",
                     error="kelvo: s.txt:2:16: a byte that cannot stand in a text.\n")
 
-    def test_a_failed_write_is_told(self):
+    def test_a_failed_write_is_reported(self):
         self.edit("set lamp.count 4", options=("-o", "no/b.kns"), status=1,
                   error="kelvo: cannot write 'no/b.kns': No such file or directory\n")
 
@@ -405,7 +405,7 @@ class Scripts(Edit):
             self.expect(2, "edit", *arguments, out="", error=f"kelvo: {expected}\n")
         self.assertEqual(self.run_tool("edit", "a.kns", "-c", "undo", "-s", "x").returncode, 2)
 
-    def test_a_file_that_is_not_there_is_told(self):
+    def test_a_file_that_is_not_there_is_reported(self):
         self.expect(1, "edit", "b.kns", "-c", "undo", out="",
                     error="kelvo: cannot read 'b.kns': No such file or directory\n")
 

@@ -60,7 +60,7 @@ class ExplainTest(ToolTest):
 
 
 class Inputs(ExplainTest):
-    def test_all_is_told_of_an_input(self):
+    def test_everything_about_an_input_is_shown(self):
         self.expect(0, "explain", "a.kns", "lamp.radius", out="""\
 lamp.radius
 kind: Real
@@ -115,14 +115,14 @@ depends on: 2 nodes: noise, clock
             with self.subTest(path):
                 self.assertIn("depends on: " + expected, self.explain(path))
 
-    def test_what_comes_through_a_connection_is_told(self):
+    def test_what_comes_through_a_connection_is_reported(self):
         self.assertEqual(self.explain("r.x", READER)[:5], [
             "kind: Real", "stored value: 0.5", "from: connection", "    r.x <- sum.result",
             "evaluates to: 3"])
         self.assertIn('evaluates to: "3"', self.explain("r.text", READER))
         self.assertIn("evaluates to: 3", self.explain("r.list[1]", READER))
 
-    def test_the_default_of_the_type_is_told(self):
+    def test_the_default_of_the_type_is_reported(self):
         given = scene('node pointLight "l" {', "    Real intensity = 2 <- v.result",
                       "    Rgba color = (1 0 0 1)", "    Bool castShadows = true", "}",
                       'node realValue "v" {', "    Real value = 7", "    output Real result", "}")
@@ -136,21 +136,21 @@ depends on: 2 nodes: noise, clock
                 first = lines.index(expected[0])
                 self.assertEqual(lines[first:first + len(expected)], expected)
 
-    def test_inputs_that_the_file_leaves_to_the_type_are_told_of(self):
+    def test_inputs_that_the_file_leaves_to_the_type_are_reported(self):
         lines = self.explain("lamp.castShadows", MODIFIED)
         self.assertEqual(lines[:4], [
             "kind: Bool", "value: true",
             "from: default, true of type pointLight, to which the file leaves it",
             "depends on: no node"])
 
-    def test_the_modifiers_of_a_value_are_told(self):
+    def test_the_modifiers_of_a_value_are_reported(self):
         self.assertEqual(self.explain("lamp.color", MODIFIED)[:5], [
             "kind: Rgba", "stored value: (1 0 0 1)", "from: modifier paint",
             "evaluates to: (0 1 0 1)", "default: (1 1 1 1) of type pointLight"])
         self.assertIn("from: default, 1 of type pointLight",
                       self.explain("lamp.intensity", MODIFIED))
 
-    def test_only_the_modifiers_at_work_are_told(self):
+    def test_only_the_modifiers_at_work_are_reported(self):
         idle = 'node overrideModifier "idle" {\n    String modifies = "color"\n' \
                '    Bool enabled = false\n}\n'
         other = 'node scaleModifier "other" {\n    String modifies = "intensity"\n' \
@@ -178,7 +178,7 @@ depends on: 2 nodes: noise, clock
 
 
 class Neighbours(ExplainTest):
-    def test_a_node_alone_is_told_of(self):
+    def test_a_node_alone_is_reported(self):
         self.expect(0, "explain", "a.kns", "noise", out="""\
 noise
 type: noise [source, maker]

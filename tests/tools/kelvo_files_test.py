@@ -299,7 +299,7 @@ class Layout(ToolTest):
             self.expect(0, "edit", "a.kns", "-s", "s.txt")
             self.expect(0, "get", "a.kns", "lamp.label", out="a b\n")
 
-    def test_errors_are_told_at_the_columns_that_are_seen(self):
+    def test_errors_are_reported_at_the_columns_that_are_seen(self):
         for laid_out in self.LAYOUTS.values():
             self.file.write_bytes(laid_out('node x "n" {\n    Real r = nothing\n}\n'))
             ran = self.run_tool("get", "a.kns", "n.r")

@@ -52,7 +52,7 @@ desk.color (Rgba) = (0.8 0.6 0.4 1) <- wood.color
     def test_the_number_can_stand_alone(self):
         self.expect(0, "find", "a.kns", "*", "--count", out="4\n")
 
-    def test_nothing_found_is_told(self):
+    def test_nothing_found_is_reported(self):
         for arguments, expected in (
                 (["lmp*"], "nothing matches 'lmp*'."),
                 (["*.radius", "--nodes"], "no node matches '*.radius'."),
@@ -73,7 +73,7 @@ desk.color (Rgba) = (0.8 0.6 0.4 1) <- wood.color
         self.expect(1, "find", "none.kns", "*", out="",
                     error="kelvo: cannot read 'none.kns': No such file or directory\n")
 
-    def test_wrong_calls_are_told(self):
+    def test_wrong_calls_are_reported(self):
         for arguments, expected in (
                 (["a.kns"], "PATTERN is required"),
                 (["a.kns", "*", "--nodes", "--inputs"], "--nodes excludes --inputs"),

@@ -54,7 +54,7 @@ class CommandLine(ToolTest):
             self.assertRegex(text, rf"(?m)^  {command} ")
             self.assertIn("Usage: kelvo " + command, self.expect(0, command, "--help"))
 
-    def test_wrong_calls_are_told_in_one_line(self):
+    def test_wrong_calls_are_reported_in_one_line(self):
         calls = (
             (["paths", "a.kns"], "FROM is required"),
             (["paths", "a.kns", "room", "lamp", "--type", "light"], "TO excludes --type"),
@@ -139,7 +139,7 @@ class Paths(ToolTest):
                     out="room/lamp/desk/wood\nroom/desk/wood\n")
         self.expect(0, "paths", "a.kns", "lamp", "--all", out="lamp/desk\nlamp/desk/wood\n")
 
-    def test_nothing_found_is_told(self):
+    def test_nothing_found_is_reported(self):
         through = "through children (--all follows every link).\n"
         for arguments, expected in (
                 (["room", "wood"], f"no path leads from 'room' to 'wood' {through}"),

@@ -173,7 +173,7 @@ class Errors(ToolTest):
         for option in ("-o", "--around", "--depth", "--only", "--no-icons"):
             self.assertIn(option, text)
 
-    def test_wrong_calls_are_told(self):
+    def test_wrong_calls_are_reported(self):
         for arguments, expected in (
                 (["--around", "lmap"],
                  "a.kns: no node 'lmap': did you mean 'lamp'?"),
@@ -198,7 +198,7 @@ class Errors(ToolTest):
             self.assertEqual(ran.returncode, 2)
             self.assertIn("--depth", ran.stderr)
 
-    def test_files_are_told(self):
+    def test_files_are_reported(self):
         self.expect(1, "graph", "none.kns",
                     error="kelvo: cannot read 'none.kns': No such file or directory\n")
         self.expect(1, "graph", "a.kns", "-o", "none/a.svg",
@@ -351,7 +351,7 @@ class Pictures(ToolTest):
     def test_pictures_are_the_same_each_time(self):
         self.assertEqual(self.draw_svg(), self.draw_svg())
 
-    def test_without_graphviz_the_remedy_is_told(self):
+    def test_without_graphviz_the_remedy_is_reported(self):
         for name in ("a.svg", "a.png"):
             self.assertEqual(self.draw(name, "--no-icons", path=str(self.programs)), (
                 1, "kelvo: cannot draw without the program 'dot' of Graphviz (Debian's package "
@@ -359,7 +359,7 @@ class Pictures(ToolTest):
         self.assertNotIn("a.svg", self.names())
         self.assertEqual(self.draw("a.dot", path=str(self.programs)), (0, ""))
 
-    def test_failing_graphviz_is_told_and_leaves_the_old_picture(self):
+    def test_failing_graphviz_is_reported_and_leaves_the_old_picture(self):
         (self.folder / "a.svg").write_text("old")
         for script, expected in (
                 ("echo 'Error: bad' >&2; echo more >&2; exit 3",
@@ -377,7 +377,7 @@ class Pictures(ToolTest):
         self.assertEqual(self.draw("a.svg", path=self.program("dot", script)),
                          (0, "kelvo: warning: Warning: odd\n"))
 
-    def test_more_nodes_than_are_soon_drawn_are_told(self):
+    def test_more_nodes_than_are_soon_drawn_are_reported(self):
         given = scene(*(xform(f"n{i}") for i in range(2001)))
         path = self.program("dot", "echo '<svg></svg>' > graph.svg")
         told = "kelvo: warning: 2001 nodes may take Graphviz long; --around NODE draws a part.\n"

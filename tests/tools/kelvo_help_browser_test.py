@@ -104,7 +104,7 @@ class Index(BrowserTest):
                                  f"{len(shown)} of {every} types")
         self.expect_quiet()
 
-    def test_nothing_found_is_told_and_escape_brings_all_back(self):
+    def test_nothing_found_is_reported_and_escape_brings_all_back(self):
         self.open("index.html")
         every = self.shown()
         self.search("zyzzyva")

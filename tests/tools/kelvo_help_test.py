@@ -126,7 +126,7 @@ class Terminal(HelpTest):
                 self.assertEqual(self.expect(0, "help", command),
                                  self.expect(0, command, "--help"))
 
-    def test_a_command_comes_before_a_type_of_its_name_which_is_told(self):
+    def test_a_command_comes_before_a_type_of_its_name_which_is_reported(self):
         (self.folder / "show.knd").write_text("kelvo types 1\n\ntype show : emitter {\n}\n")
         library = ("--library", "show.knd")
         self.assertEqual(self.expect(0, "help", "show", *library),
@@ -161,7 +161,7 @@ class Pages(HelpTest):
         self.assertEqual((self.folder / "lamp.html").read_text(), page)
         self.assertTrue(page.startswith("<!DOCTYPE html>"))
 
-    def test_what_cannot_be_written_is_told(self):
+    def test_what_cannot_be_written_is_reported(self):
         self.expect(1, "help", "add", "-o", "none/a.html", out="", error=(
             "kelvo: cannot write 'none/a.html': No such file or directory\n"))
         self.expect(1, "help", "--all", "-o", "a.kns", out="", error=(

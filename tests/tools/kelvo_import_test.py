@@ -128,7 +128,7 @@ class ImportedTextures(ToolTest):
                     error="kelvo: 'near' is no kind of texture paths: expected relative, absolute"
                           " or model.\n")
 
-    def test_missing_files_are_told_and_kept(self):
+    def test_missing_files_are_reported_and_kept(self):
         self.model("C:\\art\\lost.png")
         ran = self.run_tool("import", "models/box.obj", "-o", "scenes/a.kns")
         self.assertEqual(ran.returncode, 0)
@@ -204,7 +204,7 @@ class ImportedSpace(ToolTest):
         self.expect(1, "import", "t.obj", "--unit", "m",
                     error="kelvo: t.obj: its unit is not stated: --model-unit gives it\n")
 
-    def test_wrong_axes_and_units_are_told(self):
+    def test_wrong_axes_and_units_are_reported(self):
         self.expect(2, "import", "t.obj", "--up", "w",
                     error="kelvo: 'w' is no axis: expected x, y or z.\n")
         for unit in ("parsec", "0", "-1", "inf", "nan", "1m", "1e300", "1e-300"):
@@ -247,7 +247,7 @@ class Import(ToolTest):
             self.assertIn(f"    {line}\n", stats)
         self.assertIn(" 0 errors, 0 warnings", self.expect(0, "check", "engine.kns"))
 
-    def test_a_value_that_a_model_may_not_have_is_kept_marked_and_told(self):
+    def test_a_value_that_a_model_may_not_have_is_kept_marked_and_reported(self):
         model = MODELS / "FBX/maxPbrMaterial_specGloss.fbx"
         ran = self.run_tool("import", model, "-o", "out.kns")
         place, value = "material_02_Default.roughness", "-2.200000047683716"
@@ -263,7 +263,7 @@ class Import(ToolTest):
         self.assertEqual(self.run_tool("check", "out.kns", "--fix").returncode, 0)
         self.expect(0, "get", "out.kns", place, out="0\n")
 
-    def test_of_many_such_values_the_first_are_told_and_all_are_marked(self):
+    def test_of_many_such_values_the_first_are_reported_and_all_are_marked(self):
         names = [f"m{i}" for i in range(25)]
         (self.folder / "m.mtl").write_text("".join(f"newmtl {name}\nd 2\n" for name in names))
         (self.folder / "m.obj").write_text(
@@ -277,7 +277,7 @@ class Import(ToolTest):
         text = (self.folder / "m.kns").read_text()
         self.assertEqual(text.count("Real opacity = 2 @unchecked\n"), 25)
 
-    def test_what_is_left_out_is_told_by_name_and_count(self):
+    def test_what_is_left_out_is_reported_by_name_and_count(self):
         ran = self.run_tool("import", MODELS / "BVH/01_01.bvh", "-o", "out.kns")
         self.assertEqual(ran.returncode, 0)
         self.assertRegex(ran.stderr, r"left out bones: 34 \(LHipJoint, .* and 26 more\)\n")

@@ -129,7 +129,7 @@ class Set(LimitsTest):
         self.write("l.kns", LAMP.replace("        Object knob", "        Object nob"))
         self.with_types(0, "set", "l.kns", "l.lid.nob.turns=9", out="", error="")
 
-    def test_of_many_choices_the_first_are_told(self):
+    def test_of_many_choices_the_first_are_reported(self):
         choices = ", ".join(str(choice) for choice in range(30))
         text = scene('node lamp "l" {', f"    Int i = 1 @choices [{choices}]", "}")
         self.refused("l.i=99", "is not among the choices 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, "
@@ -156,7 +156,7 @@ class Forms(LimitsTest):
                                    "the buffer's type"),
     }
 
-    def test_a_text_of_another_form_is_told_the_form(self):
+    def test_a_text_of_another_form_gets_the_form(self):
         for kind, (value, wrong, form) in self.VALUES.items():
             with self.subTest(kind):
                 name = "Buffer<Float>" if kind == "Buffer" else kind
@@ -168,7 +168,7 @@ class Forms(LimitsTest):
                 self.assertEqual(self.read("n.kns"), text)
                 self.expect(0, "set", "n.kns", f"n.x={value}", out="", error="")
 
-    def test_whole_numbers_that_are_too_large_are_told_the_range(self):
+    def test_whole_numbers_that_are_too_large_get_the_range(self):
         self.write("n.kns", scene('node any "n" {', "    Int x = 1", "}"))
         ran = self.run_tool("set", "n.kns", "n.x=99999999999999999999")
         self.assertEqual(ran.returncode, 2)
@@ -220,7 +220,7 @@ class OutOfRange(LimitsTest):
         self.assertEqual(self.read("l.kns"), self.WILD.replace("11", "10").replace(
             "worm", "warm").replace("steps = 6", "steps = 4").replace("turns = 9", "turns = 3"))
 
-    def test_a_value_that_a_modifier_hides_is_told_and_fixed(self):
+    def test_a_value_that_a_modifier_hides_is_reported_and_fixed(self):
         text = scene('node pointLight "a" {', "    Array<Node> modifiers = [o]",
                      "    Real intensity = -1", "}", 'node overrideModifier "o" {',
                      '    String modifies = "intensity"', '    String value = "3"', "}")
@@ -240,7 +240,7 @@ class OutOfRange(LimitsTest):
         self.expect(0, "check", "n.kns", "--fix")
         self.assertEqual(self.read("n.kns"), text.replace("99", "9"))
 
-    def test_limits_that_nothing_meets_are_told_and_have_no_fix(self):
+    def test_limits_that_nothing_meets_are_reported_and_have_no_fix(self):
         text = scene('node pointLight "n" {', "    Int x = 5 @min 9 @max 1", "}")
         self.write("n.kns", text)
         ran = self.run_tool("check", "n.kns", "--fix")
@@ -341,7 +341,7 @@ class Conflicts(LimitsTest):
         self.assertEqual(self.run_tool("merge", "base.kns", "mine.kns", "theirs.kns", "-o",
                                        "out.kns").returncode, 1)
 
-    def test_what_a_merge_left_is_told_until_it_is_settled(self):
+    def test_what_a_merge_left_is_reported_until_it_is_settled(self):
         self.merged()
         told = "out.kns: 2 nodes, 0 errors, 1 warning\n"
         self.with_types(0, "check", "out.kns", out=told, error=(
@@ -360,7 +360,7 @@ class Conflicts(LimitsTest):
         self.assertEqual((found["rule"], found["severity"], found["place"], found["fix"]),
                          ("conflict-mark", "warning", "l.power", None))
 
-    def test_marks_of_git_are_told_once_for_each_conflict(self):
+    def test_marks_of_git_are_reported_once_for_each_conflict(self):
         text = LAMP.replace("    Real power = 5\n", "<<<<<<< HEAD\n    Real power = 6\n=======\n"
                                                     "    Real power = 7\n>>>>>>> theirs\n")
         self.write("c.kns", text)
@@ -374,7 +374,7 @@ class Conflicts(LimitsTest):
 
 
 class UnknownTypes(LimitsTest):
-    def test_what_could_not_be_checked_is_told(self):
+    def test_what_could_not_be_checked_is_reported(self):
         self.expect(0, "check", "-", given=scene('node gizmo "g" {\n}'),
                     out="standard input: 1 node, 0 errors, 1 warning\n", error=(
             "kelvo: warning: standard input: node 'g': no library knows its type 'gizmo'; its "

@@ -39,7 +39,7 @@ class Merge(MergeTest):
         self.assertEqual(self.merge(0, "-o", "out.kns"), "")
         self.expect(0, "diff", "both.kns", "out.kns", out="")
 
-    def test_conflicts_are_told_and_marked_and_mine_counts(self):
+    def test_conflicts_are_reported_and_marked_and_mine_counts(self):
         self.sides([("radius = 0.5", "radius = 0.7"), ("count = 3", "count = 4")],
                    [("radius = 0.5", "radius = 0.9")])
         out = self.merge(1, error="kelvo: conflict: lamp.radius: base 0.5, mine 0.7, theirs 0.9\n")
@@ -188,7 +188,7 @@ class Git(MergeTest):
         self.git("rebase", "-q", "main", "side")
         self.assertIn("children = [desk, wood, lamp]", self.file.read_text())
 
-    def test_diffs_are_told_by_meaning(self):
+    def test_diffs_are_reported_by_meaning(self):
         self.file.write_text(SCENE.replace("radius = 0.5", "radius  =  0.7"))
         self.assertEqual(self.git("diff"), "a.kns\n~ lamp.radius: 0.5 -> 0.7\n")
         self.commit("Change")

@@ -44,7 +44,7 @@ class Plugins(PluginTest):
         self.expect(0, "new", "twice", "n", "--plugin", "a",
                     out='node twice "n" {\n    Real x = 1\n    output Real out\n}\n')
 
-    def test_what_is_wrong_with_one_is_told(self):
+    def test_what_is_wrong_with_one_is_reported(self):
         for way, expected in (
                 ("wrong_version", "it was built for version 4711 of the library interface, this "
                                   "program has version 2"),

@@ -164,7 +164,7 @@ class Lines(Prompt):
         self.assertEqual(self.enter("get lamp.radius"), "0.5\n")
         self.leave("quit")
 
-    def test_a_wrong_command_is_told_and_changes_nothing(self):
+    def test_a_wrong_command_is_reported_and_changes_nothing(self):
         self.start()
         self.assertEqual(self.enter("set lamp.count 4; set lamp.radus 2; remove lamp"),
                          "kelvo: 23: set: no input 'radus' in 'lamp': did you mean 'radius'?\n")
@@ -189,7 +189,7 @@ class Steps(Prompt):
                          "   1  set lamp.count 4\n   2  remove desk (undone)\n")
         self.leave()
 
-    def test_the_name_of_a_copy_is_told(self):
+    def test_the_name_of_a_copy_is_reported(self):
         self.start()
         self.assertEqual(self.enter("clone wood"), "wood1\n")
         self.leave()
@@ -212,7 +212,7 @@ class Leaving(Prompt):
         self.leave("quit")
         self.assertEqual(self.file.read_text(), SCENE)
 
-    def test_changes_that_are_not_saved_are_told_once(self):
+    def test_changes_that_are_not_saved_are_reported_once(self):
         self.start()
         self.enter("set lamp.count 4")
         self.assertEqual(self.enter("quit"), UNSAVED + "\n")
@@ -254,7 +254,7 @@ class Leaving(Prompt):
         self.assertEqual(self.enter("quit"), UNSAVED + "\n")
         self.leave()
 
-    def test_a_save_that_fails_is_told_and_the_prompt_stays(self):
+    def test_a_save_that_fails_is_reported_and_the_prompt_stays(self):
         self.start()
         self.enter("set lamp.count 4")
         self.assertEqual(self.enter("save no/b.kns"),

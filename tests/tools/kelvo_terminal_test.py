@@ -174,7 +174,7 @@ class Colors(TerminalTest):
 
 
 class Hints(TerminalTest):
-    def test_a_connection_that_gives_nothing_is_told_to_people_alone(self):
+    def test_a_connection_that_gives_nothing_is_reported_to_people_alone(self):
         self.file.write_text(scene('node t "n" {', "    Real x = 0.5 <- m.o", "}",
                                    'node t "m" {', "    output Real o", "}"))
         self.expect(0, "get", "a.kns", "n.x", out="0.5\n")

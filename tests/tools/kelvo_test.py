@@ -24,7 +24,7 @@ class CommandLine(ToolTest):
             with self.subTest(command):
                 self.assertIn(f"\nUsage: kelvo {command} ", self.expect(0, command, "--help"))
 
-    def test_wrong_calls_are_told_in_one_line(self):
+    def test_wrong_calls_are_reported_in_one_line(self):
         calls = (
             ([], "A subcommand is required"),
             (["shwo", "a.kns"], "unknown command 'shwo': did you mean 'show'?"),
@@ -118,7 +118,7 @@ class NoScenes(ToolTest):
                     "kelvo: x.glb: not a scene: import it (kelvo import x.glb -o x.kns).\n")
         self.assertEqual(self.names(), ["a.kns", "x.glb"])
 
-    def test_the_kind_of_a_file_is_told(self):
+    def test_the_kind_of_a_file_is_reported(self):
         model = "import it (kelvo import {0} -o {1}.kns)."
         for name, content, expected in (
                 ("x.obj", b"v 0 0 0\nv 1 0 0\n", model.format("x.obj", "x")),
@@ -331,7 +331,7 @@ class Check(ToolTest):
         self.expect(0, "check", "-", given="kelvo scene 1\n",
                     out="standard input: 0 nodes, 0 errors, 0 warnings\n")
 
-    def test_all_errors_are_told_with_place_and_suggestion(self):
+    def test_all_errors_are_reported_with_place_and_suggestion(self):
         self.file.write_text(SCENE.replace("Real radius", "Reel radius")
                              .replace("[lamp, desk]", "[lmap, desk]"))
         ran = self.run_tool("check", "a.kns")

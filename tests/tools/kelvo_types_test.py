@@ -61,7 +61,7 @@ class Types(TypesTest):
     def test_the_standard_library_has_its_name(self):
         self.assertEqual(self.names_of("--library", "standard"), self.names_of())
 
-    def test_none_is_told(self):
+    def test_none_is_reported(self):
         self.expect(1, "types", "--base", "add", out="",
                     error="kelvo: no type is based on 'add'.\n")
 
@@ -71,7 +71,7 @@ class Types(TypesTest):
         self.expect(2, "types", "--library", "standrd", out="",
                     error="kelvo: no library 'standrd': did you mean 'standard'?\n")
 
-    def test_broken_definitions_are_told_with_their_places(self):
+    def test_broken_definitions_are_reported_with_their_places(self):
         (self.folder / "bad.knd").write_text("type t : emiter {\n}\n")
         self.expect(1, "types", "--library", "bad.knd", out="", error=(
             "kelvo: bad.knd:1:10: type 't': Unknown base 'emiter': did you mean 'emitter'?\n"))
@@ -97,7 +97,7 @@ class New(TypesTest):
                             out="standard input: 1 node, 0 errors, 0 warnings\n")
                 self.expect(0, "get", "-", "n", given=text, out=text)
 
-    def test_what_cannot_be_made_is_told(self):
+    def test_what_cannot_be_made_is_reported(self):
         for arguments, expected in (
                 (["xfrm", "n"], "no node type 'xfrm': did you mean 'xform'?"),
                 (["idle", "n"], "Cannot create node 'n': its type 'idle' is abstract."),
@@ -197,7 +197,7 @@ class Convert(TypesTest):
         self.assertIn("    Real intensity = 5 <- power.result # strong\n", text)
         self.assertNotIn("radius", text)
 
-    def test_what_was_lost_is_told_and_the_rest_done(self):
+    def test_what_was_lost_is_reported_and_the_rest_done(self):
         ran = self.run_tool("convert", "room.kns", "power", "vec3Value", "-o", "out.kns")
         self.assertEqual((ran.returncode, ran.stdout), (0, ""))
         self.assertIn("kelvo: warning: room.kns: '", ran.stderr)
@@ -274,14 +274,14 @@ class Library(TypesTest):
         self.expect(1, "library", "check", "more.knd", out="", error=(
             "kelvo: more.knd:1:13: type 'spot': Unknown base 'lamp': did you mean 'clamp'?\n"))
 
-    def test_all_errors_are_told_with_their_places(self):
+    def test_all_errors_are_reported_with_their_places(self):
         (self.folder / "bad.knd").write_text("type t {\n    Raal x = 1\n    Real y = z\n}\n")
         ran = self.run_tool("library", "check", "bad.knd")
         self.assertEqual((ran.returncode, ran.stdout), (1, ""))
         places = [line.split(": ")[1] for line in ran.stderr.splitlines()]
         self.assertEqual(places, ["bad.knd:2:5", "bad.knd:3:14"])
 
-    def test_standard_types_that_get_hidden_are_told(self):
+    def test_standard_types_that_get_hidden_are_reported(self):
         self.expect(0, "library", "check", "-", given="type add {\n}\ntype own {\n}\n",
                     out="standard input: 2 types, no errors\n",
                     error=("kelvo: warning: standard input: hides a type of the standard library: "
@@ -291,7 +291,7 @@ class Library(TypesTest):
         self.expect(2, "library", "chek", "my.knd", out="", error=(
             "kelvo: unknown action 'chek': `kelvo library` knows check.\n"))
 
-    def test_missing_files_are_told(self):
+    def test_missing_files_are_reported(self):
         self.expect(1, "library", "check", "none.knd", out="", error=(
             "kelvo: cannot read 'none.knd': No such file or directory\n"))
 

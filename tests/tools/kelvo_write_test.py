@@ -73,12 +73,12 @@ class Set(ToolTest):
                             out="", error=f"kelvo: a.kns: {expected}\n")
                 self.assertEqual(self.file.read_text(), SCENE)
 
-    def test_all_wrong_assignments_are_told(self):
+    def test_all_wrong_assignments_are_reported(self):
         ran = self.run_tool("set", "a.kns", "lamp.a=1", "lamp.b=2")
         self.assertEqual(ran.returncode, 2)
         self.assertEqual(len(ran.stderr.splitlines()), 2)
 
-    def test_a_connection_that_hides_the_value_is_told(self):
+    def test_a_connection_that_hides_the_value_is_reported(self):
         self.expect(0, "set", "a.kns", "desk.color=(1 1 1 1)", out="",
                     error="kelvo: warning: 'desk.color' is connected to 'wood.color', which hides "
                           "the value.\n")

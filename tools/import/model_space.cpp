@@ -94,15 +94,15 @@ void record(ImportContext& context, const Space& space) {
 
 } // namespace
 
-Space spaceOf(std::string_view reader, const aiScene& model, const Space& given) {
+Space spaceOf(std::string_view reader, const aiScene& model, const Space& stated) {
     Space space;
     const auto* found =
         std::find_if(std::begin(kFormats), std::end(kFormats),
                      [reader](const FormatSpace& f) { return reader.starts_with(f.reader); });
     if (found != std::end(kFormats)) space = {found->upAxis, found->metersPerUnit};
     if (reader.starts_with("Autodesk FBX") && model.mMetaData) space = statedBy(*model.mMetaData);
-    if (!given.upAxis.isEmpty()) space.upAxis = given.upAxis;
-    if (given.metersPerUnit > 0.0) space.metersPerUnit = given.metersPerUnit;
+    if (!stated.upAxis.isEmpty()) space.upAxis = stated.upAxis;
+    if (stated.metersPerUnit > 0.0) space.metersPerUnit = stated.metersPerUnit;
     return space;
 }
 

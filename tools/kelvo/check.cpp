@@ -99,7 +99,7 @@ void tellFinding(const String& source, const Finding& finding) {
 }
 
 // Counts the unchecked parts that are not printed; a clean summary must not hide them.
-u64 untoldUnchecked(const CheckReport& report, const CheckedFile& file) {
+u64 unreportedUnchecked(const CheckReport& report, const CheckedFile& file) {
     return static_cast<u64>(std::ranges::count_if(file.left, [&](const Finding& finding) {
         return finding.rule->isUnchecked && !report.tells(finding);
     }));
@@ -111,7 +111,7 @@ String summary(const CheckReport& report, const CheckedFile& file, bool isFixing
     if (report.least == Severity::Note)
         text = text + ", " + counted(file.count(Severity::Note), "note");
     if (file.gapCount != 0) text = text + ", " + leftOutText(file.gapCount);
-    const u64 unchecked = untoldUnchecked(report, file);
+    const u64 unchecked = unreportedUnchecked(report, file);
     if (file.errorCount() == 0 && file.count(Severity::Warning) == 0 && unchecked != 0)
         text = text + ", " + String(std::string_view(std::to_string(unchecked))) + " not checked";
     if (isFixing)

@@ -27,15 +27,15 @@ String whyNothingComes(const Output& source) {
 // and puts the end of a sentence into `error`.
 Input valueThrough(const Input& input, String& error) {
     const Output source = input.source();
-    const Input given = source.evaluate();
-    if (!given) {
+    const Input result = source.evaluate();
+    if (!result) {
         error = whyNothingComes(source);
         return Input();
     }
-    if (given.type() == input.type()) return given;
+    if (result.type() == input.type()) return result;
     const Input value = Input::create(input.type());
-    if (value.copyValue(given)) return value;
-    error = shortValue(*given) + " (" + source.typeName() + ") cannot become " + input.typeName();
+    if (value.copyValue(result)) return value;
+    error = shortValue(*result) + " (" + source.typeName() + ") cannot become " + input.typeName();
     return Input();
 }
 
@@ -56,9 +56,9 @@ Evaluation evaluateWhole(const Input& input) {
 }
 
 Evaluation evaluate(const Output& output) {
-    const Input given = output.evaluate();
-    if (!given) return {false, whyNothingComes(output)};
-    return {true, kelvo_sdk::valueText(given)};
+    const Input result = output.evaluate();
+    if (!result) return {false, whyNothingComes(output)};
+    return {true, kelvo_sdk::valueText(result)};
 }
 
 // Works without recursion: arrays and objects may be nested to any depth.

@@ -122,7 +122,7 @@ private:
         m_out.write(label).write(Tone::Value, defaultText().view());
         if (m_isOfType) {
             m_out.write(" of type ").write(Tone::Kind, m_input.node()->type().view());
-            if (m_input.isLeftToType()) m_out.write(", to which the file leaves it");
+            if (m_input.isOmitted()) m_out.write(", to which the file leaves it");
         }
         m_out.endLine();
     }

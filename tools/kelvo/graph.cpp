@@ -84,7 +84,7 @@ bool draw(const SceneGraph& graph, Format format, bool withIcons, String& text, 
     return true;
 }
 
-Status told(Status status, const String& error) {
+Status reported(Status status, const String& error) {
     complain(error);
     return status;
 }
@@ -108,16 +108,16 @@ Status runGraph(const GraphOptions& options, Terminal& out) {
     Wish wish;
     if (!findFormat(options.outFile, wish.format, error) ||
         !findSorts(options.only, wish.sorts, error))
-        return told(Status::Usage, error);
+        return reported(Status::Usage, error);
     const auto scene = kelvo_sdk::Scene::create();
     if (!loadScene(options.file, scene)) return Status::Fault;
     String text;
     if (const Status status = drawScene(scene, options, wish, text, error); status != Status::Ok)
-        return told(status, error);
+        return reported(status, error);
     if (isStream(options.outFile))
         out.writeData(text.view());
     else if (!writeFile(options.outFile, text.view(), error))
-        return told(Status::Fault, error);
+        return reported(Status::Fault, error);
     return Status::Ok;
 }
 

@@ -90,13 +90,13 @@ private:
         if (end.kind == ProgramEnd::Kind::Stopped) return failStopped();
         if (end.kind == ProgramEnd::Kind::Done) return true;
         m_icons.leaveOut(index);
-        if (!m_isIconTold)
+        if (!m_isIconReported)
             warn(end.kind == ProgramEnd::Kind::Missing
                      ? String("no icons in PNG pictures without the program 'rsvg-convert' "
                               "(Debian's package librsvg2-bin).")
                      : "left out an icon: 'rsvg-convert' " + end.reason + ": " +
                            firstLine(end.messages));
-        m_isIconTold = true;
+        m_isIconReported = true;
         return true;
     }
 
@@ -132,7 +132,7 @@ private:
     const StopRequests m_stopRequests;
     const TemporaryFolder m_folder;
     GraphIcons m_icons{iconOf};
-    bool m_isIconTold = false;
+    bool m_isIconReported = false;
 };
 
 } // namespace

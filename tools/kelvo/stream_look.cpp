@@ -35,8 +35,8 @@ u64 askedWidth() {
 u64 widthOf(int descriptor) {
     if (const u64 asked = askedWidth()) return asked;
     winsize size{};
-    const bool isTold = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-    return isTold ? size.ws_col : usualWidth;
+    const bool isKnown = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return isKnown ? size.ws_col : usualWidth;
 }
 
 } // namespace

@@ -12,16 +12,16 @@ using kelvo_sdk::Scene;
 using kelvo_sdk::SceneChange;
 
 StringVector markUnchecked(const Scene& scene) {
-    StringVector told;
+    StringVector found;
     const Libraries* libraries = librariesInUse();
     const Scene typed = Scene::create();
     if (libraries) libraries->addTo(typed);
     kelvo_sdk::Diagnostics ignored;
-    if (!libraries || !typed.read(scene.text(), "the scene", &ignored)) return told;
+    if (!libraries || !typed.read(scene.text(), "the scene", &ignored)) return found;
     kelvo_sdk::SceneDiff marks;
     for (const kelvo_sdk::Finding& finding : kelvo_sdk::validate(typed)) {
         if (std::string_view(finding.rule->id) != "out-of-range") continue;
-        told.push_back(finding.message);
+        found.push_back(finding.message);
         const bool isElement = finding.place.endsWith("]", false);
         marks.add(
             {.subject = isElement ? SceneChange::Subject::Element : SceneChange::Subject::Input,
@@ -30,9 +30,9 @@ StringVector markUnchecked(const Scene& scene) {
              .after = String()});
     }
     const bool isMarked = marks.applyTo(scene);
-    for (String& sentence : told)
+    for (String& sentence : found)
         sentence = (isMarked ? "kept and marked @unchecked: " : "kept: ") + sentence;
-    return told;
+    return found;
 }
 
 } // namespace qv::kelvo_tool

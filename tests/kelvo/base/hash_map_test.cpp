@@ -325,7 +325,7 @@ TEST(HashMap, Entry_IsFoundByTheHashOfItsKeyAlone) {
     EXPECT_EQ(keyHash(7), std::hash<int>{}(7));
 }
 
-TEST(HashMap, EntriesOfOneHash_AreToldApartByKey) {
+TEST(HashMap, EntriesOfOneHash_AreDistinguishedByKey) {
     ds::HashMap<Mark, int> map;
     map.set(Mark(4, "a"), 1);
     map.set(Mark(4, "b"), 2);

@@ -90,7 +90,7 @@ TEST(Hash, Seed_ChangesTheHash) {
         EXPECT_NE(hashBytes(bytes.data(), size, 1), hashBytes(bytes.data(), size, 2)) << size;
 }
 
-TEST(Hash, ZerosOfEachLength_AreToldApart) {
+TEST(Hash, ZerosOfEachLength_AreDistinguished) {
     const std::vector<u8> zeros(3000);
     std::vector<u64> hashes;
     for (u64 size = 0; size <= zeros.size(); ++size)

@@ -99,7 +99,7 @@ TEST(Log, HandlerThatLogs_DoesNotDeadlock) {
     EXPECT_EQ(echo.lines, (std::vector<std::string>{"first", "again"}));
 }
 
-TEST(Log, HandlerThatThrows_IsHeardByTheCaller) {
+TEST(Log, HandlerThatThrows_ReachesTheCaller) {
     const LogSink previous =
         setLogHandler([](LogLevel, const char*, void*) { throw std::string("thrown"); });
     EXPECT_THROW(logError("x"), std::string);

@@ -151,7 +151,7 @@ TEST_F(LoadPlugin, BrokenDefinitions_TellTheFirstFaultAndHowManyMore) {
     EXPECT_FALSE(isInMemory(file));
 }
 
-TEST_F(LoadPlugin, BrokenDefinitionsInText_AreToldByTheName) {
+TEST_F(LoadPlugin, BrokenDefinitionsInText_AreReportedByTheName) {
     const std::string reason = reasonAgainst(m_folder.place("broken_text", "a.so"));
     EXPECT_TRUE(reason.starts_with("its definitions are broken: a:1:14: ")) << reason;
 }

@@ -28,7 +28,7 @@ bool eval(EvalCtx* ctx, void* out) {
     *static_cast<double*>(out) = 2 * Node(ctx->node())["x"].get<double>();
     return true;
 }
-bool letGo(INode*, void** data) {
+bool detach(INode*, void** data) {
     --s_alive;
     *data = nullptr;
     return true;
@@ -61,7 +61,7 @@ ILibInfo* createLibrary() {
     if (WAY == throwingLibrary) throw std::runtime_error("no library today");
     if (WAY == throwingPath || WAY == throwingLookUp) return new Library;
     auto* library = new CallbackTable;
-    library->set("twice", {.init = &init, .eval = &eval, .free = &letGo});
+    library->set("twice", {.init = &init, .eval = &eval, .free = &detach});
     return library;
 }
 

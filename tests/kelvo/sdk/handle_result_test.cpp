@@ -39,8 +39,7 @@ TEST_F(SceneResult, NodeThatIsTakenAway_SaysSo) {
     } remover;
     remover.scene = m_scene;
     EXPECT_TRUE(m_scene.subscribe(&remover));
-    EXPECT_EQ(m_scene.createNode("light", "sun").message(),
-              "Node 'sun' was taken away by those who heard of it.");
+    EXPECT_EQ(m_scene.createNode("light", "sun").message(), "An observer removed node 'sun'.");
     EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
@@ -51,7 +50,7 @@ TEST(SceneResultOfAnObserver, ThatLetsGoOfTheScene_IsThatOfANodeTakenAway) {
     } dropper;
     EXPECT_TRUE(dropper.scene.subscribe(&dropper));
     EXPECT_EQ(dropper.scene.createNode("light", "sun").message(),
-              "Node 'sun' was taken away by those who heard of it.");
+              "An observer removed node 'sun'.");
     EXPECT_FALSE(dropper.scene);
 }
 
@@ -63,7 +62,7 @@ TEST(NodeResultOfAnObserver, ThatLetsGoOfTheNode_IsThatOfAnInputTakenAway) {
     } dropper;
     EXPECT_TRUE(dropper.scene.subscribe(&dropper));
     EXPECT_EQ(dropper.node.createInput("x", AttrType::Real).message(),
-              "Cannot create input 'x': those who heard of it ended its node.");
+              "Cannot create input 'x': an observer ended its node.");
     EXPECT_FALSE(dropper.node);
 }
 

@@ -62,7 +62,7 @@ TEST_F(InputDescription, Default_IsTheValueThatResetRestores) {
     EXPECT_FALSE((*this)["list"].defaultValue());
 }
 
-TEST_F(InputDescription, TextsAndFlags_AreTold) {
+TEST_F(InputDescription, TextsAndFlags_AreReported) {
     const Input size = (*this)["size"];
     EXPECT_EQ(size.unit(), "m");
     EXPECT_EQ(size.label("de"), "Größe");
@@ -110,10 +110,10 @@ TEST_F(InputDescription, InputsMissingInTheText_AreLeftToTheType) {
     const Scene scene = Scene::create();
     scene.addLibrary(LibInfo::standard());
     ASSERT_TRUE(scene.read("node pointLight \"a\" {\n    Real radius = 2\n}\n", "a.kns"));
-    EXPECT_TRUE(scene["a"]["intensity"].isLeftToType());
-    EXPECT_FALSE(scene["a"]["radius"].isLeftToType());
-    EXPECT_FALSE(scene.createNode("pointLight", "b")["intensity"].isLeftToType());
-    EXPECT_FALSE(Input().isLeftToType());
+    EXPECT_TRUE(scene["a"]["intensity"].isOmitted());
+    EXPECT_FALSE(scene["a"]["radius"].isOmitted());
+    EXPECT_FALSE(scene.createNode("pointLight", "b")["intensity"].isOmitted());
+    EXPECT_FALSE(Input().isOmitted());
 }
 
 } // namespace

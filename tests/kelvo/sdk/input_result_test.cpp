@@ -119,7 +119,7 @@ TEST_F(InputResult, EverythingThatIsDone_IsTrueWithoutAMessage) {
     EXPECT_TRUE(input("radius").read(radius));
 }
 
-TEST_F(InputResult, Refused_IsToldAgainWithoutTheFailureBefore) {
+TEST_F(InputResult, Refused_IsReportedAgainWithoutTheFailureBefore) {
     EXPECT_FALSE(input("radius").set(11));
     EXPECT_TRUE(input("radius").set(9).message().isEmpty());
     EXPECT_EQ(input("fixed").set(9).message(), "Cannot set input 'lamp.fixed': it is read-only.");

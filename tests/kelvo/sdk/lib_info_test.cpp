@@ -73,7 +73,7 @@ TEST(LibInfoHandle, Definitions_AreReadAndWritten) {
     EXPECT_EQ(library.findType("fan")["speed"].get<double>(), 2);
 }
 
-TEST(LibInfoHandle, BrokenDefinitions_AreToldAndChangeNothing) {
+TEST(LibInfoHandle, BrokenDefinitions_AreReportedAndChangeNothing) {
     const LibInfo library = fans();
     Diagnostics found;
     EXPECT_FALSE(library.readDefinitions("type grid {\n    Reel size = 1\n}\n", "a.knd", &found));

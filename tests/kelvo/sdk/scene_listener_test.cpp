@@ -48,7 +48,7 @@ protected:
     Journal m_journal;
 };
 
-TEST_F(WatchedScene, Nodes_AreToldAsHandles) {
+TEST_F(WatchedScene, Nodes_AreReportedAsHandles) {
     const Node lamp = m_scene.createNode("light", "lamp");
     const Node desk = m_scene.createNode("mesh", "desk");
     EXPECT_TRUE(m_scene.renameNode(lamp, "sun"));
@@ -58,7 +58,7 @@ TEST_F(WatchedScene, Nodes_AreToldAsHandles) {
                                  "moved desk from 1\nremoved sun\n");
 }
 
-TEST_F(WatchedScene, Attributes_AreToldAsHandles) {
+TEST_F(WatchedScene, Attributes_AreReportedAsHandles) {
     const Node lamp = m_scene.createNode("light", "lamp");
     lamp.createInput("radius", AttrType::Real);
     lamp.createOutput("power", AttrType::Real);
@@ -75,7 +75,7 @@ TEST_F(WatchedScene, NewNameOfAnInput_NotOverridden_IsARemovalAndAnAddition) {
     EXPECT_EQ(m_journal.taken(), "no input size\ninput lamp.size\n");
 }
 
-TEST(SceneListener, ThatOverridesNewNames_HearsOfThemAlone) {
+TEST(SceneListener, ThatOverridesNewNames_IsNotifiedOfThemAlone) {
     struct Listener : SceneListener {
         void inputRenamed(Input input, String before) override {
             text = before + " to " + input.path();
@@ -90,7 +90,7 @@ TEST(SceneListener, ThatOverridesNewNames_HearsOfThemAlone) {
     EXPECT_TRUE(scene.unsubscribe(&listener));
 }
 
-TEST_F(WatchedScene, Change_IsToldWithThePreviousValue) {
+TEST_F(WatchedScene, Change_IsReportedWithThePreviousValue) {
     const Node lamp = m_scene.createNode("light", "lamp");
     const Input radius = lamp.createInput("radius", AttrType::Real);
     EXPECT_TRUE(radius.set(2));
@@ -118,7 +118,7 @@ TEST_F(WatchedScene, ChangeOfAnArraysOrder_HasNoPreviousValue) {
     EXPECT_EQ(m_journal.taken(), "n.list:  to \n");
 }
 
-TEST_F(WatchedScene, Connection_IsToldWithBothOutputs) {
+TEST_F(WatchedScene, Connection_IsReportedWithBothOutputs) {
     const Node lamp = m_scene.createNode("light", "lamp");
     const Node clock = m_scene.createNode("clock", "clock");
     const Input radius = lamp.createInput("radius", AttrType::Real);
@@ -145,7 +145,7 @@ TEST_F(WatchedScene, SecondSubscription_Fails) {
               "There is no observer: the pointer is null.");
 }
 
-TEST(SceneListener, ThatKeepsWhatItIsTold_KeepsItAlive) {
+TEST(SceneListener, ThatKeepsItsArguments_KeepsItAlive) {
     struct Keeper : SceneListener {
         void nodeRemoved(Node node) override { kept = node; }
         Node kept;

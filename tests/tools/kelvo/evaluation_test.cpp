@@ -72,17 +72,17 @@ TEST_F(EvaluationTest, OtherKind_IsConverted) {
     expectResult(evaluate(connected("half", AttrType::Real, AttrType::String)), true, "\"0.5\"");
 }
 
-TEST_F(EvaluationTest, ValueThatDoesNotFit_IsTold) {
+TEST_F(EvaluationTest, ValueThatDoesNotFit_IsReported) {
     expectResult(evaluate(connected("half", AttrType::Real, AttrType::Int)), false,
                  "0.5 (Real) cannot become Int");
 }
 
-TEST_F(EvaluationTest, CallbackThatFails_IsTold) {
+TEST_F(EvaluationTest, CallbackThatFails_IsReported) {
     expectResult(evaluate(connected("idle", AttrType::Real, AttrType::Real)), false,
                  "the eval callback of 'source' gave none");
 }
 
-TEST_F(EvaluationTest, NoCallbackAndNoValue_IsTold) {
+TEST_F(EvaluationTest, NoCallbackAndNoValue_IsReported) {
     expectResult(evaluate(connected("plain", AttrType::Real, AttrType::Real)), false,
                  "'source.out' has none, and its node no eval callback to produce one");
 }

@@ -322,7 +322,7 @@ bool LivePatcher::setValue(Input& input, std::string_view text) const {
 
 bool LivePatcher::setSource(Input& input, std::string_view path) const {
     Output* output = findOutput(path);
-    return output && input.takes(*output) && !closesLoop(*output, input) && input.connect(output);
+    return output && takes(input, *output) && !closesLoop(*output, input) && input.connect(output);
 }
 
 void setFileComments(Scene& scene, Comments comments) {

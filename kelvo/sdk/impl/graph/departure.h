@@ -3,7 +3,7 @@
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <utility>
 
@@ -19,9 +19,9 @@ template<typename Attribute>
 class Departure {
 public:
     explicit Departure(Attribute& attribute) : m_attribute(&attribute) {
-        const NewsHold* hold = NewsHold::current();
+        const DeferredNotifications* hold = DeferredNotifications::current();
         if (hold && !hold->isMuted())
-            m_news = NewsHold::make([held = m_attribute] { held->leaveOwner({}); });
+            m_leaving = DeferredNotifications::make([held = m_attribute] { held->leaveOwner({}); });
     }
     /// Removes comments on the attribute at once: an undo may restore them before the removal ends.
     void dropComments() const {
@@ -37,8 +37,8 @@ public:
     void stay() noexcept { m_hasBegun = false; }
     ~Departure() {
         if (!m_hasBegun) return;
-        if (m_news)
-            NewsHold::current()->add(std::move(m_news));
+        if (m_leaving)
+            DeferredNotifications::current()->add(std::move(m_leaving));
         else
             m_attribute->leaveOwner({});
     }
@@ -48,7 +48,7 @@ public:
 private:
     RefersTo<Attribute> m_attribute;
     // Null when observers are notified at once.
-    std::unique_ptr<NewsHold::News> m_news;
+    std::unique_ptr<DeferredNotifications::Notification> m_leaving;
     bool m_hasBegun = false;
 };
 

@@ -3,8 +3,8 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/history/history.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
 
 #include <exception>
 #include <memory>
@@ -30,7 +30,7 @@ public:
     ~EditStep() {
         if (!m_scene) return;
         if (std::uncaught_exceptions() > m_exceptions && m_scene->tellings() == m_tellings) {
-            NewsHold::dropSince(m_news);
+            DeferredNotifications::dropSince(m_deferred);
             history().rollBack(m_start);
         }
         history().closeOperation();
@@ -61,7 +61,7 @@ public:
             return call();
         } catch (const std::bad_alloc&) {
             if (m_scene && m_scene->tellings() != m_tellings) {
-                NewsHold::dropSince(m_news);
+                DeferredNotifications::dropSince(m_deferred);
                 history().takeBack(m_start);
             }
             throw;
@@ -84,24 +84,24 @@ private:
         m_scene = RefersTo<Scene>(&scene);
         m_start = scene.history().openChanges();
         m_tellings = scene.tellings();
-        m_news = NewsHold::mark();
+        m_deferred = DeferredNotifications::mark();
         m_exceptions = std::uncaught_exceptions();
     }
 
-    CertainTelling m_certain;
+    CertainDelivery m_certain;
     // Null when nothing is recorded.
     RefersTo<Scene> m_scene;
     std::unique_ptr<Change> m_change;
     // The state when the step began.
     u64 m_start = 0;
     u64 m_tellings = 0;
-    NewsHold::Mark m_news{};
+    DeferredNotifications::Mark m_deferred{};
     int m_exceptions = 0;
 };
 
 /// Prepares notifications about an object of the node, which may be null, before it changes.
 template<typename Thing>
-void expectNews(const Node* node, const Thing* thing) {
+void expectNotification(const Node* node, const Thing* thing) {
     if (auto* scene = node ? implOf(node->liveScene()) : nullptr) scene->expect(thing);
 }
 

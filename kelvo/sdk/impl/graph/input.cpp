@@ -106,7 +106,7 @@ void Input::dropLastMember() noexcept {
     ds::Vector<IInput*>& list = m_extras->members;
     auto* last = implOf(list.back());
     list.pop_back();
-    if (last->m_node) last->letGo();
+    if (last->m_node) last->detach();
     last->m_parent = nullptr;
     last->decRef();
 }
@@ -217,7 +217,7 @@ RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
     AttrData data = description();
     if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
     auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
-    copy->m_isLeftOut = m_isLeftOut;
+    copy->m_isOmitted = m_isOmitted;
     if (const Value* kept = stashed()) copy->replaceStash(*kept, {});
     Output* source = sourceOutput();
     if (source && !barBetween(node, source->node())) copy->setSource(source);
@@ -333,7 +333,7 @@ void Input::takeListIndex(Input& first) noexcept {
 }
 
 void Input::nodeDestroyed() {
-    letGo();
+    detach();
 }
 
 namespace {
@@ -355,7 +355,7 @@ u64 Input::ownBytes() const {
 }
 
 void Input::leaveOwner(Only<Departure<Input>> /*key*/) noexcept {
-    letGo();
+    detach();
     m_parent = nullptr;
 }
 
@@ -366,7 +366,7 @@ void Input::showOwnValues(Only<Input, InputListChange, Node> /*key*/) noexcept {
 }
 
 // Detaches the input and its parts from node, sources and links without notifications.
-void Input::letGo() noexcept {
+void Input::detach() noexcept {
     if (members().empty()) return untie();
     forEachWithin([](Input& input) { input.untie(); });
 }
@@ -386,7 +386,7 @@ void Input::untie() noexcept {
 void Input::setNodeOfAll(Node* node) noexcept {
     forEachWithin([node](Input& input) {
         input.m_node = node;
-        input.tiesChanged();
+        tiesChanged(input);
     });
 }
 

@@ -123,8 +123,8 @@ public:
     /// fix.
     bool setReadOnlyValue(const Value& value);
     /// Tells whether the text that the input was read from omits it.
-    [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
-    void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
+    [[nodiscard]] bool isOmitted() const noexcept { return m_isOmitted; }
+    void setOmitted(bool leftOut) noexcept { m_isOmitted = leftOut; }
     /// Hash of the name without regard to case. Needs an input that is no array element.
     [[nodiscard]] u64 nameHash() const noexcept { return m_nameHash; }
     [[nodiscard]] const String& ownName() const noexcept { return m_name; }
@@ -187,9 +187,6 @@ public:
 
     bool reset() override;
     [[nodiscard]] bool isDefault() const override;
-    /// Returns the first of this input and its parts whose own value is not at its default; null
-    /// when all are.
-    [[nodiscard]] const Input* firstChanged() const;
     /// Returns the value that `reset` brings back; Null for arrays and objects.
     [[nodiscard]] Value defaultValue() const;
 
@@ -274,13 +271,9 @@ public:
     [[nodiscard]] Output* sourceOutput() const noexcept;
     bool connect(IOutput* output) override;
     bool disconnect() override;
-    /// Tells whether the kind of an output converts to that of this input.
-    [[nodiscard]] bool takes(const Output& output) const noexcept;
     /// Call when a node leaves its scene or ends: redirects a link to this node, also in the kept
     /// value, to its replacement, null for none, and notifies observers.
     void relink(const INode& from, INode* to);
-    /// Call when the nodes that the input links and connects to gain or lose a reader.
-    void tiesChanged() const noexcept;
     /// Call when links or connections of the input change: drops its node's leads in the compact
     /// graph.
     void leadsChanged() noexcept;
@@ -398,7 +391,7 @@ private:
     void dropStash() noexcept;
     template<typename Visit>
     void forEachWithin(const Visit& visit) const noexcept;
-    void letGo() noexcept;
+    void detach() noexcept;
     void untie() noexcept;
     void endMembers() noexcept;
     void dropLastMember() noexcept;
@@ -420,7 +413,7 @@ private:
     bool m_readOnly : 1 = false;
     // A parent is marked read-only.
     bool m_isHeldReadOnly : 1 = false;
-    bool m_isLeftOut : 1 = false;
+    bool m_isOmitted : 1 = false;
     // Fields that walks and look-ups read from every input come first, close together.
     std::unique_ptr<InputExtras> m_extras;
     Node* m_node;
@@ -436,5 +429,15 @@ private:
     // 0 when unknown. Only hashes that do not depend on nodes are cached.
     mutable std::atomic<u64> m_hash = 0;
 };
+
+/// Returns the first of an input and its parts whose own value is not at its default; null when all
+/// are.
+[[nodiscard]] const Input* firstChanged(const Input& input);
+
+/// Tells whether the kind of an output converts to that of an input.
+[[nodiscard]] bool takes(const Input& input, const Output& output) noexcept;
+
+/// Call when the nodes that the input links and connects to gain or lose a reader.
+void tiesChanged(const Input& input) noexcept;
 
 } // namespace qv::kelvo_sdk::impl

@@ -6,7 +6,7 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <algorithm>
 #include <utility>
@@ -202,7 +202,7 @@ bool InputListChange::takeOut(Scene& scene) {
     const auto leaving = RefersTo<Input>::adopt(&input());
     leaving->showOwnValues({});
     m_owner->onInputRemoved(&input());
-    afterTelling([leaving] { leaving->left({}); });
+    afterNotifications([leaving] { leaving->left({}); });
     return true;
 }
 

@@ -13,7 +13,7 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include "kelvo/base/log.h"
 
@@ -81,13 +81,13 @@ IInput* Input::addMember(Input* member) {
 // Returns null when observers removed the member or the node. Their edits belong to the step, and
 // the end of the step notifies too.
 IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
-    const bool isHeld = m_node && m_node->mayCallBack();
+    const bool isHeld = m_node && mayCallBack(*m_node);
     const RefersTo<Input> self(isHeld ? this : nullptr);
     const RefersTo<Node> node(isHeld ? m_node : nullptr);
     {
         EditStep step(m_node);
         step.prepare<InputListChange>(*member, m_node, this, index, true);
-        expectNews(m_node, static_cast<const IInput*>(member.get()));
+        expectNotification(m_node, static_cast<const IInput*>(member.get()));
         putMember(member, index, {});
         step.commit();
         if (m_node) m_node->onInputAdded(member.get());
@@ -195,7 +195,7 @@ bool Input::moveElement(u64 from, u64 to) {
     if (!mayHoldOthers(*this)) return false;
     EditStep step(m_node);
     step.prepare<ElementMove>(*this, from, to);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     step.commit();
     moveMember(from, to, {});
     return true;
@@ -353,7 +353,7 @@ void Input::takeOff(Input& removed, bool recordsTies, const PlaceOf& placeOf) {
     const RefersTo<Node> held(m_node);
     EditStep step(held.get());
     Departure departing(removed);
-    expectNews(held.get(), static_cast<const IInput*>(&removed));
+    expectNotification(held.get(), static_cast<const IInput*>(&removed));
     if (step.isRecording()) {
         auto* change = step.prepare<InputListChange>(removed, held.get(), this, placeOf(), false);
         change->takeComments(step.scene().comments());
@@ -373,12 +373,12 @@ void Input::takeOff(Input& removed, bool recordsTies, const PlaceOf& placeOf) {
 bool Input::clearInputs() {
     if (!members().empty() && !mayHoldOthers(*this)) return false;
     const RefersTo<Input> self(this);
-    NewsHold news;
+    DeferredNotifications deferred;
     const EditStep step(m_node);
     recordTies({});
     while (!members().empty())
         takeOff(implOf(*members().back()), false, [this] { return members().size() - 1; });
-    news.release();
+    deferred.release();
     return members().empty();
 }
 

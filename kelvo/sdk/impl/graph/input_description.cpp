@@ -31,8 +31,8 @@ bool Input::isDescribed() const {
     return detailsOf(get()) != nullptr;
 }
 
-bool Input::isLeftToType() const {
-    return get() && implOf(get())->isLeftOut();
+bool Input::isOmitted() const {
+    return get() && implOf(get())->isOmitted();
 }
 
 bool Input::isModified() const {

@@ -73,8 +73,8 @@ String memberRefusal(const impl::Input& input, const String& name, const char* k
         return what + "its kind " + input.typeName() + " holds no inputs.";
     }
     if (input.isReadOnly()) return impl::changeRefusal(input);
-    return what + (name.isSimpleCID() ? "it was taken away by those who heard of it."
-                                      : "the name is no simple identifier.");
+    return what +
+           (name.isSimpleCID() ? "an observer removed it." : "the name is no simple identifier.");
 }
 
 // Returns the reason why an edit at an index of an array or object fails.
@@ -82,7 +82,7 @@ String placeRefusal(const Input& input, u64 index) {
     const u64 count = input.inputCount();
     if (index < count && input.isReadOnly()) return impl::changeRefusal(*implOf(input.get()));
     if (index < count && input.type() == AttrType::Array)
-        return "The new element of '" + input.path() + "' was taken away by those who heard of it.";
+        return "An observer removed the new element of '" + input.path() + "'.";
     if (index < count) return "The members of '" + input.path() + "' have no order to change.";
     return String::format("Input '%s' has no place %llu: it holds %llu.", input.path().buf(),
                           static_cast<unsigned long long>(index),
@@ -146,7 +146,7 @@ Result Input::reset() const {
     if (!get()) return emptyHandle("input");
     const Input held(*this);
     if (held->reset()) return {};
-    const impl::Input* left = implOf(held.get())->firstChanged();
+    const impl::Input* left = impl::firstChanged(*implOf(held.get()));
     if (!left)
         return Result::failure("'" + held.path() + "' is of kind Null, which has no default.");
     String reason;
@@ -154,8 +154,7 @@ Result Input::reset() const {
         reason = left->isReadOnly() ? impl::changeRefusal(*left) : String();
     else
         reason = impl::storeRefusal(*left, left->defaultValue());
-    return failureOf(reason,
-                     "Cannot reset '" + held.path() + "': those who heard of it set it again.");
+    return failureOf(reason, "Cannot reset '" + held.path() + "': an observer set it again.");
 }
 
 Made<Input> Input::append() const {
@@ -166,8 +165,7 @@ Made<Input> Input::append() const {
         return Result::failure("Cannot append to '" + held.path() + "': its kind " +
                                held.typeName() + " has no elements.");
     if (held.isReadOnly()) return Result::failure(impl::changeRefusal(*implOf(held.get())));
-    return Result::failure("The new element of '" + held.path() +
-                           "' was taken away by those who heard of it.");
+    return Result::failure("An observer removed the new element of '" + held.path() + "'.");
 }
 
 Made<Input> Input::insert(u64 index) const {
@@ -203,7 +201,7 @@ Result Input::clearInputs() const {
     if (held->clearInputs()) return {};
     const bool isFixed = held.isReadOnly();
     return failureOf(isFixed ? impl::changeRefusal(*implOf(held.get())) : String(),
-                     "Input '" + held.path() + "' was filled again by those who heard of it.");
+                     "An observer filled input '" + held.path() + "' again.");
 }
 
 Result Input::rename(const String& name) const {

@@ -21,10 +21,10 @@ IOutput* Input::source() const {
     return sourceOutput();
 }
 
-bool Input::takes(const Output& output) const noexcept {
-    if (output.type() != AttrType::Buffer || type() != AttrType::Buffer)
-        return kindsConvert(output.type(), type());
-    return dataType() == DataType::Null || dataType() == output.dataType();
+bool takes(const Input& input, const Output& output) noexcept {
+    if (output.type() != AttrType::Buffer || input.type() != AttrType::Buffer)
+        return kindsConvert(output.type(), input.type());
+    return input.dataType() == DataType::Null || input.dataType() == output.dataType();
 }
 
 namespace {
@@ -61,7 +61,7 @@ const char* barTo(const Output& output, const INode* from) noexcept {
 
 String connectRefusal(const Input& input, const Output& output) {
     const String to = output.path();
-    if (!input.takes(output))
+    if (!takes(input, output))
         return String::format(
             "Cannot connect input '%s' (%s) to output '%s' (%s): the kinds do not convert.",
             input.path().buf(), input.typeName().buf(), to.buf(), output.typeName().buf());
@@ -81,7 +81,7 @@ bool Input::connect(IOutput* output) {
         return true;
     }
     if (after == before) return true;
-    if (!takes(*after) || barTo(*after, m_node) || closesLoop(*after, *this)) {
+    if (!takes(*this, *after) || barTo(*after, m_node) || closesLoop(*after, *this)) {
         logWarning("%s", connectRefusal(*this, *after).buf());
         return false;
     }
@@ -93,7 +93,7 @@ void Input::connectUnchecked(Output& output, Only<Input, SceneBuilder> /*key*/) 
     Output* const before = sourceOutput();
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     setSource(&output);
     step.commit();
     if (m_node) m_node->onInputConnected(this, before, &output);
@@ -102,7 +102,7 @@ void Input::connectUnchecked(Output& output, Only<Input, SceneBuilder> /*key*/) 
 void Input::linkUnchecked(INode* node, Only<SceneBuilder> /*key*/) {
     EditStep step(m_node);
     step.prepare<ValueChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     if (node) extras();
     Value before(node);
     replaceValue(before);
@@ -117,7 +117,7 @@ bool Input::disconnect() {
     const RefersTo<Output> held(before);
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     setSource(nullptr);
     step.commit();
     if (m_node) m_node->onInputConnected(this, before, nullptr);
@@ -128,10 +128,10 @@ void Input::leadsChanged() noexcept {
     if (m_node) m_node->leadsChanged();
 }
 
-void Input::tiesChanged() const noexcept {
-    if (!m_extras) return;
-    if (INode* linked = linkedNode(*this)) implOf(linked)->readersChanged();
-    if (INode* read = sourceNode(*this)) implOf(read)->readersChanged();
+void tiesChanged(const Input& input) noexcept {
+    if (!input.ownExtras()) return;
+    if (INode* linked = linkedNode(input)) implOf(linked)->readersChanged();
+    if (INode* read = sourceNode(input)) implOf(read)->readersChanged();
 }
 
 // Updates both ends without notifications. Cannot fail when it ends a connection.
@@ -162,7 +162,7 @@ const Node* recorderOf(const Input& input, const INode* other) {
 void Input::endSource(Output& output, bool isRecorded, Only<Output> /*key*/) {
     EditStep step(isRecorded ? recorderOf(*this, output.node()) : nullptr);
     step.prepare<SourceChange>(*this, output, output.targetCount() - 1);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     static_cast<void>(output.takeLastTarget({}));
     m_extras->source = nullptr;
     leadsChanged();
@@ -211,7 +211,7 @@ void Input::relink(const INode& from, INode* to) {
     const bool isHeld = linkedNode(*this) == &from;
     if (!isKept && !isHeld) return;
     EditStep step(recorderOf(*this, &from));
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     // The order matters: a change between `prepare` and `commit` would use the prepared memory.
     const bool isUsers = isModified();
     if (isKept && !isUsers) relinkStash(from, to);

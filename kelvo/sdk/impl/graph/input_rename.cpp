@@ -13,7 +13,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/input.h"
 
 #include "kelvo/base/log.h"
@@ -92,15 +92,15 @@ bool Input::rename(String name) {
     const RefersTo<Node> node(m_node);
     const std::vector<ModifierNames> lists = modifierNamesAfter(*this, name);
     InputNaming naming = namingOf(*this, name);
-    NewsHold news;
+    DeferredNotifications deferred;
     EditStep step(m_node);
     step.prepare<InputRename>(*this, naming);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     step.commit();
     exchangeName(naming, {});
     for (const ModifierNames& list : lists)
         list.input->setString(list.names);
-    news.release();
+    deferred.release();
     return true;
 }
 

@@ -10,7 +10,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/record_scope.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <optional>
 
@@ -30,13 +30,13 @@ bool Input::unstash() {
     const RefersTo<Scene> scene(m_node ? implOf(m_node->liveScene()) : nullptr);
     std::optional<RecordScope> record;
     if (scene) record.emplace(*scene);
-    NewsHold news;
+    DeferredNotifications deferred;
     EditStep step(m_node);
     if (!setValue(kept)) return false;
     step.prepare<StashChange>(*this);
     dropStash();
     step.commit();
-    news.release();
+    deferred.release();
     return true;
 }
 

@@ -14,7 +14,7 @@
 #include "kelvo/sdk/impl/graph/record_scope.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 #include "kelvo/sdk/interfaces/i_scene.h"
@@ -77,7 +77,7 @@ bool Input::store(Value value) {
 void Input::replaceUserValue(Value value, const Value* kept) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
-    expectNews(m_node, static_cast<const IInput*>(this));
+    expectNotification(m_node, static_cast<const IInput*>(this));
     if (kept) dropStash();
     replaceValue(value);
     step.commit();
@@ -110,8 +110,8 @@ void Input::changed(Value before) {
 bool Input::setValue(const Value& value) {
     if (value.type() == AttrType::Buffer && type() == AttrType::Buffer) {
         const DataType declared = declaredType();
-        const DataType given = value.asBuffer().type();
-        if (declared != DataType::Null && given != declared) return false;
+        const DataType actual = value.asBuffer().type();
+        if (declared != DataType::Null && actual != declared) return false;
         return store(value);
     }
     if (value.type() == type()) return value.isNull() ? false : store(value);
@@ -313,7 +313,7 @@ bool Input::readBuffer(BufferView& out, bool evaluate, void* ctx) const {
 
 bool Input::reset() {
     if (!isObject()) return resetAlone();
-    NewsHold news;
+    DeferredNotifications deferred;
     const EditStep step(m_node);
     bool done = true;
     InputWalk inside(members());
@@ -321,7 +321,7 @@ bool Input::reset() {
         if (member->isArray()) inside.leaveOut();
         if (!member->isObject()) done = member->resetAlone() && done;
     }
-    news.release();
+    deferred.release();
     return done;
 }
 
@@ -331,7 +331,7 @@ bool Input::resetAlone() {
 }
 
 bool Input::isDefault() const {
-    return !firstChanged();
+    return !firstChanged(*this);
 }
 
 namespace {
@@ -345,9 +345,9 @@ bool isDefaultAlone(const Input& input) {
 
 } // namespace
 
-const Input* Input::firstChanged() const {
-    if (!isDefaultAlone(*this)) return this;
-    InputWalk inside(members());
+const Input* firstChanged(const Input& input) {
+    if (!isDefaultAlone(input)) return &input;
+    InputWalk inside(input.members());
     while (const Input* member = inside.next())
         if (!isDefaultAlone(*member)) return member;
     return nullptr;

@@ -9,7 +9,7 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/index/link_table.h"
 
 #include "kelvo/base/log.h"
@@ -79,13 +79,13 @@ bool isReferredTo(const Node& node) noexcept {
 // Called while the node still exists; observers may even keep it alive.
 void endReferences(Node& node) noexcept {
     try {
-        NewsHold news;
+        DeferredNotifications deferred;
         for (IOutput* output : node.outputs())
             implOf(output)->disconnectTargets();
         for (LinkTable* links : {&LinkTable::ofFreeNodes(), &LinkTable::keptOfFreeNodes()})
             while (Input* input = links->first(&node))
                 input->relink(node, nullptr);
-        news.release();
+        deferred.release();
     } catch (...) {
         logLost("at the end of a node");
     }

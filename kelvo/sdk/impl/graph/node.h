@@ -264,8 +264,6 @@ public:
 
     /// Returns the node's number in its present or last scene.
     [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
-    /// Returns the scene that contains the node; null before it was added and after its removal.
-    [[nodiscard]] const Scene* sceneAround() const noexcept;
     /// Sets a number under which the graph has no rows yet.
     void setNumber(NodeNumber number, Only<Scene> /*key*/) noexcept {
         m_number = number;
@@ -281,8 +279,6 @@ public:
     }
     /// Call when links to the node or connections to its outputs change.
     void readersChanged() noexcept { dropRows(bitOf(CompactGraph::Kind::Readers)); }
-    /// Call when the node is added or removed: drops its rows and those of its neighbours.
-    void surroundingsChanged() noexcept;
 
     // ---- Observers -------------------------------------------------------------------------
     // A list of borrowed pointers in order of subscription, used only under the lock.
@@ -298,9 +294,6 @@ public:
     // added and removed without notifications. During a change of several parts, notifications wait
     // until it is complete.
 
-    /// Tells whether adding an attribute may call foreign code, which may drop the last references
-    /// to the node and the attribute. The node's own observers are not notified of it.
-    [[nodiscard]] bool mayCallBack() const noexcept;
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
     void onInputRemoved(const IInput* input);
@@ -393,8 +386,8 @@ private:
     bool bindCallbacks(const String& type);
     void evaluationChanged() const noexcept;
     void markDirty() const;
-    [[nodiscard]] bool isHeard() const noexcept;
-    [[nodiscard]] bool isNews(const IInput& input) const;
+    [[nodiscard]] bool hasReceivers() const noexcept;
+    [[nodiscard]] bool needsNotification(const IInput& input) const;
     void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);
     template<typename Tell>
@@ -441,6 +434,17 @@ private:
     static std::atomic<i32> s_instCount;
     static const String s_missingSvgIcon;
 };
+
+/// Returns the scene that contains the node; null before it was added and after its removal.
+[[nodiscard]] const Scene* sceneAround(const Node& node) noexcept;
+
+/// Call when the node is added or removed: drops its rows in the compact graph and those of its
+/// neighbours.
+void surroundingsChanged(Node& node) noexcept;
+
+/// Tells whether adding an attribute to the node may call foreign code, which may drop the last
+/// references to both. The node's own observers are not notified of it.
+[[nodiscard]] bool mayCallBack(const Node& node) noexcept;
 
 /// Appends the nodes that a "children" input links to and, down to `maxDepth` (negative for no
 /// limit), the nodes below them; parents first, each node once. `depth` is the depth of the input.

@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/graph/node_change_scope.h"
 
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <new>
 
@@ -11,7 +11,7 @@ void NodeChangeScope::open(interfaces::IScene* scene) {
         m_step.reset(new kelvo_sdk::Scene::UndoScope(kelvo_sdk::Scene(scene)));
     } catch (const std::bad_alloc&) {
         // The edit in progress makes the step instead.
-        if (!CertainTelling::isOn()) throw;
+        if (!CertainDelivery::isOn()) throw;
     }
 }
 

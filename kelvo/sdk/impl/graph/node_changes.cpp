@@ -6,7 +6,7 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <algorithm>
 #include <utility>
@@ -88,7 +88,7 @@ void OutputListChange::swap(Scene& scene) {
     // Takes over the reference of the list.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
-    afterTelling([leaving] { leaving->clearNode({}); });
+    afterNotifications([leaving] { leaving->clearNode({}); });
 }
 
 u64 OutputListChange::bytes() const {

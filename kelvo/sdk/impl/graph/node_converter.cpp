@@ -81,7 +81,7 @@ void NodeConverter::convert(const Step& step) {
     const Input& from = *step.from;
     Input& to = *step.to;
     m_inputs.emplace_back(&from, &to);
-    to.setLeftOut(from.isLeftOut());
+    to.setOmitted(from.isOmitted());
     connect(from, to);
     if (from.type() == AttrType::Object && to.type() == AttrType::Object)
         convertMembers(step);
@@ -96,7 +96,7 @@ void NodeConverter::convert(const Step& step) {
 void NodeConverter::connect(const Input& from, Input& to) {
     Output* source = from.sourceOutput();
     if (!source) return;
-    if (to.takes(*source))
+    if (takes(to, *source))
         to.connect(source);
     else
         note(from.path(), String("was connected to '") + source->path() + "' (" +
@@ -211,7 +211,7 @@ void NodeConverter::moveTargets() {
             [&](const Input& input) { targets.emplace_back(const_cast<Input*>(&input)); });
         for (const RefersTo<Input>& target : targets) {
             if (target->sourceOutput() != from) continue;
-            if (to && target->takes(*to)) {
+            if (to && takes(*target, *to)) {
                 target->connect(to);
                 continue;
             }

@@ -134,14 +134,14 @@ IOutput* Node::checkExistingOutput(String name, AttrType type, DataType dataType
 // Takes over the creator's reference for the node. Observers may remove the input, or the whole
 // node.
 IInput* Node::addInput(Input* input) {
-    const bool isHeld = mayCallBack();
+    const bool isHeld = mayCallBack(*this);
     const RefersTo<Node> self(isHeld ? this : nullptr);
     const RefersTo<Input> made(isHeld ? input : nullptr);
     auto created = RefersTo<Input>::adopt(input);
     {
         EditStep step(this);
         step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
-        expectNews(this, static_cast<const IInput*>(input));
+        expectNotification(this, static_cast<const IInput*>(input));
         appendToList(m_inputs, input);
         leadsChanged();
         std::ignore = created.detach();
@@ -154,14 +154,14 @@ IInput* Node::addInput(Input* input) {
 }
 
 IOutput* Node::addOutput(Output* output) {
-    const bool isHeld = mayCallBack();
+    const bool isHeld = mayCallBack(*this);
     const RefersTo<Node> self(isHeld ? this : nullptr);
     const RefersTo<Output> made(isHeld ? output : nullptr);
     auto created = RefersTo<Output>::adopt(output);
     {
         EditStep step(this);
         step.prepare<OutputListChange>(*output, *this, m_outputs.size(), true);
-        expectNews(this, static_cast<const IOutput*>(output));
+        expectNotification(this, static_cast<const IOutput*>(output));
         appendToList(m_outputs, output);
         std::ignore = created.detach();
         step.commit();

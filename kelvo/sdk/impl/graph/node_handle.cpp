@@ -30,9 +30,9 @@ using interfaces::INode;
 // An attribute fails because of its name, or because an observer removed it.
 Result attributeFailure(const String& node, const char* word, const String& name) {
     const bool isNamed = name.isSimpleCID();
-    return Result::failure(String::format(
-        "Cannot create %s '%s' on node '%s': %s.", word, name.buf(), node.buf(),
-        isNamed ? "those who heard of it took it away" : "the name is no simple identifier"));
+    return Result::failure(
+        String::format("Cannot create %s '%s' on node '%s': %s.", word, name.buf(), node.buf(),
+                       isNamed ? "an observer removed it" : "the name is no simple identifier"));
 }
 
 // Makes an attribute by `create(INode&)`.
@@ -45,14 +45,14 @@ Made<Attribute> make(const Node& node, const char* word, const String& name, con
     // Drops the extra reference, so that a node that observers abandoned is destroyed now.
     held.reset();
     if (made.node()) return made;
-    return Result::failure(String::format(
-        "Cannot create %s '%s': those who heard of it ended its node.", word, name.buf()));
+    return Result::failure(
+        String::format("Cannot create %s '%s': an observer ended its node.", word, name.buf()));
 }
 
 Made<Node> madeNode(const Node& node, INode* made, const char* what) {
     if (made) return Node(made);
-    return Result::failure(String::format(
-        "Cannot %s node '%s': those who heard of it took it away.", what, node.name().buf()));
+    return Result::failure(
+        String::format("Cannot %s node '%s': an observer removed it.", what, node.name().buf()));
 }
 
 // Returns the reason why the list of children refuses a child; empty when it should accept one.
@@ -181,8 +181,8 @@ Result Node::parentTo(const Node& to) const {
     String reason = childrenRefusal(*parent);
     const char* bar = impl::barBetween(parent.get(), held.get());
     if (reason.isEmpty() && bar) reason = impl::parentRefusal(*held, *parent, bar);
-    return failureOf(reason, "Node '" + held.name() + "' was taken out of the children of node '" +
-                                 parent.name() + "' by those who heard of it.");
+    return failureOf(reason, "An observer took node '" + held.name() +
+                                 "' out of the children of node '" + parent.name() + "'.");
 }
 
 Result Node::unparentFrom(const Node& from) const {
@@ -236,8 +236,8 @@ Result Node::setPath(const String& path) const {
         return Result::failure("Node '" + held.name() +
                                "' stands for no file: expected String inputs \"dir\", \"file\" "
                                "and \"ext\".");
-    return failureOf(pathRefusal(held, path), "The path of node '" + held.name() +
-                                                  "' was changed meanwhile by those who heard.");
+    return failureOf(pathRefusal(held, path),
+                     "An observer changed the path of node '" + held.name() + "' meanwhile.");
 }
 
 Result Node::subscribe(NodeObserver* observer) const {

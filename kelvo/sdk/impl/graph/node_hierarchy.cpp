@@ -173,7 +173,7 @@ i64 firstElementTo(const Node& node, const Input& list) {
     const ds::Vector<IInput*>& elements = list.members();
     u64 next = 0;
     const auto isNextFound = [&] { return linkedNode(*implOf(elements[next])) == &node; };
-    if (const Scene* scene = node.sceneAround()) {
+    if (const Scene* scene = sceneAround(node)) {
         u64 first = noIndex;
         const bool areElementsKnown = scene->links().findAny(&node, [&](const Input& link) {
             if (link.parent() == &list) first = std::min(first, link.placeInList());
@@ -205,7 +205,7 @@ bool Node::parentTo(INode* parent) {
         return false;
     }
     // Observers may remove the element or either node.
-    const bool isHeld = implOf(parent)->mayCallBack();
+    const bool isHeld = mayCallBack(*implOf(parent));
     const RefersTo<INode> self(isHeld ? this : nullptr), heldParent(isHeld ? parent : nullptr);
     const EditStep step(implOf(parent));
     return step.make([&] {

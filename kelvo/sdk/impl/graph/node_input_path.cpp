@@ -9,7 +9,7 @@
 #include "kelvo/sdk/impl/graph/edit_step.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/output.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include "kelvo/base/ascii.h"
 
@@ -71,7 +71,7 @@ IInput* searchInput(IInput* input, std::string_view path) {
 // notified when all elements exist.
 struct Growing {
     explicit Growing(const Node* node) : step(node) {}
-    NewsHold news;
+    DeferredNotifications deferred;
     EditStep step;
 };
 
@@ -156,7 +156,7 @@ IInput* Node::parseInputPath(ds::Vector<PathParser::Token> tokens) {
     // Observers may remove the elements, or the whole node.
     const RefersTo<Node> self(this);
     const RefersTo<IInput> held(current);
-    growing->news.release();
+    growing->deferred.release();
     growing.reset();
     return current && current->node() == this && !isLastReference() ? current : nullptr;
 }

@@ -23,7 +23,7 @@ namespace qv::kelvo_sdk::impl {
 /// Call before an input of `reader`, which may be null, stops linking to `target`. If the reader is
 /// outside of the scene, the target may no longer exist and has no record of that reader.
 inline void linkEnds(const Node* reader, INode* target) noexcept {
-    if (reader && reader->sceneAround()) implOf(target)->readersChanged();
+    if (reader && sceneAround(*reader)) implOf(target)->readersChanged();
 }
 
 /// Returns the reason why an input of one node may not refer to another node; null when it may, or

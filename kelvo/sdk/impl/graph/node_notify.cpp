@@ -14,7 +14,7 @@
 #include "kelvo/sdk/impl/graph/survivors.h"
 #include "kelvo/sdk/impl/graph/tell_each.h"
 #include "kelvo/sdk/impl/history/all_calls.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/node.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -58,7 +58,7 @@ void tellOwn(const Node& node, const IInput* input, const Tell& tell) {
     AllCalls calls;
     calls.make(tell);
     if (calls.hasThrown() && node.scene())
-        calls.make([&] { sceneOf(node.scene())->followUntold(input); });
+        calls.make([&] { sceneOf(node.scene())->followUnnotified(input); });
     calls.end();
 }
 
@@ -66,14 +66,14 @@ void tellOwn(const Node& node, const IInput* input, const Tell& tell) {
 
 // Tells whether anyone besides the node's own observers may need notifications: a scene observer, a
 // modifier, or a class derived from the scene.
-bool Node::isHeard() const noexcept {
-    return m_nodeChanged || (m_scene && sceneOf(m_scene)->isHeard());
+bool Node::hasReceivers() const noexcept {
+    return m_nodeChanged || (m_scene && sceneOf(m_scene)->hasReceivers());
 }
 
 // A history that records drops old steps, whose destruction may call back.
-bool Node::mayCallBack() const noexcept {
-    auto* scene = sceneOf(m_scene);
-    return scene && (scene->isHeard() || scene->history().isRecording());
+bool mayCallBack(const Node& node) noexcept {
+    auto* scene = sceneOf(node.liveScene());
+    return scene && (scene->hasReceivers() || scene->history().isRecording());
 }
 
 // Calls `tell(observer)` for each observer that is still subscribed at its turn.
@@ -88,8 +88,8 @@ void Node::tellObservers(const Tell& tell) const {
 
 // Tells whether a notification that is held back has a receiver. If not, marks the scene dirty at
 // once.
-bool Node::isNews(const IInput& input) const {
-    if (isHeard() || isModifierList(implOf(input)) || m_isObserved) return true;
+bool Node::needsNotification(const IInput& input) const {
+    if (hasReceivers() || isModifierList(implOf(input)) || m_isObserved) return true;
     if (m_scene) sceneOf(m_scene)->setDirty();
     return false;
 }
@@ -99,7 +99,7 @@ template<typename Attribute, typename Tell>
 void Node::tellScene(const Attribute* attribute, const Tell& tell) {
     markDirty();
     if (m_destroying) return;
-    if (NewsHold* hold = NewsHold::current())
+    if (DeferredNotifications* hold = DeferredNotifications::current())
         return hold->add(
             [=, this, survivors = Survivors(this, attribute)] { tellScene(attribute, tell); });
     const NodeChangeScope scope(m_scene);
@@ -108,20 +108,24 @@ void Node::tellScene(const Attribute* attribute, const Tell& tell) {
 
 void Node::onInputAdded(const IInput* input) {
     if (input->isSilent()) return markDirty();
-    tellScene(input, [](Scene& scene, const IInput* told) { scene.notifyInputAdded(told); });
+    tellScene(input,
+              [](Scene& scene, const IInput* attribute) { scene.notifyInputAdded(attribute); });
 }
 
 void Node::onOutputAdded(const IOutput* output) {
-    tellScene(output, [](Scene& scene, const IOutput* told) { scene.notifyOutputAdded(told); });
+    tellScene(output,
+              [](Scene& scene, const IOutput* attribute) { scene.notifyOutputAdded(attribute); });
 }
 
 void Node::onInputRemoved(const IInput* input) {
     if (input->isSilent()) return markDirty();
-    tellScene(input, [](Scene& scene, const IInput* told) { scene.notifyInputRemoved(told); });
+    tellScene(input,
+              [](Scene& scene, const IInput* attribute) { scene.notifyInputRemoved(attribute); });
 }
 
 void Node::onOutputRemoved(const IOutput* output) {
-    tellScene(output, [](Scene& scene, const IOutput* told) { scene.notifyOutputRemoved(told); });
+    tellScene(output,
+              [](Scene& scene, const IOutput* attribute) { scene.notifyOutputRemoved(attribute); });
 }
 
 // Opening the scope may destroy the node, so these five functions check `m_destroying` again. The
@@ -131,12 +135,12 @@ void Node::onOutputRemoved(const IOutput* output) {
 void Node::onInputChanged(const IInput* input, const AttrData* previous) {
     markDirty();
     if (m_destroying) return;
-    if (NewsHold* hold = NewsHold::current()) {
-        if (isNews(*input)) hold->add(ChangeToTell(this, input, previous));
+    if (DeferredNotifications* hold = DeferredNotifications::current()) {
+        if (needsNotification(*input)) hold->add(ChangeToTell(this, input, previous));
         return;
     }
     Survivors survivors;
-    if (isHeard()) survivors.hold(this, input);
+    if (hasReceivers()) survivors.hold(this, input);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellOwn(*this, input, [&] {
@@ -153,15 +157,15 @@ void Node::onInputChanged(const IInput* input, const AttrData* previous) {
 void Node::onInputConnected(const IInput* input, const IOutput* before, const IOutput* after) {
     markDirty();
     if (m_destroying) return;
-    if (NewsHold* hold = NewsHold::current()) {
-        if (isNews(*input))
+    if (DeferredNotifications* hold = DeferredNotifications::current()) {
+        if (needsNotification(*input))
             hold->add([=, this, survivors = Survivors(this, input, before, after)] {
                 onInputConnected(input, before, after);
             });
         return;
     }
     Survivors survivors;
-    if (isHeard()) survivors.hold(this, input, before, after);
+    if (hasReceivers()) survivors.hold(this, input, before, after);
     const NodeChangeScope scope(m_scene);
     if (!m_destroying)
         tellOwn(*this, input, [&] {
@@ -177,7 +181,7 @@ void Node::onInputConnected(const IInput* input, const IOutput* before, const IO
 void Node::onInputRenamed(const IInput* input, String before) {
     markDirty();
     if (m_destroying) return;
-    if (NewsHold* hold = NewsHold::current())
+    if (DeferredNotifications* hold = DeferredNotifications::current())
         return hold->add(
             [=, this, survivors = Survivors(this, input)] { onInputRenamed(input, before); });
     if (input->isSilent()) {

@@ -71,7 +71,7 @@ bool Node::removeFoundInput(IInput* input) {
     EditStep step(this);
     const u64 index = indexInList(m_inputs, input);
     Departure departing(*removed);
-    expectNews(this, input);
+    expectNotification(this, input);
     if (step.isRecording())
         step.prepare<InputListChange>(*removed, this, nullptr, index, false)
             ->takeComments(step.scene().comments());
@@ -117,7 +117,7 @@ bool Node::removeFoundOutput(IOutput* output) {
     EditStep step(this);
     const u64 index = indexInList(m_outputs, output);
     Departure departing(*removed);
-    expectNews(this, output);
+    expectNotification(this, output);
     if (step.isRecording())
         step.prepare<OutputListChange>(*removed, *this, index, false)
             ->takeComments(step.scene().comments());

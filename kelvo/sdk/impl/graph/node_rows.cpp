@@ -18,16 +18,16 @@ void Node::dropKnownRows(int rows) noexcept {
     m_knownRows = static_cast<u8>(m_knownRows & ~rows);
 }
 
-const Scene* Node::sceneAround() const noexcept {
-    const auto* scene = implOf(liveScene());
-    return scene && scene->graph().node(m_number) == this ? scene : nullptr;
+const Scene* sceneAround(const Node& node) noexcept {
+    const auto* scene = implOf(node.liveScene());
+    return scene && scene->graph().node(node.number()) == &node ? scene : nullptr;
 }
 
-void Node::surroundingsChanged() noexcept {
-    leadsChanged();
-    readersChanged();
-    visitReaders(*this, [](Node& reader) { reader.leadsChanged(); });
-    visitInputsInPlace(*this, [](Input& input) { input.tiesChanged(); });
+void surroundingsChanged(Node& node) noexcept {
+    node.leadsChanged();
+    node.readersChanged();
+    visitReaders(node, [](Node& reader) { reader.leadsChanged(); });
+    visitInputsInPlace(node, [](const Input& input) { tiesChanged(input); });
 }
 
 } // namespace qv::kelvo_sdk::impl

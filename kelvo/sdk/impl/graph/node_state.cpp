@@ -121,7 +121,7 @@ namespace {
 
 // Outside of scenes, asks each node by its virtual function, which a derived class may override.
 bool dependsOnDirty(const Node& node) {
-    if (node.sceneAround())
+    if (sceneAround(node))
         return finds(node, [&](const Node& each) { return &each != &node && each.isDirty(); });
     const auto nodes = RefersTo<NodeIterator>::adopt(node.dependencies(false, false));
     for (const INode* each = nodes->first(); each; each = nodes->next())

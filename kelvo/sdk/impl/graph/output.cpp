@@ -8,7 +8,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -114,10 +114,10 @@ Input* Output::takeLastTarget(Only<Input, Output> /*key*/) noexcept {
 // Observers may connect inputs again while they are notified.
 void Output::disconnectTargets(bool isRecorded) {
     if (m_targets.empty()) return;
-    NewsHold news;
+    DeferredNotifications deferred;
     while (Input* input = m_targets.at(m_targets.size() - 1))
         input->endSource(*this, isRecorded, {});
-    news.release();
+    deferred.release();
 }
 
 void Output::dropTargets() noexcept {

@@ -115,8 +115,8 @@ public:
     void makeRoom(Only<Input> /*key*/) { m_targets.reserve(); }
 
     /// Tells whether the text that the output was read from omits it.
-    [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
-    void setLeftOut(bool leftOut) noexcept { m_isLeftOut = leftOut; }
+    [[nodiscard]] bool isOmitted() const noexcept { return m_isOmitted; }
+    void setOmitted(bool leftOut) noexcept { m_isOmitted = leftOut; }
 
     /// Returns the value that was set; Null when none was.
     [[nodiscard]] const Value& value() const noexcept { return m_value; }
@@ -152,7 +152,7 @@ private:
     std::atomic<i32> m_refCount = 1;
     AttrType m_type;
     DataType m_dataType = DataType::Null;
-    bool m_isLeftOut = false;
+    bool m_isOmitted = false;
     bool m_hasLeft = false;
     INode* m_node;
     String m_name;

@@ -17,7 +17,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 // Writes a value that did not convert, in the form in which the caller would write it.
-void writeGiven(const Value& value, StringIO& out) {
+void writeValueAsWritten(const Value& value, StringIO& out) {
     if (value.type() == AttrType::String)
         out.append('\'').append(value.asString().view()).append('\'');
     else if (value.type() == AttrType::Buffer)
@@ -32,7 +32,7 @@ void writeGiven(const Value& value, StringIO& out) {
 String formRefusal(const Input& input, const Value& value) {
     StringIO out;
     out.append("Cannot set '").append(input.path().view()).append("': ");
-    writeGiven(value, out);
+    writeValueAsWritten(value, out);
     out.append(" is no value of kind ").append(input.typeName().view()).append(": expected ");
     return out.append(attrTypeForm(input.type())).append('.').take();
 }

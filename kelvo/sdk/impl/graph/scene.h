@@ -79,7 +79,7 @@ public:
     /// reference.
     bool addNode(Node* node);
     /// Removes a node again before any notification of its addition; allocates nothing.
-    void dropUnheard(Node& node, Only<SceneBuilder> key) noexcept;
+    void dropUnnotified(Node& node, Only<SceneBuilder> key) noexcept;
     bool removeNode(INode* node) override;
     bool renameNode(INode* node, String name) override;
     bool moveNode(INode* node, u64 to) override;
@@ -252,7 +252,7 @@ public:
     /// Returns the followers, such as caches.
     [[nodiscard]] SceneFollowers& followers() noexcept { return m_followers; }
     /// Tells whether a notification by a node may have a receiver.
-    [[nodiscard]] bool isHeard() const noexcept;
+    [[nodiscard]] bool hasReceivers() const noexcept;
     /// Counts a notification that is about to be sent: earlier changes are not rolled back then.
     void noteTelling() noexcept { ++m_tellings; }
     [[nodiscard]] u64 tellings() const noexcept { return m_tellings; }
@@ -271,7 +271,7 @@ public:
     void notifyInputRenamed(const IInput* input, String before);
     /// For a node whose own observers threw: updates the scene and its followers for a changed
     /// value or connection, without notifying scene observers.
-    void followUntold(const IInput* input);
+    void followUnnotified(const IInput* input);
 
     // ---- Batches ---------------------------------------------------------------------------
     // The first batch observer makes a notifier, which is itself notified of each single change.
@@ -306,7 +306,7 @@ private:
     template<typename Tell>
     void tellOfInput(const IInput* input, const Tell& tell);
 
-    [[nodiscard]] INode* given(const Node* made) const noexcept;
+    [[nodiscard]] INode* stillHere(const Node* made) const noexcept;
     [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
     [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
                                                ConversionLosses* losses);
@@ -315,13 +315,13 @@ private:
     [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
     void tellAdded(Node& node);
     void tellRemoved(Node& node);
-    void letGo(Node& node) noexcept;
+    void detach(Node& node) noexcept;
     void adoptLinks(Node& node);
     void tellRenamed(Node& node, const String& name, const String& before);
     void tellMoved(Node& node, u64 from);
     void tellConverted(Node& node, Node& replacement);
     void leave(Node& node);
-    [[nodiscard]] bool hasHearingFollowers() const noexcept;
+    [[nodiscard]] bool hasInputFollowers() const noexcept;
     void tellFollowers(const IInput* input);
     [[nodiscard]] static std::unique_ptr<SceneFollower> makeModifiers(Scene& scene);
 

@@ -13,7 +13,7 @@
 #include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/all_calls.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/node.h"
 
 #include "kelvo/base/log.h"
@@ -51,10 +51,10 @@ public:
     // Adds all copies or, when it throws, none. Needs a step that records.
     void addAll() const {
         const u64 start = m_scene.history().openChanges();
-        NewsHold news;
-        addUnheard();
+        DeferredNotifications deferred;
+        addUnnotified();
         try {
-            news.release();
+            deferred.release();
         } catch (...) {
             m_scene.history().takeBack(start);
             throw;
@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    void addUnheard() const {
+    void addUnnotified() const {
         const EditStep step(m_scene);
         for (u64 i = 0; i < m_copies.size(); ++i) {
             // Several copies may have been promised the same name.
@@ -130,7 +130,7 @@ INode* Scene::cloneNode(INode* node, bool deep) {
     if (!node || !checkNodeName(node->name(), "name")) return nullptr;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> copy = cloneInStep(*node, deep);
-    return given(copy.get());
+    return stillHere(copy.get());
 }
 
 RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
@@ -176,7 +176,7 @@ INode* Scene::convertNoting(INode* node, String type, ConversionLosses* losses) 
     }
     const RefersTo<Scene> self(this);
     const RefersTo<Node> made = convertInStep(implOf(*node), std::move(type), definition, losses);
-    return given(made.get());
+    return stillHere(made.get());
 }
 
 // Returns null when the library removed the node.
@@ -199,7 +199,7 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
 // Replaces the node completely or, when out of memory, not at all.
 void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
                       ConversionLosses* losses) {
-    NewsHold news;
+    DeferredNotifications deferred;
     EditStep step(*this);
     expect(static_cast<const INode*>(&node));
     expect(static_cast<const INode*>(&replacement));
@@ -219,7 +219,7 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
     tellConverted(node, replacement);
     report(converter.losses(), replacement, losses);
     leave(node);
-    news.release();
+    deferred.release();
 }
 
 void Scene::converted(Node& node, Node& replacement, Only<NodeExchange> /*key*/) {
@@ -228,8 +228,8 @@ void Scene::converted(Node& node, Node& replacement, Only<NodeExchange> /*key*/)
 }
 
 void Scene::tellConverted(Node& node, Node& replacement) {
-    if (NewsHold* hold = NewsHold::current()) {
-        if (hold->isMuted()) return letGo(node);
+    if (DeferredNotifications* hold = DeferredNotifications::current()) {
+        if (hold->isMuted()) return detach(node);
         return hold->add([self = RefersTo<Scene>(this), out = RefersTo<Node>(&node),
                           in = RefersTo<Node>(&replacement)] { self->tellConverted(*out, *in); });
     }
@@ -239,13 +239,13 @@ void Scene::tellConverted(Node& node, Node& replacement) {
         tellObservers(
             &node, [&](SceneObserver& observer) { observer.nodeConverted(&node, &replacement); });
     });
-    letGo(node);
+    detach(node);
     calls.make([&] { applyModifiers(&replacement); });
     calls.end();
 }
 
 void Scene::exchange(Node& node, Node& replacement, Only<NodeExchange, Scene> /*key*/) {
-    node.surroundingsChanged();
+    surroundingsChanged(node);
     replacement.setNumber(m_nodes.replace(node.name(), &replacement), {});
     replacement.incRef();
     node.decRef();

@@ -47,10 +47,10 @@ public:
 
     // ---- Inputs and edits ------------------------------------------------------------------
 
-    /// Tells whether `inputTold` is needed now; if not, changes of inputs may come without it.
-    [[nodiscard]] virtual bool hearsInputs() const noexcept { return false; }
+    /// Tells whether `inputNotified` is needed now; if not, changes of inputs may come without it.
+    [[nodiscard]] virtual bool followsInputs() const noexcept { return false; }
     /// Observers were notified of a change of the input.
-    virtual void inputTold(Input& /*input*/) {}
+    virtual void inputNotified(Input& /*input*/) {}
     /// The object is about to change: allocates the memory for recording the change.
     virtual void expect(const INode* /*node*/) {}
     virtual void expect(const IInput* /*input*/) {}

@@ -53,7 +53,7 @@ Made<Node> Scene::createNode(String type, String name) const {
     // it.
     held.reset();
     if (made && made->scene()) return made;
-    return failureOf(reason, "Node '" + name + "' was taken away by those who heard of it.");
+    return failureOf(reason, "An observer removed node '" + name + "'.");
 }
 
 Result Scene::removeNode(const Node& node) const {

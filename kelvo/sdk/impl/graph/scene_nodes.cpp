@@ -15,7 +15,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/history/all_calls.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/scene.h"
 
 #include "kelvo/base/log.h"
@@ -41,12 +41,12 @@ INode* Scene::createNode(String type, String name) {
         node = makeNode(definition, std::move(type), name);
         addNode(node.get());
     }
-    return given(node.get());
+    return stillHere(node.get());
 }
 
 // Returns the node that the scene made; null when an observer removed it again, or when only the
 // caller's reference still keeps the scene alive.
-INode* Scene::given(const Node* made) const noexcept {
+INode* Scene::stillHere(const Node* made) const noexcept {
     return made && contains(*made) && m_refCount.load() != 1 ? const_cast<Node*>(made) : nullptr;
 }
 
@@ -96,7 +96,7 @@ void Scene::enter(Node& node, Only<NodeChange, Scene> /*key*/) {
     adoptLinks(node);
     m_followers.each([&](SceneFollower& follower) { follower.nodeEntered(node); });
     setDirty();
-    const NewsHold* hold = NewsHold::current();
+    const DeferredNotifications* hold = DeferredNotifications::current();
     if (hold && hold->isMuted() && modifierListOf(node)) applyModifiersLater();
     tellAdded(node);
 }
@@ -105,7 +105,8 @@ void Scene::tellAdded(Node& node) {
     if (!hasObservers() && !modifierListOf(node)) return;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(&node);
-    if (NewsHold* hold = NewsHold::current()) return hold->add([=] { self->tellAdded(*held); });
+    if (DeferredNotifications* hold = DeferredNotifications::current())
+        return hold->add([=] { self->tellAdded(*held); });
     AllCalls calls;
     calls.make(
         [&] { tellObservers(&node, [&](SceneObserver& observer) { observer.nodeAdded(&node); }); });
@@ -133,7 +134,7 @@ bool Scene::removeNode(INode* node) {
     if (!node || !contains(*node)) return false;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(implOf(node));
-    NewsHold news;
+    DeferredNotifications deferred;
     EditStep step(*this);
     clearReferences(*held, {});
     auto* change = step.prepare<NodeChange>(*held, indexOf(*held), false);
@@ -144,14 +145,14 @@ bool Scene::removeNode(INode* node) {
     step.commit();
     leave(*held);
     AllCalls calls;
-    calls.make([&] { news.release(); });
+    calls.make([&] { deferred.release(); });
     calls.make([&] { tellRemoved(*held); });
     calls.end();
     return true;
 }
 
 NodeTable::Place Scene::takeOut(Node& node, Only<NodeChange, Scene> /*key*/) {
-    node.surroundingsChanged();
+    surroundingsChanged(node);
     NodeTable::Place place = m_nodes.take(node.name());
     node.setHasLeft(true, {});
     node.decRef();
@@ -166,7 +167,7 @@ void Scene::leave(Node& node) {
     m_followers.each([&](SceneFollower& follower) { follower.nodeLeft(node); });
 }
 
-void Scene::dropUnheard(Node& node, Only<SceneBuilder> /*key*/) noexcept {
+void Scene::dropUnnotified(Node& node, Only<SceneBuilder> /*key*/) noexcept {
     takeOut(node, {});
     node.setScene(nullptr, {});
 }
@@ -177,8 +178,8 @@ void Scene::removed(Node& node, Only<NodeChange> /*key*/) {
 }
 
 void Scene::tellRemoved(Node& node) {
-    if (NewsHold* hold = NewsHold::current()) {
-        if (hold->isMuted()) return letGo(node);
+    if (DeferredNotifications* hold = DeferredNotifications::current()) {
+        if (hold->isMuted()) return detach(node);
         return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node)] {
             self->tellRemoved(*held);
         });
@@ -188,12 +189,12 @@ void Scene::tellRemoved(Node& node) {
     calls.make([&] {
         tellObservers(&node, [&](SceneObserver& observer) { observer.nodeRemoved(&node); });
     });
-    letGo(node);
+    detach(node);
     calls.end();
 }
 
 // Detaches a removed node from the scene, unless observers added it to a scene again.
-void Scene::letGo(Node& node) noexcept {
+void Scene::detach(Node& node) noexcept {
     if (node.scene() == this && node.hasLeft()) node.setScene(nullptr, {});
 }
 
@@ -256,7 +257,7 @@ void Scene::rename(Node& node, String name, Only<NodeRename, Scene> /*key*/) {
 void Scene::tellRenamed(Node& node, const String& name, const String& before) {
     const RefersTo<Scene> self(this);
     const RefersTo<Node> held(&node);
-    if (NewsHold* hold = NewsHold::current())
+    if (DeferredNotifications* hold = DeferredNotifications::current())
         return hold->add([=] { self->tellRenamed(*held, name, before); });
     AllCalls calls;
     calls.make([&] { node.notifyRenamed(name); });
@@ -287,7 +288,7 @@ void Scene::move(Node& node, u64 from, u64 to, Only<NodeMove, Scene> /*key*/) {
 }
 
 void Scene::tellMoved(Node& node, u64 from) {
-    if (NewsHold* hold = NewsHold::current())
+    if (DeferredNotifications* hold = DeferredNotifications::current())
         return hold->add([self = RefersTo<Scene>(this), held = RefersTo<Node>(&node), from] {
             self->tellMoved(*held, from);
         });
@@ -296,11 +297,11 @@ void Scene::tellMoved(Node& node, u64 from) {
 
 void Scene::clear() {
     const RefersTo<Scene> self(this);
-    NewsHold news;
+    DeferredNotifications deferred;
     const EditStep step(*this);
     while (Node* last = m_nodes.at(m_nodes.size() - 1))
         removeNode(last);
-    news.release();
+    deferred.release();
 }
 
 u64 Scene::nodeCount() const {

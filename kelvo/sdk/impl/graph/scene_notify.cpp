@@ -29,15 +29,15 @@ void Scene::tellOfInput(const IInput* input, const Tell& tell) {
 }
 
 // Bypasses the virtual `setDirty`, so that a class derived from the scene is not notified either.
-void Scene::followUntold(const IInput* input) {
+void Scene::followUnnotified(const IInput* input) {
     if (isMaking(input->node())) return;
     Scene::setDirty(true);
     tellFollowers(input);
 }
 
-bool Scene::hasHearingFollowers() const noexcept {
+bool Scene::hasInputFollowers() const noexcept {
     bool hears = false;
-    m_followers.each([&](const SceneFollower& follower) { hears |= follower.hearsInputs(); });
+    m_followers.each([&](const SceneFollower& follower) { hears |= follower.followsInputs(); });
     return hears;
 }
 
@@ -45,17 +45,17 @@ bool Scene::hasHearingFollowers() const noexcept {
 void Scene::tellFollowers(const IInput* input) {
     auto& changed = implOf(const_cast<IInput&>(*input));
     if (isModifierList(changed)) return applyModifiers(changed.node());
-    if (!hasHearingFollowers()) return;
+    if (!hasInputFollowers()) return;
     const RefersTo<Scene> self(this);
     m_followers.each([&](SceneFollower& follower) {
-        if (follower.hearsInputs()) follower.inputTold(changed);
+        if (follower.followsInputs()) follower.inputNotified(changed);
     });
 }
 
 // A class derived from the scene needs every notification. Compares type descriptions by address,
 // which is fast; a duplicate description would count as a derived class, which only costs time.
-bool Scene::isHeard() const noexcept {
-    return hasObservers() || &typeid(*this) != &typeid(Scene) || hasHearingFollowers();
+bool Scene::hasReceivers() const noexcept {
+    return hasObservers() || &typeid(*this) != &typeid(Scene) || hasInputFollowers();
 }
 
 bool Scene::subscribe(SceneObserver* observer) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kelvo/base/vector.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <algorithm>
 #include <memory>
@@ -11,7 +11,7 @@ namespace qv::kelvo_sdk::impl {
 
 /// Calls `tell(Observer*)` for each observer on the list that is still on it at its turn. Works on
 /// a copy of the list. Without memory for a copy, throws before the first call, or works on the
-/// list itself if notifications must not fail (`CertainTelling`).
+/// list itself if notifications must not fail (`CertainDelivery`).
 template<typename Observer, typename Tell>
 void tellEach(const ds::Vector<Observer*>& list, const Tell& tell) {
     const u64 count = list.size();
@@ -20,7 +20,7 @@ void tellEach(const ds::Vector<Observer*>& list, const Tell& tell) {
     try {
         snapshot = std::make_unique_for_overwrite<Observer*[]>(count);
     } catch (const std::bad_alloc&) {
-        if (!CertainTelling::isOn()) throw;
+        if (!CertainDelivery::isOn()) throw;
     }
     if (!snapshot) {
         u64 place = 0;

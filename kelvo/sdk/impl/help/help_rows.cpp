@@ -75,14 +75,14 @@ void addRows(const IInput& top, std::vector<HelpRow>& rows) {
     }
 }
 
-void addPage(const Node& node, const Layout::Page& page, std::unordered_set<const IInput*>& told,
+void addPage(const Node& node, const Layout::Page& page, std::unordered_set<const IInput*>& shown,
              std::vector<HelpPage>& pages) {
     HelpPage result{Layout::label(page, "auto"), {}};
     for (const Layout::Group& group : page.groups) {
         HelpGroup rows;
         if (!group.name.isEmpty()) rows.label = Layout::label(group, "auto");
         for (const String& name : group.inputs)
-            if (const IInput* input = node.lookUpInput(name); input && told.insert(input).second)
+            if (const IInput* input = node.lookUpInput(name); input && shown.insert(input).second)
                 addRows(*input, rows.rows);
         if (!rows.rows.empty()) result.groups.push_back(std::move(rows));
     }
@@ -91,17 +91,17 @@ void addPage(const Node& node, const Layout::Page& page, std::unordered_set<cons
 
 std::vector<HelpPage> pagesOf(const interfaces::INode& node) {
     std::vector<HelpPage> pages;
-    std::unordered_set<const IInput*> told;
+    std::unordered_set<const IInput*> shown;
     const auto* layout = dynamic_cast<const Layout*>(node.layout());
     const auto* own = dynamic_cast<const Node*>(&node);
     if (layout && own)
         for (const Layout::Page& page : layout->pages())
-            addPage(*own, page, told, pages);
+            addPage(*own, page, shown, pages);
     HelpPage rest;
     if (!pages.empty()) rest.label = "Other";
     rest.groups.emplace_back();
     for (u64 i = 0; i < node.inputCount(); ++i)
-        if (!told.contains(node.input(i))) addRows(*node.input(i), rest.groups[0].rows);
+        if (!shown.contains(node.input(i))) addRows(*node.input(i), rest.groups[0].rows);
     if (!rest.groups[0].rows.empty()) pages.push_back(std::move(rest));
     return pages;
 }

@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/history/history.h"
 
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include "kelvo/base/log.h"
 
@@ -92,7 +92,7 @@ void guarded(const Call& call) noexcept {
 void History::rollBack(u64 from) noexcept {
     for (Mark& mark : m_marks)
         mark.changes = std::min(mark.changes, from);
-    const NewsHold unheard(NewsHold::Kind::Muted);
+    const DeferredNotifications muted(DeferredNotifications::Kind::Muted);
     const bool wasReplaying = std::exchange(m_isReplaying, true);
     while (m_open.size() > from) {
         const auto change = std::move(m_open.back());
@@ -110,14 +110,14 @@ void History::takeBack(u64 from) noexcept {
     const auto first = m_open.begin() + static_cast<std::ptrdiff_t>(from);
     std::ranges::move(first, m_open.end(), std::back_inserter(taken));
     m_open.erase(first, m_open.end());
-    const CertainTelling certain;
+    const CertainDelivery certain;
     const bool wasReplaying = std::exchange(m_isReplaying, true);
-    NewsHold news(NewsHold::Kind::Certain);
+    DeferredNotifications deferred(DeferredNotifications::Kind::Certain);
     for (u64 i = taken.size(); i-- > 0;)
         guarded([&] { turnBack(*taken[i]); });
     for (const auto& change : taken)
         guarded([&] { change->settle(); });
-    guarded([&] { news.release(); });
+    guarded([&] { deferred.release(); });
     m_isReplaying = wasReplaying;
     taken.clear();
     if (m_taken.capacity() < taken.capacity()) m_taken = std::move(taken);

@@ -1,7 +1,7 @@
 #include "kelvo/sdk/impl/history/history.h"
 
 #include "kelvo/sdk/impl/history/all_calls.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include "kelvo/base/log.h"
 
@@ -80,12 +80,12 @@ bool History::turn(std::list<Step>& from, std::list<Step>& to) {
 // Observers are notified when the whole step is swapped.
 void History::replay(Step& step, AllCalls& calls) {
     ModifierHold modifiers(m_owner);
-    const CertainTelling certain;
-    NewsHold news;
+    const CertainDelivery certain;
+    DeferredNotifications deferred;
     const std::unique_ptr<bool, void (*)(bool*)> end(&m_isReplaying, [](bool* is) { *is = false; });
     m_isReplaying = true;
     turnAll(step);
-    calls.make([&] { news.release(); });
+    calls.make([&] { deferred.release(); });
     calls.make([&] { modifiers.release(); });
     step.changes = std::move(m_open);
     m_open.clear();
@@ -98,7 +98,7 @@ void History::replay(Step& step, AllCalls& calls) {
 
 // Swaps all changes or, with an exception, none. The swapped changes become the open step.
 void History::turnAll(Step& step) {
-    const auto start = NewsHold::mark();
+    const auto start = DeferredNotifications::mark();
     try {
         for (u64 i = step.changes.size(); i-- > 0;)
             step.changes[i]->expect(m_scene);
@@ -114,7 +114,7 @@ void History::turnAll(Step& step) {
         for (u64 i = 0; i < m_open.size(); ++i)
             m_open[i]->settle();
     } catch (...) {
-        NewsHold::dropSince(start);
+        DeferredNotifications::dropSince(start);
         turnAgain(step);
         throw;
     }
@@ -122,7 +122,7 @@ void History::turnAll(Step& step) {
 
 // Swaps back, without notifications, the changes that were already swapped.
 void History::turnAgain(Step& step) noexcept {
-    const NewsHold unheard(NewsHold::Kind::Muted);
+    const DeferredNotifications muted(DeferredNotifications::Kind::Muted);
     while (!m_open.empty()) {
         auto change = std::move(m_open.back());
         m_open.pop_back();
@@ -182,20 +182,20 @@ UndoStep History::redoStep(u64 index) const {
 }
 
 UndoStep History::describe(const Step& step) {
-    UndoStep told{step.doText, step.undoText, {}, step.bytes};
+    UndoStep shown{step.doText, step.undoText, {}, step.bytes};
     std::unordered_set<String> met;
     for (const auto& change : step.changes) {
         String subject = change->subject();
-        if (met.insert(subject).second) told.touched.push_back(std::move(subject));
+        if (met.insert(subject).second) shown.touched.push_back(std::move(subject));
     }
-    if (told.doText.isEmpty()) {
-        told.doText = step.changes.front()->text();
+    if (shown.doText.isEmpty()) {
+        shown.doText = step.changes.front()->text();
         if (met.size() > 1)
-            told.doText +=
+            shown.doText +=
                 String::format(" and %llu more", static_cast<unsigned long long>(met.size() - 1));
     }
-    if (told.undoText.isEmpty()) told.undoText = "Undo: " + told.doText;
-    return told;
+    if (shown.undoText.isEmpty()) shown.undoText = "Undo: " + shown.doText;
+    return shown;
 }
 
 // ---- Places --------------------------------------------------------------------------------

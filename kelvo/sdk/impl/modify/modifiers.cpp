@@ -8,7 +8,7 @@
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include "kelvo/base/log.h"
 
@@ -142,7 +142,7 @@ void Modifiers::watch(Node& node) {
     run();
 }
 
-void Modifiers::inputTold(Input& input) {
+void Modifiers::inputNotified(Input& input) {
     auto* node = implOf(input.node());
     if (isIdle() || !node || !m_scene.contains(*node)) return;
     if (m_telling == &input) {
@@ -333,9 +333,8 @@ void Modifiers::unqueue(Node& node) noexcept {
 
 void Modifiers::tellAfter(Node& node, std::vector<Written> written) {
     const auto shared = std::make_shared<const std::vector<Written>>(std::move(written));
-    afterTelling([this, scene = RefersTo<Scene>(&m_scene), held = RefersTo<Node>(&node), shared] {
-        tell(*held, *shared);
-    });
+    afterNotifications([this, scene = RefersTo<Scene>(&m_scene), held = RefersTo<Node>(&node),
+                        shared] { tell(*held, *shared); });
 }
 
 Modifiers::Written Modifiers::shownBy(Input& input) {

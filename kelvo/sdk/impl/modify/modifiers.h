@@ -36,8 +36,8 @@ public:
 
     /// Call when a node of the scene got or lost a list of modifiers.
     void watch(Node& node);
-    [[nodiscard]] bool hearsInputs() const noexcept override { return !isIdle(); }
-    void inputTold(Input& input) override;
+    [[nodiscard]] bool followsInputs() const noexcept override { return !isIdle(); }
+    void inputNotified(Input& input) override;
     /// Gives the leaving node the user's values back.
     void nodeLeft(Node& node) override;
     /// Gives all nodes the user's values back, without notifications.

@@ -115,7 +115,7 @@ void BatchNotifier::deliverRound() noexcept {
 
 void BatchNotifier::tell(const interfaces::SceneChanges& changes) noexcept {
     const std::lock_guard lock(m_scene.observerMutex({}));
-    const CertainTelling certain;
+    const CertainDelivery certain;
     tellEach(m_observers, [&](BatchObserver* observer) {
         try {
             observer->sceneChanged(changes);

@@ -5,35 +5,35 @@
 namespace qv::kelvo_sdk::impl {
 
 void NetChanges::nodeRenamed(INode* node, const String& before) {
-    NodeNews& news = hear(m_nodes, node);
-    if (!news.isRenamed) news.nameBefore = before;
-    news.isRenamed = true;
+    NodeEvents& events = eventsOf(m_nodes, node);
+    if (!events.isRenamed) events.nameBefore = before;
+    events.isRenamed = true;
 }
 
 void NetChanges::inputChanged(const IInput* input, const AttrData* previous) {
-    InputNews& news = hear(m_inputs, input);
-    if (news.isChanged) return;
-    news.isChanged = true;
+    InputEvents& events = eventsOf(m_inputs, input);
+    if (events.isChanged) return;
+    events.isChanged = true;
     if (!previous) return;
-    news.before = previous->value;
-    if (news.before.type() == AttrType::Node)
-        news.linkedBefore = RefersTo<INode>(news.before.asNode());
+    events.before = previous->value;
+    if (events.before.type() == AttrType::Node)
+        events.linkedBefore = RefersTo<INode>(events.before.asNode());
 }
 
 void NetChanges::inputConnected(const IInput* input, const IOutput* before) {
-    InputNews& news = hear(m_inputs, input);
-    if (!news.isConnected) news.sourceBefore = RefersTo<IOutput>(const_cast<IOutput*>(before));
-    news.isConnected = true;
+    InputEvents& events = eventsOf(m_inputs, input);
+    if (!events.isConnected) events.sourceBefore = RefersTo<IOutput>(const_cast<IOutput*>(before));
+    events.isConnected = true;
 }
 
 void NetChanges::inputRenamed(const IInput* input, const String& before) {
-    InputNews& news = hear(m_inputs, input);
-    if (!news.isRenamed) news.nameBefore = before;
-    news.isRenamed = true;
+    InputEvents& events = eventsOf(m_inputs, input);
+    if (!events.isRenamed) events.nameBefore = before;
+    events.isRenamed = true;
 }
 
 void NetChanges::nodeMoved(INode* node) {
-    hear(m_nodes, node).isMoved = true;
+    eventsOf(m_nodes, node).isMoved = true;
 }
 
 namespace {
@@ -73,44 +73,44 @@ void NetChanges::expect(const IOutput* output) {
 bool NetChanges::cameOrWent(const INode* node) const {
     const auto found = m_nodes.index.find(node);
     if (found == m_nodes.index.end()) return false;
-    const NodeNews& news = m_nodes.order[found->second];
-    return !news.wasIn || !news.isIn;
+    const NodeEvents& events = m_nodes.order[found->second];
+    return !events.wasIn || !events.isIn;
 }
 
 const interfaces::SceneChanges& NetChanges::net() noexcept {
     interfaces::SceneChanges& changes = m_net;
-    for (const NodeNews& news : m_nodes.order) {
-        INode* node = news.held.get();
-        if (news.isIn && !news.wasIn) changes.addedNodes.push_back(node);
-        if (!news.isIn && news.wasIn) changes.removedNodes.push_back(node);
-        if (!news.isIn || !news.wasIn) continue;
-        if (news.isRenamed && !node->name().equals(news.nameBefore))
-            changes.renamedNodes.push_back({node, news.nameBefore});
-        if (news.isMoved) changes.movedNodes.push_back(node);
+    for (const NodeEvents& events : m_nodes.order) {
+        INode* node = events.held.get();
+        if (events.isIn && !events.wasIn) changes.addedNodes.push_back(node);
+        if (!events.isIn && events.wasIn) changes.removedNodes.push_back(node);
+        if (!events.isIn || !events.wasIn) continue;
+        if (events.isRenamed && !node->name().equals(events.nameBefore))
+            changes.renamedNodes.push_back({node, events.nameBefore});
+        if (events.isMoved) changes.movedNodes.push_back(node);
     }
-    for (const InputNews& news : m_inputs.order)
-        addInput(news, changes);
-    for (const OutputNews& news : m_outputs.order) {
-        if (cameOrWent(news.node.get())) continue;
-        if (news.isIn && !news.wasIn) changes.addedOutputs.push_back(news.held.get());
-        if (!news.isIn && news.wasIn) changes.removedOutputs.push_back(news.held.get());
+    for (const InputEvents& events : m_inputs.order)
+        addInput(events, changes);
+    for (const OutputEvents& events : m_outputs.order) {
+        if (cameOrWent(events.node.get())) continue;
+        if (events.isIn && !events.wasIn) changes.addedOutputs.push_back(events.held.get());
+        if (!events.isIn && events.wasIn) changes.removedOutputs.push_back(events.held.get());
     }
     return changes;
 }
 
 // A null `before` counts as changed: arrays whose elements moved have no value to compare.
-void NetChanges::addInput(const InputNews& news, interfaces::SceneChanges& to) const noexcept {
-    const auto* input = implOf(news.held.get());
-    if (cameOrWent(news.node.get())) return;
-    if (news.isIn && !news.wasIn) to.addedInputs.push_back(input);
-    if (!news.isIn && news.wasIn) to.removedInputs.push_back(input);
-    if (!news.isIn || !news.wasIn) return;
-    const bool isOther = news.before.isNull() || !(input->value() == news.before);
-    if (news.isChanged && isOther) to.changedInputs.push_back(input);
-    if (news.isConnected && input->source() != news.sourceBefore.get())
+void NetChanges::addInput(const InputEvents& events, interfaces::SceneChanges& to) const noexcept {
+    const auto* input = implOf(events.held.get());
+    if (cameOrWent(events.node.get())) return;
+    if (events.isIn && !events.wasIn) to.addedInputs.push_back(input);
+    if (!events.isIn && events.wasIn) to.removedInputs.push_back(input);
+    if (!events.isIn || !events.wasIn) return;
+    const bool isOther = events.before.isNull() || !(input->value() == events.before);
+    if (events.isChanged && isOther) to.changedInputs.push_back(input);
+    if (events.isConnected && input->source() != events.sourceBefore.get())
         to.connectedInputs.push_back(input);
-    if (news.isRenamed && !input->ownName().equals(news.nameBefore))
-        to.renamedInputs.push_back({input, news.nameBefore});
+    if (events.isRenamed && !input->ownName().equals(events.nameBefore))
+        to.renamedInputs.push_back({input, events.nameBefore});
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -45,21 +45,21 @@ private:
     // The presence of an object before its first event, and now.
     struct Presence {
         // False while the object is only expected.
-        bool isHeardOf = false;
+        bool hasEvent = false;
         bool wasIn = true;
         bool isIn = true;
     };
-    struct NodeNews : Presence {
+    struct NodeEvents : Presence {
         RefersTo<INode> held;
         bool isRenamed = false;
         bool isMoved = false;
         String nameBefore;
     };
-    struct AttributeNews : Presence {
+    struct AttributeEvents : Presence {
         // The node at the time of the first event.
         RefersTo<INode> node;
     };
-    struct InputNews : AttributeNews {
+    struct InputEvents : AttributeEvents {
         RefersTo<IInput> held;
         bool isChanged = false;
         bool isConnected = false;
@@ -70,54 +70,54 @@ private:
         RefersTo<INode> linkedBefore;
         RefersTo<IOutput> sourceBefore;
     };
-    struct OutputNews : AttributeNews {
+    struct OutputEvents : AttributeEvents {
         RefersTo<IOutput> held;
     };
-    template<typename Thing, typename News>
+    template<typename Thing, typename Events>
     struct Table {
-        News& at(const Thing* thing) {
+        Events& at(const Thing* thing) {
             if (order.size() == order.capacity()) order.reserve(2 * order.size() + 4);
             const auto [place, isNew] = index.try_emplace(thing, order.size());
             if (!isNew) return order[place->second];
-            News& news = order.emplace_back();
-            news.held = RefersTo<Thing>(const_cast<Thing*>(thing));
-            return news;
+            Events& events = order.emplace_back();
+            events.held = RefersTo<Thing>(const_cast<Thing*>(thing));
+            return events;
         }
         std::unordered_map<const Thing*, u64> index;
-        std::vector<News> order;
+        std::vector<Events> order;
     };
 
     // Sets the node of an attribute that was expected before it had one.
-    template<typename News, typename Thing>
-    static void noteOwner(News& news, const Thing* thing) {
-        if constexpr (std::is_base_of_v<AttributeNews, News>)
-            news.node = RefersTo<INode>(thing->node());
+    template<typename Events, typename Thing>
+    static void noteOwner(Events& events, const Thing* thing) {
+        if constexpr (std::is_base_of_v<AttributeEvents, Events>)
+            events.node = RefersTo<INode>(thing->node());
     }
 
     template<typename Things, typename Thing>
-    auto& hear(Things& things, const Thing* thing) {
+    auto& eventsOf(Things& things, const Thing* thing) {
         expect(thing);
-        auto& news = things.at(thing);
-        if (!std::exchange(news.isHeardOf, true)) noteOwner(news, thing);
-        return news;
+        auto& events = things.at(thing);
+        if (!std::exchange(events.hasEvent, true)) noteOwner(events, thing);
+        return events;
     }
 
     template<typename Things, typename Thing>
     void noteList(Things& things, const Thing* thing, bool isIn) {
         expect(thing);
-        auto& news = things.at(thing);
-        if (!std::exchange(news.isHeardOf, true)) {
-            news.wasIn = !isIn;
-            noteOwner(news, thing);
+        auto& events = things.at(thing);
+        if (!std::exchange(events.hasEvent, true)) {
+            events.wasIn = !isIn;
+            noteOwner(events, thing);
         }
-        news.isIn = isIn;
+        events.isIn = isIn;
     }
     [[nodiscard]] bool cameOrWent(const INode* node) const;
-    void addInput(const InputNews& news, interfaces::SceneChanges& to) const noexcept;
+    void addInput(const InputEvents& events, interfaces::SceneChanges& to) const noexcept;
 
-    Table<INode, NodeNews> m_nodes;
-    Table<IInput, InputNews> m_inputs;
-    Table<IOutput, OutputNews> m_outputs;
+    Table<INode, NodeEvents> m_nodes;
+    Table<IInput, InputEvents> m_inputs;
+    Table<IOutput, OutputEvents> m_outputs;
     // Has capacity for all objects noted, so that `net` allocates nothing.
     interfaces::SceneChanges m_net;
 };

@@ -95,7 +95,7 @@ void OmittedAttributes::compare(const List& list, const List& known) {
         const auto& attribute = static_cast<const Attribute&>(*list[i]);
         const auto& definition = static_cast<const Attribute&>(*known[places[i]]);
         m_isOmitted[i] =
-            attribute.isLeftOut() && uses[places[i]] == 1 && isAsDefined(attribute, definition);
+            attribute.isOmitted() && uses[places[i]] == 1 && isAsDefined(attribute, definition);
         if constexpr (std::is_same_v<Attribute, Input>)
             if (isOfKind(attribute, definition)) m_inputs[i] = &definition;
     }

@@ -52,14 +52,14 @@ PartialReader::Outcome PartialReader::readOnce() {
 
 // Adds the parts that the parser gave up, and those that contain any other error.
 bool PartialReader::addFaultyParts(const TextErrors& errors) {
-    std::vector<bool> isTold(errors.size());
+    std::vector<bool> isReported(errors.size());
     for (const TextGaps::Part& part : m_gaps.parts) {
         if (!part.isFaulty) continue;
         const bool hasError = part.firstError < part.endOfErrors;
         addLine({part.first, part.last},
                 hasError ? errors.errors()[part.firstError] : Error{part.first, {}, noMessage});
         for (u64 i = part.firstError; i < part.endOfErrors; ++i)
-            isTold[i] = true;
+            isReported[i] = true;
     }
     // The order lets `addPartAt` search the innermost part by its start.
     std::ranges::stable_sort(m_gaps.parts, [](const TextGaps::Part& a, const TextGaps::Part& b) {
@@ -67,7 +67,7 @@ bool PartialReader::addFaultyParts(const TextErrors& errors) {
     });
     for (u64 i = 0; i < errors.size(); ++i) {
         const Error& error = errors.errors()[i];
-        if (!isTold[i] && !isLeftOut(error.offset) && !addPartAt(error)) return false;
+        if (!isReported[i] && !isLeftOut(error.offset) && !addPartAt(error)) return false;
     }
     return true;
 }
@@ -172,9 +172,9 @@ void PartialReader::sortGaps() {
 }
 
 void PartialReader::report(Diagnostics& out) {
-    TextErrors told(m_text, m_options.maxErrors);
+    TextErrors kept(m_text, m_options.maxErrors);
     const auto tell = [&](const Error& error) {
-        if (!error.message.isEmpty()) told.keep(error);
+        if (!error.message.isEmpty()) kept.keep(error);
     };
     for (const Line& line : m_lines)
         tell(line.error);
@@ -182,7 +182,7 @@ void PartialReader::report(Diagnostics& out) {
         tell(error);
     for (const TextGaps::Unclosed& unclosed : m_gaps.unclosed)
         tell({unclosed.offset, unclosed.node, unclosed.message});
-    told.reportErrors(m_options.source, out);
+    kept.reportErrors(m_options.source, out);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -92,22 +92,22 @@ void SceneBinder::addOutputs(TreeNode& node, std::vector<TreeOutput>& to) {
     const bool isFilled = node.definition && !node.isOwn;
     const u64 knownCount = isFilled ? node.definition->outputs().size() : 0;
     std::vector<u64> places(count, noIndex);
-    std::vector<bool> isGiven(knownCount);
+    std::vector<bool> isInText(knownCount);
     for (u32 i = 0; i < count && knownCount != 0; ++i) {
         places[i] = outputIn(*node.definition, m_tree.outputs[first + i].name, i);
-        if (places[i] != noIndex) isGiven[places[i]] = true;
+        if (places[i] != noIndex) isInText[places[i]] = true;
     }
     node.firstOutput = static_cast<u32>(to.size());
     u64 next = 0;
     const auto addUpTo = [&](u64 end) {
         for (; next < end; ++next) {
-            if (isGiven[next]) continue;
+            if (isInText[next]) continue;
             const auto& known = implOf(*node.definition->outputs()[next]);
             to.push_back({.offset = node.offset,
                           .name = m_tree.names.add(known.ownName().view()),
                           .type = known.type(),
                           .dataType = known.dataType(),
-                          .isLeftOut = true});
+                          .isOmitted = true});
         }
     };
     for (u32 i = 0; i < count; ++i) {

@@ -10,7 +10,7 @@
 #include "kelvo/sdk/impl/graph/node_changes.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
 #include <tuple>
@@ -73,10 +73,10 @@ void SceneBuilder::build() {
     }
     ModifierHold modifiers(*m_scene);
     const u64 start = m_scene->history().openChanges();
-    NewsHold news;
-    addUnheard();
+    DeferredNotifications deferred;
+    addUnnotified();
     try {
-        news.release();
+        deferred.release();
         modifiers.release();
         m_isDone = true;
     } catch (...) {
@@ -86,15 +86,15 @@ void SceneBuilder::build() {
 }
 
 // Adds all nodes or, when memory runs out, none. Notifications are held back.
-void SceneBuilder::addUnheard() {
-    const auto start = NewsHold::mark();
+void SceneBuilder::addUnnotified() {
+    const auto start = DeferredNotifications::mark();
     try {
         const EditStep step(*m_scene);
         addNodes();
     } catch (...) {
-        NewsHold::dropSince(start);
+        DeferredNotifications::dropSince(start);
         for (const RefersTo<Node>& node : m_nodes)
-            if (m_scene->contains(*node)) m_scene->dropUnheard(*node, {});
+            if (m_scene->contains(*node)) m_scene->dropUnnotified(*node, {});
         throw;
     }
 }
@@ -166,7 +166,7 @@ void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
         const bool isBuffer = output.type == AttrType::Buffer;
         auto made = RefersTo<Output>::adopt(isBuffer ? new Output(&node, name, output.dataType)
                                                      : new Output(&node, name, output.type));
-        made->setLeftOut(output.isLeftOut);
+        made->setOmitted(output.isOmitted);
         m_outputs[i] = made.get();
         node.append(std::move(made), {});
     }

@@ -57,7 +57,7 @@ private:
     [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* parent) const;
     void makeMembers(const TreeInput& from, Node& node, Input& parent);
     void makeOutputs(const TreeNode& from, Node& node);
-    void addUnheard();
+    void addUnnotified();
     void addNodes();
     void link(const TreeLink& from);
     static void setLink(Input& input, INode* target);

@@ -29,11 +29,11 @@ Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
     return isSaid ? Unchecked::Said : Unchecked::Unsaid;
 }
 
-void markLeftOut(Input& input) {
-    input.setLeftOut(true);
+void markOmitted(Input& input) {
+    input.setOmitted(true);
     InputWalk members(input.members());
     while (Input* member = members.next())
-        member->setLeftOut(true);
+        member->setOmitted(true);
 }
 
 } // namespace
@@ -65,18 +65,18 @@ void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent)
 template<typename Add>
 void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& node, Input* parent,
                              const Add& add) {
-    std::vector<bool> isGiven(known.size());
+    std::vector<bool> isInText(known.size());
     for (u32 i = known.empty() ? noTreeIndex : first; i != noTreeIndex;
          i = m_tree.inputs[i].nextSibling)
         if (const u32 place = m_tree.inputs[i].definitionIndex; place != noTreeIndex)
-            isGiven[place] = true;
+            isInText[place] = true;
     u64 next = 0;
     const auto addUpTo = [&](u64 end) {
         for (; next < end; ++next) {
-            if (isGiven[next]) continue;
+            if (isInText[next]) continue;
             const auto& definition = implOf(*known[next]);
             auto copy = RefersTo<Input>::adopt(implOf(definition.clone(&node, parent)));
-            markLeftOut(*copy);
+            markOmitted(*copy);
             add(std::move(copy));
         }
     };

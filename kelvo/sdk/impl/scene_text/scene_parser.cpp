@@ -225,15 +225,15 @@ void SceneParser::knowNode(const TreeNode& node) {
 // partially, the block ends here instead.
 bool SceneParser::failUnclosed(Body& body, String&& leading) {
     const u64 offset = m_lexer.offset();
-    const bool isTold = std::exchange(m_unclosedAt, offset) == offset;
+    const bool isReported = std::exchange(m_unclosedAt, offset) == offset;
     String message;
-    if (!isTold && m_errors.wantsMessage())
+    if (!isReported && m_errors.wantsMessage())
         message = "Found " + m_lexer.found() +
                   String::format(" where the '}' to the '{' in line %llu was expected.",
                                  static_cast<unsigned long long>(
                                      LineCounter(m_lexer.text()).placeOf(body.opened).line));
-    if (!m_gaps) return !isTold && fail(offset, std::move(message));
-    if (!isTold) m_gaps->unclosed.push_back({offset, m_nodeName, std::move(message)});
+    if (!m_gaps) return !isReported && fail(offset, std::move(message));
+    if (!isReported) m_gaps->unclosed.push_back({offset, m_nodeName, std::move(message)});
     body.inner = std::move(leading);
     checkDuplicates(body);
     return true;

@@ -3,7 +3,7 @@
 #include "kelvo/sdk/impl/graph/handle_failure.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/scene_text/scene_reader.h"
 #include "kelvo/sdk/impl/scene_text/serialize.h"
 

@@ -78,7 +78,7 @@ struct TreeOutput {
     u32 extras = noTreeIndex;
     bool isAgain = false;
     /// The text omits the output, which comes from the definition.
-    bool isLeftOut = false;
+    bool isOmitted = false;
 };
 
 struct TreeNode {

@@ -161,7 +161,7 @@ void SceneWriter::end(const Part& part) {
 // Marks all inputs around a changed one as changed, so that each is found only once.
 bool SceneWriter::isUnchanged(const Input& input) {
     if (m_changed.contains(&input)) return false;
-    const Input* found = input.firstChanged();
+    const Input* found = firstChanged(input);
     for (const Input* at = found; at; at = implOf(at->parent())) {
         m_changed.insert(at);
         if (at == &input) break;

@@ -124,8 +124,8 @@ void Wildcard::goOnWithoutCharacter(Places& places) const {
 
 bool Wildcard::advance(Places& places, std::string_view piece) const {
     Places next(places.size());
-    for (const char given : piece) {
-        const char c = m_ignoresCase ? ascii::toLower(given) : given;
+    for (const char letter : piece) {
+        const char c = m_ignoresCase ? ascii::toLower(letter) : letter;
         std::fill(next.begin(), next.end(), false);
         bool isAlive = false;
         for (std::size_t at = 0; at < m_parts.size(); ++at) {

@@ -103,8 +103,8 @@ bool evalNoise(EvalCtx* ctx, void* out) {
     auto position = eval.get<Pos3d>(names.position);
     const double frequency = eval.real(names.frequency);
     const u64 octaves = std::clamp<u64>(eval.get<u64>(names.octaves), 1, kMostOctaves);
-    const double given = eval.real(names.roughness);
-    const double roughness = given > 0.0 ? std::min(given, 1.0) : 0.0;
+    const double input = eval.real(names.roughness);
+    const double roughness = input > 0.0 ? std::min(input, 1.0) : 0.0;
     const auto seed = std::bit_cast<u64>(eval.get<i64>(names.seed));
     for (double& coordinate : position.v)
         coordinate *= frequency;

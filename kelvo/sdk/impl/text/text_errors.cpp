@@ -76,13 +76,13 @@ void TextErrors::reportErrors(const String& source, Diagnostics& out) {
     LineCounter lines(m_text);
     for (const Error& error : m_errors) {
         const auto [line, column] = lines.placeOf(error.offset);
-        Diagnostic told;
-        told.source = source;
-        told.line = line;
-        told.column = column;
-        (m_subject == Subject::Types ? told.type : told.node) = error.part;
-        told.message = error.message;
-        out.push_back(std::move(told));
+        Diagnostic diagnostic;
+        diagnostic.source = source;
+        diagnostic.line = line;
+        diagnostic.column = column;
+        (m_subject == Subject::Types ? diagnostic.type : diagnostic.node) = error.part;
+        diagnostic.message = error.message;
+        out.push_back(std::move(diagnostic));
     }
 }
 

@@ -113,7 +113,7 @@ void KndChecker::addKnown(const KndDefinition& known) {
 // only the first conflict is reported.
 void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std::vector<Attr>& to,
                          const char* what) {
-    bool isTold = false;
+    bool isReported = false;
     for (const Attr& attr : from) {
         const u64 met = meet(attr.name, to.size());
         if (met == noIndex) {
@@ -121,8 +121,8 @@ void KndChecker::inherit(u32 type, u64 base, const std::vector<Attr>& from, std:
             continue;
         }
         const Attr& other = to[met];
-        if (other.owner == attr.owner || isTold) continue;
-        isTold = true;
+        if (other.owner == attr.owner || isReported) continue;
+        isReported = true;
         const String where = placeOf(other);
         const String also = placeOf(attr);
         fail(m_tree.types[type].bases[base].offset, type,

@@ -20,9 +20,9 @@ constexpr ParseLimits kLimits{.depth = 200, .nodes = 10'000};
 
 void tell(TextErrors& errors, const String& source, Diagnostics* found) {
     if (found) return errors.report(source, *found);
-    Diagnostics told;
-    errors.report(source, told);
-    for (const Diagnostic& error : told)
+    Diagnostics reported;
+    errors.report(source, reported);
+    for (const Diagnostic& error : reported)
         logError("%s", error.text().buf());
 }
 

@@ -92,7 +92,7 @@ TEST_F(DirtyCacheTest, Change_OfTheLastNode_DirtiesItAlone) {
     EXPECT_EQ(flags(), "..*...");
 }
 
-TEST_F(DirtyCacheTest, Flags_AreTrueBeforeAnyoneHearsOfTheChange) {
+TEST_F(DirtyCacheTest, Flags_AreTrueBeforeAnyNotificationOfTheChange) {
     struct Asker : SceneObserver {
         Node* reader = nullptr;
         bool heard = false;

@@ -55,7 +55,7 @@ TEST_F(GraphReaderTest, NodeThatComesIn_IsNumberedWhereItIsLinkedTo) {
 
 // ---- Disagreement --------------------------------------------------------------------------
 
-TEST_F(GraphReaderTest, GraphThatDisagrees_IsToldAndNotUsedAnyMore) {
+TEST_F(GraphReaderTest, GraphThatDisagrees_IsReportedAndNotUsedAnyMore) {
     fillRows(m_scene);
     CompactGraph& graph = static_cast<Scene*>(m_scene.get())->graph();
     graph.drop(LeadKind::Dependencies, implOn(m_lamp).number());
@@ -67,7 +67,7 @@ TEST_F(GraphReaderTest, GraphThatDisagrees_IsToldAndNotUsedAnyMore) {
     EXPECT_EQ(m_lamp.dependencies().size(), 2u);
 }
 
-TEST_F(GraphReaderTest, NumberThatDisagrees_IsTold) {
+TEST_F(GraphReaderTest, NumberThatDisagrees_IsReported) {
     auto* desk = implOf(m_desk.get());
     const NodeNumber number = desk->number();
     tests::probe(*desk).setNumber(7);

@@ -152,7 +152,7 @@ struct Remover : SceneObserver {
     String name;
 };
 
-TEST_F(InputContainer, ArrayRemovedWhileItsElementIsTold_GivesNone) {
+TEST_F(InputContainer, ArrayRemovedWhileItsElementIsReported_GivesNone) {
     const RefersTo<IInput> arr(&array(AttrType::Int));
     Remover remover;
     remover.name = "arr";

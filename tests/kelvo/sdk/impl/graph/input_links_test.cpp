@@ -64,7 +64,7 @@ TEST_F(InputLinks, Targets_StandInOrderOfConnection) {
     EXPECT_EQ(out(m_a)->target(0), in(m_b));
 }
 
-TEST_F(InputLinks, Changes_AreToldWithBothOutputs) {
+TEST_F(InputLinks, Changes_AreReportedWithBothOutputs) {
     ConnectionRecorder recorder;
     m_scene->subscribe(&recorder);
     in(m_c)->connect(out(m_a));
@@ -78,7 +78,7 @@ TEST_F(InputLinks, Changes_AreToldWithBothOutputs) {
         (std::vector<std::string>{"c.in: - -> a.out", "c.in: a.out -> b.out", "c.in: b.out -> -"}));
 }
 
-TEST_F(InputLinks, ConnectAgain_IsDoneAndToldToNobody) {
+TEST_F(InputLinks, ConnectAgain_IsDoneAndNotifiesNobody) {
     ConnectionRecorder recorder;
     in(m_b)->connect(out(m_a));
     m_scene->subscribe(&recorder);
@@ -88,7 +88,7 @@ TEST_F(InputLinks, ConnectAgain_IsDoneAndToldToNobody) {
     EXPECT_EQ(out(m_a)->targetCount(), 1u);
 }
 
-TEST_F(InputLinks, LinkThatIsKeptAsideToo_IsCarriedByAConversionAndToldOnce) {
+TEST_F(InputLinks, LinkThatIsKeptAsideToo_IsCarriedByAConversionAndReportedOnce) {
     struct Counter : SceneObserver {
         void inputChanged(const IInput* input, const AttrData*) override {
             if (input->name().equals("link")) ++changes;
@@ -228,7 +228,7 @@ struct SourceNoter : SceneObserver {
     String path;
 };
 
-TEST_F(InputLinks, RemovedOutput_IsToldWithItsNodeAndPath) {
+TEST_F(InputLinks, RemovedOutput_IsReportedWithItsNodeAndPath) {
     SourceNoter noter;
     in(m_b)->connect(out(m_a));
     m_scene->subscribe(&noter);

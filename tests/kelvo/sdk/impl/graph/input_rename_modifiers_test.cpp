@@ -47,7 +47,7 @@ TEST_F(InputRenameModified, Modifiers_NameItByItsNewName) {
     EXPECT_EQ(m_scene.ownOf("n"), 1);
 }
 
-TEST_F(InputRenameModified, Value_IsNotToldAsAnother) {
+TEST_F(InputRenameModified, Value_IsNotReportedAsAnother) {
     Journal journal;
     RecordingObserver observer("n", journal);
     m_scene["n"].subscribe(&observer);

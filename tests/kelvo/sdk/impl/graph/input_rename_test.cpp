@@ -277,7 +277,7 @@ public:
     std::function<void()> then;
 };
 
-TEST_F(InputRename, Observers_AreToldOnce) {
+TEST_F(InputRename, Observers_AreNotifiedOnce) {
     Renamings renamings;
     Journal journal;
     RecordingObserver observer("lamp", journal);
@@ -309,7 +309,7 @@ TEST_F(InputRename, Batches_TellTheSum) {
     m_scene.unsubscribe(static_cast<BatchObserver*>(&renamings));
 }
 
-TEST_F(InputRename, ObserversThatDoNotKnowOfIt_HearOfARemovalAndAnAddition) {
+TEST_F(InputRename, ObserversThatDoNotKnowOfIt_AreNotifiedOfARemovalAndAnAddition) {
     struct Plain : SceneObserver {
         void inputAdded(const interfaces::IInput* input) override { told += "+", add(input); }
         void inputRemoved(const interfaces::IInput* input) override { told += "-", add(input); }
@@ -322,7 +322,7 @@ TEST_F(InputRename, ObserversThatDoNotKnowOfIt_HearOfARemovalAndAnAddition) {
     EXPECT_EQ(plain.told, "-lamp.extent+lamp.extent");
 }
 
-TEST_F(InputRename, Silent_IsUnheard) {
+TEST_F(InputRename, Silent_IsWithoutNotification) {
     const Scene scene = sceneOf(replaced(sceneText, "Real size = 4", "Real size = 4 @silent"));
     Renamings renamings;
     scene.subscribe(static_cast<SceneObserver*>(&renamings));

@@ -160,7 +160,7 @@ struct RecordKeeper : SceneObserver {
     AttrData record;
 };
 
-TEST_F(InputValues, Change_IsToldWithTheInputsKindAndFlags) {
+TEST_F(InputValues, Change_IsReportedWithTheInputsKindAndFlags) {
     AttrData data(AttrType::Buffer);
     data.dataType = DataType::Float;
     data.silent = true;
@@ -175,7 +175,7 @@ TEST_F(InputValues, Change_IsToldWithTheInputsKindAndFlags) {
     EXPECT_EQ(keeper.record.value.asBuffer().count(), 0u);
 }
 
-TEST_F(InputValues, MoveOfAnElement_IsToldWithTheElementKind) {
+TEST_F(InputValues, MoveOfAnElement_IsReportedWithTheElementKind) {
     IInput* array = m_node->createArray("array", AttrType::Int);
     array->appendElement();
     array->appendElement();
@@ -185,7 +185,7 @@ TEST_F(InputValues, MoveOfAnElement_IsToldWithTheElementKind) {
     EXPECT_EQ(keeper.record.elementType, AttrType::Int);
 }
 
-TEST_F(InputValues, ReadOnlyLinkThatIsCleared_IsToldAsReadOnly) {
+TEST_F(InputValues, ReadOnlyLinkThatIsCleared_IsReportedAsReadOnly) {
     INode* target = m_scene->createNode("thing", "target");
     AttrData data = AttrData::withDefault(Value(target));
     data.readOnly = true;

@@ -89,7 +89,7 @@ TEST(KeyedAccess, InnerParts_AreForTheirSubjects) {
     EXPECT_TRUE(isKeyed(&Scene::modifiers));
     EXPECT_TRUE(isKeyed(&Scene::evalCache));
     EXPECT_TRUE(isKeyed(&Scene::observerMutex));
-    EXPECT_TRUE(isKeyed(&Scene::dropUnheard));
+    EXPECT_TRUE(isKeyed(&Scene::dropUnnotified));
 }
 
 } // namespace

@@ -285,7 +285,7 @@ TEST(ObserversOutOfMemory, ThrowingObserver_LeaksNothing) {
 
 // ---- Operations that allocate nothing ------------------------------------------------------
 
-TEST(NodeAllocations, ChangeThatNobodyHears_AllocatesNothing) {
+TEST(NodeAllocations, ChangeWithoutObservers_AllocatesNothing) {
     const auto scene = RefersTo<Scene>::adopt(new Scene);
     Node node(scene.get(), "thing", "n");
     IInput* input = node.createInput("in", AttrType::Real);

@@ -44,7 +44,7 @@ TEST_F(NodeChangeScopeTest, WithoutAScene_DoesNothing) {
 }
 
 // The scope decides at its start whether to record, for its whole lifetime.
-TEST_F(NodeChangeScopeTest, SceneThatStopsRecordingMeanwhile_IsToldOfTheEnd) {
+TEST_F(NodeChangeScopeTest, SceneThatStopsRecordingMeanwhile_IsReportedOfTheEnd) {
     m_scene->recordsUndo = true;
     {
         const NodeChangeScope scope(m_scene.get());

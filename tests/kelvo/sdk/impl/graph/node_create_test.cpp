@@ -168,7 +168,7 @@ TEST_F(NodeCreate, Lists_GrowFromTwoByDoubling) {
     }
 }
 
-TEST_F(NodeCreate, New_IsDirtyAndListedBeforeTheSceneHears) {
+TEST_F(NodeCreate, New_IsDirtyAndListedBeforeTheSceneIsNotified) {
     bool dirty = false;
     u64 count = 0;
     m_scene->then = [&] {

@@ -145,7 +145,7 @@ TEST_F(NodeLibraryThrow, FreeCallbackInTheDestructor_EndsTheProcess) {
         "bad_alloc");
 }
 
-TEST_F(NodeLibraryThrow, Changed_ReachesTheCallerAfterEveryoneWasTold) {
+TEST_F(NodeLibraryThrow, Changed_ReachesTheCallerAfterEveryoneWasNotified) {
     Node* node = sceneNode("m");
     m_scene->setDirty(false);
     EXPECT_THROW(node->input(String("in"))->setReal(2), std::runtime_error);

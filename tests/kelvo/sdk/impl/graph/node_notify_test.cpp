@@ -127,7 +127,7 @@ TEST_F(NodeNotify, ValueChange_HasItsWholeOrder) {
               "begin a:changed=in b:changed=in scene:changed=in library:in record(|)");
 }
 
-TEST_F(NodeNotify, DirtyFlag_IsSetBeforeAnyoneHears) {
+TEST_F(NodeNotify, DirtyFlag_IsSetBeforeAnyNotification) {
     const auto expectDirty = [this] { EXPECT_TRUE(probe(m_node).dirty()); };
     m_scene->recordsUndo = true;
     m_scene->thenAtBegin = m_scene->then = m_a.then = expectDirty;
@@ -192,7 +192,7 @@ TEST_F(NodeNotify, Renamed_HandsOnTheNameGivenWhateverTheNodesIs) {
 
 // ---- Muted notifications -------------------------------------------------------------------
 
-TEST_F(NodeNotify, SilentInput_IsAddedAndRemovedUnheardWithoutAStep) {
+TEST_F(NodeNotify, SilentInput_IsAddedAndRemovedWithoutNotificationWithoutAStep) {
     static_cast<Input*>(m_in)->setSilent(true);
     m_scene->recordsUndo = true;
     m_node.onInputAdded(m_in);
@@ -247,7 +247,7 @@ TEST_F(NodeNotify, EndThatBeginsWithTheStep_SilencesObserversButNotSceneAndLibra
     }
 }
 
-TEST_F(NodeNotify, WithoutAScene_ObserversAndLibraryAreTold) {
+TEST_F(NodeNotify, WithoutAScene_ObserversAndLibraryAreNotified) {
     tests::probe(m_node).setScene(nullptr);
     const std::vector<std::string> expected{
         "",
@@ -269,13 +269,13 @@ TEST_F(NodeNotify, WithoutAScene_ObserversAndLibraryAreTold) {
     }
 }
 
-TEST_F(NodeNotify, WithoutACallback_ObserversAndSceneAreTold) {
+TEST_F(NodeNotify, WithoutACallback_ObserversAndSceneAreNotified) {
     probe(m_node).nodeChanged() = nullptr;
     m_node.onInputChanged(m_in, &m_record);
     EXPECT_EQ(m_journal.take(), "a:changed=in b:changed=in scene:changed=in");
 }
 
-TEST_F(NodeNotify, WithoutObservers_TheSceneIsTold) {
+TEST_F(NodeNotify, WithoutObservers_TheSceneIsNotified) {
     m_node.unsubscribeAll();
     for (const Operation& operation : operations())
         operation.call(m_node);
@@ -314,7 +314,7 @@ TEST_F(NodeNotify, ObserverThatUnsubscribesAll_EndsThePass) {
     EXPECT_EQ(m_journal.take(), "a:changed=in scene:changed=in library:in");
 }
 
-TEST_F(NodeNotify, ObserverAddedMeanwhile_HearsTheNextPass) {
+TEST_F(NodeNotify, ObserverAddedMeanwhile_IsNotifiedInTheNextPass) {
     RecordingObserver c("c", m_journal);
     m_a.then = [&] { m_node.subscribe(&c); };
     m_node.notifyRemoved();
@@ -324,7 +324,7 @@ TEST_F(NodeNotify, ObserverAddedMeanwhile_HearsTheNextPass) {
     m_node.unsubscribe(&c);
 }
 
-TEST_F(NodeNotify, ObserverReplacedMeanwhile_IsNotTold) {
+TEST_F(NodeNotify, ObserverReplacedMeanwhile_IsNotNotified) {
     RecordingObserver c("c", m_journal);
     m_a.then = [&] {
         m_node.unsubscribe(&m_b);
@@ -335,7 +335,7 @@ TEST_F(NodeNotify, ObserverReplacedMeanwhile_IsNotTold) {
     m_node.unsubscribe(&c);
 }
 
-TEST_F(NodeNotify, ObserverThatLeavesAndComesBack_IsTold) {
+TEST_F(NodeNotify, ObserverThatLeavesAndComesBack_IsNotified) {
     m_a.then = [this] {
         m_node.unsubscribe(&m_b);
         m_node.subscribe(&m_b);
@@ -354,7 +354,7 @@ TEST_F(NodeNotify, NestedNotification_RunsInTheMiddle) {
               "a:changed=in a:renamed=x b:renamed=x b:changed=in scene:changed=in library:in");
 }
 
-TEST_F(NodeNotify, ObserverThatEdits_IsHeardByAll) {
+TEST_F(NodeNotify, ObserverThatEdits_ReachesAll) {
     m_a.then = [this] {
         m_a.then = nullptr;
         m_in->setReal(7);
@@ -390,7 +390,7 @@ TEST_F(NodeNotify, ObserverThatRemovesTheInput_LeavesItReadableForTheRest) {
     EXPECT_EQ(text.get()->refCount(), 1);
 }
 
-TEST_F(NodeNotify, ObserverThatDropsTheLastReference_LeavesTheNodeUntilAllWereTold) {
+TEST_F(NodeNotify, ObserverThatDropsTheLastReference_LeavesTheNodeUntilAllWereNotified) {
     const i64 before = impl_nodeInstanceCount();
     auto* node = new Node(m_scene.get(), "thing", "mortal");
     node->subscribe(&m_a);

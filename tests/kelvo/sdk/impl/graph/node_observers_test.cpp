@@ -28,7 +28,7 @@ protected:
     Node m_node{nullptr, "thing", "n"};
 };
 
-TEST_F(NodeObservers, Subscribed_AreToldInOrderOfSubscription) {
+TEST_F(NodeObservers, Subscribed_AreNotifiedInOrderOfSubscription) {
     EXPECT_TRUE(m_node.subscribe(&m_b));
     EXPECT_TRUE(m_node.subscribe(&m_a));
     EXPECT_EQ(told(), "b:removed a:removed");
@@ -130,7 +130,7 @@ TEST_F(NodeObservers, Subscribing_ChangesNothingElse) {
     EXPECT_FALSE(probe(m_node).dirty());
 }
 
-TEST_F(NodeObservers, OneObserver_MayHearSeveralNodes) {
+TEST_F(NodeObservers, OneObserver_MayObserveSeveralNodes) {
     Node other(nullptr, "thing", "other");
     m_node.subscribe(&m_a);
     other.subscribe(&m_a);

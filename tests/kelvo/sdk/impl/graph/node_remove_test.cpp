@@ -113,7 +113,7 @@ TEST_F(NodeRemove, All_FirstToLastEachWithItsNotification) {
     EXPECT_EQ(names(), ">");
 }
 
-TEST_F(NodeRemove, All_EachIsToldBeforeTheNextGoes) {
+TEST_F(NodeRemove, All_EachIsReportedBeforeTheNextGoes) {
     std::string seen;
     m_scene->then = [&] { seen += names() + " "; };
     EXPECT_TRUE(m_node.clearInputs());
@@ -158,7 +158,7 @@ TEST_F(NodeRemove, AllOfNone_IsTrueAndSilent) {
     EXPECT_EQ(m_journal.take() + log.text(), "");
 }
 
-TEST_F(NodeRemove, SceneHears_WhenTheNodeIsDirtyAndTheAttributeUnlistedButStillReadable) {
+TEST_F(NodeRemove, SceneIsNotified_WhenTheNodeIsDirtyAndTheAttributeUnlistedButStillReadable) {
     bool dirty = false;
     u64 count = 0;
     double value = 0;
@@ -177,7 +177,7 @@ TEST_F(NodeRemove, SceneHears_WhenTheNodeIsDirtyAndTheAttributeUnlistedButStillR
     EXPECT_EQ(value, 2.5);
 }
 
-TEST_F(NodeRemove, OutputsTargets_AreStillConnectedWhenTheSceneHears) {
+TEST_F(NodeRemove, OutputsTargets_AreStillConnectedWhenTheSceneIsNotified) {
     Node reader(nullptr, "thing", "reader");
     IInput* input = reader.createInput("in", AttrType::Real);
     IOutput* output = m_node.findOutputByName("a");
@@ -227,7 +227,7 @@ TEST_F(NodeRemove, Connections_EndWithTheAttribute) {
     EXPECT_EQ(target->source(), nullptr);
 }
 
-TEST_F(NodeRemove, SilentInput_GoesUnheard) {
+TEST_F(NodeRemove, SilentInput_GoesWithoutNotification) {
     AttrData data(AttrType::Real);
     data.silent = true;
     m_node.createInput("quiet", data);

@@ -84,13 +84,13 @@ TEST_F(NodeRows, Number_StaysThroughRenamingRemovalAndUndo) {
     while (m_scene.undo()) {
     }
     EXPECT_EQ(implOn(m_desk).number(), number);
-    EXPECT_EQ(implOn(m_desk).sceneAround()->graph().node(number), m_desk.get());
+    EXPECT_EQ(sceneAround(implOn(m_desk))->graph().node(number), m_desk.get());
 }
 
 TEST_F(NodeRows, Number_IsGivenAwayWhenNobodyCanBringTheNodeBack) {
     const NodeNumber number = implOn(m_desk).number();
     m_scene.removeNode(m_desk);
-    EXPECT_EQ(implOn(m_desk).sceneAround(), nullptr);
+    EXPECT_EQ(sceneAround(implOn(m_desk)), nullptr);
     const kelvo_sdk::Node other = m_scene.createNode("mesh", "other");
     EXPECT_EQ(implOn(other).number(), number);
     EXPECT_EQ(leads(other, LeadKind::Readers), "");
@@ -100,7 +100,7 @@ TEST_F(NodeRows, ConvertedNode_KeepsTheNumber) {
     const NodeNumber number = implOn(m_lamp).number();
     const kelvo_sdk::Node converted(m_lamp->convertTo("xform"));
     EXPECT_EQ(implOn(converted).number(), number);
-    EXPECT_EQ(implOn(m_lamp).sceneAround(), nullptr);
+    EXPECT_EQ(sceneAround(implOn(m_lamp)), nullptr);
 }
 
 } // namespace

@@ -333,7 +333,7 @@ TEST_F(NodeState, SetDirty_IsOfTheNodeAlone) {
     EXPECT_TRUE(probe(m_c).dirty());
 }
 
-TEST(NodeStateInAScene, SceneThatHears_FindsTheFlagSet) {
+TEST(NodeStateInAScene, SceneThatIsNotified_FindsTheFlagSet) {
     const auto scene = AskedScene::make();
     Node node(scene.get(), "thing", "n");
     bool found = false;

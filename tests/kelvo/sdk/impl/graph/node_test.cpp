@@ -239,7 +239,7 @@ TEST(NodeEnd, NoData_LogsNothing) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST(NodeEnd, Observers_HearNothing) {
+TEST(NodeEnd, Observers_AreNotNotified) {
     Journal journal;
     RecordingObserver observer("o", journal);
     const auto scene = RecordingScene::make(journal);
@@ -311,7 +311,7 @@ bool addsAnInput(INode* node, void**) {
     return true;
 }
 
-TEST(NodeEnd, InputMadeByFree_IsReleasedUnheard) {
+TEST(NodeEnd, InputMadeByFree_IsReleasedWithoutNotification) {
     Journal journal;
     const auto scene = RecordingScene::make(journal);
     {

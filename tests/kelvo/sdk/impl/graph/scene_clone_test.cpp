@@ -97,7 +97,7 @@ TEST_F(SceneClone, RemovingACopy_ClearsTheLinksToIt) {
     EXPECT_TRUE(link("m", "paints[0]"));
 }
 
-TEST_F(SceneClone, SceneObserver_HearsOfCopiesThatAreTiedAlready) {
+TEST_F(SceneClone, SceneObserver_IsNotifiedOfCopiesThatAreTiedAlready) {
     struct Watcher : SceneObserver {
         void nodeAdded(INode* node) override {
             seen += std::string(node->name().buf()) + ";";

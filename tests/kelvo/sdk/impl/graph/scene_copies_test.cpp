@@ -261,7 +261,7 @@ TEST_F(SceneCopies, RemovingTheReplacement_ClearsEveryLinkToIt) {
     EXPECT_FALSE(node("c")["power"].source());
 }
 
-TEST_F(SceneCopies, NodesObservers_HearOfTheReplacementOnce) {
+TEST_F(SceneCopies, NodesObservers_AreNotifiedOfTheReplacementOnce) {
     Journal journal;
     RecordingObserver observer("o", journal);
     const auto old = m_scene.createNode("lamp", "a");
@@ -286,7 +286,7 @@ TEST_F(SceneCopies, NodesObserver_FindsEverythingInPlace) {
     old.unsubscribe(&observer);
 }
 
-TEST_F(SceneCopies, SceneObservers_HearOfWhatWasRelinkedThenOfTheConversion) {
+TEST_F(SceneCopies, SceneObservers_AreNotifiedOfWhatWasRelinkedThenOfTheConversion) {
     read(family);
     Journal journal;
     SceneJournal observer(journal);

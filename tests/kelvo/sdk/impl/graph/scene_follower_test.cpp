@@ -24,8 +24,8 @@ public:
         note(wasDirty ? "changed again" : "changed", node);
     }
     void nodeCleaning(Node& node) noexcept override { note("cleaning", node); }
-    bool hearsInputs() const noexcept override { return isHearing; }
-    void inputTold(Input& input) override {
+    bool followsInputs() const noexcept override { return isHearing; }
+    void inputNotified(Input& input) override {
         heard += "told " + std::string(input.name().view()) + ";";
     }
     void expect(const INode* /*node*/) override { heard += "expect node;"; }
@@ -84,7 +84,7 @@ TEST_F(SceneFollowerTest, UndoneRemoval_Enters) {
     EXPECT_EQ(heardOf([&] { m_scene.undo(); }), "expect node;entered a;ended;");
 }
 
-TEST_F(SceneFollowerTest, ChangedValue_ChangesTheNodeBeforeTheInputIsTold) {
+TEST_F(SceneFollowerTest, ChangedValue_ChangesTheNodeBeforeTheInputIsReported) {
     m_scene.createNode("t", "a").createInput("x", AttrType::Int);
     m_scene["a"]->setDirty(false);
     EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(1); }), "expect input;changed a;told x;ended;");
@@ -92,20 +92,20 @@ TEST_F(SceneFollowerTest, ChangedValue_ChangesTheNodeBeforeTheInputIsTold) {
               "expect input;changed again a;told x;ended;");
 }
 
-TEST_F(SceneFollowerTest, FollowerThatHearsNoInputs_IsNotToldOfThem) {
+TEST_F(SceneFollowerTest, FollowerWithoutInputs_IsNotNotifiedOfThem) {
     m_scene.createNode("t", "a").createInput("x", AttrType::Int);
     m_scene["a"]->setDirty(false);
     m_follower.isHearing = false;
     EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(1); }), "expect input;changed a;ended;");
 }
 
-TEST_F(SceneFollowerTest, CleanNode_IsToldOnce) {
+TEST_F(SceneFollowerTest, CleanNode_IsReportedOnce) {
     m_scene.createNode("t", "a").setDirty(true);
     EXPECT_EQ(heardOf([&] { m_scene["a"]->setDirty(false); }), "cleaning a;");
     EXPECT_EQ(heardOf([&] { m_scene["a"]->setDirty(false); }), "");
 }
 
-TEST_F(SceneFollowerTest, Followers_AreToldInTheOrderInWhichTheyJoined) {
+TEST_F(SceneFollowerTest, Followers_AreNotifiedInTheOrderInWhichTheyJoined) {
     std::string heard;
     Recorder first("first "), second("second ");
     SceneFollowers list;
@@ -123,7 +123,7 @@ TEST_F(SceneFollowerTest, Followers_AreToldInTheOrderInWhichTheyJoined) {
     EXPECT_TRUE(list.empty());
 }
 
-TEST(SceneFollowers, EndOfTheScene_IsToldWhileItsNodesAreThere) {
+TEST(SceneFollowers, EndOfTheScene_IsReportedWhileItsNodesAreThere) {
     Recorder follower;
     {
         const auto scene = kelvo_sdk::Scene::create();

@@ -69,7 +69,7 @@ TEST_F(SceneNotify, Change_CarriesTheValueBefore) {
     EXPECT_EQ(m_recorder.before, Value(1.0));
 }
 
-TEST_F(SceneNotify, EqualValue_IsHeardByNobody) {
+TEST_F(SceneNotify, EqualValue_IsNotNotified) {
     IInput* input = m_node->createInput("in", AttrType::Real);
     input->setReal(5);
     m_recorder.heard.clear();
@@ -79,7 +79,7 @@ TEST_F(SceneNotify, EqualValue_IsHeardByNobody) {
     EXPECT_FALSE(m_node->dirty(false));
 }
 
-TEST_F(SceneNotify, SilentInputs_AreAddedAndRemovedUnheard) {
+TEST_F(SceneNotify, SilentInputs_AreAddedAndRemovedWithoutNotification) {
     AttrData data(AttrType::Array);
     data.elementType = AttrType::Int;
     data.silent = true;
@@ -115,7 +115,7 @@ private:
     SceneObserver& m_victim;
 };
 
-TEST_F(SceneNotify, ObserverThatUnsubscribedMeanwhile_IsNotTold) {
+TEST_F(SceneNotify, ObserverThatUnsubscribedMeanwhile_IsNotNotified) {
     Recorder later;
     Silencer silencer(*m_scene, later);
     m_scene->subscribe(&silencer);

@@ -158,7 +158,7 @@ TEST_F(SceneVerify, DeepNesting_NeedsNoStack) {
 
 // ---- Nodes -----------------------------------------------------------------------------------
 
-TEST_F(SceneVerify, NodeUnderAnotherName_IsTold) {
+TEST_F(SceneVerify, NodeUnderAnotherName_IsReported) {
     expectBroken(
         "desk is not found by its name", [&] { tests::probe(m_room).setName("desk"); },
         [&] { tests::probe(m_room).setName("room"); });
@@ -168,13 +168,13 @@ TEST_F(SceneVerify, NodeUnderAnotherName_IsTold) {
         [&] { tests::probe(m_desk).setName("desk"); });
 }
 
-TEST_F(SceneVerify, NodeOfAnotherScene_IsTold) {
+TEST_F(SceneVerify, NodeOfAnotherScene_IsReported) {
     expectBroken(
         "desk belongs to another scene or none", [&] { tests::probe(m_desk).setScene(nullptr); },
         [&] { tests::probe(m_desk).setScene(&m_scene); });
 }
 
-TEST_F(SceneVerify, NodeListedTwice_IsTold) {
+TEST_F(SceneVerify, NodeListedTwice_IsReported) {
     NodeTable nodes;
     nodes.add("desk", &m_desk);
     nodes.add("table", &m_desk);
@@ -182,7 +182,7 @@ TEST_F(SceneVerify, NodeListedTwice_IsTold) {
               std::string::npos);
 }
 
-TEST_F(SceneVerify, NamesAndPlacesThatDisagree_AreTold) {
+TEST_F(SceneVerify, NamesAndPlacesThatDisagree_AreReported) {
     NodeTable nodes;
     nodes.add("room", &m_stranger);
     nodes.add("desk", &m_stranger);
@@ -198,7 +198,7 @@ TEST_F(SceneVerify, NamesAndPlacesThatDisagree_AreTold) {
 
 // ---- Inputs and outputs ----------------------------------------------------------------------
 
-TEST_F(SceneVerify, InputOfAnotherOwner_IsTold) {
+TEST_F(SceneVerify, InputOfAnotherOwner_IsReported) {
     expectBroken(
         "desk.color belongs to another node or none",
         [&] { LawBreaker::setNode(*m_color, &m_lamp); },
@@ -210,13 +210,13 @@ TEST_F(SceneVerify, InputOfAnotherOwner_IsTold) {
         [&] { LawBreaker::setParent(*m_tint, shade); });
 }
 
-TEST_F(SceneVerify, ElementThatMiscountsItself_IsTold) {
+TEST_F(SceneVerify, ElementThatMiscountsItself_IsReported) {
     expectBroken(
         "room.children[1] counts itself as element [7]", [&] { LawBreaker::setIndex(child(1), 7); },
         [&] { LawBreaker::setIndex(child(1), 1); });
 }
 
-TEST_F(SceneVerify, NameWithAnotherHash_IsTold) {
+TEST_F(SceneVerify, NameWithAnotherHash_IsReported) {
     const u64 hash = m_tint->nameHash();
     expectBroken(
         "lamp.shade.tint has a name with the hash of another",
@@ -224,14 +224,14 @@ TEST_F(SceneVerify, NameWithAnotherHash_IsTold) {
         [&] { LawBreaker::setNameHash(*m_tint, hash); });
 }
 
-TEST_F(SceneVerify, InputListedTwice_IsTold) {
+TEST_F(SceneVerify, InputListedTwice_IsReported) {
     expectBroken(
         "lamp.shade lists an input twice, or none at a place",
         [&] { LawBreaker::members(*input(*m_tint->parent())).push_back(m_tint); },
         [&] { LawBreaker::members(*input(*m_tint->parent())).pop_back(); });
 }
 
-TEST_F(SceneVerify, InputsInAPlainInput_AreTold) {
+TEST_F(SceneVerify, InputsInAPlainInput_AreReported) {
     const RefersTo<Input> held(new Input(&m_desk, m_color, "x", AttrType::Real, AttrType::Null));
     held->decRef();
     expectBroken(
@@ -240,7 +240,7 @@ TEST_F(SceneVerify, InputsInAPlainInput_AreTold) {
         [&] { LawBreaker::members(*m_color).clear(); });
 }
 
-TEST_F(SceneVerify, IndexThatLacksAName_IsTold) {
+TEST_F(SceneVerify, IndexThatLacksAName_IsReported) {
     auto* many = input(*m_desk.createInput("many", AttrType::Object));
     for (int i = 0; i < 20; ++i)
         many->createInput(("w" + std::to_string(i)).c_str(), AttrType::Real);
@@ -256,7 +256,7 @@ TEST_F(SceneVerify, IndexThatLacksAName_IsTold) {
         [&] { LawBreaker::members(*many).pop_back(); });
 }
 
-TEST_F(SceneVerify, OutputOfAnotherNode_IsTold) {
+TEST_F(SceneVerify, OutputOfAnotherNode_IsReported) {
     expectBroken(
         "lamp.light belongs to another node or none",
         [&] { LawBreaker::setNode(*m_output, &m_desk); },
@@ -265,7 +265,7 @@ TEST_F(SceneVerify, OutputOfAnotherNode_IsTold) {
 
 // ---- Connections -----------------------------------------------------------------------------
 
-TEST_F(SceneVerify, ConnectionThatOnlyTheInputKnows_IsTold) {
+TEST_F(SceneVerify, ConnectionThatOnlyTheInputKnows_IsReported) {
     expectBroken(
         "desk.color is connected to 'lamp.light', which does not list it there",
         [&] { LawBreaker::dropTarget(*m_output, *m_color); },
@@ -276,7 +276,7 @@ TEST_F(SceneVerify, ConnectionThatOnlyTheInputKnows_IsTold) {
         [&] { LawBreaker::setSourceSlot(*m_color, 0); });
 }
 
-TEST_F(SceneVerify, ConnectionThatOnlyTheOutputKnows_IsTold) {
+TEST_F(SceneVerify, ConnectionThatOnlyTheOutputKnows_IsReported) {
     expectBroken(
         "lamp.light lists 'desk.color', which is not connected to it",
         [&] { LawBreaker::setSource(*m_color, nullptr); },
@@ -293,7 +293,7 @@ TEST_F(SceneVerify, ConnectionToANodeOfNoScene_IsSound) {
     EXPECT_EQ(errors(), "");
 }
 
-TEST_F(SceneVerify, ConnectionToAnotherScene_IsTold) {
+TEST_F(SceneVerify, ConnectionToAnotherScene_IsReported) {
     const auto other = kelvo_sdk::Scene::create();
     const auto far = other.createNode("light", "far");
     auto* outside = static_cast<Output*>(far->createOutput("light", AttrType::Rgba));
@@ -315,7 +315,7 @@ TEST_F(SceneVerify, LinkToANodeOfNoScene_IsSoundAndEndsWithIt) {
     EXPECT_EQ(errors(), "");
 }
 
-TEST_F(SceneVerify, LinkToAnotherScene_IsTold) {
+TEST_F(SceneVerify, LinkToAnotherScene_IsReported) {
     const auto other = kelvo_sdk::Scene::create();
     const auto far = other.createNode("light", "far");
     LawBreaker::setValue(*m_target, far.get());
@@ -324,13 +324,13 @@ TEST_F(SceneVerify, LinkToAnotherScene_IsTold) {
     LawBreaker::setValue(*m_target, &m_desk);
 }
 
-TEST_F(SceneVerify, LinkThatTheTableLacks_IsTold) {
+TEST_F(SceneVerify, LinkThatTheTableLacks_IsReported) {
     expectBroken(
         "lamp.target links to 'desk', which does not know", [&] { LawBreaker::unlink(*m_target); },
         [&] { LawBreaker::relink(*m_target, m_scene.links(), &m_desk); });
 }
 
-TEST_F(SceneVerify, LinkInAnotherTable_IsTold) {
+TEST_F(SceneVerify, LinkInAnotherTable_IsReported) {
     LinkTable other;
     LawBreaker::unlink(*m_target);
     LawBreaker::relink(*m_target, other, &m_desk);
@@ -340,7 +340,7 @@ TEST_F(SceneVerify, LinkInAnotherTable_IsTold) {
     EXPECT_EQ(errors(), "");
 }
 
-TEST_F(SceneVerify, TableThatLacksItsLinks_IsTold) {
+TEST_F(SceneVerify, TableThatLacksItsLinks_IsReported) {
     NodeTable nodes;
     nodes.add("desk", &m_desk);
     nodes.add("lamp", &m_lamp);
@@ -350,7 +350,7 @@ TEST_F(SceneVerify, TableThatLacksItsLinks_IsTold) {
               std::string::npos);
 }
 
-TEST_F(SceneVerify, LinkOfTheTableThatLeadsElsewhere_IsTold) {
+TEST_F(SceneVerify, LinkOfTheTableThatLeadsElsewhere_IsReported) {
     expectBroken(
         "lamp.target links to 'room', which does not know\n"
         "lamp.target has a place among the links to a node that it does not link to",
@@ -363,7 +363,7 @@ TEST_F(SceneVerify, LinkOfTheTableThatLeadsElsewhere_IsTold) {
         [&] { LawBreaker::setValue(*m_target, &m_desk); });
 }
 
-TEST_F(SceneVerify, LinkOfNoInput_IsTold) {
+TEST_F(SceneVerify, LinkOfNoInput_IsReported) {
     Link stray;
     stray.input = m_color;
     expectBroken(
@@ -371,7 +371,7 @@ TEST_F(SceneVerify, LinkOfNoInput_IsTold) {
         [&] { m_scene.links().add(stray, &m_desk); }, [&] { m_scene.links().remove(stray); });
 }
 
-TEST_F(SceneVerify, LinkOfAnInputThatItsNodeLacks_IsTold) {
+TEST_F(SceneVerify, LinkOfAnInputThatItsNodeLacks_IsReported) {
     Input lost(&m_lamp, nullptr, "lost", AttrType::Node, AttrType::Null);
     lost.setNode(&m_desk);
     EXPECT_EQ(errors(), "lamp.lost has a place among the links but none in its node");

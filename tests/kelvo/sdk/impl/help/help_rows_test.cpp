@@ -112,7 +112,7 @@ TEST_F(HelpRows, PlainElements_StandInTheDefault) {
     EXPECT_STREQ(only().kind.buf(), "Array<Real>");
 }
 
-TEST_F(HelpRows, ElementsWithMembers_AreToldUpToSome) {
+TEST_F(HelpRows, ElementsWithMembers_AreReportedUpToSome) {
     IInput* list = m_node.createArray("list", AttrType::Object);
     for (int i = 0; i < 5; ++i)
         list->appendElement()->createInput("at", AttrType::Real);
@@ -214,7 +214,7 @@ TEST(HelpTitle, WithoutLabelAndName_IsTheType) {
     EXPECT_STREQ(helpTitle(kelvo_sdk::Node(&node)).buf(), "Panel");
 }
 
-TEST(HelpKind, OpenElementType_IsNotTold) {
+TEST(HelpKind, OpenElementType_IsNotReported) {
     EXPECT_STREQ(helpKind("Buffer<Null>").buf(), "Buffer");
     EXPECT_STREQ(helpKind("Array<Real>").buf(), "Array<Real>");
 }

@@ -262,7 +262,7 @@ struct Heard : NodeObserver {
     std::function<void()> then;
 };
 
-TEST_F(UndoTest, Observers_HearOfItAsOfTheEdit) {
+TEST_F(UndoTest, Observers_AreNotifiedOfItAsOfTheEdit) {
     Heard heard;
     node("lamp").subscribe(&heard);
     input("lamp.spare").setReal(3);
@@ -275,7 +275,7 @@ TEST_F(UndoTest, Observers_HearOfItAsOfTheEdit) {
     node("lamp").unsubscribe(&heard);
 }
 
-TEST_F(UndoTest, AdditionTakenBack_IsToldAsARemoval) {
+TEST_F(UndoTest, AdditionTakenBack_IsReportedAsARemoval) {
     struct Removals : SceneObserver {
         void inputRemoved(const IInput* input) override { names += input->name(); }
         String names;
@@ -385,7 +385,7 @@ struct Eager : NodeObserver {
     INode* node = nullptr;
 };
 
-TEST_F(UndoTest, RemovalFromInsideItsOwnNews_IsOneStep) {
+TEST_F(UndoTest, RemovalFromInsideItsOwnNotification_IsOneStep) {
     Eager eager;
     eager.scene = m_scene;
     eager.node = &node("desk");

@@ -72,7 +72,7 @@ TEST(OrderedSlots, RandomEdits_MatchAPlainVector) {
     EXPECT_EQ(contents(slots), model);
 }
 
-TEST(OrderedSlots, ManyHoles_AreClosedAndSlotsTold) {
+TEST(OrderedSlots, ManyHoles_AreClosedAndSlotsReported) {
     OrderedSlots<Item> slots;
     std::vector<Item> items(5000);
     for (Item& item : items)

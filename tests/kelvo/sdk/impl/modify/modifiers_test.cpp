@@ -211,7 +211,7 @@ TEST_F(SceneModifiers, OneThatChangesItsOwnList_ComesToAnEnd) {
 
 // ---- Notifications ---------------------------------------------------------------------------
 
-TEST_F(SceneModifiers, Observers_HearOfTheUsersValueAndOnceOfTheResult) {
+TEST_F(SceneModifiers, Observers_AreNotifiedOfTheUsersValueAndOnceOfTheResult) {
     struct Watcher : SceneObserver {
         void inputChanged(const IInput* input, const AttrData* previous) override {
             const auto* node = static_cast<const Node*>(input->node());
@@ -282,7 +282,7 @@ struct ModifyingNotes : SceneObserver {
     bool isDone = false;
 };
 
-TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsToldAsSet) {
+TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsReportedAsSet) {
     ModifyingNotes notes;
     m_scene.scene.subscribe(&notes);
     m_scene["scale"]["factor"].set(10.0);
@@ -290,7 +290,7 @@ TEST_F(SceneModifiers, WhatAnObserverSetsMeanwhile_IsToldAsSet) {
     EXPECT_EQ(notes.heard, "scale.factor set; n.a modified; n.b set; after it modified; ");
 }
 
-TEST_F(SceneModifiers, NodeThatIsMarkedWithoutModifiers_IsToldAsMarked) {
+TEST_F(SceneModifiers, NodeThatIsMarkedWithoutModifiers_IsReportedAsMarked) {
     ModifyingNotes notes;
     notes.isDone = true;
     m_scene.get("scale")->beginModification();

@@ -73,12 +73,12 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Undo, BatchesTest, testing::Bool(),
                          [](const auto& on) { return on.param ? "On" : "Off"; });
 
-TEST_P(BatchesTest, ChangeOutsideOfEdits_IsToldAtOnce) {
+TEST_P(BatchesTest, ChangeOutsideOfEdits_IsReportedAtOnce) {
     m_in->setReal(1);
     EXPECT_EQ(m_noted.take(), "=a.in | ");
 }
 
-TEST_P(BatchesTest, Scope_IsToldOnceWhenItCloses) {
+TEST_P(BatchesTest, Scope_IsReportedOnceWhenItCloses) {
     {
         const UndoScope scope(m_scene, "", "");
         m_in->setReal(1);
@@ -93,7 +93,7 @@ TEST_P(BatchesTest, Scope_IsToldOnceWhenItCloses) {
     EXPECT_EQ(m_noted.take(), "+c ~b>d ^d =a.in >a.in +d.more | ");
 }
 
-TEST_P(BatchesTest, Group_IsToldOnceWhenItCloses) {
+TEST_P(BatchesTest, Group_IsReportedOnceWhenItCloses) {
     m_scene->beginEditGroup();
     m_in->setReal(1);
     m_in->setReal(2);
@@ -117,7 +117,7 @@ TEST_P(BatchesTest, EditWithoutANetChange_IsNotNotified) {
     EXPECT_EQ(m_noted.take(), "");
 }
 
-TEST_P(BatchesTest, CancelledScope_IsNotTold) {
+TEST_P(BatchesTest, CancelledScope_IsNotReported) {
     {
         const UndoScope scope(m_scene, "", "");
         m_in->setReal(1);
@@ -137,7 +137,7 @@ TEST_P(BatchesTest, RemovedThings_CanBeRead) {
     EXPECT_EQ(m_noted.take(), "-b -in | ");
 }
 
-TEST_P(BatchesTest, EditsFromInside_AreToldNext) {
+TEST_P(BatchesTest, EditsFromInside_AreReportedNext) {
     m_noted.then = [&] {
         m_noted.then = nullptr;
         m_in->setReal(5);
@@ -156,7 +156,7 @@ TEST_P(BatchesTest, ObserverThatThrows_IsLogged) {
     EXPECT_EQ(log.text(), "error: An observer threw when it was told of an edit: no.\n");
 }
 
-TEST_P(BatchesTest, ObserverThatUnsubscribed_HearsNothing) {
+TEST_P(BatchesTest, ObserverThatUnsubscribed_IsNotNotified) {
     const UndoScope scope(m_scene, "", "");
     m_in->setReal(1);
     EXPECT_TRUE(m_scene.unsubscribe(&m_noted));
@@ -165,7 +165,7 @@ TEST_P(BatchesTest, ObserverThatUnsubscribed_HearsNothing) {
     EXPECT_FALSE(m_scene.subscribe(&m_noted));
 }
 
-TEST(BatchNotifier, UndoAndRedo_AreToldOnce) {
+TEST(BatchNotifier, UndoAndRedo_AreReportedOnce) {
     const auto scene = kelvo_sdk::Scene::create();
     scene.setUndoEnabled(true);
     Noted noted;

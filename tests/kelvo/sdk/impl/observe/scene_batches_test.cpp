@@ -21,7 +21,7 @@ protected:
     Counter m_counter;
 };
 
-TEST_F(SceneBatches, Subscribe_Twice_IsRefusedAndToldOnce) {
+TEST_F(SceneBatches, Subscribe_Twice_IsRefusedAndNotifiedOnce) {
     EXPECT_TRUE(m_scene.subscribe(&m_counter));
     EXPECT_FALSE(m_scene.subscribe(&m_counter));
     m_scene.createNode("thing", "a");
@@ -37,7 +37,7 @@ TEST_F(SceneBatches, Unsubscribe_OfAStranger_IsRefused) {
     m_scene.unsubscribe(&other);
 }
 
-TEST_F(SceneBatches, Unsubscribed_HearsNothingMore) {
+TEST_F(SceneBatches, Unsubscribed_IsNotNotifiedAnyMore) {
     m_scene.subscribe(&m_counter);
     m_scene.unsubscribe(&m_counter);
     m_scene.createNode("thing", "a");

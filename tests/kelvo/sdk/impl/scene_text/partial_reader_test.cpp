@@ -234,7 +234,7 @@ TEST(PartialReader, TextsWithoutANode_AreRefused) {
     }
 }
 
-TEST(PartialReader, ManyGaps_AreCountedAndToldUpToTheirMost) {
+TEST(PartialReader, ManyGaps_AreCountedAndReportedUpToTheirMost) {
     std::string text = "kelvo scene 1\n\nnode t \"a\" {\n";
     for (int i = 0; i < 1000; ++i)
         text +=

@@ -69,7 +69,7 @@ private:
     tests::Journal m_journal;
 };
 
-TEST(SceneBuilder, Observers_HearOfWholeNodes_ThenOfLinks_ThenOfConnections) {
+TEST(SceneBuilder, Observers_AreNotifiedOfWholeNodes_ThenOfLinks_ThenOfConnections) {
     const auto scene = kelvo_sdk::Scene::create();
     SceneJournal journal(scene);
     EXPECT_EQ(errorsOf(kRoom, scene), "");

@@ -90,7 +90,7 @@ TEST(SceneChecker, ANameOfTheText_HidesThatOfTheScene) {
               "4:15: in 'b': The node 'a' has no output 'o'.");
 }
 
-TEST(SceneChecker, OutputsOfOneName_AreToldApartByNumber) {
+TEST(SceneChecker, OutputsOfOneName_AreDistinguishedByNumber) {
     const char* const text = "kelvo scene 1\n\n"
                              "node t \"a\" {\n"
                              "    output Real o\n"
@@ -112,7 +112,7 @@ TEST(SceneChecker, ANodeConnectedToItself_IsALoop) {
               "4:15: in 'n': These connections form a loop: n.o -> n.x.");
 }
 
-TEST(SceneChecker, ALoopOfThreeNodes_IsToldWhole) {
+TEST(SceneChecker, ALoopOfThreeNodes_IsReportedWhole) {
     EXPECT_EQ(errorsOf("node t \"a\" {\n    Real in <- c.out\n    output Real out\n}\n"
                        "node t \"b\" {\n    Array<Real> in = [1, 2 <- a.out]\n"
                        "    output Real out\n}\n"
@@ -121,7 +121,7 @@ TEST(SceneChecker, ALoopOfThreeNodes_IsToldWhole) {
               "c.out -> a.in.");
 }
 
-TEST(SceneChecker, TwoLoops_AreBothTold) {
+TEST(SceneChecker, TwoLoops_AreBothReported) {
     EXPECT_EQ(errorsOf("node t \"a\" {\n    Real in <- a.out\n    output Real out\n}\n"
                        "node t \"b\" {\n    Real in <- b.out\n    output Real out\n}\n"),
               "2:16: in 'a': These connections form a loop: a.out -> a.in.\n"

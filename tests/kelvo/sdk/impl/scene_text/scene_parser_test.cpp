@@ -245,7 +245,7 @@ TEST(SceneParser, AfterAnErrorThatHidesANode_NothingIsSaidOfLinksToIt) {
               "2:12: in 'a': Unknown kind 'Reel': did you mean 'Real'?");
 }
 
-TEST(SceneParser, ManyErrors_TwentyAreTold) {
+TEST(SceneParser, ManyErrors_TwentyAreReported) {
     std::string lines;
     for (int i = 0; i < 100; ++i)
         lines += "Reel a = 1\n";

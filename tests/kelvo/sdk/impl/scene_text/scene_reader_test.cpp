@@ -170,7 +170,7 @@ TEST_F(SceneReaderTest, DeepObjects_AreBounded) {
     EXPECT_LE(m_errors.size(), 20u);
 }
 
-TEST_F(SceneReaderTest, ManyErrors_AreToldUpToTwenty) {
+TEST_F(SceneReaderTest, ManyErrors_AreReportedUpToTwenty) {
     std::string text = "node a \"x\" {\n";
     for (int i = 0; i < 100; ++i)
         text += "    Reel r = 1\n";

@@ -88,7 +88,7 @@ TEST(ValueCondition, Objects_HaveNoValue) {
     EXPECT_TRUE(accepts("*", node.createArray("a", AttrType::Object)));
 }
 
-TEST(ValueCondition, WhatIsNoNumber_IsToldWithItsPlace) {
+TEST(ValueCondition, WhatIsNoNumber_IsReportedWithItsPlace) {
     ValueCondition condition;
     const QueryFault fault = ValueCondition::parse("<=x", condition);
     EXPECT_EQ(fault.at, 2u);

@@ -71,7 +71,7 @@ TEST(Wildcard, TextInPieces_MatchesAsTheWhole) {
     EXPECT_TRUE(wildcard.accepts(places));
 }
 
-TEST(Wildcard, TextThatCannotMatchAnyMore_IsTold) {
+TEST(Wildcard, TextThatCannotMatchAnyMore_IsReported) {
     const Wildcard wildcard = Wildcard::ofPath("lamp.x");
     Wildcard::Places places = wildcard.start();
     EXPECT_FALSE(wildcard.advance(places, "lump"));

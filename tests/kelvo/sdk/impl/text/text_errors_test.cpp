@@ -19,7 +19,7 @@ TEST(TextErrors, Report_IsInTheOrderOfTheText) {
     EXPECT_EQ(told[1].text().view(), "file:2:2: node 'n': second");
 }
 
-TEST(TextErrors, NameWithALineBreak_IsToldOnOneLine) {
+TEST(TextErrors, NameWithALineBreak_IsReportedOnOneLine) {
     TextErrors errors("a", 20);
     errors.add(0, "n\r\nm", "The name 'n\nm' is no identifier.");
     Diagnostics told;
@@ -27,7 +27,7 @@ TEST(TextErrors, NameWithALineBreak_IsToldOnOneLine) {
     EXPECT_EQ(told[0].text(), "file:1:1: node 'n  m': The name 'n m' is no identifier.");
 }
 
-TEST(TextErrors, Report_KeepsWhatWasToldBefore) {
+TEST(TextErrors, Report_KeepsWhatWasReportedBefore) {
     TextErrors errors("a", 20);
     errors.add(0, String(), "new");
     Diagnostics told;
@@ -70,7 +70,7 @@ std::string toldOf(std::string_view text) {
     return all;
 }
 
-TEST(TextErrors, Conflicts_AreToldAlone) {
+TEST(TextErrors, Conflicts_AreReportedAlone) {
     const std::string text = "a\n<<<<<<< mine\nb\n||||||| base\n=======\nc\n>>>>>>> theirs\nd\n"
                              "<<<<<<<\r\n=======\r\n>>>>>>>\r\n";
     const std::string settle =
@@ -79,7 +79,7 @@ TEST(TextErrors, Conflicts_AreToldAlone) {
                                 "f:9:1: A merge left a conflict here, up to line 11" + settle);
 }
 
-TEST(TextErrors, HalfAConflict_IsToldWhereItsMarkIs) {
+TEST(TextErrors, HalfAConflict_IsReportedWhereItsMarkIs) {
     const std::string settle = ": A mark of a merge: settle the conflict and take the line out.\n";
     EXPECT_EQ(toldOf("<<<<<<< mine\na\n"), "f:1:1" + settle);
     EXPECT_EQ(toldOf("a\n>>>>>>> theirs"), "f:2:1" + settle);
@@ -90,7 +90,7 @@ TEST(TextErrors, TextThatOnlyLooksLikeAConflict_KeepsItsErrors) {
     EXPECT_EQ(toldOf("=======\n <<<<<<<\n<<<<<<\n"), "f:1:1: consequence\n");
 }
 
-TEST(TextErrors, MoreConflictsThanAreTold_EndAtTheLimit) {
+TEST(TextErrors, MoreConflictsThanAreReported_EndAtTheLimit) {
     std::string text;
     for (int i = 0; i < 30; ++i)
         text += "<<<<<<< a\n=======\n>>>>>>> b\n";

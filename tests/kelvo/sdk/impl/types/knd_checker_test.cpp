@@ -135,7 +135,7 @@ TEST(KndChecker, InputsInheritedTooOften_IsAnError) {
     EXPECT_NE(libraryErrors(text).find("The types get more than 26"), std::string::npos);
 }
 
-TEST(KndChecker, BasesThatConflictThroughout_AreToldOnceAndSoon) {
+TEST(KndChecker, BasesThatConflictThroughout_AreReportedOnceAndSoon) {
     std::string lines;
     for (int i = 0; i < 20'000; ++i)
         lines += "Real x" + std::to_string(i) + "\n";

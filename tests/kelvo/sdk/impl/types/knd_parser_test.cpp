@@ -105,7 +105,7 @@ const BadCase kBad[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Table, KndParserBad, testing::ValuesIn(kBad));
 
-TEST(KndParser, ManyErrors_AreToldUpToTwenty) {
+TEST(KndParser, ManyErrors_AreReportedUpToTwenty) {
     std::string text = "type a {\n";
     for (int i = 0; i < 30; ++i)
         text += "  Raal x" + std::to_string(i) + "\n";

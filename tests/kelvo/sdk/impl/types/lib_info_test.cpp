@@ -28,12 +28,12 @@ bool eval(EvalCtx*, void*) {
 bool modify(INode*, INode*) {
     return true;
 }
-bool letGo(INode*, void**) {
+bool detach(INode*, void**) {
     return true;
 }
 void changed(IInput*) {}
 
-constexpr NodeCallbacks kAll{init, prep, eval, modify, letGo, changed};
+constexpr NodeCallbacks kAll{init, prep, eval, modify, detach, changed};
 
 TEST(LibInfoTest, Types_MatchExactly) {
     const auto library = RefersTo<LibInfo>::adopt(new LibInfo("a/b.knd"));
@@ -42,7 +42,7 @@ TEST(LibInfoTest, Types_MatchExactly) {
     EXPECT_EQ(library->nodePrep("mesh"), &prep);
     EXPECT_EQ(library->nodeEval("mesh"), &eval);
     EXPECT_EQ(library->nodeModify("mesh"), &modify);
-    EXPECT_EQ(library->nodeFree("mesh"), &letGo);
+    EXPECT_EQ(library->nodeFree("mesh"), &detach);
     EXPECT_EQ(library->nodeChanged("mesh"), &changed);
     EXPECT_EQ(library->nodeInit("Mesh"), nullptr);
     EXPECT_EQ(library->nodeInit(""), nullptr);
@@ -197,7 +197,7 @@ bool freeNothing(INode*, void**) {
     return true;
 }
 
-TEST(LibInfoTest, FreeThatLeavesData_IsTold) {
+TEST(LibInfoTest, FreeThatLeavesData_IsReported) {
     const tests::LogCapture log;
     const auto library = tests::libraryOf("type a {\n}");
     library->setCallbacks("a", {leave, nullptr, eval, nullptr, freeNothing, nullptr});

@@ -111,7 +111,7 @@ constexpr const char* kFiles = "node t \"wood\" {\n String dir = \"textures\"\n 
                                "node t \"kept\" {\n String dir = \"\"\n String file = \"x\"\n"
                                " String ext = \"\"\n Buffer<Byte> data = [1]\n}\n";
 
-TEST(SceneRulesOfFiles, MissingFile_IsToldWhereFilesCanBeLookedFor) {
+TEST(SceneRulesOfFiles, MissingFile_IsReportedWhereFilesCanBeLookedFor) {
     const Scene scene = tests::sceneOf(kFiles);
     std::string asked;
     const ValidationOptions options{.fileExists = [&](const String& path) {
@@ -132,7 +132,7 @@ TEST(SceneRulesOfFiles, FileThatIsThere_IsNoFinding) {
 
 // ---- Comments -----------------------------------------------------------------------------------
 
-TEST(SceneRulesOfComments, ConflictsOfAMerge_AreTold) {
+TEST(SceneRulesOfComments, ConflictsOfAMerge_AreReported) {
     const Scene scene = tests::sceneOf("kelvo scene 1\n\n# plain\n# conflict: a type: mine t\n"
                                        "node t \"a\" {\n"
                                        "    Object o {\n        # conflict: a.o.r: base 1, mine 2\n"
@@ -158,7 +158,7 @@ TEST(SceneRulesOfTypes, ScenesWithoutLibraries_MayHoldAnyType) {
     EXPECT_EQ(found(tests::sceneOf("node bx \"a\" {\n}\nnode object \"b\" {\n}\n")), "");
 }
 
-TEST(SceneRulesOfTypes, UnknownTypes_AreTold) {
+TEST(SceneRulesOfTypes, UnknownTypes_AreReported) {
     EXPECT_EQ(
         found(sceneWithTypes("node piant \"a\" {\n}\nnode zebra \"b\" {\n}\n")),
         "misspelled-type: a: node 'a': no library knows its type 'piant': did you mean "
@@ -167,7 +167,7 @@ TEST(SceneRulesOfTypes, UnknownTypes_AreTold) {
         "were not checked.");
 }
 
-TEST(SceneRulesOfTypes, UnknownAttributes_AreTold) {
+TEST(SceneRulesOfTypes, UnknownAttributes_AreReported) {
     EXPECT_EQ(found(sceneWithTypes("node box \"a\" {\n Real sice = 1\n Object shade {\n"
                                    " Real more = 1\n }\n Object _meta {\n Real any = 1\n }\n"
                                    " Object own {\n Real inside = 1\n }\n output Real other\n}\n")),
@@ -204,12 +204,12 @@ TEST(SceneRulesOfTypes, WarningsAndWhatIsUnchecked_PassUnlessStrict) {
     expectPasses("node object \"a\" {\n}\n", false, false);
 }
 
-TEST(SceneRulesOfTypes, AbstractType_IsTold) {
+TEST(SceneRulesOfTypes, AbstractType_IsReported) {
     EXPECT_EQ(found(sceneWithTypes("node object \"a\" {\n}\n")),
               "abstract-type: a: node 'a' is of type 'object', which is only a base of others.");
 }
 
-TEST(SceneRulesOfTypes, OtherKinds_AreTold) {
+TEST(SceneRulesOfTypes, OtherKinds_AreReported) {
     EXPECT_EQ(
         found(sceneWithTypes("node box \"a\" {\n Int size = 1\n Real shade = 1\n"
                              " output Int volume\n}\nnode t \"b\" {\n Node n = a\n}\n")),
@@ -220,7 +220,7 @@ TEST(SceneRulesOfTypes, OtherKinds_AreTold) {
         "not checked.");
 }
 
-TEST(SceneRulesOfTypes, MissingAttributes_AreTold) {
+TEST(SceneRulesOfTypes, MissingAttributes_AreReported) {
     const Scene scene = sceneWithTypes("node box \"a\" @own {\n Object shade {\n"
                                        " Array<Int> steps = []\n } @own\n output Real volume\n}\n"
                                        "node paint \"b\" {\n Array<Node> modifiers = [a]\n}\n");
@@ -237,7 +237,7 @@ TEST(SceneRulesOfTypes, MissingAttributes_AreTold) {
               "modifies nothing.");
 }
 
-TEST(SceneRulesOfTypes, ReadOnlyInputsWithAnotherValue_AreToldAndSetBack) {
+TEST(SceneRulesOfTypes, ReadOnlyInputsWithAnotherValue_AreReportedAndSetBack) {
     const auto library = tests::libraryOf("type seal {\n  Int year = 7 @readonly @max 9\n"
                                           "  Object o {\n    Int inner = 1 @readonly\n  }\n}");
     const Scene scene = Scene::create();

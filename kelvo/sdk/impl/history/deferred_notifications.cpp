@@ -1,57 +1,58 @@
-#include "kelvo/sdk/impl/history/news_hold.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include "kelvo/base/log.h"
 
 namespace qv::kelvo_sdk::impl {
 
-thread_local constinit NewsHold* NewsHold::s_current = nullptr;
+thread_local constinit DeferredNotifications* DeferredNotifications::s_current = nullptr;
 
-thread_local constinit bool CertainTelling::s_isOn = false;
+thread_local constinit bool CertainDelivery::s_isOn = false;
 
-void NewsHold::add(std::unique_ptr<News> news) noexcept {
+void DeferredNotifications::add(std::unique_ptr<Notification> notification) noexcept {
     if (isMuted()) return;
-    News* const added = news.get();
-    (m_last ? m_last->m_next : m_first) = std::move(news);
+    Notification* const added = notification.get();
+    (m_last ? m_last->m_next : m_first) = std::move(notification);
     m_last = added;
 }
 
-std::unique_ptr<NewsHold::News> NewsHold::takeFirst(std::unique_ptr<News>& from) noexcept {
+std::unique_ptr<DeferredNotifications::Notification>
+DeferredNotifications::takeFirst(std::unique_ptr<Notification>& from) noexcept {
     auto first = std::move(from);
     from = std::move(first->m_next);
     return first;
 }
 
 // Destroys the list in a loop; recursion could overflow the stack.
-void NewsHold::dropSince(const Mark& mark) noexcept {
-    NewsHold* const hold = s_current;
+void DeferredNotifications::dropSince(const Mark& mark) noexcept {
+    DeferredNotifications* const hold = s_current;
     if (!hold) return;
-    auto* const last = hold == mark.hold ? const_cast<News*>(mark.last) : nullptr;
+    auto* const last = hold == mark.hold ? const_cast<Notification*>(mark.last) : nullptr;
     auto dropped = std::move(last ? last->m_next : hold->m_first);
     hold->m_last = last;
     while (dropped)
         dropped = std::move(dropped->m_next);
 }
 
-void NewsHold::begin() noexcept {
+void DeferredNotifications::begin() noexcept {
     s_current = this;
 }
 
 // Ends the hold first, because observers may begin changes of their own.
-void NewsHold::release() {
+void DeferredNotifications::release() {
     if (!m_isOutermost) return;
     s_current = m_before;
     if (!m_first) return;
-    const CertainTelling certain;
+    const CertainDelivery certain;
     AllCalls calls;
     m_last = nullptr;
     for (auto kept = std::move(m_first); kept;) {
-        const auto news = takeFirst(kept);
-        calls.make([&] { news->tell(); });
+        const auto notification = takeFirst(kept);
+        calls.make([&] { notification->deliver(); });
     }
     calls.end();
 }
 
-void NewsHold::end() noexcept {
+void DeferredNotifications::end() noexcept {
     try {
         release();
     } catch (...) {

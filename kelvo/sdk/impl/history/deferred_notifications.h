@@ -10,12 +10,12 @@ namespace qv::kelvo_sdk::impl {
 
 /// During its lifetime, on its thread, notifications are delivered even when memory runs out: work
 /// on the way that would need memory is left out.
-class CertainTelling {
+class CertainDelivery {
 public:
-    CertainTelling() noexcept : m_before(std::exchange(s_isOn, true)) {}
-    ~CertainTelling() { s_isOn = m_before; }
-    CertainTelling(const CertainTelling&) = delete;
-    CertainTelling& operator=(const CertainTelling&) = delete;
+    CertainDelivery() noexcept : m_before(std::exchange(s_isOn, true)) {}
+    ~CertainDelivery() { s_isOn = m_before; }
+    CertainDelivery(const CertainDelivery&) = delete;
+    CertainDelivery& operator=(const CertainDelivery&) = delete;
 
     [[nodiscard]] static bool isOn() noexcept { return s_isOn; }
 
@@ -32,17 +32,17 @@ private:
 ///
 /// Applies to its thread, for all scenes. Inside another hold it delivers nothing; the outer
 /// hold does. Declare it before the step of the change: a step that fails drops its notifications.
-class NewsHold {
+class DeferredNotifications {
 public:
     /// A notification held back. Keeps the objects that it names alive.
-    class News {
+    class Notification {
     public:
-        virtual ~News() = default;
-        virtual void tell() = 0;
+        virtual ~Notification() = default;
+        virtual void deliver() = 0;
 
     private:
-        friend class NewsHold;
-        std::unique_ptr<News> m_next;
+        friend class DeferredNotifications;
+        std::unique_ptr<Notification> m_next;
     };
     enum class Kind {
         /// `add` throws when memory runs out.
@@ -53,46 +53,46 @@ public:
         Muted
     };
 
-    explicit NewsHold(Kind kind = Kind::Strict) noexcept
+    explicit DeferredNotifications(Kind kind = Kind::Strict) noexcept
         : m_kind(kind), m_before(s_current), m_isOutermost(!s_current || kind == Kind::Muted) {
         if (m_isOutermost) begin();
     }
     /// Delivers what is still held; exceptions of observers are then logged and dropped.
-    ~NewsHold() {
+    ~DeferredNotifications() {
         if (!m_isOutermost) return;
         if (s_current == this) end();
         s_current = m_before;
     }
-    NewsHold(const NewsHold&) = delete;
-    NewsHold& operator=(const NewsHold&) = delete;
+    DeferredNotifications(const DeferredNotifications&) = delete;
+    DeferredNotifications& operator=(const DeferredNotifications&) = delete;
 
     /// Returns the hold of this thread, null when notifications are delivered at once.
-    [[nodiscard]] static NewsHold* current() noexcept { return s_current; }
+    [[nodiscard]] static DeferredNotifications* current() noexcept { return s_current; }
     [[nodiscard]] bool isMuted() const noexcept { return m_kind == Kind::Muted; }
 
     /// Allocates the notification that makes `call`; `add` then cannot fail.
     template<typename Call>
-    [[nodiscard]] static std::unique_ptr<News> make(Call call) {
-        return std::make_unique<NewsOf<Call>>(std::move(call));
+    [[nodiscard]] static std::unique_ptr<Notification> make(Call call) {
+        return std::make_unique<NotificationOf<Call>>(std::move(call));
     }
-    void add(std::unique_ptr<News> news) noexcept;
+    void add(std::unique_ptr<Notification> notification) noexcept;
     template<typename Call>
     void add(Call call) {
         if (isMuted()) return;
-        std::unique_ptr<News> news;
+        std::unique_ptr<Notification> notification;
         try {
-            news = make(call);
+            notification = make(call);
         } catch (const std::bad_alloc&) {
             if (m_kind == Kind::Strict) throw;
-            return tellNow(call);
+            return deliverNow(call);
         }
-        add(std::move(news));
+        add(std::move(notification));
     }
 
     /// A position in the queue of a hold.
     struct Mark {
-        const NewsHold* hold;
-        const News* last;
+        const DeferredNotifications* hold;
+        const Notification* last;
     };
     [[nodiscard]] static Mark mark() noexcept {
         return {s_current, s_current ? s_current->m_last : nullptr};
@@ -105,10 +105,10 @@ public:
 
 private:
     template<typename Call>
-    class NewsOf final : public News {
+    class NotificationOf final : public Notification {
     public:
-        explicit NewsOf(Call call) : m_call(std::move(call)) {}
-        void tell() override { m_call(); }
+        explicit NotificationOf(Call call) : m_call(std::move(call)) {}
+        void deliver() override { m_call(); }
 
     private:
         Call m_call;
@@ -116,7 +116,7 @@ private:
 
     // Delivers all held notifications first, then makes the call even when observers throw.
     template<typename Call>
-    void tellNow(const Call& call) {
+    void deliverNow(const Call& call) {
         AllCalls calls;
         calls.make([this] { release(); });
         calls.make(call);
@@ -125,22 +125,24 @@ private:
     }
     void begin() noexcept;
     void end() noexcept;
-    [[nodiscard]] static std::unique_ptr<News> takeFirst(std::unique_ptr<News>& from) noexcept;
+    [[nodiscard]] static std::unique_ptr<Notification>
+    takeFirst(std::unique_ptr<Notification>& from) noexcept;
 
     // Initial-exec makes access a plain load, in a shared library as well: every write reads it.
-    [[gnu::tls_model("initial-exec")]] static thread_local constinit NewsHold* s_current;
+    [[gnu::tls_model(
+        "initial-exec")]] static thread_local constinit DeferredNotifications* s_current;
 
     const Kind m_kind;
-    NewsHold* const m_before;
+    DeferredNotifications* const m_before;
     const bool m_isOutermost;
-    std::unique_ptr<News> m_first;
-    News* m_last = nullptr;
+    std::unique_ptr<Notification> m_first;
+    Notification* m_last = nullptr;
 };
 
 /// Makes the call after all notifications held so far.
 template<typename Call>
-void afterTelling(Call call) {
-    NewsHold* hold = NewsHold::current();
+void afterNotifications(Call call) {
+    DeferredNotifications* hold = DeferredNotifications::current();
     if (hold && !hold->isMuted())
         hold->add(std::move(call));
     else
