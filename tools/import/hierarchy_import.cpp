@@ -1,5 +1,7 @@
 #include "tools/import/import_context.h"
 
+#include "kelvo/base/walk_all.h"
+
 namespace qv::model_import {
 
 namespace {
@@ -37,10 +39,16 @@ struct Pending {
     Node parent;
 };
 
-void pushChildren(const aiNode& source, const Node& xform, std::vector<Pending>& pending) {
-    for (u32 i = source.mNumChildren; i > 0; --i) {
-        if (source.mChildren[i - 1]) pending.push_back({source.mChildren[i - 1], xform});
-    }
+// Makes an xform of a node and passes its children to `add`, the first one last.
+template<typename Add>
+void importNode(ImportContext& context, const Pending& next, const Add& add) {
+    const Node xform = createXform(context, *next.source);
+    if (next.parent)
+        addChild(next.parent, xform);
+    else
+        context.tops.push_back(xform);
+    for (u32 i = next.source->mNumChildren; i > 0; --i)
+        if (const aiNode* child = next.source->mChildren[i - 1]) add({child, xform});
 }
 
 } // namespace
@@ -49,21 +57,15 @@ void pushChildren(const aiNode& source, const Node& xform, std::vector<Pending>&
 void importHierarchy(ImportContext& context) {
     const aiNode* root = context.model.mRootNode;
     if (!root) return;
-    std::vector<Pending> pending;
-    if (isAddedByReader(context.model, *root))
-        pushChildren(*root, Node(), pending);
+    const auto importFrom = [&](const aiNode* top) {
+        walkAll(Pending{top, Node()},
+                [&](const Pending& next, const auto& add) { importNode(context, next, add); });
+    };
+    if (!isAddedByReader(context.model, *root))
+        importFrom(root);
     else
-        pending.push_back({root, Node()});
-    while (!pending.empty()) {
-        const Pending next = std::move(pending.back());
-        pending.pop_back();
-        const Node xform = createXform(context, *next.source);
-        if (next.parent)
-            addChild(next.parent, xform);
-        else
-            context.tops.push_back(xform);
-        pushChildren(*next.source, xform, pending);
-    }
+        for (u32 i = 0; i < root->mNumChildren; ++i)
+            if (root->mChildren[i]) importFrom(root->mChildren[i]);
     if (!context.placed.empty())
         importMetadata(context, context.placed.front().xform, "asset", context.model.mMetaData);
 }

@@ -2,6 +2,7 @@
 
 #include "tools/kelvo/hierarchy.h"
 
+#include "kelvo/base/walk_all.h"
 #include "kelvo/sdk/interfaces/i_output.h"
 
 #include <algorithm>
@@ -37,23 +38,15 @@ SceneGraph::SceneGraph(const kelvo_sdk::Scene& scene, const EdgeSorts& sorts) : 
 
 // Visits all inputs of a node at any depth, in order and without recursion.
 void SceneGraph::addInputs(u32 owner) {
-    struct Step {
-        const IInputContainer* container;
-        u64 next = 0;
-    };
     const INode& node = *m_nodes[owner].node;
     const IInput* childList = Hierarchy::childListOf(node);
-    std::vector<Step> way{{&node}};
-    while (!way.empty()) {
-        Step& step = way.back();
-        if (step.next == step.container->inputCount()) {
-            way.pop_back();
-            continue;
-        }
-        const IInput* input = step.container->input(step.next++);
+    const auto visit = [&](const IInput* input, const auto& add) {
         addInput(owner, *input, childList);
-        if (input->inputCount() != 0) way.push_back({input});
-    }
+        for (u64 i = input->inputCount(); i-- > 0;)
+            add(input->input(i));
+    };
+    for (u64 i = 0; i < node.inputCount(); ++i)
+        walkAll<const IInput*>(node.input(i), visit);
 }
 
 void SceneGraph::addInput(u32 owner, const IInput& input, const IInput* childList) {

@@ -1,5 +1,6 @@
 #include "tools/kelvo/neighbourhood.h"
 
+#include "kelvo/base/walk_all.h"
 #include "kelvo/sdk/interfaces/i_output.h"
 
 #include <unordered_set>
@@ -18,20 +19,17 @@ String NodeLink::text() const {
 // Works without recursion: arrays and objects may be nested to any depth.
 std::vector<NodeLink> linksOf(INode& node) {
     std::vector<NodeLink> links;
-    std::vector<const IInput*> left;
-    for (u64 i = node.inputCount(); i-- > 0;)
-        left.push_back(node.input(i));
-    while (!left.empty()) {
-        const IInput* input = left.back();
-        left.pop_back();
+    const auto visit = [&](const IInput* input, const auto& add) {
         INode* linked = nullptr;
         if (input->type() == AttrType::Node && input->readNode(linked, false, nullptr) && linked)
             links.push_back({&node, linked, input, nullptr});
         if (const IOutput* source = input->source(); source && source->node())
             links.push_back({&node, source->node(), input, source});
         for (u64 i = input->inputCount(); i-- > 0;)
-            left.push_back(input->input(i));
-    }
+            add(input->input(i));
+    };
+    for (u64 i = 0; i < node.inputCount(); ++i)
+        walkAll<const IInput*>(node.input(i), visit);
     return links;
 }
 
@@ -70,16 +68,13 @@ std::vector<INode*> Neighbourhood::allOf(INode& node) const {
         return found;
     }
     std::unordered_set<const INode*> seen;
-    std::vector<INode*> left{&node};
-    while (!left.empty()) {
-        INode* next = left.back();
-        left.pop_back();
-        if (!seen.insert(next).second) continue;
+    walkAll(&node, [&](INode* next, const auto& add) {
+        if (!seen.insert(next).second) return;
         if (next != &node) found.push_back(next);
         const std::vector<Neighbour> neighbours = of(*next);
         for (std::size_t i = neighbours.size(); i-- > 0;)
-            left.push_back(neighbours[i].node);
-    }
+            add(neighbours[i].node);
+    });
     return found;
 }
 

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 
+#include "kelvo/base/walk_all.h"
+
 #include <algorithm>
 
 // ---- Removals ------------------------------------------------------------------------------
@@ -82,20 +84,17 @@ void SceneMerger::claimChanged(const Sides& sides, const DocNames& removed) {
 
 // Keeps nodes that the preferred side newly refers to, and those that claimed nodes need.
 void SceneMerger::claimTargets(const Sides& sides, const DocNames& removed) {
-    std::vector<const DocNode*> left;
-    for (const DocNode& node : sides.having.nodes)
-        if (!removed.contains(node.name) || m_claims.contains(node.name)) left.push_back(&node);
-    while (!left.empty()) {
-        const DocNode& node = *left.back();
-        left.pop_back();
-        const bool isClaimed = removed.contains(node.name);
-        const DocNames had = targetsOf(isClaimed ? nullptr : m_baseNodes.find(node.name));
-        for (const std::string_view name : targetsOf(&node)) {
+    const auto claimFrom = [&](const DocNode* node, const auto& add) {
+        const bool isClaimed = removed.contains(node->name);
+        const DocNames had = targetsOf(isClaimed ? nullptr : m_baseNodes.find(node->name));
+        for (const std::string_view name : targetsOf(node)) {
             const DocNode* target = sides.havingNodes.find(name);
             if (!target || !removed.contains(name) || had.contains(name)) continue;
-            if (m_claims.emplace(target->name, kRefersTo).second) left.push_back(target);
+            if (m_claims.emplace(target->name, kRefersTo).second) add(target);
         }
-    }
+    };
+    for (const DocNode& node : sides.having.nodes)
+        if (!removed.contains(node.name) || m_claims.contains(node.name)) walkAll(&node, claimFrom);
 }
 
 // Return the word for a side's change of an object that the other side removed; empty for no

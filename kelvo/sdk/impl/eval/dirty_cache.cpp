@@ -77,14 +77,8 @@ void DirtyCache::spread(const Node& from) {
         m_known.resize(reader.graph()->end());
     note(from, Known::Dirty);
     m_turned.clear();
-    m_pending.assign(1, reader.spotOf(from));
-    while (!m_pending.empty()) {
-        const Spot spot = m_pending.back();
-        m_pending.pop_back();
-        reader.forEachLead(spot, LeadKind::Readers, [&](Spot next, bool) {
-            if (turns(next, reader.nodeAt(next))) m_pending.push_back(next);
-        });
-    }
+    visitDownstream(reader, from, m_pending,
+                    [this](Spot spot, Node& node) { return turns(spot, node); });
     for (const auto& [node, number] : m_turned) {
         node->raiseDirty({});
         m_known[number] = Known::Dirty;

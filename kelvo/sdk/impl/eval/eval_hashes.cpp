@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -89,19 +90,12 @@ private:
     }
 
     void collect(const Node& node, Found& found) {
-        m_lists.assign(1, &node.inputs());
-        while (!m_lists.empty()) {
-            const ds::Vector<IInput*>& inputs = *m_lists.back();
-            m_lists.pop_back();
-            for (const IInput* next : inputs) {
-                const auto& input = *implOf(next);
-                // A callback may read the stored value instead of the source's.
-                if (input.sourceOutput()) found.hash = hashMix(found.hash, input.value().hash());
-                addDependency(sourceNode(input), found);
-                addDependency(linkedNode(input), found);
-                if (!input.members().empty()) m_lists.push_back(&input.members());
-            }
-        }
+        visitInputs(node, [&](const Input& input) {
+            // A callback may read the stored value instead of the source's.
+            if (input.sourceOutput()) found.hash = hashMix(found.hash, input.value().hash());
+            addDependency(sourceNode(input), found);
+            addDependency(linkedNode(input), found);
+        });
     }
 
     void addDependency(const INode* below, Found& found) {
@@ -163,7 +157,6 @@ private:
     std::unordered_map<const Node*, u64> m_places;
     std::vector<Found> m_found;
     std::vector<const Node*> m_below;
-    std::vector<const ds::Vector<IInput*>*> m_lists;
     std::vector<u64> m_path;
     std::vector<u64> m_open;
 };
@@ -211,8 +204,8 @@ void EvalHashes::nodeAdded(const Node& node) noexcept {
 // When memory is out, forgets all hashes.
 void EvalHashes::forgetReaders(const Node& from) noexcept {
     try {
-        visitDownstream(from, m_pending,
-                        [this](const Node& reader) { return m_known.erase(&reader) != 0; });
+        visitDownstream(GraphReader(&from), from, m_pending,
+                        [this](Spot, const Node& reader) { return m_known.erase(&reader) != 0; });
     } catch (const std::bad_alloc&) {
         m_known.clear();
     }

@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
 #include <unordered_set>
@@ -49,24 +50,16 @@ private:
     }
 
     void leaveFor(const INode& node) {
-        m_lists.assign(1, &implOf(node).inputs());
-        while (!m_lists.empty()) {
-            const ds::Vector<IInput*>& inputs = *m_lists.back();
-            m_lists.pop_back();
-            for (const IInput* next : inputs) {
-                const auto& input = *implOf(next);
-                if (!input.members().empty()) m_lists.push_back(&input.members());
-                Output* source = input.sourceOutput();
-                if (source && source->node() && source->node()->hasNodeEval())
-                    m_pending.push_back({source, false});
-            }
-        }
+        visitInputs(implOf(node), [this](const Input& input) {
+            Output* source = input.sourceOutput();
+            if (source && source->node() && source->node()->hasNodeEval())
+                m_pending.push_back({source, false});
+        });
     }
 
     std::vector<RefersTo<IOutput>> m_found;
     std::unordered_set<const Output*> m_seen;
     std::vector<Step> m_pending;
-    std::vector<const ds::Vector<IInput*>*> m_lists;
 };
 
 } // namespace

@@ -113,18 +113,18 @@ private:
     std::vector<i32> m_otherMarks;
 };
 
-/// Calls `enter(Node&)` for the readers of a node and, where `enter` returns true, for their
+/// Calls `enter(Spot, Node&)` for the readers of a node and, where `enter` returns true, for their
 /// readers in turn. May visit a node repeatedly. Not recursive, because a long chain would overflow
 /// the stack; `pending` is working memory for the walk.
 template<typename Enter>
-void visitDownstream(const Node& from, std::vector<Spot>& pending, const Enter& enter) {
-    const GraphReader reader(&from);
+void visitDownstream(const GraphReader& reader, const Node& from, std::vector<Spot>& pending,
+                     const Enter& enter) {
     pending.assign(1, reader.spotOf(from));
     while (!pending.empty()) {
         const Spot spot = pending.back();
         pending.pop_back();
         reader.forEachLead(spot, LeadKind::Readers, [&](Spot next, bool) {
-            if (enter(reader.nodeAt(next))) pending.push_back(next);
+            if (enter(next, reader.nodeAt(next))) pending.push_back(next);
         });
     }
 }

@@ -9,6 +9,7 @@
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/output.h"
@@ -190,25 +191,16 @@ bool Input::isElement() const noexcept {
 }
 
 IInput* Input::clone(INode* node, IInput* parent) const {
-    struct Level {
-        const Input* from;
-        Input* to;
-        u64 next = 0;
-    };
     RefersTo<Input> copy = cloneAlone(node, parent);
-    std::vector<Level> open;
-    if (!members().empty()) open.push_back({this, copy.get()});
-    while (!open.empty()) {
-        Level& level = open.back();
-        if (level.next == level.from->members().size()) {
-            open.pop_back();
-            continue;
-        }
-        const auto& from = implOf(*level.from->members()[level.next++]);
-        RefersTo<Input> member = from.cloneAlone(node, level.to);
-        Input* const to = member.get();
-        level.to->adoptMember(std::move(member), {});
-        if (!from.members().empty()) open.push_back({&from, to});
+    if (members().empty()) return copy.detach();
+    // The copies of the last input of the walk and of all inputs around it.
+    std::vector<Input*> copies{copy.get()};
+    InputWalk inside(members());
+    while (const Input* from = inside.next()) {
+        copies.resize(inside.depth() + 1);
+        RefersTo<Input> member = from->cloneAlone(node, copies.back());
+        copies.push_back(member.get());
+        copies[inside.depth()]->adoptMember(std::move(member), {});
     }
     return copy.detach();
 }

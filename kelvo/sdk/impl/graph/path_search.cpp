@@ -2,6 +2,8 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 
+#include "kelvo/base/walk_all.h"
+
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -84,16 +86,12 @@ void PathSearch::rememberWaiting() {
 // Frees the node and the nodes that were barred because of it. Nodes on the path are freed or
 // barred when they leave it.
 void PathSearch::free(Number node) {
-    std::vector<Number> left{node};
-    while (!left.empty()) {
-        const Number next = left.back();
-        left.pop_back();
+    walkAll(node, [this](Number next, const auto& add) {
         m_states[next].isBarred = false;
-        if (!m_remembersWaiting) continue;
-        for (const Number waiting : m_waiting[next]) {
-            if (m_states[waiting].isBarred) left.push_back(waiting);
-        }
-    }
+        if (!m_remembersWaiting) return;
+        for (const Number waiting : m_waiting[next])
+            if (m_states[waiting].isBarred) add(waiting);
+    });
 }
 
 // Also makes the states of nodes that are reached for the first time.

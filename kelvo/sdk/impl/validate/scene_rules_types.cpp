@@ -4,13 +4,13 @@
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
 #include "kelvo/base/spelling_suggestion.h"
+#include "kelvo/base/walk_all.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/graph/walk_all.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
 #include <utility>

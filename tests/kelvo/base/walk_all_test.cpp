@@ -1,8 +1,10 @@
-#include "kelvo/sdk/impl/graph/walk_all.h"
+#include "kelvo/base/walk_all.h"
 
 #include <gtest/gtest.h>
 
-namespace qv::kelvo_sdk::impl {
+#include <vector>
+
+namespace qv {
 namespace {
 
 TEST(WalkAll, Steps_ComeOnceEach_LastAddedFirst) {
@@ -26,4 +28,4 @@ TEST(WalkAll, LongChains_TakeNoStack) {
 }
 
 } // namespace
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv

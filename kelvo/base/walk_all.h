@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-namespace qv::kelvo_sdk::impl {
+namespace qv {
 
 /// Walks a graph without recursion: calls `visit(step, add)` for the first step and for each step
 /// passed to `add(step)`, the last added first.
@@ -19,4 +19,4 @@ void walkAll(Step first, const Visit& visit) {
     }
 }
 
-} // namespace qv::kelvo_sdk::impl
+} // namespace qv
