@@ -125,7 +125,7 @@ void Scene::adoptLinks(Node& node) {
 }
 
 bool Scene::contains(const INode& node) const {
-    return m_nodes.find(node.name()) == &node;
+    return graph().node(implOf(node).number()) == &node;
 }
 
 bool Scene::removeNode(INode* node) {
