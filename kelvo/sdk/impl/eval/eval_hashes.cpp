@@ -49,9 +49,9 @@ u64 ownHash(const Node& node) {
 // Computes the missing hashes of a node and its dependencies, without recursion. Links may form
 // cycles: nodes that reach each other share one sum, which does not depend on their order. Uses
 // Tarjan's algorithm ("Depth-first search and linear graph algorithms", 1972).
-class EvalHashWalk {
+class EvalHashes::Walk {
 public:
-    explicit EvalHashWalk(EvalHashes& hashes) : m_hashes(hashes) {}
+    explicit Walk(EvalHashes& hashes) : m_hashes(hashes) {}
 
     void run(const Node& start) {
         enter(start);
@@ -175,7 +175,7 @@ u64 EvalHashes::of(const Node& node) {
     if (!m_scene.contains(node)) return 0;
     if (m_known.size() < m_scene.graph().end()) m_known.resize(m_scene.graph().end());
     try {
-        EvalHashWalk(*this).run(node);
+        Walk(*this).run(node);
     } catch (...) {
         m_known.clear(); // It may contain a part of a cycle only.
         throw;

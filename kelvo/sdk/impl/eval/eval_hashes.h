@@ -33,7 +33,7 @@ public:
     void nodeAdded(const Node& node) noexcept;
 
 private:
-    friend class EvalHashWalk;
+    class Walk;
 
     // The hash of a node; the node is null while its number has none.
     struct Known {

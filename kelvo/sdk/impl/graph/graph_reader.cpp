@@ -33,7 +33,7 @@ const LeadRow* GraphReader::fill(Kind kind, NodeNumber number) const {
     const std::lock_guard lock(graph.mutex());
     if (const LeadRow* known = graph.row(kind, number)) return known;
     const LeadRow& row = graph.fill(kind, number, leads);
-    node.noteRow(kind);
+    node.noteRow(kind, {});
     return &row;
 }
 

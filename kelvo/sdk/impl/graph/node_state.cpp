@@ -130,26 +130,30 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
     collect(walk, out, downstream);
 }
 
+namespace {
+
+// Outside of scenes, asks each node by its virtual function, which a derived class may override.
+bool dependsOnDirty(const Node& node) {
+    if (node.sceneAround())
+        return finds(node, [&](const Node& each) { return &each != &node && each.isDirty(); });
+    const auto nodes = RefersTo<NodeIterator>::adopt(node.dependencies(false, false));
+    for (const INode* each = nodes->first(); each; each = nodes->next())
+        if (each->dirty(false)) return true;
+    return false;
+}
+
+} // namespace
+
 // Several threads may call this at once; each stores what it found in the flag.
 bool Node::dirty(bool deep) const {
     const std::atomic_ref<bool> flag(m_dirty);
     if (flag.load(std::memory_order_relaxed)) return true;
     if (m_scene && implOf(m_scene)->isDirtyStateCached())
         return flag.load(std::memory_order_relaxed);
-    const bool isDirty = deep && dependsOnDirty();
+    const bool isDirty = deep && dependsOnDirty(*this);
     if (flag.load(std::memory_order_relaxed) != isDirty)
         flag.store(isDirty, std::memory_order_relaxed);
     return isDirty;
-}
-
-// Outside of scenes, asks each node by its virtual function, which a derived class may override.
-bool Node::dependsOnDirty() const {
-    if (sceneAround())
-        return finds(*this, [this](const Node& node) { return &node != this && node.isDirty(); });
-    const auto nodes = RefersTo<NodeIterator>::adopt(dependencies(false, false));
-    for (const INode* node = nodes->first(); node; node = nodes->next())
-        if (node->dirty(false)) return true;
-    return false;
 }
 
 void Node::setDirty(bool dirty) {
@@ -158,7 +162,7 @@ void Node::setDirty(bool dirty) {
         markDirty();
         if (scene) scene->setDirty(true);
     } else if (m_dirty) {
-        if (scene) scene->nodeCleaning(*this);
+        if (scene) scene->nodeCleaning(*this, {});
         m_dirty = false;
     }
 }
@@ -166,7 +170,7 @@ void Node::setDirty(bool dirty) {
 // The scene of a node that is being destroyed may no longer exist.
 void Node::markDirty() const {
     const bool wasDirty = std::exchange(m_dirty, true);
-    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty);
+    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty, {});
 }
 
 NodeIterator* Node::dependencies(bool downstream, bool flag) const {

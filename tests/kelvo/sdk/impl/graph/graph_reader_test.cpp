@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/graph_reader.h"
 
+#include "tests/support/node_probe.h"
 #include "tests/support/walked_scene.h"
 
 #include <gtest/gtest.h>
@@ -80,10 +81,10 @@ TEST_F(GraphReaderTest, GraphThatDisagrees_IsToldAndNotUsedAnyMore) {
 TEST_F(GraphReaderTest, NumberThatDisagrees_IsTold) {
     auto* desk = implOf(m_desk.get());
     const NodeNumber number = desk->number();
-    desk->setNumber(7);
+    tests::probe(*desk).setNumber(7);
     EXPECT_EQ(faultsOf(m_scene), "desk has another number than in the compact graph\n");
     EXPECT_EQ(m_room.children(-1).size(), 2u);
-    desk->setNumber(number);
+    tests::probe(*desk).setNumber(number);
 }
 
 } // namespace
