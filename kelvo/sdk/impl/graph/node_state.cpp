@@ -91,7 +91,7 @@ bool finds(const Node& start, const Wanted& isWanted) {
     return found;
 }
 
-void append(std::span<Node* const> nodes, ds::Vector<INode*>& out) {
+void appendAll(std::span<Node* const> nodes, ds::Vector<INode*>& out) {
     out.reserve(out.size() + nodes.size());
     for (Node* node : nodes)
         out.push_back(node);
@@ -100,7 +100,7 @@ void append(std::span<Node* const> nodes, ds::Vector<INode*>& out) {
 void collect(DependencyWalk& walk, ds::Vector<INode*>& out, bool downstream) {
     for (const INode* node : out)
         walk.passOver(implOf(*node));
-    append(walk.collect(downstream), out);
+    appendAll(walk.collect(downstream), out);
 }
 
 } // namespace
@@ -178,7 +178,7 @@ NodeIterator* Node::dependencies(bool downstream, bool flag) const {
     walk.leaveFor(*this);
     ds::Vector<INode*> found;
     // The first is this node.
-    append(std::span(walk.collect(downstream)).subspan(1), found);
+    appendAll(std::span(walk.collect(downstream)).subspan(1), found);
     // The nodes are unique already.
     return new NodeIterator(std::move(found), flag, false);
 }
