@@ -223,7 +223,7 @@ bool SceneParser::parsePlain(const TreeKind& kind, Value& out) {
         return true;
     }
     const std::string_view rest = m_lexer.rest();
-    ValueReader reader(rest.data(), rest.data() + rest.size());
+    ValueReader reader(rest.data(), rest.data() + rest.size(), m_workers);
     const bool isRead = reader.read(kind.type, kind.dataType, out);
     m_lexer.skip(static_cast<u64>(reader.at() - rest.data()));
     if (isRead) return true;

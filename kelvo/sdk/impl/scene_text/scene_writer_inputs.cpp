@@ -196,7 +196,7 @@ void SceneWriter::writePlain(const Value& value) {
     if (value.type() == AttrType::Node)
         writeLink(value.asNode());
     else
-        writeValue(value, m_out);
+        writeValue(value, m_out, m_workers);
 }
 
 void SceneWriter::writeLink(const INode* target) {
