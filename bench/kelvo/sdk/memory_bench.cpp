@@ -1,6 +1,7 @@
 #include "bench/support/graphs.h"
 #include "bench/support/memory.h"
 #include "kelvo/sdk/impl/graph/node_iterator.h"
+#include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
 
 #include <benchmark/benchmark.h>
@@ -31,14 +32,24 @@ void walkFromEach(const Graph& graph) {
     }
 }
 
-// Returns the memory that does not depend on links: numbers with their rows, and marks of walks.
-std::size_t bytesOfNumbers() {
-    const std::size_t before = heapInUse();
-    impl::CompactGraph numbers;
-    for (i64 i = 0; i < kNodes; ++i)
-        benchmark::DoNotOptimize(numbers.claim());
-    { const impl::CompactGraph::Marks marks(numbers); }
-    return heapInUse() - before;
+struct Memory {
+    std::size_t numbers = 0; // The memory that does not depend on links, and the marks of walks.
+    std::size_t links = 0;
+};
+
+// Measures a copy of the graph, because parts of the original are made while the scene is built.
+Memory memoryOf(const impl::CompactGraph& graph) {
+    const std::size_t start = heapInUse();
+    impl::CompactGraph copy;
+    for (impl::NodeNumber i = 0; i < graph.end(); ++i)
+        benchmark::DoNotOptimize(copy.claim());
+    { const impl::CompactGraph::Marks marks(copy); }
+    const std::size_t numbers = heapInUse();
+    for (const auto kind : impl::CompactGraph::allKinds)
+        for (impl::NodeNumber i = 0; i < graph.end(); ++i)
+            if (const impl::LeadRow* row = graph.row(kind, i))
+                copy.fill(kind, i, {row->begin(), row->end()});
+    return {numbers - start, heapInUse() - numbers};
 }
 
 // Calls `refer` for each node and the `links` nodes after it, less near the end; returns how often.
@@ -92,23 +103,41 @@ struct TreeOfLinks : Tree {
     i64 links = kNodes - 1;
 };
 
-// The first walk of a scene allocates its marks, which count as part of the numbers here.
 template<typename G>
 void memoryOfGraph(benchmark::State& state) {
     for (auto _ : state) {
         const std::size_t start = heapInUse();
         const G graph(state.range(0));
-        const std::size_t numbers = bytesOfNumbers();
-        walk(graph.last()->dependencies(false, false));
-        const std::size_t built = heapInUse();
         walkFromEach(graph);
-        const auto links = static_cast<double>(heapInUse() - built);
-        const auto scene = static_cast<double>(built - start - numbers);
-        state.counters["graph_bytes_per_node"] = static_cast<double>(numbers) / kNodes;
-        state.counters["graph_bytes_per_link"] = links / static_cast<double>(graph.links);
-        state.counters["graph_percent"] = 100 * (links + static_cast<double>(numbers)) / scene;
+        const auto scene = static_cast<double>(heapInUse() - start);
+        const auto memory = memoryOf(static_cast<const impl::Scene&>(*graph.scene.get()).graph());
+        const auto all = static_cast<double>(memory.numbers + memory.links);
+        state.counters["graph_bytes_per_node"] = static_cast<double>(memory.numbers) / kNodes;
+        state.counters["graph_bytes_per_link"] =
+            static_cast<double>(memory.links) / static_cast<double>(graph.links);
+        state.counters["graph_percent"] = 100 * all / (scene - all);
     }
 }
+
+// Measures inputs with a name of their own, and elements of an array.
+void memoryOfInputs(benchmark::State& state) {
+    constexpr i64 kInputs = 10000;
+    for (auto _ : state) {
+        const Scene scene = Scene::create();
+        const Node node = scene.createNode("thing", "n");
+        const std::size_t start = heapInUse();
+        for (i64 i = 0; i < kInputs; ++i)
+            node.createInput(String::format("input%d", static_cast<int>(i)), AttrType::Real);
+        const std::size_t named = heapInUse();
+        const Input array = node.createArray("array", AttrType::Real);
+        for (i64 i = 0; i < kInputs; ++i)
+            array.append();
+        state.counters["heap_bytes_per_input"] = static_cast<double>(named - start) / kInputs;
+        state.counters["heap_bytes_per_element"] =
+            static_cast<double>(heapInUse() - named) / kInputs;
+    }
+}
+BENCHMARK(memoryOfInputs)->Name("memory_input")->Iterations(1);
 
 void severalCounts(benchmark::internal::Benchmark* benchmark) {
     benchmark->Arg(1)->Arg(3)->Arg(10)->Iterations(1)->Unit(benchmark::kMillisecond);
