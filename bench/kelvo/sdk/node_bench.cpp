@@ -65,7 +65,13 @@ void lookupAttrByKeptName(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(read.input(name));
 }
-BENCHMARK(lookupAttrByKeptName)->Name("lookup_attr_by_name_interned")->Arg(8)->Arg(32)->Arg(128);
+BENCHMARK(lookupAttrByKeptName)
+    ->Name("lookup_attr_by_name_interned")
+    ->Arg(8)
+    ->Arg(32)
+    ->Arg(128)
+    ->RangeMultiplier(10)
+    ->Range(1000, 1'000'000);
 
 void buildHierarchy(benchmark::State& state) {
     const int count = static_cast<int>(state.range(0));
@@ -94,6 +100,7 @@ void sceneNodes(benchmark::State& state) {
 }
 BENCHMARK(sceneNodes)
     ->Name("scene_build_iterate_die")
+    ->Arg(100)
     ->Arg(1000)
     ->Arg(10000)
     ->Arg(100000)
