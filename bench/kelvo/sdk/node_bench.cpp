@@ -95,7 +95,13 @@ void lookupAttrByKeptName(benchmark::State& state) {
                                              : attribute127;
     wide.measure([&](const Node& node) { return node.borrowInput(name); });
 }
-BENCHMARK(lookupAttrByKeptName)->Name("lookup_attr_by_name_interned")->Arg(8)->Arg(32)->Arg(128);
+BENCHMARK(lookupAttrByKeptName)
+    ->Name("lookup_attr_by_name_interned")
+    ->Arg(8)
+    ->Arg(32)
+    ->Arg(128)
+    ->RangeMultiplier(10)
+    ->Range(1000, 1'000'000);
 
 // Gets a handle, which counts a reference.
 void lookupAttrHandle(benchmark::State& state) {
@@ -150,6 +156,7 @@ void sceneNodes(benchmark::State& state) {
 }
 BENCHMARK(sceneNodes)
     ->Name("scene_build_iterate_die")
+    ->Arg(100)
     ->Arg(1000)
     ->Arg(10000)
     ->Arg(100000)

@@ -65,8 +65,21 @@ public:
         m_order.forEach([&](const Entry* entry) { visit(entry->node); });
     }
 
+    // The rest checks the table itself.
+
+    [[nodiscard]] u64 nameCount() const noexcept { return m_byName.size(); }
+    /// Tells whether the places of the nodes are counted correctly.
+    [[nodiscard]] bool isOrderSound() const noexcept { return m_order.isSound(); }
+    /// Calls `visit(name)` for each name that leads to a place where its node does not stand.
+    template<typename Visit>
+    void forEachMisplaced(const Visit& visit) const {
+        for (const auto& [name, entry] : m_byName)
+            if (m_order.inSlot(entry.slot) != &entry) visit(name);
+    }
+
 private:
-    friend class SceneVerifier;
+    // Breaks laws on purpose; only tests define it.
+    friend struct LawBreaker;
 
     struct Entry {
         Node* node;
