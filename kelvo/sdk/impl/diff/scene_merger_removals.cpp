@@ -1,10 +1,10 @@
+// Decides which removed nodes a merge keeps because the other side changed them or refers to them.
+
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 
 #include "kelvo/base/walk_all.h"
 
 #include <algorithm>
-
-// ---- Removals ------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,3 +1,5 @@
+// Evaluates outputs: calls the callbacks, uses the cache and refuses endless evaluations.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/output.h"
 

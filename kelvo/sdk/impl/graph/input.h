@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/base/name.h"
 #include "kelvo/base/only.h"
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
@@ -246,8 +247,10 @@ public:
     IInput* appendElement() override;
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
-    /// Like `input`, without messages and without a copy of the name.
-    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
+    /// Is `input`, without a copy of the name.
+    [[nodiscard]] IInput* findInputByName(const NameView& name) const;
+    /// Is like `findInputByName`, without a log entry.
+    [[nodiscard]] IInput* lookUpInput(const NameView& name) const noexcept;
     /// Elements or members; empty for other kinds. Inline; needs
     /// kelvo/sdk/impl/graph/input_extras.h.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;

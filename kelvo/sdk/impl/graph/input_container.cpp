@@ -28,8 +28,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 // Reads an element's name: its decimal index without leading zeros.
-bool indexFromName(const String& name, u64& out) noexcept {
-    const std::string_view text = name.view();
+bool indexFromName(std::string_view text, u64& out) noexcept {
     if (text.empty() || (text.size() > 1 && text[0] == '0')) return false;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
     return error == std::errc() && end == text.data() + text.size();
@@ -321,15 +320,21 @@ IInput* Input::input(String path) {
 }
 
 IInput* Input::input(String path) const {
-    IInput* member = lookUpInput(path);
-    if (!member) logError("Input '%s' not found in input '%s'.", path.buf(), this->path().buf());
+    return findInputByName(path);
+}
+
+IInput* Input::findInputByName(const NameView& name) const {
+    IInput* member = lookUpInput(name);
+    if (!member)
+        logError("Input '%s' not found in input '%s'.", String(name.text()).buf(), path().buf());
     return member;
 }
 
-IInput* Input::lookUpInput(const String& name) const noexcept {
+IInput* Input::lookUpInput(const NameView& name) const noexcept {
     if (!isArray()) return findInList(members(), name);
     u64 index = 0;
-    return indexFromName(name, index) && index < members().size() ? members()[index] : nullptr;
+    return indexFromName(name.text(), index) && index < members().size() ? members()[index]
+                                                                         : nullptr;
 }
 
 bool Input::removeInput(u64 index) {

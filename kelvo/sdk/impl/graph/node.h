@@ -2,6 +2,7 @@
 
 #include "kelvo/base/hash_map.h"
 #include "kelvo/base/math.h"
+#include "kelvo/base/name.h"
 #include "kelvo/base/only.h"
 #include "kelvo/base/string_vector.h"
 #include "kelvo/base/vector.h"
@@ -174,11 +175,11 @@ public:
     IOutput* output(u64 index) const override;
     IOutput* output(String name) override;
     IOutput* output(String name) const override;
-    [[nodiscard]] IInput* findInputByName(String name) const;
-    [[nodiscard]] IOutput* findOutputByName(String name) const;
-    /// Are like the finders by name, without log entries and copies of the name.
-    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
-    [[nodiscard]] IOutput* lookUpOutput(const String& name) const noexcept;
+    [[nodiscard]] IInput* findInputByName(const NameView& name) const;
+    [[nodiscard]] IOutput* findOutputByName(const NameView& name) const;
+    /// Are like the finders by name, without log entries.
+    [[nodiscard]] IInput* lookUpInput(const NameView& name) const noexcept;
+    [[nodiscard]] IOutput* lookUpOutput(const NameView& name) const noexcept;
     [[nodiscard]] IInput* findInputByIndex(u64 index) const;
     [[nodiscard]] IOutput* findOutputByIndex(u64 index) const;
     /// Returns -1 for null and for attributes of other nodes.

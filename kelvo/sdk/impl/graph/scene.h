@@ -74,6 +74,10 @@ public:
     // Names are unique without regard to case.
 
     [[nodiscard]] INode* findNode(String name) override;
+    /// Is `findNode`, without a copy of the name.
+    [[nodiscard]] Node* lookUpNode(const NameView& name) const noexcept {
+        return m_nodes.find(name);
+    }
     INode* createNode(String type, String name) override;
     /// Adds a free node at the end; a name in use gets the next free number. The scene takes a
     /// reference.

@@ -123,7 +123,7 @@ void Scene::adoptLinks(Node& node) {
 }
 
 bool Scene::contains(const INode& node) const {
-    return m_nodes.find(node.name()) == &node;
+    return graph().node(implOf(node).number()) == &node;
 }
 
 u64 Scene::indexOf(const INode& node) const noexcept {

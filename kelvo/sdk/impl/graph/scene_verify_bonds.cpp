@@ -1,3 +1,5 @@
+// Verifies connections, links and the tables that repeat them.
+
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
 #include "kelvo/sdk/impl/graph/node_links.h"

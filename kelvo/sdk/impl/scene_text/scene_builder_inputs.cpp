@@ -1,3 +1,5 @@
+// Builds the inputs and outputs of a node from their descriptions in a text.
+
 #include "kelvo/sdk/impl/scene_text/scene_builder.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
@@ -8,8 +10,6 @@
 
 #include <tuple>
 #include <utility>
-
-// ---- Inputs --------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -20,6 +20,11 @@ TEST_F(GraphReaderTest, Leads_ComeInOrder) {
     EXPECT_EQ(leads(m_desk, LeadKind::Readers), "room lamp! ");
 }
 
+TEST_F(GraphReaderTest, LeadsBackward_ComeLastFirst) {
+    EXPECT_EQ(leadsBackward(m_lamp, LeadKind::Dependencies), "room desk! ");
+    EXPECT_EQ(leadsBackward(m_desk, LeadKind::Readers), "lamp! room ");
+}
+
 TEST_F(GraphReaderTest, Row_IsKnownOnceItWasAskedFor) {
     EXPECT_FALSE(isKnown(m_desk, LeadKind::Readers));
     static_cast<void>(leads(m_desk, LeadKind::Readers));
@@ -41,6 +46,12 @@ TEST_F(GraphReaderTest, NodeThatLeadsOutOfTheScene_IsAskedItself) {
     EXPECT_EQ(leads(m_lamp, LeadKind::Dependencies), "desk! stray ");
     EXPECT_FALSE(isKnown(m_lamp, LeadKind::Dependencies));
     EXPECT_EQ(faultsOf(m_scene), "");
+}
+
+TEST_F(GraphReaderTest, NodeThatLeadsOutOfTheScene_IsAskedBackwardToo) {
+    const auto stray = RefersTo<Node>::adopt(new Node(nullptr, "thing", "stray"));
+    m_home->setNode(stray.get());
+    EXPECT_EQ(leadsBackward(m_lamp, LeadKind::Dependencies), "stray desk! ");
 }
 
 TEST_F(GraphReaderTest, NodeThatComesIn_IsNumberedWhereItIsLinkedTo) {
