@@ -58,7 +58,7 @@ INode* Scene::given(const Node* made) const noexcept {
 
 // Returns a copy of the prototype or, when that is null, a bare node. `addNode` may still change
 // its name.
-RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
+RefersTo<Node> Scene::makeNode(const Node* definition, String type, const String& name) {
     String free = m_nodes.freeName(name);
     if (!definition) return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
     RefersTo<Node> node = definition->copyFor(this, std::move(free));
@@ -78,9 +78,8 @@ void Scene::initialise(Node& node) {
 }
 
 bool Scene::addNode(Node* node) {
-    String name = node->name();
-    if (!checkName(name, "name") || m_nodes.find(name) == node) return false;
-    String free = m_nodes.freeName(name);
+    if (!checkName(node->ownName(), "name") || contains(*node)) return false;
+    String free = m_nodes.freeName(node->ownName());
     EditStep step(*this);
     step.prepare<NodeChange>(*node, m_nodes.size(), true);
     expect(static_cast<const INode*>(node));
@@ -125,7 +124,7 @@ void Scene::adoptLinks(Node& node) {
 }
 
 bool Scene::contains(const INode& node) const {
-    return m_nodes.find(node.name()) == &node;
+    return m_nodes.find(implOf(node).ownName()) == &node;
 }
 
 bool Scene::removeNode(INode* node) {
@@ -135,7 +134,8 @@ bool Scene::removeNode(INode* node) {
     NewsHold news;
     EditStep step(*this);
     clearReferences(*held);
-    auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false);
+    const u64 index = step.isRecording() ? m_nodes.indexOf(held->ownName()) : noIndex;
+    auto* change = step.prepare<NodeChange>(*held, index, false);
     expect(static_cast<const INode*>(node));
     if (change) change->takeAlong(m_comments);
     NodeTable::Place place = takeOut(*held);
@@ -152,7 +152,7 @@ bool Scene::removeNode(INode* node) {
 // Needs a node without links and connections to it, which the caller keeps alive.
 NodeTable::Place Scene::takeOut(Node& node) {
     node.surroundingsChanged();
-    NodeTable::Place place = m_nodes.take(node.name());
+    NodeTable::Place place = m_nodes.take(node.ownName());
     node.setHasLeft(true);
     node.decRef();
     m_comments.remove(&node);
@@ -216,7 +216,7 @@ void Scene::clearReferences(Node& node) {
         while (Input* input = links->first(&node))
             input->relink(node, nullptr);
     if (m_describesNodes) clearDescriptions(node);
-    visitInputs(node, [](Input& input) { input.disconnect(); });
+    visitInputsInPlace(node, [](Input& input) { input.disconnect(); });
     for (u64 i = 0; i < node.outputCount(); ++i)
         implOf(node.output(i))->disconnectTargets();
 }

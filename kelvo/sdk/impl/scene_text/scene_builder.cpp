@@ -101,7 +101,9 @@ void SceneBuilder::addUnheard() {
 
 RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
     const NamePool& names = m_tree.names;
-    return RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+    const String& name = names.text(from.name);
+    return RefersTo<Node>::adopt(from.definition ? new Node(*from.definition, nullptr, name)
+                                                 : new Node(nullptr, names.text(from.type), name));
 }
 
 void SceneBuilder::addCopy(const IInput& input, Node& node) {
@@ -127,10 +129,6 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
 // Bases in the text override those of the definition.
 void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     const Node* definition = from.definition;
-    if (definition) {
-        node.copyIdentity(*definition);
-        node.copyLibrary(*definition);
-    }
     node.m_isAbstract = from.isAbstract;
     node.m_isInternal = from.isInternal || (definition && !from.isOwn && node.m_isInternal);
     if (from.baseCount == 0 && !from.isOwn) return;
