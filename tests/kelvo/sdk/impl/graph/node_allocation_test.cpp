@@ -303,8 +303,7 @@ TEST(NodeAllocations, NewInputOfADefinition_IsOneAllocation) {
     node.createInput("first", AttrType::Real);
     const AttrData definition = AttrData::withDefault(Value(0.5));
     const String name("second");
-    const auto create = [&] { node.createInput(name, definition); };
-    EXPECT_EQ(failEachAllocation(create, [] {}), 1);
+    EXPECT_EQ(failEachAllocation([&] { node.createInput(name, definition); }, [] {}), 1);
 }
 
 TEST(NodeAllocations, ChangeThatNobodyHears_AllocatesNothing) {
