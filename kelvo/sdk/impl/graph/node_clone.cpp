@@ -6,14 +6,12 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/node.h"
 
 #include <algorithm>
 #include <bit>
-#include <tuple>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -74,17 +72,11 @@ u64 capacityOfAppended(u64 count) noexcept {
 
 void Node::copyAttributes(const Node& from) {
     m_inputs.reserve(capacityOfAppended(from.m_inputs.size()));
-    for (const IInput* input : from.m_inputs) {
-        auto copy = RefersTo<IInput>::adopt(implOf(input)->clone(this, nullptr));
-        appendToList(m_inputs, copy.get());
-        std::ignore = copy.detach();
-    }
+    for (const IInput* input : from.m_inputs)
+        append(RefersTo<Input>::adopt(implOf(implOf(input)->clone(this, nullptr))), {});
     m_outputs.reserve(capacityOfAppended(from.m_outputs.size()));
-    for (const IOutput* output : from.m_outputs) {
-        auto copy = RefersTo<IOutput>::adopt(implOf(output)->clone(this));
-        appendToList(m_outputs, copy.get());
-        std::ignore = copy.detach();
-    }
+    for (const IOutput* output : from.m_outputs)
+        append(RefersTo<Output>::adopt(implOf(implOf(output)->clone(this))), {});
 }
 
 } // namespace qv::kelvo_sdk::impl
