@@ -76,6 +76,16 @@ bool Node::mayCallBack() const noexcept {
     return scene && (scene->isHeard() || scene->history().isRecording());
 }
 
+bool Node::isUnheard(const Input& input) const noexcept {
+    if (m_destroying || m_nodeChanged || m_isObserved || NewsHold::current()) return false;
+    return (!m_scene || sceneOf(m_scene)->isQuiet()) && !isModifierList(input);
+}
+
+void Node::changedUnheard() const noexcept {
+    m_dirty = true;
+    if (m_scene) sceneOf(m_scene)->changedQuietly();
+}
+
 // Calls `tell(observer)` for each observer that is still subscribed at its turn.
 template<typename Tell>
 void Node::tellObservers(const Tell& tell) const {

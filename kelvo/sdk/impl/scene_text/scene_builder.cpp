@@ -101,7 +101,9 @@ void SceneBuilder::addUnheard() {
 
 RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
     const NamePool& names = m_tree.names;
-    return RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+    const String& name = names.text(from.name);
+    return RefersTo<Node>::adopt(from.definition ? new Node(*from.definition, nullptr, name)
+                                                 : new Node(nullptr, names.text(from.type), name));
 }
 
 void SceneBuilder::addCopy(const IInput& input, Node& node) {
@@ -122,7 +124,6 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
 // Bases in the text override those of the definition.
 void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     const Node* definition = from.definition;
-    if (definition) node.copyDefinition(*definition, {});
     const bool inheritsInternal = definition && !from.isOwn && node.isInternal();
     const bool isInternal = from.isInternal || inheritsInternal;
     if (from.baseCount == 0 && !from.isOwn) return node.setMarks(from.isAbstract, isInternal);
