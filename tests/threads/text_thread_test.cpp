@@ -152,6 +152,45 @@ TEST(TextThreads, Observers_HearOfNodesInTheirOrderOnTheCallingThread) {
     }
 }
 
+bool keepNothing(interfaces::INode*, void**) {
+    return true;
+}
+
+// The nodes that the library has initialised, and whether it was called on one thread alone.
+std::string s_initialised;
+std::thread::id s_caller;
+bool s_isCaller = true;
+
+TEST(TextThreads, Libraries_InitialiseNodesInTheirOrderOnTheCallingThread) {
+    const LibInfo library = LibInfo::create();
+    ASSERT_TRUE(library.readDefinitions("kelvo types 1\n\ntype fan {\n    Real speed = 1\n}\n",
+                                        "fans.knd"));
+    const auto init = [](interfaces::INode* node, void**) {
+        s_initialised += std::string(node->name().buf()) + " ";
+        s_isCaller = s_isCaller && std::this_thread::get_id() == s_caller;
+        return true;
+    };
+    ASSERT_TRUE(library.setCallbacks("fan", {.init = init, .free = keepNothing}));
+    std::string text;
+    std::string expected;
+    for (int i = 0; i < manyNodes; ++i) {
+        const std::string name = "fan" + std::to_string(i);
+        text += "node fan " + std::string(i % 2 == 0 ? "" : ": wheel ") + "\"" + name + "\" {\n}\n";
+        expected += name + " ";
+    }
+    s_caller = std::this_thread::get_id();
+    for (const u32 threads : threadCounts) {
+        const Scene scene = Scene::create();
+        scene.addLibrary(library);
+        s_initialised.clear();
+        ReadOptions options;
+        options.threads = threads;
+        ASSERT_TRUE(scene.read(String(std::string_view(text)), "t.kns", options).isRead);
+        EXPECT_EQ(s_initialised, expected) << threads;
+    }
+    EXPECT_TRUE(s_isCaller);
+}
+
 TEST(TextThreads, TextsOfDifferentScenes_AreReadAndWrittenAtATime) {
     const std::string text = largeText();
     const std::string alone = outcomeOf(text, 1, false);

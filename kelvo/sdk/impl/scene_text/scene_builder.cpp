@@ -149,11 +149,17 @@ void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     for (u32 i = 0; i < from.baseCount; ++i)
         bases.push_back(m_tree.names.text(m_tree.bases[from.firstBase + i]));
     node.m_bases = std::move(bases);
-    if (definition) node.initLibInfo(definition->library());
 }
 
-// Calls the libraries on the calling thread, in the order of the text.
+// Calls the libraries on the calling thread, in the order of the text. Nodes with bases of their
+// own may have other callbacks than their definitions, which the libraries may drop when they
+// initialise nodes.
 void SceneBuilder::initialiseNodes() {
+    for (u64 i = 0; i < m_nodes.size(); ++i) {
+        const TreeNode& from = m_tree.nodes[i];
+        const bool hasBases = from.baseCount != 0 || from.isOwn;
+        if (hasBases && from.definition) m_nodes[i]->initLibInfo(from.definition->library());
+    }
     for (u64 i = 0; i < m_nodes.size(); ++i)
         if (m_nodes[i]->m_nodeInit) initialise(i);
 }
