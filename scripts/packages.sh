@@ -11,6 +11,7 @@ test_packages=(clang libclang-rt-14-dev llvm clang-format git python3 pkg-config
 fuzz_packages=(clang libclang-rt-14-dev llvm)
 abi_packages=(clang abigail-tools git python3)
 bench_packages=(libbenchmark-dev)
+peer_packages=(libcoin-dev libopenscenegraph-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
 mutant_packages=(lld)
 

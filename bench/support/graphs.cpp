@@ -54,8 +54,7 @@ void buildTree(const Scene& scene, i64 count) {
         place[3][2] = static_cast<double>(i);
         node->createInput(names.matrix, AttrType::Mat4)->setMat4(place);
         lists.push_back(node->createArray(names.children, AttrType::Node));
-        if (i > 0)
-            lists[static_cast<std::size_t>((i - 1) / kTreeFanout)]->appendElement()->setNode(node);
+        if (i > 0) lists[static_cast<std::size_t>(treeParent(i))]->appendElement()->setNode(node);
     }
 }
 

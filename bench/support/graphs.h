@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/support/workload.h"
 #include "kelvo/kelvo.h"
 
 #include <memory>
@@ -10,7 +11,6 @@ namespace qv::bench {
 /// Fills a scene with a tree of transforms with a matrix each, ten children per node, parents
 /// first, so that node 0 is the root.
 void buildTree(const kelvo_sdk::Scene& scene, i64 count);
-inline constexpr i64 kTreeFanout = 10;
 
 /// A scene with a given number of nodes. `first` and `last` are its first and last node.
 struct Graph {

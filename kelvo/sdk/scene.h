@@ -75,8 +75,8 @@ public:
     /// when no library knows the type. A name in use gets the next free number. Fails, and logs,
     /// when the name is no simple identifier or the type is abstract.
     Made<Node> createNode(String type, String name) const;
-    [[nodiscard]] Node findNode(String name) const;
-    [[nodiscard]] Node operator[](String name) const { return findNode(std::move(name)); }
+    [[nodiscard]] Node findNode(const NameView& name) const;
+    [[nodiscard]] Node operator[](const NameView& name) const { return findNode(name); }
     /// Clears every link and connection to the node and drops the scene's reference.
     Result removeNode(const Node& node) const;
     /// Renames a node; a name in use gets the next free number.

@@ -35,12 +35,12 @@ void dependencyCollect(benchmark::State& state) {
 BENCHMARK(dependencyCollect<ConnectedChain>)
     ->Name("dependency_collect")
     ->RangeMultiplier(10)
-    ->Range(1000, 100000)
+    ->Range(100, 100000)
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(dependencyCollect<LeanChain>)
     ->Name("dependency_collect_lean")
     ->RangeMultiplier(10)
-    ->Range(1000, 100000)
+    ->Range(100, 100000)
     ->Unit(benchmark::kMicrosecond);
 
 void dependencyCollectWide(benchmark::State& state) {
@@ -112,7 +112,7 @@ void dirtyQueryDeep(benchmark::State& state) {
 BENCHMARK(dirtyQueryDeep)
     ->Name("dirty_query_deep")
     ->RangeMultiplier(10)
-    ->Range(1000, 100000)
+    ->Range(100, 100000)
     ->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -54,7 +54,7 @@ void dirtyQueryCached(benchmark::State& state) {
 BENCHMARK(dirtyQueryCached)
     ->Name("dirty_query_cached")
     ->RangeMultiplier(10)
-    ->Range(1000, 100000)
+    ->Range(100, 100000)
     ->Unit(benchmark::kMicrosecond);
 
 void dirtyQueryCachedCleaned(benchmark::State& state) {
@@ -63,7 +63,7 @@ void dirtyQueryCachedCleaned(benchmark::State& state) {
 BENCHMARK(dirtyQueryCachedCleaned)
     ->Name("dirty_query_cached_cleaned")
     ->RangeMultiplier(10)
-    ->Range(1000, 100000)
+    ->Range(100, 100000)
     ->Unit(benchmark::kMicrosecond);
 
 // Repeats the same query: all nodes are clean, or all are dirty since a change of the first.

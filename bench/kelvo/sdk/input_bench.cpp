@@ -1,4 +1,5 @@
 #include "bench/support/bench_node.h"
+#include "bench/support/workload.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 
@@ -74,11 +75,9 @@ BENCHMARK(setValueFloatNotify)->Name("set_value_float_notify")->Arg(1)->Arg(8);
 void setValueString(benchmark::State& state) {
     const Fixture fixture;
     const Input input = fixture.node["s"];
-    const char* const texts[] = {"a string of more than 23 characters, A",
-                                 "a string of more than 23 characters, B"};
     unsigned k = 0;
     for (auto _ : state)
-        input.set(texts[++k & 1]);
+        input.set(kLongTexts[++k & 1]);
 }
 BENCHMARK(setValueString)->Name("set_value_string");
 

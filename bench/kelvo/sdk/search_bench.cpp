@@ -25,7 +25,11 @@ void findAll(benchmark::State& state, const Query& query) {
 void findByPattern(benchmark::State& state) {
     findAll(state, {.pattern = "*7.f"});
 }
-BENCHMARK(findByPattern)->Name("find_by_pattern")->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(findByPattern)
+    ->Name("find_by_pattern")
+    ->RangeMultiplier(10)
+    ->Range(100, 100000)
+    ->Unit(benchmark::kMicrosecond);
 
 void findByType(benchmark::State& state) {
     findAll(state, {.pattern = "*7", .type = "bench*"});

@@ -86,15 +86,19 @@ void serializeScene(benchmark::State& state) {
 }
 BENCHMARK(serializeScene)
     ->Name("serialize_scene")
-    ->Arg(1000)
-    ->Arg(100'000)
+    ->RangeMultiplier(10)
+    ->Range(100, 100'000)
     ->Unit(benchmark::kMicrosecond);
 
 void parseScene(benchmark::State& state) {
     read(state, sceneOfNodes(state.range(0)));
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(parseScene)->Name("parse_scene")->Arg(1000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(parseScene)
+    ->Name("parse_scene")
+    ->RangeMultiplier(10)
+    ->Range(100, 100'000)
+    ->Unit(benchmark::kMicrosecond);
 
 void parseSceneOn(benchmark::State& state) {
     read(state, sceneOfNodes(state.range(0)), threadsOf(state));

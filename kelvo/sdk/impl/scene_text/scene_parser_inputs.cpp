@@ -1,3 +1,5 @@
+// Parses the kind, name, value, connection and output of an attribute.
+
 #include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 #include "kelvo/sdk/impl/value/value_text.h"

@@ -1,3 +1,5 @@
+// The public functions that read and write scene text.
+
 #include "kelvo/sdk/scene.h"
 
 #include "kelvo/sdk/impl/graph/handle_failure.h"

@@ -1,3 +1,5 @@
+// Parses values of all kinds from text.
+
 #include "kelvo/sdk/impl/value/value_text.h"
 
 #include "kelvo/sdk/impl/text/number_pieces.h"
