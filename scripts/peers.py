@@ -206,7 +206,7 @@ def read_arguments(arguments):
     parser.add_argument("--ratios", type=pathlib.Path, default=pathlib.Path("bench/ratios.json"))
     parser.add_argument("--rounds", type=positive, default=5)
     parser.add_argument("--filter", type=pattern_of, default=re.compile(""))
-    parser.add_argument("--min-time", default="0.1", help=argparse.SUPPRESS)
+    parser.add_argument("--min-time", default="0.05", help=argparse.SUPPRESS)
     parser.add_argument("--record", action="store_true")
     return parser.parse_args(arguments)
 
