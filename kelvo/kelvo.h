@@ -4,6 +4,7 @@
 
 #include "kelvo/base/localized.h"
 #include "kelvo/base/log.h"
+#include "kelvo/base/name.h"
 #include "kelvo/base/string.h"
 #include "kelvo/files/scene_file.h"
 #include "kelvo/sdk/attr_type.h"

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Writes docs/map.md: each source of the floors, its description and its tests.
 
-The description comes from the file itself: a room's heading, or the first `///` sentence."""
+The description comes from the file itself: a room's heading and the first sentence of its law, the
+first sentence of the comment at the top, or the first `///` sentence."""
 import itertools
 import pathlib
 import re
@@ -43,19 +44,33 @@ def comments_for_users(lines):
             text = []
 
 
+def sentence_of(text):
+    """Returns the first sentence of a comment, fit for a cell of a table."""
+    sentence = re.split(r"(?<=[.:;])\s", text, maxsplit=1)[0]
+    return sentence.rstrip(".:;").replace("|", "\\|")
+
+
+def comment_at_top(lines):
+    """Returns the text of the `//` comment in front of all code, else ""."""
+    below = itertools.dropwhile(lambda line: not line or line.startswith("#"), lines)
+    top = itertools.takewhile(lambda line: re.match(r"//(?!/| --)", line), below)
+    return " ".join(line[2:].strip() for line in top)
+
+
 def first_sentence(root, name):
-    """Returns a room's heading, else the first sentence of the `///` comment on the class that the
-    file is named after, else of the first `///` comment, else ""."""
+    """Returns a room's heading and law, else the first sentence of the comment at the top, else of
+    the `///` comment on the class that the file is named after, else of the first `///` comment,
+    else ""."""
     lines = tree_files.lines(root, name)
     if lines and (heading := re.match(r"// -+ (.*?) -*$", lines[0])):
-        return heading[1].strip()
+        return f"{heading[1].strip()}: {sentence_of(comment_at_top(lines[1:]))}".rstrip(": ")
+    if top := comment_at_top(lines):
+        return sentence_of(top)
     subject = unit_of(name).rsplit("/", 1)[1].replace("_", "")
     comments = list(comments_for_users(lines))
     chosen = [text for text, below in comments if re.search(rf"(?i)\b{subject}\b", below)
               and re.match(r"template|class|struct|enum", below)]
-    text = (chosen or [text for text, _ in comments] or [""])[0]
-    sentence = re.split(r"(?<=[.:;])\s", text, maxsplit=1)[0]
-    return sentence.rstrip(".:;").replace("|", "\\|")
+    return sentence_of((chosen or [text for text, _ in comments] or [""])[0])
 
 
 def describe(root, names):

@@ -11,14 +11,36 @@ bool isIdentifier(std::string_view text) noexcept {
     return std::all_of(text.begin(), text.end(), continuesIdentifier);
 }
 
+namespace {
+
+// Not inlined, because most texts that are compared are equal in case too.
+[[gnu::noinline]] bool sameInLowerCase(u64 a, u64 b) noexcept {
+    return toLower(a) == toLower(b);
+}
+
+// Compares texts of at least one word; the last word may overlap the one before.
+template<class Word>
+bool sameWords(const char* a, const char* b, u64 size) noexcept {
+    const auto same = [=](u64 at) {
+        const Word x = word::load<Word>(a + at);
+        const Word y = word::load<Word>(b + at);
+        return x == y || sameInLowerCase(x, y);
+    };
+    const u64 last = size - sizeof(Word);
+    for (u64 at = 0; at < last; at += sizeof(Word))
+        if (!same(at)) return false;
+    return same(last);
+}
+
+} // namespace
+
 bool equalsNoCase(std::string_view a, std::string_view b) noexcept {
     if (a.size() != b.size()) return false;
-    const char* p = a.data();
-    const char* q = b.data();
-    u64 left = a.size();
-    for (; left >= 8; p += 8, q += 8, left -= 8)
-        if (toLower(word::load64(p)) != toLower(word::load64(q))) return false;
-    return std::equal(p, p + left, q, [](char x, char y) { return toLower(x) == toLower(y); });
+    if (a.data() == b.data()) return true;
+    if (a.size() >= 8) return sameWords<u64>(a.data(), b.data(), a.size());
+    if (a.size() >= 4) return sameWords<u32>(a.data(), b.data(), a.size());
+    return std::equal(a.begin(), a.end(), b.begin(),
+                      [](char x, char y) { return toLower(x) == toLower(y); });
 }
 
 int compareNoCase(std::string_view a, std::string_view b) noexcept {

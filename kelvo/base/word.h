@@ -4,22 +4,33 @@
 
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
-/// Reads words from unaligned bytes, least significant byte first on every platform.
+/// Reads words from unaligned bytes, least significant byte first on every platform, also at
+/// compile time.
 namespace qv::word {
 
-[[nodiscard]] inline u64 load64(const void* bytes) noexcept {
-    u64 word;
-    std::memcpy(&word, bytes, sizeof word);
-    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+template<class Word, class Byte>
+[[nodiscard]] constexpr Word load(const Byte* bytes) noexcept {
+    static_assert(sizeof(Byte) == 1);
+    Word word = 0;
+    if (std::is_constant_evaluated() || std::endian::native == std::endian::big) {
+        for (std::size_t i = 0; i < sizeof word; ++i)
+            word |= static_cast<Word>(static_cast<u8>(bytes[i])) << (8 * i);
+    } else {
+        std::memcpy(&word, bytes, sizeof word);
+    }
     return word;
 }
 
-[[nodiscard]] inline u32 load32(const void* bytes) noexcept {
-    u32 word;
-    std::memcpy(&word, bytes, sizeof word);
-    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap32(word);
-    return word;
+template<class Byte>
+[[nodiscard]] constexpr u64 load64(const Byte* bytes) noexcept {
+    return load<u64>(bytes);
+}
+
+template<class Byte>
+[[nodiscard]] constexpr u32 load32(const Byte* bytes) noexcept {
+    return load<u32>(bytes);
 }
 
 } // namespace qv::word

@@ -25,11 +25,6 @@ Input Input::input(u64 index) const {
     return get() ? Input(get()->input(index)) : Input();
 }
 
-Input Input::operator[](String name) const {
-    const interfaces::IInput* input = get();
-    return input ? Input(input->input(std::move(name))) : Input();
-}
-
 Input Input::parent() const {
     return get() ? Input(get()->parent()) : Input();
 }

@@ -7,11 +7,17 @@
 #include "kelvo/sdk/output.h"
 #include "kelvo/sdk/result.h"
 
+#include "kelvo/base/name.h"
+
 #include <ranges>
 #include <span>
 #include <utility>
 
 namespace qv::kelvo_sdk {
+
+// For clients that use this namespace alone.
+using qv::Name;
+using qv::NameView;
 
 /// Handle on an input; keeps it alive. Every operation is safe on an empty handle: questions answer
 /// empty, false or 0, and operations that return a `Result` or `Made` fail with a message.
@@ -150,7 +156,10 @@ public:
     /// Returns an element or member; empty, and logged, when out of range.
     [[nodiscard]] Input input(u64 index) const;
     /// Returns the member of that name; empty, and logged, when there is none.
-    [[nodiscard]] Input operator[](String name) const;
+    [[nodiscard]] Input operator[](const NameView& name) const;
+    /// Returns the member or element of that name, borrowed and valid until it is removed; null,
+    /// without a log entry, when there is none.
+    [[nodiscard]] interfaces::IInput* borrowInput(const NameView& name) const noexcept;
     /// Adds an element to an array and returns it; fails for other kinds.
     Made<Input> append() const;
     /// Adds a member to an object, or returns the existing one of that name and kind.
@@ -190,8 +199,9 @@ public:
     /// Returns all elements or members, in order.
     [[nodiscard]] ds::Vector<Input> inputs() const;
     /// Tells, without a log entry, whether there is a member of that name and kind; Null for any.
-    [[nodiscard]] bool hasInput(String name, AttrType type = AttrType::Null) const {
-        return get() && get()->hasInput(std::move(name), type);
+    [[nodiscard]] bool hasInput(const NameView& name, AttrType type = AttrType::Null) const {
+        const interfaces::IInput* found = borrowInput(name);
+        return found && (type == AttrType::Null || found->type() == type);
     }
     /// Adds an element at an index (at most the count); fails for other kinds than arrays.
     Made<Input> insert(u64 index) const;

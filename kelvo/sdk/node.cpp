@@ -2,22 +2,12 @@
 
 namespace qv::kelvo_sdk {
 
-Input Node::operator[](String name) const {
-    const interfaces::INode* node = get();
-    return node ? Input(node->input(std::move(name))) : Input();
-}
-
 Input Node::input(u64 index) const {
     return get() ? Input(get()->input(index)) : Input();
 }
 
 Input Node::inputAt(String path) const {
     return get() ? Input(get()->parseInputPath(std::move(path))) : Input();
-}
-
-Output Node::output(String name) const {
-    const interfaces::INode* node = get();
-    return node ? Output(node->output(std::move(name))) : Output();
 }
 
 Output Node::output(u64 index) const {

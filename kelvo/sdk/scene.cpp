@@ -72,8 +72,4 @@ ds::Vector<Node> Scene::nodes() const {
     return all;
 }
 
-Node Scene::findNode(String name) const {
-    return get() ? Node(get()->findNode(std::move(name))) : Node();
-}
-
 } // namespace qv::kelvo_sdk

@@ -37,6 +37,16 @@ struct ReadOptions {
     bool isPartial = false;
     /// The greatest number of diagnostics.
     u32 maxDiagnostics = 20;
+    /// The greatest number of threads that read; 0 for as many as the machine runs at once. Scene,
+    /// diagnostics, notifications and their order are the same for any number.
+    u32 threads = 0;
+};
+
+/// Says how to write a text.
+struct WriteOptions {
+    /// The greatest number of threads that write; 0 for as many as the machine runs at once. The
+    /// text is the same for any number.
+    u32 threads = 0;
 };
 
 /// The outcome of reading a text.
@@ -65,8 +75,8 @@ public:
     /// when no library knows the type. A name in use gets the next free number. Fails, and logs,
     /// when the name is no simple identifier or the type is abstract.
     Made<Node> createNode(String type, String name) const;
-    [[nodiscard]] Node findNode(String name) const;
-    [[nodiscard]] Node operator[](String name) const { return findNode(std::move(name)); }
+    [[nodiscard]] Node findNode(const NameView& name) const;
+    [[nodiscard]] Node operator[](const NameView& name) const { return findNode(name); }
     /// Clears every link and connection to the node and drops the scene's reference.
     Result removeNode(const Node& node) const;
     /// Renames a node; a name in use gets the next free number.
@@ -142,6 +152,7 @@ public:
 
     /// Returns the scene as text for `read`.
     [[nodiscard]] String text() const;
+    [[nodiscard]] String text(const WriteOptions& options) const;
     /// Adds the nodes of a scene text. A name that the scene already has gets a number, and the
     /// references in the text are adjusted. If the text has errors, fails with the first one and
     /// leaves the scene unchanged; `diagnostics`, when given, gets all errors (at most 20).

@@ -22,6 +22,16 @@ struct NodeLayoutProbe {
     [[nodiscard]] interfaces::NodeFreeFn& nodeFree() const { return node.m_nodeFree; }
     [[nodiscard]] interfaces::NodeChangedFn& nodeChanged() const { return node.m_nodeChanged; }
     [[nodiscard]] void*& data() const { return node.m_data; }
+    /// Detaches the node from a scene that a test made for it, or breaks the laws of its scene.
+    void setScene(IScene* scene) const {
+        node.m_scene = scene;
+        node.m_knownRows = 0;
+    }
+    void setName(String name) const { node.m_name = std::move(name); }
+    void setNumber(NodeNumber number) const {
+        node.m_number = number;
+        node.m_knownRows = 0;
+    }
     [[nodiscard]] const ds::HashMap<String, String>& labels() const { return node.m_labels; }
     [[nodiscard]] const ds::HashMap<String, String>& helps() const { return node.m_helps; }
 

@@ -50,9 +50,22 @@ protected:
         const GraphReader reader(&node);
         std::string names;
         reader.forEachLead(reader.spotOf(node), kind, [&](Spot next, bool isConnection) {
-            names += std::string(reader.nodeAt(next).name().buf()) + (isConnection ? "! " : " ");
+            names += nameOf(reader, next, isConnection);
         });
         return names;
+    }
+    [[nodiscard]] static std::string leadsBackward(const kelvo_sdk::Node& from, LeadKind kind) {
+        const kelvo_sdk::impl::Node& node = implOn(from);
+        const GraphReader reader(&node);
+        std::string names;
+        reader.forEachLeadBackward(reader.spotOf(node), kind, [&](Spot next, bool isConnection) {
+            names += nameOf(reader, next, isConnection);
+        });
+        return names;
+    }
+    [[nodiscard]] static std::string nameOf(const GraphReader& reader, Spot spot,
+                                            bool isConnection) {
+        return std::string(reader.nodeAt(spot).name().buf()) + (isConnection ? "! " : " ");
     }
     [[nodiscard]] bool isKnown(const kelvo_sdk::Node& node, LeadKind kind) const {
         return implOn(node).sceneAround()->graph().row(kind, implOn(node).number()) != nullptr;

@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 // Measures nodes: creation, destruction, look-ups, hierarchies.
@@ -43,27 +44,56 @@ void createNode10Inputs(benchmark::State& state) {
 }
 BENCHMARK(createNode10Inputs)->Name("create_node_10_inputs");
 
-// Makes the name from plain text for each look-up, as a client with a text does.
+// A node with inputs "attribute0", "attribute1" and so on. Look-ups are for the last.
+class Wide {
+public:
+    explicit Wide(benchmark::State& state)
+        : m_state(state), m_node(adoptRef, new impl::Node(nullptr, "wide", "wide")) {
+        for (i64 i = 0; i < state.range(0); ++i)
+            std::ignore = m_node.createInput(name(i), AttrType::Real);
+    }
+    [[nodiscard]] String lastName() const { return name(m_state.range(0) - 1); }
+    // Measures `find(const Node&)`.
+    template<typename Find>
+    void measure(const Find& find) const {
+        for (auto _ : m_state)
+            benchmark::DoNotOptimize(find(m_node));
+    }
+
+private:
+    static String name(i64 number) {
+        return String(("attribute" + std::to_string(number)).c_str());
+    }
+
+    benchmark::State& m_state;
+    Node m_node;
+};
+
+// Writes the name in the source code.
 void lookupAttrByName(benchmark::State& state) {
-    impl::Node node(nullptr, "wide", "wide");
-    for (int i = 0; i < state.range(0); ++i)
-        node.createInput(String(("attribute" + std::to_string(i)).c_str()), AttrType::Real);
-    const std::string name = "attribute" + std::to_string(state.range(0) - 1);
-    const INode& read = node;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(read.input(String(name.c_str())));
+    const Wide wide(state);
+    switch (state.range(0)) {
+    case 8:
+        return wide.measure([](const Node& node) { return node.borrowInput("attribute7"); });
+    case 32:
+        return wide.measure([](const Node& node) { return node.borrowInput("attribute31"); });
+    default:
+        return wide.measure([](const Node& node) { return node.borrowInput("attribute127"); });
+    }
 }
 BENCHMARK(lookupAttrByName)->Name("lookup_attr_by_name")->Arg(8)->Arg(32)->Arg(128);
 
+constexpr Name attribute7("attribute7");
+constexpr Name attribute31("attribute31");
+constexpr Name attribute127("attribute127");
+
 // Keeps the name from one look-up to the next.
 void lookupAttrByKeptName(benchmark::State& state) {
-    impl::Node node(nullptr, "wide", "wide");
-    for (int i = 0; i < state.range(0); ++i)
-        node.createInput(String(("attribute" + std::to_string(i)).c_str()), AttrType::Real);
-    const String name(("attribute" + std::to_string(state.range(0) - 1)).c_str());
-    const INode& read = node;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(read.input(name));
+    const Wide wide(state);
+    const Name name = state.range(0) == 8    ? attribute7
+                      : state.range(0) == 32 ? attribute31
+                                             : attribute127;
+    wide.measure([&](const Node& node) { return node.borrowInput(name); });
 }
 BENCHMARK(lookupAttrByKeptName)
     ->Name("lookup_attr_by_name_interned")
@@ -72,6 +102,32 @@ BENCHMARK(lookupAttrByKeptName)
     ->Arg(128)
     ->RangeMultiplier(10)
     ->Range(1000, 1'000'000);
+
+// Gets a handle, which counts a reference.
+void lookupAttrHandle(benchmark::State& state) {
+    const Wide wide(state);
+    wide.measure([](const Node& node) { return node["attribute7"]; });
+}
+BENCHMARK(lookupAttrHandle)->Name("lookup_attr_handle")->Arg(8);
+
+// Keeps the name as a String.
+void lookupAttrByKeptString(benchmark::State& state) {
+    const Wide wide(state);
+    const String name = wide.lastName();
+    wide.measure([&](const Node& node) { return node.borrowInput(name); });
+}
+BENCHMARK(lookupAttrByKeptString)->Name("lookup_attr_by_kept_string")->Arg(8)->Arg(32)->Arg(128);
+
+// Makes the String for each look-up from plain text, as a client that reads names does.
+void lookupAttrByNewString(benchmark::State& state) {
+    const Wide wide(state);
+    const std::string name(wide.lastName().view());
+    wide.measure([&](const Node& node) {
+        const INode& read = *node;
+        return read.input(String(name.c_str()));
+    });
+}
+BENCHMARK(lookupAttrByNewString)->Name("lookup_attr_by_new_string")->Arg(8)->Arg(32)->Arg(128);
 
 void buildHierarchy(benchmark::State& state) {
     const int count = static_cast<int>(state.range(0));

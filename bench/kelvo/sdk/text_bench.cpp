@@ -43,11 +43,21 @@ const impl::Scene& implOf(const Scene& scene) {
     return static_cast<const impl::Scene&>(*scene.get());
 }
 
-void write(benchmark::State& state, const Scene& scene) {
+// Makes rows with a given number of threads; other rows use as many as the machine has.
+template<i64 size>
+void onThreads(benchmark::internal::Benchmark* row) {
+    row->ArgNames({"", "threads"})->Args({size, 1})->Args({size, 2})->Unit(benchmark::kMillisecond);
+}
+
+u32 threadsOf(const benchmark::State& state) {
+    return static_cast<u32>(state.range(1));
+}
+
+void write(benchmark::State& state, const Scene& scene, u32 threads = 0) {
     u64 size = 0;
     for (auto _ : state) {
         StringIO out;
-        impl::serializeScene(implOf(scene), out);
+        impl::serializeScene(implOf(scene), out, threads);
         size = out.size();
         benchmark::DoNotOptimize(out.buf());
     }
@@ -56,11 +66,13 @@ void write(benchmark::State& state, const Scene& scene) {
 }
 
 // Reads into a new scene each time, and includes its destruction.
-void read(benchmark::State& state, const Scene& written) {
+void read(benchmark::State& state, const Scene& written, u32 threads = 0) {
     const String text = written.text();
+    impl::ReadOptions options;
+    options.threads = threads;
     for (auto _ : state) {
         impl::Scene scene;
-        if (impl::readScene(scene, text.view(), {}, nullptr)) continue;
+        if (impl::readScene(scene, text.view(), options, nullptr)) continue;
         state.SkipWithError("the text is not read");
         break;
     }
@@ -88,15 +100,31 @@ BENCHMARK(parseScene)
     ->Range(100, 100'000)
     ->Unit(benchmark::kMicrosecond);
 
+void parseSceneOn(benchmark::State& state) {
+    read(state, sceneOfNodes(state.range(0)), threadsOf(state));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(parseSceneOn)->Name("parse_scene")->Apply(onThreads<100'000>);
+
 void writeBuffer(benchmark::State& state) {
     write(state, sceneOfBuffer(static_cast<u64>(state.range(0))));
 }
 BENCHMARK(writeBuffer)->Name("write_float_buffer")->Arg(1 << 22)->Unit(benchmark::kMillisecond);
 
+void writeBufferOn(benchmark::State& state) {
+    write(state, sceneOfBuffer(static_cast<u64>(state.range(0))), threadsOf(state));
+}
+BENCHMARK(writeBufferOn)->Name("write_float_buffer")->Apply(onThreads<1 << 22>);
+
 void readBuffer(benchmark::State& state) {
     read(state, sceneOfBuffer(static_cast<u64>(state.range(0))));
 }
 BENCHMARK(readBuffer)->Name("read_float_buffer")->Arg(1 << 22)->Unit(benchmark::kMillisecond);
+
+void readBufferOn(benchmark::State& state) {
+    read(state, sceneOfBuffer(static_cast<u64>(state.range(0))), threadsOf(state));
+}
+BENCHMARK(readBufferOn)->Name("read_float_buffer")->Apply(onThreads<1 << 22>);
 
 } // namespace
 } // namespace qv::bench

@@ -1,10 +1,10 @@
+// Applies the changes of a diff to a document, one function for each kind of change.
+
 #include "kelvo/sdk/impl/diff/document_patcher.h"
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 
 #include <algorithm>
 #include <unordered_set>
-
-// ---- Changes -------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,3 +1,5 @@
+// The words of a public diff, and its application to a scene.
+
 #include "kelvo/sdk/scene_diff.h"
 
 #include "kelvo/sdk/impl/diff/scene_differ.h"

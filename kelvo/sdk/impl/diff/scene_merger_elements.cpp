@@ -1,9 +1,10 @@
+// Merges the elements of arrays: links by name, others in stretches between elements that both
+// sides kept.
+
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 
 #include <algorithm>
 #include <unordered_set>
-
-// ---- Elements ------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,3 +1,5 @@
+// Clears references to objects that a merge removed.
+
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
+// Merges lists of nodes and attributes: the items, their order and their kinds.
+
 #include "kelvo/sdk/impl/diff/scene_differ.h"
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 
 #include <algorithm>
 #include <unordered_set>
-
-// ---- Lists ---------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,8 +1,8 @@
+// Decides which removed nodes a merge keeps because the other side changed them or refers to them.
+
 #include "kelvo/sdk/impl/diff/scene_merger.h"
 
 #include <algorithm>
-
-// ---- Removals ------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

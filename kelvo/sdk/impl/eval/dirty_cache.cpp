@@ -37,7 +37,7 @@ void DirtyCache::nodeChanged(const Node& node, bool wasDirty) noexcept {
 void DirtyCache::markAll() noexcept {
     m_early.clear();
     std::ranges::fill(m_known, Known::Dirty);
-    m_scene.forEachNode([](Node* each) { each->m_dirty = true; });
+    m_scene.forEachNode([](Node* each) { each->raiseDirty({}); });
 }
 
 // When memory is out, the node is not noted as early, and stays clean until its next change.
@@ -52,9 +52,9 @@ void DirtyCache::nodeCleaning(Node& node) noexcept {
 
 void DirtyCache::nodeEntered(Node& node) noexcept {
     try {
-        if (dependsOnDirty(node)) node.m_dirty = true;
-        note(node, node.m_dirty ? Known::Dirty : Known::Clean);
-        if (node.m_dirty) spread(node);
+        if (dependsOnDirty(node)) node.raiseDirty({});
+        note(node, node.isDirty() ? Known::Dirty : Known::Clean);
+        if (node.isDirty()) spread(node);
     } catch (const std::bad_alloc&) {
         markAll();
     }
@@ -63,8 +63,8 @@ void DirtyCache::nodeEntered(Node& node) noexcept {
 void DirtyCache::recheckEarly() {
     if (m_early.empty()) return;
     for (Node* node : std::exchange(m_early, {})) {
-        if (node->m_dirty || !dependsOnDirty(*node)) continue;
-        node->m_dirty = true;
+        if (node->isDirty() || !dependsOnDirty(*node)) continue;
+        node->raiseDirty({});
         spread(*node);
     }
 }
@@ -86,16 +86,16 @@ void DirtyCache::spread(const Node& from) {
         });
     }
     for (const auto& [node, number] : m_turned) {
-        node->m_dirty = true;
+        node->raiseDirty({});
         m_known[number] = Known::Dirty;
     }
 }
 
 // Tells whether the flag of a reader has to be set, and notes that it will be.
 bool DirtyCache::turns(Spot spot, Node& reader) {
-    if (!spot.hasNumber()) return !std::exchange(reader.m_dirty, true);
+    if (!spot.hasNumber()) return reader.raiseDirty({});
     Known& known = m_known[spot.number()];
-    if (known == Known::Turning || (known == Known::Dirty && reader.m_dirty)) return false;
+    if (known == Known::Turning || (known == Known::Dirty && reader.isDirty())) return false;
     m_turned.push_back({&reader, spot.number()});
     known = Known::Turning;
     return true;

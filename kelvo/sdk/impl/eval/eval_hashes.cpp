@@ -7,6 +7,7 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 
 #include "kelvo/base/hash.h"
+#include "kelvo/base/pointer_marks.h"
 
 #include <algorithm>
 #include <new>
@@ -48,9 +49,9 @@ u64 ownHash(const Node& node) {
 // Computes the missing hashes of a node and its dependencies, without recursion. Links may form
 // cycles: nodes that reach each other share one sum, which does not depend on their order. Uses
 // Tarjan's algorithm ("Depth-first search and linear graph algorithms", 1972).
-class EvalHashWalk {
+class EvalHashes::Walk {
 public:
-    explicit EvalHashWalk(EvalHashes& hashes) : m_hashes(hashes) {}
+    explicit Walk(EvalHashes& hashes) : m_hashes(hashes) {}
 
     void run(const Node& start) {
         enter(start);
@@ -78,7 +79,7 @@ private:
 
     void enter(const Node& node) {
         const u64 place = m_found.size();
-        m_places.emplace(&node, place);
+        m_places.add(&node, static_cast<i64>(place));
         const u64 own = hashMix(ownHash(node), m_hashes.renewalOf(node));
         Found found{&node, own, place, m_below.size(), m_below.size(), 0, false};
         collect(node, found);
@@ -113,12 +114,11 @@ private:
     }
 
     void follow(u64 place, const Node& below) {
-        if (m_hashes.m_known.contains(&below)) return;
-        const auto met = m_places.find(&below);
-        if (met == m_places.end())
-            enter(below);
+        if (m_hashes.find(below)) return;
+        if (const i64* met = m_places.find(&below))
+            m_found[place].low = std::min(m_found[place].low, static_cast<u64>(*met));
         else
-            m_found[place].low = std::min(m_found[place].low, met->second);
+            enter(below);
     }
 
     void leave(u64 place) {
@@ -145,22 +145,24 @@ private:
         for (; count > 0; --count) {
             const Found& member = m_found[m_open.back()];
             m_open.pop_back();
-            m_hashes.m_known[member.node] = isOutside ? 0 : hashMix(member.hash, sum);
+            m_hashes.m_known[member.node->number()] = {member.node,
+                                                       isOutside ? 0 : hashMix(member.hash, sum)};
         }
     }
 
     // Adds the hashes of dependencies outside of the cycle; those inside have none yet.
     void addBelow(Found& member) const {
         for (u64 i = member.begin; i < member.end; ++i) {
-            const auto known = m_hashes.m_known.find(m_below[i]);
-            if (known == m_hashes.m_known.end()) continue;
-            member.hash = hashMix(member.hash, known->second);
-            member.isOutside = member.isOutside || known->second == 0;
+            const EvalHashes::Known* known = m_hashes.find(*m_below[i]);
+            if (!known) continue;
+            member.hash = hashMix(member.hash, known->hash);
+            member.isOutside = member.isOutside || known->hash == 0;
         }
     }
 
     EvalHashes& m_hashes;
-    std::unordered_map<const Node*, u64> m_places;
+    // Maps nodes to indexes of `m_found`.
+    PointerMarks<Node> m_places;
     std::vector<Found> m_found;
     std::vector<const Node*> m_below;
     std::vector<const ds::Vector<IInput*>*> m_lists;
@@ -169,20 +171,33 @@ private:
 };
 
 u64 EvalHashes::of(const Node& node) {
-    if (const auto known = m_known.find(&node); known != m_known.end()) return known->second;
+    if (const Known* known = find(node)) return known->hash;
     if (!m_scene.contains(node)) return 0;
+    if (m_known.size() < m_scene.graph().end()) m_known.resize(m_scene.graph().end());
     try {
-        EvalHashWalk(*this).run(node);
+        Walk(*this).run(node);
     } catch (...) {
         m_known.clear(); // It may contain a part of a cycle only.
         throw;
     }
-    return m_known.at(&node);
+    return find(node)->hash;
+}
+
+const EvalHashes::Known* EvalHashes::find(const Node& node) const noexcept {
+    if (node.number() >= m_known.size()) return nullptr;
+    const Known& known = m_known[node.number()];
+    return known.node == &node ? &known : nullptr;
+}
+
+bool EvalHashes::erase(const Node& node) noexcept {
+    const Known* known = find(node);
+    if (known) m_known[node.number()] = {};
+    return known != nullptr;
 }
 
 // A node without a hash has no readers with one.
 void EvalHashes::forget(const Node& node) noexcept {
-    if (m_known.erase(&node) != 0) forgetReaders(node);
+    if (erase(node)) forgetReaders(node);
 }
 
 // When memory is out, renews all nodes.
@@ -204,15 +219,14 @@ u64 EvalHashes::renewalOf(const Node& node) const noexcept {
 }
 
 void EvalHashes::nodeAdded(const Node& node) noexcept {
-    m_known.erase(&node);
+    erase(node);
     forgetReaders(node);
 }
 
 // When memory is out, forgets all hashes.
 void EvalHashes::forgetReaders(const Node& from) noexcept {
     try {
-        visitDownstream(from, m_pending,
-                        [this](const Node& reader) { return m_known.erase(&reader) != 0; });
+        visitDownstream(from, m_pending, [this](const Node& reader) { return erase(reader); });
     } catch (const std::bad_alloc&) {
         m_known.clear();
     }

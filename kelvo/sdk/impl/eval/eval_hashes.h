@@ -33,14 +33,24 @@ public:
     void nodeAdded(const Node& node) noexcept;
 
 private:
-    friend class EvalHashWalk;
+    class Walk;
 
+    // The hash of a node; the node is null while its number has none.
+    struct Known {
+        const Node* node = nullptr;
+        u64 hash = 0;
+    };
+
+    [[nodiscard]] const Known* find(const Node& node) const noexcept;
+    // False when the node has no hash.
+    bool erase(const Node& node) noexcept;
     void forgetReaders(const Node& node) noexcept;
     [[nodiscard]] u64 renewalOf(const Node& node) const noexcept;
 
     const Scene& m_scene;
-    // All dependencies of a node in this map are in it too, except nodes outside of the scene.
-    std::unordered_map<const Node*, u64> m_known;
+    // By number in the scene. All dependencies of a node with a hash have one too, except nodes
+    // outside of the scene.
+    std::vector<Known> m_known;
     // The number of the last renewal of each node, and of the last renewal of all nodes.
     std::unordered_map<const Node*, u64> m_renewals;
     u64 m_renewalOfAll = 0;

@@ -1,3 +1,5 @@
+// Evaluates outputs: calls the callbacks, uses the cache and refuses endless evaluations.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
@@ -151,7 +153,7 @@ Value Output::evaluate(void* callerCtx) {
 EvalCache* Output::cacheFor(const EvalCtx* caller) const {
     if (!m_node || (caller && caller->user())) return nullptr;
     const auto* scene = implOf(m_node->scene());
-    return scene ? scene->evalCache() : nullptr;
+    return scene ? scene->evalCache({}) : nullptr;
 }
 
 Value Output::evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller) {

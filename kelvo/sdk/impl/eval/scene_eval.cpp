@@ -7,12 +7,12 @@
 
 namespace qv::kelvo_sdk::impl {
 
-EvalCache* Scene::evalCache() const noexcept {
+EvalCache* Scene::evalCache(Only<Output, Scene> /*key*/) const noexcept {
     return static_cast<EvalCache*>(m_evalCache.get());
 }
 
 void Scene::setEvalCache(u64 maxBytes, bool isChecked) {
-    if (EvalCache* cache = evalCache(); cache && maxBytes != 0)
+    if (EvalCache* cache = evalCache({}); cache && maxBytes != 0)
         return cache->setLimits(maxBytes, isChecked);
     if (m_evalCache) m_followers.leave(*m_evalCache);
     m_evalCache.reset();
@@ -22,7 +22,7 @@ void Scene::setEvalCache(u64 maxBytes, bool isChecked) {
 }
 
 interfaces::EvalCacheFigures Scene::evalCacheFigures() const {
-    const EvalCache* cache = evalCache();
+    const EvalCache* cache = evalCache({});
     return cache ? cache->figures() : interfaces::EvalCacheFigures();
 }
 

@@ -1,12 +1,12 @@
 #include "kelvo/sdk/impl/eval/upstream_evaluation.h"
 
 #include "kelvo/sdk/impl/eval/eval_stack.h"
+#include "kelvo/sdk/impl/graph/graph_reader.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
-#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -23,8 +23,9 @@ thread_local const UpstreamEvaluation* t_innermost = nullptr;
 // upstream of it.
 class SourceWalk {
 public:
-    std::vector<RefersTo<IOutput>> run(const INode& start) {
-        leaveFor(start);
+    explicit SourceWalk(const Node& start) : m_reader(&start) { leaveFor(start); }
+
+    std::vector<RefersTo<IOutput>> run() {
         while (!m_pending.empty()) {
             const Step step = m_pending.back();
             m_pending.pop_back();
@@ -43,30 +44,46 @@ private:
     };
 
     void visit(Output& output) {
-        if (!m_seen.insert(&output).second) return;
+        if (!m_seen.add(&output, 0).isNew) return;
         m_pending.push_back({&output, true});
-        leaveFor(*output.node());
+        leaveFor(*implOf(output.node()));
     }
 
-    void leaveFor(const INode& node) {
-        m_lists.assign(1, &implOf(node).inputs());
-        while (!m_lists.empty()) {
-            const ds::Vector<IInput*>& inputs = *m_lists.back();
-            m_lists.pop_back();
-            for (const IInput* next : inputs) {
-                const auto& input = *implOf(next);
-                if (!input.members().empty()) m_lists.push_back(&input.members());
-                Output* source = input.sourceOutput();
-                if (source && source->node() && source->node()->hasNodeEval())
-                    m_pending.push_back({source, false});
-            }
+    // Reads the compact graph where that suffices, because the inputs are far apart in memory.
+    void leaveFor(const Node& node) {
+        const u64 before = m_pending.size();
+        if (leaveForLeads(node)) return;
+        m_pending.resize(before, {});
+        leaveForInputs(node);
+    }
+
+    // False when a source has several outputs, which a lead does not tell apart.
+    bool leaveForLeads(const Node& node) {
+        const LeadRow* row = m_reader.row(LeadKind::Dependencies, m_reader.spotOf(node));
+        if (!row) return false;
+        for (const Lead lead : *row) {
+            if (lead.isConnection == 0) continue;
+            const Node& source = m_reader.nodeAt(Spot(NodeNumber{lead.to}));
+            if (!source.hasNodeEval()) continue;
+            if (source.outputs().size() != 1) return false;
+            m_pending.push_back({implOf(source.outputs()[0]), false});
+        }
+        return true;
+    }
+
+    void leaveForInputs(const Node& node) {
+        InputWalk inputs(node.inputs());
+        while (const Input* input = inputs.next()) {
+            Output* source = input->sourceOutput();
+            if (source && source->node() && source->node()->hasNodeEval())
+                m_pending.push_back({source, false});
         }
     }
 
+    GraphReader m_reader;
     std::vector<RefersTo<IOutput>> m_found;
-    std::unordered_set<const Output*> m_seen;
+    PointerMarks<Output> m_seen;
     std::vector<Step> m_pending;
-    std::vector<const ds::Vector<IInput*>*> m_lists;
 };
 
 } // namespace
@@ -79,16 +96,19 @@ bool UpstreamEvaluation::isDue(const EvalLevel& level) noexcept {
 // Skips outputs under evaluation: reading one is an endless evaluation, which is reported for the
 // callback that does.
 UpstreamEvaluation::UpstreamEvaluation(const EvalCtx& frame, const EvalLevel& level)
-    : m_frame(frame), m_outer(t_innermost), m_stackUsed(level.stackUsed()) {
-    const auto sources = SourceWalk().run(*frame.node());
-    m_results.reserve(sources.size());
+    : m_frame(frame),
+      m_outer(t_innermost),
+      m_stackUsed(level.stackUsed()),
+      m_sources(SourceWalk(*implOf(frame.node())).run()) {
+    m_results.reserve(m_sources.size());
     t_innermost = this;
     try {
-        for (const RefersTo<IOutput>& source : sources) {
+        for (const RefersTo<IOutput>& source : m_sources) {
             auto& output = implOf(*source);
             if (output.isEvaluating()) continue;
             Value result = output.evaluate(const_cast<EvalCtx*>(&frame));
-            m_results[&output] = std::move(result);
+            m_places.add(&output, static_cast<i64>(m_results.size()));
+            m_results.push_back(std::move(result));
         }
     } catch (...) {
         t_innermost = m_outer;
@@ -103,8 +123,8 @@ UpstreamEvaluation::~UpstreamEvaluation() {
 const Value* UpstreamEvaluation::result(const Output& output, const EvalCtx* caller) noexcept {
     for (const UpstreamEvaluation* ahead = t_innermost; ahead; ahead = ahead->m_outer) {
         if (!ahead->serves(caller)) continue;
-        const auto found = ahead->m_results.find(&output);
-        if (found != ahead->m_results.end()) return &found->second;
+        if (const i64* place = ahead->m_places.find(&output))
+            return &ahead->m_results[static_cast<u64>(*place)];
     }
     return nullptr;
 }

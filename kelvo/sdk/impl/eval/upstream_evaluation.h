@@ -1,9 +1,10 @@
 #pragma once
 
+#include "kelvo/base/pointer_marks.h"
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/value/value.h"
 
-#include <unordered_map>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -35,7 +36,11 @@ private:
     const EvalCtx& m_frame;
     const UpstreamEvaluation* m_outer;
     u64 m_stackUsed;
-    std::unordered_map<const Output*, Value> m_results;
+    // Held, so that no new output gets the address of one with a stored result.
+    const std::vector<RefersTo<interfaces::IOutput>> m_sources;
+    std::vector<Value> m_results;
+    // Maps outputs to indexes of `m_results`.
+    PointerMarks<Output> m_places;
 };
 
 } // namespace qv::kelvo_sdk::impl

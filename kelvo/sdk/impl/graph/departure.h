@@ -21,7 +21,7 @@ public:
     explicit Departure(Attribute& attribute) : m_attribute(&attribute) {
         const NewsHold* hold = NewsHold::current();
         if (hold && !hold->isMuted())
-            m_news = NewsHold::make([held = m_attribute] { held->leaveOwner(); });
+            m_news = NewsHold::make([held = m_attribute] { held->leaveOwner({}); });
     }
     /// Removes comments on the attribute at once: an undo may restore them before the removal ends.
     void dropComments() const {
@@ -40,7 +40,7 @@ public:
         if (m_news)
             NewsHold::current()->add(std::move(m_news));
         else
-            m_attribute->leaveOwner();
+            m_attribute->leaveOwner({});
     }
     Departure(const Departure&) = delete;
     Departure& operator=(const Departure&) = delete;

@@ -33,8 +33,14 @@ const LeadRow* GraphReader::fill(Kind kind, NodeNumber number) const {
     const std::lock_guard lock(graph.mutex());
     if (const LeadRow* known = graph.row(kind, number)) return known;
     const LeadRow& row = graph.fill(kind, number, leads);
-    node.noteRow(kind);
+    node.noteRow(kind, {});
     return &row;
+}
+
+WalkMarks::Added WalkMarks::addOther(const Node& node, i32 value) {
+    const auto [place, isNew] = m_others.add(&node, static_cast<i64>(m_otherMarks.size()));
+    if (isNew) m_otherMarks.push_back(value);
+    return {m_otherMarks[static_cast<u64>(place)], isNew};
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "kelvo/base/pointer_marks.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/spot.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
-#include "kelvo/sdk/impl/index/node_marks.h"
 
 #include <optional>
+#include <ranges>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -81,9 +83,30 @@ public:
         visitLeads(nodeAt(from), kind,
                    [&](const Node& node, bool isConnection) { visit(spotOf(node), isConnection); });
     }
+    /// Is like `forEachLead`, from the last lead to the first: on a stack, the first lead is then
+    /// on top.
+    template<typename Visit>
+    void forEachLeadBackward(Spot from, Kind kind, const Visit& visit) const {
+        const LeadRow* leads = row(kind, from);
+        if (!leads) return visitNodeBackward(nodeAt(from), kind, visit);
+        for (const Lead* lead = leads->end(); lead-- != leads->begin();)
+            visit(Spot(NodeNumber{lead->to}), lead->isConnection != 0);
+    }
 
 private:
     const LeadRow* fill(Kind kind, NodeNumber number) const;
+
+    // Not inlined, because nodes without a row are rare.
+    template<typename Visit>
+    [[gnu::noinline]] void visitNodeBackward(const Node& node, Kind kind,
+                                             const Visit& visit) const {
+        std::vector<std::pair<Spot, bool>> found;
+        visitLeads(node, kind, [&](const Node& next, bool isConnection) {
+            found.emplace_back(spotOf(next), isConnection);
+        });
+        for (const auto& [next, isConnection] : std::views::reverse(found))
+            visit(next, isConnection);
+    }
 
     const CompactGraph* m_graph = nullptr;
 };
@@ -99,18 +122,22 @@ public:
     /// Marks a node with `value` unless it has a mark, and returns its mark, which is valid until
     /// the next `add`.
     Added add(Spot spot, i32 value) {
-        if (spot.hasNumber()) return m_numbered->add(spot.number(), value);
-        const auto [place, isNew] =
-            m_others.add(&spot.node(), static_cast<i64>(m_otherMarks.size()));
-        if (isNew) m_otherMarks.push_back(value);
-        return {m_otherMarks[static_cast<u64>(place)], isNew};
+        return spot.hasNumber() ? m_numbered->add(spot.number(), value)
+                                : addOther(spot.node(), value);
+    }
+    /// Returns an empty list for the nodes that the walk finds.
+    [[nodiscard]] std::vector<Node*>& found() noexcept {
+        return m_numbered ? m_numbered->found() : m_otherFound;
     }
 
 private:
+    Added addOther(const Node& node, i32 value);
+
     std::optional<CompactGraph::Marks> m_numbered;
     // Maps nodes without a number to indexes of `m_otherMarks`.
-    NodeMarks m_others;
+    PointerMarks<Node> m_others;
     std::vector<i32> m_otherMarks;
+    std::vector<Node*> m_otherFound;
 };
 
 /// Calls `enter(Node&)` for the readers of a node and, where `enter` returns true, for their

@@ -207,7 +207,7 @@ IInput* Input::clone(INode* node, IInput* parent) const {
         const auto& from = implOf(*level.from->members()[level.next++]);
         RefersTo<Input> member = from.cloneAlone(node, level.to);
         Input* const to = member.get();
-        level.to->adoptMember(member.detach());
+        level.to->adoptMember(std::move(member), {});
         if (!from.members().empty()) open.push_back({&from, to});
     }
     return copy.detach();
@@ -218,7 +218,7 @@ RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
     if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
     auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
     copy->m_isLeftOut = m_isLeftOut;
-    if (const Value* kept = stashed()) copy->replaceStash(*kept);
+    if (const Value* kept = stashed()) copy->replaceStash(*kept, {});
     Output* source = sourceOutput();
     if (source && !barBetween(node, source->node())) copy->setSource(source);
     return copy;
@@ -336,28 +336,32 @@ void Input::nodeDestroyed() {
     letGo();
 }
 
+namespace {
+
+u64 bytesAlone(const Input& input) noexcept {
+    u64 bytes = sizeof(Input) + input.ownName().size() + input.value().payloadBytes();
+    if (!input.ownExtras()) return bytes;
+    bytes += sizeof(InputExtras) + input.members().size() * sizeof(IInput*);
+    if (const Value* kept = input.stashed()) bytes += sizeof(Value) + kept->payloadBytes();
+    return bytes;
+}
+
+} // namespace
+
 u64 Input::ownBytes() const {
     u64 bytes = 0;
-    forEachWithin([&bytes](const Input& input) { bytes += input.bytesAlone(); });
+    forEachWithin([&bytes](const Input& input) { bytes += bytesAlone(input); });
     return bytes;
 }
 
-u64 Input::bytesAlone() const noexcept {
-    u64 bytes = sizeof(*this) + m_name.size() + m_value.payloadBytes();
-    if (!m_extras) return bytes;
-    bytes += sizeof(InputExtras) + members().size() * sizeof(IInput*);
-    if (stashed()) bytes += sizeof(Value) + stashed()->payloadBytes();
-    return bytes;
-}
-
-void Input::leaveOwner() noexcept {
+void Input::leaveOwner(Only<Departure<Input>> /*key*/) noexcept {
     letGo();
     m_parent = nullptr;
 }
 
-void Input::showOwnValues() noexcept {
+void Input::showOwnValues(Only<Input, InputListChange, Node> /*key*/) noexcept {
     forEachWithin([](Input& input) {
-        if (input.isModified()) input.takeStashedBack();
+        if (input.isModified()) input.takeStashedBack({});
     });
 }
 

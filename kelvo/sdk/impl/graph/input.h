@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kelvo/base/name.h"
+#include "kelvo/base/only.h"
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 #include "kelvo/sdk/interfaces/i_input.h"
@@ -15,13 +17,24 @@ using interfaces::IInput;
 using interfaces::INode;
 using interfaces::IOutput;
 
+template<typename Attribute>
+class Departure;
 class EditStep;
+class ElementMove;
+class InputListChange;
+class InputRename;
+class Modifiers;
 template<typename Attribute>
 class NameIndex;
 class Node;
+class NodeCopies;
+class NodeExchange;
 class Output;
 class Scene;
 class SceneBuilder;
+class SourceChange;
+class StashChange;
+class ValueChange;
 struct InputExtras;
 struct InputNaming;
 struct Stash;
@@ -65,10 +78,10 @@ public:
     QV_EXPORT IInput* clone(INode* node, IInput* parent) const;
     /// Returns the data for making an equal input; `value` is the current value.
     [[nodiscard]] AttrData description() const;
-    /// For the owning node only: from now on the input calls no other object.
-    void clearNode() noexcept { m_node = nullptr; }
-    /// For the owner only, after it removed the input and observers were notified.
-    void leaveOwner() noexcept;
+    /// From now on the input calls no other object.
+    void clearNode(Only<Node> /*key*/) noexcept { m_node = nullptr; }
+    /// Call after the owner removed the input and observers were notified.
+    void leaveOwner(Only<Departure<Input>> key) noexcept;
 
     [[nodiscard]] String name() const override;
     [[nodiscard]] AttrType type() const override {
@@ -77,6 +90,8 @@ public:
     [[nodiscard]] String typeName() const override;
     [[nodiscard]] INode* node() const override;
     [[nodiscard]] IInput* parent() const override { return m_parent; }
+    /// Tells whether the input is an element of an array.
+    [[nodiscard]] bool isElement() const noexcept;
     [[nodiscard]] String path() const override;
     [[nodiscard]] bool hasDataType(DataType type) const override;
     [[nodiscard]] DataType dataType() const override;
@@ -118,6 +133,8 @@ public:
     [[nodiscard]] u64 placeInList() const noexcept;
     /// Returns the memory of the input with its elements or members.
     [[nodiscard]] u64 ownBytes() const;
+    /// Returns the parts that few inputs have; null when it has none of them.
+    [[nodiscard]] const InputExtras* ownExtras() const noexcept { return m_extras.get(); }
 
     // The index of the list whose first attribute is this input; see input_list.h.
     [[nodiscard]] const NameIndex<IInput>* listIndex() const noexcept;
@@ -189,14 +206,15 @@ public:
     [[nodiscard]] const Value* stashed() const noexcept;
     /// Keeps `value` aside, for readers of text.
     void setStashed(Value value);
-    /// For modifiers only: restores the kept value without notifications. Needs a kept value.
-    std::unique_ptr<Stash> takeStashedBack() noexcept;
+    /// Keeps `value` aside without recording it.
+    void replaceStash(Value value, Only<Input, NodeCopies, SceneBuilder> key);
+    /// Restores the kept value without notifications. Needs a kept value.
+    std::unique_ptr<Stash> takeStashedBack(Only<Input, Modifiers> key) noexcept;
     /// Reverses `takeStashedBack`: shows a value, and keeps `kept` aside, null for none.
-    void showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept;
-    /// For the owner only, when it removes the input: the input and its parts show the user's
-    /// values from now on, without notifications. Later, values of modifiers could not be told from
-    /// the user's.
-    void showOwnValues() noexcept;
+    void showAgain(const Value& value, std::unique_ptr<Stash> kept, Only<Modifiers> key) noexcept;
+    /// Call when the owner removes the input: the input and its parts show the user's values from
+    /// now on, without notifications. Later, values of modifiers could not be told from the user's.
+    void showOwnValues(Only<Input, InputListChange, Node> key) noexcept;
 
     // ---- Modifiers -------------------------------------------------------------------------
     // While modifiers write to the input, its value is theirs and the one kept aside is the user's.
@@ -232,11 +250,17 @@ public:
     IInput* appendElement() override;
     IInput* insertElement(u64 index) override;
     bool moveElement(u64 from, u64 to) override;
-    /// Like `input`, without messages and without a copy of the name.
-    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
+    /// Is `input`, without a copy of the name.
+    [[nodiscard]] IInput* findInputByName(const NameView& name) const;
+    /// Is like `findInputByName`, without a log entry.
+    [[nodiscard]] IInput* lookUpInput(const NameView& name) const noexcept;
     /// Elements or members; empty for other kinds. Inline; needs
     /// kelvo/sdk/impl/graph/input_extras.h.
     [[nodiscard]] const ds::Vector<IInput*>& members() const noexcept;
+    /// Appends a member without notifications and takes over the reference to it.
+    void adoptMember(RefersTo<Input> member, Only<Input, SceneBuilder> key);
+    /// Makes room for that many members.
+    void reserveMembers(u64 count, Only<SceneBuilder> key);
 
     // ---- Hash ------------------------------------------------------------------------------
     // The hash of the value, cached until the value changes, unless a node takes part in it.
@@ -260,61 +284,69 @@ public:
     void relink(const INode& from, INode* to);
     /// Call when the nodes that the input links and connects to gain or lose a reader.
     void tiesChanged() const noexcept;
-    /// Call when a node ends alone: clear a link to it without notifications.
-    void dropLink() noexcept;
-    void dropStashedLink() noexcept;
-    /// For the scene only, while no other object uses the input (yet or any more): changes link and
-    /// connection without notifications.
-    void redirect(INode* link, Output* source, u64 rank = noIndex);
-    /// Like `redirect`, for a link in the kept value.
-    void redirectStash(INode* link) { replaceStash(Value(link)); }
-    /// For the scene only, when it is destroyed and its nodes may be too: clear links without
+    /// Call when links or connections of the input change: drops its node's leads in the compact
+    /// graph.
+    void leadsChanged() noexcept;
+    /// Set a link or a connection without checks, for texts, which are checked as a whole: works in
+    /// read-only inputs and in those with few choices too. Need an input that has a node.
+    void linkUnchecked(INode* node, Only<SceneBuilder> key);
+    void connectUnchecked(Output& output, Only<Input, SceneBuilder> key);
+    /// Call when the linked node ends: clear the link to it without notifications.
+    void dropLink(Only<Node> key) noexcept;
+    void dropStashedLink(Only<Node> key) noexcept;
+    /// Call while no other object uses the input (yet or any more): changes link and connection
+    /// without notifications.
+    void redirect(INode* link, Output* source, u64 rank, Only<NodeCopies, NodeExchange, Scene> key);
+    /// Call when the scene is destroyed and its nodes may be too: clear links without
     /// notifications.
-    void forgetLink() noexcept;
-    void forgetStashedLink() noexcept;
+    void forgetLink(Only<Input, Scene> key) noexcept;
+    void forgetStashedLink(Only<Input, Scene> key) noexcept;
+
+    /// Inline; needs kelvo/sdk/impl/graph/input_extras.h.
+    void setSourceSlot(u64 slot, Only<Output> key) noexcept;
+    /// Ends the connection to the output, whose last target this input is.
+    void endSource(Output& output, bool isRecorded, Only<Output> key);
+    /// Is like `endSource`, without notifications, for an output that has dropped this target.
+    void dropSource(Only<Output> key) noexcept;
 
     // ---- Renaming --------------------------------------------------------------------------
     // Renaming an input updates everything that refers to it by name, as one change.
 
-    /// Returns the reason why the input cannot have that name, as a sentence; empty when it can.
-    [[nodiscard]] String renameRefusal(const String& name) const;
     /// Renames the input in its node, in lists of modifiers, the node's layout and unread lines, as
     /// one change. Returns false and logs an error when it is refused.
     bool rename(String name);
-    /// For `rename` and the history: swaps the name without recording, and notifies observers.
-    void exchangeName(InputNaming& other);
+    /// Swaps the name without recording, and notifies observers.
+    void exchangeName(InputNaming& other, Only<Input, InputRename> key);
 
     // ---- History ---------------------------------------------------------------------------
-    // Used by recorded changes only. These functions record nothing; all of them except
-    // `putMember`, `takeMember`, `entered` and `left` notify observers.
+    // Recorded changes swap values, names and lists. These functions record nothing; all of them
+    // except `putMember`, `takeMember`, `entered` and `left` notify observers.
 
-    /// For the owner only, when it removes the input: records the links and connections that end,
-    /// so that undo restores them.
-    void recordTies();
+    /// Call when the owner removes the input: records the links and connections that end, so that
+    /// undo restores them.
+    void recordTies(Only<Input, Node> key);
     /// Sets the user's value regardless of the description, and returns the previous one in
     /// `other`.
-    void exchangeValue(Value& other);
+    void exchangeValue(Value& other, Only<ValueChange> key);
     /// Null means that no value is kept aside.
-    void exchangeStash(std::unique_ptr<Stash>& other);
+    void exchangeStash(std::unique_ptr<Stash>& other, Only<StashChange> key);
     /// Connects as the `rank`-th target of the output; null disconnects.
-    void exchangeSource(Output* output, u64 rank);
+    void exchangeSource(Output* output, u64 rank, Only<SourceChange> key);
     /// Returns the position of this input among the targets of its source.
     [[nodiscard]] u64 sourceRank() const noexcept;
-    void moveMember(u64 from, u64 to);
+    void moveMember(u64 from, u64 to, Only<ElementMove, Input> key);
     /// Inserts or removes a member, together with the list's reference.
-    void putMember(Input* member, u64 index);
-    void takeMember(Input* member);
+    void putMember(RefersTo<Input> member, u64 index, Only<Input, InputListChange> key);
+    void takeMember(Input* member, Only<Input, InputListChange> key);
     /// Call when the input, with its parts, returns to or leaves a node that it knows.
-    void entered(Node* node, Input* parent);
-    void left();
+    void entered(Node* node, Input* parent, Only<InputListChange> key);
+    void left(Only<InputListChange> key);
 
 private:
-    friend class Output;
-    friend class SceneBuilder;
-    friend class SceneVerifier;
+    // Breaks laws on purpose; only tests define it.
+    friend struct LawBreaker;
 
     InputExtras& extras();
-    [[nodiscard]] bool isElement() const noexcept;
     void setKinds(AttrType type, AttrType elementType) {
         m_type = narrowed(type);
         m_elementType = narrowed(elementType);
@@ -336,13 +368,10 @@ private:
     void replaceUserValue(Value value, const Value* kept);
     void replaceValue(Value& value);
     void changed(Value before);
-    [[nodiscard]] bool readSource(AttrType kind, void* ctx, Value& out) const;
     template<typename T, typename Get>
     bool readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const;
 
     [[nodiscard]] bool isArray() const noexcept { return type() == AttrType::Array; }
-    void adoptMember(Input* member);
-    [[nodiscard]] bool mayHoldOthers() const;
     IInput* createChecked(String name, AttrData definition);
     IInput* addElement(u64 index, AttrType elementElementType);
     IInput* addMember(Input* member);
@@ -354,10 +383,10 @@ private:
     void number(u64 from, u64 end) noexcept;
     IInput* createElement(const String& name, const AttrData& definition);
     IInput* createMember(String name, AttrData definition);
+    template<typename PlaceOf>
+    void takeOff(Input& removed, bool recordsTies, const PlaceOf& placeOf);
     bool removeFound(IInput* member);
 
-    [[nodiscard]] bool holdsInputs() const noexcept;
-    [[nodiscard]] bool isDefaultAlone() const;
     bool resetAlone();
     u64 plainHash(const StringVector& skip) const;
     u64 membersHash(const StringVector& skip) const;
@@ -366,17 +395,10 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
-    /// Returns the node whose scene records the edits that `other` causes here; null for none.
-    [[nodiscard]] const Node* recorder(const INode* other) const;
-    void endSource(Output& output, bool isRecorded);
-    void dropSource() noexcept;
     void relinkStash(const INode& from, INode* to);
     void linkTo(INode* node);
-    void leadsChanged() noexcept;
     void linkStash();
     void dropStash() noexcept;
-    void replaceStash(Value value);
-    void recordLinks(EditStep& step);
     template<typename Visit>
     void forEachWithin(const Visit& visit) const noexcept;
     void letGo() noexcept;
@@ -384,7 +406,6 @@ private:
     void endMembers() noexcept;
     void dropLastMember() noexcept;
     [[nodiscard]] RefersTo<Input> cloneAlone(INode* node, IInput* parent) const;
-    [[nodiscard]] u64 bytesAlone() const noexcept;
     void setNodeOfAll(Node* node) noexcept;
 
     std::atomic<i32> m_refCount = 1;

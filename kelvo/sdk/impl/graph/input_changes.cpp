@@ -48,7 +48,7 @@ ValueChange::ValueChange(Input& input)
 void ValueChange::swap(Scene& /*scene*/) {
     m_restored = std::exchange(m_linked, linkedBy(input().ownValue()));
     Value other = std::exchange(m_other, input().ownValue());
-    input().exchangeValue(other);
+    input().exchangeValue(other, {});
 }
 
 // The restored link may lead to a node that joined another scene meanwhile; then clears it.
@@ -56,7 +56,7 @@ void ValueChange::settle() {
     const Value& value = input().ownValue();
     if (value.type() != AttrType::Node || !isBarred(input(), value.asNode())) return;
     Value none(static_cast<INode*>(nullptr));
-    input().exchangeValue(none);
+    input().exchangeValue(none, {});
 }
 
 const void* ValueChange::valueOwner() const {
@@ -94,7 +94,7 @@ StashChange::~StashChange() = default;
 void StashChange::swap(Scene& /*scene*/) {
     const Value* const kept = input().stashed();
     m_restored = std::exchange(m_linked, linkedBy(kept ? *kept : Value()));
-    input().exchangeStash(m_other);
+    input().exchangeStash(m_other, {});
 }
 
 u64 StashChange::bytes() const {
@@ -129,7 +129,7 @@ void SourceChange::swap(Scene& /*scene*/) {
     const RefersTo<Output> now = std::exchange(m_other, RefersTo<Output>(input().sourceOutput()));
     m_restored = std::exchange(m_otherNode, nodeOf(m_other));
     const u64 rank = std::exchange(m_rank, input().sourceRank());
-    input().exchangeSource(now.get(), rank);
+    input().exchangeSource(now.get(), rank, {});
 }
 
 // A client with a handle may have removed the output from a node outside the scene, or added the
@@ -137,7 +137,7 @@ void SourceChange::swap(Scene& /*scene*/) {
 void SourceChange::settle() {
     const Output* source = input().sourceOutput();
     if (source && (!source->node() || isBarred(input(), source->node())))
-        input().exchangeSource(nullptr, noIndex);
+        input().exchangeSource(nullptr, noIndex, {});
 }
 
 String SourceChange::text() const {
@@ -151,7 +151,7 @@ ElementMove::ElementMove(Input& array, u64 from, u64 to)
 
 void ElementMove::swap(Scene& /*scene*/) {
     std::swap(m_from, m_to);
-    if (std::max(m_from, m_to) < input().inputCount()) input().moveMember(m_from, m_to);
+    if (std::max(m_from, m_to) < input().inputCount()) input().moveMember(m_from, m_to, {});
 }
 
 String ElementMove::text() const {
@@ -178,13 +178,12 @@ bool InputListChange::putIn(Scene& scene) {
     const auto& list = m_parent ? m_parent->members() : m_owner->inputs();
     const INode* node = input().node();
     if (node && (node != m_owner.get() || list.contains(&input()))) return false;
-    input().incRef();
+    RefersTo<Input> entering(&input());
     if (m_parent)
-        m_parent->putMember(&input(), std::min(m_index, m_parent->inputCount()));
+        m_parent->putMember(std::move(entering), std::min(m_index, m_parent->inputCount()), {});
     else
-        insertIntoList(m_owner->m_inputs, std::min(m_index, m_owner->inputCount()), &input());
-    m_owner->leadsChanged();
-    input().entered(m_owner.get(), m_parent.get());
+        m_owner->put(std::move(entering), m_index, {});
+    input().entered(m_owner.get(), m_parent.get(), {});
     scene.comments().putBack(std::move(m_comments));
     m_owner->onInputAdded(&input());
     // Silent inputs cause no notification, but modifiers may write to them.
@@ -196,15 +195,14 @@ bool InputListChange::takeOut(Scene& scene) {
     if (input().node() != m_owner.get()) return false;
     keepComments([&] { takeComments(scene.comments()); });
     if (m_parent)
-        m_parent->takeMember(&input());
+        m_parent->takeMember(&input(), {});
     else
-        removeFromList(m_owner->m_inputs, indexInList<IInput>(m_owner->m_inputs, &input()));
-    m_owner->leadsChanged();
+        m_owner->takeInput(indexInList<IInput>(m_owner->inputs(), &input()), {});
     // Takes over the reference of the list.
     const auto leaving = RefersTo<Input>::adopt(&input());
-    leaving->showOwnValues();
+    leaving->showOwnValues({});
     m_owner->onInputRemoved(&input());
-    afterTelling([leaving] { leaving->left(); });
+    afterTelling([leaving] { leaving->left({}); });
     return true;
 }
 

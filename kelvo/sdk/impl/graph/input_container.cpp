@@ -28,8 +28,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 // Reads an element's name: its decimal index without leading zeros.
-bool indexFromName(const String& name, u64& out) noexcept {
-    const std::string_view text = name.view();
+bool indexFromName(std::string_view text, u64& out) noexcept {
     if (text.empty() || (text.size() > 1 && text[0] == '0')) return false;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
     return error == std::errc() && end == text.data() + text.size();
@@ -57,19 +56,21 @@ bool isLongWay(ds::Vector<IInput*>& list, u64 from, u64 to) noexcept {
 
 } // namespace
 
-// Takes over the reference to the member and appends it.
-void Input::adoptMember(Input* member) {
-    auto held = RefersTo<Input>::adopt(member);
+void Input::adoptMember(RefersTo<Input> member, Only<Input, SceneBuilder> /*key*/) {
     ds::Vector<IInput*>& list = extras().members;
     if (isArray()) {
         member->m_number = firstNumber() + list.size();
-        list.push_back(member);
+        list.push_back(member.get());
     } else {
-        appendToList(list, member);
+        appendToList(list, member.get());
     }
-    std::ignore = held.detach();
+    std::ignore = member.detach();
     dropHash();
     leadsChanged();
+}
+
+void Input::reserveMembers(u64 count, Only<SceneBuilder> /*key*/) {
+    extras().members.reserve(count);
 }
 
 IInput* Input::addMember(Input* member) {
@@ -86,8 +87,7 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
         EditStep step(m_node);
         step.prepare<InputListChange>(*member, m_node, this, index, true);
         expectNews(m_node, static_cast<const IInput*>(member.get()));
-        putMember(member.get(), index);
-        member->incRef();
+        putMember(member, index, {});
         step.commit();
         if (m_node) m_node->onInputAdded(member.get());
     }
@@ -96,12 +96,16 @@ IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
     return isThere && !node->isLastReference() ? member.get() : nullptr;
 }
 
+namespace {
+
 // Tells whether parts may be added, removed or moved; logs why not.
-bool Input::mayHoldOthers() const {
-    if (!isReadOnly()) return true;
-    logWarning("%s", changeRefusal(*this).buf());
+bool mayHoldOthers(const Input& input) {
+    if (!input.isReadOnly()) return true;
+    logWarning("%s", changeRefusal(input).buf());
     return false;
 }
+
+} // namespace
 
 IInput* Input::createInput(String name, AttrType type) {
     return createChecked(std::move(name), AttrData(type));
@@ -122,7 +126,7 @@ IInput* Input::createBuffer(String name, DataType elementType) {
 // Returning an existing member changes nothing, so it is allowed in read-only inputs.
 IInput* Input::createChecked(String name, AttrData definition) {
     const bool isNew = (isArray() || isObject()) && !lookUpInput(name);
-    if (isNew && !mayHoldOthers()) return nullptr;
+    if (isNew && !mayHoldOthers(*this)) return nullptr;
     return createInput(std::move(name), std::move(definition));
 }
 
@@ -175,28 +179,28 @@ IInput* Input::addElement(u64 index, AttrType elementElementType) {
 }
 
 IInput* Input::appendElement() {
-    if (!isArray() || !mayHoldOthers()) return nullptr;
+    if (!isArray() || !mayHoldOthers(*this)) return nullptr;
     return addElement(members().size(), AttrType::Null);
 }
 
 IInput* Input::insertElement(u64 index) {
-    if (!isArray() || index > members().size() || !mayHoldOthers()) return nullptr;
+    if (!isArray() || index > members().size() || !mayHoldOthers(*this)) return nullptr;
     return addElement(index, AttrType::Null);
 }
 
 bool Input::moveElement(u64 from, u64 to) {
     if (!isArray() || from >= members().size() || to >= members().size()) return false;
     if (from == to) return true;
-    if (!mayHoldOthers()) return false;
+    if (!mayHoldOthers(*this)) return false;
     EditStep step(m_node);
     step.prepare<ElementMove>(*this, from, to);
     expectNews(m_node, static_cast<const IInput*>(this));
     step.commit();
-    moveMember(from, to);
+    moveMember(from, to, {});
     return true;
 }
 
-void Input::moveMember(u64 from, u64 to) {
+void Input::moveMember(u64 from, u64 to, Only<ElementMove, Input> /*key*/) {
     ds::Vector<IInput*>& list = m_extras->members;
     if (isLongWay(list, from, to)) {
         IInput* const moved = list.extract(from);
@@ -216,16 +220,19 @@ void Input::moveMember(u64 from, u64 to) {
     changed(Value());
 }
 
-void Input::putMember(Input* member, u64 index) {
+void Input::putMember(RefersTo<Input> member, u64 index, Only<Input, InputListChange> /*key*/) {
     dropHash();
     leadsChanged();
     ds::Vector<IInput*>& list = extras().members;
-    if (!isArray()) return insertIntoList(list, index, member);
-    list.insert(index, member);
-    renumber(index, true);
+    if (isArray())
+        list.insert(index, member.get());
+    else
+        insertIntoList(list, index, member.get());
+    std::ignore = member.detach();
+    if (isArray()) renumber(index, true);
 }
 
-void Input::takeMember(Input* member) {
+void Input::takeMember(Input* member, Only<Input, InputListChange> /*key*/) {
     dropHash();
     leadsChanged();
     ds::Vector<IInput*>& list = m_extras->members;
@@ -313,75 +320,76 @@ IInput* Input::input(String path) {
 }
 
 IInput* Input::input(String path) const {
-    IInput* member = lookUpInput(path);
-    if (!member) logError("Input '%s' not found in input '%s'.", path.buf(), this->path().buf());
+    return findInputByName(path);
+}
+
+IInput* Input::findInputByName(const NameView& name) const {
+    IInput* member = lookUpInput(name);
+    if (!member)
+        logError("Input '%s' not found in input '%s'.", String(name.text()).buf(), path().buf());
     return member;
 }
 
-IInput* Input::lookUpInput(const String& name) const noexcept {
+IInput* Input::lookUpInput(const NameView& name) const noexcept {
     if (!isArray()) return findInList(members(), name);
     u64 index = 0;
-    return indexFromName(name, index) && index < members().size() ? members()[index] : nullptr;
+    return indexFromName(name.text(), index) && index < members().size() ? members()[index]
+                                                                         : nullptr;
 }
 
 bool Input::removeInput(u64 index) {
     IInput* member = input(index);
-    return member && mayHoldOthers() && removeFound(member);
+    return member && mayHoldOthers(*this) && removeFound(member);
 }
 
 bool Input::removeInput(String name) {
     IInput* member = input(std::move(name));
-    return member && mayHoldOthers() && removeFound(member);
+    return member && mayHoldOthers(*this) && removeFound(member);
 }
 
 bool Input::removeLastInput() {
-    return !members().empty() && mayHoldOthers() && removeFound(members().back());
+    return !members().empty() && mayHoldOthers(*this) && removeFound(members().back());
 }
 
-namespace {
-
-// Removes a member from its parent's list, but detaches it only after the notifications, so that
-// observers can still read it. Calls `placeOf()` if the removal is recorded.
+// Removes a member from the list, but detaches it only after the notifications, so that observers
+// can still read it. Calls `placeOf()` if the removal is recorded.
 template<typename PlaceOf>
-void takeOff(Input& parent, Input& removed, bool recordsTies, const PlaceOf& placeOf) {
-    const RefersTo<Node> held(implOf(parent.node()));
+void Input::takeOff(Input& removed, bool recordsTies, const PlaceOf& placeOf) {
+    const RefersTo<Node> held(m_node);
     EditStep step(held.get());
     Departure departing(removed);
     expectNews(held.get(), static_cast<const IInput*>(&removed));
     if (step.isRecording()) {
-        auto* change =
-            step.prepare<InputListChange>(removed, held.get(), &parent, placeOf(), false);
+        auto* change = step.prepare<InputListChange>(removed, held.get(), this, placeOf(), false);
         change->takeComments(step.scene().comments());
     }
     departing.dropComments();
-    parent.takeMember(&removed);
+    takeMember(&removed, {});
     step.commit();
     departing.offList();
-    if (recordsTies) removed.recordTies();
-    removed.showOwnValues();
+    if (recordsTies) removed.recordTies({});
+    removed.showOwnValues({});
     departing.begin();
     if (held) held->onInputRemoved(&removed);
 }
 
-} // namespace
-
 // Removes the last member first, so that the others keep their names. All connections end together,
 // so they are recorded together: undo restores each at its position among the targets of an output.
 bool Input::clearInputs() {
-    if (!members().empty() && !mayHoldOthers()) return false;
+    if (!members().empty() && !mayHoldOthers(*this)) return false;
     const RefersTo<Input> self(this);
     NewsHold news;
     const EditStep step(m_node);
-    recordTies();
+    recordTies({});
     while (!members().empty())
-        takeOff(*this, implOf(*members().back()), false, [this] { return members().size() - 1; });
+        takeOff(implOf(*members().back()), false, [this] { return members().size() - 1; });
     news.release();
     return members().empty();
 }
 
 bool Input::removeFound(IInput* member) {
     auto* removed = implOf(member);
-    takeOff(*this, *removed, true,
+    takeOff(*removed, true,
             [&] { return isArray() ? removed->elementIndex() : indexInList(members(), member); });
     return true;
 }

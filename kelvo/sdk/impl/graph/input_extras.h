@@ -61,4 +61,8 @@ inline Output* Input::sourceOutput() const noexcept {
     return m_extras ? m_extras->source : nullptr;
 }
 
+inline void Input::setSourceSlot(u64 slot, Only<Output> /*key*/) noexcept {
+    m_extras->sourceSlot = slot;
+}
+
 } // namespace qv::kelvo_sdk::impl

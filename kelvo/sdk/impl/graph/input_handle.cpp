@@ -210,7 +210,7 @@ Result Input::rename(const String& name) const {
     if (!get()) return emptyHandle("input");
     const Input held(*this);
     if (implOf(held.get())->rename(name)) return {};
-    return failureOf(implOf(held.get())->renameRefusal(name),
+    return failureOf(impl::renameRefusal(*implOf(held.get()), name),
                      "Cannot rename input '" + held.path() + "' to '" + name + "'.");
 }
 

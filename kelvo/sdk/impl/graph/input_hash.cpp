@@ -30,13 +30,9 @@ u64 nonZero(u64 hash) noexcept {
 
 } // namespace
 
-bool Input::holdsInputs() const noexcept {
-    return isArray() || isObject();
-}
-
 u64 Input::hashWith(const StringVector& skip) const {
     if (const u64 known = keptHash()) return known;
-    return holdsInputs() ? membersHash(skip) : plainHash(skip);
+    return isArray() || isObject() ? membersHash(skip) : plainHash(skip);
 }
 
 // Caches the hash unless it depends on other nodes or on `skip`.

@@ -1,6 +1,6 @@
 // ---- History ---------------------------------------------------------------------------
-// Used by recorded changes only. These functions record nothing; all of them except `putMember`,
-// `takeMember`, `entered` and `left` notify observers.
+// Recorded changes swap values, names and lists. These functions record nothing; all of them except
+// `putMember`, `takeMember`, `entered` and `left` notify observers.
 
 #include "kelvo/sdk/impl/graph/input.h"
 
@@ -17,17 +17,17 @@
 
 namespace qv::kelvo_sdk::impl {
 
-void Input::entered(Node* node, Input* parent) {
+void Input::entered(Node* node, Input* parent, Only<InputListChange> /*key*/) {
     m_parent = parent;
     setNodeOfAll(node);
 }
 
-void Input::left() {
+void Input::left(Only<InputListChange> /*key*/) {
     m_parent = nullptr;
     setNodeOfAll(nullptr);
 }
 
-void Input::exchangeValue(Value& other) {
+void Input::exchangeValue(Value& other, Only<ValueChange> /*key*/) {
     Value before = ownValue();
     if (isModified()) dropStash();
     replaceValue(other);
@@ -36,7 +36,7 @@ void Input::exchangeValue(Value& other) {
 }
 
 // Needs no memory, because an input that ever had a kept value has extras.
-void Input::exchangeStash(std::unique_ptr<Stash>& other) {
+void Input::exchangeStash(std::unique_ptr<Stash>& other, Only<StashChange> /*key*/) {
     if (!other && !stashed()) return;
     std::unique_ptr<Stash>& kept = extras().stash;
     if (kept && kept->link.table) kept->link.table->remove(kept->link);
@@ -44,7 +44,7 @@ void Input::exchangeStash(std::unique_ptr<Stash>& other) {
     if (kept) linkStash();
 }
 
-void Input::exchangeSource(Output* output, u64 rank) {
+void Input::exchangeSource(Output* output, u64 rank, Only<SourceChange> /*key*/) {
     const RefersTo<Output> before(sourceOutput());
     setSource(output, rank);
     if (m_node) m_node->onInputConnected(this, before.get(), output);
@@ -55,7 +55,25 @@ u64 Input::sourceRank() const noexcept {
     return source ? source->rankOfTarget(m_extras->sourceSlot) : noIndex;
 }
 
-void Input::recordTies() {
+namespace {
+
+// Records the links in the value and in the kept value of an input.
+void recordLinks(Input& input, EditStep& step) {
+    const InputExtras* extras = input.ownExtras();
+    if (!extras) return;
+    if (extras->link.table) {
+        step.prepare<ValueChange>(input);
+        step.commit();
+    }
+    if (extras->stash && extras->stash->link.table && !input.isModified()) {
+        step.prepare<StashChange>(input);
+        step.commit();
+    }
+}
+
+} // namespace
+
+void Input::recordTies(Only<Input, Node> /*key*/) {
     if (!m_extras || !m_node) return;
     EditStep step(m_node);
     if (!step.isRecording()) return;
@@ -64,24 +82,12 @@ void Input::recordTies() {
         for (IInput* member : all[i]->members())
             all.push_back(implOf(member));
     for (Input* input : all)
-        input->recordLinks(step);
+        recordLinks(*input, step);
     // Records later targets first: undo goes backwards, so each finds those before it in place.
     std::erase_if(all, [](const Input* input) { return !input->sourceOutput(); });
     std::ranges::stable_sort(all, std::greater(), &Input::sourceRank);
     for (Input* input : all) {
         step.prepare<SourceChange>(*input);
-        step.commit();
-    }
-}
-
-void Input::recordLinks(EditStep& step) {
-    if (!m_extras) return;
-    if (m_extras->link.table) {
-        step.prepare<ValueChange>(*this);
-        step.commit();
-    }
-    if (m_extras->stash && m_extras->stash->link.table && !isModified()) {
-        step.prepare<StashChange>(*this);
         step.commit();
     }
 }

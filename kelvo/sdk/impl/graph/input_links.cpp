@@ -85,13 +85,29 @@ bool Input::connect(IOutput* output) {
         logWarning("%s", connectRefusal(*this, *after).buf());
         return false;
     }
+    connectUnchecked(*after, {});
+    return true;
+}
+
+void Input::connectUnchecked(Output& output, Only<Input, SceneBuilder> /*key*/) {
+    Output* const before = sourceOutput();
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
     expectNews(m_node, static_cast<const IInput*>(this));
-    setSource(after);
+    setSource(&output);
     step.commit();
-    if (m_node) m_node->onInputConnected(this, before, after);
-    return true;
+    if (m_node) m_node->onInputConnected(this, before, &output);
+}
+
+void Input::linkUnchecked(INode* node, Only<SceneBuilder> /*key*/) {
+    EditStep step(m_node);
+    step.prepare<ValueChange>(*this);
+    expectNews(m_node, static_cast<const IInput*>(this));
+    if (node) extras();
+    Value before(node);
+    replaceValue(before);
+    step.commit();
+    changed(std::move(before));
 }
 
 bool Input::disconnect() {
@@ -108,7 +124,6 @@ bool Input::disconnect() {
     return true;
 }
 
-// Drops the node's leads in the compact graph.
 void Input::leadsChanged() noexcept {
     if (m_node) m_node->leadsChanged();
 }
@@ -123,34 +138,39 @@ void Input::tiesChanged() const noexcept {
 void Input::setSource(Output* output, u64 rank) {
     if (sourceOutput() == output) return;
     InputExtras& own = extras();
-    if (output) output->makeRoom();
+    if (output) output->makeRoom({});
     leadsChanged();
-    if (own.source) own.source->removeTarget(own.sourceSlot);
+    if (own.source) own.source->removeTarget(own.sourceSlot, {});
     own.source = output;
-    if (output) own.sourceSlot = output->addTarget(this, rank);
+    if (output) own.sourceSlot = output->addTarget(this, rank, {});
     dropHash();
 }
 
-// Returns the node whose scene records a change. Null while this input's node is in its destructor,
-// because a record holds a reference to that node.
-const Node* Input::recorder(const INode* other) const {
-    return m_node && m_node->isEnding() ? nullptr : implOf(other);
+namespace {
+
+// Returns the node whose scene records the edits that `other` causes in an input. Null while the
+// input's node is in its destructor, because a record holds a reference to that node.
+const Node* recorderOf(const Input& input, const INode* other) {
+    const auto* node = implOf(input.node());
+    return node && node->isEnding() ? nullptr : implOf(other);
 }
+
+} // namespace
 
 // Called by the output for the last of its connections. Recorded in the scene of the output's node,
 // because undo cannot restore an output of a free node.
-void Input::endSource(Output& output, bool isRecorded) {
-    EditStep step(isRecorded ? recorder(output.node()) : nullptr);
+void Input::endSource(Output& output, bool isRecorded, Only<Output> /*key*/) {
+    EditStep step(isRecorded ? recorderOf(*this, output.node()) : nullptr);
     step.prepare<SourceChange>(*this, output, output.targetCount() - 1);
     expectNews(m_node, static_cast<const IInput*>(this));
-    static_cast<void>(output.takeLastTarget());
+    static_cast<void>(output.takeLastTarget({}));
     m_extras->source = nullptr;
     leadsChanged();
     step.commit();
     if (m_node) m_node->onInputConnected(this, &output, nullptr);
 }
 
-void Input::dropSource() noexcept {
+void Input::dropSource(Only<Output> /*key*/) noexcept {
     m_extras->source = nullptr;
     leadsChanged();
     if (m_node) m_node->setDirty(true);
@@ -190,7 +210,7 @@ void Input::relink(const INode& from, INode* to) {
     const bool isKept = kept && kept->type() == AttrType::Node && kept->asNode() == &from;
     const bool isHeld = linkedNode(*this) == &from;
     if (!isKept && !isHeld) return;
-    EditStep step(recorder(&from));
+    EditStep step(recorderOf(*this, &from));
     expectNews(m_node, static_cast<const IInput*>(this));
     // The order matters: a change between `prepare` and `commit` would use the prepared memory.
     const bool isUsers = isModified();
@@ -207,36 +227,37 @@ void Input::relink(const INode& from, INode* to) {
 
 // Recorded in the scene of `from`, because this input's node may be in no scene.
 void Input::relinkStash(const INode& from, INode* to) {
-    EditStep step(isUpToModifiers() ? nullptr : recorder(&from));
+    EditStep step(isUpToModifiers() ? nullptr : recorderOf(*this, &from));
     step.prepare<StashChange>(*this);
-    replaceStash(Value(to));
+    replaceStash(Value(to), {});
     step.commit();
 }
 
-void Input::dropLink() noexcept {
+void Input::dropLink(Only<Node> /*key*/) noexcept {
     Link& link = m_extras->link;
     implOf(link.target)->readersChanged();
     link.table->remove(link);
-    forgetLink();
+    forgetLink({});
     if (m_node) m_node->setDirty(true);
 }
 
-void Input::dropStashedLink() noexcept {
+void Input::dropStashedLink(Only<Node> /*key*/) noexcept {
     Link& link = m_extras->stash->link;
     link.table->remove(link);
-    forgetStashedLink();
+    forgetStashedLink({});
 }
 
-void Input::forgetLink() noexcept {
+void Input::forgetLink(Only<Input, Scene> /*key*/) noexcept {
     leadsChanged();
     m_value = Value(static_cast<INode*>(nullptr));
 }
 
-void Input::forgetStashedLink() noexcept {
+void Input::forgetStashedLink(Only<Input, Scene> /*key*/) noexcept {
     m_extras->stash->value = Value(static_cast<INode*>(nullptr));
 }
 
-void Input::redirect(INode* link, Output* source, u64 rank) {
+void Input::redirect(INode* link, Output* source, u64 rank,
+                     Only<NodeCopies, NodeExchange, Scene> /*key*/) {
     setSource(source, rank);
     if (type() != AttrType::Node || m_value.asNode() == link) return;
     linkTo(link);

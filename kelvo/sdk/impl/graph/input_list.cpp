@@ -68,14 +68,15 @@ void noteRemoved(const List<Attribute>& list, u64 place) noexcept {
 } // namespace
 
 template<typename Attribute>
-Attribute* findInList(const List<Attribute>& list, const String& name) noexcept {
+Attribute* findInList(const List<Attribute>& list, const NameView& name) noexcept {
     if (list.size() >= kLongList) {
         if (const auto* index = own(list[0])->listIndex()) return index->find(name);
     }
     const u64 hash = name.foldedHash();
     for (Attribute* next : list) {
         const auto* candidate = own(next);
-        if (candidate->nameHash() == hash && candidate->ownName().equalsNoCase(name)) return next;
+        if (candidate->nameHash() == hash && candidate->ownName().equalsNoCase(name.text()))
+            return next;
     }
     return nullptr;
 }
@@ -114,8 +115,8 @@ void joinNames(const List<IInput>& list, u64 index) noexcept {
     if (list.size() >= kLongList) noteInserted(list, index);
 }
 
-template IInput* findInList(const List<IInput>&, const String&) noexcept;
-template IOutput* findInList(const List<IOutput>&, const String&) noexcept;
+template IInput* findInList(const List<IInput>&, const NameView&) noexcept;
+template IOutput* findInList(const List<IOutput>&, const NameView&) noexcept;
 template void appendToList<IInput>(List<IInput>&, IInput*);
 template void appendToList<IOutput>(List<IOutput>&, IOutput*);
 template void insertIntoList<IInput>(List<IInput>&, u64, IInput*);

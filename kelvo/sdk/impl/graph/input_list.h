@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/base/string.h"
+#include "kelvo/base/name.h"
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/interfaces/forward.h"
 
@@ -13,7 +13,7 @@ namespace qv::kelvo_sdk::impl {
 /// Returns the first attribute of that name without regard to case, null when there is none.
 template<typename Attribute>
 [[nodiscard]] Attribute* findInList(const ds::Vector<Attribute*>& list,
-                                    const String& name) noexcept;
+                                    const NameView& name) noexcept;
 
 /// Adds an attribute at the end.
 template<typename Attribute>

@@ -11,6 +11,7 @@
 #include "kelvo/sdk/impl/graph/layout.h"
 #include "kelvo/sdk/impl/graph/modifier_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/refusals.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/news_hold.h"
 #include "kelvo/sdk/input.h"
@@ -64,15 +65,17 @@ const char* bar(const ModifierNames& list) {
 
 } // namespace
 
-String Input::renameRefusal(const String& name) const {
-    const String start = "Cannot rename input '" + path() + "' to '" + name + "': ";
-    if (!m_node || m_node->isEnding() || !isHeld(*this)) return start + "it belongs to no node.";
-    if (isElement()) return start + "an element is named by its place.";
+String renameRefusal(const Input& input, const String& name) {
+    const String start = "Cannot rename input '" + input.path() + "' to '" + name + "': ";
+    const auto* node = implOf(input.node());
+    const auto* parent = implOf(input.parent());
+    if (!node || node->isEnding() || !isHeld(input)) return start + "it belongs to no node.";
+    if (input.isElement()) return start + "an element is named by its place.";
     if (!name.isSimpleCID()) return start + "that is no simple identifier.";
-    if (m_isHeldReadOnly) return start + "'" + m_parent->path() + "' is read-only.";
-    if (const Input* other = namesakeOf(*this, name))
+    if (parent && parent->isReadOnly()) return start + "'" + parent->path() + "' is read-only.";
+    if (const Input* other = namesakeOf(input, name))
         return start + "there is an input '" + other->path() + "' already.";
-    for (const ModifierNames& list : modifierNamesAfter(*this, name))
+    for (const ModifierNames& list : modifierNamesAfter(input, name))
         if (const char* reason = bar(list))
             return start + "'" + list.input->path() + "' names it and " + reason + ".";
     return {};
@@ -81,7 +84,7 @@ String Input::renameRefusal(const String& name) const {
 // All notifications come at the end, so modifiers run only when the renaming is complete.
 bool Input::rename(String name) {
     if (m_node && m_name.equals(name) && !isElement()) return true;
-    if (const String refusal = renameRefusal(name); !refusal.isEmpty()) {
+    if (const String refusal = renameRefusal(*this, name); !refusal.isEmpty()) {
         logError("%s", refusal.buf());
         return false;
     }
@@ -94,14 +97,14 @@ bool Input::rename(String name) {
     step.prepare<InputRename>(*this, naming);
     expectNews(m_node, static_cast<const IInput*>(this));
     step.commit();
-    exchangeName(naming);
+    exchangeName(naming, {});
     for (const ModifierNames& list : lists)
         list.input->setString(list.names);
     news.release();
     return true;
 }
 
-void Input::exchangeName(InputNaming& other) {
+void Input::exchangeName(InputNaming& other, Only<Input, InputRename> /*key*/) {
     const auto& list = listOf(*this);
     const u64 place = placeInList();
     leaveNames(list, place);
@@ -129,7 +132,7 @@ void InputRename::swap(Scene& /*scene*/) {
     if (std::exchange(m_isPassedOver, false)) return;
     const bool isThere = input().node() && input().node() == node() && isHeld(input());
     m_isPassedOver = !isThere || (input().parent() && namesakeOf(input(), m_other.name));
-    if (!m_isPassedOver) input().exchangeName(m_other);
+    if (!m_isPassedOver) input().exchangeName(m_other, {});
 }
 
 u64 InputRename::bytes() const {

@@ -40,7 +40,7 @@ bool Input::unstash() {
     return true;
 }
 
-std::unique_ptr<Stash> Input::takeStashedBack() noexcept {
+std::unique_ptr<Stash> Input::takeStashedBack(Only<Input, Modifiers> /*key*/) noexcept {
     Link& link = m_extras->stash->link;
     if (link.table) link.table->remove(link);
     auto stash = std::move(m_extras->stash);
@@ -49,7 +49,8 @@ std::unique_ptr<Stash> Input::takeStashedBack() noexcept {
     return stash;
 }
 
-void Input::showAgain(const Value& value, std::unique_ptr<Stash> kept) noexcept {
+void Input::showAgain(const Value& value, std::unique_ptr<Stash> kept,
+                      Only<Modifiers> /*key*/) noexcept {
     Value shown = value;
     replaceValue(shown);
     dropStash();
@@ -70,7 +71,7 @@ const Value* Input::stashed() const noexcept {
 }
 
 // Reuses the memory of an earlier kept value.
-void Input::replaceStash(Value value) {
+void Input::replaceStash(Value value, Only<Input, NodeCopies, SceneBuilder> /*key*/) {
     if (!stashed()) extras().stash = std::make_unique<Stash>();
     Link& link = m_extras->stash->link;
     if (link.table) link.table->remove(link);
@@ -81,7 +82,7 @@ void Input::replaceStash(Value value) {
 void Input::setStashed(Value value) {
     EditStep step(isUpToModifiers() ? nullptr : m_node);
     step.prepare<StashChange>(*this);
-    replaceStash(std::move(value));
+    replaceStash(std::move(value), {});
     step.commit();
 }
 

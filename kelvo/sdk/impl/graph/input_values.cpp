@@ -216,18 +216,18 @@ bool becomes(AttrType kind, Value& value) {
     return true;
 }
 
-} // namespace
-
 // Evaluates the source of the input. Converts the value to the input's own kind first.
-bool Input::readSource(AttrType kind, void* ctx, Value& out) const {
-    const AttrType own = type();
-    // The eval callback may remove the output, and this input.
-    const RefersTo<Output> source(sourceOutput());
+bool readSource(const Input& input, AttrType kind, void* ctx, Value& out) {
+    const AttrType own = input.type();
+    // The eval callback may remove the output, and the input.
+    const RefersTo<Output> source(input.sourceOutput());
     out = source->evaluate(ctx);
     if (out.isNull() || !becomes(own, out) || !becomes(kind, out)) return false;
     if (kind == AttrType::Buffer) source->hold(out.asBuffer());
     return true;
 }
+
+} // namespace
 
 template<typename T, typename Get>
 bool Input::readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const {
@@ -238,7 +238,7 @@ bool Input::readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& g
     }
     Value value;
     const bool isRead =
-        isConnected ? readSource(kind, ctx, value) : convertValue(m_value, kind, value);
+        isConnected ? readSource(*this, kind, ctx, value) : convertValue(m_value, kind, value);
     if (isRead) out = get(value);
     return isRead;
 }
@@ -334,18 +334,23 @@ bool Input::isDefault() const {
     return !firstChanged();
 }
 
-const Input* Input::firstChanged() const {
-    if (!isDefaultAlone()) return this;
-    InputWalk inside(members());
-    while (const Input* member = inside.next())
-        if (!member->isDefaultAlone()) return member;
-    return nullptr;
+namespace {
+
+// Tells whether an input is at its default, without regard to members.
+bool isDefaultAlone(const Input& input) {
+    if (input.sourceOutput() || (input.stashed() && !input.isModified())) return false;
+    if (input.type() == AttrType::Array) return input.members().empty();
+    return input.isObject() || input.ownValue() == input.defaultValue();
 }
 
-bool Input::isDefaultAlone() const {
-    if (sourceOutput() || (stashed() && !isModified())) return false;
-    if (isArray()) return members().empty();
-    return isObject() || ownValue() == defaultValue();
+} // namespace
+
+const Input* Input::firstChanged() const {
+    if (!isDefaultAlone(*this)) return this;
+    InputWalk inside(members());
+    while (const Input* member = inside.next())
+        if (!isDefaultAlone(*member)) return member;
+    return nullptr;
 }
 
 } // namespace qv::kelvo_sdk::impl

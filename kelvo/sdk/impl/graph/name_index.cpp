@@ -17,7 +17,7 @@ NameIndex<Attribute>::NameIndex(const ds::Vector<Attribute*>& list) {
 
 // Returns the slot of a name, or the empty slot where it belongs.
 template<typename Attribute>
-u64 NameIndex<Attribute>::slotOf(u64 hash, const String& name) const noexcept {
+u64 NameIndex<Attribute>::slotOf(u64 hash, std::string_view name) const noexcept {
     const u64 mask = m_slots.size() - 1;
     u64 slot = hash & mask;
     while (m_slots[slot]) {
@@ -78,8 +78,9 @@ void NameIndex<Attribute>::grow() {
 }
 
 template<typename Attribute>
-typename NameIndex<Attribute>::Own* NameIndex<Attribute>::find(const String& name) const noexcept {
-    return m_slots[slotOf(name.foldedHash(), name)];
+typename NameIndex<Attribute>::Own*
+NameIndex<Attribute>::find(const NameView& name) const noexcept {
+    return m_slots[slotOf(name.foldedHash(), name.text())];
 }
 
 template class NameIndex<interfaces::IInput>;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/base/string.h"
+#include "kelvo/base/name.h"
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 
@@ -27,12 +27,12 @@ public:
     [[nodiscard]] bool isShared(u64 nameHash) const noexcept {
         return m_sharedHashes.contains(nameHash);
     }
-    [[nodiscard]] Own* find(const String& name) const noexcept;
+    [[nodiscard]] Own* find(const NameView& name) const noexcept;
     /// Returns the number of names.
     [[nodiscard]] u64 size() const noexcept { return m_used; }
 
 private:
-    [[nodiscard]] u64 slotOf(u64 hash, const String& name) const noexcept;
+    [[nodiscard]] u64 slotOf(u64 hash, std::string_view name) const noexcept;
     void grow();
 
     // Open addressing; the size is a power of two, at most half full.

@@ -47,9 +47,9 @@ Node::~Node() {
     if (m_data) logError("MEMORY LEAK: user data not freed for node '%s'.", m_name.buf());
     // Clears all owner pointers first, so that no attribute reaches this node afterwards.
     for (IInput* input : m_inputs)
-        implOf(input)->clearNode();
+        implOf(input)->clearNode({});
     for (IOutput* output : m_outputs)
-        implOf(output)->clearNode();
+        implOf(output)->clearNode({});
     dropReferences();
     for (IInput* input : m_inputs)
         implOf(input)->nodeDestroyed();
@@ -66,37 +66,41 @@ void Node::incRef() {
     m_refCount.fetch_add(1);
 }
 
-void Node::decRef() {
-    if (m_refCount.fetch_sub(1) != 1) return;
-    if (isReferredTo()) {
-        m_refCount.fetch_add(1);
-        endReferences();
-        if (m_refCount.fetch_sub(1) != 1) return;
-    }
-    delete this;
-}
+namespace {
 
 // Only matters for nodes outside of scenes: leaving a scene ends all references to a node.
-bool Node::isReferredTo() const noexcept {
+bool isReferredTo(const Node& node) noexcept {
     const auto isRead = [](const IOutput* output) { return !implOf(output)->isFree(); };
-    if (std::ranges::any_of(m_outputs, isRead)) return true;
+    if (std::ranges::any_of(node.outputs(), isRead)) return true;
     return LinkTable::hasFreeLinks() &&
-           (LinkTable::ofFreeNodes().first(this) || LinkTable::keptOfFreeNodes().first(this));
+           (LinkTable::ofFreeNodes().first(&node) || LinkTable::keptOfFreeNodes().first(&node));
 }
 
 // Called while the node still exists; observers may even keep it alive.
-void Node::endReferences() noexcept {
+void endReferences(Node& node) noexcept {
     try {
         NewsHold news;
-        for (IOutput* output : m_outputs)
+        for (IOutput* output : node.outputs())
             implOf(output)->disconnectTargets();
         for (LinkTable* links : {&LinkTable::ofFreeNodes(), &LinkTable::keptOfFreeNodes()})
-            while (Input* input = links->first(this))
-                input->relink(*this, nullptr);
+            while (Input* input = links->first(&node))
+                input->relink(node, nullptr);
         news.release();
     } catch (...) {
         logLost("at the end of a node");
     }
+}
+
+} // namespace
+
+void Node::decRef() {
+    if (m_refCount.fetch_sub(1) != 1) return;
+    if (isReferredTo(*this)) {
+        m_refCount.fetch_add(1);
+        endReferences(*this);
+        if (m_refCount.fetch_sub(1) != 1) return;
+    }
+    delete this;
 }
 
 // Ends references that were added meanwhile, or that lead to a node that is not counted, without
@@ -106,9 +110,9 @@ void Node::dropReferences() noexcept {
         implOf(output)->dropTargets();
     if (!LinkTable::hasFreeLinks()) return;
     while (Input* input = LinkTable::ofFreeNodes().first(this))
-        input->dropLink();
+        input->dropLink({});
     while (Input* input = LinkTable::keptOfFreeNodes().first(this))
-        input->dropStashedLink();
+        input->dropStashedLink({});
 }
 
 IScene* Node::scene() const {
@@ -118,5 +122,5 @@ IScene* Node::scene() const {
 } // namespace qv::kelvo_sdk::impl
 
 qv::i64 impl_nodeInstanceCount() {
-    return qv::kelvo_sdk::impl::Node::s_instCount.load();
+    return qv::kelvo_sdk::impl::Node::instanceCount();
 }

@@ -2,6 +2,8 @@
 
 #include "kelvo/base/hash_map.h"
 #include "kelvo/base/math.h"
+#include "kelvo/base/name.h"
+#include "kelvo/base/only.h"
 #include "kelvo/base/string_vector.h"
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
@@ -14,6 +16,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <utility>
 
 /// Returns the number of node objects alive in the process.
 extern "C" QV_EXPORT qv::i64 impl_nodeInstanceCount();
@@ -27,10 +30,17 @@ using interfaces::IOutput;
 using interfaces::IScene;
 using interfaces::NodeObserver;
 
+class DirtyCache;
+class GraphReader;
 class Input;
+class InputListChange;
 class LibInfo;
+class NodeChange;
+class NodeCopies;
 class Output;
+class OutputListChange;
 class Scene;
+class SceneBuilder;
 
 /// The one implementation of a node. `INode` has the contract of its operations; here are the laws
 /// of the rooms, each of which is one source file and one test.
@@ -68,6 +78,8 @@ public:
 
     void incRef() override;
     void decRef() override;
+    /// Returns the number of node objects alive in the process.
+    [[nodiscard]] static i64 instanceCount() noexcept { return s_instCount.load(); }
     [[nodiscard]] IScene* scene() const override;
     /// Returns the scene; null in the node's destructor, when the scene may no longer exist.
     [[nodiscard]] IScene* liveScene() const noexcept { return m_destroying ? nullptr : m_scene; }
@@ -109,17 +121,18 @@ public:
 
     /// For code that builds nodes from definitions.
     void setBases(StringVector bases, bool isAbstract, bool isInternal);
+    void setMarks(bool isAbstract, bool isInternal) noexcept;
     void setLabel(String language, String text);
     void setHelp(String language, String text);
     void setSvgIcon(String svg);
-    /// For the scene only, which keeps names unique and notifies observers.
-    void setName(String name);
-    /// For the scene only; null after the node was removed.
-    void setScene(IScene* scene) noexcept {
+    /// The scene keeps names unique and notifies observers.
+    void setName(String name, Only<Scene, NodeChange, NodeCopies> key);
+    /// The scene is null after the node was removed.
+    void setScene(IScene* scene, Only<Scene, NodeCopies, SceneBuilder> /*key*/) noexcept {
         if (scene != m_scene) m_knownRows = 0;
         m_scene = scene;
     }
-    void setHasLeft(bool hasLeft) noexcept { m_hasLeft = hasLeft; }
+    void setHasLeft(bool hasLeft, Only<Scene> /*key*/) noexcept { m_hasLeft = hasLeft; }
 
     // ---- Attribute creation ----------------------------------------------------------------
     // An existing attribute of the same name and kind is returned instead of a new one, with a
@@ -137,6 +150,15 @@ public:
                                DataType dataType) const;
     IOutput* checkExistingOutput(String name, AttrType type, DataType dataType) const;
 
+    // Put an attribute at the end or at an index without notifications. The list takes over the
+    // reference.
+    void append(RefersTo<Input> input, Only<Node, SceneBuilder> key);
+    void append(RefersTo<Output> output, Only<Node, SceneBuilder> key);
+    void put(RefersTo<Input> input, u64 index, Only<InputListChange> key);
+    void put(RefersTo<Output> output, u64 index, Only<OutputListChange> key);
+    /// Reserves memory for more attributes.
+    void reserve(u64 inputs, u64 outputs, Only<SceneBuilder> key);
+
     // ---- Attribute look-up -----------------------------------------------------------------
     // Names are compared without regard to case, and the first match in order decides. Finders that
     // fail log one line; questions log nothing.
@@ -153,11 +175,11 @@ public:
     IOutput* output(u64 index) const override;
     IOutput* output(String name) override;
     IOutput* output(String name) const override;
-    [[nodiscard]] IInput* findInputByName(String name) const;
-    [[nodiscard]] IOutput* findOutputByName(String name) const;
-    /// Are like the finders by name, without log entries and copies of the name.
-    [[nodiscard]] IInput* lookUpInput(const String& name) const noexcept;
-    [[nodiscard]] IOutput* lookUpOutput(const String& name) const noexcept;
+    [[nodiscard]] IInput* findInputByName(const NameView& name) const;
+    [[nodiscard]] IOutput* findOutputByName(const NameView& name) const;
+    /// Are like the finders by name, without log entries.
+    [[nodiscard]] IInput* lookUpInput(const NameView& name) const noexcept;
+    [[nodiscard]] IOutput* lookUpOutput(const NameView& name) const noexcept;
     [[nodiscard]] IInput* findInputByIndex(u64 index) const;
     [[nodiscard]] IOutput* findOutputByIndex(u64 index) const;
     /// Returns -1 for null and for attributes of other nodes.
@@ -178,6 +200,10 @@ public:
     bool removeOutput(u64 index) override;
     bool removeLastOutput() override;
     bool clearOutputs() override;
+
+    // Take an attribute off its list without notifications. The caller gets the list's reference.
+    void takeInput(u64 index, Only<Node, InputListChange> key) noexcept;
+    void takeOutput(u64 index, Only<Node, OutputListChange> key) noexcept;
 
     // ---- Input paths -----------------------------------------------------------------------
     // Inputs are matched without regard to case and searched in arrays and objects; outputs are
@@ -227,6 +253,10 @@ public:
     void setDirty(bool dirty) override;
     /// Returns the node's own flag.
     [[nodiscard]] bool isDirty() const noexcept { return m_dirty; }
+    /// Sets the flag without telling anybody; returns whether it was clear.
+    bool raiseDirty(Only<DirtyCache, SceneBuilder> /*key*/) noexcept {
+        return !std::exchange(m_dirty, true);
+    }
     NodeIterator* dependencies(bool downstream, bool flag) const override;
 
     // ---- Compact graph ---------------------------------------------------------------------
@@ -237,13 +267,15 @@ public:
     [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
     /// Returns the scene that contains the node; null before it was added and after its removal.
     [[nodiscard]] const Scene* sceneAround() const noexcept;
-    /// For the scene only: sets a number under which the graph has no rows yet.
-    void setNumber(NodeNumber number) noexcept {
+    /// Sets a number under which the graph has no rows yet.
+    void setNumber(NodeNumber number, Only<Scene> /*key*/) noexcept {
         m_number = number;
         m_knownRows = 0;
     }
-    /// For walks only, under the lock of the graph: notes that a row was filled in.
-    void noteRow(CompactGraph::Kind kind) const noexcept { m_knownRows |= bitOf(kind); }
+    /// Call under the lock of the graph: notes that a row was filled in.
+    void noteRow(CompactGraph::Kind kind, Only<GraphReader> /*key*/) const noexcept {
+        m_knownRows |= bitOf(kind);
+    }
     /// Call when links or connections of the node's inputs change.
     void leadsChanged() noexcept {
         dropRows(bitOf(CompactGraph::Kind::Dependencies) | bitOf(CompactGraph::Kind::Children));
@@ -321,6 +353,8 @@ public:
     Node* clone(IScene* scene, String name) const;
     /// Is like `clone`, but leaves the call of the init callback to the caller.
     [[nodiscard]] RefersTo<Node> copyFor(IScene* scene, String name) const;
+    /// Takes over type, bases, texts and library of a definition.
+    void copyDefinition(const Node& from, Only<Node, SceneBuilder> key);
 
     // ---- Presentation ----------------------------------------------------------------------
     // The writers define the formats. A flag is set while text is written, and restored afterwards,
@@ -339,15 +373,9 @@ public:
     virtual IOutput* createOutput(String name, DataType dataType);
 
 private:
-    friend class DirtyCache;
-    friend class InputListChange;
-    friend class OutputListChange;
-    friend class SceneBuilder;
+    // Shows tests the layout.
     friend struct NodeLayoutProbe;
-    friend i64(::impl_nodeInstanceCount)();
 
-    [[nodiscard]] bool isReferredTo() const noexcept;
-    void endReferences() noexcept;
     void dropReferences() noexcept;
     static constexpr u8 bitOf(CompactGraph::Kind kind) noexcept {
         return static_cast<u8>(1u << static_cast<u8>(kind));
@@ -359,22 +387,15 @@ private:
 
     IInput* addInput(Input* input);
     IOutput* addOutput(Output* output);
-    [[nodiscard]] IInput* reusableInput(const String& name, AttrType type, AttrType elementType,
-                                        DataType dataType) const;
-    [[nodiscard]] IOutput* reusableOutput(const String& name, AttrType type,
-                                          DataType dataType) const;
     bool removeFoundInput(IInput* input);
     bool removeFoundOutput(IOutput* output);
     [[nodiscard]] String fullPath(String path) const;
     [[nodiscard]] bool isTypeOrBase(std::string_view name) const noexcept;
-    [[nodiscard]] String nameFromInput() const;
     bool bindCallbacks(const String& type);
     void evaluationChanged() const noexcept;
-    [[nodiscard]] bool dependsOnDirty() const;
     void markDirty() const;
     [[nodiscard]] bool isHeard() const noexcept;
     [[nodiscard]] bool isNews(const IInput& input) const;
-    void copyIdentity(const Node& from);
     void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);
     template<typename Tell>

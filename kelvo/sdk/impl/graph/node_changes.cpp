@@ -77,20 +77,18 @@ void OutputListChange::swap(Scene& scene) {
     const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
     if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
-        m_output->incRef();
-        insertIntoList(m_node->m_outputs, std::min(m_index, m_node->outputCount()), m_output.get());
-        m_output->entered(m_node.get());
+        m_node->put(m_output, m_index, {});
+        m_output->entered(m_node.get(), {});
         scene.comments().putBack(std::move(m_comments));
         m_node->onOutputAdded(m_output.get());
         return;
     }
     keepComments([&] { takeComments(scene.comments()); });
-    removeFromList(m_node->m_outputs, indexInList<IOutput>(m_node->m_outputs, m_output.get()));
-    m_node->readersChanged();
+    m_node->takeOutput(indexInList<IOutput>(m_node->outputs(), m_output.get()), {});
     // Takes over the reference of the list.
     const auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
-    afterTelling([leaving] { leaving->clearNode(); });
+    afterTelling([leaving] { leaving->clearNode({}); });
 }
 
 u64 OutputListChange::bytes() const {
@@ -108,7 +106,7 @@ String OutputListChange::text() const {
 OutputValueChange::OutputValueChange(Output& output) : m_output(&output), m_other(output.value()) {}
 
 void OutputValueChange::swap(Scene& /*scene*/) {
-    m_output->exchangeValue(m_other);
+    m_output->exchangeValue(m_other, {});
 }
 
 bool OutputValueChange::isNothing() const {
@@ -136,7 +134,7 @@ void NodeChange::expect(Scene& scene) {
 }
 
 void NodeChange::prepareSwap(Scene& scene) {
-    if (m_isIn) scene.clearReferences(*m_node);
+    if (m_isIn) scene.clearReferences(*m_node, {});
 }
 
 // Skips the swap when a removed node was added to another scene, or when an observer of another
@@ -149,10 +147,9 @@ void NodeChange::swap(Scene& scene) {
     if (m_isPassedOver) return;
     if (m_isIn) {
         takeFreeName(scene);
-        m_node->setNumber(
-            scene.m_nodes.add(std::move(m_place), m_node->name(), m_node.get(), m_index));
+        scene.putBack(*m_node, std::move(m_place), m_index, {});
         scene.comments().putBack(std::move(m_comments));
-        scene.enter(*m_node);
+        scene.enter(*m_node, {});
         return;
     }
     keepComments([&] { scene.comments().take(m_node.get(), m_comments); });
@@ -161,19 +158,19 @@ void NodeChange::swap(Scene& scene) {
         holdStrays(*m_node, m_strays);
     } catch (const std::bad_alloc&) {
     }
-    m_index = scene.m_nodes.indexOf(m_node->name());
-    m_place = scene.takeOut(*m_node);
-    if (!m_name.isEmpty()) m_node->setName(std::exchange(m_name, String()));
-    scene.leave(*m_node);
-    scene.tellRemoved(*m_node);
+    m_index = scene.indexOf(*m_node);
+    m_place = scene.takeOut(*m_node, {});
+    if (!m_name.isEmpty()) m_node->setName(std::exchange(m_name, String()), {});
+    scene.removed(*m_node, {});
 }
 
 // An observer of another undo may have given the name to another node. The node gets its own name
 // back when it is removed again.
 void NodeChange::takeFreeName(const Scene& scene) {
     const String name = m_node->name();
-    if (!scene.m_nodes.find(name)) return;
-    m_node->setName(scene.freeName(name));
+    String free = scene.freeName(name);
+    if (free.equals(name)) return;
+    m_node->setName(std::move(free), {});
     m_name = name;
 }
 
@@ -206,14 +203,14 @@ void NodeExchange::cutSources() {
         if (!source) return;
         m_sources.push_back(
             {RefersTo<Input>(&input), RefersTo<Output>(source), input.sourceRank()});
-        input.redirect(linkedNode(input), nullptr);
+        input.redirect(linkedNode(input), nullptr, noIndex, {});
     });
 }
 
 void NodeExchange::restore(const std::vector<Source>& sources) {
     for (u64 i = sources.size(); i-- > 0;) {
         Input& input = *sources[i].input;
-        input.redirect(linkedNode(input), sources[i].output.get(), sources[i].rank);
+        input.redirect(linkedNode(input), sources[i].output.get(), sources[i].rank, {});
     }
 }
 
@@ -227,11 +224,11 @@ void NodeExchange::swap(Scene& scene) {
     restore(sources);
     sources.clear();
     m_room = std::move(sources);
-    scene.exchange(*m_out, *m_in);
+    scene.exchange(*m_out, *m_in, {});
     SceneComments::Kept comments;
     keepComments([&] { comments = scene.comments().take(m_out.get()); });
     scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
-    scene.converted(*m_out, *m_in);
+    scene.converted(*m_out, *m_in, {});
 }
 
 u64 NodeExchange::bytes() const {
@@ -247,10 +244,10 @@ NodeRename::NodeRename(Node& node, String before) : m_node(&node), m_other(std::
 
 void NodeRename::swap(Scene& scene) {
     // An observer of another undo may have given the name to another node.
-    const Node* named = scene.m_nodes.find(m_other);
+    const INode* named = scene.findNode(m_other);
     if (!scene.contains(*m_node) || (named && named != m_node.get())) return;
     String name = std::exchange(m_other, m_node->name());
-    scene.rename(*m_node, std::move(name));
+    scene.rename(*m_node, std::move(name), {});
 }
 
 String NodeRename::text() const {
@@ -265,8 +262,8 @@ void NodeMove::swap(Scene& scene) {
     if (std::exchange(m_isPassedOver, false)) return;
     m_isPassedOver = !scene.contains(*m_node) || m_to >= scene.nodeCount();
     if (m_isPassedOver) return;
-    m_from = scene.m_nodes.indexOf(m_node->name());
-    scene.move(*m_node, m_from, m_to);
+    m_from = scene.indexOf(*m_node);
+    scene.move(*m_node, m_from, m_to, {});
 }
 
 // ---- Comments ------------------------------------------------------------------------------

@@ -6,12 +6,9 @@
 #include "kelvo/sdk/impl/graph/node.h"
 
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/node.h"
-
-#include <tuple>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -33,23 +30,23 @@ RefersTo<Node> Node::copyFor(IScene* scene, String name) const {
     auto copy = RefersTo<Node>::adopt(new Node);
     copy->m_scene = scene;
     copy->m_name = std::move(name);
-    copy->copyIdentity(*this);
+    copy->copyDefinition(*this, {});
     copy->m_dirty = m_dirty;
     copy->m_destroying = m_destroying;
     copy->m_serializing = serializing();
     copy->m_modifying = m_modifying;
-    copy->copyLibrary(*this);
     copy->copyAttributes(*this);
     return copy;
 }
 
-void Node::copyIdentity(const Node& from) {
+void Node::copyDefinition(const Node& from, Only<Node, SceneBuilder> /*key*/) {
     m_type = from.m_type;
     m_bases = from.m_bases;
     m_isAbstract = from.m_isAbstract;
     m_isInternal = from.m_isInternal;
     m_labels = from.m_labels;
     m_helps = from.m_helps;
+    copyLibrary(from);
 }
 
 void Node::copyLibrary(const Node& from) {
@@ -65,16 +62,10 @@ void Node::copyLibrary(const Node& from) {
 }
 
 void Node::copyAttributes(const Node& from) {
-    for (const IInput* input : from.m_inputs) {
-        auto copy = RefersTo<IInput>::adopt(implOf(input)->clone(this, nullptr));
-        appendToList(m_inputs, copy.get());
-        std::ignore = copy.detach();
-    }
-    for (const IOutput* output : from.m_outputs) {
-        auto copy = RefersTo<IOutput>::adopt(implOf(output)->clone(this));
-        appendToList(m_outputs, copy.get());
-        std::ignore = copy.detach();
-    }
+    for (const IInput* input : from.m_inputs)
+        append(RefersTo<Input>::adopt(implOf(implOf(input)->clone(this, nullptr))), {});
+    for (const IOutput* output : from.m_outputs)
+        append(RefersTo<Output>::adopt(implOf(implOf(output)->clone(this))), {});
 }
 
 } // namespace qv::kelvo_sdk::impl

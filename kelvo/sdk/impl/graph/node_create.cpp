@@ -15,6 +15,7 @@
 
 #include "kelvo/base/log.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace qv::kelvo_sdk::impl {
@@ -46,68 +47,10 @@ void warnOfReuse(const char* word, const Attribute& existing, const char* asked,
                existing.path().buf(), asked, suffix);
 }
 
-} // namespace
-
-IInput* Node::createInput(String name, AttrType type) {
-    if (!checkAttrName(name, "Input", *this)) return nullptr;
-    if (IInput* existing = reusableInput(name, type, AttrType::Null, DataType::Null))
-        return existing;
-    return addInput(new Input(this, nullptr, std::move(name), type, AttrType::Null));
-}
-
-IInput* Node::createInput(String name, AttrData data) {
-    if (!checkAttrName(name, "Input", *this)) return nullptr;
-    if (IInput* existing = reusableInput(name, data.type, AttrType::Null, DataType::Null))
-        return existing;
-    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
-}
-
-IInput* Node::createBuffer(String name, DataType elementType) {
-    if (!checkAttrName(name, "Input", *this)) return nullptr;
-    if (IInput* existing = reusableInput(name, AttrType::Buffer, AttrType::Null, elementType))
-        return existing;
-    AttrData data(AttrType::Buffer);
-    data.dataType = elementType;
-    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
-}
-
-IInput* Node::createArray(String name, AttrType elementType) {
-    if (!checkAttrName(name, "Input", *this)) return nullptr;
-    if (IInput* existing = reusableInput(name, AttrType::Array, elementType, DataType::Null))
-        return existing;
-    return addInput(new Input(this, nullptr, std::move(name), AttrType::Array, elementType));
-}
-
-IOutput* Node::createOutput(String name, AttrType type) {
-    if (!checkAttrName(name, "Output", *this)) return nullptr;
-    if (IOutput* existing = reusableOutput(name, type, DataType::Null)) return existing;
-    if (!isPlainKind(type)) {
-        logError("Cannot create output %s '%s' (type not supported for output).", name.buf(),
-                 attrTypeName(type));
-        return nullptr;
-    }
-    return addOutput(new Output(this, std::move(name), type));
-}
-
-IOutput* Node::createOutput(String name, DataType dataType) {
-    if (!checkAttrName(name, "Output", *this)) return nullptr;
-    if (IOutput* existing = reusableOutput(name, AttrType::Buffer, dataType)) return existing;
-    return addOutput(new Output(this, std::move(name), dataType));
-}
-
-IInput* Node::checkExistingInput(String name, AttrType type, AttrType elementType,
-                                 DataType dataType) const {
-    return reusableInput(name, type, elementType, dataType);
-}
-
-IOutput* Node::checkExistingOutput(String name, AttrType type, DataType dataType) const {
-    return reusableOutput(name, type, dataType);
-}
-
 // Ignores an input of another kind: a second input of that name is made beside it.
-IInput* Node::reusableInput(const String& name, AttrType type, AttrType elementType,
-                            DataType dataType) const {
-    IInput* existing = lookUpInput(name);
+IInput* reusableInput(const Node& node, const String& name, AttrType type, AttrType elementType,
+                      DataType dataType) {
+    IInput* existing = node.lookUpInput(name);
     if (!existing || !isOfKind(*existing, type)) return nullptr;
     if (type == AttrType::Buffer && !existing->hasDataType(dataType))
         warnOfReuse("input", *existing, dataTypeName(dataType), "[]");
@@ -118,14 +61,74 @@ IInput* Node::reusableInput(const String& name, AttrType type, AttrType elementT
     return existing;
 }
 
-IOutput* Node::reusableOutput(const String& name, AttrType type, DataType dataType) const {
-    IOutput* existing = lookUpOutput(name);
+IOutput* reusableOutput(const Node& node, const String& name, AttrType type, DataType dataType) {
+    IOutput* existing = node.lookUpOutput(name);
     if (!existing || !isOfKind(*existing, type)) return nullptr;
     if (type == AttrType::Buffer && !existing->hasDataType(dataType))
         warnOfReuse("output", *existing, dataTypeName(dataType), "[]");
     else if (existing->type() != type)
         warnOfReuse("output", *existing, attrTypeName(type), "");
     return existing;
+}
+
+} // namespace
+
+IInput* Node::createInput(String name, AttrType type) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(*this, name, type, AttrType::Null, DataType::Null))
+        return existing;
+    return addInput(new Input(this, nullptr, std::move(name), type, AttrType::Null));
+}
+
+IInput* Node::createInput(String name, AttrData data) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(*this, name, data.type, AttrType::Null, DataType::Null))
+        return existing;
+    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
+}
+
+IInput* Node::createBuffer(String name, DataType elementType) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing =
+            reusableInput(*this, name, AttrType::Buffer, AttrType::Null, elementType))
+        return existing;
+    AttrData data(AttrType::Buffer);
+    data.dataType = elementType;
+    return addInput(new Input(this, nullptr, std::move(name), std::move(data)));
+}
+
+IInput* Node::createArray(String name, AttrType elementType) {
+    if (!checkAttrName(name, "Input", *this)) return nullptr;
+    if (IInput* existing = reusableInput(*this, name, AttrType::Array, elementType, DataType::Null))
+        return existing;
+    return addInput(new Input(this, nullptr, std::move(name), AttrType::Array, elementType));
+}
+
+IOutput* Node::createOutput(String name, AttrType type) {
+    if (!checkAttrName(name, "Output", *this)) return nullptr;
+    if (IOutput* existing = reusableOutput(*this, name, type, DataType::Null)) return existing;
+    if (!isPlainKind(type)) {
+        logError("Cannot create output %s '%s' (type not supported for output).", name.buf(),
+                 attrTypeName(type));
+        return nullptr;
+    }
+    return addOutput(new Output(this, std::move(name), type));
+}
+
+IOutput* Node::createOutput(String name, DataType dataType) {
+    if (!checkAttrName(name, "Output", *this)) return nullptr;
+    if (IOutput* existing = reusableOutput(*this, name, AttrType::Buffer, dataType))
+        return existing;
+    return addOutput(new Output(this, std::move(name), dataType));
+}
+
+IInput* Node::checkExistingInput(String name, AttrType type, AttrType elementType,
+                                 DataType dataType) const {
+    return reusableInput(*this, name, type, elementType, dataType);
+}
+
+IOutput* Node::checkExistingOutput(String name, AttrType type, DataType dataType) const {
+    return reusableOutput(*this, name, type, dataType);
 }
 
 // Takes over the creator's reference for the node. Observers may remove the input, or the whole
@@ -167,6 +170,33 @@ IOutput* Node::addOutput(Output* output) {
     }
     const bool isThere = !isHeld || (output->node() == this && !isLastReference());
     return isThere ? output : nullptr;
+}
+
+void Node::append(RefersTo<Input> input, Only<Node, SceneBuilder> /*key*/) {
+    appendToList(m_inputs, input.get());
+    std::ignore = input.detach();
+    leadsChanged();
+}
+
+void Node::append(RefersTo<Output> output, Only<Node, SceneBuilder> /*key*/) {
+    appendToList(m_outputs, output.get());
+    std::ignore = output.detach();
+}
+
+void Node::put(RefersTo<Input> input, u64 index, Only<InputListChange> /*key*/) {
+    insertIntoList(m_inputs, std::min(index, m_inputs.size()), input.get());
+    std::ignore = input.detach();
+    leadsChanged();
+}
+
+void Node::put(RefersTo<Output> output, u64 index, Only<OutputListChange> /*key*/) {
+    insertIntoList(m_outputs, std::min(index, m_outputs.size()), output.get());
+    std::ignore = output.detach();
+}
+
+void Node::reserve(u64 inputs, u64 outputs, Only<SceneBuilder> /*key*/) {
+    m_inputs.reserve(m_inputs.size() + inputs);
+    m_outputs.reserve(m_outputs.size() + outputs);
 }
 
 } // namespace qv::kelvo_sdk::impl

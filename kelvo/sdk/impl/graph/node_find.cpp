@@ -57,30 +57,32 @@ IOutput* Node::output(u64 index) const {
 }
 
 IOutput* Node::output(String name) {
-    return findOutputByName(std::move(name));
+    return findOutputByName(name);
 }
 
 IOutput* Node::output(String name) const {
-    return findOutputByName(std::move(name));
+    return findOutputByName(name);
 }
 
-IInput* Node::findInputByName(String name) const {
+IInput* Node::findInputByName(const NameView& name) const {
     if (IInput* input = lookUpInput(name)) return input;
-    logError("Input '%s' not found in '%s' node '%s'.", name.buf(), m_type.buf(), m_name.buf());
+    logError("Input '%s' not found in '%s' node '%s'.", String(name.text()).buf(), m_type.buf(),
+             m_name.buf());
     return nullptr;
 }
 
-IOutput* Node::findOutputByName(String name) const {
+IOutput* Node::findOutputByName(const NameView& name) const {
     if (IOutput* output = lookUpOutput(name)) return output;
-    logError("Output '%s' not found in '%s' node '%s'.", name.buf(), m_type.buf(), m_name.buf());
+    logError("Output '%s' not found in '%s' node '%s'.", String(name.text()).buf(), m_type.buf(),
+             m_name.buf());
     return nullptr;
 }
 
-IInput* Node::lookUpInput(const String& name) const noexcept {
+IInput* Node::lookUpInput(const NameView& name) const noexcept {
     return findInList(m_inputs, name);
 }
 
-IOutput* Node::lookUpOutput(const String& name) const noexcept {
+IOutput* Node::lookUpOutput(const NameView& name) const noexcept {
     return findInList(m_outputs, name);
 }
 

@@ -97,7 +97,7 @@ IInput* Node::input(String path) {
 }
 
 IInput* Node::input(String path) const {
-    return findInputByName(std::move(path));
+    return findInputByName(path);
 }
 
 // Adds the node's name in front of a path that does not begin with it.

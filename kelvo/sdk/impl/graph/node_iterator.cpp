@@ -1,6 +1,6 @@
 #include "kelvo/sdk/impl/graph/node_iterator.h"
 
-#include "kelvo/sdk/impl/index/node_marks.h"
+#include "kelvo/base/pointer_marks.h"
 #include "kelvo/sdk/node.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ using interfaces::INode;
 namespace {
 
 void dropRepeats(ds::Vector<INode*>& nodes) {
-    NodeMarks seen;
+    PointerMarks<INode> seen;
     u64 kept = 0;
     for (INode* node : nodes) {
         if (seen.add(node, 0).isNew) nodes[kept++] = node;

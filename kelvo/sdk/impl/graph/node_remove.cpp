@@ -77,12 +77,11 @@ bool Node::removeFoundInput(IInput* input) {
             ->takeComments(step.scene().comments());
     departing.dropComments();
     markDirty();
-    removeFromList(m_inputs, index);
-    leadsChanged();
+    takeInput(index, {});
     step.commit();
     departing.offList();
-    removed->recordTies();
-    removed->showOwnValues();
+    removed->recordTies({});
+    removed->showOwnValues({});
     departing.begin();
     onInputRemoved(input);
     return true;
@@ -124,11 +123,10 @@ bool Node::removeFoundOutput(IOutput* output) {
             ->takeComments(step.scene().comments());
     departing.dropComments();
     markDirty();
-    removeFromList(m_outputs, index);
-    readersChanged();
+    takeOutput(index, {});
     step.commit();
     departing.offList();
-    removed->leaveList();
+    removed->leaveList({});
     departing.begin();
     // Observers of the removal still see the targets of the output.
     try {
@@ -143,6 +141,16 @@ bool Node::removeFoundOutput(IOutput* output) {
         throw;
     }
     return true;
+}
+
+void Node::takeInput(u64 index, Only<Node, InputListChange> /*key*/) noexcept {
+    removeFromList(m_inputs, index);
+    leadsChanged();
+}
+
+void Node::takeOutput(u64 index, Only<Node, OutputListChange> /*key*/) noexcept {
+    removeFromList(m_outputs, index);
+    readersChanged();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -11,8 +11,9 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/node.h"
 
-#include <algorithm>
 #include <atomic>
+#include <ranges>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -35,34 +36,44 @@ public:
     explicit DependencyWalk(const Node& start) : m_reader(&start), m_seen(m_reader) {}
 
     void leaveFor(const Node& node) { m_pending.push_back(m_reader.spotOf(node)); }
-    // Reverses the pending nodes from `first` on, so that those added first are visited first.
-    void reverseFrom(u64 first) {
-        std::reverse(m_pending.begin() + static_cast<std::ptrdiff_t>(first), m_pending.end());
-    }
     void passOver(const Node& node) { m_seen.add(m_reader.spotOf(node), 0); }
+    // Returns the nodes that have not been visited yet, in the order of the walk.
+    const std::vector<Node*>& collect(bool downstream) {
+        std::vector<Node*>& found = m_seen.found();
+        run(downstream, [&found](Node& node) {
+            found.push_back(&node);
+            return true;
+        });
+        return found;
+    }
 
     // Calls `visit(Node&)` for each node not visited before and continues to its neighbours. Stops
-    // when `visit` returns false.
+    // when `visit` returns false. Follows single dependencies directly, because the stack would
+    // cost more than the rest of the step.
     template<typename Visit>
     void run(bool downstream, const Visit& visit) {
         while (!m_pending.empty()) {
-            const Spot spot = m_pending.back();
+            Spot spot = m_pending.back();
             m_pending.pop_back();
-            if (!m_seen.add(spot, 0).isNew) continue;
-            if (!visit(m_reader.nodeAt(spot))) return;
-            if (downstream) leaveForLeads(spot, LeadKind::Readers);
-            leaveForLeads(spot, LeadKind::Dependencies);
+            while (m_seen.add(spot, 0).isNew) {
+                if (!visit(m_reader.nodeAt(spot))) return;
+                if (downstream) leaveForLeads(spot, LeadKind::Readers);
+                const LeadRow* row = m_reader.row(LeadKind::Dependencies, spot);
+                if (!row || row->size() != 1) {
+                    leaveForLeads(spot, LeadKind::Dependencies);
+                    break;
+                }
+                spot = Spot(NodeNumber{row->begin()->to});
+            }
         }
     }
 
 private:
     // Among the readers of a node, follows connections only, not links.
     void leaveForLeads(Spot from, LeadKind kind) {
-        const u64 first = m_pending.size();
-        m_reader.forEachLead(from, kind, [&](Spot next, bool isConnection) {
+        m_reader.forEachLeadBackward(from, kind, [&](Spot next, bool isConnection) {
             if (isConnection || kind == LeadKind::Dependencies) m_pending.push_back(next);
         });
-        reverseFrom(first);
     }
 
     GraphReader m_reader;
@@ -80,13 +91,16 @@ bool finds(const Node& start, const Wanted& isWanted) {
     return found;
 }
 
+void appendAll(std::span<Node* const> nodes, ds::Vector<INode*>& out) {
+    out.reserve(out.size() + nodes.size());
+    for (Node* node : nodes)
+        out.push_back(node);
+}
+
 void collect(DependencyWalk& walk, ds::Vector<INode*>& out, bool downstream) {
     for (const INode* node : out)
         walk.passOver(implOf(*node));
-    walk.run(downstream, [&out](Node& node) {
-        out.push_back(&node);
-        return true;
-    });
+    appendAll(walk.collect(downstream), out);
 }
 
 } // namespace
@@ -111,11 +125,24 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
     add(*implOf(input));
     if (found.empty()) return;
     DependencyWalk walk(*found.front());
-    for (const Node* node : found)
+    for (const Node* node : std::views::reverse(found))
         walk.leaveFor(*node);
-    walk.reverseFrom(0);
     collect(walk, out, downstream);
 }
+
+namespace {
+
+// Outside of scenes, asks each node by its virtual function, which a derived class may override.
+bool dependsOnDirty(const Node& node) {
+    if (node.sceneAround())
+        return finds(node, [&](const Node& each) { return &each != &node && each.isDirty(); });
+    const auto nodes = RefersTo<NodeIterator>::adopt(node.dependencies(false, false));
+    for (const INode* each = nodes->first(); each; each = nodes->next())
+        if (each->dirty(false)) return true;
+    return false;
+}
+
+} // namespace
 
 // Several threads may call this at once; each stores what it found in the flag.
 bool Node::dirty(bool deep) const {
@@ -123,20 +150,10 @@ bool Node::dirty(bool deep) const {
     if (flag.load(std::memory_order_relaxed)) return true;
     if (m_scene && implOf(m_scene)->isDirtyStateCached())
         return flag.load(std::memory_order_relaxed);
-    const bool isDirty = deep && dependsOnDirty();
+    const bool isDirty = deep && dependsOnDirty(*this);
     if (flag.load(std::memory_order_relaxed) != isDirty)
         flag.store(isDirty, std::memory_order_relaxed);
     return isDirty;
-}
-
-// Outside of scenes, asks each node by its virtual function, which a derived class may override.
-bool Node::dependsOnDirty() const {
-    if (sceneAround())
-        return finds(*this, [this](const Node& node) { return &node != this && node.isDirty(); });
-    const auto nodes = RefersTo<NodeIterator>::adopt(dependencies(false, false));
-    for (const INode* node = nodes->first(); node; node = nodes->next())
-        if (node->dirty(false)) return true;
-    return false;
 }
 
 void Node::setDirty(bool dirty) {
@@ -145,7 +162,7 @@ void Node::setDirty(bool dirty) {
         markDirty();
         if (scene) scene->setDirty(true);
     } else if (m_dirty) {
-        if (scene) scene->nodeCleaning(*this);
+        if (scene) scene->nodeCleaning(*this, {});
         m_dirty = false;
     }
 }
@@ -153,14 +170,15 @@ void Node::setDirty(bool dirty) {
 // The scene of a node that is being destroyed may no longer exist.
 void Node::markDirty() const {
     const bool wasDirty = std::exchange(m_dirty, true);
-    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty);
+    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty, {});
 }
 
 NodeIterator* Node::dependencies(bool downstream, bool flag) const {
-    auto* self = const_cast<Node*>(this);
+    DependencyWalk walk(*this);
+    walk.leaveFor(*this);
     ds::Vector<INode*> found;
-    findDeps(self, found, downstream);
-    found.remove(0);
+    // The first is this node.
+    appendAll(std::span(walk.collect(downstream)).subspan(1), found);
     // The nodes are unique already.
     return new NodeIterator(std::move(found), flag, false);
 }

@@ -62,23 +62,27 @@ String Node::name() const {
     return m_name;
 }
 
+namespace {
+
+// Returns the text of the input "name", empty when there is none.
+String nameFromInput(const Node& node) {
+    if (!node.hasInput(knownNames().name, AttrType::String)) return {};
+    const kelvo_sdk::Input input(node.lookUpInput(knownNames().name));
+    String text;
+    return input->readString(text, true, nullptr) ? text.trim(true, true) : String();
+}
+
+} // namespace
+
 // Reading may run eval callbacks, which may drop the last reference to the node.
 String Node::displayName() const {
     const kelvo_sdk::Node held(const_cast<Node*>(this));
-    if (String text = nameFromInput(); !text.isEmpty()) return text;
+    if (String text = nameFromInput(*this); !text.isEmpty()) return text;
     if (isTypeOf(knownNames().path)) {
         const Path path(asPath(), false);
         if (!path.file(false).isEmpty()) return path.file(true);
     }
     return m_name;
-}
-
-// Returns the text of the input "name", empty when there is none.
-String Node::nameFromInput() const {
-    if (!hasInput(knownNames().name, AttrType::String)) return {};
-    const kelvo_sdk::Input input(lookUpInput(knownNames().name));
-    String text;
-    return input->readString(text, true, nullptr) ? text.trim(true, true) : String();
 }
 
 bool Node::setDisplayName(String name) {
@@ -113,10 +117,14 @@ String Node::nodeDefPath() const {
 
 void Node::setBases(StringVector bases, bool isAbstract, bool isInternal) {
     m_bases = std::move(bases);
-    m_isAbstract = isAbstract;
-    m_isInternal = isInternal;
+    setMarks(isAbstract, isInternal);
     leadsChanged();
     evaluationChanged();
+}
+
+void Node::setMarks(bool isAbstract, bool isInternal) noexcept {
+    m_isAbstract = isAbstract;
+    m_isInternal = isInternal;
 }
 
 void Node::setLabel(String language, String text) {
@@ -131,7 +139,7 @@ void Node::setSvgIcon(String svg) {
     m_svgIcon = std::move(svg);
 }
 
-void Node::setName(String name) {
+void Node::setName(String name, Only<Scene, NodeChange, NodeCopies> /*key*/) {
     m_name = std::move(name);
 }
 

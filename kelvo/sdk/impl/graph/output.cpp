@@ -43,14 +43,14 @@ IOutput* Output::clone(INode* node) const {
     return copy;
 }
 
-void Output::leaveOwner() noexcept {
+void Output::leaveOwner(Only<Departure<Output>> /*key*/) noexcept {
     dropTargets();
-    clearNode();
+    clearNode({});
 }
 
 // Records the last target first: undo goes backwards, so each target finds those before it in
 // place. Skips targets of nodes that are being destroyed, because no record may keep them alive.
-void Output::leaveList() {
+void Output::leaveList(Only<Node> /*key*/) {
     m_hasLeft = true;
     EditStep step(implOf(m_node));
     if (!step.isRecording()) return;
@@ -95,20 +95,18 @@ void Output::readersChanged() const noexcept {
     if (m_node) implOf(m_node)->readersChanged();
 }
 
-// `noIndex` means the end.
-u64 Output::addTarget(Input* input, u64 rank) {
+u64 Output::addTarget(Input* input, u64 rank, Only<Input, LawBreaker> /*key*/) {
     readersChanged();
     if (rank >= m_targets.size()) return m_targets.add(input);
-    return m_targets.insert(rank, input,
-                            [](Input& moved, u64 to) { moved.m_extras->sourceSlot = to; });
+    return m_targets.insert(rank, input, [](Input& moved, u64 to) { moved.setSourceSlot(to, {}); });
 }
 
-void Output::removeTarget(u64 slot) noexcept {
+void Output::removeTarget(u64 slot, Only<Input, LawBreaker> /*key*/) noexcept {
     readersChanged();
-    m_targets.remove(slot, [](Input& input, u64 to) { input.m_extras->sourceSlot = to; });
+    m_targets.remove(slot, [](Input& input, u64 to) { input.setSourceSlot(to, {}); });
 }
 
-Input* Output::takeLastTarget() noexcept {
+Input* Output::takeLastTarget(Only<Input, Output> /*key*/) noexcept {
     readersChanged();
     return m_targets.takeLast();
 }
@@ -118,13 +116,13 @@ void Output::disconnectTargets(bool isRecorded) {
     if (m_targets.empty()) return;
     NewsHold news;
     while (Input* input = m_targets.at(m_targets.size() - 1))
-        input->endSource(*this, isRecorded);
+        input->endSource(*this, isRecorded, {});
     news.release();
 }
 
 void Output::dropTargets() noexcept {
-    while (Input* input = takeLastTarget())
-        input->dropSource();
+    while (Input* input = takeLastTarget({}))
+        input->dropSource({});
 }
 
 bool Output::setValue(Value value) {
@@ -136,7 +134,7 @@ bool Output::setValue(Value value) {
     return done;
 }
 
-void Output::exchangeValue(Value& other) {
+void Output::exchangeValue(Value& other, Only<OutputValueChange> /*key*/) {
     std::swap(m_value, other);
     evaluationChanged();
 }
@@ -144,7 +142,7 @@ void Output::exchangeValue(Value& other) {
 void Output::evaluationChanged() const noexcept {
     const auto* node = implOf(m_node);
     auto* scene = node ? implOf(node->liveScene()) : nullptr;
-    if (scene) scene->resultsChanged(*node);
+    if (scene) scene->resultsChanged(*node, {});
 }
 
 bool Output::storeValue(Value value) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/base/only.h"
 #include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/index/ordered_slots.h"
 #include "kelvo/sdk/impl/value/held_buffers.h"
@@ -16,8 +17,14 @@ using interfaces::IInput;
 using interfaces::INode;
 using interfaces::IOutput;
 
+template<typename Attribute>
+class Departure;
 class EvalCache;
 class Input;
+class Node;
+class OutputListChange;
+class OutputValueChange;
+struct LawBreaker;
 
 /// The one implementation of an output; the contract of its operations stands in `IOutput`.
 ///
@@ -41,24 +48,24 @@ public:
     [[nodiscard]] bool isFree() const noexcept { return m_targets.empty(); }
     /// Returns a copy for `node` with the value and no targets; the caller owns its reference.
     QV_EXPORT IOutput* clone(INode* node) const;
-    /// For the owning node only, when that is destroyed.
-    void clearNode() noexcept {
+    /// Call when the output has left its node, or when the node is destroyed.
+    void clearNode(Only<Node, Output, OutputListChange> /*key*/) noexcept {
         setNode(nullptr);
         m_hasLeft = true;
     }
-    /// For the owning node only, after it removed the output: records connections that end, for
-    /// undo.
-    void leaveList();
+    /// Call after the node removed the output: records connections that end, for undo.
+    void leaveList(Only<Node> key);
     /// Tells whether the output was removed from its node.
     [[nodiscard]] bool hasLeft() const noexcept { return m_hasLeft; }
-    /// For recorded changes only: returns the output to its node; swaps its value with another.
-    void entered(INode* node) noexcept {
+    /// Returns the output to its node.
+    void entered(INode* node, Only<OutputListChange> /*key*/) noexcept {
         setNode(node);
         m_hasLeft = false;
     }
-    void exchangeValue(Value& other);
-    /// For the owning node only, after it removed the output and observers were notified.
-    void leaveOwner() noexcept;
+    /// Swaps the value with another one without recording it.
+    void exchangeValue(Value& other, Only<OutputValueChange> key);
+    /// Call after the node removed the output and observers were notified.
+    void leaveOwner(Only<Departure<Output>> key) noexcept;
 
     /// Ends every connection, then notifies the nodes of the inputs.
     void disconnectTargets(bool isRecorded = true);
@@ -87,11 +94,25 @@ public:
 
     /// Returns the position of the target with this slot among all targets.
     [[nodiscard]] u64 rankOfTarget(u64 slot) const noexcept { return m_targets.rankOf(slot); }
+    /// Returns the target with this slot; null when there is none.
+    [[nodiscard]] const Input* targetInSlot(u64 slot) const noexcept {
+        return m_targets.inSlot(slot);
+    }
+    /// Tells whether the targets are counted correctly.
+    [[nodiscard]] bool hasSoundTargets() const noexcept { return m_targets.isSound(); }
     /// Calls `visit(const Input&)` for each target in order.
     template<typename Visit>
     void forEachTarget(const Visit& visit) const {
         m_targets.forEach([&](const Input* input) { visit(*input); });
     }
+
+    /// Add or remove a target at one end of the connection; the input updates its own end.
+    /// `addTarget` returns the slot, and `noIndex` means the last rank.
+    u64 addTarget(Input* input, u64 rank, Only<Input, LawBreaker> key);
+    void removeTarget(u64 slot, Only<Input, LawBreaker> key) noexcept;
+    Input* takeLastTarget(Only<Input, Output> key) noexcept;
+    /// Reserves memory, so that the next `addTarget` does not fail.
+    void makeRoom(Only<Input> /*key*/) { m_targets.reserve(); }
 
     /// Tells whether the text that the output was read from omits it.
     [[nodiscard]] bool isLeftOut() const noexcept { return m_isLeftOut; }
@@ -115,16 +136,11 @@ public:
     static constexpr u64 maxEvalStack = 256 * 1024;
 
 private:
-    friend class Input;
-    friend class SceneVerifier;
+    // Breaks laws on purpose; only tests define it.
+    friend struct LawBreaker;
 
-    u64 addTarget(Input* input, u64 rank);
-    void removeTarget(u64 slot) noexcept;
-    Input* takeLastTarget() noexcept;
     void setNode(INode* node) noexcept;
     void readersChanged() const noexcept;
-    // Reserves memory, so that the next `addTarget` does not fail.
-    void makeRoom() { m_targets.reserve(); }
     bool storeValue(Value value);
     void evaluationChanged() const noexcept;
     [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;

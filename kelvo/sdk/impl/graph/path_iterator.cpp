@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/path_iterator.h"
 
+#include "kelvo/sdk/impl/graph/first_path.h"
 #include "kelvo/sdk/interfaces/i_node.h"
 
 #include <algorithm>
@@ -9,25 +10,17 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::INode;
 
 PathIterator::PathIterator(INode* from, StringVector types, bool flag, bool firstOnly)
-    : m_from(from),
-      m_goal{true, nullptr, std::move(types)},
-      m_flag(flag),
-      m_search(from, m_goal, flag),
-      m_firstOnly(firstOnly) {
+    : m_from(from), m_goal{true, nullptr, std::move(types)}, m_flag(flag), m_firstOnly(firstOnly) {
     start();
 }
 
 PathIterator::PathIterator(INode* from, INode* to, bool flag, bool firstOnly)
-    : m_from(from),
-      m_goal{false, to, {}},
-      m_flag(flag),
-      m_search(from, m_goal, flag),
-      m_firstOnly(firstOnly) {
+    : m_from(from), m_goal{false, to, {}}, m_flag(flag), m_firstOnly(firstOnly) {
     start();
 }
 
 void PathIterator::start() {
-    advance();
+    setCurrent(firstPath(*m_from, m_goal, m_flag));
     if (m_firstOnly) m_count = PathCount{m_current ? u64(1) : u64(0), true};
 }
 
@@ -69,9 +62,18 @@ bool PathIterator::next() {
     return m_current.get() != nullptr;
 }
 
+// The search starts only with the second path, so it has to find the first one again.
 void PathIterator::advance() {
+    if (!m_search) {
+        m_search.emplace(m_from, m_goal, m_flag);
+        m_search->next();
+    }
+    setCurrent(m_search->next() ? m_search->path() : ds::Vector<INode*>());
+}
+
+void PathIterator::setCurrent(ds::Vector<INode*> nodes) {
     m_current.reset();
-    if (m_search.next()) m_current = RefersTo<NodePath>::adopt(new NodePath(m_search.path()));
+    if (!nodes.isEmpty()) m_current = RefersTo<NodePath>::adopt(new NodePath(std::move(nodes)));
 }
 
 } // namespace qv::kelvo_sdk::impl

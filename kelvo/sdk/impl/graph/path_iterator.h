@@ -46,11 +46,13 @@ private:
     [[nodiscard]] const PathCount& counted();
     [[nodiscard]] PathCount countAll() const;
     void advance();
+    void setCurrent(ds::Vector<interfaces::INode*> nodes);
 
     interfaces::INode* m_from;
     PathGoal m_goal;
     bool m_flag;
-    PathSearch m_search;
+    // Empty while the first path is the current one.
+    std::optional<PathSearch> m_search;
     bool m_firstOnly;
     std::optional<PathCount> m_count;
     RefersTo<NodePath> m_current;

@@ -9,6 +9,7 @@
 #include "kelvo/sdk/impl/value/value_refusal.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
+#include "kelvo/base/log.h"
 #include "kelvo/base/spelling_suggestion.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -55,6 +56,12 @@ String linkTextRefusal(const Input& input, const String& name) {
 String nameRefusal(const String& name, const char* what) {
     return String::format("Cannot use '%s' as a node's %s: it is no simple identifier.", name.buf(),
                           what);
+}
+
+bool checkNodeName(const String& name, const char* what) {
+    if (name.isSimpleCID()) return true;
+    logError("%s", nameRefusal(name, what).buf());
+    return false;
 }
 
 String abstractCreation(const String& type, const String& name) {

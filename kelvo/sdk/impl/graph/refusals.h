@@ -13,6 +13,8 @@ class Scene;
 
 /// Tells that nodes may not have this name; `what` is "name" or "type".
 [[nodiscard]] String nameRefusal(const String& name, const char* what);
+/// Tells whether nodes may have this name or type, and logs why not.
+[[nodiscard]] bool checkNodeName(const String& name, const char* what);
 [[nodiscard]] String abstractCreation(const String& type, const String& name);
 [[nodiscard]] String abstractConversion(const interfaces::INode& node, const String& type);
 
@@ -23,6 +25,8 @@ class Scene;
 [[nodiscard]] String valueRefusal(const Input& input, const Value& value);
 /// Returns the reason why an input may not be connected to an output; empty when it may.
 [[nodiscard]] String connectRefusal(const Input& input, const Output& output);
+/// Returns the reason why an input cannot have that name; empty when it can.
+[[nodiscard]] String renameRefusal(const Input& input, const String& name);
 /// Tells that a read-only array or object refuses to add, remove and move parts.
 [[nodiscard]] String changeRefusal(const Input& input);
 [[nodiscard]] String parentRefusal(const interfaces::INode& node, const interfaces::INode& parent,

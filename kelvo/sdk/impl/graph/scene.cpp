@@ -27,12 +27,12 @@ Scene::Scene() : m_modifiers(makeModifiers(*this)) {
 Scene::~Scene() {
     // No node may reach the scene any more, whatever its destructor causes in others.
     m_nodes.forEach([](Node* node) {
-        node->setScene(nullptr);
-        node->setHasLeft(true);
+        node->setScene(nullptr, {});
+        node->setHasLeft(true, {});
     });
     m_followers.each([](SceneFollower& follower) { follower.sceneEnds(); });
-    m_links.clear([](Input& input) { input.forgetLink(); });
-    m_stashLinks.clear([](Input& input) { input.forgetStashedLink(); });
+    m_links.clear([](Input& input) { input.forgetLink({}); });
+    m_stashLinks.clear([](Input& input) { input.forgetStashedLink({}); });
     m_nodes.forEach([](Node* node) { node->decRef(); });
 }
 

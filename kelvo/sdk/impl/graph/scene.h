@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/base/only.h"
 #include "kelvo/base/string_vector.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 #include "kelvo/sdk/impl/graph/scene_follower.h"
@@ -25,10 +26,18 @@ using interfaces::IntegrityErrors;
 using interfaces::IScene;
 using interfaces::SceneObserver;
 
+class BatchNotifier;
 class EvalCache;
+class Input;
 class Modifiers;
 class Node;
+class NodeChange;
 class NodeConverter;
+class NodeExchange;
+class NodeMove;
+class NodeRename;
+class Output;
+class SceneBuilder;
 
 /// The one implementation of a scene. `IScene` has the contract of its operations.
 ///
@@ -65,12 +74,16 @@ public:
     // Names are unique without regard to case.
 
     [[nodiscard]] INode* findNode(String name) override;
+    /// Is `findNode`, without a copy of the name.
+    [[nodiscard]] Node* lookUpNode(const NameView& name) const noexcept {
+        return m_nodes.find(name);
+    }
     INode* createNode(String type, String name) override;
     /// Adds a free node at the end; a name in use gets the next free number. The scene takes a
     /// reference.
     bool addNode(Node* node);
     /// Removes a node again before any notification of its addition; allocates nothing.
-    void dropUnheard(Node& node) noexcept;
+    void dropUnheard(Node& node, Only<SceneBuilder> key) noexcept;
     bool removeNode(INode* node) override;
     bool renameNode(INode* node, String name) override;
     bool moveNode(INode* node, u64 to) override;
@@ -78,6 +91,8 @@ public:
     [[nodiscard]] u64 nodeCount() const override;
     [[nodiscard]] INode* node(u64 index) const override;
     [[nodiscard]] bool contains(const INode& node) const;
+    /// Returns the position of a node of the scene.
+    [[nodiscard]] u64 indexOf(const INode& node) const noexcept;
     /// Tells whether the library is initialising this node; its changes are not notified or
     /// recorded meanwhile.
     [[nodiscard]] bool isMaking(const INode* node) const noexcept {
@@ -106,6 +121,27 @@ public:
     [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
 
+    // Recorded changes are made by these functions, which record nothing.
+
+    /// Ends links and connections to the node. Call while notifications are held back, because
+    /// observers might link to it again.
+    void clearReferences(Node& node, Only<NodeChange, Scene> key);
+    /// Returns a removed node to its place under its name, which must not be in use.
+    void putBack(Node& node, NodeTable::Place place, u64 index, Only<NodeChange> key);
+    /// Needs a node that is in the table.
+    void enter(Node& node, Only<NodeChange, Scene> key);
+    /// Needs a node without links and connections to it, which the caller keeps alive.
+    NodeTable::Place takeOut(Node& node, Only<NodeChange, Scene> key);
+    /// Call when the removal of the node is complete.
+    void removed(Node& node, Only<NodeChange> key);
+    /// Needs a name that is not in use.
+    void rename(Node& node, String name, Only<NodeRename, Scene> key);
+    void move(Node& node, u64 from, u64 to, Only<NodeMove, Scene> key);
+    /// Puts the replacement, which has the same name, in the place of a node of the scene.
+    void exchange(Node& node, Node& replacement, Only<NodeExchange, Scene> key);
+    /// Call when the replacement is in place.
+    void converted(Node& node, Node& replacement, Only<NodeExchange> key);
+
     // ---- Copies ----------------------------------------------------------------------------
     // Links and connections among copied nodes lead to the copies, all others to the same nodes as
     // before.
@@ -129,8 +165,7 @@ public:
     void releaseModifiers(bool isToRun) override;
     /// Tells whether the values that the node's inputs keep aside are the user's.
     [[nodiscard]] bool isModified(const Node& node) const;
-    /// For nodes and inputs only.
-    [[nodiscard]] Modifiers& modifiers() noexcept;
+    [[nodiscard]] Modifiers& modifiers(Only<Input, Scene> key) noexcept;
 
     // ---- Libraries -------------------------------------------------------------------------
     // A type is looked up in the libraries in the order in which they were added.
@@ -192,12 +227,12 @@ public:
     /// Tells whether the scene updates the flags of nodes with each change of a dependency.
     [[nodiscard]] QV_EXPORT virtual bool isDirtyStateCached() const;
     void setDirtyStateCached(bool cached) override;
-    /// For nodes of the scene only, after their flag was set (`wasDirty` is the flag before) and
+    /// Call after the flag of a node of the scene was set (`wasDirty` is the flag before) and
     /// before it is cleared.
-    void nodeChanged(const Node& node, bool wasDirty) noexcept {
+    void nodeChanged(const Node& node, bool wasDirty, Only<Node> /*key*/) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.nodeChanged(node, wasDirty); });
     }
-    void nodeCleaning(Node& node) noexcept {
+    void nodeCleaning(Node& node, Only<Node> /*key*/) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.nodeCleaning(node); });
     }
 
@@ -206,11 +241,10 @@ public:
 
     void setEvalCache(u64 maxBytes, bool isChecked) override;
     [[nodiscard]] interfaces::EvalCacheFigures evalCacheFigures() const override;
-    /// For outputs of its nodes only; null while results are not cached.
-    [[nodiscard]] EvalCache* evalCache() const noexcept;
-    /// For nodes of the scene only, when a dependency of their results changed without making them
-    /// dirty.
-    void resultsChanged(const Node& node) noexcept {
+    /// Returns null while results are not cached.
+    [[nodiscard]] EvalCache* evalCache(Only<Output, Scene> key) const noexcept;
+    /// Call when a dependency of the results of a node changed without making it dirty.
+    void resultsChanged(const Node& node, Only<Modifiers, Output> /*key*/) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.resultsChanged(node); });
     }
 
@@ -248,8 +282,10 @@ public:
 
     bool subscribe(interfaces::BatchObserver* observer) override;
     bool unsubscribe(interfaces::BatchObserver* observer) override;
-    /// For batches only: returns the lock that is held while observers are called.
-    [[nodiscard]] std::recursive_mutex& observerMutex() noexcept { return m_observerMutex; }
+    /// Returns the lock that is held while observers are called.
+    [[nodiscard]] std::recursive_mutex& observerMutex(Only<BatchNotifier> /*key*/) noexcept {
+        return m_observerMutex;
+    }
 
     // ---- Laws ------------------------------------------------------------------------------
     // A walk over all nodes, inputs and outputs reports each law that does not hold, with its
@@ -274,35 +310,20 @@ private:
     template<typename Tell>
     void tellOfInput(const IInput* input, const Tell& tell);
 
-    friend class NodeChange;
-    friend class NodeExchange;
-    friend class NodeMove;
-    friend class NodeRename;
-
     [[nodiscard]] INode* given(const Node* made) const noexcept;
     [[nodiscard]] RefersTo<Node> cloneInStep(INode& node, bool deep);
     [[nodiscard]] RefersTo<Node> convertInStep(Node& node, String type, const Node* definition,
                                                ConversionLosses* losses);
     void replaceBy(Node& replacement, Node& node, NodeConverter& converter,
                    ConversionLosses* losses);
-    static bool checkName(const String& name, const char* what);
-    void clearReferences(Node& node);
-    void clearDescriptions(const Node& node);
     [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
-    void enter(Node& node);
     void tellAdded(Node& node);
-    NodeTable::Place takeOut(Node& node);
     void tellRemoved(Node& node);
     void letGo(Node& node) noexcept;
     void adoptLinks(Node& node);
-    void rename(Node& node, String name);
     void tellRenamed(Node& node, const String& name, const String& before);
-    void move(Node& node, u64 from, u64 to);
     void tellMoved(Node& node, u64 from);
-    void exchange(Node& node, Node& replacement);
-    void converted(Node& node, Node& replacement);
     void tellConverted(Node& node, Node& replacement);
-    void moveLinks(Node& node, Node& replacement);
     void leave(Node& node);
     [[nodiscard]] bool hasHearingFollowers() const noexcept;
     void tellFollowers(const IInput* input);

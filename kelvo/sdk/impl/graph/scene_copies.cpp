@@ -23,19 +23,17 @@
 
 namespace qv::kelvo_sdk::impl {
 
-namespace {
-
 // Nodes and their copies, which are not in the scene yet.
-class Copies {
+class NodeCopies {
 public:
-    explicit Copies(Scene& scene) noexcept : m_scene(scene) {}
+    explicit NodeCopies(Scene& scene) noexcept : m_scene(scene) {}
     // Detaches copies that were not added, so that destroying them does not involve the scene.
-    ~Copies() {
+    ~NodeCopies() {
         for (const RefersTo<Node>& copy : m_copies)
-            if (copy->scene() == &m_scene && !m_scene.contains(*copy)) copy->setScene(nullptr);
+            if (copy->scene() == &m_scene && !m_scene.contains(*copy)) copy->setScene(nullptr, {});
     }
-    Copies(const Copies&) = delete;
-    Copies& operator=(const Copies&) = delete;
+    NodeCopies(const NodeCopies&) = delete;
+    NodeCopies& operator=(const NodeCopies&) = delete;
 
     void add(const Node& original) {
         m_copies.push_back(original.copyFor(&m_scene, m_scene.freeName(original.name())));
@@ -72,7 +70,7 @@ private:
         const EditStep step(m_scene);
         for (u64 i = 0; i < m_copies.size(); ++i) {
             // Several copies may have been promised the same name.
-            m_copies[i]->setName(m_scene.freeName(m_names[i]));
+            m_copies[i]->setName(m_scene.freeName(m_names[i]), {});
             m_scene.addNode(m_copies[i].get());
         }
     }
@@ -82,10 +80,10 @@ private:
         Node* copiedSource = source ? of(source->node()) : nullptr;
         Node* copiedLink = link ? of(link) : nullptr;
         if (const Value* kept = input.stashed(); kept && kept->type() == AttrType::Node)
-            if (Node* copy = of(kept->asNode())) input.redirectStash(copy);
+            if (Node* copy = of(kept->asNode())) input.replaceStash(Value(copy), {});
         if (!copiedSource && !copiedLink) return;
         if (copiedSource) source = sameOf(*source, *copiedSource);
-        input.redirect(copiedLink ? copiedLink : link, source);
+        input.redirect(copiedLink ? copiedLink : link, source, noIndex, {});
     }
     // Finds an output in a copy; a library may have changed the outputs when it initialised the
     // copy.
@@ -101,6 +99,8 @@ private:
     std::vector<String> m_names;
 };
 
+namespace {
+
 // Returns losses to the caller if that asks for them, else logs them.
 void report(ConversionLosses& found, const Node& made, ConversionLosses* losses) {
     for (ConversionLoss& loss : found) {
@@ -112,10 +112,22 @@ void report(ConversionLosses& found, const Node& made, ConversionLosses* losses)
     }
 }
 
+// Moves the links to a node to its replacement; links of the node to itself are unchanged.
+void moveLinks(Scene& scene, Node& node, Node& replacement) {
+    std::vector<RefersTo<Input>> linked;
+    const auto collect = [&](Input& input) {
+        if (input.node() != &node) linked.emplace_back(&input);
+    };
+    scene.links().forEach(&node, collect);
+    scene.stashLinks().forEach(&node, collect);
+    for (const RefersTo<Input>& input : linked)
+        input->relink(node, &replacement);
+}
+
 } // namespace
 
 INode* Scene::cloneNode(INode* node, bool deep) {
-    if (!node || !checkName(node->name(), "name")) return nullptr;
+    if (!node || !checkNodeName(node->name(), "name")) return nullptr;
     const RefersTo<Scene> self(this);
     const RefersTo<Node> copy = cloneInStep(*node, deep);
     return given(copy.get());
@@ -142,7 +154,7 @@ RefersTo<Node> Scene::cloneInStep(INode& node, bool deep) {
         originals.push_back({RefersTo<Node>(implOf(next)), place});
     }
     std::ranges::stable_sort(originals, {}, &Original::place);
-    Copies copies(*this);
+    NodeCopies copies(*this);
     for (const Original& original : originals)
         copies.add(*original.node);
     copies.tie();
@@ -156,7 +168,7 @@ INode* Scene::convertNode(INode* node, String type) {
 }
 
 INode* Scene::convertNoting(INode* node, String type, ConversionLosses* losses) {
-    if (!node || !contains(*node) || !checkName(type, "type")) return nullptr;
+    if (!node || !contains(*node) || !checkNodeName(type, "type")) return nullptr;
     const Node* definition = findType(type);
     if (definition && definition->isAbstract()) {
         logError("%s", abstractConversion(*node, type).buf());
@@ -175,7 +187,7 @@ RefersTo<Node> Scene::convertInStep(Node& node, String type, const Node* definit
     const RefersTo<Node> held(&node);
     RefersTo<Node> replacement = makeNode(definition, std::move(type), node.name());
     // Hides the replacement from the scene until it is in place.
-    replacement->setScene(nullptr);
+    replacement->setScene(nullptr, {});
     NodeConverter converter(*this, node, *replacement, findType(node.type()),
                             definition != nullptr);
     converter.fill();
@@ -192,15 +204,16 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
     expect(static_cast<const INode*>(&node));
     expect(static_cast<const INode*>(&replacement));
     auto* change = step.prepare<NodeExchange>(node, replacement, m_comments);
-    replacement.setName(node.name());
-    exchange(node, replacement);
+    replacement.setName(node.name(), {});
+    exchange(node, replacement, {});
     step.commit();
-    moveLinks(node, replacement);
+    moveLinks(*this, node, replacement);
     converter.moveTargets();
     if (change)
         change->cutSources();
     else
-        visitInputs(node, [](Input& input) { input.redirect(linkedNode(input), nullptr); });
+        visitInputs(node,
+                    [](Input& input) { input.redirect(linkedNode(input), nullptr, noIndex, {}); });
     if (losses) losses->reserve(losses->size() + converter.losses().size());
     converter.moveComments();
     tellConverted(node, replacement);
@@ -209,8 +222,7 @@ void Scene::replaceBy(Node& replacement, Node& node, NodeConverter& converter,
     news.release();
 }
 
-// Call when the replacement is in place.
-void Scene::converted(Node& node, Node& replacement) {
+void Scene::converted(Node& node, Node& replacement, Only<NodeExchange> /*key*/) {
     leave(node);
     tellConverted(node, replacement);
 }
@@ -232,33 +244,20 @@ void Scene::tellConverted(Node& node, Node& replacement) {
     calls.end();
 }
 
-// Puts the replacement, which has the same name, in the place of a node of the scene.
-void Scene::exchange(Node& node, Node& replacement) {
+void Scene::exchange(Node& node, Node& replacement, Only<NodeExchange, Scene> /*key*/) {
     node.surroundingsChanged();
-    replacement.setNumber(m_nodes.replace(node.name(), &replacement));
+    replacement.setNumber(m_nodes.replace(node.name(), &replacement), {});
     replacement.incRef();
     node.decRef();
-    node.setHasLeft(true);
-    replacement.setScene(this);
-    replacement.setHasLeft(false);
+    node.setHasLeft(true, {});
+    replacement.setScene(this, {});
+    replacement.setHasLeft(false, {});
     adoptLinks(replacement);
     m_followers.each([&](SceneFollower& follower) {
         follower.nodeTakenOut(node);
         follower.nodeEntered(replacement);
     });
     setDirty();
-}
-
-// Links of the node to itself are unchanged.
-void Scene::moveLinks(Node& node, Node& replacement) {
-    std::vector<RefersTo<Input>> linked;
-    const auto collect = [&](Input& input) {
-        if (input.node() != &node) linked.emplace_back(&input);
-    };
-    m_links.forEach(&node, collect);
-    m_stashLinks.forEach(&node, collect);
-    for (const RefersTo<Input>& input : linked)
-        input->relink(node, &replacement);
 }
 
 } // namespace qv::kelvo_sdk::impl

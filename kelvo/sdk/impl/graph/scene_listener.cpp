@@ -1,3 +1,5 @@
+// Translates the notifications of a scene into calls with handles.
+
 #include "kelvo/sdk/scene_listener.h"
 
 #include "kelvo/sdk/impl/graph/handle_failure.h"

@@ -22,18 +22,12 @@
 
 namespace qv::kelvo_sdk::impl {
 
-bool Scene::checkName(const String& name, const char* what) {
-    if (name.isSimpleCID()) return true;
-    logError("%s", nameRefusal(name, what).buf());
-    return false;
-}
-
 INode* Scene::findNode(String name) {
     return m_nodes.find(name);
 }
 
 INode* Scene::createNode(String type, String name) {
-    if (!checkName(type, "type") || !checkName(name, "name")) return nullptr;
+    if (!checkNodeName(type, "type") || !checkNodeName(name, "name")) return nullptr;
     const Node* definition = findType(type);
     if (definition && definition->isAbstract()) {
         logError("%s", abstractCreation(type, name).buf());
@@ -79,23 +73,26 @@ void Scene::initialise(Node& node) {
 
 bool Scene::addNode(Node* node) {
     String name = node->name();
-    if (!checkName(name, "name") || m_nodes.find(name) == node) return false;
+    if (!checkNodeName(name, "name") || m_nodes.find(name) == node) return false;
     String free = m_nodes.freeName(name);
     EditStep step(*this);
     step.prepare<NodeChange>(*node, m_nodes.size(), true);
     expect(static_cast<const INode*>(node));
-    node->setNumber(m_nodes.add(free, node));
-    node->setName(std::move(free));
+    node->setNumber(m_nodes.add(free, node), {});
+    node->setName(std::move(free), {});
     step.commit();
-    enter(*node);
+    enter(*node, {});
     return true;
 }
 
-// Needs a node that is in the table.
-void Scene::enter(Node& node) {
+void Scene::putBack(Node& node, NodeTable::Place place, u64 index, Only<NodeChange> /*key*/) {
+    node.setNumber(m_nodes.add(std::move(place), node.name(), &node, index), {});
+}
+
+void Scene::enter(Node& node, Only<NodeChange, Scene> /*key*/) {
     node.incRef();
-    node.setScene(this);
-    node.setHasLeft(false);
+    node.setScene(this, {});
+    node.setHasLeft(false, {});
     adoptLinks(node);
     m_followers.each([&](SceneFollower& follower) { follower.nodeEntered(node); });
     setDirty();
@@ -125,7 +122,11 @@ void Scene::adoptLinks(Node& node) {
 }
 
 bool Scene::contains(const INode& node) const {
-    return m_nodes.find(node.name()) == &node;
+    return graph().node(implOf(node).number()) == &node;
+}
+
+u64 Scene::indexOf(const INode& node) const noexcept {
+    return m_nodes.indexOf(node.name());
 }
 
 bool Scene::removeNode(INode* node) {
@@ -134,11 +135,11 @@ bool Scene::removeNode(INode* node) {
     const RefersTo<Node> held(implOf(node));
     NewsHold news;
     EditStep step(*this);
-    clearReferences(*held);
-    auto* change = step.prepare<NodeChange>(*held, m_nodes.indexOf(held->name()), false);
+    clearReferences(*held, {});
+    auto* change = step.prepare<NodeChange>(*held, indexOf(*held), false);
     expect(static_cast<const INode*>(node));
     if (change) change->takeAlong(m_comments);
-    NodeTable::Place place = takeOut(*held);
+    NodeTable::Place place = takeOut(*held, {});
     if (change) change->keep(std::move(place));
     step.commit();
     leave(*held);
@@ -149,11 +150,10 @@ bool Scene::removeNode(INode* node) {
     return true;
 }
 
-// Needs a node without links and connections to it, which the caller keeps alive.
-NodeTable::Place Scene::takeOut(Node& node) {
+NodeTable::Place Scene::takeOut(Node& node, Only<NodeChange, Scene> /*key*/) {
     node.surroundingsChanged();
     NodeTable::Place place = m_nodes.take(node.name());
-    node.setHasLeft(true);
+    node.setHasLeft(true, {});
     node.decRef();
     m_comments.remove(&node);
     m_followers.each([&](SceneFollower& follower) { follower.nodeTakenOut(node); });
@@ -166,9 +166,14 @@ void Scene::leave(Node& node) {
     m_followers.each([&](SceneFollower& follower) { follower.nodeLeft(node); });
 }
 
-void Scene::dropUnheard(Node& node) noexcept {
-    takeOut(node);
-    node.setScene(nullptr);
+void Scene::dropUnheard(Node& node, Only<SceneBuilder> /*key*/) noexcept {
+    takeOut(node, {});
+    node.setScene(nullptr, {});
+}
+
+void Scene::removed(Node& node, Only<NodeChange> /*key*/) {
+    leave(node);
+    tellRemoved(node);
 }
 
 void Scene::tellRemoved(Node& node) {
@@ -189,33 +194,36 @@ void Scene::tellRemoved(Node& node) {
 
 // Detaches a removed node from the scene, unless observers added it to a scene again.
 void Scene::letGo(Node& node) noexcept {
-    if (node.scene() == this && node.hasLeft()) node.setScene(nullptr);
+    if (node.scene() == this && node.hasLeft()) node.setScene(nullptr, {});
 }
 
+namespace {
+
 // Replaces the descriptions that name the node, because inputs share them.
-void Scene::clearDescriptions(const Node& node) {
+void clearDescriptions(Scene& scene, const Node& node) {
     std::unordered_map<const AttrDetails*, RefersTo<AttrDetails>> replaced;
-    m_nodes.forEach([&](const Node* each) {
+    scene.forEachNode([&](const Node* each) {
         visitInputs(*each, [&](Input& input) {
             const AttrDetails* details = input.details();
             if (!details || !details->names(node)) return;
             auto& without = replaced[details];
             if (!without) without = details->without(node);
-            EditStep step(*this);
+            EditStep step(scene);
             step.prepare<DetailsChange>(input);
-            this->expect(static_cast<const IInput*>(&input));
+            scene.expect(static_cast<const IInput*>(&input));
             input.setDetails(without);
             step.commit();
         });
     });
 }
 
-// Call while notifications are held back, because observers might link to the node again.
-void Scene::clearReferences(Node& node) {
+} // namespace
+
+void Scene::clearReferences(Node& node, Only<NodeChange, Scene> /*key*/) {
     for (LinkTable* links : {&m_links, &m_stashLinks})
         while (Input* input = links->first(&node))
             input->relink(node, nullptr);
-    if (m_describesNodes) clearDescriptions(node);
+    if (m_describesNodes) clearDescriptions(*this, node);
     visitInputs(node, [](Input& input) { input.disconnect(); });
     for (u64 i = 0; i < node.outputCount(); ++i)
         implOf(node.output(i))->disconnectTargets();
@@ -223,7 +231,7 @@ void Scene::clearReferences(Node& node) {
 
 bool Scene::renameNode(INode* node, String name) {
     if (!node || !contains(*node)) return false;
-    if (!checkName(name, "name")) return false;
+    if (!checkNodeName(name, "name")) return false;
     auto* renamed = implOf(node);
     const RefersTo<Scene> self(this);
     const String before = renamed->name();
@@ -233,15 +241,14 @@ bool Scene::renameNode(INode* node, String name) {
     step.prepare<NodeRename>(*renamed, before);
     expect(static_cast<const INode*>(node));
     step.commit();
-    rename(*renamed, std::move(name));
+    rename(*renamed, std::move(name), {});
     return true;
 }
 
-// Needs a name that is not in use.
-void Scene::rename(Node& node, String name) {
+void Scene::rename(Node& node, String name, Only<NodeRename, Scene> /*key*/) {
     const String before = node.name();
     m_nodes.rename(before, name);
-    node.setName(name);
+    node.setName(name, {});
     setDirty();
     tellRenamed(node, name, before);
 }
@@ -263,17 +270,17 @@ bool Scene::moveNode(INode* node, u64 to) {
     if (!node || !contains(*node) || to >= m_nodes.size()) return false;
     auto* moved = implOf(node);
     const RefersTo<Scene> self(this);
-    const u64 from = m_nodes.indexOf(moved->name());
+    const u64 from = indexOf(*moved);
     if (from == to) return true;
     EditStep step(*this);
     step.prepare<NodeMove>(*moved, from, to);
     expect(static_cast<const INode*>(node));
     step.commit();
-    move(*moved, from, to);
+    move(*moved, from, to, {});
     return true;
 }
 
-void Scene::move(Node& node, u64 from, u64 to) {
+void Scene::move(Node& node, u64 from, u64 to, Only<NodeMove, Scene> /*key*/) {
     m_nodes.move(node.name(), to);
     setDirty();
     tellMoved(node, from);

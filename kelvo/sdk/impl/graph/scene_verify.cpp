@@ -94,14 +94,13 @@ void SceneVerifier::listNodes() {
 
 // Names are unique if there are as many names as nodes and each name leads to its node.
 void SceneVerifier::checkNames() {
-    if (m_nodes.m_byName.size() != m_nodes.size())
+    if (m_nodes.nameCount() != m_nodes.size())
         fail({}, "has " + counted(m_nodes.size(), "nodes but ") +
-                     counted(m_nodes.m_byName.size(), "names"));
-    if (!m_nodes.m_order.isSound()) fail({}, "miscounts the places of its nodes");
-    for (const auto& [name, entry] : m_nodes.m_byName) {
-        if (m_nodes.m_order.inSlot(entry.slot) != &entry)
-            fail(name, "does not stand at the place that its name leads to");
-    }
+                     counted(m_nodes.nameCount(), "names"));
+    if (!m_nodes.isOrderSound()) fail({}, "miscounts the places of its nodes");
+    m_nodes.forEachMisplaced([this](const String& name) {
+        fail(name, "does not stand at the place that its name leads to");
+    });
 }
 
 void SceneVerifier::checkNode(const Node& node) {
@@ -130,7 +129,7 @@ void SceneVerifier::checkInputs(const Node& node) {
         if (!input) continue;
         checkPlaceOf(*input, step);
         checkInput(*input);
-        if (input->m_parent != step.parent || input->members().empty()) continue;
+        if (input->parent() != step.parent || input->members().empty()) continue;
         m_way.push_back({&input->members(), input, 0});
         checkList(input->members(), input);
     }
@@ -144,16 +143,16 @@ void SceneVerifier::checkList(const Inputs& list, const Input* parent) {
 }
 
 void SceneVerifier::checkPlaceOf(const Input& input, const Step& step) {
-    if (input.m_node != m_node) fail(place(), "belongs to another node or none");
-    if (input.m_parent != step.parent) return fail(place(), "belongs to another input or none");
+    if (input.node() != m_node) fail(place(), "belongs to another node or none");
+    if (input.parent() != step.parent) return fail(place(), "belongs to another input or none");
     if (!input.isElement()) {
         if (input.nameHash() != input.ownName().foldedHash())
             fail(place(), "has a name with the hash of another");
         return;
     }
-    if (input.elementIndex() != step.next - 1)
+    if (input.placeInList() != step.next - 1)
         fail(place(), "counts itself as element [" +
-                          String(std::string_view(std::to_string(input.elementIndex()))) + "]");
+                          String(std::string_view(std::to_string(input.placeInList()))) + "]");
     if (input.type() != step.parent->elementType())
         fail(place(), "is of another kind than the elements of its array");
 }

@@ -45,9 +45,6 @@ public:
 
     [[nodiscard]] IntegrityErrors verify();
 
-    /// Breaks laws on purpose; only tests define it.
-    struct Tamper;
-
 private:
     using Inputs = ds::Vector<IInput*>;
     struct Step {

@@ -1,3 +1,5 @@
+// Verifies connections, links and the tables that repeat them.
+
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
 #include "kelvo/sdk/impl/graph/node_links.h"
@@ -14,13 +16,13 @@ void SceneVerifier::checkSource(const Input& input) {
     // An input may be connected to an output of a free node.
     if (!m_outputs.contains(source) && !isFree(source->node()))
         return fail(place(), "is connected to an output that no node of the scene has");
-    if (source->m_targets.inSlot(input.m_extras->sourceSlot) != &input)
+    if (source->targetInSlot(input.ownExtras()->sourceSlot) != &input)
         fail(place(), "is connected to '" + source->path() + "', which does not list it there");
 }
 
 // Targets may be inputs of nodes outside of the scene, such as nodes that are still to be added.
 void SceneVerifier::checkTargets(const Output& output) {
-    if (!output.m_targets.isSound()) fail(output.path(), "miscounts its targets");
+    if (!output.hasSoundTargets()) fail(output.path(), "miscounts its targets");
     std::unordered_set<const Input*> met;
     output.forEachTarget([&](const Input& target) {
         if (!met.insert(&target).second)
@@ -34,7 +36,7 @@ void SceneVerifier::checkTargets(const Output& output) {
 
 void SceneVerifier::checkLink(const Input& input) {
     const INode* target = linkedNode(input);
-    const Link* link = input.m_extras ? &input.m_extras->link : nullptr;
+    const Link* link = input.ownExtras() ? &input.ownExtras()->link : nullptr;
     if (target) return checkBond(link, m_links, target, "links to ");
     if (link && link->table) fail(place(), "links to no node but has a place among the links");
 }
@@ -45,7 +47,7 @@ void SceneVerifier::checkKept(const Input& input) {
         return value.type() == AttrType::Node ? value.asNode() : nullptr;
     };
     if (const Value* kept = input.stashed(); kept && linkIn(*kept))
-        checkBond(&input.m_extras->stash->link, m_keptLinks, linkIn(*kept),
+        checkBond(&input.ownExtras()->stash->link, m_keptLinks, linkIn(*kept),
                   "keeps aside a link to ");
     const AttrDetails* details = input.details();
     const INode* initial = details ? linkIn(details->defaultValue) : nullptr;
@@ -98,7 +100,7 @@ void SceneVerifier::checkRing(const LinkTable& table, const INode* target, const
 void SceneVerifier::checkEntry(const LinkTable& table, const INode* target, const Link& link) {
     if (link.table == &table && link.target == target && m_linksLeft.erase(&link) != 0) return;
     const Input* input = link.input;
-    const InputExtras* own = input ? input->m_extras.get() : nullptr;
+    const InputExtras* own = input ? input->ownExtras() : nullptr;
     const bool isKept = own && own->stash && &own->stash->link == &link;
     if (!isKept && !(own && &own->link == &link))
         return fail(isOfScene(target) ? target->name() : String(),

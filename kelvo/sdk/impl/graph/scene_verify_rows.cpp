@@ -1,10 +1,10 @@
+// Verifies the rows of the compact graph against the nodes.
+
 #include "kelvo/sdk/impl/graph/scene_verify.h"
 
 #include "kelvo/sdk/impl/graph/graph_reader.h"
 
 #include <algorithm>
-
-// ---- Rows ----------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,3 +1,5 @@
+// Writes the example of a help page: a node of the type in scene text, with typical values.
+
 #include "kelvo/sdk/help.h"
 
 #include "kelvo/base/string_io.h"

@@ -1,3 +1,5 @@
+// Lists the pages and rows of inputs that the help of a node type shows.
+
 #include "kelvo/sdk/help.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"

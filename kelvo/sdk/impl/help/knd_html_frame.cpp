@@ -1,3 +1,5 @@
+// The style sheet of help pages, and their beginning and end.
+
 #include "kelvo/sdk/html.h"
 
 namespace qv::kelvo_sdk::html {

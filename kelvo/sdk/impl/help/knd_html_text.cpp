@@ -1,3 +1,5 @@
+// Escapes text for HTML, and writes paragraphs, elements and icons.
+
 #include "kelvo/sdk/html.h"
 
 #include "kelvo/base/utf8.h"

@@ -1,3 +1,5 @@
+// Undoes and redoes the steps of a history: all changes of a step or, with an exception, none.
+
 #include "kelvo/sdk/impl/history/history.h"
 
 #include "kelvo/sdk/impl/history/all_calls.h"
@@ -9,8 +11,6 @@
 #include <iterator>
 #include <unordered_set>
 #include <utility>
-
-// ---- Steps ---------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -64,6 +64,7 @@ void CompactGraph::freeRoom(LeadRow& row) noexcept {
 CompactGraph::Marks::Marks(const CompactGraph& graph)
     : m_graph(graph), m_room(graph.m_spareRoom.exchange(nullptr)) {
     if (!m_room) m_room = std::make_unique<MarkRoom>();
+    m_room->found.clear();
     if (m_room->marks.size() < graph.m_nodes.size()) m_room->marks.resize(graph.m_nodes.size());
     if (++m_room->walk != 0) return;
     std::ranges::fill(m_room->marks, MarkRoom::Mark());

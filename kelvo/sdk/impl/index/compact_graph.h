@@ -154,6 +154,8 @@ public:
     };
     /// Marks the number with `value` unless it has a mark, and returns its mark.
     Added add(NodeNumber number, i32 value) noexcept;
+    /// Returns an empty list for the nodes that the walk finds, with the memory of earlier walks.
+    [[nodiscard]] std::vector<Node*>& found() noexcept;
 
 private:
     const CompactGraph& m_graph;
@@ -166,6 +168,7 @@ struct CompactGraph::MarkRoom {
         i32 value = 0;
     };
     std::vector<Mark> marks;
+    std::vector<Node*> found;
     // The number of this walk; marks of other walks do not count.
     u32 walk = 0;
 };
@@ -175,6 +178,10 @@ inline CompactGraph::Marks::Added CompactGraph::Marks::add(NodeNumber number, i3
     const bool isNew = mark.walk != m_room->walk;
     if (isNew) mark = {m_room->walk, value};
     return {mark.value, isNew};
+}
+
+inline std::vector<Node*>& CompactGraph::Marks::found() noexcept {
+    return m_room->found;
 }
 
 } // namespace qv::kelvo_sdk::impl

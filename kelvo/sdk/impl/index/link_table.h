@@ -91,9 +91,15 @@ public:
         return false;
     }
 
-private:
-    friend class SceneVerifier;
+    /// Calls `visit(const Link*)` with the first link of each ring.
+    template<typename Visit>
+    void forEachRing(const Visit& visit) const {
+        for (u64 i = 0; i < m_placeCount; ++i)
+            for (const Link* first = m_places[i]; first; first = first->nextRing)
+                visit(first);
+    }
 
+private:
     // Locks a table that threads share.
     class Lock;
     static constexpr u64 fewPlaces = 8;
@@ -113,12 +119,6 @@ private:
                 --m_ringCount;
                 take(first);
             }
-    }
-    template<typename Visit>
-    void forEachRing(const Visit& visit) const {
-        for (u64 i = 0; i < m_placeCount; ++i)
-            for (const Link* first = m_places[i]; first; first = first->nextRing)
-                visit(first);
     }
     explicit LinkTable(std::mutex& mutex) noexcept : m_mutex(&mutex) {}
 

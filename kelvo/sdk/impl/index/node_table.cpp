@@ -32,7 +32,7 @@ String withNumber(const String& stem, u64 number) {
 
 } // namespace
 
-Node* NodeTable::find(const String& name) const noexcept {
+Node* NodeTable::find(const NameView& name) const noexcept {
     const auto entry = m_byName.find(name);
     return entry == m_byName.end() ? nullptr : entry->second.node;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kelvo/base/export.h"
-#include "kelvo/base/string.h"
+#include "kelvo/base/name.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/impl/index/ordered_slots.h"
 
@@ -19,7 +19,7 @@ class Node;
 class NodeTable {
 public:
     [[nodiscard]] u64 size() const noexcept { return m_order.size(); }
-    [[nodiscard]] Node* find(const String& name) const noexcept;
+    [[nodiscard]] Node* find(const NameView& name) const noexcept;
     [[nodiscard]] Node* at(u64 index) const noexcept;
 
     /// Returns the position of the node of that name; `noIndex` when there is none.
@@ -65,8 +65,21 @@ public:
         m_order.forEach([&](const Entry* entry) { visit(entry->node); });
     }
 
+    // The rest checks the table itself.
+
+    [[nodiscard]] u64 nameCount() const noexcept { return m_byName.size(); }
+    /// Tells whether the places of the nodes are counted correctly.
+    [[nodiscard]] bool isOrderSound() const noexcept { return m_order.isSound(); }
+    /// Calls `visit(name)` for each name that leads to a place where its node does not stand.
+    template<typename Visit>
+    void forEachMisplaced(const Visit& visit) const {
+        for (const auto& [name, entry] : m_byName)
+            if (m_order.inSlot(entry.slot) != &entry) visit(name);
+    }
+
 private:
-    friend class SceneVerifier;
+    // Breaks laws on purpose; only tests define it.
+    friend struct LawBreaker;
 
     struct Entry {
         Node* node;
@@ -74,11 +87,16 @@ private:
         NodeNumber number;
     };
     struct FoldedHash {
-        std::size_t operator()(const String& name) const noexcept { return name.foldedHash(); }
+        using is_transparent = void;
+        std::size_t operator()(const NameView& name) const noexcept { return name.foldedHash(); }
     };
     struct FoldedEqual {
+        using is_transparent = void;
         bool operator()(const String& a, const String& b) const noexcept {
             return a.equalsNoCase(b);
+        }
+        bool operator()(const NameView& a, const String& b) const noexcept {
+            return b.equalsNoCase(a.text());
         }
     };
     template<typename T>

@@ -248,7 +248,7 @@ std::vector<Modifiers::Written> Modifiers::write(Node& node) {
         callModifiers(node);
     } catch (const std::bad_alloc&) {
         for (Written& each : m_written)
-            each.input->showAgain(each.before, std::move(each.stash));
+            each.input->showAgain(each.before, std::move(each.stash), {});
         throw;
     }
     return std::move(m_written);
@@ -272,12 +272,12 @@ void Modifiers::giveBack(Node& node) {
     visitInputs(node, [this](Input& input) {
         if (!input.stashed()) return;
         noteWrite(input);
-        m_written[m_noted.find(&input)->second].stash = input.takeStashedBack();
+        m_written[m_noted.find(&input)->second].stash = input.takeStashedBack({});
     });
 }
 
 void Modifiers::noteWrite(Input& input) {
-    m_scene.resultsChanged(*m_writing);
+    m_scene.resultsChanged(*m_writing, {});
     if (m_noted.contains(&input)) return;
     m_scene.expect(static_cast<const IInput*>(&input));
     m_written.push_back(shownBy(input));
@@ -320,9 +320,9 @@ void Modifiers::nodeLeft(Node& node) {
     for (const Written& each : written)
         inputs.push_back(each.input);
     if (!written.empty()) tellAfter(node, std::move(written));
-    m_scene.resultsChanged(node);
+    m_scene.resultsChanged(node, {});
     for (const RefersTo<Input>& input : inputs)
-        input->takeStashedBack();
+        input->takeStashedBack({});
     unqueue(node);
     m_nodes.erase(&node);
 }
@@ -345,7 +345,7 @@ Modifiers::Written Modifiers::shownBy(Input& input) {
 void Modifiers::sceneEnds() noexcept {
     for (Node* node : m_nodes)
         visitInputsInPlace(*node, [](Input& input) {
-            if (input.stashed()) input.takeStashedBack();
+            if (input.stashed()) input.takeStashedBack({});
         });
     m_nodes.clear();
 }

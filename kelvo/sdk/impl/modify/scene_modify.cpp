@@ -11,7 +11,7 @@ std::unique_ptr<SceneFollower> Scene::makeModifiers(Scene& scene) {
     return std::make_unique<Modifiers>(scene);
 }
 
-Modifiers& Scene::modifiers() noexcept {
+Modifiers& Scene::modifiers(Only<Input, Scene> /*key*/) noexcept {
     return static_cast<Modifiers&>(*m_modifiers);
 }
 
@@ -20,19 +20,19 @@ bool Scene::isModified(const Node& node) const {
 }
 
 void Scene::applyModifiers(INode* node) {
-    if (node && contains(*node)) modifiers().watch(implOf(*node));
+    if (node && contains(*node)) modifiers({}).watch(implOf(*node));
 }
 
 void Scene::applyModifiersLater() noexcept {
-    modifiers().fallBehind();
+    modifiers({}).fallBehind();
 }
 
 void Scene::holdModifiers() noexcept {
-    modifiers().hold();
+    modifiers({}).hold();
 }
 
 void Scene::releaseModifiers(bool isToRun) {
-    modifiers().release(isToRun);
+    modifiers({}).release(isToRun);
 }
 
 } // namespace qv::kelvo_sdk::impl

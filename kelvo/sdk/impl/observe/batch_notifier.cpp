@@ -17,7 +17,7 @@ bool BatchNotifier::subscribe(BatchObserver* observer) {
 // Takes the lock, as other threads may subscribe at the same time.
 template<typename Thing>
 void BatchNotifier::expectThing(const Thing* thing) {
-    const std::lock_guard lock(m_scene.observerMutex());
+    const std::lock_guard lock(m_scene.observerMutex({}));
     if (!m_observers.empty()) m_batch.expect(thing);
 }
 
@@ -114,7 +114,7 @@ void BatchNotifier::deliverRound() noexcept {
 }
 
 void BatchNotifier::tell(const interfaces::SceneChanges& changes) noexcept {
-    const std::lock_guard lock(m_scene.observerMutex());
+    const std::lock_guard lock(m_scene.observerMutex({}));
     const CertainTelling certain;
     tellEach(m_observers, [&](BatchObserver* observer) {
         try {

@@ -32,7 +32,8 @@ PartialReader::Outcome PartialReader::readOnce() {
     m_gaps.unclosed.clear();
     TextErrors errors(m_text, noIndex);
     errors.keepMessages(m_options.maxErrors);
-    SceneParser parser(m_text, {m_options.maxDepth, m_options.maxNodes}, *m_tree, errors);
+    SceneParser parser(m_text, {m_options.maxDepth, m_options.maxNodes, m_options.threads}, *m_tree,
+                       errors);
     parser.leaveOut(m_gaps);
     parser.parse();
     // Added last, because parts refer to their errors by number.
@@ -134,7 +135,8 @@ bool PartialReader::swallowsBrace(const TextLines& place) const {
     SceneTree tree;
     TextErrors errors(text.view(), noIndex);
     TextGaps gaps;
-    SceneParser parser(text.view(), {m_options.maxDepth, m_options.maxNodes}, tree, errors);
+    SceneParser parser(text.view(), {m_options.maxDepth, m_options.maxNodes, m_options.threads},
+                       tree, errors);
     parser.leaveOut(gaps);
     parser.parse();
     return !gaps.unclosed.empty();

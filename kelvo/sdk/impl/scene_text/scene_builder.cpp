@@ -58,7 +58,7 @@ SceneBuilder::SceneBuilder(SceneTree& tree)
 SceneBuilder::~SceneBuilder() {
     if (!m_scene || m_isDone) return;
     for (const RefersTo<Node>& node : m_nodes)
-        if (node->scene() == m_scene && !m_scene->contains(*node)) node->setScene(nullptr);
+        if (node->scene() == m_scene && !m_scene->contains(*node)) node->setScene(nullptr, {});
 }
 
 void SceneBuilder::build() {
@@ -69,7 +69,7 @@ void SceneBuilder::build() {
     m_nodes.reserve(m_tree.nodes.size());
     for (const TreeNode& from : m_tree.nodes) {
         Node& node = *m_nodes.emplace_back(makeNode(from));
-        if (node.m_nodeInit) initialise(from, node);
+        if (node.hasNodeInit()) initialise(from, node);
     }
     ModifierHold modifiers(*m_scene);
     const u64 start = m_scene->history().openChanges();
@@ -94,7 +94,7 @@ void SceneBuilder::addUnheard() {
     } catch (...) {
         NewsHold::dropSince(start);
         for (const RefersTo<Node>& node : m_nodes)
-            if (m_scene->contains(*node)) m_scene->dropUnheard(*node);
+            if (m_scene->contains(*node)) m_scene->dropUnheard(*node, {});
         throw;
     }
 }
@@ -105,16 +105,11 @@ RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
 }
 
 void SceneBuilder::addCopy(const IInput& input, Node& node) {
-    const auto& from = implOf(input);
-    auto copy = RefersTo<IInput>::adopt(from.clone(&node, nullptr));
-    appendToList(node.m_inputs, copy.get());
-    std::ignore = copy.detach();
+    node.append(RefersTo<Input>::adopt(implOf(implOf(input).clone(&node, nullptr))), {});
 }
 
 void SceneBuilder::addCopy(const IOutput& output, Node& node) {
-    auto copy = RefersTo<IOutput>::adopt(implOf(output).clone(&node));
-    appendToList(node.m_outputs, copy.get());
-    std::ignore = copy.detach();
+    node.append(RefersTo<Output>::adopt(implOf(implOf(output).clone(&node))), {});
 }
 
 RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
@@ -127,17 +122,14 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
 // Bases in the text override those of the definition.
 void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     const Node* definition = from.definition;
-    if (definition) {
-        node.copyIdentity(*definition);
-        node.copyLibrary(*definition);
-    }
-    node.m_isAbstract = from.isAbstract;
-    node.m_isInternal = from.isInternal || (definition && !from.isOwn && node.m_isInternal);
-    if (from.baseCount == 0 && !from.isOwn) return;
+    if (definition) node.copyDefinition(*definition, {});
+    const bool inheritsInternal = definition && !from.isOwn && node.isInternal();
+    const bool isInternal = from.isInternal || inheritsInternal;
+    if (from.baseCount == 0 && !from.isOwn) return node.setMarks(from.isAbstract, isInternal);
     StringVector bases;
     for (u32 i = 0; i < from.baseCount; ++i)
         bases.push_back(m_tree.names.text(m_tree.bases[from.firstBase + i]));
-    node.m_bases = std::move(bases);
+    node.setBases(std::move(bases), from.isAbstract, isInternal);
     if (definition) node.initLibInfo(definition->library());
 }
 
@@ -147,7 +139,7 @@ void SceneBuilder::initialise(const TreeNode& from, Node& node) {
         m_heldInputs.emplace_back(m_inputs[i]);
     for (u32 i = 0; i < from.outputCount; ++i)
         m_heldOutputs.emplace_back(m_outputs[from.firstOutput + i]);
-    node.m_scene = m_scene;
+    node.setScene(m_scene, {});
     m_scene->initialise(node);
 }
 
@@ -161,21 +153,22 @@ void SceneBuilder::holdKnown() {
 }
 
 void SceneBuilder::makeAttributes(const TreeNode& from, Node& node) {
+    node.reserve(from.inputCount, from.outputCount, {});
     makeInputs(from, node);
     makeOutputs(from, node);
-    node.m_dirty = true;
+    node.raiseDirty({});
 }
 
 void SceneBuilder::makeOutputs(const TreeNode& from, Node& node) {
-    node.m_outputs.reserve(node.m_outputs.size() + from.outputCount);
     for (u32 i = from.firstOutput; i < from.firstOutput + from.outputCount; ++i) {
         const TreeOutput& output = m_tree.outputs[i];
         const String& name = m_tree.names.text(output.name);
         const bool isBuffer = output.type == AttrType::Buffer;
-        m_outputs[i] = isBuffer ? new Output(&node, name, output.dataType)
-                                : new Output(&node, name, output.type);
-        m_outputs[i]->setLeftOut(output.isLeftOut);
-        appendToList(node.m_outputs, m_outputs[i]);
+        auto made = RefersTo<Output>::adopt(isBuffer ? new Output(&node, name, output.dataType)
+                                                     : new Output(&node, name, output.type));
+        made->setLeftOut(output.isLeftOut);
+        m_outputs[i] = made.get();
+        node.append(std::move(made), {});
     }
 }
 
@@ -207,28 +200,14 @@ void SceneBuilder::link(const TreeLink& from) {
 // Links read-only inputs and those with few choices too, because they were written so. Skips an
 // input that a library removed when its node was initialised.
 void SceneBuilder::setLink(Input& input, INode* target) {
-    if (!input.m_node) return;
-    EditStep step(input.m_node);
-    step.prepare<ValueChange>(input);
-    expectNews(input.m_node, static_cast<const IInput*>(&input));
-    if (target) input.extras();
-    Value before(target);
-    input.replaceValue(before);
-    step.commit();
-    input.changed(std::move(before));
+    if (input.node()) input.linkUnchecked(target, {});
 }
 
 // Loops and kinds need no check here; they were checked for the whole text at once.
 void SceneBuilder::connect(const TreeConnection& from) {
     Input& input = *m_inputs[from.input];
     IOutput* output = from.target != noTreeIndex ? m_outputs[from.output] : from.known;
-    if (!input.m_node || !output->node()) return;
-    EditStep step(input.m_node);
-    step.prepare<SourceChange>(input);
-    expectNews(input.m_node, static_cast<const IInput*>(&input));
-    input.setSource(implOf(output));
-    step.commit();
-    input.m_node->onInputConnected(&input, nullptr, output);
+    if (input.node() && output->node()) input.connectUnchecked(implOf(*output), {});
 }
 
 // Call last: comments that were already merged would hinder taking nodes back.

@@ -1,3 +1,5 @@
+// Builds the inputs and outputs of a node from their descriptions in a text.
+
 #include "kelvo/sdk/impl/scene_text/scene_builder.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
@@ -8,8 +10,6 @@
 
 #include <tuple>
 #include <utility>
-
-// ---- Inputs --------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 
@@ -40,12 +40,8 @@ void markLeftOut(Input& input) {
 
 void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
     const bool isFilled = from.definition && !from.isOwn;
-    node.m_inputs.reserve(node.m_inputs.size() + from.inputCount);
-    addInputs(from.firstInput, isFilled ? from.definition->m_inputs : noInputs, node, nullptr,
-              [&](RefersTo<Input> input) {
-                  appendToList(node.m_inputs, input.get());
-                  std::ignore = input.detach();
-              });
+    addInputs(from.firstInput, isFilled ? from.definition->inputs() : noInputs, node, nullptr,
+              [&](RefersTo<Input> input) { node.append(std::move(input), {}); });
     // A list instead of recursion: nested containers take no stack.
     while (!m_unfilled.empty()) {
         const Unfilled next = m_unfilled.back();
@@ -59,9 +55,9 @@ void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent)
         from.definition && !from.isOwn && from.definition->type() == AttrType::Object;
     const auto& known = isFilled ? from.definition->members() : noInputs;
     if (from.memberCount == 0 && known.empty()) return;
-    parent.extras().members.reserve(from.memberCount);
+    parent.reserveMembers(from.memberCount, {});
     addInputs(from.firstMember, known, node, &parent,
-              [&](RefersTo<Input> input) { parent.adoptMember(input.detach()); });
+              [&](RefersTo<Input> input) { parent.adoptMember(std::move(input), {}); });
 }
 
 // Adds the inputs of a list of the text, and the omitted ones of its definition at their places
@@ -101,7 +97,7 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* parent) {
     from.unchecked = markOf(data, extras);
     auto input = RefersTo<Input>::adopt(new Input(&node, parent, std::move(name), std::move(data)));
     m_inputs[index] = input.get();
-    if (extras && extras->stashed) input->replaceStash(std::move(extras->stash));
+    if (extras && extras->stashed) input->replaceStash(std::move(extras->stash), {});
     if (from.type == AttrType::Array || from.type == AttrType::Object)
         m_unfilled.push_back({index, input.get()});
     return input;

@@ -1,3 +1,5 @@
+// Finds loops of connections in a text before its nodes are built.
+
 #include "kelvo/sdk/impl/scene_text/scene_checker.h"
 
 #include "kelvo/base/string_io.h"

@@ -7,6 +7,7 @@
 #include "kelvo/sdk/impl/text/text_lexer.h"
 
 #include "kelvo/base/string_io.h"
+#include "kelvo/base/workers.h"
 
 #include <span>
 
@@ -16,6 +17,8 @@ namespace qv::kelvo_sdk::impl {
 struct ParseLimits {
     u32 depth = 200;
     u64 nodes = 1'000'000;
+    /// The threads that read large buffers; 0 for as many as the machine runs at once.
+    u32 threads = 1;
 };
 
 /// The differences between texts that consist of nodes.
@@ -225,6 +228,7 @@ protected:
 
     TextLexer m_lexer;
     ParseLimits m_limits;
+    Workers m_workers{m_limits.threads};
     TextForm m_form;
     SceneTree& m_tree;
     TextErrors& m_errors;

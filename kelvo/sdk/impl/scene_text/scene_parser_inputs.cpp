@@ -1,3 +1,5 @@
+// Parses the kind, name, value, connection and output of an attribute.
+
 #include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 #include "kelvo/sdk/impl/value/value_text.h"
@@ -221,7 +223,7 @@ bool SceneParser::parsePlain(const TreeKind& kind, Value& out) {
         return true;
     }
     const std::string_view rest = m_lexer.rest();
-    ValueReader reader(rest.data(), rest.data() + rest.size());
+    ValueReader reader(rest.data(), rest.data() + rest.size(), m_workers);
     const bool isRead = reader.read(kind.type, kind.dataType, out);
     m_lexer.skip(static_cast<u64>(reader.at() - rest.data()));
     if (isRead) return true;

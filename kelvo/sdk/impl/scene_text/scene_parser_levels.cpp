@@ -1,9 +1,8 @@
+// Parses bodies and arrays. Open ones are on a list, so that nested ones take no stack.
+
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 
 #include <utility>
-
-// ---- Levels --------------------------------------------------------------------------------
-// Open bodies and arrays are on a list, so that nested ones take no stack.
 
 namespace qv::kelvo_sdk::impl {
 

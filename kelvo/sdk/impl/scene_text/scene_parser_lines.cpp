@@ -1,9 +1,9 @@
+// Reads the comments and blank lines around an attribute, and recovers after an error.
+
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 
 #include <algorithm>
 #include <tuple>
-
-// ---- Lines ---------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 

@@ -1,3 +1,5 @@
+// Parses annotations, which begin with "@".
+
 #include "kelvo/base/spelling_suggestion.h"
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 #include "kelvo/sdk/impl/value/value_refusal.h"

@@ -18,6 +18,9 @@ struct ReadOptions {
     u64 maxNodes = 1'000'000;
     /// Builds the parts of a text that have no errors, and keeps the rest in the comments.
     bool isPartial = false;
+    /// The threads that read; 0 for as many as the machine runs at once. Scene, errors and
+    /// notifications are the same for any number.
+    u32 threads = 0;
     /// Receives the number of gaps if not null.
     u64* gapCount = nullptr;
 };

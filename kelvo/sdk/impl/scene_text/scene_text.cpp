@@ -1,3 +1,5 @@
+// The public functions that read and write scene text.
+
 #include "kelvo/sdk/scene.h"
 
 #include "kelvo/sdk/impl/graph/handle_failure.h"
@@ -28,9 +30,13 @@ void logAll(const Diagnostics& found) {
 } // namespace
 
 String Scene::text() const {
+    return text(WriteOptions());
+}
+
+String Scene::text(const WriteOptions& options) const {
     if (!get()) return {};
     StringIO out;
-    impl::serializeScene(impl::implOf(*get()), out);
+    impl::serializeScene(impl::implOf(*get()), out, options.threads);
     return out.take();
 }
 
@@ -46,6 +52,7 @@ ReadReport Scene::read(String text, String source, const ReadOptions& options,
     inner.source = std::move(source);
     inner.maxErrors = options.maxDiagnostics;
     inner.isPartial = options.isPartial;
+    inner.threads = options.threads;
     inner.gapCount = &report.gapCount;
     // Collects the diagnostics first: once the nodes exist, reporting must not need memory.
     Diagnostics found = diagnostics ? *diagnostics : Diagnostics();

@@ -7,6 +7,8 @@
 #include "kelvo/sdk/impl/scene_text/unread_places.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 
+#include "kelvo/base/workers.h"
+
 #include <algorithm>
 #include <memory>
 #include <unordered_map>
@@ -54,6 +56,8 @@ public:
     /// For the attributes of definitions, whose values are defaults.
     SceneWriter(const SceneComments& comments, StringIO& out);
 
+    /// Lets several threads write large buffers, as `Workers` has them; by default one does.
+    void useThreads(u32 threads) { m_workers = Workers(threads); }
     void writeNode(const INode& node);
 
     // Parts, for writers of similar texts.
@@ -123,6 +127,7 @@ private:
     const Scene* m_scene;
     // Null when there are none.
     const SceneComments* m_comments;
+    Workers m_workers{1};
     bool m_changedOnly;
     bool m_isDefinition = false;
     // The outermost is first.

@@ -1,3 +1,5 @@
+// Writes lines of inputs and outputs.
+
 #include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
@@ -9,8 +11,6 @@
 #include "kelvo/sdk/interfaces/i_node.h"
 
 #include "kelvo/base/log.h"
-
-// ---- Inputs --------------------------------------------------------------------------------
 
 namespace qv::kelvo_sdk::impl {
 
@@ -196,7 +196,7 @@ void SceneWriter::writePlain(const Value& value) {
     if (value.type() == AttrType::Node)
         writeLink(value.asNode());
     else
-        writeValue(value, m_out);
+        writeValue(value, m_out, m_workers);
 }
 
 void SceneWriter::writeLink(const INode* target) {

@@ -110,8 +110,9 @@ void serialize(const INode* node, StringIO& out, bool changedOnly, bool withDepe
         writer.writeNode(*next);
 }
 
-void serializeScene(const Scene& scene, StringIO& out) {
+void serializeScene(const Scene& scene, StringIO& out, u32 threads) {
     SceneWriter writer(&scene, out, false);
+    writer.useThreads(threads);
     const Comments& comments = scene.comments().file();
     writer.lines().writeLines(comments.leading.view(), 0);
     out.append("kelvo scene 1");

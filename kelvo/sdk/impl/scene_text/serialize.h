@@ -13,7 +13,8 @@ class Scene;
 QV_EXPORT void serialize(const interfaces::INode* node, StringIO& out, bool changedOnly,
                          bool withDependencies);
 
-/// Appends the whole scene as text, with the header line.
-void serializeScene(const Scene& scene, StringIO& out);
+/// Appends the whole scene as text, with the header line. Uses at most `threads` threads; 0 stands
+/// for as many as the machine runs at once. The text is the same for any number.
+void serializeScene(const Scene& scene, StringIO& out, u32 threads = 0);
 
 } // namespace qv::kelvo_sdk::impl

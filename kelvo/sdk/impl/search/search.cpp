@@ -1,3 +1,5 @@
+// Finds the nodes of a scene by name, type and values of inputs.
+
 #include "kelvo/sdk/search.h"
 
 #include "kelvo/sdk/impl/search/value_condition.h"

@@ -1,3 +1,5 @@
+// Callbacks of the standard nodes that calculate with numbers.
+
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
 #include "kelvo/sdk/impl/standard/standard_eval.h"
 

@@ -1,3 +1,5 @@
+// Callbacks of the standard nodes for colors.
+
 #include "kelvo/sdk/impl/standard/standard_callbacks.h"
 #include "kelvo/sdk/impl/standard/standard_eval.h"
 

@@ -1,3 +1,5 @@
+// Callbacks of the standard modifiers, which override, scale and offset inputs.
+
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_walk.h"

@@ -36,26 +36,25 @@ template<std::integral T>
 
 namespace detail {
 
-// The numbers whose digits and power of ten are exact in T, so that one division rounds correctly.
-template<std::floating_point T>
-struct ExactDecimals;
-template<>
-struct ExactDecimals<float> {
-    static constexpr u64 maxDigits = u64{1} << 24;
-    static constexpr float powers[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f,
-                                       1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
-};
-template<>
-struct ExactDecimals<double> {
+// The numbers whose digits and power of ten are exact as double, so that one division rounds
+// correctly.
+struct ExactDecimals {
     static constexpr u64 maxDigits = u64{1} << 53;
     static constexpr double powers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 };
 
+// Tells whether a double is half-way between two floats. The number of a text that was rounded to
+// it may be on either side, so that rounding again could be wrong.
+[[nodiscard]] inline bool isBetweenFloats(double value) noexcept {
+    constexpr u64 dropped = (u64{1} << 29) - 1;
+    return (std::bit_cast<u64>(value) & dropped) == (dropped >> 1) + 1;
+}
+
 // Reads the common form: a few digits, perhaps with a point, and no exponent. Null for other forms.
 template<std::floating_point T>
 [[nodiscard]] const char* readShortReal(const char* at, const char* end, T& out) noexcept {
-    using Exact = ExactDecimals<T>;
+    using Exact = ExactDecimals;
     const bool negative = at != end && *at == '-';
     at += negative;
     u64 digits = 0;
@@ -72,8 +71,9 @@ template<std::floating_point T>
         if (decimals == 0) return nullptr;
     }
     if (!endsNumber(at, end) || decimals >= std::size(Exact::powers)) return nullptr;
-    const T value = static_cast<T>(digits) / Exact::powers[decimals];
-    out = negative ? -value : value;
+    const double value = static_cast<double>(digits) / Exact::powers[decimals];
+    if (sizeof(T) < sizeof(double) && isBetweenFloats(value)) return nullptr;
+    out = static_cast<T>(negative ? -value : value);
     return at;
 }
 

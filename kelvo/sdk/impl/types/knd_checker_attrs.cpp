@@ -1,3 +1,5 @@
+// Checks the attributes of a type against inherited attributes, and the pages that show them.
+
 #include "kelvo/sdk/impl/types/knd_checker.h"
 
 #include "kelvo/base/spelling_suggestion.h"
@@ -6,7 +8,6 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/types/knd_definition.h"
 
-// Checks the attributes of a type against those it inherits, and the pages that show them.
 namespace qv::kelvo_sdk::impl {
 
 namespace {

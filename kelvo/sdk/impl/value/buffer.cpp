@@ -46,6 +46,10 @@ Buffer::Buffer(DataType type, u64 count) : m_block(Block::create(type, count)) {
     std::memset(m_block->elements(), 0, m_block->bytes());
 }
 
+Buffer Buffer::unfilled(DataType type, u64 count) {
+    return Buffer(Block::create(type, count));
+}
+
 Buffer::Buffer(DataType type, const void* data, u64 count) : m_block(Block::create(type, count)) {
     if (m_block->count != 0) std::memcpy(m_block->elements(), data, m_block->bytes());
 }

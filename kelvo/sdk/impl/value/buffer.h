@@ -18,6 +18,8 @@ public:
     Buffer() noexcept = default;
     /// Allocates `count` zeroed elements. Throws std::bad_alloc when memory does not suffice.
     Buffer(DataType type, u64 count);
+    /// Allocates `count` elements without a value; the caller writes all of them.
+    [[nodiscard]] static Buffer unfilled(DataType type, u64 count);
     /// Copies `count` elements from `data`.
     Buffer(DataType type, const void* data, u64 count);
     Buffer(const Buffer& other) noexcept;

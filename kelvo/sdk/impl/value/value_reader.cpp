@@ -1,10 +1,21 @@
+// Parses values of all kinds from text.
+
 #include "kelvo/sdk/impl/value/value_text.h"
 
+#include "kelvo/sdk/impl/text/number_pieces.h"
 #include "kelvo/sdk/impl/text/text_numbers.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// A buffer with as many elements is read further in pieces.
+constexpr u64 mostInOnePiece = 4096;
+
+} // namespace
 
 bool ValueReader::fail(const char* expected) noexcept {
     m_expected = expected;
@@ -136,7 +147,7 @@ bool ValueReader::buffer(DataType element, Value& out) {
     }
 }
 
-// Allocates for elements that were read, never for a count that the text claims.
+// Allocates for elements that were read or counted, never for a count that the text claims.
 template<typename T>
 bool ValueReader::elements(DataType element, DataType component, Value& out) {
     if (m_at == m_end || *m_at != '[') return fail("'['");
@@ -150,6 +161,7 @@ bool ValueReader::elements(DataType element, DataType component, Value& out) {
         if (m_at == m_end) return fail("']'");
         if (*m_at == ']') break;
         if (components == 0) return fail("']', since the buffer has no element type");
+        if (count == mostInOnePiece && restInPieces<T>(buffer, count, component, out)) return true;
         if (count == buffer.count()) {
             buffer.resize(std::max<u64>(count * 2, 16));
             to = static_cast<T*>(buffer.edit()) + count * components;
@@ -162,6 +174,40 @@ bool ValueReader::elements(DataType element, DataType component, Value& out) {
     buffer.resize(count);
     out = Value(std::move(buffer));
     return true;
+}
+
+// Reads the elements behind the first ones, which `begun` has. False, without moving, when
+// something is wrong with them: reading them one by one then finds the first fault.
+template<typename T>
+bool ValueReader::restInPieces(const Buffer& begun, u64 count, DataType component, Value& out) {
+    const Workers alone(1);
+    const Workers& workers = m_workers ? *m_workers : alone;
+    const u64 components = dataTypeComponents(begun.type());
+    NumberPieces list;
+    if (!list.cut(m_at, m_end, components, workers)) return false;
+    Buffer whole = Buffer::unfilled(begun.type(), count + list.elementCount());
+    T* const first = static_cast<T*>(whole.edit());
+    std::copy_n(static_cast<const T*>(begun.data()), count * components, first);
+    std::atomic<bool> isRead = true;
+    workers.run(list.pieces().size(), [&](u64 i) {
+        const NumberPieces::Piece& piece = list.pieces()[i];
+        T* const to = first + (count + piece.firstElement) * components;
+        ValueReader reader(piece.begin, piece.end);
+        if (!isRead || !reader.allElements(component, to, to + piece.words, components))
+            isRead = false;
+    });
+    if (!isRead) return false;
+    m_at = list.close() + 1;
+    out = Value(std::move(whole));
+    return true;
+}
+
+// Reads a whole piece, whose elements must fill the place given.
+template<typename T>
+bool ValueReader::allElements(DataType component, T* to, T* end, u64 components) {
+    for (skipSpace(); m_at != m_end; skipSpace(), to += components)
+        if (to == end || !element(component, to, components)) return false;
+    return to == end;
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/base/string_io.h"
+#include "kelvo/base/workers.h"
 #include "kelvo/sdk/impl/value/value.h"
 
 namespace qv::kelvo_sdk::impl {
@@ -15,8 +16,8 @@ bool valueFromText(const String& text, AttrType kind, DataType element, Value& o
 [[nodiscard]] String valueToText(const Value& value);
 
 /// Appends the value as scene text has it: as `valueToText`, but a String in quotes, and "null" for
-/// no node.
-void writeValue(const Value& value, StringIO& out);
+/// no node. The workers write large buffers.
+void writeValue(const Value& value, StringIO& out, const Workers& workers = Workers(1));
 
 /// Appends a text in quotes, with escapes for quotes, backslashes, control characters and bytes
 /// that are not UTF-8. Reads back byte for byte.
@@ -27,6 +28,9 @@ void writeQuoted(std::string_view text, StringIO& out);
 class ValueReader {
 public:
     ValueReader(const char* at, const char* end) noexcept : m_at(at), m_end(end) {}
+    /// Borrows the workers, which read large buffers; the value and errors are the same.
+    ValueReader(const char* at, const char* end, const Workers& workers) noexcept
+        : m_at(at), m_end(end), m_workers(&workers) {}
 
     /// Reads a value of that kind. False when there is none: `at` is then the place of the fault,
     /// and `expected` names the missing part.
@@ -50,9 +54,15 @@ private:
     bool elements(DataType element, DataType component, Value& out);
     template<typename T>
     bool element(DataType component, T* out, u64 components);
+    template<typename T>
+    bool restInPieces(const Buffer& begun, u64 count, DataType component, Value& out);
+    template<typename T>
+    bool allElements(DataType component, T* to, T* end, u64 components);
 
     const char* m_at;
     const char* m_end;
+    // Null where the calling thread does all.
+    const Workers* m_workers = nullptr;
     const char* m_expected = "";
 };
 

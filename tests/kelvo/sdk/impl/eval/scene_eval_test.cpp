@@ -30,8 +30,8 @@ protected:
 };
 
 TEST_F(SceneEval, New_KeepsNoResults) {
-    EXPECT_EQ(static_cast<Scene&>(*m_scene.get()).evalCache(), nullptr);
     EXPECT_EQ(hitsOfTwoReads(), 0u);
+    EXPECT_EQ(m_scene.evalCacheFigures().bytes, 0u);
 }
 
 TEST_F(SceneEval, WithRoom_AnswersTheSecondReadFromTheCache) {

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/graph_reader.h"
 
+#include "tests/support/node_probe.h"
 #include "tests/support/walked_scene.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,11 @@ TEST_F(GraphReaderTest, Leads_ComeInOrder) {
     EXPECT_EQ(leads(m_lamp, LeadKind::Dependencies), "desk! room ");
     EXPECT_EQ(leads(m_lamp, LeadKind::Children), "");
     EXPECT_EQ(leads(m_desk, LeadKind::Readers), "room lamp! ");
+}
+
+TEST_F(GraphReaderTest, LeadsBackward_ComeLastFirst) {
+    EXPECT_EQ(leadsBackward(m_lamp, LeadKind::Dependencies), "room desk! ");
+    EXPECT_EQ(leadsBackward(m_desk, LeadKind::Readers), "lamp! room ");
 }
 
 TEST_F(GraphReaderTest, Row_IsKnownOnceItWasAskedFor) {
@@ -40,6 +46,12 @@ TEST_F(GraphReaderTest, NodeThatLeadsOutOfTheScene_IsAskedItself) {
     EXPECT_EQ(leads(m_lamp, LeadKind::Dependencies), "desk! stray ");
     EXPECT_FALSE(isKnown(m_lamp, LeadKind::Dependencies));
     EXPECT_EQ(faultsOf(m_scene), "");
+}
+
+TEST_F(GraphReaderTest, NodeThatLeadsOutOfTheScene_IsAskedBackwardToo) {
+    const auto stray = RefersTo<Node>::adopt(new Node(nullptr, "thing", "stray"));
+    m_home->setNode(stray.get());
+    EXPECT_EQ(leadsBackward(m_lamp, LeadKind::Dependencies), "stray desk! ");
 }
 
 TEST_F(GraphReaderTest, NodeThatComesIn_IsNumberedWhereItIsLinkedTo) {
@@ -69,10 +81,10 @@ TEST_F(GraphReaderTest, GraphThatDisagrees_IsToldAndNotUsedAnyMore) {
 TEST_F(GraphReaderTest, NumberThatDisagrees_IsTold) {
     auto* desk = implOf(m_desk.get());
     const NodeNumber number = desk->number();
-    desk->setNumber(7);
+    tests::probe(*desk).setNumber(7);
     EXPECT_EQ(faultsOf(m_scene), "desk has another number than in the compact graph\n");
     EXPECT_EQ(m_room.children(-1).size(), 2u);
-    desk->setNumber(number);
+    tests::probe(*desk).setNumber(number);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -38,6 +39,12 @@ protected:
         return static_cast<Input&>(*m_node->createInput(name, type));
     }
 
+    // Call before the swap: what it tells and records is compared from here on.
+    void startListening() {
+        m_recorder.take();
+        m_steps = m_scene->undoCount();
+    }
+
     RefersTo<Scene> m_scene = RefersTo<Scene>::adopt(new Scene);
     Node* m_node = static_cast<Node*>(m_scene->createNode("thing", "thing"));
     Input& m_a = create("a");
@@ -48,56 +55,70 @@ protected:
     u64 m_steps = 0;
 };
 
-TEST_F(InputHistory, ExchangeValue_GivesTheOneBeforeAndIsToldButNotRecorded) {
-    Value other(2.5);
-    m_a.exchangeValue(other);
-    EXPECT_EQ(m_a.value(), Value(2.5));
-    EXPECT_EQ(other, Value(0.0));
+TEST_F(InputHistory, SwappedValue_IsNotifiedButNotRecorded) {
+    ValueChange change(m_a);
+    ASSERT_TRUE(m_a.setReal(2.5));
+    startListening();
+    change.swap(*m_scene);
+    EXPECT_EQ(m_a.value(), Value(0.0));
     EXPECT_EQ(m_recorder.take(), "changed a;");
     EXPECT_EQ(m_scene->undoCount(), m_steps);
 }
 
-TEST_F(InputHistory, ExchangeValue_WritesIntoWhatIsReadOnly) {
-    m_a.setReadOnly(true);
-    Value other(1.5);
-    m_a.exchangeValue(other);
-    EXPECT_EQ(m_a.value(), Value(1.5));
+TEST_F(InputHistory, SwappedValue_IsKeptForTheNextSwap) {
+    ValueChange change(m_a);
+    ASSERT_TRUE(m_a.setReal(2.5));
+    change.swap(*m_scene);
+    change.swap(*m_scene);
+    EXPECT_EQ(m_a.value(), Value(2.5));
 }
 
-TEST_F(InputHistory, ExchangeSource_ConnectsAtThePlaceGiven) {
-    m_a.exchangeSource(&m_out, 0);
-    m_b.exchangeSource(&m_out, 0);
+TEST_F(InputHistory, SwappedValue_IsWrittenIntoReadOnlyInput) {
+    ValueChange change(m_a);
+    ASSERT_TRUE(m_a.setReal(1.5));
+    m_a.setReadOnly(true);
+    change.swap(*m_scene);
+    EXPECT_EQ(m_a.value(), Value(0.0));
+}
+
+TEST_F(InputHistory, SwappedSource_IsConnectedAtItsRank) {
+    startListening();
+    SourceChange(m_a, m_out, 0).swap(*m_scene);
+    SourceChange(m_b, m_out, 0).swap(*m_scene);
     EXPECT_EQ(m_b.sourceRank(), 0u);
     EXPECT_EQ(m_a.sourceRank(), 1u);
     EXPECT_EQ(m_recorder.take(), "connected a;connected b;");
     EXPECT_EQ(m_scene->undoCount(), m_steps);
 }
 
-TEST_F(InputHistory, ExchangeSource_WithNone_Disconnects) {
-    m_a.exchangeSource(&m_out, 0);
-    m_a.exchangeSource(nullptr, noIndex);
+TEST_F(InputHistory, SwappedSource_WithNone_Disconnects) {
+    SourceChange change(m_a);
+    ASSERT_TRUE(m_a.connect(&m_out));
+    change.swap(*m_scene);
     EXPECT_EQ(m_a.source(), nullptr);
     EXPECT_EQ(m_a.sourceRank(), noIndex);
     EXPECT_EQ(m_out.targetCount(), 0u);
 }
 
-TEST_F(InputHistory, Left_TakesNodeAndParentFromAllThatItHolds) {
+TEST_F(InputHistory, SwappedAddition_TakesNodeAndParentFromAllPartsOfTheInput) {
     auto& object = create("object", AttrType::Object);
     auto& member = static_cast<Input&>(*object.createInput("member", AttrType::Int));
-    object.left();
+    InputListChange change(object, m_node, nullptr, m_node->inputCount() - 1, true);
+    change.swap(*m_scene);
     EXPECT_EQ(object.node(), nullptr);
     EXPECT_EQ(member.node(), nullptr);
     EXPECT_EQ(member.parent(), &object);
-    object.entered(m_node, nullptr);
+    change.swap(*m_scene);
     EXPECT_EQ(member.node(), m_node);
+    EXPECT_EQ(m_node->inputs().back(), &object);
 }
 
-TEST_F(InputHistory, ReplayedMoveOfAnElement_IsToldOnce) {
+TEST_F(InputHistory, SwappedMoveOfAnElement_IsNotifiedOnce) {
     auto& array = static_cast<Input&>(*m_node->createArray("list", AttrType::Int));
     for (int i = 0; i < 3; ++i)
         ASSERT_TRUE(array.appendElement()->setInt(i));
     m_recorder.take();
-    array.moveMember(0, 2);
+    ElementMove(array, 2, 0).swap(*m_scene);
     EXPECT_EQ(static_cast<Input*>(array.input(2))->value(), Value(0));
     EXPECT_EQ(m_recorder.take(), "changed list;");
 }

@@ -180,7 +180,7 @@ protected:
         EXPECT_GE(failures, 1);
         EXPECT_EQ(m_node.inputCount(), count + 1);
     }
-    ~AttributesOutOfMemory() override { m_node.setScene(nullptr); }
+    ~AttributesOutOfMemory() override { probe(m_node).setScene(nullptr); }
 
     Journal m_journal;
     RefersTo<RecordingScene> m_scene = RecordingScene::make(m_journal);

@@ -36,7 +36,7 @@ bool freeData(INode*, void** data) {
 
 class NodeClone : public testing::Test {
 protected:
-    ~NodeClone() override { m_node.setScene(nullptr); }
+    ~NodeClone() override { probe(m_node).setScene(nullptr); }
 
     [[nodiscard]] RefersTo<Node> copy() {
         return RefersTo<Node>::adopt(m_node.clone(nullptr, "copy"));
@@ -68,7 +68,7 @@ TEST_F(NodeClone, Copy_HasOneReferenceTheSceneAndTheNameGiven) {
     EXPECT_STREQ(made->name().buf(), "copy");
     EXPECT_STREQ(m_node.name().buf(), "m");
     EXPECT_EQ(m_journal.take(), "");
-    made->setScene(nullptr);
+    probe(*made).setScene(nullptr);
 }
 
 TEST_F(NodeClone, Copy_SharesTypeBasesTextsAndIcon) {
@@ -171,7 +171,7 @@ TEST_F(NodeClone, InitCallback_ComesLastAndItsAnswerIsIgnored) {
     EXPECT_EQ(*static_cast<std::string*>(made->data()), "copy:21s");
     EXPECT_EQ(m_node.data(), nullptr);
     EXPECT_EQ(m_journal.take(), "");
-    made->setScene(nullptr);
+    probe(*made).setScene(nullptr);
 }
 
 TEST_F(NodeClone, CopyWithoutAnInitCallback_HasNoData) {

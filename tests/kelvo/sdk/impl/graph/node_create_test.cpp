@@ -20,7 +20,7 @@ using tests::RecordingScene;
 
 class NodeCreate : public testing::Test {
 protected:
-    ~NodeCreate() override { m_node.setScene(nullptr); }
+    ~NodeCreate() override { probe(m_node).setScene(nullptr); }
 
     AttrData array(AttrType elementType) {
         AttrData data(AttrType::Array);

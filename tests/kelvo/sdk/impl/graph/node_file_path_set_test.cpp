@@ -2,6 +2,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/node_probe.h"
 #include "tests/support/recording_observer.h"
 #include "tests/support/recording_scene.h"
 
@@ -51,7 +52,7 @@ private:
 class NodeSetPath : public testing::Test {
 protected:
     NodeSetPath() { makeParts(m_node); }
-    ~NodeSetPath() override { m_node.setScene(nullptr); }
+    ~NodeSetPath() override { tests::probe(m_node).setScene(nullptr); }
 
     void makeParts(Node& node) {
         for (const char* part : kParts)
@@ -102,7 +103,7 @@ TEST_F(NodeSetPath, Steps_ComeInTheirOrder) {
               "has=dir has=file has=ext input=dir input=file input=ext begin group "
               "scene:changed=ext scene:changed=file scene:changed=dir ungroup label=auto has=name "
               "record(Img = wood.png|Img = old.jpg)");
-    node.setScene(nullptr);
+    tests::probe(node).setScene(nullptr);
 }
 
 TEST_F(NodeSetPath, OldName_IsReadBeforeTheEditBegins) {
@@ -135,10 +136,10 @@ public:
 TEST_F(NodeSetPath, Label_IsThatAfterTheGroup) {
     const auto scene = RefersTo<EndingScene>::adopt(new EndingScene(m_journal));
     scene->atEnd = [&] { m_node.setLabel("en", "late"); };
-    m_node.setScene(scene.get());
+    tests::probe(m_node).setScene(scene.get());
     EXPECT_TRUE(setPath("a", "b", "c"));
     EXPECT_EQ(record(), "record(Late = b.c|Late = )");
-    m_node.setScene(nullptr);
+    tests::probe(m_node).setScene(nullptr);
 }
 
 TEST_F(NodeSetPath, Label_IsTheNodesNotTheFileInputs) {
@@ -228,7 +229,7 @@ TEST_F(NodeSetPath, Parts_AreStoredUnchangedButForTheDot) {
 }
 
 TEST_F(NodeSetPath, WithoutAScene_WritesAllTheSame) {
-    m_node.setScene(nullptr);
+    tests::probe(m_node).setScene(nullptr);
     const LogCapture log;
     EXPECT_TRUE(setPath("a", "b", "c"));
     EXPECT_EQ(stored(), "a|b|.c|");

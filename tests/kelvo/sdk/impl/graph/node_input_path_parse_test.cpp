@@ -1,5 +1,6 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/material_node.h"
+#include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
 
@@ -176,7 +177,7 @@ TEST_F(NodeInputPathParse, NodeWithoutAType_TakesASeparatorInFront) {
 }
 
 TEST_F(NodeInputPathParse, Paths_FollowTheNodesName) {
-    node.setName("mat2");
+    tests::probe(node).setName("mat2");
     EXPECT_EQ(parsed("mat2.color"), "mat2.color");
     EXPECT_EQ(parsed("Material.color"), "mat2.color");
     EXPECT_EQ(parsed("mat1.color"), "none");

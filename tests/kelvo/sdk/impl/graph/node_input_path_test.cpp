@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/material_node.h"
+#include "tests/support/node_probe.h"
 #include "tests/support/small_stack.h"
 
 #include <gtest/gtest.h>
@@ -208,7 +209,7 @@ TEST_F(NodeInputPath, MovedElements_AreFoundWhereTheyAre) {
 }
 
 TEST_F(NodeInputPath, FoundPaths_FollowTheNodesName) {
-    node.setName("mat2");
+    tests::probe(node).setName("mat2");
     EXPECT_EQ(node.findInput("mat2.color"), color);
     EXPECT_EQ(node.findInput("mat1.color"), nullptr);
 }

@@ -37,7 +37,7 @@ protected:
     }
     ~NodeNotify() override {
         thenInCallback = nullptr;
-        m_node.setScene(nullptr);
+        tests::probe(m_node).setScene(nullptr);
     }
 
     void start() {
@@ -248,7 +248,7 @@ TEST_F(NodeNotify, EndThatBeginsWithTheStep_SilencesObserversButNotSceneAndLibra
 }
 
 TEST_F(NodeNotify, WithoutAScene_ObserversAndLibraryAreTold) {
-    m_node.setScene(nullptr);
+    tests::probe(m_node).setScene(nullptr);
     const std::vector<std::string> expected{
         "",
         "",

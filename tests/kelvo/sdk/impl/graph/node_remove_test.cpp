@@ -29,7 +29,7 @@ protected:
         m_journal.take();
         probe(m_node).dirty() = false;
     }
-    ~NodeRemove() override { m_node.setScene(nullptr); }
+    ~NodeRemove() override { probe(m_node).setScene(nullptr); }
 
     [[nodiscard]] std::string names() const {
         std::string all;

@@ -105,7 +105,7 @@ protected:
     NodeState() = default;
     ~NodeState() override {
         for (Node* node : m_all)
-            node->setScene(nullptr);
+            probe(*node).setScene(nullptr);
     }
     void clean() {
         for (Node* node : m_all)
@@ -161,7 +161,7 @@ TEST_F(NodeState, DirtyWhereTheSceneCaches_BuildsNoList) {
     m_scene->cachesDirty = true;
     EXPECT_FALSE(node.dirty(true));
     EXPECT_EQ(m_journal.take(), "cached?");
-    node.setScene(nullptr);
+    probe(node).setScene(nullptr);
 }
 
 TEST(NodeStateInAScene, FlagSetWhileTheCachingSceneIsAsked_IsTheAnswer) {
@@ -174,7 +174,7 @@ TEST(NodeStateInAScene, FlagSetWhileTheCachingSceneIsAsked_IsTheAnswer) {
         EXPECT_TRUE(node.dirty(deep));
         EXPECT_TRUE(probe(node).dirty());
     }
-    node.setScene(nullptr);
+    probe(node).setScene(nullptr);
 }
 
 TEST(NodeStateInAScene, FlagSetWhileTheSceneIsAsked_IsClearedWhereItDoesNotCache) {
@@ -186,7 +186,7 @@ TEST(NodeStateInAScene, FlagSetWhileTheSceneIsAsked_IsClearedWhereItDoesNotCache
         EXPECT_FALSE(node.dirty(deep));
         EXPECT_FALSE(probe(node).dirty());
     }
-    node.setScene(nullptr);
+    probe(node).setScene(nullptr);
 }
 
 TEST_F(NodeState, DeepDirty_AsksTheFlagOfEachDependencyInOrder) {
@@ -266,7 +266,7 @@ TEST_F(NodeState, DependencyInACachingScene_AnswersByItsOwnFlag) {
     EXPECT_FALSE(m_a.dirty(true));
     far.setDirty(true);
     EXPECT_TRUE(m_a.dirty(true));
-    far.setScene(nullptr);
+    probe(far).setScene(nullptr);
 }
 
 TEST_F(NodeState, DirtyWithoutAScene_Works) {
@@ -282,7 +282,7 @@ TEST_F(NodeState, DirtyWithoutAScene_Works) {
 
 TEST_F(NodeState, CleanWalk_IsFromFirstToTheEndAndLeavesNoIterator) {
     WalkedNode node(nullptr, m_journal);
-    m_a.setScene(nullptr);
+    probe(m_a).setScene(nullptr);
     node.needed = {&m_a};
     EXPECT_FALSE(node.dirty(true));
     EXPECT_EQ(m_journal.take(), "up,false first next a(flag) next gone");
@@ -290,7 +290,7 @@ TEST_F(NodeState, CleanWalk_IsFromFirstToTheEndAndLeavesNoIterator) {
 
 TEST_F(NodeState, DirtyWalk_LeavesNoIterator) {
     WalkedNode node(nullptr, m_journal);
-    m_a.setScene(nullptr);
+    probe(m_a).setScene(nullptr);
     node.needed = {&m_a, &m_b};
     probe(m_a).dirty() = true;
     EXPECT_TRUE(node.dirty(true));
@@ -340,7 +340,7 @@ TEST(NodeStateInAScene, SceneThatHears_FindsTheFlagSet) {
     scene->whenDirty = [&] { found = probe(node).dirty(); };
     node.setDirty(true);
     EXPECT_TRUE(found);
-    node.setScene(nullptr);
+    probe(node).setScene(nullptr);
 }
 
 } // namespace

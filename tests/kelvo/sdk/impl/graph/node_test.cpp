@@ -91,7 +91,7 @@ TEST(Node, New_TellsNobodyAndTakesNoReferenceOnItsScene) {
     {
         Node node(RecordingScene::make(journal).get(), "thing", "n");
         EXPECT_EQ(journal.take(), "scene-gone");
-        node.setScene(nullptr);
+        probe(node).setScene(nullptr);
     }
     EXPECT_EQ(journal.take(), "");
 }

@@ -142,7 +142,7 @@ TEST_F(NodeType, Meta_IsAppendedAndAnnouncedOnFirstRequestOnly) {
     node.meta();
     EXPECT_EQ(journal.take(), "");
     EXPECT_FALSE(tests::probe(node).dirty());
-    node.setScene(nullptr);
+    tests::probe(node).setScene(nullptr);
 }
 
 TEST_F(NodeType, Meta_IsTheObjectThatIsThereInAnyCase) {

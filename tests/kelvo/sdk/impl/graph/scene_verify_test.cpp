@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-struct SceneVerifier::Tamper {
+struct LawBreaker {
     static NodeTable::ByName<NodeTable::Entry>& entries(NodeTable& table) { return table.m_byName; }
     static const Link& link(const Input& input) { return input.m_extras->link; }
     static Link& keptLink(const Input& input) { return input.m_extras->stash->link; }
@@ -21,13 +22,15 @@ struct SceneVerifier::Tamper {
     static void setValue(Input& input, INode* node) { input.m_value = Value(node); }
     static void setSource(Input& input, Output* source) { input.extras().source = source; }
     static void setSourceSlot(Input& input, u64 slot) { input.extras().sourceSlot = slot; }
-    static u64 addTarget(Output& output, Input& input) { return output.addTarget(&input, noIndex); }
-    static void dropSlot(Output& output, u64 slot) { output.removeTarget(slot); }
+    static u64 addTarget(Output& output, Input& input) {
+        return output.addTarget(&input, noIndex, {});
+    }
+    static void dropSlot(Output& output, u64 slot) { output.removeTarget(slot, {}); }
     static void dropTarget(Output& output, const Input& input) {
-        output.removeTarget(input.m_extras->sourceSlot);
+        output.removeTarget(input.m_extras->sourceSlot, {});
     }
     static void setNode(Output& output, Node* node) { output.m_node = node; }
-    static Inputs& members(Input& input) { return input.extras().members; }
+    static ds::Vector<IInput*>& members(Input& input) { return input.extras().members; }
     static LinkTable& table(Scene& scene) { return scene.links(); }
     static void unlink(Input& input) { input.m_extras->link.table->remove(input.m_extras->link); }
     static void relink(Input& input, LinkTable& table, INode* target) {
@@ -36,8 +39,6 @@ struct SceneVerifier::Tamper {
 };
 
 namespace {
-
-using Tamper = SceneVerifier::Tamper;
 
 class SceneVerify : public testing::Test {
 protected:
@@ -159,17 +160,18 @@ TEST_F(SceneVerify, DeepNesting_NeedsNoStack) {
 
 TEST_F(SceneVerify, NodeUnderAnotherName_IsTold) {
     expectBroken(
-        "desk is not found by its name", [&] { m_room.setName("desk"); },
-        [&] { m_room.setName("room"); });
+        "desk is not found by its name", [&] { tests::probe(m_room).setName("desk"); },
+        [&] { tests::probe(m_room).setName("room"); });
     expectBroken(
         "a b has a name that is no simple identifier\na b is not found by its name",
-        [&] { m_desk.setName("a b"); }, [&] { m_desk.setName("desk"); });
+        [&] { tests::probe(m_desk).setName("a b"); },
+        [&] { tests::probe(m_desk).setName("desk"); });
 }
 
 TEST_F(SceneVerify, NodeOfAnotherScene_IsTold) {
     expectBroken(
-        "desk belongs to another scene or none", [&] { m_desk.setScene(nullptr); },
-        [&] { m_desk.setScene(&m_scene); });
+        "desk belongs to another scene or none", [&] { tests::probe(m_desk).setScene(nullptr); },
+        [&] { tests::probe(m_desk).setScene(&m_scene); });
 }
 
 TEST_F(SceneVerify, NodeListedTwice_IsTold) {
@@ -184,7 +186,7 @@ TEST_F(SceneVerify, NamesAndPlacesThatDisagree_AreTold) {
     NodeTable nodes;
     nodes.add("room", &m_stranger);
     nodes.add("desk", &m_stranger);
-    auto& entries = Tamper::entries(nodes);
+    auto& entries = LawBreaker::entries(nodes);
     std::swap(entries.at("room").slot, entries.at("desk").slot);
     const std::string found = errorsWith(nodes, LinkTable());
     EXPECT_NE(found.find("room does not stand at the place that its name leads to\n"),
@@ -198,33 +200,35 @@ TEST_F(SceneVerify, NamesAndPlacesThatDisagree_AreTold) {
 
 TEST_F(SceneVerify, InputOfAnotherOwner_IsTold) {
     expectBroken(
-        "desk.color belongs to another node or none", [&] { Tamper::setNode(*m_color, &m_lamp); },
-        [&] { Tamper::setNode(*m_color, &m_desk); });
-    Input* shade = Tamper::members(*m_tint).empty() ? input(*m_tint->parent()) : nullptr;
+        "desk.color belongs to another node or none",
+        [&] { LawBreaker::setNode(*m_color, &m_lamp); },
+        [&] { LawBreaker::setNode(*m_color, &m_desk); });
+    Input* shade = LawBreaker::members(*m_tint).empty() ? input(*m_tint->parent()) : nullptr;
     expectBroken(
         "lamp.shade.tint belongs to another input or none",
-        [&] { Tamper::setParent(*m_tint, nullptr); }, [&] { Tamper::setParent(*m_tint, shade); });
+        [&] { LawBreaker::setParent(*m_tint, nullptr); },
+        [&] { LawBreaker::setParent(*m_tint, shade); });
 }
 
 TEST_F(SceneVerify, ElementThatMiscountsItself_IsTold) {
     expectBroken(
-        "room.children[1] counts itself as element [7]", [&] { Tamper::setIndex(child(1), 7); },
-        [&] { Tamper::setIndex(child(1), 1); });
+        "room.children[1] counts itself as element [7]", [&] { LawBreaker::setIndex(child(1), 7); },
+        [&] { LawBreaker::setIndex(child(1), 1); });
 }
 
 TEST_F(SceneVerify, NameWithAnotherHash_IsTold) {
     const u64 hash = m_tint->nameHash();
     expectBroken(
         "lamp.shade.tint has a name with the hash of another",
-        [&] { Tamper::setNameHash(*m_tint, hash + 1); },
-        [&] { Tamper::setNameHash(*m_tint, hash); });
+        [&] { LawBreaker::setNameHash(*m_tint, hash + 1); },
+        [&] { LawBreaker::setNameHash(*m_tint, hash); });
 }
 
 TEST_F(SceneVerify, InputListedTwice_IsTold) {
     expectBroken(
         "lamp.shade lists an input twice, or none at a place",
-        [&] { Tamper::members(*input(*m_tint->parent())).push_back(m_tint); },
-        [&] { Tamper::members(*input(*m_tint->parent())).pop_back(); });
+        [&] { LawBreaker::members(*input(*m_tint->parent())).push_back(m_tint); },
+        [&] { LawBreaker::members(*input(*m_tint->parent())).pop_back(); });
 }
 
 TEST_F(SceneVerify, InputsInAPlainInput_AreTold) {
@@ -232,30 +236,31 @@ TEST_F(SceneVerify, InputsInAPlainInput_AreTold) {
     held->decRef();
     expectBroken(
         "desk.color holds inputs but is no array or object",
-        [&] { Tamper::members(*m_color).push_back(held.get()); },
-        [&] { Tamper::members(*m_color).clear(); });
+        [&] { LawBreaker::members(*m_color).push_back(held.get()); },
+        [&] { LawBreaker::members(*m_color).clear(); });
 }
 
 TEST_F(SceneVerify, IndexThatLacksAName_IsTold) {
     auto* many = input(*m_desk.createInput("many", AttrType::Object));
     for (int i = 0; i < 20; ++i)
         many->createInput(("w" + std::to_string(i)).c_str(), AttrType::Real);
-    IInput* last = Tamper::members(*many).back();
+    IInput* last = LawBreaker::members(*many).back();
     expectBroken(
         "desk.many has names for inputs that it does not hold",
-        [&] { Tamper::members(*many).pop_back(); },
-        [&] { Tamper::members(*many).push_back(last); });
+        [&] { LawBreaker::members(*many).pop_back(); },
+        [&] { LawBreaker::members(*many).push_back(last); });
     Input stray(&m_desk, many, "stray", AttrType::Real, AttrType::Null);
     expectBroken(
         "desk.many does not find its input 'stray' by name",
-        [&] { Tamper::members(*many).push_back(&stray); },
-        [&] { Tamper::members(*many).pop_back(); });
+        [&] { LawBreaker::members(*many).push_back(&stray); },
+        [&] { LawBreaker::members(*many).pop_back(); });
 }
 
 TEST_F(SceneVerify, OutputOfAnotherNode_IsTold) {
     expectBroken(
-        "lamp.light belongs to another node or none", [&] { Tamper::setNode(*m_output, &m_desk); },
-        [&] { Tamper::setNode(*m_output, &m_lamp); });
+        "lamp.light belongs to another node or none",
+        [&] { LawBreaker::setNode(*m_output, &m_desk); },
+        [&] { LawBreaker::setNode(*m_output, &m_lamp); });
 }
 
 // ---- Connections -----------------------------------------------------------------------------
@@ -263,21 +268,22 @@ TEST_F(SceneVerify, OutputOfAnotherNode_IsTold) {
 TEST_F(SceneVerify, ConnectionThatOnlyTheInputKnows_IsTold) {
     expectBroken(
         "desk.color is connected to 'lamp.light', which does not list it there",
-        [&] { Tamper::dropTarget(*m_output, *m_color); },
-        [&] { Tamper::addTarget(*m_output, *m_color); });
+        [&] { LawBreaker::dropTarget(*m_output, *m_color); },
+        [&] { LawBreaker::addTarget(*m_output, *m_color); });
     expectBroken(
         "desk.color is connected to 'lamp.light', which does not list it there",
-        [&] { Tamper::setSourceSlot(*m_color, 5); }, [&] { Tamper::setSourceSlot(*m_color, 0); });
+        [&] { LawBreaker::setSourceSlot(*m_color, 5); },
+        [&] { LawBreaker::setSourceSlot(*m_color, 0); });
 }
 
 TEST_F(SceneVerify, ConnectionThatOnlyTheOutputKnows_IsTold) {
     expectBroken(
         "lamp.light lists 'desk.color', which is not connected to it",
-        [&] { Tamper::setSource(*m_color, nullptr); },
-        [&] { Tamper::setSource(*m_color, m_output); });
-    const u64 second = Tamper::addTarget(*m_output, *m_color);
+        [&] { LawBreaker::setSource(*m_color, nullptr); },
+        [&] { LawBreaker::setSource(*m_color, m_output); });
+    const u64 second = LawBreaker::addTarget(*m_output, *m_color);
     EXPECT_EQ(errors(), "lamp.light lists its target 'desk.color' twice");
-    Tamper::dropSlot(*m_output, second);
+    LawBreaker::dropSlot(*m_output, second);
     EXPECT_EQ(errors(), "");
 }
 
@@ -291,10 +297,10 @@ TEST_F(SceneVerify, ConnectionToAnotherScene_IsTold) {
     const auto other = kelvo_sdk::Scene::create();
     const auto far = other.createNode("light", "far");
     auto* outside = static_cast<Output*>(far->createOutput("light", AttrType::Rgba));
-    Tamper::setSource(*m_color, outside);
+    LawBreaker::setSource(*m_color, outside);
     EXPECT_NE(errors().find("desk.color is connected to an output that no node of the scene has"),
               std::string::npos);
-    Tamper::setSource(*m_color, m_output);
+    LawBreaker::setSource(*m_color, m_output);
 }
 
 // ---- Links -----------------------------------------------------------------------------------
@@ -312,25 +318,25 @@ TEST_F(SceneVerify, LinkToANodeOfNoScene_IsSoundAndEndsWithIt) {
 TEST_F(SceneVerify, LinkToAnotherScene_IsTold) {
     const auto other = kelvo_sdk::Scene::create();
     const auto far = other.createNode("light", "far");
-    Tamper::setValue(*m_target, far.get());
+    LawBreaker::setValue(*m_target, far.get());
     EXPECT_NE(errors().find("lamp.target links to a node that is not of the scene"),
               std::string::npos);
-    Tamper::setValue(*m_target, &m_desk);
+    LawBreaker::setValue(*m_target, &m_desk);
 }
 
 TEST_F(SceneVerify, LinkThatTheTableLacks_IsTold) {
     expectBroken(
-        "lamp.target links to 'desk', which does not know", [&] { Tamper::unlink(*m_target); },
-        [&] { Tamper::relink(*m_target, m_scene.links(), &m_desk); });
+        "lamp.target links to 'desk', which does not know", [&] { LawBreaker::unlink(*m_target); },
+        [&] { LawBreaker::relink(*m_target, m_scene.links(), &m_desk); });
 }
 
 TEST_F(SceneVerify, LinkInAnotherTable_IsTold) {
     LinkTable other;
-    Tamper::unlink(*m_target);
-    Tamper::relink(*m_target, other, &m_desk);
+    LawBreaker::unlink(*m_target);
+    LawBreaker::relink(*m_target, other, &m_desk);
     EXPECT_EQ(errors(), "lamp.target links to 'desk', which does not know");
-    Tamper::unlink(*m_target);
-    Tamper::relink(*m_target, m_scene.links(), &m_desk);
+    LawBreaker::unlink(*m_target);
+    LawBreaker::relink(*m_target, m_scene.links(), &m_desk);
     EXPECT_EQ(errors(), "");
 }
 
@@ -348,13 +354,13 @@ TEST_F(SceneVerify, LinkOfTheTableThatLeadsElsewhere_IsTold) {
     expectBroken(
         "lamp.target links to 'room', which does not know\n"
         "lamp.target has a place among the links to a node that it does not link to",
-        [&] { Tamper::setValue(*m_target, &m_room); },
-        [&] { Tamper::setValue(*m_target, &m_desk); });
+        [&] { LawBreaker::setValue(*m_target, &m_room); },
+        [&] { LawBreaker::setValue(*m_target, &m_desk); });
     expectBroken(
         "lamp.target links to no node but has a place among the links\n"
         "lamp.target has a place among the links to a node that it does not link to",
-        [&] { Tamper::setValue(*m_target, nullptr); },
-        [&] { Tamper::setValue(*m_target, &m_desk); });
+        [&] { LawBreaker::setValue(*m_target, nullptr); },
+        [&] { LawBreaker::setValue(*m_target, &m_desk); });
 }
 
 TEST_F(SceneVerify, LinkOfNoInput_IsTold) {
@@ -374,7 +380,7 @@ TEST_F(SceneVerify, LinkOfAnInputThatItsNodeLacks_IsTold) {
 }
 
 TEST_F(SceneVerify, BrokenRing_EndsTheWalk) {
-    auto& link = const_cast<Link&>(Tamper::link(*m_target));
+    auto& link = const_cast<Link&>(LawBreaker::link(*m_target));
     Link* before = link.previous;
     link.previous = nullptr;
     EXPECT_NE(errors().find("desk has a broken ring of links"), std::string::npos);
@@ -396,7 +402,7 @@ TEST_F(SceneVerify, LinkKeptAside_EndsWithItsNode) {
 TEST_F(SceneVerify, LinkKeptAside_IsKnownToItsNode) {
     m_target->stash();
     EXPECT_EQ(errors(), "");
-    Link& kept = Tamper::keptLink(*m_target);
+    Link& kept = LawBreaker::keptLink(*m_target);
     expectBroken(
         "lamp.target keeps aside a link to 'desk', which does not know",
         [&] { m_scene.stashLinks().remove(kept); },

@@ -160,5 +160,17 @@ TEST(CompactGraphMarks, OfNumbersThatCameInSince_AreNew) {
     EXPECT_TRUE(CompactGraph::Marks(graph).add(later, 0).isNew);
 }
 
+TEST(CompactGraphMarks, FoundNodes_AreOfThisWalkAlone) {
+    CompactGraph graph;
+    while (graph.end() < 1000)
+        static_cast<void>(graph.claim());
+    for (std::size_t i = 0; i < 3; ++i) {
+        CompactGraph::Marks marks(graph);
+        EXPECT_TRUE(marks.found().empty());
+        marks.found().push_back(fakeNode(i));
+        EXPECT_EQ(marks.found(), std::vector<Node*>{fakeNode(i)});
+    }
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl

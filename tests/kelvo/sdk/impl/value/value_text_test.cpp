@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -66,6 +69,22 @@ TEST(ValueText, ShortDecimals_ReadAsTheNearestNumber) {
         ASSERT_TRUE(valueFromText(String(std::string_view("[" + text + "]")), AttrType::Buffer,
                                   DataType::Float, read));
         ASSERT_EQ(*static_cast<const float*>(read.asBuffer().data()), std::stof(text)) << text;
+    }
+}
+
+// Such numbers are rounded wrongly when they are rounded to double first.
+TEST(ValueText, NumbersNextToTheMiddleOfTwoFloats_ReadAsTheNearestFloat) {
+    std::mt19937 random(11);
+    for (int i = 0; i < 20000; ++i) {
+        const auto mantissa = static_cast<double>((random() & 0x7fffff) | 0x800000);
+        const double middle = std::ldexp(mantissa + 0.5, -20 - static_cast<int>(random() % 12));
+        char text[64];
+        std::snprintf(text, sizeof text, "%.*f", 7 + i % 9, middle);
+        Value read;
+        ASSERT_TRUE(
+            valueFromText(String("[") + text + "]", AttrType::Buffer, DataType::Float, read));
+        ASSERT_EQ(*static_cast<const float*>(read.asBuffer().data()), std::strtof(text, nullptr))
+            << text;
     }
 }
 

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "kelvo/base/ascii.h"
+#include "kelvo/base/hash.h"
+#include "kelvo/base/word.h"
+
+/// The steps of `hashBytes` and `hashFolded`. They work at compile time too, so that the hash of a
+/// name in source code is a constant. `Byte` is `u8` or `char`.
+namespace qv::detail {
+
+struct AsIs {
+    static constexpr u64 word(u64 value) noexcept { return value; }
+};
+struct LowerCase {
+    static constexpr u64 word(u64 value) noexcept { return ascii::toLower(value); }
+};
+
+template<class Reading, class Byte>
+[[gnu::always_inline]] constexpr u64 loadWord(const Byte* bytes) noexcept {
+    return Reading::word(word::load64(bytes));
+}
+
+// Reads the last 0 to 16 bytes as two words, which overlap when there are fewer.
+template<class Reading, class Byte>
+[[gnu::always_inline]] constexpr u64 hashTail(const Byte* p, u64 size, u64 state) noexcept {
+    if (size >= 8) return hashFinish(loadWord<Reading>(p), loadWord<Reading>(p + size - 8), state);
+    if (size >= 4) {
+        const u64 a = Reading::word(word::load32(p));
+        const u64 b = Reading::word(word::load32(p + size - 4));
+        return hashFinish(a, b, state);
+    }
+    if (size == 0) return hashFinish(0, 0, state);
+    const auto byte = [p](u64 at) { return u64{static_cast<u8>(p[at])}; };
+    return hashFinish(Reading::word(byte(0) | byte(size / 2) << 8 | byte(size - 1) << 16), 0,
+                      state);
+}
+
+inline constexpr u64 hashStripe = 64;
+
+// Four independent lanes, which together run at memory speed.
+struct HashLanes {
+    u64 a, b, c, d;
+
+    explicit constexpr HashLanes(u64 state) noexcept
+        : a(state), b(state ^ hashSalt[1]), c(state ^ hashSalt[2]), d(state ^ hashSalt[3]) {}
+
+    template<class Reading, class Byte>
+    constexpr void add(const Byte* p) noexcept {
+        a = hashFold(loadWord<Reading>(p) ^ a, loadWord<Reading>(p + 8) ^ hashSalt[0]);
+        b = hashFold(loadWord<Reading>(p + 16) ^ b, loadWord<Reading>(p + 24) ^ hashSalt[1]);
+        c = hashFold(loadWord<Reading>(p + 32) ^ c, loadWord<Reading>(p + 40) ^ hashSalt[2]);
+        d = hashFold(loadWord<Reading>(p + 48) ^ d, loadWord<Reading>(p + 56) ^ hashSalt[3]);
+    }
+};
+
+// Hashes at least one stripe; the last stripe may overlap the one before.
+template<class Reading, class Byte>
+constexpr u64 hashStripes(const Byte* p, u64 size, u64 state) noexcept {
+    HashLanes lanes(state);
+    const Byte* const last = p + size - hashStripe;
+    for (; p < last; p += hashStripe)
+        lanes.add<Reading>(p);
+    lanes.add<Reading>(last);
+    return hashFinish(lanes.a, lanes.b, state ^ hashFold(lanes.c ^ hashSalt[2], lanes.d));
+}
+
+template<class Reading, class Byte>
+[[gnu::always_inline]] constexpr u64 hashAll(const Byte* p, u64 size, u64 seed) noexcept {
+    u64 state = seed ^ size * hashSalt[3];
+    if (size > hashStripe) return hashStripes<Reading>(p, size, state);
+#pragma GCC unroll 3
+    for (; size > 16; p += 16, size -= 16)
+        state = hashFold(loadWord<Reading>(p) ^ state, loadWord<Reading>(p + 8) ^ hashSalt[1]);
+    return hashTail<Reading>(p, size, state);
+}
+
+} // namespace qv::detail
