@@ -47,9 +47,11 @@ COSTS = (
     ("Look-up", (
         Cost("find one of 8 inputs by a name in the source code", "lookup_attr_by_name/8",
              "constant"),
+        Cost("find one of 8 inputs by a kept name", "lookup_attr_by_name_interned/8", "constant"),
         Cost("find one of 128 inputs by a kept name", "lookup_attr_by_name_interned/128",
              "constant"),
-        Cost("find one of 8 inputs by a new text", "lookup_attr_by_new_string/8",
+        Cost("find one of 8 inputs and get a handle", "lookup_attr_handle/8", "constant"),
+        Cost("find one of 8 inputs by a new String", "lookup_attr_by_new_string/8",
              "length of the name"),
         Cost("find an input by a path of 4 steps", "find_by_path_depth/4", "steps"),
         Cost("find nodes by a pattern among 10,000", "find_by_pattern/10000", "inputs searched"),
