@@ -78,8 +78,8 @@ def main(arguments):
                                      usage="%(prog)s [--rounds N]")
     parser.add_argument("programs", nargs="*", help=argparse.SUPPRESS)
     parser.add_argument("--figures", type=pathlib.Path, default=pathlib.Path("bench/figures.json"))
-    parser.add_argument("--rounds", type=positive, default=3)
-    parser.add_argument("--min-time", default="0.1", help=argparse.SUPPRESS)
+    parser.add_argument("--rounds", type=positive, default=1)
+    parser.add_argument("--min-time", default="0.05", help=argparse.SUPPRESS)
     try:
         return work(parser.parse_args(arguments))
     except BenchmarkError as error:

@@ -4,8 +4,8 @@ peers.py [--ratios FILE] [--rounds N] [--filter RE] [--record] PROGRAM PEER=PROG
 Without programs it only checks the call and the file.
 
 A ratio is the processor time of a row here divided by that of the same row of a peer, or memory by
-memory: below 1 is better. Each round runs all programs in turn, row by row, and each ratio is the
-median of those of the rounds. Rows that look worse than recorded are measured again.
+memory: below 1 is better. Each round runs all programs in turn, row by row, and a ratio is that of
+the medians over the rounds. Rows that look worse than recorded are measured again.
 
 Exit status 1 when a ratio is more than 25 % worse than recorded, a recorded ratio is not measured
 or a row fails; 2 when the call is wrong. --record writes the ratios to the file instead."""
@@ -77,11 +77,9 @@ class Run:
         found = {}
         for row in self.rows:
             for peer in self.peers:
-                pairs = [(values[OURS, row], values[peer, row]) for values in self.rounds
-                         if (OURS, row) in values and (peer, row) in values]
-                if pairs:
-                    ratio = statistics.median(ours / theirs for ours, theirs in pairs)
-                    found.setdefault(row, {})[peer] = benchmarks.rounded(ratio)
+                ours, theirs = self.value(OURS, row), self.value(peer, row)
+                if ours and theirs:
+                    found.setdefault(row, {})[peer] = benchmarks.rounded(ours / theirs)
         return found
 
 
@@ -206,7 +204,7 @@ def read_arguments(arguments):
     parser.add_argument("--ratios", type=pathlib.Path, default=pathlib.Path("bench/ratios.json"))
     parser.add_argument("--rounds", type=positive, default=5)
     parser.add_argument("--filter", type=pattern_of, default=re.compile(""))
-    parser.add_argument("--min-time", default="0.1", help=argparse.SUPPRESS)
+    parser.add_argument("--min-time", default="0.05", help=argparse.SUPPRESS)
     parser.add_argument("--record", action="store_true")
     return parser.parse_args(arguments)
 

@@ -59,8 +59,12 @@ public:
 
     /// Copies bucket by bucket; keys and values share their texts with the source.
     HashMap(const HashMap& other) : HashMap() {
-        for (u64 i = 0; i < bucketCount; ++i)
+        u64 left = filledBeside(other.run());
+        for (u64 i = 0; left > 0; ++i) {
+            if (other.m_buckets[i].capacity() == 0) continue;
             if (!other.m_buckets[i].empty()) fill(i, Bucket(other.m_buckets[i]));
+            --left;
+        }
     }
 
     /// Leaves `other` empty. May throw, because `other` needs arrays of its own.
@@ -79,11 +83,17 @@ public:
     }
 
     /// Destroys buckets from last to first, and entries within one likewise, value before key.
+    // Reads no more buckets than it must, because they may have left the cache long ago, and
+    // returns all cells to the run at once.
     ~HashMap() {
-        if (hasOnlyCells())
-            EmptyArrays::of(m_buckets[0].data(), 0)->drop(bucketCount);
-        else
-            destroyBuckets();
+        EmptyArrays* const cells = run();
+        u64 left = filledBeside(cells);
+        for (u64 i = bucketCount; left > 0;) {
+            if (m_buckets[--i].capacity() == 0) continue;
+            m_buckets[i].~Bucket();
+            --left;
+        }
+        if (cells) cells->drop(cells->live());
     }
 
     /// Returns the number of entries, counted through the buckets.
@@ -236,27 +246,17 @@ private:
         bucket = std::move(content);
     }
 
-    // If all cells of the run are in use, the map has no entries. Its buckets need not be read
-    // then, which matters because they may have left the cache long ago.
-    [[nodiscard]] bool hasOnlyCells() const noexcept {
-        if (m_buckets[0].capacity() != 0) return false;
-        return EmptyArrays::of(const_cast<Node*>(m_buckets[0].data()), 0)->live() == bucketCount;
-    }
-
-    // Returns all cells to the run at once instead of one by one.
-    void destroyBuckets() noexcept {
-        EmptyArrays* run = nullptr;
-        u64 cells = 0;
-        for (u64 i = bucketCount; i-- > 0;) {
-            Bucket& bucket = m_buckets[i];
-            if (bucket.capacity() == 0) {
-                run = EmptyArrays::of(bucket.data(), i);
-                ++cells;
-            } else {
-                bucket.~Bucket();
-            }
+    // Returns the run whose cells are the arrays of buckets without storage of their own; null when
+    // there are none.
+    [[nodiscard]] EmptyArrays* run() const noexcept {
+        for (u64 i = 0; i < bucketCount; ++i) {
+            const Bucket& bucket = m_buckets[i];
+            if (bucket.capacity() == 0) return EmptyArrays::of(const_cast<Node*>(bucket.data()), i);
         }
-        if (run) run->drop(cells);
+        return nullptr;
+    }
+    [[nodiscard]] static u64 filledBeside(const EmptyArrays* run) noexcept {
+        return bucketCount - (run ? run->live() : 0);
     }
 
     // In a union, so that only the map constructs and destroys them.

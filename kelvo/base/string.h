@@ -234,6 +234,14 @@ QV_EXPORT std::ostream& operator<<(std::ostream& out, const String& text);
 
 } // namespace qv
 
+// Tables compare their keys without copying them.
+template<>
+struct std::equal_to<qv::String> {
+    [[nodiscard]] bool operator()(const qv::String& a, const qv::String& b) const noexcept {
+        return a.equals(b);
+    }
+};
+
 template<>
 struct std::hash<qv::String> {
     [[nodiscard]] std::size_t operator()(const qv::String& text) const noexcept {

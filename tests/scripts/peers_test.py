@@ -67,7 +67,7 @@ class Ratios(Comparing):
         self.assertIn("worse: a against osg", ran.stdout)
         self.assertNotIn("worse: a against coin", ran.stdout)
 
-    def test_ratio_is_the_median_of_the_rounds(self):
+    def test_ratio_is_that_of_the_medians_over_the_rounds(self):
         ran = self.compare_a([10, 500, 20], "--rounds", "3", "--record")
         self.assertEqual(ran.returncode, 0, ran.stdout)
         self.assertEqual(json.loads(self.file.read_text())["ratios"], {"a": {"coin": 0.2}})

@@ -87,6 +87,24 @@ class Pictures(unittest.TestCase):
             self.assertEqual(chart.spread(places, 10, 100), expected)
 
 
+class Results(SimulatedBench):
+    def test_are_the_median_of_the_repetitions(self):
+        found = [{"cpu_time": time} for time in (50, 10, 11)]
+        self.assertEqual(benchmarks.median_of(found), {"cpu_time": 11})
+
+    def test_that_fail_once_are_failed(self):
+        failed = {"error_occurred": True, "error_message": "wrong"}
+        self.assertEqual(benchmarks.median_of([{"cpu_time": 1}, failed, {"cpu_time": 2}]), failed)
+
+    def test_about_memory_are_those_of_the_first_run(self):
+        for row, expected in (("memory_input", 1), (LARGEST, 1), ("get_value_float", 3)):
+            self.assertEqual(benchmarks.repetitions_of(row), expected, row)
+
+    def test_of_all_repetitions_do_not_count_as_rows(self):
+        found = benchmarks.results(self.program("bench", {"a": 5}), ["a"], "0.1")
+        self.assertEqual(list(found), ["a"])
+
+
 class Texts(unittest.TestCase):
     def test_numbers_have_units(self):
         for number, expected in ((0.27, "0.27 ns"), (17.55, "17.6 ns"), (999.6, "1000 ns"),

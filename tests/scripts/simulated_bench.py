@@ -18,6 +18,7 @@ if "--benchmark_list_tests=true" in sys.argv:
     print("\\n".join(rows))
     sys.exit()
 chosen = next(each for each in sys.argv if each.startswith("--benchmark_filter="))
+repetitions = next((int(each.split("=")[1]) for each in sys.argv if "repetitions" in each), 1)
 results, left = [], dict(rows)
 for row, value in rows.items():
     if not re.search(chosen.split("=", 1)[1], row):
@@ -32,10 +33,12 @@ for row, value in rows.items():
         result = {{"name": row, "error_occurred": True, "error_message": value}}
     elif isinstance(value, dict):
         result = {{"name": row, "cpu_time": 1, "time_unit": "us", **value}}
-    results.append(result)
+    results += [result] * repetitions + [{{**result, "name": row + "_mean", "cpu_time": 999,
+                                          "run_type": "aggregate"}}]
 file.write_text(json.dumps(left))
 with open({runs!r}, "a") as runs:
-    runs.write(" ".join(result["name"] for result in results) + "\\n")
+    names = [result["name"] for result in results if "run_type" not in result]
+    runs.write(" ".join(dict.fromkeys(names)) + "\\n")
 print(json.dumps({{"benchmarks": results}}))
 """
 

@@ -7,7 +7,6 @@
 #include "kelvo/sdk/impl/index/compact_graph.h"
 
 #include <optional>
-#include <ranges>
 #include <utility>
 #include <vector>
 
@@ -104,8 +103,8 @@ private:
         visitLeads(node, kind, [&](const Node& next, bool isConnection) {
             found.emplace_back(spotOf(next), isConnection);
         });
-        for (const auto& [next, isConnection] : std::views::reverse(found))
-            visit(next, isConnection);
+        for (auto lead = found.rbegin(); lead != found.rend(); ++lead)
+            visit(lead->first, lead->second);
     }
 
     const CompactGraph* m_graph = nullptr;

@@ -67,7 +67,7 @@ Input::Input(INode* node, IInput* parent, String name, AttrData definition)
     m_silent = definition.silent;
     m_readOnly = definition.readOnly;
     if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
-    if (definition.details) extras().details = std::move(definition.details);
+    m_details = std::move(definition.details);
     if (type() == AttrType::Node && m_value.asNode()) linkTo(m_value.asNode());
 }
 
@@ -116,8 +116,9 @@ void Input::incRef() {
     m_refCount.fetch_add(1);
 }
 
+// If the caller has the only reference, no other thread can change the count.
 void Input::decRef() {
-    if (m_refCount.fetch_sub(1) == 1) delete this;
+    if (m_refCount.load() == 1 || m_refCount.fetch_sub(1) == 1) delete this;
 }
 
 InputExtras& Input::extras() {
@@ -193,12 +194,14 @@ bool Input::isElement() const noexcept {
 IInput* Input::clone(INode* node, IInput* parent) const {
     RefersTo<Input> copy = cloneAlone(node, parent);
     if (members().empty()) return copy.detach();
+    copy->extras().members.reserve(members().size());
     // The copies of the last input of the walk and of all inputs around it.
     std::vector<Input*> copies{copy.get()};
     InputWalk inside(members());
     while (const Input* from = inside.next()) {
         copies.resize(inside.depth() + 1);
         RefersTo<Input> member = from->cloneAlone(node, copies.back());
+        if (!from->members().empty()) member->extras().members.reserve(from->members().size());
         copies.push_back(member.get());
         copies[inside.depth()]->adoptMember(std::move(member), {});
     }
@@ -206,14 +209,37 @@ IInput* Input::clone(INode* node, IInput* parent) const {
 }
 
 RefersTo<Input> Input::cloneAlone(INode* node, IInput* parent) const {
-    AttrData data = description();
-    if (barBetween(node, linkedNode(*this))) data.value = Value(static_cast<INode*>(nullptr));
-    auto copy = RefersTo<Input>::adopt(new Input(node, parent, m_name, std::move(data)));
-    copy->m_isOmitted = m_isOmitted;
+    auto copy = RefersTo<Input>::adopt(new Input(*this, node, parent));
+    if (m_extras && m_extras->rare) copy->copyFarKinds(*m_extras->rare);
+    if (INode* linked = linkedNode(*this); linked && !barBetween(node, linked)) {
+        copy->linkTo(linked);
+        copy->m_value = Value(linked);
+    }
     if (const Value* kept = stashed()) copy->replaceStash(*kept, {});
     Output* source = sourceOutput();
     if (source && !barBetween(node, source->node())) copy->setSource(source);
     return copy;
+}
+
+// Copies all that is not in the extras, except for a link.
+Input::Input(const Input& from, INode* node, IInput* parent)
+    : m_type(from.m_type),
+      m_elementType(from.m_elementType),
+      m_dataType(from.m_dataType),
+      m_silent(from.m_silent),
+      m_readOnly(from.m_readOnly),
+      m_isHeldReadOnly(parent && parent->isReadOnly()),
+      m_isOmitted(from.m_isOmitted),
+      m_node(implOf(node)),
+      m_parent(implOf(parent)),
+      m_nameHash(isElement() ? 0 : from.m_name.foldedHash()),
+      m_name(from.m_name),
+      m_value(linkedNode(from) ? Value(static_cast<INode*>(nullptr)) : from.m_value),
+      m_details(from.m_details) {}
+
+void Input::copyFarKinds(const RareExtras& from) {
+    setFarKinds(from.type, from.elementType);
+    if (m_dataType == farKind) rareOf(extras()).dataType = from.dataType;
 }
 
 AttrData Input::description() const {
@@ -222,7 +248,7 @@ AttrData Input::description() const {
     data.silent = m_silent;
     data.readOnly = m_readOnly;
     data.value = m_value;
-    if (m_extras) data.details = m_extras->details;
+    data.details = m_details;
     return data;
 }
 
@@ -288,14 +314,6 @@ String Input::label(String language) const {
 
 String Input::help(String language) const {
     return details() ? textIn(details()->helps, std::move(language)) : String();
-}
-
-const AttrDetails* Input::details() const noexcept {
-    return m_extras ? m_extras->details.get() : nullptr;
-}
-
-void Input::setDetails(RefersTo<AttrDetails> details) {
-    extras().details = std::move(details);
 }
 
 const NameIndex<IInput>* Input::listIndex() const noexcept {

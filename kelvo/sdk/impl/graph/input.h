@@ -37,6 +37,7 @@ class StashChange;
 class ValueChange;
 struct InputExtras;
 struct InputNaming;
+struct RareExtras;
 struct Stash;
 
 /// The one implementation of an input; the contract of its operations stands in `IInput`.
@@ -51,7 +52,7 @@ struct Stash;
 ///     Renaming   input_rename.cpp      a new name, for all that refers to the input by name
 ///     History    input_history.cpp     changes undone and redone
 ///
-/// Parts that few inputs have (members, a connection, details, a stash) are in a block of their
+/// Parts that few inputs have (members, a connection, a stash) are in a block of their
 /// own, which is allocated on first use.
 class Input final : public IInput {
 public:
@@ -109,9 +110,9 @@ public:
     [[nodiscard]] String label(String language) const override;
     [[nodiscard]] String help(String language) const override;
     /// Returns null when there is no description.
-    [[nodiscard]] const AttrDetails* details() const noexcept;
+    [[nodiscard]] const AttrDetails* details() const noexcept { return m_details.get(); }
     /// Replaces the description; the value is unchanged.
-    void setDetails(RefersTo<AttrDetails> details);
+    void setDetails(RefersTo<AttrDetails> details) noexcept { m_details = std::move(details); }
     /// Returns the only element type that a buffer accepts, Null when it accepts any; for an array,
     /// the type that its buffers accept.
     [[nodiscard]] DataType declaredType() const noexcept {
@@ -355,12 +356,16 @@ private:
     [[nodiscard]] bool writable(const Value& value) const;
     template<typename T>
     bool setPlain(AttrType kind, const T& value);
-    bool store(Value value);
+    bool store(Value&& value);
     [[nodiscard]] bool isUpToModifiers() const;
-    bool storeModified(Value value);
-    void replaceUserValue(Value value, const Value* kept);
+    bool storeModified(Value&& value);
+    void replaceUserValue(Value&& value, const Value* kept);
     void replaceValue(Value& value);
-    void changed(Value before);
+    void prepareFor(const Value& value);
+    void changed(Value&& before);
+    // Tells whether a change is neither recorded nor notified to anyone.
+    [[nodiscard]] bool isUnnotified() const noexcept;
+    void changedUnnotified() const noexcept;
     template<typename T, typename Get>
     bool readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const;
 
@@ -368,7 +373,7 @@ private:
     IInput* createChecked(String name, AttrData definition);
     IInput* addElement(u64 index, AttrType elementElementType);
     IInput* addMember(Input* member);
-    IInput* addAndTell(const RefersTo<Input>& member, u64 index);
+    IInput* addAndTell(RefersTo<Input> member, u64 index);
     [[nodiscard]] u64 firstNumber() const noexcept;
     [[nodiscard]] u64 elementIndex() const noexcept;
     void renumber(u64 place, bool cameIn) noexcept;
@@ -388,6 +393,7 @@ private:
     void dropHash() noexcept;
 
     void setSource(Output* output, u64 rank = noIndex);
+    void replaceSource(Output* before, Output* after);
     void relinkStash(const INode& from, INode* to);
     void linkTo(INode* node);
     void linkStash();
@@ -398,7 +404,9 @@ private:
     void untie() noexcept;
     void endMembers() noexcept;
     void dropLastMember() noexcept;
+    Input(const Input& from, INode* node, IInput* parent);
     [[nodiscard]] RefersTo<Input> cloneAlone(INode* node, IInput* parent) const;
+    void copyFarKinds(const RareExtras& from);
     void setNodeOfAll(Node* node) noexcept;
 
     std::atomic<i32> m_refCount = 1;
@@ -431,6 +439,7 @@ private:
     Value m_value;
     // 0 when unknown. Only hashes that do not depend on nodes are cached.
     mutable std::atomic<u64> m_hash = 0;
+    RefersTo<AttrDetails> m_details;
 };
 
 /// Returns the first of an input and its parts whose own value is not at its default; null when all

@@ -79,7 +79,13 @@ IInput* Input::addMember(Input* member) {
 
 // Returns null when observers removed the member or the node. Their edits belong to the step, and
 // the end of the step notifies too.
-IInput* Input::addAndTell(const RefersTo<Input>& member, u64 index) {
+IInput* Input::addAndTell(RefersTo<Input> member, u64 index) {
+    if (!member->m_silent && member->isUnnotified()) {
+        Input* const made = member.get();
+        putMember(std::move(member), index, {});
+        changedUnnotified();
+        return made;
+    }
     const bool isHeld = m_node && mayCallBack(*m_node);
     const RefersTo<Input> self(isHeld ? this : nullptr);
     const RefersTo<Node> node(isHeld ? m_node : nullptr);
@@ -175,7 +181,7 @@ IInput* Input::addElement(u64 index, AttrType elementElementType) {
         new Input(m_node, this, String(), elementType(), elementElementType));
     element->setDeclaredType(declaredType());
     element->m_silent = m_silent;
-    return addAndTell(element, index);
+    return addAndTell(std::move(element), index);
 }
 
 IInput* Input::appendElement() {

@@ -4,7 +4,6 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/index/link_table.h"
-#include "kelvo/sdk/impl/value/attr_data.h"
 
 #include <memory>
 
@@ -30,7 +29,6 @@ struct RareExtras {
 
 /// Parts that few inputs have, stored apart from the input to keep it small.
 struct InputExtras {
-    RefersTo<AttrDetails> details;
     ds::Vector<interfaces::IInput*> members;
     Output* source = nullptr;
     union {
@@ -47,7 +45,7 @@ struct InputExtras {
 
     /// Tells whether there is nothing here except possibly an index.
     [[nodiscard]] bool isIndexAlone() const noexcept {
-        return !details && members.capacity() == 0 && !source && !link.table && !stash && !rare;
+        return members.capacity() == 0 && !source && !link.table && !stash && !rare;
     }
 };
 

@@ -85,18 +85,12 @@ bool Input::connect(IOutput* output) {
         logWarning("%s", connectRefusal(*this, *after).buf());
         return false;
     }
-    connectUnchecked(*after, {});
+    replaceSource(before, after);
     return true;
 }
 
 void Input::connectUnchecked(Output& output, Only<Input, SceneBuilder> /*key*/) {
-    Output* const before = sourceOutput();
-    EditStep step(m_node);
-    step.prepare<SourceChange>(*this);
-    expectNotification(m_node, static_cast<const IInput*>(this));
-    setSource(&output);
-    step.commit();
-    if (m_node) m_node->onInputConnected(this, before, &output);
+    replaceSource(sourceOutput(), &output);
 }
 
 void Input::linkUnchecked(INode* node, Only<SceneBuilder> /*key*/) {
@@ -113,15 +107,23 @@ void Input::linkUnchecked(INode* node, Only<SceneBuilder> /*key*/) {
 bool Input::disconnect() {
     Output* before = sourceOutput();
     if (!before) return false;
-    // Keeps the output alive, so that observers can read it.
+    replaceSource(before, nullptr);
+    return true;
+}
+
+// Records the change and notifies observers, who can still read the output before.
+void Input::replaceSource(Output* before, Output* after) {
+    if (isUnnotified()) {
+        setSource(after);
+        return changedUnnotified();
+    }
     const RefersTo<Output> held(before);
     EditStep step(m_node);
     step.prepare<SourceChange>(*this);
     expectNotification(m_node, static_cast<const IInput*>(this));
-    setSource(nullptr);
+    setSource(after);
     step.commit();
-    if (m_node) m_node->onInputConnected(this, before, nullptr);
-    return true;
+    if (m_node) m_node->onInputConnected(this, before, after);
 }
 
 void Input::leadsChanged() noexcept {

@@ -64,35 +64,53 @@ bool Input::isUpToModifiers() const {
 }
 
 // Stores a value of the input's kind, and notifies observers if it changed.
-bool Input::store(Value value) {
+bool Input::store(Value&& value) {
     if (isUpToModifiers()) return storeModified(std::move(value));
     if (m_value == value) return true;
     if (!writable(value)) return false;
-    replaceUserValue(std::move(value), nullptr);
+    if (isUnnotified()) {
+        prepareFor(value);
+        m_value = std::move(value);
+        changedUnnotified();
+    } else {
+        replaceUserValue(std::move(value), nullptr);
+    }
     return true;
+}
+
+bool Input::isUnnotified() const noexcept {
+    return !m_node || m_node->isUnnotified(*this);
+}
+
+void Input::changedUnnotified() const noexcept {
+    if (m_node) m_node->changedUnnotified();
 }
 
 // Records the change and notifies observers. `kept` is the user's previous value if a value of
 // modifiers hides it; it is not kept any more then.
-void Input::replaceUserValue(Value value, const Value* kept) {
+void Input::replaceUserValue(Value&& value, const Value* kept) {
     EditStep step(m_node);
     if (step.isRecording() && !step.history().keepsValueOf(*this)) step.prepare<ValueChange>(*this);
     expectNotification(m_node, static_cast<const IInput*>(this));
     if (kept) dropStash();
     replaceValue(value);
     step.commit();
-    changed(kept ? *kept : std::move(value));
+    changed(kept ? Value(*kept) : std::move(value));
 }
 
 // Returns the previous value in `value`.
 void Input::replaceValue(Value& value) {
-    if (type() == AttrType::Node) linkTo(value.asNode());
+    prepareFor(value);
     std::swap(m_value, value);
+}
+
+void Input::prepareFor(const Value& value) {
+    if (type() == AttrType::Node) linkTo(value.asNode());
     dropHash();
 }
 
 // Notifies observers of a new value.
-void Input::changed(Value before) {
+void Input::changed(Value&& before) {
     if (!m_node) return;
     // Observers may remove the node that a link led to.
     const RefersTo<INode> linked(before.type() == AttrType::Node ? before.asNode() : nullptr);
@@ -112,9 +130,9 @@ bool Input::setValue(const Value& value) {
         const DataType declared = declaredType();
         const DataType actual = value.asBuffer().type();
         if (declared != DataType::Null && actual != declared) return false;
-        return store(value);
+        return store(Value(value));
     }
-    if (value.type() == type()) return value.isNull() ? false : store(value);
+    if (value.type() == type()) return value.isNull() ? false : store(Value(value));
     Value converted;
     return convertValue(value, type(), converted) && store(std::move(converted));
 }

@@ -15,7 +15,9 @@ const Input* modifierListOf(const Node& node) noexcept {
 bool isModifierList(const Input& input) noexcept {
     const auto* parent = implOf(input.parent());
     const Input& top = parent ? *parent : input;
-    return !top.parent() && top.ownName().equalsNoCase(knownNames().modifiers);
+    if (top.parent()) return false;
+    const String& name = knownNames().modifiers;
+    return top.nameHash() == name.foldedHash() && top.ownName().equalsNoCase(name);
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -37,7 +37,7 @@ constexpr i32 countOfDying = 1 << 30;
 
 Node::~Node() {
     m_destroying = true;
-    m_refCount = countOfDying;
+    m_refCount.store(countOfDying, std::memory_order_relaxed);
     {
         const std::lock_guard lock(m_observerMutex);
         m_observers.release();

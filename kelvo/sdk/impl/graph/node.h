@@ -111,6 +111,7 @@ public:
     [[nodiscard]] bool hasTypeIn(const StringVector& types) const noexcept;
     [[nodiscard]] String typeDesc() const override;
     [[nodiscard]] String name() const override;
+    [[nodiscard]] const String& ownName() const noexcept { return m_name; }
     [[nodiscard]] String label(String language) const override;
     [[nodiscard]] String help(String language) const override;
     [[nodiscard]] ILayout* layout() const override;
@@ -295,6 +296,10 @@ public:
     // added and removed without notifications. During a change of several parts, notifications wait
     // until it is complete.
 
+    /// Tells whether a change of the input is neither recorded nor notified to anyone, as while a
+    /// scene is built. The change then needs no step, only `changedUnnotified`.
+    [[nodiscard]] bool isUnnotified(const Input& input) const noexcept;
+    void changedUnnotified() const noexcept;
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
     void onInputRemoved(const IInput* input);
@@ -344,10 +349,10 @@ public:
     INode* convertTo(String type) override;
     /// Returns a copy that belongs to `scene` without being in it; the caller owns its reference.
     Node* clone(IScene* scene, String name) const;
+    /// Copies type, texts, layout and library alone, for a scene and with another name.
+    Node(const Node& from, IScene* scene, String name);
     /// Is like `clone`, but leaves the call of the init callback to the caller.
     [[nodiscard]] RefersTo<Node> copyFor(IScene* scene, String name) const;
-    /// Takes over type, bases, texts and library of a definition.
-    void copyDefinition(const Node& from, Only<Node, SceneBuilder> key);
 
     // ---- Presentation ----------------------------------------------------------------------
     // The writers define the formats. A flag is set while text is written, and restored afterwards,
@@ -389,7 +394,6 @@ private:
     void markDirty() const;
     [[nodiscard]] bool hasReceivers() const noexcept;
     [[nodiscard]] bool needsNotification(const IInput& input) const;
-    void copyLibrary(const Node& from);
     void copyAttributes(const Node& from);
     template<typename Tell>
     void tellObservers(const Tell& tell) const;

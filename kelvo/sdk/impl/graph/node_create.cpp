@@ -134,6 +134,13 @@ IOutput* Node::checkExistingOutput(String name, AttrType type, DataType dataType
 // Takes over the creator's reference for the node. Observers may remove the input, or the whole
 // node.
 IInput* Node::addInput(Input* input) {
+    if (!input->isSilent() && isUnnotified(*input)) {
+        auto created = RefersTo<Input>::adopt(input);
+        appendToList(m_inputs, input);
+        leadsChanged();
+        changedUnnotified();
+        return created.detach();
+    }
     const bool isHeld = mayCallBack(*this);
     const RefersTo<Node> self(isHeld ? this : nullptr);
     const RefersTo<Input> made(isHeld ? input : nullptr);

@@ -76,6 +76,17 @@ bool mayCallBack(const Node& node) noexcept {
     return scene && (scene->hasReceivers() || scene->history().isRecording());
 }
 
+bool Node::isUnnotified(const Input& input) const noexcept {
+    if (m_destroying || m_nodeChanged || m_isObserved || DeferredNotifications::current())
+        return false;
+    return (!m_scene || sceneOf(m_scene)->isQuiet()) && !isModifierList(input);
+}
+
+void Node::changedUnnotified() const noexcept {
+    m_dirty = true;
+    if (m_scene) sceneOf(m_scene)->changedQuietly();
+}
+
 // Calls `tell(observer)` for each observer that is still subscribed at its turn.
 template<typename Tell>
 void Node::tellObservers(const Tell& tell) const {

@@ -12,7 +12,6 @@
 #include "kelvo/sdk/node.h"
 
 #include <atomic>
-#include <ranges>
 #include <span>
 #include <utility>
 #include <vector>
@@ -125,8 +124,8 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
     add(*implOf(input));
     if (found.empty()) return;
     DependencyWalk walk(*found.front());
-    for (const Node* node : std::views::reverse(found))
-        walk.leaveFor(*node);
+    for (auto node = found.rbegin(); node != found.rend(); ++node)
+        walk.leaveFor(**node);
     collect(walk, out, downstream);
 }
 

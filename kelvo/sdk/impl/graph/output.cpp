@@ -32,8 +32,9 @@ void Output::incRef() {
     m_refCount.fetch_add(1);
 }
 
+// If the caller has the only reference, no other thread can change the count.
 void Output::decRef() {
-    if (m_refCount.fetch_sub(1) == 1) delete this;
+    if (m_refCount.load() == 1 || m_refCount.fetch_sub(1) == 1) delete this;
 }
 
 IOutput* Output::clone(INode* node) const {

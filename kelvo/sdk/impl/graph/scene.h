@@ -257,6 +257,13 @@ public:
     [[nodiscard]] SceneFollowers& followers() noexcept { return m_followers; }
     /// Tells whether a notification by a node may have a receiver.
     [[nodiscard]] bool hasReceivers() const noexcept;
+    /// Tells whether a change of a node is neither recorded nor followed by anyone.
+    [[nodiscard]] bool isQuiet() const noexcept;
+    /// Notes a change while the scene is quiet.
+    void changedQuietly() noexcept {
+        m_history.missed();
+        Scene::setDirty(true);
+    }
     /// Counts a notification that is about to be sent: earlier changes are not rolled back then.
     void noteTelling() noexcept { ++m_tellings; }
     [[nodiscard]] u64 tellings() const noexcept { return m_tellings; }
@@ -316,7 +323,7 @@ private:
                                                ConversionLosses* losses);
     void replaceBy(Node& replacement, Node& node, NodeConverter& converter,
                    ConversionLosses* losses);
-    [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, String name);
+    [[nodiscard]] RefersTo<Node> makeNode(const Node* definition, String type, const String& name);
     void tellAdded(Node& node);
     void tellRemoved(Node& node);
     void detach(Node& node) noexcept;

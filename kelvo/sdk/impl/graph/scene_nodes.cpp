@@ -52,7 +52,7 @@ INode* Scene::stillHere(const Node* made) const noexcept {
 
 // Returns a copy of the prototype or, when that is null, a bare node. `addNode` may still change
 // its name.
-RefersTo<Node> Scene::makeNode(const Node* definition, String type, String name) {
+RefersTo<Node> Scene::makeNode(const Node* definition, String type, const String& name) {
     String free = m_nodes.freeName(name);
     if (!definition) return RefersTo<Node>::adopt(new Node(this, std::move(type), std::move(free)));
     RefersTo<Node> node = definition->copyFor(this, std::move(free));
@@ -72,9 +72,8 @@ void Scene::initialise(Node& node) {
 }
 
 bool Scene::addNode(Node* node) {
-    String name = node->name();
-    if (!checkNodeName(name, "name") || m_nodes.find(name) == node) return false;
-    String free = m_nodes.freeName(name);
+    if (!checkNodeName(node->ownName(), "name") || contains(*node)) return false;
+    String free = m_nodes.freeName(node->ownName());
     EditStep step(*this);
     step.prepare<NodeChange>(*node, m_nodes.size(), true);
     expect(static_cast<const INode*>(node));
@@ -127,7 +126,7 @@ bool Scene::contains(const INode& node) const {
 }
 
 u64 Scene::indexOf(const INode& node) const noexcept {
-    return m_nodes.indexOf(node.name());
+    return m_nodes.indexOf(implOf(node).ownName());
 }
 
 bool Scene::removeNode(INode* node) {
@@ -137,7 +136,8 @@ bool Scene::removeNode(INode* node) {
     DeferredNotifications deferred;
     EditStep step(*this);
     clearReferences(*held, {});
-    auto* change = step.prepare<NodeChange>(*held, indexOf(*held), false);
+    const u64 index = step.isRecording() ? indexOf(*held) : noIndex;
+    auto* change = step.prepare<NodeChange>(*held, index, false);
     expect(static_cast<const INode*>(node));
     if (change) change->takeAlong(m_comments);
     NodeTable::Place place = takeOut(*held, {});
@@ -153,7 +153,7 @@ bool Scene::removeNode(INode* node) {
 
 NodeTable::Place Scene::takeOut(Node& node, Only<NodeChange, Scene> /*key*/) {
     surroundingsChanged(node);
-    NodeTable::Place place = m_nodes.take(node.name());
+    NodeTable::Place place = m_nodes.take(node.ownName());
     node.setHasLeft(true, {});
     node.decRef();
     m_comments.remove(&node);
@@ -225,7 +225,7 @@ void Scene::clearReferences(Node& node, Only<NodeChange, Scene> /*key*/) {
         while (Input* input = links->first(&node))
             input->relink(node, nullptr);
     if (m_describesNodes) clearDescriptions(*this, node);
-    visitInputs(node, [](Input& input) { input.disconnect(); });
+    visitInputsInPlace(node, [](Input& input) { input.disconnect(); });
     for (u64 i = 0; i < node.outputCount(); ++i)
         implOf(node.output(i))->disconnectTargets();
 }

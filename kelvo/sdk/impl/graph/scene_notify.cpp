@@ -52,10 +52,23 @@ void Scene::tellFollowers(const IInput* input) {
     });
 }
 
+namespace {
+
 // A class derived from the scene needs every notification. Compares type descriptions by address,
 // which is fast; a duplicate description would count as a derived class, which only costs time.
+bool isDerived(const Scene& scene) noexcept {
+    return &typeid(scene) != &typeid(Scene);
+}
+
+} // namespace
+
 bool Scene::hasReceivers() const noexcept {
-    return hasObservers() || &typeid(*this) != &typeid(Scene) || hasInputFollowers();
+    return hasObservers() || isDerived(*this) || hasInputFollowers();
+}
+
+bool Scene::isQuiet() const noexcept {
+    return !hasObservers() && m_followers.empty() && m_beingMade.empty() &&
+           !m_history.isRecording() && !isDerived(*this);
 }
 
 bool Scene::subscribe(SceneObserver* observer) {

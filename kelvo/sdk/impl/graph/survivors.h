@@ -17,21 +17,39 @@ public:
         hold(things...);
     }
 
+    Survivors(const Survivors& other) noexcept : m_isHolding(other.m_isHolding) {
+        for (u32 i = 0; i < other.m_count; ++i)
+            keep(other.m_held[i]);
+    }
+    Survivors& operator=(const Survivors&) = delete;
+    ~Survivors() {
+        while (m_count > 0)
+            m_held[--m_count]->decRef();
+    }
+
     /// Keeps objects, which may be null, alive until this is destroyed. Only the first call counts.
     template<typename... Things>
     void hold(const Things*... things) noexcept {
         static_assert(sizeof...(Things) <= most);
         if (m_isHolding) return;
         m_isHolding = true;
-        u64 place = 0;
-        ((m_held[place++] = RefersTo<IRefCounted>(const_cast<Things*>(things))), ...);
+        (keep(const_cast<Things*>(things)), ...);
     }
     [[nodiscard]] bool any() const noexcept { return m_isHolding; }
 
 private:
-    static constexpr u64 most = 4;
+    static constexpr u32 most = 4;
 
-    std::array<RefersTo<IRefCounted>, most> m_held;
+    void keep(IRefCounted* thing) noexcept {
+        if (!thing) return;
+        thing->incRef();
+        m_held[m_count++] = thing;
+    }
+
+    // The first `m_count` are held, the others not even set: four handles would have to be made and
+    // destroyed for each notification, although most hold nothing.
+    std::array<IRefCounted*, most> m_held;
+    u32 m_count = 0;
     bool m_isHolding = false;
 };
 

@@ -16,6 +16,8 @@ template<typename Observer, typename Tell>
 void tellEach(const ds::Vector<Observer*>& list, const Tell& tell) {
     const u64 count = list.size();
     if (count == 0) return;
+    // A single observer needs no copy, which may only be left out where its failure has no effect.
+    if (count == 1 && CertainDelivery::isOn()) return static_cast<void>(tell(list[0]));
     std::unique_ptr<Observer*[]> snapshot;
     try {
         snapshot = std::make_unique_for_overwrite<Observer*[]>(count);

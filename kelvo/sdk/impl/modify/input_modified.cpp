@@ -16,7 +16,7 @@ bool Input::isModified() const {
 
 // A value that a modifier writes is reported by `Modifiers::tell`, once all modifiers have written.
 // Any other value is the user's: it replaces the kept value, and the node is modified again.
-bool Input::storeModified(Value value) {
+bool Input::storeModified(Value&& value) {
     Modifiers& modifiers = implOf(m_node->scene())->modifiers({});
     const bool isModifiers = modifiers.areWriting(*m_node) && !isModifierList(*this);
     const Value before = isModifiers ? m_value : ownValue();

@@ -13,6 +13,7 @@
 #include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
 
+#include <algorithm>
 #include <tuple>
 #include <utility>
 
@@ -47,8 +48,9 @@ Value& slotOf(AttrDetails& details, TreeSlot slot, u32 choice) {
 
 } // namespace
 
-SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene) : SceneBuilder(tree) {
+SceneBuilder::SceneBuilder(SceneTree& tree, Scene& scene, u32 threads) : SceneBuilder(tree) {
     m_scene = &scene;
+    m_workers = Workers(threads);
 }
 
 SceneBuilder::SceneBuilder(SceneTree& tree)
@@ -58,7 +60,8 @@ SceneBuilder::SceneBuilder(SceneTree& tree)
 SceneBuilder::~SceneBuilder() {
     if (!m_scene || m_isDone) return;
     for (const RefersTo<Node>& node : m_nodes)
-        if (node->scene() == m_scene && !m_scene->contains(*node)) node->setScene(nullptr, {});
+        if (node && node->scene() == m_scene && !m_scene->contains(*node))
+            node->setScene(nullptr, {});
 }
 
 void SceneBuilder::build() {
@@ -66,11 +69,8 @@ void SceneBuilder::build() {
     const EditStep step(*m_scene);
     const EditGroup group(*m_scene);
     holdKnown();
-    m_nodes.reserve(m_tree.nodes.size());
-    for (const TreeNode& from : m_tree.nodes) {
-        Node& node = *m_nodes.emplace_back(makeNode(from));
-        if (node.hasNodeInit()) initialise(from, node);
-    }
+    makeNodes();
+    initialiseNodes();
     ModifierHold modifiers(*m_scene);
     const u64 start = m_scene->history().openChanges();
     DeferredNotifications deferred;
@@ -99,9 +99,23 @@ void SceneBuilder::addUnnotified() {
     }
 }
 
+// Nodes of one text do not know each other yet, so threads can make them at the same time.
+void SceneBuilder::makeNodes() {
+    constexpr u64 nodesInPiece = 256;
+    const u64 count = m_tree.nodes.size();
+    m_nodes.resize(count);
+    m_workers.run((count + nodesInPiece - 1) / nodesInPiece, [&](u64 piece) {
+        const u64 end = std::min((piece + 1) * nodesInPiece, count);
+        for (u64 i = piece * nodesInPiece; i < end; ++i)
+            m_nodes[i] = makeNode(m_tree.nodes[i]);
+    });
+}
+
 RefersTo<Node> SceneBuilder::makeEmptyNode(const TreeNode& from) const {
     const NamePool& names = m_tree.names;
-    return RefersTo<Node>::adopt(new Node(nullptr, names.text(from.type), names.text(from.name)));
+    const String& name = names.text(from.name);
+    return RefersTo<Node>::adopt(from.definition ? new Node(*from.definition, nullptr, name)
+                                                 : new Node(nullptr, names.text(from.type), name));
 }
 
 void SceneBuilder::addCopy(const IInput& input, Node& node) {
@@ -122,7 +136,6 @@ RefersTo<Node> SceneBuilder::makeNode(const TreeNode& from) {
 // Bases in the text override those of the definition.
 void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     const Node* definition = from.definition;
-    if (definition) node.copyDefinition(*definition, {});
     const bool inheritsInternal = definition && !from.isOwn && node.isInternal();
     const bool isInternal = from.isInternal || inheritsInternal;
     if (from.baseCount == 0 && !from.isOwn) return node.setMarks(from.isAbstract, isInternal);
@@ -130,13 +143,37 @@ void SceneBuilder::describe(const TreeNode& from, Node& node) const {
     for (u32 i = 0; i < from.baseCount; ++i)
         bases.push_back(m_tree.names.text(m_tree.bases[from.firstBase + i]));
     node.setBases(std::move(bases), from.isAbstract, isInternal);
-    if (definition) node.initLibInfo(definition->library());
+}
+
+// Calls the libraries on the calling thread, in the order of the text. Nodes with bases of their
+// own may have other callbacks than their definitions, which the libraries may drop when they
+// initialise nodes.
+void SceneBuilder::initialiseNodes() {
+    for (u64 i = 0; i < m_nodes.size(); ++i) {
+        const TreeNode& from = m_tree.nodes[i];
+        const bool hasBases = from.baseCount != 0 || from.isOwn;
+        if (hasBases && from.definition) m_nodes[i]->initLibInfo(from.definition->library());
+    }
+    for (u64 i = 0; i < m_nodes.size(); ++i)
+        if (m_nodes[i]->hasNodeInit()) initialise(i);
+}
+
+// Returns the number behind those of the inputs of a node, which has some.
+u64 SceneBuilder::endOfInputs(u64 node) const noexcept {
+    const auto first = m_tree.nodes.begin() + static_cast<std::ptrdiff_t>(node) + 1;
+    const auto next = std::find_if(first, m_tree.nodes.end(), [](const TreeNode& other) {
+        return other.firstInput != noTreeIndex;
+    });
+    return next != m_tree.nodes.end() ? next->firstInput : m_inputs.size();
 }
 
 // Call when the node has all but its links and connections; it knows the scene but is not in it.
-void SceneBuilder::initialise(const TreeNode& from, Node& node) {
-    for (u32 i = from.firstInput; i < m_inputs.size() && m_inputs[i]; ++i)
-        m_heldInputs.emplace_back(m_inputs[i]);
+void SceneBuilder::initialise(u64 index) {
+    const TreeNode& from = m_tree.nodes[index];
+    Node& node = *m_nodes[index];
+    if (from.firstInput != noTreeIndex)
+        for (u64 i = from.firstInput, end = endOfInputs(index); i < end; ++i)
+            m_heldInputs.emplace_back(m_inputs[i]);
     for (u32 i = 0; i < from.outputCount; ++i)
         m_heldOutputs.emplace_back(m_outputs[from.firstOutput + i]);
     node.setScene(m_scene, {});

@@ -2,6 +2,8 @@
 
 #include "kelvo/sdk/impl/scene_text/scene_tree.h"
 
+#include "kelvo/base/workers.h"
+
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -22,8 +24,9 @@ class Scene;
 ///     Inputs     scene_builder_inputs.cpp   values, annotations, members, omitted attributes
 class SceneBuilder {
 public:
-    /// Borrows both; moves the tree's values into the scene.
-    SceneBuilder(SceneTree& tree, Scene& scene);
+    /// Borrows both; moves the tree's values into the scene. Many nodes are made by `threads`
+    /// threads, as `Workers` has them; all else happens on the calling one.
+    SceneBuilder(SceneTree& tree, Scene& scene, u32 threads);
     /// Makes nodes one by one, without a scene.
     explicit SceneBuilder(SceneTree& tree);
     ~SceneBuilder();
@@ -45,17 +48,28 @@ public:
     [[nodiscard]] const Output* output(u32 index) const { return m_outputs[index]; }
 
 private:
+    // An array or object whose elements or members are still to be made.
+    struct Unfilled {
+        u32 from;
+        Input* input;
+    };
+
+    void makeNodes();
     [[nodiscard]] RefersTo<Node> makeNode(const TreeNode& from);
     void describe(const TreeNode& from, Node& node) const;
-    void initialise(const TreeNode& from, Node& node);
+    void initialiseNodes();
+    [[nodiscard]] u64 endOfInputs(u64 node) const noexcept;
+    void initialise(u64 index);
     void holdKnown();
     void makeInputs(const TreeNode& from, Node& node);
     template<typename Add>
     void addInputs(u32 first, const ds::Vector<interfaces::IInput*>& known, Node& node,
-                   Input* parent, const Add& add);
-    [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* parent);
+                   Input* parent, std::vector<Unfilled>& unfilled, const Add& add);
+    [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* parent,
+                                            std::vector<Unfilled>& unfilled);
     [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* parent) const;
-    void makeMembers(const TreeInput& from, Node& node, Input& parent);
+    void makeMembers(const TreeInput& from, Node& node, Input& parent,
+                     std::vector<Unfilled>& unfilled);
     void makeOutputs(const TreeNode& from, Node& node);
     void addUnnotified();
     void addNodes();
@@ -69,6 +83,7 @@ private:
     SceneTree& m_tree;
     // Null when there is none.
     Scene* m_scene = nullptr;
+    Workers m_workers{1};
     bool m_isDone = false;
     // Indexed by positions in the tree.
     std::vector<RefersTo<Node>> m_nodes;
@@ -79,12 +94,6 @@ private:
     std::vector<RefersTo<INode>> m_heldNodes;
     std::vector<RefersTo<interfaces::IInput>> m_heldInputs;
     std::vector<RefersTo<interfaces::IOutput>> m_heldOutputs;
-    // Arrays and objects of the current node whose elements or members are still to be made.
-    struct Unfilled {
-        u32 from;
-        Input* input;
-    };
-    std::vector<Unfilled> m_unfilled;
 };
 
 } // namespace qv::kelvo_sdk::impl

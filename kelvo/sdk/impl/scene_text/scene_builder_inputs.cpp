@@ -40,23 +40,25 @@ void markOmitted(Input& input) {
 
 void SceneBuilder::makeInputs(const TreeNode& from, Node& node) {
     const bool isFilled = from.definition && !from.isOwn;
+    std::vector<Unfilled> unfilled;
     addInputs(from.firstInput, isFilled ? from.definition->inputs() : noInputs, node, nullptr,
-              [&](RefersTo<Input> input) { node.append(std::move(input), {}); });
+              unfilled, [&](RefersTo<Input> input) { node.append(std::move(input), {}); });
     // A list instead of recursion: nested containers take no stack.
-    while (!m_unfilled.empty()) {
-        const Unfilled next = m_unfilled.back();
-        m_unfilled.pop_back();
-        makeMembers(m_tree.inputs[next.from], node, *next.input);
+    while (!unfilled.empty()) {
+        const Unfilled next = unfilled.back();
+        unfilled.pop_back();
+        makeMembers(m_tree.inputs[next.from], node, *next.input, unfilled);
     }
 }
 
-void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent) {
+void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent,
+                               std::vector<Unfilled>& unfilled) {
     const bool isFilled =
         from.definition && !from.isOwn && from.definition->type() == AttrType::Object;
     const auto& known = isFilled ? from.definition->members() : noInputs;
     if (from.memberCount == 0 && known.empty()) return;
     parent.reserveMembers(from.memberCount, {});
-    addInputs(from.firstMember, known, node, &parent,
+    addInputs(from.firstMember, known, node, &parent, unfilled,
               [&](RefersTo<Input> input) { parent.adoptMember(std::move(input), {}); });
 }
 
@@ -64,7 +66,7 @@ void SceneBuilder::makeMembers(const TreeInput& from, Node& node, Input& parent)
 // among them.
 template<typename Add>
 void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& node, Input* parent,
-                             const Add& add) {
+                             std::vector<Unfilled>& unfilled, const Add& add) {
     std::vector<bool> isInText(known.size());
     for (u32 i = known.empty() ? noTreeIndex : first; i != noTreeIndex;
          i = m_tree.inputs[i].nextSibling)
@@ -83,12 +85,13 @@ void SceneBuilder::addInputs(u32 first, const ds::Vector<IInput*>& known, Node& 
     for (u32 i = first; i != noTreeIndex; i = m_tree.inputs[i].nextSibling) {
         const u32 place = m_tree.inputs[i].definitionIndex;
         if (!known.empty() && place != noTreeIndex) addUpTo(place);
-        add(makeInput(i, node, parent));
+        add(makeInput(i, node, parent, unfilled));
     }
     addUpTo(known.size());
 }
 
-RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* parent) {
+RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* parent,
+                                        std::vector<Unfilled>& unfilled) {
     TreeInput& from = m_tree.inputs[index];
     const bool isElement = parent && parent->type() == AttrType::Array;
     String name = isElement ? String() : m_tree.names.text(from.name);
@@ -99,7 +102,7 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* parent) {
     m_inputs[index] = input.get();
     if (extras && extras->stashed) input->replaceStash(std::move(extras->stash), {});
     if (from.type == AttrType::Array || from.type == AttrType::Object)
-        m_unfilled.push_back({index, input.get()});
+        unfilled.push_back({index, input.get()});
     return input;
 }
 

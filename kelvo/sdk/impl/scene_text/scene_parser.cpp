@@ -23,8 +23,6 @@ SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, Scene
 SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, SceneTree& tree,
                          TextErrors& errors, const TextForm& form)
     : m_lexer(text), m_limits(limits), m_form(form), m_tree(tree), m_errors(errors) {
-    // Reserves about as many inputs as lines of usual length, which is enough for most texts.
-    m_tree.inputs.reserve(std::min<u64>(text.size() / 24, 1 << 16));
     // Adds the names of the kinds first, so that the number of such a name is its kind.
     for (u32 type = 0; type < attrTypeCount; ++type)
         std::ignore = m_tree.names.add(attrTypeName(static_cast<AttrType>(type)));

@@ -20,7 +20,7 @@ bool readPartly(Scene& scene, std::string_view text, const ReadOptions& options,
     if (!reader.read()) return false;
     if (diagnostics) reader.report(*diagnostics);
     if (options.gapCount) *options.gapCount = reader.gapCount();
-    SceneBuilder(reader.tree(), scene).build();
+    SceneBuilder(reader.tree(), scene, options.threads).build();
     return true;
 }
 
@@ -36,7 +36,7 @@ bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
     if (!scene.libraries().empty()) SceneBinder(tree, scene).bind();
     SceneChecker(tree, scene, errors, parser.namesAreMissing()).check();
     if (errors.empty()) {
-        SceneBuilder(tree, scene).build();
+        SceneBuilder(tree, scene, options.threads).build();
         return true;
     }
     if (options.isPartial && readPartly(scene, text, options, diagnostics)) return true;

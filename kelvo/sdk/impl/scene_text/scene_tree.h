@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/scene_comments.h"
+#include "kelvo/sdk/impl/scene_text/tree_list.h"
 #include "kelvo/sdk/impl/text/name_pool.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
 
@@ -134,7 +135,7 @@ struct TreeConnection {
 struct SceneTree {
     NamePool names;
     std::vector<TreeNode> nodes;
-    std::vector<TreeInput> inputs;
+    TreeList<TreeInput> inputs;
     std::vector<TreeOutput> outputs;
     std::vector<TreeExtras> extras;
     std::vector<u32> bases;

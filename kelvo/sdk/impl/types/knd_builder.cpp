@@ -30,13 +30,13 @@ std::vector<std::unique_ptr<KndDefinition>> KndBuilder::build() {
 }
 
 // Linear, because the attributes come in the order of the text.
-template<typename Attribute>
-std::vector<u32> KndBuilder::linesOf(const std::vector<Attribute>& attributes) const {
+template<typename Attributes>
+std::vector<u32> KndBuilder::linesOf(const Attributes& attributes) const {
     LineCounter counter(m_text);
     std::vector<u32> lines;
     lines.reserve(attributes.size());
-    for (const Attribute& attribute : attributes)
-        lines.push_back(static_cast<u32>(counter.placeOf(attribute.offset).line));
+    for (u64 i = 0; i < attributes.size(); ++i)
+        lines.push_back(static_cast<u32>(counter.placeOf(attributes[i].offset).line));
     return lines;
 }
 
@@ -44,9 +44,10 @@ std::vector<u32> KndBuilder::linesOf(const std::vector<Attribute>& attributes) c
 // as `reset` does not reach them.
 void KndBuilder::makeDefaults() {
     std::vector<bool> isElement(m_tree.inputs.size());
-    for (const TreeInput& parent : m_tree.inputs)
-        if (parent.type == AttrType::Array)
-            for (u32 i = parent.firstMember; i != noTreeIndex; i = m_tree.inputs[i].nextSibling)
+    for (u64 parent = 0; parent < m_tree.inputs.size(); ++parent)
+        if (m_tree.inputs[parent].type == AttrType::Array)
+            for (u32 i = m_tree.inputs[parent].firstMember; i != noTreeIndex;
+                 i = m_tree.inputs[i].nextSibling)
                 isElement[i] = true;
     for (u64 i = 0; i < m_tree.inputs.size(); ++i) {
         TreeInput& input = m_tree.inputs[i];

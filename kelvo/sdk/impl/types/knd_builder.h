@@ -24,8 +24,8 @@ public:
 private:
     void makeDefaults();
     void dropZeroDefault(const TreeInput& input);
-    template<typename Attribute>
-    [[nodiscard]] std::vector<u32> linesOf(const std::vector<Attribute>& attributes) const;
+    template<typename Attributes>
+    [[nodiscard]] std::vector<u32> linesOf(const Attributes& attributes) const;
     void build(u32 type);
     [[nodiscard]] const KndDefinition* definitionOf(const KndChecker::Type& type) const;
     void addBases(u32 type, KndDefinition& to);

@@ -283,7 +283,28 @@ TEST(ObserversOutOfMemory, ThrowingObserver_LeaksNothing) {
     EXPECT_EQ(live, blocks);
 }
 
-// ---- Operations that allocate nothing ------------------------------------------------------
+// ---- Operations that allocate little or nothing --------------------------------------------
+
+TEST(NodeAllocations, Copy_AllocatesTheNodeItsListAndEachInput) {
+    Node node(nullptr, "thing", "n");
+    for (int i = 0; i < 10; ++i)
+        node.createInput(String::format("in%d", i), AttrData::withDefault(Value(0.5)));
+    const String name("copy");
+    node.clone(nullptr, name)->decRef();
+    Node* copy = nullptr;
+    EXPECT_EQ(failEachAllocation([&] { copy = node.clone(nullptr, name); }, [] {}), 12);
+    EXPECT_EQ(probe(*copy).inputs().capacity(), 16u);
+    copy->decRef();
+}
+
+TEST(NodeAllocations, NewInputOfADefinition_IsOneAllocation) {
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    Node node(scene.get(), "thing", "n");
+    node.createInput("first", AttrType::Real);
+    const AttrData definition = AttrData::withDefault(Value(0.5));
+    const String name("second");
+    EXPECT_EQ(failEachAllocation([&] { node.createInput(name, definition); }, [] {}), 1);
+}
 
 TEST(NodeAllocations, ChangeWithoutObservers_AllocatesNothing) {
     const auto scene = RefersTo<Scene>::adopt(new Scene);

@@ -161,7 +161,7 @@ TEST(SceneBuilder, Buffers_AreNotCopiedAgain) {
     tree.nodes[0].name = tree.nodes[0].type = tree.names.add("mesh");
     tree.nodes[0].firstInput = 0;
     Scene scene;
-    SceneBuilder(tree, scene).build();
+    SceneBuilder(tree, scene, 1).build();
     const auto* input = static_cast<const Input*>(scene.node(0)->input(u64(0)));
     EXPECT_TRUE(input->value().asBuffer().sharesWith(buffer));
 }
