@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
+#include <memory>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -36,7 +36,7 @@ TEST_F(Survival, Hold_CountsTheFirstTimeAlone) {
 }
 
 TEST_F(Survival, Copies_HoldTheSame) {
-    std::optional<Survivors> first(std::in_place, one.get());
+    auto first = std::make_unique<Survivors>(one.get());
     const Survivors copy(*first);
     first.reset();
     EXPECT_EQ(one->refCount(), 2);
