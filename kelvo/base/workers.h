@@ -1,6 +1,5 @@
 #pragma once
 
-#include "kelvo/base/export.h"
 #include "kelvo/base/types.h"
 
 #include <functional>
@@ -11,10 +10,15 @@ namespace qv {
 
 /// Runs pieces of work on several threads at once, the calling thread among them. The other threads
 /// live as long as the call.
-class QV_EXPORT Workers {
+class Workers {
 public:
     using Piece = std::function<void(u64)>;
-    using Task = std::function<void()>;
+    // A type of its own, because the library would export the type information of functions that
+    // take a `std::function`.
+    struct Task {
+        std::function<void()> work;
+        void operator()() const { work(); }
+    };
     /// Starts a thread that runs a task; throws when there can be no further thread.
     using Starter = std::function<std::thread(const Task&)>;
 
@@ -30,7 +34,7 @@ public:
     void run(u64 count, const Piece& work) const;
 
 private:
-    static std::thread startThread(const Task& task) { return std::thread(task); }
+    [[nodiscard]] static std::thread startThread(const Task& task);
     [[nodiscard]] u64 threads() const noexcept;
 
     u32 m_threads;
