@@ -83,10 +83,9 @@ private:
 
 } // namespace
 
-// The library would export what `std::thread` makes of a task; a lambda has no name outside.
-std::thread Workers::startThread(const Task& task) {
-    return std::thread([task] { task(); });
-}
+// The library would export what `std::thread` makes of a named type; lambdas have no name outside.
+Workers::Workers(u32 threads)
+    : Workers(threads, [](const Task& task) { return std::thread([task] { task(); }); }) {}
 
 u64 Workers::threads() const noexcept {
     return std::max(m_threads != 0 ? m_threads : std::thread::hardware_concurrency(), 1u);
@@ -97,7 +96,7 @@ void Workers::run(u64 count, const Piece& work) const {
     {
         Crew crew;
         if (count > 1)
-            crew.start(std::min(count, threads()) - 1, m_starter, {[&] { pieces.work(); }});
+            crew.start(std::min(count, threads()) - 1, m_starter, [&] { pieces.work(); });
         pieces.work();
     }
     pieces.rethrow();

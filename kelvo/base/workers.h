@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/base/export.h"
 #include "kelvo/base/types.h"
 
 #include <functional>
@@ -10,20 +11,15 @@ namespace qv {
 
 /// Runs pieces of work on several threads at once, the calling thread among them. The other threads
 /// live as long as the call.
-class Workers {
+class QV_EXPORT Workers {
 public:
     using Piece = std::function<void(u64)>;
-    // A type of its own, because the library would export the type information of functions that
-    // take a `std::function`.
-    struct Task {
-        std::function<void()> work;
-        void operator()() const { work(); }
-    };
+    using Task = std::function<void()>;
     /// Starts a thread that runs a task; throws when there can be no further thread.
     using Starter = std::function<std::thread(const Task&)>;
 
     /// Uses at most `threads` threads; 0 stands for as many as the machine runs at once.
-    explicit Workers(u32 threads = 0) : Workers(threads, startThread) {}
+    explicit Workers(u32 threads = 0);
     Workers(u32 threads, Starter starter) : m_threads(threads), m_starter(std::move(starter)) {}
 
     /// Calls `work` once for each number below `count`, in any order. Returns when all calls have
@@ -34,7 +30,6 @@ public:
     void run(u64 count, const Piece& work) const;
 
 private:
-    [[nodiscard]] static std::thread startThread(const Task& task);
     [[nodiscard]] u64 threads() const noexcept;
 
     u32 m_threads;
