@@ -83,7 +83,7 @@ bool Node::isUnnotified(const Input& input) const noexcept {
 }
 
 void Node::changedUnnotified() const noexcept {
-    m_dirty = true;
+    markDirty();
     if (m_scene) sceneOf(m_scene)->changedQuietly();
 }
 

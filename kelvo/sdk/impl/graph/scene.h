@@ -257,7 +257,8 @@ public:
     [[nodiscard]] SceneFollowers& followers() noexcept { return m_followers; }
     /// Tells whether a notification by a node may have a receiver.
     [[nodiscard]] bool hasReceivers() const noexcept;
-    /// Tells whether a change of a node is neither recorded nor followed by anyone.
+    /// Tells whether a change of a node needs no record and no notification; followers hear of it
+    /// in any case.
     [[nodiscard]] bool isQuiet() const noexcept;
     /// Notes a change while the scene is quiet.
     void changedQuietly() noexcept {

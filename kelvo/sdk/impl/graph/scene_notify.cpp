@@ -67,7 +67,7 @@ bool Scene::hasReceivers() const noexcept {
 }
 
 bool Scene::isQuiet() const noexcept {
-    return !hasObservers() && m_followers.empty() && m_beingMade.empty() &&
+    return !hasObservers() && !hasInputFollowers() && m_beingMade.empty() &&
            !m_history.isRecording() && !isDerived(*this);
 }
 

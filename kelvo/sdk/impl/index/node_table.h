@@ -88,7 +88,8 @@ private:
     };
     struct FoldedHash {
         using is_transparent = void;
-        std::size_t operator()(const NameView& name) const noexcept { return name.foldedHash(); }
+        // Not `noexcept`: the map then keeps each hash, and passes other names without reading them.
+        std::size_t operator()(const NameView& name) const { return name.foldedHash(); }
     };
     struct FoldedEqual {
         using is_transparent = void;
