@@ -17,8 +17,9 @@ namespace qv::kelvo_sdk {
 namespace {
 
 constexpr u32 threadCounts[] = {1, 2, 3, 8, 0, 10'000};
-// Enough nodes, and numbers in a buffer, for several threads.
-constexpr int manyNodes = 700;
+// Enough nodes, and numbers in a buffer, for several threads. Threads read a text of so many nodes
+// in three pieces.
+constexpr int manyNodes = 1500;
 constexpr int manyNumbers = 60'000;
 
 // Returns everything that reading a text makes: diagnostics, text, hashes.
@@ -116,6 +117,10 @@ TEST(TextThreads, FaultsInALargeScene_AreReportedTheSameByAnyNumber) {
         {"Object part", "Objekt part"},
         {"n0.result", "n0.resolt"},
         {"node mix \"n9\"", "node mix \"n8\""},
+        {"node mix \"n1450\"", "node mix \"N1\""},
+        {"}\nnode mesh", "node mesh"},
+        {"# Comment 1400\n", "# Comment 1400\n\"\n"},
+        {"list = [1, 2, 3]", "list = [1,\nnode \"x\" {\n, 3]"},
     };
     for (const auto& row : rows)
         expectSameForAll(replaced(text, row.from, row.to), row.to);

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/scene_text/scene_parser.h"
 
+#include "kelvo/sdk/impl/scene_text/piece_reader.h"
+
 #include "kelvo/base/spelling_suggestion.h"
 
 #include <algorithm>
@@ -36,10 +38,35 @@ SceneParser::SceneParser(std::string_view text, const ParseLimits& limits, Scene
 
 void SceneParser::parse() {
     std::ignore = m_lexer.accept("\xef\xbb\xbf"); // The byte order mark of some editors.
-    std::vector<UnreadLines>& unread = m_tree.file.unread;
-    String leading = commentLines(unread);
+    String leading = commentLines(m_tree.file.unread);
     if (!parseHeader(leading)) return;
     while (!m_lexer.atEnd() && !m_errors.full()) {
+        if (mayReadPieces()) readPieces(leading);
+        parseNodes(m_lexer.offset() + PieceReader::longest(m_limits), leading);
+    }
+    m_tree.file.inner = std::move(leading);
+}
+
+bool SceneParser::parsePiece(u64 first, u64 last, String& behind) {
+    m_lexer.seek(first);
+    parseNodes(last, behind);
+    return m_errors.empty() && m_lexer.offset() == last;
+}
+
+// Pieces have no gaps, and their errors are found by reading without pieces.
+bool SceneParser::mayReadPieces() const noexcept {
+    return m_form.hasPieces && m_limits.threads != 1 && !m_gaps && m_errors.empty();
+}
+
+void SceneParser::readPieces(String& leading) {
+    PieceReader reader(m_lexer.text(), m_limits, m_tree);
+    m_lexer.seek(reader.read(m_lexer.offset(), leading));
+}
+
+// Reads nodes that start in front of `end`. `leading` are the comments in front of the first one,
+// and then those in front of the next.
+void SceneParser::parseNodes(u64 end, String& leading) {
+    while (!m_lexer.atEnd() && m_lexer.offset() < end && !m_errors.full()) {
         m_nodeName = String();
         m_node = noTreeIndex;
         m_isHeadFaulty = false;
@@ -55,9 +82,8 @@ void SceneParser::parse() {
         if (!isWhole) skipToNode();
         placeUnread(node);
         tellPart(start, errors, !isWhole || m_isHeadFaulty);
-        leading = commentLines(unread);
+        leading = commentLines(m_tree.file.unread);
     }
-    m_tree.file.inner = std::move(leading);
 }
 
 // Accepts a text without header line as a fragment.
@@ -201,18 +227,13 @@ bool SceneParser::parseNodeBody(TreeNode& node, Comments& comments) {
 
 void SceneParser::knowNode(const TreeNode& node) {
     if (node.name == noTreeIndex) return;
-    const u32 folded = m_tree.names.folded(node.name);
-    std::vector<u32>& byName = m_tree.nodesByName;
-    if (folded >= byName.size()) byName.resize(m_tree.names.size(), noTreeIndex);
-    if (byName[folded] == noTreeIndex) {
-        byName[folded] = m_node;
-        return;
-    }
+    const u32 known = m_tree.findNode(node.name);
+    if (known == noTreeIndex) return m_tree.knowNode(node.name, m_node);
     if (!m_errors.wantsMessage()) {
         fail(node.offset, String());
         return;
     }
-    const u64 other = m_tree.nodes[byName[folded]].offset;
+    const u64 other = m_tree.nodes[known].offset;
     const u64 line = LineCounter(m_lexer.text()).placeOf(other).line;
     fail(node.offset,
          String::format("The name '%s' is taken by the %s in line %llu.", m_nodeName.buf(),

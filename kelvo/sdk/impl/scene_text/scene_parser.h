@@ -17,8 +17,12 @@ namespace qv::kelvo_sdk::impl {
 struct ParseLimits {
     u32 depth = 200;
     u64 nodes = 1'000'000;
-    /// The threads that read large buffers; 0 for as many as the machine runs at once.
+    /// The threads that read long texts and large buffers; 0 for as many as the machine runs at
+    /// once.
     u32 threads = 1;
+    /// The bytes of text that a thread reads at a time: large enough that reading them takes longer
+    /// than starting a thread.
+    u64 pieceSize = 1 << 17;
 };
 
 /// The differences between texts that consist of nodes.
@@ -33,6 +37,8 @@ struct TextForm {
     std::string_view lineStarts = "a kind, 'output' or '}'";
     /// Makes a value outside of its own annotations an error.
     bool checksLimits = false;
+    /// Several threads may read a long text, as its nodes put all that they have into the tree.
+    bool hasPieces = true;
 };
 
 /// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar). Derived
@@ -58,6 +64,9 @@ public:
     void leaveOut(TextGaps& gaps) noexcept { m_gaps = &gaps; }
     /// Reads the whole text.
     void parse();
+    /// Reads the nodes from `first`, where one starts, up to `last`. Returns false if there is an
+    /// error, or no end of a node at `last`. `behind` gets the comments in front of it.
+    [[nodiscard]] bool parsePiece(u64 first, u64 last, String& behind);
     /// Tells whether an error hid the name of a node or an output.
     [[nodiscard]] bool namesAreMissing() const noexcept { return m_namesAreMissing; }
 
@@ -121,6 +130,9 @@ protected:
     // ---- File and nodes --------------------------------------------------------------------
 
     bool parseHeader(String& leading);
+    [[nodiscard]] bool mayReadPieces() const noexcept;
+    void readPieces(String& leading);
+    void parseNodes(u64 end, String& leading);
     bool parseNode(String&& leading);
     virtual bool parseNodeHead(TreeNode& node);
     bool parseTypes(TreeNode& node);
@@ -157,7 +169,6 @@ protected:
     void skipToNode();
     [[nodiscard]] bool startsNode() const noexcept;
     [[nodiscard]] bool startsLine() const noexcept;
-    TreeExtras& extrasAt(u32& extras);
     void storeComments(u32& extras, Comments&& comments);
     bool fail(u64 offset, String message);
     bool failExpecting(std::string_view expected);

@@ -250,7 +250,7 @@ bool SceneParser::parseLink(u32 input, TreeSlot slot, u32 choice) {
         name = m_tree.names.add(word);
     }
     if (slot == TreeSlot::Value && isLost(offset)) {
-        extrasAt(m_tree.inputs[input].extras).lostLink = String(since(offset));
+        m_tree.extrasAt(m_tree.inputs[input].extras).lostLink = String(since(offset));
         return true;
     }
     m_tree.links.push_back({.offset = offset,

@@ -198,16 +198,8 @@ bool SceneParser::isLost(u64 offset) const {
     return m_gaps && std::ranges::binary_search(m_gaps->references, offset);
 }
 
-TreeExtras& SceneParser::extrasAt(u32& extras) {
-    if (extras == noTreeIndex) {
-        extras = static_cast<u32>(m_tree.extras.size());
-        m_tree.extras.emplace_back();
-    }
-    return m_tree.extras[extras];
-}
-
 void SceneParser::storeComments(u32& extras, Comments&& comments) {
-    if (!comments.isEmpty()) extrasAt(extras).comments = std::move(comments);
+    if (!comments.isEmpty()) m_tree.extrasAt(extras).comments = std::move(comments);
 }
 
 bool SceneParser::fail(u64 offset, String message) {

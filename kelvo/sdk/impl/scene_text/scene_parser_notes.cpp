@@ -47,7 +47,7 @@ bool SceneParser::parseOrdinal(u32& ordinal) {
 
 void SceneParser::addSource(u32 input, const Source& source) {
     if (isLost(source.offset)) {
-        extrasAt(m_tree.inputs[input].extras).lostSource = String(since(source.offset));
+        m_tree.extrasAt(m_tree.inputs[input].extras).lostSource = String(since(source.offset));
         return;
     }
     m_tree.connections.push_back({.offset = source.offset,
@@ -98,7 +98,7 @@ bool SceneParser::parseNote(const NoteRule& rule, u64 /*offset*/, u32 input, con
     case Note::Stashed: {
         Value value;
         if (!parseNoteValue(input, kind, TreeSlot::Stash, value)) return false;
-        TreeExtras& extras = extrasAt(m_tree.inputs[input].extras);
+        TreeExtras& extras = m_tree.extrasAt(m_tree.inputs[input].extras);
         extras.stash = std::move(value);
         extras.stashed = true;
         return true;
@@ -113,7 +113,7 @@ bool SceneParser::parseNote(const NoteRule& rule, u64 /*offset*/, u32 input, con
         m_tree.inputs[input].readOnly = true;
         return true;
     case Note::Unchecked:
-        extrasAt(m_tree.inputs[input].extras).isUnchecked = true;
+        m_tree.extrasAt(m_tree.inputs[input].extras).isUnchecked = true;
         return true;
     case Note::Again:
         m_tree.inputs[input].isAgain = true;
@@ -206,7 +206,7 @@ bool SceneParser::parseTranslation(AttrDetails::Texts& texts) {
 }
 
 AttrDetails& SceneParser::detailsOf(u32 input) {
-    TreeExtras& extras = extrasAt(m_tree.inputs[input].extras);
+    TreeExtras& extras = m_tree.extrasAt(m_tree.inputs[input].extras);
     if (!extras.details) extras.details = RefersTo<AttrDetails>::adopt(new AttrDetails);
     return *extras.details;
 }

@@ -31,7 +31,9 @@ bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
     TextErrors errors(text, std::max<u64>(options.maxErrors, 1));
     SceneTree tree;
     errors.addFaultyBytes();
-    SceneParser parser(text, {options.maxDepth, options.maxNodes, options.threads}, tree, errors);
+    SceneParser parser(text,
+                       {options.maxDepth, options.maxNodes, options.threads, options.pieceSize},
+                       tree, errors);
     parser.parse();
     if (!scene.libraries().empty()) SceneBinder(tree, scene).bind();
     SceneChecker(tree, scene, errors, parser.namesAreMissing()).check();

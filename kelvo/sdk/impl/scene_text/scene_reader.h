@@ -21,6 +21,8 @@ struct ReadOptions {
     /// The threads that read; 0 for as many as the machine runs at once. Scene, errors and
     /// notifications are the same for any number.
     u32 threads = 0;
+    /// See `ParseLimits`.
+    u64 pieceSize = 1 << 17;
     /// Receives the number of gaps if not null.
     u64* gapCount = nullptr;
 };

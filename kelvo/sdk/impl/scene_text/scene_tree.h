@@ -150,9 +150,21 @@ struct SceneTree {
         const u32 folded = names.folded(name);
         return folded < nodesByName.size() ? nodesByName[folded] : noTreeIndex;
     }
+    /// Remembers a node by its name, which no other node has.
+    void knowNode(u32 name, u32 node) {
+        const u32 folded = names.folded(name);
+        if (folded >= nodesByName.size()) nodesByName.resize(names.size(), noTreeIndex);
+        nodesByName[folded] = node;
+    }
     [[nodiscard]] const String& nodeName(u32 node) const { return names.text(nodes[node].name); }
     [[nodiscard]] const TreeExtras* extrasOf(u32 index) const {
         return index != noTreeIndex ? &extras[index] : nullptr;
+    }
+    /// Returns the extras of a node or attribute, made if there are none.
+    TreeExtras& extrasAt(u32& index) {
+        if (index != noTreeIndex) return extras[index];
+        index = static_cast<u32>(extras.size());
+        return extras.emplace_back();
     }
     /// Tells whether an input takes its annotations from its definition.
     [[nodiscard]] bool takesNotes(const TreeInput& input) const {

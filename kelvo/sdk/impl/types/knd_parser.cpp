@@ -16,7 +16,8 @@ constexpr TextForm kForm = {.header = "types",
                             .words = kWords,
                             .lineStarts =
                                 "a kind, 'output', 'label', 'help', 'icon', 'page' or '}'",
-                            .checksLimits = true};
+                            .checksLimits = true,
+                            .hasPieces = false};
 
 } // namespace
 

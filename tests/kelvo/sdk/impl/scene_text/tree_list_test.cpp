@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace qv::kelvo_sdk::impl {
 namespace {
 
@@ -47,6 +49,40 @@ TEST(TreeList, Elements_OfLaterChunksKeepTheirAddress) {
     while (list.size() < many)
         list.emplace_back();
     EXPECT_EQ(&list[TreeList<u64>::chunkSize], last);
+}
+
+TEST(TreeList, Rooms_StandInTheirOrderWhenFilledInAnother) {
+    for (const u64 before : {u64{0}, u64{5}, many}) {
+        TreeList<u64> list = listOf(before);
+        auto first = list.makeRoom(many);
+        auto second = list.makeRoom(3);
+        for (u64 i = 0; i < 3; ++i)
+            second.fill(i, before + many + i);
+        for (u64 i = many; i-- > 0;)
+            first.fill(i, before + i);
+        EXPECT_EQ(second.first(), before + many);
+        list.emplace_back() = before + many + 3;
+        ASSERT_EQ(list.size(), before + many + 4);
+        for (u64 i = 0; i < list.size(); ++i)
+            ASSERT_EQ(list[i], i);
+    }
+}
+
+TEST(TreeList, Elements_AreDestroyedOnce) {
+    const auto counted = std::make_shared<int>();
+    {
+        TreeList<std::shared_ptr<int>> list;
+        while (list.size() < many)
+            list.emplace_back() = counted;
+        auto room = list.makeRoom(2);
+        room.fill(0, std::shared_ptr<int>(counted));
+        room.fill(1, std::shared_ptr<int>(counted));
+        EXPECT_EQ(counted.use_count(), static_cast<long>(many) + 3);
+        list.clear();
+        EXPECT_EQ(counted.use_count(), 1);
+        list.emplace_back() = counted;
+    }
+    EXPECT_EQ(counted.use_count(), 1);
 }
 
 } // namespace
