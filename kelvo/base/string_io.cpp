@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 
 namespace qv {
@@ -39,6 +40,89 @@ bool appendShortReal(StringIO& out, double value) {
     if (rest != 0) *to++ = '.';
     for (u64 unit = 100; rest != 0; rest %= unit, unit /= 10)
         *to++ = static_cast<char>('0' + rest / unit);
+    out.commit(static_cast<u64>(to - start));
+    return true;
+}
+
+// Powers of ten as factors of floats.
+constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10};
+
+// A number of decimals, and a value in their unit.
+struct Decimals {
+    u64 count;
+    i64 value;
+};
+
+// Finds the fewest decimals with which a float from 0.001 to 1e6 reads back. Multiplying is exact,
+// as floats have 24 bits and so has the odd part of the power. A text reads back if it is nearer to
+// the float than `reach`, half the distance to the next one. False when there are too many
+// decimals, or two texts that are equally near.
+bool findDecimals(double value, double reach, Decimals& out) {
+    enum class Fit { No, Yes, Tie };
+    const auto fit = [&](u64 count) {
+        const double scaled = value * powers[count];
+        const auto rounded = static_cast<i64>(scaled + 0.5); // NOLINT(bugprone-incorrect-roundings)
+        const double error = std::fabs(static_cast<double>(rounded) - scaled);
+        if (error == 0.5 || error == reach * powers[count]) return Fit::Tie;
+        if (error > reach * powers[count]) return Fit::No;
+        out = {count, rounded};
+        return Fit::Yes;
+    };
+    // Starts with the decimals of most models. A text that reads back does so with more decimals.
+    u64 count = 5;
+    Fit found = fit(count);
+    if (found == Fit::Yes) {
+        while (count != 0 && found == Fit::Yes)
+            found = fit(--count);
+        return found != Fit::Tie;
+    }
+    while (found == Fit::No && ++count < std::size(powers))
+        found = fit(count);
+    return found == Fit::Yes;
+}
+
+// Writes a number with leading zeros in front of `end`.
+void writeDecimals(u64 value, u64 count, char* end) {
+    for (; count > 1; count -= 2, value /= 100) {
+        const u64 pair = value % 100;
+        *--end = static_cast<char>('0' + pair % 10);
+        *--end = static_cast<char>('0' + pair / 10);
+    }
+    if (count != 0) *--end = static_cast<char>('0' + value);
+}
+
+// Formats floats from 0.001 to 1e6; others may be shorter with an exponent. The distance to the
+// next float is not the same on both sides of a power of two, which is left to the general way.
+bool appendShortReal(StringIO& out, float value) {
+    const float size = std::fabs(value);
+    if (!(size >= 0.001f && size < 1e6f)) return false;
+    const u32 bits = std::bit_cast<u32>(size);
+    constexpr u32 fraction = (u32{1} << 23) - 1;
+    if ((bits & fraction) == 0) return false;
+    const double reach = static_cast<double>(std::bit_cast<float>(bits & ~fraction)) * 0x1p-24;
+    Decimals found{};
+    if (!findDecimals(size, reach, found)) return false;
+    const auto unit = static_cast<i64>(powers[found.count]);
+    i64 whole = static_cast<i64>(size);
+    i64 rest = found.value - whole * unit;
+    if (rest >= unit) {
+        ++whole; // The text is the next whole number, or above it.
+        rest -= unit;
+    }
+    if (found.count == 0 && whole >= 100000 && whole % 10 == 0) return false;
+    char* const start = out.prepare(numberRoom);
+    char* to = start;
+    *to = '-';
+    to += std::signbit(value);
+    if (whole < 10)
+        *to++ = static_cast<char>('0' + whole);
+    else
+        to = std::to_chars(to, start + numberRoom, whole).ptr;
+    if (found.count != 0) {
+        *to++ = '.';
+        to += found.count;
+        writeDecimals(static_cast<u64>(rest), found.count, to);
+    }
     out.commit(static_cast<u64>(to - start));
     return true;
 }
@@ -130,7 +214,7 @@ StringIO& StringIO::appendReal(double value) {
 }
 
 StringIO& StringIO::appendReal(float value) {
-    appendNumber(*this, value);
+    if (!appendShortReal(*this, value)) appendNumber(*this, value);
     return *this;
 }
 

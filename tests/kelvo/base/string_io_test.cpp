@@ -14,11 +14,13 @@ using namespace qv;
 
 namespace {
 
-std::string written(double value) {
+template<typename T>
+std::string written(T value) {
     return std::string(StringIO().appendReal(value).view());
 }
 
-std::string shortest(double value) {
+template<typename T>
+std::string shortest(T value) {
     char text[64];
     return {text, std::to_chars(text, text + sizeof text, value).ptr};
 }
@@ -107,6 +109,36 @@ TEST(StringIO, RealsPeopleWrite_AreWrittenLikeTheGeneralWay) {
         ASSERT_EQ(written(value), shortest(value));
         ASSERT_EQ(written(-value * 4096), shortest(-value * 4096));
         ASSERT_EQ(written(i * 500.0), shortest(i * 500.0));
+    }
+}
+
+TEST(StringIO, FloatsPeopleWrite_AreWrittenLikeTheGeneralWay) {
+    for (const float unit : {1.0f, 10.0f, 1000.0f, 1e5f, 1e7f})
+        for (int i = 0; i < 20'000; ++i)
+            for (const float value : {static_cast<float>(i * 7) / unit, -static_cast<float>(i)})
+                ASSERT_EQ(written(value), shortest(value)) << value;
+}
+
+// Floats of these sizes are between two texts that are equally near, next to a power of two, at the
+// ends of the short forms, or written without decimals that they have.
+TEST(StringIO, FloatsAtTheEdges_AreWrittenLikeTheGeneralWay) {
+    for (float edge : {0.001f, 0.162109375f, 0.5f, 1.0f, 1.0625f, 1024.0f, 65536.0f, 99999.0f,
+                       100000.0f, 524288.0f, 999999.94f, 1e6f, 16777216.0f}) {
+        float value = edge;
+        for (int i = 0; i < 2000; ++i, value = std::nextafter(value, 0.0f))
+            ASSERT_EQ(written(value), shortest(value)) << edge;
+        for (int i = 0; i < 2000; ++i, edge = std::nextafter(edge, 1e30f))
+            ASSERT_EQ(written(-edge), shortest(-edge)) << edge;
+    }
+}
+
+TEST(StringIO, FloatsOfAnyBits_AreWrittenLikeTheGeneralWay) {
+    std::mt19937 random(2);
+    std::uniform_real_distribution<float> sizes(-3, 6);
+    for (int i = 0; i < 200'000; ++i) {
+        const auto any = std::bit_cast<float>(static_cast<u32>(random()));
+        for (const float value : {any, std::pow(10.0f, sizes(random))})
+            ASSERT_TRUE(std::isnan(value) || written(value) == shortest(value)) << value;
     }
 }
 
