@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -60,6 +62,16 @@ bool fail(EvalCtx*, void*) {
     return false;
 }
 
+// Removes the nodes in `doomed` from their scene, which drops the last references to them.
+std::vector<INode*> doomed;
+
+bool removeDoomed(EvalCtx* ctx, void* out) {
+    *static_cast<double*>(out) = 1;
+    for (INode* node : std::exchange(doomed, {}))
+        ctx->node()->scene()->removeNode(node);
+    return true;
+}
+
 bool modifies(INode*, INode*) {
     return false;
 }
@@ -74,6 +86,7 @@ protected:
         define("silentAsker", askLinked<false>);
         define("elser", askOrElse);
         define("failer", fail);
+        define("remover", removeDoomed);
     }
 
     void define(const char* type, interfaces::NodeEvalFn eval) {
@@ -152,6 +165,19 @@ TEST_F(OutputEvalTest, LongChainThatFailsAtItsStart_FailsWithoutALine) {
     const LogCapture log;
     EXPECT_EQ(evaluate(last), -1);
     EXPECT_EQ(log.text(), "");
+}
+
+// The first node is evaluated ahead of the others, while these wait for their turn.
+TEST_F(OutputEvalTest, LongChainWhoseStartRemovesWaitingNodes_GoesOnBehindThem) {
+    Node* first = makeNode("remover");
+    Node* cut = makeChain("adder", 11, first);
+    const Node* last = makeChain("adder", 3000, cut);
+    for (auto* node = cut; node != first;
+         node = static_cast<Node*>(node->input(String("in"))->source()->node()))
+        doomed.push_back(node);
+    EXPECT_EQ(evaluate(last), 2999);
+    EXPECT_EQ(asked, 2999);
+    EXPECT_EQ(m_scene->nodeCount(), 3000u);
 }
 
 TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {
