@@ -176,8 +176,8 @@ class Trials:
         """Returns the mutant's objects, and the tests' objects that they replace."""
         if not file.endswith(".h"):
             return [self.compile_one(file, changed / file, changed, folder / "0.o")], set()
-        # A header's mutant is compiled alone, with all functions that are not templates, and for its
-        # templates in the mirror test and in the header's source.
+        # A header's mutant is compiled alone, with all functions that are not templates. Its
+        # templates are compiled in the mirror test and in the header's source.
         whole = folder / "header.cpp"
         whole.write_text(f'#include "{file}"\n')
         tests = [str(test.relative_to(self.tree)) for test in mirror_tests(self.tree, file)[:1]]
