@@ -1,5 +1,6 @@
 // Evaluations that are long, deep or endless, on a stack of half a megabyte.
 
+#include "kelvo/sdk/buffer_result.h"
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -195,8 +196,18 @@ TEST_F(OutputEvalTest, LinksTooDeep_CostOneLine) {
     EXPECT_EQ(evaluate(last), -1);
     const std::string text = log.text();
     EXPECT_EQ(text.find("error: Cannot evaluate 'n"), 0u) << text;
-    EXPECT_NE(text.find("evaluations wait for it, and there is no stack for more."), text.npos);
+    // Each evaluation but the refused one has called its callback.
+    const std::string waiting = ": " + std::to_string(asked) + " evaluations wait for it, and ";
+    EXPECT_NE(text.find(waiting + "there is no stack for more."), text.npos) << text;
     EXPECT_EQ(std::ranges::count(text, '\n'), 1);
+}
+
+TEST_F(OutputEvalTest, BufferResultOfAnotherElementType_IsRefused) {
+    Buffer result(DataType::Float, 0);
+    const i32 number = 1;
+    const Result isSet = setBufferResult(&result, {DataType::Int32, &number, 1});
+    EXPECT_EQ(isSet.message(), "The output takes elements of type Float, not Int32.");
+    EXPECT_EQ(result.count(), 0u);
 }
 
 TEST_F(OutputEvalTest, LinkToItself_IsEndless) {
