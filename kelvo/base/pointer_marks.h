@@ -30,7 +30,6 @@ public:
         return {slot.value, isNew};
     }
 
-    [[nodiscard]] bool contains(const Object* object) const { return find(object) != nullptr; }
     /// Returns the mark of an object, null when it has none; valid until the next `add`.
     [[nodiscard]] const i64* find(const Object* object) const {
         if (m_count == 0) return nullptr;

@@ -114,7 +114,6 @@ String String::substr(u64 pos, u64 count) const {
 }
 
 bool String::startsWith(String prefix, bool ignoreCase) const {
-    if (prefix.size() > size()) return false;
     const std::string_view head = view().substr(0, prefix.size());
     return ignoreCase ? ascii::equalsNoCase(head, prefix) : head == prefix.view();
 }

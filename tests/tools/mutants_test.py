@@ -122,7 +122,7 @@ project(small CXX)
 set(CMAKE_CXX_STANDARD 20)
 enable_testing()
 find_package(GTest REQUIRED)
-add_library(kelvo_sdk STATIC sdk/limits.cpp)
+add_library(kelvo_sdk STATIC sdk/limits.cpp sdk/size.cpp)
 target_include_directories(kelvo_sdk PUBLIC "${PROJECT_SOURCE_DIR}")
 add_executable(tests tests/sdk/limits_test.cpp tests/sdk/size_test.cpp)
 target_link_libraries(tests PRIVATE kelvo_sdk GTest::gtest_main)
@@ -134,11 +134,15 @@ SOURCES = {
                       "    return value;\n}\n"
                       "int sum(int count) {\n    int all = 0;\n"
                       "    while (count != 0)\n        all += --count;\n    return all;\n}\n",
+    "sdk/size.cpp": '#include "sdk/size_steps.h"\nint twice(int size) { return doubled(size); }\n',
+    "sdk/size_steps.h": "#pragma once\n"
+                        "template<typename T>\nT doubled(T size) {\n    return size + size;\n}\n",
     "sdk/size.h": "#pragma once\ninline bool isEmpty(int size) {\n    return size == 0;\n}\n",
     "tests/sdk/limits_test.cpp": "#include <gtest/gtest.h>\nint atMost(int, int);\nint sum(int);\n"
                                  "TEST(Limits, AtMost) { EXPECT_EQ(atMost(5, 3), 3); }\n"
                                  "TEST(Limits, Sum) { EXPECT_EQ(sum(4), 6); }\n",
-    "tests/sdk/size_test.cpp": '#include "sdk/size.h"\n#include <gtest/gtest.h>\n'
+    "tests/sdk/size_test.cpp": '#include "sdk/size.h"\n#include <gtest/gtest.h>\nint twice(int);\n'
+                               "TEST(Size, Twice) { EXPECT_EQ(twice(3), 6); }\n"
                                "TEST(Size, IsEmpty) { EXPECT_TRUE(isEmpty(0)); }\n",
     mutants.EQUIVALENT: "sdk/limits.cpp\n- if (value > limit) return limit;\n"
                         "+ if (value >= limit) return limit;\nEqual values are the same.\n",
@@ -180,6 +184,11 @@ class Run(unittest.TestCase):
         status, said = self.run_tool("sdk/size.h", "--sample", "0")
         self.assertEqual(status, 0, said)
         self.assertIn("3 mutants: 3 killed", said)
+
+    def test_template_of_a_header_is_judged_by_its_source(self):
+        status, said = self.run_tool("sdk/size_steps.h", "--sample", "0")
+        self.assertEqual(status, 0, said)
+        self.assertIn("2 mutants: 2 killed", said)
 
     def test_sources_stay_as_they_are(self):
         self.run_tool("sdk/limits.cpp", "--sample", "2")

@@ -176,17 +176,28 @@ class Trials:
         """Returns the mutant's objects, and the tests' objects that they replace."""
         if not file.endswith(".h"):
             return [self.compile_one(file, changed / file, changed, folder / "0.o")], set()
-        # A header's mutant is compiled twice: alone, with all functions that are not templates, and
-        # in the mirror test.
+        # A header's mutant is compiled alone, with all functions that are not templates. Its
+        # templates are compiled in the mirror test and in the header's source.
         whole = folder / "header.cpp"
         whole.write_text(f'#include "{file}"\n')
         tests = [str(test.relative_to(self.tree)) for test in mirror_tests(self.tree, file)[:1]]
         like = tests[0] if tests else self.any_test
         objects = [self.compile_one(like, whole, changed, folder / "0.o",
                                     "-fkeep-inline-functions")]
-        objects += [self.compile_one(test, self.tree / test, changed, folder / "1.o")
-                    for test in tests]
+        objects += [self.compile_one(user, self.tree / user, changed, folder / f"{number}.o")
+                    for number, user in enumerate(tests + self.source_of(file), 1)]
         return objects, {self.object_of(test) for test in tests}
+
+    def source_of(self, header):
+        """Returns the source with the name of a header or, if there is none, with the name's start
+        up to a '_'."""
+        stem = pathlib.PurePath(header).with_suffix("")
+        name = stem.name
+        while name:
+            if (source := f"{stem.with_name(name)}.cpp") in self.compile_commands:
+                return [source]
+            name = name.rpartition("_")[0]
+        return []
 
     def object_of(self, source):
         command = shlex.split(self.compile_commands[source])

@@ -17,7 +17,7 @@ const Object* objectAt(u64 index) {
 
 TEST(PointerMarks, First_IsNewAndKeepsItsValue) {
     Marks marks;
-    EXPECT_FALSE(marks.contains(objectAt(0)));
+    EXPECT_EQ(marks.find(objectAt(0)), nullptr);
     EXPECT_TRUE(marks.add(objectAt(0), 7).isNew);
     const Marks::Added again = marks.add(objectAt(0), 9);
     EXPECT_FALSE(again.isNew);
@@ -34,7 +34,7 @@ TEST(PointerMarks, Many_AreKeptApart) {
         EXPECT_TRUE(marks.add(objectAt(i), static_cast<i64>(i)).isNew);
     for (u64 i = 0; i < kCount; ++i)
         EXPECT_EQ(marks.add(objectAt(i), -1).value, static_cast<i64>(i));
-    EXPECT_FALSE(marks.contains(objectAt(kCount)));
+    EXPECT_EQ(marks.find(objectAt(kCount)), nullptr);
     EXPECT_EQ(marks.size(), kCount);
 }
 

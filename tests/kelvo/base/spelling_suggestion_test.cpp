@@ -29,6 +29,7 @@ const NearCase kNear[] = {
     {"Reall", "Real", "a letter added"},
     {"Rael", "Real", "letters exchanged"},
     {"REAL", "Real", "the other case"},
+    {"Roil", "", "two letters replaced side by side"},
     {"Aray", "Array", "a letter left out"},
     {"chidlern", "children", "two edits in a long name"},
     {"chidlr", "", "more edits than its length bears"},

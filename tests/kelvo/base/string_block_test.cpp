@@ -72,6 +72,14 @@ TEST(StringBlock, TextBeyondTheRoom_DoesNotLieBehindTheLast) {
     EXPECT_EQ(beyond, text.c_str());
 }
 
+TEST(StringBlock, TextBeyondTheCount_DoesNotLieBehindTheLast) {
+    StringBlock roomy(2, 200), full(1, 200);
+    const String first = roomy.add("abc"), second = roomy.add("abc");
+    const String last = full.add("abc"), beyond = full.add("abc");
+    EXPECT_NE(beyond.buf() - last.buf(), second.buf() - first.buf());
+    EXPECT_EQ(beyond, "abc");
+}
+
 TEST(StringBlock, TextsOfEveryLength_AreAligned) {
     StringBlock block(100, 5050);
     std::vector<String> texts;

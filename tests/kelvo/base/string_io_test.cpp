@@ -10,6 +10,8 @@
 #include <string>
 #include <utility>
 
+#include <malloc.h>
+
 using namespace qv;
 
 namespace {
@@ -189,6 +191,14 @@ TEST(StringIO, Take_OfAFullSink_KeepsItsStorage) {
     io.appendRepeated('x', 1000);
     const char* const buf = io.buf();
     EXPECT_EQ(io.take().buf(), buf);
+}
+
+TEST(StringIO, Take_OfAnAlmostEmptySink_ReturnsTheRest) {
+    StringIO io;
+    io.reserve(100'000);
+    io.append("short");
+    const String text = io.take();
+    EXPECT_LT(malloc_usable_size(const_cast<char*>(text.buf()) - StringBuffer::headerSize), 1000u);
 }
 
 TEST(StringIO, Reserve_MakesRoomOnce) {

@@ -108,6 +108,7 @@ TEST_F(SceneResult, Hierarchy_ThatIsRefused_SaysWhy) {
     EXPECT_EQ(m_lamp.unparentFrom(room).message(), "Node 'lamp' is no child of node 'room'.");
     const Node far = Scene::create().createNode("mesh", "moon");
     EXPECT_EQ(far.parentTo(Node()).message(), "There is no parent: the handle is empty.");
+    EXPECT_EQ(far.unparentFrom(Node()).message(), "There is no parent: the handle is empty.");
 }
 
 TEST_F(SceneResult, Path_ThatIsRefused_SaysWhy) {

@@ -46,6 +46,8 @@ void Input::exchangeStash(std::unique_ptr<Stash>& other, Only<StashChange> /*key
 
 void Input::exchangeSource(Output* output, u64 rank, Only<SourceChange> /*key*/) {
     const RefersTo<Output> before(sourceOutput());
+    // A removal that fails may be taken back before it has ended this connection.
+    if (before.get() == output) return;
     setSource(output, rank);
     if (m_node) m_node->onInputConnected(this, before.get(), output);
 }

@@ -112,12 +112,14 @@ Input* Output::takeLastTarget(Only<Input, Output> /*key*/) noexcept {
     return m_targets.takeLast();
 }
 
-// Observers may connect inputs again while they are notified.
+// A notification is never lost: if memory runs out afterwards, its opposite follows. Without memory
+// to hold it back, observers are notified within the loop and may connect inputs again, so that the
+// loop counts.
 void Output::disconnectTargets(bool isRecorded) {
     if (m_targets.empty()) return;
-    DeferredNotifications deferred;
-    while (Input* input = m_targets.at(m_targets.size() - 1))
-        input->endSource(*this, isRecorded, {});
+    DeferredNotifications deferred(DeferredNotifications::Kind::Certain);
+    for (u64 left = m_targets.size(); left > 0 && !m_targets.empty(); --left)
+        m_targets.at(m_targets.size() - 1)->endSource(*this, isRecorded, {});
     deferred.release();
 }
 

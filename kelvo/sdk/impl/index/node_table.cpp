@@ -58,7 +58,7 @@ void NodeTable::move(const String& name, u64 to) {
 }
 
 NodeNumber NodeTable::add(const String& name, Node* node, u64 index) {
-    const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node, 0, noNumber});
+    const auto [entry, isNew] = m_byName.try_emplace(name, Entry{node});
     NodeNumber& number = entry->second.number;
     try {
         number = m_graph.claim();

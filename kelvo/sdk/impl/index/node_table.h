@@ -83,8 +83,8 @@ private:
 
     struct Entry {
         Node* node;
-        u64 slot;
-        NodeNumber number;
+        u64 slot = noIndex;
+        NodeNumber number = noNumber;
     };
     struct FoldedHash {
         using is_transparent = void;

@@ -5,13 +5,13 @@
 namespace qv::kelvo_sdk::impl {
 
 void NetChanges::nodeRenamed(INode* node, const String& before) {
-    NodeEvents& events = eventsOf(m_nodes, node);
+    NodeEvents& events = eventsOf(node);
     if (!events.isRenamed) events.nameBefore = before;
     events.isRenamed = true;
 }
 
 void NetChanges::inputChanged(const IInput* input, const AttrData* previous) {
-    InputEvents& events = eventsOf(m_inputs, input);
+    InputEvents& events = eventsOf(input);
     if (events.isChanged) return;
     events.isChanged = true;
     if (!previous) return;
@@ -21,19 +21,19 @@ void NetChanges::inputChanged(const IInput* input, const AttrData* previous) {
 }
 
 void NetChanges::inputConnected(const IInput* input, const IOutput* before) {
-    InputEvents& events = eventsOf(m_inputs, input);
+    InputEvents& events = eventsOf(input);
     if (!events.isConnected) events.sourceBefore = RefersTo<IOutput>(const_cast<IOutput*>(before));
     events.isConnected = true;
 }
 
 void NetChanges::inputRenamed(const IInput* input, const String& before) {
-    InputEvents& events = eventsOf(m_inputs, input);
+    InputEvents& events = eventsOf(input);
     if (!events.isRenamed) events.nameBefore = before;
     events.isRenamed = true;
 }
 
 void NetChanges::nodeMoved(INode* node) {
-    eventsOf(m_nodes, node).isMoved = true;
+    eventsOf(node).isMoved = true;
 }
 
 namespace {
@@ -45,29 +45,33 @@ void makeRoom(List& list, u64 count) {
 
 } // namespace
 
-void NetChanges::expect(const INode* node) {
-    m_nodes.at(node);
-    const u64 count = m_nodes.order.size();
+NetChanges::NodeEvents& NetChanges::entryOf(const INode* node) {
+    if (NodeEvents* known = m_nodes.find(node)) return *known;
+    const u64 count = m_nodes.order.size() + 1;
     makeRoom(m_net.addedNodes, count);
     makeRoom(m_net.removedNodes, count);
     makeRoom(m_net.renamedNodes, count);
     makeRoom(m_net.movedNodes, count);
+    return m_nodes.add(node);
 }
 
-void NetChanges::expect(const IInput* input) {
-    m_inputs.at(input);
-    const u64 count = m_inputs.order.size();
+NetChanges::InputEvents& NetChanges::entryOf(const IInput* input) {
+    if (InputEvents* known = m_inputs.find(input)) return *known;
+    const u64 count = m_inputs.order.size() + 1;
     makeRoom(m_net.addedInputs, count);
     makeRoom(m_net.removedInputs, count);
     makeRoom(m_net.changedInputs, count);
     makeRoom(m_net.connectedInputs, count);
     makeRoom(m_net.renamedInputs, count);
+    return m_inputs.add(input);
 }
 
-void NetChanges::expect(const IOutput* output) {
-    m_outputs.at(output);
-    makeRoom(m_net.addedOutputs, m_outputs.order.size());
-    makeRoom(m_net.removedOutputs, m_outputs.order.size());
+NetChanges::OutputEvents& NetChanges::entryOf(const IOutput* output) {
+    if (OutputEvents* known = m_outputs.find(output)) return *known;
+    const u64 count = m_outputs.order.size() + 1;
+    makeRoom(m_net.addedOutputs, count);
+    makeRoom(m_net.removedOutputs, count);
+    return m_outputs.add(output);
 }
 
 bool NetChanges::cameOrWent(const INode* node) const {

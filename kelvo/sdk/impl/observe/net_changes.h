@@ -16,26 +16,27 @@ namespace qv::kelvo_sdk::impl {
 /// alive.
 class NetChanges {
 public:
-    void nodeAdded(INode* node) { noteList(m_nodes, node, true); }
-    void nodeRemoved(INode* node) { noteList(m_nodes, node, false); }
+    void nodeAdded(INode* node) { noteList(node, true); }
+    void nodeRemoved(INode* node) { noteList(node, false); }
     void nodeRenamed(INode* node, const String& before);
     void nodeMoved(INode* node);
-    void inputAdded(const IInput* input) { noteList(m_inputs, input, true); }
-    void inputRemoved(const IInput* input) { noteList(m_inputs, input, false); }
+    void inputAdded(const IInput* input) { noteList(input, true); }
+    void inputRemoved(const IInput* input) { noteList(input, false); }
     void inputChanged(const IInput* input, const AttrData* previous);
     void inputConnected(const IInput* input, const IOutput* before);
     void inputRenamed(const IInput* input, const String& before);
-    void outputAdded(const IOutput* output) { noteList(m_outputs, output, true); }
-    void outputRemoved(const IOutput* output) { noteList(m_outputs, output, false); }
+    void outputAdded(const IOutput* output) { noteList(output, true); }
+    void outputRemoved(const IOutput* output) { noteList(output, false); }
 
     [[nodiscard]] bool empty() const noexcept {
         return m_nodes.order.empty() && m_inputs.order.empty() && m_outputs.order.empty();
     }
-    /// Allocates room for the next event of an object, so that noting it cannot fail. Objects
+    /// Allocates room for all events of an object, so that noting them cannot fail. Objects
     /// without an event are left out of the net changes.
-    void expect(const INode* node);
-    void expect(const IInput* input);
-    void expect(const IOutput* output);
+    template<typename Thing>
+    void expect(const Thing* thing) {
+        static_cast<void>(entryOf(thing));
+    }
 
     /// Returns the changes; valid until this is destroyed or notes another event. Allocates
     /// nothing.
@@ -75,10 +76,13 @@ private:
     };
     template<typename Thing, typename Events>
     struct Table {
-        Events& at(const Thing* thing) {
+        Events* find(const Thing* thing) {
+            const auto place = index.find(thing);
+            return place == index.end() ? nullptr : &order[place->second];
+        }
+        Events& add(const Thing* thing) {
             if (order.size() == order.capacity()) order.reserve(2 * order.size() + 4);
-            const auto [place, isNew] = index.try_emplace(thing, order.size());
-            if (!isNew) return order[place->second];
+            index.try_emplace(thing, order.size());
             Events& events = order.emplace_back();
             events.held = RefersTo<Thing>(const_cast<Thing*>(thing));
             return events;
@@ -94,18 +98,22 @@ private:
             events.node = RefersTo<INode>(thing->node());
     }
 
-    template<typename Things, typename Thing>
-    auto& eventsOf(Things& things, const Thing* thing) {
-        expect(thing);
-        auto& events = things.at(thing);
+    // Return the events of an object. The lists have room for it once it has an entry, so that
+    // nothing is allocated for an object that is known.
+    NodeEvents& entryOf(const INode* node);
+    InputEvents& entryOf(const IInput* input);
+    OutputEvents& entryOf(const IOutput* output);
+
+    template<typename Thing>
+    auto& eventsOf(const Thing* thing) {
+        auto& events = entryOf(thing);
         if (!std::exchange(events.hasEvent, true)) noteOwner(events, thing);
         return events;
     }
 
-    template<typename Things, typename Thing>
-    void noteList(Things& things, const Thing* thing, bool isIn) {
-        expect(thing);
-        auto& events = things.at(thing);
+    template<typename Thing>
+    void noteList(const Thing* thing, bool isIn) {
+        auto& events = entryOf(thing);
         if (!std::exchange(events.hasEvent, true)) {
             events.wasIn = !isIn;
             noteOwner(events, thing);

@@ -1,5 +1,6 @@
 // Evaluations that are long, deep or endless, on a stack of half a megabyte.
 
+#include "kelvo/sdk/buffer_result.h"
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
@@ -13,6 +14,8 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -60,6 +63,16 @@ bool fail(EvalCtx*, void*) {
     return false;
 }
 
+// Removes the nodes in `doomed` from their scene, which drops the last references to them.
+std::vector<INode*> doomed;
+
+bool removeDoomed(EvalCtx* ctx, void* out) {
+    *static_cast<double*>(out) = 1;
+    for (INode* node : std::exchange(doomed, {}))
+        ctx->node()->scene()->removeNode(node);
+    return true;
+}
+
 bool modifies(INode*, INode*) {
     return false;
 }
@@ -74,6 +87,7 @@ protected:
         define("silentAsker", askLinked<false>);
         define("elser", askOrElse);
         define("failer", fail);
+        define("remover", removeDoomed);
     }
 
     void define(const char* type, interfaces::NodeEvalFn eval) {
@@ -154,6 +168,19 @@ TEST_F(OutputEvalTest, LongChainThatFailsAtItsStart_FailsWithoutALine) {
     EXPECT_EQ(log.text(), "");
 }
 
+// The first node is evaluated ahead of the others, while these wait for their turn.
+TEST_F(OutputEvalTest, LongChainWhoseStartRemovesWaitingNodes_GoesOnBehindThem) {
+    Node* first = makeNode("remover");
+    Node* cut = makeChain("adder", 11, first);
+    const Node* last = makeChain("adder", 3000, cut);
+    for (auto* node = cut; node != first;
+         node = static_cast<Node*>(node->input(String("in"))->source()->node()))
+        doomed.push_back(node);
+    EXPECT_EQ(evaluate(last), 2999);
+    EXPECT_EQ(asked, 2999);
+    EXPECT_EQ(m_scene->nodeCount(), 3000u);
+}
+
 TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {
     EXPECT_EQ(evaluate(makeChain("asker", 100)), 100);
 }
@@ -169,8 +196,18 @@ TEST_F(OutputEvalTest, LinksTooDeep_CostOneLine) {
     EXPECT_EQ(evaluate(last), -1);
     const std::string text = log.text();
     EXPECT_EQ(text.find("error: Cannot evaluate 'n"), 0u) << text;
-    EXPECT_NE(text.find("evaluations wait for it, and there is no stack for more."), text.npos);
+    // Each evaluation but the refused one has called its callback.
+    const std::string waiting = ": " + std::to_string(asked) + " evaluations wait for it, and ";
+    EXPECT_NE(text.find(waiting + "there is no stack for more."), text.npos) << text;
     EXPECT_EQ(std::ranges::count(text, '\n'), 1);
+}
+
+TEST_F(OutputEvalTest, BufferResultOfAnotherElementType_IsRefused) {
+    Buffer result(DataType::Float, 0);
+    const i32 number = 1;
+    const Result isSet = setBufferResult(&result, {DataType::Int32, &number, 1});
+    EXPECT_EQ(isSet.message(), "The output takes elements of type Float, not Int32.");
+    EXPECT_EQ(result.count(), 0u);
 }
 
 TEST_F(OutputEvalTest, LinkToItself_IsEndless) {

@@ -39,6 +39,21 @@ TEST_F(NodeHierarchy, Children_GoDownToTheDepthAsked) {
     EXPECT_EQ(children(d, -1), "");
 }
 
+// The shorter way to B leaves a level more for the nodes below it.
+TEST_F(NodeHierarchy, ChildrenCountedFromAGreatDepth_AreFoundOnTheShorterWay) {
+    Node *root = make("R"), *a = make("A"), *b = make("B"), *c = make("C"), *d = make("D");
+    link(root, a);
+    link(a, b);
+    link(b, c);
+    link(c, d);
+    link(root, b);
+    constexpr i64 top = i64(1) << 40;
+    ds::Vector<INode*> found;
+    getChildren(root->lookUpInput(String("children")), top, top + 2, found);
+    EXPECT_EQ(found.size(), 4u);
+    EXPECT_TRUE(found.contains(d));
+}
+
 TEST_F(NodeHierarchy, ChildrenOfAnotherType_AreNone) {
     Node *mesh = make("M", "mesh"), *root = make("R"), *leaf = make("L");
     link(mesh, leaf);

@@ -143,6 +143,14 @@ TEST_F(SceneCommentsOfANode, RedoneRemoval_TakesTheCommentsAlongAgain) {
     EXPECT_TRUE(m_comments.empty());
 }
 
+TEST_F(SceneCommentsOfANode, Conversion_LeavesNoneWithTheNodeBefore) {
+    const RefersTo<Node> before(m_node);
+    m_comments.set(m_node, trailing("# node"));
+    const INode* after = m_node->convertTo("xform");
+    ASSERT_NE(m_comments.find(after), nullptr);
+    EXPECT_EQ(m_comments.find(before.get()), nullptr);
+}
+
 TEST_F(SceneCommentsOfANode, RemoveObject_TakesItsMembersCommentsAlong) {
     IInput* object = m_node->createInput("object", AttrType::Object);
     IInput* inner = object->createInput("inner", AttrType::Object);

@@ -148,6 +148,20 @@ node lamp "a" {
     EXPECT_EQ(valueOf("a.count"), "0");
 }
 
+TEST_F(SceneCopies, ConnectionsThatDoNotFit_AreReportedWithBothEnds) {
+    read(R"(kelvo scene 1
+node bare "a" {
+    output Rgba color
+}
+node lamp "b" {
+    String count = "3" <- a.color
+}
+)");
+    EXPECT_EQ(convert("b", "spot"),
+              "b.count was connected to 'a.color' (Rgba), which does not convert to Int\n");
+    EXPECT_EQ(m_converted["count"].source(), kelvo_sdk::Output());
+}
+
 TEST_F(SceneCopies, Buffers_AreKeptWhenTheyAreOfTheDeclaredElementType) {
     read(R"(kelvo scene 1
 node bare "a" {
