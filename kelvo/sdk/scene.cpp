@@ -43,7 +43,7 @@ private:
     u64 m_depth = 0;
     // Tells whether an exception that leaves the scope cancels the edit.
     bool m_isTakenBack;
-    int m_exceptions = std::uncaught_exceptions();
+    int m_exceptions = m_isTakenBack ? std::uncaught_exceptions() : 0;
 };
 
 } // namespace

@@ -135,9 +135,10 @@ void SourceChange::swap(Scene& /*scene*/) {
 // A client with a handle may have removed the output from a node outside the scene, or added the
 // node to another scene.
 void SourceChange::settle() {
-    const Output* source = input().sourceOutput();
-    if (source && (!source->node() || isBarred(input(), source->node())))
-        input().exchangeSource(nullptr, noIndex, {});
+    Output* const source = input().sourceOutput();
+    if (!source || (source->node() && !isBarred(input(), source->node()))) return;
+    const RefersTo<Output> held(source);
+    input().exchangeSource(nullptr, noIndex, {});
 }
 
 String SourceChange::text() const {
@@ -158,8 +159,8 @@ String ElementMove::text() const {
     return "Move an element of " + subject();
 }
 
-InputListChange::InputListChange(Input& input, Node* node, Input* parent, u64 index, bool isIn)
-    : InputChange(input), m_owner(node), m_parent(parent), m_index(index), m_isIn(isIn) {}
+InputListChange::InputListChange(Input& input, Input* parent, u64 index, bool isIn)
+    : InputChange(input), m_parent(parent), m_index(index), m_isIn(isIn) {}
 
 void InputListChange::takeComments(SceneComments& from) {
     m_comments = from.take(&input());
@@ -174,42 +175,42 @@ void InputListChange::swap(Scene& scene) {
 // A removed node may have been changed through a handle: returns false when the change does not fit
 // any more. An input whose removal is not complete still has its node.
 bool InputListChange::putIn(Scene& scene) {
-    if (m_parent && m_parent->node() != m_owner.get()) return false;
-    const auto& list = m_parent ? m_parent->members() : m_owner->inputs();
-    const INode* node = input().node();
-    if (node && (node != m_owner.get() || list.contains(&input()))) return false;
+    if (m_parent && m_parent->node() != node()) return false;
+    const auto& list = m_parent ? m_parent->members() : node()->inputs();
+    const INode* present = input().node();
+    if (present && (present != node() || list.contains(&input()))) return false;
     RefersTo<Input> entering(&input());
     if (m_parent)
         m_parent->putMember(std::move(entering), std::min(m_index, m_parent->inputCount()), {});
     else
-        m_owner->put(std::move(entering), m_index, {});
-    input().entered(m_owner.get(), m_parent.get(), {});
+        node()->put(std::move(entering), m_index, {});
+    input().entered(node(), m_parent.get(), {});
     scene.comments().putBack(std::move(m_comments));
-    m_owner->onInputAdded(&input());
+    node()->onInputAdded(&input());
     // Silent inputs cause no notification, but modifiers may write to them.
-    if (input().isSilent()) scene.applyModifiers(m_owner.get());
+    if (input().isSilent()) scene.applyModifiers(node());
     return true;
 }
 
 bool InputListChange::takeOut(Scene& scene) {
-    if (input().node() != m_owner.get()) return false;
+    if (input().node() != node()) return false;
     keepComments([&] { takeComments(scene.comments()); });
     if (m_parent)
         m_parent->takeMember(&input(), {});
     else
-        m_owner->takeInput(indexInList<IInput>(m_owner->inputs(), &input()), {});
+        node()->takeInput(indexInList<IInput>(node()->inputs(), &input()), {});
     // Takes over the reference of the list.
-    const auto leaving = RefersTo<Input>::adopt(&input());
+    auto leaving = RefersTo<Input>::adopt(&input());
     leaving->showOwnValues({});
-    m_owner->onInputRemoved(&input());
-    afterNotifications([leaving] { leaving->left({}); });
+    node()->onInputRemoved(&input());
+    afterNotifications([leaving = std::move(leaving)] { leaving->left({}); });
     return true;
 }
 
 String InputListChange::subject() const {
     String path = input().path();
     if (input().node()) return path;
-    const String parent = m_parent ? m_parent->path() : m_owner->name();
+    const String parent = m_parent ? m_parent->path() : node()->name();
     return path.view().starts_with('[') || path.view().starts_with('.') ? parent + path
                                                                         : parent + "." + path;
 }

@@ -114,8 +114,9 @@ private:
 /// An input was added to the list of a node or of another input, or removed from it.
 class InputListChange final : public InputChange {
 public:
-    /// `isIn` tells whether the change adds the input; `index` is its position in the list.
-    InputListChange(Input& input, Node* node, Input* parent, u64 index, bool isIn);
+    /// `isIn` tells whether the change adds the input; `index` is its position in the list. Needs
+    /// an input with a node.
+    InputListChange(Input& input, Input* parent, u64 index, bool isIn);
     void swap(Scene& scene) override;
     /// Call before the removal that this records: keeps the comments of the input.
     void takeComments(SceneComments& from);
@@ -128,7 +129,6 @@ private:
     [[nodiscard]] bool putIn(Scene& scene);
     [[nodiscard]] bool takeOut(Scene& scene);
 
-    RefersTo<Node> m_owner;
     // Null at the top level.
     RefersTo<Input> m_parent;
     u64 m_index;

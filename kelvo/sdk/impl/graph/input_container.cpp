@@ -91,7 +91,7 @@ IInput* Input::addAndTell(RefersTo<Input> member, u64 index) {
     const RefersTo<Node> node(isHeld ? m_node : nullptr);
     {
         EditStep step(m_node);
-        step.prepare<InputListChange>(*member, m_node, this, index, true);
+        step.prepare<InputListChange>(*member, this, index, true);
         expectNotification(m_node, static_cast<const IInput*>(member.get()));
         putMember(member, index, {});
         step.commit();
@@ -366,7 +366,7 @@ void Input::takeOff(Input& removed, bool recordsTies, const PlaceOf& placeOf) {
     Departure departing(removed);
     expectNotification(held.get(), static_cast<const IInput*>(&removed));
     if (step.isRecording()) {
-        auto* change = step.prepare<InputListChange>(removed, held.get(), this, placeOf(), false);
+        auto* change = step.prepare<InputListChange>(removed, this, placeOf(), false);
         change->takeComments(step.scene().comments());
     }
     departing.dropComments();

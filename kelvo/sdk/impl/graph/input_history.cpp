@@ -44,12 +44,13 @@ void Input::exchangeStash(std::unique_ptr<Stash>& other, Only<StashChange> /*key
     if (kept) linkStash();
 }
 
+// The caller keeps the earlier source alive, which the notification names.
 void Input::exchangeSource(Output* output, u64 rank, Only<SourceChange> /*key*/) {
-    const RefersTo<Output> before(sourceOutput());
+    Output* const before = sourceOutput();
     // A removal that fails may be taken back before it has ended this connection.
-    if (before.get() == output) return;
+    if (before == output) return;
     setSource(output, rank);
-    if (m_node) m_node->onInputConnected(this, before.get(), output);
+    if (m_node) m_node->onInputConnected(this, before, output);
 }
 
 u64 Input::sourceRank() const noexcept {

@@ -86,9 +86,9 @@ void OutputListChange::swap(Scene& scene) {
     keepComments([&] { takeComments(scene.comments()); });
     m_node->takeOutput(indexInList<IOutput>(m_node->outputs(), m_output.get()), {});
     // Takes over the reference of the list.
-    const auto leaving = RefersTo<Output>::adopt(m_output.get());
+    auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
-    afterNotifications([leaving] { leaving->clearNode({}); });
+    afterNotifications([leaving = std::move(leaving)] { leaving->clearNode({}); });
 }
 
 u64 OutputListChange::bytes() const {

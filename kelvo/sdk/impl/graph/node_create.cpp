@@ -147,7 +147,7 @@ IInput* Node::addInput(Input* input) {
     auto created = RefersTo<Input>::adopt(input);
     {
         EditStep step(this);
-        step.prepare<InputListChange>(*input, this, nullptr, m_inputs.size(), true);
+        step.prepare<InputListChange>(*input, nullptr, m_inputs.size(), true);
         expectNotification(this, static_cast<const IInput*>(input));
         appendToList(m_inputs, input);
         leadsChanged();

@@ -73,7 +73,7 @@ bool Node::hasReceivers() const noexcept {
 // A history that records drops old steps, whose destruction may call back.
 bool mayCallBack(const Node& node) noexcept {
     auto* scene = sceneOf(node.liveScene());
-    return scene && (scene->hasReceivers() || scene->history().isRecording());
+    return scene && (scene->history().isRecording() || scene->hasReceivers());
 }
 
 bool Node::isUnnotified(const Input& input) const noexcept {

@@ -73,7 +73,7 @@ bool Node::removeFoundInput(IInput* input) {
     Departure departing(*removed);
     expectNotification(this, input);
     if (step.isRecording())
-        step.prepare<InputListChange>(*removed, this, nullptr, index, false)
+        step.prepare<InputListChange>(*removed, nullptr, index, false)
             ->takeComments(step.scene().comments());
     departing.dropComments();
     markDirty();

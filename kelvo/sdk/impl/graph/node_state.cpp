@@ -132,7 +132,8 @@ void findDeps(IInput* input, ds::Vector<INode*>& out, bool downstream) {
 namespace {
 
 // Outside of scenes, asks each node by its virtual function, which a derived class may override.
-bool dependsOnDirty(const Node& node) {
+// Not inlined, so that queries which the flag answers need no stack frame for the walk.
+[[gnu::noinline]] bool dependsOnDirty(const Node& node) {
     if (sceneAround(node))
         return finds(node, [&](const Node& each) { return &each != &node && each.isDirty(); });
     const auto nodes = RefersTo<NodeIterator>::adopt(node.dependencies(false, false));

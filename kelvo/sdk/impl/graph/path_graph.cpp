@@ -11,7 +11,7 @@ bool PathGoal::isMetBy(const Node& node) const {
 
 PathGraph::Number PathGraph::numberOf(INode* node) {
     const Node& known = *implOf(node);
-    if (m_spots.empty()) {
+    if (m_known.empty()) {
         m_reader = GraphReader(&known);
         if (m_reader.graph()) m_pages.resize(m_reader.graph()->end() / pageSize + 1);
     }
@@ -29,20 +29,20 @@ PathGraph::Number& PathGraph::placeOf(Spot spot) {
 PathGraph::Number PathGraph::numberOf(Spot spot) {
     Number& place = placeOf(spot);
     if (place == 0) {
-        m_spots.push_back(spot);
-        m_listedBy.push_back(0);
-        place = static_cast<Number>(m_spots.size());
+        m_known.push_back({spot, &m_reader.nodeAt(spot)});
+        place = static_cast<Number>(m_known.size());
     }
     return place - 1;
 }
 
 void PathGraph::listFollowers(Number number, std::vector<Number>& out) {
-    const Spot from = m_spots[number];
-    if (&m_reader.nodeAt(from) == m_target) return;
+    const Known from = m_known[number];
+    if (from.node == m_target) return;
     ++m_listings;
-    m_reader.forEachLead(from, m_kind, [&](Spot next, bool) {
+    m_reader.forEachLead(from.spot, m_kind, [&](Spot next, bool) {
         const Number follower = numberOf(next);
-        if (std::exchange(m_listedBy[follower], m_listings) != m_listings) out.push_back(follower);
+        if (std::exchange(m_known[follower].listing, m_listings) != m_listings)
+            out.push_back(follower);
     });
 }
 

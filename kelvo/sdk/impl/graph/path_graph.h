@@ -33,11 +33,9 @@ public:
 
     /// Returns the number of a node. The first call must be for the start.
     [[nodiscard]] Number numberOf(INode* node);
-    [[nodiscard]] Node& node(Number number) const noexcept {
-        return m_reader.nodeAt(m_spots[number]);
-    }
+    [[nodiscard]] Node& node(Number number) const noexcept { return *m_known[number].node; }
     /// Returns how many nodes have a number.
-    [[nodiscard]] u64 size() const noexcept { return m_spots.size(); }
+    [[nodiscard]] u64 size() const noexcept { return m_known.size(); }
     /// Appends the followers of a node, which are the nodes that it leads to, in the order of the
     /// inputs, each once.
     void listFollowers(Number number, std::vector<Number>& out);
@@ -45,6 +43,15 @@ public:
 private:
     [[nodiscard]] Number numberOf(Spot spot);
     [[nodiscard]] Number& placeOf(Spot spot);
+
+    // A node with a number. Has the pointer as well, because a search for many paths asks for the
+    // same nodes again and again.
+    struct Known {
+        Spot spot;
+        Node* node;
+        // The last call of `listFollowers` that listed it.
+        u64 listing = 0;
+    };
 
     static constexpr u64 pageSize = 1024;
     using Page = std::array<Number, pageSize>;
@@ -56,8 +63,7 @@ private:
     // Maps numbers in the scene to numbers here plus 1, 0 for none; pages without entries are null.
     std::vector<std::unique_ptr<Page>> m_pages;
     std::unordered_map<const Node*, Number> m_others;
-    std::vector<Spot> m_spots;
-    std::vector<u64> m_listedBy;
+    std::vector<Known> m_known;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -4,6 +4,7 @@
 
 #include "kelvo/base/walk_all.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -35,9 +36,9 @@ bool PathSearch::next() {
 
 ds::Vector<INode*> PathSearch::path() const {
     ds::Vector<INode*> nodes;
-    nodes.reserve(m_steps.size());
-    for (const Step& step : m_steps)
-        nodes.push_back(&m_graph.node(step.node));
+    nodes.resize(m_steps.size());
+    std::ranges::transform(m_steps, nodes.begin(),
+                           [this](const Step& step) { return &m_graph.node(step.node); });
     return nodes;
 }
 
@@ -72,8 +73,8 @@ void PathSearch::waitForFollowers(Number node, u64 first) {
 
 // Starts to record waiting nodes, and adds those that were barred before the first path.
 void PathSearch::rememberWaiting() {
-    m_remembersWaiting = true;
     m_waiting.resize(m_graph.size());
+    m_remembersWaiting = true;
     const u64 end = m_followers.size();
     for (Number node = 0; node < m_states.size(); ++node) {
         if (!m_states[node].isBarred) continue;
@@ -84,11 +85,12 @@ void PathSearch::rememberWaiting() {
 }
 
 // Frees the node and the nodes that were barred because of it. Nodes on the path are freed or
-// barred when they leave it.
+// barred when they leave it. Usually no node waits, so a walk would allocate memory for nothing.
 void PathSearch::free(Number node) {
+    m_states[node].isBarred = false;
+    if (!m_remembersWaiting || m_waiting[node].empty()) return;
     walkAll(node, [this](Number next, const auto& add) {
         m_states[next].isBarred = false;
-        if (!m_remembersWaiting) return;
         for (const Number waiting : m_waiting[next])
             if (m_states[waiting].isBarred) add(waiting);
     });
@@ -97,8 +99,9 @@ void PathSearch::free(Number node) {
 // Also makes the states of nodes that are reached for the first time.
 void PathSearch::listFollowers(Number node) {
     m_graph.listFollowers(node, m_followers);
-    m_states.resize(m_graph.size());
+    if (m_states.size() == m_graph.size()) return;
     if (m_remembersWaiting) m_waiting.resize(m_graph.size());
+    m_states.resize(m_graph.size());
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -67,8 +67,8 @@ bool Scene::hasReceivers() const noexcept {
 }
 
 bool Scene::isQuiet() const noexcept {
-    return !hasObservers() && !hasInputFollowers() && m_beingMade.empty() &&
-           !m_history.isRecording() && !isDerived(*this);
+    return !m_history.isRecording() && !hasObservers() && !hasInputFollowers() &&
+           m_beingMade.empty() && !isDerived(*this);
 }
 
 bool Scene::subscribe(SceneObserver* observer) {

@@ -2,7 +2,9 @@
 
 #include "kelvo/base/ref_counted.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -20,6 +22,10 @@ public:
     Survivors(const Survivors& other) noexcept : m_isHolding(other.m_isHolding) {
         for (u32 i = 0; i < other.m_count; ++i)
             keep(other.m_held[i]);
+    }
+    Survivors(Survivors&& other) noexcept
+        : m_count(std::exchange(other.m_count, 0)), m_isHolding(other.m_isHolding) {
+        std::copy_n(other.m_held.begin(), m_count, m_held.begin());
     }
     Survivors& operator=(const Survivors&) = delete;
     ~Survivors() {

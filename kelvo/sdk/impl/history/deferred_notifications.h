@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -70,9 +71,11 @@ public:
     [[nodiscard]] static DeferredNotifications* current() noexcept { return s_current; }
     [[nodiscard]] bool isMuted() const noexcept { return m_kind == Kind::Muted; }
 
-    /// Allocates the notification that makes `call`; `add` then cannot fail.
+    /// Allocates the notification that makes `call`; `add` then cannot fail. Without memory, leaves
+    /// `call` as it was.
     template<typename Call>
-    [[nodiscard]] static std::unique_ptr<Notification> make(Call call) {
+    [[nodiscard]] static std::unique_ptr<Notification> make(Call&& call) {
+        static_assert(std::is_nothrow_move_constructible_v<Call> && !std::is_reference_v<Call>);
         return std::make_unique<NotificationOf<Call>>(std::move(call));
     }
     void add(std::unique_ptr<Notification> notification) noexcept;
@@ -81,7 +84,7 @@ public:
         if (isMuted()) return;
         std::unique_ptr<Notification> notification;
         try {
-            notification = make(call);
+            notification = make(std::move(call));
         } catch (const std::bad_alloc&) {
             if (m_kind == Kind::Strict) throw;
             return deliverNow(call);
@@ -107,7 +110,7 @@ private:
     template<typename Call>
     class NotificationOf final : public Notification {
     public:
-        explicit NotificationOf(Call call) : m_call(std::move(call)) {}
+        explicit NotificationOf(Call&& call) noexcept : m_call(std::move(call)) {}
         void deliver() override { m_call(); }
 
     private:

@@ -103,7 +103,7 @@ TEST_F(InputHistory, SwappedSource_WithNone_Disconnects) {
 TEST_F(InputHistory, SwappedAddition_TakesNodeAndParentFromAllPartsOfTheInput) {
     auto& object = create("object", AttrType::Object);
     auto& member = static_cast<Input&>(*object.createInput("member", AttrType::Int));
-    InputListChange change(object, m_node, nullptr, m_node->inputCount() - 1, true);
+    InputListChange change(object, nullptr, m_node->inputCount() - 1, true);
     change.swap(*m_scene);
     EXPECT_EQ(object.node(), nullptr);
     EXPECT_EQ(member.node(), nullptr);

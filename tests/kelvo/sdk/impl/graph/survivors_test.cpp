@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -41,6 +42,19 @@ TEST_F(Survival, Copies_HoldTheSame) {
     first.reset();
     EXPECT_EQ(one->refCount(), 2);
     EXPECT_TRUE(copy.any());
+}
+
+TEST_F(Survival, Move_HandsTheReferencesOver) {
+    auto first = std::make_unique<Survivors>(one.get(), other.get());
+    {
+        const Survivors moved(std::move(*first));
+        EXPECT_EQ(one->refCount(), 2);
+        first.reset();
+        EXPECT_EQ(one->refCount(), 2);
+        EXPECT_TRUE(moved.any());
+    }
+    EXPECT_EQ(one->refCount(), 1);
+    EXPECT_EQ(other->refCount(), 1);
 }
 
 } // namespace
