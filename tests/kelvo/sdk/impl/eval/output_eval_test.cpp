@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -56,6 +57,19 @@ bool askOrElse(EvalCtx* ctx, void* out) {
     return true;
 }
 
+Node* doomed = nullptr;
+
+// Ends a node of the scene. Gives 1, or 2 when the output of that node still has a value.
+bool endDoomed(EvalCtx* ctx, void* out) {
+    *static_cast<double*>(out) = 1;
+    Node* node = std::exchange(doomed, nullptr);
+    if (!node) return true;
+    const RefersTo<Output> output(static_cast<Output*>(node->lookUpOutput(String("out"))));
+    ctx->node()->scene()->removeNode(node);
+    if (!output->evaluate(ctx).isNull()) *static_cast<double*>(out) = 2;
+    return true;
+}
+
 bool fail(EvalCtx*, void*) {
     return false;
 }
@@ -74,6 +88,7 @@ protected:
         define("silentAsker", askLinked<false>);
         define("elser", askOrElse);
         define("failer", fail);
+        define("ender", endDoomed);
     }
 
     void define(const char* type, interfaces::NodeEvalFn eval) {
@@ -152,6 +167,28 @@ TEST_F(OutputEvalTest, LongChainThatFailsAtItsStart_FailsWithoutALine) {
     const LogCapture log;
     EXPECT_EQ(evaluate(last), -1);
     EXPECT_EQ(log.text(), "");
+}
+
+// The ender is evaluated first, when the node that it ends waits for its turn.
+TEST_F(OutputEvalTest, LongChainThatLosesANode_IsEvaluatedFromTheNextOneOn) {
+    Node* first = makeNode("ender");
+    doomed = makeChain("adder", 1000, first);
+    const Node* last = makeChain("adder", 2001, doomed);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), 2000);
+    EXPECT_EQ(asked, 2998);
+    EXPECT_EQ(m_scene->nodeCount(), 2999u);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LongChainThatLosesAnEvaluatedNode_ForgetsItsResult) {
+    doomed = makeChain("adder", 1000);
+    Node* ender = makeNode("ender");
+    ender->input(String("in"))->connect(out(doomed));
+    const Node* last = makeChain("adder", 2000, ender);
+    EXPECT_EQ(evaluate(last), 2000);
+    EXPECT_EQ(asked, 2999);
+    EXPECT_EQ(m_scene->nodeCount(), 2999u);
 }
 
 TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {
