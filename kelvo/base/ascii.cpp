@@ -36,6 +36,7 @@ bool sameWords(const char* a, const char* b, u64 size) noexcept {
 
 bool equalsNoCase(std::string_view a, std::string_view b) noexcept {
     if (a.size() != b.size()) return false;
+    if (a.data() == b.data()) return true;
     if (a.size() >= 8) return sameWords<u64>(a.data(), b.data(), a.size());
     if (a.size() >= 4) return sameWords<u32>(a.data(), b.data(), a.size());
     return std::equal(a.begin(), a.end(), b.begin(),

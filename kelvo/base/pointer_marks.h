@@ -36,6 +36,9 @@ public:
         const Slot& slot = slotOf(object);
         return slot.object ? &slot.value : nullptr;
     }
+    [[nodiscard]] i64* find(const Object* object) {
+        return const_cast<i64*>(std::as_const(*this).find(object));
+    }
     [[nodiscard]] u64 size() const noexcept { return m_count; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace qv {
@@ -25,6 +26,14 @@ TEST(PointerMarks, First_IsNewAndKeepsItsValue) {
     again.value = 5;
     EXPECT_EQ(marks.add(objectAt(0), 0).value, 5);
     EXPECT_EQ(marks.size(), 1u);
+}
+
+TEST(PointerMarks, FoundValue_CanBeChanged) {
+    Marks marks;
+    EXPECT_EQ(marks.find(objectAt(0)), nullptr);
+    marks.add(objectAt(0), 7);
+    *marks.find(objectAt(0)) = 5;
+    EXPECT_EQ(*std::as_const(marks).find(objectAt(0)), 5);
 }
 
 TEST(PointerMarks, Many_AreKeptApart) {

@@ -1,13 +1,14 @@
 #include "kelvo/sdk/impl/eval/eval_stack.h"
 
 #include "kelvo/base/vector.h"
+#include "kelvo/sdk/interfaces/i_node.h"
 #include "kelvo/sdk/interfaces/i_output.h"
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-thread_local const EvalLevel* t_top = nullptr;
+thread_local EvalLevel* t_top = nullptr;
 thread_local u64 t_refusals = 0;
 
 // Uses the frame's address because sanitizers may place local variables outside of the stack.
@@ -17,7 +18,7 @@ const char* placeOnStack() noexcept {
 
 } // namespace
 
-EvalLevel::EvalLevel(const EvalCtx& frame) noexcept
+EvalLevel::EvalLevel(EvalCtx& frame) noexcept
     : m_frame(frame),
       m_below(t_top),
       m_place(placeOnStack()),
@@ -50,8 +51,18 @@ u64 EvalLevel::stackUsed() const noexcept {
     return static_cast<u64>(m_base > m_place ? m_base - m_place : m_place - m_base);
 }
 
-const EvalLevel* EvalLevel::nearest(const EvalLevel* from,
-                                    const interfaces::IOutput* output) noexcept {
+void EvalLevel::nodeLeft(const interfaces::IOutput& output, const String& nodeName) noexcept {
+    EvalLevel* level = nearest(t_top, &output);
+    for (; level; level = nearest(level->m_below, &output))
+        level->m_nodeName = nodeName;
+}
+
+String EvalLevel::nodeName() const {
+    const interfaces::INode* node = m_frame.output()->node();
+    return node ? node->name() : m_nodeName;
+}
+
+EvalLevel* EvalLevel::nearest(EvalLevel* from, const interfaces::IOutput* output) noexcept {
     while (from && from->m_frame.output() != output)
         from = from->m_below;
     return from;

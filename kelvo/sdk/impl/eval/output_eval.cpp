@@ -9,6 +9,7 @@
 #include "kelvo/sdk/impl/eval/eval_stack.h"
 #include "kelvo/sdk/impl/eval/upstream_evaluation.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/library_call.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/value/value_text.h"
@@ -47,45 +48,54 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
+bool callEval(const EvalLevel& level, void* out) {
+    // Evaluations upstream may have removed the output or changed the callback.
+    const auto* node = implOf(implOf(level.frame().output())->node());
+    const interfaces::NodeEvalFn eval = node ? node->evalCallback() : nullptr;
+    return eval &&
+           callLibrary(
+               "eval", [&] { return level.nodeName(); }, [&] { return eval(&level.frame(), out); });
+}
+
 // Calls the node's callback for a value of one C++ type.
 template<typename T>
-Value produce(EvalCtx& frame, T result) {
-    if (!frame.node()->nodeEval(&frame, &result)) return Value();
+Value produce(const EvalLevel& level, T result) {
+    if (!callEval(level, &result)) return Value();
     return Value(std::move(result));
 }
 
-Value produceValue(EvalCtx& frame, AttrType type, DataType dataType) {
+Value produceValue(const EvalLevel& level, AttrType type, DataType dataType) {
     switch (type) {
     case AttrType::Bool:
-        return produce(frame, false);
+        return produce(level, false);
     case AttrType::Int:
-        return produce(frame, i64(0));
+        return produce(level, i64(0));
     case AttrType::UInt:
-        return produce(frame, u64(0));
+        return produce(level, u64(0));
     case AttrType::Real:
-        return produce(frame, 0.0);
+        return produce(level, 0.0);
     case AttrType::Vec2:
-        return produce(frame, math::Vec2d());
+        return produce(level, math::Vec2d());
     case AttrType::Vec3:
-        return produce(frame, math::Vec3d());
+        return produce(level, math::Vec3d());
     case AttrType::Vec4:
-        return produce(frame, math::Vec4d());
+        return produce(level, math::Vec4d());
     case AttrType::Pos2:
-        return produce(frame, math::Pos2d());
+        return produce(level, math::Pos2d());
     case AttrType::Pos3:
-        return produce(frame, math::Pos3d());
+        return produce(level, math::Pos3d());
     case AttrType::Quat:
-        return produce(frame, math::Quatd());
+        return produce(level, math::Quatd());
     case AttrType::Rgba:
-        return produce(frame, math::Rgbad());
+        return produce(level, math::Rgbad());
     case AttrType::Mat3:
-        return produce(frame, math::Mat3d::identity);
+        return produce(level, math::Mat3d::identity);
     case AttrType::Mat4:
-        return produce(frame, math::Mat4d::identity);
+        return produce(level, math::Mat4d::identity);
     case AttrType::String:
-        return produce(frame, String());
+        return produce(level, String());
     case AttrType::Buffer:
-        return produce(frame, Buffer(dataType, 0));
+        return produce(level, Buffer(dataType, 0));
     default:
         return Value();
     }
@@ -108,26 +118,10 @@ Value failTooDeep(const EvalLevel& level, const Output& output) {
     return Value();
 }
 
-// Counts a call during its lifetime. Relaxed order suffices, because a thread only needs to see its
-// own calls.
-class CountedCall {
-public:
-    explicit CountedCall(std::atomic<u32>& count) noexcept : m_count(count) {
-        m_count.fetch_add(1, std::memory_order_relaxed);
-    }
-    ~CountedCall() { m_count.fetch_sub(1, std::memory_order_relaxed); }
-    CountedCall(const CountedCall&) = delete;
-    CountedCall& operator=(const CountedCall&) = delete;
-
-private:
-    std::atomic<u32>& m_count;
-};
-
 // Not inlined, so that other calls do not need stack for its variables.
-[[gnu::noinline]] Value produceAhead(EvalCtx& frame, const EvalLevel& level, AttrType type,
-                                     DataType dataType) {
-    const UpstreamEvaluation ahead(frame, level);
-    return produceValue(frame, type, dataType);
+[[gnu::noinline]] Value produceAhead(const EvalLevel& level, AttrType type, DataType dataType) {
+    const UpstreamEvaluation ahead(level);
+    return produceValue(level, type, dataType);
 }
 
 void reportChange(const Output& output, const char* now) {
@@ -137,22 +131,49 @@ void reportChange(const Output& output, const char* now) {
 
 } // namespace
 
+// Counts a call during its lifetime, and keeps the output alive.
+class Output::CountedCall {
+public:
+    explicit CountedCall(Output& output) noexcept
+        : m_output(output), m_before(output.m_counts.fetch_add(one)) {}
+    ~CountedCall() {
+        if (static_cast<u32>(m_output.m_counts.fetch_sub(one)) == 1) delete &m_output;
+    }
+    CountedCall(const CountedCall&) = delete;
+    CountedCall& operator=(const CountedCall&) = delete;
+
+    /// Tells whether there were other calls when this one began.
+    [[nodiscard]] bool isNotAlone() const noexcept { return callsIn(m_before) != 0; }
+    [[nodiscard]] static u64 callsIn(u64 counts) noexcept { return counts >> 32; }
+
+private:
+    static constexpr u64 one = (u64(1) << 32) + 1;
+
+    Output& m_output;
+    const u64 m_before;
+};
+
 Value Output::evaluate(void* callerCtx) {
-    if (!m_node || !m_node->hasNodeEval()) return m_value;
+    if (!m_node || !implOf(m_node)->evalCallback()) return m_value;
     const auto* caller = static_cast<const EvalCtx*>(callerCtx);
     if (const Value* result = UpstreamEvaluation::result(*this, caller)) return *result;
     EvalCache* cache = cacheFor(caller);
-    const u64 key = cache ? cache->keyOf(*this) : 0;
+    return cache ? evaluateWith(*cache, caller) : callNode(caller);
+}
+
+// Not inlined, so that evaluations without a cache do not need stack for its variables.
+[[gnu::noinline]] Value Output::evaluateWith(EvalCache& cache, const EvalCtx* caller) {
+    const u64 key = cache.keyOf(*this);
     const RefersTo<IOutput> held(this);
     if (key == 0) return callNode(caller);
-    return cache->isChecked() ? evaluateChecked(*cache, key, caller)
-                              : evaluateCached(*cache, key, caller);
+    return cache.isChecked() ? evaluateChecked(cache, key, caller)
+                             : evaluateCached(cache, key, caller);
 }
 
 // Evaluations with a pointer of the user bypass the cache, because results may depend on its data.
 EvalCache* Output::cacheFor(const EvalCtx* caller) const {
     if (!m_node || (caller && caller->user())) return nullptr;
-    const auto* scene = implOf(m_node->scene());
+    const auto* scene = implOf(implOf(m_node)->liveScene());
     return scene ? scene->evalCache({}) : nullptr;
 }
 
@@ -193,20 +214,25 @@ void Output::keep(u64 key, const EvalCtx* caller, const Value& result) const {
 }
 
 bool Output::isEvaluating() const noexcept {
-    return m_calls.load(std::memory_order_relaxed) != 0 && EvalLevel::isAskedOnThread(*this);
+    return CountedCall::callsIn(m_counts.load()) != 0 && EvalLevel::isAskedOnThread(*this);
+}
+
+// The output, or its node, may be destroyed as soon as it has left.
+void Output::leaveEvaluations() const noexcept {
+    UpstreamEvaluation::forget(*this);
+    if (m_node && isEvaluating()) EvalLevel::nodeLeft(*this, implOf(m_node)->ownName());
 }
 
 Value Output::callNode(const EvalCtx* caller) {
     if (!m_node) return Value();
     EvalCtx frame(m_node, this, caller);
     const EvalLevel level(frame);
-    const bool mayBeEndless = m_calls.load(std::memory_order_relaxed) != 0;
-    const EvalLevel* below = mayBeEndless ? level.sameBelow() : nullptr;
+    const CountedCall call(*this);
+    const EvalLevel* below = call.isNotAlone() ? level.sameBelow() : nullptr;
     if (below && below->frame().first() == frame.first()) return failEndless(level, *below);
     if (level.stackUsed() > maxEvalStack) return failTooDeep(level, *this);
-    const CountedCall call(m_calls);
-    if (UpstreamEvaluation::isDue(level)) return produceAhead(frame, level, m_type, m_dataType);
-    return produceValue(frame, m_type, m_dataType);
+    if (UpstreamEvaluation::isDue(level)) return produceAhead(level, m_type, m_dataType);
+    return produceValue(level, m_type, m_dataType);
 }
 
 } // namespace qv::kelvo_sdk::impl

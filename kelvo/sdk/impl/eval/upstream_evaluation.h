@@ -20,8 +20,7 @@ public:
     /// Tells whether the level has used so much stack, beyond the last such object on this thread,
     /// that another object is due.
     [[nodiscard]] static bool isDue(const EvalLevel& level) noexcept;
-    /// Evaluates for `frame`, which must be that of the level.
-    UpstreamEvaluation(const EvalCtx& frame, const EvalLevel& level);
+    explicit UpstreamEvaluation(const EvalLevel& level);
     ~UpstreamEvaluation();
     UpstreamEvaluation(const UpstreamEvaluation&) = delete;
     UpstreamEvaluation& operator=(const UpstreamEvaluation&) = delete;
@@ -29,17 +28,25 @@ public:
     /// Returns the stored result for a read on this thread, a Null value for a failed evaluation;
     /// null when no result is stored.
     [[nodiscard]] static const Value* result(const Output& output, const EvalCtx* caller) noexcept;
+    /// Call before an output leaves its node: it has no stored result any more, and is not
+    /// evaluated by this thread's objects.
+    static void forget(const Output& output) noexcept;
 
 private:
     [[nodiscard]] bool serves(const EvalCtx* caller) const noexcept;
+    void evaluateAll();
+    [[nodiscard]] Value evaluate(u64 place);
+    void fetch(u64 place) const noexcept;
+    [[nodiscard]] const Output* waiting(u64 place) const noexcept;
 
-    const EvalCtx& m_frame;
-    const UpstreamEvaluation* m_outer;
+    EvalCtx& m_frame;
+    UpstreamEvaluation* const m_outer;
     u64 m_stackUsed;
-    // Held, so that no new output gets the address of one with a stored result.
-    const std::vector<RefersTo<interfaces::IOutput>> m_sources;
+    // In the order of evaluation; null for outputs that have left their nodes.
+    std::vector<Output*> m_sources;
     std::vector<Value> m_results;
-    // Maps outputs to indexes of `m_results`.
+    // Maps the sources to their places, which the results share; `nowhere` for one without a
+    // result.
     PointerMarks<Output> m_places;
 };
 

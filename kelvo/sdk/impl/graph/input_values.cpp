@@ -237,8 +237,9 @@ bool becomes(AttrType kind, Value& value) {
 // Evaluates the source of the input. Converts the value to the input's own kind first.
 bool readSource(const Input& input, AttrType kind, void* ctx, Value& out) {
     const AttrType own = input.type();
+    Output* source = input.sourceOutput();
     // The eval callback may remove the output, and the input.
-    const RefersTo<Output> source(input.sourceOutput());
+    const RefersTo<Output> held(kind == AttrType::Buffer ? source : nullptr);
     out = source->evaluate(ctx);
     if (out.isNull() || !becomes(own, out) || !becomes(kind, out)) return false;
     if (kind == AttrType::Buffer) source->hold(out.asBuffer());

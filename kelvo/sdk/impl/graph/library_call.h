@@ -11,18 +11,18 @@ namespace qv::kelvo_sdk::impl {
 void logThrown(const char* callback, const String& node, const char* what) noexcept;
 
 /// Calls a callback of a node's library and returns its result. When the callback throws, logs an
-/// error and returns false; only out-of-memory errors reach the caller. Takes the name as a copy,
-/// because the callback may destroy the node.
-template<typename Call>
-bool callLibrary(const char* callback, const String node, const Call& call) {
+/// error and returns false; only out-of-memory errors reach the caller. `nameOfNode` is called for
+/// the error alone, when the callback may have destroyed the node.
+template<typename NameOfNode, typename Call>
+bool callLibrary(const char* callback, const NameOfNode& nameOfNode, const Call& call) {
     try {
         return call();
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& thrown) {
-        logThrown(callback, node, thrown.what());
+        logThrown(callback, nameOfNode(), thrown.what());
     } catch (...) {
-        logThrown(callback, node, nullptr);
+        logThrown(callback, nameOfNode(), nullptr);
     }
     return false;
 }

@@ -25,6 +25,11 @@ private:
     Call m_call;
 };
 
+// Returns a function that returns the name that the node has now, even after the node's end.
+auto nameNow(const Node& node) noexcept {
+    return [name = node.ownName()] { return name; };
+}
+
 } // namespace
 
 // Replaces all six callbacks, by null if the library has none; returns whether they are a usable
@@ -72,7 +77,7 @@ bool Node::nodeInit() {
     if (!m_nodeInit) return true;
     const RefersTo<INode> held(this);
     const AtEnd renewed([this] { evaluationChanged(); });
-    return callLibrary("init", m_name, [&] { return m_nodeInit(this, &m_data); });
+    return callLibrary("init", nameNow(*this), [&] { return m_nodeInit(this, &m_data); });
 }
 
 bool Node::nodePrep() const {
@@ -82,22 +87,23 @@ bool Node::nodePrep() const {
     const AtEnd renewed([this] {
         if (m_data) evaluationChanged();
     });
-    return callLibrary("prep", m_name, [&] { return m_nodePrep(self, m_data); });
+    return callLibrary("prep", nameNow(*this), [&] { return m_nodePrep(self, m_data); });
 }
 
 bool Node::nodeEval(EvalCtx* ctx, void* out) const {
-    return m_nodeEval && callLibrary("eval", m_name, [&] { return m_nodeEval(ctx, out); });
+    return m_nodeEval && callLibrary("eval", nameNow(*this), [&] { return m_nodeEval(ctx, out); });
 }
 
 bool Node::nodeModify(INode* other) {
-    return m_nodeModify && callLibrary("modify", m_name, [&] { return m_nodeModify(this, other); });
+    return m_nodeModify &&
+           callLibrary("modify", nameNow(*this), [&] { return m_nodeModify(this, other); });
 }
 
 bool Node::nodeFree() {
     if (!m_nodeFree) return true;
     const RefersTo<INode> held(this);
     const AtEnd renewed([this] { evaluationChanged(); });
-    return callLibrary("free", m_name, [&] { return m_nodeFree(this, &m_data); });
+    return callLibrary("free", nameNow(*this), [&] { return m_nodeFree(this, &m_data); });
 }
 
 void* Node::data() const {

@@ -29,12 +29,12 @@ Output::~Output() {
 }
 
 void Output::incRef() {
-    m_refCount.fetch_add(1);
+    m_counts.fetch_add(1);
 }
 
 // If the caller has the only reference, no other thread can change the count.
 void Output::decRef() {
-    if (m_refCount.load() == 1 || m_refCount.fetch_sub(1) == 1) delete this;
+    if (m_counts.load() == 1 || static_cast<u32>(m_counts.fetch_sub(1)) == 1) delete this;
 }
 
 IOutput* Output::clone(INode* node) const {

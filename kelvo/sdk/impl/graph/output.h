@@ -50,6 +50,7 @@ public:
     QV_EXPORT IOutput* clone(INode* node) const;
     /// Call when the output has left its node, or when the node is destroyed.
     void clearNode(Only<Node, Output, OutputListChange> /*key*/) noexcept {
+        leaveEvaluations();
         setNode(nullptr);
         m_hasLeft = true;
     }
@@ -139,17 +140,23 @@ private:
     // Breaks laws on purpose; only tests define it.
     friend struct LawBreaker;
 
+    class CountedCall;
+
     void setNode(INode* node) noexcept;
+    void leaveEvaluations() const noexcept;
     void readersChanged() const noexcept;
     bool storeValue(Value value);
     void evaluationChanged() const noexcept;
     [[nodiscard]] EvalCache* cacheFor(const EvalCtx* caller) const;
+    Value evaluateWith(EvalCache& cache, const EvalCtx* caller);
     Value evaluateCached(EvalCache& cache, u64 key, const EvalCtx* caller);
     Value evaluateChecked(EvalCache& cache, u64 key, const EvalCtx* caller);
     void keep(u64 key, const EvalCtx* caller, const Value& result) const;
     Value callNode(const EvalCtx* caller);
 
-    std::atomic<i32> m_refCount = 1;
+    // Counts references in the lower half and, in the upper half, evaluations in progress on all
+    // threads: one step counts an evaluation and its reference.
+    std::atomic<u64> m_counts = 1;
     AttrType m_type;
     DataType m_dataType = DataType::Null;
     bool m_isOmitted = false;
@@ -159,8 +166,6 @@ private:
     u64 m_nameHash;
     Value m_value;
     OrderedSlots<Input> m_targets;
-    // The number of evaluations in progress, on all threads.
-    std::atomic<u32> m_calls = 0;
     HeldBuffers m_heldBuffers;
     std::unique_ptr<NameIndex<IOutput>> m_listIndex;
 };

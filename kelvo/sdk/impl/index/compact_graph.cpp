@@ -42,22 +42,22 @@ const LeadRow& CompactGraph::fill(Kind kind, NodeNumber number, const std::vecto
     LeadRow& row = m_rows[static_cast<u64>(kind)][number];
     makeRoom(row, leads.size());
     std::ranges::copy(leads, const_cast<Lead*>(row.begin()));
-    countOf(row).store(static_cast<u32>(leads.size()), std::memory_order_release);
+    const u32 room = row.m_few.state & LeadRow::many;
+    stateOf(row).store(static_cast<u32>(leads.size()) | room, std::memory_order_release);
     return row;
 }
 
 // Needs a row that is not filled in, because it frees the old leads.
 void CompactGraph::makeRoom(LeadRow& row, u64 count) {
-    if (count <= row.m_capacity) return;
-    const u64 capacity = std::max(count, u64{2} * row.m_capacity);
-    auto* const many = new Lead[capacity];
+    if (count <= row.capacity()) return;
+    const u64 capacity = std::max(count, u64{2} * row.capacity());
+    auto* const leads = new Lead[capacity];
     freeRoom(row);
-    row.m_many = many;
-    row.m_capacity = static_cast<u32>(capacity);
+    row.m_many = {LeadRow::many | LeadRow::unknown, static_cast<u32>(capacity), leads};
 }
 
 void CompactGraph::freeRoom(LeadRow& row) noexcept {
-    if (row.m_capacity > LeadRow::fewLeads) delete[] row.m_many;
+    if (row.hasMany()) delete[] row.m_many.leads;
     row = LeadRow();
 }
 

@@ -32,21 +32,34 @@ struct Lead {
 class LeadRow {
 public:
     [[nodiscard]] const Lead* begin() const noexcept {
-        return m_capacity > fewLeads ? m_many : m_few;
+        return hasMany() ? m_many.leads : m_few.leads;
     }
-    [[nodiscard]] const Lead* end() const noexcept { return begin() + m_count; }
-    [[nodiscard]] u32 size() const noexcept { return m_count; }
+    [[nodiscard]] const Lead* end() const noexcept { return begin() + size(); }
+    [[nodiscard]] u32 size() const noexcept { return m_few.state & ~(many | unknown); }
 
 private:
     friend class CompactGraph;
-    static constexpr u32 fewLeads = 2;
-    static constexpr u32 unknown = 0xffffffff;
+    static constexpr u32 fewLeads = 3;
+    // Bits of the state; the others are the count.
+    static constexpr u32 unknown = 1u << 31;
+    static constexpr u32 many = 1u << 30;
 
-    u32 m_count = unknown;
-    u32 m_capacity = fewLeads;
+    [[nodiscard]] bool hasMany() const noexcept { return (m_few.state & many) != 0; }
+    [[nodiscard]] u32 capacity() const noexcept { return hasMany() ? m_many.capacity : fewLeads; }
+
+    struct Few {
+        u32 state = unknown;
+        Lead leads[fewLeads];
+    };
+    struct Many {
+        u32 state;
+        u32 capacity;
+        Lead* leads;
+    };
+    // Both begin with the state, which may be read from either.
     union {
-        Lead m_few[fewLeads] = {};
-        Lead* m_many;
+        Few m_few = {};
+        Many m_many;
     };
 };
 
@@ -98,13 +111,14 @@ public:
     /// Returns null while the row is not filled in.
     [[nodiscard]] const LeadRow* row(Kind kind, NodeNumber number) const noexcept {
         const LeadRow& row = m_rows[static_cast<u64>(kind)][number];
-        return countOf(row).load(std::memory_order_acquire) != LeadRow::unknown ? &row : nullptr;
+        const u32 state = stateOf(row).load(std::memory_order_acquire);
+        return (state & LeadRow::unknown) == 0 ? &row : nullptr;
     }
     /// Fills a row in. Call under the lock, for a row that is not filled in.
     const LeadRow& fill(Kind kind, NodeNumber number, const std::vector<Lead>& leads);
     /// Makes a row unknown, so that the next walk fills it in again.
     void drop(Kind kind, NodeNumber number) noexcept {
-        m_rows[static_cast<u64>(kind)][number].m_count = LeadRow::unknown;
+        m_rows[static_cast<u64>(kind)][number].m_few.state |= LeadRow::unknown;
     }
     [[nodiscard]] std::mutex& mutex() const noexcept { return m_mutex; }
 
@@ -123,8 +137,8 @@ public:
 private:
     struct MarkRoom;
 
-    [[nodiscard]] static std::atomic_ref<u32> countOf(const LeadRow& row) noexcept {
-        return std::atomic_ref<u32>(const_cast<u32&>(row.m_count));
+    [[nodiscard]] static std::atomic_ref<u32> stateOf(const LeadRow& row) noexcept {
+        return std::atomic_ref<u32>(const_cast<u32&>(row.m_few.state));
     }
     static void makeRoom(LeadRow& row, u64 count);
     static void freeRoom(LeadRow& row) noexcept;

@@ -88,7 +88,8 @@ private:
     };
     struct FoldedHash {
         using is_transparent = void;
-        // Not `noexcept`: the map then keeps each hash, and passes other names without reading them.
+        // Not `noexcept`: the map then keeps each hash, and passes other names without reading
+        // them.
         std::size_t operator()(const NameView& name) const { return name.foldedHash(); }
     };
     struct FoldedEqual {

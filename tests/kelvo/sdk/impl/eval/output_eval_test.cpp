@@ -59,6 +59,19 @@ bool askOrElse(EvalCtx* ctx, void* out) {
     return true;
 }
 
+Node* condemned = nullptr;
+
+// Ends a node of the scene. Gives 1, or 2 when the output of that node still has a value.
+bool endCondemned(EvalCtx* ctx, void* out) {
+    *static_cast<double*>(out) = 1;
+    Node* node = std::exchange(condemned, nullptr);
+    if (!node) return true;
+    const RefersTo<Output> output(static_cast<Output*>(node->lookUpOutput(String("out"))));
+    ctx->node()->scene()->removeNode(node);
+    if (!output->evaluate(ctx).isNull()) *static_cast<double*>(out) = 2;
+    return true;
+}
+
 bool fail(EvalCtx*, void*) {
     return false;
 }
@@ -88,6 +101,7 @@ protected:
         define("elser", askOrElse);
         define("failer", fail);
         define("remover", removeDoomed);
+        define("ender", endCondemned);
     }
 
     void define(const char* type, interfaces::NodeEvalFn eval) {
@@ -179,6 +193,28 @@ TEST_F(OutputEvalTest, LongChainWhoseStartRemovesWaitingNodes_GoesOnBehindThem) 
     EXPECT_EQ(evaluate(last), 2999);
     EXPECT_EQ(asked, 2999);
     EXPECT_EQ(m_scene->nodeCount(), 3000u);
+}
+
+// The ender is evaluated first, when the node that it ends waits for its turn.
+TEST_F(OutputEvalTest, LongChainThatLosesANode_IsEvaluatedFromTheNextOneOn) {
+    Node* first = makeNode("ender");
+    condemned = makeChain("adder", 1000, first);
+    const Node* last = makeChain("adder", 2001, condemned);
+    const LogCapture log;
+    EXPECT_EQ(evaluate(last), 2000);
+    EXPECT_EQ(asked, 2998);
+    EXPECT_EQ(m_scene->nodeCount(), 2999u);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LongChainThatLosesAnEvaluatedNode_ForgetsItsResult) {
+    condemned = makeChain("adder", 1000);
+    Node* ender = makeNode("ender");
+    ender->input(String("in"))->connect(out(condemned));
+    const Node* last = makeChain("adder", 2000, ender);
+    EXPECT_EQ(evaluate(last), 2000);
+    EXPECT_EQ(asked, 2999);
+    EXPECT_EQ(m_scene->nodeCount(), 2999u);
 }
 
 TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {

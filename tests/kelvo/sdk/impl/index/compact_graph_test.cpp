@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -95,13 +96,25 @@ TEST(CompactGraph, NewNumber_HasNoKnownRow) {
 TEST(CompactGraph, FilledRow_IsKnownUntilItIsDropped) {
     CompactGraph graph;
     const NodeNumber number = graph.claim();
-    for (const NodeNumber count : {0u, 1u, 2u, 3u, 100u, 2u}) {
+    for (const NodeNumber count : {0u, 1u, 2u, 3u, 4u, 100u, 2u, 101u}) {
         graph.fill(Kind::Readers, number, leadsTo(count));
         EXPECT_EQ(known(graph, Kind::Readers, number), leadsTo(count)) << count;
         EXPECT_FALSE(known(graph, Kind::Dependencies, number));
         graph.drop(Kind::Readers, number);
         EXPECT_FALSE(known(graph, Kind::Readers, number));
     }
+}
+
+// Three parents or three children are common; their rows need no memory beyond the table's.
+TEST(CompactGraph, RowOfThreeLeads_IsInTheTable) {
+    static_assert(sizeof(LeadRow) == 16);
+    CompactGraph graph;
+    const NodeNumber number = graph.claim();
+    const LeadRow& row = graph.fill(Kind::Readers, number, leadsTo(3));
+    const auto place = reinterpret_cast<std::uintptr_t>(&row);
+    const auto leads = reinterpret_cast<std::uintptr_t>(row.begin());
+    EXPECT_LE(place, leads);
+    EXPECT_LE(leads + 3 * sizeof(Lead), place + sizeof(LeadRow));
 }
 
 TEST(CompactGraph, RowsOfANumberThatIsPlacedAnew_AreNotKnown) {
