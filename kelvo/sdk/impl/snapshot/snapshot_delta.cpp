@@ -51,7 +51,9 @@ void SnapshotDelta::compare() {
         change.inputs = {next, change.inputs.size()};
         next += change.inputs.size();
     }
-    m_isOrderChanged = from->tables().orderStamp != to->tables().orderStamp;
+    const auto stamp = from->version() < to->version() ? &impl::SnapshotTables::orderStamp
+                                                       : &impl::SnapshotTables::orderStampBack;
+    m_isOrderChanged = from->tables().*stamp != to->tables().*stamp;
     if (!m_isOrderChanged) bringIntoOrder();
 }
 

@@ -102,9 +102,9 @@ void SnapshotKeeper::rebuild(u32 threads) {
     });
     SnapshotTables& tables = m_line->current;
     SnapshotStore& store = m_line->store;
-    const u64 orderStamp = tables.orderStamp + 1;
     tables.clear(store);
-    tables.orderStamp = orderStamp;
+    ++tables.orderStamp;
+    ++tables.orderStampBack;
     tables.names.reserve(nodes.size(), store);
     for (NewRecord& record : records) {
         const NodeNumber number = record->number();
@@ -161,7 +161,10 @@ void SnapshotKeeper::inserted(u64 index, NodeNumber number) noexcept {
     if (m_isLost) return;
     SnapshotTables& tables = m_line->current;
     try {
-        if (index != tables.order.size() || tables.record(number)) ++tables.orderStamp;
+        if (index != tables.order.size() || tables.record(number)) {
+            ++tables.orderStamp;
+            ++tables.orderStampBack;
+        }
         tables.order.insert(index, number, m_line->store);
     } catch (const std::bad_alloc&) {
         m_isLost = true;
@@ -170,8 +173,10 @@ void SnapshotKeeper::inserted(u64 index, NodeNumber number) noexcept {
 
 void SnapshotKeeper::removed(u64 index) noexcept {
     if (m_isLost) return;
+    SnapshotTables& tables = m_line->current;
     try {
-        m_line->current.order.remove(index, m_line->store);
+        if (index + 1 != tables.order.size()) ++tables.orderStampBack;
+        tables.order.remove(index, m_line->store);
     } catch (const std::bad_alloc&) {
         m_isLost = true;
     }

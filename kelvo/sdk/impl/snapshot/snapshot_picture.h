@@ -15,6 +15,9 @@ struct SnapshotTables {
     SharedNames names;
     /// Grows when nodes were moved, or added in front of others.
     u64 orderStamp = 0;
+    /// Grows when nodes were moved, or removed in front of others: on the way back from a later
+    /// snapshot they are added there.
+    u64 orderStampBack = 0;
 
     [[nodiscard]] const NodeRecord* record(NodeNumber number) const noexcept {
         return records.at(number);

@@ -80,6 +80,9 @@ void play(unsigned seed, int steps) {
         mirror.apply(delta(last, now), now);
         ASSERT_EQ(mirror.text(), SnapshotDump::of(now, true))
             << "seed " << seed << ", step " << step << ", " << RandomEdits::name(edit.kind);
+        Mirror back = mirror;
+        back.apply(delta(now, last), last);
+        ASSERT_EQ(back.text(), SnapshotDump::of(last, true)) << "seed " << seed << ", back";
         for (const SnapshotNode& node : now.nodes())
             ASSERT_EQ(now.findNode(node.name()), node);
         last = now;
