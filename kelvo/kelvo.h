@@ -27,5 +27,7 @@
 #include "kelvo/sdk/scene_diff.h"
 #include "kelvo/sdk/scene_listener.h"
 #include "kelvo/sdk/search.h"
+#include "kelvo/sdk/snapshot.h"
+#include "kelvo/sdk/snapshot_delta.h"
 #include "kelvo/sdk/validation.h"
 #include "kelvo/sdk/value_text.h"

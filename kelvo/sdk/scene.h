@@ -14,7 +14,9 @@ namespace impl {
 class NodeChangeScope;
 }
 class Matches;
+class Snapshot;
 struct Query;
+struct SnapshotOptions;
 
 using interfaces::BatchObserver;
 using interfaces::IntegrityError;
@@ -162,6 +164,13 @@ public:
     /// converted, removed or restored; gaps between nodes stay where they are.
     ReadReport read(String text, String source, const ReadOptions& options,
                     Diagnostics* diagnostics = nullptr) const;
+
+    /// Returns a constant picture of the whole scene, for other threads or for a later comparison;
+    /// see `Snapshot`. The first one takes time in proportion to the scene, each further one in
+    /// proportion to the changes since. Counts as reading the scene: call while nobody edits, or
+    /// on the thread that edits. Needs kelvo/sdk/snapshot.h.
+    [[nodiscard]] Snapshot snapshot(const SnapshotOptions& options) const;
+    [[nodiscard]] Snapshot snapshot() const;
 
     /// Returns all nodes, in creation order.
     [[nodiscard]] ds::Vector<Node> nodes() const;

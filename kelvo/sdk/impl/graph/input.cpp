@@ -185,6 +185,12 @@ void Input::setReadOnly(bool readOnly) {
     forEachWithin([this](Input& input) {
         if (&input != this) input.m_isHeldReadOnly = input.m_parent->isReadOnly();
     });
+    if (m_node) m_node->described();
+}
+
+void Input::setDetails(RefersTo<AttrDetails> details) noexcept {
+    m_details = std::move(details);
+    if (m_node) m_node->described();
 }
 
 bool Input::isElement() const noexcept {

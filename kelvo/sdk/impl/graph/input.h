@@ -112,7 +112,7 @@ public:
     /// Returns null when there is no description.
     [[nodiscard]] const AttrDetails* details() const noexcept { return m_details.get(); }
     /// Replaces the description; the value is unchanged.
-    void setDetails(RefersTo<AttrDetails> details) noexcept { m_details = std::move(details); }
+    void setDetails(RefersTo<AttrDetails> details) noexcept;
     /// Returns the only element type that a buffer accepts, Null when it accepts any; for an array,
     /// the type that its buffers accept.
     [[nodiscard]] DataType declaredType() const noexcept {

@@ -275,6 +275,8 @@ public:
     void noteRow(CompactGraph::Kind kind, Only<GraphReader> /*key*/) const noexcept {
         m_knownRows |= bitOf(kind);
     }
+    /// Call when something changed that does not make the node dirty, such as a mark of an input.
+    void described() const noexcept;
     /// Call when links or connections of the node's inputs change.
     void leadsChanged() noexcept {
         dropRows(bitOf(CompactGraph::Kind::Dependencies) | bitOf(CompactGraph::Kind::Children));

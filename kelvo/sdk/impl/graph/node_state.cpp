@@ -173,6 +173,10 @@ void Node::markDirty() const {
     if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty, {});
 }
 
+void Node::described() const noexcept {
+    if (m_scene && !m_destroying) implOf(m_scene)->nodeDescribed(*this, {});
+}
+
 NodeIterator* Node::dependencies(bool downstream, bool flag) const {
     DependencyWalk walk(*this);
     walk.leaveFor(*this);

@@ -118,6 +118,7 @@ String Node::nodeDefPath() const {
 void Node::setBases(StringVector bases, bool isAbstract, bool isInternal) {
     m_bases = std::move(bases);
     setMarks(isAbstract, isInternal);
+    described();
     leadsChanged();
     evaluationChanged();
 }

@@ -38,6 +38,8 @@ class NodeMove;
 class NodeRename;
 class Output;
 class SceneBuilder;
+class SnapshotKeeper;
+class SnapshotPicture;
 
 /// The one implementation of a scene. `IScene` has the contract of its operations.
 ///
@@ -52,6 +54,7 @@ class SceneBuilder;
 ///     Evaluation           scene_eval.cpp       the result cache
 ///     Notifications        scene_notify.cpp     calls of scene observers and followers
 ///     Batches              scene_batches.cpp    one notification for each edit
+///     Snapshots            scene_snapshot.cpp   constant pictures
 ///     Laws                 scene_verify.cpp     the check of the whole scene
 ///
 /// The functions by which nodes notify the scene of changes are virtual, so that an application can
@@ -120,6 +123,11 @@ public:
     /// Returns the comments and gaps of scene text, which the reader keeps for the writer.
     [[nodiscard]] SceneComments& comments() noexcept { return m_comments; }
     [[nodiscard]] const SceneComments& comments() const noexcept { return m_comments; }
+
+    /// From now on the follower is called for each change of the order of nodes; null for none.
+    void followNodes(NodeTableFollower* follower, Only<SnapshotKeeper> /*key*/) {
+        m_nodes.follow(follower);
+    }
 
     // Recorded changes are made by these functions, which record nothing.
 
@@ -232,6 +240,10 @@ public:
     void nodeChanged(const Node& node, bool wasDirty, Only<Node> /*key*/) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.nodeChanged(node, wasDirty); });
     }
+    /// Call when something of a node changed that does not make it dirty.
+    void nodeDescribed(const Node& node, Only<Node> /*key*/) noexcept {
+        m_followers.each([&](SceneFollower& follower) { follower.nodeDescribed(node); });
+    }
     void nodeCleaning(Node& node, Only<Node> /*key*/) noexcept {
         m_followers.each([&](SceneFollower& follower) { follower.nodeCleaning(node); });
     }
@@ -294,6 +306,13 @@ public:
     [[nodiscard]] std::recursive_mutex& observerMutex(Only<BatchNotifier> /*key*/) noexcept {
         return m_observerMutex;
     }
+
+    // ---- Snapshots -------------------------------------------------------------------------
+    // The first snapshot makes a follower that notes changes for the next one.
+
+    /// Returns a constant picture of the nodes. Uses at most `threads` threads, 0 for as many as
+    /// the machine runs at once. Needs kelvo/sdk/impl/snapshot/snapshot_picture.h.
+    [[nodiscard]] RefersTo<SnapshotPicture> takeSnapshot(u32 threads);
 
     // ---- Laws ------------------------------------------------------------------------------
     // A walk over all nodes, inputs and outputs reports each law that does not hold, with its
@@ -361,6 +380,8 @@ private:
     std::unique_ptr<SceneFollower> m_dirtyCache;
     // Null while results are not cached.
     std::unique_ptr<SceneFollower> m_evalCache;
+    // Null until the first snapshot; made under the lock of the observers.
+    std::unique_ptr<SceneFollower> m_snapshots;
     // Made with the scene, so that a node can get its first modifier without an allocation here. It
     // joins the followers with the first modifier.
     const std::unique_ptr<SceneFollower> m_modifiers;

@@ -37,6 +37,9 @@ public:
     /// The node is about to be marked clean.
     virtual void nodeCleaning(Node& /*node*/) noexcept {}
 
+    /// Something of the node changed that does not make it dirty, such as a mark of an input.
+    virtual void nodeDescribed(const Node& /*node*/) noexcept {}
+
     // ---- Evaluation ------------------------------------------------------------------------
     // Called on any thread that evaluates.
 

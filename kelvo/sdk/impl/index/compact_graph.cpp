@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/index/compact_graph.h"
 
+#include "kelvo/sdk/impl/index/node_table_follower.h"
+
 #include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
@@ -13,13 +15,14 @@ CompactGraph::~CompactGraph() {
 
 // When memory is out, some lists keep an unused entry more than the list of nodes.
 NodeNumber CompactGraph::claim() {
-    if (!m_free.empty()) {
+    if (!m_free.empty() || findUnused()) {
         const NodeNumber number = m_free.back();
         m_free.pop_back();
         return number;
     }
     const u64 count = m_nodes.size() + 1;
     if (m_free.capacity() < count) m_free.reserve(2 * count);
+    if (m_follower && m_used.capacity() < m_free.capacity()) m_used.reserve(m_free.capacity());
     for (std::vector<LeadRow>& rows : m_rows)
         if (rows.size() < count) rows.emplace_back();
     m_nodes.push_back(nullptr);
@@ -29,7 +32,21 @@ NodeNumber CompactGraph::claim() {
 void CompactGraph::release(NodeNumber number) noexcept {
     for (std::vector<LeadRow>& rows : m_rows)
         freeRoom(rows[number]);
-    m_free.push_back(number);
+    if (m_follower && m_used.size() < m_used.capacity())
+        m_used.push_back({number, m_follower->nextUse()});
+    else if (!m_follower)
+        m_free.push_back(number);
+}
+
+// Frees the numbers whose uses have ended.
+bool CompactGraph::findUnused() noexcept {
+    if (m_used.empty()) return false;
+    const u64 oldest = m_follower ? m_follower->oldestUse() : ~u64{0};
+    const auto end = std::ranges::find_if(m_used, [=](Used used) { return used.nextUse > oldest; });
+    for (auto used = m_used.begin(); used != end; ++used)
+        m_free.push_back(used->number);
+    m_used.erase(m_used.begin(), end);
+    return !m_free.empty();
 }
 
 void CompactGraph::place(NodeNumber number, Node* node) noexcept {

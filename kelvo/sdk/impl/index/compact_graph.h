@@ -11,6 +11,7 @@
 namespace qv::kelvo_sdk::impl {
 
 class Node;
+class NodeTableFollower;
 
 /// The number of a node in its scene. It belongs to the node's place in the scene through renaming,
 /// conversion, removal and undo, and is reused only when that place cannot be restored any more.
@@ -93,8 +94,14 @@ public:
 
     /// Returns a free number, with no node yet.
     [[nodiscard]] NodeNumber claim();
-    /// Frees a number, which must be without a node.
+    /// Frees a number, which must be without a node. It can be claimed as soon as no use of it is
+    /// left.
     void release(NodeNumber number) noexcept;
+    /// From now on the follower tells which uses of numbers are left; null for none.
+    void follow(const NodeTableFollower* follower) {
+        if (follower) m_used.reserve(m_free.capacity());
+        m_follower = follower;
+    }
     /// Gives the number to a node and drops its rows; with null, keeps the number for later.
     void place(NodeNumber number, Node* node) noexcept;
     /// Returns null for a number without a node.
@@ -143,10 +150,20 @@ private:
     static void makeRoom(LeadRow& row, u64 count);
     static void freeRoom(LeadRow& row) noexcept;
 
+    // A number that is free as soon as no use before `nextUse` is left.
+    struct Used {
+        NodeNumber number;
+        u64 nextUse;
+    };
+    [[nodiscard]] bool findUnused() noexcept;
+
+    const NodeTableFollower* m_follower = nullptr;
     std::vector<Node*> m_nodes;
     std::array<std::vector<LeadRow>, kinds> m_rows;
-    // Has capacity for all numbers, so that `release` needs no memory.
+    // Both have capacity for all numbers, so that `release` needs no memory. The second is in order
+    // of release, and empty without a follower.
     std::vector<NodeNumber> m_free;
+    std::vector<Used> m_used;
     mutable std::mutex m_mutex;
     mutable std::atomic<bool> m_isTrusted = true;
     // Memory that the last walk leaves to the next; null while there is none or a walk uses it.

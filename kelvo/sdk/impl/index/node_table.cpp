@@ -1,5 +1,8 @@
 #include "kelvo/sdk/impl/index/node_table.h"
 
+#include "kelvo/sdk/impl/index/node_table_follower.h"
+
+#include <algorithm>
 #include <charconv>
 #include <new>
 #include <utility>
@@ -47,14 +50,30 @@ u64 NodeTable::indexOf(const String& name) const noexcept {
     return entry == m_byName.end() ? noIndex : m_order.rankOf(entry->second.slot);
 }
 
+void NodeTable::follow(NodeTableFollower* follower) {
+    m_graph.follow(follower);
+    m_follower = follower;
+}
+
+// An index out of range stands for the end.
+void NodeTable::tellInserted(u64 index, NodeNumber number) const noexcept {
+    if (m_follower) m_follower->inserted(std::min(index, size() - 1), number);
+}
+
+void NodeTable::tellRemoved(const Entry& entry) const noexcept {
+    if (m_follower) m_follower->removed(m_order.rankOf(entry.slot));
+}
+
 u64 NodeTable::place(Entry* entry, u64 index) {
     return index < m_order.size() ? m_order.insert(index, entry, moved) : m_order.add(entry);
 }
 
 void NodeTable::move(const String& name, u64 to) {
     Entry& entry = m_byName.find(name)->second;
+    tellRemoved(entry);
     m_order.remove(entry.slot, moved);
     entry.slot = place(&entry, to);
+    tellInserted(to, entry.number);
 }
 
 NodeNumber NodeTable::add(const String& name, Node* node, u64 index) {
@@ -69,6 +88,7 @@ NodeNumber NodeTable::add(const String& name, Node* node, u64 index) {
         throw;
     }
     m_graph.place(number, node);
+    tellInserted(index, number);
     return number;
 }
 
@@ -80,6 +100,7 @@ NodeNumber NodeTable::add(Place place, const String& name, Node* node, u64 index
     Entry& entry = m_byName.insert(std::move(place.m_entry)).position->second;
     entry.slot = this->place(&entry, index);
     m_graph.place(entry.number, node);
+    tellInserted(index, entry.number);
     return entry.number;
 }
 
@@ -92,6 +113,7 @@ NodeTable::Place NodeTable::take(const String& name) noexcept {
     Place place;
     const auto entry = m_byName.find(name);
     if (entry == m_byName.end()) return place;
+    tellRemoved(entry->second);
     m_order.remove(entry->second.slot, moved);
     place.m_entry = m_byName.extract(entry);
     place.m_graph = &m_graph;

@@ -52,6 +52,9 @@ public:
         return m_order.placeOfSlot(m_byName.find(name)->second.slot);
     }
 
+    /// From now on the follower is called for each change of the order; null for none.
+    void follow(NodeTableFollower* follower);
+
     [[nodiscard]] CompactGraph& graph() noexcept { return m_graph; }
     [[nodiscard]] const CompactGraph& graph() const noexcept { return m_graph; }
 
@@ -106,9 +109,12 @@ private:
 
     [[nodiscard]] u64 place(Entry* entry, u64 index);
     void freeNumber(const String& name) noexcept;
+    void tellInserted(u64 index, NodeNumber number) const noexcept;
+    void tellRemoved(const Entry& entry) const noexcept;
     static void moved(Entry& entry, u64 slot) noexcept { entry.slot = slot; }
     [[nodiscard]] bool taken(const String& name) const { return m_byName.contains(name); }
 
+    NodeTableFollower* m_follower = nullptr;
     CompactGraph m_graph;
     // The map never moves its entries, so the order can point to them.
     ByName<Entry> m_byName;

@@ -1,0 +1,133 @@
+#include "kelvo/sdk/impl/snapshot/node_record.h"
+
+#include <algorithm>
+#include <new>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// A place holds a reference to a text or buffer as its owner in other places does.
+StringBuffer* textAt(const std::byte* place) noexcept {
+    return NodeRecord::at<StringBuffer*>(place);
+}
+
+void release(AttrType type, std::byte* place) noexcept {
+    if (type == AttrType::String) {
+        if (StringBuffer* text = textAt(place)) text->decRef();
+    } else if (type == AttrType::Buffer) {
+        NodeRecord::bufferAt(place).~Buffer();
+    }
+}
+
+} // namespace
+
+NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String name,
+                             std::span<const RecordList> lists,
+                             std::span<const RecordConnection> connections) {
+    static_assert(sizeof(NodeRecord) % alignof(RecordList) == 0 && sizeof(Buffer) == sizeof(u64));
+    u32 valueBytes = 0;
+    for (const RecordList& list : lists)
+        valueBytes += list.valueBytes();
+    const u64 size =
+        sizeof(NodeRecord) + lists.size_bytes() + connections.size_bytes() + valueBytes;
+    auto* const record = new (::operator new(size)) NodeRecord(first, number, std::move(name));
+    record->m_listCount = static_cast<u32>(lists.size());
+    record->m_connectionCount = static_cast<u32>(connections.size());
+    record->m_valueBytes = valueBytes;
+    std::ranges::copy(lists, const_cast<RecordList*>(record->lists().data()));
+    std::ranges::copy(connections, const_cast<RecordConnection*>(record->connections().data()));
+    std::memset(const_cast<std::byte*>(record->values()), 0, valueBytes);
+    return record;
+}
+
+NodeRecord::~NodeRecord() {
+    for (const RecordList& list : lists()) {
+        for (u32 i = 0; i < list.count; ++i)
+            release(list.shape->input(i).type, value(list, i));
+        list.shape->decRef();
+    }
+}
+
+void NodeRecord::endRecord(SharedBlock* block) noexcept {
+    auto* const record = static_cast<NodeRecord*>(block);
+    record->~NodeRecord();
+    ::operator delete(record);
+}
+
+const RecordConnection* NodeRecord::connectionOf(u32 list, u32 input) const noexcept {
+    const auto isBefore = [](const RecordConnection& a, const RecordConnection& b) {
+        return a.list != b.list ? a.list < b.list : a.input < b.input;
+    };
+    const auto all = connections();
+    const auto found =
+        std::ranges::lower_bound(all, RecordConnection{.list = list, .input = input}, isBefore);
+    const bool isIt = found != all.end() && found->list == list && found->input == input;
+    return isIt ? &*found : nullptr;
+}
+
+const Buffer& NodeRecord::bufferAt(const std::byte* place) noexcept {
+    return *std::launder(reinterpret_cast<const Buffer*>(place));
+}
+
+void NodeRecord::store(const Value& value, std::byte* place) noexcept {
+    switch (value.type()) {
+    case AttrType::Bool: {
+        const u64 bit = value.asBool() ? 1 : 0;
+        std::memcpy(place, &bit, sizeof bit);
+        break;
+    }
+    case AttrType::Int:
+    case AttrType::UInt: {
+        const u64 number = value.asUInt();
+        std::memcpy(place, &number, sizeof number);
+        break;
+    }
+    case AttrType::String: {
+        StringBuffer* text = value.asString().get();
+        if (text) text->incRef();
+        std::memcpy(place, &text, sizeof text);
+        break;
+    }
+    case AttrType::Buffer:
+        new (place) Buffer(value.asBuffer());
+        break;
+    default:
+        if (const u32 components = Value::components(value.type()))
+            std::memcpy(place, value.reals(), components * sizeof(double));
+    }
+}
+
+Value NodeRecord::load(AttrType type, const std::byte* place) {
+    switch (type) {
+    case AttrType::Bool:
+        return at<u64>(place) != 0;
+    case AttrType::Int:
+        return at<i64>(place);
+    case AttrType::UInt:
+        return at<u64>(place);
+    case AttrType::String: {
+        StringBuffer* const text = textAt(place);
+        if (text) text->incRef();
+        return String(adoptRef, text);
+    }
+    case AttrType::Buffer:
+        return bufferAt(place);
+    default:
+        break;
+    }
+    if (Value::components(type) == 0) return {};
+    return Value::fromReals(type, reinterpret_cast<const double*>(place));
+}
+
+bool NodeRecord::areEqual(AttrType type, const std::byte* a, const std::byte* b) noexcept {
+    if (type == AttrType::String) {
+        const StringBuffer *first = textAt(a), *second = textAt(b);
+        if (first == second) return true;
+        return (first ? first->view() : "") == (second ? second->view() : "");
+    }
+    if (type == AttrType::Buffer) return bufferAt(a) == bufferAt(b);
+    return std::memcmp(a, b, snapshotBytes(type)) == 0;
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,144 @@
+#include "kelvo/sdk/impl/snapshot/record_difference.h"
+
+#include "kelvo/sdk/snapshot_delta.h"
+
+#include <algorithm>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+constexpr u32 bit(InputPart part) noexcept {
+    return static_cast<u32>(part);
+}
+
+bool isContainer(AttrType type) noexcept {
+    return type == AttrType::Array || type == AttrType::Object;
+}
+
+bool isSameSource(const RecordConnection* a, const RecordConnection* b) noexcept {
+    if (!a || !b) return a == b;
+    return a->source == b->source && a->output == b->output;
+}
+
+// Compares the lists of two records in pairs, beginning with the inputs of the node.
+class Comparison {
+public:
+    Comparison(const NodeRecord& before, const NodeRecord& after)
+        : m_before(before), m_after(after) {
+        m_pairs.push_back({});
+        for (std::size_t next = 0; next < m_pairs.size(); ++next)
+            compareLists(Pair(m_pairs[next]));
+    }
+
+    [[nodiscard]] std::vector<RecordDifference> take() && noexcept { return std::move(m_found); }
+
+private:
+    // Two lists, and the inputs whose parts they are.
+    struct Pair {
+        u32 before = 0;
+        u32 after = 0;
+        RecordInput owner = {};
+        RecordInput ownerAfter = {};
+    };
+
+    void compareLists(const Pair& pair) {
+        const RecordList& before = m_before.list(pair.before);
+        const RecordList& after = m_after.list(pair.after);
+        if (before.shape == after.shape && before.count == after.count) {
+            for (u32 i = 0; i < before.count; ++i)
+                compareInputs(pair, i, i);
+        } else if (isOfArray(pair)) {
+            m_found.push_back({pair.owner, pair.ownerAfter, bit(InputPart::Elements)});
+        } else {
+            matchNames(pair);
+        }
+    }
+
+    [[nodiscard]] bool isOfArray(const Pair& pair) const noexcept {
+        if (pair.owner.list == RecordInput::none) return false;
+        const SnapshotShape& shape = *m_before.list(pair.owner.list).shape;
+        return shape.input(pair.owner.input).type == AttrType::Array;
+    }
+
+    // An input with a new name in the place of one whose name is gone is the same input.
+    void matchNames(const Pair& pair) {
+        const SnapshotShape& before = *m_before.list(pair.before).shape;
+        const SnapshotShape& after = *m_after.list(pair.after).shape;
+        std::vector<bool> isMatched(before.inputs.size());
+        u32 last = 0;
+        bool isInOrder = true;
+        for (u32 i = 0; i < after.inputs.size(); ++i) {
+            u32 other = before.find(after.inputs[i].name);
+            u32 parts = 0;
+            if (other == SnapshotShape::notFound && isRenamed(before, after, i)) {
+                other = i;
+                parts = bit(InputPart::Name);
+            }
+            if (other == SnapshotShape::notFound || isMatched[other]) {
+                m_found.push_back({{}, {pair.after, i}, bit(InputPart::Added)});
+                continue;
+            }
+            isMatched[other] = true;
+            isInOrder = isInOrder && other >= last;
+            last = other;
+            compareInputs(pair, other, i, parts | (isInOrder ? 0 : bit(InputPart::Order)));
+        }
+        for (u32 i = 0; i < isMatched.size(); ++i)
+            if (!isMatched[i]) m_found.push_back({{pair.before, i}, {}, bit(InputPart::Removed)});
+    }
+
+    static bool isRenamed(const SnapshotShape& before, const SnapshotShape& after, u32 i) noexcept {
+        return i < before.inputs.size() && before.inputs[i].type == after.inputs[i].type &&
+               after.find(before.inputs[i].name) == SnapshotShape::notFound;
+    }
+
+    void compareInputs(const Pair& pair, u32 i, u32 j, u32 parts = 0) {
+        const RecordList& before = m_before.list(pair.before);
+        const RecordList& after = m_after.list(pair.after);
+        const ShapeInput& old = before.shape->input(i);
+        const ShapeInput& now = after.shape->input(j);
+        const std::byte *from = m_before.value(before, i), *to = m_after.value(after, j);
+        if (old.type != now.type || old.elementType != now.elementType)
+            parts |= bit(InputPart::Type);
+        else if (isContainer(now.type))
+            m_pairs.push_back({static_cast<u32>(NodeRecord::at<u64>(from)),
+                               static_cast<u32>(NodeRecord::at<u64>(to)),
+                               {pair.before, i},
+                               {pair.after, j}});
+        else if (!NodeRecord::areEqual(now.type, from, to))
+            parts |= bit(now.type == AttrType::Node ? InputPart::Link : InputPart::Value);
+        if (!old.isMarkedLike(now)) parts |= bit(InputPart::Marks);
+        if (!isSameSource(m_before.connectionOf(pair.before, i),
+                          m_after.connectionOf(pair.after, j)))
+            parts |= bit(InputPart::Connection);
+        if (parts != 0) m_found.push_back({{pair.before, i}, {pair.after, j}, parts});
+    }
+
+    const NodeRecord& m_before;
+    const NodeRecord& m_after;
+    std::vector<Pair> m_pairs;
+    std::vector<RecordDifference> m_found;
+};
+
+} // namespace
+
+bool isSame(const NodeRecord& a, const NodeRecord& b) noexcept {
+    if (!a.name().equals(b.name()) || a.lists().size() != b.lists().size()) return false;
+    if (!std::ranges::equal(a.connections(), b.connections())) return false;
+    for (u32 list = 0; list < a.lists().size(); ++list)
+        if (a.list(list).shape != b.list(list).shape || a.list(list).count != b.list(list).count)
+            return false;
+    for (const RecordList& list : a.lists())
+        for (u32 i = 0; i < list.count; ++i)
+            if (!NodeRecord::areEqual(list.shape->input(i).type, a.value(list, i),
+                                      b.value(list, i)))
+                return false;
+    return true;
+}
+
+std::vector<RecordDifference> differenceOf(const NodeRecord& before, const NodeRecord& after) {
+    return Comparison(before, after).take();
+}
+
+} // namespace qv::kelvo_sdk::impl

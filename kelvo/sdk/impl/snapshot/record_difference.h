@@ -1,0 +1,32 @@
+#pragma once
+
+#include "kelvo/sdk/impl/snapshot/node_record.h"
+
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+/// Tells whether two records of one node say the same.
+[[nodiscard]] bool isSame(const NodeRecord& a, const NodeRecord& b) noexcept;
+
+/// An input of a record, by list and position; list `none` when the record has no such input.
+struct RecordInput {
+    static constexpr u32 none = 0xffffffff;
+    u32 list = none;
+    u32 input = 0;
+};
+
+/// Something about an input that differs. See `InputPart` of the public snapshots.
+struct RecordDifference {
+    RecordInput before;
+    RecordInput after;
+    u32 parts = 0;
+};
+
+/// Returns the inputs that differ between two records of one node, with the parts in which they
+/// differ. Inputs are matched by name and position; the elements of arrays of different lengths are
+/// not compared one by one.
+[[nodiscard]] std::vector<RecordDifference> differenceOf(const NodeRecord& before,
+                                                         const NodeRecord& after);
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,81 @@
+#include "kelvo/sdk/snapshot_delta.h"
+
+#include "kelvo/sdk/impl/snapshot/record_difference.h"
+#include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
+
+namespace qv::kelvo_sdk {
+
+namespace {
+
+const impl::SnapshotPicture* pictureOf(const Snapshot& snapshot) noexcept {
+    return static_cast<const impl::SnapshotPicture*>(snapshot.get());
+}
+
+SnapshotInput viewOf(const impl::SnapshotPicture* picture, const impl::NodeRecord& record,
+                     impl::RecordInput input) noexcept {
+    if (input.list == impl::RecordInput::none) return {};
+    return {picture, &record, input.list, input.input};
+}
+
+bool isSameType(const impl::SnapshotShape& a, const impl::SnapshotShape& b) noexcept {
+    return &a == &b || a.isSameType(b);
+}
+
+} // namespace
+
+SnapshotDelta::SnapshotDelta(const Snapshot& from, const Snapshot& to) : m_from(from), m_to(to) {
+    const auto *before = pictureOf(m_from), *after = pictureOf(m_to);
+    if (before && after && before->isOfSameScene(*after)) {
+        compare();
+    } else {
+        m_removed = m_from.nodes();
+        m_added = m_to.nodes();
+    }
+}
+
+void SnapshotDelta::compare() {
+    const auto *from = pictureOf(m_from), *to = pictureOf(m_to);
+    using Records = impl::SharedArray<const impl::NodeRecord*>;
+    Records::forEachDifference(
+        from->tables().records, to->tables().records,
+        [&](NodeNumber, const impl::NodeRecord* before, const impl::NodeRecord* after) {
+            if (!before)
+                m_added.push_back({to, after});
+            else if (!after)
+                m_removed.push_back({from, before});
+            else
+                compareNodes(*before, *after);
+        });
+    const InputChange* next = m_inputs.data();
+    for (NodeChange& change : m_changed) {
+        change.inputs = {next, change.inputs.size()};
+        next += change.inputs.size();
+    }
+    const auto stamp = from->version() < to->version() ? &impl::SnapshotTables::orderStamp
+                                                       : &impl::SnapshotTables::orderStampBack;
+    m_isOrderChanged = from->tables().*stamp != to->tables().*stamp;
+    if (!m_isOrderChanged) bringIntoOrder();
+}
+
+// Notes only the number of inputs, because the list of all may still move.
+void SnapshotDelta::compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after) {
+    const auto *from = pictureOf(m_from), *to = pictureOf(m_to);
+    const auto differences = impl::differenceOf(before, after);
+    for (const impl::RecordDifference& found : differences)
+        m_inputs.push_back(
+            {viewOf(from, before, found.before), viewOf(to, after, found.after), found.parts});
+    m_changed.push_back({{from, &before},
+                         {to, &after},
+                         !before.name().equals(after.name()),
+                         !isSameType(before.shape(), after.shape()),
+                         {static_cast<const InputChange*>(nullptr), differences.size()}});
+}
+
+// The added nodes are the last ones.
+void SnapshotDelta::bringIntoOrder() {
+    const u64 first = m_to.nodeCount() - m_added.size();
+    for (u64 i = 0; i < m_added.size(); ++i)
+        m_added[i] = m_to.node(first + i);
+}
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,370 @@
+// The public handles and views of snapshots.
+
+#include "kelvo/sdk/snapshot.h"
+
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
+#include "kelvo/sdk/impl/value/conversion.h"
+#include "kelvo/sdk/path_parser.h"
+#include "kelvo/sdk/scene.h"
+
+#include <unordered_set>
+#include <vector>
+
+namespace qv::kelvo_sdk {
+
+namespace {
+
+const String noText;
+
+// Collects nodes, each once.
+class NodeList {
+public:
+    explicit NodeList(const impl::SnapshotPicture* picture) : m_picture(picture) {}
+    void add(NodeNumber number) {
+        const impl::NodeRecord* record = m_picture->tables().record(number);
+        if (record && m_met.insert(number).second) m_found.push_back({m_picture, record});
+    }
+    [[nodiscard]] ds::Vector<SnapshotNode> take() && { return std::move(m_found); }
+
+private:
+    const impl::SnapshotPicture* m_picture;
+    std::unordered_set<NodeNumber> m_met;
+    ds::Vector<SnapshotNode> m_found;
+};
+
+NodeNumber linkAt(const std::byte* value) noexcept {
+    return static_cast<NodeNumber>(impl::NodeRecord::at<u64>(value));
+}
+
+} // namespace
+
+Snapshot Scene::snapshot(const SnapshotOptions& options) const {
+    if (!get()) return {};
+    const auto picture = impl::implOf(get())->takeSnapshot(options.threads);
+    return Snapshot(static_cast<RefCounted*>(picture.get()));
+}
+
+Snapshot Scene::snapshot() const {
+    return snapshot(SnapshotOptions());
+}
+
+// ---- Snapshot --------------------------------------------------------------------------
+
+const impl::SnapshotPicture* Snapshot::picture() const noexcept {
+    return static_cast<const impl::SnapshotPicture*>(get());
+}
+
+u64 Snapshot::nodeCount() const noexcept {
+    return get() ? picture()->tables().order.size() : 0;
+}
+
+SnapshotNode Snapshot::node(u64 index) const noexcept {
+    if (index >= nodeCount()) return {};
+    return nodeWithNumber(picture()->tables().order.at(index));
+}
+
+SnapshotNode Snapshot::findNode(const NameView& name) const noexcept {
+    return get() ? SnapshotNode(picture(), picture()->tables().find(name)) : SnapshotNode();
+}
+
+SnapshotNode Snapshot::operator[](const NameView& name) const noexcept {
+    return findNode(name);
+}
+
+SnapshotNode Snapshot::nodeWithNumber(NodeNumber number) const noexcept {
+    return get() ? SnapshotNode(picture(), picture()->tables().record(number)) : SnapshotNode();
+}
+
+ds::Vector<SnapshotNode> Snapshot::nodes() const {
+    ds::Vector<SnapshotNode> found;
+    if (!get()) return found;
+    found.reserve(nodeCount());
+    const impl::SnapshotTables& tables = picture()->tables();
+    tables.order.forEach([&](NodeNumber number) {
+        found.push_back({picture(), tables.record(number)});
+    });
+    return found;
+}
+
+u64 Snapshot::version() const noexcept {
+    return get() ? picture()->version() : 0;
+}
+
+// ---- Node ------------------------------------------------------------------------------
+
+NodeNumber SnapshotNode::number() const noexcept {
+    return m_record ? m_record->number() : noNodeNumber;
+}
+
+const String& SnapshotNode::name() const noexcept {
+    return m_record ? m_record->name() : noText;
+}
+
+const String& SnapshotNode::type() const noexcept {
+    return m_record ? m_record->shape().type : noText;
+}
+
+StringVector SnapshotNode::bases() const noexcept {
+    return m_record ? m_record->shape().bases : StringVector();
+}
+
+bool SnapshotNode::isTypeOf(const String& type) const noexcept {
+    return m_record && m_record->shape().isTypeOf(type);
+}
+
+u64 SnapshotNode::inputCount() const noexcept {
+    return m_record ? m_record->list(0).count : 0;
+}
+
+SnapshotInput SnapshotNode::input(u64 index) const noexcept {
+    if (index >= inputCount()) return {};
+    return {m_picture, m_record, 0, static_cast<u32>(index)};
+}
+
+SnapshotInput SnapshotNode::operator[](const NameView& name) const noexcept {
+    return m_record ? input(m_record->shape().find(name)) : SnapshotInput();
+}
+
+SnapshotInput SnapshotNode::inputAt(const String& path) const {
+    const ds::Vector<PathParser::Token> steps = PathParser::parsePath(path);
+    if (steps.empty()) return {};
+    SnapshotInput found = (*this)[steps[0].text];
+    for (u64 i = 1; found && i < steps.size(); ++i) {
+        const bool isElement = steps[i].index >= 0;
+        if (isElement != (found.type() == AttrType::Array)) return {};
+        found = isElement ? found.input(static_cast<u64>(steps[i].index)) : found[steps[i].text];
+    }
+    return found;
+}
+
+u64 SnapshotNode::outputCount() const noexcept {
+    return m_record ? m_record->shape().outputs.size() : 0;
+}
+
+SnapshotOutput SnapshotNode::output(u64 index) const noexcept {
+    if (index >= outputCount()) return {};
+    return {m_picture, m_record, static_cast<u32>(index)};
+}
+
+ds::Vector<SnapshotNode> SnapshotNode::children() const {
+    NodeList found(m_picture);
+    const impl::KnownNames& known = impl::knownNames();
+    if (!isTypeOf(known.xform)) return {};
+    const SnapshotInput list = (*this)[known.children];
+    for (u64 i = 0; list.elementType() == AttrType::Node && i < list.inputCount(); ++i)
+        found.add(list.input(i).linked().number());
+    return std::move(found).take();
+}
+
+ds::Vector<SnapshotNode> SnapshotNode::dependencies() const {
+    NodeList found(m_picture);
+    if (!m_record) return {};
+    std::vector<std::pair<u32, u32>> open{{0, 0}};
+    while (!open.empty()) {
+        auto& [list, next] = open.back();
+        if (next == m_record->list(list).count) {
+            open.pop_back();
+            continue;
+        }
+        const SnapshotInput input(m_picture, m_record, list, next++);
+        if (const SnapshotNode linked = input.linked()) found.add(linked.number());
+        if (const SnapshotOutput source = input.source()) found.add(source.record->number());
+        if (input.inputCount() != 0) open.push_back({input.ownList(), 0});
+    }
+    return std::move(found).take();
+}
+
+// ---- Output ----------------------------------------------------------------------------
+
+SnapshotNode SnapshotOutput::node() const noexcept {
+    return {picture, record};
+}
+
+const String& SnapshotOutput::name() const noexcept {
+    return record ? record->shape().outputs[index].name : noText;
+}
+
+AttrType SnapshotOutput::type() const noexcept {
+    return record ? record->shape().outputs[index].type : AttrType::Null;
+}
+
+DataType SnapshotOutput::dataType() const noexcept {
+    return record ? record->shape().outputs[index].dataType : DataType::Null;
+}
+
+// ---- Input -----------------------------------------------------------------------------
+
+SnapshotInput::SnapshotInput(const impl::SnapshotPicture* picture, const impl::NodeRecord* record,
+                             u32 list, u32 index) noexcept
+    : m_picture(picture),
+      m_record(record),
+      m_value(record->value(record->list(list), index)),
+      m_list(list),
+      m_index(index),
+      m_type(record->list(list).shape->input(index).type) {}
+
+const impl::ShapeInput& SnapshotInput::shape() const noexcept {
+    static const impl::ShapeInput none;
+    return m_record ? m_record->list(m_list).shape->input(m_index) : none;
+}
+
+u32 SnapshotInput::ownList() const noexcept {
+    return static_cast<u32>(impl::NodeRecord::at<u64>(m_value));
+}
+
+String SnapshotInput::name() const {
+    if (!m_record) return {};
+    const impl::RecordList& list = m_record->list(m_list);
+    if (m_list == 0) return shape().name;
+    const AttrType owner = m_record->list(list.ownerList).shape->input(list.ownerInput).type;
+    return owner == AttrType::Array ? String::format("%u", m_index) : shape().name;
+}
+
+String SnapshotInput::path() const {
+    if (!m_record) return {};
+    std::vector<SnapshotInput> steps{*this};
+    while (steps.back().m_list != 0) {
+        const impl::RecordList& list = m_record->list(steps.back().m_list);
+        steps.emplace_back(m_picture, m_record, list.ownerList, list.ownerInput);
+    }
+    std::string text(steps.back().name().view());
+    for (std::size_t i = steps.size() - 1; i > 0; --i) {
+        const bool isElement = steps[i].type() == AttrType::Array;
+        const String name = steps[i - 1].name();
+        text += isElement ? "[" : ".";
+        text += name.view();
+        if (isElement) text += "]";
+    }
+    return String(std::string_view(text));
+}
+
+AttrType SnapshotInput::elementType() const noexcept {
+    return m_type == AttrType::Array ? shape().elementType : AttrType::Null;
+}
+
+DataType SnapshotInput::dataType() const noexcept {
+    return m_type == AttrType::Buffer ? shape().dataType : DataType::Null;
+}
+
+bool SnapshotInput::isReadOnly() const noexcept {
+    if (shape().isReadOnly || m_list == 0) return shape().isReadOnly;
+    const impl::RecordList& list = m_record->list(m_list);
+    return SnapshotInput(m_picture, m_record, list.ownerList, list.ownerInput).isReadOnly();
+}
+
+bool SnapshotInput::isSilent() const noexcept {
+    return shape().isSilent;
+}
+
+std::string_view SnapshotInput::text() const noexcept {
+    if (m_type != AttrType::String) return {};
+    const auto* text = impl::NodeRecord::at<const StringBuffer*>(m_value);
+    return text ? text->view() : std::string_view();
+}
+
+interfaces::BufferView SnapshotInput::bufferView() const noexcept {
+    if (m_type != AttrType::Buffer) return {};
+    const impl::Buffer& buffer = impl::NodeRecord::bufferAt(m_value);
+    return {buffer.type(), buffer.data(), buffer.count()};
+}
+
+SnapshotNode SnapshotInput::linked() const noexcept {
+    if (m_type != AttrType::Node) return {};
+    return {m_picture, m_picture->tables().record(linkAt(m_value))};
+}
+
+SnapshotOutput SnapshotInput::source() const noexcept {
+    const auto* found = m_record ? m_record->connectionOf(m_list, m_index) : nullptr;
+    if (!found) return {};
+    return {m_picture, m_picture->tables().record(found->source), found->output};
+}
+
+u64 SnapshotInput::inputCount() const noexcept {
+    return isContainer() ? m_record->list(ownList()).count : 0;
+}
+
+SnapshotInput SnapshotInput::input(u64 index) const noexcept {
+    if (index >= inputCount()) return {};
+    return {m_picture, m_record, ownList(), static_cast<u32>(index)};
+}
+
+SnapshotInput SnapshotInput::operator[](const NameView& name) const noexcept {
+    if (m_type != AttrType::Object) return {};
+    return input(m_record->list(ownList()).shape->find(name));
+}
+
+// ---- Conversion ------------------------------------------------------------------------
+
+namespace detail {
+
+namespace {
+
+// Converts a value to a kind whose values are stored as a T.
+template<typename T>
+bool convertStored(AttrType type, const std::byte* value, AttrType to, T& out) {
+    impl::Value converted;
+    if (!impl::convertValue(impl::NodeRecord::load(type, value), to, converted)) return false;
+    alignas(8) std::byte place[128] = {};
+    impl::NodeRecord::store(converted, place);
+    std::memcpy(static_cast<void*>(&out), place, sizeof out);
+    return true;
+}
+
+} // namespace
+
+bool convertTo(AttrType type, const std::byte* value, bool& out) {
+    u64 bit = 0;
+    if (!convertStored(type, value, AttrType::Bool, bit)) return false;
+    out = bit != 0;
+    return true;
+}
+bool convertTo(AttrType type, const std::byte* value, String& out) {
+    impl::Value converted;
+    if (!impl::convertValue(impl::NodeRecord::load(type, value), AttrType::String, converted))
+        return false;
+    out = converted.asString();
+    return true;
+}
+bool convertTo(AttrType type, const std::byte* value, i64& out) {
+    return convertStored(type, value, AttrType::Int, out);
+}
+bool convertTo(AttrType type, const std::byte* value, u64& out) {
+    return convertStored(type, value, AttrType::UInt, out);
+}
+bool convertTo(AttrType type, const std::byte* value, double& out) {
+    return convertStored(type, value, AttrType::Real, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Vec2d& out) {
+    return convertStored(type, value, AttrType::Vec2, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Vec3d& out) {
+    return convertStored(type, value, AttrType::Vec3, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Vec4d& out) {
+    return convertStored(type, value, AttrType::Vec4, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Pos2d& out) {
+    return convertStored(type, value, AttrType::Pos2, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Pos3d& out) {
+    return convertStored(type, value, AttrType::Pos3, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Quatd& out) {
+    return convertStored(type, value, AttrType::Quat, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Rgbad& out) {
+    return convertStored(type, value, AttrType::Rgba, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Mat3d& out) {
+    return convertStored(type, value, AttrType::Mat3, out);
+}
+bool convertTo(AttrType type, const std::byte* value, math::Mat4d& out) {
+    return convertStored(type, value, AttrType::Mat4, out);
+}
+
+} // namespace detail
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,185 @@
+#include "kelvo/sdk/impl/snapshot/snapshot_keeper.h"
+
+#include "kelvo/base/workers.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_links.h"
+#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/snapshot/record_difference.h"
+#include "kelvo/sdk/impl/snapshot/record_maker.h"
+
+#include <memory>
+#include <new>
+
+namespace qv::kelvo_sdk::impl {
+
+namespace {
+
+// One thread records this many nodes at a time.
+constexpr u64 nodesOfPiece = 1024;
+
+struct EndRecord {
+    void operator()(NodeRecord* record) const noexcept { record->end(record); }
+};
+using NewRecord = std::unique_ptr<NodeRecord, EndRecord>;
+
+} // namespace
+
+SnapshotKeeper::SnapshotKeeper(Scene& scene)
+    : m_scene(scene), m_line(RefersTo<SnapshotLine>::adopt(new SnapshotLine)) {
+    m_scene.followNodes(this, {});
+}
+
+SnapshotKeeper::~SnapshotKeeper() {
+    m_scene.followNodes(nullptr, {});
+}
+
+RefersTo<SnapshotPicture> SnapshotKeeper::take(u32 threads) {
+    const std::lock_guard lock(m_mutex);
+    try {
+        update(threads);
+        return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(m_line));
+    } catch (...) {
+        m_isLost = true;
+        throw;
+    }
+}
+
+void SnapshotKeeper::update(u32 threads) {
+    const u64 numbers = m_scene.graph().end();
+    if (m_isChanged.size() < numbers) m_isChanged.resize(numbers);
+    m_changed.reserve(m_isChanged.size());
+    if (m_isLost)
+        rebuild(threads);
+    else
+        updateChanged();
+    forgetChanges();
+}
+
+void SnapshotKeeper::updateChanged() {
+    if (m_changed.empty()) return;
+    RecordMaker maker(m_scene, m_line->shapes);
+    // The list grows meanwhile.
+    for (std::size_t i = 0; i < m_changed.size(); ++i)
+        replace(m_changed[i], maker);
+}
+
+void SnapshotKeeper::replace(NodeNumber number, RecordMaker& maker) {
+    const Node* const node = m_scene.graph().node(number);
+    const NodeRecord* const before = m_line->current.record(number);
+    NewRecord made(node ? maker.record(*node, m_line->store.next()) : nullptr);
+    // Records of readers have positions of outputs.
+    if (before && made && !before->shape().hasSameOutputs(made->shape()))
+        visitReaders(*node, [this](const Node& reader) { nodeDescribed(reader); });
+    install(number, made.release());
+}
+
+// Keeps the record before when it is the same. Takes over the new one.
+void SnapshotKeeper::install(NodeNumber number, NodeRecord* made) {
+    SnapshotTables& tables = m_line->current;
+    SnapshotStore& store = m_line->store;
+    NewRecord record(made);
+    const NodeRecord* const before = tables.record(number);
+    if (before == made || (before && made && isSame(*before, *made))) return;
+    const bool isRenamed = !before || !made || !before->name().equals(made->name());
+    if (isRenamed && before) tables.names.remove(before->name().foldedHash(), number, store);
+    if (isRenamed && made) tables.names.insert(made->name().foldedHash(), number, store);
+    const NodeRecord*& place = tables.records.edit(number, store);
+    place = record.release();
+    if (before) store.retire(const_cast<NodeRecord*>(before));
+}
+
+void SnapshotKeeper::rebuild(u32 threads) {
+    std::vector<const Node*> nodes;
+    nodes.reserve(m_scene.nodeCount());
+    m_scene.forEachNode([&](const Node* node) { nodes.push_back(node); });
+    std::vector<NewRecord> records(nodes.size());
+    const SnapshotVersion born = m_line->store.next();
+    Workers(threads).run((nodes.size() + nodesOfPiece - 1) / nodesOfPiece, [&](u64 piece) {
+        RecordMaker maker(m_scene, m_line->shapes);
+        const u64 end = std::min<u64>(nodes.size(), (piece + 1) * nodesOfPiece);
+        for (u64 i = piece * nodesOfPiece; i < end; ++i)
+            records[i].reset(maker.record(*nodes[i], born));
+    });
+    SnapshotTables& tables = m_line->current;
+    SnapshotStore& store = m_line->store;
+    tables.clear(store);
+    ++tables.orderStamp;
+    ++tables.orderStampBack;
+    tables.names.reserve(nodes.size(), store);
+    for (NewRecord& record : records) {
+        const NodeNumber number = record->number();
+        tables.names.insert(record->name().foldedHash(), number, store);
+        tables.order.insert(tables.order.size(), number, store);
+        const NodeRecord*& place = tables.records.edit(number, store);
+        place = record.release();
+    }
+    m_isLost = false;
+}
+
+void SnapshotKeeper::forgetChanges() noexcept {
+    for (const NodeNumber number : m_changed)
+        m_isChanged[number] = false;
+    m_changed.clear();
+}
+
+// `m_changed` has room for every number that has a mark.
+void SnapshotKeeper::note(NodeNumber number) noexcept {
+    if (m_isLost) return;
+    if (number >= m_isChanged.size()) {
+        try {
+            const u64 size = std::max<u64>(2 * m_isChanged.size(), u64{number} + 1);
+            m_changed.reserve(size);
+            m_isChanged.resize(size);
+        } catch (const std::bad_alloc&) {
+            m_isLost = true;
+            return;
+        }
+    }
+    if (m_isChanged[number]) return;
+    m_isChanged[number] = true;
+    m_changed.push_back(number);
+}
+
+void SnapshotKeeper::nodeEntered(Node& node) noexcept {
+    note(node.number());
+}
+
+void SnapshotKeeper::nodeTakenOut(Node& node) noexcept {
+    note(node.number());
+}
+
+void SnapshotKeeper::nodeChanged(const Node& node, bool /*wasDirty*/) noexcept {
+    nodeDescribed(node);
+}
+
+void SnapshotKeeper::nodeDescribed(const Node& node) noexcept {
+    if (m_scene.contains(node)) note(node.number());
+}
+
+// A node that the last snapshot has was moved here.
+void SnapshotKeeper::inserted(u64 index, NodeNumber number) noexcept {
+    if (m_isLost) return;
+    SnapshotTables& tables = m_line->current;
+    try {
+        if (index != tables.order.size() || tables.record(number)) {
+            ++tables.orderStamp;
+            ++tables.orderStampBack;
+        }
+        tables.order.insert(index, number, m_line->store);
+    } catch (const std::bad_alloc&) {
+        m_isLost = true;
+    }
+}
+
+void SnapshotKeeper::removed(u64 index) noexcept {
+    if (m_isLost) return;
+    SnapshotTables& tables = m_line->current;
+    try {
+        if (index + 1 != tables.order.size()) ++tables.orderStampBack;
+        tables.order.remove(index, m_line->store);
+    } catch (const std::bad_alloc&) {
+        m_isLost = true;
+    }
+}
+
+} // namespace qv::kelvo_sdk::impl

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "kelvo/sdk/impl/graph/scene_follower.h"
+#include "kelvo/sdk/impl/index/node_table_follower.h"
+#include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
+
+#include <mutex>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+
+class RecordMaker;
+class Scene;
+
+/// Takes the snapshots of a scene. Notes which nodes change, so that a snapshot makes records of
+/// those only and shares the rest with the snapshot before.
+class SnapshotKeeper : public SceneFollower, public NodeTableFollower {
+public:
+    /// Borrows the scene, which must outlive the keeper.
+    explicit SnapshotKeeper(Scene& scene);
+    ~SnapshotKeeper() override;
+
+    /// Returns a snapshot of the present state. Uses at most `threads` threads, 0 for as many as
+    /// the machine runs at once. Throws std::bad_alloc and changes nothing when memory is out.
+    [[nodiscard]] RefersTo<SnapshotPicture> take(u32 threads);
+
+    void nodeEntered(Node& node) noexcept override;
+    void nodeTakenOut(Node& node) noexcept override;
+    void nodeChanged(const Node& node, bool wasDirty) noexcept override;
+    void nodeDescribed(const Node& node) noexcept override;
+
+    void inserted(u64 index, NodeNumber number) noexcept override;
+    void removed(u64 index) noexcept override;
+    [[nodiscard]] u64 nextUse() const noexcept override { return m_line->store.next(); }
+    [[nodiscard]] u64 oldestUse() const noexcept override { return m_line->store.oldest(); }
+
+private:
+    void note(NodeNumber number) noexcept;
+    void update(u32 threads);
+    void updateChanged();
+    void rebuild(u32 threads);
+    void replace(NodeNumber number, RecordMaker& maker);
+    void install(NodeNumber number, NodeRecord* made);
+    void forgetChanges() noexcept;
+
+    Scene& m_scene;
+    RefersTo<SnapshotLine> m_line;
+    // Serialises threads that take snapshots while nobody edits.
+    std::mutex m_mutex;
+    // The numbers of nodes that changed since the last snapshot; with a mark for each number.
+    std::vector<NodeNumber> m_changed;
+    std::vector<bool> m_isChanged;
+    // Set at first, and when memory was out: the tables have to be made again.
+    bool m_isLost = true;
+};
+
+} // namespace qv::kelvo_sdk::impl

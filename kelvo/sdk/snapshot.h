@@ -1,0 +1,282 @@
+#pragma once
+
+#include "kelvo/base/math.h"
+#include "kelvo/base/name.h"
+#include "kelvo/base/ref_counted.h"
+#include "kelvo/base/string_vector.h"
+#include "kelvo/base/vector.h"
+#include "kelvo/sdk/attr_type.h"
+#include "kelvo/sdk/element_type.h"
+#include "kelvo/sdk/interfaces/i_input.h"
+
+#include <concepts>
+#include <cstddef>
+#include <cstring>
+#include <span>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace qv::kelvo_sdk {
+
+namespace impl {
+class NodeRecord;
+class SnapshotPicture;
+struct ShapeInput;
+} // namespace impl
+
+class Scene;
+class SnapshotInput;
+class SnapshotNode;
+
+/// The number of a node in the snapshots of its scene. A node keeps its number through renaming,
+/// conversion, removal and undo. Numbers are small, so they can be indexes of an array; a number is
+/// given to another node only when no snapshot that has its node is left.
+using NodeNumber = u32;
+inline constexpr NodeNumber noNodeNumber = 0xffffffff;
+
+/// Says how to take a snapshot.
+struct SnapshotOptions {
+    /// The greatest number of threads that take the snapshot; 0 for as many as the machine runs at
+    /// once. The snapshot is the same for any number.
+    u32 threads = 0;
+};
+
+/// A picture of a whole scene at one time, which never changes: the scene may be edited, undone,
+/// read into or destroyed meanwhile. Any number of threads may read one snapshot without a lock.
+///
+/// Copies of a handle share the snapshot; the last one frees it, on any thread. Snapshots of one
+/// scene share everything that is equal, and never copy buffers. Everything that a snapshot returns
+/// by reference, pointer or span is valid as long as a handle on the snapshot.
+///
+/// Values are those that are set: connections are not evaluated, and values of modifiers are left
+/// out. Links and connections to nodes outside of the scene are none.
+class QV_EXPORT Snapshot : public RefersTo<RefCounted> {
+public:
+    using RefersTo::RefersTo;
+
+    [[nodiscard]] u64 nodeCount() const noexcept;
+    /// Returns a node by position in creation order; empty out of range.
+    [[nodiscard]] SnapshotNode node(u64 index) const noexcept;
+    /// Returns the node of that name, without regard to case; empty when there is none.
+    [[nodiscard]] SnapshotNode findNode(const NameView& name) const noexcept;
+    [[nodiscard]] SnapshotNode operator[](const NameView& name) const noexcept;
+    /// Returns the node of that number; empty when there is none.
+    [[nodiscard]] SnapshotNode nodeWithNumber(NodeNumber number) const noexcept;
+    /// Returns all nodes in creation order. Faster than one after the other.
+    [[nodiscard]] ds::Vector<SnapshotNode> nodes() const;
+    /// Returns the position of the snapshot among those of its scene, from 1; 0 when empty.
+    [[nodiscard]] u64 version() const noexcept;
+
+private:
+    [[nodiscard]] const impl::SnapshotPicture* picture() const noexcept;
+};
+
+/// An output of a node in a snapshot. An empty one has no node.
+struct SnapshotOutput {
+    const impl::SnapshotPicture* picture = nullptr;
+    const impl::NodeRecord* record = nullptr;
+    u32 index = 0;
+
+    [[nodiscard]] bool isEmpty() const noexcept { return record == nullptr; }
+    [[nodiscard]] explicit operator bool() const noexcept { return record != nullptr; }
+    [[nodiscard]] QV_EXPORT SnapshotNode node() const noexcept;
+    [[nodiscard]] QV_EXPORT const String& name() const noexcept;
+    [[nodiscard]] QV_EXPORT AttrType type() const noexcept;
+    /// Returns the element type of a buffer, Null for other kinds.
+    [[nodiscard]] QV_EXPORT DataType dataType() const noexcept;
+};
+
+/// A node in a snapshot; borrows the snapshot. Every operation is safe on an empty one.
+class QV_EXPORT SnapshotNode {
+public:
+    SnapshotNode() = default;
+    /// For the library itself.
+    SnapshotNode(const impl::SnapshotPicture* picture, const impl::NodeRecord* record) noexcept
+        : m_picture(picture), m_record(record) {}
+
+    [[nodiscard]] bool isEmpty() const noexcept { return m_record == nullptr; }
+    [[nodiscard]] explicit operator bool() const noexcept { return m_record != nullptr; }
+    /// Returns `noNodeNumber` for an empty one.
+    [[nodiscard]] NodeNumber number() const noexcept;
+    [[nodiscard]] const String& name() const noexcept;
+    [[nodiscard]] const String& type() const noexcept;
+    [[nodiscard]] StringVector bases() const noexcept;
+    /// Tells whether the type or one of the bases is `type`.
+    [[nodiscard]] bool isTypeOf(const String& type) const noexcept;
+
+    [[nodiscard]] u64 inputCount() const noexcept;
+    /// Returns an input by position; empty out of range.
+    [[nodiscard]] SnapshotInput input(u64 index) const noexcept;
+    /// Returns the first input of that name, without regard to case; empty when there is none.
+    [[nodiscard]] SnapshotInput operator[](const NameView& name) const noexcept;
+    /// Returns the input at a path like "array[3].member"; empty when a step of the path fails.
+    [[nodiscard]] SnapshotInput inputAt(const String& path) const;
+    [[nodiscard]] u64 outputCount() const noexcept;
+    /// Returns an output by position; empty out of range.
+    [[nodiscard]] SnapshotOutput output(u64 index) const noexcept;
+
+    /// Returns the nodes that the list "children" of an "xform" links to, each once, in order.
+    [[nodiscard]] ds::Vector<SnapshotNode> children() const;
+    /// Returns the nodes that the inputs link and connect to, each once, in order of the inputs.
+    [[nodiscard]] ds::Vector<SnapshotNode> dependencies() const;
+
+    /// Tells whether both are the same state of the same node: nothing of it changed between their
+    /// snapshots. Takes constant time; false for equal nodes of different scenes.
+    [[nodiscard]] bool isUnchangedFrom(const SnapshotNode& other) const noexcept {
+        return m_record == other.m_record;
+    }
+    /// Compares node and snapshot.
+    [[nodiscard]] bool operator==(const SnapshotNode&) const noexcept = default;
+
+private:
+    const impl::SnapshotPicture* m_picture = nullptr;
+    const impl::NodeRecord* m_record = nullptr;
+};
+
+namespace detail {
+
+// Reads a value of another kind than T, converted; false when it does not convert.
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, bool& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, i64& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, u64& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, double& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Vec2d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Vec3d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Vec4d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Pos2d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Pos3d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Quatd& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Rgbad& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Mat3d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, math::Mat4d& out);
+QV_EXPORT bool convertTo(AttrType type, const std::byte* value, String& out);
+
+// The kind whose values are stored as a T.
+template<typename T>
+inline constexpr AttrType kindStoredAs = AttrType::Null;
+template<>
+inline constexpr AttrType kindStoredAs<i64> = AttrType::Int;
+template<>
+inline constexpr AttrType kindStoredAs<u64> = AttrType::UInt;
+template<>
+inline constexpr AttrType kindStoredAs<double> = AttrType::Real;
+template<>
+inline constexpr AttrType kindStoredAs<math::Vec2d> = AttrType::Vec2;
+template<>
+inline constexpr AttrType kindStoredAs<math::Vec3d> = AttrType::Vec3;
+template<>
+inline constexpr AttrType kindStoredAs<math::Vec4d> = AttrType::Vec4;
+template<>
+inline constexpr AttrType kindStoredAs<math::Pos2d> = AttrType::Pos2;
+template<>
+inline constexpr AttrType kindStoredAs<math::Pos3d> = AttrType::Pos3;
+template<>
+inline constexpr AttrType kindStoredAs<math::Quatd> = AttrType::Quat;
+template<>
+inline constexpr AttrType kindStoredAs<math::Rgbad> = AttrType::Rgba;
+template<>
+inline constexpr AttrType kindStoredAs<math::Mat3d> = AttrType::Mat3;
+template<>
+inline constexpr AttrType kindStoredAs<math::Mat4d> = AttrType::Mat4;
+
+} // namespace detail
+
+/// An input of a node in a snapshot; borrows the snapshot. Every operation is safe on an empty one.
+class QV_EXPORT SnapshotInput {
+public:
+    SnapshotInput() = default;
+    /// For the library itself.
+    SnapshotInput(const impl::SnapshotPicture* picture, const impl::NodeRecord* record, u32 list,
+                  u32 index) noexcept;
+
+    [[nodiscard]] bool isEmpty() const noexcept { return m_record == nullptr; }
+    [[nodiscard]] explicit operator bool() const noexcept { return m_record != nullptr; }
+    [[nodiscard]] SnapshotNode node() const noexcept { return {m_picture, m_record}; }
+    /// Returns the name; for an element of an array its index.
+    [[nodiscard]] String name() const;
+    /// Returns the path within the node, like "array[3].member".
+    [[nodiscard]] String path() const;
+    [[nodiscard]] AttrType type() const noexcept { return m_type; }
+    /// Returns the element kind of an array, Null for other kinds.
+    [[nodiscard]] AttrType elementType() const noexcept;
+    /// Returns the element type that a buffer declares, Null for any and for other kinds.
+    [[nodiscard]] DataType dataType() const noexcept;
+    /// Tells whether the input, or an array or object around it, is marked as read-only.
+    [[nodiscard]] bool isReadOnly() const noexcept;
+    [[nodiscard]] bool isSilent() const noexcept;
+
+    /// Reads the value as a `T`: a bool, number, text or `qv::math` value, converted. Returns
+    /// false, with `out` unchanged, when it does not convert.
+    template<typename T>
+    bool read(T& out) const {
+        if constexpr (detail::kindStoredAs<T> != AttrType::Null) {
+            if (m_type == detail::kindStoredAs<T>) {
+                std::memcpy(&out, m_value, sizeof out);
+                return true;
+            }
+        }
+        if constexpr (std::integral<T> && !std::same_as<T, bool>) {
+            std::conditional_t<std::signed_integral<T>, i64, u64> value = 0;
+            if (!detail::convertTo(m_type, m_value, value) || !std::in_range<T>(value))
+                return false;
+            out = static_cast<T>(value);
+            return true;
+        } else if constexpr (std::same_as<T, float>) {
+            double value = 0.0;
+            const bool isRead = read(value);
+            if (isRead) out = static_cast<float>(value);
+            return isRead;
+        } else {
+            return detail::convertTo(m_type, m_value, out);
+        }
+    }
+    /// Returns the value as a `T`; `fallback` when it does not convert.
+    template<typename T>
+    [[nodiscard]] T get(T fallback = T()) const {
+        read(fallback);
+        return fallback;
+    }
+    /// Returns the text of a String, empty for other kinds.
+    [[nodiscard]] std::string_view text() const noexcept;
+    /// Returns the elements of a buffer; empty for other kinds.
+    [[nodiscard]] interfaces::BufferView bufferView() const noexcept;
+    /// Returns the elements of a buffer if its element type is exactly that of `T`, else an empty
+    /// span.
+    template<typename T>
+    [[nodiscard]] std::span<const T> buffer() const noexcept {
+        const interfaces::BufferView view = bufferView();
+        if (view.type != elementTypeOf<T>) return {};
+        return {static_cast<const T*>(view.data), view.count};
+    }
+    /// Returns the node that the input links to, empty for none and for other kinds.
+    [[nodiscard]] SnapshotNode linked() const noexcept;
+    /// Returns the output that the input is connected to, empty for none.
+    [[nodiscard]] SnapshotOutput source() const noexcept;
+
+    /// Returns the number of array elements or object members.
+    [[nodiscard]] u64 inputCount() const noexcept;
+    /// Returns an element or member; empty out of range.
+    [[nodiscard]] SnapshotInput input(u64 index) const noexcept;
+    /// Returns the first member of that name, without regard to case; empty when there is none.
+    [[nodiscard]] SnapshotInput operator[](const NameView& name) const noexcept;
+
+    [[nodiscard]] bool operator==(const SnapshotInput&) const noexcept = default;
+
+private:
+    friend class SnapshotNode;
+    [[nodiscard]] const impl::ShapeInput& shape() const noexcept;
+    [[nodiscard]] bool isContainer() const noexcept {
+        return m_type == AttrType::Array || m_type == AttrType::Object;
+    }
+    [[nodiscard]] u32 ownList() const noexcept;
+
+    const impl::SnapshotPicture* m_picture = nullptr;
+    const impl::NodeRecord* m_record = nullptr;
+    const std::byte* m_value = nullptr;
+    u32 m_list = 0;
+    u32 m_index = 0;
+    AttrType m_type = AttrType::Null;
+};
+
+} // namespace qv::kelvo_sdk

@@ -1,0 +1,363 @@
+#include "kelvo/sdk/snapshot.h"
+
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace qv::kelvo_sdk {
+namespace {
+
+std::string namesOf(const ds::Vector<SnapshotNode>& nodes) {
+    std::string names;
+    for (const SnapshotNode& node : nodes)
+        names += std::string(node.name().view()) + " ";
+    return names;
+}
+
+class SnapshotTest : public testing::Test {
+protected:
+    Node make(const char* name, const char* type = "thing") {
+        return m_scene.createNode(type, name);
+    }
+    Scene m_scene = Scene::create();
+};
+
+// ---- Snapshots ---------------------------------------------------------------------------------
+
+TEST_F(SnapshotTest, Snapshot_OfAnEmptyHandle_IsEmpty) {
+    const Snapshot none = Scene().snapshot();
+    EXPECT_FALSE(none);
+    EXPECT_EQ(none.nodeCount(), 0U);
+    EXPECT_EQ(none.version(), 0U);
+    EXPECT_TRUE(none.node(0).isEmpty());
+    EXPECT_TRUE(none["a"].isEmpty());
+    EXPECT_TRUE(none.nodeWithNumber(0).isEmpty());
+    EXPECT_TRUE(none.nodes().empty());
+}
+
+TEST_F(SnapshotTest, Snapshot_OfAnEmptyScene_HasNoNodes) {
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_TRUE(snapshot);
+    EXPECT_EQ(snapshot.nodeCount(), 0U);
+    EXPECT_EQ(snapshot.version(), 1U);
+}
+
+TEST_F(SnapshotTest, Snapshot_AfterEdits_StaysAsItWas) {
+    make("a").createInput("x", AttrType::Real).set(1.5);
+    const Snapshot before = m_scene.snapshot();
+    m_scene["a"]["x"].set(2.5);
+    make("b");
+    const Snapshot after = m_scene.snapshot();
+    EXPECT_EQ(before["a"]["x"].get<double>(), 1.5);
+    EXPECT_EQ(before.nodeCount(), 1U);
+    EXPECT_EQ(after["a"]["x"].get<double>(), 2.5);
+    EXPECT_EQ(after.nodeCount(), 2U);
+}
+
+TEST_F(SnapshotTest, Snapshot_AfterItsSceneEnded_IsStillReadable) {
+    make("a").createInput("x", AttrType::String).set("text");
+    const Snapshot snapshot = m_scene.snapshot();
+    m_scene.reset();
+    EXPECT_EQ(snapshot["a"]["x"].text(), "text");
+}
+
+TEST_F(SnapshotTest, Snapshot_OfOneThreadOrMany_IsTheSame) {
+    for (int i = 0; i < 3000; ++i)
+        make("n").createInput("x", AttrType::Int).set(i);
+    for (const u32 threads : {1U, 3U, 10000U}) {
+        Scene scene = m_scene;
+        const Snapshot snapshot = scene.snapshot({.threads = threads});
+        ASSERT_EQ(snapshot.nodeCount(), 3000U);
+        for (u64 i = 0; i < 3000; ++i)
+            ASSERT_EQ(snapshot.node(i)["x"].get<int>(), static_cast<int>(i));
+    }
+}
+
+TEST_F(SnapshotTest, Snapshot_InsideAnOpenEdit_HasTheEditSoFar) {
+    m_scene.setUndoEnabled(true);
+    make("a");
+    Snapshot inside;
+    {
+        const Scene::UndoScope scope(m_scene, "Edit", "Undo");
+        make("b");
+        inside = m_scene.snapshot();
+        scope.cancel();
+    }
+    EXPECT_EQ(namesOf(inside.nodes()), "a b ");
+    EXPECT_EQ(namesOf(m_scene.snapshot().nodes()), "a ");
+}
+
+// ---- Nodes -------------------------------------------------------------------------------------
+
+TEST_F(SnapshotTest, FindNode_InAnyCase_FindsTheNode) {
+    make("Lamp");
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(snapshot["lAMP"].name(), String("Lamp"));
+    EXPECT_TRUE(snapshot["lamp1"].isEmpty());
+}
+
+TEST_F(SnapshotTest, FindNode_AfterRenaming_FindsTheNewNameAlone) {
+    const Node node = make("a");
+    const Snapshot before = m_scene.snapshot();
+    node.rename("b");
+    const Snapshot after = m_scene.snapshot();
+    EXPECT_TRUE(before["a"] && !before["b"]);
+    EXPECT_TRUE(after["b"] && !after["a"]);
+}
+
+TEST_F(SnapshotTest, Nodes_AfterMoves_AreInTheOrderOfTheScene) {
+    for (const char* name : {"a", "b", "c", "d"})
+        make(name);
+    static_cast<void>(m_scene.snapshot());
+    m_scene.moveNode(m_scene["d"], 1);
+    m_scene.removeNode(m_scene["a"]);
+    EXPECT_EQ(namesOf(m_scene.snapshot().nodes()), "d b c ");
+    EXPECT_EQ(m_scene.snapshot().node(1).name(), String("b"));
+    EXPECT_TRUE(m_scene.snapshot().node(3).isEmpty());
+}
+
+TEST_F(SnapshotTest, Type_AndBases_AreThoseOfTheNode) {
+    ASSERT_TRUE(m_scene.read("kelvo scene 1\nnode lamp : light, object \"a\" {\n}\n", "text"));
+    const Snapshot snapshot = m_scene.snapshot();
+    const SnapshotNode node = snapshot["a"];
+    EXPECT_EQ(node.type(), String("lamp"));
+    EXPECT_EQ(node.bases().join(","), String("light,object"));
+    EXPECT_TRUE(node.isTypeOf("lamp") && node.isTypeOf("object"));
+    EXPECT_FALSE(node.isTypeOf("Lamp") || node.isTypeOf("mesh"));
+}
+
+TEST_F(SnapshotTest, Outputs_HaveNameAndKind) {
+    const Node node = make("a");
+    node.createOutput("o", AttrType::Real);
+    node.createOutput("points", DataType::Pos3f);
+    const Snapshot snapshot = m_scene.snapshot();
+    ASSERT_EQ(snapshot["a"].outputCount(), 2U);
+    EXPECT_EQ(snapshot["a"].output(0).name(), String("o"));
+    EXPECT_EQ(snapshot["a"].output(0).type(), AttrType::Real);
+    EXPECT_EQ(snapshot["a"].output(1).dataType(), DataType::Pos3f);
+    EXPECT_TRUE(snapshot["a"].output(2).isEmpty());
+}
+
+TEST_F(SnapshotTest, Children_AreThoseOfTheHierarchy) {
+    const Node room = make("room", "xform"), desk = make("desk", "xform");
+    room.createArray("children", AttrType::Node);
+    desk.parentTo(room);
+    make("lamp").parentTo(room);
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(namesOf(snapshot["room"].children()), "desk lamp ");
+    EXPECT_TRUE(snapshot["lamp"].children().empty());
+}
+
+TEST_F(SnapshotTest, Dependencies_AreLinksAndConnectionsOfAllDepths) {
+    const Node a = make("a"), b = make("b"), c = make("c");
+    a.createInput("link", AttrType::Node).set(c);
+    const Input members = a.createInput("object", AttrType::Object);
+    members.createInput("x", AttrType::Real).connect(b.createOutput("o", AttrType::Real));
+    members.createInput("again", AttrType::Node).set(c);
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(namesOf(snapshot["a"].dependencies()), "c b ");
+}
+
+TEST_F(SnapshotTest, IsUnchangedFrom_TellsWhetherAnythingOfTheNodeChanged) {
+    make("a").createInput("x", AttrType::Real);
+    make("b").createInput("x", AttrType::Real);
+    const Snapshot before = m_scene.snapshot();
+    m_scene["b"]["x"].set(1.0);
+    m_scene["a"]["x"].set(1.0);
+    m_scene["a"]["x"].set(0.0);
+    const Snapshot after = m_scene.snapshot();
+    EXPECT_TRUE(after["a"].isUnchangedFrom(before["a"]));
+    EXPECT_FALSE(after["b"].isUnchangedFrom(before["b"]));
+}
+
+TEST_F(SnapshotTest, EmptyNode_AnswersEmpty) {
+    const SnapshotNode none;
+    EXPECT_EQ(none.number(), noNodeNumber);
+    EXPECT_TRUE(none.name().isEmpty() && none.type().isEmpty() && none.bases().empty());
+    EXPECT_EQ(none.inputCount() + none.outputCount(), 0U);
+    EXPECT_TRUE(none["x"].isEmpty() && none.inputAt("x").isEmpty());
+    EXPECT_TRUE(none.children().empty() && none.dependencies().empty());
+    EXPECT_FALSE(none.isTypeOf("thing"));
+}
+
+// ---- Numbers -----------------------------------------------------------------------------------
+
+TEST_F(SnapshotTest, Number_AfterRenamingConversionRemovalAndUndo_StaysTheSame) {
+    m_scene.setUndoEnabled(true);
+    const Node node = make("a");
+    const NodeNumber number = m_scene.snapshot()["a"].number();
+    node.rename("b");
+    node.convertTo("lamp");
+    EXPECT_EQ(m_scene.snapshot()["b"].number(), number);
+    m_scene.removeNode(m_scene["b"]);
+    EXPECT_TRUE(m_scene.snapshot().nodeWithNumber(number).isEmpty());
+    m_scene.undo();
+    EXPECT_EQ(m_scene.snapshot().nodeWithNumber(number).name(), String("b"));
+}
+
+TEST_F(SnapshotTest, Number_WhileASnapshotHasItsNode_IsNotGivenToAnother) {
+    make("a");
+    Snapshot old = m_scene.snapshot();
+    const NodeNumber number = old["a"].number();
+    m_scene.removeNode(m_scene["a"]);
+    make("b");
+    EXPECT_NE(m_scene.snapshot()["b"].number(), number);
+    old.reset();
+    std::set<NodeNumber> numbers;
+    for (const char* name : {"c", "d"})
+        make(name);
+    const Snapshot now = m_scene.snapshot();
+    for (const SnapshotNode& node : now.nodes())
+        numbers.insert(node.number());
+    EXPECT_TRUE(numbers.contains(number));
+}
+
+// ---- Inputs ------------------------------------------------------------------------------------
+
+TEST_F(SnapshotTest, Read_OfEachKind_ReturnsTheValueThatWasSet) {
+    const Node node = make("a");
+    math::Mat3d three;
+    three[1][2] = 5;
+    math::Mat4d four;
+    four[3][0] = -1;
+    node.createInput("bool", AttrType::Bool).set(true);
+    node.createInput("int", AttrType::Int).set(-7);
+    node.createInput("uint", AttrType::UInt).set(~u64{0});
+    node.createInput("real", AttrType::Real).set(0.1);
+    node.createInput("vec2", AttrType::Vec2).set(math::Vec2d{1, 2});
+    node.createInput("vec3", AttrType::Vec3).set(math::Vec3d{1, 2, 3});
+    node.createInput("vec4", AttrType::Vec4).set(math::Vec4d{1, 2, 3, 4});
+    node.createInput("pos2", AttrType::Pos2).set(math::Pos2d{5, 6});
+    node.createInput("pos3", AttrType::Pos3).set(math::Pos3d{5, 6, 7});
+    node.createInput("quat", AttrType::Quat).set(math::Quatd{0, 0, 1, 0});
+    node.createInput("rgba", AttrType::Rgba).set(math::Rgbad{1, 0, 0, 0.5});
+    node.createInput("mat3", AttrType::Mat3).set(three);
+    node.createInput("mat4", AttrType::Mat4).set(four);
+    node.createInput("string", AttrType::String).set("text");
+    const Snapshot snapshot = m_scene.snapshot();
+    const SnapshotNode read = snapshot["a"];
+    EXPECT_EQ(read["bool"].get<bool>(), true);
+    EXPECT_EQ(read["int"].get<i64>(), -7);
+    EXPECT_EQ(read["uint"].get<u64>(), ~u64{0});
+    EXPECT_EQ(read["real"].get<double>(), 0.1);
+    EXPECT_EQ(read["vec2"].get<math::Vec2d>(), (math::Vec2d{1, 2}));
+    EXPECT_EQ(read["vec3"].get<math::Vec3d>(), (math::Vec3d{1, 2, 3}));
+    EXPECT_EQ(read["vec4"].get<math::Vec4d>(), (math::Vec4d{1, 2, 3, 4}));
+    EXPECT_EQ(read["pos2"].get<math::Pos2d>(), (math::Pos2d{5, 6}));
+    EXPECT_EQ(read["pos3"].get<math::Pos3d>(), (math::Pos3d{5, 6, 7}));
+    EXPECT_EQ(read["quat"].get<math::Quatd>(), (math::Quatd{0, 0, 1, 0}));
+    EXPECT_EQ(read["rgba"].get<math::Rgbad>(), (math::Rgbad{1, 0, 0, 0.5}));
+    EXPECT_EQ(read["mat3"].get<math::Mat3d>(), three);
+    EXPECT_EQ(read["mat4"].get<math::Mat4d>(), four);
+    EXPECT_EQ(read["string"].get<String>(), String("text"));
+    EXPECT_EQ(read["string"].text(), "text");
+}
+
+TEST_F(SnapshotTest, Read_AsAnotherType_ConvertsOrFails) {
+    const Node node = make("a");
+    node.createInput("int", AttrType::Int).set(300);
+    node.createInput("text", AttrType::String).set("x");
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(snapshot["a"]["int"].get<float>(), 300.0F);
+    EXPECT_EQ(snapshot["a"]["int"].get<String>(), String("300"));
+    EXPECT_EQ(snapshot["a"]["int"].get<std::uint8_t>(9), 9);
+    double out = 4;
+    EXPECT_FALSE(snapshot["a"]["text"].read(out));
+    EXPECT_FALSE(SnapshotInput().read(out));
+    EXPECT_EQ(out, 4);
+}
+
+TEST_F(SnapshotTest, Buffer_IsSharedWithTheScene) {
+    const Input input = make("a").createBuffer("b", DataType::Float);
+    input.setBuffer(std::array{1.0F, 2.0F});
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(snapshot["a"]["b"].buffer<float>().data(), input.buffer<float>().data());
+    EXPECT_EQ(snapshot["a"]["b"].dataType(), DataType::Float);
+    EXPECT_TRUE(snapshot["a"]["b"].buffer<double>().empty());
+    input.setBuffer(std::array{3.0F});
+    EXPECT_EQ(snapshot["a"]["b"].buffer<float>()[1], 2.0F);
+}
+
+TEST_F(SnapshotTest, Links_ToNodesOfTheSceneAlone_AreSeen) {
+    const Node a = make("a"), b = make("b"), other = Scene::create().createNode("thing", "c");
+    a.createInput("link", AttrType::Node).set(b);
+    a.createInput("free", AttrType::Node).set(other.copyByItself("free"));
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(snapshot["a"]["link"].linked(), snapshot["b"]);
+    EXPECT_TRUE(snapshot["a"]["free"].linked().isEmpty());
+    m_scene.removeNode(b);
+    EXPECT_TRUE(m_scene.snapshot()["a"]["link"].linked().isEmpty());
+    EXPECT_EQ(snapshot["a"]["link"].linked().name(), String("b"));
+}
+
+TEST_F(SnapshotTest, Source_AfterAnEarlierOutputLeft_IsStillTheSameOutput) {
+    const Node a = make("a"), b = make("b");
+    a.createOutput("first", AttrType::Real);
+    b.createInput("x", AttrType::Real).connect(a.createOutput("second", AttrType::Real));
+    EXPECT_EQ(m_scene.snapshot()["b"]["x"].source().index, 1U);
+    a.removeOutput("first");
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(snapshot["b"]["x"].source().name(), String("second"));
+    EXPECT_EQ(snapshot["b"]["x"].source().node(), snapshot["a"]);
+}
+
+TEST_F(SnapshotTest, ArraysAndObjects_HaveTheirPartsAndPaths) {
+    const Node node = make("a");
+    const Input list = node.createArray("list", AttrType::Object);
+    list.append();
+    const Input second = list.append();
+    second.createInput("Deep", AttrType::Int).set(4);
+    const Snapshot snapshot = m_scene.snapshot();
+    const SnapshotInput deep = snapshot["a"].inputAt("list[1].deep");
+    EXPECT_EQ(deep.get<int>(), 4);
+    EXPECT_EQ(deep.path(), String("list[1].Deep"));
+    EXPECT_EQ(snapshot["a"]["list"].elementType(), AttrType::Object);
+    EXPECT_EQ(snapshot["a"]["list"].inputCount(), 2U);
+    EXPECT_EQ(snapshot["a"]["list"].input(1).name(), String("1"));
+    EXPECT_TRUE(snapshot["a"].inputAt("list[2]").isEmpty());
+    EXPECT_TRUE(snapshot["a"].inputAt("list.deep").isEmpty());
+    EXPECT_TRUE(snapshot["a"].inputAt("list[").isEmpty());
+}
+
+TEST_F(SnapshotTest, Name_OfManyInputs_FindsTheFirstOfEqualNames) {
+    const Node node = make("a");
+    for (int i = 0; i < 40; ++i)
+        node.createInput(String::format("i%d", i), AttrType::Int).set(i);
+    node.createInput("I7", AttrType::Real).set(1.0);
+    const Snapshot snapshot = m_scene.snapshot();
+    for (int i = 0; i < 40; ++i)
+        ASSERT_EQ(snapshot["a"][String::format("I%d", i)].get<int>(), i);
+    EXPECT_TRUE(snapshot["a"]["i40"].isEmpty());
+}
+
+TEST_F(SnapshotTest, ReadOnlyMark_SetLater_IsInTheNextSnapshot) {
+    const Input object = make("a").createInput("o", AttrType::Object);
+    object.createInput("x", AttrType::Real);
+    static_cast<void>(m_scene.snapshot());
+    impl::implOf(object.get())->setReadOnly(true);
+    EXPECT_TRUE(m_scene.snapshot()["a"]["o"].isReadOnly());
+    EXPECT_TRUE(m_scene.snapshot()["a"].inputAt("o.x").isReadOnly());
+}
+
+TEST_F(SnapshotTest, DeepNesting_OfInputs_IsReadWithoutRecursion) {
+    Input input = make("a").createInput("o", AttrType::Object);
+    for (int depth = 0; depth < 20000; ++depth)
+        input = input.createInput("o", AttrType::Object);
+    const Snapshot snapshot = m_scene.snapshot();
+    SnapshotInput found = snapshot["a"]["o"];
+    int depth = 0;
+    for (; found.inputCount() != 0; found = found.input(0))
+        ++depth;
+    EXPECT_EQ(depth, 20000);
+    EXPECT_FALSE(found.isReadOnly());
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk
