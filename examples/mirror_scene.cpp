@@ -1,5 +1,5 @@
 // A renderer's thread keeps a copy of the scene by deltas, while the main thread edits and undoes.
-#include "kelvo/kelvo.h"
+#include "examples/expect.h"
 
 #include <condition_variable>
 #include <cstdio>
@@ -75,19 +75,19 @@ int main() {
     });
 
     Scene scene = Scene::create();
-    scene.setUndoEnabled(true);
+    expect(scene.setUndoEnabled(true));
     for (int i = 0; i < 100; ++i) {
         const Node lamp = scene.createNode("pointLight", "lamp");
-        lamp.createInput("power", AttrType::Real).set(1.0);
+        expect(lamp.createInput("power", AttrType::Real).set(1.0));
         latest.put(scene.snapshot());
     }
     {
         const Scene::UndoScope edit(scene, "Remove a lamp", "Restore the lamp");
-        scene.removeNode(scene["lamp"]);
-        scene["lamp1"]["power"].set(51.0);
+        expect(scene.removeNode(scene["lamp"]));
+        expect(scene["lamp1"]["power"].set(51.0));
     }
     latest.put(scene.snapshot());
-    scene.undo();
+    expect(scene.undo());
     latest.put(scene.snapshot(), true);
     scene.reset();
     thread.join();

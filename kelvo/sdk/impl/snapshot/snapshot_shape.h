@@ -24,7 +24,7 @@ struct ShapeInput {
     bool isReadOnly = false;
     /// The place of the value behind the first value of the list.
     u32 offset = 0;
-    RefersTo<AttrDetails> details;
+    RefersTo<AttrDetails> details = {};
 
     /// Compares everything that has neither to do with name, kind nor value.
     [[nodiscard]] bool isMarkedLike(const ShapeInput& other) const noexcept {
@@ -113,6 +113,7 @@ public:
 
     /// Returns the shape like this one, with a reference for the caller.
     [[nodiscard]] const SnapshotShape* share(SnapshotShape&& shape);
+    [[nodiscard]] u64 size() const noexcept { return m_shapes.size(); }
 
 private:
     struct Hash {

@@ -75,7 +75,7 @@ TEST_F(SharedArrayTest, RandomEdits_AllCopies_StayAsTheyWere) {
     std::map<u32, u32> model;
     std::vector<std::pair<Array, std::map<u32, u32>>> copies;
     for (u32 step = 1; step < 3000; ++step) {
-        const u32 index = random() % (random() % 8 == 0 ? 200000 : 300);
+        const auto index = static_cast<u32>(random() % (random() % 8 == 0 ? 200000 : 300));
         m_array.edit(index, m_store) = model[index] = step;
         if (random() % 16 == 0) copies.emplace_back(keep(), model);
     }

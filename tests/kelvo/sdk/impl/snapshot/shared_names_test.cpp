@@ -44,7 +44,7 @@ TEST_F(SharedNamesTest, RandomEdits_EveryNumber_IsFoundByItsHash) {
     std::mt19937 random(5);
     std::map<u32, u64> model;
     for (u32 step = 0; step < 4000; ++step) {
-        const u32 number = random() % 500;
+        const auto number = static_cast<u32>(random() % 500);
         if (const auto known = model.find(number); known != model.end()) {
             m_names.remove(known->second, number, m_store);
             model.erase(known);

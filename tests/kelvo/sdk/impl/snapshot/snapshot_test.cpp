@@ -1,15 +1,10 @@
 #include "kelvo/sdk/snapshot.h"
 
-#include "kelvo/sdk/impl/graph/impl_of.h"
-#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/scene.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <set>
 #include <string>
-#include <vector>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -28,71 +23,6 @@ protected:
     }
     Scene m_scene = Scene::create();
 };
-
-// ---- Snapshots ---------------------------------------------------------------------------------
-
-TEST_F(SnapshotTest, Snapshot_OfAnEmptyHandle_IsEmpty) {
-    const Snapshot none = Scene().snapshot();
-    EXPECT_FALSE(none);
-    EXPECT_EQ(none.nodeCount(), 0U);
-    EXPECT_EQ(none.version(), 0U);
-    EXPECT_TRUE(none.node(0).isEmpty());
-    EXPECT_TRUE(none["a"].isEmpty());
-    EXPECT_TRUE(none.nodeWithNumber(0).isEmpty());
-    EXPECT_TRUE(none.nodes().empty());
-}
-
-TEST_F(SnapshotTest, Snapshot_OfAnEmptyScene_HasNoNodes) {
-    const Snapshot snapshot = m_scene.snapshot();
-    EXPECT_TRUE(snapshot);
-    EXPECT_EQ(snapshot.nodeCount(), 0U);
-    EXPECT_EQ(snapshot.version(), 1U);
-}
-
-TEST_F(SnapshotTest, Snapshot_AfterEdits_StaysAsItWas) {
-    make("a").createInput("x", AttrType::Real).set(1.5);
-    const Snapshot before = m_scene.snapshot();
-    m_scene["a"]["x"].set(2.5);
-    make("b");
-    const Snapshot after = m_scene.snapshot();
-    EXPECT_EQ(before["a"]["x"].get<double>(), 1.5);
-    EXPECT_EQ(before.nodeCount(), 1U);
-    EXPECT_EQ(after["a"]["x"].get<double>(), 2.5);
-    EXPECT_EQ(after.nodeCount(), 2U);
-}
-
-TEST_F(SnapshotTest, Snapshot_AfterItsSceneEnded_IsStillReadable) {
-    make("a").createInput("x", AttrType::String).set("text");
-    const Snapshot snapshot = m_scene.snapshot();
-    m_scene.reset();
-    EXPECT_EQ(snapshot["a"]["x"].text(), "text");
-}
-
-TEST_F(SnapshotTest, Snapshot_OfOneThreadOrMany_IsTheSame) {
-    for (int i = 0; i < 3000; ++i)
-        make("n").createInput("x", AttrType::Int).set(i);
-    for (const u32 threads : {1U, 3U, 10000U}) {
-        Scene scene = m_scene;
-        const Snapshot snapshot = scene.snapshot({.threads = threads});
-        ASSERT_EQ(snapshot.nodeCount(), 3000U);
-        for (u64 i = 0; i < 3000; ++i)
-            ASSERT_EQ(snapshot.node(i)["x"].get<int>(), static_cast<int>(i));
-    }
-}
-
-TEST_F(SnapshotTest, Snapshot_InsideAnOpenEdit_HasTheEditSoFar) {
-    m_scene.setUndoEnabled(true);
-    make("a");
-    Snapshot inside;
-    {
-        const Scene::UndoScope scope(m_scene, "Edit", "Undo");
-        make("b");
-        inside = m_scene.snapshot();
-        scope.cancel();
-    }
-    EXPECT_EQ(namesOf(inside.nodes()), "a b ");
-    EXPECT_EQ(namesOf(m_scene.snapshot().nodes()), "a ");
-}
 
 // ---- Nodes -------------------------------------------------------------------------------------
 
@@ -121,28 +51,6 @@ TEST_F(SnapshotTest, Nodes_AfterMoves_AreInTheOrderOfTheScene) {
     EXPECT_EQ(namesOf(m_scene.snapshot().nodes()), "d b c ");
     EXPECT_EQ(m_scene.snapshot().node(1).name(), String("b"));
     EXPECT_TRUE(m_scene.snapshot().node(3).isEmpty());
-}
-
-TEST_F(SnapshotTest, Type_AndBases_AreThoseOfTheNode) {
-    ASSERT_TRUE(m_scene.read("kelvo scene 1\nnode lamp : light, object \"a\" {\n}\n", "text"));
-    const Snapshot snapshot = m_scene.snapshot();
-    const SnapshotNode node = snapshot["a"];
-    EXPECT_EQ(node.type(), String("lamp"));
-    EXPECT_EQ(node.bases().join(","), String("light,object"));
-    EXPECT_TRUE(node.isTypeOf("lamp") && node.isTypeOf("object"));
-    EXPECT_FALSE(node.isTypeOf("Lamp") || node.isTypeOf("mesh"));
-}
-
-TEST_F(SnapshotTest, Outputs_HaveNameAndKind) {
-    const Node node = make("a");
-    node.createOutput("o", AttrType::Real);
-    node.createOutput("points", DataType::Pos3f);
-    const Snapshot snapshot = m_scene.snapshot();
-    ASSERT_EQ(snapshot["a"].outputCount(), 2U);
-    EXPECT_EQ(snapshot["a"].output(0).name(), String("o"));
-    EXPECT_EQ(snapshot["a"].output(0).type(), AttrType::Real);
-    EXPECT_EQ(snapshot["a"].output(1).dataType(), DataType::Pos3f);
-    EXPECT_TRUE(snapshot["a"].output(2).isEmpty());
 }
 
 TEST_F(SnapshotTest, Children_AreThoseOfTheHierarchy) {
@@ -185,38 +93,6 @@ TEST_F(SnapshotTest, EmptyNode_AnswersEmpty) {
     EXPECT_TRUE(none["x"].isEmpty() && none.inputAt("x").isEmpty());
     EXPECT_TRUE(none.children().empty() && none.dependencies().empty());
     EXPECT_FALSE(none.isTypeOf("thing"));
-}
-
-// ---- Numbers -----------------------------------------------------------------------------------
-
-TEST_F(SnapshotTest, Number_AfterRenamingConversionRemovalAndUndo_StaysTheSame) {
-    m_scene.setUndoEnabled(true);
-    const Node node = make("a");
-    const NodeNumber number = m_scene.snapshot()["a"].number();
-    node.rename("b");
-    node.convertTo("lamp");
-    EXPECT_EQ(m_scene.snapshot()["b"].number(), number);
-    m_scene.removeNode(m_scene["b"]);
-    EXPECT_TRUE(m_scene.snapshot().nodeWithNumber(number).isEmpty());
-    m_scene.undo();
-    EXPECT_EQ(m_scene.snapshot().nodeWithNumber(number).name(), String("b"));
-}
-
-TEST_F(SnapshotTest, Number_WhileASnapshotHasItsNode_IsNotGivenToAnother) {
-    make("a");
-    Snapshot old = m_scene.snapshot();
-    const NodeNumber number = old["a"].number();
-    m_scene.removeNode(m_scene["a"]);
-    make("b");
-    EXPECT_NE(m_scene.snapshot()["b"].number(), number);
-    old.reset();
-    std::set<NodeNumber> numbers;
-    for (const char* name : {"c", "d"})
-        make(name);
-    const Snapshot now = m_scene.snapshot();
-    for (const SnapshotNode& node : now.nodes())
-        numbers.insert(node.number());
-    EXPECT_TRUE(numbers.contains(number));
 }
 
 // ---- Inputs ------------------------------------------------------------------------------------
@@ -274,40 +150,6 @@ TEST_F(SnapshotTest, Read_AsAnotherType_ConvertsOrFails) {
     EXPECT_EQ(out, 4);
 }
 
-TEST_F(SnapshotTest, Buffer_IsSharedWithTheScene) {
-    const Input input = make("a").createBuffer("b", DataType::Float);
-    input.setBuffer(std::array{1.0F, 2.0F});
-    const Snapshot snapshot = m_scene.snapshot();
-    EXPECT_EQ(snapshot["a"]["b"].buffer<float>().data(), input.buffer<float>().data());
-    EXPECT_EQ(snapshot["a"]["b"].dataType(), DataType::Float);
-    EXPECT_TRUE(snapshot["a"]["b"].buffer<double>().empty());
-    input.setBuffer(std::array{3.0F});
-    EXPECT_EQ(snapshot["a"]["b"].buffer<float>()[1], 2.0F);
-}
-
-TEST_F(SnapshotTest, Links_ToNodesOfTheSceneAlone_AreSeen) {
-    const Node a = make("a"), b = make("b"), other = Scene::create().createNode("thing", "c");
-    a.createInput("link", AttrType::Node).set(b);
-    a.createInput("free", AttrType::Node).set(other.copyByItself("free"));
-    const Snapshot snapshot = m_scene.snapshot();
-    EXPECT_EQ(snapshot["a"]["link"].linked(), snapshot["b"]);
-    EXPECT_TRUE(snapshot["a"]["free"].linked().isEmpty());
-    m_scene.removeNode(b);
-    EXPECT_TRUE(m_scene.snapshot()["a"]["link"].linked().isEmpty());
-    EXPECT_EQ(snapshot["a"]["link"].linked().name(), String("b"));
-}
-
-TEST_F(SnapshotTest, Source_AfterAnEarlierOutputLeft_IsStillTheSameOutput) {
-    const Node a = make("a"), b = make("b");
-    a.createOutput("first", AttrType::Real);
-    b.createInput("x", AttrType::Real).connect(a.createOutput("second", AttrType::Real));
-    EXPECT_EQ(m_scene.snapshot()["b"]["x"].source().index, 1U);
-    a.removeOutput("first");
-    const Snapshot snapshot = m_scene.snapshot();
-    EXPECT_EQ(snapshot["b"]["x"].source().name(), String("second"));
-    EXPECT_EQ(snapshot["b"]["x"].source().node(), snapshot["a"]);
-}
-
 TEST_F(SnapshotTest, ArraysAndObjects_HaveTheirPartsAndPaths) {
     const Node node = make("a");
     const Input list = node.createArray("list", AttrType::Object);
@@ -335,28 +177,6 @@ TEST_F(SnapshotTest, Name_OfManyInputs_FindsTheFirstOfEqualNames) {
     for (int i = 0; i < 40; ++i)
         ASSERT_EQ(snapshot["a"][String::format("I%d", i)].get<int>(), i);
     EXPECT_TRUE(snapshot["a"]["i40"].isEmpty());
-}
-
-TEST_F(SnapshotTest, ReadOnlyMark_SetLater_IsInTheNextSnapshot) {
-    const Input object = make("a").createInput("o", AttrType::Object);
-    object.createInput("x", AttrType::Real);
-    static_cast<void>(m_scene.snapshot());
-    impl::implOf(object.get())->setReadOnly(true);
-    EXPECT_TRUE(m_scene.snapshot()["a"]["o"].isReadOnly());
-    EXPECT_TRUE(m_scene.snapshot()["a"].inputAt("o.x").isReadOnly());
-}
-
-TEST_F(SnapshotTest, DeepNesting_OfInputs_IsReadWithoutRecursion) {
-    Input input = make("a").createInput("o", AttrType::Object);
-    for (int depth = 0; depth < 20000; ++depth)
-        input = input.createInput("o", AttrType::Object);
-    const Snapshot snapshot = m_scene.snapshot();
-    SnapshotInput found = snapshot["a"]["o"];
-    int depth = 0;
-    for (; found.inputCount() != 0; found = found.input(0))
-        ++depth;
-    EXPECT_EQ(depth, 20000);
-    EXPECT_FALSE(found.isReadOnly());
 }
 
 } // namespace
