@@ -101,7 +101,7 @@ bool areAlike(const ds::Vector<interfaces::IInput*>& elements, const ShapeInput&
 RecordMaker::~RecordMaker() {
     dropLists();
     for (const auto& [type, shape] : m_known)
-        shape->decRef();
+        if (shape) shape->decRef();
     if (m_lastArray) m_lastArray->decRef();
 }
 

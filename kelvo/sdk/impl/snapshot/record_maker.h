@@ -41,7 +41,8 @@ private:
 
     const Scene& m_scene;
     ShapeTable& m_shapes;
-    // The last shape of each type; owns references. The key is the text of the type.
+    // The last shape of each type; owns references. The key is the text of the type. Null while a
+    // shape is being made, and when memory was out then.
     std::unordered_map<const void*, const SnapshotShape*> m_known;
     // The last shape of an array.
     const SnapshotShape* m_lastArray = nullptr;

@@ -28,8 +28,7 @@ void SnapshotStore::retire(SharedBlock* block) noexcept {
 
 void SnapshotStore::open(Entry& entry) noexcept {
     const std::lock_guard lock(m_mutex);
-    entry.version = m_next++;
-    entry.older = m_newest;
+    entry = {.version = m_next++, .older = m_newest};
     (m_newest ? m_newest->newer : m_oldest) = &entry;
     m_newest = &entry;
 }
