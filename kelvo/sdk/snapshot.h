@@ -264,7 +264,6 @@ public:
     [[nodiscard]] bool operator==(const SnapshotInput&) const noexcept = default;
 
 private:
-    friend class SnapshotNode;
     [[nodiscard]] const impl::ShapeInput& shape() const noexcept;
     [[nodiscard]] bool isContainer() const noexcept {
         return m_type == AttrType::Array || m_type == AttrType::Object;

@@ -162,17 +162,22 @@ ds::Vector<SnapshotNode> SnapshotNode::children() const {
 ds::Vector<SnapshotNode> SnapshotNode::dependencies() const {
     NodeList found(m_picture);
     if (!m_record) return {};
-    std::vector<std::pair<u32, u32>> open{{0, 0}};
+    struct Level {
+        SnapshotInput owner;
+        u64 next = 0;
+    };
+    std::vector<Level> open(1);
     while (!open.empty()) {
-        auto& [list, next] = open.back();
-        if (next == m_record->list(list).count) {
+        Level& level = open.back();
+        const u64 i = level.next++;
+        const SnapshotInput next = level.owner ? level.owner.input(i) : input(i);
+        if (!next) {
             open.pop_back();
             continue;
         }
-        const SnapshotInput input(m_picture, m_record, list, next++);
-        if (const SnapshotNode linked = input.linked()) found.add(linked.number());
-        if (const SnapshotOutput source = input.source()) found.add(source.record->number());
-        if (input.inputCount() != 0) open.push_back({input.ownList(), 0});
+        if (const SnapshotNode linked = next.linked()) found.add(linked.number());
+        if (const SnapshotOutput source = next.source()) found.add(source.record->number());
+        if (next.inputCount() != 0) open.push_back({next});
     }
     return std::move(found).take();
 }
