@@ -36,10 +36,6 @@ bool isContainer(const Input& input) noexcept {
     return input.type() == AttrType::Array || input.type() == AttrType::Object;
 }
 
-bool isSameText(const String& a, const String& b) noexcept {
-    return a.get() == b.get() || a.equals(b);
-}
-
 bool isLike(const Input& input, const ShapeInput& shape) noexcept {
     return knownKind(input.type()) == shape.type && input.details() == shape.details.get() &&
            knownKind(input.elementType()) == shape.elementType &&
@@ -62,7 +58,7 @@ bool areLike(const ds::Vector<interfaces::IInput*>& inputs, const SnapshotShape&
     for (u64 i = 0; i < inputs.size(); ++i) {
         const auto& input = implOf(*inputs[i]);
         const ShapeInput& known = shape.inputs[i];
-        if (!isSameText(input.ownName(), known.name) || !isLike(input, known)) return false;
+        if (!input.ownName().equals(known.name) || !isLike(input, known)) return false;
     }
     return true;
 }
@@ -73,7 +69,7 @@ bool areLike(const ds::Vector<interfaces::IOutput*>& outputs, const SnapshotShap
         const auto& output = implOf(*outputs[i]);
         const ShapeOutput& known = shape.outputs[i];
         if (output.type() != known.type || output.dataType() != known.dataType ||
-            !isSameText(output.ownName(), known.name))
+            !output.ownName().equals(known.name))
             return false;
     }
     return true;
@@ -85,7 +81,7 @@ bool isMadeLike(const Node& node, const SnapshotShape& shape) {
         bases.size() != shape.bases.size())
         return false;
     for (u64 i = 0; i < bases.size(); ++i)
-        if (!isSameText(bases[i], shape.bases[i])) return false;
+        if (!bases[i].equals(shape.bases[i])) return false;
     return areLike(node.inputs(), shape) && areLike(node.outputs(), shape);
 }
 
@@ -195,7 +191,7 @@ void RecordMaker::storeValue(const Input& input, std::byte* place) const {
 const SnapshotShape* RecordMaker::shapeOf(const Node& node) {
     const String type = node.type();
     const SnapshotShape*& known = m_known[type.get()];
-    if (known && isSameText(known->type, type) && isMadeLike(node, *known)) {
+    if (known && known->type.equals(type) && isMadeLike(node, *known)) {
         known->incRef();
         return known;
     }

@@ -12,14 +12,10 @@ constexpr u32 emptyPlace = ~u32{0};
 // With fewer inputs a look-up compares all hashes.
 constexpr u64 manyInputs = 8;
 
-bool isSameText(const String& a, const String& b) noexcept {
-    return a.get() == b.get() || a.equals(b);
-}
-
 bool areSameTexts(const StringVector& a, const StringVector& b) noexcept {
     if (a.size() != b.size()) return false;
     for (u64 i = 0; i < a.size(); ++i)
-        if (!isSameText(a[i], b[i])) return false;
+        if (!a[i].equals(b[i])) return false;
     return true;
 }
 
@@ -27,11 +23,11 @@ bool areSameTexts(const StringVector& a, const StringVector& b) noexcept {
 
 bool ShapeInput::isLike(const ShapeInput& other) const noexcept {
     return type == other.type && elementType == other.elementType && isMarkedLike(other) &&
-           isSameText(name, other.name);
+           name.equals(other.name);
 }
 
 bool ShapeOutput::isLike(const ShapeOutput& other) const noexcept {
-    return type == other.type && dataType == other.dataType && isSameText(name, other.name);
+    return type == other.type && dataType == other.dataType && name.equals(other.name);
 }
 
 SnapshotShape::SnapshotShape(SnapshotShape&& other) noexcept
@@ -100,8 +96,7 @@ bool SnapshotShape::hasSameOutputs(const SnapshotShape& other) const noexcept {
 
 bool SnapshotShape::isSameType(const SnapshotShape& other) const noexcept {
     return isAbstract == other.isAbstract && isInternal == other.isInternal &&
-           isSameText(type, other.type) && areSameTexts(bases, other.bases) &&
-           hasSameOutputs(other);
+           type.equals(other.type) && areSameTexts(bases, other.bases) && hasSameOutputs(other);
 }
 
 bool SnapshotShape::isLike(const SnapshotShape& other) const noexcept {
