@@ -228,6 +228,8 @@ public:
             if (isRead) out = static_cast<float>(value);
             return isRead;
         } else {
+            if constexpr (std::same_as<T, String>)
+                if (m_type == AttrType::Node) return readName(out);
             return detail::convertTo(m_type, m_value, out);
         }
     }
@@ -269,6 +271,7 @@ private:
         return m_type == AttrType::Array || m_type == AttrType::Object;
     }
     [[nodiscard]] u32 ownList() const noexcept;
+    bool readName(String& out) const;
 
     const impl::SnapshotPicture* m_picture = nullptr;
     const impl::NodeRecord* m_record = nullptr;

@@ -86,7 +86,7 @@ private:
             m_out.append(dataTypeName(input.bufferView().type))
                 .append('*')
                 .appendUInt(input.bufferView().count);
-        else if (String text; input.read(text))
+        else if (String text; input.type() != kelvo_sdk::AttrType::Node && input.read(text))
             m_out.append(" = ").append(text.view());
         if (const auto source = input.source()) {
             addReference(" <- ", source.node());

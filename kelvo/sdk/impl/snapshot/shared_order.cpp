@@ -95,29 +95,50 @@ void SharedOrder::joinPart(Branch& parent, u32 part, SnapshotStore& store) {
 
 u32 SharedOrder::at(u64 index) const noexcept {
     const Block* block = m_root;
-    while (!block->isLeaf) {
-        u32 part = 0;
-        while (index >= block->numbers[part])
-            index -= block->numbers[part++];
-        block = branch(*block).parts[part];
-    }
+    while (!block->isLeaf)
+        block = branch(*block).parts[partWith(*block, index)];
     return block->numbers[index];
+}
+
+// Returns the part with the index-th number, and makes `index` count from its start.
+u32 SharedOrder::partWith(const Block& block, u64& index) noexcept {
+    u32 part = 0;
+    while (index >= block.numbers[part])
+        index -= block.numbers[part++];
+    return part;
+}
+
+void SharedOrder::addLevel(SnapshotStore& store) {
+    auto* const root = new Branch(store.next());
+    root->count = 1;
+    root->parts[0] = m_root;
+    root->numbers[0] = static_cast<u32>(m_size);
+    m_root = root;
+    ++m_height;
+}
+
+// Removals may leave many blocks with few numbers, so that the tree becomes too high.
+void SharedOrder::layOutAgain(SnapshotStore& store) {
+    SharedOrder lower;
+    try {
+        forEach([&](u32 number) { lower.insert(lower.size(), number, store); });
+    } catch (...) {
+        lower.clear(store);
+        throw;
+    }
+    clear(store);
+    *this = lower;
 }
 
 void SharedOrder::insert(u64 index, u32 number, SnapshotStore& store) {
     const bool isAtEnd = index == m_size;
     if (!m_root) m_root = new Block(store.next(), true);
-    if (m_root->isFull()) {
-        auto* const root = new Branch(store.next());
-        root->count = 1;
-        root->parts[0] = m_root;
-        root->numbers[0] = static_cast<u32>(m_size);
-        m_root = root;
-    }
+    if (m_root->isFull() && m_height == highest) layOutAgain(store);
+    if (m_root->isFull()) addLevel(store);
     // First splits full blocks, which needs memory, and counts on the way back only when no more
     // is needed.
-    Branch* way[16];
-    u32 parts[16], depth = 0;
+    Branch* way[highest];
+    u32 parts[highest], depth = 0;
     Block* block = &own(m_root, store);
     while (!block->isLeaf) {
         Branch& parent = branch(*block);
@@ -140,14 +161,12 @@ void SharedOrder::insert(u64 index, u32 number, SnapshotStore& store) {
 }
 
 void SharedOrder::remove(u64 index, SnapshotStore& store) {
-    Branch* way[16];
-    u32 parts[16], depth = 0;
+    Branch* way[highest];
+    u32 parts[highest], depth = 0;
     Block* block = &own(m_root, store);
     while (!block->isLeaf) {
         Branch& parent = branch(*block);
-        u32 part = 0;
-        while (index >= parent.numbers[part])
-            index -= parent.numbers[part++];
+        const u32 part = partWith(parent, index);
         joinPart(parent, part, store);
         way[depth] = &parent;
         parts[depth++] = part;
@@ -167,6 +186,7 @@ void SharedOrder::remove(u64 index, SnapshotStore& store) {
         Block* const old = m_root;
         m_root = old->count == 1 ? branch(*old).parts[0] : nullptr;
         store.retire(old);
+        m_height = m_root ? m_height - 1 : 0;
         if (!m_root) break;
     }
 }
@@ -181,6 +201,7 @@ void SharedOrder::clear(SnapshotStore& store) noexcept {
     if (m_root) retireAll(m_root, store);
     m_root = nullptr;
     m_size = 0;
+    m_height = 0;
 }
 
 } // namespace qv::kelvo_sdk::impl

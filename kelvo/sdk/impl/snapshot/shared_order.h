@@ -30,6 +30,8 @@ public:
 
 private:
     static constexpr u32 most = 32;
+    // Far more than 2^32 numbers need in blocks of usual size.
+    static constexpr u32 highest = 12;
 
     struct Block : SharedBlock {
         Block(SnapshotVersion first, bool leaf) noexcept
@@ -59,6 +61,9 @@ private:
     static void splitPart(Branch& parent, u32 part, bool isAtEnd, SnapshotStore& store);
     static void joinPart(Branch& parent, u32 part, SnapshotStore& store);
     static void moveParts(Block& from, u32 first, Block& to) noexcept;
+    void addLevel(SnapshotStore& store);
+    void layOutAgain(SnapshotStore& store);
+    [[nodiscard]] static u32 partWith(const Block& block, u64& index) noexcept;
     static void retireAll(Block* block, SnapshotStore& store) noexcept;
 
     template<typename Visit>
@@ -73,6 +78,8 @@ private:
 
     Block* m_root = nullptr;
     u64 m_size = 0;
+    // The number of levels of branches.
+    u32 m_height = 0;
 };
 
 } // namespace qv::kelvo_sdk::impl

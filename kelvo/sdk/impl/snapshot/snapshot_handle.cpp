@@ -255,9 +255,15 @@ DataType SnapshotInput::dataType() const noexcept {
 }
 
 bool SnapshotInput::isReadOnly() const noexcept {
-    if (shape().isReadOnly || m_list == 0) return shape().isReadOnly;
-    const impl::RecordList& list = m_record->list(m_list);
-    return SnapshotInput(m_picture, m_record, list.ownerList, list.ownerInput).isReadOnly();
+    if (!m_record) return false;
+    u32 list = m_list, input = m_index;
+    while (!m_record->list(list).shape->input(input).isReadOnly) {
+        if (list == 0) return false;
+        const impl::RecordList& parts = m_record->list(list);
+        list = parts.ownerList;
+        input = parts.ownerInput;
+    }
+    return true;
 }
 
 bool SnapshotInput::isSilent() const noexcept {
@@ -279,6 +285,12 @@ interfaces::BufferView SnapshotInput::bufferView() const noexcept {
 SnapshotNode SnapshotInput::linked() const noexcept {
     if (m_type != AttrType::Node) return {};
     return {m_picture, m_picture->tables().record(linkAt(m_value))};
+}
+
+// A link as text is the name of the node.
+bool SnapshotInput::readName(String& out) const {
+    out = linked().name();
+    return true;
 }
 
 SnapshotOutput SnapshotInput::source() const noexcept {

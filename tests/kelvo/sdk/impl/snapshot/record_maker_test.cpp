@@ -95,6 +95,7 @@ TEST_F(RecordMakerTest, DeepNesting_OfInputs_IsReadWithoutRecursion) {
     for (; found.inputCount() != 0; found = found.input(0))
         ++depth;
     EXPECT_EQ(depth, 20000);
+    EXPECT_EQ(found.name(), String("o"));
     EXPECT_FALSE(found.isReadOnly());
 }
 

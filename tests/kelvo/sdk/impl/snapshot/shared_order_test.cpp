@@ -61,6 +61,25 @@ TEST_F(SharedOrderTest, Remove_All_LeavesAnEmptyOrderThatGrowsAgain) {
     EXPECT_EQ(numbersOf(m_order), (std::vector<u32>{0, 1, 2}));
 }
 
+// Removes all numbers but one of each leaf, and fills one leaf after the other.
+TEST_F(SharedOrderTest, ThinnedAndFilledRepeatedly_StaysRight) {
+    std::vector<u32> model;
+    const auto insert = [&](u64 index, u32 number) {
+        model.insert(model.begin() + static_cast<std::ptrdiff_t>(index), number);
+        m_order.insert(index, number, m_store);
+    };
+    for (u32 round = 0; round < 40; ++round) {
+        for (u32 i = 0; i < 3000; ++i)
+            insert(model.size() / 2, i);
+        for (u64 index = 0; index < model.size(); ++index)
+            for (u32 k = 0; k < 15 && index + 1 < model.size(); ++k) {
+                model.erase(model.begin() + static_cast<std::ptrdiff_t>(index));
+                m_order.remove(index, m_store);
+            }
+    }
+    EXPECT_EQ(numbersOf(m_order), model);
+}
+
 TEST_F(SharedOrderTest, RandomEdits_AllCopies_StayAsTheyWere) {
     std::mt19937 random(11);
     std::vector<u32> model;

@@ -150,6 +150,19 @@ TEST_F(SnapshotTest, Read_AsAnotherType_ConvertsOrFails) {
     EXPECT_EQ(out, 4);
 }
 
+TEST_F(SnapshotTest, Read_OfALinkAsText_IsTheNameAsInTheScene) {
+    const Node a = make("a");
+    a.createInput("link", AttrType::Node).set(make("b"));
+    a.createInput("none", AttrType::Node);
+    const Snapshot snapshot = m_scene.snapshot();
+    for (const char* name : {"link", "none"}) {
+        String live("?"), read("?");
+        EXPECT_EQ(bool(a[name].read(live)), snapshot["a"][name].read(read));
+        EXPECT_EQ(read, live);
+    }
+    EXPECT_EQ(snapshot["a"]["link"].get<String>(), String("b"));
+}
+
 TEST_F(SnapshotTest, ArraysAndObjects_HaveTheirPartsAndPaths) {
     const Node node = make("a");
     const Input list = node.createArray("list", AttrType::Object);
