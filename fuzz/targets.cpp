@@ -15,6 +15,7 @@ constexpr Target kTargets[] = {
     {"path", &runPath},
     {"edit_script", &runEditScript},
     {"icon", &runIcon},
+    {"stored_scene", &runStoredScene},
 };
 
 } // namespace

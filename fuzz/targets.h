@@ -26,5 +26,6 @@ void runMerge(std::string_view input);
 void runPath(std::string_view input);
 void runEditScript(std::string_view input);
 void runIcon(std::string_view input);
+void runStoredScene(std::string_view input);
 
 } // namespace qv::fuzz

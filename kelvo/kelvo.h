@@ -29,5 +29,7 @@
 #include "kelvo/sdk/search.h"
 #include "kelvo/sdk/snapshot.h"
 #include "kelvo/sdk/snapshot_delta.h"
+#include "kelvo/sdk/snapshot_reader.h"
+#include "kelvo/sdk/snapshot_why.h"
 #include "kelvo/sdk/validation.h"
 #include "kelvo/sdk/value_text.h"

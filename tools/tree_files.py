@@ -8,7 +8,7 @@ FLOORS = ("kelvo/base", "kelvo/sdk/interfaces", "kelvo/sdk", "kelvo/sdk/impl")
 # The highest floor that clients see.
 PUBLIC_FLOORS = 3
 # The part of the roof that is installed with the floors.
-INSTALLED = ("kelvo/files", "kelvo/plugins")
+INSTALLED = ("kelvo/binary", "kelvo/files", "kelvo/plugins")
 ROOF = (*INSTALLED, "tools", "bindings", "examples", "tests", "bench", "fuzz")
 # The umbrella header and its former place; they belong to no floor.
 UMBRELLAS = ("kelvo/kelvo.h", "kelvo/sdk/kelvo.h")

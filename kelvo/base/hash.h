@@ -37,6 +37,10 @@ __extension__ using u128 = unsigned __int128;
 /// secrets: an attacker who chooses the bytes can make hashes collide.
 [[nodiscard]] QV_EXPORT u64 hashBytes(const void* data, u64 size, u64 seed = 0) noexcept;
 
+/// Returns the hash of `count` words of 64 bits: the result of `hashBytes` for their bytes in
+/// memory, but the same on platforms of either byte order.
+[[nodiscard]] QV_EXPORT u64 hashWords(const void* words, u64 count, u64 seed = 0) noexcept;
+
 /// Returns the result of `hashBytes` for the text in ASCII lower case.
 [[nodiscard]] QV_EXPORT u64 hashFolded(std::string_view text) noexcept;
 

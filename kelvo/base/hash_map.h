@@ -87,12 +87,7 @@ public:
     // returns all cells to the run at once.
     ~HashMap() {
         EmptyArrays* const cells = run();
-        u64 left = filledBeside(cells);
-        for (u64 i = bucketCount; left > 0;) {
-            if (m_buckets[--i].capacity() == 0) continue;
-            m_buckets[i].~Bucket();
-            --left;
-        }
+        if (const u64 filled = filledBeside(cells)) destroyFilled(filled);
         if (cells) cells->drop(cells->live());
     }
 
@@ -244,6 +239,15 @@ private:
             bucket.abandonStorage();
         }
         bucket = std::move(content);
+    }
+
+    // Not inlined, so that the destructor of an empty map, as most are, needs no stack frame.
+    [[gnu::noinline]] void destroyFilled(u64 left) noexcept {
+        for (u64 i = bucketCount; left > 0;) {
+            if (m_buckets[--i].capacity() == 0) continue;
+            m_buckets[i].~Bucket();
+            --left;
+        }
     }
 
     // Returns the run whose cells are the arrays of buckets without storage of their own; null when

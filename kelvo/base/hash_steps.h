@@ -4,12 +4,20 @@
 #include "kelvo/base/hash.h"
 #include "kelvo/base/word.h"
 
+#include <bit>
+
 /// The steps of `hashBytes` and `hashFolded`. They work at compile time too, so that the hash of a
 /// name in source code is a constant. `Byte` is `u8` or `char`.
 namespace qv::detail {
 
 struct AsIs {
     static constexpr u64 word(u64 value) noexcept { return value; }
+};
+// Reads words of the platform's own byte order.
+struct AsWords {
+    static constexpr u64 word(u64 value) noexcept {
+        return std::endian::native == std::endian::big ? __builtin_bswap64(value) : value;
+    }
 };
 struct LowerCase {
     static constexpr u64 word(u64 value) noexcept { return ascii::toLower(value); }

@@ -80,9 +80,11 @@ inline std::error_code readAll(std::FILE* stream, std::string& text) {
     return std::ferror(stream) ? lastError() : std::error_code();
 }
 
-// Checks the close as well: some file systems report a failed write only then.
-inline std::error_code writeAll(Stream stream, std::string_view text) {
-    if (std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size()) return lastError();
+// Writes with `fill(FILE*)`. Checks the close as well: some file systems report a failed write only
+// then.
+template<typename Fill>
+std::error_code writeAll(Stream stream, const Fill& fill) {
+    if (const std::error_code failure = fill(stream.get())) return failure;
     return std::fclose(stream.release()) == 0 ? std::error_code() : lastError();
 }
 
@@ -103,23 +105,24 @@ inline Stream NewFile::openIn(const fs::path& folder) {
 
 // Sets the permissions before the content, so that nobody can read text that the old file kept
 // private.
-inline std::error_code fillAndRename(Stream made, NewFile& file, const fs::path& target,
-                                     const fs::file_status& old, std::string_view text) {
+template<typename Fill>
+std::error_code fillAndRename(Stream made, NewFile& file, const fs::path& target,
+                              const fs::file_status& old, const Fill& fill) {
     std::error_code failure;
     if (fs::exists(old)) fs::permissions(file.name(), old.permissions(), failure);
-    if (!failure) failure = writeAll(std::move(made), text);
+    if (!failure) failure = writeAll(std::move(made), fill);
     return failure ? failure : file.moveTo(target);
 }
 
-inline std::error_code replace(const fs::path& target, const fs::file_status& old,
-                               std::string_view text) {
+template<typename Fill>
+std::error_code replace(const fs::path& target, const fs::file_status& old, const Fill& fill) {
     // A file without write permission must not be replaced either.
     if (fs::exists(old) && !open(target, "r+b")) return lastError();
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
     NewFile file;
     Stream made = file.openIn(folder);
     if (!made) return lastError();
-    return fillAndRename(std::move(made), file, target, old, text);
+    return fillAndRename(std::move(made), file, target, old, fill);
 }
 
 } // namespace detail
@@ -134,21 +137,34 @@ inline std::error_code replace(const fs::path& target, const fs::file_status& ol
     return failure;
 }
 
-/// Replaces a file in one step: concurrent readers get the old or the new text, and on failure the
-/// old text stays. Keeps permissions and follows symbolic links; writes directly to anything other
-/// than a plain file, such as a device.
+/// Writes to a file at its present position.
+[[nodiscard]] inline std::error_code writeBytes(std::FILE* stream, std::string_view bytes) {
+    const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+    return isWritten ? std::error_code() : detail::lastError();
+}
+
+/// Replaces a file in one step by what `fill(FILE*)` writes: concurrent readers get the old or the
+/// new content, and when that returns a failure the old content stays. Keeps permissions and
+/// follows symbolic links; writes directly to anything other than a plain file, such as a device.
 ///
 /// A program that is killed meanwhile may leave a file ".kelvo-" with six letters in the folder.
-[[nodiscard]] inline std::error_code writeText(std::filesystem::path file, std::string_view text) {
+template<typename Fill>
+[[nodiscard]] std::error_code replaceFile(std::filesystem::path file, const Fill& fill) {
     std::error_code unknown;
     const std::filesystem::file_status old = std::filesystem::status(file, unknown);
     // Opens by the given name: a link such as /dev/stdout may lead to a pipe that has no path.
     if (std::filesystem::exists(old) && !std::filesystem::is_regular_file(old)) {
         detail::Stream opened = detail::open(file, "wb");
-        return opened ? detail::writeAll(std::move(opened), text) : detail::lastError();
+        return opened ? detail::writeAll(std::move(opened), fill) : detail::lastError();
     }
     if (const std::error_code failure = followLinks(file)) return failure;
-    return detail::replace(file, old, text);
+    return detail::replace(file, old, fill);
+}
+
+/// Replaces a file by a text, like `replaceFile`.
+[[nodiscard]] inline std::error_code writeText(const std::filesystem::path& file,
+                                               std::string_view text) {
+    return replaceFile(file, [&](std::FILE* stream) { return writeBytes(stream, text); });
 }
 
 } // namespace qv::kelvo_files

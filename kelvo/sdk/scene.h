@@ -160,6 +160,8 @@ public:
     /// leaves the scene unchanged; `diagnostics`, when given, gets all errors (at most 20).
     /// `source` names the text in diagnostics.
     Result read(String text, String source, Diagnostics* diagnostics = nullptr) const;
+    /// Adds all nodes of a snapshot, complete even without its libraries, or none; as its text.
+    Result read(const Snapshot& snapshot) const;
     /// Reads a text with options. Gaps inside a node belong to that node when it is renamed,
     /// converted, removed or restored; gaps between nodes stay where they are.
     ReadReport read(String text, String source, const ReadOptions& options,

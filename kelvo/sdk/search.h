@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <optional>
 #include <utility>
@@ -49,13 +50,15 @@ struct Match {
     [[nodiscard]] String path() const { return input ? input.path() : node.name(); }
 };
 
-/// The result of a search in the order of the scene: each node is followed by its inputs, and each
-/// input by its elements or members. False, and empty, when the query has a fault.
-class Matches {
+namespace detail {
+
+/// The result of a search.
+template<typename T>
+class MatchList {
 public:
-    Matches() = default;
-    explicit Matches(ds::Vector<Match> found) : m_found(std::move(found)) {}
-    explicit Matches(QueryFault fault) : m_fault(std::move(fault)) {}
+    MatchList() = default;
+    explicit MatchList(ds::Vector<T> found) : m_found(std::move(found)) {}
+    explicit MatchList(QueryFault fault) : m_fault(std::move(fault)) {}
 
     [[nodiscard]] explicit operator bool() const { return !m_fault; }
     [[nodiscard]] const QueryFault& fault() const noexcept { return m_fault; }
@@ -63,13 +66,43 @@ public:
     [[nodiscard]] u64 size() const noexcept { return m_found.size(); }
     [[nodiscard]] bool empty() const noexcept { return m_found.empty(); }
     /// Needs an index within the size.
-    [[nodiscard]] const Match& operator[](u64 index) const { return m_found[index]; }
-    [[nodiscard]] const Match* begin() const noexcept { return m_found.begin(); }
-    [[nodiscard]] const Match* end() const noexcept { return m_found.end(); }
+    [[nodiscard]] const T& operator[](u64 index) const { return m_found[index]; }
+    [[nodiscard]] const T* begin() const noexcept { return m_found.begin(); }
+    [[nodiscard]] const T* end() const noexcept { return m_found.end(); }
 
 private:
-    ds::Vector<Match> m_found;
+    ds::Vector<T> m_found;
     QueryFault m_fault;
 };
+
+} // namespace detail
+
+/// The result of a search in the order of the scene: each node is followed by its inputs, and each
+/// input by its elements or members. False, and empty, when the query has a fault.
+class Matches : public detail::MatchList<Match> {
+public:
+    using MatchList::MatchList;
+};
+
+/// A node or an input that was found in a snapshot, which it borrows.
+struct SnapshotMatch {
+    SnapshotNode node;
+    /// Empty when the node itself matched.
+    SnapshotInput input;
+
+    [[nodiscard]] String path() const {
+        return input ? node.name() + "." + input.path() : node.name();
+    }
+};
+
+/// The same of a search in a snapshot.
+class SnapshotMatches : public detail::MatchList<SnapshotMatch> {
+public:
+    using MatchList::MatchList;
+};
+
+/// Finds nodes and inputs of a snapshot, as `Scene::find` does in a scene. Bases of types are
+/// looked up in the libraries of the query alone.
+[[nodiscard]] QV_EXPORT SnapshotMatches find(const Snapshot& scene, const Query& query);
 
 } // namespace qv::kelvo_sdk

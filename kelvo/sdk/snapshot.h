@@ -8,6 +8,7 @@
 #include "kelvo/sdk/attr_type.h"
 #include "kelvo/sdk/element_type.h"
 #include "kelvo/sdk/interfaces/i_input.h"
+#include "kelvo/sdk/result.h"
 
 #include <concepts>
 #include <cstddef>
@@ -28,6 +29,7 @@ struct ShapeInput;
 class Scene;
 class SnapshotInput;
 class SnapshotNode;
+struct WriteOptions;
 
 /// The number of a node in the snapshots of its scene. A node keeps its number through renaming,
 /// conversion, removal and undo. Numbers are small, so they can be indexes of an array; a number is
@@ -35,11 +37,24 @@ class SnapshotNode;
 using NodeNumber = u32;
 inline constexpr NodeNumber noNodeNumber = 0xffffffff;
 
+/// The values that a snapshot has.
+enum class SnapshotValues : u32 {
+    /// The values that are set: connections are not evaluated, and values of modifiers are left
+    /// out.
+    AsSet,
+    /// The values that a read of the live input gives: the result of a connection, in the kind of
+    /// the input, and values of modifiers. Where an evaluation fails, the value of the input
+    /// itself.
+    Evaluated,
+};
+
 /// Says how to take a snapshot.
 struct SnapshotOptions {
     /// The greatest number of threads that take the snapshot; 0 for as many as the machine runs at
     /// once. The snapshot is the same for any number.
     u32 threads = 0;
+    /// Evaluation calls the callbacks of nodes on several threads at once, see docs/threads.md.
+    SnapshotValues values = SnapshotValues::AsSet;
 };
 
 /// A picture of a whole scene at one time, which never changes: the scene may be edited, undone,
@@ -49,8 +64,8 @@ struct SnapshotOptions {
 /// scene share everything that is equal, and never copy buffers. Everything that a snapshot returns
 /// by reference, pointer or span is valid as long as a handle on the snapshot.
 ///
-/// Values are those that are set: connections are not evaluated, and values of modifiers are left
-/// out. Links and connections to nodes outside of the scene are none.
+/// Values are those that are set, unless the options ask for evaluated ones. Links and connections
+/// to nodes outside of the scene are none.
 class QV_EXPORT Snapshot : public RefersTo<RefCounted> {
 public:
     using RefersTo::RefersTo;
@@ -65,8 +80,21 @@ public:
     [[nodiscard]] SnapshotNode nodeWithNumber(NodeNumber number) const noexcept;
     /// Returns all nodes in creation order. Faster than one after the other.
     [[nodiscard]] ds::Vector<SnapshotNode> nodes() const;
+    /// Returns a hash of the deep hashes of all nodes; their order does not count. 0 when empty.
+    [[nodiscard]] u64 hash() const;
     /// Returns the position of the snapshot among those of its scene, from 1; 0 when empty.
     [[nodiscard]] u64 version() const noexcept;
+    /// Returns the text that the scene had at the time of the snapshot, byte for byte; see
+    /// `Scene::text`.
+    [[nodiscard]] String text() const;
+    [[nodiscard]] String text(const WriteOptions& options) const;
+
+    /// Fails when parts of a stored snapshot could not be read, with the first of the reasons;
+    /// their nodes read as if they did not exist, and their buffers as empty. Tells only of parts
+    /// that were asked for.
+    [[nodiscard]] Result damage() const;
+    /// Reads all of a stored snapshot in search of damage; like `damage` then.
+    [[nodiscard]] Result verify() const;
 
 private:
     [[nodiscard]] const impl::SnapshotPicture* picture() const noexcept;
@@ -116,10 +144,37 @@ public:
     /// Returns an output by position; empty out of range.
     [[nodiscard]] SnapshotOutput output(u64 index) const noexcept;
 
+    /// Returns the value of the input "matrix", the identity without such a Mat4.
+    [[nodiscard]] math::Mat4d matrix() const noexcept;
     /// Returns the nodes that the list "children" of an "xform" links to, each once, in order.
     [[nodiscard]] ds::Vector<SnapshotNode> children() const;
     /// Returns the nodes that the inputs link and connect to, each once, in order of the inputs.
     [[nodiscard]] ds::Vector<SnapshotNode> dependencies() const;
+
+    /// Returns the node as scene text without a header line.
+    [[nodiscard]] String text() const;
+    // The first call of these on a snapshot takes time in proportion to its nodes.
+
+    /// Returns the nodes that have this one among their `children`, in creation order.
+    [[nodiscard]] ds::Vector<SnapshotNode> parents() const;
+    /// Returns the product of the matrices along the first way from the top of the hierarchy down
+    /// to this node, in the order of `NodePath::matrix`. The way up leads to the first parent that
+    /// is not on it yet, and ends when there is none.
+    [[nodiscard]] math::Mat4d worldMatrix() const;
+    /// Returns the product along each way from the top, the first being that of `worldMatrix`: the
+    /// places of a node with several parents. There may be very many; finds `atMost` of them.
+    [[nodiscard]] ds::Vector<math::Mat4d> worldMatrices(u64 atMost = 1000) const;
+
+    /// Returns the hash of name and inputs, the same as `Node::hash` of the live node: a link or
+    /// connection counts by the name of the other node.
+    [[nodiscard]] u64 hash() const;
+    /// Returns a hash of everything that the node depends on: its name, type, bases, outputs and
+    /// inputs, and the deep hashes of the nodes that it links and connects to. Equal for equal
+    /// content, in any scene, process and build. Marks and descriptions of inputs do not count.
+    ///
+    /// The first call on a snapshot hashes the nodes that differ from the snapshot that was asked
+    /// last, and those that depend on them; further calls take constant time. 0 for an empty one.
+    [[nodiscard]] u64 deepHash() const;
 
     /// Tells whether both are the same state of the same node: nothing of it changed between their
     /// snapshots. Takes constant time; false for equal nodes of different scenes.
@@ -130,6 +185,7 @@ public:
     [[nodiscard]] bool operator==(const SnapshotNode&) const noexcept = default;
 
 private:
+    friend class SnapshotWhy;
     const impl::SnapshotPicture* m_picture = nullptr;
     const impl::NodeRecord* m_record = nullptr;
 };
@@ -202,6 +258,8 @@ public:
     [[nodiscard]] AttrType elementType() const noexcept;
     /// Returns the element type that a buffer declares, Null for any and for other kinds.
     [[nodiscard]] DataType dataType() const noexcept;
+    /// Returns the kind with its element kind or type, like "Array<Real>", as `IInput::typeName`.
+    [[nodiscard]] String typeName() const;
     /// Tells whether the input, or an array or object around it, is marked as read-only.
     [[nodiscard]] bool isReadOnly() const noexcept;
     [[nodiscard]] bool isSilent() const noexcept;

@@ -18,7 +18,8 @@ enum class InputPart : u32 {
     Name = 32,
     /// The kind.
     Type = 64,
-    /// A mark such as read-only, the element type that a buffer declares, or the description.
+    /// A mark such as read-only, the element type that a buffer declares, the description, or the
+    /// value kept aside.
     Marks = 128,
     Added = 256,
     Removed = 512,
@@ -44,7 +45,8 @@ struct NodeChange {
     bool isRenamed = false;
     /// Type, bases, marks of the type, or outputs differ.
     bool isTypeChanged = false;
-    /// The inputs that differ, at any depth.
+    /// The inputs that differ, at any depth. Comments of the scene's text are no part of an input:
+    /// a node can have changed without any.
     std::span<const InputChange> inputs;
 
     /// Tells whether an input differs in that part.

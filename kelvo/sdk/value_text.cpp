@@ -17,12 +17,25 @@ String plainText(const Input& input) {
     return node ? node.name() : String("null");
 }
 
+String plainText(const SnapshotInput& input) {
+    if (input.type() == AttrType::String) return quotedText(input.text());
+    if (input.type() == AttrType::Node)
+        return input.linked() ? input.linked().name() : String("null");
+    if (input.type() != AttrType::Buffer) return input.get<String>();
+    const Input buffer = Input::create(AttrType::Buffer);
+    (void)buffer.set(input.bufferView()); // It declares no element type, so that it takes all.
+    return buffer.asString();
+}
+
 // Not recursive, because inputs may be nested so deep that recursion would overflow the stack.
+template<typename Handle>
 class ValueWriter {
 public:
-    explicit ValueWriter(const StandIn& standIn) : m_standIn(standIn) {}
+    using Replace = std::function<Handle(const Handle& input)>;
 
-    String write(const Input& input) {
+    explicit ValueWriter(const Replace& standIn) : m_standIn(standIn) {}
+
+    String write(const Handle& input) {
         begin(input, 0);
         while (!m_open.empty())
             goOn();
@@ -31,20 +44,20 @@ public:
 
 private:
     struct Level {
-        Input input;
+        Handle input;
         u64 depth;
         u64 next = 0;
     };
 
-    void begin(const Input& input, u64 depth) {
+    void begin(const Handle& input, u64 depth) {
         const bool isArray = input.type() == AttrType::Array;
         if (!isArray && input.type() != AttrType::Object) return writePlain(input);
         m_out.append(isArray ? "[" : "{\n");
         m_open.push_back({input, depth});
     }
 
-    void writePlain(const Input& input) {
-        const Input other = m_standIn ? m_standIn(input) : Input();
+    void writePlain(const Handle& input) {
+        const Handle other = m_standIn ? m_standIn(input) : Handle();
         m_out.append(plainText(other ? other : input).view());
         endMember();
     }
@@ -60,7 +73,7 @@ private:
         const bool isArray = level.input.type() == AttrType::Array;
         if (level.next == level.input.inputCount()) return end(isArray, depth);
         const bool isFirst = level.next == 0;
-        const Input member = level.input.input(level.next++);
+        const Handle member = level.input.input(level.next++);
         if (isArray) {
             if (!isFirst) m_out.append(", ");
             return begin(member, depth);
@@ -80,7 +93,7 @@ private:
         endMember();
     }
 
-    const StandIn& m_standIn;
+    const Replace& m_standIn;
     StringIO m_out;
     std::vector<Level> m_open;
 };
@@ -89,9 +102,14 @@ private:
 
 String valueText(const Input& input, const StandIn& standIn) {
     if (!input) return {};
-    if (input.type() != AttrType::String) return ValueWriter(standIn).write(input);
+    if (input.type() != AttrType::String) return ValueWriter<Input>(standIn).write(input);
     const Input other = standIn ? standIn(input) : Input();
     return (other ? other : input).asString(false);
+}
+
+String valueText(const SnapshotInput& input) {
+    if (input.type() == AttrType::String) return String(input.text());
+    return input ? ValueWriter<SnapshotInput>({}).write(input) : String();
 }
 
 } // namespace qv::kelvo_sdk

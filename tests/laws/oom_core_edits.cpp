@@ -1,5 +1,4 @@
 // Lists the operations of scenes, nodes, inputs and outputs.
-#include "kelvo/sdk/snapshot.h"
 #include "tests/laws/oom_world.h"
 
 #include <utility>
@@ -10,7 +9,6 @@ namespace {
 
 using UndoScope = Scene::UndoScope;
 using Text = const char*;
-using kelvo_sdk::noNodeNumber;
 
 // ---- Preparations of operations ------------------------------------------------------------
 
@@ -103,22 +101,6 @@ std::vector<OomEdit> sceneEdits() {
              w.scene().setEvalCache(0);
              return true;
          }},
-        {"scene: first snapshot", nullptr,
-         [](OomWorld& w) { return w.scene().snapshot().nodeCount() == w.scene().nodeCount(); }},
-        {"scene: snapshot after edits",
-         [](OomWorld& w) {
-             static_cast<void>(w.scene().snapshot());
-             w.scene().removeNode(w.scene()["b"]);
-             w.scene().createNode("thing", "new");
-             w.scene().renameNode(w.scene()["a"], "z");
-         },
-         [](OomWorld& w) { return w.scene().snapshot()["z"].number() != noNodeNumber; }},
-        {"scene: edit after a snapshot",
-         [](OomWorld& w) {
-             names(w, "new", "thing");
-             static_cast<void>(w.scene().snapshot());
-         },
-         [](OomWorld& w) { return bool(w.scene().createNode(w.text, w.name)); }},
         {"scene: verify", nullptr, [](OomWorld& w) { return w.scene().verify().empty(); }},
     };
 }

@@ -129,6 +129,7 @@ struct OomEdit {
 };
 
 [[nodiscard]] const std::vector<OomEdit>& oomCoreEdits();
+[[nodiscard]] const std::vector<OomEdit>& oomSnapshotEdits();
 [[nodiscard]] const std::vector<OomEdit>& oomTextEdits();
 [[nodiscard]] const std::vector<OomEdit>& oomLibraryEdits();
 

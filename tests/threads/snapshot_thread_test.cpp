@@ -9,6 +9,7 @@
 #include <deque>
 #include <mutex>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -21,6 +22,8 @@ public:
     struct Kept {
         Snapshot snapshot;
         double sum = 0;
+        // Of the nodes in an order that does not count; 0 when nobody asked yet.
+        u64 hash = 0;
     };
     void put(Kept kept) {
         const std::lock_guard lock(m_mutex);
@@ -60,6 +63,20 @@ bool follows(const Shared::Kept& from, const Shared::Kept& to) {
     for (const NodeChange& change : changes.changed())
         sum += change.after["x"].get<double>() - change.before["x"].get<double>();
     return sum == to.sum;
+}
+
+// Hashes, and asks why a node differs from an earlier snapshot.
+bool hasTheHash(const Shared::Kept& earlier, const Shared::Kept& kept) {
+    if (!kept.snapshot.get()) return true;
+    if (kept.hash != 0 && kept.snapshot.hash() != kept.hash) return false;
+    for (const SnapshotNode& node : kept.snapshot.nodes()) {
+        const SnapshotNode before = earlier.snapshot.nodeWithNumber(node.number());
+        const bool isSame = before && before.deepHash() == node.deepHash();
+        const bool isAnswered = !earlier.snapshot.get() ||
+                                why(earlier.snapshot, kept.snapshot, node, 3).isEmpty() == isSame;
+        if (!isAnswered) return false;
+    }
+    return kept.snapshot.node(0).worldMatrix() == math::Mat4d::identity;
 }
 
 void editRandomly(const Scene& scene, std::mt19937& random) {
@@ -109,6 +126,7 @@ TEST(SnapshotThreads, Readers_BesideTheEditor_SeeEachSnapshotAsItWasTaken) {
                 Shared::Kept kept = shared.any(static_cast<unsigned>(random()));
                 failures += sumOf(kept.snapshot) != kept.sum;
                 failures += !follows(last, kept);
+                failures += !hasTheHash(last, kept);
                 last = std::move(kept);
             }
         });
@@ -116,10 +134,15 @@ TEST(SnapshotThreads, Readers_BesideTheEditor_SeeEachSnapshotAsItWasTaken) {
         std::mt19937 random(99);
         const Scene scene = Scene::create();
         scene.setUndoEnabled(true);
-        for (int step = 0; step < 3000; ++step) {
+        for (int step = 0; step < 2000; ++step) {
             editRandomly(scene, random);
-            const Snapshot snapshot = scene.snapshot();
-            shared.put({snapshot, sumOf(snapshot)});
+            const bool isEvaluated = step % 5 == 0;
+            const Snapshot snapshot = scene.snapshot(
+                {.threads = 2,
+                 .values = isEvaluated ? SnapshotValues::Evaluated : SnapshotValues::AsSet});
+            // Leaves some to the readers.
+            const u64 hash = step % 3 == 0 ? snapshot.hash() : 0;
+            shared.put({snapshot, sumOf(snapshot), hash});
         }
     }
     isDone = true;
@@ -141,6 +164,46 @@ TEST(SnapshotThreads, FirstSnapshots_OnManyThreadsWhileNobodyEdits_AreTheSame) {
             thread.join();
         EXPECT_EQ(right, 4);
     }
+}
+
+// The threads share the library, and each text is itself read by several threads.
+TEST(SnapshotThreads, Texts_ReadIntoSnapshotsOnManyThreads_AreTheSame) {
+    std::string text = "kelvo scene 1\n\n";
+    for (int i = 0; i < 4000; ++i) {
+        const std::string number = std::to_string(i);
+        text += "node pointLight \"n" + number + "\" {\n    Real x = " + number +
+                "\n    Node link = n" + std::to_string(3999 - i) +
+                "\n    Array<Object> list = [{\n        Int y = 1\n    }, {\n    }]\n}\n";
+    }
+    SnapshotReadOptions options{.threads = 2};
+    options.libraries.push_back(LibInfo::standard());
+    std::vector<std::thread> threads;
+    std::atomic<int> right = 0;
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] {
+            const SnapshotReport report = readSnapshot(text, "text", options);
+            right += report.snapshot.text() == std::string_view(text);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(right, 3);
+}
+
+TEST(SnapshotThreads, OneSnapshot_WrittenOnManyThreadsBesideTheEditor_IsTheSame) {
+    const Scene scene = Scene::create();
+    for (int i = 0; i < 200; ++i)
+        scene.createNode("thing", "n").createInput("x", AttrType::Real).set(1.0);
+    const Snapshot snapshot = scene.snapshot();
+    const String text = scene.text();
+    std::vector<std::thread> threads;
+    std::atomic<int> right = 0;
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] { right += snapshot.text() == text; });
+    for (const Node& node : scene.nodes())
+        node["x"].set(2.0);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(right, 3);
 }
 
 } // namespace

@@ -16,8 +16,8 @@ class CommandLine(ToolTest):
     def test_help_names_every_command(self):
         text = self.expect(0, "--help")
         commands = ("show", "get", "set", "edit", "check", "stats", "paths", "deps", "hash", "find",
-                    "explain", "graph", "diff", "patch", "merge", "eval", "new", "convert", "types",
-                    "help", "library", "import")
+                    "explain", "graph", "diff", "why", "patch", "merge", "pack", "unpack", "eval",
+                    "new", "convert", "types", "help", "library", "stubs", "import")
         listed = text.split("\nSubcommands:\n")[1].split("\n\n")[0]
         self.assertEqual(tuple(re.findall(r"(?m)^  (\w+)", listed)), commands)
         for command in commands:

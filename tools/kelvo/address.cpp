@@ -13,6 +13,8 @@ using kelvo_sdk::Input;
 using kelvo_sdk::Node;
 using kelvo_sdk::PathParser;
 using kelvo_sdk::Scene;
+using kelvo_sdk::Snapshot;
+using kelvo_sdk::SnapshotInput;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::IInputContainer;
 
@@ -88,6 +90,13 @@ String noSuchNode(const Scene& scene, const String& name) {
     return "no node '" + name + "'" + questionAbout(name, known);
 }
 
+String noSuchNode(const Snapshot& scene, const String& name) {
+    ds::Vector<String> known;
+    for (const kelvo_sdk::SnapshotNode& node : scene.nodes())
+        known.push_back(node.name());
+    return "no node '" + name + "'" + questionAbout(name, known);
+}
+
 bool findAddress(const Scene& scene, const String& path, Append append, Address& address,
                  String& error) {
     const auto steps = PathParser::parsePath(path);
@@ -109,6 +118,24 @@ bool findAddress(const Scene& scene, const String& path, Append append, Address&
     for (u64 i = 1; i < steps.size(); ++i)
         if (!followStep(steps[i], append, address, error)) return false;
     return true;
+}
+
+Place placeAt(const Snapshot& scene, const String& path) {
+    const auto steps = PathParser::parsePath(path);
+    if (steps.empty()) return {};
+    Place place{scene[steps[0].text], {}};
+    for (u64 i = 1; i < steps.size(); ++i) {
+        const bool isElement = steps[i].index != -1;
+        if (i == 1)
+            place.input = isElement ? SnapshotInput() : place.node[steps[i].text];
+        else if (isElement != (place.input.type() == kelvo_sdk::AttrType::Array))
+            return {};
+        else
+            place.input = isElement ? place.input.input(static_cast<u64>(steps[i].index))
+                                    : place.input[steps[i].text];
+        if (!place.input) return {};
+    }
+    return place;
 }
 
 } // namespace qv::kelvo_tool

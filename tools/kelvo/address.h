@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/snapshot.h"
 
 namespace qv::kelvo_tool {
 
@@ -19,7 +20,17 @@ enum class Append { Refused, Allowed };
 [[nodiscard]] bool findAddress(const kelvo_sdk::Scene& scene, const String& path, Append append,
                                Address& address, String& error);
 
+/// The same in a snapshot.
+struct Place {
+    kelvo_sdk::SnapshotNode node;
+    kelvo_sdk::SnapshotInput input;
+};
+
+/// Follows a path; without a node where `findAddress` fails.
+[[nodiscard]] Place placeAt(const kelvo_sdk::Snapshot& scene, const String& path);
+
 /// Returns "no node 'x': did you mean 'y'?" for an unknown name of a node.
 [[nodiscard]] String noSuchNode(const kelvo_sdk::Scene& scene, const String& name);
+[[nodiscard]] String noSuchNode(const kelvo_sdk::Snapshot& scene, const String& name);
 
 } // namespace qv::kelvo_tool

@@ -19,14 +19,18 @@ void addFind(CommandLine& line);
 void addExplain(CommandLine& line);
 void addGraph(CommandLine& line);
 void addDiff(CommandLine& line);
+void addWhy(CommandLine& line);
 void addPatch(CommandLine& line);
 void addMerge(CommandLine& line);
+void addPack(CommandLine& line);
+void addUnpack(CommandLine& line);
 void addEval(CommandLine& line);
 void addNew(CommandLine& line);
 void addConvert(CommandLine& line);
 void addTypes(CommandLine& line);
 void addHelp(CommandLine& line);
 void addLibrary(CommandLine& line);
+void addStubs(CommandLine& line);
 void addImport(CommandLine& line);
 
 } // namespace qv::kelvo_tool

@@ -1,5 +1,7 @@
 #include "tools/kelvo/document.h"
 
+#include "kelvo/binary/binary_scene.h"
+#include "tools/kelvo/binary_text.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
@@ -36,6 +38,11 @@ std::string_view firstWords(std::string_view text) {
     }
 }
 
+// Checks the libraries that the user named, even if the scene does not need them.
+bool areLibrariesSound() {
+    return libraryOptions().isEmpty() || librariesInUse();
+}
+
 } // namespace
 
 String whyNoScene(const String& file, std::string_view text) {
@@ -67,12 +74,75 @@ bool Document::openToEdit(const String& file) {
 
 bool Document::open(const String& file, Read readText) {
     m_file = file;
-    // Checks the libraries that the user named, even if the scene does not need them.
-    if (!libraryOptions().isEmpty() && !librariesInUse()) return false;
+    if (!areLibrariesSound()) return false;
     String error;
     if ((m_text.*readText)(file, error)) error = whyNoScene(file, m_text.text().view());
     if (!error.isEmpty()) complain(error);
     return error.isEmpty();
+}
+
+bool Document::openToLook(const String& file) {
+    m_file = file;
+    if (!areLibrariesSound()) return false;
+    if (isBinaryFile(file)) return take(kelvo_sdk::openBinary(std::string(file.view())));
+    String error;
+    if (m_text.readBytes(file, error)) {
+        if (m_text.isBinary())
+            return take(
+                kelvo_sdk::openBinaryBytes(std::string(m_text.bytes().view()), displayed(file)));
+        if (m_text.makeText(error)) error = whyNoScene(file, m_text.text().view());
+    }
+    if (!error.isEmpty()) complain(error);
+    return error.isEmpty();
+}
+
+bool Document::take(const kelvo_sdk::Made<kelvo_sdk::Snapshot>& opened) {
+    m_stored = opened;
+    if (!opened.result()) complain(opened.message());
+    return opened.result();
+}
+
+bool Document::makeText() {
+    String error;
+    const bool isRead = !m_stored || m_text.isBinary() || m_text.readBytes(m_file, error);
+    const bool isMade = isRead && (!m_stored || m_text.makeText(error));
+    if (!isMade) complain(error);
+    return isMade;
+}
+
+bool Document::isSound() const {
+    const kelvo_sdk::Result damage = m_stored.damage();
+    if (!damage) complain(damage.message());
+    return damage;
+}
+
+kelvo_sdk::Snapshot Document::snapshot() const {
+    if (m_stored) return m_stored;
+    kelvo_sdk::Snapshot made;
+    kelvo_sdk::Diagnostics ignored, found, gaps;
+    kelvo_sdk::SnapshotReadOptions options;
+    if (tryRead(options, made, ignored)) return made;
+    const Libraries* libraries = librariesInUse();
+    if (!libraries) return {};
+    for (const NamedLibrary& each : libraries->all())
+        options.libraries.push_back(each.library);
+    if (tryRead(options, made, found)) return made;
+    options.isPartial = true;
+    if (m_isPartial && tryRead(options, made, gaps)) return made;
+    for (const kelvo_sdk::Diagnostic& diagnostic : found)
+        complain(diagnostic.text());
+    return {};
+}
+
+bool Document::tryRead(const kelvo_sdk::SnapshotReadOptions& options, kelvo_sdk::Snapshot& made,
+                       kelvo_sdk::Diagnostics& found) const {
+    const kelvo_sdk::SnapshotReport report = [&] {
+        const ProgressLine line("kelvo: reading " + displayed(m_file));
+        return kelvo_sdk::readSnapshot(m_text.text().view(), displayed(m_file), options, &found);
+    }();
+    made = report.snapshot;
+    if (report.isRead && options.isPartial) tellGaps(found, report.gapCount);
+    return report.isRead;
 }
 
 // A failed read leaves the scene unchanged, so that the second attempt can use the same scene.
@@ -97,12 +167,15 @@ bool Document::readParts(const kelvo_sdk::Scene& scene) const {
     kelvo_sdk::Diagnostics gaps;
     const kelvo_sdk::ReadReport report =
         scene.read(m_text.text(), displayed(m_file), {.isPartial = true}, &gaps);
-    if (!report.isRead || std::exchange(m_gapCount, report.gapCount) != 0) return report.isRead;
+    if (report.isRead) tellGaps(gaps, report.gapCount);
+    return report.isRead;
+}
+
+void Document::tellGaps(const kelvo_sdk::Diagnostics& gaps, u64 count) const {
+    if (std::exchange(m_gapCount, count) != 0) return;
     for (const kelvo_sdk::Diagnostic& gap : gaps)
         complain(gap.text());
-    complain(displayed(m_file) + ": " + leftOutText(report.gapCount) +
-             ", and everything else taken.");
-    return true;
+    complain(displayed(m_file) + ": " + leftOutText(count) + ", and everything else taken.");
 }
 
 bool Document::tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const {
@@ -133,15 +206,20 @@ bool loadSceneWithTypes(const String& file, const kelvo_sdk::Scene& scene) {
 }
 
 bool saveScene(const kelvo_sdk::Scene& scene, const String& file, Terminal& out) {
-    const String text = [&] {
+    String text, error;
+    {
         const ProgressLine line("kelvo: writing " + displayed(file));
-        return scene.text();
-    }();
+        text = scene.text();
+        const String plain = text;
+        if (isBinaryName(file) && !binaryOfText(file, plain.view(), false, text, error)) {
+            complain(error);
+            return false;
+        }
+    }
     if (isStream(file)) {
         out.writeData(text.view());
         return true;
     }
-    String error;
     if (writeFile(file, text.view(), error)) return true;
     complain(error);
     return false;

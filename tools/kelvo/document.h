@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/snapshot_reader.h"
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/terminal.h"
 #include "tools/kelvo/text_file.h"
@@ -14,7 +15,7 @@ inline constexpr const char* partialHelp =
     "Take what can be read of a scene with errors: what cannot is told,\n"
     "left out, and stays in the text; the exit status is 1 then";
 
-/// The text of a scene file, from which scenes are read.
+/// A scene file, from which scenes and snapshots are read.
 class Document {
 public:
     /// Accepts texts with errors; leaves out the parts that cannot be read.
@@ -25,6 +26,22 @@ public:
     /// Reads the file and locks it against other commands' edits until it is saved or this is
     /// destroyed.
     [[nodiscard]] bool openToEdit(const String& file);
+
+    /// Opens the file for `snapshot`: the binary form is read where it is needed. False after an
+    /// error message.
+    [[nodiscard]] bool openToLook(const String& file);
+    /// Returns the scene without making nodes, as `read` reads it. Empty after a message for each
+    /// error.
+    [[nodiscard]] kelvo_sdk::Snapshot snapshot() const;
+    /// Opens the file and returns its `snapshot`.
+    [[nodiscard]] kelvo_sdk::Snapshot look(const String& file) {
+        return openToLook(file) ? snapshot() : kelvo_sdk::Snapshot();
+    }
+    /// False, after an error message, when parts of the snapshot that were asked for are damaged.
+    [[nodiscard]] bool isSound() const;
+    /// Makes the text of a file that was opened for `snapshot`, so that scenes can be read. False
+    /// after an error message.
+    [[nodiscard]] bool makeText();
 
     /// Reads the text into an empty scene without types if that is possible; a scene that relies on
     /// the types of its nodes is read with them. False after a message for each error.
@@ -49,11 +66,17 @@ public:
 private:
     using Read = bool (TextFile::*)(const String& path, String& error);
     [[nodiscard]] bool open(const String& file, Read readText);
+    [[nodiscard]] bool take(const kelvo_sdk::Made<kelvo_sdk::Snapshot>& opened);
+    [[nodiscard]] bool tryRead(const kelvo_sdk::SnapshotReadOptions& options,
+                               kelvo_sdk::Snapshot& made, kelvo_sdk::Diagnostics& found) const;
+    void tellGaps(const kelvo_sdk::Diagnostics& gaps, u64 count) const;
     [[nodiscard]] bool tryRead(const kelvo_sdk::Scene& scene, kelvo_sdk::Diagnostics& found) const;
     [[nodiscard]] bool readParts(const kelvo_sdk::Scene& scene) const;
 
     String m_file;
     TextFile m_text;
+    // Of a file in the binary form that was opened for `snapshot`, which has no text at first.
+    kelvo_sdk::Snapshot m_stored;
     bool m_isPartial = false;
     // The gaps that were reported already, as a text may be read several times.
     mutable u64 m_gapCount = 0;

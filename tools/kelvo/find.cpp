@@ -4,6 +4,7 @@
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
+#include "tools/kelvo/scene_hash.h"
 #include "tools/kelvo/value_summary.h"
 
 #include <optional>
@@ -15,8 +16,9 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
-using kelvo_sdk::Node;
 using kelvo_sdk::Output;
+using kelvo_sdk::SnapshotInput;
+using kelvo_sdk::SnapshotOutput;
 
 struct FindOptions {
     String file;
@@ -39,26 +41,40 @@ kelvo_sdk::Query queryOf(const FindOptions& options) {
     return query;
 }
 
-void tell(const Node& node, Terminal& out) {
+template<typename AnyNode>
+void tellNode(const AnyNode& node, Terminal& out) {
     out.write(Tone::Name, node.name().view()).write(" (");
     out.write(Tone::Kind, node.type().view()).write(")").endLine();
 }
 
-void tell(const Input& input, Terminal& out) {
-    out.write(Tone::Name, input.path().view()).write(" (");
-    out.write(Tone::Kind, input.typeName().view()).write(")");
-    if (input.type() != AttrType::Null)
-        out.write(" = ").write(Tone::Value, shortValue(*input).view());
-    if (const Output source = input.source())
-        out.write(" <- ").write(Tone::Name, source.path().view());
-    out.endLine();
+String sourceOf(const Input& input) {
+    const Output source = input.source();
+    return source ? source.path() : String();
 }
 
-void tellAll(const kelvo_sdk::Matches& matches, Terminal& out) {
-    for (const kelvo_sdk::Match& match : matches) {
-        if (out.isClosed()) return;
-        match.input ? tell(match.input, out) : tell(match.node, out);
-    }
+String sourceOf(const SnapshotInput& input) {
+    const SnapshotOutput source = input.source();
+    return source ? source.node().name() + "." + source.name() : String();
+}
+
+String valueOf(const Input& input) {
+    return shortValue(*input);
+}
+
+String valueOf(const SnapshotInput& input) {
+    return shortValue(input);
+}
+
+template<typename AnyMatch>
+void tell(const AnyMatch& match, Terminal& out) {
+    const auto& input = match.input;
+    if (!input) return tellNode(match.node, out);
+    out.write(Tone::Name, match.path().view()).write(" (");
+    out.write(Tone::Kind, input.typeName().view()).write(")");
+    if (input.type() != AttrType::Null) out.write(" = ").write(Tone::Value, valueOf(input).view());
+    if (const String source = sourceOf(input); !source.isEmpty())
+        out.write(" <- ").write(Tone::Name, source.view());
+    out.endLine();
 }
 
 String nothingFound(const FindOptions& options) {
@@ -89,6 +105,24 @@ bool addLibraries(kelvo_sdk::Query& query) {
     return true;
 }
 
+template<typename AnyMatches>
+Status print(const AnyMatches& matches, const FindOptions& options, Terminal& out) {
+    if (options.countOnly) out.write(Tone::Value, std::to_string(matches.size())).endLine();
+    for (const auto& match : matches)
+        if (!options.countOnly && !out.isClosed()) tell(match, out);
+    if (!matches.empty()) return Status::Ok;
+    complain(displayed(options.file) + ": " + nothingFound(options));
+    return Status::Fault;
+}
+
+// Searches live nodes, as modifiers change their values.
+Status findLive(Document& document, const kelvo_sdk::Query& query, const FindOptions& options,
+                Terminal& out) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!document.makeText() || !document.read(scene)) return Status::Fault;
+    return print(scene.find(query), options, out);
+}
+
 Status runFind(const FindOptions& options, Terminal& out) {
     kelvo_sdk::Query query = queryOf(options);
     if (const kelvo_sdk::QueryFault fault = query.fault()) {
@@ -96,16 +130,15 @@ Status runFind(const FindOptions& options, Terminal& out) {
         return Status::Usage;
     }
     if (query.type && !addLibraries(query)) return Status::Fault;
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
-    const kelvo_sdk::Matches matches = scene.find(query);
-    if (options.countOnly)
-        out.write(Tone::Value, std::to_string(matches.size())).endLine();
-    else
-        tellAll(matches, out);
-    if (!matches.empty()) return Status::Ok;
-    complain(displayed(options.file) + ": " + nothingFound(options));
-    return Status::Fault;
+    Document document;
+    const kelvo_sdk::Snapshot scene = document.look(options.file);
+    if (!scene) return Status::Fault;
+    const bool isLive = hasModifiers(scene.nodes());
+    const auto matches = isLive ? kelvo_sdk::SnapshotMatches() : find(scene, query);
+    if (!document.isSound()) return Status::Fault;
+    if (isLive) return findLive(document, query, options, out);
+    const Status status = print(matches, options, out);
+    return document.isSound() ? status : Status::Fault;
 }
 
 } // namespace

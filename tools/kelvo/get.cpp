@@ -1,16 +1,19 @@
 #include "tools/kelvo/commands.h"
 
+#include "kelvo/sdk/value_text.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/evaluation.h"
 #include "tools/kelvo/files.h"
-#include "tools/kelvo/value_summary.h"
+
+#include <vector>
 
 namespace qv::kelvo_tool {
 
 namespace {
 
 using kelvo_sdk::Scene;
+using kelvo_sdk::SnapshotInput;
 
 struct GetOptions {
     String file;
@@ -23,14 +26,6 @@ constexpr const char* getHelp =
     "Where a connection or a modifier hides the value that is stored, there are two of them:\n"
     "\"stored: ...\" and \"effective: ...\". --stored prints the first alone, `kelvo eval` the\n"
     "second. A source that gives no value hides nothing.";
-
-// Tells whether a connection or modifiers may hide the input's value.
-bool mayBeHidden(const Address& address) {
-    const kelvo_sdk::Node& node = address.node;
-    const bool hasModifiers = node.hasInput("modifiers", kelvo_sdk::AttrType::Array) &&
-                              node["modifiers"].inputCount() != 0;
-    return hasModifiers || isHidden(address.input);
-}
 
 void printBoth(const kelvo_sdk::Input& input, const String& effective, Terminal& out) {
     out.write("stored: ").writeData(storedValue(input).view()).endLine();
@@ -49,49 +44,69 @@ void printInput(const Address& address, const GetOptions& options, Terminal& out
     out.writeData(storedValue(input).view()).endLine();
 }
 
-/// Finds a path in the scene as written and, where types matter, in the scene with types.
+// Tells whether a connection may hide the input's value.
+bool isConnected(const SnapshotInput& input) {
+    std::vector<SnapshotInput> left{input};
+    while (!left.empty()) {
+        const SnapshotInput next = left.back();
+        left.pop_back();
+        if (next.source()) return true;
+        for (u64 i = 0; i < next.inputCount(); ++i)
+            left.push_back(next.input(i));
+    }
+    return false;
+}
+
+bool mayBeHidden(const Place& place) {
+    const SnapshotInput modifiers = place.node["modifiers"];
+    const bool hasModifiers =
+        modifiers.type() == kelvo_sdk::AttrType::Array && modifiers.inputCount() != 0;
+    return hasModifiers || isConnected(place.input);
+}
+
+/// Finds a path in the scene as written and, where types or evaluation matter, in live nodes with
+/// types.
 class Getter {
 public:
     explicit Getter(const GetOptions& options) : m_options(options) {}
 
     [[nodiscard]] Status run(Terminal& out) {
         m_document.takeParts(m_options.isPartial);
-        if (!m_document.open(m_options.file)) return Status::Fault;
-        auto scene = Scene::create();
-        if (!m_document.read(scene)) return Status::Fault;
+        const kelvo_sdk::Snapshot scene = m_document.look(m_options.file);
+        if (!scene) return Status::Fault;
         // An input that the text leaves to its type has a value too.
-        const bool isFound = find(scene);
+        const Place place = placeAt(scene, m_options.path);
         const bool isPlain =
-            isFound && (!m_address.input.get() || m_options.storedOnly || !mayBeHidden(m_address));
-        if (!isPlain) {
-            scene = Scene::create();
-            if (!m_document.readWithTypes(scene)) return Status::Fault;
-            if (!find(scene)) {
-                complain(displayed(m_options.file) + ": " + m_error);
-                return Status::Usage;
-            }
-        }
-        print(out);
+            place.node && (!place.input || m_options.storedOnly || !mayBeHidden(place));
+        const String text = !isPlain       ? String()
+                            : !place.input ? place.node.text()
+                                           : valueText(place.input);
+        if (!m_document.isSound()) return Status::Fault;
+        if (!isPlain) return runLive(out);
+        out.writeData(text.view());
+        if (place.input) out.endLine();
         return m_document.status();
     }
 
 private:
-    [[nodiscard]] bool find(const Scene& scene) {
-        m_address = {};
-        return findAddress(scene, m_options.path, Append::Refused, m_address, m_error);
-    }
-
-    void print(Terminal& out) const {
-        if (m_address.input.get())
-            printInput(m_address, m_options, out);
+    [[nodiscard]] Status runLive(Terminal& out) {
+        const auto scene = Scene::create();
+        if (!m_document.makeText() || !m_document.readWithTypes(scene)) return Status::Fault;
+        Address address;
+        String error;
+        if (!findAddress(scene, m_options.path, Append::Refused, address, error)) {
+            complain(displayed(m_options.file) + ": " + error);
+            return Status::Usage;
+        }
+        if (address.input.get())
+            printInput(address, m_options, out);
         else
-            out.writeData(m_address.node.text().view());
+            out.writeData(address.node.text().view());
+        return m_document.status();
     }
 
     const GetOptions& m_options;
     Document m_document;
-    Address m_address;
-    String m_error;
 };
 
 Status runGet(const GetOptions& options, Terminal& out) {

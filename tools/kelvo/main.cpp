@@ -34,14 +34,18 @@ void addCommands(CommandLine& line) {
     addExplain(line);
     addGraph(line);
     addDiff(line);
+    addWhy(line);
     addPatch(line);
     addMerge(line);
+    addPack(line);
+    addUnpack(line);
     addEval(line);
     addNew(line);
     addConvert(line);
     addTypes(line);
     addHelp(line);
     addLibrary(line);
+    addStubs(line);
     addImport(line);
 }
 

@@ -1,5 +1,7 @@
 #include "tools/kelvo/text_file.h"
 
+#include "kelvo/binary/binary_scene.h"
+#include "tools/kelvo/binary_text.h"
 #include "tools/kelvo/files.h"
 
 #include <filesystem>
@@ -29,8 +31,18 @@ u64 countOf(std::string_view text, std::string_view what) noexcept {
 } // namespace
 
 bool TextFile::read(const String& path, String& error) {
+    return readBytes(path, error) && makeText(error);
+}
+
+bool TextFile::readBytes(const String& path, String& error) {
     m_path = path;
     if (!readFile(path, m_bytes, error)) return false;
+    m_isBinary = kelvo_sdk::isBinary(m_bytes.view());
+    return true;
+}
+
+bool TextFile::makeText(String& error) {
+    if (m_isBinary) return textOfBinary(m_path, m_bytes, m_text, error);
     std::string_view text = m_bytes.view();
     m_hasMark = text.starts_with(kMark);
     if (m_hasMark) text.remove_prefix(kMark.size());
@@ -60,7 +72,8 @@ String TextFile::laidOut(std::string_view text) const {
 }
 
 bool TextFile::write(const String& path, std::string_view text, String& error) {
-    const String bytes = laidOut(text);
+    String bytes;
+    if (!bytesFor(path, text, bytes, error)) return false;
     if (!isOwn(path)) return writeFile(path, bytes.view(), error);
     if (!m_lock.isHeld() && !m_lock.take(m_path, error)) return false;
     const bool isWritten = isAsRead(error) && writeFile(path, bytes.view(), error);
@@ -68,6 +81,14 @@ bool TextFile::write(const String& path, std::string_view text, String& error) {
     m_lock.release();
     if (isWritten) m_bytes = bytes;
     return isWritten;
+}
+
+bool TextFile::bytesFor(const String& path, std::string_view text, String& bytes,
+                        String& error) const {
+    if (isBinaryName(path) || (m_isBinary && isOwn(path)))
+        return binaryOfText(path, text, false, bytes, error);
+    bytes = laidOut(text);
+    return true;
 }
 
 // Tells whether a path leads to the file that was read.

@@ -7,7 +7,8 @@
 namespace qv::kelvo_tool {
 
 /// A text file that keeps its layout when written back: its byte order mark, if any, and the line
-/// ends of most of its lines.
+/// ends of most of its lines. A scene in the binary form is read and written as the text that it
+/// stands for.
 class TextFile {
 public:
     /// Reads a file, the standard input for "-". False with a sentence in `error`.
@@ -15,6 +16,14 @@ public:
     /// Reads a file and locks it against other commands' edits until it is written or this is
     /// destroyed.
     [[nodiscard]] bool readToEdit(const String& path, String& error);
+
+    /// Reads the bytes of a file alone, the standard input for "-". False with a sentence in
+    /// `error`.
+    [[nodiscard]] bool readBytes(const String& path, String& error);
+    [[nodiscard]] bool isBinary() const noexcept { return m_isBinary; }
+    [[nodiscard]] const String& bytes() const noexcept { return m_bytes; }
+    /// Makes the text of the bytes. False with a sentence in `error`.
+    [[nodiscard]] bool makeText(String& error);
 
     /// Returns the text without byte order mark; lines end with '\n'.
     [[nodiscard]] const String& text() const noexcept { return m_text; }
@@ -26,6 +35,8 @@ public:
     [[nodiscard]] bool write(const String& path, std::string_view text, String& error);
 
 private:
+    [[nodiscard]] bool bytesFor(const String& path, std::string_view text, String& bytes,
+                                String& error) const;
     [[nodiscard]] bool isOwn(const String& path) const;
     [[nodiscard]] bool isAsRead(String& error) const;
 
@@ -35,6 +46,7 @@ private:
     String m_text;
     bool m_hasMark = false;
     bool m_hasReturns = false;
+    bool m_isBinary = false;
     FileLock m_lock;
 };
 

@@ -14,6 +14,7 @@ namespace {
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
 using kelvo_sdk::quotedText;
+using kelvo_sdk::SnapshotInput;
 using kelvo_sdk::interfaces::BufferView;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
@@ -76,9 +77,28 @@ void appendPlain(const IInput& input, StringIO& out) {
     if (input.readString(text, false, nullptr)) out.append(text.view());
 }
 
-void appendShort(const IInput& input, bool isInside, StringIO& out) {
+void appendPlain(const SnapshotInput& input, StringIO& out) {
+    if (input.type() == AttrType::Buffer) return appendShortBuffer(input.bufferView(), out);
+    if (input.type() == AttrType::Node && !input.linked())
+        out.append("null");
+    else if (input.type() == AttrType::String)
+        appendShortText(String(input.text()), out);
+    else
+        out.append(input.get<String>().view());
+}
+
+const IInput& partOf(const IInput& input, u64 index) {
+    return *input.input(index);
+}
+
+SnapshotInput partOf(const SnapshotInput& input, u64 index) {
+    return input.input(index);
+}
+
+template<typename AnyInput>
+void appendShort(const AnyInput& input, bool isInside, StringIO& out) {
     const u64 count = input.inputCount();
-    if (input.isObject()) {
+    if (input.type() == AttrType::Object) {
         out.append('{');
         appendCount(count, "member", out);
         out.append('}');
@@ -90,7 +110,7 @@ void appendShort(const IInput& input, bool isInside, StringIO& out) {
         out.append(']');
     } else {
         for (u64 i = 0; i < std::min(count, mostItems); ++i)
-            appendShort(*input.input(i), true, out.append(i == 0 ? "[" : ", "));
+            appendShort(partOf(input, i), true, out.append(i == 0 ? "[" : ", "));
         if (count > mostItems)
             appendCount(count, "element", out.append(", ...] "));
         else
@@ -98,12 +118,21 @@ void appendShort(const IInput& input, bool isInside, StringIO& out) {
     }
 }
 
-} // namespace
-
-String shortValue(const IInput& input) {
+template<typename AnyInput>
+String shortText(const AnyInput& input) {
     StringIO out;
     appendShort(input, false, out);
     return out.take();
+}
+
+} // namespace
+
+String shortValue(const IInput& input) {
+    return shortText(input);
+}
+
+String shortValue(const SnapshotInput& input) {
+    return shortText(input);
 }
 
 } // namespace qv::kelvo_tool

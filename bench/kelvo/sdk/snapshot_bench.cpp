@@ -1,6 +1,7 @@
 #include "bench/support/bench_node.h"
 #include "bench/support/graphs.h"
 #include "bench/support/memory.h"
+#include "kelvo/sdk/lib_info.h"
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/snapshot_delta.h"
 
@@ -114,6 +115,47 @@ BENCHMARK(deltaOfChanges)
     ->Args({100000, 1000})
     ->Unit(benchmark::kMicrosecond);
 
+// The first time hashes every node. The scene is new, because nodes keep what was hashed.
+void firstDeepHashes(benchmark::State& state) {
+    std::unique_ptr<WideScene> wide;
+    Snapshot snapshot;
+    for (auto _ : state) {
+        state.PauseTiming();
+        snapshot = {};
+        wide = std::make_unique<WideScene>(state.range(0));
+        snapshot = wide->scene.snapshot();
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(snapshot.hash());
+    }
+}
+BENCHMARK(firstDeepHashes)
+    ->Name("snapshot_first_deep_hashes")
+    ->Arg(100000)
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+
+// Only the hashes are timed, not the change and the snapshot.
+void nextDeepHashes(benchmark::State& state) {
+    const auto& wide = keptGraph<WideScene>(state.range(0));
+    Snapshot last = wide.scene.snapshot();
+    benchmark::DoNotOptimize(last.hash());
+    for (auto _ : state) {
+        state.PauseTiming();
+        wide.change(1);
+        Snapshot next = wide.scene.snapshot();
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(next.hash());
+        state.PauseTiming();
+        last = std::move(next);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(nextDeepHashes)
+    ->Name("snapshot_deep_hashes_after_a_change")
+    ->Arg(1000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMicrosecond);
+
 void readValue(benchmark::State& state) {
     const Snapshot snapshot = keptGraph<WideScene>(100000).scene.snapshot();
     const SnapshotInput input = snapshot.node(500)["f"];
@@ -151,6 +193,37 @@ void findByName(benchmark::State& state) {
         benchmark::DoNotOptimize(snapshot.findNode(name).number());
 }
 BENCHMARK(findByName)->Name("snapshot_find_node");
+
+// A thousand curves of ten value nodes each, which read each other; an item is a node.
+struct ValueScene {
+    explicit ValueScene(i64 count) {
+        scene.addLibrary(LibInfo::standard());
+        for (i64 i = 0; i < count; ++i) {
+            const Node node = scene.createNode("noise", "n");
+            if (i % 10 == 0)
+                node["frequency"].set(static_cast<double>(i));
+            else
+                node["frequency"].connect(scene.node(static_cast<u64>(i) - 1).output("result"));
+        }
+    }
+    Scene scene = Scene::create();
+};
+
+void evaluatedSnapshot(benchmark::State& state) {
+    const auto& values = keptGraph<ValueScene>(state.range(0));
+    for (auto _ : state) {
+        const Snapshot snapshot = values.scene.snapshot(
+            {.threads = static_cast<u32>(state.range(1)), .values = SnapshotValues::Evaluated});
+        benchmark::DoNotOptimize(snapshot.nodeCount());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(evaluatedSnapshot)
+    ->Name("snapshot_evaluated")
+    ->Args({10000, 1})
+    ->Args({10000, 2})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace qv::bench

@@ -1,9 +1,11 @@
 #include "bench/support/bench_node.h"
+#include "bench/support/memory.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/scene_text/scene_reader.h"
 #include "kelvo/sdk/impl/scene_text/serialize.h"
+#include "kelvo/sdk/snapshot_reader.h"
 
 #include "kelvo/base/string_io.h"
 
@@ -105,6 +107,73 @@ void parseSceneOn(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(parseSceneOn)->Name("parse_scene")->Apply(onThreads<100'000>);
+
+// Reads into a snapshot, and includes its destruction.
+void readIntoSnapshot(benchmark::State& state, const std::string& text, u32 threads) {
+    u64 bytes = 0;
+    for (auto _ : state) {
+        const std::size_t before = heapInUse();
+        const SnapshotReport report = readSnapshot(text, "text", {.threads = threads});
+        bytes = heapInUse() - before;
+        if (report.isRead) continue;
+        state.SkipWithError("the text is not read");
+        break;
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<i64>(text.size()));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.counters["bytes_per_node"] =
+        static_cast<double>(bytes) / static_cast<double>(state.range(0));
+}
+
+void readSnapshotOn(benchmark::State& state) {
+    const String text = sceneOfNodes(state.range(0)).text();
+    readIntoSnapshot(state, std::string(text.view()), threadsOf(state));
+}
+BENCHMARK(readSnapshotOn)->Name("snapshot_read_text")->Apply(onThreads<100'000>);
+
+// Returns a text of nodes with ten inputs each, as a script writes it.
+std::string textOfNodes(i64 count) {
+    std::string text = "kelvo scene 1\n\n";
+    for (i64 i = 0; i < count; ++i) {
+        const std::string number = std::to_string(i);
+        text += "node thing \"n" + number + "\" {\n    Node next = n" +
+                std::to_string((i + 1) % count) + "\n";
+        for (int input = 0; input < 9; ++input)
+            text += "    Real v" + std::to_string(input) + " = " + number + ".5\n";
+        text += "}\n";
+    }
+    return text;
+}
+
+void readMillion(benchmark::State& state) {
+    readIntoSnapshot(state, textOfNodes(state.range(0)), 0);
+}
+BENCHMARK(readMillion)
+    ->Name("snapshot_read_large_text")
+    ->Arg(1'000'000)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+void writeSnapshot(benchmark::State& state) {
+    const Snapshot snapshot = sceneOfNodes(state.range(0)).snapshot();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(snapshot.text().size());
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(writeSnapshot)->Name("snapshot_write_text")->Arg(100'000)->Unit(benchmark::kMicrosecond);
+
+void readSnapshotIntoScene(benchmark::State& state) {
+    const Snapshot snapshot = sceneOfNodes(state.range(0)).snapshot();
+    for (auto _ : state) {
+        const Scene scene = Scene::create();
+        if (!scene.read(snapshot)) state.SkipWithError("the snapshot is not read");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(readSnapshotIntoScene)
+    ->Name("snapshot_into_scene")
+    ->Arg(100'000)
+    ->Unit(benchmark::kMicrosecond);
 
 void writeBuffer(benchmark::State& state) {
     write(state, sceneOfBuffer(static_cast<u64>(state.range(0))));

@@ -73,6 +73,19 @@ TEST(Hash, OfNothing_IsTheConstant) {
     EXPECT_NE(hashOfNothing, 0u);
 }
 
+TEST(Hash, Words_HashAsTheirValuesFromTheLeastSignificantByteOn) {
+    for (u64 count = 0; count < 40; ++count) {
+        std::vector<u64> words;
+        std::vector<u8> bytes;
+        for (u64 i = 0; i < count; ++i) {
+            words.push_back((i + 1) * 0x9e3779b97f4a7c15u);
+            for (u64 byte = 0; byte < 8; ++byte)
+                bytes.push_back(static_cast<u8>(words.back() >> 8 * byte));
+        }
+        EXPECT_EQ(hashWords(words.data(), count, 7), hashBytes(bytes.data(), bytes.size(), 7));
+    }
+}
+
 TEST(Hash, Alignment_DoesNotMatter) {
     for (const u64 size : {3u, 7u, 16u, 33u, 64u, 65u, 1000u}) {
         const std::vector<u8> bytes = randomBytes(size);

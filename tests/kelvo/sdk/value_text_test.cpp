@@ -52,6 +52,35 @@ node t "m" {
     EXPECT_EQ(valueText(m_scene["m"]["list"]), "[{\n    Int a = 1\n}, {\n}]");
 }
 
+TEST_F(ValueText, InputsOfSnapshots_HaveTheSameTextAndKind) {
+    ASSERT_TRUE(m_scene.read(R"(kelvo scene 1
+node t "m" {
+    Object o {
+        Array<Array> rows = [Array<Int> [1, 2], Array<Int> []]
+        String s = "a \"b\""
+    }
+    String s = "a \"b\""
+    Mat3 m = (1 0 0  0 1 0  0 0 2)
+    Array<Node> links = [m, null]
+    Buffer<Pos3f> p = [(1 2 3)]
+    Buffer<Float> none
+}
+)",
+                             "text"));
+    const Node live = m_scene["m"];
+    const u32 numbers[] = {1, 2};
+    const interfaces::BufferView view{DataType::UInt32, numbers, 2};
+    ASSERT_TRUE(live.createInput("any", AttrType::Buffer).set(view));
+    (void)live.createInput("nothing", AttrType::Null);
+    const Snapshot snapshot = m_scene.snapshot();
+    ASSERT_EQ(snapshot["m"].inputCount(), 8u);
+    for (u64 i = 0; i < live.inputCount(); ++i) {
+        EXPECT_EQ(valueText(snapshot["m"].input(i)), valueText(live.input(i))) << i;
+        EXPECT_EQ(snapshot["m"].input(i).typeName(), live.input(i).typeName()) << i;
+    }
+    EXPECT_EQ(valueText(SnapshotInput()) + SnapshotInput().typeName(), "");
+}
+
 TEST_F(ValueText, StandIns_TakeThePlaceOfWhatHoldsNoMore) {
     const Input list = m_node.createArray("a", AttrType::Int);
     list.append().set(1);

@@ -7,6 +7,7 @@
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/eval/eval_cache.h"
 #include "kelvo/sdk/impl/eval/eval_stack.h"
+#include "kelvo/sdk/impl/eval/parallel_evaluation.h"
 #include "kelvo/sdk/impl/eval/upstream_evaluation.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/library_call.h"
@@ -157,6 +158,7 @@ Value Output::evaluate(void* callerCtx) {
     if (!m_node || !implOf(m_node)->evalCallback()) return m_value;
     const auto* caller = static_cast<const EvalCtx*>(callerCtx);
     if (const Value* result = UpstreamEvaluation::result(*this, caller)) return *result;
+    if (const Value* result = ParallelEvaluation::known(*this, caller)) return *result;
     EvalCache* cache = cacheFor(caller);
     return cache ? evaluateWith(*cache, caller) : callNode(caller);
 }

@@ -34,14 +34,6 @@ AttrData describe(AttrType type, AttrType elementType) {
     return data;
 }
 
-// Returns the start value from a definition, in the kind of the input; Null when there is none.
-Value startValue(const AttrData& data) {
-    Value value;
-    if (convertValue(data.value, data.type, value)) return value;
-    if (data.details) convertValue(data.details->defaultValue, data.type, value);
-    return value;
-}
-
 String textIn(const AttrDetails::Texts& texts, String language) {
     ds::HashMap<String, String> table;
     for (const auto& [key, text] : texts)
@@ -66,7 +58,7 @@ Input::Input(INode* node, IInput* parent, String name, AttrData definition)
     setDeclaredType(definition.dataType);
     m_silent = definition.silent;
     m_readOnly = definition.readOnly;
-    if (Value start = startValue(definition); !start.isNull()) m_value = std::move(start);
+    if (Value start = definition.startValue(); !start.isNull()) m_value = std::move(start);
     m_details = std::move(definition.details);
     if (type() == AttrType::Node && m_value.asNode()) linkTo(m_value.asNode());
 }

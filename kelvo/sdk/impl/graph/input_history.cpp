@@ -42,6 +42,7 @@ void Input::exchangeStash(std::unique_ptr<Stash>& other, Only<StashChange> /*key
     if (kept && kept->link.table) kept->link.table->remove(kept->link);
     std::swap(kept, other);
     if (kept) linkStash();
+    if (m_node) m_node->described();
 }
 
 // The caller keeps the earlier source alive, which the notification names.

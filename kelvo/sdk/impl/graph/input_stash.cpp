@@ -36,6 +36,7 @@ bool Input::unstash() {
     step.prepare<StashChange>(*this);
     dropStash();
     step.commit();
+    if (m_node) m_node->described();
     deferred.release();
     return true;
 }
@@ -77,6 +78,7 @@ void Input::replaceStash(Value value, Only<Input, NodeCopies, SceneBuilder> /*ke
     if (link.table) link.table->remove(link);
     m_extras->stash->value = std::move(value);
     linkStash();
+    if (m_node) m_node->described();
 }
 
 void Input::setStashed(Value value) {

@@ -28,16 +28,19 @@ u64 bytesOf(const Node& node) {
     return bytes;
 }
 
-// Calls `visit(INode&)` for each node outside of scenes that a node links to or reads.
+// Calls `visit(INode&)` for each node outside of scenes that an input of `node` links to or reads.
 template<typename Visit>
-void visitStrays(const Node& node, const Visit& visit) {
+void visitStraysOf(const Input& input, const Node& node, const Visit& visit) {
     const auto note = [&](INode* reached) {
         if (reached && reached != &node && !reached->scene()) visit(*reached);
     };
-    visitInputsInPlace(node, [&](const Input& input) {
-        note(linkedNode(input));
-        if (const Output* source = input.sourceOutput()) note(source->node());
-    });
+    note(linkedNode(input));
+    if (const Output* source = input.sourceOutput()) note(source->node());
+}
+
+template<typename Visit>
+void visitStrays(const Node& node, const Visit& visit) {
+    visitInputsInPlace(node, [&](const Input& input) { visitStraysOf(input, node, visit); });
 }
 
 // Reserves memory for the strays of a node beside those that are kept already.
@@ -184,27 +187,31 @@ String NodeChange::text() const {
 
 NodeExchange::NodeExchange(Node& node, Node& replacement, SceneComments& comments)
     : m_out(&node), m_in(&replacement), m_comments(comments.copyOf(&node)) {
-    m_sources.reserve(countSources(node));
-    m_room.reserve(countSources(replacement));
-    makeRoomForStrays(node, m_strays);
-    makeRoomForStrays(replacement, m_otherStrays);
+    makeRoom(node, m_sources, m_strays);
+    makeRoom(replacement, m_room, m_otherStrays);
 }
 
-u64 NodeExchange::countSources(const Node& node) noexcept {
-    u64 count = 0;
-    visitInputsInPlace(node, [&](const Input& input) { count += input.sourceOutput() ? 1 : 0; });
-    return count;
+void NodeExchange::makeRoom(const Node& node, std::vector<Source>& sources, Strays& strays) {
+    u64 sourceCount = 0, strayCount = 0;
+    visitInputsInPlace(node, [&](const Input& input) {
+        sourceCount += input.sourceOutput() ? 1 : 0;
+        visitStraysOf(input, node, [&](INode&) { ++strayCount; });
+    });
+    sources.reserve(sourceCount);
+    strays.reserve(2 * strayCount);
 }
 
 void NodeExchange::cutSources() {
-    holdStrays(*m_out, m_strays);
+    const auto before = static_cast<std::ptrdiff_t>(m_strays.size());
     visitInputsInPlace(*m_out, [this](Input& input) {
+        visitStraysOf(input, *m_out, [this](INode& stray) { m_strays.emplace_back(&stray); });
         Output* source = input.sourceOutput();
         if (!source) return;
         m_sources.push_back(
             {RefersTo<Input>(&input), RefersTo<Output>(source), input.sourceRank()});
         input.redirect(linkedNode(input), nullptr, noIndex, {});
     });
+    m_strays.erase(m_strays.begin(), m_strays.begin() + before);
 }
 
 void NodeExchange::restore(const std::vector<Source>& sources) {

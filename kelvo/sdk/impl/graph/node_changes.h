@@ -112,18 +112,21 @@ private:
         u64 rank;
     };
 
-    static u64 countSources(const Node& node) noexcept;
+    using Strays = std::vector<RefersTo<INode>>;
+
+    // Reserves memory for everything outside of the node that `cutSources` keeps.
+    static void makeRoom(const Node& node, std::vector<Source>& sources, Strays& strays);
     void restore(const std::vector<Source>& sources);
 
     RefersTo<Node> m_out;
     RefersTo<Node> m_in;
     std::vector<Source> m_sources;
     // Nodes outside of scenes that the replaced node refers to.
-    std::vector<RefersTo<INode>> m_strays;
+    Strays m_strays;
     // Empty, with capacity for the sources of the current node.
     std::vector<Source> m_room;
     // Nodes outside of scenes that the current node refers to, or did while it was replaced.
-    std::vector<RefersTo<INode>> m_otherStrays;
+    Strays m_otherStrays;
     // Comments of the replaced node.
     SceneComments::Kept m_comments;
 };

@@ -310,9 +310,10 @@ public:
     // ---- Snapshots -------------------------------------------------------------------------
     // The first snapshot makes a follower that notes changes for the next one.
 
-    /// Returns a constant picture of the nodes. Uses at most `threads` threads, 0 for as many as
-    /// the machine runs at once. Needs kelvo/sdk/impl/snapshot/snapshot_picture.h.
-    [[nodiscard]] RefersTo<SnapshotPicture> takeSnapshot(u32 threads);
+    /// Returns a constant picture of the nodes, with values as set or as evaluated. Uses at most
+    /// `threads` threads, 0 for as many as the machine runs at once. Needs
+    /// kelvo/sdk/impl/snapshot/snapshot_picture.h.
+    [[nodiscard]] RefersTo<SnapshotPicture> takeSnapshot(u32 threads, bool isEvaluated);
 
     // ---- Laws ------------------------------------------------------------------------------
     // A walk over all nodes, inputs and outputs reports each law that does not hold, with its

@@ -60,15 +60,6 @@ String cleanedLine(const String& text) {
     return out.take();
 }
 
-Comments cleaned(const Comments& comments) {
-    Comments clean = comments;
-    clean.leading = cleanedLines(comments.leading);
-    clean.opening = cleanedLine(comments.opening);
-    clean.inner = cleanedLines(comments.inner);
-    clean.trailing = cleanedLine(comments.trailing);
-    return clean;
-}
-
 const String& nameOf(const interfaces::IInput* input) {
     return implOf(input)->ownName();
 }
@@ -77,6 +68,15 @@ const String& nameOf(const interfaces::IOutput* output) {
 }
 
 } // namespace
+
+Comments cleaned(const Comments& comments) {
+    Comments clean = comments;
+    clean.leading = cleanedLines(comments.leading);
+    clean.opening = cleanedLine(comments.opening);
+    clean.inner = cleanedLines(comments.inner);
+    clean.trailing = cleanedLine(comments.trailing);
+    return clean;
+}
 
 void SceneComments::setFile(Comments comments) {
     Comments file = cleaned(comments);

@@ -23,6 +23,7 @@ struct UnreadLines {
     bool isOutput = false;
     /// The node that `before` names, to find it under a new name. Never dereferenced.
     const interfaces::INode* node = nullptr;
+    bool operator==(const UnreadLines&) const = default;
 };
 
 /// The comments around a node or attribute in scene text, and the unread lines in it.
@@ -56,7 +57,12 @@ struct Comments {
                !isOwn && unchecked == Unchecked::Open && unread.empty() && lostLink.isEmpty() &&
                lostSource.isEmpty();
     }
+    bool operator==(const Comments&) const = default;
 };
+
+/// Returns comments as a scene keeps them: characters that comments may not contain become '?',
+/// lines without '#' get one, and successive blank lines become one.
+[[nodiscard]] Comments cleaned(const Comments& comments);
 
 /// The comments of a scene for the writer of text, stored apart from the nodes. Comments leave the
 /// scene together with their node or attribute. Keys are pointers, which are never dereferenced;
@@ -69,8 +75,7 @@ public:
     [[nodiscard]] const Comments& file() const noexcept { return m_file; }
 
     /// Set the comments of a node or attribute in place of earlier ones; empty comments remove
-    /// them. Characters that comments may not contain become '?', lines without '#' get one, and
-    /// successive blank lines become one.
+    /// them. Keeps them `cleaned`.
     void set(const interfaces::INode* node, Comments comments);
     void set(const interfaces::IInput* input, Comments comments);
     void set(const interfaces::IOutput* output, Comments comments);
@@ -108,6 +113,10 @@ public:
     /// text.
     void merge(SceneComments added) noexcept;
 
+    /// Tells whether the node or one of its attributes may have comments.
+    [[nodiscard]] bool mayHave(const interfaces::INode* node) const {
+        return !empty() && (m_entries.contains(node) || m_attributes.contains(node));
+    }
     /// Tells whether no node or attribute has comments.
     [[nodiscard]] bool empty() const noexcept { return m_entries.empty(); }
 

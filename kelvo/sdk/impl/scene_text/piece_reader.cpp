@@ -1,7 +1,5 @@
 #include "kelvo/sdk/impl/scene_text/piece_reader.h"
 
-#include "kelvo/sdk/impl/scene_text/tree_join.h"
-
 #include <memory>
 #include <utility>
 
@@ -18,7 +16,24 @@ struct Piece {
     SceneParser parser;
 };
 
+class JoinedPiece final : public TakenPiece {
+public:
+    JoinedPiece(SceneTree& to, SceneTree& piece, u64 maxNodes) noexcept
+        : m_join(to, piece), m_maxNodes(maxNodes) {}
+    [[nodiscard]] bool fits() override { return m_join.fits(m_maxNodes); }
+    void take(String leading) override { m_join.joinNodes(std::move(leading)); }
+    void finish() override { m_join.joinInputs(); }
+
+private:
+    TreeJoin m_join;
+    u64 m_maxNodes;
+};
+
 } // namespace
+
+std::unique_ptr<TakenPiece> PieceJoiner::prepare(SceneTree& piece) {
+    return std::make_unique<JoinedPiece>(m_to, piece, m_maxNodes);
+}
 
 u64 PieceReader::read(u64 start, String& leading) {
     m_cuts = cutsFrom(start);
@@ -53,13 +68,13 @@ void PieceReader::readPiece(u64 piece) {
     const auto read = std::make_unique<Piece>(m_text, m_limits);
     String behind;
     const bool isWhole = read->parser.parsePiece(m_cuts[piece], m_cuts[piece + 1], behind);
-    TreeJoin join(m_tree, read->tree);
+    const auto taken = isWhole ? m_taker.prepare(read->tree) : nullptr;
     turn.await();
-    if (m_isBroken || !isWhole || !join.fits(m_limits.nodes)) return;
-    join.joinNodes(std::exchange(m_leading, std::move(behind)));
+    if (m_isBroken || !taken || !taken->fits()) return;
+    taken->take(std::exchange(m_leading, std::move(behind)));
     m_reached = m_cuts[piece + 1];
     turn.end(true);
-    join.joinInputs();
+    taken->finish();
 }
 
 PieceReader::Turn::~Turn() {

@@ -12,6 +12,7 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/impl/modify/modifiers.h"
+#include "kelvo/sdk/impl/scene_text/tree_values.h"
 
 #include <algorithm>
 #include <tuple>
@@ -254,14 +255,7 @@ void SceneBuilder::addComments() {
     const auto add = [&](const auto* thing, const auto& from, Unchecked unchecked) {
         const TreeExtras* extras = m_tree.extrasOf(from.extras);
         if (!extras && !from.isOwn && unchecked == Unchecked::Open) return;
-        Comments added = extras ? extras->comments : Comments();
-        added.isOwn = from.isOwn;
-        added.unchecked = unchecked;
-        if (extras) {
-            added.lostLink = extras->lostLink;
-            added.lostSource = extras->lostSource;
-        }
-        comments.set(thing, std::move(added));
+        comments.set(thing, textComments(m_tree, from, unchecked));
     };
     for (u64 i = 0; i < m_tree.nodes.size(); ++i)
         add(static_cast<const INode*>(m_nodes[i].get()), m_tree.nodes[i], Unchecked::Open);

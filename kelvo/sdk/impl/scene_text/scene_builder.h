@@ -67,7 +67,6 @@ private:
                    Input* parent, std::vector<Unfilled>& unfilled, const Add& add);
     [[nodiscard]] RefersTo<Input> makeInput(u32 index, Node& node, Input* parent,
                                             std::vector<Unfilled>& unfilled);
-    [[nodiscard]] AttrData dataOf(TreeInput& from, const Input* parent) const;
     void makeMembers(const TreeInput& from, Node& node, Input& parent,
                      std::vector<Unfilled>& unfilled);
     void makeOutputs(const TreeNode& from, Node& node);

@@ -7,6 +7,7 @@
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/input_walk.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/scene_text/tree_values.h"
 
 #include <tuple>
 #include <utility>
@@ -14,20 +15,6 @@
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-bool isSilent(TreeSilence silence, bool inherited) {
-    return silence == TreeSilence::Inherited ? inherited : silence == TreeSilence::Silent;
-}
-
-// Without limits, whether the mark is needed remains unknown.
-Comments::Unchecked markOf(const AttrData& data, const TreeExtras* extras) {
-    using Unchecked = Comments::Unchecked;
-    const bool isSaid = extras && extras->isUnchecked;
-    const bool hasLimits = data.details && !data.value.isNull() && data.type != AttrType::Node;
-    if (!hasLimits) return isSaid ? Unchecked::Said : Unchecked::Open;
-    if (data.details->accepts(data.value)) return Unchecked::Open;
-    return isSaid ? Unchecked::Said : Unchecked::Unsaid;
-}
 
 void markOmitted(Input& input) {
     input.setOmitted(true);
@@ -95,38 +82,19 @@ RefersTo<Input> SceneBuilder::makeInput(u32 index, Node& node, Input* parent,
     TreeInput& from = m_tree.inputs[index];
     const bool isElement = parent && parent->type() == AttrType::Array;
     String name = isElement ? String() : m_tree.names.text(from.name);
-    AttrData data = dataOf(from, parent);
+    const TreeParent around = parent ? TreeParent{.isArray = isElement,
+                                                  .isSilent = parent->isSilent(),
+                                                  .declaredType = parent->declaredType()}
+                                     : TreeParent();
+    AttrData data = takeData(m_tree, from, around);
     TreeExtras* extras = from.extras != noTreeIndex ? &m_tree.extras[from.extras] : nullptr;
-    from.unchecked = markOf(data, extras);
+    from.unchecked = uncheckedMark(data, extras);
     auto input = RefersTo<Input>::adopt(new Input(&node, parent, std::move(name), std::move(data)));
     m_inputs[index] = input.get();
     if (extras && extras->stashed) input->replaceStash(std::move(extras->stash), {});
     if (from.type == AttrType::Array || from.type == AttrType::Object)
         unfilled.push_back({index, input.get()});
     return input;
-}
-
-AttrData SceneBuilder::dataOf(TreeInput& from, const Input* parent) const {
-    const Input* definition = m_tree.takesNotes(from) ? from.definition : nullptr;
-    AttrData data(from.type);
-    data.elementType = from.elementType;
-    data.dataType = from.boundType;
-    if (parent && parent->type() == AttrType::Array) data.dataType = parent->declaredType();
-    data.silent =
-        isSilent(from.silent, definition ? definition->isSilent() : parent && parent->isSilent());
-    data.readOnly = from.readOnly || (definition && definition->hasReadOnlyMark());
-    // Links stay in the tree, because making them reads these values again.
-    if (from.type == AttrType::Node)
-        data.value = from.value;
-    else
-        data.value = std::move(from.value);
-    if (definition) {
-        data.details = RefersTo<AttrDetails>(const_cast<AttrDetails*>(definition->details()));
-        if (data.value.isNull()) data.value = definition->value();
-    } else if (const TreeExtras* extras = m_tree.extrasOf(from.extras)) {
-        data.details = extras->details;
-    }
-    return data;
 }
 
 } // namespace qv::kelvo_sdk::impl

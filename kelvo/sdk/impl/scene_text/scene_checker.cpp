@@ -18,11 +18,6 @@ namespace {
 // Bounds the search for similar names, which may take no longer than reading.
 constexpr u64 kMostCandidates = 100'000;
 
-bool kindsFit(AttrType from, DataType fromElements, const TreeInput& to) {
-    if (from != AttrType::Buffer || to.type != AttrType::Buffer) return kindsConvert(from, to.type);
-    return to.boundType == DataType::Null || to.boundType == fromElements;
-}
-
 String typeText(AttrType type, DataType dataType) {
     String kind(attrTypeName(type));
     if (type != AttrType::Buffer || dataType == DataType::Null) return kind;
@@ -30,6 +25,11 @@ String typeText(AttrType type, DataType dataType) {
 }
 
 } // namespace
+
+bool kindsFit(AttrType from, DataType fromElements, AttrType to, DataType bound) noexcept {
+    if (from != AttrType::Buffer || to != AttrType::Buffer) return kindsConvert(from, to);
+    return bound == DataType::Null || bound == fromElements;
+}
 
 SceneChecker::SceneChecker(SceneTree& tree, Scene& scene, TextErrors& errors, bool namesAreMissing)
     : m_tree(tree), m_scene(scene), m_errors(errors), m_namesAreMissing(namesAreMissing) {}
@@ -89,7 +89,7 @@ void SceneChecker::findKnownSource(TreeConnection& connection) {
 
 void SceneChecker::checkKinds(const TreeConnection& connection, AttrType type, DataType dataType) {
     const TreeInput& input = m_tree.inputs[connection.input];
-    if (kindsFit(type, dataType, input)) return;
+    if (kindsFit(type, dataType, input.type, input.boundType)) return;
     if (!m_errors.wantsMessage()) return fail(connection.offset, connection.node, String());
     fail(connection.offset, connection.node,
          "The output '" + sourcePath(connection) + "' of kind " + typeText(type, dataType) +

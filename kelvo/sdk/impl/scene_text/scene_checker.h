@@ -9,6 +9,10 @@ using interfaces::INode;
 
 class Scene;
 
+/// Tells whether an output may be the source of an input, which may be bound to an element type.
+[[nodiscard]] bool kindsFit(AttrType from, DataType fromElements, AttrType to,
+                            DataType bound) noexcept;
+
 /// Checks the parts of a tree against each other and resolves names. Nodes are looked up in the
 /// text, then in the scene, without regard to case; outputs by exact name, then without regard to
 /// case. Connections must convert and close no loop. Takes linear time except for sorting names.

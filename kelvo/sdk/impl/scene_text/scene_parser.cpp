@@ -55,11 +55,13 @@ bool SceneParser::parsePiece(u64 first, u64 last, String& behind) {
 
 // Pieces have no gaps, and their errors are found by reading without pieces.
 bool SceneParser::mayReadPieces() const noexcept {
-    return m_form.hasPieces && m_limits.threads != 1 && !m_gaps && m_errors.empty();
+    const bool isWorthIt = m_limits.threads != 1 || m_taker;
+    return m_form.hasPieces && isWorthIt && !m_gaps && m_errors.empty();
 }
 
 void SceneParser::readPieces(String& leading) {
-    PieceReader reader(m_lexer.text(), m_limits, m_tree);
+    PieceJoiner joiner(m_tree, m_limits.nodes);
+    PieceReader reader(m_lexer.text(), m_limits, m_taker ? *m_taker : joiner);
     m_lexer.seek(reader.read(m_lexer.offset(), leading));
 }
 

@@ -41,6 +41,8 @@ struct TextForm {
     bool hasPieces = true;
 };
 
+class PieceTaker;
+
 /// Reads the grammar of scene text into a tree (docs/scene-text.md has the grammar). Derived
 /// parsers read other forms of text, or store the result elsewhere.
 ///
@@ -62,6 +64,8 @@ public:
 
     /// Omits the given parts of the text, and records the parts found; borrowed.
     void leaveOut(TextGaps& gaps) noexcept { m_gaps = &gaps; }
+    /// Passes the pieces of a long text on instead of adding their nodes to the tree; borrowed.
+    void passPieces(PieceTaker& taker) noexcept { m_taker = &taker; }
     /// Reads the whole text.
     void parse();
     /// Reads the nodes from `first`, where one starts, up to `last`. Returns false if there is an
@@ -246,6 +250,8 @@ protected:
     bool m_namesAreMissing = false;
     // Null unless the text is read partially.
     TextGaps* m_gaps = nullptr;
+    // Null unless pieces are passed on.
+    PieceTaker* m_taker = nullptr;
     u64 m_placed = 0;
     bool m_isHeadFaulty = false;
     // Offset of the last missing '}' that was reported.

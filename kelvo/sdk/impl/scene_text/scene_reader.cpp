@@ -15,19 +15,19 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 bool readPartly(Scene& scene, std::string_view text, const ReadOptions& options,
-                Diagnostics* diagnostics) {
+                Diagnostics* diagnostics, const TakeTree& take) {
     PartialReader reader(scene, text, options);
     if (!reader.read()) return false;
     if (diagnostics) reader.report(*diagnostics);
     if (options.gapCount) *options.gapCount = reader.gapCount();
-    SceneBuilder(reader.tree(), scene, options.threads).build();
+    take(reader.tree());
     return true;
 }
 
 } // namespace
 
-bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
-               Diagnostics* diagnostics) {
+bool readTree(Scene& scene, std::string_view text, const ReadOptions& options,
+              Diagnostics* diagnostics, const TakeTree& take) {
     TextErrors errors(text, std::max<u64>(options.maxErrors, 1));
     SceneTree tree;
     errors.addFaultyBytes();
@@ -38,12 +38,18 @@ bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
     if (!scene.libraries().empty()) SceneBinder(tree, scene).bind();
     SceneChecker(tree, scene, errors, parser.namesAreMissing()).check();
     if (errors.empty()) {
-        SceneBuilder(tree, scene, options.threads).build();
+        take(tree);
         return true;
     }
-    if (options.isPartial && readPartly(scene, text, options, diagnostics)) return true;
+    if (options.isPartial && readPartly(scene, text, options, diagnostics, take)) return true;
     if (diagnostics) errors.report(options.source, *diagnostics);
     return false;
+}
+
+bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
+               Diagnostics* diagnostics) {
+    return readTree(scene, text, options, diagnostics,
+                    [&](SceneTree& tree) { SceneBuilder(tree, scene, options.threads).build(); });
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -2,11 +2,13 @@
 
 #include "kelvo/sdk/diagnostic.h"
 
+#include <functional>
 #include <string_view>
 
 namespace qv::kelvo_sdk::impl {
 
 class Scene;
+struct SceneTree;
 
 struct ReadOptions {
     /// Name of the text in errors, such as its file name.
@@ -36,5 +38,13 @@ struct ReadOptions {
 /// length.
 bool readScene(Scene& scene, std::string_view text, const ReadOptions& options,
                Diagnostics* diagnostics);
+
+/// Takes a tree that was read and has no errors.
+using TakeTree = std::function<void(SceneTree&)>;
+
+/// Reads a text as `readScene` does, and passes its checked tree on instead of building nodes of
+/// it. Returns false when it passed none. The scene has the libraries and other nodes.
+bool readTree(Scene& scene, std::string_view text, const ReadOptions& options,
+              Diagnostics* diagnostics, const TakeTree& take);
 
 } // namespace qv::kelvo_sdk::impl

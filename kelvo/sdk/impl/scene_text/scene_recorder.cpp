@@ -42,12 +42,12 @@ bool SceneRecorder::record(const Scene& scene, String& error) {
 
 bool SceneRecorder::recordNodes(const Scene& scene) {
     StringIO out;
-    SceneWriter writer(&scene, out, false, &m_marks);
+    SceneWriter writer(LiveText(&scene), out, false, &m_marks);
     m_document.nodes.reserve(scene.nodeCount());
     bool isWhole = true;
     scene.forEachNode([&](const interfaces::INode* node) {
         if (!isWhole) return;
-        writer.writeNode(*node);
+        writer.writeNode(implOf(node));
         if (out.size() >= kTextSize) isWhole = takeText(out);
     });
     return isWhole && takeText(out);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/graph/scene_comments.h"
+#include "kelvo/sdk/impl/scene_text/live_text.h"
 #include "kelvo/sdk/impl/scene_text/omitted_attributes.h"
 #include "kelvo/sdk/impl/scene_text/scene_lines.h"
 #include "kelvo/sdk/impl/scene_text/scene_notes.h"
@@ -11,19 +12,10 @@
 
 #include <algorithm>
 #include <memory>
-#include <unordered_map>
-#include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
-
-using interfaces::INode;
-using interfaces::IOutput;
-
-class Input;
-class Node;
-class Output;
-class Scene;
 
 // Treats kinds out of range as Null.
 [[nodiscard]] constexpr AttrType knownType(AttrType type) noexcept {
@@ -41,61 +33,75 @@ class Scene;
 
 /// Writes nodes as scene text (docs/scene-text.md has the grammar).
 ///
-///     Nodes      scene_writer.cpp          heads, comments, outputs
-///     Inputs     scene_writer_inputs.cpp   kinds, values, arrays, objects, annotations
+///     Nodes      scene_writer_nodes.h    heads, comments, outputs, the text as a whole
+///     Inputs     scene_writer_inputs.h   kinds, values, arrays, objects, annotations
 ///
-/// Omits attributes that the definition of the node's type, if a library has it, restores.
+/// Omits attributes that the definition of the node's type, if there is one, restores.
 ///
-/// Nodes outside the scene cannot be named in its text: writes links to them as null, and omits
-/// connections to them.
-class SceneWriter {
+/// `Source` is where the nodes are: in a scene (`LiveText`) or elsewhere. It has views of nodes,
+/// inputs and outputs, which are copied like pointers and may be null, their lists, and the
+/// comments, definitions and names that belong to them. A source file that writes text of a source
+/// includes both parts and instantiates the writer.
+template<typename Source>
+class TextWriter {
 public:
-    /// Borrows all arguments; `scene` is null for nodes without one, `marks` for no marks.
-    SceneWriter(const Scene* scene, StringIO& out, bool changedOnly,
-                std::vector<TextMark>* marks = nullptr);
-    /// For the attributes of definitions, whose values are defaults.
-    SceneWriter(const SceneComments& comments, StringIO& out);
+    using Node = typename Source::Node;
+    using Input = typename Source::Input;
+    using Output = typename Source::Output;
+
+    /// Borrows the text, and `marks`, which are null for no marks.
+    TextWriter(Source source, StringIO& out, bool changedOnly = false,
+               std::vector<TextMark>* marks = nullptr)
+        : m_source(std::move(source)),
+          m_out(out),
+          m_lines(out, marks),
+          m_changedOnly(changedOnly) {}
 
     /// Lets several threads write large buffers, as `Workers` has them; by default one does.
     void useThreads(u32 threads) { m_workers = Workers(threads); }
-    void writeNode(const INode& node);
+    /// The values of attributes are defaults, which need no annotation.
+    void writeDefinitions() noexcept { m_isDefinition = true; }
+    void writeNode(Node node);
+    /// Writes the whole text: the header line, all nodes, and the lines between them.
+    void writeAll();
 
     // Parts, for writers of similar texts.
 
     [[nodiscard]] SceneLines& lines() noexcept { return m_lines; }
     void writeUnread(const UnreadLines& unread, u32 depth);
-    void writeInput(const Input& input, u32 depth, bool isAgain, const Input* definition = nullptr);
-    void writeOutput(const Output& output, bool isAgain);
+    void writeInput(Input input, u32 depth, bool isAgain, Input definition = {});
+    void writeOutput(Output output, bool isAgain);
     /// Writes the name of an annotation; the caller then writes its content, if any.
     StringIO& writeNote(Note note) { return m_lines.beginNote(noteName(note)); }
     void writeTranslations(Note note, const AttrDetails::Texts& texts);
 
 private:
+    using Omitted = OmittedAttributes<Source>;
+
     // ---- Nodes -----------------------------------------------------------------------------
 
-    void writeHead(const INode& node, const Node* definition, bool isOwn);
-    void writeInputs(const INode& node, const OmittedAttributes& omitted, UnreadPlaces& unread);
-    void writeOutputs(const INode& node, const OmittedAttributes& omitted, UnreadPlaces& unread);
-    template<typename Thing>
-    [[nodiscard]] const Comments* commentsOf(const Thing& thing) const {
-        return m_comments ? m_comments->find(&thing) : nullptr;
-    }
+    [[nodiscard]] std::string_view linesBehindHeader(const UnreadNodes<Node>& unread) const;
+    static void writeType(const String& type, StringIO& out);
+    [[nodiscard]] static bool hasOwnHead(Node node, Node definition);
+    void writeHead(Node node, Node definition, bool isOwn);
+    void writeInputs(Node node, const Omitted& omitted, UnreadPlaces& unread);
+    void writeOutputs(Node node, const Omitted& omitted, UnreadPlaces& unread);
 
     // ---- Inputs ----------------------------------------------------------------------------
 
     // An input that is being written, and the list of its elements or members.
     struct Part {
-        const Input* input;
+        Input input;
         u32 depth;
         bool isElement = false;
         bool isAgain = false;
         // Written as if it had no definition, with a mark.
         bool isOwn = false;
         // Null for none.
-        const Input* definition = nullptr;
+        Input definition = {};
         const Comments* comments = nullptr;
         // Null when nothing is omitted.
-        std::unique_ptr<const OmittedAttributes> omitted = nullptr;
+        std::unique_ptr<const Omitted> omitted = nullptr;
         // Null where there are none.
         std::unique_ptr<UnreadPlaces> unread = nullptr;
         u64 next = 0;
@@ -108,36 +114,33 @@ private:
     void beginNext(Part& parent, u64 index);
     void endList(const Part& parent);
     void end(const Part& part);
-    [[nodiscard]] bool isUnchanged(const Input& input);
-    void writeKind(const Input& input, StringIO& out) const;
+    [[nodiscard]] static DataType heldType(Input input) noexcept;
+    [[nodiscard]] static AttrType elementTypeOf(Input input) noexcept;
+    void writeKind(Input input, StringIO& out) const;
     static void writeDataType(DataType type, StringIO& out);
-    void writePlain(const Value& value);
-    void writeOwn(const Input& input, const Comments* comments);
-    void writeLink(const INode* target);
-    void writeSource(const Input& input, const Comments* comments);
+    void writeOwn(Input input, const Comments* comments);
+    void writeLink(const String& name);
+    void writeSource(Input input, const Comments* comments);
     void writeNotes(const Part& part);
-    void writeDetails(const AttrDetails& details, const Input& input);
-    void writeChoices(const ds::Vector<Value>& choices, const Input& input);
-    void writeNoteValue(Note note, const Value& value, const Input& input);
-    void writeOfAnyKind(const Value& value, const Input& input);
-    [[nodiscard]] u32 ordinalOf(const Output& output);
+    [[nodiscard]] static bool isUnchecked(Input input, const Comments* comments);
+    void writeDetails(Input input);
+    void writeChoices(Input input);
+    void writeNoteValue(Note note, Input input, u64 place);
+    template<typename Link>
+    void writeOfAnyKind(const Value& value, Input input, const Link& link);
 
+    Source m_source;
     StringIO& m_out;
     SceneLines m_lines;
-    const Scene* m_scene;
-    // Null when there are none.
-    const SceneComments* m_comments;
     Workers m_workers{1};
     bool m_changedOnly;
     bool m_isDefinition = false;
     // The outermost is first.
     std::vector<Part> m_open;
-    // Inputs known to differ from their defaults.
-    std::unordered_set<const Input*> m_changed;
-    // Nodes whose outputs were already compared, and the outputs among them that share their name
-    // with an earlier one.
-    std::unordered_set<const INode*> m_numbered;
-    std::unordered_map<const IOutput*, u32> m_ordinals;
 };
+
+extern template class TextWriter<LiveText>;
+/// The writer of the nodes of a scene.
+using SceneWriter = TextWriter<LiveText>;
 
 } // namespace qv::kelvo_sdk::impl

@@ -5,6 +5,8 @@
 #include "kelvo/sdk/impl/search/value_condition.h"
 #include "kelvo/sdk/impl/search/wildcard.h"
 
+#include "kelvo/base/workers.h"
+
 #include <algorithm>
 #include <string_view>
 #include <unordered_map>
@@ -36,23 +38,19 @@ struct Conditions {
     std::optional<ValueCondition> value;
 };
 
-// The required type of nodes or inputs.
+// The required type of nodes or inputs, live ones or those of a snapshot.
 class TypeCondition {
 public:
-    TypeCondition(const std::optional<Wildcard>& type, const Scene& scene, const Query& query)
-        : m_type(type) {
-        if (!type) return;
-        for (u64 i = 0; i < scene.libraryCount(); ++i)
-            m_libraries.push_back(scene.library(i));
-        for (const LibInfo& library : query.libraries)
-            m_libraries.push_back(library);
-    }
+    TypeCondition(const std::optional<Wildcard>& type, std::vector<LibInfo> libraries)
+        : m_type(type), m_libraries(std::move(libraries)) {}
 
-    [[nodiscard]] bool accepts(const INode& node) {
+    template<typename AnyNode>
+    [[nodiscard]] bool acceptsNode(const AnyNode& node) {
         return !m_type || m_type->matches(node.type().view()) || isAmong(node.bases()) ||
                isBaseOf(node.type());
     }
-    [[nodiscard]] bool accepts(const IInput& input) const {
+    template<typename AnyInput>
+    [[nodiscard]] bool acceptsInput(const AnyInput& input) const {
         return !m_type || m_type->matches(input.typeName().view()) ||
                m_type->matches(attrTypeName(input.type()));
     }
@@ -83,62 +81,117 @@ private:
     std::unordered_map<String, bool> m_known;
 };
 
+// The nodes and inputs of a scene, as the search needs them.
+struct LiveParts {
+    using AnyNode = Node;
+    using AnyMatch = Match;
+    // Has inputs: a node, array or object.
+    using Holder = const IInputContainer*;
+    using AnyInput = IInput*;
+
+    static Holder holderOf(const Node& node) { return node.get(); }
+    static Holder holderOf(IInput* input) { return input; }
+    static u64 inputCount(Holder holder) { return holder->inputCount(); }
+    static IInput* input(Holder holder, u64 index) { return holder->input(index); }
+    static const INode& of(const Node& node) { return *node; }
+    static const IInput& of(const IInput* input) { return *input; }
+    static Input handleOn(IInput* input) { return Input(input); }
+};
+
+// The same of a snapshot.
+struct SnapshotParts {
+    using AnyNode = SnapshotNode;
+    using AnyMatch = SnapshotMatch;
+    // The inputs of the node if there is no input.
+    using Holder = SnapshotMatch;
+    using AnyInput = SnapshotInput;
+
+    static Holder holderOf(const SnapshotNode& node) { return {node, {}}; }
+    static Holder holderOf(const SnapshotInput& input) { return {{}, input}; }
+    static u64 inputCount(const Holder& holder) {
+        return holder.input ? holder.input.inputCount() : holder.node.inputCount();
+    }
+    static SnapshotInput input(const Holder& holder, u64 index) {
+        return holder.input ? holder.input.input(index) : holder.node.input(index);
+    }
+    static const SnapshotNode& of(const SnapshotNode& node) { return node; }
+    static const SnapshotInput& of(const SnapshotInput& input) { return input; }
+    static const SnapshotInput& handleOn(const SnapshotInput& input) { return input; }
+};
+
 // Walks through a scene in order, following only paths that may still match.
+template<typename Parts>
 class Finder {
 public:
-    Finder(const Conditions& conditions, const Scene& scene, const Query& query)
-        : m_conditions(conditions), m_query(query), m_type(conditions.type, scene, query) {}
+    using AnyNode = typename Parts::AnyNode;
+    using AnyInput = typename Parts::AnyInput;
+    using AnyMatch = typename Parts::AnyMatch;
 
-    void search(const Node& node) {
+    Finder(const Conditions& conditions, std::vector<LibInfo> libraries, const Query& query)
+        : m_conditions(conditions), m_query(query), m_type(conditions.type, std::move(libraries)) {}
+
+    void search(const AnyNode& node) {
         Wildcard::Places places = m_conditions.path.start();
-        if (!m_conditions.path.advance(places, node.name().view())) return;
+        if (!m_conditions.path.advance(places, Parts::of(node).name().view())) return;
         const bool isMatch = m_query.nodes && !m_conditions.value &&
-                             m_conditions.path.accepts(places) && m_type.accepts(*node);
-        if (isMatch) m_found.push_back({node, Input()});
+                             m_conditions.path.accepts(places) &&
+                             m_type.acceptsNode(Parts::of(node));
+        if (isMatch) m_found.push_back({node, {}});
         if (!m_query.inputs) return;
-        m_way.push_back({node.get(), std::move(places), "."});
+        enter(Parts::holderOf(node), std::move(places), ".");
         while (!m_way.empty())
             goOn(node);
     }
 
-    [[nodiscard]] ds::Vector<Match> take() { return std::move(m_found); }
+    [[nodiscard]] ds::Vector<AnyMatch> take() { return std::move(m_found); }
 
 private:
     struct Step {
-        const IInputContainer* holder;
+        typename Parts::Holder holder;
+        // Behind the sign, which is the '.' or '[' in front of the names or indices in it.
         Wildcard::Places places;
-        // The '.' or '[' in front of the names or indices in it.
         std::string_view sign;
         u64 next = 0;
     };
 
-    void goOn(const Node& node) {
+    void goOn(const AnyNode& node) {
         Step& step = m_way.back();
-        if (step.next == step.holder->inputCount()) {
+        if (step.next == Parts::inputCount(step.holder)) {
             m_way.pop_back();
             return;
         }
-        IInput* const input = step.holder->input(step.next++);
-        Wildcard::Places places = step.places;
+        const AnyInput input = Parts::input(step.holder, step.next++);
+        m_places = step.places;
         const Wildcard& path = m_conditions.path;
-        if (!path.advance(places, step.sign) || !path.advance(places, input->name().view())) return;
-        if (step.sign == "[" && !path.advance(places, "]")) return;
-        if (path.accepts(places)) look(node, Input(input));
-        if (input->inputCount() == 0) return;
-        m_way.push_back({input, std::move(places), input->type() == AttrType::Array ? "[" : "."});
+        if (!path.advance(m_places, Parts::of(input).name().view())) return;
+        if (step.sign == "[" && !path.advance(m_places, "]")) return;
+        if (path.accepts(m_places)) look(node, input);
+        const auto& known = Parts::of(input);
+        if (known.inputCount() != 0)
+            enter(Parts::holderOf(input), m_places, known.type() == AttrType::Array ? "[" : ".");
     }
 
-    void look(const Node& node, const Input& input) {
-        if (!m_type.accepts(*input)) return;
-        if (m_conditions.value && !m_conditions.value->accepts(input)) return;
-        m_found.push_back({node, input});
+    // Goes into a holder unless no path in it can match.
+    void enter(const typename Parts::Holder& holder, Wildcard::Places places,
+               std::string_view sign) {
+        if (m_conditions.path.advance(places, sign))
+            m_way.push_back({holder, std::move(places), sign});
+    }
+
+    void look(const AnyNode& node, const AnyInput& input) {
+        if (!m_type.acceptsInput(Parts::of(input))) return;
+        const auto& handle = Parts::handleOn(input);
+        if (m_conditions.value && !m_conditions.value->accepts(handle)) return;
+        m_found.push_back({node, handle});
     }
 
     const Conditions& m_conditions;
     const Query& m_query;
     TypeCondition m_type;
     std::vector<Step> m_way;
-    ds::Vector<Match> m_found;
+    // The places of the input at hand; kept, because making them takes longer than filling them.
+    Wildcard::Places m_places;
+    ds::Vector<AnyMatch> m_found;
 };
 
 } // namespace
@@ -154,10 +207,35 @@ QueryFault Query::fault() const {
 Matches Scene::find(const Query& query) const {
     impl::Conditions conditions;
     if (QueryFault fault = conditions.parse(query)) return Matches(std::move(fault));
-    impl::Finder finder(conditions, *this, query);
+    std::vector<LibInfo> libraries;
+    for (u64 i = 0; i < libraryCount(); ++i)
+        libraries.push_back(library(i));
+    libraries.insert(libraries.end(), query.libraries.begin(), query.libraries.end());
+    impl::Finder<impl::LiveParts> finder(conditions, std::move(libraries), query);
     for (u64 i = 0; i < nodeCount(); ++i)
         finder.search(node(i));
     return Matches(finder.take());
+}
+
+SnapshotMatches find(const Snapshot& scene, const Query& query) {
+    impl::Conditions conditions;
+    if (QueryFault fault = conditions.parse(query)) return SnapshotMatches(std::move(fault));
+    constexpr u64 nodesAtOnce = 4096;
+    const ds::Vector<SnapshotNode> nodes = scene.nodes();
+    std::vector<ds::Vector<SnapshotMatch>> parts((nodes.size() + nodesAtOnce - 1) / nodesAtOnce);
+    Workers().run(parts.size(), [&](u64 part) {
+        impl::Finder<impl::SnapshotParts> finder(
+            conditions, {query.libraries.begin(), query.libraries.end()}, query);
+        const u64 end = std::min((part + 1) * nodesAtOnce, nodes.size());
+        for (u64 i = part * nodesAtOnce; i < end; ++i)
+            finder.search(nodes[i]);
+        parts[part] = finder.take();
+    });
+    ds::Vector<SnapshotMatch> found;
+    for (const ds::Vector<SnapshotMatch>& part : parts)
+        for (const SnapshotMatch& match : part)
+            found.push_back(match);
+    return SnapshotMatches(std::move(found));
 }
 
 Matches Scene::find(String pattern) const {

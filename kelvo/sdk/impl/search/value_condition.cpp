@@ -54,6 +54,13 @@ std::optional<ExactNumber> numberOf(const Input& input) {
     return std::nullopt;
 }
 
+std::optional<ExactNumber> numberOf(const SnapshotInput& input) {
+    if (input.type() == AttrType::Int) return ExactNumber(input.get<i64>());
+    if (input.type() == AttrType::UInt) return ExactNumber(input.get<u64>());
+    if (input.type() == AttrType::Real) return ExactNumber(input.get<double>());
+    return std::nullopt;
+}
+
 std::optional<ExactNumber> numberIn(const String& text) {
     for (const AttrType kind : {AttrType::Int, AttrType::UInt, AttrType::Real})
         if (const Input number = Input::create(kind); number->setString(text))
@@ -109,7 +116,8 @@ bool ValueCondition::compare(const ExactNumber& value) const noexcept {
     }
 }
 
-bool ValueCondition::accepts(const Input& input) const {
+template<typename Handle>
+bool ValueCondition::acceptsAny(const Handle& input) const {
     if (m_operator != Operator::None) {
         const std::optional<ExactNumber> number = numberOf(input);
         return number && compare(*number);
@@ -117,5 +125,8 @@ bool ValueCondition::accepts(const Input& input) const {
     if (input.type() == AttrType::Object || input.type() == AttrType::Null) return false;
     return m_text.matches(valueText(input).view());
 }
+
+template bool ValueCondition::acceptsAny(const Input&) const;
+template bool ValueCondition::acceptsAny(const SnapshotInput&) const;
 
 } // namespace qv::kelvo_sdk::impl

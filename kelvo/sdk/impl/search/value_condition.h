@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/search/wildcard.h"
 #include "kelvo/sdk/input.h"
 #include "kelvo/sdk/search.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <compare>
 #include <optional>
@@ -40,12 +41,15 @@ public:
     [[nodiscard]] static QueryFault parse(const String& wanted, ValueCondition& out);
 
     /// False for objects, which have no value; their members are searched instead.
-    [[nodiscard]] bool accepts(const Input& input) const;
+    [[nodiscard]] bool accepts(const Input& input) const { return acceptsAny(input); }
+    [[nodiscard]] bool accepts(const SnapshotInput& input) const { return acceptsAny(input); }
 
 private:
     enum class Operator { None, Less, LessOrEqual, Greater, GreaterOrEqual, Equal };
 
     [[nodiscard]] static Operator operatorOf(std::string_view text) noexcept;
+    template<typename Handle>
+    [[nodiscard]] bool acceptsAny(const Handle& input) const;
     [[nodiscard]] bool compare(const ExactNumber& value) const noexcept;
 
     Operator m_operator = Operator::None;

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/snapshot/node_record.h"
 
+#include "kelvo/base/hash.h"
+
 #include <algorithm>
 #include <new>
 
@@ -24,7 +26,8 @@ void release(AttrType type, std::byte* place) noexcept {
 
 NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String name,
                              std::span<const RecordList> lists,
-                             std::span<const RecordConnection> connections) {
+                             std::span<const RecordConnection> connections,
+                             std::unique_ptr<const RecordExtras> extras) {
     static_assert(sizeof(NodeRecord) % alignof(RecordList) == 0 && sizeof(Buffer) == sizeof(u64));
     u32 valueBytes = 0;
     for (const RecordList& list : lists)
@@ -32,6 +35,7 @@ NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String na
     const u64 size =
         sizeof(NodeRecord) + lists.size_bytes() + connections.size_bytes() + valueBytes;
     auto* const record = new (::operator new(size)) NodeRecord(first, number, std::move(name));
+    record->m_extras = std::move(extras);
     record->m_listCount = static_cast<u32>(lists.size());
     record->m_connectionCount = static_cast<u32>(connections.size());
     record->m_valueBytes = valueBytes;
@@ -64,6 +68,12 @@ const RecordConnection* NodeRecord::connectionOf(u32 list, u32 input) const noex
         std::ranges::lower_bound(all, RecordConnection{.list = list, .input = input}, isBefore);
     const bool isIt = found != all.end() && found->list == list && found->input == input;
     return isIt ? &*found : nullptr;
+}
+
+void NodeRecord::connect(u32 list, u32 input, NodeNumber source, u32 output) noexcept {
+    auto* const connection = const_cast<RecordConnection*>(connectionOf(list, input));
+    connection->source = source;
+    connection->output = output;
 }
 
 const Buffer& NodeRecord::bufferAt(const std::byte* place) noexcept {
@@ -112,12 +122,36 @@ Value NodeRecord::load(AttrType type, const std::byte* place) {
         return String(adoptRef, text);
     }
     case AttrType::Buffer:
-        return bufferAt(place);
+        return bufferAt(place).isSound() ? bufferAt(place) : Buffer();
     default:
         break;
     }
     if (Value::components(type) == 0) return {};
     return Value::fromReals(type, reinterpret_cast<const double*>(place));
+}
+
+u64 NodeRecord::hashOf(AttrType type, const std::byte* place) {
+    const u64 kind = static_cast<u64>(type);
+    const u32 components = Value::components(type);
+    if (components != 0) {
+        u64 hash = kind;
+        for (u32 i = 0; i < components; ++i)
+            hash = hashMix(hash, at<u64>(place + i * sizeof(u64)));
+        return hash;
+    }
+    switch (type) {
+    case AttrType::Bool:
+        return hashMix(kind, at<u64>(place) != 0 ? 1 : 0);
+    case AttrType::Int:
+    case AttrType::UInt:
+        return hashMix(kind, at<u64>(place));
+    case AttrType::String: {
+        const StringBuffer* const text = textAt(place);
+        return hashMix(kind, text ? text->hash() : hashOfNothing);
+    }
+    default:
+        return load(type, place).hash();
+    }
 }
 
 bool NodeRecord::areEqual(AttrType type, const std::byte* a, const std::byte* b) noexcept {

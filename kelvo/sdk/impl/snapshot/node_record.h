@@ -1,11 +1,14 @@
 #pragma once
 
 #include "kelvo/sdk/impl/index/compact_graph.h"
+#include "kelvo/sdk/impl/snapshot/record_extras.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_shape.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_store.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <span>
 
 namespace qv::kelvo_sdk::impl {
@@ -45,9 +48,11 @@ struct RecordConnection {
 class NodeRecord : public SharedBlock {
 public:
     /// Makes a record whose values are zero. The record takes over the references to the shapes.
+    /// `extras` may be null.
     [[nodiscard]] static NodeRecord* make(SnapshotVersion first, NodeNumber number, String name,
                                           std::span<const RecordList> lists,
-                                          std::span<const RecordConnection> connections);
+                                          std::span<const RecordConnection> connections,
+                                          std::unique_ptr<const RecordExtras> extras = nullptr);
 
     [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
     [[nodiscard]] const String& name() const noexcept { return m_name; }
@@ -62,6 +67,8 @@ public:
     }
     /// Returns the connection of an input, null for none.
     [[nodiscard]] const RecordConnection* connectionOf(u32 list, u32 input) const noexcept;
+    /// Returns null when the node has none of these parts.
+    [[nodiscard]] const RecordExtras* extras() const noexcept { return m_extras.get(); }
     /// Returns the place of the value of an input.
     [[nodiscard]] const std::byte* value(const RecordList& list, u32 input) const noexcept {
         return values() + list.firstValue + list.shape->offsetOf(input);
@@ -69,7 +76,14 @@ public:
     [[nodiscard]] std::byte* value(const RecordList& list, u32 input) noexcept {
         return const_cast<std::byte*>(std::as_const(*this).value(list, input));
     }
-    /// Returns the memory of the record, without texts, buffers and shapes.
+    /// For records that are no part of a snapshot yet.
+    void setNumber(NodeNumber number) noexcept { m_number = number; }
+    /// Sets the source of a connection that the record has.
+    void connect(u32 list, u32 input, NodeNumber source, u32 output) noexcept;
+    /// The hash of the content, 0 while it is not known. Any thread may keep it.
+    [[nodiscard]] u64 keptHash() const noexcept { return m_hash.load(std::memory_order_relaxed); }
+    void keepHash(u64 hash) const noexcept { m_hash.store(hash, std::memory_order_relaxed); }
+    /// Returns the memory of the record, without texts, buffers, shapes and extras.
     [[nodiscard]] u64 bytes() const noexcept {
         return static_cast<u64>(values() - reinterpret_cast<const std::byte*>(this)) + m_valueBytes;
     }
@@ -80,6 +94,8 @@ public:
     static void store(const Value& value, std::byte* place) noexcept;
     /// Returns the value of a kind other than Node, Array and Object.
     [[nodiscard]] static Value load(AttrType type, const std::byte* place);
+    /// Returns the hash of the value that `load` returns, without making it.
+    [[nodiscard]] static u64 hashOf(AttrType type, const std::byte* place);
     /// Compares two values of one kind, other than Array and Object.
     [[nodiscard]] static bool areEqual(AttrType type, const std::byte* a,
                                        const std::byte* b) noexcept;
@@ -101,10 +117,18 @@ private:
     }
 
     String m_name;
+    std::unique_ptr<const RecordExtras> m_extras;
+    mutable std::atomic<u64> m_hash = 0;
     NodeNumber m_number;
     u32 m_listCount = 0;
     u32 m_connectionCount = 0;
     u32 m_valueBytes = 0;
 };
+
+struct EndRecord {
+    void operator()(NodeRecord* record) const noexcept { record->end(record); }
+};
+/// A record that is not part of a snapshot yet.
+using NewRecord = std::unique_ptr<NodeRecord, EndRecord>;
 
 } // namespace qv::kelvo_sdk::impl

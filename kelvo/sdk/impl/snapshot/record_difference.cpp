@@ -16,16 +16,71 @@ bool isContainer(AttrType type) noexcept {
     return type == AttrType::Array || type == AttrType::Object;
 }
 
-bool isSameSource(const RecordConnection* a, const RecordConnection* b) noexcept {
-    if (!a || !b) return a == b;
-    return a->source == b->source && a->output == b->output;
+// Compares nodes and outputs that two records refer to.
+class References {
+public:
+    // Without tables, both records are of one scene, where a node has one number.
+    References(const SnapshotTables* before, const SnapshotTables* after) noexcept
+        : m_before(before), m_after(after) {}
+
+    [[nodiscard]] bool areOfOneScene() const noexcept { return !m_before; }
+    [[nodiscard]] bool isSameNode(u64 before, u64 after) const noexcept {
+        if (areOfOneScene()) return before == after;
+        const NodeRecord *a = recordOf(*m_before, before), *b = recordOf(*m_after, after);
+        return a && b ? a->name().equalsNoCase(b->name()) : a == b;
+    }
+    [[nodiscard]] bool isSameSource(const RecordConnection* a,
+                                    const RecordConnection* b) const noexcept {
+        if (!a || !b) return a == b;
+        if (!isSameNode(a->source, b->source)) return false;
+        return areOfOneScene() ? a->output == b->output
+                               : outputOf(*m_before, *a).equals(outputOf(*m_after, *b));
+    }
+
+private:
+    static const NodeRecord* recordOf(const SnapshotTables& tables, u64 number) noexcept {
+        return number == noNumber ? nullptr : tables.record(static_cast<NodeNumber>(number));
+    }
+    static const String& outputOf(const SnapshotTables& tables,
+                                  const RecordConnection& connection) noexcept {
+        static const String none;
+        const NodeRecord* const source = tables.record(connection.source);
+        const ShapeOutput* const output =
+            source ? source->shape().output(connection.output) : nullptr;
+        return output ? output->name : none;
+    }
+
+    const SnapshotTables* m_before;
+    const SnapshotTables* m_after;
+};
+
+// Tells whether two lists have inputs of the same names and kinds in the same order.
+bool areAlike(const RecordList& a, const RecordList& b) noexcept {
+    if (a.count != b.count) return false;
+    if (a.shape == b.shape) return true;
+    const u32 count = a.shape->isUniform && b.shape->isUniform ? std::min(a.count, 1u) : a.count;
+    for (u32 i = 0; i < count; ++i) {
+        const ShapeInput &one = a.shape->input(i), &other = b.shape->input(i);
+        if (one.type != other.type || one.elementType != other.elementType ||
+            !one.name.equals(other.name))
+            return false;
+    }
+    return true;
+}
+
+bool isSameStash(const RecordExtras* a, RecordInput before, const RecordExtras* b,
+                 RecordInput after) {
+    const auto* const old = a ? a->stashOf(before.list, before.input) : nullptr;
+    const auto* const now = b ? b->stashOf(after.list, after.input) : nullptr;
+    if (!old || !now) return old == now;
+    return old->value == now->value && old->link == now->link;
 }
 
 // Compares the lists of two records in pairs, beginning with the inputs of the node.
 class Comparison {
 public:
-    Comparison(const NodeRecord& before, const NodeRecord& after)
-        : m_before(before), m_after(after) {
+    Comparison(const NodeRecord& before, const NodeRecord& after, References references)
+        : m_before(before), m_after(after), m_references(references) {
         m_pairs.push_back({});
         for (std::size_t next = 0; next < m_pairs.size(); ++next)
             compareLists(Pair(m_pairs[next]));
@@ -45,7 +100,7 @@ private:
     void compareLists(const Pair& pair) {
         const RecordList& before = m_before.list(pair.before);
         const RecordList& after = m_after.list(pair.after);
-        if (before.shape == after.shape && before.count == after.count) {
+        if (areAlike(before, after)) {
             for (u32 i = 0; i < before.count; ++i)
                 compareInputs(pair, i, i);
         } else if (isOfArray(pair)) {
@@ -106,17 +161,31 @@ private:
                                static_cast<u32>(NodeRecord::at<u64>(to)),
                                {pair.before, i},
                                {pair.after, j}});
+        else if (now.type == AttrType::Node)
+            parts |= m_references.isSameNode(NodeRecord::at<u64>(from), NodeRecord::at<u64>(to))
+                         ? 0
+                         : bit(InputPart::Link);
         else if (!NodeRecord::areEqual(now.type, from, to))
-            parts |= bit(now.type == AttrType::Node ? InputPart::Link : InputPart::Value);
-        if (!old.isMarkedLike(now)) parts |= bit(InputPart::Marks);
-        if (!isSameSource(m_before.connectionOf(pair.before, i),
-                          m_after.connectionOf(pair.after, j)))
+            parts |= bit(InputPart::Value);
+        if (isMarkedOtherwise(pair, i, j)) parts |= bit(InputPart::Marks);
+        if (!m_references.isSameSource(m_before.connectionOf(pair.before, i),
+                                       m_after.connectionOf(pair.after, j)))
             parts |= bit(InputPart::Connection);
         if (parts != 0) m_found.push_back({{pair.before, i}, {pair.after, j}, parts});
     }
 
+    // Descriptions are compared by address, which is of no use between scenes.
+    [[nodiscard]] bool isMarkedOtherwise(const Pair& pair, u32 i, u32 j) const {
+        if (!m_references.areOfOneScene()) return false;
+        const ShapeInput& before = m_before.list(pair.before).shape->input(i);
+        const ShapeInput& after = m_after.list(pair.after).shape->input(j);
+        return !before.isMarkedLike(after) ||
+               !isSameStash(m_before.extras(), {pair.before, i}, m_after.extras(), {pair.after, j});
+    }
+
     const NodeRecord& m_before;
     const NodeRecord& m_after;
+    const References m_references;
     std::vector<Pair> m_pairs;
     std::vector<RecordDifference> m_found;
 };
@@ -134,11 +203,18 @@ bool isSame(const NodeRecord& a, const NodeRecord& b) noexcept {
             if (!NodeRecord::areEqual(list.shape->input(i).type, a.value(list, i),
                                       b.value(list, i)))
                 return false;
-    return true;
+    return areEqual(a.extras(), b.extras());
 }
 
 std::vector<RecordDifference> differenceOf(const NodeRecord& before, const NodeRecord& after) {
-    return Comparison(before, after).take();
+    return Comparison(before, after, {nullptr, nullptr}).take();
+}
+
+std::vector<RecordDifference> differenceOf(const NodeRecord& before,
+                                           const SnapshotTables& tablesBefore,
+                                           const NodeRecord& after,
+                                           const SnapshotTables& tablesAfter) {
+    return Comparison(before, after, {&tablesBefore, &tablesAfter}).take();
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/sdk/impl/snapshot/node_record.h"
+#include "kelvo/sdk/impl/snapshot/snapshot_tables.h"
 
 #include <vector>
 
@@ -28,5 +28,10 @@ struct RecordDifference {
 /// not compared one by one.
 [[nodiscard]] std::vector<RecordDifference> differenceOf(const NodeRecord& before,
                                                          const NodeRecord& after);
+/// The same for nodes of two scenes, which refer to other nodes by name. Does not compare marks.
+[[nodiscard]] std::vector<RecordDifference> differenceOf(const NodeRecord& before,
+                                                         const SnapshotTables& tablesBefore,
+                                                         const NodeRecord& after,
+                                                         const SnapshotTables& tablesAfter);
 
 } // namespace qv::kelvo_sdk::impl

@@ -6,8 +6,8 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/snapshot/type_records.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -18,20 +18,6 @@ AttrType knownKind(AttrType type) noexcept {
     return static_cast<u32>(type) < attrTypeCount ? type : AttrType::Null;
 }
 
-// Values in a description may name nodes, which may end before the snapshot.
-RefersTo<AttrDetails> withoutNodes(const AttrDetails* details) {
-    if (!details) return {};
-    const auto isNode = [](const Value& value) { return value.type() == AttrType::Node; };
-    const bool names = isNode(details->defaultValue) || isNode(details->minimum) ||
-                       isNode(details->maximum) || std::ranges::any_of(details->choices, isNode);
-    if (!names) return RefersTo<AttrDetails>(const_cast<AttrDetails*>(details));
-    auto copy = RefersTo<AttrDetails>::adopt(new AttrDetails(*details));
-    for (Value* value : {&copy->defaultValue, &copy->minimum, &copy->maximum})
-        if (isNode(*value)) *value = Value();
-    copy->choices = {};
-    return copy;
-}
-
 bool isContainer(const Input& input) noexcept {
     return input.type() == AttrType::Array || input.type() == AttrType::Object;
 }
@@ -40,17 +26,7 @@ bool isLike(const Input& input, const ShapeInput& shape) noexcept {
     return knownKind(input.type()) == shape.type && input.details() == shape.details.get() &&
            knownKind(input.elementType()) == shape.elementType &&
            input.declaredType() == shape.dataType && input.isSilent() == shape.isSilent &&
-           input.hasReadOnlyMark() == shape.isReadOnly;
-}
-
-ShapeInput shapeOfOne(const Input& input, String name) {
-    return {.name = std::move(name),
-            .type = knownKind(input.type()),
-            .elementType = knownKind(input.elementType()),
-            .dataType = input.declaredType(),
-            .isSilent = input.isSilent(),
-            .isReadOnly = input.hasReadOnlyMark(),
-            .details = withoutNodes(input.details())};
+           input.hasReadOnlyMark() == shape.isReadOnly && input.isOmitted() == shape.isOmitted;
 }
 
 bool areLike(const ds::Vector<interfaces::IInput*>& inputs, const SnapshotShape& shape) noexcept {
@@ -69,7 +45,7 @@ bool areLike(const ds::Vector<interfaces::IOutput*>& outputs, const SnapshotShap
         const auto& output = implOf(*outputs[i]);
         const ShapeOutput& known = shape.outputs[i];
         if (output.type() != known.type || output.dataType() != known.dataType ||
-            !output.ownName().equals(known.name))
+            output.isOmitted() != known.isOmitted || !output.ownName().equals(known.name))
             return false;
     }
     return true;
@@ -85,6 +61,14 @@ bool isMadeLike(const Node& node, const SnapshotShape& shape) {
     return areLike(node.inputs(), shape) && areLike(node.outputs(), shape);
 }
 
+// Begins to fetch a line of the cache, which may be past the end of the object, or at null. The
+// address is a number, because pointers must not lead there.
+void fetchLine(const void* start, u64 line) noexcept {
+    constexpr u64 bytesOfLine = 64;
+    const auto address = reinterpret_cast<std::uintptr_t>(start) + line * bytesOfLine;
+    __builtin_prefetch(reinterpret_cast<const void*>(address));
+}
+
 // Tells whether all elements are like the first one.
 bool areAlike(const ds::Vector<interfaces::IInput*>& elements, const ShapeInput& first) noexcept {
     for (const interfaces::IInput* element : elements)
@@ -94,11 +78,34 @@ bool areAlike(const ds::Vector<interfaces::IInput*>& elements, const ShapeInput&
 
 } // namespace
 
-RecordMaker::~RecordMaker() {
-    dropLists();
-    for (const auto& [type, shape] : m_known)
-        if (shape) shape->decRef();
-    if (m_lastArray) m_lastArray->decRef();
+// The type, the name and the list of inputs are in the first lines of the cache.
+void RecordMaker::fetchNode(const Node& node) noexcept {
+    for (u64 line = 0; line < 4; ++line)
+        fetchLine(&node, line);
+}
+
+void RecordMaker::fetchList(const Node& node) noexcept {
+    fetchLine(node.inputs().data(), 0);
+    fetchLine(node.inputs().data(), 1);
+    if (node.ownName().get()) fetchLine(node.ownName().get(), 0);
+}
+
+void RecordMaker::fetchInputs(const Node& node) noexcept {
+    for (const interfaces::IInput* input : node.inputs()) {
+        fetchLine(input, 0);
+        fetchLine(input, 1);
+    }
+}
+
+void RecordMaker::fetchParts(const Node& node) noexcept {
+    for (const interfaces::IInput* next : node.inputs()) {
+        const auto& input = implOf(*next);
+        if (input.ownExtras()) fetchLine(input.ownExtras(), 0);
+        const AttrType type = input.value().type();
+        if (type != AttrType::Mat3 && type != AttrType::Mat4) continue;
+        fetchLine(input.value().reals(), 0);
+        fetchLine(input.value().reals(), 1);
+    }
 }
 
 void RecordMaker::dropLists() noexcept {
@@ -112,11 +119,13 @@ NodeRecord* RecordMaker::record(const Node& node, SnapshotVersion born) {
     dropLists();
     m_inputs.clear();
     m_connections.clear();
+    m_extras.reset();
     addList(node.inputs(), {.shape = shapeOf(node)});
     for (u32 list = 0; list < m_lists.size(); ++list)
         addParts(list);
-    NodeRecord* const made =
-        NodeRecord::make(born, node.number(), node.ownName(), m_lists, m_connections);
+    if (m_scene.comments().mayHave(&node)) noteComments(node);
+    NodeRecord* const made = NodeRecord::make(born, node.number(), node.ownName(), m_lists,
+                                              m_connections, std::move(m_extras));
     m_lists.clear();
     storeValues(*made);
     return made;
@@ -147,6 +156,7 @@ void RecordMaker::addParts(u32 list) {
             addList(input.members(), {.shape = shapeOf(input), .ownerList = list, .ownerInput = i});
         else if (input.sourceOutput())
             noteConnection(input, list, i);
+        if (input.ownExtras() && input.stashed()) noteStash(input, list, i);
     }
 }
 
@@ -157,6 +167,48 @@ void RecordMaker::noteConnection(const Input& input, u32 list, u32 index) {
     const auto& outputs = implOf(*output.node()).outputs();
     for (u32 i = 0; i < outputs.size(); ++i)
         if (outputs[i] == &output) return m_connections.push_back({list, index, source, i});
+}
+
+RecordExtras& RecordMaker::extras() {
+    if (!m_extras) m_extras = std::make_unique<RecordExtras>();
+    return *m_extras;
+}
+
+// A value that hides behind those of modifiers is the input's own.
+void RecordMaker::noteStash(const Input& input, u32 list, u32 index) {
+    if (input.isModified()) return;
+    const Value& kept = *input.stashed();
+    const bool isLink = kept.type() == AttrType::Node;
+    extras().stashes.push_back({.list = list,
+                                .input = index,
+                                .value = isLink ? Value(static_cast<INode*>(nullptr)) : kept,
+                                .link = isLink ? numberOf(kept.asNode()) : noNumber});
+}
+
+void RecordMaker::noteComments(const Node& node) {
+    const SceneComments& comments = m_scene.comments();
+    if (const Comments* own = comments.find(&node)) extras().comments = *own;
+    for (u32 list = 0; list < m_inputs.size(); ++list)
+        noteInputComments(list);
+    for (u32 i = 0; i < node.outputs().size(); ++i)
+        if (const Comments* own = comments.find(node.outputs()[i]))
+            extras().outputs.push_back({i, *own});
+    if (m_extras && m_extras->isEmpty()) m_extras.reset();
+}
+
+// Names that were not found are only written while the input has no link or connection instead.
+void RecordMaker::noteInputComments(u32 list) {
+    const Inputs& inputs = *m_inputs[list];
+    for (u32 i = 0; i < inputs.size(); ++i) {
+        const Comments* const own = m_scene.comments().find(inputs[i]);
+        if (!own) continue;
+        const auto& input = implOf(*inputs[i]);
+        Comments kept = *own;
+        const Value& value = input.ownValue();
+        if (value.type() != AttrType::Node || value.asNode()) kept.lostLink = {};
+        if (input.sourceOutput()) kept.lostSource = {};
+        if (!kept.isEmpty()) extras().inputs.push_back({list, i, std::move(kept)});
+    }
 }
 
 // Nodes outside of the scene have no number here, like no node at all.
@@ -175,54 +227,86 @@ void RecordMaker::storeValues(NodeRecord& record) const {
                 const u64 parts = next++;
                 std::memcpy(place, &parts, sizeof parts);
             } else {
-                storeValue(input, place);
+                storeInput(input, place);
             }
         }
     }
 }
 
-void RecordMaker::storeValue(const Input& input, std::byte* place) const {
-    const Value& value = input.ownValue();
+// An input without extras has no other value than the one that it shows.
+void RecordMaker::storeInput(const Input& input, std::byte* place) const {
+    if (m_values)
+        storeValue(m_values->valueOf(input), place);
+    else
+        storeValue(input.ownExtras() ? input.ownValue() : input.value(), place);
+}
+
+void RecordMaker::storeValue(const Value& value, std::byte* place) const {
     if (value.type() != AttrType::Node) return NodeRecord::store(value, place);
     const u64 number = numberOf(value.asNode());
     std::memcpy(place, &number, sizeof number);
 }
 
+ShapeInput RecordMaker::shapeOfOne(const Input& input, String name) const {
+    return {.name = std::move(name),
+            .type = knownKind(input.type()),
+            .elementType = knownKind(input.elementType()),
+            .dataType = input.declaredType(),
+            .isSilent = input.isSilent(),
+            .isReadOnly = input.hasReadOnlyMark(),
+            .isOmitted = input.isOmitted(),
+            .details = RefersTo<AttrDetails>(const_cast<AttrDetails*>(input.details())),
+            .namedNodes = namedNodes(input.details())};
+}
+
+// The nodes may end before the snapshot, so it keeps their numbers.
+std::vector<NodeNumber> RecordMaker::namedNodes(const AttrDetails* details) const {
+    std::vector<NodeNumber> numbers;
+    if (!details) return numbers;
+    bool isAny = false;
+    const auto add = [&](const Value& value) {
+        const bool isNode = value.type() == AttrType::Node;
+        isAny = isAny || isNode;
+        numbers.push_back(isNode ? numberOf(value.asNode()) : noNumber);
+    };
+    for (const Value* value : {&details->defaultValue, &details->minimum, &details->maximum})
+        add(*value);
+    for (const Value& choice : details->choices)
+        add(choice);
+    if (!isAny) numbers.clear();
+    return numbers;
+}
+
 const SnapshotShape* RecordMaker::shapeOf(const Node& node) {
     const String type = node.type();
-    const SnapshotShape*& known = m_known[type.get()];
-    if (known && known->type.equals(type) && isMadeLike(node, *known)) {
-        known->incRef();
-        return known;
-    }
+    ShapeStock& stock = m_known[type.hash()];
+    const SnapshotShape* const known = stock.get();
+    if (known && known->type.equals(type) && isMadeLike(node, *known)) return stock.take();
     SnapshotShape shape;
     shape.type = type;
     shape.bases = node.bases();
     shape.isAbstract = node.isAbstract();
     shape.isInternal = node.isInternal();
+    if (m_types) shape.definition = m_types->find(type, m_scene, m_shapes);
     shape.inputs.reserve(node.inputs().size());
     for (const interfaces::IInput* input : node.inputs())
         shape.inputs.push_back(shapeOfOne(implOf(*input), implOf(*input).ownName()));
     for (const interfaces::IOutput* output : node.outputs())
-        shape.outputs.push_back(
-            {implOf(*output).ownName(), implOf(*output).type(), implOf(*output).dataType()});
-    const SnapshotShape* const shared = m_shapes.share(std::move(shape));
-    shared->incRef();
-    if (known) known->decRef();
-    known = shared;
-    return shared;
+        shape.outputs.push_back({implOf(*output).ownName(), implOf(*output).type(),
+                                 implOf(*output).dataType(), implOf(*output).isOmitted()});
+    stock.reset(m_shapes.share(std::move(shape)));
+    return stock.take();
 }
 
 // Elements that are alike share one line of the shape.
 const SnapshotShape* RecordMaker::shapeOf(const Input& parent) {
     const Inputs& parts = parent.members();
     const bool isArray = parent.type() == AttrType::Array;
+    if (isArray && !parts.empty() && m_lastArray.get() &&
+        areAlike(parts, m_lastArray.get()->inputs[0]))
+        return m_lastArray.take();
     SnapshotShape shape;
     if (isArray && !parts.empty()) {
-        if (m_lastArray && areAlike(parts, m_lastArray->inputs[0])) {
-            m_lastArray->incRef();
-            return m_lastArray;
-        }
         shape.inputs.push_back(shapeOfOne(implOf(*parts[0]), String()));
         shape.isUniform = areAlike(parts, shape.inputs[0]);
         if (!shape.isUniform) shape.inputs.clear();
@@ -232,12 +316,9 @@ const SnapshotShape* RecordMaker::shapeOf(const Input& parent) {
         shape.inputs.push_back(shapeOfOne(part, isArray ? String() : part.ownName()));
     }
     const SnapshotShape* const shared = m_shapes.share(std::move(shape));
-    if (shared->isUniform) {
-        if (m_lastArray) m_lastArray->decRef();
-        shared->incRef();
-        m_lastArray = shared;
-    }
-    return shared;
+    if (!shared->isUniform) return shared;
+    m_lastArray.reset(shared);
+    return m_lastArray.take();
 }
 
 } // namespace qv::kelvo_sdk::impl

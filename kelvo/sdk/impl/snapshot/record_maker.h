@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/snapshot/node_record.h"
 #include "kelvo/sdk/interfaces/forward.h"
 
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -12,28 +13,70 @@ namespace qv::kelvo_sdk::impl {
 class Input;
 class Node;
 class Scene;
+class TypeRecords;
+
+/// Where the values of records come from, other than from the inputs as they are set.
+class RecordValues {
+public:
+    /// Returns a value of the kind of the input. Any thread may call it.
+    [[nodiscard]] virtual Value valueOf(const Input& input) const = 0;
+
+protected:
+    ~RecordValues() = default;
+};
 
 /// Makes records of nodes. One maker is for one thread, and is faster the more nodes it records,
 /// because it remembers shapes and keeps its lists.
 class RecordMaker {
 public:
-    /// Borrows both.
-    RecordMaker(const Scene& scene, ShapeTable& shapes) : m_scene(scene), m_shapes(shapes) {}
-    ~RecordMaker();
+    /// Borrows everything. `types` are the definitions of nodes; null for the definitions
+    /// themselves. Without `values`, values are as set.
+    RecordMaker(const Scene& scene, ShapeTable& shapes, TypeRecords* types = nullptr,
+                const RecordValues* values = nullptr)
+        : m_scene(scene), m_shapes(shapes), m_types(types), m_values(values) {}
+    ~RecordMaker() { dropLists(); }
     RecordMaker(const RecordMaker&) = delete;
     RecordMaker& operator=(const RecordMaker&) = delete;
 
     /// Returns a new record; the caller owns it. `born` is the first snapshot that may have it.
     [[nodiscard]] NodeRecord* record(const Node& node, SnapshotVersion born);
 
+    /// Makes the processor fetch nodes from memory before they are recorded, which otherwise waits
+    /// for it most of the time. Call before the `i`-th of `count` nodes is recorded;
+    /// `nodeAt(index)` returns a node, null for none.
+    template<typename NodeAt>
+    static void fetchAhead(u64 i, u64 count, const NodeAt& nodeAt) {
+        const auto fetch = [&](u64 index, void (*step)(const Node& node) noexcept) {
+            const Node* const node = index < count ? nodeAt(index) : nullptr;
+            if (node) step(*node);
+        };
+        fetch(i + 8, &fetchNode);
+        fetch(i + 6, &fetchList);
+        fetch(i + 4, &fetchInputs);
+        fetch(i + 2, &fetchParts);
+    }
+
 private:
+    // Each step reads what the one before has fetched.
+    static void fetchNode(const Node& node) noexcept;
+    static void fetchList(const Node& node) noexcept;
+    static void fetchInputs(const Node& node) noexcept;
+    static void fetchParts(const Node& node) noexcept;
+
     using Inputs = ds::Vector<interfaces::IInput*>;
 
     void addList(const Inputs& inputs, RecordList list);
     void addParts(u32 list);
     void noteConnection(const Input& input, u32 list, u32 index);
+    void noteStash(const Input& input, u32 list, u32 index);
+    void noteComments(const Node& node);
+    void noteInputComments(u32 list);
+    [[nodiscard]] RecordExtras& extras();
+    [[nodiscard]] ShapeInput shapeOfOne(const Input& input, String name) const;
+    [[nodiscard]] std::vector<NodeNumber> namedNodes(const AttrDetails* details) const;
     void storeValues(NodeRecord& record) const;
-    void storeValue(const Input& input, std::byte* place) const;
+    void storeInput(const Input& input, std::byte* place) const;
+    void storeValue(const Value& value, std::byte* place) const;
     [[nodiscard]] NodeNumber numberOf(const interfaces::INode* node) const noexcept;
     [[nodiscard]] const SnapshotShape* shapeOf(const Node& node);
     [[nodiscard]] const SnapshotShape* shapeOf(const Input& parent);
@@ -41,14 +84,18 @@ private:
 
     const Scene& m_scene;
     ShapeTable& m_shapes;
-    // The last shape of each type; owns references. The key is the text of the type. Null while a
-    // shape is being made, and when memory was out then.
-    std::unordered_map<const void*, const SnapshotShape*> m_known;
+    TypeRecords* m_types;
+    const RecordValues* m_values;
+    // The last shape of each type, by the hash of the type's name. Nodes of one type may each have
+    // a text of their own for it.
+    std::unordered_map<u64, ShapeStock> m_known;
     // The last shape of an array.
-    const SnapshotShape* m_lastArray = nullptr;
+    ShapeStock m_lastArray;
     std::vector<RecordList> m_lists;
     std::vector<const Inputs*> m_inputs;
     std::vector<RecordConnection> m_connections;
+    // Null until the node has such a part.
+    std::unique_ptr<RecordExtras> m_extras;
 };
 
 } // namespace qv::kelvo_sdk::impl

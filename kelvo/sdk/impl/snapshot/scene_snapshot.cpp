@@ -6,7 +6,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-RefersTo<SnapshotPicture> Scene::takeSnapshot(u32 threads) {
+RefersTo<SnapshotPicture> Scene::takeSnapshot(u32 threads, bool isEvaluated) {
     {
         const std::lock_guard lock(m_observerMutex);
         if (!m_snapshots) {
@@ -14,7 +14,7 @@ RefersTo<SnapshotPicture> Scene::takeSnapshot(u32 threads) {
             m_followers.join(*m_snapshots);
         }
     }
-    return static_cast<SnapshotKeeper&>(*m_snapshots).take(threads);
+    return static_cast<SnapshotKeeper&>(*m_snapshots).take(threads, isEvaluated);
 }
 
 } // namespace qv::kelvo_sdk::impl

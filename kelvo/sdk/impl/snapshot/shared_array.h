@@ -2,6 +2,8 @@
 
 #include "kelvo/sdk/impl/snapshot/snapshot_store.h"
 
+#include <algorithm>
+#include <span>
 #include <type_traits>
 
 namespace qv::kelvo_sdk::impl {
@@ -33,6 +35,14 @@ public:
         for (u32 level = m_levels; level > 0; --level)
             place = &own<Branch>(*place, store).blocks[partOf(index, level)];
         return own<Leaf>(*place, store).values[partOf(index, 0)];
+    }
+
+    /// Gives an empty array these values, much faster than one after the other. Throws
+    /// std::bad_alloc; then the array must be cleared.
+    void fill(std::span<const T> values, SnapshotStore& store) {
+        while (!values.empty() && isOutside(static_cast<u32>(values.size() - 1)))
+            ++m_levels;
+        fillPart(m_root, m_levels, values, store);
     }
 
     /// Calls `visit(index, value)` for each value other than `T()`, in order.
@@ -100,6 +110,28 @@ private:
     static void copyParts(const Branch& from, Branch& to) noexcept {
         for (u32 i = 0; i < width; ++i)
             to.blocks[i] = from.blocks[i];
+    }
+
+    // Leaves without values are not made. Blocks are in the tree as soon as they are made, so that
+    // none is lost when memory is out.
+    static void fillPart(SharedBlock*& place, u32 level, std::span<const T> values,
+                         SnapshotStore& store) {
+        if (level == 0) {
+            if (std::ranges::all_of(values, [](const T& value) { return value == T(); })) return;
+            auto* const leaf = new Leaf(store.next());
+            place = leaf;
+            std::ranges::copy(values, leaf->values);
+            return;
+        }
+        auto* const branch = new Branch(store.next());
+        place = branch;
+        const u64 sizeOfPart = u64{1} << bits * level;
+        for (SharedBlock*& part : branch->blocks) {
+            if (values.empty()) return;
+            const u64 count = std::min<u64>(sizeOfPart, values.size());
+            fillPart(part, level - 1, values.first(count), store);
+            values = values.subspan(count);
+        }
     }
 
     void addLevel(SnapshotStore& store) {

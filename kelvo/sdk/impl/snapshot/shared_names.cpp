@@ -1,10 +1,14 @@
 #include "kelvo/sdk/impl/snapshot/shared_names.h"
 
+#include <algorithm>
+#include <bit>
+#include <vector>
+
 namespace qv::kelvo_sdk::impl {
 
 void SharedNames::insert(u64 hash, u32 number, SnapshotStore& store) {
     if (2 * (u64{m_count} + 1) > m_places) resize(m_places != 0 ? 2 * m_places : 16, store);
-    put({static_cast<u32>(hash), number + 1}, store);
+    put(entryOf(hash, number), store);
     ++m_count;
 }
 
@@ -15,11 +19,17 @@ void SharedNames::put(Entry entry, SnapshotStore& store) {
     m_entries.edit(place, store) = entry;
 }
 
-void SharedNames::reserve(u64 count, SnapshotStore& store) {
-    u32 places = 16;
-    while (places < 2 * count)
-        places *= 2;
-    resize(places, store);
+void SharedNames::fill(std::span<const Entry> entries, SnapshotStore& store) {
+    m_count = static_cast<u32>(entries.size());
+    m_places = std::max<u32>(16, std::bit_ceil(2 * m_count));
+    std::vector<Entry> places(m_places);
+    for (const Entry& entry : entries) {
+        u32 place = homeOf(entry.hash);
+        while (places[place].number != 0)
+            place = next(place);
+        places[place] = entry;
+    }
+    m_entries.fill(places, store);
 }
 
 void SharedNames::resize(u32 places, SnapshotStore& store) {

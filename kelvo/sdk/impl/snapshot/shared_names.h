@@ -9,8 +9,18 @@ namespace qv::kelvo_sdk::impl {
 class SharedNames {
 public:
     void insert(u64 hash, u32 number, SnapshotStore& store);
-    /// Makes room for that many numbers in an empty table.
-    void reserve(u64 count, SnapshotStore& store);
+    /// Part of the hash of a name, and the number plus 1; 0 for an empty place.
+    struct Entry {
+        u32 hash = 0;
+        u32 number = 0;
+        bool operator==(const Entry&) const = default;
+    };
+    [[nodiscard]] static Entry entryOf(u64 hash, u32 number) noexcept {
+        return {static_cast<u32>(hash), number + 1};
+    }
+    /// Gives an empty table these entries, much faster than one after the other. Throws
+    /// std::bad_alloc; then the table must be cleared.
+    void fill(std::span<const Entry> entries, SnapshotStore& store);
     /// Needs a number that was inserted with that hash.
     void remove(u64 hash, u32 number, SnapshotStore& store);
     /// Gives all blocks to the store, and is empty then.
@@ -31,13 +41,6 @@ public:
     static constexpr u32 none = 0xffffffff;
 
 private:
-    // Part of the hash, and the number plus 1; 0 for an empty place.
-    struct Entry {
-        u32 hash = 0;
-        u32 number = 0;
-        bool operator==(const Entry&) const = default;
-    };
-
     [[nodiscard]] u32 homeOf(u64 hash) const noexcept {
         return static_cast<u32>(hash) & (m_places - 1);
     }

@@ -191,14 +191,46 @@ void SharedOrder::remove(u64 index, SnapshotStore& store) {
     }
 }
 
+void SharedOrder::fill(std::span<const u32> numbers, SnapshotStore& store) {
+    if (numbers.empty()) return;
+    u64 sizeOfPart = 1;
+    for (; sizeOfPart * most < numbers.size(); sizeOfPart *= most)
+        ++m_height;
+    m_size = numbers.size();
+    fillPart(m_root, sizeOfPart, numbers, store);
+}
+
+// A part of one number is the number itself. Blocks are in the tree as soon as they are made, so
+// that none is lost when memory is out.
+void SharedOrder::fillPart(Block*& place, u64 sizeOfPart, std::span<const u32> numbers,
+                           SnapshotStore& store) {
+    if (sizeOfPart == 1) {
+        place = new Block(store.next(), true);
+        place->count = static_cast<u32>(numbers.size());
+        std::ranges::copy(numbers, place->numbers);
+        return;
+    }
+    auto* const made = new Branch(store.next());
+    place = made;
+    while (!numbers.empty()) {
+        const u64 count = std::min<u64>(sizeOfPart, numbers.size());
+        const u32 part = made->count++;
+        made->numbers[part] = static_cast<u32>(count);
+        fillPart(made->parts[part], sizeOfPart / most, numbers.first(count), store);
+        numbers = numbers.subspan(count);
+    }
+}
+
+// A part is null if memory was out when it was to be made.
 void SharedOrder::retireAll(Block* block, SnapshotStore& store) noexcept {
+    if (!block) return;
     for (u32 i = 0; !block->isLeaf && i < block->count; ++i)
         retireAll(branch(*block).parts[i], store);
     store.retire(block);
 }
 
 void SharedOrder::clear(SnapshotStore& store) noexcept {
-    if (m_root) retireAll(m_root, store);
+    retireAll(m_root, store);
     m_root = nullptr;
     m_size = 0;
     m_height = 0;

@@ -5,6 +5,7 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/snapshot/node_hash.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
 #include "kelvo/sdk/impl/value/conversion.h"
 #include "kelvo/sdk/path_parser.h"
@@ -43,7 +44,8 @@ NodeNumber linkAt(const std::byte* value) noexcept {
 
 Snapshot Scene::snapshot(const SnapshotOptions& options) const {
     if (!get()) return {};
-    const auto picture = impl::implOf(get())->takeSnapshot(options.threads);
+    const auto picture = impl::implOf(get())->takeSnapshot(
+        options.threads, options.values == SnapshotValues::Evaluated);
     return Snapshot(static_cast<RefCounted*>(picture.get()));
 }
 
@@ -58,12 +60,12 @@ const impl::SnapshotPicture* Snapshot::picture() const noexcept {
 }
 
 u64 Snapshot::nodeCount() const noexcept {
-    return get() ? picture()->tables().order.size() : 0;
+    return get() ? picture()->tables().nodeCount() : 0;
 }
 
 SnapshotNode Snapshot::node(u64 index) const noexcept {
     if (index >= nodeCount()) return {};
-    return nodeWithNumber(picture()->tables().order.at(index));
+    return nodeWithNumber(picture()->tables().numberAt(index));
 }
 
 SnapshotNode Snapshot::findNode(const NameView& name) const noexcept {
@@ -82,15 +84,28 @@ ds::Vector<SnapshotNode> Snapshot::nodes() const {
     ds::Vector<SnapshotNode> found;
     if (!get()) return found;
     found.reserve(nodeCount());
-    const impl::SnapshotTables& tables = picture()->tables();
-    tables.order.forEach([&](NodeNumber number) {
-        found.push_back({picture(), tables.record(number)});
+    picture()->tables().forEachRecord([&](const impl::NodeRecord& record) {
+        found.push_back({picture(), &record});
     });
     return found;
 }
 
+u64 Snapshot::hash() const {
+    return get() ? picture()->hashes().ofAll() : 0;
+}
+
 u64 Snapshot::version() const noexcept {
     return get() ? picture()->version() : 0;
+}
+
+Result Snapshot::damage() const {
+    const auto* stored = get() ? picture()->tables().stored.get() : nullptr;
+    return stored ? stored->damage() : Result();
+}
+
+Result Snapshot::verify() const {
+    const auto* stored = get() ? picture()->tables().stored.get() : nullptr;
+    return stored ? stored->verify() : Result();
 }
 
 // ---- Node ------------------------------------------------------------------------------
@@ -182,6 +197,14 @@ ds::Vector<SnapshotNode> SnapshotNode::dependencies() const {
     return std::move(found).take();
 }
 
+u64 SnapshotNode::hash() const {
+    return m_record ? impl::liveHashOf(*m_record, m_picture->tables()) : 0;
+}
+
+u64 SnapshotNode::deepHash() const {
+    return m_record ? m_picture->hashes().of(number()) : 0;
+}
+
 // ---- Output ----------------------------------------------------------------------------
 
 SnapshotNode SnapshotOutput::node() const noexcept {
@@ -254,6 +277,16 @@ DataType SnapshotInput::dataType() const noexcept {
     return m_type == AttrType::Buffer ? shape().dataType : DataType::Null;
 }
 
+// A buffer that declares no element type has the one of its elements.
+String SnapshotInput::typeName() const {
+    const String kind(m_record ? attrTypeName(m_type) : "");
+    if (m_type == AttrType::Array) return kind + "<" + attrTypeName(elementType()) + ">";
+    if (m_type != AttrType::Buffer) return kind;
+    const DataType declared = dataType();
+    const DataType known = declared != DataType::Null ? declared : bufferView().type;
+    return kind + "<" + dataTypeName(known) + ">";
+}
+
 bool SnapshotInput::isReadOnly() const noexcept {
     if (!m_record) return false;
     u32 list = m_list, input = m_index;
@@ -279,6 +312,7 @@ std::string_view SnapshotInput::text() const noexcept {
 interfaces::BufferView SnapshotInput::bufferView() const noexcept {
     if (m_type != AttrType::Buffer) return {};
     const impl::Buffer& buffer = impl::NodeRecord::bufferAt(m_value);
+    if (!buffer.isSound()) return {};
     return {buffer.type(), buffer.data(), buffer.count()};
 }
 
@@ -295,8 +329,10 @@ bool SnapshotInput::readName(String& out) const {
 
 SnapshotOutput SnapshotInput::source() const noexcept {
     const auto* found = m_record ? m_record->connectionOf(m_list, m_index) : nullptr;
-    if (!found) return {};
-    return {m_picture, m_picture->tables().record(found->source), found->output};
+    const impl::NodeRecord* node = found ? m_picture->tables().record(found->source) : nullptr;
+    // A stored snapshot may name an output that its node does not have.
+    if (!node || found->output >= node->shape().outputs.size()) return {};
+    return {m_picture, node, found->output};
 }
 
 u64 SnapshotInput::inputCount() const noexcept {

@@ -17,11 +17,6 @@ namespace {
 // One thread records this many nodes at a time.
 constexpr u64 nodesOfPiece = 1024;
 
-struct EndRecord {
-    void operator()(NodeRecord* record) const noexcept { record->end(record); }
-};
-using NewRecord = std::unique_ptr<NodeRecord, EndRecord>;
-
 } // namespace
 
 SnapshotKeeper::SnapshotKeeper(Scene& scene)
@@ -33,8 +28,22 @@ SnapshotKeeper::~SnapshotKeeper() {
     m_scene.followNodes(nullptr, {});
 }
 
-RefersTo<SnapshotPicture> SnapshotKeeper::take(u32 threads) {
-    const std::lock_guard lock(m_mutex);
+RefersTo<SnapshotPicture> SnapshotKeeper::take(u32 threads, bool isEvaluated) {
+    std::unique_lock lock(m_mutex);
+    RefersTo<SnapshotPicture> asSet = takeAsSet(threads);
+    if (!isEvaluated) return asSet;
+    const SnapshotVersion born = m_line->evaluated.store().next();
+    // A callback may take snapshots itself.
+    lock.unlock();
+    const SnapshotTables& tables = asSet->tables();
+    auto made =
+        EvaluatedRecords::evaluate(m_scene, tables, m_line->shapes, m_line->types, born, threads);
+    lock.lock();
+    m_line->evaluated.install(tables, std::move(made));
+    return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(std::move(asSet)));
+}
+
+RefersTo<SnapshotPicture> SnapshotKeeper::takeAsSet(u32 threads) {
     try {
         update(threads);
         return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(m_line));
@@ -48,19 +57,24 @@ void SnapshotKeeper::update(u32 threads) {
     const u64 numbers = m_scene.graph().end();
     if (m_isChanged.size() < numbers) m_isChanged.resize(numbers);
     m_changed.reserve(m_isChanged.size());
+    followLibraries();
     if (m_isLost)
         rebuild(threads);
     else
         updateChanged();
+    updateFile();
     forgetChanges();
 }
 
 void SnapshotKeeper::updateChanged() {
     if (m_changed.empty()) return;
-    RecordMaker maker(m_scene, m_line->shapes);
+    RecordMaker maker(m_scene, m_line->shapes, &m_line->types);
     // The list grows meanwhile.
-    for (std::size_t i = 0; i < m_changed.size(); ++i)
+    for (std::size_t i = 0; i < m_changed.size(); ++i) {
+        RecordMaker::fetchAhead(i, m_changed.size(),
+                                [&](u64 index) { return m_scene.graph().node(m_changed[index]); });
         replace(m_changed[i], maker);
+    }
 }
 
 void SnapshotKeeper::replace(NodeNumber number, RecordMaker& maker) {
@@ -71,6 +85,38 @@ void SnapshotKeeper::replace(NodeNumber number, RecordMaker& maker) {
     if (before && made && !before->shape().hasSameOutputs(made->shape()))
         visitReaders(*node, [this](const Node& reader) { nodeDescribed(reader); });
     install(number, made.release());
+}
+
+// Other libraries may define types in another way.
+void SnapshotKeeper::followLibraries() {
+    if (m_libraries == m_scene.libraries()) return;
+    m_isLost = true;
+    m_libraries = m_scene.libraries();
+    m_line->types.forget();
+}
+
+void SnapshotKeeper::updateFile() {
+    const Comments& now = m_scene.comments().file();
+    if (now == m_file) return;
+    auto made = RefersTo<SnapshotFile>::adopt(new SnapshotFile);
+    made->comments = now;
+    for (UnreadLines& lines : made->comments.unread) {
+        made->before.push_back(numberBehind(lines));
+        lines.node = nullptr;
+    }
+    Comments known = now;
+    m_line->current.file = std::move(made);
+    m_file = std::move(known);
+}
+
+// Compares addresses alone: the node may no longer exist.
+NodeNumber SnapshotKeeper::numberBehind(const UnreadLines& lines) const {
+    NodeNumber number = noNumber;
+    if (!lines.node) return number;
+    m_scene.forEachNode([&](const Node* node) {
+        if (node == lines.node) number = node->number();
+    });
+    return number;
 }
 
 // Keeps the record before when it is the same. Takes over the new one.
@@ -92,27 +138,22 @@ void SnapshotKeeper::rebuild(u32 threads) {
     std::vector<const Node*> nodes;
     nodes.reserve(m_scene.nodeCount());
     m_scene.forEachNode([&](const Node* node) { nodes.push_back(node); });
-    std::vector<NewRecord> records(nodes.size());
+    NewRecords records(nodes.size());
     const SnapshotVersion born = m_line->store.next();
     Workers(threads).run((nodes.size() + nodesOfPiece - 1) / nodesOfPiece, [&](u64 piece) {
-        RecordMaker maker(m_scene, m_line->shapes);
+        RecordMaker maker(m_scene, m_line->shapes, &m_line->types);
         const u64 end = std::min<u64>(nodes.size(), (piece + 1) * nodesOfPiece);
-        for (u64 i = piece * nodesOfPiece; i < end; ++i)
-            records[i].reset(maker.record(*nodes[i], born));
+        for (u64 i = piece * nodesOfPiece; i < end; ++i) {
+            RecordMaker::fetchAhead(i, end, [&](u64 index) { return nodes[index]; });
+            records.set(i, NewRecord(maker.record(*nodes[i], born)));
+        }
     });
     SnapshotTables& tables = m_line->current;
     SnapshotStore& store = m_line->store;
     tables.clear(store);
     ++tables.orderStamp;
     ++tables.orderStampBack;
-    tables.names.reserve(nodes.size(), store);
-    for (NewRecord& record : records) {
-        const NodeNumber number = record->number();
-        tables.names.insert(record->name().foldedHash(), number, store);
-        tables.order.insert(tables.order.size(), number, store);
-        const NodeRecord*& place = tables.records.edit(number, store);
-        place = record.release();
-    }
+    tables.fill(std::move(records), threads, store);
     m_isLost = false;
 }
 

@@ -20,9 +20,10 @@ public:
     explicit SnapshotKeeper(Scene& scene);
     ~SnapshotKeeper() override;
 
-    /// Returns a snapshot of the present state. Uses at most `threads` threads, 0 for as many as
-    /// the machine runs at once. Throws std::bad_alloc and changes nothing when memory is out.
-    [[nodiscard]] RefersTo<SnapshotPicture> take(u32 threads);
+    /// Returns a snapshot of the present state, with values as set or as evaluated. Uses at most
+    /// `threads` threads, 0 for as many as the machine runs at once. Throws std::bad_alloc and
+    /// changes nothing when memory is out.
+    [[nodiscard]] RefersTo<SnapshotPicture> take(u32 threads, bool isEvaluated);
 
     void nodeEntered(Node& node) noexcept override;
     void nodeTakenOut(Node& node) noexcept override;
@@ -35,8 +36,12 @@ public:
     [[nodiscard]] u64 oldestUse() const noexcept override { return m_line->store.oldest(); }
 
 private:
+    [[nodiscard]] RefersTo<SnapshotPicture> takeAsSet(u32 threads);
     void note(NodeNumber number) noexcept;
     void update(u32 threads);
+    void followLibraries();
+    void updateFile();
+    [[nodiscard]] NodeNumber numberBehind(const UnreadLines& lines) const;
     void updateChanged();
     void rebuild(u32 threads);
     void replace(NodeNumber number, RecordMaker& maker);
@@ -50,6 +55,10 @@ private:
     // The numbers of nodes that changed since the last snapshot; with a mark for each number.
     std::vector<NodeNumber> m_changed;
     std::vector<bool> m_isChanged;
+    // The libraries whose types the records refer to.
+    std::vector<RefersTo<interfaces::ILibInfo>> m_libraries;
+    // The comments of the text as a whole that the last snapshot has.
+    Comments m_file;
     // Set at first, and when memory was out: the tables have to be made again.
     bool m_isLost = true;
 };

@@ -1,30 +1,14 @@
 #pragma once
 
 #include "kelvo/base/ref_counted.h"
-#include "kelvo/sdk/impl/snapshot/node_record.h"
-#include "kelvo/sdk/impl/snapshot/shared_array.h"
-#include "kelvo/sdk/impl/snapshot/shared_names.h"
-#include "kelvo/sdk/impl/snapshot/shared_order.h"
+#include "kelvo/sdk/impl/snapshot/deep_hashes.h"
+#include "kelvo/sdk/impl/snapshot/evaluated_records.h"
+#include "kelvo/sdk/impl/snapshot/made_once.h"
+#include "kelvo/sdk/impl/snapshot/snapshot_parents.h"
+#include "kelvo/sdk/impl/snapshot/snapshot_tables.h"
+#include "kelvo/sdk/impl/snapshot/type_records.h"
 
 namespace qv::kelvo_sdk::impl {
-
-/// The records of all nodes of a scene: by number, in creation order, and by name.
-struct SnapshotTables {
-    SharedArray<const NodeRecord*> records;
-    SharedOrder order;
-    SharedNames names;
-    /// Grows when nodes were moved, or added in front of others.
-    u64 orderStamp = 0;
-    /// Grows when nodes were moved, or removed in front of others: on the way back from a later
-    /// snapshot they are added there.
-    u64 orderStampBack = 0;
-
-    [[nodiscard]] const NodeRecord* record(NodeNumber number) const noexcept {
-        return records.at(number);
-    }
-    [[nodiscard]] const NodeRecord* find(const NameView& name) const noexcept;
-    void clear(SnapshotStore& store) noexcept;
-};
 
 /// Everything that the snapshots of one scene share, and the state that the next snapshot will
 /// have. Lives as long as the scene or a snapshot.
@@ -34,33 +18,75 @@ public:
     ~SnapshotLine() override { current.clear(store); }
 
     ShapeTable shapes;
+    TypeRecords types;
     SnapshotStore store;
     /// For the thread that takes snapshots.
     SnapshotTables current;
+    DeepHashes hashes;
+    EvaluatedRecords evaluated;
 };
 
 /// A snapshot: constant, and independent of the scene.
 class SnapshotPicture final : public RefCounted {
 public:
+    /// Makes a snapshot of the line's current state.
     explicit SnapshotPicture(RefersTo<SnapshotLine> line) noexcept
-        : m_line(std::move(line)), m_tables(m_line->current) {
-        m_line->store.open(m_entry);
+        : m_line(std::move(line)),
+          m_store(m_line->store),
+          m_hasher(m_line->hashes),
+          m_tables(m_line->current) {
+        m_store.open(m_entry);
     }
-    ~SnapshotPicture() override { m_line->store.close(m_entry); }
+    /// Makes a snapshot like another one, but with the line's evaluated records.
+    explicit SnapshotPicture(RefersTo<SnapshotPicture> asSet) noexcept
+        : m_line(asSet->m_line),
+          m_asSet(std::move(asSet)),
+          m_store(m_line->evaluated.store()),
+          m_hasher(m_line->evaluated.hashes()),
+          m_tables(m_asSet->m_tables) {
+        m_tables.records = m_line->evaluated.records();
+        m_store.open(m_entry);
+    }
+    ~SnapshotPicture() override { m_store.close(m_entry); }
     SnapshotPicture(const SnapshotPicture&) = delete;
     SnapshotPicture& operator=(const SnapshotPicture&) = delete;
 
     [[nodiscard]] const SnapshotTables& tables() const noexcept { return m_tables; }
-    [[nodiscard]] SnapshotVersion version() const noexcept { return m_entry.version; }
+    [[nodiscard]] SnapshotVersion version() const noexcept {
+        return m_asSet ? m_asSet->version() : m_entry.version;
+    }
     /// Tells whether two snapshots are of one scene.
     [[nodiscard]] bool isOfSameScene(const SnapshotPicture& other) const noexcept {
         return m_line == other.m_line;
     }
+    /// Made on the first call, from those of the snapshot that was asked last.
+    [[nodiscard]] const DeepHashes::Table& hashes() const {
+        return m_hashes.get([this] { return makeHashes(); });
+    }
+    /// Made on the first call.
+    [[nodiscard]] const SnapshotParents& parents() const {
+        return m_parents.get([this] { return std::make_unique<SnapshotParents>(m_tables); });
+    }
 
 private:
+    [[nodiscard]] std::unique_ptr<DeepHashes::Table> makeHashes() const;
+    // Keep the records: those of an evaluated snapshot are partly those of the one as set.
+    [[nodiscard]] DeepHashes::Uses uses() const {
+        DeepHashes::Uses uses = m_asSet ? m_asSet->uses() : DeepHashes::Uses();
+        uses.push_back(std::make_unique<SnapshotUse>(m_store, m_entry));
+        return uses;
+    }
+
     RefersTo<SnapshotLine> m_line;
+    // Null for a snapshot that is as set itself.
+    RefersTo<SnapshotPicture> m_asSet;
+    SnapshotStore& m_store;
+    DeepHashes& m_hasher;
     SnapshotTables m_tables;
-    SnapshotStore::Entry m_entry;
+    // Other uses of the snapshot stand next to it in the store.
+    mutable SnapshotStore::Entry m_entry;
+    MadeOnce<DeepHashes::Table> m_hashes;
+    MadeOnce<SnapshotParents> m_parents;
 };
 
 } // namespace qv::kelvo_sdk::impl

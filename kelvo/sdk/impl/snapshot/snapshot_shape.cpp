@@ -23,11 +23,12 @@ bool areSameTexts(const StringVector& a, const StringVector& b) noexcept {
 
 bool ShapeInput::isLike(const ShapeInput& other) const noexcept {
     return type == other.type && elementType == other.elementType && isMarkedLike(other) &&
-           name.equals(other.name);
+           isOmitted == other.isOmitted && name.equals(other.name);
 }
 
 bool ShapeOutput::isLike(const ShapeOutput& other) const noexcept {
-    return type == other.type && dataType == other.dataType && name.equals(other.name);
+    return type == other.type && dataType == other.dataType && isOmitted == other.isOmitted &&
+           name.equals(other.name);
 }
 
 SnapshotShape::SnapshotShape(SnapshotShape&& other) noexcept
@@ -38,6 +39,8 @@ SnapshotShape::SnapshotShape(SnapshotShape&& other) noexcept
       isUniform(other.isUniform),
       inputs(std::move(other.inputs)),
       outputs(std::move(other.outputs)),
+      definition(other.definition),
+      hasLinks(other.hasLinks),
       valueBytes(other.valueBytes),
       sizeOfOne(other.sizeOfOne),
       m_places(std::move(other.m_places)) {}
@@ -54,6 +57,7 @@ void SnapshotShape::complete() {
     for (ShapeInput& input : inputs) {
         input.offset = valueBytes;
         valueBytes += snapshotBytes(input.type);
+        hasLinks = hasLinks || input.type == AttrType::Node;
     }
     if (isUniform || inputs.size() < manyInputs) return;
     u64 places = 16;
@@ -100,14 +104,15 @@ bool SnapshotShape::isSameType(const SnapshotShape& other) const noexcept {
 }
 
 bool SnapshotShape::isLike(const SnapshotShape& other) const noexcept {
-    return isUniform == other.isUniform && isSameType(other) &&
+    return isUniform == other.isUniform && definition == other.definition && isSameType(other) &&
            std::ranges::equal(inputs, other.inputs, &ShapeInput::isLike);
 }
 
 u64 SnapshotShape::hash() const noexcept {
     u64 hash = hashMix(type.hash(), inputs.size() * 2 + (isUniform ? 1 : 0));
     for (const ShapeInput& input : inputs)
-        hash = hashMix(hash, hashMix(input.name.hash(), static_cast<u64>(input.type)));
+        hash = hashMix(hash, hashMix(input.name.hash(),
+                                     static_cast<u64>(input.type) * 2 + (input.isOmitted ? 1 : 0)));
     for (const ShapeOutput& output : outputs)
         hash = hashMix(hash, output.name.hash());
     return hash;

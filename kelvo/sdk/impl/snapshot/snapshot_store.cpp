@@ -33,6 +33,14 @@ void SnapshotStore::open(Entry& entry) noexcept {
     m_newest = &entry;
 }
 
+// The new entry is the older one, so it gets the blocks that are only part of this snapshot.
+void SnapshotStore::share(Entry& entry, Entry& snapshot) noexcept {
+    const std::lock_guard lock(m_mutex);
+    entry = {.version = snapshot.version, .older = snapshot.older, .newer = &snapshot};
+    (entry.older ? entry.older->newer : m_oldest) = &entry;
+    snapshot.older = &entry;
+}
+
 // Hands blocks that an older snapshot has too to that snapshot, and frees the others.
 void SnapshotStore::close(Entry& entry) noexcept {
     SharedBlock* unused = nullptr;

@@ -56,6 +56,8 @@ public:
 
     // For any thread.
 
+    /// Adds a further use of a snapshot that is alive, which keeps its blocks when it is closed.
+    void share(Entry& entry, Entry& snapshot) noexcept;
     void close(Entry& entry) noexcept;
     /// Returns the number of the oldest snapshot alive; that of the next one when there is none.
     [[nodiscard]] SnapshotVersion oldest() const noexcept;
@@ -65,6 +67,22 @@ private:
     SnapshotVersion m_next = 1;
     Entry* m_newest = nullptr;
     Entry* m_oldest = nullptr;
+};
+
+/// A further use of a snapshot, which keeps its blocks alive.
+class SnapshotUse {
+public:
+    /// The snapshot must be alive. Borrows the store.
+    SnapshotUse(SnapshotStore& store, SnapshotStore::Entry& snapshot) noexcept : m_store(store) {
+        m_store.share(m_entry, snapshot);
+    }
+    ~SnapshotUse() { m_store.close(m_entry); }
+    SnapshotUse(const SnapshotUse&) = delete;
+    SnapshotUse& operator=(const SnapshotUse&) = delete;
+
+private:
+    SnapshotStore& m_store;
+    SnapshotStore::Entry m_entry;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -29,8 +29,10 @@ public:
     KndWriter(const LibInfo& library, StringIO& out)
         : m_out(out),
           m_comments(library.comments()),
-          m_attributes(library.comments(), out),
-          m_lines(m_attributes.lines()) {}
+          m_attributes(LiveText(library.comments()), out),
+          m_lines(m_attributes.lines()) {
+        m_attributes.writeDefinitions();
+    }
 
     void writeHeader(bool isEmpty, std::string_view behind) {
         const Comments& file = m_comments.file();
@@ -53,9 +55,9 @@ public:
             writeText("help", help, true);
         if (type.hasIcon) writeText("icon", type.icon, false);
         for (u64 i = type.inheritedInputs; i < node.inputs().size(); ++i)
-            m_attributes.writeInput(implOf(*node.inputs()[i]), 1, false);
+            m_attributes.writeInput(implOf(node.inputs()[i]), 1, false);
         for (u64 i = type.inheritedOutputs; i < node.outputs().size(); ++i)
-            m_attributes.writeOutput(implOf(*node.outputs()[i]), false);
+            m_attributes.writeOutput(implOf(node.outputs()[i]), false);
         for (u64 i = 0; type.pages && i < type.pages->pages().size(); ++i)
             writePage(type.pages->pages()[i], type.pageComments[i]);
         m_lines.endNode(partOf(comments, &Comments::inner), partOf(comments, &Comments::trailing));

@@ -1,5 +1,7 @@
 #include "kelvo/sdk/impl/value/attr_data.h"
 
+#include "kelvo/sdk/impl/value/conversion.h"
+
 #include <algorithm>
 
 namespace qv::kelvo_sdk::impl {
@@ -45,6 +47,13 @@ RefersTo<AttrDetails> AttrDetails::without(const interfaces::INode& node) const 
     for (const Value& choice : choices)
         if (!isNode(choice, node)) copy->choices.push_back(choice);
     return copy;
+}
+
+Value AttrData::startValue() const {
+    Value start;
+    if (convertValue(value, type, start)) return start;
+    if (details) convertValue(details->defaultValue, type, start);
+    return start;
 }
 
 bool AttrDetails::accepts(const Value& value) const {

@@ -58,6 +58,9 @@ struct QV_EXPORT AttrData {
     /// Describes an attribute of the value's kind that starts at, and resets to, `initial`.
     static AttrData withDefault(Value initial);
 
+    /// Returns the value that an attribute made from this starts with, in its kind; Null when
+    /// neither the value nor the details give one.
+    [[nodiscard]] Value startValue() const;
     /// Returns the details for writing, and makes them if there are none. Call before inputs share
     /// the details.
     AttrDetails& describe();

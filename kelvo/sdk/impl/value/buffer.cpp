@@ -11,19 +11,21 @@
 
 namespace qv::kelvo_sdk::impl {
 
-// Header with the reference count; the elements follow at the next multiple of the alignment.
+// Header with the reference count; the elements follow at the next multiple of the alignment,
+// unless they are somebody else's.
 struct Buffer::Block {
     std::atomic<i32> refs{1};
     DataType type;
     u64 count;
     // 0 when unknown.
     mutable std::atomic<u64> hash{0};
+    const char* data = nullptr;
+    RefersTo<ForeignElements> owner = {};
 
     [[nodiscard]] u64 bytes() const noexcept { return count * dataTypeSize(type); }
-    [[nodiscard]] char* elements() noexcept { return reinterpret_cast<char*>(this) + alignment; }
-    [[nodiscard]] const char* elements() const noexcept {
-        return reinterpret_cast<const char*>(this) + alignment;
-    }
+    // Only elements in own memory may be written.
+    [[nodiscard]] char* elements() noexcept { return const_cast<char*>(data); }
+    [[nodiscard]] const char* elements() const noexcept { return data; }
 
     // Leaves the elements uninitialized.
     static Block* create(DataType type, u64 count) {
@@ -32,7 +34,9 @@ struct Buffer::Block {
         if (size != 0 && count > (std::numeric_limits<u64>::max() - alignment) / size)
             throw std::bad_alloc();
         void* memory = ::operator new(alignment + count * size, std::align_val_t(alignment));
-        return ::new (memory) Block{.type = type, .count = count};
+        auto* const block = ::new (memory) Block{.type = type, .count = count};
+        block->data = static_cast<const char*>(memory) + alignment;
+        return block;
     }
     void incRef() noexcept { refs.fetch_add(1, std::memory_order_relaxed); }
     void decRef() noexcept {
@@ -52,6 +56,15 @@ Buffer Buffer::unfilled(DataType type, u64 count) {
 
 Buffer::Buffer(DataType type, const void* data, u64 count) : m_block(Block::create(type, count)) {
     if (m_block->count != 0) std::memcpy(m_block->elements(), data, m_block->bytes());
+}
+
+Buffer Buffer::inPlace(DataType type, const void* data, u64 count,
+                       RefersTo<ForeignElements> owner) {
+    Buffer made(Block::create(type, 0));
+    made.m_block->count = count;
+    made.m_block->data = static_cast<const char*>(data);
+    made.m_block->owner = std::move(owner);
+    return made;
 }
 
 Buffer::Buffer(const Buffer& other) noexcept : m_block(other.m_block) {
@@ -91,9 +104,13 @@ const void* Buffer::data() const noexcept {
     return count() != 0 ? m_block->elements() : nullptr;
 }
 
+bool Buffer::isSound() const noexcept {
+    return !m_block || !m_block->owner || m_block->owner->areSound();
+}
+
 void* Buffer::edit() {
     if (count() == 0) return nullptr;
-    if (m_block->refs.load(std::memory_order_acquire) != 1)
+    if (m_block->owner || m_block->refs.load(std::memory_order_acquire) != 1)
         *this = Buffer(m_block->type, m_block->elements(), m_block->count);
     m_block->hash.store(0, std::memory_order_relaxed);
     return m_block->elements();

@@ -1,11 +1,20 @@
 #pragma once
 
 #include "kelvo/base/data_type.h"
+#include "kelvo/base/ref_counted.h"
 #include "kelvo/base/types.h"
 
 #include <cstddef>
 
 namespace qv::kelvo_sdk::impl {
+
+/// Owns memory with elements that buffers use in place, for example of a mapped file.
+class ForeignElements : public RefCounted {
+public:
+    /// Tells whether the elements are those that were stored. May read all of them at the first
+    /// call. Any thread may call it.
+    [[nodiscard]] virtual bool areSound() const noexcept = 0;
+};
 
 /// Typed elements in one contiguous block, aligned to 64 bytes; shared on copy, copied on write.
 ///
@@ -22,6 +31,10 @@ public:
     [[nodiscard]] static Buffer unfilled(DataType type, u64 count);
     /// Copies `count` elements from `data`.
     Buffer(DataType type, const void* data, u64 count);
+    /// Uses `count` elements at an address that is aligned like those of other buffers, and that is
+    /// valid as long as the owner. Writing copies them.
+    [[nodiscard]] static Buffer inPlace(DataType type, const void* data, u64 count,
+                                        RefersTo<ForeignElements> owner);
     Buffer(const Buffer& other) noexcept;
     Buffer(Buffer&& other) noexcept;
     Buffer& operator=(const Buffer& other) noexcept;
@@ -33,6 +46,8 @@ public:
     [[nodiscard]] u64 byteSize() const noexcept;
     /// Returns the elements; null for an empty buffer. Valid until this buffer is written or dies.
     [[nodiscard]] const void* data() const noexcept;
+    /// Tells whether the elements are those that were stored; always true for own memory.
+    [[nodiscard]] bool isSound() const noexcept;
     /// Returns the elements for writing, after copying them when they are shared.
     [[nodiscard]] void* edit();
     /// Changes the element count; new elements are zero.

@@ -54,7 +54,8 @@ u64 reachOf(std::string_view text, ParseLimits limits = {.threads = 2, .pieceSiz
     TextErrors errors(text, 1);
     const SceneParser names(text, limits, tree, errors);
     String leading;
-    return PieceReader(text, limits, tree).read(0, leading);
+    PieceJoiner joiner(tree, limits.nodes);
+    return PieceReader(text, limits, joiner).read(0, leading);
 }
 
 constexpr std::string_view threeNodes = "node t \"a\" {\n}\n"

@@ -40,6 +40,18 @@ protected:
         std::string paths;
         for (const Match& match : matches)
             paths += (match.path() + " ").view();
+        EXPECT_EQ(foundInSnapshot(query), paths);
+        return paths;
+    }
+
+    // A snapshot has no libraries, so that the query has to name those of the scene.
+    [[nodiscard]] std::string foundInSnapshot(Query query) const {
+        for (u64 i = 0; i < m_scene.libraryCount(); ++i)
+            query.libraries.push_back(m_scene.library(i));
+        const Snapshot snapshot = m_scene.snapshot();
+        std::string paths;
+        for (const SnapshotMatch& match : find(snapshot, query))
+            paths += (match.path() + " ").view();
         return paths;
     }
 
@@ -201,6 +213,25 @@ TEST_F(Search, Search_ChangesNothing) {
     EXPECT_NE(found({.value = "*"}), "");
     EXPECT_EQ(m_scene.text(), before);
     EXPECT_FALSE(m_scene["desk"].dirty());
+}
+
+TEST_F(Search, FaultyQueriesOfSnapshots_HaveTheSameFault) {
+    const Query query{.pattern = "a["};
+    const SnapshotMatches matches = find(m_scene.snapshot(), query);
+    EXPECT_FALSE(matches);
+    EXPECT_EQ(matches.fault().message, m_scene.find(query).fault().message);
+    EXPECT_TRUE(find(Snapshot(), {.pattern = "*"}));
+}
+
+TEST_F(Search, LargeSnapshots_AreFoundInTheOrderOfTheScene) {
+    const Scene scene = Scene::create();
+    for (int i = 0; i < 9000; ++i)
+        (void)scene.createNode("t", String(std::string_view("n" + std::to_string(i))));
+    const Snapshot snapshot = scene.snapshot();
+    const SnapshotMatches matches = find(snapshot, {.pattern = "*"});
+    ASSERT_EQ(matches.size(), 9000u);
+    for (u64 i = 0; i < 9000; ++i)
+        ASSERT_EQ(matches[i].node, snapshot.node(i)) << i;
 }
 
 TEST_F(Search, DeepArrays_AreSearchedWithoutRecursion) {

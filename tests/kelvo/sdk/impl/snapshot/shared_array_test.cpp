@@ -70,6 +70,22 @@ TEST_F(SharedArrayTest, Differences_OfArraysOfDifferentHeights_AreFound) {
     EXPECT_EQ(differences(m_array, low), back);
 }
 
+// The lengths are those at which blocks and levels are full, and their neighbours.
+TEST_F(SharedArrayTest, Fill_AnyLength_IsAsIfSetOneByOne) {
+    for (const u32 count : {0U, 1U, 31U, 32U, 33U, 1023U, 1024U, 1025U, 40000U}) {
+        std::vector<u32> values(count);
+        for (u32 i = 0; i < count; ++i)
+            values[i] = i % 100 < 40 ? 0 : i + 7;
+        m_array.fill(values, m_store);
+        for (u32 i = 0; i < count; ++i)
+            ASSERT_EQ(m_array.at(i), values[i]) << i << " of " << count;
+        EXPECT_EQ(m_array.at(count), 0U);
+        m_array.edit(count, m_store) = 5;
+        EXPECT_EQ(m_array.at(count), 5U) << count;
+        m_array.clear(m_store);
+    }
+}
+
 TEST_F(SharedArrayTest, RandomEdits_AllCopies_StayAsTheyWere) {
     std::mt19937 random(7);
     std::map<u32, u32> model;

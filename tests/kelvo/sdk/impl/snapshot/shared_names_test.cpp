@@ -4,6 +4,7 @@
 
 #include <map>
 #include <random>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -38,6 +39,26 @@ TEST_F(SharedNamesTest, Remove_InARowOfCollisions_KeepsTheOthersReachable) {
     for (u32 i = 1; i < 6; ++i)
         EXPECT_EQ(find(i < 3 ? 15 : 16, i), i);
     EXPECT_EQ(find(15, 0), SharedNames::none);
+}
+
+TEST_F(SharedNamesTest, Fill_ManyWithCollisions_TakesFurtherEdits) {
+    std::vector<SharedNames::Entry> entries;
+    for (u32 i = 0; i < 1000; ++i)
+        entries.push_back(SharedNames::entryOf(i / 3, i));
+    m_names.fill(entries, m_store);
+    for (u32 i = 0; i < 1000; i += 2)
+        m_names.remove(i / 3, i, m_store);
+    for (u32 i = 1000; i < 3000; ++i)
+        m_names.insert(i / 3, i, m_store);
+    for (u32 i = 0; i < 3000; ++i)
+        EXPECT_EQ(find(i / 3, i), i < 1000 && i % 2 == 0 ? SharedNames::none : i);
+}
+
+TEST_F(SharedNamesTest, Fill_WithNothing_IsEmptyAndGrows) {
+    m_names.fill({}, m_store);
+    EXPECT_EQ(find(3, 0), SharedNames::none);
+    m_names.insert(3, 0, m_store);
+    EXPECT_EQ(find(3, 0), 0U);
 }
 
 TEST_F(SharedNamesTest, RandomEdits_EveryNumber_IsFoundByItsHash) {

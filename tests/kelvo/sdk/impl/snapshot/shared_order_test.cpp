@@ -52,6 +52,25 @@ TEST_F(SharedOrderTest, Insert_AlwaysInFront_ReversesTheOrder) {
         ASSERT_EQ(m_order.at(i), 2999 - i);
 }
 
+// The lengths are those at which blocks and levels are full, and their neighbours.
+TEST_F(SharedOrderTest, Fill_AnyLength_TakesInsertionsAnywhere) {
+    for (const u32 count : {0U, 1U, 32U, 33U, 1024U, 1025U, 33000U}) {
+        std::vector<u32> model(count);
+        for (u32 i = 0; i < count; ++i)
+            model[i] = 3 * i;
+        m_order.fill(model, m_store);
+        ASSERT_EQ(numbersOf(m_order), model);
+        for (const u64 index : {u64{0}, u64{count / 2}, u64{count}}) {
+            m_order.insert(index, 1, m_store);
+            model.insert(model.begin() + static_cast<std::ptrdiff_t>(index), 1);
+        }
+        ASSERT_EQ(m_order.size(), model.size());
+        for (u64 i = 0; i < model.size(); ++i)
+            ASSERT_EQ(m_order.at(i), model[i]) << i << " of " << count;
+        m_order.clear(m_store);
+    }
+}
+
 TEST_F(SharedOrderTest, Remove_All_LeavesAnEmptyOrderThatGrowsAgain) {
     add(2000);
     while (m_order.size() != 0)

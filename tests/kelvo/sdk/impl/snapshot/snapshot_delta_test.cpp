@@ -1,5 +1,7 @@
 #include "kelvo/sdk/snapshot_delta.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/scene.h"
 
 #include <gtest/gtest.h>
@@ -127,6 +129,14 @@ TEST_F(SnapshotDeltaTest, Delta_KeepsItsSnapshotsAlive) {
     ASSERT_EQ(found.changed().size(), 1U);
     EXPECT_EQ(found.changed()[0].before["x"].get<double>(), 0.0);
     EXPECT_EQ(found.changed()[0].after["x"].get<double>(), 4.0);
+}
+
+TEST_F(SnapshotDeltaTest, Delta_OfAMarkOnAnElement_NamesTheElement) {
+    const Input list = node("a").createArray("list", AttrType::Real);
+    for (int i = 0; i < 3; ++i)
+        list.append();
+    EXPECT_EQ(after([&] { impl::implOf(list.input(1).get())->setReadOnly(true); }),
+              "a: list[1] marks; ");
 }
 
 } // namespace

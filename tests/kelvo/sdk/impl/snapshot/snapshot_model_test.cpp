@@ -77,6 +77,8 @@ void play(unsigned seed, int steps) {
         const std::string text = SnapshotDump::of(now);
         ASSERT_EQ(text, SnapshotDump::of(scene))
             << "seed " << seed << ", step " << step << ", " << RandomEdits::name(edit.kind);
+        ASSERT_EQ(now.text(), scene.text())
+            << "seed " << seed << ", step " << step << ", " << RandomEdits::name(edit.kind);
         mirror.apply(delta(last, now), now);
         ASSERT_EQ(mirror.text(), SnapshotDump::of(now, true))
             << "seed " << seed << ", step " << step << ", " << RandomEdits::name(edit.kind);

@@ -58,6 +58,32 @@ TEST_F(ShapeTableTest, Share_ManyThatAreNotKept_DropsThem) {
     kept->decRef();
 }
 
+TEST_F(ShapeTableTest, Links_OfAnyInput_AreKnown) {
+    SnapshotShape linking = shapeWith("a", 2);
+    linking.inputs.push_back({.name = "to", .type = AttrType::Node});
+    linking.inputs.push_back({.name = "b", .type = AttrType::Bool});
+    EXPECT_TRUE(share(std::move(linking))->hasLinks);
+    EXPECT_FALSE(share(shapeWith("a", 2))->hasLinks);
+}
+
+TEST_F(ShapeTableTest, Stock_GivenToMany_ReturnsEveryReference) {
+    const SnapshotShape* const shape = m_table.share(shapeWith("a", 2));
+    constexpr u32 records = 1000;
+    {
+        ShapeStock stock;
+        stock.reset(shape);
+        for (u32 i = 0; i < records; ++i)
+            ASSERT_EQ(stock.take(), shape);
+        stock.reset(nullptr);
+        EXPECT_EQ(stock.get(), nullptr);
+    }
+    for (u32 i = 0; i < records; ++i) {
+        EXPECT_FALSE(shape->isUnused());
+        shape->decRef();
+    }
+    EXPECT_TRUE(shape->isUnused());
+}
+
 TEST_F(ShapeTableTest, Values_LieBehindEachOther) {
     SnapshotShape shape = shapeWith("a", 2);
     shape.inputs.push_back({.name = "m", .type = AttrType::Mat4});

@@ -44,6 +44,21 @@ TEST_F(SnapshotStoreTest, Retire_ABlockOfASnapshot_FreesItWithTheSnapshot) {
     EXPECT_EQ(s_ended, 1);
 }
 
+TEST_F(SnapshotStoreTest, Share_KeepsTheBlocksOfTheSnapshot) {
+    for (const bool isSnapshotFirst : {true, false}) {
+        s_ended = 0;
+        SharedBlock* block = make();
+        SnapshotStore::Entry& snapshot = take(0);
+        m_store.retire(block);
+        m_store.share(m_entries[1], snapshot);
+        EXPECT_EQ(m_store.oldest(), snapshot.version);
+        m_store.close(m_entries[isSnapshotFirst ? 0 : 1]);
+        EXPECT_EQ(s_ended, 0);
+        m_store.close(m_entries[isSnapshotFirst ? 1 : 0]);
+        EXPECT_EQ(s_ended, 1);
+    }
+}
+
 TEST_F(SnapshotStoreTest, Retire_ABlockOfTwoSnapshots_FreesItWithTheLastOfThem) {
     for (const bool isOldestFirst : {true, false}) {
         s_ended = 0;

@@ -1,0 +1,54 @@
+#include "kelvo/binary/impl/mapped_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qv::kelvo_binary {
+
+namespace {
+
+std::error_code lastError() noexcept {
+    return {errno, std::generic_category()};
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(const std::filesystem::path& file) noexcept
+        : m_number(::open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    ~Descriptor() {
+        if (m_number >= 0) ::close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    [[nodiscard]] int number() const noexcept { return m_number; }
+
+private:
+    int m_number;
+};
+
+} // namespace
+
+std::error_code MappedFile::open(const std::filesystem::path& file) {
+    const Descriptor opened(file);
+    struct stat status = {};
+    if (opened.number() < 0 || ::fstat(opened.number(), &status) != 0) return lastError();
+    if (S_ISDIR(status.st_mode)) return std::make_error_code(std::errc::is_a_directory);
+    if (!S_ISREG(status.st_mode)) return std::make_error_code(std::errc::invalid_seek);
+    // An empty file cannot be mapped, and needs not be.
+    if (status.st_size == 0) return {};
+    const auto size = static_cast<std::size_t>(status.st_size);
+    void* const found = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, opened.number(), 0);
+    if (found == MAP_FAILED) return lastError();
+    m_bytes = static_cast<const std::byte*>(found);
+    m_size = size;
+    return {};
+}
+
+MappedFile::~MappedFile() {
+    if (m_bytes) ::munmap(const_cast<std::byte*>(m_bytes), m_size);
+}
+
+} // namespace qv::kelvo_binary
