@@ -1,0 +1,89 @@
+"""Scenes of named, typed nodes: the Kelvo SDK for Python.
+
+    import kelvo
+
+    scene = kelvo.Scene()
+    lamp = scene.create("pointLight", "lamp", intensity=3)
+    lamp["intensity"] = 4
+
+`kelvo.nodes` has a typed class for each standard node type.
+"""
+from __future__ import annotations
+
+import atexit
+
+from typing import TYPE_CHECKING
+
+from kelvo import _display, _kelvo, _observers, _scene
+from kelvo._errors import (
+    BusyError,
+    DeadHandleError,
+    Error,
+    EvaluationError,
+    FileError,
+    InvalidValueError,
+    KindError,
+    NotFoundError,
+    RangeError,
+    ReadOnlyError,
+    RefusedError,
+    TextError,
+)
+from kelvo._kelvo import (
+    Change,
+    Diagnostic,
+    Edit,
+    Finding,
+    Input,
+    InputProperty,
+    Library,
+    Match,
+    MergeConflict,
+    Node,
+    Output,
+    PathWalk,
+    Rule,
+    Scene,
+    SceneChange,
+    SceneDiff,
+    Snapshot,
+    SnapshotDelta,
+    SnapshotInput,
+    SnapshotNode,
+    SnapshotOutput,
+    Subscription,
+    UndoStep,
+    delta,
+    diff,
+    rules,
+    set_language,
+)
+from kelvo._observers import SceneChanges
+from kelvo._scene import Findings, FixReport, Merge, Plugin, load_plugins, merge, open_scene
+
+__all__ = [
+    "BusyError", "Change", "DeadHandleError", "Diagnostic", "Edit", "Error", "EvaluationError",
+    "FileError", "Finding", "Findings", "FixReport", "Input", "InputProperty", "InvalidValueError",
+    "KindError", "Library", "Match", "Merge", "MergeConflict", "Node", "NotFoundError", "Output",
+    "PathWalk", "Plugin", "RangeError", "ReadOnlyError", "RefusedError", "Rule", "Scene",
+    "SceneChange", "SceneChanges", "SceneDiff", "Snapshot", "SnapshotDelta", "SnapshotInput",
+    "SnapshotNode", "SnapshotOutput", "Subscription", "TextError", "UndoStep", "delta", "diff",
+    "load_plugins", "merge", "open_scene", "rules", "set_language",
+]
+
+if TYPE_CHECKING:
+    from kelvo import nodes as nodes
+
+_scene.complete()
+_display.complete()
+# Nothing of the library may call Python while the interpreter ends.
+atexit.register(_kelvo._release_log)
+del _display, _observers, _scene
+
+
+def __getattr__(name: str) -> object:
+    # The typed classes are imported when they are needed first, as there are many.
+    if name == "nodes":
+        import importlib
+        return importlib.import_module("kelvo.nodes")
+    raise AttributeError(f"module 'kelvo' has no attribute '{name}'")

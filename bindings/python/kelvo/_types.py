@@ -1,0 +1,21 @@
+"""The types that inputs accept and give, for the classes of node types."""
+from __future__ import annotations
+
+import os
+from collections.abc import Sequence
+from typing import Any, Union
+
+import numpy as np
+import numpy.typing as npt
+
+Numbers = npt.NDArray[np.float64]
+"""A read-only array: of a vector its components, of a colour red, green, blue and opacity, of a
+quaternion x, y, z and w, of a matrix its rows; the translation of a Mat4 is its last row."""
+
+TupleLike = Union[Sequence[float], npt.NDArray[Any]]
+"""A vector, position, colour or quaternion."""
+
+MatrixLike = Union[Sequence[Sequence[float]], npt.NDArray[Any]]
+"""A matrix, row by row."""
+
+TextLike = Union[str, "os.PathLike[str]"]
