@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The output of kelvo on a terminal. kelvo_terminal_test.py KELVO [unittest ...]"""
+import os
 import re
-import signal
 import stat
 import time
 
@@ -218,32 +218,29 @@ class Progress(TerminalTest):
             with self.subTest(command):
                 self.assertNotIn("\r", self.run_on_terminal(80, *command)[1])
 
-    @staticmethod
-    def hold_up(running):
-        """Makes a short process take seconds by stopping it most of the time."""
-        for _ in range(6):
-            time.sleep(0.02)
-            if running.poll() is not None:
-                return
-            running.send_signal(signal.SIGSTOP)
-            time.sleep(0.55)
-            running.send_signal(signal.SIGCONT)
-
     def test_all_that_takes_long_tells_so(self):
-        lights = "\n".join(f'node light "n{i}" {{\n    Real intensity = 1\n    Node t = n0\n}}'
-                           for i in range(5000))
-        self.file.write_text(scene(lights))
-        (self.folder / "b.kns").write_text(scene(lights).replace("= 1", "= 2"))
-        for command, stages in ((["stats", "a.kns"], "reading a.kns"),
-                                (["check", "a.kns"], "checking a.kns"),
-                                (["diff", "a.kns", "b.kns", "--quiet"], "reading|comparing"),
-                                (["merge", "a.kns", "a.kns", "b.kns", "-o", "m.kns"],
-                                 "reading|merging|writing")):
+        text = self.file.read_text()
+        (self.folder / "b.kns").write_text(text.replace("0.5", "0.75"))
+        slow = self.folder / "slow.kns"
+        os.mkfifo(slow)
+
+        def hold_up(running):
+            """Lets the tool wait for its scene for longer than it takes to tell so."""
+            with open(slow, "w", encoding="utf-8") as pipe:
+                time.sleep(1.2)
+                pipe.write(text)
+
+        for command, stages in ((["stats", "slow.kns"], "reading slow.kns"),
+                                (["check", "slow.kns"], "checking slow.kns"),
+                                (["diff", "b.kns", "slow.kns", "--quiet"], "reading slow.kns"),
+                                (["merge", "b.kns", "a.kns", "slow.kns", "-o", "m.kns"],
+                                 "reading slow.kns")):
             with self.subTest(command):
-                seen = self.run_on_terminal(80, *command, meanwhile=self.hold_up, NO_COLOR="1")[1]
+                seen = self.run_on_terminal(80, *command, meanwhile=hold_up, NO_COLOR="1")[1]
                 self.assertRegex(seen, rf"\r\x1b\[Kkelvo: ({stages})[^\r\n]* \.\.\. \d s")
                 left = re.sub(r"\r\x1b\[Kkelvo: [^\r\n]*(?=\r)", "", seen).replace(self.ERASED, "")
-                self.assertEqual(left, self.run_on_terminal(80, *command, streams=())[2])
+                self.assertEqual(left, self.run_on_terminal(80, *command, streams=(),
+                                                            meanwhile=hold_up)[2])
 
 
 if __name__ == "__main__":
