@@ -2,7 +2,13 @@
 
 #include "kelvo/sdk/snapshot.h"
 
+#include <vector>
+
 namespace qv::kelvo_sdk {
+
+namespace impl {
+struct RecordDifference;
+}
 
 /// The parts of an input that may change; bits of `InputChange::parts`.
 enum class InputPart : u32 {
@@ -82,7 +88,8 @@ public:
 
 private:
     void compare();
-    void compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after);
+    void compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after,
+                      std::vector<impl::RecordDifference>& differences);
     void bringIntoOrder();
 
     Snapshot m_from;

@@ -7,6 +7,13 @@ namespace qv::kelvo_sdk::impl {
 using interfaces::INode;
 using interfaces::IOutput;
 
+std::vector<LiveText::Node> LiveText::allNodes() const {
+    std::vector<Node> nodes;
+    nodes.reserve(m_scene->nodeCount());
+    m_scene->forEachNode([&](const INode* node) { nodes.push_back(implOf(node)); });
+    return nodes;
+}
+
 String LiveText::nameOf(const Value& value) const {
     const INode* const target = value.type() == AttrType::Node ? value.asNode() : nullptr;
     if (!target) return {};

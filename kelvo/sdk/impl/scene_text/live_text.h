@@ -4,12 +4,14 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_fetch.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/scene_text/text_source.h"
 
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -81,13 +83,18 @@ public:
     [[nodiscard]] UnreadNodes<Node> unreadNodes() const;
     template<typename Visit>
     void forEachNode(const Visit& visit) const {
-        m_scene->forEachNode([&](const interfaces::INode* node) { visit(implOf(node)); });
+        const std::vector<Node> nodes = allNodes();
+        for (u64 i = 0; i < nodes.size(); ++i) {
+            NodeFetch::ahead(i, nodes.size(), [&](u64 index) { return nodes[index]; });
+            visit(nodes[i]);
+        }
     }
 
 private:
     LiveText(const Scene* scene, const SceneComments* comments) noexcept
         : m_scene(scene), m_comments(comments && !comments->empty() ? comments : nullptr) {}
 
+    [[nodiscard]] std::vector<Node> allNodes() const;
     [[nodiscard]] String nameOf(const Value& value) const;
     [[nodiscard]] u32 ordinalOf(const impl::Output& output);
 

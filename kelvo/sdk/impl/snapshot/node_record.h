@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/impl/graph/node_fetch.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/impl/snapshot/record_extras.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_shape.h"
@@ -75,6 +76,11 @@ public:
     }
     [[nodiscard]] std::byte* value(const RecordList& list, u32 input) noexcept {
         return const_cast<std::byte*>(std::as_const(*this).value(list, input));
+    }
+    /// Makes the processor fetch a record of common size from memory, before it is read.
+    static void fetch(const NodeRecord* record) noexcept {
+        for (u64 line = 0; line < 8; ++line)
+            fetchLine(record, line);
     }
     /// For records that are no part of a snapshot yet.
     void setNumber(NodeNumber number) noexcept { m_number = number; }

@@ -23,15 +23,14 @@ struct RecordDifference {
     u32 parts = 0;
 };
 
-/// Returns the inputs that differ between two records of one node, with the parts in which they
-/// differ. Inputs are matched by name and position; the elements of arrays of different lengths are
-/// not compared one by one.
-[[nodiscard]] std::vector<RecordDifference> differenceOf(const NodeRecord& before,
-                                                         const NodeRecord& after);
+/// Sets `found` to the inputs that differ between two records of one node, with the parts in which
+/// they differ. Inputs are matched by name and position; the elements of arrays of different lengths
+/// are not compared one by one.
+void findDifference(const NodeRecord& before, const NodeRecord& after,
+                    std::vector<RecordDifference>& found);
 /// The same for nodes of two scenes, which refer to other nodes by name. Does not compare marks.
-[[nodiscard]] std::vector<RecordDifference> differenceOf(const NodeRecord& before,
-                                                         const SnapshotTables& tablesBefore,
-                                                         const NodeRecord& after,
-                                                         const SnapshotTables& tablesAfter);
+void findDifference(const NodeRecord& before, const SnapshotTables& tablesBefore,
+                    const NodeRecord& after, const SnapshotTables& tablesAfter,
+                    std::vector<RecordDifference>& found);
 
 } // namespace qv::kelvo_sdk::impl

@@ -61,14 +61,6 @@ bool isMadeLike(const Node& node, const SnapshotShape& shape) {
     return areLike(node.inputs(), shape) && areLike(node.outputs(), shape);
 }
 
-// Begins to fetch a line of the cache, which may be past the end of the object, or at null. The
-// address is a number, because pointers must not lead there.
-void fetchLine(const void* start, u64 line) noexcept {
-    constexpr u64 bytesOfLine = 64;
-    const auto address = reinterpret_cast<std::uintptr_t>(start) + line * bytesOfLine;
-    __builtin_prefetch(reinterpret_cast<const void*>(address));
-}
-
 // Tells whether all elements are like the first one.
 bool areAlike(const ds::Vector<interfaces::IInput*>& elements, const ShapeInput& first) noexcept {
     for (const interfaces::IInput* element : elements)
@@ -77,36 +69,6 @@ bool areAlike(const ds::Vector<interfaces::IInput*>& elements, const ShapeInput&
 }
 
 } // namespace
-
-// The type, the name and the list of inputs are in the first lines of the cache.
-void RecordMaker::fetchNode(const Node& node) noexcept {
-    for (u64 line = 0; line < 4; ++line)
-        fetchLine(&node, line);
-}
-
-void RecordMaker::fetchList(const Node& node) noexcept {
-    fetchLine(node.inputs().data(), 0);
-    fetchLine(node.inputs().data(), 1);
-    if (node.ownName().get()) fetchLine(node.ownName().get(), 0);
-}
-
-void RecordMaker::fetchInputs(const Node& node) noexcept {
-    for (const interfaces::IInput* input : node.inputs()) {
-        fetchLine(input, 0);
-        fetchLine(input, 1);
-    }
-}
-
-void RecordMaker::fetchParts(const Node& node) noexcept {
-    for (const interfaces::IInput* next : node.inputs()) {
-        const auto& input = implOf(*next);
-        if (input.ownExtras()) fetchLine(input.ownExtras(), 0);
-        const AttrType type = input.value().type();
-        if (type != AttrType::Mat3 && type != AttrType::Mat4) continue;
-        fetchLine(input.value().reals(), 0);
-        fetchLine(input.value().reals(), 1);
-    }
-}
 
 void RecordMaker::dropLists() noexcept {
     for (const RecordList& list : m_lists)

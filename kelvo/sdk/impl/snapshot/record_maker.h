@@ -41,28 +41,7 @@ public:
     /// Returns a new record; the caller owns it. `born` is the first snapshot that may have it.
     [[nodiscard]] NodeRecord* record(const Node& node, SnapshotVersion born);
 
-    /// Makes the processor fetch nodes from memory before they are recorded, which otherwise waits
-    /// for it most of the time. Call before the `i`-th of `count` nodes is recorded;
-    /// `nodeAt(index)` returns a node, null for none.
-    template<typename NodeAt>
-    static void fetchAhead(u64 i, u64 count, const NodeAt& nodeAt) {
-        const auto fetch = [&](u64 index, void (*step)(const Node& node) noexcept) {
-            const Node* const node = index < count ? nodeAt(index) : nullptr;
-            if (node) step(*node);
-        };
-        fetch(i + 8, &fetchNode);
-        fetch(i + 6, &fetchList);
-        fetch(i + 4, &fetchInputs);
-        fetch(i + 2, &fetchParts);
-    }
-
 private:
-    // Each step reads what the one before has fetched.
-    static void fetchNode(const Node& node) noexcept;
-    static void fetchList(const Node& node) noexcept;
-    static void fetchInputs(const Node& node) noexcept;
-    static void fetchParts(const Node& node) noexcept;
-
     using Inputs = ds::Vector<interfaces::IInput*>;
 
     void addList(const Inputs& inputs, RecordList list);

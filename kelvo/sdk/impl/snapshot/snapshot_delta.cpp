@@ -3,9 +3,15 @@
 #include "kelvo/sdk/impl/snapshot/record_difference.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
 
+#include <utility>
+#include <vector>
+
 namespace qv::kelvo_sdk {
 
 namespace {
+
+// Records are fetched from memory this many nodes before they are compared.
+constexpr u64 fetchedAhead = 4;
 
 const impl::SnapshotPicture* pictureOf(const Snapshot& snapshot) noexcept {
     return static_cast<const impl::SnapshotPicture*>(snapshot.get());
@@ -36,6 +42,7 @@ SnapshotDelta::SnapshotDelta(const Snapshot& from, const Snapshot& to) : m_from(
 void SnapshotDelta::compare() {
     const auto *from = pictureOf(m_from), *to = pictureOf(m_to);
     using Records = impl::SharedArray<const impl::NodeRecord*>;
+    std::vector<std::pair<const impl::NodeRecord*, const impl::NodeRecord*>> kept;
     Records::forEachDifference(
         from->tables().records, to->tables().records,
         [&](NodeNumber, const impl::NodeRecord* before, const impl::NodeRecord* after) {
@@ -44,8 +51,16 @@ void SnapshotDelta::compare() {
             else if (!after)
                 m_removed.push_back({from, before});
             else
-                compareNodes(*before, *after);
+                kept.emplace_back(before, after);
         });
+    std::vector<impl::RecordDifference> differences;
+    for (u64 i = 0; i < kept.size(); ++i) {
+        if (i + fetchedAhead < kept.size()) {
+            impl::NodeRecord::fetch(kept[i + fetchedAhead].first);
+            impl::NodeRecord::fetch(kept[i + fetchedAhead].second);
+        }
+        compareNodes(*kept[i].first, *kept[i].second, differences);
+    }
     const InputChange* next = m_inputs.data();
     for (NodeChange& change : m_changed) {
         change.inputs = {next, change.inputs.size()};
@@ -58,9 +73,10 @@ void SnapshotDelta::compare() {
 }
 
 // Notes only the number of inputs, because the list of all may still move.
-void SnapshotDelta::compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after) {
+void SnapshotDelta::compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after,
+                                 std::vector<impl::RecordDifference>& differences) {
     const auto *from = pictureOf(m_from), *to = pictureOf(m_to);
-    const auto differences = impl::differenceOf(before, after);
+    impl::findDifference(before, after, differences);
     for (const impl::RecordDifference& found : differences)
         m_inputs.push_back(
             {viewOf(from, before, found.before), viewOf(to, after, found.after), found.parts});

@@ -2,6 +2,7 @@
 
 #include "kelvo/base/workers.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_fetch.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/snapshot/record_difference.h"
@@ -71,8 +72,10 @@ void SnapshotKeeper::updateChanged() {
     RecordMaker maker(m_scene, m_line->shapes, &m_line->types);
     // The list grows meanwhile.
     for (std::size_t i = 0; i < m_changed.size(); ++i) {
-        RecordMaker::fetchAhead(i, m_changed.size(),
-                                [&](u64 index) { return m_scene.graph().node(m_changed[index]); });
+        NodeFetch::ahead(i, m_changed.size(),
+                         [&](u64 index) { return m_scene.graph().node(m_changed[index]); });
+        if (i + 4 < m_changed.size())
+            NodeRecord::fetch(m_line->current.record(m_changed[i + 4]));
         replace(m_changed[i], maker);
     }
 }
@@ -144,7 +147,7 @@ void SnapshotKeeper::rebuild(u32 threads) {
         RecordMaker maker(m_scene, m_line->shapes, &m_line->types);
         const u64 end = std::min<u64>(nodes.size(), (piece + 1) * nodesOfPiece);
         for (u64 i = piece * nodesOfPiece; i < end; ++i) {
-            RecordMaker::fetchAhead(i, end, [&](u64 index) { return nodes[index]; });
+            NodeFetch::ahead(i, end, [&](u64 index) { return nodes[index]; });
             records.set(i, NewRecord(maker.record(*nodes[i], born)));
         }
     });

@@ -105,9 +105,11 @@ private:
         if (&before == &after) return chain;
         chain.isRenamed = !before.name().equals(after.name());
         chain.isTypeChanged = !before.shape().isSameType(after.shape());
-        const auto differences =
-            m_areOfOneScene ? impl::differenceOf(before, after)
-                            : impl::differenceOf(before, m_from->tables(), after, m_to->tables());
+        std::vector<impl::RecordDifference> differences;
+        if (m_areOfOneScene)
+            impl::findDifference(before, after, differences);
+        else
+            impl::findDifference(before, m_from->tables(), after, m_to->tables(), differences);
         for (const impl::RecordDifference& found : differences)
             if (const u32 parts = found.parts & hashedParts)
                 chain.inputs.push_back({viewOf(m_from, before, found.before),
