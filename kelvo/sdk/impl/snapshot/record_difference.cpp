@@ -206,7 +206,7 @@ private:
     const NodeRecord& m_before;
     const NodeRecord& m_after;
     const References m_references;
-    // Those of arrays and objects.
+    // The pairs of the lists of arrays and objects.
     std::vector<Pair> m_pairs;
     std::vector<RecordDifference>& m_found;
 };

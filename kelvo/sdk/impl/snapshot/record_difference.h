@@ -24,8 +24,8 @@ struct RecordDifference {
 };
 
 /// Sets `found` to the inputs that differ between two records of one node, with the parts in which
-/// they differ. Inputs are matched by name and position; the elements of arrays of different lengths
-/// are not compared one by one.
+/// they differ. Inputs are matched by name and position; the elements of arrays of different
+/// lengths are not compared one by one.
 void findDifference(const NodeRecord& before, const NodeRecord& after,
                     std::vector<RecordDifference>& found);
 /// The same for nodes of two scenes, which refer to other nodes by name. Does not compare marks.

@@ -74,8 +74,7 @@ void SnapshotKeeper::updateChanged() {
     for (std::size_t i = 0; i < m_changed.size(); ++i) {
         NodeFetch::ahead(i, m_changed.size(),
                          [&](u64 index) { return m_scene.graph().node(m_changed[index]); });
-        if (i + 4 < m_changed.size())
-            NodeRecord::fetch(m_line->current.record(m_changed[i + 4]));
+        if (i + 4 < m_changed.size()) NodeRecord::fetch(m_line->current.record(m_changed[i + 4]));
         replace(m_changed[i], maker);
     }
 }
