@@ -37,8 +37,16 @@ __extension__ using u128 = unsigned __int128;
 /// secrets: an attacker who chooses the bytes can make hashes collide.
 [[nodiscard]] QV_EXPORT u64 hashBytes(const void* data, u64 size, u64 seed = 0) noexcept;
 
-/// Returns the hash of `count` words of 64 bits: the result of `hashBytes` for their bytes in
-/// memory, but the same on platforms of either byte order.
+/// Returns the result of `hashBytes` for the bytes with zeros behind them, up to the next multiple
+/// of 64.
+[[nodiscard]] QV_EXPORT u64 hashPadded(const void* data, u64 size, u64 seed = 0) noexcept;
+
+/// Returns the hash of numbers of `width` bytes each, 1, 2, 4 or 8: the result of `hashBytes` for
+/// their bytes in memory, `size` in all, but the same on platforms of either byte order.
+[[nodiscard]] QV_EXPORT u64 hashNumbers(const void* numbers, u64 size, u64 width,
+                                        u64 seed = 0) noexcept;
+
+/// Returns the result of `hashNumbers` for `count` words of 64 bits.
 [[nodiscard]] QV_EXPORT u64 hashWords(const void* words, u64 count, u64 seed = 0) noexcept;
 
 /// Returns the result of `hashBytes` for the text in ASCII lower case.

@@ -4,8 +4,6 @@
 #include "kelvo/base/hash.h"
 #include "kelvo/base/word.h"
 
-#include <bit>
-
 /// The steps of `hashBytes` and `hashFolded`. They work at compile time too, so that the hash of a
 /// name in source code is a constant. `Byte` is `u8` or `char`.
 namespace qv::detail {
@@ -13,10 +11,17 @@ namespace qv::detail {
 struct AsIs {
     static constexpr u64 word(u64 value) noexcept { return value; }
 };
-// Reads words of the platform's own byte order.
-struct AsWords {
+// Reads numbers whose first byte is the most significant one, as if it were the last. There are at
+// least 4 bytes of them.
+template<u64 width>
+struct Swapped {
     static constexpr u64 word(u64 value) noexcept {
-        return std::endian::native == std::endian::big ? __builtin_bswap64(value) : value;
+        if constexpr (width > 1)
+            value = (value & 0x00ff00ff00ff00ff) << 8 | (value >> 8 & 0x00ff00ff00ff00ff);
+        if constexpr (width > 2)
+            value = (value & 0x0000ffff0000ffff) << 16 | (value >> 16 & 0x0000ffff0000ffff);
+        if constexpr (width > 4) value = value << 32 | value >> 32;
+        return value;
     }
 };
 struct LowerCase {
@@ -61,12 +66,16 @@ struct HashLanes {
     }
 };
 
-// Hashes at least one stripe; the last stripe may overlap the one before.
+constexpr u64 hashStart(u64 size, u64 seed) noexcept {
+    return seed ^ size * hashSalt[3];
+}
+
+// Hashes the stripes from `p` on that begin before `end`, and the last stripe, which may overlap
+// the one before.
 template<class Reading, class Byte>
-constexpr u64 hashStripes(const Byte* p, u64 size, u64 state) noexcept {
+constexpr u64 hashStripes(const Byte* p, const Byte* end, const Byte* last, u64 state) noexcept {
     HashLanes lanes(state);
-    const Byte* const last = p + size - hashStripe;
-    for (; p < last; p += hashStripe)
+    for (; p < end; p += hashStripe)
         lanes.add<Reading>(p);
     lanes.add<Reading>(last);
     return hashFinish(lanes.a, lanes.b, state ^ hashFold(lanes.c ^ hashSalt[2], lanes.d));
@@ -74,8 +83,11 @@ constexpr u64 hashStripes(const Byte* p, u64 size, u64 state) noexcept {
 
 template<class Reading, class Byte>
 [[gnu::always_inline]] constexpr u64 hashAll(const Byte* p, u64 size, u64 seed) noexcept {
-    u64 state = seed ^ size * hashSalt[3];
-    if (size > hashStripe) return hashStripes<Reading>(p, size, state);
+    u64 state = hashStart(size, seed);
+    if (size > hashStripe) {
+        const Byte* const last = p + size - hashStripe;
+        return hashStripes<Reading>(p, last, last, state);
+    }
 #pragma GCC unroll 3
     for (; size > 16; p += 16, size -= 16)
         state = hashFold(loadWord<Reading>(p) ^ state, loadWord<Reading>(p + 8) ^ hashSalt[1]);

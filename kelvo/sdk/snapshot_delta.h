@@ -74,6 +74,11 @@ public:
     /// first snapshot, or if the two are of different scenes, all nodes of the first are removed
     /// and all of the second are added.
     SnapshotDelta(const Snapshot& from, const Snapshot& to);
+    SnapshotDelta(const SnapshotDelta& other);
+    SnapshotDelta(SnapshotDelta&&) noexcept = default;
+    SnapshotDelta& operator=(const SnapshotDelta& other) { return *this = SnapshotDelta(other); }
+    SnapshotDelta& operator=(SnapshotDelta&&) noexcept = default;
+    ~SnapshotDelta() = default;
 
     [[nodiscard]] bool isEmpty() const noexcept {
         return m_added.empty() && m_removed.empty() && m_changed.empty() && !m_isOrderChanged;
@@ -90,6 +95,7 @@ private:
     void compare();
     void compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after,
                       std::vector<impl::RecordDifference>& differences);
+    void giveInputs() noexcept;
     void bringIntoOrder();
 
     Snapshot m_from;

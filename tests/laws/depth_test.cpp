@@ -5,8 +5,10 @@
 #include "kelvo/sdk/node.h"
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/scene_diff.h"
+#include "kelvo/sdk/snapshot.h"
 #include "kelvo/sdk/validation.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/memory_pieces.h"
 #include "tests/support/small_stack.h"
 
 #include <gtest/gtest.h>
@@ -166,6 +168,35 @@ TEST_P(Depth, Text_IsWritten_InProportion) {
             EXPECT_LT(m_node->serialize(true, false).size(), manyLevels * 64);
             EXPECT_LT(m_node->serialize(false, true).size(), manyLevels * 64);
             EXPECT_FALSE(m_node->htmlHelp(true, "").isEmpty());
+        },
+        smallStack);
+}
+
+// Reads more levels than a text from outside may have.
+TEST_P(Depth, Snapshot_IsReadIntoAScene) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            const Snapshot snapshot = m_scene.snapshot();
+            const Scene copy = Scene::create();
+            EXPECT_TRUE(copy.read(snapshot));
+            EXPECT_EQ(levelsOf(copy["node1"]["outer"]), manyLevels);
+            EXPECT_EQ(copy["node1"].hash(), m_node.hash());
+            EXPECT_EQ(copy.snapshot().hash(), snapshot.hash());
+            EXPECT_TRUE(copy.text().equals(snapshot.text()));
+        },
+        smallStack);
+}
+
+TEST_P(Depth, Snapshot_IsStoredAndOpened) {
+    tests::runOnSmallStack(
+        [this] {
+            make();
+            const Snapshot snapshot = m_scene.snapshot();
+            const Made<Snapshot> opened = openSnapshot(tests::MemorySink::store(snapshot));
+            EXPECT_TRUE(opened.verify());
+            EXPECT_EQ(opened.hash(), snapshot.hash());
+            EXPECT_TRUE(opened.text().equals(snapshot.text()));
         },
         smallStack);
 }

@@ -131,7 +131,10 @@ private:
                 "node xform \"m\" {\n    Array<Node> children = [n]\n}\n"
                 "node lamp \"n\" {\n    Object b {\n        Real c = 2 <- m.o\n    }\n}\n",
                 "node lamp \"k\" {\n    Real a <- q.o\n}\nnode lamp \"q\" {\n"
-                "    output Real o\n    Array<Real> e = [1, 2, 3]\n    Real s = 1 @silent\n}\n"},
+                "    output Real o\n    Array<Real> e = [1, 2, 3]\n    Real s = 1 @silent\n}\n",
+                "\n# Two.\nnode lamp : base, other \"b\" @internal {\n    # before\n"
+                "    Real a = 1 @min 0 @max 9 @unit \"m\"  # behind\n"
+                "    Buffer<Vec2f> v = [(1 2)]\n    Bool f = true @readonly\n    # last\n}\n"},
                edit.a),
             "text");
     }
@@ -206,6 +209,9 @@ private:
         else
             array->insertElement(edit.c % (array->inputCount() + 1));
     }
+    void renameInput(const RandomEdit& edit) {
+        if (IInput* at = input(edit)) kelvo_sdk::Input(at).rename(anyName(edit.c));
+    }
     void moveElement(const RandomEdit& edit) {
         IInput* array = input(edit, AttrType::Array);
         if (array && array->inputCount() > 0)
@@ -241,7 +247,7 @@ private:
         if (!at) return;
         const double x = edit.c % 5;
         const float floats[] = {1, 2, static_cast<float>(x)};
-        switch (edit.c / 8 % 10) {
+        switch (edit.c / 8 % 15) {
         case 0:
             at->setBool(x > 2);
             break;
@@ -264,7 +270,22 @@ private:
             at->setVec2({x, x});
             break;
         case 7:
-            at->setBuffer({DataType::Float, floats, 3});
+            at->setBuffer({DataType::Float, floats, edit.c % 4});
+            break;
+        case 8:
+            at->setVec4({1, 2, 3, x});
+            break;
+        case 9:
+            at->setPos2({x, 1});
+            break;
+        case 10:
+            at->setPos3({x, 1, 2});
+            break;
+        case 11:
+            at->setQuat({0, 0, x, 1});
+            break;
+        case 12:
+            at->setMat3(math::Mat3d::identity);
             break;
         default:
             at->setReal(x);
@@ -326,6 +347,7 @@ private:
         {"createMember", &Self::createMember},
         {"removeMember", &Self::removeMember},
         {"addElement", &Self::addElement},
+        {"renameInput", &Self::renameInput},
         {"moveElement", &Self::moveElement},
         {"createOutput", &Self::createOutput},
         {"createReal", &Self::createReal},

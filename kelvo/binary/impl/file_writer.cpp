@@ -19,14 +19,6 @@ std::array<std::byte, bytesOfHeader> header() noexcept {
     return bytes;
 }
 
-// Returns the hash of bytes with zeros up to the alignment behind them.
-u64 paddedHash(std::span<const std::byte> bytes) {
-    if (bytes.size() == aligned(bytes.size())) return hashBytes(bytes.data(), bytes.size());
-    std::vector<std::byte> padded(bytes.begin(), bytes.end());
-    padded.resize(aligned(bytes.size()));
-    return hashBytes(padded.data(), padded.size());
-}
-
 } // namespace
 
 void FileWriter::write(std::span<const std::byte> bytes) {
@@ -48,7 +40,8 @@ Result FileWriter::take(std::span<const std::byte> piece, bool /*isBuffer*/) {
         entry.storedSize = packed.size();
         piece = packed;
     }
-    entry.hash = paddedHash(piece);
+    // With the zeros up to the alignment.
+    entry.hash = hashPadded(piece.data(), piece.size());
     m_entries.push_back(entry);
     write(piece);
     constexpr std::array<std::byte, alignment> zeros = {};

@@ -1,5 +1,7 @@
 #include "kelvo/base/hash.h"
 
+#include "kelvo/base/hash_steps.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -84,6 +86,46 @@ TEST(Hash, Words_HashAsTheirValuesFromTheLeastSignificantByteOn) {
         }
         EXPECT_EQ(hashWords(words.data(), count, 7), hashBytes(bytes.data(), bytes.size(), 7));
     }
+}
+
+template<typename Number>
+void expectHashFromTheLeastSignificantByteOn() {
+    for (u64 count = 0; count < 90; ++count) {
+        std::vector<Number> numbers;
+        std::vector<u8> bytes;
+        for (u64 i = 0; i < count; ++i) {
+            numbers.push_back(static_cast<Number>((i + 1) * 0x9e3779b97f4a7c15u));
+            for (u64 byte = 0; byte < sizeof(Number); ++byte)
+                bytes.push_back(static_cast<u8>(u64{numbers.back()} >> 8 * byte));
+        }
+        ASSERT_EQ(hashNumbers(numbers.data(), bytes.size(), sizeof(Number), 7),
+                  hashBytes(bytes.data(), bytes.size(), 7))
+            << count << " numbers of " << sizeof(Number) << " bytes";
+    }
+}
+
+TEST(Hash, Numbers_HashAsTheirValuesFromTheLeastSignificantByteOn) {
+    expectHashFromTheLeastSignificantByteOn<u8>();
+    expectHashFromTheLeastSignificantByteOn<u16>();
+    expectHashFromTheLeastSignificantByteOn<u32>();
+    expectHashFromTheLeastSignificantByteOn<u64>();
+}
+
+TEST(Hash, PaddedBytes_HashAsWithZerosBehindThem) {
+    for (u64 size = 0; size < 400; ++size) {
+        const std::vector<u8> bytes = randomBytes(size);
+        std::vector<u8> padded = bytes;
+        padded.resize((size + 63) / 64 * 64);
+        ASSERT_EQ(hashPadded(bytes.data(), size, 5), hashBytes(padded.data(), padded.size(), 5))
+            << size;
+    }
+}
+
+// Machines of this byte order do not read numbers like this; others do.
+TEST(Hash, SwappedNumbers_AreReadFromTheLastByteOn) {
+    EXPECT_EQ(detail::Swapped<2>::word(0x1122334455667788), 0x2211443366558877u);
+    EXPECT_EQ(detail::Swapped<4>::word(0x1122334455667788), 0x4433221188776655u);
+    EXPECT_EQ(detail::Swapped<8>::word(0x1122334455667788), 0x8877665544332211u);
 }
 
 TEST(Hash, Alignment_DoesNotMatter) {

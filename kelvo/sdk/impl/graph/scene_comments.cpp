@@ -10,6 +10,7 @@
 #include "kelvo/base/ascii.h"
 #include "kelvo/base/string_io.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace qv::kelvo_sdk::impl {
@@ -133,7 +134,8 @@ const Comments* SceneComments::findNamed(const void* attribute, const String& na
 }
 
 void SceneComments::remove(const interfaces::INode* node) {
-    leaveUnread(node);
+    Kept dropped;
+    leaveUnread(node, dropped);
     m_entries.erase(node);
     const auto list = m_attributes.find(node);
     if (list == m_attributes.end()) return;
@@ -169,11 +171,18 @@ void SceneComments::takeEntry(const void* key, Kept& kept) {
     if (place != m_entries.end()) kept.m_entries.push_back(m_entries.extract(place));
 }
 
+bool SceneComments::isBehindUnread(const interfaces::INode* node) const noexcept {
+    return std::ranges::find(m_file.unread, node, &UnreadLines::node) != m_file.unread.end();
+}
+
 // Forgets the node's address, because another node may have it later.
-void SceneComments::leaveUnread(const interfaces::INode* node) {
+void SceneComments::leaveUnread(const interfaces::INode* node, Kept& kept) {
+    kept.m_behind = isBehindUnread(node) ? node : nullptr;
+    if (!kept.m_behind) return;
+    kept.m_before = node->name();
     for (UnreadLines& lines : m_file.unread) {
         if (lines.node != node) continue;
-        lines.before = node->name();
+        lines.before = kept.m_before;
         lines.node = nullptr;
     }
 }
@@ -193,7 +202,7 @@ SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
 
 void SceneComments::take(const interfaces::INode* node, Kept& kept) {
     makeRoom(node, kept);
-    leaveUnread(node);
+    leaveUnread(node, kept);
     takeEntry(node, kept);
     const auto list = m_attributes.find(node);
     if (list == m_attributes.end()) return;
@@ -230,6 +239,8 @@ SceneComments::Kept SceneComments::take(const interfaces::IOutput* output) {
 
 // Needs no memory if no comments were added meanwhile.
 void SceneComments::putBack(Kept kept) {
+    for (UnreadLines& lines : m_file.unread)
+        if (!lines.node && lines.before.equals(kept.m_before)) lines.node = kept.m_behind;
     if (kept.m_list && !m_attributes.contains(kept.m_list.key()))
         m_attributes.insert(std::move(kept.m_list));
     for (auto& entry : kept.m_entries) {
@@ -268,6 +279,7 @@ SceneComments::Kept SceneComments::copyOf(const interfaces::INode* node) const {
         if (place != m_entries.end() && place->second.owner == node) copy.m_entries.insert(*place);
     };
     add(node);
+    if (isBehindUnread(node)) copy.m_file = m_file;
     const auto list = m_attributes.find(node);
     if (list == m_attributes.end()) return copy.take(node);
     for (const void* attribute : list->second)

@@ -129,7 +129,8 @@ private:
         Comments comments;
     };
 
-    void leaveUnread(const interfaces::INode* node);
+    [[nodiscard]] bool isBehindUnread(const interfaces::INode* node) const noexcept;
+    void leaveUnread(const interfaces::INode* node, Kept& kept);
     void takeEntry(const void* key, Kept& kept);
     void setAttribute(const void* attribute, const interfaces::INode* owner, const String& name,
                       Comments comments);
@@ -146,6 +147,9 @@ private:
     std::vector<std::unordered_map<const void*, Entry>::node_type> m_entries;
     // The attributes of a node.
     std::unordered_map<const interfaces::INode*, std::vector<const void*>>::node_type m_list;
+    // A node that unread lines stand before, and its name in them; null for none.
+    const interfaces::INode* m_behind = nullptr;
+    String m_before;
 };
 
 } // namespace qv::kelvo_sdk::impl

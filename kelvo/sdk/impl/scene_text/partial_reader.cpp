@@ -20,7 +20,7 @@ bool PartialReader::read() {
     for (u32 round = 0; round < mostRounds; ++round) {
         const Outcome outcome = readOnce();
         if (outcome == Outcome::Hopeless) return false;
-        if (outcome == Outcome::Clean) return !m_tree->nodes.empty();
+        if (outcome == Outcome::Clean) return !m_options.needsNode || !m_tree->nodes.empty();
         sortGaps();
     }
     return false;

@@ -20,7 +20,8 @@ public:
     PartialReader(Scene& scene, std::string_view text, const ReadOptions& options)
         : m_scene(scene), m_text(text), m_options(options) {}
 
-    /// Returns false when no node can be read, or the text is not scene text.
+    /// Returns false when the text is not scene text, or no node can be read and the options need
+    /// one.
     [[nodiscard]] bool read();
     /// Returns the tree of all parts that were read; call after `read`.
     [[nodiscard]] SceneTree& tree() noexcept { return *m_tree; }

@@ -20,6 +20,8 @@ struct ReadOptions {
     u64 maxNodes = 1'000'000;
     /// Builds the parts of a text that have no errors, and keeps the rest in the comments.
     bool isPartial = false;
+    /// Refuses a partial text without a readable node.
+    bool needsNode = true;
     /// The threads that read; 0 for as many as the machine runs at once. Scene, errors and
     /// notifications are the same for any number.
     u32 threads = 0;

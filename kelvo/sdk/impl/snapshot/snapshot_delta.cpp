@@ -39,6 +39,17 @@ SnapshotDelta::SnapshotDelta(const Snapshot& from, const Snapshot& to) : m_from(
     }
 }
 
+SnapshotDelta::SnapshotDelta(const SnapshotDelta& other)
+    : m_from(other.m_from),
+      m_to(other.m_to),
+      m_added(other.m_added),
+      m_removed(other.m_removed),
+      m_changed(other.m_changed),
+      m_inputs(other.m_inputs),
+      m_isOrderChanged(other.m_isOrderChanged) {
+    giveInputs();
+}
+
 void SnapshotDelta::compare() {
     const auto *from = pictureOf(m_from), *to = pictureOf(m_to);
     using Records = impl::SharedArray<const impl::NodeRecord*>;
@@ -61,22 +72,20 @@ void SnapshotDelta::compare() {
         }
         compareNodes(*kept[i].first, *kept[i].second, differences);
     }
-    const InputChange* next = m_inputs.data();
-    for (NodeChange& change : m_changed) {
-        change.inputs = {next, change.inputs.size()};
-        next += change.inputs.size();
-    }
+    giveInputs();
     const auto stamp = from->version() < to->version() ? &impl::SnapshotTables::orderStamp
                                                        : &impl::SnapshotTables::orderStampBack;
     m_isOrderChanged = from->tables().*stamp != to->tables().*stamp;
     if (!m_isOrderChanged) bringIntoOrder();
 }
 
-// Notes only the number of inputs, because the list of all may still move.
+// Notes only the number of inputs, because the list of all may still move. A node that was removed
+// and restored has another record with the same content.
 void SnapshotDelta::compareNodes(const impl::NodeRecord& before, const impl::NodeRecord& after,
                                  std::vector<impl::RecordDifference>& differences) {
     const auto *from = pictureOf(m_from), *to = pictureOf(m_to);
     impl::findDifference(before, after, differences);
+    if (differences.empty() && impl::isSame(before, after)) return;
     for (const impl::RecordDifference& found : differences)
         m_inputs.push_back(
             {viewOf(from, before, found.before), viewOf(to, after, found.after), found.parts});
@@ -85,6 +94,15 @@ void SnapshotDelta::compareNodes(const impl::NodeRecord& before, const impl::Nod
                          !before.name().equals(after.name()),
                          !isSameType(before.shape(), after.shape()),
                          {static_cast<const InputChange*>(nullptr), differences.size()}});
+}
+
+// Each changed node has the next part of the list of all.
+void SnapshotDelta::giveInputs() noexcept {
+    const InputChange* next = m_inputs.data();
+    for (NodeChange& change : m_changed) {
+        change.inputs = {next, change.inputs.size()};
+        next += change.inputs.size();
+    }
 }
 
 // The added nodes are the last ones.

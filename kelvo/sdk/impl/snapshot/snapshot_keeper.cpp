@@ -99,7 +99,7 @@ void SnapshotKeeper::followLibraries() {
 
 void SnapshotKeeper::updateFile() {
     const Comments& now = m_scene.comments().file();
-    if (now == m_file) return;
+    if (now == m_file && !m_isFileLost) return;
     auto made = RefersTo<SnapshotFile>::adopt(new SnapshotFile);
     made->comments = now;
     for (UnreadLines& lines : made->comments.unread) {
@@ -109,6 +109,7 @@ void SnapshotKeeper::updateFile() {
     Comments known = now;
     m_line->current.file = std::move(made);
     m_file = std::move(known);
+    m_isFileLost = false;
 }
 
 // Compares addresses alone: the node may no longer exist.
@@ -187,8 +188,11 @@ void SnapshotKeeper::nodeEntered(Node& node) noexcept {
     note(node.number());
 }
 
+// Another node may have the address later.
 void SnapshotKeeper::nodeTakenOut(Node& node) noexcept {
     note(node.number());
+    for (const UnreadLines& lines : m_file.unread)
+        m_isFileLost |= lines.node == &node;
 }
 
 void SnapshotKeeper::nodeChanged(const Node& node, bool /*wasDirty*/) noexcept {
@@ -214,11 +218,15 @@ void SnapshotKeeper::inserted(u64 index, NodeNumber number) noexcept {
     }
 }
 
+// A node that came back since the last snapshot may be about to be moved behind new ones.
 void SnapshotKeeper::removed(u64 index) noexcept {
     if (m_isLost) return;
     SnapshotTables& tables = m_line->current;
     try {
-        if (index + 1 != tables.order.size()) ++tables.orderStampBack;
+        if (index + 1 != tables.order.size()) {
+            ++tables.orderStampBack;
+            if (!tables.record(tables.order.at(index))) ++tables.orderStamp;
+        }
         tables.order.remove(index, m_line->store);
     } catch (const std::bad_alloc&) {
         m_isLost = true;

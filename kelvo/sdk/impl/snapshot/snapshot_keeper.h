@@ -59,6 +59,8 @@ private:
     std::vector<RefersTo<interfaces::ILibInfo>> m_libraries;
     // The comments of the text as a whole that the last snapshot has.
     Comments m_file;
+    // Set when a node that unread lines stand before has left the scene.
+    bool m_isFileLost = false;
     // Set at first, and when memory was out: the tables have to be made again.
     bool m_isLost = true;
 };

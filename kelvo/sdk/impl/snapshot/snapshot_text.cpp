@@ -4,11 +4,13 @@
 #include "kelvo/sdk/impl/graph/handle_failure.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/scene_text/scene_reader.h"
 #include "kelvo/sdk/impl/snapshot/record_text.h"
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/snapshot.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace qv::kelvo_sdk {
 
@@ -32,6 +34,17 @@ bool hasGaps(const impl::SnapshotTables& tables) {
     return isAny;
 }
 
+// The limits are for texts from outside: whatever a scene held is read again, gaps included.
+impl::ReadOptions optionsFor(const impl::SnapshotTables& tables) {
+    impl::ReadOptions options;
+    options.source = "the snapshot";
+    options.maxDepth = std::numeric_limits<u32>::max();
+    options.maxNodes = std::numeric_limits<u64>::max();
+    options.isPartial = hasGaps(tables);
+    options.needsNode = false;
+    return options;
+}
+
 } // namespace
 
 String Snapshot::text() const {
@@ -44,7 +57,6 @@ String Snapshot::text(const WriteOptions& options) const {
     return out.take();
 }
 
-// A text with gaps is read as one, so that the gaps are kept.
 Result Scene::read(const Snapshot& snapshot) const {
     if (!get()) return impl::emptyHandle("scene");
     if (!snapshot) return impl::emptyHandle("snapshot");
@@ -52,7 +64,9 @@ Result Scene::read(const Snapshot& snapshot) const {
     StringIO text;
     impl::writeText(tables, text, 0, impl::implOf(get()));
     Diagnostics found;
-    return read(text.take(), "the snapshot", {.isPartial = hasGaps(tables)}, &found).isRead;
+    const bool isRead =
+        impl::readScene(impl::implOf(*get()), text.take().view(), optionsFor(tables), &found);
+    return isRead ? Result() : Result::failure(found[0].text());
 }
 
 String SnapshotNode::text() const {

@@ -130,7 +130,9 @@ u64 Buffer::hash() const noexcept {
     if (type() == DataType::Null && count() == 0) return 1;
     if (const u64 known = m_block->hash.load(std::memory_order_relaxed)) return known;
     const u64 seed = hashMix(static_cast<u64>(m_block->type), m_block->count);
-    const u64 hash = std::max<u64>(hashBytes(m_block->elements(), m_block->bytes(), seed), 1);
+    const u64 width = dataTypeSize(dataTypeComponent(m_block->type));
+    const u64 hash =
+        std::max<u64>(hashNumbers(m_block->elements(), m_block->bytes(), width, seed), 1);
     m_block->hash.store(hash, std::memory_order_relaxed);
     return hash;
 }

@@ -330,6 +330,29 @@ TEST_F(PartialReaderEdits, LinesInFrontOfARenamedAndRemovedNode_ComeBackWithIt) 
     scene.removeNode(scene["c"]);
     EXPECT_TRUE(scene.undo());
     EXPECT_EQ(textOf(scene), renamed);
+    EXPECT_TRUE(scene.undo());
+    EXPECT_EQ(textOf(scene), kKept);
+}
+
+TEST_F(PartialReaderEdits, LinesInFrontOfARenamedAndConvertedNode_ComeBackWithIt) {
+    scene.renameNode(scene["b"], "c");
+    scene["c"].convertTo("u");
+    EXPECT_TRUE(scene.undo());
+    EXPECT_TRUE(scene.undo());
+    EXPECT_EQ(textOf(scene), kKept);
+}
+
+// The lines know the removed node by name, which another node has for a while.
+TEST_F(PartialReaderEdits, LinesInFrontOfARemovedNode_LeaveANodeOfItsNameAgain) {
+    scene.removeNode(scene["b"]);
+    const Node other = scene.createNode("t", "b");
+    scene.renameNode(other, "c");
+    const std::string renamed = textOf(scene);
+    EXPECT_TRUE(scene.undo());
+    EXPECT_TRUE(scene.undo());
+    EXPECT_TRUE(scene.redo());
+    EXPECT_TRUE(scene.redo());
+    EXPECT_EQ(textOf(scene), renamed);
 }
 
 TEST_F(PartialReaderEdits, RemovedInput_LeavesTheLinesAroundIt) {

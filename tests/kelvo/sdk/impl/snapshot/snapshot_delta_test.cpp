@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -129,6 +131,33 @@ TEST_F(SnapshotDeltaTest, Delta_KeepsItsSnapshotsAlive) {
     ASSERT_EQ(found.changed().size(), 1U);
     EXPECT_EQ(found.changed()[0].before["x"].get<double>(), 0.0);
     EXPECT_EQ(found.changed()[0].after["x"].get<double>(), 4.0);
+}
+
+TEST_F(SnapshotDeltaTest, Delta_Copied_HasInputsOfItsOwn) {
+    const Snapshot before = m_scene.snapshot();
+    node("a")["x"].set(1.0);
+    node("b")["x"].set(2.0);
+    std::optional<SnapshotDelta> first(delta(before, m_scene.snapshot()));
+    SnapshotDelta copy = *first, assigned = delta(before, before);
+    assigned = copy;
+    EXPECT_NE(copy.changed()[1].inputs.data(), first->changed()[1].inputs.data());
+    first.reset();
+    EXPECT_EQ(textOf(copy), "a: x value; b: x value; ");
+    EXPECT_EQ(textOf(assigned), textOf(copy));
+    const SnapshotDelta moved = std::move(copy);
+    EXPECT_EQ(textOf(moved), textOf(assigned));
+}
+
+// Removed and restored between the two snapshots, the node is one that both have.
+TEST_F(SnapshotDeltaTest, Delta_OfANodeThatCameBackBehindANewOne_SaysThatTheOrderChanged) {
+    m_scene.setUndoEnabled(true);
+    const Snapshot before = m_scene.snapshot();
+    m_scene.removeNode(node("c"));
+    static_cast<void>(m_scene.snapshot());
+    m_scene.undo();
+    m_scene.createNode("thing", "d");
+    m_scene.moveNode(node("c"), 3);
+    EXPECT_EQ(textOf(delta(before, m_scene.snapshot())), "+d order");
 }
 
 TEST_F(SnapshotDeltaTest, Delta_OfAMarkOnAnElement_NamesTheElement) {
