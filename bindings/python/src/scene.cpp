@@ -5,7 +5,6 @@
 
 #include <pybind11/stl.h>
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -82,50 +81,18 @@ String textOfScene(const LiveScene& scene, u32 threads) {
 }
 
 u64 readText(const LiveScene& scene, const String& text, const String& source, bool isPartial,
-             u32 threads, const py::object& found) {
+             u32 threads, u32 maxDiagnostics, const py::object& found) {
+    const ReadOptions options{isPartial, maxDiagnostics, threads};
     const LogScope log;
     Diagnostics diagnostics;
     ReadReport report;
     {
         const LongEdit use(scene);
-        report =
-            scene.read(text, source, {.isPartial = isPartial, .threads = threads}, &diagnostics);
+        report = scene.read(text, source, options, &diagnostics);
     }
     if (!report.isRead) raiseText(report.isRead, diagnostics);
     if (!found.is_none()) found.attr("extend")(listOf(diagnostics));
     return report.gapCount;
-}
-
-std::filesystem::path pathOf(const py::object& path) {
-    const auto bytes = py::module_::import("os").attr("fsencode")(path);
-    return std::filesystem::path(bytes.cast<std::string>());
-}
-
-void load(const LiveScene& scene, const py::object& path) {
-    const LogScope log;
-    const std::filesystem::path file = pathOf(path);
-    Diagnostics found;
-    Result isRead;
-    {
-        const LongEdit use(scene);
-        isRead = loadScene(scene, file, &found);
-    }
-    if (isRead) return;
-    if (found.size() > 0 && found[0].line > 0) raiseText(isRead, found);
-    raise(ErrorKind::File, isRead.message());
-}
-
-void save(const LiveScene& scene, const py::object& path) {
-    const LogScope log;
-    const std::filesystem::path file = pathOf(path);
-    Diagnostics found;
-    Result isWritten;
-    {
-        const LongRead use(scene);
-        isWritten = saveScene(scene, file, &found);
-    }
-    check(isWritten, ErrorKind::File);
-    check(scene.markSaved());
 }
 
 // The scope of `with scene.edit(...)`.
@@ -208,13 +175,9 @@ void addText() {
            "Returns the scene as text.");
     method(s_sceneType, "read", &readText, py::arg("text"), py::kw_only(),
            py::arg("source") = String("<text>"), py::arg("partial") = false, py::arg("threads") = 0,
-           py::arg("diagnostics") = py::none(),
+           py::arg("max_diagnostics") = 20, py::arg("diagnostics") = py::none(),
            "Adds the nodes of a scene text. Raises TextError, with the scene unchanged, for a text "
            "with errors; with `partial`, reads what can be read and returns the number of gaps.");
-    method(s_sceneType, "load", &load, py::arg("path"),
-           "Adds the nodes of a file, as `read` does. Raises FileError or TextError.");
-    method(s_sceneType, "save", &save, py::arg("path"),
-           "Writes the scene to a file, all or nothing, and marks it as saved.");
 }
 
 void addHistory() {
