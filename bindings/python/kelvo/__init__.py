@@ -14,7 +14,7 @@ import atexit
 
 from typing import TYPE_CHECKING
 
-from kelvo import _display, _kelvo, _observers, _scene
+from kelvo import _display, _kelvo, _models, _observers, _scene
 from kelvo._errors import (
     BusyError,
     DeadHandleError,
@@ -70,6 +70,7 @@ from kelvo._kelvo import (
     rules,
     set_language,
 )
+from kelvo._models import ImportReport
 from kelvo._observers import SceneChanges
 from kelvo._scene import (
     Findings,
@@ -87,13 +88,14 @@ from kelvo._scene import (
 __all__ = [
     "BusyError", "Change", "DeadHandleError", "Diagnostic", "Edit", "Error", "EvaluationError",
     "FileError", "Finding", "Findings", "FixReport", "FreedNode", "HelpGroup", "HelpPage",
-    "HelpRow", "Input", "InputChange", "InputProperty", "InvalidValueError", "KindError",
-    "LayoutGroup", "LayoutPage", "Library", "Match", "Merge", "MergeConflict", "Node", "NodeChange",
-    "NotFoundError", "Output", "PathWalk", "Plugin", "RangeError", "ReadOnlyError", "RefusedError",
-    "Rule", "Scene", "SceneChange", "SceneChanges", "SceneDiff", "Snapshot", "SnapshotDelta",
-    "SnapshotInput", "SnapshotMatch", "SnapshotNode", "SnapshotOutput", "Subscription", "TextError",
-    "UndoStep", "Why", "WhyChain", "delta", "diff", "language", "load_plugins", "merge",
-    "open_binary", "open_scene", "read_snapshot", "rules", "set_language", "why",
+    "HelpRow", "ImportReport", "Input", "InputChange", "InputProperty", "InvalidValueError",
+    "KindError", "LayoutGroup", "LayoutPage", "Library", "Match", "Merge", "MergeConflict", "Node",
+    "NodeChange", "NotFoundError", "Output", "PathWalk", "Plugin", "RangeError", "ReadOnlyError",
+    "RefusedError", "Rule", "Scene", "SceneChange", "SceneChanges", "SceneDiff", "Snapshot",
+    "SnapshotDelta", "SnapshotInput", "SnapshotMatch", "SnapshotNode", "SnapshotOutput",
+    "Subscription", "TextError", "UndoStep", "Why", "WhyChain", "delta", "diff", "language",
+    "load_plugins", "merge", "open_binary", "open_scene", "read_snapshot", "rules", "set_language",
+    "why",
 ]
 
 if TYPE_CHECKING:
@@ -101,9 +103,10 @@ if TYPE_CHECKING:
 
 _scene.complete()
 _display.complete()
+_models.complete()
 # Nothing of the library may call Python while the interpreter ends.
 atexit.register(_kelvo._release_log)
-del _display, _observers, _scene
+del _display, _models, _observers, _scene
 
 
 def __getattr__(name: str) -> object:

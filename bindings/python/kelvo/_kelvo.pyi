@@ -3,6 +3,7 @@ from collections.abc import Callable, Iterable, Iterator
 from types import TracebackType
 from typing import Any, ClassVar, Generic, Literal, SupportsIndex, TypeVar, Union, final, overload
 
+from kelvo._models import Axis, ImportReport, TexturePaths
 from kelvo._observers import SceneChanges
 from kelvo._scene import Findings, FixReport, SnapshotMatch
 from kelvo._types import Numbers
@@ -103,6 +104,12 @@ class Scene:
                  needs_types: bool = ...) -> Findings: ...
     def fix(self, least: _Severity = ..., *, file_exists: Callable[[str], bool] | None = ...,
             needs_types: bool = ...) -> FixReport: ...
+    def import_model(self, path: _StrPath, *, scene_folder: _StrPath | None = ...,
+                     texture_paths: TexturePaths = ..., textures_to: _StrPath | None = ...,
+                     join_vertices: bool = ..., up: Axis | None = ...,
+                     unit: str | float | None = ..., model_up: Axis | None = ...,
+                     model_unit: str | float | None = ...,
+                     tool: _StrPath | None = ...) -> ImportReport: ...
     def _find(self, pattern: str, type: str | None, value: str | None, nodes: bool, inputs: bool,
               libraries: Iterable[Library] | None, /) -> list[Match]: ...
     def _validate(self, file_exists: Callable[[str], bool] | None, needs_types: bool,
