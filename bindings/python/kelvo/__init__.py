@@ -15,6 +15,7 @@ import atexit
 from typing import TYPE_CHECKING
 
 from kelvo import _display, _kelvo, _models, _observers, _scene
+from kelvo._display import Graph
 from kelvo._errors import (
     BusyError,
     DeadHandleError,
@@ -87,7 +88,7 @@ from kelvo._scene import (
 
 __all__ = [
     "BusyError", "Change", "DeadHandleError", "Diagnostic", "Edit", "Error", "EvaluationError",
-    "FileError", "Finding", "Findings", "FixReport", "FreedNode", "HelpGroup", "HelpPage",
+    "FileError", "Finding", "Findings", "FixReport", "FreedNode", "Graph", "HelpGroup", "HelpPage",
     "HelpRow", "ImportReport", "Input", "InputChange", "InputProperty", "InvalidValueError",
     "KindError", "LayoutGroup", "LayoutPage", "Library", "Match", "Merge", "MergeConflict", "Node",
     "NodeChange", "NotFoundError", "Output", "PathWalk", "Plugin", "RangeError", "ReadOnlyError",
