@@ -18,6 +18,26 @@ void change(const LiveScene& scene, Change&& body, ErrorKind kind = ErrorKind::R
     check(body(), kind);
 }
 
+// Changes what is no content of the scene: an edit of its own would be a step of the history.
+template<class Change>
+void manage(const LiveScene& scene, Change&& body) {
+    const LogScope log;
+    checkEditable(scene.get());
+    check(body());
+}
+
+// Goes through the history.
+template<class Step>
+void step(const LiveScene& scene, Step&& body) {
+    const LogScope log;
+    Result isDone;
+    {
+        const LongStep use(scene);
+        isDone = body();
+    }
+    check(isDone);
+}
+
 String typeNameFor(const py::object& type) {
     if (py::isinstance<py::str>(type)) return type.cast<String>();
     if (PyType_Check(type.ptr()) && py::hasattr(type, "type_name"))
@@ -185,26 +205,10 @@ void addHistory() {
         s_sceneType, "undo_enabled", [](const LiveScene& scene) { return scene.undoEnabled(); },
         "Whether edits are recorded for undo; off at first.",
         setter(s_sceneType, [](const LiveScene& scene, bool isEnabled) {
-            change(scene, [&] { return scene.setUndoEnabled(isEnabled); });
+            manage(scene, [&] { return scene.setUndoEnabled(isEnabled); });
         }));
-    const auto undo = [](const LiveScene& scene) {
-        const LogScope log;
-        Result isDone;
-        {
-            const LongEdit use(scene);
-            isDone = scene.undo();
-        }
-        check(isDone);
-    };
-    const auto redo = [](const LiveScene& scene) {
-        const LogScope log;
-        Result isDone;
-        {
-            const LongEdit use(scene);
-            isDone = scene.redo();
-        }
-        check(isDone);
-    };
+    const auto undo = [](const LiveScene& scene) { step(scene, [&] { return scene.undo(); }); };
+    const auto redo = [](const LiveScene& scene) { step(scene, [&] { return scene.redo(); }); };
     method(s_sceneType, "undo", undo, "Takes back the last step. Raises RefusedError without one.");
     method(s_sceneType, "redo", redo, "Does the step again that was undone last.");
     property(
@@ -228,7 +232,7 @@ void addHistory() {
     method(
         s_sceneType, "set_undo_limits",
         [](const LiveScene& scene, u64 bytes, u64 steps) {
-            change(scene, [&] { return scene.setUndoLimits({bytes, steps}); });
+            manage(scene, [&] { return scene.setUndoLimits({bytes, steps}); });
         },
         py::arg("bytes") = u64{256} << 20, py::arg("steps") = u64{1000},
         "Bounds the history, in bytes and steps.");
@@ -241,13 +245,13 @@ void addState() {
     method(
         s_sceneType, "set_checkpoint",
         [](const LiveScene& scene, const String& name) {
-            change(scene, [&] { return scene.setCheckpoint(name); });
+            manage(scene, [&] { return scene.setCheckpoint(name); });
         },
         py::arg("name"), "Names the present state.");
     method(
         s_sceneType, "return_to",
         [](const LiveScene& scene, const String& name) {
-            change(scene, [&] { return scene.returnTo(name); });
+            step(scene, [&] { return scene.returnTo(name); });
         },
         py::arg("name"), "Undoes or redoes up to a named state.");
     property(
@@ -255,7 +259,7 @@ void addState() {
         "The names of the states within reach, oldest first.");
     method(
         s_sceneType, "mark_saved",
-        [](const LiveScene& scene) { change(scene, [&] { return scene.markSaved(); }); },
+        [](const LiveScene& scene) { manage(scene, [&] { return scene.markSaved(); }); },
         "Marks the present state as saved.");
     property(
         s_sceneType, "is_saved", [](const LiveScene& scene) { return scene.isSaved(); },
@@ -266,13 +270,13 @@ void addEvaluation() {
     method(
         s_sceneType, "set_dirty_state_cached",
         [](const LiveScene& scene, bool isCached) {
-            change(scene, [&] { return scene.setDirtyStateCached(isCached); });
+            manage(scene, [&] { return scene.setDirtyStateCached(isCached); });
         },
         py::arg("cached"), "Keeps dirty flags up to date with each change.");
     method(
         s_sceneType, "set_eval_cache",
         [](const LiveScene& scene, u64 bytes, bool isChecked) {
-            change(scene, [&] { return scene.setEvalCache(bytes, isChecked); });
+            manage(scene, [&] { return scene.setEvalCache(bytes, isChecked); });
         },
         py::arg("max_bytes"), py::arg("checked") = false, "Caches results of eval callbacks.");
     method(
