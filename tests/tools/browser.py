@@ -72,11 +72,15 @@ class Browser:
 
     def open(self, path, fragment=""):
         """Opens a file and waits until it is loaded."""
+        self.visit(f"file://{path}{fragment}")
+
+    def visit(self, url):
+        """Opens an address and waits until it is loaded."""
         self._events.clear()
         # Changing only the fragment would load nothing.
         self.call("Page.navigate", url="about:blank")
         self._wait("Page.loadEventFired")
-        self.call("Page.navigate", url=f"file://{path}{fragment}")
+        self.call("Page.navigate", url=url)
         self._wait("Page.loadEventFired")
 
     def value(self, expression):

@@ -181,7 +181,7 @@ Status runImport(const ImportOptions& options, Terminal& out) {
 
 Status runImport(const ImportOptions&, Terminal&) {
     complain("this build has no import of models.");
-    return Status::Usage;
+    return Status::Fault;
 }
 
 #endif

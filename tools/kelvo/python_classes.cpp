@@ -26,14 +26,16 @@ constexpr std::string_view pythonWords[] = {
 
 // The attributes of every node.
 constexpr std::string_view nodeNames[] = {
-    "bases",         "clone",         "content_hash", "convert_to", "create_input",
-    "create_output", "dependencies",  "descendants",  "dirty",      "display_name",
-    "file_path",     "first_path_to", "help",         "html_help",  "index_in",
-    "input",         "inputs",        "is_abstract",  "is_alive",   "is_type_of",
-    "label",         "name",          "observe",      "output",     "outputs",
-    "parent_to",     "paths",         "paths_to",     "prepare",    "remove",
-    "remove_input",  "remove_output", "scene",        "svg_icon",   "text",
-    "type",          "type_name",     "unparent_from"};
+    "bases",          "check_mesh",   "clone",         "content_hash",  "convert_to",
+    "copy_by_itself", "create_input", "create_output", "dependencies",  "descendants",
+    "dirty",          "display_name", "file_path",     "first_path_to", "help",
+    "help_example",   "help_pages",   "help_title",    "html_help",     "index_in",
+    "input",          "inputs",       "is_abstract",   "is_alive",      "is_internal",
+    "is_type_of",     "label",        "layout_pages",  "name",          "observe",
+    "output",         "outputs",      "parent_to",     "paths",         "paths_to",
+    "prepare",        "remove",       "remove_input",  "remove_output", "scene",
+    "site_help",      "svg_icon",     "text",          "type",          "type_name",
+    "unparent_from"};
 
 template<class Names>
 bool isAmong(const Names& names, std::string_view name) {

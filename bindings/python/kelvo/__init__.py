@@ -14,7 +14,8 @@ import atexit
 
 from typing import TYPE_CHECKING
 
-from kelvo import _display, _kelvo, _observers, _scene
+from kelvo import _display, _kelvo, _models, _observers, _scene
+from kelvo._display import Graph
 from kelvo._errors import (
     BusyError,
     DeadHandleError,
@@ -34,12 +35,20 @@ from kelvo._kelvo import (
     Diagnostic,
     Edit,
     Finding,
+    FreedNode,
+    HelpGroup,
+    HelpPage,
+    HelpRow,
     Input,
+    InputChange,
     InputProperty,
+    LayoutGroup,
+    LayoutPage,
     Library,
     Match,
     MergeConflict,
     Node,
+    NodeChange,
     Output,
     PathWalk,
     Rule,
@@ -53,22 +62,41 @@ from kelvo._kelvo import (
     SnapshotOutput,
     Subscription,
     UndoStep,
+    WhyChain,
     delta,
     diff,
+    language,
+    open_binary,
+    read_snapshot,
     rules,
     set_language,
 )
+from kelvo._models import ImportReport
 from kelvo._observers import SceneChanges
-from kelvo._scene import Findings, FixReport, Merge, Plugin, load_plugins, merge, open_scene
+from kelvo._scene import (
+    Findings,
+    FixReport,
+    Merge,
+    Plugin,
+    SnapshotMatch,
+    Why,
+    load_plugins,
+    merge,
+    open_scene,
+    why,
+)
 
 __all__ = [
     "BusyError", "Change", "DeadHandleError", "Diagnostic", "Edit", "Error", "EvaluationError",
-    "FileError", "Finding", "Findings", "FixReport", "Input", "InputProperty", "InvalidValueError",
-    "KindError", "Library", "Match", "Merge", "MergeConflict", "Node", "NotFoundError", "Output",
-    "PathWalk", "Plugin", "RangeError", "ReadOnlyError", "RefusedError", "Rule", "Scene",
-    "SceneChange", "SceneChanges", "SceneDiff", "Snapshot", "SnapshotDelta", "SnapshotInput",
-    "SnapshotNode", "SnapshotOutput", "Subscription", "TextError", "UndoStep", "delta", "diff",
-    "load_plugins", "merge", "open_scene", "rules", "set_language",
+    "FileError", "Finding", "Findings", "FixReport", "FreedNode", "Graph", "HelpGroup", "HelpPage",
+    "HelpRow", "ImportReport", "Input", "InputChange", "InputProperty", "InvalidValueError",
+    "KindError", "LayoutGroup", "LayoutPage", "Library", "Match", "Merge", "MergeConflict", "Node",
+    "NodeChange", "NotFoundError", "Output", "PathWalk", "Plugin", "RangeError", "ReadOnlyError",
+    "RefusedError", "Rule", "Scene", "SceneChange", "SceneChanges", "SceneDiff", "Snapshot",
+    "SnapshotDelta", "SnapshotInput", "SnapshotMatch", "SnapshotNode", "SnapshotOutput",
+    "Subscription", "TextError", "UndoStep", "Why", "WhyChain", "delta", "diff", "language",
+    "load_plugins", "merge", "open_binary", "open_scene", "read_snapshot", "rules", "set_language",
+    "why",
 ]
 
 if TYPE_CHECKING:
@@ -76,9 +104,10 @@ if TYPE_CHECKING:
 
 _scene.complete()
 _display.complete()
+_models.complete()
 # Nothing of the library may call Python while the interpreter ends.
 atexit.register(_kelvo._release_log)
-del _display, _observers, _scene
+del _display, _models, _observers, _scene
 
 
 def __getattr__(name: str) -> object:

@@ -73,7 +73,7 @@ def _box(x: int, y: int, node: Node) -> str:
             f"<text x='{x + 8}' y='{y + 29}' font-size='10' fill='#5a6b7a'>{kind}</text>")
 
 
-def _columns(scene: Scene, links: dict[Node, list[Node]]) -> dict[Node, int]:
+def _columns(links: dict[Node, list[Node]]) -> dict[Node, int]:
     """Returns the column of each node: one more than that of the nodes that depend on it."""
     columns = {node: 0 for node in links}
     for _ in range(min(len(columns), 12)):
@@ -84,12 +84,21 @@ def _columns(scene: Scene, links: dict[Node, list[Node]]) -> dict[Node, int]:
     return columns
 
 
-def scene_svg(self: Scene) -> str:
-    """Returns a picture of the graph: nodes with lines to those that they depend on."""
-    links = {node: _links(node) for node in self[:LIMIT]}
+class Graph:
+    """Nodes with lines to those that they depend on, shown as a picture."""
+
+    def __init__(self, nodes: Iterable[Node]) -> None:
+        self.nodes = list(nodes)
+
+    def _repr_svg_(self) -> str:
+        return _picture(self.nodes[:LIMIT])
+
+
+def _picture(nodes: Sequence[Node]) -> str:
+    links = {node: _links(node) for node in nodes}
     places: dict[Node, tuple[int, int]] = {}
     rows: dict[int, int] = {}
-    for node, column in _columns(self, links).items():
+    for node, column in _columns(links).items():
         row = rows.get(column, 0)
         rows[column] = row + 1
         places[node] = (10 + column * 200, 10 + row * 50)
@@ -103,6 +112,16 @@ def scene_svg(self: Scene) -> str:
             f"font-family='sans-serif'>{''.join(lines)}{''.join(boxes)}</svg>")
 
 
+def graph(self: Scene, nodes: Iterable[Node] | None = None) -> Graph:
+    """Returns the graph of some nodes, by default all, which shows itself as a picture."""
+    return Graph(self.nodes if nodes is None else nodes)
+
+
+def scene_svg(self: Scene) -> str:
+    """Returns the picture of the graph."""
+    return _picture(self[:LIMIT])
+
+
 def node_svg(self: Node) -> str | None:
     """Returns the icon of the type; None without one."""
     return self.svg_icon() or None
@@ -110,6 +129,7 @@ def node_svg(self: Node) -> str | None:
 
 def complete() -> None:
     """Adds the functions of this module to the classes."""
+    setattr(Scene, "graph", graph)
     setattr(Scene, "_repr_html_", scene_html)
     setattr(Scene, "_repr_svg_", scene_svg)
     setattr(Node, "_repr_html_", node_html)

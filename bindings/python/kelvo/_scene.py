@@ -9,7 +9,17 @@ from typing import TYPE_CHECKING, Any, NamedTuple, TypeVar, Union
 
 from kelvo import _kelvo
 from kelvo._errors import Error
-from kelvo._kelvo import Finding, Library, MergeConflict, Node, Scene, Snapshot
+from kelvo._kelvo import (
+    Finding,
+    Library,
+    MergeConflict,
+    Node,
+    Scene,
+    Snapshot,
+    SnapshotInput,
+    SnapshotNode,
+    WhyChain,
+)
 
 if TYPE_CHECKING:
     from kelvo import Match
@@ -41,6 +51,23 @@ class Merge(NamedTuple):
     conflicts: list[MergeConflict]
 
 
+class SnapshotMatch(NamedTuple):
+    """A node or an input that a search in a snapshot found."""
+
+    node: SnapshotNode
+    input: SnapshotInput | None
+    """None when the node itself matched."""
+    path: str
+
+
+class Why(NamedTuple):
+    """The outcome of `why`."""
+
+    chains: list[WhyChain]
+    is_complete: bool
+    """False when more nodes differ than were asked for."""
+
+
 @dataclass(frozen=True)
 class Plugin:
     """A loaded node library."""
@@ -60,6 +87,22 @@ def find(self: Scene, pattern: str = "**", *, type: str | None = None, value: st
             match.input.value = 10
     """
     return list(self._find(pattern, type, value, nodes, inputs, libraries))
+
+
+def find_in_snapshot(self: Snapshot, pattern: str = "**", *, type: str | None = None,
+                     value: str | None = None, nodes: bool = True, inputs: bool = True,
+                     libraries: Iterable[Library] | None = None) -> list[SnapshotMatch]:
+    """Finds nodes and inputs as `Scene.find` does. Bases of types are looked up in the libraries,
+    by default the standard one."""
+    found = _kelvo._find_in_snapshot(self, pattern, type, value, nodes, inputs, libraries)
+    return [SnapshotMatch(*one) for one in found]
+
+
+def why(before: Snapshot, after: Snapshot, node: SnapshotNode, *, at_most: int = 100) -> Why:
+    """Returns why the deep hash of a node, of one of the snapshots, differs between them: a
+    shortest chain of dependencies to each node that differs itself, shorter ones first."""
+    chains, is_complete = _kelvo._why(before, after, node, at_most)
+    return Why(chains, is_complete)
 
 
 def validate(self: Scene, *, file_exists: Callable[[str], bool] | None = os.path.exists,
@@ -108,7 +151,7 @@ def callback(self: Library, type: str, kind: str) -> Callable[[_Function], _Func
             return 2 * node["x"]
 
     `kind` is "init" (node), "prep" (node), "eval" (node, output), "modify" (modifier, node),
-    "changed" (input) or "free" (the name of the node, which is being destroyed).
+    "changed" (input) or "free" (a FreedNode: the node is being destroyed).
     """
     def attach(function: _Function) -> _Function:
         self.set_callback(type, kind, function)
@@ -150,6 +193,14 @@ def _copy_scene(self: Scene, memo: object = None) -> Scene:
     return copy
 
 
+def _reduce_snapshot(self: Snapshot) -> tuple[Callable[..., Snapshot], tuple[object, ...]]:
+    return _restore_snapshot, (self.to_bytes(),)
+
+
+def _restore_snapshot(data: bytes) -> Snapshot:
+    return Snapshot.from_bytes(data, name="<pickle>")
+
+
 def _refuse_pickle(self: object) -> object:
     raise TypeError(f"A {type(self).__name__} cannot be pickled: pickle its scene, and look it up "
                     "by name.")
@@ -166,15 +217,5 @@ def complete() -> None:
     setattr(Node, "__reduce__", _refuse_pickle)
     setattr(_kelvo.Input, "__reduce__", _refuse_pickle)
     setattr(_kelvo.Output, "__reduce__", _refuse_pickle)
+    setattr(Snapshot, "find", find_in_snapshot)
     setattr(Snapshot, "__reduce__", _reduce_snapshot)
-
-
-def _reduce_snapshot(self: Snapshot) -> tuple[Callable[..., Snapshot], tuple[object, ...]]:
-    from kelvo._snapshot_text import text_of
-    return _restore_snapshot, (text_of(self),)
-
-
-def _restore_snapshot(text: str) -> Snapshot:
-    scene = Scene(libraries=[])
-    scene.read(text, source="<pickle>")
-    return scene.snapshot()

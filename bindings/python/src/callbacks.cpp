@@ -104,11 +104,57 @@ bool modify(INode* node, INode* other) {
                 [&](const py::object& f) { return isSuccess(f(wrap(node), wrap(other))); });
 }
 
-// The node is being destroyed, so Python gets its name alone.
+// A node that is being destroyed. Handles on it must not outlive the callback, so Python gets this
+// view, which is dead then.
+struct FreedNode {
+    String name;
+    String type;
+    INode* node;
+};
+
+// Ends the view with the callback.
+class FreedScope {
+public:
+    explicit FreedScope(FreedNode& freed) noexcept : m_freed(freed) {}
+    ~FreedScope() { m_freed.node = nullptr; }
+    FreedScope(const FreedScope&) = delete;
+    FreedScope& operator=(const FreedScope&) = delete;
+
+private:
+    FreedNode& m_freed;
+};
+
+py::object storedIn(IInput& input) {
+    if (input.type() == AttrType::Node) {
+        const Node linked = Input(&input).asNode(false);
+        return linked ? py::object(py::cast(linked.name())) : py::none();
+    }
+    if (input.type() != AttrType::Array && input.type() != AttrType::Object)
+        return readValue(input, false);
+    py::list values;
+    py::dict members;
+    for (const Input& inner : Input(&input).inputs()) {
+        if (input.type() == AttrType::Array)
+            values.append(storedIn(*inner.get()));
+        else
+            members[py::cast(inner.name())] = storedIn(*inner.get());
+    }
+    return input.type() == AttrType::Array ? py::object(values) : py::object(members);
+}
+
+py::object valueOf(const FreedNode& freed, const py::object& path) {
+    if (!freed.node)
+        raise(ErrorKind::Dead, "Node '" + freed.name + "' is gone: its callback 'free' is over.");
+    return storedIn(inputOf(*freed.node, path.ptr()));
+}
+
 bool release(INode* node, void** data) {
     *data = nullptr;
-    return call(*node, Callback::Free,
-                [&](const py::object& f) { return isSuccess(f(node->name())); });
+    return call(*node, Callback::Free, [&](const py::object& f) {
+        const auto freed = std::make_shared<FreedNode>(FreedNode{node->name(), node->type(), node});
+        const FreedScope scope(*freed);
+        return isSuccess(f(freed));
+    });
 }
 
 // Unlike those of the other callbacks, its exceptions reach the code that made the change.
@@ -169,6 +215,16 @@ CallbackSet::~CallbackSet() {
     const py::gil_scoped_acquire lock;
     sets().erase(m_key);
     functions.clear();
+}
+
+void addFreedNode(py::module_& module) {
+    py::class_<FreedNode, std::shared_ptr<FreedNode>>(
+        module, "FreedNode", "A node in its callback \"free\", which is being destroyed.")
+        .def_readonly("name", &FreedNode::name)
+        .def_readonly("type", &FreedNode::type)
+        .def("__getitem__", &valueOf, py::arg("path"),
+             "Returns the stored value of an input, by name or path: links as names of nodes, "
+             "arrays as lists, objects as dicts. Raises DeadHandleError after the callback.");
 }
 
 EvalCtx* currentFrame() noexcept {

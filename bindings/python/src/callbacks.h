@@ -18,6 +18,9 @@ Library createLibrary(const String& source);
 void setCallback(const Library& library, const String& type, Callback callback,
                  const py::object& function);
 
+/// Adds the class of nodes in their callback "free".
+void addFreedNode(py::module_& module);
+
 /// The frame of the evaluation that runs a callback on this thread; null outside of evaluations.
 /// Reads of Python pass it on, so that endless evaluations are found.
 EvalCtx* currentFrame() noexcept;

@@ -83,6 +83,8 @@ void addCompare(py::module_& module) {
         .def_readonly("field", &SceneChange::field)
         .def_readonly("before", &SceneChange::before)
         .def_readonly("after", &SceneChange::after)
+        .def_readonly("behind", &SceneChange::behind,
+                      "For an added part: the name of the part in front of it.")
         .def("__repr__", &changeRepr);
     py::class_<SceneDiff>(module, "SceneDiff", "The differences between two scenes.")
         .def_property_readonly("changes", [](const SceneDiff& d) { return d.changes(); })

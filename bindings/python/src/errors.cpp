@@ -20,7 +20,17 @@ struct LogLine {
 };
 
 thread_local std::vector<LogLine>* t_lines = nullptr;
-thread_local PyObject* t_cause = nullptr;
+
+// The exception of a callback; a thread that ends drops it.
+struct Cause {
+    PyObject* error = nullptr;
+    ~Cause() {
+        if (!error || !isPythonThere()) return;
+        const py::gil_scoped_acquire lock;
+        Py_DECREF(error);
+    }
+};
+thread_local Cause t_cause;
 
 py::object errorClass(ErrorKind kind) {
     return py::module_::import("kelvo._errors").attr(kClasses[static_cast<std::size_t>(kind)]);
@@ -77,7 +87,7 @@ LogScope::LogScope() noexcept : m_isOutermost(t_lines == nullptr) {
     if (!m_isOutermost) return;
     t_lines = &lines;
     // An exception that failed nothing is no cause of failures to come.
-    if (t_cause) Py_DECREF(std::exchange(t_cause, nullptr));
+    if (t_cause.error) Py_DECREF(std::exchange(t_cause.error, nullptr));
 }
 
 LogScope::~LogScope() {
@@ -107,12 +117,12 @@ void logCallbackError(const String& where, py::error_already_set& error) {
     const py::object trace = error.trace() ? error.trace() : py::none();
     const py::object lines = format(error.type(), error.value(), trace);
     const py::str text = py::str("").attr("join")(lines);
-    Py_XDECREF(std::exchange(t_cause, error.value().inc_ref().ptr()));
+    Py_XDECREF(std::exchange(t_cause.error, error.value().inc_ref().ptr()));
     logError("%s raised an exception:\n%s", where.buf(), std::string(text).c_str());
 }
 
 py::object takeCallbackError() {
-    PyObject* cause = std::exchange(t_cause, nullptr);
+    PyObject* cause = std::exchange(t_cause.error, nullptr);
     return cause ? py::reinterpret_steal<py::object>(cause) : py::none();
 }
 

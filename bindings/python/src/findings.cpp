@@ -1,40 +1,13 @@
-#include "bindings/python/src/library.h"
 #include "bindings/python/src/use.h"
 
-#include "kelvo/sdk/search.h"
 #include "kelvo/sdk/validation.h"
 
 #include <pybind11/stl.h>
 
-#include <cstring>
-
-// Search and validation.
+// Validation.
 namespace qv::python {
 
 namespace {
-
-Query queryOf(const String& pattern, const std::optional<String>& type,
-              const std::optional<String>& value, bool nodes, bool inputs,
-              const py::object& libraries) {
-    Query query{.pattern = pattern, .type = type, .value = value, .nodes = nodes, .inputs = inputs};
-    if (!libraries.is_none())
-        for (const py::handle library : py::reinterpret_borrow<py::iterable>(libraries))
-            query.libraries.push_back(libraryOf(library));
-    return query;
-}
-
-std::vector<Match> find(const LiveScene& scene, const String& pattern,
-                        const std::optional<String>& type, const std::optional<String>& value,
-                        bool nodes, bool inputs, const py::object& libraries) {
-    const Query query = queryOf(pattern, type, value, nodes, inputs, libraries);
-    Matches found;
-    {
-        const LongRead use(scene);
-        found = scene.find(query);
-    }
-    if (!found) raise(ErrorKind::Value, found.fault().message);
-    return {found.begin(), found.end()};
-}
 
 ValidationOptions optionsOf(const py::object& fileExists, bool needsTypes) {
     ValidationOptions options{.needsTypes = needsTypes};
@@ -85,17 +58,6 @@ void applyFix(const Finding& finding) {
     check(finding.fix->apply());
 }
 
-void addSearch(py::module_& module) {
-    py::class_<Match>(module, "Match", "A node or an input that a search found.")
-        .def_readonly("node", &Match::node, "The node, or the owner of the input.")
-        .def_readonly("input", &Match::input, "The input; None when the node itself matched.")
-        .def_property_readonly("path", &Match::path)
-        .def("__repr__", [](const Match& match) {
-            return py::str("<kelvo.Match ") + py::str(py::cast(match.path())) + py::str(">");
-        });
-    method(s_sceneType, "_find", &find);
-}
-
 void addRule(py::module_& module) {
     py::class_<ValidationRule>(module, "Rule", "A rule that scenes are checked by.")
         .def_property_readonly("id", [](const ValidationRule& rule) { return rule.id; })
@@ -120,7 +82,6 @@ void addRule(py::module_& module) {
 } // namespace
 
 void addFindings(py::module_& module) {
-    addSearch(module);
     addRule(module);
     py::class_<Finding>(module, "Finding", "A place where a scene breaks a rule.")
         .def_property_readonly("rule",

@@ -97,6 +97,15 @@ void addReading() {
             return all;
         },
         "The elements or members, as inputs.");
+    method(
+        s_inputType, "dependencies",
+        [](const LiveInput& input) {
+            py::list all;
+            for (const Node& node : input.dependencies())
+                all.append(wrap(node));
+            return all;
+        },
+        "Returns the nodes that the input and those inside it depend on.");
     property(
         s_inputType, "source", [](const LiveInput& input) { return input.source(); },
         "The output that the input is connected to; None without a connection.");
@@ -112,6 +121,15 @@ void addDescription() {
     property(
         s_inputType, "is_default", [](const LiveInput& input) { return input.isDefault(); },
         "Whether the value is the default.");
+    property(
+        s_inputType, "is_described", [](const LiveInput& input) { return input.isDescribed(); },
+        "Whether there is a default, bounds, choices, a unit, labels or help.");
+    property(
+        s_inputType, "is_omitted", [](const LiveInput& input) { return input.isOmitted(); },
+        "Whether scene text omits the input, because the definition supplies it.");
+    property(
+        s_inputType, "is_silent", [](const LiveInput& input) { return input.isSilent(); },
+        "Whether adding, renaming and removing the input notifies nobody.");
     property(
         s_inputType, "is_modified", [](const LiveInput& input) { return input.isModified(); },
         "Whether modifiers replaced the user's value.");

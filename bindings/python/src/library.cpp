@@ -73,6 +73,14 @@ py::object wrap(const LibInfo& library) {
     return library ? py::cast(Library{library, {}}) : py::none();
 }
 
+std::vector<LibInfo> librariesOf(const py::object& libraries) {
+    if (libraries.is_none()) return {LibInfo::standard()};
+    std::vector<LibInfo> all;
+    for (const py::handle library : py::reinterpret_borrow<py::iterable>(libraries))
+        all.push_back(libraryOf(library));
+    return all;
+}
+
 py::list listOf(const Diagnostics& found) {
     py::list all;
     for (const Diagnostic& diagnostic : found)
@@ -86,6 +94,7 @@ void raiseText(const Result& failure, const Diagnostics& found) {
 
 void addLibrary(py::module_& module) {
     addDiagnostic(module);
+    addFreedNode(module);
     py::class_<Library>(module, "Library",
                         "A library of node types, read from definition text.\n\n"
                         "Functions become the behaviour of its types:\n\n"
@@ -107,6 +116,9 @@ void addLibrary(py::module_& module) {
         .def(
             "text", [](const Library& library) { return library.info.definitionText(); },
             "Returns the types as definition text.")
+        .def_property_readonly(
+            "path", [](const Library& library) { return library.info.kndPath(); },
+            "The path of the definition file; empty for a library that has none.")
         .def("find_type", &typeNamed, py::arg("name"),
              "Returns the prototype of a type, which must not be changed.")
         .def_property_readonly("types", &typesOf, "The prototypes of all types, in order.")

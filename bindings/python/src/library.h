@@ -3,6 +3,7 @@
 #include "bindings/python/src/errors.h"
 
 #include <memory>
+#include <vector>
 
 namespace qv::python {
 
@@ -19,6 +20,8 @@ struct Library {
 /// Returns the library of a Python object; throws for other objects.
 LibInfo libraryOf(const py::handle& library);
 py::object wrap(const LibInfo& library);
+/// Returns the libraries of an iterable; the standard one for None.
+std::vector<LibInfo> librariesOf(const py::object& libraries);
 
 /// Raises the errors of a text, with all diagnostics.
 [[noreturn]] void raiseText(const Result& failure, const Diagnostics& found);

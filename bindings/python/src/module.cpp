@@ -16,7 +16,10 @@ void addNode(py::module_& module);
 void addInput();
 void addObservers(py::module_& module);
 void addCompare(py::module_& module);
+void addFiles();
 void addFindings(py::module_& module);
+void addHelp(py::module_& module);
+void addSearch(py::module_& module);
 void addSnapshots(py::module_& module);
 
 namespace {
@@ -52,10 +55,13 @@ PYBIND11_MODULE(_kelvo, module) {
     addScene(module);
     addNode(module);
     addInput();
+    addHelp(module);
     addObservers(module);
     addCompare(module);
     addFindings(module);
+    addFiles();
     addSnapshots(module);
+    addSearch(module);
     module.def("_load_plugins", &loadPlugins);
     module.def(
         "_empty", [] {}, "Does nothing: the least that a call costs.");

@@ -112,6 +112,9 @@ void addNames() {
     property(
         s_nodeType, "is_abstract", [](const LiveNode& node) { return node.isAbstract(); },
         "Whether the type is only a base of others.");
+    property(
+        s_nodeType, "is_internal", [](const LiveNode& node) { return node.isInternal(); },
+        "Whether the type is not offered to users.");
     method(
         s_nodeType, "is_type_of",
         [](const LiveNode& node, const String& type) { return node.isTypeOf(type); },
@@ -215,6 +218,35 @@ void addHierarchy() {
         "Iterates over the chains of nodes to those of any of the types.");
 }
 
+void addCopies() {
+    method(
+        s_nodeType, "clone",
+        [](const LiveNode& node, bool deep) {
+            const Edit edit(sceneOf(node));
+            return Node(made(node.clone(deep)));
+        },
+        py::arg("deep") = false,
+        "Returns a copy in the same scene; `deep` copies what it depends on.");
+    method(
+        s_nodeType, "copy_by_itself",
+        [](const LiveNode& node, const String& name) {
+            return Node(made(node.copyByItself(name), ErrorKind::Value));
+        },
+        py::arg("name"), "Returns a copy without a scene, under any name.");
+    method(s_nodeType, "__copy__", [](const LiveNode& node) {
+        const Edit edit(sceneOf(node));
+        return Node(made(node.clone(false)));
+    });
+    method(s_nodeType, "__deepcopy__", [](const LiveNode& node, const py::object&) {
+        const Edit edit(sceneOf(node));
+        return Node(made(node.clone(true)));
+    });
+    method(
+        s_nodeType, "convert_to", &convert, py::arg("type"), py::arg("losses") = py::none(),
+        "Replaces the node by one of another type and returns it. Appends (path, reason) of each "
+        "loss to the list `losses`.");
+}
+
 void addState() {
     property(
         s_nodeType, "dirty", [](const LiveNode& node) { return node.dirty(); },
@@ -229,32 +261,15 @@ void addState() {
         s_nodeType, "text", [](const LiveNode& node, bool all) { return node.text(all); },
         py::arg("with_dependencies") = false, "Returns the node as scene text.");
     method(
-        s_nodeType, "clone",
-        [](const LiveNode& node, bool deep) {
-            const Edit edit(sceneOf(node));
-            return Node(made(node.clone(deep)));
-        },
-        py::arg("deep") = false,
-        "Returns a copy in the same scene; `deep` copies what it depends on.");
-    method(s_nodeType, "__copy__", [](const LiveNode& node) {
-        const Edit edit(sceneOf(node));
-        return Node(made(node.clone(false)));
-    });
-    method(s_nodeType, "__deepcopy__", [](const LiveNode& node, const py::object&) {
-        const Edit edit(sceneOf(node));
-        return Node(made(node.clone(true)));
-    });
-    method(
-        s_nodeType, "convert_to", &convert, py::arg("type"), py::arg("losses") = py::none(),
-        "Replaces the node by one of another type and returns it. Appends (path, reason) of each "
-        "loss to the list `losses`.");
-    method(
         s_nodeType, "remove",
         [](const LiveNode& node) { change(node, [&] { return sceneOf(node).removeNode(node); }); },
         "Removes the node from its scene.");
     method(
         s_nodeType, "prepare", [](const LiveNode& node) { return node->nodePrep(); },
         "Calls the callback \"prep\" of the type.");
+    method(
+        s_nodeType, "check_mesh", [](const LiveNode& node) { return node->checkMesh(); },
+        "Tells whether the mesh buffers of the node, if it has any, agree with each other.");
     property(
         s_nodeType, "file_path",
         [](const LiveNode& node) -> py::object {
@@ -277,8 +292,10 @@ void addNode(py::module_& module) {
     addNames();
     addInputs();
     addHierarchy();
+    addCopies();
     addState();
     module.def("_register_class", &registerNodeClass);
+    module.def("language", &os::language, "Returns the language of labels and help texts.");
     module.def(
         "set_language", [](const String& language) { os::setLanguage(language); },
         py::arg("language"), "Sets the language of labels and help texts, such as \"de\".");

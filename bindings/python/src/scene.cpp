@@ -5,7 +5,6 @@
 
 #include <pybind11/stl.h>
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -17,6 +16,26 @@ template<class Change>
 void change(const LiveScene& scene, Change&& body, ErrorKind kind = ErrorKind::Refused) {
     const Edit edit(scene);
     check(body(), kind);
+}
+
+// Changes what is no content of the scene: an edit of its own would be a step of the history.
+template<class Change>
+void manage(const LiveScene& scene, Change&& body) {
+    const LogScope log;
+    checkEditable(scene.get());
+    check(body());
+}
+
+// Goes through the history.
+template<class Step>
+void step(const LiveScene& scene, Step&& body) {
+    const LogScope log;
+    Result isDone;
+    {
+        const LongStep use(scene);
+        isDone = body();
+    }
+    check(isDone);
 }
 
 String typeNameFor(const py::object& type) {
@@ -82,50 +101,18 @@ String textOfScene(const LiveScene& scene, u32 threads) {
 }
 
 u64 readText(const LiveScene& scene, const String& text, const String& source, bool isPartial,
-             u32 threads, const py::object& found) {
+             u32 threads, u32 maxDiagnostics, const py::object& found) {
+    const ReadOptions options{isPartial, maxDiagnostics, threads};
     const LogScope log;
     Diagnostics diagnostics;
     ReadReport report;
     {
         const LongEdit use(scene);
-        report =
-            scene.read(text, source, {.isPartial = isPartial, .threads = threads}, &diagnostics);
+        report = scene.read(text, source, options, &diagnostics);
     }
     if (!report.isRead) raiseText(report.isRead, diagnostics);
     if (!found.is_none()) found.attr("extend")(listOf(diagnostics));
     return report.gapCount;
-}
-
-std::filesystem::path pathOf(const py::object& path) {
-    const auto bytes = py::module_::import("os").attr("fsencode")(path);
-    return std::filesystem::path(bytes.cast<std::string>());
-}
-
-void load(const LiveScene& scene, const py::object& path) {
-    const LogScope log;
-    const std::filesystem::path file = pathOf(path);
-    Diagnostics found;
-    Result isRead;
-    {
-        const LongEdit use(scene);
-        isRead = loadScene(scene, file, &found);
-    }
-    if (isRead) return;
-    if (found.size() > 0 && found[0].line > 0) raiseText(isRead, found);
-    raise(ErrorKind::File, isRead.message());
-}
-
-void save(const LiveScene& scene, const py::object& path) {
-    const LogScope log;
-    const std::filesystem::path file = pathOf(path);
-    Diagnostics found;
-    Result isWritten;
-    {
-        const LongRead use(scene);
-        isWritten = saveScene(scene, file, &found);
-    }
-    check(isWritten, ErrorKind::File);
-    check(scene.markSaved());
 }
 
 // The scope of `with scene.edit(...)`.
@@ -208,13 +195,9 @@ void addText() {
            "Returns the scene as text.");
     method(s_sceneType, "read", &readText, py::arg("text"), py::kw_only(),
            py::arg("source") = String("<text>"), py::arg("partial") = false, py::arg("threads") = 0,
-           py::arg("diagnostics") = py::none(),
+           py::arg("max_diagnostics") = 20, py::arg("diagnostics") = py::none(),
            "Adds the nodes of a scene text. Raises TextError, with the scene unchanged, for a text "
            "with errors; with `partial`, reads what can be read and returns the number of gaps.");
-    method(s_sceneType, "load", &load, py::arg("path"),
-           "Adds the nodes of a file, as `read` does. Raises FileError or TextError.");
-    method(s_sceneType, "save", &save, py::arg("path"),
-           "Writes the scene to a file, all or nothing, and marks it as saved.");
 }
 
 void addHistory() {
@@ -222,26 +205,10 @@ void addHistory() {
         s_sceneType, "undo_enabled", [](const LiveScene& scene) { return scene.undoEnabled(); },
         "Whether edits are recorded for undo; off at first.",
         setter(s_sceneType, [](const LiveScene& scene, bool isEnabled) {
-            change(scene, [&] { return scene.setUndoEnabled(isEnabled); });
+            manage(scene, [&] { return scene.setUndoEnabled(isEnabled); });
         }));
-    const auto undo = [](const LiveScene& scene) {
-        const LogScope log;
-        Result isDone;
-        {
-            const LongEdit use(scene);
-            isDone = scene.undo();
-        }
-        check(isDone);
-    };
-    const auto redo = [](const LiveScene& scene) {
-        const LogScope log;
-        Result isDone;
-        {
-            const LongEdit use(scene);
-            isDone = scene.redo();
-        }
-        check(isDone);
-    };
+    const auto undo = [](const LiveScene& scene) { step(scene, [&] { return scene.undo(); }); };
+    const auto redo = [](const LiveScene& scene) { step(scene, [&] { return scene.redo(); }); };
     method(s_sceneType, "undo", undo, "Takes back the last step. Raises RefusedError without one.");
     method(s_sceneType, "redo", redo, "Does the step again that was undone last.");
     property(
@@ -265,7 +232,7 @@ void addHistory() {
     method(
         s_sceneType, "set_undo_limits",
         [](const LiveScene& scene, u64 bytes, u64 steps) {
-            change(scene, [&] { return scene.setUndoLimits({bytes, steps}); });
+            manage(scene, [&] { return scene.setUndoLimits({bytes, steps}); });
         },
         py::arg("bytes") = u64{256} << 20, py::arg("steps") = u64{1000},
         "Bounds the history, in bytes and steps.");
@@ -278,13 +245,13 @@ void addState() {
     method(
         s_sceneType, "set_checkpoint",
         [](const LiveScene& scene, const String& name) {
-            change(scene, [&] { return scene.setCheckpoint(name); });
+            manage(scene, [&] { return scene.setCheckpoint(name); });
         },
         py::arg("name"), "Names the present state.");
     method(
         s_sceneType, "return_to",
         [](const LiveScene& scene, const String& name) {
-            change(scene, [&] { return scene.returnTo(name); });
+            step(scene, [&] { return scene.returnTo(name); });
         },
         py::arg("name"), "Undoes or redoes up to a named state.");
     property(
@@ -292,7 +259,7 @@ void addState() {
         "The names of the states within reach, oldest first.");
     method(
         s_sceneType, "mark_saved",
-        [](const LiveScene& scene) { change(scene, [&] { return scene.markSaved(); }); },
+        [](const LiveScene& scene) { manage(scene, [&] { return scene.markSaved(); }); },
         "Marks the present state as saved.");
     property(
         s_sceneType, "is_saved", [](const LiveScene& scene) { return scene.isSaved(); },
@@ -303,13 +270,13 @@ void addEvaluation() {
     method(
         s_sceneType, "set_dirty_state_cached",
         [](const LiveScene& scene, bool isCached) {
-            change(scene, [&] { return scene.setDirtyStateCached(isCached); });
+            manage(scene, [&] { return scene.setDirtyStateCached(isCached); });
         },
         py::arg("cached"), "Keeps dirty flags up to date with each change.");
     method(
         s_sceneType, "set_eval_cache",
         [](const LiveScene& scene, u64 bytes, bool isChecked) {
-            change(scene, [&] { return scene.setEvalCache(bytes, isChecked); });
+            manage(scene, [&] { return scene.setEvalCache(bytes, isChecked); });
         },
         py::arg("max_bytes"), py::arg("checked") = false, "Caches results of eval callbacks.");
     method(

@@ -32,15 +32,6 @@ std::atomic<int> s_observers = 0;
     raise(ErrorKind::Busy, String("The scene is in use: ") + reason);
 }
 
-void checkEditable(const IScene* scene) {
-    if (uses().empty()) return;
-    const auto found = uses().find(scene);
-    if (found == uses().end()) return;
-    const Uses& now = found->second;
-    if (now.readings > 0) refuse("it cannot be edited while it is being read.");
-    if (now.edits + now.scopes > 0 && now.isOther()) refuse("another thread is editing it.");
-}
-
 void markEditor(Uses& now) {
     if (now.edits + now.scopes == 0) now.editor = std::this_thread::get_id();
 }
@@ -52,6 +43,15 @@ void drop(const IScene* scene, u32 Uses::*count) {
 }
 
 } // namespace
+
+void checkEditable(const IScene* scene) {
+    if (uses().empty()) return;
+    const auto found = uses().find(scene);
+    if (found == uses().end()) return;
+    const Uses& now = found->second;
+    if (now.readings > 0) refuse("it cannot be edited while it is being read.");
+    if (now.edits + now.scopes > 0 && now.isOther()) refuse("another thread is editing it.");
+}
 
 void checkReadable(const IScene* scene) {
     if (uses().empty()) return;
@@ -74,18 +74,18 @@ void Edit::cancel() {
 LongUse::LongUse(std::initializer_list<Scene> scenes, Way way) : m_way(way) {
     for (const Scene& scene : scenes) {
         if (!scene) continue;
-        if (way == Way::Edit)
-            checkEditable(scene.get());
-        else
+        if (way == Way::Read)
             checkReadable(scene.get());
+        else
+            checkEditable(scene.get());
         m_scenes.push_back(scene);
     }
     if (way == Way::Edit && !m_scenes.empty() && s_observers.load(std::memory_order_relaxed) > 0)
         m_scope.emplace(m_scenes.front(), String(), String());
     for (const Scene& scene : m_scenes) {
         Uses& now = uses()[scene.get()];
-        if (way == Way::Edit) markEditor(now);
-        ++(way == Way::Edit ? now.edits : now.readings);
+        if (way != Way::Read) markEditor(now);
+        ++(way == Way::Read ? now.readings : now.edits);
     }
     m_unlocked.emplace();
 }
@@ -93,7 +93,7 @@ LongUse::LongUse(std::initializer_list<Scene> scenes, Way way) : m_way(way) {
 LongUse::~LongUse() {
     m_unlocked.reset();
     for (const Scene& scene : m_scenes)
-        drop(scene.get(), m_way == Way::Edit ? &Uses::edits : &Uses::readings);
+        drop(scene.get(), m_way == Way::Read ? &Uses::readings : &Uses::edits);
 }
 
 void beginScope(const Scene& scene) {

@@ -23,12 +23,15 @@ private:
     std::optional<Scene::UndoScope> m_scope;
 };
 
+/// Throws when the scene is in use in a way that excludes edits.
+void checkEditable(const IScene* scene);
+
 /// A call that may take long: registers its use of scenes, then releases the interpreter lock, so
-/// that other Python threads run. A long edit refuses all other uses of the scene by Python, a long
-/// reading all edits.
+/// that other Python threads run. A long edit or a step of the history refuses all other uses of
+/// the scene by Python, a long reading all edits.
 class LongUse {
 public:
-    enum class Way { Read, Edit };
+    enum class Way { Read, Edit, Step };
 
     /// Empty handles among the scenes are ignored.
     LongUse(std::initializer_list<Scene> scenes, Way way);
@@ -50,6 +53,10 @@ struct LongRead : LongUse {
 };
 struct LongEdit : LongUse {
     explicit LongEdit(const Scene& scene) : LongUse({scene}, Way::Edit) {}
+};
+/// Undo or redo, which an open edit would refuse.
+struct LongStep : LongUse {
+    explicit LongStep(const Scene& scene) : LongUse({scene}, Way::Step) {}
 };
 
 /// Marks a scene as edited by this thread, for the lifetime of a `with scene.edit(...)`: other

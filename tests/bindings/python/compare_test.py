@@ -1,11 +1,8 @@
-"""Differences, merges, validation, snapshots."""
+"""Differences, merges, validation."""
 from __future__ import annotations
 
 import copy
-import pickle
-import threading
 
-import numpy as np
 import pytest
 
 import kelvo
@@ -66,65 +63,3 @@ def test_a_studio_says_what_files_there_are(scene: kelvo.Scene) -> None:
 
     assert scene.validate(file_exists=exists).passes() and asked == ["maps/wood.png"]
     assert any(one.node == scene["wood"] for one in scene.validate(file_exists=lambda path: False))
-
-
-def test_a_snapshot_does_not_change(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
-    before = scene.snapshot()
-    lamp["intensity"] = 4
-    lamp.name = "sun"
-    after = scene.snapshot()
-    assert before["lamp"]["intensity"] == 3.0 and after["sun"]["intensity"] == 4.0
-    assert before["lamp"].number == after["sun"].number
-    assert [node.name for node in before] == ["lamp"] and len(before) == 1
-    with pytest.raises(kelvo.NotFoundError, match="no node 'sun'"):
-        before["sun"]
-
-
-def test_a_delta_has_what_changed(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
-    before = scene.snapshot()
-    lamp["intensity"] = 4
-    scene.create("mesh", "desk")
-    changes = kelvo.delta(before, scene.snapshot())
-    assert [node.name for node in changes.added] == ["desk"] and changes.removed == []
-    (old, new, inputs), = changes.changed
-    assert (old.name, new.name) == ("lamp", "lamp")
-    (one, other, parts), = inputs
-    assert one and other and (one.value, other.value, parts) == (3.0, 4.0, ["value"])
-    assert not kelvo.delta(before, before)
-
-
-def test_a_snapshot_outlives_its_scene_and_serves_threads() -> None:
-    scene = kelvo.Scene()
-    scene.create("mesh", "desk", positions=np.ones((4, 3), np.float32))
-    snapshot = scene.snapshot()
-    del scene
-    sums: list[float] = []
-    threads = [threading.Thread(target=lambda: sums.append(snapshot["desk"]["positions"].sum()))
-               for _ in range(4)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    positions = snapshot["desk"]["positions"]
-    del snapshot
-    assert sums == [12.0] * 4 and positions.sum() == 12.0 and not positions.flags.writeable
-
-
-def test_a_snapshot_is_copied_and_pickled(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
-    scene.create("mesh", "desk", positions=[[0.1, 2, 3]], indices=[0, 1])
-    power = scene.create("mix", "power")
-    lamp.input("intensity").connect(power.output("result"))
-    room = scene.create("xform", "room", children=[lamp])
-    room.create_input("text", "String", 'a "b"\n\\ ä')
-    room.create_input("nothing", "Real", float("inf"))
-    snapshot = scene.snapshot()
-    assert copy.copy(snapshot) == snapshot and copy.deepcopy(snapshot) == snapshot
-    other = pickle.loads(pickle.dumps(snapshot))
-    assert [(n.name, n.type, n.bases) for n in other] == [
-        (n.name, n.type, n.bases) for n in snapshot]
-    for node in snapshot:
-        for one in node.inputs:
-            there = other[node.name].input(one.path)
-            assert there.kind == one.kind, one.path
-            assert str(there.value) == str(one.value), one.path
-    assert other["lamp"].input("intensity").source.name == "result"

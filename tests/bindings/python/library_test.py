@@ -130,8 +130,8 @@ def test_a_class_has_all_callbacks(scene: kelvo.Scene, library: kelvo.Library) -
             calls.append(f"changed {one.name}")
 
         @staticmethod
-        def free(name: str) -> None:
-            calls.append(f"free {name}")
+        def free(node: kelvo.FreedNode) -> None:
+            calls.append(f"free {node.name}")
 
     node = scene.create("twice", "n")
     node["x"] = 5
@@ -139,6 +139,48 @@ def test_a_class_has_all_callbacks(scene: kelvo.Scene, library: kelvo.Library) -
     node.remove()
     del node
     assert calls == ["init", "changed x", "prep", "free n"]
+
+
+FREED = """type thing {
+    Real x = 1
+    Node friend
+    Array<Node> friends
+    Object shade {
+        Rgba tint = (1 0 0 1)
+        Array<Real> stops = [1, 2]
+    }
+    Buffer<Pos3f> positions
+}
+"""
+
+
+def test_a_node_that_is_freed_still_has_its_values() -> None:
+    library, freed = kelvo.Library(FREED), []
+    values: list[object] = []
+
+    @library.callback("thing", "free")
+    def free(node: kelvo.FreedNode) -> None:
+        freed.append(node)
+        values.extend((node.name, node.type, node["x"], node["friend"], node["friends"],
+                       node["shade.stops[1]"], list(node["shade"]), node["positions"]))
+
+    scene = kelvo.Scene(libraries=[library])
+    friend = scene.create("other", "o")
+    scene.create("thing", "a", x=5, friend=friend, friends=[friend, None],
+                 positions=np.ones((2, 3), np.float32)).remove()
+    assert values[:-1] == ["a", "thing", 5.0, "o", ["o", None], 2.0, ["tint", "stops"]]
+    array = values[-1]
+    assert isinstance(array, np.ndarray) and array.sum() == 6 and freed[0].name == "a"
+    with pytest.raises(kelvo.DeadHandleError, match="'a' is gone"):
+        freed[0]["x"]
+
+
+def test_a_wrong_name_in_a_free_callback_is_logged(caplog: pytest.LogCaptureFixture) -> None:
+    library = kelvo.Library(FREED)
+    library.set_callback("thing", "free", lambda node: node["why"])
+    scene = kelvo.Scene(libraries=[library])
+    scene.create("thing", "a").remove()
+    assert "NotFoundError: Node 'a' of type 'thing' has no input 'why'" in caplog.text
 
 
 @pytest.mark.parametrize("kind, function", [

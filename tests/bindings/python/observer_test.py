@@ -105,6 +105,33 @@ def test_an_edit_is_one_step(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
         scene.redo()
 
 
+def test_the_history_works_beside_observers(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
+    kinds: list[str] = []
+    with scene.observe(lambda change: kinds.append(change.kind)):
+        scene.undo_enabled = True
+        scene.set_checkpoint("start")
+        lamp["intensity"] = 8
+        assert len(scene.undo_steps) == 1
+        scene.undo()
+        scene.redo()
+        scene.return_to("start")
+        assert lamp["intensity"] == 3.0 and kinds == ["input_changed"] * 4
+        scene.undo_enabled = False
+
+
+def test_an_observer_that_fails_in_an_undo_does_not_stop_it(scene: kelvo.Scene,
+                                                            lamp: kelvo.Node) -> None:
+    scene.undo_enabled = True
+    lamp["intensity"] = 8
+
+    def fail(change: kelvo.Change) -> None:
+        raise RuntimeError("no")
+
+    with scene.observe(fail), pytest.raises(RuntimeError, match="no"):
+        scene.undo()
+    assert lamp["intensity"] == 3.0 and len(scene.redo_steps) == 1
+
+
 def test_an_exception_leaves_the_scene_as_it_was(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
     before = scene.text()
     with pytest.raises(RuntimeError, match="mine"):
