@@ -148,8 +148,10 @@ Types typesOf(const Input& input) {
         types.read = "npt.NDArray[" + numberType(input.dataType()) + "]";
         types.write = types.read + " | Sequence[Any]";
     }
-    if (input.type() == AttrType::Array)
-        types.write = "Iterable[" + typesOfKind(input.elementType()).write + "]";
+    if (input.type() == AttrType::Array) {
+        const Types elements = typesOfKind(input.elementType());
+        types = {"Elements[" + elements.read + "]", "Iterable[" + elements.write + "]"};
+    }
     if (input.type() == AttrType::String && input.choiceCount() > 0) types.write = choicesOf(input);
     return types;
 }
@@ -241,7 +243,7 @@ std::string pythonClasses(const LibInfo& library, const String& source) {
     out += isStandard ? "from kelvo import Input, InputProperty, Node, Scene, _classes\n"
                       : "from kelvo import Input, InputProperty, Node, Scene, _classes, nodes\n";
     out += "\nif TYPE_CHECKING:\n    import numpy as np\n    import numpy.typing as npt\n\n"
-           "    from kelvo._types import MatrixLike, Numbers, TextLike, TupleLike\n";
+           "    from kelvo._types import Elements, MatrixLike, Numbers, TextLike, TupleLike\n";
     std::string names;
     for (u64 i = 0; i < library.typeCount(); ++i) {
         appendClass(out, library, library.type(i));

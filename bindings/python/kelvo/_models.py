@@ -38,7 +38,7 @@ def _tool(given: _StrPath | None) -> str:
         return os.fspath(given)
     # The package stands in lib/python3.X/dist-packages, the tool in bin.
     installed = pathlib.Path(__file__).parents[4] / "bin" / "kelvo"
-    found = shutil.which(installed) or shutil.which("kelvo")
+    found = shutil.which(str(installed)) or shutil.which("kelvo")
     if found is None:
         raise Error("Models are imported by the tool kelvo, which is not on the search path: "
                     "install it, or name it by `tool`.")

@@ -2,8 +2,8 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Sequence
-from typing import Any, Union
+from collections.abc import Iterator, Sequence
+from typing import TYPE_CHECKING, Any, Generic, SupportsIndex, TypeVar, Union, overload
 
 import numpy as np
 import numpy.typing as npt
@@ -19,3 +19,18 @@ MatrixLike = Union[Sequence[Sequence[float]], npt.NDArray[Any]]
 """A matrix, row by row."""
 
 TextLike = Union[str, "os.PathLike[str]"]
+
+if TYPE_CHECKING:
+    from kelvo._kelvo import Input
+
+    _T = TypeVar("_T")
+
+    class Elements(Input, Generic[_T]):
+        """An array, as a sequence of values of one type."""
+
+        @overload
+        def __getitem__(self, key: str | SupportsIndex, /) -> _T: ...
+        @overload
+        def __getitem__(self, key: slice, /) -> list[_T]: ...
+        def __getitem__(self, key: Any, /) -> Any: ...
+        def __iter__(self) -> Iterator[_T]: ...

@@ -4,6 +4,7 @@
 #include "bindings/python/src/slots.h"
 
 #include <cstddef>
+#include <cstring>
 #include <structmember.h>
 #include <unordered_map>
 
@@ -100,6 +101,7 @@ PyMemberDef* members() {
     return all;
 }
 
+// The type may keep the pointer to its full name.
 template<class Interface>
 PyTypeObject* makeType(py::module_& module, const char* name, const char* help,
                        std::vector<PyType_Slot> slots) {
@@ -109,13 +111,11 @@ PyTypeObject* makeType(py::module_& module, const char* name, const char* help,
                                {Py_tp_members, members<Interface>()},
                                {Py_tp_doc, const_cast<char*>(help)},
                                {0, nullptr}});
-    const std::string fullName = std::string("kelvo._kelvo.") + name;
-    // The type keeps the pointer to its name.
-    PyType_Spec layout{strdup(fullName.c_str()), sizeof(HandleObject<Interface>), 0,
+    PyType_Spec layout{name, sizeof(HandleObject<Interface>), 0,
                        Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE, slots.data()};
     PyObject* type = PyType_FromSpec(&layout);
     if (!type) throw py::error_already_set();
-    module.add_object(name, type);
+    module.add_object(std::strrchr(name, '.') + 1, type);
     return reinterpret_cast<PyTypeObject*>(type);
 }
 
@@ -178,23 +178,24 @@ IOutput& liveOutput(PyObject* handle) {
 
 void addHandleTypes(py::module_& module) {
     s_sceneType = makeType<IScene>(
-        module, "Scene",
+        module, "kelvo._kelvo.Scene",
         "A scene: named, typed nodes in order of creation.\n\n"
         "A new scene knows the standard types; `libraries` gives it others, in order.\n\n"
         "    scene = kelvo.Scene()\n"
         "    lamp = scene.create(\"pointLight\", \"lamp\", intensity=3)",
         sceneSlots());
     s_nodeType = makeType<INode>(
-        module, "Node",
+        module, "kelvo._kelvo.Node",
         "A node of a scene: `node[\"name\"]` and `node.name` read and write its inputs.\n\n"
         "Handles on one node are equal. A handle on a removed node is dead: its name can be read, "
         "everything else raises DeadHandleError until undo brings the node back.",
         nodeSlots());
     s_inputType = makeType<IInput>(
-        module, "Input",
+        module, "kelvo._kelvo.Input",
         "An input of a node. An array is a sequence of its values, an object a mapping.",
         inputSlots());
-    s_outputType = makeType<IOutput>(module, "Output", "An output of a node.", outputSlots());
+    s_outputType =
+        makeType<IOutput>(module, "kelvo._kelvo.Output", "An output of a node.", outputSlots());
 }
 
 } // namespace qv::python
