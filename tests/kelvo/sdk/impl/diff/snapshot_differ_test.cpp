@@ -41,7 +41,7 @@ std::string someScene(std::mt19937& random) {
         text += "\nnode t \"" + names[i] + "\" {\n    Real size = " + std::to_string(random() % 3) +
                 "\n    Real other = 1\n    Int i = 2\n";
         if (random() % 2 == 0) text += "    Node link = " + names[random() % names.size()] + "\n";
-        if (random() % 4 == 0) text += "    Real p = 1 <- " + names[0] + ".o\n";
+        if (i > 0 && random() % 3 == 0) text += "    Real p = 1 <- " + names[0] + ".o\n";
         text += "    output Real o\n}\n";
     }
     return text;
