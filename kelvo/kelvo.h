@@ -29,6 +29,7 @@
 #include "kelvo/sdk/search.h"
 #include "kelvo/sdk/snapshot.h"
 #include "kelvo/sdk/snapshot_delta.h"
+#include "kelvo/sdk/snapshot_paths.h"
 #include "kelvo/sdk/snapshot_reader.h"
 #include "kelvo/sdk/snapshot_why.h"
 #include "kelvo/sdk/validation.h"

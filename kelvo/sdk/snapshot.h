@@ -46,6 +46,9 @@ enum class SnapshotValues : u32 {
     /// the input, and values of modifiers. Where an evaluation fails, the value of the input
     /// itself.
     Evaluated,
+    /// The values that a plain read of the live input gives: those of modifiers, while connections
+    /// are not evaluated.
+    Modified,
 };
 
 /// Says how to take a snapshot.
@@ -113,6 +116,10 @@ struct SnapshotOutput {
     [[nodiscard]] QV_EXPORT AttrType type() const noexcept;
     /// Returns the element type of a buffer, Null for other kinds.
     [[nodiscard]] QV_EXPORT DataType dataType() const noexcept;
+    /// Returns the kind with its element type, like "Buffer<Pos3f>", as `IOutput::typeName`.
+    [[nodiscard]] QV_EXPORT String typeName() const;
+    /// Returns the names of node and output, like "wood.color".
+    [[nodiscard]] QV_EXPORT String path() const;
 };
 
 /// A node in a snapshot; borrows the snapshot. Every operation is safe on an empty one.
@@ -130,6 +137,11 @@ public:
     [[nodiscard]] const String& name() const noexcept;
     [[nodiscard]] const String& type() const noexcept;
     [[nodiscard]] StringVector bases() const noexcept;
+    /// Returns a name for people, as `INode::displayName`, from the values of the snapshot: the
+    /// text of the input "name", the file that a "path" names, or the name of the node.
+    [[nodiscard]] String displayName() const;
+    /// Tells whether a library that the scene knew defines the type.
+    [[nodiscard]] bool isDefined() const noexcept;
     /// Tells whether the type or one of the bases is `type`.
     [[nodiscard]] bool isTypeOf(const String& type) const noexcept;
 
@@ -249,8 +261,12 @@ public:
     [[nodiscard]] bool isEmpty() const noexcept { return m_record == nullptr; }
     [[nodiscard]] explicit operator bool() const noexcept { return m_record != nullptr; }
     [[nodiscard]] SnapshotNode node() const noexcept { return {m_picture, m_record}; }
+    /// Returns the array or object that the input is a part of; empty for an input of the node.
+    [[nodiscard]] SnapshotInput parent() const noexcept;
     /// Returns the name; for an element of an array its index.
     [[nodiscard]] String name() const;
+    /// Returns the name without copying it; empty for an element of an array.
+    [[nodiscard]] const String& ownName() const noexcept;
     /// Returns the path within the node, like "array[3].member".
     [[nodiscard]] String path() const;
     [[nodiscard]] AttrType type() const noexcept { return m_type; }
@@ -263,6 +279,8 @@ public:
     /// Tells whether the input, or an array or object around it, is marked as read-only.
     [[nodiscard]] bool isReadOnly() const noexcept;
     [[nodiscard]] bool isSilent() const noexcept;
+    /// Tells whether the value is that of `IInput::reset`, as `IInput::isDefault`.
+    [[nodiscard]] bool isDefault() const;
 
     /// Reads the value as a `T`: a bool, number, text or `qv::math` value, converted. Returns
     /// false, with `out` unchanged, when it does not convert.
@@ -329,6 +347,7 @@ private:
         return m_type == AttrType::Array || m_type == AttrType::Object;
     }
     [[nodiscard]] u32 ownList() const noexcept;
+    [[nodiscard]] bool isDefaultAlone() const;
     bool readName(String& out) const;
 
     const impl::SnapshotPicture* m_picture = nullptr;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Commands that print the same for a scene as text and in the binary form.
 kelvo_either_form_test.py KELVO [...]"""
+import os
 import subprocess
 
 from kelvo_tool import MODIFIED, READER, SCENE, ToolTest, main, scene, tool, xform
@@ -132,6 +133,51 @@ class EitherForm(ToolTest):
         self.assertEqual(self.expect_same("typed", "find", "lamp.radius")[1],
                          "lamp.radius (Real) = 0.25\n")
 
+    def test_show_says_the_same(self):
+        for arguments in ((), ("--no-values",), ("--depth", "1")):
+            self.expect_same_of_all("show", *arguments)
+        self.assertIn("Real radius = 0.25\n", self.expect(0, "show", "typed.knb"))
+        self.assertIn("a (xform) shown above\n", self.expect(0, "show", "cycles.knb"))
+
+    def test_deps_says_the_same(self):
+        for node in ("lamp", "room", "wood", "r", "a", "power", "nowhere"):
+            for arguments in ((), ("--downstream",), ("--tree",), ("--count",)):
+                self.expect_same_of_all("deps", node, *arguments)
+        self.assertIn("lamp (", self.expect(0, "deps", "typed.knb", "power", "--downstream"))
+
+    def test_paths_says_the_same(self):
+        for node in ("room", "a", "c", "lamp", "nowhere"):
+            for arguments in ((), ("--all",), ("--matrix",), ("--count",), ("--type", "light")):
+                self.expect_same_of_all("paths", node, *arguments)
+        self.assertEqual(self.expect(0, "paths", "cycles.knb", "a", "d"), "a/c/d\n")
+
+    def test_graph_says_the_same(self):
+        for arguments in ((), ("--only", "links"), ("--around", "lamp", "--depth", "1"),
+                          ("--around", "nowhere")):
+            self.expect_same_of_all("graph", *arguments)
+        self.assertIn('"power" -> "lamp" [label="result → intensity"]',
+                      self.expect(0, "graph", "typed.knb"))
+
+    def test_explain_says_the_same(self):
+        for name, paths in PATHS.items():
+            for path in paths:
+                self.expect_same(name, "explain", path)
+        self.assertIn("from: modifier half\nevaluates to: 0.25\n",
+                      self.expect(0, "explain", "typed.knb", "lamp.radius"))
+
+    def test_diff_says_the_same_for_any_two_forms(self):
+        self.pack(SCENE.replace("radius = 0.5", "radius = 2"), "other")
+        for pair in (("scene", "other"), ("scene", "typed"), ("typed", "cycles"),
+                     ("typed", "typed")):
+            texts = self.outcome("diff", *(f"{name}.kns" for name in pair))
+            for first in ("kns", "knb"):
+                for second in ("kns", "knb"):
+                    with self.subTest(pair=pair, first=first, second=second):
+                        self.assertEqual(self.outcome("diff", f"{pair[0]}.{first}",
+                                                      f"{pair[1]}.{second}"), texts)
+        self.assertEqual(self.expect(1, "diff", "scene.knb", "other.knb"),
+                         "~ lamp.radius: 0.5 -> 2\n")
+
     def test_why_says_the_same_for_any_two_forms(self):
         self.pack(SCENE.replace("radius = 0.5", "radius = 2"), "other")
         for node in ("lamp", "room", "wood", "nowhere"):
@@ -142,6 +188,28 @@ class EitherForm(ToolTest):
                         self.assertEqual(self.outcome("why", first, second, node), texts)
         self.assertIn("~ lamp.radius: 0.5 -> 2",
                       self.outcome("why", "scene.knb", "other.knb", "room")[1])
+
+    def peak(self, *arguments):
+        """Runs the tool and returns its greatest use of memory."""
+        with subprocess.Popen([tool(), *arguments], cwd=self.folder,
+                              stdout=subprocess.DEVNULL) as process:
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(process.returncode, 0, arguments)
+        return usage.ru_maxrss
+
+    def test_looking_at_a_scene_makes_no_live_nodes(self):
+        count, inputs = 20000, "".join(f"\n    Real r{i} = {i}" for i in range(10))
+        self.pack(scene(*(f'node t "n{i}" {{{inputs}\n    Node next = n{i + 1}\n}}'
+                          for i in range(count)), f'node t "n{count}" {{\n}}'))
+        of_live_nodes = self.peak("set", "a.kns", "n0.r0=1", "-o", "b.kns")
+        for arguments in (("show",), ("get", "n0.r1"), ("find", "*.r1"), ("stats",), ("hash",),
+                          ("deps", "n0"), ("paths", "n0", "n9", "--all"), ("explain", "n9"),
+                          ("explain", "n9.r1"), ("graph",), ("diff", "a.kns")):
+            for form in ("kns", "knb"):
+                with self.subTest(command=arguments[0], form=form):
+                    peak = self.peak(arguments[0], f"a.{form}", *arguments[1:])
+                    self.assertLess(peak, 0.7 * of_live_nodes)
 
     def damage(self, text, mark):
         """Flips a bit of a mark in a packed scene."""
@@ -165,6 +233,12 @@ class EitherForm(ToolTest):
         self.fail_once("find", "b.knb", "**")
         self.fail_once("why", "b.knb", "a.kns", "lamp")
         self.fail_once("why", "a.kns", "b.knb", "lamp")
+        self.fail_once("show", "b.knb")
+        self.fail_once("deps", "b.knb", "lamp")
+        self.fail_once("paths", "b.knb", "room")
+        self.fail_once("graph", "b.knb")
+        self.fail_once("explain", "b.knb", "lamp")
+        self.fail_once("explain", "b.knb", "lamp.radius")
 
     def test_damaged_elements_are_never_printed(self):
         self.damage(BUFFERS, b"\x01\x10\x00\x00")

@@ -14,7 +14,8 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::interfaces::INode;
+using kelvo_sdk::NodeNumber;
+using kelvo_sdk::SnapshotNode;
 
 struct DepsOptions {
     String file;
@@ -25,14 +26,14 @@ struct DepsOptions {
     bool countOnly = false;
 };
 
-void printName(const INode& node, Terminal& out) {
+void printName(const SnapshotNode& node, Terminal& out) {
     out.write(Tone::Name, node.name().view()).write(" (");
     out.write(Tone::Kind, node.type().view()).write(")");
 }
 
 // Prints the node and the link through which it was reached, without a line end.
 void printNeighbour(const Neighbour& neighbour, Terminal& out) {
-    printName(*neighbour.node, out);
+    printName(neighbour.node, out);
     out.write(" through ").write(neighbour.link.text().view());
     if (neighbour.more != 0)
         out.write(Tone::Note, " and " + std::to_string(neighbour.more) + " more");
@@ -45,7 +46,7 @@ public:
     TreePrinter(const Neighbourhood& neighbourhood, Terminal& out)
         : m_neighbourhood(neighbourhood), m_out(out) {}
 
-    void print(INode& root) {
+    void print(const SnapshotNode& root) {
         printName(root, m_out);
         m_out.endLine();
         enter(root);
@@ -72,48 +73,49 @@ private:
                                               [this](std::size_t i) { return m_way[i].isDone(); });
         m_out.write(Tone::Note, guides + (step.isDone() ? "└─ " : "├─ "));
         printNeighbour(neighbour, m_out);
-        const bool isRepeated = m_shown.contains(neighbour.node);
+        const bool isRepeated = m_shown.contains(neighbour.node.number());
         if (isRepeated) m_out.write(Tone::Note, " shown above");
         m_out.endLine();
-        if (!isRepeated) enter(*neighbour.node);
+        if (!isRepeated) enter(neighbour.node);
     }
 
-    void enter(INode& node) {
-        m_shown.insert(&node);
+    void enter(const SnapshotNode& node) {
+        m_shown.insert(node.number());
         m_way.push_back({m_neighbourhood.of(node)});
     }
 
     const Neighbourhood& m_neighbourhood;
     Terminal& m_out;
-    std::unordered_set<const INode*> m_shown;
+    std::unordered_set<NodeNumber> m_shown;
     std::vector<Step> m_way;
 };
 
 // Prints a line for each node, with the first link through which it was reached.
-void printList(const Neighbourhood& neighbourhood, INode& start, Terminal& out) {
-    const std::vector<INode*> found = neighbourhood.allOf(start);
-    std::unordered_map<const INode*, Neighbour> known;
-    const auto meet = [&](INode& node) {
+void printList(const Neighbourhood& neighbourhood, const SnapshotNode& start, Terminal& out) {
+    const std::vector<SnapshotNode> found = neighbourhood.allOf(start);
+    std::unordered_map<NodeNumber, Neighbour> known;
+    const auto meet = [&](const SnapshotNode& node) {
         for (const Neighbour& neighbour : neighbourhood.of(node)) {
-            const auto [place, isNew] = known.try_emplace(neighbour.node, neighbour);
+            const auto [place, isNew] = known.try_emplace(neighbour.node.number(), neighbour);
             if (!isNew) place->second.more += neighbour.more + 1;
         }
     };
     meet(start);
-    for (INode* node : found)
-        meet(*node);
-    for (const INode* node : found) {
+    for (const SnapshotNode& node : found)
+        meet(node);
+    for (const SnapshotNode& node : found) {
         if (out.isClosed()) return;
-        printNeighbour(known.at(node), out);
+        printNeighbour(known.at(node.number()), out);
         out.endLine();
     }
 }
 
 Status runDeps(const DepsOptions& options, Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
-    const kelvo_sdk::Node node = scene.findNode(options.node);
-    if (!node.get()) {
+    Document document;
+    const kelvo_sdk::Snapshot scene = document.lookModified(options.file);
+    if (!scene) return Status::Fault;
+    const SnapshotNode node = scene[options.node];
+    if (!node) {
         complain(displayed(options.file) + ": " + noSuchNode(scene, options.node));
         return Status::Usage;
     }
@@ -121,11 +123,11 @@ Status runDeps(const DepsOptions& options, Terminal& out) {
                                                  ? Neighbourhood::Direction::Downstream
                                                  : Neighbourhood::Direction::Upstream);
     if (options.countOnly)
-        out.write(Tone::Value, std::to_string(neighbourhood.allOf(*node.get()).size())).endLine();
+        out.write(Tone::Value, std::to_string(neighbourhood.allOf(node).size())).endLine();
     else if (options.asTree)
-        TreePrinter(neighbourhood, out).print(*node.get());
+        TreePrinter(neighbourhood, out).print(node);
     else
-        printList(neighbourhood, *node.get(), out);
+        printList(neighbourhood, node, out);
     return Status::Ok;
 }
 

@@ -2,9 +2,10 @@
 
 #include "tools/kelvo/diff_json.h"
 #include "tools/kelvo/diff_text.h"
+#include "tools/kelvo/document.h"
 #include "tools/kelvo/progress_line.h"
-#include "tools/kelvo/versions.h"
 
+#include <algorithm>
 #include <new>
 
 namespace qv::kelvo_tool {
@@ -12,6 +13,7 @@ namespace qv::kelvo_tool {
 namespace {
 
 using kelvo_sdk::SceneDiff;
+using kelvo_sdk::Snapshot;
 
 constexpr const char* diffHelp =
     "Compares nodes, attributes, values, links, connections, order and comments, not\n"
@@ -27,18 +29,37 @@ struct DiffOptions {
     bool quiet = false;
 };
 
+bool knowsTypes(const Snapshot& scene) {
+    const ds::Vector<kelvo_sdk::SnapshotNode> nodes = scene.nodes();
+    return std::any_of(nodes.begin(), nodes.end(),
+                       [](const kelvo_sdk::SnapshotNode& node) { return node.isDefined(); });
+}
+
+// When one scene can only be read with the types of its nodes, so is the other; false after an
+// error message.
+bool shareTypes(Document& earlier, Snapshot& before, Document& later, Snapshot& after) {
+    if (knowsTypes(before) == knowsTypes(after)) return true;
+    const bool isEarlier = knowsTypes(after);
+    Snapshot& plain = isEarlier ? before : after;
+    plain = (isEarlier ? earlier : later).snapshotWithTypes();
+    return bool(plain);
+}
+
 Status compare(const DiffOptions& options, Terminal& out) {
     const bool isJson = options.format == "json";
     if (!isJson && options.format != "text") {
         complain("'" + options.format + "' is no format: expected text or json.");
         return Status::Usage;
     }
-    Versions scenes;
-    if (!scenes.load({options.before, options.after})) return Status::Usage;
+    Document earlier, later;
+    Snapshot before = earlier.look(options.before);
+    Snapshot after = before ? later.look(options.after) : Snapshot();
+    if (!after || !shareTypes(earlier, before, later, after)) return Status::Usage;
     const auto diff = [&] {
         const ProgressLine line("kelvo: comparing");
-        return SceneDiff::between(scenes[0], scenes[1], {!options.ignoreComments});
+        return SceneDiff::between(before, after, {!options.ignoreComments});
     }();
+    if (!earlier.isSound() || !later.isSound()) return Status::Usage;
     if (!diff.result()) {
         complain(diff.message());
         return Status::Usage;

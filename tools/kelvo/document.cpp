@@ -6,6 +6,7 @@
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/progress_line.h"
+#include "tools/kelvo/scene_hash.h"
 #include "tools/kelvo/text_columns.h"
 
 #include <algorithm>
@@ -119,9 +120,18 @@ bool Document::isSound() const {
 kelvo_sdk::Snapshot Document::snapshot() const {
     if (m_stored) return m_stored;
     kelvo_sdk::Snapshot made;
-    kelvo_sdk::Diagnostics ignored, found, gaps;
+    kelvo_sdk::Diagnostics ignored;
+    return tryRead({}, made, ignored) ? made : readTyped();
+}
+
+kelvo_sdk::Snapshot Document::snapshotWithTypes() {
+    return makeText() ? readTyped() : kelvo_sdk::Snapshot();
+}
+
+kelvo_sdk::Snapshot Document::readTyped() const {
+    kelvo_sdk::Snapshot made;
+    kelvo_sdk::Diagnostics found, gaps;
     kelvo_sdk::SnapshotReadOptions options;
-    if (tryRead(options, made, ignored)) return made;
     const Libraries* libraries = librariesInUse();
     if (!libraries) return {};
     for (const NamedLibrary& each : libraries->all())
@@ -132,6 +142,19 @@ kelvo_sdk::Snapshot Document::snapshot() const {
     for (const kelvo_sdk::Diagnostic& diagnostic : found)
         complain(diagnostic.text());
     return {};
+}
+
+kelvo_sdk::Snapshot Document::lookModified(const String& file) {
+    const kelvo_sdk::Snapshot asSet = look(file);
+    const bool isModified = hasModifiers(asSet.nodes());
+    if (!isSound()) return {};
+    return isModified ? snapshot(kelvo_sdk::SnapshotValues::Modified) : asSet;
+}
+
+kelvo_sdk::Snapshot Document::snapshot(kelvo_sdk::SnapshotValues values) {
+    const auto scene = kelvo_sdk::Scene::create();
+    if (!makeText() || !read(scene)) return {};
+    return scene.snapshot({.values = values});
 }
 
 bool Document::tryRead(const kelvo_sdk::SnapshotReadOptions& options, kelvo_sdk::Snapshot& made,

@@ -33,10 +33,18 @@ public:
     /// Returns the scene without making nodes, as `read` reads it. Empty after a message for each
     /// error.
     [[nodiscard]] kelvo_sdk::Snapshot snapshot() const;
+    /// Returns the scene without making nodes, as `readWithTypes` reads it.
+    [[nodiscard]] kelvo_sdk::Snapshot snapshotWithTypes();
     /// Opens the file and returns its `snapshot`.
     [[nodiscard]] kelvo_sdk::Snapshot look(const String& file) {
         return openToLook(file) ? snapshot() : kelvo_sdk::Snapshot();
     }
+    /// Opens the file and returns its `snapshot` with the values that modifiers give. Reads all of
+    /// it, and makes nodes only when there are modifiers. Empty after an error message.
+    [[nodiscard]] kelvo_sdk::Snapshot lookModified(const String& file);
+    /// Returns the snapshot with other values; makes nodes of the whole scene for them. Empty after
+    /// an error message.
+    [[nodiscard]] kelvo_sdk::Snapshot snapshot(kelvo_sdk::SnapshotValues values);
     /// False, after an error message, when parts of the snapshot that were asked for are damaged.
     [[nodiscard]] bool isSound() const;
     /// Makes the text of a file that was opened for `snapshot`, so that scenes can be read. False
@@ -67,6 +75,7 @@ private:
     using Read = bool (TextFile::*)(const String& path, String& error);
     [[nodiscard]] bool open(const String& file, Read readText);
     [[nodiscard]] bool take(const kelvo_sdk::Made<kelvo_sdk::Snapshot>& opened);
+    [[nodiscard]] kelvo_sdk::Snapshot readTyped() const;
     [[nodiscard]] bool tryRead(const kelvo_sdk::SnapshotReadOptions& options,
                                kelvo_sdk::Snapshot& made, kelvo_sdk::Diagnostics& found) const;
     void tellGaps(const kelvo_sdk::Diagnostics& gaps, u64 count) const;

@@ -3,7 +3,6 @@
 
 #include "kelvo/base/spelling_suggestion.h"
 #include "tools/kelvo/address.h"
-#include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/message.h"
 #include "tools/kelvo/node_conversion.h"
@@ -127,6 +126,17 @@ bool findFamily(EditSession& session, const Edit& edit, Node& node, Node& parent
     return findNodeOf(session, edit, 1, node, fault) && findNodeOf(session, edit, 2, parent, fault);
 }
 
+std::vector<INode*> childrenOf(const INode& node) {
+    static const String name("children");
+    std::vector<INode*> children;
+    const auto* list = node.hasInput(name, AttrType::Array) ? node.input(name) : nullptr;
+    for (u64 i = 0; list && i < list->inputCount(); ++i) {
+        INode* child = nullptr;
+        if (list->input(i)->readNode(child, false, nullptr) && child) children.push_back(child);
+    }
+    return children;
+}
+
 // Returns the nodes from one down to another, each a child of the previous one; empty if there is
 // no such chain. Works without recursion: a chain may be as long as the scene.
 std::vector<INode*> wayDown(INode* from, const INode* to) {
@@ -135,7 +145,7 @@ std::vector<INode*> wayDown(INode* from, const INode* to) {
     while (!left.empty() && left.back() != to) {
         INode* const node = left.back();
         left.pop_back();
-        for (INode* child : Hierarchy::childrenOf(*node))
+        for (INode* child : childrenOf(*node))
             if (parents.emplace(child, node).second) left.push_back(child);
     }
     std::vector<INode*> way;

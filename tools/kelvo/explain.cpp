@@ -1,10 +1,13 @@
 #include "tools/kelvo/commands.h"
 
+#include "kelvo/sdk/path_parser.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/explain_value.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/libraries.h"
 #include "tools/kelvo/neighbourhood.h"
+#include "tools/kelvo/scene_part.h"
 
 #include <algorithm>
 #include <string>
@@ -14,8 +17,10 @@ namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::interfaces::IInput;
-using kelvo_sdk::interfaces::INode;
+using kelvo_sdk::NodeNumber;
+using kelvo_sdk::Snapshot;
+using kelvo_sdk::SnapshotInput;
+using kelvo_sdk::SnapshotNode;
 
 struct ExplainOptions {
     String file;
@@ -24,16 +29,10 @@ struct ExplainOptions {
 
 constexpr std::size_t mostNames = 8;
 
-bool isWithin(const IInput* input, const IInput& outer) {
-    while (input && input != &outer)
-        input = input->parent();
-    return input != nullptr;
-}
-
 /// Prints the nodes upstream and downstream of a node, or of one of its inputs.
 class Explainer {
 public:
-    Explainer(const kelvo_sdk::Scene& scene, INode& node, Terminal& out)
+    Explainer(const Snapshot& scene, const SnapshotNode& node, Terminal& out)
         : m_node(node),
           m_sources(scene, Neighbourhood::Direction::Upstream),
           m_readers(scene, Neighbourhood::Direction::Downstream),
@@ -41,61 +40,64 @@ public:
         findDownstream();
     }
 
-    /// `valued` is the same input in a scene that knows the types of all nodes.
-    void explain(IInput& input, const IInput& valued) {
-        m_out.write(Tone::Name, input.path().view()).endLine();
-        explainValue(valued, &input == &valued ? nullptr : &input, m_out);
-        if (!input.source()) printConnections("connections inside:\n", &input);
-        std::vector<INode*> found;
-        for (const kelvo_sdk::Node& node : kelvo_sdk::Input(&input).dependencies())
-            found.push_back(node.get());
-        printNodes("depends on: ", found);
+    /// `valued` and `inText` are as for `explainValue`.
+    void explain(const SnapshotInput& input, const kelvo_sdk::Input& valued,
+                 const kelvo_sdk::Input& inText) {
+        m_out.write(Tone::Name, valued.path().view()).endLine();
+        explainValue(input, valued, inText, m_out);
+        std::vector<NodeLink> links = linksOf(input);
+        if (!input.source()) printConnections("connections inside:\n", links);
+        // The links inside the input come before its own.
+        std::ranges::stable_partition(links, [&](const NodeLink& l) { return l.input != input; });
+        printNodes("depends on: ", m_sources.allFrom(links));
         explainEffect();
     }
 
     void explainNode() {
         m_out.write(Tone::Name, m_node.name().view()).endLine();
-        m_out.write("type: ").write(Tone::Kind, m_node.typeDesc().view()).endLine();
+        const StringVector bases = m_node.bases();
+        m_out.write("type: ").write(Tone::Kind, m_node.type().view());
+        if (!bases.empty()) m_out.write(Tone::Kind, (" [" + bases.join(", ") + "]").view());
+        m_out.endLine();
         u64 set = 0;
         for (u64 i = 0; i < m_node.inputCount(); ++i)
-            if (!m_node.input(i)->isDefault()) ++set;
+            if (!m_node.input(i).isDefault()) ++set;
         m_out.write("inputs: ").writeUInt(m_node.inputCount()).write(", ").writeUInt(set);
         m_out.write(" not at the default\noutputs: ").writeUInt(m_node.outputCount()).endLine();
-        printConnections("connections:\n", nullptr);
+        printConnections("connections:\n", linksOf(m_node));
         printNodes("depends on: ", dependencies());
         explainEffect();
     }
 
 private:
-    [[nodiscard]] std::vector<INode*> dependencies() const { return m_sources.allOf(m_node); }
+    [[nodiscard]] std::vector<SnapshotNode> dependencies() const { return m_sources.allOf(m_node); }
 
     // Searches level by level, so that the nearest nodes come first.
     void findDownstream() {
-        std::unordered_set<const INode*> seen{&m_node};
-        m_downstream.push_back(&m_node);
+        std::unordered_set<NodeNumber> seen{m_node.number()};
+        m_downstream.push_back(m_node);
         for (std::size_t i = 0; i < m_downstream.size(); ++i)
-            for (const Neighbour& neighbour : m_readers.of(*m_downstream[i]))
-                if (seen.insert(neighbour.node).second) m_downstream.push_back(neighbour.node);
+            for (const Neighbour& neighbour : m_readers.of(m_downstream[i]))
+                if (seen.insert(neighbour.node.number()).second)
+                    m_downstream.push_back(neighbour.node);
     }
 
-    void printConnections(std::string_view label, const IInput* within) {
-        std::vector<NodeLink> links = connectionsIn(linksOf(m_node));
-        if (within)
-            std::erase_if(links, [&](const NodeLink& l) { return !isWithin(l.input, *within); });
-        if (links.empty()) return;
+    void printConnections(std::string_view label, const std::vector<NodeLink>& links) {
+        std::vector<NodeLink> connections = connectionsIn(links);
+        if (connections.empty()) return;
         m_out.write(label);
-        printSources(std::move(links), m_out);
+        printSources(std::move(connections), m_out);
     }
 
-    void printNodes(std::string_view label, const std::vector<INode*>& nodes) {
+    void printNodes(std::string_view label, const std::vector<SnapshotNode>& nodes) {
         m_out.write(label).write(nodes.empty() ? "no node" : counted(nodes.size(), "node"));
         printNames(nodes);
         m_out.endLine();
     }
 
-    void printNames(const std::vector<INode*>& nodes) {
+    void printNames(const std::vector<SnapshotNode>& nodes) {
         for (std::size_t i = 0; i < std::min(nodes.size(), mostNames); ++i)
-            m_out.write(i == 0 ? ": " : ", ").write(Tone::Name, nodes[i]->name().view());
+            m_out.write(i == 0 ? ": " : ", ").write(Tone::Name, nodes[i].name().view());
         if (nodes.size() > mostNames)
             m_out.write(" and ").writeUInt(nodes.size() - mostNames).write(" more");
     }
@@ -119,61 +121,88 @@ private:
         m_out.endLine();
     }
 
+    // Nothing was read from a scene that was just read itself.
     void printDirt() {
-        std::vector<INode*> dirty = dependencies();
-        const std::size_t all = dirty.size();
-        std::erase_if(dirty, [](const INode* node) { return !node->dirty(false); });
-        m_out.write("dirty now: ");
-        m_out.write(m_node.dirty(false) ? "yes, as every node of a scene that was just read"
-                    : dirty.empty()     ? "no"
-                                        : "yes, through what it depends on");
-        m_out.endLine();
-        if (all == 0) return;
-        m_out.write("    it depends on " + counted(all, "node") + ", ");
+        const std::vector<SnapshotNode> dirty = dependencies();
+        m_out.write("dirty now: yes, as every node of a scene that was just read\n");
+        if (dirty.empty()) return;
+        m_out.write("    it depends on " + counted(dirty.size(), "node") + ", ");
         m_out.writeUInt(dirty.size()).write(" of them dirty");
         printNames(dirty);
         m_out.endLine();
     }
 
-    INode& m_node;
+    SnapshotNode m_node;
     Neighbourhood m_sources;
     Neighbourhood m_readers;
     Terminal& m_out;
     // The node itself, then the nodes that depend on it.
-    std::vector<INode*> m_downstream;
+    std::vector<SnapshotNode> m_downstream;
 };
 
-/// A path and the scene to find it in.
-struct Place {
+/// An input in live nodes.
+struct LiveInput {
     kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
     Address address;
 
+    /// Reads the nodes that the input needs or, where these do not suffice, all of the document.
+    [[nodiscard]] bool read(Document& document, const ScenePart& part) {
+        return part.read(scene) || (document.makeText() && document.read(scene));
+    }
+    [[nodiscard]] bool readWithTypes(Document& document, const ScenePart& part) {
+        const Libraries* libraries = librariesInUse();
+        if (!libraries) return false;
+        libraries->addTo(scene);
+        return part.read(scene) || (document.makeText() && document.readWithTypes(scene));
+    }
     [[nodiscard]] bool find(const String& path, String& error) {
         return findAddress(scene, path, Append::Refused, address, error);
     }
 };
 
-// Finds neighbours in the scene as written, and values in the scene with types.
+Status reportWrong(const ExplainOptions& options, const String& error) {
+    complain(displayed(options.file) + ": " + error);
+    return Status::Usage;
+}
+
+// Finds neighbours in the scene as written, and values in live nodes with types. The text may leave
+// the input to the type of the node.
+Status explainInput(Document& document, const Snapshot& scene, const SnapshotNode& node,
+                    const SnapshotInput& input, const ExplainOptions& options, Terminal& out) {
+    const ScenePart part(scene, node, input);
+    LiveInput typed, plain;
+    String error;
+    if (!document.isSound() || !typed.readWithTypes(document, part)) return Status::Fault;
+    if (!typed.find(options.path, error)) return reportWrong(options, error);
+    // A text that can only be read with types is not read without.
+    const bool isPlain = input && !node.isDefined();
+    if (isPlain && (!plain.read(document, part) || !plain.find(options.path, error)))
+        return Status::Fault;
+    const LiveInput& inText = isPlain || !input ? plain : typed;
+    Explainer(scene, node, out).explain(input, typed.address.input, inText.address.input);
+    return document.isSound() ? Status::Ok : Status::Fault;
+}
+
 Status runExplain(const ExplainOptions& options, Terminal& out) {
     Document document;
-    Place plain;
-    Place typed;
-    String error;
-    if (!document.open(options.file) || !document.read(plain.scene)) return Status::Fault;
-    const bool isInText = plain.find(options.path, error);
-    if (isInText && !plain.address.input.get()) {
-        Explainer(plain.scene, *plain.address.node.get(), out).explainNode();
-        return Status::Ok;
+    const Snapshot scene = document.look(options.file);
+    if (!scene) return Status::Fault;
+    const Place place = placeAt(scene, options.path);
+    const auto steps = kelvo_sdk::PathParser::parsePath(options.path);
+    const SnapshotNode node = steps.empty() ? SnapshotNode() : scene[steps[0].text];
+    if (!node) {
+        LiveInput none;
+        String error;
+        (void)none.find(options.path, error);
+        if (!steps.empty()) error = noSuchNode(scene, steps[0].text);
+        return document.isSound() ? reportWrong(options, error) : Status::Fault;
     }
-    if (!document.readWithTypes(typed.scene)) return Status::Fault;
-    if (!typed.find(options.path, error)) {
-        complain(displayed(options.file) + ": " + error);
-        return Status::Usage;
-    }
-    const Place& place = isInText ? plain : typed;
-    Explainer(place.scene, *place.address.node.get(), out)
-        .explain(*place.address.input.get(), *typed.address.input.get());
-    return Status::Ok;
+    if (!place.node || place.input)
+        return explainInput(document, scene, node, place.input, options, out);
+    Explainer explainer(scene, node, out);
+    if (!document.isSound()) return Status::Fault;
+    explainer.explainNode();
+    return document.isSound() ? Status::Ok : Status::Fault;
 }
 
 } // namespace

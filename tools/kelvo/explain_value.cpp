@@ -1,9 +1,7 @@
 #include "tools/kelvo/explain_value.h"
 
 #include "kelvo/sdk/interfaces/i_node.h"
-#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/evaluation.h"
-#include "tools/kelvo/handles.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/value_summary.h"
 
@@ -17,10 +15,10 @@ namespace {
 
 using kelvo_sdk::AttrType;
 using kelvo_sdk::Input;
+using kelvo_sdk::SnapshotInput;
 using kelvo_sdk::interfaces::BufferView;
 using kelvo_sdk::interfaces::IInput;
 using kelvo_sdk::interfaces::INode;
-using kelvo_sdk::interfaces::IOutput;
 
 constexpr std::size_t mostSources = 12;
 constexpr u64 mostChoices = 20;
@@ -67,8 +65,13 @@ std::vector<INode*> modifiersOf(const IInput& input) {
 /// Prints the properties of an input, line by line.
 class ValuePrinter {
 public:
-    ValuePrinter(const IInput& input, const IInput* inText, Terminal& out)
-        : m_input(handleOn(input)), m_inText(inText), m_isOfType(isDefined(input)), m_out(out) {}
+    ValuePrinter(const SnapshotInput& input, const Input& valued, const Input& inText,
+                 Terminal& out)
+        : m_place(input),
+          m_input(valued),
+          m_inText(inText),
+          m_isOfType(isDefined(*valued)),
+          m_out(out) {}
 
     void print() {
         printLine(m_out, "kind", m_input.typeName().view());
@@ -143,8 +146,7 @@ private:
 
     void printConnection() {
         m_out.write("from: connection\n");
-        const IOutput* source = m_input->source();
-        printSources({{m_input.node(), source->node(), m_input.get(), source}}, m_out);
+        printSources({{m_place, m_place.source()}}, m_out);
         const Evaluation result = evaluateInput();
         m_out.write(result.hasValue ? "evaluates to: " : "evaluates to: no value, as ");
         m_out.write(Tone::Value, result.text.view()).endLine();
@@ -155,9 +157,9 @@ private:
     [[nodiscard]] Evaluation evaluateInput() const {
         const Evaluation result = evaluate(m_input);
         const Libraries* libraries = librariesInUse();
-        const bool isOfText = m_inText && m_inText->source() && libraries &&
-                              !libraries->mayDefine(*m_input->source());
-        return result.hasValue || !isOfText ? result : evaluate(handleOn(*m_inText));
+        const bool isOfText =
+            m_inText && m_inText.source() && libraries && !libraries->mayDefine(*m_input->source());
+        return result.hasValue || !isOfText ? result : evaluate(m_inText);
     }
 
     void printModifiers() {
@@ -196,16 +198,17 @@ private:
         m_out.endLine();
     }
 
+    const SnapshotInput m_place;
     const Input m_input;
-    const IInput* m_inText;
+    const Input m_inText;
     const bool m_isOfType;
     Terminal& m_out;
 };
 
 void printSource(const NodeLink& link, Terminal& out) {
     out.write("    ").write(Tone::Name, link.text().view());
-    const String from = link.source->typeName();
-    const String to = link.input->typeName();
+    const String from = link.source.typeName();
+    const String to = link.input.typeName();
     if (from != to) {
         out.write(", converted from ").write(Tone::Kind, from.view());
         out.write(" to ").write(Tone::Kind, to.view());
@@ -215,17 +218,18 @@ void printSource(const NodeLink& link, Terminal& out) {
 
 } // namespace
 
-void explainValue(const IInput& input, const IInput* inText, Terminal& out) {
-    ValuePrinter(input, inText, out).print();
+void explainValue(const SnapshotInput& input, const Input& valued, const Input& inText,
+                  Terminal& out) {
+    ValuePrinter(input, valued, inText, out).print();
 }
 
 void printSources(std::vector<NodeLink> links, Terminal& out) {
-    std::unordered_set<const INode*> seen;
+    std::unordered_set<kelvo_sdk::NodeNumber> seen;
     for (std::size_t i = 0; i < links.size(); ++i) {
         if (i < mostSources) printSource(links[i], out);
-        INode* node = links[i].read;
-        if (!node || !seen.insert(node).second) continue;
-        const std::vector<NodeLink> further = connectionsIn(linksOf(*node));
+        const kelvo_sdk::SnapshotNode node = links[i].read();
+        if (!seen.insert(node.number()).second) continue;
+        const std::vector<NodeLink> further = connectionsIn(linksOf(node));
         links.insert(links.end(), further.begin(), further.end());
     }
     if (links.size() > mostSources)
@@ -237,7 +241,7 @@ void printSources(std::vector<NodeLink> links, Terminal& out) {
 std::vector<NodeLink> connectionsIn(const std::vector<NodeLink>& links) {
     std::vector<NodeLink> connections;
     std::ranges::copy_if(links, std::back_inserter(connections),
-                         [](const NodeLink& link) { return link.source != nullptr; });
+                         [](const NodeLink& link) { return bool(link.source); });
     return connections;
 }
 

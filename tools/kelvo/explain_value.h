@@ -1,16 +1,16 @@
 #pragma once
 
-#include "kelvo/sdk/interfaces/i_input.h"
+#include "kelvo/sdk/input.h"
 #include "tools/kelvo/neighbourhood.h"
 #include "tools/kelvo/terminal.h"
 
 namespace qv::kelvo_tool {
 
-/// Prints kind and value of an input, the source of the value, and the allowed values. `input` is
-/// in a scene that knows the types of its nodes; `inText` is the same input in a scene as written,
-/// null where the text leaves it to a type.
-void explainValue(const kelvo_sdk::interfaces::IInput& input,
-                  const kelvo_sdk::interfaces::IInput* inText, Terminal& out);
+/// Prints kind and value of an input, the source of the value, and the allowed values. `valued` is
+/// the input in live nodes that know their types; `inText` is the same without types, empty where
+/// the text leaves the input to a type, as `input` is then.
+void explainValue(const kelvo_sdk::SnapshotInput& input, const kelvo_sdk::Input& valued,
+                  const kelvo_sdk::Input& inText, Terminal& out);
 
 /// Prints the given connections and all connections upstream of them, the nearest first.
 void printSources(std::vector<NodeLink> links, Terminal& out);

@@ -4,7 +4,6 @@
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
-#include "tools/kelvo/scene_hash.h"
 #include "tools/kelvo/value_summary.h"
 
 #include <optional>
@@ -15,9 +14,10 @@ namespace qv::kelvo_tool {
 namespace {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::Input;
-using kelvo_sdk::Output;
 using kelvo_sdk::SnapshotInput;
+using kelvo_sdk::SnapshotMatch;
+using kelvo_sdk::SnapshotMatches;
+using kelvo_sdk::SnapshotNode;
 using kelvo_sdk::SnapshotOutput;
 
 struct FindOptions {
@@ -41,39 +41,20 @@ kelvo_sdk::Query queryOf(const FindOptions& options) {
     return query;
 }
 
-template<typename AnyNode>
-void tellNode(const AnyNode& node, Terminal& out) {
+void tellNode(const SnapshotNode& node, Terminal& out) {
     out.write(Tone::Name, node.name().view()).write(" (");
     out.write(Tone::Kind, node.type().view()).write(")").endLine();
 }
 
-String sourceOf(const Input& input) {
-    const Output source = input.source();
-    return source ? source.path() : String();
-}
-
-String sourceOf(const SnapshotInput& input) {
-    const SnapshotOutput source = input.source();
-    return source ? source.node().name() + "." + source.name() : String();
-}
-
-String valueOf(const Input& input) {
-    return shortValue(*input);
-}
-
-String valueOf(const SnapshotInput& input) {
-    return shortValue(input);
-}
-
-template<typename AnyMatch>
-void tell(const AnyMatch& match, Terminal& out) {
-    const auto& input = match.input;
+void tell(const SnapshotMatch& match, Terminal& out) {
+    const SnapshotInput& input = match.input;
     if (!input) return tellNode(match.node, out);
     out.write(Tone::Name, match.path().view()).write(" (");
     out.write(Tone::Kind, input.typeName().view()).write(")");
-    if (input.type() != AttrType::Null) out.write(" = ").write(Tone::Value, valueOf(input).view());
-    if (const String source = sourceOf(input); !source.isEmpty())
-        out.write(" <- ").write(Tone::Name, source.view());
+    if (input.type() != AttrType::Null)
+        out.write(" = ").write(Tone::Value, shortValue(input).view());
+    if (const SnapshotOutput source = input.source())
+        out.write(" <- ").write(Tone::Name, source.path().view());
     out.endLine();
 }
 
@@ -105,22 +86,13 @@ bool addLibraries(kelvo_sdk::Query& query) {
     return true;
 }
 
-template<typename AnyMatches>
-Status print(const AnyMatches& matches, const FindOptions& options, Terminal& out) {
+Status print(const SnapshotMatches& matches, const FindOptions& options, Terminal& out) {
     if (options.countOnly) out.write(Tone::Value, std::to_string(matches.size())).endLine();
-    for (const auto& match : matches)
+    for (const SnapshotMatch& match : matches)
         if (!options.countOnly && !out.isClosed()) tell(match, out);
     if (!matches.empty()) return Status::Ok;
     complain(displayed(options.file) + ": " + nothingFound(options));
     return Status::Fault;
-}
-
-// Searches live nodes, as modifiers change their values.
-Status findLive(Document& document, const kelvo_sdk::Query& query, const FindOptions& options,
-                Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!document.makeText() || !document.read(scene)) return Status::Fault;
-    return print(scene.find(query), options, out);
 }
 
 Status runFind(const FindOptions& options, Terminal& out) {
@@ -131,12 +103,10 @@ Status runFind(const FindOptions& options, Terminal& out) {
     }
     if (query.type && !addLibraries(query)) return Status::Fault;
     Document document;
-    const kelvo_sdk::Snapshot scene = document.look(options.file);
+    const kelvo_sdk::Snapshot scene = document.lookModified(options.file);
     if (!scene) return Status::Fault;
-    const bool isLive = hasModifiers(scene.nodes());
-    const auto matches = isLive ? kelvo_sdk::SnapshotMatches() : find(scene, query);
+    const SnapshotMatches matches = find(scene, query);
     if (!document.isSound()) return Status::Fault;
-    if (isLive) return findLive(document, query, options, out);
     const Status status = print(matches, options, out);
     return document.isSound() ? status : Status::Fault;
 }

@@ -61,16 +61,16 @@ bool findFormat(const String& file, Format& format, String& error) {
     return false;
 }
 
-bool limit(const kelvo_sdk::Scene& scene, const GraphOptions& options, SceneGraph& graph,
+bool limit(const kelvo_sdk::Snapshot& scene, const GraphOptions& options, SceneGraph& graph,
            String& error) {
     if (!options.only.isEmpty()) graph.leaveOutLoners();
     if (!options.around) return true;
-    const auto center = scene.findNode(*options.around);
-    if (!center.get()) {
+    const kelvo_sdk::SnapshotNode center = scene[*options.around];
+    if (!center) {
         error = displayed(options.file) + ": " + noSuchNode(scene, *options.around);
         return false;
     }
-    graph.drawAround(center.get(), static_cast<u64>(options.depth));
+    graph.drawAround(center, static_cast<u64>(options.depth));
     return true;
 }
 
@@ -95,7 +95,7 @@ struct Wish {
     EdgeSorts sorts{};
 };
 
-Status drawScene(const kelvo_sdk::Scene& scene, const GraphOptions& options, const Wish& wish,
+Status drawScene(const kelvo_sdk::Snapshot& scene, const GraphOptions& options, const Wish& wish,
                  String& text, String& error) {
     const ProgressLine line("kelvo: drawing " + displayed(options.file));
     SceneGraph graph(scene, wish.sorts);
@@ -109,8 +109,9 @@ Status runGraph(const GraphOptions& options, Terminal& out) {
     if (!findFormat(options.outFile, wish.format, error) ||
         !findSorts(options.only, wish.sorts, error))
         return reported(Status::Usage, error);
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+    Document document;
+    const kelvo_sdk::Snapshot scene = document.lookModified(options.file);
+    if (!scene) return Status::Fault;
     String text;
     if (const Status status = drawScene(scene, options, wish, text, error); status != Status::Ok)
         return reported(status, error);

@@ -33,7 +33,7 @@ std::string_view familyColor(const String& type) {
     return {};
 }
 
-std::string_view colorOf(const kelvo_sdk::interfaces::INode& node) {
+std::string_view colorOf(const kelvo_sdk::SnapshotNode& node) {
     const String type = node.type();
     std::string_view color = familyColor(type);
     const Libraries* libraries = librariesInUse();
@@ -46,7 +46,7 @@ std::string_view colorOf(const kelvo_sdk::interfaces::INode& node) {
 
 } // namespace
 
-std::string_view GraphColors::of(const kelvo_sdk::interfaces::INode& node) {
+std::string_view GraphColors::of(const kelvo_sdk::SnapshotNode& node) {
     std::string_view& color = m_known[node.type()];
     if (color.empty()) color = colorOf(node);
     return color;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <string_view>
 #include <unordered_map>
@@ -12,7 +12,7 @@ namespace qv::kelvo_tool {
 class GraphColors {
 public:
     /// Returns a light colour, "#RRGGBB", as a static text.
-    [[nodiscard]] std::string_view of(const kelvo_sdk::interfaces::INode& node);
+    [[nodiscard]] std::string_view of(const kelvo_sdk::SnapshotNode& node);
 
 private:
     std::unordered_map<String, std::string_view> m_known;

@@ -83,18 +83,18 @@ private:
         m_out.append("    ");
         writeId(place);
         m_out.append(" [label=<");
-        const u64 icon = m_icons.icons ? m_icons.icons->add(*entry.node) : GraphIcons::none;
+        const u64 icon = m_icons.icons ? m_icons.icons->addOf(entry.node) : GraphIcons::none;
         if (icon == GraphIcons::none)
-            writeText(*entry.node, "<BR/>");
+            writeText(entry.node, "<BR/>");
         else
-            writeTable(*entry.node, icon);
-        m_out.append("> fillcolor=\"").append(m_colors.of(*entry.node)).append('"');
+            writeTable(entry.node, icon);
+        m_out.append("> fillcolor=\"").append(m_colors.of(entry.node)).append('"');
         if (entry.isCut) m_out.append(" style=\"filled,rounded,dashed\"");
         if (place == m_graph.center()) m_out.append(" penwidth=3 color=\"#000000\"");
         m_out.append("]\n");
     }
 
-    void writeTable(const SceneGraph::INode& node, u64 icon) {
+    void writeTable(const kelvo_sdk::SnapshotNode& node, u64 icon) {
         m_out.append("<TABLE BORDER=\"0\" CELLBORDER=\"0\" CELLSPACING=\"0\" CELLPADDING=\"1\"><TR>"
                      "<TD ROWSPAN=\"2\" FIXEDSIZE=\"TRUE\" WIDTH=\"24\" HEIGHT=\"24\">"
                      "<IMG SRC=\"icon-");
@@ -105,7 +105,7 @@ private:
     }
 
     // Writes two lines: the display name; then the name, unless it is the same, and the type.
-    void writeText(const SceneGraph::INode& node, const char* between) {
+    void writeText(const kelvo_sdk::SnapshotNode& node, const char* between) {
         const String name = node.name();
         const String shown = node.displayName();
         m_out.append("<B>");
@@ -151,7 +151,7 @@ private:
         return edge.label + "\n" + count(edge.count - SceneGraph::mostLines) + " more";
     }
 
-    void writeId(u32 place) { appendDotString(m_graph.nodes()[place].node->name(), m_out); }
+    void writeId(u32 place) { appendDotString(m_graph.nodes()[place].node.name(), m_out); }
 
     const SceneGraph& m_graph;
     const DrawnIcons& m_icons;

@@ -52,11 +52,7 @@ void appendDrawing(std::string_view drawing, StringIO& out) {
 
 } // namespace
 
-GraphIcons::GraphIcons()
-    : GraphIcons([](const kelvo_sdk::interfaces::INode& node) { return node.svgIcon(false); }) {}
-
-u64 GraphIcons::add(const kelvo_sdk::interfaces::INode& node) {
-    const String icon = m_iconOf(node);
+u64 GraphIcons::add(const String& icon) {
     const auto [place, isNew] = m_places.emplace(icon, none);
     if (!isNew || icon.isEmpty()) return place->second;
     const String safe = kelvo_sdk::safeSvg(icon);

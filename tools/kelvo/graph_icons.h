@@ -1,6 +1,7 @@
 #pragma once
 
-#include "kelvo/sdk/interfaces/i_node.h"
+#include "kelvo/base/string.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <functional>
 #include <unordered_map>
@@ -14,15 +15,15 @@ class GraphIcons {
 public:
     static constexpr u64 none = noIndex;
 
-    /// Returns the icon of a node as SVG.
-    using IconOf = std::function<String(const kelvo_sdk::interfaces::INode& node)>;
+    /// Returns the icon of nodes of a type as SVG.
+    using IconOf = std::function<String(const String& type)>;
 
-    /// Uses the icons stored in the nodes.
-    GraphIcons();
     explicit GraphIcons(IconOf iconOf) : m_iconOf(std::move(iconOf)) {}
 
-    /// Returns the index of a node's icon, `none` if the icon is not plain SVG.
-    u64 add(const kelvo_sdk::interfaces::INode& node);
+    /// Returns the index of an icon, `none` if it is not plain SVG.
+    u64 add(const String& icon);
+    /// Returns that of a node's icon.
+    u64 addOf(const kelvo_sdk::SnapshotNode& node) { return add(m_iconOf(node.type())); }
     /// Makes `add` return `none` for that icon from now on.
     void leaveOut(u64 index);
 

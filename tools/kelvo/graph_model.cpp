@@ -1,36 +1,24 @@
 #include "tools/kelvo/graph_model.h"
 
-#include "tools/kelvo/hierarchy.h"
-
 #include "kelvo/base/walk_all.h"
-#include "kelvo/sdk/interfaces/i_output.h"
 
 #include <algorithm>
 
 namespace qv::kelvo_tool {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::interfaces::IInput;
-using kelvo_sdk::interfaces::IInputContainer;
-using kelvo_sdk::interfaces::IOutput;
+using kelvo_sdk::SnapshotInput;
+using kelvo_sdk::SnapshotNode;
+using kelvo_sdk::SnapshotOutput;
 
-namespace {
-
-// Returns the path of an input or output without the name of its node.
-String pathInside(const String& path) {
-    const u64 dot = path.find('.');
-    return dot == String::npos ? path : path.substr(dot + 1);
-}
-
-} // namespace
-
-SceneGraph::SceneGraph(const kelvo_sdk::Scene& scene, const EdgeSorts& sorts) : m_sorts(sorts) {
-    const u64 count = scene.nodeCount();
-    m_nodes.reserve(count);
-    m_places.reserve(count);
-    for (u64 i = 0; i < count; ++i) {
-        m_places.emplace(scene->node(i), static_cast<u32>(i));
-        m_nodes.push_back({scene->node(i)});
+SceneGraph::SceneGraph(const kelvo_sdk::Snapshot& scene, const EdgeSorts& sorts) : m_sorts(sorts) {
+    const ds::Vector<SnapshotNode> nodes = scene.nodes();
+    m_nodes.reserve(nodes.size());
+    m_places.reserve(nodes.size());
+    for (const SnapshotNode& node : nodes) {
+        if (node.number() >= m_places.size()) m_places.resize(u64{node.number()} + 1, noNode);
+        m_places[node.number()] = static_cast<u32>(m_nodes.size());
+        m_nodes.push_back({node});
     }
     for (u32 i = 0; i < m_nodes.size(); ++i)
         addInputs(i);
@@ -38,41 +26,43 @@ SceneGraph::SceneGraph(const kelvo_sdk::Scene& scene, const EdgeSorts& sorts) : 
 
 // Visits all inputs of a node at any depth, in order and without recursion.
 void SceneGraph::addInputs(u32 owner) {
-    const INode& node = *m_nodes[owner].node;
-    const IInput* childList = Hierarchy::childListOf(node);
-    const auto visit = [&](const IInput* input, const auto& add) {
-        addInput(owner, *input, childList);
-        for (u64 i = input->inputCount(); i-- > 0;)
-            add(input->input(i));
+    static const String name("children");
+    const SnapshotNode node = m_nodes[owner].node;
+    const SnapshotInput named = node[name];
+    const SnapshotInput childList = named.type() == AttrType::Array ? named : SnapshotInput();
+    const auto visit = [&](const SnapshotInput& input, const auto& add) {
+        addInput(owner, input, childList);
+        for (u64 i = input.inputCount(); i-- > 0;)
+            add(input.input(i));
     };
     for (u64 i = 0; i < node.inputCount(); ++i)
-        walkAll<const IInput*>(node.input(i), visit);
+        walkAll(node.input(i), visit);
 }
 
-void SceneGraph::addInput(u32 owner, const IInput& input, const IInput* childList) {
-    const INode* node = m_nodes[owner].node;
-    INode* linked = nullptr;
-    if (input.type() == AttrType::Node && input.readNode(linked, false, nullptr) && linked) {
+void SceneGraph::addInput(u32 owner, const SnapshotInput& input, const SnapshotInput& childList) {
+    if (const SnapshotNode linked = input.linked()) {
         const bool isChild = childList && input.parent() == childList;
         const EdgeSort sort = isChild ? EdgeSort::Hierarchy : EdgeSort::Link;
-        if (has(sort)) addEdge(sort, node, linked, isChild ? String() : pathInside(input.path()));
+        if (has(sort))
+            addEdge(sort, owner, placeOf(linked),
+                    [&] { return isChild ? String() : input.path(); });
     }
-    const IOutput* source = has(EdgeSort::Connection) ? input.source() : nullptr;
-    if (source && source->node())
-        addEdge(EdgeSort::Connection, source->node(), node,
-                source->name() + " → " + pathInside(input.path()));
+    const SnapshotOutput source = has(EdgeSort::Connection) ? input.source() : SnapshotOutput();
+    if (source)
+        addEdge(EdgeSort::Connection, placeOf(source.node()), owner,
+                [&] { return source.name() + " → " + input.path(); });
 }
 
-void SceneGraph::addEdge(EdgeSort sort, const INode* from, const INode* to, const String& line) {
-    const auto start = m_places.find(from);
-    const auto end = m_places.find(to);
-    if (start == m_places.end() || end == m_places.end()) return;
-    const Key key{u64{start->second} << 32 | end->second, sort};
+// Asks for a line only while there is room for it.
+template<typename LineOf>
+void SceneGraph::addEdge(EdgeSort sort, u32 from, u32 to, const LineOf& lineOf) {
+    const Key key{u64{from} << 32 | to, sort};
     const auto [place, isNew] = m_known.emplace(key, static_cast<u32>(m_edges.size()));
-    if (isNew) m_edges.push_back({start->second, end->second, sort, 0, {}});
+    if (isNew) m_edges.push_back({from, to, sort, 0, {}});
     GraphEdge& edge = m_edges[place->second];
-    if (edge.count++ >= mostLines || line.isEmpty()) return;
-    edge.label = edge.label.isEmpty() ? line : edge.label + "\n" + line;
+    if (edge.count++ >= mostLines) return;
+    const String line = lineOf();
+    if (!line.isEmpty()) edge.label = edge.label.isEmpty() ? line : edge.label + "\n" + line;
 }
 
 u64 SceneGraph::drawnCount() const noexcept {
@@ -89,8 +79,8 @@ std::vector<std::vector<u32>> SceneGraph::neighbours() const {
     return all;
 }
 
-void SceneGraph::drawAround(const INode* node, u64 depth) {
-    m_center = m_places.at(node);
+void SceneGraph::drawAround(const SnapshotNode& node, u64 depth) {
+    m_center = placeOf(node);
     for (GraphNode& other : m_nodes)
         other.isDrawn = false;
     m_nodes[m_center].isDrawn = true;

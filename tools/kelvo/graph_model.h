@@ -1,6 +1,7 @@
 #pragma once
 
-#include "kelvo/sdk/scene.h"
+#include "kelvo/base/hash.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <array>
 #include <unordered_map>
@@ -17,7 +18,7 @@ inline constexpr u64 edgeSortCount = 3;
 using EdgeSorts = std::array<bool, edgeSortCount>;
 
 struct GraphNode {
-    kelvo_sdk::interfaces::INode* node;
+    kelvo_sdk::SnapshotNode node;
     bool isDrawn = true;
     /// True when edges of the node lead to nodes that are not drawn.
     bool isCut = false;
@@ -33,14 +34,14 @@ struct GraphEdge {
     String label;
 };
 
-/// The nodes of a scene and the edges between them, in the order of the scene. Borrows the nodes.
+/// The nodes of a scene and the edges between them, in the order of the scene.
 class SceneGraph {
 public:
-    using INode = kelvo_sdk::interfaces::INode;
     static constexpr u32 noNode = ~u32{0};
     static constexpr u32 mostLines = 4;
 
-    SceneGraph(const kelvo_sdk::Scene& scene, const EdgeSorts& sorts);
+    /// Borrows the scene.
+    SceneGraph(const kelvo_sdk::Snapshot& scene, const EdgeSorts& sorts);
 
     [[nodiscard]] const std::vector<GraphNode>& nodes() const noexcept { return m_nodes; }
     [[nodiscard]] const std::vector<GraphEdge>& edges() const noexcept { return m_edges; }
@@ -53,7 +54,7 @@ public:
     [[nodiscard]] u64 drawnCount() const noexcept;
 
     /// Leaves out nodes more than `depth` edges away from a node, in either direction.
-    void drawAround(const INode* node, u64 depth);
+    void drawAround(const kelvo_sdk::SnapshotNode& node, u64 depth);
     /// Leaves out nodes without edges.
     void leaveOutLoners();
 
@@ -68,19 +69,22 @@ private:
             return static_cast<std::size_t>(hashMix(key.ends, static_cast<u64>(key.sort)));
         }
     };
-    using IInput = kelvo_sdk::interfaces::IInput;
-    using IInputContainer = kelvo_sdk::interfaces::IInputContainer;
-
     void addInputs(u32 owner);
-    void addInput(u32 owner, const IInput& input, const IInput* childList);
-    void addEdge(EdgeSort sort, const INode* from, const INode* to, const String& line);
+    void addInput(u32 owner, const kelvo_sdk::SnapshotInput& input,
+                  const kelvo_sdk::SnapshotInput& childList);
+    template<typename LineOf>
+    void addEdge(EdgeSort sort, u32 from, u32 to, const LineOf& lineOf);
+    [[nodiscard]] u32 placeOf(const kelvo_sdk::SnapshotNode& node) const {
+        return m_places[node.number()];
+    }
     [[nodiscard]] std::vector<std::vector<u32>> neighbours() const;
     void markCuts();
 
     EdgeSorts m_sorts;
     std::vector<GraphNode> m_nodes;
     std::vector<GraphEdge> m_edges;
-    std::unordered_map<const INode*, u32> m_places;
+    // By number.
+    std::vector<u32> m_places;
     std::unordered_map<Key, u32, KeyHash> m_known;
     u32 m_center = noNode;
 };

@@ -24,12 +24,6 @@ constexpr std::string_view iconFrame =
     "<?xml version=\"1.0\"?>\n"
     "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"24\" height=\"24\"/>\n";
 
-// Types have the icons; a scene without types has none.
-String iconOf(const SceneGraph::INode& node) {
-    const Libraries* libraries = librariesInUse();
-    return libraries ? libraries->iconOf(node) : node.svgIcon(false);
-}
-
 String firstLine(const String& text) {
     return text.toFirst('\n', false);
 }
@@ -69,7 +63,7 @@ private:
 
     bool makeIcons() {
         for (const GraphNode& entry : m_graph.nodes())
-            if (entry.isDrawn) m_icons.add(*entry.node);
+            if (entry.isDrawn) m_icons.addOf(entry.node);
         if (m_icons.refusedCount() != 0)
             warn(String::format("left out icons that are not plain SVG: %llu.",
                                 static_cast<unsigned long long>(m_icons.refusedCount())));
@@ -131,7 +125,11 @@ private:
     String& m_error;
     const StopRequests m_stopRequests;
     const TemporaryFolder m_folder;
-    GraphIcons m_icons{iconOf};
+    // Types have the icons. Libraries that cannot be loaded were reported when the scene was read.
+    GraphIcons m_icons{[](const String& type) {
+        const Libraries* libraries = librariesInUse();
+        return libraries ? libraries->iconOf(type) : String();
+    }};
     bool m_isIconReported = false;
 };
 

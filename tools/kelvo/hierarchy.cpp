@@ -4,67 +4,70 @@
 
 namespace qv::kelvo_tool {
 
-using kelvo_sdk::AttrType;
-using kelvo_sdk::interfaces::IInput;
+using kelvo_sdk::SnapshotInput;
+using kelvo_sdk::SnapshotNode;
 
-Hierarchy::Hierarchy(const kelvo_sdk::Scene& scene) {
-    std::vector<INode*> nodes;
-    for (u64 i = 0; i < scene.nodeCount(); ++i)
-        nodes.push_back(scene->node(i));
-    for (INode* node : nodes) {
-        m_entries[node];
-        for (const INode* child : childrenOf(*node))
-            ++m_entries[child].listed;
-    }
-    for (INode* node : nodes)
-        if (m_entries[node].listed == 0) walk(node);
-    for (INode* node : nodes)
-        if (m_entries[node].state == State::New) walk(node);
+Hierarchy::Hierarchy(const ds::Vector<SnapshotNode>& nodes) {
+    m_entries.reserve(nodes.size());
+    for (const SnapshotNode& node : nodes)
+        addChildren(node);
+    for (const SnapshotNode& node : nodes)
+        if (m_entries[node.number()].listed == 0) walk(node.number());
+    for (const SnapshotNode& node : nodes)
+        if (m_entries[node.number()].state == State::New) walk(node.number());
 }
 
-IInput* Hierarchy::childListOf(const INode& node) {
+std::span<const Hierarchy::Number> Hierarchy::childrenOf(Number node) const noexcept {
+    const Entry& entry = m_entries[node];
+    return std::span(m_children).subspan(entry.begin, entry.end - entry.begin);
+}
+
+Hierarchy::Entry& Hierarchy::entryOf(Number node) {
+    if (node >= m_entries.size()) m_entries.resize(node + 1);
+    return m_entries[node];
+}
+
+void Hierarchy::addChildren(const SnapshotNode& node) {
     static const String name("children");
-    return node.hasInput(name, AttrType::Array) ? node.input(name) : nullptr;
-}
-
-std::vector<Hierarchy::INode*> Hierarchy::childrenOf(const INode& node) {
-    std::vector<INode*> children;
-    const IInput* list = childListOf(node);
-    for (u64 i = 0; list && i < list->inputCount(); ++i) {
-        INode* child = nullptr;
-        if (list->input(i)->readNode(child, false, nullptr) && child) children.push_back(child);
+    const u64 begin = m_children.size();
+    const SnapshotInput list = node[name];
+    const u64 count = list.type() == kelvo_sdk::AttrType::Array ? list.inputCount() : 0;
+    for (u64 i = 0; i < count; ++i) {
+        const SnapshotNode child = list.input(i).linked();
+        if (!child) continue;
+        m_children.push_back(child.number());
+        ++entryOf(child.number()).listed;
     }
-    return children;
+    Entry& entry = entryOf(node.number());
+    entry.begin = static_cast<u32>(begin);
+    entry.end = static_cast<u32>(m_children.size());
 }
 
 // Works without recursion: a chain of nodes may be as long as the scene.
-void Hierarchy::walk(INode* root) {
+void Hierarchy::walk(Number root) {
     m_roots.push_back(root);
     std::vector<Step> way;
     enter(root, way);
     while (!way.empty()) {
         Step& step = way.back();
-        if (step.next == step.children.size()) {
+        Entry& entry = m_entries[step.node];
+        if (step.next == entry.end) {
             leave(way);
             continue;
         }
-        INode* child = step.children[step.next++];
-        Entry& entry = m_entries[child];
-        if (entry.state == State::New) {
-            enter(child, way);
-        } else if (entry.state == State::Open) {
-            m_cycles.emplace_back(step.node, child);
-        } else {
-            u64& levels = m_entries[step.node].levels;
-            levels = std::max(levels, entry.levels);
-        }
+        const Number number = m_children[step.next++];
+        const Entry& child = m_entries[number];
+        if (child.state == State::New)
+            enter(number, way);
+        else if (child.state == State::Done)
+            entry.levels = std::max(entry.levels, child.levels);
     }
-    m_levels = std::max(m_levels, m_entries[root].levels);
+    m_levels = std::max<u64>(m_levels, m_entries[root].levels);
 }
 
-void Hierarchy::enter(INode* node, std::vector<Step>& way) {
+void Hierarchy::enter(Number node, std::vector<Step>& way) {
     m_entries[node].state = State::Open;
-    way.push_back({node, childrenOf(*node)});
+    way.push_back({node, m_entries[node].begin});
 }
 
 // Before this call the levels of an entry are those of its children alone.
@@ -74,7 +77,7 @@ void Hierarchy::leave(std::vector<Step>& way) {
     ++entry.levels;
     way.pop_back();
     if (way.empty()) return;
-    u64& levels = m_entries[way.back().node].levels;
+    u32& levels = m_entries[way.back().node].levels;
     levels = std::max(levels, entry.levels);
 }
 

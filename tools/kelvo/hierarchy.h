@@ -1,57 +1,54 @@
 #pragma once
 
-#include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/snapshot.h"
 
-#include <unordered_map>
-#include <utility>
+#include <span>
 #include <vector>
 
 namespace qv::kelvo_tool {
 
-/// The hierarchy in the "children" inputs of a scene's nodes. Borrows the nodes.
+/// The hierarchy in the "children" inputs of a snapshot's nodes.
 class Hierarchy {
 public:
-    using INode = kelvo_sdk::interfaces::INode;
+    using Number = kelvo_sdk::NodeNumber;
 
-    explicit Hierarchy(const kelvo_sdk::Scene& scene);
+    explicit Hierarchy(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes);
 
     /// Returns the nodes that are nobody's child and, for nodes only reachable through a cycle, the
     /// first of that cycle. Every node can be reached from these.
-    [[nodiscard]] const std::vector<INode*>& roots() const noexcept { return m_roots; }
+    [[nodiscard]] const std::vector<Number>& roots() const noexcept { return m_roots; }
+    /// Returns the children of a node in order, without the empty elements.
+    [[nodiscard]] std::span<const Number> childrenOf(Number node) const noexcept;
     /// Returns the number of places that list the node as a child.
-    [[nodiscard]] u64 timesListed(const INode* node) const { return m_entries.at(node).listed; }
+    [[nodiscard]] u64 timesListed(Number node) const noexcept { return m_entries[node].listed; }
     /// Returns the number of nodes on the longest path from a root down; 0 without nodes.
     [[nodiscard]] u64 levels() const noexcept { return m_levels; }
-    /// Returns the pairs of node and child that close a cycle.
-    [[nodiscard]] const std::vector<std::pair<INode*, INode*>>& cycles() const noexcept {
-        return m_cycles;
-    }
-
-    /// Returns the children of a node in order, without the empty elements.
-    [[nodiscard]] static std::vector<INode*> childrenOf(const INode& node);
-    /// Returns the array "children" of a node, null when it has none.
-    [[nodiscard]] static kelvo_sdk::interfaces::IInput* childListOf(const INode& node);
 
 private:
     enum class State : u8 { New, Open, Done };
+    // The children of a node are a range of `m_children`.
     struct Entry {
-        u64 listed = 0;
-        u64 levels = 0;
+        u32 begin = 0;
+        u32 end = 0;
+        u32 levels = 0;
+        u32 listed = 0;
         State state = State::New;
     };
     struct Step {
-        INode* node;
-        std::vector<INode*> children;
-        std::size_t next = 0;
+        Number node;
+        u32 next;
     };
 
-    void walk(INode* root);
-    void enter(INode* node, std::vector<Step>& way);
+    void addChildren(const kelvo_sdk::SnapshotNode& node);
+    void walk(Number root);
+    void enter(Number node, std::vector<Step>& way);
     void leave(std::vector<Step>& way);
+    Entry& entryOf(Number node);
 
-    std::unordered_map<const INode*, Entry> m_entries;
-    std::vector<INode*> m_roots;
-    std::vector<std::pair<INode*, INode*>> m_cycles;
+    // By number.
+    std::vector<Entry> m_entries;
+    std::vector<Number> m_children;
+    std::vector<Number> m_roots;
     u64 m_levels = 0;
 };
 

@@ -131,10 +131,9 @@ StringVector Libraries::basesOf(const String& type) const {
     return known ? known->bases() : StringVector();
 }
 
-String Libraries::iconOf(const kelvo_sdk::interfaces::INode& node) const {
-    if (const String own = node.svgIcon(true); !own.isEmpty()) return own;
-    const INode* known = lookUpType(node.type());
-    return known ? known->svgIcon(false) : node.svgIcon(false);
+String Libraries::iconOf(const String& type) const {
+    if (const INode* known = lookUpType(type)) return known->svgIcon(false);
+    return kelvo_sdk::Scene::create().createNode(type, "unknown")->svgIcon(false);
 }
 
 bool Libraries::defines(const kelvo_sdk::interfaces::IInput& input) const {

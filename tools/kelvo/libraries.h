@@ -47,8 +47,8 @@ public:
                                                                      const String& name) const;
     /// Returns the bases of a type, none for an unknown type.
     [[nodiscard]] StringVector basesOf(const String& type) const;
-    /// Returns the icon of a node or its type as SVG, or the picture for missing icons.
-    [[nodiscard]] String iconOf(const kelvo_sdk::interfaces::INode& node) const;
+    /// Returns the icon of a type as SVG, or the picture for missing icons.
+    [[nodiscard]] String iconOf(const String& type) const;
     /// Tells whether the type of an input's node defines the input; for a member or element, the
     /// outermost input counts.
     [[nodiscard]] bool defines(const kelvo_sdk::interfaces::IInput& input) const;

@@ -1,19 +1,22 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/sdk/node_path.h"
+#include "kelvo/sdk/input.h"
+#include "kelvo/sdk/snapshot_paths.h"
 #include "tools/kelvo/address.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 
+#include <algorithm>
 #include <string>
 
 namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::NodePath;
-using kelvo_sdk::NodePaths;
+using kelvo_sdk::Snapshot;
+using kelvo_sdk::SnapshotNode;
+using kelvo_sdk::SnapshotPaths;
 
 struct PathsOptions {
     String file;
@@ -47,7 +50,7 @@ String nothingFound(const PathsOptions& options) {
 }
 
 // Returns the number of paths, as far as the iterator knows it.
-String total(const NodePaths& paths) {
+String total(const SnapshotPaths& paths) {
     const String number = numberText(paths.count());
     return paths.isCountExact() ? number : "at least " + number;
 }
@@ -58,17 +61,23 @@ String textOf(const math::Mat4d& matrix) {
     return value.asString();
 }
 
-void printPath(const NodePath& path, bool withMatrix, Terminal& out) {
-    out.write(Tone::Name, path.text().view());
-    if (withMatrix) out.write(" ").write(Tone::Value, textOf(path.matrix()).view());
+/// Prints paths; `values` has the matrices of the nodes, empty for none.
+void printPath(const ds::Vector<SnapshotNode>& path, const Snapshot& values, Terminal& out) {
+    math::Mat4d product = math::Mat4d::identity;
+    for (const SnapshotNode& node : path) {
+        out.write(Tone::Name, node == path[0] ? "" : "/").write(Tone::Name, node.name().view());
+        if (values) product = values[node.name()].matrix() * product;
+    }
+    if (values) out.write(" ").write(Tone::Value, textOf(product).view());
     out.endLine();
 }
 
-void printPaths(const NodePaths& paths, const PathsOptions& options, Terminal& out) {
+void printPaths(const SnapshotPaths& paths, const Snapshot& values, const PathsOptions& options,
+                Terminal& out) {
     const u64 limit = options.firstOnly ? 1 : options.limit;
     u64 printed = 0;
     do {
-        printPath(*paths.current(), options.matrices, out);
+        printPath(paths.current(), values, out);
         ++printed;
     } while (printed < limit && !out.isClosed() && paths.next());
     if (options.firstOnly || out.isClosed() || !paths.next()) return;
@@ -78,27 +87,39 @@ void printPaths(const NodePaths& paths, const PathsOptions& options, Terminal& o
              " paths are shown (see --limit).");
 }
 
+// Returns a snapshot in which connected matrices are evaluated.
+Snapshot withMatrices(Document& document, const Snapshot& scene) {
+    const auto isConnected = [](const SnapshotNode& node) { return bool(node["matrix"].source()); };
+    return std::ranges::any_of(scene.nodes(), isConnected)
+               ? document.snapshot(kelvo_sdk::SnapshotValues::Evaluated)
+               : scene;
+}
+
 Status runPaths(const PathsOptions& options, Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
-    if (!loadScene(options.file, scene)) return Status::Fault;
+    Document document;
+    const Snapshot scene = document.lookModified(options.file);
+    if (!scene) return Status::Fault;
     StringVector types;
     if (!addDerivedTypes(options.types, types)) return Status::Fault;
     const String place = displayed(options.file) + ": ";
-    const kelvo_sdk::Node from = scene.findNode(options.from);
-    const kelvo_sdk::Node to = options.to ? scene.findNode(*options.to) : kelvo_sdk::Node();
-    if (!from.get() || (options.to && !to.get())) {
-        complain(place + noSuchNode(scene, from.get() ? *options.to : options.from));
+    const SnapshotNode from = scene[options.from];
+    const SnapshotNode to = options.to ? scene[*options.to] : SnapshotNode();
+    if (!from || (options.to && !to)) {
+        complain(place + noSuchNode(scene, from ? *options.to : options.from));
         return Status::Usage;
     }
-    const NodePaths paths =
-        to.get() ? from.pathsTo(to, options.allLinks) : from.paths(types, options.allLinks);
-    const bool isFound = bool(paths.current());
+    const SnapshotPaths paths = to ? SnapshotPaths(from, to, options.allLinks)
+                                   : SnapshotPaths(from, types, options.allLinks);
+    const bool isFound = !paths.current().empty();
     if (options.countOnly) out.write(Tone::Value, total(paths).view()).endLine();
     if (!isFound) {
         complain(place + nothingFound(options));
         return Status::Fault;
     }
-    if (!options.countOnly) printPaths(paths, options, out);
+    if (options.countOnly) return Status::Ok;
+    const Snapshot values = options.matrices ? withMatrices(document, scene) : Snapshot();
+    if (options.matrices && !values) return Status::Fault;
+    printPaths(paths, values, options, out);
     return Status::Ok;
 }
 

@@ -1,6 +1,5 @@
 #include "tools/kelvo/commands.h"
 
-#include "kelvo/sdk/interfaces/i_output.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/hierarchy.h"
 #include "tools/kelvo/tree_guides.h"
@@ -8,17 +7,18 @@
 
 #include <algorithm>
 #include <string>
-#include <unordered_set>
+#include <utility>
 
 namespace qv::kelvo_tool {
 
 namespace {
 
 using kelvo_sdk::AttrType;
-using kelvo_sdk::interfaces::IInput;
-using kelvo_sdk::interfaces::IInputContainer;
-using kelvo_sdk::interfaces::INode;
-using kelvo_sdk::interfaces::IOutput;
+using kelvo_sdk::NodeNumber;
+using kelvo_sdk::Snapshot;
+using kelvo_sdk::SnapshotInput;
+using kelvo_sdk::SnapshotNode;
+using kelvo_sdk::SnapshotOutput;
 
 struct ShowOptions {
     String file;
@@ -31,12 +31,13 @@ struct ShowOptions {
 /// Prints nodes as a tree; prints the inputs of each node once. Works without recursion.
 class TreePrinter {
 public:
-    TreePrinter(const kelvo_sdk::Scene& scene, const ShowOptions& options, Terminal& out)
-        : m_hierarchy(scene), m_options(options), m_out(out) {}
+    /// Borrows everything.
+    TreePrinter(const Snapshot& scene, const ShowOptions& options, Terminal& out)
+        : m_scene(scene), m_hierarchy(scene.nodes()), m_options(options), m_out(out) {}
 
     void print() {
-        for (INode* root : m_hierarchy.roots()) {
-            printNode(*root, "");
+        for (const NodeNumber root : m_hierarchy.roots()) {
+            printNode(root, "");
             while (!m_way.empty() && !m_out.isClosed())
                 goOn();
         }
@@ -44,7 +45,7 @@ public:
 
 private:
     struct Step {
-        std::vector<INode*> children;
+        std::span<const NodeNumber> children;
         std::size_t next = 0;
 
         [[nodiscard]] bool isDone() const { return next == children.size(); }
@@ -58,29 +59,32 @@ private:
             m_way.pop_back();
             return;
         }
-        const INode& child = *step.children[step.next++];
+        const NodeNumber child = step.children[step.next++];
         printNode(child, step.isDone() ? "└─ " : "├─ ");
     }
 
     // Prints a node and descends to its children, unless they were printed before.
-    void printNode(const INode& node, std::string_view branch) {
+    void printNode(NodeNumber number, std::string_view branch) {
+        const SnapshotNode node = m_scene.nodeWithNumber(number);
         m_out.write(Tone::Note, guides(m_way.empty() ? 0 : m_way.size() - 1) + std::string(branch));
         m_out.write(Tone::Name, node.name().view()).write(" (");
         m_out.write(Tone::Kind, node.type().view()).write(")");
-        if (!m_shown.insert(&node).second) {
+        if (number >= m_isShown.size()) m_isShown.resize(2 * (u64{number} + 1));
+        if (m_isShown[number]) {
             m_out.write(Tone::Note, " shown above").endLine();
             return;
         }
-        if (const u64 times = m_hierarchy.timesListed(&node); times > 1)
+        m_isShown[number] = true;
+        if (const u64 times = m_hierarchy.timesListed(number); times > 1)
             m_out.write(Tone::Note, " shared, listed " + std::to_string(times) + " times");
-        std::vector<INode*> children = Hierarchy::childrenOf(node);
+        std::span<const NodeNumber> children = m_hierarchy.childrenOf(number);
         const bool isCut = m_options.depth >= 0 && std::cmp_equal(m_way.size(), m_options.depth);
         if (isCut && !children.empty())
             m_out.write(Tone::Note, " with " + std::to_string(children.size()) +
                                         (children.size() == 1 ? " child" : " children"));
         m_out.endLine();
-        if (isCut) children.clear();
-        m_way.push_back({std::move(children)});
+        if (isCut) children = {};
+        m_way.push_back({children});
         if (!m_options.nodesAlone) printAttributes(node);
         if (m_way.back().children.empty()) m_way.pop_back();
     }
@@ -91,60 +95,62 @@ private:
                           [this](std::size_t i) { return m_way[i].isDone(); });
     }
 
-    void printAttributes(const INode& node) {
+    void printAttributes(const SnapshotNode& node) {
         const std::size_t above = m_way.size() - 1;
         const std::string start = guides(above) + (m_way[above].children.empty() ? "    " : "│   ");
         for (u64 i = 0; i < node.inputCount(); ++i)
-            printInput(*node.input(i), node.input(i)->name(), start);
+            printInput(node.input(i), node.input(i).name(), start);
         for (u64 i = 0; i < node.outputCount(); ++i)
-            printOutput(*node.output(i), start);
+            printOutput(node.output(i), start);
     }
 
-    void printInput(const IInput& input, const String& label, const std::string& start) {
+    void printInput(const SnapshotInput& input, const String& label, const std::string& start) {
         m_out.write(Tone::Note, start).write(Tone::Kind, input.typeName().view());
         m_out.write(" ").write(label.view());
         if (input.type() != AttrType::Null)
             m_out.write(" = ").write(Tone::Value, shortValue(input).view());
-        if (const IOutput* source = input.source())
-            m_out.write(" <- ").write(Tone::Name, source->path().view());
+        if (const SnapshotOutput source = input.source())
+            m_out.write(" <- ").write(Tone::Name, source.path().view());
         m_out.endLine();
-        if (input.isObject()) printMembers(input, start + "    ");
+        if (input.type() == AttrType::Object) printMembers(input, start + "    ");
         if (input.elementType() == AttrType::Object) printElements(input, start + "    ");
     }
 
-    void printMembers(const IInput& object, const std::string& start) {
+    void printMembers(const SnapshotInput& object, const std::string& start) {
         for (u64 i = 0; i < object.inputCount(); ++i)
-            printInput(*object.input(i), object.input(i)->name(), start);
+            printInput(object.input(i), object.input(i).name(), start);
     }
 
-    void printElements(const IInput& array, const std::string& start) {
+    void printElements(const SnapshotInput& array, const std::string& start) {
         const u64 count = array.inputCount();
         for (u64 i = 0; i < std::min(count, mostHeld); ++i)
-            printInput(*array.input(i), "[" + array.input(i)->name() + "]", start);
+            printInput(array.input(i), "[" + array.input(i).name() + "]", start);
         if (count > mostHeld)
             m_out.write(Tone::Note, start + "... " + std::to_string(count - mostHeld) + " more\n");
     }
 
-    void printOutput(const IOutput& output, const std::string& start) {
+    void printOutput(const SnapshotOutput& output, const std::string& start) {
         m_out.write(Tone::Note, start).write("output ");
         m_out.write(Tone::Kind, output.typeName().view()).write(" ").write(output.name().view());
         m_out.endLine();
     }
 
+    const Snapshot& m_scene;
     Hierarchy m_hierarchy;
     const ShowOptions& m_options;
     Terminal& m_out;
-    std::unordered_set<const INode*> m_shown;
+    // By number.
+    std::vector<bool> m_isShown;
     std::vector<Step> m_way;
 };
 
 Status runShow(const ShowOptions& options, Terminal& out) {
-    const auto scene = kelvo_sdk::Scene::create();
     Document document;
     document.takeParts(options.isPartial);
-    if (!document.open(options.file) || !document.read(scene)) return Status::Fault;
+    const Snapshot scene = document.lookModified(options.file);
+    if (!scene) return Status::Fault;
     TreePrinter(scene, options, out).print();
-    return document.status();
+    return document.isSound() ? document.status() : Status::Fault;
 }
 
 } // namespace

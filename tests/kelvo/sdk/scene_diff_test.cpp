@@ -22,6 +22,10 @@ std::string changesBetween(const std::string& before, const std::string& after,
                            const DiffOptions& options = {}) {
     std::string lines;
     const auto diff = SceneDiff::between(sceneOf(before), sceneOf(after), options);
+    // Snapshots of the scenes differ in the same way.
+    const auto ofSnapshots =
+        SceneDiff::between(sceneOf(before).snapshot(), sceneOf(after).snapshot(), options);
+    EXPECT_EQ(ofSnapshots.changes(), diff.changes());
     for (const SceneChange& change : diff.changes()) {
         lines += std::string(lines.empty() ? "" : "\n") + sceneActionName(change.action) + " " +
                  sceneSubjectName(change.subject) + " " + change.path.buf();

@@ -1,13 +1,13 @@
 #include "tools/kelvo/graph_icons.h"
 
-#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/scene.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using qv::String;
-using qv::kelvo_sdk::impl::Node;
+using qv::kelvo_sdk::Scene;
 using qv::kelvo_tool::GraphIcons;
 using qv::kelvo_tool::withIcons;
 
@@ -16,13 +16,9 @@ constexpr const char* blue = R"(<svg xmlns="http://www.w3.org/2000/svg" fill="bl
 
 class GraphIconsTest : public testing::Test {
 protected:
-    qv::u64 add(const char* svg) {
-        Node node;
-        node.setSvgIcon(svg);
-        return m_icons.add(node);
-    }
+    qv::u64 add(const char* svg) { return m_icons.add(svg); }
 
-    GraphIcons m_icons;
+    GraphIcons m_icons{[](const String& type) { return "<svg id='" + type + "'/>"; }};
 };
 
 TEST_F(GraphIconsTest, SameIcon_IsKeptOnce) {
@@ -33,9 +29,11 @@ TEST_F(GraphIconsTest, SameIcon_IsKeptOnce) {
     EXPECT_EQ(m_icons.all()[1], blue);
 }
 
-TEST_F(GraphIconsTest, NodeWithoutIcon_HasTheMissingOne) {
-    EXPECT_EQ(m_icons.add(Node()), 0u);
-    EXPECT_TRUE(m_icons.all()[0].startsWith("<svg ", false));
+TEST_F(GraphIconsTest, Node_HasTheIconOfItsType) {
+    const Scene scene = Scene::create();
+    scene.createNode("lamp", "a");
+    EXPECT_EQ(m_icons.addOf(scene.snapshot()["a"]), 0u);
+    EXPECT_TRUE(m_icons.all()[0].startsWith("<svg id='lamp'", false));
 }
 
 TEST_F(GraphIconsTest, UnsafeIcon_IsLeftOutAndCountedOnce) {

@@ -1,23 +1,16 @@
 #include "kelvo/sdk/impl/graph/path_counter.h"
 
-#include "kelvo/sdk/impl/graph/node.h"
-
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
-PathCounter::PathCounter(INode* from, PathGoal goal, bool allLinks)
-    : m_goal(std::move(goal)), m_graph(m_goal.target, allLinks) {
-    static_cast<void>(m_graph.numberOf(from));
-}
-
 PathCount PathCounter::count() {
     listAll();
     groupAll();
     // The start, which has number 0, does not count as a path by itself.
-    const u64 own = m_goal.isMetBy(m_graph.node(0)) ? 1 : 0;
+    const u64 own = m_space.isGoal(0) ? 1 : 0;
     const u64 found = m_states[0].leaving;
     const bool isFull = found == std::numeric_limits<u64>::max();
     return {isFull ? found : found - own, m_isExact && !isFull};
@@ -25,16 +18,16 @@ PathCount PathCounter::count() {
 
 // Leaves out links to the start and from a node to itself, which no path uses.
 void PathCounter::listAll() {
-    for (Number node = 0; node < m_graph.size(); ++node) {
+    for (Number node = 0; node < m_space.size(); ++node) {
         m_first.push_back(m_followers.size());
-        m_graph.listFollowers(node, m_followers);
+        m_space.listFollowers(node, m_followers);
         const auto added = m_followers.begin() + static_cast<std::ptrdiff_t>(m_first.back());
         m_followers.erase(std::remove_if(added, m_followers.end(),
                                          [=](Number next) { return next == 0 || next == node; }),
                           m_followers.end());
     }
     m_first.push_back(m_followers.size());
-    m_states.resize(m_graph.size());
+    m_states.resize(m_space.size());
 }
 
 // Finds the groups of nodes that lead to each other (strongly connected components). A group is
@@ -88,7 +81,7 @@ void PathCounter::closeGroup(Number first) {
 }
 
 void PathCounter::sumLeaving(Number node) {
-    u64 sum = m_goal.isMetBy(m_graph.node(node)) ? 1 : 0;
+    u64 sum = m_space.isGoal(node) ? 1 : 0;
     for (u64 i = m_first[node]; i < m_first[node + 1]; ++i) {
         const Number next = m_followers[i];
         if (!isWithin(node, next)) add(sum, pathsFrom(next));

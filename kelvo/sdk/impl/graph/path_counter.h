@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/sdk/impl/graph/path_graph.h"
+#include "kelvo/sdk/impl/graph/path_space.h"
 
 #include <vector>
 
@@ -21,12 +21,13 @@ class PathCounter {
 public:
     static constexpr u64 maxSteps = 4'000'000;
 
-    PathCounter(interfaces::INode* from, PathGoal goal, bool allLinks);
+    /// Borrows the space.
+    explicit PathCounter(PathSpace& space) : m_space(space) {}
 
     [[nodiscard]] PathCount count();
 
 private:
-    using Number = PathGraph::Number;
+    using Number = PathSpace::Number;
 
     // A node and the index of its next follower.
     struct Step {
@@ -60,8 +61,7 @@ private:
     void add(u64& sum, u64 number) noexcept;
     [[nodiscard]] bool isWithin(Number from, Number to) const noexcept;
 
-    PathGoal m_goal;
-    PathGraph m_graph;
+    PathSpace& m_space;
     // The followers of node `n` are those from `m_first[n]` up to `m_first[n + 1]`.
     std::vector<u64> m_first;
     std::vector<Number> m_followers;

@@ -46,4 +46,9 @@ void PathGraph::listFollowers(Number number, std::vector<Number>& out) {
     });
 }
 
+GoalGraph::GoalGraph(INode* from, PathGoal goal, bool allLinks)
+    : m_goal(std::move(goal)), m_graph(m_goal.target, allLinks) {
+    static_cast<void>(m_graph.numberOf(from));
+}
+
 } // namespace qv::kelvo_sdk::impl

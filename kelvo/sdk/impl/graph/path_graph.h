@@ -2,6 +2,7 @@
 
 #include "kelvo/base/string_vector.h"
 #include "kelvo/sdk/impl/graph/graph_reader.h"
+#include "kelvo/sdk/impl/graph/path_space.h"
 
 #include <array>
 #include <memory>
@@ -24,7 +25,7 @@ struct PathGoal {
 /// followers of each.
 class PathGraph {
 public:
-    using Number = u32;
+    using Number = PathSpace::Number;
 
     /// Follows all links and connections or, with `allLinks` false, "children" only. No path
     /// continues after `target`, which may be null.
@@ -64,6 +65,26 @@ private:
     std::vector<std::unique_ptr<Page>> m_pages;
     std::unordered_map<const Node*, Number> m_others;
     std::vector<Known> m_known;
+};
+
+/// The paths of live nodes from a start to a goal.
+class GoalGraph final : public PathSpace {
+public:
+    /// Follows all links and connections or, with `allLinks` false, "children" only.
+    GoalGraph(INode* from, PathGoal goal, bool allLinks);
+
+    [[nodiscard]] INode* node(Number number) const noexcept { return &m_graph.node(number); }
+    [[nodiscard]] u64 size() const noexcept override { return m_graph.size(); }
+    void listFollowers(Number number, std::vector<Number>& out) override {
+        m_graph.listFollowers(number, out);
+    }
+    [[nodiscard]] bool isGoal(Number number) const override {
+        return m_goal.isMetBy(m_graph.node(number));
+    }
+
+private:
+    PathGoal m_goal;
+    PathGraph m_graph;
 };
 
 } // namespace qv::kelvo_sdk::impl

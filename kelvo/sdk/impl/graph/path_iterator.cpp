@@ -33,20 +33,22 @@ bool PathIterator::isCountExact() {
 }
 
 const PathCount& PathIterator::counted() {
-    if (!m_count) m_count = countAll();
-    return *m_count;
+    if (m_count) return *m_count;
+    GoalGraph graph(m_from, m_goal, m_flag);
+    return m_count.emplace(countPaths(graph));
 }
 
 // When the counter gives up, there may still be few paths and many dead ends. The search avoids
 // dead ends, so it may succeed.
-PathCount PathIterator::countAll() const {
-    PathCount count = PathCounter(m_from, m_goal, m_flag).count();
-    if (count.isExact || count.number >= maxSearched) return count;
-    PathSearch search(m_from, m_goal, m_flag);
+PathCount countPaths(PathSpace& space) {
+    constexpr u64 most = PathIterator::maxSearched;
+    const PathCount count = PathCounter(space).count();
+    if (count.isExact || count.number >= most) return count;
+    PathSearch search(space);
     u64 found = 0;
-    while (found < maxSearched && search.next())
+    while (found < most && search.next())
         ++found;
-    return {std::max(found, count.number), found < maxSearched};
+    return {std::max(found, count.number), found < most};
 }
 
 NodePath* PathIterator::current() {
@@ -65,10 +67,14 @@ bool PathIterator::next() {
 // The search starts only with the second path, so it has to find the first one again.
 void PathIterator::advance() {
     if (!m_search) {
-        m_search.emplace(m_from, m_goal, m_flag);
+        m_search.emplace(m_graph.emplace(m_from, m_goal, m_flag));
         m_search->next();
     }
-    setCurrent(m_search->next() ? m_search->path() : ds::Vector<INode*>());
+    ds::Vector<INode*> nodes;
+    if (m_search->next())
+        for (const PathSpace::Number number : m_search->path())
+            nodes.push_back(m_graph->node(number));
+    setCurrent(std::move(nodes));
 }
 
 void PathIterator::setCurrent(ds::Vector<INode*> nodes) {

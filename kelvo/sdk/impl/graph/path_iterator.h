@@ -4,6 +4,7 @@
 #include "kelvo/base/string_vector.h"
 #include "kelvo/base/vector.h"
 #include "kelvo/sdk/impl/graph/path_counter.h"
+#include "kelvo/sdk/impl/graph/path_graph.h"
 #include "kelvo/sdk/impl/graph/path_search.h"
 #include "kelvo/sdk/interfaces/forward.h"
 #include "kelvo/sdk/node_path.h"
@@ -44,7 +45,6 @@ public:
 private:
     void start();
     [[nodiscard]] const PathCount& counted();
-    [[nodiscard]] PathCount countAll() const;
     void advance();
     void setCurrent(ds::Vector<interfaces::INode*> nodes);
 
@@ -52,10 +52,14 @@ private:
     PathGoal m_goal;
     bool m_flag;
     // Empty while the first path is the current one.
+    std::optional<GoalGraph> m_graph;
     std::optional<PathSearch> m_search;
     bool m_firstOnly;
     std::optional<PathCount> m_count;
     RefersTo<NodePath> m_current;
 };
+
+/// Counts all paths of a space; see `PathIterator::isCountExact`.
+[[nodiscard]] PathCount countPaths(PathSpace& space);
 
 } // namespace qv::kelvo_sdk::impl

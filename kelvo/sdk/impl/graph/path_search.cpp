@@ -1,7 +1,5 @@
 #include "kelvo/sdk/impl/graph/path_search.h"
 
-#include "kelvo/sdk/impl/graph/node.h"
-
 #include "kelvo/base/walk_all.h"
 
 #include <algorithm>
@@ -9,9 +7,8 @@
 
 namespace qv::kelvo_sdk::impl {
 
-PathSearch::PathSearch(INode* from, PathGoal goal, bool allLinks)
-    : m_goal(std::move(goal)), m_graph(m_goal.target, allLinks), m_states(1) {
-    enter(m_graph.numberOf(from));
+PathSearch::PathSearch(PathSpace& space) : m_space(space), m_states(1) {
+    enter(0);
 }
 
 bool PathSearch::next() {
@@ -26,7 +23,7 @@ bool PathSearch::next() {
         const State& state = m_states[follower];
         if (state.isOnPath || state.isBarred) continue;
         enter(follower);
-        m_steps.back().led = m_goal.isMetBy(m_graph.node(follower));
+        m_steps.back().led = m_space.isGoal(follower);
         if (!m_steps.back().led) continue;
         m_hasFound = true;
         return true;
@@ -34,11 +31,9 @@ bool PathSearch::next() {
     return false;
 }
 
-ds::Vector<INode*> PathSearch::path() const {
-    ds::Vector<INode*> nodes;
-    nodes.resize(m_steps.size());
-    std::ranges::transform(m_steps, nodes.begin(),
-                           [this](const Step& step) { return &m_graph.node(step.node); });
+std::vector<PathSearch::Number> PathSearch::path() const {
+    std::vector<Number> nodes(m_steps.size());
+    std::ranges::transform(m_steps, nodes.begin(), &Step::node);
     return nodes;
 }
 
@@ -73,7 +68,7 @@ void PathSearch::waitForFollowers(Number node, u64 first) {
 
 // Starts to record waiting nodes, and adds those that were barred before the first path.
 void PathSearch::rememberWaiting() {
-    m_waiting.resize(m_graph.size());
+    m_waiting.resize(m_space.size());
     m_remembersWaiting = true;
     const u64 end = m_followers.size();
     for (Number node = 0; node < m_states.size(); ++node) {
@@ -98,10 +93,10 @@ void PathSearch::free(Number node) {
 
 // Also makes the states of nodes that are reached for the first time.
 void PathSearch::listFollowers(Number node) {
-    m_graph.listFollowers(node, m_followers);
-    if (m_states.size() == m_graph.size()) return;
-    if (m_remembersWaiting) m_waiting.resize(m_graph.size());
-    m_states.resize(m_graph.size());
+    m_space.listFollowers(node, m_followers);
+    if (m_states.size() == m_space.size()) return;
+    if (m_remembersWaiting) m_waiting.resize(m_space.size());
+    m_states.resize(m_space.size());
 }
 
 } // namespace qv::kelvo_sdk::impl

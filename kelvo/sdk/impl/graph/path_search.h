@@ -1,8 +1,6 @@
 #pragma once
 
-#include "kelvo/base/vector.h"
-#include "kelvo/sdk/impl/graph/path_graph.h"
-#include "kelvo/sdk/interfaces/forward.h"
+#include "kelvo/sdk/impl/graph/path_space.h"
 
 #include <vector>
 
@@ -13,18 +11,18 @@ namespace qv::kelvo_sdk::impl {
 /// number of paths.
 class PathSearch {
 public:
-    /// Follows all links and connections or, with `allLinks` false, "children" only.
-    PathSearch(interfaces::INode* from, PathGoal goal, bool allLinks);
+    /// The number of a node in the space, which is also the index of its state.
+    using Number = PathSpace::Number;
+
+    /// Borrows the space.
+    explicit PathSearch(PathSpace& space);
 
     /// Advances to the next path; false when there is none.
     bool next();
     /// Returns the nodes of the path, from the start to the goal. Needs a `next` that was true.
-    [[nodiscard]] ds::Vector<interfaces::INode*> path() const;
+    [[nodiscard]] std::vector<Number> path() const;
 
 private:
-    // The number of a node in the graph, which is also the index of its state.
-    using Number = PathGraph::Number;
-
     // A node of the path. While it is the last step, its followers are at the end of `m_followers`.
     struct Step {
         Number node;
@@ -47,11 +45,10 @@ private:
     void rememberWaiting();
     void listFollowers(Number node);
 
-    PathGoal m_goal;
+    PathSpace& m_space;
     // No node is freed before the first path is found, so waiting nodes are recorded only then.
     bool m_hasFound = false;
     bool m_remembersWaiting = false;
-    PathGraph m_graph;
     std::vector<State> m_states;
     // For each node, the nodes that lead to it and were barred at some time; empty before the first
     // path is found.

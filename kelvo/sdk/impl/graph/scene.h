@@ -19,6 +19,10 @@
 #include <mutex>
 #include <vector>
 
+namespace qv::kelvo_sdk {
+struct SnapshotOptions;
+}
+
 namespace qv::kelvo_sdk::impl {
 
 using interfaces::ConversionLosses;
@@ -310,10 +314,8 @@ public:
     // ---- Snapshots -------------------------------------------------------------------------
     // The first snapshot makes a follower that notes changes for the next one.
 
-    /// Returns a constant picture of the nodes, with values as set or as evaluated. Uses at most
-    /// `threads` threads, 0 for as many as the machine runs at once. Needs
-    /// kelvo/sdk/impl/snapshot/snapshot_picture.h.
-    [[nodiscard]] RefersTo<SnapshotPicture> takeSnapshot(u32 threads, bool isEvaluated);
+    /// Returns a constant picture of the nodes. Needs kelvo/sdk/impl/snapshot/snapshot_picture.h.
+    [[nodiscard]] RefersTo<SnapshotPicture> takeSnapshot(const SnapshotOptions& options);
 
     // ---- Laws ------------------------------------------------------------------------------
     // A walk over all nodes, inputs and outputs reports each law that does not hold, with its

@@ -2,7 +2,6 @@
 
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
-#include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
 #include <iterator>
 #include <utility>
@@ -10,9 +9,6 @@
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-// Nodes are written until the text has this size; then it is split into records.
-constexpr u64 kTextSize = 64 * 1024;
 
 constexpr const char* kTooDeep = "a scene is nested too deep to be compared.";
 constexpr const char* kUnread = "a scene has lines that could not be read.";
@@ -26,39 +22,32 @@ std::string_view withoutSpaces(std::string_view text) noexcept {
 } // namespace
 
 bool SceneRecorder::record(const Scene& scene, String& error) {
-    const Comments& file = scene.comments().file();
+    m_document.nodes.reserve(scene.nodeCount());
+    return record(
+        LiveText(&scene), [](const Node*) { return false; }, error);
+}
+
+void SceneRecorder::recordFile(const Comments& file) {
     if (!file.unread.empty()) m_problem = kUnread;
     m_document.file = {.leading = kept(file.leading.view()),
                        .opening = kept(file.opening.view()),
                        .inner = kept(file.inner.view()),
                        .trailing = {}};
-    if (!m_problem && recordNodes(scene)) {
-        m_document.joinHeader();
-        return true;
-    }
-    error = m_problem;
-    return false;
 }
 
-bool SceneRecorder::recordNodes(const Scene& scene) {
-    StringIO out;
-    SceneWriter writer(LiveText(&scene), out, false, &m_marks);
-    m_document.nodes.reserve(scene.nodeCount());
-    bool isWhole = true;
-    scene.forEachNode([&](const interfaces::INode* node) {
-        if (!isWhole) return;
-        writer.writeNode(implOf(node));
-        if (out.size() >= kTextSize) isWhole = takeText(out);
-    });
-    return isWhole && takeText(out);
+void SceneRecorder::addNameOf(const String& type, const String& name) {
+    DocNode& made = m_document.nodes.emplace_back();
+    made.type = m_document.keep(type);
+    made.name = m_document.keep(name);
 }
 
-bool SceneRecorder::takeText(StringIO& out) {
+// Stops at the first problem.
+void SceneRecorder::takeText(StringIO& out) {
+    if (out.isEmpty()) return;
     m_text = m_document.keep(out.take());
     for (const TextMark& mark : m_marks)
-        if (!take(mark)) return false;
+        if (!take(mark)) break;
     m_marks.clear();
-    return true;
 }
 
 bool SceneRecorder::take(const TextMark& mark) {

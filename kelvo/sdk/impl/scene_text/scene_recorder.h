@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/impl/scene_text/scene_document.h"
 #include "kelvo/sdk/impl/scene_text/scene_lines.h"
+#include "kelvo/sdk/impl/scene_text/scene_writer.h"
 
 namespace qv::kelvo_sdk::impl {
 
@@ -14,7 +15,12 @@ public:
     /// Borrows the document, which must be discarded when recording fails.
     explicit SceneRecorder(SceneDocument& document) : m_document(document) {}
 
-    /// Returns false and sets `error` when the scene has something that records cannot express.
+    /// Records the nodes of a source (see `TextWriter`), except that of those that `isLeftOut`
+    /// accepts it takes type and name alone. Returns false and sets `error` when the scene has
+    /// something that records cannot express.
+    template<typename Source, typename LeftOut>
+    [[nodiscard]] bool record(const Source& source, const LeftOut& isLeftOut, String& error);
+    /// Records all of a scene.
     [[nodiscard]] bool record(const Scene& scene, String& error);
 
 private:
@@ -25,8 +31,9 @@ private:
         bool isOutput = false;
     };
 
-    [[nodiscard]] bool recordNodes(const Scene& scene);
-    [[nodiscard]] bool takeText(StringIO& out);
+    void recordFile(const Comments& file);
+    void addNameOf(const String& type, const String& name);
+    void takeText(StringIO& out);
     [[nodiscard]] bool take(const TextMark& mark);
     [[nodiscard]] bool takeLines(const TextMark& mark);
     void takeHead(const TextMark& mark);
@@ -61,5 +68,26 @@ private:
     // The outermost is first.
     std::vector<Open> m_open;
 };
+
+template<typename Source, typename LeftOut>
+bool SceneRecorder::record(const Source& source, const LeftOut& isLeftOut, String& error) {
+    recordFile(source.file());
+    StringIO out;
+    TextWriter<Source> writer(source, out, false, &m_marks);
+    source.forEachNode([&](const auto& node) {
+        const bool isLeft = !m_problem && isLeftOut(node);
+        if (!m_problem && !isLeft) writer.writeNode(node);
+        // Nodes are written until the text has some size; then it is split into records.
+        constexpr u64 sizeOfText = 64 * 1024;
+        if (!m_problem && (isLeft || out.size() >= sizeOfText)) takeText(out);
+        if (isLeft) addNameOf(node->type(), node->name());
+    });
+    if (!m_problem) takeText(out);
+    if (m_problem)
+        error = m_problem;
+    else
+        m_document.joinHeader();
+    return !m_problem;
+}
 
 } // namespace qv::kelvo_sdk::impl

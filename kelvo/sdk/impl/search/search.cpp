@@ -96,6 +96,7 @@ struct LiveParts {
     static const INode& of(const Node& node) { return *node; }
     static const IInput& of(const IInput* input) { return *input; }
     static Input handleOn(IInput* input) { return Input(input); }
+    static String nameOf(const IInput* input) { return input->name(); }
 };
 
 // The same of a snapshot.
@@ -117,6 +118,7 @@ struct SnapshotParts {
     static const SnapshotNode& of(const SnapshotNode& node) { return node; }
     static const SnapshotInput& of(const SnapshotInput& input) { return input; }
     static const SnapshotInput& handleOn(const SnapshotInput& input) { return input; }
+    static const String& nameOf(const SnapshotInput& input) { return input.ownName(); }
 };
 
 // Walks through a scene in order, following only paths that may still match.
@@ -128,18 +130,21 @@ public:
     using AnyMatch = typename Parts::AnyMatch;
 
     Finder(const Conditions& conditions, std::vector<LibInfo> libraries, const Query& query)
-        : m_conditions(conditions), m_query(query), m_type(conditions.type, std::move(libraries)) {}
+        : m_conditions(conditions),
+          m_query(query),
+          m_type(conditions.type, std::move(libraries)),
+          m_start(conditions.path.start()) {}
 
     void search(const AnyNode& node) {
-        Wildcard::Places places = m_conditions.path.start();
-        if (!m_conditions.path.advance(places, Parts::of(node).name().view())) return;
+        m_places = m_start;
+        if (!m_conditions.path.advance(m_places, Parts::of(node).name().view())) return;
         const bool isMatch = m_query.nodes && !m_conditions.value &&
-                             m_conditions.path.accepts(places) &&
+                             m_conditions.path.accepts(m_places) &&
                              m_type.acceptsNode(Parts::of(node));
         if (isMatch) m_found.push_back({node, {}});
         if (!m_query.inputs) return;
-        enter(Parts::holderOf(node), std::move(places), ".");
-        while (!m_way.empty())
+        enter(Parts::holderOf(node), ".");
+        while (m_depth != 0)
             goOn(node);
     }
 
@@ -147,7 +152,7 @@ public:
 
 private:
     struct Step {
-        typename Parts::Holder holder;
+        typename Parts::Holder holder = {};
         // Behind the sign, which is the '.' or '[' in front of the names or indices in it.
         Wildcard::Places places;
         std::string_view sign;
@@ -155,27 +160,42 @@ private:
     };
 
     void goOn(const AnyNode& node) {
-        Step& step = m_way.back();
+        Step& step = m_way[m_depth - 1];
         if (step.next == Parts::inputCount(step.holder)) {
-            m_way.pop_back();
+            --m_depth;
             return;
         }
         const AnyInput input = Parts::input(step.holder, step.next++);
-        m_places = step.places;
-        const Wildcard& path = m_conditions.path;
-        if (!path.advance(m_places, Parts::of(input).name().view())) return;
-        if (step.sign == "[" && !path.advance(m_places, "]")) return;
-        if (path.accepts(m_places)) look(node, input);
         const auto& known = Parts::of(input);
-        if (known.inputCount() != 0)
-            enter(Parts::holderOf(input), m_places, known.type() == AttrType::Array ? "[" : ".");
+        const bool hasParts = known.inputCount() != 0;
+        if (!advance(step, input, hasParts)) return;
+        if (m_conditions.path.accepts(m_places)) look(node, input);
+        if (hasParts) enter(Parts::holderOf(input), known.type() == AttrType::Array ? "[" : ".");
+    }
+
+    // Sets the places behind an input; false when neither it nor its parts can match.
+    bool advance(const Step& step, const AnyInput& input, bool hasParts) {
+        const Wildcard& path = m_conditions.path;
+        if (step.sign == "[") {
+            m_places = step.places;
+            return path.advance(m_places, Parts::of(input).name().view()) &&
+                   path.advance(m_places, "]");
+        }
+        const auto& name = Parts::nameOf(input);
+        if (!hasParts && path.refusesEnd(name.view())) return false;
+        m_places = step.places;
+        return path.advance(m_places, name.view());
     }
 
     // Goes into a holder unless no path in it can match.
-    void enter(const typename Parts::Holder& holder, Wildcard::Places places,
-               std::string_view sign) {
-        if (m_conditions.path.advance(places, sign))
-            m_way.push_back({holder, std::move(places), sign});
+    void enter(const typename Parts::Holder& holder, std::string_view sign) {
+        if (!m_conditions.path.advance(m_places, sign)) return;
+        if (m_depth == m_way.size()) m_way.emplace_back();
+        Step& step = m_way[m_depth++];
+        step.holder = holder;
+        step.places = m_places;
+        step.sign = sign;
+        step.next = 0;
     }
 
     void look(const AnyNode& node, const AnyInput& input) {
@@ -188,8 +208,12 @@ private:
     const Conditions& m_conditions;
     const Query& m_query;
     TypeCondition m_type;
+    // The first `m_depth` steps are in use; the others are kept, because making places takes longer
+    // than filling them.
     std::vector<Step> m_way;
-    // The places of the input at hand; kept, because making them takes longer than filling them.
+    u64 m_depth = 0;
+    const Wildcard::Places m_start;
+    // The places of the node or input at hand.
     Wildcard::Places m_places;
     ds::Vector<AnyMatch> m_found;
 };

@@ -71,6 +71,11 @@ Wildcard Wildcard::ofPath(std::string_view pattern) {
         made.m_parts.push_back({isWild(pattern[i]) ? wild : Kind::Letter,
                                 ascii::toLower(pattern[i]),
                                 isBetween && i + 1 < pattern.size() && pattern[i + 1] == '.'});
+        const bool isLetter = made.m_parts.back().kind == Kind::Letter && !endsStep(pattern[i]);
+        if (isLetter)
+            made.m_end += ascii::toLower(pattern[i]);
+        else
+            made.m_end.clear();
     }
     return made;
 }
@@ -94,10 +99,18 @@ bool Wildcard::matches(std::string_view text) const {
 }
 
 Wildcard::Places Wildcard::start() const {
-    Places places(m_parts.size() + 1);
-    places[0] = true;
-    goOnWithoutCharacter(places);
+    Places places;
+    places.m_now.resize(m_parts.size() + 1);
+    places.m_next.resize(m_parts.size() + 1);
+    places.m_now[0] = 1;
+    goOnWithoutCharacter(places.m_now);
     return places;
+}
+
+bool Wildcard::refusesEnd(std::string_view name) const noexcept {
+    if (m_end.size() > name.size()) return true;
+    const std::string_view end = name.substr(name.size() - m_end.size());
+    return !std::ranges::equal(end, m_end, [](char a, char b) { return ascii::toLower(a) == b; });
 }
 
 bool Wildcard::Part::takes(char c) const noexcept {
@@ -114,28 +127,28 @@ bool Wildcard::Part::takes(char c) const noexcept {
 
 // Adds the places that are reached when a run matches no characters. One pass suffices, because
 // parts only lead forward.
-void Wildcard::goOnWithoutCharacter(Places& places) const {
+void Wildcard::goOnWithoutCharacter(std::vector<u8>& places) const {
     for (std::size_t at = 0; at < m_parts.size(); ++at) {
         if (!places[at]) continue;
-        if (m_parts[at].isRun()) places[at + 1] = true;
-        if (m_parts[at].isOptional) places[at + 2] = true;
+        if (m_parts[at].isRun()) places[at + 1] = 1;
+        if (m_parts[at].isOptional) places[at + 2] = 1;
     }
 }
 
 bool Wildcard::advance(Places& places, std::string_view piece) const {
-    Places next(places.size());
+    std::vector<u8>& next = places.m_next;
     for (const char letter : piece) {
         const char c = m_ignoresCase ? ascii::toLower(letter) : letter;
-        std::fill(next.begin(), next.end(), false);
+        std::ranges::fill(next, u8{0});
         bool isAlive = false;
         for (std::size_t at = 0; at < m_parts.size(); ++at) {
-            if (!places[at] || !m_parts[at].takes(c)) continue;
-            next[m_parts[at].isRun() ? at : at + 1] = true;
+            if (!places.m_now[at] || !m_parts[at].takes(c)) continue;
+            next[m_parts[at].isRun() ? at : at + 1] = 1;
             isAlive = true;
         }
         if (!isAlive) return false;
         goOnWithoutCharacter(next);
-        places.swap(next);
+        places.m_now.swap(next);
     }
     return true;
 }

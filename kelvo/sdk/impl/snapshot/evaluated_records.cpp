@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -85,6 +86,11 @@ private:
     std::vector<u32> m_first;
 };
 
+class ModifiedValues final : public RecordValues {
+public:
+    [[nodiscard]] Value valueOf(const Input& input) const override { return input.value(); }
+};
+
 } // namespace
 
 EvaluatedRecords::~EvaluatedRecords() {
@@ -96,18 +102,24 @@ EvaluatedRecords::~EvaluatedRecords() {
 
 std::vector<NewRecord> EvaluatedRecords::evaluate(const Scene& scene, const SnapshotTables& asSet,
                                                   ShapeTable& shapes, TypeRecords& types,
-                                                  SnapshotVersion born, u32 threads) {
-    Results results(scene, asSet);
-    results.evaluate(threads);
+                                                  SnapshotVersion born,
+                                                  const SnapshotOptions& options) {
+    const ModifiedValues modified;
+    std::optional<Results> results;
+    if (options.values == SnapshotValues::Evaluated)
+        results.emplace(scene, asSet).evaluate(options.threads);
     std::vector<const NodeRecord*> all;
     asSet.order.forEach([&](NodeNumber number) { all.push_back(asSet.record(number)); });
     std::vector<NewRecord> made(all.size());
-    Workers(threads).run((all.size() + nodesOfPiece - 1) / nodesOfPiece, [&](u64 piece) {
-        RecordMaker maker(scene, shapes, &types, &results);
+    Workers(options.threads).run((all.size() + nodesOfPiece - 1) / nodesOfPiece, [&](u64 piece) {
+        const RecordValues& values =
+            results ? static_cast<const RecordValues&>(*results) : modified;
+        RecordMaker maker(scene, shapes, &types, &values);
         const u64 end = std::min<u64>(all.size(), (piece + 1) * nodesOfPiece);
         for (u64 i = piece * nodesOfPiece; i < end; ++i) {
             const Node& node = *scene.graph().node(all[i]->number());
-            if (all[i]->connections().empty() && !scene.isModified(node)) continue;
+            const bool isEvaluated = results && !all[i]->connections().empty();
+            if (!isEvaluated && !scene.isModified(node)) continue;
             made[i].reset(maker.record(node, born));
             if (isSame(*made[i], *all[i])) made[i].reset();
         }

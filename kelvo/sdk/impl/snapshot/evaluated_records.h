@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/snapshot/record_maker.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_tables.h"
 #include "kelvo/sdk/impl/snapshot/type_records.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <vector>
 
@@ -11,9 +12,9 @@ namespace qv::kelvo_sdk::impl {
 
 class Scene;
 
-/// The records of the snapshots of a scene with evaluated values: those of the snapshot as set,
-/// except for nodes that are connected or modified, which have records of their own. These are
-/// shared by consecutive snapshots while all their values stay equal. For the thread that takes
+/// The records of the snapshots of a scene with evaluated or modified values: those of the snapshot
+/// as set, except for nodes that are connected or modified, which have records of their own. These
+/// are shared by consecutive snapshots while all their values stay equal. For the thread that takes
 /// snapshots; the store and the hashes are for any thread.
 class EvaluatedRecords {
 public:
@@ -24,13 +25,12 @@ public:
     EvaluatedRecords(const EvaluatedRecords&) = delete;
     EvaluatedRecords& operator=(const EvaluatedRecords&) = delete;
 
-    /// Evaluates the scene, each output once, and returns the records that its nodes have apart
-    /// from those as set; null for most nodes, in the order of the snapshot. `born` is the first
-    /// snapshot that may have them. Throws std::bad_alloc.
-    [[nodiscard]] static std::vector<NewRecord> evaluate(const Scene& scene,
-                                                         const SnapshotTables& asSet,
-                                                         ShapeTable& shapes, TypeRecords& types,
-                                                         SnapshotVersion born, u32 threads);
+    /// Returns the records that the nodes of a scene have apart from those as set; null for most
+    /// nodes, in the order of the snapshot. Evaluates each output once, or none for modified values
+    /// alone. `born` is the first snapshot that may have the records. Throws std::bad_alloc.
+    [[nodiscard]] static std::vector<NewRecord>
+    evaluate(const Scene& scene, const SnapshotTables& asSet, ShapeTable& shapes,
+             TypeRecords& types, SnapshotVersion born, const SnapshotOptions& options);
     /// Brings the records up to date. Throws std::bad_alloc; the next call makes good what is
     /// missing then.
     void install(const SnapshotTables& asSet, std::vector<NewRecord> made);

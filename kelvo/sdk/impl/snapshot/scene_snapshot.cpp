@@ -6,7 +6,7 @@
 
 namespace qv::kelvo_sdk::impl {
 
-RefersTo<SnapshotPicture> Scene::takeSnapshot(u32 threads, bool isEvaluated) {
+RefersTo<SnapshotPicture> Scene::takeSnapshot(const SnapshotOptions& options) {
     {
         const std::lock_guard lock(m_observerMutex);
         if (!m_snapshots) {
@@ -14,7 +14,7 @@ RefersTo<SnapshotPicture> Scene::takeSnapshot(u32 threads, bool isEvaluated) {
             m_followers.join(*m_snapshots);
         }
     }
-    return static_cast<SnapshotKeeper&>(*m_snapshots).take(threads, isEvaluated);
+    return static_cast<SnapshotKeeper&>(*m_snapshots).take(options);
 }
 
 } // namespace qv::kelvo_sdk::impl

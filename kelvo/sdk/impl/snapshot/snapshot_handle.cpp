@@ -11,6 +11,8 @@
 #include "kelvo/sdk/path_parser.h"
 #include "kelvo/sdk/scene.h"
 
+#include "kelvo/base/path.h"
+
 #include <unordered_set>
 #include <vector>
 
@@ -44,8 +46,7 @@ NodeNumber linkAt(const std::byte* value) noexcept {
 
 Snapshot Scene::snapshot(const SnapshotOptions& options) const {
     if (!get()) return {};
-    const auto picture = impl::implOf(get())->takeSnapshot(
-        options.threads, options.values == SnapshotValues::Evaluated);
+    const auto picture = impl::implOf(get())->takeSnapshot(options);
     return Snapshot(static_cast<RefCounted*>(picture.get()));
 }
 
@@ -84,6 +85,7 @@ ds::Vector<SnapshotNode> Snapshot::nodes() const {
     ds::Vector<SnapshotNode> found;
     if (!get()) return found;
     found.reserve(nodeCount());
+    if (picture()->tables().stored) picture()->tables().stored->readAll();
     picture()->tables().forEachRecord([&](const impl::NodeRecord& record) {
         found.push_back({picture(), &record});
     });
@@ -122,8 +124,25 @@ const String& SnapshotNode::type() const noexcept {
     return m_record ? m_record->shape().type : noText;
 }
 
+String SnapshotNode::displayName() const {
+    const impl::KnownNames& known = impl::knownNames();
+    const auto text = [this](const String& input) { return String((*this)[input].text()); };
+    if (String own = text(known.name).trim(true, true); !own.isEmpty()) return own;
+    if (!isTypeOf(known.path)) return name();
+    const String dir = text(known.dir), file = text(known.file);
+    if (dir.isEmpty() && file.isEmpty()) return name();
+    String ext = text(known.ext);
+    if (!ext.isEmpty() && !ext.startsWith(".", false)) ext = "." + ext;
+    const Path path(Path::join<String, String>(dir, file + ext), false);
+    return path.file(false).isEmpty() ? name() : path.file(true);
+}
+
 StringVector SnapshotNode::bases() const noexcept {
     return m_record ? m_record->shape().bases : StringVector();
+}
+
+bool SnapshotNode::isDefined() const noexcept {
+    return m_record && m_record->shape().definition;
 }
 
 bool SnapshotNode::isTypeOf(const String& type) const noexcept {
@@ -223,6 +242,15 @@ DataType SnapshotOutput::dataType() const noexcept {
     return record ? record->shape().outputs[index].dataType : DataType::Null;
 }
 
+String SnapshotOutput::typeName() const {
+    const String kind(record ? attrTypeName(type()) : "");
+    return type() == AttrType::Buffer ? kind + "<" + dataTypeName(dataType()) + ">" : kind;
+}
+
+String SnapshotOutput::path() const {
+    return record ? record->name() + "." + name() : String();
+}
+
 // ---- Input -----------------------------------------------------------------------------
 
 SnapshotInput::SnapshotInput(const impl::SnapshotPicture* picture, const impl::NodeRecord* record,
@@ -251,13 +279,21 @@ String SnapshotInput::name() const {
     return owner == AttrType::Array ? String::format("%u", m_index) : shape().name;
 }
 
+const String& SnapshotInput::ownName() const noexcept {
+    return m_record ? shape().name : noText;
+}
+
+SnapshotInput SnapshotInput::parent() const noexcept {
+    if (!m_record || m_list == 0) return {};
+    const impl::RecordList& list = m_record->list(m_list);
+    return {m_picture, m_record, list.ownerList, list.ownerInput};
+}
+
 String SnapshotInput::path() const {
     if (!m_record) return {};
     std::vector<SnapshotInput> steps{*this};
-    while (steps.back().m_list != 0) {
-        const impl::RecordList& list = m_record->list(steps.back().m_list);
-        steps.emplace_back(m_picture, m_record, list.ownerList, list.ownerInput);
-    }
+    while (const SnapshotInput outer = steps.back().parent())
+        steps.push_back(outer);
     std::string text(steps.back().name().view());
     for (std::size_t i = steps.size() - 1; i > 0; --i) {
         const bool isElement = steps[i].type() == AttrType::Array;
@@ -301,6 +337,36 @@ bool SnapshotInput::isReadOnly() const noexcept {
 
 bool SnapshotInput::isSilent() const noexcept {
     return shape().isSilent;
+}
+
+// Ignores the parts.
+bool SnapshotInput::isDefaultAlone() const {
+    const impl::RecordExtras* const extras = m_record->extras();
+    if (m_record->connectionOf(m_list, m_index) || (extras && extras->stashOf(m_list, m_index)))
+        return false;
+    if (isContainer()) return m_type == AttrType::Object || inputCount() == 0;
+    const impl::AttrDetails* const details = shape().details.get();
+    if (m_type == AttrType::Node) {
+        const auto& named = shape().namedNodes;
+        return linkAt(m_value) == (named.empty() ? noNodeNumber : named[0]);
+    }
+    impl::Value value;
+    if (!details || !impl::convertValue(details->defaultValue, m_type, value))
+        value = impl::Value::zero(m_type);
+    return impl::NodeRecord::load(m_type, m_value) == value;
+}
+
+bool SnapshotInput::isDefault() const {
+    std::vector<SnapshotInput> left{*this};
+    while (!left.empty()) {
+        const SnapshotInput next = left.back();
+        left.pop_back();
+        if (!next) continue;
+        if (!next.isDefaultAlone()) return false;
+        for (u64 i = 0; next.type() == AttrType::Object && i < next.inputCount(); ++i)
+            left.push_back(next.input(i));
+    }
+    return true;
 }
 
 std::string_view SnapshotInput::text() const noexcept {

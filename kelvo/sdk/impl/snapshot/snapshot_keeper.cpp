@@ -29,19 +29,20 @@ SnapshotKeeper::~SnapshotKeeper() {
     m_scene.followNodes(nullptr, {});
 }
 
-RefersTo<SnapshotPicture> SnapshotKeeper::take(u32 threads, bool isEvaluated) {
+RefersTo<SnapshotPicture> SnapshotKeeper::take(const SnapshotOptions& options) {
     std::unique_lock lock(m_mutex);
-    RefersTo<SnapshotPicture> asSet = takeAsSet(threads);
-    if (!isEvaluated) return asSet;
-    const SnapshotVersion born = m_line->evaluated.store().next();
+    RefersTo<SnapshotPicture> asSet = takeAsSet(options.threads);
+    if (options.values == SnapshotValues::AsSet) return asSet;
+    EvaluatedRecords& records = m_line->evaluated(options.values);
+    const SnapshotVersion born = records.store().next();
     // A callback may take snapshots itself.
     lock.unlock();
     const SnapshotTables& tables = asSet->tables();
     auto made =
-        EvaluatedRecords::evaluate(m_scene, tables, m_line->shapes, m_line->types, born, threads);
+        EvaluatedRecords::evaluate(m_scene, tables, m_line->shapes, m_line->types, born, options);
     lock.lock();
-    m_line->evaluated.install(tables, std::move(made));
-    return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(std::move(asSet)));
+    records.install(tables, std::move(made));
+    return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(std::move(asSet), records));
 }
 
 RefersTo<SnapshotPicture> SnapshotKeeper::takeAsSet(u32 threads) {

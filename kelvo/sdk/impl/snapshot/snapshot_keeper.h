@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/graph/scene_follower.h"
 #include "kelvo/sdk/impl/index/node_table_follower.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <mutex>
 #include <vector>
@@ -20,10 +21,9 @@ public:
     explicit SnapshotKeeper(Scene& scene);
     ~SnapshotKeeper() override;
 
-    /// Returns a snapshot of the present state, with values as set or as evaluated. Uses at most
-    /// `threads` threads, 0 for as many as the machine runs at once. Throws std::bad_alloc and
-    /// changes nothing when memory is out.
-    [[nodiscard]] RefersTo<SnapshotPicture> take(u32 threads, bool isEvaluated);
+    /// Returns a snapshot of the present state. Throws std::bad_alloc and changes nothing when
+    /// memory is out.
+    [[nodiscard]] RefersTo<SnapshotPicture> take(const SnapshotOptions& options);
 
     void nodeEntered(Node& node) noexcept override;
     void nodeTakenOut(Node& node) noexcept override;

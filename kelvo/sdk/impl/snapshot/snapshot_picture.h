@@ -23,7 +23,14 @@ public:
     /// For the thread that takes snapshots.
     SnapshotTables current;
     DeepHashes hashes;
-    EvaluatedRecords evaluated;
+    /// The records of snapshots that have other values than those set.
+    [[nodiscard]] EvaluatedRecords& evaluated(SnapshotValues values) noexcept {
+        return values == SnapshotValues::Evaluated ? m_evaluated : m_modified;
+    }
+
+private:
+    EvaluatedRecords m_evaluated;
+    EvaluatedRecords m_modified;
 };
 
 /// A snapshot: constant, and independent of the scene.
@@ -37,14 +44,14 @@ public:
           m_tables(m_line->current) {
         m_store.open(m_entry);
     }
-    /// Makes a snapshot like another one, but with the line's evaluated records.
-    explicit SnapshotPicture(RefersTo<SnapshotPicture> asSet) noexcept
+    /// Makes a snapshot like another one, but with evaluated records of its line.
+    SnapshotPicture(RefersTo<SnapshotPicture> asSet, EvaluatedRecords& evaluated) noexcept
         : m_line(asSet->m_line),
           m_asSet(std::move(asSet)),
-          m_store(m_line->evaluated.store()),
-          m_hasher(m_line->evaluated.hashes()),
+          m_store(evaluated.store()),
+          m_hasher(evaluated.hashes()),
           m_tables(m_asSet->m_tables) {
-        m_tables.records = m_line->evaluated.records();
+        m_tables.records = evaluated.records();
         m_store.open(m_entry);
     }
     ~SnapshotPicture() override { m_store.close(m_entry); }

@@ -280,6 +280,10 @@ std::unique_ptr<StoredPiece> StoredNodes::readNames(u64 index) const {
 
 // ---- Everything ------------------------------------------------------------------------
 
+void StoredNodes::readAll() const {
+    Workers().run(m_nodes.size(), [this](u64 index) { static_cast<void>(nodePiece(index)); });
+}
+
 Result StoredNodes::verify() const {
     if (const Result known = damage(); !known) return known;
     Workers().run(m_nodes.size(), [this](u64 index) { checkNodes(index); });

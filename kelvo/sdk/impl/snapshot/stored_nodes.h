@@ -47,6 +47,9 @@ public:
 
     /// Returns the first damage that was met, or that memory was out.
     [[nodiscard]] Result damage() const { return m_damage->first(); }
+    /// Reads all nodes, on as many threads as the machine runs at once, without elements of large
+    /// buffers.
+    void readAll() const;
     /// Reads everything, on as many threads as the machine runs at once.
     [[nodiscard]] Result verify() const;
 

@@ -146,6 +146,15 @@ void RecordReader::dropLists() noexcept {
     m_lists.clear();
 }
 
+const SnapshotShape* RecordReader::takeShape(u32 number) {
+    ShapeStock& stock = m_stocks[number];
+    if (!stock.get()) {
+        m_shapes[number].incRef();
+        stock.reset(&m_shapes[number]);
+    }
+    return stock.take();
+}
+
 void RecordReader::readLists(ByteReader& in, u32 count) {
     dropLists();
     m_isPlain.clear();
@@ -167,8 +176,7 @@ void RecordReader::readLists(ByteReader& in, u32 count) {
         // Values that are not there take neither memory nor time.
         if (firstValue > std::min<u64>(in.left(), mostBytes) || list.count > in.left()) in.fail();
         if (in.isFailed()) return;
-        shape.incRef();
-        list.shape = &shape;
+        list.shape = takeShape(number);
         m_lists.push_back(list);
         m_isPlain.push_back(m_shapes.isPlain(number));
     }

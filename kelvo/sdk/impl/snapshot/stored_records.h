@@ -64,6 +64,7 @@ private:
     [[nodiscard]] Buffer readBuffer(ByteReader& in);
     [[nodiscard]] std::unique_ptr<RecordExtras> readExtras(ByteReader& in);
     [[nodiscard]] std::pair<u32, u32> readInput(ByteReader& in) const;
+    [[nodiscard]] const SnapshotShape* takeShape(u32 number);
     void dropLists() noexcept;
 
     const StoredShapes& m_shapes;
@@ -71,6 +72,8 @@ private:
     LoadBuffer m_loadBuffer;
     std::vector<RecordList> m_lists;
     std::vector<bool> m_isPlain;
+    // By number of the shape.
+    std::unordered_map<u32, ShapeStock> m_stocks;
     std::vector<RecordConnection> m_connections;
     u32 m_nextPart = 0;
 };

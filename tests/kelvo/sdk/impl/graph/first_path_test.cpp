@@ -59,8 +59,12 @@ TEST_F(FirstPathTest, OfRandomGraphs_IsThatOfTheSearch) {
             graph.add(std::to_string(i).c_str());
         for (u64 i = 0; i < 2 * count; ++i)
             link(graph[random() % count], graph[random() % count]);
-        PathSearch search(graph[0], nodeGoal(graph[1]), false);
-        const auto expected = search.next() ? search.path() : ds::Vector<INode*>();
+        GoalGraph space(graph[0], nodeGoal(graph[1]), false);
+        PathSearch search(space);
+        ds::Vector<INode*> expected;
+        if (search.next())
+            for (const PathSpace::Number number : search.path())
+                expected.push_back(space.node(number));
         EXPECT_EQ(firstPath(*graph[0], nodeGoal(graph[1]), false), expected) << round;
     }
 }

@@ -71,6 +71,15 @@ TEST(Wildcard, TextInPieces_MatchesAsTheWhole) {
     EXPECT_TRUE(wildcard.accepts(places));
 }
 
+TEST(Wildcard, EndsThatCannotMatch_AreRefused) {
+    EXPECT_TRUE(Wildcard::ofPath("*.radius").refusesEnd("width"));
+    EXPECT_TRUE(Wildcard::ofPath("*.radius").refusesEnd("us"));
+    EXPECT_FALSE(Wildcard::ofPath("*.radius").refusesEnd("Radius"));
+    EXPECT_FALSE(Wildcard::ofPath("**.?dius").refusesEnd("radius"));
+    EXPECT_FALSE(Wildcard::ofPath("a.x*").refusesEnd("b"));
+    EXPECT_FALSE(Wildcard::ofPath("a.x[3]").refusesEnd("b"));
+}
+
 TEST(Wildcard, TextThatCannotMatchAnyMore_IsReported) {
     const Wildcard wildcard = Wildcard::ofPath("lamp.x");
     Wildcard::Places places = wildcard.start();

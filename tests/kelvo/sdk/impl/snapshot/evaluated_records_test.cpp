@@ -155,6 +155,26 @@ TEST_F(EvaluatedRecordsTest, Modifiers_Apply) {
     EXPECT_EQ(m_scene.snapshot()["lamp"]["power"].get<double>(), 12.0);
 }
 
+TEST_F(EvaluatedRecordsTest, ModifiedValues_HaveNoConnectionEvaluated) {
+    const Node lamp = make("lamp", "lamp");
+    lamp["in"].set(4.0);
+    lamp.createInput("power", AttrType::Real).set(0.25);
+    lamp["power"].connect(make("wave", "source").output("out"));
+    lamp.createArray("modifiers", AttrType::Node);
+    const Node half = m_scene.createNode("scaleModifier", "half");
+    half["modifies"].set("in");
+    half["factor"].set(0.5);
+    lamp["modifiers"].append().set(half);
+    const Snapshot shown = m_scene.snapshot({.values = SnapshotValues::Modified});
+    EXPECT_EQ(shown["lamp"]["in"].get<double>(), 2.0);
+    EXPECT_EQ(shown["lamp"]["power"].get<double>(), 0.25);
+    EXPECT_EQ(shown["lamp"]["power"].source().node().name(), "source");
+    EXPECT_EQ(shown["lamp"].hash(), lamp.hash());
+    EXPECT_EQ(m_scene.snapshot()["lamp"]["in"].get<double>(), 4.0);
+    EXPECT_EQ(s_calls, 0);
+    EXPECT_TRUE(shown["source"].isUnchangedFrom(m_scene.snapshot()["source"]));
+}
+
 TEST_F(EvaluatedRecordsTest, CallbackThatReadsAlongLinks_GetsItsValue) {
     make("wave", "a")["in"].set(2.0);
     make("thing", "b");

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/snapshot.h"
 
+#include "kelvo/sdk/lib_info.h"
 #include "kelvo/sdk/scene.h"
 
 #include <gtest/gtest.h>
@@ -51,6 +52,79 @@ TEST_F(SnapshotTest, Nodes_AfterMoves_AreInTheOrderOfTheScene) {
     EXPECT_EQ(namesOf(m_scene.snapshot().nodes()), "d b c ");
     EXPECT_EQ(m_scene.snapshot().node(1).name(), String("b"));
     EXPECT_TRUE(m_scene.snapshot().node(3).isEmpty());
+}
+
+TEST_F(SnapshotTest, DisplayName_IsThatOfTheNode) {
+    const Node lamp = make("lamp"), file = make("file", "path");
+    lamp.createInput("name", AttrType::String).set("  the lamp ");
+    for (const char* part : {"dir", "file", "ext"})
+        file.createInput(part, AttrType::String);
+    make("plain");
+    const Node empty = make("empty", "path");
+    for (const char* part : {"dir", "file", "ext"})
+        empty.createInput(part, AttrType::String);
+    file["dir"].set("wood");
+    file["file"].set("oak");
+    file["ext"].set("png");
+    empty["ext"].set("png");
+    const Snapshot snapshot = m_scene.snapshot();
+    for (u64 i = 0; i < m_scene.nodeCount(); ++i)
+        EXPECT_EQ(snapshot.node(i).displayName(), m_scene.node(i).get()->displayName());
+    EXPECT_EQ(snapshot["file"].displayName(), "oak.png");
+}
+
+TEST_F(SnapshotTest, DefinedNodes_AreThoseOfTypesInLibraries) {
+    m_scene.addLibrary(LibInfo::standard());
+    make("a", "xform");
+    make("b", "unheardOf");
+    EXPECT_TRUE(m_scene.snapshot()["a"].isDefined());
+    EXPECT_FALSE(m_scene.snapshot()["b"].isDefined());
+}
+
+TEST_F(SnapshotTest, Default_IsThatOfTheInput) {
+    const Node node = make("a"), other = make("b");
+    const Input real = node.createInput("real", AttrType::Real);
+    const Input link = node.createInput("link", AttrType::Node);
+    const Input list = node.createArray("list", AttrType::Real);
+    const Input object = node.createInput("object", AttrType::Object);
+    const Input member = object.createInput("member", AttrType::Int);
+    const Input connected = node.createInput("connected", AttrType::Real);
+    const auto expectSame = [&] {
+        const Snapshot snapshot = m_scene.snapshot();
+        for (u64 i = 0; i < node.inputCount(); ++i)
+            EXPECT_EQ(snapshot["a"].input(i).isDefault(), node.input(i).isDefault()) << i;
+    };
+    expectSame();
+    EXPECT_TRUE(m_scene.snapshot()["a"]["object"].isDefault());
+    real.set(1.0);
+    link.set(other);
+    list.append();
+    member.set(2);
+    EXPECT_TRUE(connected.connect(other.createOutput("out", AttrType::Real)));
+    expectSame();
+    EXPECT_FALSE(m_scene.snapshot()["a"]["object"].isDefault());
+}
+
+TEST_F(SnapshotTest, Parts_KnowTheirParentAndOwnName) {
+    const Node node = make("a");
+    node.createArray("list", AttrType::Object).append().createInput("x", AttrType::Int);
+    const Snapshot snapshot = m_scene.snapshot();
+    const SnapshotInput x = snapshot["a"].inputAt("list[0].x");
+    EXPECT_EQ(x.ownName(), "x");
+    EXPECT_TRUE(x.parent().ownName().isEmpty());
+    EXPECT_EQ(x.parent().parent(), snapshot["a"]["list"]);
+    EXPECT_TRUE(x.parent().parent().parent().isEmpty());
+}
+
+TEST_F(SnapshotTest, Outputs_HavePathAndKind) {
+    const Node node = make("a");
+    node.createOutput("color", AttrType::Rgba);
+    node.createOutput("points", DataType::Pos3f);
+    const Snapshot snapshot = m_scene.snapshot();
+    EXPECT_EQ(snapshot["a"].output(0).path(), "a.color");
+    EXPECT_EQ(snapshot["a"].output(0).typeName(), "Rgba");
+    EXPECT_EQ(snapshot["a"].output(1).typeName(), "Buffer<Pos3f>");
+    EXPECT_TRUE(SnapshotOutput().path().isEmpty() && SnapshotOutput().typeName().isEmpty());
 }
 
 TEST_F(SnapshotTest, Children_AreThoseOfTheHierarchy) {
