@@ -166,7 +166,7 @@ class Memory(ToolTest):
         if self.run_within(400 * self.MEBI, "--version").returncode != 0:
             self.skipTest("The sanitizers reserve more address space than this allows.")
         lights = (f'node light "n{i}" {{\n    Real intensity = 0.5\n    Node t = n0\n}}'
-                  for i in range(4000))
+                  for i in range(40000))
         self.file.write_text(scene(*lights))
 
     def test_a_sentence_tells_that_it_ran_out_and_files_stay(self):
