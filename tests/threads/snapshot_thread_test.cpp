@@ -2,6 +2,9 @@
 // several of them at any time.
 
 #include "kelvo/kelvo.h"
+#include "tests/support/law_run.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/memory_pieces.h"
 
 #include <gtest/gtest.h>
 
@@ -79,9 +82,19 @@ bool hasTheHash(const Shared::Kept& earlier, const Shared::Kept& kept) {
     return kept.snapshot.node(0).worldMatrix() == math::Mat4d::identity;
 }
 
+// Stores, opens and reads as text.
+bool isStoredWhole(const Shared::Kept& kept) {
+    if (!kept.snapshot.get()) return true;
+    const Made<Snapshot> opened = openSnapshot(tests::MemorySink::store(kept.snapshot));
+    const String text = kept.snapshot.text({.threads = 1});
+    const SnapshotReport back = readSnapshot(text.view(), "text", {.threads = 1});
+    return opened.verify() && opened.text() == text && opened.hash() == kept.snapshot.hash() &&
+           back.isRead && back.snapshot.hash() == kept.snapshot.hash();
+}
+
 void editRandomly(const Scene& scene, std::mt19937& random) {
     const Node any = scene.node(random() % (scene.nodeCount() + 1));
-    switch (random() % 8) {
+    switch (random() % 10) {
     case 0: {
         const Node node = scene.createNode("thing", "n");
         node.createInput("x", AttrType::Real);
@@ -108,12 +121,23 @@ void editRandomly(const Scene& scene, std::mt19937& random) {
     case 6:
         if (any) any.rename("m");
         break;
+    case 7:
+        if (any.hasInput("x")) any["x"].connect(scene.node(0).output("o"));
+        break;
+    case 8: {
+        const Scene::UndoScope scope(scene, "Taken back", "");
+        if (any) any.createArray("list", AttrType::Real).append().set(1.0);
+        scope.cancel();
+        break;
+    }
     default:
         if (any.hasInput("x")) any["x"].set(static_cast<double>(random() % 100));
     }
 }
 
 TEST(SnapshotThreads, Readers_BesideTheEditor_SeeEachSnapshotAsItWasTaken) {
+    const tests::LogCapture quiet;
+    tests::LawRun law("snapshots on threads");
     Shared shared;
     std::atomic<bool> isDone = false;
     std::atomic<int> failures = 0;
@@ -127,14 +151,16 @@ TEST(SnapshotThreads, Readers_BesideTheEditor_SeeEachSnapshotAsItWasTaken) {
                 failures += sumOf(kept.snapshot) != kept.sum;
                 failures += !follows(last, kept);
                 failures += !hasTheHash(last, kept);
+                if (random() % 8 == 0) failures += !isStoredWhole(kept);
                 last = std::move(kept);
             }
         });
     {
-        std::mt19937 random(99);
+        std::mt19937 random(static_cast<unsigned>(98 + tests::LawRun::seed()));
         const Scene scene = Scene::create();
         scene.setUndoEnabled(true);
-        for (int step = 0; step < 2000; ++step) {
+        const u64 steps = tests::LawRun::isFull() ? 1'000'000 : 2000;
+        for (u64 step = 0; step < steps && !law.isOver(); ++step) {
             editRandomly(scene, random);
             const bool isEvaluated = step % 5 == 0;
             const Snapshot snapshot = scene.snapshot(
@@ -143,6 +169,7 @@ TEST(SnapshotThreads, Readers_BesideTheEditor_SeeEachSnapshotAsItWasTaken) {
             // Leaves some to the readers.
             const u64 hash = step % 3 == 0 ? snapshot.hash() : 0;
             shared.put({snapshot, sumOf(snapshot), hash});
+            law.countReported(1, 0);
         }
     }
     isDone = true;

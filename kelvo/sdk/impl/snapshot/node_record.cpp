@@ -29,7 +29,7 @@ NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String na
                              std::span<const RecordConnection> connections,
                              std::unique_ptr<const RecordExtras> extras) {
     static_assert(sizeof(NodeRecord) % alignof(RecordList) == 0 && sizeof(Buffer) == sizeof(u64));
-    u32 valueBytes = 0;
+    u64 valueBytes = 0;
     for (const RecordList& list : lists)
         valueBytes += list.valueBytes();
     const u64 size =

@@ -18,14 +18,14 @@ namespace qv::kelvo_sdk::impl {
 /// array or object. Lists come after the list that contains their input.
 struct RecordList {
     const SnapshotShape* shape = nullptr;
-    u32 count = 0;
     /// The place of the first value behind the values of the record.
-    u32 firstValue = 0;
+    u64 firstValue = 0;
+    u32 count = 0;
     /// The array or object, as the position of its list and its position there.
     u32 ownerList = 0;
     u32 ownerInput = 0;
 
-    [[nodiscard]] u32 valueBytes() const noexcept {
+    [[nodiscard]] u64 valueBytes() const noexcept {
         return shape->isUniform ? count * shape->sizeOfOne : shape->valueBytes;
     }
 };
@@ -125,10 +125,10 @@ private:
     String m_name;
     std::unique_ptr<const RecordExtras> m_extras;
     mutable std::atomic<u64> m_hash = 0;
+    u64 m_valueBytes = 0;
     NodeNumber m_number;
     u32 m_listCount = 0;
     u32 m_connectionCount = 0;
-    u32 m_valueBytes = 0;
 };
 
 struct EndRecord {

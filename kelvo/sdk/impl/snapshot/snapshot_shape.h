@@ -28,7 +28,7 @@ struct ShapeInput {
     /// The text that the input was read from omits it; of interest to writers of text alone.
     bool isOmitted = false;
     /// The place of the value behind the first value of the list.
-    u32 offset = 0;
+    u64 offset = 0;
     /// Nodes that it names may no longer exist; `namedNodes` has their numbers.
     RefersTo<AttrDetails> details = {};
     /// Indexed by value of the description: the default, the minimum, the maximum, the choices.
@@ -96,15 +96,15 @@ struct SnapshotShape {
     [[nodiscard]] const ShapeInput& input(u32 index) const noexcept {
         return inputs[isUniform ? 0 : index];
     }
-    [[nodiscard]] u32 offsetOf(u32 index) const noexcept {
+    [[nodiscard]] u64 offsetOf(u32 index) const noexcept {
         return isUniform ? index * sizeOfOne : inputs[index].offset;
     }
 
     /// An input is of the kind Node.
     bool hasLinks = false;
     /// The memory of all values, and of one element of a uniform array.
-    u32 valueBytes = 0;
-    u32 sizeOfOne = 0;
+    u64 valueBytes = 0;
+    u64 sizeOfOne = 0;
 
     // References; the table of shapes counts as one.
 

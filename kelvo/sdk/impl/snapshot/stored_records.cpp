@@ -16,8 +16,6 @@ constexpr u64 bytesOfComments = 36;
 constexpr u64 bytesOfStash = 16;
 // Buffers up to this size are stored within their record.
 constexpr u64 smallBuffer = 1024;
-// Places of values have 32 bits.
-constexpr u64 mostBytes = ~u32{0};
 // In place of a number of a piece: the elements follow.
 constexpr u32 noPiece = ~u32{0};
 
@@ -170,11 +168,11 @@ void RecordReader::readLists(ByteReader& in, u32 count) {
         list.ownerInput = in.word32();
         if (in.isFailed()) return;
         const SnapshotShape& shape = m_shapes[number];
-        list.firstValue = static_cast<u32>(firstValue);
-        firstValue += shape.isUniform ? u64{list.count} * shape.sizeOfOne : shape.valueBytes;
+        list.firstValue = firstValue;
+        firstValue += shape.isUniform ? list.count * shape.sizeOfOne : shape.valueBytes;
         if (shape.isUniform ? i == 0 : list.count != shape.inputs.size()) in.fail();
         // Values that are not there take neither memory nor time.
-        if (firstValue > std::min<u64>(in.left(), mostBytes) || list.count > in.left()) in.fail();
+        if (firstValue > in.left() || list.count > in.left()) in.fail();
         if (in.isFailed()) return;
         list.shape = takeShape(number);
         m_lists.push_back(list);

@@ -39,6 +39,16 @@ TEST_F(NodeRecordTest, Make_NewRecord_HasZeros) {
     EXPECT_EQ(NodeRecord::bufferAt(place(2)).count(), 0U);
 }
 
+TEST_F(NodeRecordTest, ListOfManyElements_HasPlacesBehind4GiB) {
+    SnapshotShape shape;
+    shape.isUniform = true;
+    shape.inputs.push_back({.type = AttrType::Mat4});
+    shape.complete();
+    const RecordList list{.shape = &shape, .count = u32{1} << 26};
+    EXPECT_EQ(shape.offsetOf(u32{1} << 25), u64{1} << 32);
+    EXPECT_EQ(list.valueBytes(), u64{1} << 33);
+}
+
 TEST_F(NodeRecordTest, Store_EachKind_IsLoadedAgain) {
     const Value values[] = {true,
                             i64{-3},
