@@ -105,3 +105,34 @@ def test_any_argument(value: Any) -> None:
             if call == one.rename:
                 one.rename("i3")
     assert scene.text() == before and scene.verify() == []
+
+
+STORED = scene_of_all_kinds().snapshot().to_bytes()
+
+
+@given(st.integers(0, len(STORED) - 1), st.integers(1, 255), st.booleans())
+def test_a_stored_snapshot_with_a_wrong_byte(place: int, wrong: int, is_cut: bool) -> None:
+    data = bytearray(STORED)
+    data[place] ^= wrong
+    try:
+        snapshot = kelvo.Snapshot.from_bytes(bytes(data[:place] if is_cut else data))
+        assert all(one.path in node for node in snapshot for one in node.inputs)
+        snapshot.verify()
+    except kelvo.FileError as error:
+        assert "<bytes>" in str(error)
+
+
+@given(st.one_of(SCALARS, st.lists(SCALARS, max_size=2)))
+def test_calls_of_snapshots_with_any_argument(value: Any) -> None:
+    scene = scene_of_all_kinds()
+    before, snapshot = scene.text(), scene.snapshot()
+    calls: list[Any] = [kelvo.read_snapshot, kelvo.Snapshot.from_bytes, kelvo.open_binary,
+                        snapshot.find, snapshot["t"].input, snapshot["t"].world_matrices,
+                        snapshot.node_with_number, scene.read,
+                        lambda one: kelvo.why(snapshot, snapshot, one)]
+    for call in calls:
+        try:
+            call(value)
+        except (kelvo.Error, TypeError, ValueError):
+            pass
+    assert scene.text() == before

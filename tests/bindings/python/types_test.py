@@ -16,7 +16,7 @@ PACKAGES = pathlib.Path(kelvo.__file__).resolve().parents[1]
 def run(folder: pathlib.Path, *arguments: object) -> subprocess.CompletedProcess[str]:
     environment = dict(os.environ, MYPYPATH=str(PACKAGES))
     return subprocess.run([sys.executable, "-m", *map(str, arguments)], cwd=folder,
-                          capture_output=True, text=True, timeout=300, env=environment)
+                          capture_output=True, text=True, timeout=900, env=environment)
 
 
 def test_mypy_accepts_package_tests_and_examples(tmp_path: pathlib.Path) -> None:
