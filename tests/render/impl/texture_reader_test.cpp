@@ -71,8 +71,8 @@ TEST_F(TextureReaderTest, GrayPicture_HasEqualChannels) {
 TEST_F(TextureReaderTest, BytesInsideTheNode_AreAPictureFile) {
     m_folder.write("in.png", OIIO::TypeDesc::UINT8, {1.0F, 0.0F, 0.0F, 1.0F});
     std::string numbers;
-    for (const unsigned char byte : m_folder.bytesOf("in.png"))
-        numbers += std::to_string(byte) + " ";
+    for (const char byte : m_folder.bytesOf("in.png"))
+        numbers += std::to_string(static_cast<unsigned char>(byte)) + " ";
     const auto texture = read("String ext = \".png\"\nBuffer<Byte> data = [" + numbers + "]\n");
     ASSERT_TRUE(texture) << (m_findings.empty() ? "" : m_findings[0]);
     EXPECT_EQ(texture->pixel(0, 0).color, (Vec3{1, 0, 0}));
