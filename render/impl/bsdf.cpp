@@ -11,8 +11,8 @@ namespace {
 constexpr float coatF0 = 0.04F;
 
 // Returns the share of the light that is lost after one reflection and comes out after more.
-Vec3 repeatedReflectance(const Vec3& f0, float meanOnce) noexcept {
-    const Vec3 f = meanReflectance(f0);
+Vec3 repeatedReflectance(const Vec3& f0, float f90, float meanOnce) noexcept {
+    const Vec3 f = meanReflectance(f0, f90);
     const auto channel = [meanOnce](float c) {
         return c * c * meanOnce / (1.0F - c * (1.0F - meanOnce));
     };
@@ -31,6 +31,7 @@ Bsdf::Bsdf(const SurfaceValues& surface, const Vec3& wo) noexcept
       m_alpha(alphaOf(surface.roughness)),
       m_coatAlpha(alphaOf(surface.clearcoatRoughness)),
       m_dielectricF0(normalReflectance(surface.ior)),
+      m_dielectricF90(grazingReflectance(m_dielectricF0)),
       m_metal(surface.metallic) {
     m_wo.z = std::max(m_wo.z, 1e-4F);
     const float clear = (1.0F - m_metal) * surface.transmission;
@@ -45,12 +46,12 @@ Bsdf::Bsdf(const SurfaceValues& surface, const Vec3& wo) noexcept
 
 void Bsdf::weighMirrors() noexcept {
     m_f0 = m_surface.baseColor * m_metal + gray(m_dielectricF0 * m_plain);
-    m_f90 = m_metal + m_plain;
+    m_f90 = m_metal + m_dielectricF90 * m_plain;
     const GgxTables& tables = ggxTables();
     const float r = m_surface.roughness;
     const float meanOnce = tables.plain.mean(r) + tables.grazing.mean(r);
-    m_repeatedDielectric = repeatedReflectance(gray(m_dielectricF0), meanOnce).x;
-    m_repeated = repeatedReflectance(m_surface.baseColor, meanOnce) * m_metal +
+    m_repeatedDielectric = repeatedReflectance(gray(m_dielectricF0), m_dielectricF90, meanOnce).x;
+    m_repeated = repeatedReflectance(m_surface.baseColor, 1.0F, meanOnce) * m_metal +
                  gray(m_repeatedDielectric * m_plain);
 }
 
@@ -80,6 +81,7 @@ void Bsdf::setChances() noexcept {
                                  m_glass * (1.0F - glass)) +
                          m_belowCoat * (1.0F - m_belowSheen);
     m_chances[Thin] = base * m_thin * below * color;
+    m_thinRepeated = lost < below ? lost / below : 1.0F;
     m_chances[Glass] = base * m_glass * glass;
     float sum = 0.0F;
     for (const float chance : m_chances)
@@ -99,7 +101,8 @@ float Bsdf::belowDielectric(const Vec3& w) const noexcept {
     const GgxTables& tables = ggxTables();
     const float r = m_surface.roughness;
     return std::max(0.0F, 1.0F - m_dielectricF0 * tables.plain.at(w.z, r) -
-                              tables.grazing.at(w.z, r) - m_repeatedDielectric * lostByMirrors(w));
+                              m_dielectricF90 * tables.grazing.at(w.z, r) -
+                              m_repeatedDielectric * lostByMirrors(w));
 }
 
 float Bsdf::mirrorPdf(const Vec3& wi, float alpha) const noexcept {
@@ -128,7 +131,7 @@ Vec3 Bsdf::reflectedBase(const Vec3& wi) const noexcept {
     if (meanLost > 1e-6F)
         sum += m_repeated * (lostByMirrors(m_wo) * lostByMirrors(wi) * wi.z / (pi * meanLost));
     const float meanBelow =
-        1.0F - m_dielectricF0 * plain - grazing - m_repeatedDielectric * meanLost;
+        1.0F - m_dielectricF0 * plain - m_dielectricF90 * grazing - m_repeatedDielectric * meanLost;
     sum += m_surface.baseColor *
            (m_opaque * belowDielectric(m_wo) * belowDielectric(wi) * wi.z / (pi * meanBelow));
     return sum;
@@ -192,7 +195,8 @@ Bsdf::Value Bsdf::transmission(const Vec3& wi) const noexcept {
     if (m_thin == 0.0F) return value;
     const Vec3 mirrored{wi.x, wi.y, -wi.z};
     const Vec3 h = normalized(m_wo + mirrored);
-    const float passed = (1.0F - m_dielectricF0) * (1.0F - grazingWeight(dot(m_wo, h)));
+    const float weight = grazingWeight(dot(m_wo, h));
+    const float passed = 1.0F - std::lerp(m_dielectricF0, m_dielectricF90, weight);
     float sum = passed * ggxDensity(h, m_alpha) * smithBothVisible(m_wo, mirrored, m_alpha) /
                 (4.0F * m_wo.z);
     const GgxTables& tables = ggxTables();
@@ -202,7 +206,8 @@ Bsdf::Value Bsdf::transmission(const Vec3& wi) const noexcept {
         sum += (1.0F - m_repeatedDielectric) * lostByMirrors(m_wo) * lostByMirrors(mirrored) *
                mirrored.z / (pi * meanLost);
     value.color += m_surface.baseColor * (base * m_thin * sum);
-    value.pdf += m_chances[Thin] * (0.5F * mirrorPdf(mirrored, m_alpha) + 0.5F * mirrored.z / pi);
+    value.pdf +=
+        m_chances[Thin] * std::lerp(mirrorPdf(mirrored, m_alpha), mirrored.z / pi, m_thinRepeated);
     return value;
 }
 
@@ -224,7 +229,7 @@ Vec3 Bsdf::sampleDirection(Lobe lobe, Random& random) const noexcept {
     if (lobe == Diffuse) return inCosineHemisphere(random.nextPair());
     const bool isThin = lobe == Thin;
     Vec3 wi;
-    if (isThin && random.next() < 0.5F) {
+    if (isThin && random.next() < m_thinRepeated) {
         wi = inCosineHemisphere(random.nextPair());
     } else {
         const float alpha = lobe == Coat ? m_coatAlpha : m_alpha;

@@ -74,6 +74,7 @@ private:
     float m_alpha;
     float m_coatAlpha;
     float m_dielectricF0;
+    float m_dielectricF90;
     // Shares of the base: metal, opaque or thin dielectric, and those that let light through.
     float m_metal;
     float m_plain;
@@ -89,6 +90,8 @@ private:
     float m_belowCoat = 1.0F;
     float m_belowSheen = 1.0F;
     float m_chances[lobeCount]{};
+    // The share of the light through a thin sheet that mirrors reflect several times.
+    float m_thinRepeated = 0.0F;
 };
 
 } // namespace qv::render::impl

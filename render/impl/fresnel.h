@@ -9,15 +9,21 @@ namespace qv::render::impl {
     return sqr((ior - 1.0F) / (ior + 1.0F));
 }
 
-/// Returns Schlick's weight (1994) of the reflectance at grazing angles, which is 1.
+/// Returns Schlick's weight (1994) of the reflectance at grazing angles.
 [[nodiscard]] constexpr float grazingWeight(float cosine) noexcept {
     const float m = std::clamp(1.0F - cosine, 0.0F, 1.0F);
     return sqr(sqr(m)) * m;
 }
 
+/// Returns the reflectance at grazing angles: 1, except for materials that hardly differ from the
+/// air around them.
+[[nodiscard]] constexpr float grazingReflectance(float f0) noexcept {
+    return std::min(1.0F, 50.0F * f0);
+}
+
 /// Returns the mean of Schlick's reflectance over all directions, by their cosine.
-[[nodiscard]] constexpr Vec3 meanReflectance(const Vec3& f0) noexcept {
-    return f0 * (20.0F / 21.0F) + gray(1.0F / 21.0F);
+[[nodiscard]] constexpr Vec3 meanReflectance(const Vec3& f0, float f90) noexcept {
+    return f0 * (20.0F / 21.0F) + gray(f90 / 21.0F);
 }
 
 /// Returns the exact reflectance of a surface; `eta` is the index behind it by that in front.

@@ -30,6 +30,8 @@ public:
         tell(m_wrongFaces, "with vertices that do not exist");
         tell(m_infiniteFaces, "with corners that are not finite or too far away");
         tell(m_flatFaces, "without area");
+        // See `Mesh`: there is room behind the last element.
+        m_mesh.triangles.reserve(m_mesh.triangles.size() + 1);
         if (m_mesh.triangles.empty()) {
             m_findings.add(m_node, "The mesh has no triangles.");
             return nullptr;
@@ -67,7 +69,7 @@ private:
 
     void readPositions() {
         const auto positions = elements<math::Pos3f>("positions");
-        m_mesh.positions.reserve(positions.size());
+        m_mesh.positions.reserve(positions.size() + 1);
         for (const math::Pos3f& p : positions)
             m_mesh.positions.push_back(vec3(p));
     }

@@ -33,6 +33,7 @@ struct Box {
 /// The triangles of a mesh, with values at the vertices. A list of values is empty, or has one for
 /// each position.
 struct Mesh {
+    /// Positions and triangles have room for one more, as rays are traced with reads of 16 bytes.
     std::vector<Vec3> positions;
     std::vector<Triangle> triangles;
     std::vector<Vec3> normals;

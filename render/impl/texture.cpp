@@ -50,15 +50,17 @@ float srgbFromLinear(float value) noexcept {
     return value <= 0.0031308F ? value * 12.92F : 1.055F * std::pow(value, 1.0F / 2.4F) - 0.055F;
 }
 
-Vec4 Texture::pixel(u32 x, u32 y) const noexcept {
+Vec4 Texture::pixel(u32 x, u32 y, Meaning meaning) const noexcept {
     const u64 at = (u64{y} * width + x) * 4;
+    const bool isEncoded = isSrgb && meaning == Meaning::Colors;
     if (bytes.empty()) {
         const float* p = floats.data() + at;
-        return {{p[0], p[1], p[2]}, p[3]};
+        if (!isEncoded) return {{p[0], p[1], p[2]}, p[3]};
+        return {{linearFromSrgb(p[0]), linearFromSrgb(p[1]), linearFromSrgb(p[2])}, p[3]};
     }
     const u8* p = bytes.data() + at;
     const float alpha = static_cast<float>(p[3]) / 255.0F;
-    if (!isSrgb) {
+    if (!isEncoded) {
         const Vec3 color{static_cast<float>(p[0]), static_cast<float>(p[1]),
                          static_cast<float>(p[2])};
         return {color / 255.0F, alpha};
@@ -67,7 +69,7 @@ Vec4 Texture::pixel(u32 x, u32 y) const noexcept {
     return {{linear[p[0]], linear[p[1]], linear[p[2]]}, alpha};
 }
 
-Vec4 Texture::at(float u, float v, Wrap wrapU, Wrap wrapV) const noexcept {
+Vec4 Texture::at(float u, float v, Wrap wrapU, Wrap wrapV, Meaning meaning) const noexcept {
     // The centre of the first pixel is at half a pixel; a pixel itself begins at its border.
     const float shift = filter == Filter::Nearest ? 0.0F : 0.5F;
     const float px = sane(u) * static_cast<float>(width) - shift;
@@ -82,7 +84,7 @@ Vec4 Texture::at(float u, float v, Wrap wrapU, Wrap wrapV) const noexcept {
             if (weight == 0.0F) continue;
             const i64 x = wrapped(static_cast<i64>(left) + i - 1, width, wrapU);
             const Vec4 value =
-                x < 0 || y < 0 ? Vec4() : pixel(static_cast<u32>(x), static_cast<u32>(y));
+                x < 0 || y < 0 ? Vec4() : pixel(static_cast<u32>(x), static_cast<u32>(y), meaning);
             sum.color += value.color * weight;
             sum.alpha += value.alpha * weight;
         }

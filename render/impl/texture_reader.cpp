@@ -108,7 +108,9 @@ private:
                                 : readChannels(*image, channels, m_texture.floats);
         if (!isRead)
             return fail(what + " is damaged: " + String(std::string_view(image->geterror())));
-        makeLinear(found.format.is_floating_point());
+        // Floats are linear already.
+        if (found.format.is_floating_point()) m_texture.isSrgb = false;
+        makeFinite();
         return true;
     }
 
@@ -131,14 +133,10 @@ private:
         return true;
     }
 
-    // Whole numbers of 16 bits are encoded as those of 8 bits are. Floats are linear already; one
-    // that is no number would spread over the picture.
-    void makeLinear(bool isLinear) {
-        for (u64 i = 0; i < m_texture.floats.size(); ++i) {
-            float& value = m_texture.floats[i];
+    // A number that is none would spread over the picture.
+    void makeFinite() {
+        for (float& value : m_texture.floats)
             if (!std::isfinite(value)) value = 0.0F;
-            if (!isLinear && m_texture.isSrgb && i % 4 != 3) value = linearFromSrgb(value);
-        }
     }
 
     const SnapshotNode& m_node;

@@ -65,8 +65,8 @@ TEST(Fresnel, Reflectance_HasKnownValues) {
     EXPECT_EQ(dielectricReflectance(0.5F, 1.0F / 1.5F), 1.0F);
     EXPECT_EQ(grazingWeight(0.0F), 1.0F);
     EXPECT_EQ(grazingWeight(1.0F), 0.0F);
-    EXPECT_NEAR(meanReflectance(gray(1)).x, 1.0F, 1e-6F);
-    EXPECT_NEAR(meanReflectance(gray(0)).x, 1.0F / 21.0F, 1e-7F);
+    EXPECT_NEAR(meanReflectance(gray(1), 1.0F).x, 1.0F, 1e-6F);
+    EXPECT_NEAR(meanReflectance(gray(0), 1.0F).x, 1.0F / 21.0F, 1e-7F);
 }
 
 } // namespace

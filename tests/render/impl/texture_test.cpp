@@ -11,6 +11,7 @@ Texture row(Filter filter) {
     texture.width = 4;
     texture.height = 1;
     texture.filter = filter;
+    texture.isSrgb = false;
     for (const float value : {0.0F, 0.25F, 0.75F, 1.0F})
         texture.floats.insert(texture.floats.end(), {value, value, value, 1.0F});
     return texture;
@@ -63,6 +64,7 @@ TEST(Texture, Bytes_AreDecodedByTheirColorSpace) {
     texture.bytes = {128, 0, 255, 51};
     EXPECT_NEAR(texture.pixel(0, 0).color.x, 0.2158605F, 1e-6F);
     EXPECT_EQ(texture.pixel(0, 0).alpha, 0.2F);
+    EXPECT_FLOAT_EQ(texture.pixel(0, 0, Meaning::Numbers).color.x, 128.0F / 255.0F);
     texture.isSrgb = false;
     EXPECT_FLOAT_EQ(texture.pixel(0, 0).color.x, 128.0F / 255.0F);
 }
