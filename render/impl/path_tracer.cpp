@@ -37,10 +37,7 @@ private:
         const Instance& instance = m_traced.scene().instances[hit->instance];
         const SurfacePoint point =
             surfaceAt(instance, m_traced.material(hit->instance), m_ray, *hit);
-        const bool isHidden = m_bounces == 0 && !point.isFront && !instance.material->twoSided &&
-                              instance.material->transmission == 0.0F;
-        if (isHidden || (point.opacity < 1.0F && m_random.next() >= point.opacity))
-            return pass(hit->distance);
+        if (point.opacity < 1.0F && m_random.next() >= point.opacity) return pass(hit->distance);
         if (m_bounces == 0) see(point, instance);
         absorb(point, instance);
         addEmission(point, instance, *hit);

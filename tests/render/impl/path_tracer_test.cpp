@@ -227,15 +227,17 @@ TEST(PathTracer, CutOutSheet_IsNotThere) {
     EXPECT_NEAR(scene.at(0.2F, 0.1F).color.x, albedo / pi, 1e-4F);
 }
 
-TEST(PathTracer, BackOfAOneSidedSheet_IsNotSeenButCastsAShadow) {
+TEST(PathTracer, BackOfASheet_IsSeenButEmitsOnlyIfTwoSided) {
     const std::string turned =
         "node xform \"t\" {\n    Mat4 matrix = (-1 0 0 0  0 1 0 0  0 0 -1 0  0 0 0 1)\n"
         "    Array<Node> children = [square]\n}\n";
-    const Traced scene(turned + sheet(""));
-    EXPECT_EQ(scene.at(0.2F, 0.1F).color.x, 0.0F);
-    EXPECT_FLOAT_EQ(scene.at(0.2F, 0.1F).depth, 6.0F);
-    const Traced both(turned + sheet("    Bool twoSided = true\n"));
-    EXPECT_FLOAT_EQ(both.at(0.2F, 0.1F).depth, 5.0F);
+    const std::string glow = "    Rgba baseColor = (0 0 0 1)\n    Real ior = 1\n"
+                             "    Rgba emissive = (0.5 0.5 0.5 1)\n";
+    const Traced one(turned + sheet(glow)),
+        both(turned + sheet(glow + "    Bool twoSided = true\n"));
+    EXPECT_FLOAT_EQ(one.at(0.2F, 0.1F).depth, 5.0F);
+    EXPECT_EQ(one.at(0.2F, 0.1F).color.x, 0.0F);
+    EXPECT_FLOAT_EQ(both.at(0.2F, 0.1F).color.x, 0.5F);
 }
 
 TEST(PathTracer, LightWithoutShadows_ShinesThroughEverything) {
