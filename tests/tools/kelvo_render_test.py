@@ -93,7 +93,7 @@ class Render(ToolTest):
             'node overrideModifier "over" {\n    String modifies = "baseColor"\n'
             '    String value = "(0 0 1 1)"\n}\n')
         self.expect(0, "render", "c.kns", "--size", "20x20", "--samples", "4")
-        self.assertEqual(pixels(self.folder / "c.png")[10][10], pixels(self.folder / "b.png")[10][10])
+        self.assertEqual(pixels(self.folder / "c.png"), pixels(self.folder / "b.png"))
 
     def test_an_exr_has_the_hash_of_the_scene(self):
         self.expect(0, "render", "a.kns", "--size", "8x8", "--samples", "1", "-o", "a.exr",
@@ -116,7 +116,8 @@ class Render(ToolTest):
 
     def test_wrong_calls_are_told(self):
         calls = (
-            (2, ("--size", "9"), "'9' is no size: expected width x height in pixels, like 1280x720."),
+            (2, ("--size", "9"), "'9' is no size: expected width x height in pixels, like "
+                                 "1280x720."),
             (2, ("--size", "9x-9"), "'9x-9' is no size: expected width x height in pixels, like "
                                     "1280x720."),
             (1, ("--size", "0x9"), "a.kns: A picture of 0 x 9 pixels cannot be rendered: each side "
