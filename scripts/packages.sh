@@ -2,7 +2,7 @@
 # Lists the Debian packages that a bare Debian 12 lacks, and installs them. Sourced by bash.
 
 build_packages=(g++ cmake ninja-build ccache libassimp-dev zlib1g-dev libcli11-dev
-    nlohmann-json3-dev libedit-dev libzstd-dev)
+    nlohmann-json3-dev libedit-dev libzstd-dev libembree-dev libopenimageio-dev)
 # The Python package, its tests and its wheel.
 python_packages=(pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis mypy
     python3-venv python3-pip python3-wheel python3-setuptools python3-skbuild)

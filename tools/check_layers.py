@@ -3,9 +3,10 @@
 lower one, by its path from the root; the floors use the C++ standard library alone and open no
 file. A subject of the implementation includes only the subjects in its row in CONTRIBUTING.md, and
 no two subjects include each other. The roof includes public headers; only tests and benchmarks
-include the implementation. The headers in kelvo/files belong to the roof but serve all clients, so
-they use public headers and the standard library alone. The umbrella header belongs to no floor, and
-no file on the floors includes it. check_layers.py [ROOT]"""
+include the implementation. Tools and examples may use the renderer by its public headers. The
+headers in kelvo/files belong to the roof but serve all clients, so they use public headers and the
+standard library alone. The umbrella header belongs to no floor, and no file on the floors includes
+it. check_layers.py [ROOT]"""
 import re
 import sys
 
@@ -28,6 +29,8 @@ OPENS_FILES = frozenset(("filesystem", "fstream"))
 FILES = "kelvo/files"
 # Folders of the roof that may include others of it: they check or measure them.
 MAY_SEE_THE_ROOF = ("tests", "bench", "fuzz")
+# Folders of the roof that others of it use as libraries.
+LIBRARIES = ("render",)
 # Folders of the roof that may include the implementation: they check or measure its parts.
 MAY_SEE_INSIDE = ("tests", "bench")
 
@@ -96,7 +99,10 @@ def fault_of_path(root, source, included):
             return f'"{included}" stands outside the floors'
         return f'"{included}" stands on floor {other}, above floor {own}' if other > own else None
     here, there = tree_files.roof_of(source), tree_files.roof_of(included)
-    if there and there not in (here, *tree_files.INSTALLED) and here not in MAY_SEE_THE_ROOF:
+    if included.startswith("render/impl/") and here not in ("render", *MAY_SEE_INSIDE):
+        return f'"{included}": the implementation of the renderer'
+    if (there and there not in (here, *tree_files.INSTALLED, *LIBRARIES)
+            and here not in MAY_SEE_THE_ROOF):
         return f'"{included}": nothing includes the roof'
     if here and here not in MAY_SEE_INSIDE and other is not None and not is_public(included):
         return f'"{included}": the roof includes public headers, not the implementation'

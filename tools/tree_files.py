@@ -9,7 +9,7 @@ FLOORS = ("kelvo/base", "kelvo/sdk/interfaces", "kelvo/sdk", "kelvo/sdk/impl")
 PUBLIC_FLOORS = 3
 # The part of the roof that is installed with the floors.
 INSTALLED = ("kelvo/binary", "kelvo/files", "kelvo/plugins")
-ROOF = (*INSTALLED, "tools", "bindings", "examples", "tests", "bench", "fuzz")
+ROOF = (*INSTALLED, "render", "tools", "bindings", "examples", "tests", "bench", "fuzz")
 # The umbrella header and its former place; they belong to no floor.
 UMBRELLAS = ("kelvo/kelvo.h", "kelvo/sdk/kelvo.h")
 SOURCES = (".h", ".cpp")

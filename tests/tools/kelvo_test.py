@@ -17,7 +17,8 @@ class CommandLine(ToolTest):
         text = self.expect(0, "--help")
         commands = ("show", "get", "set", "edit", "check", "stats", "paths", "deps", "hash", "find",
                     "explain", "graph", "diff", "why", "patch", "merge", "pack", "unpack", "eval",
-                    "new", "convert", "types", "help", "library", "stubs", "import")
+                    "new", "convert", "types", "help", "library", "stubs", "import",
+                    "render")
         listed = text.split("\nSubcommands:\n")[1].split("\n\n")[0]
         self.assertEqual(tuple(re.findall(r"(?m)^  (\w+)", listed)), commands)
         for command in commands:

@@ -32,5 +32,6 @@ void addHelp(CommandLine& line);
 void addLibrary(CommandLine& line);
 void addStubs(CommandLine& line);
 void addImport(CommandLine& line);
+void addRender(CommandLine& line);
 
 } // namespace qv::kelvo_tool

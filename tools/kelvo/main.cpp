@@ -2,6 +2,9 @@
 
 #include "kelvo/base/log.h"
 #include "tools/kelvo/libraries.h"
+#ifdef KELVO_IS_RENDERER
+#include "tools/kelvo/render_command.h"
+#endif
 
 #include <csignal>
 #include <cstdlib>
@@ -47,6 +50,7 @@ void addCommands(CommandLine& line) {
     addLibrary(line);
     addStubs(line);
     addImport(line);
+    addRender(line);
 }
 
 Status run(int count, char** arguments) {
@@ -87,6 +91,9 @@ int main(int count, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     qv::setLogHandler(&tellMessage);
+#ifdef KELVO_IS_RENDERER
+    setRenderAction(&renderScene);
+#endif
     try {
         return static_cast<int>(run(count, arguments));
     } catch (const std::bad_alloc&) {

@@ -1,0 +1,28 @@
+# Adds the renderer where its packages are there.
+find_path(KELVO_EMBREE_HEADERS embree3/rtcore.h)
+find_library(KELVO_EMBREE_LIBRARY embree3)
+find_path(KELVO_OPENIMAGEIO_HEADERS OpenImageIO/imageio.h)
+find_library(KELVO_OPENIMAGEIO_LIBRARY OpenImageIO)
+find_library(KELVO_OPENIMAGEIO_UTIL_LIBRARY OpenImageIO_Util)
+mark_as_advanced(KELVO_EMBREE_HEADERS KELVO_EMBREE_LIBRARY KELVO_OPENIMAGEIO_HEADERS
+  KELVO_OPENIMAGEIO_LIBRARY KELVO_OPENIMAGEIO_UTIL_LIBRARY)
+if(KELVO_EMBREE_HEADERS AND KELVO_EMBREE_LIBRARY AND KELVO_OPENIMAGEIO_HEADERS AND
+   KELVO_OPENIMAGEIO_LIBRARY AND KELVO_OPENIMAGEIO_UTIL_LIBRARY)
+  set(has_render_packages ON)
+else()
+  set(has_render_packages OFF)
+endif()
+if(KELVO_WITH_RENDER STREQUAL "AUTO")
+  set(use_render ${has_render_packages})
+else()
+  set(use_render ${KELVO_WITH_RENDER})
+endif()
+if(use_render AND NOT has_render_packages)
+  message(FATAL_ERROR "Embree or OpenImageIO was not found (Debian: libembree-dev, "
+                      "libopenimageio-dev). KELVO_WITH_RENDER=OFF builds without.")
+endif()
+if(use_render)
+  add_subdirectory(render)
+else()
+  message(STATUS "kelvo: without renderer")
+endif()

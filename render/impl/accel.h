@@ -1,0 +1,86 @@
+#pragma once
+
+#include "render/impl/render_scene.h"
+
+#include <embree3/rtcore.h>
+
+#include <optional>
+#include <unordered_map>
+
+namespace qv::render::impl {
+
+struct Ray {
+    Vec3 origin;
+    /// Of length 1.
+    Vec3 direction;
+    float near = 0.0F;
+    float far = std::numeric_limits<float>::infinity();
+
+    [[nodiscard]] Vec3 at(float distance) const noexcept { return origin + direction * distance; }
+};
+
+/// The place where a ray meets a triangle.
+struct Hit {
+    float distance = 0.0F;
+    u32 instance = 0;
+    u32 geometry = 0;
+    u32 triangle = 0;
+    /// The weights of the second and third corner.
+    Vec2 weights;
+};
+
+/// A scene of Embree, freed with the object.
+class EmbreeScene {
+public:
+    explicit EmbreeScene(RTCDevice device) : m_scene(rtcNewScene(device)) {
+        rtcSetSceneFlags(m_scene, RTC_SCENE_FLAG_ROBUST);
+    }
+    ~EmbreeScene() { rtcReleaseScene(m_scene); }
+    EmbreeScene(const EmbreeScene&) = delete;
+    EmbreeScene& operator=(const EmbreeScene&) = delete;
+
+    [[nodiscard]] RTCScene get() const noexcept { return m_scene; }
+
+private:
+    RTCScene m_scene;
+};
+
+/// Returns the first place where a ray meets anything.
+[[nodiscard]] std::optional<Hit> nearestIn(RTCScene scene, const Ray& ray) noexcept;
+
+/// Finds where rays meet the instances of a scene. Trees of meshes are kept as long as a scene uses
+/// them; the tree above them is made anew, so that it is that of a fresh start.
+///
+/// Embree builds each tree on one thread: what rays meet first where triangles touch must not
+/// depend on the number of threads. Different trees are built at once.
+class Accel {
+public:
+    Accel();
+    ~Accel();
+    Accel(const Accel&) = delete;
+    Accel& operator=(const Accel&) = delete;
+
+    /// Uses the instances, whose meshes live as long as this or the next call.
+    void build(const std::vector<Instance>& instances, u32 threads);
+
+    [[nodiscard]] std::optional<Hit> nearest(const Ray& ray) const noexcept {
+        return nearestIn(m_top->get(), ray);
+    }
+    /// Tells whether anything is on the ray.
+    [[nodiscard]] bool isBlocked(const Ray& ray) const noexcept;
+
+private:
+    struct MeshTree {
+        std::shared_ptr<const Mesh> mesh;
+        std::unique_ptr<EmbreeScene> scene;
+    };
+
+    void buildMeshes(const std::vector<Instance>& instances, u32 threads);
+    [[nodiscard]] std::unique_ptr<EmbreeScene> treeOf(const Mesh& mesh) const;
+
+    RTCDevice m_device;
+    std::unordered_map<const Mesh*, MeshTree> m_meshes;
+    std::unique_ptr<EmbreeScene> m_top;
+};
+
+} // namespace qv::render::impl

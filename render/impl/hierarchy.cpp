@@ -1,0 +1,108 @@
+#include "render/impl/hierarchy.h"
+
+#include "render/impl/transform.h"
+
+#include <unordered_set>
+
+namespace qv::render::impl {
+
+namespace {
+
+using kelvo_sdk::NodeNumber;
+using kelvo_sdk::Snapshot;
+using kelvo_sdk::SnapshotNode;
+using Numbers = std::unordered_set<NodeNumber>;
+
+// Marks everything below a node, at any depth.
+void markBelow(const SnapshotNode& top, Numbers& marks) {
+    std::vector<SnapshotNode> open{top};
+    while (!open.empty()) {
+        const SnapshotNode node = open.back();
+        open.pop_back();
+        for (const SnapshotNode& child : node.children())
+            if (marks.insert(child.number()).second) open.push_back(child);
+    }
+}
+
+// Returns the nodes at the top. Of nodes that are all below each other, the first is at the top.
+std::vector<SnapshotNode> topNodes(const Snapshot& snapshot) {
+    const ds::Vector<SnapshotNode> nodes = snapshot.nodes();
+    Numbers children;
+    for (const SnapshotNode& node : nodes)
+        for (const SnapshotNode& child : node.children())
+            if (!(child == node)) children.insert(child.number());
+    std::vector<SnapshotNode> tops;
+    Numbers reached;
+    const auto addTop = [&](const SnapshotNode& node) {
+        tops.push_back(node);
+        reached.insert(node.number());
+        markBelow(node, reached);
+    };
+    for (const SnapshotNode& node : nodes)
+        if (!children.contains(node.number())) addTop(node);
+    for (const SnapshotNode& node : nodes)
+        if (!reached.contains(node.number())) addTop(node);
+    return tops;
+}
+
+/// Walks down all ways without recursion, as a hierarchy may be deep.
+class PlaceWalk {
+public:
+    PlaceWalk(FindingList& findings, const PlaceVisitor& visit, u64 atMost)
+        : m_findings(findings), m_visit(visit), m_left(atMost) {}
+
+    void walk(const SnapshotNode& top) {
+        enter(top, math::Mat4d::identity);
+        while (!m_way.empty()) {
+            Step& step = m_way.back();
+            if (step.next == step.children.size()) {
+                m_onWay.erase(step.node.number());
+                m_way.pop_back();
+                continue;
+            }
+            const SnapshotNode child = step.children[step.next++];
+            const math::Mat4d toWorld = step.toWorld; // The step moves when the way grows.
+            enter(child, toWorld);
+        }
+    }
+
+private:
+    struct Step {
+        SnapshotNode node;
+        math::Mat4d toWorld;
+        ds::Vector<SnapshotNode> children;
+        u64 next = 0;
+    };
+
+    void enter(const SnapshotNode& node, const math::Mat4d& parent) {
+        if (m_onWay.contains(node.number()))
+            return m_findings.add(node, "The node is below itself, which cannot be shown.");
+        if (m_left == 0)
+            return m_findings.add(node, "There are too many places in the scene to show all.");
+        --m_left;
+        m_visit(node, parent);
+        if (!node.isTypeOf("xform") || !node["visible"].get<bool>(true)) return;
+        const math::Mat4d own = node.matrix();
+        if (!isUsable(Transform(own)))
+            return m_findings.add(node, "The matrix is not finite or cannot be inverted.");
+        m_onWay.insert(node.number());
+        m_way.push_back({node, own * parent, node.children()});
+    }
+
+    FindingList& m_findings;
+    const PlaceVisitor& m_visit;
+    std::vector<Step> m_way;
+    Numbers m_onWay;
+    u64 m_left;
+};
+
+} // namespace
+
+void visitPlaces(const Snapshot& snapshot, FindingList& findings, const PlaceVisitor& visit,
+                 u64 atMost) {
+    PlaceWalk walk(findings, visit, atMost);
+    for (const SnapshotNode& top : topNodes(snapshot))
+        walk.walk(top);
+}
+
+} // namespace qv::render::impl

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "kelvo/base/math.h"
+#include "render/impl/finding_list.h"
+
+#include <functional>
+
+namespace qv::render::impl {
+
+inline constexpr u64 mostPlaces = u64{1} << 24;
+
+/// Gets a node at one of its places: the product of the matrices from the top down to it.
+using PlaceVisitor =
+    std::function<void(const kelvo_sdk::SnapshotNode& node, const math::Mat4d& toWorld)>;
+
+/// Visits all nodes at all their places, those of the hierarchy below their parents. Leaves out
+/// what is below an invisible node. Findings tell of cycles, of matrices that cannot be inverted,
+/// below which nothing is visited, and of more than `atMost` places.
+void visitPlaces(const kelvo_sdk::Snapshot& snapshot, FindingList& findings,
+                 const PlaceVisitor& visit, u64 atMost = mostPlaces);
+
+} // namespace qv::render::impl

@@ -1,0 +1,115 @@
+#include "render/impl/scene_reader.h"
+
+#include "render/impl/camera_reader.h"
+#include "render/impl/hierarchy.h"
+#include "render/impl/light_reader.h"
+#include "render/impl/material_reader.h"
+#include "render/impl/mesh_reader.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace qv::render::impl {
+
+namespace {
+
+using kelvo_sdk::NodeNumber;
+using kelvo_sdk::Snapshot;
+using kelvo_sdk::SnapshotNode;
+
+void addCorners(const Box& box, const Transform& toWorld, Box& bounds) {
+    for (u32 i = 0; i < 8; ++i)
+        bounds.add(toWorld.point({(i & 1) != 0 ? box.max.x : box.min.x,
+                                  (i & 2) != 0 ? box.max.y : box.min.y,
+                                  (i & 4) != 0 ? box.max.z : box.min.z}));
+}
+
+std::vector<NodeNumber> dependenciesOf(const SnapshotNode& node) {
+    std::vector<NodeNumber> numbers;
+    for (const SnapshotNode& used : node.dependencies())
+        numbers.push_back(used.number());
+    return numbers;
+}
+
+} // namespace
+
+RenderScene SceneReader::read(const Snapshot& snapshot) {
+    RenderScene scene;
+    FindingList findings;
+    visitPlaces(snapshot, findings, [&](const SnapshotNode& node, const math::Mat4d& matrix) {
+        const Transform toWorld(matrix);
+        if (node.isTypeOf("mesh")) return addInstance(node, toWorld, scene, findings);
+        if (node.isTypeOf("camera"))
+            scene.cameras.push_back({node.name(), readCamera(node, toWorld, findings)});
+        else if (node.isTypeOf("sceneSettings"))
+            scene.up = node["upAxis"].get<String>() == "z" ? Vec3{0, 0, 1} : Vec3{0, 1, 0};
+        else
+            readLights(node, toWorld, m_textures, findings, scene.lights);
+    });
+    scene.findings = findings.list();
+    return scene;
+}
+
+void SceneReader::forget(const kelvo_sdk::SnapshotDelta& delta) {
+    std::unordered_set<NodeNumber> numbers;
+    for (const SnapshotNode& node : delta.removed())
+        numbers.insert(node.number());
+    for (const kelvo_sdk::NodeChange& node : delta.changed())
+        numbers.insert(node.after.number());
+    for (const NodeNumber number : numbers) {
+        m_meshes.erase(number);
+        m_textures.forget(number);
+    }
+    std::erase_if(m_materials, [&numbers](const auto& entry) {
+        const std::vector<NodeNumber>& uses = entry.second.uses;
+        return numbers.contains(entry.first) ||
+               std::any_of(uses.begin(), uses.end(),
+                           [&](NodeNumber used) { return numbers.contains(used); });
+    });
+}
+
+std::shared_ptr<const Mesh> SceneReader::mesh(const SnapshotNode& node, FindingList& findings) {
+    const auto [entry, isNew] = m_meshes.try_emplace(node.number());
+    if (isNew) {
+        FindingList own;
+        entry->second.made = readMesh(node, own);
+        entry->second.findings = own.list();
+    }
+    findings.add(entry->second.findings);
+    return entry->second.made;
+}
+
+std::shared_ptr<const Material> SceneReader::material(const SnapshotNode& mesh,
+                                                      FindingList& findings) {
+    const SnapshotNode node = mesh["material"].linked();
+    if (!node) return m_noMaterial;
+    const auto [entry, isNew] = m_materials.try_emplace(node.number());
+    if (isNew) {
+        FindingList own;
+        const bool isMaterial = node.isTypeOf("material");
+        entry->second.made = isMaterial ? readMaterial(node, m_textures, own) : m_noMaterial;
+        if (!isMaterial) own.add(node, "The node is linked as a material, which it is not.");
+        entry->second.findings = own.list();
+        entry->second.uses = dependenciesOf(node);
+    }
+    findings.add(entry->second.findings);
+    return entry->second.made;
+}
+
+void SceneReader::addInstance(const SnapshotNode& node, const Transform& toWorld,
+                              RenderScene& scene, FindingList& findings) {
+    if (!node["visible"].get<bool>(true)) return;
+    if (!isUsable(toWorld))
+        return findings.add(node, "The matrices above the mesh leave nothing of it to be seen.");
+    const std::shared_ptr<const Mesh> geometry = mesh(node, findings);
+    if (!geometry) return;
+    Box box;
+    addCorners(geometry->bounds, toWorld, box);
+    if (!isFinite(box.min) || !isFinite(box.max))
+        return findings.add(node, "The mesh is too large or too far away.");
+    scene.bounds.add(box.min);
+    scene.bounds.add(box.max);
+    scene.instances.push_back({geometry, material(node, findings), toWorld, node.number()});
+}
+
+} // namespace qv::render::impl

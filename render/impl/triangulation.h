@@ -1,0 +1,23 @@
+#pragma once
+
+#include "render/impl/vec3.h"
+
+#include <array>
+#include <span>
+#include <vector>
+
+namespace qv::render::impl {
+
+using Triangle = std::array<u32, 3>;
+
+/// Returns a normal of a polygon, whose length is twice the area.
+[[nodiscard]] Vec3 polygonNormal(std::span<const Vec3> corners) noexcept;
+
+/// Appends the triangles of a polygon as positions in `corners`, counter-clockwise as the polygon
+/// is. A concave polygon is cut at its ears. One that crosses itself, or has more than
+/// `mostEarCorners` corners and is concave, is cut as a fan.
+void triangulate(std::span<const Vec3> corners, std::vector<Triangle>& triangles);
+
+inline constexpr u64 mostEarCorners = 4096;
+
+} // namespace qv::render::impl

@@ -1,0 +1,221 @@
+#include "render/renderer.h"
+
+#include "kelvo/base/workers.h"
+#include "render/impl/defaults.h"
+#include "render/impl/film.h"
+#include "render/impl/scene_reader.h"
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <optional>
+
+namespace qv::render {
+
+namespace {
+
+using namespace impl;
+using kelvo_sdk::Result;
+using Clock = std::chrono::steady_clock;
+
+constexpr u32 mostPixelsOfASide = 65535;
+constexpr u64 mostPixels = u64{1} << 26;
+
+// The first pictures come soon; later passes are long, so that threads seldom wait for each other.
+u32 nextTarget(u32 samples) noexcept {
+    return samples < 16 ? std::max(samples * 2, 1U) : samples + 16;
+}
+
+Result checkSize(const RenderSettings& settings) {
+    const u64 width = settings.width, height = settings.height;
+    if (width > 0 && height > 0 && width <= mostPixelsOfASide && height <= mostPixelsOfASide &&
+        width * height <= mostPixels)
+        return {};
+    return Result::failure(String::format(
+        "A picture of %u x %u pixels cannot be rendered: each side has from 1 to %u pixels, and "
+        "the picture at most %llu.",
+        settings.width, settings.height, mostPixelsOfASide, mostPixels + 0ULL));
+}
+
+} // namespace
+
+class Renderer::Impl {
+public:
+    Impl(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings)
+        : m_settings(std::move(settings)), m_snapshot(snapshot), m_reader(m_settings.folder) {
+        m_isReady = checkSize(m_settings);
+        prepare();
+    }
+
+    void update(const kelvo_sdk::Snapshot& to) {
+        m_reader.forget(kelvo_sdk::delta(m_snapshot, to));
+        m_snapshot = to;
+        m_isReady = checkSize(m_settings);
+        prepare();
+    }
+
+    Result render(const RenderLimit& until, const RenderProgress& progress,
+                  const std::stop_token& stop) {
+        if (!m_isReady) return m_isReady;
+        const Pass pass{until, progress, stop, Clock::now()};
+        while (m_samples < until.samples && !isOver(pass)) {
+            const u32 target = std::min(nextTarget(m_samples), until.samples);
+            runPass(pass, target);
+            if (stop.stop_requested() || m_isCut) break;
+            m_samples = target;
+            judgeTiles(until.noise);
+        }
+        m_isCut = false;
+        return {};
+    }
+
+    [[nodiscard]] Picture picture() const { return m_film ? m_film->picture() : Picture(); }
+    [[nodiscard]] const std::vector<Finding>& findings() const { return m_scene.findings; }
+    [[nodiscard]] const std::vector<String>& notes() const { return m_notes; }
+
+private:
+    struct Pass {
+        const RenderLimit& until;
+        const RenderProgress& progress;
+        const std::stop_token& stop;
+        Clock::time_point start;
+
+        [[nodiscard]] double seconds() const {
+            return std::chrono::duration<double>(Clock::now() - start).count();
+        }
+        [[nodiscard]] bool isLate() const {
+            return until.seconds > 0.0 && seconds() >= until.seconds;
+        }
+    };
+
+    void prepare() {
+        m_traced.reset();
+        m_scene = m_reader.read(m_snapshot);
+        m_notes.clear();
+        m_samples = 0;
+        if (!m_isReady) return;
+        const Camera camera = chooseCamera();
+        if (!hasLight(m_scene)) {
+            m_notes.push_back("The scene has no light: a sun and a sky are added.");
+            addDefaultLights(camera, m_scene.lights);
+        }
+        m_camera.emplace(camera, m_settings.width, m_settings.height);
+        m_accel.build(m_scene.instances, m_settings.threads);
+        m_traced.emplace(m_scene, m_accel);
+        m_film.emplace(m_settings.width, m_settings.height);
+        m_isDone.assign(m_film->tileCount(), false);
+    }
+
+    [[nodiscard]] Camera chooseCamera() {
+        String names;
+        for (const NamedCamera& camera : m_scene.cameras) {
+            if (m_settings.camera.isEmpty() || camera.name.equalsNoCase(m_settings.camera))
+                return camera.camera;
+            names += (names.isEmpty() ? "" : ", ") + std::string(camera.name.view());
+        }
+        if (m_settings.camera.isEmpty()) {
+            m_notes.push_back("The scene has no camera: one that shows everything is added.");
+        } else {
+            m_isReady = Result::failure(
+                "There is no camera \"" + m_settings.camera + "\" in the scene; " +
+                (names.isEmpty() ? String("it has none.") : "it has " + names + "."));
+        }
+        return cameraThatShows(m_scene);
+    }
+
+    [[nodiscard]] bool isOver(const Pass& pass) const {
+        if (pass.stop.stop_requested() || (m_samples > 0 && pass.isLate())) return true;
+        return std::all_of(m_isDone.begin(), m_isDone.end(), [](char done) { return done != 0; });
+    }
+
+    // Brings all pixels up to `target` samples.
+    void runPass(const Pass& pass, u32 target) {
+        std::atomic<u32> doneCount = 0;
+        std::mutex reporting;
+        std::atomic<bool> isCut = false;
+        Workers(m_settings.threads).run(m_film->tileCount(), [&](u64 tile) {
+            if (m_isDone[tile] == 0)
+                m_film->visitTile(static_cast<u32>(tile), [&](u32 x, u32 y) {
+                    // Without any sample there would be no picture.
+                    if (m_samples > 0 && pass.isLate()) isCut = true;
+                    return !isCut && samplePixel(pass, x, y, target);
+                });
+            const double part = (doneCount.fetch_add(1) + 1.0) / m_film->tileCount();
+            if (!pass.progress || pass.stop.stop_requested()) return;
+            const std::scoped_lock lock(reporting);
+            pass.progress(shareOf(pass, m_samples + part * (target - m_samples)));
+        });
+        m_isCut = isCut;
+    }
+
+    [[nodiscard]] static double shareOf(const Pass& pass, double samples) {
+        const double share = samples / pass.until.samples;
+        if (pass.until.seconds <= 0.0) return share;
+        return std::min(1.0, std::max(share, pass.seconds() / pass.until.seconds));
+    }
+
+    // False when a stop was requested.
+    bool samplePixel(const Pass& pass, u32 x, u32 y, u32 target) {
+        const u64 pixel = u64{y} * m_settings.width + x;
+        for (u32 i = m_film->sampleCount(x, y); i < target; ++i) {
+            if (pass.stop.stop_requested()) return false;
+            Random random(pixel, i);
+            const Vec2 offset = random.nextPair();
+            const Ray ray =
+                m_camera->at(static_cast<float>(x) + offset.x, static_cast<float>(y) + offset.y);
+            m_film->add(x, y, tracePath(*m_traced, *m_camera, ray, {}, random));
+        }
+        return true;
+    }
+
+    // Tiles without much noise get no more samples.
+    void judgeTiles(double noise) {
+        if (noise <= 0.0 || m_samples < Film::leastForNoise) return;
+        for (u32 tile = 0; tile < m_film->tileCount(); ++tile)
+            if (m_isDone[tile] == 0) m_isDone[tile] = m_film->noiseOf(tile) <= noise;
+    }
+
+    RenderSettings m_settings;
+    kelvo_sdk::Snapshot m_snapshot;
+    SceneReader m_reader;
+    Result m_isReady;
+    RenderScene m_scene;
+    Accel m_accel;
+    std::optional<TracedScene> m_traced;
+    std::optional<CameraRays> m_camera;
+    std::optional<Film> m_film;
+    std::vector<char> m_isDone;
+    std::vector<String> m_notes;
+    // The samples that all pixels have, but for those of tiles that are done.
+    u32 m_samples = 0;
+    bool m_isCut = false;
+};
+
+Renderer::Renderer(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings)
+    : m_impl(std::make_unique<Impl>(snapshot, std::move(settings))) {}
+Renderer::~Renderer() = default;
+Renderer::Renderer(Renderer&&) noexcept = default;
+Renderer& Renderer::operator=(Renderer&&) noexcept = default;
+
+void Renderer::update(const kelvo_sdk::Snapshot& to) {
+    m_impl->update(to);
+}
+
+Result Renderer::render(const RenderLimit& until, const RenderProgress& progress,
+                        const std::stop_token& stop) {
+    return m_impl->render(until, progress, stop);
+}
+
+Picture Renderer::picture() const {
+    return m_impl->picture();
+}
+
+const std::vector<Finding>& Renderer::findings() const noexcept {
+    return m_impl->findings();
+}
+
+const std::vector<String>& Renderer::notes() const noexcept {
+    return m_impl->notes();
+}
+
+} // namespace qv::render
