@@ -73,7 +73,10 @@ private:
     }
     // Nodes that cannot be compared have lines that were not read, or are nested too deep.
     static bool isPlain(const NodeRecord& node) {
-        return !node.extras() && node.lists().size() <= impl::SceneDocument::maxDepth;
+        const impl::RecordExtras* const extras = node.extras();
+        const auto isRead = [](const auto& part) { return part.comments.unread.empty(); };
+        return node.lists().size() <= impl::SceneDocument::maxDepth &&
+               (!extras || (isRead(*extras) && std::ranges::all_of(extras->inputs, isRead)));
     }
     // A text that names a node says something else after the node was renamed. Descriptions may
     // name nodes, too.
