@@ -1,6 +1,11 @@
 # kelvo_add_test(NAME sources...) adds a GoogleTest program twice, as NAME_static and NAME_shared,
 # so that both libraries pass the same tests. Both programs share their objects.
-find_package(GTest REQUIRED)
+# For other machines Debian has the sources of the library alone.
+if(CMAKE_CROSSCOMPILING)
+  add_subdirectory(/usr/src/googletest "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+else()
+  find_package(GTest REQUIRED)
+endif()
 include(GoogleTest)
 
 # A test asserts what it is about; it may ignore the results of its preparations. Options come in the
