@@ -42,7 +42,7 @@ TEST_F(NodeRecordTest, Make_NewRecord_HasZeros) {
 TEST_F(NodeRecordTest, ListOfManyElements_HasPlacesBehind4GiB) {
     SnapshotShape shape;
     shape.isUniform = true;
-    shape.inputs.push_back({.type = AttrType::Mat4});
+    shape.inputs.push_back({.name = {}, .type = AttrType::Mat4});
     shape.complete();
     const RecordList list{.shape = &shape, .count = u32{1} << 26};
     EXPECT_EQ(shape.offsetOf(u32{1} << 25), u64{1} << 32);
