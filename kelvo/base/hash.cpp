@@ -26,10 +26,6 @@ u64 hashNumbers(const void* numbers, u64 size, u64 width, u64 seed) noexcept {
     const auto* const bytes = static_cast<const u8*>(numbers);
     if (std::endian::native == std::endian::little || width == 1)
         return hashBytes(numbers, size, seed);
-    if (size == 2) {
-        const u8 swapped[] = {bytes[1], bytes[0]};
-        return hashBytes(swapped, size, seed);
-    }
     if (width == 2) return detail::hashAll<detail::Swapped<2>>(bytes, size, seed);
     if (width == 4) return detail::hashAll<detail::Swapped<4>>(bytes, size, seed);
     return detail::hashAll<detail::Swapped<8>>(bytes, size, seed);

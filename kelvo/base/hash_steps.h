@@ -10,9 +10,12 @@ namespace qv::detail {
 
 struct AsIs {
     static constexpr u64 word(u64 value) noexcept { return value; }
+    // Returns the word of the first, the middle and the last of 1 to 3 bytes.
+    static constexpr u64 few(u64 first, u64 middle, u64 last) noexcept {
+        return first | middle << 8 | last << 16;
+    }
 };
-// Reads numbers whose first byte is the most significant one, as if it were the last. There are at
-// least 4 bytes of them.
+// Reads numbers whose first byte is the most significant one, as if it were the last.
 template<u64 width>
 struct Swapped {
     static constexpr u64 word(u64 value) noexcept {
@@ -23,9 +26,16 @@ struct Swapped {
         if constexpr (width > 4) value = value << 32 | value >> 32;
         return value;
     }
+    // There are 2 bytes, those of one number.
+    static constexpr u64 few(u64 first, u64 /*middle*/, u64 last) noexcept {
+        return AsIs::few(last, first, first);
+    }
 };
 struct LowerCase {
     static constexpr u64 word(u64 value) noexcept { return ascii::toLower(value); }
+    static constexpr u64 few(u64 first, u64 middle, u64 last) noexcept {
+        return word(AsIs::few(first, middle, last));
+    }
 };
 
 template<class Reading, class Byte>
@@ -44,8 +54,7 @@ template<class Reading, class Byte>
     }
     if (size == 0) return hashFinish(0, 0, state);
     const auto byte = [p](u64 at) { return u64{static_cast<u8>(p[at])}; };
-    return hashFinish(Reading::word(byte(0) | byte(size / 2) << 8 | byte(size - 1) << 16), 0,
-                      state);
+    return hashFinish(Reading::few(byte(0), byte(size / 2), byte(size - 1)), 0, state);
 }
 
 inline constexpr u64 hashStripe = 64;

@@ -121,11 +121,24 @@ TEST(Hash, PaddedBytes_HashAsWithZerosBehindThem) {
     }
 }
 
-// Machines of this byte order do not read numbers like this; others do.
-TEST(Hash, SwappedNumbers_AreReadFromTheLastByteOn) {
-    EXPECT_EQ(detail::Swapped<2>::word(0x1122334455667788), 0x2211443366558877u);
-    EXPECT_EQ(detail::Swapped<4>::word(0x1122334455667788), 0x4433221188776655u);
-    EXPECT_EQ(detail::Swapped<8>::word(0x1122334455667788), 0x8877665544332211u);
+template<u64 width>
+void expectSameHashOfSwappedNumbers() {
+    for (u64 size = 0; size < 300; size += width) {
+        const std::vector<u8> bytes = randomBytes(size);
+        std::vector<u8> swapped = bytes;
+        for (auto at = swapped.begin(); at != swapped.end(); at += width)
+            std::reverse(at, at + width);
+        ASSERT_EQ(detail::hashAll<detail::Swapped<width>>(swapped.data(), size, 5),
+                  hashBytes(bytes.data(), size, 5))
+            << size << " bytes, numbers of " << width;
+    }
+}
+
+// Machines that begin with the high byte read numbers like this.
+TEST(Hash, SwappedNumbers_HashAsThoseOfTheOtherByteOrder) {
+    expectSameHashOfSwappedNumbers<2>();
+    expectSameHashOfSwappedNumbers<4>();
+    expectSameHashOfSwappedNumbers<8>();
 }
 
 TEST(Hash, Alignment_DoesNotMatter) {

@@ -36,10 +36,17 @@ void write(ByteWriter& out, const UnreadLines& lines) {
     out.add(u32{lines.isOutput});
 }
 
+// The writer of text relies on the end of the last line.
+void expectLines(const String& text, ByteReader& in) {
+    if (!text.isEmpty() && !text.view().ends_with('\n')) in.fail();
+}
+
 UnreadLines readLines(ByteReader& in) {
     UnreadLines lines;
     lines.leading = readText(in);
     lines.lines = readText(in);
+    expectLines(lines.leading, in);
+    expectLines(lines.lines, in);
     lines.before = readText(in);
     lines.type = readKind(in);
     lines.isOutput = readFlag(in);
@@ -167,6 +174,8 @@ Comments readComments(ByteReader& in) {
     for (String* text : {&comments.leading, &comments.opening, &comments.inner, &comments.trailing,
                          &comments.lostLink, &comments.lostSource})
         *text = readText(in);
+    expectLines(comments.leading, in);
+    expectLines(comments.inner, in);
     comments.isOwn = readFlag(in);
     comments.unchecked = static_cast<Comments::Unchecked>(in.below(3));
     for (u32 left = in.count(bytesOfLines); left > 0; --left)
