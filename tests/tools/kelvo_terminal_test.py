@@ -230,14 +230,12 @@ class Progress(TerminalTest):
                 time.sleep(1.2)
                 pipe.write(text)
 
-        for command, stages in ((["stats", "slow.kns"], "reading slow.kns"),
-                                (["check", "slow.kns"], "checking slow.kns"),
-                                (["diff", "b.kns", "slow.kns", "--quiet"], "reading slow.kns"),
-                                (["merge", "b.kns", "a.kns", "slow.kns", "-o", "m.kns"],
-                                 "reading slow.kns")):
+        for command in (["stats", "slow.kns"], ["check", "slow.kns"],
+                        ["diff", "b.kns", "slow.kns", "--quiet"],
+                        ["merge", "b.kns", "a.kns", "slow.kns", "-o", "m.kns"]):
             with self.subTest(command):
                 seen = self.run_on_terminal(80, *command, meanwhile=hold_up, NO_COLOR="1")[1]
-                self.assertRegex(seen, rf"\r\x1b\[Kkelvo: ({stages})[^\r\n]* \.\.\. \d s")
+                self.assertIn(self.ERASED + "kelvo: reading slow.kns ... 1 s", seen)
                 left = re.sub(r"\r\x1b\[Kkelvo: [^\r\n]*(?=\r)", "", seen).replace(self.ERASED, "")
                 self.assertEqual(left, self.run_on_terminal(80, *command, streams=(),
                                                             meanwhile=hold_up)[2])

@@ -48,7 +48,8 @@ public:
         std::vector<NodeLink> links = linksOf(input);
         if (!input.source()) printConnections("connections inside:\n", links);
         // The links inside the input come before its own.
-        std::ranges::stable_partition(links, [&](const NodeLink& l) { return l.input != input; });
+        std::stable_partition(links.begin(), links.end(),
+                              [&](const NodeLink& link) { return link.input != input; });
         printNodes("depends on: ", m_sources.allFrom(links));
         explainEffect();
     }

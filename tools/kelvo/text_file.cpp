@@ -3,8 +3,11 @@
 #include "kelvo/binary/binary_scene.h"
 #include "tools/kelvo/binary_text.h"
 #include "tools/kelvo/files.h"
+#include "tools/kelvo/message.h"
+#include "tools/kelvo/progress_line.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace qv::kelvo_tool {
@@ -36,7 +39,12 @@ bool TextFile::read(const String& path, String& error) {
 
 bool TextFile::readBytes(const String& path, String& error) {
     m_path = path;
-    if (!readFile(path, m_bytes, error)) return false;
+    {
+        // A pipe or a distant disk may take long. On the standard input, people may be typing.
+        std::optional<ProgressLine> line;
+        if (!isStream(path)) line.emplace("kelvo: reading " + displayed(path));
+        if (!readFile(path, m_bytes, error)) return false;
+    }
     m_isBinary = kelvo_sdk::isBinary(m_bytes.view());
     return true;
 }

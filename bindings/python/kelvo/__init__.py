@@ -60,6 +60,7 @@ from kelvo._kelvo import (
     SnapshotInput,
     SnapshotNode,
     SnapshotOutput,
+    SnapshotPathWalk,
     Subscription,
     UndoStep,
     WhyChain,
@@ -94,9 +95,9 @@ __all__ = [
     "NodeChange", "NotFoundError", "Output", "PathWalk", "Plugin", "RangeError", "ReadOnlyError",
     "RefusedError", "Rule", "Scene", "SceneChange", "SceneChanges", "SceneDiff", "Snapshot",
     "SnapshotDelta", "SnapshotInput", "SnapshotMatch", "SnapshotNode", "SnapshotOutput",
-    "Subscription", "TextError", "UndoStep", "Why", "WhyChain", "delta", "diff", "language",
-    "load_plugins", "merge", "open_binary", "open_scene", "read_snapshot", "rules", "set_language",
-    "why",
+    "SnapshotPathWalk", "Subscription", "TextError", "UndoStep", "Why", "WhyChain", "delta", "diff",
+    "language", "load_plugins", "merge", "open_binary", "open_scene", "read_snapshot", "rules",
+    "set_language", "why",
 ]
 
 if TYPE_CHECKING:

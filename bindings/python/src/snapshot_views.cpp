@@ -137,8 +137,49 @@ py::list worldMatrices(const NodeView& view, u64 atMost) {
 
 using NodeClass = py::class_<NodeView>;
 
+// Gives the chains of nodes one by one, as there may be exponentially many.
+struct ViewWalk {
+    Snapshot snapshot;
+    SnapshotPaths paths;
+
+    py::list next() {
+        if (paths.current().empty()) throw py::stop_iteration();
+        const py::list nodes = viewsOf(snapshot, paths.current());
+        (void)paths.next();
+        return nodes;
+    }
+};
+
+ViewWalk pathsTo(const NodeView& from, const NodeView& to, bool all) {
+    if (from.snapshot.get() != to.snapshot.get())
+        raise(ErrorKind::Value, String("Node '") + to.node.name() + "' is of another snapshot.");
+    return {from.snapshot, SnapshotPaths(from.node, to.node, all)};
+}
+
+void addPaths(py::module_& module, NodeClass& nodes) {
+    py::class_<ViewWalk>(module, "SnapshotPathWalk", "Iterates over chains of nodes.")
+        .def("__iter__", [](ViewWalk& walk) -> ViewWalk& { return walk; })
+        .def("__next__", &ViewWalk::next);
+    nodes
+        .def("paths_to", &pathsTo, py::arg("target"), py::arg("all_links") = false,
+             "Iterates over all chains of nodes to another of the same snapshot.")
+        .def(
+            "paths",
+            [](const NodeView& v, const StringVector& types, bool all) {
+                return ViewWalk{v.snapshot, SnapshotPaths(v.node, types, all)};
+            },
+            py::arg("types") = StringVector(), py::arg("all_links") = false,
+            "Iterates over the chains of nodes to those of any of the types.");
+}
+
 void addContent(NodeClass& nodes) {
     nodes.def_property_readonly("name", [](const NodeView& v) { return v.node.name(); })
+        .def_property_readonly(
+            "display_name", [](const NodeView& v) { return v.node.displayName(); },
+            "The name to show to users.")
+        .def_property_readonly(
+            "is_defined", [](const NodeView& v) { return v.node.isDefined(); },
+            "Whether a library of the scene defines the type.")
         .def_property_readonly("type", [](const NodeView& v) { return v.node.type(); })
         .def_property_readonly("bases", [](const NodeView& v) { return v.node.bases(); })
         .def_property_readonly(
@@ -233,6 +274,12 @@ void addInputView(py::module_& module) {
             "Returns the value as text.")
         .def_property_readonly(
             "source", [](const InputView& v) { return viewOf(v.snapshot, v.input.source()); })
+        .def_property_readonly(
+            "parent", [](const InputView& v) { return viewOf(v.snapshot, v.input.parent()); },
+            "The array or object; None for an input of the node.")
+        .def_property_readonly(
+            "is_default", [](const InputView& v) { return v.input.isDefault(); },
+            "Whether the value is the default, without a connection.")
         .def_property_readonly("is_read_only",
                                [](const InputView& v) { return v.input.isReadOnly(); })
         .def_property_readonly("is_silent", [](const InputView& v) { return v.input.isSilent(); });
@@ -241,6 +288,9 @@ void addInputView(py::module_& module) {
 void addOutputView(py::module_& module) {
     py::class_<OutputView>(module, "SnapshotOutput", "An output of a node in a snapshot.")
         .def_property_readonly("name", [](const OutputView& v) { return v.output.name(); })
+        .def_property_readonly(
+            "path", [](const OutputView& v) { return v.output.path(); },
+            "The name behind the name of the node and a dot.")
         .def_property_readonly("kind", [](const OutputView& v) { return kindText(v.output); })
         .def_property_readonly(
             "node", [](const OutputView& v) { return viewOf(v.snapshot, v.output.node()); });
@@ -263,6 +313,7 @@ void addSnapshotViews(py::module_& module) {
     addContent(nodes);
     addPlace(nodes);
     addIdentity(nodes);
+    addPaths(module, nodes);
     addInputView(module);
     addOutputView(module);
 }

@@ -39,6 +39,31 @@ def test_a_delta_has_what_changed(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
     assert not kelvo.delta(before, before)
 
 
+def test_paths_lead_from_node_to_node(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
+    room = scene.create("xform", "room", children=[lamp])
+    scene.create("xform", "house", children=[room, lamp])
+    snapshot = scene.snapshot()
+    house, light = snapshot["house"], snapshot["lamp"]
+    names = [[node.name for node in path] for path in house.paths_to(light)]
+    assert names == [["house", "room", "lamp"], ["house", "lamp"]]
+    assert [path[-1].name for path in house.paths(["xform"])] == ["room"]
+    assert list(light.paths_to(house)) == []
+    with pytest.raises(kelvo.InvalidValueError, match="Node 'lamp' is of another snapshot"):
+        house.paths_to(scene.snapshot()["lamp"])
+
+
+def test_views_tell_what_they_are(scene: kelvo.Scene, lamp: kelvo.Node) -> None:
+    scene.create("xform", "room", children=[lamp])
+    lamp.create_output("light", "Real")
+    snapshot = scene.snapshot()
+    light = snapshot["lamp"]
+    assert (light.display_name, light.is_defined) == ("lamp", True)
+    assert light.input("radius").is_default and not light.input("intensity").is_default
+    first, = snapshot["room"].input("children").inputs
+    assert first.parent and first.parent.name == "children" and first.parent.parent is None
+    assert light.outputs[-1].path == "lamp.light"
+
+
 def test_a_snapshot_outlives_its_scene_and_serves_threads() -> None:
     scene = kelvo.Scene()
     scene.create("mesh", "desk", positions=np.ones((4, 3), np.float32))
