@@ -149,13 +149,15 @@ class Render(ToolTest):
         process = subprocess.Popen(
             [tool(), "render", "a.kns", "--size", "40x30", "--samples", "100000000"],
             cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-        # The signals are blocked when the rendering begins.
+        # These signals alone are blocked when the rendering begins; a thread that starts another
+        # blocks all for a moment.
+        waited = 1 << (signal.SIGINT - 1) | 1 << (signal.SIGTERM - 1)
         status = f"/proc/{process.pid}/status"
         deadline = time.monotonic() + 30
         while time.monotonic() < deadline:
             with open(status, encoding="utf-8") as file:
                 blocked = next(line for line in file if line.startswith("SigBlk"))
-            if int(blocked.split()[1], 16) & 1 << (signal.SIGINT - 1):
+            if int(blocked.split()[1], 16) == waited:
                 break
             time.sleep(0.01)
         process.send_signal(signal.SIGINT)
