@@ -42,6 +42,7 @@ class Browser:
                                   flatten=True)["sessionId"]
         for domain in ("Page", "Runtime", "Log", "Network"):
             self.call(f"{domain}.enable")
+        self.call("Page.setLifecycleEventsEnabled", enabled=True)
 
     def close(self):
         os.close(self._commands)
@@ -78,10 +79,8 @@ class Browser:
         """Opens an address and waits until it is loaded."""
         self._events.clear()
         # Changing only the fragment would load nothing.
-        self.call("Page.navigate", url="about:blank")
-        self._wait("Page.loadEventFired")
-        self.call("Page.navigate", url=url)
-        self._wait("Page.loadEventFired")
+        for address in ("about:blank", url):
+            self._wait_for_load(self.call("Page.navigate", url=address)["loaderId"])
 
     def value(self, expression):
         """Returns the result of a script, which ignores the page's own rules for scripts."""
@@ -123,10 +122,13 @@ class Browser:
             file.write(data)
         return data
 
-    def _wait(self, event):
+    def _wait_for_load(self, loader):
+        """Waits for the page of this loader: an earlier page may still tell that it is loaded."""
         while True:
             for at, message in enumerate(self._events):
-                if message.get("method") == event:
+                told = message.get("params", {})
+                if message.get("method") == "Page.lifecycleEvent" and told["name"] == "load" \
+                        and told["loaderId"] == loader:
                     self._gather(self._events[:at])
                     del self._events[:at + 1]
                     return

@@ -75,8 +75,8 @@ def page(server: str) -> Iterator[Any]:
     browser.wait_for("!!(window.Jupyter && Jupyter.notebook && Jupyter.notebook.kernel"
                      " && Jupyter.notebook.kernel.is_connected())")
     browser.value("Jupyter.notebook.execute_all_cells()")
-    browser.wait_for("Jupyter.notebook.get_cells().every(one => one.input_prompt_number > 0)"
-                     " && !Jupyter.notebook.kernel_busy")
+    # A cell's answer and its output come on ways of their own, in any order.
+    browser.wait_for("Jupyter.notebook.get_cells().every(one => one.output_area.outputs.length)")
     yield browser
     browser.close()
 
