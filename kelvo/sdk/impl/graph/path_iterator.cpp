@@ -71,9 +71,11 @@ void PathIterator::advance() {
         m_search->next();
     }
     ds::Vector<INode*> nodes;
-    if (m_search->next())
-        for (const PathSpace::Number number : m_search->path())
-            nodes.push_back(m_graph->node(number));
+    if (m_search->next()) {
+        nodes.resize(m_search->length());
+        for (u64 i = 0; i < nodes.size(); ++i)
+            nodes[i] = m_graph->node(m_search->at(i));
+    }
     setCurrent(std::move(nodes));
 }
 

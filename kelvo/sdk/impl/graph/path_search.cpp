@@ -2,7 +2,6 @@
 
 #include "kelvo/base/walk_all.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -29,12 +28,6 @@ bool PathSearch::next() {
         return true;
     }
     return false;
-}
-
-std::vector<PathSearch::Number> PathSearch::path() const {
-    std::vector<Number> nodes(m_steps.size());
-    std::ranges::transform(m_steps, nodes.begin(), &Step::node);
-    return nodes;
 }
 
 void PathSearch::enter(Number node) {

@@ -19,8 +19,11 @@ public:
 
     /// Advances to the next path; false when there is none.
     bool next();
-    /// Returns the nodes of the path, from the start to the goal. Needs a `next` that was true.
-    [[nodiscard]] std::vector<Number> path() const;
+    /// Returns how many nodes the path has, with the start and the goal. Needs a `next` that was
+    /// true.
+    [[nodiscard]] u64 length() const noexcept { return m_steps.size(); }
+    /// Returns a node of the path; the start has the index 0.
+    [[nodiscard]] Number at(u64 index) const noexcept { return m_steps[index].node; }
 
 private:
     // A node of the path. While it is the last step, its followers are at the end of `m_followers`.

@@ -7,6 +7,7 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_fetch.h"
 #include "kelvo/sdk/scene.h"
 
 namespace qv::kelvo_sdk {
@@ -26,14 +27,20 @@ Scene::Scene() : m_modifiers(makeModifiers(*this)) {
 
 Scene::~Scene() {
     // No node may reach the scene any more, whatever its destructor causes in others.
-    m_nodes.forEach([](Node* node) {
+    const auto membersAhead = [](u64 i, u64 count, const auto& nodeAt) {
+        NodeFetch::membersAhead(i, count, nodeAt);
+    };
+    m_nodes.forEach(membersAhead, [](Node* node) {
         node->setScene(nullptr, {});
         node->setHasLeft(true, {});
     });
     m_followers.each([](SceneFollower& follower) { follower.sceneEnds(); });
     m_links.clear([](Input& input) { input.forgetLink({}); });
     m_stashLinks.clear([](Input& input) { input.forgetStashedLink({}); });
-    m_nodes.forEach([](Node* node) { node->decRef(); });
+    const auto ahead = [](u64 i, u64 count, const auto& nodeAt) {
+        NodeFetch::ahead(i, count, nodeAt);
+    };
+    m_nodes.forEach(ahead, [](Node* node) { node->decRef(); });
 }
 
 void Scene::incRef() {

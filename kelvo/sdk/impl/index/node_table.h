@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/base/export.h"
+#include "kelvo/base/fetch_line.h"
 #include "kelvo/base/name.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/impl/index/ordered_slots.h"
@@ -66,6 +67,20 @@ public:
     template<typename Visit>
     void forEach(const Visit& visit) const {
         m_order.forEach([&](const Entry* entry) { visit(entry->node); });
+    }
+    /// Also calls `fetch(i, count, nodeAt)` before each visit: `nodeAt(j)` is the node that will be
+    /// visited in `j - i` steps, null for none; `j` is below `count`.
+    template<typename Fetch, typename Visit>
+    void forEach(const Fetch& fetch, const Visit& visit) const {
+        const auto fetchAt = [&](u64 i, u64 count, const auto& entryAt) {
+            constexpr u64 distance = 12;
+            if (i + distance < count) fetchLine(entryAt(i + distance), 0);
+            fetch(i, count, [&](u64 at) {
+                const Entry* const entry = entryAt(at);
+                return entry ? entry->node : nullptr;
+            });
+        };
+        m_order.forEach(fetchAt, [&](const Entry* entry) { visit(entry->node); });
     }
 
     // The rest checks the table itself.

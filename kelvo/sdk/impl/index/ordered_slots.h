@@ -97,7 +97,16 @@ public:
     /// may be removed.
     template<typename Visit>
     void forEach(const Visit& visit) const {
+        forEach([](u64, u64, const auto&) {}, visit);
+    }
+
+    /// Also calls `fetch(i, count, at)` before each visit: `at(j)` is what will be visited in
+    /// `j - i` steps, null for a hole; `j` is below `count`.
+    template<typename Fetch, typename Visit>
+    void forEach(const Fetch& fetch, const Visit& visit) const {
+        const auto at = [this](u64 place) { return m_slots[place]; };
         for (u64 place = 0; place < m_slots.size(); ++place) {
+            fetch(place, m_slots.size(), at);
             if (m_slots[place]) visit(m_slots[place]);
         }
     }

@@ -70,8 +70,8 @@ public:
             m_isAtEnd = true;
             return false;
         }
-        for (const impl::PathSpace::Number number : m_search.path())
-            m_current.push_back(m_space.node(number));
+        for (u64 i = 0; i < m_search.length(); ++i)
+            m_current.push_back(m_space.node(m_search.at(i)));
         return true;
     }
     [[nodiscard]] const impl::PathCount& count() {

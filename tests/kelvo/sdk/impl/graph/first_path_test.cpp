@@ -63,8 +63,8 @@ TEST_F(FirstPathTest, OfRandomGraphs_IsThatOfTheSearch) {
         PathSearch search(space);
         ds::Vector<INode*> expected;
         if (search.next())
-            for (const PathSpace::Number number : search.path())
-                expected.push_back(space.node(number));
+            for (u64 i = 0; i < search.length(); ++i)
+                expected.push_back(space.node(search.at(i)));
         EXPECT_EQ(firstPath(*graph[0], nodeGoal(graph[1]), false), expected) << round;
     }
 }
