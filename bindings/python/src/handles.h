@@ -2,6 +2,8 @@
 
 #include "kelvo/kelvo.h"
 
+#include "bindings/python/src/texts.h"
+
 #include <pybind11/pybind11.h>
 
 /// The Python module `kelvo._kelvo`.
@@ -217,20 +219,6 @@ struct type_caster<qv::python::LiveOutput> {
         value = qv::python::LiveOutput(&qv::python::liveOutput(source.ptr()));
         return true;
     }
-};
-
-// Texts: bytes that are no UTF-8 travel as lone surrogates, as file names do in Python.
-template<>
-struct type_caster<qv::String> {
-    PYBIND11_TYPE_CASTER(qv::String, const_name("str"));
-    bool load(handle source, bool);
-    static handle cast(const qv::String& text, return_value_policy, handle);
-};
-template<>
-struct type_caster<qv::StringVector> {
-    PYBIND11_TYPE_CASTER(qv::StringVector, const_name("list[str]"));
-    bool load(handle source, bool);
-    static handle cast(const qv::StringVector& texts, return_value_policy, handle);
 };
 
 } // namespace pybind11::detail

@@ -1,7 +1,7 @@
-"""The Python in the README and in docs/python.md runs and prints what the page says, and so do the
-examples."""
+"""The Python in the README and in docs/ runs and prints what the page says; so do the examples."""
 from __future__ import annotations
 
+import importlib.util
 import os
 import pathlib
 import subprocess
@@ -13,6 +13,9 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 sys.path.insert(0, str(ROOT / "tests" / "docs"))
 import doc_text  # type: ignore[import]  # noqa: E402
 
+PAGES = ["README.md", "docs/python.md"]
+if importlib.util.find_spec("kelvo.render"):
+    PAGES.append("docs/render.md")
 EXAMPLES = sorted((ROOT / "examples" / "python").glob("*.py"))
 
 
@@ -24,7 +27,7 @@ def printed(code: str, folder: pathlib.Path) -> str:
     return ran.stdout
 
 
-@pytest.mark.parametrize("page", ["README.md", "docs/python.md"])
+@pytest.mark.parametrize("page", PAGES)
 def test_the_blocks_of_a_page_print_what_it_says(page: str, tmp_path: pathlib.Path) -> None:
     blocks = doc_text.blocks(ROOT / page)
     program = [block for block in blocks if block.language == "python"]

@@ -1,6 +1,7 @@
 """Types: mypy accepts package, examples and tests, and the declarations agree with the module."""
 from __future__ import annotations
 
+import importlib.util
 import os
 import pathlib
 import subprocess
@@ -10,6 +11,9 @@ import kelvo
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[2]
+MODULES = ["kelvo._kelvo"]
+if importlib.util.find_spec("kelvo.render"):
+    MODULES.append("kelvo.render._render")
 PACKAGES = pathlib.Path(kelvo.__file__).resolve().parents[1]
 
 
@@ -28,7 +32,7 @@ def test_mypy_accepts_package_tests_and_examples(tmp_path: pathlib.Path) -> None
 
 
 def test_declarations_agree_with_the_module(tmp_path: pathlib.Path) -> None:
-    ran = run(tmp_path, "mypy.stubtest", "kelvo._kelvo", "--allowlist",
+    ran = run(tmp_path, "mypy.stubtest", *MODULES, "--allowlist",
               HERE / "allowed_differences.txt")
     assert ran.returncode == 0, ran.stdout
 
