@@ -2,7 +2,7 @@
 
 #include "kelvo/base/workers.h"
 #include "render/impl/defaults.h"
-#include "render/impl/film.h"
+#include "render/impl/part_bytes.h"
 #include "render/impl/scene_reader.h"
 
 #include <atomic>
@@ -23,7 +23,7 @@ constexpr u64 mostPixels = u64{1} << 26;
 
 // The first pictures come soon; later passes are long, so that threads seldom wait for each other.
 u32 nextTarget(u32 samples) noexcept {
-    return samples < 16 ? std::max(samples * 2, 1U) : samples + 16;
+    return samples < Film::blockSize ? std::max(samples * 2, 1U) : samples + Film::blockSize;
 }
 
 Result checkSize(const RenderSettings& settings) {
@@ -66,6 +66,26 @@ public:
             judgeTiles(until.noise);
         }
         m_isCut = false;
+        return {};
+    }
+
+    Result renderPart(const PicturePart& part, std::string& bytes, const std::stop_token& stop) {
+        if (!m_isReady) return m_isReady;
+        if (!isPartOf(*m_film, part))
+            return Result::failure(String::format(
+                "Tiles %u to %u with the samples from %u on are no part of the picture: it has %u "
+                "tiles, and parts begin with a multiple of %u samples.",
+                part.firstTile, part.firstTile + part.tileCount, part.firstSample,
+                m_film->tileCount(), Film::blockSize));
+        std::vector<std::vector<PixelSums>> tiles(part.tileCount);
+        Workers(m_settings.threads).run(part.tileCount, [&](u64 i) {
+            tiles[i] = tileSums(part, part.firstTile + static_cast<u32>(i), stop);
+        });
+        if (stop.stop_requested()) return Result::failure("The rendering of the part was stopped.");
+        PartBytes made{m_settings.width, m_settings.height, part, {}};
+        for (const std::vector<PixelSums>& tile : tiles)
+            made.sums.insert(made.sums.end(), tile.begin(), tile.end());
+        bytes = made.store();
         return {};
     }
 
@@ -140,6 +160,7 @@ private:
                     if (m_samples > 0 && pass.isLate()) isCut = true;
                     return !isCut && samplePixel(pass, x, y, target);
                 });
+            m_film->tidyTile(static_cast<u32>(tile));
             const double part = (doneCount.fetch_add(1) + 1.0) / m_film->tileCount();
             if (!pass.progress || pass.stop.stop_requested()) return;
             const std::scoped_lock lock(reporting);
@@ -156,16 +177,43 @@ private:
 
     // False when a stop was requested.
     bool samplePixel(const Pass& pass, u32 x, u32 y, u32 target) {
-        const u64 pixel = u64{y} * m_settings.width + x;
         for (u32 i = m_film->sampleCount(x, y); i < target; ++i) {
             if (pass.stop.stop_requested()) return false;
-            Random random(pixel, i);
-            const Vec2 offset = random.nextPair();
-            const Ray ray =
-                m_camera->at(static_cast<float>(x) + offset.x, static_cast<float>(y) + offset.y);
-            m_film->add(x, y, tracePath(*m_traced, *m_camera, ray, {}, random));
+            m_film->add(x, y, sampleAt(x, y, i));
         }
         return true;
+    }
+
+    [[nodiscard]] PixelSample sampleAt(u32 x, u32 y, u32 index) const {
+        Random random(u64{y} * m_settings.width + x, index);
+        const Vec2 offset = random.nextPair();
+        const Ray ray =
+            m_camera->at(static_cast<float>(x) + offset.x, static_cast<float>(y) + offset.y);
+        return tracePath(*m_traced, *m_camera, ray, {}, random);
+    }
+
+    // Returns the sums of each block of samples of a tile's pixels; fewer when a stop was
+    // requested.
+    [[nodiscard]] std::vector<PixelSums> tileSums(const PicturePart& part, u32 tile,
+                                                  const std::stop_token& stop) const {
+        const u32 end = part.firstSample + part.sampleCount;
+        std::vector<PixelSums> sums;
+        m_film->visitTile(tile, [&](u32 x, u32 y) {
+            PixelSums first;
+            for (u32 block = part.firstSample; block < end; block += Film::blockSize) {
+                PixelSums own;
+                for (u32 i = block; i < std::min(block + Film::blockSize, end); ++i)
+                    own.add(sampleAt(x, y, i));
+                if (stop.stop_requested()) return false;
+                if (part.firstSample == 0)
+                    first.add(own);
+                else
+                    sums.push_back(own);
+            }
+            if (part.firstSample == 0) sums.push_back(first);
+            return true;
+        });
+        return sums;
     }
 
     // Tiles without much noise get no more samples.
@@ -204,6 +252,11 @@ void Renderer::update(const kelvo_sdk::Snapshot& to) {
 Result Renderer::render(const RenderLimit& until, const RenderProgress& progress,
                         const std::stop_token& stop) {
     return m_impl->render(until, progress, stop);
+}
+
+Result Renderer::renderPart(const PicturePart& part, std::string& bytes,
+                            const std::stop_token& stop) {
+    return m_impl->renderPart(part, bytes, stop);
 }
 
 Picture Renderer::picture() const {

@@ -4,10 +4,12 @@
 #include "kelvo/sdk/snapshot.h"
 #include "render/finding.h"
 #include "render/picture.h"
+#include "render/picture_parts.h"
 
 #include <functional>
 #include <memory>
 #include <stop_token>
+#include <string>
 #include <vector>
 
 namespace qv::render {
@@ -61,6 +63,12 @@ public:
     kelvo_sdk::Result render(const RenderLimit& until, const RenderProgress& progress = {},
                              const std::stop_token& stop = {});
     [[nodiscard]] Picture picture() const;
+
+    /// Renders a part of the picture for `PictureParts`, to `bytes`. The renderer's own picture
+    /// stays as it is. Fails, and leaves `bytes`, as `render` does, for a part that the picture
+    /// does not have, and when a stop is requested.
+    kelvo_sdk::Result renderPart(const PicturePart& part, std::string& bytes,
+                                 const std::stop_token& stop = {});
 
     /// Everything in the scene that is not rendered as it is.
     [[nodiscard]] const std::vector<Finding>& findings() const noexcept;

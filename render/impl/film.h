@@ -3,13 +3,36 @@
 #include "render/impl/path_tracer.h"
 #include "render/picture.h"
 
+#include <vector>
+
 namespace qv::render::impl {
 
-/// Sums up the samples of the pixels. Each pixel's samples come in their order, so that the sums
-/// are the same whatever thread adds them.
+/// The sums of samples of a pixel.
+struct PixelSums {
+    double color[3]{};
+    double alpha = 0.0;
+    // Of the squares of the luminance.
+    double squares = 0.0;
+    Vec3 albedo;
+    Vec3 normal;
+    // Of the first sample.
+    float depth = std::numeric_limits<float>::infinity();
+    kelvo_sdk::NodeNumber node = kelvo_sdk::noNodeNumber;
+    u32 count = 0;
+
+    void add(const PixelSample& sample) noexcept;
+    /// Adds the samples that follow.
+    void add(const PixelSums& following) noexcept;
+};
+
+/// Sums up the samples of the pixels. Each pixel's samples come in their order and are summed in
+/// blocks, so that the sums are the same whatever thread adds them, and when blocks are summed
+/// elsewhere. One thread at a time may change a tile.
 class Film {
 public:
     static constexpr u32 tileSize = 16;
+    /// The samples of a block.
+    static constexpr u32 blockSize = 32;
     /// No tile is judged by fewer samples.
     static constexpr u32 leastForNoise = 16;
 
@@ -28,35 +51,36 @@ public:
                 if (!visit(x, y)) return;
     }
 
-    [[nodiscard]] u32 sampleCount(u32 x, u32 y) const noexcept { return sums(x, y).count; }
-    void add(u32 x, u32 y, const PixelSample& sample) noexcept;
+    [[nodiscard]] u32 sampleCount(u32 x, u32 y) const noexcept { return total(x, y).count; }
+    void add(u32 x, u32 y, const PixelSample& sample);
+    /// Adds the sums of the samples that follow, which begin with a new block.
+    void add(u32 x, u32 y, const PixelSums& sums) noexcept { blocks(x, y).add(sums); }
+    /// Frees the memory for blocks that are not complete, if there are none in the tile.
+    void tidyTile(u32 tile) noexcept;
     /// Returns the standard error of a tile's pixels, by its brightness.
     [[nodiscard]] double noiseOf(u32 tile) const noexcept;
     [[nodiscard]] Picture picture() const;
 
 private:
-    struct Sums {
-        double color[3]{};
-        double alpha = 0.0;
-        // Of the squares of the luminance.
-        double squares = 0.0;
-        Vec3 albedo;
-        Vec3 normal;
-        float depth = std::numeric_limits<float>::infinity();
-        kelvo_sdk::NodeNumber node = kelvo_sdk::noNodeNumber;
-        u32 count = 0;
-    };
+    using Tile = std::vector<PixelSums>;
 
-    [[nodiscard]] const Sums& sums(u32 x, u32 y) const noexcept {
+    [[nodiscard]] PixelSums& blocks(u32 x, u32 y) noexcept {
         return m_pixels[u64{y} * m_width + x];
     }
-    static double luminanceOf(const Sums& sums) noexcept;
+    [[nodiscard]] PixelSums total(u32 x, u32 y) const noexcept;
+    [[nodiscard]] u32 tileOf(u32 x, u32 y) const noexcept {
+        return y / tileSize * m_columns + x / tileSize;
+    }
+    static u32 placeInTile(u32 x, u32 y) noexcept { return y % tileSize * tileSize + x % tileSize; }
 
     u32 m_width;
     u32 m_height;
     u32 m_columns;
     u32 m_rows;
-    std::vector<Sums> m_pixels;
+    // The first block and all complete ones.
+    std::vector<PixelSums> m_pixels;
+    // For each tile, the block that is not complete of each pixel; empty when all are.
+    std::vector<Tile> m_open;
 };
 
 } // namespace qv::render::impl
