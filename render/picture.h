@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/sdk/result.h"
 #include "kelvo/sdk/snapshot.h"
 
 #include <vector>
@@ -26,5 +27,8 @@ struct Picture {
 
     [[nodiscard]] bool operator==(const Picture&) const = default;
 };
+
+/// Fails when no picture can have this size.
+[[nodiscard]] kelvo_sdk::Result checkPictureSize(u32 width, u32 height);
 
 } // namespace qv::render

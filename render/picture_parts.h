@@ -29,7 +29,7 @@ struct PicturePart {
 /// differently.
 class PictureParts {
 public:
-    /// Needs a size that a renderer accepts.
+    /// Needs a size that `checkPictureSize` accepts.
     PictureParts(u32 width, u32 height);
     ~PictureParts();
     PictureParts(PictureParts&&) noexcept;

@@ -18,23 +18,9 @@ using namespace impl;
 using kelvo_sdk::Result;
 using Clock = std::chrono::steady_clock;
 
-constexpr u32 mostPixelsOfASide = 65535;
-constexpr u64 mostPixels = u64{1} << 26;
-
 // The first pictures come soon; later passes are long, so that threads seldom wait for each other.
 u32 nextTarget(u32 samples) noexcept {
     return samples < Film::blockSize ? std::max(samples * 2, 1U) : samples + Film::blockSize;
-}
-
-Result checkSize(const RenderSettings& settings) {
-    const u64 width = settings.width, height = settings.height;
-    if (width > 0 && height > 0 && width <= mostPixelsOfASide && height <= mostPixelsOfASide &&
-        width * height <= mostPixels)
-        return {};
-    return Result::failure(String::format(
-        "A picture of %u x %u pixels cannot be rendered: each side has from 1 to %u pixels, and "
-        "the picture at most %llu.",
-        settings.width, settings.height, mostPixelsOfASide, mostPixels + 0ULL));
 }
 
 } // namespace
@@ -43,14 +29,14 @@ class Renderer::Impl {
 public:
     Impl(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings)
         : m_settings(std::move(settings)), m_snapshot(snapshot), m_reader(m_settings.folder) {
-        m_isReady = checkSize(m_settings);
+        m_isReady = checkPictureSize(m_settings.width, m_settings.height);
         prepare();
     }
 
     void update(const kelvo_sdk::Snapshot& to) {
         m_reader.forget(kelvo_sdk::delta(m_snapshot, to));
         m_snapshot = to;
-        m_isReady = checkSize(m_settings);
+        m_isReady = checkPictureSize(m_settings.width, m_settings.height);
         prepare();
     }
 

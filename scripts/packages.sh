@@ -8,12 +8,14 @@ python_packages=(pybind11-dev python3-dev python3-numpy python3-pytest python3-h
     python3-venv python3-pip python3-wheel python3-setuptools python3-skbuild)
 # Notebooks, and the kernel that runs them.
 notebook_packages=(python3-notebook python3-ipykernel)
+# Several processes that render a picture.
+farm_packages=(python3-distributed)
 job_packages=(assimp-testmodels)
 # llvm has the symbolizer, which names the functions in sanitizer reports; without names the
 # suppressions for leaks of other libraries do not match.
 test_packages=(clang libclang-rt-14-dev llvm clang-format git python3 pkg-config libgtest-dev
     librsvg2-bin graphviz binutils chromium abigail-tools "${python_packages[@]}"
-    "${notebook_packages[@]}")
+    "${notebook_packages[@]}" "${farm_packages[@]}")
 fuzz_packages=(clang libclang-rt-14-dev llvm)
 abi_packages=(clang abigail-tools git python3)
 bench_packages=(libbenchmark-dev)

@@ -19,6 +19,7 @@ namespace {
 using render::Finding;
 using render::Layer;
 using render::Picture;
+using render::PictureParts;
 using render::RenderLimit;
 using render::RenderSettings;
 
@@ -55,6 +56,22 @@ public:
     }
 
     void stop() { m_stop.request_stop(); }
+
+    [[nodiscard]] py::bytes renderPart(i64 firstTile, i64 tiles, i64 firstSample, i64 samples) {
+        const render::PicturePart part{
+            wholeNumber("first_tile", firstTile), wholeNumber("tiles", tiles),
+            wholeNumber("first_sample", firstSample), wholeNumber("samples", samples)};
+        const Use use(*this);
+        m_stop = std::stop_source();
+        std::string bytes;
+        Result isRendered;
+        {
+            const py::gil_scoped_release unlocked;
+            isRendered = m_renderer.renderPart(part, bytes, m_stop.get_token());
+        }
+        check(isRendered, ErrorKind::Value);
+        return {bytes};
+    }
 
     [[nodiscard]] Picture picture() {
         const Use use(*this);
@@ -156,6 +173,16 @@ void renderScene(SharedRenderer& renderer, i64 samples, double seconds, double n
     renderer.render(until, progress);
 }
 
+u64 tilesOf(i64 width, i64 height) {
+    return render::PicturePart::tilesOf(wholeNumber("width", width), wholeNumber("height", height));
+}
+
+std::unique_ptr<PictureParts> makeParts(i64 width, i64 height) {
+    const u32 columns = wholeNumber("width", width), rows = wholeNumber("height", height);
+    check(render::checkPictureSize(columns, rows), ErrorKind::Value);
+    return std::make_unique<PictureParts>(columns, rows);
+}
+
 // A read-only array of rows that shares the memory of the picture.
 template<class T>
 py::array arrayOf(const py::object& owner, const std::vector<T>& numbers, u32 count) {
@@ -227,6 +254,26 @@ void addPicture(py::module_& module) {
              "bits encoded as sRGB with .png. Raises FileError.");
 }
 
+void addParts(py::module_& module) {
+    module.attr("SAMPLE_STEP") = render::PicturePart::sampleStep;
+    module.def("tiles_of", &tilesOf, py::arg("width"), py::arg("height"),
+               "Returns how many tiles a picture has: squares of 16 x 16 pixels, smaller at the "
+               "right and at the bottom, row by row from the top.");
+    py::class_<PictureParts>(module, "PictureParts",
+                             "Puts a picture together from what `Renderer.render_part` returned, "
+                             "also on other machines.")
+        .def(py::init(&makeParts), py::arg("width"), py::arg("height"))
+        .def(
+            "add",
+            [](PictureParts& self, const py::bytes& data) {
+                check(self.add(std::string_view(data)), ErrorKind::Value);
+            },
+            py::arg("data"),
+            "Adds a part. The parts of a tile come in the order of their samples, without gaps; "
+            "raises InvalidValueError otherwise, and for bytes that are no part of this picture.")
+        .def("picture", &PictureParts::picture, "Returns a copy of the picture so far.");
+}
+
 void addFinding(py::module_& module) {
     py::class_<Finding>(module, "Finding", "Something that cannot be rendered as it is.")
         .def_readonly("number", &Finding::number, "The number of the node in the snapshot.")
@@ -265,6 +312,11 @@ void addRenderer(py::module_& module) {
              "a camera or size.")
         .def("stop", &SharedRenderer::stop,
              "Ends the rendering that another thread has begun, or this one in `progress`.")
+        .def("render_part", &SharedRenderer::renderPart, py::arg("first_tile"), py::arg("tiles"),
+             py::arg("first_sample"), py::arg("samples"),
+             "Returns some samples of some tiles, as bytes for `PictureParts`; the picture of the "
+             "renderer stays as it is. first_sample is a multiple of SAMPLE_STEP. Raises "
+             "InvalidValueError for a part that the picture does not have, and when it is stopped.")
         .def("picture", &SharedRenderer::picture, "Returns a copy of the picture so far.")
         .def_property_readonly("findings", &SharedRenderer::findings,
                                "Everything in the scene that is not rendered as it is.")
@@ -280,5 +332,6 @@ PYBIND11_MODULE(_render, module) {
     module.doc() = "The compiled part of the package kelvo.render, which has its names.";
     qv::python::addFinding(module);
     qv::python::addPicture(module);
+    qv::python::addParts(module);
     qv::python::addRenderer(module);
 }

@@ -169,3 +169,27 @@ def test_a_picture_that_cannot_be_saved_is_refused(room: kelvo.Scene,
     with pytest.raises(kelvo.InvalidValueError, match='"light" is no layer'):
         made.save(tmp_path / "room.exr", layers=["light"])  # type: ignore[list-item]
     assert not list(tmp_path.iterdir())
+
+
+def test_parts_make_the_picture(room: kelvo.Scene) -> None:
+    renderer = small(room)
+    assert render.tiles_of(24, 16) == 2
+    parts = render.PictureParts(24, 16)
+    second, first = renderer.render_part(0, 1, 32, 8), renderer.render_part(0, 2, 0, 32)
+    parts.add(first)
+    parts.add(second)
+    parts.add(renderer.render_part(1, 1, render.SAMPLE_STEP, 8))
+    assert parts.picture() == picture(room, samples=40)
+    with pytest.raises(kelvo.InvalidValueError, match="which has 40 samples"):
+        parts.add(first)
+    with pytest.raises(kelvo.InvalidValueError, match="no part of a picture of 24 x 16"):
+        parts.add(b"part")
+
+
+def test_parts_that_do_not_exist_are_refused(room: kelvo.Scene) -> None:
+    with pytest.raises(kelvo.InvalidValueError, match="it has 2 tiles"):
+        small(room).render_part(1, 2, 0, 1)
+    with pytest.raises(kelvo.RangeError, match="first_tile"):
+        small(room).render_part(-1, 1, 0, 1)
+    with pytest.raises(kelvo.InvalidValueError, match="100000 x 1"):
+        render.PictureParts(100000, 1)

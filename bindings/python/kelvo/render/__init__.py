@@ -8,6 +8,14 @@
 """
 from __future__ import annotations
 
-from kelvo.render._render import Finding, Picture, Renderer
+from kelvo.render._farm import farm
+from kelvo.render._render import (
+    SAMPLE_STEP,
+    Finding,
+    Picture,
+    PictureParts,
+    Renderer,
+    tiles_of,
+)
 
-__all__ = ["Finding", "Picture", "Renderer"]
+__all__ = ["SAMPLE_STEP", "Finding", "Picture", "PictureParts", "Renderer", "farm", "tiles_of"]
