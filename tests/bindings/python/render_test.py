@@ -1,6 +1,7 @@
 """The renderer in Python."""
 from __future__ import annotations
 
+import _thread
 import pathlib
 import threading
 import time
@@ -100,6 +101,21 @@ def test_an_exception_in_progress_ends_the_rendering(room: kelvo.Scene) -> None:
     renderer = render.Renderer(room.snapshot(), width=640, height=480)
     with pytest.raises(LookupError, match="enough"):
         renderer.render(samples=1 << 30, progress=fail)
+    assert renderer.picture().width == 640
+
+
+def test_an_interrupt_ends_the_rendering(room: kelvo.Scene) -> None:
+    interrupts: list[threading.Timer] = []
+
+    def interrupt_later(share: float) -> None:
+        if not interrupts:
+            interrupts.append(threading.Timer(0.05, _thread.interrupt_main))
+            interrupts[0].start()
+
+    renderer = render.Renderer(room.snapshot(), width=640, height=480)
+    with pytest.raises(KeyboardInterrupt):
+        renderer.render(samples=1 << 30, progress=interrupt_later)
+    assert interrupts
     assert renderer.picture().width == 640
 
 
