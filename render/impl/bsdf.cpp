@@ -19,6 +19,13 @@ Vec3 repeatedReflectance(const Vec3& f0, float f90, float meanOnce) noexcept {
     return {channel(f.x), channel(f.y), channel(f.z)};
 }
 
+// Returns the share of a value that mirrors reflect.
+Vec3 mirrorShare(const Bsdf::Value& value) noexcept {
+    const auto share = [](float part, float whole) { return whole > 0.0F ? part / whole : 0.0F; };
+    return {share(value.mirrored.x, value.color.x), share(value.mirrored.y, value.color.y),
+            share(value.mirrored.z, value.color.z)};
+}
+
 float alphaOf(float roughness) noexcept {
     return std::max(roughness * roughness, leastAlpha);
 }
@@ -118,23 +125,29 @@ float Bsdf::coatValue(const Vec3& wi) const noexcept {
            smithBothVisible(m_wo, wi, m_coatAlpha) / (4.0F * m_wo.z);
 }
 
-// The values of the opaque lobes of the base on the side of `wo`.
-Vec3 Bsdf::reflectedBase(const Vec3& wi) const noexcept {
+// The value of the mirrors of the base on the side of `wo`.
+Vec3 Bsdf::mirroredBase(const Vec3& wi) const noexcept {
     const Vec3 h = normalized(m_wo + wi);
     const float weight = grazingWeight(dot(m_wo, h));
     const Vec3 f = m_f0 * (1.0F - weight) + gray(m_f90 * weight);
     Vec3 sum = f * (ggxDensity(h, m_alpha) * smithBothVisible(m_wo, wi, m_alpha) / (4.0F * m_wo.z));
     const GgxTables& tables = ggxTables();
     const float r = m_surface.roughness;
-    const float plain = tables.plain.mean(r), grazing = tables.grazing.mean(r);
-    const float meanLost = 1.0F - plain - grazing;
+    const float meanLost = 1.0F - tables.plain.mean(r) - tables.grazing.mean(r);
     if (meanLost > 1e-6F)
         sum += m_repeated * (lostByMirrors(m_wo) * lostByMirrors(wi) * wi.z / (pi * meanLost));
-    const float meanBelow =
-        1.0F - m_dielectricF0 * plain - m_dielectricF90 * grazing - m_repeatedDielectric * meanLost;
-    sum += m_surface.baseColor *
-           (m_opaque * belowDielectric(m_wo) * belowDielectric(wi) * wi.z / (pi * meanBelow));
     return sum;
+}
+
+// The value of the diffuse reflection below the mirrors.
+Vec3 Bsdf::scatteredBase(const Vec3& wi) const noexcept {
+    const GgxTables& tables = ggxTables();
+    const float r = m_surface.roughness;
+    const float plain = tables.plain.mean(r), grazing = tables.grazing.mean(r);
+    const float meanBelow = 1.0F - m_dielectricF0 * plain - m_dielectricF90 * grazing -
+                            m_repeatedDielectric * (1.0F - plain - grazing);
+    return m_surface.baseColor *
+           (m_opaque * belowDielectric(m_wo) * belowDielectric(wi) * wi.z / (pi * meanBelow));
 }
 
 Bsdf::Value Bsdf::glassReflection(const Vec3& wi) const noexcept {
@@ -149,7 +162,8 @@ Bsdf::Value Bsdf::glassReflection(const Vec3& wi) const noexcept {
         meanLost > 1e-6F
             ? (1.0F - table.at(m_wo.z, r)) * (1.0F - table.at(wi.z, r)) * wi.z / (pi * meanLost)
             : 0.0F;
-    return {gray(once + std::max(0.0F, repeated)), f * mirrorPdf(wi, m_alpha)};
+    const Vec3 color = gray(once + std::max(0.0F, repeated));
+    return {color, color, f * mirrorPdf(wi, m_alpha)};
 }
 
 Bsdf::Value Bsdf::glassRefraction(const Vec3& wi) const noexcept {
@@ -161,19 +175,20 @@ Bsdf::Value Bsdf::glassRefraction(const Vec3& wi) const noexcept {
     const float passed = 1.0F - dielectricReflectance(cosOut, eta);
     const float change = eta * eta * -cosIn / sqr(cosOut + eta * cosIn);
     const float pdf = visibleNormalPdf(m_wo, h, m_alpha) * change * passed;
-    return {m_surface.baseColor * (pdf * smithVisible(wi, m_alpha)), pdf};
+    return {m_surface.baseColor * (pdf * smithVisible(wi, m_alpha)), {}, pdf};
 }
 
 Bsdf::Value Bsdf::reflection(const Vec3& wi) const noexcept {
     const float base = m_belowCoat * m_belowSheen;
     Value value;
-    value.color = reflectedBase(wi) * base;
+    value.mirrored = mirroredBase(wi) * base;
     if (m_glass > 0.0F) {
         const Value glass = glassReflection(wi);
-        value.color += glass.color * (base * m_glass);
+        value.mirrored += glass.color * (base * m_glass);
         value.pdf += m_chances[Glass] * glass.pdf;
     }
-    if (m_surface.clearcoat > 0.0F) value.color += gray(m_surface.clearcoat * coatValue(wi));
+    if (m_surface.clearcoat > 0.0F) value.mirrored += gray(m_surface.clearcoat * coatValue(wi));
+    value.color = value.mirrored + scatteredBase(wi) * base;
     if (largest(m_surface.sheenColor) > 0.0F)
         value.color +=
             m_surface.sheenColor *
@@ -190,7 +205,7 @@ Bsdf::Value Bsdf::transmission(const Vec3& wi) const noexcept {
     Value value;
     if (m_glass > 0.0F) {
         const Value glass = glassRefraction(wi);
-        value = {glass.color * (base * m_glass), m_chances[Glass] * glass.pdf};
+        value = {glass.color * (base * m_glass), {}, m_chances[Glass] * glass.pdf};
     }
     if (m_thin == 0.0F) return value;
     const Vec3 mirrored{wi.x, wi.y, -wi.z};
@@ -248,7 +263,7 @@ Bsdf::Sample Bsdf::sample(Random& random) const noexcept {
     const Vec3 wi = sampleDirection(static_cast<Lobe>(lobe), random);
     const Value value = at(wi);
     if (!(value.pdf > 0.0F) || !std::isfinite(value.pdf)) return {};
-    return {wi, value.color / value.pdf, value.pdf};
+    return {wi, value.color / value.pdf, mirrorShare(value), value.pdf};
 }
 
 } // namespace qv::render::impl

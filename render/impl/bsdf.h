@@ -36,6 +36,8 @@ public:
     struct Value {
         /// Multiplied by the cosine of `wi`.
         Vec3 color;
+        /// The part of the colour that mirrors reflect.
+        Vec3 mirrored;
         /// The density with which `sample` returns the direction.
         float pdf = 0.0F;
     };
@@ -43,6 +45,8 @@ public:
         Vec3 wi;
         /// The value by the density; black when there is no direction.
         Vec3 weight;
+        /// The share of the value, from 0 to 1, that mirrors reflect.
+        Vec3 mirror;
         float pdf = 0.0F;
     };
 
@@ -59,7 +63,8 @@ private:
     void setChances() noexcept;
     [[nodiscard]] Vec3 sampleDirection(Lobe lobe, Random& random) const noexcept;
     [[nodiscard]] Vec3 sampleGlass(Random& random) const noexcept;
-    [[nodiscard]] Vec3 reflectedBase(const Vec3& wi) const noexcept;
+    [[nodiscard]] Vec3 mirroredBase(const Vec3& wi) const noexcept;
+    [[nodiscard]] Vec3 scatteredBase(const Vec3& wi) const noexcept;
     [[nodiscard]] float coatValue(const Vec3& wi) const noexcept;
     [[nodiscard]] Value glassReflection(const Vec3& wi) const noexcept;
     [[nodiscard]] Value glassRefraction(const Vec3& wi) const noexcept;
