@@ -306,8 +306,10 @@ void LightSet::visitShapes(const Ray& ray, const Vec3& from, bool isSeen,
         if (light.radius > 0.0F) {
             const Vec3 offset = light.place.origin - from;
             const float sin2 = sqr(light.radius) / dot(offset, offset);
-            if (sin2 < 1.0F)
-                visitor(ballRadiance(light, from), chance / coneSolidAngle(ballOneMinusCos(sin2)));
+            const LightColor color = ballRadiance(light, from);
+            // A spot is not seen from outside its cone.
+            if (sin2 < 1.0F && !color.isBlack())
+                visitor(color, chance / coneSolidAngle(ballOneMinusCos(sin2)));
             return;
         }
         const float cosine = std::abs(dot(ray.direction, light.place.z));
