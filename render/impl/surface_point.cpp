@@ -148,8 +148,7 @@ private:
 };
 
 // Returns the normal of a triangle. A mirror image turns its corners round, but not its front.
-Vec3 frontOf(const Instance& instance, u32 triangle) noexcept {
-    const auto corners = worldCorners(instance, triangle);
+Vec3 frontOf(const Instance& instance, const std::array<Vec3, 3>& corners) noexcept {
     const Vec3 normal = cross(corners[1] - corners[0], corners[2] - corners[0]);
     return normalized(instance.toWorld.determinant() < 0.0F ? -normal : normal);
 }
@@ -178,7 +177,8 @@ std::array<Vec3, 3> worldCorners(const Instance& instance, u32 triangle) noexcep
 }
 
 Vec3 emissionAt(const Instance& instance, const Ray& ray, const Hit& hit) noexcept {
-    const bool isFront = dot(frontOf(instance, hit.triangle), ray.direction) < 0.0F;
+    const bool isFront =
+        dot(frontOf(instance, worldCorners(instance, hit.triangle)), ray.direction) < 0.0F;
     if (!isFront && !instance.material->twoSided) return {};
     const MaterialLook look(instance, hit);
     return look.emission() * look.opacity();
@@ -196,7 +196,7 @@ SurfacePoint surfaceAt(const Instance& instance, const PreparedMaterial& prepare
     const MaterialLook look(instance, hit);
     SurfacePoint point;
     point.position = corners[0] + a * hit.weights.x + b * hit.weights.y;
-    const Vec3 front = frontOf(instance, hit.triangle);
+    const Vec3 front = frontOf(instance, corners);
 
     point.isFront = dot(front, ray.direction) < 0.0F;
     point.faceNormal = point.isFront ? front : -front;
