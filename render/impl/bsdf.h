@@ -86,7 +86,7 @@ private:
     float m_opaque;
     float m_thin;
     float m_glass;
-    // What mirrors return of light from `wo`, and of light from everywhere.
+    // The shares that mirrors return of light from `wo`, and of light from everywhere.
     GgxTables::Shares m_out;
     GgxTables::Shares m_mean;
     // The reflectance of the mirrors head on and at grazing angles, and of repeated reflection.
