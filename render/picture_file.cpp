@@ -3,9 +3,12 @@
 #include "kelvo/base/path.h"
 #include "render/impl/texture.h"
 
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <span>
 
 namespace qv::render {
@@ -76,13 +79,19 @@ OIIO::ImageSpec formOf(const Picture& picture, const PictureFile& file, int chan
     return form;
 }
 
-bool writeTo(OIIO::ImageOutput& output, const String& path, const OIIO::ImageSpec& form,
-             OIIO::TypeDesc type, const void* values) {
-    return output.open(path.buf(), form) && output.write_image(type, values) && output.close();
+using Bytes = std::vector<unsigned char>;
+
+// Makes the file in memory, because not all writers notice that the disk is full.
+bool makeFile(OIIO::ImageOutput& output, OIIO::ImageSpec form, OIIO::TypeDesc type,
+              const void* values, Bytes& bytes) {
+    OIIO::Filesystem::IOVecOutput memory(bytes);
+    void* proxy = &memory;
+    form.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
+    return output.open("picture", form) && output.write_image(type, values) && output.close();
 }
 
-bool writeExr(OIIO::ImageOutput& output, const String& path, const Picture& picture,
-              const PictureFile& file) {
+bool makeExr(OIIO::ImageOutput& output, const Picture& picture, const PictureFile& file,
+             Bytes& bytes) {
     // Numbers of nodes are small enough to be exact; -1 stands for none.
     std::vector<float> nodes;
     for (const kelvo_sdk::NodeNumber number : picture.node)
@@ -102,15 +111,22 @@ bool writeExr(OIIO::ImageOutput& output, const String& path, const Picture& pict
     form.channelnames = channels.names();
     form.alpha_channel = 3;
     form.attribute("oiio:ColorSpace", "Linear");
-    return writeTo(output, path, form, OIIO::TypeDesc::FLOAT, channels.values().data());
+    return makeFile(output, form, OIIO::TypeDesc::FLOAT, channels.values().data(), bytes);
 }
 
-bool writePng(OIIO::ImageOutput& output, const String& path, const Picture& picture,
-              const PictureFile& file) {
+bool makePng(OIIO::ImageOutput& output, const Picture& picture, const PictureFile& file,
+             Bytes& bytes) {
     OIIO::ImageSpec form = formOf(picture, file, 4, OIIO::TypeDesc::UINT8);
     form.attribute("oiio:ColorSpace", "sRGB");
     form.attribute("oiio:UnassociatedAlpha", 1);
-    return writeTo(output, path, form, OIIO::TypeDesc::UINT8, encoded(picture).data());
+    return makeFile(output, form, OIIO::TypeDesc::UINT8, encoded(picture).data(), bytes);
+}
+
+bool store(const Bytes& bytes, const String& path) {
+    std::FILE* file = std::fopen(path.buf(), "wb");
+    if (!file) return false;
+    const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    return std::fclose(file) == 0 && isWritten;
 }
 
 Result failure(const String& path, const std::string& reason) {
@@ -136,11 +152,13 @@ Result writePicture(const Picture& picture, const PictureFile& file) {
     if (!output) return failure(file.path, OIIO::geterror());
     const Path path(file.path);
     const String part = Path::join(path.dir(), path.file(false) + ".part" + path.ext(true));
-    const bool isWritten = isExr(file.path) ? writeExr(*output, part, picture, file)
-                                            : writePng(*output, part, picture, file);
-    const std::string error = isWritten ? std::string() : output->geterror();
-    if (isWritten && std::rename(part.buf(), file.path.buf()) == 0) return {};
-    const std::string reason = isWritten ? "the file cannot be replaced" : error;
+    Bytes bytes;
+    const bool isMade = isExr(file.path) ? makeExr(*output, picture, file, bytes)
+                                         : makePng(*output, picture, file, bytes);
+    if (!isMade) return failure(file.path, output->geterror());
+    errno = 0;
+    if (store(bytes, part) && std::rename(part.buf(), file.path.buf()) == 0) return {};
+    const std::string reason = std::strerror(errno);
     std::remove(part.buf());
     return failure(file.path, reason);
 }

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs the main job on real input: imports a glTF model, shows, edits, writes and re-reads the scene.
+# Runs the main job on real input: imports a glTF model, shows, edits, writes and re-reads the scene,
+# and renders it before and after an edit where the renderer was built.
 # main_job.sh BUILD_DIR, the folder in which the tool was built. Stops at the first failed step.
 set -euo pipefail
 
@@ -57,11 +58,47 @@ echo "The text and the hash are those from before."
 step "Checking"
 "$kelvo" check "$scene"
 
+pictures=
+render_pictures() {
+    local orange='(0.85 0.25 0 1)' painted=$out/engine-painted.kns again=$out/engine-unpainted.kns
+    local covers before name paint=() unpaint=()
+    step "Rendering"
+    # Warnings name faces without area, of which the model has thousands.
+    draw "$scene" engine
+    covers=$(sed -n 's/^node material "\(Material_23.*\)" {.*/\1/p' "$scene")
+    [ -n "$covers" ] || fail "the scene has no materials of covers"
+    for name in $covers; do
+        before=$("$kelvo" get "$scene" "$name.baseColor")
+        paint+=("$name.baseColor=$orange") unpaint+=("$name.baseColor=$before")
+    done
+
+    step "Painting the covers orange: ${#paint[@]} materials"
+    "$kelvo" set "$scene" "${paint[@]}" -o "$painted"
+    "$kelvo" diff "$scene" "$painted" && fail "the scenes do not differ"
+    draw "$painted" engine-painted
+    if cmp -s "$out/engine.png" "$out/engine-painted.png"; then fail "the picture did not change"; fi
+    echo "The covers are orange now, and their colour shines on the metal beside them."
+
+    step "Painting them as they were"
+    "$kelvo" set "$painted" "${unpaint[@]}" -o "$again"
+    draw "$again" engine-unpainted
+    cmp "$out/engine.png" "$out/engine-unpainted.png" || fail "the picture is not the one from before"
+    echo "The picture is the one from before, byte by byte."
+    pictures="
+  the picture          $out/engine.png
+  with orange covers   $out/engine-painted.png"
+}
+draw() { # SCENE NAME
+    "$kelvo" render "$1" -o "$out/$2.png" --size 400x270 --samples 24 2>"$out/$2.txt" ||
+        { cat "$out/$2.txt"; fail "the scene is not rendered"; }
+}
+if [ -x "$build/tools/kelvo/kelvo-render" ]; then render_pictures; fi
+
 cat <<TEXT
 
 All went well: the model was imported, shown, edited, written and read back.
   the scene            $scene
   as a tree            $out/engine.txt
   with the value set   $edited
-  and set back         $restored
+  and set back         $restored$pictures
 TEXT

@@ -23,11 +23,7 @@ public:
     }
 
     [[nodiscard]] float at(float cosine, float roughness) const noexcept {
-        const Place row = place(roughness), column = place(std::sqrt(std::max(cosine, 0.0F)));
-        const auto value = [&](const Row& values) {
-            return std::lerp(values[column.index], values[column.index + 1], column.rest);
-        };
-        return std::lerp(value(m_values[row.index]), value(m_values[row.index + 1]), row.rest);
+        return at(spot(cosine, roughness));
     }
     /// Returns the mean over all directions, by their cosine.
     [[nodiscard]] float mean(float roughness) const noexcept {
@@ -35,13 +31,30 @@ public:
         return std::lerp(m_means[row.index], m_means[row.index + 1], row.rest);
     }
 
-private:
-    using Row = std::array<float, size>;
     struct Place {
         u32 index = 0;
         float rest = 0.0F;
     };
+    /// A place in any table, for look-ups in several.
+    struct Spot {
+        Place row;
+        Place column;
+    };
+    [[nodiscard]] static Spot spot(float cosine, float roughness) noexcept {
+        return {place(roughness), place(std::sqrt(std::max(cosine, 0.0F)))};
+    }
+    [[nodiscard]] float at(const Spot& spot) const noexcept {
+        const Place &row = spot.row, &column = spot.column;
+        const auto value = [&](const Row& values) {
+            return between(values[column.index], values[column.index + 1], column.rest);
+        };
+        return between(value(m_values[row.index]), value(m_values[row.index + 1]), row.rest);
+    }
 
+private:
+    using Row = std::array<float, size>;
+
+    static float between(float a, float b, float t) noexcept { return a + (b - a) * t; }
     // The columns are dense at grazing angles, where the shares change fast.
     static float cosineAt(u32 i) noexcept { return sqr(static_cast<float>(i) / (size - 1)); }
     static Place place(float value) noexcept {
@@ -73,6 +86,20 @@ private:
 struct GgxTables {
     AlbedoTable plain;
     AlbedoTable grazing;
+
+    struct Shares {
+        float plain = 0.0F;
+        float grazing = 0.0F;
+
+        [[nodiscard]] float lost() const noexcept { return std::max(0.0F, 1.0F - plain - grazing); }
+    };
+    [[nodiscard]] Shares at(float cosine, float roughness) const noexcept {
+        const AlbedoTable::Spot spot = AlbedoTable::spot(cosine, roughness);
+        return {plain.at(spot), grazing.at(spot)};
+    }
+    [[nodiscard]] Shares mean(float roughness) const noexcept {
+        return {plain.mean(roughness), grazing.mean(roughness)};
+    }
 };
 /// Made by the first call.
 [[nodiscard]] const GgxTables& ggxTables();

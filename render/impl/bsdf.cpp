@@ -19,6 +19,13 @@ Vec3 repeatedReflectance(const Vec3& f0, float f90, float meanOnce) noexcept {
     return {channel(f.x), channel(f.y), channel(f.z)};
 }
 
+// Returns the share of a value that mirrors reflect.
+Vec3 mirrorShare(const Bsdf::Value& value) noexcept {
+    const auto share = [](float part, float whole) { return whole > 0.0F ? part / whole : 0.0F; };
+    return {share(value.mirrored.x, value.color.x), share(value.mirrored.y, value.color.y),
+            share(value.mirrored.z, value.color.z)};
+}
+
 float alphaOf(float roughness) noexcept {
     return std::max(roughness * roughness, leastAlpha);
 }
@@ -47,19 +54,19 @@ Bsdf::Bsdf(const SurfaceValues& surface, const Vec3& wo) noexcept
 void Bsdf::weighMirrors() noexcept {
     m_f0 = m_surface.baseColor * m_metal + gray(m_dielectricF0 * m_plain);
     m_f90 = m_metal + m_dielectricF90 * m_plain;
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.roughness;
-    const float meanOnce = tables.plain.mean(r) + tables.grazing.mean(r);
+    m_out = mirrored(m_wo);
+    m_mean = ggxTables().mean(m_surface.roughness);
+    const float meanOnce = m_mean.plain + m_mean.grazing;
     m_repeatedDielectric = repeatedReflectance(gray(m_dielectricF0), m_dielectricF90, meanOnce).x;
     m_repeated = repeatedReflectance(m_surface.baseColor, 1.0F, meanOnce) * m_metal +
                  gray(m_repeatedDielectric * m_plain);
 }
 
 void Bsdf::weighLayers() noexcept {
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.clearcoatRoughness;
-    m_belowCoat = 1.0F - m_surface.clearcoat *
-                             (coatF0 * tables.plain.at(m_wo.z, r) + tables.grazing.at(m_wo.z, r));
+    if (m_surface.clearcoat > 0.0F) {
+        const GgxTables::Shares coat = ggxTables().at(m_wo.z, m_surface.clearcoatRoughness);
+        m_belowCoat = 1.0F - m_surface.clearcoat * (coatF0 * coat.plain + coat.grazing);
+    }
     const float sheen = largest(m_surface.sheenColor);
     if (sheen > 0.0F)
         m_belowSheen =
@@ -69,12 +76,10 @@ void Bsdf::weighLayers() noexcept {
 // The chance of a lobe is about the light that it returns; any positive chance is right.
 void Bsdf::setChances() noexcept {
     const float base = m_belowCoat * m_belowSheen, color = luminance(m_surface.baseColor);
-    const float below = belowDielectric(m_wo), lost = lostByMirrors(m_wo);
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.roughness;
-    const float once =
-        luminance(m_f0) * tables.plain.at(m_wo.z, r) + m_f90 * tables.grazing.at(m_wo.z, r);
-    const float glass = m_glass > 0.0F ? m_surface.dielectric->at(m_wo.z, r) : 0.0F;
+    const float below = belowDielectric(m_out), lost = m_out.lost();
+    const float once = luminance(m_f0) * m_out.plain + m_f90 * m_out.grazing;
+    const float glass =
+        m_glass > 0.0F ? m_surface.dielectric->at(m_wo.z, m_surface.roughness) : 0.0F;
     m_chances[Coat] = 1.0F - m_belowCoat;
     m_chances[Mirror] = base * once;
     m_chances[Diffuse] = base * (m_opaque * below * color + lost * luminance(m_repeated) +
@@ -90,19 +95,14 @@ void Bsdf::setChances() noexcept {
         chance = sum > 0.0F ? chance / sum : 0.0F;
 }
 
-float Bsdf::lostByMirrors(const Vec3& w) const noexcept {
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.roughness;
-    return std::max(0.0F, 1.0F - tables.plain.at(w.z, r) - tables.grazing.at(w.z, r));
+GgxTables::Shares Bsdf::mirrored(const Vec3& w) const noexcept {
+    return ggxTables().at(w.z, m_surface.roughness);
 }
 
 // Returns the share of light that gets below the mirrors of a dielectric.
-float Bsdf::belowDielectric(const Vec3& w) const noexcept {
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.roughness;
-    return std::max(0.0F, 1.0F - m_dielectricF0 * tables.plain.at(w.z, r) -
-                              m_dielectricF90 * tables.grazing.at(w.z, r) -
-                              m_repeatedDielectric * lostByMirrors(w));
+float Bsdf::belowDielectric(const GgxTables::Shares& shares) const noexcept {
+    return std::max(0.0F, 1.0F - m_dielectricF0 * shares.plain - m_dielectricF90 * shares.grazing -
+                              m_repeatedDielectric * shares.lost());
 }
 
 float Bsdf::mirrorPdf(const Vec3& wi, float alpha) const noexcept {
@@ -118,23 +118,24 @@ float Bsdf::coatValue(const Vec3& wi) const noexcept {
            smithBothVisible(m_wo, wi, m_coatAlpha) / (4.0F * m_wo.z);
 }
 
-// The values of the opaque lobes of the base on the side of `wo`.
-Vec3 Bsdf::reflectedBase(const Vec3& wi) const noexcept {
+// The value of the mirrors of the base on the side of `wo`.
+Vec3 Bsdf::mirroredBase(const Vec3& wi, const GgxTables::Shares& in) const noexcept {
     const Vec3 h = normalized(m_wo + wi);
     const float weight = grazingWeight(dot(m_wo, h));
     const Vec3 f = m_f0 * (1.0F - weight) + gray(m_f90 * weight);
     Vec3 sum = f * (ggxDensity(h, m_alpha) * smithBothVisible(m_wo, wi, m_alpha) / (4.0F * m_wo.z));
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.roughness;
-    const float plain = tables.plain.mean(r), grazing = tables.grazing.mean(r);
-    const float meanLost = 1.0F - plain - grazing;
-    if (meanLost > 1e-6F)
-        sum += m_repeated * (lostByMirrors(m_wo) * lostByMirrors(wi) * wi.z / (pi * meanLost));
-    const float meanBelow =
-        1.0F - m_dielectricF0 * plain - m_dielectricF90 * grazing - m_repeatedDielectric * meanLost;
-    sum += m_surface.baseColor *
-           (m_opaque * belowDielectric(m_wo) * belowDielectric(wi) * wi.z / (pi * meanBelow));
+    const float meanLost = 1.0F - m_mean.plain - m_mean.grazing;
+    if (meanLost > 1e-6F) sum += m_repeated * (m_out.lost() * in.lost() * wi.z / (pi * meanLost));
     return sum;
+}
+
+// The value of the diffuse reflection below the mirrors.
+Vec3 Bsdf::scatteredBase(const Vec3& wi, const GgxTables::Shares& in) const noexcept {
+    const float meanBelow = 1.0F - m_dielectricF0 * m_mean.plain -
+                            m_dielectricF90 * m_mean.grazing -
+                            m_repeatedDielectric * (1.0F - m_mean.plain - m_mean.grazing);
+    return m_surface.baseColor *
+           (m_opaque * belowDielectric(m_out) * belowDielectric(in) * wi.z / (pi * meanBelow));
 }
 
 Bsdf::Value Bsdf::glassReflection(const Vec3& wi) const noexcept {
@@ -149,7 +150,8 @@ Bsdf::Value Bsdf::glassReflection(const Vec3& wi) const noexcept {
         meanLost > 1e-6F
             ? (1.0F - table.at(m_wo.z, r)) * (1.0F - table.at(wi.z, r)) * wi.z / (pi * meanLost)
             : 0.0F;
-    return {gray(once + std::max(0.0F, repeated)), f * mirrorPdf(wi, m_alpha)};
+    const Vec3 color = gray(once + std::max(0.0F, repeated));
+    return {color, color, f * mirrorPdf(wi, m_alpha)};
 }
 
 Bsdf::Value Bsdf::glassRefraction(const Vec3& wi) const noexcept {
@@ -161,19 +163,21 @@ Bsdf::Value Bsdf::glassRefraction(const Vec3& wi) const noexcept {
     const float passed = 1.0F - dielectricReflectance(cosOut, eta);
     const float change = eta * eta * -cosIn / sqr(cosOut + eta * cosIn);
     const float pdf = visibleNormalPdf(m_wo, h, m_alpha) * change * passed;
-    return {m_surface.baseColor * (pdf * smithVisible(wi, m_alpha)), pdf};
+    return {m_surface.baseColor * (pdf * smithVisible(wi, m_alpha)), {}, pdf};
 }
 
 Bsdf::Value Bsdf::reflection(const Vec3& wi) const noexcept {
     const float base = m_belowCoat * m_belowSheen;
     Value value;
-    value.color = reflectedBase(wi) * base;
+    const GgxTables::Shares in = mirrored(wi);
+    value.mirrored = mirroredBase(wi, in) * base;
     if (m_glass > 0.0F) {
         const Value glass = glassReflection(wi);
-        value.color += glass.color * (base * m_glass);
+        value.mirrored += glass.color * (base * m_glass);
         value.pdf += m_chances[Glass] * glass.pdf;
     }
-    if (m_surface.clearcoat > 0.0F) value.color += gray(m_surface.clearcoat * coatValue(wi));
+    if (m_surface.clearcoat > 0.0F) value.mirrored += gray(m_surface.clearcoat * coatValue(wi));
+    value.color = value.mirrored + scatteredBase(wi, in) * base;
     if (largest(m_surface.sheenColor) > 0.0F)
         value.color +=
             m_surface.sheenColor *
@@ -190,24 +194,22 @@ Bsdf::Value Bsdf::transmission(const Vec3& wi) const noexcept {
     Value value;
     if (m_glass > 0.0F) {
         const Value glass = glassRefraction(wi);
-        value = {glass.color * (base * m_glass), m_chances[Glass] * glass.pdf};
+        value = {glass.color * (base * m_glass), {}, m_chances[Glass] * glass.pdf};
     }
     if (m_thin == 0.0F) return value;
-    const Vec3 mirrored{wi.x, wi.y, -wi.z};
-    const Vec3 h = normalized(m_wo + mirrored);
+    const Vec3 opposite{wi.x, wi.y, -wi.z};
+    const Vec3 h = normalized(m_wo + opposite);
     const float weight = grazingWeight(dot(m_wo, h));
     const float passed = 1.0F - std::lerp(m_dielectricF0, m_dielectricF90, weight);
-    float sum = passed * ggxDensity(h, m_alpha) * smithBothVisible(m_wo, mirrored, m_alpha) /
+    float sum = passed * ggxDensity(h, m_alpha) * smithBothVisible(m_wo, opposite, m_alpha) /
                 (4.0F * m_wo.z);
-    const GgxTables& tables = ggxTables();
-    const float r = m_surface.roughness;
-    const float meanLost = 1.0F - tables.plain.mean(r) - tables.grazing.mean(r);
+    const float meanLost = 1.0F - m_mean.plain - m_mean.grazing;
     if (meanLost > 1e-6F)
-        sum += (1.0F - m_repeatedDielectric) * lostByMirrors(m_wo) * lostByMirrors(mirrored) *
-               mirrored.z / (pi * meanLost);
+        sum += (1.0F - m_repeatedDielectric) * m_out.lost() * mirrored(opposite).lost() *
+               opposite.z / (pi * meanLost);
     value.color += m_surface.baseColor * (base * m_thin * sum);
     value.pdf +=
-        m_chances[Thin] * std::lerp(mirrorPdf(mirrored, m_alpha), mirrored.z / pi, m_thinRepeated);
+        m_chances[Thin] * std::lerp(mirrorPdf(opposite, m_alpha), opposite.z / pi, m_thinRepeated);
     return value;
 }
 
@@ -248,7 +250,7 @@ Bsdf::Sample Bsdf::sample(Random& random) const noexcept {
     const Vec3 wi = sampleDirection(static_cast<Lobe>(lobe), random);
     const Value value = at(wi);
     if (!(value.pdf > 0.0F) || !std::isfinite(value.pdf)) return {};
-    return {wi, value.color / value.pdf, value.pdf};
+    return {wi, value.color / value.pdf, mirrorShare(value), value.pdf};
 }
 
 } // namespace qv::render::impl

@@ -36,6 +36,8 @@ public:
     struct Value {
         /// Multiplied by the cosine of `wi`.
         Vec3 color;
+        /// The part of the colour that mirrors reflect.
+        Vec3 mirrored;
         /// The density with which `sample` returns the direction.
         float pdf = 0.0F;
     };
@@ -43,6 +45,8 @@ public:
         Vec3 wi;
         /// The value by the density; black when there is no direction.
         Vec3 weight;
+        /// The share of the value, from 0 to 1, that mirrors reflect.
+        Vec3 mirror;
         float pdf = 0.0F;
     };
 
@@ -59,15 +63,16 @@ private:
     void setChances() noexcept;
     [[nodiscard]] Vec3 sampleDirection(Lobe lobe, Random& random) const noexcept;
     [[nodiscard]] Vec3 sampleGlass(Random& random) const noexcept;
-    [[nodiscard]] Vec3 reflectedBase(const Vec3& wi) const noexcept;
+    [[nodiscard]] Vec3 mirroredBase(const Vec3& wi, const GgxTables::Shares& in) const noexcept;
+    [[nodiscard]] Vec3 scatteredBase(const Vec3& wi, const GgxTables::Shares& in) const noexcept;
     [[nodiscard]] float coatValue(const Vec3& wi) const noexcept;
     [[nodiscard]] Value glassReflection(const Vec3& wi) const noexcept;
     [[nodiscard]] Value glassRefraction(const Vec3& wi) const noexcept;
     [[nodiscard]] Value reflection(const Vec3& wi) const noexcept;
     [[nodiscard]] Value transmission(const Vec3& wi) const noexcept;
     [[nodiscard]] float mirrorPdf(const Vec3& wi, float alpha) const noexcept;
-    [[nodiscard]] float lostByMirrors(const Vec3& w) const noexcept;
-    [[nodiscard]] float belowDielectric(const Vec3& w) const noexcept;
+    [[nodiscard]] GgxTables::Shares mirrored(const Vec3& w) const noexcept;
+    [[nodiscard]] float belowDielectric(const GgxTables::Shares& shares) const noexcept;
 
     const SurfaceValues& m_surface;
     Vec3 m_wo;
@@ -81,6 +86,9 @@ private:
     float m_opaque;
     float m_thin;
     float m_glass;
+    // The shares that mirrors return of light from `wo`, and of light from everywhere.
+    GgxTables::Shares m_out;
+    GgxTables::Shares m_mean;
     // The reflectance of the mirrors head on and at grazing angles, and of repeated reflection.
     Vec3 m_f0;
     float m_f90 = 0.0F;

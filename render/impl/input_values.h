@@ -36,6 +36,13 @@ public:
         tell(name);
         return absent;
     }
+    [[nodiscard]] Vec2 pair(const char* name, const Vec2& absent) const {
+        const math::Vec2d v = m_node[name].get<math::Vec2d>({{absent.x, absent.y}});
+        const Vec2 read{static_cast<float>(v[0]), static_cast<float>(v[1])};
+        if (std::isfinite(read.x) && std::isfinite(read.y)) return read;
+        tell(name);
+        return absent;
+    }
     /// Returns a direction of length 1.
     [[nodiscard]] Vec3 direction(const char* name, const Vec3& absent) const {
         const Vec3 read = vector(name, absent);

@@ -23,7 +23,9 @@ public:
           m_lights(lights) {}
 
     void read() {
-        m_light.color = m_values.color("color", gray(1)) * real("intensity", 1.0, 1e20);
+        const Vec3 color = m_values.color("color", gray(1));
+        const float intensity = real("intensity", 1.0, 1e20);
+        m_light.color = {color * intensity, m_values.color("specularColor", color) * intensity};
         m_light.castsShadows = m_values.flag("castShadows", true);
         m_light.place = placeOf(m_toWorld, {}, {0, 0, -1}, {0, 1, 0});
         if (m_node.isTypeOf("pointLight")) return readBall(LightShape::Sphere);
@@ -41,7 +43,7 @@ private:
 
     void add(LightShape shape) {
         m_light.shape = shape;
-        if (largest(m_light.color) > 0.0F) m_lights.push_back(m_light);
+        if (!m_light.color.isBlack()) m_lights.push_back(m_light);
     }
 
     void readCone(double inner, double outer, double most) {

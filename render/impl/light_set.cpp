@@ -26,7 +26,7 @@ float coneFactor(const Light& light, const Vec3& from) noexcept {
     return sqr((cosine - light.cosOuter) / (light.cosInner - light.cosOuter));
 }
 
-Vec3 ballRadiance(const Light& light, const Vec3& from) noexcept {
+LightColor ballRadiance(const Light& light, const Vec3& from) noexcept {
     return light.color * (coneFactor(light, from) / (pi * sqr(light.radius)));
 }
 
@@ -43,7 +43,7 @@ float sunOneMinusCos(const Light& light) noexcept {
     const float half = std::sin(light.halfAngle / 2.0F);
     return 2.0F * half * half;
 }
-Vec3 sunRadiance(const Light& light) noexcept {
+LightColor sunRadiance(const Light& light) noexcept {
     return light.color / (pi * sqr(std::sin(light.halfAngle)));
 }
 // A smaller disc counts as a point.
@@ -134,7 +134,7 @@ LightSet::LightSet(const RenderScene& scene) : m_scene(scene), m_shapes(scene.li
 }
 
 float LightSet::powerOf(const Light& light) const noexcept {
-    const float brightness = luminance(light.color), radius = m_scene.bounds.radius();
+    const float brightness = luminance(light.color.most()), radius = m_scene.bounds.radius();
     switch (light.shape) {
     case LightShape::Sphere:
         return brightness * 4.0F * pi;
@@ -265,7 +265,7 @@ float LightSet::pdfOf(const Instance& instance, u32 number, u32 triangle, const 
                      std::abs(dot(offset, normal)) / (distance * size));
 }
 
-Vec3 LightSet::skyColor(u32 number, const Vec3& direction) const noexcept {
+LightColor LightSet::skyColor(u32 number, const Vec3& direction) const noexcept {
     const Light& light = m_scene.lights[number];
     if (!light.texture) return light.color;
     const Vec2 at = skyPlace(light, direction);
@@ -306,8 +306,10 @@ void LightSet::visitShapes(const Ray& ray, const Vec3& from, bool isSeen,
         if (light.radius > 0.0F) {
             const Vec3 offset = light.place.origin - from;
             const float sin2 = sqr(light.radius) / dot(offset, offset);
-            if (sin2 < 1.0F)
-                visitor(ballRadiance(light, from), chance / coneSolidAngle(ballOneMinusCos(sin2)));
+            const LightColor color = ballRadiance(light, from);
+            // A spot is not seen from outside its cone.
+            if (sin2 < 1.0F && !color.isBlack())
+                visitor(color, chance / coneSolidAngle(ballOneMinusCos(sin2)));
             return;
         }
         const float cosine = std::abs(dot(ray.direction, light.place.z));

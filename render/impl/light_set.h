@@ -14,7 +14,7 @@ struct LightSample {
     Vec3 direction;
     float distance = std::numeric_limits<float>::infinity();
     /// The radiance, or the irradiance of a light without extent.
-    Vec3 color;
+    LightColor color;
     /// With respect to the solid angle; 0 when there is no light.
     float pdf = 0.0F;
     /// No ray meets the light by chance: it has no extent, or shines through everything.
@@ -35,7 +35,7 @@ public:
 
     /// Gets the radiance of a light on a ray, and the density with which `sample` at `from`, a
     /// point behind the start of the ray, picks this direction.
-    using Visitor = std::function<void(const Vec3& color, float pdf)>;
+    using Visitor = std::function<void(const LightColor& color, float pdf)>;
     /// Visits the lights that the ray meets before its end, and those at infinity if it has none.
     /// `isSeen` tells that the camera sees the ray.
     void visit(const Ray& ray, const Vec3& from, bool isSeen, const Visitor& visitor) const;
@@ -64,7 +64,7 @@ private:
     [[nodiscard]] LightSample sampleSky(u32 number, Random& random) const noexcept;
     void visitShapes(const Ray& ray, const Vec3& from, bool isSeen, const Visitor& visitor) const;
     void visitInfinite(const Ray& ray, bool isSeen, const Visitor& visitor) const;
-    [[nodiscard]] Vec3 skyColor(u32 number, const Vec3& direction) const noexcept;
+    [[nodiscard]] LightColor skyColor(u32 number, const Vec3& direction) const noexcept;
     [[nodiscard]] float skyPdf(u32 number, const Vec3& direction) const noexcept;
 
     const RenderScene& m_scene;

@@ -39,7 +39,21 @@ private:
             const String own = node["wrap" + String(side)].get<String>("repeat");
             return wrapNamed(m_node[String(name) + "Wrap" + side].get<String>(own).view());
         };
-        return {m_textures.find(node, m_findings), wrap("U"), wrap("V")};
+        return {m_textures.find(node, m_findings), wrap("U"), wrap("V"), uvSet(name),
+                transform(name)};
+    }
+
+    [[nodiscard]] u32 uvSet(const String& texture) const {
+        const String name = texture + "UvChannel";
+        return static_cast<u32>(m_values.real(name.buf(), 0.0, 0.0, mostUvSets - 1));
+    }
+
+    [[nodiscard]] UvTransform transform(const String& texture) const {
+        const auto pair = [&](const char* input, float absent) {
+            return m_values.pair((texture + input).buf(), {absent, absent});
+        };
+        const float angle = m_values.real((texture + "UvRotation").buf(), 0.0, -1e6, 1e6);
+        return {pair("UvOffset", 0.0F), pair("UvScale", 1.0F), std::sin(angle), std::cos(angle)};
     }
 
     void readBase() {
@@ -53,6 +67,7 @@ private:
         m_made.roughness = real("roughness", 0.5, 1.0);
         m_made.roughnessTexture = texture("roughnessTexture");
         m_made.normalTexture = texture("normalTexture");
+        m_made.normalScale = m_values.real("normalTextureScale", 1.0, -1e3, 1e3);
         m_made.ior = m_values.real("ior", 1.5, 1.0, 10.0);
     }
 

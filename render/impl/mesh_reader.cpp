@@ -38,9 +38,9 @@ public:
         }
         readVectors("normals", m_mesh.normals);
         readVectors("tangents", m_mesh.tangents);
-        readValues<math::Vec2f>("uvs", m_mesh.uvs, [](const math::Vec2f& uv) {
-            return Vec2{uv[0], uv[1]};
-        });
+        readVectors("bitangents", m_mesh.bitangents);
+        for (u32 set = 0; set < mostUvSets; ++set)
+            readUvs(set);
         readValues<math::Rgbaf>("colors", m_mesh.colors, [](const math::Rgbaf& c) {
             const Vec3 color{c[0], c[1], c[2]};
             return Vec4{isFinite(color) ? color : gray(1), std::isfinite(c[3]) ? c[3] : 1.0F};
@@ -139,6 +139,16 @@ private:
         out.reserve(values.size());
         for (const From& value : values)
             out.push_back(convert(value));
+    }
+
+    // The sets are called "uvs", "uvs1", "uvs2" and so on.
+    void readUvs(u32 set) {
+        const String name = set == 0 ? String("uvs") : String::format("uvs%u", set);
+        if (!m_node[name]) return;
+        m_mesh.uvs.resize(set + 1);
+        readValues<math::Vec2f>(name.buf(), m_mesh.uvs[set], [](const math::Vec2f& uv) {
+            return Vec2{uv[0], uv[1]};
+        });
     }
 
     // A vector that is no direction becomes zero, which stands for none.

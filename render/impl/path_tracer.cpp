@@ -60,8 +60,8 @@ private:
         // Beyond what the camera sees there are still the lights at infinity.
         ray.far = hit ? hit->distance : std::numeric_limits<float>::infinity();
         const bool isSeen = m_bounces == 0;
-        m_traced.lights().visit(ray, m_from, isSeen, [&](const Vec3& color, float pdf) {
-            m_made.color += m_throughput * color * weight(pdf);
+        m_traced.lights().visit(ray, m_from, isSeen, [&](const LightColor& color, float pdf) {
+            m_made.color += m_throughput * color.at(m_mirror) * weight(pdf);
             if (isSeen) m_made.alpha = 1.0F;
         });
     }
@@ -97,6 +97,7 @@ private:
         const Vec3 direction = normalized(point.frame.toWorld(sample.wi));
         if (!(sample.pdf > 0.0F) || !isOnItsSide(point, direction, sample.wi)) return false;
         m_throughput *= sample.weight;
+        m_mirror = sample.mirror;
         m_ray = point.ray(direction);
         m_from = point.position;
         m_pdf = sample.pdf;
@@ -112,7 +113,7 @@ private:
 
     void addLight(const SurfacePoint& point, const Bsdf& bsdf) {
         const LightSample light = m_traced.lights().sample(point.position, m_random);
-        if (!(light.pdf > 0.0F) || light.color == Vec3()) return;
+        if (!(light.pdf > 0.0F) || light.color.isBlack()) return;
         const Vec3 local = point.frame.toLocal(light.direction);
         if (!isOnItsSide(point, light.direction, local)) return;
         const Bsdf::Value value = bsdf.at(local);
@@ -121,7 +122,9 @@ private:
         ray.far = light.distance * (1.0F - 1e-4F);
         const float visible = light.castsShadows ? m_traced.visibility(ray) : 1.0F;
         const float weight = light.isOnlySampled ? 1.0F : misWeight(light.pdf, value.pdf);
-        m_made.color += m_throughput * value.color * light.color * (visible * weight / light.pdf);
+        const Vec3 color = light.color.plain * (value.color - value.mirrored) +
+                           light.color.mirrored * value.mirrored;
+        m_made.color += m_throughput * color * (visible * weight / light.pdf);
     }
 
     // Ends dark paths by chance (Arvo and Kirk, 1990); the others stand for them.
@@ -142,6 +145,8 @@ private:
     PixelSample m_made;
     Ray m_ray;
     Vec3 m_throughput = gray(1);
+    // The share of the throughput that mirrors reflected last.
+    Vec3 m_mirror;
     // The point that the ray was scattered at, and the density of its direction there. No light
     // could have been looked for from the camera.
     Vec3 m_from;

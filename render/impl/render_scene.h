@@ -2,9 +2,11 @@
 
 #include "kelvo/sdk/snapshot.h"
 #include "render/finding.h"
+#include "render/impl/light_color.h"
 #include "render/impl/texture.h"
 #include "render/impl/transform.h"
 #include "render/impl/triangulation.h"
+#include "render/impl/uv_transform.h"
 
 #include <limits>
 #include <memory>
@@ -38,12 +40,21 @@ struct Mesh {
     std::vector<Triangle> triangles;
     std::vector<Vec3> normals;
     std::vector<Vec3> tangents;
-    std::vector<Vec2> uvs;
+    std::vector<Vec3> bitangents;
+    /// Sets of texture coordinates, by number; an empty one is absent.
+    std::vector<std::vector<Vec2>> uvs;
     /// Colour and opacity.
     std::vector<Vec4> colors;
     /// Of the triangles.
     Box bounds;
+
+    [[nodiscard]] bool hasUvs(u32 set) const noexcept {
+        return set < uvs.size() && !uvs[set].empty();
+    }
 };
+
+/// Models have no more sets of texture coordinates.
+inline constexpr u32 mostUvSets = 8;
 
 enum class AlphaMode : u32 { Opaque, Mask, Blend };
 
@@ -52,6 +63,9 @@ struct TextureUse {
     std::shared_ptr<const Texture> texture;
     Wrap wrapU = Wrap::Repeat;
     Wrap wrapV = Wrap::Repeat;
+    /// The number of the texture coordinates.
+    u32 uvSet = 0;
+    UvTransform transform;
 };
 
 struct Material {
@@ -76,9 +90,17 @@ struct Material {
     TextureUse metallicTexture;
     TextureUse roughnessTexture;
     TextureUse normalTexture;
+    /// How far the normal texture bends normals.
+    float normalScale = 1.0F;
     TextureUse opacityTexture;
     TextureUse emissiveTexture;
 };
+
+/// Returns all uses of textures by a material.
+[[nodiscard]] inline std::array<const TextureUse*, 6> textureUses(const Material& m) noexcept {
+    return {&m.baseColorTexture, &m.metallicTexture, &m.roughnessTexture,
+            &m.normalTexture,    &m.opacityTexture,  &m.emissiveTexture};
+}
 
 /// A mesh at a place.
 struct Instance {
@@ -94,7 +116,7 @@ enum class LightShape : u32 { Sphere, Spot, Sun, Rectangle, Ellipse, Sky };
 struct Light {
     LightShape shape = LightShape::Sphere;
     /// Intensity of a sphere or spot, irradiance of a sun, radiance of an area or a sky.
-    Vec3 color;
+    LightColor color;
     bool castsShadows = true;
     /// Along -z the light shines; the lengths of x and y are half the extent of an area.
     Transform place;

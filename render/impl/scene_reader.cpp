@@ -24,6 +24,15 @@ void addCorners(const Box& box, const Transform& toWorld, Box& bounds) {
                                   (i & 4) != 0 ? box.max.z : box.min.z}));
 }
 
+void findMissingUvs(const SnapshotNode& node, const Mesh& mesh, const Material& material,
+                    FindingList& findings) {
+    for (const TextureUse* use : textureUses(material))
+        if (use->texture && !mesh.hasUvs(use->uvSet))
+            findings.add(node, String::format("The mesh has no texture coordinates with the "
+                                              "number %u, which its material uses.",
+                                              use->uvSet));
+}
+
 std::vector<NodeNumber> dependenciesOf(const SnapshotNode& node) {
     std::vector<NodeNumber> numbers;
     for (const SnapshotNode& used : node.dependencies())
@@ -109,7 +118,9 @@ void SceneReader::addInstance(const SnapshotNode& node, const Transform& toWorld
         return findings.add(node, "The mesh is too large or too far away.");
     scene.bounds.add(box.min);
     scene.bounds.add(box.max);
-    scene.instances.push_back({geometry, material(node, findings), toWorld, node.number()});
+    const std::shared_ptr<const Material> look = material(node, findings);
+    findMissingUvs(node, *geometry, *look, findings);
+    scene.instances.push_back({geometry, look, toWorld, node.number()});
 }
 
 } // namespace qv::render::impl

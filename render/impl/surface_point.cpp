@@ -32,10 +32,6 @@ Vec4 interpolated(const std::vector<Vec4>& values, const Triangle& t, const Vec2
             a.alpha * w0 + b.alpha * w.x + c.alpha * w.y};
 }
 
-Vec4 valueOf(const TextureUse& use, const Vec2& uv, Meaning meaning) noexcept {
-    return use.texture ? use.texture->at(uv.x, uv.y, use.wrapU, use.wrapV, meaning) : Vec4();
-}
-
 /// Looks up the values of the material at one point.
 class MaterialLook {
 public:
@@ -44,13 +40,12 @@ public:
           m_mesh(*instance.mesh),
           m_triangle(m_mesh.triangles[hit.triangle]),
           m_weights(hit.weights),
-          m_uv(interpolated(m_mesh.uvs, m_triangle, m_weights, Vec2())),
-          m_base(valueOf(m_material.baseColorTexture, m_uv, Meaning::Colors)),
+          m_base(valueOf(m_material.baseColorTexture, Meaning::Colors)),
           m_vertex(interpolated(m_mesh.colors, m_triangle, m_weights, Vec4())) {}
 
     [[nodiscard]] float opacity() const noexcept {
         if (m_material.alphaMode == AlphaMode::Opaque) return 1.0F;
-        const Vec4 own = valueOf(m_material.opacityTexture, m_uv, Meaning::Numbers);
+        const Vec4 own = valueOf(m_material.opacityTexture, Meaning::Numbers);
         const float value =
             m_material.opacity * m_base.alpha * m_vertex.alpha * std::min(own.color.x, own.alpha);
         if (m_material.alphaMode == AlphaMode::Mask)
@@ -60,15 +55,14 @@ public:
 
     [[nodiscard]] Vec3 emission() const noexcept {
         if (m_material.emission == Vec3()) return {};
-        return m_material.emission *
-               valueOf(m_material.emissiveTexture, m_uv, Meaning::Colors).color;
+        return m_material.emission * valueOf(m_material.emissiveTexture, Meaning::Colors).color;
     }
 
     // Metal is in the blue channel and roughness in the green one, as pictures that hold both have
     // them; in a gray picture all channels are equal.
     [[nodiscard]] SurfaceValues values() const noexcept {
         const auto number = [&](const TextureUse& use) {
-            return valueOf(use, m_uv, Meaning::Numbers).color;
+            return valueOf(use, Meaning::Numbers).color;
         };
         const Vec3 color = m_material.baseColor * m_base.color * m_vertex.color;
         const auto share = [](float value) { return std::clamp(value, 0.0F, 1.0F); };
@@ -88,22 +82,36 @@ public:
     /// Returns the normal in the space of the mesh; zero when only the triangle has one.
     [[nodiscard]] Vec3 normal() const noexcept {
         const Vec3 smooth = interpolated(m_mesh.normals, m_triangle, m_weights, Vec3());
-        if (!m_material.normalTexture.texture || m_mesh.uvs.empty()) return smooth;
+        const TextureUse& use = m_material.normalTexture;
+        if (!use.texture || !m_mesh.hasUvs(use.uvSet)) return smooth;
         const Vec3 base = normalized(smooth == Vec3() ? faceNormal() : smooth);
         const Vec3 tangent = tangentAlong(base);
         if (tangent == Vec3()) return smooth;
-        const Vec3 across = cross(base, tangent) * handedness(base);
-        const Vec3 bent =
-            valueOf(m_material.normalTexture, m_uv, Meaning::Numbers).color * 2.0F - gray(1);
-        return tangent * bent.x + across * bent.y + base * bent.z;
+        const Vec3 across = acrossFrom(tangent, base);
+        const Vec3 bent = valueOf(use, Meaning::Numbers).color * 2.0F - gray(1);
+        const Vec2 slope = use.transform.direction({bent.x, bent.y});
+        const float scale = m_material.normalScale;
+        return tangent * (slope.x * scale) + across * (slope.y * scale) + base * bent.z;
     }
 
 private:
+    // Without texture coordinates the picture is seen at its lower left corner.
+    [[nodiscard]] Vec4 valueOf(const TextureUse& use, Meaning meaning) const noexcept {
+        if (!use.texture) return {};
+        const Vec2 own = m_mesh.hasUvs(use.uvSet)
+                             ? interpolated(m_mesh.uvs[use.uvSet], m_triangle, m_weights, Vec2())
+                             : Vec2();
+        const Vec2 uv = use.transform.at(own);
+        return use.texture->at(uv.x, uv.y, use.wrapU, use.wrapV, meaning);
+    }
+    [[nodiscard]] const std::vector<Vec2>& normalUvs() const noexcept {
+        return m_mesh.uvs[m_material.normalTexture.uvSet];
+    }
     [[nodiscard]] Vec3 edge(u32 corner) const noexcept {
         return m_mesh.positions[m_triangle[corner]] - m_mesh.positions[m_triangle[0]];
     }
     [[nodiscard]] Vec2 uvEdge(u32 corner) const noexcept {
-        const Vec2 &a = m_mesh.uvs[m_triangle[0]], &b = m_mesh.uvs[m_triangle[corner]];
+        const Vec2 &a = normalUvs()[m_triangle[0]], &b = normalUvs()[m_triangle[corner]];
         return {b.x - a.x, b.y - a.y};
     }
     [[nodiscard]] float uvArea() const noexcept {
@@ -121,24 +129,26 @@ private:
         }
         return normalized(along - normal * dot(along, normal), Vec3());
     }
-    // Returns -1 where the picture is mirrored on the surface.
-    [[nodiscard]] float handedness(const Vec3& normal) const noexcept {
+    // Returns the direction in which v grows, at a right angle to both; the other way round where
+    // the picture is mirrored on the surface.
+    [[nodiscard]] Vec3 acrossFrom(const Vec3& tangent, const Vec3& normal) const noexcept {
+        const Vec3 across = cross(normal, tangent);
+        const Vec3 given = interpolated(m_mesh.bitangents, m_triangle, m_weights, Vec3());
+        if (!(given == Vec3())) return dot(across, given) < 0.0F ? -across : across;
         const bool isMirrored = uvArea() < 0.0F, isTurned = dot(faceNormal(), normal) < 0.0F;
-        return isMirrored == isTurned ? 1.0F : -1.0F;
+        return isMirrored == isTurned ? across : -across;
     }
 
     const Material& m_material;
     const Mesh& m_mesh;
     const Triangle& m_triangle;
     Vec2 m_weights;
-    Vec2 m_uv;
     Vec4 m_base;
     Vec4 m_vertex;
 };
 
 // Returns the normal of a triangle. A mirror image turns its corners round, but not its front.
-Vec3 frontOf(const Instance& instance, u32 triangle) noexcept {
-    const auto corners = worldCorners(instance, triangle);
+Vec3 frontOf(const Instance& instance, const std::array<Vec3, 3>& corners) noexcept {
     const Vec3 normal = cross(corners[1] - corners[0], corners[2] - corners[0]);
     return normalized(instance.toWorld.determinant() < 0.0F ? -normal : normal);
 }
@@ -167,7 +177,8 @@ std::array<Vec3, 3> worldCorners(const Instance& instance, u32 triangle) noexcep
 }
 
 Vec3 emissionAt(const Instance& instance, const Ray& ray, const Hit& hit) noexcept {
-    const bool isFront = dot(frontOf(instance, hit.triangle), ray.direction) < 0.0F;
+    const bool isFront =
+        dot(frontOf(instance, worldCorners(instance, hit.triangle)), ray.direction) < 0.0F;
     if (!isFront && !instance.material->twoSided) return {};
     const MaterialLook look(instance, hit);
     return look.emission() * look.opacity();
@@ -185,7 +196,7 @@ SurfacePoint surfaceAt(const Instance& instance, const PreparedMaterial& prepare
     const MaterialLook look(instance, hit);
     SurfacePoint point;
     point.position = corners[0] + a * hit.weights.x + b * hit.weights.y;
-    const Vec3 front = frontOf(instance, hit.triangle);
+    const Vec3 front = frontOf(instance, corners);
 
     point.isFront = dot(front, ray.direction) < 0.0F;
     point.faceNormal = point.isFront ? front : -front;

@@ -87,6 +87,25 @@ TEST(PictureFile, FileThatCannotBeWritten_IsAFailure) {
     }
 }
 
+TEST(PictureFile, FullDisk_IsAFailureThatKeepsTheOldPicture) {
+    const PictureFolder folder;
+    Picture large = twoPixels();
+    large.width = large.height = 64;
+    large.color.resize(u64{64} * 64 * 4, 0.3F);
+    for (const char* extension : {".png", ".exr"})
+        for (const Picture& picture : {twoPixels(), large}) {
+            folder.writeText(std::string("a") + extension, "old");
+            const String path = folder.path() + "/a" + extension;
+            const String part = folder.path() + "/a.part" + extension;
+            std::filesystem::create_symlink("/dev/full", part.buf());
+            const auto result = writePicture(picture, {path, {}, ""});
+            EXPECT_FALSE(result) << extension;
+            EXPECT_NE(result.message().view().find(path.view()), std::string_view::npos);
+            EXPECT_EQ(folder.bytesOf(std::string("a") + extension), "old");
+            EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(part.buf())));
+        }
+}
+
 TEST(PictureFile, FileThatCannotBeReplaced_Stays) {
     const PictureFolder folder;
     const String path = folder.path() + "/a.png";

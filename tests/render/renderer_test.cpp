@@ -160,6 +160,50 @@ TEST(Renderer, ImpossibleSizes_AreFailures) {
     }
 }
 
+TEST(Renderer, VeryManyLights_DoNotHang) {
+    for (const std::string type : {"light", "sunLight", "skyLight"}) {
+        std::string text = tests::square + flatCamera;
+        for (u32 i = 0; i < 100000; ++i)
+            text += "node " + type + " \"l" + std::to_string(i) +
+                    "\" {\n    Real intensity = 1e-4\n    Pos3 position = (0 0 3)\n}\n";
+        RenderSettings settings = small();
+        settings.width = settings.height = 4;
+        const auto snapshot = snapshotOf(text);
+        const auto start = std::chrono::steady_clock::now();
+        Renderer renderer(snapshot, settings);
+        EXPECT_TRUE(renderer.render(samples(2)));
+        EXPECT_GT(renderer.picture().color[0], 0.01F) << type;
+        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+        EXPECT_LT(spent.count(), 10.0) << type;
+    }
+}
+
+TEST(Renderer, BadGeometry_IsRenderedWithoutIt) {
+    const char* meshes[] = {
+        "",
+        "    Buffer<Pos3f> positions = [(nan 0 0) (1 0 0) (0 1 0)]\n"
+        "    Buffer<UInt32> indices = [0 1 2]\n",
+        "    Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (2 0 0)]\n"
+        "    Buffer<UInt32> indices = [0 1 2]\n",
+        "    Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (0 1 0)]\n"
+        "    Buffer<UInt32> indices = [0 1 4294967295]\n",
+        "    Buffer<Pos3f> positions = [(0 0 0) (1e38 0 0) (0 1e38 0)]\n"
+        "    Buffer<UInt32> indices = [0 1 2]\n",
+        "    Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (0 1 0)]\n"
+        "    Buffer<UInt32> indices = [0 1 2]\n    Buffer<UInt32> faceCounts = [4294967295]\n",
+    };
+    const Picture expected = pictureOf(snapshotOf(square + flatCamera), 1);
+    for (const char* mesh : meshes) {
+        const std::string bad = std::string("node mesh \"bad\" {\n") + mesh + "}\n";
+        Renderer renderer(snapshotOf(square + flatCamera + bad), small());
+        EXPECT_TRUE(renderer.render(samples(4)));
+        EXPECT_EQ(renderer.picture().color, expected.color) << mesh;
+        const Texts findings = textsOf(renderer.findings());
+        ASSERT_FALSE(findings.empty()) << mesh;
+        EXPECT_EQ(findings[0].substr(0, 5), "bad: ") << mesh;
+    }
+}
+
 TEST(Renderer, EmptyScene_GivesAnEmptyPicture) {
     const Picture picture = pictureOf(snapshotOf(flatCamera), 1);
     for (const float value : picture.color)

@@ -159,5 +159,16 @@ TEST(Bsdf, ClearGlass_BendsLightBySnellsLaw) {
     EXPECT_GT(refractedCount, 80U);
 }
 
+TEST(Bsdf, MirroredPart_IsAllOfMetalAndNoneOfCloth) {
+    const Vec3 wo = direction(0.7F), wi = direction(0.6F, 1.0F);
+    const SurfaceValues metalSurface = whiteOf("metal", 0.5F);
+    const Bsdf::Value metal = Bsdf(metalSurface, wo).at(wi);
+    EXPECT_EQ(metal.mirrored, metal.color);
+    SurfaceValues dull = whiteOf("sheen", 0.5F);
+    dull.ior = 1.0F;
+    EXPECT_LT(Bsdf(dull, wo).at(wi).mirrored.x, 1e-4F);
+    EXPECT_GT(Bsdf(dull, wo).at(wi).color.x, 0.05F);
+}
+
 } // namespace
 } // namespace qv::render::impl

@@ -54,6 +54,15 @@ TEST_F(LightReaderTest, Types_GiveShapes) {
     EXPECT_TRUE(read("mesh", "").empty());
 }
 
+TEST_F(LightReaderTest, SpecularColor_IsTheColorWithoutOne) {
+    const auto plain = read("light", "Rgba color = (1 0.5 0 1)\nReal intensity = 4\n");
+    ASSERT_EQ(plain.size(), 1U);
+    EXPECT_EQ(plain[0].color.mirrored, (Vec3{4, 2, 0}));
+    const auto other = read("light", "Rgba color = (0 0 0 1)\nRgba specularColor = (0 1 0 1)\n");
+    ASSERT_EQ(other.size(), 1U);
+    EXPECT_EQ(other[0].color, LightColor({}, {0, 1, 0}));
+}
+
 TEST_F(LightReaderTest, Color_IsMultipliedByTheIntensity) {
     const auto lights = read("pointLight", "Rgba color = (1 0.5 0 1)\nReal intensity = 4\n");
     ASSERT_EQ(lights.size(), 1U);

@@ -79,5 +79,28 @@ TEST_F(MaterialReaderTest, Absorption_LeavesTheColorAtTheDistance) {
     EXPECT_EQ(made.absorption.y, 0.0F);
 }
 
+TEST_F(MaterialReaderTest, TextureCoordinates_AreChosenAndTransformed) {
+    const TextureUse use = read("Node baseColorTexture = picture\n"
+                                "Int baseColorTextureUvChannel = 1\n"
+                                "Vec2 baseColorTextureUvOffset = (0.5 1)\n"
+                                "Vec2 baseColorTextureUvScale = (2 -3)\n"
+                                "Real baseColorTextureUvRotation = 1.5\n")
+                               .baseColorTexture;
+    EXPECT_EQ(use.uvSet, 1U);
+    EXPECT_EQ(use.transform, (UvTransform{{0.5F, 1}, {2, -3}, std::sin(1.5F), std::cos(1.5F)}));
+    EXPECT_EQ(m_findings, Texts());
+}
+
+TEST_F(MaterialReaderTest, TextureCoordinatesOutOfRange_AreFindings) {
+    const TextureUse use = read("Node baseColorTexture = picture\n"
+                                "Int baseColorTextureUvChannel = 8\n"
+                                "Vec2 baseColorTextureUvOffset = (nan 1)\n"
+                                "Real baseColorTextureUvRotation = inf\n")
+                               .baseColorTexture;
+    EXPECT_EQ(use.uvSet, 7U);
+    EXPECT_EQ(use.transform.offset, Vec2());
+    EXPECT_EQ(m_findings.size(), 3U);
+}
+
 } // namespace
 } // namespace qv::render::impl

@@ -88,13 +88,25 @@ TEST(MeshReader, ValuesAtVertices_AreReadOrLeftOut) {
     ASSERT_TRUE(good.mesh);
     EXPECT_EQ(good.findings, Texts());
     EXPECT_EQ(good.mesh->normals, (std::vector<Vec3>{{0, 0, 1}, {}, {}}));
-    EXPECT_EQ(good.mesh->uvs[2], (Vec2{1, 1}));
+    EXPECT_EQ(good.mesh->uvs.at(0)[2], (Vec2{1, 1}));
     EXPECT_EQ(good.mesh->colors[2], (Vec4{{0, 0, 1}, 0.5F}));
     const auto bad = read(triangle + "Buffer<Vec2f> uvs = [(0 0)]\n");
     ASSERT_TRUE(bad.mesh);
-    EXPECT_TRUE(bad.mesh->uvs.empty());
+    EXPECT_FALSE(bad.mesh->hasUvs(0));
     EXPECT_EQ(bad.findings,
               Texts{"m: The number of \"uvs\" is not that of the positions; they are not used."});
+}
+
+TEST(MeshReader, SetsOfTextureCoordinates_AreReadByNumber) {
+    const auto read2 = read("Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (1 1 0)]\n"
+                            "Buffer<UInt32> indices = [0 1 2]\n"
+                            "Buffer<Vec2f> uvs2 = [(0 0) (1 0) (1 4)]\n");
+    ASSERT_TRUE(read2.mesh);
+    EXPECT_FALSE(read2.mesh->hasUvs(0));
+    EXPECT_FALSE(read2.mesh->hasUvs(1));
+    ASSERT_TRUE(read2.mesh->hasUvs(2));
+    EXPECT_EQ(read2.mesh->uvs[2][2], (Vec2{1, 4}));
+    EXPECT_FALSE(read2.mesh->hasUvs(3));
 }
 
 } // namespace

@@ -292,5 +292,104 @@ node texture "bump" {
     EXPECT_GT(normal.z, 0.0F);
 }
 
+// The square with texture coordinates from 0 to 1 twice, the second set mirrored, and a picture
+// that is red on the left and green on the right.
+std::string pictured(const std::string& inputs) {
+    return square.substr(0, square.size() - 2) + R"(
+    Buffer<Vec2f> uvs = [(0 0) (1 0) (1 1) (0 1)]
+    Buffer<Vec2f> uvs1 = [(1 0) (0 0) (0 1) (1 1)]
+    Node material = s
+}
+node material "s" {
+    Node baseColorTexture = halves
+)" + inputs +
+           R"(
+}
+node texture "halves" {
+    UInt width = 2
+    UInt height = 1
+    String filter = "nearest"
+    Buffer<Rgba8> pixels = [(255 0 0 255) (0 255 0 255)]
+}
+)";
+}
+
+TEST(PathTracer, TextureCoordinates_AreTheChosenOnesTransformed) {
+    const Vec3 red{albedo, 0, 0}, green{0, albedo, 0};
+    const struct {
+        const char* inputs;
+        Vec3 left, right, top;
+    } cases[] = {
+        {"", red, green, red},
+        {"Int baseColorTextureUvChannel = 1\n", green, red, green},
+        {"Vec2 baseColorTextureUvOffset = (0.5 0)\n", green, red, green},
+        {"Vec2 baseColorTextureUvScale = (0.5 1)\n", red, red, red},
+        {"Real baseColorTextureUvRotation = 1.5707963\n", red, red, green},
+    };
+    for (const auto& [inputs, left, right, top] : cases) {
+        const Traced scene(pictured(inputs));
+        EXPECT_EQ(scene.at(-0.7F, -0.1F).albedo, left) << inputs;
+        EXPECT_EQ(scene.at(0.7F, -0.1F).albedo, right) << inputs;
+        EXPECT_EQ(scene.at(-0.2F, 0.7F).albedo, top) << inputs;
+    }
+}
+
+TEST(PathTracer, NormalTexture_FollowsScaleRotationAndBitangents) {
+    const std::string bump = R"(
+    Node normalTexture = bump
+}
+node texture "bump" {
+    UInt width = 1
+    UInt height = 1
+    Buffer<Rgba8> pixels = [(255 128 128 255)]
+}
+)";
+    const std::string tilted = R"(
+    Node normalTexture = bump
+}
+node texture "bump" {
+    UInt width = 1
+    UInt height = 1
+    Buffer<Rgba8> pixels = [(128 218 218 255)]
+}
+)";
+    const std::string sheetOf = square.substr(0, square.size() - 2) +
+                                "    Buffer<Vec2f> uvs = [(0 0) (1 0) (1 1) (0 1)]\n"
+                                "    Node material = s\n";
+    const std::string material = "}\nnode material \"s\" {\n";
+    const auto normalOf = [&](const std::string& mesh, const std::string& inputs) {
+        return Traced(sheetOf + mesh + material + inputs).at(0.2F, 0.1F).normal;
+    };
+    EXPECT_GT(normalOf("", "Real normalTextureUvRotation = 1.5707963\n" + bump).y, 0.99F);
+    EXPECT_LT(normalOf("", "Vec2 normalTextureUvScale = (-1 1)\n" + bump).x, -0.99F);
+    EXPECT_NEAR(normalOf("", "Real normalTextureScale = 0\n" + tilted).z, 1.0F, 1e-3F);
+    EXPECT_GT(normalOf("", tilted).y, 0.6F);
+    EXPECT_LT(
+        normalOf("    Buffer<Vec3f> bitangents = [(0 -1 0) (0 -1 0) (0 -1 0) (0 -1 0)]\n", tilted)
+            .y,
+        -0.6F);
+}
+
+TEST(PathTracer, SpecularColor_IsThatOfTheLightInMirrors) {
+    const auto seen = [](const std::string& material, const std::string& lamp) {
+        return Traced(ball(material) + node("light", lamp)).at(0, 0, 4000).color;
+    };
+    const std::string colors = "Rgba color = (1 0 0 1)\nRgba specularColor = (0 0 1 1)\n";
+    const std::string metal = "Real metallic = 1\nReal roughness = 0.4\n";
+    for (const std::string shape :
+         {"Pos3 position = (0 0 4)\n",
+          "String shape = \"area\"\nPos3 position = (0 0 4)\nVec2 size = (2 2)\n",
+          "String shape = \"ambient\"\n"}) {
+        const std::string lamp = "String shape = \"point\"\n";
+        const std::string whole = (shape.find("shape") == std::string::npos ? lamp : "") + shape;
+        const Vec3 mirror = seen(metal, whole + colors);
+        EXPECT_EQ(mirror.x, 0.0F) << shape;
+        EXPECT_GT(mirror.z, 0.0F) << shape;
+        const Vec3 dull = seen(chalk, whole + colors);
+        EXPECT_GT(dull.x, 0.0F) << shape;
+        EXPECT_LT(dull.z, 0.01F * dull.x) << shape;
+    }
+}
+
 } // namespace
 } // namespace qv::render::impl

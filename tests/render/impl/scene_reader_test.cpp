@@ -30,6 +30,33 @@ node xform "b" {
     EXPECT_EQ(scene.bounds.max, (Vec3{6, 1, 0}));
 }
 
+TEST(SceneReader, MissingTextureCoordinates_AreAFinding) {
+    const auto findings = [](const std::string& use) {
+        const auto snapshot = snapshotOf(R"(
+node mesh "m" {
+    Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (0 1 0)]
+    Buffer<UInt32> indices = [0 1 2]
+    Buffer<Vec2f> uvs = [(0 0) (1 0) (0 1)]
+    Node material = paint
+}
+node material "paint" {
+    Node baseColorTexture = dot
+    Int baseColorTextureUvChannel = )" + use +
+                                         R"(
+}
+node texture "dot" {
+    UInt width = 1
+    UInt height = 1
+    Buffer<Rgba8> pixels = [(1 2 3 4)]
+}
+)");
+        return textsOf(SceneReader("").read(snapshot).findings);
+    };
+    EXPECT_EQ(findings("0"), Texts());
+    EXPECT_EQ(findings("1"), Texts{"m: The mesh has no texture coordinates with the number 1, "
+                                   "which its material uses."});
+}
+
 TEST(SceneReader, Camera_IsPlacedByItsTransform) {
     const auto snapshot = snapshotOf(R"(
 node xform "a" {

@@ -106,5 +106,12 @@ TEST_F(TextureReaderTest, DamagedPicture_IsAFinding) {
     EXPECT_NE(m_findings[0].find("cut.png is damaged"), std::string::npos) << m_findings[0];
 }
 
+TEST_F(TextureReaderTest, PictureThatIsTooLarge_IsAFindingBeforeItTakesMemory) {
+    m_folder.writeText("huge.ppm", "P6\n100000 100000\n255\nabc");
+    EXPECT_FALSE(read("String file = \"huge\"\nString ext = \".ppm\"\n"));
+    ASSERT_EQ(m_findings.size(), 1U);
+    EXPECT_EQ(m_findings[0], "t: The picture of 100000 x 100000 pixels is empty or too large.");
+}
+
 } // namespace
 } // namespace qv::render::impl

@@ -1,0 +1,93 @@
+#include "render/impl/accel.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::render::impl {
+namespace {
+
+// Two triangles: one at z = 0, and a smaller one behind it at z = -1.
+std::shared_ptr<const Mesh> twoTriangles() {
+    Mesh mesh;
+    mesh.positions.reserve(7);
+    mesh.positions = {{-1, -1, 0},     {1, -1, 0},     {0, 1, 0},
+                      {-0.5F, -1, -1}, {0.5F, -1, -1}, {0, 0.5F, -1}};
+    mesh.triangles.reserve(3);
+    mesh.triangles = {{0, 1, 2}, {3, 4, 5}};
+    return std::make_shared<const Mesh>(std::move(mesh));
+}
+Instance at(const std::shared_ptr<const Mesh>& mesh, const Vec3& origin, float size = 1.0F) {
+    Transform place;
+    place.x.x = place.y.y = place.z.z = size;
+    place.origin = origin;
+    return {mesh, std::make_shared<const Material>(), place, 0};
+}
+Ray down(float x, float y) {
+    return {{x, y, 10}, {0, 0, -1}};
+}
+
+TEST(Accel, NearestHit_IsTheFirstInTheWorld) {
+    const auto mesh = twoTriangles();
+    Accel accel;
+    accel.build({at(mesh, {5, 0, 0}), at(mesh, {0, 0, 2}, 2)}, 1);
+    const auto hit = accel.nearest(down(0, 0));
+    ASSERT_TRUE(hit);
+    EXPECT_EQ(hit->instance, 1U);
+    EXPECT_EQ(hit->triangle, 0U);
+    EXPECT_FLOAT_EQ(hit->distance, 8.0F);
+    EXPECT_FALSE(accel.nearest(down(2.5F, 0)));
+}
+
+TEST(Accel, Weights_AreThoseOfTheSecondAndThirdCorner) {
+    Accel accel;
+    accel.build({at(twoTriangles(), {})}, 1);
+    const auto hit = accel.nearest(down(0.5F, -0.5F));
+    ASSERT_TRUE(hit);
+    // -1 + 2 w1 + w2 = 0.5 and -1 + 2 w2 = -0.5
+    EXPECT_NEAR(hit->weights.x, 0.625F, 1e-5F);
+    EXPECT_NEAR(hit->weights.y, 0.25F, 1e-5F);
+}
+
+TEST(Accel, NearAndFar_BoundTheRay) {
+    Accel accel;
+    accel.build({at(twoTriangles(), {})}, 1);
+    Ray ray = down(0, 0);
+    ray.near = 10.5F;
+    ASSERT_TRUE(accel.nearest(ray));
+    EXPECT_EQ(accel.nearest(ray)->triangle, 1U);
+    EXPECT_TRUE(accel.isBlocked(ray));
+    ray.far = 10.75F;
+    EXPECT_FALSE(accel.nearest(ray));
+    EXPECT_FALSE(accel.isBlocked(ray));
+}
+
+TEST(Accel, AnotherBuild_ReplacesTheInstances) {
+    const auto mesh = twoTriangles();
+    Accel accel;
+    accel.build({at(mesh, {})}, 1);
+    accel.build({at(mesh, {5, 0, 0})}, 1);
+    EXPECT_FALSE(accel.nearest(down(0, 0)));
+    EXPECT_TRUE(accel.nearest(down(5, 0)));
+    accel.build({}, 1);
+    EXPECT_FALSE(accel.nearest(down(5, 0)));
+    EXPECT_FALSE(accel.isBlocked(down(5, 0)));
+}
+
+TEST(Accel, Hits_AreTheSameForAnyNumberOfThreads) {
+    std::vector<Instance> instances;
+    for (u32 i = 0; i < 40; ++i)
+        instances.push_back(at(twoTriangles(), {static_cast<float>(i % 7), 0, 0.1F}, 0.7F));
+    Accel one, many;
+    one.build(instances, 1);
+    many.build(instances, 8);
+    for (u32 i = 0; i < 500; ++i) {
+        const float x = static_cast<float>(i) * 0.014F;
+        const auto a = one.nearest(down(x, -0.3F)), b = many.nearest(down(x, -0.3F));
+        ASSERT_EQ(a.has_value(), b.has_value());
+        if (!a) continue;
+        EXPECT_EQ(a->instance, b->instance);
+        EXPECT_EQ(a->distance, b->distance);
+    }
+}
+
+} // namespace
+} // namespace qv::render::impl
