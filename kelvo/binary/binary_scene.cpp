@@ -6,6 +6,8 @@
 #include "kelvo/binary/impl/mapped_file.h"
 #include "kelvo/files/text_file.h"
 
+#include <array>
+#include <fstream>
 #include <new>
 #include <span>
 #include <string_view>
@@ -97,6 +99,15 @@ Made<Snapshot> openBinaryBytes(std::string bytes, const String& name) {
 bool isBinary(std::string_view bytes) noexcept {
     const auto* const known = reinterpret_cast<const char*>(magic.data());
     return bytes.starts_with(std::string_view(known, magic.size()));
+}
+
+bool isBinaryFile(const std::filesystem::path& file) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored)) return false;
+    std::ifstream stream(file, std::ios::binary);
+    std::array<char, magic.size()> start{};
+    stream.read(start.data(), start.size());
+    return isBinary({start.data(), static_cast<std::size_t>(stream.gcount())});
 }
 
 } // namespace qv::kelvo_sdk

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -85,7 +86,8 @@ bool Document::open(const String& file, Read readText) {
 bool Document::openToLook(const String& file) {
     m_file = file;
     if (!areLibrariesSound()) return false;
-    if (isBinaryFile(file)) return take(kelvo_sdk::openBinary(std::string(file.view())));
+    const std::filesystem::path path(file.view());
+    if (!isStream(file) && kelvo_sdk::isBinaryFile(path)) return take(kelvo_sdk::openBinary(path));
     String error;
     if (m_text.readBytes(file, error)) {
         if (m_text.isBinary())
