@@ -20,9 +20,15 @@ using namespace kelvo_binary;
 namespace {
 
 // The bytes of a file that was read by others.
-struct OwnedBytes final : RefCounted {
-    explicit OwnedBytes(std::string from) noexcept : bytes(std::move(from)) {}
-    std::string bytes;
+class OwnedBytes final : public FileBytes {
+public:
+    explicit OwnedBytes(std::string bytes) noexcept : m_bytes(std::move(bytes)) {}
+    [[nodiscard]] std::span<const std::byte> bytes() const noexcept override {
+        return std::as_bytes(std::span(m_bytes));
+    }
+
+private:
+    std::string m_bytes;
 };
 
 std::string_view textOf(std::span<const std::byte> bytes) noexcept {
@@ -46,9 +52,9 @@ Result store(const Snapshot& snapshot, const FileWriter::Write& write, const Bin
     return stored;
 }
 
-Made<Snapshot> open(std::span<const std::byte> bytes, RefersTo<IRefCounted> owner, String name) {
+Made<Snapshot> open(RefersTo<FileBytes> file, String name) {
     const auto reader =
-        RefersTo<FileReader>::adopt(new FileReader(bytes, std::move(owner), std::move(name)));
+        RefersTo<FileReader>::adopt(new FileReader(std::move(file), std::move(name)));
     if (Result opened = reader->open(); !opened) return opened;
     return openSnapshot(RefersTo<PieceSource>(reader.get()));
 }
@@ -88,12 +94,11 @@ Made<Snapshot> openBinary(const std::filesystem::path& file) {
         if (failure == std::errc::not_enough_memory) throw std::bad_alloc();
         return fileFailure(file, "The file cannot be read: ", failure.message());
     }
-    return open(mapped->bytes(), mapped, String(std::string_view(file.string())));
+    return open(mapped, String(std::string_view(file.string())));
 }
 
 Made<Snapshot> openBinaryBytes(std::string bytes, const String& name) {
-    const auto owner = RefersTo<OwnedBytes>::adopt(new OwnedBytes(std::move(bytes)));
-    return open(std::as_bytes(std::span(owner->bytes)), owner, name);
+    return open(RefersTo<OwnedBytes>::adopt(new OwnedBytes(std::move(bytes))), name);
 }
 
 bool isBinary(std::string_view bytes) noexcept {
