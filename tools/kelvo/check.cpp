@@ -76,8 +76,9 @@ public:
     FileCheck(CheckedFile& file, const CheckOptions& options, const Libraries& libraries)
         : m_file(file), m_options(options), m_libraries(libraries) {}
 
-    void check(const String& text) {
-        if (!checkSnapshot(text)) checkLive(text);
+    /// Forgets the text when it is of no use any more.
+    void check(TextFile& text) {
+        if (!checkSnapshot(text)) checkLive(text.text());
     }
     /// Returns the text after the fixes; an empty one when it cannot be read.
     [[nodiscard]] String fix(const String& text, Severity least) {
@@ -91,16 +92,17 @@ public:
 
 private:
     // Returns false when live nodes have to be checked.
-    bool checkSnapshot(const String& text) {
+    bool checkSnapshot(TextFile& text) {
         kelvo_sdk::SnapshotReadOptions reading{.isPartial = m_options.isPartial};
         kelvo_sdk::ValidationOptions validation = validationOf(m_file.file);
         for (const NamedLibrary& each : m_libraries.all())
             reading.libraries.push_back(each.library);
         validation.libraries = reading.libraries;
-        const kelvo_sdk::SnapshotReport report =
-            kelvo_sdk::readSnapshot(text.view(), displayed(m_file.file), reading, &m_file.errors);
+        const kelvo_sdk::SnapshotReport report = kelvo_sdk::readSnapshot(
+            text.text().view(), displayed(m_file.file), reading, &m_file.errors);
         if (!report.isRead) return true;
         if (needsLiveNodes(report.snapshot, m_libraries)) return false;
+        text.forget();
         m_file.gapCount = report.gapCount;
         m_file.nodes = report.snapshot.nodeCount();
         m_file.left = listOf(kelvo_sdk::validate(report.snapshot, validation));
@@ -153,7 +155,7 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     if (options.isFixing)
         fixFile(file, check, text, least, out);
     else
-        check.check(text.text());
+        check.check(text);
     return file;
 }
 
