@@ -2,8 +2,8 @@
 """Helps scripts/soak with the tests that have the label "laws".
 
 laws.py programs    prints the names in the JSON of `ctest --show-only`
-laws.py sum LOG...  sums up the logs of `ctest -V` in files ROUND-SEED.log; status 1 when a failure
-                    was found"""
+laws.py sum LOG...  sums up the logs of `ctest -V` in files ROUND-SEED.log, threads-SEED.log and
+                    models-SEED.log; status 1 when a failure was found"""
 import json
 import pathlib
 import re
@@ -13,6 +13,12 @@ LAW = re.compile(r"^\d+: law (.+): (\d+) trials, (\d+) found, seed \d+$")
 RESULT = re.compile(r"^\s*\d+/\d+ Test +#(\d+): (\S+) \.*\s*(\**\w[\w ]*\w)\s+[\d.]+ sec")
 TOLD = re.compile(r"^(\d+): (.*(?:Failure|Repeat it with|ERROR: |runtime error|SUMMARY).*)$")
 MOST_TOLD = 20
+# How a test is repeated, by the kind of its log.
+REPEATS = {
+    "threads": "GTEST_FILTER='SnapshotThreads.*' KELVO_LAWS_FULL=1 KELVO_LAWS_SEED={} "
+               "ctest --preset tsan",
+    "models": "KELVO_ALL_MODELS=1 ctest --preset asan"}
+REPEAT_A_ROUND = "KELVO_LAWS_FULL=1 KELVO_LAWS_SEED={} ctest --preset asan"
 
 
 def programs(text):
@@ -38,16 +44,16 @@ def read(log, laws):
 def sum_up(logs):
     laws, failed = {}, []
     for log in logs:
-        seed = log.stem.split("-")[-1]
-        failed += [(seed, name, told) for name, told in read(log, laws)]
+        kind, seed = log.stem.split("-")
+        repeat = REPEATS.get(kind, REPEAT_A_ROUND).format(seed)
+        failed += [(repeat, name, told) for name, told in read(log, laws)]
     for law, (trials, found, rounds) in sorted(laws.items()):
         print(f"{law:<34} {trials:9} trials {rounds:5} rounds {found:6} found")
-    for seed, name, told in failed:
-        print(f"\n{name} failed; repeat it with\n"
-              f"    KELVO_LAWS_FULL=1 KELVO_LAWS_SEED={seed} ctest --preset asan -V -R '^{name}$'")
+    for repeat, name, told in failed:
+        print(f"\n{name} failed; repeat it with\n    {repeat} -V -R '^{name}$'")
         for line in told[:MOST_TOLD]:
             print(f"    {line}")
-    rounds = len(logs)
+    rounds = sum(log.stem.split("-")[0] not in REPEATS for log in logs)
     print(f"\n{rounds} round{'s' * (rounds != 1)}, {len(failed)} failed")
     return 1 if failed else 0
 

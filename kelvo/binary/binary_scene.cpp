@@ -6,6 +6,8 @@
 #include "kelvo/binary/impl/mapped_file.h"
 #include "kelvo/files/text_file.h"
 
+#include <array>
+#include <fstream>
 #include <new>
 #include <span>
 #include <string_view>
@@ -18,9 +20,15 @@ using namespace kelvo_binary;
 namespace {
 
 // The bytes of a file that was read by others.
-struct OwnedBytes final : RefCounted {
-    explicit OwnedBytes(std::string from) noexcept : bytes(std::move(from)) {}
-    std::string bytes;
+class OwnedBytes final : public FileBytes {
+public:
+    explicit OwnedBytes(std::string bytes) noexcept : m_bytes(std::move(bytes)) {}
+    [[nodiscard]] std::span<const std::byte> bytes() const noexcept override {
+        return std::as_bytes(std::span(m_bytes));
+    }
+
+private:
+    std::string m_bytes;
 };
 
 std::string_view textOf(std::span<const std::byte> bytes) noexcept {
@@ -44,9 +52,9 @@ Result store(const Snapshot& snapshot, const FileWriter::Write& write, const Bin
     return stored;
 }
 
-Made<Snapshot> open(std::span<const std::byte> bytes, RefersTo<IRefCounted> owner, String name) {
+Made<Snapshot> open(RefersTo<FileBytes> file, String name) {
     const auto reader =
-        RefersTo<FileReader>::adopt(new FileReader(bytes, std::move(owner), std::move(name)));
+        RefersTo<FileReader>::adopt(new FileReader(std::move(file), std::move(name)));
     if (Result opened = reader->open(); !opened) return opened;
     return openSnapshot(RefersTo<PieceSource>(reader.get()));
 }
@@ -86,17 +94,25 @@ Made<Snapshot> openBinary(const std::filesystem::path& file) {
         if (failure == std::errc::not_enough_memory) throw std::bad_alloc();
         return fileFailure(file, "The file cannot be read: ", failure.message());
     }
-    return open(mapped->bytes(), mapped, String(std::string_view(file.string())));
+    return open(mapped, String(std::string_view(file.string())));
 }
 
 Made<Snapshot> openBinaryBytes(std::string bytes, const String& name) {
-    const auto owner = RefersTo<OwnedBytes>::adopt(new OwnedBytes(std::move(bytes)));
-    return open(std::as_bytes(std::span(owner->bytes)), owner, name);
+    return open(RefersTo<OwnedBytes>::adopt(new OwnedBytes(std::move(bytes))), name);
 }
 
 bool isBinary(std::string_view bytes) noexcept {
     const auto* const known = reinterpret_cast<const char*>(magic.data());
     return bytes.starts_with(std::string_view(known, magic.size()));
+}
+
+bool isBinaryFile(const std::filesystem::path& file) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored)) return false;
+    std::ifstream stream(file, std::ios::binary);
+    std::array<char, magic.size()> start{};
+    stream.read(start.data(), start.size());
+    return isBinary({start.data(), static_cast<std::size_t>(stream.gcount())});
 }
 
 } // namespace qv::kelvo_sdk

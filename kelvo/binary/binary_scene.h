@@ -38,5 +38,8 @@ struct BinaryOptions {
 
 /// Tells whether bytes begin like a file in the binary form.
 [[nodiscard]] bool isBinary(std::string_view bytes) noexcept;
+/// Tells whether a plain file begins so; false for files that cannot be read, and for devices and
+/// pipes, whose bytes would be lost to the next reader.
+[[nodiscard]] bool isBinaryFile(const std::filesystem::path& file);
 
 } // namespace qv::kelvo_sdk

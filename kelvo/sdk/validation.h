@@ -1,9 +1,12 @@
 #pragma once
 
+#include "kelvo/sdk/lib_info.h"
 #include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <functional>
 #include <span>
+#include <vector>
 
 namespace qv::kelvo_sdk {
 
@@ -59,6 +62,18 @@ struct Finding {
 
 using Findings = ds::Vector<Finding>;
 
+/// A place where a snapshot, which it borrows, breaks a rule; the same as `Finding` of live nodes.
+struct SnapshotFinding {
+    const ValidationRule* rule = nullptr;
+    SnapshotNode node;
+    String place;
+    String message;
+    /// A description of the edit that would fix it; empty when there is no fix.
+    String fix;
+};
+
+using SnapshotFindings = ds::Vector<SnapshotFinding>;
+
 /// Facts from outside of the scene that the validation needs.
 struct ValidationOptions {
     /// Tells whether there is a file at a path. Unset, files are not checked, as the library does
@@ -67,6 +82,9 @@ struct ValidationOptions {
     /// In a scene without libraries, reports each node because its type could not be checked; by
     /// default such a scene may have nodes of any type.
     bool needsTypes = false;
+    /// The libraries that define the types of a snapshot, in the order in which types are looked
+    /// up. A scene has its own, and these do not count.
+    std::vector<LibInfo> libraries = {};
 };
 
 /// Checks a scene by all rules and returns the findings: node by node in the order of the scene,
@@ -75,9 +93,19 @@ struct ValidationOptions {
 [[nodiscard]] QV_EXPORT Findings validate(const Scene& scene,
                                           const ValidationOptions& options = {});
 
-/// Tells whether a scene with these findings passes: there are no errors and, if `isStrict`, no
+/// Checks a snapshot as the scene that it shows, in less time and memory than it takes to make live
+/// nodes of it; any thread may do so. Modifiers are not applied.
+[[nodiscard]] QV_EXPORT SnapshotFindings validate(const Snapshot& snapshot,
+                                                  const ValidationOptions& options = {});
+
+/// Tells whether a finding of this rule keeps a scene from passing: it is an error or, if
+/// `isStrict`, a warning or a part that could not be checked.
+[[nodiscard]] QV_EXPORT bool breaks(const ValidationRule& rule, bool isStrict = false) noexcept;
+/// Tell whether a scene with these findings passes: there are no errors and, if `isStrict`, no
 /// warnings and no parts that could not be checked.
 [[nodiscard]] QV_EXPORT bool passes(const Findings& findings, bool isStrict = false) noexcept;
+[[nodiscard]] QV_EXPORT bool passes(const SnapshotFindings& findings,
+                                    bool isStrict = false) noexcept;
 
 /// The outcome of fixing the findings of a scene.
 struct FixReport {

@@ -7,6 +7,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qv::tests {
 
@@ -41,20 +42,43 @@ type paint : object {
     return scene;
 }
 
-/// Returns the findings, "rule: place: message (fix)" line by line.
-[[nodiscard]] inline std::string told(const kelvo_sdk::Findings& findings) {
+/// Returns the libraries of a scene.
+[[nodiscard]] inline std::vector<kelvo_sdk::LibInfo> librariesOf(const kelvo_sdk::Scene& scene) {
+    std::vector<kelvo_sdk::LibInfo> libraries;
+    for (u64 i = 0; i < scene.libraryCount(); ++i)
+        libraries.push_back(scene.library(i));
+    return libraries;
+}
+
+[[nodiscard]] inline String fixOf(const kelvo_sdk::Finding& finding) {
+    return finding.fix.get() ? finding.fix->text() : String();
+}
+[[nodiscard]] inline String fixOf(const kelvo_sdk::SnapshotFinding& finding) {
+    return finding.fix;
+}
+
+/// Returns the findings, of live nodes or of a snapshot, "rule: place: message (fix)" line by line.
+template<typename AnyFindings>
+[[nodiscard]] std::string told(const AnyFindings& findings) {
     std::string text;
-    for (const kelvo_sdk::Finding& finding : findings) {
+    for (const auto& finding : findings) {
         if (!text.empty()) text += '\n';
         text += std::string(finding.rule->id) + ": " + finding.place.buf() + ": " +
                 finding.message.buf();
-        if (finding.fix.get()) text += std::string(" (") + finding.fix->text().buf() + ")";
+        if (!fixOf(finding).isEmpty()) text += std::string(" (") + fixOf(finding).buf() + ")";
     }
     return text;
 }
 
-[[nodiscard]] inline std::string found(const kelvo_sdk::Scene& scene) {
+[[nodiscard]] inline std::string foundInLiveNodes(const kelvo_sdk::Scene& scene) {
     return told(kelvo_sdk::validate(scene));
+}
+
+/// Returns the findings in a scene after comparing them with those in its snapshot.
+[[nodiscard]] inline std::string found(const kelvo_sdk::Scene& scene) {
+    const std::string live = foundInLiveNodes(scene);
+    EXPECT_EQ(told(kelvo_sdk::validate(scene.snapshot(), {.libraries = librariesOf(scene)})), live);
+    return live;
 }
 
 } // namespace qv::tests

@@ -5,11 +5,7 @@
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 
-#include <array>
-#include <filesystem>
-#include <fstream>
 #include <string>
-#include <system_error>
 
 namespace qv::kelvo_tool {
 
@@ -35,16 +31,6 @@ kelvo_sdk::Snapshot snapshotOf(const String& file, std::string_view text, String
 
 bool isBinaryName(const String& file) noexcept {
     return file.endsWith(".knb", true);
-}
-
-// Bytes that are read from a device or a pipe are lost to the next reader.
-bool isBinaryFile(const String& file) {
-    std::error_code ignored;
-    if (isStream(file) || !std::filesystem::is_regular_file(file.view(), ignored)) return false;
-    std::ifstream stream(file.buf(), std::ios::binary);
-    std::array<char, 8> start{};
-    stream.read(start.data(), start.size());
-    return kelvo_sdk::isBinary({start.data(), static_cast<std::size_t>(stream.gcount())});
 }
 
 bool textOfBinary(const String& file, const String& bytes, String& text, String& error) {

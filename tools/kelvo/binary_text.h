@@ -7,10 +7,6 @@ namespace qv::kelvo_tool {
 /// Tells whether a scene of that name is written in the binary form.
 [[nodiscard]] bool isBinaryName(const String& file) noexcept;
 
-/// Tells whether a plain file has a scene in the binary form; false for the standard input, and
-/// for files that cannot be read.
-[[nodiscard]] bool isBinaryFile(const String& file);
-
 /// Returns the text of a scene in the binary form. False, with a sentence in `error`, when any part
 /// of it is damaged.
 [[nodiscard]] bool textOfBinary(const String& file, const String& bytes, String& text,

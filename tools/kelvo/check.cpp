@@ -1,21 +1,24 @@
 #include "tools/kelvo/commands.h"
 
 #include "kelvo/base/spelling_suggestion.h"
+#include "kelvo/sdk/snapshot_reader.h"
 #include "tools/kelvo/check_report.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/progress_line.h"
+#include "tools/kelvo/scene_hash.h"
 #include "tools/kelvo/text_file.h"
 
 #include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qv::kelvo_tool {
 
 namespace {
 
-using kelvo_sdk::Finding;
 using kelvo_sdk::Scene;
 using kelvo_sdk::Severity;
 
@@ -46,7 +49,7 @@ u64 findWord(const char* what, const String& word, const StringVector& words) {
 
 // Moves the fixed findings back to the others, because the file was not written.
 void takeBack(CheckedFile& file) {
-    for (Finding& finding : file.fixed)
+    for (CheckFinding& finding : file.fixed)
         file.left.push_back(std::move(finding));
     file.fixed.clear();
 }
@@ -54,6 +57,87 @@ void takeBack(CheckedFile& file) {
 // Paths in a scene are relative to the folder of its file.
 kelvo_sdk::ValidationOptions validationOf(const String& name) {
     return {.fileExists = [name](const String& path) { return isFileBeside(name, path); }};
+}
+
+template<typename AnyFindings>
+std::vector<CheckFinding> listOf(const AnyFindings& findings) {
+    return {findings.begin(), findings.end()};
+}
+
+// Modifiers and callbacks of plug-ins change the values of live nodes alone.
+bool needsLiveNodes(const kelvo_sdk::Snapshot& scene, const Libraries& libraries) {
+    return libraries.mayChangeNodes() || hasModifiers(scene.nodes());
+}
+
+/// Checks the text of one file.
+class FileCheck {
+public:
+    /// Borrows everything.
+    FileCheck(CheckedFile& file, const CheckOptions& options, const Libraries& libraries)
+        : m_file(file), m_options(options), m_libraries(libraries) {}
+
+    /// Forgets the text when it is of no use any more.
+    void check(TextFile& text) {
+        if (!checkSnapshot(text)) checkLive(text.text());
+    }
+    /// Returns the text after the fixes; an empty one when it cannot be read.
+    [[nodiscard]] String fix(const String& text, Severity least) {
+        const Scene scene = Scene::create();
+        if (!readLive(scene, text)) return {};
+        const auto fixes = kelvo_sdk::fixFindings(scene, least, validationOf(m_file.file));
+        m_file.fixed = listOf(fixes.fixed);
+        m_file.left = listOf(fixes.left);
+        return scene.text();
+    }
+
+private:
+    // Returns false when live nodes have to be checked.
+    bool checkSnapshot(TextFile& text) {
+        kelvo_sdk::SnapshotReadOptions reading{.isPartial = m_options.isPartial};
+        kelvo_sdk::ValidationOptions validation = validationOf(m_file.file);
+        for (const NamedLibrary& each : m_libraries.all())
+            reading.libraries.push_back(each.library);
+        validation.libraries = reading.libraries;
+        const kelvo_sdk::SnapshotReport report = kelvo_sdk::readSnapshot(
+            text.text().view(), displayed(m_file.file), reading, &m_file.errors);
+        if (!report.isRead) return true;
+        if (needsLiveNodes(report.snapshot, m_libraries)) return false;
+        text.forget();
+        m_file.gapCount = report.gapCount;
+        m_file.nodes = report.snapshot.nodeCount();
+        m_file.left = listOf(kelvo_sdk::validate(report.snapshot, validation));
+        return true;
+    }
+
+    void checkLive(const String& text) {
+        m_file.errors.clear();
+        const Scene scene = Scene::create();
+        if (readLive(scene, text))
+            m_file.left = listOf(kelvo_sdk::validate(scene, validationOf(m_file.file)));
+    }
+
+    bool readLive(const Scene& scene, const String& text) {
+        m_libraries.addTo(scene);
+        const kelvo_sdk::ReadReport report = scene.read(
+            text, displayed(m_file.file), {.isPartial = m_options.isPartial}, &m_file.errors);
+        if (!report.isRead) return false;
+        m_file.gapCount = report.gapCount;
+        m_file.nodes = scene.nodeCount();
+        return true;
+    }
+
+    CheckedFile& m_file;
+    const CheckOptions& m_options;
+    const Libraries& m_libraries;
+};
+
+void fixFile(CheckedFile& file, FileCheck& check, TextFile& text, Severity least, Terminal& out) {
+    const String written = check.fix(text.text(), least);
+    if (!file.isRead()) return;
+    if (isStream(file.file))
+        out.writeData(text.laidOut(written.view()).view());
+    else if (!file.fixed.empty() && !text.write(file.file, written.view(), file.fault))
+        takeBack(file);
 }
 
 CheckedFile checkFile(const String& name, const CheckOptions& options, Severity least,
@@ -67,31 +151,17 @@ CheckedFile checkFile(const String& name, const CheckOptions& options, Severity 
     file.fault = whyNoScene(name, text.text().view());
     if (!file.fault.isEmpty()) return file;
     const ProgressLine line("kelvo: checking " + displayed(name));
-    const Scene scene = Scene::create();
-    libraries.addTo(scene);
-    const kelvo_sdk::ReadReport report =
-        scene.read(text.text(), displayed(name), {.isPartial = options.isPartial}, &file.errors);
-    if (!report.isRead) return file;
-    file.gapCount = report.gapCount;
-    file.nodes = scene.nodeCount();
-    if (!options.isFixing) {
-        file.left = kelvo_sdk::validate(scene, validationOf(name));
-        return file;
-    }
-    kelvo_sdk::FixReport fixes = kelvo_sdk::fixFindings(scene, least, validationOf(name));
-    file.fixed = std::move(fixes.fixed);
-    file.left = std::move(fixes.left);
-    const String written = scene.text();
-    if (isStream(name))
-        out.writeData(text.laidOut(written.view()).view());
-    else if (!file.fixed.empty() && !text.write(name, written.view(), file.fault))
-        takeBack(file);
+    FileCheck check(file, options, libraries);
+    if (options.isFixing)
+        fixFile(file, check, text, least, out);
+    else
+        check.check(text);
     return file;
 }
 
 // ---- Text ----------------------------------------------------------------------------------
 
-void tellFinding(const String& source, const Finding& finding) {
+void tellFinding(const String& source, const CheckFinding& finding) {
     const String message = source + ": " + finding.message + " [" + finding.rule->id + "]";
     if (finding.rule->severity == Severity::Error) return complain(message);
     if (finding.rule->severity == Severity::Warning) return warn(message);
@@ -100,7 +170,7 @@ void tellFinding(const String& source, const Finding& finding) {
 
 // Counts the unchecked parts that are not printed; a clean summary must not hide them.
 u64 unreportedUnchecked(const CheckReport& report, const CheckedFile& file) {
-    return static_cast<u64>(std::ranges::count_if(file.left, [&](const Finding& finding) {
+    return static_cast<u64>(std::ranges::count_if(file.left, [&](const CheckFinding& finding) {
         return finding.rule->isUnchecked && !report.tells(finding);
     }));
 }
@@ -130,9 +200,9 @@ void tellFile(const CheckReport& report, const CheckedFile& file, bool isFixing,
         if (isFixing && isStream(file.file)) return complain(source + ": " + message);
         out.write(source.view()).write(": ").write(message.view()).endLine();
     };
-    for (const Finding& finding : file.fixed)
+    for (const CheckFinding& finding : file.fixed)
         say("fixed: " + finding.message + " [" + finding.rule->id + "]");
-    for (const Finding& finding : file.left)
+    for (const CheckFinding& finding : file.left)
         if (report.tells(finding)) tellFinding(source, finding);
     say(summary(report, file, isFixing));
 }

@@ -8,13 +8,26 @@
 namespace qv::kelvo_tool {
 
 using kelvo_sdk::Diagnostic;
-using kelvo_sdk::Finding;
 using kelvo_sdk::Severity;
 using kelvo_sdk::severityName;
 
+CheckFinding::CheckFinding(const kelvo_sdk::Finding& finding)
+    : rule(finding.rule),
+      node(finding.node.name()),
+      place(finding.place),
+      message(finding.message),
+      fix(finding.fix ? finding.fix->text() : String()) {}
+
+CheckFinding::CheckFinding(const kelvo_sdk::SnapshotFinding& finding)
+    : rule(finding.rule),
+      node(finding.node.name()),
+      place(finding.place),
+      message(finding.message),
+      fix(finding.fix) {}
+
 u64 CheckedFile::count(Severity severity) const noexcept {
     return static_cast<u64>(std::ranges::count_if(
-        left, [=](const Finding& finding) { return finding.rule->severity == severity; }));
+        left, [=](const CheckFinding& finding) { return finding.rule->severity == severity; }));
 }
 
 u64 CheckedFile::errorCount() const noexcept {
@@ -35,13 +48,13 @@ void writeStart(JsonText& json, const kelvo_sdk::ValidationRule& rule, const Str
     json.member("node", node).member("place", place).member("message", message);
 }
 
-void writeFinding(JsonText& json, const Finding& finding, bool isFixed) {
-    writeStart(json, *finding.rule, finding.node.name(), finding.place, finding.message);
+void writeFinding(JsonText& json, const CheckFinding& finding, bool isFixed) {
+    writeStart(json, *finding.rule, finding.node, finding.place, finding.message);
     json.key("fix");
-    if (finding.fix.get())
-        json.text(finding.fix->text().view());
-    else
+    if (finding.fix.isEmpty())
         json.null();
+    else
+        json.text(finding.fix.view());
     json.key("isFixed").boolean(isFixed).endObject();
 }
 
@@ -65,9 +78,9 @@ void writeFile(JsonText& json, const CheckReport& report, const CheckedFile& fil
     }
     for (const Diagnostic& error : file.errors)
         writeUnreadable(json, error);
-    for (const Finding& finding : file.fixed)
+    for (const CheckFinding& finding : file.fixed)
         writeFinding(json, finding, true);
-    for (const Finding& finding : file.left)
+    for (const CheckFinding& finding : file.left)
         if (report.tells(finding)) writeFinding(json, finding, false);
     json.endList().endObject();
 }

@@ -2,9 +2,24 @@
 
 #include "kelvo/sdk/validation.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace qv::kelvo_tool {
+
+/// A finding in live nodes or in a snapshot, which need not exist any more.
+struct CheckFinding {
+    CheckFinding(const kelvo_sdk::Finding& finding);
+    CheckFinding(const kelvo_sdk::SnapshotFinding& finding);
+
+    const kelvo_sdk::ValidationRule* rule;
+    /// The name of the node.
+    String node;
+    String place;
+    String message;
+    /// Empty when there is no fix.
+    String fix;
+};
 
 /// The findings of a check in one file.
 struct CheckedFile {
@@ -17,8 +32,8 @@ struct CheckedFile {
     /// The number of parts of the text that were left out, printed or not.
     u64 gapCount = 0;
     u64 nodes = 0;
-    kelvo_sdk::Findings fixed;
-    kelvo_sdk::Findings left;
+    std::vector<CheckFinding> fixed;
+    std::vector<CheckFinding> left;
 
     [[nodiscard]] bool isRead() const noexcept {
         return fault.isEmpty() && (errors.empty() || gapCount != 0);
@@ -27,7 +42,10 @@ struct CheckedFile {
     [[nodiscard]] u64 count(kelvo_sdk::Severity severity) const noexcept;
     [[nodiscard]] u64 errorCount() const noexcept;
     [[nodiscard]] bool passes(bool isStrict) const noexcept {
-        return isRead() && gapCount == 0 && kelvo_sdk::passes(left, isStrict);
+        return isRead() && gapCount == 0 &&
+               std::ranges::none_of(left, [=](const CheckFinding& finding) {
+                   return kelvo_sdk::breaks(*finding.rule, isStrict);
+               });
     }
 };
 
@@ -38,7 +56,7 @@ struct CheckReport {
     /// Makes warnings, and parts that could not be checked, count as errors.
     bool isStrict = false;
 
-    [[nodiscard]] bool tells(const kelvo_sdk::Finding& finding) const noexcept {
+    [[nodiscard]] bool tells(const CheckFinding& finding) const noexcept {
         return finding.rule->severity >= least || (isStrict && finding.rule->isUnchecked);
     }
 };

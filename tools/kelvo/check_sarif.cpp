@@ -8,7 +8,6 @@
 namespace qv::kelvo_tool {
 
 using kelvo_sdk::Diagnostic;
-using kelvo_sdk::Finding;
 using kelvo_sdk::severityName;
 using kelvo_sdk::ValidationRule;
 
@@ -105,7 +104,7 @@ void writeResults(JsonText& json, const CheckReport& report, const CheckedFile& 
         writeScenePlace(json, error.node);
         writeEnd(json);
     }
-    for (const Finding& finding : file.left) {
+    for (const CheckFinding& finding : file.left) {
         if (!report.tells(finding)) continue;
         writeStart(json, *finding.rule, finding.message);
         writeFilePlace(json, file.file, 0, 0);

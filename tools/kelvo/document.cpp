@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -77,7 +78,8 @@ bool Document::open(const String& file, Read readText) {
     m_file = file;
     if (!areLibrariesSound()) return false;
     String error;
-    if ((m_text.*readText)(file, error)) error = whyNoScene(file, m_text.text().view());
+    m_hasText = (m_text.*readText)(file, error);
+    if (m_hasText) error = whyNoScene(file, m_text.text().view());
     if (!error.isEmpty()) complain(error);
     return error.isEmpty();
 }
@@ -85,13 +87,15 @@ bool Document::open(const String& file, Read readText) {
 bool Document::openToLook(const String& file) {
     m_file = file;
     if (!areLibrariesSound()) return false;
-    if (isBinaryFile(file)) return take(kelvo_sdk::openBinary(std::string(file.view())));
+    const std::filesystem::path path(file.view());
+    if (!isStream(file) && kelvo_sdk::isBinaryFile(path)) return take(kelvo_sdk::openBinary(path));
     String error;
     if (m_text.readBytes(file, error)) {
         if (m_text.isBinary())
             return take(
                 kelvo_sdk::openBinaryBytes(std::string(m_text.bytes().view()), displayed(file)));
-        if (m_text.makeText(error)) error = whyNoScene(file, m_text.text().view());
+        m_hasText = m_text.makeText(error);
+        if (m_hasText) error = whyNoScene(file, m_text.text().view());
     }
     if (!error.isEmpty()) complain(error);
     return error.isEmpty();
@@ -104,11 +108,24 @@ bool Document::take(const kelvo_sdk::Made<kelvo_sdk::Snapshot>& opened) {
 }
 
 bool Document::makeText() {
+    if (m_hasText) return true;
     String error;
-    const bool isRead = !m_stored || m_text.isBinary() || m_text.readBytes(m_file, error);
-    const bool isMade = isRead && (!m_stored || m_text.makeText(error));
-    if (!isMade) complain(error);
-    return isMade;
+    const bool hasBytes = !m_text.bytes().isEmpty() || m_text.readBytes(m_file, error);
+    m_hasText = hasBytes && m_text.makeText(error);
+    if (!m_hasText) complain(error);
+    return m_hasText;
+}
+
+// A long text is not kept beside its snapshot unless it cannot be read again.
+kelvo_sdk::Snapshot Document::look(const String& file) {
+    if (!openToLook(file)) return {};
+    const kelvo_sdk::Snapshot made = snapshot();
+    std::error_code ignored;
+    if (!isStream(file) && std::filesystem::is_regular_file(file.view(), ignored)) {
+        m_text.forget();
+        m_hasText = false;
+    }
+    return made;
 }
 
 bool Document::isSound() const {

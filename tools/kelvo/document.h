@@ -36,9 +36,7 @@ public:
     /// Returns the scene without making nodes, as `readWithTypes` reads it.
     [[nodiscard]] kelvo_sdk::Snapshot snapshotWithTypes();
     /// Opens the file and returns its `snapshot`.
-    [[nodiscard]] kelvo_sdk::Snapshot look(const String& file) {
-        return openToLook(file) ? snapshot() : kelvo_sdk::Snapshot();
-    }
+    [[nodiscard]] kelvo_sdk::Snapshot look(const String& file);
     /// Opens the file and returns its `snapshot` with the values that modifiers give. Reads all of
     /// it, and makes nodes only when there are modifiers. Empty after an error message.
     [[nodiscard]] kelvo_sdk::Snapshot lookModified(const String& file);
@@ -47,8 +45,8 @@ public:
     [[nodiscard]] kelvo_sdk::Snapshot snapshot(kelvo_sdk::SnapshotValues values);
     /// False, after an error message, when parts of the snapshot that were asked for are damaged.
     [[nodiscard]] bool isSound() const;
-    /// Makes the text of a file that was opened for `snapshot`, so that scenes can be read. False
-    /// after an error message.
+    /// Makes the text of a file that was opened for `snapshot`, so that scenes can be read; reads
+    /// the file again if need be. False after an error message.
     [[nodiscard]] bool makeText();
 
     /// Reads the text into an empty scene without types if that is possible; a scene that relies on
@@ -84,8 +82,9 @@ private:
 
     String m_file;
     TextFile m_text;
-    // Of a file in the binary form that was opened for `snapshot`, which has no text at first.
+    // Of a file in the binary form that was opened for `snapshot`.
     kelvo_sdk::Snapshot m_stored;
+    bool m_hasText = false;
     bool m_isPartial = false;
     // The gaps that were reported already, as a text may be read several times.
     mutable u64 m_gapCount = 0;

@@ -6,6 +6,7 @@
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/message.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 namespace qv::kelvo_tool {
@@ -67,6 +68,18 @@ bool Libraries::load(const LibraryOptions& options) {
     isComplete = loadPlugins(options.plugins) && isComplete;
     m_all.push_back({"standard", LibInfo::standard()});
     return isComplete;
+}
+
+// The callbacks of the standard library keep nodes as they are.
+bool Libraries::mayChangeNodes() const {
+    const LibInfo standard = LibInfo::standard();
+    return std::ranges::any_of(types(), [&](const INode* type) {
+        const String name = type->type();
+        return std::ranges::any_of(m_all, [&](const NamedLibrary& each) {
+            const auto init = each.library.nodeInit(name);
+            return (init && init != standard.nodeInit(name)) || each.library.nodeChanged(name);
+        });
+    });
 }
 
 bool Libraries::readDefinitions(const StringVector& files) {

@@ -35,6 +35,8 @@ public:
 
     [[nodiscard]] const std::vector<NamedLibrary>& all() const noexcept { return m_all; }
     void addTo(const kelvo_sdk::Scene& scene) const;
+    /// Tells whether a plug-in has callbacks that may change nodes as soon as they are read.
+    [[nodiscard]] bool mayChangeNodes() const;
 
     /// Returns the prototypes of all types, each type once.
     [[nodiscard]] std::vector<const kelvo_sdk::interfaces::INode*> types() const;

@@ -64,6 +64,11 @@ bool TextFile::makeText(String& error) {
     return true;
 }
 
+void TextFile::forget() noexcept {
+    m_bytes = String();
+    m_text = String();
+}
+
 bool TextFile::readToEdit(const String& path, String& error) {
     if (!isStream(path) && !m_lock.take(path, error)) return false;
     return read(path, error);

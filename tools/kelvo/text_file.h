@@ -27,6 +27,9 @@ public:
 
     /// Returns the text without byte order mark; lines end with '\n'.
     [[nodiscard]] const String& text() const noexcept { return m_text; }
+    /// Forgets bytes and text, which are of no use any more; for files that are not written.
+    void forget() noexcept;
+
     /// Returns another text in the layout of the file.
     [[nodiscard]] String laidOut(std::string_view text) const;
 

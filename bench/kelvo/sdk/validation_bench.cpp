@@ -47,5 +47,14 @@ void BM_Validate(benchmark::State& state) {
 }
 BENCHMARK(BM_Validate)->Arg(100)->Arg(10'000)->Unit(benchmark::kMillisecond);
 
+void BM_ValidateSnapshot(benchmark::State& state) {
+    const Scene scene = sceneOfMeshes(state.range(0));
+    const Snapshot snapshot = scene.snapshot();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(validate(snapshot, {.libraries = {scene.library(0)}}).size());
+    state.SetItemsProcessed(state.iterations() * inputsOf(scene));
+}
+BENCHMARK(BM_ValidateSnapshot)->Arg(100)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
 } // namespace
 } // namespace qv::bench

@@ -79,6 +79,8 @@ from kelvo._scene import (
     FixReport,
     Merge,
     Plugin,
+    SnapshotFinding,
+    SnapshotFindings,
     SnapshotMatch,
     Why,
     load_plugins,
@@ -94,10 +96,10 @@ __all__ = [
     "KindError", "LayoutGroup", "LayoutPage", "Library", "Match", "Merge", "MergeConflict", "Node",
     "NodeChange", "NotFoundError", "Output", "PathWalk", "Plugin", "RangeError", "ReadOnlyError",
     "RefusedError", "Rule", "Scene", "SceneChange", "SceneChanges", "SceneDiff", "Snapshot",
-    "SnapshotDelta", "SnapshotInput", "SnapshotMatch", "SnapshotNode", "SnapshotOutput",
-    "SnapshotPathWalk", "Subscription", "TextError", "UndoStep", "Why", "WhyChain", "delta", "diff",
-    "language", "load_plugins", "merge", "open_binary", "open_scene", "read_snapshot", "rules",
-    "set_language", "why",
+    "SnapshotDelta", "SnapshotFinding", "SnapshotFindings", "SnapshotInput", "SnapshotMatch",
+    "SnapshotNode", "SnapshotOutput", "SnapshotPathWalk", "Subscription", "TextError", "UndoStep",
+    "Why", "WhyChain", "delta", "diff", "language", "load_plugins", "merge", "open_binary",
+    "open_scene", "read_snapshot", "rules", "set_language", "why",
 ]
 
 if TYPE_CHECKING:

@@ -14,6 +14,7 @@ from kelvo._kelvo import (
     Library,
     MergeConflict,
     Node,
+    Rule,
     Scene,
     Snapshot,
     SnapshotInput,
@@ -33,7 +34,28 @@ class Findings(list[Finding]):
 
     def passes(self, strict: bool = False) -> bool:
         """Tells whether there are no errors and, if `strict`, no warnings and nothing unchecked."""
-        return bool(_kelvo._passes(list(self), strict))
+        return not any(_kelvo._breaks(finding.rule, strict) for finding in self)
+
+
+class SnapshotFinding(NamedTuple):
+    """A place where a snapshot breaks a rule."""
+
+    rule: Rule
+    node: SnapshotNode | None
+    """The node; None for the scene as a whole."""
+    place: str
+    """The path, such as \"room.children[0]\"."""
+    message: str
+    fix_text: str | None
+    """The edit of the scene that would fix it; None without a fix."""
+
+
+class SnapshotFindings(list[SnapshotFinding]):
+    """The findings of a validation of a snapshot, in the order of the scene."""
+
+    def passes(self, strict: bool = False) -> bool:
+        """Tells whether there are no errors and, if `strict`, no warnings and nothing unchecked."""
+        return not any(_kelvo._breaks(finding.rule, strict) for finding in self)
 
 
 class FixReport(NamedTuple):
@@ -109,6 +131,16 @@ def validate(self: Scene, *, file_exists: Callable[[str], bool] | None = os.path
              needs_types: bool = False) -> Findings:
     """Checks the scene by all rules; changes nothing. Files are checked by `file_exists`."""
     return Findings(self._validate(file_exists, needs_types))
+
+
+def validate_snapshot(self: Snapshot, *,
+                      file_exists: Callable[[str], bool] | None = os.path.exists,
+                      needs_types: bool = False,
+                      libraries: Iterable[Library] | None = None) -> SnapshotFindings:
+    """Checks the snapshot as `Scene.validate` checks a scene with these libraries, by default the
+    standard one; modifiers are not applied."""
+    found = _kelvo._validate_snapshot(self, file_exists, needs_types, libraries)
+    return SnapshotFindings(SnapshotFinding(*one) for one in found)
 
 
 def fix(self: Scene, least: str = "note", *,
@@ -218,4 +250,5 @@ def complete() -> None:
     setattr(_kelvo.Input, "__reduce__", _refuse_pickle)
     setattr(_kelvo.Output, "__reduce__", _refuse_pickle)
     setattr(Snapshot, "find", find_in_snapshot)
+    setattr(Snapshot, "validate", validate_snapshot)
     setattr(Snapshot, "__reduce__", _reduce_snapshot)

@@ -4,9 +4,7 @@
 
 #include "kelvo/binary/binary_scene.h"
 
-#include <array>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 // Files: scenes as text and in the binary form.
@@ -19,16 +17,6 @@ namespace fs = std::filesystem;
 fs::path pathOf(const py::object& path) {
     const auto bytes = py::module_::import("os").attr("fsencode")(path);
     return {bytes.cast<std::string>()};
-}
-
-// Bytes that are read from a device or a pipe are lost to the next reader.
-bool isBinaryFile(const fs::path& file) {
-    std::error_code ignored;
-    if (!fs::is_regular_file(file, ignored)) return false;
-    std::ifstream stream(file, std::ios::binary);
-    std::array<char, 8> start{};
-    stream.read(start.data(), start.size());
-    return isBinary({start.data(), static_cast<std::size_t>(stream.gcount())});
 }
 
 Result loadBinary(const Scene& scene, const fs::path& file) {

@@ -1,3 +1,5 @@
+#include "bindings/python/src/library.h"
+#include "bindings/python/src/snapshot_views.h"
 #include "bindings/python/src/use.h"
 
 #include "kelvo/sdk/validation.h"
@@ -31,6 +33,26 @@ std::vector<Finding> validateScene(const LiveScene& scene, const py::object& fil
     const ValidationOptions options = optionsOf(fileExists, needsTypes);
     const LongRead use(scene);
     return listOf(validate(scene, options));
+}
+
+py::list validateSnapshot(const Snapshot& snapshot, const py::object& fileExists, bool needsTypes,
+                          const py::object& libraries) {
+    ValidationOptions options = optionsOf(fileExists, needsTypes);
+    const auto known = librariesOf(libraries);
+    options.libraries.assign(known.begin(), known.end());
+    SnapshotFindings found;
+    {
+        const py::gil_scoped_release unlocked;
+        found = validate(snapshot, options);
+    }
+    py::list all;
+    for (const SnapshotFinding& finding : found) {
+        const auto rule = py::cast(finding.rule, py::return_value_policy::reference);
+        const auto fix = finding.fix.isEmpty() ? py::object(py::none()) : py::cast(finding.fix);
+        all.append(py::make_tuple(rule, viewOf(snapshot, finding.node), finding.place,
+                                  finding.message, fix));
+    }
+    return all;
 }
 
 Severity severityOf(const std::string& name) {
@@ -108,13 +130,9 @@ void addFindings(py::module_& module) {
                    py::str(py::cast(finding.message)) + py::str(">");
         });
     method(s_sceneType, "_validate", &validateScene);
+    module.def("_validate_snapshot", &validateSnapshot);
     method(s_sceneType, "_fix", &fix);
-    module.def("_passes", [](const std::vector<Finding>& findings, bool isStrict) {
-        Findings all;
-        for (const Finding& finding : findings)
-            all.push_back(finding);
-        return passes(all, isStrict);
-    });
+    module.def("_breaks", &breaks);
 }
 
 } // namespace qv::python

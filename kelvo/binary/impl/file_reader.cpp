@@ -30,6 +30,20 @@ private:
     u64 m_size;
 };
 
+// Keeps a piece until it was read.
+class PieceInUse final : public RefCounted {
+public:
+    PieceInUse(RefersTo<FileBytes> file, std::span<const std::byte> bytes) noexcept
+        : m_file(std::move(file)), m_bytes(bytes) {}
+    ~PieceInUse() override { m_file->leave(m_bytes); }
+    PieceInUse(const PieceInUse&) = delete;
+    PieceInUse& operator=(const PieceInUse&) = delete;
+
+private:
+    RefersTo<FileBytes> m_file;
+    std::span<const std::byte> m_bytes;
+};
+
 u64 hashOf(std::span<const std::byte> bytes) noexcept {
     return hashBytes(bytes.data(), bytes.size());
 }
@@ -95,6 +109,8 @@ Result FileReader::checkHash(const Entry& entry) const {
 
 Result FileReader::piece(u32 number, StoredPiece& out) const {
     if (const Result given = buffer(number, out); !given) return given;
+    const bool isInPlace = entry(number).compression == Compression::None;
+    if (isInPlace) out.owner = RefersTo<PieceInUse>::adopt(new PieceInUse(m_file, out.bytes));
     return check(number);
 }
 
@@ -105,7 +121,7 @@ Result FileReader::buffer(u32 number, StoredPiece& out) const {
     if (found.compression != Compression::None) return unpack(found, out);
     if (found.size != found.storedSize)
         return damageAt(m_directory + number * bytesOfEntry, "The piece has two sizes.");
-    out = {m_bytes.subspan(found.offset, found.size), m_owner};
+    out = {m_bytes.subspan(found.offset, found.size), m_file};
     return {};
 }
 
@@ -128,6 +144,7 @@ Result FileReader::unpack(const Entry& entry, StoredPiece& out) const {
     const auto stored = m_bytes.subspan(entry.offset, entry.storedSize);
     if (!decompress(stored, unpacked->bytes()))
         return damageAt(entry.offset, "The data cannot be decompressed.");
+    m_file->leave(stored);
     out = {unpacked->bytes(), unpacked};
     return {};
 }

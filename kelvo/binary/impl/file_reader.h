@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/binary/impl/file_bytes.h"
 #include "kelvo/binary/impl/layout.h"
 #include "kelvo/sdk/snapshot_pieces.h"
 
@@ -12,8 +13,8 @@ namespace qv::kelvo_binary {
 /// it.
 class FileReader final : public kelvo_sdk::PieceSource {
 public:
-    FileReader(std::span<const std::byte> bytes, RefersTo<IRefCounted> owner, String name) noexcept
-        : m_bytes(bytes), m_owner(std::move(owner)), m_name(std::move(name)) {}
+    FileReader(RefersTo<FileBytes> file, String name) noexcept
+        : m_bytes(file->bytes()), m_file(std::move(file)), m_name(std::move(name)) {}
 
     /// Checks header, trailer and directory; call first.
     kelvo_sdk::Result open();
@@ -32,7 +33,7 @@ private:
     kelvo_sdk::Result unpack(const Entry& entry, kelvo_sdk::StoredPiece& out) const;
 
     std::span<const std::byte> m_bytes;
-    RefersTo<IRefCounted> m_owner;
+    RefersTo<FileBytes> m_file;
     String m_name;
     u32 m_count = 0;
     u64 m_directory = 0;

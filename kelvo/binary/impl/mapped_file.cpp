@@ -47,6 +47,15 @@ std::error_code MappedFile::open(const std::filesystem::path& file) {
     return {};
 }
 
+// Only whole pages can leave; the system reads them anew when they are asked for again.
+void MappedFile::leave(std::span<const std::byte> read) const noexcept {
+    static const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const auto begin = static_cast<std::size_t>(read.data() - m_bytes);
+    const std::size_t first = (begin + page - 1) / page * page;
+    const std::size_t end = (begin + read.size()) / page * page;
+    if (first < end) ::madvise(const_cast<std::byte*>(m_bytes) + first, end - first, MADV_DONTNEED);
+}
+
 MappedFile::~MappedFile() {
     if (m_bytes) ::munmap(const_cast<std::byte*>(m_bytes), m_size);
 }

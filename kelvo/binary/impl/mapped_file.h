@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo/base/ref_counted.h"
+#include "kelvo/binary/impl/file_bytes.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -10,7 +10,7 @@
 namespace qv::kelvo_binary {
 
 /// A file whose bytes are in memory as they are read.
-class MappedFile final : public RefCounted {
+class MappedFile final : public FileBytes {
 public:
     MappedFile() = default;
     ~MappedFile() override;
@@ -18,7 +18,10 @@ public:
     MappedFile& operator=(const MappedFile&) = delete;
 
     [[nodiscard]] std::error_code open(const std::filesystem::path& file);
-    [[nodiscard]] std::span<const std::byte> bytes() const noexcept { return {m_bytes, m_size}; }
+    [[nodiscard]] std::span<const std::byte> bytes() const noexcept override {
+        return {m_bytes, m_size};
+    }
+    void leave(std::span<const std::byte> read) const noexcept override;
 
 private:
     const std::byte* m_bytes = nullptr;

@@ -45,6 +45,17 @@ def test_validation_finds_and_fixes(scene: kelvo.Scene) -> None:
     assert scene["lamp"]["intensity"] == 0.0
 
 
+def test_a_snapshot_has_the_findings_of_its_scene(scene: kelvo.Scene) -> None:
+    scene.read('node pointLight "lamp" {\n    Real intensity = -1\n}\nnode zebra "z" {\n}\n')
+    live, frozen = scene.validate(), scene.snapshot().validate()
+    assert [(one.rule.id, one.place, one.message, one.fix_text) for one in frozen] == [
+        (one.rule.id, one.place, one.message, one.fix_text) for one in live]
+    assert frozen[0].node is not None and frozen[0].node.name == "lamp"
+    assert frozen.passes() and not frozen.passes(strict=True)
+    unknown = scene.snapshot().validate(needs_types=True, libraries=[])
+    assert [one.rule.id for one in unknown].count("unknown-type") == 2
+
+
 def test_one_finding_is_fixed(scene: kelvo.Scene) -> None:
     scene.read('node pointLight "lamp" {\n    Real intensity = -1\n}\n')
     finding = scene.validate()[0]

@@ -105,6 +105,10 @@ TEST_F(BinarySceneTest, OnlyTheBinaryForm_IsKnownAsSuch) {
     EXPECT_TRUE(isBinary(bytesOf(m_file)));
     EXPECT_FALSE(isBinary("kelvo scene 1\n"));
     EXPECT_FALSE(isBinary(""));
+    EXPECT_TRUE(isBinaryFile(m_file));
+    EXPECT_FALSE(isBinaryFile(m_file.parent_path())) << "a folder";
+    EXPECT_FALSE(isBinaryFile(m_file.parent_path() / "none.knb"));
+    EXPECT_FALSE(isBinaryFile("/dev/null"));
 }
 
 // ---- Files that cannot be read or written ------------------------------------------------

@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
+#include "kelvo/sdk/impl/graph/file_ending.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/input.h"
@@ -19,10 +20,6 @@
 namespace qv::kelvo_sdk::impl {
 
 namespace {
-
-String withDot(String ext) {
-    return ext.isEmpty() || ext.startsWith(".", false) ? ext : String('.') + ext;
-}
 
 // Returns the file name for the description of an edit; empty without its first part.
 String fileName(const String& file, const String& ext) {
@@ -52,7 +49,7 @@ String Node::asPath() const {
     if (!fileInput->readString(file, true, nullptr)) return {};
     if (!extInput->readString(ext, true, nullptr)) return {};
     if (dir.isEmpty() && file.isEmpty()) return {};
-    return Path::join<String, String>(dir, file + withDot(std::move(ext)));
+    return Path::join<String, String>(dir, file + withDot(ext));
 }
 
 bool Node::setPath(String dir, String file, String ext) {
@@ -60,7 +57,7 @@ bool Node::setPath(String dir, String file, String ext) {
     // Observers of the writes may remove the node.
     const kelvo_sdk::Node self(this);
     const kelvo_sdk::Scene scene(liveScene());
-    ext = withDot(std::move(ext));
+    ext = withDot(ext);
     const KnownNames& known = knownNames();
     const kelvo_sdk::Input dirInput(input(known.dir));
     const kelvo_sdk::Input fileInput(input(known.file));

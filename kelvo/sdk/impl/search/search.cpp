@@ -224,6 +224,25 @@ private:
 
 namespace qv::kelvo_sdk {
 
+namespace {
+
+// Frees each part as soon as it was copied, because all matches may take much memory.
+ds::Vector<SnapshotMatch> joined(std::vector<ds::Vector<SnapshotMatch>> parts) {
+    u64 count = 0;
+    for (const ds::Vector<SnapshotMatch>& part : parts)
+        count += part.size();
+    ds::Vector<SnapshotMatch> found;
+    found.reserve(count);
+    for (ds::Vector<SnapshotMatch>& part : parts) {
+        for (const SnapshotMatch& match : part)
+            found.push_back(match);
+        part = {};
+    }
+    return found;
+}
+
+} // namespace
+
 QueryFault Query::fault() const {
     return impl::Conditions().parse(*this);
 }
@@ -255,11 +274,7 @@ SnapshotMatches find(const Snapshot& scene, const Query& query) {
             finder.search(nodes[i]);
         parts[part] = finder.take();
     });
-    ds::Vector<SnapshotMatch> found;
-    for (const ds::Vector<SnapshotMatch>& part : parts)
-        for (const SnapshotMatch& match : part)
-            found.push_back(match);
-    return SnapshotMatches(std::move(found));
+    return SnapshotMatches(joined(std::move(parts)));
 }
 
 Matches Scene::find(String pattern) const {

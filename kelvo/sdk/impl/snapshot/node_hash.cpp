@@ -24,10 +24,8 @@ public:
     LiveHash(const NodeRecord& record, const SnapshotTables& tables)
         : m_record(record), m_tables(tables), m_hashes(record.lists().size()) {}
 
-    // The lists inside a list come after it.
-    [[nodiscard]] u64 run() {
-        for (u64 list = m_hashes.size(); list-- > 1;)
-            m_hashes[list] = hashOfParts(static_cast<u32>(list));
+    [[nodiscard]] u64 ofNode() {
+        hashLists();
         const KnownNames& known = knownNames();
         const bool isPathNode = m_record.shape().isTypeOf(known.path);
         u64 seed = m_record.name().hash();
@@ -38,8 +36,17 @@ public:
         }
         return seed;
     }
+    [[nodiscard]] u64 ofInput(u32 list, u32 input) {
+        hashLists();
+        return hashOfInput(list, input);
+    }
 
 private:
+    // The lists inside a list come after it.
+    void hashLists() {
+        for (u64 list = m_hashes.size(); list-- > 1;)
+            m_hashes[list] = hashOfParts(static_cast<u32>(list));
+    }
     [[nodiscard]] u64 hashOfParts(u32 number) const {
         const RecordList& list = m_record.list(number);
         if (list.count == 0) return 0;
@@ -87,7 +94,11 @@ u64 hashOfKind(const ShapeInput& input) noexcept {
 } // namespace
 
 u64 liveHashOf(const NodeRecord& record, const SnapshotTables& tables) {
-    return LiveHash(record, tables).run();
+    return LiveHash(record, tables).ofNode();
+}
+
+u64 liveHashOf(const NodeRecord& record, const SnapshotTables& tables, u32 list, u32 input) {
+    return LiveHash(record, tables).ofInput(list, input);
 }
 
 u64 ContentHasher::of(const NodeRecord& record) {

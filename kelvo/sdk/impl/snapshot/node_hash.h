@@ -8,6 +8,9 @@ namespace qv::kelvo_sdk::impl {
 
 /// Returns the hash that `Node::hash` has for the live node.
 [[nodiscard]] u64 liveHashOf(const NodeRecord& record, const SnapshotTables& tables);
+/// Returns the hash that `Input::hash` has for the live input.
+[[nodiscard]] u64 liveHashOf(const NodeRecord& record, const SnapshotTables& tables, u32 list,
+                             u32 input);
 
 /// Hashes the content of records without that of other nodes: name, type, bases, outputs, names and
 /// kinds of inputs, and values other than links. Independent of numbers, marks and descriptions.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo/sdk/impl/snapshot/snapshot_tables.h"
+#include "kelvo/sdk/snapshot.h"
 
 #include <vector>
 
@@ -15,6 +16,13 @@ struct RecordInput {
     u32 list = none;
     u32 input = 0;
 };
+
+/// Returns the input as users see it, an empty one for none. Borrows picture and record.
+[[nodiscard]] inline SnapshotInput viewOf(const SnapshotPicture* picture, const NodeRecord& record,
+                                          RecordInput input) noexcept {
+    if (input.list == RecordInput::none) return {};
+    return {picture, &record, input.list, input.input};
+}
 
 /// Something about an input that differs. See `InputPart` of the public snapshots.
 struct RecordDifference {

@@ -55,6 +55,9 @@ public:
         [[nodiscard]] bool isSilent() const noexcept { return shape().isSilent; }
         [[nodiscard]] bool hasReadOnlyMark() const noexcept { return shape().isReadOnly; }
         [[nodiscard]] bool isOmitted() const noexcept { return shape().isOmitted; }
+        bool operator==(const Input& other) const noexcept {
+            return record == other.record && list == other.list && index == other.index;
+        }
     };
     struct Output : View<Output> {
         const NodeRecord* record = nullptr;

@@ -17,12 +17,6 @@ const impl::SnapshotPicture* pictureOf(const Snapshot& snapshot) noexcept {
     return static_cast<const impl::SnapshotPicture*>(snapshot.get());
 }
 
-SnapshotInput viewOf(const impl::SnapshotPicture* picture, const impl::NodeRecord& record,
-                     impl::RecordInput input) noexcept {
-    if (input.list == impl::RecordInput::none) return {};
-    return {picture, &record, input.list, input.input};
-}
-
 bool isSameType(const impl::SnapshotShape& a, const impl::SnapshotShape& b) noexcept {
     return &a == &b || a.isSameType(b);
 }
@@ -87,8 +81,8 @@ void SnapshotDelta::compareNodes(const impl::NodeRecord& before, const impl::Nod
     impl::findDifference(before, after, differences);
     if (differences.empty() && impl::isSame(before, after)) return;
     for (const impl::RecordDifference& found : differences)
-        m_inputs.push_back(
-            {viewOf(from, before, found.before), viewOf(to, after, found.after), found.parts});
+        m_inputs.push_back({impl::viewOf(from, before, found.before),
+                            impl::viewOf(to, after, found.after), found.parts});
     m_changed.push_back({{from, &before},
                          {to, &after},
                          !before.name().equals(after.name()),

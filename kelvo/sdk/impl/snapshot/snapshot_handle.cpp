@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/snapshot.h"
 
+#include "kelvo/sdk/impl/graph/file_ending.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -131,9 +132,8 @@ String SnapshotNode::displayName() const {
     if (!isTypeOf(known.path)) return name();
     const String dir = text(known.dir), file = text(known.file);
     if (dir.isEmpty() && file.isEmpty()) return name();
-    String ext = text(known.ext);
-    if (!ext.isEmpty() && !ext.startsWith(".", false)) ext = "." + ext;
-    const Path path(Path::join<String, String>(dir, file + ext), false);
+    const String whole = file + impl::withDot(text(known.ext));
+    const Path path(Path::join<String, String>(dir, whole), false);
     return path.file(false).isEmpty() ? name() : path.file(true);
 }
 

@@ -3,8 +3,7 @@
 #include "kelvo/sdk/snapshot_reader.h"
 
 #include "kelvo/sdk/impl/graph/handle_failure.h"
-#include "kelvo/sdk/impl/graph/impl_of.h"
-#include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/graph/scene_with.h"
 #include "kelvo/sdk/impl/scene_text/scene_reader.h"
 #include "kelvo/sdk/impl/snapshot/text_snapshot.h"
 #include "kelvo/sdk/scene.h"
@@ -12,18 +11,6 @@
 #include "kelvo/base/log.h"
 
 namespace qv::kelvo_sdk {
-
-namespace {
-
-// Returns a scene without nodes that has the libraries, whose types the text names.
-RefersTo<impl::Scene> sceneWith(const std::vector<LibInfo>& libraries) {
-    auto scene = RefersTo<impl::Scene>::adopt(new impl::Scene);
-    for (const LibInfo& library : libraries)
-        if (library) scene->addLibrary(library.get());
-    return scene;
-}
-
-} // namespace
 
 SnapshotReport readSnapshot(std::string_view text, const String& source,
                             const SnapshotReadOptions& options, Diagnostics* diagnostics) {
@@ -35,7 +22,7 @@ SnapshotReport readSnapshot(std::string_view text, const String& source,
     inner.threads = options.threads;
     inner.gapCount = &report.gapCount;
     Diagnostics found;
-    const auto scene = sceneWith(options.libraries);
+    const auto scene = impl::sceneWith(options.libraries);
     const auto picture = impl::readPicture(*scene, text, inner, found);
     if (picture)
         report.snapshot = Snapshot(static_cast<RefCounted*>(picture.get()));

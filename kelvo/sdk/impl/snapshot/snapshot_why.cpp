@@ -112,14 +112,9 @@ private:
             impl::findDifference(before, m_from->tables(), after, m_to->tables(), differences);
         for (const impl::RecordDifference& found : differences)
             if (const u32 parts = found.parts & hashedParts)
-                chain.inputs.push_back({viewOf(m_from, before, found.before),
-                                        viewOf(m_to, after, found.after), parts});
+                chain.inputs.push_back({impl::viewOf(m_from, before, found.before),
+                                        impl::viewOf(m_to, after, found.after), parts});
         return chain;
-    }
-    static SnapshotInput viewOf(const impl::SnapshotPicture* picture,
-                                const impl::NodeRecord& record, impl::RecordInput input) noexcept {
-        if (input.list == impl::RecordInput::none) return {};
-        return {picture, &record, input.list, input.input};
     }
 
     SnapshotWhy& m_why;

@@ -1,5 +1,4 @@
 #include "kelvo/sdk/impl/validate/mesh_check.h"
-#include "kelvo/sdk/interfaces/i_input.h"
 
 #include "kelvo/sdk/attr_type.h"
 #include "kelvo/sdk/interfaces/i_node.h"
@@ -58,14 +57,16 @@ bool indicesBelow(const BufferView& indices, u64 limit) {
 
 } // namespace
 
-bool meshBuffersAgree(const INode& node) {
-    const u64 positions = bufferOf(node, "positions").count;
-    for (const char* name : {"normals", "uvs"}) {
-        const u64 count = bufferOf(node, name).count;
+bool agree(const MeshBuffers& mesh) noexcept {
+    const u64 positions = mesh.positions.count;
+    for (const u64 count : {mesh.normals.count, mesh.uvs.count})
         if (count != 0 && count != positions) return false;
-    }
-    const BufferView indices = bufferOf(node, "indices");
-    return indices.count == 0 || indicesBelow(indices, positions);
+    return mesh.indices.count == 0 || indicesBelow(mesh.indices, positions);
+}
+
+bool meshBuffersAgree(const INode& node) {
+    return agree({bufferOf(node, "positions"), bufferOf(node, "normals"), bufferOf(node, "uvs"),
+                  bufferOf(node, "indices")});
 }
 
 } // namespace qv::kelvo_sdk::impl

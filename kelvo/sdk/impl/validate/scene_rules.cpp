@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/graph/scene_with.h"
 
 #include <algorithm>
 #include <array>
@@ -80,15 +81,31 @@ std::span<const ValidationRule> validationRules() noexcept {
 }
 
 Findings validate(const Scene& scene, const ValidationOptions& options) {
-    return scene ? impl::SceneRules(impl::implOf(*scene.get()), options).findings() : Findings();
+    if (!scene) return {};
+    impl::LiveSource source(impl::implOf(*scene.get()));
+    return impl::SceneRules(source, options).findings();
+}
+
+SnapshotFindings validate(const Snapshot& snapshot, const ValidationOptions& options) {
+    if (!snapshot) return {};
+    const auto types = impl::sceneWith(options.libraries);
+    impl::SnapshotSource source(*static_cast<const impl::SnapshotPicture*>(snapshot.get()), *types);
+    return impl::SceneRules(source, options).findings();
+}
+
+bool breaks(const ValidationRule& rule, bool isStrict) noexcept {
+    if (!isStrict) return rule.severity == Severity::Error;
+    return rule.severity >= Severity::Warning || rule.isUnchecked;
 }
 
 bool passes(const Findings& findings, bool isStrict) noexcept {
-    return std::ranges::none_of(findings, [=](const Finding& finding) {
-        const ValidationRule& rule = *finding.rule;
-        if (!isStrict) return rule.severity == Severity::Error;
-        return rule.severity >= Severity::Warning || rule.isUnchecked;
-    });
+    return std::ranges::none_of(
+        findings, [=](const Finding& finding) { return breaks(*finding.rule, isStrict); });
+}
+
+bool passes(const SnapshotFindings& findings, bool isStrict) noexcept {
+    return std::ranges::none_of(
+        findings, [=](const SnapshotFinding& finding) { return breaks(*finding.rule, isStrict); });
 }
 
 FixReport fixFindings(const Scene& scene, Severity least, const ValidationOptions& options) {
@@ -113,19 +130,21 @@ FixReport fixFindings(const Scene& scene, Severity least, const ValidationOption
 
 namespace qv::kelvo_sdk::impl {
 
-Findings SceneRules::findings() {
-    for (const IntegrityError& error : m_scene.verify())
-        add(Rule::BrokenScene, nullptr, error.place,
+template<typename Source>
+typename SceneRules<Source>::Found SceneRules<Source>::findings() {
+    for (const IntegrityError& error : m_source.brokenLaws())
+        add(Rule::BrokenScene, {}, error.place,
             (error.place.isEmpty() ? String("the scene") : "'" + error.place + "'") + " " +
                 error.message + ".");
     if (!m_findings.empty()) return std::move(m_findings);
-    m_scene.forEachNode([this](Node* node) { checkNode(*node); });
+    m_source.forEachNode([this](Node node) { checkNode(node); });
     checkCycles();
     checkFileComments();
     return std::move(m_findings);
 }
 
-void SceneRules::checkNode(Node& node) {
+template<typename Source>
+void SceneRules<Source>::checkNode(Node node) {
     checkType(node);
     checkValues(node);
     checkMesh(node);
@@ -137,17 +156,14 @@ void SceneRules::checkNode(Node& node) {
     checkReferences(node);
 }
 
-void SceneRules::add(Rule rule, Node* node, String place, String message, Fix fix) {
-    m_findings.push_back({&rules[static_cast<u64>(rule)], kelvo_sdk::Node(node), std::move(place),
+template<typename Source>
+void SceneRules<Source>::add(Rule rule, Node node, String place, String message, Fix fix) {
+    m_findings.push_back({&rules[static_cast<u64>(rule)], m_source.handleOn(node), std::move(place),
                           std::move(message), std::move(fix)});
 }
 
-RefersTo<FindingFix> removalOf(IInput& element) {
-    return makeFix("remove element [" + element.name() + "]", [held = RefersTo<IInput>(&element)] {
-        IInput* array = held->parent();
-        return array && array->removeInput(held->name());
-    });
-}
+template class SceneRules<LiveSource>;
+template class SceneRules<SnapshotSource>;
 
 String indexText(u64 index) {
     return "[" + String(std::string_view(std::to_string(index))) + "]";

@@ -1,17 +1,15 @@
 #pragma once
 
+#include "kelvo/sdk/impl/validate/live_source.h"
+#include "kelvo/sdk/impl/validate/snapshot_source.h"
 #include "kelvo/sdk/validation.h"
 
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
-using interfaces::IInput;
-using interfaces::INode;
-
-class Input;
-class Node;
-class Scene;
 struct Comments;
 
 /// The rules, in the order of their table.
@@ -41,8 +39,8 @@ enum class Rule : u32 {
     LostReference,
 };
 
-/// Checks one scene by all rules. Takes linear time, except for spelling suggestions, which are
-/// searched once for each unknown type.
+/// Checks one scene by all rules: live nodes or a snapshot, as the source has them. Takes linear
+/// time, except for spelling suggestions, which are searched once for each unknown type.
 ///
 ///     Table      scene_rules.cpp            the rules, their order, applying fixes
 ///     Types      scene_rules_types.cpp      nodes against the definitions in libraries
@@ -50,83 +48,110 @@ enum class Rule : u32 {
 ///     Nodes      scene_rules_nodes.cpp      lists of modifiers, meshes, files, use
 ///     Comments   scene_rules_comments.cpp   conflicts left by a merge
 ///     Hierarchy  scene_rules_hierarchy.cpp  children
+template<typename Source>
 class SceneRules {
 public:
-    /// Borrows both arguments.
-    SceneRules(Scene& scene, const ValidationOptions& options)
-        : m_scene(scene), m_options(options) {}
+    using Found = ds::Vector<typename Source::Finding>;
 
-    [[nodiscard]] Findings findings();
+    /// Borrows both arguments.
+    SceneRules(Source& source, const ValidationOptions& options)
+        : m_source(source), m_options(options) {}
+
+    [[nodiscard]] Found findings();
 
 private:
-    using Fix = RefersTo<FindingFix>;
+    using Node = typename Source::Node;
+    using Input = typename Source::Input;
+    using Inputs = typename Source::Inputs;
+    using Fix = typename Source::Fix;
+    using Definition = const impl::Node&;
+    using KnownInput = const impl::Input&;
 
-    void checkNode(Node& node);
-    void add(Rule rule, Node* node, String place, String message, Fix fix = {});
+    void checkNode(Node node);
+    void add(Rule rule, Node node, String place, String message, Fix fix = {});
 
-    void checkType(Node& node);
-    void checkUnknownType(Node& node);
-    void checkInputs(Node& node, const Node& definition);
-    bool checkInput(Node& node, Input* parent, Input* input, const Input& definition);
-    void checkReadOnly(Node& node, Input& input, const Input& definition);
-    void checkOutputs(Node& node, const Node& definition);
+    void checkType(Node node);
+    void checkUnknownType(Node node);
+    void checkInputs(Node node, Definition definition);
+    bool checkInput(Node node, Input parent, Input input, KnownInput definition);
+    void checkReadOnly(Node node, Input input, KnownInput definition);
+    void checkOutputs(Node node, Definition definition);
     [[nodiscard]] const String& nearType(const String& type);
-    void checkUnknown(Node& node, const Node& definition);
-    void addUnknown(Node& node, const char* what, const String& path, const String& question);
+    void checkUnknown(Node node, Definition definition);
+    void addUnknown(Node node, const char* what, const String& path, const String& question);
     template<typename Attributes>
-    [[nodiscard]] const String& nearAttribute(const Node& definition, const Attributes& known,
+    [[nodiscard]] const String& nearAttribute(Definition definition, const Attributes& known,
                                               const String& name);
 
-    void checkValues(Node& node);
-    void checkValue(Node& node, Input& input);
-    void checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* parent);
+    void checkValues(Node node);
+    void checkValue(Node node, Input input);
+    void checkNames(Node node, Inputs list, Input parent);
 
-    void checkModifiers(Node& node);
-    void checkMesh(Node& node);
-    void checkPath(Node& node);
-    void checkFile(Node& node, const Input& file);
-    void checkUse(Node& node);
-    void checkReferences(Node& node);
-    void addLostLink(Node& node, Input& input);
-    void addLostSource(Node& node, Input& input);
+    void checkModifiers(Node node);
+    void checkMesh(Node node);
+    [[nodiscard]] interfaces::BufferView bufferOf(Node node, const String& name) const;
+    void checkPath(Node node);
+    void checkFile(Node node, Input file);
+    void checkUse(Node node);
+    void checkReferences(Node node);
 
-    void checkComments(Node& node);
+    void checkComments(Node node);
     void checkFileComments();
-    void checkMarks(const Comments& comments, Node* node, const String& place, const char* what);
-    void checkLines(const String& lines, Node* node, const String& place, const char* what);
+    void checkMarks(const Comments& comments, Node node, const String& place, const char* what);
+    void checkLines(const String& lines, Node node, const String& place, const char* what);
 
-    void checkChildren(Node& node);
+    void checkChildren(Node node);
     void checkCycles();
 
-    Scene& m_scene;
+    Source& m_source;
     const ValidationOptions& m_options;
-    Findings m_findings;
+    Found m_findings;
     // By unknown type: ": did you mean 'name'?", or ".".
     std::unordered_map<String, String> m_nearTypes;
     // By "type.name" of an unknown attribute, as `m_nearTypes`.
     std::unordered_map<String, String> m_nearAttributes;
 };
 
-/// Returns a fix that calls `apply`, which returns whether it changed anything.
-template<typename Apply>
-[[nodiscard]] RefersTo<FindingFix> makeFix(String text, Apply apply) {
-    class Made final : public FindingFix {
-    public:
-        Made(String what, Apply how) : FindingFix(std::move(what)), m_apply(std::move(how)) {}
-        Result apply() override {
-            if (m_apply()) return {};
-            return Result::failure("Cannot " + text() +
-                                   ": there is nothing left to fix, or the scene refuses it.");
+/// Visits a list of inputs and all their parts, at any depth, in order, parents first; without
+/// recursion, as inputs may nest deeper than the stack allows.
+template<typename Source>
+class AllInputs {
+public:
+    using Input = typename Source::Input;
+    using Inputs = typename Source::Inputs;
+
+    explicit AllInputs(Inputs list) : m_at{list} {}
+
+    /// Returns an empty one at the end.
+    [[nodiscard]] Input next() {
+        while (m_at.next >= m_at.list.size()) {
+            if (m_outer.empty()) return {};
+            m_at = m_outer.back();
+            m_outer.pop_back();
         }
+        const Input input = m_at.list[m_at.next++];
+        const Inputs parts = Source::partsOf(input);
+        if (parts.size() == 0) return input;
+        m_outer.push_back(std::exchange(m_at, Level{parts}));
+        return input;
+    }
 
-    private:
-        Apply m_apply;
+private:
+    struct Level {
+        Inputs list;
+        u64 next = 0;
     };
-    return RefersTo<FindingFix>::adopt(new Made(std::move(text), std::move(apply)));
-}
 
-/// Returns a fix that removes an element from its array.
-[[nodiscard]] RefersTo<FindingFix> removalOf(IInput& element);
+    Level m_at;
+    std::vector<Level> m_outer;
+};
+
+/// Returns the input if it is an array of nodes, else an empty one.
+template<typename Input>
+[[nodiscard]] Input nodeList(Input input) {
+    const bool isList = input && input->type() == AttrType::Array;
+    return isList && input->elementType() == AttrType::Node ? input : Input();
+}
 
 /// Returns "[3]".
 [[nodiscard]] String indexText(u64 index);

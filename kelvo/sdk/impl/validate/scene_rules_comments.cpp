@@ -3,43 +3,43 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
-#include "kelvo/sdk/impl/graph/input_walk.h"
-#include "kelvo/sdk/impl/graph/node.h"
-#include "kelvo/sdk/impl/graph/output.h"
-#include "kelvo/sdk/impl/graph/scene.h"
-
 #include <string_view>
 
 namespace qv::kelvo_sdk::impl {
 
-void SceneRules::checkComments(Node& node) {
-    const SceneComments& comments = m_scene.comments();
-    if (comments.empty()) return;
-    const auto check = [&](const auto& thing, const char* what, const auto& pathOf) {
-        const Comments* found = comments.find(&thing);
-        if (found) checkMarks(*found, &node, pathOf(), what);
+template<typename Source>
+void SceneRules<Source>::checkComments(Node node) {
+    const auto check = [&](auto thing, const char* what, const auto& pathOf) {
+        const Comments* found = m_source.commentsOf(thing);
+        if (found) checkMarks(*found, node, pathOf(), what);
     };
-    check(static_cast<const INode&>(node), "node", [&] { return node.name(); });
-    InputWalk inputs(node.inputs());
-    while (const Input* input = inputs.next())
-        check(static_cast<const IInput&>(*input), "input", [&] { return input->path(); });
-    for (const IOutput* output : node.outputs())
-        check(*output, "output", [&] { return node.name() + "." + output->name(); });
+    if (!m_source.hasComments(node)) return;
+    check(node, "node", [&] { return m_source.nameOf(node); });
+    AllInputs<Source> inputs(m_source.inputsOf(node));
+    while (const Input input = inputs.next())
+        check(input, "input", [&] { return m_source.pathOf(input); });
+    const auto outputs = m_source.outputsOf(node);
+    for (u64 i = 0; i < outputs.size(); ++i)
+        check(outputs[i], "output",
+              [&] { return m_source.nameOf(node) + "." + outputs[i]->ownName(); });
 }
 
-void SceneRules::checkFileComments() {
-    checkMarks(m_scene.comments().file(), nullptr, String(), "the scene");
+template<typename Source>
+void SceneRules<Source>::checkFileComments() {
+    checkMarks(m_source.file(), {}, String(), "the scene");
 }
 
-void SceneRules::checkMarks(const Comments& comments, Node* node, const String& place,
-                            const char* what) {
+template<typename Source>
+void SceneRules<Source>::checkMarks(const Comments& comments, Node node, const String& place,
+                                    const char* what) {
     for (const String* lines :
          {&comments.leading, &comments.opening, &comments.inner, &comments.trailing})
         checkLines(*lines, node, place, what);
 }
 
-void SceneRules::checkLines(const String& lines, Node* node, const String& place,
-                            const char* what) {
+template<typename Source>
+void SceneRules<Source>::checkLines(const String& lines, Node node, const String& place,
+                                    const char* what) {
     constexpr std::string_view mark = "# conflict: ";
     for (std::string_view rest = lines.view(); !rest.empty();) {
         const u64 end = rest.find('\n');
@@ -51,5 +51,10 @@ void SceneRules::checkLines(const String& lines, Node* node, const String& place
             subject + ": a merge left a conflict to settle: " + line.substr(mark.size()) + ".");
     }
 }
+
+template void SceneRules<LiveSource>::checkComments(LiveSource::Node);
+template void SceneRules<LiveSource>::checkFileComments();
+template void SceneRules<SnapshotSource>::checkComments(SnapshotSource::Node);
+template void SceneRules<SnapshotSource>::checkFileComments();
 
 } // namespace qv::kelvo_sdk::impl

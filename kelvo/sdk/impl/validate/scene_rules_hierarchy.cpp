@@ -3,12 +3,7 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
-#include "kelvo/sdk/impl/graph/impl_of.h"
-#include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
-#include "kelvo/sdk/impl/graph/node.h"
-#include "kelvo/sdk/impl/graph/scene.h"
 
 #include <unordered_set>
 #include <utility>
@@ -18,62 +13,68 @@ namespace qv::kelvo_sdk::impl {
 
 namespace {
 
-// Returns the array "children" of a node, null when it has none.
-const Input* childListOf(const Node& node) {
-    const IInput* found = node.lookUpInput(knownNames().children);
-    if (!found || found->type() != AttrType::Array) return nullptr;
-    return found->elementType() == AttrType::Node ? implOf(found) : nullptr;
-}
-
-INode* childOf(const IInput* element) {
-    return implOf(element)->value().asNode();
+// Returns the array "children" of a node, an empty one when it has none.
+template<typename Source>
+typename Source::Input childListOf(typename Source::Node node) {
+    return nodeList(Source::find(node, knownNames().children));
 }
 
 // Finds the links that lead back to an ancestor. Works without recursion: a chain may be as long as
-// the scene.
+// the scene. A node without children is on no cycle and is not entered.
+template<typename Source>
 class CycleSearch {
 public:
-    using Cycle = std::pair<Node*, Node*>;
+    using Node = typename Source::Node;
+    using Cycle = std::pair<Node, Node>;
 
-    explicit CycleSearch(const Scene& scene) {
-        std::unordered_set<const INode*> listed;
-        scene.forEachNode([&](const Node* node) {
-            const Input* list = childListOf(*node);
-            for (u64 i = 0; list && i < list->members().size(); ++i)
-                listed.insert(childOf(list->members()[i]));
+    explicit CycleSearch(const Source& source) : m_source(source) {
+        std::unordered_set<Node> listed;
+        source.forEachNode([&](Node node) {
+            const Inputs list = childrenOf(node);
+            for (u64 i = 0; i < list.size(); ++i)
+                listed.insert(source.linkedBy(list[i]));
         });
-        scene.forEachNode([&](Node* node) {
-            if (!listed.contains(node)) walk(node);
+        source.forEachNode([&](Node node) {
+            if (!listed.contains(node)) enter(node);
+            walk();
         });
-        scene.forEachNode([&](Node* node) {
-            if (!m_isOpen.contains(node)) walk(node);
+        source.forEachNode([&](Node node) {
+            if (!m_isOpen.contains(node)) enter(node);
+            walk();
         });
     }
 
     [[nodiscard]] const std::vector<Cycle>& cycles() const noexcept { return m_cycles; }
 
 private:
+    using Inputs = typename Source::Inputs;
     struct Step {
-        Node* node;
-        const Input* list;
+        Node node;
+        Inputs list;
         u64 next = 0;
     };
 
-    void enter(Node* node) {
-        m_isOpen[node] = true;
-        m_way.push_back({node, childListOf(*node)});
+    [[nodiscard]] static Inputs childrenOf(Node node) {
+        const auto list = childListOf<Source>(node);
+        return list ? Source::partsOf(list) : Inputs();
     }
 
-    void walk(Node* root) {
-        enter(root);
+    void enter(Node node) {
+        const Inputs list = childrenOf(node);
+        if (list.size() == 0) return;
+        m_isOpen[node] = true;
+        m_way.push_back({node, list});
+    }
+
+    void walk() {
         while (!m_way.empty()) {
             Step& step = m_way.back();
-            if (!step.list || step.next == step.list->members().size()) {
+            if (step.next == step.list.size()) {
                 m_isOpen[step.node] = false;
                 m_way.pop_back();
                 continue;
             }
-            auto* child = implOf(childOf(step.list->members()[step.next++]));
+            const Node child = m_source.linkedBy(step.list[step.next++]);
             if (!child) continue;
             const auto met = m_isOpen.find(child);
             if (met == m_isOpen.end())
@@ -83,40 +84,47 @@ private:
         }
     }
 
+    const Source& m_source;
     // Nodes visited so far; true while a node is on the current path.
-    std::unordered_map<const Node*, bool> m_isOpen;
+    std::unordered_map<Node, bool> m_isOpen;
     std::vector<Step> m_way;
     std::vector<Cycle> m_cycles;
 };
 
 } // namespace
 
-void SceneRules::checkChildren(Node& node) {
-    const Input* list = childListOf(node);
+template<typename Source>
+void SceneRules<Source>::checkChildren(Node node) {
+    const Input list = childListOf<Source>(node);
     if (!list) return;
-    std::unordered_set<const INode*> met;
-    for (u64 i = 0; i < list->members().size(); ++i) {
-        auto& element = implOf(*list->members()[i]);
-        const INode* child = childOf(&element);
+    std::unordered_set<Node> met;
+    const Inputs elements = m_source.partsOf(list);
+    for (u64 i = 0; i < elements.size(); ++i) {
+        const Input element = elements[i];
+        const Node child = m_source.linkedBy(element);
         if (child && met.insert(child).second) continue;
-        if (!child && element.source()) continue;
-        const String start =
-            "node '" + node.name() + "': element " + indexText(i) + " of '" + list->name() + "' ";
-        const String path = element.path();
-        if (child)
-            add(Rule::RepeatedChild, &node, path, start + "links to '" + child->name() + "' again.",
-                removalOf(element));
-        else
-            add(Rule::EmptyChild, &node, path, start + "links to no node.", removalOf(element));
+        if (!child && m_source.hasSource(element)) continue;
+        const String start = "node '" + m_source.nameOf(node) + "': element " + indexText(i) +
+                             " of '" + list->ownName() + "' ";
+        const String end = child ? "links to '" + m_source.nameOf(child) + "' again."
+                                 : String("links to no node.");
+        add(child ? Rule::RepeatedChild : Rule::EmptyChild, node, m_source.pathOf(element),
+            start + end, m_source.removal("remove element " + indexText(i), element));
     }
 }
 
-void SceneRules::checkCycles() {
-    const CycleSearch search(m_scene);
+template<typename Source>
+void SceneRules<Source>::checkCycles() {
+    const CycleSearch<Source> search(m_source);
     for (const auto& [node, child] : search.cycles())
-        add(Rule::ChildCycle, node, childListOf(*node)->path(),
-            "node '" + node->name() + "' has '" + child->name() +
+        add(Rule::ChildCycle, node, m_source.pathOf(childListOf<Source>(node)),
+            "node '" + m_source.nameOf(node) + "' has '" + m_source.nameOf(child) +
                 "' as a child, which it is itself below.");
 }
+
+template void SceneRules<LiveSource>::checkChildren(LiveSource::Node);
+template void SceneRules<LiveSource>::checkCycles();
+template void SceneRules<SnapshotSource>::checkChildren(SnapshotSource::Node);
+template void SceneRules<SnapshotSource>::checkCycles();
 
 } // namespace qv::kelvo_sdk::impl

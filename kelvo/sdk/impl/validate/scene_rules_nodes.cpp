@@ -3,13 +3,12 @@
 
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
-#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/base/path.h"
+#include "kelvo/sdk/impl/graph/file_ending.h"
 #include "kelvo/sdk/impl/graph/known_names.h"
-#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/validate/mesh_check.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
-#include <algorithm>
 #include <string>
 
 namespace qv::kelvo_sdk::impl {
@@ -19,7 +18,9 @@ namespace {
 struct MeshNames {
     const String mesh{"mesh"};
     const String positions{"positions"};
-    const String others[3] = {String("normals"), String("uvs"), String("indices")};
+    const String normals{"normals"};
+    const String uvs{"uvs"};
+    const String indices{"indices"};
 };
 
 const MeshNames& meshNames() {
@@ -27,120 +28,132 @@ const MeshNames& meshNames() {
     return *names;
 }
 
-const Input* bufferOf(const Node& node, const String& name) {
-    const IInput* found = node.lookUpInput(name);
-    if (!found || found->type() != AttrType::Buffer) return nullptr;
-    return implOf(found);
-}
-
-u64 countOf(const Input* buffer) {
-    return buffer ? buffer->value().asBuffer().count() : 0;
-}
-
 String counted(u64 count, const String& what) {
     return String(std::string_view(std::to_string(count))) + " " + what;
 }
 
-bool holdsPixels(const IInput* input) {
-    return input->type() == AttrType::Buffer && countOf(implOf(input)) != 0;
+template<typename Source>
+bool holdsPixels(const Source& source, typename Source::Node node) {
+    const auto inputs = source.inputsOf(node);
+    for (u64 i = 0; i < inputs.size(); ++i)
+        if (source.bufferOf(inputs[i]).count != 0) return true;
+    return false;
 }
 
 } // namespace
 
-void SceneRules::checkModifiers(Node& node) {
-    const IInput* found = node.lookUpInput(knownNames().modifiers);
-    if (!found || found->type() != AttrType::Array) return;
-    if (found->elementType() != AttrType::Node) return;
-    const auto& list = implOf(*found);
-    for (u64 i = 0; i < list.members().size(); ++i) {
-        auto& element = implOf(*list.members()[i]);
-        if (element.source()) continue;
-        const INode* modifier = linkedNode(element);
-        const String start = "node '" + node.name() + "': ";
+template<typename Source>
+void SceneRules<Source>::checkModifiers(Node node) {
+    const Input list = nodeList(m_source.find(node, knownNames().modifiers));
+    if (!list) return;
+    const Inputs elements = m_source.partsOf(list);
+    for (u64 i = 0; i < elements.size(); ++i) {
+        const Input element = elements[i];
+        if (m_source.hasSource(element)) continue;
+        const Node modifier = m_source.linkedBy(element);
+        const String start = "node '" + m_source.nameOf(node) + "': ";
         if (!modifier)
-            add(Rule::EmptyModifier, &node, element.path(),
-                start + "element " + indexText(i) + " of '" + list.name() + "' links to no node.",
-                removalOf(element));
-        else if (!modifier->hasNodeModify() && !m_scene.libraries().empty())
-            add(Rule::IdleModifier, &node, element.path(),
-                start + "its modifier '" + modifier->name() + "' is of type '" + modifier->type() +
-                    "', which modifies nothing.");
+            add(Rule::EmptyModifier, node, m_source.pathOf(element),
+                start + "element " + indexText(i) + " of '" + list->ownName() +
+                    "' links to no node.",
+                m_source.removal("remove element " + indexText(i), element));
+        else if (!m_source.types().libraries().empty() && !m_source.modifies(modifier))
+            add(Rule::IdleModifier, node, m_source.pathOf(element),
+                start + "its modifier '" + m_source.nameOf(modifier) + "' is of type '" +
+                    modifier->type() + "', which modifies nothing.");
     }
 }
 
-void SceneRules::checkMesh(Node& node) {
+template<typename Source>
+interfaces::BufferView SceneRules<Source>::bufferOf(Node node, const String& name) const {
+    const Input found = m_source.find(node, name);
+    return found ? m_source.bufferOf(found) : interfaces::BufferView();
+}
+
+template<typename Source>
+void SceneRules<Source>::checkMesh(Node node) {
     const MeshNames& names = meshNames();
-    const Input* positions = bufferOf(node, names.positions);
-    if (!meshBuffersAgree(node)) {
-        String counts = positions ? counted(countOf(positions), names.positions) : String();
-        for (const String& name : names.others) {
-            const u64 count = countOf(bufferOf(node, name));
+    const MeshBuffers mesh{bufferOf(node, names.positions), bufferOf(node, names.normals),
+                           bufferOf(node, names.uvs), bufferOf(node, names.indices)};
+    const Input positions = m_source.find(node, names.positions);
+    const bool hasPositions = positions && positions->type() == AttrType::Buffer;
+    if (!agree(mesh)) {
+        String counts = hasPositions ? counted(mesh.positions.count, names.positions) : String();
+        const auto addCount = [&](u64 count, const String& name) {
             if (count != 0) counts = counts + (counts.isEmpty() ? "" : ", ") + counted(count, name);
-        }
-        add(Rule::MeshMismatch, &node, node.name(),
-            "node '" + node.name() + "': its mesh buffers do not agree (" + counts +
+        };
+        addCount(mesh.normals.count, names.normals);
+        addCount(mesh.uvs.count, names.uvs);
+        addCount(mesh.indices.count, names.indices);
+        add(Rule::MeshMismatch, node, m_source.nameOf(node),
+            "node '" + m_source.nameOf(node) + "': its mesh buffers do not agree (" + counts +
                 "; normals and uvs need one for each position, indices stay below their number).");
     }
-    if (positions && countOf(positions) == 0 && !positions->source() && node.hasType(names.mesh))
-        add(Rule::EmptyMesh, &node, positions->path(),
-            "node '" + node.name() + "': its mesh has no positions.");
+    const bool isEmpty =
+        hasPositions && mesh.positions.count == 0 && !m_source.hasSource(positions);
+    if (isEmpty && m_source.hasType(node, names.mesh))
+        add(Rule::EmptyMesh, node, m_source.pathOf(positions),
+            "node '" + m_source.nameOf(node) + "': its mesh has no positions.");
 }
 
 // A texture may hold its pixels itself; then it needs no file.
-void SceneRules::checkPath(Node& node) {
-    if (!node.isPath()) return;
-    const auto& file = implOf(*node.lookUpInput(knownNames().file));
-    if (file.source() || std::ranges::any_of(node.inputs(), holdsPixels)) return;
-    if (!file.value().asString().isEmpty()) return checkFile(node, file);
-    add(Rule::EmptyPath, &node, file.path(),
-        "node '" + node.name() + "' stands for a file but names none.");
+template<typename Source>
+void SceneRules<Source>::checkPath(Node node) {
+    const KnownNames& known = knownNames();
+    for (const String* name : {&known.dir, &known.file, &known.ext}) {
+        const Input part = m_source.find(node, *name);
+        if (!part || part->type() != AttrType::String) return;
+    }
+    const Input file = m_source.find(node, known.file);
+    if (m_source.hasSource(file) || holdsPixels(m_source, node)) return;
+    if (!m_source.textOf(file).isEmpty()) return checkFile(node, file);
+    add(Rule::EmptyPath, node, m_source.pathOf(file),
+        "node '" + m_source.nameOf(node) + "' stands for a file but names none.");
 }
 
 // A path that is connected to other nodes is only known by evaluation, which a check avoids.
-void SceneRules::checkFile(Node& node, const Input& file) {
-    const KnownNames& known = knownNames();
-    const auto isConnected = [&](const String& name) { return node.lookUpInput(name)->source(); };
-    if (!m_options.fileExists || isConnected(known.dir) || isConnected(known.ext)) return;
-    const String path = node.asPath();
+template<typename Source>
+void SceneRules<Source>::checkFile(Node node, Input file) {
+    const Input dir = m_source.find(node, knownNames().dir);
+    const Input ext = m_source.find(node, knownNames().ext);
+    if (!m_options.fileExists || m_source.hasSource(dir) || m_source.hasSource(ext)) return;
+    const String name = m_source.textOf(file) + withDot(m_source.textOf(ext));
+    const String path = Path::join<String, String>(m_source.textOf(dir), name);
     if (m_options.fileExists(path)) return;
     StringIO shown;
     writeQuoted(path.view(), shown);
-    add(Rule::MissingFile, &node, file.path(),
-        "node '" + node.name() + "' stands for a file that is not there: " + shown.take() + ".");
+    add(Rule::MissingFile, node, m_source.pathOf(file),
+        "node '" + m_source.nameOf(node) +
+            "' stands for a file that is not there: " + shown.take() + ".");
 }
 
-void SceneRules::checkUse(Node& node) {
-    const auto isRead = [](const IOutput* output) { return output->targetCount() != 0; };
-    if (node.outputs().empty() || std::ranges::any_of(node.outputs(), isRead)) return;
-    if (m_scene.links().first(&node)) return;
-    add(Rule::UnusedNode, &node, node.name(),
-        "node '" + node.name() + "': nothing reads its outputs or links to it.");
+template<typename Source>
+void SceneRules<Source>::checkUse(Node node) {
+    if (m_source.outputsOf(node).size() == 0 || m_source.isUsed(node)) return;
+    add(Rule::UnusedNode, node, m_source.nameOf(node),
+        "node '" + m_source.nameOf(node) + "': nothing reads its outputs or links to it.");
 }
 
-// Saving loses such a reference: no text can hold it.
-void SceneRules::checkReferences(Node& node) {
-    const auto isLost = [&](const INode* target) { return target && target->scene() != &m_scene; };
-    visitInputs(node, [&](Input& input) {
-        if (isLost(linkedNode(input))) addLostLink(node, input);
-        if (isLost(sourceNode(input))) addLostSource(node, input);
+template<typename Source>
+void SceneRules<Source>::checkReferences(Node node) {
+    m_source.forEachLost(node, [&](Input input, bool isConnection, const String& target, Fix fix) {
+        const String path = m_source.pathOf(input);
+        const String message =
+            isConnection ? "' is connected to '" + target + "', whose node is in no scene."
+                         : "' links to node '" + target + "', which is in no scene.";
+        add(Rule::LostReference, node, path, "'" + path + message, std::move(fix));
     });
 }
 
-void SceneRules::addLostLink(Node& node, Input& input) {
-    const String path = input.path();
-    add(Rule::LostReference, &node, path,
-        "'" + path + "' links to node '" + linkedNode(input)->name() + "', which is in no scene.",
-        makeFix("clear the link '" + path + "'",
-                [held = RefersTo<Input>(&input)] { return held->setNode(nullptr); }));
-}
-
-void SceneRules::addLostSource(Node& node, Input& input) {
-    const String path = input.path();
-    add(Rule::LostReference, &node, path,
-        "'" + path + "' is connected to '" + input.source()->path() +
-            "', whose node is in no scene.",
-        makeFix("disconnect '" + path + "'",
-                [held = RefersTo<Input>(&input)] { return held->disconnect(); }));
-}
+template void SceneRules<LiveSource>::checkModifiers(LiveSource::Node);
+template void SceneRules<LiveSource>::checkMesh(LiveSource::Node);
+template void SceneRules<LiveSource>::checkPath(LiveSource::Node);
+template void SceneRules<LiveSource>::checkUse(LiveSource::Node);
+template void SceneRules<LiveSource>::checkReferences(LiveSource::Node);
+template void SceneRules<SnapshotSource>::checkModifiers(SnapshotSource::Node);
+template void SceneRules<SnapshotSource>::checkMesh(SnapshotSource::Node);
+template void SceneRules<SnapshotSource>::checkPath(SnapshotSource::Node);
+template void SceneRules<SnapshotSource>::checkUse(SnapshotSource::Node);
+template void SceneRules<SnapshotSource>::checkReferences(SnapshotSource::Node);
 
 } // namespace qv::kelvo_sdk::impl

@@ -4,8 +4,6 @@
 #include "kelvo/sdk/impl/validate/scene_rules.h"
 
 #include "kelvo/base/spelling_suggestion.h"
-#include "kelvo/sdk/impl/graph/impl_of.h"
-#include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/value/value_refusal.h"
 #include "kelvo/sdk/impl/value/value_text.h"
 
@@ -81,43 +79,47 @@ Value nearestAllowed(const AttrDetails& details, const Value& value) {
     return details.accepts(nearest) ? nearest : Value();
 }
 
-RefersTo<FindingFix> settingOf(Input& input, const Value& value) {
-    return makeFix("set it to " + valueToText(value), [held = RefersTo<Input>(&input), value] {
-        return held->node() && held->setValue(value);
-    });
-}
-
 } // namespace
 
-void SceneRules::checkValues(Node& node) {
-    checkNames(node, node.inputs(), nullptr);
-    InputWalk inputs(node.inputs());
-    while (Input* input = inputs.next()) {
-        if (input->details()) checkValue(node, *input);
-        if (input->isObject()) checkNames(node, input->members(), input);
+template<typename Source>
+void SceneRules<Source>::checkValues(Node node) {
+    checkNames(node, m_source.inputsOf(node), {});
+    AllInputs<Source> inputs(m_source.inputsOf(node));
+    while (const Input input = inputs.next()) {
+        if (input->details()) checkValue(node, input);
+        if (input->type() == AttrType::Object) checkNames(node, m_source.partsOf(input), input);
     }
 }
 
-void SceneRules::checkValue(Node& node, Input& input) {
-    const AttrDetails& details = *input.details();
-    const Value& value = input.ownValue();
-    if (value.isNull() || value.type() == AttrType::Node || details.accepts(value)) return;
-    const Value nearest = input.isReadOnly() ? Value() : nearestAllowed(details, value);
-    add(Rule::OutOfRange, &node, input.path(),
-        "input '" + input.path() + "': the" + refusalOf(details, value).substr(3),
-        nearest.isNull() ? Fix() : settingOf(input, nearest));
+template<typename Source>
+void SceneRules<Source>::checkValue(Node node, Input input) {
+    if (input->type() == AttrType::Node) return;
+    const AttrDetails& details = m_source.detailsOf(input);
+    const Value value = input->ownValue();
+    if (value.isNull() || details.accepts(value)) return;
+    const Value nearest = m_source.isReadOnly(input) ? Value() : nearestAllowed(details, value);
+    const String path = m_source.pathOf(input);
+    add(Rule::OutOfRange, node, path,
+        "input '" + path + "': the" + refusalOf(details, value).substr(3),
+        nearest.isNull() ? Fix()
+                         : m_source.setting("set it to " + valueToText(nearest), input, nearest));
 }
 
-void SceneRules::checkNames(Node& node, const ds::Vector<IInput*>& list, const Input* parent) {
-    for (const IInput* next : list) {
-        const auto& input = implOf(*next);
-        const String& name = input.ownName();
-        const IInput* first = parent ? parent->lookUpInput(name) : node.lookUpInput(name);
-        if (first == next) continue;
-        add(Rule::ShadowedInput, &node, input.path(),
-            "input '" + input.path() + "' (" + input.typeName() + ") is never found by name: '" +
-                first->name() + "' (" + first->typeName() + ") is before it.");
+template<typename Source>
+void SceneRules<Source>::checkNames(Node node, Inputs list, Input parent) {
+    for (u64 i = 0; i < list.size(); ++i) {
+        const Input input = list[i];
+        const String& name = input->ownName();
+        const Input first = parent ? m_source.find(parent, name) : m_source.find(node, name);
+        if (first == input) continue;
+        const String path = m_source.pathOf(input);
+        add(Rule::ShadowedInput, node, path,
+            "input '" + path + "' (" + m_source.typeNameOf(input) + ") is never found by name: '" +
+                first->ownName() + "' (" + m_source.typeNameOf(first) + ") is before it.");
     }
 }
+
+template void SceneRules<LiveSource>::checkValues(LiveSource::Node);
+template void SceneRules<SnapshotSource>::checkValues(SnapshotSource::Node);
 
 } // namespace qv::kelvo_sdk::impl
