@@ -174,7 +174,8 @@ TEST(Renderer, VeryManyLights_DoNotHang) {
         EXPECT_TRUE(renderer.render(samples(2)));
         EXPECT_GT(renderer.picture().color[0], 0.01F) << type;
         const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-        EXPECT_LT(spent.count(), 10.0) << type;
+        // A second; more under a sanitizer on a busy machine. Quadratic work would take hours.
+        EXPECT_LT(spent.count(), 60.0) << type;
     }
 }
 
