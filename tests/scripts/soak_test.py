@@ -73,10 +73,10 @@ class Soak(SmallTree):
                       "    SUMMARY: ThreadSanitizer: data race a.cpp:3 in f\n", ran.stdout)
         self.assertEqual(ran.stdout.splitlines()[-1], "1 round, 1 failed")
 
-    def test_all_models_are_converted(self):
+    def test_all_models_are_converted_and_rendered(self):
         self.soak("1")
-        self.assertIn(f" seed  full  models 1: --preset asan -R ^kelvo_(render_)?models_test$ {END}",
-                      self.called())
+        tests = "^kelvo_(render_)?models_test$"
+        self.assertIn(f" seed  full  models 1: --preset asan -R {tests} {END}", self.called())
 
     def test_what_was_found_is_reported_with_what_repeats_it(self):
         self.ctest(FAILS)
