@@ -15,7 +15,7 @@ import kelvo  # noqa: E402
 from kelvo import nodes, render  # noqa: E402
 
 SIZE = {"width": 640, "height": 360}
-SAMPLES = 64
+SAMPLES = 256
 
 
 def made_scene():
