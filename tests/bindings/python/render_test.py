@@ -104,6 +104,12 @@ def test_an_exception_in_progress_ends_the_rendering(room: kelvo.Scene) -> None:
     assert renderer.picture().width == 640
 
 
+def test_progress_may_stop_the_rendering(room: kelvo.Scene) -> None:
+    renderer = render.Renderer(room.snapshot(), width=640, height=480)
+    renderer.render(samples=1 << 30, progress=lambda share: renderer.stop())
+    assert renderer.picture().samples.max() < 1 << 30
+
+
 def test_an_interrupt_ends_the_rendering(room: kelvo.Scene) -> None:
     interrupts: list[threading.Timer] = []
 
