@@ -71,6 +71,12 @@ void Film::tidyTile(u32 tile) noexcept {
     if (std::ranges::all_of(m_open[tile], isComplete)) Tile().swap(m_open[tile]);
 }
 
+u32 Film::sampleCount(u32 x, u32 y) const noexcept {
+    const Tile& open = m_open[tileOf(x, y)];
+    const u32 inOpen = open.empty() ? 0 : open[placeInTile(x, y)].count;
+    return m_pixels[u64{y} * m_width + x].count + inOpen;
+}
+
 PixelSums Film::total(u32 x, u32 y) const noexcept {
     PixelSums sums = m_pixels[u64{y} * m_width + x];
     const Tile& open = m_open[tileOf(x, y)];

@@ -51,7 +51,7 @@ public:
                 if (!visit(x, y)) return;
     }
 
-    [[nodiscard]] u32 sampleCount(u32 x, u32 y) const noexcept { return total(x, y).count; }
+    [[nodiscard]] u32 sampleCount(u32 x, u32 y) const noexcept;
     void add(u32 x, u32 y, const PixelSample& sample);
     /// Adds the sums of the samples that follow, which begin with a new block.
     void add(u32 x, u32 y, const PixelSums& sums) noexcept { blocks(x, y).add(sums); }
