@@ -1,5 +1,7 @@
 #include "tools/kelvo/hierarchy.h"
 
+#include "kelvo/base/workers.h"
+
 #include <algorithm>
 
 namespace qv::kelvo_tool {
@@ -7,14 +9,56 @@ namespace qv::kelvo_tool {
 using kelvo_sdk::SnapshotInput;
 using kelvo_sdk::SnapshotNode;
 
+namespace {
+
+// Some of the nodes: their numbers, and for each the end of its children in the list.
+struct Part {
+    std::vector<Hierarchy::Number> numbers;
+    std::vector<u64> ends;
+    std::vector<Hierarchy::Number> children;
+
+    void add(const SnapshotNode& node) {
+        static const String name("children");
+        const SnapshotInput list = node[name];
+        const u64 count = list.type() == kelvo_sdk::AttrType::Array ? list.inputCount() : 0;
+        for (u64 i = 0; i < count; ++i)
+            if (const SnapshotNode child = list.input(i).linked())
+                children.push_back(child.number());
+        numbers.push_back(node.number());
+        ends.push_back(children.size());
+    }
+    [[nodiscard]] std::span<const Hierarchy::Number> childrenOf(u64 index) const noexcept {
+        const u64 begin = index == 0 ? 0 : ends[index - 1];
+        return std::span(children).subspan(begin, ends[index] - begin);
+    }
+};
+
+// Asks the nodes on several threads.
+std::vector<Part> partsOf(const ds::Vector<SnapshotNode>& nodes) {
+    constexpr u64 nodesAtOnce = 4096;
+    std::vector<Part> parts((nodes.size() + nodesAtOnce - 1) / nodesAtOnce);
+    Workers().run(parts.size(), [&](u64 part) {
+        const u64 end = std::min((part + 1) * nodesAtOnce, nodes.size());
+        for (u64 i = part * nodesAtOnce; i < end; ++i)
+            parts[part].add(nodes[i]);
+    });
+    return parts;
+}
+
+} // namespace
+
 Hierarchy::Hierarchy(const ds::Vector<SnapshotNode>& nodes) {
     m_entries.reserve(nodes.size());
-    for (const SnapshotNode& node : nodes)
-        addChildren(node);
-    for (const SnapshotNode& node : nodes)
-        if (m_entries[node.number()].listed == 0) walk(node.number());
-    for (const SnapshotNode& node : nodes)
-        if (m_entries[node.number()].state == State::New) walk(node.number());
+    const std::vector<Part> parts = partsOf(nodes);
+    for (const Part& part : parts)
+        for (u64 i = 0; i < part.numbers.size(); ++i)
+            addChildren(part.numbers[i], part.childrenOf(i));
+    for (const Part& part : parts)
+        for (const Number number : part.numbers)
+            if (m_entries[number].listed == 0) walk(number);
+    for (const Part& part : parts)
+        for (const Number number : part.numbers)
+            if (m_entries[number].state == State::New) walk(number);
 }
 
 std::span<const Hierarchy::Number> Hierarchy::childrenOf(Number node) const noexcept {
@@ -27,18 +71,13 @@ Hierarchy::Entry& Hierarchy::entryOf(Number node) {
     return m_entries[node];
 }
 
-void Hierarchy::addChildren(const SnapshotNode& node) {
-    static const String name("children");
+void Hierarchy::addChildren(Number number, std::span<const Number> children) {
     const u64 begin = m_children.size();
-    const SnapshotInput list = node[name];
-    const u64 count = list.type() == kelvo_sdk::AttrType::Array ? list.inputCount() : 0;
-    for (u64 i = 0; i < count; ++i) {
-        const SnapshotNode child = list.input(i).linked();
-        if (!child) continue;
-        m_children.push_back(child.number());
-        ++entryOf(child.number()).listed;
+    for (const Number child : children) {
+        m_children.push_back(child);
+        ++entryOf(child).listed;
     }
-    Entry& entry = entryOf(node.number());
+    Entry& entry = entryOf(number);
     entry.begin = static_cast<u32>(begin);
     entry.end = static_cast<u32>(m_children.size());
 }

@@ -39,7 +39,7 @@ private:
         u32 next;
     };
 
-    void addChildren(const kelvo_sdk::SnapshotNode& node);
+    void addChildren(Number number, std::span<const Number> children);
     void walk(Number root);
     void enter(Number node, std::vector<Step>& way);
     void leave(std::vector<Step>& way);

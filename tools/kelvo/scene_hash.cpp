@@ -4,6 +4,7 @@
 #include "kelvo/base/workers.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cinttypes>
 #include <vector>
 
@@ -18,14 +19,24 @@ u64 sceneHash(const kelvo_sdk::Scene& scene, const StringVector& skip) {
     return hash;
 }
 
-u64 sceneHash(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes) {
+namespace {
+
+// Calls `visit(i)` for all positions of nodes, on several threads.
+template<typename Visit>
+void forEachNode(u64 count, const Visit& visit) {
     constexpr u64 nodesAtOnce = 1024;
-    std::vector<u64> hashes(nodes.size());
-    Workers().run((nodes.size() + nodesAtOnce - 1) / nodesAtOnce, [&](u64 part) {
-        const u64 end = std::min((part + 1) * nodesAtOnce, nodes.size());
+    Workers().run((count + nodesAtOnce - 1) / nodesAtOnce, [&](u64 part) {
+        const u64 end = std::min((part + 1) * nodesAtOnce, count);
         for (u64 i = part * nodesAtOnce; i < end; ++i)
-            hashes[i] = nodes[i].hash();
+            visit(i);
     });
+}
+
+} // namespace
+
+u64 sceneHash(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes) {
+    std::vector<u64> hashes(nodes.size());
+    forEachNode(nodes.size(), [&](u64 i) { hashes[i] = nodes[i].hash(); });
     u64 hash = 0;
     for (const u64 own : hashes)
         hash = hashMix(hash, own);
@@ -38,8 +49,11 @@ bool hasModifiers(const kelvo_sdk::SnapshotNode& node) {
 }
 
 bool hasModifiers(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes) {
-    return std::ranges::any_of(
-        nodes, [](const kelvo_sdk::SnapshotNode& node) { return hasModifiers(node); });
+    std::atomic<bool> isFound = false;
+    forEachNode(nodes.size(), [&](u64 i) {
+        if (hasModifiers(nodes[i])) isFound.store(true, std::memory_order_relaxed);
+    });
+    return isFound;
 }
 
 String hashText(u64 hash) {

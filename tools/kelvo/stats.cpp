@@ -72,12 +72,15 @@ struct Counts {
 
     void addInput(const SnapshotInput& input) {
         ++inputs;
-        if (const auto kind = static_cast<u64>(input.type()); kind < kinds.size()) ++kinds[kind];
+        const AttrType type = input.type();
+        if (const auto kind = static_cast<u64>(type); kind < kinds.size()) ++kinds[kind];
         if (input.source()) ++connections;
-        if (input.type() == AttrType::Node && input.linked()) ++links;
-        if (input.inputCount() != 0) open.push_back(input);
-        if (input.type() != AttrType::Buffer) return;
-        const BufferView view = input.bufferView();
+        if (type == AttrType::Node && input.linked()) ++links;
+        if (type == AttrType::Array || type == AttrType::Object) open.push_back(input);
+        if (type == AttrType::Buffer) addBuffer(input.bufferView());
+    }
+
+    void addBuffer(const BufferView& view) {
         elements += view.count;
         bytes += view.count * dataTypeSize(view.type);
     }

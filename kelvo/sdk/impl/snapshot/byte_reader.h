@@ -39,6 +39,19 @@ public:
         return {reinterpret_cast<const char*>(found.data()), found.size()};
     }
 
+    /// Skips these bytes if they come next, and tells whether they do.
+    [[nodiscard]] bool skip(std::span<const std::byte> expected) noexcept {
+        if (m_isFailed || expected.size() > left() ||
+            std::memcmp(m_bytes.data() + m_position, expected.data(), expected.size()) != 0)
+            return false;
+        m_position += expected.size();
+        return true;
+    }
+    /// Returns the bytes that were read from a position on.
+    [[nodiscard]] std::span<const std::byte> since(u64 position) const noexcept {
+        return m_bytes.subspan(position, m_position - position);
+    }
+
     void fail() noexcept { m_isFailed = true; }
     [[nodiscard]] bool isFailed() const noexcept { return m_isFailed; }
     [[nodiscard]] bool isAtEnd() const noexcept { return left() == 0; }

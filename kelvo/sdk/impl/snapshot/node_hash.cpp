@@ -22,7 +22,9 @@ u64 nonZero(u64 hash) noexcept {
 class LiveHash {
 public:
     LiveHash(const NodeRecord& record, const SnapshotTables& tables)
-        : m_record(record), m_tables(tables), m_hashes(record.lists().size()) {}
+        : m_record(record), m_tables(tables) {
+        if (record.lists().size() > 1) m_hashes.resize(record.lists().size());
+    }
 
     [[nodiscard]] u64 ofNode() {
         hashLists();
@@ -78,7 +80,7 @@ private:
 
     const NodeRecord& m_record;
     const SnapshotTables& m_tables;
-    // Of the lists, by number.
+    // Of the lists, by number; empty for a node without arrays and objects.
     std::vector<u64> m_hashes;
 };
 

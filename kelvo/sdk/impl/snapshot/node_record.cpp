@@ -27,15 +27,17 @@ void release(AttrType type, std::byte* place) noexcept {
 NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String name,
                              std::span<const RecordList> lists,
                              std::span<const RecordConnection> connections,
-                             std::unique_ptr<const RecordExtras> extras) {
+                             RefersTo<SharedExtras> extras, RecordSlab* slab) {
     static_assert(sizeof(NodeRecord) % alignof(RecordList) == 0 && sizeof(Buffer) == sizeof(u64));
     u64 valueBytes = 0;
     for (const RecordList& list : lists)
         valueBytes += list.valueBytes();
     const u64 size =
         sizeof(NodeRecord) + lists.size_bytes() + connections.size_bytes() + valueBytes;
-    auto* const record = new (::operator new(size)) NodeRecord(first, number, std::move(name));
-    record->m_extras = std::move(extras);
+    void* const place = slab ? slab->take(size) : ::operator new(size);
+    auto* const record =
+        new (place) NodeRecord(first, number, std::move(name), slab ? &endInSlab : &endRecord);
+    record->m_extras = extras.detach();
     record->m_listCount = static_cast<u32>(lists.size());
     record->m_connectionCount = static_cast<u32>(connections.size());
     record->m_valueBytes = valueBytes;
@@ -51,6 +53,7 @@ NodeRecord::~NodeRecord() {
             release(list.shape->input(i).type, value(list, i));
         list.shape->decRef();
     }
+    if (m_extras) m_extras->decRef();
 }
 
 void NodeRecord::endRecord(SharedBlock* block) noexcept {
@@ -59,7 +62,11 @@ void NodeRecord::endRecord(SharedBlock* block) noexcept {
     ::operator delete(record);
 }
 
-const RecordConnection* NodeRecord::connectionOf(u32 list, u32 input) const noexcept {
+void NodeRecord::endInSlab(SharedBlock* block) noexcept {
+    static_cast<NodeRecord*>(block)->~NodeRecord();
+}
+
+const RecordConnection* NodeRecord::findConnection(u32 list, u32 input) const noexcept {
     const auto isBefore = [](const RecordConnection& a, const RecordConnection& b) {
         return a.list != b.list ? a.list < b.list : a.input < b.input;
     };

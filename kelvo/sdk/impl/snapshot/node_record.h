@@ -3,6 +3,7 @@
 #include "kelvo/sdk/impl/graph/node_fetch.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/impl/snapshot/record_extras.h"
+#include "kelvo/sdk/impl/snapshot/record_slab.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_shape.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_store.h"
 
@@ -49,11 +50,12 @@ struct RecordConnection {
 class NodeRecord : public SharedBlock {
 public:
     /// Makes a record whose values are zero. The record takes over the references to the shapes.
-    /// `extras` may be null.
+    /// `extras` may be null. Without a slab, which must outlive the record, its memory is its own.
     [[nodiscard]] static NodeRecord* make(SnapshotVersion first, NodeNumber number, String name,
                                           std::span<const RecordList> lists,
                                           std::span<const RecordConnection> connections,
-                                          std::unique_ptr<const RecordExtras> extras = nullptr);
+                                          RefersTo<SharedExtras> extras = nullptr,
+                                          RecordSlab* slab = nullptr);
 
     [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
     [[nodiscard]] const String& name() const noexcept { return m_name; }
@@ -67,9 +69,13 @@ public:
                 m_connectionCount};
     }
     /// Returns the connection of an input, null for none.
-    [[nodiscard]] const RecordConnection* connectionOf(u32 list, u32 input) const noexcept;
+    [[nodiscard]] const RecordConnection* connectionOf(u32 list, u32 input) const noexcept {
+        return m_connectionCount != 0 ? findConnection(list, input) : nullptr;
+    }
     /// Returns null when the node has none of these parts.
-    [[nodiscard]] const RecordExtras* extras() const noexcept { return m_extras.get(); }
+    [[nodiscard]] const RecordExtras* extras() const noexcept {
+        return m_extras ? &m_extras->parts : nullptr;
+    }
     /// Returns the place of the value of an input.
     [[nodiscard]] const std::byte* value(const RecordList& list, u32 input) const noexcept {
         return values() + list.firstValue + list.shape->offsetOf(input);
@@ -114,16 +120,19 @@ public:
     }
 
 private:
-    NodeRecord(SnapshotVersion first, NodeNumber number, String name) noexcept
-        : SharedBlock(&endRecord, first), m_name(std::move(name)), m_number(number) {}
+    NodeRecord(SnapshotVersion first, NodeNumber number, String name, End endIt) noexcept
+        : SharedBlock(endIt, first), m_name(std::move(name)), m_number(number) {}
     ~NodeRecord();
+    [[nodiscard]] const RecordConnection* findConnection(u32 list, u32 input) const noexcept;
     static void endRecord(SharedBlock* block) noexcept;
+    static void endInSlab(SharedBlock* block) noexcept;
     [[nodiscard]] const std::byte* values() const noexcept {
         return reinterpret_cast<const std::byte*>(connections().data() + m_connectionCount);
     }
 
     String m_name;
-    std::unique_ptr<const RecordExtras> m_extras;
+    // Owns a reference, which takes a word less than a handle; null for none.
+    SharedExtras* m_extras = nullptr;
     mutable std::atomic<u64> m_hash = 0;
     u64 m_valueBytes = 0;
     NodeNumber m_number;

@@ -31,4 +31,11 @@ const RecordExtras::Stash* RecordExtras::stashOf(u32 list, u32 input) const noex
     return partOf(stashes, list, input);
 }
 
+RefersTo<SharedExtras> ExtrasStock::share(RecordExtras extras) {
+    if (extras.isEmpty()) return {};
+    if (!m_last || m_last->parts != extras)
+        m_last = RefersTo<SharedExtras>::adopt(new SharedExtras(std::move(extras)));
+    return m_last;
+}
+
 } // namespace qv::kelvo_sdk::impl

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "kelvo/base/ref_counted.h"
 #include "kelvo/sdk/impl/graph/scene_comments.h"
 #include "kelvo/sdk/impl/index/compact_graph.h"
 #include "kelvo/sdk/impl/value/value.h"
 
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -48,6 +50,23 @@ struct RecordExtras {
     [[nodiscard]] const Stash* stashOf(u32 list, u32 input) const noexcept;
 
     bool operator==(const RecordExtras&) const = default;
+};
+
+/// Extras of one or more records. Constant.
+struct SharedExtras final : RefCounted {
+    explicit SharedExtras(RecordExtras extras) noexcept : parts(std::move(extras)) {}
+    const RecordExtras parts;
+};
+
+/// Makes the extras of successive records, which share those that are equal: most are the same
+/// blank line before a node.
+class ExtrasStock {
+public:
+    /// Returns null for empty extras.
+    [[nodiscard]] RefersTo<SharedExtras> share(RecordExtras extras);
+
+private:
+    RefersTo<SharedExtras> m_last;
 };
 
 /// Tells whether two records' extras are equal; null is for none.

@@ -86,8 +86,9 @@ NodeRecord* RecordMaker::record(const Node& node, SnapshotVersion born) {
     for (u32 list = 0; list < m_lists.size(); ++list)
         addParts(list);
     if (m_scene.comments().mayHave(&node)) noteComments(node);
-    NodeRecord* const made = NodeRecord::make(born, node.number(), node.ownName(), m_lists,
-                                              m_connections, std::move(m_extras));
+    NodeRecord* const made =
+        NodeRecord::make(born, node.number(), node.ownName(), m_lists, m_connections,
+                         m_extras ? m_stock.share(std::move(*m_extras)) : RefersTo<SharedExtras>());
     m_lists.clear();
     storeValues(*made);
     return made;
@@ -132,8 +133,7 @@ void RecordMaker::noteConnection(const Input& input, u32 list, u32 index) {
 }
 
 RecordExtras& RecordMaker::extras() {
-    if (!m_extras) m_extras = std::make_unique<RecordExtras>();
-    return *m_extras;
+    return m_extras ? *m_extras : m_extras.emplace();
 }
 
 // A value that hides behind those of modifiers is the input's own.
@@ -155,7 +155,6 @@ void RecordMaker::noteComments(const Node& node) {
     for (u32 i = 0; i < node.outputs().size(); ++i)
         if (const Comments* own = comments.find(node.outputs()[i]))
             extras().outputs.push_back({i, *own});
-    if (m_extras && m_extras->isEmpty()) m_extras.reset();
 }
 
 // Names that were not found are only written while the input has no link or connection instead.

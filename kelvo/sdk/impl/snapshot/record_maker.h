@@ -4,7 +4,7 @@
 #include "kelvo/sdk/impl/snapshot/node_record.h"
 #include "kelvo/sdk/interfaces/forward.h"
 
-#include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -73,8 +73,9 @@ private:
     std::vector<RecordList> m_lists;
     std::vector<const Inputs*> m_inputs;
     std::vector<RecordConnection> m_connections;
-    // Null until the node has such a part.
-    std::unique_ptr<RecordExtras> m_extras;
+    // Empty until the node has such a part.
+    std::optional<RecordExtras> m_extras;
+    ExtrasStock m_stock;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -104,6 +104,18 @@ Result DamageNote::first() const {
 }
 
 struct StoredNodes::NodePiece {
+    explicit NodePiece(u32 count) : slab(count) {}
+    ~NodePiece() {
+        constexpr u64 ahead = 4;
+        for (u64 i = 0; i < records.size(); ++i) {
+            if (i + ahead < records.size()) NodeRecord::fetch(records[i + ahead].get());
+            records[i].reset();
+        }
+    }
+    NodePiece(const NodePiece&) = delete;
+    NodePiece& operator=(const NodePiece&) = delete;
+
+    RecordSlab slab;
     std::array<NewRecord, StoredHead::nodesOfPiece> records = {};
 };
 
@@ -207,19 +219,19 @@ const StoredNodes::NodePiece* StoredNodes::nodePiece(u64 index) const noexcept {
 std::unique_ptr<StoredNodes::NodePiece> StoredNodes::readNodes(u64 index) const {
     const u32 number = m_head.nodes[index];
     const StoredPiece piece = load(number);
-    auto made = std::make_unique<NodePiece>();
     RecordReader reader(m_shapes, m_head.nodeCount, [this](u32 buffer, DataType type, u64 count) {
         return loadBuffer(buffer, type, count);
     });
     ByteReader places(piece.bytes);
     const u32 count = m_head.nodesIn(index);
+    auto made = std::make_unique<NodePiece>(count);
     for (u32 i = 0; i < count; ++i) {
         const u64 begin = places.word32();
         if (begin > piece.bytes.size()) places.fail();
         if (places.isFailed()) fail(*m_source, number, places.position(), "the nodes");
         ByteReader in(piece.bytes.subspan(begin));
         const auto node = static_cast<NodeNumber>(index * StoredHead::nodesOfPiece + i);
-        made->records[i] = reader.read(in, node);
+        made->records[i] = reader.read(in, node, &made->slab);
         if (!made->records[i]) fail(*m_source, number, begin + in.position(), "a node");
     }
     return made;

@@ -118,7 +118,7 @@ void RecordWriter::writeExtras(ByteWriter& out, const RecordExtras& extras) {
 
 // ---- Reading ---------------------------------------------------------------------------
 
-NewRecord RecordReader::read(ByteReader& in, NodeNumber number) {
+NewRecord RecordReader::read(ByteReader& in, NodeNumber number, RecordSlab* slab) {
     String name = readText(in);
     readLists(in, in.count(bytesOfList));
     readConnections(in, in.count(bytesOfConnection));
@@ -127,11 +127,11 @@ NewRecord RecordReader::read(ByteReader& in, NodeNumber number) {
         valueBytes += list.valueBytes();
     const auto words = in.bytes(valueBytes);
     const auto heap = in.bytes(in.word32());
-    auto extras = readFlag(in) ? readExtras(in) : nullptr;
+    auto extras = readFlag(in) ? readSharedExtras(in) : RefersTo<SharedExtras>();
     if (in.isFailed()) return nullptr;
     // The first snapshot of its kind is the only one that has the record.
-    NewRecord record(
-        NodeRecord::make(1, number, std::move(name), m_lists, m_connections, std::move(extras)));
+    NewRecord record(NodeRecord::make(1, number, std::move(name), m_lists, m_connections,
+                                      std::move(extras), slab));
     m_lists.clear();
     readValues(in, *record, words, heap);
     if (in.isFailed()) record.reset();
@@ -267,29 +267,42 @@ Buffer RecordReader::readBuffer(ByteReader& in) {
     return m_loadBuffer(piece, type, count);
 }
 
-std::unique_ptr<RecordExtras> RecordReader::readExtras(ByteReader& in) {
-    auto extras = std::make_unique<RecordExtras>();
+// Extras that name no input or output mean the same in every node, and successive nodes often have
+// the same.
+RefersTo<SharedExtras> RecordReader::readSharedExtras(ByteReader& in) {
+    if (m_extras && in.skip(m_bytesOfExtras)) return m_extras;
+    const u64 begin = in.position();
+    auto read = RefersTo<SharedExtras>::adopt(new SharedExtras(readExtras(in)));
+    const RecordExtras& parts = read->parts;
+    if (in.isFailed() || !parts.inputs.empty() || !parts.outputs.empty() || !parts.stashes.empty())
+        return read;
+    m_bytesOfExtras = in.since(begin);
+    return m_extras = std::move(read);
+}
+
+RecordExtras RecordReader::readExtras(ByteReader& in) {
+    RecordExtras extras;
     const auto isInOrder = [](const auto& parts) {
         return std::ranges::is_sorted(
             parts, {}, [](const auto& part) { return std::pair(part.list, part.input); });
     };
-    extras->comments = readComments(in);
+    extras.comments = readComments(in);
     for (u32 left = in.count(bytesOfComments); left > 0; --left) {
         const auto [list, input] = readInput(in);
-        extras->inputs.push_back({list, input, readComments(in)});
+        extras.inputs.push_back({list, input, readComments(in)});
     }
     for (u32 left = in.count(bytesOfComments); left > 0; --left) {
         const u32 output = in.below(m_lists.empty() ? 0 : m_lists[0].shape->outputs.size());
-        extras->outputs.push_back({output, readComments(in)});
+        extras.outputs.push_back({output, readComments(in)});
     }
     for (u32 left = in.count(bytesOfStash); left > 0; --left) {
         const auto [list, input] = readInput(in);
         Value value = impl::readValue(in);
         const u32 link = in.word32();
         if (link >= m_nodeCount && link != noNumber) in.fail();
-        extras->stashes.push_back({list, input, std::move(value), link});
+        extras.stashes.push_back({list, input, std::move(value), link});
     }
-    if (!isInOrder(extras->inputs) || !isInOrder(extras->stashes)) in.fail();
+    if (!isInOrder(extras.inputs) || !isInOrder(extras.stashes)) in.fail();
     return extras;
 }
 

@@ -50,8 +50,9 @@ public:
     RecordReader(const RecordReader&) = delete;
     RecordReader& operator=(const RecordReader&) = delete;
 
-    /// Returns null when the reader has failed.
-    [[nodiscard]] NewRecord read(ByteReader& in, NodeNumber number);
+    /// Returns null when the reader has failed. The bytes must stay valid as long as this object;
+    /// `NodeRecord::make` describes the slab.
+    [[nodiscard]] NewRecord read(ByteReader& in, NodeNumber number, RecordSlab* slab = nullptr);
 
 private:
     void readLists(ByteReader& in, u32 count);
@@ -62,7 +63,8 @@ private:
                    std::span<const std::byte> heap);
     void readPart(ByteReader& in, const NodeRecord& record, u32 list, u32 input, u64 word);
     [[nodiscard]] Buffer readBuffer(ByteReader& in);
-    [[nodiscard]] std::unique_ptr<RecordExtras> readExtras(ByteReader& in);
+    [[nodiscard]] RefersTo<SharedExtras> readSharedExtras(ByteReader& in);
+    [[nodiscard]] RecordExtras readExtras(ByteReader& in);
     [[nodiscard]] std::pair<u32, u32> readInput(ByteReader& in) const;
     [[nodiscard]] const SnapshotShape* takeShape(u32 number);
     void dropLists() noexcept;
@@ -76,6 +78,9 @@ private:
     std::unordered_map<u32, ShapeStock> m_stocks;
     std::vector<RecordConnection> m_connections;
     u32 m_nextPart = 0;
+    // The last extras that belong to a node alone, and their bytes; empty for none.
+    RefersTo<SharedExtras> m_extras;
+    std::span<const std::byte> m_bytesOfExtras;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -65,7 +65,7 @@ NewRecord TreeRecordMaker::record(u32 node, SnapshotVersion born) {
                 const Item owner = itemsOf(list)[i];
                 addList(nullptr, &owner, {.ownerList = list, .ownerInput = i});
             }
-    auto extras = extrasOf(from);
+    auto extras = m_extras.share(extrasOf(from));
     NewRecord made(NodeRecord::make(born, node, m_tree.names.text(from.name), m_lists,
                                     connections(), std::move(extras)));
     m_lists.clear();
@@ -309,7 +309,7 @@ void TreeRecordMaker::noteConnections(NodeRecord& record) {
 
 // ---- Extras ----------------------------------------------------------------------------
 
-std::unique_ptr<RecordExtras> TreeRecordMaker::extrasOf(const TreeNode& node) {
+RecordExtras TreeRecordMaker::extrasOf(const TreeNode& node) {
     RecordExtras extras;
     extras.comments = cleaned(textComments(m_tree, node, Comments::Unchecked::Open));
     for (u32 list = 0; list < m_lists.size(); ++list)
@@ -320,8 +320,7 @@ std::unique_ptr<RecordExtras> TreeRecordMaker::extrasOf(const TreeNode& node) {
         if (from && !from->comments.isEmpty())
             extras.outputs.push_back({i, cleaned(from->comments)});
     }
-    if (extras.isEmpty()) return nullptr;
-    return std::make_unique<RecordExtras>(std::move(extras));
+    return extras;
 }
 
 void TreeRecordMaker::addExtras(u32 list, u32 input, RecordExtras& extras) {

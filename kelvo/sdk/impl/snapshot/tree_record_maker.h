@@ -72,7 +72,7 @@ private:
     [[nodiscard]] ShapeInput shapeOfOne(const Item& item, bool isElement) const;
     [[nodiscard]] std::vector<NodeNumber> namedNodes(const Item& item) const;
     [[nodiscard]] bool isLike(const Item& item, const ShapeInput& shape) const noexcept;
-    [[nodiscard]] std::unique_ptr<RecordExtras> extrasOf(const TreeNode& node);
+    [[nodiscard]] RecordExtras extrasOf(const TreeNode& node);
     void addExtras(u32 list, u32 input, RecordExtras& extras);
     [[nodiscard]] std::vector<RecordConnection> connections() const;
     void storeValues(NodeRecord& record) const;
@@ -97,6 +97,7 @@ private:
     u32 m_firstInput = 0;
     std::span<const TreeLink> m_links;
     std::span<const TreeConnection> m_connections;
+    ExtrasStock m_extras;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -80,6 +80,22 @@ TEST_F(NodeRecordTest, Texts_AreSharedAndReleased) {
     EXPECT_EQ(text.get()->refCount(), 1);
 }
 
+TEST_F(NodeRecordTest, InASlab_ReleasesItsPartsAndLeavesTheMemory) {
+    const String text("a text");
+    auto extras = RefersTo<SharedExtras>::adopt(new SharedExtras({}));
+    RecordSlab slab(2);
+    make({AttrType::String});
+    const RecordList list{.shape = m_record->list(0).shape, .count = 1};
+    list.shape->incRef();
+    NewRecord record(NodeRecord::make(1, 8, "other", std::span(&list, 1), {}, extras, &slab));
+    NodeRecord::store(text, record->value(record->list(0), 0));
+    EXPECT_EQ(text.get()->refCount(), 2);
+    EXPECT_EQ(extras->refCount(), 2);
+    record.reset();
+    EXPECT_EQ(text.get()->refCount(), 1);
+    EXPECT_EQ(extras->refCount(), 1);
+}
+
 TEST_F(NodeRecordTest, AreEqual_ComparesTextsByContentAndNumbersByBits) {
     make({AttrType::String, AttrType::String, AttrType::Real, AttrType::Real});
     EXPECT_TRUE(NodeRecord::areEqual(AttrType::String, place(0), place(1)));

@@ -41,6 +41,14 @@ TEST_F(RecordExtrasTest, ANodeWithoutExtras_HasNone) {
     EXPECT_EQ(record("b").extras()->comments.opening, "# said");
 }
 
+TEST_F(RecordExtrasTest, EqualOnesOfSuccessiveNodes_AreOne) {
+    read("node t \"a\" {\n}\n\nnode t \"b\" {\n}\n\nnode t \"c\" {\n}\n# d\nnode t \"d\" {\n}\n");
+    ASSERT_NE(record("b").extras(), nullptr);
+    EXPECT_EQ(record("b").extras(), record("c").extras());
+    EXPECT_EQ(record("b").extras()->comments.leading, "\n");
+    EXPECT_EQ(record("d").extras()->comments.leading, "# d\n");
+}
+
 TEST_F(RecordExtrasTest, CommentsOfAttributes_AreFoundByPlace) {
     read("node t \"a\" {\n    Real x = 1\n    Object o {\n        Real y = 2  # two\n    }\n"
          "    output Real p\n    output Real q  # out\n}\n");

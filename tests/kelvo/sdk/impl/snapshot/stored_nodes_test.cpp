@@ -40,6 +40,24 @@ TEST_F(StoredNodesTest, Records_AreFoundByNumberAndName) {
     EXPECT_EQ(nodes->find("n1000"), nullptr);
 }
 
+TEST_F(StoredNodesTest, EqualCommentsOfSuccessiveNodes_AreOne) {
+    const kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
+    ASSERT_TRUE(scene.read("node t \"a\" {\n}\n\nnode t \"b\" {\n}\n\nnode t \"c\" {\n}\n"
+                           "# d\nnode t \"d\" {\n    Real x = 1  # x\n}\n"
+                           "node t \"e\" {\n    Real y = 1  # x\n}\n\nnode t \"f\" {\n}\n",
+                           "text", nullptr));
+    m_stored = tests::MemorySink::store(scene.snapshot());
+    const auto nodes = opened();
+    const auto extras = [&](const char* name) { return nodes->find(name)->extras(); };
+    EXPECT_EQ(extras("a"), nullptr);
+    ASSERT_NE(extras("b"), nullptr);
+    EXPECT_EQ(extras("b"), extras("c"));
+    EXPECT_EQ(extras("d")->comments.leading, "# d\n");
+    EXPECT_NE(extras("d"), extras("e"));
+    EXPECT_EQ(extras("e")->commentsOfInput(0, 0)->trailing, "# x");
+    EXPECT_EQ(extras("f")->comments.leading, "\n");
+}
+
 TEST_F(StoredNodesTest, ADamagedPiece_HidesItsNodesAlone) {
     damage(0);
     const auto nodes = opened();

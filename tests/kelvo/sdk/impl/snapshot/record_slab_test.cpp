@@ -1,0 +1,37 @@
+#include "kelvo/sdk/impl/snapshot/record_slab.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+namespace qv::kelvo_sdk::impl {
+namespace {
+
+bool isAligned(const std::byte* place) {
+    return reinterpret_cast<std::uintptr_t>(place) % sizeof(u64) == 0;
+}
+
+TEST(RecordSlab, ExpectedRecordsOfOneSize_FollowEachOther) {
+    RecordSlab slab(100);
+    const std::byte* const first = slab.take(24);
+    for (u64 i = 1; i < 100; ++i)
+        EXPECT_EQ(slab.take(24), first + i * 24);
+}
+
+TEST(RecordSlab, RecordsOfAnySizeAndNumber_HaveMemoryOfTheirOwn) {
+    RecordSlab slab(4);
+    std::vector<std::pair<std::byte*, u64>> taken;
+    for (const u64 size : {8, 1, 1000, 200000, 16, 0, 70000, 24, 24, 24}) {
+        std::byte* const place = slab.take(size);
+        EXPECT_TRUE(isAligned(place)) << size;
+        std::memset(place, static_cast<int>(taken.size()), size);
+        taken.push_back({place, size});
+    }
+    for (u64 i = 0; i < taken.size(); ++i)
+        for (u64 at = 0; at < taken[i].second; ++at)
+            ASSERT_EQ(taken[i].first[at], static_cast<std::byte>(i));
+}
+
+} // namespace
+} // namespace qv::kelvo_sdk::impl
