@@ -3,12 +3,19 @@
 #include "kelvo/base/ascii.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 
 namespace {
 
 constexpr std::string_view separators = ".[]";
+constexpr u64 characters = 256;
+constexpr u64 bitsOfWord = 64;
+
+u64 bitOf(u64 part) noexcept {
+    return u64{1} << part % bitsOfWord;
+}
 
 bool endsStep(char c) noexcept {
     return separators.find(c) != std::string_view::npos;
@@ -59,8 +66,8 @@ Wildcard::Fault Wildcard::pathFault(std::string_view pattern) {
 }
 
 Wildcard Wildcard::ofPath(std::string_view pattern) {
-    Wildcard made;
-    made.m_ignoresCase = true;
+    std::vector<Part> parts;
+    std::string lastLetters;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         const bool isDouble = pattern.substr(i).starts_with("**");
         const Kind wild = pattern[i] == '?' ? Kind::OneInStep
@@ -68,29 +75,47 @@ Wildcard Wildcard::ofPath(std::string_view pattern) {
                                             : Kind::RunInStep;
         if (isDouble) ++i;
         const bool isBetween = isDouble && i >= 2 && pattern[i - 2] == '.';
-        made.m_parts.push_back({isWild(pattern[i]) ? wild : Kind::Letter,
-                                ascii::toLower(pattern[i]),
-                                isBetween && i + 1 < pattern.size() && pattern[i + 1] == '.'});
-        const bool isLetter = made.m_parts.back().kind == Kind::Letter && !endsStep(pattern[i]);
+        parts.push_back({isWild(pattern[i]) ? wild : Kind::Letter, ascii::toLower(pattern[i]),
+                         isBetween && i + 1 < pattern.size() && pattern[i + 1] == '.'});
+        const bool isLetter = parts.back().kind == Kind::Letter && !endsStep(pattern[i]);
         if (isLetter)
-            made.m_end += ascii::toLower(pattern[i]);
+            lastLetters += ascii::toLower(pattern[i]);
         else
-            made.m_end.clear();
+            lastLetters.clear();
     }
+    Wildcard made(parts, Case::Ignored);
+    made.m_lastLetters = std::move(lastLetters);
     return made;
 }
 
 Wildcard Wildcard::ofText(std::string_view pattern, Case letters) {
-    Wildcard made;
-    made.m_ignoresCase = letters == Case::Ignored;
+    std::vector<Part> parts;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         const bool isTaken = pattern[i] == '\\' && i + 1 < pattern.size();
         if (isTaken) ++i;
-        const char letter = made.m_ignoresCase ? ascii::toLower(pattern[i]) : pattern[i];
+        const char letter = letters == Case::Ignored ? ascii::toLower(pattern[i]) : pattern[i];
         const Kind wild = letter == '?' ? Kind::One : Kind::Run;
-        made.m_parts.push_back({isWild(letter) && !isTaken ? wild : Kind::Letter, letter});
+        parts.push_back({isWild(letter) && !isTaken ? wild : Kind::Letter, letter});
     }
-    return made;
+    return Wildcard(parts, letters);
+}
+
+Wildcard::Wildcard(const std::vector<Part>& parts, Case letters)
+    : m_words(parts.size() / bitsOfWord + 1),
+      m_takes(characters * m_words),
+      m_runs(m_words),
+      m_optional(m_words),
+      m_end(bitOf(parts.size())) {
+    for (std::size_t at = 0; at < parts.size(); ++at) {
+        const u64 word = at / bitsOfWord;
+        if (parts[at].isRun()) m_runs[word] |= bitOf(at);
+        if (parts[at].isOptional) m_optional[word] |= bitOf(at);
+        for (u64 letter = 0; letter < characters; ++letter) {
+            const auto c = static_cast<char>(letter);
+            if (parts[at].takes(letters == Case::Ignored ? ascii::toLower(c) : c))
+                m_takes[letter * m_words + word] |= bitOf(at);
+        }
+    }
 }
 
 bool Wildcard::matches(std::string_view text) const {
@@ -100,17 +125,17 @@ bool Wildcard::matches(std::string_view text) const {
 
 Wildcard::Places Wildcard::start() const {
     Places places;
-    places.m_now.resize(m_parts.size() + 1);
-    places.m_next.resize(m_parts.size() + 1);
-    places.m_now[0] = 1;
-    goOnWithoutCharacter(places.m_now);
+    places.m_bits.resize(m_words);
+    places.m_bits[0] = 1;
+    goOnWithoutCharacter(places.m_bits);
     return places;
 }
 
 bool Wildcard::refusesEnd(std::string_view name) const noexcept {
-    if (m_end.size() > name.size()) return true;
-    const std::string_view end = name.substr(name.size() - m_end.size());
-    return !std::ranges::equal(end, m_end, [](char a, char b) { return ascii::toLower(a) == b; });
+    if (m_lastLetters.size() > name.size()) return true;
+    const std::string_view end = name.substr(name.size() - m_lastLetters.size());
+    return !std::ranges::equal(end, m_lastLetters,
+                               [](char a, char b) { return ascii::toLower(a) == b; });
 }
 
 bool Wildcard::Part::takes(char c) const noexcept {
@@ -125,30 +150,40 @@ bool Wildcard::Part::takes(char c) const noexcept {
     }
 }
 
-// Adds the places that are reached when a run matches no characters. One pass suffices, because
-// parts only lead forward.
-void Wildcard::goOnWithoutCharacter(std::vector<u8>& places) const {
-    for (std::size_t at = 0; at < m_parts.size(); ++at) {
-        if (!places[at]) continue;
-        if (m_parts[at].isRun()) places[at + 1] = 1;
-        if (m_parts[at].isOptional) places[at + 2] = 1;
+// Adds the places that are reached when a run matches no characters. They lead only forward, so one
+// pass over the words suffices.
+void Wildcard::goOnWithoutCharacter(std::vector<u64>& places) const {
+    u64 fromBefore = 0;
+    for (u64 word = 0; word < m_words; ++word) {
+        u64 reached = places[word] | fromBefore;
+        u64 runs = 0;
+        do {
+            places[word] = reached;
+            runs = reached & m_runs[word];
+            reached |= runs << 1;
+        } while (reached != places[word]);
+        fromBefore = runs >> (bitsOfWord - 1);
     }
 }
 
+// A run stays where it is, other parts lead to the next place; if the run there may be absent, also
+// behind it and its '.'. Works from the last word down, so that the word before is still as it was.
 bool Wildcard::advance(Places& places, std::string_view piece) const {
-    std::vector<u8>& next = places.m_next;
+    std::vector<u64>& bits = places.m_bits;
     for (const char letter : piece) {
-        const char c = m_ignoresCase ? ascii::toLower(letter) : letter;
-        std::ranges::fill(next, u8{0});
-        bool isAlive = false;
-        for (std::size_t at = 0; at < m_parts.size(); ++at) {
-            if (!places.m_now[at] || !m_parts[at].takes(c)) continue;
-            next[m_parts[at].isRun() ? at : at + 1] = 1;
-            isAlive = true;
+        const u64* const takes = &m_takes[static_cast<unsigned char>(letter) * m_words];
+        u64 all = 0;
+        for (u64 word = m_words; word-- > 0;) {
+            const u64 taken = bits[word] & takes[word];
+            const u64 before = word > 0 ? bits[word - 1] & takes[word - 1] & ~m_runs[word - 1] : 0;
+            const u64 entered = (taken & ~m_runs[word]) << 1 | before >> (bitsOfWord - 1);
+            const u64 skipped = entered & m_optional[word];
+            bits[word] = (taken & m_runs[word]) | entered | skipped << 2;
+            if (word + 1 < m_words) bits[word + 1] |= skipped >> (bitsOfWord - 2);
+            all |= bits[word];
         }
-        if (!isAlive) return false;
-        goOnWithoutCharacter(next);
-        places.m_now.swap(next);
+        if (all == 0) return false;
+        goOnWithoutCharacter(bits);
     }
     return true;
 }

@@ -21,12 +21,13 @@ public:
     class Places {
     private:
         friend class Wildcard;
-        // For each place, whether the next character may match there.
-        std::vector<u8> m_now;
-        // Memory for those behind the next character.
-        std::vector<u8> m_next;
+        // A bit for each place: whether the next character may match there.
+        std::vector<u64> m_bits;
     };
     enum class Case { Counts, Ignored };
+
+    /// Matches the empty text alone.
+    Wildcard() : Wildcard({}, Case::Counts) {}
 
     /// The reason why no path could ever match a pattern, as the end of a sentence; null when one
     /// could.
@@ -48,7 +49,9 @@ public:
     /// Continues with a piece; false when no continuation can match any more.
     [[nodiscard]] bool advance(Places& places, std::string_view piece) const;
     /// Tells whether the text so far matches.
-    [[nodiscard]] bool accepts(const Places& places) const { return places.m_now.back() != 0; }
+    [[nodiscard]] bool accepts(const Places& places) const {
+        return (places.m_bits.back() & m_end) != 0;
+    }
     /// Tells that no text can match whose last step is this name. Takes less time than `advance`.
     [[nodiscard]] bool refusesEnd(std::string_view name) const noexcept;
 
@@ -66,12 +69,19 @@ private:
         [[nodiscard]] bool takes(char c) const noexcept;
     };
 
-    void goOnWithoutCharacter(std::vector<u8>& places) const;
+    Wildcard(const std::vector<Part>& parts, Case letters);
+    void goOnWithoutCharacter(std::vector<u64>& places) const;
 
-    std::vector<Part> m_parts;
+    // Sets of parts, as words with a bit for each.
+    u64 m_words;
+    // For each character those that take it.
+    std::vector<u64> m_takes;
+    std::vector<u64> m_runs;
+    std::vector<u64> m_optional;
+    // The place behind the last part, in the last word.
+    u64 m_end;
     // The letters behind the last sign that is none, or that ends a step.
-    std::string m_end;
-    bool m_ignoresCase = false;
+    std::string m_lastLetters;
 };
 
 } // namespace qv::kelvo_sdk::impl

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -69,6 +73,58 @@ TEST(Wildcard, TextInPieces_MatchesAsTheWhole) {
     }
     ASSERT_TRUE(wildcard.advance(places, "12]"));
     EXPECT_TRUE(wildcard.accepts(places));
+}
+
+// Tells in the plainest way whether a text pattern without '\\' matches.
+bool matchesPlainly(std::string_view pattern, std::string_view text) {
+    std::vector<bool> ends(text.size() + 1);
+    ends[0] = true;
+    for (const char sign : pattern) {
+        std::vector<bool> next(text.size() + 1);
+        for (std::size_t i = 0; i <= text.size(); ++i) {
+            const bool isReached = i > 0 && (sign == '*' ? next[i - 1] : ends[i - 1]);
+            next[i] = sign == '*' ? ends[i] || isReached
+                                  : isReached && (sign == '?' || sign == text[i - 1]);
+        }
+        ends = std::move(next);
+    }
+    return ends[text.size()];
+}
+
+TEST(Wildcard, PatternsOfAnyLength_MatchAsTheyShould) {
+    std::mt19937 random(1);
+    u64 matches = 0;
+    for (int trial = 0; trial < 3000; ++trial) {
+        std::string pattern, text;
+        const std::size_t length = random() % 150;
+        while (pattern.size() < length)
+            pattern += "aaab?*"[random() % 6];
+        for (const char sign : pattern)
+            if (sign != '*' || random() % 2 == 0) text += sign == 'b' && trial % 4 != 0 ? 'b' : 'a';
+        const bool expected = matchesPlainly(pattern, text);
+        matches += expected;
+        ASSERT_EQ(Wildcard::ofText(pattern, Wildcard::Case::Counts).matches(text), expected)
+            << pattern << '\n'
+            << text;
+    }
+    EXPECT_GT(matches, 300U);
+    EXPECT_LT(matches, 2900U);
+}
+
+TEST(Wildcard, StepsThatMayBeAbsent_AreSoAtAnyPlace) {
+    for (std::size_t before = 1; before < 140; ++before) {
+        const std::string start(before, 'a');
+        const Wildcard wildcard = Wildcard::ofPath(start + ".**.b");
+        EXPECT_TRUE(wildcard.matches(start + ".b")) << before;
+        EXPECT_TRUE(wildcard.matches(start + ".x.y.b")) << before;
+        EXPECT_FALSE(wildcard.matches(start + ".xb")) << before;
+        EXPECT_FALSE(wildcard.matches(start + "b")) << before;
+    }
+}
+
+TEST(Wildcard, WithoutAPattern_MatchesTheEmptyTextAlone) {
+    EXPECT_TRUE(Wildcard().matches(""));
+    EXPECT_FALSE(Wildcard().matches("a"));
 }
 
 TEST(Wildcard, EndsThatCannotMatch_AreRefused) {
