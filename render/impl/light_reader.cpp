@@ -99,13 +99,12 @@ private:
 
     // A light as models have it, with a place of its own.
     void readAny() {
-        const Vec3 direction = m_values.direction("direction", {0, 0, -1});
-        const Vec3 up = m_values.direction("up", {0, 1, 0});
+        const String shape = m_values.text("shape", "point");
+        const Vec3 direction = ownDirection(shape), up = ownUp(shape);
         m_light.place = placeOf(m_toWorld, m_values.vector("position", {}), direction, up);
         m_light.attenuation = {real("attenuationConstant", 0.0, 1e20),
                                real("attenuationLinear", 0.0, 1e20),
                                real("attenuationQuadratic", 1.0, 1e20)};
-        const String shape = m_values.text("shape", "point");
         if (shape == "directional") return add(LightShape::Sun);
         if (shape == "area") {
             const Frame frame = lookFrame(direction, up);
@@ -121,6 +120,17 @@ private:
         if (shape != "point")
             m_findings.add(m_node, "The shape of the light is not known; it shines as a point.");
         add(LightShape::Sphere);
+    }
+
+    // Models set what a light of that shape does not need to zero.
+    Vec3 ownDirection(const String& shape) const {
+        const Vec3 front{0, 0, -1};
+        const bool isAimed = shape == "directional" || shape == "spot" || shape == "area";
+        return isAimed ? m_values.direction("direction", front) : front;
+    }
+    Vec3 ownUp(const String& shape) const {
+        const Vec3 top{0, 1, 0};
+        return shape == "area" ? m_values.direction("up", top) : top;
     }
 
     // Models give the colour of ambient light in either input.

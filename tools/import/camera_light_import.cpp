@@ -1,5 +1,7 @@
 #include "tools/import/import_context.h"
 
+#include <cmath>
+
 namespace qv::model_import {
 
 namespace {
@@ -35,12 +37,28 @@ void addReal(const Node& node, const char* name, float value) {
     addInput(node, name, AttrType::Real, value);
 }
 
+// The view of a camera, from the node that it is below.
+struct View {
+    aiVector3D position;
+    float horizontalFov;
+};
+
+// Cameras of glTF stand where their node is, and have a vertical angle. The reader gives them the
+// translation of the node besides, and multiplies the angle with the aspect.
+View ownView(const ImportContext& context, const aiCamera& camera) {
+    if (!context.reader.starts_with("glTF2")) return {camera.mPosition, camera.mHorizontalFOV};
+    if (camera.mAspect <= 0.0f) return {{}, camera.mHorizontalFOV};
+    const float verticalFov = camera.mHorizontalFOV / camera.mAspect;
+    return {{}, 2.0f * std::atan(std::tan(verticalFov / 2.0f) * camera.mAspect)};
+}
+
 void importCamera(ImportContext& context, const aiCamera& camera) {
+    const View view = ownView(context, camera);
     const Node node = createNamed(context, "camera", viewOf(camera.mName));
-    addInput(node, "position", AttrType::Pos3, pos3(camera.mPosition));
+    addInput(node, "position", AttrType::Pos3, pos3(view.position));
     addInput(node, "direction", AttrType::Vec3, vec3(camera.mLookAt));
     addInput(node, "up", AttrType::Vec3, vec3(camera.mUp));
-    addReal(node, "horizontalFov", camera.mHorizontalFOV);
+    addReal(node, "horizontalFov", view.horizontalFov);
     addReal(node, "aspect", camera.mAspect);
     addReal(node, "near", camera.mClipPlaneNear);
     addReal(node, "far", camera.mClipPlaneFar);

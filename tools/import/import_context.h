@@ -23,6 +23,8 @@ using kelvo_sdk::Scene;
 
 struct ImportContext {
     const aiScene& model;
+    /// The part of assimp that read the model, as "glTF2 Importer".
+    std::string_view reader;
     Scene scene;
     Report& report;
     const ImportOptions& options;

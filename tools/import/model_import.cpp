@@ -100,23 +100,15 @@ bool readModel(const Scene& scene, const String& file, Report& report, const Imp
         report.error = reasonOf(importer.GetErrorString(), file);
         return false;
     }
-    const Space space = spaceOf(readerOf(importer), *model, options.model);
+    const std::string_view reader = readerOf(importer);
+    const Space space = spaceOf(reader, *model, options.model);
     report.error = whyNotInto(space, options.scene);
     if (!report.error.isEmpty()) return false;
     const u64 before = scene.nodeCount();
-    ImportContext context{*model,
-                          scene,
-                          report,
-                          options,
-                          space,
-                          Names(scene),
-                          TextureFiles(Path(file).dir(), options),
-                          {},
-                          {},
-                          {},
-                          {},
-                          {},
-                          {}};
+    ImportContext context{*model,  reader, scene,        report,
+                          options, space,  Names(scene), TextureFiles(Path(file).dir(), options),
+                          {},      {},     {},           {},
+                          {},      {}};
     importParts(context);
     report.nodes = scene.nodeCount() - before;
     return true;

@@ -108,8 +108,19 @@ TEST_F(LightReaderTest, LightThatCannotShine_IsAFinding) {
     EXPECT_EQ(m_findings, Texts{"l: The light has no area."});
     EXPECT_EQ(read("light", "String shape = \"odd\"\n").size(), 1U);
     EXPECT_EQ(m_findings, Texts{"l: The shape of the light is not known; it shines as a point."});
-    EXPECT_EQ(read("light", "Vec3 direction = (0 0 0)\n").size(), 1U);
+    EXPECT_EQ(read("light", "String shape = \"spot\"\nVec3 direction = (0 0 0)\n").size(), 1U);
     EXPECT_EQ(m_findings, Texts{"l: The value of \"direction\" is out of range."});
+}
+
+TEST_F(LightReaderTest, LightOfAModel_NeedsOnlyWhatItsShapeUses) {
+    const char* const zero = "Vec3 direction = (0 0 0)\nVec3 up = (0 0 0)\n";
+    for (const char* shape : {"point", "ambient"}) {
+        const std::string start = std::string("String shape = \"") + shape + "\"\n";
+        EXPECT_EQ(read("light", start + zero).size(), 1U) << shape;
+        EXPECT_TRUE(m_findings.empty()) << shape;
+    }
+    EXPECT_EQ(read("light", "String shape = \"spot\"\nVec3 up = (0 0 0)\n").size(), 1U);
+    EXPECT_TRUE(m_findings.empty());
 }
 
 } // namespace

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <numeric>
 
 namespace qv::model_import::testing {
@@ -75,6 +78,24 @@ TEST(ModelImport, OfACamera_KeepsItsView) {
     ASSERT_TRUE(camera);
     EXPECT_NEAR(camera["horizontalFov"].get<double>(), 0.930842, 1e-5);
     EXPECT_GE(camera->indexIn(model.named("xform", "Camera01").get()), 0);
+}
+
+TEST(ModelImport, OfAGltfCamera_StandsAtItsNodeAndSeesItsVerticalAngle) {
+    const auto file = std::filesystem::temp_directory_path() / "kelvo_import_camera.gltf";
+    std::ofstream(file) << R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}],
+        "nodes": [{"name": "eye", "camera": 0, "translation": [1, 2, 3]}],
+        "cameras": [{"type": "perspective",
+                     "perspective": {"yfov": 0.7, "aspectRatio": 1.5, "znear": 0.1}}]})";
+    const Imported model(file.string());
+    std::filesystem::remove(file);
+    ASSERT_TRUE(model.isDone) << model.report.error;
+    const Node camera = model.named("camera", "eye");
+    ASSERT_TRUE(camera);
+    EXPECT_EQ(camera["position"].get<math::Pos3d>(), math::Pos3d(0, 0, 0));
+    EXPECT_NEAR(camera["horizontalFov"].get<double>(), 2 * std::atan(1.5 * std::tan(0.35)), 1e-6);
+    EXPECT_NEAR(camera["aspect"].get<double>(), 1.5, 1e-6);
+    const auto place = model.named("xform", "eye")["matrix"].get<math::Mat4d>();
+    EXPECT_EQ(place[3][1], 2.0);
 }
 
 TEST(ModelImport, OfPolygons_SaysHowLongEachIs) {
