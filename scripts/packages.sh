@@ -22,6 +22,7 @@ bench_packages=(libbenchmark-dev)
 peer_packages=(libcoin-dev libopenscenegraph-dev)
 tidy_packages=(clang clang-tidy git python3 libgtest-dev)
 mutant_packages=(lld)
+cycles_packages=(blender python3 python3-numpy)
 portable_packages=(g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static)
 
 # missing_packages NAME...: sets `missing` to the packages that are not installed
