@@ -13,12 +13,14 @@ void NetChanges::nodeRenamed(INode* node, const String& before) {
 
 void NetChanges::inputChanged(const IInput* input, const AttrData* previous) {
     InputEvents& events = eventsOf(input);
-    if (events.isChanged) return;
     events.isChanged = true;
-    if (!previous) return;
-    events.before = previous->value;
-    if (events.before.type() == AttrType::Node)
-        events.linkedBefore = RefersTo<INode>(events.before.asNode());
+    if (previous) noteBefore(events, previous->value);
+}
+
+void NetChanges::noteBefore(InputEvents& events, const Value& value) {
+    if (std::exchange(events.isBeforeKnown, true)) return;
+    events.before = value;
+    if (value.type() == AttrType::Node) events.linkedBefore = RefersTo<INode>(value.asNode());
 }
 
 void NetChanges::inputConnected(const IInput* input, const IOutput* before) {
@@ -37,10 +39,13 @@ void NetChanges::nodeMoved(INode* node) {
     eventsOf(node).isMoved = true;
 }
 
+// The first change that is told may not be the first one that was made.
 void NetChanges::expect(const IInput* input) {
-    const InputEvents& events = entryOf(input);
+    InputEvents& events = entryOf(input);
+    if (events.isChanged) return;
+    noteBefore(events, implOf(input)->value());
     const auto& elements = implOf(input)->members();
-    if (events.isChanged || input->type() != AttrType::Array || elements.isEmpty()) return;
+    if (input->type() != AttrType::Array || elements.isEmpty()) return;
     const auto [order, isNew] = m_orders.try_emplace(input);
     if (isNew) order->second.assign(elements.begin(), elements.end());
 }

@@ -64,6 +64,7 @@ private:
     struct InputEvents : AttributeEvents {
         RefersTo<IInput> held;
         bool isChanged = false;
+        bool isBeforeKnown = false;
         bool isConnected = false;
         bool isRenamed = false;
         String nameBefore;
@@ -122,6 +123,7 @@ private:
         events.isIn = isIn;
         events.isListed = true;
     }
+    static void noteBefore(InputEvents& events, const Value& value);
     [[nodiscard]] bool isOther(const InputEvents& events) const noexcept;
     [[nodiscard]] bool isReordered(const IInput* array) const noexcept;
     [[nodiscard]] bool wentOrReturned(const IInput* element) const noexcept;

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/observe/batch_notifier.h"
 
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/scene.h"
 #include "tests/support/log_capture.h"
 
@@ -113,6 +114,18 @@ TEST_P(BatchesTest, EditWithoutANetChange_IsNotNotified) {
         m_a->removeInput(String("x")), m_a->createInput("x", AttrType::Int), m_a->removeInput("x");
         m_scene.renameNode(m_b, "d");
         m_scene.renameNode(m_b, "b");
+    }
+    EXPECT_EQ(m_noted.take(), "");
+}
+
+TEST_P(BatchesTest, ValueThatIsBackAfterAChangeThatWasNotTold_IsNotReported) {
+    {
+        const UndoScope scope(m_scene, "", "");
+        {
+            const DeferredNotifications muted(DeferredNotifications::Kind::Muted);
+            m_in->setReal(1);
+        }
+        m_in->setReal(0);
     }
     EXPECT_EQ(m_noted.take(), "");
 }
