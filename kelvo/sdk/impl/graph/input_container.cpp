@@ -67,7 +67,6 @@ void Input::adoptMember(RefersTo<Input> member, Only<Input, SceneBuilder> /*key*
     }
     std::ignore = member.detach();
     dropHash();
-    leadsChanged();
 }
 
 void Input::reserveMembers(u64 count, Only<SceneBuilder> /*key*/) {

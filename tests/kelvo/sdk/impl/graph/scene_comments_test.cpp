@@ -159,6 +159,13 @@ TEST_F(SceneCommentsOfANode, RemoveObject_TakesItsMembersCommentsAlong) {
     EXPECT_TRUE(m_comments.empty());
 }
 
+TEST_F(SceneCommentsOfANode, RemoveMember_TakesItsCommentsAlong) {
+    IInput* object = m_node->createInput("object", AttrType::Object);
+    m_comments.set(object->createInput("a", AttrType::Real), trailing("# inside"));
+    object->removeInput("a");
+    EXPECT_TRUE(m_comments.empty());
+}
+
 TEST_F(SceneCommentsOfANode, Find_AnotherAttributeAtTheSameAddress_HasNone) {
     alignas(Input) std::byte place[sizeof(Input)];
     auto* gone = ::new (place) Input(m_node, nullptr, "a", AttrType::Real, AttrType::Null);
