@@ -52,8 +52,7 @@ SpellingSuggestion::SpellingSuggestion(std::string_view wanted) noexcept
                                   : 3) {}
 
 void SpellingSuggestion::offer(std::string_view known) noexcept {
-    if (m_limit == 0 || m_wanted.empty() || m_wanted.size() > longest || known.size() > longest)
-        return;
+    if (m_wanted.size() > longest || known.size() > longest) return;
     const u64 longer = std::max(known.size(), m_wanted.size());
     if (longer - std::min(known.size(), m_wanted.size()) >= m_limit) return;
     const u64 edits = distance(m_wanted, known, m_limit - 1);

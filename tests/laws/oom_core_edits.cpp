@@ -216,6 +216,9 @@ std::vector<OomEdit> attributeEdits() {
          [](OomWorld& w) { return w.node->removeOutput(w.name); }},
         {"output: clear", onNode("b"), [](OomWorld& w) { return w.node->clearOutputs(); }},
         {"input: append", onInput("a", "list"), [](OomWorld& w) { return bool(w.input.append()); }},
+        {"input: append the first modifier of a node that keeps a value aside",
+         [](OomWorld& w) { w.input = w.scene()["b"].createArray("modifiers", AttrType::Node); },
+         [](OomWorld& w) { return bool(w.input.append()); }},
         {"input: append by a path", onNode("a", "list[6]"),
          [](OomWorld& w) { return bool(w.node.inputAt(w.name)); }},
         {"input: insert an element", onInput("a", "e"),
@@ -320,6 +323,9 @@ std::vector<OomEdit> historyEdits() {
              w.scene().undo();
          },
          [](OomWorld& w) { return w.scene().redo(); }},
+        {"history: undo the first modifier of a node that keeps a value aside",
+         [](OomWorld& w) { w.scene()["b"].createArray("modifiers", AttrType::Node).append(); },
+         [](OomWorld& w) { return w.scene().undo(); }},
         {"history: undo a conversion",
          [](OomWorld& w) {
              ConversionLosses losses;

@@ -99,6 +99,8 @@ std::string OomTrial::judge(OomWorld& world, Outcome outcome) const {
         return start + other;
     if (isDone && !didModifiersWait && now.told != expected.told)
         return start + "observers hear of less or more";
+    if (!isDone && !didModifiersWait && now.told[2] != 0)
+        return start + "observers of batches hear of it";
     if (const std::string lost = judgeHistory(world, isDone); !lost.empty()) return start + lost;
     const std::string deaf = judgeObservers(world);
     return deaf.empty() ? deaf : start + deaf;

@@ -122,11 +122,12 @@ project(small CXX)
 set(CMAKE_CXX_STANDARD 20)
 enable_testing()
 find_package(GTest REQUIRED)
-add_library(kelvo_sdk STATIC sdk/limits.cpp sdk/size.cpp)
+add_library(kelvo_sdk STATIC sdk/limits.cpp sdk/sign.cpp sdk/size.cpp)
 target_include_directories(kelvo_sdk PUBLIC "${PROJECT_SOURCE_DIR}")
-add_executable(tests tests/sdk/limits_test.cpp tests/sdk/size_test.cpp)
+add_executable(tests tests/sdk/limits_test.cpp tests/sdk/sign_test.cpp tests/sdk/size_test.cpp)
 target_link_libraries(tests PRIVATE kelvo_sdk GTest::gtest_main)
 add_test(NAME tests COMMAND tests --gtest_brief=1)
+add_executable(again EXCLUDE_FROM_ALL tests/sdk/size_test.cpp)
 """
 SOURCES = {
     "CMakeLists.txt": CMAKE,
@@ -134,6 +135,8 @@ SOURCES = {
                       "    return value;\n}\n"
                       "int sum(int count) {\n    int all = 0;\n"
                       "    while (count != 0)\n        all += --count;\n    return all;\n}\n",
+    "sdk/sign.cpp": "int sign(int of) {\n    if (of < 0)\n        return -1;\n    else\n"
+                    "        return 1;\n}\n",
     "sdk/size.cpp": '#include "sdk/size_steps.h"\nint twice(int size) { return doubled(size); }\n',
     "sdk/size_steps.h": "#pragma once\n"
                         "template<typename T>\nT doubled(T size) {\n    return size + size;\n}\n",
@@ -141,6 +144,8 @@ SOURCES = {
     "tests/sdk/limits_test.cpp": "#include <gtest/gtest.h>\nint atMost(int, int);\nint sum(int);\n"
                                  "TEST(Limits, AtMost) { EXPECT_EQ(atMost(5, 3), 3); }\n"
                                  "TEST(Limits, Sum) { EXPECT_EQ(sum(4), 6); }\n",
+    "tests/sdk/sign_test.cpp": "#include <gtest/gtest.h>\nint sign(int);\n"
+                               "TEST(Sign, IsCalled) { sign(-3); }\n",
     "tests/sdk/size_test.cpp": '#include "sdk/size.h"\n#include <gtest/gtest.h>\nint twice(int);\n'
                                "TEST(Size, Twice) { EXPECT_EQ(twice(3), 6); }\n"
                                "TEST(Size, IsEmpty) { EXPECT_TRUE(isEmpty(0)); }\n",
@@ -189,6 +194,10 @@ class Run(unittest.TestCase):
         status, said = self.run_tool("sdk/size_steps.h", "--sample", "0")
         self.assertEqual(status, 0, said)
         self.assertIn("2 mutants: 2 killed", said)
+
+    def test_function_that_ends_without_its_result_is_killed(self):
+        _, said = self.run_tool("sdk/sign.cpp", "--sample", "0")
+        self.assertIn("killed sdk/sign.cpp:3 tests: ended", said)
 
     def test_sources_stay_as_they_are(self):
         self.run_tool("sdk/limits.cpp", "--sample", "2")

@@ -17,6 +17,8 @@ SEEN = re.compile(r"\[       OK \] ([\w/.]+)(?:, where .*)? \((\d+) ms\)")
 # Suites that take longer than this in total run after the others.
 SLOW_MS = 300
 MEMORY = 6 << 30
+# Ends the program where a mutant's function ends without its result, which would be any value.
+NO_RESULT = ("-fsanitize=return", "-fsanitize-undefined-trap-on-error")
 
 
 class Broken(Exception):
@@ -107,14 +109,19 @@ class Trials:
         self.tree, self.build, self.scratch = tree, build, scratch
         compiled = subprocess.run(["ninja", "-C", build, "-t", "compdb"], check=True,
                                   capture_output=True, text=True).stdout
-        self.compile_commands = {
-            str(pathlib.Path(entry["file"]).relative_to(tree)): entry["command"]
-            for entry in json.loads(compiled)
-            if "/" in entry["file"] and entry["file"].startswith(f"{tree}/")}
+        self.compile_commands, self.objects = {}, collections.defaultdict(set)
+        for entry in json.loads(compiled):
+            if entry["file"].startswith(f"{tree}/"):
+                self.note_command(entry, str(pathlib.Path(entry["file"]).relative_to(tree)))
         self.any_test = next(file for file in self.compile_commands if file.startswith("tests/"))
         self.programs = programs_of(build)
         if not self.programs:
             raise Broken("the build has no test programs")
+
+    def note_command(self, entry, source):
+        """Keeps the first command of a source. Several programs may compile it, each for itself."""
+        self.compile_commands.setdefault(source, entry["command"])
+        self.objects[source].add(entry["output"])
 
     def measure(self):
         """Measures the tests without a mutant, but only of programs built since the last time."""
@@ -186,7 +193,7 @@ class Trials:
                                     "-fkeep-inline-functions")]
         objects += [self.compile_one(user, self.tree / user, changed, folder / f"{number}.o")
                     for number, user in enumerate(tests + self.source_of(file), 1)]
-        return objects, {self.object_of(test) for test in tests}
+        return objects, {made for test in tests for made in self.objects[test]}
 
     def source_of(self, header):
         """Returns the source with the name of a header or, if there is none, with the name's start
@@ -199,10 +206,6 @@ class Trials:
             name = name.rpartition("_")[0]
         return []
 
-    def object_of(self, source):
-        command = shlex.split(self.compile_commands[source])
-        return command[command.index("-o") + 1]
-
     def compile_one(self, like, source, changed, made, *flags):
         """Compiles like another source; searches headers first in the folder of the changed one."""
         command = shlex.split(self.compile_commands[like])
@@ -210,7 +213,7 @@ class Trials:
             command[command.index(flag) + 1] = str(value)
         # A mutant that only causes a warning counts, such as an unused variable.
         command = [word for word in command if word != "-Werror" and not word.endswith("ccache")]
-        must([command[0], "-I", str(changed), *command[1:], "-w", *flags], self.build)
+        must([command[0], "-I", str(changed), *command[1:], "-w", *NO_RESULT, *flags], self.build)
         return made
 
 

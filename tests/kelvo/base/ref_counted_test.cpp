@@ -168,6 +168,16 @@ TEST(RefersTo, Detach_HandsTheReferenceOver) {
     thing->decRef();
 }
 
+TEST(RefersTo, Swap_ExchangesTheObjectsAndCountsNothing) {
+    auto some = RefersTo<Thing>::adopt(new Thing);
+    RefersTo<Thing> none;
+    Thing* const thing = some.get();
+    some.swap(none);
+    EXPECT_TRUE(some.isEmpty());
+    EXPECT_EQ(none.get(), thing);
+    EXPECT_EQ(thing->refCount(), 1);
+}
+
 TEST(RefersTo, ObjectWithSeveralBases_IsCountedThroughItsCountedPart) {
     const auto handle = RefersTo<Mixed>::adopt(new Mixed);
     const RefersTo<Mixed> copy(handle);

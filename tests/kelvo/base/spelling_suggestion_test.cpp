@@ -28,6 +28,8 @@ const NearCase kNear[] = {
     {"Rel", "Real", "a letter left out"},
     {"Reall", "Real", "a letter added"},
     {"Rael", "Real", "letters exchanged"},
+    {"Raol", "", "one letter at the other's place"},
+    {"Roel", "", "the other letter at the one's place"},
     {"REAL", "Real", "the other case"},
     {"Roil", "", "two letters replaced side by side"},
     {"Aray", "Array", "a letter left out"},

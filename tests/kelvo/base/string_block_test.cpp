@@ -26,6 +26,16 @@ TEST(StringBlock, Texts_LieInOneAllocation) {
     EXPECT_LT(distance, 64);
 }
 
+TEST(StringBlock, TextsOfTheExpectedSize_LieAsCloseAsTheyCan) {
+    for (u64 length = 1; length <= 16; ++length) {
+        StringBlock block(2, 2 * length);
+        const std::string text(length, 'x');
+        const String first = block.add(text), second = block.add(text);
+        const u64 step = (StringBuffer::headerSize + length + 1 + 7) / 8 * 8;
+        EXPECT_EQ(static_cast<u64>(second.buf() - first.buf()), step) << length;
+    }
+}
+
 TEST(StringBlock, Text_OutlivesTheBlockAndTheOthers) {
     String kept;
     {

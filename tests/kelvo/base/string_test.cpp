@@ -196,6 +196,7 @@ TEST(String, Plus_Concatenates) {
     EXPECT_EQ("b" + a, "ba");
     EXPECT_EQ('b' + a, "ba");
     EXPECT_EQ(a + std::string_view("b"), "ab");
+    EXPECT_EQ(std::string_view("b") + a, "ba");
     EXPECT_EQ(a, "a");
 }
 

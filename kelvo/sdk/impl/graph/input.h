@@ -33,6 +33,7 @@ class Output;
 class Scene;
 class SceneBuilder;
 class SourceChange;
+class FirstModifier;
 class StashChange;
 class ValueChange;
 struct InputExtras;
@@ -206,6 +207,9 @@ public:
     void setStashed(Value value);
     /// Keeps `value` aside without recording it.
     void replaceStash(Value value, Only<Input, NodeCopies, SceneBuilder> key);
+    /// Call before the node gets its first modifier: replaces the value by the kept one, which
+    /// there must be, even if the input is read-only.
+    void useStashed(Only<FirstModifier> key);
     /// Restores the kept value without notifications. Needs a kept value.
     std::unique_ptr<Stash> takeStashedBack(Only<Input, Modifiers> key) noexcept;
     /// Reverses `takeStashedBack`: shows a value, and keeps `kept` aside, null for none.

@@ -4,6 +4,7 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
+#include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/history/deferred_notifications.h"
@@ -203,6 +204,7 @@ bool InputListChange::takeOut(Scene& scene) {
     auto leaving = RefersTo<Input>::adopt(&input());
     leaving->showOwnValues({});
     node()->onInputRemoved(&input());
+    if (isModifierList(input()) && !modifierListOf(*node())) scene.lastModifierLeft(*node());
     afterNotifications([leaving = std::move(leaving)] { leaving->left({}); });
     return true;
 }

@@ -8,6 +8,7 @@
 
 #include "kelvo/sdk/impl/graph/departure.h"
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/first_modifier.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
@@ -66,7 +67,6 @@ void Input::adoptMember(RefersTo<Input> member, Only<Input, SceneBuilder> /*key*
     }
     std::ignore = member.detach();
     dropHash();
-    leadsChanged();
 }
 
 void Input::reserveMembers(u64 count, Only<SceneBuilder> /*key*/) {
@@ -90,12 +90,15 @@ IInput* Input::addAndTell(RefersTo<Input> member, u64 index) {
     const RefersTo<Input> self(isHeld ? this : nullptr);
     const RefersTo<Node> node(isHeld ? m_node : nullptr);
     {
+        FirstModifier first(*this);
         EditStep step(m_node);
+        first.useKeptValues();
         step.prepare<InputListChange>(*member, this, index, true);
         expectNotification(m_node, static_cast<const IInput*>(member.get()));
         putMember(member, index, {});
         step.commit();
         if (m_node) m_node->onInputAdded(member.get());
+        first.release();
     }
     if (!isHeld) return member.get();
     const bool isThere = member->m_parent == this && m_node == node.get();

@@ -47,8 +47,10 @@ const Input* namesakeOf(const Input& input, const String& name) {
 
 // Layouts refer to the first input of a name, so other inputs do not change the layout.
 InputNaming namingOf(const Input& input, const String& name) {
-    InputNaming naming{name, {}, {}};
+    InputNaming naming{name, {}, {}, {}};
     const auto& node = implOf(*input.node());
+    if (auto* scene = implOf(node.liveScene()))
+        naming.lines = scene->comments().linesBefore(&input);
     const auto* layout = dynamic_cast<const Layout*>(node.layout());
     if (!layout || input.parent() || node.lookUpInput(input.ownName()) != &input) return naming;
     naming.otherLayout = layout->withRenamed(input.ownName(), name);
@@ -116,13 +118,14 @@ void Input::exchangeName(InputNaming& other, Only<Input, InputRename> /*key*/) {
     if (other.layout && m_node->layout() == other.layout.get())
         m_node->setLayout(other.otherLayout.get());
     other.layout.swap(other.otherLayout);
-    if (auto* scene = implOf(m_node->liveScene())) scene->comments().renamed(this, other.name);
+    if (auto* scene = implOf(m_node->liveScene()))
+        scene->comments().renamed(this, other.name, other.lines);
     m_node->onInputRenamed(this, other.name);
 }
 
 InputRename::InputRename(Input& input, const InputNaming& naming)
     : InputChange(input),
-      m_other{input.ownName(), naming.otherLayout, naming.layout},
+      m_other{input.ownName(), naming.otherLayout, naming.layout, naming.lines},
       m_before(input.ownName()),
       m_after(naming.name) {}
 
@@ -136,7 +139,7 @@ void InputRename::swap(Scene& /*scene*/) {
 }
 
 u64 InputRename::bytes() const {
-    return sizeof(*this) + m_before.size() + m_after.size();
+    return sizeof(*this) + m_before.size() + m_after.size() + m_other.lines.size() * sizeof(u64);
 }
 
 String InputRename::text() const {

@@ -3,6 +3,8 @@
 #include "kelvo/sdk/impl/graph/input_changes.h"
 #include "kelvo/sdk/interfaces/i_layout.h"
 
+#include <vector>
+
 namespace qv::kelvo_sdk::impl {
 
 /// Another name of an input, which `Input::exchangeName` swaps with the current one.
@@ -12,6 +14,8 @@ struct InputNaming {
     /// name the input.
     RefersTo<interfaces::ILayout> layout;
     RefersTo<interfaces::ILayout> otherLayout;
+    /// The unread lines around the input that stand in front of it; others may have either name.
+    std::vector<u64> lines;
 };
 
 /// An input was renamed.

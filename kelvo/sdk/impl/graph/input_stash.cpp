@@ -41,6 +41,16 @@ bool Input::unstash() {
     return true;
 }
 
+void Input::useStashed(Only<FirstModifier> /*key*/) {
+    EditStep step(m_node);
+    Value kept = *stashed();
+    step.prepare<StashChange>(*this);
+    dropStash();
+    step.commit();
+    m_node->described();
+    if (m_value != kept) replaceUserValue(std::move(kept), nullptr);
+}
+
 std::unique_ptr<Stash> Input::takeStashedBack(Only<Input, Modifiers> /*key*/) noexcept {
     Link& link = m_extras->stash->link;
     if (link.table) link.table->remove(link);

@@ -182,7 +182,6 @@ IOutput* Node::addOutput(Output* output) {
 void Node::append(RefersTo<Input> input, Only<Node, SceneBuilder> /*key*/) {
     appendToList(m_inputs, input.get());
     std::ignore = input.detach();
-    leadsChanged();
 }
 
 void Node::append(RefersTo<Output> output, Only<Node, SceneBuilder> /*key*/) {

@@ -173,6 +173,9 @@ public:
     void applyModifiers(INode* node);
     /// Makes all modifiers write with the next change, when notifications are not possible now.
     void applyModifiersLater() noexcept;
+    /// Gives the node, which has no modifiers any more, the user's values back at once. Observers
+    /// are notified later.
+    void lastModifierLeft(Node& node);
     void holdModifiers() noexcept override;
     void releaseModifiers(bool isToRun) override;
     /// Tells whether the values that the node's inputs keep aside are the user's.

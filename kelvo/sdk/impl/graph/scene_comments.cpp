@@ -154,17 +154,74 @@ void SceneComments::remove(const interfaces::IOutput* output) {
     m_entries.erase(output);
 }
 
-void SceneComments::renamed(const interfaces::IInput* input, const String& before) noexcept {
+// ---- Names of inputs -----------------------------------------------------------------------
+
+namespace {
+
+bool isBefore(const UnreadLines& lines, const interfaces::IInput* input) {
+    return !lines.isOutput && lines.type == input->type() && lines.before.equals(nameOf(input));
+}
+
+const void* holderOf(const interfaces::IInput* input) {
+    const interfaces::IInput* parent = input->parent();
+    return parent ? static_cast<const void*>(parent) : input->node();
+}
+
+} // namespace
+
+std::vector<u64> SceneComments::linesBefore(const interfaces::IInput* input) const {
+    std::vector<u64> found;
+    const auto around = m_entries.find(holderOf(input));
+    if (around == m_entries.end()) return found;
+    const std::vector<UnreadLines>& unread = around->second.comments.unread;
+    for (u64 i = 0; i < unread.size(); ++i)
+        if (isBefore(unread[i], input)) found.push_back(i);
+    return found;
+}
+
+void SceneComments::renamed(const interfaces::IInput* input, const String& before,
+                            std::span<const u64> lines) noexcept {
+    renameEntry(input, before);
+    for (const u64 line : lines)
+        renameLine(input, before, line);
+}
+
+void SceneComments::renameEntry(const interfaces::IInput* input, const String& before) noexcept {
     const auto own = m_entries.find(input);
     if (own != m_entries.end() && own->second.name.equals(before)) own->second.name = nameOf(input);
-    const interfaces::IInput* parent = input->parent();
-    const void* const holder = parent ? static_cast<const void*>(parent) : input->node();
-    const auto around = m_entries.find(holder);
-    if (around == m_entries.end()) return;
-    for (UnreadLines& lines : around->second.comments.unread)
-        if (lines.before.equals(before) && lines.type == input->type() && !lines.isOutput)
-            lines.before = nameOf(input);
 }
+
+void SceneComments::renameLine(const interfaces::IInput* input, const String& before,
+                               u64 line) noexcept {
+    const auto around = m_entries.find(holderOf(input));
+    if (around == m_entries.end()) return;
+    std::vector<UnreadLines>& unread = around->second.comments.unread;
+    if (line < unread.size() && unread[line].before.equals(before))
+        unread[line].before = nameOf(input);
+}
+
+// Needs no memory after `makeRoom`.
+void SceneComments::noteNames(const interfaces::INode* node, Kept& kept) const {
+    const auto noteLines = [&](const Comments& comments, const auto& holder) {
+        for (u64 i = 0; i < comments.unread.size(); ++i) {
+            const UnreadLines& lines = comments.unread[i];
+            interfaces::IInput* input = holder.lookUpInput(lines.before);
+            if (input && isBefore(lines, input))
+                kept.m_names.push_back({RefersTo(input), lines.before, i});
+        }
+    };
+    if (const Comments* comments = find(node)) noteLines(*comments, implOf(*node));
+    if (!m_attributes.contains(node)) return;
+    visitInputsInPlace(implOf(*node), [&](Input& input) {
+        interfaces::IInput* attribute = &input;
+        const Comments* comments = find(attribute);
+        if (!comments) return;
+        kept.m_names.push_back({RefersTo(attribute), input.ownName(), noIndex});
+        noteLines(*comments, input);
+    });
+}
+
+// ---- Removal -------------------------------------------------------------------------------
 
 void SceneComments::takeEntry(const void* key, Kept& kept) {
     const auto place = m_entries.find(key);
@@ -188,10 +245,18 @@ void SceneComments::leaveUnread(const interfaces::INode* node, Kept& kept) {
 }
 
 void SceneComments::makeRoom(const interfaces::INode* node, Kept& kept) const {
-    const auto list = m_attributes.find(node);
-    const bool hasList = list != m_attributes.end();
-    if (hasList || m_entries.contains(node))
-        kept.m_entries.reserve(1 + (hasList ? list->second.size() : 0));
+    u64 entries = 0, names = 0;
+    const auto count = [&](const void* key) {
+        const auto place = m_entries.find(key);
+        if (place == m_entries.end()) return;
+        ++entries;
+        names += 1 + place->second.comments.unread.size();
+    };
+    count(node);
+    if (const auto list = m_attributes.find(node); list != m_attributes.end())
+        std::ranges::for_each(list->second, count);
+    kept.m_entries.reserve(entries);
+    kept.m_names.reserve(names);
 }
 
 SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
@@ -203,6 +268,7 @@ SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
 void SceneComments::take(const interfaces::INode* node, Kept& kept) {
     makeRoom(node, kept);
     leaveUnread(node, kept);
+    noteNames(node, kept);
     takeEntry(node, kept);
     const auto list = m_attributes.find(node);
     if (list == m_attributes.end()) return;
@@ -250,6 +316,13 @@ void SceneComments::putBack(Kept kept) {
             m_attributes[owner].push_back(entry.key());
         m_entries.erase(entry.key());
         m_entries.insert(std::move(entry));
+    }
+    for (const auto& [input, name, line] : kept.m_names) {
+        if (!input->node()) continue;
+        if (line == noIndex)
+            renameEntry(input.get(), name);
+        else
+            renameLine(input.get(), name, line);
     }
 }
 

@@ -3,8 +3,9 @@
 #include "kelvo/base/export.h"
 #include "kelvo/base/string.h"
 #include "kelvo/sdk/attr_type.h"
-#include "kelvo/sdk/interfaces/forward.h"
+#include "kelvo/sdk/interfaces/i_input.h"
 
+#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -90,9 +91,12 @@ public:
     void remove(const interfaces::IInput* input);
     void remove(const interfaces::IOutput* output);
 
-    /// Call when an input had the name `before`: updates its comments, and the lines in front of
+    /// Returns which of the unread lines around an input stand in front of it, by its name.
+    [[nodiscard]] std::vector<u64> linesBefore(const interfaces::IInput* input) const;
+    /// Call when an input had the name `before`: updates its comments, and these lines in front of
     /// it, to its new name.
-    void renamed(const interfaces::IInput* input, const String& before) noexcept;
+    void renamed(const interfaces::IInput* input, const String& before,
+                 std::span<const u64> lines) noexcept;
 
     /// Comments that were removed and can be put back.
     class Kept;
@@ -135,6 +139,9 @@ private:
     void setAttribute(const void* attribute, const interfaces::INode* owner, const String& name,
                       Comments comments);
     [[nodiscard]] const Comments* findNamed(const void* attribute, const String& name) const;
+    void noteNames(const interfaces::INode* node, Kept& kept) const;
+    void renameEntry(const interfaces::IInput* input, const String& before) noexcept;
+    void renameLine(const interfaces::IInput* input, const String& before, u64 line) noexcept;
 
     Comments m_file;
     std::unordered_map<const void*, Entry> m_entries;
@@ -147,6 +154,15 @@ private:
     std::vector<std::unordered_map<const void*, Entry>::node_type> m_entries;
     // The attributes of a node.
     std::unordered_map<const interfaces::INode*, std::vector<const void*>>::node_type m_list;
+    // An input with comments, or with unread lines in front of it, and its name in them.
+    struct Named {
+        RefersTo<interfaces::IInput> input;
+        String name;
+        // One of the unread lines around the input; `noIndex` for its own comments.
+        u64 line;
+    };
+    // The inputs of a removed node may be renamed before they are put back.
+    std::vector<Named> m_names;
     // A node that unread lines stand before, and its name in them; null for none.
     const interfaces::INode* m_behind = nullptr;
     String m_before;

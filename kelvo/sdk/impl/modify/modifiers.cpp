@@ -327,6 +327,17 @@ void Modifiers::nodeLeft(Node& node) {
     m_nodes.erase(&node);
 }
 
+// Nodes that depend on the node are modified again.
+void Modifiers::listLeft(Node& node) {
+    if (!has(node)) return;
+    nodeLeft(node);
+    try {
+        enqueue(node);
+    } catch (const std::bad_alloc&) {
+        fallBehind();
+    }
+}
+
 void Modifiers::unqueue(Node& node) noexcept {
     if (m_queued.erase(&node) != 0) std::erase(m_queue, RefersTo<Node>(&node));
 }

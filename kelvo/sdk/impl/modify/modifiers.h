@@ -40,6 +40,8 @@ public:
     void inputNotified(Input& input) override;
     /// Gives the leaving node the user's values back.
     void nodeLeft(Node& node) override;
+    /// Gives the node, whose list of modifiers ended, the user's values back.
+    void listLeft(Node& node);
     /// Gives all nodes the user's values back, without notifications.
     void sceneEnds() noexcept override;
 

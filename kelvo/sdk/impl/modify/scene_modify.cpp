@@ -27,6 +27,10 @@ void Scene::applyModifiersLater() noexcept {
     modifiers({}).fallBehind();
 }
 
+void Scene::lastModifierLeft(Node& node) {
+    modifiers({}).listLeft(node);
+}
+
 void Scene::holdModifiers() noexcept {
     modifiers({}).hold();
 }

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/observe/net_changes.h"
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
 
 namespace qv::kelvo_sdk::impl {
 
@@ -12,12 +13,14 @@ void NetChanges::nodeRenamed(INode* node, const String& before) {
 
 void NetChanges::inputChanged(const IInput* input, const AttrData* previous) {
     InputEvents& events = eventsOf(input);
-    if (events.isChanged) return;
     events.isChanged = true;
-    if (!previous) return;
-    events.before = previous->value;
-    if (events.before.type() == AttrType::Node)
-        events.linkedBefore = RefersTo<INode>(events.before.asNode());
+    if (previous) noteBefore(events, previous->value);
+}
+
+void NetChanges::noteBefore(InputEvents& events, const Value& value) {
+    if (std::exchange(events.isBeforeKnown, true)) return;
+    events.before = value;
+    if (value.type() == AttrType::Node) events.linkedBefore = RefersTo<INode>(value.asNode());
 }
 
 void NetChanges::inputConnected(const IInput* input, const IOutput* before) {
@@ -34,6 +37,17 @@ void NetChanges::inputRenamed(const IInput* input, const String& before) {
 
 void NetChanges::nodeMoved(INode* node) {
     eventsOf(node).isMoved = true;
+}
+
+// The first change that is told may not be the first one that was made.
+void NetChanges::expect(const IInput* input) {
+    InputEvents& events = entryOf(input);
+    if (events.isChanged) return;
+    noteBefore(events, implOf(input)->value());
+    const auto& elements = implOf(input)->members();
+    if (input->type() != AttrType::Array || elements.isEmpty()) return;
+    const auto [order, isNew] = m_orders.try_emplace(input);
+    if (isNew) order->second.assign(elements.begin(), elements.end());
 }
 
 namespace {
@@ -102,19 +116,49 @@ const interfaces::SceneChanges& NetChanges::net() noexcept {
     return changes;
 }
 
-// A null `before` counts as changed: arrays whose elements moved have no value to compare.
 void NetChanges::addInput(const InputEvents& events, interfaces::SceneChanges& to) const noexcept {
     const auto* input = implOf(events.held.get());
     if (cameOrWent(events.node.get())) return;
     if (events.isIn && !events.wasIn) to.addedInputs.push_back(input);
     if (!events.isIn && events.wasIn) to.removedInputs.push_back(input);
     if (!events.isIn || !events.wasIn) return;
-    const bool isOther = events.before.isNull() || !(input->value() == events.before);
-    if (events.isChanged && isOther) to.changedInputs.push_back(input);
+    if (events.isChanged && isOther(events)) to.changedInputs.push_back(input);
     if (events.isConnected && input->source() != events.sourceBefore.get())
         to.connectedInputs.push_back(input);
     if (events.isRenamed && !input->ownName().equals(events.nameBefore))
         to.renamedInputs.push_back({input, events.nameBefore});
+}
+
+// An unknown value before counts as another one.
+bool NetChanges::isOther(const InputEvents& events) const noexcept {
+    const auto* input = implOf(events.held.get());
+    if (input->type() == AttrType::Array) return isReordered(input);
+    return events.before.isNull() || !(input->value() == events.before);
+}
+
+// Tells whether elements that were in an array all the time have another order, or new ones may
+// have been moved.
+bool NetChanges::isReordered(const IInput* array) const noexcept {
+    const auto known = m_orders.find(array);
+    if (known == m_orders.end()) return true;
+    const auto& now = implOf(array)->members();
+    u64 at = 0;
+    for (const IInput* element : known->second) {
+        while (at < now.size() && now[at] != element && wentOrReturned(now[at]))
+            ++at;
+        if (at < now.size() && now[at] == element)
+            ++at;
+        else if (!wentOrReturned(element))
+            return true;
+    }
+    return false;
+}
+
+bool NetChanges::wentOrReturned(const IInput* element) const noexcept {
+    const auto found = m_inputs.index.find(element);
+    if (found == m_inputs.index.end()) return false;
+    const InputEvents& events = m_inputs.order[found->second];
+    return events.isListed && (events.wasIn || !events.isIn);
 }
 
 } // namespace qv::kelvo_sdk::impl

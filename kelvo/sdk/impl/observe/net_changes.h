@@ -33,10 +33,9 @@ public:
     }
     /// Allocates room for all events of an object, so that noting them cannot fail. Objects
     /// without an event are left out of the net changes.
-    template<typename Thing>
-    void expect(const Thing* thing) {
-        static_cast<void>(entryOf(thing));
-    }
+    void expect(const INode* node) { static_cast<void>(entryOf(node)); }
+    void expect(const IInput* input);
+    void expect(const IOutput* output) { static_cast<void>(entryOf(output)); }
 
     /// Returns the changes; valid until this is destroyed or notes another event. Allocates
     /// nothing.
@@ -49,6 +48,8 @@ private:
         bool hasEvent = false;
         bool wasIn = true;
         bool isIn = true;
+        // Tells whether the object was added or removed, maybe both.
+        bool isListed = false;
     };
     struct NodeEvents : Presence {
         RefersTo<INode> held;
@@ -63,6 +64,7 @@ private:
     struct InputEvents : AttributeEvents {
         RefersTo<IInput> held;
         bool isChanged = false;
+        bool isBeforeKnown = false;
         bool isConnected = false;
         bool isRenamed = false;
         String nameBefore;
@@ -119,13 +121,20 @@ private:
             noteOwner(events, thing);
         }
         events.isIn = isIn;
+        events.isListed = true;
     }
+    static void noteBefore(InputEvents& events, const Value& value);
+    [[nodiscard]] bool isOther(const InputEvents& events) const noexcept;
+    [[nodiscard]] bool isReordered(const IInput* array) const noexcept;
+    [[nodiscard]] bool wentOrReturned(const IInput* element) const noexcept;
     [[nodiscard]] bool cameOrWent(const INode* node) const;
     void addInput(const InputEvents& events, interfaces::SceneChanges& to) const noexcept;
 
     Table<INode, NodeEvents> m_nodes;
     Table<IInput, InputEvents> m_inputs;
     Table<IOutput, OutputEvents> m_outputs;
+    // The elements of arrays before any were moved.
+    std::unordered_map<const IInput*, std::vector<const IInput*>> m_orders;
     // Has capacity for all objects noted, so that `net` allocates nothing.
     interfaces::SceneChanges m_net;
 };

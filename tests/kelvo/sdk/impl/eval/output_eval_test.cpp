@@ -72,6 +72,13 @@ bool endCondemned(EvalCtx* ctx, void* out) {
     return true;
 }
 
+// Removes the outputs of a node, and undoes that: out = in + 1
+bool renewCondemned(EvalCtx* ctx, void* out) {
+    if (Node* node = std::exchange(condemned, nullptr))
+        EXPECT_TRUE(node->clearOutputs() && node->scene()->undo());
+    return addOne<true>(ctx, out);
+}
+
 bool fail(EvalCtx*, void*) {
     return false;
 }
@@ -102,6 +109,7 @@ protected:
         define("failer", fail);
         define("remover", removeDoomed);
         define("ender", endCondemned);
+        define("renewer", renewCondemned);
     }
 
     void define(const char* type, interfaces::NodeEvalFn eval) {
@@ -215,6 +223,16 @@ TEST_F(OutputEvalTest, LongChainThatLosesAnEvaluatedNode_ForgetsItsResult) {
     EXPECT_EQ(evaluate(last), 2000);
     EXPECT_EQ(asked, 2999);
     EXPECT_EQ(m_scene->nodeCount(), 2999u);
+}
+
+TEST_F(OutputEvalTest, LongChainWhoseEvaluatedOutputWentAndCameBack_EvaluatesItAgain) {
+    condemned = makeChain("adder", 1000);
+    Node* renewer = makeNode("renewer");
+    renewer->input(String("in"))->connect(out(condemned));
+    const Node* last = makeChain("adder", 2000, renewer);
+    m_scene->setUndoEnabled(true);
+    EXPECT_EQ(evaluate(last), 3000);
+    EXPECT_EQ(asked, 3001);
 }
 
 TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {

@@ -403,6 +403,26 @@ TEST(InputRenameText, UnreadLines_StayInFrontOfIt) {
     EXPECT_EQ(textOf(scene), before);
 }
 
+TEST(InputRenameText, UnreadLinesThatWaitForTheNewName_WaitForItStillWhenItIsUndone) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const char* const text = "kelvo scene 1\n\nnode t \"n\" {\n    one\n    Real a = 1\n    two\n"
+                             "    Real b = 2\n    Real c = 3\n}\n";
+    ASSERT_TRUE(scene.read(text, "text", ReadOptions{.isPartial = true}).isRead);
+    scene["n"].removeInput("b");
+    const std::string before = textOf(scene);
+    ASSERT_TRUE(scene["n"]["a"].rename("b"));
+    const std::string after = textOf(scene);
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(scene.undo());
+        EXPECT_EQ(textOf(scene), before);
+        ASSERT_TRUE(scene.redo());
+        EXPECT_EQ(textOf(scene), after);
+    }
+    ASSERT_TRUE(scene.undo() && scene.undo());
+    EXPECT_EQ(textOf(scene), text);
+}
+
 TEST(InputRenameEvaluation, KeptResults_AreThoseOfTheNewName) {
     const Scene scene = Scene::create();
     scene.addLibrary(LibInfo::standard());

@@ -2,11 +2,13 @@
 // records: no record may keep the node, which is being destroyed.
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 namespace qv::kelvo_sdk::impl {
@@ -87,6 +89,25 @@ TEST_F(NodeEndsInScenes, NodeThatAnObserverKeeps_EndsWithTheLastReference) {
     EXPECT_EQ(impl_nodeInstanceCount(), alive - 1);
     EXPECT_EQ(s_frees, 1);
     m_scene.unsubscribe(&keeper);
+}
+
+struct Thrower : SceneObserver {
+    void inputConnected(const IInput*, const IOutput*, const IOutput*) override {
+        throw std::runtime_error("no");
+    }
+};
+
+TEST_F(NodeEndsInScenes, ObserverThatThrows_IsLoggedForTheEndOfTheNode) {
+    m_dying->createOutput("o", AttrType::Real);
+    const auto reader = m_scene.createNode("thing", "reader");
+    reader.createInput("in", AttrType::Real)->connect(m_dying->output(u64(0)));
+    Thrower thrower;
+    m_scene.subscribe(&thrower);
+    const tests::LogCapture log;
+    m_dying = {};
+    EXPECT_EQ(log.text(),
+              "error: An exception of an observer was lost at the end of a node: no.\n");
+    m_scene.unsubscribe(&thrower);
 }
 
 TEST_F(NodeEndsInScenes, SceneThatItsCallbackClears_IsNotRecordedForIt) {

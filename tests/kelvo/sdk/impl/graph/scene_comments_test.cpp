@@ -159,6 +159,13 @@ TEST_F(SceneCommentsOfANode, RemoveObject_TakesItsMembersCommentsAlong) {
     EXPECT_TRUE(m_comments.empty());
 }
 
+TEST_F(SceneCommentsOfANode, RemoveMember_TakesItsCommentsAlong) {
+    IInput* object = m_node->createInput("object", AttrType::Object);
+    m_comments.set(object->createInput("a", AttrType::Real), trailing("# inside"));
+    object->removeInput("a");
+    EXPECT_TRUE(m_comments.empty());
+}
+
 TEST_F(SceneCommentsOfANode, Find_AnotherAttributeAtTheSameAddress_HasNone) {
     alignas(Input) std::byte place[sizeof(Input)];
     auto* gone = ::new (place) Input(m_node, nullptr, "a", AttrType::Real, AttrType::Null);
@@ -167,6 +174,63 @@ TEST_F(SceneCommentsOfANode, Find_AnotherAttributeAtTheSameAddress_HasNone) {
     auto* next = ::new (place) Input(m_node, nullptr, "b", AttrType::Real, AttrType::Null);
     EXPECT_EQ(m_comments.find(next), nullptr);
     next->~Input();
+}
+
+// A node whose inputs have comments and unread lines in front of them.
+class SceneCommentsOfARemovedNode : public testing::Test {
+protected:
+    SceneCommentsOfARemovedNode() {
+        m_scene.setUndoEnabled(true);
+        const ReadOptions options{.isPartial = true};
+        EXPECT_TRUE(m_scene.read(text("a", "b", "c"), "text", options).isRead);
+        m_node = m_scene["n"];
+        EXPECT_TRUE(m_scene.removeNode(m_node));
+    }
+    static String text(const char* a, const char* b, const char* c) {
+        return String("kelvo scene 1\n\nnode t \"n\" {\n    # Of a\n    Real ") + a +
+               " = 1\n    what is this\n    Real " + b +
+               " = 2\n    Object o {\n        nor this\n        # Of c\n        Int " + c +
+               " = 3\n    }\n    nothing\n}\n";
+    }
+    [[nodiscard]] std::string restored() const {
+        EXPECT_TRUE(m_scene.undo());
+        return textOf(m_scene);
+    }
+
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    kelvo_sdk::Node m_node;
+};
+
+TEST_F(SceneCommentsOfARemovedNode, InputsRenamedMeanwhile_HaveTheirCommentsWhenItIsBack) {
+    ASSERT_TRUE(m_node["a"].rename("x"));
+    ASSERT_TRUE(m_node["b"].rename("y"));
+    ASSERT_TRUE(m_node["o"]["c"].rename("z"));
+    EXPECT_EQ(restored(), text("x", "y", "z").view());
+    ASSERT_TRUE(m_scene.redo());
+    EXPECT_EQ(restored(), text("x", "y", "z").view());
+}
+
+TEST_F(SceneCommentsOfARemovedNode, InputsThatSwappedNames_HaveTheirOwnComments) {
+    ASSERT_TRUE(m_node["a"].rename("x"));
+    ASSERT_TRUE(m_node["b"].rename("a"));
+    ASSERT_TRUE(m_node["x"].rename("b"));
+    EXPECT_EQ(restored(), text("b", "a", "c").view());
+}
+
+TEST_F(SceneCommentsOfARemovedNode, InputRemovedMeanwhile_LeavesTheOthersTheirs) {
+    ASSERT_TRUE(m_node.removeInput("b"));
+    ASSERT_TRUE(m_node["o"]["c"].rename("z"));
+    EXPECT_EQ(restored(), "kelvo scene 1\n\nnode t \"n\" {\n    # Of a\n    Real a = 1\n"
+                          "    Object o {\n        nor this\n        # Of c\n        Int z = 3\n"
+                          "    }\n    what is this\n    nothing\n}\n");
+}
+
+TEST_F(SceneCommentsOfARemovedNode, NewInputOfTheOldName_HasNoComments) {
+    ASSERT_TRUE(m_node["a"].rename("x"));
+    m_node.createInput("a", AttrType::Real);
+    std::string expected(text("x", "b", "c").view());
+    expected.insert(expected.find("    nothing"), "    Real a = 0\n");
+    EXPECT_EQ(restored(), expected);
 }
 
 } // namespace

@@ -73,8 +73,10 @@ TEST_F(UndoInside, NodeCreated_MayHaveTheNameOfOneThatComesBack) {
     undoAnd([this] { m_scene.createNode("u", "a"); });
     EXPECT_TRUE(m_scene.undo());
     EXPECT_EQ(m_scene.nodeCount(), 2u);
-    EXPECT_EQ(m_scene["a1"].type(), "t");
+    const Node back = m_scene["a1"];
+    EXPECT_EQ(back.type(), "t");
     EXPECT_TRUE(m_scene.redo());
+    EXPECT_EQ(back.name(), "a");
     expectSoundBothWays();
     expectRedoneIs(last);
 }

@@ -393,6 +393,24 @@ TEST_F(SceneModifiers, OfAConvertedNode_ModifyWhatTheUserSet) {
     EXPECT_EQ(old["a"].get<double>(), 1);
 }
 
+TEST_F(SceneModifiers, OfAConvertedNode_LeaveTheUsersValueOutsideOfItsBounds) {
+    const ModifiedScene scene(R"(kelvo scene 1
+
+node scaleModifier "scale" {
+    String modifies = "a"
+    Real factor = 0.5
+}
+
+node lamp "n" {
+    Array<Node> modifiers = [scale]
+    Real a = 16 @max 10 @unchecked
+}
+)");
+    EXPECT_EQ(scene.valueOf("n"), 8);
+    scene["n"].convertTo("desk");
+    EXPECT_EQ(scene.ownOf("n"), 16);
+}
+
 TEST_F(SceneModifiers, Converted_WriteAsTheirNewType) {
     ConversionLosses losses;
     m_scene["scale"].convertTo("offsetModifier", &losses)["amount"].set(20.0);

@@ -83,6 +83,98 @@ TEST_F(ModifiersUndo, SilentInputTakenOff_ComesBackModified) {
     EXPECT_EQ(m_scene.valueOf("n"), 5);
 }
 
+TEST_F(ModifiersUndo, FirstOneOfAModifierUndone_HasTheNodesBehindModifiedAgain) {
+    const auto scale = m_scene["scale"];
+    const auto offset = m_scene.scene.createNode("offsetModifier", "more");
+    offset["modifies"].set(String("factor"));
+    offset["amount"].set(1.0);
+    const auto list = scale.createArray("modifiers", AttrType::Node);
+    ASSERT_EQ(m_scene.valueOf("n"), 5);
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        list.append().set(offset);
+    }
+    EXPECT_EQ(m_scene.valueOf("n"), 6);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
+}
+
+// A node without modifiers whose inputs keep values aside.
+class ModifiersOfKeptValues : public testing::Test {
+protected:
+    ModifiersOfKeptValues() { m_scene.scene.setUndoEnabled(true); }
+    [[nodiscard]] std::string text() const { return textOf(m_scene.scene); }
+    void addFirst() const { m_scene["n"]["modifiers"].append().set(m_scene["scale"]); }
+
+    ModifiedScene m_scene{R"(kelvo scene 1
+
+node scaleModifier "scale" {
+    String modifies = "b"
+    Real factor = 3
+}
+
+node lamp "n" {
+    Array<Node> modifiers = []
+    Real a = 40 @stashed 2 @readonly
+    Real b = 5 @stashed 6
+    Object o {
+        Node kept = null @stashed scale
+    }
+}
+)"};
+    const std::string m_before = text();
+};
+
+TEST_F(ModifiersOfKeptValues, TheFirst_WritesToTheKeptValueAndUndoneLeavesBoth) {
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        addFirst();
+    }
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(m_scene.valueOf("n"), 2);
+        EXPECT_EQ(m_scene.ownOf("n", "b"), 6);
+        EXPECT_EQ(m_scene.valueOf("n", "b"), 18);
+        EXPECT_TRUE(m_scene.scene.undo());
+        EXPECT_EQ(text(), m_before);
+        EXPECT_EQ(m_scene.valueOf("n"), 40);
+        EXPECT_TRUE(m_scene.scene.redo());
+    }
+}
+
+TEST_F(ModifiersOfKeptValues, TheFirstInACancelledEdit_LeavesBoth) {
+    for (const bool isRecording : {true, false}) {
+        m_scene.scene.setUndoEnabled(isRecording);
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        addFirst();
+        scope.cancel();
+    }
+    EXPECT_EQ(text(), m_before);
+}
+
+TEST_F(ModifiersOfKeptValues, TheFirst_IsOneStepWithAllValues) {
+    addFirst();
+    EXPECT_TRUE(m_scene.scene.undo() && m_scene.scene.undo());
+    EXPECT_EQ(text(), m_before);
+    EXPECT_FALSE(m_scene.scene.undo());
+}
+
+TEST_F(ModifiersOfKeptValues, Observers_AreToldOfEachValueThatIsShown) {
+    std::vector<std::pair<std::string, double>> told;
+    struct Told : SceneObserver {
+        explicit Told(const std::function<void(const IInput*)>& what) : tell(what) {}
+        void inputChanged(const IInput* input, const AttrData*) override { tell(input); }
+        std::function<void(const IInput*)> tell;
+    } observer([&](const IInput* input) {
+        if (input->type() == AttrType::Real)
+            told.emplace_back(input->name().view(),
+                              static_cast<const Input*>(input)->value().asReal());
+    });
+    m_scene.scene.subscribe(&observer);
+    addFirst();
+    m_scene.scene.unsubscribe(&observer);
+    EXPECT_EQ(told, (std::vector<std::pair<std::string, double>>{{"a", 2}, {"b", 6}, {"b", 18}}));
+}
+
 // Calls a function of the test once, during the notification of a modified value.
 struct AmidWriting : SceneObserver {
     explicit AmidWriting(std::function<void(Node&)> what) : then(std::move(what)) {}

@@ -1,6 +1,7 @@
 #include "kelvo/sdk/impl/observe/batch_notifier.h"
 
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "kelvo/sdk/impl/history/deferred_notifications.h"
 #include "kelvo/sdk/scene.h"
 #include "tests/support/log_capture.h"
 
@@ -117,6 +118,18 @@ TEST_P(BatchesTest, EditWithoutANetChange_IsNotNotified) {
     EXPECT_EQ(m_noted.take(), "");
 }
 
+TEST_P(BatchesTest, ValueThatIsBackAfterAChangeThatWasNotTold_IsNotReported) {
+    {
+        const UndoScope scope(m_scene, "", "");
+        {
+            const DeferredNotifications muted(DeferredNotifications::Kind::Muted);
+            m_in->setReal(1);
+        }
+        m_in->setReal(0);
+    }
+    EXPECT_EQ(m_noted.take(), "");
+}
+
 TEST_P(BatchesTest, CancelledScope_IsNotReported) {
     {
         const UndoScope scope(m_scene, "", "");
@@ -125,6 +138,78 @@ TEST_P(BatchesTest, CancelledScope_IsNotReported) {
         scope.cancel();
     }
     EXPECT_EQ(m_noted.take(), "");
+}
+
+TEST_P(BatchesTest, MovedElement_IsReportedUnlessItIsBackAtItsPlace) {
+    interfaces::IInput* const array = m_a->createArray("list", AttrType::Real);
+    for (int i = 0; i < 3; ++i)
+        array->appendElement();
+    m_noted.take();
+    const auto moveTwice = [&](u64 from, u64 to) {
+        const UndoScope scope(m_scene, "", "");
+        array->moveElement(0, 2);
+        array->moveElement(from, to);
+    };
+    moveTwice(0, 1);
+    EXPECT_EQ(m_noted.take(), "=a.list | ");
+    moveTwice(2, 0);
+    EXPECT_EQ(m_noted.take(), "");
+    {
+        const UndoScope scope(m_scene, "", "");
+        array->moveElement(2, 0);
+        scope.cancel();
+    }
+    EXPECT_EQ(m_noted.take(), "");
+}
+
+TEST_P(BatchesTest, ElementMovedAfterOthersCame_IsReported) {
+    interfaces::IInput* const array = m_a->createArray("list", AttrType::Real);
+    m_noted.take();
+    {
+        const UndoScope scope(m_scene, "", "");
+        array->appendElement();
+        array->appendElement();
+        array->moveElement(0, 1);
+    }
+    EXPECT_EQ(m_noted.take(), "+a.list[1] +a.list[0] =a.list | ");
+}
+
+TEST_P(BatchesTest, ElementMovedBackWhileAnotherWent_IsReportedIfTheRestIsReordered) {
+    const auto change = [&](const char* name, u64 from, u64 to) {
+        interfaces::IInput* const array = m_a->createArray(name, AttrType::Real);
+        for (int i = 0; i < 4; ++i)
+            array->appendElement();
+        m_noted.take();
+        const UndoScope scope(m_scene, "", "");
+        array->moveElement(0, 2);
+        array->removeInput(u64(1));
+        array->moveElement(from, to);
+    };
+    change("other", 2, 0);
+    EXPECT_EQ(m_noted.take(), "- =a.other | ");
+    change("same", 1, 0);
+    EXPECT_EQ(m_noted.take(), "- | ");
+}
+
+TEST(BatchNotifier, ElementMovedAndListChangedInACancelledScope_AreNotReported) {
+    const kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
+    scene.setUndoEnabled(true);
+    interfaces::IInput* const array =
+        scene.createNode("t", "a")->createArray("list", AttrType::Real);
+    for (int i = 0; i < 4; ++i)
+        array->appendElement();
+    Noted noted;
+    scene.subscribe(&noted);
+    {
+        const UndoScope edit(scene, "", "");
+        array->removeInput(u64(1));
+        array->appendElement();
+        array->moveElement(3, 0);
+        array->moveElement(0, 2);
+        edit.cancel();
+    }
+    EXPECT_EQ(noted.take(), "");
+    scene.unsubscribe(&noted);
 }
 
 TEST_P(BatchesTest, RemovedThings_CanBeRead) {
