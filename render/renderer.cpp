@@ -4,6 +4,7 @@
 #include "render/impl/defaults.h"
 #include "render/impl/part_bytes.h"
 #include "render/impl/scene_reader.h"
+#include "render/impl/stopped.h"
 
 #include <atomic>
 #include <chrono>
@@ -27,36 +28,34 @@ u32 nextTarget(u32 samples) noexcept {
 
 class Renderer::Impl {
 public:
-    Impl(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings)
+    Impl(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings, const std::stop_token& stop)
         : m_settings(std::move(settings)), m_snapshot(snapshot), m_reader(m_settings.folder) {
-        m_isReady = checkPictureSize(m_settings.width, m_settings.height);
-        prepare();
+        prepare(stop);
     }
 
-    void update(const kelvo_sdk::Snapshot& to) {
+    void update(const kelvo_sdk::Snapshot& to, const std::stop_token& stop) {
         m_reader.forget(kelvo_sdk::delta(m_snapshot, to));
         m_snapshot = to;
-        m_isReady = checkPictureSize(m_settings.width, m_settings.height);
-        prepare();
+        prepare(stop);
     }
 
     Result render(const RenderLimit& until, const RenderProgress& progress,
                   const std::stop_token& stop) {
-        if (!m_isReady) return m_isReady;
-        const Pass pass{until, progress, stop, Clock::now()};
+        if (!m_isPrepared) prepare(stop);
+        if (!m_isReady || !m_isPrepared) return m_isReady;
+        const Pass pass{until, progress, optionsWith(stop), Clock::now()};
         while (m_samples < until.samples && !isOver(pass)) {
             const u32 target = std::min(nextTarget(m_samples), until.samples);
-            runPass(pass, target);
-            if (stop.stop_requested() || m_isCut) break;
+            if (!runPass(pass, target)) break;
             m_samples = target;
-            judgeTiles(until.noise);
         }
-        m_isCut = false;
         return {};
     }
 
     Result renderPart(const PicturePart& part, std::string& bytes, const std::stop_token& stop) {
+        if (!m_isPrepared) prepare(stop);
         if (!m_isReady) return m_isReady;
+        if (!m_isPrepared) return stoppedPart();
         if (!isPartOf(*m_film, part))
             return Result::failure(String::format(
                 "Tiles %u to %u with the samples from %u on are no part of the picture: it has %u "
@@ -64,10 +63,11 @@ public:
                 part.firstTile, part.firstTile + part.tileCount, part.firstSample,
                 m_film->tileCount(), Film::blockSize));
         std::vector<std::vector<PixelSums>> tiles(part.tileCount);
+        const PathOptions options = optionsWith(stop);
         Workers(m_settings.threads).run(part.tileCount, [&](u64 i) {
-            tiles[i] = tileSums(part, part.firstTile + static_cast<u32>(i), stop);
+            tiles[i] = tileSums(part, part.firstTile + static_cast<u32>(i), options);
         });
-        if (stop.stop_requested()) return Result::failure("The rendering of the part was stopped.");
+        if (stop.stop_requested()) return stoppedPart();
         PartBytes made{m_settings.width, m_settings.height, part, {}};
         for (const std::vector<PixelSums>& tile : tiles)
             made.sums.insert(made.sums.end(), tile.begin(), tile.end());
@@ -83,9 +83,10 @@ private:
     struct Pass {
         const RenderLimit& until;
         const RenderProgress& progress;
-        const std::stop_token& stop;
+        PathOptions options;
         Clock::time_point start;
 
+        [[nodiscard]] bool isStopped() const noexcept { return options.stop.stop_requested(); }
         [[nodiscard]] double seconds() const {
             return std::chrono::duration<double>(Clock::now() - start).count();
         }
@@ -94,11 +95,33 @@ private:
         }
     };
 
-    void prepare() {
+    [[nodiscard]] static PathOptions optionsWith(const std::stop_token& stop) {
+        PathOptions options;
+        options.stop = stop;
+        return options;
+    }
+    [[nodiscard]] static Result stoppedPart() {
+        return Result::failure("The rendering of the part was stopped.");
+    }
+
+    // Makes all that rendering needs; a stop leaves the rest to another call.
+    void prepare(const std::stop_token& stop) {
+        m_isPrepared = false;
         m_traced.reset();
-        m_scene = m_reader.read(m_snapshot);
         m_notes.clear();
         m_samples = 0;
+        m_isReady = checkPictureSize(m_settings.width, m_settings.height);
+        if (m_isReady) m_film.emplace(m_settings.width, m_settings.height);
+        try {
+            makeScene(stop);
+            m_isPrepared = true;
+        } catch (const Stopped&) {
+            m_notes.clear();
+        }
+    }
+
+    void makeScene(const std::stop_token& stop) {
+        m_scene = m_reader.read(m_snapshot, stop);
         if (!m_isReady) return;
         const Camera camera = chooseCamera();
         if (!hasLight(m_scene)) {
@@ -106,9 +129,8 @@ private:
             addDefaultLights(camera, m_scene.lights);
         }
         m_camera.emplace(camera, m_settings.width, m_settings.height);
-        m_accel.build(m_scene.instances, m_settings.threads);
-        m_traced.emplace(m_scene, m_accel);
-        m_film.emplace(m_settings.width, m_settings.height);
+        m_accel.build(m_scene.instances, m_settings.threads, stop);
+        m_traced.emplace(m_scene, m_accel, stop);
         m_isDone.assign(m_film->tileCount(), false);
     }
 
@@ -130,29 +152,52 @@ private:
     }
 
     [[nodiscard]] bool isOver(const Pass& pass) const {
-        if (pass.stop.stop_requested() || (m_samples > 0 && pass.isLate())) return true;
+        if (pass.isStopped() || (m_samples > 0 && pass.isLate())) return true;
         return std::all_of(m_isDone.begin(), m_isDone.end(), [](char done) { return done != 0; });
     }
 
-    // Brings all pixels up to `target` samples.
-    void runPass(const Pass& pass, u32 target) {
-        std::atomic<u32> doneCount = 0;
-        std::mutex reporting;
-        std::atomic<bool> isCut = false;
-        Workers(m_settings.threads).run(m_film->tileCount(), [&](u64 tile) {
-            if (m_isDone[tile] == 0)
-                m_film->visitTile(static_cast<u32>(tile), [&](u32 x, u32 y) {
-                    // Without any sample there would be no picture.
-                    if (m_samples > 0 && pass.isLate()) isCut = true;
-                    return !isCut && samplePixel(pass, x, y, target);
-                });
-            m_film->tidyTile(static_cast<u32>(tile));
-            const double part = (doneCount.fetch_add(1) + 1.0) / m_film->tileCount();
-            if (!pass.progress || pass.stop.stop_requested()) return;
-            const std::scoped_lock lock(reporting);
+    // Brings all pixels up to `target` samples; false when it had to end before.
+    bool runPass(const Pass& pass, u32 target) {
+        const u32 count = m_film->tileCount();
+        std::atomic<u32> done = 0;
+        u32 told = 0;
+        std::mutex telling;
+        const auto tell = [&] {
+            told = done;
+            const double part = static_cast<double>(told) / count;
             pass.progress(shareOf(pass, m_samples + part * (target - m_samples)));
+        };
+        std::atomic<bool> isCut = false;
+        Workers(m_settings.threads).run(count, [&](u64 tile) {
+            if (isCut) return;
+            if (!fillTile(pass, static_cast<u32>(tile), target)) isCut = true;
+            if (isCut) return;
+            ++done;
+            // No thread waits while another tells.
+            const std::unique_lock lock(telling, std::try_to_lock);
+            if (pass.progress && lock) tell();
         });
-        m_isCut = isCut;
+        if (pass.progress && !isCut && told < count) tell();
+        return !isCut;
+    }
+
+    // Brings the pixels of a tile up to `target` samples; false when it had to end before.
+    bool fillTile(const Pass& pass, u32 tile, u32 target) {
+        if (m_isDone[tile] != 0) return true;
+        bool isWhole = true;
+        m_film->visitTile(tile, [&](u32 x, u32 y) {
+            // Without any sample there would be no picture.
+            const bool isLate = m_samples > 0 && pass.isLate();
+            return isWhole = !isLate && samplePixel(pass, x, y, target);
+        });
+        m_film->tidyTile(tile);
+        if (isWhole && isQuiet(tile, target, pass.until.noise)) m_isDone[tile] = 1;
+        return isWhole;
+    }
+
+    // Tells whether a tile is to get no more samples.
+    [[nodiscard]] bool isQuiet(u32 tile, u32 samples, double noise) const noexcept {
+        return noise > 0.0 && samples >= Film::leastForNoise && m_film->noiseOf(tile) <= noise;
     }
 
     [[nodiscard]] static double shareOf(const Pass& pass, double samples) {
@@ -164,33 +209,35 @@ private:
     // False when a stop was requested.
     bool samplePixel(const Pass& pass, u32 x, u32 y, u32 target) {
         for (u32 i = m_film->sampleCount(x, y); i < target; ++i) {
-            if (pass.stop.stop_requested()) return false;
-            m_film->add(x, y, sampleAt(x, y, i));
+            const PixelSample sample = sampleAt(x, y, i, pass.options);
+            if (pass.isStopped()) return false;
+            m_film->add(x, y, sample);
         }
         return true;
     }
 
-    [[nodiscard]] PixelSample sampleAt(u32 x, u32 y, u32 index) const {
+    [[nodiscard]] PixelSample sampleAt(u32 x, u32 y, u32 index, const PathOptions& options) const {
         Random random(u64{y} * m_settings.width + x, index);
         const Vec2 offset = random.nextPair();
         const Ray ray =
             m_camera->at(static_cast<float>(x) + offset.x, static_cast<float>(y) + offset.y);
-        return tracePath(*m_traced, *m_camera, ray, {}, random);
+        return tracePath(*m_traced, *m_camera, ray, options, random);
     }
 
     // Returns the sums of each block of samples of a tile's pixels; fewer when a stop was
     // requested.
     [[nodiscard]] std::vector<PixelSums> tileSums(const PicturePart& part, u32 tile,
-                                                  const std::stop_token& stop) const {
+                                                  const PathOptions& options) const {
         const u32 end = part.firstSample + part.sampleCount;
         std::vector<PixelSums> sums;
         m_film->visitTile(tile, [&](u32 x, u32 y) {
             PixelSums first;
             for (u32 block = part.firstSample; block < end; block += Film::blockSize) {
                 PixelSums own;
-                for (u32 i = block; i < std::min(block + Film::blockSize, end); ++i)
-                    own.add(sampleAt(x, y, i));
-                if (stop.stop_requested()) return false;
+                for (u32 i = block; i < std::min(block + Film::blockSize, end); ++i) {
+                    if (options.stop.stop_requested()) return false;
+                    own.add(sampleAt(x, y, i, options));
+                }
                 if (part.firstSample == 0)
                     first.add(own);
                 else
@@ -200,13 +247,6 @@ private:
             return true;
         });
         return sums;
-    }
-
-    // Tiles without much noise get no more samples.
-    void judgeTiles(double noise) {
-        if (noise <= 0.0 || m_samples < Film::leastForNoise) return;
-        for (u32 tile = 0; tile < m_film->tileCount(); ++tile)
-            if (m_isDone[tile] == 0) m_isDone[tile] = m_film->noiseOf(tile) <= noise;
     }
 
     RenderSettings m_settings;
@@ -222,17 +262,18 @@ private:
     std::vector<String> m_notes;
     // The samples that all pixels have, but for those of tiles that are done.
     u32 m_samples = 0;
-    bool m_isCut = false;
+    bool m_isPrepared = false;
 };
 
-Renderer::Renderer(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings)
-    : m_impl(std::make_unique<Impl>(snapshot, std::move(settings))) {}
+Renderer::Renderer(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings,
+                   const std::stop_token& stop)
+    : m_impl(std::make_unique<Impl>(snapshot, std::move(settings), stop)) {}
 Renderer::~Renderer() = default;
 Renderer::Renderer(Renderer&&) noexcept = default;
 Renderer& Renderer::operator=(Renderer&&) noexcept = default;
 
-void Renderer::update(const kelvo_sdk::Snapshot& to) {
-    m_impl->update(to);
+void Renderer::update(const kelvo_sdk::Snapshot& to, const std::stop_token& stop) {
+    m_impl->update(to, stop);
 }
 
 Result Renderer::render(const RenderLimit& until, const RenderProgress& progress,

@@ -48,18 +48,22 @@ using RenderProgress = std::function<void(double done)>;
 /// renderer; it keeps its snapshot alive.
 class Renderer {
 public:
-    explicit Renderer(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings = {});
+    /// Reads the scene and builds what rays are traced through. After a stop there are no findings
+    /// and notes yet, and `render` does the rest.
+    explicit Renderer(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings = {},
+                      const std::stop_token& stop = {});
     ~Renderer();
     Renderer(Renderer&&) noexcept;
     Renderer& operator=(Renderer&&) noexcept;
 
     /// Goes over to another snapshot of the scene and begins the picture anew. Only what differs is
-    /// read again: geometry, materials and textures of other nodes are kept.
-    void update(const kelvo_sdk::Snapshot& to);
+    /// read again: geometry, materials and textures of other nodes are kept. A stop is as in the
+    /// constructor.
+    void update(const kelvo_sdk::Snapshot& to, const std::stop_token& stop = {});
 
     /// Adds samples to the picture until a limit is reached or a stop is requested, which ends the
     /// rendering within 20 ms; it can go on later. Fails, without samples, when there is no such
-    /// camera or picture.
+    /// camera or picture. docs/render.md names what may take longer to stop.
     kelvo_sdk::Result render(const RenderLimit& until, const RenderProgress& progress = {},
                              const std::stop_token& stop = {});
     [[nodiscard]] Picture picture() const;
@@ -70,7 +74,7 @@ public:
     kelvo_sdk::Result renderPart(const PicturePart& part, std::string& bytes,
                                  const std::stop_token& stop = {});
 
-    /// Everything in the scene that is not rendered as it is.
+    /// Everything in the scene that is not rendered as it is, when it has been read.
     [[nodiscard]] const std::vector<Finding>& findings() const noexcept;
     /// Sentences about what was added to the scene, so that it can be seen.
     [[nodiscard]] const std::vector<String>& notes() const noexcept;

@@ -8,12 +8,16 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <memory>
+#include <numeric>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unordered_set>
+#include <vector>
 
 // Measures the renderer with the model of the main job, and with many instances of a mesh. Rows
 // with "cpu" count the time of all threads of the process, which other programs hardly disturb.
@@ -113,29 +117,6 @@ void rays(benchmark::State& state) {
 }
 BENCHMARK(rays);
 
-// The time from the request to the end of the rendering.
-void cancellation(benchmark::State& state) {
-    if (isMissing(state)) return;
-    Renderer renderer(engine().snapshot(), settings(640, 480, 2));
-    double most = 0.0, sum = 0.0;
-    for (auto _ : state) {
-        std::stop_source stop;
-        Clock::time_point asked;
-        std::jthread stopper([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(30));
-            asked = Clock::now();
-            stop.request_stop();
-        });
-        (void)renderer.render(samples(1000000), {}, stop.get_token());
-        const double delay = secondsSince(asked);
-        most = std::max(most, delay);
-        sum += delay;
-    }
-    state.counters["mean_ms"] = sum / static_cast<double>(state.iterations()) * 1e3;
-    state.counters["most_ms"] = most * 1e3;
-}
-BENCHMARK(cancellation)->Iterations(50)->Unit(benchmark::kMillisecond)->UseRealTime();
-
 std::string instances(i64 count) {
     std::string text = R"(
 node mesh "leaf" {
@@ -153,6 +134,162 @@ node material "paint" {
                 " " + std::to_string(i / 300) + " 0 1)\n    Array<Node> children = [leaf]\n}\n";
     return text;
 }
+
+// A row of panes of glass, one behind the other, with lights between them.
+std::string panes(i64 count) {
+    std::string text = R"(
+node mesh "pane" {
+    Buffer<Pos3f> positions = [(-9 -9 0) (9 -9 0) (9 9 0) (-9 9 0)]
+    Buffer<UInt32> indices = [0 1 2 0 2 3]
+    Node material = glass
+}
+node material "glass" {
+    Real transmission = 0.9
+    Real opacity = 0.5
+    String alphaMode = "BLEND"
+    Real thickness = 0.1
+    Bool twoSided = true
+}
+node camera "eye" {
+    Pos3 position = (0 0 9)
+}
+)";
+    for (i64 i = 0; i < count; ++i) {
+        const std::string number = std::to_string(i),
+                          z = std::to_string(-0.5 * static_cast<double>(i));
+        text += "node areaLight \"l" + number + "\" {\n}\nnode xform \"p" + number +
+                "\" {\n    Mat4 matrix = (1 0 0 0  0 1 0 0  0 0 1 0  0 0 " + z +
+                " 1)\n    Array<Node> children = [pane, l" + number + "]\n}\n";
+    }
+    return text;
+}
+
+std::string lamps(i64 count) {
+    std::string text = instances(100);
+    for (i64 i = 0; i < count; ++i)
+        text += "node light \"l" + std::to_string(i) + "\" {\n    Pos3 position = (" +
+                std::to_string(i % 300) + " " + std::to_string(i / 300) + " 3)\n}\n";
+    return text;
+}
+
+// A bumpy square of many triangles.
+Scene terrain(u32 side) {
+    const Scene scene = Scene::create();
+    (void)scene.read("node mesh \"m\" {\n Buffer<Pos3f> positions\n Buffer<UInt32> indices\n}\n",
+                     "scene.kns");
+    std::vector<math::Pos3f> positions;
+    std::vector<u32> indices;
+    for (u32 y = 0; y < side; ++y)
+        for (u32 x = 0; x < side; ++x) {
+            const float height = static_cast<float>(x * 7919 % 13 + y * 104729 % 11);
+            positions.push_back({{static_cast<float>(x), static_cast<float>(y), height}});
+            const u32 at = y * side + x;
+            if (x + 1 == side || y + 1 == side) continue;
+            for (const u32 corner : {at, at + 1, at + side, at + 1, at + side + 1, at + side})
+                indices.push_back(corner);
+        }
+    (void)scene["m"]["positions"].setBuffer(std::move(positions));
+    (void)scene["m"]["indices"].setBuffer(std::move(indices));
+    return scene;
+}
+
+enum Kind : i64 { Engine, Lamps, Panes, Instances, Terrain };
+Snapshot snapshotOf(i64 kind) {
+    if (kind == Engine) return engine().snapshot();
+    if (kind == Terrain) return terrain(1000).snapshot();
+    const Scene scene = Scene::create();
+    const std::string text = kind == Lamps   ? lamps(100000)
+                             : kind == Panes ? panes(200)
+                                             : instances(100000);
+    (void)scene.read(text.c_str(), "scene.kns");
+    return scene.snapshot();
+}
+
+/// The times from requests to the ends of what was to stop; the time of all threads is what was
+/// still worked, however busy the machine is.
+class Delays {
+public:
+    /// Calls `work` and requests its stop after a while.
+    template<class Work>
+    void measure(double seconds, const Work& work) {
+        std::stop_source stop;
+        Clock::time_point asked;
+        double askedCpu = 0.0;
+        std::jthread stopper([&] {
+            std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+            asked = Clock::now();
+            askedCpu = cpuSeconds();
+            stop.request_stop();
+        });
+        work(stop.get_token());
+        const bool isAsked = stop.stop_requested();
+        const Clock::time_point end = Clock::now();
+        const double endCpu = cpuSeconds();
+        stopper.join();
+        if (!isAsked) return;
+        m_mostCpu = std::max(m_mostCpu, endCpu - askedCpu);
+        m_seconds.push_back(std::chrono::duration<double>(end - asked).count());
+    }
+    void tell(benchmark::State& state) const {
+        if (m_seconds.empty()) return;
+        const double sum = std::accumulate(m_seconds.begin(), m_seconds.end(), 0.0);
+        state.counters["stops"] = static_cast<double>(m_seconds.size());
+        state.counters["mean_ms"] = sum / static_cast<double>(m_seconds.size()) * 1e3;
+        state.counters["most_ms"] = *std::max_element(m_seconds.begin(), m_seconds.end()) * 1e3;
+        state.counters["most_cpu_ms"] = m_mostCpu * 1e3;
+    }
+
+private:
+    std::vector<double> m_seconds;
+    double m_mostCpu = 0.0;
+};
+
+// The time from the request to the end of the rendering, at any moment of it.
+void cancellation(benchmark::State& state) {
+    if (isMissing(state)) return;
+    Renderer renderer(snapshotOf(state.range(0)), settings(640, 480, 2));
+    (void)renderer.render(samples(1));
+    Delays delays;
+    u64 round = 0;
+    for (auto _ : state) {
+        const double seconds = 0.04 * static_cast<double>(render::impl::Random(1, round++).next());
+        delays.measure(seconds, [&](const std::stop_token& stop) {
+            (void)renderer.render(samples(1000000), {}, stop);
+        });
+    }
+    delays.tell(state);
+}
+BENCHMARK(cancellation)
+    ->ArgNames({"scene"})
+    ->DenseRange(Engine, Terrain)
+    ->Iterations(100)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+// The same while a scene is read and its trees are built.
+void cancelledStart(benchmark::State& state) {
+    if (isMissing(state)) return;
+    const Snapshot snapshot = snapshotOf(state.range(0));
+    const Clock::time_point start = Clock::now();
+    { const Renderer whole(snapshot, settings(640, 480, 2)); }
+    const double most = secondsSince(start);
+    Delays delays;
+    u64 round = 0;
+    for (auto _ : state) {
+        const double seconds = most * static_cast<double>(render::impl::Random(2, round++).next());
+        std::optional<Renderer> renderer;
+        delays.measure(seconds, [&](const std::stop_token& stop) {
+            renderer.emplace(snapshot, settings(640, 480, 2), stop);
+        });
+    }
+    delays.tell(state);
+}
+BENCHMARK(cancelledStart)
+    ->ArgNames({"scene"})
+    ->DenseRange(Engine, Terrain)
+    ->Iterations(100)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // An edit, the snapshot after it, and one sample of each pixel of 160 x 120.
 enum Edit : i64 { Move, Color, Mesh };

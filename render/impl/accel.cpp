@@ -1,12 +1,17 @@
 #include "render/impl/accel.h"
 
 #include "kelvo/base/workers.h"
+#include "render/impl/stopped.h"
 
+#include <chrono>
 #include <unordered_set>
 
 namespace qv::render::impl {
 
 namespace {
+
+// A tree of more triangles is built on a thread of its own, which a stop leaves behind.
+constexpr u64 largeMesh = u64{1} << 17;
 
 RTCRay rayOf(const Ray& ray) noexcept {
     RTCRay r{};
@@ -39,27 +44,75 @@ std::optional<Hit> nearestIn(RTCScene scene, const Ray& ray) noexcept {
     return Hit{found.ray.tfar, hit.instID[0], hit.geomID, hit.primID, {hit.u, hit.v}};
 }
 
-Accel::Accel() : m_device(rtcNewDevice("threads=1")) {}
-
-Accel::~Accel() {
-    m_top.reset();
-    m_meshes.clear();
-    rtcReleaseDevice(m_device);
+void EmbreeScene::commit(const std::stop_token& stop) const {
+    const auto goesOn = [](void* token, double) {
+        return !static_cast<const std::stop_token*>(token)->stop_requested();
+    };
+    rtcSetSceneProgressMonitorFunction(m_scene, goesOn, const_cast<std::stop_token*>(&stop));
+    rtcCommitScene(m_scene);
+    rtcSetSceneProgressMonitorFunction(m_scene, nullptr, nullptr);
+    endIfStopped(stop);
 }
 
-std::unique_ptr<EmbreeScene> Accel::treeOf(const Mesh& mesh) const {
-    auto scene = std::make_unique<EmbreeScene>(m_device);
-    RTCGeometry geometry = rtcNewGeometry(m_device, RTC_GEOMETRY_TYPE_TRIANGLE);
+namespace {
+
+// A stop throws `Stopped`, for a large mesh after a while: Embree sorts all triangles before it
+// looks for the first time.
+std::unique_ptr<EmbreeScene> builtTree(RTCDevice device, const Mesh& mesh,
+                                       const std::stop_token& stop) {
+    endIfStopped(stop);
+    auto scene = std::make_unique<EmbreeScene>(device);
+    RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
     share(geometry, RTC_BUFFER_TYPE_VERTEX, RTC_FORMAT_FLOAT3, mesh.positions);
     share(geometry, RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT3, mesh.triangles);
     rtcCommitGeometry(geometry);
     rtcAttachGeometry(scene->get(), geometry);
     rtcReleaseGeometry(geometry);
-    rtcCommitScene(scene->get());
+    scene->commit(stop);
     return scene;
 }
 
-void Accel::buildMeshes(const std::vector<Instance>& instances, u32 threads) {
+template<class T>
+void waitFor(const std::future<T>& made, const std::stop_token& stop) {
+    while (made.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        endIfStopped(stop);
+}
+
+} // namespace
+
+Accel::Accel() : m_device(rtcNewDevice("threads=1")) {}
+
+Accel::~Accel() {
+    m_leftTrees.clear();
+    m_top.reset();
+    m_meshes.clear();
+    rtcReleaseDevice(m_device);
+}
+
+std::unique_ptr<EmbreeScene> Accel::treeOf(const std::shared_ptr<const Mesh>& mesh,
+                                           const std::stop_token& stop) {
+    if (mesh->triangles.size() < largeMesh) return builtTree(m_device, *mesh, stop);
+    auto made = std::async(std::launch::async, [device = m_device, mesh, stop] {
+        return builtTree(device, *mesh, stop);
+    });
+    try {
+        waitFor(made, stop);
+    } catch (const Stopped&) {
+        const std::scoped_lock lock(m_leaving);
+        m_leftTrees.push_back(std::move(made));
+        throw;
+    }
+    return made.get();
+}
+
+void Accel::waitForLeftTrees(const std::stop_token& stop) {
+    for (const auto& tree : m_leftTrees)
+        waitFor(tree, stop);
+    m_leftTrees.clear();
+}
+
+void Accel::buildMeshes(const std::vector<Instance>& instances, u32 threads,
+                        const std::stop_token& stop) {
     std::unordered_set<const Mesh*> used;
     std::vector<MeshTree*> open;
     for (const Instance& instance : instances) {
@@ -70,14 +123,17 @@ void Accel::buildMeshes(const std::vector<Instance>& instances, u32 threads) {
         open.push_back(&tree);
     }
     std::erase_if(m_meshes, [&](const auto& entry) { return !used.contains(entry.first); });
-    Workers(threads).run(open.size(), [&](u64 i) { open[i]->scene = treeOf(*open[i]->mesh); });
+    Workers(threads).run(open.size(), [&](u64 i) { open[i]->scene = treeOf(open[i]->mesh, stop); });
 }
 
-void Accel::build(const std::vector<Instance>& instances, u32 threads) {
+void Accel::build(const std::vector<Instance>& instances, u32 threads,
+                  const std::stop_token& stop) {
     m_top.reset();
-    buildMeshes(instances, threads);
+    waitForLeftTrees(stop);
+    buildMeshes(instances, threads, stop);
     m_top = std::make_unique<EmbreeScene>(m_device);
     for (u32 i = 0; i < instances.size(); ++i) {
+        endIfStopped(stop);
         const Transform& t = instances[i].toWorld;
         const float columns[12] = {t.x.x, t.x.y, t.x.z, t.y.x,      t.y.y,      t.y.z,
                                    t.z.x, t.z.y, t.z.z, t.origin.x, t.origin.y, t.origin.z};
@@ -88,7 +144,7 @@ void Accel::build(const std::vector<Instance>& instances, u32 threads) {
         rtcAttachGeometryByID(m_top->get(), geometry, i);
         rtcReleaseGeometry(geometry);
     }
-    rtcCommitScene(m_top->get());
+    m_top->commit(stop);
 }
 
 bool Accel::isBlocked(const Ray& ray) const noexcept {

@@ -4,7 +4,10 @@
 
 #include <embree3/rtcore.h>
 
+#include <future>
+#include <mutex>
 #include <optional>
+#include <stop_token>
 #include <unordered_map>
 
 namespace qv::render::impl {
@@ -40,6 +43,8 @@ public:
     EmbreeScene& operator=(const EmbreeScene&) = delete;
 
     [[nodiscard]] RTCScene get() const noexcept { return m_scene; }
+    /// Builds the tree. A stop throws `Stopped`.
+    void commit(const std::stop_token& stop) const;
 
 private:
     RTCScene m_scene;
@@ -60,8 +65,10 @@ public:
     Accel(const Accel&) = delete;
     Accel& operator=(const Accel&) = delete;
 
-    /// Uses the instances, whose meshes live as long as this or the next call.
-    void build(const std::vector<Instance>& instances, u32 threads);
+    /// Uses the instances, whose meshes live as long as this or the next call. A stop throws
+    /// `Stopped`; then nothing may be asked before another call, which keeps what is built.
+    void build(const std::vector<Instance>& instances, u32 threads,
+               const std::stop_token& stop = {});
 
     [[nodiscard]] std::optional<Hit> nearest(const Ray& ray) const noexcept {
         return nearestIn(m_top->get(), ray);
@@ -75,12 +82,18 @@ private:
         std::unique_ptr<EmbreeScene> scene;
     };
 
-    void buildMeshes(const std::vector<Instance>& instances, u32 threads);
-    [[nodiscard]] std::unique_ptr<EmbreeScene> treeOf(const Mesh& mesh) const;
+    void buildMeshes(const std::vector<Instance>& instances, u32 threads,
+                     const std::stop_token& stop);
+    [[nodiscard]] std::unique_ptr<EmbreeScene> treeOf(const std::shared_ptr<const Mesh>& mesh,
+                                                      const std::stop_token& stop);
+    void waitForLeftTrees(const std::stop_token& stop);
 
     RTCDevice m_device;
     std::unordered_map<const Mesh*, MeshTree> m_meshes;
     std::unique_ptr<EmbreeScene> m_top;
+    std::mutex m_leaving;
+    // Trees whose end nobody waited for after a stop.
+    std::vector<std::future<std::unique_ptr<EmbreeScene>>> m_leftTrees;
 };
 
 } // namespace qv::render::impl

@@ -3,6 +3,7 @@
 #include "render/impl/fresnel.h"
 #include "render/impl/microfacet.h"
 #include "render/impl/sheen.h"
+#include "render/impl/stopped.h"
 
 namespace qv::render::impl {
 
@@ -56,19 +57,22 @@ float dielectricAlbedo(float cosine, float roughness, float eta) {
 
 } // namespace
 
-const GgxTables& ggxTables() {
+const GgxTables& ggxTables(const std::stop_token& stop) {
     static const GgxTables tables{
-        AlbedoTable([](float cosine, float roughness) {
+        AlbedoTable([&stop](float cosine, float roughness) {
+            endIfStopped(stop);
             return ggxAlbedo(cosine, roughness, [](float c) { return 1.0F - grazingWeight(c); });
         }),
-        AlbedoTable([](float cosine, float roughness) {
+        AlbedoTable([&stop](float cosine, float roughness) {
+            endIfStopped(stop);
             return ggxAlbedo(cosine, roughness, grazingWeight);
         })};
     return tables;
 }
 
-const AlbedoTable& sheenTable() {
-    static const AlbedoTable table([](float cosine, float roughness) {
+const AlbedoTable& sheenTable(const std::stop_token& stop) {
+    static const AlbedoTable table([&stop](float cosine, float roughness) {
+        endIfStopped(stop);
         const Vec3 wo = directionOf(cosine);
         return meanOver(512, [&](const Vec2& u) {
             const Vec3 wi = inCosineHemisphere(u);
@@ -78,9 +82,11 @@ const AlbedoTable& sheenTable() {
     return table;
 }
 
-AlbedoTable makeDielectricTable(float eta) {
-    return AlbedoTable(
-        [eta](float cosine, float roughness) { return dielectricAlbedo(cosine, roughness, eta); });
+AlbedoTable makeDielectricTable(float eta, const std::stop_token& stop) {
+    return AlbedoTable([eta, &stop](float cosine, float roughness) {
+        endIfStopped(stop);
+        return dielectricAlbedo(cosine, roughness, eta);
+    });
 }
 
 } // namespace qv::render::impl

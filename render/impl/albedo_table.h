@@ -3,6 +3,7 @@
 #include "render/impl/vec3.h"
 
 #include <array>
+#include <stop_token>
 
 namespace qv::render::impl {
 
@@ -101,14 +102,16 @@ struct GgxTables {
         return {plain.mean(roughness), grazing.mean(roughness)};
     }
 };
-/// Made by the first call.
-[[nodiscard]] const GgxTables& ggxTables();
+/// Made by the first call, which a stop ends with `Stopped`.
+[[nodiscard]] const GgxTables& ggxTables(const std::stop_token& stop = {});
 
-/// The reflection of cloth of colour 1, see `sheenValue`. Made by the first call.
-[[nodiscard]] const AlbedoTable& sheenTable();
+/// The reflection of cloth of colour 1, see `sheenValue`. Made by the first call, which a stop ends
+/// with `Stopped`.
+[[nodiscard]] const AlbedoTable& sheenTable(const std::stop_token& stop = {});
 
 /// Returns the reflection and transmission together of a rough surface between two materials,
-/// without light that meets it more than once; `eta` as in `dielectricReflectance`.
-[[nodiscard]] AlbedoTable makeDielectricTable(float eta);
+/// without light that meets it more than once; `eta` as in `dielectricReflectance`. A stop throws
+/// `Stopped`.
+[[nodiscard]] AlbedoTable makeDielectricTable(float eta, const std::stop_token& stop = {});
 
 } // namespace qv::render::impl

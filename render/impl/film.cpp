@@ -52,16 +52,14 @@ Film::Film(u32 width, u32 height)
       m_height(height),
       m_columns((width + tileSize - 1) / tileSize),
       m_rows((height + tileSize - 1) / tileSize),
-      m_pixels(u64{width} * height),
+      m_tiles(tileCount()),
       m_open(tileCount()) {}
 
 void Film::add(u32 x, u32 y, const PixelSample& sample) {
     PixelSums& pixel = blocks(x, y);
     // The sum of a first block needs no place of its own.
     if (pixel.count < blockSize) return pixel.add(sample);
-    Tile& open = m_open[tileOf(x, y)];
-    if (open.empty()) open.resize(tileSize * tileSize);
-    PixelSums& block = open[placeInTile(x, y)];
+    PixelSums& block = placeIn(m_open, x, y);
     block.add(sample);
     if (block.count == blockSize) pixel.add(std::exchange(block, {}));
 }
@@ -72,14 +70,17 @@ void Film::tidyTile(u32 tile) noexcept {
 }
 
 u32 Film::sampleCount(u32 x, u32 y) const noexcept {
-    const Tile& open = m_open[tileOf(x, y)];
-    const u32 inOpen = open.empty() ? 0 : open[placeInTile(x, y)].count;
-    return m_pixels[u64{y} * m_width + x].count + inOpen;
+    const auto countIn = [&](const std::vector<Tile>& tiles) {
+        const Tile& tile = tiles[tileOf(x, y)];
+        return tile.empty() ? 0 : tile[placeInTile(x, y)].count;
+    };
+    return countIn(m_tiles) + countIn(m_open);
 }
 
 PixelSums Film::total(u32 x, u32 y) const noexcept {
-    PixelSums sums = m_pixels[u64{y} * m_width + x];
-    const Tile& open = m_open[tileOf(x, y)];
+    PixelSums sums;
+    const Tile &whole = m_tiles[tileOf(x, y)], &open = m_open[tileOf(x, y)];
+    if (!whole.empty()) sums = whole[placeInTile(x, y)];
     if (!open.empty()) sums.add(open[placeInTile(x, y)]);
     return sums;
 }
@@ -102,7 +103,7 @@ Picture Film::picture() const {
     Picture made;
     made.width = m_width;
     made.height = m_height;
-    const u64 count = m_pixels.size();
+    const u64 count = u64{m_width} * m_height;
     for (auto* channels : {&made.albedo, &made.normal})
         channels->reserve(count * 3);
     made.color.reserve(count * 4);

@@ -27,7 +27,7 @@ struct PixelSums {
 
 /// Sums up the samples of the pixels. Each pixel's samples come in their order and are summed in
 /// blocks, so that the sums are the same whatever thread adds them, and when blocks are summed
-/// elsewhere. One thread at a time may change a tile.
+/// elsewhere. One thread at a time may change a tile, whose memory comes with its first sample.
 class Film {
 public:
     static constexpr u32 tileSize = 16;
@@ -54,7 +54,7 @@ public:
     [[nodiscard]] u32 sampleCount(u32 x, u32 y) const noexcept;
     void add(u32 x, u32 y, const PixelSample& sample);
     /// Adds the sums of the samples that follow, which begin with a new block.
-    void add(u32 x, u32 y, const PixelSums& sums) noexcept { blocks(x, y).add(sums); }
+    void add(u32 x, u32 y, const PixelSums& sums) { blocks(x, y).add(sums); }
     /// Frees the memory for blocks that are not complete, if there are none in the tile.
     void tidyTile(u32 tile) noexcept;
     /// Returns the standard error of a tile's pixels, by its brightness.
@@ -64,8 +64,12 @@ public:
 private:
     using Tile = std::vector<PixelSums>;
 
-    [[nodiscard]] PixelSums& blocks(u32 x, u32 y) noexcept {
-        return m_pixels[u64{y} * m_width + x];
+    [[nodiscard]] PixelSums& blocks(u32 x, u32 y) { return placeIn(m_tiles, x, y); }
+    // Returns the sums of a pixel in the memory of its tile, which is allocated when it is absent.
+    [[nodiscard]] PixelSums& placeIn(std::vector<Tile>& tiles, u32 x, u32 y) {
+        Tile& tile = tiles[tileOf(x, y)];
+        if (tile.empty()) tile.resize(tileSize * tileSize);
+        return tile[placeInTile(x, y)];
     }
     [[nodiscard]] PixelSums total(u32 x, u32 y) const noexcept;
     [[nodiscard]] u32 tileOf(u32 x, u32 y) const noexcept {
@@ -77,8 +81,8 @@ private:
     u32 m_height;
     u32 m_columns;
     u32 m_rows;
-    // The first block and all complete ones.
-    std::vector<PixelSums> m_pixels;
+    // For each tile, the first block and all complete ones of each pixel; empty before any sample.
+    std::vector<Tile> m_tiles;
     // For each tile, the block that is not complete of each pixel; empty when all are.
     std::vector<Tile> m_open;
 };

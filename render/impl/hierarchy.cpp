@@ -1,8 +1,7 @@
 #include "render/impl/hierarchy.h"
 
+#include "render/impl/stopped.h"
 #include "render/impl/transform.h"
-
-#include <unordered_set>
 
 namespace qv::render::impl {
 
@@ -11,32 +10,51 @@ namespace {
 using kelvo_sdk::NodeNumber;
 using kelvo_sdk::Snapshot;
 using kelvo_sdk::SnapshotNode;
-using Numbers = std::unordered_set<NodeNumber>;
+
+/// A set of node numbers, which are small.
+class Numbers {
+public:
+    [[nodiscard]] bool contains(NodeNumber number) const noexcept {
+        return number < m_marks.size() && m_marks[number] != 0;
+    }
+    /// Tells whether the number is new.
+    bool insert(NodeNumber number) {
+        if (number >= m_marks.size()) m_marks.resize(std::max(u64{number} + 1, m_marks.size() * 2));
+        return std::exchange(m_marks[number], 1) == 0;
+    }
+    void erase(NodeNumber number) noexcept { m_marks[number] = 0; }
+
+private:
+    std::vector<char> m_marks;
+};
 
 // Marks everything below a node, at any depth.
-void markBelow(const SnapshotNode& top, Numbers& marks) {
+void markBelow(const SnapshotNode& top, Numbers& marks, const std::stop_token& stop) {
     std::vector<SnapshotNode> open{top};
     while (!open.empty()) {
+        endIfStopped(stop);
         const SnapshotNode node = open.back();
         open.pop_back();
         for (const SnapshotNode& child : node.children())
-            if (marks.insert(child.number()).second) open.push_back(child);
+            if (marks.insert(child.number())) open.push_back(child);
     }
 }
 
 // Returns the nodes at the top. Of nodes that are all below each other, the first is at the top.
-std::vector<SnapshotNode> topNodes(const Snapshot& snapshot) {
+std::vector<SnapshotNode> topNodes(const Snapshot& snapshot, const std::stop_token& stop) {
     const ds::Vector<SnapshotNode> nodes = snapshot.nodes();
     Numbers children;
-    for (const SnapshotNode& node : nodes)
+    for (const SnapshotNode& node : nodes) {
+        endIfStopped(stop);
         for (const SnapshotNode& child : node.children())
             if (!(child == node)) children.insert(child.number());
+    }
     std::vector<SnapshotNode> tops;
     Numbers reached;
     const auto addTop = [&](const SnapshotNode& node) {
         tops.push_back(node);
         reached.insert(node.number());
-        markBelow(node, reached);
+        markBelow(node, reached, stop);
     };
     for (const SnapshotNode& node : nodes)
         if (!children.contains(node.number())) addTop(node);
@@ -48,8 +66,9 @@ std::vector<SnapshotNode> topNodes(const Snapshot& snapshot) {
 /// Walks down all ways without recursion, as a hierarchy may be deep.
 class PlaceWalk {
 public:
-    PlaceWalk(FindingList& findings, const PlaceVisitor& visit, u64 atMost)
-        : m_findings(findings), m_visit(visit), m_left(atMost) {}
+    PlaceWalk(FindingList& findings, const PlaceVisitor& visit, const std::stop_token& stop,
+              u64 atMost)
+        : m_findings(findings), m_visit(visit), m_stop(stop), m_left(atMost) {}
 
     void walk(const SnapshotNode& top) {
         enter(top, math::Mat4d::identity);
@@ -75,6 +94,7 @@ private:
     };
 
     void enter(const SnapshotNode& node, const math::Mat4d& parent) {
+        endIfStopped(m_stop);
         if (m_onWay.contains(node.number()))
             return m_findings.add(node, "The node is below itself, which cannot be shown.");
         if (m_left == 0)
@@ -91,6 +111,7 @@ private:
 
     FindingList& m_findings;
     const PlaceVisitor& m_visit;
+    const std::stop_token& m_stop;
     std::vector<Step> m_way;
     Numbers m_onWay;
     u64 m_left;
@@ -99,9 +120,9 @@ private:
 } // namespace
 
 void visitPlaces(const Snapshot& snapshot, FindingList& findings, const PlaceVisitor& visit,
-                 u64 atMost) {
-    PlaceWalk walk(findings, visit, atMost);
-    for (const SnapshotNode& top : topNodes(snapshot))
+                 const std::stop_token& stop, u64 atMost) {
+    PlaceWalk walk(findings, visit, stop, atMost);
+    for (const SnapshotNode& top : topNodes(snapshot, stop))
         walk.walk(top);
 }
 

@@ -4,6 +4,7 @@
 #include "render/impl/finding_list.h"
 
 #include <functional>
+#include <stop_token>
 
 namespace qv::render::impl {
 
@@ -15,8 +16,9 @@ using PlaceVisitor =
 
 /// Visits all nodes at all their places, those of the hierarchy below their parents. Leaves out
 /// what is below an invisible node. Findings tell of cycles, of matrices that cannot be inverted,
-/// below which nothing is visited, and of more than `atMost` places.
+/// below which nothing is visited, and of more than `atMost` places. A stop throws `Stopped`.
 void visitPlaces(const kelvo_sdk::Snapshot& snapshot, FindingList& findings,
-                 const PlaceVisitor& visit, u64 atMost = mostPlaces);
+                 const PlaceVisitor& visit, const std::stop_token& stop = {},
+                 u64 atMost = mostPlaces);
 
 } // namespace qv::render::impl

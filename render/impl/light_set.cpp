@@ -1,6 +1,7 @@
 #include "render/impl/light_set.h"
 
 #include "render/impl/sampling.h"
+#include "render/impl/stopped.h"
 #include "render/impl/surface_point.h"
 
 namespace qv::render::impl {
@@ -127,9 +128,10 @@ LightSample sampleSun(const Light& light, const Vec2& u) noexcept {
 
 } // namespace
 
-LightSet::LightSet(const RenderScene& scene) : m_scene(scene), m_shapes(scene.lights) {
-    addLights();
-    addInstances();
+LightSet::LightSet(const RenderScene& scene, const std::stop_token& stop)
+    : m_scene(scene), m_shapes(scene.lights, stop) {
+    addLights(stop);
+    addInstances(stop);
     m_chances = Distribution(m_powers);
 }
 
@@ -149,32 +151,39 @@ float LightSet::powerOf(const Light& light) const noexcept {
     }
 }
 
-void LightSet::addLights() {
+void LightSet::addLights(const std::stop_token& stop) {
     for (u32 i = 0; i < m_scene.lights.size(); ++i) {
+        endIfStopped(stop);
         const Light& light = m_scene.lights[i];
         m_entryOfLight.push_back(static_cast<u32>(m_entries.size()));
         m_entries.push_back({i, false});
         m_powers.push_back(std::min(powerOf(light), 1e30F));
         if (isInfinite(light)) m_infinite.push_back(i);
-        if (light.shape == LightShape::Sky && light.texture) prepareSky(i);
+        if (light.shape == LightShape::Sky && light.texture) prepareSky(i, stop);
     }
 }
 
-void LightSet::addInstances() {
+// Returns the areas of the triangles in the space of the mesh.
+Distribution areasOf(const Instance& instance, const std::stop_token& stop) {
+    std::vector<float> weights;
+    weights.reserve(instance.mesh->triangles.size());
+    for (u32 t = 0; t < instance.mesh->triangles.size(); ++t) {
+        endIfStopped(stop);
+        const auto corners = worldCorners({instance.mesh, nullptr, {}, 0}, t);
+        weights.push_back(length(polygonNormal(corners)) / 2.0F);
+    }
+    return Distribution(weights);
+}
+
+void LightSet::addInstances(const std::stop_token& stop) {
     m_entryOfInstance.assign(m_scene.instances.size(), none);
     for (u32 i = 0; i < m_scene.instances.size(); ++i) {
+        endIfStopped(stop);
         const Instance& instance = m_scene.instances[i];
         const float brightness = luminance(instance.material->emission);
         if (!(brightness > 0.0F)) continue;
         const auto [areas, isNew] = m_areas.try_emplace(instance.mesh.get());
-        if (isNew) {
-            std::vector<float> weights;
-            for (u32 t = 0; t < instance.mesh->triangles.size(); ++t) {
-                const auto corners = worldCorners({instance.mesh, nullptr, {}, 0}, t);
-                weights.push_back(length(polygonNormal(corners)) / 2.0F);
-            }
-            areas->second = Distribution(weights);
-        }
+        if (isNew) areas->second = areasOf(instance, stop);
         const float scale = std::cbrt(std::abs(instance.toWorld.determinant()));
         const float power =
             brightness * pi * static_cast<float>(areas->second.total()) * sqr(scale);
@@ -184,13 +193,14 @@ void LightSet::addInstances() {
     }
 }
 
-void LightSet::prepareSky(u32 number) {
+void LightSet::prepareSky(u32 number, const std::stop_token& stop) {
     const Texture& texture = *m_scene.lights[number].texture;
     const u32 width = std::min(texture.width, mostSkyColumns);
     const u32 height = std::min(texture.height, mostSkyColumns / 2);
     std::vector<float> weights;
     double sum = 0.0;
     for (u32 y = 0; y < height; ++y) {
+        endIfStopped(stop);
         const float v = (static_cast<float>(y) + 0.5F) / static_cast<float>(height);
         for (u32 x = 0; x < width; ++x) {
             const float u = (static_cast<float>(x) + 0.5F) / static_cast<float>(width);

@@ -26,8 +26,8 @@ struct LightSample {
 /// through the shapes of lights.
 class LightSet {
 public:
-    /// The scene lives as long as the set.
-    explicit LightSet(const RenderScene& scene);
+    /// The scene lives as long as the set. A stop throws `Stopped`.
+    explicit LightSet(const RenderScene& scene, const std::stop_token& stop = {});
 
     [[nodiscard]] bool isEmpty() const noexcept { return m_entries.empty(); }
     /// Picks a light by its power, and a direction in which `from` sees it.
@@ -53,9 +53,9 @@ private:
     using Areas = std::unordered_map<const Mesh*, Distribution>;
     static constexpr u32 none = 0xffffffff;
 
-    void addLights();
-    void addInstances();
-    void prepareSky(u32 number);
+    void addLights(const std::stop_token& stop);
+    void addInstances(const std::stop_token& stop);
+    void prepareSky(u32 number, const std::stop_token& stop);
     [[nodiscard]] float powerOf(const Light& light) const noexcept;
     [[nodiscard]] LightSample sampleLight(u32 number, const Vec3& from,
                                           Random& random) const noexcept;

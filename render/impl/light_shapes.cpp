@@ -17,7 +17,8 @@ bool isBall(const Light& light) noexcept {
 
 } // namespace
 
-LightShapes::LightShapes(const std::vector<Light>& lights) : m_lights(lights) {
+LightShapes::LightShapes(const std::vector<Light>& lights, const std::stop_token& stop)
+    : m_lights(lights) {
     for (u32 i = 0; i < lights.size(); ++i) {
         if (isArea(lights[i])) m_areas.push_back(i);
         if (isBall(lights[i])) m_balls.push_back(i);
@@ -27,7 +28,7 @@ LightShapes::LightShapes(const std::vector<Light>& lights) : m_lights(lights) {
     m_scene = std::make_unique<EmbreeScene>(m_device.get());
     if (!m_areas.empty()) addAreas();
     if (!m_balls.empty()) addBalls();
-    rtcCommitScene(m_scene->get());
+    m_scene->commit(stop);
 }
 
 void LightShapes::addAreas() {

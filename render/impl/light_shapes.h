@@ -7,8 +7,8 @@ namespace qv::render::impl {
 /// The shapes of lights that rays may meet: areas, and balls.
 class LightShapes {
 public:
-    /// The lights live as long as the shapes.
-    explicit LightShapes(const std::vector<Light>& lights);
+    /// The lights live as long as the shapes. A stop throws `Stopped`.
+    explicit LightShapes(const std::vector<Light>& lights, const std::stop_token& stop = {});
 
     /// Calls `visit(number, point)` for each light whose shining side the ray meets.
     template<class Visit>

@@ -1,5 +1,7 @@
 #include "render/impl/mesh_reader.h"
 
+#include "render/impl/stopped.h"
+
 namespace qv::render::impl {
 
 namespace {
@@ -20,8 +22,8 @@ Vec3 vec3(const math::Pos3f& p) noexcept {
 
 class MeshReader {
 public:
-    MeshReader(const SnapshotNode& node, FindingList& findings)
-        : m_node(node), m_findings(findings) {}
+    MeshReader(const SnapshotNode& node, FindingList& findings, const std::stop_token& stop)
+        : m_node(node), m_findings(findings), m_stop(stop) {}
 
     std::shared_ptr<const Mesh> read() {
         readPositions();
@@ -70,8 +72,10 @@ private:
     void readPositions() {
         const auto positions = elements<math::Pos3f>("positions");
         m_mesh.positions.reserve(positions.size() + 1);
-        for (const math::Pos3f& p : positions)
+        for (const math::Pos3f& p : positions) {
+            endIfStopped(m_stop);
             m_mesh.positions.push_back(vec3(p));
+        }
     }
 
     void readFaces() {
@@ -95,6 +99,7 @@ private:
     }
 
     void addFace(std::span<const u32> face) {
+        endIfStopped(m_stop);
         if (face.size() < 3) {
             ++m_shortFaces;
             return;
@@ -115,7 +120,7 @@ private:
 
     void addTriangles(std::span<const u32> face) {
         m_cut.clear();
-        triangulate(m_corners, m_cut);
+        triangulate(m_corners, m_cut, m_stop);
         const u64 before = m_mesh.triangles.size();
         for (const Triangle& t : m_cut) {
             const Vec3 corners[] = {m_corners[t[0]], m_corners[t[1]], m_corners[t[2]]};
@@ -137,8 +142,10 @@ private:
             return;
         }
         out.reserve(values.size());
-        for (const From& value : values)
+        for (const From& value : values) {
+            endIfStopped(m_stop);
             out.push_back(convert(value));
+        }
     }
 
     // The sets are called "uvs", "uvs1", "uvs2" and so on.
@@ -160,6 +167,7 @@ private:
 
     const SnapshotNode& m_node;
     FindingList& m_findings;
+    const std::stop_token& m_stop;
     Mesh m_mesh;
     std::vector<Vec3> m_corners;
     std::vector<Triangle> m_cut;
@@ -171,8 +179,9 @@ private:
 
 } // namespace
 
-std::shared_ptr<const Mesh> readMesh(const SnapshotNode& node, FindingList& findings) {
-    return MeshReader(node, findings).read();
+std::shared_ptr<const Mesh> readMesh(const SnapshotNode& node, FindingList& findings,
+                                     const std::stop_token& stop) {
+    return MeshReader(node, findings, stop).read();
 }
 
 } // namespace qv::render::impl

@@ -1,6 +1,7 @@
 #include "render/impl/path_tracer.h"
 
 #include "render/impl/sampling.h"
+#include "render/impl/stopped.h"
 
 namespace qv::render::impl {
 
@@ -31,6 +32,7 @@ public:
 private:
     // Follows the ray to the next surface; false at the end of the path.
     bool step() {
+        if (m_options.stop.stop_requested()) return false;
         const std::optional<Hit> hit = m_traced.accel().nearest(m_ray);
         meetLights(hit);
         if (!hit) return false;
@@ -157,11 +159,14 @@ private:
 
 } // namespace
 
-TracedScene::TracedScene(const RenderScene& scene, const Accel& accel)
-    : m_scene(scene), m_accel(accel), m_lights(scene) {
+TracedScene::TracedScene(const RenderScene& scene, const Accel& accel, const std::stop_token& stop)
+    : m_scene(scene), m_accel(accel), m_lights(scene, stop) {
+    (void)ggxTables(stop);
+    m_materials.reserve(scene.instances.size());
     for (const Instance& instance : scene.instances) {
+        endIfStopped(stop);
         const auto [entry, isNew] = m_prepared.try_emplace(instance.material.get());
-        if (isNew) entry->second = prepared(instance.material);
+        if (isNew) entry->second = prepared(instance.material, stop);
         m_materials.push_back(&entry->second);
         m_isOpaque &= instance.material->alphaMode == AlphaMode::Opaque;
     }

@@ -22,12 +22,15 @@ struct PathOptions {
     u32 mostBounces = 12;
     /// Looks for lights at each surface, instead of waiting until a ray meets one.
     bool samplesLights = true;
+    /// Ends the path at once.
+    std::stop_token stop;
 };
 
 /// A scene that is ready to be traced through.
 class TracedScene {
 public:
-    TracedScene(const RenderScene& scene, const Accel& accel);
+    /// A stop throws `Stopped`.
+    TracedScene(const RenderScene& scene, const Accel& accel, const std::stop_token& stop = {});
 
     [[nodiscard]] const LightSet& lights() const noexcept { return m_lights; }
     [[nodiscard]] const RenderScene& scene() const noexcept { return m_scene; }
@@ -49,6 +52,7 @@ private:
 
 /// Returns the light that arrives along a ray of the camera (Kajiya, 1986). Light comes from lights
 /// that are looked for, and from those that scattered rays meet; each counts by how likely it is.
+/// After a stop the sample is worth nothing.
 [[nodiscard]] PixelSample tracePath(const TracedScene& traced, const CameraRays& camera,
                                     const Ray& ray, const PathOptions& options, Random& random);
 

@@ -42,10 +42,12 @@ std::vector<NodeNumber> dependenciesOf(const SnapshotNode& node) {
 
 } // namespace
 
-RenderScene SceneReader::read(const Snapshot& snapshot) {
+RenderScene SceneReader::read(const Snapshot& snapshot, const std::stop_token& stop) {
+    m_stop = stop;
+    m_textures.setStop(stop);
     RenderScene scene;
     FindingList findings;
-    visitPlaces(snapshot, findings, [&](const SnapshotNode& node, const math::Mat4d& matrix) {
+    const auto visit = [&](const SnapshotNode& node, const math::Mat4d& matrix) {
         const Transform toWorld(matrix);
         if (node.isTypeOf("mesh")) return addInstance(node, toWorld, scene, findings);
         if (node.isTypeOf("camera"))
@@ -54,7 +56,8 @@ RenderScene SceneReader::read(const Snapshot& snapshot) {
             scene.up = node["upAxis"].get<String>() == "z" ? Vec3{0, 0, 1} : Vec3{0, 1, 0};
         else
             readLights(node, toWorld, m_textures, findings, scene.lights);
-    });
+    };
+    visitPlaces(snapshot, findings, visit, stop);
     scene.findings = findings.list();
     return scene;
 }
@@ -78,11 +81,11 @@ void SceneReader::forget(const kelvo_sdk::SnapshotDelta& delta) {
 }
 
 std::shared_ptr<const Mesh> SceneReader::mesh(const SnapshotNode& node, FindingList& findings) {
-    const auto [entry, isNew] = m_meshes.try_emplace(node.number());
-    if (isNew) {
+    auto entry = m_meshes.find(node.number());
+    if (entry == m_meshes.end()) {
         FindingList own;
-        entry->second.made = readMesh(node, own);
-        entry->second.findings = own.list();
+        Entry<Mesh> made{readMesh(node, own, m_stop), own.list(), {}};
+        entry = m_meshes.emplace(node.number(), std::move(made)).first;
     }
     findings.add(entry->second.findings);
     return entry->second.made;
@@ -92,14 +95,14 @@ std::shared_ptr<const Material> SceneReader::material(const SnapshotNode& mesh,
                                                       FindingList& findings) {
     const SnapshotNode node = mesh["material"].linked();
     if (!node) return m_noMaterial;
-    const auto [entry, isNew] = m_materials.try_emplace(node.number());
-    if (isNew) {
+    auto entry = m_materials.find(node.number());
+    if (entry == m_materials.end()) {
         FindingList own;
         const bool isMaterial = node.isTypeOf("material");
-        entry->second.made = isMaterial ? readMaterial(node, m_textures, own) : m_noMaterial;
+        const auto made = isMaterial ? readMaterial(node, m_textures, own) : m_noMaterial;
         if (!isMaterial) own.add(node, "The node is linked as a material, which it is not.");
-        entry->second.findings = own.list();
-        entry->second.uses = dependenciesOf(node);
+        Entry<Material> whole{made, own.list(), dependenciesOf(node)};
+        entry = m_materials.emplace(node.number(), std::move(whole)).first;
     }
     findings.add(entry->second.findings);
     return entry->second.made;

@@ -15,7 +15,9 @@ public:
     /// Relative paths of textures start from `folder`.
     explicit SceneReader(String folder) : m_textures(std::move(folder)) {}
 
-    [[nodiscard]] RenderScene read(const kelvo_sdk::Snapshot& snapshot);
+    /// A stop throws `Stopped`; another call goes on with what was read.
+    [[nodiscard]] RenderScene read(const kelvo_sdk::Snapshot& snapshot,
+                                   const std::stop_token& stop = {});
     /// Drops everything that was made of nodes that differ.
     void forget(const kelvo_sdk::SnapshotDelta& delta);
 
@@ -37,6 +39,7 @@ private:
     void addInstance(const kelvo_sdk::SnapshotNode& node, const Transform& toWorld,
                      RenderScene& scene, FindingList& findings);
 
+    std::stop_token m_stop;
     TextureStore m_textures;
     Entries<Mesh> m_meshes;
     Entries<Material> m_materials;

@@ -159,12 +159,15 @@ float largestCoordinate(const Vec3& p) noexcept {
 
 } // namespace
 
-PreparedMaterial prepared(const std::shared_ptr<const Material>& material) {
+PreparedMaterial prepared(const std::shared_ptr<const Material>& material,
+                          const std::stop_token& stop) {
     PreparedMaterial made{material, nullptr, nullptr};
+    if (largest(material->sheenColor) > 0.0F) (void)sheenTable(stop);
     if (material->transmission > 0.0F && material->thickness > 0.0F && material->ior > 1.0F) {
-        made.outside = std::make_shared<const AlbedoTable>(makeDielectricTable(material->ior));
+        made.outside =
+            std::make_shared<const AlbedoTable>(makeDielectricTable(material->ior, stop));
         made.inside =
-            std::make_shared<const AlbedoTable>(makeDielectricTable(1.0F / material->ior));
+            std::make_shared<const AlbedoTable>(makeDielectricTable(1.0F / material->ior, stop));
     }
     return made;
 }

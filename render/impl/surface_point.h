@@ -12,7 +12,9 @@ struct PreparedMaterial {
     std::shared_ptr<const AlbedoTable> outside;
     std::shared_ptr<const AlbedoTable> inside;
 };
-[[nodiscard]] PreparedMaterial prepared(const std::shared_ptr<const Material>& material);
+/// A stop throws `Stopped`.
+[[nodiscard]] PreparedMaterial prepared(const std::shared_ptr<const Material>& material,
+                                        const std::stop_token& stop = {});
 
 /// A point where a ray meets a surface.
 struct SurfacePoint {

@@ -1,11 +1,10 @@
 #include "render/impl/texture_reader.h"
 
 #include "kelvo/base/path.h"
+#include "render/impl/stopped.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
-
-#include <cstring>
 
 namespace qv::render::impl {
 
@@ -16,8 +15,9 @@ using kelvo_sdk::interfaces::BufferView;
 
 class TextureReader {
 public:
-    TextureReader(const SnapshotNode& node, const String& folder, FindingList& findings)
-        : m_node(node), m_folder(folder), m_findings(findings) {}
+    TextureReader(const SnapshotNode& node, const String& folder, FindingList& findings,
+                  const std::stop_token& stop)
+        : m_node(node), m_folder(folder), m_findings(findings), m_stop(stop) {}
 
     std::shared_ptr<const Texture> read() {
         const String filter = m_node["filter"].get<String>("linear");
@@ -57,8 +57,12 @@ private:
         if (!setSize(width, height)) return false;
         if (pixels.count != width * height)
             return fail("The number of pixels is not width times height.");
-        m_texture.bytes.resize(pixels.count * 4);
-        std::memcpy(m_texture.bytes.data(), pixels.data, pixels.count * 4);
+        const auto* bytes = static_cast<const u8*>(pixels.data);
+        m_texture.bytes.reserve(pixels.count * 4);
+        for (u64 row = 0; row < height; ++row, bytes += width * 4) {
+            endIfStopped(m_stop);
+            m_texture.bytes.insert(m_texture.bytes.end(), bytes, bytes + width * 4);
+        }
         return true;
     }
 
@@ -110,46 +114,72 @@ private:
             return fail(what + " is damaged: " + String(std::string_view(image->geterror())));
         // Floats are linear already.
         if (found.format.is_floating_point()) m_texture.isSrgb = false;
-        makeFinite();
         return true;
     }
 
     template<class T>
     bool readChannels(OIIO::ImageInput& image, int channels, std::vector<T>& out) {
-        const u64 count = u64{m_texture.width} * m_texture.height;
-        std::vector<T> read(count * static_cast<u64>(channels));
-        if (!image.read_image(0, 0, 0, channels, OIIO::BaseTypeFromC<T>::value, read.data()))
-            return false;
-        out.resize(count * 4);
-        const T one = std::is_same_v<T, float> ? T(1) : std::numeric_limits<T>::max();
-        const bool isGray = channels < 3, hasAlpha = channels == 2 || channels == 4;
-        for (u64 i = 0; i < count; ++i) {
-            const T* from = read.data() + i * static_cast<u64>(channels);
-            T* to = out.data() + i * 4;
-            for (u64 c = 0; c < 3; ++c)
-                to[c] = from[isGray ? 0 : c];
-            to[3] = hasAlpha ? from[channels - 1] : one;
+        const int height = static_cast<int>(m_texture.height);
+        const OIIO::ImageSpec layout = image.spec_dimensions(0);
+        const int step = rowsAtOnce(layout, channels);
+        std::vector<T> rows(u64{m_texture.width} * static_cast<u64>(channels * step));
+        out.reserve(u64{m_texture.width} * m_texture.height * 4);
+        for (int top = 0; top < height; top += step) {
+            endIfStopped(m_stop);
+            const int bottom = std::min(top + step, height);
+            if (!readRows(image, layout, top, bottom, channels, rows)) return false;
+            const u64 count = u64{m_texture.width} * static_cast<u64>(bottom - top);
+            for (u64 i = 0; i < count; ++i)
+                addPixel(rows.data() + i * static_cast<u64>(channels), channels, out);
         }
         return true;
     }
 
-    // A number that is none would spread over the picture.
-    void makeFinite() {
-        for (float& value : m_texture.floats)
-            if (!std::isfinite(value)) value = 0.0F;
+    // Whole rows of tiles, or few enough that a stop need not wait for them.
+    [[nodiscard]] static int rowsAtOnce(const OIIO::ImageSpec& layout, int channels) noexcept {
+        if (layout.tile_width > 0) return layout.tile_height;
+        constexpr int values = 1 << 16;
+        return std::max(1, values / std::max(1, layout.width * channels));
     }
+
+    // Rows are counted from that of the data's window, as files with one may have.
+    template<class T>
+    static bool readRows(OIIO::ImageInput& image, const OIIO::ImageSpec& layout, int top,
+                         int bottom, int channels, std::vector<T>& rows) {
+        const auto type = OIIO::BaseTypeFromC<T>::value;
+        if (layout.tile_width == 0)
+            return image.read_scanlines(0, 0, layout.y + top, layout.y + bottom, layout.z, 0,
+                                        channels, type, rows.data());
+        return image.read_tiles(0, 0, layout.x, layout.x + layout.width, layout.y + top,
+                                layout.y + bottom, layout.z, layout.z + 1, 0, channels, type,
+                                rows.data());
+    }
+
+    template<class T>
+    static void addPixel(const T* from, int channels, std::vector<T>& out) {
+        const T one = std::is_same_v<T, float> ? T(1) : std::numeric_limits<T>::max();
+        const bool isGray = channels < 3, hasAlpha = channels == 2 || channels == 4;
+        for (u64 c = 0; c < 3; ++c)
+            out.push_back(finite(from[isGray ? 0 : c]));
+        out.push_back(hasAlpha ? finite(from[channels - 1]) : one);
+    }
+
+    // A number that is none would spread over the picture.
+    static float finite(float value) noexcept { return std::isfinite(value) ? value : 0.0F; }
+    static u8 finite(u8 value) noexcept { return value; }
 
     const SnapshotNode& m_node;
     const String& m_folder;
     FindingList& m_findings;
+    const std::stop_token& m_stop;
     Texture m_texture;
 };
 
 } // namespace
 
 std::shared_ptr<const Texture> readTexture(const SnapshotNode& node, const String& folder,
-                                           FindingList& findings) {
-    return TextureReader(node, folder, findings).read();
+                                           FindingList& findings, const std::stop_token& stop) {
+    return TextureReader(node, folder, findings, stop).read();
 }
 
 Wrap wrapNamed(std::string_view name) noexcept {

@@ -1,5 +1,7 @@
 #include "render/impl/triangulation.h"
 
+#include "render/impl/stopped.h"
+
 #include <numeric>
 
 namespace qv::render::impl {
@@ -9,8 +11,8 @@ namespace {
 /// Cuts one ear of a concave polygon after the other (Meisters, 1975).
 class EarCutter {
 public:
-    EarCutter(std::span<const Vec3> corners, const Vec3& normal)
-        : m_corners(corners), m_normal(normal), m_left(corners.size()) {
+    EarCutter(std::span<const Vec3> corners, const Vec3& normal, const std::stop_token& stop)
+        : m_corners(corners), m_normal(normal), m_stop(stop), m_left(corners.size()) {
         std::iota(m_left.begin(), m_left.end(), 0U);
     }
 
@@ -47,6 +49,7 @@ private:
     // behind the last ear, so that a spiral does not take cubic time.
     [[nodiscard]] u64 findEar() {
         for (u64 i = 0; i < m_left.size(); ++i) {
+            endIfStopped(m_stop);
             const u64 at = (m_next + i) % m_left.size();
             if (!isEar(triangleAt(at))) continue;
             m_next = at + 1;
@@ -57,6 +60,7 @@ private:
 
     std::span<const Vec3> m_corners;
     Vec3 m_normal;
+    const std::stop_token& m_stop;
     std::vector<u32> m_left;
     u64 m_next = 0;
 };
@@ -79,10 +83,11 @@ Vec3 polygonNormal(std::span<const Vec3> corners) noexcept {
     return sum;
 }
 
-void triangulate(std::span<const Vec3> corners, std::vector<Triangle>& triangles) {
+void triangulate(std::span<const Vec3> corners, std::vector<Triangle>& triangles,
+                 const std::stop_token& stop) {
     const Vec3 normal = polygonNormal(corners);
     if (corners.size() > 3 && corners.size() <= mostEarCorners && !isConvex(corners, normal))
-        return EarCutter(corners, normal).cut(triangles);
+        return EarCutter(corners, normal, stop).cut(triangles);
     for (u32 i = 2; i < corners.size(); ++i)
         triangles.push_back({0, i - 1, i});
 }

@@ -4,6 +4,7 @@
 #include "tests/render/render_scene_text.h"
 
 #include <chrono>
+#include <numeric>
 #include <thread>
 
 namespace qv::render {
@@ -102,6 +103,62 @@ TEST(Renderer, Stop_EndsSoonAndLeavesAPictureThatCanGoOn) {
     Renderer fresh(snapshot, settings);
     EXPECT_TRUE(fresh.render(samples(most)));
     EXPECT_EQ(renderer.picture(), fresh.picture());
+}
+
+std::stop_token stopped() {
+    std::stop_source stop;
+    stop.request_stop();
+    return stop.get_token();
+}
+
+TEST(Renderer, Stop_AddsNoFurtherSample) {
+    Renderer renderer(snapshotOf(studio()), small());
+    std::stop_source stop;
+    const auto stopAtOnce = [&](double) { stop.request_stop(); };
+    EXPECT_TRUE(renderer.render(samples(64), stopAtOnce, stop.get_token()));
+    // Progress is told after each tile of 16 x 16 pixels.
+    const Picture picture = renderer.picture();
+    EXPECT_EQ(std::reduce(picture.samples.begin(), picture.samples.end()), 256U);
+}
+
+TEST(Renderer, StopBeforeTheFirstSample_LeavesABlackPicture) {
+    Renderer renderer(snapshotOf(studio()), small());
+    EXPECT_TRUE(renderer.render(samples(64), {}, stopped()));
+    const Picture picture = renderer.picture();
+    EXPECT_EQ(picture.samples, std::vector<u32>(40 * 30));
+    EXPECT_EQ(picture.color, std::vector<float>(40 * 30 * 4));
+}
+
+TEST(Renderer, StoppedPreparation_IsFinishedByTheRendering) {
+    const auto snapshot = snapshotOf(studio() + "node mesh \"empty\" {\n}\n");
+    Renderer renderer(snapshot, small(), stopped());
+    EXPECT_TRUE(renderer.findings().empty());
+    EXPECT_TRUE(renderer.render(samples(2), {}, stopped()));
+    EXPECT_EQ(renderer.picture().samples, std::vector<u32>(40 * 30));
+    EXPECT_TRUE(renderer.findings().empty());
+    EXPECT_TRUE(renderer.render(samples(2)));
+    EXPECT_EQ(renderer.findings().size(), 1U);
+    EXPECT_EQ(renderer.picture(), pictureOf(snapshot, 1, 2));
+}
+
+TEST(Renderer, StoppedUpdate_IsFinishedByTheRendering) {
+    const auto first = snapshotOf(square + flatCamera), next = snapshotOf(studio());
+    Renderer renderer(first, small());
+    renderer.update(next, stopped());
+    EXPECT_EQ(renderer.picture().samples, std::vector<u32>(40 * 30));
+    EXPECT_TRUE(renderer.render(samples(2)));
+    EXPECT_EQ(renderer.picture(), pictureOf(next, 1, 2));
+}
+
+TEST(Renderer, StoppedPreparation_IsFinishedByAPart) {
+    const auto snapshot = snapshotOf(studio());
+    Renderer renderer(snapshot, small(), stopped());
+    std::string bytes, expected;
+    const auto isStopped = renderer.renderPart({0, 1, 0, 1}, bytes, stopped());
+    EXPECT_EQ(isStopped.message(), "The rendering of the part was stopped.");
+    EXPECT_TRUE(renderer.renderPart({0, 1, 0, 1}, bytes));
+    EXPECT_TRUE(Renderer(snapshot, small()).renderPart({0, 1, 0, 1}, expected));
+    EXPECT_EQ(bytes, expected);
 }
 
 TEST(Renderer, TimeLimit_EndsTheRenderingAfterTheFirstSamples) {

@@ -4,6 +4,7 @@
 #include "tests/render/render_scene_text.h"
 
 #include <atomic>
+#include <optional>
 #include <thread>
 
 namespace qv::render {
@@ -65,6 +66,30 @@ TEST(RendererThreads, StoppedAndUpdatedRenderer_GivesThePictureOfANewOne) {
     Renderer fresh(scene.snapshot(), fourThreads());
     EXPECT_TRUE(fresh.render(limit));
     EXPECT_EQ(renderer.picture(), fresh.picture());
+}
+
+TEST(RendererThreads, UpdatesThatAreStoppedAtAnyMoment_GiveThePictureOfANewRenderer) {
+    const Scene scene = Scene::create();
+    ASSERT_TRUE(scene.read(studio().c_str(), "scene.kns"));
+    std::optional<Renderer> renderer;
+    for (u32 round = 0; round < 12; ++round) {
+        std::stop_source stop;
+        const std::jthread stopper([&] {
+            std::this_thread::sleep_for(std::chrono::microseconds(500 * round));
+            stop.request_stop();
+        });
+        ASSERT_TRUE(scene["m"]["thickness"].set(1.0 + round));
+        if (renderer)
+            renderer->update(scene.snapshot(), stop.get_token());
+        else
+            renderer.emplace(scene.snapshot(), fourThreads(), stop.get_token());
+    }
+    RenderLimit limit;
+    limit.samples = 2;
+    EXPECT_TRUE(renderer->render(limit));
+    Renderer fresh(scene.snapshot(), fourThreads());
+    EXPECT_TRUE(fresh.render(limit));
+    EXPECT_EQ(renderer->picture(), fresh.picture());
 }
 
 TEST(RendererThreads, TwoRenderers_RenderOneSnapshotAtOnce) {

@@ -144,8 +144,8 @@ private:
     }
 
     Status render(const Snapshot& scene, Terminal& out) {
-        render::Renderer renderer(scene, m_settings);
         const Interruption interruption;
+        render::Renderer renderer(scene, m_settings, interruption.token());
         {
             ProgressLine line("kelvo: rendering");
             const kelvo_sdk::Result rendered = renderer.render(

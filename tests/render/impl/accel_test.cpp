@@ -1,6 +1,10 @@
 #include "render/impl/accel.h"
 
+#include "render/impl/stopped.h"
+
 #include <gtest/gtest.h>
+
+#include <thread>
 
 namespace qv::render::impl {
 namespace {
@@ -70,6 +74,57 @@ TEST(Accel, AnotherBuild_ReplacesTheInstances) {
     accel.build({}, 1);
     EXPECT_FALSE(accel.nearest(down(5, 0)));
     EXPECT_FALSE(accel.isBlocked(down(5, 0)));
+}
+
+TEST(Accel, StoppedBuild_CanBeginAnew) {
+    const auto mesh = twoTriangles();
+    std::stop_source stop;
+    stop.request_stop();
+    Accel accel;
+    EXPECT_THROW(accel.build({at(mesh, {})}, 1, stop.get_token()), Stopped);
+    accel.build({at(mesh, {})}, 1);
+    EXPECT_TRUE(accel.nearest(down(0, 0)));
+    EXPECT_THROW(accel.build({at(mesh, {5, 0, 0})}, 1, stop.get_token()), Stopped);
+    accel.build({at(mesh, {5, 0, 0})}, 1);
+    EXPECT_TRUE(accel.nearest(down(5, 0)));
+}
+
+// A square of `side` x `side` smaller ones.
+std::shared_ptr<const Mesh> manyTriangles(u32 side) {
+    Mesh mesh;
+    for (u32 i = 0; i < (side + 1) * (side + 1); ++i)
+        mesh.positions.push_back(
+            {static_cast<float>(i % (side + 1)), static_cast<float>(i / (side + 1)), 0});
+    for (u32 i = 0; i < side * side; ++i) {
+        const u32 at = i / side * (side + 1) + i % side, above = at + side + 1;
+        mesh.triangles.push_back({at, at + 1, above});
+        mesh.triangles.push_back({at + 1, above + 1, above});
+    }
+    mesh.positions.reserve(mesh.positions.size() + 1);
+    mesh.triangles.reserve(mesh.triangles.size() + 1);
+    return std::make_shared<const Mesh>(std::move(mesh));
+}
+
+TEST(Accel, LargeMeshWhoseBuildWasStopped_IsBuiltLater) {
+    const auto mesh = manyTriangles(300);
+    Accel accel;
+    for (const u32 microseconds : {0U, 300U, 3000U, 30000U}) {
+        std::stop_source stop;
+        const std::jthread stopper([&] {
+            std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+            stop.request_stop();
+        });
+        try {
+            accel.build({at(mesh, {})}, 1, stop.get_token());
+        } catch (const Stopped&) {
+        }
+    }
+    accel.build({at(mesh, {})}, 1);
+    for (const float x : {0.2F, 150.2F, 299.2F}) {
+        const auto hit = accel.nearest(down(x, x));
+        ASSERT_TRUE(hit);
+        EXPECT_EQ(hit->triangle, 2 * (static_cast<u32>(x) * 301));
+    }
 }
 
 TEST(Accel, Hits_AreTheSameForAnyNumberOfThreads) {

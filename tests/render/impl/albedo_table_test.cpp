@@ -1,5 +1,7 @@
 #include "render/impl/albedo_table.h"
 
+#include "render/impl/stopped.h"
+
 #include <gtest/gtest.h>
 
 namespace qv::render::impl {
@@ -39,6 +41,12 @@ TEST(AlbedoTable, Sheen_ReturnsNoMoreThanItGets) {
             EXPECT_LE(value, 1.0F) << r << " " << c;
             EXPECT_GE(value, 0.0F);
         }
+}
+
+TEST(AlbedoTable, Stop_EndsTheCalculation) {
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW((void)makeDielectricTable(1.5F, stop.get_token()), Stopped);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "render/impl/hierarchy.h"
 
+#include "render/impl/stopped.h"
 #include "tests/render/render_scene_text.h"
 
 namespace qv::render::impl {
@@ -66,6 +67,18 @@ TEST_F(HierarchyTest, SingularMatrix_HidesItsChildrenWithAFinding) {
     }
 }
 
+TEST_F(HierarchyTest, Stop_VisitsNoFurtherNode) {
+    const auto snapshot = snapshotOf(xform("a", "b") + xform("b", "c") + xform("c", ""));
+    FindingList findings;
+    std::stop_source stop;
+    u64 count = 0;
+    const PlaceVisitor stopAtTheSecond = [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&) {
+        if (++count == 2) stop.request_stop();
+    };
+    EXPECT_THROW(visitPlaces(snapshot, findings, stopAtTheSecond, stop.get_token()), Stopped);
+    EXPECT_EQ(count, 2U);
+}
+
 TEST_F(HierarchyTest, DeepChain_NeedsNoStack) {
     std::string text;
     for (int i = 0; i < 20000; ++i)
@@ -87,7 +100,7 @@ TEST_F(HierarchyTest, ExponentiallyManyPlaces_EndWithAFinding) {
     u64 count = 0;
     visitPlaces(
         snapshot, findings, [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&) { ++count; },
-        1000);
+        {}, 1000);
     EXPECT_EQ(count, 1000U);
     ASSERT_FALSE(findings.list().empty());
     EXPECT_EQ(findings.list()[0].text, "There are too many places in the scene to show all.");

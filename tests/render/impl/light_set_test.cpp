@@ -1,6 +1,7 @@
 #include "render/impl/light_set.h"
 
 #include "render/impl/scene_reader.h"
+#include "render/impl/stopped.h"
 #include "tests/render/render_scene_text.h"
 
 #include <chrono>
@@ -53,6 +54,13 @@ const struct {
 const std::string glowing =
     at(0, 0, -3, "square") + square.substr(0, square.size() - 2) +
     "    Node material = glow\n}\nnode material \"glow\" {\n    Rgba emissive = (1 1 1 1)\n}\n";
+
+TEST(LightSet, Stop_EndsThePreparation) {
+    std::stop_source stop;
+    stop.request_stop();
+    for (const std::string& text : {glowing, extended[0].text})
+        EXPECT_THROW(LightSet(sceneOf(text), stop.get_token()), Stopped);
+}
 
 TEST(LightSet, SampledDirections_MeetTheLightWithTheSameColorAndDensity) {
     for (const auto& [note, text] : extended) {

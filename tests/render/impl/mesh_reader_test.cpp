@@ -1,5 +1,6 @@
 #include "render/impl/mesh_reader.h"
 
+#include "render/impl/stopped.h"
 #include "tests/render/render_scene_text.h"
 
 namespace qv::render::impl {
@@ -23,6 +24,15 @@ ReadMesh read(const std::string& inputs) {
 
 const std::string corners =
     "Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (1 1 0) (0 1 0) (nan 0 0) (2 0 0) (1e30 0 0)]\n";
+
+TEST(MeshReader, Stop_EndsTheReading) {
+    const auto snapshot =
+        snapshotOf("node mesh \"m\" {\n" + corners + "Buffer<UInt32> indices = [0 1 2]\n}\n");
+    FindingList findings;
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW((void)readMesh(snapshot["m"], findings, stop.get_token()), Stopped);
+}
 
 TEST(MeshReader, Polygons_BecomeTriangles) {
     const auto [mesh, findings] = read(

@@ -23,7 +23,7 @@ public:
         m_traced.emplace(m_scene, m_accel);
     }
     /// Returns the mean of the samples at a point of the picture, which is from -1 to 1.
-    PixelSample at(float x, float y, u32 count = 1, PathOptions options = {}) const {
+    PixelSample at(float x, float y, u32 count = 1, const PathOptions& options = {}) const {
         PixelSample mean;
         for (u32 i = 0; i < count; ++i) {
             Random random(11, i);
@@ -72,6 +72,16 @@ TEST(PathTracer, BallUnderASun_HasTheCosineOfItsNormal) {
     const Traced scene(ball(chalk) + node("sunLight", "Real intensity = 3\nReal angle = 0\n"));
     for (const Vec2& p : points)
         EXPECT_NEAR(scene.at(p.x, p.y).color.x, albedo / pi * 3.0F * ballNormal(p).z, 0.003F);
+}
+
+TEST(PathTracer, StoppedPath_TracesNoRay) {
+    const Traced scene(ball(chalk) + node("skyLight", ""));
+    std::stop_source stop;
+    stop.request_stop();
+    PathOptions options;
+    options.stop = stop.get_token();
+    EXPECT_EQ(scene.at(0, 0, 1, options).alpha, 0.0F);
+    EXPECT_EQ(scene.at(0, 0, 1).alpha, 1.0F);
 }
 
 TEST(PathTracer, BallUnderASunWithADisc_GetsTheSameLight) {

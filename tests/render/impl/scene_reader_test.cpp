@@ -1,6 +1,7 @@
 #include "render/impl/scene_reader.h"
 
 #include "kelvo/sdk/scene.h"
+#include "render/impl/stopped.h"
 #include "tests/render/render_scene_text.h"
 
 namespace qv::render::impl {
@@ -106,6 +107,16 @@ node mesh "n" {
     SceneReader reader("");
     EXPECT_EQ(textsOf(reader.read(snapshot).findings), expected);
     EXPECT_EQ(textsOf(reader.read(snapshot).findings), expected);
+}
+
+TEST(SceneReader, StoppedReading_KeepsWhatWasRead) {
+    const auto snapshot = snapshotOf(square);
+    SceneReader reader("");
+    const RenderScene before = reader.read(snapshot);
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW((void)reader.read(snapshot, stop.get_token()), Stopped);
+    EXPECT_EQ(reader.read(snapshot).instances.at(0).mesh, before.instances[0].mesh);
 }
 
 class SceneReaderUpdateTest : public testing::Test {

@@ -1,5 +1,6 @@
 #include "render/impl/texture_reader.h"
 
+#include "render/impl/stopped.h"
 #include "tests/render/picture_folder.h"
 #include "tests/render/render_scene_text.h"
 
@@ -30,6 +31,48 @@ TEST_F(TextureReaderTest, Pixels_CountBeforeTheFile) {
     ASSERT_TRUE(texture);
     EXPECT_EQ(texture->pixel(1, 0), (Vec4{{0, 1, 0}, 0}));
     EXPECT_EQ(m_findings, Texts());
+}
+
+TEST_F(TextureReaderTest, Stop_EndsTheReading) {
+    m_folder.write("a.png", OIIO::TypeDesc::UINT8, {0.5F, 0.25F, 1.0F, 0.5F});
+    const auto snapshot = snapshotOf(R"(
+node texture "file" {
+    String file = "a.png"
+}
+node texture "pixels" {
+    UInt width = 1
+    UInt height = 1
+    Buffer<Rgba8> pixels = [(1 2 3 4)]
+}
+)");
+    FindingList findings;
+    std::stop_source stop;
+    stop.request_stop();
+    for (const char* name : {"file", "pixels"})
+        EXPECT_THROW((void)readTexture(snapshot[name], m_folder.path(), findings, stop.get_token()),
+                     Stopped)
+            << name;
+}
+
+TEST_F(TextureReaderTest, TallPicture_IsReadInSeveralSteps) {
+    constexpr int width = 8, height = 40000;
+    std::vector<u8> pixels;
+    for (int i = 0; i < width * height; ++i)
+        for (const int value : {i / width % 256, i / width / 256, i % width})
+            pixels.push_back(static_cast<u8>(value));
+    const std::string path = std::string(m_folder.path().view()) + "/tall.png";
+    const auto image = OIIO::ImageOutput::create(path);
+    ASSERT_TRUE(image && image->open(path, {width, height, 3, OIIO::TypeDesc::UINT8}) &&
+                image->write_image(OIIO::TypeDesc::UINT8, pixels.data()) && image->close());
+    const auto texture = read("String file = \"tall.png\"\n");
+    ASSERT_TRUE(texture);
+    ASSERT_EQ(texture->bytes.size(), u64{width} * height * 4);
+    for (u64 i = 0; i < u64{width} * height; ++i) {
+        const u8* pixel = texture->bytes.data() + i * 4;
+        ASSERT_EQ(pixel[0] + pixel[1] * 256U, i / width);
+        ASSERT_EQ(pixel[2], i % width);
+        ASSERT_EQ(pixel[3], 255);
+    }
 }
 
 TEST_F(TextureReaderTest, PixelsOfAnotherNumber_AreAFinding) {

@@ -1,5 +1,7 @@
 #include "render/impl/triangulation.h"
 
+#include "render/impl/stopped.h"
+
 #include <gtest/gtest.h>
 
 namespace qv::render::impl {
@@ -20,6 +22,14 @@ float absoluteArea(const Corners& corners, const std::vector<Triangle>& triangle
     for (const Triangle& t : triangles)
         sum += std::abs(signedArea(corners, {t}));
     return sum;
+}
+
+TEST(Triangulation, Stop_EndsTheSearchForEars) {
+    const Corners arrow{{0, 0, 0}, {2, -1, 0}, {1, 0, 0}, {2, 1, 0}};
+    std::vector<Triangle> triangles;
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW(triangulate(arrow, triangles, stop.get_token()), Stopped);
 }
 
 TEST(Triangulation, Polygon_IsCoveredOnce) {
