@@ -135,8 +135,10 @@ SOURCES = {
                       "    return value;\n}\n"
                       "int sum(int count) {\n    int all = 0;\n"
                       "    while (count != 0)\n        all += --count;\n    return all;\n}\n",
-    "sdk/sign.cpp": "int sign(int of) {\n    if (of < 0)\n        return -1;\n    else\n"
-                    "        return 1;\n}\n",
+    "sdk/sign.cpp": "#include <optional>\nint sign(int of) {\n    if (of < 0)\n"
+                    "        return -1;\n    else\n        return 1;\n}\n"
+                    "int valueOf(std::optional<int> of) {\n    if (!of) return 0;\n"
+                    "    return *of;\n}\n",
     "sdk/size.cpp": '#include "sdk/size_steps.h"\nint twice(int size) { return doubled(size); }\n',
     "sdk/size_steps.h": "#pragma once\n"
                         "template<typename T>\nT doubled(T size) {\n    return size + size;\n}\n",
@@ -144,8 +146,10 @@ SOURCES = {
     "tests/sdk/limits_test.cpp": "#include <gtest/gtest.h>\nint atMost(int, int);\nint sum(int);\n"
                                  "TEST(Limits, AtMost) { EXPECT_EQ(atMost(5, 3), 3); }\n"
                                  "TEST(Limits, Sum) { EXPECT_EQ(sum(4), 6); }\n",
-    "tests/sdk/sign_test.cpp": "#include <gtest/gtest.h>\nint sign(int);\n"
-                               "TEST(Sign, IsCalled) { sign(-3); }\n",
+    "tests/sdk/sign_test.cpp": "#include <gtest/gtest.h>\n#include <optional>\nint sign(int);\n"
+                               "int valueOf(std::optional<int>);\n"
+                               "TEST(Sign, IsCalled) { sign(-3); }\n"
+                               "TEST(ValueOf, IsCalled) { valueOf({}); }\n",
     "tests/sdk/size_test.cpp": '#include "sdk/size.h"\n#include <gtest/gtest.h>\nint twice(int);\n'
                                "TEST(Size, Twice) { EXPECT_EQ(twice(3), 6); }\n"
                                "TEST(Size, IsEmpty) { EXPECT_TRUE(isEmpty(0)); }\n",
@@ -197,7 +201,11 @@ class Run(unittest.TestCase):
 
     def test_function_that_ends_without_its_result_is_killed(self):
         _, said = self.run_tool("sdk/sign.cpp", "--sample", "0")
-        self.assertIn("killed sdk/sign.cpp:3 tests: ended", said)
+        self.assertIn("killed sdk/sign.cpp:4 tests: ended", said)
+
+    def test_function_that_takes_what_is_not_there_is_killed(self):
+        _, said = self.run_tool("sdk/sign.cpp", "--sample", "0")
+        self.assertEqual(said.count("killed sdk/sign.cpp:9 tests: ended"), 2, said)
 
     def test_sources_stay_as_they_are(self):
         self.run_tool("sdk/limits.cpp", "--sample", "2")

@@ -17,8 +17,9 @@ SEEN = re.compile(r"\[       OK \] ([\w/.]+)(?:, where .*)? \((\d+) ms\)")
 # Suites that take longer than this in total run after the others.
 SLOW_MS = 300
 MEMORY = 6 << 30
-# Ends the program where a mutant's function ends without its result, which would be any value.
-NO_RESULT = ("-fsanitize=return", "-fsanitize-undefined-trap-on-error")
+# Ends the program where a mutant's function ends without its result, or takes what a container or
+# an optional does not have: it would go on with any value.
+STRICT = ("-fsanitize=return", "-fsanitize-undefined-trap-on-error", "-D_GLIBCXX_ASSERTIONS")
 
 
 class Broken(Exception):
@@ -213,7 +214,7 @@ class Trials:
             command[command.index(flag) + 1] = str(value)
         # A mutant that only causes a warning counts, such as an unused variable.
         command = [word for word in command if word != "-Werror" and not word.endswith("ccache")]
-        must([command[0], "-I", str(changed), *command[1:], "-w", *NO_RESULT, *flags], self.build)
+        must([command[0], "-I", str(changed), *command[1:], "-w", *STRICT, *flags], self.build)
         return made
 
 

@@ -43,6 +43,23 @@ TEST_F(SceneResult, NodeThatIsTakenAway_SaysSo) {
     EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
+TEST_F(SceneResult, ConversionThatIsTakenBack_SaysSo) {
+    struct Canceller : SceneListener {
+        void nodeConverted(Node, Node) override { scope->cancel(); }
+        const Scene::UndoScope* scope = nullptr;
+    } canceller;
+    EXPECT_TRUE(m_scene.addLibrary(LibInfo::standard()));
+    EXPECT_TRUE(m_scene.subscribe(&canceller));
+    for (const char* type : {"xform", "unknown"}) {
+        const Scene::UndoScope scope(m_scene, "Convert", "");
+        canceller.scope = &scope;
+        EXPECT_EQ(m_lamp.convertTo(type).message(),
+                  "Cannot convert node 'lamp': an observer removed it.");
+        EXPECT_EQ(m_scene["lamp"], m_lamp);
+    }
+    EXPECT_TRUE(m_scene.unsubscribe(&canceller));
+}
+
 TEST(SceneResultOfAnObserver, ThatLetsGoOfTheScene_IsThatOfANodeTakenAway) {
     struct Dropper : SceneListener {
         void nodeAdded(Node) override { scene = Scene(); }
@@ -106,6 +123,11 @@ TEST_F(SceneResult, Hierarchy_ThatIsRefused_SaysWhy) {
     EXPECT_EQ(m_lamp.parentTo(room).message(), "Node 'lamp' is a child of node 'room' already.");
     EXPECT_TRUE(m_lamp.unparentFrom(room));
     EXPECT_EQ(m_lamp.unparentFrom(room).message(), "Node 'lamp' is no child of node 'room'.");
+    EXPECT_TRUE(m_scene.read("node light \"bulb\" {\n}\nnode xform \"hall\" {\n"
+                             "    Array<Node> children = [bulb] @readonly\n}\n",
+                             "t.kns"));
+    EXPECT_EQ(m_scene["bulb"].unparentFrom(m_scene["hall"]).message(),
+              "Cannot change input 'hall.children': it is read-only.");
     const Node far = Scene::create().createNode("mesh", "moon");
     EXPECT_EQ(far.parentTo(Node()).message(), "There is no parent: the handle is empty.");
     EXPECT_EQ(far.unparentFrom(Node()).message(), "There is no parent: the handle is empty.");

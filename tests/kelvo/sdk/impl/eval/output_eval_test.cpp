@@ -74,8 +74,9 @@ bool endCondemned(EvalCtx* ctx, void* out) {
 
 // Removes the outputs of a node, and undoes that: out = in + 1
 bool renewCondemned(EvalCtx* ctx, void* out) {
-    if (Node* node = std::exchange(condemned, nullptr))
+    if (Node* node = std::exchange(condemned, nullptr)) {
         EXPECT_TRUE(node->clearOutputs() && node->scene()->undo());
+    }
     return addOne<true>(ctx, out);
 }
 
