@@ -10,6 +10,7 @@
 #include <chrono>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 namespace qv::render {
 
@@ -34,9 +35,10 @@ public:
     }
 
     void update(const kelvo_sdk::Snapshot& to, const std::stop_token& stop) {
-        m_reader.forget(kelvo_sdk::delta(m_snapshot, to));
+        const kelvo_sdk::SnapshotDelta delta(m_snapshot, to);
+        m_reader.forget(delta);
         m_snapshot = to;
-        prepare(stop);
+        prepare(stop, &delta);
     }
 
     Result render(const RenderLimit& until, const RenderProgress& progress,
@@ -104,8 +106,9 @@ private:
         return Result::failure("The rendering of the part was stopped.");
     }
 
-    // Makes all that rendering needs; a stop leaves the rest to another call.
-    void prepare(const std::stop_token& stop) {
+    // Makes all that rendering needs; a stop leaves the rest to another call. The delta leads to
+    // the snapshot from that of the scene.
+    void prepare(const std::stop_token& stop, const kelvo_sdk::SnapshotDelta* delta = nullptr) {
         m_isPrepared = false;
         m_traced.reset();
         m_notes.clear();
@@ -113,23 +116,37 @@ private:
         m_isReady = checkPictureSize(m_settings.width, m_settings.height);
         if (m_isReady) m_film.emplace(m_settings.width, m_settings.height);
         try {
-            makeScene(stop);
+            readScene(stop, delta);
+            makeReady(stop);
             m_isPrepared = true;
         } catch (const Stopped&) {
             m_notes.clear();
         }
     }
 
-    void makeScene(const std::stop_token& stop) {
-        m_scene = m_reader.read(m_snapshot, stop);
+    void readScene(const std::stop_token& stop, const kelvo_sdk::SnapshotDelta* delta) {
+        m_scene.lights.resize(m_scene.lights.size() - std::exchange(m_addedLights, 0));
+        if (m_isRead && delta == nullptr) return;
+        const SceneUpdate update = std::exchange(m_isRead, false)
+                                       ? m_reader.update(m_scene, m_snapshot, *delta, stop)
+                                       : SceneUpdate::Impossible;
+        m_isBuilt &= update == SceneUpdate::Looks;
+        if (update == SceneUpdate::Impossible) m_scene = m_reader.read(m_snapshot, stop);
+        m_isRead = true;
+    }
+
+    void makeReady(const std::stop_token& stop) {
         if (!m_isReady) return;
         const Camera camera = chooseCamera();
         if (!hasLight(m_scene)) {
             m_notes.push_back("The scene has no light: a sun and a sky are added.");
+            const u64 before = m_scene.lights.size();
             addDefaultLights(camera, m_scene.lights);
+            m_addedLights = m_scene.lights.size() - before;
         }
         m_camera.emplace(camera, m_settings.width, m_settings.height);
-        m_accel.build(m_scene.instances, m_settings.threads, stop);
+        if (!m_isBuilt) m_accel.build(m_scene.instances, m_settings.threads, stop);
+        m_isBuilt = true;
         m_traced.emplace(m_scene, m_accel, stop);
         m_isDone.assign(m_film->tileCount(), false);
     }
@@ -262,7 +279,11 @@ private:
     std::vector<String> m_notes;
     // The samples that all pixels have, but for those of tiles that are done.
     u32 m_samples = 0;
+    // The scene is that of the snapshot, the tree that of the scene, and all is ready for rays.
+    bool m_isRead = false;
+    bool m_isBuilt = false;
     bool m_isPrepared = false;
+    u64 m_addedLights = 0;
 };
 
 Renderer::Renderer(const kelvo_sdk::Snapshot& snapshot, RenderSettings settings,

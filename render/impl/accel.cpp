@@ -4,6 +4,7 @@
 #include "render/impl/stopped.h"
 
 #include <chrono>
+#include <cstring>
 #include <unordered_set>
 
 namespace qv::render::impl {
@@ -72,6 +73,13 @@ std::unique_ptr<EmbreeScene> builtTree(RTCDevice device, const Mesh& mesh,
     return scene;
 }
 
+// Compares bits: zeros of either sign are different.
+template<class T>
+bool areSame(const std::vector<T>& a, const std::vector<T>& b) noexcept {
+    static_assert(sizeof(T) == sizeof(u64) + 12 * sizeof(float));
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
 template<class T>
 void waitFor(const std::future<T>& made, const std::stop_token& stop) {
     while (made.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
@@ -85,6 +93,7 @@ Accel::Accel() : m_device(rtcNewDevice("threads=1")) {}
 Accel::~Accel() {
     m_leftTrees.clear();
     m_top.reset();
+    m_groups.clear();
     m_meshes.clear();
     rtcReleaseDevice(m_device);
 }
@@ -120,6 +129,7 @@ void Accel::buildMeshes(const std::vector<Instance>& instances, u32 threads,
         MeshTree& tree = m_meshes[instance.mesh.get()];
         if (tree.scene) continue;
         tree.mesh = instance.mesh;
+        tree.number = ++m_treesMade;
         open.push_back(&tree);
     }
     std::erase_if(m_meshes, [&](const auto& entry) { return !used.contains(entry.first); });
@@ -128,30 +138,106 @@ void Accel::buildMeshes(const std::vector<Instance>& instances, u32 threads,
 
 void Accel::build(const std::vector<Instance>& instances, u32 threads,
                   const std::stop_token& stop) {
-    m_top.reset();
     waitForLeftTrees(stop);
     buildMeshes(instances, threads, stop);
-    m_top = std::make_unique<EmbreeScene>(m_device);
-    for (u32 i = 0; i < instances.size(); ++i) {
+    m_groups = groupsFor(instances, stop);
+    std::vector<Group*> open;
+    for (Group& group : m_groups)
+        if (!group.scene) open.push_back(&group);
+    m_groupsMade = open.size();
+    Workers(threads).run(open.size(), [&](u64 i) { buildGroup(*open[i], instances, stop); });
+    buildTop(stop);
+}
+
+Accel::Groups Accel::groupsFor(const std::vector<Instance>& instances,
+                               const std::stop_token& stop) {
+    std::unordered_map<u64, Group*> before;
+    for (Group& group : m_groups)
+        before.emplace(group.instances.region, &group);
+    Groups made;
+    for (InstanceGroup& near : groupsOf(instances)) {
         endIfStopped(stop);
-        const Transform& t = instances[i].toWorld;
+        Group group{std::move(near), {}, nullptr};
+        for (const u32 number : group.instances.numbers) {
+            const Instance& instance = instances[number];
+            group.placed.push_back({m_meshes.at(instance.mesh.get()).number, instance.toWorld});
+        }
+        const auto found = before.find(group.instances.region);
+        if (found != before.end() && areSame(found->second->placed, group.placed))
+            group.scene = std::move(found->second->scene);
+        made.push_back(std::move(group));
+    }
+    return made;
+}
+
+void Accel::buildGroup(Group& group, const std::vector<Instance>& instances,
+                       const std::stop_token& stop) const {
+    auto scene = std::make_unique<EmbreeScene>(m_device);
+    for (u32 i = 0; i < group.placed.size(); ++i) {
+        endIfStopped(stop);
+        const Transform& t = group.placed[i].toWorld;
         const float columns[12] = {t.x.x, t.x.y, t.x.z, t.y.x,      t.y.y,      t.y.z,
                                    t.z.x, t.z.y, t.z.z, t.origin.x, t.origin.y, t.origin.z};
+        const Mesh* mesh = instances[group.instances.numbers[i]].mesh.get();
         RTCGeometry geometry = rtcNewGeometry(m_device, RTC_GEOMETRY_TYPE_INSTANCE);
-        rtcSetGeometryInstancedScene(geometry, m_meshes.at(instances[i].mesh.get()).scene->get());
+        rtcSetGeometryInstancedScene(geometry, m_meshes.at(mesh).scene->get());
         rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, columns);
         rtcCommitGeometry(geometry);
-        rtcAttachGeometryByID(m_top->get(), geometry, i);
+        rtcAttachGeometryByID(scene->get(), geometry, i);
         rtcReleaseGeometry(geometry);
     }
+    scene->commit(stop);
+    group.scene = std::move(scene);
+}
+
+void Accel::buildTop(const std::stop_token& stop) {
+    m_top.reset();
+    m_root = m_groups[0].scene->get();
+    if (m_groups.size() == 1) return;
+    m_top = std::make_unique<EmbreeScene>(m_device);
+    RTCGeometry geometry = rtcNewGeometry(m_device, RTC_GEOMETRY_TYPE_USER);
+    rtcSetGeometryUserPrimitiveCount(geometry, static_cast<u32>(m_groups.size()));
+    rtcSetGeometryUserData(geometry, &m_groups);
+    rtcSetGeometryBoundsFunction(geometry, &boundGroup, nullptr);
+    rtcSetGeometryIntersectFunction(geometry, &findInGroup);
+    rtcSetGeometryOccludedFunction(geometry, &blockInGroup);
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometry(m_top->get(), geometry);
+    rtcReleaseGeometry(geometry);
     m_top->commit(stop);
+    m_root = m_top->get();
+}
+
+void Accel::boundGroup(const RTCBoundsFunctionArguments* arguments) {
+    const auto& groups = *static_cast<const Groups*>(arguments->geometryUserPtr);
+    rtcGetSceneBounds(groups[arguments->primID].scene->get(), arguments->bounds_o);
+}
+
+// Groups are asked for single rays only.
+void Accel::findInGroup(const RTCIntersectFunctionNArguments* arguments) {
+    const auto& groups = *static_cast<const Groups*>(arguments->geometryUserPtr);
+    const Group& group = groups[arguments->primID];
+    auto& found = *reinterpret_cast<RTCRayHit*>(arguments->rayhit);
+    const RTCHit before = found.hit;
+    found.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(group.scene->get(), arguments->context, &found);
+    if (found.hit.geomID == RTC_INVALID_GEOMETRY_ID)
+        found.hit = before;
+    else
+        found.hit.instID[0] = group.instances.numbers[found.hit.instID[0]];
+}
+
+void Accel::blockInGroup(const RTCOccludedFunctionNArguments* arguments) {
+    const auto& groups = *static_cast<const Groups*>(arguments->geometryUserPtr);
+    rtcOccluded1(groups[arguments->primID].scene->get(), arguments->context,
+                 reinterpret_cast<RTCRay*>(arguments->ray));
 }
 
 bool Accel::isBlocked(const Ray& ray) const noexcept {
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRay r = rayOf(ray);
-    rtcOccluded1(m_top->get(), &context, &r);
+    rtcOccluded1(m_root, &context, &r);
     return r.tfar < 0.0F; // Embree sets it to minus infinity.
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/impl/render_scene.h"
+#include "render/impl/instance_groups.h"
 
 #include <embree3/rtcore.h>
 
@@ -54,7 +54,8 @@ private:
 [[nodiscard]] std::optional<Hit> nearestIn(RTCScene scene, const Ray& ray) noexcept;
 
 /// Finds where rays meet the instances of a scene. Trees of meshes are kept as long as a scene uses
-/// them; the tree above them is made anew, so that it is that of a fresh start.
+/// them. Above them are trees of groups of instances, which are kept while their instances stay the
+/// same, and above these one tree that is made anew: together they are those of a fresh start.
 ///
 /// Embree builds each tree on one thread: what rays meet first where triangles touch must not
 /// depend on the number of threads. Different trees are built at once.
@@ -71,26 +72,55 @@ public:
                const std::stop_token& stop = {});
 
     [[nodiscard]] std::optional<Hit> nearest(const Ray& ray) const noexcept {
-        return nearestIn(m_top->get(), ray);
+        return nearestIn(m_root, ray);
     }
     /// Tells whether anything is on the ray.
     [[nodiscard]] bool isBlocked(const Ray& ray) const noexcept;
+
+    /// The trees of groups of instances that the last `build` made.
+    [[nodiscard]] u64 groupsMade() const noexcept { return m_groupsMade; }
 
 private:
     struct MeshTree {
         std::shared_ptr<const Mesh> mesh;
         std::unique_ptr<EmbreeScene> scene;
+        u64 number = 0;
     };
+    /// A tree of a mesh at a place.
+    struct Placed {
+        u64 tree = 0;
+        Transform toWorld;
+    };
+    struct Group {
+        InstanceGroup instances;
+        std::vector<Placed> placed;
+        std::unique_ptr<EmbreeScene> scene;
+    };
+    using Groups = std::vector<Group>;
 
     void buildMeshes(const std::vector<Instance>& instances, u32 threads,
                      const std::stop_token& stop);
     [[nodiscard]] std::unique_ptr<EmbreeScene> treeOf(const std::shared_ptr<const Mesh>& mesh,
                                                       const std::stop_token& stop);
     void waitForLeftTrees(const std::stop_token& stop);
+    // Takes the groups that are still right from the ones before.
+    [[nodiscard]] Groups groupsFor(const std::vector<Instance>& instances,
+                                   const std::stop_token& stop);
+    void buildGroup(Group& group, const std::vector<Instance>& instances,
+                    const std::stop_token& stop) const;
+    void buildTop(const std::stop_token& stop);
+    static void boundGroup(const RTCBoundsFunctionArguments* arguments);
+    static void findInGroup(const RTCIntersectFunctionNArguments* arguments);
+    static void blockInGroup(const RTCOccludedFunctionNArguments* arguments);
 
     RTCDevice m_device;
     std::unordered_map<const Mesh*, MeshTree> m_meshes;
+    u64 m_treesMade = 0;
+    Groups m_groups;
+    u64 m_groupsMade = 0;
+    // Above the groups, if there are several.
     std::unique_ptr<EmbreeScene> m_top;
+    RTCScene m_root = nullptr;
     std::mutex m_leaving;
     // Trees whose end nobody waited for after a stop.
     std::vector<std::future<std::unique_ptr<EmbreeScene>>> m_leftTrees;

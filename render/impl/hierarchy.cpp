@@ -71,7 +71,7 @@ public:
         : m_findings(findings), m_visit(visit), m_stop(stop), m_left(atMost) {}
 
     void walk(const SnapshotNode& top) {
-        enter(top, math::Mat4d::identity);
+        enter(top, math::Mat4d::identity, noPlace);
         while (!m_way.empty()) {
             Step& step = m_way.back();
             if (step.next == step.children.size()) {
@@ -81,32 +81,34 @@ public:
             }
             const SnapshotNode child = step.children[step.next++];
             const math::Mat4d toWorld = step.toWorld; // The step moves when the way grows.
-            enter(child, toWorld);
+            enter(child, toWorld, step.place);
         }
     }
 
 private:
     struct Step {
         SnapshotNode node;
+        u32 place = 0;
         math::Mat4d toWorld;
         ds::Vector<SnapshotNode> children;
         u64 next = 0;
     };
 
-    void enter(const SnapshotNode& node, const math::Mat4d& parent) {
+    void enter(const SnapshotNode& node, const math::Mat4d& above, u32 parent) {
         endIfStopped(m_stop);
         if (m_onWay.contains(node.number()))
             return m_findings.add(node, "The node is below itself, which cannot be shown.");
         if (m_left == 0)
             return m_findings.add(node, "There are too many places in the scene to show all.");
         --m_left;
-        m_visit(node, parent);
+        const u32 place = m_visited++;
+        m_visit(node, above, parent);
         if (!node.isTypeOf("xform") || !node["visible"].get<bool>(true)) return;
         const math::Mat4d own = node.matrix();
         if (!isUsable(Transform(own)))
             return m_findings.add(node, "The matrix is not finite or cannot be inverted.");
         m_onWay.insert(node.number());
-        m_way.push_back({node, own * parent, node.children()});
+        m_way.push_back({node, place, own * above, node.children()});
     }
 
     FindingList& m_findings;
@@ -115,6 +117,7 @@ private:
     std::vector<Step> m_way;
     Numbers m_onWay;
     u64 m_left;
+    u32 m_visited = 0;
 };
 
 } // namespace

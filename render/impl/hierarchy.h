@@ -10,9 +10,12 @@ namespace qv::render::impl {
 
 inline constexpr u64 mostPlaces = u64{1} << 24;
 
-/// Gets a node at one of its places: the product of the matrices from the top down to it.
-using PlaceVisitor =
-    std::function<void(const kelvo_sdk::SnapshotNode& node, const math::Mat4d& toWorld)>;
+inline constexpr u32 noPlace = 0xffffffff;
+
+/// Gets a node at one of its places: the product of the matrices from the top down to it, and the
+/// place of its parent. Places are counted from 0 as they are visited.
+using PlaceVisitor = std::function<void(const kelvo_sdk::SnapshotNode& node,
+                                        const math::Mat4d& toWorld, u32 parent)>;
 
 /// Visits all nodes at all their places, those of the hierarchy below their parents. Leaves out
 /// what is below an invisible node. Findings tell of cycles, of matrices that cannot be inverted,

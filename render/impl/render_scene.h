@@ -108,6 +108,8 @@ struct Instance {
     std::shared_ptr<const Material> material;
     Transform toWorld;
     kelvo_sdk::NodeNumber node = kelvo_sdk::noNodeNumber;
+    /// In the world.
+    Box bounds = {};
 };
 
 enum class LightShape : u32 { Sphere, Spot, Sun, Rectangle, Ellipse, Sky };
@@ -160,6 +162,15 @@ struct RenderScene {
     Box bounds;
     Vec3 up{0, 1, 0};
     std::vector<Finding> findings;
+
+    /// Makes the bounds those of the instances.
+    void addBounds() noexcept {
+        bounds = {};
+        for (const Instance& instance : instances) {
+            bounds.add(instance.bounds.min);
+            bounds.add(instance.bounds.max);
+        }
+    }
 };
 
 } // namespace qv::render::impl

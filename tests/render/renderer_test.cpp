@@ -275,6 +275,10 @@ class RendererUpdateTest : public testing::Test {
 protected:
     RendererUpdateTest() {
         const std::string text = studio() + R"(
+node xform "outer" {
+    Array<Node> children = [place, lamp]
+    Mat4 matrix = (1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1)
+}
 node xform "place" {
     Array<Node> children = [square, ball]
 }
@@ -320,6 +324,8 @@ node texture "picture" {
         if (kind == 7) (void)m_scene["m"]["roughness"].set(amount);
         if (kind == 8 && m_scene["square"]) (void)m_scene.removeNode(m_scene["square"]);
         if (kind == 9) (void)m_scene.undo();
+        if (kind == 10) (void)m_scene["lamp"]["position"].set(math::Pos3d{{2 * amount, 3, 4}});
+        if (kind == 11) (void)m_scene["outer"]["matrix"].set(moved(amount));
     }
     Scene m_scene = Scene::create();
     std::optional<Renderer> m_renderer;
@@ -328,9 +334,9 @@ node texture "picture" {
 TEST_F(RendererUpdateTest, RandomEdits_GiveThePictureOfAFreshStart) {
     EXPECT_TRUE(m_scene.setUndoEnabled(true));
     u64 state = 5;
-    for (u32 round = 0; round < 40; ++round) {
+    for (u32 round = 0; round < 60; ++round) {
         state = state * 6364136223846793005 + 1442695040888963407;
-        const u32 kind = static_cast<u32>(state >> 33) % 10;
+        const u32 kind = static_cast<u32>(state >> 33) % 12;
         edit(kind, static_cast<double>(state >> 40) * 0x1p-24);
         expectFresh(("round " + std::to_string(round) + ", edit " + std::to_string(kind)).c_str());
     }

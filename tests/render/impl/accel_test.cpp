@@ -23,7 +23,12 @@ Instance at(const std::shared_ptr<const Mesh>& mesh, const Vec3& origin, float s
     Transform place;
     place.x.x = place.y.y = place.z.z = size;
     place.origin = origin;
-    return {mesh, std::make_shared<const Material>(), place, 0};
+    return {mesh, std::make_shared<const Material>(), place, 0, {}};
+}
+void place(Instance& instance, const Vec3& origin) {
+    instance.toWorld.origin = origin;
+    instance.bounds.min = origin + Vec3{-1, -1, -1};
+    instance.bounds.max = origin + Vec3{1, 1, 0};
 }
 Ray down(float x, float y) {
     return {{x, y, 10}, {0, 0, -1}};
@@ -124,6 +129,88 @@ TEST(Accel, LargeMeshWhoseBuildWasStopped_IsBuiltLater) {
         const auto hit = accel.nearest(down(x, x));
         ASSERT_TRUE(hit);
         EXPECT_EQ(hit->triangle, 2 * (static_cast<u32>(x) * 301));
+    }
+}
+
+// Meshes in rows of 200, which overlap.
+std::vector<Instance> field(u32 count) {
+    const auto mesh = twoTriangles();
+    std::vector<Instance> instances;
+    for (u32 i = 0; i < count; ++i) {
+        instances.push_back(at(mesh, {}));
+        place(instances[i], {static_cast<float>(i % 200), static_cast<float>(i / 200), 0});
+    }
+    return instances;
+}
+
+void expectSameHits(const Accel& a, const Accel& b) {
+    u32 hits = 0;
+    for (u32 i = 0; i < 5000; ++i) {
+        const Ray ray = down(static_cast<float>(i % 71) * 2.83F, static_cast<float>(i) * 0.02F);
+        const auto first = a.nearest(ray), second = b.nearest(ray);
+        ASSERT_EQ(first.has_value(), second.has_value());
+        ASSERT_EQ(a.isBlocked(ray), first.has_value());
+        if (!first) continue;
+        ++hits;
+        ASSERT_EQ(first->instance, second->instance);
+        ASSERT_EQ(first->triangle, second->triangle);
+        ASSERT_EQ(first->distance, second->distance);
+        ASSERT_EQ(first->weights, second->weights);
+    }
+    EXPECT_GT(hits, 1000U);
+}
+
+TEST(Accel, HitAmongVeryManyInstances_KnowsItsOwn) {
+    const std::vector<Instance> instances = field(20000);
+    Accel accel;
+    accel.build(instances, 2);
+    for (u32 i = 0; i < instances.size(); i += 37) {
+        const Vec3& origin = instances[i].toWorld.origin;
+        const auto hit = accel.nearest(down(origin.x - 0.3F, origin.y - 0.9F));
+        ASSERT_TRUE(hit);
+        const Vec3& met = instances[hit->instance].toWorld.origin;
+        // Neighbours overlap there.
+        EXPECT_LE(std::abs(met.x - origin.x), 1.0F);
+        EXPECT_LE(std::abs(met.y - origin.y), 1.0F);
+    }
+    EXPECT_FALSE(accel.nearest(down(500, 0)));
+    EXPECT_FALSE(accel.isBlocked(down(500, 0)));
+}
+
+TEST(Accel, MovedInstance_MakesTheGroupsAnewThatItLeavesAndEnters) {
+    std::vector<Instance> instances = field(20000);
+    Accel accel;
+    accel.build(instances, 1);
+    const u64 all = accel.groupsMade();
+    EXPECT_GT(all, 4U);
+    accel.build(instances, 1);
+    EXPECT_EQ(accel.groupsMade(), 0U);
+    place(instances[5], {150.5F, 70.5F, 0});
+    accel.build(instances, 1);
+    EXPECT_EQ(accel.groupsMade(), 2U);
+    Accel fresh;
+    fresh.build(instances, 1);
+    EXPECT_EQ(fresh.groupsMade(), all);
+    expectSameHits(accel, fresh);
+}
+
+TEST(Accel, RandomChanges_GiveTheHitsOfAFreshStart) {
+    std::vector<Instance> instances = field(9000);
+    Accel accel;
+    u64 state = 3;
+    for (u32 round = 0; round < 12; ++round) {
+        state = state * 6364136223846793005 + 1442695040888963407;
+        const u32 number = static_cast<u32>(state >> 33) % 3000, kind = round % 4;
+        const Vec3 to{static_cast<float>(number % 190), static_cast<float>(number % 40), 0.5F};
+        if (kind == 0) place(instances[number], to);
+        if (kind == 1) instances.erase(instances.begin() + number);
+        if (kind == 2) instances.push_back(at(instances[0].mesh, to));
+        if (kind == 2) place(instances.back(), to);
+        if (kind == 3) instances[number].mesh = twoTriangles();
+        accel.build(instances, 2);
+        Accel fresh;
+        fresh.build(instances, 1);
+        expectSameHits(accel, fresh);
     }
 }
 

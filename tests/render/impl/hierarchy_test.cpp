@@ -18,7 +18,7 @@ protected:
         FindingList findings;
         Texts visited;
         visitPlaces(snapshot, findings,
-                    [&](const kelvo_sdk::SnapshotNode& node, const math::Mat4d& matrix) {
+                    [&](const kelvo_sdk::SnapshotNode& node, const math::Mat4d& matrix, u32) {
                         visited.push_back(std::string(node.name().view()) + " " +
                                           std::to_string(static_cast<int>(matrix[3][0])));
                     });
@@ -38,6 +38,18 @@ TEST_F(HierarchyTest, Node_IsVisitedAtEachOfItsPlaces) {
                                 xform("c", "leaf", 20) + "node mesh \"leaf\" {\n}\n");
     EXPECT_EQ(visited, (Texts{"a 0", "b 1", "leaf 11", "c 1", "leaf 21"}));
     EXPECT_EQ(m_findings, Texts());
+}
+
+TEST_F(HierarchyTest, Place_KnowsThatOfItsParent) {
+    const auto snapshot = snapshotOf(xform("a", "b, c") + xform("b", "leaf") + xform("c", "leaf") +
+                                     "node mesh \"leaf\" {\n}\nnode mesh \"other\" {\n}\n");
+    FindingList findings;
+    std::vector<u32> parents;
+    visitPlaces(snapshot, findings,
+                [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&, u32 parent) {
+                    parents.push_back(parent);
+                });
+    EXPECT_EQ(parents, (std::vector<u32>{noPlace, 0, 1, 0, 3, noPlace}));
 }
 
 TEST_F(HierarchyTest, InvisibleNode_HidesItsChildren) {
@@ -72,7 +84,8 @@ TEST_F(HierarchyTest, Stop_VisitsNoFurtherNode) {
     FindingList findings;
     std::stop_source stop;
     u64 count = 0;
-    const PlaceVisitor stopAtTheSecond = [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&) {
+    const PlaceVisitor stopAtTheSecond = [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&,
+                                             u32) {
         if (++count == 2) stop.request_stop();
     };
     EXPECT_THROW(visitPlaces(snapshot, findings, stopAtTheSecond, stop.get_token()), Stopped);
@@ -99,8 +112,8 @@ TEST_F(HierarchyTest, ExponentiallyManyPlaces_EndWithAFinding) {
     FindingList findings;
     u64 count = 0;
     visitPlaces(
-        snapshot, findings, [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&) { ++count; },
-        {}, 1000);
+        snapshot, findings,
+        [&](const kelvo_sdk::SnapshotNode&, const math::Mat4d&, u32) { ++count; }, {}, 1000);
     EXPECT_EQ(count, 1000U);
     ASSERT_FALSE(findings.list().empty());
     EXPECT_EQ(findings.list()[0].text, "There are too many places in the scene to show all.");

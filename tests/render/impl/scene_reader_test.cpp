@@ -186,5 +186,177 @@ TEST_F(SceneReaderUpdateTest, RemovedMesh_IsNoInstance) {
     EXPECT_EQ(update().instances.size(), 1U);
 }
 
+/// Updates a scene in place and compares it with one that is read as a whole.
+class ScenePatchTest : public testing::Test {
+protected:
+    ScenePatchTest() {
+        const std::string text = square + R"(
+node xform "outer" {
+    Array<Node> children = [inner, square]
+    Mat4 matrix = (1 0 0 0  0 1 0 0  0 0 1 0  1 2 3 1)
+}
+node xform "inner" {
+    Array<Node> children = [shape, lamp, eye, panel]
+    Mat4 matrix = (2 0 0 0  0 2 0 0  0 0 2 0  0 0 0 1)
+}
+node xform "again" {
+    Array<Node> children = [inner]
+    Mat4 matrix = (1 0 0 0  0 1 0 0  0 0 1 0  0 7 0 1)
+}
+node mesh "shape" {
+    Buffer<Pos3f> positions = [(0 0 0) (1 0 0) (0 1 0)]
+    Buffer<UInt32> indices = [0 1 2]
+    Node material = red
+}
+node light "lamp" {
+    Pos3 position = (0 1 0)
+}
+node areaLight "panel" {
+}
+node camera "eye" {
+}
+node skyLight "sky" {
+    Node texture = picture
+}
+node material "red" {
+    Rgba baseColor = (1 0 0 1)
+}
+node texture "picture" {
+    UInt width = 1
+    UInt height = 1
+    Buffer<Rgba8> pixels = [(1 2 3 4)]
+}
+)";
+        EXPECT_TRUE(m_scene.read(text.c_str(), "scene.kns"));
+        m_snapshot = m_scene.snapshot();
+        m_made = m_reader.read(m_snapshot);
+    }
+    // Returns what the update was; the scene is read as a whole where it was impossible.
+    SceneUpdate update() {
+        const kelvo_sdk::Snapshot next = m_scene.snapshot();
+        const kelvo_sdk::SnapshotDelta delta(m_snapshot, next);
+        m_reader.forget(delta);
+        m_snapshot = next;
+        const SceneUpdate made = m_reader.update(m_made, next, delta);
+        m_visited = m_reader.visitedPlaces();
+        if (made == SceneUpdate::Impossible) m_made = m_reader.read(next);
+        expectWhole();
+        return made;
+    }
+    void expectWhole() const {
+        const RenderScene whole = SceneReader("").read(m_snapshot);
+        ASSERT_EQ(m_made.instances.size(), whole.instances.size());
+        for (u64 i = 0; i < whole.instances.size(); ++i) {
+            const Instance &a = m_made.instances[i], &b = whole.instances[i];
+            EXPECT_EQ(a.toWorld, b.toWorld);
+            EXPECT_EQ(a.node, b.node);
+            EXPECT_EQ(a.mesh->positions, b.mesh->positions);
+            EXPECT_EQ(a.material->baseColor, b.material->baseColor);
+            EXPECT_EQ(a.bounds.min, b.bounds.min);
+            EXPECT_EQ(a.bounds.max, b.bounds.max);
+        }
+        ASSERT_EQ(m_made.lights.size(), whole.lights.size());
+        for (u64 i = 0; i < whole.lights.size(); ++i) {
+            EXPECT_EQ(m_made.lights[i].place, whole.lights[i].place);
+            EXPECT_EQ(m_made.lights[i].color.plain, whole.lights[i].color.plain);
+            ASSERT_EQ(!m_made.lights[i].texture, !whole.lights[i].texture);
+            if (!whole.lights[i].texture) continue;
+            EXPECT_EQ(m_made.lights[i].texture->bytes, whole.lights[i].texture->bytes);
+        }
+        ASSERT_EQ(m_made.cameras.size(), whole.cameras.size());
+        for (u64 i = 0; i < whole.cameras.size(); ++i)
+            EXPECT_EQ(m_made.cameras[i].camera.place, whole.cameras[i].camera.place);
+        EXPECT_EQ(m_made.bounds.min, whole.bounds.min);
+        EXPECT_EQ(m_made.bounds.max, whole.bounds.max);
+        EXPECT_EQ(textsOf(m_made.findings), textsOf(whole.findings));
+    }
+    void move(const char* name, double x) {
+        EXPECT_TRUE(m_scene[name]["matrix"].set(math::Mat4d::translation({{x, 0, 0.1 * x}})));
+    }
+    kelvo_sdk::Scene m_scene = kelvo_sdk::Scene::create();
+    SceneReader m_reader{""};
+    kelvo_sdk::Snapshot m_snapshot;
+    RenderScene m_made;
+    u64 m_visited = 0;
+};
+
+TEST_F(ScenePatchTest, MovedNode_IsVisitedWithWhatIsBelow) {
+    move("inner", 5);
+    EXPECT_EQ(update(), SceneUpdate::Places);
+    EXPECT_EQ(m_visited, 10U); // Four nodes below, at two places.
+    move("again", 2);
+    EXPECT_EQ(update(), SceneUpdate::Places);
+    EXPECT_EQ(m_visited, 6U);
+    move("outer", 3);
+    move("inner", 3);
+    EXPECT_EQ(update(), SceneUpdate::Places);
+}
+
+TEST_F(ScenePatchTest, ChangedColor_LeavesPlacesAlone) {
+    EXPECT_TRUE(m_scene["red"]["baseColor"].set(math::Rgbad{{0, 1, 0, 1}}));
+    EXPECT_EQ(update(), SceneUpdate::Looks);
+    EXPECT_EQ(m_visited, 1U); // The material itself, which shows nothing.
+    EXPECT_EQ(m_made.instances[0].material->baseColor, (Vec3{0, 1, 0}));
+}
+
+TEST_F(ScenePatchTest, ChangedLightAndCamera_LeavePlacesAlone) {
+    EXPECT_TRUE(m_scene["lamp"]["position"].set(math::Pos3d{{3, 2, 1}}));
+    EXPECT_EQ(update(), SceneUpdate::Looks);
+    EXPECT_TRUE(m_scene["eye"]
+                    .createInput("position", kelvo_sdk::AttrType::Pos3)
+                    .set(math::Pos3d{{3, 2, 1}}));
+    EXPECT_EQ(update(), SceneUpdate::Looks);
+}
+
+TEST_F(ScenePatchTest, ChangedMesh_StaysWhereItIs) {
+    EXPECT_TRUE(m_scene["shape"]["positions"].setBuffer(
+        std::vector<math::Pos3f>{{{0, 0, 0}}, {{1, 0, 0}}, {{0, 9, 0}}}));
+    EXPECT_EQ(update(), SceneUpdate::Places);
+    EXPECT_EQ(m_visited, 2U);
+}
+
+TEST_F(ScenePatchTest, OtherParts_AreReadAsAWhole) {
+    const auto expectImpossible = [&](const char* note) {
+        EXPECT_EQ(update(), SceneUpdate::Impossible) << note;
+    };
+    EXPECT_TRUE(m_scene["inner"]["matrix"].set(math::Mat4d()));
+    expectImpossible("a matrix that cannot be inverted");
+    move("inner", 1);
+    expectImpossible("one that can be again");
+    EXPECT_TRUE(m_scene["shape"]["indices"].set(qv::String("[0 1]")));
+    expectImpossible("a mesh without triangles");
+    EXPECT_TRUE(m_scene["shape"]["indices"].set(qv::String("[0 1 2]")));
+    expectImpossible("one with triangles again");
+    EXPECT_TRUE(m_scene["lamp"].createInput("intensity", kelvo_sdk::AttrType::Real).set(0.0));
+    expectImpossible("a light that does not shine");
+    EXPECT_TRUE(m_scene["picture"]["pixels"].set(qv::String("[(9 9 9 9)]")));
+    expectImpossible("the picture of a sky");
+    EXPECT_TRUE(m_scene["red"]
+                    .createInput("baseColorTexture", kelvo_sdk::AttrType::Node)
+                    .set(m_scene["picture"]));
+    expectImpossible("missing texture coordinates");
+    EXPECT_TRUE(m_scene["red"].removeInput("baseColorTexture"));
+    expectImpossible("a finding that goes away");
+    EXPECT_TRUE(m_scene["outer"]["children"].append().set(m_scene["lamp"]));
+    expectImpossible("another child");
+    EXPECT_TRUE(m_scene["eye"].rename("nose"));
+    expectImpossible("another name");
+    EXPECT_TRUE(m_scene.removeNode(m_scene["lamp"]));
+    expectImpossible("a node less");
+}
+
+TEST_F(ScenePatchTest, StoppedUpdate_IsReadAsAWhole) {
+    move("inner", 5);
+    const kelvo_sdk::Snapshot next = m_scene.snapshot();
+    const kelvo_sdk::SnapshotDelta delta(m_snapshot, next);
+    m_reader.forget(delta);
+    m_snapshot = next;
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW((void)m_reader.update(m_made, next, delta, stop.get_token()), Stopped);
+    m_made = m_reader.read(next);
+    expectWhole();
+}
+
 } // namespace
 } // namespace qv::render::impl
