@@ -91,7 +91,7 @@ TEST(ModelImport, OfAGltfCamera_StandsAtItsNodeAndSeesItsVerticalAngle) {
     ASSERT_TRUE(model.isDone) << model.report.error;
     const Node camera = model.named("camera", "eye");
     ASSERT_TRUE(camera);
-    EXPECT_EQ(camera["position"].get<math::Pos3d>(), math::Pos3d(0, 0, 0));
+    EXPECT_EQ(camera["position"].get<math::Pos3d>(), math::Pos3d{});
     EXPECT_NEAR(camera["horizontalFov"].get<double>(), 2 * std::atan(1.5 * std::tan(0.35)), 1e-6);
     EXPECT_NEAR(camera["aspect"].get<double>(), 1.5, 1e-6);
     const auto place = model.named("xform", "eye")["matrix"].get<math::Mat4d>();
