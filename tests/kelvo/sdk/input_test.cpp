@@ -313,6 +313,11 @@ TEST_F(InputHandle, AModifier_KeepsTheValueOfTheUser) {
     EXPECT_FALSE(Input().keptValue());
 }
 
+TEST_F(InputHandle, MarkOfTheText_IsTold) {
+    ASSERT_TRUE(m_scene.read("node a \"a\" {\n    Real size = 3 @silent\n}\n", "a.kns"));
+    EXPECT_TRUE(m_scene["a"]["size"].isSilent());
+}
+
 TEST_F(InputHandle, AValueKeptInTheText_IsNoModification) {
     ASSERT_TRUE(m_scene.read("node a \"a\" {\n    Real size = 3 @stashed 2\n}\n", "a.kns"));
     const Input size = m_scene["a"]["size"];

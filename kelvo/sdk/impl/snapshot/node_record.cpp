@@ -40,7 +40,6 @@ NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String na
     record->m_extras = extras.detach();
     record->m_listCount = static_cast<u32>(lists.size());
     record->m_connectionCount = static_cast<u32>(connections.size());
-    record->m_valueBytes = valueBytes;
     std::ranges::copy(lists, const_cast<RecordList*>(record->lists().data()));
     std::ranges::copy(connections, const_cast<RecordConnection*>(record->connections().data()));
     std::memset(const_cast<std::byte*>(record->values()), 0, valueBytes);

@@ -95,10 +95,6 @@ public:
     /// The hash of the content, 0 while it is not known. Any thread may keep it.
     [[nodiscard]] u64 keptHash() const noexcept { return m_hash.load(std::memory_order_relaxed); }
     void keepHash(u64 hash) const noexcept { m_hash.store(hash, std::memory_order_relaxed); }
-    /// Returns the memory of the record, without texts, buffers, shapes and extras.
-    [[nodiscard]] u64 bytes() const noexcept {
-        return static_cast<u64>(values() - reinterpret_cast<const std::byte*>(this)) + m_valueBytes;
-    }
 
     // Values of each kind, in their place.
 
@@ -134,7 +130,6 @@ private:
     // Owns a reference, which takes a word less than a handle; null for none.
     SharedExtras* m_extras = nullptr;
     mutable std::atomic<u64> m_hash = 0;
-    u64 m_valueBytes = 0;
     NodeNumber m_number;
     u32 m_listCount = 0;
     u32 m_connectionCount = 0;

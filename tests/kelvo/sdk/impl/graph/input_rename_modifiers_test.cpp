@@ -85,6 +85,13 @@ TEST_F(InputRenameModified, ToANameThatAModifierWaitsFor_IsModified) {
     EXPECT_EQ(m_scene.valueOf("n", "later"), 12);
 }
 
+TEST_F(InputRenameModified, SilentInputToANameThatAModifierWaitsFor_IsModified) {
+    m_scene["offset"]["modifies"].set("later");
+    m_scene.input("n", "b").setSilent(true);
+    ASSERT_TRUE(m_scene["n"]["b"].rename("later"));
+    EXPECT_EQ(m_scene.valueOf("n", "later"), 12);
+}
+
 TEST_F(InputRenameModified, TheListOfModifiers_CountsByItsName) {
     const Input list = m_scene["n"]["modifiers"];
     ASSERT_TRUE(list.rename("others"));

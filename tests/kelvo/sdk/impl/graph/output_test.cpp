@@ -4,9 +4,12 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/scene.h"
 #include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -176,6 +179,23 @@ TEST_F(OutputTest, Callback_SeesTheCallersPointer) {
     EvalCtx first(&mine);
     EXPECT_FALSE(out(node)->evaluate(&first).isNull());
     EXPECT_EQ(seen, &mine);
+}
+
+TEST(OutputTargets, ObserverThatThrowsWhenTheirSourceGoes_ReachesTheCaller) {
+    struct Thrower : SceneObserver {
+        void inputConnected(const IInput*, const IOutput*, const IOutput*) override {
+            throw std::runtime_error("no");
+        }
+    } thrower;
+    const auto scene = kelvo_sdk::Scene::create();
+    const auto source = scene.createNode("t", "source"), reader = scene.createNode("t", "reader");
+    const auto input = reader.createInput("in", AttrType::Real);
+    input->connect(source->createOutput("o", AttrType::Real));
+    scene.subscribe(&thrower);
+    EXPECT_THROW(source->removeOutput(u64(0)), std::runtime_error);
+    scene.unsubscribe(&thrower);
+    EXPECT_EQ(source.outputCount(), 0u);
+    EXPECT_EQ(input->source(), nullptr);
 }
 
 } // namespace
