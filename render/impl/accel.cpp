@@ -77,7 +77,8 @@ std::unique_ptr<EmbreeScene> builtTree(RTCDevice device, const Mesh& mesh,
 template<class T>
 bool areSame(const std::vector<T>& a, const std::vector<T>& b) noexcept {
     static_assert(sizeof(T) == sizeof(u64) + 12 * sizeof(float));
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+    if (a.size() != b.size()) return false;
+    return a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
 }
 
 template<class T>
