@@ -126,8 +126,9 @@ bool Wildcard::matches(std::string_view text) const {
 Wildcard::Places Wildcard::start() const {
     Places places;
     places.m_bits.resize(m_words);
-    places.m_bits[0] = 1;
-    goOnWithoutCharacter(places.m_bits);
+    places.m_entered.resize(m_words);
+    places.m_entered[0] = 1;
+    goOnWithoutCharacter(places);
     return places;
 }
 
@@ -150,24 +151,30 @@ bool Wildcard::Part::takes(char c) const noexcept {
     }
 }
 
-// Adds the places that are reached when a run matches no characters. They lead only forward, so one
-// pass over the words suffices.
-void Wildcard::goOnWithoutCharacter(std::vector<u64>& places) const {
-    u64 fromBefore = 0;
+// Adds the places that are reached when a run matches no characters, or is absent with the '.'
+// after it, which it can be only before it has matched any. They lead only forward, so one pass
+// over the words suffices.
+void Wildcard::goOnWithoutCharacter(Places& places) const {
+    u64 skippedBefore = 0, emptyBefore = 0;
     for (u64 word = 0; word < m_words; ++word) {
-        u64 reached = places[word] | fromBefore;
-        u64 runs = 0;
-        do {
-            places[word] = reached;
-            runs = reached & m_runs[word];
-            reached |= runs << 1;
-        } while (reached != places[word]);
-        fromBefore = runs >> (bitsOfWord - 1);
+        u64 entered = places.m_entered[word] | skippedBefore, known = 0;
+        while (entered != known) {
+            known = entered;
+            entered |= (entered & m_optional[word]) << 2;
+        }
+        skippedBefore = (entered & m_optional[word]) >> (bitsOfWord - 2);
+        u64 reached = places.m_bits[word] | entered | emptyBefore;
+        for (known = 0; reached != known;) {
+            known = reached;
+            reached |= (reached & m_runs[word]) << 1;
+        }
+        emptyBefore = (reached & m_runs[word]) >> (bitsOfWord - 1);
+        places.m_bits[word] = reached;
     }
 }
 
-// A run stays where it is, other parts lead to the next place; if the run there may be absent, also
-// behind it and its '.'. Works from the last word down, so that the word before is still as it was.
+// A run stays where it is, other parts lead to the next place. Works from the last word down, so
+// that the word before is still as it was.
 bool Wildcard::advance(Places& places, std::string_view piece) const {
     std::vector<u64>& bits = places.m_bits;
     for (const char letter : piece) {
@@ -176,14 +183,12 @@ bool Wildcard::advance(Places& places, std::string_view piece) const {
         for (u64 word = m_words; word-- > 0;) {
             const u64 taken = bits[word] & takes[word];
             const u64 before = word > 0 ? bits[word - 1] & takes[word - 1] & ~m_runs[word - 1] : 0;
-            const u64 entered = (taken & ~m_runs[word]) << 1 | before >> (bitsOfWord - 1);
-            const u64 skipped = entered & m_optional[word];
-            bits[word] = (taken & m_runs[word]) | entered | skipped << 2;
-            if (word + 1 < m_words) bits[word + 1] |= skipped >> (bitsOfWord - 2);
-            all |= bits[word];
+            places.m_entered[word] = (taken & ~m_runs[word]) << 1 | before >> (bitsOfWord - 1);
+            bits[word] = taken & m_runs[word];
+            all |= bits[word] | places.m_entered[word];
         }
         if (all == 0) return false;
-        goOnWithoutCharacter(bits);
+        goOnWithoutCharacter(places);
     }
     return true;
 }

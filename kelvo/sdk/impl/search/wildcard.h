@@ -23,6 +23,8 @@ public:
         friend class Wildcard;
         // A bit for each place: whether the next character may match there.
         std::vector<u64> m_bits;
+        // Those of them that the last character has reached from another place.
+        std::vector<u64> m_entered;
     };
     enum class Case { Counts, Ignored };
 
@@ -70,7 +72,7 @@ private:
     };
 
     Wildcard(const std::vector<Part>& parts, Case letters);
-    void goOnWithoutCharacter(std::vector<u64>& places) const;
+    void goOnWithoutCharacter(Places& places) const;
 
     // Sets of parts, as words with a bit for each.
     u64 m_words;

@@ -119,6 +119,10 @@ TEST(Wildcard, StepsThatMayBeAbsent_AreSoAtAnyPlace) {
         EXPECT_TRUE(wildcard.matches(start + ".x.y.b")) << before;
         EXPECT_FALSE(wildcard.matches(start + ".xb")) << before;
         EXPECT_FALSE(wildcard.matches(start + "b")) << before;
+        const Wildcard twice = Wildcard::ofPath(start + ".**.**.b");
+        EXPECT_TRUE(twice.matches(start + ".b")) << before;
+        EXPECT_TRUE(twice.matches(start + ".x.b")) << before;
+        EXPECT_FALSE(twice.matches(start + ".xb")) << before;
     }
 }
 
