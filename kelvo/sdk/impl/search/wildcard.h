@@ -23,7 +23,7 @@ public:
         friend class Wildcard;
         // A bit for each place: whether the next character may match there.
         std::vector<u64> m_bits;
-        // Those of them that the last character has reached from another place.
+        // The places among them that the last character has reached from other ones.
         std::vector<u64> m_entered;
     };
     enum class Case { Counts, Ignored };

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <initializer_list>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -22,7 +24,7 @@ TEST(RecordSlab, ExpectedRecordsOfOneSize_FollowEachOther) {
 TEST(RecordSlab, RecordsOfAnySizeAndNumber_HaveMemoryOfTheirOwn) {
     RecordSlab slab(4);
     std::vector<std::pair<std::byte*, u64>> taken;
-    for (const u64 size : {8, 1, 1000, 200000, 16, 0, 70000, 24, 24, 24}) {
+    for (const u64 size : std::initializer_list<u64>{8, 1, 1000, 200000, 16, 0, 70000, 24, 24}) {
         std::byte* const place = slab.take(size);
         EXPECT_TRUE(isAligned(place)) << size;
         std::memset(place, static_cast<int>(taken.size()), size);
