@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <system_error>
 #include <unordered_set>
 
 namespace qv::render::impl {
@@ -102,9 +103,14 @@ Accel::~Accel() {
 std::unique_ptr<EmbreeScene> Accel::treeOf(const std::shared_ptr<const Mesh>& mesh,
                                            const std::stop_token& stop) {
     if (mesh->triangles.size() < largeMesh) return builtTree(m_device, *mesh, stop);
-    auto made = std::async(std::launch::async, [device = m_device, mesh, stop] {
-        return builtTree(device, *mesh, stop);
-    });
+    const auto build = [device = m_device, mesh, stop] { return builtTree(device, *mesh, stop); };
+    std::future<std::unique_ptr<EmbreeScene>> made;
+    try {
+        made = std::async(std::launch::async, build);
+    } catch (const std::system_error&) {
+        // There can be no further thread.
+        return build();
+    }
     try {
         waitFor(made, stop);
     } catch (const Stopped&) {
