@@ -1,6 +1,6 @@
 #include "tools/kelvo/hierarchy.h"
 
-#include "kelvo/base/workers.h"
+#include "tools/kelvo/node_parts.h"
 
 #include <algorithm>
 
@@ -33,23 +33,12 @@ struct Part {
     }
 };
 
-// Asks the nodes on several threads.
-std::vector<Part> partsOf(const ds::Vector<SnapshotNode>& nodes) {
-    constexpr u64 nodesAtOnce = 4096;
-    std::vector<Part> parts((nodes.size() + nodesAtOnce - 1) / nodesAtOnce);
-    Workers().run(parts.size(), [&](u64 part) {
-        const u64 end = std::min((part + 1) * nodesAtOnce, nodes.size());
-        for (u64 i = part * nodesAtOnce; i < end; ++i)
-            parts[part].add(nodes[i]);
-    });
-    return parts;
-}
-
 } // namespace
 
 Hierarchy::Hierarchy(const ds::Vector<SnapshotNode>& nodes) {
     m_entries.reserve(nodes.size());
-    const std::vector<Part> parts = partsOf(nodes);
+    const auto parts =
+        partsOf<Part>(nodes, [](Part& part, const SnapshotNode& node) { part.add(node); });
     for (const Part& part : parts)
         for (u64 i = 0; i < part.numbers.size(); ++i)
             addChildren(part.numbers[i], part.childrenOf(i));

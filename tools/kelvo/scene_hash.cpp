@@ -1,14 +1,15 @@
 #include "tools/kelvo/scene_hash.h"
 
 #include "kelvo/base/hash.h"
-#include "kelvo/base/workers.h"
+#include "tools/kelvo/node_parts.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cinttypes>
 #include <vector>
 
 namespace qv::kelvo_tool {
+
+using kelvo_sdk::SnapshotNode;
 
 u64 sceneHash(const kelvo_sdk::Scene& scene, const StringVector& skip) {
     u64 hash = 0;
@@ -19,41 +20,28 @@ u64 sceneHash(const kelvo_sdk::Scene& scene, const StringVector& skip) {
     return hash;
 }
 
-namespace {
-
-// Calls `visit(i)` for all positions of nodes, on several threads.
-template<typename Visit>
-void forEachNode(u64 count, const Visit& visit) {
-    constexpr u64 nodesAtOnce = 1024;
-    Workers().run((count + nodesAtOnce - 1) / nodesAtOnce, [&](u64 part) {
-        const u64 end = std::min((part + 1) * nodesAtOnce, count);
-        for (u64 i = part * nodesAtOnce; i < end; ++i)
-            visit(i);
-    });
-}
-
-} // namespace
-
-u64 sceneHash(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes) {
-    std::vector<u64> hashes(nodes.size());
-    forEachNode(nodes.size(), [&](u64 i) { hashes[i] = nodes[i].hash(); });
+u64 sceneHash(const ds::Vector<SnapshotNode>& nodes) {
+    using Hashes = std::vector<u64>;
+    const auto add = [](Hashes& hashes, const SnapshotNode& node) {
+        hashes.push_back(node.hash());
+    };
     u64 hash = 0;
-    for (const u64 own : hashes)
-        hash = hashMix(hash, own);
+    for (const Hashes& part : partsOf<Hashes>(nodes, add))
+        for (const u64 own : part)
+            hash = hashMix(hash, own);
     return hash;
 }
 
-bool hasModifiers(const kelvo_sdk::SnapshotNode& node) {
+bool hasModifiers(const SnapshotNode& node) {
     static const String name("modifiers");
     return node[name].inputCount() != 0;
 }
 
-bool hasModifiers(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes) {
-    std::atomic<bool> isFound = false;
-    forEachNode(nodes.size(), [&](u64 i) {
-        if (hasModifiers(nodes[i])) isFound.store(true, std::memory_order_relaxed);
+bool hasModifiers(const ds::Vector<SnapshotNode>& nodes) {
+    const auto found = partsOf<u8>(nodes, [](u8& isFound, const SnapshotNode& node) {
+        if (isFound == 0 && hasModifiers(node)) isFound = 1;
     });
-    return isFound;
+    return std::ranges::find(found, u8{1}) != found.end();
 }
 
 String hashText(u64 hash) {

@@ -1,13 +1,12 @@
 #include "tools/kelvo/commands.h"
 
 #include "kelvo/base/data_type.h"
-#include "kelvo/base/workers.h"
 #include "kelvo/sdk/attr_type.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/hierarchy.h"
+#include "tools/kelvo/node_parts.h"
 #include "tools/kelvo/scene_hash.h"
 
-#include <algorithm>
 #include <array>
 #include <map>
 #include <string>
@@ -86,17 +85,10 @@ struct Counts {
     }
 };
 
-// Counts on several threads.
 Counts countsOf(const ds::Vector<SnapshotNode>& nodes) {
-    constexpr u64 nodesAtOnce = 16384;
-    std::vector<Counts> parts((nodes.size() + nodesAtOnce - 1) / nodesAtOnce);
-    Workers().run(parts.size(), [&](u64 part) {
-        const u64 end = std::min<u64>((part + 1) * nodesAtOnce, nodes.size());
-        for (u64 i = part * nodesAtOnce; i < end; ++i)
-            parts[part].addNode(nodes[i]);
-    });
+    const auto add = [](Counts& counts, const SnapshotNode& node) { counts.addNode(node); };
     Counts all;
-    for (const Counts& part : parts)
+    for (const Counts& part : partsOf<Counts>(nodes, add))
         all.add(part);
     return all;
 }

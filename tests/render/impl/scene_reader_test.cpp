@@ -119,6 +119,14 @@ TEST(SceneReader, StoppedReading_KeepsWhatWasRead) {
     EXPECT_EQ(reader.read(snapshot).instances.at(0).mesh, before.instances[0].mesh);
 }
 
+const std::string picture = R"(
+node texture "picture" {
+    UInt width = 1
+    UInt height = 1
+    Buffer<Rgba8> pixels = [(1 2 3 4)]
+}
+)";
+
 class SceneReaderUpdateTest : public testing::Test {
 protected:
     SceneReaderUpdateTest() {
@@ -132,12 +140,7 @@ node material "red" {
     Rgba baseColor = (1 0 0 1)
     Node baseColorTexture = picture
 }
-node texture "picture" {
-    UInt width = 1
-    UInt height = 1
-    Buffer<Rgba8> pixels = [(1 2 3 4)]
-}
-)";
+)" + picture;
         EXPECT_TRUE(m_scene.read(text.c_str(), "scene.kns"));
         m_snapshot = m_scene.snapshot();
         m_before = m_reader.read(m_snapshot);
@@ -221,12 +224,7 @@ node skyLight "sky" {
 node material "red" {
     Rgba baseColor = (1 0 0 1)
 }
-node texture "picture" {
-    UInt width = 1
-    UInt height = 1
-    Buffer<Rgba8> pixels = [(1 2 3 4)]
-}
-)";
+)" + picture;
         EXPECT_TRUE(m_scene.read(text.c_str(), "scene.kns"));
         m_snapshot = m_scene.snapshot();
         m_made = m_reader.read(m_snapshot);
