@@ -25,7 +25,7 @@ DirtyCache::DirtyCache(Scene& scene) : m_scene(scene) {
 
 // Readers of a node that was dirty before are dirty too, or are in `m_early`. When memory is out,
 // sets all flags, because the walk that finds the right ones cannot finish.
-void DirtyCache::nodeChanged(const Node& node, bool wasDirty) noexcept {
+void DirtyCache::nodeChanged(const Node& node, const Input* /*input*/, bool wasDirty) noexcept {
     try {
         recheckEarly();
         if (!wasDirty) spread(node);

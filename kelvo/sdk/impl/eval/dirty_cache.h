@@ -22,7 +22,7 @@ public:
     /// Updates the flags of all nodes of the scene, which must outlive the cache.
     explicit DirtyCache(Scene& scene);
 
-    void nodeChanged(const Node& node, bool wasDirty) noexcept override;
+    void nodeChanged(const Node& node, const Input* input, bool wasDirty) noexcept override;
     void nodeCleaning(Node& node) noexcept override;
     void nodeEntered(Node& node) noexcept override;
     void nodeTakenOut(Node& node) noexcept override { m_early.erase(&node); }

@@ -41,7 +41,10 @@ public:
 
     void nodeEntered(Node& node) noexcept override;
     void nodeTakenOut(Node& node) noexcept override { forget(node); }
-    void nodeChanged(const Node& node, bool /*wasDirty*/) noexcept override { forget(node); }
+    void nodeChanged(const Node& node, const Input* /*input*/,
+                     bool /*wasDirty*/) noexcept override {
+        forget(node);
+    }
     void resultsChanged(const Node& node) noexcept override { forget(node); }
     /// Makes all earlier results of the node and its dependents useless.
     void callbacksChanged(const Node& node) noexcept override;

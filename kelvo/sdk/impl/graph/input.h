@@ -369,7 +369,7 @@ private:
     void changed(Value&& before);
     // Tells whether a change is neither recorded nor notified to anyone.
     [[nodiscard]] bool isUnnotified() const noexcept;
-    void changedUnnotified() const noexcept;
+    void changedUnnotified(const Input* changed = nullptr) const noexcept;
     template<typename T, typename Get>
     bool readAs(AttrType kind, T& out, bool evaluate, void* ctx, const Get& get) const;
 

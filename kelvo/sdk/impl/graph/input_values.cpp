@@ -71,7 +71,7 @@ bool Input::store(Value&& value) {
     if (isUnnotified()) {
         prepareFor(value);
         m_value = std::move(value);
-        changedUnnotified();
+        changedUnnotified(this);
     } else {
         replaceUserValue(std::move(value), nullptr);
     }
@@ -82,8 +82,8 @@ bool Input::isUnnotified() const noexcept {
     return !m_node || m_node->isUnnotified(*this);
 }
 
-void Input::changedUnnotified() const noexcept {
-    if (m_node) m_node->changedUnnotified();
+void Input::changedUnnotified(const Input* changed) const noexcept {
+    if (m_node) m_node->changedUnnotified(changed);
 }
 
 // Records the change and notifies observers. `kept` is the user's previous value if a value of

@@ -301,7 +301,8 @@ public:
     /// Tells whether a change of the input is neither recorded nor notified to anyone, as while a
     /// scene is built. The change then needs no step, only `changedUnnotified`.
     [[nodiscard]] bool isUnnotified(const Input& input) const noexcept;
-    void changedUnnotified() const noexcept;
+    /// `changed` is the input whose value alone changed, null when other things did.
+    void changedUnnotified(const Input* changed = nullptr) const noexcept;
     void onInputAdded(const IInput* input);
     void onOutputAdded(const IOutput* output);
     void onInputRemoved(const IInput* input);
@@ -400,7 +401,7 @@ private:
     [[nodiscard]] bool isTypeOrBase(std::string_view name) const noexcept;
     bool bindCallbacks(const String& type);
     void evaluationChanged() const noexcept;
-    void markDirty() const;
+    void markDirty(const Input* changed = nullptr) const;
     [[nodiscard]] bool hasReceivers() const noexcept;
     [[nodiscard]] bool needsNotification(const IInput& input) const;
     void copyAttributes(const Node& from);

@@ -82,8 +82,8 @@ bool Node::isUnnotified(const Input& input) const noexcept {
     return (!m_scene || sceneOf(m_scene)->isQuiet()) && !isModifierList(input);
 }
 
-void Node::changedUnnotified() const noexcept {
-    markDirty();
+void Node::changedUnnotified(const Input* changed) const noexcept {
+    markDirty(changed);
     if (m_scene) sceneOf(m_scene)->changedQuietly();
 }
 
@@ -144,7 +144,7 @@ void Node::onOutputRemoved(const IOutput* output) {
 
 // Looks the callback up last, because observers may bind another one.
 void Node::onInputChanged(const IInput* input, const AttrData* previous) {
-    markDirty();
+    markDirty(implOf(input));
     if (m_destroying) return;
     if (DeferredNotifications* hold = DeferredNotifications::current()) {
         if (needsNotification(*input)) hold->add(ChangeToTell(this, input, previous));

@@ -168,9 +168,9 @@ void Node::setDirty(bool dirty) {
 }
 
 // The scene of a node that is being destroyed may no longer exist.
-void Node::markDirty() const {
+void Node::markDirty(const Input* changed) const {
     const bool wasDirty = std::exchange(m_dirty, true);
-    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, wasDirty, {});
+    if (m_scene && !m_destroying) implOf(m_scene)->nodeChanged(*this, changed, wasDirty, {});
 }
 
 void Node::described() const noexcept {

@@ -243,9 +243,11 @@ public:
     [[nodiscard]] QV_EXPORT virtual bool isDirtyStateCached() const;
     void setDirtyStateCached(bool cached) override;
     /// Call after the flag of a node of the scene was set (`wasDirty` is the flag before) and
-    /// before it is cleared.
-    void nodeChanged(const Node& node, bool wasDirty, Only<Node> /*key*/) noexcept {
-        m_followers.each([&](SceneFollower& follower) { follower.nodeChanged(node, wasDirty); });
+    /// before it is cleared. `input` is the one whose value alone changed, null for none.
+    void nodeChanged(const Node& node, const Input* input, bool wasDirty,
+                     Only<Node> /*key*/) noexcept {
+        m_followers.each(
+            [&](SceneFollower& follower) { follower.nodeChanged(node, input, wasDirty); });
     }
     /// Call when something of a node changed that does not make it dirty.
     void nodeDescribed(const Node& node, Only<Node> /*key*/) noexcept {

@@ -32,8 +32,10 @@ public:
     virtual void nodeTakenOut(Node& /*node*/) noexcept {}
     /// The change that removed the node is complete; observers were not notified yet.
     virtual void nodeLeft(Node& /*node*/) {}
-    /// The node was marked dirty; `wasDirty` tells whether it was dirty before.
-    virtual void nodeChanged(const Node& /*node*/, bool /*wasDirty*/) noexcept {}
+    /// The node was marked dirty; `wasDirty` tells whether it was dirty before. `input` is the one
+    /// whose value, or order of elements, alone changed; null when other things did.
+    virtual void nodeChanged(const Node& /*node*/, const Input* /*input*/,
+                             bool /*wasDirty*/) noexcept {}
     /// The node is about to be marked clean.
     virtual void nodeCleaning(Node& /*node*/) noexcept {}
 

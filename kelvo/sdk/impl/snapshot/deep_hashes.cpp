@@ -6,6 +6,7 @@
 
 #include "kelvo/sdk/impl/snapshot/node_hash.h"
 
+#include "kelvo/base/fetch_line.h"
 #include "kelvo/base/hash.h"
 
 #include <algorithm>
@@ -48,10 +49,12 @@ void DeepHashes::follow(const Records& records) {
     for (auto* list : {&m_affected, &m_leads, &m_ungrouped})
         list->clear();
     m_steps.clear();
-    markDifferences(records);
-    markReaders();
     ContentHasher hasher;
-    for (const NodeNumber node : m_affected) {
+    markDifferences(records, hasher);
+    markReaders();
+    for (std::size_t i = 0; i < m_affected.size(); ++i) {
+        if (i + 8 < m_affected.size()) NodeRecord::fetch(records.at(m_affected[i + 8]));
+        const NodeNumber node = m_affected[i];
         if (!records.at(node))
             store(node, 0);
         else if (m_marks[node].index == 0)
@@ -59,13 +62,24 @@ void DeepHashes::follow(const Records& records) {
     }
 }
 
-void DeepHashes::markDifferences(const Records& records) {
+// Also hashes the content of the nodes, which passes over the memory in its order.
+void DeepHashes::markDifferences(const Records& records, ContentHasher& hasher) {
     Records::forEachDifference(
         m_records, records,
-        [this](NodeNumber node, const NodeRecord* /*before*/, const NodeRecord* after) {
+        [this](NodeNumber node, const NodeRecord* /*before*/, const NodeRecord* /*after*/) {
             mark(node);
-            m_dependencies.set(node, after);
         });
+    const std::size_t count = m_affected.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i + 8 < count) NodeRecord::fetch(records.at(m_affected[i + 8]));
+        if (i + 4 < count) {
+            if (const NodeRecord* const next = records.at(m_affected[i + 4]))
+                fetchLine(next->name().get(), 0);
+        }
+        const NodeRecord* const record = records.at(m_affected[i]);
+        m_dependencies.set(m_affected[i], record);
+        if (record) (void)hasher.of(*record);
+    }
 }
 
 // The list grows meanwhile.

@@ -65,7 +65,7 @@ private:
     };
 
     void follow(const Records& records);
-    void markDifferences(const Records& records);
+    void markDifferences(const Records& records, ContentHasher& hasher);
     void markReaders();
     void visitFrom(NodeNumber start, const Records& records, ContentHasher& hasher);
     void open(NodeNumber node, const NodeRecord& record);

@@ -14,6 +14,23 @@ StringBuffer* textAt(const std::byte* place) noexcept {
     return NodeRecord::at<StringBuffer*>(place);
 }
 
+u64 bytesOf(std::span<const RecordList> lists) noexcept {
+    u64 bytes = 0;
+    for (const RecordList& list : lists)
+        bytes += list.valueBytes();
+    return bytes;
+}
+
+// Makes a place whose content was copied a further owner of its text or buffer.
+void retain(AttrType type, std::byte* place) noexcept {
+    if (type == AttrType::String) {
+        if (StringBuffer* text = textAt(place)) text->incRef();
+    } else if (type == AttrType::Buffer) {
+        const Buffer copied = NodeRecord::bufferAt(place);
+        new (place) Buffer(copied);
+    }
+}
+
 void release(AttrType type, std::byte* place) noexcept {
     if (type == AttrType::String) {
         if (StringBuffer* text = textAt(place)) text->decRef();
@@ -29,9 +46,7 @@ NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String na
                              std::span<const RecordConnection> connections,
                              RefersTo<SharedExtras> extras, RecordSlab* slab) {
     static_assert(sizeof(NodeRecord) % alignof(RecordList) == 0 && sizeof(Buffer) == sizeof(u64));
-    u64 valueBytes = 0;
-    for (const RecordList& list : lists)
-        valueBytes += list.valueBytes();
+    const u64 valueBytes = bytesOf(lists);
     const u64 size =
         sizeof(NodeRecord) + lists.size_bytes() + connections.size_bytes() + valueBytes;
     void* const place = slab ? slab->take(size) : ::operator new(size);
@@ -44,6 +59,23 @@ NodeRecord* NodeRecord::make(SnapshotVersion first, NodeNumber number, String na
     std::ranges::copy(connections, const_cast<RecordConnection*>(record->connections().data()));
     std::memset(const_cast<std::byte*>(record->values()), 0, valueBytes);
     return record;
+}
+
+void NodeRecord::clear(AttrType type, std::byte* place) noexcept {
+    release(type, place);
+    std::memset(place, 0, snapshotBytes(type));
+}
+
+NodeRecord* NodeRecord::copy(const NodeRecord& from, SnapshotVersion first) {
+    NodeRecord* const made = make(first, from.number(), from.name(), from.lists(),
+                                  from.connections(), RefersTo<SharedExtras>(from.m_extras));
+    std::memcpy(const_cast<std::byte*>(made->values()), from.values(), bytesOf(from.lists()));
+    for (const RecordList& list : made->lists()) {
+        list.shape->incRef();
+        for (u32 i = 0; i < list.count; ++i)
+            retain(list.shape->input(i).type, made->value(list, i));
+    }
+    return made;
 }
 
 NodeRecord::~NodeRecord() {

@@ -57,6 +57,9 @@ public:
                                           RefersTo<SharedExtras> extras = nullptr,
                                           RecordSlab* slab = nullptr);
 
+    /// Makes a copy for other snapshots.
+    [[nodiscard]] static NodeRecord* copy(const NodeRecord& from, SnapshotVersion first);
+
     [[nodiscard]] NodeNumber number() const noexcept { return m_number; }
     [[nodiscard]] const String& name() const noexcept { return m_name; }
     [[nodiscard]] const SnapshotShape& shape() const noexcept { return *list(0).shape; }
@@ -100,6 +103,8 @@ public:
 
     /// Stores a value of its kind in a place with zeros; a link has to be stored as a number.
     static void store(const Value& value, std::byte* place) noexcept;
+    /// Frees the value in a place and fills it with zeros.
+    static void clear(AttrType type, std::byte* place) noexcept;
     /// Returns the value of a kind other than Node, Array and Object.
     [[nodiscard]] static Value load(AttrType type, const std::byte* place);
     /// Returns the hash of the value that `load` returns, without making it.

@@ -94,6 +94,24 @@ NodeRecord* RecordMaker::record(const Node& node, SnapshotVersion born) {
     return made;
 }
 
+// An input without extras has neither parts, a link, a connection nor another value.
+NodeRecord* RecordMaker::withValue(const NodeRecord& before, const Input& input,
+                                   SnapshotVersion born) const {
+    const RecordExtras* const extras = before.extras();
+    const bool hasInputExtras = extras && !(extras->inputs.empty() && extras->stashes.empty());
+    if (input.parent() || input.ownExtras() || isContainer(input) || hasInputExtras ||
+        !before.connections().empty())
+        return nullptr;
+    const u64 place = input.placeInList();
+    const RecordList& inputs = before.list(0);
+    if (place >= inputs.count || !isLike(input, inputs.shape->inputs[place])) return nullptr;
+    NodeRecord* const made = NodeRecord::copy(before, born);
+    std::byte* const value = made->value(inputs, static_cast<u32>(place));
+    NodeRecord::clear(input.type(), value);
+    storeValue(input.value(), value);
+    return made;
+}
+
 // Takes over the reference to the shape.
 void RecordMaker::addList(const Inputs& inputs, RecordList list) {
     list.count = static_cast<u32>(inputs.size());

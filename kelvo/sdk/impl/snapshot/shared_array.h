@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo/base/fetch_line.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_store.h"
 
 #include <algorithm>
@@ -24,6 +25,16 @@ public:
         for (u32 level = m_levels; level > 0 && block; --level)
             block = static_cast<const Branch*>(block)->blocks[partOf(index, level)];
         return block ? static_cast<const Leaf*>(block)->values[partOf(index, 0)] : T();
+    }
+
+    /// Begins to fetch the value, and those beside it, from memory.
+    void fetch(u32 index) const noexcept {
+        if (isOutside(index)) return;
+        const SharedBlock* block = m_root;
+        for (u32 level = m_levels; level > 0 && block; --level)
+            block = static_cast<const Branch*>(block)->blocks[partOf(index, level)];
+        for (u64 line = 0; line < (sizeof(Leaf) + 63) / 64; ++line)
+            fetchLine(block, line);
     }
 
     /// Returns the value for writing, after copying the blocks that snapshots have. Throws

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/snapshot/snapshot_keeper.h"
 
+#include "kelvo/base/fetch_line.h"
 #include "kelvo/base/workers.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/node_fetch.h"
@@ -57,8 +58,7 @@ RefersTo<SnapshotPicture> SnapshotKeeper::takeAsSet(u32 threads) {
 
 void SnapshotKeeper::update(u32 threads) {
     const u64 numbers = m_scene.graph().end();
-    if (m_isChanged.size() < numbers) m_isChanged.resize(numbers);
-    m_changed.reserve(m_isChanged.size());
+    if (m_isChanged.size() < numbers) makeRoom(numbers);
     followLibraries();
     if (m_isLost)
         rebuild(threads);
@@ -73,16 +73,36 @@ void SnapshotKeeper::updateChanged() {
     RecordMaker maker(m_scene, m_line->shapes, &m_line->types);
     // The list grows meanwhile.
     for (std::size_t i = 0; i < m_changed.size(); ++i) {
-        NodeFetch::ahead(i, m_changed.size(),
-                         [&](u64 index) { return m_scene.graph().node(m_changed[index]); });
-        if (i + 4 < m_changed.size()) NodeRecord::fetch(m_line->current.record(m_changed[i + 4]));
-        replace(m_changed[i], maker);
+        fetchAhead(i);
+        replace(Change(m_changed[i]), maker);
     }
 }
 
-void SnapshotKeeper::replace(NodeNumber number, RecordMaker& maker) {
-    const Node* const node = m_scene.graph().node(number);
+// Few inputs and records are in the cache. Each step reads what the one before has fetched.
+void SnapshotKeeper::fetchAhead(std::size_t next) const noexcept {
+    const auto at = [&](std::size_t steps) {
+        return next + steps < m_changed.size() ? &m_changed[next + steps] : nullptr;
+    };
+    if (const Change* const change = at(12)) m_line->current.records.fetch(change->number);
+    NodeFetch::ahead(next, m_changed.size(), [&](u64 index) {
+        const NodeNumber number = m_changed[index].number;
+        return hasOneValue(m_changed[index]) ? nullptr : m_scene.graph().node(number);
+    });
+    if (const Change* const change = at(4))
+        NodeRecord::fetch(m_line->current.record(change->number));
+    if (const Change* const change = at(4); change && change->input) {
+        fetchLine(change->input, 0);
+        fetchLine(change->input, 1);
+    }
+}
+
+void SnapshotKeeper::replace(const Change& change, RecordMaker& maker) {
+    const NodeNumber number = change.number;
     const NodeRecord* const before = m_line->current.record(number);
+    if (before && hasOneValue(change))
+        if (NewRecord made(maker.withValue(*before, *change.input, m_line->store.next())); made)
+            return install(number, made.release());
+    const Node* const node = m_scene.graph().node(number);
     NewRecord made(node ? maker.record(*node, m_line->store.next()) : nullptr);
     // Records of readers have positions of outputs.
     if (before && made && !before->shape().hasSameOutputs(made->shape()))
@@ -162,27 +182,39 @@ void SnapshotKeeper::rebuild(u32 threads) {
 }
 
 void SnapshotKeeper::forgetChanges() noexcept {
-    for (const NodeNumber number : m_changed)
-        m_isChanged[number] = false;
+    for (const Change& change : m_changed)
+        m_isChanged[change.number] = m_isChangedWidely[change.number] = false;
     m_changed.clear();
 }
 
 // `m_changed` has room for every number that has a mark.
-void SnapshotKeeper::note(NodeNumber number) noexcept {
+void SnapshotKeeper::makeRoom(u64 numbers) {
+    m_changed.reserve(numbers);
+    m_isChangedWidely.resize(numbers);
+    m_isChanged.resize(numbers);
+}
+
+void SnapshotKeeper::note(NodeNumber number, const Input* input) noexcept {
     if (m_isLost) return;
     if (number >= m_isChanged.size()) {
         try {
-            const u64 size = std::max<u64>(2 * m_isChanged.size(), u64{number} + 1);
-            m_changed.reserve(size);
-            m_isChanged.resize(size);
+            makeRoom(std::max<u64>(2 * m_isChanged.size(), u64{number} + 1));
         } catch (const std::bad_alloc&) {
             m_isLost = true;
             return;
         }
     }
-    if (m_isChanged[number]) return;
-    m_isChanged[number] = true;
-    m_changed.push_back(number);
+    if (!m_isChanged[number]) {
+        m_isChanged[number] = true;
+        m_changed.push_back({number, input});
+    } else if (m_changed.back().number != number || m_changed.back().input != input) {
+        m_isChangedWidely[number] = true;
+    }
+}
+
+// Tells whether nothing but the value of the input may have changed; if so, the input exists.
+bool SnapshotKeeper::hasOneValue(const Change& change) const noexcept {
+    return change.input && !m_isChangedWidely[change.number];
 }
 
 void SnapshotKeeper::nodeEntered(Node& node) noexcept {
@@ -196,8 +228,8 @@ void SnapshotKeeper::nodeTakenOut(Node& node) noexcept {
         m_isFileLost |= lines.node == &node;
 }
 
-void SnapshotKeeper::nodeChanged(const Node& node, bool /*wasDirty*/) noexcept {
-    nodeDescribed(node);
+void SnapshotKeeper::nodeChanged(const Node& node, const Input* input, bool /*wasDirty*/) noexcept {
+    if (m_scene.contains(node)) note(node.number(), input);
 }
 
 void SnapshotKeeper::nodeDescribed(const Node& node) noexcept {

@@ -27,7 +27,7 @@ public:
 
     void nodeEntered(Node& node) noexcept override;
     void nodeTakenOut(Node& node) noexcept override;
-    void nodeChanged(const Node& node, bool wasDirty) noexcept override;
+    void nodeChanged(const Node& node, const Input* input, bool wasDirty) noexcept override;
     void nodeDescribed(const Node& node) noexcept override;
 
     void inserted(u64 index, NodeNumber number) noexcept override;
@@ -36,15 +36,25 @@ public:
     [[nodiscard]] u64 oldestUse() const noexcept override { return m_line->store.oldest(); }
 
 private:
+    // A node that changed since the last snapshot, and the first input whose value did, null when
+    // the first change was another.
+    struct Change {
+        NodeNumber number;
+        const Input* input;
+    };
+
     [[nodiscard]] RefersTo<SnapshotPicture> takeAsSet(u32 threads);
-    void note(NodeNumber number) noexcept;
+    void note(NodeNumber number, const Input* input = nullptr) noexcept;
     void update(u32 threads);
     void followLibraries();
+    [[nodiscard]] bool hasOneValue(const Change& change) const noexcept;
+    void makeRoom(u64 numbers);
     void updateFile();
     [[nodiscard]] NodeNumber numberBehind(const UnreadLines& lines) const;
     void updateChanged();
     void rebuild(u32 threads);
-    void replace(NodeNumber number, RecordMaker& maker);
+    void fetchAhead(std::size_t next) const noexcept;
+    void replace(const Change& change, RecordMaker& maker);
     void install(NodeNumber number, NodeRecord* made);
     void forgetChanges() noexcept;
 
@@ -52,9 +62,10 @@ private:
     RefersTo<SnapshotLine> m_line;
     // Serialises threads that take snapshots while nobody edits.
     std::mutex m_mutex;
-    // The numbers of nodes that changed since the last snapshot; with a mark for each number.
-    std::vector<NodeNumber> m_changed;
+    std::vector<Change> m_changed;
+    // By number: the nodes that changed, and those of which more than the value of one input did.
     std::vector<bool> m_isChanged;
+    std::vector<bool> m_isChangedWidely;
     // The libraries whose types the records refer to.
     std::vector<RefersTo<interfaces::ILibInfo>> m_libraries;
     // The comments of the text as a whole that the last snapshot has.

@@ -20,8 +20,9 @@ public:
     void nodeEntered(Node& node) noexcept override { note("entered", node); }
     void nodeTakenOut(Node& node) noexcept override { note("taken out", node); }
     void nodeLeft(Node& node) override { note("left", node); }
-    void nodeChanged(const Node& node, bool wasDirty) noexcept override {
+    void nodeChanged(const Node& node, const Input* input, bool wasDirty) noexcept override {
         note(wasDirty ? "changed again" : "changed", node);
+        changedInput = input;
     }
     void nodeCleaning(Node& node) noexcept override { note("cleaning", node); }
     bool followsInputs() const noexcept override { return isHearing; }
@@ -34,6 +35,7 @@ public:
     void sceneEnds() noexcept override { heard += "scene ends;"; }
 
     std::string heard;
+    const Input* changedInput = nullptr;
     bool isHearing = true;
 
 private:
@@ -90,6 +92,19 @@ TEST_F(SceneFollowerTest, ChangedValue_ChangesTheNodeBeforeTheInputIsReported) {
     EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(1); }), "expect input;changed a;told x;ended;");
     EXPECT_EQ(heardOf([&] { m_scene["a"]["x"].set(2); }),
               "expect input;changed again a;told x;ended;");
+}
+
+TEST_F(SceneFollowerTest, ChangedNode_IsReportedWithTheInputWhoseValueAloneChanged) {
+    const kelvo_sdk::Input x = m_scene.createNode("t", "a").createInput("x", AttrType::Int);
+    heardOf([&] { x.set(1); });
+    EXPECT_EQ(m_follower.changedInput, x.get());
+    heardOf([&] { x.rename("y"); });
+    EXPECT_EQ(m_follower.changedInput, nullptr);
+    m_scene.setUndoEnabled(false);
+    heardOf([&] { x.set(2); });
+    EXPECT_EQ(m_follower.changedInput, x.get());
+    heardOf([&] { m_scene["a"].createInput("z", AttrType::Int); });
+    EXPECT_EQ(m_follower.changedInput, nullptr);
 }
 
 TEST_F(SceneFollowerTest, FollowerWithoutInputs_IsNotNotifiedOfThem) {
