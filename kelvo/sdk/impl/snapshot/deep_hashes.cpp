@@ -64,11 +64,9 @@ void DeepHashes::follow(const Records& records) {
 
 // Also hashes the content of the nodes, which passes over the memory in its order.
 void DeepHashes::markDifferences(const Records& records, ContentHasher& hasher) {
-    Records::forEachDifference(
-        m_records, records,
-        [this](NodeNumber node, const NodeRecord* /*before*/, const NodeRecord* /*after*/) {
-            mark(node);
-        });
+    Records::forEachDifference(m_records, records,
+                               [this](NodeNumber node, const NodeRecord* /*before*/,
+                                      const NodeRecord* /*after*/) { mark(node); });
     const std::size_t count = m_affected.size();
     for (std::size_t i = 0; i < count; ++i) {
         if (i + 8 < count) NodeRecord::fetch(records.at(m_affected[i + 8]));
