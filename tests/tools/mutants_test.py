@@ -146,10 +146,13 @@ SOURCES = {
     "tests/sdk/limits_test.cpp": "#include <gtest/gtest.h>\nint atMost(int, int);\nint sum(int);\n"
                                  "TEST(Limits, AtMost) { EXPECT_EQ(atMost(5, 3), 3); }\n"
                                  "TEST(Limits, Sum) { EXPECT_EQ(sum(4), 6); }\n",
-    "tests/sdk/sign_test.cpp": "#include <gtest/gtest.h>\n#include <optional>\nint sign(int);\n"
+    "tests/sdk/sign_test.cpp": "#include <gtest/gtest.h>\n#include <optional>\n"
+                               "#include <unistd.h>\nint sign(int);\n"
                                "int valueOf(std::optional<int>);\n"
                                "TEST(Sign, IsCalled) { sign(-3); }\n"
-                               "TEST(ValueOf, IsCalled) { valueOf({}); }\n",
+                               "TEST(ValueOf, IsCalled) { valueOf({}); }\n"
+                               "TEST(Late, Sign) {\n    usleep(500000);\n"
+                               "    EXPECT_EQ(sign(3), 1);\n}\n",
     "tests/sdk/size_test.cpp": '#include "sdk/size.h"\n#include <gtest/gtest.h>\nint twice(int);\n'
                                "TEST(Size, Twice) { EXPECT_EQ(twice(3), 6); }\n"
                                "TEST(Size, IsEmpty) { EXPECT_TRUE(isEmpty(0)); }\n",
@@ -206,6 +209,11 @@ class Run(unittest.TestCase):
     def test_function_that_takes_what_is_not_there_is_killed(self):
         _, said = self.run_tool("sdk/sign.cpp", "--sample", "0")
         self.assertEqual(said.count("killed sdk/sign.cpp:9 tests: ended"), 2, said)
+
+    def test_long_suites_are_left_out_on_request(self):
+        self.assertIn("killed sdk/sign.cpp:6 Late.Sign", self.run_tool("sdk/sign.cpp")[1])
+        self.assertIn("survived sdk/sign.cpp:6",
+                      self.run_tool("sdk/sign.cpp", "--longest", "0.4")[1])
 
     def test_sources_stay_as_they_are(self):
         self.run_tool("sdk/limits.cpp", "--sample", "2")

@@ -9,6 +9,7 @@ a wrong call."""
 import argparse
 import collections
 import concurrent.futures
+import math
 import pathlib
 import random
 import sys
@@ -29,6 +30,8 @@ def arguments(words):
     parser.add_argument("--seed", type=int, default=1, help="which sample")
     parser.add_argument("--at-least", type=float, default=98, help="per cent to be killed")
     parser.add_argument("--jobs", type=int, default=2, choices=(1, 2), help="mutants at a time")
+    parser.add_argument("--longest", type=float, default=math.inf, metavar="SECONDS",
+                        help="leave out longer suites, so that more may be killed than found")
     parser.add_argument("--report", type=pathlib.Path, help="a file that gets the result as well")
     parser.add_argument("--tree", type=pathlib.Path, required=True, help="the sources")
     parser.add_argument("--build", type=pathlib.Path, required=True, help="they and tests, built")
@@ -95,7 +98,8 @@ def start(options):
     tree = options.tree.resolve()
     listed = tree / EQUIVALENT
     known = equivalents.read(listed.read_text()) if listed.exists() else {}
-    trials = trial.Trials(tree, options.build.resolve(), options.build.resolve() / "mutants")
+    build = options.build.resolve()
+    trials = trial.Trials(tree, build, build / "mutants", options.longest)
     files = sources(tree, options.files)
     for file in files:
         if not trials.knows(file):

@@ -5,6 +5,7 @@ sources do not change."""
 import collections
 import dataclasses
 import json
+import math
 import pathlib
 import re
 import resource
@@ -106,8 +107,9 @@ class Round:
 
 
 class Trials:
-    def __init__(self, tree, build, scratch):
-        self.tree, self.build, self.scratch = tree, build, scratch
+    def __init__(self, tree, build, scratch, longest=math.inf):
+        """Leaves out suites that take longer than `longest` seconds without a mutant."""
+        self.tree, self.build, self.scratch, self.longest = tree, build, scratch, longest
         compiled = subprocess.run(["ninja", "-C", build, "-t", "compdb"], check=True,
                                   capture_output=True, text=True).stdout
         self.compile_commands, self.objects = {}, collections.defaultdict(set)
@@ -142,16 +144,22 @@ class Trials:
         return is_header or file in self.compile_commands
 
     def rounds(self, file):
-        """Returns the rounds in order: suites of the mirror test, quick suites, slow suites."""
+        """Returns the rounds in order: suites of the mirror test, quick suites, and slow suites one
+        by one, as a mutant that hangs is killed only after several times the time of its round."""
         mirror = suites_of(mirror_tests(self.tree, file))
         first, quick, slow = [], [], []
         for program in self.programs:
             parts = collections.defaultdict(list)
             for suite, took in program.suites.items():
-                into = (first if set(suite.split("/")) & mirror
-                        else quick if took <= SLOW_MS else slow)
-                parts[id(into)].append(suite)
-            for rounds in (first, quick, slow):
+                if took > 1000 * self.longest:
+                    continue
+                if set(suite.split("/")) & mirror:
+                    parts[id(first)].append(suite)
+                elif took <= SLOW_MS:
+                    parts[id(quick)].append(suite)
+                else:
+                    slow.append(Round.of(program, [suite]))
+            for rounds in (first, quick):
                 if suites := parts[id(rounds)]:
                     rounds.append(Round.of(program, suites))
         mirrored = {round.program.name for round in first}
