@@ -3,6 +3,7 @@
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/snapshot.h"
 
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -104,5 +105,12 @@ public:
 /// Finds nodes and inputs of a snapshot, as `Scene::find` does in a scene. Bases of types are
 /// looked up in the libraries of the query alone.
 [[nodiscard]] QV_EXPORT SnapshotMatches find(const Snapshot& scene, const Query& query);
+
+/// Calls `visit` for each match among the nodes from `begin` to `end`, in their order, with a match
+/// that is valid during the call only: finds any number of matches in little memory, as
+/// `Snapshot::visitNodes` visits nodes. Calls nothing when the query has a fault. Threads may search
+/// parts of one snapshot at the same time. Throws what `visit` throws.
+QV_EXPORT void visitMatches(const Snapshot& scene, const Query& query, u64 begin, u64 end,
+                            const std::function<void(const SnapshotMatch&)>& visit);
 
 } // namespace qv::kelvo_sdk

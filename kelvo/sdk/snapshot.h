@@ -13,6 +13,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstring>
+#include <functional>
 #include <span>
 #include <string_view>
 #include <type_traits>
@@ -83,6 +84,16 @@ public:
     [[nodiscard]] SnapshotNode nodeWithNumber(NodeNumber number) const noexcept;
     /// Returns all nodes in creation order. Faster than one after the other.
     [[nodiscard]] ds::Vector<SnapshotNode> nodes() const;
+    /// Calls `visit` for the nodes from `begin` to `end`, in creation order, which are valid during
+    /// the call only: nodes of a stored snapshot are read for it and not kept, so that scenes of any
+    /// size take little memory. Threads may visit parts of one snapshot at the same time; parts that
+    /// begin at multiples of 256 cost least. Throws what `visit` throws.
+    void visitNodes(u64 begin, u64 end,
+                    const std::function<void(const SnapshotNode&)>& visit) const;
+    /// Tells whether a node or a part of an input may have an input of that name, without regard to
+    /// case. Asks the kinds of nodes that this and earlier snapshots of the scene have, not the
+    /// nodes, and takes little time.
+    [[nodiscard]] bool mayHaveInput(const NameView& name) const noexcept;
     /// Returns a hash of the deep hashes of all nodes; their order does not count. 0 when empty.
     [[nodiscard]] u64 hash() const;
     /// Returns the position of the snapshot among those of its scene, from 1; 0 when empty.
@@ -329,8 +340,12 @@ public:
     }
     /// Returns the node that the input links to, empty for none and for other kinds.
     [[nodiscard]] SnapshotNode linked() const noexcept;
+    /// Returns the number of that node, `noNodeNumber` for none, without reading the node.
+    [[nodiscard]] NodeNumber linkedNumber() const noexcept;
     /// Returns the output that the input is connected to, empty for none.
     [[nodiscard]] SnapshotOutput source() const noexcept;
+    /// Tells whether the input is connected to an output, without reading the output's node.
+    [[nodiscard]] bool isConnected() const noexcept;
 
     /// Returns the number of array elements or object members.
     [[nodiscard]] u64 inputCount() const noexcept;

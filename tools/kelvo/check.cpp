@@ -66,7 +66,7 @@ std::vector<CheckFinding> listOf(const AnyFindings& findings) {
 
 // Modifiers and callbacks of plug-ins change the values of live nodes alone.
 bool needsLiveNodes(const kelvo_sdk::Snapshot& scene, const Libraries& libraries) {
-    return libraries.mayChangeNodes() || hasModifiers(scene.nodes());
+    return libraries.mayChangeNodes() || hasModifiers(scene);
 }
 
 /// Checks the text of one file.

@@ -163,7 +163,7 @@ kelvo_sdk::Snapshot Document::readTyped() const {
 
 kelvo_sdk::Snapshot Document::lookModified(const String& file) {
     const kelvo_sdk::Snapshot asSet = look(file);
-    const bool isModified = hasModifiers(asSet.nodes());
+    const bool isModified = hasModifiers(asSet);
     if (!isSound()) return {};
     return isModified ? snapshot(kelvo_sdk::SnapshotValues::Modified) : asSet;
 }

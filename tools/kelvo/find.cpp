@@ -1,11 +1,13 @@
 #include "tools/kelvo/commands.h"
 
+#include "kelvo/base/workers.h"
 #include "kelvo/sdk/search.h"
 #include "tools/kelvo/document.h"
 #include "tools/kelvo/files.h"
 #include "tools/kelvo/libraries.h"
 #include "tools/kelvo/value_summary.h"
 
+#include <deque>
 #include <optional>
 #include <string>
 
@@ -16,7 +18,6 @@ namespace {
 using kelvo_sdk::AttrType;
 using kelvo_sdk::SnapshotInput;
 using kelvo_sdk::SnapshotMatch;
-using kelvo_sdk::SnapshotMatches;
 using kelvo_sdk::SnapshotNode;
 using kelvo_sdk::SnapshotOutput;
 
@@ -41,16 +42,17 @@ kelvo_sdk::Query queryOf(const FindOptions& options) {
     return query;
 }
 
-void tellNode(const SnapshotNode& node, Terminal& out) {
+void tellNode(const SnapshotNode& node, TerminalText& out) {
     out.write(Tone::Name, node.name().view()).write(" (");
     out.write(Tone::Kind, node.type().view()).write(")").endLine();
 }
 
-void tell(const SnapshotMatch& match, Terminal& out) {
+void tell(const SnapshotMatch& match, TerminalText& out) {
     const SnapshotInput& input = match.input;
     if (!input) return tellNode(match.node, out);
-    out.write(Tone::Name, match.path().view()).write(" (");
-    out.write(Tone::Kind, input.typeName().view()).write(")");
+    out.write(Tone::Name, match.node.name().view()).write(Tone::Name, ".");
+    out.write(Tone::Name, input.parent() ? input.path().view() : input.ownName().view());
+    out.write(" (").write(Tone::Kind, input.typeName().view()).write(")");
     if (input.type() != AttrType::Null)
         out.write(" = ").write(Tone::Value, shortValue(input).view());
     if (const SnapshotOutput source = input.source())
@@ -86,13 +88,38 @@ bool addLibraries(kelvo_sdk::Query& query) {
     return true;
 }
 
-Status print(const SnapshotMatches& matches, const FindOptions& options, Terminal& out) {
-    if (options.countOnly) out.write(Tone::Value, std::to_string(matches.size())).endLine();
-    for (const SnapshotMatch& match : matches)
-        if (!options.countOnly && !out.isClosed()) tell(match, out);
-    if (!matches.empty()) return Status::Ok;
-    complain(displayed(options.file) + ": " + nothingFound(options));
-    return Status::Fault;
+// What was found among some of the nodes.
+struct Part {
+    explicit Part(const StreamLook& look) : lines(look) {}
+    TerminalText lines;
+    u64 count = 0;
+};
+
+// Prints matches in order and returns their number. Threads write the lines of some nodes at a
+// time, so that output begins soon and little has to be kept.
+u64 printMatches(const kelvo_sdk::Snapshot& scene, const kelvo_sdk::Query& query, bool countOnly,
+                 Terminal& out) {
+    constexpr u64 nodesOfPart = 4096, partsAtOnce = 16;
+    u64 count = 0;
+    for (u64 next = 0; next < scene.nodeCount() && !out.isClosed();) {
+        std::deque<Part> parts;
+        const u64 first = next;
+        for (; parts.size() < partsAtOnce && next < scene.nodeCount(); next += nodesOfPart)
+            parts.emplace_back(out.look());
+        Workers().run(parts.size(), [&](u64 number) {
+            Part& part = parts[number];
+            const u64 begin = first + number * nodesOfPart;
+            visitMatches(scene, query, begin, begin + nodesOfPart, [&](const SnapshotMatch& match) {
+                ++part.count;
+                if (!countOnly) tell(match, part.lines);
+            });
+        });
+        for (const Part& part : parts) {
+            out.write(part.lines);
+            count += part.count;
+        }
+    }
+    return count;
 }
 
 Status runFind(const FindOptions& options, Terminal& out) {
@@ -105,10 +132,12 @@ Status runFind(const FindOptions& options, Terminal& out) {
     Document document;
     const kelvo_sdk::Snapshot scene = document.lookModified(options.file);
     if (!scene) return Status::Fault;
-    const SnapshotMatches matches = find(scene, query);
+    const u64 count = printMatches(scene, query, options.countOnly, out);
     if (!document.isSound()) return Status::Fault;
-    const Status status = print(matches, options, out);
-    return document.isSound() ? status : Status::Fault;
+    if (options.countOnly) out.write(Tone::Value, std::to_string(count)).endLine();
+    if (count != 0) return Status::Ok;
+    complain(displayed(options.file) + ": " + nothingFound(options));
+    return Status::Fault;
 }
 
 } // namespace

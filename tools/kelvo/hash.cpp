@@ -81,7 +81,7 @@ Status hashAll(Document& document, const HashOptions& options, const Snapshot& s
                Terminal& out) {
     const ds::Vector<SnapshotNode> nodes = scene.nodes();
     if (!document.isSound()) return Status::Fault;
-    if (hasModifiers(nodes)) return hashLive(document, options, {}, out);
+    if (hasModifiers(scene)) return hashLive(document, options, {}, out);
     printHashes(nodes, out);
     return document.isSound() ? Status::Ok : Status::Fault;
 }

@@ -12,7 +12,29 @@ class Hierarchy {
 public:
     using Number = kelvo_sdk::NodeNumber;
 
-    explicit Hierarchy(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes);
+    /// Some of the nodes, in creation order, with the children of each.
+    class Part {
+    public:
+        void add(const kelvo_sdk::SnapshotNode& node);
+
+    private:
+        friend class Hierarchy;
+        [[nodiscard]] std::span<const Number> childrenOf(u64 index) const noexcept {
+            const u64 begin = index == 0 ? 0 : m_ends[index - 1];
+            return std::span(m_children).subspan(begin, m_ends[index] - begin);
+        }
+
+        std::vector<Number> m_numbers;
+        // For each node the end of its children in the list.
+        std::vector<u64> m_ends;
+        std::vector<Number> m_children;
+        // Above all numbers.
+        Number m_end = 0;
+    };
+
+    explicit Hierarchy(const kelvo_sdk::Snapshot& scene);
+    /// The parts have all nodes in creation order.
+    explicit Hierarchy(std::vector<Part> parts);
 
     /// Returns the nodes that are nobody's child and, for nodes only reachable through a cycle, the
     /// first of that cycle. Every node can be reached from these.
@@ -41,14 +63,15 @@ private:
 
     void addChildren(Number number, std::span<const Number> children);
     void walk(Number root);
-    void enter(Number node, std::vector<Step>& way);
-    void leave(std::vector<Step>& way);
-    Entry& entryOf(Number node);
+    void enter(Number node);
+    void leave();
 
     // By number.
     std::vector<Entry> m_entries;
     std::vector<Number> m_children;
     std::vector<Number> m_roots;
+    // From a root down, during a walk.
+    std::vector<Step> m_way;
     u64 m_levels = 0;
 };
 

@@ -8,17 +8,17 @@
 
 namespace qv::kelvo_tool {
 
-/// Asks many nodes on several threads. Calls `add(part, node)` for successive nodes with the same
-/// part, and returns the parts in the order of the nodes.
+/// Asks all nodes of a snapshot on several threads, without keeping them in memory. Calls
+/// `add(part, node)` for successive nodes with the same part, and returns the parts in the order of
+/// the nodes.
 template<typename Part, typename Add>
-[[nodiscard]] std::vector<Part> partsOf(const ds::Vector<kelvo_sdk::SnapshotNode>& nodes,
-                                        const Add& add) {
+[[nodiscard]] std::vector<Part> partsOf(const kelvo_sdk::Snapshot& scene, const Add& add) {
     constexpr u64 nodesAtOnce = 4096;
-    std::vector<Part> parts((nodes.size() + nodesAtOnce - 1) / nodesAtOnce);
+    std::vector<Part> parts((scene.nodeCount() + nodesAtOnce - 1) / nodesAtOnce);
     Workers().run(parts.size(), [&](u64 number) {
-        const u64 end = std::min<u64>((number + 1) * nodesAtOnce, nodes.size());
-        for (u64 i = number * nodesAtOnce; i < end; ++i)
-            add(parts[number], nodes[i]);
+        Part& part = parts[number];
+        scene.visitNodes(number * nodesAtOnce, (number + 1) * nodesAtOnce,
+                         [&](const kelvo_sdk::SnapshotNode& node) { add(part, node); });
     });
     return parts;
 }

@@ -75,8 +75,8 @@ bool isConnected(const SnapshotInput& input) {
     return false;
 }
 
-bool needsEvaluation(const ds::Vector<SnapshotNode>& nodes) {
-    return hasModifiers(nodes) || std::ranges::any_of(nodes, [](const SnapshotNode& node) {
+bool needsEvaluation(const Snapshot& scene) {
+    return hasModifiers(scene) || std::ranges::any_of(scene.nodes(), [](const SnapshotNode& node) {
                for (u64 i = 0; i < node.inputCount(); ++i)
                    if (isConnected(node.input(i))) return true;
                return false;
@@ -119,9 +119,8 @@ public:
         Document document;
         const Snapshot stored = document.look(m_options.file);
         if (!stored) return Status::Fault;
-        const ds::Vector<SnapshotNode> nodes = stored.nodes();
-        m_file.sceneHash = hashText(sceneHash(nodes));
-        const Snapshot scene = needsEvaluation(nodes) ? evaluated(document) : stored;
+        m_file.sceneHash = hashText(sceneHash(stored));
+        const Snapshot scene = needsEvaluation(stored) ? evaluated(document) : stored;
         if (!scene || !document.isSound()) return Status::Fault;
         return render(scene, out);
     }

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <cinttypes>
-#include <vector>
 
 namespace qv::kelvo_tool {
 
+using kelvo_sdk::Snapshot;
 using kelvo_sdk::SnapshotNode;
 
 u64 sceneHash(const kelvo_sdk::Scene& scene, const StringVector& skip) {
@@ -20,25 +20,38 @@ u64 sceneHash(const kelvo_sdk::Scene& scene, const StringVector& skip) {
     return hash;
 }
 
-u64 sceneHash(const ds::Vector<SnapshotNode>& nodes) {
+u64 sceneHash(const Snapshot& scene) {
     using Hashes = std::vector<u64>;
     const auto add = [](Hashes& hashes, const SnapshotNode& node) {
         hashes.push_back(node.hash());
     };
-    u64 hash = 0;
-    for (const Hashes& part : partsOf<Hashes>(nodes, add))
-        for (const u64 own : part)
-            hash = hashMix(hash, own);
-    return hash;
+    SceneHash hash;
+    for (const Hashes& part : partsOf<Hashes>(scene, add))
+        hash.add(part);
+    return hash.value();
 }
+
+void SceneHash::add(const std::vector<u64>& hashes) noexcept {
+    for (const u64 hash : hashes)
+        m_value = hashMix(m_value, hash);
+}
+
+namespace {
+
+const String& nameOfModifiers() {
+    static const String name("modifiers");
+    return name;
+}
+
+} // namespace
 
 bool hasModifiers(const SnapshotNode& node) {
-    static const String name("modifiers");
-    return node[name].inputCount() != 0;
+    return node[nameOfModifiers()].inputCount() != 0;
 }
 
-bool hasModifiers(const ds::Vector<SnapshotNode>& nodes) {
-    const auto found = partsOf<u8>(nodes, [](u8& isFound, const SnapshotNode& node) {
+bool hasModifiers(const Snapshot& scene) {
+    if (!scene.mayHaveInput(nameOfModifiers())) return false;
+    const auto found = partsOf<u8>(scene, [](u8& isFound, const SnapshotNode& node) {
         if (isFound == 0 && hasModifiers(node)) isFound = 1;
     });
     return std::ranges::find(found, u8{1}) != found.end();

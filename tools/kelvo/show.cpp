@@ -33,7 +33,7 @@ class TreePrinter {
 public:
     /// Borrows everything.
     TreePrinter(const Snapshot& scene, const ShowOptions& options, Terminal& out)
-        : m_scene(scene), m_hierarchy(scene.nodes()), m_options(options), m_out(out) {}
+        : m_scene(scene), m_hierarchy(scene), m_options(options), m_out(out) {}
 
     void print() {
         for (const NodeNumber root : m_hierarchy.roots()) {

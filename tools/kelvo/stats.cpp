@@ -10,6 +10,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_tool {
@@ -22,7 +23,7 @@ using kelvo_sdk::SnapshotInput;
 using kelvo_sdk::SnapshotNode;
 using kelvo_sdk::interfaces::BufferView;
 
-/// The figures of a scene.
+/// Counts of nodes and of what they have.
 struct Counts {
     std::map<std::string, u64> types;
     std::array<u64, kelvo_sdk::attrTypeCount> kinds{};
@@ -73,8 +74,8 @@ struct Counts {
         ++inputs;
         const AttrType type = input.type();
         if (const auto kind = static_cast<u64>(type); kind < kinds.size()) ++kinds[kind];
-        if (input.source()) ++connections;
-        if (type == AttrType::Node && input.linked()) ++links;
+        if (input.isConnected()) ++connections;
+        if (input.linkedNumber() != kelvo_sdk::noNodeNumber) ++links;
         if (type == AttrType::Array || type == AttrType::Object) open.push_back(input);
         if (type == AttrType::Buffer) addBuffer(input.bufferView());
     }
@@ -85,12 +86,41 @@ struct Counts {
     }
 };
 
-Counts countsOf(const ds::Vector<SnapshotNode>& nodes) {
-    const auto add = [](Counts& counts, const SnapshotNode& node) { counts.addNode(node); };
-    Counts all;
-    for (const Counts& part : partsOf<Counts>(nodes, add))
-        all.add(part);
-    return all;
+// What some of the nodes say.
+struct Part {
+    Counts counts;
+    Hierarchy::Part hierarchy;
+    std::vector<u64> hashes;
+
+    void add(const SnapshotNode& node) {
+        counts.addNode(node);
+        hierarchy.add(node);
+        hashes.push_back(node.hash());
+    }
+};
+
+/// The figures of a scene.
+struct Stats {
+    Counts counts;
+    u64 levels = 0;
+    u64 hash = 0;
+};
+
+// Passes over the nodes once, because a large scene takes longer to read than to count.
+Stats statsOf(const Snapshot& scene) {
+    std::vector<Part> parts =
+        partsOf<Part>(scene, [](Part& part, const SnapshotNode& node) { part.add(node); });
+    Stats stats;
+    SceneHash hash;
+    std::vector<Hierarchy::Part> hierarchy;
+    for (Part& part : parts) {
+        stats.counts.add(part.counts);
+        hash.add(part.hashes);
+        hierarchy.push_back(std::move(part.hierarchy));
+    }
+    stats.levels = Hierarchy(std::move(hierarchy)).levels();
+    stats.hash = hash.value();
+    return stats;
 }
 
 void printCount(Terminal& out, std::string_view name, u64 count, std::string_view indent = "") {
@@ -120,13 +150,10 @@ Status runStats(const String& file, Terminal& out) {
     Document document;
     const Snapshot scene = document.lookModified(file);
     if (!scene) return Status::Fault;
-    const ds::Vector<SnapshotNode> nodes = scene.nodes();
-    const Counts counts = countsOf(nodes);
-    const u64 levels = Hierarchy(nodes).levels();
-    const u64 hash = sceneHash(nodes);
+    const Stats stats = statsOf(scene);
     if (!document.isSound()) return Status::Fault;
-    printCounts(counts, nodes.size(), levels, out);
-    out.write("hash: ").write(Tone::Kind, hashText(hash).view()).endLine();
+    printCounts(stats.counts, scene.nodeCount(), stats.levels, out);
+    out.write("hash: ").write(Tone::Kind, hashText(stats.hash).view()).endLine();
     return Status::Ok;
 }
 

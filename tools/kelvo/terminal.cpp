@@ -24,10 +24,9 @@ bool isControl(char c) noexcept {
 
 } // namespace
 
-Terminal::Terminal() : m_look(lookOf(STDOUT_FILENO)) {}
+// ---- Text ------------------------------------------------------------------------------
 
-Terminal& Terminal::write(std::string_view text) {
-    if (m_closed) return *this;
+TerminalText& TerminalText::write(std::string_view text) {
     if (!m_look.isTerminal()) {
         m_text.append(text);
     } else {
@@ -40,12 +39,11 @@ Terminal& Terminal::write(std::string_view text) {
         }
         addPiece(Tone::Plain, text);
     }
-    if (m_text.size() >= pieceSize) writeOut();
+    grown();
     return *this;
 }
 
-Terminal& Terminal::write(Tone tone, std::string_view text) {
-    if (m_closed) return *this;
+TerminalText& TerminalText::write(Tone tone, std::string_view text) {
     std::string harmless;
     if (std::ranges::any_of(text, isControl)) {
         harmless = text;
@@ -57,19 +55,18 @@ Terminal& Terminal::write(Tone tone, std::string_view text) {
     return *this;
 }
 
-Terminal& Terminal::writeUInt(u64 value) {
+TerminalText& TerminalText::writeUInt(u64 value) {
     return write(std::to_string(value));
 }
 
-Terminal& Terminal::writeData(std::string_view text) {
-    if (m_closed) return *this;
+TerminalText& TerminalText::writeData(std::string_view text) {
     closeLine();
     m_text.append(text);
-    if (m_text.size() >= pieceSize) writeOut();
+    grown();
     return *this;
 }
 
-void Terminal::addPiece(Tone tone, std::string_view text) {
+void TerminalText::addPiece(Tone tone, std::string_view text) {
     if (text.empty()) return;
     if (!m_line.empty() && m_line.back().tone == tone)
         m_line.back().text += text;
@@ -77,17 +74,25 @@ void Terminal::addPiece(Tone tone, std::string_view text) {
         m_line.push_back({tone, std::string(text)});
 }
 
-void Terminal::closeLine() {
+void TerminalText::closeLine() {
     if (!m_line.empty()) appendFitted(m_text, std::exchange(m_line, {}), m_look);
 }
 
+// ---- Standard output -------------------------------------------------------------------
+
+Terminal::Terminal() : TerminalText(lookOf(STDOUT_FILENO)) {}
+
+void Terminal::grown() {
+    if (text().size() >= pieceSize) writeOut();
+}
+
 void Terminal::writeOut() {
-    if (m_look.isTerminal()) ProgressLine::hide();
-    if (!m_closed && !writeAll(STDOUT_FILENO, m_text.view())) {
+    if (look().isTerminal()) ProgressLine::hide();
+    if (!m_closed && !writeAll(STDOUT_FILENO, text().view())) {
         m_closed = true;
         if (errno != EPIPE) m_reason = errno;
     }
-    m_text.clear();
+    text().clear();
 }
 
 bool Terminal::flush(String& error) {

@@ -1,5 +1,8 @@
 #include "kelvo/binary/impl/mapped_file.h"
 
+#include "kelvo/binary/impl/layout.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -47,13 +50,34 @@ std::error_code MappedFile::open(const std::filesystem::path& file) {
     return {};
 }
 
-// Only whole pages can leave; the system reads them anew when they are asked for again.
+// Ranges leave together, because the system stops all threads for a moment each time.
 void MappedFile::leave(std::span<const std::byte> read) const noexcept {
-    static const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    constexpr std::size_t enough = 1 << 20;
     const auto begin = static_cast<std::size_t>(read.data() - m_bytes);
-    const std::size_t first = (begin + page - 1) / page * page;
-    const std::size_t end = (begin + read.size()) / page * page;
-    if (first < end) ::madvise(const_cast<std::byte*>(m_bytes) + first, end - first, MADV_DONTNEED);
+    const Range range = {begin, begin + read.size()};
+    const std::lock_guard lock(m_mutex);
+    const auto waiting = std::span(m_waiting).first(m_waitingCount);
+    const auto isInFront = [&](const Range& other) {
+        return other.end <= range.begin && range.begin - other.end < alignment;
+    };
+    if (const auto found = std::ranges::find_if(waiting, isInFront); found != waiting.end())
+        found->end = range.end;
+    else
+        m_waiting[m_waitingCount++] = range;
+    m_waitingBytes += read.size();
+    if (m_waitingBytes >= enough || m_waitingCount == m_waiting.size()) leaveAll();
+}
+
+// Only whole pages can leave; the system reads them anew when they are asked for again.
+void MappedFile::leaveAll() const noexcept {
+    static const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    for (const Range& range : std::span(m_waiting).first(m_waitingCount)) {
+        const std::size_t first = (range.begin + page - 1) / page * page;
+        const std::size_t end = range.end / page * page;
+        if (first < end)
+            ::madvise(const_cast<std::byte*>(m_bytes) + first, end - first, MADV_DONTNEED);
+    }
+    m_waitingCount = m_waitingBytes = 0;
 }
 
 MappedFile::~MappedFile() {

@@ -78,5 +78,23 @@ TEST_F(BinaryPagesTest, NodesThatWereRead_LeaveTheirPagesOfTheFile) {
     EXPECT_TRUE(opened.verify());
 }
 
+TEST_F(BinaryPagesTest, SmallPartsThatWereRead_LeaveTheirPagesTogether) {
+    const Scene scene = Scene::create();
+    for (int i = 0; i < 40000; ++i)
+        EXPECT_TRUE(scene.createNode("thing", String::format("n%d", i))
+                        .createInput("text", AttrType::String)
+                        .set(String(std::string_view(std::string(400, 'x')))));
+    save(scene);
+    ASSERT_GT(fileSize(), 14 * mebibyte);
+
+    const i64 before = bytesOfFiles();
+    const Made<Snapshot> opened = openBinary(m_file);
+    u64 length = 0;
+    opened.visitNodes(0, 40000,
+                      [&](const SnapshotNode& node) { length += node["text"].text().size(); });
+    EXPECT_EQ(length, 16'000'000u);
+    EXPECT_LT(bytesOfFiles() - before, 4 * mebibyte);
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

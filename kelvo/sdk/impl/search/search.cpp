@@ -121,19 +121,22 @@ struct SnapshotParts {
     static const String& nameOf(const SnapshotInput& input) { return input.ownName(); }
 };
 
-// Walks through a scene in order, following only paths that may still match.
-template<typename Parts>
+// Walks through a scene in order, following only paths that may still match. Calls `visit(match)`
+// for what it finds.
+template<typename Parts, typename Visit>
 class Finder {
 public:
     using AnyNode = typename Parts::AnyNode;
     using AnyInput = typename Parts::AnyInput;
     using AnyMatch = typename Parts::AnyMatch;
 
-    Finder(const Conditions& conditions, std::vector<LibInfo> libraries, const Query& query)
+    Finder(const Conditions& conditions, std::vector<LibInfo> libraries, const Query& query,
+           const Visit& visit)
         : m_conditions(conditions),
           m_query(query),
           m_type(conditions.type, std::move(libraries)),
-          m_start(conditions.path.start()) {}
+          m_start(conditions.path.start()),
+          m_visit(visit) {}
 
     void search(const AnyNode& node) {
         m_places = m_start;
@@ -141,14 +144,12 @@ public:
         const bool isMatch = m_query.nodes && !m_conditions.value &&
                              m_conditions.path.accepts(m_places) &&
                              m_type.acceptsNode(Parts::of(node));
-        if (isMatch) m_found.push_back({node, {}});
+        if (isMatch) m_visit(AnyMatch{node, {}});
         if (!m_query.inputs) return;
         enter(Parts::holderOf(node), ".");
         while (m_depth != 0)
             goOn(node);
     }
-
-    [[nodiscard]] ds::Vector<AnyMatch> take() { return std::move(m_found); }
 
 private:
     struct Step {
@@ -202,7 +203,7 @@ private:
         if (!m_type.acceptsInput(Parts::of(input))) return;
         const auto& handle = Parts::handleOn(input);
         if (m_conditions.value && !m_conditions.value->accepts(handle)) return;
-        m_found.push_back({node, handle});
+        m_visit(AnyMatch{node, handle});
     }
 
     const Conditions& m_conditions;
@@ -215,8 +216,14 @@ private:
     const Wildcard::Places m_start;
     // The places of the node or input at hand.
     Wildcard::Places m_places;
-    ds::Vector<AnyMatch> m_found;
+    const Visit& m_visit;
 };
+
+template<typename Parts, typename Visit>
+Finder<Parts, Visit> finderOf(const Conditions& conditions, std::vector<LibInfo> libraries,
+                              const Query& query, const Visit& visit) {
+    return {conditions, std::move(libraries), query, visit};
+}
 
 } // namespace
 
@@ -254,10 +261,12 @@ Matches Scene::find(const Query& query) const {
     for (u64 i = 0; i < libraryCount(); ++i)
         libraries.push_back(library(i));
     libraries.insert(libraries.end(), query.libraries.begin(), query.libraries.end());
-    impl::Finder<impl::LiveParts> finder(conditions, std::move(libraries), query);
+    ds::Vector<Match> found;
+    const auto visit = [&](Match&& match) { found.push_back(std::move(match)); };
+    auto finder = impl::finderOf<impl::LiveParts>(conditions, std::move(libraries), query, visit);
     for (u64 i = 0; i < nodeCount(); ++i)
         finder.search(node(i));
-    return Matches(finder.take());
+    return Matches(std::move(found));
 }
 
 SnapshotMatches find(const Snapshot& scene, const Query& query) {
@@ -267,14 +276,23 @@ SnapshotMatches find(const Snapshot& scene, const Query& query) {
     const ds::Vector<SnapshotNode> nodes = scene.nodes();
     std::vector<ds::Vector<SnapshotMatch>> parts((nodes.size() + nodesAtOnce - 1) / nodesAtOnce);
     Workers().run(parts.size(), [&](u64 part) {
-        impl::Finder<impl::SnapshotParts> finder(
-            conditions, {query.libraries.begin(), query.libraries.end()}, query);
+        const auto visit = [&](const SnapshotMatch& match) { parts[part].push_back(match); };
+        auto finder = impl::finderOf<impl::SnapshotParts>(
+            conditions, {query.libraries.begin(), query.libraries.end()}, query, visit);
         const u64 end = std::min((part + 1) * nodesAtOnce, nodes.size());
         for (u64 i = part * nodesAtOnce; i < end; ++i)
             finder.search(nodes[i]);
-        parts[part] = finder.take();
     });
     return SnapshotMatches(joined(std::move(parts)));
+}
+
+void visitMatches(const Snapshot& scene, const Query& query, u64 begin, u64 end,
+                  const std::function<void(const SnapshotMatch&)>& visit) {
+    impl::Conditions conditions;
+    if (conditions.parse(query)) return;
+    auto finder = impl::finderOf<impl::SnapshotParts>(
+        conditions, {query.libraries.begin(), query.libraries.end()}, query, visit);
+    scene.visitNodes(begin, end, [&](const SnapshotNode& node) { finder.search(node); });
 }
 
 Matches Scene::find(String pattern) const {

@@ -68,8 +68,7 @@ private:
         if (const RecordConnection* found = m_record.connectionOf(number, i))
             return hashOfConnection(*found);
         if (type != AttrType::Node) return NodeRecord::hashOf(type, place);
-        const auto* to = m_tables.record(static_cast<NodeNumber>(NodeRecord::at<u64>(place)));
-        return to ? to->name().hash() : 0;
+        return m_tables.nameHash(static_cast<NodeNumber>(NodeRecord::at<u64>(place)));
     }
     [[nodiscard]] u64 hashOfConnection(const RecordConnection& connection) const {
         const NodeRecord* const source = m_tables.record(connection.source);

@@ -387,10 +387,18 @@ SnapshotNode SnapshotInput::linked() const noexcept {
     return {m_picture, m_picture->tables().record(linkAt(m_value))};
 }
 
+NodeNumber SnapshotInput::linkedNumber() const noexcept {
+    return m_type == AttrType::Node ? linkAt(m_value) : noNodeNumber;
+}
+
 // A link as text is the name of the node.
 bool SnapshotInput::readName(String& out) const {
     out = linked().name();
     return true;
+}
+
+bool SnapshotInput::isConnected() const noexcept {
+    return m_record && m_record->connectionOf(m_list, m_index);
 }
 
 SnapshotOutput SnapshotInput::source() const noexcept {

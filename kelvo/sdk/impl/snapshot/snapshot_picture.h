@@ -62,6 +62,7 @@ public:
     [[nodiscard]] SnapshotVersion version() const noexcept {
         return m_asSet ? m_asSet->version() : m_entry.version;
     }
+    [[nodiscard]] const ShapeTable& shapes() const noexcept { return m_line->shapes; }
     /// Tells whether two snapshots are of one scene.
     [[nodiscard]] bool isOfSameScene(const SnapshotPicture& other) const noexcept {
         return m_line == other.m_line;

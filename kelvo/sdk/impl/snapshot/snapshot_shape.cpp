@@ -137,6 +137,13 @@ const SnapshotShape* ShapeTable::share(SnapshotShape&& shape) {
     return *found;
 }
 
+bool ShapeTable::hasInput(const NameView& name) const noexcept {
+    const std::lock_guard lock(m_mutex);
+    return std::ranges::any_of(m_shapes, [&](const SnapshotShape* shape) {
+        return shape->find(name) != SnapshotShape::notFound;
+    });
+}
+
 // Drops shapes that no record has, when the table has doubled since it last did.
 void ShapeTable::dropUnused() noexcept {
     std::erase_if(m_shapes, [](const SnapshotShape* shape) {

@@ -169,6 +169,8 @@ public:
 
     /// Returns the shape like this one, with a reference for the caller.
     [[nodiscard]] const SnapshotShape* share(SnapshotShape&& shape);
+    /// Tells whether one of the shapes has an input of that name, without regard to case.
+    [[nodiscard]] bool hasInput(const NameView& name) const noexcept;
     [[nodiscard]] u64 size() const noexcept { return m_shapes.size(); }
 
 private:
@@ -183,7 +185,7 @@ private:
 
     void dropUnused() noexcept;
 
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::unordered_set<const SnapshotShape*, Hash, Equal> m_shapes;
     u64 m_nextSweep = 64;
 };

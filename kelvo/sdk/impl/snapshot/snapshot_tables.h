@@ -51,6 +51,12 @@ struct SnapshotTables {
         return stored ? stored->record(number) : records.at(number);
     }
     [[nodiscard]] const NodeRecord* find(const NameView& name) const noexcept;
+    /// Returns the hash of the name of a node, 0 when there is none.
+    [[nodiscard]] u64 nameHash(NodeNumber number) const noexcept {
+        if (stored) return stored->nameHash(number);
+        const NodeRecord* const found = records.at(number);
+        return found ? found->name().hash() : 0;
+    }
     [[nodiscard]] u64 nodeCount() const noexcept { return stored ? stored->size() : order.size(); }
     /// Returns the number of a node by position in creation order. Needs a position below the
     /// count.

@@ -4,7 +4,7 @@
 #include "kelvo/sdk/impl/snapshot/stored_names.h"
 #include "kelvo/sdk/impl/snapshot/stored_values.h"
 
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <new>
 
@@ -104,8 +104,14 @@ Result DamageNote::first() const {
 }
 
 struct StoredNodes::NodePiece {
-    explicit NodePiece(u32 count) : slab(count) {}
-    ~NodePiece() {
+    NodePiece() : slab(0) {}
+    ~NodePiece() { endRecords(); }
+    // Prepares for other nodes.
+    void reuse(u32 count) noexcept {
+        endRecords();
+        slab.reuse(count);
+    }
+    void endRecords() noexcept {
         constexpr u64 ahead = 4;
         for (u64 i = 0; i < records.size(); ++i) {
             if (i + ahead < records.size()) NodeRecord::fetch(records[i + ahead].get());
@@ -128,6 +134,8 @@ StoredNodes::StoredNodes(RefersTo<PieceSource> source, ShapeTable& shapes, TypeR
 StoredNodes::~StoredNodes() {
     for (const auto& piece : m_nodes)
         delete piece.load(std::memory_order_acquire);
+    for (const auto& hashes : m_nameHashes)
+        delete hashes.load(std::memory_order_acquire);
     for (const auto& piece : m_names)
         delete piece.load(std::memory_order_acquire);
 }
@@ -140,6 +148,7 @@ Result StoredNodes::open() {
         readTypes();
         readFile();
         m_nodes = std::vector<std::atomic<const NodePiece*>>(m_head.nodes.size());
+        m_nameHashes = std::vector<std::atomic<const NameHashes*>>(m_head.nodes.size());
         m_names = std::vector<std::atomic<const StoredPiece*>>(m_head.names.size());
         return {};
     } catch (const Damaged& damaged) {
@@ -216,25 +225,54 @@ const StoredNodes::NodePiece* StoredNodes::nodePiece(u64 index) const noexcept {
     return keep(place, readOrNote(*m_damage, [&] { return readNodes(index); }));
 }
 
-std::unique_ptr<StoredNodes::NodePiece> StoredNodes::readNodes(u64 index) const {
-    const u32 number = m_head.nodes[index];
-    const StoredPiece piece = load(number);
-    RecordReader reader(m_shapes, m_head.nodeCount, [this](u32 buffer, DataType type, u64 count) {
-        return loadBuffer(buffer, type, count);
-    });
+void StoredNodes::visit(u32 begin, u32 end,
+                        const std::function<void(const NodeRecord&)>& visit) const {
+    constexpr u32 size = StoredHead::nodesOfPiece;
+    end = std::min(end, m_head.nodeCount);
+    NodePiece own;
+    for (u32 next = begin; next < end;) {
+        const u32 index = next / size, endOfPiece = std::min(end, (index + 1) * size);
+        const NodePiece* piece = m_nodes[index].load(std::memory_order_acquire);
+        if (!piece)
+            piece = readOrNote(*m_damage, [&] { return readNodes(index, own); });
+        for (; next < endOfPiece; ++next)
+            if (piece) visit(*piece->records[next % size]);
+    }
+}
+
+// Calls `read(in, i)` for each node of a piece, with a reader at its beginning.
+template<typename Read>
+void StoredNodes::readEach(u64 index, const StoredPiece& piece, const Read& read) const {
+    const u32 number = m_head.nodes[index], count = m_head.nodesIn(index);
     ByteReader places(piece.bytes);
-    const u32 count = m_head.nodesIn(index);
-    auto made = std::make_unique<NodePiece>(count);
     for (u32 i = 0; i < count; ++i) {
         const u64 begin = places.word32();
         if (begin > piece.bytes.size()) places.fail();
         if (places.isFailed()) fail(*m_source, number, places.position(), "the nodes");
         ByteReader in(piece.bytes.subspan(begin));
-        const auto node = static_cast<NodeNumber>(index * StoredHead::nodesOfPiece + i);
-        made->records[i] = reader.read(in, node, &made->slab);
-        if (!made->records[i]) fail(*m_source, number, begin + in.position(), "a node");
+        if (!read(in, i)) fail(*m_source, number, begin + in.position(), "a node");
     }
+}
+
+std::unique_ptr<StoredNodes::NodePiece> StoredNodes::readNodes(u64 index) const {
+    auto made = std::make_unique<NodePiece>();
+    readNodes(index, *made);
     return made;
+}
+
+// Returns the piece with the nodes.
+const StoredNodes::NodePiece* StoredNodes::readNodes(u64 index, NodePiece& into) const {
+    const StoredPiece piece = load(m_head.nodes[index]);
+    RecordReader reader(m_shapes, m_head.nodeCount, [this](u32 buffer, DataType type, u64 count) {
+        return loadBuffer(buffer, type, count);
+    });
+    into.reuse(m_head.nodesIn(index));
+    readEach(index, piece, [&](ByteReader& in, u32 i) {
+        const auto node = static_cast<NodeNumber>(index * StoredHead::nodesOfPiece + i);
+        into.records[i] = reader.read(in, node, &into.slab);
+        return into.records[i] != nullptr;
+    });
+    return &into;
 }
 
 Buffer StoredNodes::loadBuffer(u32 number, DataType type, u64 count) const {
@@ -255,6 +293,27 @@ Buffer StoredNodes::loadBuffer(u32 number, DataType type, u64 count) const {
 }
 
 // ---- Names -----------------------------------------------------------------------------
+
+u64 StoredNodes::nameHash(NodeNumber number) const noexcept {
+    if (number >= m_head.nodeCount) return 0;
+    const u64 index = number / StoredHead::nodesOfPiece, i = number % StoredHead::nodesOfPiece;
+    if (const NodePiece* known = m_nodes[index].load(std::memory_order_acquire))
+        return known->records[i]->name().hash();
+    std::atomic<const NameHashes*>& place = m_nameHashes[index];
+    const NameHashes* hashes = place.load(std::memory_order_acquire);
+    if (!hashes) hashes = keep(place, readOrNote(*m_damage, [&] { return readNameHashes(index); }));
+    return hashes ? (*hashes)[i] : 0;
+}
+
+std::unique_ptr<StoredNodes::NameHashes> StoredNodes::readNameHashes(u64 index) const {
+    const StoredPiece piece = load(m_head.nodes[index]);
+    auto made = std::make_unique<NameHashes>();
+    readEach(index, piece, [&](ByteReader& in, u32 i) {
+        (*made)[i] = readText(in).hash();
+        return !in.isFailed();
+    });
+    return made;
+}
 
 const NodeRecord* StoredNodes::find(const NameView& name) const noexcept {
     const u32 places = StoredNames::placesFor(m_head.nodeCount);

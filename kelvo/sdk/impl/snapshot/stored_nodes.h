@@ -6,7 +6,9 @@
 #include "kelvo/sdk/impl/snapshot/stored_records.h"
 #include "kelvo/sdk/impl/snapshot/type_records.h"
 
+#include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -44,6 +46,12 @@ public:
     /// Returns null for a number out of range or a damaged piece.
     [[nodiscard]] const NodeRecord* record(NodeNumber number) const noexcept;
     [[nodiscard]] const NodeRecord* find(const NameView& name) const noexcept;
+    /// Returns the hash of the name of a node, without keeping more of it; 0 for a number out of
+    /// range or a damaged piece.
+    [[nodiscard]] u64 nameHash(NodeNumber number) const noexcept;
+    /// Calls `visit` for the nodes from `begin` to `end`. Keeps no pieces but those that it finds
+    /// kept, so the nodes are valid during the call only.
+    void visit(u32 begin, u32 end, const std::function<void(const NodeRecord&)>& visit) const;
 
     /// Returns the first damage that was met, or that memory was out.
     [[nodiscard]] Result damage() const { return m_damage->first(); }
@@ -55,6 +63,7 @@ public:
 
 private:
     struct NodePiece;
+    using NameHashes = std::array<u64, StoredHead::nodesOfPiece>;
 
     void readHead();
     void readTypes();
@@ -63,6 +72,10 @@ private:
     void readFile();
     [[nodiscard]] const NodePiece* nodePiece(u64 index) const noexcept;
     [[nodiscard]] std::unique_ptr<NodePiece> readNodes(u64 index) const;
+    const NodePiece* readNodes(u64 index, NodePiece& into) const;
+    [[nodiscard]] std::unique_ptr<NameHashes> readNameHashes(u64 index) const;
+    template<typename Read>
+    void readEach(u64 index, const StoredPiece& piece, const Read& read) const;
     [[nodiscard]] const StoredPiece* namePiece(u64 index) const noexcept;
     [[nodiscard]] std::unique_ptr<StoredPiece> readNames(u64 index) const;
     [[nodiscard]] StoredPiece load(u32 number) const;
@@ -79,6 +92,7 @@ private:
     RefersTo<DamageNote> m_damage;
     // Null until they are read, and for ever if they cannot be.
     mutable std::vector<std::atomic<const NodePiece*>> m_nodes;
+    mutable std::vector<std::atomic<const NameHashes*>> m_nameHashes;
     mutable std::vector<std::atomic<const StoredPiece*>> m_names;
 };
 

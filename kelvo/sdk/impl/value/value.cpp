@@ -170,29 +170,6 @@ const double* Value::reals() const noexcept {
     return m_type == AttrType::Mat3 || m_type == AttrType::Mat4 ? m_data.mat->d : m_data.d;
 }
 
-u32 Value::components(AttrType type) noexcept {
-    switch (type) {
-    case AttrType::Real:
-        return 1;
-    case AttrType::Vec2:
-    case AttrType::Pos2:
-        return 2;
-    case AttrType::Vec3:
-    case AttrType::Pos3:
-        return 3;
-    case AttrType::Vec4:
-    case AttrType::Quat:
-    case AttrType::Rgba:
-        return 4;
-    case AttrType::Mat3:
-        return 9;
-    case AttrType::Mat4:
-        return 16;
-    default:
-        return 0;
-    }
-}
-
 Value Value::fromReals(AttrType type, const double* reals) {
     Value result;
     const u32 count = components(type);

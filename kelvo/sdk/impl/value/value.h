@@ -71,7 +71,7 @@ public:
     /// gives their number.
     [[nodiscard]] const double* reals() const noexcept;
     /// Returns the number of doubles in a value of that kind; 0 for kinds without doubles.
-    [[nodiscard]] static u32 components(AttrType type) noexcept;
+    [[nodiscard]] static constexpr u32 components(AttrType type) noexcept;
     /// Makes a value of a kind from its `components(type)` doubles.
     [[nodiscard]] static Value fromReals(AttrType type, const double* reals);
 
@@ -120,5 +120,28 @@ private:
     AttrType m_type;
     Data m_data;
 };
+
+constexpr u32 Value::components(AttrType type) noexcept {
+    switch (type) {
+    case AttrType::Real:
+        return 1;
+    case AttrType::Vec2:
+    case AttrType::Pos2:
+        return 2;
+    case AttrType::Vec3:
+    case AttrType::Pos3:
+        return 3;
+    case AttrType::Vec4:
+    case AttrType::Quat:
+    case AttrType::Rgba:
+        return 4;
+    case AttrType::Mat3:
+        return 9;
+    case AttrType::Mat4:
+        return 16;
+    default:
+        return 0;
+    }
+}
 
 } // namespace qv::kelvo_sdk::impl

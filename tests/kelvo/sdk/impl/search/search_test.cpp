@@ -52,6 +52,17 @@ protected:
         std::string paths;
         for (const SnapshotMatch& match : find(snapshot, query))
             paths += (match.path() + " ").view();
+        EXPECT_EQ(visited(snapshot, query), paths);
+        return paths;
+    }
+
+    // Searches one node at a time.
+    [[nodiscard]] static std::string visited(const Snapshot& snapshot, const Query& query) {
+        std::string paths;
+        for (u64 i = 0; i < snapshot.nodeCount(); ++i)
+            visitMatches(snapshot, query, i, i + 1, [&](const SnapshotMatch& match) {
+                paths += (match.path() + " ").view();
+            });
         return paths;
     }
 
@@ -221,6 +232,8 @@ TEST_F(Search, FaultyQueriesOfSnapshots_HaveTheSameFault) {
     EXPECT_FALSE(matches);
     EXPECT_EQ(matches.fault().message, m_scene.find(query).fault().message);
     EXPECT_TRUE(find(Snapshot(), {.pattern = "*"}));
+    visitMatches(m_scene.snapshot(), query, 0, 100,
+                 [](const SnapshotMatch& match) { ADD_FAILURE() << match.path(); });
 }
 
 TEST_F(Search, LargeSnapshots_AreFoundInTheOrderOfTheScene) {

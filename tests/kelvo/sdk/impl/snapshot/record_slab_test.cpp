@@ -35,5 +35,19 @@ TEST(RecordSlab, RecordsOfAnySizeAndNumber_HaveMemoryOfTheirOwn) {
             ASSERT_EQ(taken[i].first[at], static_cast<std::byte>(i));
 }
 
+TEST(RecordSlab, ReusedMemory_IsGivenAgainAndGrowsWhereItIsTooSmall) {
+    RecordSlab slab(2);
+    const std::byte* const first = slab.take(64);
+    const std::byte* const second = slab.take(64);
+    slab.reuse(3);
+    EXPECT_EQ(slab.take(64), first);
+    EXPECT_EQ(slab.take(64), second);
+    slab.reuse(1);
+    std::byte* const large = slab.take(100000);
+    EXPECT_NE(large, first);
+    std::memset(large, 1, 100000);
+    EXPECT_EQ(slab.take(128), first) << "the smaller block follows";
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl
