@@ -108,8 +108,8 @@ public:
 
 /// Calls `visit` for each match among the nodes from `begin` to `end`, in their order, with a match
 /// that is valid during the call only: finds any number of matches in little memory, as
-/// `Snapshot::visitNodes` visits nodes. Calls nothing when the query has a fault. Threads may search
-/// parts of one snapshot at the same time. Throws what `visit` throws.
+/// `Snapshot::visitNodes` visits nodes. Calls nothing when the query has a fault. Threads may
+/// search parts of one snapshot at the same time. Throws what `visit` throws.
 QV_EXPORT void visitMatches(const Snapshot& scene, const Query& query, u64 begin, u64 end,
                             const std::function<void(const SnapshotMatch&)>& visit);
 

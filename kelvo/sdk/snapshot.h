@@ -85,9 +85,9 @@ public:
     /// Returns all nodes in creation order. Faster than one after the other.
     [[nodiscard]] ds::Vector<SnapshotNode> nodes() const;
     /// Calls `visit` for the nodes from `begin` to `end`, in creation order, which are valid during
-    /// the call only: nodes of a stored snapshot are read for it and not kept, so that scenes of any
-    /// size take little memory. Threads may visit parts of one snapshot at the same time; parts that
-    /// begin at multiples of 256 cost least. Throws what `visit` throws.
+    /// the call only: nodes of a stored snapshot are read for it and not kept, so that a scene of
+    /// any size takes little memory. Threads may visit parts of one snapshot at the same time;
+    /// parts that begin at multiples of 256 cost least. Throws what `visit` throws.
     void visitNodes(u64 begin, u64 end,
                     const std::function<void(const SnapshotNode&)>& visit) const;
     /// Tells whether a node or a part of an input may have an input of that name, without regard to

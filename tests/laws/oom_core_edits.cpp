@@ -129,6 +129,13 @@ std::vector<OomEdit> nodeEdits() {
         {"node: rename to a taken name", onNode("a", "b"),
          [](OomWorld& w) { return w.scene().renameNode(w.node, w.name); }},
         {"node: move", onNode("a"), [](OomWorld& w) { return w.scene().moveNode(w.node, 3); }},
+        {"node: move where there is no room for another",
+         [](OomWorld& w) {
+             while (w.scene().nodeCount() < 64)
+                 w.scene().createNode("thing", "more");
+             w.node = w.scene()["a"];
+         },
+         [](OomWorld& w) { return w.scene().moveNode(w.node, 40); }},
     };
 }
 

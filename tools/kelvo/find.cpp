@@ -88,7 +88,7 @@ bool addLibraries(kelvo_sdk::Query& query) {
     return true;
 }
 
-// What was found among some of the nodes.
+// The matches among some of the nodes.
 struct Part {
     explicit Part(const StreamLook& look) : lines(look) {}
     TerminalText lines;

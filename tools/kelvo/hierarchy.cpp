@@ -24,8 +24,8 @@ void Hierarchy::Part::add(const SnapshotNode& node) {
 }
 
 Hierarchy::Hierarchy(const kelvo_sdk::Snapshot& scene)
-    : Hierarchy(partsOf<Part>(
-          scene, [](Part& part, const SnapshotNode& node) { part.add(node); })) {}
+    : Hierarchy(
+          partsOf<Part>(scene, [](Part& part, const SnapshotNode& node) { part.add(node); })) {}
 
 Hierarchy::Hierarchy(std::vector<Part> parts) {
     Number end = 0;

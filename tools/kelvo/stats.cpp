@@ -86,7 +86,7 @@ struct Counts {
     }
 };
 
-// What some of the nodes say.
+// The figures of some nodes.
 struct Part {
     Counts counts;
     Hierarchy::Part hierarchy;

@@ -23,6 +23,7 @@ struct SceneChanges {
     ds::Vector<INode*> addedNodes;
     ds::Vector<INode*> removedNodes;
     ds::Vector<Renaming> renamedNodes;
+    /// Nodes that were moved, unless this was taken back: the last move first.
     ds::Vector<INode*> movedNodes;
     ds::Vector<const IInput*> addedInputs;
     ds::Vector<const IInput*> removedInputs;

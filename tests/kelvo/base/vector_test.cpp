@@ -184,6 +184,13 @@ TEST(Vector, Remove_KeepsTheOrderOfTheRest) {
     EXPECT_EQ(vector.capacity(), 3u);
 }
 
+TEST(Vector, Remove_BehindTheLast_TakesTheLastAway) {
+    Vector<int> vector{1, 2};
+    vector.reserve(4);
+    vector.remove(2);
+    EXPECT_EQ(listed(vector), std::vector<int>{1});
+}
+
 TEST(Vector, Remove_ReleasesWhatTheLastSlotHeld) {
     const String text("held");
     Vector<String> vector{text, text};

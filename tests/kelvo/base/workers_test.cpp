@@ -41,9 +41,9 @@ std::vector<int> timesWorked(const Workers& workers, u64 count) {
 }
 
 // Returns the message of the exception that leaves a run.
-std::string thrownBy(u32 threads, u64 count, const Workers::Piece& work) {
+std::string thrownBy(const Workers& workers, u64 count, const Workers::Piece& work) {
     try {
-        Workers(threads).run(count, work);
+        workers.run(count, work);
     } catch (const std::runtime_error& error) {
         return error.what();
     }
@@ -122,7 +122,7 @@ TEST(Workers, NoMemoryForAThread_IsDoneWithout) {
 TEST(Workers, AnException_ReachesTheCallerAfterAllThreadsEnded) {
     for (const u32 threads : threadCounts) {
         std::atomic<int> open = 0;
-        const std::string thrown = thrownBy(threads, 64, [&](u64 piece) {
+        const std::string thrown = thrownBy(Workers(threads), 64, [&](u64 piece) {
             ++open;
             if (piece == 7) {
                 --open;
@@ -136,10 +136,32 @@ TEST(Workers, AnException_ReachesTheCallerAfterAllThreadsEnded) {
     }
 }
 
+TEST(Workers, AHigherPieceThatFailsLater_LeavesTheFirstException) {
+    std::atomic<bool> isFirstBegun = false, isSecondBegun = false, isFirstOver = false;
+    const auto await = [](const std::atomic<bool>& what) {
+        while (!what)
+            std::this_thread::yield();
+    };
+    const Workers workers(2, [&](const Workers::Task& task) {
+        std::thread thread([&, task] {
+            task();
+            isFirstOver = true;
+        });
+        await(isFirstBegun);
+        return thread;
+    });
+    const std::string thrown = thrownBy(workers, 2, [&](u64 piece) {
+        (piece == 0 ? isFirstBegun : isSecondBegun) = true;
+        await(piece == 0 ? isSecondBegun : isFirstOver);
+        throw std::runtime_error(piece == 0 ? "first" : "second");
+    });
+    EXPECT_EQ(thrown, "first");
+}
+
 TEST(Workers, SeveralExceptions_GiveThatOfTheLowestPiece) {
     for (const u32 threads : threadCounts)
         for (int times = 0; times < 50; ++times)
-            EXPECT_EQ(thrownBy(threads, 32,
+            EXPECT_EQ(thrownBy(Workers(threads), 32,
                                [](u64 piece) {
                                    if (piece >= 5) throw std::runtime_error(std::to_string(piece));
                                }),

@@ -2,8 +2,11 @@
 
 #include "kelvo/sdk/callback_table.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/scene_text.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -40,6 +43,7 @@ TEST_F(SceneResult, NodeThatIsTakenAway_SaysSo) {
     remover.scene = m_scene;
     EXPECT_TRUE(m_scene.subscribe(&remover));
     EXPECT_EQ(m_scene.createNode("light", "sun").message(), "An observer removed node 'sun'.");
+    EXPECT_EQ(m_lamp.clone().message(), "Cannot copy node 'lamp': an observer removed it.");
     EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
@@ -54,10 +58,44 @@ TEST_F(SceneResult, ConversionThatIsTakenBack_SaysSo) {
         const Scene::UndoScope scope(m_scene, "Convert", "");
         canceller.scope = &scope;
         EXPECT_EQ(m_lamp.convertTo(type).message(),
-                  "Cannot convert node 'lamp': an observer removed it.");
+                  "Cannot convert node 'lamp': it or its replacement was removed meanwhile.");
         EXPECT_EQ(m_scene["lamp"], m_lamp);
     }
     EXPECT_TRUE(m_scene.unsubscribe(&canceller));
+}
+
+TEST_F(SceneResult, ConversionDuringTheRemoval_SaysThatTheNodeIsInNoScene) {
+    struct Converter : SceneListener {
+        void nodeRemoved(Node node) override { message = node.convertTo("spot").message(); }
+        String message;
+    } converter;
+    EXPECT_TRUE(m_scene.subscribe(&converter));
+    EXPECT_TRUE(m_scene.removeNode(m_lamp));
+    EXPECT_EQ(converter.message, "Cannot convert node 'lamp': it is in no scene.");
+    EXPECT_TRUE(m_scene.unsubscribe(&converter));
+}
+
+TEST_F(SceneResult, ConversionWhoseReplacementIsRemoved_SaysSoAndIsUndoneAsAWhole) {
+    struct Remover : SceneListener {
+        void nodeConverted(Node, Node now) override { now.scene().removeNode(now); }
+    } remover;
+    m_scene.createNode("light", "sun").createInput("partner", AttrType::Node).set(m_lamp);
+    m_scene.setUndoEnabled(true);
+    const std::string text = tests::textOf(m_scene);
+    EXPECT_TRUE(m_scene.subscribe(&remover));
+    EXPECT_EQ(m_lamp.convertTo("spot").message(),
+              "Cannot convert node 'lamp': it or its replacement was removed meanwhile.");
+    EXPECT_EQ(m_scene.nodeCount(), 1u);
+    EXPECT_TRUE(m_scene.unsubscribe(&remover));
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(tests::textOf(m_scene), text);
+    m_scene.setUndoEnabled(false);
+    EXPECT_TRUE(m_scene.subscribe(&remover));
+    EXPECT_FALSE(m_scene["lamp"].convertTo("spot"));
+    EXPECT_EQ(m_scene.nodeCount(), 1u);
+    EXPECT_FALSE(m_scene["sun"]["partner"].asNode());
+    EXPECT_TRUE(m_scene.verify().empty());
+    EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
 TEST(SceneResultOfAnObserver, ThatLetsGoOfTheScene_IsThatOfANodeTakenAway) {

@@ -2,6 +2,8 @@
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_extras.h"
+#include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/node_links.h"
 
@@ -18,8 +20,15 @@ bool keepsValues(const Node& node) {
 } // namespace
 
 FirstModifier::FirstModifier(const Input& list) {
-    if (!isModifierList(list) || !list.node()) return;
-    auto& node = implOf(*list.node());
+    if (isModifierList(list) && list.node()) begin(implOf(*list.node()));
+}
+
+FirstModifier::FirstModifier(const Input& input, const String& name) {
+    const bool isList = !input.parent() && name.equalsNoCase(knownNames().modifiers);
+    if (isList && !input.members().empty()) begin(implOf(*input.node()));
+}
+
+void FirstModifier::begin(Node& node) {
     auto* scene = implOf(node.liveScene());
     if (!scene || modifierListOf(node) || scene->isModified(node) || !keepsValues(node)) return;
     m_node = RefersTo<Node>(&node);

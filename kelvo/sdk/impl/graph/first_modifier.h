@@ -7,18 +7,22 @@
 
 namespace qv::kelvo_sdk::impl {
 
-/// Adds the first modifier to a node whose inputs keep values aside. Modifiers start from these, so
-/// they become the values, as recorded changes of the same step. Does nothing for other lists.
+/// Gives the first modifiers to a node whose inputs keep values aside. Modifiers start from these,
+/// so they become the values, as recorded changes of the same step. Does nothing for other lists.
 class FirstModifier {
 public:
-    /// Create before the step.
+    /// For an element to be added to a list. Create before the step.
     explicit FirstModifier(const Input& list);
-    /// Call before the element is added, inside the step.
+    /// For an input of a node, to be renamed, which may make it the list. Create before the step.
+    FirstModifier(const Input& input, const String& name);
+    /// Call before the element is added or the input renamed, inside the step.
     void useKeptValues() const;
-    /// Notifies observers; call when the element is in the list.
+    /// Notifies observers; call when the element is in the list or the input renamed.
     void release();
 
 private:
+    void begin(Node& node);
+
     // Null when there is nothing to do.
     RefersTo<Node> m_node;
     RefersTo<Scene> m_scene;

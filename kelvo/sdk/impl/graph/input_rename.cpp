@@ -4,11 +4,13 @@
 #include "kelvo/sdk/impl/graph/input.h"
 
 #include "kelvo/sdk/impl/graph/edit_step.h"
+#include "kelvo/sdk/impl/graph/first_modifier.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input_extras.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/impl/graph/input_rename.h"
 #include "kelvo/sdk/impl/graph/layout.h"
+#include "kelvo/sdk/impl/graph/modifier_list.h"
 #include "kelvo/sdk/impl/graph/modifier_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/refusals.h"
@@ -94,8 +96,10 @@ bool Input::rename(String name) {
     const RefersTo<Node> node(m_node);
     const std::vector<ModifierNames> lists = modifierNamesAfter(*this, name);
     InputNaming naming = namingOf(*this, name);
+    FirstModifier first(*this, name);
     DeferredNotifications deferred;
     EditStep step(m_node);
+    first.useKeptValues();
     step.prepare<InputRename>(*this, naming);
     expectNotification(m_node, static_cast<const IInput*>(this));
     step.commit();
@@ -103,6 +107,7 @@ bool Input::rename(String name) {
     for (const ModifierNames& list : lists)
         list.input->setString(list.names);
     deferred.release();
+    first.release();
     return true;
 }
 
@@ -131,11 +136,13 @@ InputRename::InputRename(Input& input, const InputNaming& naming)
 
 // Skips the swap when the input left its node through a handle, or when an observer of another undo
 // gave the name to another input. Swapping back skips it too.
-void InputRename::swap(Scene& /*scene*/) {
+void InputRename::swap(Scene& scene) {
     if (std::exchange(m_isPassedOver, false)) return;
     const bool isThere = input().node() && input().node() == node() && isHeld(input());
     m_isPassedOver = !isThere || (input().parent() && namesakeOf(input(), m_other.name));
-    if (!m_isPassedOver) input().exchangeName(m_other, {});
+    if (m_isPassedOver) return;
+    input().exchangeName(m_other, {});
+    if (!modifierListOf(*node())) scene.lastModifierLeft(*node());
 }
 
 u64 InputRename::bytes() const {

@@ -49,12 +49,6 @@ Made<Attribute> make(const Node& node, const char* word, const String& name, con
         String::format("Cannot create %s '%s': an observer ended its node.", word, name.buf()));
 }
 
-Made<Node> madeNode(const Node& node, INode* made, const char* what) {
-    if (made) return Node(made);
-    return Result::failure(
-        String::format("Cannot %s node '%s': an observer removed it.", what, node.name().buf()));
-}
-
 // Returns the reason why the list of children refuses a child; empty when it should accept one.
 String childrenRefusal(const INode& parent) {
     const String& children = impl::knownNames().children;
@@ -68,12 +62,16 @@ String childrenRefusal(const INode& parent) {
     return list.isReadOnly() ? impl::changeRefusal(list) : String();
 }
 
-String conversionRefusal(const INode& node, const String& type) {
+bool isInScene(const INode& node) {
     const auto* scene = implOf(node.scene());
-    if (!scene || !scene->contains(node))
-        return "Cannot convert node '" + node.name() + "': it is in no scene.";
+    return scene && scene->contains(node);
+}
+
+// A conversion that is refused leaves the node in its scene.
+String conversionRefusal(const INode& node, const String& type) {
+    if (!isInScene(node)) return {};
     if (!type.isSimpleCID()) return impl::nameRefusal(type, "type");
-    const impl::Node* definition = scene->findType(type);
+    const impl::Node* definition = implOf(*node.scene()).findType(type);
     return definition && definition->isAbstract() ? impl::abstractConversion(node, type) : String();
 }
 
@@ -208,9 +206,10 @@ Made<Node> Node::clone(bool deep) const {
         return Result::failure("Cannot copy node '" + name() + "': it is in no scene.");
     const Node held(*this);
     INode* made = held->clone(deep);
+    if (made) return Node(made);
     const String name = held.name();
-    if (!made && !name.isSimpleCID()) return Result::failure(impl::nameRefusal(name, "name"));
-    return madeNode(held, made, "copy");
+    if (!name.isSimpleCID()) return Result::failure(impl::nameRefusal(name, "name"));
+    return Result::failure("Cannot copy node '" + name + "': an observer removed it.");
 }
 
 Made<Node> Node::copyByItself(String name) const {
@@ -221,11 +220,11 @@ Made<Node> Node::copyByItself(String name) const {
 Made<Node> Node::convertTo(String type, ConversionLosses* losses) const {
     if (!get()) return emptyHandle("node");
     const Node held(*this);
-    interfaces::IScene* scene = held->scene();
-    INode* made = scene ? scene->convertNoting(held.get(), type, losses) : nullptr;
-    const String reason = made ? String() : conversionRefusal(*held, type);
-    if (!reason.isEmpty()) return Result::failure(reason);
-    return madeNode(held, made, "convert");
+    const String start = "Cannot convert node '" + held.name() + "': ";
+    if (!isInScene(*held)) return Result::failure(start + "it is in no scene.");
+    if (INode* made = held->scene()->convertNoting(held.get(), type, losses)) return Node(made);
+    return failureOf(conversionRefusal(*held, type),
+                     start + "it or its replacement was removed meanwhile.");
 }
 
 Result Node::setPath(const String& path) const {

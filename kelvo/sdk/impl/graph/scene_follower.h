@@ -32,6 +32,10 @@ public:
     virtual void nodeTakenOut(Node& /*node*/) noexcept {}
     /// The change that removed the node is complete; observers were not notified yet.
     virtual void nodeLeft(Node& /*node*/) {}
+    /// The node got a place in the order of the nodes, as a new node or by a move.
+    virtual void placeTaken(const Node& /*node*/) noexcept {}
+    /// The node is about to leave its place in the order of the nodes.
+    virtual void placeLeaving(const Node& /*node*/) noexcept {}
     /// The node was marked dirty; `wasDirty` tells whether it was dirty before. `input` is the one
     /// whose value, or order of elements, alone changed; null when other things did.
     virtual void nodeChanged(const Node& /*node*/, const Input* /*input*/,

@@ -71,6 +71,18 @@ void Scene::initialise(Node& node) {
     node.nodeInit();
 }
 
+namespace {
+
+void tellPlaceTaken(const SceneFollowers& followers, const Node& node) noexcept {
+    followers.each([&](SceneFollower& follower) { follower.placeTaken(node); });
+}
+
+void tellPlaceLeaving(const SceneFollowers& followers, const Node& node) noexcept {
+    followers.each([&](SceneFollower& follower) { follower.placeLeaving(node); });
+}
+
+} // namespace
+
 bool Scene::addNode(Node* node) {
     if (!checkNodeName(node->ownName(), "name") || contains(*node)) return false;
     String free = m_nodes.freeName(node->ownName());
@@ -79,6 +91,7 @@ bool Scene::addNode(Node* node) {
     expect(static_cast<const INode*>(node));
     node->setNumber(m_nodes.add(free, node), {});
     node->setName(std::move(free), {});
+    tellPlaceTaken(m_followers, *node);
     step.commit();
     enter(*node, {});
     return true;
@@ -86,6 +99,7 @@ bool Scene::addNode(Node* node) {
 
 void Scene::putBack(Node& node, NodeTable::Place place, u64 index, Only<NodeChange> /*key*/) {
     node.setNumber(m_nodes.add(std::move(place), node.name(), &node, index), {});
+    tellPlaceTaken(m_followers, node);
 }
 
 void Scene::enter(Node& node, Only<NodeChange, Scene> /*key*/) {
@@ -153,6 +167,7 @@ bool Scene::removeNode(INode* node) {
 
 NodeTable::Place Scene::takeOut(Node& node, Only<NodeChange, Scene> /*key*/) {
     surroundingsChanged(node);
+    tellPlaceLeaving(m_followers, node);
     NodeTable::Place place = m_nodes.take(node.ownName());
     node.setHasLeft(true, {});
     node.decRef();
@@ -282,7 +297,9 @@ bool Scene::moveNode(INode* node, u64 to) {
 }
 
 void Scene::move(Node& node, u64 from, u64 to, Only<NodeMove, Scene> /*key*/) {
+    tellPlaceLeaving(m_followers, node);
     m_nodes.move(node.name(), to);
+    tellPlaceTaken(m_followers, node);
     setDirty();
     tellMoved(node, from);
 }

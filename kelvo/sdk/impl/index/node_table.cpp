@@ -71,8 +71,13 @@ u64 NodeTable::place(Entry* entry, u64 index) {
 void NodeTable::move(const String& name, u64 to) {
     Entry& entry = m_byName.find(name)->second;
     tellRemoved(entry);
-    m_order.remove(entry.slot, moved);
-    entry.slot = place(&entry, to);
+    try {
+        m_order.reserve();
+        m_order.remove(entry.slot, moved);
+        entry.slot = place(&entry, to);
+    } catch (const std::bad_alloc&) {
+        m_order.shift(entry.slot, to, moved);
+    }
     tellInserted(to, entry.number);
 }
 

@@ -64,6 +64,24 @@ public:
         if (m_holes.size() > mostHoles() || m_holes.size() * 2 >= m_slots.size()) compact(moved);
     }
 
+    /// Moves the pointer in a slot, which must not be a hole, to an index below the size. Allocates
+    /// nothing; takes time for each pointer in between.
+    template<typename Moved>
+    void shift(u64 slot, u64 index, const Moved& moved) noexcept {
+        u64 place = placeOfSlot(slot);
+        T* const pointer = m_slots[place];
+        for (const u64 end = placeOf(index); place != end;) {
+            u64 next = place;
+            do
+                next += place < end ? 1 : u64(-1);
+            while (!m_slots[next]);
+            move(next, place, moved);
+            place = next;
+        }
+        m_slots[place] = pointer;
+        moved(*pointer, slotAt(place));
+    }
+
     /// Removes and returns the last pointer; null when there is none.
     [[nodiscard]] T* takeLast() noexcept {
         if (m_slots.empty()) return nullptr;

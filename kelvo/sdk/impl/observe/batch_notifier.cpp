@@ -21,6 +21,13 @@ void BatchNotifier::expectThing(const Thing* thing) {
     if (!m_observers.empty()) m_batch.expect(thing);
 }
 
+void BatchNotifier::noteShift(const Node& node, bool isIn) noexcept {
+    const std::lock_guard lock(m_scene.observerMutex({}));
+    if (m_observers.empty()) return;
+    const u64 index = m_scene.indexOf(node);
+    m_batch.nodeShifted(node, {index, isIn, index + 1 == m_scene.nodeCount()});
+}
+
 void BatchNotifier::editsEnded() noexcept {
     if (!m_scene.isEditing()) deliver();
 }

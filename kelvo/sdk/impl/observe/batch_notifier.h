@@ -19,6 +19,8 @@ public:
     bool subscribe(BatchObserver* observer);
     bool unsubscribe(BatchObserver* observer) { return m_observers.removeAll(observer); }
 
+    void placeTaken(const Node& node) noexcept override { noteShift(node, true); }
+    void placeLeaving(const Node& node) noexcept override { noteShift(node, false); }
     void expect(const INode* node) override { expectThing(node); }
     void expect(const IInput* input) override { expectThing(input); }
     void expect(const IOutput* output) override { expectThing(output); }
@@ -39,6 +41,7 @@ public:
 private:
     template<typename Thing>
     void expectThing(const Thing* thing);
+    void noteShift(const Node& node, bool isIn) noexcept;
     template<typename Note>
     void note(const Note& note);
     void deliver() noexcept;

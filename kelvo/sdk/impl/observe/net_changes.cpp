@@ -39,6 +39,32 @@ void NetChanges::nodeMoved(INode* node) {
     eventsOf(node).isMoved = true;
 }
 
+// A new node behind all others shifts none of them. Without memory, all nodes that were moved count
+// as moved.
+void NetChanges::nodeShifted(const INode& node, const Shift& shift) noexcept {
+    try {
+        NodeEvents& events = entryOf(&node);
+        const bool isNew = events.shifts == 0 && (shift.isIn || events.isAppended);
+        if (isNew && shift.isLast) {
+            events.isAppended = true;
+        } else if (takesBack(node, shift)) {
+            m_shifts.pop_back();
+            --events.shifts;
+        } else {
+            m_shifts.push_back({&node, shift});
+            ++events.shifts;
+        }
+    } catch (const std::bad_alloc&) {
+        m_isShiftLost = true;
+    }
+}
+
+bool NetChanges::takesBack(const INode& node, const Shift& shift) const noexcept {
+    if (m_shifts.empty() || m_shifts.back().node != &node) return false;
+    const Shift& last = m_shifts.back().shift;
+    return last.index == shift.index && last.isIn != shift.isIn;
+}
+
 // The first change that is told may not be the first one that was made.
 void NetChanges::expect(const IInput* input) {
     InputEvents& events = entryOf(input);
@@ -104,7 +130,8 @@ const interfaces::SceneChanges& NetChanges::net() noexcept {
         if (!events.isIn || !events.wasIn) continue;
         if (events.isRenamed && !node->name().equals(events.nameBefore))
             changes.renamedNodes.push_back({node, events.nameBefore});
-        if (events.isMoved) changes.movedNodes.push_back(node);
+        if (events.isMoved && (events.shifts != 0 || m_isShiftLost))
+            changes.movedNodes.push_back(node);
     }
     for (const InputEvents& events : m_inputs.order)
         addInput(events, changes);

@@ -20,6 +20,13 @@ public:
     void nodeRemoved(INode* node) { noteList(node, false); }
     void nodeRenamed(INode* node, const String& before);
     void nodeMoved(INode* node);
+    struct Shift {
+        u64 index;
+        /// Tells whether the node came to the index, else it is about to leave it.
+        bool isIn;
+        bool isLast;
+    };
+    void nodeShifted(const INode& node, const Shift& shift) noexcept;
     void inputAdded(const IInput* input) { noteList(input, true); }
     void inputRemoved(const IInput* input) { noteList(input, false); }
     void inputChanged(const IInput* input, const AttrData* previous);
@@ -55,7 +62,15 @@ private:
         RefersTo<INode> held;
         bool isRenamed = false;
         bool isMoved = false;
+        // Tells whether the node was added behind all others.
+        bool isAppended = false;
+        // The number of shifts that were not taken back.
+        u64 shifts = 0;
         String nameBefore;
+    };
+    struct NodeShift {
+        const INode* node;
+        Shift shift;
     };
     struct AttributeEvents : Presence {
         // The node at the time of the first event.
@@ -124,6 +139,7 @@ private:
         events.isListed = true;
     }
     static void noteBefore(InputEvents& events, const Value& value);
+    [[nodiscard]] bool takesBack(const INode& node, const Shift& shift) const noexcept;
     [[nodiscard]] bool isOther(const InputEvents& events) const noexcept;
     [[nodiscard]] bool isReordered(const IInput* array) const noexcept;
     [[nodiscard]] bool wentOrReturned(const IInput* element) const noexcept;
@@ -133,6 +149,9 @@ private:
     Table<INode, NodeEvents> m_nodes;
     Table<IInput, InputEvents> m_inputs;
     Table<IOutput, OutputEvents> m_outputs;
+    // The shifts of nodes, without pairs that cancel each other.
+    std::vector<NodeShift> m_shifts;
+    bool m_isShiftLost = false;
     // The elements of arrays before any were moved.
     std::unordered_map<const IInput*, std::vector<const IInput*>> m_orders;
     // Has capacity for all objects noted, so that `net` allocates nothing.

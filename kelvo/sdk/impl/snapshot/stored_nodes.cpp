@@ -233,8 +233,7 @@ void StoredNodes::visit(u32 begin, u32 end,
     for (u32 next = begin; next < end;) {
         const u32 index = next / size, endOfPiece = std::min(end, (index + 1) * size);
         const NodePiece* piece = m_nodes[index].load(std::memory_order_acquire);
-        if (!piece)
-            piece = readOrNote(*m_damage, [&] { return readNodes(index, own); });
+        if (!piece) piece = readOrNote(*m_damage, [&] { return readNodes(index, own); });
         for (; next < endOfPiece; ++next)
             if (piece) visit(*piece->records[next % size]);
     }

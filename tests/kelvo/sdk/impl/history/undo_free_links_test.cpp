@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -124,6 +125,21 @@ TEST_P(UndoFreeLinks, LinkThatIsKeptAside_ComesBack) {
         EXPECT_EQ(reached(), free);
         EXPECT_TRUE(m_scene.verify().empty());
     }
+}
+
+TEST_P(UndoFreeLinks, LinkThatWasKeptAsideBefore_IsKeptAlive) {
+    if (GetParam() == Tie::Connection) return;
+    m_scene.setUndoEnabled(false);
+    ASSERT_TRUE(tie());
+    auto& link = static_cast<Input&>(*input().get());
+    link.stash();
+    link.setNode(nullptr);
+    m_scene.setUndoEnabled(true);
+    ASSERT_TRUE(link.unstash());
+    const INode* const free = std::exchange(m_free, {}).get();
+    EXPECT_EQ(reached(), free);
+    ASSERT_TRUE(m_scene.undo());
+    EXPECT_EQ(link.stashed()->asNode(), free);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ties, UndoFreeLinks,

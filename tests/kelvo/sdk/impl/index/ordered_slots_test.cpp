@@ -72,6 +72,32 @@ TEST(OrderedSlots, RandomEdits_MatchAPlainVector) {
     EXPECT_EQ(contents(slots), model);
 }
 
+TEST(OrderedSlots, Shift_MatchesAPlainVectorAndKeepsHoles) {
+    OrderedSlots<Item> slots;
+    std::vector<Item> items(200);
+    std::vector<const Item*> model;
+    for (Item& item : items)
+        item.slot = slots.add(&item);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i % 5 == 1)
+            removeItem(slots, items[i]);
+        else
+            model.push_back(&items[i]);
+    }
+    std::mt19937 random(7);
+    for (int step = 0; step < 1000; ++step) {
+        Item& item = items[random() % items.size() / 5 * 5];
+        const std::size_t to = random() % model.size();
+        slots.shift(item.slot, to, [](Item& moved, u64 slot) { moved.slot = slot; });
+        std::erase(model, &item);
+        model.insert(model.begin() + static_cast<std::ptrdiff_t>(to), &item);
+        ASSERT_EQ(slots.at(to), &item);
+        ASSERT_EQ(slots.rankOf(item.slot), to);
+    }
+    EXPECT_EQ(contents(slots), model);
+    EXPECT_TRUE(slots.isSound());
+}
+
 TEST(OrderedSlots, ManyHoles_AreClosedAndSlotsReported) {
     OrderedSlots<Item> slots;
     std::vector<Item> items(5000);

@@ -175,6 +175,44 @@ TEST_F(ModifiersOfKeptValues, Observers_AreToldOfEachValueThatIsShown) {
     EXPECT_EQ(told, (std::vector<std::pair<std::string, double>>{{"a", 2}, {"b", 6}, {"b", 18}}));
 }
 
+// The list has its name and another one in turns.
+class ModifiersOfARenamedList : public ModifiersOfKeptValues {
+protected:
+    ModifiersOfARenamedList() {
+        (void)m_list.rename("others");
+        m_list.append().set(m_scene["scale"]);
+    }
+
+    const kelvo_sdk::Input m_list = m_scene["n"]["modifiers"];
+};
+
+TEST_F(ModifiersOfARenamedList, KeptValues_AreBackWhenTheRenamingIsUndone) {
+    const std::string before = text();
+    ASSERT_TRUE(m_list.rename("modifiers"));
+    const std::string after = text();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(text(), after);
+        EXPECT_EQ(m_scene.valueOf("n"), 2);
+        EXPECT_EQ(m_scene.ownOf("n", "b"), 6);
+        EXPECT_EQ(m_scene.valueOf("n", "b"), 18);
+        ASSERT_TRUE(m_scene.scene.undo());
+        EXPECT_EQ(text(), before);
+        EXPECT_EQ(m_scene.valueOf("n", "b"), 5);
+        ASSERT_TRUE(m_scene.scene.redo());
+    }
+}
+
+TEST_F(ModifiersOfARenamedList, KeptValues_AreBackWhenTheRenamingIsCancelled) {
+    const std::string before = text();
+    for (const bool isRecording : {true, false}) {
+        m_scene.scene.setUndoEnabled(isRecording);
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        ASSERT_TRUE(m_list.rename("modifiers"));
+        scope.cancel();
+    }
+    EXPECT_EQ(text(), before);
+}
+
 // Calls a function of the test once, during the notification of a modified value.
 struct AmidWriting : SceneObserver {
     explicit AmidWriting(std::function<void(Node&)> what) : then(std::move(what)) {}

@@ -7,9 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <random>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -210,6 +213,119 @@ TEST(BatchNotifier, ElementMovedAndListChangedInACancelledScope_AreNotReported) 
     }
     EXPECT_EQ(noted.take(), "");
     scene.unsubscribe(&noted);
+}
+
+TEST_P(BatchesTest, NodesMovedBackInReverseOrder_AreNotReported) {
+    const kelvo_sdk::Node c = m_scene.createNode("t", "c");
+    m_noted.take();
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_scene.moveNode(m_a, 2);
+        m_scene.createNode("t", "d");
+        m_scene.moveNode(c, 0);
+        m_scene.moveNode(c, 1);
+        m_scene.moveNode(m_a, 0);
+    }
+    EXPECT_EQ(m_noted.take(), "+d | ");
+}
+
+TEST_P(BatchesTest, MovedNode_IsReportedThoughItsIndexIsTheSame) {
+    m_scene.createNode("t", "c");
+    m_scene.createNode("t", "d");
+    m_noted.take();
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_scene.moveNode(m_b, 2);
+        m_scene.removeNode(m_a);
+    }
+    EXPECT_EQ(m_noted.take(), "-a ^b | ");
+}
+
+TEST_P(BatchesTest, NodeMovedBackToAnIndexWhereAnotherWent_IsReported) {
+    const kelvo_sdk::Node c = m_scene.createNode("t", "c");
+    m_noted.take();
+    {
+        const UndoScope scope(m_scene, "", "");
+        m_scene.moveNode(m_b, 2);
+        m_scene.removeNode(m_a);
+        m_scene.moveNode(m_b, 0);
+        m_scene.moveNode(m_b, 1);
+    }
+    EXPECT_EQ(m_noted.take(), "-a ^b | ");
+}
+
+TEST(BatchNotifier, NodesMovedAndRemovedInACancelledScope_AreNotReported) {
+    const kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
+    scene.setUndoEnabled(true);
+    kelvo_sdk::Node nodes[4];
+    for (auto& node : nodes)
+        node = scene.createNode("t", "n");
+    Noted noted;
+    scene.subscribe(&noted);
+    {
+        const UndoScope outer(scene, "", "");
+        scene.moveNode(nodes[3], 0);
+        const UndoScope edit(scene, "", "");
+        scene.moveNode(nodes[0], 3);
+        scene.createNode("t", "new");
+        scene.moveNode(nodes[3], 4);
+        scene.removeNode(nodes[1]);
+        scene.moveNode(nodes[2], 0);
+        edit.cancel();
+    }
+    EXPECT_EQ(noted.take(), "^n3 | ");
+    scene.unsubscribe(&noted);
+}
+
+std::vector<const INode*> nodesOf(const kelvo_sdk::Scene& scene) {
+    std::vector<const INode*> nodes;
+    for (u64 i = 0; i < scene.nodeCount(); ++i)
+        nodes.push_back(scene->node(i));
+    return nodes;
+}
+
+void editAtRandom(const kelvo_sdk::Scene& scene, std::mt19937& random) {
+    const kelvo_sdk::Scene::UndoScope scope(scene, "", "");
+    for (u32 i = random() % 4; i > 0; --i) {
+        const u64 count = scene.nodeCount();
+        const u32 kind = random() % 4;
+        if (count < 4 || (kind == 0 && count < 12))
+            scene.createNode("t", "n");
+        else if (kind == 1)
+            scene.removeNode(scene.node(random() % count));
+        else
+            scene.moveNode(scene.node(random() % count), random() % count);
+    }
+    if (random() % 2 == 0) scope.cancel();
+}
+
+TEST(BatchNotifier, NodesThatAreNotReported_KeepTheirOrder) {
+    struct Mirror : BatchObserver {
+        void sceneChanged(const interfaces::SceneChanges& changes) override {
+            for (const auto* gone : {&changes.removedNodes, &changes.movedNodes})
+                for (const INode* node : *gone)
+                    std::erase(kept, node);
+        }
+        std::vector<const INode*> kept;
+    } mirror;
+    const kelvo_sdk::Scene scene = kelvo_sdk::Scene::create();
+    scene.setUndoEnabled(true);
+    scene.subscribe(&mirror);
+    std::mt19937 random(7);
+    for (int edit = 0; edit < 1000; ++edit) {
+        mirror.kept = nodesOf(scene);
+        {
+            const UndoScope scope(scene, "", "");
+            for (int i = 0; i < 4; ++i)
+                editAtRandom(scene, random);
+        }
+        std::vector<const INode*> now = nodesOf(scene);
+        std::erase_if(now, [&](const INode* node) {
+            return std::ranges::find(mirror.kept, node) == mirror.kept.end();
+        });
+        ASSERT_EQ(now, mirror.kept);
+    }
+    scene.unsubscribe(&mirror);
 }
 
 TEST_P(BatchesTest, RemovedThings_CanBeRead) {

@@ -60,9 +60,8 @@ protected:
     [[nodiscard]] static std::string visited(const Snapshot& snapshot, const Query& query) {
         std::string paths;
         for (u64 i = 0; i < snapshot.nodeCount(); ++i)
-            visitMatches(snapshot, query, i, i + 1, [&](const SnapshotMatch& match) {
-                paths += (match.path() + " ").view();
-            });
+            visitMatches(snapshot, query, i, i + 1,
+                         [&](const SnapshotMatch& match) { paths += (match.path() + " ").view(); });
         return paths;
     }
 
