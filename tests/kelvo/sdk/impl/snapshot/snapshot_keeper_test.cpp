@@ -119,8 +119,8 @@ TEST_F(SnapshotKeeperTest, ValueOfAnElement_IsNew) {
     const Input array = m_node.createArray("list", AttrType::Int);
     array.append().set(1);
     m_before = m_scene.snapshot();
-    m_node["list"][0].set(2);
-    EXPECT_EQ(now()["list"][0].get<i64>(), 2);
+    ASSERT_TRUE(m_node["list"].input(0).set(2));
+    EXPECT_EQ(now()["list"].input(0).get<i64>(), 2);
 }
 
 TEST_F(SnapshotKeeperTest, ValueChangedBesideAStash_KeepsTheStash) {
