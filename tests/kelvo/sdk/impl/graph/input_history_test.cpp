@@ -113,6 +113,16 @@ TEST_F(InputHistory, SwappedAddition_TakesNodeAndParentFromAllPartsOfTheInput) {
     EXPECT_EQ(m_node->inputs().back(), &object);
 }
 
+TEST_F(InputHistory, SwappedAdditionOfAMember_TakesItsParent) {
+    auto& object = create("object", AttrType::Object);
+    auto& member = static_cast<Input&>(*object.createInput("member", AttrType::Int));
+    InputListChange change(member, &object, 0, true);
+    change.swap(*m_scene);
+    EXPECT_EQ(member.parent(), nullptr);
+    change.swap(*m_scene);
+    EXPECT_EQ(member.parent(), &object);
+}
+
 TEST_F(InputHistory, SwappedMoveOfAnElement_IsNotifiedOnce) {
     auto& array = static_cast<Input&>(*m_node->createArray("list", AttrType::Int));
     for (int i = 0; i < 3; ++i)

@@ -37,6 +37,9 @@ protected:
         return GetParam() == Tie::Connection ? input()->connect(m_free->output(String("out")))
                                              : input()->setNode(m_free.get());
     }
+    bool untie() const {
+        return GetParam() == Tie::Connection ? input()->disconnect() : input()->setNode(nullptr);
+    }
     [[nodiscard]] INode* reached() const {
         const interfaces::IOutput* source = input()->source();
         return source ? source->node() : input().asNode(false).get();
@@ -78,12 +81,17 @@ TEST_P(UndoFreeLinks, TieThatIsDoneAgain_LeadsToItsNode) {
 }
 
 TEST_P(UndoFreeLinks, TieThatEnded_ComesBack) {
-    expectBack([this] {
-        if (GetParam() == Tie::Connection)
-            EXPECT_TRUE(input()->disconnect());
-        else
-            EXPECT_TRUE(input()->setNode(nullptr));
-    });
+    expectBack([this] { EXPECT_TRUE(untie()); });
+}
+
+TEST_P(UndoFreeLinks, TieToANodeThatJoinedAnotherScene_DoesNotComeBack) {
+    ASSERT_TRUE(tie());
+    ASSERT_TRUE(untie());
+    const auto other = RefersTo<Scene>::adopt(new Scene);
+    ASSERT_TRUE(other->addNode(m_free.get()));
+    ASSERT_TRUE(m_scene.undo());
+    EXPECT_EQ(reached(), nullptr);
+    EXPECT_TRUE(m_scene.verify().empty());
 }
 
 TEST_P(UndoFreeLinks, TieOfARemovedNode_ComesBack) {

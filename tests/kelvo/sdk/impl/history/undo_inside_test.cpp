@@ -43,6 +43,11 @@ protected:
             EXPECT_TRUE(m_scene.verify().empty());
         EXPECT_EQ(tests::textOf(m_scene), text);
     }
+    void makeThreeNodes() {
+        for (const char* name : {"a", "b", "c"})
+            m_scene.createNode("t", name);
+        m_scene["b"].createInput("r", AttrType::Real);
+    }
     void inputChanged(const interfaces::IInput*, const impl::AttrData*) override { act(); }
     void nodeRemoved(interfaces::INode*) override { act(); }
     void act() {
@@ -99,6 +104,41 @@ TEST_F(UndoInside, NodeRemoved_LeavesTheOrderOfTheOthers) {
     m_scene["a"]["r"].set(1.0);
     const std::string last = tests::textOf(m_scene);
     undoAnd([this] { m_scene.removeNode(m_scene["c"]); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, NodeRemoved_LeavesNoPlaceAtTheEndToMoveBackTo) {
+    makeThreeNodes();
+    m_scene.moveNode(m_scene["c"], 0);
+    m_scene["b"]["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene.removeNode(m_scene["a"]); });
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(m_scene.node(0).name(), "c");
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, NodeRemoved_IsNotMovedBack) {
+    makeThreeNodes();
+    m_scene.moveNode(m_scene["a"], 2);
+    m_scene["b"]["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([this] { m_scene.removeNode(m_scene["a"]); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, MemberCreated_MayHaveTheNameOfOneThatIsRenamedBack) {
+    const Node node = m_scene.createNode("t", "a");
+    const Input object = node.createInput("o", AttrType::Object);
+    object.createInput("p", AttrType::Real).rename("q");
+    object["q"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([&] { object.createInput("p", AttrType::Int); });
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_EQ(object.input(0).name(), "q");
     expectSoundBothWays();
     expectRedoneIs(last);
 }

@@ -1,6 +1,7 @@
 // A removed node that a handle keeps alive is edited without a record: undo continues with the
 // changes that still fit.
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +20,19 @@ TEST(UndoOutside, InputRemovedWhileTheNodeIsOut) {
     }
     while (scene.redo()) {
     }
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, RenamedInputRemovedWhileTheNodeIsOut) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Input input = node.createInput("q", AttrType::Real);
+    EXPECT_TRUE(input.rename("r"));
+    scene.removeNode(node);
+    node.removeInput("r");
+    EXPECT_TRUE(scene.undo() && scene.undo());
+    EXPECT_EQ(input.name(), "r");
     EXPECT_TRUE(scene.verify().empty());
 }
 
@@ -150,6 +164,20 @@ TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
     before.removeInput("q");
     scope.cancel();
     EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, NodeThatWasConvertedAndJoinedAnotherScene_StaysThere) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node before = scene.createNode("t", "x");
+    before.convertTo("u");
+    const Scene other = Scene::create();
+    static_cast<impl::Scene&>(*other.get()).addNode(static_cast<impl::Node*>(before.get()));
+    EXPECT_TRUE(scene.undo());
+    EXPECT_EQ(scene["x"].type(), "u");
+    EXPECT_EQ(before->scene(), other.get());
+    EXPECT_TRUE(scene.verify().empty());
+    EXPECT_TRUE(other.verify().empty());
 }
 
 TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
