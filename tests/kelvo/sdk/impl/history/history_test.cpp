@@ -207,6 +207,13 @@ TEST_F(HistoryTest, RemovedInput_IsNamedWithItsNode) {
     EXPECT_EQ(doText(), "Remove lamp.radius");
 }
 
+TEST_F(HistoryTest, RemovedObject_IsNamedAlone) {
+    m_node->createInput("shade", AttrType::Object)->createInput("size", AttrType::Real);
+    m_node->removeInput("shade");
+    EXPECT_EQ(doText(), "Remove lamp.shade");
+    EXPECT_EQ(m_scene.undoStep(0).touched.join(", "), "lamp.shade");
+}
+
 TEST_F(HistoryTest, ChangeOfAnInputThatWasRemoved_IsNamedWithItsNode) {
     m_radius->setReal(1);
     m_node->removeInput("radius");
@@ -279,6 +286,14 @@ TEST_F(HistoryTest, RemovedOutput_CountsWithItsName) {
     m_node->removeOutput(longName.c_str());
     EXPECT_GT(m_scene.undoStep(1).bytes, sizeof(Output));
     EXPECT_EQ(m_scene.undoStep(0).bytes, m_scene.undoStep(1).bytes + 99);
+}
+
+TEST_F(HistoryTest, ValueOfAnOutput_CountsAsBytesWhileItIsUndone) {
+    auto* output = static_cast<Output*>(m_node->createOutput("out", AttrType::String));
+    output->setValue(Value(String(std::string(5000, 'x').c_str())));
+    EXPECT_LT(m_scene.undoStep(0).bytes, 1000u);
+    m_scene.undo();
+    EXPECT_GT(m_scene.redoStep(0).bytes, 5000u);
 }
 
 // Reads a text with an unreadable line between its nodes, which is kept, and undoes the read.
