@@ -50,6 +50,28 @@ type spot : thing {
 type cloud : thing {
     Buffer<Pos3f> points = [] @type Pos3f
 }
+
+type crate {
+    Object box {
+        Real width = 1
+        Real depth = 2
+    }
+    Real load = 1
+    Array<Int> counts = []
+    Array<Real> sizes = []
+    String owner = ""
+}
+
+type shelf {
+    Object box {
+        Real width = 1
+    }
+    Object load {
+    }
+    Array<Real> counts = []
+    Array<Node> sizes = []
+    Node owner = null
+}
 )";
 
 // Records a scene's notifications about its nodes.
@@ -175,6 +197,45 @@ node bare "b" {
     EXPECT_EQ(m_converted["points"].buffer<qv::math::Pos3f>().size(), 1u);
     EXPECT_EQ(convert("b", "cloud"), "b.points is Buffer<Pos3f>: '[1 2 3]' does not convert\n");
     EXPECT_EQ(m_converted["points"].typeName(), "Buffer<Pos3f>");
+}
+
+TEST_F(SceneCopies, MemberThatTheTypeLacks_IsLost) {
+    read(R"(kelvo scene 1
+node crate "a" {
+    Object box {
+        Real depth = 3
+    }
+}
+)");
+    EXPECT_EQ(convert("a", "shelf").rfind("a.box.depth is no member of ", 0), 0u);
+    EXPECT_EQ(valueOf("a.box.depth"), "none");
+}
+
+TEST_F(SceneCopies, InputsThatAreOfAnotherKindThere_AreReported) {
+    read(R"(kelvo scene 1
+node crate "a" {
+    Real load = 3
+    Array<Real> sizes = [3, 4]
+}
+)");
+    EXPECT_EQ(convert("a", "shelf"), "a.load was Real and is Object\n"
+                                     "a.sizes was Array<Real> and is Array<Node>\n");
+    EXPECT_EQ(m_converted["sizes"].inputCount(), 0u);
+}
+
+TEST_F(SceneCopies, Elements_AreConverted) {
+    read("kelvo scene 1\nnode crate \"a\" {\n    Array<Int> counts = [3, 4]\n}\n");
+    EXPECT_EQ(convert("a", "shelf"), "");
+    EXPECT_EQ(valueOf("a.counts[0]") + valueOf("a.counts[1]"), "34");
+}
+
+TEST_F(SceneCopies, TextThatNamesANode_BecomesALinkToIt) {
+    m_scene.createNode("crate", "a")["owner"].set("b");
+    m_scene.createNode("crate", "b")["owner"].set("b");
+    EXPECT_EQ(convert("a", "shelf"), "");
+    EXPECT_EQ(m_converted["owner"].asNode(false, nullptr), node("b"));
+    EXPECT_EQ(convert("b", "shelf"), "");
+    EXPECT_EQ(m_converted["owner"].asNode(false, nullptr), m_converted);
 }
 
 TEST_F(SceneCopies, WithoutAReport_WhatDoesNotFitIsLogged) {
