@@ -244,6 +244,11 @@ TEST_F(InputResult, CopiesAndResets_ThatAreRefused_SayWhy) {
               "Cannot change input 'lamp.frozen': it is read-only.");
 }
 
+TEST_F(InputResult, ResetOfAnInputOfNoKind_SaysWhyNot) {
+    EXPECT_EQ(lamp().createInput("nothing", AttrType::Null).reset().message(),
+              "'lamp.nothing' is of kind Null, which has no default.");
+}
+
 TEST_F(InputResult, EmptyHandle_SaysThatItIsEmpty) {
     const char* message = "There is no input: the handle is empty.";
     const Input none;

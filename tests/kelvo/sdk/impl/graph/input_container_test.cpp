@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 namespace qv::kelvo_sdk::impl {
 namespace {
 
@@ -115,6 +117,13 @@ TEST_F(InputContainer, Element_IsFoundByItsDecimalIndexAlone) {
     EXPECT_FALSE(arr.hasInput(String("+1"), AttrType::Null));
     EXPECT_FALSE(arr.hasInput(String("11"), AttrType::Null));
     EXPECT_FALSE(arr.hasInput(String("99999999999999999999999"), AttrType::Null));
+}
+
+TEST_F(InputContainer, NameInFrontOfMoreDigits_EndsWhereItsTextEnds) {
+    IInput& arr = array(AttrType::Int);
+    fill(arr, 11);
+    const NameView name(std::string_view("10").substr(0, 1));
+    EXPECT_EQ(static_cast<Input&>(arr).lookUpInput(name), arr.input(u64(1)));
 }
 
 TEST_F(InputContainer, IndexOutOfRange_ReturnsNullAndLogs) {

@@ -71,6 +71,15 @@ TEST_F(InputList, FirstThatLeaves_GivesTheIndexToOneWithADescription) {
     EXPECT_EQ(findInList(m_list, "in39"), m_all[39]);
 }
 
+TEST_F(InputList, FirstThatLeaves_GivesTheIndexToOneThatKeepsAValue) {
+    appendMany(40);
+    auto* second = static_cast<Input*>(m_all[1]);
+    second->stash();
+    removeFromList(m_list, 0);
+    EXPECT_TRUE(isIndexed());
+    EXPECT_NE(second->stashed(), nullptr);
+}
+
 TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
     IInput* first = append("twin");
     append("TWIN");
