@@ -29,12 +29,16 @@ void output(OomWorld& w, Text name, Text path, Text from, Text of) {
     w.output = w.scene()[from].output(of);
 }
 
+Node freeNode() {
+    const Scene other = Scene::create();
+    Node made = other.createNode("thing", "free");
+    other.removeNode(made);
+    return made;
+}
 // Links the node to a free node, and connects it to that node's output.
 void referToFreeNode(OomWorld& w, Text name) {
-    const Scene other = Scene::create();
     node(w, name);
-    w.second = other.createNode("thing", "free");
-    other.removeNode(w.second);
+    w.second = freeNode();
     w.node.createInput("link", AttrType::Node).set(w.second);
     w.node.createInput("reads", AttrType::Real).connect(w.second.createOutput("o", AttrType::Real));
 }
@@ -317,6 +321,21 @@ std::vector<OomEdit> valueEdits() {
     };
 }
 
+// A node that comes back links to a free node, which no step records.
+void linkWhileItIsOut(OomWorld& w) {
+    w.node = w.scene().createNode("thing", "referring");
+    w.scene().undo();
+    w.second = freeNode();
+    w.node.createInput("link", AttrType::Node).set(w.second);
+    w.scene().redo();
+}
+// Lets go of the free node, so that only the history keeps it.
+bool undoAndLetGo(OomWorld& w) {
+    if (!w.scene().undo()) return false;
+    w.second = Node();
+    return true;
+}
+
 std::vector<OomEdit> historyEdits() {
     return {
         {"history: undo", [](OomWorld& w) { w.scene().redo(); },
@@ -352,6 +371,8 @@ std::vector<OomEdit> historyEdits() {
              referToFreeNode(w, "referring");
          },
          [](OomWorld& w) { return w.scene().undo(); }},
+        {"history: undo the creation of a node that was linked to a free node while it was out",
+         linkWhileItIsOut, undoAndLetGo},
         {"history: return to a checkpoint",
          [](OomWorld& w) {
              w.scene().redo();

@@ -81,6 +81,7 @@ std::vector<std::string> oomHistory(const Scene& scene) {
         texts.push_back(textOf(scene));
     while (scene.redo())
         texts.push_back(textOf(scene));
+    texts.push_back(valuesOf(scene));
     return texts;
 }
 

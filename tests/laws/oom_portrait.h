@@ -24,7 +24,8 @@ struct OomPortrait {
     OomWitness::Counts told;
 };
 
-/// Undoes all steps and redoes them; returns the texts on the way.
+/// Undoes all steps and redoes them; returns the texts on the way, and the values at the end: the
+/// text has no links to free nodes.
 [[nodiscard]] std::vector<std::string> oomHistory(const Scene& scene);
 
 /// Returns the laws that the scene breaks.
