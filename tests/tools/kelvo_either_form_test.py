@@ -240,6 +240,13 @@ class EitherForm(ToolTest):
         self.fail_once("explain", "b.knb", "lamp")
         self.fail_once("explain", "b.knb", "lamp.radius")
 
+    def test_damage_of_a_scene_with_modifiers_is_told_once(self):
+        self.damage('kelvo scene 1\nnode t "desk" {\n    Array<Node> modifiers = [bend]\n}\n\n'
+                    'node t "bend" {\n}\n', b"desk")
+        self.fail_once("show", "b.knb")
+        self.fail_once("stats", "b.knb")
+        self.fail_once("find", "b.knb", "**")
+
     def test_damaged_elements_are_never_printed(self):
         self.damage(BUFFERS, b"\x01\x10\x00\x00")
         self.fail_once("stats", "b.knb")

@@ -162,6 +162,14 @@ kelvo_sdk::Snapshot Document::readTyped() const {
 }
 
 kelvo_sdk::Snapshot Document::lookModified(const String& file) {
+    const kelvo_sdk::Snapshot scene = openModified(file);
+    if (!scene) return {};
+    // Reads those of a stored scene.
+    static_cast<void>(scene.nodes());
+    return isSound() ? scene : kelvo_sdk::Snapshot();
+}
+
+kelvo_sdk::Snapshot Document::openModified(const String& file) {
     const kelvo_sdk::Snapshot asSet = look(file);
     const bool isModified = hasModifiers(asSet);
     if (!isSound()) return {};

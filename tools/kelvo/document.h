@@ -40,6 +40,8 @@ public:
     /// Opens the file and returns its `snapshot` with the values that modifiers give. Reads all of
     /// it, and makes nodes only when there are modifiers. Empty after an error message.
     [[nodiscard]] kelvo_sdk::Snapshot lookModified(const String& file);
+    /// Does the same, but reads no more than it needs, for commands that visit the nodes once.
+    [[nodiscard]] kelvo_sdk::Snapshot openModified(const String& file);
     /// Returns the snapshot with other values; makes nodes of the whole scene for them. Empty after
     /// an error message.
     [[nodiscard]] kelvo_sdk::Snapshot snapshot(kelvo_sdk::SnapshotValues values);

@@ -114,6 +114,7 @@ u64 printMatches(const kelvo_sdk::Snapshot& scene, const kelvo_sdk::Query& query
                 if (!countOnly) tell(match, part.lines);
             });
         });
+        if (!scene.damage()) return count;
         for (const Part& part : parts) {
             out.write(part.lines);
             count += part.count;
@@ -130,7 +131,7 @@ Status runFind(const FindOptions& options, Terminal& out) {
     }
     if (query.type && !addLibraries(query)) return Status::Fault;
     Document document;
-    const kelvo_sdk::Snapshot scene = document.lookModified(options.file);
+    const kelvo_sdk::Snapshot scene = document.openModified(options.file);
     if (!scene) return Status::Fault;
     const u64 count = printMatches(scene, query, options.countOnly, out);
     if (!document.isSound()) return Status::Fault;

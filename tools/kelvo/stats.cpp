@@ -148,7 +148,7 @@ void printCounts(const Counts& counts, u64 nodes, u64 levels, Terminal& out) {
 
 Status runStats(const String& file, Terminal& out) {
     Document document;
-    const Snapshot scene = document.lookModified(file);
+    const Snapshot scene = document.openModified(file);
     if (!scene) return Status::Fault;
     const Stats stats = statsOf(scene);
     if (!document.isSound()) return Status::Fault;
