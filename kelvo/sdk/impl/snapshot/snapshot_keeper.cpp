@@ -76,6 +76,7 @@ void SnapshotKeeper::updateChanged() {
         fetchAhead(i);
         replace(Change(m_changed[i]), maker);
     }
+    if (m_isLost) throw std::bad_alloc();
 }
 
 // Few inputs and records are in the cache. Each step reads what the one before has fetched.
@@ -187,28 +188,25 @@ void SnapshotKeeper::forgetChanges() noexcept {
     m_changed.clear();
 }
 
-// `m_changed` has room for every number that has a mark.
 void SnapshotKeeper::makeRoom(u64 numbers) {
-    m_changed.reserve(numbers);
     m_isChangedWidely.resize(numbers);
     m_isChanged.resize(numbers);
 }
 
+// Without memory for the list, the next snapshot reads all nodes.
 void SnapshotKeeper::note(NodeNumber number, const Input* input) noexcept {
     if (m_isLost) return;
-    if (number >= m_isChanged.size()) {
-        try {
+    try {
+        if (number >= m_isChanged.size())
             makeRoom(std::max<u64>(2 * m_isChanged.size(), u64{number} + 1));
-        } catch (const std::bad_alloc&) {
-            m_isLost = true;
-            return;
+        if (!m_isChanged[number]) {
+            m_changed.push_back({number, input});
+            m_isChanged[number] = true;
+        } else if (m_changed.back().number != number || m_changed.back().input != input) {
+            m_isChangedWidely[number] = true;
         }
-    }
-    if (!m_isChanged[number]) {
-        m_isChanged[number] = true;
-        m_changed.push_back({number, input});
-    } else if (m_changed.back().number != number || m_changed.back().input != input) {
-        m_isChangedWidely[number] = true;
+    } catch (const std::bad_alloc&) {
+        m_isLost = true;
     }
 }
 
