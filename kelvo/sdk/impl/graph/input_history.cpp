@@ -31,7 +31,6 @@ void Input::exchangeValue(Value& other, Only<ValueChange> /*key*/) {
     Value before = ownValue();
     if (isModified()) dropStash();
     replaceValue(other);
-    other = before;
     changed(std::move(before));
 }
 

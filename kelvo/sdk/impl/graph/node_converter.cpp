@@ -114,7 +114,7 @@ void NodeConverter::convertMembers(const Step& step) {
         if (to)
             m_pending.push_back({&from, implOf(to), known, step.isCopy || isCopy});
         else
-            lose(from, String("is no member of '") + step.to->path() + "'");
+            lose(from, String("is no member of '") + step.from->path() + "'");
     }
 }
 
