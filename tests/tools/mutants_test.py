@@ -15,6 +15,7 @@ sys.dont_write_bytecode = True
 import equivalents  # noqa: E402
 import mutants  # noqa: E402
 import mutations  # noqa: E402
+import switched  # noqa: E402
 
 # An operator, a text, and the mutants that the operator makes of it.
 CASES = (
@@ -79,6 +80,36 @@ class Mutations(unittest.TestCase):
                          (2, "if (b == c)", "if (b != c)"))
 
 
+BODIES = (
+    ("int f(int a) { return a; }", ["{ return a; }"]),
+    ("namespace n {\nclass A {\n    void f() const noexcept {}\n};\n}", ["{}"]),
+    ("struct A { A() : m_a{1}, m_b(2) { f(); } int m_a = g({}); };", ["{ f(); }"]),
+    ("void f() { auto g = [] { h(); }; }", ["{ auto g = [] { h(); }; }"]),
+    ("template<class T> auto A<T>::operator==(A a) -> bool { return {}; }", ["{ return {}; }"]),
+    ("const auto f = [](int a) { return a; };", []),
+    ("constexpr int f() { return 1; }", []),
+    ("enum class A { b, c };\nconst int a[] = {1, 2};\nint b{3};", []),
+)
+
+
+class Switched(unittest.TestCase):
+    def test_bodies_are_those_of_functions_at_run_time(self):
+        for text, expected in BODIES:
+            self.assertEqual([text[start:end] for start, end in switched.functions(text)], expected)
+
+    def test_lines_and_functions_of_mutants_are_known(self):
+        text = "int a = 1;\nbool f() { return true; }\nint g() {\n    return h(1) + 2;\n}\n"
+        mutants = dict(enumerate(mutations.mutants_of("a.cpp", text)))
+        made = switched.switched(text, mutants, 40)
+        lines = made.text.splitlines()
+        self.assertEqual(made.function_of, {1: 40, 2: 41, 3: 41, 4: 41, 5: 41})
+        for line, number in made.mutant_at.items():
+            if number is not None and mutants[number].operator == "constant":
+                self.assertNotIn("h(1) + 2", lines[line - 1])
+        self.assertIn("int a = 1;", made.text)
+        self.assertEqual(made.text.count("return h(1) + 2;"), 1)
+
+
 class Equivalents(unittest.TestCase):
     def test_block_is_known_by_file_and_both_lines(self):
         known = equivalents.read("# Why\n\na.cpp\n- x = 1;\n+ x = 2;\nNobody reads x.\n")
@@ -122,9 +153,11 @@ project(small CXX)
 set(CMAKE_CXX_STANDARD 20)
 enable_testing()
 find_package(GTest REQUIRED)
-add_library(kelvo_sdk STATIC sdk/limits.cpp sdk/sign.cpp sdk/size.cpp)
+add_library(kelvo_sdk STATIC sdk/kinds.cpp sdk/limits.cpp
+            sdk/sign.cpp sdk/size.cpp)
 target_include_directories(kelvo_sdk PUBLIC "${PROJECT_SOURCE_DIR}")
-add_executable(tests tests/sdk/limits_test.cpp tests/sdk/sign_test.cpp tests/sdk/size_test.cpp)
+add_executable(tests tests/sdk/kinds_test.cpp tests/sdk/limits_test.cpp tests/sdk/sign_test.cpp
+               tests/sdk/size_test.cpp)
 target_link_libraries(tests PRIVATE kelvo_sdk GTest::gtest_main)
 add_test(NAME tests COMMAND tests --gtest_brief=1)
 add_executable(again EXCLUDE_FROM_ALL tests/sdk/size_test.cpp)
@@ -139,10 +172,16 @@ SOURCES = {
                     "        return -1;\n    else\n        return 1;\n}\n"
                     "int valueOf(std::optional<int> of) {\n    if (!of) return 0;\n"
                     "    return *of;\n}\n",
+    "sdk/kinds.cpp": "struct Kind {\n    Kind(int of) : number(of) {}\n    int number;\n};\n"
+                     "int first = 4;\n"
+                     "Kind kindOf(int of) {\n    return Kind(of + first);\n}\n",
     "sdk/size.cpp": '#include "sdk/size_steps.h"\nint twice(int size) { return doubled(size); }\n',
     "sdk/size_steps.h": "#pragma once\n"
                         "template<typename T>\nT doubled(T size) {\n    return size + size;\n}\n",
     "sdk/size.h": "#pragma once\ninline bool isEmpty(int size) {\n    return size == 0;\n}\n",
+    "tests/sdk/kinds_test.cpp": "#include <gtest/gtest.h>\nstruct Kind { int number; };\n"
+                                "Kind kindOf(int);\n"
+                                "TEST(Kinds, Number) { EXPECT_EQ(kindOf(3).number, 7); }\n",
     "tests/sdk/limits_test.cpp": "#include <gtest/gtest.h>\nint atMost(int, int);\nint sum(int);\n"
                                  "TEST(Limits, AtMost) { EXPECT_EQ(atMost(5, 3), 3); }\n"
                                  "TEST(Limits, Sum) { EXPECT_EQ(sum(4), 6); }\n",
@@ -188,6 +227,15 @@ class Run(unittest.TestCase):
         self.assertIn("killed sdk/limits.cpp:8 tests: ", said)
         self.assertIn("sdk/limits.cpp:3: return\n    - return value;\n    + return {};\n", said)
         self.assertIn(" 1 equivalent, ", said)
+
+    def test_mutants_that_do_not_compile_leave_the_others(self):
+        _, said = self.run_tool("sdk/kinds.cpp", "--sample", "0")
+        self.assertIn("not compiled sdk/kinds.cpp:7 could not convert", said)
+        self.assertIn("killed sdk/kinds.cpp:7 Kinds.Number", said)
+
+    def test_mutants_outside_of_functions_are_judged(self):
+        self.assertIn("killed sdk/kinds.cpp:5 Kinds.Number",
+                      self.run_tool("sdk/kinds.cpp", "--sample", "0")[1])
 
     def test_share_that_was_asked_for_is_success(self):
         self.assertEqual(self.run_tool("sdk/limits.cpp", "--sample", "0", "--at-least", "50")[0], 0)

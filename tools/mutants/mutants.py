@@ -16,6 +16,7 @@ import sys
 
 import equivalents
 import mutations
+import switchboard
 import trial
 
 CORE = ("kelvo/base/*.cpp", "kelvo/base/*.h", "kelvo/sdk/input*.*", "kelvo/sdk/output.h",
@@ -66,27 +67,35 @@ def summary(outcomes):
 
 
 class Run:
-    def __init__(self, trials, texts, known):
-        self.trials, self.texts, self.known = trials, texts, known
+    def __init__(self, trials, mutants, texts, known, jobs):
+        self.trials, self.mutants, self.texts, self.jobs = trials, mutants, texts, jobs
+        self.equivalent = {number for number, mutant in enumerate(mutants)
+                           if equivalents.key(mutant, texts[mutant.file]) in known}
+        tried = {number: mutant for number, mutant in enumerate(mutants)
+                 if number not in self.equivalent}
+        self.switchboard = switchboard.Switchboard(trials, tried, texts, jobs)
 
-    def judge(self, mutant):
-        text = self.texts[mutant.file]
-        if equivalents.key(mutant, text) in self.known:
+    def judge(self, number):
+        mutant = self.mutants[number]
+        if number in self.equivalent:
             return "equivalent", ""
-        return self.trials.try_mutant(mutant, text)
+        if self.switchboard.has(number):
+            return self.switchboard.try_mutant(number)
+        return self.trials.try_mutant(mutant, self.texts[mutant.file])
 
-    def all(self, mutants, jobs):
-        """Tries all mutants, prints each as it ends, and returns (mutant, outcome) in order."""
+    def all(self):
+        """Tries all mutants, prints each as it ends, and returns their outcomes in order."""
         outcomes = []
-        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-            for mutant, (outcome, by) in zip(mutants, pool.map(self.judge, mutants)):
-                outcomes.append((mutant, outcome))
+        with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
+            judged = pool.map(self.judge, range(len(self.mutants)))
+            for mutant, (outcome, by) in zip(self.mutants, judged):
+                outcomes.append(outcome)
                 place = f"{mutant.file}:{mutant.line(self.texts[mutant.file])}"
-                print(f"{len(outcomes)}/{len(mutants)} {outcome} {place} {by}", flush=True)
+                print(f"{len(outcomes)}/{len(self.mutants)} {outcome} {place} {by}", flush=True)
         return outcomes
 
     def survivors(self, outcomes):
-        for mutant, outcome in outcomes:
+        for mutant, outcome in zip(self.mutants, outcomes):
             if outcome == "survived":
                 text = self.texts[mutant.file]
                 yield (f"{mutant.file}:{mutant.line(text)}: {mutant.operator}\n"
@@ -94,7 +103,7 @@ class Run:
 
 
 def start(options):
-    """Returns the objects for a run; a ValueError describes a wrong call."""
+    """Returns the run, ready to go; a ValueError describes a wrong call."""
     tree = options.tree.resolve()
     listed = tree / EQUIVALENT
     known = equivalents.read(listed.read_text()) if listed.exists() else {}
@@ -106,20 +115,22 @@ def start(options):
             raise ValueError(f"{file} is no source of the library")
     print("measuring the tests", flush=True)
     trials.measure()
-    return trials, {file: (tree / file).read_text() for file in files}, known
+    texts = {file: (tree / file).read_text() for file in files}
+    found = [mutant for file, text in texts.items() for mutant in mutations.mutants_of(file, text)]
+    chosen = sample(found, options.sample, options.seed)
+    print("building the mutants", flush=True)
+    return Run(trials, chosen, texts, known, options.jobs)
 
 
 def main(words):
     options = arguments(words)
     try:
-        trials, texts, known = start(options)
+        run = start(options)
     except (ValueError, trial.Broken) as error:
         print(error, file=sys.stderr)
         return 2
-    found = [mutant for file, text in texts.items() for mutant in mutations.mutants_of(file, text)]
-    run = Run(trials, texts, known)
-    outcomes = run.all(sample(found, options.sample, options.seed), options.jobs)
-    lines, share = summary([outcome for _, outcome in outcomes])
+    outcomes = run.all()
+    lines, share = summary(outcomes)
     report = "\n".join([*run.survivors(outcomes), lines])
     print(report)
     if options.report:

@@ -6,6 +6,7 @@ import collections
 import dataclasses
 import json
 import math
+import os
 import pathlib
 import re
 import resource
@@ -28,7 +29,12 @@ class Broken(Exception):
 
 
 class NotCompiled(Exception):
-    """Raised with the reason when a mutant does not compile or link."""
+    """Raised with the reason, and all that was said, when a mutant does not compile or link."""
+
+    def __init__(self, output):
+        found = re.search(r"error: (.*)", output)
+        super().__init__(found[1] if found else output.strip()[:100])
+        self.output = output
 
 
 class Program:
@@ -95,7 +101,7 @@ def suites_of(tests):
 
 @dataclasses.dataclass(frozen=True)
 class Round:
-    """Suites of one program that run together, and their time without a mutant."""
+    """Suites or tests of one program that run together, and their time without a mutant."""
     program: Program
     names: str
     seconds: float
@@ -151,7 +157,7 @@ class Trials:
         for program in self.programs:
             parts = collections.defaultdict(list)
             for suite, took in program.suites.items():
-                if took > 1000 * self.longest:
+                if suite in self.too_long(program):
                     continue
                 if set(suite.split("/")) & mirror:
                     parts[id(first)].append(suite)
@@ -166,6 +172,9 @@ class Trials:
         quick.sort(key=lambda round: round.program.name not in mirrored)
         slow.sort(key=lambda round: round.seconds)
         return first + quick + slow
+
+    def too_long(self, program):
+        return {suite for suite, took in program.suites.items() if took > 1000 * self.longest}
 
     def try_mutant(self, mutant, text):
         """Returns ("killed", by), ("survived", ""), or ("not compiled", first error)."""
@@ -229,11 +238,10 @@ class Trials:
 def must(command, folder):
     done = subprocess.run(command, cwd=folder, capture_output=True, text=True)
     if done.returncode != 0:
-        found = re.search(r"error: (.*)", done.stderr)
-        raise NotCompiled(found[1] if found else done.stderr.strip()[:100])
+        raise NotCompiled(done.stderr)
 
 
-def run(round, binary, folder):
+def run(round, binary, folder, **environment):
     """Returns what killed the mutant, a failed test or the program's end; "" when all passed."""
     flags = folder / "flags"
     flags.write_text(f"--gtest_filter={round.names}\n")
@@ -244,7 +252,8 @@ def run(round, binary, folder):
     name = round.program.name
     try:
         done = subprocess.run(command, cwd=folder, timeout=60 + 10 * allowed, capture_output=True,
-                              text=True, errors="replace", preexec_fn=lambda: limit(allowed))
+                              text=True, errors="replace", env={**os.environ, **environment},
+                              preexec_fn=lambda: limit(allowed))
     except subprocess.TimeoutExpired:
         return f"{name}: out of time"
     if done.returncode == 0:
