@@ -22,39 +22,55 @@ bool readsIntoSnapshot(OomWorld& w) {
     return found.empty() && report.snapshot.nodeCount() == w.scene().nodeCount();
 }
 
+void editNodes(OomWorld& w) {
+    w.scene().removeNode(w.scene()["b"]);
+    w.scene().createNode("thing", "new");
+    w.scene().renameNode(w.scene()["a"], "z");
+}
+
+// Takes a snapshot for each reader, so that the list of changed nodes stays short.
+void connectReaders(OomWorld& w) {
+    const kelvo_sdk::Output read = w.scene()["a"].createOutput("q", AttrType::Real);
+    for (int i = 0; i < 32; ++i) {
+        const kelvo_sdk::Node reader = w.scene().createNode("thing", "reader");
+        reader.createInput("x", AttrType::Real).connect(read);
+        static_cast<void>(w.scene().snapshot());
+    }
+}
+
 std::vector<OomEdit> snapshotEdits() {
     return {
         {"scene: first snapshot", nullptr,
          [](OomWorld& w) { return w.scene().snapshot().nodeCount() == w.scene().nodeCount(); }},
-        {"scene: snapshot after edits",
-         [](OomWorld& w) {
-             static_cast<void>(w.scene().snapshot());
-             w.scene().removeNode(w.scene()["b"]);
-             w.scene().createNode("thing", "new");
-             w.scene().renameNode(w.scene()["a"], "z");
-         },
-         [](OomWorld& w) { return w.scene().snapshot()["z"].number() != noNodeNumber; }},
+        {.name = "scene: snapshot after edits",
+         .build = {},
+         .run = [](OomWorld& w) { return w.scene().snapshot()["z"].number() != noNodeNumber; },
+         .edit = editNodes},
+        {.name = "scene: snapshot after the outputs of a source changed",
+         .build = connectReaders,
+         .run =
+             [](OomWorld& w) {
+                 const Snapshot now = w.scene().snapshot();
+                 return now.node(now.nodeCount() - 1)["x"].source().name() == "q";
+             },
+         .edit = [](OomWorld& w) { w.scene()["a"]->removeOutput("o"); }},
         {"scene: hashes of a snapshot", nullptr,
          [](OomWorld& w) {
              const Snapshot snapshot = w.scene().snapshot();
              return snapshot.hash() != 0 && snapshot["a"].hash() != 0;
          }},
-        {"scene: hashes of a snapshot after edits",
-         [](OomWorld& w) {
-             static_cast<void>(w.scene().snapshot().hash());
-             w.scene().removeNode(w.scene()["b"]);
-             w.scene().createNode("thing", "new");
-         },
-         [](OomWorld& w) { return w.scene().snapshot()["new"].deepHash() != 0; }},
-        {"scene: why a snapshot differs",
-         [](OomWorld& w) {
-             w.more = w.scene().snapshot();
-             w.scene().renameNode(w.scene()["a"], "z");
-         },
-         [](OomWorld& w) {
-             const Snapshot now = w.scene().snapshot();
-             return !why(Snapshot(w.more.get()), now, now["z"]).isEmpty();
-         }},
+        {.name = "scene: hashes of a snapshot after edits",
+         .build = [](OomWorld& w) { static_cast<void>(w.scene().snapshot().hash()); },
+         .run = [](OomWorld& w) { return w.scene().snapshot()["new"].deepHash() != 0; },
+         .edit = editNodes},
+        {.name = "scene: why a snapshot differs",
+         .build = [](OomWorld& w) { w.more = w.scene().snapshot(); },
+         .run =
+             [](OomWorld& w) {
+                 const Snapshot now = w.scene().snapshot();
+                 return !why(Snapshot(w.more.get()), now, now["z"]).isEmpty();
+             },
+         .edit = editNodes},
         {"scene: world matrices of a snapshot", nullptr,
          [](OomWorld& w) {
              const Snapshot snapshot = w.scene().snapshot();
@@ -65,12 +81,10 @@ std::vector<OomEdit> snapshotEdits() {
              const Snapshot snapshot = w.scene().snapshot(evaluatedValues);
              return snapshot.nodeCount() == w.scene().nodeCount();
          }},
-        {"scene: evaluated snapshot after edits",
-         [](OomWorld& w) {
-             static_cast<void>(w.scene().snapshot(evaluatedValues));
-             w.scene().removeNode(w.scene()["b"]);
-         },
-         [](OomWorld& w) { return bool(w.scene().snapshot(evaluatedValues)["a"]); }},
+        {.name = "scene: evaluated snapshot after edits",
+         .build = [](OomWorld& w) { static_cast<void>(w.scene().snapshot(evaluatedValues)); },
+         .run = [](OomWorld& w) { return bool(w.scene().snapshot(evaluatedValues)["z"]); },
+         .edit = editNodes},
         {"scene: edit after a snapshot",
          [](OomWorld& w) {
              w.name = "new";

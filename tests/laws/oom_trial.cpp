@@ -14,6 +14,7 @@ void prepare(const OomEdit& edit, OomWorld& world) {
     if (edit.build) edit.build(world);
     // Makes the objects that are created on first use now, and keeps them alive for the comparison.
     const OomPortrait warm(world);
+    if (edit.edit) edit.edit(world);
     world.witness.counts = {};
 }
 

@@ -126,6 +126,9 @@ struct OomEdit {
     std::function<bool(OomWorld&)> run;
     /// Tells that the operation destroys the scene, so that nothing is left to compare.
     bool endsScene = false;
+    /// Edits the prepared world last, so that the operation finds changes of which no snapshot was
+    /// taken; may be null.
+    std::function<void(OomWorld&)> edit = {};
 };
 
 [[nodiscard]] const std::vector<OomEdit>& oomCoreEdits();
