@@ -91,6 +91,15 @@ TEST(VectorOutOfMemory, ElementsTakenOut_CanBePutBack) {
     }
 }
 
+TEST(Memory, MapsAndTexts_GiveAllBack) {
+    fiftyEntries();
+    const u64 cells = ds::EmptyArrays::usage().taken;
+    const i64 before = live;
+    fiftyEntries();
+    EXPECT_EQ(live, before);
+    EXPECT_EQ(ds::EmptyArrays::usage().taken, cells);
+}
+
 TEST(HashMapOutOfMemory, Copying_DestroysWhatWasBuilt) {
     const Map map = fiftyEntries();
     const u64 runs = ds::EmptyArrays::usage().taken;

@@ -73,6 +73,12 @@ TEST(RefersTo, Default_HoldsNull) {
     EXPECT_EQ(handle, nullptr);
 }
 
+TEST(RefersTo, Object_IsReachedLikeThatOfAPointer) {
+    const auto handle = RefersTo<Thing>::adopt(new Thing);
+    EXPECT_TRUE(handle);
+    EXPECT_EQ(&*handle, handle.get());
+}
+
 TEST(RefersTo, Pointer_TakesAReferenceOfItsOwn) {
     auto* thing = new Thing;
     {

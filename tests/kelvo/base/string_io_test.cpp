@@ -223,6 +223,7 @@ TEST(StringIO, ClearAndTruncate_CutTheText) {
 
 TEST(StringIO, PrepareAndCommit_TakeWhatWasWritten) {
     StringIO io;
+    EXPECT_NE(StringIO().prepare(0), nullptr);
     char* to = io.prepare(10);
     to[0] = 'a';
     to[1] = 'b';

@@ -232,6 +232,7 @@ TEST(String, StandardContainers_TakeItAsKey) {
     EXPECT_EQ(set.size(), 2u);
     const std::map<String, int> map{{"b", 2}, {"a", 1}};
     EXPECT_EQ(map.begin()->first, "a");
+    EXPECT_EQ(std::hash<String>()("a"), String("a").hash());
 }
 
 TEST(String, Stream_GetsTheText) {

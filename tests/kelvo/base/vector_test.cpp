@@ -184,6 +184,12 @@ TEST(Vector, Remove_KeepsTheOrderOfTheRest) {
     EXPECT_EQ(vector.capacity(), 3u);
 }
 
+TEST(Vector, Remove_OfAText_KeepsTheOrderOfTheRest) {
+    Vector<String> vector{"a", "b", "c", "d"};
+    vector.remove(1);
+    EXPECT_EQ(vector, (Vector<String>{"a", "c", "d"}));
+}
+
 TEST(Vector, Remove_BehindTheLast_TakesTheLastAway) {
     Vector<int> vector{1, 2};
     vector.reserve(4);
@@ -412,6 +418,26 @@ TEST(Vector, Release_FreesTheStorage) {
     EXPECT_EQ(vector.capacity(), 0u);
     vector.push_back(1);
     EXPECT_EQ(vector.capacity(), 2u);
+}
+
+TEST(Vector, Reserve_OfTheCapacity_KeepsTheStorage) {
+    Vector<int> vector{1, 2, 3};
+    const int* const storage = vector.data();
+    vector.reserve(3);
+    EXPECT_EQ(vector.data(), storage);
+}
+
+TEST(Vector, Count_HasTwoNames) {
+    const Vector<int> vector{1, 2, 3};
+    EXPECT_EQ(vector.size(), 3u);
+    EXPECT_EQ(vector.count(), 3u);
+}
+
+TEST(Vector, Resize_MakesRoomForExactlyThatCount) {
+    Vector<int> vector;
+    vector.resize(3);
+    EXPECT_EQ(vector.capacity(), 3u);
+    EXPECT_EQ(listed(vector), (std::vector<int>{0, 0, 0}));
 }
 
 TEST(Vector, Resize_FillsWithDefaults) {

@@ -103,9 +103,11 @@ TEST_F(InputResult, Buffers_ThatAreRefused_SayWhy) {
 
 TEST_F(InputResult, LinkToAnotherScene_SaysSo) {
     const Scene far = Scene::create();
-    EXPECT_EQ(input("target").set(far.createNode("mesh", "moon")).message(),
-              "Cannot link input 'lamp.target' to node 'moon': the two nodes belong to different "
-              "scenes.");
+    const Node moon = far.createNode("mesh", "moon");
+    const String refused = "Cannot link input 'lamp.target' to node 'moon': the two nodes belong "
+                           "to different scenes.";
+    EXPECT_EQ(input("target").set(moon).message(), refused);
+    EXPECT_EQ(input("target").set(moon.get()).message(), refused);
 }
 
 TEST_F(InputResult, EverythingThatIsDone_IsTrueWithoutAMessage) {

@@ -199,6 +199,9 @@ TEST_F(InputHandle, NumbersOfAnyWidth_AreWrittenAndRead) {
     EXPECT_TRUE(input.set(static_cast<short>(-5)));
     EXPECT_EQ(input.get<i64>(), -5);
     EXPECT_EQ(input.get<float>(), -5.0f);
+    float real = 0;
+    EXPECT_TRUE(input.read(real));
+    EXPECT_EQ(real, -5.0f);
     EXPECT_EQ(input.get<unsigned>(3u), 3u) << "a negative number is no unsigned one";
     EXPECT_TRUE(input.set(1000));
     EXPECT_EQ(input.get<signed char>(2), 2) << "out of the range of the type";

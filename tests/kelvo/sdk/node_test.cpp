@@ -60,6 +60,11 @@ TEST_F(NodeHandle, Dirty_AsksWhatTheNodeDependsOn) {
     EXPECT_TRUE(m_room.dirty());
 }
 
+TEST_F(NodeHandle, DisplayName_IsThatOfTheNode) {
+    EXPECT_EQ(m_lamp.displayName(), m_lamp->displayName());
+    EXPECT_FALSE(m_lamp.displayName().isEmpty());
+}
+
 TEST_F(NodeHandle, Hash_IsThatOfTheNode) {
     const u64 before = m_lamp.hash();
     EXPECT_EQ(before, m_lamp->hash({}));
