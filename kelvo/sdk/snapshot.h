@@ -54,8 +54,8 @@ enum class SnapshotValues : u32 {
 
 /// Says how to take a snapshot.
 struct SnapshotOptions {
-    /// The greatest number of threads that take the snapshot; 0 for as many as the machine runs at
-    /// once. The snapshot is the same for any number.
+    /// The greatest number of threads that take the snapshot, and hash it later; 0 for as many as
+    /// the machine runs at once. Snapshot and hashes are the same for any number.
     u32 threads = 0;
     /// Evaluation calls the callbacks of nodes on several threads at once, see docs/threads.md.
     SnapshotValues values = SnapshotValues::AsSet;

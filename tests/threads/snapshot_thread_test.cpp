@@ -216,6 +216,32 @@ TEST(SnapshotThreads, Texts_ReadIntoSnapshotsOnManyThreads_AreTheSame) {
     EXPECT_EQ(right, 3);
 }
 
+// Each snapshot is itself hashed by several threads.
+TEST(SnapshotThreads, ManyNodes_HashedOnManyThreadsBesideTheEditor_AreTheSame) {
+    const Scene scene = Scene::create();
+    for (int i = 0; i < 10000; ++i)
+        scene.createNode("thing", "n").createInput("x", AttrType::Real).set(i);
+    const auto take = [&] {
+        return scene.snapshot({.threads = 2, .values = SnapshotValues::AsSet});
+    };
+    const Snapshot first = take();
+    const u64 before = take().hash();
+    scene.node(0)["x"].set(-1.0);
+    const Snapshot second = take();
+    std::vector<std::thread> threads;
+    std::atomic<int> right = 0;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&, i] {
+            const u64 hash = (i % 2 == 0 ? first : second).hash();
+            right += (hash == before) == (i % 2 == 0);
+        });
+    for (const Node& node : scene.nodes())
+        node["x"].set(2.0);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(right, 4);
+}
+
 TEST(SnapshotThreads, OneSnapshot_WrittenOnManyThreadsBesideTheEditor_IsTheSame) {
     const Scene scene = Scene::create();
     for (int i = 0; i < 200; ++i)

@@ -8,6 +8,7 @@
 
 #include "kelvo/base/fetch_line.h"
 #include "kelvo/base/hash.h"
+#include "kelvo/base/workers.h"
 
 #include <algorithm>
 #include <span>
@@ -15,15 +16,23 @@
 
 namespace qv::kelvo_sdk::impl {
 
+namespace {
+
+// Nodes whose contents one thread hashes at a time.
+constexpr u64 nodesOfPiece = 4096;
+
+} // namespace
+
 DeepHashes::Table::Table(SnapshotStore& store, const SharedArray<u64>& hashes, u64 ofAll) noexcept
     : m_store(store), m_hashes(hashes), m_ofAll(ofAll) {
     m_store.open(m_entry);
 }
 
-std::unique_ptr<DeepHashes::Table> DeepHashes::make(const Records& records, Uses uses) {
+std::unique_ptr<DeepHashes::Table> DeepHashes::make(const Records& records, Uses uses,
+                                                    u32 threads) {
     const std::lock_guard lock(m_mutex);
     try {
-        follow(records);
+        follow(records, threads);
         m_uses = std::move(uses);
         m_records = records;
         auto made = std::make_unique<Table>(m_store, m_hashes, hashMix(m_sum, hashOfNothing));
@@ -43,15 +52,15 @@ void DeepHashes::forget() noexcept {
     m_sum = 0;
 }
 
-void DeepHashes::follow(const Records& records) {
+void DeepHashes::follow(const Records& records, u32 threads) {
     ++m_walk;
     m_reached = m_groups = 0;
     for (auto* list : {&m_affected, &m_leads, &m_ungrouped})
         list->clear();
     m_steps.clear();
-    ContentHasher hasher;
-    markDifferences(records, hasher);
+    markDifferences(records, threads);
     markReaders();
+    ContentHasher hasher;
     for (std::size_t i = 0; i < m_affected.size(); ++i) {
         if (i + 8 < m_affected.size()) NodeRecord::fetch(records.at(m_affected[i + 8]));
         const NodeNumber node = m_affected[i];
@@ -62,22 +71,34 @@ void DeepHashes::follow(const Records& records) {
     }
 }
 
-// Also hashes the content of the nodes, which passes over the memory in its order.
-void DeepHashes::markDifferences(const Records& records, ContentHasher& hasher) {
+void DeepHashes::markDifferences(const Records& records, u32 threads) {
     Records::forEachDifference(m_records, records,
                                [this](NodeNumber node, const NodeRecord* /*before*/,
                                       const NodeRecord* /*after*/) { mark(node); });
+    hashContents(records, threads);
     const std::size_t count = m_affected.size();
     for (std::size_t i = 0; i < count; ++i) {
         if (i + 8 < count) NodeRecord::fetch(records.at(m_affected[i + 8]));
-        if (i + 4 < count) {
-            if (const NodeRecord* const next = records.at(m_affected[i + 4]))
-                fetchLine(next->name().get(), 0);
-        }
-        const NodeRecord* const record = records.at(m_affected[i]);
-        m_dependencies.set(m_affected[i], record);
-        if (record) (void)hasher.of(*record);
+        m_dependencies.set(m_affected[i], records.at(m_affected[i]));
     }
+}
+
+// Passes over the memory in its order. The records keep the hashes.
+void DeepHashes::hashContents(const Records& records, u32 threads) const {
+    const u64 count = m_affected.size();
+    Workers(threads).run((count + nodesOfPiece - 1) / nodesOfPiece, [&](u64 piece) {
+        ContentHasher hasher;
+        const u64 end = std::min(count, (piece + 1) * nodesOfPiece);
+        for (u64 i = piece * nodesOfPiece; i < end; ++i) {
+            if (i + 8 < end) NodeRecord::fetch(records.at(m_affected[i + 8]));
+            if (i + 4 < end) {
+                if (const NodeRecord* const next = records.at(m_affected[i + 4]))
+                    fetchLine(next->name().get(), 0);
+            }
+            if (const NodeRecord* const record = records.at(m_affected[i]))
+                static_cast<void>(hasher.of(*record));
+        }
+    });
 }
 
 // The list grows meanwhile.

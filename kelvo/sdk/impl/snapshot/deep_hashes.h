@@ -44,9 +44,10 @@ public:
     DeepHashes& operator=(const DeepHashes&) = delete;
 
     /// Returns the hashes of a snapshot; they must end before this object. `uses` keep the records
-    /// alive while this object follows the snapshot; without any it follows none afterwards. Throws
-    /// std::bad_alloc.
-    [[nodiscard]] std::unique_ptr<Table> make(const Records& records, Uses uses);
+    /// alive while this object follows the snapshot; without any it follows none afterwards. Many
+    /// nodes are hashed on at most `threads` threads, 0 for as many as the machine runs at once.
+    /// Throws std::bad_alloc.
+    [[nodiscard]] std::unique_ptr<Table> make(const Records& records, Uses uses, u32 threads);
 
 private:
     // A node during a walk; it counts only if `walk` is the number of that walk.
@@ -64,8 +65,9 @@ private:
         u64 nextLead;
     };
 
-    void follow(const Records& records);
-    void markDifferences(const Records& records, ContentHasher& hasher);
+    void follow(const Records& records, u32 threads);
+    void markDifferences(const Records& records, u32 threads);
+    void hashContents(const Records& records, u32 threads) const;
     void markReaders();
     void visitFrom(NodeNumber start, const Records& records, ContentHasher& hasher);
     void open(NodeNumber node, const NodeRecord& record);

@@ -49,7 +49,7 @@ RefersTo<SnapshotPicture> SnapshotKeeper::take(const SnapshotOptions& options) {
 RefersTo<SnapshotPicture> SnapshotKeeper::takeAsSet(u32 threads) {
     try {
         update(threads);
-        return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(m_line));
+        return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(m_line, threads));
     } catch (...) {
         m_isLost = true;
         throw;

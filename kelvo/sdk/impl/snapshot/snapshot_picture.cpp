@@ -64,13 +64,13 @@ void SnapshotTables::fill(NewRecords made, u32 threads, SnapshotStore& store) {
 
 // A stored snapshot has no array of its records, and no other snapshot to share hashes with.
 std::unique_ptr<DeepHashes::Table> SnapshotPicture::makeHashes() const {
-    if (!m_tables.stored) return m_hasher.make(m_tables.records, uses());
+    if (!m_tables.stored) return m_hasher.make(m_tables.records, uses(), m_threads);
     SnapshotStore store;
     DeepHashes::Records records;
     try {
         m_tables.forEachRecord(
             [&](const NodeRecord& record) { records.edit(record.number(), store) = &record; });
-        auto made = m_hasher.make(records, {});
+        auto made = m_hasher.make(records, {}, m_threads);
         records.clear(store);
         return made;
     } catch (...) {

@@ -36,9 +36,11 @@ private:
 /// A snapshot: constant, and independent of the scene.
 class SnapshotPicture final : public RefCounted {
 public:
-    /// Makes a snapshot of the line's current state.
-    explicit SnapshotPicture(RefersTo<SnapshotLine> line) noexcept
+    /// Makes a snapshot of the line's current state, which is hashed on at most `threads` threads;
+    /// 0 for as many as the machine runs at once.
+    explicit SnapshotPicture(RefersTo<SnapshotLine> line, u32 threads = 0) noexcept
         : m_line(std::move(line)),
+          m_threads(threads),
           m_store(m_line->store),
           m_hasher(m_line->hashes),
           m_tables(m_line->current) {
@@ -47,6 +49,7 @@ public:
     /// Makes a snapshot like another one, but with evaluated records of its line.
     SnapshotPicture(RefersTo<SnapshotPicture> asSet, EvaluatedRecords& evaluated) noexcept
         : m_line(asSet->m_line),
+          m_threads(asSet->m_threads),
           m_asSet(std::move(asSet)),
           m_store(evaluated.store()),
           m_hasher(evaluated.hashes()),
@@ -86,6 +89,7 @@ private:
     }
 
     RefersTo<SnapshotLine> m_line;
+    u32 m_threads;
     // Null for a snapshot that is as set itself.
     RefersTo<SnapshotPicture> m_asSet;
     SnapshotStore& m_store;

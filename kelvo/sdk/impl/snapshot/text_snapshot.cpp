@@ -43,15 +43,15 @@ NewRecords recordsOf(SceneTree& tree, const Scene& scene, SnapshotLine& line, u3
 }
 
 // `tree` has the comments of the whole text.
-RefersTo<SnapshotPicture> pictureOf(RefersTo<SnapshotLine> line, SceneTree& tree) {
+RefersTo<SnapshotPicture> pictureOf(RefersTo<SnapshotLine> line, SceneTree& tree, u32 threads) {
     line->current.file = fileOf(tree);
-    return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(std::move(line)));
+    return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(std::move(line), threads));
 }
 
 RefersTo<SnapshotPicture> pictureOf(SceneTree& tree, const Scene& scene, u32 threads) {
     auto line = RefersTo<SnapshotLine>::adopt(new SnapshotLine);
     line->current.fill(recordsOf(tree, scene, *line, threads), threads, line->store);
-    return pictureOf(std::move(line), tree);
+    return pictureOf(std::move(line), tree, threads);
 }
 
 // Reads a long text piece by piece; returns null when it has to be read as a whole.
@@ -63,7 +63,7 @@ RefersTo<SnapshotPicture> pictureOfPieces(const Scene& scene, std::string_view t
     const ParseLimits limits{options.maxDepth, options.maxNodes, options.threads,
                              options.pieceSize};
     if (!PieceRecorder(scene, *line).read(text, limits, rest)) return {};
-    return pictureOf(std::move(line), rest);
+    return pictureOf(std::move(line), rest, options.threads);
 }
 
 } // namespace

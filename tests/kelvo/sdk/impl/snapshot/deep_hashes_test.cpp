@@ -105,6 +105,23 @@ TEST_F(DeepHashesTest, EqualContent_OfTwoScenesInAnyOrder_HasEqualHashes) {
     EXPECT_EQ(first.hash(), second.hash());
 }
 
+TEST_F(DeepHashesTest, ManyNodes_HaveTheSameHashesOnAnyNumberOfThreads) {
+    const Scene other = Scene::create();
+    for (const Scene& scene : {m_scene, other})
+        for (int i = 0; i < 10000; ++i) {
+            const Node node = scene.createNode("thing", ("n" + std::to_string(i)).c_str());
+            node.createInput("x", AttrType::Real).set(i);
+            node.createInput("next", AttrType::Node).set(scene.node(i / 2));
+        }
+    const Snapshot one = m_scene.snapshot({.threads = 1, .values = SnapshotValues::AsSet});
+    const Snapshot four = other.snapshot({.threads = 4, .values = SnapshotValues::AsSet});
+    EXPECT_EQ(one.hash(), four.hash());
+    u64 different = 0;
+    for (u64 i = 0; i < one.nodeCount(); ++i)
+        different += one.node(i).deepHash() != four.node(i).deepHash();
+    EXPECT_EQ(different, 0u);
+}
+
 TEST_F(DeepHashesTest, OtherContent_HasOtherHashes) {
     const auto hashOf = [](const auto& edit) {
         const Scene scene = Scene::create();
@@ -175,7 +192,7 @@ TEST_F(DeepHashesTest, Hashes_OfKnownScenes_AreTheKnownOnes) {
 std::vector<u64> freshHashes(const Snapshot& snapshot) {
     const auto* picture = static_cast<const impl::SnapshotPicture*>(snapshot.get());
     impl::DeepHashes fresh;
-    const auto table = fresh.make(picture->tables().records, {});
+    const auto table = fresh.make(picture->tables().records, {}, 1);
     std::vector<u64> hashes;
     for (const SnapshotNode& node : snapshot.nodes())
         hashes.push_back(table->of(node.number()));
