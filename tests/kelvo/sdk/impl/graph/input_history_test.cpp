@@ -133,5 +133,53 @@ TEST_F(InputHistory, SwappedMoveOfAnElement_IsNotifiedOnce) {
     EXPECT_EQ(m_recorder.take(), "changed list;");
 }
 
+TEST_F(InputHistory, MoveToTheSamePlace_IsNoChange) {
+    auto& array = static_cast<Input&>(*m_node->createArray("list", AttrType::Int));
+    for (int i = 0; i < 2; ++i)
+        array.appendElement();
+    startListening();
+    EXPECT_TRUE(array.moveElement(1, 1));
+    EXPECT_EQ(m_recorder.take(), "");
+    EXPECT_EQ(m_scene->undoCount(), m_steps);
+}
+
+TEST_F(InputHistory, SwappedSource_ThatIsThereAlready_IsNotNotified) {
+    ASSERT_TRUE(m_a.connect(&m_out));
+    SourceChange change(m_a);
+    startListening();
+    change.swap(*m_scene);
+    EXPECT_EQ(m_a.source(), &m_out);
+    EXPECT_EQ(m_recorder.take(), "");
+}
+
+TEST_F(InputHistory, SwappedRemoval_OfAnInputThatIsThere_AddsNothing) {
+    const u64 count = m_node->inputCount();
+    InputListChange(m_a, nullptr, 0, false).swap(*m_scene);
+    EXPECT_EQ(m_node->inputCount(), count);
+}
+
+TEST_F(InputHistory, RemovedObject_ComesBackWithTheTiesOfItsInnermostParts) {
+    auto& object = create("object", AttrType::Object);
+    IInput* inner = object.createInput("inner", AttrType::Object);
+    auto& read = static_cast<Input&>(*inner->createInput("read", AttrType::Real));
+    auto& link = static_cast<Input&>(*inner->createInput("link", AttrType::Node));
+    ASSERT_TRUE(read.connect(&m_out));
+    ASSERT_TRUE(link.setNode(m_out.node()));
+    ASSERT_TRUE(m_node->removeInput("object"));
+    ASSERT_TRUE(m_scene->undo());
+    EXPECT_EQ(read.source(), &m_out);
+    EXPECT_EQ(link.value().asNode(), m_out.node());
+}
+
+TEST_F(InputHistory, RemovedInputThatKeepsANumber_IsRecordedWithoutAnExtraRecordOfIt) {
+    const auto bytesBesideTheInput = [this](const Input& input) {
+        const u64 own = input.ownBytes();
+        EXPECT_TRUE(m_node->removeInput(input.name()));
+        return m_scene->undoStep(0).bytes - own;
+    };
+    m_b.stash();
+    EXPECT_EQ(bytesBesideTheInput(m_a), bytesBesideTheInput(m_b));
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl

@@ -1,7 +1,9 @@
 #include "kelvo/kelvo.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/input_rename.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "tests/support/counting_layout.h"
 #include "tests/support/journal.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/recording_observer.h"
@@ -12,6 +14,7 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -250,6 +253,16 @@ TEST_F(InputRename, Undo_OfMembersTellsTheirPath) {
     EXPECT_EQ(m_scene.undoStep(0).touched[0], "lamp.shade.width");
 }
 
+TEST_F(InputRename, Record_TakesMemoryForBothNamesAndTheUnreadLines) {
+    const auto bytes = [this](const char* before, const char* after, std::vector<u64> lines = {}) {
+        impl::Input& input = *impl::implOf(m_lamp[before].get());
+        return impl::InputRename(input, {after, {}, {}, std::move(lines)}).bytes();
+    };
+    EXPECT_EQ(bytes("size", "extent"), bytes("size", "x") + 5);
+    EXPECT_EQ(bytes("stand", "x"), bytes("size", "x") + 1);
+    EXPECT_EQ(bytes("size", "x", {1, 2}), bytes("size", "x") + 2 * sizeof(u64));
+}
+
 TEST_F(InputRename, Cancelled_GivesTheOldNameBack) {
     const std::string before = textOf(m_scene);
     {
@@ -369,6 +382,21 @@ TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     EXPECT_EQ(shown(lamp), "size power ");
     ASSERT_TRUE(scene.redo());
     EXPECT_EQ(shown(lamp), "extent power ");
+}
+
+TEST(InputRenameLayout, LayoutThatTheNodeGotMeanwhile_Stays) {
+    const LibInfo library = LibInfo::create();
+    ASSERT_TRUE(library.readDefinitions(
+        "type lamp {\n    Real size = 2\n    page \"P\" {\n        size\n    }\n}\n", "types.knd"));
+    tests::CountingLayout own;
+    const Scene scene = Scene::create();
+    scene.addLibrary(library);
+    scene.setUndoEnabled(true);
+    const Node lamp = scene.createNode("lamp", "lamp");
+    ASSERT_TRUE(lamp["size"].rename("extent"));
+    lamp->setLayout(&own);
+    ASSERT_TRUE(scene.undo());
+    EXPECT_EQ(impl::implOf(lamp.get())->layout(), &own);
 }
 
 TEST(InputRenameText, WhatATypeDefines_ReadsBack) {

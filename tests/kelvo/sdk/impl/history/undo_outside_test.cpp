@@ -36,6 +36,42 @@ TEST(UndoOutside, RenamedInputRemovedWhileTheNodeIsOut) {
     EXPECT_TRUE(scene.verify().empty());
 }
 
+TEST(UndoOutside, NameTakenAndGivenUpWhileTheNodeIsOut) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Input object = node.createInput("object", AttrType::Object);
+    const Input input = object.createInput("q", AttrType::Real);
+    EXPECT_TRUE(input.rename("r"));
+    scene.removeNode(node);
+    EXPECT_TRUE(object.createInput("q", AttrType::Int));
+    EXPECT_TRUE(scene.undo() && scene.undo());
+    EXPECT_EQ(input.name(), "r");
+    while (scene.undo()) {
+    }
+    object->removeInput("q");
+    while (scene.redoCount() > 1)
+        scene.redo();
+    EXPECT_EQ(input.name(), "r");
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, ElementAddedWhileTheNodeIsOut_FollowsThoseThatComeBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Input list = node.createArray("list", AttrType::Int);
+    for (const int value : {1, 2})
+        list.append().set(value);
+    list->clearInputs();
+    scene.removeNode(node);
+    list.append().set(3);
+    EXPECT_TRUE(scene.undo() && scene.undo());
+    ASSERT_EQ(list.inputCount(), 3u);
+    for (const int value : {1, 2, 3})
+        EXPECT_EQ(list.input(u64(value) - 1).get<i64>(), value);
+}
+
 TEST(UndoOutside, OutputRemovedWhileTheNodeIsOut) {
     const Scene scene = Scene::create();
     scene.setUndoEnabled(true);
@@ -61,6 +97,28 @@ TEST(UndoOutside, ConnectedOutputRemovedWhileTheNodeIsOut) {
     scene.undo();
     EXPECT_EQ(input->source(), nullptr);
     EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, InputConnectedWhileTheOutputIsOut_StandsBehindThoseThatComeBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Node reader = scene.createNode("t", "y");
+    const Output output = node.createOutput("out", AttrType::Real);
+    const Input first = reader.createInput("a", AttrType::Real);
+    const Input second = reader.createInput("b", AttrType::Real);
+    for (const Input& input : {first, second})
+        EXPECT_TRUE(input.connect(output));
+    for (const bool isNodeOut : {true, false}) {
+        EXPECT_TRUE(isNodeOut ? scene.removeNode(node) : node.removeOutput("out"));
+        const Input free = Input::create(AttrType::Real);
+        EXPECT_TRUE(free.connect(output));
+        EXPECT_TRUE(scene.undo());
+        ASSERT_EQ(output->targetCount(), 3u);
+        EXPECT_EQ(output->target(0), first.get());
+        EXPECT_EQ(output->target(1), second.get());
+        EXPECT_EQ(output->target(2), free.get());
+    }
 }
 
 // ---- Nodes that were never in a scene ----------------------------------------------------------

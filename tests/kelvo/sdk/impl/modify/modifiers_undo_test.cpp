@@ -47,6 +47,14 @@ TEST_F(ModifiersUndo, InputTakenOff_ComesBackModified) {
     EXPECT_EQ(text(), before);
 }
 
+TEST_F(ModifiersUndo, ValueOfTheUserTakenBack_IsModified) {
+    m_scene["n"]["a"].set(2.0);
+    ASSERT_EQ(m_scene.valueOf("n"), 8);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(m_scene.ownOf("n"), 1);
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
+}
+
 // The modifiers turn the new value, 1, into the old stored value, 5.
 TEST_F(ModifiersUndo, InputSetAndTakenOffInOneStep_ComesBackWithItsOldValue) {
     m_scene["n"]["a"].set(5.0);
@@ -271,6 +279,23 @@ TEST_F(ModifiersUndo, ModifierWhoseObserverThrows_CountsAllTheSame) {
     const Thrower thrower(m_scene["scale"]);
     EXPECT_THROW(m_scene["scale"]["factor"].connect(number.output("result")), std::runtime_error);
     EXPECT_EQ(m_scene.valueOf("n"), 6);
+}
+
+TEST_F(ModifiersOfKeptValues, TheFirstWhoseObserverThrows_CountsAllTheSame) {
+    const Thrower thrower(m_scene["n"]);
+    EXPECT_THROW(addFirst(), std::runtime_error);
+    EXPECT_EQ(m_scene.valueOf("n"), 2);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(text(), m_before);
+}
+
+TEST_F(ModifiersOfARenamedList, RenamingWhoseObserverThrows_CountsAllTheSame) {
+    const std::string before = text();
+    const Thrower thrower(m_scene["n"]);
+    EXPECT_THROW((void)m_list.rename("modifiers"), std::runtime_error);
+    EXPECT_EQ(m_scene.valueOf("n", "b"), 18);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(text(), before);
 }
 
 TEST_F(ModifiersUndo, RedoOfAChangeWhoseObserverThrew_LeadsToTheSameHash) {
