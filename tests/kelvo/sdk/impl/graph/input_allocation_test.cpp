@@ -116,6 +116,24 @@ struct Batches : BatchObserver {
     String told;
 };
 
+TEST(InputStashOutOfMemory, FirstModifier_LeavesNoValueAsideUnlessItIsRefused) {
+    i64 whole = 0;
+    for (i64 count = 0; whole < 20; ++count) {
+        const auto scene = kelvo_sdk::Scene::create();
+        ASSERT_TRUE(scene.read("node t \"n\" {\n    Array<Node> modifiers\n"
+                               "    Real a = 40 @stashed 2\n}\n",
+                               "a.kns"));
+        const kelvo_sdk::Input list = scene["n"]["modifiers"];
+        const auto& input = static_cast<const Input&>(*scene["n"]["a"].get());
+        try {
+            const Allow some(count);
+            if (list->appendElement()) ++whole;
+        } catch (const std::bad_alloc&) {
+        }
+        EXPECT_EQ(input.stashed() != nullptr, list.inputCount() == 0) << count;
+    }
+}
+
 TEST(InputTiesOutOfMemory, OutputThatLeavesUnrecorded_LeavesNothingWrongBehind) {
     bool isWhole = false;
     for (i64 count = 0; !isWhole; ++count) {
@@ -148,6 +166,8 @@ const EditCase kEdits[] = {
     {"Link", [](const kelvo_sdk::Scene& scene) { scene["n"]["link"].set(scene["n"]); }},
     {"Connection",
      [](const kelvo_sdk::Scene& scene) { scene["n"]["in"].connect(scene["m"].output("out")); }},
+    {"Reconnection",
+     [](const kelvo_sdk::Scene& scene) { scene["n"]["tied"].connect(scene["m"].output("spare")); }},
     {"Disconnection", [](const kelvo_sdk::Scene& scene) { scene["n"]["tied"].disconnect(); }},
     {"Addition",
      [](const kelvo_sdk::Scene& scene) { scene["n"].createInput("more", AttrType::Real); }},
@@ -158,6 +178,10 @@ const EditCase kEdits[] = {
     {"LostElement", [](const kelvo_sdk::Scene& scene) { scene["n"]["list"]->removeLastInput(); }},
     {"LostTarget", [](const kelvo_sdk::Scene& scene) { scene.removeNode(scene["other"]); }},
     {"LostOutput", [](const kelvo_sdk::Scene& scene) { scene["m"]->removeOutput("out"); }},
+    {"Reading",
+     [](const kelvo_sdk::Scene& scene) {
+         (void)scene.read("node t \"p\" {\n    Node link = other\n}\n", "b.kns");
+     }},
     {"Undo", [](const kelvo_sdk::Scene& scene) { scene.undo(); }},
 };
 
@@ -177,6 +201,7 @@ protected:
         const String before = scene.text();
         Batches batches;
         scene.subscribe(&batches);
+        tests::fillRows(scene);
         bool isWhole = true;
         try {
             const Allow some(allocations);
@@ -185,6 +210,7 @@ protected:
             isWhole = false;
         }
         scene.unsubscribe(&batches);
+        EXPECT_TRUE(scene.verify().empty()) << allocations;
         return {isWhole, scene.text() != before, batches.told};
     }
     static constexpr const char* text = R"(kelvo scene 1
@@ -193,6 +219,7 @@ node t "other" {
 }
 node t "m" {
     output Real out
+    output Real spare
 }
 node t "n" {
     Real in = 1

@@ -106,6 +106,8 @@ TEST_F(InputContainer, HasInput_ByIndex_EndsAtTheCount) {
     arr.appendElement();
     EXPECT_TRUE(arr.hasInput(u64(1), AttrType::Null));
     EXPECT_FALSE(arr.hasInput(u64(2), AttrType::Null));
+    EXPECT_TRUE(arr.hasInput(u64(1), AttrType::Int));
+    EXPECT_FALSE(arr.hasInput(u64(1), AttrType::Real));
 }
 
 TEST_F(InputContainer, Element_IsFoundByItsDecimalIndexAlone) {
@@ -278,6 +280,24 @@ TEST_F(InputContainer, ElementHeldBeyondItsArray_HasNoParent) {
     EXPECT_EQ(held->node(), nullptr);
     EXPECT_EQ(held->parent(), nullptr);
     EXPECT_TRUE(held->setInt(5));
+}
+
+TEST_F(InputContainer, ObjectHeldBeyondTheOneAroundIt_KeepsItsMembers) {
+    IInput* inner = object().createInput("inner", AttrType::Object);
+    const RefersTo<IInput> held(inner);
+    inner->createInput("size", AttrType::Int)->setInt(7);
+    m_node->removeInput(String("obj"));
+    ASSERT_EQ(held->inputCount(), 1u);
+    EXPECT_STREQ(held->input(u64(0))->path().buf(), "inner.size");
+}
+
+TEST_F(InputContainer, SilentMember_IsMadeWithoutANodeToo) {
+    const auto free = RefersTo<Input>::adopt(
+        new Input(nullptr, nullptr, "free", AttrType::Object, AttrType::Null));
+    AttrData data(AttrType::Int);
+    data.silent = true;
+    ASSERT_NE(free->createInput("quiet", std::move(data)), nullptr);
+    EXPECT_EQ(free->inputCount(), 1u);
 }
 
 TEST_F(InputContainer, ElementHeldBeyondACopyOfItsArray_HasNoNode) {

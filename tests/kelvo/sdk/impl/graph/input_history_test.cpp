@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_rename.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -9,6 +10,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -143,6 +145,13 @@ TEST_F(InputHistory, MoveToTheSamePlace_IsNoChange) {
     EXPECT_EQ(m_scene->undoCount(), m_steps);
 }
 
+TEST_F(InputHistory, SwappedLink_ThatWasNever_TakesNoMemory) {
+    auto& link = create("link", AttrType::Node);
+    const u64 bytes = link.ownBytes();
+    ValueChange(link).swap(*m_scene);
+    EXPECT_EQ(link.ownBytes(), bytes);
+}
+
 TEST_F(InputHistory, SwappedSource_ThatIsThereAlready_IsNotNotified) {
     ASSERT_TRUE(m_a.connect(&m_out));
     SourceChange change(m_a);
@@ -179,6 +188,15 @@ TEST_F(InputHistory, RemovedInputThatKeepsANumber_IsRecordedWithoutAnExtraRecord
     };
     m_b.stash();
     EXPECT_EQ(bytesBesideTheInput(m_a), bytesBesideTheInput(m_b));
+}
+
+TEST_F(InputHistory, RecordOfARenaming_TakesMemoryForBothNamesAndTheUnreadLines) {
+    const auto bytes = [this](const char* before, const char* after, std::vector<u64> lines = {}) {
+        return InputRename(create(before), {after, {}, {}, std::move(lines)}).bytes();
+    };
+    EXPECT_EQ(bytes("size", "extent"), bytes("size", "x") + 5);
+    EXPECT_EQ(bytes("stand", "x"), bytes("size", "x") + 1);
+    EXPECT_EQ(bytes("size", "x", {1, 2}), bytes("size", "x") + 2 * sizeof(u64));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "kelvo/kelvo.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
-#include "kelvo/sdk/impl/graph/input_rename.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "tests/support/counting_layout.h"
 #include "tests/support/journal.h"
@@ -14,7 +14,6 @@
 #include <functional>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -144,6 +143,18 @@ TEST_F(InputRename, InLongLists_IsFoundByItsNewNameAlone) {
     EXPECT_EQ(m_lamp["first"], m_lamp.input(0));
 }
 
+TEST_F(InputRename, OfOneOfSixteen_IsFoundByItsNewNameAlone) {
+    while (m_lamp.inputCount() < 16)
+        m_lamp.createInput(String::format("in%d", int(m_lamp.inputCount())), AttrType::Int);
+    const Input moved = m_lamp["in7"];
+    for (const char* name : {"a", "b", "c", "d"}) {
+        ASSERT_TRUE(moved.rename(name));
+        EXPECT_EQ(m_lamp[name], moved);
+        EXPECT_FALSE(m_lamp.hasInput("in7"));
+        EXPECT_EQ(impl::implOf(m_lamp.input(0).get())->listIndex()->size(), 16u);
+    }
+}
+
 TEST_F(InputRename, OfTwoOfAName_OneLeavesItToTheOther) {
     for (int i = 0; i < 40; ++i)
         m_lamp.createInput(String::format("in%d", i), AttrType::Int);
@@ -251,16 +262,6 @@ TEST_F(InputRename, Undo_OfMembersTellsTheirPath) {
     ASSERT_TRUE(m_lamp["shade"]["size"].rename("width"));
     EXPECT_EQ(m_scene.undoStep(0).doText, "Rename input 'lamp.shade.size' to 'width'");
     EXPECT_EQ(m_scene.undoStep(0).touched[0], "lamp.shade.width");
-}
-
-TEST_F(InputRename, Record_TakesMemoryForBothNamesAndTheUnreadLines) {
-    const auto bytes = [this](const char* before, const char* after, std::vector<u64> lines = {}) {
-        impl::Input& input = *impl::implOf(m_lamp[before].get());
-        return impl::InputRename(input, {after, {}, {}, std::move(lines)}).bytes();
-    };
-    EXPECT_EQ(bytes("size", "extent"), bytes("size", "x") + 5);
-    EXPECT_EQ(bytes("stand", "x"), bytes("size", "x") + 1);
-    EXPECT_EQ(bytes("size", "x", {1, 2}), bytes("size", "x") + 2 * sizeof(u64));
 }
 
 TEST_F(InputRename, Cancelled_GivesTheOldNameBack) {
@@ -384,14 +385,29 @@ TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     EXPECT_EQ(shown(lamp), "extent power ");
 }
 
-TEST(InputRenameLayout, LayoutThatTheNodeGotMeanwhile_Stays) {
+// Returns a scene that knows a type with an input "size" on its page.
+Scene makeSceneWithPage() {
     const LibInfo library = LibInfo::create();
-    ASSERT_TRUE(library.readDefinitions(
+    EXPECT_TRUE(library.readDefinitions(
         "type lamp {\n    Real size = 2\n    page \"P\" {\n        size\n    }\n}\n", "types.knd"));
-    tests::CountingLayout own;
     const Scene scene = Scene::create();
     scene.addLibrary(library);
     scene.setUndoEnabled(true);
+    return scene;
+}
+
+TEST(InputRenameLayout, SecondOfAName_LeavesTheFirstOnItsPage) {
+    const Scene scene = makeSceneWithPage();
+    const Node lamp = scene.createNode("lamp", "lamp");
+    ASSERT_TRUE(lamp.createInput("size", AttrType::String).rename("other"));
+    const ds::Vector<LayoutPage> pages = lamp.layoutPages();
+    ASSERT_EQ(pages[0].groups[0].inputs.size(), 1u);
+    EXPECT_EQ(pages[0].groups[0].inputs[0], lamp["size"]);
+}
+
+TEST(InputRenameLayout, LayoutThatTheNodeGotMeanwhile_Stays) {
+    tests::CountingLayout own;
+    const Scene scene = makeSceneWithPage();
     const Node lamp = scene.createNode("lamp", "lamp");
     ASSERT_TRUE(lamp["size"].rename("extent"));
     lamp->setLayout(&own);

@@ -96,6 +96,22 @@ TEST_F(InputStash, StashedLink_IsThereAgainWhenItsNodeComesBack) {
     EXPECT_EQ(link.stashed()->asNode(), target.get());
 }
 
+TEST_F(InputStash, StashedLink_KeptAsideAgainByRedo_IsClearedWithItsNode) {
+    const RefersTo<INode> target(m_scene->createNode("thing", "target"));
+    m_scene->setUndoEnabled(true);
+    Input& link = create(AttrType::Node);
+    ASSERT_TRUE(link.setNode(target.get()));
+    link.stash();
+    ASSERT_TRUE(link.setNode(nullptr));
+    for (int i = 0; i < 2; ++i)
+        ASSERT_TRUE(m_scene->undo());
+    for (int i = 0; i < 2; ++i)
+        ASSERT_TRUE(m_scene->redo());
+    ASSERT_EQ(link.stashed()->asNode(), target.get());
+    m_scene->removeNode(target.get());
+    EXPECT_EQ(link.stashed()->asNode(), nullptr);
+}
+
 TEST_F(InputStash, StashedLink_IsClearedWhenItsSceneEnds) {
     const RefersTo<INode> parent(m_node), target(m_scene->createNode("thing", "target"));
     Input& link = create(AttrType::Node);
@@ -169,6 +185,18 @@ TEST(InputStashModified, LinkKeptDuringAWriteThatRunsOutOfMemory_IsClearedWithIt
     ASSERT_EQ(scene.input("n", "link").ownValue().asNode(), target.get());
     scene.scene.removeNode(target);
     EXPECT_EQ(scene.input("n", "link").ownValue().asNode(), nullptr);
+}
+
+TEST(InputStashModified, LinkKeptAside_StaysWhenTheOneThatModifiersSetIsCleared) {
+    const ModifiedScene scene;
+    const auto shown = scene.scene.createNode("t", "shown");
+    scene["n"].createInput("link", AttrType::Node).set(scene["scale"]);
+    scene.addCustom(
+        "n", [&](INode* node) { return node->input("link")->setNode(shown.get()); }, "link");
+    ASSERT_EQ(scene.input("n", "link").value().asNode(), shown.get());
+    const LogCapture log;
+    scene.scene.removeNode(shown);
+    EXPECT_EQ(scene.input("n", "link").ownValue().asNode(), scene.get("scale"));
 }
 
 } // namespace

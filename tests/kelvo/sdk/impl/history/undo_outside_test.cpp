@@ -1,5 +1,7 @@
 // A removed node that a handle keeps alive is edited without a record: undo continues with the
 // changes that still fit.
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
@@ -190,6 +192,32 @@ TEST_F(UndoStray, LinkThatWasCleared_ComesBack) {
     EXPECT_EQ(m_reader.hash(), before);
     EXPECT_TRUE(m_scene.redo() && m_scene.undo());
     EXPECT_EQ(link.asNode(false, nullptr).name(), "stray");
+}
+
+TEST_F(UndoStray, LinkKeptAside_ComesBack) {
+    const Input link = m_reader.createInput("l", AttrType::Node);
+    link->setNode(m_stray.get());
+    impl::Input& own = *impl::implOf(link.get());
+    own.stash();
+    EXPECT_TRUE(m_scene.undo());
+    m_stray = {};
+    ASSERT_EQ(link.asNode(false, nullptr).name(), "stray");
+    EXPECT_TRUE(m_scene.redo());
+    ASSERT_NE(own.stashed(), nullptr);
+    EXPECT_EQ(own.stashed()->asNode()->name(), "stray");
+}
+
+TEST(UndoOutside, NodeThatWasRead_LeavesWithoutItsLinks) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    scene.createNode("t", "y");
+    ASSERT_TRUE(scene.read("node t \"x\" {\n    Node link = y\n}\n", "x.kns"));
+    const Input link = scene["x"]["link"];
+    ASSERT_EQ(link.asNode(false, nullptr).name(), "y");
+    EXPECT_TRUE(scene.undo());
+    EXPECT_FALSE(link.asNode(false, nullptr));
+    EXPECT_TRUE(scene.redo());
+    EXPECT_EQ(link.asNode(false, nullptr).name(), "y");
 }
 
 TEST_F(UndoStray, LinkOfARemovedOrConvertedNode_ComesBack) {

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -105,6 +106,25 @@ TEST_F(ModifiersUndo, FirstOneOfAModifierUndone_HasTheNodesBehindModifiedAgain) 
     EXPECT_EQ(m_scene.valueOf("n"), 6);
     EXPECT_TRUE(m_scene.scene.undo());
     EXPECT_EQ(m_scene.valueOf("n"), 5);
+}
+
+TEST_F(ModifiersUndo, OneOfSeveralTakenBack_IsToldByTheResultAlone) {
+    struct Told : SceneObserver {
+        void inputChanged(const IInput* input, const AttrData*) override {
+            if (input->name().equals("a"))
+                values.push_back(static_cast<const Input*>(input)->value().asReal());
+        }
+        std::vector<double> values;
+    } told;
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        m_scene["n"]["modifiers"].append().set(m_scene["scale"]);
+    }
+    ASSERT_EQ(m_scene.valueOf("n"), 15);
+    m_scene.scene.subscribe(&told);
+    EXPECT_TRUE(m_scene.scene.undo());
+    m_scene.scene.unsubscribe(&told);
+    EXPECT_EQ(told.values, std::vector<double>{5});
 }
 
 // A node without modifiers whose inputs keep values aside.
