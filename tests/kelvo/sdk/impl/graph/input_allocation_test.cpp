@@ -1,6 +1,7 @@
 // Edits of inputs that run out of memory. A separate program, because it replaces the allocation
 // functions by ones that fail on command.
 
+#include "kelvo/base/log.h"
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_list.h"
 #include "kelvo/sdk/scene.h"
@@ -156,6 +157,17 @@ TEST(InputTiesOutOfMemory, OutputThatLeavesUnrecorded_LeavesNothingWrongBehind) 
     }
 }
 
+// Counts the log messages of its lifetime without taking memory.
+struct LogCount {
+    LogCount() : before(setLogHandler(&LogCount::take, this)) {}
+    ~LogCount() { setLogHandler(before.handler, before.user); }
+    LogCount(const LogCount&) = delete;
+    LogCount& operator=(const LogCount&) = delete;
+    static void take(LogLevel, const char*, void* to) { ++static_cast<LogCount*>(to)->messages; }
+    LogSink before;
+    u64 messages = 0;
+};
+
 struct EditCase {
     const char* name;
     std::function<void(const kelvo_sdk::Scene&)> edit;
@@ -203,6 +215,7 @@ protected:
         scene.subscribe(&batches);
         tests::fillRows(scene);
         bool isWhole = true;
+        LogCount log;
         try {
             const Allow some(allocations);
             GetParam().edit(scene);
@@ -210,6 +223,7 @@ protected:
             isWhole = false;
         }
         scene.unsubscribe(&batches);
+        EXPECT_EQ(log.messages, 0u) << allocations;
         EXPECT_TRUE(scene.verify().empty()) << allocations;
         return {isWhole, scene.text() != before, batches.told};
     }

@@ -145,10 +145,11 @@ TEST_F(InputHistory, MoveToTheSamePlace_IsNoChange) {
     EXPECT_EQ(m_scene->undoCount(), m_steps);
 }
 
-TEST_F(InputHistory, SwappedLink_ThatWasNever_TakesNoMemory) {
+TEST_F(InputHistory, SwappedLinkAndKeptValue_ThatWereNever_TakeNoMemory) {
     auto& link = create("link", AttrType::Node);
     const u64 bytes = link.ownBytes();
     ValueChange(link).swap(*m_scene);
+    StashChange(link).swap(*m_scene);
     EXPECT_EQ(link.ownBytes(), bytes);
 }
 
@@ -161,10 +162,14 @@ TEST_F(InputHistory, SwappedSource_ThatIsThereAlready_IsNotNotified) {
     EXPECT_EQ(m_recorder.take(), "");
 }
 
-TEST_F(InputHistory, SwappedRemoval_OfAnInputThatIsThere_AddsNothing) {
+TEST_F(InputHistory, SwappedRemoval_OfAnInputThatIsThere_LeavesItThereOnceBothWays) {
     const u64 count = m_node->inputCount();
-    InputListChange(m_a, nullptr, 0, false).swap(*m_scene);
-    EXPECT_EQ(m_node->inputCount(), count);
+    InputListChange change(m_a, nullptr, 0, false);
+    for (int i = 0; i < 2; ++i) {
+        change.swap(*m_scene);
+        EXPECT_EQ(m_node->inputCount(), count);
+        EXPECT_EQ(m_a.node(), m_node);
+    }
 }
 
 TEST_F(InputHistory, RemovedObject_ComesBackWithTheTiesOfItsInnermostParts) {
