@@ -81,9 +81,7 @@ void Input::endMembers() noexcept {
     Input* parent = this;
     while (parent) {
         if (parent->members().empty()) {
-            Input* const done = parent;
-            parent = done != this ? done->m_parent : nullptr;
-            if (parent) parent->dropLastMember();
+            parent = parent != this ? parent->m_parent : nullptr;
             continue;
         }
         auto* last = implOf(parent->members().back());

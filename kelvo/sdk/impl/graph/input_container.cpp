@@ -66,7 +66,6 @@ void Input::adoptMember(RefersTo<Input> member, Only<Input, SceneBuilder> /*key*
         appendToList(list, member.get());
     }
     std::ignore = member.detach();
-    dropHash();
 }
 
 void Input::reserveMembers(u64 count, Only<SceneBuilder> /*key*/) {

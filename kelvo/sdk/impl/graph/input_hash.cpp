@@ -24,10 +24,6 @@ u64 nodeHash(const INode* node, const StringVector& skip) {
     return skip.contains(nameKey, false) ? node->type().hash() : node->name().hash();
 }
 
-u64 nonZero(u64 hash) noexcept {
-    return hash != 0 ? hash : 1;
-}
-
 } // namespace
 
 u64 Input::hashWith(const StringVector& skip) const {
@@ -39,7 +35,7 @@ u64 Input::hashWith(const StringVector& skip) const {
 u64 Input::plainHash(const StringVector& skip) const {
     if (const Output* source = sourceOutput()) {
         const u64 from = nodeHash(source->node(), skip);
-        return nonZero(hashMix(from, source->ownName().hash()));
+        return hashMix(from, source->ownName().hash());
     }
     if (type() == AttrType::Node) return nodeHash(m_value.asNode(), skip);
     const u64 hash = m_value.hash();
@@ -78,9 +74,9 @@ u64 Input::membersHash(const StringVector& skip) const {
         }
         const Level done = level;
         open.pop_back();
-        if (done.isLasting) done.input->keepHash(nonZero(done.hash));
-        if (open.empty()) return nonZero(done.hash);
-        open.back().add(*done.input, nonZero(done.hash));
+        if (done.isLasting) done.input->keepHash(done.hash);
+        if (open.empty()) return done.hash;
+        open.back().add(*done.input, done.hash);
     }
 }
 

@@ -97,7 +97,6 @@ void Input::linkUnchecked(INode* node, Only<SceneBuilder> /*key*/) {
     EditStep step(m_node);
     step.prepare<ValueChange>(*this);
     expectNotification(m_node, static_cast<const IInput*>(this));
-    if (node) extras();
     Value before(node);
     replaceValue(before);
     step.commit();
@@ -237,7 +236,6 @@ void Input::relinkStash(const INode& from, INode* to) {
 
 void Input::dropLink(Only<Node> /*key*/) noexcept {
     Link& link = m_extras->link;
-    implOf(link.target)->readersChanged();
     link.table->remove(link);
     forgetLink({});
     if (m_node) m_node->setDirty(true);
@@ -250,7 +248,6 @@ void Input::dropStashedLink(Only<Node> /*key*/) noexcept {
 }
 
 void Input::forgetLink(Only<Input, Scene> /*key*/) noexcept {
-    leadsChanged();
     m_value = Value(static_cast<INode*>(nullptr));
 }
 

@@ -138,7 +138,7 @@ InputRename::InputRename(Input& input, const InputNaming& naming)
 // gave the name to another input. Swapping back skips it too.
 void InputRename::swap(Scene& scene) {
     if (std::exchange(m_isPassedOver, false)) return;
-    const bool isThere = input().node() && input().node() == node() && isHeld(input());
+    const bool isThere = input().node() == node() && isHeld(input());
     m_isPassedOver = !isThere || (input().parent() && namesakeOf(input(), m_other.name));
     if (m_isPassedOver) return;
     input().exchangeName(m_other, {});

@@ -47,7 +47,6 @@ void Input::useStashed(Only<FirstModifier> /*key*/) {
     step.prepare<StashChange>(*this);
     dropStash();
     step.commit();
-    m_node->described();
     if (m_value != kept) replaceUserValue(std::move(kept), nullptr);
 }
 

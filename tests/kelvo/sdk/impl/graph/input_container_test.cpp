@@ -106,6 +106,8 @@ TEST_F(InputContainer, HasInput_ByIndex_EndsAtTheCount) {
     arr.appendElement();
     EXPECT_TRUE(arr.hasInput(u64(1), AttrType::Null));
     EXPECT_FALSE(arr.hasInput(u64(2), AttrType::Null));
+    EXPECT_TRUE(arr.hasInput(u64(1), AttrType::Int));
+    EXPECT_FALSE(arr.hasInput(u64(1), AttrType::Real));
 }
 
 TEST_F(InputContainer, Element_IsFoundByItsDecimalIndexAlone) {
@@ -233,6 +235,10 @@ TEST_F(InputContainer, ArrayOfArrays_LearnsTheElementKindOfEach) {
     const LogCapture log;
     EXPECT_EQ(arr.createArray("2", AttrType::Int), nullptr);
     EXPECT_EQ(arr.createInput("1", AttrType::Int), nullptr);
+    EXPECT_EQ(log.text(), "error: Cannot create Array element '2' in input 'thing.arr' "
+                          "(Array<Array>, 1 elements).\n"
+                          "error: Cannot create Int element '1' in input 'thing.arr' "
+                          "(Array<Array>, 1 elements).\n");
 }
 
 TEST_F(InputContainer, LongObject_FindsEveryMemberAndTheFirstOfAName) {
@@ -276,6 +282,49 @@ TEST_F(InputContainer, ElementHeldBeyondItsArray_HasNoParent) {
     EXPECT_TRUE(held->setInt(5));
 }
 
+TEST_F(InputContainer, ObjectHeldBeyondTheOneAroundIt_KeepsItsMembers) {
+    IInput* inner = object().createInput("inner", AttrType::Object);
+    const RefersTo<IInput> held(inner);
+    inner->createInput("size", AttrType::Int)->setInt(7);
+    m_node->removeInput(String("obj"));
+    ASSERT_EQ(held->inputCount(), 1u);
+    EXPECT_STREQ(held->input(u64(0))->path().buf(), "inner.size");
+}
+
+TEST_F(InputContainer, SilentMember_IsMadeWithoutANodeToo) {
+    const auto free = RefersTo<Input>::adopt(
+        new Input(nullptr, nullptr, "free", AttrType::Object, AttrType::Null));
+    AttrData data(AttrType::Int);
+    data.silent = true;
+    ASSERT_NE(free->createInput("quiet", std::move(data)), nullptr);
+    EXPECT_EQ(free->inputCount(), 1u);
+}
+
+TEST_F(InputContainer, ElementHeldBeyondACopyOfItsArray_HasNoNode) {
+    IInput& arr = array(AttrType::Int);
+    fill(arr, 1);
+    auto copy = RefersTo<IInput>::adopt(static_cast<Input&>(arr).clone(m_node, nullptr));
+    const RefersTo<IInput> held(copy->input(u64(0)));
+    ASSERT_EQ(held->node(), m_node);
+    copy.reset();
+    EXPECT_EQ(held->node(), nullptr);
+    EXPECT_EQ(held->parent(), nullptr);
+}
+
+TEST_F(InputContainer, ElementThatIsLeavingALongArray_HasTheNameOfItsPlace) {
+    struct Namer : SceneObserver {
+        void inputRemoved(const IInput* input) override { name = input->name(); }
+        String name;
+    } namer;
+    IInput& arr = array(AttrType::Int);
+    fill(arr, 100);
+    arr.insertElement(0);
+    m_scene->subscribe(&namer);
+    EXPECT_TRUE(arr.removeInput(u64(90)));
+    m_scene->unsubscribe(&namer);
+    EXPECT_EQ(namer.name, "90");
+}
+
 TEST_F(InputContainer, MembersOfADeadNode_LetTheirValuesGo) {
     const String text("shared by all");
     array(AttrType::String).appendElement()->setString(text);
@@ -293,6 +342,14 @@ TEST_F(InputContainer, Clone_CopiesMembersAtAnyDepth) {
     ASSERT_TRUE(copy->input(u64(0))->input(String("size"))->readInt(size, false, nullptr));
     EXPECT_EQ(size, 7);
     EXPECT_EQ(copy->hash({}), arr.hash({}));
+}
+
+TEST_F(InputContainer, Clone_TakesAsMuchMemoryAsItsOriginal) {
+    IInput& arr = array(AttrType::Int);
+    fill(arr, 3);
+    const auto& original = static_cast<const Input&>(arr);
+    const auto copy = RefersTo<IInput>::adopt(original.clone(m_node, nullptr));
+    EXPECT_EQ(static_cast<const Input&>(*copy).ownBytes(), original.ownBytes());
 }
 
 TEST_F(InputContainer, HundredThousandElements_ComeAndGoInLinearTime) {

@@ -2,6 +2,7 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
+#include "tests/support/small_stack.h"
 
 #include <gtest/gtest.h>
 
@@ -106,6 +107,17 @@ TEST_F(InputHash, LinkToASkippedType_IsZero) {
     IInput* link = m_node->createInput("link", AttrType::Node);
     link->setNode(m_other);
     EXPECT_EQ(link->hash({"lamp"}), 0u);
+}
+
+TEST_F(InputHash, OfDeeplyNestedObjects_NeedsLittleStack) {
+    IInput* outer = m_node->createInput("o", AttrType::Object);
+    IInput* inner = outer;
+    for (int i = 0; i < 5000; ++i)
+        inner = inner->createInput("o", AttrType::Object);
+    inner->createInput("x", AttrType::Int)->setInt(1);
+    const u64 before = outer->hash({});
+    inner->input("x")->setInt(2);
+    tests::runOnSmallStack([&] { EXPECT_NE(outer->hash({}), before); });
 }
 
 TEST_F(InputHash, ArrayOfLinks_IsNotKept) {

@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/input_changes.h"
+#include "kelvo/sdk/impl/graph/input_rename.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
@@ -9,6 +10,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -131,6 +133,75 @@ TEST_F(InputHistory, SwappedMoveOfAnElement_IsNotifiedOnce) {
     ElementMove(array, 2, 0).swap(*m_scene);
     EXPECT_EQ(static_cast<Input*>(array.input(2))->value(), Value(0));
     EXPECT_EQ(m_recorder.take(), "changed list;");
+}
+
+TEST_F(InputHistory, MoveToTheSamePlace_IsNoChange) {
+    auto& array = static_cast<Input&>(*m_node->createArray("list", AttrType::Int));
+    for (int i = 0; i < 2; ++i)
+        array.appendElement();
+    startListening();
+    EXPECT_TRUE(array.moveElement(1, 1));
+    EXPECT_EQ(m_recorder.take(), "");
+    EXPECT_EQ(m_scene->undoCount(), m_steps);
+}
+
+TEST_F(InputHistory, SwappedLinkAndKeptValue_ThatWereNever_TakeNoMemory) {
+    auto& link = create("link", AttrType::Node);
+    const u64 bytes = link.ownBytes();
+    ValueChange(link).swap(*m_scene);
+    StashChange(link).swap(*m_scene);
+    EXPECT_EQ(link.ownBytes(), bytes);
+}
+
+TEST_F(InputHistory, SwappedSource_ThatIsThereAlready_IsNotNotified) {
+    ASSERT_TRUE(m_a.connect(&m_out));
+    SourceChange change(m_a);
+    startListening();
+    change.swap(*m_scene);
+    EXPECT_EQ(m_a.source(), &m_out);
+    EXPECT_EQ(m_recorder.take(), "");
+}
+
+TEST_F(InputHistory, SwappedRemoval_OfAnInputThatIsThere_LeavesItThereOnceBothWays) {
+    const u64 count = m_node->inputCount();
+    InputListChange change(m_a, nullptr, 0, false);
+    for (int i = 0; i < 2; ++i) {
+        change.swap(*m_scene);
+        EXPECT_EQ(m_node->inputCount(), count);
+        EXPECT_EQ(m_a.node(), m_node);
+    }
+}
+
+TEST_F(InputHistory, RemovedObject_ComesBackWithTheTiesOfItsInnermostParts) {
+    auto& object = create("object", AttrType::Object);
+    IInput* inner = object.createInput("inner", AttrType::Object);
+    auto& read = static_cast<Input&>(*inner->createInput("read", AttrType::Real));
+    auto& link = static_cast<Input&>(*inner->createInput("link", AttrType::Node));
+    ASSERT_TRUE(read.connect(&m_out));
+    ASSERT_TRUE(link.setNode(m_out.node()));
+    ASSERT_TRUE(m_node->removeInput("object"));
+    ASSERT_TRUE(m_scene->undo());
+    EXPECT_EQ(read.source(), &m_out);
+    EXPECT_EQ(link.value().asNode(), m_out.node());
+}
+
+TEST_F(InputHistory, RemovedInputThatKeepsANumber_IsRecordedWithoutAnExtraRecordOfIt) {
+    const auto bytesBesideTheInput = [this](const Input& input) {
+        const u64 own = input.ownBytes();
+        EXPECT_TRUE(m_node->removeInput(input.name()));
+        return m_scene->undoStep(0).bytes - own;
+    };
+    m_b.stash();
+    EXPECT_EQ(bytesBesideTheInput(m_a), bytesBesideTheInput(m_b));
+}
+
+TEST_F(InputHistory, RecordOfARenaming_TakesMemoryForBothNamesAndTheUnreadLines) {
+    const auto bytes = [this](const char* before, const char* after, std::vector<u64> lines = {}) {
+        return InputRename(create(before), {after, {}, {}, std::move(lines)}).bytes();
+    };
+    EXPECT_EQ(bytes("size", "extent"), bytes("size", "x") + 5);
+    EXPECT_EQ(bytes("stand", "x"), bytes("size", "x") + 1);
+    EXPECT_EQ(bytes("size", "x", {1, 2}), bytes("size", "x") + 2 * sizeof(u64));
 }
 
 } // namespace

@@ -125,6 +125,22 @@ TEST_F(InputLinks, NodeThatLeftTheScene_IsNotLinkedTo) {
                           "from its scene.\n");
 }
 
+TEST_F(InputLinks, NodeThatIsLeavingTheScene_IsNotLinkedTo) {
+    struct Linker : SceneObserver {
+        void nodeRemoved(INode* node) override { isLinked = input->setNode(node); }
+        IInput* input = nullptr;
+        bool isLinked = true;
+    } linker;
+    linker.input = m_a->createInput("link", AttrType::Node);
+    m_scene->subscribe(&linker);
+    const LogCapture log;
+    m_scene->removeNode(m_b);
+    m_scene->unsubscribe(&linker);
+    EXPECT_FALSE(linker.isLinked);
+    EXPECT_EQ(log.text(), "warning: Cannot link input 'a.link' to node 'b': that node was removed "
+                          "from its scene.\n");
+}
+
 TEST_F(InputLinks, NodeThatLeftItsScene_LinksAndConnectsToNothingThere) {
     const RefersTo<Node> held(m_b);
     IInput* link = m_b->createInput("link", AttrType::Node);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -89,6 +90,21 @@ TEST_F(InputList, FirstOfAName_Wins_WithAndWithoutIndex) {
     EXPECT_EQ(findInList(m_list, "Twin"), first);
 }
 
+// The hash of sixteen bytes ignores the last eight when the first eight are those of a constant.
+TEST_F(InputList, NamesOfTheSameHash_AreToldApart) {
+    const std::string start = "\x08\xc9\xbc\xf3\x67\xe6\x09\x6a";
+    const std::string first = start + "firstone", second = start + "second12";
+    ASSERT_EQ(NameView(first).foldedHash(), NameView(second).foldedHash());
+    append(first.c_str());
+    append(second.c_str());
+    EXPECT_EQ(findInList(m_list, NameView(second)), m_all[1]);
+    appendMany(40);
+    EXPECT_EQ(findInList(m_list, NameView(second)), m_all[1]);
+    removeFromList(m_list, 0);
+    EXPECT_EQ(findInList(m_list, NameView(first)), nullptr);
+    EXPECT_EQ(findInList(m_list, NameView(second)), m_all[1]);
+}
+
 TEST_F(InputList, FirstThatWasInsertedAndLeaves_TakesItsIndexWithIt) {
     appendMany(20);
     IInput* first = new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null);
@@ -150,6 +166,14 @@ TEST_F(InputList, ListThatGetsShortAndLongAgain_ForgetsWhatLeft) {
     EXPECT_EQ(findInList(m_list, "a"), added);
 }
 
+TEST_F(InputList, SixteenthThatLeaves_LeavesNoIndex) {
+    appendMany(16);
+    removeFromList(m_list, 15);
+    EXPECT_FALSE(isIndexed());
+    append("last");
+    EXPECT_EQ(findInList(m_list, "in15"), nullptr);
+}
+
 TEST_F(InputList, FirstOfBefore_KeepsNoIndex) {
     appendMany(17);
     m_all.push_back(new Input(nullptr, nullptr, "first", AttrType::Int, AttrType::Null));
@@ -169,6 +193,30 @@ TEST_F(InputList, Insertion_InFrontOfATwin_IsFoundInstead) {
     EXPECT_EQ(findInList(m_list, "in30"), earlier);
     removeFromList(m_list, 5);
     EXPECT_EQ(findInList(m_list, "in30"), m_all[30]);
+}
+
+TEST_F(InputList, Insertion_InFrontOfATwinAtTheEnd_IsFoundInstead) {
+    appendMany(40);
+    IInput* earlier = append("IN39");
+    m_list.pop_back();
+    insertIntoList(m_list, 39, earlier);
+    EXPECT_EQ(findInList(m_list, "in39"), earlier);
+}
+
+TEST_F(InputList, Insertion_BehindATwin_LeavesTheFirstFound) {
+    appendMany(40);
+    IInput* later = append("IN5");
+    m_list.pop_back();
+    insertIntoList(m_list, 30, later);
+    EXPECT_EQ(findInList(m_list, "in5"), m_all[5]);
+}
+
+TEST_F(InputList, FirstOfTwoTwinsInARowThatLeaves_LeavesTheSecondFound) {
+    appendMany(20);
+    IInput* first = append("twin");
+    IInput* second = append("twin");
+    removeFromList(m_list, indexInList<IInput>(m_list, first));
+    EXPECT_EQ(findInList(m_list, "twin"), second);
 }
 
 TEST_F(InputList, ListThatGrowsAndShrinksAtTheFront_IsFoundByName) {

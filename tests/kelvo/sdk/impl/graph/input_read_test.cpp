@@ -58,5 +58,25 @@ TEST(InputRead, EvaluatedBuffer_StaysWhereItIsAfterTheRead) {
     EXPECT_EQ(next, Value(Buffer(view.type, view.data, view.count)));
 }
 
+bool giveManyOnesAndRemoveOutput(EvalCtx* ctx, void* out) {
+    ctx->node()->removeOutput(u64(0));
+    return giveManyOnes(ctx, out);
+}
+
+TEST(InputRead, BufferOfAnOutputThatEndsWhileItIsAsked_IsNotHeldAfterwards) {
+    const auto library = RefersTo<LibInfo>::adopt(new LibInfo);
+    library->setCallbacks(
+        "filler", {nullptr, nullptr, giveManyOnesAndRemoveOutput, modifies, nullptr, nullptr});
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    auto* node = static_cast<Node*>(scene->createNode("filler", "a"));
+    node->initLibInfo(library.get());
+    IInput* in = scene->createNode("reader", "b")->createInput("in", AttrType::Buffer);
+    in->connect(node->createOutput("out", DataType::Int64));
+    interfaces::BufferView view;
+    in->readBuffer(view, true, nullptr);
+    EXPECT_EQ(in->source(), nullptr);
+    EXPECT_EQ(node->outputCount(), 0u);
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk::impl

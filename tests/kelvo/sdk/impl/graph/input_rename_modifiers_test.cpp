@@ -120,5 +120,17 @@ TEST_F(InputRenameModified, ListThatIsReadOnly_RefusesIt) {
     EXPECT_EQ(textOf(m_scene.scene), before);
 }
 
+TEST_F(InputRenameModified, ListThatDoesNotTakeTheNewName_RefusesIt) {
+    const auto choices = RefersTo<impl::AttrDetails>::adopt(new impl::AttrDetails);
+    for (const char* choice : {"a", "b"})
+        choices->choices.push_back(impl::Value(String(choice)));
+    m_scene.input("offset", "modifies").setDetails(choices);
+    const LogCapture log;
+    EXPECT_FALSE(m_scene["n"]["a"].rename("c"));
+    EXPECT_EQ(log.text(), "error: Cannot rename input 'n.a' to 'c': 'offset.modifies' names it and "
+                          "does not take the new name.\n");
+    EXPECT_TRUE(m_scene["n"].hasInput("a"));
+}
+
 } // namespace
 } // namespace qv::kelvo_sdk

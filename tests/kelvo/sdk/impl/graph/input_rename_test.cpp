@@ -1,7 +1,9 @@
 #include "kelvo/kelvo.h"
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/name_index.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "tests/support/counting_layout.h"
 #include "tests/support/journal.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/recording_observer.h"
@@ -139,6 +141,18 @@ TEST_F(InputRename, InLongLists_IsFoundByItsNewNameAlone) {
     EXPECT_EQ(m_lamp["in7"], made);
     ASSERT_TRUE(m_lamp.input(0).rename("first"));
     EXPECT_EQ(m_lamp["first"], m_lamp.input(0));
+}
+
+TEST_F(InputRename, OfOneOfSixteen_IsFoundByItsNewNameAlone) {
+    while (m_lamp.inputCount() < 16)
+        m_lamp.createInput(String::format("in%d", int(m_lamp.inputCount())), AttrType::Int);
+    const Input moved = m_lamp["in7"];
+    for (const char* name : {"a", "b", "c", "d"}) {
+        ASSERT_TRUE(moved.rename(name));
+        EXPECT_EQ(m_lamp[name], moved);
+        EXPECT_FALSE(m_lamp.hasInput("in7"));
+        EXPECT_EQ(impl::implOf(m_lamp.input(0).get())->listIndex()->size(), 16u);
+    }
 }
 
 TEST_F(InputRename, OfTwoOfAName_OneLeavesItToTheOther) {
@@ -369,6 +383,36 @@ TEST(InputRenameLayout, Pages_ShowItByItsNewName) {
     EXPECT_EQ(shown(lamp), "size power ");
     ASSERT_TRUE(scene.redo());
     EXPECT_EQ(shown(lamp), "extent power ");
+}
+
+// Returns a scene that knows a type with an input "size" on its page.
+Scene makeSceneWithPage() {
+    const LibInfo library = LibInfo::create();
+    EXPECT_TRUE(library.readDefinitions(
+        "type lamp {\n    Real size = 2\n    page \"P\" {\n        size\n    }\n}\n", "types.knd"));
+    const Scene scene = Scene::create();
+    scene.addLibrary(library);
+    scene.setUndoEnabled(true);
+    return scene;
+}
+
+TEST(InputRenameLayout, SecondOfAName_LeavesTheFirstOnItsPage) {
+    const Scene scene = makeSceneWithPage();
+    const Node lamp = scene.createNode("lamp", "lamp");
+    ASSERT_TRUE(lamp.createInput("size", AttrType::String).rename("other"));
+    const ds::Vector<LayoutPage> pages = lamp.layoutPages();
+    ASSERT_EQ(pages[0].groups[0].inputs.size(), 1u);
+    EXPECT_EQ(pages[0].groups[0].inputs[0], lamp["size"]);
+}
+
+TEST(InputRenameLayout, LayoutThatTheNodeGotMeanwhile_Stays) {
+    tests::CountingLayout own;
+    const Scene scene = makeSceneWithPage();
+    const Node lamp = scene.createNode("lamp", "lamp");
+    ASSERT_TRUE(lamp["size"].rename("extent"));
+    lamp->setLayout(&own);
+    ASSERT_TRUE(scene.undo());
+    EXPECT_EQ(impl::implOf(lamp.get())->layout(), &own);
 }
 
 TEST(InputRenameText, WhatATypeDefines_ReadsBack) {

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -389,6 +390,29 @@ TEST_F(InputValues, Flags_AreClonedWithTheInput) {
     EXPECT_TRUE(copy->isSilent());
     EXPECT_TRUE(copy->isReadOnly());
     EXPECT_STREQ(copy->unit().buf(), "m");
+}
+
+TEST_F(InputValues, SetBuffer_OnAText_IsRefused) {
+    Input& input = create(AttrType::String);
+    const float numbers[] = {1, 2};
+    EXPECT_FALSE(input.setBuffer({DataType::Float, numbers, 2}));
+    EXPECT_EQ(input.value(), Value(String()));
+}
+
+TEST_F(InputValues, ResetOfAnObjectWhoseObserverThrows_IsDoneAllTheSame) {
+    struct Thrower : SceneObserver {
+        void inputChanged(const IInput*, const AttrData*) override {
+            throw std::runtime_error("no");
+        }
+    } thrower;
+    Input& object = create(AttrType::Object);
+    object.createInput("a", AttrType::Int)->setInt(1);
+    object.createInput("b", AttrType::Int)->setInt(2);
+    m_scene->subscribe(&thrower);
+    EXPECT_THROW(object.reset(), std::runtime_error);
+    m_scene->unsubscribe(&thrower);
+    EXPECT_TRUE(object.isDefault());
+    EXPECT_EQ(static_cast<Input*>(object.input("b"))->value(), Value(0));
 }
 
 } // namespace

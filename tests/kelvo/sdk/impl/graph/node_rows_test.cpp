@@ -41,6 +41,12 @@ TEST_F(NodeRows, AnyChange_LeavesNothingWrongBehind) {
         {"no link", [&] { m_home->setNode(nullptr); }},
         {"disconnected", [&] { m_power->disconnect(); }},
         {"connected", [&] { m_power->connect(m_desk->output(u64(0))); }},
+        {"linked input added",
+         [&] {
+             AttrData data(AttrType::Node);
+             data.value = Value(m_desk.get());
+             implOf(m_lamp.get())->createInput("linked", data);
+         }},
         {"element moved", [&] { children()->moveElement(0, 1); }},
         {"element added", [&] { children()->insertElement(0)->setNode(m_room.get()); }},
         {"element removed", [&] { children()->removeInput(1); }},
@@ -63,6 +69,37 @@ TEST_F(NodeRows, AnyChange_LeavesNothingWrongBehind) {
             EXPECT_EQ(faultsOf(m_scene), "") << name;
         }
     }
+}
+
+TEST_F(NodeRows, AdditionTakenBack_EndsAConnectionMadeWhileTheNodesWereOut) {
+    m_scene.setUndoEnabled(true);
+    const kelvo_sdk::Input added(m_room->createInput("added", AttrType::Real));
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene, "", "");
+        m_scene.removeNode(m_room);
+        m_scene.removeNode(m_desk);
+    }
+    ASSERT_TRUE(added->connect(m_desk->output(u64(0))));
+    ASSERT_TRUE(m_scene.undo());
+    EXPECT_NE(leads(m_desk, LeadKind::Readers).find("room! "), std::string::npos);
+    ASSERT_TRUE(m_scene.undo());
+    EXPECT_EQ(leads(m_desk, LeadKind::Readers).find("room! "), std::string::npos);
+}
+
+TEST_F(NodeRows, OutputTakenBack_EndsAConnectionMadeWhileTheNodesWereOut) {
+    m_scene.setUndoEnabled(true);
+    const kelvo_sdk::Input size(m_room->createInput("size", AttrType::Real));
+    const kelvo_sdk::Output added(m_desk->createOutput("added", AttrType::Real));
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene, "", "");
+        m_scene.removeNode(m_room);
+        m_scene.removeNode(m_desk);
+    }
+    ASSERT_TRUE(size.connect(added));
+    ASSERT_TRUE(m_scene.undo());
+    EXPECT_NE(leads(m_room, LeadKind::Dependencies).find("desk! "), std::string::npos);
+    ASSERT_TRUE(m_scene.undo());
+    EXPECT_EQ(leads(m_room, LeadKind::Dependencies).find("desk! "), std::string::npos);
 }
 
 TEST_F(NodeRows, BasesThatMakeATransform_GiveItChildren) {

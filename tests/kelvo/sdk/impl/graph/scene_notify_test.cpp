@@ -1,3 +1,4 @@
+#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/value/attr_data.h"
@@ -95,6 +96,18 @@ TEST_F(SceneNotify, EveryChange_MakesTheSceneDirty) {
     m_scene->setDirty(false);
     input->setReal(5);
     EXPECT_TRUE(m_scene->isDirty());
+}
+
+TEST_F(SceneNotify, SilentMember_LeavesTheSceneCleanWithAndWithoutObservers) {
+    IInput* object = m_node->createInput("object", AttrType::Object);
+    AttrData data(AttrType::Int);
+    data.silent = true;
+    for (const char* name : {"observed", "unobserved"}) {
+        m_scene->setDirty(false);
+        static_cast<Input*>(object)->createInput(name, data);
+        EXPECT_FALSE(m_scene->isDirty()) << name;
+        m_scene->unsubscribe(&m_recorder);
+    }
 }
 
 TEST_F(SceneNotify, SubscribingTwice_IsRefused) {

@@ -1,5 +1,7 @@
 // A removed node that a handle keeps alive is edited without a record: undo continues with the
 // changes that still fit.
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
@@ -36,6 +38,42 @@ TEST(UndoOutside, RenamedInputRemovedWhileTheNodeIsOut) {
     EXPECT_TRUE(scene.verify().empty());
 }
 
+TEST(UndoOutside, NameTakenAndGivenUpWhileTheNodeIsOut) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Input object = node.createInput("object", AttrType::Object);
+    const Input input = object.createInput("q", AttrType::Real);
+    EXPECT_TRUE(input.rename("r"));
+    scene.removeNode(node);
+    EXPECT_TRUE(object.createInput("q", AttrType::Int));
+    EXPECT_TRUE(scene.undo() && scene.undo());
+    EXPECT_EQ(input.name(), "r");
+    while (scene.undo()) {
+    }
+    object->removeInput("q");
+    while (scene.redoCount() > 1)
+        scene.redo();
+    EXPECT_EQ(input.name(), "r");
+    EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, ElementAddedWhileTheNodeIsOut_FollowsThoseThatComeBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Input list = node.createArray("list", AttrType::Int);
+    for (const int value : {1, 2})
+        list.append().set(value);
+    list->clearInputs();
+    scene.removeNode(node);
+    list.append().set(3);
+    EXPECT_TRUE(scene.undo() && scene.undo());
+    ASSERT_EQ(list.inputCount(), 3u);
+    for (const int value : {1, 2, 3})
+        EXPECT_EQ(list.input(u64(value) - 1).get<i64>(), value);
+}
+
 TEST(UndoOutside, OutputRemovedWhileTheNodeIsOut) {
     const Scene scene = Scene::create();
     scene.setUndoEnabled(true);
@@ -61,6 +99,28 @@ TEST(UndoOutside, ConnectedOutputRemovedWhileTheNodeIsOut) {
     scene.undo();
     EXPECT_EQ(input->source(), nullptr);
     EXPECT_TRUE(scene.verify().empty());
+}
+
+TEST(UndoOutside, InputConnectedWhileTheOutputIsOut_StandsBehindThoseThatComeBack) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    const Node node = scene.createNode("t", "x");
+    const Node reader = scene.createNode("t", "y");
+    const Output output = node.createOutput("out", AttrType::Real);
+    const Input first = reader.createInput("a", AttrType::Real);
+    const Input second = reader.createInput("b", AttrType::Real);
+    for (const Input& input : {first, second})
+        EXPECT_TRUE(input.connect(output));
+    for (const bool isNodeOut : {true, false}) {
+        EXPECT_TRUE(isNodeOut ? scene.removeNode(node) : node.removeOutput("out"));
+        const Input free = Input::create(AttrType::Real);
+        EXPECT_TRUE(free.connect(output));
+        EXPECT_TRUE(scene.undo());
+        ASSERT_EQ(output->targetCount(), 3u);
+        EXPECT_EQ(output->target(0), first.get());
+        EXPECT_EQ(output->target(1), second.get());
+        EXPECT_EQ(output->target(2), free.get());
+    }
 }
 
 // ---- Nodes that were never in a scene ----------------------------------------------------------
@@ -132,6 +192,32 @@ TEST_F(UndoStray, LinkThatWasCleared_ComesBack) {
     EXPECT_EQ(m_reader.hash(), before);
     EXPECT_TRUE(m_scene.redo() && m_scene.undo());
     EXPECT_EQ(link.asNode(false, nullptr).name(), "stray");
+}
+
+TEST_F(UndoStray, LinkKeptAside_ComesBack) {
+    const Input link = m_reader.createInput("l", AttrType::Node);
+    link->setNode(m_stray.get());
+    impl::Input& own = *impl::implOf(link.get());
+    own.stash();
+    EXPECT_TRUE(m_scene.undo());
+    m_stray = {};
+    ASSERT_EQ(link.asNode(false, nullptr).name(), "stray");
+    EXPECT_TRUE(m_scene.redo());
+    ASSERT_NE(own.stashed(), nullptr);
+    EXPECT_EQ(own.stashed()->asNode()->name(), "stray");
+}
+
+TEST(UndoOutside, NodeThatWasRead_LeavesWithoutItsLinks) {
+    const Scene scene = Scene::create();
+    scene.setUndoEnabled(true);
+    scene.createNode("t", "y");
+    ASSERT_TRUE(scene.read("node t \"x\" {\n    Node link = y\n}\n", "x.kns"));
+    const Input link = scene["x"]["link"];
+    ASSERT_EQ(link.asNode(false, nullptr).name(), "y");
+    EXPECT_TRUE(scene.undo());
+    EXPECT_FALSE(link.asNode(false, nullptr));
+    EXPECT_TRUE(scene.redo());
+    EXPECT_EQ(link.asNode(false, nullptr).name(), "y");
 }
 
 TEST_F(UndoStray, LinkOfARemovedOrConvertedNode_ComesBack) {

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qv::kelvo_sdk::impl {
 namespace {
@@ -45,6 +46,14 @@ TEST_F(ModifiersUndo, InputTakenOff_ComesBackModified) {
     EXPECT_TRUE(m_scene.scene.redo() && m_scene.scene.undo());
     EXPECT_EQ(m_scene.valueOf("n"), 5);
     EXPECT_EQ(text(), before);
+}
+
+TEST_F(ModifiersUndo, ValueOfTheUserTakenBack_IsModified) {
+    m_scene["n"]["a"].set(2.0);
+    ASSERT_EQ(m_scene.valueOf("n"), 8);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(m_scene.ownOf("n"), 1);
+    EXPECT_EQ(m_scene.valueOf("n"), 5);
 }
 
 // The modifiers turn the new value, 1, into the old stored value, 5.
@@ -97,6 +106,25 @@ TEST_F(ModifiersUndo, FirstOneOfAModifierUndone_HasTheNodesBehindModifiedAgain) 
     EXPECT_EQ(m_scene.valueOf("n"), 6);
     EXPECT_TRUE(m_scene.scene.undo());
     EXPECT_EQ(m_scene.valueOf("n"), 5);
+}
+
+TEST_F(ModifiersUndo, OneOfSeveralTakenBack_IsToldByTheResultAlone) {
+    struct Told : SceneObserver {
+        void inputChanged(const IInput* input, const AttrData*) override {
+            if (input->name().equals("a"))
+                values.push_back(static_cast<const Input*>(input)->value().asReal());
+        }
+        std::vector<double> values;
+    } told;
+    {
+        const kelvo_sdk::Scene::UndoScope scope(m_scene.scene, "do", "undo");
+        m_scene["n"]["modifiers"].append().set(m_scene["scale"]);
+    }
+    ASSERT_EQ(m_scene.valueOf("n"), 15);
+    m_scene.scene.subscribe(&told);
+    EXPECT_TRUE(m_scene.scene.undo());
+    m_scene.scene.unsubscribe(&told);
+    EXPECT_EQ(told.values, std::vector<double>{5});
 }
 
 // A node without modifiers whose inputs keep values aside.
@@ -271,6 +299,23 @@ TEST_F(ModifiersUndo, ModifierWhoseObserverThrows_CountsAllTheSame) {
     const Thrower thrower(m_scene["scale"]);
     EXPECT_THROW(m_scene["scale"]["factor"].connect(number.output("result")), std::runtime_error);
     EXPECT_EQ(m_scene.valueOf("n"), 6);
+}
+
+TEST_F(ModifiersOfKeptValues, TheFirstWhoseObserverThrows_CountsAllTheSame) {
+    const Thrower thrower(m_scene["n"]);
+    EXPECT_THROW(addFirst(), std::runtime_error);
+    EXPECT_EQ(m_scene.valueOf("n"), 2);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(text(), m_before);
+}
+
+TEST_F(ModifiersOfARenamedList, RenamingWhoseObserverThrows_CountsAllTheSame) {
+    const std::string before = text();
+    const Thrower thrower(m_scene["n"]);
+    EXPECT_THROW((void)m_list.rename("modifiers"), std::runtime_error);
+    EXPECT_EQ(m_scene.valueOf("n", "b"), 18);
+    EXPECT_TRUE(m_scene.scene.undo());
+    EXPECT_EQ(text(), before);
 }
 
 TEST_F(ModifiersUndo, RedoOfAChangeWhoseObserverThrew_LeadsToTheSameHash) {
