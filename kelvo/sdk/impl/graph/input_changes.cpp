@@ -10,6 +10,7 @@
 #include "kelvo/sdk/impl/history/deferred_notifications.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -209,12 +210,14 @@ bool InputListChange::takeOut(Scene& scene) {
     return true;
 }
 
+// An element has no name of its own outside of its array.
 String InputListChange::subject() const {
-    String path = input().path();
-    if (input().node()) return path;
-    const String parent = m_parent ? m_parent->path() : node()->name();
-    return path.view().starts_with('[') || path.view().starts_with('.') ? parent + path
-                                                                        : parent + "." + path;
+    if (input().node()) return input().path();
+    String owner = m_parent ? m_parent->path() : node()->name();
+    if (m_parent && !m_parent->node()) owner = node()->name() + "." + owner;
+    const bool isElement = m_parent && m_parent->type() == AttrType::Array;
+    return isElement ? owner + "[" + std::to_string(m_index).c_str() + "]"
+                     : owner + "." + input().path();
 }
 
 // Only this record keeps a removed input alive, so its bytes count here.

@@ -57,6 +57,24 @@ protected:
     u64 m_steps = 0;
 };
 
+TEST_F(InputHistory, RemovedElement_IsNamedByItsPlace) {
+    Input& list = create("list", AttrType::Array);
+    list.appendElement();
+    list.appendElement();
+    ASSERT_TRUE(list.removeInput(u64(1)));
+    EXPECT_EQ(m_scene->undoStep(0).doText, "Remove thing.list[1]");
+    const u64 step = m_scene->undoCount();
+    ASSERT_TRUE(m_node->removeInput("list"));
+    EXPECT_EQ(m_scene->undoStep(m_scene->undoCount() - step).doText, "Remove thing.list[1]");
+}
+
+TEST_F(InputHistory, RemovedMember_IsNamedWithItsObject) {
+    Input& object = create("object", AttrType::Object);
+    object.createInput("x", AttrType::Real);
+    ASSERT_TRUE(object.removeInput("x"));
+    EXPECT_EQ(m_scene->undoStep(0).doText, "Remove thing.object.x");
+}
+
 TEST_F(InputHistory, SwappedValue_IsNotifiedButNotRecorded) {
     ValueChange change(m_a);
     ASSERT_TRUE(m_a.setReal(2.5));
