@@ -55,6 +55,13 @@ TEST(Log, Messages_ReachTheHandlerFormatted) {
     EXPECT_EQ(recorder.lines[1].second, "Count is 3.");
 }
 
+TEST(Log, EmptyMessage_IsDelivered) {
+    const Recorder recorder;
+    logError("%s", "");
+    ASSERT_EQ(recorder.lines.size(), 1u);
+    EXPECT_EQ(recorder.lines[0].second, "");
+}
+
 TEST(Log, MessageOfAnyLength_IsComplete) {
     const Recorder recorder;
     for (const std::size_t length :

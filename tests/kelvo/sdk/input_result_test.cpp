@@ -186,6 +186,8 @@ TEST_F(InputResult, Creations_ThatAreRefused_SayWhy) {
               "Cannot append to 'lamp.radius': its kind Real has no elements.");
     EXPECT_EQ(input("frozen").append().message(),
               "Cannot change input 'lamp.frozen': it is read-only.");
+    EXPECT_EQ(input("frozen").createInput("2", AttrType::Real).message(),
+              "Cannot change input 'lamp.frozen': it is read-only.");
     EXPECT_EQ(input("shade").createInput("my size", AttrType::Real).message(),
               "Cannot create input 'my size' in input 'lamp.shade': the name is no simple "
               "identifier.");
@@ -205,12 +207,34 @@ TEST_F(InputResult, ChangesOfLists_ThatAreRefused_SayWhy) {
               "Input 'lamp.weights' has no place 2: it holds 2.");
     EXPECT_EQ(input("shade").removeInput("sizes").message(),
               "Input 'lamp.shade' holds no 'sizes'.");
+    EXPECT_EQ(input("shade").moveElement(0, 0).message(),
+              "The members of 'lamp.shade' have no order to change.");
+    EXPECT_EQ(input("radius").insert(0).message(),
+              "Cannot append to 'lamp.radius': its kind Real has no elements.");
     const char* fixed = "Cannot change input 'lamp.frozen': it is read-only.";
     EXPECT_EQ(input("frozen").insert(0).message(), fixed);
+    EXPECT_EQ(input("frozen").insert(2).message(), fixed);
     EXPECT_EQ(input("frozen").moveElement(0, 1).message(), fixed);
     EXPECT_EQ(input("frozen").removeInput(0).message(), fixed);
     EXPECT_EQ(input("frozen").removeInput("0").message(), fixed);
     EXPECT_EQ(input("frozen").clearInputs().message(), fixed);
+}
+
+TEST_F(InputResult, ElementThatIsTakenAway_SaysSo) {
+    struct Remover : SceneListener {
+        void inputAdded(Input) override { EXPECT_TRUE(weights.removeInput(place)); }
+        Input weights;
+        u64 place = 0;
+    } remover;
+    remover.weights = input("weights");
+    EXPECT_TRUE(m_scene.subscribe(&remover));
+    for (const u64 place : {0, 1, 2}) {
+        remover.place = place;
+        EXPECT_EQ(input("weights").insert(place).message(),
+                  "An observer removed the new element of 'lamp.weights'.");
+        EXPECT_EQ(input("weights").inputCount(), 2u);
+    }
+    EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
 TEST_F(InputResult, ChangesOfLists_ThatAreDone_AreTrue) {
@@ -256,7 +280,7 @@ TEST_F(InputResult, EmptyHandle_SaysThatItIsEmpty) {
     for (const Result& failed :
          {none.set(1), none.setString("1"), none.read(number), none.reset(), none.disconnect(),
           none.connect(Output()), none.copyValue(none), none.append().result(),
-          none.createInput("x", AttrType::Int).result(), none.insert(0).result(),
+          none.createInput("x", AttrType::Int).result(), none.insert(1).result(),
           none.moveElement(0, 1), none.removeInput(0), none.removeInput("x"), none.clearInputs(),
           none.rename("x"), none.createArray("x", AttrType::Int).result(),
           none.createBuffer("x", DataType::Float).result()})

@@ -7,6 +7,8 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/input.h"
+#include "kelvo/sdk/output.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/small_stack.h"
 
@@ -263,6 +265,25 @@ TEST_F(OutputEvalTest, BufferResultOfAnotherElementType_IsRefused) {
     const Result isSet = setBufferResult(&result, {DataType::Int32, &number, 1});
     EXPECT_EQ(isSet.message(), "The output takes elements of type Float, not Int32.");
     EXPECT_EQ(result.count(), 0u);
+}
+
+TEST_F(OutputEvalTest, ElementsOfABuffer_OutliveTheInputThatShowedThem) {
+    struct Owner : ForeignElements {
+        bool areSound() const noexcept override { return true; }
+    };
+    alignas(Buffer::alignment) static const i32 numbers[] = {1, 2};
+    static RefersTo<ForeignElements> owner;
+    owner = RefersTo<ForeignElements>::adopt(new Owner);
+    define("giver", [](EvalCtx*, void* result) {
+        *static_cast<Buffer*>(result) = Buffer::inPlace(DataType::Int32, numbers, 2, owner);
+        return true;
+    });
+    Node* node = makeNode("giver");
+    const kelvo_sdk::Output output(node->createOutput("numbers", DataType::Int32));
+    EXPECT_TRUE(output.evaluate());
+    EXPECT_EQ(owner->refCount(), 2);
+    node->removeOutput("numbers");
+    owner.reset();
 }
 
 TEST_F(OutputEvalTest, LinkToItself_IsEndless) {

@@ -70,6 +70,16 @@ TEST_F(NodeRecordTest, Store_EachKind_IsLoadedAgain) {
         EXPECT_TRUE(NodeRecord::load(values[i].type(), place(i)) == values[i]) << i;
 }
 
+TEST_F(NodeRecordTest, Clear_LeavesZeros) {
+    make({AttrType::Vec2, AttrType::String});
+    NodeRecord::store(math::Vec2d{1, 2}, place(0));
+    NodeRecord::store(String("text"), place(1));
+    NodeRecord::clear(AttrType::Vec2, place(0));
+    NodeRecord::clear(AttrType::String, place(1));
+    EXPECT_TRUE(NodeRecord::load(AttrType::Vec2, place(0)) == Value(math::Vec2d{}));
+    EXPECT_TRUE(NodeRecord::load(AttrType::String, place(1)).asString().isEmpty());
+}
+
 TEST_F(NodeRecordTest, Texts_AreSharedAndReleased) {
     const String text("a text");
     make({AttrType::String});
@@ -78,6 +88,20 @@ TEST_F(NodeRecordTest, Texts_AreSharedAndReleased) {
     m_record->end(m_record);
     m_record = nullptr;
     EXPECT_EQ(text.get()->refCount(), 1);
+}
+
+TEST_F(NodeRecordTest, Buffers_AreSharedAndReleased) {
+    struct Owner : ForeignElements {
+        bool areSound() const noexcept override { return true; }
+    };
+    alignas(Buffer::alignment) static const char text[] = "abc";
+    const auto owner = RefersTo<ForeignElements>::adopt(new Owner);
+    make({AttrType::Buffer});
+    NodeRecord::store(Buffer::inPlace(DataType::Char, text, 3, owner), place(0));
+    EXPECT_EQ(owner->refCount(), 2);
+    m_record->end(m_record);
+    m_record = nullptr;
+    EXPECT_EQ(owner->refCount(), 1);
 }
 
 TEST_F(NodeRecordTest, InASlab_ReleasesItsPartsAndLeavesTheMemory) {
