@@ -182,6 +182,19 @@ TEST_F(SceneResult, Hierarchy_ThatIsRefused_SaysWhy) {
     EXPECT_EQ(far.unparentFrom(Node()).message(), "There is no parent: the handle is empty.");
 }
 
+TEST_F(SceneResult, ChildThatIsTakenAway_SaysSo) {
+    struct Remover : SceneListener {
+        void inputAdded(Input) override { EXPECT_TRUE(children.clearInputs()); }
+        Input children;
+    } remover;
+    const Node room = m_scene.createNode("xform", "room");
+    remover.children = room.createArray("children", AttrType::Node);
+    EXPECT_TRUE(m_scene.subscribe(&remover));
+    EXPECT_EQ(m_lamp.parentTo(room).message(),
+              "An observer took node 'lamp' out of the children of node 'room'.");
+    EXPECT_TRUE(m_scene.unsubscribe(&remover));
+}
+
 TEST_F(SceneResult, Path_ThatIsRefused_SaysWhy) {
     EXPECT_EQ(m_lamp.setPath("/tmp/a.png").message(),
               "Node 'lamp' stands for no file: expected String inputs \"dir\", \"file\" and "

@@ -99,6 +99,11 @@ TEST_F(InputResult, Buffers_ThatAreRefused_SayWhy) {
               "type.");
     EXPECT_EQ(points.set(interfaces::BufferView{DataType::Pos3f, nullptr, 3}).message(),
               "Cannot set 'lamp.points': the elements of the buffer have no address or no type.");
+    EXPECT_EQ(points.set(interfaces::BufferView{DataType::Pos3f, nullptr, 1}).message(),
+              "Cannot set 'lamp.points': the elements of the buffer have no address or no type.");
+    EXPECT_EQ(input("count").set(interfaces::BufferView{DataType::Float, nullptr, 0}).message(),
+              "Cannot set 'lamp.count': a buffer of Float is no value of kind Int: expected a "
+              "whole number from -9223372036854775808 to 9223372036854775807.");
 }
 
 TEST_F(InputResult, LinkToAnotherScene_SaysSo) {
@@ -106,6 +111,20 @@ TEST_F(InputResult, LinkToAnotherScene_SaysSo) {
     EXPECT_EQ(input("target").set(far.createNode("mesh", "moon")).message(),
               "Cannot link input 'lamp.target' to node 'moon': the two nodes belong to different "
               "scenes.");
+}
+
+// The reason is looked for afterwards.
+TEST_F(InputResult, RefusalWhoseReasonALogHandlerEnds_IsToldWithoutIt) {
+    EXPECT_TRUE(m_scene.setUndoEnabled(true));
+    const Node desk = m_scene["desk"];
+    EXPECT_TRUE(m_scene.removeNode(desk));
+    const auto takeBack = [](LogLevel, const char*, void* scene) {
+        EXPECT_TRUE(static_cast<Scene*>(scene)->undo());
+    };
+    const LogSink previous = setLogHandler(takeBack, &m_scene);
+    const Result isSet = input("target").set(desk);
+    setLogHandler(previous.handler, previous.user);
+    EXPECT_EQ(isSet.message(), "Cannot set 'lamp.target': the value is refused.");
 }
 
 TEST_F(InputResult, EverythingThatIsDone_IsTrueWithoutAMessage) {
@@ -211,6 +230,8 @@ TEST_F(InputResult, ChangesOfLists_ThatAreRefused_SayWhy) {
               "The members of 'lamp.shade' have no order to change.");
     EXPECT_EQ(input("radius").insert(0).message(),
               "Cannot append to 'lamp.radius': its kind Real has no elements.");
+    EXPECT_EQ(input("frozen").removeInput(2).message(),
+              "Input 'lamp.frozen' has no place 2: it holds 2.");
     const char* fixed = "Cannot change input 'lamp.frozen': it is read-only.";
     EXPECT_EQ(input("frozen").insert(0).message(), fixed);
     EXPECT_EQ(input("frozen").insert(2).message(), fixed);

@@ -137,6 +137,16 @@ protected:
         }
         return last;
     }
+    // Each node links to the one before; returns the last.
+    Node* makeLinks(const char* type, int count) {
+        Node* last = makeNode(type);
+        for (int i = 1; i < count; ++i) {
+            Node* next = makeNode(type);
+            next->input(String("other"))->setNode(last);
+            last = next;
+        }
+        return last;
+    }
     static Output* out(const Node* node) {
         return static_cast<Output*>(node->lookUpOutput(String("out")));
     }
@@ -243,12 +253,7 @@ TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {
 }
 
 TEST_F(OutputEvalTest, LinksTooDeep_CostOneLine) {
-    Node* last = makeNode("asker");
-    for (int i = 0; i < 20000; ++i) {
-        Node* next = makeNode("asker");
-        next->input(String("other"))->setNode(last);
-        last = next;
-    }
+    Node* last = makeLinks("asker", 20001);
     const LogCapture log;
     EXPECT_EQ(evaluate(last), -1);
     const std::string text = log.text();
@@ -331,6 +336,15 @@ TEST_F(OutputEvalTest, EndlessThatWasCut_IsEvaluated) {
     }
     b->input(String("other"))->setNode(nullptr);
     EXPECT_EQ(evaluate(a), 2);
+}
+
+TEST_F(OutputEvalTest, ResultThatSawTheStackEnd_IsNotKept) {
+    m_scene->setEvalCache(1 << 20, false);
+    Node* last = makeLinks("elser", 5000);
+    const LogCapture log;
+    EXPECT_GT(evaluate(last), 1);
+    EXPECT_NE(log.text(), "");
+    EXPECT_EQ(m_scene->evalCacheFigures().entries, 0u);
 }
 
 // In turn each of the two nodes fails while the other one is evaluated.

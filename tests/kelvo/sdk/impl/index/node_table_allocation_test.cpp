@@ -7,6 +7,7 @@
 
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -64,6 +65,21 @@ TEST(NodeTableOutOfMemory, NodeThatIsNotAdded_TakesNoNumber) {
         EXPECT_EQ(table.add(name, fakeNode(2)), last + 1) << which;
     }
     EXPECT_GT(failures, 0u);
+}
+
+TEST(NodeTableOutOfMemory, PlaceThatCannotBeTakenAgain_ChangesNothing) {
+    NodeTable table;
+    for (const char* name : {"a", "b"})
+        table.add(name, fakeNode(1));
+    NodeTable::Place place = table.take("b");
+    table.add("c", fakeNode(2));
+    const String name("b");
+    withoutMemory(
+        [&] { EXPECT_THROW(table.add(std::move(place), name, fakeNode(1), 0), std::bad_alloc); });
+    EXPECT_EQ(table.size(), 2u);
+    EXPECT_EQ(table.find(name), nullptr);
+    table.add(name, fakeNode(3));
+    EXPECT_EQ(table.indexOf(name), 2u);
 }
 
 TEST(NodeTableOutOfMemory, NumberFreed_IsGivenAgain) {

@@ -132,6 +132,15 @@ TEST_F(NodeRecordTest, AreEqual_ComparesTextsByContentAndNumbersByBits) {
     EXPECT_FALSE(NodeRecord::areEqual(AttrType::Real, place(2), place(3)));
 }
 
+TEST_F(NodeRecordTest, AreEqual_ComparesBuffersByContent) {
+    make({AttrType::Buffer, AttrType::Buffer});
+    NodeRecord::store(Buffer(DataType::Char, "abc", 3), place(0));
+    NodeRecord::store(Buffer(DataType::Char, "abc", 3), place(1));
+    EXPECT_TRUE(NodeRecord::areEqual(AttrType::Buffer, place(0), place(1)));
+    NodeRecord::clear(AttrType::Buffer, place(1));
+    EXPECT_FALSE(NodeRecord::areEqual(AttrType::Buffer, place(0), place(1)));
+}
+
 TEST_F(NodeRecordTest, ConnectionOf_FindsListAndInput) {
     const NodeRecord& record =
         make({AttrType::Real}, {{0, 2, 5, 0}, {0, 9, 6, 1}, {1, 0, 7, 0}, {3, 2, 8, 0}});
