@@ -179,6 +179,15 @@ TEST_F(DeepHashesTest, Hashes_OfKnownScenes_AreTheKnownOnes) {
     EXPECT_EQ(snapshot.hash(), 0xaea0bee8e3fbb1a9u);
 }
 
+TEST_F(DeepHashesTest, Hash_OfBasesAndOfAConnectionInAnObject_IsTheKnownOne) {
+    const Scene scene = Scene::create();
+    ASSERT_TRUE(scene.read("node thing \"a\" {\n    output Real o\n}\n"
+                           "node thing : base, other \"b\" {\n    Object inner {\n"
+                           "        Real z = 0 <- a.o\n    }\n}\n",
+                           "text"));
+    EXPECT_EQ(scene.snapshot()["b"].deepHash(), 0xac8c44f4dd2152afu);
+}
+
 // ---- Random edits ------------------------------------------------------------------------------
 
 // Hashes everything anew.
