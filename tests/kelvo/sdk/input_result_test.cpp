@@ -249,7 +249,7 @@ TEST_F(InputResult, ElementThatIsTakenAway_SaysSo) {
     } remover;
     remover.weights = input("weights");
     EXPECT_TRUE(m_scene.subscribe(&remover));
-    for (const u64 place : {0, 1, 2}) {
+    for (const u64 place : {0u, 1u, 2u}) {
         remover.place = place;
         EXPECT_EQ(input("weights").insert(place).message(),
                   "An observer removed the new element of 'lamp.weights'.");

@@ -30,7 +30,7 @@ Node* fakeNode(std::size_t number) {
 }
 
 TEST(NodeTableOutOfMemory, Move_StillMoves) {
-    for (const std::size_t count : {3, 4, 31, 32, 33, 63, 64, 65, 128}) {
+    for (const std::size_t count : {3u, 4u, 31u, 32u, 33u, 63u, 64u, 65u, 128u}) {
         NodeTable table;
         for (std::size_t i = 0; i < count; ++i)
             table.add("n" + String(std::to_string(i)), fakeNode(i));
