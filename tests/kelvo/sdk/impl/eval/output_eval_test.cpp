@@ -340,7 +340,7 @@ TEST_F(OutputEvalTest, EndlessThatWasCut_IsEvaluated) {
 
 TEST_F(OutputEvalTest, ResultThatSawTheStackEnd_IsNotKept) {
     m_scene->setEvalCache(1 << 20, false);
-    Node* last = makeLinks("elser", 2000);
+    Node* last = makeLinks("elser", 1500);
     const LogCapture log;
     EXPECT_GT(evaluate(last), 1);
     EXPECT_NE(log.text(), "");
