@@ -91,24 +91,21 @@ void writeDecimals(u64 value, u64 count, char* end) {
     if (count != 0) *--end = static_cast<char>('0' + value);
 }
 
-// Formats floats from 0.001 to 1e6; others may be shorter with an exponent. The distance to the
-// next float is not the same on both sides of a power of two, which is left to the general way.
+// Formats floats from 0.001 to 1e6; others may be shorter with an exponent. A power of two has a
+// nearer neighbour below than above, but no text between the two distances is found for any of
+// them.
 bool appendShortReal(StringIO& out, float value) {
     const float size = std::fabs(value);
     if (!(size >= 0.001f && size < 1e6f)) return false;
     const u32 bits = std::bit_cast<u32>(size);
     constexpr u32 fraction = (u32{1} << 23) - 1;
-    if ((bits & fraction) == 0) return false;
     const double reach = static_cast<double>(std::bit_cast<float>(bits & ~fraction)) * 0x1p-24;
     Decimals found{};
     if (!findDecimals(size, reach, found)) return false;
     const auto unit = static_cast<i64>(powers[found.count]);
-    i64 whole = static_cast<i64>(size);
-    i64 rest = found.value - whole * unit;
-    if (rest >= unit) {
-        ++whole; // The text is the next whole number, or above it.
-        rest -= unit;
-    }
+    // Whole numbers of these sizes are floats, so no text of another float rounds up to one.
+    const i64 whole = static_cast<i64>(size);
+    const i64 rest = found.value - whole * unit;
     if (found.count == 0 && whole >= 100000 && whole % 10 == 0) return false;
     char* const start = out.prepare(numberRoom);
     char* to = start;

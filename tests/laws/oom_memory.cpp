@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -15,15 +16,15 @@ namespace {
 
 using Fails = qv::tests::OomMemory::Fails;
 
-Fails fails = Fails::Never;
-u64 failing = 0;
-u64 asked = 0;
-i64 live = 0;
+std::atomic<Fails> fails = Fails::Never;
+std::atomic<u64> failing = 0;
+std::atomic<u64> asked = 0;
+std::atomic<i64> live = 0;
 
 [[nodiscard]] bool mayTake() noexcept {
-    ++asked;
+    const u64 number = ++asked;
     if (fails == Fails::Never) return true;
-    return fails == Fails::Once ? asked != failing : asked < failing;
+    return fails == Fails::Once ? number != failing : number < failing;
 }
 
 } // namespace

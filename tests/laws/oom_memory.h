@@ -5,7 +5,7 @@
 namespace qv::tests {
 
 /// Makes the allocations of the program fail on command: `new` in all its forms, malloc and
-/// realloc. For one thread only.
+/// realloc. One thread gives the commands; the allocations of all threads count.
 class OomMemory {
 public:
     enum class Fails { Never, Once, FromThen };

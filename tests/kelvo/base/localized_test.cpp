@@ -46,6 +46,14 @@ TEST(Localized, Item_IsThatOfTheKeyOrItsBaseLanguage) {
         EXPECT_EQ(os::localizedItem(items, c.lang), c.expected) << c.lang << ": " << c.note;
 }
 
+TEST(Localized, ExactKey_ComesBeforeOneOfTheOtherCase) {
+    ds::HashMap<String, String> items;
+    for (const char* key : {"de", "DE", "De", "dE"})
+        items.set(key, key);
+    for (const char* key : {"de", "DE", "De", "dE"})
+        EXPECT_EQ(os::localizedItem(items, key), key);
+}
+
 TEST(Localized, Item_OfAnEmptyMap_IsEmpty) {
     EXPECT_TRUE(os::localizedItem({}, "en").isEmpty());
 }

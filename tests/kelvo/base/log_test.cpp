@@ -55,6 +55,21 @@ TEST(Log, Messages_ReachTheHandlerFormatted) {
     EXPECT_EQ(recorder.lines[1].second, "Count is 3.");
 }
 
+// The locale of the tests has no such letter.
+TEST(Log, MessageThatCannotBeFormatted_ShowsItsFormat) {
+    const Recorder recorder;
+    logError("Cannot use '%ls'.", L"\u20ac");
+    ASSERT_EQ(recorder.lines.size(), 1u);
+    EXPECT_EQ(recorder.lines[0].second, "Cannot use '%ls'.");
+}
+
+TEST(Log, EmptyMessage_IsDelivered) {
+    const Recorder recorder;
+    logError("%s", "");
+    ASSERT_EQ(recorder.lines.size(), 1u);
+    EXPECT_EQ(recorder.lines[0].second, "");
+}
+
 TEST(Log, MessageOfAnyLength_IsComplete) {
     const Recorder recorder;
     for (const std::size_t length :

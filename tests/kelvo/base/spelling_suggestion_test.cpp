@@ -27,7 +27,9 @@ const NearCase kNear[] = {
     {"Reel", "Real", "a letter replaced"},
     {"Rel", "Real", "a letter left out"},
     {"Reall", "Real", "a letter added"},
+    {"xxRea", "", "letters added in front count too"},
     {"Rael", "Real", "letters exchanged"},
+    {"Eral", "Real", "the first letters exchanged"},
     {"Raol", "", "one letter at the other's place"},
     {"Roel", "", "the other letter at the one's place"},
     {"REAL", "Real", "the other case"},
@@ -51,10 +53,13 @@ TEST(SpellingSuggestion, Best_OfEquallyNearNames_IsTheFirst) {
 }
 
 TEST(SpellingSuggestion, Offer_ANearerNameLater_Wins) {
-    SpellingSuggestion near("children");
-    near.offer("chiidrem");
-    near.offer("childrem");
-    EXPECT_EQ(near.best(), "childrem");
+    for (const char* first : {"chiidrem", "xhildern"}) {
+        SpellingSuggestion near("children");
+        near.offer(first);
+        EXPECT_EQ(near.best(), first);
+        near.offer("childrem");
+        EXPECT_EQ(near.best(), "childrem");
+    }
 }
 
 TEST(SpellingSuggestion, Question_EndsTheSentence) {

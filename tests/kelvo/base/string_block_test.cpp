@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qv {
@@ -88,6 +89,18 @@ TEST(StringBlock, TextBeyondTheCount_DoesNotLieBehindTheLast) {
     const String last = full.add("abc"), beyond = full.add("abc");
     EXPECT_NE(beyond.buf() - last.buf(), second.buf() - first.buf());
     EXPECT_EQ(beyond, "abc");
+}
+
+TEST(StringBlock, MoreThanABlockHolds_GetsNoBlock) {
+    StringBlock roomy(2, 200);
+    const String first = roomy.add("abc"), second = roomy.add("abc");
+    const u64 tooMuch = u64{1} << 32;
+    for (const auto& [count, bytes] : {std::pair{tooMuch, u64{6}}, std::pair{u64{2}, tooMuch}}) {
+        StringBlock none(count, bytes);
+        const String one = none.add("abc"), other = none.add("abc");
+        EXPECT_NE(other.buf() - one.buf(), second.buf() - first.buf());
+        EXPECT_EQ(other, "abc");
+    }
 }
 
 TEST(StringBlock, TextsOfEveryLength_AreAligned) {

@@ -96,6 +96,7 @@ TEST(String, Replace_ReplacesWhatTheFlagsSay) {
         {"abc", "", "x", true, false, "abc", "nothing to find"},
         {"abc", "abc", "", true, false, "", "all gone"},
         {"", "a", "b", true, false, "", "empty text"},
+        {"a", "a", "bcd", true, false, "bcd", "more than the whole text"},
         {"Mat.a", "mat.", "x.", false, true, "x.a", "at the start"},
     };
     for (const Case& c : cases)
@@ -145,6 +146,9 @@ TEST(String, PrefixAndSuffix_AreFoundWithAndWithoutCase) {
     EXPECT_TRUE(text.endsWith(".color", false));
     EXPECT_FALSE(text.endsWith(".COLOR", false));
     EXPECT_TRUE(text.endsWith(".COLOR", true));
+    EXPECT_TRUE(text.endsWith("Mat1.color", false));
+    EXPECT_TRUE(text.endsWith("mat1.COLOR", true));
+    EXPECT_FALSE(text.endsWith("aMat1.color", true));
     EXPECT_FALSE(String().endsWith("x", true));
 }
 

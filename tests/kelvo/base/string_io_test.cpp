@@ -93,6 +93,7 @@ TEST(StringIO, Reals_AreWrittenShortest) {
         {1.05, "1.05"},
         {100000.0, "1e+05"},
         {123456.0, "123456"},
+        {412989490366079.6, "412989490366079.6"},
         {1e300, "1e+300"},
         {5e-324, "5e-324"},
         {0.1 + 0.2, "0.30000000000000004"},
@@ -131,6 +132,14 @@ TEST(StringIO, FloatsAtTheEdges_AreWrittenLikeTheGeneralWay) {
             ASSERT_EQ(written(value), shortest(value)) << edge;
         for (int i = 0; i < 2000; ++i, edge = std::nextafter(edge, 1e30f))
             ASSERT_EQ(written(-edge), shortest(-edge)) << edge;
+    }
+}
+
+TEST(StringIO, FloatsAroundEachPowerOfTwo_AreWrittenLikeTheGeneralWay) {
+    for (int exponent = -12; exponent < 24; ++exponent) {
+        const float power = std::ldexp(1.0f, exponent);
+        for (const float value : {std::nextafter(power, 0.0f), power, std::nextafter(power, 1e30f)})
+            EXPECT_EQ(written(value), shortest(value)) << exponent;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <new>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -50,6 +51,11 @@ TEST(String, EmptyView_IsEmpty) {
 TEST(String, Character_IsAOneCharacterText) {
     EXPECT_STREQ(String('.').buf(), ".");
     EXPECT_EQ(String('\0').size(), 1u);
+}
+
+TEST(String, BufferThatNoMemoryHolds_ThrowsBadAlloc) {
+    for (const u64 length : {noIndex - StringBuffer::headerSize, noIndex})
+        EXPECT_THROW((void)StringBuffer::create(length), std::bad_alloc);
 }
 
 TEST(String, Copy_SharesTheBuffer) {

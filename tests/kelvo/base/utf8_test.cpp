@@ -24,6 +24,7 @@ const SequenceCase kSequences[] = {
     {"a", 1, "ASCII"},
     {"\n", 1, "control characters are characters"},
     {"\xc3\xbc", 2, "two bytes"},
+    {"\xc2\x80", 2, "the first of two bytes"},
     {"\xe2\x82\xac", 3, "three bytes"},
     {"\xf0\x9f\x98\x80", 4, "four bytes"},
     {"\xf4\x8f\xbf\xbf", 4, "the last code point"},
@@ -76,9 +77,11 @@ TEST(Utf8, FirstFault_EveryByteAtEveryPlaceInAWord_IsFoundThere) {
         const bool isRight =
             byte == '\t' || byte == '\n' || byte == '\r' || (byte >= ' ' && byte < 0x7f);
         for (u64 at = 0; at < 16; ++at) {
-            std::string text(16, 'x');
-            text[at] = static_cast<char>(byte);
-            EXPECT_EQ(utf8::firstFault(text), isRight ? 16 : at) << byte;
+            for (const char other : {'x', 'X'}) {
+                std::string text(16, other);
+                text[at] = static_cast<char>(byte);
+                EXPECT_EQ(utf8::firstFault(text), isRight ? 16 : at) << byte;
+            }
         }
     }
 }

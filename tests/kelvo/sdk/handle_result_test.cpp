@@ -149,13 +149,20 @@ TEST_F(SceneResult, Attributes_ThatAreRefused_SayWhy) {
     EXPECT_EQ(m_lamp.removeOutput("powr").message(),
               "Node 'lamp' has no output 'powr': did you mean 'power'?");
     EXPECT_TRUE(m_lamp.removeOutput("power"));
+    EXPECT_TRUE(m_lamp.createInput("color", AttrType::Rgba));
     EXPECT_EQ(m_lamp.removeInput("radios").message(),
               "Node 'lamp' has no input 'radios': did you mean 'radius'?");
+    EXPECT_EQ(m_lamp.removeInput("colour").message(),
+              "Node 'lamp' has no input 'colour': did you mean 'color'?");
 }
 
 TEST_F(SceneResult, Hierarchy_ThatIsRefused_SaysWhy) {
     const Node room = m_scene.createNode("xform", "room");
     EXPECT_EQ(m_lamp.parentTo(room).message(), "Node 'room' has no input 'children'.");
+    EXPECT_TRUE(room.createArray("children", AttrType::Real));
+    EXPECT_EQ(m_lamp.parentTo(room).message(),
+              "'room.children' takes no children: expected Array<Node>, not Array<Real>.");
+    EXPECT_TRUE(room.removeInput("children"));
     EXPECT_TRUE(room.createArray("children", AttrType::Node));
     EXPECT_TRUE(m_lamp.parentTo(room));
     EXPECT_EQ(m_lamp.parentTo(room).message(), "Node 'lamp' is a child of node 'room' already.");
@@ -166,9 +173,26 @@ TEST_F(SceneResult, Hierarchy_ThatIsRefused_SaysWhy) {
                              "t.kns"));
     EXPECT_EQ(m_scene["bulb"].unparentFrom(m_scene["hall"]).message(),
               "Cannot change input 'hall.children': it is read-only.");
-    const Node far = Scene::create().createNode("mesh", "moon");
+    const Scene other = Scene::create();
+    const Node far = other.createNode("mesh", "moon");
+    EXPECT_EQ(
+        far.parentTo(room).message(),
+        "Cannot parent node 'moon' to node 'room': the two nodes belong to different scenes.");
     EXPECT_EQ(far.parentTo(Node()).message(), "There is no parent: the handle is empty.");
     EXPECT_EQ(far.unparentFrom(Node()).message(), "There is no parent: the handle is empty.");
+}
+
+TEST_F(SceneResult, ChildThatIsTakenAway_SaysSo) {
+    struct Remover : SceneListener {
+        void inputAdded(Input) override { EXPECT_TRUE(children.clearInputs()); }
+        Input children;
+    } remover;
+    const Node room = m_scene.createNode("xform", "room");
+    remover.children = room.createArray("children", AttrType::Node);
+    EXPECT_TRUE(m_scene.subscribe(&remover));
+    EXPECT_EQ(m_lamp.parentTo(room).message(),
+              "An observer took node 'lamp' out of the children of node 'room'.");
+    EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
 TEST_F(SceneResult, Path_ThatIsRefused_SaysWhy) {

@@ -99,6 +99,11 @@ TEST_F(InputResult, Buffers_ThatAreRefused_SayWhy) {
               "type.");
     EXPECT_EQ(points.set(interfaces::BufferView{DataType::Pos3f, nullptr, 3}).message(),
               "Cannot set 'lamp.points': the elements of the buffer have no address or no type.");
+    EXPECT_EQ(points.set(interfaces::BufferView{DataType::Pos3f, nullptr, 1}).message(),
+              "Cannot set 'lamp.points': the elements of the buffer have no address or no type.");
+    EXPECT_EQ(input("count").set(interfaces::BufferView{DataType::Float, nullptr, 0}).message(),
+              "Cannot set 'lamp.count': a buffer of Float is no value of kind Int: expected a "
+              "whole number from -9223372036854775808 to 9223372036854775807.");
 }
 
 TEST_F(InputResult, LinkToAnotherScene_SaysSo) {
@@ -108,6 +113,20 @@ TEST_F(InputResult, LinkToAnotherScene_SaysSo) {
                            "to different scenes.";
     EXPECT_EQ(input("target").set(moon).message(), refused);
     EXPECT_EQ(input("target").set(moon.get()).message(), refused);
+}
+
+// The reason is looked for afterwards.
+TEST_F(InputResult, RefusalWhoseReasonALogHandlerEnds_IsToldWithoutIt) {
+    EXPECT_TRUE(m_scene.setUndoEnabled(true));
+    const Node desk = m_scene["desk"];
+    EXPECT_TRUE(m_scene.removeNode(desk));
+    const auto takeBack = [](LogLevel, const char*, void* scene) {
+        EXPECT_TRUE(static_cast<Scene*>(scene)->undo());
+    };
+    const LogSink previous = setLogHandler(takeBack, &m_scene);
+    const Result isSet = input("target").set(desk);
+    setLogHandler(previous.handler, previous.user);
+    EXPECT_EQ(isSet.message(), "Cannot set 'lamp.target': the value is refused.");
 }
 
 TEST_F(InputResult, EverythingThatIsDone_IsTrueWithoutAMessage) {
@@ -188,6 +207,8 @@ TEST_F(InputResult, Creations_ThatAreRefused_SayWhy) {
               "Cannot append to 'lamp.radius': its kind Real has no elements.");
     EXPECT_EQ(input("frozen").append().message(),
               "Cannot change input 'lamp.frozen': it is read-only.");
+    EXPECT_EQ(input("frozen").createInput("2", AttrType::Real).message(),
+              "Cannot change input 'lamp.frozen': it is read-only.");
     EXPECT_EQ(input("shade").createInput("my size", AttrType::Real).message(),
               "Cannot create input 'my size' in input 'lamp.shade': the name is no simple "
               "identifier.");
@@ -207,12 +228,36 @@ TEST_F(InputResult, ChangesOfLists_ThatAreRefused_SayWhy) {
               "Input 'lamp.weights' has no place 2: it holds 2.");
     EXPECT_EQ(input("shade").removeInput("sizes").message(),
               "Input 'lamp.shade' holds no 'sizes'.");
+    EXPECT_EQ(input("shade").moveElement(0, 0).message(),
+              "The members of 'lamp.shade' have no order to change.");
+    EXPECT_EQ(input("radius").insert(0).message(),
+              "Cannot append to 'lamp.radius': its kind Real has no elements.");
+    EXPECT_EQ(input("frozen").removeInput(2).message(),
+              "Input 'lamp.frozen' has no place 2: it holds 2.");
     const char* fixed = "Cannot change input 'lamp.frozen': it is read-only.";
     EXPECT_EQ(input("frozen").insert(0).message(), fixed);
+    EXPECT_EQ(input("frozen").insert(2).message(), fixed);
     EXPECT_EQ(input("frozen").moveElement(0, 1).message(), fixed);
     EXPECT_EQ(input("frozen").removeInput(0).message(), fixed);
     EXPECT_EQ(input("frozen").removeInput("0").message(), fixed);
     EXPECT_EQ(input("frozen").clearInputs().message(), fixed);
+}
+
+TEST_F(InputResult, ElementThatIsTakenAway_SaysSo) {
+    struct Remover : SceneListener {
+        void inputAdded(Input) override { EXPECT_TRUE(weights.removeInput(place)); }
+        Input weights;
+        u64 place = 0;
+    } remover;
+    remover.weights = input("weights");
+    EXPECT_TRUE(m_scene.subscribe(&remover));
+    for (const u64 place : {0u, 1u, 2u}) {
+        remover.place = place;
+        EXPECT_EQ(input("weights").insert(place).message(),
+                  "An observer removed the new element of 'lamp.weights'.");
+        EXPECT_EQ(input("weights").inputCount(), 2u);
+    }
+    EXPECT_TRUE(m_scene.unsubscribe(&remover));
 }
 
 TEST_F(InputResult, ChangesOfLists_ThatAreDone_AreTrue) {
@@ -258,7 +303,7 @@ TEST_F(InputResult, EmptyHandle_SaysThatItIsEmpty) {
     for (const Result& failed :
          {none.set(1), none.setString("1"), none.read(number), none.reset(), none.disconnect(),
           none.connect(Output()), none.copyValue(none), none.append().result(),
-          none.createInput("x", AttrType::Int).result(), none.insert(0).result(),
+          none.createInput("x", AttrType::Int).result(), none.insert(1).result(),
           none.moveElement(0, 1), none.removeInput(0), none.removeInput("x"), none.clearInputs(),
           none.rename("x"), none.createArray("x", AttrType::Int).result(),
           none.createBuffer("x", DataType::Float).result()})

@@ -96,12 +96,14 @@ TEST_F(NodeHandle, Rename_IsThatOfTheScene) {
 TEST_F(NodeHandle, Attributes_ComeAsLists) {
     m_lamp.createInput("x", AttrType::Real);
     m_lamp.createOutput("o", AttrType::Real);
+    m_lamp.createOutput("p", AttrType::Real);
     const ds::Vector<Input> inputs = m_lamp.inputs();
     ASSERT_EQ(inputs.size(), 2u);
     EXPECT_EQ(inputs[0].name(), "children");
     EXPECT_EQ(inputs[1].name(), "x");
-    ASSERT_EQ(m_lamp.outputs().size(), 1u);
+    ASSERT_EQ(m_lamp.outputs().size(), 2u);
     EXPECT_EQ(m_lamp.outputs()[0].path(), "lamp.o");
+    EXPECT_EQ(m_lamp.outputs()[1].path(), "lamp.p");
     EXPECT_EQ(names(m_scene.nodes()), "room table lamp ");
 }
 

@@ -6,6 +6,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,26 @@ TEST_F(EvalCacheCallbacks, CheckedResultWhoseCallbackRestoredAnInput_IsKeptInIts
     EXPECT_EQ(m_scene->evalCacheFigures().entries, before.entries);
     EXPECT_EQ(m_scene->evalCacheFigures().bytes, before.bytes);
     EXPECT_EQ(calls(), 1);
+}
+
+TEST_F(EvalCacheCallbacks, CheckedEvaluationThatFails_IsNotRepeated) {
+    m_scene->setEvalCache(1 << 20, true);
+    const auto fail = [](EvalCtx*, void*) { return ++asked == 0; };
+    m_library->setCallbacks("thing", {nullptr, nullptr, fail, modifies, freeNothing, nullptr});
+    EXPECT_TRUE(m_node->initLibInfo(m_library.get()));
+    const tests::LogCapture log;
+    asked = 0;
+    EXPECT_TRUE(m_out.evaluate(nullptr).isNull());
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(EvalCacheCallbacks, NewBases_AreEvaluatedAnew) {
+    m_scene->setEvalCache(1 << 20, false);
+    EXPECT_EQ(calls(), 1);
+    m_node->setBases({"base"}, false, false);
+    EXPECT_EQ(calls(), 1);
+    EXPECT_EQ(calls(), 0);
 }
 
 TEST_F(EvalCacheCallbacks, ValueOfAnOutputThatUndoBringsBack_IsReadAtOnce) {

@@ -7,6 +7,8 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
+#include "kelvo/sdk/input.h"
+#include "kelvo/sdk/output.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/small_stack.h"
 
@@ -135,6 +137,16 @@ protected:
         }
         return last;
     }
+    // Each node links to the one before; returns the last.
+    Node* makeLinks(const char* type, int count) {
+        Node* last = makeNode(type);
+        for (int i = 1; i < count; ++i) {
+            Node* next = makeNode(type);
+            next->input(String("other"))->setNode(last);
+            last = next;
+        }
+        return last;
+    }
     static Output* out(const Node* node) {
         return static_cast<Output*>(node->lookUpOutput(String("out")));
     }
@@ -241,12 +253,7 @@ TEST_F(OutputEvalTest, LinksOfSomeDepth_AreFollowed) {
 }
 
 TEST_F(OutputEvalTest, LinksTooDeep_CostOneLine) {
-    Node* last = makeNode("asker");
-    for (int i = 0; i < 20000; ++i) {
-        Node* next = makeNode("asker");
-        next->input(String("other"))->setNode(last);
-        last = next;
-    }
+    Node* last = makeLinks("asker", 20001);
     const LogCapture log;
     EXPECT_EQ(evaluate(last), -1);
     const std::string text = log.text();
@@ -263,6 +270,25 @@ TEST_F(OutputEvalTest, BufferResultOfAnotherElementType_IsRefused) {
     const Result isSet = setBufferResult(&result, {DataType::Int32, &number, 1});
     EXPECT_EQ(isSet.message(), "The output takes elements of type Float, not Int32.");
     EXPECT_EQ(result.count(), 0u);
+}
+
+TEST_F(OutputEvalTest, ElementsOfABuffer_OutliveTheInputThatShowedThem) {
+    struct Owner : ForeignElements {
+        bool areSound() const noexcept override { return true; }
+    };
+    alignas(Buffer::alignment) static const i32 numbers[] = {1, 2};
+    static RefersTo<ForeignElements> owner;
+    owner = RefersTo<ForeignElements>::adopt(new Owner);
+    define("giver", [](EvalCtx*, void* result) {
+        *static_cast<Buffer*>(result) = Buffer::inPlace(DataType::Int32, numbers, 2, owner);
+        return true;
+    });
+    Node* node = makeNode("giver");
+    const kelvo_sdk::Output output(node->createOutput("numbers", DataType::Int32));
+    EXPECT_TRUE(output.evaluate());
+    EXPECT_EQ(owner->refCount(), 2);
+    node->removeOutput("numbers");
+    owner.reset();
 }
 
 TEST_F(OutputEvalTest, LinkToItself_IsEndless) {
@@ -310,6 +336,15 @@ TEST_F(OutputEvalTest, EndlessThatWasCut_IsEvaluated) {
     }
     b->input(String("other"))->setNode(nullptr);
     EXPECT_EQ(evaluate(a), 2);
+}
+
+TEST_F(OutputEvalTest, ResultThatSawTheStackEnd_IsNotKept) {
+    m_scene->setEvalCache(1 << 20, false);
+    Node* last = makeLinks("elser", 1500);
+    const LogCapture log;
+    EXPECT_GT(evaluate(last), 1);
+    EXPECT_NE(log.text(), "");
+    EXPECT_EQ(m_scene->evalCacheFigures().entries, 0u);
 }
 
 // In turn each of the two nodes fails while the other one is evaluated.

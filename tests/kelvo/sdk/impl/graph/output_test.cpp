@@ -5,6 +5,7 @@
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/impl/types/lib_info.h"
 #include "kelvo/sdk/scene.h"
+#include "kelvo/sdk/scene_listener.h"
 #include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
@@ -179,6 +180,38 @@ TEST_F(OutputTest, Callback_SeesTheCallersPointer) {
     EvalCtx first(&mine);
     EXPECT_FALSE(out(node)->evaluate(&first).isNull());
     EXPECT_EQ(seen, &mine);
+}
+
+TEST_F(OutputTest, EndOfARemovedOutput_LeavesRemovedInputsWithoutASource) {
+    const RefersTo<IInput> input(m_plain.createInput("in", AttrType::Real));
+    {
+        const RefersTo<IOutput> output(m_plain.createOutput("size", AttrType::Real));
+        EXPECT_TRUE(m_plain.removeInput("in") && m_plain.removeOutput("size"));
+        EXPECT_TRUE(input->connect(output.get()));
+        EXPECT_EQ(input->source(), output.get());
+    }
+    EXPECT_EQ(input->source(), nullptr);
+}
+
+TEST(OutputTargets, FreeInputConnectedWhileTheOthersLeave_IsDisconnectedToo) {
+    struct Connector : SceneListener {
+        void inputConnected(kelvo_sdk::Input, kelvo_sdk::Output left, kelvo_sdk::Output) override {
+            isDone = bool(free.connect(left));
+        }
+        kelvo_sdk::Input free;
+        bool isDone = false;
+    } connector;
+    const auto scene = kelvo_sdk::Scene::create();
+    const auto source = scene.createNode("t", "source"), reader = scene.createNode("t", "reader");
+    const kelvo_sdk::Output output = source.createOutput("o", AttrType::Real);
+    EXPECT_TRUE(reader.createInput("in", AttrType::Real).connect(output));
+    connector.free = reader.createInput("free", AttrType::Real);
+    EXPECT_TRUE(reader.removeInput("free"));
+    EXPECT_TRUE(scene.subscribe(&connector));
+    EXPECT_TRUE(source.removeOutput("o"));
+    EXPECT_TRUE(connector.isDone);
+    EXPECT_EQ(connector.free->source(), nullptr);
+    EXPECT_TRUE(scene.unsubscribe(&connector));
 }
 
 TEST(OutputTargets, ObserverThatThrowsWhenTheirSourceGoes_ReachesTheCaller) {

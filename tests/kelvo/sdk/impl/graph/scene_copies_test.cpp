@@ -394,6 +394,14 @@ TEST_F(SceneCopies, RefusedTypes_ChangeNothing) {
     EXPECT_EQ(node("b"), old);
 }
 
+TEST_F(SceneCopies, NodeWhoseNameIsNoIdentifier_IsNotCopied) {
+    const auto scene = kelvo_sdk::Scene::create();
+    const kelvo_sdk::Node node(adoptRef, new Node(scene.get(), "thing", "a b"));
+    const LogCapture log;
+    EXPECT_EQ(node.clone().message(),
+              "Cannot use 'a b' as a node's name: it is no simple identifier.");
+}
+
 TEST_F(SceneCopies, NodesThatAreNotOfTheScene_AreRefused) {
     auto* scene = static_cast<Scene*>(m_scene.get());
     const auto other = RefersTo<Node>::adopt(new Node(nullptr, "lamp", "x"));

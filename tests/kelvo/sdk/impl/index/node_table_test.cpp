@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -54,6 +55,25 @@ TEST(NodeTable, Rename_OfCaseAlone_Works) {
     EXPECT_EQ(table.find("lamp"), fakeNode(1));
 }
 
+TEST(NodeTable, PlaceOfARemovedNode_TakesAnotherNodeAndName) {
+    NodeTable table;
+    const NodeNumber number = table.add("a", fakeNode(1));
+    table.add("b", fakeNode(2));
+    NodeTable::Place place = table.take("a");
+    EXPECT_EQ(table.add(std::move(place), "c", fakeNode(3), 1), number);
+    EXPECT_EQ(table.find("a"), nullptr);
+    EXPECT_EQ(table.find("c"), fakeNode(3));
+    EXPECT_EQ(table.at(1), fakeNode(3));
+}
+
+TEST(NodeTable, NodeWithoutAPlace_IsAddedAsANewOne) {
+    NodeTable table;
+    const NodeNumber number = table.add("a", fakeNode(1));
+    NodeTable::Place none = table.take("x");
+    EXPECT_NE(table.add(std::move(none), "b", fakeNode(2), 0), number);
+    EXPECT_EQ(table.at(0), fakeNode(2));
+}
+
 struct FreeNameCase {
     std::vector<const char*> taken;
     const char* wanted;
@@ -80,6 +100,8 @@ const FreeNameCase kFreeNames[] = {
     {{"lamp3"}, "lamp", "lamp", "a number of its own is another name"},
     {{"lamp", "LAMP1", "Lamp2"}, "lamp", "lamp3", "numbered names are taken in any case"},
     {{"a9"}, "a9", "a10", "counting on adds a digit"},
+    {{"a999999998"}, "a999999998", "a999999999", "a number of 9 digits counts on"},
+    {{"a1234567890"}, "a1234567890", "a12345678901", "one of 10 digits belongs to the name"},
     {{"a1234567890123"}, "a1234567890123", "a12345678901231", "a long number belongs to the name"},
 };
 INSTANTIATE_TEST_SUITE_P(Table, NodeTableFreeName, testing::ValuesIn(kFreeNames));

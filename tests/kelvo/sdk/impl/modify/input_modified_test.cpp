@@ -32,6 +32,13 @@ TEST_F(InputModified, ValueKeptAsideWithoutModifiers_IsNotModified) {
     EXPECT_EQ(input.ownValue().asReal(), 3);
 }
 
+TEST_F(InputModified, WrittenWithTheValueThatItHas_IsNotModified) {
+    m_scene.addCustom(
+        "n", [](interfaces::INode* node) { return node->input(String("b"))->setReal(10); });
+    EXPECT_EQ(m_scene.valueOf("n", "b"), 10);
+    EXPECT_FALSE(m_scene.input("n", "b").isModified());
+}
+
 TEST_F(InputModified, ReadOnly_RefusesTheUsersValueAndKeepsBoth) {
     m_scene.input("n", "a").setReadOnly(true);
     EXPECT_FALSE(m_scene["n"]["a"].set(9.0));

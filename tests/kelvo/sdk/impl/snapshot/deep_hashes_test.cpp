@@ -2,6 +2,7 @@
 
 #include "kelvo/sdk/impl/graph/impl_of.h"
 #include "kelvo/sdk/impl/graph/input.h"
+#include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/snapshot/snapshot_picture.h"
 #include "kelvo/sdk/scene.h"
 #include "kelvo/sdk/snapshot.h"
@@ -59,6 +60,8 @@ TEST_F(DeepHashesTest, Change_ReachesTheNodesThatDependOnIt) {
     EXPECT_EQ(changedBy([&] { m_scene["a"].rename("e"); }), "a b c ");
     EXPECT_EQ(changedBy([&] { m_scene["c"]["x"].connect(m_scene["b"].output("p")); }), "c ");
     EXPECT_EQ(changedBy([&] { link("b", "d"); }), "b c ");
+    EXPECT_EQ(changedBy([&] { impl::implOf(m_scene["d"].get())->setBases({"e"}, false, false); }),
+              "b c d ");
     EXPECT_EQ(changedBy([&] { m_scene.removeNode(m_scene["d"]); }), "b c d ");
 }
 
@@ -138,6 +141,13 @@ TEST_F(DeepHashesTest, OtherContent_HasOtherHashes) {
               hashOf([](const Node& node) { node.createInput("y", AttrType::Int); }));
     EXPECT_NE(hashOf([](const Node& node) { node.createOutput("q", AttrType::Real); }), plain);
     EXPECT_NE(hashOf([](const Node& node) { node["link"].set(node); }), plain);
+    const auto hashWith = [&](const StringVector& bases) {
+        return hashOf(
+            [&](const Node& node) { impl::implOf(node.get())->setBases(bases, false, false); });
+    };
+    EXPECT_EQ(hashWith({}), plain);
+    EXPECT_NE(hashWith({"a"}), plain);
+    EXPECT_NE(hashWith({"a"}), hashWith({"a", "b"}));
 }
 
 TEST_F(DeepHashesTest, LongChain_NeedsNoRecursion) {
@@ -184,6 +194,15 @@ TEST_F(DeepHashesTest, Hashes_OfKnownScenes_AreTheKnownOnes) {
     EXPECT_EQ(snapshot["a"].hash(), 0x8f26e662a9578175u);
     EXPECT_EQ(snapshot["b"].hash(), 0x8d9fd863f357a24eu);
     EXPECT_EQ(snapshot.hash(), 0xaea0bee8e3fbb1a9u);
+}
+
+TEST_F(DeepHashesTest, Hash_OfBasesAndOfAConnectionInAnObject_IsTheKnownOne) {
+    const Scene scene = Scene::create();
+    ASSERT_TRUE(scene.read("node thing \"a\" {\n    output Real o\n}\n"
+                           "node thing : base, other \"b\" {\n    Object inner {\n"
+                           "        Real z = 0 <- a.o\n    }\n}\n",
+                           "text"));
+    EXPECT_EQ(scene.snapshot()["b"].deepHash(), 0xac8c44f4dd2152afu);
 }
 
 // ---- Random edits ------------------------------------------------------------------------------

@@ -70,6 +70,16 @@ TEST_F(NodeRecordTest, Store_EachKind_IsLoadedAgain) {
         EXPECT_TRUE(NodeRecord::load(values[i].type(), place(i)) == values[i]) << i;
 }
 
+TEST_F(NodeRecordTest, Clear_LeavesZeros) {
+    make({AttrType::Vec2, AttrType::String});
+    NodeRecord::store(math::Vec2d{1, 2}, place(0));
+    NodeRecord::store(String("text"), place(1));
+    NodeRecord::clear(AttrType::Vec2, place(0));
+    NodeRecord::clear(AttrType::String, place(1));
+    EXPECT_TRUE(NodeRecord::load(AttrType::Vec2, place(0)) == Value(math::Vec2d{}));
+    EXPECT_TRUE(NodeRecord::load(AttrType::String, place(1)).asString().isEmpty());
+}
+
 TEST_F(NodeRecordTest, Texts_AreSharedAndReleased) {
     const String text("a text");
     make({AttrType::String});
@@ -78,6 +88,20 @@ TEST_F(NodeRecordTest, Texts_AreSharedAndReleased) {
     m_record->end(m_record);
     m_record = nullptr;
     EXPECT_EQ(text.get()->refCount(), 1);
+}
+
+TEST_F(NodeRecordTest, Buffers_AreSharedAndReleased) {
+    struct Owner : ForeignElements {
+        bool areSound() const noexcept override { return true; }
+    };
+    alignas(Buffer::alignment) static const char text[] = "abc";
+    const auto owner = RefersTo<ForeignElements>::adopt(new Owner);
+    make({AttrType::Buffer});
+    NodeRecord::store(Buffer::inPlace(DataType::Char, text, 3, owner), place(0));
+    EXPECT_EQ(owner->refCount(), 2);
+    m_record->end(m_record);
+    m_record = nullptr;
+    EXPECT_EQ(owner->refCount(), 1);
 }
 
 TEST_F(NodeRecordTest, InASlab_ReleasesItsPartsAndLeavesTheMemory) {
@@ -106,6 +130,15 @@ TEST_F(NodeRecordTest, AreEqual_ComparesTextsByContentAndNumbersByBits) {
     NodeRecord::store(0.0, place(2));
     NodeRecord::store(-0.0, place(3));
     EXPECT_FALSE(NodeRecord::areEqual(AttrType::Real, place(2), place(3)));
+}
+
+TEST_F(NodeRecordTest, AreEqual_ComparesBuffersByContent) {
+    make({AttrType::Buffer, AttrType::Buffer});
+    NodeRecord::store(Buffer(DataType::Char, "abc", 3), place(0));
+    NodeRecord::store(Buffer(DataType::Char, "abc", 3), place(1));
+    EXPECT_TRUE(NodeRecord::areEqual(AttrType::Buffer, place(0), place(1)));
+    NodeRecord::clear(AttrType::Buffer, place(1));
+    EXPECT_FALSE(NodeRecord::areEqual(AttrType::Buffer, place(0), place(1)));
 }
 
 TEST_F(NodeRecordTest, ConnectionOf_FindsListAndInput) {

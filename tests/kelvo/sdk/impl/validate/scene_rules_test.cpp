@@ -258,6 +258,18 @@ TEST(SceneRulesOfTypes, ReadOnlyInputsWithAnotherValue_AreReportedAndSetBack) {
     EXPECT_TRUE(scene["a"]["year"]->isReadOnly());
 }
 
+TEST(SceneRulesOfTypes, ReadOnlyListWithOtherElements_IsReported) {
+    const auto library = tests::libraryOf("type seal {\n  Array<Int> years = [7, 8] @readonly\n}");
+    const Scene scene = Scene::create();
+    EXPECT_TRUE(scene.addLibrary(LibInfo(library.get())));
+    EXPECT_EQ(tests::errorsOf("node seal \"a\" {\n Array<Int> years = [7, 9]\n}\n"
+                              "node seal \"b\" {\n Array<Int> years = [7, 8]\n}\n",
+                              scene),
+              "");
+    EXPECT_EQ(found(scene), "changed-read-only: a.years: input 'a.years' is read-only: it holds "
+                            "other elements than type 'seal' defines.");
+}
+
 TEST(SceneRulesOfTypes, ModifiersOfTheStandardLibrary_AreNotIdle) {
     const Scene scene = Scene::create();
     scene.addLibrary(LibInfo::standard());
