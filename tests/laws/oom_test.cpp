@@ -140,8 +140,8 @@ TEST_P(OutOfMemory, EachAllocationThatFails_LeavesAllOrNothing) {
 
 std::vector<const OomEdit*> allEdits() {
     std::vector<const OomEdit*> all;
-    for (const auto* table :
-         {&oomCoreEdits(), &oomSnapshotEdits(), &oomTextEdits(), &oomLibraryEdits()})
+    for (const auto* table : {&oomCoreEdits(), &oomHistoryEdits(), &oomSnapshotEdits(),
+                              &oomTextEdits(), &oomLibraryEdits()})
         for (const OomEdit& edit : *table)
             all.push_back(&edit);
     // Shuffles the operations, so that each comes first in some run that is too short for all.

@@ -132,6 +132,7 @@ struct OomEdit {
 };
 
 [[nodiscard]] const std::vector<OomEdit>& oomCoreEdits();
+[[nodiscard]] const std::vector<OomEdit>& oomHistoryEdits();
 [[nodiscard]] const std::vector<OomEdit>& oomSnapshotEdits();
 [[nodiscard]] const std::vector<OomEdit>& oomTextEdits();
 [[nodiscard]] const std::vector<OomEdit>& oomLibraryEdits();

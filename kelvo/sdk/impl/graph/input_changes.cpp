@@ -165,7 +165,7 @@ InputListChange::InputListChange(Input& input, Input* parent, u64 index, bool is
     : InputChange(input), m_parent(parent), m_index(index), m_isIn(isIn) {}
 
 void InputListChange::takeComments(SceneComments& from) {
-    m_comments = from.take(&input());
+    from.take(&input(), m_comments);
 }
 
 void InputListChange::swap(Scene& scene) {
@@ -187,7 +187,7 @@ bool InputListChange::putIn(Scene& scene) {
     else
         node()->put(std::move(entering), m_index, {});
     input().entered(node(), m_parent.get(), {});
-    scene.comments().putBack(std::move(m_comments));
+    scene.comments().putBack(m_comments);
     node()->onInputAdded(&input());
     // Silent inputs cause no notification, but modifiers may write to them.
     if (input().isSilent()) scene.applyModifiers(node());

@@ -65,7 +65,7 @@ OutputListChange::OutputListChange(Output& output, Node& node, u64 index, bool i
     : m_output(&output), m_node(&node), m_index(index), m_isIn(isIn) {}
 
 void OutputListChange::takeComments(SceneComments& from) {
-    m_comments = from.take(m_output.get());
+    from.take(m_output.get(), m_comments);
 }
 
 void OutputListChange::prepareSwap(Scene& /*scene*/) {
@@ -77,12 +77,13 @@ void OutputListChange::prepareSwap(Scene& /*scene*/) {
 void OutputListChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
     // An output whose removal is not complete still has its node.
-    const bool isBetween = m_isIn && m_output->node() == m_node.get() && m_output->hasLeft();
+    const bool isBetween = m_isIn && m_output->node() == m_node.get() &&
+                           !m_node->outputs().contains(m_output.get());
     if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
     if (m_isIn) {
         m_node->put(m_output, m_index, {});
         m_output->entered(m_node.get(), {});
-        scene.comments().putBack(std::move(m_comments));
+        scene.comments().putBack(m_comments);
         m_node->onOutputAdded(m_output.get());
         return;
     }
@@ -151,7 +152,7 @@ void NodeChange::swap(Scene& scene) {
     if (m_isIn) {
         takeFreeName(scene);
         scene.putBack(*m_node, std::move(m_place), m_index, {});
-        scene.comments().putBack(std::move(m_comments));
+        scene.comments().putBack(m_comments);
         scene.enter(*m_node, {});
         return;
     }
@@ -232,9 +233,9 @@ void NodeExchange::swap(Scene& scene) {
     sources.clear();
     m_room = std::move(sources);
     scene.exchange(*m_out, *m_in, {});
-    SceneComments::Kept comments;
-    keepComments([&] { comments = scene.comments().take(m_out.get()); });
-    scene.comments().putBack(std::exchange(m_comments, std::move(comments)));
+    keepComments([&] { scene.comments().take(m_out.get(), m_otherComments); });
+    std::swap(m_comments, m_otherComments);
+    scene.comments().putBack(m_otherComments);
     scene.converted(*m_out, *m_in, {});
 }
 

@@ -129,6 +129,8 @@ private:
     Strays m_otherStrays;
     // Comments of the replaced node.
     SceneComments::Kept m_comments;
+    // Empty, with the memory for those of the current node once it was put back.
+    SceneComments::Kept m_otherComments;
 };
 
 /// A node was renamed.

@@ -11,7 +11,6 @@
 #include "kelvo/base/string_io.h"
 
 #include <algorithm>
-#include <tuple>
 
 namespace qv::kelvo_sdk::impl {
 
@@ -147,7 +146,8 @@ void SceneComments::remove(const interfaces::INode* node) {
 }
 
 void SceneComments::remove(const interfaces::IInput* input) {
-    std::ignore = take(input);
+    Kept dropped;
+    take(input, dropped);
 }
 
 void SceneComments::remove(const interfaces::IOutput* output) {
@@ -259,12 +259,6 @@ void SceneComments::makeRoom(const interfaces::INode* node, Kept& kept) const {
     kept.m_names.reserve(names);
 }
 
-SceneComments::Kept SceneComments::take(const interfaces::INode* node) {
-    Kept kept;
-    take(node, kept);
-    return kept;
-}
-
 void SceneComments::take(const interfaces::INode* node, Kept& kept) {
     makeRoom(node, kept);
     leaveUnread(node, kept);
@@ -280,31 +274,27 @@ void SceneComments::take(const interfaces::INode* node, Kept& kept) {
 }
 
 // Allocates memory for the existing comments.
-SceneComments::Kept SceneComments::take(const interfaces::IInput* input) {
-    Kept kept;
-    if (m_entries.empty()) return kept;
+void SceneComments::take(const interfaces::IInput* input, Kept& kept) {
+    if (m_entries.empty()) return;
     const auto* top = implOf(input);
     u64 count = m_entries.contains(input) ? 1 : 0;
     visitInPlace(top->members(), top, [&](const Input& each) {
         count += m_entries.contains(static_cast<const interfaces::IInput*>(&each)) ? 1 : 0;
     });
-    if (count == 0) return kept;
+    if (count == 0) return;
     kept.m_entries.reserve(count);
     takeEntry(input, kept);
     visitInPlace(top->members(), top, [&](const Input& each) {
         takeEntry(static_cast<const interfaces::IInput*>(&each), kept);
     });
-    return kept;
 }
 
-SceneComments::Kept SceneComments::take(const interfaces::IOutput* output) {
-    Kept kept;
+void SceneComments::take(const interfaces::IOutput* output, Kept& kept) {
     takeEntry(output, kept);
-    return kept;
 }
 
 // Needs no memory if no comments were added meanwhile.
-void SceneComments::putBack(Kept kept) {
+void SceneComments::putBack(Kept& kept) {
     for (UnreadLines& lines : m_file.unread)
         if (!lines.node && lines.before.equals(kept.m_before)) lines.node = kept.m_behind;
     if (kept.m_list && !m_attributes.contains(kept.m_list.key()))
@@ -324,6 +314,9 @@ void SceneComments::putBack(Kept kept) {
         else
             renameLine(input.get(), name, line);
     }
+    kept.m_entries.clear();
+    kept.m_names.clear();
+    kept.m_behind = nullptr;
 }
 
 void SceneComments::reserveFor(const SceneComments& added) {
@@ -353,12 +346,13 @@ SceneComments::Kept SceneComments::copyOf(const interfaces::INode* node) const {
     };
     add(node);
     if (isBehindUnread(node)) copy.m_file = m_file;
-    const auto list = m_attributes.find(node);
-    if (list == m_attributes.end()) return copy.take(node);
-    for (const void* attribute : list->second)
-        add(attribute);
-    copy.m_attributes.insert(*list);
-    return copy.take(node);
+    if (const auto list = m_attributes.find(node); list != m_attributes.end()) {
+        std::ranges::for_each(list->second, add);
+        copy.m_attributes.insert(*list);
+    }
+    Kept kept;
+    copy.take(node, kept);
+    return kept;
 }
 
 } // namespace qv::kelvo_sdk::impl

@@ -100,14 +100,14 @@ public:
 
     /// Comments that were removed and can be put back.
     class Kept;
-    /// Like `remove`; return the comments so that they can be put back.
-    [[nodiscard]] Kept take(const interfaces::INode* node);
+    /// Like `remove`, but keep the comments, so that they can be put back.
     void take(const interfaces::INode* node, Kept& kept);
-    [[nodiscard]] Kept take(const interfaces::IInput* input);
-    [[nodiscard]] Kept take(const interfaces::IOutput* output);
+    void take(const interfaces::IInput* input, Kept& kept);
+    void take(const interfaces::IOutput* output, Kept& kept);
     /// Reserves the memory for taking the current comments of a node.
     void makeRoom(const interfaces::INode* node, Kept& kept) const;
-    void putBack(Kept kept);
+    /// Leaves `kept` empty, with the memory for taking these comments again.
+    void putBack(Kept& kept);
     /// Returns a copy of the comments that `take` would remove.
     [[nodiscard]] Kept copyOf(const interfaces::INode* node) const;
 

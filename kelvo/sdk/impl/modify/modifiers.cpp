@@ -185,9 +185,14 @@ void Modifiers::catchUp() {
     m_isBehind = false;
 }
 
+// An undo that failed was taken back without notifications, and left the user's values where
+// modifiers had written.
 void Modifiers::release(bool isToRun) {
     --m_holds;
-    if (isToRun) run();
+    if (isToRun) return run();
+    bool isMissing = false;
+    m_scene.forEachNode([&](Node* node) { isMissing = isMissing || modifierListOf(*node); });
+    if (isMissing) fallBehind();
 }
 
 void Modifiers::run() {
