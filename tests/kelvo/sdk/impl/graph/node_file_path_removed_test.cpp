@@ -48,6 +48,12 @@ TEST_F(NodeSetPathLeaves, NodeRemovedMeanwhile_LeavesNoStepOpen) {
     EXPECT_NE(all.find("ungroup record("), std::string::npos) << all;
 }
 
+TEST_F(NodeSetPathLeaves, NodeRemovedMeanwhile_KeepsTheRestOfItsPath) {
+    const kelvo_sdk::Node held(m_node);
+    EXPECT_FALSE(m_node->setPath(String("a"), String("b"), String("c")));
+    EXPECT_EQ(held.asPath(), "");
+}
+
 // A sanitizer finds access to the node: the scene held the last reference.
 TEST_F(NodeSetPathLeaves, NodeGoneMeanwhile_IsNotTouchedAgain) {
     m_node->setPath(String("a"), String("b"), String("c"));

@@ -65,6 +65,23 @@ TEST_F(NodeRows, AnyChange_LeavesNothingWrongBehind) {
     }
 }
 
+TEST_F(NodeRows, NewInputWithALink_IsADependency) {
+    fillRows(m_scene);
+    implOf(m_desk.get())->createInput("home", AttrData::withDefault(Value(m_room.get())));
+    EXPECT_EQ(leads(m_desk, LeadKind::Dependencies), "room ");
+    EXPECT_EQ(faultsOf(m_scene), "");
+}
+
+TEST_F(NodeRows, ChangedSurroundings_DropTheRowsOfTheNodeAndItsNeighbours) {
+    fillRows(m_scene);
+    surroundingsChanged(*implOf(m_desk.get()));
+    for (const LeadKind kind : CompactGraph::allKinds)
+        EXPECT_FALSE(isKnown(m_desk, kind));
+    EXPECT_FALSE(isKnown(m_lamp, LeadKind::Dependencies));
+    EXPECT_FALSE(isKnown(m_room, LeadKind::Children));
+    EXPECT_TRUE(isKnown(m_room, LeadKind::Readers));
+}
+
 TEST_F(NodeRows, BasesThatMakeATransform_GiveItChildren) {
     m_lamp.get()->createArray("children", AttrType::Node)->appendElement()->setNode(m_desk.get());
     EXPECT_EQ(leads(m_lamp, LeadKind::Children), "");

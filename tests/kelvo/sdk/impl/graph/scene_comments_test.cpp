@@ -151,6 +151,19 @@ TEST_F(SceneCommentsOfANode, Conversion_LeavesNoneWithTheNodeBefore) {
     EXPECT_EQ(m_comments.find(before.get()), nullptr);
 }
 
+TEST_F(SceneCommentsOfANode, UndoneConversion_LeavesNoneWithTheReplacement) {
+    m_scene.setUndoEnabled(true);
+    const RefersTo<INode> before(m_node);
+    m_comments.set(m_node, trailing("# node"));
+    const RefersTo<INode> after(m_node->convertTo("xform"));
+    m_scene.undo();
+    EXPECT_EQ(m_comments.find(after.get()), nullptr);
+    EXPECT_NE(m_comments.find(before.get()), nullptr);
+    m_scene.redo();
+    EXPECT_NE(m_comments.find(after.get()), nullptr);
+    EXPECT_EQ(m_comments.find(before.get()), nullptr);
+}
+
 TEST_F(SceneCommentsOfANode, RemoveObject_TakesItsMembersCommentsAlong) {
     IInput* object = m_node->createInput("object", AttrType::Object);
     IInput* inner = object->createInput("inner", AttrType::Object);

@@ -5,6 +5,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
 
@@ -107,6 +108,24 @@ TEST_P(UndoFreeLinks, TieOfAConvertedNode_ComesBack) {
         m_holder = {};
         m_scene["holder"].convertTo("u");
     });
+}
+
+TEST_P(UndoFreeLinks, TieOfANodeThatComesAndGoes_HoldsTheFreeNodeOnce) {
+    for (const bool isConverted : {true, false}) {
+        m_scene.setUndoEnabled(false);
+        EXPECT_TRUE(tie());
+        m_scene.setUndoEnabled(true);
+        if (isConverted)
+            m_scene["holder"].convertTo("u");
+        else
+            m_scene.removeNode(m_scene["holder"]);
+        EXPECT_TRUE(m_scene.undo() && m_scene.redo());
+        const i32 references = tests::probe(*m_free).refCount();
+        for (int round = 0; round < 3; ++round)
+            EXPECT_TRUE(m_scene.undo() && m_scene.redo());
+        EXPECT_EQ(tests::probe(*m_free).refCount(), references) << isConverted;
+        EXPECT_TRUE(m_scene.undo());
+    }
 }
 
 TEST_P(UndoFreeLinks, TieOfAClearedScene_ComesBack) {

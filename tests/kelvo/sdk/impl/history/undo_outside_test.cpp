@@ -180,6 +180,25 @@ TEST(UndoOutside, NodeThatWasConvertedAndJoinedAnotherScene_StaysThere) {
     EXPECT_TRUE(other.verify().empty());
 }
 
+TEST(UndoOutside, NodeThatWasRemovedAndAddedInOneStep_ComesBackToItsPlace) {
+    const Scene scene = Scene::create();
+    const Node node = scene.createNode("t", "x");
+    scene.createNode("t", "y");
+    scene.setUndoEnabled(true);
+    {
+        const Scene::UndoScope scope(scene, "do", "undo");
+        scene.removeNode(node);
+        static_cast<impl::Scene&>(*scene.get()).addNode(static_cast<impl::Node*>(node.get()));
+    }
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(scene.undo());
+        EXPECT_EQ(scene.node(0), node);
+        EXPECT_TRUE(scene.redo());
+        EXPECT_EQ(scene.node(1), node);
+        EXPECT_TRUE(scene.verify().empty());
+    }
+}
+
 TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
     const Scene scene = Scene::create();
     scene.setUndoEnabled(true);
