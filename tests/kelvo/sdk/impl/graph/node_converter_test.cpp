@@ -21,6 +21,8 @@ type lamp {
     Real power = 1
     Array<Int> levels = []
     String text = ""
+    Object box {
+    }
     output Real out
 }
 
@@ -34,6 +36,13 @@ type spot {
 type comb {
     Array<Int> levels = [1, 2, 3]
     Node text = null
+    Object box {
+    }
+}
+
+type fixed {
+    Array<Node> levels = []
+    Int text = 7 @readonly
 }
 )";
 
@@ -73,10 +82,11 @@ protected:
 // ---- Values --------------------------------------------------------------------------------
 
 TEST_F(NodeConversion, ValuesOfUpToFortyCharacters_AreToldInFull) {
+    const std::string alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
     for (const std::size_t length : {39u, 40u, 41u}) {
-        const std::string text(length, 'x');
+        const std::string text = alphabet.substr(0, length);
         m_scene["a"]["text"].set(text.c_str());
-        const std::string shown = length > 40 ? std::string(40, 'x') + "..." : text;
+        const std::string shown = length > 40 ? text.substr(0, 40) + "..." : text;
         EXPECT_EQ(convert("spot"), "a.text is Int: '" + shown + "' does not convert\n");
         convert("lamp");
     }
@@ -105,6 +115,38 @@ TEST_F(NodeConversion, ArraysInArrays_KeepWhatTheyHold) {
     const kelvo_sdk::Input row = m_scene["a"]["grid"].input(0);
     EXPECT_EQ(row.typeName(), "Array<Int>");
     EXPECT_EQ(row.input(0).get<int>(), 5);
+}
+
+TEST_F(NodeConversion, ArrayOfOneElement_IsLostWhereItsKindDoesNotConvert) {
+    m_lamp["levels"].append().set(4);
+    EXPECT_EQ(convert("fixed"), "a.levels was Array<Int> and is Array<Node>\n");
+}
+
+TEST_F(NodeConversion, ReadOnlyInputs_KeepTheValueOfTheTypeAndTakeNoOther) {
+    m_lamp["text"].set("8");
+    EXPECT_EQ(convert("fixed"), "a.text is read-only\n");
+    EXPECT_EQ(m_scene["a"]["text"].get<int>(), 7);
+    m_scene.createNode("lamp", "b")["text"].set("7");
+    ConversionLosses losses;
+    m_scene["b"].convertTo("fixed", &losses);
+    EXPECT_TRUE(losses.empty());
+}
+
+TEST_F(NodeConversion, ReadOnlyMembersBeyondTheType_AreCopiedWhole) {
+    auto* list = static_cast<Input*>(m_lamp["box"]->createArray("own", AttrType::Int));
+    list->appendElement()->setInt(5);
+    list->setReadOnly(true);
+    EXPECT_EQ(convert("comb"), "");
+    const kelvo_sdk::Input copy = m_scene["a"]["box"]["own"];
+    ASSERT_EQ(copy.inputCount(), 1u);
+    EXPECT_EQ(copy.input(0).get<int>(), 5);
+}
+
+TEST_F(NodeConversion, InputsThatTheTextLeftOut_AreLeftOutStill) {
+    ASSERT_EQ(tests::errorsOf("kelvo scene 1\nnode lamp \"o\" {\n}\n", m_scene), "");
+    EXPECT_TRUE(m_scene["o"]["text"].isOmitted());
+    EXPECT_TRUE(m_scene["o"].convertTo("spot"));
+    EXPECT_TRUE(m_scene["o"]["text"].isOmitted());
 }
 
 TEST_F(NodeConversion, InputWithoutAKind_HasNoValueToLose) {
@@ -140,6 +182,16 @@ TEST_F(NodeConversion, CommentsOfOutputs_GoAlong) {
     ASSERT_EQ(tests::errorsOf("kelvo scene 1\n" + text, m_scene), "");
     m_scene["c"].convertTo("cloud");
     EXPECT_NE(tests::textOf(m_scene).find("output Real tail # long"), std::string::npos);
+}
+
+TEST_F(NodeConversion, UnreadLinesInFrontOfTheNode_StayThereUnderItsNewName) {
+    EXPECT_TRUE(
+        m_scene.read("kelvo scene 1\n\n?\nnode comet \"c\" {\n}\n", "text", {.isPartial = true})
+            .isRead);
+    EXPECT_TRUE(m_scene["c"].convertTo("cloud"));
+    EXPECT_TRUE(m_scene.renameNode(m_scene["c"], "d"));
+    EXPECT_NE(tests::textOf(m_scene).find("?\nnode cloud \"d\""), std::string::npos)
+        << tests::textOf(m_scene);
 }
 
 // ---- Undo ----------------------------------------------------------------------------------

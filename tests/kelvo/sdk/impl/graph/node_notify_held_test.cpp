@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 namespace qv::kelvo_sdk::impl {
@@ -83,16 +84,40 @@ TEST_F(NodeNotifyMortal, SceneThatDropsTheLastReference_StillHasTheNodeOfAConnec
     EXPECT_EQ(impl_nodeInstanceCount(), m_alive - 1);
 }
 
-TEST_F(NodeNotifyMortal, ObserverThatDropsTheLastReference_LeavesTheNodeForTheOthers) {
-    RecordingObserver a("a", m_journal), b("b", m_journal);
-    m_node->subscribe(&a);
-    m_node->subscribe(&b);
-    a.then = [this] { m_node->decRef(); };
-    b.then = [this] { EXPECT_EQ(impl_nodeInstanceCount(), m_alive); };
-    m_journal.take();
-    m_node->notifyConverted(nullptr);
-    EXPECT_EQ(m_journal.take(), "a:converted=none b:converted=none");
-    EXPECT_EQ(impl_nodeInstanceCount(), m_alive - 1);
+// Nobody but the observers keeps these nodes alive: they have no scene.
+TEST(NodeNotifyObservers, ObserverThatDropsTheLastReference_LeavesTheNodeForTheOthers) {
+    const AttrData record(AttrType::Real);
+    const std::function<void(Node&)> operations[] = {
+        [&](Node& node) { node.onInputChanged(node.input(u64(0)), &record); },
+        [](Node& node) { node.onInputConnected(node.input(u64(0)), nullptr, nullptr); },
+        [](Node& node) { node.onInputRenamed(node.input(u64(0)), "before"); },
+        [](Node& node) { node.notifyRemoved(); },
+        [](Node& node) { node.notifyRenamed("new"); },
+        [](Node& node) { node.notifyConverted(nullptr); },
+    };
+    const i64 before = impl_nodeInstanceCount();
+    for (const auto& operation : operations) {
+        Journal journal;
+        RecordingObserver a("a", journal), b("b", journal);
+        auto* node = new Node(nullptr, "thing", "mortal");
+        node->createInput("in", AttrType::Real);
+        node->subscribe(&a);
+        node->subscribe(&b);
+        a.then = [&] { node->decRef(); };
+        b.then = [&] { journal.add(std::to_string(impl_nodeInstanceCount() - before)); };
+        operation(*node);
+        EXPECT_TRUE(journal.take().ends_with(" 1"));
+        EXPECT_EQ(impl_nodeInstanceCount(), before);
+    }
+}
+
+int renamings = 0;
+
+TEST_F(NodeNotifyMortal, RenamedInput_IsToldToTheLibrary) {
+    probe(*m_node).nodeChanged() = [](IInput* /*input*/) { ++renamings; };
+    m_node->onInputRenamed(m_in, "before");
+    EXPECT_EQ(renamings, 1);
+    m_node->decRef();
 }
 
 TEST_F(NodeNotifyMortal, RenamedInputOfANodeInDestruction_IsNotTold) {

@@ -136,10 +136,13 @@ TEST_F(SceneCommentsOfANode, RemoveAttributes_TheirCommentsGo) {
 TEST_F(SceneCommentsOfANode, RedoneRemoval_TakesTheCommentsAlongAgain) {
     m_scene.setUndoEnabled(true);
     m_comments.set(m_input, trailing("# input"));
+    m_comments.set(m_output, trailing("# output"));
     m_node->removeInput("a");
-    m_scene.undo();
-    EXPECT_FALSE(m_comments.empty());
-    m_scene.redo();
+    m_node->removeOutput("o");
+    EXPECT_TRUE(m_scene.undo() && m_scene.undo());
+    EXPECT_NE(m_comments.find(m_input), nullptr);
+    EXPECT_NE(m_comments.find(m_output), nullptr);
+    EXPECT_TRUE(m_scene.redo() && m_scene.redo());
     EXPECT_TRUE(m_comments.empty());
 }
 

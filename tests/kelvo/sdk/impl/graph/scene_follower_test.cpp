@@ -87,8 +87,19 @@ struct Refuser : SceneFollower {
         ++asked;
         throw std::bad_alloc();
     }
+    void expect(const IOutput* /*output*/) override { throw std::bad_alloc(); }
     int asked = 0;
 };
+
+TEST_F(SceneFollowerTest, RemovalOfAnOutputThatIsRefused_ChangesNothing) {
+    const kelvo_sdk::Node node = m_scene.createNode("t", "a");
+    node.createOutput("o", AttrType::Int);
+    Refuser refuser;
+    followers().join(refuser);
+    EXPECT_THROW(node->removeOutput("o"), std::bad_alloc);
+    followers().leave(refuser);
+    EXPECT_EQ(node->outputCount(), 1u);
+}
 
 TEST_F(SceneFollowerTest, RemovalOfAllThatIsRefused_IsNotTriedAgain) {
     const kelvo_sdk::Node node = m_scene.createNode("t", "a");

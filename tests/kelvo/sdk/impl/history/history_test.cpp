@@ -274,6 +274,25 @@ TEST_F(HistoryTest, RemovedNode_CountsAsBytesWhileItIsOut) {
     EXPECT_LT(m_scene.redoStep(0).bytes, 1000u);
 }
 
+TEST_F(HistoryTest, CreatedNode_CountsOnceTheCreationIsUndone) {
+    node("x");
+    const u64 bytes = m_scene.undoStep(0).bytes;
+    m_scene.undo();
+    EXPECT_EQ(m_scene.redoStep(0).bytes, bytes + sizeof(Node));
+}
+
+TEST_F(HistoryTest, ConnectionsOfAConvertedNode_CountToo) {
+    auto* output = node("sun")->createOutput("o", AttrType::Real);
+    m_radius->connect(output);
+    m_radius->disconnect();
+    m_scene["lamp"].convertTo("lantern");
+    const u64 bytes = m_scene.undoStep(0).bytes;
+    m_scene.undo();
+    m_radius->connect(output);
+    m_scene["lamp"].convertTo("lantern");
+    EXPECT_GT(m_scene.undoStep(0).bytes, bytes);
+}
+
 TEST_F(HistoryTest, RemovedNode_CountsItsOutputs) {
     const auto bytes = [this](std::size_t length) {
         auto* output = static_cast<Output*>(node("x")->createOutput("out", AttrType::String));

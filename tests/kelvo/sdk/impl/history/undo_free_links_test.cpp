@@ -5,6 +5,7 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/library_text.h"
 #include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
@@ -126,6 +127,20 @@ TEST_P(UndoFreeLinks, TieOfANodeThatComesAndGoes_HoldsTheFreeNodeOnce) {
         EXPECT_EQ(tests::probe(*m_free).refCount(), references) << isConverted;
         EXPECT_TRUE(m_scene.undo());
     }
+}
+
+TEST_P(UndoFreeLinks, TieThatTheNewTypeLacks_ComesBack) {
+    const auto library = tests::libraryOf("type full {\n    Node link = null\n    Real in = 0\n"
+                                          "    Array<Node> list = []\n}\ntype bare {\n}\n");
+    m_scene.setUndoEnabled(false);
+    m_scene.addLibrary(kelvo_sdk::LibInfo(library.get()));
+    m_scene.removeNode(m_holder);
+    m_scene.createNode("full", "holder")["list"].append();
+    expectBack([this] {
+        ConversionLosses losses;
+        m_holder = {};
+        m_scene["holder"].convertTo("bare", &losses);
+    });
 }
 
 TEST_P(UndoFreeLinks, TieOfAClearedScene_ComesBack) {
