@@ -1,5 +1,8 @@
 // Lists the operations of scenes, nodes, inputs and outputs.
+#include "kelvo/sdk/impl/graph/node.h"
 #include "tests/laws/oom_world.h"
+
+#include <gtest/gtest.h>
 
 #include <utility>
 
@@ -29,18 +32,19 @@ void output(OomWorld& w, Text name, Text path, Text from, Text of) {
     w.output = w.scene()[from].output(of);
 }
 
+// A node that was never in a scene: nodes of scenes may refer to it.
 Node freeNode() {
-    const Scene other = Scene::create();
-    Node made = other.createNode("thing", "free");
-    other.removeNode(made);
-    return made;
+    using kelvo_sdk::impl::Node;
+    return kelvo_sdk::Node(RefersTo<Node>::adopt(new Node(nullptr, "thing", "free")).get());
 }
 // Links the node to a free node, and connects it to that node's output.
 void referToFreeNode(OomWorld& w, Text name) {
     node(w, name);
-    w.second = freeNode();
-    w.node.createInput("link", AttrType::Node).set(w.second);
-    w.node.createInput("reads", AttrType::Real).connect(w.second.createOutput("o", AttrType::Real));
+    w.second = w.lasting = freeNode();
+    const Input link = w.node.createInput("link", AttrType::Node);
+    const Input reads = w.node.createInput("reads", AttrType::Real);
+    EXPECT_TRUE(link.set(w.second));
+    EXPECT_TRUE(reads.connect(w.second.createOutput("o", AttrType::Real)));
 }
 auto onNode(Text name, Text first = "new", Text second = "") {
     return [=](OomWorld& w) {
@@ -326,7 +330,7 @@ void linkWhileItIsOut(OomWorld& w) {
     w.node = w.scene().createNode("thing", "referring");
     w.scene().undo();
     w.second = freeNode();
-    w.node.createInput("link", AttrType::Node).set(w.second);
+    EXPECT_TRUE(w.node.createInput("link", AttrType::Node).set(w.second));
     w.scene().redo();
 }
 // Lets go of the free node, so that only the history keeps it.
@@ -334,6 +338,33 @@ bool undoAndLetGo(OomWorld& w) {
     if (!w.scene().undo()) return false;
     w.second = Node();
     return true;
+}
+
+std::vector<OomEdit> freeNodeEdits() {
+    return {
+        {"history: undo a conversion of a node that refers to a free node",
+         [](OomWorld& w) {
+             referToFreeNode(w, "b");
+             static_cast<void>(w.node.convertTo("other"));
+         },
+         [](OomWorld& w) { return w.scene().undo(); }},
+        {"history: redo a conversion of a node that refers to a free node",
+         [](OomWorld& w) {
+             referToFreeNode(w, "b");
+             static_cast<void>(w.node.convertTo("other"));
+             w.scene().undo();
+         },
+         [](OomWorld& w) { return w.scene().redo(); }},
+        {"history: undo the creation of a node that refers to a free node",
+         [](OomWorld& w) {
+             const Scene::UndoScope scope(w.scene(), "Make", "");
+             w.scene().createNode("thing", "referring");
+             referToFreeNode(w, "referring");
+         },
+         [](OomWorld& w) { return w.scene().undo(); }},
+        {"history: undo the creation of a node that was linked to a free node while it was out",
+         linkWhileItIsOut, undoAndLetGo},
+    };
 }
 
 std::vector<OomEdit> historyEdits() {
@@ -358,21 +389,11 @@ std::vector<OomEdit> historyEdits() {
              static_cast<void>(w.scene()["a"].convertTo("other", &losses));
          },
          [](OomWorld& w) { return w.scene().undo(); }},
-        {"history: undo a conversion of a node that refers to a free node",
+        {"history: undo the creation of a node with comments",
          [](OomWorld& w) {
-             referToFreeNode(w, "b");
-             static_cast<void>(w.node.convertTo("other"));
+             w.scene().read("kelvo scene 1\n\n# Told\nnode thing \"new\" {\n} # of it\n", "text");
          },
          [](OomWorld& w) { return w.scene().undo(); }},
-        {"history: undo the creation of a node that refers to a free node",
-         [](OomWorld& w) {
-             const Scene::UndoScope scope(w.scene(), "Make", "");
-             w.scene().createNode("thing", "referring");
-             referToFreeNode(w, "referring");
-         },
-         [](OomWorld& w) { return w.scene().undo(); }},
-        {"history: undo the creation of a node that was linked to a free node while it was out",
-         linkWhileItIsOut, undoAndLetGo},
         {"history: return to a checkpoint",
          [](OomWorld& w) {
              w.scene().redo();
@@ -448,7 +469,7 @@ std::vector<OomEdit> scopeEdits() {
 std::vector<OomEdit> allEdits() {
     std::vector<OomEdit> all;
     for (auto part : {sceneEdits(), nodeEdits(), copyEdits(), attributeEdits(), renamings(),
-                      valueEdits(), historyEdits(), scopeEdits()})
+                      valueEdits(), freeNodeEdits(), historyEdits(), scopeEdits()})
         for (OomEdit& edit : part)
             all.push_back(std::move(edit));
     return all;

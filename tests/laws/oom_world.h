@@ -102,6 +102,8 @@ node thing "k" {
     OomWitness witness;
     // Objects that operations prepare and use.
     Node node, second;
+    // A node outside of the scene that is destroyed after it.
+    Node lasting;
     Input input;
     Output output;
     String name, text;

@@ -58,7 +58,6 @@ Node::~Node() {
     for (IOutput* output : m_outputs)
         implOf(output)->decRef();
     if (m_layout) m_layout->decRef();
-    m_layout = nullptr;
     s_instCount.fetch_sub(1);
 }
 

@@ -283,8 +283,8 @@ void FileCommentsChange::swap(Scene& scene) {
 }
 
 u64 FileCommentsChange::bytes() const {
-    u64 bytes = sizeof(*this) + m_other.leading.size() + m_other.opening.size() +
-                m_other.inner.size() + m_other.trailing.size();
+    u64 bytes =
+        sizeof(*this) + m_other.leading.size() + m_other.opening.size() + m_other.inner.size();
     for (const UnreadLines& lines : m_other.unread)
         bytes += sizeof lines + lines.leading.size() + lines.lines.size();
     return bytes;

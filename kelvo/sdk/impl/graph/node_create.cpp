@@ -137,7 +137,6 @@ IInput* Node::addInput(Input* input) {
     if (!input->isSilent() && isUnnotified(*input)) {
         auto created = RefersTo<Input>::adopt(input);
         appendToList(m_inputs, input);
-        leadsChanged();
         changedUnnotified();
         return created.detach();
     }
@@ -150,10 +149,8 @@ IInput* Node::addInput(Input* input) {
         step.prepare<InputListChange>(*input, nullptr, m_inputs.size(), true);
         expectNotification(this, static_cast<const IInput*>(input));
         appendToList(m_inputs, input);
-        leadsChanged();
         std::ignore = created.detach();
         step.commit();
-        markDirty();
         onInputAdded(input);
     }
     const bool isThere = !isHeld || (input->node() == this && !isLastReference());
@@ -172,7 +169,6 @@ IOutput* Node::addOutput(Output* output) {
         appendToList(m_outputs, output);
         std::ignore = created.detach();
         step.commit();
-        markDirty();
         onOutputAdded(output);
     }
     const bool isThere = !isHeld || (output->node() == this && !isLastReference());

@@ -76,7 +76,6 @@ bool Node::removeFoundInput(IInput* input) {
         step.prepare<InputListChange>(*removed, nullptr, index, false)
             ->takeComments(step.scene().comments());
     departing.dropComments();
-    markDirty();
     takeInput(index, {});
     step.commit();
     departing.offList();
@@ -122,7 +121,6 @@ bool Node::removeFoundOutput(IOutput* output) {
         step.prepare<OutputListChange>(*removed, *this, index, false)
             ->takeComments(step.scene().comments());
     departing.dropComments();
-    markDirty();
     takeOutput(index, {});
     step.commit();
     departing.offList();

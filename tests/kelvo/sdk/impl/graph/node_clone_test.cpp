@@ -116,6 +116,17 @@ TEST_F(NodeClone, Copy_HasItsOwnAttributesInOrder) {
     EXPECT_EQ(value, 2.5);
 }
 
+TEST_F(NodeClone, Copy_HasTheRoomThatItsOriginalHas) {
+    Node node(nullptr, "thing", "n");
+    for (int count = 0; count < 6; ++count) {
+        const auto made = RefersTo<Node>::adopt(node.clone(nullptr, "copy"));
+        EXPECT_EQ(probe(*made).inputs().capacity(), probe(node).inputs().capacity()) << count;
+        EXPECT_EQ(probe(*made).outputs().capacity(), probe(node).outputs().capacity()) << count;
+        node.createInput(String::format("i%d", count), AttrType::Real);
+        node.createOutput(String::format("o%d", count), AttrType::Real);
+    }
+}
+
 TEST_F(NodeClone, Copy_HasNoObservers) {
     RecordingObserver observer("o", m_journal);
     m_node.subscribe(&observer);

@@ -69,6 +69,7 @@ TEST_F(NodeCreate, Names_AreSimpleIdentifiers) {
         EXPECT_EQ(node.createInput(c.name, AttrType::Int) != nullptr, c.isLegal) << c.note;
         EXPECT_EQ(node.createInput(c.name, AttrData(AttrType::Int)) != nullptr, c.isLegal);
         EXPECT_EQ(node.createArray(c.name, AttrType::Int) != nullptr, c.isLegal) << c.note;
+        EXPECT_EQ(node.createBuffer(c.name, DataType::Float) != nullptr, c.isLegal) << c.note;
         EXPECT_EQ(node.createOutput(c.name, AttrType::Int) != nullptr, c.isLegal) << c.note;
         EXPECT_EQ(node.createOutput(c.name, DataType::Float) != nullptr, c.isLegal) << c.note;
         EXPECT_EQ(log.text().empty(), c.isLegal) << c.note;
@@ -183,6 +184,16 @@ TEST_F(NodeCreate, New_IsDirtyAndListedBeforeTheSceneIsNotified) {
     EXPECT_TRUE(dirty);
     EXPECT_EQ(count, 2u);
     EXPECT_EQ(m_journal.take(), "+in +>out");
+}
+
+TEST_F(NodeCreate, AttributesThatTheSceneRemovesAtOnce_AreNull) {
+    m_scene->then = [this] {
+        m_node.clearInputs();
+        m_node.clearOutputs();
+    };
+    EXPECT_EQ(m_node.createInput("a", AttrType::Real), nullptr);
+    EXPECT_EQ(m_node.createOutput("o", AttrType::Real), nullptr);
+    m_scene->then = nullptr;
 }
 
 TEST_F(NodeCreate, NodeHoldsTheOneReference) {

@@ -1,5 +1,6 @@
 // While a node is destroyed, its free callback edits the nodes that it refers to, in a scene that
 // records: no record may keep the node, which is being destroyed.
+#include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/scene.h"
 #include "tests/support/log_capture.h"
@@ -64,11 +65,14 @@ TEST_F(NodeEndsInScenes, NodeThatItsCallbackConverts_IsNotRecordedForIt) {
     expectEndOnce([this] { m_source.convertTo("other"); });
 }
 
-// Keeps the node of the former source alive.
+// Keeps the node of the former source or link alive.
 struct Keeper : SceneObserver {
     void inputConnected(const IInput* /*input*/, const IOutput* before,
                         const IOutput* /*after*/) override {
         kept = RefersTo<INode>(before->node());
+    }
+    void inputChanged(const IInput* /*input*/, const AttrData* previous) override {
+        kept = RefersTo<INode>(previous->value.asNode());
     }
     RefersTo<INode> kept;
 };
@@ -89,6 +93,35 @@ TEST_F(NodeEndsInScenes, NodeThatAnObserverKeeps_EndsWithTheLastReference) {
     EXPECT_EQ(impl_nodeInstanceCount(), alive - 1);
     EXPECT_EQ(s_frees, 1);
     m_scene.unsubscribe(&keeper);
+}
+
+TEST_F(NodeEndsInScenes, LinkedNodeThatAnObserverKeeps_EndsWithTheLastReference) {
+    const auto reader = m_scene.createNode("thing", "reader");
+    IInput* link = reader.createInput("link", AttrType::Node).get();
+    link->setNode(m_dying.get());
+    m_scene.setUndoEnabled(false);
+    Keeper keeper;
+    m_scene.subscribe(&keeper);
+    m_dying = {};
+    ASSERT_TRUE(keeper.kept);
+    EXPECT_EQ(s_frees, 0);
+    EXPECT_EQ(static_cast<Input*>(link)->value().asNode(), nullptr);
+    keeper.kept = {};
+    EXPECT_EQ(s_frees, 1);
+    m_scene.unsubscribe(&keeper);
+}
+
+TEST(NodeEnd, OutputThatIsHeld_HasNoTargetsLeft) {
+    Node reader(nullptr, "thing", "reader");
+    IInput* input = reader.createInput("in", AttrType::Real);
+    kelvo_sdk::Output held;
+    {
+        Node node(nullptr, "thing", "n");
+        held = kelvo_sdk::Output(node.createOutput("o", AttrType::Real));
+        EXPECT_TRUE(input->connect(held.get()));
+    }
+    EXPECT_EQ(input->source(), nullptr);
+    EXPECT_EQ(held->targetCount(), 0u);
 }
 
 struct Thrower : SceneObserver {

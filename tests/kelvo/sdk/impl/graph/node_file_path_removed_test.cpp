@@ -48,6 +48,40 @@ TEST_F(NodeSetPathLeaves, NodeRemovedMeanwhile_LeavesNoStepOpen) {
     EXPECT_NE(all.find("ungroup record("), std::string::npos) << all;
 }
 
+TEST_F(NodeSetPathLeaves, NodeRemovedMeanwhile_KeepsTheRestOfItsPath) {
+    const kelvo_sdk::Node held(m_node);
+    EXPECT_FALSE(m_node->setPath(String("a"), String("b"), String("c")));
+    EXPECT_EQ(held.asPath(), "");
+}
+
+TEST_F(NodeSetPathLeaves, NodeThatJoinedAnotherSceneMeanwhile_KeepsTheRestOfItsPath) {
+    const kelvo_sdk::Node held(m_node);
+    const auto other = RefersTo<Scene>::adopt(new Scene);
+    m_observer.then = [&] {
+        m_observer.then = nullptr;
+        m_scene->removeNode(m_node);
+        EXPECT_TRUE(other->addNode(m_node));
+    };
+    EXPECT_FALSE(m_node->setPath(String("a"), String("b"), String("c")));
+    EXPECT_EQ(held.asPath(), "");
+}
+
+TEST(NodeSetPathFree, InputTakenOffMeanwhile_DoesNotStopTheOthers) {
+    Node node(nullptr, "image", "img");
+    for (const char* part : {"dir", "file", "ext"})
+        node.createInput(part, AttrType::String);
+    Journal journal;
+    RecordingObserver observer("o", journal);
+    observer.then = [&] {
+        observer.then = nullptr;
+        node.removeInput(String("file"));
+    };
+    node.subscribe(&observer);
+    EXPECT_TRUE(node.setPath(String("a"), String("b"), String("c")));
+    EXPECT_EQ(static_cast<Input*>(node.lookUpInput("dir"))->value(), Value("a"));
+    node.unsubscribe(&observer);
+}
+
 // A sanitizer finds access to the node: the scene held the last reference.
 TEST_F(NodeSetPathLeaves, NodeGoneMeanwhile_IsNotTouchedAgain) {
     m_node->setPath(String("a"), String("b"), String("c"));

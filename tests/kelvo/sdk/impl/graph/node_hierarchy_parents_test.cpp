@@ -1,5 +1,6 @@
 #include "kelvo/sdk/impl/graph/input.h"
 #include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/scene.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/node_graph.h"
 #include "tests/support/node_probe.h"
@@ -80,6 +81,23 @@ TEST_F(NodeParents, UnparentFrom_EmptiesTheElementThatALaterParentToDoesNotReuse
     EXPECT_TRUE(a->parentTo(root));
     EXPECT_EQ(a->indexIn(root), 2);
     EXPECT_EQ(children(root), "BA");
+}
+
+TEST_F(NodeParents, IndexIn_AmongTheParentsInAScene_IsThatOfTheOneAsked) {
+    const auto scene = RefersTo<Scene>::adopt(new Scene);
+    INode* child = scene->createNode("xform", "C");
+    INode* parents[3];
+    for (INode*& parent : parents) {
+        parent = scene->createNode("xform", "P");
+        parent->createArray("children", AttrType::Node);
+        EXPECT_TRUE(child->parentTo(parent));
+    }
+    for (INode* parent : parents)
+        EXPECT_EQ(child->indexIn(parent), 0);
+    EXPECT_TRUE(child->unparentFrom(parents[1]));
+    EXPECT_EQ(child->indexIn(parents[1]), -1);
+    EXPECT_TRUE(child->parentTo(parents[1]));
+    EXPECT_EQ(child->indexIn(parents[1]), 1);
 }
 
 TEST_F(NodeParents, IndexIn_CountsElementsEmptiedLater) {

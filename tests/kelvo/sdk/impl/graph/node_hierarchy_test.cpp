@@ -190,6 +190,17 @@ TEST_F(NodeHierarchy, GetChildren_NeedsAnInputOfThatNameWithinTheLimit) {
     EXPECT_EQ(out.size(), 1u);
 }
 
+// A walk that entered nodes again on each way down would have 2^40 ways to go.
+TEST_F(NodeHierarchy, NodesOnManyWays_AreWalkedOnceForEachDepth) {
+    Node* root = make("R");
+    m_graph.addDiamonds(root, 40);
+    for (const i64 top : {0, -100, 7}) {
+        ds::Vector<INode*> out;
+        getChildren(root->findInputByName("children"), top, top + 100, out);
+        EXPECT_EQ(out.size(), 120u) << top;
+    }
+}
+
 // ---- Limits ------------------------------------------------------------------------------
 
 TEST_F(NodeHierarchy, EveryNegativeDepth_IsNoLimit) {

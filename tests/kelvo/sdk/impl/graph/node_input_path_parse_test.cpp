@@ -1,3 +1,4 @@
+#include "kelvo/sdk/scene.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/material_node.h"
 #include "tests/support/node_probe.h"
@@ -260,6 +261,27 @@ TEST_F(NodeInputPathParse, NoReference_IsTakenForTheCaller) {
     for (const char* name : {"text", "texts", "obj"})
         node.removeInput(name);
     EXPECT_EQ(text.get()->refCount(), 1);
+}
+
+// ---- Observers -----------------------------------------------------------------------------
+
+// Empties an array at the end of the edit that changes it.
+struct Emptier : BatchObserver {
+    explicit Emptier(const kelvo_sdk::Input& of) : array(of) {}
+    void sceneChanged(const SceneChanges& /*changes*/) override { array->clearInputs(); }
+    const kelvo_sdk::Input& array;
+};
+
+TEST(NodeInputPathParseInAScene, ElementRemovedAtTheEndOfTheEdit_IsNotReturned) {
+    const auto scene = kelvo_sdk::Scene::create();
+    scene.setUndoEnabled(true);
+    const kelvo_sdk::Node made = scene.createNode("thing", "n");
+    const kelvo_sdk::Input array = made.createArray("arr", AttrType::Int);
+    Emptier emptier(array);
+    scene.subscribe(&emptier);
+    EXPECT_EQ(static_cast<Node*>(made.get())->parseInputPath("arr[0]"), nullptr);
+    EXPECT_EQ(array.inputCount(), 0u);
+    scene.unsubscribe(&emptier);
 }
 
 } // namespace

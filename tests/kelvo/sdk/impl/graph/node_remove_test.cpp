@@ -146,7 +146,19 @@ TEST_F(NodeRemove, AllBeforeASceneThatAddsOneForEach_Ends) {
     };
     EXPECT_FALSE(m_node.clearInputs());
     EXPECT_GE(added, 3);
+    EXPECT_LE(added, 6);
     EXPECT_EQ(m_node.inputCount(), 3u);
+}
+
+TEST_F(NodeRemove, OneThatTheSceneAddsMeanwhile_GoesWithAll) {
+    Node node(m_scene.get(), "thing", "one");
+    node.createInput("a", AttrType::Real);
+    m_scene->then = [&] {
+        m_scene->then = nullptr;
+        node.createInput("b", AttrType::Real);
+    };
+    EXPECT_TRUE(node.clearInputs());
+    EXPECT_EQ(node.inputCount(), 0u);
 }
 
 TEST_F(NodeRemove, AllOfNone_IsTrueAndSilent) {
@@ -197,6 +209,16 @@ TEST_F(NodeRemove, LastReference_GoesAfterTheScene) {
     m_node.removeInput(String("s"));
     EXPECT_EQ(during, 2);
     EXPECT_EQ(text.get()->refCount(), 1);
+}
+
+TEST_F(NodeRemove, LastReferenceToAnOutput_GoesAfterTheScene) {
+    const String name("a_name_of_its_own");
+    m_node.createOutput(name, AttrType::Real);
+    i32 during = 0;
+    m_scene->then = [&] { during = name.get()->refCount(); };
+    m_node.removeOutput(name);
+    EXPECT_GE(during, 2);
+    EXPECT_EQ(name.get()->refCount(), 1);
 }
 
 TEST_F(NodeRemove, AttributeHeldElsewhere_LivesOnWithoutANode) {

@@ -102,6 +102,55 @@ TEST_F(NodeRows, OutputTakenBack_EndsAConnectionMadeWhileTheNodesWereOut) {
     EXPECT_EQ(leads(m_room, LeadKind::Dependencies).find("desk! "), std::string::npos);
 }
 
+TEST_F(NodeRows, NewInputWithALink_IsADependency) {
+    fillRows(m_scene);
+    implOf(m_desk.get())->createInput("home", AttrData::withDefault(Value(m_room.get())));
+    EXPECT_EQ(leads(m_desk, LeadKind::Dependencies), "room ");
+    EXPECT_EQ(faultsOf(m_scene), "");
+}
+
+TEST_F(NodeRows, ChangedSurroundings_DropTheRowsOfTheNodeAndItsNeighbours) {
+    fillRows(m_scene);
+    surroundingsChanged(*implOf(m_desk.get()));
+    for (const LeadKind kind : CompactGraph::allKinds)
+        EXPECT_FALSE(isKnown(m_desk, kind));
+    EXPECT_FALSE(isKnown(m_lamp, LeadKind::Dependencies));
+    EXPECT_FALSE(isKnown(m_room, LeadKind::Children));
+    EXPECT_TRUE(isKnown(m_room, LeadKind::Readers));
+}
+
+// Calls a function of the test when an output is removed.
+struct OutputObserver : SceneObserver {
+    void outputRemoved(const IOutput* /*output*/) override { then(); }
+    std::function<void()> then;
+};
+
+TEST_F(NodeRows, OutputThatIsBeingRemoved_HasNoReaders) {
+    OutputObserver observer;
+    std::string readers;
+    observer.then = [&] { readers = leads(m_desk, LeadKind::Readers); };
+    m_scene.subscribe(&observer);
+    fillRows(m_scene);
+    EXPECT_TRUE(m_desk->removeOutput(u64(0)));
+    EXPECT_EQ(readers, "room ");
+    EXPECT_EQ(faultsOf(m_scene), "");
+    m_scene.unsubscribe(&observer);
+}
+
+TEST_F(NodeRows, ReadersOfAnOutputThatIsBeingRemoved_AreDirty) {
+    OutputObserver observer;
+    bool isDirty = false;
+    observer.then = [&] { isDirty = m_lamp.dirty(); };
+    m_scene.setDirtyStateCached(true);
+    for (const kelvo_sdk::Node& node : {m_room, m_lamp, m_desk})
+        node->setDirty(false);
+    EXPECT_FALSE(m_lamp.dirty());
+    m_scene.subscribe(&observer);
+    EXPECT_TRUE(m_desk->removeOutput(u64(0)));
+    EXPECT_TRUE(isDirty);
+    m_scene.unsubscribe(&observer);
+}
+
 TEST_F(NodeRows, BasesThatMakeATransform_GiveItChildren) {
     m_lamp.get()->createArray("children", AttrType::Node)->appendElement()->setNode(m_desk.get());
     EXPECT_EQ(leads(m_lamp, LeadKind::Children), "");

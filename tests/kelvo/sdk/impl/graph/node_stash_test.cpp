@@ -46,9 +46,9 @@ TEST_F(NodeStash, WithoutModifiers_DoesNothing) {
 TEST_F(NodeStash, InputsThatModifiersName_AreStashed) {
     m_second.setBases({"modifier"}, false, false);
     addModifier(m_first, "a,B");
-    addModifier(m_second, "b");
+    addModifier(m_second, "b,c");
     m_node.stash();
-    EXPECT_EQ(stashed(), "ab");
+    EXPECT_EQ(stashed(), "abc");
 }
 
 TEST_F(NodeStash, InputsAtAnyDepth_AreStashed) {

@@ -136,10 +136,13 @@ TEST_F(SceneCommentsOfANode, RemoveAttributes_TheirCommentsGo) {
 TEST_F(SceneCommentsOfANode, RedoneRemoval_TakesTheCommentsAlongAgain) {
     m_scene.setUndoEnabled(true);
     m_comments.set(m_input, trailing("# input"));
+    m_comments.set(m_output, trailing("# output"));
     m_node->removeInput("a");
-    m_scene.undo();
-    EXPECT_FALSE(m_comments.empty());
-    m_scene.redo();
+    m_node->removeOutput("o");
+    EXPECT_TRUE(m_scene.undo() && m_scene.undo());
+    EXPECT_NE(m_comments.find(m_input), nullptr);
+    EXPECT_NE(m_comments.find(m_output), nullptr);
+    EXPECT_TRUE(m_scene.redo() && m_scene.redo());
     EXPECT_TRUE(m_comments.empty());
 }
 
@@ -148,6 +151,19 @@ TEST_F(SceneCommentsOfANode, Conversion_LeavesNoneWithTheNodeBefore) {
     m_comments.set(m_node, trailing("# node"));
     const INode* after = m_node->convertTo("xform");
     ASSERT_NE(m_comments.find(after), nullptr);
+    EXPECT_EQ(m_comments.find(before.get()), nullptr);
+}
+
+TEST_F(SceneCommentsOfANode, UndoneConversion_LeavesNoneWithTheReplacement) {
+    m_scene.setUndoEnabled(true);
+    const RefersTo<INode> before(m_node);
+    m_comments.set(m_node, trailing("# node"));
+    const RefersTo<INode> after(m_node->convertTo("xform"));
+    m_scene.undo();
+    EXPECT_EQ(m_comments.find(after.get()), nullptr);
+    EXPECT_NE(m_comments.find(before.get()), nullptr);
+    m_scene.redo();
+    EXPECT_NE(m_comments.find(after.get()), nullptr);
     EXPECT_EQ(m_comments.find(before.get()), nullptr);
 }
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 
 namespace qv::kelvo_sdk::impl {
@@ -78,6 +79,38 @@ TEST_F(SceneFollowerTest, ConvertedNode_IsReplaced) {
     m_scene["a"]->setDirty(false);
     EXPECT_EQ(heardOf([&] { m_scene["a"].convertTo("u"); }),
               "expect node;expect node;taken out a;entered a;left a;changed a;ended;");
+}
+
+// Has no memory for what will change.
+struct Refuser : SceneFollower {
+    void expect(const IInput* /*input*/) override {
+        ++asked;
+        throw std::bad_alloc();
+    }
+    void expect(const IOutput* /*output*/) override { throw std::bad_alloc(); }
+    int asked = 0;
+};
+
+TEST_F(SceneFollowerTest, RemovalOfAnOutputThatIsRefused_ChangesNothing) {
+    const kelvo_sdk::Node node = m_scene.createNode("t", "a");
+    node.createOutput("o", AttrType::Int);
+    Refuser refuser;
+    followers().join(refuser);
+    EXPECT_THROW(node->removeOutput("o"), std::bad_alloc);
+    followers().leave(refuser);
+    EXPECT_EQ(node->outputCount(), 1u);
+}
+
+TEST_F(SceneFollowerTest, RemovalOfAllThatIsRefused_IsNotTriedAgain) {
+    const kelvo_sdk::Node node = m_scene.createNode("t", "a");
+    for (const char* name : {"x", "y"})
+        node.createInput(name, AttrType::Int);
+    Refuser refuser;
+    followers().join(refuser);
+    EXPECT_THROW(node->clearInputs(), std::bad_alloc);
+    followers().leave(refuser);
+    EXPECT_EQ(refuser.asked, 1);
+    EXPECT_EQ(node.inputCount(), 2u);
 }
 
 TEST_F(SceneFollowerTest, UndoneRemoval_Enters) {

@@ -110,6 +110,17 @@ TEST_F(SceneNotify, SilentMember_LeavesTheSceneCleanWithAndWithoutObservers) {
     }
 }
 
+TEST_F(SceneNotify, SilentInputs_MakeTheirNodeDirtyAlone) {
+    m_scene->unsubscribe(&m_recorder);
+    m_scene->setDirty(false);
+    m_node->setDirty(false);
+    AttrData data(AttrType::Real);
+    data.silent = true;
+    static_cast<Node*>(m_node)->createInput("quiet", data);
+    EXPECT_TRUE(m_node->dirty(false));
+    EXPECT_FALSE(m_scene->isDirty());
+}
+
 TEST_F(SceneNotify, SubscribingTwice_IsRefused) {
     EXPECT_FALSE(m_scene->subscribe(&m_recorder));
     EXPECT_TRUE(m_scene->unsubscribe(&m_recorder));

@@ -136,6 +136,9 @@ TEST_F(HistoryTest, ElementsOfOnePath_AreOneStep) {
     EXPECT_EQ(m_scene.undoCount(), steps + 1);
     m_node->parseInputPath("legs[2]");
     EXPECT_EQ(m_scene.undoCount(), steps + 1);
+    m_node->createArray("grid", AttrType::Array);
+    m_node->parseInputPath("grid[0][0]");
+    EXPECT_EQ(m_scene.undoCount(), steps + 3);
 }
 
 TEST_F(HistoryTest, ValueThatIsThereAlready_LeavesNoTrace) {
@@ -180,6 +183,8 @@ TEST_F(HistoryTest, StepWithoutText_GetsATrueOne) {
     EXPECT_EQ(doText(), "Remove lamp.out");
     m_scene.renameNode(kelvo_sdk::Node(m_node), "light");
     EXPECT_EQ(doText(), "Rename node 'lamp' to 'light'");
+    m_scene["light"].convertTo("lantern");
+    EXPECT_EQ(doText(), "Convert node 'light' from 'thing' to 'lantern'");
     node("moon");
     EXPECT_EQ(doText(), "Add node 'moon'");
 }
@@ -269,6 +274,49 @@ TEST_F(HistoryTest, RemovedNode_CountsAsBytesWhileItIsOut) {
     EXPECT_LT(m_scene.redoStep(0).bytes, 1000u);
 }
 
+TEST_F(HistoryTest, CreatedNode_CountsOnceTheCreationIsUndone) {
+    node("x");
+    const u64 bytes = m_scene.undoStep(0).bytes;
+    m_scene.undo();
+    EXPECT_EQ(m_scene.redoStep(0).bytes, bytes + sizeof(Node));
+}
+
+TEST_F(HistoryTest, ConnectionsOfAConvertedNode_CountToo) {
+    auto* output = node("sun")->createOutput("o", AttrType::Real);
+    m_radius->connect(output);
+    m_radius->disconnect();
+    m_scene["lamp"].convertTo("lantern");
+    const u64 bytes = m_scene.undoStep(0).bytes;
+    m_scene.undo();
+    m_radius->connect(output);
+    m_scene["lamp"].convertTo("lantern");
+    EXPECT_GT(m_scene.undoStep(0).bytes, bytes);
+}
+
+TEST_F(HistoryTest, RemovedNode_CountsItsOutputs) {
+    const auto bytes = [this](std::size_t length) {
+        auto* output = static_cast<Output*>(node("x")->createOutput("out", AttrType::String));
+        output->setValue(Value(String(std::string(length, 'x').c_str())));
+        m_scene.removeNode(m_scene["x"]);
+        return m_scene.undoStep(0).bytes;
+    };
+    EXPECT_EQ(bytes(101), bytes(1) + 100);
+}
+
+TEST_F(HistoryTest, ConvertedNode_CountsAsBytesEachTimeTheSame) {
+    m_node->createInput("text", AttrType::String)
+        ->setString(String(std::string(5000, 'x').c_str()));
+    m_radius->connect(node("sun")->createOutput("o", AttrType::Real));
+    m_scene["lamp"].convertTo("lantern");
+    const u64 bytes = m_scene.undoStep(0).bytes;
+    EXPECT_GT(bytes, sizeof(Node) + 5000);
+    for (int round = 0; round < 3; ++round) {
+        m_scene.undo();
+        m_scene.redo();
+    }
+    EXPECT_EQ(m_scene.undoStep(0).bytes, bytes);
+}
+
 TEST_F(HistoryTest, RemovedInput_CountsAsBytesWhileItIsOut) {
     auto* text = m_node->createInput("text", AttrType::String);
     text->setString(String(std::string(5000, 'x').c_str()));
@@ -286,6 +334,7 @@ TEST_F(HistoryTest, RemovedOutput_CountsWithItsName) {
     m_node->removeOutput(longName.c_str());
     EXPECT_GT(m_scene.undoStep(1).bytes, sizeof(Output));
     EXPECT_EQ(m_scene.undoStep(0).bytes, m_scene.undoStep(1).bytes + 99);
+    EXPECT_EQ(m_scene.undoStep(3).bytes + sizeof(Output) + 1, m_scene.undoStep(1).bytes);
 }
 
 TEST_F(HistoryTest, ValueOfAnOutput_CountsAsBytesWhileItIsUndone) {
@@ -294,17 +343,34 @@ TEST_F(HistoryTest, ValueOfAnOutput_CountsAsBytesWhileItIsUndone) {
     EXPECT_LT(m_scene.undoStep(0).bytes, 1000u);
     m_scene.undo();
     EXPECT_GT(m_scene.redoStep(0).bytes, 5000u);
+    EXPECT_LT(m_scene.redoStep(0).bytes, 6000u);
 }
 
-// Reads a text with an unreadable line between its nodes, which is kept, and undoes the read.
-u64 bytesOfUndoneText(const std::string& comment, const std::string& line) {
+// Reads a text and undoes the read.
+u64 bytesOfUndone(const std::string& text) {
     const auto scene = kelvo_sdk::Scene::create();
     scene.setUndoEnabled(true);
-    const std::string text =
-        "kelvo scene 1\n\nnode t \"a\" {\n}\n# " + comment + "\n" + line + "\n";
     EXPECT_TRUE(scene.read(text.c_str(), "a.kns", {.isPartial = true}).isRead);
     scene.undo();
     return scene.redoStep(0).bytes;
+}
+
+// The text has an unreadable line behind its node, which is kept.
+u64 bytesOfUndoneText(const std::string& comment, const std::string& line) {
+    return bytesOfUndone("kelvo scene 1\n\nnode t \"a\" {\n}\n# " + comment + "\n" + line + "\n");
+}
+
+TEST(History, CommentsOfTheText_CountWhereverTheyStand) {
+    const std::string node = "\n\nnode t \"a\" {\n}\n";
+    const std::string brief = "# c", lengthy = "# " + std::string(101, 'c');
+    const auto bytes = [&](const std::string& first, const std::string& head,
+                           const std::string& end) {
+        return bytesOfUndone(first + "\nkelvo scene 1 " + head + node + "\n" + end + "\n");
+    };
+    const u64 least = bytes(brief, brief, brief);
+    EXPECT_EQ(bytes(lengthy, brief, brief), least + 100);
+    EXPECT_EQ(bytes(brief, lengthy, brief), least + 100);
+    EXPECT_EQ(bytes(brief, brief, lengthy), least + 100);
 }
 
 TEST(History, UnreadLines_CountWithTheirComments) {

@@ -5,6 +5,8 @@
 #include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/impl/graph/scene.h"
 #include "kelvo/sdk/scene.h"
+#include "tests/support/library_text.h"
+#include "tests/support/node_probe.h"
 
 #include <gtest/gtest.h>
 
@@ -106,6 +108,38 @@ TEST_P(UndoFreeLinks, TieOfAConvertedNode_ComesBack) {
     expectBack([this] {
         m_holder = {};
         m_scene["holder"].convertTo("u");
+    });
+}
+
+TEST_P(UndoFreeLinks, TieOfANodeThatComesAndGoes_HoldsTheFreeNodeOnce) {
+    for (const bool isConverted : {true, false}) {
+        m_scene.setUndoEnabled(false);
+        EXPECT_TRUE(tie());
+        m_scene.setUndoEnabled(true);
+        if (isConverted)
+            m_scene["holder"].convertTo("u");
+        else
+            m_scene.removeNode(m_scene["holder"]);
+        EXPECT_TRUE(m_scene.undo() && m_scene.redo());
+        const i32 references = tests::probe(*m_free).refCount();
+        for (int round = 0; round < 3; ++round)
+            EXPECT_TRUE(m_scene.undo() && m_scene.redo());
+        EXPECT_EQ(tests::probe(*m_free).refCount(), references) << isConverted;
+        EXPECT_TRUE(m_scene.undo());
+    }
+}
+
+TEST_P(UndoFreeLinks, TieThatTheNewTypeLacks_ComesBack) {
+    const auto library = tests::libraryOf("type full {\n    Node link = null\n    Real in = 0\n"
+                                          "    Array<Node> list = []\n}\ntype bare {\n}\n");
+    m_scene.setUndoEnabled(false);
+    m_scene.addLibrary(kelvo_sdk::LibInfo(library.get()));
+    m_scene.removeNode(m_holder);
+    m_scene.createNode("full", "holder")["list"].append();
+    expectBack([this] {
+        ConversionLosses losses;
+        m_holder = {};
+        m_scene["holder"].convertTo("bare", &losses);
     });
 }
 

@@ -120,6 +120,23 @@ TEST_F(UndoInside, NodeRemoved_LeavesNoPlaceAtTheEndToMoveBackTo) {
     expectRedoneIs(last);
 }
 
+struct MoveCounter : SceneObserver {
+    void nodeMoved(interfaces::INode* /*node*/, u64 /*from*/) override { ++count; }
+    int count = 0;
+};
+
+TEST_F(UndoInside, MoveThatWasPassedOver_IsPassedOverWhenItIsRedone) {
+    MoveCounter moves;
+    makeThreeNodes();
+    m_scene.moveNode(m_scene["c"], 0);
+    m_scene["b"]["r"].set(1.0);
+    undoAnd([this] { m_scene.removeNode(m_scene["a"]); });
+    m_scene.subscribe(&moves);
+    EXPECT_TRUE(m_scene.undo() && m_scene.redo());
+    EXPECT_EQ(moves.count, 0);
+    m_scene.unsubscribe(&moves);
+}
+
 TEST_F(UndoInside, NodeRemoved_IsNotMovedBack) {
     makeThreeNodes();
     m_scene.moveNode(m_scene["a"], 2);
@@ -151,6 +168,17 @@ TEST_F(UndoInside, InputRemoved_IsNotThereForItsCreation) {
     const std::string last = tests::textOf(m_scene);
     undoAnd([&] { node.removeInput("r"); });
     expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
+TEST_F(UndoInside, OutputRemoved_IsThereOnceWhenAllIsRedone) {
+    const Node node = m_scene.createNode("t", "a");
+    node.createInput("r", AttrType::Real);
+    node.createOutput("o", AttrType::Real);
+    node["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([&] { node->removeOutput("o"); });
+    EXPECT_TRUE(m_scene.undo());
     expectRedoneIs(last);
 }
 

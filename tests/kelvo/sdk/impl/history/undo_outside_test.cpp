@@ -240,6 +240,17 @@ TEST_F(UndoStray, LinkOfARemovedOrConvertedNode_ComesBack) {
     }
 }
 
+TEST_F(UndoStray, LinkMadeWhileTheNodeWasOut_ComesBack) {
+    auto stray = makeStray();
+    const Node node = m_scene.createNode("t", "n");
+    EXPECT_TRUE(m_scene.undo());
+    EXPECT_TRUE(node.createInput("l", AttrType::Node)->setNode(stray.get()));
+    EXPECT_TRUE(m_scene.redo() && m_scene.undo());
+    stray = {};
+    EXPECT_TRUE(m_scene.redo());
+    EXPECT_EQ(node["l"].asNode(false, nullptr).name(), "stray");
+}
+
 TEST(UndoOutside, InputRemovedFromTheNodeThatWasConverted) {
     const Scene scene = Scene::create();
     scene.setUndoEnabled(true);
@@ -264,6 +275,42 @@ TEST(UndoOutside, NodeThatWasConvertedAndJoinedAnotherScene_StaysThere) {
     EXPECT_EQ(before->scene(), other.get());
     EXPECT_TRUE(scene.verify().empty());
     EXPECT_TRUE(other.verify().empty());
+}
+
+TEST(UndoOutside, NodeThatWasRemovedAndAddedInOneStep_ComesBackToItsPlace) {
+    const Scene scene = Scene::create();
+    const Node node = scene.createNode("t", "x");
+    scene.createNode("t", "y");
+    scene.setUndoEnabled(true);
+    {
+        const Scene::UndoScope scope(scene, "do", "undo");
+        scene.removeNode(node);
+        static_cast<impl::Scene&>(*scene.get()).addNode(static_cast<impl::Node*>(node.get()));
+    }
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(scene.undo());
+        EXPECT_EQ(scene.node(0), node);
+        EXPECT_TRUE(scene.redo());
+        EXPECT_EQ(scene.node(1), node);
+        EXPECT_TRUE(scene.verify().empty());
+    }
+}
+
+TEST(UndoOutside, NodeThatWasConvertedAndAddedInOneStep_ComesBackToItsPlace) {
+    const Scene scene = Scene::create();
+    const Node node = scene.createNode("t", "x");
+    scene.setUndoEnabled(true);
+    {
+        const Scene::UndoScope scope(scene, "do", "undo");
+        node.convertTo("u");
+        scene.renameNode(scene["x"], "y");
+        static_cast<impl::Scene&>(*scene.get()).addNode(static_cast<impl::Node*>(node.get()));
+    }
+    EXPECT_EQ(scene.nodeCount(), 2u);
+    EXPECT_TRUE(scene.undo());
+    EXPECT_EQ(scene.nodeCount(), 1u);
+    EXPECT_EQ(scene["x"], node);
+    EXPECT_TRUE(scene.verify().empty());
 }
 
 TEST(UndoOutside, SourceOnANodeThatTheStepAloneHolds_ComesBack) {
