@@ -102,7 +102,8 @@ node thing "k" {
     OomWitness witness;
     // Objects that operations prepare and use.
     Node node, second;
-    // A node outside of the scene that is destroyed after it.
+    // A node outside of the scene that outlives it, because observers of removed nodes would be
+    // told of its end.
     Node lasting;
     Input input;
     Output output;

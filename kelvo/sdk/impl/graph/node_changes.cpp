@@ -72,27 +72,35 @@ void OutputListChange::prepareSwap(Scene& /*scene*/) {
     if (m_isIn) m_output->disconnectTargets();
 }
 
-// A removed node may have been changed through a handle: does nothing when the change does not fit
-// any more.
+// An output that observers of another undo removed stays out. Swapping back skips it too.
 void OutputListChange::swap(Scene& scene) {
     m_isIn = !m_isIn;
-    // An output whose removal is not complete still has its node.
-    const bool isBetween = m_isIn && m_output->node() == m_node.get() &&
-                           !m_node->outputs().contains(m_output.get());
-    if (!isBetween && m_output->node() != (m_isIn ? nullptr : m_node.get())) return;
-    if (m_isIn) {
-        m_node->put(m_output, m_index, {});
-        m_output->entered(m_node.get(), {});
-        scene.comments().putBack(m_comments);
-        m_node->onOutputAdded(m_output.get());
-        return;
-    }
+    if (std::exchange(m_isPassedOver, false)) return;
+    m_isPassedOver = !(m_isIn ? putIn(scene) : takeOut(scene));
+}
+
+// A removed node may have been changed through a handle: returns false when the change does not fit
+// any more. An output whose removal is not complete still has its node.
+bool OutputListChange::putIn(Scene& scene) {
+    const INode* present = m_output->node();
+    if (present && (present != m_node.get() || m_node->outputs().contains(m_output.get())))
+        return false;
+    m_node->put(m_output, m_index, {});
+    m_output->entered(m_node.get(), {});
+    scene.comments().putBack(m_comments);
+    m_node->onOutputAdded(m_output.get());
+    return true;
+}
+
+bool OutputListChange::takeOut(Scene& scene) {
+    if (m_output->node() != m_node.get()) return false;
     keepComments([&] { takeComments(scene.comments()); });
     m_node->takeOutput(indexInList<IOutput>(m_node->outputs(), m_output.get()), {});
     // Takes over the reference of the list.
     auto leaving = RefersTo<Output>::adopt(m_output.get());
     m_node->onOutputRemoved(m_output.get());
     afterNotifications([leaving = std::move(leaving)] { leaving->clearNode({}); });
+    return true;
 }
 
 u64 OutputListChange::bytes() const {

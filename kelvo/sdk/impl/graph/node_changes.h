@@ -28,11 +28,15 @@ public:
     [[nodiscard]] String text() const override;
 
 private:
+    bool putIn(Scene& scene);
+    bool takeOut(Scene& scene);
+
     RefersTo<Output> m_output;
     RefersTo<Node> m_node;
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
+    bool m_isPassedOver = false;
 };
 
 /// The value of an output was set.
@@ -74,13 +78,13 @@ public:
 private:
     void takeFreeName(const Scene& scene);
 
+    // Nodes outside of scenes that the node refers to, or did when it was last removed; this record
+    // may have the only references, and the node ends first. Has capacity for as many again.
+    std::vector<RefersTo<INode>> m_strays;
     RefersTo<Node> m_node;
     u64 m_index;
     bool m_isIn;
     SceneComments::Kept m_comments;
-    // Nodes outside of scenes that the node refers to, or did when it was last removed; this record
-    // may have the only references. Has capacity for as many again.
-    std::vector<RefersTo<INode>> m_strays;
     // The place of a removed node.
     NodeTable::Place m_place;
     // The own name of a node that was restored under another one, because its own was taken.
@@ -118,15 +122,15 @@ private:
     static void makeRoom(const Node& node, std::vector<Source>& sources, Strays& strays);
     void restore(const std::vector<Source>& sources);
 
+    // Nodes outside of scenes that the replaced node refers to, which ends first.
+    Strays m_strays;
+    // Nodes outside of scenes that the current node refers to, or did while it was replaced.
+    Strays m_otherStrays;
     RefersTo<Node> m_out;
     RefersTo<Node> m_in;
     std::vector<Source> m_sources;
-    // Nodes outside of scenes that the replaced node refers to.
-    Strays m_strays;
     // Empty, with capacity for the sources of the current node.
     std::vector<Source> m_room;
-    // Nodes outside of scenes that the current node refers to, or did while it was replaced.
-    Strays m_otherStrays;
     // Comments of the replaced node.
     SceneComments::Kept m_comments;
     // Empty, with the memory for those of the current node once it was put back.

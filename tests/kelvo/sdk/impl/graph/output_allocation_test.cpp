@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+
 namespace qv::kelvo_sdk {
 namespace {
 
@@ -35,6 +37,36 @@ TEST(OutputOutOfMemory, Removal_TakesThatAnObserverDisconnectsTheOtherReaders) {
     EXPECT_EQ(observer.calls, 3);
     EXPECT_EQ(output.targetCount(), 0u);
     EXPECT_TRUE(scene.verify().empty());
+}
+
+// Returns how many outputs a node has after one that was made is undone, or its removal redone,
+// while memory runs out at the given allocation; `hasFailed` tells whether it did.
+u64 outputsAfter(bool isRedo, u64 which, bool& hasFailed) {
+    const Scene scene = Scene::create();
+    const Node source = scene.createNode("t", "source");
+    EXPECT_TRUE(scene.setUndoEnabled(true));
+    const Output output = source.createOutput("o", AttrType::Real);
+    if (isRedo) {
+        EXPECT_TRUE(source->removeOutput("o"));
+        EXPECT_TRUE(scene.undo());
+    }
+    OomMemory::arm(OomMemory::Fails::FromThen, which);
+    try {
+        static_cast<void>(isRedo ? scene->redo() : scene->undo());
+    } catch (const std::bad_alloc&) {
+        hasFailed = true;
+    }
+    OomMemory::disarm();
+    return source.outputCount();
+}
+
+TEST(OutputOutOfMemory, UndoAndRedoThatFail_LeaveTheOutputOnItsNode) {
+    for (const bool isRedo : {false, true})
+        for (u64 which = 1; which < 10; ++which) {
+            bool hasFailed = false;
+            const u64 outputs = outputsAfter(isRedo, which, hasFailed);
+            EXPECT_EQ(outputs, hasFailed ? 1u : 0u) << isRedo << " " << which;
+        }
 }
 
 } // namespace

@@ -58,6 +58,17 @@ protected:
     std::function<void()> m_then;
 };
 
+TEST_F(UndoInside, OutputRemoved_IsNotThereForItsCreation) {
+    const Node node = m_scene.createNode("t", "a");
+    node.createInput("r", AttrType::Real);
+    node.createOutput("o", AttrType::Real);
+    node["r"].set(1.0);
+    const std::string last = tests::textOf(m_scene);
+    undoAnd([&] { node->removeOutput("o"); });
+    expectSoundBothWays();
+    expectRedoneIs(last);
+}
+
 TEST_F(UndoInside, NodeConverted_IsNotThereForItsCreation) {
     const i64 alive = impl_nodeInstanceCount();
     m_scene.createNode("t", "a").createInput("r", AttrType::Real);
