@@ -100,6 +100,29 @@ TEST(Memory, MapsAndTexts_GiveAllBack) {
     EXPECT_EQ(ds::EmptyArrays::usage().taken, cells);
 }
 
+// Returns how many blocks of memory are left of a map with entries in all buckets but those below
+// `firstBucket`.
+i64 leftOfAFullMap(u64 firstBucket) {
+    const i64 before = live;
+    {
+        Map map;
+        for (int i = 0; i < 4000; ++i)
+            if (const String key = String::format("key%d", i); key.hash() % 256 >= firstBucket)
+                map.set(key, "value");
+        for (u64 i = 0; i < 256; ++i)
+            EXPECT_EQ(map.bucket(i).empty(), i < firstBucket) << i;
+    }
+    return live - before;
+}
+
+TEST(Memory, MapsWithFullBuckets_GiveAllBack) {
+    leftOfAFullMap(0);
+    const u64 cells = ds::EmptyArrays::usage().taken;
+    EXPECT_EQ(leftOfAFullMap(0), 0);
+    EXPECT_EQ(leftOfAFullMap(1), 0);
+    EXPECT_EQ(ds::EmptyArrays::usage().taken, cells);
+}
+
 TEST(HashMapOutOfMemory, Copying_DestroysWhatWasBuilt) {
     const Map map = fiftyEntries();
     const u64 runs = ds::EmptyArrays::usage().taken;

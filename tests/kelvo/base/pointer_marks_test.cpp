@@ -36,6 +36,14 @@ TEST(PointerMarks, FoundValue_CanBeChanged) {
     EXPECT_EQ(*std::as_const(marks).find(objectAt(0)), 5);
 }
 
+TEST(PointerMarks, AbsentObject_IsNotFoundAmongAnyNumber) {
+    Marks marks;
+    for (u64 i = 0; i < 200; ++i) {
+        marks.add(objectAt(i), 7);
+        EXPECT_EQ(marks.find(objectAt(1000)), nullptr) << i;
+    }
+}
+
 TEST(PointerMarks, Many_AreKeptApart) {
     Marks marks;
     constexpr u64 kCount = 20'000;
