@@ -108,7 +108,8 @@ TYPED_TEST(MathIndex, ComponentsStandSideBySideAndNothingElse) {
 }
 
 TEST(Math, Translation_StandsInTheLastRow) {
-    const Mat4d matrix = Mat4d::translation({0, 2.5, 0});
+    const Vec3d offset{0, 2.5, 0};
+    const Mat4d matrix = Mat4d::translation(offset);
     EXPECT_EQ(matrix[3][1], 2.5);
     EXPECT_EQ((Pos3d{1, 1, 1} * matrix), (Pos3d{1, 3.5, 1}));
 }

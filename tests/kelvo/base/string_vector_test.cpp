@@ -12,6 +12,7 @@ TEST(StringVector, Layout_IsAHandle) {
 
 TEST(StringVector, Default_IsEmpty) {
     StringVector list;
+    EXPECT_TRUE(list.isEmpty());
     EXPECT_TRUE(list.empty());
     EXPECT_EQ(list.size(), 0u);
     EXPECT_EQ(list.begin(), list.end());

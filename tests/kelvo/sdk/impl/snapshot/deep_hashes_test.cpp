@@ -111,7 +111,7 @@ TEST_F(DeepHashesTest, EqualContent_OfTwoScenesInAnyOrder_HasEqualHashes) {
 TEST_F(DeepHashesTest, ManyNodes_HaveTheSameHashesOnAnyNumberOfThreads) {
     const Scene other = Scene::create();
     for (const Scene& scene : {m_scene, other})
-        for (int i = 0; i < 10000; ++i) {
+        for (u64 i = 0; i < 10000; ++i) {
             const Node node = scene.createNode("thing", ("n" + std::to_string(i)).c_str());
             node.createInput("x", AttrType::Real).set(i);
             node.createInput("next", AttrType::Node).set(scene.node(i / 2));
