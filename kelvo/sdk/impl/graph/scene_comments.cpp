@@ -316,6 +316,7 @@ void SceneComments::putBack(Kept& kept) {
     }
     kept.m_entries.clear();
     kept.m_names.clear();
+    kept.m_list = {};
     kept.m_behind = nullptr;
 }
 
