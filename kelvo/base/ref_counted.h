@@ -90,13 +90,8 @@ public:
         return *this;
     }
     RefersTo& operator=(RefersTo&& other) noexcept {
-        T* old = m_object;
-        m_object = std::exchange(other.m_object, nullptr);
-        if (this == &other) {
-            m_object = old;
-            return *this;
-        }
-        release(old);
+        T* const moved = std::exchange(other.m_object, nullptr);
+        release(std::exchange(m_object, moved));
         return *this;
     }
 

@@ -157,6 +157,8 @@ public:
     [[nodiscard]] Input input(u64 index) const;
     /// Returns the member of that name; empty, and logged, when there is none.
     [[nodiscard]] Input operator[](const NameView& name) const;
+    // 0 would be a null name; `input(0)` is by position.
+    Input operator[](int) const = delete;
     /// Returns the member or element of that name, borrowed and valid until it is removed; null,
     /// without a log entry, when there is none.
     [[nodiscard]] interfaces::IInput* borrowInput(const NameView& name) const noexcept;

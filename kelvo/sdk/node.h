@@ -53,6 +53,8 @@ public:
 
     /// Returns the input of that name; empty, with a log entry, when there is none.
     [[nodiscard]] Input operator[](const NameView& name) const;
+    // 0 would be a null name; `input(0)` is by position.
+    Input operator[](int) const = delete;
     [[nodiscard]] u64 inputCount() const { return get() ? get()->inputCount() : 0; }
     [[nodiscard]] Input input(u64 index) const;
     /// Returns the input of that name, borrowed and valid until it is removed; null, without a log

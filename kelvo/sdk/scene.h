@@ -79,6 +79,8 @@ public:
     Made<Node> createNode(String type, String name) const;
     [[nodiscard]] Node findNode(const NameView& name) const;
     [[nodiscard]] Node operator[](const NameView& name) const { return findNode(name); }
+    // 0 would be a null name; `node(0)` is by position.
+    Node operator[](int) const = delete;
     /// Clears every link and connection to the node and drops the scene's reference.
     Result removeNode(const Node& node) const;
     /// Renames a node; a name in use gets the next free number.

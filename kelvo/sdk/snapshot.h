@@ -80,6 +80,8 @@ public:
     /// Returns the node of that name, without regard to case; empty when there is none.
     [[nodiscard]] SnapshotNode findNode(const NameView& name) const noexcept;
     [[nodiscard]] SnapshotNode operator[](const NameView& name) const noexcept;
+    // 0 would be a null name; `node(0)` is by position.
+    SnapshotNode operator[](int) const = delete;
     /// Returns the node of that number; empty when there is none.
     [[nodiscard]] SnapshotNode nodeWithNumber(NodeNumber number) const noexcept;
     /// Returns all nodes in creation order. Faster than one after the other.
@@ -161,6 +163,8 @@ public:
     [[nodiscard]] SnapshotInput input(u64 index) const noexcept;
     /// Returns the first input of that name, without regard to case; empty when there is none.
     [[nodiscard]] SnapshotInput operator[](const NameView& name) const noexcept;
+    // 0 would be a null name; `input(0)` is by position.
+    SnapshotInput operator[](int) const = delete;
     /// Returns the input at a path like "array[3].member"; empty when a step of the path fails.
     [[nodiscard]] SnapshotInput inputAt(const String& path) const;
     [[nodiscard]] u64 outputCount() const noexcept;
@@ -353,6 +357,8 @@ public:
     [[nodiscard]] SnapshotInput input(u64 index) const noexcept;
     /// Returns the first member of that name, without regard to case; empty when there is none.
     [[nodiscard]] SnapshotInput operator[](const NameView& name) const noexcept;
+    // 0 would be a null name; `input(0)` is by position.
+    SnapshotInput operator[](int) const = delete;
 
     [[nodiscard]] bool operator==(const SnapshotInput&) const noexcept = default;
 
