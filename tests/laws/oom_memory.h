@@ -21,4 +21,20 @@ public:
     OomMemory() = delete;
 };
 
+/// Returns how many allocations an action requests.
+template<typename Action>
+u64 allocationsOf(const Action& action) {
+    OomMemory::arm(OomMemory::Fails::Never, 0);
+    action();
+    return OomMemory::disarm();
+}
+
+/// Makes all allocations of an action fail.
+template<typename Action>
+void withoutMemory(const Action& action) {
+    OomMemory::arm(OomMemory::Fails::FromThen, 1);
+    action();
+    OomMemory::disarm();
+}
+
 } // namespace qv::tests

@@ -10,15 +10,7 @@
 namespace qv {
 namespace {
 
-using tests::OomMemory;
-
-// Returns how many allocations an action requests.
-template<typename Action>
-u64 allocationsOf(const Action& action) {
-    OomMemory::arm(OomMemory::Fails::Never, 0);
-    action();
-    return OomMemory::disarm();
-}
+using tests::allocationsOf;
 
 TEST(StringIOAllocation, RoomThatIsThere_IsNotReservedAgain) {
     StringIO io;

@@ -8,15 +8,7 @@
 namespace qv::kelvo_sdk {
 namespace {
 
-using tests::OomMemory;
-
-// Returns how many allocations an action requests.
-template<typename Action>
-u64 allocationsOf(const Action& action) {
-    OomMemory::arm(OomMemory::Fails::Never, 0);
-    action();
-    return OomMemory::disarm();
-}
+using tests::allocationsOf;
 
 class LookUpAllocation : public testing::Test {
 protected:

@@ -14,14 +14,7 @@ namespace qv::kelvo_sdk::impl {
 namespace {
 
 using tests::OomMemory;
-
-// Makes all allocations of an action fail.
-template<typename Action>
-void withoutMemory(const Action& action) {
-    OomMemory::arm(OomMemory::Fails::FromThen, 1);
-    action();
-    OomMemory::disarm();
-}
+using tests::withoutMemory;
 
 // The table never dereferences its nodes, so that any distinct addresses will do.
 Node* fakeNode(std::size_t number) {
