@@ -102,6 +102,9 @@ public:
     IInput* meta() const override;
     [[nodiscard]] String type() const override;
     [[nodiscard]] StringVector bases() const override;
+    /// Type and bases without a copy, whose count threads would change at the same time.
+    [[nodiscard]] const String& ownType() const noexcept { return m_type; }
+    [[nodiscard]] const StringVector& ownBases() const noexcept { return m_bases; }
     [[nodiscard]] bool isAbstract() const override;
     [[nodiscard]] bool isInternal() const override;
     [[nodiscard]] bool isTypeOf(String type) const override;

@@ -14,10 +14,12 @@ public:
     /// none.
     template<typename NodeAt>
     static void ahead(u64 i, u64 count, const NodeAt& nodeAt) {
-        fetchAt(i + 8, count, nodeAt, &fetchNode);
-        fetchAt(i + 6, count, nodeAt, &fetchList);
-        fetchAt(i + 4, count, nodeAt, &fetchInputs);
-        fetchAt(i + 2, count, nodeAt, &fetchParts);
+        fetchAt(i + 12, count, nodeAt, &fetchNode);
+        fetchAt(i + 10, count, nodeAt, &fetchList);
+        fetchAt(i + 8, count, nodeAt, &fetchInputs);
+        fetchAt(i + 6, count, nodeAt, &fetchParts);
+        fetchAt(i + 4, count, nodeAt, &fetchMembers);
+        fetchAt(i + 2, count, nodeAt, &fetchFirstMembers);
     }
     /// The same for a loop that reads only members of the nodes themselves.
     template<typename NodeAt>
@@ -37,6 +39,8 @@ private:
     static void fetchList(const Node& node) noexcept;
     static void fetchInputs(const Node& node) noexcept;
     static void fetchParts(const Node& node) noexcept;
+    static void fetchMembers(const Node& node) noexcept;
+    static void fetchFirstMembers(const Node& node) noexcept;
 };
 
 } // namespace qv::kelvo_sdk::impl

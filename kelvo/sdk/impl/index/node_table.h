@@ -66,7 +66,7 @@ public:
     /// removed.
     template<typename Visit>
     void forEach(const Visit& visit) const {
-        m_order.forEach([&](const Entry* entry) { visit(entry->node); });
+        forEach([](u64, u64, const auto&) {}, visit);
     }
     /// Also calls `fetch(i, count, nodeAt)` before each visit: `nodeAt(j)` is the node that will be
     /// visited in `j - i` steps, null for none; `j` is below `count`.

@@ -52,7 +52,7 @@ bool areLike(const ds::Vector<interfaces::IOutput*>& outputs, const SnapshotShap
 }
 
 bool isMadeLike(const Node& node, const SnapshotShape& shape) {
-    const StringVector bases = node.bases();
+    const StringVector& bases = node.ownBases();
     if (node.isAbstract() != shape.isAbstract || node.isInternal() != shape.isInternal ||
         bases.size() != shape.bases.size())
         return false;
@@ -257,13 +257,13 @@ std::vector<NodeNumber> RecordMaker::namedNodes(const AttrDetails* details) cons
 }
 
 const SnapshotShape* RecordMaker::shapeOf(const Node& node) {
-    const String type = node.type();
+    const String& type = node.ownType();
     ShapeStock& stock = m_known[type.hash()];
     const SnapshotShape* const known = stock.get();
     if (known && known->type.equals(type) && isMadeLike(node, *known)) return stock.take();
     SnapshotShape shape;
     shape.type = type;
-    shape.bases = node.bases();
+    shape.bases = node.ownBases();
     shape.isAbstract = node.isAbstract();
     shape.isInternal = node.isInternal();
     if (m_types) shape.definition = m_types->find(type, m_scene, m_shapes);
