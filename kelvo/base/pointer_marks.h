@@ -2,6 +2,8 @@
 
 #include "kelvo/base/types.h"
 
+#include <algorithm>
+#include <bit>
 #include <utility>
 #include <vector>
 
@@ -17,10 +19,15 @@ public:
         bool isNew;
     };
 
+    /// Makes room for that many objects.
+    void reserve(u64 count) {
+        if (const u64 size = std::bit_ceil(4 * count / 3 + 1); size > m_slots.size()) resize(size);
+    }
+
     /// Marks the object, which must not be null, with `value` unless it has a mark, and returns its
     /// mark.
     Added add(const Object* object, i64 value) {
-        if (4 * (m_count + 1) > 3 * m_slots.size()) grow();
+        if (4 * (m_count + 1) > 3 * m_slots.size()) resize(std::max<u64>(64, 2 * m_slots.size()));
         Slot& slot = slotOf(object);
         const bool isNew = !slot.object;
         if (isNew) {
@@ -60,8 +67,8 @@ private:
         return const_cast<Slot&>(std::as_const(*this).slotOf(object));
     }
 
-    void grow() {
-        std::vector<Slot> old(m_slots.empty() ? 64 : 2 * m_slots.size());
+    void resize(u64 size) {
+        std::vector<Slot> old(size);
         old.swap(m_slots);
         for (const Slot& slot : old) {
             if (slot.object) slotOf(slot.object) = slot;

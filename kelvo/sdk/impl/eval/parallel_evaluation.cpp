@@ -1,7 +1,11 @@
 #include "kelvo/sdk/impl/eval/parallel_evaluation.h"
 
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/node_fetch.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
+#include "kelvo/base/fetch_line.h"
 #include "kelvo/base/workers.h"
 
 #include <algorithm>
@@ -79,6 +83,11 @@ private:
     const ParallelEvaluation* m_outer;
 };
 
+void ParallelEvaluation::reserve(u64 outputs) {
+    m_tasks.reserve(outputs);
+    m_places.reserve(outputs);
+}
+
 u32 ParallelEvaluation::add(Output& output) {
     const auto [place, isNew] = m_places.add(&output, static_cast<i64>(m_tasks.size()));
     if (isNew) m_tasks.push_back({.output = &output});
@@ -153,7 +162,17 @@ void ParallelEvaluation::work(Queue& queue) {
     }
 }
 
+// Tasks are mostly evaluated in the order in which they were added.
+void ParallelEvaluation::fetchAhead(u32 place) const noexcept {
+    if (place + 16 < m_tasks.size()) fetchLine(m_tasks[place + 16].output, 0);
+    NodeFetch::ahead(place, m_tasks.size(), [this](u64 at) {
+        const INode* const node = m_tasks[at].output->node();
+        return implOf(node);
+    });
+}
+
 void ParallelEvaluation::evaluate(u32 place, std::vector<u32>& ready) {
+    fetchAhead(place);
     Task& task = m_tasks[place];
     task.result = task.output->evaluate(nullptr);
     m_isDone[place].store(true, std::memory_order_release);

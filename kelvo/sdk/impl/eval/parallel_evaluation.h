@@ -21,6 +21,8 @@ public:
     ParallelEvaluation(const ParallelEvaluation&) = delete;
     ParallelEvaluation& operator=(const ParallelEvaluation&) = delete;
 
+    /// Makes room for that many outputs.
+    void reserve(u64 outputs);
     /// Adds an output unless it was added before, and returns its place.
     u32 add(Output& output);
     /// The output at `place` waits for the one at `source`.
@@ -55,6 +57,7 @@ private:
     void lineUp();
     [[nodiscard]] u64 countReachable() const;
     void work(Queue& queue);
+    void fetchAhead(u32 place) const noexcept;
     void evaluate(u32 place, std::vector<u32>& ready);
 
     std::vector<Task> m_tasks;

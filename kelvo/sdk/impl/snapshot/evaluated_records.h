@@ -6,11 +6,19 @@
 #include "kelvo/sdk/impl/snapshot/type_records.h"
 #include "kelvo/sdk/snapshot.h"
 
+#include <utility>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
 
 class Scene;
+
+/// The record that a node has of its own, beside the one as set: a new record, or an equal one that
+/// it had before. Both are null for most nodes.
+struct OwnRecord {
+    NewRecord made = nullptr;
+    const NodeRecord* before = nullptr;
+};
 
 /// The records of the snapshots of a scene with evaluated or modified values: those of the snapshot
 /// as set, except for nodes that are connected or modified, which have records of their own. These
@@ -20,27 +28,45 @@ class EvaluatedRecords {
 public:
     using Records = SharedArray<const NodeRecord*>;
 
+    /// The records that nodes have of their own at some time; null for others.
+    class Before {
+    public:
+        Before(const Records& records, std::vector<bool> isOwn)
+            : m_records(records), m_isOwn(std::move(isOwn)) {}
+        [[nodiscard]] const NodeRecord* at(NodeNumber number) const noexcept {
+            return number < m_isOwn.size() && m_isOwn[number] ? m_records.at(number) : nullptr;
+        }
+
+    private:
+        Records m_records;
+        std::vector<bool> m_isOwn;
+    };
+
     EvaluatedRecords() = default;
     ~EvaluatedRecords();
     EvaluatedRecords(const EvaluatedRecords&) = delete;
     EvaluatedRecords& operator=(const EvaluatedRecords&) = delete;
 
-    /// Returns the records that the nodes of a scene have apart from those as set; null for most
-    /// nodes, in the order of the snapshot. Evaluates each output once, or none for modified values
-    /// alone. `born` is the first snapshot that may have the records. Throws std::bad_alloc.
-    [[nodiscard]] static std::vector<NewRecord>
-    evaluate(const Scene& scene, const SnapshotTables& asSet, ShapeTable& shapes,
-             TypeRecords& types, SnapshotVersion born, const SnapshotOptions& options);
+    /// Returns what the nodes of a scene have of their own, in the order of the snapshot. Evaluates
+    /// each output once, or none for modified values alone. The records before must stay alive
+    /// until the result is installed; `born` is the first snapshot that may have the new ones.
+    /// Throws std::bad_alloc.
+    [[nodiscard]] static std::vector<OwnRecord> evaluate(const Scene& scene,
+                                                         const SnapshotTables& asSet,
+                                                         const Before& before, ShapeTable& shapes,
+                                                         TypeRecords& types, SnapshotVersion born,
+                                                         const SnapshotOptions& options);
     /// Brings the records up to date. Throws std::bad_alloc; the next call makes good what is
     /// missing then.
-    void install(const SnapshotTables& asSet, std::vector<NewRecord> made);
+    void install(const SnapshotTables& asSet, std::vector<OwnRecord> own);
 
     [[nodiscard]] const Records& records() const noexcept { return m_records; }
+    [[nodiscard]] Before before() const { return {m_records, m_isOwn}; }
     [[nodiscard]] SnapshotStore& store() noexcept { return m_store; }
     [[nodiscard]] DeepHashes& hashes() noexcept { return m_hashes; }
 
 private:
-    void replace(NodeNumber number, const NodeRecord* asSet, NewRecord made);
+    void replace(NodeNumber number, const NodeRecord* asSet, OwnRecord own);
     void removeGone(const SnapshotTables& asSet);
     [[nodiscard]] bool isOwn(NodeNumber number) const noexcept {
         return number < m_isOwn.size() && m_isOwn[number];

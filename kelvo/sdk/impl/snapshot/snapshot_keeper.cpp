@@ -35,14 +35,17 @@ RefersTo<SnapshotPicture> SnapshotKeeper::take(const SnapshotOptions& options) {
     RefersTo<SnapshotPicture> asSet = takeAsSet(options.threads);
     if (options.values == SnapshotValues::AsSet) return asSet;
     EvaluatedRecords& records = m_line->evaluated(options.values);
+    // This snapshot keeps the records before alive.
+    const auto last = RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(asSet, records));
+    const EvaluatedRecords::Before before = records.before();
     const SnapshotVersion born = records.store().next();
     // A callback may take snapshots itself.
     lock.unlock();
     const SnapshotTables& tables = asSet->tables();
-    auto made =
-        EvaluatedRecords::evaluate(m_scene, tables, m_line->shapes, m_line->types, born, options);
+    auto own = EvaluatedRecords::evaluate(m_scene, tables, before, m_line->shapes, m_line->types,
+                                          born, options);
     lock.lock();
-    records.install(tables, std::move(made));
+    records.install(tables, std::move(own));
     return RefersTo<SnapshotPicture>::adopt(new SnapshotPicture(std::move(asSet), records));
 }
 

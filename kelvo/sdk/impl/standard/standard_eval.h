@@ -2,9 +2,10 @@
 
 #include "kelvo/sdk/attr_type.h"
 #include "kelvo/sdk/eval_ctx.h"
+#include "kelvo/sdk/impl/graph/impl_of.h"
+#include "kelvo/sdk/impl/graph/node.h"
+#include "kelvo/sdk/impl/graph/output.h"
 #include "kelvo/sdk/input_access.h"
-#include "kelvo/sdk/interfaces/i_node.h"
-#include "kelvo/sdk/interfaces/i_output.h"
 
 namespace qv::kelvo_sdk::impl {
 
@@ -61,7 +62,7 @@ struct StandardNames {
 [[nodiscard]] const StandardNames& standardNames();
 
 /// One call of an evaluation callback: reads inputs of the node and returns the value of its
-/// output.
+/// output. Copies no names, whose counts all threads would change at the same time.
 class StandardEval {
 public:
     StandardEval(EvalCtx* ctx, void* out) noexcept
@@ -72,9 +73,8 @@ public:
     [[nodiscard]] T get(const String& name) {
         T value{};
         if (!m_ok) return value;
-        const interfaces::INode& node = *m_ctx->node();
         // Keeps the input alive: an evaluation may remove it while it is read.
-        const RefersTo<interfaces::IInput> input(node.input(name));
+        const RefersTo<interfaces::IInput> input(implOf(*m_ctx->node()).findInputByName(name));
         m_ok = input && detail::read(*input.get(), value, true, m_ctx);
         return value;
     }
@@ -82,7 +82,7 @@ public:
 
     /// Tells whether the evaluation is for the output of that name.
     [[nodiscard]] bool asks(const String& name) const {
-        return m_ok && m_ctx->output()->name() == name;
+        return m_ok && implOf(*m_ctx->output()).ownName() == name;
     }
 
     /// Returns a value of its kind for the output `name`. The evaluation of any other output, such

@@ -19,6 +19,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace qv::kelvo_sdk {
 namespace {
@@ -57,6 +58,25 @@ bool takeSnapshot(EvalCtx* ctx, void* out) {
     return true;
 }
 
+double s_value = 1.0;
+Snapshot* s_inner = nullptr;
+
+bool giveValue(EvalCtx*, void* out) {
+    *static_cast<double*>(out) = s_value;
+    return true;
+}
+
+// Takes an evaluated snapshot in which all values are 2, if one is asked for.
+bool takeInner(EvalCtx* ctx, void* out) {
+    if (Snapshot* const inner = std::exchange(s_inner, nullptr)) {
+        s_value = 2.0;
+        const Scene scene = Node(ctx->node()).scene();
+        *inner = scene.snapshot({.threads = 1, .values = SnapshotValues::Evaluated});
+        s_value = 1.0;
+    }
+    return giveValue(ctx, out);
+}
+
 class EvaluatedRecordsTest : public testing::Test {
 protected:
     EvaluatedRecordsTest() {
@@ -66,6 +86,8 @@ protected:
         define("error", &throwError);
         define("asker", &askLinked);
         define("taker", &takeSnapshot);
+        define("giver", &giveValue);
+        define("nester", &takeInner);
         m_scene.addLibrary(m_library);
         m_scene.addLibrary(LibInfo::standard());
         s_calls = 0;
@@ -190,6 +212,27 @@ TEST_F(EvaluatedRecordsTest, CallbackThatTakesASnapshot_DoesNotHang) {
     make("thing", "b");
     connect("b", "a");
     EXPECT_EQ(evaluated()["b"]["in"].get<double>(), 2.0);
+}
+
+TEST_F(EvaluatedRecordsTest, CallbackThatTakesAnEvaluatedSnapshot_LeavesTheOuterOneItsValues) {
+    make("giver", "a");
+    make("nester", "b");
+    make("thing", "c");
+    make("thing", "d");
+    connect("c", "a");
+    connect("d", "b");
+    const Snapshot before = evaluated(1);
+    Snapshot inner;
+    s_inner = &inner;
+    const Snapshot outer = evaluated(1);
+    for (const char* reader : {"c", "d"}) {
+        EXPECT_EQ(before[reader]["in"].get<double>(), 1.0);
+        EXPECT_EQ(inner[reader]["in"].get<double>(), 2.0);
+        EXPECT_EQ(outer[reader]["in"].get<double>(), 1.0);
+    }
+    EXPECT_TRUE(delta(before, outer).isEmpty());
+    EXPECT_EQ(delta(inner, outer).changed().size(), 2u);
+    EXPECT_TRUE(evaluated()["c"].isUnchangedFrom(outer["c"]));
 }
 
 TEST_F(EvaluatedRecordsTest, EqualValues_ShareTheirRecords) {
