@@ -235,6 +235,18 @@ TEST_F(EvaluatedRecordsTest, CallbackThatTakesAnEvaluatedSnapshot_LeavesTheOuter
     EXPECT_TRUE(evaluated()["c"].isUnchangedFrom(outer["c"]));
 }
 
+// The record as set has ended, so it must not be compared with the new one.
+TEST_F(EvaluatedRecordsTest, NodeWhoseValuesWereAsSet_ChangesAfterTheSnapshotEnded) {
+    make("giver", "a");
+    make("thing", "b")["in"].set(s_value);
+    connect("b", "a");
+    EXPECT_TRUE(evaluated()["b"].isUnchangedFrom(m_scene.snapshot()["b"]));
+    m_scene["b"].createInput("other", AttrType::Real);
+    const Snapshot after = evaluated();
+    EXPECT_EQ(after["b"].inputCount(), 2u);
+    EXPECT_EQ(after["b"]["in"].get<double>(), s_value);
+}
+
 TEST_F(EvaluatedRecordsTest, EqualValues_ShareTheirRecords) {
     make("wave", "a")["in"].set(0.3);
     make("wave", "b");
