@@ -50,6 +50,16 @@ protected:
     }
     void inputChanged(const interfaces::IInput*, const impl::AttrData*) override { act(); }
     void nodeRemoved(interfaces::INode*) override { act(); }
+    // Undoes an edit of a node, while its output is removed; returns the text before.
+    std::string undoAndRemoveOutput() {
+        const Node node = m_scene.createNode("t", "a");
+        node.createInput("r", AttrType::Real);
+        node.createOutput("o", AttrType::Real);
+        node["r"].set(1.0);
+        const std::string last = tests::textOf(m_scene);
+        undoAnd([&] { node->removeOutput("o"); });
+        return last;
+    }
     void act() {
         if (const auto now = std::exchange(m_then, nullptr)) now();
     }
@@ -59,12 +69,7 @@ protected:
 };
 
 TEST_F(UndoInside, OutputRemoved_IsNotThereForItsCreation) {
-    const Node node = m_scene.createNode("t", "a");
-    node.createInput("r", AttrType::Real);
-    node.createOutput("o", AttrType::Real);
-    node["r"].set(1.0);
-    const std::string last = tests::textOf(m_scene);
-    undoAnd([&] { node->removeOutput("o"); });
+    const std::string last = undoAndRemoveOutput();
     expectSoundBothWays();
     expectRedoneIs(last);
 }
@@ -183,12 +188,7 @@ TEST_F(UndoInside, InputRemoved_IsNotThereForItsCreation) {
 }
 
 TEST_F(UndoInside, OutputRemoved_IsThereOnceWhenAllIsRedone) {
-    const Node node = m_scene.createNode("t", "a");
-    node.createInput("r", AttrType::Real);
-    node.createOutput("o", AttrType::Real);
-    node["r"].set(1.0);
-    const std::string last = tests::textOf(m_scene);
-    undoAnd([&] { node->removeOutput("o"); });
+    const std::string last = undoAndRemoveOutput();
     EXPECT_TRUE(m_scene.undo());
     expectRedoneIs(last);
 }
