@@ -8,7 +8,11 @@
 #include "kelvo/sdk/impl/graph/node.h"
 #include "kelvo/sdk/impl/graph/output.h"
 
+#include "kelvo/base/pointer_marks.h"
+
 #include <algorithm>
+#include <atomic>
+#include <bit>
 #include <utility>
 #include <vector>
 
@@ -21,68 +25,86 @@ constexpr u64 stackStep = Output::maxEvalStack / 4;
 
 thread_local UpstreamEvaluation* t_innermost = nullptr;
 
-constexpr i64 nowhere = -1;
-
-// Collects the outputs upstream of a node that have callbacks, each once and after all outputs
-// upstream of it.
-class SourceWalk {
+// Finds the places of outputs in a list without repetitions.
+class Places {
 public:
-    SourceWalk(const Node& start, std::vector<Output*>& found, PointerMarks<Output>& places)
-        : m_reader(&start), m_found(found), m_places(places) {
-        leaveFor(start);
+    void assign(const std::vector<Output*>& outputs) {
+        m_slots.assign(std::bit_ceil(2 * outputs.size() + 1), free);
+        for (u64 place = 0; place < outputs.size(); ++place) {
+            u64 slot = home(*outputs[place]);
+            while (m_slots[slot] != free)
+                slot = next(slot);
+            m_slots[slot] = static_cast<u32>(place);
+        }
+    }
+    /// Returns noIndex for an output that is not in the list.
+    [[nodiscard]] u64 find(const std::vector<Output*>& outputs,
+                           const Output& output) const noexcept {
+        const u64 slot = slotOf(outputs, output);
+        return m_slots[slot] == free ? noIndex : m_slots[slot];
+    }
+    /// Call before an output leaves the list; returns its place, or noIndex.
+    u64 remove(const std::vector<Output*>& outputs, const Output& output) noexcept {
+        const u64 slot = slotOf(outputs, output);
+        return m_slots[slot] == free ? noIndex : std::exchange(m_slots[slot], removed);
     }
 
-    void run() {
+private:
+    static constexpr u32 free = 0xffffffff;
+    static constexpr u32 removed = 0xfffffffe;
+
+    // Open addressing; the size is a power of two, and half of the slots stay free.
+    [[nodiscard]] u64 home(const Output& output) const noexcept {
+        return (reinterpret_cast<u64>(&output) * 0x9e3779b97f4a7c15u >> 32) & (m_slots.size() - 1);
+    }
+    [[nodiscard]] u64 next(u64 slot) const noexcept { return (slot + 1) & (m_slots.size() - 1); }
+    [[nodiscard]] u64 slotOf(const std::vector<Output*>& outputs,
+                             const Output& output) const noexcept {
+        u64 slot = home(output);
+        while (m_slots[slot] != free &&
+               (m_slots[slot] == removed || outputs[m_slots[slot]] != &output))
+            slot = next(slot);
+        return slot;
+    }
+
+    std::vector<u32> m_slots;
+};
+
+// An output, or the number of its node, on a walk that comes to it again after all that it reads.
+template<typename Source>
+struct Step {
+    Source source;
+    bool isDone;
+};
+
+// The outputs upstream of a node that have callbacks, each once and after all outputs upstream of
+// it. Both walks find the same ones in the same order.
+
+// Follows the inputs of the nodes.
+class InputSourceWalk {
+public:
+    explicit InputSourceWalk(std::vector<Output*>& found) : m_found(found) {}
+
+    void run(const Node& start) {
+        leaveFor(start);
         while (!m_pending.empty()) {
-            const Step step = m_pending.back();
+            const auto step = m_pending.back();
             m_pending.pop_back();
             if (step.isDone)
-                take(*step.output);
+                m_found.push_back(step.source);
             else
-                visit(*step.output);
+                visit(*step.source);
         }
     }
 
 private:
-    struct Step {
-        Output* output;
-        bool isDone;
-    };
-
-    void take(Output& output) {
-        *m_places.find(&output) = static_cast<i64>(m_found.size());
-        m_found.push_back(&output);
-    }
-
     void visit(Output& output) {
-        if (!m_places.add(&output, nowhere).isNew) return;
+        if (!m_visited.add(&output, 0).isNew) return;
         m_pending.push_back({&output, true});
         leaveFor(*implOf(output.node()));
     }
 
-    // Reads the compact graph where that suffices, because the inputs are far apart in memory.
     void leaveFor(const Node& node) {
-        const u64 before = m_pending.size();
-        if (leaveForLeads(node)) return;
-        m_pending.resize(before, {});
-        leaveForInputs(node);
-    }
-
-    // False when a source has several outputs, which a lead does not tell apart.
-    bool leaveForLeads(const Node& node) {
-        const LeadRow* row = m_reader.row(LeadKind::Dependencies, m_reader.spotOf(node));
-        if (!row) return false;
-        for (const Lead lead : *row) {
-            if (lead.isConnection == 0) continue;
-            const Node& source = m_reader.nodeAt(Spot(NodeNumber{lead.to}));
-            if (!source.evalCallback()) continue;
-            if (source.outputs().size() != 1) return false;
-            m_pending.push_back({implOf(source.outputs()[0]), false});
-        }
-        return true;
-    }
-
-    void leaveForInputs(const Node& node) {
         InputWalk inputs(node.inputs());
         while (const Input* input = inputs.next()) {
             Output* source = input->sourceOutput();
@@ -91,11 +113,142 @@ private:
         }
     }
 
-    GraphReader m_reader;
     std::vector<Output*>& m_found;
-    PointerMarks<Output>& m_places;
-    std::vector<Step> m_pending;
+    PointerMarks<Output> m_visited;
+    std::vector<Step<Output*>> m_pending;
 };
+
+// Follows the compact graph, because the inputs are far apart in memory, and then reads all nodes
+// found, in a row.
+class NumberedSourceWalk {
+public:
+    /// `pending` and `numbers` are working memory for the walk.
+    NumberedSourceWalk(const GraphReader& reader, std::vector<Output*>& found,
+                       std::vector<Step<NodeNumber>>& pending, std::vector<NodeNumber>& numbers)
+        : m_reader(reader),
+          m_graph(*reader.graph()),
+          m_marks(m_graph),
+          m_found(found),
+          m_pending(pending),
+          m_numbers(numbers) {}
+
+    // False where the graph does not suffice: it does not tell several outputs of a node apart, and
+    // nodes that lead out of the scene are not in it.
+    bool run(const Node& start) { return collect(m_reader.spotOf(start)) && takeOutputs(); }
+
+private:
+    bool collect(Spot start) {
+        if (!leaveFor(start)) return false;
+        while (!m_pending.empty()) {
+            const auto step = m_pending.back();
+            m_pending.pop_back();
+            if (step.isDone)
+                m_numbers.push_back(step.source);
+            else if (!visit(step.source))
+                return false;
+        }
+        return true;
+    }
+
+    bool visit(NodeNumber number) {
+        if (!m_marks.add(number, 0).isNew) return true;
+        m_pending.push_back({number, true});
+        return leaveFor(Spot(number));
+    }
+
+    bool leaveFor(Spot spot) {
+        const LeadRow* row = m_reader.row(LeadKind::Dependencies, spot);
+        if (!row) return false;
+        for (const Lead lead : *row)
+            if (lead.isConnection != 0) m_pending.push_back({NodeNumber{lead.to}, false});
+        return true;
+    }
+
+    bool takeOutputs() {
+        m_found.reserve(m_numbers.size());
+        for (u64 place = 0; place < m_numbers.size(); ++place) {
+            fetch(place);
+            if (!takeOutput(m_numbers[place])) return false;
+        }
+        return true;
+    }
+
+    // Skips a node without a callback, as long as nothing upstream of it was collected.
+    bool takeOutput(NodeNumber number) {
+        const Node& node = *m_graph.node(number);
+        if (!node.evalCallback()) return !isConnected(number);
+        if (node.outputs().size() != 1) return false;
+        m_found.push_back(implOf(node.outputs()[0]));
+        return true;
+    }
+
+    bool isConnected(NodeNumber number) const {
+        const LeadRow* row = m_reader.row(LeadKind::Dependencies, Spot(number));
+        return !row || std::any_of(row->begin(), row->end(),
+                                   [](Lead lead) { return lead.isConnection != 0; });
+    }
+
+    [[gnu::always_inline]] void fetch(u64 place) const noexcept {
+        if (place + 12 < m_numbers.size()) m_graph.node(m_numbers[place + 12])->fetch();
+        if (place + 6 < m_numbers.size())
+            __builtin_prefetch(m_graph.node(m_numbers[place + 6])->outputs().begin());
+    }
+
+    const GraphReader& m_reader;
+    const CompactGraph& m_graph;
+    CompactGraph::Marks m_marks;
+    std::vector<Output*>& m_found;
+    std::vector<Step<NodeNumber>>& m_pending;
+    std::vector<NodeNumber>& m_numbers;
+};
+
+} // namespace
+
+struct UpstreamEvaluation::Room {
+    // Empty, with the memory of an earlier object if there is one.
+    [[nodiscard]] static std::unique_ptr<Room> take() {
+        std::unique_ptr<Room> room(s_spare.exchange(nullptr));
+        return room ? std::move(room) : std::make_unique<Room>();
+    }
+    static void giveBack(std::unique_ptr<Room> room) noexcept {
+        room->clear();
+        if (room->sources.capacity() > mostKept) return;
+        const std::unique_ptr<Room> before(s_spare.exchange(room.release()));
+    }
+
+    void findSources(const Node& node) {
+        const GraphReader reader(&node);
+        if (!reader.graph() || !NumberedSourceWalk(reader, sources, pending, numbers).run(node)) {
+            sources.clear();
+            InputSourceWalk(sources).run(node);
+        }
+        places.assign(sources);
+        results.reserve(sources.size());
+    }
+    void clear() noexcept {
+        sources.clear();
+        results.clear();
+        pending.clear();
+        numbers.clear();
+    }
+
+    // In the order of evaluation; null for outputs that have left their nodes.
+    std::vector<Output*> sources;
+    // Of the sources evaluated so far, in the same order.
+    std::vector<Value> results;
+    // Those of the sources that have a result or get one.
+    Places places;
+    // Used while the sources are searched.
+    std::vector<Step<NodeNumber>> pending;
+    std::vector<NodeNumber> numbers;
+
+private:
+    // A room for more sources is freed.
+    static constexpr u64 mostKept = 65536;
+    static inline std::atomic<Room*> s_spare = nullptr;
+};
+
+namespace {
 
 // The functions that fetch are always inlined, because compilers leave out calls of functions that
 // seem to have no effect.
@@ -127,9 +280,11 @@ bool UpstreamEvaluation::isDue(const EvalLevel& level) noexcept {
 }
 
 UpstreamEvaluation::UpstreamEvaluation(const EvalLevel& level)
-    : m_frame(level.frame()), m_outer(t_innermost), m_stackUsed(level.stackUsed()) {
-    SourceWalk(*implOf(m_frame.node()), m_sources, m_places).run();
-    m_results.reserve(m_sources.size());
+    : m_frame(level.frame()),
+      m_outer(t_innermost),
+      m_stackUsed(level.stackUsed()),
+      m_room(Room::take()) {
+    m_room->findSources(*implOf(m_frame.node()));
     t_innermost = this;
     try {
         evaluateAll();
@@ -141,7 +296,7 @@ UpstreamEvaluation::UpstreamEvaluation(const EvalLevel& level)
 
 // Returns the output that has this place and was not evaluated yet; null if there is none.
 const Output* UpstreamEvaluation::waiting(u64 place) const noexcept {
-    return place < m_sources.size() ? m_sources[place] : nullptr;
+    return place < m_room->sources.size() ? m_room->sources[place] : nullptr;
 }
 
 // Nodes are large and far apart, so reading one waits for memory several times. This starts reading
@@ -156,42 +311,47 @@ const Output* UpstreamEvaluation::waiting(u64 place) const noexcept {
 }
 
 void UpstreamEvaluation::evaluateAll() {
-    while (m_results.size() < m_sources.size()) {
-        const u64 place = m_results.size();
+    std::vector<Value>& results = m_room->results;
+    while (results.size() < m_room->sources.size()) {
+        const u64 place = results.size();
         fetch(place);
-        m_results.push_back(evaluate(place));
+        results.push_back(evaluate(place));
     }
 }
 
 // Skips outputs under evaluation: reading one is an endless evaluation, which is reported for the
 // callback that does.
 Value UpstreamEvaluation::evaluate(u64 place) {
-    Output* output = m_sources[place];
+    Output* output = m_room->sources[place];
     if (!output) return Value();
     if (!output->isEvaluating()) return output->evaluate(&m_frame);
-    *m_places.find(output) = nowhere;
+    m_room->places.remove(m_room->sources, *output);
     return Value();
 }
 
 UpstreamEvaluation::~UpstreamEvaluation() {
     t_innermost = m_outer;
+    Room::giveBack(std::move(m_room));
 }
 
 const Value* UpstreamEvaluation::result(const Output& output, const EvalCtx* caller) noexcept {
     for (const UpstreamEvaluation* ahead = t_innermost; ahead; ahead = ahead->m_outer) {
         if (!ahead->serves(caller)) continue;
-        const i64* place = ahead->m_places.find(&output);
-        if (place && *place != nowhere && static_cast<u64>(*place) < ahead->m_results.size())
-            return &ahead->m_results[static_cast<u64>(*place)];
+        if (const Value* result = ahead->ownResult(output)) return result;
     }
     return nullptr;
 }
 
+const Value* UpstreamEvaluation::ownResult(const Output& output) const noexcept {
+    const u64 place = m_room->places.find(m_room->sources, output);
+    return place < m_room->results.size() ? &m_room->results[place] : nullptr;
+}
+
 void UpstreamEvaluation::forget(const Output& output) noexcept {
     for (UpstreamEvaluation* ahead = t_innermost; ahead; ahead = ahead->m_outer) {
-        i64* place = ahead->m_places.find(&output);
-        if (!place || *place == nowhere) continue;
-        ahead->m_sources[static_cast<u64>(std::exchange(*place, nowhere))] = nullptr;
+        std::vector<Output*>& sources = ahead->m_room->sources;
+        const u64 place = ahead->m_room->places.remove(sources, output);
+        if (place != noIndex) sources[place] = nullptr;
     }
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "kelvo/base/pointer_marks.h"
 #include "kelvo/sdk/eval_ctx.h"
 #include "kelvo/sdk/impl/value/value.h"
 
+#include <memory>
 #include <vector>
 
 namespace qv::kelvo_sdk::impl {
@@ -33,21 +33,20 @@ public:
     static void forget(const Output& output) noexcept;
 
 private:
+    /// The lists of one object. The next one reuses their memory.
+    struct Room;
+
     [[nodiscard]] bool serves(const EvalCtx* caller) const noexcept;
     void evaluateAll();
     [[nodiscard]] Value evaluate(u64 place);
     void fetch(u64 place) const noexcept;
     [[nodiscard]] const Output* waiting(u64 place) const noexcept;
+    [[nodiscard]] const Value* ownResult(const Output& output) const noexcept;
 
     EvalCtx& m_frame;
     UpstreamEvaluation* const m_outer;
     u64 m_stackUsed;
-    // In the order of evaluation; null for outputs that have left their nodes.
-    std::vector<Output*> m_sources;
-    std::vector<Value> m_results;
-    // Maps the sources to their places, which the results share; `nowhere` for one without a
-    // result.
-    PointerMarks<Output> m_places;
+    std::unique_ptr<Room> m_room;
 };
 
 } // namespace qv::kelvo_sdk::impl
