@@ -225,6 +225,11 @@ struct UpstreamEvaluation::Room {
         places.assign(sources);
         results.reserve(sources.size());
     }
+    // From now on the output has no result here.
+    void drop(const Output& output) noexcept {
+        const u64 place = places.remove(sources, output);
+        if (place != noIndex) sources[place] = nullptr;
+    }
     void clear() noexcept {
         sources.clear();
         results.clear();
@@ -232,11 +237,11 @@ struct UpstreamEvaluation::Room {
         numbers.clear();
     }
 
-    // In the order of evaluation; null for outputs that have left their nodes.
+    // In the order of evaluation; null for outputs that were dropped.
     std::vector<Output*> sources;
     // Of the sources evaluated so far, in the same order.
     std::vector<Value> results;
-    // Those of the sources that have a result or get one.
+    // The places of the sources that were not dropped.
     Places places;
     // Used while the sources are searched.
     std::vector<Step<NodeNumber>> pending;
@@ -325,7 +330,7 @@ Value UpstreamEvaluation::evaluate(u64 place) {
     Output* output = m_room->sources[place];
     if (!output) return Value();
     if (!output->isEvaluating()) return output->evaluate(&m_frame);
-    m_room->places.remove(m_room->sources, *output);
+    m_room->drop(*output);
     return Value();
 }
 
@@ -343,16 +348,19 @@ const Value* UpstreamEvaluation::result(const Output& output, const EvalCtx* cal
 }
 
 const Value* UpstreamEvaluation::ownResult(const Output& output) const noexcept {
-    const u64 place = m_room->places.find(m_room->sources, output);
-    return place < m_room->results.size() ? &m_room->results[place] : nullptr;
+    const std::vector<Output*>& sources = m_room->sources;
+    const std::vector<Value>& results = m_room->results;
+    const u64 next = results.size();
+    // Most reads are of the source evaluated last, and by the one under evaluation.
+    if (next > 0 && sources[next - 1] == &output) return &results.back();
+    if (next < sources.size() && sources[next] == &output) return nullptr;
+    const u64 place = m_room->places.find(sources, output);
+    return place < next ? &results[place] : nullptr;
 }
 
 void UpstreamEvaluation::forget(const Output& output) noexcept {
-    for (UpstreamEvaluation* ahead = t_innermost; ahead; ahead = ahead->m_outer) {
-        std::vector<Output*>& sources = ahead->m_room->sources;
-        const u64 place = ahead->m_room->places.remove(sources, output);
-        if (place != noIndex) sources[place] = nullptr;
-    }
+    for (UpstreamEvaluation* ahead = t_innermost; ahead; ahead = ahead->m_outer)
+        ahead->m_room->drop(output);
 }
 
 // Serves reads of other evaluations too, unless one of the two has a pointer of the user, because

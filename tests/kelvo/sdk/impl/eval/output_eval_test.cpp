@@ -120,10 +120,21 @@ protected:
     }
     Node* makeNode(const char* type, const char* name = "n") {
         auto* node = static_cast<Node*>(m_scene->createNode(type, name));
+        addParts(*node);
+        return node;
+    }
+    void addParts(Node& node) {
+        node.createInput("in", AttrType::Real);
+        node.createInput("other", AttrType::Node);
+        node.createOutput("out", AttrType::Real);
+        EXPECT_TRUE(node.initLibInfo(m_library.get()));
+    }
+    // Returns a node without a callback, whose output has the value 7.
+    Node* makePlainNode() {
+        auto* node = static_cast<Node*>(m_scene->createNode("plain", "n"));
         node->createInput("in", AttrType::Real);
-        node->createInput("other", AttrType::Node);
         node->createOutput("out", AttrType::Real);
-        EXPECT_TRUE(node->initLibInfo(m_library.get()));
+        EXPECT_TRUE(out(node)->setValue(Value(7.0)));
         return node;
     }
     // Each node reads the one before; returns the last.
@@ -170,6 +181,49 @@ TEST_F(OutputEvalTest, LongChain_EvaluatesEachNodeOnce) {
     EXPECT_EQ(evaluate(last), 20000);
     EXPECT_EQ(asked, 20000);
     EXPECT_EQ(log.text(), "");
+}
+
+TEST_F(OutputEvalTest, LongChainBehindANodeWithoutACallback_StartsWithItsValue) {
+    const Node* last = makeChain("adder", 20001, makePlainNode());
+    EXPECT_EQ(evaluate(last), 20007);
+    EXPECT_EQ(asked, 20000);
+}
+
+TEST_F(OutputEvalTest, LongChainUpstreamOfANodeWithoutACallback_IsNotEvaluated) {
+    Node* plain = makePlainNode();
+    plain->input(String("in"))->connect(out(makeChain("adder", 1000)));
+    const Node* last = makeChain("adder", 20001, plain);
+    EXPECT_EQ(evaluate(last), 20007);
+    EXPECT_EQ(asked, 20000);
+}
+
+TEST_F(OutputEvalTest, LongChainWithANodeOfTwoOutputs_EvaluatesTheConnectedOneAlone) {
+    Node* middle = makeChain("adder", 10000);
+    middle->createOutput("more", AttrType::Real);
+    const Node* last = makeChain("adder", 10001, middle);
+    EXPECT_EQ(evaluate(last), 20000);
+    EXPECT_EQ(asked, 20000);
+}
+
+// These nodes have no compact graph.
+TEST_F(OutputEvalTest, LongChainOutsideOfScenes_EvaluatesEachNodeOnce) {
+    std::vector<RefersTo<Node>> nodes;
+    for (u64 i = 0; i < 3000; ++i) {
+        nodes.push_back(RefersTo<Node>::adopt(new Node(nullptr, "adder", "n")));
+        addParts(*nodes.back());
+        if (i != 0) nodes[i]->input(String("in"))->connect(out(nodes[i - 1].get()));
+    }
+    EXPECT_EQ(evaluate(nodes.back().get()), 3000);
+    EXPECT_EQ(asked, 3000);
+}
+
+TEST_F(OutputEvalTest, SecondLongChain_DoesNotGetResultsOfTheFirst) {
+    Node* first = makeNode("adder");
+    const Node* last = makeChain("adder", 3000, first);
+    EXPECT_EQ(evaluate(last), 3000);
+    first->input(String("in"))->setReal(1);
+    EXPECT_EQ(evaluate(last), 3001);
+    EXPECT_EQ(evaluate(makeChain("adder", 2000)), 2000);
 }
 
 TEST_F(OutputEvalTest, LongChainWithoutFrames_IsEvaluatedAllTheSame) {
