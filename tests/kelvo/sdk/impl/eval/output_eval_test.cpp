@@ -199,8 +199,9 @@ TEST_F(OutputEvalTest, LongChainUpstreamOfANodeWithoutACallback_IsNotEvaluated) 
 
 TEST_F(OutputEvalTest, LongChainWithANodeOfTwoOutputs_EvaluatesTheConnectedOneAlone) {
     Node* middle = makeChain("adder", 10000);
-    middle->createOutput("more", AttrType::Real);
-    const Node* last = makeChain("adder", 10001, middle);
+    Node* reader = makeNode("adder");
+    reader->input(String("in"))->connect(middle->createOutput("more", AttrType::Real));
+    const Node* last = makeChain("adder", 10000, reader);
     EXPECT_EQ(evaluate(last), 20000);
     EXPECT_EQ(asked, 20000);
 }
