@@ -17,6 +17,17 @@ bool dependsOnDirty(const Node& node) {
                              [&](const Node& other) { return &other != &node && other.isDirty(); });
 }
 
+// Is faster for a node whose row in the graph is known already, or will be needed.
+bool dependsOnDirtyInGraph(const Node& node) {
+    const GraphReader reader(&node);
+    bool isFound = false;
+    reader.forEachLead(reader.spotOf(node), LeadKind::Dependencies, [&](Spot spot, bool) {
+        const Node& other = reader.nodeAt(spot);
+        isFound = isFound || (&other != &node && other.isDirty());
+    });
+    return isFound;
+}
+
 } // namespace
 
 DirtyCache::DirtyCache(Scene& scene) : m_scene(scene) {
@@ -44,7 +55,7 @@ void DirtyCache::markAll() noexcept {
 void DirtyCache::nodeCleaning(Node& node) noexcept {
     note(node, Known::Clean);
     try {
-        if (dependsOnDirty(node) && m_scene.contains(node)) m_early.insert(&node);
+        if (dependsOnDirtyInGraph(node) && m_scene.contains(node)) m_early.insert(&node);
     } catch (const std::bad_alloc&) {
         return;
     }
