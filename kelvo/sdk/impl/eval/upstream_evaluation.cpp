@@ -80,10 +80,11 @@ struct Step {
 // The outputs upstream of a node that have callbacks, each once and after all outputs upstream of
 // it. Both walks find the same ones in the same order.
 
-// Follows the inputs of the nodes.
-class InputSourceWalk {
+// Reads the nodes on its way, and works for all of them.
+class NodeSourceWalk {
 public:
-    explicit InputSourceWalk(std::vector<Output*>& found) : m_found(found) {}
+    NodeSourceWalk(const GraphReader& reader, std::vector<Output*>& found)
+        : m_reader(reader), m_found(found) {}
 
     void run(const Node& start) {
         leaveFor(start);
@@ -104,7 +105,29 @@ private:
         leaveFor(*implOf(output.node()));
     }
 
+    // Reads the compact graph where that suffices, because the inputs are far apart in memory.
     void leaveFor(const Node& node) {
+        const u64 before = m_pending.size();
+        if (leaveForLeads(node)) return;
+        m_pending.resize(before, {});
+        leaveForInputs(node);
+    }
+
+    // False when a source has several outputs, which a lead does not tell apart.
+    bool leaveForLeads(const Node& node) {
+        const LeadRow* row = m_reader.row(LeadKind::Dependencies, m_reader.spotOf(node));
+        if (!row) return false;
+        for (const Lead lead : *row) {
+            if (lead.isConnection == 0) continue;
+            const Node& source = m_reader.nodeAt(Spot(NodeNumber{lead.to}));
+            if (!source.evalCallback()) continue;
+            if (source.outputs().size() != 1) return false;
+            m_pending.push_back({implOf(source.outputs()[0]), false});
+        }
+        return true;
+    }
+
+    void leaveForInputs(const Node& node) {
         InputWalk inputs(node.inputs());
         while (const Input* input = inputs.next()) {
             Output* source = input->sourceOutput();
@@ -113,13 +136,14 @@ private:
         }
     }
 
+    const GraphReader& m_reader;
     std::vector<Output*>& m_found;
     PointerMarks<Output> m_visited;
     std::vector<Step<Output*>> m_pending;
 };
 
-// Follows the compact graph, because the inputs are far apart in memory, and then reads all nodes
-// found, in a row.
+// Follows the compact graph alone, and reads all nodes found afterwards, in a row: a chain of nodes
+// cannot be fetched ahead.
 class NumberedSourceWalk {
 public:
     /// `pending` and `numbers` are working memory for the walk.
@@ -212,7 +236,9 @@ struct UpstreamEvaluation::Room {
     }
     static void giveBack(std::unique_ptr<Room> room) noexcept {
         room->clear();
-        if (room->sources.capacity() > mostKept) return;
+        const u64 size = std::max(
+            {room->sources.capacity(), room->pending.capacity(), room->numbers.capacity()});
+        if (size > mostKept) return;
         const std::unique_ptr<Room> before(s_spare.exchange(room.release()));
     }
 
@@ -220,7 +246,7 @@ struct UpstreamEvaluation::Room {
         const GraphReader reader(&node);
         if (!reader.graph() || !NumberedSourceWalk(reader, sources, pending, numbers).run(node)) {
             sources.clear();
-            InputSourceWalk(sources).run(node);
+            NodeSourceWalk(reader, sources).run(node);
         }
         places.assign(sources);
         results.reserve(sources.size());
@@ -248,7 +274,7 @@ struct UpstreamEvaluation::Room {
     std::vector<NodeNumber> numbers;
 
 private:
-    // A room for more sources is freed.
+    // A room with a longer list is freed.
     static constexpr u64 mostKept = 65536;
     static inline std::atomic<Room*> s_spare = nullptr;
 };
