@@ -8,6 +8,7 @@
 #include <bit>
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 namespace qv::kelvo_sdk::impl {
@@ -123,6 +124,15 @@ template<typename Matrix>
 const Value& identity() {
     static const Value value(Matrix::identity);
     return value;
+}
+
+// Looks at the last characters first, because texts of a scene often begin alike: paths, and names
+// that end with a number.
+bool equalTexts(const String& a, const String& b) noexcept {
+    const std::string_view left = a.view();
+    const std::string_view right = b.view();
+    if (left.size() != right.size()) return false;
+    return left.empty() || (left.back() == right.back() && a.equals(b));
 }
 
 } // namespace
@@ -241,7 +251,7 @@ bool operator==(const Value& a, const Value& b) noexcept {
     case AttrType::Real:
         return std::bit_cast<u64>(a.m_data.d[0]) == std::bit_cast<u64>(b.m_data.d[0]);
     case AttrType::String:
-        return a.m_data.text.equals(b.m_data.text);
+        return equalTexts(a.m_data.text, b.m_data.text);
     case AttrType::Node:
         return a.m_data.node == b.m_data.node;
     case AttrType::Buffer:

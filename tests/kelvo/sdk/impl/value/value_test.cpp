@@ -43,6 +43,15 @@ TEST(Value, Equality_IsOfKindAndBits) {
     }
 }
 
+TEST(Value, TextsAreEqual_WithTheSameLengthAndTheSameCharacters) {
+    const char* texts[] = {"", "a", "b", "ab", "bb", "lamp1", "lamp2", "lump1", "lamp1 "};
+    for (u64 i = 0; i < std::size(texts); ++i)
+        for (u64 j = 0; j < std::size(texts); ++j)
+            EXPECT_EQ(Value(String(texts[i])) == Value(String(texts[j])), i == j)
+                << '"' << texts[i] << "\" and \"" << texts[j] << '"';
+    EXPECT_TRUE(Value(String()) == Value(String("")));
+}
+
 TEST(Value, CopyAndMove_KeepTheValue) {
     for (const Value& value : oneOfEachKind()) {
         Value copy = value;
