@@ -1,5 +1,7 @@
 #include "kelvo/base/empty_arrays.h"
 
+#include <algorithm>
+#include <iterator>
 #include <mutex>
 #include <new>
 
@@ -23,6 +25,7 @@ public:
         else
             run = carve();
         run->m_live = EmptyArrays::cellCount;
+        std::fill(std::begin(run->m_released), std::end(run->m_released), u64{0});
         ++m_taken;
         return run;
     }

@@ -31,27 +31,12 @@ public:
         u64 hash = 0;
         K key;
         V value;
-
-        static void* operator new[](std::size_t bytes) { return ::operator new[](bytes); }
-        /// Makes an array of 0 elements in cell `index` of a run; its `bytes` of overhead precede
-        /// it.
-        [[gnu::returns_nonnull]] static void* operator new[](std::size_t bytes, EmptyArrays& run,
-                                                             u64 index) {
-            return static_cast<unsigned char*>(run.array(index)) - bytes;
-        }
-        // Empty, because the map itself returns cells to the run.
-        static void operator delete[](void*, EmptyArrays&, u64) noexcept {}
-        static void operator delete[](void* array) noexcept { ::operator delete[](array); }
     };
     using Bucket = Vector<Node>;
 
     /// Makes an empty map, each bucket with an array of its own.
     HashMap() {
         EmptyArrays* run = EmptyArrays::take();
-        // A loop of its own, because compilers then make it a single memory fill; the next loop
-        // finds the arrays by their cells.
-        for (u64 i = 0; i < bucketCount; ++i)
-            (void)new (*run, i) Node[0];
         for (u64 i = 0; i < bucketCount; ++i)
             ::new (&m_buckets[i])
                 Bucket(typename Bucket::EmptyStorage{static_cast<Node*>(run->array(i))});
@@ -59,12 +44,14 @@ public:
 
     /// Copies bucket by bucket; keys and values share their texts with the source.
     HashMap(const HashMap& other) : HashMap() {
-        u64 left = filledBeside(other.run());
-        for (u64 i = 0; left > 0; ++i) {
-            if (other.m_buckets[i].capacity() == 0) continue;
+        const auto copy = [&](u64 i) {
             if (!other.m_buckets[i].empty()) fill(i, Bucket(other.m_buckets[i]));
-            --left;
-        }
+        };
+        if (const EmptyArrays* cells = other.run())
+            cells->forEachReleased(copy);
+        else
+            for (u64 i = 0; i < bucketCount; ++i)
+                copy(i);
     }
 
     /// Leaves `other` empty. May throw, because `other` needs arrays of its own.
@@ -83,12 +70,11 @@ public:
     }
 
     /// Destroys buckets from last to first, and entries within one likewise, value before key.
-    // Reads no more buckets than it must, because they may have left the cache long ago, and
-    // returns all cells to the run at once.
+    // Reads no more buckets than it must, because they may have left the cache long ago.
     ~HashMap() {
         EmptyArrays* const cells = run();
-        if (const u64 filled = filledBeside(cells)) destroyFilled(filled);
-        if (cells) cells->drop(cells->live());
+        if (!cells || cells->live() < bucketCount) destroyFilled(cells);
+        if (cells) cells->releaseAll();
     }
 
     /// Returns the number of entries, counted through the buckets.
@@ -235,19 +221,20 @@ private:
     void fill(u64 index, Bucket&& content) noexcept {
         Bucket& bucket = m_buckets[index];
         if (bucket.capacity() == 0) {
-            EmptyArrays::of(bucket.data(), index)->drop(1);
+            EmptyArrays::of(bucket.data(), index)->release(index);
             bucket.abandonStorage();
         }
         bucket = std::move(content);
     }
 
     // Not inlined, so that the destructor of an empty map, as most are, needs no stack frame.
-    [[gnu::noinline]] void destroyFilled(u64 left) noexcept {
-        for (u64 i = bucketCount; left > 0;) {
-            if (m_buckets[--i].capacity() == 0) continue;
-            m_buckets[i].~Bucket();
-            --left;
-        }
+    [[gnu::noinline]] void destroyFilled(const EmptyArrays* cells) noexcept {
+        const auto destroy = [this](u64 i) { m_buckets[i].~Bucket(); };
+        if (cells)
+            cells->forEachReleasedReversed(destroy);
+        else
+            for (u64 i = bucketCount; i-- > 0;)
+                destroy(i);
     }
 
     // Returns the run whose cells are the arrays of buckets without storage of their own; null when
@@ -258,9 +245,6 @@ private:
             if (bucket.capacity() == 0) return EmptyArrays::of(const_cast<Node*>(bucket.data()), i);
         }
         return nullptr;
-    }
-    [[nodiscard]] static u64 filledBeside(const EmptyArrays* run) noexcept {
-        return bucketCount - (run ? run->live() : 0);
     }
 
     // In a union, so that only the map constructs and destroys them.

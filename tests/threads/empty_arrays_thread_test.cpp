@@ -18,7 +18,7 @@ TEST(EmptyArraysThreads, Usage_IsSoundWhileOthersTakeAndGive) {
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             while (!stop)
-                EmptyArrays::take()->drop(EmptyArrays::cellCount);
+                EmptyArrays::take()->releaseAll();
         });
     }
     for (int i = 0; i < 5000; ++i) {

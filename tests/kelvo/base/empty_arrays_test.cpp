@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -30,6 +31,12 @@ u64 taken() {
     return EmptyArrays::usage().taken;
 }
 
+std::vector<u64> releasedCells(const EmptyArrays& run) {
+    std::vector<u64> cells;
+    run.forEachReleased([&](u64 i) { cells.push_back(i); });
+    return cells;
+}
+
 } // namespace
 
 TEST(EmptyArrays, Run_IsFoundFromEachCell) {
@@ -37,27 +44,62 @@ TEST(EmptyArrays, Run_IsFoundFromEachCell) {
     for (u64 i = 0; i < EmptyArrays::cellCount; ++i) {
         EXPECT_EQ(EmptyArrays::of(run->array(i), i), run);
     }
-    run->drop(EmptyArrays::cellCount);
+    run->releaseAll();
 }
 
 TEST(EmptyArrays, Run_GoesBackWithItsLastCell) {
     const u64 before = taken();
     EmptyArrays* run = EmptyArrays::take();
     EXPECT_EQ(run->live(), EmptyArrays::cellCount);
-    run->drop(255);
+    for (u64 i = 1; i < EmptyArrays::cellCount; ++i)
+        run->release(i);
+    EXPECT_EQ(run->live(), 1u);
     EXPECT_EQ(taken(), before + 1);
-    run->drop(1);
+    run->release(0);
     EXPECT_EQ(taken(), before);
+}
+
+TEST(EmptyArrays, Run_GoesBackWithAllItsCells) {
+    const u64 before = taken();
+    EmptyArrays* run = EmptyArrays::take();
+    run->release(3);
+    run->releaseAll();
+    EXPECT_EQ(taken(), before);
+}
+
+TEST(EmptyArrays, ReleasedCells_AreVisitedInEitherOrder) {
+    EmptyArrays* run = EmptyArrays::take();
+    EXPECT_TRUE(releasedCells(*run).empty());
+    for (const u64 i : std::initializer_list<u64>{64, 255, 3, 0, 63, 200})
+        run->release(i);
+    const std::vector<u64> expected{0, 3, 63, 64, 200, 255};
+    EXPECT_EQ(releasedCells(*run), expected);
+    std::vector<u64> reversed;
+    run->forEachReleasedReversed([&](u64 i) { reversed.push_back(i); });
+    EXPECT_EQ(reversed, std::vector<u64>(expected.rbegin(), expected.rend()));
+    run->releaseAll();
+}
+
+TEST(EmptyArrays, RunTakenAgain_HasNoReleasedCells) {
+    EmptyArrays* run = EmptyArrays::take();
+    run->release(7);
+    run->release(130);
+    run->releaseAll();
+    EmptyArrays* again = EmptyArrays::take();
+    ASSERT_EQ(again, run);
+    EXPECT_TRUE(releasedCells(*again).empty());
+    EXPECT_EQ(again->live(), EmptyArrays::cellCount);
+    again->releaseAll();
 }
 
 TEST(EmptyArrays, RunGivenBack_IsTakenAgain) {
     EmptyArrays* run = EmptyArrays::take();
-    run->drop(EmptyArrays::cellCount);
+    run->releaseAll();
     const u64 total = EmptyArrays::usage().total;
     EmptyArrays* again = EmptyArrays::take();
     EXPECT_EQ(again, run);
     EXPECT_EQ(EmptyArrays::usage().total, total);
-    again->drop(EmptyArrays::cellCount);
+    again->releaseAll();
 }
 
 TEST(EmptyArrays, Usage_CountsRunsTakenAndEverGot) {
@@ -68,7 +110,7 @@ TEST(EmptyArrays, Usage_CountsRunsTakenAndEverGot) {
     EXPECT_EQ(EmptyArrays::usage().taken, before.total + 3);
     EXPECT_EQ(EmptyArrays::usage().total, before.total + 3);
     for (EmptyArrays* run : runs)
-        run->drop(EmptyArrays::cellCount);
+        run->releaseAll();
     EXPECT_EQ(EmptyArrays::usage().taken, before.taken);
     EXPECT_EQ(EmptyArrays::usage().total, before.total + 3);
 }
@@ -77,19 +119,23 @@ TEST(EmptyArrays, EachArray_HasItsCount0InFront) {
     EmptyArrays* run = EmptyArrays::take();
     for (u64 i = 0; i < EmptyArrays::cellCount; ++i)
         EXPECT_EQ(static_cast<const u64*>(run->array(i))[-1], 0u);
-    run->drop(EmptyArrays::cellCount);
+    run->releaseAll();
 }
 
-TEST(EmptyArrays, NewOfAnEntryArray_TakesTheCell) {
+TEST(EmptyArrays, Cells_KeepTheirCountWhileMapsComeAndGo) {
     EmptyArrays* run = EmptyArrays::take();
-    using Entry = ds::HashMap<String, String>::Node;
-    for (u64 i = 0; i < EmptyArrays::cellCount; ++i) {
-        auto* cell = static_cast<u64*>(run->array(i));
-        cell[-1] = 5;
-        EXPECT_EQ(static_cast<void*>(new (*run, i) Entry[0]), cell);
-        EXPECT_EQ(cell[-1], 0u);
+    run->releaseAll();
+    {
+        Map map;
+        ASSERT_EQ(static_cast<const void*>(map.bucket(0).data()), run->array(0));
+        for (u64 i = 0; i < Map::bucketCount; i += 3)
+            map.set({i}, 1);
     }
-    run->drop(EmptyArrays::cellCount);
+    EmptyArrays* again = EmptyArrays::take();
+    ASSERT_EQ(again, run);
+    for (u64 i = 0; i < EmptyArrays::cellCount; ++i)
+        EXPECT_EQ(static_cast<const u64*>(again->array(i))[-1], 0u) << i;
+    again->releaseAll();
 }
 
 TEST(EmptyArrays, EachMap_HoldsOneRun) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <iterator>
 #include <set>
 #include <string>
@@ -337,26 +336,6 @@ TEST(HashMap, EntriesOfOneHash_AreDistinguishedByKey) {
 
 TEST(HashMap, Entry_ByDefault_HasHash0) {
     EXPECT_EQ(Map::Node().hash, 0u);
-}
-
-TEST(HashMap, New_WritesTheCountOfEachEmptyArrayAndNothingBehind) {
-    std::vector<ds::EmptyArrays*> runs{ds::EmptyArrays::take(), ds::EmptyArrays::take()};
-    while (runs.back() != runs[runs.size() - 2] + 1)
-        runs.push_back(ds::EmptyArrays::take());
-    ds::EmptyArrays* behind = runs.back();
-    ds::EmptyArrays* run = behind - 1;
-    std::fill_n(static_cast<u64*>(run->array(0)) - 1, Map::bucketCount, 5);
-    run->drop(Map::bucketCount);
-    {
-        const Map map;
-        ASSERT_EQ(static_cast<const void*>(map.bucket(0).data()), run->array(0));
-        for (u64 i = 0; i < Map::bucketCount; ++i)
-            EXPECT_EQ(reinterpret_cast<const u64*>(map.bucket(i).data())[-1], 0u) << i;
-        EXPECT_EQ(behind->live(), ds::EmptyArrays::cellCount);
-    }
-    std::erase(runs, run);
-    for (ds::EmptyArrays* other : runs)
-        other->drop(ds::EmptyArrays::cellCount);
 }
 
 TEST(HashMap, Copy_TakesTheFirstAndTheLastBucketToo) {
