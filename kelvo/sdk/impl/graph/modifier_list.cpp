@@ -5,6 +5,8 @@
 #include "kelvo/sdk/impl/graph/known_names.h"
 #include "kelvo/sdk/impl/graph/node.h"
 
+#include "kelvo/base/name.h"
+
 namespace qv::kelvo_sdk::impl {
 
 const Input* modifierListOf(const Node& node) noexcept {
@@ -16,8 +18,9 @@ bool isModifierList(const Input& input) noexcept {
     const auto* parent = implOf(input.parent());
     const Input& top = parent ? *parent : input;
     if (top.parent()) return false;
-    const String& name = knownNames().modifiers;
-    return top.nameHash() == name.foldedHash() && top.ownName().equalsNoCase(name);
+    constexpr NameView name("modifiers");
+    return top.nameHash() == name.foldedHash() &&
+           top.ownName().equalsNoCase(knownNames().modifiers);
 }
 
 } // namespace qv::kelvo_sdk::impl

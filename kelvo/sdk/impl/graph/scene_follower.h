@@ -101,12 +101,19 @@ public:
     [[nodiscard]] bool empty() const noexcept { return !m_first.load(std::memory_order_acquire); }
     template<typename Call>
     void each(const Call& call) const {
-        for (SceneFollower* next = m_first.load(std::memory_order_acquire); next;
+        if (!empty()) eachFrom(m_first, call);
+    }
+
+private:
+    // Not inlined, so that a change which nobody follows needs no stack frame for the loop.
+    template<typename Call>
+    [[gnu::noinline]] static void eachFrom(const std::atomic<SceneFollower*>& first,
+                                           const Call& call) {
+        for (SceneFollower* next = first.load(std::memory_order_acquire); next;
              next = next->m_next.load(std::memory_order_acquire))
             call(*next);
     }
 
-private:
     std::atomic<SceneFollower*> m_first = nullptr;
 };
 
